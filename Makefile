@@ -1,0 +1,43 @@
+# The front door over CMake. `git` and `make` are all that must be there: each target installs the
+# Debian packages it needs first (scripts/install-packages.sh skips what is there).
+
+JOBS ?= $(shell nproc)
+
+.PHONY: build check demo bench fuzz asan clang packages clean
+
+build: packages
+	cmake --preset dev > build/configure.log 2>&1 || { cat build/configure.log; exit 1; }
+	cmake --build --preset dev -j $(JOBS)
+
+check: build
+	ctest --preset dev -j $(JOBS)
+
+demo: build
+	scripts/demo.sh
+
+bench: packages
+	cmake --preset release
+	cmake --build --preset release -j $(JOBS)
+	scripts/bench.sh
+
+# SECONDS_EACH=600 runs each target for ten minutes; TARGETS="AFuzz BFuzz" picks some.
+fuzz: packages
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS)
+	scripts/fuzz.sh
+
+asan: packages
+	cmake --preset asan
+	cmake --build --preset asan -j $(JOBS)
+	ctest --preset asan -j $(JOBS)
+
+clang: packages
+	cmake --preset clang
+	cmake --build --preset clang -j $(JOBS)
+
+packages:
+	@mkdir -p build
+	@scripts/install-packages.sh
+
+clean:
+	rm -rf build
