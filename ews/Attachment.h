@@ -1,0 +1,52 @@
+#pragma once
+
+#include <deque>
+
+#include "platform/CString.h"
+
+namespace ews {
+
+class SoapWriter;
+
+// One file that travels with an item. Its bytes are read when the item is sent.
+class Attachment {
+ public:
+  Attachment(CString strName, CString strPath)
+      : m_strName(std::move(strName)), m_strPath(std::move(strPath)) {}
+
+  const CString& Name() const { return m_strName; }
+  const CString& ContentId() const { return m_strContentId; }
+  void SetContentId(CString str) { m_strContentId = std::move(str); }
+  const CString& ContentType() const { return m_strContentType; }
+  void SetContentType(CString str) { m_strContentType = std::move(str); }
+
+  // Throws ServiceException if the file cannot be read any more.
+  void WriteTo(SoapWriter& objWriter) const;
+
+ private:
+  CString m_strName;
+  CString m_strPath;  // in Windows form
+  CString m_strContentId;
+  CString m_strContentType;
+};
+
+class AttachmentCollection {
+ public:
+  // Both return the new attachment; the reference stays good while the collection lives. Throw
+  // ServiceException at once for what is no readable file, a folder too, and then add nothing.
+  Attachment& AddFileAttachment(const CString& strPath);  // named as the file
+  Attachment& AddFileAttachment(const CString& strName, const CString& strPath);
+
+  int Count() const { return static_cast<int>(m_arr.size()); }
+  // Throws ServiceException ("index is out of range.") for an index that has no attachment.
+  Attachment& operator[](int nIndex);
+  const Attachment& operator[](int nIndex) const;
+
+  // Writes one FileAttachment element for each.
+  void WriteTo(SoapWriter& objWriter) const;
+
+ private:
+  std::deque<Attachment> m_arr;
+};
+
+}  // namespace ews

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "ews/ExchangeService.h"
+
+// Finds the endpoint for a mail address. These addresses are asked in this order, until one answers
+// with an endpoint:
+//
+//   1. the one from the settings, if there is one
+//   2. https://DOMAIN/autodiscover/autodiscover.xml
+//   3. https://autodiscover.DOMAIN/autodiscover/autodiscover.xml
+//   4. where http://autodiscover.DOMAIN/autodiscover/autodiscover.xml redirects to; that request
+//      carries no credentials
+//
+// An answer may send on to another mail address or another URL, kMaxRedirects times in all.
+//
+// While certificates are verified, credentials go only to https hosts of the address's domain, to
+// the trusted hosts of the settings, to the hosts of addresses that the settings name, and to the
+// public service's own; an answer that names an endpoint elsewhere is refused by name.
+namespace ews {
+
+struct PoxAnswer {
+  enum class Kind { kSettings, kRedirectAddress, kRedirectUrl, kError };
+  Kind eKind = Kind::kError;
+  std::string strValue;  // endpoint, mail address, URL, or the server's text
+};
+
+// Never throws: what is no answer of this kind is an error with a text of our own.
+PoxAnswer ReadPoxAnswer(std::string_view strXml);
+std::string WritePoxRequest(const CString& strAddress);  // throws as SoapWriter does
+
+// Returns the endpoint. Throws ServiceException with the reason of the attempt that came furthest.
+CString DiscoverEndpoint(const CString& strAddress, const Credentials& objCredentials, int nTimeout,
+                         const RedirectionCallback& fnCallback);
+
+}  // namespace ews
+
+class Device {
+ public:
+  // Lets every redirection be followed.
+  static bool RedirectionUrlValidationCallback(const CString& redirectionUrl);
+  static inline bool m_redirectionValidated = true;
+};

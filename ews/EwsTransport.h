@@ -1,0 +1,81 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ews/Credentials.h"
+
+namespace ews {
+
+class RequestBody;
+
+inline constexpr int kMaxRedirects = 10;
+inline constexpr size_t kMaxResponseBytes = 64u << 20;  // decoded; more fails the request
+
+using Headers = std::vector<std::pair<std::string, std::string>>;
+
+// One HTTP request. All text is UTF-8.
+struct HttpRequest {
+  std::string strMethod = "POST";
+  std::string strUrl;
+  Headers arrHeaders;
+  Credentials objCredentials;
+  bool bSecretBody = false;      // the body itself holds a secret
+  RequestBody* pBody = nullptr;  // not owned; null for none. Rewound before it is sent
+  std::chrono::milliseconds nTimeout{100000};  // for the whole request, upload included
+};
+
+struct HttpResponse {
+  int nStatus = 0;
+  Headers arrHeaders;
+  std::string strBody;  // after decompression
+
+  // The first header of that name without regard to case, or "".
+  std::string Header(std::string_view strName) const;
+};
+
+// The one seam between the mailbox client and the network. Also the clock that throttling waits by,
+// so that a test needs no waiting.
+class EwsTransport {
+ public:
+  virtual ~EwsTransport() = default;
+
+  // Sends one request and follows no redirect. Throws ServiceException when no answer came or when
+  // credentials would travel unencrypted to another machine; any HTTP status is an answer.
+  HttpResponse Send(const HttpRequest& objRequest);
+
+  virtual std::chrono::steady_clock::time_point Now();
+  virtual void Wait(std::chrono::milliseconds nTime);
+
+ private:
+  virtual HttpResponse DoSend(const HttpRequest& objRequest) = 0;
+};
+
+// The process's transport: one connection pool for all requests, unless a ScopedTransport stands.
+EwsTransport& Transport();
+
+// Puts another transport in the place of the process's own while it lives.
+class ScopedTransport {
+ public:
+  explicit ScopedTransport(EwsTransport& objTransport);
+  ~ScopedTransport();
+  ScopedTransport(const ScopedTransport&) = delete;
+  ScopedTransport& operator=(const ScopedTransport&) = delete;
+
+ private:
+  EwsTransport* m_pPrevious;
+};
+
+// Sends a request and follows up to kMaxRedirects redirections, method and body kept. Credentials
+// and a secret body go along only where fnTrusted says so of the new address; without them a
+// request with a secret body is not sent on. Throws as Send does, and when there are too many.
+HttpResponse SendFollowingRedirects(EwsTransport& objTransport, HttpRequest objRequest,
+                                    const std::function<bool(const std::string&)>& fnTrusted);
+
+// "The request failed. …" with host and status, for an answer that is no success.
+std::string HttpFailureText(const std::string& strUrl, const HttpResponse& objResponse);
+
+}  // namespace ews

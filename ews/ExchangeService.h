@@ -1,0 +1,93 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "ews/Credentials.h"
+#include "ews/EwsTransport.h"
+#include "ews/FindFolders.h"
+#include "ews/SearchFilter.h"
+#include "ews/SoapReader.h"
+#include "ews/Types.h"
+
+namespace ews {
+
+class SoapWriter;
+
+class ImpersonatedUserId {
+ public:
+  ImpersonatedUserId(ConnectingIdType eType, CString strId)
+      : m_eType(eType), m_strId(std::move(strId)) {}
+  ConnectingIdType IdType() const { return m_eType; }
+  const CString& Id() const { return m_strId; }
+
+ private:
+  ConnectingIdType m_eType;
+  CString m_strId;
+};
+
+// HTTP headers of the caller's own, sent with each request.
+class HttpHeaderCollection {
+ public:
+  // Throws ServiceException for a name or value that would break out of its line.
+  void Add(const CString& strName, const CString& strValue);
+  const Headers& All() const { return m_arr; }
+
+ private:
+  Headers m_arr;
+};
+
+// True lets autodiscovery follow a redirection to that address.
+using RedirectionCallback = std::function<bool(const CString& strUrl)>;
+
+// The connection to one mailbox server. Making one costs nothing: connections are kept for the
+// process. Every call that sends a request throws ServiceException on any failure: with the
+// server's text when it refuses, with "The request failed. …" for what went wrong on the way.
+// Folders and items hold the service, so it is always made as a std::shared_ptr.
+class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
+ public:
+  static constexpr int kDefaultTimeout = 100000;  // ms
+
+  explicit ExchangeService(ExchangeVersion eVersion) : m_eVersion(eVersion) {}
+
+  void SetUrl(CString strUrl) { m_strUrl = std::move(strUrl); }
+  const CString& Url() const { return m_strUrl; }
+  void SetCredentials(const WebCredentials& objCredentials) { m_objCredentials = objCredentials; }
+  void SetCredentials(const OAuthCredentials& objCredentials) { m_objCredentials = objCredentials; }
+  // An empty address is found out at the next request.
+  void SetImpersonatedUserId(ImpersonatedUserId objId) { m_objImpersonated = std::move(objId); }
+  HttpHeaderCollection& HttpHeaders() { return m_objHeaders; }
+  // Milliseconds for a whole request: upload, answer, and the waits that a busy server asks for.
+  void SetTimeout(int nMilliseconds) { m_nTimeout = nMilliseconds; }
+  int Timeout() const { return m_nTimeout; }
+
+  // Finds the endpoint for a mail address and sets Url (see ews/Autodiscover.h). Answers from the
+  // settings without a request where they name the endpoint.
+  void AutodiscoverUrl(const CString& strAddress, const RedirectionCallback& fnCallback);
+
+  FindFoldersResults FindFolders(const FolderId& objParent, const FolderView& objView);
+  FindFoldersResults FindFolders(const FolderId& objParent, const SearchFilter& objFilter,
+                                 const FolderView& objView);
+
+  // One SOAP call, for the classes of this library: fnBody writes what stands in the body. Returns
+  // the response messages as they are, failed ones too; a fault has been thrown.
+  SoapResponse Call(const std::function<void(SoapWriter&)>& fnBody);
+  // The same for a call with one response message: the message, or its failure thrown.
+  ResponseMessage CallForOne(const std::function<void(SoapWriter&)>& fnBody);
+
+ private:
+  FindFoldersResults Find(const FolderId& objParent, const SearchFilter* pFilter,
+                          const FolderView& objView);
+  HttpRequest MakeRequest(RequestBody& objBody) const;
+  SoapResponse SendUntilServed(HttpRequest objRequest);
+
+  ExchangeVersion m_eVersion;
+  CString m_strUrl;
+  Credentials m_objCredentials;
+  std::optional<ImpersonatedUserId> m_objImpersonated;
+  HttpHeaderCollection m_objHeaders;
+  int m_nTimeout = kDefaultTimeout;
+};
+
+}  // namespace ews

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string_view>
+
+#include "platform/CString.h"
+
+// Facts about folder names of the source. Names are compared exactly, case included.
+
+// The display name in the target for the name of a source's system folder; any other name stays.
+std::u16string_view TargetFolderName(std::u16string_view strSourceName);
+
+// The class of a level that is not the last. "IPF.Jornal" (sic) is told to nobody.
+std::u16string_view FolderClassByName(std::u16string_view strSourceName);
+
+// The class of the last level: three names in any case, then the number of the folder's type.
+std::u16string_view FolderClassByNameAndType(std::u16string_view strName, int nType);
+
+inline constexpr std::u16string_view kClassAppointment = u"IPF.Appointment";
+inline constexpr std::u16string_view kClassTask = u"IPF.Task";
+inline constexpr std::u16string_view kClassContact = u"IPF.Contact";
+inline constexpr std::u16string_view kClassNote = u"IPF.Note";

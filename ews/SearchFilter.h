@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/CString.h"
+
+namespace ews {
+
+class SoapWriter;
+
+enum class FolderSchema { DisplayName };
+enum class LogicalOperator { And, Or };
+
+// A condition of a search.
+class SearchFilter {
+ public:
+  virtual ~SearchFilter() = default;
+  virtual void WriteTo(SoapWriter& objWriter) const = 0;
+};
+
+// The property holds the text, without regard to case. An empty text is sent as an empty value.
+class ContainsSubstring : public SearchFilter {
+ public:
+  ContainsSubstring(FolderSchema eProperty, CString strValue);
+  void WriteTo(SoapWriter& objWriter) const override;
+
+ private:
+  FolderSchema m_eProperty;
+  CString m_strValue;
+};
+
+// The property is the text.
+class IsEqualTo : public SearchFilter {
+ public:
+  IsEqualTo(FolderSchema eProperty, CString strValue);
+  void WriteTo(SoapWriter& objWriter) const override;
+
+ private:
+  FolderSchema m_eProperty;
+  CString m_strValue;
+};
+
+class SearchFilterCollection : public SearchFilter {
+ public:
+  explicit SearchFilterCollection(LogicalOperator eOperator) : m_eOperator(eOperator) {}
+  template <typename Filter>
+  void Add(Filter objFilter) {
+    m_arrFilters.push_back(std::make_unique<Filter>(std::move(objFilter)));
+  }
+  void WriteTo(SoapWriter& objWriter) const override;
+
+ private:
+  LogicalOperator m_eOperator;
+  std::vector<std::unique_ptr<SearchFilter>> m_arrFilters;
+};
+
+}  // namespace ews

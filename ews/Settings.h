@@ -1,0 +1,31 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/CString.h"
+
+namespace ews {
+
+// What the command line says about the service, for the whole process. The engine fills it before
+// its first command.
+struct ServiceSettings {
+  // The endpoint. Empty: the public one in the token route, autodiscovery in the password route.
+  CString strEwsUrl;
+  CString strAutodiscoverUrl;  // tried before the addresses that follow from the mail address
+  CString strAuthorityUrl = u"https://login.microsoftonline.com";
+  CString strGraphUrl = u"https://graph.microsoft.com";
+  // Off: every certificate is accepted, TLS 1.0 and up. On: certificates are checked, TLS 1.2 and
+  // up, and autodiscovery gives credentials to trusted hosts alone (ews/Autodiscover.h).
+  bool bVerifyCertificates = false;
+  CString strCaFile;  // PEM; empty means the system's certificates
+  std::vector<CString> arrTrustHosts;
+  bool bTokenCache = false;  // answer from a cache while a token has over five minutes left
+  bool bSafe = false;        // a folder that the server refuses to make is looked up once more
+
+  // strEwsUrl, or the public endpoint where that is empty.
+  CString TokenRouteUrl() const;
+};
+
+ServiceSettings& Settings();
+
+}  // namespace ews

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Reads the server's answers into plain records. Elements are known by their local names. Paths of
+// fixed depth are walked, so the nesting of an answer costs nothing, and what is not asked for is
+// passed over.
+namespace ews {
+
+inline constexpr std::chrono::milliseconds kMaxBackOff{24 * 3600 * 1000};  // longer waits are cut
+
+struct FolderRecord {
+  std::string strElement;  // "Folder", "CalendarFolder", …
+  std::string strId;
+  std::string strDisplayName;
+};
+
+struct ItemRecord {
+  std::string strElement;  // "Message", …
+  std::string strId;
+  std::string strChangeKey;
+  bool bAttachments = false;  // the answer lists attachments, be it none
+  std::vector<std::string> arrAttachmentIds;
+  std::string strImportance;
+  std::string strFromName;
+  std::string strFromAddress;
+  std::optional<bool> bRead;
+};
+
+struct ResponseMessage {
+  std::string strElement;  // "CreateItemResponseMessage", …
+  bool bError = false;     // ResponseClass="Error"
+  std::string strText;     // MessageText, unchanged
+  std::string strCode;     // ResponseCode
+  std::optional<std::chrono::milliseconds> nBackOff;
+  std::vector<FolderRecord> arrFolders;
+  int nTotalItemsInView = 0;
+  std::vector<ItemRecord> arrItems;
+  std::vector<std::string> arrAttachmentIds;
+};
+
+struct SoapFault {
+  std::string strText;  // faultstring, unchanged
+  std::string strCode;  // ResponseCode of the detail, or the fault code without its prefix
+  std::optional<std::chrono::milliseconds> nBackOff;
+};
+
+struct SoapResponse {
+  std::optional<SoapFault> objFault;
+  std::vector<ResponseMessage> arrMessages;
+};
+
+// All text is UTF-8. Nothing for what is no SOAP envelope with a body. Does not throw.
+std::optional<SoapResponse> ReadSoapResponse(std::string_view strXml);
+
+}  // namespace ews

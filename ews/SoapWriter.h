@@ -1,0 +1,58 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ews/RequestBody.h"
+#include "ews/Types.h"
+
+namespace ews {
+
+// Writes one request: the envelope with its header, then what the caller adds to the body. Names of
+// elements are written with the prefix of the vocabulary that they come from.
+//
+// Text reaches the server's parser as it stands: CR is written as a character reference, since a
+// parser turns a raw one into LF. A character that XML 1.0 forbids raises ServiceException ("The
+// invalid value '…' was specified for the 'Name' element."), so that nothing is sent.
+class SoapWriter {
+ public:
+  enum class Vocabulary { kMessages, kTypes };
+  static constexpr auto kMessages = Vocabulary::kMessages;
+  static constexpr auto kTypes = Vocabulary::kTypes;
+
+  // strImpersonated: the SMTP address to impersonate; null for none.
+  SoapWriter(ExchangeVersion eVersion, const CString* pImpersonated);
+
+  void Start(Vocabulary eVocabulary, std::string_view strName);
+  void Attribute(std::string_view strName, std::u16string_view strValue);
+  void Attribute(std::string_view strName, std::string_view strValue);  // ASCII
+  void Text(std::u16string_view strValue);
+  void Text(std::string_view strValue);  // ASCII
+  void Base64(std::shared_ptr<const unsigned char[]> pBytes, size_t nLength);
+  void Base64File(const CString& strPath);
+  void End();
+
+  // Start, text, end.
+  void Element(Vocabulary eVocabulary, std::string_view strName, std::u16string_view strValue);
+  void Element(Vocabulary eVocabulary, std::string_view strName, std::string_view strValue);
+
+  // Closes the envelope. The writer is used up.
+  RequestBody Finish();
+
+ private:
+  void CloseTag();
+  void Flush();
+  void Escape(std::u16string_view strValue, std::string_view strName, bool bAttribute);
+
+  RequestBody m_objBody;
+  std::string m_strText;               // not yet in m_objBody
+  std::vector<std::string> m_arrOpen;  // prefixed names
+  bool m_bTagOpen = false;
+};
+
+// True if XML 1.0 allows every character of the text: no controls but tab, LF and CR, no U+FFFE or
+// U+FFFF, no lone surrogate.
+bool IsXmlText(std::u16string_view str);
+
+}  // namespace ews
