@@ -3,9 +3,9 @@
 #include "platform/COleDateTime.h"
 #include "platform/CString.h"
 
-// Appends one line to a log file: open, seek to the end, write, close, so that a crash loses nothing
-// and no handle is held between two lines. A file that cannot be opened is told on standard error,
-// once for each file and reason, and nothing is raised to the caller.
+// Appends one line to a log file: open, seek to the end, write, close, so that a crash loses
+// nothing and no handle is held between two lines. A file that cannot be opened is told on standard
+// error, once for each file and reason, and nothing is raised to the caller.
 class CLogManager {
  public:
   virtual ~CLogManager() = default;

@@ -21,8 +21,8 @@ class COleDateTime {
   void SetStatus(DateTimeStatus eStatus) { m_eStatus = eStatus; }
   double Value() const { return m_dValue; }
   int GetYear() const;
-  int GetMonth() const;      // 1 to 12
-  int GetDay() const;        // 1 to 31
+  int GetMonth() const;  // 1 to 12
+  int GetDay() const;    // 1 to 31
   int GetHour() const;
   int GetMinute() const;
   int GetSecond() const;

@@ -11,9 +11,9 @@
 namespace platform {
 
 struct ChildOptions {
-  std::vector<std::string> arrArguments;  // [0] is the program's path
+  std::vector<std::string> arrArguments;    // [0] is the program's path
   std::vector<std::string> arrEnvironment;  // NAME=value, added to ours
-  int nStdin = -1;                        // descriptors to become 0, 1, 2; -1 is /dev/null
+  int nStdin = -1;                          // descriptors to become 0, 1, 2; -1 is /dev/null
   int nStdout = -1;
   int nStderr = -1;
   std::vector<int> arrInherit;  // further descriptors that stay open in it, under their numbers

@@ -41,6 +41,7 @@ class EndpointClient {
   int Fd() const { return m_objFd.Get(); }
 
  private:
+  void Send(FrameKind eKind, std::span<const unsigned char> objPayload);
   Frame ReadFrame();
   UniqueFd m_objFd;
   std::vector<unsigned char> m_arrBuffer;

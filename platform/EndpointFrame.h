@@ -11,8 +11,8 @@
 //
 //   u32 length of the payload (at most kMaxPayload), u32 kind, payload
 //
-// A frame longer than the bound, of an unknown kind, or with a payload shorter than its kind's fixed
-// part is malformed: the side that reads it closes that connection and touches nothing else.
+// A frame longer than the bound, of an unknown kind, or with a payload shorter than its kind's
+// fixed part is malformed: the side that reads it closes that connection and touches nothing else.
 namespace platform {
 
 inline constexpr size_t kMaxPayload = 1024 * 1024;  // bytes
@@ -33,8 +33,12 @@ struct Frame {
 
 enum class FrameStatus { kFrame, kNeedMore, kMalformed };
 
+// The size in bytes, header included, that the buffer must have for its first frame to be whole;
+// that of a header while that is not there yet.
+FrameStatus NextFrameSize(std::span<const unsigned char> objBytes, size_t& nSize);
 // Takes the first frame off the front of arrBuffer when it is whole.
 FrameStatus TakeFrame(std::vector<unsigned char>& arrBuffer, Frame& objFrame);
+// Throws std::length_error for a payload over kMaxPayload.
 std::vector<unsigned char> BuildFrame(FrameKind eKind, std::span<const unsigned char> objPayload);
 
 // The name of the abstract socket that a title is served under, without its leading NUL: made from

@@ -7,9 +7,9 @@
 
 namespace platform {
 
-// The engine's side of the command endpoint: what its window was. One thread; one command at a time,
-// in order of arrival, from any number of connections of the same user. A client that goes away in
-// the middle of its command does not end it.
+// The engine's side of the command endpoint: what its window was. One thread; one command at a
+// time, in order of arrival, from any number of connections of the same user. A client that goes
+// away in the middle of its command does not end it.
 class EndpointServer {
  public:
   class Handler {

@@ -12,13 +12,13 @@
 namespace platform {
 
 enum class OpenMode {
-  kRead,          // must exist and be a regular file
-  kCreate,        // created or truncated, for writing
-  kCreateRead,    // created or truncated, for writing and reading
-  kAppendKeep,    // created if missing, never truncated; the caller seeks to the end
+  kRead,        // must exist and be a regular file
+  kCreate,      // created or truncated, for writing
+  kCreateRead,  // created or truncated, for writing and reading
+  kAppendKeep,  // created if missing, never truncated; the caller seeks to the end
 };
 
-// One open file, bytes as they are (see LineReader.h and TextWriter in this header for text mode).
+// One open file, bytes as they are but for WriteText (text mode for reading: LineReader.h).
 // Paths are in Windows form (platform/Paths.h). A file that exists in any case is taken before one
 // is created.
 class File {
@@ -34,6 +34,8 @@ class File {
   // All or nothing is not promised on failure; false then.
   [[nodiscard]] bool Write(std::span<const unsigned char> objBytes);
   [[nodiscard]] bool Write(std::u16string_view str);  // units as they are, little-endian
+  // Text mode: narrows into the ANSI code page, leaving out what it lacks, and writes LF as CR LF.
+  [[nodiscard]] bool WriteText(std::u16string_view str);
   int Fd() const { return m_objFd.Get(); }
 
  private:

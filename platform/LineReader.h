@@ -8,9 +8,9 @@
 
 namespace platform {
 
-// Reads a file line by line in 16-bit little-endian units, bytes as they are. A line ends at U+000A,
-// which is removed; a CR in front of it stays. The last line needs no end. No byte-order mark is
-// looked for. An odd last byte is left out.
+// Reads a file line by line in 16-bit little-endian units, bytes as they are. A line ends at
+// U+000A, which is removed; a CR in front of it stays. The last line needs no end. No byte-order
+// mark is looked for. An odd last byte is left out.
 class WideLineReader {
  public:
   // Returns nothing when the file cannot be opened.

@@ -37,6 +37,16 @@ CString ToWindowsPath(std::string_view strPath);
 // not; does not throw.
 std::string ResolvePath(std::u16string_view strPath);
 
+// The two steps of ResolvePath, for who opens the exact name without asking first whether it
+// exists.
+struct ExactPath {
+  std::string strBase;          // a root, or empty
+  std::u16string strRest;       // what lies below, with slashes
+  std::string Spelled() const;  // the exact name
+  std::string Matched() const;  // each component that is not there exactly, without regard to case
+};
+ExactPath ExactPathOf(std::u16string_view strPath);
+
 // The name behind the last separator of either kind.
 std::u16string_view FileNameOf(std::u16string_view strPath);
 

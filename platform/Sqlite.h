@@ -32,9 +32,12 @@ class SqliteStatement {
   SqliteStatement& BindBlob(int nIndex, std::string_view strBytes);
   SqliteStatement& BindBlobStatic(int nIndex, std::string_view strBytes);
   SqliteStatement& BindNull(int nIndex);
-  bool Step();  // true: a row is there; false: done
+  bool Step();   // true: a row is there; false: done
   void Reset();  // and clears the bindings
-  void Run() { Step(); Reset(); }
+  void Run() {
+    Step();
+    Reset();
+  }
 
   std::int64_t Int(int nColumn) const;
   std::string_view Text(int nColumn) const;  // empty for NULL
@@ -44,7 +47,9 @@ class SqliteStatement {
 
  private:
   friend class SqliteDatabase;
-  struct Finalize { void operator()(sqlite3_stmt* p) const; };
+  struct Finalize {
+    void operator()(sqlite3_stmt* p) const;
+  };
   std::unique_ptr<sqlite3_stmt, Finalize> m_pStatement;
   bool m_bTail = false;
 };
@@ -65,7 +70,9 @@ class SqliteDatabase {
   void Close() { m_pDatabase.reset(); }
 
  private:
-  struct CloseDatabase { void operator()(sqlite3* p) const; };
+  struct CloseDatabase {
+    void operator()(sqlite3* p) const;
+  };
   std::unique_ptr<sqlite3, CloseDatabase> m_pDatabase;
 };
 
