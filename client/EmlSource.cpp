@@ -1,0 +1,64 @@
+#include "client/EmlSource.h"
+
+#include <sys/stat.h>
+
+#include "client/Names.h"
+#include "client/SourceFiles.h"
+
+namespace client {
+namespace {
+
+struct PendingFolder {
+  std::string path;
+  std::string target;  // empty for the root
+};
+
+void AddEntry(const PendingFolder& folder, const FolderEntry& entry, std::vector<SourceItem>& items,
+              std::vector<PendingFolder>& below, std::vector<SourceProblem>& problems) {
+  const std::string path = folder.path + "/" + entry.name;
+  if (entry.kind == EntryKind::kFolder) {
+    below.push_back({path, folder.target + LevelName(entry.name) + "\\"});
+  } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
+    const std::string target = folder.target.empty() ? std::string(kInbox) : folder.target;
+    items.push_back({path, target, true, 0, entry.size});
+  } else if (entry.kind == EntryKind::kFile) {
+    problems.push_back({path, "left out: its name does not end in .eml"});
+  } else if (entry.kind == EntryKind::kFolderLink) {
+    problems.push_back({path, "left out: a link to a folder"});
+  } else {
+    problems.push_back({path, "left out: neither a file nor a folder, or a dead link"});
+  }
+}
+
+}  // namespace
+
+std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) const {
+  struct stat status;
+  std::vector<SourceItem> items;
+  if (stat(m_path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    items.push_back({m_path, std::string(kInbox), true, 0, size});
+    return items;
+  }
+  // A stack of our own: the depth of a tree is no limit of ours. A folder's own mail comes before
+  // that of the folders below it.
+  std::vector<PendingFolder> pending = {{m_path, ""}};
+  while (!pending.empty()) {
+    const PendingFolder folder = std::move(pending.back());
+    pending.pop_back();
+    std::vector<PendingFolder> below;
+    for (const FolderEntry& entry : ListFolder(folder.path, problems)) {
+      AddEntry(folder, entry, items, below, problems);
+    }
+    pending.insert(pending.end(), below.rbegin(), below.rend());
+  }
+  return items;
+}
+
+std::string EmlSource::Read(const SourceItem& item) const {
+  std::string bytes = ReadWholeFile(item.location);
+  RequireMail(bytes);
+  return bytes;
+}
+
+}  // namespace client

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Sqlite.h"
+
+namespace client {
+
+enum class ItemResult {
+  kFailed = 0,
+  kArrived = 1,
+  kNotConfirmed = 2,  // the engine reported success and no row proves it
+};
+
+// What became of one item of a source.
+struct JournalEntry {
+  std::string source;  // where the item lies, unique in the run
+  std::string folder;  // target folder, each level ended by a backslash
+  std::string hash;    // SHA-256 of its content
+  std::string key;     // its key in the engine's ledger
+  ItemResult result = ItemResult::kFailed;
+  std::string text;  // remark or reason
+};
+
+// The memory of a run: what was sent, and which mail owns which ledger key. An SQLite file; each
+// change is on disk before its function returns. Texts are UTF-8, or bytes as a source gave them.
+// Every function throws platform::SqliteError.
+class Journal {
+ public:
+  explicit Journal(const std::string& path);
+
+  // A setting of the run's first start; nothing when it was never stored.
+  std::optional<std::string> Property(std::string_view name);
+  void SetProperty(std::string_view name, std::string_view value);
+
+  // True if this content of this source has arrived in that folder.
+  bool HasArrived(std::string_view source, std::string_view folder, std::string_view hash);
+  void Store(const JournalEntry& entry);
+
+  // The key under which the ledger is to know a mail with this content: wantedKey for the first
+  // content that asks for it in that folder, a key with the hash appended for any other. The same
+  // question always gets the same answer.
+  std::string ClaimKey(std::string_view folder, std::string_view wantedKey, std::string_view hash);
+
+ private:
+  bool Claim(std::string_view folder, std::string_view key, std::string_view hash);
+
+  platform::SqliteDatabase m_database;
+};
+
+}  // namespace client

@@ -1,0 +1,53 @@
+#include "client/LedgerLook.h"
+
+namespace client {
+namespace {
+
+void ReplaceAll(std::string& text, std::string_view from, std::string_view to) {
+  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+}
+
+}  // namespace
+
+std::string LedgerFolder(std::string_view folder) {
+  std::string text(folder);
+  ReplaceAll(text, "?", ">");
+  ReplaceAll(text, "&quot;", "\"");
+  return text;
+}
+
+void LedgerLook::Open() {
+  if (!m_database) {
+    m_database = platform::SqliteDatabase(m_path, platform::SqliteDatabase::Open::kReadOnly);
+  }
+}
+
+bool LedgerLook::HasRow(std::string_view folder, std::string_view key, std::string_view login) {
+  try {
+    Open();
+    // The rows of one message id are few; the plus signs keep the other indexes, which are as
+    // large as a folder, out of the choice.
+    platform::SqliteStatement query = m_database.Prepare(
+        "SELECT 1 FROM MAILBOXINFO WHERE MESSAGE_ID = ?1 AND +FOLDERNAME = ?2 AND +TARGET = ?3"
+        " LIMIT 1");
+    return query.Bind(1, key).Bind(2, LedgerFolder(folder)).Bind(3, login).Step();
+  } catch (const platform::SqliteError&) {
+    m_database.Close();
+    return false;
+  }
+}
+
+std::vector<LedgerLook::Count> LedgerLook::Counts() {
+  Open();
+  platform::SqliteStatement query = m_database.Prepare(
+      "SELECT FOLDERNAME, TARGET, count(*) FROM MAILBOXINFO GROUP BY 1, 2 ORDER BY 1, 2");
+  std::vector<Count> counts;
+  while (query.Step()) {
+    counts.push_back({std::string(query.Text(0)), std::string(query.Text(1)), query.Int(2)});
+  }
+  return counts;
+}
+
+}  // namespace client

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace client {
+
+inline constexpr size_t kMaxKey = 900;  // characters of a Message-ID that is used as it stands
+
+// The key of a mail in the engine's ledger: its Message-ID, or "sha256:" and the hash of its
+// content (64 hexadecimal digits) where the id cannot serve. An id cannot serve when it is missing,
+// too long, no UTF-8, holds a quote or a control character, or holds the label that the engine
+// takes out of the line.
+std::string MailKey(std::string_view messageId, std::string_view contentHash);
+
+// The key of a mail whose id stands in the same folder with other content already.
+std::string RepeatedKey(std::string_view key, std::string_view contentHash);
+
+}  // namespace client

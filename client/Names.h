@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace client {
+
+inline constexpr size_t kMaxFileName = 200;  // bytes of a file name that we write
+
+// The name of a source folder as a level of a target path, in UTF-8: bytes that are no UTF-8 become
+// U+FFFD, a backslash (which would end the level) becomes "_", and characters that XML forbids are
+// left out. A name of which nothing is left becomes "_".
+std::string LevelName(std::string_view bytes);
+
+// A name for a file that we write: without / \ : * ? " < > | and control characters, without blanks
+// and dots at its end, at most kMaxFileName bytes, cut at a character with the extension kept.
+// Never empty, never "." or "..". The text is UTF-8; what is ill-formed becomes U+FFFD.
+std::string FileName(std::string_view text);
+
+// UTF-8 without the control characters that XML forbids; tab, CR and LF stay.
+std::string WithoutForbiddenControls(std::string_view text);
+
+// UTF-8 for a line of output: control characters become blanks, so that no name or server text can
+// drive a terminal.
+std::string OneLine(std::string_view text);
+
+}  // namespace client

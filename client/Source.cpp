@@ -1,0 +1,22 @@
+#include "client/Source.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "client/EmlSource.h"
+#include "client/SourceFiles.h"
+
+namespace client {
+
+std::unique_ptr<Source> OpenSource(const std::string& path) {
+  struct stat status;
+  if (stat(path.c_str(), &status) != 0) throw SourceError(std::strerror(errno));
+  if (S_ISDIR(status.st_mode)) return std::make_unique<EmlSource>(path);
+  if (!S_ISREG(status.st_mode)) throw SourceError("neither a file nor a folder");
+  if (EndsWithNoCase(path, ".eml")) return std::make_unique<EmlSource>(path);
+  throw SourceError("a file of a kind that is not known here; a mail's name ends in .eml");
+}
+
+}  // namespace client

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace client {
+
+// One item of a source, not yet read.
+struct SourceItem {
+  std::string location;  // where it lies, unique in the run: a path, or a path and a place in it
+  std::string folder;    // target folder, UTF-8, each level ended by a backslash
+  bool read = true;
+  std::uint64_t offset = 0;  // bytes, for items that lie in a file with others
+  std::uint64_t length = 0;  // bytes on disk
+};
+
+// Something in a source that cannot be migrated, and why.
+struct SourceProblem {
+  std::string location;
+  std::string reason;
+};
+
+// The item cannot be read, or is no mail; what() is the reason, fit for a list of failures.
+class SourceError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// A place that mail comes from. Items come in a sorted order that depends on names alone.
+class Source {
+ public:
+  virtual ~Source() = default;
+  virtual const char* Kind() const = 0;  // for messages, for example "a tree of .eml files"
+  virtual std::vector<SourceItem> List(std::vector<SourceProblem>& problems) const = 0;
+  // The bytes of the mail. Throws SourceError.
+  virtual std::string Read(const SourceItem& item) const = 0;
+};
+
+// Opens the source at a path of this system, by what lies there. Throws SourceError when nothing
+// can be read there.
+std::unique_ptr<Source> OpenSource(const std::string& path);
+
+}  // namespace client

@@ -1,0 +1,110 @@
+#include "client/SourceFiles.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+
+#include "platform/UniqueFd.h"
+
+namespace client {
+namespace {
+
+EntryKind KindOf(const std::string& path, std::uint64_t& size) {
+  struct stat entry;
+  struct stat target;
+  if (lstat(path.c_str(), &entry) != 0 || stat(path.c_str(), &target) != 0) {
+    return EntryKind::kOther;
+  }
+  size = static_cast<std::uint64_t>(target.st_size);
+  if (S_ISREG(target.st_mode)) return EntryKind::kFile;
+  if (S_ISDIR(target.st_mode)) {
+    return S_ISLNK(entry.st_mode) ? EntryKind::kFolderLink : EntryKind::kFolder;
+  }
+  return EntryKind::kOther;
+}
+
+// "Name:" at the start of a line, as a header field begins; blanks may stand before the colon.
+bool LooksLikeField(std::string_view line) {
+  size_t end = 0;
+  while (end < line.size() && line[end] > ' ' && line[end] < 0x7F && line[end] != ':') ++end;
+  if (end == 0) return false;
+  while (end < line.size() && (line[end] == ' ' || line[end] == '\t')) ++end;
+  return end < line.size() && line[end] == ':';
+}
+
+}  // namespace
+
+std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems) {
+  std::vector<FolderEntry> entries;
+  DIR* folder = opendir(path.c_str());
+  if (!folder) {
+    problems.push_back({path, std::string("the folder cannot be read: ") + std::strerror(errno)});
+    return entries;
+  }
+  while (const dirent* entry = readdir(folder)) {
+    const std::string_view name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    entries.push_back({std::string(name), EntryKind::kOther, 0});
+  }
+  closedir(folder);
+  std::sort(entries.begin(), entries.end(),
+            [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
+  for (FolderEntry& entry : entries) entry.kind = KindOf(path + "/" + entry.name, entry.size);
+  return entries;
+}
+
+std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length) {
+  // Without O_NONBLOCK a pipe that took the file's place would stop us here.
+  const platform::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file) throw SourceError(std::string("cannot be read: ") + std::strerror(errno));
+  struct stat status;
+  if (fstat(file.Get(), &status) != 0) throw SourceError("cannot be read");
+  if (!S_ISREG(status.st_mode)) throw SourceError("is no regular file");
+  const auto size = static_cast<std::uint64_t>(status.st_size);
+  length = offset < size ? std::min(length, size - offset) : 0;
+  std::string bytes(length, '\0');
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t got = pread(file.Get(), bytes.data() + done, bytes.size() - done,
+                              static_cast<off_t>(offset + done));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw SourceError(std::string("cannot be read: ") + std::strerror(errno));
+    if (got == 0) throw SourceError("became shorter while it was read");
+    done += static_cast<size_t>(got);
+  }
+  return bytes;
+}
+
+std::string ReadWholeFile(const std::string& path) {
+  return ReadFileRange(path, 0, std::numeric_limits<std::uint64_t>::max());
+}
+
+bool EndsWithNoCase(std::string_view name, std::string_view suffix) {
+  if (name.size() < suffix.size()) return false;
+  const std::string_view end = name.substr(name.size() - suffix.size());
+  return std::equal(end.begin(), end.end(), suffix.begin(),
+                    [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; });
+}
+
+void RequireMail(std::string_view bytes) {
+  if (bytes.empty()) throw SourceError("the file is empty");
+  bool any = false;
+  while (!bytes.empty()) {
+    const size_t end = bytes.find_first_of("\r\n");
+    const std::string_view line = bytes.substr(0, end);
+    if (LooksLikeField(line)) return;
+    if (line.empty() && any) break;
+    if (!line.empty()) any = true;
+    if (end == std::string_view::npos) break;
+    const bool crLf = bytes.substr(end, 2) == "\r\n";
+    bytes.remove_prefix(end + (crLf ? 2 : 1));
+  }
+  throw SourceError("is no mail: no header field stands at its beginning");
+}
+
+}  // namespace client
