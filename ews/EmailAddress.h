@@ -16,9 +16,12 @@ class EmailAddress {
  public:
   EmailAddress() = default;
   explicit EmailAddress(const CString& strText);
+  EmailAddress(CString strName, CString strAddress)  // as they are
+      : m_strName(std::move(strName)), m_strAddress(std::move(strAddress)) {}
 
   const CString& Name() const { return m_strName; }
   const CString& Address() const { return m_strAddress; }
+  bool IsBlank() const;  // no address, or white space alone
 
  private:
   CString m_strName;
@@ -41,10 +44,10 @@ class EmailAddressCollection {
 // The people asked to a meeting.
 class AttendeeCollection : public EmailAddressCollection {};
 
-// Writes one Mailbox element; nothing for an address that is blank, which the server would refuse
-// the whole item for.
-void WriteMailbox(SoapWriter& objWriter, const EmailAddress& objAddress);
-// Writes the element with its mailboxes; nothing for an empty collection.
+// Each writes the element with its mailboxes. A blank address is left out, since the server would
+// refuse the whole item for it; where nothing remains, there is no element.
+void WriteSender(SoapWriter& objWriter, std::string_view strElement,
+                 const EmailAddress& objAddress);
 void WriteMailboxes(SoapWriter& objWriter, std::string_view strElement,
                     const EmailAddressCollection& objAddresses);
 

@@ -11,6 +11,7 @@ namespace ews {
 // stands.
 class ServiceException : public std::runtime_error {
  public:
+  explicit ServiceException(const char* pszMessage) : std::runtime_error(pszMessage) {}
   explicit ServiceException(const std::string& strMessage) : std::runtime_error(strMessage) {}
   explicit ServiceException(const CString& strMessage) : std::runtime_error(strMessage.ToUtf8()) {}
 };
@@ -26,5 +27,14 @@ class ServiceResponseException : public ServiceException {
  private:
   std::string m_strCode;
 };
+
+// The library's own texts that more than one class raises.
+inline constexpr const char* kNoService =
+    "There is no connection to the mailbox server: no logon has succeeded yet.";
+inline constexpr const char* kNoAnswer =
+    "The request failed. The server's answer holds nothing for it.";
+inline constexpr const char* kHasId =
+    "This operation can't be performed because this service object already has an ID. To update "
+    "this service object, use the Update() method instead.";
 
 }  // namespace ews

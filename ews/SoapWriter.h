@@ -43,7 +43,7 @@ class SoapWriter {
  private:
   void CloseTag();
   void Flush();
-  void Escape(std::u16string_view strValue, std::string_view strName, bool bAttribute);
+  void Escape(std::u16string_view strValue, bool bAttribute);
 
   RequestBody m_objBody;
   std::string m_strText;               // not yet in m_objBody

@@ -23,7 +23,7 @@ struct Url {
 std::optional<Url> ParseUrl(std::string_view strUrl);
 // The address that a Location header means, seen from strBase; empty if it is none.
 std::string ResolveUrl(std::string_view strBase, std::string_view strLocation);
-// The host for a message, or the whole text if it is no address.
+// The host for a message; never a password that stands in the address.
 std::string HostForMessage(std::string_view strUrl);
 // Percent-encodes all but letters, digits and -._~
 std::string UrlEscape(std::string_view strText);

@@ -1,0 +1,136 @@
+#include "ews/Connection.h"
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "ews/EwsTransport.h"
+#include "ews/RequestBody.h"
+#include "ews/ServiceException.h"
+#include "ews/Settings.h"
+#include "ews/Url.h"
+#include "platform/Files.h"
+
+namespace ConnectionDLL {
+namespace {
+
+constexpr std::chrono::minutes kLeastLifetime{5};
+constexpr long long kMaxLifetimeSeconds = 7 * 24 * 3600;
+
+struct Token {
+  std::string strToken;
+  std::chrono::steady_clock::time_point nExpires;
+};
+
+// Tokens of the process by the request that brought them.
+std::map<std::string, Token>& Cache() {
+  static std::map<std::string, Token> mapTokens;
+  return mapTokens;
+}
+
+struct TokenRequest {
+  std::string strUrl;
+  std::string strForm;
+};
+
+TokenRequest MakeRequest(const CString& strTenantId, const CString& strClientId,
+                         const CString& strClientSecret) {
+  const std::string strEndpoint = ews::Settings().TokenRouteUrl().ToUtf8();
+  const auto objEndpoint = ews::ParseUrl(strEndpoint);
+  if (!objEndpoint) throw ews::ServiceException("The endpoint is no http or https address.");
+  std::string strAuthority = ews::Settings().strAuthorityUrl.ToUtf8();
+  while (strAuthority.ends_with('/')) strAuthority.pop_back();
+  return {strAuthority + "/" + ews::UrlEscape(strTenantId.ToUtf8()) + "/oauth2/v2.0/token",
+          "client_id=" + ews::UrlEscape(strClientId.ToUtf8()) + "&client_secret=" +
+              ews::UrlEscape(strClientSecret.ToUtf8()) + "&grant_type=client_credentials&scope=" +
+              ews::UrlEscape(objEndpoint->Origin() + "/.default")};
+}
+
+ews::HttpResponse Ask(const TokenRequest& objToken) {
+  ews::RequestBody objBody(objToken.strForm);
+  ews::HttpRequest objRequest;
+  objRequest.strUrl = objToken.strUrl;
+  objRequest.arrHeaders = {{"Content-Type", "application/x-www-form-urlencoded"},
+                           {"Accept", "application/json"}};
+  objRequest.bSecretBody = true;
+  objRequest.pBody = &objBody;
+  const auto objOwn = ews::ParseUrl(objToken.strUrl);
+  return ews::SendFollowingRedirects(ews::Transport(), std::move(objRequest),
+                                     [&](const std::string& strTo) {
+                                       const auto objTo = ews::ParseUrl(strTo);
+                                       return objOwn && objTo && objOwn->SameOrigin(*objTo);
+                                     });
+}
+
+std::string TextOf(const nlohmann::json& objJson, const char* pszKey) {
+  const auto it = objJson.find(pszKey);
+  return it != objJson.end() && it->is_string() ? it->get<std::string>() : std::string();
+}
+
+Token ReadAnswer(const TokenRequest& objRequest, const ews::HttpResponse& objResponse) {
+  const auto objJson =
+      nlohmann::json::parse(objResponse.strBody, nullptr, /*allow_exceptions=*/false);
+  if (objJson.is_object()) {
+    const std::string strToken = TextOf(objJson, "access_token");
+    if (objResponse.nStatus == 200 && !strToken.empty()) {
+      const auto it = objJson.find("expires_in");
+      const long long nSeconds = it != objJson.end() && it->is_number() ? it->get<long long>() : 0;
+      return {strToken, ews::Transport().Now() +
+                            std::chrono::seconds(std::clamp(nSeconds, 0LL, kMaxLifetimeSeconds))};
+    }
+    std::string strReason = TextOf(objJson, "error_description");
+    if (strReason.empty()) strReason = TextOf(objJson, "error");
+    if (!strReason.empty()) throw ews::ServiceException(strReason);
+  }
+  if (objResponse.nStatus == 200) {
+    throw ews::ServiceException("The request failed. The answer of the server " +
+                                ews::HostForMessage(objRequest.strUrl) + " holds no token.");
+  }
+  throw ews::ServiceException(ews::HttpFailureText(objRequest.strUrl, objResponse));
+}
+
+std::string GetToken(const CString& strTenantId, const CString& strClientId,
+                     const CString& strClientSecret) {
+  const TokenRequest objRequest = MakeRequest(strTenantId, strClientId, strClientSecret);
+  const std::string strKey = objRequest.strUrl + "\n" + objRequest.strForm;
+  if (ews::Settings().bTokenCache) {
+    const auto it = Cache().find(strKey);
+    if (it != Cache().end() && it->second.nExpires - ews::Transport().Now() > kLeastLifetime) {
+      return it->second.strToken;
+    }
+  }
+  Token objToken = ReadAnswer(objRequest, Ask(objRequest));
+  if (ews::Settings().bTokenCache) Cache()[strKey] = objToken;
+  return objToken.strToken;
+}
+
+void WriteEmptyList(const CString& strOutputFile) {
+  (void)platform::File::Open(strOutputFile, platform::OpenMode::kCreate);
+}
+
+}  // namespace
+
+CString Connection::GetAccessToken(CString& strTenantId, CString& strClientId,
+                                   CString& strClientSecret, CString& strError) {
+  try {
+    return CString::FromUtf8(GetToken(strTenantId, strClientId, strClientSecret));
+  } catch (const std::exception& e) {
+    strError = CString::FromUtf8(e.what());
+  } catch (...) {  // nothing may pass: the caller has no handler
+    strError = u"The request failed.";
+  }
+  return {};
+}
+
+void Connection::GetOneDriveUsers(CString&, CString&, CString&, CString& strOutputFile) {
+  WriteEmptyList(strOutputFile);
+}
+
+void Connection::GetUnifiedGroupList(CString&, CString&, CString&, CString& strOutputFile) {
+  WriteEmptyList(strOutputFile);
+}
+
+}  // namespace ConnectionDLL

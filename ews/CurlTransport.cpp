@@ -1,0 +1,225 @@
+#include "ews/CurlTransport.h"
+
+#include <algorithm>
+#include <exception>
+
+#include <curl/curl.h>
+
+#include "ews/RequestBody.h"
+#include "ews/ServiceException.h"
+#include "ews/ServicePointManager.h"
+#include "ews/Settings.h"
+#include "ews/Url.h"
+#include "platform/Paths.h"
+
+namespace ews {
+namespace {
+
+constexpr long kMaxConnectMs = 30000;           // for the connection alone, within the time-out
+constexpr long kUploadBufferBytes = 512 << 10;  // fewer, larger reads from the body
+
+struct EasyDeleter {
+  void operator()(CURL* p) const { curl_easy_cleanup(p); }
+};
+
+class HeaderList {
+ public:
+  HeaderList() = default;
+  ~HeaderList() { curl_slist_free_all(m_pList); }
+  HeaderList(const HeaderList&) = delete;
+  HeaderList& operator=(const HeaderList&) = delete;
+  void Add(const std::string& strLine) {
+    if (curl_slist* pList = curl_slist_append(m_pList, strLine.c_str())) m_pList = pList;
+  }
+  curl_slist* Get() const { return m_pList; }
+
+ private:
+  curl_slist* m_pList = nullptr;
+};
+
+// What the callbacks work on. An exception must not cross the C library: it is kept here.
+struct Transfer {
+  RequestBody* pBody = nullptr;
+  HttpResponse objResponse;
+  bool bTooLarge = false;
+  std::exception_ptr pFailure;
+};
+
+size_t OnRead(char* pBuffer, size_t nSize, size_t nCount, void* pUser) {
+  auto& objTransfer = *static_cast<Transfer*>(pUser);
+  try {
+    return objTransfer.pBody->Read({pBuffer, nSize * nCount});
+  } catch (...) {
+    objTransfer.pFailure = std::current_exception();
+    return CURL_READFUNC_ABORT;
+  }
+}
+
+// Called when a kept connection turns out to be dead and the request starts over on a new one.
+int OnSeek(void* pUser, curl_off_t nOffset, int nOrigin) {
+  if (nOffset != 0 || nOrigin != SEEK_SET) return CURL_SEEKFUNC_CANTSEEK;
+  static_cast<Transfer*>(pUser)->pBody->Rewind();
+  return CURL_SEEKFUNC_OK;
+}
+
+size_t OnWrite(char* pData, size_t nSize, size_t nCount, void* pUser) {
+  auto& objTransfer = *static_cast<Transfer*>(pUser);
+  const size_t n = nSize * nCount;
+  std::string& strBody = objTransfer.objResponse.strBody;
+  if (n > kMaxResponseBytes - strBody.size()) {
+    objTransfer.bTooLarge = true;
+    return 0;
+  }
+  try {
+    strBody.append(pData, n);
+  } catch (...) {
+    objTransfer.pFailure = std::current_exception();
+    return 0;
+  }
+  return n;
+}
+
+size_t OnHeader(char* pData, size_t nSize, size_t nCount, void* pUser) {
+  auto& objTransfer = *static_cast<Transfer*>(pUser);
+  const size_t n = nSize * nCount;
+  try {
+    std::string_view strLine(pData, n);
+    while (!strLine.empty() && (strLine.back() == '\r' || strLine.back() == '\n')) {
+      strLine.remove_suffix(1);
+    }
+    const size_t nColon = strLine.find(':');
+    if (strLine.starts_with("HTTP/")) {
+      objTransfer.objResponse.arrHeaders.clear();  // a new answer begins
+    } else if (nColon != std::string_view::npos) {
+      std::string_view strValue = strLine.substr(nColon + 1);
+      while (!strValue.empty() && strValue.front() == ' ') strValue.remove_prefix(1);
+      objTransfer.objResponse.arrHeaders.emplace_back(strLine.substr(0, nColon), strValue);
+    }
+  } catch (...) {
+    objTransfer.pFailure = std::current_exception();
+    return 0;
+  }
+  return n;
+}
+
+bool HasControls(std::string_view str) {
+  return std::any_of(str.begin(), str.end(),
+                     [](char ch) { return static_cast<unsigned char>(ch) < 0x20 || ch == 0x7F; });
+}
+
+void AddHeader(HeaderList& objList, const std::string& strName, const std::string& strValue) {
+  if (HasControls(strName) || HasControls(strValue)) {
+    throw ServiceException("The request failed. The header '" + strName +
+                           "' holds a character that may not stand there.");
+  }
+  objList.Add(strName + (strValue.empty() ? ";" : ": " + strValue));
+}
+
+// Not verifying: TLS 1.0 and up at OpenSSL's lowest security level, any certificate. Verifying:
+// TLS 1.2 and up.
+void SetTls(CURL* pCurl) {
+  const bool bAcceptAll = ServicePointManager::AcceptsEveryCertificate();
+  curl_easy_setopt(pCurl, CURLOPT_SSL_VERIFYPEER, bAcceptAll ? 0L : 1L);
+  curl_easy_setopt(pCurl, CURLOPT_SSL_VERIFYHOST, bAcceptAll ? 0L : 2L);
+  if (bAcceptAll) {
+    curl_easy_setopt(pCurl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_0));
+    curl_easy_setopt(pCurl, CURLOPT_SSL_CIPHER_LIST, "ALL:!aNULL:!eNULL@SECLEVEL=0");
+    return;
+  }
+  curl_easy_setopt(pCurl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+  const std::string strCaFile = platform::ResolvePath(Settings().strCaFile);
+  if (!strCaFile.empty()) curl_easy_setopt(pCurl, CURLOPT_CAINFO, strCaFile.c_str());
+}
+
+void SetBody(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfer) {
+  if (!objRequest.pBody) {
+    curl_easy_setopt(pCurl, CURLOPT_HTTPGET, 1L);
+    return;
+  }
+  curl_easy_setopt(pCurl, CURLOPT_POST, 1L);
+  curl_easy_setopt(pCurl, CURLOPT_POSTFIELDSIZE_LARGE,
+                   static_cast<curl_off_t>(objRequest.pBody->Length()));
+  curl_easy_setopt(pCurl, CURLOPT_READFUNCTION, &OnRead);
+  curl_easy_setopt(pCurl, CURLOPT_READDATA, &objTransfer);
+  curl_easy_setopt(pCurl, CURLOPT_SEEKFUNCTION, &OnSeek);
+  curl_easy_setopt(pCurl, CURLOPT_SEEKDATA, &objTransfer);
+}
+
+void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfer) {
+  const long nTimeout = static_cast<long>(std::max<long long>(objRequest.nTimeout.count(), 1));
+  curl_easy_setopt(pCurl, CURLOPT_URL, objRequest.strUrl.c_str());
+  curl_easy_setopt(pCurl, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(pCurl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  curl_easy_setopt(pCurl, CURLOPT_PROXY, "");  // no environment variable decides the way
+  curl_easy_setopt(pCurl, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(pCurl, CURLOPT_TIMEOUT_MS, nTimeout);
+  curl_easy_setopt(pCurl, CURLOPT_CONNECTTIMEOUT_MS, std::min(nTimeout, kMaxConnectMs));
+  curl_easy_setopt(pCurl, CURLOPT_TCP_KEEPALIVE, 1L);
+  curl_easy_setopt(pCurl, CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferBytes);
+  curl_easy_setopt(pCurl, CURLOPT_ACCEPT_ENCODING, "gzip,deflate");
+  curl_easy_setopt(pCurl, CURLOPT_WRITEFUNCTION, &OnWrite);
+  curl_easy_setopt(pCurl, CURLOPT_WRITEDATA, &objTransfer);
+  curl_easy_setopt(pCurl, CURLOPT_HEADERFUNCTION, &OnHeader);
+  curl_easy_setopt(pCurl, CURLOPT_HEADERDATA, &objTransfer);
+  SetTls(pCurl);
+  SetBody(pCurl, objRequest, objTransfer);
+}
+
+std::string NetworkFailureText(CURLcode eCode, const char* pszDetail, const HttpRequest& objRequest,
+                               const Transfer& objTransfer) {
+  const std::string strHost = HostForMessage(objRequest.strUrl);
+  if (objTransfer.bTooLarge)
+    return "The request failed. The answer of " + strHost + " is too large.";
+  if (eCode == CURLE_OPERATION_TIMEDOUT) {
+    return "The request failed. The server " + strHost + " did not answer within the time-out of " +
+           std::to_string(objRequest.nTimeout.count()) + " ms.";
+  }
+  const std::string strDetail = *pszDetail ? pszDetail : curl_easy_strerror(eCode);
+  return "The request failed. The connection to " + strHost + " failed: " + strDetail + ".";
+}
+
+}  // namespace
+
+struct CurlTransport::Impl {
+  std::unique_ptr<CURL, EasyDeleter> pCurl;
+};
+
+CurlTransport::CurlTransport() : m_pImpl(std::make_unique<Impl>()) {
+  curl_global_init(CURL_GLOBAL_DEFAULT);
+  m_pImpl->pCurl.reset(curl_easy_init());
+}
+
+CurlTransport::~CurlTransport() = default;
+
+HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
+  CURL* pCurl = m_pImpl->pCurl.get();
+  if (!pCurl) throw ServiceException("The request failed. The HTTP library did not start.");
+  Transfer objTransfer;
+  objTransfer.pBody = objRequest.pBody;
+  HeaderList objHeaders;
+  for (const auto& [strName, strValue] : objRequest.arrHeaders) {
+    AddHeader(objHeaders, strName, strValue);
+  }
+  if (!objRequest.objCredentials.IsEmpty()) {
+    AddHeader(objHeaders, "Authorization", objRequest.objCredentials.HeaderValue());
+  }
+  objHeaders.Add("Expect:");  // no wait for "100 Continue"
+  char szDetail[CURL_ERROR_SIZE] = "";
+  curl_easy_reset(pCurl);  // keeps the connections
+  SetOptions(pCurl, objRequest, objTransfer);
+  curl_easy_setopt(pCurl, CURLOPT_HTTPHEADER, objHeaders.Get());
+  curl_easy_setopt(pCurl, CURLOPT_ERRORBUFFER, szDetail);
+
+  const CURLcode eCode = curl_easy_perform(pCurl);
+  long nStatus = 0;
+  curl_easy_getinfo(pCurl, CURLINFO_RESPONSE_CODE, &nStatus);
+  curl_easy_reset(pCurl);  // drops the pointers into this call
+  if (objTransfer.pFailure) std::rethrow_exception(objTransfer.pFailure);
+  if (eCode != CURLE_OK) {
+    throw ServiceException(NetworkFailureText(eCode, szDetail, objRequest, objTransfer));
+  }
+  objTransfer.objResponse.nStatus = static_cast<int>(nStatus);
+  return std::move(objTransfer.objResponse);
+}
+
+}  // namespace ews

@@ -1,0 +1,120 @@
+#include "ews/EwsTransport.h"
+
+#include <algorithm>
+#include <array>
+#include <thread>
+
+#include "ews/CurlTransport.h"
+#include "ews/RequestBody.h"
+#include "ews/ServiceException.h"
+#include "ews/Url.h"
+
+namespace ews {
+namespace {
+
+EwsTransport* g_pScoped = nullptr;
+
+struct StatusText {
+  int nStatus;
+  std::string_view strText;
+};
+
+constexpr std::array<StatusText, 10> kStatusTexts{{
+    {400, "Bad Request"},
+    {401, "Unauthorized: the user name, the password or the token was refused"},
+    {403, "Forbidden: this user may not do that"},
+    {404, "Not Found: there is no mailbox service at this address"},
+    {407, "Proxy Authentication Required"},
+    {413, "Content Too Large"},
+    {429, "Too Many Requests: the server is throttling"},
+    {500, "Internal Server Error"},
+    {502, "Bad Gateway"},
+    {503, "Service Unavailable"},
+}};
+
+bool IsRedirect(int nStatus) {
+  return nStatus == 301 || nStatus == 302 || nStatus == 303 || nStatus == 307 || nStatus == 308;
+}
+
+bool CarriesSecret(const HttpRequest& objRequest) {
+  return objRequest.bSecretBody || !objRequest.objCredentials.IsEmpty();
+}
+
+}  // namespace
+
+std::string HttpResponse::Header(std::string_view strName) const {
+  for (const auto& [strKey, strValue] : arrHeaders) {
+    if (EqualHost(strKey, strName)) return strValue;
+  }
+  return {};
+}
+
+HttpResponse EwsTransport::Send(const HttpRequest& objRequest) {
+  const auto objUrl = ParseUrl(objRequest.strUrl);
+  if (!objUrl) {
+    throw ServiceException("The request failed. The server's address is no http or https address.");
+  }
+  if (CarriesSecret(objRequest) && !objUrl->IsHttps() && !objUrl->IsLoopback()) {
+    throw ServiceException("The request failed. Credentials do not travel unencrypted: " +
+                           objUrl->strHost + " is asked by plain http.");
+  }
+  if (objRequest.pBody) objRequest.pBody->Rewind();
+  return DoSend(objRequest);
+}
+
+std::chrono::steady_clock::time_point EwsTransport::Now() {
+  return std::chrono::steady_clock::now();
+}
+
+void EwsTransport::Wait(std::chrono::milliseconds nTime) { std::this_thread::sleep_for(nTime); }
+
+EwsTransport& Transport() {
+  if (g_pScoped) return *g_pScoped;
+  static CurlTransport objTransport;
+  return objTransport;
+}
+
+ScopedTransport::ScopedTransport(EwsTransport& objTransport)
+    : m_pPrevious(std::exchange(g_pScoped, &objTransport)) {}
+
+ScopedTransport::~ScopedTransport() { g_pScoped = m_pPrevious; }
+
+HttpResponse SendFollowingRedirects(EwsTransport& objTransport, HttpRequest objRequest,
+                                    const std::function<bool(const std::string&)>& fnTrusted) {
+  const auto nEnd = objTransport.Now() + objRequest.nTimeout;
+  for (int nHops = 0;; ++nHops) {
+    HttpResponse objResponse = objTransport.Send(objRequest);
+    if (!IsRedirect(objResponse.nStatus)) return objResponse;
+    const std::string strHost = HostForMessage(objRequest.strUrl);
+    if (nHops == kMaxRedirects) {
+      throw ServiceException("The request failed. " + strHost + " redirects without end.");
+    }
+    const std::string strTarget = ResolveUrl(objRequest.strUrl, objResponse.Header("Location"));
+    if (strTarget.empty()) {
+      throw ServiceException("The request failed. " + strHost + " redirects to no address.");
+    }
+    if (!fnTrusted(strTarget)) {
+      if (objRequest.bSecretBody) {
+        throw ServiceException("The request failed. " + strHost + " redirects to " +
+                               HostForMessage(strTarget) + ", which is not trusted.");
+      }
+      objRequest.objCredentials = {};
+    }
+    objRequest.strUrl = strTarget;
+    const auto nLeft =
+        std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - objTransport.Now());
+    objRequest.nTimeout = std::max(nLeft, std::chrono::milliseconds(1));
+  }
+}
+
+std::string HttpFailureText(const std::string& strUrl, const HttpResponse& objResponse) {
+  const auto it =
+      std::find_if(kStatusTexts.begin(), kStatusTexts.end(),
+                   [&](const StatusText& objRow) { return objRow.nStatus == objResponse.nStatus; });
+  std::string strText = "The request failed. The server " + HostForMessage(strUrl) +
+                        " answered HTTP " + std::to_string(objResponse.nStatus);
+  if (it != kStatusTexts.end()) strText += " (" + std::string(it->strText) + ")";
+  return strText + ".";
+}
+
+}  // namespace ews

@@ -1,0 +1,89 @@
+#include "ews/FolderNameTable.h"
+
+#include <algorithm>
+#include <array>
+
+#include "platform/Unicode.h"
+
+namespace {
+
+struct NamePair {
+  std::u16string_view strName;
+  std::u16string_view strMeans;
+};
+
+constexpr std::array<NamePair, 12> kTargetNames{{
+    {u"($Inbox)", u"Inbox"},
+    {u"($All)", u"All"},
+    {u"($Sent)", u"Sent"},
+    {u"($Trash)", u"Trash"},
+    {u"My Contacts", u"My Contacts"},
+    {u"($Alarms)", u"Alarms"},
+    {u"($JunkMail)", u"Junk Mails"},
+    {u"($Drafts)", u"Drafts"},
+    {u"($Meetings)", u"Calendar"},
+    {u"($ToDo)", u"To Do"},
+    {u"($Journal)", u"Journals"},
+    {u"($Follow-Up)", u"Follow Up"},
+}};
+
+constexpr std::array<NamePair, 11> kClassesByName{{
+    {u"By Diary Date", u"IPF.Jornal"},  // sic
+    {u"($Inbox)", kClassNote},
+    {u"($Sent)", kClassNote},
+    {u"($Trash)", kClassNote},
+    {u"Contacts", kClassContact},
+    {u"($Alarms)", kClassAppointment},
+    {u"($Calendar)", kClassAppointment},
+    {u"($Meetings)", kClassAppointment},
+    {u"($JunkMail)", kClassNote},
+    {u"($Drafts)", kClassNote},
+    {u"($ToDo)", kClassTask},
+}};
+
+constexpr std::array<NamePair, 3> kClassesByUpperName{{
+    {u"CONTACTS", kClassContact},
+    {u"TASKS", kClassTask},
+    {u"CALENDAR", kClassAppointment},
+}};
+
+struct TypeClass {
+  int nType;
+  std::u16string_view strClass;
+};
+
+constexpr std::array<TypeClass, 7> kClassesByType{{
+    {2, kClassTask},
+    {7, kClassTask},
+    {13, kClassTask},
+    {4, kClassAppointment},
+    {6, kClassAppointment},
+    {3, kClassContact},
+    {14, kClassContact},
+}};
+
+template <size_t kCount>
+std::u16string_view Look(const std::array<NamePair, kCount>& arrTable, std::u16string_view strName,
+                         std::u16string_view strOtherwise) {
+  const auto it = std::find_if(arrTable.begin(), arrTable.end(),
+                               [&](const NamePair& objRow) { return objRow.strName == strName; });
+  return it == arrTable.end() ? strOtherwise : it->strMeans;
+}
+
+}  // namespace
+
+std::u16string_view TargetFolderName(std::u16string_view strSourceName) {
+  return Look(kTargetNames, strSourceName, strSourceName);
+}
+
+std::u16string_view FolderClassByName(std::u16string_view strSourceName) {
+  return Look(kClassesByName, strSourceName, kClassNote);
+}
+
+std::u16string_view FolderClassByNameAndType(std::u16string_view strName, int nType) {
+  const auto strByName = Look(kClassesByUpperName, platform::UpperUnits(strName), {});
+  if (!strByName.empty()) return strByName;
+  const auto it = std::find_if(kClassesByType.begin(), kClassesByType.end(),
+                               [&](const TypeClass& objRow) { return objRow.nType == nType; });
+  return it == kClassesByType.end() ? kClassNote : it->strClass;
+}

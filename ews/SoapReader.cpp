@@ -1,0 +1,142 @@
+#include "ews/SoapReader.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "ews/XmlNames.h"
+
+namespace ews {
+namespace {
+
+std::string FullText(pugi::xml_node objNode) {
+  std::string strText;
+  for (const pugi::xml_node objChild : objNode.children()) {
+    if (objChild.type() == pugi::node_pcdata || objChild.type() == pugi::node_cdata) {
+      strText += objChild.value();
+    }
+  }
+  return strText;
+}
+
+std::optional<long long> ReadNumber(std::string_view strText) {
+  long long nValue = 0;
+  const auto [pEnd, eError] =
+      std::from_chars(strText.data(), strText.data() + strText.size(), nValue);
+  if (eError != std::errc() || pEnd != strText.data() + strText.size()) return std::nullopt;
+  return nValue;
+}
+
+// <t:MessageXml><t:Value Name="BackOffMilliseconds">297749</t:Value></t:MessageXml>
+std::optional<std::chrono::milliseconds> ReadBackOff(pugi::xml_node objMessageXml) {
+  for (const pugi::xml_node objValue : objMessageXml.children()) {
+    if (LocalName(objValue) != "Value") continue;
+    if (std::string_view(objValue.attribute("Name").value()) != "BackOffMilliseconds") continue;
+    const auto nValue = ReadNumber(FullText(objValue));
+    if (!nValue || *nValue < 0) return std::nullopt;
+    return std::chrono::milliseconds(std::min<long long>(*nValue, kMaxBackOff.count()));
+  }
+  return std::nullopt;
+}
+
+SoapFault ReadFault(pugi::xml_node objFault) {
+  SoapFault objResult;
+  objResult.strText = FullText(Child(objFault, "faultstring"));
+  const pugi::xml_node objDetail = Child(objFault, "detail");
+  objResult.strCode = FullText(Child(objDetail, "ResponseCode"));
+  if (objResult.strCode.empty()) {
+    const std::string strCode = FullText(Child(objFault, "faultcode"));
+    objResult.strCode = strCode.substr(strCode.find(':') + 1);
+  }
+  if (objResult.strText.empty()) objResult.strText = FullText(Child(objDetail, "Message"));
+  if (objResult.strText.empty()) objResult.strText = objResult.strCode;
+  objResult.nBackOff = ReadBackOff(Child(objDetail, "MessageXml"));
+  return objResult;
+}
+
+FolderRecord ReadFolder(pugi::xml_node objFolder) {
+  FolderRecord objRecord;
+  objRecord.strElement = LocalName(objFolder);
+  objRecord.strId = Child(objFolder, "FolderId").attribute("Id").value();
+  objRecord.strDisplayName = FullText(Child(objFolder, "DisplayName"));
+  return objRecord;
+}
+
+void ReadAttachmentIds(pugi::xml_node objAttachments, std::vector<std::string>& arrIds) {
+  for (const pugi::xml_node objAttachment : objAttachments.children()) {
+    const pugi::xml_node objId = Child(objAttachment, "AttachmentId");
+    if (objId) arrIds.emplace_back(objId.attribute("Id").value());
+  }
+}
+
+ItemRecord ReadItem(pugi::xml_node objItem) {
+  ItemRecord objRecord;
+  objRecord.strElement = LocalName(objItem);
+  const pugi::xml_node objId = Child(objItem, "ItemId");
+  objRecord.strId = objId.attribute("Id").value();
+  objRecord.strChangeKey = objId.attribute("ChangeKey").value();
+  const pugi::xml_node objAttachments = Child(objItem, "Attachments");
+  objRecord.bAttachments = !objAttachments.empty();
+  ReadAttachmentIds(objAttachments, objRecord.arrAttachmentIds);
+  objRecord.strImportance = FullText(Child(objItem, "Importance"));
+  const pugi::xml_node objMailbox = Child(Child(objItem, "From"), "Mailbox");
+  objRecord.strFromName = FullText(Child(objMailbox, "Name"));
+  objRecord.strFromAddress = FullText(Child(objMailbox, "EmailAddress"));
+  if (const pugi::xml_node objRead = Child(objItem, "IsRead")) {
+    const std::string strRead = FullText(objRead);
+    objRecord.bRead = strRead == "true" || strRead == "1";
+  }
+  return objRecord;
+}
+
+void ReadFolders(pugi::xml_node objParent, ResponseMessage& objMessage) {
+  for (const pugi::xml_node objFolder : Child(objParent, "Folders").children()) {
+    if (objFolder.type() == pugi::node_element) {
+      objMessage.arrFolders.push_back(ReadFolder(objFolder));
+    }
+  }
+}
+
+ResponseMessage ReadMessage(pugi::xml_node objNode) {
+  ResponseMessage objMessage;
+  objMessage.strElement = LocalName(objNode);
+  objMessage.bError = std::string_view(objNode.attribute("ResponseClass").value()) == "Error";
+  objMessage.strText = FullText(Child(objNode, "MessageText"));
+  objMessage.strCode = FullText(Child(objNode, "ResponseCode"));
+  objMessage.nBackOff = ReadBackOff(Child(objNode, "MessageXml"));
+  if (const pugi::xml_node objRoot = Child(objNode, "RootFolder")) {
+    const auto nTotal = ReadNumber(objRoot.attribute("TotalItemsInView").value());
+    objMessage.nTotalItemsInView =
+        static_cast<int>(std::clamp(nTotal.value_or(0), 0LL, 2147483647LL));
+    ReadFolders(objRoot, objMessage);
+  }
+  ReadFolders(objNode, objMessage);
+  for (const pugi::xml_node objItem : Child(objNode, "Items").children()) {
+    if (objItem.type() == pugi::node_element) objMessage.arrItems.push_back(ReadItem(objItem));
+  }
+  ReadAttachmentIds(Child(objNode, "Attachments"), objMessage.arrAttachmentIds);
+  return objMessage;
+}
+
+}  // namespace
+
+std::optional<SoapResponse> ReadSoapResponse(std::string_view strXml) {
+  pugi::xml_document objDocument;
+  if (!LoadXml(objDocument, strXml)) return std::nullopt;
+  const pugi::xml_node objBody = Child(Child(objDocument, "Envelope"), "Body");
+  if (!objBody) return std::nullopt;
+  SoapResponse objResponse;
+  if (const pugi::xml_node objFault = Child(objBody, "Fault")) {
+    objResponse.objFault = ReadFault(objFault);
+    return objResponse;
+  }
+  for (const pugi::xml_node objAnswer : objBody.children()) {
+    for (const pugi::xml_node objNode : Child(objAnswer, "ResponseMessages").children()) {
+      if (objNode.type() == pugi::node_element) {
+        objResponse.arrMessages.push_back(ReadMessage(objNode));
+      }
+    }
+  }
+  return objResponse;
+}
+
+}  // namespace ews

@@ -1,0 +1,161 @@
+#include "ews/CWebAccessHandler.h"
+#include "ews/FolderNameTable.h"
+#include "ews/ServiceException.h"
+#include "ews/Settings.h"
+
+// The folder half of CWebAccessHandler: a path of the source's names becomes a folder of the
+// target.
+//
+//   "($Inbox)\Projects\"   two levels: "Inbox", which exists, and "Projects", made below it
+//   "($Inbox)\Projects"    one level: what no backslash closes does not count
+//
+// A folder that cannot be made becomes the absent folder, and so does all that lies below it; the
+// next item's save tells of it.
+
+namespace {
+
+// kept: one page of ten, whatever there is; a folder behind ten others that hold its name is not
+// found.
+constexpr int kPageSize = 10;
+
+ews::FolderId AbsentFolder() { return ews::FolderId(CString(kAbsentFolder)); }
+
+std::optional<ews::FolderId> FirstOfName(const ews::FindFoldersResults& objFound, CString strName) {
+  strName.MakeUpper();
+  for (const ews::Folder& objFolder : objFound.Folders()) {
+    CString strFound = objFolder.DisplayName();
+    if (strFound.MakeUpper() == strName) return objFolder.Id();
+  }
+  return std::nullopt;
+}
+
+std::unique_ptr<ews::Folder> NewFolder(const std::shared_ptr<ews::ExchangeService>& pService,
+                                       const CString& strClass) {
+  if (strClass == kClassAppointment) return std::make_unique<ews::CalendarFolder>(pService);
+  if (strClass == kClassTask) return std::make_unique<ews::TasksFolder>(pService);
+  if (strClass == kClassContact) return std::make_unique<ews::ContactsFolder>(pService);
+  return std::make_unique<ews::Folder>(pService);
+}
+
+}  // namespace
+
+int CWebAccessHandler::getTotCountSlash(const CString& foldername) const {
+  int nCount = 0;
+  for (int nAt = foldername.Find(u'\\'); nAt > 0; nAt = foldername.Find(u'\\', nAt + 1)) ++nCount;
+  return nCount;
+}
+
+CString CWebAccessHandler::GetNameBySlash(const CString& foldername, int i) const {
+  int nStart = 0;
+  for (int nSkipped = 0; nSkipped < i; ++nSkipped) {
+    const int nAt = foldername.Find(u'\\', nStart);
+    if (nAt < 0) return {};
+    nStart = nAt + 1;
+  }
+  // The first level's closing backslash is looked for behind its first character.
+  const int nEnd = foldername.Find(u'\\', i == 0 ? 1 : nStart);
+  return nEnd < 0 ? CString() : foldername.Mid(nStart, nEnd - nStart);
+}
+
+CString CWebAccessHandler::UpdateName(const CString& sItem) const {
+  return CString(TargetFolderName(sItem));
+}
+
+CString CWebAccessHandler::GetFolderType(const CString& sItem) const {
+  if (!m_strCalendarName.IsEmpty() && sItem == m_strCalendarName) return kClassAppointment;
+  return CString(FolderClassByName(sItem));
+}
+
+CString CWebAccessHandler::GetFolderTypeGroupwise(const CString& strName, int nType,
+                                                  bool /*bChangeViewOfCalender*/) const {
+  return CString(FolderClassByNameAndType(strName, nType));
+}
+
+ews::FolderId CWebAccessHandler::CheckIfFolderExist(CString strName, const ews::FolderId& olF2) {
+  try {
+    strName = UpdateName(strName);
+    const ews::ContainsSubstring objContains(ews::FolderSchema::DisplayName, strName);
+    ews::SearchFilterCollection objFilter(ews::LogicalOperator::Or);
+    objFilter.Add(objContains);
+    objFilter.Add(objContains);
+    const auto objFound = Service().FindFolders(olF2, objFilter, ews::FolderView(kPageSize));
+    return FirstOfName(objFound, strName).value_or(AbsentFolder());
+  } catch (...) {  // any failure counts as "not there"
+    return AbsentFolder();
+  }
+}
+
+ews::FolderId CWebAccessHandler::MakeFolder(CString strName, const ews::FolderId& olF2Temp,
+                                            const CString& ver) {
+  try {
+    strName = UpdateName(strName);
+    const auto pFolder = NewFolder(m_pService, ver);
+    pFolder->SetDisplayName(strName);
+    pFolder->Save(olF2Temp);
+    return pFolder->Id();
+  } catch (const ews::ServiceResponseException&) {
+    return ews::Settings().bSafe ? FindByEquality(strName, olF2Temp) : AbsentFolder();
+  } catch (...) {
+    return AbsentFolder();
+  }
+}
+
+// The search by substring sees one page, so that a folder can exist and not be found by it; the
+// server then refuses to make it. An exact search finds it.
+ews::FolderId CWebAccessHandler::FindByEquality(const CString& strName, const ews::FolderId& olF2) {
+  try {
+    const ews::IsEqualTo objFilter(ews::FolderSchema::DisplayName, strName);
+    const auto objFound = Service().FindFolders(olF2, objFilter, ews::FolderView(kPageSize));
+    return FirstOfName(objFound, strName).value_or(AbsentFolder());
+  } catch (...) {
+    return AbsentFolder();
+  }
+}
+
+ews::FolderId CWebAccessHandler::CreateFolder(const CString& foldername, ews::FolderId olF2,
+                                              int nType) {
+  const int nLevels = getTotCountSlash(foldername);
+  for (int k = 0; k < nLevels; ++k) {
+    const CString strName = GetNameBySlash(foldername, k);
+    const ews::FolderId objFound = CheckIfFolderExist(strName, olF2);
+    if (objFound.ToString() != kAbsentFolder) {
+      olF2 = objFound;
+      continue;
+    }
+    const bool bLast = k == nLevels - 1;
+    const CString strClass = bLast ? GetFolderTypeGroupwise(strName, nType, m_bChangeViewOfCalender)
+                                   : GetFolderType(strName);
+    olF2 = MakeFolder(strName, olF2, strClass);
+  }
+  return olF2;
+}
+
+int CWebAccessHandler::CreateFolderInStore(const CString& strFolder, int nType,
+                                           const ews::FolderId& olF2, bool bChangeViewOfCalender) {
+  try {
+    m_bChangeViewOfCalender = bChangeViewOfCalender;
+    m_fldCurrent = CreateFolder(strFolder, olF2, nType);
+    return 1;
+  } catch (...) {
+    return 0;
+  }
+}
+
+int CWebAccessHandler::CreateNewFolderInStore(const CString& strFolder, int nType,
+                                              const ews::FolderId& olF2,
+                                              bool bChangeViewOfCalender) {
+  try {
+    m_bChangeViewOfCalender = bChangeViewOfCalender;
+    m_fldNewFolder = CreateFolder(strFolder, olF2, nType);
+    return 1;
+  } catch (...) {
+    return 0;
+  }
+}
+
+void CWebAccessHandler::SetFolderStore(const CString& strFolder, const CString& strGroup) {
+  auto eName = ews::WellKnownFolderName::Inbox;
+  if (strFolder == u"Calendar\\") eName = ews::WellKnownFolderName::Calendar;
+  if (strFolder == u"Contacts\\") eName = ews::WellKnownFolderName::Contacts;
+  m_fldCurrent = ews::FolderId(eName, ews::Mailbox(strGroup));
+}
