@@ -1,0 +1,128 @@
+#include <exception>
+
+#include "pipeline/ItemDescriptor.h"
+#include "platform/LineReader.h"
+#include "platform/Paths.h"
+#include "target/CTarnyOutlookHandler.h"
+
+// One item from its work files into the target folder. What comes out of a failing save decides how
+// it goes on: the text "index is out of range" means that the item was saved all the same.
+namespace {
+
+constexpr int kFirstTimeout = 700000;  // ms, large mails on slow lines
+constexpr int kRetryTimeout = 300000;  // ms
+
+CString MessageOf(const std::exception& objError) { return CString::FromUtf8(objError.what()); }
+
+}  // namespace
+
+struct CTarnyOutlookHandler::MailRun {
+  const CString& strFilePath;
+  CString& strErr;
+  const CString& strLogFilepath;
+  ST_EML_INFO objInfo;
+  CString strMessageKey;
+};
+
+int CTarnyOutlookHandler::ImportItem(CString strFilePath, CString& strErr, CString strLogFilepath) {
+  try {
+    return ImportByType(strFilePath, strErr, strLogFilepath);
+  } catch (const std::exception& objError) {
+    strErr = MessageOf(objError);
+    m_objLogManager.WriteLogFile4(strLogFilepath, strErr);
+    return kFailure;
+  }
+}
+
+int CTarnyOutlookHandler::ImportByType(const CString& strFilePath, CString& strErr,
+                                       const CString& strLogFilepath) {
+  m_objLogManager.WriteLog(u"ImportItem_0");
+  m_objLogManager.WriteLog(u"ImportItem_1");
+  MailRun objRun{strFilePath, strErr, strLogFilepath, {}, {}};
+  GetEmlInfo(&objRun.objInfo);
+  objRun.strMessageKey = objRun.objInfo.strMessageId;
+  m_objLogManager.WriteLog(u"ImportItem_2");
+  if (objRun.objInfo.nItemType != TYPE_EMAIL) return kSuccess;
+  return m_bNewFolderMode ? ImportMailToNewFolder(objRun) : ImportMail(objRun);
+}
+
+int CTarnyOutlookHandler::Fail(MailRun& objRun, const char16_t* pszLogText,
+                               const std::exception& objError) {
+  m_objLogManager.WriteLog(pszLogText);
+  objRun.strErr = MessageOf(objError);
+  m_objLogManager.WriteLogFile4(objRun.strLogFilepath, objRun.strErr);
+  return kFailure;
+}
+
+int CTarnyOutlookHandler::ImportMail(MailRun& objRun) {
+  m_objWebAccess.Service().SetTimeout(kFirstTimeout);
+  m_objLogManager.WriteLog(u"ImportItem_3");
+  ews::EmailMessage objMail(m_objWebAccess.m_pService);
+  int nFilled = kFailure;
+  try {
+    m_objLogManager.WriteLog(u" SaveEmailItem  in ");
+    nFilled = SaveEmailItem(objMail, objRun.strFilePath, &objRun.objInfo);
+    m_objLogManager.WriteLog(u" SaveEmailItem out ");
+  } catch (const std::exception& objError) {
+    return Fail(objRun, u"ImportItem_Catch1 ", objError);
+  }
+  return nFilled == kSuccess ? SaveMail(objRun, objMail) : kSuccess;
+}
+
+int CTarnyOutlookHandler::SaveMail(MailRun& objRun, ews::EmailMessage& objMail) {
+  try {
+    m_objLogManager.WriteLog(u"Email Save in ");
+    objMail.Save(m_objWebAccess.m_fldCurrent);
+    m_objLogManager.WriteLog(u" Email Save out ");
+    EnterLedgerRow(objRun.strMessageKey);
+    return kSuccess;
+  } catch (const std::exception& objError) {
+    const CString strMessage = MessageOf(objError);
+    if (strMessage.Contains(u"index is out of range")) EnterLedgerRow(objRun.strMessageKey);
+    m_objLogManager.WriteLog(u" Catch2 ");
+    m_objLogManager.WriteLog(strMessage);
+    m_objLogManager.WriteLogFile4(objRun.strLogFilepath, strMessage);
+    // A mail that is too large is told as such; there is no smaller form of it to send yet.
+    if (strMessage.Contains(u"The message exceeds the maximum supported size")) {
+      m_objLogManager.WriteLog(u" Find Can not ");
+    }
+    objRun.strErr = strMessage;
+    return kFailure;
+  }
+}
+
+int CTarnyOutlookHandler::ImportMailToNewFolder(MailRun& objRun) {
+  ews::EmailMessage objMail(m_objWebAccess.m_pService);
+  const auto FailWith = [&](const char16_t* pszLogText, const std::exception& objError) {
+    m_objLogManager.WriteLog(pszLogText);
+    return Fail(objRun, MessageOf(objError).GetString(), objError);
+  };
+  int nFilled = kFailure;
+  try {
+    m_objLogManager.WriteLog(u"else SaveEmailItem in ");
+    nFilled = SaveEmailItem(objMail, objRun.strFilePath, &objRun.objInfo);
+    m_objLogManager.WriteLog(u"else SaveEmailItem out ");
+  } catch (const std::exception& objError) {
+    return FailWith(u" Catch3 ", objError);
+  }
+  if (nFilled != kSuccess) return kSuccess;
+  try {
+    (void)ews::EmailMessage::Bind(m_objWebAccess.m_pService, objMail.Id(),
+                                  ews::PropertySet::FirstClassProperties);
+    m_objLogManager.WriteLog(u"else Email Save In ");
+    m_objWebAccess.Service().SetTimeout(kRetryTimeout);
+    objMail.Save(m_objWebAccess.m_fldNewFolder);
+    m_objLogManager.WriteLog(u" else Email Save out ");
+    EnterLedgerRow(objRun.strMessageKey);
+    return kSuccess;
+  } catch (const std::exception& objError) {
+    return FailWith(u" Catch4 ", objError);
+  }
+}
+
+void CTarnyOutlookHandler::ReplaceSplChar(CString strFindSplChar) {
+  auto objReader = platform::WideLineReader::Open(GetCurrLogPath() + u"IChar.txt");
+  if (!objReader) return;
+  CString strLine;
+  while (objReader->ReadLine(strLine)) strFindSplChar.Replace(strLine, u"");
+}

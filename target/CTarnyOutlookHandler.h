@@ -1,0 +1,153 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "ews/CWebAccessHandler.h"
+#include "ews/EmailMessage.h"
+#include "pipeline/ST_EML_INFO.h"
+#include "pipeline/SqlLIteHandler.h"
+#include "platform/CLogManager.h"
+#include "platform/CString.h"
+#include "platform/CStringArray.h"
+
+// Everything that lasts between two items: the connection to the target, the duplicate ledger, the
+// log writer, and the settings that came with the logon and the folder. The item pipeline and the
+// body preparation are methods of this class; their bodies live in the folder of their concern.
+class CTarnyOutlookHandler {
+ public:
+  static constexpr int kSuccess = 1;
+  static constexpr int kFailure = 0;
+
+  // Opens the ledger in the program folder and ensures its table. A ledger that cannot be opened
+  // stops nothing: its queries fail quietly, and so each item that is checked counts as known.
+  CTarnyOutlookHandler();
+  virtual ~CTarnyOutlookHandler() = default;
+  CTarnyOutlookHandler(const CTarnyOutlookHandler&) = delete;
+  CTarnyOutlookHandler& operator=(const CTarnyOutlookHandler&) = delete;
+
+  std::unique_ptr<SqlLIteHandler> m_pSqlHandler;  // never null
+  CWebAccessHandler m_objWebAccess;
+  CString m_strLoginId;           // whose ledger rows count
+  std::int32_t m_nFlag = 0;       // not 0: addresses are cleaned up before they are set
+  bool m_bNewFolderMode = false;  // mail goes to m_objWebAccess.m_fldNewFolder, for good
+  CStringArray m_arrImagePaths;
+  CLogManager m_objLogManager;  // the dialog sets its file name
+  CString m_strErrorMsg;
+  CString m_strFolderName;         // path of the current folder, under which the ledger keeps rows
+  bool m_bAllowDuplicates = true;  // reads the wrong way round: true turns the check ON
+  std::int32_t m_bIncludeSplChar = 0;
+
+  // ---- Lifecycle and accessors (target/CTarnyOutlookHandler.cpp) ----
+
+  void CloseSqlliteInstance();  // sic; for good, harmless the second time
+  void ClearPrevisInstance();   // sic; releases the stores, harmless the second time
+  void SetFlag(int n) { m_nFlag = n; }
+  void SetAllowDuplicates(bool bAllowDuplicates) { m_bAllowDuplicates = bAllowDuplicates; }
+  bool GetAllowDuplicates() const { return m_bAllowDuplicates; }
+  void SetIncludeSplChar(int bIncludeSplChar) { m_bIncludeSplChar = bIncludeSplChar; }
+  void SetLoginId(CString str) { m_strLoginId = std::move(str); }
+  CString GetLoginId() const { return m_strLoginId; }
+  void SetErrorMsg(CString strErrorMsg) { m_strErrorMsg = std::move(strErrorMsg); }
+  CString GetErrorMsg() const { return m_strErrorMsg; }
+  void SetFolderName(CString strFolderName) { m_strFolderName = std::move(strFolderName); }
+  int InitOutlookObject() { return kSuccess; }
+
+  // As the web handler's (ews/CWebAccessHandler.h), but true exactly if strErrorMsg stayed empty:
+  // in the token route a failure gives no text and so counts as success.
+  bool LogonUserAndServer(CString strLoginId, CString strLoginPassword,
+                          CString strImpersonatedUserMail, CString strTargetType,
+                          CString& strErrorMsg, CString& strTenantId, CString& strClientId,
+                          CString& strClientSecret, int iConnectionType, CString& strLogFilePath);
+  bool RefreshModernConnectionMethod(CString strTenantId, CString strClientId,
+                                     CString strClientSecret, CString strImpersonatedUserMail,
+                                     CString strLogFilePath, CString strTargetType);
+  int CheckArchiveMailboxLogin(const ews::FolderId& olF2);
+  int CreateFolderInStore(CString strFolder, int nType, const ews::FolderId& olF2,
+                          bool bChangeViewOfCalender);
+  // From then on mail is saved to the new folder.
+  int CreateNewFolderInStore(CString strFolder, int nType, const ews::FolderId& olF2,
+                             bool bChangeViewOfCalender);
+  void SetFolderStore(CString strFolder, CString strGroup);
+
+  // ---- Import driver (pipeline/ImportDriver.cpp) ----
+
+  // Reads the descriptor of the work folder and saves the item. strFilePath is the folder of its
+  // files with a trailing backslash, strLogFilepath the run's status log below the program folder.
+  // 1: saved, or skipped as known, or of unknown type. 0: not saved, with the text to report in
+  // strErr, which is left alone otherwise. Does not throw.
+  int ImportItem(CString strFilePath, CString& strErr, CString strLogFilepath);
+  // Place of the special-character filter: the result is dropped, and nothing calls it.
+  void ReplaceSplChar(CString strFindSplChar);
+
+  // ---- Duplicate ledger (pipeline/Ledger.cpp) ----
+
+  // True for an item that the ledger knows, and for one that it cannot be asked about.
+  bool CheckIfDublicateItemPresent(const CString& strMessageId);  // sic
+  // One row for the item in the current folder; nothing for an empty id. Failures are swallowed.
+  void EnterLedgerRow(const CString& strMessageId);
+
+  // ---- Mail items (pipeline/MailItems.cpp) ----
+
+  // Fills a new message from the record and the files of strHtmPath. 1: to be saved; 0: a duplicate
+  // or a failure. Cleans the four address fields of the record.
+  int SaveEmailItem(ews::EmailMessage& pobjCkEmail, CString strHtmPath, ST_EML_INFO* p_ST_EML_INFO);
+  void SetToFromBodyCreationDateProrityReadSubject(ews::Item& pobjCkEmail,  // sic
+                                                   COleDateTime date, CString strSubject,
+                                                   bool bRead);
+  // Entries end in ";"; an empty entry ends the list.
+  void SaveRecipients(CString str, ews::EmailAddressCollection& emailRecipients);
+  // kept: the last entry found is added twice, and a text behind the last ";" is lost.
+  void SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees);
+  CString GetEmailAddress(CString str);
+  void SaveImageAttachment(ews::EmailMessage& pobjCkEmail, CString strImageFile);
+  void SaveAttachment(ews::EmailMessage& pobjCkEmail);
+
+  // ---- Work file readers (body/WorkFileReaders.cpp; free functions in body/WorkFileReaders.h)
+  // ----
+
+  // A work file as text, whether 16-bit or narrow: the longer of its two readings. "" when it
+  // cannot be opened, *nBodyLen then stays; else it is the length in bytes. bDisp is ignored.
+  CString GetStringFromFile(CString strFilePath, int* nBodyLen, bool bDisp);
+  // 16-bit lines as they are, each with "\n" at its end.
+  CString GetStringFromFileTemp(CString strFilePath, int* nBodyLen, bool bDisp);
+  // Without certain control characters while the address clean-up is on, else unchanged.
+  CString ReplaceUnicodeCharacters(CString str);
+  // 1 for a Content-Type line of an image type, else 0; FindDotExtensionn for a file name.
+  int FindExtension(CString strExtension);
+  int FindDotExtensionn(CString strExtension);  // sic
+  // The first element that holds strFind, or "".
+  CString ExtractTYPEFromeFile(CStringArray& strARRFiletype, CString strFind);  // sic
+
+  // ---- Image pages (body/ImagePages.cpp) ----
+
+  // Writes the page "Imagech111.html" around the image that "ImageAttchment.txt" names; false when
+  // that list cannot be opened. The argument is not used.
+  bool ConvertImageToHTML(CString strImagePath);
+
+  // Runs one step of a saver: whatever it throws costs that step and not the item, and is told by
+  // the log text, if any.
+  template <typename STEP>
+  void Guarded(const char16_t* pszLogText, STEP&& fnStep) {
+    try {
+      fnStep();
+    } catch (...) {
+      if (pszLogText) m_objLogManager.WriteLog(pszLogText);
+    }
+  }
+
+ private:
+  struct MailRun;  // one ImportItem call for a mail
+
+  int ImportByType(const CString& strFilePath, CString& strErr, const CString& strLogFilepath);
+  int ImportMail(MailRun& objRun);
+  int SaveMail(MailRun& objRun, ews::EmailMessage& objMail);
+  int ImportMailToNewFolder(MailRun& objRun);
+  int Fail(MailRun& objRun, const char16_t* pszLogText, const std::exception& objError);
+
+  void SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);
+  bool SetBody(ews::EmailMessage& objMail, const CString& strHtmPath);
+  void SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath);
+  void SetTextBody(ews::EmailMessage& objMail, const CString& strPath);
+  void AttachWorkFile(ews::EmailMessage& objMail, const CString& strName);
+};
