@@ -1,0 +1,84 @@
+#include "platform/CLogManager.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+
+#include "TempFolder.h"
+#include "platform/IconvNarrow.h"
+#include "platform/NarrowText.h"
+#include "platform/UniqueFd.h"
+
+namespace {
+
+class LogManager : public testing::Test {
+ protected:
+  LogManager() {
+    platform::InstallIconvNarrowConverter();
+    platform::SetAnsiCodePage(1252);
+  }
+  ~LogManager() override { platform::SetAnsiCodePage(0); }
+
+  TempFolder m_folder;
+  CLogManager m_log;
+};
+
+TEST_F(LogManager, TheTraceIsRawUtf16) {
+  m_log.WriteLog(u"goes nowhere");
+  m_log.SetFileName(m_folder.Windows("TarnyEngine.txt"));
+  m_log.WriteLog(u"a\u0141\n");
+  m_log.WriteLog(u"");
+  const std::u16string_view expected = u"a\u0141\n\r\n\r\n";
+  EXPECT_EQ(m_folder.Read("TarnyEngine.txt"),
+            std::string(reinterpret_cast<const char*>(expected.data()), 2 * expected.size()));
+}
+
+TEST_F(LogManager, AStatusLineIsNarrowTextAndEndsInTwoCarriageReturns) {
+  m_log.WriteLogFile4(u"4LogFile.txt", u"caf\u00E9 \u0434\U0001F600\u20AC\r\nb");
+  EXPECT_EQ(m_folder.Read("4LogFile.txt"), "caf\xE9 \x80\r\r\nb\r\r\n");
+  platform::SetAnsiCodePage(1251);
+  m_log.WriteLogFile4(u"4LOGFILE.TXT", u"\u0434\u00E9");
+  EXPECT_EQ(m_folder.Read("4LogFile.txt"), "caf\xE9 \x80\r\r\nb\r\r\n\xE4\r\r\n");
+}
+
+TEST_F(LogManager, AFileThatCannotBeOpenedIsToldOnceForEachReason) {
+  testing::internal::CaptureStderr();
+  m_log.WriteLogFile4(u"", u"lost");  // the program folder itself
+  m_log.WriteLogFile4(u"", u"lost again");
+  m_log.WriteLogFile4(u"no\nfolder\\x", u"lost");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "cannot open " + m_folder.Path() + ": Is a directory\n" + "cannot open " +
+                m_folder.Path("no?folder/x") + ": No such file or directory\n");
+}
+
+TEST_F(LogManager, OnlyTheFirstLineOfAFileCounts) {
+  CString text = u"before";
+  testing::internal::CaptureStderr();
+  m_log.GetLogFileData(m_folder.Windows("none"), text);
+  EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(text, u"before");
+  m_folder.Write("data", "caf\xE9\r\nsecond");
+  m_log.GetLogFileData(m_folder.Windows("data"), text);
+  EXPECT_EQ(text, u"caf\u00E9");
+  m_folder.Write("data", "");
+  m_log.GetLogFileData(m_folder.Windows("data"), text);
+  EXPECT_EQ(text, u"");
+}
+
+TEST_F(LogManager, TheLockedFormsWriteTextAndRespectALock) {
+  m_log.SetFileName(m_folder.Windows("trace"));
+  m_log.WriteLog(u"ignored", u"a\n");
+  m_log.WriteTimeLog(m_folder.Windows("time"), u"b");
+  m_log.WriteTimeLog(u"", u"nowhere");
+  EXPECT_EQ(m_folder.Read("trace"), "a\r\n\r\r\n");
+  EXPECT_EQ(m_folder.Read("time"), "b\r\r\n");
+
+  const platform::UniqueFd other(open(m_folder.Path("time").c_str(), O_RDONLY));
+  ASSERT_EQ(flock(other.Get(), LOCK_SH), 0);
+  testing::internal::CaptureStderr();
+  m_log.WriteTimeLog(m_folder.Windows("time"), u"c");
+  EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(m_folder.Read("time"), "b\r\r\n");
+}
+
+}  // namespace
