@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+// The subcommands of tarny. Each reads the arguments behind its name, writes data to standard
+// output and messages to standard error, and returns the exit code.
+namespace client {
+
+enum ExitCode { kExitDone = 0, kExitFailed = 1, kExitUsage = 2 };
+
+using Arguments = std::vector<std::string>;
+
+int RunMigrate(const Arguments& arguments);
+int RunMailbox(const Arguments& arguments);
+int RunLedger(const Arguments& arguments);
+
+// Parses the arguments of one subcommand. False when it should end at once with *exitCode: its help
+// was printed, or what is wrong with the arguments.
+bool ParseArguments(CLI::App& app, const Arguments& arguments, int* exitCode);
+
+}  // namespace client

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+namespace client {
+
+// Messages for people, on standard error. On a terminal a progress bar may stand below them.
+// Functions may be called from any thread. Control characters of a text never reach the terminal.
+class Console {
+ public:
+  Console();
+  bool IsTerminal() const { return m_terminal; }
+
+  void Say(const std::string& text);       // one line
+  void SayPlain(const std::string& line);  // one line, only where no progress bar is shown
+  // Draws the bar at most ten times a second.
+  void Progress(std::uint64_t done, std::uint64_t total, const std::string& detail);
+  void EndProgress();  // takes the bar away
+
+ private:
+  void Erase();
+
+  std::mutex m_mutex;
+  bool m_terminal = false;
+  bool m_barShown = false;
+  std::int64_t m_lastDrawn = 0;  // ms
+};
+
+// True once SIGINT or SIGTERM came. The first asks for a stop after the item in work, a second one
+// ends the process at once.
+bool StopRequested();
+void InstallStopHandler();
+
+}  // namespace client

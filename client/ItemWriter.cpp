@@ -1,0 +1,85 @@
+#include "client/ItemWriter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "client/Names.h"
+#include "platform/Unicode.h"
+#include "platform/UniqueFd.h"
+
+namespace client {
+namespace {
+
+void WriteFile(const std::string& path, std::string_view bytes) {
+  const auto fail = [&](int error) {
+    throw WorkFileError(path + " cannot be written: " + std::strerror(error));
+  };
+  const platform::UniqueFd file(
+      open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!file) fail(errno);
+  while (!bytes.empty()) {
+    const ssize_t written = write(file.Get(), bytes.data(), bytes.size());
+    if (written < 0 && errno != EINTR) fail(errno);
+    if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
+  }
+}
+
+std::string Utf16LittleEndian(std::string_view utf8) {
+  std::string bytes;
+  for (char16_t unit : platform::Utf8ToUtf16(utf8)) {
+    bytes += static_cast<char>(unit & 0xFF);
+    bytes += static_cast<char>(unit >> 8);
+  }
+  return bytes;
+}
+
+}  // namespace
+
+std::string DescriptorText(const MailDescription& mail) {
+  std::string text = "EMAIL\r\n";
+  text += "\n";
+  text += "Creation Date : " + mail.date + "\r\n";
+  text += mail.read ? "FALSE\r\n" : "TRUE\r\n";
+  text += "From : \r\nTo : \r\nCC : \r\nBcc : \r\nSubject : \r\n";
+  text += "MessageID : " + WithoutForbiddenControls(mail.key) + "\r\n";
+  return text;
+}
+
+std::string MimeBytes(std::string bytes) {
+  if (bytes.starts_with("From ")) {
+    const size_t end = bytes.find('\n');
+    bytes.erase(0, end == std::string::npos ? bytes.size() : end + 1);
+  }
+  if (bytes.find("\r\n") != std::string::npos) return bytes;
+  std::string converted;
+  converted.reserve(bytes.size() + bytes.size() / 32);
+  size_t from = 0;
+  for (size_t at = bytes.find('\n'); at != std::string::npos; at = bytes.find('\n', from)) {
+    converted.append(bytes, from, at - from).append("\r\n");
+    from = at + 1;
+  }
+  return converted.append(bytes, from);
+}
+
+void WriteMail(const std::string& workFolder, const MailDescription& mail, std::string_view mime) {
+  WriteFile(workFolder + "/" + std::string(kMimeName), mime);
+  WriteFile(workFolder + "/" + std::string(kDescriptorName),
+            Utf16LittleEndian(DescriptorText(mail)));
+}
+
+void EmptyWorkFolder(const std::string& workFolder) {
+  std::error_code error;
+  std::filesystem::create_directory(workFolder, error);
+  for (auto entry = std::filesystem::directory_iterator(workFolder, error);
+       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    std::filesystem::remove_all(entry->path(), error);
+    if (error) break;
+  }
+  if (error) throw WorkFileError(workFolder + " cannot be emptied: " + error.message());
+}
+
+}  // namespace client

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace client {
+
+inline constexpr std::string_view kDescriptorName = "11comtextjj.t";
+inline constexpr std::string_view kMimeName = "EmlFile.Eml";
+
+// A work file could not be written; what() names it and says why.
+class WorkFileError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// What the descriptor of a mail says besides its MIME content. Texts are UTF-8.
+struct MailDescription {
+  std::string key;   // its key in the ledger
+  std::string date;  // as DescriptorDate gives it; empty leaves the dates to the MIME content
+  bool read = true;
+};
+
+// The lines of the descriptor, in UTF-8. Sender, recipients, subject and importance stay empty: the
+// engine sets only what is not empty, and so the MIME content decides. Each line ends in CR LF but
+// the second, whose value the engine takes with all that stands before the LF.
+std::string DescriptorText(const MailDescription& mail);
+
+// The mail as it is sent: without a "From " line in front, and with CR LF at the end of its lines
+// where it has none at all. Other bytes stay.
+std::string MimeBytes(std::string bytes);
+
+// Writes the files of one mail into the work folder, the descriptor last. The folder must have been
+// emptied. Throws WorkFileError.
+void WriteMail(const std::string& workFolder, const MailDescription& mail, std::string_view mime);
+
+// Makes the folder if it is missing, and deletes all it holds. Throws WorkFileError.
+void EmptyWorkFolder(const std::string& workFolder);
+
+}  // namespace client

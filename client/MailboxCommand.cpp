@@ -1,0 +1,249 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <optional>
+#include <set>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "client/Commands.h"
+#include "client/Names.h"
+#include "mailboxd/Store.h"
+#include "platform/UniqueFd.h"
+
+namespace client {
+namespace {
+
+using nlohmann::json;
+
+struct MailboxOptions {
+  std::string data;
+  std::string address;  // only that mailbox; empty for all
+  std::string out;
+  std::int64_t item = 0;
+  bool items = false;
+  bool json = false;
+};
+
+std::string DisplayAddress(const std::string& address) {
+  return address.empty() ? "Public Folders" : address;
+}
+
+std::vector<mailbox::MailboxInfo> Chosen(mailbox::Store& store, const MailboxOptions& options) {
+  std::vector<mailbox::MailboxInfo> chosen;
+  const std::string wanted = mailbox::NormalAddress(options.address);
+  for (mailbox::MailboxInfo& info : store.Mailboxes()) {
+    if (options.address.empty() || info.address == wanted) chosen.push_back(std::move(info));
+  }
+  if (chosen.empty() && !options.address.empty()) {
+    throw std::runtime_error("there is no mailbox " + options.address);
+  }
+  return chosen;
+}
+
+std::vector<mailbox::ItemInfo> ItemsOf(mailbox::Store& store, const mailbox::FolderInfo& folder) {
+  std::int64_t total = 0;
+  return store.Items(folder.id, 0, -1, &total);
+}
+
+json ItemAsJson(const mailbox::ItemInfo& item) {
+  return {
+      {"id", item.id},       {"subject", item.subject},      {"class", item.itemClass},
+      {"read", item.isRead}, {"received", item.received},    {"sent", item.sent},
+      {"bytes", item.size},  {"message_id", item.messageId}, {"attachments", item.attachmentCount}};
+}
+
+json FolderAsJson(mailbox::Store& store, const mailbox::FolderInfo& folder,
+                  const MailboxOptions& options) {
+  json object = {{"path", store.FolderPath(folder.id)},
+                 {"class", folder.folderClass},
+                 {"items", folder.total},
+                 {"unread", folder.unread}};
+  if (options.items) {
+    json items = json::array();
+    for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) items.push_back(ItemAsJson(item));
+    object["contents"] = items;
+  }
+  return object;
+}
+
+void ListAsJson(mailbox::Store& store, const MailboxOptions& options) {
+  json list = json::array();
+  for (const mailbox::MailboxInfo& info : Chosen(store, options)) {
+    json folders = json::array();
+    for (const mailbox::FolderInfo& folder : store.Folders(info.id)) {
+      if (folder.total > 0 || folder.wellKnown.empty()) {
+        folders.push_back(FolderAsJson(store, folder, options));
+      }
+    }
+    list.push_back({{"mailbox", info.address}, {"folders", folders}});
+  }
+  std::cout << list.dump(2, ' ', false, json::error_handler_t::replace) << "\n";
+}
+
+void PrintItem(const mailbox::ItemInfo& item) {
+  const std::string date = item.received.empty() ? item.sent : item.received;
+  std::cout << fmt::format("      #{:<5} {:<16}  {}{}\n", item.id, date.substr(0, 16),
+                           item.subject.empty() ? "(no subject)" : OneLine(item.subject),
+                           item.isRead ? "" : "  [unread]");
+}
+
+// Folders with something in them, and those that a client made; an empty folder that every mailbox
+// has from the beginning would only be in the way.
+int List(mailbox::Store& store, const MailboxOptions& options) {
+  if (options.json) {
+    ListAsJson(store, options);
+    return kExitDone;
+  }
+  for (const mailbox::MailboxInfo& info : Chosen(store, options)) {
+    std::cout << OneLine(DisplayAddress(info.address)) << "\n";
+    for (const mailbox::FolderInfo& folder : store.Folders(info.id)) {
+      if (folder.total == 0 && !folder.wellKnown.empty()) continue;
+      std::cout << fmt::format("  {:>5}  {}\n", folder.total, OneLine(store.FolderPath(folder.id)));
+      if (!options.items) continue;
+      for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) PrintItem(item);
+    }
+  }
+  return kExitDone;
+}
+
+std::string MimeOf(mailbox::Store& store, std::int64_t item) {
+  std::string bytes;
+  store.WithMime(item, [&](std::string_view, std::string_view mime) { bytes = mime; });
+  return bytes;
+}
+
+int Show(mailbox::Store& store, const MailboxOptions& options) {
+  const std::optional<mailbox::ItemInfo> item = store.Item(options.item);
+  if (!item) throw std::runtime_error(fmt::format("there is no item {}", options.item));
+  const std::string mime = MimeOf(store, item->id);
+  if (options.json) {
+    json object = ItemAsJson(*item);
+    object["folder"] = store.FolderPath(item->folder);
+    object["mime"] = mime;
+    object["body"] = item->body;
+    std::cout << object.dump(2, ' ', false, json::error_handler_t::replace) << "\n";
+    return kExitDone;
+  }
+  std::cout.write(mime.data(), static_cast<std::streamsize>(mime.size()));
+  if (mime.empty()) std::cout << item->body << "\n";
+  return kExitDone;
+}
+
+void WriteNewFile(const std::filesystem::path& path, const std::string& bytes) {
+  const platform::UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  size_t done = 0;
+  while (file && done < bytes.size()) {
+    const ssize_t written = write(file.Get(), bytes.data() + done, bytes.size() - done);
+    if (written < 0 && errno != EINTR) break;
+    if (written > 0) done += static_cast<size_t>(written);
+  }
+  if (!file || done < bytes.size()) {
+    throw std::runtime_error(path.string() + " cannot be written: " + std::strerror(errno));
+  }
+}
+
+// Gives each name once below a folder, without regard to case, so that the tree can be carried to
+// any file system.
+class UniqueNames {
+ public:
+  std::string Take(const std::string& wanted) {
+    const std::filesystem::path path = wanted;
+    std::string name = wanted;
+    for (int n = 2; !m_taken.insert(Key(name)).second; ++n) {
+      name = fmt::format("{} ({}){}", path.stem().string(), n, path.extension().string());
+    }
+    return name;
+  }
+
+ private:
+  static std::string Key(std::string name) {
+    for (char& c : name) {
+      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return name;
+  }
+  std::set<std::string> m_taken;
+};
+
+std::uint64_t ExportMailbox(mailbox::Store& store, std::int64_t id,
+                            const std::filesystem::path& out) {
+  std::map<std::int64_t, std::filesystem::path> places;
+  std::map<std::filesystem::path, UniqueNames> names;
+  std::uint64_t count = 0;
+  for (const mailbox::FolderInfo& folder : store.Folders(id)) {
+    // A root stands for the mailbox itself.
+    const auto parent = places.find(folder.parent);
+    const std::filesystem::path base = parent == places.end() ? out : parent->second;
+    const std::filesystem::path place =
+        folder.parent == 0 ? base : base / names[base].Take(FileName(folder.name));
+    places[folder.id] = place;
+    if (folder.total == 0) continue;
+    std::filesystem::create_directories(place);
+    for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
+      const std::string mime = MimeOf(store, item.id);
+      if (mime.empty()) continue;
+      const std::string subject = item.subject.empty() ? "mail" : item.subject;
+      WriteNewFile(place / names[place].Take(FileName(subject + ".eml")), mime);
+      ++count;
+    }
+  }
+  return count;
+}
+
+int Export(mailbox::Store& store, const MailboxOptions& options) {
+  if (std::filesystem::exists(options.out) && !std::filesystem::is_empty(options.out)) {
+    throw std::runtime_error(options.out + " is there already and not empty");
+  }
+  std::uint64_t count = 0;
+  UniqueNames names;
+  for (const mailbox::MailboxInfo& info : Chosen(store, options)) {
+    const std::string name = names.Take(FileName(DisplayAddress(info.address)));
+    count += ExportMailbox(store, info.id, std::filesystem::path(options.out) / name);
+  }
+  std::cerr << fmt::format("{} items written to {}\n", count, OneLine(options.out));
+  return kExitDone;
+}
+
+CLI::App* AddCommand(CLI::App& app, const char* name, const char* help, MailboxOptions& options) {
+  CLI::App* command = app.add_subcommand(name, help);
+  command->add_option("--data", options.data, "Folder of the local mailbox")
+      ->required()
+      ->check(CLI::ExistingDirectory);
+  return command;
+}
+
+}  // namespace
+
+int RunMailbox(const Arguments& arguments) {
+  MailboxOptions options;
+  CLI::App app("Shows what a local mailbox holds, also while it is served.", "tarny mailbox");
+  app.require_subcommand(1);
+  CLI::App* list = AddCommand(app, "ls", "Mailboxes and folders with their counts", options);
+  list->add_option("--mailbox", options.address, "Only the mailbox of that address");
+  list->add_flag("--items", options.items, "And the items in each");
+  list->add_flag("--json", options.json, "As JSON");
+  CLI::App* show = AddCommand(app, "show", "One item: its source text", options);
+  show->add_option("ITEM", options.item, "Number of the item, as ls --items shows it")->required();
+  show->add_flag("--json", options.json, "As JSON");
+  CLI::App* save = AddCommand(app, "export", "Writes all mail as .eml files", options);
+  save->add_option("--mailbox", options.address, "Only the mailbox of that address");
+  save->add_option("OUT", options.out, "A folder that is new or empty")->required();
+  int exitCode = kExitDone;
+  if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
+  const std::string file = options.data + "/mailbox.db";
+  if (!std::filesystem::exists(file)) {
+    throw std::runtime_error(options.data + " holds no local mailbox");
+  }
+  mailbox::Store store(file, mailbox::Store::Mode::kReadOnly);
+  if (*show) return Show(store, options);
+  return *save ? Export(store, options) : List(store, options);
+}
+
+}  // namespace client

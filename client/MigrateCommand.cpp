@@ -1,0 +1,305 @@
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "client/Commands.h"
+#include "client/Console.h"
+#include "client/LocalMailbox.h"
+#include "client/Migration.h"
+#include "client/Names.h"
+#include "client/Secret.h"
+#include "client/Target.h"
+#include "engine/CommandLine.h"
+#include "ews/Settings.h"
+
+namespace client {
+namespace {
+
+constexpr const char* kLocalUser = "mailbox@local.example";
+constexpr const char* kLocalPassword = "local";  // our own mailboxd takes any
+constexpr size_t kMostListed = 50;               // failures shown; the journal has them all
+
+struct MigrateOptions {
+  std::vector<std::string> sources;
+  std::string run;
+  Target target;
+  std::string to;
+  std::string passwordFile;
+  std::string secretFile;
+  bool dryRun = false;
+  bool asIs = false;
+  bool insecure = false;
+  bool json = false;
+  std::string autodiscoverUrl;
+  std::string authorityUrl;
+  std::string caFile;
+  std::vector<std::string> trustHosts;
+};
+
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+void Describe(CLI::App& app, MigrateOptions& options) {
+  app.add_option("SOURCE", options.sources,
+                 "A folder with .eml files in it and below, or one .eml file")
+      ->required();
+  app.add_option("--to", options.to,
+                 "local:DIR (a mailbox of our own in DIR), office365, or the URL of a server's EWS "
+                 "endpoint")
+      ->required();
+  app.add_option("--run", options.run,
+                 "Folder of this run: ledger, logs and what is needed to go on. One for each "
+                 "list of sources and target");
+  app.add_option("--target", options.target.kind, "mailbox, archive, public or group")
+      ->check(CLI::IsMember({"mailbox", "archive", "public", "group"}));
+  app.add_option("--user", options.target.user, "Mail address to log on with");
+  app.add_option("--password-file", options.passwordFile,
+                 "File whose first line is the password; asked for otherwise");
+  app.add_option("--tenant", options.target.tenant,
+                 "Tenant id: log on as a registered application instead of a user");
+  app.add_option("--client", options.target.clientId, "Id of the application");
+  app.add_option("--client-secret-file", options.secretFile,
+                 "File whose first line is the application's secret; asked for otherwise");
+  app.add_option("--mailbox", options.target.mailbox,
+                 "Address of the mailbox to fill, where it is not the user's own; the group's "
+                 "address for --target group");
+  app.add_flag("--dry-run", options.dryRun, "Show folders, counts and sizes; send nothing");
+  app.add_flag("--json", options.json, "Plan or summary as JSON");
+  app.add_flag("--as-is", options.asIs,
+               "Leave out the safeguards of the engine's --safe (see docs/ARCHITECTURE.md)");
+  app.add_flag("--insecure", options.insecure, "Accept every server certificate");
+  app.add_option("--ca-file", options.caFile, "Certificates to trust, PEM");
+  app.add_option(
+      "--trust-host", options.trustHosts,
+      "A host that autodiscovery may give the password to, besides the address's domain");
+  app.add_option("--autodiscover-url", options.autodiscoverUrl, "Address to ask first");
+  app.add_option("--authority-url", options.authorityUrl, "Where tokens are asked for");
+}
+
+std::string FullPath(const std::string& path) {
+  std::error_code error;
+  const auto full = std::filesystem::canonical(path, error);
+  if (error) throw UsageError(fmt::format("{}: {}", path, error.message()));
+  return full.string();
+}
+
+void Complete(MigrateOptions& options) {
+  if (options.run.empty() && !options.dryRun) throw UsageError("--run is needed");
+  Target& target = options.target;
+  for (std::string& source : options.sources) source = FullPath(source);
+  target.address = options.to;
+  if (target.Local()) {
+    if (target.LocalFolder().empty()) throw UsageError("--to local: needs a folder behind it");
+    std::error_code error;
+    const auto folder =
+        std::filesystem::weakly_canonical(std::filesystem::absolute(target.LocalFolder()), error);
+    target.address = "local:" + folder.string();
+    if (target.TokenRoute()) throw UsageError("--tenant has no meaning with --to local:");
+    if (target.user.empty()) target.user = kLocalUser;
+  } else if (options.to != "office365" && !options.to.starts_with("https://") &&
+             !options.to.starts_with("http://")) {
+    throw UsageError("--to is local:DIR, office365, or a URL");
+  }
+}
+
+void AskSecrets(MigrateOptions& options) {
+  Target& target = options.target;
+  if (target.TokenRoute()) {
+    target.clientSecret =
+        ReadSecret(options.secretFile, "Secret of the application", "--client-secret-file");
+  } else if (target.Local() && options.passwordFile.empty()) {
+    target.password = kLocalPassword;
+  } else {
+    target.password =
+        ReadSecret(options.passwordFile, "Password of " + target.user, "--password-file");
+  }
+}
+
+std::vector<std::string> EngineOptions(const MigrateOptions& options, const LocalMailbox* local) {
+  std::vector<std::string> arguments = {"--token-cache"};
+  const auto add = [&](const char* name, const std::string& value) {
+    if (!value.empty()) arguments.insert(arguments.end(), {name, value});
+  };
+  if (!options.insecure) arguments.push_back("--verify-certificates");
+  if (!options.asIs) arguments.push_back("--safe");
+  if (local) {
+    add("--autodiscover-url", local->AutodiscoverUrl());
+    add("--ca-file", local->CertificateFile());
+    add("--trust-host", "127.0.0.1");
+  } else {
+    if (options.to != "office365") add("--ews-url", options.to);
+    add("--autodiscover-url", options.autodiscoverUrl);
+    add("--ca-file", options.caFile);
+  }
+  add("--authority-url", options.authorityUrl);
+  for (const std::string& host : options.trustHosts) add("--trust-host", host);
+  return arguments;
+}
+
+// A run folder that knew another source or target would hold rows that say nothing about this one.
+void RequireSameRun(Journal& journal, const MigrateOptions& options, const RunFolder& run) {
+  const std::string sources = nlohmann::json(options.sources)
+                                  .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  const std::string target = options.target.Name();
+  const std::optional<std::string> hadSources = journal.Property("sources");
+  const std::optional<std::string> hadTarget = journal.Property("target");
+  if (hadSources && *hadSources != sources) {
+    throw RunError(fmt::format("{} belongs to a run of other sources ({}); use another run folder",
+                               run.Path(), *hadSources));
+  }
+  if (hadTarget && *hadTarget != target) {
+    throw RunError(
+        fmt::format("{} belongs to a run into another target ({}); use another run "
+                    "folder",
+                    run.Path(), *hadTarget));
+  }
+  journal.SetProperty("sources", sources);
+  journal.SetProperty("target", target);
+}
+
+std::string Size(std::uint64_t bytes) {
+  if (bytes < 1024) return fmt::format("{} bytes", bytes);
+  if (bytes < 1024 * 1024) return fmt::format("{:.1f} KiB", static_cast<double>(bytes) / 1024);
+  return fmt::format("{:.1f} MiB", static_cast<double>(bytes) / (1024 * 1024));
+}
+
+// Bytes of names need not be UTF-8; JSON must be.
+void PrintJson(const nlohmann::json& value) {
+  std::cout << value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+}
+
+nlohmann::json ProblemsAsJson(const std::vector<SourceProblem>& problems) {
+  nlohmann::json list = nlohmann::json::array();
+  for (const SourceProblem& problem : problems) {
+    list.push_back({{"item", problem.location}, {"text", problem.reason}});
+  }
+  return list;
+}
+
+void PrintProblems(const char* title, const std::vector<SourceProblem>& problems) {
+  if (problems.empty()) return;
+  std::cout << title << ":\n";
+  for (size_t i = 0; i < problems.size() && i < kMostListed; ++i) {
+    std::cout << fmt::format("  {}: {}\n", OneLine(problems[i].location),
+                             OneLine(problems[i].reason));
+  }
+  if (problems.size() > kMostListed) {
+    std::cout << fmt::format("  and {} more\n", problems.size() - kMostListed);
+  }
+}
+
+int ShowPlan(const Plan& plan, const MigrateOptions& options) {
+  if (options.json) {
+    nlohmann::json folders = nlohmann::json::array();
+    for (const Plan::Folder& folder : plan.Folders()) {
+      folders.push_back(
+          {{"folder", folder.name}, {"items", folder.items}, {"bytes", folder.bytes}});
+    }
+    PrintJson({{"target", options.target.Name()},
+               {"items", plan.entries.size()},
+               {"folders", folders},
+               {"left_out", ProblemsAsJson(plan.problems)}});
+    return kExitDone;
+  }
+  std::cout << fmt::format("{} items would go to the {}:\n", plan.entries.size(),
+                           OneLine(options.target.Name()));
+  for (const Plan::Folder& folder : plan.Folders()) {
+    std::cout << fmt::format("  {:>7}  {:>12}  {}\n", folder.items, Size(folder.bytes),
+                             OneLine(folder.name));
+  }
+  PrintProblems("Left out", plan.problems);
+  return kExitDone;
+}
+
+void PrintSummary(const Summary& summary, const Plan& plan, const MigrateOptions& options) {
+  if (options.json) {
+    PrintJson({{"items", summary.total},
+               {"sent", summary.sent},
+               {"there_already", summary.known},
+               {"failed", summary.failed},
+               {"not_confirmed", summary.notConfirmed},
+               {"not_reached", summary.total - summary.seen},
+               {"stopped", summary.stopped},
+               {"failures", ProblemsAsJson(summary.failures)},
+               {"remarks", ProblemsAsJson(summary.remarks)},
+               {"left_out", ProblemsAsJson(plan.problems)}});
+    return;
+  }
+  PrintProblems("Left out", plan.problems);
+  PrintProblems("Arrived, with a remark", summary.remarks);
+  PrintProblems("Failed", summary.failures);
+  std::cout << fmt::format("{} items: {} sent, {} there already, {} failed", summary.total,
+                           summary.sent, summary.known, summary.failed);
+  if (summary.notConfirmed) std::cout << fmt::format(", {} not confirmed", summary.notConfirmed);
+  if (summary.seen < summary.total) {
+    std::cout << fmt::format(", {} not reached", summary.total - summary.seen);
+  }
+  std::cout << "\n";
+}
+
+int Migrate(MigrateOptions& options, Console& console) {
+  InstallStopHandler();
+  const Plan plan = MakePlan(options.sources);
+  if (options.dryRun) return ShowPlan(plan, options);
+  AskSecrets(options);
+  const std::string problem = TargetProblem(options.target);
+  if (!problem.empty()) throw UsageError(problem);
+
+  RunFolder run(options.run);
+  run.TakeOver(console);
+  run.InstallEngine(OwnFolder() + "/TarnyOutlookEngine");
+  Journal journal(run.File("journal.db"));
+  RequireSameRun(journal, options, run);
+  std::optional<LocalMailbox> local;
+  if (options.target.Local()) {
+    local.emplace(OwnFolder() + "/mailboxd", options.target.LocalFolder(), console);
+  }
+  const std::vector<std::string> engineOptions = EngineOptions(options, local ? &*local : nullptr);
+  const CommandLine parsed = ReadCommandLine(engineOptions, ews::Settings());
+  if (!parsed.strError.empty()) throw UsageError(parsed.strError);
+  const std::string refusal = TryTarget(options.target);
+  if (!refusal.empty()) {
+    throw RunError(fmt::format("cannot log on to the {}: {}", options.target.Name(), refusal));
+  }
+  Migration migration({run, options.target, engineOptions, local ? &*local : nullptr}, journal,
+                      console);
+  const Summary summary = migration.Run(plan);
+  PrintSummary(summary, plan, options);
+  std::cout.flush();
+  if (!summary.stopped.empty()) {
+    console.Say(
+        fmt::format("Stopped early: {}. Run the same command again to go on.", summary.stopped));
+  }
+  return summary.Complete() ? kExitDone : kExitFailed;
+}
+
+}  // namespace
+
+int RunMigrate(const Arguments& arguments) {
+  MigrateOptions options;
+  CLI::App app("Sends mail from files on disk into a mailbox. Run again, it goes on where it was.",
+               "tarny migrate");
+  Describe(app, options);
+  int exitCode = kExitDone;
+  if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
+  Console console;
+  try {
+    Complete(options);
+    return Migrate(options, console);
+  } catch (const UsageError& error) {
+    console.Say(fmt::format("tarny migrate: {}", error.what()));
+    return kExitUsage;
+  } catch (const std::exception& error) {
+    console.Say(fmt::format("tarny migrate: {}", error.what()));
+    return kExitFailed;
+  }
+}
+
+}  // namespace client

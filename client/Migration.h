@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "client/EngineProcess.h"
+#include "client/Journal.h"
+#include "client/LedgerLook.h"
+#include "client/LocalMailbox.h"
+#include "client/Plan.h"
+#include "client/RunFolder.h"
+#include "client/StatusLog.h"
+#include "client/Target.h"
+
+namespace client {
+
+class Console;
+
+// What a run came to.
+struct Summary {
+  std::uint64_t total = 0;
+  std::uint64_t sent = 0;
+  std::uint64_t known = 0;  // arrived in an earlier run, or the same mail twice in one folder
+  std::uint64_t failed = 0;
+  std::uint64_t notConfirmed = 0;
+  std::uint64_t seen = 0;  // items that were looked at before a stop
+  std::string stopped;     // why the run stopped early; empty when it did not
+  std::vector<SourceProblem> failures;
+  std::vector<SourceProblem> remarks;  // arrived, with a text
+
+  bool Complete() const { return stopped.empty() && failed == 0 && notConfirmed == 0; }
+};
+
+// Sends the items of a plan through an engine, one after the other, and makes sure of each: what
+// counts is the item's row in the engine's ledger, looked for after each result.
+class Migration {
+ public:
+  struct Setup {
+    const RunFolder& run;
+    const Target& target;
+    std::vector<std::string> engineOptions;
+    LocalMailbox* localMailbox = nullptr;  // not owned; null for another target
+  };
+  // Throws platform::SqliteError when the journal cannot be used.
+  Migration(Setup setup, Journal& journal, Console& console);
+
+  Summary Run(const Plan& plan);
+
+ private:
+  struct Outcome {
+    enum class Kind { kSent, kKnown, kFailed, kNotConfirmed } kind = Kind::kFailed;
+    std::string text;  // reason or remark
+  };
+  struct Mail {
+    std::string bytes;
+    std::string hash;
+    std::string key;
+  };
+
+  Outcome Handle(const Plan::Entry& entry);
+  Outcome Send(const Plan::Entry& entry, const Mail& mail);
+  Outcome SendOnce(const Plan::Entry& entry, const Mail& mail);
+  Outcome Judge(const Plan::Entry& entry, const Mail& mail, int result);
+  void StartEngine();
+  bool SelectFolder(const std::string& folder);
+  void Note(const Plan::Entry& entry, const Outcome& outcome);
+  // A reason to stop the run now, or empty.
+  std::string StopReason(const Outcome& outcome);
+
+  Setup m_setup;
+  Journal& m_journal;
+  Console& m_console;
+  LedgerLook m_ledger;
+  StatusLog m_statusLog;
+  std::unique_ptr<EngineProcess> m_engine;
+  std::string m_folder;  // the engine's current folder; empty when it must be selected
+  std::string m_lastConnectionFailure;
+  int m_connectionFailures = 0;
+  Summary m_summary;
+};
+
+}  // namespace client

@@ -1,0 +1,45 @@
+#include "client/Plan.h"
+
+#include <unordered_map>
+
+namespace client {
+namespace {
+
+std::string NameBelow(const std::string& root, const std::string& location) {
+  const bool below = location.size() > root.size() && location.starts_with(root);
+  if (!below) return location.substr(location.rfind('/') + 1);
+  return location.substr(root.size() + (location[root.size()] == '/' ? 1 : 0));
+}
+
+}  // namespace
+
+Plan MakePlan(const std::vector<std::string>& paths) {
+  Plan plan;
+  for (const std::string& path : paths) {
+    try {
+      plan.sources.push_back(OpenSource(path));
+    } catch (const SourceError& error) {
+      throw SourceError(path + ": " + error.what());
+    }
+    const Source* source = plan.sources.back().get();
+    for (SourceItem& item : source->List(plan.problems)) {
+      std::string name = NameBelow(path, item.location);
+      plan.entries.push_back({source, std::move(item), std::move(name)});
+    }
+  }
+  return plan;
+}
+
+std::vector<Plan::Folder> Plan::Folders() const {
+  std::vector<Folder> folders;
+  std::unordered_map<std::string, size_t> places;
+  for (const Entry& entry : entries) {
+    const auto [place, isNew] = places.try_emplace(entry.item.folder, folders.size());
+    if (isNew) folders.push_back({entry.item.folder, 0, 0});
+    ++folders[place->second].items;
+    folders[place->second].bytes += entry.item.length;
+  }
+  return folders;
+}
+
+}  // namespace client

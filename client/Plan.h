@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "client/Source.h"
+
+namespace client {
+
+// What a run is to do: the items of all its sources, in order.
+struct Plan {
+  struct Entry {
+    const Source* source = nullptr;
+    SourceItem item;
+    std::string name;  // for people: the location below its source
+  };
+  std::vector<std::unique_ptr<Source>> sources;
+  std::vector<Entry> entries;
+  std::vector<SourceProblem> problems;  // what was left out
+
+  // Items and bytes of one target folder.
+  struct Folder {
+    std::string name;
+    std::uint64_t items = 0;
+    std::uint64_t bytes = 0;
+  };
+  std::vector<Folder> Folders() const;  // in the order in which the run comes to them
+};
+
+// Opens and lists sources at absolute paths. Throws SourceError with the path and the reason.
+Plan MakePlan(const std::vector<std::string>& paths);
+
+}  // namespace client

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "engine/Records.h"
+
+namespace client {
+
+// Where a run sends its items, and as whom. Texts are UTF-8.
+struct Target {
+  std::string address;  // --to as it is recorded: a URL, "office365", or "local:" and a full path
+  std::string kind = "mailbox";  // mailbox, archive, public or group
+  std::string user;
+  std::string password;
+  std::string mailbox;  // the mailbox to impersonate, or the group's address; may be empty
+  std::string tenant;   // set: the token route
+  std::string clientId;
+  std::string clientSecret;
+
+  bool TokenRoute() const { return !tenant.empty(); }
+  bool Local() const { return address.starts_with("local:"); }
+  std::string LocalFolder() const { return address.substr(6); }
+  // The login id of the logon and of the ledger's rows: the address of the target mailbox. In the
+  // password route the engine logs on with it, so that it is the user there.
+  std::string Login() const { return TokenRoute() ? mailbox : user; }
+  // Which target this is, for the record of a run.
+  std::string Name() const;
+};
+
+// The record of the logon command. Check with TargetProblem first: longer texts would be cut.
+ST_LOGIN_INFO LoginRecord(const Target& target);
+
+// What is missing or too long in a target, for people; empty when it can be used.
+std::string TargetProblem(const Target& target);
+
+// Logs on by itself and looks at the target's root folder, since the engine gives no reason when
+// that fails. ews::Settings() must hold the options that the engine gets. Returns the reason of a
+// failure, empty on success.
+std::string TryTarget(const Target& target);
+
+}  // namespace client

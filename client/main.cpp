@@ -1,0 +1,54 @@
+#include <sys/stat.h>
+
+#include <array>
+#include <cstdio>
+#include <exception>
+#include <string_view>
+
+#include "client/Commands.h"
+#include "platform/IconvNarrow.h"
+
+namespace {
+
+struct Command {
+  std::string_view name;
+  int (*run)(const client::Arguments&);
+  std::string_view help;
+};
+constexpr std::array<Command, 3> kCommands = {{
+    {"migrate", client::RunMigrate, "send mail from files on disk into a mailbox"},
+    {"mailbox", client::RunMailbox, "show or export what a local mailbox holds"},
+    {"ledger", client::RunLedger, "show what the ledger of a run holds"},
+}};
+
+void PrintUsage(std::FILE* out) {
+  std::fputs("usage: tarny SUBCOMMAND ...\n\n", out);
+  for (const Command& command : kCommands) {
+    std::fprintf(out, "  %-10s %s\n", command.name.data(), command.help.data());
+  }
+  std::fputs("\ntarny SUBCOMMAND --help tells more.\n", out);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  umask(077);
+  platform::InstallIconvNarrowConverter();
+  const client::Arguments arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+  if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
+    PrintUsage(arguments.empty() ? stderr : stdout);
+    return arguments.empty() ? client::kExitUsage : client::kExitDone;
+  }
+  for (const Command& command : kCommands) {
+    if (arguments[0] != command.name) continue;
+    try {
+      return command.run({arguments.begin() + 1, arguments.end()});
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "tarny: %s\n", error.what());
+      return client::kExitFailed;
+    }
+  }
+  std::fprintf(stderr, "tarny: there is no subcommand '%s'\n\n", arguments[0].c_str());
+  PrintUsage(stderr);
+  return client::kExitUsage;
+}
