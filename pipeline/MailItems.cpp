@@ -1,0 +1,284 @@
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+#include "body/WorkFileReaders.h"
+#include "ews/Settings.h"
+#include "pipeline/ItemDescriptor.h"
+#include "platform/Files.h"
+#include "platform/LineReader.h"
+#include "platform/Paths.h"
+#include "target/CTarnyOutlookHandler.h"
+
+// Fills a mail from its record and its work files. Each property is a step of its own, so that a
+// bad one costs that property and not the mail; the first body source that exists is taken.
+namespace {
+
+using ews::ExtendedPropertyDefinition;
+using ews::MapiPropertyType;
+
+constexpr int kMessageFlags = 0x0E07;
+constexpr int kMessageDeliveryTime = 0x0E06;
+constexpr int kClientSubmitTime = 0x0039;
+constexpr int kSubject = 0x0037;
+constexpr std::int32_t kMessageFlagRead = 1;
+
+void MarkAsNoDraft(ews::Item& objItem) {
+  objItem.SetExtendedProperty(ExtendedPropertyDefinition(kMessageFlags, MapiPropertyType::Integer),
+                              kMessageFlagRead);
+}
+
+void SetImportance(ews::Item& objItem, const CString& strImportance) {
+  if (strImportance == u"1") objItem.SetImportance(ews::Importance::High);
+  if (strImportance == u"2") objItem.SetImportance(ews::Importance::Normal);
+  if (strImportance == u"3") objItem.SetImportance(ews::Importance::Low);
+}
+
+// Readers of a body see it as a terminated string.
+void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText) {
+  objItem.SetBody(ews::MessageBody(eType, strText.UpToNul()));
+}
+
+// True if the file that a path means, links resolved, lies below the work folder.
+bool LiesInWorkFolder(const CString& strPath) {
+  std::error_code objError;
+  const auto objFolder = std::filesystem::canonical(platform::ResolvePath(GetCurrPath()), objError);
+  if (objError) return false;
+  const auto objFile = std::filesystem::canonical(platform::ResolvePath(strPath), objError);
+  if (objError) return false;
+  const auto objMismatch =
+      std::mismatch(objFolder.begin(), objFolder.end(), objFile.begin(), objFile.end());
+  return objMismatch.first == objFolder.end() && objMismatch.second != objFile.end();
+}
+
+}  // namespace
+
+int CTarnyOutlookHandler::SaveEmailItem(ews::EmailMessage& pobjCkEmail, CString strHtmPath,
+                                        ST_EML_INFO* p_ST_EML_INFO) {
+  const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
+  ST_EML_INFO& objInfo = *p_ST_EML_INFO;
+  Log(u"Inside_SaveEmailItem");
+  strHtmPath.MakeUpper();
+  // Gives bytes only where the path names a file and not a work folder.
+  Guarded(nullptr, [&] {
+    int nLength = 0;
+    if (strHtmPath.IsEmpty()) return;
+    std::unique_ptr<unsigned char[]> pBytes(GetPureMime(strHtmPath, &nLength));
+    if (nLength > 0) {
+      pobjCkEmail.SetMimeContent({u"us-ascii", std::move(pBytes), static_cast<size_t>(nLength)});
+    }
+  });
+  Log(u"Inside_SaveEmailItem_0");
+  Log(u"Inside_SaveEmailItem_1");
+  Guarded(nullptr, [&] { pobjCkEmail.SetIsRead(objInfo.bRead); });
+  Log(u"Inside_SaveEmailItem_2");
+
+  Log(u"Inside_SaveEmailItem_GetAllowDuplicates_0");
+  if (GetAllowDuplicates() && !objInfo.strMessageId.IsEmpty() &&
+      CheckIfDublicateItemPresent(objInfo.strMessageId)) {
+    Log(u"Inside_SaveEmailItem_GetAllowDuplicates_1");
+    return kFailure;
+  }
+  Log(u"Inside_SaveEmailItem_GetAllowDuplicates_2");
+
+  // What a handler does not take goes to the next one out; the attachments are tried all the same.
+  bool bComplete = false;  // the body's route has attached what it has
+  try {
+    Guarded(u"Catch_2_SaveEmailItem", [&] {
+      Guarded(u"Catch_1_SaveEmailItem", [&] {
+        Log(u"Inside_SaveEmailItem_3");
+        Guarded(u"Inside_SaveEmailItem_3_catch", [&] { MarkAsNoDraft(pobjCkEmail); });
+        Log(u"Inside_SaveEmailItem_4");
+        Log(CString(u"Date  = ") + objInfo.dtCreationDate.Format(u"%A, %d %B %Y %H:%M:%S") +
+            u"\r\nSubject  =" + objInfo.strSubject + u"\r\nFrom  =" + objInfo.strFrom +
+            u"\r\nT0 = " + objInfo.strTo + u"\r\n");
+        Guarded(nullptr, [&] {
+          SetToFromBodyCreationDateProrityReadSubject(pobjCkEmail, objInfo.dtCreationDate,
+                                                      objInfo.strSubject, objInfo.bRead);
+        });
+        Log(u"Inside_SaveEmailItem_After SetToFromBodyCreationDateProrityReadSubject");
+        SetAddresses(pobjCkEmail, objInfo);
+        SetImportance(pobjCkEmail, objInfo.strImportance);
+        Log(u"Inside_SaveEmailItem_After Importance Set");
+        bComplete = SetBody(pobjCkEmail, strHtmPath);
+      });
+      if (bComplete) return;
+      Log(u" Before SaveAttachment");
+      SaveAttachment(pobjCkEmail);
+      Log(u" After SaveAttachment");
+    });
+  } catch (...) {
+    Log(u"Catch_3_SaveEmailItem");
+    return kFailure;
+  }
+  return kSuccess;
+}
+
+void CTarnyOutlookHandler::SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO& objInfo) {
+  const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
+  Guarded(nullptr, [&] {
+    objInfo.strFrom = GetEmailAddress(ReplaceUnicodeCharacters(objInfo.strFrom));
+    if (!objInfo.strFrom.IsEmpty()) objMail.SetFrom(ews::EmailAddress(objInfo.strFrom));
+  });
+  Log(u"After From Set");
+  Guarded(nullptr, [&] {
+    objInfo.strTo = ReplaceUnicodeCharacters(objInfo.strTo);
+    SaveRecipients(objInfo.strTo, objMail.ToRecipients());
+  });
+  Log(u"Inside_SaveEmailItem_After To Set");
+  Guarded(u"Inside_SaveEmailItem_AfterSaveRecipient_catch", [&] {
+    objInfo.strCc = ReplaceUnicodeCharacters(objInfo.strCc.Trim());
+    SaveRecipients(objInfo.strCc, objMail.CcRecipients());
+    Log(u"Inside_SaveEmailItem_AfterSaveRecipient");
+  });
+  Log(u"Inside_SaveEmailItem_After CC Set");
+  Guarded(nullptr, [&] {
+    objInfo.strBcc = ReplaceUnicodeCharacters(objInfo.strBcc.Trim());
+    SaveRecipients(objInfo.strBcc, objMail.BccRecipients());
+  });
+  Log(u"Inside_SaveEmailItem_After Bcc Set");
+}
+
+// Returns true if the body's route needs no further attachments.
+bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
+  const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
+  int nLength = 0;
+  if (const CString strPage = strHtmPath + u"Imagech111.html"; platform::PathExists(strPage)) {
+    Log(u" Imagech111.html");
+    const CString strText = GetStringFromFile(strPage, &nLength, /*bDisp=*/false);
+    (void)platform::DeleteFileAt(strPage);  // one that stays is written anew for the next page
+    SetBodyText(objMail, ews::BodyType::HTML, strText);
+    SaveImageAttachment(objMail, u"2ImageAttchment.txt");
+    Log(u" RETURN Imagech111.html");
+    return true;
+  }
+  if (const CString strEml = strHtmPath + u"\\EmlFile.Eml"; platform::PathExists(strEml)) {
+    Log(u" IN \\EmlFile.Eml");
+    SetMimeFromFile(objMail, strEml);
+    Log(u" OUT \\EmlFile.Eml");
+  } else if (platform::PathExists(strHtmPath + u"ch2111.rtf")) {
+    Log(u" IN \\ch2111.rtf");
+    // No converter is there to make HTML of it, which leaves the mail without a body.
+    Log(u" INSIDE catch \\ch2111.rtf");
+    Log(u" OUT \\ch2111.rtf");
+  } else if (const CString strTextFile = strHtmPath + u"\\TextFile1.txt";
+             platform::PathExists(strTextFile)) {
+    Log(u" IN \\TextFile1.txt");
+    SetTextBody(objMail, strTextFile);
+    Log(u" OUT \\TextFile1.txt");
+  } else if (const CString strHtml = strHtmPath + u"GARImage.html"; platform::PathExists(strHtml)) {
+    SetBodyText(objMail, ews::BodyType::HTML, GetStringFromFile(strHtml, &nLength, false));
+    Log(u"Save fileGARImage.html");
+  }
+  return false;
+}
+
+void CTarnyOutlookHandler::SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath) {
+  int nLength = 0;
+  std::unique_ptr<unsigned char[]> pBytes(GetPureMime(strPath, &nLength));
+  objMail.SetMimeContent({u"ASCII", std::move(pBytes), static_cast<size_t>(nLength)});
+  MarkAsNoDraft(objMail);
+}
+
+void CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString& strPath) {
+  // kept: a body stops at the first of these, a tab among them.
+  constexpr std::u16string_view kStops = u"\x01\x02\x03\x04\x05\x06\x07\x08\x09\x11";
+  CString strText;
+  if (auto objReader = platform::WideLineReader::Open(strPath)) {
+    CString strLine;
+    while (objReader->ReadLine(strLine)) {
+      for (const char16_t ch : kStops) strLine.Replace(ch, u'\0');
+      strText += strLine;
+      strText += u"\r\n";
+    }
+  } else {
+    int nLength = 0;
+    strText = GetStringFromFile(strPath, &nLength, /*bDisp=*/false);
+  }
+  m_objLogManager.WriteLog(u"Save file \\TextFile1.txt");
+  SetBodyText(objMail, ews::BodyType::Text, strText);
+}
+
+void CTarnyOutlookHandler::SetToFromBodyCreationDateProrityReadSubject(ews::Item& pobjCkEmail,
+                                                                       COleDateTime date,
+                                                                       CString strSubject, bool) {
+  Guarded(nullptr, [&] {
+    const ews::UtcTime objTime{ToUniversalTime(GetDateTime(date))};
+    for (const int nTag : {kMessageDeliveryTime, kClientSubmitTime}) {
+      pobjCkEmail.SetExtendedProperty(
+          ExtendedPropertyDefinition(nTag, MapiPropertyType::SystemTime), objTime);
+    }
+  });
+  Guarded(nullptr, [&] {
+    if (strSubject.IsEmpty()) return;
+    pobjCkEmail.SetExtendedProperty(ExtendedPropertyDefinition(kSubject, MapiPropertyType::String),
+                                    strSubject);
+  });
+}
+
+void CTarnyOutlookHandler::SaveRecipients(CString str,
+                                          ews::EmailAddressCollection& emailRecipients) {
+  if (str.IsEmpty()) return;
+  if (str[str.GetLength() - 1] != u';') str += u';';
+  int nStart = 0;
+  for (int nEnd = str.Find(u';'); nEnd > nStart; nEnd = str.Find(u';', nStart)) {
+    emailRecipients.Add(GetEmailAddress(str.Mid(nStart, nEnd - nStart).Trim()));
+    nStart = nEnd + 1;
+  }
+}
+
+void CTarnyOutlookHandler::SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees) {
+  const auto nEntries = std::ranges::count(str.View(), u';');
+  if (nEntries == 0) {
+    if (!str.IsEmpty()) emailAttendees.Add(str);
+    return;
+  }
+  int nEnd = str.Find(u';');
+  CString strCurrent = str.Left(nEnd);
+  int nRest = nEnd + 1;  // where the rest of the text begins
+  int nSearch = nEnd;    // kept: the first search starts at the old place, counted in the rest
+  for (auto n = nEntries; n > 0; --n) {
+    emailAttendees.Add(strCurrent);
+    nEnd = str.Find(u';', nRest + nSearch);
+    if (nEnd < 0) {
+      emailAttendees.Add(strCurrent);
+      return;
+    }
+    strCurrent = str.Mid(nRest, nEnd - nRest);
+    nRest = nEnd + 1;
+    nSearch = 0;
+  }
+}
+
+CString CTarnyOutlookHandler::GetEmailAddress(CString str) {
+  if (m_nFlag == 0) return str;
+  const int nAt = str.Find(u"\" <");
+  return nAt < 0 ? str : str.Mid(nAt + 1);
+}
+
+void CTarnyOutlookHandler::AttachWorkFile(ews::EmailMessage& objMail, const CString& strName) {
+  const CString strPath = GetCurrPath() + strName;
+  if (!platform::PathExists(strPath)) return;
+  if (ews::Settings().bSafe && !LiesInWorkFolder(strPath)) return;
+  Guarded(nullptr, [&] { objMail.Attachments().AddFileAttachment(strPath); });
+}
+
+void CTarnyOutlookHandler::SaveImageAttachment(ews::EmailMessage& pobjCkEmail,
+                                               CString strImageFile) {
+  auto objReader = platform::WideLineReader::Open(GetCurrPath() + strImageFile);
+  if (!objReader) return;
+  CString strLine;
+  while (objReader->ReadLine(strLine)) {
+    strLine = RemoveSlash(strLine);
+    if (!strLine.IsEmpty()) AttachWorkFile(pobjCkEmail, strLine);
+  }
+}
+
+void CTarnyOutlookHandler::SaveAttachment(ews::EmailMessage& pobjCkEmail) {
+  // The whole message carries its attachments itself.
+  if (platform::PathExists(GetCurrPath() + u"\\EmlFile.Eml")) return;
+  auto objReader = platform::WideLineReader::Open(GetCurrPath() + u"11comtextjjAttach.t");
+  if (!objReader) return;
+  CString strLine;
+  while (objReader->ReadLine(strLine)) AttachWorkFile(pobjCkEmail, RemoveSlash(strLine));
+}
