@@ -1,0 +1,23 @@
+#include <sys/stat.h>
+
+#include <csignal>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "engine/CCTarnyOutlookEngneApp.h"
+#include "platform/IconvNarrow.h"
+
+int main(int argc, char** argv) {
+  umask(077);  // ledger, logs and work files are the user's alone
+  (void)std::signal(SIGPIPE, SIG_IGN);
+  platform::InstallIconvNarrowConverter();
+  CCTarnyOutlookEngneApp theApp;
+  try {
+    return theApp.InitInstance(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+  } catch (const std::exception& objError) {
+    std::cerr << "TarnyOutlookEngine: " << objError.what() << "\n";
+    return 1;
+  }
+}
