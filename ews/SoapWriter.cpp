@@ -1,5 +1,7 @@
 #include "ews/SoapWriter.h"
 
+#include <algorithm>
+
 #include "ews/ServiceException.h"
 #include "platform/Unicode.h"
 
@@ -56,7 +58,10 @@ std::string_view Reference(char ch, bool bAttribute) {
 }
 
 ServiceException InvalidValue(std::u16string_view strValue, std::string_view strName) {
-  std::string strQuoted = platform::Utf16ToUtf8(strValue.substr(0, kQuotedUnits));
+  std::u16string strStart(strValue.substr(0, kQuotedUnits));
+  // An exception's text ends at a NUL, and callers look for what stands behind the value.
+  std::replace(strStart.begin(), strStart.end(), u'\0', u'\xFFFD');
+  std::string strQuoted = platform::Utf16ToUtf8(strStart);
   if (strValue.size() > kQuotedUnits) strQuoted += "…";
   return ServiceException("The invalid value '" + strQuoted + "' was specified for the '" +
                           std::string(strName) + "' element.");

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "ews/EwsTransport.h"
+#include "ews/RequestBody.h"
+#include "ews/ServiceException.h"
+#include "ews/Settings.h"
+
+// A transport that gives the answers of its script in order and keeps what was sent. Its clock
+// moves only when somebody waits.
+class ScriptedTransport : public ews::EwsTransport {
+ public:
+  struct Sent {
+    std::string method;
+    std::string url;
+    ews::Headers headers;
+    std::string authorization;
+    std::string body;
+    std::chrono::milliseconds timeout;
+  };
+
+  void Push(ews::HttpResponse response) { m_script.push_back(std::move(response)); }
+  void Push(std::string body, int status = 200) { Push({status, {}, std::move(body)}); }
+  void PushRedirect(std::string url, int status = 302) {
+    Push({status, {{"Location", std::move(url)}}, ""});
+  }
+  // The request gets no answer.
+  void PushFailure(std::string text) { Push({-1, {}, std::move(text)}); }
+
+  const std::vector<Sent>& Requests() const { return m_sent; }
+  std::chrono::milliseconds Waited() const { return m_waited; }
+
+  std::chrono::steady_clock::time_point Now() override {
+    return std::chrono::steady_clock::time_point(m_waited);
+  }
+  void Wait(std::chrono::milliseconds time) override { m_waited += time; }
+
+ private:
+  ews::HttpResponse DoSend(const ews::HttpRequest& request) override {
+    std::string body;
+    if (request.pBody) {
+      body.resize(request.pBody->Length());
+      const size_t n = request.pBody->Read(body);
+      char more = 0;
+      if (n != body.size() || request.pBody->Read({&more, 1}) != 0) {
+        throw std::logic_error("the body is not as long as it says");
+      }
+    }
+    m_sent.push_back({request.strMethod, request.strUrl, request.arrHeaders,
+                      request.objCredentials.HeaderValue(), std::move(body), request.nTimeout});
+    if (m_script.empty()) throw ews::ServiceException("the script has ended");
+    ews::HttpResponse response = std::move(m_script.front());
+    m_script.pop_front();
+    if (response.nStatus < 0) throw ews::ServiceException(response.strBody);
+    return response;
+  }
+
+  std::deque<ews::HttpResponse> m_script;
+  std::vector<Sent> m_sent;
+  std::chrono::milliseconds m_waited{0};
+};
+
+// The process's settings as they were, once the object ends.
+class SettingsKeeper {
+ public:
+  SettingsKeeper() : m_saved(ews::Settings()) {}
+  ~SettingsKeeper() { ews::Settings() = m_saved; }
+  SettingsKeeper(const SettingsKeeper&) = delete;
+  SettingsKeeper& operator=(const SettingsKeeper&) = delete;
+
+ private:
+  ews::ServiceSettings m_saved;
+};
+
+// The text of the exception that the call raises, or "no exception".
+template <typename Call>
+std::string TextOf(Call call) {
+  try {
+    call();
+  } catch (const std::exception& e) {
+    return e.what();
+  }
+  return "no exception";
+}

@@ -1,0 +1,238 @@
+#include <gtest/gtest.h>
+
+#include "ews/CWebAccessHandler.h"
+#include "ews/ServicePointManager.h"
+#include "tests/ews/Answers.h"
+#include "tests/ews/ScriptedTransport.h"
+
+namespace {
+
+using Root = ews::WellKnownFolderName;
+
+class WebAccessHandler : public testing::Test {
+ protected:
+  bool Logon(int route, const CString& impersonated, const CString& target) {
+    CString tenant = u"tenant";
+    CString client = u"client";
+    CString secret = u"secret";
+    CString logPath;
+    m_error = {};
+    return m_handler.LogonUserAndServer(u"admin@example.com", u"pw", impersonated, target, m_error,
+                                        tenant, client, secret, &route, logPath);
+  }
+  void LogonByPassword() {
+    ews::Settings().strEwsUrl = u"https://mail.example.com/EWS/Exchange.asmx";
+    ASSERT_TRUE(Logon(0, u"", u"Mailbox"));
+  }
+  // What the last request said about a header, or "".
+  std::string Header(const std::string& name) const {
+    for (const auto& [key, value] : m_transport.Requests().back().headers) {
+      if (key == name) return value;
+    }
+    return {};
+  }
+  bool LastHolds(const std::string& text) const {
+    return m_transport.Requests().back().body.find(text) != std::string::npos;
+  }
+  void PushToken() { m_transport.Push("{\"access_token\":\"T\",\"expires_in\":3600}"); }
+
+  SettingsKeeper m_settings;
+  ScriptedTransport m_transport;
+  ews::ScopedTransport m_scope{m_transport};
+  CWebAccessHandler m_handler;
+  CString m_error;
+};
+
+TEST_F(WebAccessHandler, ThePasswordRouteImpersonatesOnlyWhatIsNamed) {
+  ews::Settings().strEwsUrl = u"https://mail.example.com/EWS/Exchange.asmx";
+  const struct {
+    const char16_t* impersonated;
+    const char16_t* target;
+    bool impersonates;
+  } rows[] = {{u"", u"Mailbox", false},
+              {u"a@example.com", u"Mailbox", true},
+              {u"a@example.com", u"Group", false},
+              {u"a@example.com", u" Group ", true}};
+  for (const auto& row : rows) {
+    ASSERT_TRUE(Logon(0, row.impersonated, row.target));
+    m_transport.Push(answers::Found({}));
+    EXPECT_EQ(m_handler.CheckArchiveMailboxLogin(Root::ArchiveMsgFolderRoot), 1);
+    EXPECT_EQ(LastHolds("ExchangeImpersonation"), row.impersonates);
+    EXPECT_EQ(Header("X-AnchorMailbox"), "");
+    EXPECT_TRUE(m_transport.Requests().back().authorization.starts_with("Basic "));
+  }
+}
+
+TEST_F(WebAccessHandler, AFailedPasswordLogonTellsWhy) {
+  m_transport.Push("", 401);
+  EXPECT_FALSE(Logon(2, u"", u"Mailbox"));
+  EXPECT_TRUE(m_error.Contains(u"HTTP 401")) << m_error.ToUtf8();
+}
+
+TEST_F(WebAccessHandler, TheTokenRouteUsesTheFixedEndpoint) {
+  PushToken();
+  ASSERT_TRUE(Logon(1, u"box@example.com", u"Mailbox"));
+  m_transport.Push(answers::Found({}));
+  EXPECT_EQ(m_handler.CheckArchiveMailboxLogin(Root::MsgFolderRoot), 1);
+  const auto& sent = m_transport.Requests().back();
+  EXPECT_EQ(sent.url, "https://outlook.office365.com/EWS/Exchange.asmx");
+  EXPECT_EQ(sent.authorization, "Bearer T");
+  EXPECT_EQ(Header("X-AnchorMailbox"), "box@example.com");
+  EXPECT_TRUE(LastHolds("<t:SmtpAddress>box@example.com</t:SmtpAddress>"));
+  EXPECT_EQ(m_handler.m_dtTime.GetStatus(), COleDateTime::valid);
+  EXPECT_GT(m_handler.m_dtTime.Value(), 40000.0);
+
+  PushToken();
+  ASSERT_TRUE(Logon(1, u"group@example.com", u"Group"));
+  m_transport.Push(answers::Found({}));
+  m_handler.CheckArchiveMailboxLogin(Root::MsgFolderRoot);
+  EXPECT_EQ(Header("X-AnchorMailbox"), "");
+  EXPECT_FALSE(LastHolds("ExchangeImpersonation"));
+}
+
+TEST_F(WebAccessHandler, WithoutATokenTheOldConnectionStaysAndNoReasonLeaves) {
+  LogonByPassword();
+  const auto service = m_handler.m_pService;
+  m_transport.Push("{\"error_description\":\"no\"}", 401);
+  EXPECT_FALSE(Logon(1, u"box@example.com", u"Mailbox"));
+  EXPECT_TRUE(m_error.IsEmpty());
+  EXPECT_EQ(m_handler.m_pService, service);
+}
+
+TEST_F(WebAccessHandler, AnEmptyImpersonatedMailFailsAtTheFirstRequest) {
+  PushToken();
+  ASSERT_TRUE(Logon(1, u"", u"Mailbox"));
+  EXPECT_EQ(m_handler.CheckArchiveMailboxLogin(Root::MsgFolderRoot), 0);
+  EXPECT_EQ(m_transport.Requests().size(), 1u);
+  PushToken();
+  EXPECT_FALSE(Logon(1, u"a\r\nX-Evil: 1", u"Mailbox"));
+}
+
+TEST_F(WebAccessHandler, BeforeALogonEverythingFailsQuietly) {
+  EXPECT_EQ(m_handler.CheckArchiveMailboxLogin(Root::ArchiveMsgFolderRoot), 0);
+  EXPECT_EQ(m_handler.CreateFolderInStore(u"A\\", 0, Root::MsgFolderRoot, false), 1);
+  EXPECT_EQ(m_handler.m_fldCurrent.ToString(), kAbsentFolder);
+  EXPECT_EQ(TextOf([&] { m_handler.Service(); }), ews::kNoService);
+}
+
+TEST_F(WebAccessHandler, LevelsAreWhatBackslashesClose) {
+  const struct {
+    const char16_t* path;
+    int count;
+    std::vector<const char16_t*> names;
+  } rows[] = {
+      {u"", 0, {u""}},
+      {u"A", 0, {u"", u""}},
+      {u"A\\", 1, {u"A", u""}},
+      {u"A\\B", 1, {u"A", u"", u""}},
+      {u"A\\B\\", 2, {u"A", u"B", u""}},
+      {u"A\\\\B\\", 3, {u"A", u"", u"B", u""}},
+      {u"\\A\\", 0, {u"\\A", u"A", u""}},  // a leading backslash counts nothing
+  };
+  for (const auto& row : rows) {
+    const std::string path = CString(row.path).ToUtf8();
+    EXPECT_EQ(m_handler.getTotCountSlash(row.path), row.count) << path;
+    for (size_t i = 0; i < row.names.size(); ++i) {
+      EXPECT_EQ(m_handler.GetNameBySlash(row.path, static_cast<int>(i)), row.names[i])
+          << path << " " << i;
+    }
+  }
+}
+
+TEST_F(WebAccessHandler, NamesAndTypesDecideTheClass) {
+  EXPECT_EQ(m_handler.UpdateName(u"($Meetings)"), u"Calendar");
+  EXPECT_EQ(m_handler.UpdateName(u"($inbox)"), u"($inbox)");
+  EXPECT_EQ(m_handler.GetFolderType(u"By Diary Date"), u"IPF.Jornal");
+  EXPECT_EQ(m_handler.GetFolderType(u"contacts"), u"IPF.Note");
+  EXPECT_EQ(m_handler.GetFolderTypeGroupwise(u"Tasks", 4, false), u"IPF.Task");  // the name wins
+  EXPECT_EQ(m_handler.GetFolderTypeGroupwise(u"x", 13, false), u"IPF.Task");
+  EXPECT_EQ(m_handler.GetFolderTypeGroupwise(u"x", 6, true), u"IPF.Appointment");
+  EXPECT_EQ(m_handler.GetFolderTypeGroupwise(u"x", 14, false), u"IPF.Contact");
+  EXPECT_EQ(m_handler.GetFolderTypeGroupwise(u"x", 1, false), u"IPF.Note");
+  m_handler.m_strCalendarName = u"($Inbox)";
+  EXPECT_EQ(m_handler.GetFolderType(u"($Inbox)"), u"IPF.Appointment");
+}
+
+TEST_F(WebAccessHandler, LevelsAreFoundInAnyCaseAndTheRestIsMade) {
+  LogonByPassword();
+  m_transport.Push(answers::Found({{"1", "My Inbox"}, {"2", "INBOX"}}));
+  m_transport.Push(answers::Found({}));
+  m_transport.Push(answers::NewFolder("3"));
+  m_transport.Push(answers::Found({}));
+  m_transport.Push(answers::NewFolder("4"));
+  EXPECT_EQ(
+      m_handler.CreateFolderInStore(u"($Inbox)\\($ToDo)\\Sub\\", 4, Root::MsgFolderRoot, true), 1);
+  EXPECT_EQ(m_handler.m_fldCurrent.ToString(), u"4");
+  EXPECT_TRUE(m_handler.m_bChangeViewOfCalender);
+  const auto& sent = m_transport.Requests();
+  ASSERT_EQ(sent.size(), 5u);
+  EXPECT_NE(sent[0].body.find("<t:Constant Value=\"Inbox\"/>"), std::string::npos);
+  EXPECT_NE(sent[1].body.find("<t:FolderId Id=\"2\"/>"), std::string::npos);
+  // A middle level takes its class from the source's name, the last one from the type.
+  EXPECT_NE(sent[2].body.find("<t:TasksFolder><t:DisplayName>To Do<"), std::string::npos);
+  EXPECT_NE(sent[4].body.find("<t:CalendarFolder><t:DisplayName>Sub<"), std::string::npos);
+}
+
+TEST_F(WebAccessHandler, AFolderThatCannotBeMadeIsAbsentAndSoIsAllBelow) {
+  LogonByPassword();
+  m_transport.Push(answers::Found({}));
+  m_transport.Push(answers::Error("CreateFolder", "ErrorFolderExists", "exists"));
+  m_transport.Push(answers::Error("FindFolder", "ErrorInvalidIdMalformed", "bad id"));
+  m_transport.Push(answers::Error("CreateFolder", "ErrorInvalidIdMalformed", "bad id"));
+  EXPECT_EQ(m_handler.CreateNewFolderInStore(u"A\\B\\", 0, Root::MsgFolderRoot, false), 1);
+  EXPECT_EQ(m_handler.m_fldNewFolder.ToString(), kAbsentFolder);
+  ASSERT_EQ(m_transport.Requests().size(), 4u);
+  EXPECT_TRUE(LastHolds("<t:FolderId Id=\"-NO-\"/>"));
+}
+
+TEST_F(WebAccessHandler, SafeLooksOnceMoreForAFolderThatTheServerRefuses) {
+  LogonByPassword();
+  ews::Settings().bSafe = true;
+  m_transport.Push(answers::Found({}));
+  m_transport.Push(answers::Error("CreateFolder", "ErrorFolderExists", "exists"));
+  m_transport.Push(answers::Found({{"7", "a"}}));
+  m_handler.CreateFolderInStore(u"A\\", 0, Root::MsgFolderRoot, false);
+  EXPECT_EQ(m_handler.m_fldCurrent.ToString(), u"7");
+  EXPECT_TRUE(LastHolds("<t:IsEqualTo>"));
+  // A request that got no answer is no refusal.
+  m_transport.Push(answers::Found({}));
+  m_transport.PushFailure("gone");
+  m_handler.CreateFolderInStore(u"A\\", 0, Root::MsgFolderRoot, false);
+  EXPECT_EQ(m_handler.m_fldCurrent.ToString(), kAbsentFolder);
+  EXPECT_EQ(m_transport.Requests().size(), 5u);
+}
+
+TEST_F(WebAccessHandler, APathWithoutALevelIsTheRootItself) {
+  m_handler.CreateFolderInStore(u"Inbox", 0, Root::PublicFoldersRoot, false);
+  EXPECT_EQ(m_handler.m_fldCurrent.ToString(), u"publicfoldersroot");
+}
+
+TEST_F(WebAccessHandler, AGroupHasThreeFolders) {
+  LogonByPassword();
+  const struct {
+    const char16_t* path;
+    const char* name;
+  } rows[] = {{u"Calendar\\", "calendar"},
+              {u"Contacts\\", "contacts"},
+              {u"Calendar", "inbox"},
+              {u"A\\Calendar\\", "inbox"},
+              {u"", "inbox"}};
+  for (const auto& row : rows) {
+    m_handler.SetFolderStore(row.path, u"group@example.com");
+    m_transport.Push(answers::Found({}));
+    m_handler.CheckArchiveMailboxLogin(m_handler.m_fldCurrent);
+    EXPECT_TRUE(LastHolds(std::string("<t:DistinguishedFolderId Id=\"") + row.name +
+                          "\"><t:Mailbox>"
+                          "<t:EmailAddress>group@example.com<"));
+  }
+}
+
+TEST(ServicePointManager, VerificationStandsAboveTheCallback) {
+  const SettingsKeeper keeper;
+  EXPECT_TRUE(CMyClass::AcceptingCertificate(nullptr, nullptr, nullptr, 7));
+  EXPECT_TRUE(ews::ServicePointManager::AcceptsEveryCertificate());
+  ews::Settings().bVerifyCertificates = true;
+  EXPECT_FALSE(ews::ServicePointManager::AcceptsEveryCertificate());
+}
+
+}  // namespace

@@ -1,0 +1,113 @@
+#include "tests/support/ScriptedServer.h"
+
+#include <strings.h>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+#include <httplib.h>
+
+namespace test_support {
+
+struct ScriptedServer::Impl {
+  httplib::Server server;
+  std::thread thread;
+  int port = 0;
+  mutable std::mutex mutex;
+  std::condition_variable ending;
+  bool ended = false;
+  std::deque<ScriptedAnswer> script;
+  std::vector<SeenRequest> seen;
+
+  ScriptedAnswer Take(const httplib::Request& request) {
+    const std::lock_guard lock(mutex);
+    seen.push_back({request.method,
+                    request.path,
+                    {request.headers.begin(), request.headers.end()},
+                    request.body,
+                    request.remote_port});
+    if (script.empty()) return {.status = 500, .body = "the script has ended"};
+    ScriptedAnswer answer = std::move(script.front());
+    script.pop_front();
+    return answer;
+  }
+
+  void WaitForEnd() {
+    std::unique_lock lock(mutex);
+    ending.wait(lock, [this] { return ended; });
+  }
+
+  void Answer(const httplib::Request& request, httplib::Response& response) {
+    ScriptedAnswer answer = Take(request);
+    if (answer.fault == ScriptedAnswer::Fault::kSilence) WaitForEnd();
+    response.status = answer.status;
+    for (const auto& [name, value] : answer.headers) response.set_header(name, value);
+    if (answer.fault == ScriptedAnswer::Fault::kDropInBody) {
+      const size_t half = answer.body.size() / 2;
+      response.set_content_provider(
+          answer.body.size(), answer.contentType,
+          [body = answer.body, half](size_t offset, size_t, httplib::DataSink& sink) {
+            if (offset >= half) return false;
+            return sink.write(body.data() + offset, half - offset);
+          });
+    } else {
+      response.set_content(answer.body, answer.contentType);
+    }
+  }
+};
+
+std::string SeenRequest::Header(std::string_view name) const {
+  for (const auto& [key, value] : headers) {
+    if (key.size() == name.size() && strncasecmp(key.data(), name.data(), key.size()) == 0) {
+      return value;
+    }
+  }
+  return {};
+}
+
+ScriptedServer::ScriptedServer() : m_impl(std::make_unique<Impl>()) {
+  const auto handler = [impl = m_impl.get()](const httplib::Request& request,
+                                             httplib::Response& response) {
+    impl->Answer(request, response);
+  };
+  m_impl->server.Post(".*", handler);
+  m_impl->server.Get(".*", handler);
+  m_impl->server.set_keep_alive_max_count(1000);
+  m_impl->server.set_tcp_nodelay(true);
+  m_impl->port = m_impl->server.bind_to_any_port("127.0.0.1");
+  if (m_impl->port <= 0) throw std::runtime_error("no port for the scripted server");
+  m_impl->thread = std::thread([impl = m_impl.get()] { impl->server.listen_after_bind(); });
+  // stop() is a no-op before the accept loop runs.
+  while (!m_impl->server.is_running()) std::this_thread::yield();
+}
+
+ScriptedServer::~ScriptedServer() {
+  {
+    const std::lock_guard lock(m_impl->mutex);
+    m_impl->ended = true;
+  }
+  m_impl->ending.notify_all();
+  m_impl->server.stop();
+  m_impl->thread.join();
+}
+
+void ScriptedServer::Push(ScriptedAnswer answer) {
+  const std::lock_guard lock(m_impl->mutex);
+  m_impl->script.push_back(std::move(answer));
+}
+
+int ScriptedServer::Port() const { return m_impl->port; }
+
+std::string ScriptedServer::Url(const std::string& path) const {
+  return "http://127.0.0.1:" + std::to_string(m_impl->port) + path;
+}
+
+std::vector<SeenRequest> ScriptedServer::Requests() const {
+  const std::lock_guard lock(m_impl->mutex);
+  return m_impl->seen;
+}
+
+}  // namespace test_support

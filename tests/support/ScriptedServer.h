@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace test_support {
+
+// What a scripted server does with one request.
+struct ScriptedAnswer {
+  enum class Fault {
+    kNone,
+    kDropInBody,  // the connection ends behind half of the body
+    kSilence,     // no answer until the server ends
+  };
+  int status = 200;
+  std::string body = {};
+  std::vector<std::pair<std::string, std::string>> headers = {};
+  std::string contentType = "text/xml; charset=utf-8";
+  Fault fault = Fault::kNone;
+};
+
+struct SeenRequest {
+  std::string method;
+  std::string path;
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::string body;
+  int remotePort = 0;  // tells connections apart
+
+  // The first header of that name without regard to case, or "".
+  std::string Header(std::string_view name) const;
+};
+
+// A plain HTTP server on loopback that gives the answers of its script in order, whatever is asked,
+// and keeps what it was asked. Behind the end of the script it answers 500. It ends with the
+// object.
+class ScriptedServer {
+ public:
+  ScriptedServer();
+  ~ScriptedServer();
+  ScriptedServer(const ScriptedServer&) = delete;
+  ScriptedServer& operator=(const ScriptedServer&) = delete;
+
+  void Push(ScriptedAnswer answer);
+  int Port() const;
+  std::string Url(const std::string& path = "/") const;  // "http://127.0.0.1:PORT/"
+  std::vector<SeenRequest> Requests() const;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> m_impl;
+};
+
+}  // namespace test_support
