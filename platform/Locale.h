@@ -11,6 +11,7 @@ struct UserLocale {
   std::string strLanguage = "en";   // lower case
   std::string strTerritory = "US";  // upper case; empty if the name has none
   std::string strScript;            // "Latn" or "Cyrl" where the name's modifier says so
+  bool operator==(const UserLocale&) const = default;
 };
 
 // Parts a name such as "sr_RS.UTF-8@latin"; what is no locale name gives en-US.
