@@ -21,6 +21,8 @@ void AddEntry(const PendingFolder& folder, const FolderEntry& entry, std::vector
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     const std::string target = folder.target.empty() ? std::string(kInbox) : folder.target;
     items.push_back({path, target, true, 0, entry.size});
+  } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
+    // What systems leave in folders: nobody's mail, and no news to anyone.
   } else if (entry.kind == EntryKind::kFile) {
     problems.push_back({path, "left out: its name does not end in .eml"});
   } else if (entry.kind == EntryKind::kFolderLink) {

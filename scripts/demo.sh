@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Shows a migration from beginning to end: ten mails on disk, a mailbox of our own on this machine,
+# and the engine between them. Its folders stay under build/demo; FRESH=1 starts over.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+tarny=build/bin/tarny
+demo=build/demo
+mailbox=$demo/mailbox
+run=$demo/run
+
+if [ ! -x "$tarny" ]; then
+  echo "$tarny is not there yet: 'make demo' builds it first." >&2
+  exit 1
+fi
+if [ "${FRESH:-0}" = 1 ]; then rm -rf "$demo"; fi
+mkdir -p "$demo"
+
+say() { printf '\n== %s\n' "$*"; }
+# Shows a command as it would be typed, and runs it.
+show() {
+  printf '\n$'
+  printf ' %q' "$@"
+  printf '\n'
+  "$@"
+}
+
+say "What would go where: the mail under samples/, by target folder"
+show "$tarny" migrate samples --to "local:$mailbox" --dry-run
+
+if [ -e "$run/journal.db" ]; then
+  say "This demonstration has run before: all mail is there already (FRESH=1 make demo starts over)"
+else
+  say "Migration: tarny starts a local mailbox and the engine, and hands it one mail after the other"
+fi
+show "$tarny" migrate samples --to "local:$mailbox" --run "$run"
+
+say "What arrived in the mailbox"
+show "$tarny" mailbox ls --data "$mailbox" --items
+
+say "One mail as the mailbox holds it, byte for byte what was sent"
+item=$("$tarny" mailbox ls --data "$mailbox" --items |
+  sed -n 's/^ *#\([0-9]*\) .*Welcome on board.*/\1/p' | head -n 1)
+show "$tarny" mailbox show --data "$mailbox" "$item"
+
+say "The same migration again: nothing is sent twice"
+show "$tarny" migrate samples --to "local:$mailbox" --run "$run"
+
+say "The engine's ledger: what it has saved, by folder"
+show "$tarny" ledger "$run/SQLLiteNew.db"
+
+cat <<END
+
+Everything is under $demo:
+  $mailbox/mailbox.db        the mailbox
+  $run/SQLLiteNew.db         the engine's ledger
+  $run/StatusLog.txt         one status line for each item
+  $run/TarnyEngine.txt       the engine's trace (UTF-16)
+  $run/journal.db            what tarny remembers, so that a run can be stopped and go on
+END
