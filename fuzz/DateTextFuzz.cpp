@@ -7,7 +7,7 @@
 
 // Date texts under several locales. A text that is read as a date gives one that exists; written as
 // ISO 8601 and read again it is the same date, in every locale; blanks around it change nothing;
-// and its local time has an instant within a day and a half of the same time in UTC.
+// and its local time has an instant within two and a half days of it as UTC.
 
 namespace {
 
