@@ -3,12 +3,15 @@
 #include <unicode/uchar.h>
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 
 namespace platform {
 namespace {
+
+static_assert(std::endian::native == std::endian::little, "units are packed as they lie in memory");
 
 constexpr char16_t kReplacement = 0xFFFD;
 
@@ -67,6 +70,21 @@ size_t AsciiBytes(const unsigned char* p, const unsigned char* pEnd) {
     p += 8;
   }
   while (p != pEnd && *p < 0x80) ++p;
+  return static_cast<size_t>(p - pStart);
+}
+
+// Copies the ASCII units at the front, four together while it lasts; returns how many there were.
+size_t CopyAsciiUnits(const char16_t* p, const char16_t* pEnd, char* pOut) {
+  const char16_t* const pStart = p;
+  for (; pEnd - p >= 4; p += 4, pOut += 4) {
+    std::uint64_t nFour;
+    std::memcpy(&nFour, p, sizeof nFour);
+    if (nFour & 0xFF80FF80FF80FF80u) break;
+    nFour = (nFour | nFour >> 8) & 0x0000FFFF0000FFFFu;
+    const auto nBytes = static_cast<std::uint32_t>(nFour | nFour >> 16);
+    std::memcpy(pOut, &nBytes, sizeof nBytes);
+  }
+  while (p != pEnd && *p < 0x80) *pOut++ = static_cast<char>(*p++);
   return static_cast<size_t>(p - pStart);
 }
 
@@ -142,13 +160,18 @@ std::string Utf16ToUtf8(std::u16string_view str) {
   const char16_t* p = str.data();
   const char16_t* const pEnd = p + str.size();
   while (p != pEnd) {
-    char32_t ch = *p++;
-    if (IsHighSurrogate(static_cast<char16_t>(ch)) && p != pEnd && IsLowSurrogate(*p)) {
-      ch = 0x10000 + ((ch & 0x3FF) << 10 | (*p++ & 0x3FFu));
-    } else if ((ch & 0xF800) == 0xD800) {
-      ch = kReplacement;
+    const size_t nAscii = CopyAsciiUnits(p, pEnd, pOut);
+    pOut += nAscii;
+    p += nAscii;
+    while (p != pEnd && *p >= 0x80) {
+      char32_t ch = *p++;
+      if (IsHighSurrogate(static_cast<char16_t>(ch)) && p != pEnd && IsLowSurrogate(*p)) {
+        ch = 0x10000 + ((ch & 0x3FF) << 10 | (*p++ & 0x3FFu));
+      } else if ((ch & 0xF800) == 0xD800) {
+        ch = kReplacement;
+      }
+      pOut = EncodeUtf8(ch, pOut);
     }
-    pOut = EncodeUtf8(ch, pOut);
   }
   strResult.resize(static_cast<size_t>(pOut - strResult.data()));
   return strResult;
