@@ -1,0 +1,95 @@
+#include "body/WorkFileReaders.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "platform/IconvNarrow.h"
+#include "target/CTarnyOutlookHandler.h"
+#include "tests/pipeline/TempRunFolder.h"
+
+namespace {
+
+class WorkFileReaders : public testing::Test {
+ protected:
+  WorkFileReaders() { platform::InstallIconvNarrowConverter(); }
+  CString Path() const { return GetCurrPath() + u"f"; }
+  CString Narrow(std::string_view bytes) {
+    TempRunFolder::Write(folder.Work("f"), bytes);
+    length = -1;
+    return GetStringFromFilenonUnicode(Path(), &length);
+  }
+
+  TempRunFolder folder;
+  int length = -1;
+};
+
+TEST_F(WorkFileReaders, NarrowTextAroundTheChunk) {
+  for (const size_t size : {0u, 1u, 65535u, 65536u, 65537u, 131072u, 131073u}) {
+    EXPECT_EQ(Narrow(std::string(size, 'x')), CString(u'x', static_cast<int>(size))) << size;
+    EXPECT_EQ(length, static_cast<int>(size));
+  }
+}
+
+TEST_F(WorkFileReaders, LineEndsShrinkAndSeamsRepeat) {
+  EXPECT_EQ(Narrow("a\r\nb\rc\nd\r"), u"a\nb\rc\nd\r");
+  // The first chunk takes one byte more than its share, which the rest reads once more.
+  const CString text = Narrow("\r\n" + std::string(65534, 'x') + "yz");
+  EXPECT_EQ(text.GetLength(), 1 + 65534 + 1 + 2);
+  EXPECT_EQ(text.Right(4), u"xyyz");
+  // CR and LF on the two sides of a read stay one line end.
+  const CString seam = Narrow(std::string(65535, 'x') + "\r\n" + std::string(10, 'y'));
+  EXPECT_EQ(seam.Mid(65534, 4), u"x\n\ny");
+}
+
+TEST_F(WorkFileReaders, NulEndsItsChunkOnly) {
+  const CString text = Narrow("ab" + std::string(65534, '\0') + "cd");
+  EXPECT_EQ(text, u"abcd");
+}
+
+TEST_F(WorkFileReaders, LongerReadingWins) {
+  CTarnyOutlookHandler handler;
+  TempRunFolder::Write(folder.Work("f"), "narrow text");
+  EXPECT_EQ(handler.GetStringFromFile(Path(), &length, false), u"narrow text");
+  TempRunFolder::WriteWide(folder.Work("f"), u"\uFEFFwide\ttext\r\nmore");
+  EXPECT_EQ(handler.GetStringFromFile(Path(), &length, false),
+            CString(std::u16string(u"\uFEFFwide\0text\rmore", 15)));
+  EXPECT_EQ(length, 32);
+  TempRunFolder::Write(folder.Work("f"), "");
+  EXPECT_EQ(handler.GetStringFromFile(Path(), &length, false), u"");
+  EXPECT_EQ(length, 0);
+  length = 7;
+  EXPECT_EQ(handler.GetStringFromFile(GetCurrPath() + u"none", &length, false), u"");
+  EXPECT_EQ(length, 7);
+}
+
+TEST_F(WorkFileReaders, BytesComeWholeAndAFolderIsNoFile) {
+  TempRunFolder::Write(folder.Work("f"), std::string_view("a\0b", 3));
+  const std::unique_ptr<unsigned char[]> bytes(GetPureMime(Path(), &length));
+  ASSERT_TRUE(bytes);
+  EXPECT_EQ(length, 3);
+  EXPECT_EQ(bytes[2], 'b');
+  EXPECT_EQ(GetPureMime(GetCurrPath(), &length), nullptr);
+  EXPECT_EQ(length, 0);
+}
+
+TEST_F(WorkFileReaders, NamesAreClassifiedByCase) {
+  CTarnyOutlookHandler handler;
+  EXPECT_EQ(handler.FindExtension(u"image/png"), 1);
+  EXPECT_EQ(handler.FindExtension(u"image/x-png"), 0);
+  EXPECT_EQ(handler.FindExtension(u"text/plain; inline"), 1);
+  EXPECT_EQ(handler.FindDotExtensionn(u"a.JPG"), 0);
+  EXPECT_EQ(handler.FindDotExtensionn(u"a.jpe"), 1);
+}
+
+TEST_F(WorkFileReaders, ImagePageHasItsFixedForm) {
+  CTarnyOutlookHandler handler;
+  EXPECT_FALSE(handler.ConvertImageToHTML(u""));
+  TempRunFolder::WriteWide(folder.Work("ImageAttchment.txt"), u"p.jpg\nq.jpg");
+  EXPECT_TRUE(handler.ConvertImageToHTML(u""));
+  EXPECT_EQ(TempRunFolder::Read(folder.Work("Imagech111.html")),
+            "<html><head></head><body><img src=\"p.jpg\" height=\"946\" width=\"1353\" border= "
+            "\"0\"></body></html>");
+}
+
+}  // namespace

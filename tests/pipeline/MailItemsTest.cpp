@@ -1,0 +1,145 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "ews/Settings.h"
+#include "target/CTarnyOutlookHandler.h"
+#include "tests/pipeline/TempRunFolder.h"
+
+namespace {
+
+class MailItems : public testing::Test {
+ protected:
+  ~MailItems() override { ews::Settings().bSafe = false; }
+
+  template <typename Collection>
+  static std::vector<CString> Addresses(const Collection& collection) {
+    std::vector<CString> addresses;
+    for (const auto& address : collection) addresses.push_back(address.Address());
+    return addresses;
+  }
+  std::vector<CString> Recipients(const CString& text) {
+    ews::EmailAddressCollection collection;
+    handler.SaveRecipients(text, collection);
+    return Addresses(collection);
+  }
+  std::vector<CString> Attendees(const CString& text) {
+    ews::AttendeeCollection collection;
+    handler.SaveAttendees(text, collection);
+    return Addresses(collection);
+  }
+  int Fill() { return handler.SaveEmailItem(mail, GetCurrPath(), &info); }
+  std::string BodyText() { return mail.Body() ? mail.Body()->Text().ToUtf8() : "(none)"; }
+
+  TempRunFolder folder;
+  CTarnyOutlookHandler handler;
+  ews::EmailMessage mail{nullptr};
+  ST_EML_INFO info;
+};
+
+using Texts = std::vector<CString>;
+
+TEST_F(MailItems, RecipientsEndAtAnEmptyEntry) {
+  EXPECT_EQ(Recipients(u""), Texts{});
+  EXPECT_EQ(Recipients(u" a@x ;b@x"), (Texts{u"a@x", u"b@x"}));
+  EXPECT_EQ(Recipients(u"a@x;;b@x"), (Texts{u"a@x"}));
+  EXPECT_EQ(Recipients(u";a@x"), Texts{});
+}
+
+TEST_F(MailItems, AttendeesComeAsTheLoopGivesThem) {
+  EXPECT_EQ(Attendees(u""), Texts{});
+  EXPECT_EQ(Attendees(u"a"), (Texts{u"a"}));
+  EXPECT_EQ(Attendees(u"a;b;c;"), (Texts{u"a", u"b", u"c", u"c"}));
+  EXPECT_EQ(Attendees(u"a;b;c"), (Texts{u"a", u"b", u"b"}));
+  EXPECT_EQ(Attendees(u"a;b;"), (Texts{u"a", u"b", u"b"}));
+  EXPECT_EQ(Attendees(u"aaaa;b;c;"), (Texts{u"aaaa", u"aaaa"}));
+}
+
+TEST_F(MailItems, AddressCleanUpFollowsTheFlag) {
+  EXPECT_EQ(handler.GetEmailAddress(u"\"A\" <a@x>"), u"\"A\" <a@x>");
+  EXPECT_EQ(handler.ReplaceUnicodeCharacters(u"a\x01"), u"a\x01");
+  handler.SetFlag(1);
+  EXPECT_EQ(handler.GetEmailAddress(u"\"A\" <a@x>"), u" <a@x>");
+  EXPECT_EQ(handler.GetEmailAddress(u"a@x"), u"a@x");
+  EXPECT_EQ(handler.ReplaceUnicodeCharacters(u"\x10\x90\x13\x11\x01\x02"), u"\x02");
+}
+
+TEST_F(MailItems, TextBodyStopsAtItsFirstTab) {
+  TempRunFolder::WriteWide(folder.Work("TextFile1.txt"), u"one\ntwo\tthree\nfour");
+  ASSERT_EQ(Fill(), 1);
+  EXPECT_EQ(BodyText(), "one\r\ntwo");
+  EXPECT_EQ(mail.Body()->BodyType(), ews::BodyType::Text);
+}
+
+TEST_F(MailItems, ImagePageWinsAndIsDeleted) {
+  TempRunFolder::Write(folder.Work("Imagech111.html"), "<html>page</html>");
+  TempRunFolder::Write(folder.Work("EmlFile.Eml"), "Subject: x\r\n\r\n");
+  TempRunFolder::Write(folder.Work("pic.jpg"), "p");
+  TempRunFolder::WriteWide(folder.Work("2ImageAttchment.txt"), u"pic.jpg\r\n\r\nmissing\r\n");
+  TempRunFolder::WriteWide(folder.Work("11comtextjjAttach.t"), u"pic.jpg\n");
+  ASSERT_EQ(Fill(), 1);
+  EXPECT_EQ(BodyText(), "<html>page</html>");
+  EXPECT_FALSE(mail.GetMimeContent().IsSet());
+  EXPECT_EQ(mail.Attachments().Count(), 1);
+  EXPECT_FALSE(std::filesystem::exists(folder.Work("Imagech111.html")));
+}
+
+TEST_F(MailItems, EmlGoesWholeAndTheAttachmentListIsNotRead) {
+  const std::string eml("a\0b\xFF\r\n", 6);
+  TempRunFolder::Write(folder.Work("EmlFile.Eml"), eml);
+  TempRunFolder::Write(folder.Work("a.txt"), "a");
+  TempRunFolder::WriteWide(folder.Work("11comtextjjAttach.t"), u"a.txt\n");
+  ASSERT_EQ(Fill(), 1);
+  const ews::MimeContent& mime = mail.GetMimeContent();
+  ASSERT_TRUE(mime.IsSet());
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(mime.Content().get()), mime.Length()), eml);
+  EXPECT_EQ(mime.CharacterSet(), u"ASCII");
+  EXPECT_EQ(mail.Attachments().Count(), 0);
+}
+
+TEST_F(MailItems, HtmlOfLastResort) {
+  TempRunFolder::Write(folder.Work("GARImage.html"), "<p>last</p>");
+  ASSERT_EQ(Fill(), 1);
+  EXPECT_EQ(BodyText(), "<p>last</p>");
+  EXPECT_EQ(mail.Body()->BodyType(), ews::BodyType::HTML);
+}
+
+TEST_F(MailItems, SafeAttachmentsStayInTheWorkFolder) {
+  TempRunFolder::Write(folder.Path() + "/secret.txt", "s");
+  TempRunFolder::Write(folder.Work("in.txt"), "i");
+  std::filesystem::create_symlink(folder.Path() + "/secret.txt", folder.Work("link.txt"));
+  TempRunFolder::WriteWide(folder.Work("11comtextjjAttach.t"),
+                           u"in.txt\r\n..\\secret.txt\r\nlink.txt\r\n\r\n");
+  handler.SaveAttachment(mail);
+  EXPECT_EQ(mail.Attachments().Count(), 3);
+  ews::EmailMessage confined{nullptr};
+  ews::Settings().bSafe = true;
+  handler.SaveAttachment(confined);
+  ASSERT_EQ(confined.Attachments().Count(), 1);
+  EXPECT_EQ(confined.Attachments()[0].Name(), u"in.txt");
+}
+
+TEST_F(MailItems, KnownMailIsSkippedOnlyWhileTheCheckIsOn) {
+  info.strMessageId = u"<1@x>";
+  handler.EnterLedgerRow(u"<1@x>");
+  EXPECT_EQ(Fill(), 0);
+  handler.SetAllowDuplicates(false);
+  EXPECT_EQ(Fill(), 1);
+}
+
+TEST_F(MailItems, ImportBeforeALogonFailsWithTheReasonInTheStatusLog) {
+  TempRunFolder::WriteWide(folder.Work("11comtextjj.t"), u"EMAIL\n");
+  CString error;
+  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+  EXPECT_FALSE(error.IsEmpty());
+  EXPECT_EQ(TempRunFolder::Read(folder.Path() + "/run.txt"), error.ToUtf8() + "\r\r\n");
+}
+
+TEST_F(MailItems, MissingDescriptorIsASuccessThatSavesNothing) {
+  CString error;
+  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 1);
+  EXPECT_TRUE(error.IsEmpty());
+  EXPECT_FALSE(std::filesystem::exists(folder.Path() + "/run.txt"));
+}
+
+}  // namespace
