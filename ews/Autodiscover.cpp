@@ -79,6 +79,7 @@ class Discovery {
   std::optional<std::string> TryHttpRedirect(const std::string& strDomain);
   std::optional<PoxAnswer> Post(const std::string& strUrl);
   bool IsTrusted(const std::string& strUrl) const;
+  bool Allows(const std::string& strUrl) const;
   bool Follows(const std::string& strUrl);
   void CountRedirect();
   void Note(int nRank, std::string strReason);
@@ -183,8 +184,11 @@ std::optional<PoxAnswer> Discovery::Post(const std::string& strUrl) {
   objRequest.pBody = &objBody;
   objRequest.nTimeout = milliseconds(m_nTimeout);
   try {
-    const HttpResponse objResponse = SendFollowingRedirects(
-        Transport(), objRequest, [&](const std::string& strTo) { return IsTrusted(strTo); });
+    const HttpResponse objResponse =
+        SendFollowingRedirects(Transport(), objRequest, [&](const std::string& strTo) {
+          if (!Allows(strTo)) throw ServiceException("A redirection was refused.");
+          return IsTrusted(strTo);
+        });
     if (objResponse.nStatus == 200) return ReadPoxAnswer(objResponse.strBody);
     Note(objResponse.nStatus == 401 ? kRefused : kHttpStatus, HttpFailureText(strUrl, objResponse));
   } catch (const ServiceException& e) {
@@ -209,9 +213,13 @@ bool Discovery::IsTrusted(const std::string& strUrl) const {
                      [&](const CString& str) { return EqualHost(str.ToUtf8(), strHost); });
 }
 
+bool Discovery::Allows(const std::string& strUrl) const {
+  return !m_fnCallback || m_fnCallback(CString::FromUtf8(strUrl));
+}
+
 bool Discovery::Follows(const std::string& strUrl) {
   CountRedirect();
-  if (!strUrl.empty() && (!m_fnCallback || m_fnCallback(CString::FromUtf8(strUrl)))) return true;
+  if (!strUrl.empty() && Allows(strUrl)) return true;
   Note(kNotTrusted, "A redirection was refused.");
   return false;
 }

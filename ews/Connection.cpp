@@ -46,7 +46,7 @@ TokenRequest MakeRequest(const CString& strTenantId, const CString& strClientId,
   return {strAuthority + "/" + ews::UrlEscape(strTenantId.ToUtf8()) + "/oauth2/v2.0/token",
           "client_id=" + ews::UrlEscape(strClientId.ToUtf8()) + "&client_secret=" +
               ews::UrlEscape(strClientSecret.ToUtf8()) + "&grant_type=client_credentials&scope=" +
-              ews::UrlEscape(objEndpoint->Origin() + "/.default")};
+              ews::UrlEscape(objEndpoint->SchemeAndHost() + "/.default")};
 }
 
 ews::HttpResponse Ask(const TokenRequest& objToken) {

@@ -42,6 +42,7 @@ struct Transfer {
   RequestBody* pBody = nullptr;
   HttpResponse objResponse;
   bool bTooLarge = false;
+  bool bConnected = false;
   std::exception_ptr pFailure;
 };
 
@@ -170,6 +171,10 @@ std::string NetworkFailureText(CURLcode eCode, const char* pszDetail, const Http
   const std::string strHost = HostForMessage(objRequest.strUrl);
   if (objTransfer.bTooLarge)
     return "The request failed. The answer of " + strHost + " is too large.";
+  if (eCode == CURLE_OPERATION_TIMEDOUT && !objTransfer.bConnected) {
+    return "The request failed. The server " + strHost + " could not be reached within " +
+           std::to_string(std::min<long long>(objRequest.nTimeout.count(), kMaxConnectMs)) + " ms.";
+  }
   if (eCode == CURLE_OPERATION_TIMEDOUT) {
     return "The request failed. The server " + strHost + " did not answer within the time-out of " +
            std::to_string(objRequest.nTimeout.count()) + " ms.";
@@ -213,6 +218,11 @@ HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
   const CURLcode eCode = curl_easy_perform(pCurl);
   long nStatus = 0;
   curl_easy_getinfo(pCurl, CURLINFO_RESPONSE_CODE, &nStatus);
+  curl_off_t nConnectTime = 0;  // 0 also for a kept connection, which took no time to make
+  curl_easy_getinfo(pCurl, CURLINFO_CONNECT_TIME_T, &nConnectTime);
+  curl_off_t nUploaded = 0;
+  curl_easy_getinfo(pCurl, CURLINFO_SIZE_UPLOAD_T, &nUploaded);
+  objTransfer.bConnected = nConnectTime > 0 || nUploaded > 0;
   curl_easy_reset(pCurl);  // drops the pointers into this call
   if (objTransfer.pFailure) std::rethrow_exception(objTransfer.pFailure);
   if (eCode != CURLE_OK) {

@@ -31,7 +31,7 @@ enum class WellKnownFolderName {
 enum class Importance { Low, Normal, High };
 enum class BodyType { HTML, Text };
 enum class MapiPropertyType { Boolean, Integer, String, SystemTime };
-enum class ConnectingIdType { PrincipalName = 0, SID = 1, SmtpAddress = 2 };
+enum class ConnectingIdType { SmtpAddress = 2 };
 enum class PropertySet { FirstClassProperties };
 
 // The names on the wire; each stays good for ever.

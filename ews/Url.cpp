@@ -44,11 +44,9 @@ bool Url::IsLoopback() const {
          strHost.find_first_not_of("0123456789.") == std::string::npos;
 }
 
-std::string Url::Origin() const {
-  const bool bDefault = strPort == (IsHttps() ? "443" : "80");
+std::string Url::SchemeAndHost() const {
   const bool bV6 = strHost.find(':') != std::string::npos;
-  return strScheme + "://" + (bV6 ? "[" + strHost + "]" : strHost) +
-         (bDefault ? "" : ":" + strPort);
+  return strScheme + "://" + (bV6 ? "[" + strHost + "]" : strHost);
 }
 
 bool Url::SameOrigin(const Url& objOther) const {

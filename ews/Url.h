@@ -14,8 +14,8 @@ struct Url {
   std::string strPath;
 
   bool IsHttps() const { return strScheme == "https"; }
-  bool IsLoopback() const;     // localhost, 127.0.0.0/8, ::1
-  std::string Origin() const;  // "https://host" or "https://host:8443"
+  bool IsLoopback() const;            // localhost, 127.0.0.0/8, ::1
+  std::string SchemeAndHost() const;  // "https://host", without a port
   bool SameOrigin(const Url& objOther) const;
 };
 

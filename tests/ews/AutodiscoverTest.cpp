@@ -96,8 +96,8 @@ TEST_F(Autodiscover, EndlessRedirectionsEnd) {
 
 TEST_F(Autodiscover, ARedirectionThatTheCallerRefusesIsNotFollowed) {
   m_transport.Push(RedirectUrl("https://evil.example.org/x"));
-  m_transport.Push("", 404);
-  m_transport.PushFailure("no such host");
+  m_transport.PushRedirect("https://evil.example.org/y");
+  m_transport.PushRedirect("https://evil.example.org/z");
   const std::string text = Discover(u"user@example.com", [](const CString&) { return false; });
   EXPECT_NE(text.find("was not found by autodiscovery"), std::string::npos) << text;
   for (const auto& sent : m_transport.Requests()) {

@@ -39,7 +39,7 @@ TEST_F(Connection, AsksTheTenantsTokenEndpoint) {
   EXPECT_EQ(sent.url, "https://login.example.com/ten%2Fant/oauth2/v2.0/token");
   EXPECT_EQ(sent.body,
             "client_id=client&client_secret=s%26cret%3D1&grant_type=client_credentials"
-            "&scope=https%3A%2F%2Fmail.example.com%3A444%2F.default");
+            "&scope=https%3A%2F%2Fmail.example.com%2F.default");
 }
 
 TEST_F(Connection, EveryFailureBecomesAReason) {
