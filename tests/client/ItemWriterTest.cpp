@@ -1,0 +1,73 @@
+#include "client/ItemWriter.h"
+
+#include <gtest/gtest.h>
+
+#include "client/StatusLog.h"
+#include "platform/IconvNarrow.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace client {
+namespace {
+
+using test_support::ReadAll;
+using test_support::TemporaryFolder;
+
+TEST(ItemWriter, TheDescriptorHasItsLinesInTheirPlaces) {
+  EXPECT_EQ(DescriptorText({"<a@b>", "2024-03-31 13:05:00", false}),
+            "EMAIL\r\n"
+            "\n"
+            "Creation Date : 2024-03-31 13:05:00\r\n"
+            "TRUE\r\n"
+            "From : \r\nTo : \r\nCC : \r\nBcc : \r\nSubject : \r\n"
+            "MessageID : <a@b>\r\n");
+}
+
+TEST(ItemWriter, TheFilesReplaceThoseOfTheItemBefore) {
+  const TemporaryFolder folder;
+  const std::string work = folder.File("Temp");
+  EmptyWorkFolder(work);
+  folder.Write("Temp/Html/left.png", "x");
+  folder.Write("Temp/EmlFile.Eml", "old");
+  EmptyWorkFolder(work);
+  EXPECT_TRUE(std::filesystem::is_empty(work));
+  WriteMail(work, {"<\xC3\xA4@b>", "", true}, "Subject: x\r\n\r\n");
+  EXPECT_EQ(ReadAll(work + "/EmlFile.Eml"), "Subject: x\r\n\r\n");
+  const std::string descriptor = ReadAll(work + "/11comtextjj.t");
+  EXPECT_EQ(descriptor.substr(0, 16), std::string("E\0M\0A\0I\0L\0\r\0\n\0\n\0", 16));
+  EXPECT_NE(descriptor.find(std::string("<\0\xE4\0@\0", 6)), std::string::npos);
+}
+
+TEST(ItemWriter, AWorkFolderThatCannotBeUsedIsAnError) {
+  const TemporaryFolder folder;
+  folder.Write("Temp", "a file in its place");
+  EXPECT_THROW(EmptyWorkFolder(folder.File("Temp")), WorkFileError);
+  EXPECT_THROW(WriteMail(folder.File("none"), {"k", "", true}, "x"), WorkFileError);
+}
+
+TEST(ItemWriter, BareLineFeedsBecomeCrLfOnlyWhereThereIsNoCrLfAtAll) {
+  EXPECT_EQ(MimeBytes("A: b\n\nx\ny"), "A: b\r\n\r\nx\r\ny");
+  EXPECT_EQ(MimeBytes("A: b\n\r\nx\n"), "A: b\n\r\nx\n");
+  EXPECT_EQ(MimeBytes("A: b\r\rx"), "A: b\r\rx");
+  EXPECT_EQ(MimeBytes("From me Mon\nA: b\n\nFrom x\n"), "A: b\r\n\r\nFrom x\r\n");
+  EXPECT_EQ(MimeBytes("From: me\r\n"), "From: me\r\n");
+}
+
+TEST(StatusLog, GivesTheLastLineOfTheCommandAlone) {
+  platform::InstallIconvNarrowConverter();
+  const TemporaryFolder folder;
+  StatusLog log(folder.File("log"));
+  log.Mark();
+  EXPECT_EQ(log.LastLine(), "");
+  folder.Write("log", "\t\tSaving Status : Success\r\r\n");
+  EXPECT_EQ(log.LastLine(), "Saving Status : Success");
+  log.Mark();
+  EXPECT_EQ(log.LastLine(), "");
+  folder.Write("log",
+               "\t\tSaving Status : Success\r\r\n"
+               "\t\t+Saving Status : Fail\r\r\n\t\tError Message :No caf\xe9.\r\r\n\r\r\n");
+  EXPECT_EQ(log.LastLine(), "Error Message :No caf\xC3\xA9.");
+  EXPECT_EQ(ReasonOf(log.LastLine()), "No caf\xC3\xA9.");
+}
+
+}  // namespace
+}  // namespace client

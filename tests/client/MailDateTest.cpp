@@ -1,0 +1,79 @@
+#include "client/MailDate.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace client {
+namespace {
+
+struct DateCase {
+  const char* text;
+  std::int64_t seconds;
+};
+
+TEST(MailDate, ReadsWhatMailersWrite) {
+  const DateCase cases[] = {
+      {"Mon, 4 Mar 2024 08:12:41 +0100", 1709536361},
+      {"4 Mar 2024 07:12:41 GMT", 1709536361},
+      {"Mon,4 Mar 2024 02:12:41 EST", 1709536361},
+      {"Mon, 4 Mar 2024 07:12:41 +0000 (UTC (so they say))", 1709536361},
+      {"Mon, 04 March 2024 07:12:41", 1709536361},
+      {"4 Mar 24 07:12 Z", 1709536320},
+      {"29 Feb 24 22:05 EST", 1709262300},
+      {"Sat, 1 Jan 00 00:00:00 +0000", 946684800},
+      {"1 Jan 70 00:00:00 +0000", 0},
+      {"Wed, 31 Dec 1969 23:59:59 -0000", -1},
+      {"31 Dec 2016 23:59:60 +0000", 1483228799},
+      {" \t Tue,  11 Jun 2024\r\n 09:47 +0200", 1718092020},
+  };
+  for (const DateCase& c : cases) {
+    const auto date = ParseMailDate(c.text);
+    ASSERT_TRUE(date.has_value()) << c.text;
+    EXPECT_EQ(*date, c.seconds) << c.text;
+  }
+}
+
+TEST(MailDate, RefusesWhatIsNoDate) {
+  const char* const cases[] = {"",
+                               "yesterday",
+                               "30 Feb 2024 10:00:00 +0000",
+                               "29 Feb 2023 10:00:00 +0000",
+                               "4 Mar 2024",
+                               "4 Mar 2024 24:00:00 +0000",
+                               "4 Mar 2024 10:60 +0000",
+                               "4 Mar 2024 10:00:00:00 +0000",
+                               "0 Mar 2024 10:00:00 +0000",
+                               "4 Foo 2024 10:00:00 +0000",
+                               "4 Mar 1066 10:00:00 +0000",
+                               "2024-03-04T07:12:41Z",
+                               "((((((((((4 Mar 2024 10:00:00 +0000"};
+  for (const char* text : cases) EXPECT_FALSE(ParseMailDate(text).has_value()) << text;
+}
+
+TEST(MailDate, TakesLinearTimeOnLongText) {
+  EXPECT_FALSE(ParseMailDate(std::string(5'000'000, '(')).has_value());
+  std::string words;
+  for (int i = 0; i < 1'000'000; ++i) words += "a ";
+  EXPECT_FALSE(ParseMailDate(words).has_value());
+}
+
+TEST(MailDate, IsWrittenInLocalTimeOfTheZone) {
+  const char* before = std::getenv("TZ");
+  const std::string saved = before ? before : "";
+  setenv("TZ", "Europe/Oslo", 1);
+  tzset();
+  EXPECT_EQ(DescriptorDate(1711883100), "2024-03-31 13:05:00");  // in summer time
+  EXPECT_EQ(DescriptorDate(1709536361), "2024-03-04 08:12:41");
+  if (before) {
+    setenv("TZ", saved.c_str(), 1);
+  } else {
+    unsetenv("TZ");
+  }
+  tzset();
+}
+
+}  // namespace
+}  // namespace client

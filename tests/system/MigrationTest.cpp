@@ -1,0 +1,384 @@
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "platform/UniqueFd.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/system/Programs.h"
+
+// The way of mail through the real programs: tarny, the engine and mailboxd as processes.
+namespace system_test {
+namespace {
+
+using test_support::TemporaryFolder;
+
+struct Generated {
+  Contents expected;
+  int count = 0;
+};
+
+// Mails of many sizes in nested folders, each with content of its own. Some have no Message-ID and
+// some share one, so that every form of key occurs.
+Generated WriteMails(const TemporaryFolder& folder, int count) {
+  const std::vector<std::string> places = {
+      "",
+      "Projects",
+      "Projects/O'Brien & Sons",
+      "Projects/O'Brien & Sons/\"Quoted\" &quot; <x>",
+      "R\xC3\xA9sum\xC3\xA9s \xE2\x82\xAC/\xE6\x97\xA5\xE6\x9C\xAC",
+      "What? 100% [x]"};
+  std::mt19937 random(2024);
+  Generated generated;
+  for (int i = 0; i < count; ++i) {
+    const std::string& place = places[static_cast<size_t>(i) % places.size()];
+    std::string mail = "Date: Mon, 4 Mar 2024 08:12:" + std::to_string(10 + i % 50) + " +0100\r\n";
+    mail += "Subject: number " + std::to_string(i) + "\r\n";
+    if (i % 10 == 3) {
+      mail += "Message-ID: <shared@example.com>\r\n";
+    } else if (i % 10 == 5) {
+      mail += "Message-ID: <o'quote" + std::to_string(i) + "@example.com>\r\n";
+    } else if (i % 10 != 4) {
+      mail += "Message-ID: <" + std::to_string(i) + "@example.com>\r\n";
+    }
+    mail += "\r\n";
+    const size_t size = i % 50 == 0 ? 300'000 : random() % 3000;
+    while (mail.size() < size) {
+      mail += static_cast<char>(random() % 256);
+      if (random() % 60 == 0) mail += "\r\n";
+    }
+    folder.Write("source/" + place + "/" + std::to_string(i) + ".eml", mail);
+    std::string path;
+    for (char c : place.empty() ? std::string("Inbox") : place) path += c;
+    ++generated.expected[{path, mail}];
+    ++generated.count;
+  }
+  return generated;
+}
+
+std::vector<std::string> MigrateArguments(const TemporaryFolder& folder) {
+  return {"migrate", folder.File("source"), "--to",  "local:" + folder.File("mailbox"),
+          "--run",   folder.File("run"),    "--json"};
+}
+
+Result Migrate(const TemporaryFolder& folder) {
+  return RunProgram("tarny", MigrateArguments(folder), folder.Path());
+}
+
+// Waits for something that must come; false after a minute.
+bool Await(const std::function<bool()>& condition) {
+  const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > giveUp) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
+
+int Total(const Contents& contents) {
+  int total = 0;
+  for (const auto& [mail, times] : contents) total += times;
+  return total;
+}
+
+TEST(Migration, ThreeHundredMailsArriveOnceByteForByteAndNothingIsSentTwice) {
+  const TemporaryFolder folder;
+  const Generated mails = WriteMails(folder, 300);
+  const Result first = Migrate(folder);
+  ASSERT_EQ(first.status, 0) << first.err;
+  EXPECT_EQ(nlohmann::json::parse(first.out)["sent"], mails.count);
+  const Contents contents = ContentsOf(folder.File("mailbox"));
+  EXPECT_TRUE(contents == mails.expected) << "not what was sent";
+  EXPECT_TRUE(EnginesOf(folder.File("run")).empty());
+
+  const Result second = Migrate(folder);
+  ASSERT_EQ(second.status, 0) << second.err;
+  const nlohmann::json summary = nlohmann::json::parse(second.out);
+  EXPECT_EQ(summary["sent"], 0);
+  EXPECT_EQ(summary["there_already"], mails.count);
+  EXPECT_EQ(Total(ContentsOf(folder.File("mailbox"))), mails.count);
+
+  // Even a journal that is lost sends nothing twice: the ledger knows the mails.
+  for (const char* name : {"journal.db", "journal.db-wal", "journal.db-shm"}) {
+    std::filesystem::remove(folder.File("run/" + std::string(name)));
+  }
+  const Result third = Migrate(folder);
+  ASSERT_EQ(third.status, 0) << third.err;
+  EXPECT_EQ(nlohmann::json::parse(third.out)["sent"], 0);
+  EXPECT_EQ(Total(ContentsOf(folder.File("mailbox"))), mails.count);
+}
+
+TEST(Migration, KilledAtRandomMomentsEveryMailArrivesAndFewTwice) {
+  const TemporaryFolder folder;
+  const Generated mails = WriteMails(folder, 150);
+  std::mt19937 random(7);
+  int kills = 0;
+  Result result;
+  for (int run = 0; run < 30; ++run) {
+    Program tarny("tarny", MigrateArguments(folder), folder.Path());
+    // Two engines and then a tarny, so that both ways of recovery are gone through.
+    for (int kill = 0; kill < 3 && kills < 12; ++kill) {
+      std::vector<pid_t> engines;
+      if (!Await([&] {
+            engines = EnginesOf(folder.File("run"));
+            return !engines.empty() || tarny.TryWait();
+          })) {
+        break;
+      }
+      if (tarny.TryWait()) break;
+      std::this_thread::sleep_for(std::chrono::microseconds(random() % 300'000));
+      if (kill == 2) {
+        tarny.Signal(SIGKILL);
+      } else if (!engines.empty()) {
+        ::kill(engines.front(), SIGKILL);
+      }
+      ++kills;
+    }
+    result = tarny.Wait();
+    if (result.status == 0) break;
+  }
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_GE(kills, 3);
+  const Contents contents = ContentsOf(folder.File("mailbox"));
+  for (const auto& [mail, times] : mails.expected) {
+    const auto found = contents.find(mail);
+    ASSERT_TRUE(found != contents.end()) << "lost from " << mail.first;
+  }
+  EXPECT_EQ(contents.size(), mails.expected.size()) << "something arrived where it does not belong";
+  // A mail stands twice only where a kill fell between its save and its row.
+  const int twice = Total(contents) - mails.count;
+  RecordProperty("kills", kills);
+  RecordProperty("twice", twice);
+  EXPECT_LE(twice, kills);
+}
+
+TEST(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {
+  const TemporaryFolder folder;
+  const Generated mails = WriteMails(folder, 60);
+  Program tarny("tarny", MigrateArguments(folder), folder.Path());
+  ASSERT_TRUE(Await([&] { return !EnginesOf(folder.File("run")).empty(); }));
+  const std::vector<pid_t> before = EnginesOf(folder.File("run"));
+  tarny.Signal(SIGKILL);
+  tarny.Wait();
+  const Result result = Migrate(folder);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(EnginesOf(folder.File("run")).empty());
+  EXPECT_EQ(ContentsOf(folder.File("mailbox")).size(), mails.expected.size());
+}
+
+TEST(Migration, ARequestToStopEndsAfterTheItemAndALaterRunGoesOn) {
+  const TemporaryFolder folder;
+  const Generated mails = WriteMails(folder, 80);
+  Program tarny("tarny", MigrateArguments(folder), folder.Path());
+  ASSERT_TRUE(Await([&] { return std::filesystem::exists(folder.File("run/StatusLog.txt")); }));
+  tarny.Signal(SIGINT);
+  const Result stopped = tarny.Wait();
+  EXPECT_EQ(stopped.status, 1);
+  EXPECT_NE(stopped.err.find("Stopped early: stopped as asked"), std::string::npos) << stopped.err;
+  EXPECT_TRUE(EnginesOf(folder.File("run")).empty());
+  const Result result = Migrate(folder);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(ContentsOf(folder.File("mailbox")) == mails.expected);
+}
+
+TEST(Migration, ARunFolderBelongsToOneSourceOneTargetAndOneDriver) {
+  const TemporaryFolder folder;
+  WriteMails(folder, 2);
+  ASSERT_EQ(Migrate(folder).status, 0);
+  folder.Write("other/1.eml", "Subject: x\r\n\r\n");
+  const std::string to = "local:" + folder.File("mailbox");
+  Result result = RunProgram(
+      "tarny", {"migrate", folder.File("other"), "--to", to, "--run", folder.File("run")},
+      folder.Path());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("other sources"), std::string::npos) << result.err;
+  result = RunProgram(
+      "tarny", {"migrate", folder.File("source"), "--to", to + "2", "--run", folder.File("run")},
+      folder.Path());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("another target"), std::string::npos) << result.err;
+
+  const platform::UniqueFd driver(open(folder.File("run/driver").c_str(), O_RDWR | O_CLOEXEC));
+  ASSERT_EQ(flock(driver.Get(), LOCK_EX | LOCK_NB), 0);
+  result = Migrate(folder);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("another tarny works in"), std::string::npos) << result.err;
+}
+
+TEST(Migration, ALocalMailboxThatIsServedByAnotherIsRefusedByName) {
+  const TemporaryFolder folder;
+  WriteMails(folder, 1);
+  const Mailbox mailbox(folder.Path(), {"--https"});
+  const Result result = Migrate(folder);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find(folder.File("mailbox")), std::string::npos) << result.err;
+}
+
+// A server of its own with users, and the arguments to reach it.
+class Server {
+ public:
+  explicit Server(const TemporaryFolder& folder, std::vector<std::string> more = {})
+      : m_folder(folder) {
+    folder.Write("right", "right password\n");
+    folder.Write("wrong", "wrong password\n");
+    m_options = {"--https", "--user", "tom@example.org", "--password-file", folder.File("right")};
+    m_options.insert(m_options.end(), more.begin(), more.end());
+    m_mailbox = std::make_unique<Mailbox>(folder.Path(), m_options);
+    m_port = m_mailbox->Port();
+  }
+  void Kill() { m_mailbox->Kill(); }
+  void Restart() {
+    m_mailbox.reset();
+    std::vector<std::string> options = m_options;
+    options.insert(options.end(), {"--port", m_port});
+    m_mailbox = std::make_unique<Mailbox>(m_folder.Path(), options);
+  }
+  std::string Url() const { return "https://127.0.0.1:" + m_port; }
+  std::vector<std::string> Arguments(const std::string& password) const {
+    return {"migrate",
+            m_folder.File("source"),
+            "--to",
+            Url() + "/EWS/Exchange.asmx",
+            "--run",
+            m_folder.File("run"),
+            "--user",
+            "tom@example.org",
+            "--password-file",
+            m_folder.File(password),
+            "--ca-file",
+            m_folder.File("mailbox/certificate.pem"),
+            "--json"};
+  }
+
+ private:
+  const TemporaryFolder& m_folder;
+  std::vector<std::string> m_options;
+  std::unique_ptr<Mailbox> m_mailbox;
+  std::string m_port;
+};
+
+TEST(Migration, AWrongPasswordIsToldAndALaterRunCompletes) {
+  const TemporaryFolder folder;
+  const Generated mails = WriteMails(folder, 5);
+  const Server server(folder);
+  const Result wrong = RunProgram("tarny", server.Arguments("wrong"), folder.Path());
+  EXPECT_EQ(wrong.status, 1);
+  EXPECT_NE(wrong.err.find("cannot log on to the mailbox of tom@example.org"), std::string::npos)
+      << wrong.err;
+  EXPECT_NE(wrong.err.find("401"), std::string::npos) << wrong.err;
+  const Result right = RunProgram("tarny", server.Arguments("right"), folder.Path());
+  EXPECT_EQ(right.status, 0) << right.err;
+  EXPECT_TRUE(ContentsOf(folder.File("mailbox")) == mails.expected);
+}
+
+TEST(Migration, AServerThatIsDownIsTold) {
+  const TemporaryFolder folder;
+  WriteMails(folder, 2);
+  Server server(folder);
+  server.Kill();
+  const Result result = RunProgram("tarny", server.Arguments("right"), folder.Path());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("cannot log on to"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("127.0.0.1"), std::string::npos) << result.err;
+}
+
+TEST(Migration, AServerGoneInTheMiddleStopsTheRunAndALaterRunCompletes) {
+  const TemporaryFolder folder;
+  const Generated mails = WriteMails(folder, 120);
+  Server server(folder);
+  Program tarny("tarny", server.Arguments("right"), folder.Path());
+  ASSERT_TRUE(Await([&] { return std::filesystem::exists(folder.File("run/StatusLog.txt")); }));
+  server.Kill();
+  const Result cut = tarny.Wait();
+  EXPECT_EQ(cut.status, 1);
+  const nlohmann::json summary = nlohmann::json::parse(cut.out);
+  EXPECT_NE(summary["stopped"].get<std::string>().find("20 items in a row failed"),
+            std::string::npos)
+      << cut.err;
+  server.Restart();
+  const Result result = RunProgram("tarny", server.Arguments("right"), folder.Path());
+  EXPECT_EQ(result.status, 0) << result.err;
+  const Contents contents = ContentsOf(folder.File("mailbox"));
+  EXPECT_EQ(contents.size(), mails.expected.size());
+  EXPECT_LE(Total(contents), mails.count + 1);  // at most the item in work stands twice
+}
+
+TEST(Migration, TheTokenRouteFillsTheMailboxNamed) {
+  const TemporaryFolder folder;
+  const Generated mails = WriteMails(folder, 8);
+  const Server server(folder);
+  folder.Write("secret", "app secret\n");
+  const std::vector<std::string> arguments = {"migrate",
+                                              folder.File("source"),
+                                              "--to",
+                                              server.Url() + "/EWS/Exchange.asmx",
+                                              "--run",
+                                              folder.File("run"),
+                                              "--tenant",
+                                              "contoso",
+                                              "--client",
+                                              "app",
+                                              "--client-secret-file",
+                                              folder.File("secret"),
+                                              "--mailbox",
+                                              "ann@example.org",
+                                              "--ca-file",
+                                              folder.File("mailbox/certificate.pem"),
+                                              "--authority-url",
+                                              server.Url()};
+  const Result result = RunProgram("tarny", arguments, folder.Path());
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(ContentsOf(folder.File("mailbox")) == mails.expected);
+  const Result ledger =
+      RunProgram("tarny", {"ledger", folder.File("run/SQLLiteNew.db"), "--json"}, folder.Path());
+  EXPECT_NE(ledger.out.find("ann@example.org"), std::string::npos) << ledger.out;
+}
+
+TEST(Migration, TheSamplesArriveAndCanBeExported) {
+  const TemporaryFolder folder;
+  std::filesystem::copy(TARNY_SOURCE "/samples", folder.File("source"),
+                        std::filesystem::copy_options::recursive);
+  const Result result = Migrate(folder);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(nlohmann::json::parse(result.out)["sent"], 10);
+  const Result list = RunProgram(
+      "tarny", {"mailbox", "ls", "--data", folder.File("mailbox"), "--items"}, folder.Path());
+  EXPECT_EQ(list.status, 0) << list.err;
+  EXPECT_NE(list.out.find("Welcome on board"), std::string::npos) << list.out;
+  const Result saved = RunProgram(
+      "tarny", {"mailbox", "export", "--data", folder.File("mailbox"), folder.File("out")},
+      folder.Path());
+  EXPECT_EQ(saved.status, 0) << saved.err;
+  int files = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.File("out"))) {
+    files += entry.is_regular_file() ? 1 : 0;
+  }
+  EXPECT_EQ(files, 10);
+}
+
+TEST(Tarny, BadUsageIsExitCodeTwo) {
+  const TemporaryFolder folder;
+  folder.Write("source/1.eml", "Subject: x\r\n\r\n");
+  const std::vector<std::vector<std::string>> cases = {
+      {},
+      {"fly"},
+      {"migrate"},
+      {"migrate", folder.File("source"), "--to", "nowhere", "--run", folder.File("r")},
+      {"migrate", folder.File("source"), "--to", "local:" + folder.File("m")},
+      {"migrate", folder.File("source"), "--to", "https://127.0.0.1:1/", "--run",
+       folder.File("run")}};
+  for (const auto& arguments : cases) {
+    EXPECT_EQ(RunProgram("tarny", arguments, folder.Path()).status, 2);
+  }
+}
+
+}  // namespace
+}  // namespace system_test

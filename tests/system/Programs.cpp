@@ -1,0 +1,125 @@
+#include "tests/system/Programs.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <stdexcept>
+
+#include "client/LineDrain.h"
+#include "mailboxd/Store.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace system_test {
+namespace {
+
+constexpr std::string_view kGreeting = "mailboxd: listening on ";
+
+std::string FreshName(const std::string& folder) {
+  static std::atomic<int> count = 0;
+  return folder + "/output-" + std::to_string(++count);
+}
+
+platform::UniqueFd OpenOutput(const std::string& path) {
+  platform::UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  if (!file) throw std::runtime_error(path + " cannot be opened");
+  return file;
+}
+
+}  // namespace
+
+Program::Program(const std::string& name, std::vector<std::string> arguments,
+                 const std::string& folder) {
+  const std::string base = FreshName(folder);
+  m_out = base + ".out";
+  m_err = base + ".err";
+  const platform::UniqueFd out = OpenOutput(m_out);
+  const platform::UniqueFd err = OpenOutput(m_err);
+  platform::ChildOptions options;
+  options.arrArguments = std::move(arguments);
+  options.arrArguments.insert(options.arrArguments.begin(), TARNY_BIN "/" + name);
+  options.nStdout = out.Get();
+  options.nStderr = err.Get();
+  m_process.emplace(platform::ChildProcess::Start(options));
+}
+
+Result Program::Wait() {
+  const int status = m_process->Wait();
+  Result result;
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  result.out = test_support::ReadAll(m_out);
+  result.err = test_support::ReadAll(m_err);
+  return result;
+}
+
+std::string Program::Out() const { return test_support::ReadAll(m_out); }
+
+Result RunProgram(const std::string& name, std::vector<std::string> arguments,
+                  const std::string& folder) {
+  return Program(name, std::move(arguments), folder).Wait();
+}
+
+Mailbox::Mailbox(const std::string& folder, std::vector<std::string> options) {
+  client::Pipe input = client::MakePipe();
+  client::Pipe output = client::MakePipe();
+  const platform::UniqueFd err = OpenOutput(FreshName(folder) + ".mailboxd");
+  platform::ChildOptions start;
+  start.arrArguments = {TARNY_BIN "/mailboxd", "--data", folder + "/mailbox",
+                        "--until-stdin-closes"};
+  start.arrArguments.insert(start.arrArguments.end(), options.begin(), options.end());
+  start.nStdin = input.readEnd.Get();
+  start.nStdout = output.writeEnd.Get();
+  start.nStderr = err.Get();
+  m_process.emplace(platform::ChildProcess::Start(start));
+  output.writeEnd.Reset();
+  m_stdin = std::move(input.writeEnd);
+  std::string line;
+  char c = 0;
+  while (read(output.readEnd.Get(), &c, 1) == 1 && c != '\n') line += c;
+  if (!line.starts_with(kGreeting)) throw std::runtime_error("mailboxd does not start: " + line);
+  m_url = line.substr(kGreeting.size());
+}
+
+Mailbox::~Mailbox() {
+  m_stdin.Reset();
+  if (!m_process->TryWait()) m_process->Wait();
+}
+
+void Mailbox::Kill() {
+  m_process->Signal(SIGKILL);
+  m_process->Wait();
+}
+
+std::vector<pid_t> EnginesOf(const std::string& runFolder) {
+  std::vector<pid_t> pids;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const std::string name = entry.path().filename();
+    if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+    // The whole path at the end of the command line: no other test's engine has it.
+    std::string line = test_support::ReadAll(entry.path() / "cmdline");
+    while (!line.empty() && line.back() == '\0') line.pop_back();
+    if (line.ends_with("<GUID>" + runFolder)) pids.push_back(std::stoi(name));
+  }
+  return pids;
+}
+
+Contents ContentsOf(const std::string& dataFolder) {
+  mailbox::Store store(dataFolder + "/mailbox.db", mailbox::Store::Mode::kReadOnly);
+  Contents contents;
+  for (const mailbox::MailboxInfo& info : store.Mailboxes()) {
+    for (const mailbox::FolderInfo& folder : store.Folders(info.id)) {
+      std::int64_t total = 0;
+      for (const mailbox::ItemInfo& item : store.Items(folder.id, 0, -1, &total)) {
+        store.WithMime(item.id, [&](std::string_view, std::string_view bytes) {
+          ++contents[{store.FolderPath(folder.id), std::string(bytes)}];
+        });
+      }
+    }
+  }
+  return contents;
+}
+
+}  // namespace system_test

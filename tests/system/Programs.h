@@ -1,0 +1,67 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/ChildProcess.h"
+#include "platform/UniqueFd.h"
+
+// The real programs as processes, in fresh folders.
+namespace system_test {
+
+struct Result {
+  int status = 0;  // exit code, or 128 and the signal
+  std::string out;
+  std::string err;
+};
+
+// A program that was started and whose output goes to files.
+class Program {
+ public:
+  Program(const std::string& name, std::vector<std::string> arguments, const std::string& folder);
+  pid_t Pid() const { return m_process->Pid(); }
+  std::optional<int> TryWait() { return m_process->TryWait(); }
+  void Signal(int signal) { m_process->Signal(signal); }
+  Result Wait();
+  std::string Out() const;
+
+ private:
+  std::string m_out;
+  std::string m_err;
+  std::optional<platform::ChildProcess> m_process;
+};
+
+// Runs one of our programs to its end. folder takes its output while it runs.
+Result RunProgram(const std::string& name, std::vector<std::string> arguments,
+                  const std::string& folder);
+
+// A mailboxd on a data folder, which is ended with the object.
+class Mailbox {
+ public:
+  Mailbox(const std::string& folder, std::vector<std::string> options);
+  ~Mailbox();
+  Mailbox(const Mailbox&) = delete;
+  Mailbox& operator=(const Mailbox&) = delete;
+
+  const std::string& Url() const { return m_url; }
+  std::string Port() const { return m_url.substr(m_url.rfind(':') + 1); }
+  void Kill();  // SIGKILL, and waits
+
+ private:
+  std::string m_url;
+  platform::UniqueFd m_stdin;
+  std::optional<platform::ChildProcess> m_process;
+};
+
+// Pids of engines whose title ends in that path.
+std::vector<pid_t> EnginesOf(const std::string& runFolder);
+
+// What a local mailbox holds: folder path and bytes of each mail, with how often it is there.
+using Contents = std::map<std::pair<std::string, std::string>, int>;
+Contents ContentsOf(const std::string& dataFolder);
+
+}  // namespace system_test
