@@ -109,8 +109,8 @@ TEST_F(Ledger, OneStatementAtATime) {
   EXPECT_EQ(result, u"0");
   ledger.QuerySingleValue(u"SELECT NULL", result);
   EXPECT_EQ(result, u"0");
-  ledger.QuerySingleValue(u"SELECT nothing", result);
-  EXPECT_EQ(result.ToUtf8(), "no such column: nothing");
+  ledger.QuerySingleValue(u"SELECT missing", result);
+  EXPECT_EQ(result.ToUtf8(), "no such column: missing");
 }
 
 }  // namespace
