@@ -6,7 +6,7 @@
 namespace platform {
 namespace {
 
-constexpr size_t kChunk = 65536;  // bytes
+constexpr size_t kChunk = 65536;  // bytes, an even number
 
 }  // namespace
 
@@ -16,24 +16,21 @@ std::optional<WideLineReader> WideLineReader::Open(const CString& strPath) {
   return WideLineReader(std::move(*objFile));
 }
 
-// Appends a chunk behind what is not handed out yet; false at the end of the file.
+// Appends a chunk behind what is not handed out yet; false at the end of the file. A chunk is cut
+// short by nothing but the end, so half a unit stands there only.
 bool WideLineReader::Fill() {
   if (m_bEnd) return false;
   m_strBuffer.erase(0, m_nNext);
   m_nNext = 0;
-  std::array<unsigned char, kChunk + 1> arrBytes;
-  const size_t nOdd = m_strOddByte.size();
-  std::copy(m_strOddByte.begin(), m_strOddByte.end(), arrBytes.begin());
-  const size_t nRead = m_objFile.Read(std::span(arrBytes).subspan(nOdd, kChunk));
+  std::array<unsigned char, kChunk> arrBytes;
+  const size_t nRead = m_objFile.Read(arrBytes);
   m_bEnd = nRead < kChunk;
-  const size_t nBytes = nOdd + nRead;
   const size_t nBefore = m_strBuffer.size();
-  m_strBuffer.resize(nBefore + nBytes / 2);
-  for (size_t i = 0; i < nBytes / 2; ++i) {
+  m_strBuffer.resize(nBefore + nRead / 2);
+  for (size_t i = 0; i < nRead / 2; ++i) {
     m_strBuffer[nBefore + i] = static_cast<char16_t>(arrBytes[2 * i] | arrBytes[2 * i + 1] << 8);
   }
-  m_strOddByte.assign(nBytes % 2, static_cast<char>(arrBytes[nBytes - nBytes % 2]));
-  return nBytes >= 2;
+  return nRead >= 2;
 }
 
 bool WideLineReader::ReadLine(CString& strLine) {

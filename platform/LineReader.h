@@ -25,7 +25,6 @@ class WideLineReader {
   File m_objFile;
   std::u16string m_strBuffer;  // units read and not yet handed out, from m_nNext
   size_t m_nNext = 0;
-  std::string m_strOddByte;  // half a unit between two reads
   bool m_bEnd = false;
 };
 

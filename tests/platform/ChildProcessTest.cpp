@@ -42,6 +42,7 @@ std::string Output(const std::string& script, ChildOptions options = {}) {
 
 TEST(ChildProcess, OnlyTheDescriptorsNamedStayOpen) {
   const UniqueFd leaked(open("/dev/null", O_RDONLY));  // not close-on-exec
+  const UniqueFd high(fcntl(leaked.Get(), F_DUPFD, 80));
   const UniqueFd kept(fcntl(leaked.Get(), F_DUPFD_CLOEXEC, 57));
   const std::string list = "for f in $(seq 0 99); do [ ! -e /proc/$$/fd/$f ] || echo $f; done";
   EXPECT_EQ(Output(list), "0\n1\n2\n");

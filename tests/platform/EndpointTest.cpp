@@ -163,6 +163,22 @@ TEST_F(Endpoint, AFrameMayComeByteByByte) {
   EXPECT_EQ(platform::ReadLittleEndian<std::int32_t>(result->arrPayload, 0), 9);
 }
 
+TEST_F(Endpoint, CommandsSentTogetherAreAnsweredOneByOne) {
+  Serve();
+  const UniqueFd fd = RawClient();
+  Bytes together;
+  for (const unsigned char message : {3, 4, 5}) {
+    const Bytes frame = CommandFrame(message, 1, Bytes(message));
+    together.insert(together.end(), frame.begin(), frame.end());
+  }
+  Send(fd, together);
+  for (const unsigned char message : {3, 4, 5}) {
+    const auto result = Receive(fd);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->arrPayload[0], message);
+  }
+}
+
 TEST_F(Endpoint, AMalformedFrameClosesItsConnectionOnly) {
   Serve();
   EndpointClient healthy = Client();
