@@ -3,19 +3,19 @@
 namespace client {
 namespace {
 
-void ReplaceAll(std::string& text, std::string_view from, std::string_view to) {
-  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
-    text.replace(at, from.size(), to);
+std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to) {
+  std::string result;
+  for (size_t at = text.find(from); at != std::string_view::npos; at = text.find(from)) {
+    result.append(text.substr(0, at)).append(to);
+    text.remove_prefix(at + from.size());
   }
+  return result.append(text);
 }
 
 }  // namespace
 
 std::string LedgerFolder(std::string_view folder) {
-  std::string text(folder);
-  ReplaceAll(text, "?", ">");
-  ReplaceAll(text, "&quot;", "\"");
-  return text;
+  return ReplaceAll(ReplaceAll(folder, "?", ">"), "&quot;", "\"");
 }
 
 void LedgerLook::Open() {

@@ -48,7 +48,8 @@ class UsageError : public std::runtime_error {
 
 void Describe(CLI::App& app, MigrateOptions& options) {
   app.add_option("SOURCE", options.sources,
-                 "A folder with .eml files in it and below, or one .eml file")
+                 "A Maildir, an mbox file, a folder with .eml files in it and below, or one .eml "
+                 "file")
       ->required();
   app.add_option("--to", options.to,
                  "local:DIR (a mailbox of our own in DIR), office365, or the URL of a server's EWS "

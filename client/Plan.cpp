@@ -6,9 +6,8 @@ namespace client {
 namespace {
 
 std::string NameBelow(const std::string& root, const std::string& location) {
-  const bool below = location.size() > root.size() && location.starts_with(root);
-  if (!below) return location.substr(location.rfind('/') + 1);
-  return location.substr(root.size() + (location[root.size()] == '/' ? 1 : 0));
+  if (location.starts_with(root + "/")) return location.substr(root.size() + 1);
+  return location.substr(location.rfind('/') + 1);
 }
 
 }  // namespace

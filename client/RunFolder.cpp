@@ -95,7 +95,10 @@ RunFolder::RunFolder(const std::string& path) : m_path(AbsolutePath(path)) {
         fmt::format("{} cannot be the run folder: {}; choose another with --run", m_path, problem));
   }
   std::error_code error;
-  fs::create_directories(m_path, error);
+  fs::create_directories(fs::path(m_path).parent_path(), error);
+  if (!error && mkdir(m_path.c_str(), 0700) != 0 && errno != EEXIST) {
+    error.assign(errno, std::generic_category());
+  }
   if (error) throw RunError(fmt::format("{} cannot be made: {}", m_path, error.message()));
   RequireOwnFolder(m_path);
   m_driverLock = OpenLock(File("driver"));

@@ -6,6 +6,8 @@
 #include <cstring>
 
 #include "client/EmlSource.h"
+#include "client/MaildirSource.h"
+#include "client/MboxSource.h"
 #include "client/SourceFiles.h"
 
 namespace client {
@@ -13,10 +15,14 @@ namespace client {
 std::unique_ptr<Source> OpenSource(const std::string& path) {
   struct stat status;
   if (stat(path.c_str(), &status) != 0) throw SourceError(std::strerror(errno));
+  if (S_ISDIR(status.st_mode) && MaildirSource::IsMaildir(path)) {
+    return std::make_unique<MaildirSource>(path);
+  }
   if (S_ISDIR(status.st_mode)) return std::make_unique<EmlSource>(path);
   if (!S_ISREG(status.st_mode)) throw SourceError("neither a file nor a folder");
   if (EndsWithNoCase(path, ".eml")) return std::make_unique<EmlSource>(path);
-  throw SourceError("a file of a kind that is not known here; a mail's name ends in .eml");
+  if (MboxSource::IsMbox(path)) return std::make_unique<MboxSource>(path);
+  throw SourceError("neither a mail (its name ends in .eml) nor an mbox file");
 }
 
 }  // namespace client

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "client/Source.h"
+
+namespace client {
+
+// A Maildir with its sub-folders: those of Maildir++ (".Sub.Deeper" beside cur and new) and nested
+// Maildirs in plain folders. The root goes to the Inbox. A mail without the flag S is unread; mail
+// with the flag T, which waits for its deletion, comes along.
+class MaildirSource : public Source {
+ public:
+  explicit MaildirSource(std::string path) : m_path(std::move(path)) {}
+  static bool IsMaildir(const std::string& path);  // holds cur and new
+
+  const char* Kind() const override { return "a Maildir"; }
+  std::vector<SourceItem> List(std::vector<SourceProblem>& problems) const override;
+  std::string Read(const SourceItem& item) const override;
+
+ private:
+  std::string m_path;
+};
+
+// The name in modified UTF-7 (RFC 3501) as UTF-8, or the bytes as they are where they are no valid
+// modified UTF-7.
+std::string FromModifiedUtf7(std::string_view name);
+
+}  // namespace client

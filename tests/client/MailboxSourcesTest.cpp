@@ -1,0 +1,78 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "client/MaildirSource.h"
+#include "client/MboxSource.h"
+#include "client/Plan.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace client {
+namespace {
+
+using test_support::TemporaryFolder;
+using testing::ElementsAre;
+
+std::vector<std::string> Items(const Plan& plan) {
+  std::vector<std::string> items;
+  for (const Plan::Entry& entry : plan.entries) {
+    items.push_back(entry.item.folder + "|" + entry.name + (entry.item.read ? "" : "|unread"));
+  }
+  return items;
+}
+
+TEST(MaildirSource, FlagsAndSubFoldersAreRead) {
+  const TemporaryFolder folder;
+  for (const char* name :
+       {"cur/1:2,S", "cur/2:2,F", "cur/3", "new/4:2,S", "tmp/half", ".Sent.2024/cur/5:2,RS",
+        ".Entw&APw-rfe/new/6", ".A&B/cur/7:2,S", "Plain/cur/8:2,S"}) {
+    folder.Write(name, "Subject: x\n\n");
+  }
+  for (const char* name : {".Sent.2024/new", ".Entw&APw-rfe/cur", ".A&B/new", "Plain/new"}) {
+    std::filesystem::create_directories(folder.File(name));
+  }
+  EXPECT_THAT(Items(MakePlan({folder.Path()})),
+              ElementsAre("Inbox\\|cur/1:2,S", "Inbox\\|cur/2:2,F|unread", "Inbox\\|cur/3|unread",
+                          "Inbox\\|new/4:2,S|unread", "A&B\\|.A&B/cur/7:2,S",
+                          "Entw\xC3\xBCrfe\\|.Entw&APw-rfe/new/6|unread",
+                          "Sent\\2024\\|.Sent.2024/cur/5:2,RS", "Plain\\|Plain/cur/8:2,S"));
+}
+
+TEST(MaildirSource, ModifiedUtf7IsReadWhereItIsValid) {
+  EXPECT_EQ(FromModifiedUtf7("~peter/mail/&U,BTFw-/&ZeVnLIqe-"),
+            "~peter/mail/\xE5\x8F\xB0\xE5\x8C\x97/\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E");
+  EXPECT_EQ(FromModifiedUtf7("A&-B"), "A&B");
+  for (const char* name : {"A&B", "&", "&A-", "&APz-", "&APw", "M\xC3\xBCll&-", "&AP w-"}) {
+    EXPECT_EQ(FromModifiedUtf7(name), name);
+  }
+}
+
+TEST(MboxSource, EachMailComesOnceWithItsQuotingUndone) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("Old mail.mbox",
+                                        "From a Mon\nSubject: 1\nStatus: RO\n\nOne\n"
+                                        "From here is no mail\n>From was quoted\n>>From twice\n\n"
+                                        "From b Tue\nSubject: 2\nStatus: O\n\nTwo\n\n"
+                                        "From c Wed\nSubject: 3\n\nThree");
+  const Plan plan = MakePlan({path});
+  EXPECT_THAT(Items(plan),
+              ElementsAre("Old mail\\|Old mail.mbox:0", "Old mail\\|Old mail.mbox:113|unread",
+                          "Old mail\\|Old mail.mbox:154"));
+  const Source& source = *plan.sources[0];
+  EXPECT_EQ(source.Read(plan.entries[0].item),
+            "Subject: 1\nStatus: RO\n\nOne\nFrom here is no mail\nFrom was quoted\n>From twice\n");
+  EXPECT_EQ(source.Read(plan.entries[1].item), "Subject: 2\nStatus: O\n\nTwo\n");
+  EXPECT_EQ(source.Read(plan.entries[2].item), "Subject: 3\n\nThree");
+}
+
+TEST(MboxSource, LongLinesAndCrLfHideNoMail) {
+  const TemporaryFolder folder;
+  const std::string path =
+      folder.Write("m", "From a\r\nSubject: 1\r\n\r\n" + std::string(20'000, 'x') +
+                            "From x\r\n\r\nFrom b\r\nSubject: 2\r\n\r\nTwo\r\n");
+  const Plan plan = MakePlan({path});
+  ASSERT_EQ(plan.entries.size(), 2u);
+  EXPECT_EQ(plan.sources[0]->Read(plan.entries[1].item), "Subject: 2\r\n\r\nTwo\r\n");
+}
+
+}  // namespace
+}  // namespace client
