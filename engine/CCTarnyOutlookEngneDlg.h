@@ -50,8 +50,6 @@ class CCTarnyOutlookEngneDlg : public platform::EndpointServer::Handler {  // si
   bool RefreshByConnDetail(const CString& strTarget);
   bool RefreshByTimeStamp();
   bool RefreshConnection(const CString& strTarget);
-  // The status line of an item; imports it once more where the server refused an address.
-  CString ItemStatus(const ST_ITEM_INFO& objItem, CString& strErr, int& nResult);
 
   // ---- Messages to the driving program ----
 

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "engine/CCTarnyOutlookEngneDlg.h"
+#include "engine/ItemStatus.h"
 #include "ews/Connection.h"
 #include "pipeline/ItemDescriptor.h"
 #include "platform/Files.h"
@@ -23,21 +24,6 @@ bool RefreshIsDue(double dDays) {
 
 double DaysSince(const COleDateTime& dt) {
   return COleDateTime::GetCurrentTime().Value() - dt.Value();
-}
-
-CString SavedInSpiteOf(const CString& strErr) {
-  return CString(u"\t\tSaving Status : Success\r\n\t Message :") + strErr;
-}
-
-bool IsIndexOutOfRange(const CString& strErr) { return strErr.Contains(u"index is out of range"); }
-
-bool IsBadAddress(const CString& strErr) {
-  return strErr.Contains(u"The invalid value") &&
-         strErr.Contains(u"was specified for the 'EmailAddress' element.");
-}
-
-bool IsBadBody(const CString& strErr) {
-  return strErr.Contains(u"was specified for the 'Body' element");
 }
 
 }  // namespace
@@ -169,31 +155,16 @@ std::int32_t CCTarnyOutlookEngneDlg::OnInsertItem(Bytes objBytes) {
     return CTarnyOutlookHandler::kFailure;
   }
   int nResult = m_objHandler.ImportItem(objItem.strFilePath, strErr, objItem.strLogFilepath);
-  const CString strStatus = ItemStatus(objItem, strErr, nResult);
+  const CString strStatus = ItemStatusLine(nResult, strErr, [&](CString& strRetryErr) {
+    m_objHandler.SetFlag(1);  // stays until the next item sets its own
+    return m_objHandler.ImportItem(objItem.strFilePath, strRetryErr, objItem.strLogFilepath);
+  });
   m_objHandler.m_objLogManager.WriteLogFile4(objItem.strLogFilepath, strStatus);
   m_objHandler.m_objLogManager.WriteLogFile4(u"4LogFile.txt", strStatus);
   ++m_nMailCount;
   m_objFolder.Save();
   Log(u" ------------------------------- MSG_INSERT_ITEM:_OUT ------------------------------ \n");
   return nResult;
-}
-
-CString CCTarnyOutlookEngneDlg::ItemStatus(const ST_ITEM_INFO& objItem, CString& strErr,
-                                           int& nResult) {
-  const CString strSuccess = u"\t\tSaving Status : Success";
-  if (nResult == CTarnyOutlookHandler::kSuccess) return strSuccess;
-  if (IsIndexOutOfRange(strErr)) return SavedInSpiteOf(strErr);
-  if (IsBadAddress(strErr)) {
-    // The second attempt cleans the addresses up; the text of the first stays unless it sets one.
-    m_objHandler.SetFlag(1);
-    nResult = m_objHandler.ImportItem(objItem.strFilePath, strErr, objItem.strLogFilepath);
-    if (nResult == CTarnyOutlookHandler::kSuccess) return strSuccess;
-    return IsIndexOutOfRange(strErr) ? SavedInSpiteOf(strErr) : CString();
-  }
-  if (IsBadBody(strErr)) return {};
-  CString strStatus = u"\t\t+Saving Status : Fail";
-  if (!strErr.IsEmpty()) strStatus += CString(u"\r\n\t\tError Message :") + strErr;
-  return strStatus;
 }
 
 std::int32_t CCTarnyOutlookEngneDlg::OnImageOutlook(Bytes objBytes) {
