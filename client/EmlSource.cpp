@@ -24,11 +24,11 @@ void AddEntry(const PendingFolder& folder, const FolderEntry& entry, std::vector
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
     // What systems leave in folders: nobody's mail, and no news to anyone.
   } else if (entry.kind == EntryKind::kFile) {
-    problems.push_back({path, "left out: its name does not end in .eml"});
+    problems.push_back({path, "its name does not end in .eml"});
   } else if (entry.kind == EntryKind::kFolderLink) {
-    problems.push_back({path, "left out: a link to a folder"});
+    problems.push_back({path, "a link to a folder"});
   } else {
-    problems.push_back({path, "left out: neither a file nor a folder, or a dead link"});
+    problems.push_back({path, "neither a file nor a folder, or a dead link"});
   }
 }
 

@@ -144,10 +144,14 @@ std::vector<std::string> EngineOptions(const MigrateOptions& options, const Loca
   return arguments;
 }
 
+std::string SourcesText(const MigrateOptions& options) {
+  return nlohmann::json(options.sources)
+      .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
 // A run folder that knew another source or target would hold rows that say nothing about this one.
 void RequireSameRun(Journal& journal, const MigrateOptions& options, const RunFolder& run) {
-  const std::string sources = nlohmann::json(options.sources)
-                                  .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  const std::string sources = SourcesText(options);
   const std::string target = options.target.Name();
   const std::optional<std::string> hadSources = journal.Property("sources");
   const std::optional<std::string> hadTarget = journal.Property("target");
@@ -161,8 +165,6 @@ void RequireSameRun(Journal& journal, const MigrateOptions& options, const RunFo
                     "folder",
                     run.Path(), *hadTarget));
   }
-  journal.SetProperty("sources", sources);
-  journal.SetProperty("target", target);
 }
 
 std::string Size(std::uint64_t bytes) {
@@ -263,12 +265,18 @@ int Migrate(MigrateOptions& options, Console& console) {
     local.emplace(OwnFolder() + "/mailboxd", options.target.LocalFolder(), console);
   }
   const std::vector<std::string> engineOptions = EngineOptions(options, local ? &*local : nullptr);
-  const CommandLine parsed = ReadCommandLine(engineOptions, ews::Settings());
+  // The options stand in front of the marker here as in the engine.
+  std::vector<std::string> commandLine = engineOptions;
+  commandLine.push_back(run.Title());
+  const CommandLine parsed = ReadCommandLine(commandLine, ews::Settings());
   if (!parsed.strError.empty()) throw UsageError(parsed.strError);
   const std::string refusal = TryTarget(options.target);
   if (!refusal.empty()) {
     throw RunError(fmt::format("cannot log on to the {}: {}", options.target.Name(), refusal));
   }
+  // Only now: a mistyped name must not bind the run folder.
+  journal.SetProperty("sources", SourcesText(options));
+  journal.SetProperty("target", options.target.Name());
   Migration migration({run, options.target, engineOptions, local ? &*local : nullptr}, journal,
                       console);
   const Summary summary = migration.Run(plan);
