@@ -110,6 +110,11 @@ void Complete(MigrateOptions& options) {
   }
 }
 
+void RequireUsable(const Target& target) {
+  const std::string problem = TargetProblem(target);
+  if (!problem.empty()) throw UsageError(problem);
+}
+
 void AskSecrets(MigrateOptions& options) {
   Target& target = options.target;
   if (target.TokenRoute()) {
@@ -251,9 +256,9 @@ int Migrate(MigrateOptions& options, Console& console) {
   InstallStopHandler();
   const Plan plan = MakePlan(options.sources);
   if (options.dryRun) return ShowPlan(plan, options);
+  RequireUsable(options.target);  // before anyone types a password in vain
   AskSecrets(options);
-  const std::string problem = TargetProblem(options.target);
-  if (!problem.empty()) throw UsageError(problem);
+  RequireUsable(options.target);
 
   RunFolder run(options.run);
   run.TakeOver(console);

@@ -55,8 +55,8 @@ TEST(MboxSource, EachMailComesOnceWithItsQuotingUndone) {
                                         "From c Wed\nSubject: 3\n\nThree");
   const Plan plan = MakePlan({path});
   EXPECT_THAT(Items(plan),
-              ElementsAre("Old mail\\|Old mail.mbox:0", "Old mail\\|Old mail.mbox:113|unread",
-                          "Old mail\\|Old mail.mbox:154"));
+              ElementsAre("Old mail\\|Old mail.mbox:0", "Old mail\\|Old mail.mbox:90|unread",
+                          "Old mail\\|Old mail.mbox:128"));
   const Source& source = *plan.sources[0];
   EXPECT_EQ(source.Read(plan.entries[0].item),
             "Subject: 1\nStatus: RO\n\nOne\nFrom here is no mail\nFrom was quoted\n>From twice\n");
