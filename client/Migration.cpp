@@ -29,6 +29,12 @@ bool IsConnectionFailure(const std::string& text) {
   return text.find("The request failed.") != std::string::npos || text == kNotRenewed;
 }
 
+// The same failure tells other times and ports from one item to the next.
+std::string WithoutDigits(std::string text) {
+  std::erase_if(text, [](char c) { return c >= '0' && c <= '9'; });
+  return text;
+}
+
 }  // namespace
 
 Migration::Migration(Setup setup, Journal& journal, Console& console)
@@ -51,6 +57,8 @@ Summary Migration::Run(const Plan& plan) {
     }
   } catch (const RunError& error) {
     m_summary.stopped = error.what();
+  } catch (const platform::SqliteError& error) {
+    m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
   }
   m_console.EndProgress();
   m_ledger.Close();
@@ -197,8 +205,9 @@ std::string Migration::StopReason(const Outcome& outcome) {
     m_connectionFailures = 0;
     return {};
   }
-  m_connectionFailures = outcome.text == m_lastConnectionFailure ? m_connectionFailures + 1 : 1;
-  m_lastConnectionFailure = outcome.text;
+  const std::string text = WithoutDigits(outcome.text);
+  m_connectionFailures = text == m_lastConnectionFailure ? m_connectionFailures + 1 : 1;
+  m_lastConnectionFailure = text;
   if (m_connectionFailures < kMostConnectionFailures) return {};
   return fmt::format("{} items in a row failed with: {}", kMostConnectionFailures, outcome.text);
 }
