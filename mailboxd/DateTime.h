@@ -1,0 +1,13 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace mailbox {
+
+// Reads an xs:dateTime and returns it in UTC as 2024-03-05T09:15:00Z (a fraction is cut, a text
+// without a zone counts as UTC); nothing for any other text.
+std::optional<std::string> ReadDateTime(std::string_view text);
+
+}  // namespace mailbox

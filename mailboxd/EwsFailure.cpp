@@ -1,0 +1,65 @@
+#include "mailboxd/EwsFailure.h"
+
+#include <algorithm>
+#include <array>
+
+namespace mailbox {
+namespace {
+
+struct CodeText {
+  std::string_view code;
+  std::string_view text;
+};
+constexpr std::array<CodeText, 26> kTexts = {{
+    {"ErrorAccessDenied", "Access is denied. Check credentials and try again."},
+    {"ErrorArchiveMailboxNotEnabled", "Archive mailbox not enabled."},
+    {"ErrorCannotCreateCalendarItemInNonCalendarFolder",
+     "Cannot create a calendar item in a non-calendar folder."},
+    {"ErrorCannotCreateContactInNonContactFolder",
+     "Cannot create a contact in a non-contact Folder."},
+    {"ErrorCannotCreateTaskInNonTaskFolder", "Cannot create a task in a non-task Folder."},
+    {"ErrorConnectionFailed", "Connection failed. Try again later."},
+    {"ErrorDeleteDistinguishedFolder", "Distinguished folders cannot be deleted."},
+    {"ErrorFolderExists", "A folder with the specified name already exists."},
+    {"ErrorFolderNotFound", "The specified folder could not be found in the store."},
+    {"ErrorFolderSavePropertyError",
+     "The folder save operation failed due to invalid property values."},
+    {"ErrorInternalServerError", "An internal server error occurred. The operation failed."},
+    {"ErrorInvalidIdMalformed", "Id is malformed."},
+    {"ErrorInvalidOperation", "The operation is not valid here."},
+    {"ErrorInvalidPagingMaxRows", "MaxEntriesReturned must be greater than zero."},
+    {"ErrorInvalidRequest", "The request is invalid."},
+    {"ErrorItemNotFound", "The specified object was not found in the store."},
+    {"ErrorItemSave", "An error occurred while the item was saved."},
+    {"ErrorMailboxStoreUnavailable", "The mailbox database is temporarily unavailable."},
+    {"ErrorMessageDispositionRequired",
+     "The MessageDisposition attribute is required for messages."},
+    {"ErrorMessageSizeExceeded", "The message exceeds the maximum supported size."},
+    {"ErrorMimeContentInvalidBase64String", "The MIME content contains an invalid base64 string."},
+    {"ErrorNonExistentMailbox", "The SMTP address has no mailbox associated with it."},
+    {"ErrorQuotaExceeded", "The mailbox has exceeded its quota."},
+    {"ErrorSendMeetingInvitationsRequired",
+     "The SendMeetingInvitations attribute is required for calendar items."},
+    {"ErrorServerBusy", "The server cannot service this request right now. Try again later."},
+    {"ErrorUnsupportedPathForQuery", "The property can not be used with this type of restriction."},
+}};
+static_assert(std::is_sorted(kTexts.begin(), kTexts.end(),
+                             [](const CodeText& a, const CodeText& b) { return a.code < b.code; }));
+
+const CodeText* Find(std::string_view code) {
+  const auto found =
+      std::lower_bound(kTexts.begin(), kTexts.end(), code,
+                       [](const CodeText& row, std::string_view key) { return row.code < key; });
+  return found != kTexts.end() && found->code == code ? &*found : nullptr;
+}
+
+}  // namespace
+
+OperationError ErrorOf(std::string_view responseCode) {
+  const CodeText* row = Find(responseCode);
+  return OperationError(responseCode, row ? row->text : "The operation failed.");
+}
+
+bool IsKnownCode(std::string_view responseCode) { return Find(responseCode) != nullptr; }
+
+}  // namespace mailbox

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <pugixml.hpp>
+#include <string>
+#include <string_view>
+
+namespace mailbox {
+
+// One SOAP request. It is parsed inside the buffer it came in, which must outlive it, so that the
+// base64 text of a large message is never copied; what a client may send is checked against
+// EwsSchema before anything is done.
+class EwsRequest {
+ public:
+  // Takes the body apart in place. Throws SoapFault for what is no XML or not allowed.
+  explicit EwsRequest(std::string& body);
+
+  // The element in the SOAP body: "FindFolder", ….
+  pugi::xml_node Operation() const { return m_operation; }
+  std::string_view OperationName() const;
+  // The mailbox to act for; "" without impersonation.
+  const std::string& ImpersonatedAddress() const { return m_impersonated; }
+
+ private:
+  pugi::xml_document m_document;
+  pugi::xml_node m_operation;
+  std::string m_impersonated;
+};
+
+// Names without their prefix; views into the request.
+std::string_view LocalName(pugi::xml_node node);
+std::string_view LocalName(const char* qualifiedName);
+// The first child element of that local name, or an empty node.
+pugi::xml_node Child(pugi::xml_node node, std::string_view name);
+pugi::xml_node FirstElement(pugi::xml_node node);
+pugi::xml_node NextElement(pugi::xml_node node);
+// The text of the element: its first text node, "" without one.
+std::string_view Text(pugi::xml_node node);
+std::string_view ChildText(pugi::xml_node node, std::string_view name);
+std::string_view Attribute(pugi::xml_node node, const char* name);
+// xs:boolean; anything else is false.
+bool IsTrue(std::string_view text);
+
+}  // namespace mailbox

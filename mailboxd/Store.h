@@ -1,0 +1,162 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mailbox {
+
+// All texts are UTF-8; dates are UTC in the form 2024-03-05T09:15:00Z; sizes are bytes. Row numbers
+// are positive.
+
+struct MailboxInfo {
+  std::int64_t id = 0;
+  std::string address;  // lower case; "" is the mailbox of the public folders
+};
+
+struct FolderInfo {
+  std::int64_t id = 0;
+  std::int64_t parent = 0;  // 0 for a root
+  std::int64_t mailbox = 0;
+  std::string name;
+  std::string folderClass;  // "IPF.Note", …; "" for a root
+  std::string wellKnown;    // DistinguishedFolderId, "" for a folder that a client made
+  std::int64_t version = 1;
+  std::int64_t total = 0;  // items; the counts are only filled where a call says so
+  std::int64_t unread = 0;
+  std::int64_t children = 0;
+};
+
+struct Address {
+  std::string name;
+  std::string address;
+  std::string routing;
+};
+
+struct ExtendedProperty {
+  std::string key;   // "tag:0xe07", "set:GUID:id:34051", "set:GUID:name:x", "named:Common:id:…"
+  std::string type;  // "Integer", "SystemTime", "StringArray", …
+  std::vector<std::string> values;
+};
+
+struct AttachmentInfo {
+  std::int64_t id = 0;
+  std::int64_t item = 0;
+  std::string name;
+  std::string contentType;
+  std::string contentId;
+  std::string contentLocation;
+  bool isInline = false;
+  bool isContactPhoto = false;
+  std::int64_t size = 0;
+  std::string created;
+};
+
+struct ItemInfo {
+  std::int64_t id = 0;
+  std::int64_t folder = 0;
+  std::string element = "Message";  // the EWS element: "Message", "CalendarItem", …
+  std::string itemClass = "IPM.Note";
+  std::string subject;
+  bool isRead = false;
+  bool isDraft = true;
+  std::string received;
+  std::string sent;
+  std::string created;
+  std::int64_t size = 0;
+  std::int64_t version = 1;
+  std::int64_t attachmentCount = 0;
+
+  // Details.
+  std::string importance = "Normal";
+  std::string sensitivity = "Normal";
+  std::string bodyType;  // "HTML", "Text"; "" when the item has no body of its own
+  std::string body;
+  std::string inReplyTo;
+  std::string messageId;
+  std::string references;
+  std::vector<std::string> categories;
+  std::optional<Address> from;
+  std::optional<Address> sender;
+  std::vector<Address> to, cc, bcc, replyTo;
+  std::vector<ExtendedProperty> properties;
+};
+
+struct NewAttachment {
+  AttachmentInfo info;  // id, item, size and created are set when it is stored
+  std::string content;
+};
+
+struct NewItem {
+  ItemInfo info;  // id, created, size, version are set when it is stored
+  bool hasMime = false;
+  std::string mimeCharset;
+  std::string mime;  // stored byte for byte
+  std::vector<NewAttachment> attachments;
+};
+
+// What one local mailbox server holds, in DIR/mailbox.db. A call that returns has its change on
+// disk. All calls may come from any thread; they run one at a time. Every call may throw
+// platform::SqliteError.
+class Store {
+ public:
+  enum class Mode { kReadWrite, kReadOnly };
+  // `path` of the database file. kReadWrite creates it; kReadOnly may be used beside a running
+  // server. Throws std::runtime_error for a file that is of another layout.
+  explicit Store(const std::string& path, Mode mode = Mode::kReadWrite);
+  ~Store();
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+
+  std::vector<MailboxInfo> Mailboxes();
+  // The mailbox of that address (any ASCII case), made with its folders at first use.
+  std::int64_t Mailbox(std::string_view address);
+  std::optional<std::int64_t> FindMailbox(std::string_view address);
+
+  std::optional<std::int64_t> FindWellKnown(std::int64_t mailbox, std::string_view id);
+  std::optional<FolderInfo> Folder(std::int64_t id);  // with counts
+  // All folders of a mailbox with counts, parents before children.
+  std::vector<FolderInfo> Folders(std::int64_t mailbox);
+  // Children, or all below, by name; without counts.
+  std::vector<FolderInfo> ChildFolders(std::int64_t parent, bool deep);
+  // "Inbox/Projects": the names from below the mailbox's root of messages, `/` in a name doubled.
+  std::string FolderPath(std::int64_t id);
+  // Nothing when the parent has a child of that name in any case.
+  std::optional<FolderInfo> CreateFolder(const FolderInfo& parent, std::string_view name,
+                                         std::string_view folderClass);
+
+  // Stores the item with all it has, or nothing; fills the ids of item and attachments.
+  void CreateItem(NewItem& item);
+  std::optional<ItemInfo> Item(std::int64_t id);
+  // Newest row last. A limit below 0 means all. *total gets the number of items in the folder.
+  std::vector<ItemInfo> Items(std::int64_t folder, std::int64_t offset, std::int64_t limit,
+                              std::int64_t* total);
+  // Calls `use` with charset and bytes while the store is held; false when the item has no MIME.
+  bool WithMime(std::int64_t item,
+                const std::function<void(std::string_view charset, std::string_view bytes)>& use);
+  // False when the item is not there.
+  bool DeleteItem(std::int64_t id);
+  bool MoveItem(std::int64_t id, std::int64_t folder);
+
+  std::vector<AttachmentInfo> Attachments(std::int64_t item);
+  std::optional<AttachmentInfo> Attachment(std::int64_t id);
+  bool WithAttachment(std::int64_t id, const std::function<void(std::string_view bytes)>& use);
+  // Fills the attachment's ids; returns the item's new version, nothing when it is not there.
+  std::optional<std::int64_t> AddAttachment(std::int64_t item, NewAttachment& attachment);
+
+ private:
+  class Implementation;
+  std::unique_ptr<Implementation> m_implementation;
+};
+
+// Now, in the store's form.
+std::string UtcNow();
+
+// The form in which addresses are kept: blanks around cut, ASCII letters in lower case.
+std::string NormalAddress(std::string_view address);
+
+}  // namespace mailbox
