@@ -288,8 +288,8 @@ int Migrate(MigrateOptions& options, Console& console) {
   PrintSummary(summary, plan, options);
   std::cout.flush();
   if (!summary.stopped.empty()) {
-    console.Say(
-        fmt::format("Stopped early: {}. Run the same command again to go on.", summary.stopped));
+    console.Say("Stopped early: " + summary.stopped);
+    console.Say("Run the same command again to go on.");
   }
   return summary.Complete() ? kExitDone : kExitFailed;
 }
