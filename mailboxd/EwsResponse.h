@@ -27,6 +27,7 @@ class EwsResponse {
   void Element(std::string_view name, std::string_view text);
   void Boolean(std::string_view name, bool value);
   void Number(std::string_view name, std::int64_t value);
+  void Raw(std::string_view xml) { m_out += xml; }  // escaped already
   // Bytes as base64, written straight into the answer.
   void Base64(std::string_view bytes);
 

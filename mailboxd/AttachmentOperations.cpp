@@ -1,0 +1,100 @@
+#include <string>
+
+#include "mailboxd/EwsRequest.h"
+#include "mailboxd/Operations.h"
+#include "platform/Base64.h"
+
+namespace mailbox {
+namespace {
+
+void AddOne(const Context& context, std::int64_t item, pugi::xml_node node, EwsResponse& response) {
+  NewAttachment attachment = ReadAttachment(node);
+  const auto parent = context.store.Item(item);
+  if (!parent) throw ErrorOf("ErrorItemNotFound");
+  const auto added = static_cast<std::int64_t>(attachment.content.size());
+  if (parent->size + added > context.maximumMessageSize) {
+    throw ErrorOf("ErrorMessageSizeExceeded");
+  }
+  const auto version = context.store.AddAttachment(item, attachment);
+  if (!version) throw ErrorOf("ErrorItemNotFound");
+  response.BeginSuccess();
+  response.Open("m:Attachments");
+  response.Open("t:FileAttachment");
+  response.Empty("t:AttachmentId",
+                 XmlAttribute("Id", MakeId(IdKind::kAttachment, attachment.info.id)) +
+                     XmlAttribute("RootItemId", MakeId(IdKind::kItem, item)) +
+                     XmlAttribute("RootItemChangeKey", MakeChangeKey(IdKind::kItem, *version)));
+  response.Close("t:FileAttachment");
+  response.Close("m:Attachments");
+  response.EndMessage();
+}
+
+void GetOne(const Context& context, std::int64_t id, EwsResponse& response) {
+  const auto attachment = context.store.Attachment(id);
+  if (!attachment) throw ErrorOf("ErrorItemNotFound");
+  response.BeginSuccess();
+  response.Open("m:Attachments");
+  response.Open("t:FileAttachment");
+  response.Empty("t:AttachmentId", XmlAttribute("Id", MakeId(IdKind::kAttachment, id)));
+  response.Element("t:Name", attachment->name);
+  if (!attachment->contentType.empty()) response.Element("t:ContentType", attachment->contentType);
+  if (!attachment->contentId.empty()) response.Element("t:ContentId", attachment->contentId);
+  response.Number("t:Size", attachment->size);
+  response.Boolean("t:IsInline", attachment->isInline);
+  response.Boolean("t:IsContactPhoto", attachment->isContactPhoto);
+  response.Open("t:Content");
+  context.store.WithAttachment(id, [&](std::string_view bytes) { response.Base64(bytes); });
+  response.Close("t:Content");
+  response.Close("t:FileAttachment");
+  response.Close("m:Attachments");
+  response.EndMessage();
+}
+
+}  // namespace
+
+NewAttachment ReadAttachment(pugi::xml_node node) {
+  if (LocalName(node) != "FileAttachment") {
+    throw OperationError("ErrorInvalidOperation", "This mailbox keeps file attachments only.");
+  }
+  NewAttachment attachment;
+  attachment.info.name = ChildText(node, "Name");
+  attachment.info.contentType = ChildText(node, "ContentType");
+  attachment.info.contentId = ChildText(node, "ContentId");
+  attachment.info.contentLocation = ChildText(node, "ContentLocation");
+  attachment.info.isInline = IsTrue(ChildText(node, "IsInline"));
+  attachment.info.isContactPhoto = IsTrue(ChildText(node, "IsContactPhoto"));
+  if (!platform::Base64Decode(ChildText(node, "Content"), attachment.content)) {
+    SoapFault fault("ErrorSchemaValidation",
+                    "The request failed schema validation: The "
+                    "'http://schemas.microsoft.com/exchange/services/2006/types:Content' element "
+                    "is invalid - The value is invalid according to its datatype "
+                    "'http://www.w3.org/2001/XMLSchema:base64Binary'.");
+    fault.message = "The request failed schema validation.";
+    throw fault;
+  }
+  return attachment;
+}
+
+void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const std::string_view parent = Attribute(Child(request, "ParentItemId"), "Id");
+  const pugi::xml_node list = Child(request, "Attachments");
+  for (auto node = FirstElement(list); node; node = NextElement(node)) {
+    try {
+      AddOne(context, ResolveId(parent, IdKind::kItem), node, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "Attachments");
+    }
+  }
+}
+
+void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  for (auto id = FirstElement(Child(request, "AttachmentIds")); id; id = NextElement(id)) {
+    try {
+      GetOne(context, ResolveId(Attribute(id, "Id"), IdKind::kAttachment), response);
+    } catch (const OperationError& error) {
+      response.Error(error, "Attachments");
+    }
+  }
+}
+
+}  // namespace mailbox

@@ -1,0 +1,337 @@
+#include "mailboxd/Server.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <httplib.h>
+#include <netinet/in.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+
+#include "mailboxd/Autodiscover.h"
+#include "mailboxd/Certificate.h"
+#include "mailboxd/Operations.h"
+#include "mailboxd/TokenEndpoint.h"
+#include "platform/Base64.h"
+#include "platform/Sqlite.h"
+#include "platform/UniqueFd.h"
+
+namespace mailbox {
+namespace {
+
+constexpr size_t kLargestRequest = 300ull * 1024 * 1024;  // bytes
+constexpr size_t kThreads = 64;                           // each open connection holds one
+constexpr time_t kKeepAlive = 60;                         // seconds without a request
+constexpr time_t kPatience = 300;                         // seconds for the next byte
+constexpr size_t kUnlimited = 1u << 30;                   // requests on one connection
+
+// Each socket of this process that a client of that port of ours is connected to.
+template <typename Use>
+void ForEachConnection(int port, Use use) {
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
+    const int fd = std::atoi(entry.path().filename().c_str());
+    sockaddr_in here{};
+    sockaddr_in there{};
+    socklen_t hereSize = sizeof here;
+    socklen_t thereSize = sizeof there;
+    if (::getsockname(fd, reinterpret_cast<sockaddr*>(&here), &hereSize) != 0 ||
+        here.sin_family != AF_INET || ntohs(here.sin_port) != port ||
+        ::getpeername(fd, reinterpret_cast<sockaddr*>(&there), &thereSize) != 0) {
+      continue;
+    }
+    use(fd, ntohs(there.sin_port));
+  }
+}
+
+std::string Lower(std::string text) {
+  for (char& c : text) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return text;
+}
+
+platform::UniqueFd LockFolder(const std::string& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  ::chmod(folder.c_str(), 0700);
+  platform::UniqueFd lock(::open((folder + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  if (!lock) throw std::runtime_error(folder + ": " + std::strerror(errno));
+  if (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
+    throw std::runtime_error(folder + " is in use by another mailboxd");
+  }
+  return lock;
+}
+
+// Only SO_REUSEADDR: with the port shared, a second server would take some of the requests.
+void SocketOptions(int fd) {
+  const int on = 1;
+  ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+}
+
+}  // namespace
+
+class Server::Implementation {
+ public:
+  explicit Implementation(const ServerOptions& options)
+      : m_options(options),
+        m_lock(LockFolder(options.dataFolder)),
+        m_store(options.dataFolder + "/mailbox.db"),
+        m_tokens(options.user.empty() ? "" : options.password) {
+    for (const std::string& fault : options.faults) {
+      if (!m_faults.Add(fault)) throw std::invalid_argument("no such fault: " + fault);
+    }
+    if (options.https) {
+      const Certificate files = EnsureCertificate(options.dataFolder);
+      m_certificate = files.certificateFile;
+      m_http = std::make_unique<httplib::SSLServer>(files.certificateFile.c_str(),
+                                                    files.keyFile.c_str());
+    } else {
+      m_http = std::make_unique<httplib::Server>();
+    }
+    if (!m_http->is_valid()) throw std::runtime_error("the certificate cannot be used");
+    Configure();
+    Bind();
+  }
+
+  void Start() {
+    m_thread = std::thread([this] { m_http->listen_after_bind(); });
+    while (!m_http->is_running()) std::this_thread::yield();
+  }
+
+  void Stop() {
+    if (!m_thread.joinable()) return;
+    m_http->stop();
+    // Connections that wait for a next request see their end; answers still go out.
+    ForEachConnection(m_port, [](int fd, int) { ::shutdown(fd, SHUT_RD); });
+    m_thread.join();
+  }
+
+  void Configure();
+  void Bind();
+  void Handle(const httplib::Request& request, httplib::Response& response, std::string& body);
+  void HandleEws(const httplib::Request& request, httplib::Response& response, std::string& body);
+  bool Fail(const httplib::Request& request, httplib::Response& response);
+  std::optional<std::string> Login(const httplib::Request& request);
+  std::optional<std::string> BasicLogin(const std::string& credentials) const;
+  std::string Summary();
+  std::string UrlFor(const std::string& host) const {
+    return (m_options.https ? "https://" : "http://") + host;
+  }
+  std::string OwnHost() const { return "127.0.0.1:" + std::to_string(m_port); }
+
+  ServerOptions m_options;
+  platform::UniqueFd m_lock;
+  Store m_store;
+  Faults m_faults;
+  TokenEndpoint m_tokens;
+  std::string m_certificate;
+  std::unique_ptr<httplib::Server> m_http;
+  int m_port = 0;
+  std::thread m_thread;
+};
+
+namespace {
+
+// With a known length and a provider, the body is sent as it is: compressing for a client on the
+// same machine only costs time.
+void Send(httplib::Response& response, int status, const char* type, std::string body) {
+  response.status = status;
+  auto text = std::make_shared<std::string>(std::move(body));
+  response.set_content_provider(text->size(), type,
+                                [text](size_t offset, size_t length, httplib::DataSink& sink) {
+                                  return sink.write(text->data() + offset, length);
+                                });
+}
+
+constexpr char kXml[] = "text/xml; charset=utf-8";
+
+bool IsHost(const std::string& host) {
+  return !host.empty() && host.size() < 300 &&
+         host.find_first_not_of(
+             "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
+             ".-:[]") == std::string::npos;
+}
+
+}  // namespace
+
+void Server::Implementation::Configure() {
+  m_http->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };  // the server's
+  m_http->set_socket_options(SocketOptions);
+  m_http->set_tcp_nodelay(true);
+  m_http->set_payload_max_length(kLargestRequest);
+  m_http->set_keep_alive_max_count(kUnlimited);
+  m_http->set_keep_alive_timeout(kKeepAlive);
+  m_http->set_read_timeout(kPatience, 0);
+  m_http->set_write_timeout(kPatience, 0);
+  m_http->Post(".*", [this](const httplib::Request& request, httplib::Response& response,
+                            const httplib::ContentReader& reader) {
+    std::string body;
+    const auto length = request.get_header_value<std::uint64_t>("Content-Length");
+    if (length <= kLargestRequest) body.reserve(static_cast<size_t>(length));
+    if (request.is_multipart_form_data()) {
+      response.status = 415;
+      return;
+    }
+    const bool complete = reader([&](const char* data, size_t size) {
+      if (size > kLargestRequest - body.size()) return false;
+      body.append(data, size);
+      return true;
+    });
+    if (complete) Handle(request, response, body);
+  });
+  m_http->Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
+    std::string none;
+    const std::string path = Lower(request.path);
+    if (path == "/") {
+      Send(response, 200, "text/plain; charset=utf-8", Summary());
+    } else if (path == "/autodiscover/autodiscover.xml") {
+      Handle(request, response, none);
+    } else {
+      response.status = path == "/ews/exchange.asmx" ? 405 : 404;
+    }
+  });
+  m_http->set_exception_handler(
+      [](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
+        const OperationError known = ErrorOf("ErrorInternalServerError");
+        Send(response, 500, kXml, WriteFault(SoapFault(known.code, known.text)));
+      });
+}
+
+void Server::Implementation::Bind() {
+  if (m_options.port == 0) {
+    m_port = m_http->bind_to_any_port("127.0.0.1");
+    if (m_port <= 0) throw std::runtime_error("no port is free");
+  } else {
+    m_port = m_options.port;
+    if (!m_http->bind_to_port("127.0.0.1", m_port)) {
+      throw std::runtime_error("port " + std::to_string(m_port) + " is taken");
+    }
+  }
+}
+
+std::optional<std::string> Server::Implementation::BasicLogin(
+    const std::string& credentials) const {
+  std::string decoded;
+  if (!platform::Base64Decode(credentials, decoded)) return std::nullopt;
+  const size_t colon = decoded.find(':');
+  if (colon == std::string::npos || colon == 0) return std::nullopt;
+  const std::string name = decoded.substr(0, colon);
+  if (m_options.user.empty()) return name;
+  if (NormalAddress(name) != NormalAddress(m_options.user) ||
+      !SameSecret(std::string_view(decoded).substr(colon + 1), m_options.password)) {
+    return std::nullopt;
+  }
+  return name;
+}
+
+// The login's name, or nothing for one that is not let in.
+std::optional<std::string> Server::Implementation::Login(const httplib::Request& request) {
+  const std::string header = request.get_header_value("Authorization");
+  const size_t blank = header.find(' ');
+  if (blank == std::string::npos) return std::nullopt;
+  const std::string scheme = Lower(header.substr(0, blank));
+  const std::string rest = header.substr(blank + 1);
+  if (scheme == "basic") return BasicLogin(rest);
+  if (scheme != "bearer" || rest.empty()) return std::nullopt;
+  if (auto client = m_tokens.ClientOf(rest)) return client;
+  if (m_options.user.empty()) return "application";
+  return std::nullopt;
+}
+
+// Failures on demand; true when the request is done with.
+bool Server::Implementation::Fail(const httplib::Request& request, httplib::Response& response) {
+  if (const int latency = m_faults.Latency(); latency > 0) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(latency));
+  }
+  if (m_faults.TakeDrop()) {
+    ForEachConnection(m_port, [&](int fd, int peer) {
+      if (peer == request.remote_port) ::shutdown(fd, SHUT_RDWR);
+    });
+    return true;
+  }
+  int backOff = 0;
+  if (!m_faults.TakeBusy(&backOff)) return false;
+  const OperationError busy = ErrorOf("ErrorServerBusy");
+  SoapFault fault(busy.code, busy.text);
+  fault.messageXml =
+      "<t:Value Name=\"BackOffMilliseconds\">" + std::to_string(backOff) + "</t:Value>";
+  Send(response, 500, kXml, WriteFault(fault));
+  return true;
+}
+
+void Server::Implementation::HandleEws(const httplib::Request& request, httplib::Response& response,
+                                       std::string& body) {
+  if (Fail(request, response)) return;
+  const Context context{m_store, m_faults, Login(request).value_or(""),
+                        m_options.maximumMessageSize};
+  try {
+    Send(response, 200, kXml, Answer(body, context));
+  } catch (const SoapFault& fault) {
+    Send(response, 500, kXml, WriteFault(fault));
+  } catch (const platform::SqliteError&) {
+    const OperationError known = ErrorOf("ErrorMailboxStoreUnavailable");
+    Send(response, 500, kXml, WriteFault(SoapFault(known.code, known.text)));
+  }
+}
+
+void Server::Implementation::Handle(const httplib::Request& request, httplib::Response& response,
+                                    std::string& body) {
+  const std::string path = Lower(request.path);
+  if (path.ends_with("/oauth2/v2.0/token")) {
+    TokenEndpoint::Reply reply = m_tokens.Answer(body);
+    Send(response, reply.status, "application/json", std::move(reply.json));
+    return;
+  }
+  const bool ews = path == "/ews/exchange.asmx";
+  if (!ews && path != "/autodiscover/autodiscover.xml") {
+    response.status = 404;
+    return;
+  }
+  if (!Login(request)) {
+    response.status = 401;
+    response.set_header("WWW-Authenticate", "Basic realm=\"mailboxd\"");
+    response.set_header("WWW-Authenticate", "Bearer");
+    return;
+  }
+  if (ews) {
+    HandleEws(request, response, body);
+    return;
+  }
+  std::string host = request.get_header_value("Host");
+  if (!IsHost(host)) host = OwnHost();
+  Send(response, 200, kXml, AnswerAutodiscover(body, UrlFor(host) + "/EWS/Exchange.asmx"));
+}
+
+std::string Server::Implementation::Summary() {
+  std::string text;
+  for (const MailboxInfo& box : m_store.Mailboxes()) {
+    text += (box.address.empty() ? "Public folders" : box.address) + "\n";
+    for (const FolderInfo& folder : m_store.Folders(box.id)) {
+      const std::string path = m_store.FolderPath(folder.id);
+      if (path.empty() || (folder.total == 0 && !folder.wellKnown.empty())) continue;
+      text += "  " + path + ": " + std::to_string(folder.total) + "\n";
+    }
+  }
+  return text;
+}
+
+Server::Server(const ServerOptions& options)
+    : m_implementation(std::make_unique<Implementation>(options)) {}
+Server::~Server() { m_implementation->Stop(); }
+void Server::Start() { m_implementation->Start(); }
+void Server::Stop() { m_implementation->Stop(); }
+std::string Server::Url() const { return m_implementation->UrlFor(m_implementation->OwnHost()); }
+std::string Server::EwsUrl() const { return Url() + "/EWS/Exchange.asmx"; }
+std::string Server::AutodiscoverUrl() const { return Url() + "/autodiscover/autodiscover.xml"; }
+std::string Server::CertificateFile() const { return m_implementation->m_certificate; }
+Store& Server::Mailboxes() { return m_implementation->m_store; }
+
+}  // namespace mailbox

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "mailboxd/Store.h"
+
+namespace mailbox {
+
+struct ServerOptions {
+  std::string dataFolder;  // path of this system; made with mode 0700 when missing
+  int port = 0;            // 0: any that is free
+  bool https = false;
+  // "": any login is accepted, and its name is the mailbox. Otherwise this one only, with the
+  // password, which is then also the secret of token clients.
+  std::string user;
+  std::string password;
+  std::int64_t maximumMessageSize = 150 * 1024 * 1024;  // bytes
+  std::vector<std::string> faults;                      // see Faults.h
+};
+
+// A mailbox server on 127.0.0.1. It holds the folder's lock while it lives.
+class Server {
+ public:
+  // Opens the folder and the port; requests wait from here on. Throws std::runtime_error, whose
+  // message is for the user, std::invalid_argument for a fault that is no specification.
+  explicit Server(const ServerOptions& options);
+  ~Server();  // stops
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+
+  void Start();  // answers requests on threads of its own
+  // Ends the connections and returns when the requests in work have been answered.
+  void Stop();
+
+  std::string Url() const;  // "https://127.0.0.1:8443"
+  std::string EwsUrl() const;
+  std::string AutodiscoverUrl() const;
+  std::string CertificateFile() const;  // "" without https
+  Store& Mailboxes();
+
+ private:
+  class Implementation;
+  std::unique_ptr<Implementation> m_implementation;
+};
+
+}  // namespace mailbox
