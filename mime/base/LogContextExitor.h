@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string_view>
+
+#include "mime/base/LogBase.h"
+
+namespace mail {
+
+// Opens a named context in a log for the life of the guard. The log must outlive it.
+class LogContextExitor {
+ public:
+  LogContextExitor(LogBase& log, std::string_view strName) : m_log(log) {
+    m_log.EnterContext(strName);
+  }
+  ~LogContextExitor() { m_log.LeaveContext(); }
+  LogContextExitor(const LogContextExitor&) = delete;
+  LogContextExitor& operator=(const LogContextExitor&) = delete;
+
+ private:
+  LogBase& m_log;
+};
+
+}  // namespace mail
