@@ -42,9 +42,9 @@ std::string Utf16LittleEndian(std::string_view utf8) {
 std::string DescriptorText(const MailDescription& mail) {
   std::string text = "EMAIL\r\n";
   text += "\n";
-  text += "Creation Date : " + mail.date + "\r\n";
+  text += (mail.date.empty() ? "" : "Creation Date : " + mail.date) + "\r\n";
   text += mail.read ? "FALSE\r\n" : "TRUE\r\n";
-  text += "From : \r\nTo : \r\nCC : \r\nBcc : \r\nSubject : \r\n";
+  text += "\r\n\r\n\r\n\r\n\r\n";  // sender, To, CC, Bcc, subject
   text += "MessageID : " + WithoutForbiddenControls(mail.key) + "\r\n";
   return text;
 }

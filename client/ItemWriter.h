@@ -23,7 +23,9 @@ struct MailDescription {
 };
 
 // The lines of the descriptor, in UTF-8. Sender, recipients, subject and importance stay empty: the
-// engine sets only what is not empty, and so the MIME content decides. Each line ends in CR LF but
+// engine sets only what is not empty, and so the MIME content decides. Such a line is empty without
+// its label: the engine trims a line before it takes the label away, and would take a label that
+// stands alone for the value. Each line ends in CR LF but
 // the second, whose value the engine takes with all that stands before the LF.
 std::string DescriptorText(const MailDescription& mail);
 

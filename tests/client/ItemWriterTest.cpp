@@ -18,7 +18,7 @@ TEST(ItemWriter, TheDescriptorHasItsLinesInTheirPlaces) {
             "\n"
             "Creation Date : 2024-03-31 13:05:00\r\n"
             "TRUE\r\n"
-            "From : \r\nTo : \r\nCC : \r\nBcc : \r\nSubject : \r\n"
+            "\r\n\r\n\r\n\r\n\r\n"
             "MessageID : <a@b>\r\n");
 }
 
