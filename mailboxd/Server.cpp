@@ -30,6 +30,7 @@ constexpr size_t kLargestRequest = 300ull * 1024 * 1024;  // bytes
 constexpr size_t kThreads = 64;                           // each open connection holds one
 constexpr time_t kKeepAlive = 60;                         // seconds without a request
 constexpr time_t kPatience = 300;                         // seconds for the next byte
+constexpr int kBacklog = 256;                             // connections that wait to be taken
 constexpr size_t kUnlimited = 1u << 30;                   // requests on one connection
 
 // Each socket of this process that a client of that port of ours is connected to.
@@ -134,6 +135,7 @@ class Server::Implementation {
   TokenEndpoint m_tokens;
   std::string m_certificate;
   std::unique_ptr<httplib::Server> m_http;
+  int m_listening = -1;  // the library's own
   int m_port = 0;
   std::thread m_thread;
 };
@@ -163,8 +165,11 @@ bool IsHost(const std::string& host) {
 }  // namespace
 
 void Server::Implementation::Configure() {
-  m_http->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };  // the server's
-  m_http->set_socket_options(SocketOptions);
+  m_http->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };  // freed by it
+  m_http->set_socket_options([this](socket_t fd) {
+    SocketOptions(fd);
+    m_listening = fd;
+  });
   m_http->set_tcp_nodelay(true);
   m_http->set_payload_max_length(kLargestRequest);
   m_http->set_keep_alive_max_count(kUnlimited);
@@ -215,6 +220,8 @@ void Server::Implementation::Bind() {
       throw std::runtime_error("port " + std::to_string(m_port) + " is taken");
     }
   }
+  // The library's backlog is 5; a burst of clients beyond it would wait a second each.
+  ::listen(m_listening, kBacklog);
 }
 
 std::optional<std::string> Server::Implementation::BasicLogin(
