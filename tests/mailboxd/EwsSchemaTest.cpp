@@ -1,0 +1,108 @@
+#include <chrono>
+
+#include "tests/mailboxd/LocalMailbox.h"
+
+using namespace mailbox_test;
+
+namespace {
+
+class EwsSchema : public LocalMailbox {
+ protected:
+  std::string Violation(const std::string& request) {
+    const std::string answer = Ask(request);
+    EXPECT_EQ(Code(answer), "ErrorSchemaValidation") << answer;
+    return Find(answer, "<faultstring[^>]*>([^<]*)<");
+  }
+};
+
+constexpr char kTypes[] = "http://schemas.microsoft.com/exchange/services/2006/types";
+
+TEST_F(EwsSchema, ViolationsAreNamedInTheWordsThatClientsKnow) {
+  const std::string begin = "The request failed schema validation: ";
+  EXPECT_EQ(Violation(Envelope(
+                "<m:FindFolder Traversal=\"Shallow\"><m:FolderShape><t:BaseShape>IdOnly"
+                "</t:BaseShape></m:FolderShape><m:Restriction><t:Contains><t:FieldURI "
+                "FieldURI=\"folder:DisplayName\"/><t:Constant/></t:Contains></m:Restriction>"
+                "<m:ParentFolderIds>" +
+                WellKnown("inbox") + "</m:ParentFolderIds></m:FindFolder>")),
+            begin + "The required attribute 'Value' is missing.");
+  EXPECT_EQ(Violation(CreateMessage(WellKnown("inbox"),
+                                    "<t:ToRecipients><t:Mailbox><t:EmailAddress/></t:Mailbox>"
+                                    "</t:ToRecipients>")),
+            begin + "The '" + kTypes +
+                ":EmailAddress' element is invalid - The value '' is invalid according to its "
+                "datatype '" +
+                kTypes +
+                ":NonEmptyStringType' - The actual length is less than the MinLength value.");
+}
+
+TEST_F(EwsSchema, UnknownAndMisplacedElementsAreRefused) {
+  for (const char* fields :
+       {"<t:Colour>red</t:Colour>", "<t:IsRead>true</t:IsRead><t:Subject>late</t:Subject>",
+        "<t:Subject>a</t:Subject><t:Subject>b</t:Subject>", "<t:Subject><t:b/></t:Subject>",
+        "<m:Subject>other namespace</m:Subject>", "<x:Subject>no namespace</x:Subject>", "text",
+        "<t:Attachments/>", "<t:From/>"}) {
+    EXPECT_NE(Violation(CreateMessage(WellKnown("inbox"), fields)).find("The element '"),
+              std::string::npos)
+        << fields;
+  }
+}
+
+TEST_F(EwsSchema, BadValuesAreRefused) {
+  for (const char* fields :
+       {"<t:Importance>Urgent</t:Importance>", "<t:IsRead>yes</t:IsRead>",
+        "<t:Body BodyType=\"RTF\">x</t:Body>", "<t:Body>x</t:Body>",
+        "<t:Subject Colour=\"red\">x</t:Subject>",
+        "<t:DateTimeSent>2023-02-29T10:00:00Z</t:DateTimeSent>", "<t:Subject>&#1;</t:Subject>",
+        "<t:Subject>\xFF</t:Subject>",
+        "<t:ExtendedProperty><t:ExtendedFieldURI PropertyTag=\"65536\" PropertyType=\"String\"/>"
+        "<t:Value/></t:ExtendedProperty>",
+        "<t:ExtendedProperty><t:ExtendedFieldURI PropertySetId=\"{00062008}\" PropertyId=\"1\" "
+        "PropertyType=\"String\"/><t:Value/></t:ExtendedProperty>"}) {
+    Violation(CreateMessage(WellKnown("inbox"), fields));
+  }
+}
+
+TEST_F(EwsSchema, WhatIsNoSoapIsRefused) {
+  for (const char* body : {"", " ", "<", "<a>", "<a></b>", "<a/>", "\xFF\xFE", "{}",
+                           "<!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>"}) {
+    Violation(body);
+  }
+  Violation(Envelope(""));
+  Violation(Envelope("<m:SendItem/>"));
+}
+
+TEST_F(EwsSchema, EveryPrefixOfARequestIsRefusedWithAFault) {
+  const std::string request = CreateMessage(WellKnown("inbox"), MimeField("Subject: x\r\n\r\n"));
+  for (size_t size = 0; size < request.size(); ++size) Violation(request.substr(0, size));
+  EXPECT_EQ(Code(Ask(request)), "NoError");
+}
+
+TEST_F(EwsSchema, DeepNestingIsRefusedInLinearTime) {
+  std::string open;
+  std::string close;
+  for (int i = 0; i < 200000; ++i) {
+    open += "<t:Not>";
+    close += "</t:Not>";
+  }
+  const auto start = std::chrono::steady_clock::now();
+  Violation(
+      Envelope("<m:FindFolder Traversal=\"Deep\"><m:FolderShape><t:BaseShape>IdOnly"
+               "</t:BaseShape></m:FolderShape><m:Restriction>" +
+               open + close + "</m:Restriction><m:ParentFolderIds>" + WellKnown("inbox") +
+               "</m:ParentFolderIds></m:FindFolder>"));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+TEST_F(EwsSchema, PrefixesAreTheClientsOwn) {
+  EXPECT_EQ(Code(Ask("<Envelope xmlns=\"http://schemas.xmlsoap.org/soap/envelope/\"><Body>"
+                     "<GetFolder "
+                     "xmlns=\"http://schemas.microsoft.com/exchange/services/2006/messages\" "
+                     "xmlns:q=\"http://schemas.microsoft.com/exchange/services/2006/types\">"
+                     "<FolderShape><q:BaseShape>IdOnly</q:BaseShape></FolderShape><FolderIds>"
+                     "<q:DistinguishedFolderId Id=\"inbox\"/></FolderIds></GetFolder></Body>"
+                     "</Envelope>")),
+            "NoError");
+}
+
+}  // namespace

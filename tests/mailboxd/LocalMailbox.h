@@ -1,0 +1,122 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+#include <regex>
+#include <string>
+#include <string_view>
+
+#include "mailboxd/Operations.h"
+#include "platform/Base64.h"
+#include "tests/support/SchemaValidator.h"
+
+namespace mailbox_test {
+
+// A folder that goes with the object.
+class TempFolder {
+ public:
+  TempFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "mailboxd-XXXXXX").string();
+    m_path = mkdtemp(pattern.data());
+  }
+  ~TempFolder() { std::filesystem::remove_all(m_path); }
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+  const std::string& Path() const { return m_path; }
+
+ private:
+  std::string m_path;
+};
+
+inline std::string Envelope(const std::string& body, const std::string& header = "") {
+  return "<?xml version=\"1.0\" encoding=\"utf-8\"?>"
+         "<soap:Envelope xmlns:soap=\"http://schemas.xmlsoap.org/soap/envelope/\""
+         " xmlns:m=\"http://schemas.microsoft.com/exchange/services/2006/messages\""
+         " xmlns:t=\"http://schemas.microsoft.com/exchange/services/2006/types\"><soap:Header>"
+         "<t:RequestServerVersion Version=\"Exchange2013_SP1\"/>" +
+         header + "</soap:Header><soap:Body>" + body + "</soap:Body></soap:Envelope>";
+}
+
+inline std::string WellKnown(const std::string& id) {
+  return "<t:DistinguishedFolderId Id=\"" + id + "\"/>";
+}
+
+inline std::string CreateMessage(const std::string& folder, const std::string& fields) {
+  return Envelope("<m:CreateItem MessageDisposition=\"SaveOnly\"><m:SavedItemFolderId>" + folder +
+                  "</m:SavedItemFolderId><m:Items><t:Message>" + fields +
+                  "</t:Message></m:Items></m:CreateItem>");
+}
+
+inline std::string MimeField(std::string_view bytes) {
+  return "<t:MimeContent CharacterSet=\"UTF-8\">" + platform::Base64Encode(bytes) +
+         "</t:MimeContent>";
+}
+
+inline std::string GetItem(const std::string& id, const std::string& shape) {
+  return Envelope("<m:GetItem><m:ItemShape>" + shape + "</m:ItemShape><m:ItemIds><t:ItemId Id=\"" +
+                  id + "\"/></m:ItemIds></m:GetItem>");
+}
+
+inline std::string CreateFolder(const std::string& parent, const std::string& folder) {
+  return Envelope("<m:CreateFolder><m:ParentFolderId>" + parent + "</m:ParentFolderId><m:Folders>" +
+                  folder + "</m:Folders></m:CreateFolder>");
+}
+
+// The first text that the pattern's group matches, or "".
+inline std::string Find(const std::string& text, const std::string& pattern) {
+  std::smatch match;
+  return std::regex_search(text, match, std::regex(pattern)) ? match[1].str() : "";
+}
+inline std::string Code(const std::string& answer) {
+  return Find(answer, "ResponseCode[^>]*>([^<]*)<");
+}
+inline std::string ItemId(const std::string& answer) {
+  return Find(answer, "ItemId Id=\"([^\"]*)\"");
+}
+inline std::string FolderId(const std::string& answer) {
+  return Find(answer, "<t:FolderId Id=\"([^\"]*)\"");
+}
+inline std::string ById(const std::string& id) { return "<t:FolderId Id=\"" + id + "\"/>"; }
+inline size_t CountOf(const std::string& text, const std::string& part) {
+  size_t count = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+// The operations on a store of their own, without HTTP. Every answer is held against the schema
+// where it is present.
+class LocalMailbox : public testing::Test {
+ protected:
+  std::string Ask(std::string request) {
+    std::string answer;
+    const mailbox::Context context{m_store, m_faults, m_login, m_limit};
+    try {
+      answer = mailbox::Answer(request, context);
+    } catch (const mailbox::SoapFault& fault) {
+      answer = mailbox::WriteFault(fault);
+    }
+    if (Validator()) {
+      EXPECT_EQ(Validator()->Validate(answer), "") << answer.substr(0, 4000);
+    }
+    return answer;
+  }
+
+  TempFolder m_folder;
+  mailbox::Store m_store{m_folder.Path() + "/mailbox.db"};
+  mailbox::Faults m_faults;
+  std::string m_login = "user@example.com";
+  std::int64_t m_limit = 1024 * 1024;
+
+ private:
+  static const test_support::SchemaValidator* Validator() {
+    static const std::unique_ptr<test_support::SchemaValidator> kValidator =
+        test_support::SchemaValidator::Available()
+            ? std::make_unique<test_support::SchemaValidator>()
+            : nullptr;
+    return kValidator.get();
+  }
+};
+
+}  // namespace mailbox_test
