@@ -4,6 +4,8 @@
 #include <array>
 #include <climits>
 #include <memory>
+#include <span>
+#include <stdexcept>
 #include <string>
 
 #include "platform/Files.h"
@@ -32,12 +34,9 @@ int ToLength(std::uint64_t nBytes) {
   return static_cast<int>(std::min<std::uint64_t>(nBytes, INT_MAX));
 }
 
-// Reads the whole file; null when it is longer than a length can tell.
-std::unique_ptr<unsigned char[]> ReadAll(platform::File& objFile, int nLength) {
-  auto pBytes = std::make_unique<unsigned char[]>(static_cast<size_t>(nLength));
-  (void)objFile.SeekTo(0);
-  (void)objFile.Read({pBytes.get(), static_cast<size_t>(nLength)});  // the rest stays zero
-  return pBytes;
+// Fills the bytes from the file's beginning; false when fewer came, the rest stays zero.
+bool ReadFromStart(platform::File& objFile, std::span<unsigned char> objBytes) {
+  return objFile.SeekTo(0) && objFile.Read(objBytes) == objBytes.size();
 }
 
 // Reads at most nMost characters in text mode from a byte offset: CR LF counts as one.
@@ -87,9 +86,14 @@ unsigned char* GetPureMime(CString strHtmlPath, int* nLen) {
   *nLen = 0;
   auto objFile = platform::File::Open(strHtmlPath, platform::OpenMode::kRead);
   if (!objFile) return nullptr;
-  const int nLength = ToLength(objFile->Length());
-  auto pBytes = ReadAll(*objFile, nLength);
-  *nLen = nLength;
+  const std::uint64_t nBytes = objFile->Length();
+  if (nBytes > INT_MAX) throw std::runtime_error("The file is too large to be read.");
+  const auto nLength = static_cast<size_t>(nBytes);
+  auto pBytes = std::make_unique_for_overwrite<unsigned char[]>(nLength);
+  if (!ReadFromStart(*objFile, {pBytes.get(), nLength})) {
+    throw std::runtime_error("The file could not be read to its end.");
+  }
+  *nLen = static_cast<int>(nLength);
   return pBytes.release();
 }
 
@@ -97,7 +101,9 @@ unsigned char* GetCharFromFile(CString strFilePath, int* size) {
   auto objFile = platform::File::Open(strFilePath, platform::OpenMode::kRead);
   if (!objFile) return nullptr;
   *size = ToLength(objFile->Length());
-  return ReadAll(*objFile, *size).release();
+  auto pBytes = std::make_unique<unsigned char[]>(static_cast<size_t>(*size));
+  (void)ReadFromStart(*objFile, {pBytes.get(), static_cast<size_t>(*size)});  // zeros show it
+  return pBytes.release();
 }
 
 CString GetStringFromFilenonUnicode(CString strFilePath, int* nBodyLen) {

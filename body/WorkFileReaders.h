@@ -2,8 +2,8 @@
 
 #include "platform/CString.h"
 
-// Readers of the work files of an item. Paths are in Windows form. None throws (but for want of
-// memory) or tells why a file could not be opened.
+// Readers of the work files of an item. Paths are in Windows form. None tells why a file could
+// not be opened, and but for GetPureMime none throws (but for want of memory).
 
 inline constexpr int kCopyBytes = 65536;  // zeroed by the copies below
 inline constexpr int kReadChunk = 65536;  // bytes of one narrow read
@@ -15,9 +15,11 @@ void CopyTOChar(CString strDisplayNameAccount, unsigned char* pch);  // sic
 void CopyTOCharUNicode(CString strDisplayNameAccount, char16_t* pch);  // sic
 
 // The file's bytes, or null if it cannot be opened (a folder, too); *nLen gets the length in bytes,
-// 0 then. The array is the caller's, freed with delete[]; it has no terminator.
+// 0 then. The array is the caller's, freed with delete[]; it has no terminator. Throws
+// std::runtime_error for a file that cannot be read to its end or is of 2 GiB and more: a message is
+// whole or not there.
 unsigned char* GetPureMime(CString strHtmlPath, int* nLen);
-// The same, but *size stays when the file cannot be opened.
+// As that, but *size stays when the file cannot be opened, and what cannot be read stays zero.
 unsigned char* GetCharFromFile(CString strFilePath, int* size);
 
 // The file as narrow text in the ANSI code page, CR LF read as LF, in chunks of kReadChunk bytes: a

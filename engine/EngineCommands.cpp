@@ -1,4 +1,5 @@
 #include <cmath>
+#include <optional>
 #include <string>
 
 #include "engine/CCTarnyOutlookEngneDlg.h"
@@ -148,6 +149,11 @@ std::int32_t CCTarnyOutlookEngneDlg::OnInsertItem(Bytes objBytes) {
       u"\n\n  MailCount----------------- "
       u"---------MSG_INSERT_ITEM:---------------------------------");
   const ST_ITEM_INFO objItem = ReadItemRecord(objBytes);
+  // Savers change the folder's path to upper case; as a root it is found all the same.
+  std::optional<platform::PathRoot> objWorkFolder;
+  if (!objItem.strFilePath.IsEmpty()) {
+    objWorkFolder.emplace(platform::ResolvePath(objItem.strFilePath));
+  }
   CString strErr;
   m_objHandler.SetIncludeSplChar(1);
   m_objHandler.SetFlag(objItem.nFlag);

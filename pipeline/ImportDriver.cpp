@@ -1,4 +1,5 @@
 #include <exception>
+#include <stdexcept>
 
 #include "pipeline/ItemDescriptor.h"
 #include "platform/LineReader.h"
@@ -42,7 +43,10 @@ int CTarnyOutlookHandler::ImportByType(const CString& strFilePath, CString& strE
   GetEmlInfo(&objRun.objInfo);
   objRun.strMessageKey = objRun.objInfo.strMessageId;
   m_objLogManager.WriteLog(u"ImportItem_2");
-  if (objRun.objInfo.nItemType != TYPE_EMAIL) return kSuccess;
+  if (objRun.objInfo.nItemType == TYPE_UNKNOWN) return kSuccess;
+  if (objRun.objInfo.nItemType != TYPE_EMAIL) {
+    throw std::runtime_error("Items of this type are not supported yet.");
+  }
   return m_bNewFolderMode ? ImportMailToNewFolder(objRun) : ImportMail(objRun);
 }
 

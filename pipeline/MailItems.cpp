@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <stdexcept>
 
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
@@ -110,6 +111,11 @@ int CTarnyOutlookHandler::SaveEmailItem(ews::EmailMessage& pobjCkEmail, CString 
   } catch (...) {
     Log(u"Catch_3_SaveEmailItem");
     return kFailure;
+  }
+  const bool bMimeLost = !bComplete && !pobjCkEmail.GetMimeContent().IsSet() &&
+                         platform::PathExists(strHtmPath + u"\\EmlFile.Eml");
+  if (bMimeLost && ews::Settings().bSafe) {  // an empty mail must not count as this one
+    throw std::runtime_error("The file EmlFile.Eml could not be read.");
   }
   return kSuccess;
 }

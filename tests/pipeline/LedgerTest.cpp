@@ -66,6 +66,17 @@ TEST_F(Ledger, RowIsSeenByOthersAtOnceAndComparedByCase) {
   EXPECT_FALSE(handler.CheckIfDublicateItemPresent(u"key"));
 }
 
+TEST_F(Ledger, CheckReadsOneItemsRowsAndNotALoginsAll) {
+  const CTarnyOutlookHandler handler;
+  platform::SqliteDatabase db(DatabasePath());
+  auto plan = db.Prepare(
+      "EXPLAIN QUERY PLAN SELECT count(*) FROM MAILBOXINFO where FOLDERNAME = 'f' and MESSAGE_ID = "
+      "'m' and TARGET = 't'");
+  ASSERT_TRUE(plan.Step());
+  EXPECT_NE(plan.Text(3).find("MESSAGE_ID=? AND FOLDERNAME=? AND TARGET=?"), std::string_view::npos)
+      << plan.Text(3);
+}
+
 TEST_F(Ledger, LockedDatabaseLosesTheRowButAnswersTheCheck) {
   CTarnyOutlookHandler handler;
   platform::SqliteDatabase other(DatabasePath());

@@ -97,6 +97,23 @@ TEST_F(MailItems, EmlGoesWholeAndTheAttachmentListIsNotRead) {
   EXPECT_EQ(mail.Attachments().Count(), 0);
 }
 
+TEST_F(MailItems, LostMimeFailsTheMailOnlyWithTheSafeSwitch) {
+  std::filesystem::create_directory(folder.Work("EmlFile.Eml"));  // there, and no file to open
+  EXPECT_EQ(Fill(), 1);
+  ews::Settings().bSafe = true;
+  EXPECT_THROW(Fill(), std::runtime_error);
+  folder.Write(folder.Work("Imagech111.html"), "<p>page</p>");  // a body of its own
+  EXPECT_EQ(Fill(), 1);
+}
+
+TEST_F(MailItems, TypesWithoutASaverFailInSoManyWords) {
+  folder.WriteWide(folder.Work("11comtextjj.t"), u"TASK\n");
+  CString error;
+  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"status.txt"), 0);
+  EXPECT_EQ(error, u"Items of this type are not supported yet.");
+  EXPECT_EQ(folder.Read(folder.Path() + "/status.txt"), error.ToUtf8() + "\r\r\n");
+}
+
 TEST_F(MailItems, HtmlOfLastResort) {
   TempRunFolder::Write(folder.Work("GARImage.html"), "<p>last</p>");
   ASSERT_EQ(Fill(), 1);
