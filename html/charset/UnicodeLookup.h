@@ -1,0 +1,31 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "html/charset/HashConvert.h"
+
+namespace mail {
+
+// The flat form of a page of single bytes: the Unicode unit of each byte, 0 where there is none.
+// Byte 0 is U+0000 in every page and stays 0 here.
+class UnicodeLookup {
+ public:
+  explicit UnicodeLookup(const HashConvert& objTable);
+  virtual ~UnicodeLookup() = default;
+
+  std::uint16_t unit(unsigned char ch) const { return m_aUnits[ch]; }
+  // The byte's character in UTF-8: up to three bytes from the lowest up, their number in the
+  // highest byte. 0 where there is none.
+  std::uint32_t utf8(unsigned char ch) const { return m_aUtf8[ch]; }
+  unsigned codePage() const { return m_nCodePage; }
+  bool isAscii() const { return m_bAscii; }
+
+ private:
+  unsigned m_nCodePage;
+  bool m_bAscii;
+  std::array<std::uint16_t, 256> m_aUnits{};
+  std::array<std::uint32_t, 256> m_aUtf8{};
+};
+
+}  // namespace mail
