@@ -58,7 +58,7 @@ std::optional<std::string> ReadFirstTextLine(const CString& strPath) {
   std::string strLine;
   std::array<unsigned char, 4096> arrBytes;
   size_t nEnd = std::string::npos;
-  while (nEnd == std::string::npos) {
+  while (nEnd == std::string::npos && strLine.size() <= kMaxFirstLineBytes) {
     const size_t nRead = objFile->Read(arrBytes);
     if (nRead == 0) break;
     const size_t nBefore = strLine.size();
@@ -66,9 +66,11 @@ std::optional<std::string> ReadFirstTextLine(const CString& strPath) {
     nEnd = strLine.find('\n', nBefore);
   }
   if (strLine.empty()) return std::nullopt;
-  if (nEnd == std::string::npos) return strLine;
-  strLine.erase(nEnd);
-  if (strLine.ends_with('\r')) strLine.pop_back();
+  if (nEnd != std::string::npos) {
+    strLine.erase(nEnd);
+    if (strLine.ends_with('\r')) strLine.pop_back();
+  }
+  strLine.resize(std::min(strLine.size(), kMaxFirstLineBytes));
   return strLine;
 }
 

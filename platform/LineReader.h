@@ -29,7 +29,9 @@ class WideLineReader {
 };
 
 // Reads the first line of a file in text mode (CR LF reads as LF, which is removed), as bytes.
-// Returns nothing when the file cannot be opened or is empty.
+// Returns nothing when the file cannot be opened or is empty. A longer line is cut after
+// kMaxFirstLineBytes, so that a file without line ends costs no memory.
+inline constexpr size_t kMaxFirstLineBytes = 65536;
 std::optional<std::string> ReadFirstTextLine(const CString& strPath);
 
 // Text mode for reading: CR LF becomes LF, nothing else changes. A CR at the very end stays.

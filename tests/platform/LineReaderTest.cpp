@@ -60,6 +60,11 @@ TEST(LineReader, TheFirstTextLineLosesItsCarriageReturn) {
   EXPECT_EQ(first("\n"), "");
   EXPECT_EQ(first(std::string(4095, 'x') + "\r\ny"), std::string(4095, 'x'));
   EXPECT_EQ(first(""), std::nullopt);
+  EXPECT_EQ(first("no end\r"), "no end\r");
+  const std::string longest(platform::kMaxFirstLineBytes, 'x');
+  EXPECT_EQ(first(longest + "\r\ny"), longest);
+  EXPECT_EQ(first(longest + "x\ny"), longest);
+  EXPECT_EQ(first(longest + longest), longest);
 }
 
 TEST(LineReader, TextModeChangesLineEndsAndNothingElse) {
