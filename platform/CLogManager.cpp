@@ -22,9 +22,17 @@ std::optional<File> OpenOrTell(const CString& strPath, OpenMode eMode) {
   return objFile;
 }
 
-// A line that cannot be written is lost: what is logged must not disturb the work.
+// A line that cannot be written is lost: what is logged must not disturb the work. It is lost
+// whole, as half a unit on a full disk would shift all UTF-16 behind it.
+template <typename WriteLine>
+void AppendWhole(File& objFile, WriteLine fnWrite) {
+  if (!objFile.SeekToEnd()) return;
+  const std::uint64_t nEnd = objFile.Length();
+  if (!fnWrite()) (void)objFile.Truncate(nEnd);
+}
+
 void AppendNarrowLine(File& objFile, const CString& strText) {
-  if (objFile.SeekToEnd()) (void)objFile.WriteText(strText + u"\r\n");
+  AppendWhole(objFile, [&] { return objFile.WriteText(strText + u"\r\n"); });
 }
 
 void AppendLocked(const CString& strPath, const CString& strText) {
@@ -43,8 +51,8 @@ void AppendLocked(const CString& strPath, const CString& strText) {
 void CLogManager::WriteLog(const CString& strLogFileText) {
   if (m_strFileName.IsEmpty()) return;
   std::optional<File> objFile = OpenOrTell(m_strFileName, OpenMode::kAppendKeep);
-  if (!objFile || !objFile->SeekToEnd()) return;
-  (void)objFile->Write((strLogFileText + u"\r\n").View());  // a line that fails is lost
+  if (!objFile) return;
+  AppendWhole(*objFile, [&] { return objFile->Write((strLogFileText + u"\r\n").View()); });
 }
 
 void CLogManager::WriteLog(const CString& /*strcLogFileName*/, const CString& strLogFileText) {

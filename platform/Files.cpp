@@ -171,6 +171,10 @@ bool File::SeekTo(std::uint64_t nOffset) {
   return lseek(Fd(), static_cast<off_t>(nOffset), SEEK_SET) >= 0;
 }
 
+bool File::Truncate(std::uint64_t nLength) {
+  return ftruncate(Fd(), static_cast<off_t>(nLength)) == 0;
+}
+
 bool File::SeekToEnd() { return lseek(Fd(), 0, SEEK_END) >= 0; }
 
 size_t File::Read(std::span<unsigned char> objBuffer) {

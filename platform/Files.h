@@ -29,6 +29,7 @@ class File {
   std::uint64_t Length() const;        // bytes; 0 on failure
   bool SeekTo(std::uint64_t nOffset);  // from the beginning
   bool SeekToEnd();
+  bool Truncate(std::uint64_t nLength);  // cuts off what lies behind that many bytes
   // Reads until pBuffer is full or the file ends; returns the bytes read, short on failure too.
   size_t Read(std::span<unsigned char> objBuffer);
   // All or nothing is not promised on failure; false then.

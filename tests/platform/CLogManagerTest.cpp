@@ -3,6 +3,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/resource.h>
+
+#include <csignal>
 
 #include "TempFolder.h"
 #include "platform/IconvNarrow.h"
@@ -31,6 +34,43 @@ TEST_F(LogManager, TheTraceIsRawUtf16) {
   const std::u16string_view expected = u"a\u0141\n\r\n\r\n";
   EXPECT_EQ(m_folder.Read("TarnyEngine.txt"),
             std::string(reinterpret_cast<const char*>(expected.data()), 2 * expected.size()));
+}
+
+// No file grows beyond that many bytes while the object lives, as on a full disk.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t bytes) {
+    getrlimit(RLIMIT_FSIZE, &m_before);
+    const rlimit limit{bytes, m_before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FullDisk() {
+    setrlimit(RLIMIT_FSIZE, &m_before);
+    std::signal(SIGXFSZ, m_handler);
+  }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  rlimit m_before{};
+  void (*m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
+
+TEST_F(LogManager, ALineThatMeetsAFullDiskIsLostWhole) {
+  m_log.SetFileName(m_folder.Windows("trace"));
+  m_log.WriteLog(u"one");
+  m_log.WriteLogFile4(u"4LogFile.txt", u"one");
+  const std::string trace = m_folder.Read("trace");
+  const std::string status = m_folder.Read("4LogFile.txt");
+  {
+    const FullDisk disk(trace.size() + 3);  // in the middle of a unit
+    m_log.WriteLog(u"two");
+    m_log.WriteLogFile4(u"4LogFile.txt", u"a longer second line");
+  }
+  EXPECT_EQ(m_folder.Read("trace"), trace);
+  EXPECT_EQ(m_folder.Read("4LogFile.txt"), status);
+  m_log.WriteLog(u"one");
+  EXPECT_EQ(m_folder.Read("trace"), trace + trace);
 }
 
 TEST_F(LogManager, AStatusLineIsNarrowTextAndEndsInTwoCarriageReturns) {
