@@ -70,16 +70,23 @@ std::string TextOf(const nlohmann::json& objJson, const char* pszKey) {
   return it != objJson.end() && it->is_string() ? it->get<std::string>() : std::string();
 }
 
+// How long a token lives. A server may write any number, and one that no long long holds must not
+// be converted before it is clamped.
+std::chrono::seconds LifetimeOf(const nlohmann::json& objJson) {
+  const auto it = objJson.find("expires_in");
+  if (it == objJson.end() || !it->is_number()) return std::chrono::seconds(0);
+  const double nSeconds = it->get<double>();
+  return std::chrono::seconds(
+      static_cast<long long>(std::clamp(nSeconds, 0.0, static_cast<double>(kMaxLifetimeSeconds))));
+}
+
 Token ReadAnswer(const TokenRequest& objRequest, const ews::HttpResponse& objResponse) {
   const auto objJson =
       nlohmann::json::parse(objResponse.strBody, nullptr, /*allow_exceptions=*/false);
   if (objJson.is_object()) {
     const std::string strToken = TextOf(objJson, "access_token");
     if (objResponse.nStatus == 200 && !strToken.empty()) {
-      const auto it = objJson.find("expires_in");
-      const long long nSeconds = it != objJson.end() && it->is_number() ? it->get<long long>() : 0;
-      return {strToken, ews::Transport().Now() +
-                            std::chrono::seconds(std::clamp(nSeconds, 0LL, kMaxLifetimeSeconds))};
+      return {strToken, ews::Transport().Now() + LifetimeOf(objJson)};
     }
     std::string strReason = TextOf(objJson, "error_description");
     if (strReason.empty()) strReason = TextOf(objJson, "error");

@@ -18,9 +18,12 @@ class Connection : public testing::Test {
     m_error = {};
     return ConnectionDLL::Connection().GetAccessToken(tenant, client, secret, m_error).ToUtf8();
   }
-  static std::string Answer(const std::string& token, int seconds) {
+  static std::string Answer(const std::string& token, const std::string& seconds) {
     return "{\"token_type\":\"Bearer\",\"access_token\":\"" + token +
-           "\",\"expires_in\":" + std::to_string(seconds) + "}";
+           "\",\"expires_in\":" + seconds + "}";
+  }
+  static std::string Answer(const std::string& token, int seconds) {
+    return Answer(token, std::to_string(seconds));
   }
 
   SettingsKeeper m_settings;
@@ -90,6 +93,22 @@ TEST_F(Connection, TheCacheAnswersWhileOverFiveMinutesAreLeft) {
   m_transport.Push(Answer("other", 3600));
   EXPECT_EQ(Ask(u"another secret"), "other");
   EXPECT_EQ(m_transport.Requests().size(), 3u);
+}
+
+TEST_F(Connection, ALifetimeOfAnySizeIsTakenAsSevenDaysAtMost) {
+  ews::Settings().bTokenCache = true;
+  for (const char* seconds : {"1e300", "18446744073709551615", "9223372036854775807", "604800.5"}) {
+    ews::Settings().strAuthorityUrl = u"https://long.example.com/" + CString::FromUtf8(seconds);
+    m_transport.Push(Answer("one", seconds));
+    EXPECT_EQ(Ask(), "one");
+    m_transport.Wait(std::chrono::hours(7 * 24) - std::chrono::seconds(301));
+    EXPECT_EQ(Ask(), "one") << seconds;
+    m_transport.Wait(std::chrono::seconds(1));
+    m_transport.Push(Answer("two", "-1e300"));
+    EXPECT_EQ(Ask(), "two") << seconds;
+    m_transport.Push(Answer("three", 0));
+    EXPECT_EQ(Ask(), "three") << seconds;
+  }
 }
 
 TEST_F(Connection, TheListsAreEmptyFiles) {
