@@ -20,7 +20,10 @@ struct ServiceSettings {
   CString strCaFile;  // PEM; empty means the system's certificates
   std::vector<CString> arrTrustHosts;
   bool bTokenCache = false;  // answer from a cache while a token has over five minutes left
-  bool bSafe = false;        // a folder that the server refuses to make is looked up once more
+  // On: the ledger binds its values, 29 February stays what it is, attachment lists take nothing
+  // from outside the work folder, and a folder that the server refuses to make is looked up once
+  // more.
+  bool bSafe = false;
 
   // strEwsUrl, or the public endpoint where that is empty.
   CString TokenRouteUrl() const;
