@@ -33,7 +33,10 @@ Attachment& AttachmentCollection::AddFileAttachment(const CString& strPath) {
 
 Attachment& AttachmentCollection::AddFileAttachment(const CString& strName,
                                                     const CString& strPath) {
-  if (!platform::File::Open(strPath, platform::OpenMode::kRead)) {
+  if (!IsXmlText(strName)) throw InvalidValue(strName, "Name");
+  // A path ends at a NUL for the system, so another file would be read.
+  if (strPath.Contains(std::u16string_view(u"\0", 1)) ||
+      !platform::File::Open(strPath, platform::OpenMode::kRead)) {
     throw ServiceException(u"The file '" + strPath + u"' cannot be read.");
   }
   return m_arr.emplace_back(strName, strPath);

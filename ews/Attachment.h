@@ -33,7 +33,8 @@ class Attachment {
 class AttachmentCollection {
  public:
   // Both return the new attachment; the reference stays good while the collection lives. Throw
-  // ServiceException at once for what is no readable file, a folder too, and then add nothing.
+  // ServiceException at once for what is no readable file, a folder too, and for a name that XML
+  // cannot hold, and then add nothing.
   Attachment& AddFileAttachment(const CString& strPath);  // named as the file
   Attachment& AddFileAttachment(const CString& strName, const CString& strPath);
 

@@ -57,6 +57,8 @@ std::string_view Reference(char ch, bool bAttribute) {
   }
 }
 
+}  // namespace
+
 ServiceException InvalidValue(std::u16string_view strValue, std::string_view strName) {
   std::u16string strStart(strValue.substr(0, kQuotedUnits));
   // An exception's text ends at a NUL, and callers look for what stands behind the value.
@@ -66,8 +68,6 @@ ServiceException InvalidValue(std::u16string_view strValue, std::string_view str
   return ServiceException("The invalid value '" + strQuoted + "' was specified for the '" +
                           std::string(strName) + "' element.");
 }
-
-}  // namespace
 
 bool IsXmlText(std::u16string_view str) { return FindForbidden(str) == std::u16string_view::npos; }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ews/RequestBody.h"
+#include "ews/ServiceException.h"
 #include "ews/Types.h"
 
 namespace ews {
@@ -54,5 +55,7 @@ class SoapWriter {
 // True if XML 1.0 allows every character of the text: no controls but tab, LF and CR, no U+FFFE or
 // U+FFFF, no lone surrogate.
 bool IsXmlText(std::u16string_view str);
+// "The invalid value '…' was specified for the 'Name' element.", to be thrown.
+ServiceException InvalidValue(std::u16string_view strValue, std::string_view strName);
 
 }  // namespace ews

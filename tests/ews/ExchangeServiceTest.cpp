@@ -171,6 +171,15 @@ TEST_F(ExchangeServiceTest, WhatIsNoFileIsRefusedWhenItIsAttached) {
   const CString folder = platform::ToWindowsPath(std::filesystem::temp_directory_path().string());
   EXPECT_THROW(attachments.AddFileAttachment(folder + u"\\"), ews::ServiceException);
   EXPECT_THROW(attachments.AddFileAttachment(u"\\no\\such.file"), ews::ServiceException);
+  const CString file = platform::ToWindowsPath("/proc/self/exe");
+  for (const CString& name : {CString(u"a\x01"), CString(u"\xFFFE"), CString(u'\0', 1)}) {
+    EXPECT_NE(TextOf([&] {
+                attachments.AddFileAttachment(name, file);
+              }).find("was specified for the 'Name' element."),
+              std::string::npos);
+  }
+  EXPECT_THROW(attachments.AddFileAttachment(u"name", file + CString(u'\0', 1) + u"x"),
+               ews::ServiceException);
   EXPECT_EQ(attachments.Count(), 0);
   EXPECT_EQ(TextOf([&] { attachments[0].SetContentId(u"x"); }), "index is out of range.");
 }
