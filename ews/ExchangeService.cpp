@@ -43,11 +43,11 @@ std::optional<milliseconds> ThrottleTime(const HttpResponse& objResponse,
   std::optional<milliseconds> nTime;
   if (objResponse.nStatus == 429 || objResponse.nStatus == 503) nTime = RetryAfter(objResponse);
   if (objSoap && objSoap->objFault && objSoap->objFault->strCode == "ErrorServerBusy") {
-    nTime = objSoap->objFault->nBackOff;
+    if (const auto& nBackOff = objSoap->objFault->nBackOff) nTime = nBackOff;
   }
   if (objSoap && objSoap->arrMessages.size() == 1 && objSoap->arrMessages.front().bError &&
       objSoap->arrMessages.front().strCode == "ErrorServerBusy") {
-    nTime = objSoap->arrMessages.front().nBackOff;
+    if (const auto& nBackOff = objSoap->arrMessages.front().nBackOff) nTime = nBackOff;
   }
   if (nTime && *nTime == milliseconds(0)) return kLeast;
   return nTime;

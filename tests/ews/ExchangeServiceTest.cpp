@@ -84,6 +84,20 @@ TEST_F(ExchangeServiceTest, ABusyServerIsWaitedForWithinTheTimeOut) {
   EXPECT_EQ(m_transport.Requests()[3].timeout, milliseconds(700000 - 297749 - 7000 - 1000));
 }
 
+TEST_F(ExchangeServiceTest, ABusyFaultThatNamesNoTimeLeavesTheHeaderStanding) {
+  const std::string fault = answers::Envelope(
+      "<s:Fault><faultcode>a:ErrorServerBusy</faultcode><faultstring>Busy.</faultstring><detail>"
+      "<e:ResponseCode>ErrorServerBusy</e:ResponseCode></detail></s:Fault>");
+  m_transport.Push(ews::HttpResponse{503, {{"Retry-After", "7"}}, fault});
+  m_transport.Push(
+      ews::HttpResponse{503,
+                        {{"Retry-After", "5"}},
+                        answers::Error("FindFolder", "ErrorServerBusy", "The server is busy.")});
+  m_transport.Push(answers::Found({}));
+  EXPECT_EQ(Find(), "no exception");
+  EXPECT_EQ(m_transport.Waited(), milliseconds(12000));
+}
+
 TEST_F(ExchangeServiceTest, AWaitLongerThanTheTimeOutFailsAtOnce) {
   m_service->SetTimeout(100000);
   m_transport.Push(Busy("100000"), 500);
