@@ -23,7 +23,8 @@ struct HttpRequest {
   std::string strUrl;
   Headers arrHeaders;
   Credentials objCredentials;
-  bool bSecretBody = false;      // the body itself holds a secret
+  bool bSecretBody = false;      // the body itself is for trusted eyes alone
+  bool bSendOnce = false;        // a second arrival would do harm: never repeated once it is out
   RequestBody* pBody = nullptr;  // not owned; null for none. Rewound before it is sent
   std::chrono::milliseconds nTimeout{100000};  // for the whole request, upload included
 };
@@ -69,9 +70,9 @@ class ScopedTransport {
   EwsTransport* m_pPrevious;
 };
 
-// Sends a request and follows up to kMaxRedirects redirections, method and body kept. Credentials
-// and a secret body go along only where fnTrusted says so of the new address; without them a
-// request with a secret body is not sent on. Throws as Send does, and when there are too many.
+// Sends a request and follows up to kMaxRedirects redirections, method and body kept. To an address
+// of which fnTrusted says no a request goes on without credentials, and one with a secret body not
+// at all. Throws as Send does, then too, and when there are too many.
 HttpResponse SendFollowingRedirects(EwsTransport& objTransport, HttpRequest objRequest,
                                     const std::function<bool(const std::string&)>& fnTrusted);
 

@@ -66,7 +66,7 @@ SoapResponse Judge(const std::string& strUrl, const HttpResponse& objResponse,
   return std::move(*objSoap);
 }
 
-// Credentials follow a redirection of the endpoint to its own origin and to trusted hosts alone.
+// A request follows a redirection of the endpoint to its own origin and to trusted hosts alone.
 bool MayCarryCredentials(const std::string& strFrom, const std::string& strTo) {
   const auto objFrom = ParseUrl(strFrom);
   const auto objTo = ParseUrl(strTo);
@@ -172,6 +172,7 @@ HttpRequest ExchangeService::MakeRequest(RequestBody& objBody) const {
   const Headers& arrOwn = m_objHeaders.All();
   objRequest.arrHeaders.insert(objRequest.arrHeaders.end(), arrOwn.begin(), arrOwn.end());
   objRequest.objCredentials = m_objCredentials;
+  objRequest.bSecretBody = true;  // the mail, and who is impersonated
   objRequest.pBody = &objBody;
   objRequest.nTimeout = milliseconds(std::max(m_nTimeout, 1));
   return objRequest;
