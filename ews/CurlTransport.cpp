@@ -16,6 +16,7 @@ namespace ews {
 namespace {
 
 constexpr long kMaxConnectMs = 30000;           // for the connection alone, within the time-out
+constexpr long kMaxIdleSeconds = 30;            // of a kept connection, to be used again
 constexpr long kUploadBufferBytes = 512 << 10;  // fewer, larger reads from the body
 
 struct EasyDeleter {
@@ -40,6 +41,9 @@ class HeaderList {
 // What the callbacks work on. An exception must not cross the C library: it is kept here.
 struct Transfer {
   RequestBody* pBody = nullptr;
+  std::uint64_t nBodyRead = 0;
+  bool bSendOnce = false;
+  bool bUnanswered = false;  // the whole body may have arrived, and no answer came
   HttpResponse objResponse;
   bool bTooLarge = false;
   bool bConnected = false;
@@ -49,17 +53,27 @@ struct Transfer {
 size_t OnRead(char* pBuffer, size_t nSize, size_t nCount, void* pUser) {
   auto& objTransfer = *static_cast<Transfer*>(pUser);
   try {
-    return objTransfer.pBody->Read({pBuffer, nSize * nCount});
+    const size_t n = objTransfer.pBody->Read({pBuffer, nSize * nCount});
+    objTransfer.nBodyRead += n;
+    return n;
   } catch (...) {
     objTransfer.pFailure = std::current_exception();
     return CURL_READFUNC_ABORT;
   }
 }
 
-// Called when a kept connection turns out to be dead and the request starts over on a new one.
+// Called when a kept connection turns out to be dead and the request starts over on a new one. The
+// server may have carried out what it was sent whole, so that such a request is not repeated if it
+// makes something. One that ended while idle is noticed before the body is read, and no failure.
 int OnSeek(void* pUser, curl_off_t nOffset, int nOrigin) {
   if (nOffset != 0 || nOrigin != SEEK_SET) return CURL_SEEKFUNC_CANTSEEK;
-  static_cast<Transfer*>(pUser)->pBody->Rewind();
+  auto& objTransfer = *static_cast<Transfer*>(pUser);
+  if (objTransfer.bSendOnce && objTransfer.nBodyRead >= objTransfer.pBody->Length()) {
+    objTransfer.bUnanswered = true;
+    return CURL_SEEKFUNC_CANTSEEK;
+  }
+  objTransfer.nBodyRead = 0;
+  objTransfer.pBody->Rewind();
   return CURL_SEEKFUNC_OK;
 }
 
@@ -156,6 +170,7 @@ void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfe
   curl_easy_setopt(pCurl, CURLOPT_TIMEOUT_MS, nTimeout);
   curl_easy_setopt(pCurl, CURLOPT_CONNECTTIMEOUT_MS, std::min(nTimeout, kMaxConnectMs));
   curl_easy_setopt(pCurl, CURLOPT_TCP_KEEPALIVE, 1L);
+  curl_easy_setopt(pCurl, CURLOPT_MAXAGE_CONN, kMaxIdleSeconds);
   curl_easy_setopt(pCurl, CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferBytes);
   curl_easy_setopt(pCurl, CURLOPT_ACCEPT_ENCODING, "gzip,deflate");
   curl_easy_setopt(pCurl, CURLOPT_WRITEFUNCTION, &OnWrite);
@@ -171,6 +186,10 @@ std::string NetworkFailureText(CURLcode eCode, const char* pszDetail, const Http
   const std::string strHost = HostForMessage(objRequest.strUrl);
   if (objTransfer.bTooLarge)
     return "The request failed. The answer of " + strHost + " is too large.";
+  if (objTransfer.bUnanswered) {
+    return "The request failed. The server " + strHost +
+           " closed the connection without an answer. It may have carried the request out.";
+  }
   if (eCode == CURLE_OPERATION_TIMEDOUT && !objTransfer.bConnected) {
     return "The request failed. The server " + strHost + " could not be reached within " +
            std::to_string(std::min<long long>(objRequest.nTimeout.count(), kMaxConnectMs)) + " ms.";
@@ -201,6 +220,7 @@ HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
   if (!pCurl) throw ServiceException("The request failed. The HTTP library did not start.");
   Transfer objTransfer;
   objTransfer.pBody = objRequest.pBody;
+  objTransfer.bSendOnce = objRequest.bSendOnce;
   HeaderList objHeaders;
   for (const auto& [strName, strValue] : objRequest.arrHeaders) {
     AddHeader(objHeaders, strName, strValue);

@@ -110,7 +110,7 @@ FindFoldersResults ExchangeService::FindFolders(const FolderId& objParent,
 FindFoldersResults ExchangeService::Find(const FolderId& objParent, const SearchFilter* pFilter,
                                          const FolderView& objView) {
   using enum SoapWriter::Vocabulary;
-  const ResponseMessage objAnswer = CallForOne([&](SoapWriter& objWriter) {
+  const ResponseMessage objAnswer = CallForOne(Effect::kReads, [&](SoapWriter& objWriter) {
     objWriter.Start(kMessages, "FindFolder");
     objWriter.Attribute("Traversal", std::string_view("Shallow"));
     objWriter.Start(kMessages, "FolderShape");
@@ -139,7 +139,7 @@ FindFoldersResults ExchangeService::Find(const FolderId& objParent, const Search
   return FindFoldersResults(std::move(arrFolders), objAnswer.nTotalItemsInView);
 }
 
-SoapResponse ExchangeService::Call(const std::function<void(SoapWriter&)>& fnBody) {
+SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody) {
   if (m_strUrl.IsEmpty()) throw ServiceException(kNoService);
   const CString* pImpersonated = nullptr;
   if (m_objImpersonated) {
@@ -151,11 +151,14 @@ SoapResponse ExchangeService::Call(const std::function<void(SoapWriter&)>& fnBod
   SoapWriter objWriter(m_eVersion, pImpersonated);
   fnBody(objWriter);
   RequestBody objBody = objWriter.Finish();
-  return SendUntilServed(MakeRequest(objBody));
+  HttpRequest objRequest = MakeRequest(objBody);
+  objRequest.bSendOnce = eEffect == Effect::kCreates;
+  return SendUntilServed(std::move(objRequest));
 }
 
-ResponseMessage ExchangeService::CallForOne(const std::function<void(SoapWriter&)>& fnBody) {
-  SoapResponse objResponse = Call(fnBody);
+ResponseMessage ExchangeService::CallForOne(Effect eEffect,
+                                            const std::function<void(SoapWriter&)>& fnBody) {
+  SoapResponse objResponse = Call(eEffect, fnBody);
   if (objResponse.arrMessages.empty()) throw ServiceException(kNoAnswer);
   ResponseMessage& objMessage = objResponse.arrMessages.front();
   if (objMessage.bError) {

@@ -70,11 +70,15 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   FindFoldersResults FindFolders(const FolderId& objParent, const SearchFilter& objFilter,
                                  const FolderView& objView);
 
+  // What a call does at the server, and with it whether a connection that ends without an answer
+  // may be followed by a second try.
+  enum class Effect { kReads, kCreates };
+
   // One SOAP call, for the classes of this library: fnBody writes what stands in the body. Returns
   // the response messages as they are, failed ones too; a fault has been thrown.
-  SoapResponse Call(const std::function<void(SoapWriter&)>& fnBody);
+  SoapResponse Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody);
   // The same for a call with one response message: the message, or its failure thrown.
-  ResponseMessage CallForOne(const std::function<void(SoapWriter&)>& fnBody);
+  ResponseMessage CallForOne(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody);
 
  private:
   FindFoldersResults Find(const FolderId& objParent, const SearchFilter* pFilter,

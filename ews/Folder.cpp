@@ -9,18 +9,20 @@ namespace ews {
 void Folder::Save(const FolderId& objParent) {
   if (!m_pService) throw ServiceException(kNoService);
   if (m_objId.IsSet()) throw ServiceException(kHasId);
-  const ResponseMessage objAnswer = m_pService->CallForOne([&](SoapWriter& objWriter) {
-    objWriter.Start(SoapWriter::kMessages, "CreateFolder");
-    objWriter.Start(SoapWriter::kMessages, "ParentFolderId");
-    objParent.WriteTo(objWriter);
-    objWriter.End();
-    objWriter.Start(SoapWriter::kMessages, "Folders");
-    objWriter.Start(SoapWriter::kTypes, ElementName());
-    if (m_strDisplayName) objWriter.Element(SoapWriter::kTypes, "DisplayName", *m_strDisplayName);
-    objWriter.End();
-    objWriter.End();
-    objWriter.End();
-  });
+  const ResponseMessage objAnswer =
+      m_pService->CallForOne(ExchangeService::Effect::kCreates, [&](SoapWriter& objWriter) {
+        objWriter.Start(SoapWriter::kMessages, "CreateFolder");
+        objWriter.Start(SoapWriter::kMessages, "ParentFolderId");
+        objParent.WriteTo(objWriter);
+        objWriter.End();
+        objWriter.Start(SoapWriter::kMessages, "Folders");
+        objWriter.Start(SoapWriter::kTypes, ElementName());
+        if (m_strDisplayName)
+          objWriter.Element(SoapWriter::kTypes, "DisplayName", *m_strDisplayName);
+        objWriter.End();
+        objWriter.End();
+        objWriter.End();
+      });
   if (objAnswer.arrFolders.empty() || objAnswer.arrFolders.front().strId.empty()) {
     throw ServiceException("The request failed. The server named no id for the new folder.");
   }

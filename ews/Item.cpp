@@ -12,7 +12,8 @@ void Item::Save(const FolderId& objFolder) {
   if (!m_pService) throw ServiceException(kNoService);
   if (m_objId.IsSet()) throw ServiceException(kHasId);
   const ResponseMessage objAnswer =
-      m_pService->CallForOne([&](SoapWriter& objWriter) { WriteCreateItem(objWriter, objFolder); });
+      m_pService->CallForOne(ExchangeService::Effect::kCreates,
+                             [&](SoapWriter& objWriter) { WriteCreateItem(objWriter, objFolder); });
   if (objAnswer.arrItems.empty() || objAnswer.arrItems.front().strId.empty()) {
     throw ServiceException("The request failed. The server named no id for the new item.");
   }
@@ -66,16 +67,17 @@ void Item::WriteCommonProperties(SoapWriter& objWriter) const {
 
 void Item::CreateAttachments() {
   try {
-    const SoapResponse objAnswer = m_pService->Call([&](SoapWriter& objWriter) {
-      objWriter.Start(kMessages, "CreateAttachment");
-      objWriter.Start(kMessages, "ParentItemId");
-      objWriter.Attribute("Id", m_objId.strUniqueId);
-      objWriter.End();
-      objWriter.Start(kMessages, "Attachments");
-      m_objAttachments.WriteTo(objWriter);
-      objWriter.End();
-      objWriter.End();
-    });
+    const SoapResponse objAnswer =
+        m_pService->Call(ExchangeService::Effect::kCreates, [&](SoapWriter& objWriter) {
+          objWriter.Start(kMessages, "CreateAttachment");
+          objWriter.Start(kMessages, "ParentItemId");
+          objWriter.Attribute("Id", m_objId.strUniqueId);
+          objWriter.End();
+          objWriter.Start(kMessages, "Attachments");
+          m_objAttachments.WriteTo(objWriter);
+          objWriter.End();
+          objWriter.End();
+        });
     if (objAnswer.arrMessages.empty()) throw ServiceException(kNoAnswer);
     for (const ResponseMessage& objMessage : objAnswer.arrMessages) {
       if (objMessage.bError) {
@@ -88,18 +90,19 @@ void Item::CreateAttachments() {
 }
 
 ItemRecord Item::Fetch(ExchangeService& objService, const ItemId& objId) {
-  ResponseMessage objAnswer = objService.CallForOne([&](SoapWriter& objWriter) {
-    objWriter.Start(kMessages, "GetItem");
-    objWriter.Start(kMessages, "ItemShape");
-    objWriter.Element(kTypes, "BaseShape", std::string_view("AllProperties"));
-    objWriter.End();
-    objWriter.Start(kMessages, "ItemIds");
-    objWriter.Start(kTypes, "ItemId");
-    objWriter.Attribute("Id", objId.strUniqueId);
-    objWriter.End();
-    objWriter.End();
-    objWriter.End();
-  });
+  ResponseMessage objAnswer =
+      objService.CallForOne(ExchangeService::Effect::kReads, [&](SoapWriter& objWriter) {
+        objWriter.Start(kMessages, "GetItem");
+        objWriter.Start(kMessages, "ItemShape");
+        objWriter.Element(kTypes, "BaseShape", std::string_view("AllProperties"));
+        objWriter.End();
+        objWriter.Start(kMessages, "ItemIds");
+        objWriter.Start(kTypes, "ItemId");
+        objWriter.Attribute("Id", objId.strUniqueId);
+        objWriter.End();
+        objWriter.End();
+        objWriter.End();
+      });
   if (objAnswer.arrItems.empty()) throw ServiceException(kNoAnswer);
   return std::move(objAnswer.arrItems.front());
 }

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -138,6 +139,40 @@ TEST_F(CurlTransport, ABodyGoesOutAgainAfterARedirection) {
   ASSERT_EQ(requests.size(), 2u);
   EXPECT_EQ(requests[1].path, "/moved");
   EXPECT_EQ(requests[1].body, requests[0].body);
+}
+
+TEST_F(CurlTransport, WhatCreatesIsNotSentAgainOnceItIsOut) {
+  const auto file = platform::ToWindowsPath("/proc/self/exe");
+  const std::function<void()> calls[] = {
+      [&] { ews::EmailMessage(m_service).Save(m_root); },
+      [&] { ews::Folder(m_service).Save(m_root); },
+      [&] {
+        ews::EmailMessage mail(m_service);
+        mail.Attachments().AddFileAttachment(file);
+        m_server.Push({.body = answers::Item("I=")});
+        m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
+        mail.Save(m_root);
+      },
+  };
+  size_t seen = 0;
+  for (const auto& call : calls) {
+    m_server.Push({.body = answers::Found({})});
+    EXPECT_EQ(Find(), "no exception");  // leaves a kept connection
+    const bool attaches = &call == &calls[2];
+    if (!attaches) m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
+    const std::string text = TextOf(call);
+    EXPECT_EQ(text,
+              "The request failed. The server 127.0.0.1 closed the connection without an answer. "
+              "It may have carried the request out.");
+    seen += attaches ? 3 : 2;
+    EXPECT_EQ(m_server.Requests().size(), seen);
+  }
+  m_server.Push({.body = answers::Found({})});
+  m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
+  m_server.Push({.body = answers::Found({{"1", "A"}})});
+  EXPECT_EQ(Find(), "no exception");
+  EXPECT_EQ(Find(), "no exception");  // a question may be asked twice
+  EXPECT_EQ(m_found, 1u);
 }
 
 TEST_F(CurlTransport, NobodyAtThePortIsSaid) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "ews/CurlTransport.h"
+#include "ews/EmailMessage.h"
 #include "ews/ExchangeService.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
@@ -43,6 +44,20 @@ TEST_F(Tls, VerificationWantsAKnownCertificateForTheHost) {
   ews::Settings().strCaFile = CString::FromUtf8(m_certificate);
   EXPECT_EQ(Ask(server.Url()), "no exception");
   EXPECT_TRUE(Ask(server.Url("localhost")).starts_with("The request failed. "));
+}
+
+TEST_F(Tls, AConnectionThatTheServerEndedWhileIdleIsNoFailureOfTheNextMail) {
+  TlsServer server(Version::kTls13, answers::Item("I="));
+  ews::CurlTransport transport;
+  const ews::ScopedTransport scope(transport);
+  const auto service =
+      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  service->SetUrl(CString::FromUtf8(server.Url()));
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(TextOf([&] { ews::EmailMessage(service).Save(ews::WellKnownFolderName::Inbox); }),
+              "no exception");
+    server.EndConnections();
+  }
 }
 
 TEST_F(Tls, VerificationWantsTls12) {

@@ -1,7 +1,11 @@
 #include "tests/support/ScriptedServer.h"
 
+#include <netinet/in.h>
 #include <strings.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -35,6 +39,24 @@ struct ScriptedServer::Impl {
     return answer;
   }
 
+  // The library hides its socket: it is the descriptor with these two ports.
+  void EndConnection(int remotePort) const {
+    const auto portOf = [](int fd, auto getName) {
+      sockaddr_in address{};
+      socklen_t length = sizeof address;
+      return getName(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0
+                 ? ntohs(address.sin_port)
+                 : -1;
+    };
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    for (int fd = 0; fd < static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 65536)); ++fd) {
+      if (portOf(fd, getsockname) == port && portOf(fd, getpeername) == remotePort) {
+        shutdown(fd, SHUT_RDWR);
+      }
+    }
+  }
+
   void WaitForEnd() {
     std::unique_lock lock(mutex);
     ending.wait(lock, [this] { return ended; });
@@ -43,6 +65,7 @@ struct ScriptedServer::Impl {
   void Answer(const httplib::Request& request, httplib::Response& response) {
     ScriptedAnswer answer = Take(request);
     if (answer.fault == ScriptedAnswer::Fault::kSilence) WaitForEnd();
+    if (answer.fault == ScriptedAnswer::Fault::kDropUnanswered) EndConnection(request.remote_port);
     response.status = answer.status;
     for (const auto& [name, value] : answer.headers) response.set_header(name, value);
     if (answer.fault == ScriptedAnswer::Fault::kDropInBody) {

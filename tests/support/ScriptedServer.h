@@ -11,8 +11,9 @@ namespace test_support {
 struct ScriptedAnswer {
   enum class Fault {
     kNone,
-    kDropInBody,  // the connection ends behind half of the body
-    kSilence,     // no answer until the server ends
+    kDropInBody,      // the connection ends behind half of the body
+    kDropUnanswered,  // the connection ends instead of an answer
+    kSilence,         // no answer until the server ends
   };
   int status = 200;
   std::string body = {};

@@ -1,8 +1,10 @@
 #include "tests/support/TlsServer.h"
 
 #include <cstdio>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include <httplib.h>
 #include <openssl/pem.h>
@@ -17,6 +19,7 @@ struct Freer {
   void operator()(Object* p) const { Free(p); }
 };
 using Certificate = std::unique_ptr<X509, Freer<X509, X509_free>>;
+using Connection = std::unique_ptr<SSL, Freer<SSL, SSL_free>>;
 using PrivateKey = std::unique_ptr<EVP_PKEY, Freer<EVP_PKEY, EVP_PKEY_free>>;
 
 // A certificate for 127.0.0.1 that signs itself.
@@ -60,10 +63,23 @@ struct TlsServer::Impl {
           SSL_CTX_set_cipher_list(&context, "ALL:@SECLEVEL=0");
           SSL_CTX_set_min_proto_version(&context, TLS1_VERSION);
           SSL_CTX_set_max_proto_version(&context, version);
+          SSL_CTX_set_app_data(&context, this);
+          SSL_CTX_set_info_callback(&context, &Impl::OnState);
           return SSL_CTX_use_certificate(&context, certificate.get()) == 1 &&
                  SSL_CTX_use_PrivateKey(&context, key.get()) == 1;
         }) {}
 
+  static void OnState(const SSL* ssl, int where, int) {
+    if ((where & SSL_CB_HANDSHAKE_DONE) == 0) return;
+    auto* self = static_cast<Impl*>(SSL_CTX_get_app_data(SSL_get_SSL_CTX(ssl)));
+    auto* connection = const_cast<SSL*>(ssl);
+    SSL_up_ref(connection);
+    const std::lock_guard lock(self->mutex);
+    self->connections.emplace_back(connection);
+  }
+
+  std::mutex mutex;
+  std::vector<Connection> connections;
   PrivateKey key{EVP_RSA_gen(2048)};
   Certificate certificate = MakeCertificate(key.get());
   httplib::SSLServer server;
@@ -86,6 +102,12 @@ TlsServer::TlsServer(Highest highest, std::string answer)
 TlsServer::~TlsServer() {
   m_impl->server.stop();
   m_impl->thread.join();
+}
+
+void TlsServer::EndConnections() {
+  const std::lock_guard lock(m_impl->mutex);
+  for (const Connection& connection : m_impl->connections) SSL_shutdown(connection.get());
+  m_impl->connections.clear();
 }
 
 std::string TlsServer::Url(const std::string& host) const {

@@ -16,6 +16,8 @@ class TlsServer {
   TlsServer(const TlsServer&) = delete;
   TlsServer& operator=(const TlsServer&) = delete;
 
+  // Says the end of TLS on every connection so far, as a server does with an idle one.
+  void EndConnections();
   std::string Url(const std::string& host = "127.0.0.1") const;
   void WriteCertificate(const std::string& path) const;  // PEM
 
