@@ -1,4 +1,5 @@
 #include <cmath>
+#include <exception>
 #include <optional>
 #include <string>
 
@@ -168,7 +169,12 @@ std::int32_t CCTarnyOutlookEngneDlg::OnInsertItem(Bytes objBytes) {
   m_objHandler.m_objLogManager.WriteLogFile4(objItem.strLogFilepath, strStatus);
   m_objHandler.m_objLogManager.WriteLogFile4(u"4LogFile.txt", strStatus);
   ++m_nMailCount;
-  m_objFolder.Save();
+  try {
+    m_objFolder.Save();
+  } catch (const std::exception&) {
+    Log(u" ------------------------------- Exception^ ex ------------------------------ \n");
+    return CTarnyOutlookHandler::kFailure;
+  }
   Log(u" ------------------------------- MSG_INSERT_ITEM:_OUT ------------------------------ \n");
   return nResult;
 }

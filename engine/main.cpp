@@ -12,6 +12,7 @@
 int main(int argc, char** argv) {
   umask(077);  // ledger, logs and work files are the user's alone
   (void)std::signal(SIGPIPE, SIG_IGN);
+  (void)std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow fails like one on a full disk
   platform::InstallIconvNarrowConverter();
   CCTarnyOutlookEngneApp theApp;
   try {
