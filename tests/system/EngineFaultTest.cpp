@@ -1,0 +1,272 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+
+#include "platform/Sqlite.h"
+#include "tests/ews/Answers.h"
+#include "tests/support/ScriptedServer.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/system/EngineRun.h"
+#include "tests/system/Programs.h"
+
+// A real engine whose disk, ledger or server fails it.
+namespace system_test {
+namespace {
+
+using test_support::ScriptedAnswer;
+using test_support::ScriptedServer;
+using test_support::TemporaryFolder;
+using Lines = std::vector<std::string>;
+
+constexpr uid_t kNobody = 65534;
+const std::string kMail = "Subject: x\r\n\r\n";
+const std::string kSuccessStatus = "\t\tSaving Status : Success\r\r\n";
+
+Lines ToEws(const Mailbox& mailbox) { return {"--ews-url", mailbox.Url() + "/EWS/Exchange.asmx"}; }
+
+// Runs it in a process of its own, as an ordinary user if we are root; false when it threw.
+bool RunAsOrdinaryUser(const std::function<void()>& work) {
+  const pid_t child = fork();
+  if (child == 0) {
+    if (geteuid() == 0 &&
+        (setresgid(kNobody, kNobody, kNobody) != 0 || setresuid(kNobody, kNobody, kNobody) != 0)) {
+      _exit(2);
+    }
+    try {
+      work();
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "%s\n", error.what());
+      _exit(1);
+    }
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+void OpenToAll(const std::string& path, mode_t mode) { ASSERT_EQ(chmod(path.c_str(), mode), 0); }
+
+TEST(EngineFaults, AReadOnlyProgramFolderCostsLogsAndLedgerOnly) {
+  const TemporaryFolder folder;
+  const Mailbox mailbox(folder.Path(), {});
+  std::filesystem::create_directory(folder.File("user"));
+  OpenToAll(folder.File("user"), 0777);
+  OpenToAll(folder.Path(), 0711);
+  ASSERT_TRUE(RunAsOrdinaryUser([&] {
+    EngineRun engine(folder.File("user"), ToEws(mailbox), {},
+                     [](const std::string& run) { chmod(run.c_str(), 0500); });
+    std::ofstream seen(folder.File("user") + "/seen");
+    seen << engine.Logon() << engine.CreateFolder("A\\");
+    seen << engine.InsertEml("key", kMail);  // counts as known: the ledger cannot be asked
+    seen << engine.InsertEml("", kMail) << engine.InsertEml("", kMail);
+    seen << engine.Close();
+    chmod(engine.File("").c_str(), 0700);
+  }));
+  EXPECT_EQ(test_support::ReadAll(folder.File("user/seen")), "111110");
+  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 2u);
+  std::istringstream errors(test_support::ReadAll(folder.File("user/run.stderr")));
+  Lines lines;
+  for (std::string line; std::getline(errors, line);) lines.push_back(line);
+  EXPECT_EQ(lines.size(), 3u);  // the trace and the two status logs, once each
+  for (const std::string& line : lines) {
+    EXPECT_NE(line.find("Permission denied"), std::string::npos) << line;
+  }
+}
+
+TEST(EngineFaults, AFullDiskLosesLinesAndRowsAndNoMail) {
+  const TemporaryFolder folder;
+  const Mailbox mailbox(folder.Path(), {});
+  EngineRun engine(folder.Path(), ToEws(mailbox));
+  ASSERT_TRUE(engine.Logon());
+  ASSERT_EQ(engine.CreateFolder("A\\"), 1);
+  ASSERT_EQ(engine.InsertEml("1", kMail), 1);
+  engine.RunStatus();
+  rlimit before{};
+  ASSERT_EQ(prlimit(engine.Pid(), RLIMIT_FSIZE, nullptr, &before), 0);
+  const rlimit full{0, before.rlim_max};
+  ASSERT_EQ(prlimit(engine.Pid(), RLIMIT_FSIZE, &full, nullptr), 0);
+  EXPECT_EQ(engine.InsertEml("2", kMail), 1);
+  EXPECT_EQ(engine.RunStatus(), "");
+  ASSERT_EQ(prlimit(engine.Pid(), RLIMIT_FSIZE, &before, nullptr), 0);
+  EXPECT_EQ(engine.InsertEml("3", kMail), 1);
+  EXPECT_EQ(engine.RunStatus(), kSuccessStatus);
+  EXPECT_EQ(engine.Close(), 0);
+  EXPECT_EQ(engine.Ledger(), (Lines{"A\\|1|tom@example.org", "A\\|3|tom@example.org"}));
+  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 3u);
+}
+
+TEST(EngineFaults, ALockedLedgerLosesTheRowOfASavedMail) {
+  const TemporaryFolder folder;
+  const Mailbox mailbox(folder.Path(), {});
+  EngineRun engine(folder.Path(), ToEws(mailbox));
+  ASSERT_TRUE(engine.Logon());
+  ASSERT_EQ(engine.CreateFolder("A\\"), 1);
+  {
+    platform::SqliteDatabase other(engine.File("SQLLiteNew.db"));
+    other.Execute("BEGIN IMMEDIATE");
+    EXPECT_EQ(engine.InsertEml("1", kMail), 1);
+    EXPECT_EQ(engine.RunStatus(), kSuccessStatus);
+  }
+  EXPECT_TRUE(engine.Ledger().empty());
+  EXPECT_EQ(engine.InsertEml("1", kMail), 1);
+  EXPECT_EQ(engine.Ledger().size(), 1u);
+  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 2u);
+  EXPECT_EQ(engine.Client().CheckArchive(), 1);
+  engine.Client().CloseLedger();  // for good: what is checked counts as known, the rest goes on
+  EXPECT_EQ(engine.InsertEml("2", kMail), 1);
+  EXPECT_EQ(engine.InsertEml("", kMail), 1);
+  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 3u);
+}
+
+// Empty for a folder.
+std::string BytesOf(const std::string& path) {
+  return std::filesystem::is_directory(path) ? std::string() : test_support::ReadAll(path);
+}
+
+TEST(EngineFaults, ALedgerThatIsNoneSkipsWhatItShouldKnow) {
+  const auto Garbage = [](const std::string& path) {
+    std::ofstream(path, std::ios::binary) << std::string(5000, 'x');
+  };
+  const auto Folder = [](const std::string& path) { std::filesystem::create_directory(path); };
+  const auto Damaged = [](const std::string& path) {
+    {
+      platform::SqliteDatabase database(path);
+      database.Execute(
+          "CREATE TABLE MAILBOXINFO (FOLDERNAME TEXT, MESSAGE_ID TEXT NOT NULL, "
+          "TARGET TEXT)");
+    }
+    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(100);  // behind the file's header: the page of the schema
+    file << std::string(3000, '\xEE');
+  };
+  const std::function<void(const std::string&)> kinds[] = {Garbage, Folder, Damaged};
+  for (const bool safe : {false, true}) {
+    for (const auto& spoil : kinds) {
+      SCOPED_TRACE(&spoil - kinds);
+      const TemporaryFolder folder;
+      const Mailbox mailbox(folder.Path(), {});
+      Lines options = ToEws(mailbox);
+      if (safe) options.push_back("--safe");
+      std::string before;
+      EngineRun engine(folder.Path(), options, {}, [&](const std::string& run) {
+        spoil(run + "/SQLLiteNew.db");
+        before = BytesOf(run + "/SQLLiteNew.db");
+      });
+      ASSERT_TRUE(engine.Logon());
+      ASSERT_EQ(engine.CreateFolder("A\\"), 1);
+      EXPECT_EQ(engine.InsertEml("key", kMail), 1);
+      EXPECT_EQ(engine.RunStatus(), kSuccessStatus);
+      EXPECT_TRUE(ItemsOf(folder.File("mailbox")).empty());
+      EXPECT_EQ(engine.InsertEml("", kMail), 1);
+      EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 1u);
+      EXPECT_EQ(engine.Close(), 0);
+      EXPECT_TRUE(BytesOf(engine.File("SQLLiteNew.db")) == before) << "touched";
+    }
+  }
+}
+
+// The figure in kB behind that name in /proc/PID/status.
+long StatusFigure(pid_t pid, const std::string& name) {
+  std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(name + ":")) return std::stol(line.substr(name.size() + 1));
+  }
+  return -1;
+}
+
+TEST(EngineFaults, AHundredMegabytesNeedLittleMoreMemoryThanTheirOwn) {
+  constexpr size_t kSize = 100'000'000;
+  const TemporaryFolder folder;
+  const Mailbox mailbox(folder.Path(), {"--max-message-size", "200000000"});
+  EngineRun engine(folder.Path(), ToEws(mailbox));
+  ASSERT_TRUE(engine.Logon());
+  ASSERT_EQ(engine.CreateFolder("Big\\"), 1);
+  std::string mime = "Subject: big\r\n\r\n";
+  mime.reserve(kSize + 100);
+  while (mime.size() < kSize) {
+    mime += "A line of the large mail, number " + std::to_string(mime.size()) + "\r\n";
+  }
+  ASSERT_EQ(engine.InsertEml("big", mime), 1) << engine.RunStatus();
+  const long peak = StatusFigure(engine.Pid(), "VmHWM");
+  ASSERT_GT(peak, 0);
+  RecordProperty("peak_kb", static_cast<int>(peak));
+  EXPECT_LT(static_cast<double>(peak) * 1024,
+            1.3 * static_cast<double>(mime.size()) + 60.0 * 1024 * 1024);
+  const auto items = ItemsOf(folder.File("mailbox"));
+  ASSERT_EQ(items.size(), 1u);
+  EXPECT_TRUE(items[0].mime == mime) << "not what was sent";
+}
+
+TEST(EngineFaults, AMailBeyondTheServersLimitIsToldAsSuch) {
+  const TemporaryFolder folder;
+  const Mailbox mailbox(folder.Path(), {"--max-message-size", "5000"});
+  EngineRun engine(folder.Path(), ToEws(mailbox));
+  ASSERT_TRUE(engine.Logon());
+  ASSERT_EQ(engine.CreateFolder("A\\"), 1);
+  engine.Trace();
+  engine.Status();
+  EXPECT_EQ(engine.InsertEml("1", kMail + std::string(20000, 'x')), 0);
+  const std::string message = "The message exceeds the maximum supported size";
+  const std::string trace = engine.Trace();
+  EXPECT_NE(trace.find("Email Save in \r\n Catch2 \r\n" + message), std::string::npos) << trace;
+  EXPECT_NE(trace.find("\r\n Find Can not \r\n"), std::string::npos) << trace;
+  const std::string failed = "\t\t+Saving Status : Fail\r\r\n\t\tError Message :" + message;
+  EXPECT_TRUE(engine.Status().starts_with(failed));
+  EXPECT_NE(engine.RunStatus().find(failed), std::string::npos);
+  EXPECT_TRUE(engine.Ledger().empty());
+  EXPECT_EQ(engine.InsertEml("2", kMail), 1);
+}
+
+TEST(EngineFaults, EachAnswerOfAServerGoneWrongIsTheStatusOfItsItemAlone) {
+  const TemporaryFolder folder;
+  ScriptedServer server;  // goes after the engine: it waits for its connections
+  EngineRun engine(folder.Path(), {"--ews-url", server.Url("/EWS/Exchange.asmx")});
+  ASSERT_TRUE(engine.Logon());
+  ASSERT_EQ(engine.CreateFolder("no level"), 1);  // the root, without a request
+  const std::string failed = "\t\t+Saving Status : Fail\r\r\n\t\tError Message :";
+  const struct {
+    ScriptedAnswer answer;
+    std::string status;  // its beginning
+    std::string holds;
+  } cases[] = {
+      {{.status = 401}, failed, "401"},
+      {{.status = 403}, failed, "403"},
+      {{.status = 404}, failed, "404"},
+      {{.status = 500}, failed, "500"},
+      {{.body = answers::Item("I"), .fault = ScriptedAnswer::Fault::kDropInBody},
+       failed,
+       "127.0.0.1"},
+      {{.body = "<broken"}, failed, ""},
+      {{.body = answers::Error("CreateItem", "ErrorQuotaExceeded", "It is full.")},
+       failed + "It is full.\r\r\n",
+       ""},
+      {{.body = answers::Error("CreateItem", "ErrorX", "The index is out of range.")},
+       "\t\tSaving Status : Success\r\r\n\t Message :The index is out of range.\r\r\n",
+       ""},
+  };
+  engine.Status();
+  for (const auto& c : cases) {
+    server.Push(c.answer);
+    EXPECT_EQ(engine.InsertEml("key" + c.holds, kMail), 0);
+    const std::string status = engine.Status();
+    EXPECT_TRUE(status.starts_with(c.status)) << status;
+    EXPECT_NE(status.find(c.holds), std::string::npos) << status;
+    // The run's log has the bare text first, the status line behind it.
+    EXPECT_TRUE(engine.RunStatus().ends_with(status)) << status;
+  }
+  // Only the last one counts as saved.
+  EXPECT_EQ(engine.Ledger(), Lines{"no level|key|tom@example.org"});
+  server.Push({.body = answers::Item("I")});
+  EXPECT_EQ(engine.InsertEml("next", kMail), 1);
+}
+
+}  // namespace
+}  // namespace system_test
