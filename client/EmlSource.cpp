@@ -2,6 +2,9 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+
+#include "client/ItemWriter.h"
 #include "client/Names.h"
 #include "client/SourceFiles.h"
 
@@ -11,16 +14,35 @@ namespace {
 struct PendingFolder {
   std::string path;
   std::string target;  // empty for the root
+  std::string parent;  // target of the folder that it lies in
 };
+
+const std::string& TargetOf(const std::string& levels) {
+  static const std::string kRoot(kInbox);
+  return levels.empty() ? kRoot : levels;
+}
+
+bool IsPreparedItem(const std::vector<FolderEntry>& entries) {
+  return std::any_of(entries.begin(), entries.end(), [](const FolderEntry& entry) {
+    return entry.kind == EntryKind::kFile && entry.name == kDescriptorName;
+  });
+}
+
+SourceItem PreparedItemOf(const PendingFolder& folder, const std::vector<FolderEntry>& entries) {
+  SourceItem item{folder.path, TargetOf(folder.parent), true, 0, 0, true};
+  for (const FolderEntry& entry : entries) {
+    if (entry.kind == EntryKind::kFile) item.length += entry.size;
+  }
+  return item;
+}
 
 void AddEntry(const PendingFolder& folder, const FolderEntry& entry, std::vector<SourceItem>& items,
               std::vector<PendingFolder>& below, std::vector<SourceProblem>& problems) {
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
-    below.push_back({path, folder.target + LevelName(entry.name) + "\\"});
+    below.push_back({path, folder.target + LevelName(entry.name) + "\\", folder.target});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
-    const std::string target = folder.target.empty() ? std::string(kInbox) : folder.target;
-    items.push_back({path, target, true, 0, entry.size});
+    items.push_back({path, TargetOf(folder.target), true, 0, entry.size});
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
     // What systems leave in folders: nobody's mail, and no news to anyone.
   } else if (entry.kind == EntryKind::kFile) {
@@ -44,12 +66,17 @@ std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) co
   }
   // A stack of our own: the depth of a tree is no limit of ours. A folder's own mail comes before
   // that of the folders below it.
-  std::vector<PendingFolder> pending = {{m_path, ""}};
+  std::vector<PendingFolder> pending = {{m_path, "", ""}};
   while (!pending.empty()) {
     const PendingFolder folder = std::move(pending.back());
     pending.pop_back();
     std::vector<PendingFolder> below;
-    for (const FolderEntry& entry : ListFolder(folder.path, problems)) {
+    const std::vector<FolderEntry> entries = ListFolder(folder.path, problems);
+    if (IsPreparedItem(entries)) {
+      items.push_back(PreparedItemOf(folder, entries));
+      continue;
+    }
+    for (const FolderEntry& entry : entries) {
       AddEntry(folder, entry, items, below, problems);
     }
     pending.insert(pending.end(), below.rbegin(), below.rend());

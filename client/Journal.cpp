@@ -61,6 +61,21 @@ bool Journal::Claim(std::string_view folder, std::string_view key, std::string_v
   return true;
 }
 
+bool Journal::IsClaimedByOther(std::string_view folder, std::string_view key,
+                               std::string_view hash) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT hash FROM claim WHERE folder = ?1 AND key = ?2");
+  return query.Bind(1, folder).Bind(2, key).Step() && query.Text(0) != hash;
+}
+
+void Journal::Reclaim(std::string_view folder, std::string_view key, std::string_view hash) {
+  m_database.Prepare("INSERT OR REPLACE INTO claim VALUES (?1, ?2, ?3)")
+      .Bind(1, folder)
+      .Bind(2, key)
+      .Bind(3, hash)
+      .Run();
+}
+
 std::string Journal::ClaimKey(std::string_view folder, std::string_view wantedKey,
                               std::string_view hash) {
   // An appended key can be taken as well, by a mail whose own id was made to look like it.

@@ -44,6 +44,9 @@ class Journal {
   // content that asks for it in that folder, a key with the hash appended for any other. The same
   // question always gets the same answer.
   std::string ClaimKey(std::string_view folder, std::string_view wantedKey, std::string_view hash);
+  // True if content with another hash owns that key; and makes this content its owner.
+  bool IsClaimedByOther(std::string_view folder, std::string_view key, std::string_view hash);
+  void Reclaim(std::string_view folder, std::string_view key, std::string_view hash);
 
  private:
   bool Claim(std::string_view folder, std::string_view key, std::string_view hash);

@@ -1,5 +1,7 @@
 #include "client/LedgerLook.h"
 
+#include <filesystem>
+
 namespace client {
 namespace {
 
@@ -36,6 +38,20 @@ bool LedgerLook::HasRow(std::string_view folder, std::string_view key, std::stri
   } catch (const platform::SqliteError&) {
     m_database.Close();
     return false;
+  }
+}
+
+std::string LedgerLook::Problem() const {
+  std::error_code error;
+  if (!std::filesystem::exists(m_path, error)) return error ? error.message() : std::string();
+  if (!std::filesystem::is_regular_file(m_path, error)) return "it is no regular file";
+  try {
+    platform::SqliteDatabase database(m_path);
+    database.Execute("BEGIN IMMEDIATE");  // fails where a row could not be written either
+    database.Execute("ROLLBACK");
+    return {};
+  } catch (const platform::SqliteError& failure) {
+    return failure.what();
   }
 }
 

@@ -48,8 +48,8 @@ class UsageError : public std::runtime_error {
 
 void Describe(CLI::App& app, MigrateOptions& options) {
   app.add_option("SOURCE", options.sources,
-                 "A Maildir, an mbox file, a folder with .eml files in it and below, or one .eml "
-                 "file")
+                 "A Maildir, an mbox file, a folder with .eml files and prepared items in it and "
+                 "below, or one .eml file")
       ->required();
   app.add_option("--to", options.to,
                  "local:DIR (a mailbox of our own in DIR), office365, or the URL of a server's EWS "
@@ -213,8 +213,9 @@ int ShowPlan(const Plan& plan, const MigrateOptions& options) {
     PrintJson({{"target", options.target.Name()},
                {"items", plan.entries.size()},
                {"folders", folders},
-               {"left_out", ProblemsAsJson(plan.problems)}});
-    return kExitDone;
+               {"left_out", ProblemsAsJson(plan.problems)},
+               {"not_supported", ProblemsAsJson(plan.unsupported)}});
+    return plan.unsupported.empty() ? kExitDone : kExitFailed;
   }
   std::cout << fmt::format("{} items would go to the {}:\n", plan.entries.size(),
                            OneLine(options.target.Name()));
@@ -223,7 +224,32 @@ int ShowPlan(const Plan& plan, const MigrateOptions& options) {
                              OneLine(folder.name));
   }
   PrintProblems("Left out", plan.problems);
-  return kExitDone;
+  PrintProblems("Not supported yet; a run with these does not start", plan.unsupported);
+  return plan.unsupported.empty() ? kExitDone : kExitFailed;
+}
+
+// A run that would leave items behind by design is not begun.
+void RequireSupported(const Plan& plan, Console& console) {
+  if (plan.unsupported.empty()) return;
+  for (size_t i = 0; i < plan.unsupported.size() && i < kMostListed; ++i) {
+    const SourceProblem& item = plan.unsupported[i];
+    console.Say(fmt::format("{}: {}", item.location, item.reason));
+  }
+  throw RunError(
+      fmt::format("{} of the prepared items are no mail, which is not supported yet; nothing was "
+                  "sent. Move them out of the source to send the rest",
+                  plan.unsupported.size()));
+}
+
+// Without its ledger a run could not tell what has arrived, and would send it again.
+void RequireUsableLedger(const RunFolder& run) {
+  const std::string path = run.File(std::string(kLedgerName));
+  const std::string problem = LedgerLook(path).Problem();
+  if (problem.empty()) return;
+  throw RunError(fmt::format(
+      "{} cannot be used: its ledger {} fails with: {}. Take a new run folder, or move the ledger "
+      "away: the journal then says what has arrived",
+      run.Path(), kLedgerName, problem));
 }
 
 void PrintSummary(const Summary& summary, const Plan& plan, const MigrateOptions& options) {
@@ -256,6 +282,7 @@ int Migrate(MigrateOptions& options, Console& console) {
   InstallStopHandler();
   const Plan plan = MakePlan(options.sources);
   if (options.dryRun) return ShowPlan(plan, options);
+  RequireSupported(plan, console);
   RequireUsable(options.target);  // before anyone types a password in vain
   AskSecrets(options);
   RequireUsable(options.target);
@@ -265,6 +292,7 @@ int Migrate(MigrateOptions& options, Console& console) {
   run.InstallEngine(OwnFolder() + "/TarnyOutlookEngine");
   Journal journal(run.File("journal.db"));
   RequireSameRun(journal, options, run);
+  RequireUsableLedger(run);
   std::optional<LocalMailbox> local;
   if (options.target.Local()) {
     local.emplace(OwnFolder() + "/mailboxd", options.target.LocalFolder(), console);
@@ -310,6 +338,11 @@ int RunMigrate(const Arguments& arguments) {
   } catch (const UsageError& error) {
     console.Say(fmt::format("tarny migrate: {}", error.what()));
     return kExitUsage;
+  } catch (const platform::SqliteError& error) {
+    console.Say(
+        fmt::format("tarny migrate: {} cannot be used: its journal journal.db fails with: {}",
+                    options.run, error.what()));
+    return kExitFailed;
   } catch (const std::exception& error) {
     console.Say(fmt::format("tarny migrate: {}", error.what()));
     return kExitFailed;

@@ -1,5 +1,8 @@
 #include "client/Migration.h"
 
+#include <algorithm>
+#include <filesystem>
+
 #include <fmt/format.h>
 
 #include "client/Console.h"
@@ -13,9 +16,10 @@
 namespace client {
 namespace {
 
-constexpr int kMostDeaths = 2;               // of the engine, on one item
-constexpr int kMostConnectionFailures = 20;  // in a row, with the same text
-constexpr int kLongestFolder = 4999;         // units of a folder command's path
+constexpr int kMostDeaths = 2;                    // of the engine, on one item
+constexpr int kMostFailuresInARow = 20;           // with the same text
+constexpr int kLongestFolder = 4999;              // units of a folder command's path
+constexpr std::uintmax_t kLittleSpace = 1 << 20;  // bytes: a ledger may need some pages more
 constexpr const char* kNotRenewed = "the connection could not be renewed";
 
 std::string DateOf(std::string_view mail) {
@@ -42,7 +46,8 @@ Migration::Migration(Setup setup, Journal& journal, Console& console)
       m_journal(journal),
       m_console(console),
       m_ledger(m_setup.run.File(std::string(kLedgerName))),
-      m_statusLog(m_setup.run.File(kStatusLogName)) {}
+      m_statusLog(m_setup.run.File(kStatusLogName)),
+      m_trace(m_setup.run.File(kTraceName)) {}
 
 Summary Migration::Run(const Plan& plan) {
   m_summary = {};
@@ -67,26 +72,23 @@ Summary Migration::Run(const Plan& plan) {
 }
 
 Migration::Outcome Migration::Handle(const Plan::Entry& entry) {
-  Mail mail;
+  Content content;
   JournalEntry record{entry.item.location, entry.item.folder, {}, {}, ItemResult::kFailed, {}};
   Outcome outcome;
   try {
-    mail.bytes = MimeBytes(entry.source->Read(entry.item));
-    mail.hash = platform::Sha256Hex(mail.bytes);
-    if (m_journal.HasArrived(record.source, record.folder, mail.hash)) {
+    content = Load(entry);
+    if (m_journal.HasArrived(record.source, record.folder, content.hash)) {
       return {Outcome::Kind::kKnown, {}};
     }
-    const std::string wanted =
-        MailKey(mime::FindHeader(mail.bytes, "Message-ID").value_or(""), mail.hash);
-    mail.key = m_journal.ClaimKey(record.folder, wanted, mail.hash);
-    outcome = Send(entry, mail);
+    content.key = KeyOf(entry, content);
+    outcome = Send(entry, content);
   } catch (const SourceError& error) {
     outcome.text = error.what();
   } catch (const WorkFileError& error) {
     outcome.text = error.what();
   }
-  record.hash = mail.hash;
-  record.key = mail.key;
+  record.hash = content.hash;
+  record.key = content.key;
   record.text = outcome.text;
   if (outcome.kind == Outcome::Kind::kNotConfirmed) record.result = ItemResult::kNotConfirmed;
   if (outcome.kind == Outcome::Kind::kSent || outcome.kind == Outcome::Kind::kKnown) {
@@ -96,53 +98,123 @@ Migration::Outcome Migration::Handle(const Plan::Entry& entry) {
   return outcome;
 }
 
-Migration::Outcome Migration::Send(const Plan::Entry& entry, const Mail& mail) {
-  // A row without a journal entry: an earlier run was cut off between the two.
-  if (m_ledger.HasRow(entry.item.folder, mail.key, m_setup.target.Login())) {
-    return {Outcome::Kind::kKnown, {}};
+Migration::Content Migration::Load(const Plan::Entry& entry) const {
+  Content content;
+  if (entry.item.prepared) {
+    content.files = ListPreparedFiles(entry.item.location);
+    content.hash = HashPreparedFiles(entry.item.location, content.files);
+  } else {
+    content.bytes = MimeBytes(entry.source->Read(entry.item));
+    content.hash = platform::Sha256Hex(content.bytes);
   }
+  return content;
+}
+
+std::string Migration::KeyOf(const Plan::Entry& entry, const Content& content) {
+  const std::string& folder = entry.item.folder;
+  if (!entry.item.prepared) {
+    const std::string wanted =
+        MailKey(mime::FindHeader(content.bytes, "Message-ID").value_or(""), content.hash);
+    return m_journal.ClaimKey(folder, wanted, content.hash);
+  }
+  const ST_EML_INFO info = ReadPreparedItem(entry.item.location);
+  if (info.nItemType != TYPE_EMAIL) {
+    throw SourceError("the first line of its descriptor names no type of item");
+  }
+  std::string key = info.strMessageId.ToUtf8();
+  if (key.empty()) return key;
+  const bool taken = m_journal.IsClaimedByOther(folder, key, content.hash);
+  if (taken && m_ledger.HasRow(folder, key, m_setup.target.Login())) {
+    throw SourceError("another item with its message id is in that folder already");
+  }
+  m_journal.Reclaim(folder, key, content.hash);
+  return key;
+}
+
+bool Migration::HasArrived(const Plan::Entry& entry, const Content& content) {
+  if (content.key.empty()) return m_trace.HasSavedMail();
+  return m_ledger.HasRow(entry.item.folder, content.key, m_setup.target.Login());
+}
+
+Migration::Outcome Migration::Send(const Plan::Entry& entry, const Content& content) {
+  m_trace.Mark();
+  // A row without a journal entry: an earlier run was cut off between the two.
+  if (HasArrived(entry, content)) return {Outcome::Kind::kKnown, {}};
   std::string end;
   for (int deaths = 0; deaths < kMostDeaths; ++deaths) {
     try {
-      return SendOnce(entry, mail);
+      return SendOnce(entry, content);
     } catch (const platform::EndpointError&) {
       end = m_engine ? m_engine->DescribeEnd() : "";
       m_engine.reset();
       m_folder.clear();
       m_console.Say(fmt::format("The engine ended in the middle of {} ({}).", entry.name, end));
-      if (m_ledger.HasRow(entry.item.folder, mail.key, m_setup.target.Login())) {
-        return {Outcome::Kind::kSent, {}};
-      }
+      if (HasArrived(entry, content)) return {Outcome::Kind::kSent, {}};
     }
   }
   return {Outcome::Kind::kFailed, fmt::format("the engine ended twice on this item ({})", end)};
 }
 
-Migration::Outcome Migration::SendOnce(const Plan::Entry& entry, const Mail& mail) {
+Migration::Outcome Migration::SendOnce(const Plan::Entry& entry, const Content& content) {
   if (CString::FromUtf8(entry.item.folder).GetLength() > kLongestFolder) {
     return {Outcome::Kind::kFailed, "the path of its folder is too long"};
   }
   if (!m_engine) StartEngine();
   m_statusLog.Mark();
+  m_trace.Mark();
   if (!SelectFolder(entry.item.folder)) return {Outcome::Kind::kFailed, kNotRenewed};
   EmptyWorkFolder(m_setup.run.WorkFolder());
-  WriteMail(m_setup.run.WorkFolder(), {mail.key, DateOf(mail.bytes), entry.item.read}, mail.bytes);
+  WriteWorkFiles(entry, content);
+  if (WantsImagePage(content.files) && m_engine->Client().ShowImage(CString()) != 1) {
+    return {Outcome::Kind::kFailed, "the engine cannot read its image list"};
+  }
   ST_ITEM_INFO info;
   info.strFilePath = platform::ToWindowsPath(m_setup.run.WorkFolder() + "/");
   info.strLogFilepath = CString::FromUtf8(kStatusLogName);
-  return Judge(entry, mail, m_engine->Client().InsertItem(info));
+  return Judge(entry, content, m_engine->Client().InsertItem(info));
 }
 
-Migration::Outcome Migration::Judge(const Plan::Entry& entry, const Mail& mail, int result) {
+void Migration::WriteWorkFiles(const Plan::Entry& entry, const Content& content) {
+  const std::string folder = m_setup.run.WorkFolder();
+  if (!entry.item.prepared) {
+    WriteMail(folder, {content.key, DateOf(content.bytes), entry.item.read}, content.bytes);
+    return;
+  }
+  CopyPreparedFiles(entry.item.location, content.files, folder);
+  if (HashPreparedFiles(folder, content.files) != content.hash) {
+    throw SourceError("its files changed while they were read");
+  }
+}
+
+Migration::Outcome Migration::Judge(const Plan::Entry& entry, const Content& content, int result) {
   const std::string reason = ReasonOf(m_statusLog.LastLine());
-  if (m_ledger.HasRow(entry.item.folder, mail.key, m_setup.target.Login())) {
+  if (HasArrived(entry, content)) {
     return {Outcome::Kind::kSent, result == 1 ? std::string() : reason};
   }
   m_folder.clear();  // a folder that could not be made fails every item until it is asked for again
-  if (result == 1) {
-    return {Outcome::Kind::kNotConfirmed, "the engine reported success, but its ledger has no row"};
-  }
+  if (result == 1) return {Outcome::Kind::kNotConfirmed, WhyNotConfirmed(content)};
   return {Outcome::Kind::kFailed, reason.empty() ? kNotRenewed : reason};
+}
+
+std::string Migration::WhyNotConfirmed(const Content& content) const {
+  if (content.key.empty()) {
+    return "the engine reported success, but its trace shows no save, and without a message id "
+           "there is no row in its ledger";
+  }
+  std::string why = "the engine reported success, but its ledger has no row";
+  if (const std::string problem = m_ledger.Problem(); !problem.empty()) {
+    return why + " (" + problem + ")";
+  }
+  std::error_code error;
+  const std::filesystem::space_info space = std::filesystem::space(m_setup.run.Path(), error);
+  if (!error && space.available < kLittleSpace) return why + " (the disk is full)";
+  const bool safe = std::find(m_setup.engineOptions.begin(), m_setup.engineOptions.end(),
+                              "--safe") != m_setup.engineOptions.end();
+  const bool quote = (content.key + m_setup.target.Login()).find('\'') != std::string::npos;
+  if (!safe && quote) {
+    return why + " (with --as-is a quote in the message id or the login keeps it out)";
+  }
+  return why;
 }
 
 void Migration::StartEngine() {
@@ -199,17 +271,20 @@ std::string Migration::StopReason(const Outcome& outcome) {
       return fmt::format("the local mailbox ended ({})", *end);
     }
   }
-  const bool failure = outcome.kind == Outcome::Kind::kFailed && IsConnectionFailure(outcome.text);
-  if (outcome.kind == Outcome::Kind::kKnown) return {};  // says nothing about the connection
-  if (!failure) {
-    m_connectionFailures = 0;
+  if (outcome.kind == Outcome::Kind::kKnown) return {};  // says nothing about what comes
+  const bool unproved = outcome.kind == Outcome::Kind::kNotConfirmed;
+  const bool failed = outcome.kind == Outcome::Kind::kFailed && IsConnectionFailure(outcome.text);
+  if (!unproved && !failed) {
+    m_failuresInARow = 0;
     return {};
   }
   const std::string text = WithoutDigits(outcome.text);
-  m_connectionFailures = text == m_lastConnectionFailure ? m_connectionFailures + 1 : 1;
-  m_lastConnectionFailure = text;
-  if (m_connectionFailures < kMostConnectionFailures) return {};
-  return fmt::format("{} items in a row failed with: {}", kMostConnectionFailures, outcome.text);
+  m_failuresInARow = text == m_lastFailure ? m_failuresInARow + 1 : 1;
+  m_lastFailure = text;
+  if (m_failuresInARow < kMostFailuresInARow) return {};
+  // Without a ledger, what is sent on would be sent again by the next run.
+  return fmt::format("{} items in a row {}: {}", kMostFailuresInARow,
+                     unproved ? "could not be confirmed" : "failed with", outcome.text);
 }
 
 }  // namespace client

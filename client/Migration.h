@@ -11,9 +11,11 @@
 #include "client/LedgerLook.h"
 #include "client/LocalMailbox.h"
 #include "client/Plan.h"
+#include "client/PreparedItem.h"
 #include "client/RunFolder.h"
 #include "client/StatusLog.h"
 #include "client/Target.h"
+#include "client/TraceLook.h"
 
 namespace client {
 
@@ -54,16 +56,26 @@ class Migration {
     enum class Kind { kSent, kKnown, kFailed, kNotConfirmed } kind = Kind::kFailed;
     std::string text;  // reason or remark
   };
-  struct Mail {
-    std::string bytes;
+  // An item as it was read from its source.
+  struct Content {
+    std::string bytes;    // of a mail
+    PreparedFiles files;  // of a prepared item
     std::string hash;
-    std::string key;
+    std::string key;  // empty only for a prepared item without an id, which gets no row
   };
 
   Outcome Handle(const Plan::Entry& entry);
-  Outcome Send(const Plan::Entry& entry, const Mail& mail);
-  Outcome SendOnce(const Plan::Entry& entry, const Mail& mail);
-  Outcome Judge(const Plan::Entry& entry, const Mail& mail, int result);
+  Content Load(const Plan::Entry& entry) const;
+  // The key under which the ledger is to know the item. Throws SourceError where a prepared item
+  // asks for the key of another one, which the engine would pass over as known.
+  std::string KeyOf(const Plan::Entry& entry, const Content& content);
+  bool HasArrived(const Plan::Entry& entry, const Content& content);
+  void WriteWorkFiles(const Plan::Entry& entry, const Content& content);
+  // Why a success left no proof.
+  std::string WhyNotConfirmed(const Content& content) const;
+  Outcome Send(const Plan::Entry& entry, const Content& content);
+  Outcome SendOnce(const Plan::Entry& entry, const Content& content);
+  Outcome Judge(const Plan::Entry& entry, const Content& content, int result);
   void StartEngine();
   bool SelectFolder(const std::string& folder);
   void Note(const Plan::Entry& entry, const Outcome& outcome);
@@ -75,10 +87,11 @@ class Migration {
   Console& m_console;
   LedgerLook m_ledger;
   StatusLog m_statusLog;
+  TraceLook m_trace;
   std::unique_ptr<EngineProcess> m_engine;
-  std::string m_folder;  // the engine's current folder; empty when it must be selected
-  std::string m_lastConnectionFailure;
-  int m_connectionFailures = 0;
+  std::string m_folder;       // the engine's current folder; empty when it must be selected
+  std::string m_lastFailure;  // that can end a run, without its digits
+  int m_failuresInARow = 0;
   Summary m_summary;
 };
 

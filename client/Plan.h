@@ -18,7 +18,8 @@ struct Plan {
   };
   std::vector<std::unique_ptr<Source>> sources;
   std::vector<Entry> entries;
-  std::vector<SourceProblem> problems;  // what was left out
+  std::vector<SourceProblem> problems;     // what was left out
+  std::vector<SourceProblem> unsupported;  // prepared items of types that cannot be sent yet
 
   // Items and bytes of one target folder.
   struct Folder {

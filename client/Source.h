@@ -15,6 +15,7 @@ struct SourceItem {
   bool read = true;
   std::uint64_t offset = 0;  // bytes, for items that lie in a file with others
   std::uint64_t length = 0;  // bytes on disk
+  bool prepared = false;     // a folder with a descriptor and its files, not the bytes of a mail
 };
 
 // Something in a source that cannot be migrated, and why.
@@ -35,7 +36,7 @@ class Source {
   virtual ~Source() = default;
   virtual const char* Kind() const = 0;  // for messages, for example "a tree of .eml files"
   virtual std::vector<SourceItem> List(std::vector<SourceProblem>& problems) const = 0;
-  // The bytes of the mail. Throws SourceError.
+  // The bytes of a mail; not for prepared items. Throws SourceError.
   virtual std::string Read(const SourceItem& item) const = 0;
 };
 

@@ -15,9 +15,10 @@ struct Command {
   int (*run)(const client::Arguments&);
   std::string_view help;
 };
-constexpr std::array<Command, 3> kCommands = {{
+constexpr std::array<Command, 4> kCommands = {{
     {"migrate", client::RunMigrate, "send mail from files on disk into a mailbox"},
     {"mailbox", client::RunMailbox, "show or export what a local mailbox holds"},
+    {"item", client::RunItem, "show the descriptor of a prepared item as JSON"},
     {"ledger", client::RunLedger, "show what the ledger of a run holds"},
 }};
 

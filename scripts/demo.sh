@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Shows a migration from beginning to end: ten mails on disk, a mailbox of our own on this machine,
-# and the engine between them. Its folders stay under build/demo; FRESH=1 starts over.
+# Shows a migration from beginning to end: some forty mails on disk, a mailbox of our own on this
+# machine, and the engine between them. Its folders stay under build/demo; FRESH=1 starts over.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -25,15 +25,15 @@ show() {
   "$@"
 }
 
-say "What would go where: the mail under samples/, by target folder"
-show "$tarny" migrate samples --to "local:$mailbox" --dry-run
+say "What would go where: the mail under samples/mail/, by target folder"
+show "$tarny" migrate samples/mail --to "local:$mailbox" --dry-run
 
 if [ -e "$run/journal.db" ]; then
   say "This demonstration has run before: all mail is there already (FRESH=1 make demo starts over)"
 else
   say "Migration: tarny starts a local mailbox and the engine, and hands it one mail after the other"
 fi
-show "$tarny" migrate samples --to "local:$mailbox" --run "$run"
+show "$tarny" migrate samples/mail --to "local:$mailbox" --run "$run"
 
 say "What arrived in the mailbox"
 show "$tarny" mailbox ls --data "$mailbox" --items
@@ -44,7 +44,7 @@ item=$("$tarny" mailbox ls --data "$mailbox" --items |
 show "$tarny" mailbox show --data "$mailbox" "$item"
 
 say "The same migration again: nothing is sent twice"
-show "$tarny" migrate samples --to "local:$mailbox" --run "$run"
+show "$tarny" migrate samples/mail --to "local:$mailbox" --run "$run"
 
 say "The engine's ledger: what it has saved, by folder"
 show "$tarny" ledger "$run/SQLLiteNew.db"

@@ -341,13 +341,15 @@ TEST(Migration, TheTokenRouteFillsTheMailboxNamed) {
   EXPECT_NE(ledger.out.find("ann@example.org"), std::string::npos) << ledger.out;
 }
 
+constexpr int kSampleMails = 44;
+
 TEST(Migration, TheSamplesArriveAndCanBeExported) {
   const TemporaryFolder folder;
-  std::filesystem::copy(TARNY_SOURCE "/samples", folder.File("source"),
+  std::filesystem::copy(TARNY_SOURCE "/samples/mail", folder.File("source"),
                         std::filesystem::copy_options::recursive);
   const Result result = Migrate(folder);
   EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(nlohmann::json::parse(result.out)["sent"], 10);
+  EXPECT_EQ(nlohmann::json::parse(result.out)["sent"], kSampleMails);
   const Result list = RunProgram(
       "tarny", {"mailbox", "ls", "--data", folder.File("mailbox"), "--items"}, folder.Path());
   EXPECT_EQ(list.status, 0) << list.err;
@@ -360,7 +362,7 @@ TEST(Migration, TheSamplesArriveAndCanBeExported) {
   for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.File("out"))) {
     files += entry.is_regular_file() ? 1 : 0;
   }
-  EXPECT_EQ(files, 10);
+  EXPECT_EQ(files, kSampleMails);
 }
 
 TEST(Tarny, BadUsageIsExitCodeTwo) {

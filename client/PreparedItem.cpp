@@ -1,0 +1,144 @@
+#include "client/PreparedItem.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <string_view>
+
+#include "client/ItemWriter.h"
+#include "client/Source.h"
+#include "client/SourceFiles.h"
+#include "pipeline/ItemDescriptor.h"
+#include "platform/Sha256.h"
+#include "platform/UniqueFd.h"
+
+namespace client {
+namespace {
+
+constexpr std::string_view kImageList = "imageattchment.txt";  // sic
+constexpr size_t kPiece = 1 << 20;                             // bytes read at a time
+
+platform::UniqueFd OpenRegular(const std::string& path, const std::string& name) {
+  platform::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+  if (!file) throw SourceError(name + " cannot be read: " + std::strerror(errno));
+  struct stat status;
+  if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    throw SourceError(name + " is no regular file");
+  }
+  return file;
+}
+
+void ReadPieces(const std::string& path, const std::string& name,
+                const std::function<void(std::string_view)>& take) {
+  const platform::UniqueFd file = OpenRegular(path, name);
+  std::string piece(kPiece, '\0');
+  for (;;) {
+    const ssize_t got = read(file.Get(), piece.data(), piece.size());
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw SourceError(name + " cannot be read: " + std::strerror(errno));
+    if (got == 0) return;
+    take(std::string_view(piece).substr(0, static_cast<size_t>(got)));
+  }
+}
+
+void CopyFile(const std::string& from, const std::string& name, const std::string& to) {
+  const auto fail = [&] {
+    throw WorkFileError(to + " cannot be written: " + std::strerror(errno));
+  };
+  const platform::UniqueFd file(
+      open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!file) fail();
+  ReadPieces(from, name, [&](std::string_view bytes) {
+    while (!bytes.empty()) {
+      const ssize_t written = write(file.Get(), bytes.data(), bytes.size());
+      if (written < 0 && errno != EINTR) fail();
+      if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
+    }
+  });
+}
+
+}  // namespace
+
+ST_EML_INFO ReadPreparedItem(const std::string& folder) {
+  const std::string name(kDescriptorName);
+  const platform::UniqueFd file = OpenRegular(folder + "/" + name, name);
+  // By its number: the folder's own name may hold what a path in the engine's form cannot.
+  ST_EML_INFO info;
+  ReadDescriptor(CString::FromUtf8("\\proc\\self\\fd\\" + std::to_string(file.Get())), &info);
+  return info;
+}
+
+const char* ItemTypeName(std::int32_t type) {
+  static constexpr std::array<const char*, 5> kNames = {"mail", "appointment", "task", "contact",
+                                                        "contact list"};
+  if (type < 0 || static_cast<size_t>(type) >= kNames.size()) return "unknown";
+  return kNames[static_cast<size_t>(type)];
+}
+
+PreparedFiles ListPreparedFiles(const std::string& folder) {
+  PreparedFiles found;
+  std::vector<SourceProblem> problems;
+  std::vector<std::string> pending = {""};
+  while (!pending.empty()) {
+    const std::string below = std::move(pending.back());
+    pending.pop_back();
+    for (const FolderEntry& entry : ListFolder(folder + "/" + below, problems)) {
+      const std::string name = below + entry.name;
+      std::error_code error;
+      if (std::filesystem::is_symlink(folder + "/" + name, error)) {
+        throw SourceError(name + " is a link; a prepared item holds files of its own");
+      }
+      if (entry.kind == EntryKind::kFolder) {
+        found.folders.push_back(name);
+        pending.push_back(name + "/");
+      } else if (entry.kind != EntryKind::kFile) {
+        throw SourceError(name + " is neither a file nor a folder");
+      } else if (name != kDescriptorName) {
+        found.files.push_back(name);
+      }
+    }
+    if (!problems.empty()) throw SourceError(problems[0].reason);
+  }
+  std::sort(found.files.begin(), found.files.end());
+  found.files.emplace_back(kDescriptorName);
+  return found;
+}
+
+std::string HashPreparedFiles(const std::string& folder, const PreparedFiles& files) {
+  platform::Sha256 whole;
+  for (const std::string& name : files.files) {
+    platform::Sha256 content;
+    ReadPieces(folder + "/" + name, name, [&](std::string_view bytes) { content.Update(bytes); });
+    whole.Update(name);
+    whole.Update(std::string_view("\0", 1));  // which no name holds
+    whole.Update(content.Hex());
+  }
+  return whole.Hex();
+}
+
+bool WantsImagePage(const PreparedFiles& files) {
+  return std::any_of(files.files.begin(), files.files.end(), [](const std::string& name) {
+    return name.size() == kImageList.size() && EndsWithNoCase(name, kImageList);
+  });
+}
+
+void CopyPreparedFiles(const std::string& folder, const PreparedFiles& files,
+                       const std::string& workFolder) {
+  for (const std::string& name : files.folders) {
+    std::error_code error;
+    std::filesystem::create_directory(workFolder + "/" + name, error);
+    if (error) throw WorkFileError(workFolder + "/" + name + ": " + error.message());
+  }
+  for (const std::string& name : files.files) {
+    CopyFile(folder + "/" + name, name, workFolder + "/" + name);
+  }
+}
+
+}  // namespace client
