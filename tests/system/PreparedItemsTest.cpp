@@ -1,0 +1,173 @@
+#include <algorithm>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "platform/Sqlite.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/system/Programs.h"
+
+// Prepared items, and run folders that cannot serve, through the real programs.
+namespace system_test {
+namespace {
+
+using test_support::TemporaryFolder;
+
+std::string Wide(const std::string& ascii) {
+  std::string bytes;
+  for (char c : ascii) bytes.append({c, '\0'});
+  return bytes;
+}
+
+void WriteItem(const TemporaryFolder& folder, const std::string& place, const std::string& type,
+               const std::string& id, const std::string& body) {
+  const std::string item = "source/" + place;
+  folder.Write(item + "/TextFile1.txt", Wide(body));
+  folder.Write(item + "/11comtextjj.t",
+               Wide(type +
+                    "\r\n2\nCreation Date : 2024-02-29 10:00:00\r\n\r\nFrom : a@example.com\r\n"
+                    "To : b@example.com\r\n\r\n\r\nSubject : Hi " +
+                    place + "\r\nMessageID : " + id + "\r\n"));
+}
+
+Result Migrate(const TemporaryFolder& folder, std::vector<std::string> more = {}) {
+  std::vector<std::string> arguments = {
+      "migrate", folder.File("source"), "--to",  "local:" + folder.File("mailbox"),
+      "--run",   folder.File("run"),    "--json"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return RunProgram("tarny", arguments, folder.Path());
+}
+
+nlohmann::json Summary(const Result& result) {
+  const nlohmann::json summary = nlohmann::json::parse(result.out, nullptr, false);
+  EXPECT_FALSE(summary.is_discarded()) << result.err;
+  return summary;
+}
+
+// What the mailbox holds, a line for each folder and item; and how many items there are.
+std::string Listing(const TemporaryFolder& folder) {
+  return RunProgram("tarny", {"mailbox", "ls", "--data", folder.File("mailbox"), "--items"},
+                    folder.Path())
+      .out;
+}
+
+int Items(const TemporaryFolder& folder) {
+  const std::string listing = Listing(folder);
+  return static_cast<int>(std::count(listing.begin(), listing.end(), '#'));
+}
+
+int Rows(const TemporaryFolder& folder) {
+  platform::SqliteDatabase ledger(folder.File("run/SQLLiteNew.db"));
+  platform::SqliteStatement query = ledger.Prepare("SELECT count(*) FROM MAILBOXINFO");
+  return query.Step() ? static_cast<int>(query.Int(0)) : -1;
+}
+
+TEST(PreparedItems, TheSamplesOfEachBodyArriveOnce) {
+  const TemporaryFolder folder;
+  std::filesystem::copy(TARNY_SOURCE "/samples/prepared", folder.File("source"),
+                        std::filesystem::copy_options::recursive);
+  const Result first = Migrate(folder);
+  ASSERT_EQ(first.status, 0) << first.err;
+  EXPECT_EQ(Summary(first)["sent"], 3);
+  EXPECT_EQ(Rows(folder), 3);
+  const std::string listing = Listing(folder);
+  EXPECT_EQ(Items(folder), 3) << listing;
+  for (const char* text : {"Notes archive", "GroupWise", "Leap day: tide table"}) {
+    EXPECT_NE(listing.find(text), std::string::npos) << listing;
+  }
+  // The source is copied: it stands as it stood.
+  EXPECT_TRUE(
+      std::filesystem::exists(folder.File("source/Notes archive/image page/ImageAttchment.txt")));
+  EXPECT_FALSE(
+      std::filesystem::exists(folder.File("source/Notes archive/image page/Imagech111.html")));
+  const Result second = Migrate(folder);
+  ASSERT_EQ(second.status, 0) << second.err;
+  EXPECT_EQ(Summary(second)["there_already"], 3);
+}
+
+TEST(PreparedItems, TheDescriptorsIdIsTheKeyAndAnItemWithoutOneArrivesOnceToo) {
+  const TemporaryFolder folder;
+  WriteItem(folder, "Team/1", "EMAIL", "<one@example.com>", "first");
+  WriteItem(folder, "Team/2", "EMAIL", "<one@example.com>", "other content, same id");
+  WriteItem(folder, "Team/3", "EMAIL", "", "no id");
+  WriteItem(folder, "Other/4", "EMAIL", "<o'brien@example.com>", "a quote in its id");
+  WriteItem(folder, "Other/5", "NONSENSE", "<five@example.com>", "no type");
+  const Result result = Migrate(folder);
+  EXPECT_EQ(result.status, 1);
+  const nlohmann::json summary = Summary(result);
+  EXPECT_EQ(summary["sent"], 3) << result.err;
+  EXPECT_EQ(summary["failed"], 2) << result.err;
+  EXPECT_NE(result.err.find("another item with its message id"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("names no type"), std::string::npos) << result.err;
+  EXPECT_EQ(Rows(folder), 2);
+  const nlohmann::json again = Summary(Migrate(folder));
+  EXPECT_EQ(again["sent"], 0);
+  EXPECT_EQ(again["there_already"], 3);
+}
+
+TEST(PreparedItems, TypesThatCannotBeSavedYetAreRefusedBeforeAnythingIsSent) {
+  const TemporaryFolder folder;
+  WriteItem(folder, "1", "EMAIL", "<one@example.com>", "x");
+  WriteItem(folder, "2", "TASK", "", "x");
+  const Result result = Migrate(folder);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("2: task: not supported yet"), std::string::npos) << result.err;
+  EXPECT_FALSE(std::filesystem::exists(folder.File("run")));
+  EXPECT_FALSE(std::filesystem::exists(folder.File("mailbox")));
+}
+
+TEST(PreparedItems, AsIsLeavesAQuotedIdOutOfTheLedgerAndThatIsSaid) {
+  const TemporaryFolder folder;
+  WriteItem(folder, "1", "EMAIL", "<o'brien@example.com>", "x");
+  const Result result = Migrate(folder, {"--as-is"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(Summary(result)["not_confirmed"], 1) << result.err;
+  EXPECT_NE(result.err.find("with --as-is a quote"), std::string::npos) << result.err;
+}
+
+TEST(Targets, EachGetsItsFoldersBelowARootOfItsOwn) {
+  const std::vector<std::pair<std::string, std::string>> places = {
+      {"mailbox", "Team"}, {"archive", "Archive/Team"}, {"public", "Team"}, {"group", "Inbox"}};
+  for (const auto& [target, place] : places) {
+    const TemporaryFolder folder;
+    const std::string mail = "Message-ID: <1@example.com>\r\nSubject: x\r\n\r\nx\r\n";
+    folder.Write("source/Team/1.eml", mail);
+    const Result result = Migrate(folder, {"--target", target, "--mailbox", "team@example.com"});
+    EXPECT_EQ(result.status, 0) << target << ": " << result.err;
+    EXPECT_TRUE(ContentsOf(folder.File("mailbox")) == (Contents{{{place, mail}, 1}})) << target;
+    EXPECT_EQ(Rows(folder), 1) << target;
+  }
+}
+
+TEST(TarnyItem, ShowsADescriptorAsJson) {
+  const TemporaryFolder folder;
+  WriteItem(folder, "1", "EMAIL", "<one@example.com>", "x");
+  const Result shown = RunProgram("tarny", {"item", folder.File("source/1")}, folder.Path());
+  ASSERT_EQ(shown.status, 0) << shown.err;
+  const nlohmann::json item = nlohmann::json::parse(shown.out);
+  EXPECT_EQ(item["type"], "mail");
+  EXPECT_EQ(item["created"], "2024-02-29T10:00:00");
+  EXPECT_EQ(item["message_id"], "<one@example.com>");
+  EXPECT_EQ(item["files"].size(), 2u);
+  EXPECT_EQ(RunProgram("tarny", {"item", folder.File("source")}, folder.Path()).status, 1);
+  EXPECT_EQ(RunProgram("tarny", {"item"}, folder.Path()).status, 2);
+}
+
+TEST(RunFolder, ADamagedLedgerOrJournalIsToldBeforeAnythingIsSent) {
+  for (const char* name : {"SQLLiteNew.db", "journal.db"}) {
+    const TemporaryFolder folder;
+    WriteItem(folder, "1", "EMAIL", "<one@example.com>", "x");
+    ASSERT_EQ(Migrate(folder).status, 0);
+    folder.Write("run/" + std::string(name), std::string(8192, 'x'));
+    WriteItem(folder, "2", "EMAIL", "<two@example.com>", "x");
+    const Result result = Migrate(folder);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("cannot be used"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find(name), std::string::npos) << result.err;
+    EXPECT_EQ(Items(folder), 1);
+  }
+}
+
+}  // namespace
+}  // namespace system_test
