@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -126,6 +127,21 @@ TEST(PreparedItems, AsIsLeavesAQuotedIdOutOfTheLedgerAndThatIsSaid) {
   EXPECT_NE(result.err.find("with --as-is a quote"), std::string::npos) << result.err;
 }
 
+TEST(PreparedItems, TwentyItemsInARowWithoutProofStopTheRun) {
+  const TemporaryFolder folder;
+  for (int i = 10; i < 35; ++i) {
+    const std::string number = std::to_string(i);
+    WriteItem(folder, number, "EMAIL", "<o'brien" + number + "@example.com>", "x");
+  }
+  const Result result = Migrate(folder, {"--as-is"});
+  EXPECT_EQ(result.status, 1);
+  const nlohmann::json summary = Summary(result);
+  EXPECT_EQ(summary["not_confirmed"], 20);
+  EXPECT_EQ(summary["not_reached"], 5);
+  EXPECT_NE(result.err.find("20 items in a row could not be confirmed"), std::string::npos)
+      << result.err;
+}
+
 TEST(Targets, EachGetsItsFoldersBelowARootOfItsOwn) {
   const std::vector<std::pair<std::string, std::string>> places = {
       {"mailbox", "Team"}, {"archive", "Archive/Team"}, {"public", "Team"}, {"group", "Inbox"}};
@@ -152,6 +168,20 @@ TEST(TarnyItem, ShowsADescriptorAsJson) {
   EXPECT_EQ(item["files"].size(), 2u);
   EXPECT_EQ(RunProgram("tarny", {"item", folder.File("source")}, folder.Path()).status, 1);
   EXPECT_EQ(RunProgram("tarny", {"item"}, folder.Path()).status, 2);
+}
+
+TEST(RunFolder, ADiskThatTakesNoMoreIsToldBeforeAnythingIsSent) {
+  const TemporaryFolder folder;
+  WriteItem(folder, "1", "EMAIL", "<one@example.com>", "x");
+  // A file may not grow beyond half a kilobyte: to the programs, a disk that is full.
+  const std::string err = folder.File("err");
+  const std::string command = "trap '' XFSZ; ulimit -f 1; exec " TARNY_BIN "/tarny migrate " +
+                              folder.File("source") + " --to local:" + folder.File("mailbox") +
+                              " --run " + folder.File("run") + " 2> " + err;
+  EXPECT_NE(std::system(command.c_str()), 0);
+  EXPECT_NE(test_support::ReadAll(err).find("cannot be used: its journal"), std::string::npos)
+      << test_support::ReadAll(err);
+  EXPECT_FALSE(std::filesystem::exists(folder.File("mailbox/mailbox.db")));
 }
 
 TEST(RunFolder, ADamagedLedgerOrJournalIsToldBeforeAnythingIsSent) {
