@@ -1,0 +1,651 @@
+#include "html/charset/EncodingConvert.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <type_traits>
+#include <utility>
+
+#include "html/charset/CharsetNames.h"
+#include "html/charset/CharsetTables.h"
+#include "html/charset/ConvertLoops.h"
+#include "html/charset/Japanese.h"
+#include "html/charset/Korean.h"
+#include "html/charset/UtfForms.h"
+#include "mime/base/LogContextExitor.h"
+#include "mime/base/StringBuffer.h"
+#include "platform/NarrowText.h"
+
+namespace mail {
+
+std::atomic<bool> g_joinSurrogates{true};
+
+namespace {
+
+using Bytes = std::span<const unsigned char>;
+
+constexpr unsigned kAscii = 20127;
+constexpr unsigned kUtf16 = 1200;
+constexpr unsigned kUtf16BigEndian = 1201;
+constexpr unsigned kUtf7 = 65000;
+constexpr unsigned kUtf8 = 65001;
+constexpr unsigned kShiftJis = 932;
+constexpr unsigned kKorean = 949;
+constexpr unsigned kMacArabic = 10004;
+
+// Lower numbers name binary-to-text encodings; but the lowest code page is 37.
+constexpr unsigned kFirstCodePage = 100;
+constexpr unsigned kIbm037 = 37;
+
+bool isCharset(unsigned nPage) { return nPage >= kFirstCodePage || nPage == kIbm037; }
+bool isUtf16(unsigned nPage) { return nPage == kUtf16 || nPage == kUtf16BigEndian; }
+bool isUtf32(unsigned nPage) {
+  return nPage == 12000 || nPage == 12001 || nPage == 65005 || nPage == 65006;
+}
+bool isBigEndian(unsigned nPage) {
+  return nPage == kUtf16BigEndian || nPage == 12001 || nPage == 65006;
+}
+bool isIso2022Jp(unsigned nPage) { return nPage >= 50220 && nPage <= 50222; }
+bool isIso2022Kr(unsigned nPage) { return nPage == 50225; }
+
+// What us-ascii text is trusted to be without a look.
+bool isAsciiSuperset(unsigned nPage) {
+  return nPage == kUtf8 || (nPage >= 1250 && nPage <= 1258) || (nPage >= 28591 && nPage <= 28605);
+}
+
+// Pages in which an unmappable start takes the byte behind it along, when it is not just dropped.
+bool skipsPairs(unsigned nPage) {
+  constexpr std::array kPages = {932U, 936U, 949U, 950U, 51932U, 51936U, 51949U};
+  return std::find(kPages.begin(), kPages.end(), nPage) != kPages.end();
+}
+
+// A marker in the pivot: these two bytes, a length, and as many bytes for the output.
+constexpr std::string_view kMarker = "\xFD\xEF";
+constexpr std::size_t kMarkerHeader = 3;
+constexpr std::size_t kMaxMarked = 5;
+
+std::string_view viewOf(Bytes arrBytes) {
+  return {reinterpret_cast<const char*>(arrBytes.data()), arrBytes.size()};
+}
+
+// --- Byte order marks. ---
+
+struct Mark {
+  std::string_view strBytes;
+  bool bBigEndian;
+};
+constexpr std::array kUtf16Marks = {Mark{{"\xFE\xFF", 2}, true}, Mark{{"\xFF\xFE", 2}, false}};
+constexpr std::array kUtf32Marks = {Mark{{"\0\0\xFE\xFF", 4}, true},
+                                    Mark{{"\xFF\xFE\0\0", 4}, false}};
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+
+// Takes the mark of the source page off the front; the result says which byte order is meant.
+bool takeMark(unsigned nPage, Bytes& arrIn) {
+  if (nPage == kUtf8 && viewOf(arrIn).starts_with(kUtf8Mark)) arrIn = arrIn.subspan(3);
+  if (!isUtf16(nPage) && !isUtf32(nPage)) return false;
+  for (const Mark& objMark : isUtf16(nPage) ? kUtf16Marks : kUtf32Marks) {
+    if (!viewOf(arrIn).starts_with(objMark.strBytes)) continue;
+    arrIn = arrIn.subspan(objMark.strBytes.size());
+    return objMark.bBigEndian;
+  }
+  return isBigEndian(nPage);
+}
+
+// --- Mac Arabic. ---
+
+constexpr bool isOneOf(unsigned ch,
+                       std::initializer_list<std::pair<unsigned, unsigned>> arrRanges) {
+  for (const auto& [nFirst, nLast] : arrRanges) {
+    if (ch >= nFirst && ch <= nLast) return true;
+  }
+  return false;
+}
+
+constexpr bool isRightToLeft(unsigned ch) {
+  return isOneOf(ch, {{0x81, 0x81},
+                      {0x8C, 0x8C},
+                      {0x93, 0x93},
+                      {0x98, 0x98},
+                      {0x9B, 0x9B},
+                      {0xA0, 0xA4},
+                      {0xA6, 0xAB},
+                      {0xAD, 0xBA},
+                      {0xBC, 0xBE},
+                      {0xC0, 0xC0},
+                      {0xDB, 0xDF},
+                      {0xFB, 0xFD}});
+}
+
+// Right-to-left duplicates of punctuation and digits become their ordinary forms.
+constexpr unsigned char foldMacArabic(unsigned ch) {
+  if (ch == 0x81) return 0xA0;
+  const bool bDuplicate = isOneOf(
+      ch, {{0xA0, 0xA4}, {0xA6, 0xAB}, {0xAD, 0xBA}, {0xBC, 0xBE}, {0xDB, 0xDF}, {0xFB, 0xFD}});
+  return static_cast<unsigned char>(bDuplicate ? ch - 0x80 : ch);
+}
+
+void unfoldMacArabic(unsigned char* p, std::size_t nBytes) {
+  unsigned char* const pEnd = p + nBytes;
+  while (p < pEnd) {
+    unsigned char* pRunEnd = std::find_if_not(p, pEnd, isRightToLeft);
+    std::reverse(p, pRunEnd);
+    for (; p < pRunEnd; ++p) *p = foldMacArabic(*p);
+    p = std::find_if(p, pEnd, isRightToLeft);
+  }
+}
+
+// us-ascii text that became UTF-8 holds neither NULs nor bytes of 0x80 and more.
+void keepAsciiOnly(DataBuffer& out) {
+  unsigned char* const pStart = out.getData();
+  if (pStart == nullptr) return;
+  unsigned char* const pEnd = pStart + out.getSize();
+  unsigned char* const pKept =
+      std::remove_if(pStart, pEnd, [](unsigned char ch) { return !ascii_runs::isAscii(ch); });
+  out.chop(static_cast<std::size_t>(pEnd - pKept));
+}
+
+// UTF-8 for a conversion that does something about what is missing: such a piece has the length
+// that its lead byte claims.
+struct ClaimedUtf8Source : convert_loops::Utf8Source {
+  static convert_loops::Taken take(const unsigned char* p, const unsigned char* pEnd) {
+    convert_loops::Taken objTaken = Utf8Source::take(p, pEnd);
+    if (objTaken.nChar != convert_loops::kMissing) return objTaken;
+    const std::size_t nClaimed = *p < 0x80 ? 1 : (*p & 0x20) == 0 ? 2 : (*p & 0x10) == 0 ? 3 : 4;
+    const auto nLeft = static_cast<std::size_t>(pEnd - p);
+    // What is missing although it is complete has a zero in it or is overlong.
+    return {nClaimed > nLeft ? nLeft : 1, convert_loops::kMissing};
+  }
+};
+
+}  // namespace
+
+bool EncodingConvert::setSubstitution(std::string_view strBytes) {
+  if (strBytes.size() > kMaxSubstitution) return false;
+  std::copy(strBytes.begin(), strBytes.end(), m_substitution.begin());
+  m_nSubstitution = static_cast<std::uint32_t>(strBytes.size());
+  return true;
+}
+
+bool EncodingConvert::fail() {
+  m_hadErrors = true;
+  return false;
+}
+
+// --- The main operation and its forms. ---
+
+bool EncodingConvert::EncConvert(std::string_view strFrom, std::string_view strTo,
+                                 const void* pBytes, std::size_t nBytes, DataBuffer& out,
+                                 LogBase& log) {
+  StringBuffer strName(strFrom);
+  auto nFrom = static_cast<unsigned>(nameToCodePage(strName));
+  if (nFrom == 0) {
+    log.LogError("Unrecognized fromCharset");
+    log.LogData("charsetName", strFrom);
+    nFrom = kUtf8;
+  }
+  (void)strName.setString(strTo);
+  const auto nTo = static_cast<unsigned>(nameToCodePage(strName));
+  return EncConvert(nFrom, nTo != 0 ? nTo : kUtf8, pBytes, nBytes, out, log);
+}
+
+bool EncodingConvert::EncConvertFromAnsi(unsigned nTo, const void* pBytes, std::size_t nBytes,
+                                         DataBuffer& out, LogBase& log) {
+  return EncConvert(platform::AnsiCodePage(), nTo, pBytes, nBytes, out, log);
+}
+
+bool EncodingConvert::EncConvertToAnsi(unsigned nFrom, const void* pBytes, std::size_t nBytes,
+                                       DataBuffer& out, LogBase& log) {
+  return EncConvert(nFrom, platform::AnsiCodePage(), pBytes, nBytes, out, log);
+}
+
+bool EncodingConvert::EncConvertWithPreamble(unsigned nFrom, unsigned nTo, const void* pBytes,
+                                             std::size_t nBytes, DataBuffer& out, LogBase& log) {
+  const unsigned nTarget = nTo != 0 ? nTo : nFrom;
+  bool bOk = true;
+  if (nTarget == kUtf8) bOk = out.append(kUtf8Mark);
+  if (nTarget == kUtf16) bOk = out.append(std::string_view("\xFF\xFE"));
+  if (nTarget == kUtf16BigEndian) bOk = out.append(std::string_view("\xFE\xFF"));
+  return bOk && EncConvert(nFrom, nTo, pBytes, nBytes, out, log);
+}
+
+bool EncodingConvert::EncConvert(unsigned nFrom, unsigned nTo, const void* pBytes,
+                                 std::size_t nBytes, DataBuffer& out, LogBase& log) {
+  m_hadErrors = false;
+  if (pBytes == nullptr || nBytes == 0) return true;
+  const Bytes arrIn(static_cast<const unsigned char*>(pBytes), nBytes);
+  if (nBytes > 6 && viewOf(arrIn).starts_with("%PDF-1")) return out.append(pBytes, nBytes);
+  const LogContextExitor objContext(log, "EncConvert");
+  if (log.m_bVerbose) {
+    log.LogDataLong("fromCodePage", nFrom);
+    log.LogDataLong("toCodePage", nTo);
+  }
+  if (nTo == 0) nTo = nFrom;
+  if (nFrom == 0 || nFrom == nTo) return out.append(pBytes, nBytes);
+  if (!isCharset(nFrom) || !isCharset(nTo)) return false;
+  m_honourMarkers = false;
+  m_fromCodePage = nFrom;
+  m_toCodePage = nTo;
+  if (nFrom == kMacArabic) return fromMacArabic(arrIn, out, log);
+  if (isIso2022Jp(nFrom) || isIso2022Kr(nFrom)) return fromIso2022(arrIn, out, log);
+  return dispatch(arrIn, out, log);
+}
+
+bool EncodingConvert::dispatch(Bytes arrIn, DataBuffer& out, LogBase& log) {
+  if (m_toCodePage == kUtf7) return toUtf7(arrIn, out, log);
+  if (isUtf32(m_toCodePage)) return toUtf32(arrIn, out, log);
+  if (m_toCodePage == kUtf16BigEndian) return toUtf16BigEndian(arrIn, out, log);
+  if (isIso2022Jp(m_toCodePage) || isIso2022Kr(m_toCodePage)) return toIso2022(arrIn, out, log);
+  return convert_a(m_fromCodePage, m_toCodePage, arrIn, out, log);
+}
+
+// --- Families of the source. ---
+
+bool EncodingConvert::fromMacArabic(Bytes arrIn, DataBuffer& out, LogBase& log) {
+  DataBuffer arrCopy;
+  if (!arrCopy.append(arrIn.data(), arrIn.size())) return fail();
+  unfoldMacArabic(arrCopy.getData(), arrCopy.getSize());
+  return dispatch(arrCopy.bytes(), out, log);
+}
+
+bool EncodingConvert::fromIso2022(Bytes arrIn, DataBuffer& out, LogBase& log) {
+  log.LogInfo("Converting from iso-2022-*");
+  const bool bJapanese = isIso2022Jp(m_fromCodePage);
+  const unsigned nDouble = bJapanese ? kShiftJis : kKorean;
+  const unsigned nTo = m_toCodePage;
+  DataBuffer arrDouble;
+  const bool bWhole = bJapanese
+                          ? Japanese().iso2022ToShiftJis(arrIn.data(), arrIn.size(), arrDouble, log)
+                          : Korean().iso2022ToKsc(arrIn.data(), arrIn.size(), arrDouble);
+  bool bResult = true;
+  if (nTo == nDouble) {
+    bResult = out.append(arrDouble);
+  } else if (!arrDouble.isEmpty()) {
+    bResult = EncConvert(nDouble, nTo, arrDouble.getData(), arrDouble.getSize(), out, log);
+  }
+  m_hadErrors = m_hadErrors || !bWhole;
+  return bResult;
+}
+
+// --- Families of the target. ---
+
+bool EncodingConvert::toUtf7(Bytes arrIn, DataBuffer& out, LogBase& log) {
+  m_toCodePage = kUtf16;
+  DataBuffer arrUnits;
+  if (!convert_a(m_fromCodePage, kUtf16, arrIn, arrUnits, log)) return fail();
+  return utf_forms::unitsToUtf7(arrUnits.bytes(), out) || fail();
+}
+
+bool EncodingConvert::toUtf32(Bytes arrIn, DataBuffer& out, LogBase& log) {
+  const bool bBigEndian = isBigEndian(m_toCodePage);
+  DataBuffer arrUtf8;
+  if (m_fromCodePage != kUtf8) {
+    m_toCodePage = kUtf8;
+    if (!convert_a(m_fromCodePage, kUtf8, arrIn, arrUtf8, log)) return fail();
+    arrIn = arrUtf8.bytes();
+  }
+  log.LogInfo("converting from utf-8 to utf-32");
+  return utf_forms::utf8ToUtf32(arrIn, bBigEndian, out, m_hadErrors) || fail();
+}
+
+bool EncodingConvert::toUtf16BigEndian(Bytes arrIn, DataBuffer& out, LogBase& log) {
+  m_toCodePage = kUtf16;
+  const std::size_t nBefore = out.getSize();
+  if (!convert_a(m_fromCodePage, kUtf16, arrIn, out, log)) m_hadErrors = true;
+  const std::size_t nWritten = out.getSize() - nBefore;
+  out.chop(nWritten % 2);
+  if (nWritten > 1) utf_forms::swapPairs(out.getData() + nBefore, nWritten / 2);
+  return true;
+}
+
+bool EncodingConvert::toIso2022(Bytes arrIn, DataBuffer& out, LogBase& log) {
+  const bool bJapanese = isIso2022Jp(m_toCodePage);
+  m_toCodePage = bJapanese ? kShiftJis : kKorean;
+  DataBuffer arrDouble;
+  const bool bResult = convert_a(m_fromCodePage, m_toCodePage, arrIn, arrDouble, log) || fail();
+  if (arrDouble.isEmpty()) return bResult;
+  const bool bWhole =
+      bJapanese ? Japanese().shiftJisToIso2022(arrDouble.getData(), arrDouble.getSize(), out, log)
+                : Korean().kscToIso2022(arrDouble.getData(), arrDouble.getSize(), out);
+  m_hadErrors = m_hadErrors || !bWhole;
+  return bResult;
+}
+
+// --- The step between any two of the pages with tables, UTF-8 and UTF-16 (UTF-7 and UTF-32 as the
+// source too). ---
+
+bool EncodingConvert::convert_a(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out,
+                                LogBase& log) {
+  const LogContextExitor objContext(log, "convert_a");
+  if (arrIn.empty()) return true;
+  const bool bBigEndian = takeMark(nFrom, arrIn);
+  if (arrIn.empty()) return true;
+  if (nFrom == nTo) return out.append(arrIn.data(), arrIn.size()) || fail();
+  if (nFrom == kAscii && isAsciiSuperset(nTo)) {
+    if (!out.append(arrIn.data(), arrIn.size())) return fail();
+    if (nTo == kUtf8) keepAsciiOnly(out);
+    return true;
+  }
+  DataBuffer arrOther;  // the source in UTF-8, or in UTF-16 of the host's byte order
+  if (isUtf16(nFrom)) {
+    nFrom = kUtf16;
+    if (bBigEndian) {
+      if (!arrOther.append(arrIn.data(), arrIn.size() & ~std::size_t{1})) return fail();
+      utf_forms::swapPairs(arrOther.getData(), arrOther.getSize() / 2);
+      arrIn = arrOther.bytes();
+    }
+  } else if (isUtf32(nFrom)) {
+    log.LogInfo("converting from utf-32 to utf-8");
+    if (!utf_forms::utf32ToUtf8(arrIn, bBigEndian, arrOther, m_hadErrors)) return fail();
+    nFrom = kUtf8;
+    arrIn = arrOther.bytes();
+  } else if (nFrom == kUtf7) {
+    if (!utf_forms::utf7ToUnits(arrIn, arrOther)) return fail();
+    nFrom = kUtf16;
+    arrIn = arrOther.bytes();
+  }
+  if (arrIn.empty()) return true;
+  if (nFrom == nTo) return out.append(arrIn.data(), arrIn.size()) || fail();
+  if (nFrom == kUtf16) return convertUnits(nTo, arrIn, out, log);
+  if (nTo == kUtf16) return convertToUnits(nFrom, arrIn, out, log);
+  return convertByPivot(nFrom, nTo, arrIn, out, log);
+}
+
+bool EncodingConvert::convertUnits(unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log) {
+  if (nTo != kUtf8) return convertFromUnicodeHC(nTo, arrIn, out, log);
+  log.LogInfo("converting from utf-16 to utf-8");
+  return convertFromUnicode(arrIn, out);
+}
+
+bool EncodingConvert::convertToUnits(unsigned nFrom, Bytes arrIn, DataBuffer& out, LogBase& log) {
+  if (nFrom != kUtf8) return convertToUnicodeHC(nFrom, arrIn, out, log);
+  log.LogInfo("converting from utf-8 to utf-16");
+  return cv_utf8_to_utf16(arrIn, out, log);
+}
+
+bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out,
+                                     LogBase& log) {
+  log.LogInfo(nTo == kUtf8     ? "Converting to utf-8 using utf-16 as a pivot table..."
+              : nFrom == kUtf8 ? "Converting from utf-8 using utf-16 as a pivot table..."
+                               : "Converting by using utf-16 as a pivot table...");
+  if (m_errorAction == kDrop) return convertInOneLoop(nFrom, nTo, arrIn, out, log);
+  DataBuffer arrUnits;
+  if (!arrUnits.reserve(2 * arrIn.size() + 4)) return fail();
+  m_nMarkers = 0;
+  m_emitMarkers = true;
+  bool bResult = convertToUnits(nFrom, arrIn, arrUnits, log);
+  m_emitMarkers = false;
+  if (!bResult && log.m_bVerbose) log.LogInfo("convertToUnicodeHC failed.");
+  if (bResult && !arrUnits.isEmpty()) {
+    m_honourMarkers = true;
+    bResult = convertUnits(nTo, arrUnits.bytes(), out, log);
+    m_honourMarkers = false;
+    if (!bResult && log.m_bVerbose) {
+      log.LogInfo(nTo == kUtf8 ? "convertFromUnicode failed." : "convertFromUnicodeHC failed.");
+    }
+  }
+  return bResult;
+}
+
+// --- Both halves of the pivot as one loop, for the action that leaves out what does not map. ---
+
+namespace {
+
+// Runs the loop for one source and one sink; false for want of memory.
+template <class Source, class Sink>
+bool convertAll(const Source& objSource, const Sink& objSink, Bytes arrIn, DataBuffer& out,
+                convert_loops::Faults& objFaults) {
+  const unsigned char* p = arrIn.data();
+  std::size_t nMissing = 0;
+  return convert_loops::convertLoop</*kStopAtMissing=*/false>(
+             objSource, objSink, p, p + arrIn.size(), out, objFaults, nMissing) ==
+         convert_loops::Stop::kAtEnd;
+}
+
+// Room for the usual case at once, so that a long text does not grow its buffer step by step; it is
+// no failure if there is none.
+void reserveFor(std::size_t nBytes, DataBuffer& out) {
+  if (nBytes > convert_loops::kBlock) (void)out.reserve(nBytes);
+}
+
+// Calls fnConvert with the source that reads the page; false if the page has no table.
+template <class Convert>
+bool withSource(unsigned nPage, Convert fnConvert) {
+  if (nPage == kUtf8) return fnConvert(convert_loops::Utf8Source{});
+  if (charset_tables::hasPairs(nPage)) {
+    const HashConvert* pTable = charset_tables::toUnicode(nPage);
+    return pTable != nullptr && fnConvert(convert_loops::PairSource{*pTable});
+  }
+  const UnicodeLookup* pTable = charset_tables::unicodeLookup(nPage);
+  return pTable != nullptr && fnConvert(convert_loops::SingleSource{*pTable});
+}
+
+}  // namespace
+
+bool EncodingConvert::convertInOneLoop(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out,
+                                       LogBase& log) {
+  const HashConvert* const pTarget = nTo != kUtf8 ? charset_tables::fromUnicode(nTo) : nullptr;
+  convert_loops::Faults objFaults;
+  bool bRead = false;
+  bool bDone = true;
+  (void)withSource(nFrom, [&](const auto& objSource) {
+    using Source = std::decay_t<decltype(objSource)>;
+    bRead = true;
+    if constexpr (!std::is_same_v<Source, convert_loops::Utf8Source>) {
+      if (nTo == kUtf8) {
+        reserveFor(arrIn.size() + arrIn.size() / 2, out);
+        bDone = convertAll(objSource, convert_loops::Utf8Sink{}, arrIn, out, objFaults);
+        return bDone;
+      }
+    }
+    if (pTarget == nullptr) return bDone = false;
+    reserveFor(arrIn.size(), out);
+    return bDone = convertAll(objSource, convert_loops::TableSink{*pTarget}, arrIn, out, objFaults);
+  });
+  if (objFaults.bSource || objFaults.bSink) m_hadErrors = true;
+  if (!bRead) log.LogInfo("ensureHashToUnicode failed.");
+  if (!bRead && log.m_bVerbose) log.LogInfo("convertToUnicodeHC failed.");
+  if (bRead && !bDone && log.m_bVerbose) log.LogInfo("convertFromUnicodeHC failed.");
+  if (!bRead || !bDone) return fail();
+  return !objFaults.bSink;
+}
+
+// --- One half at a time. ---
+
+// The loop, with a stop at each piece that does not map when there is something to do about it.
+// False for want of memory and when the sink lacked a character.
+template <class Source, class Sink>
+bool EncodingConvert::convertWithActions(const Source& objSource, const Sink& objSink, Bytes arrIn,
+                                         DataBuffer& out, LogBase& log) {
+  convert_loops::Faults objFaults;
+  if (m_errorAction == kDrop) {
+    const bool bDone = convertAll(objSource, objSink, arrIn, out, objFaults);
+    if (!bDone || objFaults.bSource || objFaults.bSink) m_hadErrors = true;
+    return bDone && !objFaults.bSink;
+  }
+  const unsigned nPage = Source::kWide ? kUtf16 : m_fromCodePage;
+  const unsigned char* p = arrIn.data();
+  const unsigned char* const pEnd = p + arrIn.size();
+  while (p < pEnd) {
+    std::size_t nMissing = 0;
+    const auto nStop = convert_loops::convertLoop</*kStopAtMissing=*/true>(
+        objSource, objSink, p, pEnd, out, objFaults, nMissing);
+    if (nStop == convert_loops::Stop::kNoMemory) return fail();
+    if (nStop == convert_loops::Stop::kAtMissing) {
+      m_hadErrors = true;
+      actOn({p, nMissing}, nPage, out, log);
+      p += nMissing;
+    }
+  }
+  return !objFaults.bSink;
+}
+
+bool EncodingConvert::convertToUnicodeHC(unsigned nPage, Bytes arrIn, DataBuffer& out,
+                                         LogBase& log) {
+  const LogContextExitor objContext(log, "convertToUnicodeHC");
+  if (log.m_bVerbose) {
+    log.LogDataLong("fromCodePage", nPage);
+    log.LogDataLong("inDataLen", static_cast<std::int64_t>(arrIn.size()));
+  }
+  if (!out.reserve(2 * arrIn.size())) return fail();
+  return charset_tables::hasPairs(nPage) ? convertToUnicodeHCVar(nPage, arrIn, out, log)
+                                         : convertToUnicodeByLookup(nPage, arrIn, out, log);
+}
+
+bool EncodingConvert::convertToUnicodeByLookup(unsigned nPage, Bytes arrIn, DataBuffer& out,
+                                               LogBase& log) {
+  const UnicodeLookup* const pTable = charset_tables::unicodeLookup(nPage);
+  if (pTable == nullptr) {
+    log.LogInfo("ensureHashToUnicode failed.");
+    return fail();
+  }
+  return convertWithActions(convert_loops::SingleSource{*pTable}, convert_loops::UnitSink{}, arrIn,
+                            out, log);
+}
+
+bool EncodingConvert::convertToUnicodeHCVar(unsigned nPage, Bytes arrIn, DataBuffer& out,
+                                            LogBase& log) {
+  const HashConvert* const pTable = charset_tables::toUnicode(nPage);
+  if (pTable == nullptr) {
+    log.LogInfo("convertToUnicodeHCVar: missing hc");
+    return fail();
+  }
+  const std::size_t nSkip = m_errorAction != kDrop && skipsPairs(nPage) ? 2 : 1;
+  const bool bHadErrors = std::exchange(m_hadErrors, false);
+  const bool bResult = convertWithActions(convert_loops::PairSource{*pTable, nSkip},
+                                          convert_loops::UnitSink{}, arrIn, out, log);
+  if (m_hadErrors && log.m_bVerbose) log.LogInfo("imperfect conversion in convertToUnicodeHCVar");
+  m_hadErrors = m_hadErrors || bHadErrors;
+  return bResult;
+}
+
+bool EncodingConvert::cv_utf8_to_utf16(Bytes arrIn, DataBuffer& out, LogBase& log) {
+  reserveFor(2 * arrIn.size(), out);
+  if (m_errorAction == kDrop) {
+    return convertWithActions(convert_loops::Utf8Source{}, convert_loops::UnitSink{}, arrIn, out,
+                              log);
+  }
+  return convertWithActions(ClaimedUtf8Source{}, convert_loops::UnitSink{}, arrIn, out, log);
+}
+
+bool EncodingConvert::convertFromUnicodeHC(unsigned nPage, Bytes arrIn, DataBuffer& out,
+                                           LogBase& log) {
+  const LogContextExitor objContext(log, "convertFromUnicodeHC");
+  if (log.m_bVerbose) {
+    log.LogDataLong("toCodePage", nPage);
+    log.LogDataLong("inDataLen", static_cast<std::int64_t>(arrIn.size()));
+    log.LogData("isLittleEndian", "1");
+  }
+  const HashConvert* const pTable = charset_tables::fromUnicode(nPage);
+  if (pTable == nullptr) {
+    log.LogInfo("ensureHashFromUnicode failed.");
+    return fail();
+  }
+  if (arrIn.size() < 2) return fail();
+  reserveFor(arrIn.size(), out);
+  return honourMarkers(arrIn, kMarkerHeader, out, [&](Bytes arrText) {
+    return convertWithActions(convert_loops::UnitSource{}, convert_loops::TableSink{*pTable},
+                              arrText.first(arrText.size() & ~std::size_t{1}), out, log);
+  });
+}
+
+// U+0000 does not pass: there is no NUL in the output.
+bool EncodingConvert::convertFromUnicode(Bytes arrIn, DataBuffer& out) {
+  reserveFor(arrIn.size(), out);
+  const bool bJoin = m_pairSurrogates && g_joinSurrogates;
+  const bool bDone = honourMarkers(arrIn, kMarkerHeader + 1, out, [&](Bytes arrText) {
+    const bool bWhole = arrText.size() % 2 == 0;
+    return utf_forms::unitsToUtf8(arrText, bJoin, out) && bWhole;
+  });
+  return bDone || fail();
+}
+
+// --- What is put in place of the unmappable. ---
+
+// Converts arrIn by fnConvert, but for the markers in it, whose bytes are copied. Stage one counts
+// what it wrote, so that a text's own U+EFFD (a user-defined character of 950) is no marker where
+// none was put. nLeast is how many bytes there must be for a marker to be looked for.
+template <class Convert>
+bool EncodingConvert::honourMarkers(Bytes arrIn, std::size_t nLeast, DataBuffer& out,
+                                    Convert fnConvert) {
+  bool bResult = true;
+  std::size_t nTextEnd = 0;
+  while (m_honourMarkers && m_nMarkers > 0 && arrIn.size() - nTextEnd >= nLeast) {
+    if (!viewOf(arrIn.subspan(nTextEnd)).starts_with(kMarker)) {
+      nTextEnd += 2;
+      continue;
+    }
+    --m_nMarkers;
+    if (nTextEnd != 0) bResult = fnConvert(arrIn.first(nTextEnd)) && bResult;
+    arrIn = arrIn.subspan(nTextEnd + kMarkerHeader);
+    nTextEnd = 0;
+    const std::size_t nLength = arrIn.data()[-1];
+    if (nLength > kMaxMarked) continue;
+    const std::size_t nMarked = std::min(nLength, arrIn.size());
+    bResult = out.append(arrIn.data(), nMarked) && bResult;
+    arrIn = arrIn.subspan(nMarked);
+  }
+  return (arrIn.empty() || fnConvert(arrIn)) && bResult;
+}
+
+void EncodingConvert::actOn(Bytes arrMissing, unsigned nPage, DataBuffer& out, LogBase& log) {
+  const bool bToUnicode = nPage != kUtf16;
+  switch (m_errorAction) {
+    case kSubstitute:
+      putReplacement({m_substitution.data(), m_nSubstitution}, out);
+      break;
+    case kHexReference: {
+      constexpr std::string_view kDigits = "0123456789ABCDEF";
+      std::array<char, 16> aText{'&', '#', 'x'};
+      std::size_t nLength = 3;
+      for (const unsigned char ch : arrMissing) {
+        aText[nLength++] = kDigits[ch >> 4];
+        aText[nLength++] = kDigits[ch & 0xF];
+      }
+      aText[nLength++] = ';';
+      putReplacement({aText.data(), nLength}, out);
+      break;
+    }
+    case kAlternatePage:
+      putAlternate(arrMissing, nPage, out, log);
+      break;
+    case kKeepBytes:
+      putReplacement(viewOf(arrMissing), out);
+      break;
+    case kLatin1:
+      if (!bToUnicode) break;
+      for (const unsigned char ch : arrMissing) {
+        const std::array<unsigned char, 2> aUnit = {ch, 0};
+        (void)out.append(aUnit.data(), aUnit.size());
+      }
+      break;
+    default:
+      break;
+  }
+}
+
+// Bytes of the target, in the pivot behind markers; a long text takes several.
+void EncodingConvert::putReplacement(std::string_view strBytes, DataBuffer& out) {
+  if (!m_emitMarkers) {
+    (void)out.append(strBytes);
+    return;
+  }
+  while (!strBytes.empty()) {
+    const std::string_view strMarked = strBytes.substr(0, kMaxMarked);
+    (void)out.append(kMarker);
+    (void)out.appendChar(static_cast<unsigned char>(strMarked.size()));
+    (void)out.append(strMarked);
+    ++m_nMarkers;
+    strBytes.remove_prefix(strMarked.size());
+  }
+}
+
+void EncodingConvert::putAlternate(Bytes arrMissing, unsigned nPage, DataBuffer& out,
+                                   LogBase& log) {
+  EncodingConvert objInner;  // with the default action
+  objInner.m_pairSurrogates = m_pairSurrogates;
+  DataBuffer arrBytes;
+  const unsigned nTo = m_alternateCodePage != 0 ? m_alternateCodePage : m_toCodePage;
+  (void)objInner.EncConvert(nPage, nTo, arrMissing.data(), arrMissing.size(), arrBytes, log);
+  putReplacement(arrBytes.view(), out);
+}
+
+}  // namespace mail

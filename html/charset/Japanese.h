@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+
+#include "mime/base/DataBuffer.h"
+#include "mime/base/LogBase.h"
+
+namespace mail {
+
+// ISO-2022-JP, the 7-bit form of Japanese mail, to and from Shift_JIS (page 932), by arithmetic: no
+// table of characters is needed. Output is appended. The results are false when something was left
+// out and for want of memory.
+class Japanese {
+ public:
+  // Escapes: ESC $ @ and ESC $ B begin JIS X 0208, ESC ( I half-width katakana, ESC ( B and ESC ( J
+  // return to ASCII. Other designations are passed over, with the characters of a double-byte set
+  // among them, which Shift_JIS does not have. CR and LF return to ASCII. Bytes of 0x80 and more
+  // are taken for Shift_JIS that strayed in, and are copied.
+  bool iso2022ToShiftJis(const unsigned char* pBytes, std::size_t nBytes, DataBuffer& out,
+                         LogBase& log);
+  // Half-width katakana are widened, with a voiced or semi-voiced mark behind them drawn in; they
+  // stand in the double-byte run as the bytes of Shift_JIS (kept: readers of this text know them).
+  // User-defined characters have no place in JIS X 0208 and are left out.
+  bool shiftJisToIso2022(const unsigned char* pBytes, std::size_t nBytes, DataBuffer& out,
+                         LogBase& log);
+};
+
+}  // namespace mail

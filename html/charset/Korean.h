@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+
+#include "mime/base/DataBuffer.h"
+
+namespace mail {
+
+// ISO-2022-KR, the 7-bit form of Korean mail, to and from page 949. Output is appended; the results
+// are false when something was left out and for want of memory.
+class Korean {
+ public:
+  // The header ESC $ ) C is dropped wherever it stands and returns to ASCII; SO begins double-byte
+  // text and SI ends it.
+  bool iso2022ToKsc(const unsigned char* pBytes, std::size_t nBytes, DataBuffer& out);
+  // The header is written first, always. A pair that would become control characters is left out.
+  bool kscToIso2022(const unsigned char* pBytes, std::size_t nBytes, DataBuffer& out);
+};
+
+}  // namespace mail
