@@ -18,6 +18,7 @@ using Arguments = std::vector<std::string>;
 int RunMigrate(const Arguments& arguments);
 int RunMailbox(const Arguments& arguments);
 int RunLedger(const Arguments& arguments);
+int RunConvert(const Arguments& arguments);
 int RunItem(const Arguments& arguments);
 
 // Parses the arguments of one subcommand. False when it should end at once with *exitCode: its help

@@ -15,12 +15,13 @@ struct Command {
   int (*run)(const client::Arguments&);
   std::string_view help;
 };
-constexpr std::array<Command, 4> kCommands = {{
+constexpr auto kCommands = std::to_array<Command>({
     {"migrate", client::RunMigrate, "send mail from files on disk into a mailbox"},
     {"mailbox", client::RunMailbox, "show or export what a local mailbox holds"},
     {"item", client::RunItem, "show the descriptor of a prepared item as JSON"},
     {"ledger", client::RunLedger, "show what the ledger of a run holds"},
-}};
+    {"convert", client::RunConvert, "convert text from one charset to another"},
+});
 
 void PrintUsage(std::FILE* out) {
   std::fputs("usage: tarny SUBCOMMAND ...\n\n", out);
