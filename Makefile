@@ -12,7 +12,9 @@ build: packages
 check: build
 	ctest --preset dev -j $(JOBS)
 
-demo: build
+demo: packages
+	cmake --preset dev > build/configure.log 2>&1 || { cat build/configure.log; exit 1; }
+	cmake --build --preset dev -j $(JOBS) --target tarny TarnyOutlookEngine mailboxd
 	scripts/demo.sh
 
 bench: packages

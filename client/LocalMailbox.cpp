@@ -68,7 +68,7 @@ bool LocalMailbox::Start(const std::string& program, Console& console, std::stri
   try {
     m_process.emplace(platform::ChildProcess::Start(start));
   } catch (const std::system_error& error) {
-    throw RunError(fmt::format("{} cannot be started: {}", program, error.what()));
+    throw RunError(fmt::format("the local mailbox cannot be started: {}", error.what()));
   }
   input.readEnd.Reset();
   output.writeEnd.Reset();
