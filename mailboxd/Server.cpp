@@ -19,6 +19,7 @@
 #include "mailboxd/Certificate.h"
 #include "mailboxd/Operations.h"
 #include "mailboxd/TokenEndpoint.h"
+#include "mailboxd/WebPages.h"
 #include "platform/Base64.h"
 #include "platform/Sqlite.h"
 #include "platform/UniqueFd.h"
@@ -122,7 +123,7 @@ class Server::Implementation {
   bool Fail(const httplib::Request& request, httplib::Response& response);
   std::optional<std::string> Login(const httplib::Request& request);
   std::optional<std::string> BasicLogin(const std::string& credentials) const;
-  std::string Summary();
+  void HandlePage(const httplib::Request& request, httplib::Response& response);
   std::string UrlFor(const std::string& host) const {
     return (m_options.https ? "https://" : "http://") + host;
   }
@@ -146,6 +147,10 @@ namespace {
 // same machine only costs time.
 void Send(httplib::Response& response, int status, const char* type, std::string body) {
   response.status = status;
+  if (body.empty()) {  // a provider of nothing would leave the length out, and the client waiting
+    response.set_content("", type);
+    return;
+  }
   auto text = std::make_shared<std::string>(std::move(body));
   response.set_content_provider(text->size(), type,
                                 [text](size_t offset, size_t length, httplib::DataSink& sink) {
@@ -160,6 +165,15 @@ bool IsHost(const std::string& host) {
          host.find_first_not_of(
              "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
              ".-:[]") == std::string::npos;
+}
+
+// `host` in lower case, with or without a port.
+bool IsLoopbackName(std::string_view host) {
+  const size_t colon = host.rfind(':');
+  if (colon != std::string_view::npos && host.find(']', colon) == std::string_view::npos) {
+    host = host.substr(0, colon);
+  }
+  return host == "127.0.0.1" || host == "localhost" || host == "[::1]";
 }
 
 }  // namespace
@@ -195,8 +209,8 @@ void Server::Implementation::Configure() {
   m_http->Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
     std::string none;
     const std::string path = Lower(request.path);
-    if (path == "/") {
-      Send(response, 200, "text/plain; charset=utf-8", Summary());
+    if (IsPagePath(request.path)) {
+      HandlePage(request, response);
     } else if (path == "/autodiscover/autodiscover.xml") {
       Handle(request, response, none);
     } else {
@@ -317,17 +331,29 @@ void Server::Implementation::Handle(const httplib::Request& request, httplib::Re
   Send(response, 200, kXml, AnswerAutodiscover(body, UrlFor(host) + "/EWS/Exchange.asmx"));
 }
 
-std::string Server::Implementation::Summary() {
-  std::string text;
-  for (const MailboxInfo& box : m_store.Mailboxes()) {
-    text += (box.address.empty() ? "Public folders" : box.address) + "\n";
-    for (const FolderInfo& folder : m_store.Folders(box.id)) {
-      const std::string path = m_store.FolderPath(folder.id);
-      if (path.empty() || (folder.total == 0 && !folder.wellKnown.empty())) continue;
-      text += "  " + path + ": " + std::to_string(folder.total) + "\n";
+// A page is open to the machine's user when any login is; but then only under a name of this
+// machine, so that a web site whose name was turned to 127.0.0.1 cannot read mail.
+void Server::Implementation::HandlePage(const httplib::Request& request,
+                                        httplib::Response& response) {
+  if (m_options.user.empty()) {
+    if (!IsLoopbackName(Lower(request.get_header_value("Host")))) {
+      response.status = 403;
+      return;
     }
+  } else if (!Login(request)) {
+    response.status = 401;
+    response.set_header("WWW-Authenticate", "Basic realm=\"mailboxd\", charset=\"UTF-8\"");
+    return;
   }
-  return text;
+  WebReply reply = AnswerPage(m_store, request.path, request.get_param_value("page"));
+  response.set_header("Content-Security-Policy", kPagePolicy);
+  response.set_header("X-Content-Type-Options", "nosniff");
+  response.set_header("Referrer-Policy", "no-referrer");
+  response.set_header("Cache-Control", "no-store");
+  if (!reply.fileName.empty()) {
+    response.set_header("Content-Disposition", "attachment; filename=\"" + reply.fileName + "\"");
+  }
+  Send(response, reply.status, reply.type, std::move(reply.body));
 }
 
 Server::Server(const ServerOptions& options)

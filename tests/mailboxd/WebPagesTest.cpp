@@ -1,0 +1,220 @@
+#include "mailboxd/WebPages.h"
+
+#include <curl/curl.h>
+
+#include "mailboxd/Server.h"
+#include "platform/Unicode.h"
+#include "tests/mailboxd/LocalMailbox.h"
+
+using namespace mailbox_test;
+
+namespace {
+
+const std::string kHostile = "<script>alert(1)</script>\"'&\x01\xFF<!--";
+
+class WebPages : public testing::Test {
+ protected:
+  mailbox::FolderInfo Inbox() {
+    const std::int64_t box = m_store.Mailbox("ann@example.com");
+    return *m_store.Folder(*m_store.FindWellKnown(box, "inbox"));
+  }
+  mailbox::NewItem Add(const std::string& subject, const std::string& mime, std::int64_t folder) {
+    mailbox::NewItem item;
+    item.info.folder = folder;
+    item.info.subject = subject;
+    item.hasMime = !mime.empty();
+    item.mime = mime;
+    m_store.CreateItem(item);
+    return item;
+  }
+  mailbox::WebReply Get(const std::string& path, const std::string& page = "") {
+    mailbox::WebReply reply = mailbox::AnswerPage(m_store, path, page);
+    if (reply.fileName.empty()) {
+      EXPECT_TRUE(platform::IsValidUtf8(reply.body)) << path;
+    }
+    return reply;
+  }
+  // A page with nothing in it that a browser would run, load or take for a tag of ours.
+  void ExpectHarmless(const std::string& path) {
+    const mailbox::WebReply reply = Get(path);
+    EXPECT_EQ(reply.status, 200) << path;
+    for (const char* part : {"<script", "<!--", "<img", "http:", "src=", "\x01"}) {
+      EXPECT_EQ(reply.body.find(part), std::string::npos) << path << " holds " << part;
+    }
+    EXPECT_NE(reply.body.find("&lt;script&gt;alert(1)&lt;/script&gt;&quot;&#39;&amp;\xEF\xBF\xBD"
+                              "\xEF\xBF\xBD&lt;!--"),
+              std::string::npos)
+        << path;
+  }
+
+  TempFolder m_folder;
+  mailbox::Store m_store{m_folder.Path() + "/mailbox.db"};
+};
+
+TEST_F(WebPages, NamesFromStrangersStayText) {
+  const auto folder = m_store.CreateFolder(Inbox(), kHostile, "IPF.Note");
+  mailbox::NewItem item;
+  item.info.folder = folder->id;
+  item.info.subject = kHostile;
+  item.info.itemClass = kHostile;
+  item.info.received = kHostile;
+  item.info.from = mailbox::Address{kHostile, kHostile, "SMTP"};
+  item.info.to = {*item.info.from};
+  item.hasMime = true;
+  item.mime = kHostile + ": " + kHostile + "\r\n " + kHostile + "\r\n\r\n</pre>" + kHostile;
+  item.attachments.resize(1);
+  item.attachments[0].info.name = item.attachments[0].info.contentType = kHostile;
+  m_store.CreateItem(item);
+  m_store.Mailbox(kHostile);
+  ExpectHarmless("/");
+  ExpectHarmless("/folder/" + std::to_string(folder->id));
+  ExpectHarmless("/item/" + std::to_string(item.info.id));
+  EXPECT_EQ(CountOf(Get("/item/" + std::to_string(item.info.id)).body, "</pre>"), 1u);
+}
+
+TEST_F(WebPages, TheTreeCountsItemsAndLeavesOutWhatIsNoFolderToPeople) {
+  const auto deep = m_store.CreateFolder(*m_store.CreateFolder(Inbox(), "Projects", "IPF.Note"),
+                                         "Harbour", "IPF.Note");
+  for (int i = 0; i < 7; ++i) Add("x", "", deep->id);
+  const std::string page = Get("/").body;
+  const std::string link = "/folder/" + std::to_string(deep->id);
+  EXPECT_EQ(Find(page, link + "\">Harbour</a></td><td class=\"number\">([^<]*)<"), "7");
+  EXPECT_LT(page.find(">Projects<"), page.find(">Harbour<"));
+  EXPECT_LT(page.find(">Harbour<"), page.find(">Drafts<"));
+  EXPECT_EQ(page.find("Finder"), std::string::npos);
+  EXPECT_EQ(page.find("Deletions"), std::string::npos);
+}
+
+TEST_F(WebPages, LargeFoldersComeNewestFirstInPages) {
+  const std::int64_t inbox = Inbox().id;
+  const std::string path = "/folder/" + std::to_string(inbox);
+  EXPECT_EQ(Get(path).status, 200);
+  for (int i = 1; i <= mailbox::kItemsPerPage; ++i) Add("n" + std::to_string(i) + ".", "", inbox);
+  EXPECT_EQ(Get(path).body.find("Page 1"), std::string::npos);
+  EXPECT_EQ(Get(path, "2").status, 404);
+  Add("n101.", "", inbox);
+  const std::string first = Get(path, "1").body;
+  EXPECT_EQ(CountOf(first, "href=\"/item/"), 100u);
+  EXPECT_LT(first.find(">n101.<"), first.find(">n2.<"));
+  EXPECT_EQ(first.find(">n1.<"), std::string::npos);
+  EXPECT_NE(first.find(path + "?page=2\""), std::string::npos);
+  const std::string second = Get(path, "2").body;
+  EXPECT_EQ(CountOf(second, "href=\"/item/"), 1u);
+  EXPECT_NE(second.find(">n1.<"), std::string::npos);
+  for (const char* page : {"0", "-1", "3", "x", "1x", "99999999999999999999"}) {
+    EXPECT_EQ(Get(path, page).status, 404) << page;
+  }
+}
+
+TEST_F(WebPages, SourceIsCutAtItsBoundAndCanBeHadWhole) {
+  const std::string head = "Subject: s\r\nX-Folded: one\r\n two\r\n\r\n";
+  // The bound falls between the two bytes of a character.
+  const std::string filled = head + std::string(mailbox::kSourceShown - head.size() - 1, 'x');
+  const std::string mime = filled + "\xC3\xA9\x80 end";
+  const auto item = Add("s", mime, Inbox().id);
+  const std::string path = "/item/" + std::to_string(item.info.id);
+  const std::string page = Get(path).body;
+  EXPECT_NE(page.find("<th>X-Folded</th><td> one two</td>"), std::string::npos);
+  EXPECT_NE(page.find("The first " + std::to_string(mailbox::kSourceShown - 1) + " of " +
+                      std::to_string(mime.size()) + " bytes"),
+            std::string::npos);
+  EXPECT_EQ(page.find("\xEF\xBF\xBD"), std::string::npos);
+  const mailbox::WebReply whole = Get(path + "/source");
+  EXPECT_EQ(whole.body, mime);
+  EXPECT_EQ(std::string(whole.type).substr(0, 10), "text/plain");
+  EXPECT_FALSE(whole.fileName.empty());
+  const auto small = Add("s", filled, Inbox().id);
+  EXPECT_EQ(Get("/item/" + std::to_string(small.info.id)).body.find("The first "),
+            std::string::npos);
+}
+
+TEST_F(WebPages, UnknownIdsAreNotFound) {
+  const std::string inbox = std::to_string(Inbox().id);
+  for (const char* path :
+       {"/folder/", "/folder/999", "/folder/-1", "/folder/1'", "/item/1", "/item/1/source",
+        "/item/source", "/item//source", "/item/1/source/source", "/item/99999999999999999999"}) {
+    const mailbox::WebReply reply = Get(path);
+    EXPECT_EQ(reply.status, 404) << path;
+    EXPECT_NE(reply.body.find("Not found"), std::string::npos);
+  }
+  EXPECT_EQ(Get("/folder/" + inbox + "/").status, 404);
+  EXPECT_EQ(Get("/folder/0" + inbox + "x").status, 404);
+}
+
+struct Answer {
+  long status = 0;
+  std::string headers;
+  std::string body;
+};
+
+Answer Fetch(const std::string& url, const std::string& login, const std::string& host = "") {
+  Answer answer;
+  const auto collect = +[](char* data, size_t size, size_t count, void* text) {
+    static_cast<std::string*>(text)->append(data, size * count);
+    return size * count;
+  };
+  CURL* curl = curl_easy_init();
+  curl_slist* list = host.empty() ? nullptr : curl_slist_append(nullptr, ("Host: " + host).c_str());
+  curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
+  curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list);
+  if (!login.empty()) curl_easy_setopt(curl, CURLOPT_USERPWD, login.c_str());
+  curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, collect);
+  curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
+  curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, collect);
+  curl_easy_setopt(curl, CURLOPT_HEADERDATA, &answer.headers);
+  curl_easy_setopt(curl, CURLOPT_NOPROXY, "*");
+  EXPECT_EQ(curl_easy_perform(curl), CURLE_OK);
+  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
+  curl_slist_free_all(list);
+  curl_easy_cleanup(curl);
+  return answer;
+}
+
+TEST(WebPagesOverHttp, AnOwnedMailboxAsksForItsLogin) {
+  const TempFolder folder;
+  mailbox::ServerOptions options;
+  options.dataFolder = folder.Path();
+  options.user = "ann@example.com";
+  options.password = "secret";
+  mailbox::Server server(options);
+  server.Start();
+  server.Mailboxes().Mailbox("ann@example.com");
+  for (const char* path : {"/", "/folder/1", "/item/1", "/item/1/source"}) {
+    for (const char* login : {"", "ann@example.com:wrong", "eve@example.com:secret"}) {
+      const Answer refused = Fetch(server.Url() + path, login);
+      EXPECT_EQ(refused.status, 401) << path << login;
+      EXPECT_NE(refused.headers.find("WWW-Authenticate: Basic"), std::string::npos);
+      EXPECT_EQ(refused.body.find("ann@"), std::string::npos);
+    }
+  }
+  const Answer page = Fetch(server.Url() + "/", "ann@example.com:secret");
+  EXPECT_EQ(page.status, 200);
+  EXPECT_NE(page.body.find("ann@example.com"), std::string::npos);
+  EXPECT_NE(page.headers.find("Content-Security-Policy: default-src 'none';"), std::string::npos);
+  EXPECT_EQ(Fetch(server.Url() + "/item/1", "ann@example.com:secret").status, 404);
+}
+
+TEST(WebPagesOverHttp, AnOpenMailboxAnswersUnderNamesOfThisMachineOnly) {
+  const TempFolder folder;
+  mailbox::ServerOptions options;
+  options.dataFolder = folder.Path();
+  mailbox::Server server(options);
+  server.Start();
+  const std::string url = server.Url() + "/";
+  for (const char* host : {"", "LocalHost:8443", "[::1]", "[::1]:8443", "127.0.0.1"}) {
+    EXPECT_EQ(Fetch(url, "", host).status, 200) << host;
+  }
+  for (const char* host : {"rebound.example", "localhost.rebound.example:1", "127.0.0.1.example"}) {
+    EXPECT_EQ(Fetch(url, "", host).status, 403) << host;
+  }
+  mailbox::NewItem item;
+  item.info.folder = 1;
+  server.Mailboxes().Mailbox("ann@example.com");
+  server.Mailboxes().CreateItem(item);
+  const Answer empty = Fetch(url + "item/" + std::to_string(item.info.id) + "/source", "");
+  EXPECT_EQ(empty.status, 200);
+  EXPECT_NE(empty.headers.find("Content-Disposition: attachment;"), std::string::npos);
+  EXPECT_EQ(empty.body, "");
+}
+
+}  // namespace
