@@ -31,6 +31,8 @@ DATA_PAGES = [
 # Codes of data pages that are read but never written: their unit has a code that readers of the
 # published charset know better, or one below 0x80.
 ONE_WAY = {20261: {0x23, 0x24}, 20269: {0x24, 0xA6, 0xC1, 0xC3, 0xC4}, 20838: {0x51, 0xCA, 0xE1}}
+# Codes of NLS pages that fill gaps with a unit of another code.
+FILLED = {875: {0xDC, 0xE1, 0xEC, 0xED, 0xFC, 0xFD}, 20127: set(range(0x80, 0x100))}
 # Private units that stand for a character and fill no gap: the apple of the Mac pages.
 APPLE = 0xF8FF
 
@@ -61,7 +63,9 @@ def read_nls(path):
 
 def is_fill(code, unit, page):
     """Whether a one-byte mapping only fills a gap of the page."""
-    if unit == 0 or 0xE000 <= unit <= 0xF8FF and unit != APPLE:
+    if unit == 0 or code in FILLED.get(page, ()):
+        return True
+    if 0xE000 <= unit <= 0xF8FF and unit != APPLE:
         return True
     # A control in a place of its own number: part of the ISO pages, filling elsewhere.
     return code == unit and 0x80 <= code <= 0x9F and page not in ISO_PAGES
@@ -82,8 +86,8 @@ def nls_page(folder, number, file_number):
     for code, unit in list(page.codes.items()):
         if page.codes.get(back[unit]) == unit:
             page.writes[unit] = back[unit]
-        else:  # read as that unit by a habit of the file alone (a stripped bit, a filled gap)
-            del page.codes[code]
+        else:
+            sys.exit(f"{number}: {code:04X} is read as {unit:04X}, which comes back as no code of it")
     return page
 
 
