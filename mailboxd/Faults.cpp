@@ -19,12 +19,12 @@ bool TakeOne(int& count) { return count > 0 && count-- > 0; }
 
 }  // namespace
 
-bool Faults::Add(std::string_view specification) {
+bool Faults::Add(std::string_view order) {
   const std::lock_guard lock(m_mutex);
-  const size_t colon = specification.find(':');
+  const size_t colon = order.find(':');
   if (colon == std::string_view::npos) return false;
-  const std::string_view name = specification.substr(0, colon);
-  std::string_view rest = specification.substr(colon + 1);
+  const std::string_view name = order.substr(0, colon);
+  std::string_view rest = order.substr(colon + 1);
   const size_t second = rest.find(':');
   if (second != std::string_view::npos) {
     const auto backOff = Number(rest.substr(second + 1));

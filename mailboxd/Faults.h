@@ -7,7 +7,7 @@
 
 namespace mailbox {
 
-// Failures on demand, for tests and rehearsals. A specification is one of
+// Failures on demand, for tests and rehearsals. An order is one of
 //   busy:N          the next N requests are told to come back later (add :MS for how much later)
 //   latency:MS      every request waits first
 //   drop:N          the connections of the next N requests are cut without an answer
@@ -15,8 +15,8 @@ namespace mailbox {
 // All calls may come from any thread.
 class Faults {
  public:
-  // False for a text that is no specification.
-  [[nodiscard]] bool Add(std::string_view specification);
+  // False for a text that is no order.
+  [[nodiscard]] bool Add(std::string_view order);
 
   // Each takes one failure off its count.
   bool TakeDrop();

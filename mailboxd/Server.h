@@ -25,7 +25,7 @@ struct ServerOptions {
 class Server {
  public:
   // Opens the folder and the port; requests wait from here on. Throws std::runtime_error, whose
-  // message is for the user, std::invalid_argument for a fault that is no specification.
+  // message is for the user, std::invalid_argument for a fault that is no order.
   explicit Server(const ServerOptions& options);
   ~Server();  // stops
   Server(const Server&) = delete;
