@@ -182,7 +182,10 @@ struct Faults {
   bool bSink = false;    // a character that the target lacks
 };
 
-inline constexpr std::size_t kBlock = 32 * 1024;  // bytes of input for which room is made at once
+// Bytes of input for which room is made at once. Where the loop may stop at every character, each
+// start asks for room again: little of it, so that the buffer is not grown each time.
+inline constexpr std::size_t kBlock = 32 * 1024;
+inline constexpr std::size_t kStoppingBlock = 1024;
 
 // How far the loop came: to the end, to an unmappable piece, or out of memory.
 enum class Stop { kAtEnd, kAtMissing, kNoMemory };
@@ -215,7 +218,8 @@ Stop convertLoop(const Source& objSource, const Sink& objSink, const unsigned ch
                  std::size_t& nMissing) {
   const bool bAscii = objSource.isAscii() && objSink.isAscii();
   while (p < pEnd) {
-    const std::size_t nBlock = std::min<std::size_t>(kBlock, static_cast<std::size_t>(pEnd - p));
+    const std::size_t nBlock = std::min<std::size_t>(kStopAtMissing ? kStoppingBlock : kBlock,
+                                                     static_cast<std::size_t>(pEnd - p));
     const std::size_t nChars = Source::kWide ? nBlock / 2 : nBlock;
     unsigned char* const pStart =
         out.prepare(nChars * Sink::kMaxBytes + Sink::kMaxBytes + ascii_runs::kAsciiSlack);
