@@ -8,6 +8,7 @@
 #include <limits>
 #include <utility>
 
+#include "mime/base/AsciiText.h"
 #include "mime/base/ExtPtrArray.h"
 #include "mime/base/Reallocate.h"
 
@@ -15,23 +16,6 @@ namespace mail {
 namespace {
 
 constexpr std::uint32_t kMaxLength = std::numeric_limits<std::uint32_t>::max() - 1;
-
-constexpr char LowerAscii(char ch) {
-  return ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch + ('a' - 'A')) : ch;
-}
-
-constexpr bool IsTrimmed(char ch) { return ch == ' ' || ch == '\t' || ch == '\r' || ch == '\n'; }
-
-bool EqualNoCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return LowerAscii(x) == LowerAscii(y); });
-}
-
-// In linear time whatever the two hold, which string_view::find does not promise.
-const char* FindIn(std::string_view strText, std::string_view strPart) {
-  return static_cast<const char*>(
-      memmem(strText.data(), strText.size(), strPart.data(), strPart.size()));
-}
 
 // The text in front of the first line end, with the text cut off behind that end.
 std::string_view TakeLine(std::string_view& strRest) {
@@ -190,25 +174,19 @@ void StringBuffer::weakClear() {
 }
 
 bool StringBuffer::equalsIgnoreCase(std::string_view strOther) const {
-  return EqualNoCase(view(), strOther);
+  return equalsNoCase(view(), strOther);
 }
 
 bool StringBuffer::contains(std::string_view strPart) const {
-  return FindIn(view(), strPart) != nullptr;
+  return findBytes(view(), strPart) != std::string_view::npos;
 }
 
 bool StringBuffer::containsIgnoreCase(std::string_view strPart) const {
-  StringBuffer strLowerText(view());
-  StringBuffer strLowerPart(strPart);
-  if (strLowerText.getSize() != getSize() || strLowerPart.isEmpty() != strPart.empty())
-    return false;
-  strLowerText.toLowerCase();
-  strLowerPart.toLowerCase();
-  return strLowerText.contains(strLowerPart.view());
+  return findNoCase(view(), strPart) != std::string_view::npos;
 }
 
 bool StringBuffer::beginsWithIgnoreCase(std::string_view strPart) const {
-  return EqualNoCase(view().substr(0, strPart.size()), strPart);
+  return beginsWithNoCase(view(), strPart);
 }
 
 std::uint32_t StringBuffer::replaceAll(std::string_view strPart, std::string_view strNew) {
@@ -216,9 +194,10 @@ std::uint32_t StringBuffer::replaceAll(std::string_view strPart, std::string_vie
   StringBuffer strResult;
   std::string_view strRest = view();
   std::uint32_t nReplaced = 0;
-  while (const char* pFound = FindIn(strRest, strPart)) {
+  for (;;) {
+    const std::size_t nBefore = findBytes(strRest, strPart);
+    if (nBefore == std::string_view::npos) break;
     if (nReplaced == 0 && !strResult.reserve(getSize())) return 0;
-    const auto nBefore = static_cast<std::size_t>(pFound - strRest.data());
     if (!strResult.appendRaw(strRest.substr(0, nBefore)) || !strResult.appendRaw(strNew)) return 0;
     strRest.remove_prefix(nBefore + strPart.size());
     ++nReplaced;
@@ -233,9 +212,9 @@ std::uint32_t StringBuffer::replaceAll(std::string_view strPart, std::string_vie
 
 bool StringBuffer::removeFirst(std::string_view strPart) {
   if (strPart.empty()) return false;
-  const char* pFound = FindIn(view(), strPart);
-  if (pFound == nullptr) return false;
-  const auto nAt = static_cast<std::uint32_t>(pFound - m_pText);
+  const std::size_t nFound = findBytes(view(), strPart);
+  if (nFound == std::string_view::npos) return false;
+  const auto nAt = static_cast<std::uint32_t>(nFound);
   const auto nPart = static_cast<std::uint32_t>(strPart.size());
   std::memmove(m_pText + nAt, m_pText + nAt + nPart, m_nLength - nAt - nPart);
   setLength(m_nLength - nPart);
@@ -261,8 +240,8 @@ void StringBuffer::removeChar(char ch) {
 void StringBuffer::trim() {
   if (!isValid()) return;
   const char* pEnd = m_pText + m_nLength;
-  const char* pBegin = std::find_if_not(static_cast<const char*>(m_pText), pEnd, IsTrimmed);
-  while (pEnd != pBegin && IsTrimmed(pEnd[-1])) --pEnd;
+  const char* pBegin = std::find_if_not(static_cast<const char*>(m_pText), pEnd, isAsciiSpace);
+  while (pEnd != pBegin && isAsciiSpace(pEnd[-1])) --pEnd;
   const auto nLength = static_cast<std::uint32_t>(pEnd - pBegin);
   std::memmove(m_pText, pBegin, nLength);
   setLength(nLength);
@@ -285,7 +264,7 @@ bool StringBuffer::toCrLf() {
 }
 
 void StringBuffer::toLowerCase() {
-  if (isValid()) std::transform(m_pText, m_pText + m_nLength, m_pText, LowerAscii);
+  if (isValid()) std::transform(m_pText, m_pText + m_nLength, m_pText, toLowerAscii);
 }
 
 void StringBuffer::toLowerCaseLatin1() {
