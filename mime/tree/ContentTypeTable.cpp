@@ -1,0 +1,277 @@
+#include "mime/tree/ContentTypeTable.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include "mime/base/AsciiText.h"
+
+namespace mail {
+namespace {
+
+// One content type with the extensions that lead to it, blanks between. The first row that fits an
+// extension wins, so the order of rows counts.
+struct ST_CONTENT_TYPE {
+  std::string_view strType;
+  std::string_view strExtensions;
+};
+
+// The first letter of an extension is compared with case here, so that Z is not z.
+constexpr std::array<ST_CONTENT_TYPE, 128> kFirstTable = {{
+    {"image/jpeg", "jpg jpe jpeg"},
+    {"image/gif", "gif"},
+    {"text/html", "html htm stm"},
+    {"text/plain", "txt bas c cpp h hpp"},
+    {"text/xml", "xml"},
+    {"application/zip", "zip"},
+    {"application/pdf", "pdf"},
+    {"text/calendar", "ics"},
+    {"application/envoy", "evy"},
+    {"application/fractals", "fif"},
+    {"application/x-shockwave-flash", "swf"},
+    {"application/futuresplash", "spl"},
+    {"application/hta", "hta"},
+    {"application/internet-property-tream", "acx"},
+    {"application/mac-binhex40", "hqx"},
+    {"application/msword", "doc dot"},
+    {"application/octet-stream", "dat * bin class dms exe lha lzh"},
+    {"application/oda", "oda"},
+    {"application/olescript", "axs"},
+    {"application/pics-rules", "prf"},
+    {"application/pkcs10", "p10"},
+    {"application/pkix-crl", "crl"},
+    {"application/postscript", "ps ai eps"},
+    {"application/rtf", "rtf"},
+    {"application/set-payment-initiation", "setpay"},
+    {"application/set-registration-initiation", "setreg"},
+    {"application/vnd.ms-excel", "xls xla xlc xlm xlt xlw"},
+    {"application/vnd.ms-pkicertstore", "sst"},
+    {"application/vnd.ms-pkiseccat", "cat"},
+    {"application/vnd.ms-pkistl", "stl"},
+    {"application/vnd.ms-powerpoint", "ppt pot pps"},
+    {"application/vnd.ms-project", "mpp"},
+    {"application/vnd.ms-works", "wps wcm wdb wks"},
+    {"application/winhlp", "hlp"},
+    {"application/x-bcpio", "bcpio"},
+    {"application/x-cdf", "cdf"},
+    {"application/x-compress", "z"},
+    {"application/x-compressed", "tgz"},
+    {"application/x-cpio", "cpio"},
+    {"application/x-csh", "csh"},
+    {"application/x-director", "dcr dir dxr"},
+    {"application/x-dvi", "dvi"},
+    {"application/x-gtar", "gtar"},
+    {"application/x-gzip", "gz"},
+    {"application/x-hdf", "hdf"},
+    {"application/x-internet-ignup", "ins isp"},
+    {"application/x-iphone", "iii"},
+    {"application/x-javascript", "js"},
+    {"application/x-latex", "latex"},
+    {"application/x-msaccess", "mdb"},
+    {"application/x-mscardfile", "crd"},
+    {"application/x-msclip", "clp"},
+    {"application/x-msdownload", "dll"},
+    {"application/x-msmediaview", "mvb m13 m14"},
+    {"application/x-msmetafile", "wmf"},
+    {"application/x-msmoney", "mny"},
+    {"application/x-mspublisher", "pub"},
+    {"application/x-msschedule", "scd"},
+    {"application/x-msterminal", "trm"},
+    {"application/x-mswrite", "wri"},
+    {"application/x-netcdf", "cdf nc"},
+    {"application/x-perfmon", "pma pmc pml pmr pmw"},
+    {"application/x-pkcs12", "pfx p12"},
+    {"application/x-pkcs7-certificates", "p7b spc"},
+    {"application/x-pkcs7-certreqresp", "p7r"},
+    {"application/x-pkcs7-mime", "p7m p7c"},
+    {"application/pkcs7-mime", "p7m p7c"},
+    {"application/x-pkcs7-signature", "p7s"},
+    {"application/x-h", "sh"},
+    {"application/x-har", "shar"},
+    {"application/x-tuffit", "sit"},
+    {"application/x-v4cpio", "sv4cpio"},
+    {"application/x-v4crc", "sv4crc"},
+    {"application/x-tar", "tar"},
+    {"application/x-tcl", "tcl"},
+    {"application/x-tex", "tex"},
+    {"application/x-texinfo", "texi texinfo"},
+    {"application/x-troff", "roff t tr"},
+    {"application/x-troff-man", "man"},
+    {"application/x-troff-me", "me"},
+    {"application/x-troff-ms", "ms"},
+    {"application/x-ustar", "ustar"},
+    {"application/x-wais-ource", "src"},
+    {"application/x-x509-ca-cert", "cer crt der"},
+    {"application/ynd.ms-pkipko", "pko"},
+    {"audio/basic", "au snd"},
+    {"audio/mid", "mid rmi"},
+    {"audio/mpeg", "mp3"},
+    {"audio/x-aiff", "aif aifc aiff"},
+    {"audio/x-mpegurl", "m3u"},
+    {"audio/x-pn-realaudio", "ra ram"},
+    {"audio/x-wav", "wav"},
+    {"image/bmp", "bmp"},
+    {"image/cis-cod", "cod"},
+    {"image/ief", "ief"},
+    {"image/pipeg", "jfif"},
+    {"image/tiff", "tif tiff"},
+    {"image/x-cmu-raster", "ras"},
+    {"image/x-cmx", "cmx"},
+    {"image/x-icon", "ico"},
+    {"image/x-portable-anymap", "pnm"},
+    {"image/x-portable-bitmap", "pbm"},
+    {"image/x-portable-graymap", "pgm"},
+    {"image/png", "png"},
+    {"image/x-portable-pixmap", "ppm"},
+    {"image/x-rgb", "rgb"},
+    {"image/x-xbitmap", "xbm"},
+    {"image/x-xpixmap", "xpm"},
+    {"image/x-xwindowdump", "xwd"},
+    {"message/rfc822", "mht mhtml nws"},
+    {"text/css", "css"},
+    {"text/h323", "323"},
+    {"text/iuls", "uls"},
+    {"text/richtext", "rtx"},
+    {"text/scriptlet", "sct"},
+    {"text/tab-separated-values", "tsv"},
+    {"text/csv", "csv"},
+    {"text/webviewhtml", "htt"},
+    {"text/x-component", "htc"},
+    {"text/x-etext", "etx"},
+    {"text/x-vcard", "vcf"},
+    {"video/mpeg", "mpg mp2 mpa mpe mpeg mpv2"},
+    {"video/quicktime", "mov qt"},
+    {"video/x-la-asf", "lsf lsx"},
+    {"video/x-ms-asf", "asf asr asx"},
+    {"video/x-msvideo", "avi"},
+    {"video/x-gi-movie", "movie"},
+    {"x-world/x-vrml", "flr vrml wrl wrz xaf xof"},
+}};
+
+// Compared without regard to case.
+constexpr std::array<ST_CONTENT_TYPE, 95> kSecondTable = {{
+    {"image/jpeg", "jpg jpeg jpe"},
+    {"image/gif", "gif"},
+    {"text/plain", "txt dtd java"},
+    {"application/zip", "zip"},
+    {"text/xml", "xml"},
+    {"text/html", "htm html body"},
+    {"text/javascript", "js"},
+    {"application/pdf", "pdf"},
+    {"application/octet-stream", "exe bin"},
+    {"audio/mpeg", "abs mp1 mp2 mp3 mpa mpega"},
+    {"application/postscript", "ai eps ps"},
+    {"audio/aiff", "aif aifc aiff"},
+    {"application/x-aim", "aim"},
+    {"image/x-jg", "art"},
+    {"video/x-ms-wmv", "wmv"},
+    {"video/x-ms-asf", "asf asx"},
+    {"audio/basic", "au snd ulw"},
+    {"video/x-msvideo", "avi"},
+    {"video/x-rad-screenplay", "avx"},
+    {"application/x-bcpio", "bcpio"},
+    {"image/bmp", "bmp dib"},
+    {"application/x-cdf", "cdf"},
+    {"application/x-x509-ca-cert", "cer"},
+    {"application/java", "class"},
+    {"application/x-cpio", "cpio"},
+    {"application/x-csh", "csh"},
+    {"text/css", "css"},
+    {"application/msword", "doc"},
+    {"text/csv", "csv"},
+    {"video/x-dv", "dv"},
+    {"application/x-dvi", "dvi"},
+    {"text/x-setext", "etx"},
+    {"application/x-gtar", "gtar"},
+    {"application/x-gzip", "gz"},
+    {"application/x-hdf", "hdf"},
+    {"application/mac-binhex40", "hqx"},
+    {"text/x-component", "htc"},
+    {"image/ief", "ief"},
+    {"text/vnd.sun.j2me.app-descriptor", "jad"},
+    {"application/java-archive", "jar"},
+    {"application/x-java-jnlp-file", "jnlp"},
+    {"audio/x-midi", "kar mid midi smf"},
+    {"application/x-latex", "latex"},
+    {"audio/x-mpegurl", "m3u"},
+    {"image/x-macpaint", "mac pnt"},
+    {"application/x-troff-man", "man"},
+    {"application/x-troff-me", "me"},
+    {"application/x-mif", "mif"},
+    {"video/quicktime", "mov qt"},
+    {"video/x-sgi-movie", "movie"},
+    {"video/mpeg", "mpe mpeg mpg"},
+    {"video/mpeg2", "mpv2"},
+    {"application/x-wais-source", "ms src"},
+    {"application/x-netcdf", "nc"},
+    {"application/oda", "oda"},
+    {"application/x-pkcs7-mime", "p7m"},
+    {"application/x-pkcs7-signature", "p7s"},
+    {"image/x-portable-bitmap", "pbm"},
+    {"image/pict", "pct pic pict"},
+    {"image/x-portable-graymap", "pgm"},
+    {"audio/x-scpls", "pls"},
+    {"image/png", "png"},
+    {"image/x-portable-anymap", "pnm"},
+    {"image/x-portable-pixmap", "ppm"},
+    {"image/x-photoshop", "psd"},
+    {"image/x-quicktime", "qti qtif"},
+    {"image/x-cmu-raster", "ras"},
+    {"image/x-rgb", "rgb"},
+    {"application/vnd.rn-realmedia", "rm"},
+    {"application/x-troff", "roff t tr"},
+    {"application/rtf", "rtf"},
+    {"text/richtext", "rtx"},
+    {"application/x-sh", "sh"},
+    {"application/x-shar", "shar"},
+    {"application/x-sv4cpio", "sv4cpio"},
+    {"application/x-sv4crc", "sv4crc"},
+    {"application/x-shockwave-flash", "swf"},
+    {"application/x-tar", "tar"},
+    {"application/x-tcl", "tcl"},
+    {"application/x-tex", "tex"},
+    {"application/x-texinfo", "texi texinfo"},
+    {"image/tiff", "tif tiff"},
+    {"text/tab-separated-values", "tsv"},
+    {"application/x-ustar", "ustar"},
+    {"image/x-xbitmap", "xbm"},
+    {"image/x-xpixmap", "xpm"},
+    {"image/x-xwindowdump", "xwd"},
+    {"audio/x-wav", "wav"},
+    {"image/vnd.wap.wbmp", "wbmp"},
+    {"text/vnd.wap.wml", "wml"},
+    {"application/vnd.wap.wmlc", "wmlc"},
+    {"text/vnd.wap.wmls", "wmls"},
+    {"application/vnd.wap.wmlscriptc", "wmlscriptc"},
+    {"x-world/x-vrml", "wrl"},
+    {"application/x-compress", "Z z"},
+}};
+
+constexpr std::string_view kAnyBytes = "application/octet-stream";
+
+template <std::size_t kRows, class Fits>
+std::string_view findType(const std::array<ST_CONTENT_TYPE, kRows>& aTable, Fits fnFits) {
+  for (const ST_CONTENT_TYPE& row : aTable) {
+    for (std::string_view strRest = row.strExtensions; !strRest.empty();) {
+      const auto strOne = strRest.substr(0, strRest.find(' '));
+      if (fnFits(strOne)) return row.strType;
+      strRest.remove_prefix(std::min(strRest.size(), strOne.size() + 1));
+    }
+  }
+  return {};
+}
+
+}  // namespace
+
+std::string_view contentTypeOfExtension(std::string_view strExtension) {
+  if (strExtension.empty()) return {};
+  const auto strFirst = findType(kFirstTable, [&](std::string_view strOne) {
+    return strOne[0] == strExtension[0] && equalsNoCase(strOne, strExtension);
+  });
+  if (!strFirst.empty()) return strFirst;
+  const auto strSecond = findType(
+      kSecondTable, [&](std::string_view strOne) { return equalsNoCase(strOne, strExtension); });
+  return strSecond == kAnyBytes ? std::string_view() : strSecond;  // says no more than no hit
+}
+
+}  // namespace mail
