@@ -211,8 +211,16 @@ bool EncodingConvert::EncConvert(unsigned nFrom, unsigned nTo, const void* pByte
                                  std::size_t nBytes, DataBuffer& out, LogBase& log) {
   m_hadErrors = false;
   if (pBytes == nullptr || nBytes == 0) return true;
+  const std::string_view strBytes(static_cast<const char*>(pBytes), nBytes);
+  if (nBytes > 6 && strBytes.starts_with("%PDF-1")) return out.append(strBytes);
+  return convertText(nFrom, nTo, pBytes, nBytes, out, log);
+}
+
+bool EncodingConvert::convertText(unsigned nFrom, unsigned nTo, const void* pBytes,
+                                  std::size_t nBytes, DataBuffer& out, LogBase& log) {
+  m_hadErrors = false;
+  if (pBytes == nullptr || nBytes == 0) return true;
   const Bytes arrIn(static_cast<const unsigned char*>(pBytes), nBytes);
-  if (nBytes > 6 && viewOf(arrIn).starts_with("%PDF-1")) return out.append(pBytes, nBytes);
   const LogContextExitor objContext(log, "EncConvert");
   if (log.m_bVerbose) {
     log.LogDataLong("fromCodePage", nFrom);

@@ -53,6 +53,10 @@ class EncodingConvert {
   // text that begins as a PDF does is copied whatever the pages.
   bool EncConvert(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,
                   DataBuffer& out, LogBase& log);
+  // The same for what is text whatever it begins with: a text that happens to begin as a PDF does
+  // is converted too.
+  bool convertText(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,
+                   DataBuffer& out, LogBase& log);
   // By name; a name that is unknown counts as utf-8.
   bool EncConvert(std::string_view strFrom, std::string_view strTo, const void* pBytes,
                   std::size_t nBytes, DataBuffer& out, LogBase& log);

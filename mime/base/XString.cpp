@@ -1,16 +1,18 @@
 #include "mime/base/XString.h"
 
-#include <new>
-#include <string>
 #include <utility>
 
+#include "html/charset/EncodingConvert.h"
+#include "mime/base/LogNull.h"
 #include "platform/NarrowText.h"
-#include "platform/Unicode.h"
 
 namespace mail {
 namespace {
 
 constexpr std::string_view kNulUnit("\0\0", 2);
+
+constexpr unsigned kUtf8Page = 65001;
+constexpr unsigned kUtf16Page = 1200;
 
 std::string_view BytesOf(std::u16string_view strUnits) {
   return {reinterpret_cast<const char*>(strUnits.data()), strUnits.size() * sizeof(char16_t)};
@@ -18,29 +20,6 @@ std::string_view BytesOf(std::u16string_view strUnits) {
 
 std::u16string_view UnitsOf(std::string_view strBytes) {
   return {reinterpret_cast<const char16_t*>(strBytes.data()), strBytes.size() / sizeof(char16_t)};
-}
-
-std::u16string_view WithoutMark(std::u16string_view strUnits) {
-  const bool bMark = !strUnits.empty() && (strUnits[0] == u'\xFEFF' || strUnits[0] == u'\xFFFE');
-  return strUnits.substr(bMark ? 1 : 0);
-}
-
-// The ANSI page's text of these units. What it lacks is left out, or becomes "?" for each unit.
-std::string ToAnsi(std::u16string_view strUnits, bool bMarkMissing) {
-  if (!bMarkMissing) return platform::WideToNarrow(strUnits);
-  std::string strAnsi;
-  for (std::size_t n = 0; n < strUnits.size(); ++n) {
-    const std::string strOne = platform::WideToNarrow(strUnits.substr(n, 1));
-    strAnsi += strOne.empty() ? "?" : strOne;
-  }
-  return strAnsi;
-}
-
-// Of ANSI bytes; what the page does not map is left out.
-std::u16string FromAnsi(std::string_view strAnsi) {
-  std::u16string strUnits = platform::NarrowToWide(strAnsi);
-  std::erase(strUnits, u'\xFFFD');
-  return strUnits;
 }
 
 }  // namespace
@@ -127,21 +106,26 @@ bool XString::addTo(Form nForm, std::string_view strBytes) {
   return false;
 }
 
+unsigned XString::pageOf(Form nForm) {
+  if (nForm == kAnsi) return platform::AnsiCodePage();
+  return nForm == kUtf8 ? kUtf8Page : kUtf16Page;
+}
+
 void XString::makeForm(Form nForm) {
   if (!isValid() || m_aMade[nForm]) return;
   m_aMade[nForm] = true;
-  try {
-    const std::string_view strSource = bytesOf(m_nSource);
-    std::u16string strUnits(m_nSource == kUtf16 ? UnitsOf(strSource) : std::u16string_view());
-    if (m_nSource == kUtf8) strUnits = platform::Utf8ToUtf16(strSource);
-    if (m_nSource == kAnsi) strUnits = FromAnsi(strSource);
-    const std::u16string_view strText = WithoutMark(strUnits);
-    if (nForm == kUtf8) (void)store(nForm, platform::Utf16ToUtf8(strText));
-    if (nForm == kAnsi) (void)store(nForm, ToAnsi(strText, m_nSource == kUtf16));
-    if (nForm == kUtf16) (void)store(nForm, BytesOf(strText));
-  } catch (const std::bad_alloc&) {
-    // The form stays empty.
+  EncodingConvert objConvert;
+  if (m_nSource == kUtf16 && nForm == kAnsi) {
+    objConvert.m_errorAction = EncodingConvert::kSubstitute;
+    (void)objConvert.setSubstitution("?");
   }
+  const std::string_view strSource = bytesOf(m_nSource);
+  DataBuffer arrMade;
+  LogNull objLog;
+  // The result tells of characters that the form cannot hold; the others are there all the same.
+  (void)objConvert.convertText(pageOf(m_nSource), pageOf(nForm), strSource.data(), strSource.size(),
+                               arrMade, objLog);
+  (void)store(nForm, arrMade.view());
 }
 
 void XString::dropAllBut(Form nForm) {

@@ -14,13 +14,14 @@ namespace mail {
 // UTF-16 in host order. A setter stores its form and drops the others; a getter converts on first
 // use and keeps the result, which is why no getter is const.
 //
-// Conversion leaves out what the other form cannot hold, with one exception: the ANSI form of text
-// that was set as UTF-16 has a "?" for each 16-bit unit that the page lacks, since such text is
-// often a file name, and a name with a hole could be that of another file. A byte order mark at the
-// start is no text and does not pass into another form.
+// Conversion is that of EncodingConvert. It leaves out what the other form cannot hold, with one
+// exception: the ANSI form of text that was set as UTF-16 has a "?" for each 16-bit unit that the
+// page lacks, since such text is often a file name, and a name with a hole could be that of another
+// file. A byte order mark at the start is no text and does not pass into another form; the mark of
+// the other byte order, U+FFFE, says that the units behind it are the other way round.
 //
-// Nothing throws. False, or an empty form, for want of memory; an object whose validity word is
-// wrong answers false or an empty text and does nothing.
+// Nothing throws. False, or a form that is empty or ends early, for want of memory; an object whose
+// validity word is wrong answers false or an empty text and does nothing.
 class XString : public LibraryObject {
  public:
   static constexpr std::uint32_t kXStringValidityWord = 0xC8E20FF6;
@@ -56,6 +57,7 @@ class XString : public LibraryObject {
   bool store(Form nForm, std::string_view strBytes);
   bool addTo(Form nForm, std::string_view strBytes);
   void makeForm(Form nForm);
+  static unsigned pageOf(Form nForm);
   void dropAllBut(Form nForm);  // nForm is what was set from now on
   std::string_view bytesOf(Form nForm) const;
 

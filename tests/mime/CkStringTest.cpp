@@ -50,6 +50,11 @@ TEST(CkString, NullClearedAndMarkedTextsAreTexts) {
   text.put_Utf8(true);
   text.setString("%PDF-1.4");
   EXPECT_EQ(std::u16string(text.getUnicode()), u"%PDF-1.4");
+  text.setStringU(u"%PDF-1.4 \u4E2D");  // text like any other
+  EXPECT_STREQ(text.getUtf8(), "%PDF-1.4 \u4E2D");
+  EXPECT_STREQ(text.getAnsi(), "%PDF-1.4 ?");
+  text.setStringU(u"\uFFFE\u6100\u2D4E");  // of the other byte order
+  EXPECT_STREQ(text.getUtf8(), "a\u4E2D");
   text.setString(nullptr);
   EXPECT_TRUE(text.isEmpty());
   EXPECT_EQ(text.getUnicode()[0], u'\0');
