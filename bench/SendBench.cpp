@@ -33,7 +33,7 @@
 #include "ews/FolderId.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
-#include "platform/IconvNarrow.h"
+#include "html/charset/LibraryNarrow.h"
 #include "platform/Paths.h"
 
 namespace {
@@ -198,7 +198,7 @@ void RunAll(const std::string& folder) {
 }  // namespace
 
 int main() {
-  platform::InstallIconvNarrowConverter();
+  mail::installLibraryNarrow();
   curl_global_init(CURL_GLOBAL_DEFAULT);
   std::string folder = std::filesystem::temp_directory_path() / "tarny-bench-XXXXXX";
   if (!mkdtemp(folder.data())) return 1;

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "client/Commands.h"
-#include "platform/IconvNarrow.h"
+#include "html/charset/LibraryNarrow.h"
 
 namespace {
 
@@ -35,7 +35,7 @@ void PrintUsage(std::FILE* out) {
 
 int main(int argc, char** argv) {
   umask(077);
-  platform::InstallIconvNarrowConverter();
+  mail::installLibraryNarrow();
   const client::Arguments arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
   if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
     PrintUsage(arguments.empty() ? stderr : stdout);

@@ -7,13 +7,13 @@
 #include <vector>
 
 #include "engine/CCTarnyOutlookEngneApp.h"
-#include "platform/IconvNarrow.h"
+#include "html/charset/LibraryNarrow.h"
 
 int main(int argc, char** argv) {
   umask(077);  // ledger, logs and work files are the user's alone
   (void)std::signal(SIGPIPE, SIG_IGN);
   (void)std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow fails like one on a full disk
-  platform::InstallIconvNarrowConverter();
+  mail::installLibraryNarrow();
   CCTarnyOutlookEngneApp theApp;
   try {
     return theApp.InitInstance(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "html/charset/LibraryNarrow.h"
 #include "mailboxd/Server.h"
 #include "platform/UniqueFd.h"
 
@@ -68,6 +69,7 @@ int Serve(const mailbox::ServerOptions& options, bool untilStdinCloses) {
 int main(int argc, char** argv) {
   ::umask(077);
   std::signal(SIGPIPE, SIG_IGN);
+  mail::installLibraryNarrow();
   mailbox::ServerOptions options;
   std::string passwordFile;
   bool untilStdinCloses = false;

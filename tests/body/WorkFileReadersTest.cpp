@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "platform/IconvNarrow.h"
+#include "html/charset/LibraryNarrow.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "tests/pipeline/TempRunFolder.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 class WorkFileReaders : public testing::Test {
  protected:
-  WorkFileReaders() { platform::InstallIconvNarrowConverter(); }
+  WorkFileReaders() { mail::installLibraryNarrow(); }
   CString Path() const { return GetCurrPath() + u"f"; }
   CString Narrow(std::string_view bytes) {
     TempRunFolder::Write(folder.Work("f"), bytes);

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "client/StatusLog.h"
-#include "platform/IconvNarrow.h"
+#include "html/charset/LibraryNarrow.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
@@ -53,7 +53,7 @@ TEST(ItemWriter, BareLineFeedsBecomeCrLfOnlyWhereThereIsNoCrLfAtAll) {
 }
 
 TEST(StatusLog, GivesTheLastLineOfTheCommandAlone) {
-  platform::InstallIconvNarrowConverter();
+  mail::installLibraryNarrow();
   const TemporaryFolder folder;
   StatusLog log(folder.File("log"));
   log.Mark();

@@ -12,7 +12,6 @@
 #include "client/LedgerLook.h"
 #include "client/Plan.h"
 #include "client/TraceLook.h"
-#include "platform/IconvNarrow.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {

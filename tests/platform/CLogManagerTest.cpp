@@ -8,7 +8,7 @@
 #include <csignal>
 
 #include "TempFolder.h"
-#include "platform/IconvNarrow.h"
+#include "html/charset/LibraryNarrow.h"
 #include "platform/NarrowText.h"
 #include "platform/UniqueFd.h"
 
@@ -17,7 +17,7 @@ namespace {
 class LogManager : public testing::Test {
  protected:
   LogManager() {
-    platform::InstallIconvNarrowConverter();
+    mail::installLibraryNarrow();
     platform::SetAnsiCodePage(1252);
   }
   ~LogManager() override { platform::SetAnsiCodePage(0); }
