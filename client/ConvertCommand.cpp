@@ -58,7 +58,11 @@ int Convert(unsigned from, unsigned to) {
   const bool converted =
       converter.EncConvert(from, to, input.getData(), input.getSize(), output, log);
   if (!WriteOutput(output)) return kExitFailed;
-  if (converter.m_hadErrors) fmt::print(stderr, "had errors\n");
+  if (converter.m_hadErrors) {
+    fmt::print(stderr, "had errors\n");
+  } else if (!converted) {
+    fmt::print(stderr, "tarny convert: there is no conversion from page {} to page {}\n", from, to);
+  }
   return converted ? kExitDone : kExitFailed;
 }
 
