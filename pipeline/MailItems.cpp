@@ -2,7 +2,10 @@
 #include <array>
 #include <filesystem>
 #include <stdexcept>
+#include <string>
+#include <system_error>
 
+#include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
 #include "pipeline/ItemDescriptor.h"
@@ -23,6 +26,7 @@ constexpr int kMessageDeliveryTime = 0x0E06;
 constexpr int kClientSubmitTime = 0x0039;
 constexpr int kSubject = 0x0037;
 constexpr std::int32_t kMessageFlagRead = 1;
+constexpr int kRtfToHtml = 2;  // the converter's selector
 
 void MarkAsNoDraft(ews::Item& objItem) {
   objItem.SetExtendedProperty(ExtendedPropertyDefinition(kMessageFlags, MapiPropertyType::Integer),
@@ -164,8 +168,7 @@ bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& st
     Log(u" OUT \\EmlFile.Eml");
   } else if (platform::PathExists(strHtmPath + u"ch2111.rtf")) {
     Log(u" IN \\ch2111.rtf");
-    // No converter is there to make HTML of it, which leaves the mail without a body.
-    Log(u" INSIDE catch \\ch2111.rtf");
+    Guarded(u" INSIDE catch \\ch2111.rtf", [&] { SetRtfBody(objMail, strHtmPath); });
     Log(u" OUT \\ch2111.rtf");
   } else if (const CString strTextFile = strHtmPath + u"\\TextFile1.txt";
              platform::PathExists(strTextFile)) {
@@ -184,6 +187,29 @@ void CTarnyOutlookHandler::SetMimeFromFile(ews::EmailMessage& objMail, const CSt
   std::unique_ptr<unsigned char[]> pBytes(GetPureMime(strPath, &nLength));
   objMail.SetMimeContent({u"ASCII", std::move(pBytes), static_cast<size_t>(nLength)});
   MarkAsNoDraft(objMail);
+}
+
+// RTF becomes a page, and the page a message with its pictures.
+void CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
+  const CString strFolder = strHtmPath + u"Html";
+  const CString strRtf = strHtmPath + u"ch2111.rtf";
+  const CString strHtml = strFolder + u"\\HTMLFile.html";
+  (void)platform::MakeFolderAt(strFolder);  // there already, or missed by the converter
+  Hrn objConverter;
+  objConverter.SetInWebServer(false);
+  objConverter.HrsSetFlags(1, 4);
+  m_objLogManager.WriteLog(u"Before HrsConvertFile");
+  m_objLogManager.WriteLog(strRtf);
+  m_objLogManager.WriteLog(strHtml);
+  try {
+    objConverter.HrsConvertFile(strRtf, strHtml, kRtfToHtml);
+  } catch (const std::system_error& objError) {
+    m_objLogManager.WriteLog(CString(u"In Catch Last Error Code = ") +
+                             CString::FromUtf8(std::to_string(objError.code().value())));
+  }
+  m_objLogManager.WriteLog(u"After HrsConvertFile");
+  const CString strArchive = ConvertHtmlToMime(strHtml);
+  if (!strArchive.IsEmpty()) SetMimeFromFile(objMail, strArchive);
 }
 
 void CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString& strPath) {

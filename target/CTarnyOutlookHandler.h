@@ -125,6 +125,11 @@ class CTarnyOutlookHandler {
   // that list cannot be opened. The argument is not used.
   bool ConvertImageToHTML(CString strImagePath);
 
+  // ---- EML building (body/EmlBuilding.cpp) ----
+
+  // Makes a web archive of an HTML file, beside it. Its path, or "" when none was made.
+  CString ConvertHtmlToMime(CString strHtmlFileLoc);
+
   // Runs one step of a saver: whatever it throws costs that step and not the item, and is told by
   // the log text, if any.
   template <typename STEP>
@@ -148,6 +153,7 @@ class CTarnyOutlookHandler {
   void SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);
   bool SetBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath);
+  void SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void SetTextBody(ews::EmailMessage& objMail, const CString& strPath);
   void AttachWorkFile(ews::EmailMessage& objMail, const CString& strName);
 };

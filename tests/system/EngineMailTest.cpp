@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -272,6 +274,31 @@ TEST_F(EngineMail, TheLastHtmlBodyArrivesInEitherEncodingAndCut) {
   EXPECT_EQ(items[0].info.bodyType, "HTML");
   EXPECT_EQ(items[0].info.body, "<p>caf\xC3\xA9\n</p>");
   EXPECT_EQ(items[1].info.body, "<p>\xE6\x97\xA5\xE6\x9C\xAC</p>");
+}
+
+TEST_F(EngineMail, AnRtfBodyGoesThroughItsStepAndComesWithoutABody) {
+  EngineRun& engine = Start();
+  ASSERT_TRUE(engine.Logon());
+  ASSERT_EQ(engine.CreateFolder("R\\"), 1);
+  engine.NewMail({});
+  engine.Work("ch2111.rtf", "{\\rtf1 hello}");
+  engine.WorkWide("TextFile1.txt", "comes later in the order");
+  engine.Work("a.bin", "a");
+  engine.WorkWide("11comtextjjAttach.t", "a.bin\n");
+  engine.Trace();
+  ASSERT_EQ(engine.Insert(), 1) << engine.RunStatus();
+  std::string temp = engine.File("Temp/");
+  for (char& c : temp) c = c == '/' ? '\\' : static_cast<char>(std::toupper(c));
+  const std::string trace = engine.Trace();
+  EXPECT_NE(
+      trace.find(" IN \\ch2111.rtf\r\nBefore HrsConvertFile\r\n" + temp + "ch2111.rtf\r\n" + temp +
+                 "Html\\HTMLFile.html\r\nIn Catch Last Error Code = " + std::to_string(ENOSYS) +
+                 "\r\nAfter HrsConvertFile\r\n OUT \\ch2111.rtf\r\n Before SaveAttachment"),
+      std::string::npos)
+      << trace;
+  EXPECT_TRUE(std::filesystem::is_directory(engine.File("Temp/Html")));
+  EXPECT_EQ(OnlyItem().info.body, "");
+  EXPECT_EQ(OnlyItem().attachments, (Files{{"a.bin", "a"}}));
 }
 
 TEST_F(EngineMail, SafeKeepsTheLeapDayTheQuotesAndTheFolder) {
