@@ -48,6 +48,9 @@ struct Transfer {
   bool bTooLarge = false;
   bool bConnected = false;
   std::exception_ptr pFailure;
+
+  // True when a request that may be sent only once may have reached the server whole.
+  bool BodyIsOut() const { return bSendOnce && pBody && nBodyRead >= pBody->Length(); }
 };
 
 size_t OnRead(char* pBuffer, size_t nSize, size_t nCount, void* pUser) {
@@ -68,7 +71,7 @@ size_t OnRead(char* pBuffer, size_t nSize, size_t nCount, void* pUser) {
 int OnSeek(void* pUser, curl_off_t nOffset, int nOrigin) {
   if (nOffset != 0 || nOrigin != SEEK_SET) return CURL_SEEKFUNC_CANTSEEK;
   auto& objTransfer = *static_cast<Transfer*>(pUser);
-  if (objTransfer.bSendOnce && objTransfer.nBodyRead >= objTransfer.pBody->Length()) {
+  if (objTransfer.BodyIsOut()) {
     objTransfer.bUnanswered = true;
     return CURL_SEEKFUNC_CANTSEEK;
   }
@@ -243,6 +246,7 @@ HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
   curl_off_t nUploaded = 0;
   curl_easy_getinfo(pCurl, CURLINFO_SIZE_UPLOAD_T, &nUploaded);
   objTransfer.bConnected = nConnectTime > 0 || nUploaded > 0;
+  if (eCode == CURLE_GOT_NOTHING && objTransfer.BodyIsOut()) objTransfer.bUnanswered = true;
   curl_easy_reset(pCurl);  // drops the pointers into this call
   if (objTransfer.pFailure) std::rethrow_exception(objTransfer.pFailure);
   if (eCode != CURLE_OK) {

@@ -9,8 +9,13 @@
 #include <functional>
 #include <sstream>
 
+#include "engine/CCTarnyOutlookEngneDlg.h"
+#include "ews/CurlTransport.h"
+#include "ews/Settings.h"
+#include "platform/Paths.h"
 #include "platform/Sqlite.h"
 #include "tests/ews/Answers.h"
+#include "tests/pipeline/TempRunFolder.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/EngineRun.h"
@@ -244,6 +249,9 @@ TEST(EngineFaults, EachAnswerOfAServerGoneWrongIsTheStatusOfItsItemAlone) {
       {{.body = answers::Item("I"), .fault = ScriptedAnswer::Fault::kDropInBody},
        failed,
        "127.0.0.1"},
+      {{.fault = ScriptedAnswer::Fault::kDropUnanswered},
+       failed,
+       "127.0.0.1 closed the connection without an answer. It may have carried the request out."},
       {{.body = "<broken"}, failed, ""},
       {{.body = answers::Error("CreateItem", "ErrorQuotaExceeded", "It is full.")},
        failed + "It is full.\r\r\n",
@@ -266,6 +274,44 @@ TEST(EngineFaults, EachAnswerOfAServerGoneWrongIsTheStatusOfItsItemAlone) {
   EXPECT_EQ(engine.Ledger(), Lines{"no level|key|tom@example.org"});
   server.Push({.body = answers::Item("I")});
   EXPECT_EQ(engine.InsertEml("next", kMail), 1);
+}
+
+// Waits a thousandth of the time that a request is given: the engine's own times run into minutes.
+class HurriedTransport : public ews::EwsTransport {
+  ews::HttpResponse DoSend(const ews::HttpRequest& request) override {
+    ews::HttpRequest hurried = request;
+    hurried.nTimeout /= 1000;
+    return m_curl.Send(hurried);
+  }
+  ews::CurlTransport m_curl;
+};
+
+TEST(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTried) {
+  const TempRunFolder folder;
+  ScriptedServer server;  // goes after the transport: it waits for its connections
+  HurriedTransport transport;
+  const ews::ScopedTransport scope(transport);
+  const ews::ServiceSettings before = ews::Settings();
+  ews::Settings().strEwsUrl = CString::FromUtf8(server.Url("/EWS/Exchange.asmx"));
+  CCTarnyOutlookEngneDlg engine;  // in this process, for the sake of its clock
+  ST_LOGIN_INFO login;
+  login.strLoginId = u"tom@example.org";
+  login.strTargetType = u"Mailbox";
+  ASSERT_EQ(engine.OnCopyData(MSG_LOGIN_OUTLOOK, 1, BuildRecord(login)), 1);
+  ASSERT_EQ(engine.OnCopyData(MSG_CREATE_FOLDER, 1, BuildRecord(ST_FOLDER_INFO{u"root", 0})), 1);
+  folder.WriteWide(folder.Work("11comtextjj.t"), u"EMAIL\n");
+  folder.Write(folder.Work("EmlFile.Eml"), kMail);
+  const auto item = BuildRecord(ST_ITEM_INFO{GetCurrPath(), u"run.txt", 0});
+  server.Push({.fault = ScriptedAnswer::Fault::kSilence});
+  server.Push({.body = answers::Item("I")});
+  EXPECT_EQ(engine.OnCopyData(MSG_INSERT_ITEM, 1, item), 0);
+  EXPECT_EQ(engine.OnCopyData(MSG_INSERT_ITEM, 1, item), 1);
+  ews::Settings() = before;
+  const std::string reason =
+      "The request failed. The server 127.0.0.1 did not answer within the time-out of 700 ms.";
+  EXPECT_EQ(folder.Read(folder.Path() + "/run.txt"),
+            reason + "\r\r\n\t\t+Saving Status : Fail\r\r\n\t\tError Message :" + reason +
+                "\r\r\n" + kSuccessStatus);
 }
 
 }  // namespace
