@@ -47,7 +47,8 @@ std::string LedgerLook::Problem() const {
   if (!std::filesystem::is_regular_file(m_path, error)) return "it is no regular file";
   try {
     platform::SqliteDatabase database(m_path);
-    database.Execute("BEGIN IMMEDIATE");  // fails where a row could not be written either
+    database.Execute("PRAGMA busy_timeout=1000");  // the engine has waited longer already
+    database.Execute("BEGIN IMMEDIATE");           // fails where a row could not be written either
     database.Execute("ROLLBACK");
     return {};
   } catch (const platform::SqliteError& failure) {

@@ -24,7 +24,7 @@ class LedgerLook {
   bool HasRow(std::string_view folder, std::string_view key, std::string_view login);
 
   // Why the ledger cannot be read or written just now, for people; empty when it can, or is not
-  // there yet. Waits up to 5 s for a lock. Changes nothing.
+  // there yet. Waits up to 1 s for a lock. Changes nothing.
   std::string Problem() const;
 
   struct Count {

@@ -77,17 +77,6 @@ TEST_F(Ledger, CheckReadsOneItemsRowsAndNotALoginsAll) {
       << plan.Text(3);
 }
 
-TEST_F(Ledger, LockedDatabaseLosesTheRowButAnswersTheCheck) {
-  CTarnyOutlookHandler handler;
-  platform::SqliteDatabase other(DatabasePath());
-  other.Execute("BEGIN IMMEDIATE");
-  handler.EnterLedgerRow(u"k");  // waits out its five seconds
-  EXPECT_FALSE(handler.CheckIfDublicateItemPresent(u"k"));
-  other.Execute("COMMIT");
-  handler.EnterLedgerRow(u"k");
-  EXPECT_TRUE(handler.CheckIfDublicateItemPresent(u"k"));
-}
-
 TEST_F(Ledger, DamagedOrMissingDatabaseMakesEverythingKnown) {
   TempRunFolder::Write(DatabasePath(), std::string(4096, 'x'));
   CTarnyOutlookHandler damaged;

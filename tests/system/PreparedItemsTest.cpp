@@ -1,10 +1,14 @@
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "client/LedgerLook.h"
 #include "platform/Sqlite.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
@@ -32,10 +36,13 @@ void WriteItem(const TemporaryFolder& folder, const std::string& place, const st
                     place + "\r\nMessageID : " + id + "\r\n"));
 }
 
-Result Migrate(const TemporaryFolder& folder, std::vector<std::string> more = {}) {
-  std::vector<std::string> arguments = {
-      "migrate", folder.File("source"), "--to",  "local:" + folder.File("mailbox"),
-      "--run",   folder.File("run"),    "--json"};
+std::vector<std::string> MigrateArguments(const TemporaryFolder& folder) {
+  return {"migrate", folder.File("source"), "--to",  "local:" + folder.File("mailbox"),
+          "--run",   folder.File("run"),    "--json"};
+}
+
+Result Migrate(const TemporaryFolder& folder, const std::vector<std::string>& more = {}) {
+  std::vector<std::string> arguments = MigrateArguments(folder);
   arguments.insert(arguments.end(), more.begin(), more.end());
   return RunProgram("tarny", arguments, folder.Path());
 }
@@ -125,6 +132,44 @@ TEST(PreparedItems, AsIsLeavesAQuotedIdOutOfTheLedgerAndThatIsSaid) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(Summary(result)["not_confirmed"], 1) << result.err;
   EXPECT_NE(result.err.find("with --as-is a quote"), std::string::npos) << result.err;
+}
+
+TEST(PreparedItems, ALedgerLockedInTheMiddleIsToldForTheItemThatLostItsRow) {
+  constexpr int kItems = 150;
+  const TemporaryFolder folder;
+  for (int i = 0; i < kItems; ++i) {
+    const std::string number = std::to_string(i);
+    WriteItem(folder, number, "EMAIL", "<" + number + "@example.com>", "x");
+  }
+  Program tarny("tarny", MigrateArguments(folder), folder.Path());
+  const auto Await = [&](const std::function<bool()>& condition) {
+    while (!condition() && !tarny.TryWait()) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  };
+  Await([&] {
+    try {
+      return !client::LedgerLook(folder.File("run/SQLLiteNew.db")).Counts().empty();
+    } catch (const platform::SqliteError&) {
+      return false;  // not there yet
+    }
+  });
+  {
+    platform::SqliteDatabase other(folder.File("run/SQLLiteNew.db"));
+    other.Execute("BEGIN IMMEDIATE");
+    Await([&] { return tarny.Err().find("NOT CONFIRMED") != std::string::npos; });
+  }
+  const Result result = tarny.Wait();
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("its ledger has no row (database is locked)"), std::string::npos)
+      << result.err;
+  EXPECT_EQ(Summary(result)["not_confirmed"], 1);
+  EXPECT_EQ(Summary(result)["sent"], kItems - 1);
+  EXPECT_EQ(Rows(folder), kItems - 1);
+  const Result again = Migrate(folder);
+  EXPECT_EQ(again.status, 0) << again.err;
+  EXPECT_EQ(Summary(again)["sent"], 1);
+  EXPECT_EQ(Items(folder), kItems + 1);  // without its row a mail that arrived is sent again
 }
 
 TEST(PreparedItems, TwentyItemsInARowWithoutProofStopTheRun) {

@@ -57,6 +57,8 @@ Result Program::Wait() {
 
 std::string Program::Out() const { return test_support::ReadAll(m_out); }
 
+std::string Program::Err() const { return test_support::ReadAll(m_err); }
+
 Result RunProgram(const std::string& name, std::vector<std::string> arguments,
                   const std::string& folder) {
   return Program(name, std::move(arguments), folder).Wait();

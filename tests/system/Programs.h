@@ -28,6 +28,7 @@ class Program {
   void Signal(int signal) { m_process->Signal(signal); }
   Result Wait();
   std::string Out() const;
+  std::string Err() const;
 
  private:
   std::string m_out;
