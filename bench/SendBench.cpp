@@ -1,7 +1,9 @@
-// Items per second of one engine against mailboxd, driven over its endpoint as tarny drives it,
-// beside libcurl alone posting the same CreateItem bodies over one kept connection to the same
-// mailboxd. The engine's side includes the work files, the trace and the ledger row, which is on
-// disk before a command returns; the ratio says what all of that costs.
+// Items per second of one engine against a mailbox server, driven over its endpoint as tarny drives
+// it, beside libcurl alone posting the same CreateItem bodies over one kept connection to the same
+// server, with and without latency. The engine's side includes the work files, the trace and the
+// ledger row, which is on disk before a command returns. For one item the table says how long the
+// driver writes its work files, what a command takes beyond libcurl's request (the engine's own
+// share), and how much of that the engine computes rather than waits for the disk.
 
 #include <unistd.h>
 
@@ -9,8 +11,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -23,7 +27,6 @@
 #include "client/EngineProcess.h"
 #include "client/ItemWriter.h"
 #include "client/LedgerLook.h"
-#include "client/LocalMailbox.h"
 #include "client/RunFolder.h"
 #include "client/StatusLog.h"
 #include "client/Target.h"
@@ -34,6 +37,7 @@
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
 #include "html/charset/LibraryNarrow.h"
+#include "mailboxd/Server.h"
 #include "platform/Paths.h"
 
 namespace {
@@ -43,10 +47,13 @@ using Clock = std::chrono::steady_clock;
 constexpr const char* kUser = "bench@local.example";
 
 struct Case {
+  int latency;   // milliseconds
   size_t bytes;  // of one mail
   int items;
 };
-constexpr Case kCases[] = {{2'000, 300}, {30'000, 300}, {300'000, 100}, {3'000'000, 20}};
+constexpr Case kCases[] = {{0, 2'000, 300},    {0, 30'000, 300}, {0, 300'000, 100},
+                           {0, 3'000'000, 20}, {30, 2'000, 100}, {30, 30'000, 100},
+                           {30, 300'000, 50}};
 
 std::string MakeMail(const Case& size, int number) {
   std::mt19937 random(static_cast<unsigned>(number));
@@ -54,6 +61,7 @@ std::string MakeMail(const Case& size, int number) {
       "Date: Mon, 4 Mar 2024 08:12:41 +0100\r\nMessage-ID: <{}.{}@example.com>\r\n"
       "Subject: number {}\r\n\r\n",
       size.bytes, number, number);
+  mail.reserve(size.bytes + 100);
   while (mail.size() < size.bytes) {
     for (int i = 0; i < 76; ++i) mail += static_cast<char>('!' + random() % 90);
     mail += "\r\n";
@@ -107,14 +115,14 @@ size_t Append(char* data, size_t size, size_t count, void* text) {
 }
 
 // Seconds for all bodies over one connection. Every answer must be a success.
-double SendWithCurl(const client::LocalMailbox& mailbox, const std::vector<std::string>& bodies) {
+double SendWithCurl(const mailbox::Server& mailbox, const std::vector<std::string>& bodies) {
   const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
                                                                  curl_easy_cleanup);
   const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(
       curl_slist_append(curl_slist_append(nullptr, "Content-Type: text/xml; charset=utf-8"),
                         "Expect:"),
       curl_slist_free_all);
-  const std::string url = mailbox.Url() + "/EWS/Exchange.asmx";
+  const std::string url = mailbox.EwsUrl();
   const std::string ca = mailbox.CertificateFile();
   std::string answer;
   curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
@@ -137,61 +145,117 @@ double SendWithCurl(const client::LocalMailbox& mailbox, const std::vector<std::
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Seconds for all mails through the engine. Every mail must have its row.
-double SendWithEngine(client::EngineProcess& engine, const client::RunFolder& run,
-                      const std::vector<std::string>& mails, const std::string& prefix) {
+// Processor time that a process has used up to now, in seconds.
+double ProcessorTime(pid_t pid) {
+  clockid_t clock{};
+  timespec time{};
+  if (clock_getcpuclockid(pid, &clock) != 0 || clock_gettime(clock, &time) != 0) {
+    throw std::runtime_error("the engine's processor time cannot be read");
+  }
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+struct Times {  // seconds, of all mails
+  double all = 0;
+  double commands = 0;   // from the command to its result
+  double processor = 0;  // of the engine
+};
+
+// Sends all mails through the engine. Every mail must have its row.
+Times SendWithEngine(client::EngineProcess& engine, const client::RunFolder& run,
+                     const std::vector<std::string>& mails, const std::string& prefix) {
   ST_ITEM_INFO info;
   info.strFilePath = platform::ToWindowsPath(run.WorkFolder() + "/");
   info.strLogFilepath = CString::FromUtf8(client::kStatusLogName);
+  Times times;
+  const double processor = ProcessorTime(engine.Pid());
   const auto start = Clock::now();
   for (size_t i = 0; i < mails.size(); ++i) {
     client::EmptyWorkFolder(run.WorkFolder());
     client::WriteMail(run.WorkFolder(), {prefix + std::to_string(i), "2024-03-04 08:12:41", true},
                       mails[i]);
+    const auto command = Clock::now();
     if (engine.Client().InsertItem(info) != 1) throw std::runtime_error("an item failed");
+    times.commands += std::chrono::duration<double>(Clock::now() - command).count();
   }
-  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  times.all = std::chrono::duration<double>(Clock::now() - start).count();
+  times.processor = ProcessorTime(engine.Pid()) - processor;
   client::LedgerLook ledger(run.File(std::string(client::kLedgerName)));
   for (size_t i = 0; i < mails.size(); ++i) {
     if (!ledger.HasRow("Inbox\\", prefix + std::to_string(i), kUser)) {
       throw std::runtime_error("an item has no row");
     }
   }
-  return seconds;
+  return times;
 }
 
-void RunAll(const std::string& folder) {
-  client::Console console;
-  client::RunFolder run(folder + "/run");
-  run.TakeOver(console);
-  run.InstallEngine(TARNY_BIN "/TarnyOutlookEngine");
-  const client::LocalMailbox mailbox(TARNY_BIN "/mailboxd", folder + "/mailbox", console);
-  client::EngineProcess engine(
-      run,
-      {"--verify-certificates", "--safe", "--autodiscover-url", mailbox.AutodiscoverUrl(),
-       "--ca-file", mailbox.CertificateFile(), "--trust-host", "127.0.0.1"},
-      {mailbox.LifeLine()}, console);
-  client::Target target;
-  target.user = kUser;
-  target.password = "local";
-  ST_FOLDER_INFO inbox;
-  inbox.strFolder = u"Inbox\\";
-  if (!engine.Client().Logon(client::LoginRecord(target)) ||
-      engine.Client().CreateFolder(inbox) != 1) {
-    throw std::runtime_error("the engine cannot log on");
+// A server with its own latency, and an engine that is logged on to it.
+class Bench {
+ public:
+  Bench(const std::string& folder, int latency)
+      : m_run(folder + "/run"), m_server(Options(folder, latency)) {
+    m_server.Start();
+    m_run.TakeOver(m_console);
+    m_run.InstallEngine(TARNY_BIN "/TarnyOutlookEngine");
+    m_engine.emplace(
+        m_run,
+        std::vector<std::string>{"--verify-certificates", "--safe", "--autodiscover-url",
+                                 m_server.AutodiscoverUrl(), "--ca-file",
+                                 m_server.CertificateFile(), "--trust-host", "127.0.0.1"},
+        std::vector<int>(), m_console);
+    client::Target target;
+    target.user = kUser;
+    target.password = "local";
+    ST_FOLDER_INFO inbox;
+    inbox.strFolder = u"Inbox\\";
+    if (!m_engine->Client().Logon(client::LoginRecord(target)) ||
+        m_engine->Client().CreateFolder(inbox) != 1) {
+      throw std::runtime_error("the engine cannot log on");
+    }
   }
-  fmt::print("{:>10} {:>6} {:>14} {:>14} {:>8}\n", "mail", "items", "engine /s", "libcurl /s",
-             "ratio");
-  for (const Case& size : kCases) {
+
+  void Run(const Case& size) {
     std::vector<std::string> mails;
     std::vector<std::string> bodies;
     for (int i = 0; i < size.items; ++i) mails.push_back(MakeMail(size, i));
     for (const std::string& mail : mails) bodies.push_back(CreateItemBody(mail));
-    const double curl = SendWithCurl(mailbox, bodies);
-    const double ours = SendWithEngine(engine, run, mails, fmt::format("<{}.", size.bytes));
-    fmt::print("{:>10} {:>6} {:>14.1f} {:>14.1f} {:>8.2f}\n", size.bytes, size.items,
-               size.items / ours, size.items / curl, curl / ours);
+    const double curl = SendWithCurl(m_server, bodies);
+    const Times ours = SendWithEngine(*m_engine, m_run, mails, fmt::format("<{}.", size.bytes));
+    const double each = 1000.0 / size.items;  // milliseconds of one item
+    fmt::print("{:>7} {:>9} {:>6} {:>9.1f} {:>10.1f} {:>6.2f} {:>10.2f} {:>10.2f} {:>10.2f}\n",
+               size.latency, size.bytes, size.items, size.items / ours.all, size.items / curl,
+               curl / ours.all, (ours.all - ours.commands) * each, (ours.commands - curl) * each,
+               ours.processor * each);
     std::fflush(stdout);
+  }
+
+ private:
+  static mailbox::ServerOptions Options(const std::string& folder, int latency) {
+    mailbox::ServerOptions options;
+    options.dataFolder = folder + "/mailbox";
+    options.https = true;
+    if (latency > 0) options.faults.push_back(fmt::format("latency:{}", latency));
+    return options;
+  }
+
+  client::Console m_console;
+  client::RunFolder m_run;
+  mailbox::Server m_server;
+  std::optional<client::EngineProcess> m_engine;
+};
+
+void RunAll(const std::string& folder) {
+  fmt::print("{:>7} {:>9} {:>6} {:>9} {:>10} {:>6} {:>10} {:>10} {:>10}\n", "latency", "mail",
+             "items", "engine/s", "libcurl/s", "ratio", "files ms", "engine ms", "of it CPU");
+  std::optional<Bench> bench;
+  int latency = -1;
+  for (const Case& size : kCases) {
+    if (size.latency != latency) {
+      bench.reset();
+      latency = size.latency;
+      bench.emplace(fmt::format("{}/{}", folder, latency), latency);
+    }
+    bench->Run(size);
   }
 }
 

@@ -27,6 +27,7 @@ class EngineProcess {
   EngineProcess& operator=(const EngineProcess&) = delete;
 
   EngineClient& Client() { return *m_client; }
+  pid_t Pid() const { return m_process->Pid(); }
   void Close();  // ends it and waits; does nothing when it has ended
   // After it hung up: how it ended, for people.
   std::string DescribeEnd();

@@ -12,7 +12,7 @@
 namespace platform {
 namespace {
 
-constexpr std::chrono::milliseconds kBetweenTries{10};
+constexpr std::chrono::milliseconds kBetweenTries{1};
 constexpr int kForEver = -1;
 
 // A connection to the title's endpoint, or none while nobody listens there.
