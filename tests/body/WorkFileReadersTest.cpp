@@ -82,14 +82,4 @@ TEST_F(WorkFileReaders, NamesAreClassifiedByCase) {
   EXPECT_EQ(handler.FindDotExtensionn(u"a.jpe"), 1);
 }
 
-TEST_F(WorkFileReaders, ImagePageHasItsFixedForm) {
-  CTarnyOutlookHandler handler;
-  EXPECT_FALSE(handler.ConvertImageToHTML(u""));
-  TempRunFolder::WriteWide(folder.Work("ImageAttchment.txt"), u"p.jpg\nq.jpg");
-  EXPECT_TRUE(handler.ConvertImageToHTML(u""));
-  EXPECT_EQ(TempRunFolder::Read(folder.Work("Imagech111.html")),
-            "<html><head></head><body><img src=\"p.jpg\" height=\"946\" width=\"1353\" border= "
-            "\"0\"></body></html>");
-}
-
 }  // namespace

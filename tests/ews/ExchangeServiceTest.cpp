@@ -48,18 +48,7 @@ TEST_F(ExchangeServiceTest, RefusalsKeepTheServersTextUnchanged) {
   m_transport.Push(answers::Envelope("<s:Fault><faultstring>A &amp; B</faultstring></s:Fault>"),
                    500);
   EXPECT_EQ(Find(), "A & B");
-}
-
-TEST_F(ExchangeServiceTest, FailuresOnTheWayNameStatusAndHost) {
-  m_transport.Push("<html>Sign in</html>");
-  std::string text = Find();
-  EXPECT_TRUE(text.starts_with("The request failed. ")) << text;
-  EXPECT_NE(text.find("mail.example.com"), std::string::npos);
-  m_transport.Push("", 401);
-  text = Find();
-  EXPECT_TRUE(text.starts_with("The request failed. ")) << text;
-  EXPECT_NE(text.find("mail.example.com answered HTTP 401"), std::string::npos) << text;
-  m_transport.Push(answers::Envelope(""), 200);
+  m_transport.Push(answers::Envelope(""));
   EXPECT_TRUE(Find().starts_with("The request failed. "));
 }
 
@@ -161,23 +150,21 @@ TEST_F(ExchangeServiceTest, ASecondSaveIsRefusedOnlyOnceThereIsAnId) {
   EXPECT_EQ(m_transport.Requests().size(), 2u);
 }
 
-TEST_F(ExchangeServiceTest, ARefusedAttachmentIsToldInTheLibrarysWords) {
-  ews::EmailMessage mail(m_service);
-  mail.Attachments().AddFileAttachment(platform::ToWindowsPath("/proc/self/exe"));
-  m_transport.Push(answers::Item("I="));
-  m_transport.Push(answers::Error("CreateAttachment", "ErrorMessageSizeExceeded", "Too large."));
-  EXPECT_EQ(TextOf([&] { mail.Save(ews::WellKnownFolderName::Inbox); }),
-            "At least one attachment couldn't be created.");
-  EXPECT_EQ(TextOf([&] { mail.Save(ews::WellKnownFolderName::Inbox); }), ews::kHasId);
-}
-
-TEST_F(ExchangeServiceTest, AnAnswerWithMoreAttachmentsThanWereSentIsASuccess) {
-  ews::EmailMessage mail(m_service);
-  m_transport.Push(answers::Item("I=",
-                                 "<t:Attachments><t:FileAttachment/><t:FileAttachment/>"
-                                 "</t:Attachments>"));
-  mail.Save(ews::WellKnownFolderName::Inbox);
-  EXPECT_EQ(mail.Id().strUniqueId, u"I=");
+TEST_F(ExchangeServiceTest, AttachmentsAreJudgedByWhatTheServerListsAndThenByWhatItRefuses) {
+  const std::string two = "<t:FileAttachment/><t:FileAttachment/>";
+  const struct {
+    std::string item;  // what the answer to CreateItem says of attachments
+    bool apart;        // they are sent once more, and that is refused
+  } rows[] = {{"<t:Attachments>" + two + "</t:Attachments>", false}, {"", true}};
+  for (const auto& row : rows) {
+    ews::EmailMessage mail(m_service);
+    const auto save = [&] { return TextOf([&] { mail.Save(ews::WellKnownFolderName::Inbox); }); };
+    mail.Attachments().AddFileAttachment(platform::ToWindowsPath("/proc/self/exe"));
+    m_transport.Push(answers::Item("I=", row.item));
+    if (row.apart) m_transport.Push(answers::Error("CreateAttachment", "ErrorX", "Too large."));
+    EXPECT_EQ(save(), row.apart ? "At least one attachment couldn't be created." : "no exception");
+    EXPECT_EQ(save(), ews::kHasId);  // the mail is there either way
+  }
 }
 
 TEST_F(ExchangeServiceTest, WhatIsNoFileIsRefusedWhenItIsAttached) {

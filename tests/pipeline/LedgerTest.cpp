@@ -77,19 +77,6 @@ TEST_F(Ledger, CheckReadsOneItemsRowsAndNotALoginsAll) {
       << plan.Text(3);
 }
 
-TEST_F(Ledger, DamagedOrMissingDatabaseMakesEverythingKnown) {
-  TempRunFolder::Write(DatabasePath(), std::string(4096, 'x'));
-  CTarnyOutlookHandler damaged;
-  damaged.EnterLedgerRow(u"k");
-  EXPECT_TRUE(damaged.CheckIfDublicateItemPresent(u"k"));
-  std::filesystem::remove(DatabasePath());
-  std::filesystem::create_directory(DatabasePath());
-  CTarnyOutlookHandler unopened;
-  unopened.EnterLedgerRow(u"k");
-  EXPECT_TRUE(unopened.CheckIfDublicateItemPresent(u"k"));
-  unopened.CloseSqlliteInstance();
-}
-
 TEST_F(Ledger, ClosedForGoodAndWithoutALogBeside) {
   CTarnyOutlookHandler handler;
   handler.EnterLedgerRow(u"k");

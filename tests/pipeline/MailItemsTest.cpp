@@ -29,7 +29,6 @@ class MailItems : public testing::Test {
     return Addresses(collection);
   }
   int Fill() { return handler.SaveEmailItem(mail, GetCurrPath(), &info); }
-  std::string BodyText() { return mail.Body() ? mail.Body()->Text().ToUtf8() : "(none)"; }
 
   TempRunFolder folder;
   CTarnyOutlookHandler handler;
@@ -64,26 +63,6 @@ TEST_F(MailItems, AddressCleanUpFollowsTheFlag) {
   EXPECT_EQ(handler.ReplaceUnicodeCharacters(u"\x10\x90\x13\x11\x01\x02"), u"\x02");
 }
 
-TEST_F(MailItems, TextBodyStopsAtItsFirstTab) {
-  TempRunFolder::WriteWide(folder.Work("TextFile1.txt"), u"one\ntwo\tthree\nfour");
-  ASSERT_EQ(Fill(), 1);
-  EXPECT_EQ(BodyText(), "one\r\ntwo");
-  EXPECT_EQ(mail.Body()->BodyType(), ews::BodyType::Text);
-}
-
-TEST_F(MailItems, ImagePageWinsAndIsDeleted) {
-  TempRunFolder::Write(folder.Work("Imagech111.html"), "<html>page</html>");
-  TempRunFolder::Write(folder.Work("EmlFile.Eml"), "Subject: x\r\n\r\n");
-  TempRunFolder::Write(folder.Work("pic.jpg"), "p");
-  TempRunFolder::WriteWide(folder.Work("2ImageAttchment.txt"), u"pic.jpg\r\n\r\nmissing\r\n");
-  TempRunFolder::WriteWide(folder.Work("11comtextjjAttach.t"), u"pic.jpg\n");
-  ASSERT_EQ(Fill(), 1);
-  EXPECT_EQ(BodyText(), "<html>page</html>");
-  EXPECT_FALSE(mail.GetMimeContent().IsSet());
-  EXPECT_EQ(mail.Attachments().Count(), 1);
-  EXPECT_FALSE(std::filesystem::exists(folder.Work("Imagech111.html")));
-}
-
 TEST_F(MailItems, EmlGoesWholeAndTheAttachmentListIsNotRead) {
   const std::string eml("a\0b\xFF\r\n", 6);
   TempRunFolder::Write(folder.Work("EmlFile.Eml"), eml);
@@ -114,13 +93,6 @@ TEST_F(MailItems, TypesWithoutASaverFailInSoManyWords) {
   EXPECT_EQ(folder.Read(folder.Path() + "/status.txt"), error.ToUtf8() + "\r\r\n");
 }
 
-TEST_F(MailItems, HtmlOfLastResort) {
-  TempRunFolder::Write(folder.Work("GARImage.html"), "<p>last</p>");
-  ASSERT_EQ(Fill(), 1);
-  EXPECT_EQ(BodyText(), "<p>last</p>");
-  EXPECT_EQ(mail.Body()->BodyType(), ews::BodyType::HTML);
-}
-
 TEST_F(MailItems, SafeAttachmentsStayInTheWorkFolder) {
   TempRunFolder::Write(folder.Path() + "/secret.txt", "s");
   TempRunFolder::Write(folder.Work("in.txt"), "i");
@@ -136,27 +108,12 @@ TEST_F(MailItems, SafeAttachmentsStayInTheWorkFolder) {
   EXPECT_EQ(confined.Attachments()[0].Name(), u"in.txt");
 }
 
-TEST_F(MailItems, KnownMailIsSkippedOnlyWhileTheCheckIsOn) {
-  info.strMessageId = u"<1@x>";
-  handler.EnterLedgerRow(u"<1@x>");
-  EXPECT_EQ(Fill(), 0);
-  handler.SetAllowDuplicates(false);
-  EXPECT_EQ(Fill(), 1);
-}
-
 TEST_F(MailItems, ImportBeforeALogonFailsWithTheReasonInTheStatusLog) {
   TempRunFolder::WriteWide(folder.Work("11comtextjj.t"), u"EMAIL\n");
   CString error;
   EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
   EXPECT_FALSE(error.IsEmpty());
   EXPECT_EQ(TempRunFolder::Read(folder.Path() + "/run.txt"), error.ToUtf8() + "\r\r\n");
-}
-
-TEST_F(MailItems, MissingDescriptorIsASuccessThatSavesNothing) {
-  CString error;
-  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 1);
-  EXPECT_TRUE(error.IsEmpty());
-  EXPECT_FALSE(std::filesystem::exists(folder.Path() + "/run.txt"));
 }
 
 }  // namespace

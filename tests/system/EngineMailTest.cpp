@@ -322,16 +322,6 @@ TEST_F(EngineMail, SafeKeepsTheLeapDayTheQuotesAndTheFolder) {
   EXPECT_EQ(engine.Ledger(), Lines{"O'Brien>\\|'); DROP TABLE MAILBOXINFO;--|tom@example.org"});
 }
 
-TEST_F(EngineMail, WithoutSafeAQuoteInTheKeySkipsTheMailAndHarmsNothing) {
-  EngineRun& engine = Start();
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("O'Brien\\"), 1);
-  EXPECT_EQ(engine.InsertEml("'); DROP TABLE MAILBOXINFO;--", "Subject: x\r\n\r\n"), 1);
-  EXPECT_TRUE(Items().empty());
-  EXPECT_EQ(engine.InsertEml("good", "Subject: x\r\n\r\n"), 1);
-  EXPECT_EQ(engine.Ledger(), Lines{"O'Brien\\|good|tom@example.org"});
-}
-
 TEST_F(EngineMail, ABadAddressIsCleanedAndTriedOnceMore) {
   EngineRun& engine = Start();
   ASSERT_TRUE(engine.Logon());
