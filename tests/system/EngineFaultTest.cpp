@@ -15,6 +15,7 @@
 #include "platform/Paths.h"
 #include "platform/Sqlite.h"
 #include "tests/ews/Answers.h"
+#include "tests/ews/ScriptedTransport.h"
 #include "tests/pipeline/TempRunFolder.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
@@ -291,7 +292,7 @@ TEST(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTrie
   ScriptedServer server;  // goes after the transport: it waits for its connections
   HurriedTransport transport;
   const ews::ScopedTransport scope(transport);
-  const ews::ServiceSettings before = ews::Settings();
+  const SettingsKeeper settings;
   ews::Settings().strEwsUrl = CString::FromUtf8(server.Url("/EWS/Exchange.asmx"));
   CCTarnyOutlookEngneDlg engine;  // in this process, for the sake of its clock
   ST_LOGIN_INFO login;
@@ -306,7 +307,6 @@ TEST(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTrie
   server.Push({.body = answers::Item("I")});
   EXPECT_EQ(engine.OnCopyData(MSG_INSERT_ITEM, 1, item), 0);
   EXPECT_EQ(engine.OnCopyData(MSG_INSERT_ITEM, 1, item), 1);
-  ews::Settings() = before;
   const std::string reason =
       "The request failed. The server 127.0.0.1 did not answer within the time-out of 700 ms.";
   EXPECT_EQ(folder.Read(folder.Path() + "/run.txt"),

@@ -32,6 +32,13 @@ class EngineMail : public testing::Test {
     run.emplace(folder.Path(), options);
     return *run;
   }
+  // Logged on, with its target folder made.
+  EngineRun& StartIn(const std::string& path, std::vector<std::string> options = {}) {
+    EngineRun& engine = Start(std::move(options));
+    EXPECT_TRUE(engine.Logon());
+    EXPECT_EQ(engine.CreateFolder(path), 1);
+    return engine;
+  }
   std::vector<StoredItem> Items() const { return ItemsOf(folder.File("mailbox")); }
   StoredItem OnlyItem() const {
     std::vector<StoredItem> items = Items();
@@ -45,9 +52,7 @@ class EngineMail : public testing::Test {
 };
 
 TEST_F(EngineMail, ASavedMailLeavesItsRowItsTraceAndBothStatusLines) {
-  EngineRun& engine = Start();
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("Projects\\"), 1);
+  EngineRun& engine = StartIn("Projects\\");
   engine.Trace();
   EXPECT_EQ(engine.Status(), kFolderStatus);
   const std::string mime = "Subject: one\r\n\r\nbody \xFF\r\n";
@@ -115,9 +120,7 @@ TEST_F(EngineMail, AnUnknownTypeAndNoDescriptorCountAsDone) {
 }
 
 TEST_F(EngineMail, TheNewFolderTakesAllMailFromThenOn) {
-  EngineRun& engine = Start();
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("Old\\"), 1);
+  EngineRun& engine = StartIn("Old\\");
   ASSERT_EQ(engine.InsertEml("k1", "Subject: 1\r\n\r\n"), 1);
   ASSERT_EQ(engine.CreateNewFolder("New\\Below\\"), 1);
   engine.Trace();
@@ -184,18 +187,14 @@ TEST_F(EngineMail, AFolderBeyondThePageOfTenIsFoundOnlyByTheSecondLook) {
   }
   run.reset();
   std::filesystem::remove_all(folder.File("run"));
-  EngineRun& engine = Start({"--safe"});
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("REPORT\\"), 1);
+  EngineRun& engine = StartIn("REPORT\\", {"--safe"});
   EXPECT_EQ(engine.InsertEml("2", "Subject: 2\r\n\r\n"), 1) << engine.RunStatus();
   for (const StoredItem& item : Items()) EXPECT_EQ(item.folder, "Report");
   EXPECT_EQ(Items().size(), 2u);
 }
 
 TEST_F(EngineMail, TextBodyAndItsPropertiesArriveAsDescribed) {
-  EngineRun& engine = Start();
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("T\\"), 1);
+  EngineRun& engine = StartIn("T\\");
   MailFields fields;
   fields.importance = "1";
   fields.date = "2024-02-29 13:05:07";
@@ -233,9 +232,7 @@ TEST_F(EngineMail, TextBodyAndItsPropertiesArriveAsDescribed) {
 }
 
 TEST_F(EngineMail, TheImagePageIsMadeSentAndDeleted) {
-  EngineRun& engine = Start();
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("P\\"), 1);
+  EngineRun& engine = StartIn("P\\");
   MailFields fields;
   fields.key = "p";
   engine.NewMail(fields);
@@ -259,9 +256,7 @@ TEST_F(EngineMail, TheImagePageIsMadeSentAndDeleted) {
 }
 
 TEST_F(EngineMail, TheLastHtmlBodyArrivesInEitherEncodingAndCut) {
-  EngineRun& engine = Start();
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("H\\"), 1);
+  EngineRun& engine = StartIn("H\\");
   MailFields fields;
   engine.NewMail(fields);
   engine.Work("GARImage.html", "<p>caf\xE9\r\n</p>");  // the ANSI page, here 1252
@@ -277,9 +272,7 @@ TEST_F(EngineMail, TheLastHtmlBodyArrivesInEitherEncodingAndCut) {
 }
 
 TEST_F(EngineMail, AnRtfBodyGoesThroughItsStepAndComesWithoutABody) {
-  EngineRun& engine = Start();
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("R\\"), 1);
+  EngineRun& engine = StartIn("R\\");
   engine.NewMail({});
   engine.Work("ch2111.rtf", "{\\rtf1 hello}");
   engine.WorkWide("TextFile1.txt", "comes later in the order");
@@ -302,9 +295,7 @@ TEST_F(EngineMail, AnRtfBodyGoesThroughItsStepAndComesWithoutABody) {
 }
 
 TEST_F(EngineMail, SafeKeepsTheLeapDayTheQuotesAndTheFolder) {
-  EngineRun& engine = Start({"--safe"});
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("O'Brien?\\"), 1);
+  EngineRun& engine = StartIn("O'Brien?\\", {"--safe"});
   MailFields fields;
   fields.date = "2024-02-29 13:05:07";
   fields.key = "'); DROP TABLE MAILBOXINFO;--";
@@ -323,9 +314,7 @@ TEST_F(EngineMail, SafeKeepsTheLeapDayTheQuotesAndTheFolder) {
 }
 
 TEST_F(EngineMail, ABadAddressIsCleanedAndTriedOnceMore) {
-  EngineRun& engine = Start();
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("R\\"), 1);
+  EngineRun& engine = StartIn("R\\");
   MailFields fields;
   fields.key = "r";
   fields.to = "a\x01@example.org";
@@ -354,9 +343,7 @@ TEST_F(EngineMail, ABadAddressIsCleanedAndTriedOnceMore) {
 }
 
 TEST_F(EngineMail, ABodyThatXmlForbidsGivesAnEmptyStatusLine) {
-  EngineRun& engine = Start();
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("B\\"), 1);
+  EngineRun& engine = StartIn("B\\");
   engine.Status();
   MailFields fields;
   fields.key = "b";
