@@ -9,12 +9,12 @@
 #include "ews/Settings.h"
 
 int CCTarnyOutlookEngneApp::InitInstance(std::span<const std::string> arrArguments) {
+  CCTarnyOutlookEngneDlg objDialog;  // opens the ledger, whatever the command line says
   const CommandLine objLine = ReadCommandLine(arrArguments, ews::Settings());
   if (!objLine.strError.empty()) {
     std::cerr << "TarnyOutlookEngine: " << objLine.strError << "\n";
     return 2;
   }
-  CCTarnyOutlookEngneDlg objDialog;  // the ledger is open from here on, marker or not
   if (!objLine.bMarker) return 0;
   try {
     objDialog.DoModal(objLine.strTitle);
