@@ -30,7 +30,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
   if (!charset.getName().isEmpty() && charset.getName().getSize() > 2) {
     mail::StringBuffer written(charset.getName());
     const int again = mail::nameToCodePage(written);
-    Check(again == charset.getCodePage() || charset.getCodePage() == 50221);
+    // The three numbers of iso-2022-jp write names that all read as the first.
+    const bool japanese = charset.getCodePage() == 50221 || charset.getCodePage() == 50222;
+    Check(again == (japanese ? 50220 : charset.getCodePage()));
   }
   return 0;
 }
