@@ -451,7 +451,9 @@ bool EncodingConvert::convertInOneLoop(unsigned nFrom, unsigned nTo, Bytes arrIn
   if (objFaults.bSource || objFaults.bSink) m_hadErrors = true;
   if (!bRead) log.LogInfo("ensureHashToUnicode failed.");
   if (!bRead && log.m_bVerbose) log.LogInfo("convertToUnicodeHC failed.");
-  if (bRead && !bDone && log.m_bVerbose) log.LogInfo("convertFromUnicodeHC failed.");
+  if (bRead && !bDone && log.m_bVerbose) {
+    log.LogInfo(nTo == kUtf8 ? "convertFromUnicode failed." : "convertFromUnicodeHC failed.");
+  }
   if (!bRead || !bDone) return fail();
   return !objFaults.bSink;
 }
