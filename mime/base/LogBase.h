@@ -11,11 +11,11 @@ class LogBase {
  public:
   virtual ~LogBase() = default;
 
+  virtual void LogError(std::string_view strText) = 0;
+  virtual void LogInfo(std::string_view strText) = 0;
   // A context is a named group of lines; contexts nest. See LogContextExitor.
   virtual void EnterContext(std::string_view strName) = 0;
   virtual void LeaveContext() = 0;
-  virtual void LogError(std::string_view strText) = 0;
-  virtual void LogInfo(std::string_view strText) = 0;
   virtual void LogData(std::string_view strName, std::string_view strText) = 0;
 
   void LogDataLong(std::string_view strName, std::int64_t nValue);
