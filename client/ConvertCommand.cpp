@@ -42,9 +42,9 @@ bool ReadInput(mail::DataBuffer& input) {
 
 bool WriteOutput(const mail::DataBuffer& output) {
   const std::size_t size = output.getSize();
-  if (std::fwrite(output.getData(), 1, size, stdout) == size && std::fflush(stdout) == 0) {
-    return true;
-  }
+  // An empty output has no bytes to point at.
+  const bool written = size == 0 || std::fwrite(output.getData(), 1, size, stdout) == size;
+  if (written && std::fflush(stdout) == 0) return true;
   fmt::print(stderr, "tarny convert: cannot write the output: {}\n", std::strerror(errno));
   return false;
 }
