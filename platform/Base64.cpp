@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/Base64Vector.h"
+
+// Long runs are the business of Base64Vector; what it leaves is done here a group at a time.
 // Encoding looks up 12 bits at a time: two characters for each half of a group of three bytes.
 // Decoding joins four look-ups whose tables hold the six bits already shifted to their place; a
 // character outside the alphabet sets a bit above the 24, so one test covers the group.
@@ -43,8 +46,8 @@ constexpr DecodeTable kDecode3 = MakeDecodeTable(0);
 
 bool IsSpace(unsigned char ch) { return ch == ' ' || (ch >= '\t' && ch <= '\r'); }
 
-char* PutBytes(std::uint32_t nBits, int nBytes, char* pOut) {
-  for (int i = 0; i < nBytes; ++i) *pOut++ = static_cast<char>(nBits >> (16 - 8 * i));
+unsigned char* PutBytes(std::uint32_t nBits, int nBytes, unsigned char* pOut) {
+  for (int i = 0; i < nBytes; ++i) *pOut++ = static_cast<unsigned char>(nBits >> (16 - 8 * i));
   return pOut;
 }
 
@@ -77,8 +80,10 @@ int TakeGroup(const unsigned char*& p, const unsigned char* pEnd, std::uint32_t&
 }  // namespace
 
 void Base64Encode(std::span<const unsigned char> objBytes, char* pOut) {
-  const unsigned char* p = objBytes.data();
-  size_t nLeft = objBytes.size();
+  const size_t nDone = base64_vector::Encode(objBytes.data(), objBytes.size(), pOut);
+  const unsigned char* p = objBytes.data() + nDone;
+  size_t nLeft = objBytes.size() - nDone;
+  pOut += nDone / 3 * 4;
   for (; nLeft >= 3; nLeft -= 3, p += 3, pOut += 4) {
     const unsigned nBits = static_cast<unsigned>(p[0] << 16 | p[1] << 8 | p[2]);
     std::memcpy(pOut, kPairs[nBits >> 12].data(), 2);
@@ -98,27 +103,45 @@ std::string Base64Encode(std::string_view strBytes) {
   return strText;
 }
 
+size_t Base64DecodeGroups(std::string_view strText, unsigned char* pOut) {
+  const size_t nBlocks = base64_vector::Decode(strText.data(), strText.size(), pOut);
+  auto* p = reinterpret_cast<const unsigned char*>(strText.data()) + nBlocks;
+  const auto* const pStart = p - nBlocks;
+  const auto* const pEnd = pStart + strText.size();
+  pOut += nBlocks / 4 * 3;
+  for (; pEnd - p >= 4; p += 4) {
+    const std::uint32_t nBits = kDecode0[p[0]] | kDecode1[p[1]] | kDecode2[p[2]] | kDecode3[p[3]];
+    if (nBits >= kOutside) break;
+    pOut = PutBytes(nBits, 3, pOut);
+  }
+  return static_cast<size_t>(p - pStart);
+}
+
+int Base64Value(char ch) {
+  const std::uint32_t nValue = kDecode3[static_cast<unsigned char>(ch)];
+  return nValue == kOutside ? -1 : static_cast<int>(nValue);
+}
+
 bool Base64Decode(std::string_view strText, std::string& strBytes) {
-  strBytes.resize(strText.size() / 4 * 3 + 3);
-  char* pOut = strBytes.data();
+  strBytes.resize(strText.size() / 4 * 3 + 3 + kBase64Slack);
+  auto* const pStart = reinterpret_cast<unsigned char*>(strBytes.data());
+  unsigned char* pOut = pStart;
   auto* p = reinterpret_cast<const unsigned char*>(strText.data());
   const auto* const pEnd = p + strText.size();
   while (p != pEnd) {
-    std::uint32_t nBits = kOutside;
-    if (pEnd - p >= 4) nBits = kDecode0[p[0]] | kDecode1[p[1]] | kDecode2[p[2]] | kDecode3[p[3]];
-    int nBytes = 3;
-    if (nBits < kOutside) {
-      p += 4;
-    } else {
-      nBytes = TakeGroup(p, pEnd, nBits);
-      if (nBytes < 0) {
-        strBytes.clear();
-        return false;
-      }
+    const size_t nChars =
+        Base64DecodeGroups(strText.substr(strText.size() - static_cast<size_t>(pEnd - p)), pOut);
+    p += nChars;
+    pOut += nChars / 4 * 3;
+    std::uint32_t nBits = 0;
+    const int nBytes = TakeGroup(p, pEnd, nBits);
+    if (nBytes < 0) {
+      strBytes.clear();
+      return false;
     }
     pOut = PutBytes(nBits, nBytes, pOut);
   }
-  strBytes.resize(static_cast<size_t>(pOut - strBytes.data()));
+  strBytes.resize(static_cast<size_t>(pOut - pStart));
   return true;
 }
 

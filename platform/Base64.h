@@ -17,4 +17,12 @@ std::string Base64Encode(std::string_view strBytes);
 // alphabet, bad padding or a cut group.
 [[nodiscard]] bool Base64Decode(std::string_view strText, std::string& strBytes);
 
+// For readers with other rules about what is no base64. Decodes groups of four characters for as
+// long as all four are in the alphabet and returns how many characters that were; three bytes for
+// each group stand at pOut then. pOut has room for those of the whole text and kBase64Slack more.
+constexpr size_t kBase64Slack = 32;
+size_t Base64DecodeGroups(std::string_view strText, unsigned char* pOut);
+// The six bits of a character, or -1 for one outside the alphabet.
+int Base64Value(char ch);
+
 }  // namespace platform
