@@ -137,6 +137,16 @@ bool StringBuffer::reserve(std::size_t nExtra) {
   return growTo(m_nLength + static_cast<std::uint32_t>(nExtra));
 }
 
+char* StringBuffer::prepare(std::size_t nExtra) {
+  return reserve(nExtra) ? m_pText + m_nLength : nullptr;
+}
+
+void StringBuffer::commit(std::size_t nWritten) {
+  if (!isValid()) return;
+  const std::size_t nRoom = m_nCapacity - 1 - m_nLength;
+  setLength(m_nLength + static_cast<std::uint32_t>(std::min(nWritten, nRoom)));
+}
+
 bool StringBuffer::growTo(std::uint32_t nNeeded) {
   if (nNeeded < m_nCapacity) return true;
   const auto nWanted = std::uint64_t{nNeeded} + m_nGrowStep + 1;

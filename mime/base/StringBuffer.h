@@ -51,6 +51,10 @@ class StringBuffer : public LibraryObject {
   bool setString(std::string_view strBytes);
   // Makes room for that many further bytes without changing the text.
   bool reserve(std::size_t nExtra);
+  // The same, and returns where they begin, for a producer that writes in place and then says with
+  // commit how many it wrote (at most nExtra). Null on failure. Good until the next change.
+  char* prepare(std::size_t nExtra);
+  void commit(std::size_t nWritten);
 
   // Empties the text and frees the heap storage.
   void clear();
