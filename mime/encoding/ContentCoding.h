@@ -11,8 +11,8 @@
 namespace mail {
 
 // The transfer encodings of MIME: base64 and quoted-printable for bodies (RFC 2045), encoded words
-// for headers (RFC 2047). The bodies of the methods lie in a file for each family: Base64Coding.cpp,
-// QuotedPrintable.cpp, EncodedWordReading.cpp and EncodedWordWriting.cpp.
+// for headers (RFC 2047). The bodies of the methods lie in a file for each family:
+// Base64Coding.cpp, QuotedPrintable.cpp, EncodedWordReading.cpp and EncodedWordWriting.cpp.
 //
 // Every operation appends to its output, takes time linear in its input whatever that holds, and
 // does not throw. Decoding has no error: what is malformed is read as well as it goes. False means
@@ -59,9 +59,9 @@ class ContentCoding {
   // "=?charset?B?…?=". With kSeveralWords a value of kShortValue bytes or more is cut between
   // characters into words that stand on their own: after at most 50 units of UTF-16 for Q, after 18
   // characters for B. Bytes that mean nothing in the charset keep the value in one word, so that
-  // none is lost. A value of blanks and tabs alone is copied as it stands, and with B one that needs
-  // no encoding (7-bit without CR and LF; for iso-2022 also without ESC, "[" and "$").
-  // With m_bAddressMode Q hides commas. The value must be unfolded by the caller.
+  // none is lost. A value of blanks and tabs alone is copied as it stands, and with B one that
+  // needs no encoding (7-bit without CR and LF; for iso-2022 also without ESC, "[" and "$"). With
+  // m_bAddressMode Q hides commas. The value must be unfolded by the caller.
   bool encodeQWord(std::string_view strValue, std::string_view strCharset, Folding nFolding,
                    StringBuffer& strOut, LogBase& log) const;
   bool encodeBWord(std::string_view strValue, std::string_view strCharset, Folding nFolding,

@@ -1,0 +1,126 @@
+#include "mime/encoding/ContentCoding.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <string>
+
+#include "platform/Base64.h"
+
+// Base64 of bodies. The bulk is platform/Base64; here are the lines, and what a mail may hold
+// besides the alphabet.
+namespace mail {
+namespace {
+
+constexpr std::size_t kLineEnd = 2;  // CR LF
+
+std::span<const unsigned char> bytesOf(std::string_view strBytes) {
+  return {reinterpret_cast<const unsigned char*>(strBytes.data()), strBytes.size()};
+}
+
+char* putLineEnd(char* pOut) {
+  std::memcpy(pOut, "\r\n", kLineEnd);
+  return pOut + kLineEnd;
+}
+
+// Lines of nLine characters, a multiple of 4: each is encoded in its place.
+void putLines(std::string_view strBytes, std::size_t nLine, char* pOut) {
+  while (!strBytes.empty()) {
+    const auto strLine = strBytes.substr(0, nLine / 4 * 3);
+    platform::Base64Encode(bytesOf(strLine), pOut);
+    pOut = putLineEnd(pOut + platform::Base64Length(strLine.size()));
+    strBytes.remove_prefix(strLine.size());
+  }
+}
+
+// Lines of any length, which may end inside a group: all is encoded behind the room for the line
+// ends, and then moved forward a line at a time.
+void putOddLines(std::string_view strBytes, std::size_t nLine, std::size_t nLines, char* pOut) {
+  const char* p = pOut + nLines * kLineEnd;
+  const char* const pEnd = p + platform::Base64Length(strBytes.size());
+  platform::Base64Encode(bytesOf(strBytes), pOut + nLines * kLineEnd);
+  while (p < pEnd) {
+    const auto nChars = std::min(nLine, static_cast<std::size_t>(pEnd - p));
+    std::memmove(pOut, p, nChars);
+    p += nChars;
+    pOut = putLineEnd(pOut + nChars);
+  }
+}
+
+template <class Buffer>
+bool encode(std::string_view strBytes, std::size_t nLine, Buffer& out) {
+  if (strBytes.empty()) return true;
+  const std::size_t nChars = platform::Base64Length(strBytes.size());
+  if (nLine == 0 || nLine > nChars) nLine = nChars;
+  const std::size_t nLines = (nChars + nLine - 1) / nLine;
+  const std::size_t nTotal = nChars + nLines * kLineEnd;
+  auto* const pOut = reinterpret_cast<char*>(out.prepare(nTotal));
+  if (pOut == nullptr) return false;
+  if (nLine % 4 == 0) {
+    putLines(strBytes, nLine, pOut);
+  } else {
+    putOddLines(strBytes, nLine, nLines, pOut);
+  }
+  out.commit(nTotal);
+  return true;
+}
+
+// A group whose characters do not stand together, or the last one.
+struct Group {
+  std::uint32_t nBits = 0;
+  int nHave = 0;  // characters
+};
+
+// Reads on to the end of a group; false when the data ends first.
+bool takeGroup(const char*& p, const char* pEnd, Group& group) {
+  while (p != pEnd && *p != '=' && *p != '\0') {
+    const int nValue = platform::Base64Value(*p++);
+    if (nValue < 0) continue;
+    group.nBits = group.nBits << 6 | static_cast<std::uint32_t>(nValue);
+    if (++group.nHave == 4) return true;
+  }
+  return false;
+}
+
+unsigned char* putGroup(const Group& group, unsigned char* pOut) {
+  const std::uint32_t nBits = group.nBits << (6 * (4 - group.nHave));
+  for (int i = 1; i < group.nHave; ++i) *pOut++ = static_cast<unsigned char>(nBits >> (24 - 8 * i));
+  return pOut;
+}
+
+}  // namespace
+
+bool ContentCoding::encodeBase64(std::string_view strBytes, StringBuffer& strOut) const {
+  return encode(strBytes, m_nLineLength, strOut);
+}
+
+bool ContentCoding::encodeBase64(std::string_view strBytes, DataBuffer& out) const {
+  return encode(strBytes, m_nLineLength, out);
+}
+
+// Groups that stand together, which is all of a clean line, are decoded in one go. What stops them
+// is mostly a line end; anything else makes one group the slow way.
+bool ContentCoding::decodeBase64(std::string_view strText, DataBuffer& out) {
+  auto* const pStart = out.prepare(strText.size() / 4 * 3 + 3 + platform::kBase64Slack);
+  if (pStart == nullptr) return false;
+  unsigned char* pOut = pStart;
+  const char* p = strText.data();
+  const char* const pEnd = p + strText.size();
+  for (bool bMore = true; bMore;) {
+    const std::size_t nChars =
+        platform::Base64DecodeGroups({p, static_cast<std::size_t>(pEnd - p)}, pOut);
+    p += nChars;
+    pOut += nChars / 4 * 3;
+    if (pEnd - p > 2 && p[0] == '\r' && p[1] == '\n') {
+      p += 2;
+      if (nChars != 0) continue;
+    }
+    Group group;
+    bMore = takeGroup(p, pEnd, group);
+    pOut = putGroup(group, pOut);
+  }
+  out.commit(static_cast<std::size_t>(pOut - pStart));
+  return true;
+}
+
+}  // namespace mail

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string_view>
+
+#include "mime/base/DataBuffer.h"
+#include "mime/base/LogBase.h"
+
+// The charsets that encoded words and parameters of mails name.
+namespace mail::encoded_words {
+
+inline constexpr unsigned kUtf8 = 65001;
+
+// The code page of a name as it stands in a mail: a language behind a star (RFC 2231) does not
+// count, and "8bit" is utf-8. 0 for a name that is unknown or no charset's.
+unsigned pageOf(std::string_view strCharset);
+
+// Appends the text in UTF-8. Bytes of page 0, of UTF-8 and of a page that does not convert are
+// appended as they are. False for want of memory.
+bool toUtf8(unsigned nPage, std::string_view strBytes, DataBuffer& out, LogBase& log);
+
+}  // namespace mail::encoded_words

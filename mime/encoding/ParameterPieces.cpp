@@ -1,0 +1,154 @@
+#include "mime/encoding/ParameterPieces.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "mime/base/DataBuffer.h"
+#include "mime/encoding/EncodedWordCharset.h"
+#include "mime/encoding/HexDigits.h"
+
+namespace mail {
+namespace {
+
+constexpr char lower(char ch) { return ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch + 32) : ch; }
+
+bool beginsWith(std::string_view strText, std::string_view strStart) {
+  return strText.size() >= strStart.size() &&
+         std::equal(strStart.begin(), strStart.end(), strText.begin(),
+                    [](char a, char b) { return lower(a) == lower(b); });
+}
+
+std::string_view trimmed(std::string_view str) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  const auto nStart = str.find_first_not_of(kBlanks);
+  if (nStart == str.npos) return {};
+  return str.substr(nStart, str.find_last_not_of(kBlanks) - nStart + 1);
+}
+
+// Cuts the text up to the next ";" outside quotes off the front, without that ";".
+std::string_view takeSegment(std::string_view& strRest) {
+  bool bQuoted = false;
+  std::size_t n = 0;
+  for (; n < strRest.size() && (bQuoted || strRest[n] != ';'); ++n) {
+    if (bQuoted && strRest[n] == '\\') ++n;
+    if (n < strRest.size() && strRest[n] == '"') bQuoted = !bQuoted;
+  }
+  n = std::min(n, strRest.size());
+  const auto strSegment = strRest.substr(0, n);
+  strRest.remove_prefix(std::min(n + 1, strRest.size()));
+  return strSegment;
+}
+
+// The number of "NAME*12", or nothing; one of more than nine digits is no piece's.
+std::optional<unsigned> pieceNumber(std::string_view strParameter, std::string_view strName) {
+  if (!beginsWith(strParameter, strName)) return std::nullopt;
+  strParameter.remove_prefix(strName.size());
+  if (strParameter.size() < 2 || strParameter.size() > 10 || strParameter[0] != '*') {
+    return std::nullopt;
+  }
+  unsigned nNumber = 0;
+  for (const char ch : strParameter.substr(1)) {
+    if (ch < '0' || ch > '9') return std::nullopt;
+    nNumber = nNumber * 10 + static_cast<unsigned>(ch - '0');
+  }
+  return nNumber;
+}
+
+std::string_view withoutQuotes(std::string_view str) {
+  if (!str.starts_with('"')) return str;
+  str.remove_prefix(1);
+  if (str.ends_with('"')) str.remove_suffix(1);
+  return str;
+}
+
+struct Piece {
+  unsigned nNumber;
+  std::string_view strValue;  // what its quotes held, escapes and all
+};
+
+std::optional<Piece> pieceOf(std::string_view strSegment, std::string_view strName) {
+  const auto nEquals = strSegment.find('=');
+  if (nEquals == strSegment.npos) return std::nullopt;
+  const auto nNumber = pieceNumber(trimmed(strSegment.substr(0, nEquals)), strName);
+  if (!nNumber) return std::nullopt;
+  return Piece{*nNumber, withoutQuotes(trimmed(strSegment.substr(nEquals + 1)))};
+}
+
+// Undoes "%XX"; a "%" with anything else behind it stays.
+void appendDecoded(std::string_view str, std::string& strOut) {
+  for (std::size_t n = 0; n < str.size(); ++n) {
+    const int nByte =
+        str[n] == '%' && str.size() - n >= 3 ? hex::byteOf(str[n + 1], str[n + 2]) : -1;
+    if (nByte >= 0) n += 2;
+    strOut += nByte >= 0 ? static_cast<char>(nByte) : str[n];
+  }
+}
+
+// Cuts "charset'language'" off the front and returns the charset; nothing when it is not there.
+std::string_view takeCharset(std::string_view& strValue) {
+  const auto nFirst = strValue.find('\'');
+  if (nFirst == strValue.npos) return {};
+  const auto nSecond = strValue.find('\'', nFirst + 1);
+  if (nSecond == strValue.npos) return {};
+  const auto strCharset = strValue.substr(0, nFirst);
+  strValue.remove_prefix(nSecond + 1);
+  return strCharset;
+}
+
+}  // namespace
+
+bool joinNumberedPieces(StringBuffer& strValue, std::string_view strName) {
+  std::vector<Piece> arrPieces;
+  std::string strBefore, strAfter;  // the segments around the first piece
+  for (auto strRest = strValue.view(); !strRest.empty();) {
+    const bool bFirst = strRest.data() == strValue.view().data();
+    const auto strSegment = takeSegment(strRest);
+    if (const auto piece = pieceOf(strSegment, strName)) {
+      arrPieces.push_back(*piece);
+      if (arrPieces.size() == 1 && !bFirst) strBefore += "; ";
+      continue;
+    }
+    auto& strTo = arrPieces.empty() ? strBefore : strAfter;
+    if (!bFirst) strTo += ';';
+    strTo += strSegment;
+  }
+  std::stable_sort(arrPieces.begin(), arrPieces.end(),
+                   [](const Piece& a, const Piece& b) { return a.nNumber < b.nNumber; });
+  if (arrPieces.empty() || arrPieces.front().nNumber != 0) return false;
+  std::string strJoined = std::move(strBefore);
+  strJoined.append(strName).append("=\"");
+  for (const auto& piece : arrPieces) strJoined += piece.strValue;
+  strJoined.append("\"").append(strAfter);
+  return strValue.setString(strJoined);
+}
+
+bool isPieceOf(std::string_view strParameter, std::string_view strName) {
+  return beginsWith(strParameter, strName) && strParameter.substr(strName.size()).starts_with('*');
+}
+
+void ParameterPieces::add(std::string_view strParameter, std::string_view strValue) {
+  if (!strParameter.ends_with('*')) {
+    m_strBytes += strValue;
+  } else {
+    if (m_bEmpty) m_strCharset = takeCharset(strValue);
+    appendDecoded(strValue, m_strBytes);
+  }
+  m_bEmpty = false;
+}
+
+bool ParameterPieces::decode(StringBuffer& strUtf8, LogBase& log) const {
+  const unsigned nPage =
+      m_strCharset.empty() ? encoded_words::kUtf8 : encoded_words::pageOf(m_strCharset);
+  if (nPage == 0) log.LogData("invalidCharset", m_strCharset);
+  DataBuffer out;
+  return encoded_words::toUtf8(nPage, m_strBytes, out, log) && strUtf8.setString(out.view());
+}
+
+bool decodeExtendedValue(std::string_view strValue, StringBuffer& strUtf8, LogBase& log) {
+  ParameterPieces objPieces;
+  objPieces.add("*", strValue);
+  return objPieces.decode(strUtf8, log);
+}
+
+}  // namespace mail
