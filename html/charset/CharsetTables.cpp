@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <optional>
@@ -37,23 +38,54 @@ struct Slot {
 constexpr std::size_t kMaxPages = 160;
 std::array<Slot, kMaxPages> g_aSlots;
 
-struct Place {
-  const StoredPage* pPage;
-  Slot* pSlot;
+// Where the tables of each page are: a hash table that is never more than half full, so that even
+// the conversion of a short string does not spend its time on the search.
+class PageIndex {
+ public:
+  struct Entry {
+    unsigned nCodePage = 0;  // 0: the entry is free
+    std::uint8_t nIndex = 0;
+    bool bPairs = false;
+  };
+
+  PageIndex() {
+    const auto arrPages = storedPages();
+    for (std::size_t n = 0; n < std::min(arrPages.size(), kMaxPages); ++n) {
+      add(arrPages[n].nCodePage, n);
+      for (const Alias& objAlias : kAliases) {
+        if (objAlias.nTable == arrPages[n].nCodePage) add(objAlias.nCodePage, n);
+      }
+    }
+  }
+
+  // The page's entry, or a free one.
+  const Entry& find(unsigned nCodePage) const {
+    std::size_t n = hash(nCodePage);
+    while (m_aEntries[n].nCodePage != nCodePage && m_aEntries[n].nCodePage != 0) {
+      n = (n + 1) % kEntries;
+    }
+    return m_aEntries[n];
+  }
+
+ private:
+  static constexpr std::size_t kEntries = 512;
+  static_assert(kEntries >= 2 * (kMaxPages + kAliases.size()) && kMaxPages <= 256);
+
+  static std::size_t hash(unsigned nCodePage) { return nCodePage * 0x9E3779B1U >> 23; }
+
+  void add(unsigned nCodePage, std::size_t nIndex) {
+    const bool bPairs = std::binary_search(kPairPages.begin(), kPairPages.end(), nCodePage);
+    const auto nSmall = static_cast<std::uint8_t>(nIndex);
+    m_aEntries[static_cast<std::size_t>(&find(nCodePage) - m_aEntries.data())] = {nCodePage, nSmall,
+                                                                                  bPairs};
+  }
+
+  std::array<Entry, kEntries> m_aEntries{};
 };
 
-std::optional<Place> find(unsigned nCodePage) {
-  for (const Alias& objAlias : kAliases) {
-    if (objAlias.nCodePage == nCodePage) nCodePage = objAlias.nTable;
-  }
-  const auto arrPages = storedPages();
-  const auto it = std::lower_bound(
-      arrPages.begin(), arrPages.end(), nCodePage,
-      [](const StoredPage& objPage, unsigned nPage) { return objPage.nCodePage < nPage; });
-  if (it == arrPages.end() || it->nCodePage != nCodePage) return std::nullopt;
-  const auto nIndex = static_cast<std::size_t>(it - arrPages.begin());
-  if (nIndex >= kMaxPages) return std::nullopt;
-  return Place{&*it, &g_aSlots[nIndex]};
+const PageIndex::Entry& entryOf(unsigned nCodePage) {
+  static const PageIndex objIndex;
+  return objIndex.find(nCodePage);
 }
 
 std::optional<stored_table::Contents> contents(std::string_view strStored) {
@@ -73,66 +105,70 @@ void addArabicDigits(HashConvert& objTable) {
   (void)objTable.load(objDigits);
 }
 
-std::unique_ptr<const HashConvert> build(const StoredPage& objPage,
-                                         HashConvert::Direction nDirection) {
+// Puts an object into an empty slot; drops it if another thread was there first.
+template <class T>
+void publish(std::atomic<const T*>& pSlot, std::unique_ptr<const T> pNew) {
+  const T* pOther = nullptr;
+  if (pSlot.compare_exchange_strong(pOther, pNew.get(), std::memory_order_acq_rel)) {
+    (void)pNew.release();  // kept for the life of the process
+  }
+}
+
+// Builds the page's tables in both directions: unpacking takes ten times as long as all the rest,
+// and who reads a charset soon writes it.
+void build(const StoredPage& objPage, bool bPairs, Slot& objSlot) {
+  using enum HashConvert::Direction;
   std::string strText;
   for (const std::string_view strPiece : objPage.arrText) strText += strPiece;
   const auto objContents = contents(strText);
-  auto pTable = std::make_unique<HashConvert>(objPage.nCodePage, nDirection);
-  if (!objContents || !pTable->load(*objContents)) return nullptr;
-  if (nDirection == HashConvert::Direction::kToUnicode) return pTable;
+  auto pTo = std::make_unique<HashConvert>(objPage.nCodePage, kToUnicode);
+  if (!objContents || !pTo->load(*objContents)) return;
+  if (bPairs) {
+    publish<HashConvert>(objSlot.pTo, std::move(pTo));
+  } else {
+    publish<UnicodeLookup>(objSlot.pLookup, std::make_unique<UnicodeLookup>(*pTo));
+  }
+  auto pFrom = std::make_unique<HashConvert>(objPage.nCodePage, kFromUnicode);
+  if (!pFrom->load(*objContents)) return;
   if (!objPage.strEdit.empty()) {
     const auto objEdit = contents(objPage.strEdit);
-    if (!objEdit || !pTable->load(*objEdit)) return nullptr;
+    if (!objEdit || !pFrom->load(*objEdit)) return;
   }
-  if (objPage.nCodePage == 1256) addArabicDigits(*pTable);
-  return pTable;
+  if (objPage.nCodePage == 1256) addArabicDigits(*pFrom);
+  publish<HashConvert>(objSlot.pFrom, std::move(pFrom));
 }
 
-// The slot's object; made and put there first if it is empty.
-template <class T, class Make>
-const T* obtain(std::atomic<const T*>& pSlot, Make make) {
-  if (const T* pBuilt = pSlot.load(std::memory_order_acquire)) return pBuilt;
+// The object of the page's slot that pWhich names; built first if it is not there.
+template <class T>
+const T* obtain(const PageIndex::Entry& objEntry, std::atomic<const T*> Slot::*pWhich) {
+  Slot& objSlot = g_aSlots[objEntry.nIndex];
+  if (const T* pBuilt = (objSlot.*pWhich).load(std::memory_order_acquire)) return pBuilt;
   try {
-    std::unique_ptr<const T> pNew = make();
-    if (pNew == nullptr) return nullptr;
-    const T* pOther = nullptr;
-    if (pSlot.compare_exchange_strong(pOther, pNew.get(), std::memory_order_acq_rel)) {
-      return pNew.release();  // kept for the life of the process
-    }
-    return pOther;
+    build(storedPages()[objEntry.nIndex], objEntry.bPairs, objSlot);
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
+  return (objSlot.*pWhich).load(std::memory_order_acquire);
 }
 
 }  // namespace
 
-bool hasPairs(unsigned nCodePage) {
-  return std::binary_search(kPairPages.begin(), kPairPages.end(), nCodePage);
-}
+bool hasPairs(unsigned nCodePage) { return entryOf(nCodePage).bPairs; }
 
 const UnicodeLookup* unicodeLookup(unsigned nCodePage) {
-  const auto objPlace = find(nCodePage);
-  if (!objPlace || hasPairs(nCodePage)) return nullptr;
-  return obtain(objPlace->pSlot->pLookup, [&]() -> std::unique_ptr<const UnicodeLookup> {
-    const auto pTable = build(*objPlace->pPage, HashConvert::Direction::kToUnicode);
-    return pTable ? std::make_unique<UnicodeLookup>(*pTable) : nullptr;
-  });
+  const PageIndex::Entry& objEntry = entryOf(nCodePage);
+  if (objEntry.nCodePage == 0 || objEntry.bPairs) return nullptr;
+  return obtain(objEntry, &Slot::pLookup);
 }
 
 const HashConvert* toUnicode(unsigned nCodePage) {
-  const auto objPlace = find(nCodePage);
-  if (!objPlace || !hasPairs(nCodePage)) return nullptr;
-  return obtain(objPlace->pSlot->pTo,
-                [&] { return build(*objPlace->pPage, HashConvert::Direction::kToUnicode); });
+  const PageIndex::Entry& objEntry = entryOf(nCodePage);
+  return objEntry.bPairs ? obtain(objEntry, &Slot::pTo) : nullptr;
 }
 
 const HashConvert* fromUnicode(unsigned nCodePage) {
-  const auto objPlace = find(nCodePage);
-  if (!objPlace) return nullptr;
-  return obtain(objPlace->pSlot->pFrom,
-                [&] { return build(*objPlace->pPage, HashConvert::Direction::kFromUnicode); });
+  const PageIndex::Entry& objEntry = entryOf(nCodePage);
+  return objEntry.nCodePage != 0 ? obtain(objEntry, &Slot::pFrom) : nullptr;
 }
 
 }  // namespace mail::charset_tables

@@ -3,10 +3,10 @@
 #include "html/charset/HashConvert.h"
 #include "html/charset/UnicodeLookup.h"
 
-// The tables of all code pages: each is unpacked at its first use and then kept for the life of the
-// process, so that mail in one charset never pays for the others. Threads may race: each builds a
-// table of its own, and the one that comes later drops its copy. A returned table only changes
-// hands for reading. Null for a page that has no table, and for want of memory.
+// The tables of all code pages: each page is unpacked at its first use and then kept for the life
+// of the process, so that mail in one charset never pays for the others. Threads may race: each
+// builds tables of its own, and the one that comes later drops its copies. A returned table only
+// changes hands for reading. Null for a page that has no table, and for want of memory.
 namespace mail::charset_tables {
 
 // Pages whose characters have one byte or two. Any other page with a table has one byte a
