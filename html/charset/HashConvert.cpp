@@ -14,7 +14,9 @@ std::uint16_t& HashConvert::slot(std::uint16_t nKey) {
 
 void HashConvert::add(std::uint16_t nKey, std::uint16_t nValue) {
   std::uint16_t& nSlot = slot(nKey);
-  if (nSlot == 0) nSlot = nValue;
+  if (nSlot != 0) return;
+  nSlot = nValue;
+  m_bPairs = m_bPairs || nValue > 0xFF;
 }
 
 bool HashConvert::load(const stored_table::Contents& objContents) {

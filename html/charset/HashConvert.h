@@ -18,6 +18,16 @@ class HashConvert {
  public:
   enum class Direction { kToUnicode, kFromUnicode };
 
+  // The table for a loop, which keeps it in registers. Good while the table is not added to.
+  struct Reader {
+    const std::uint32_t* pIndex;
+    const std::uint16_t* pBlocks;
+
+    std::uint16_t lookup(std::uint16_t nKey) const {
+      return pBlocks[pIndex[nKey >> 8] + (nKey & 0xFFU)];
+    }
+  };
+
   HashConvert(unsigned nCodePage, Direction nDirection)
       : m_nCodePage(nCodePage), m_nDirection(nDirection), m_arrBlocks(kBlock) {}
   virtual ~HashConvert() = default;
@@ -29,9 +39,8 @@ class HashConvert {
   // The value of a key, 0 where there is none. Keys are pairs (the first byte in the high half) or
   // units; a value from Unicode is one byte if it is below 0x100. In an ascii-compatible page units
   // below 0x80 are here too.
-  std::uint16_t lookup(std::uint16_t nKey) const {
-    return m_arrBlocks[m_aIndex[nKey >> 8] + (nKey & 0xFFU)];
-  }
+  std::uint16_t lookup(std::uint16_t nKey) const { return reader().lookup(nKey); }
+  Reader reader() const { return {m_aIndex.data(), m_arrBlocks.data()}; }
 
   // To Unicode only: the unit of a single byte of a page that has pairs too, 0 where there is none.
   std::uint16_t single(unsigned char ch) const { return m_aSingles[ch]; }
@@ -39,6 +48,8 @@ class HashConvert {
   unsigned codePage() const { return m_nCodePage; }
   // Whether bytes below 0x80 stand for themselves.
   bool isAscii() const { return m_bAscii; }
+  // Whether any value takes more than a byte.
+  bool hasPairs() const { return m_bPairs; }
 
  private:
   static constexpr std::size_t kBlock = 256;  // values
@@ -49,6 +60,7 @@ class HashConvert {
   unsigned m_nCodePage;
   Direction m_nDirection;
   bool m_bAscii = false;
+  bool m_bPairs = false;
   std::array<std::uint32_t, 256> m_aIndex{};  // where the block of a high byte begins
   std::array<std::uint16_t, 256> m_aSingles{};
   std::vector<std::uint16_t> m_arrBlocks;  // the first is empty

@@ -4,7 +4,7 @@ namespace mail {
 namespace {
 
 std::uint32_t packUtf8(std::uint32_t nUnit) {
-  if (nUnit == 0) return 0;
+  if (nUnit == 0) return UnicodeLookup::kNoUtf8;
   if (nUnit < 0x80) return 1U << 24 | nUnit;
   const std::uint32_t nLast = 0x80 | (nUnit & 0x3F);
   if (nUnit < 0x800) return 2U << 24 | nLast << 8 | 0xC0 | nUnit >> 6;

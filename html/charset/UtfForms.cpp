@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "html/charset/ConvertLoops.h"
+#include "html/charset/UnitRuns.h"
 
 namespace mail::utf_forms {
 namespace {
@@ -128,6 +129,8 @@ bool unitsToUtf8(Bytes arrUnits, bool bJoin, DataBuffer& out) {
     unsigned char* pOut = pStart;
     const unsigned char* const pBlockEnd = p + (nBlock & ~std::size_t{1});
     while (p < pBlockEnd) {
+      p += unit_runs::toUtf8(p, pBlockEnd, pOut);
+      if (p == pBlockEnd) break;
       const std::uint32_t nUnit = readUnit(p);
       if (ascii_runs::isAscii(nUnit)) {
         p += 2 * ascii_runs::narrow(p, pBlockEnd, pOut);

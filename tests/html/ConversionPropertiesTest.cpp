@@ -114,6 +114,67 @@ std::string PlainToUtf16(unsigned page, std::string_view bytes) {
   return Units(units);
 }
 
+// Units of UTF-8; sets hadErrors if anything was left out.
+std::string PlainUtf8ToUtf16(std::string_view utf8, bool& hadErrors) {
+  std::u16string units;
+  for (std::size_t n = 0; n < utf8.size();) {
+    const unsigned lead = static_cast<unsigned char>(utf8[n]);
+    const unsigned more = lead < 0x80 ? 0 : (lead & 0x20) == 0 ? 1 : (lead & 0x10) == 0 ? 2 : 3;
+    unsigned character = more == 0 ? lead : lead & (0x3FU >> more);
+    bool whole = true;
+    ++n;
+    for (unsigned left = more; left > 0 && whole; --left) {
+      whole = n < utf8.size() && utf8[n] != 0;
+      if (n < utf8.size())
+        character = character << 6 | (static_cast<unsigned char>(utf8[n++]) & 0x3FU);
+    }
+    if (!whole || character == 0) {
+      hadErrors = true;
+    } else if (more == 3) {
+      units += static_cast<char16_t>(0xD7C0 + (character >> 10));
+      units += static_cast<char16_t>(0xDC00 | (character & 0x3FF));
+    } else {
+      units += static_cast<char16_t>(character);
+    }
+  }
+  return Units(units);
+}
+
+// Text in the main of one script, with characters of others and damage strewn in.
+std::string StrewnUtf8(std::mt19937& random, std::size_t size) {
+  static const std::vector<std::string> kMain = {"a", "\xD0\x96", "\xE8\xAA\x9E", "\xEA\xB0\x80"};
+  static const std::vector<std::string> kStrewn = {
+      " ",        "\xC3\xBC", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", Bytes("\0"),
+      "\xC0\x80", "\xC1\x81", "\xE0\x80\x80", "\xED\xA0\x80",     "\xED\xB0\x80",
+      "\x80",     "\xD0",     "\xE4",         "\xE4\xBB",         "\xF0\x9F",
+      "\xF8",     "\xFF",     "\xEF\xBF\xBF"};
+  const std::string& main = kMain[random() % kMain.size()];
+  const unsigned rarity = 1U << random() % 8;
+  std::string text = "a";  // no mark
+  while (text.size() < size) {
+    const bool strewn = random() % rarity == 0;
+    text += strewn ? kStrewn[random() % kStrewn.size()] : main;
+  }
+  return text;
+}
+
+TEST(ConversionProperties, RunsOfUtf8AreReadAsTheirCharactersAre) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 4000; ++round) {
+    const std::string text = StrewnUtf8(random, round % 100 == 0 ? 40000 : random() % 150);
+    bool hadErrors = false;
+    const std::string units = PlainUtf8ToUtf16(text, hadErrors);
+    EXPECT_EQ(Convert(kUtf8, kUtf16, text), (Converted{units, true, hadErrors}));
+    EXPECT_EQ(Convert(kUtf16, kUtf8, units).bytes, PlainUtf16ToUtf8(units));
+    for (const unsigned page : {1251U, 949U, 500U}) {
+      Converted expected = Convert(kUtf16, page, units);  // has no runs
+      if (units.empty()) continue;
+      expected.hadErrors = expected.hadErrors || hadErrors;
+      EXPECT_EQ(Convert(kUtf8, page, text), expected) << page;
+    }
+  }
+}
+
 TEST(ConversionProperties, OnePassGivesWhatTwoPassesGive) {
   std::mt19937 random(1);
   const std::vector<unsigned> pages = TablePages();
@@ -139,6 +200,9 @@ TEST(ConversionProperties, NoPlaceOfACharacterIsSpecial) {
   for (std::size_t size = 1; size < 70; ++size) {
     for (std::size_t at = 0; at < size; ++at) {
       std::string text(size, 'a');
+      text[at] = '\0';
+      EXPECT_EQ(Convert(1252, kUtf8, text).bytes, std::string(size - 1, 'a'));
+      EXPECT_EQ(Convert(kUtf8, kUtf16, text).bytes, Units(std::u16string(size - 1, u'a')));
       text[at] = '\xE4';
       std::string expected(text);
       expected.replace(at, 1, "\xC3\xA4");

@@ -85,7 +85,7 @@ TEST(TablesStored, OneTableServesBothDirections) {
   const mail::UnicodeLookup flat(to);
   EXPECT_EQ(flat.unit(0x80), 0x20AC);
   EXPECT_EQ(flat.unit(0), 0);
-  EXPECT_EQ(flat.utf8(0x80), 0x03AC82E2U);
+  EXPECT_EQ(flat.utf8()[0x80], 0x03AC82E2U);
 }
 
 TEST(TablesStored, AnEditForgetsAndAddsPlainlyWhenWriting) {
