@@ -17,6 +17,8 @@
 
 namespace mail {
 
+using namespace std::string_view_literals;
+
 std::atomic<bool> g_joinSurrogates{true};
 
 namespace {
@@ -57,6 +59,9 @@ bool skipsPairs(unsigned nPage) {
   constexpr std::array kPages = {932U, 936U, 949U, 950U, 51932U, 51936U, 51949U};
   return std::find(kPages.begin(), kPages.end(), nPage) != kPages.end();
 }
+
+// An ISO-2022 text of up to that many bytes needs no buffer from the heap on its way.
+constexpr std::size_t kSmallText = 1024;
 
 // A marker in the pivot: these two bytes, a length, and as many bytes for the output.
 constexpr std::string_view kMarker = "\xFD\xEF";
@@ -256,18 +261,29 @@ bool EncodingConvert::fromMacArabic(Bytes arrIn, DataBuffer& out, LogBase& log) 
 
 bool EncodingConvert::fromIso2022(Bytes arrIn, DataBuffer& out, LogBase& log) {
   log.LogInfo("Converting from iso-2022-*");
-  const bool bJapanese = isIso2022Jp(m_fromCodePage);
-  const unsigned nDouble = bJapanese ? kShiftJis : kKorean;
-  const unsigned nTo = m_toCodePage;
-  DataBuffer arrDouble;
-  const bool bWhole = bJapanese
-                          ? Japanese().iso2022ToShiftJis(arrIn.data(), arrIn.size(), arrDouble, log)
-                          : Korean().iso2022ToKsc(arrIn.data(), arrIn.size(), arrDouble);
+  if (isIso2022Kr(m_fromCodePage)) {
+    DataBuffer arrDouble;
+    const bool bWhole = Korean().iso2022ToKsc(arrIn.data(), arrIn.size(), arrDouble);
+    return fromDouble(kKorean, arrDouble.bytes(), bWhole, out, log);
+  }
+  std::array<unsigned char, kSmallText> aSmall;
+  DataBuffer arrLarge;
+  unsigned char* const pDouble =
+      arrIn.size() <= kSmallText ? aSmall.data() : arrLarge.prepare(arrIn.size());
+  if (pDouble == nullptr) return fail();
+  const auto [nDouble, bWhole] =
+      Japanese().iso2022ToShiftJis(arrIn.data(), arrIn.size(), pDouble, log);
+  return fromDouble(kShiftJis, {pDouble, nDouble}, bWhole, out, log);
+}
+
+// The second half of it: from the double-byte page. bWhole: the first half left nothing out.
+bool EncodingConvert::fromDouble(unsigned nDouble, Bytes arrDouble, bool bWhole, DataBuffer& out,
+                                 LogBase& log) {
   bool bResult = true;
-  if (nTo == nDouble) {
-    bResult = out.append(arrDouble);
-  } else if (!arrDouble.isEmpty()) {
-    bResult = EncConvert(nDouble, nTo, arrDouble.getData(), arrDouble.getSize(), out, log);
+  if (m_toCodePage == nDouble) {
+    bResult = out.append(arrDouble.data(), arrDouble.size());
+  } else if (!arrDouble.empty()) {
+    bResult = EncConvert(nDouble, m_toCodePage, arrDouble.data(), arrDouble.size(), out, log);
   }
   m_hadErrors = m_hadErrors || !bWhole;
   return bResult;
@@ -371,9 +387,9 @@ bool EncodingConvert::convertToUnits(unsigned nFrom, Bytes arrIn, DataBuffer& ou
 
 bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out,
                                      LogBase& log) {
-  log.LogInfo(nTo == kUtf8     ? "Converting to utf-8 using utf-16 as a pivot table..."
-              : nFrom == kUtf8 ? "Converting from utf-8 using utf-16 as a pivot table..."
-                               : "Converting by using utf-16 as a pivot table...");
+  log.LogInfo(nTo == kUtf8     ? "Converting to utf-8 using utf-16 as a pivot table..."sv
+              : nFrom == kUtf8 ? "Converting from utf-8 using utf-16 as a pivot table..."sv
+                               : "Converting by using utf-16 as a pivot table..."sv);
   if (m_errorAction == kDrop) return convertInOneLoop(nFrom, nTo, arrIn, out, log);
   DataBuffer arrUnits;
   if (!arrUnits.reserve(2 * arrIn.size() + 4)) return fail();

@@ -83,6 +83,7 @@ class EncodingConvert {
   bool dispatch(Bytes arrIn, DataBuffer& out, LogBase& log);
   bool fromMacArabic(Bytes arrIn, DataBuffer& out, LogBase& log);
   bool fromIso2022(Bytes arrIn, DataBuffer& out, LogBase& log);
+  bool fromDouble(unsigned nDouble, Bytes arrDouble, bool bWhole, DataBuffer& out, LogBase& log);
   bool toUtf7(Bytes arrIn, DataBuffer& out, LogBase& log);
   bool toUtf32(Bytes arrIn, DataBuffer& out, LogBase& log);
   bool toUtf16BigEndian(Bytes arrIn, DataBuffer& out, LogBase& log);
@@ -113,7 +114,9 @@ class EncodingConvert {
   void putAlternate(Bytes arrMissing, unsigned nPage, DataBuffer& out, LogBase& log);
 
   std::uint32_t m_nSubstitution = 0;
-  std::array<char, kMaxSubstitution> m_substitution{};
+  // Only the first m_nSubstitution bytes are set: clearing them all takes a fifth of the time of a
+  // short conversion, for which an object is made each time.
+  std::array<char, kMaxSubstitution> m_substitution;
   unsigned m_fromCodePage = 0;
   unsigned m_toCodePage = 0;
   bool m_emitMarkers = false;

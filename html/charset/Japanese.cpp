@@ -92,12 +92,14 @@ Pair extensionToJis(unsigned nLead, unsigned nTrail) {
 
 // --- The arithmetic. ---
 
+constexpr unsigned leadOf(unsigned nHigh) { return (nHigh + 1) / 2 + (nHigh < 95 ? 0x70 : 0xB0); }
+constexpr unsigned trailOf(unsigned nHigh, unsigned nLow) {
+  return nHigh % 2 == 0 ? nLow + 0x7E : nLow + (nLow > 95 ? 0x20 : 0x1F);
+}
+
 Pair toShiftJis(unsigned nHigh, unsigned nLow) {
   const Pair objExtension = extensionToShiftJis(nHigh, nLow);
-  if (objExtension.nHigh != 0) return objExtension;
-  const unsigned nLead = (nHigh + 1) / 2 + (nHigh < 95 ? 0x70 : 0xB0);
-  if (nHigh % 2 == 0) return {nLead, nLow + 0x7E};
-  return {nLead, nLow + (nLow > 95 ? 0x20 : 0x1F)};
+  return objExtension.nHigh != 0 ? objExtension : Pair{leadOf(nHigh), trailOf(nHigh, nLow)};
 }
 
 // kNoPair for what JIS X 0208 and its extension rows have no place for.
@@ -107,6 +109,24 @@ Pair toJis(unsigned nLead, unsigned nTrail) {
   if (nTrail >= 0x9F) return {nRow, nTrail - 0x7E};
   return {nRow - 1, nTrail - (nTrail >= 0x80 ? 0x20 : 0x1F)};
 }
+
+// The bytes of Shift_JIS for what is all arithmetic: the lead by the row, the trail by the column,
+// for even rows and for odd ones. 0 for the extension rows and for what is no row or column.
+struct Arithmetic {
+  std::array<unsigned char, 256> aLeads{};
+  std::array<std::array<unsigned char, 256>, 2> aTrails{};
+};
+constexpr Arithmetic kArithmetic = [] {
+  Arithmetic objTable;
+  for (unsigned n = 0x21; n <= 0x7E; ++n) {
+    const bool bExtension = n >= kFirstRow && n < kFirstRow + 4;
+    if (!bExtension) objTable.aLeads[n] = static_cast<unsigned char>(leadOf(n));
+    for (const unsigned nRow : {0U, 1U}) {
+      objTable.aTrails[nRow][n] = static_cast<unsigned char>(trailOf(nRow, n));
+    }
+  }
+  return objTable;
+}();
 
 // --- Katakana. ---
 
@@ -151,7 +171,7 @@ class Iso2022Reader {
 
   // Reads it all; returns the end of the output, which has at most a byte for each of the input.
   unsigned char* read() {
-    while (m_p < m_pEnd) {
+    for (takeRun(); m_p < m_pEnd; takeRun()) {
       const unsigned ch = *m_p;
       if (ch == kEscape) {
         readEscape();
@@ -176,6 +196,25 @@ class Iso2022Reader {
 
   std::size_t left() const { return static_cast<std::size_t>(m_pEnd - m_p); }
   unsigned at(std::size_t n) const { return n < left() ? m_p[n] : 0; }
+
+  // Text without anything that needs a look: ASCII, or pairs that are all arithmetic.
+  void takeRun() {
+    const unsigned char* p = m_p;
+    unsigned char* pOut = m_pOut;
+    if (m_nMode == Mode::kAscii) {
+      while (p < m_pEnd && *p != kEscape && *p != kShiftOut && *p != kShiftIn) *pOut++ = *p++;
+    } else if (m_nMode == Mode::kDouble) {
+      for (; m_pEnd - p >= 2; p += 2, pOut += 2) {
+        const unsigned char nLead = kArithmetic.aLeads[p[0]];
+        const unsigned char nTrail = kArithmetic.aTrails[p[0] & 1][p[1]];
+        if (nLead == 0 || nTrail == 0) break;
+        pOut[0] = nLead;
+        pOut[1] = nTrail;
+      }
+    }
+    m_p = p;
+    m_pOut = pOut;
+  }
 
   // ESC, characters from 0x20 to 0x2F, and a final one. What is no such sequence loses its ESC.
   void readEscape() {
@@ -318,10 +357,17 @@ bool Japanese::iso2022ToShiftJis(const unsigned char* pBytes, std::size_t nBytes
                                  LogBase& log) {
   unsigned char* const pStart = out.prepare(nBytes);
   if (pStart == nullptr) return false;
-  Iso2022Reader objReader(pBytes, nBytes, pStart);
-  out.commit(static_cast<std::size_t>(objReader.read() - pStart));
+  const Written objWritten = iso2022ToShiftJis(pBytes, nBytes, pStart, log);
+  out.commit(objWritten.nBytes);
+  return objWritten.bWhole;
+}
+
+Japanese::Written Japanese::iso2022ToShiftJis(const unsigned char* pBytes, std::size_t nBytes,
+                                              unsigned char* pOut, LogBase& log) {
+  Iso2022Reader objReader(pBytes, nBytes, pOut);
+  const auto nWritten = static_cast<std::size_t>(objReader.read() - pOut);
   if (objReader.bLeftOut && log.m_bVerbose) log.LogInfo("iso-2022-jp text was not all read");
-  return !objReader.bLeftOut;
+  return {nWritten, !objReader.bLeftOut};
 }
 
 bool Japanese::shiftJisToIso2022(const unsigned char* pBytes, std::size_t nBytes, DataBuffer& out,

@@ -18,6 +18,13 @@ class Japanese {
   // are taken for Shift_JIS that strayed in, and are copied.
   bool iso2022ToShiftJis(const unsigned char* pBytes, std::size_t nBytes, DataBuffer& out,
                          LogBase& log);
+  // The same into room of the caller's for nBytes bytes.
+  struct Written {
+    std::size_t nBytes;
+    bool bWhole;  // nothing was left out
+  };
+  Written iso2022ToShiftJis(const unsigned char* pBytes, std::size_t nBytes, unsigned char* pOut,
+                            LogBase& log);
   // Half-width katakana are widened, with a voiced or semi-voiced mark behind them drawn in; they
   // stand in the double-byte run as the bytes of Shift_JIS (kept: readers of this text know them).
   // User-defined characters have no place in JIS X 0208 and are left out.
