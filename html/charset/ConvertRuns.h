@@ -40,31 +40,58 @@ inline void takeRun(const Utf8Source&, const UnitSink&, const unsigned char*& p,
   p += unit_runs::fromUtf8(p, pEnd, pOut);
 }
 
-// The bytes of each character lie ready in a table and are written as four, of which some count.
-inline void takeRun(const SingleSource& objSource, const Utf8Sink&, const unsigned char*& p,
-                    const unsigned char* pEnd, unsigned char*& pOut, Faults& objFaults) {
-  const UnicodeLookup::Utf8Table& aUtf8 = objSource.objTable.utf8();
-  const bool bAscii = objSource.isAscii();
-  std::uint32_t nSeen = 0;
-  unsigned char* pTo = pOut;
+// Calls put for each byte of [p, pEnd), but takes blocks of ASCII whole by copyAscii.
+template <class CopyAscii, class Put>
+void forBytes(bool bAscii, const unsigned char*& p, const unsigned char* pEnd, CopyAscii copyAscii,
+              Put put) {
   const unsigned char* pFrom = p;
-  const auto put = [&](unsigned char ch) {
-    const std::uint32_t nPacked = aUtf8[ch];
-    std::memcpy(pTo, &nPacked, sizeof nPacked);
-    pTo += nPacked >> 24 & 3;
-    nSeen |= nPacked;
-  };
   while (pEnd - pFrom >= kRunBlock) {
     if (bAscii && ascii_runs::isAsciiBlock(pFrom)) {
-      pFrom += ascii_runs::copyBytes(pFrom, pEnd, pTo);
+      pFrom += copyAscii(pFrom);
       continue;
     }
     for (std::ptrdiff_t n = 0; n < kRunBlock; ++n) put(pFrom[n]);
     pFrom += kRunBlock;
   }
   while (pFrom < pEnd) put(*pFrom++);
-  if ((nSeen & UnicodeLookup::kNoUtf8) != 0) objFaults.bSource = true;
   p = pFrom;
+}
+
+// The bytes of each character lie ready in a table and are written as four, of which some count.
+inline void takeRun(const SingleSource& objSource, const Utf8Sink&, const unsigned char*& p,
+                    const unsigned char* pEnd, unsigned char*& pOut, Faults& objFaults) {
+  const UnicodeLookup::Utf8Table& aUtf8 = objSource.objTable.utf8();
+  std::uint32_t nSeen = 0;
+  unsigned char* pTo = pOut;
+  forBytes(
+      objSource.isAscii(), p, pEnd,
+      [&](const unsigned char* pFrom) { return ascii_runs::copyBytes(pFrom, pEnd, pTo); },
+      [&](unsigned char ch) {
+        const std::uint32_t nPacked = aUtf8[ch];
+        std::memcpy(pTo, &nPacked, sizeof nPacked);
+        pTo += nPacked >> 24 & 3;
+        nSeen |= nPacked;
+      });
+  if ((nSeen & UnicodeLookup::kNoUtf8) != 0) objFaults.bSource = true;
+  pOut = pTo;
+}
+
+// Likewise as a unit, of which both bytes count or none.
+inline void takeRun(const SingleSource& objSource, const UnitSink&, const unsigned char*& p,
+                    const unsigned char* pEnd, unsigned char*& pOut, Faults& objFaults) {
+  bool bAll = true;
+  unsigned char* pTo = pOut;
+  forBytes(
+      objSource.isAscii(), p, pEnd,
+      [&](const unsigned char* pFrom) { return ascii_runs::widen(pFrom, pEnd, pTo); },
+      [&](unsigned char ch) {
+        const std::uint16_t nUnit = objSource.objTable.unit(ch);
+        const bool bThere = (nUnit != 0) | (ch == 0);
+        std::memcpy(pTo, &nUnit, sizeof nUnit);
+        pTo += bThere ? sizeof nUnit : 0;
+        bAll &= bThere;
+      });
+  if (!bAll) objFaults.bSource = true;
   pOut = pTo;
 }
 
