@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "client/Mbox.h"
 #include "client/Names.h"
 #include "platform/Unicode.h"
 #include "platform/UniqueFd.h"
@@ -50,10 +51,7 @@ std::string DescriptorText(const MailDescription& mail) {
 }
 
 std::string MimeBytes(std::string bytes) {
-  if (bytes.starts_with("From ")) {
-    const size_t end = bytes.find('\n');
-    bytes.erase(0, end == std::string::npos ? bytes.size() : end + 1);
-  }
+  bytes.erase(0, bytes.size() - WithoutFromLine(bytes).size());
   if (bytes.find("\r\n") != std::string::npos) return bytes;
   std::string converted;
   converted.reserve(bytes.size() + bytes.size() / 32);

@@ -2,42 +2,18 @@
 
 #include <sys/stat.h>
 
-#include <optional>
 #include <string_view>
 
+#include "client/ModifiedUtf7.h"
 #include "client/Names.h"
 #include "client/SourceFiles.h"
-#include "platform/Unicode.h"
 
 namespace client {
 namespace {
 
-constexpr std::string_view kAlphabet =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+,";
-
 bool IsFolder(const std::string& path) {
   struct stat status;
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-// The units of one "&...-" group without its ends; nothing where it is not well formed.
-std::optional<std::u16string> DecodeGroup(std::string_view digits) {
-  std::u16string units;
-  std::uint32_t bits = 0;
-  int count = 0;
-  for (char c : digits) {
-    const size_t value = kAlphabet.find(c);
-    if (value == std::string_view::npos) return std::nullopt;
-    bits = (bits << 6) | static_cast<std::uint32_t>(value);
-    count += 6;
-    if (count < 16) continue;
-    count -= 16;
-    units += static_cast<char16_t>(bits >> count);
-    bits &= (1u << count) - 1;
-  }
-  // What is left over is padding: fewer than six bits, all zero.
-  if (count >= 6 || bits != 0 || units.empty()) return std::nullopt;
-  return units;
 }
 
 bool IsUnread(std::string_view fileName) {
@@ -75,31 +51,6 @@ void AddMails(const PendingFolder& folder, const char* part, std::vector<SourceI
 }
 
 }  // namespace
-
-std::string FromModifiedUtf7(std::string_view name) {
-  std::string text;
-  std::string_view rest = name;
-  while (!rest.empty()) {
-    const unsigned char c = static_cast<unsigned char>(rest[0]);
-    if (c < 0x20 || c > 0x7E) return std::string(name);
-    if (c != '&') {
-      text += rest[0];
-      rest.remove_prefix(1);
-      continue;
-    }
-    const size_t end = rest.find('-');
-    if (end == std::string_view::npos) return std::string(name);
-    if (end == 1) {
-      text += '&';
-    } else {
-      const std::optional<std::u16string> units = DecodeGroup(rest.substr(1, end - 1));
-      if (!units) return std::string(name);
-      text += platform::Utf16ToUtf8(*units);
-    }
-    rest.remove_prefix(end + 1);
-  }
-  return text;
-}
 
 bool MaildirSource::IsMaildir(const std::string& path) {
   return IsFolder(path + "/cur") && IsFolder(path + "/new");

@@ -20,8 +20,4 @@ class MaildirSource : public Source {
   std::string m_path;
 };
 
-// The name in modified UTF-7 (RFC 3501) as UTF-8, or the bytes as they are where they are no valid
-// modified UTF-7.
-std::string FromModifiedUtf7(std::string_view name);
-
 }  // namespace client

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string_view>
-
 #include "client/Source.h"
 
 namespace client {
@@ -21,9 +19,5 @@ class MboxSource : public Source {
  private:
   std::string m_path;
 };
-
-// A mail as it stands in an mbox file as it was before it was put there: the "From " line in front,
-// one ">" of each quoted line and the empty line at the end are taken away.
-std::string UnquoteMbox(std::string_view bytes);
 
 }  // namespace client

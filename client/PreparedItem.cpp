@@ -1,7 +1,6 @@
 #include "client/PreparedItem.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,39 +22,34 @@ namespace client {
 namespace {
 
 constexpr std::string_view kImageList = "imageattchment.txt";  // sic
-constexpr size_t kPiece = 1 << 20;                             // bytes read at a time
 
-platform::UniqueFd OpenRegular(const std::string& path, const std::string& name) {
-  platform::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
-  if (!file) throw SourceError(name + " cannot be read: " + std::strerror(errno));
-  struct stat status;
-  if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    throw SourceError(name + " is no regular file");
-  }
-  return file;
-}
-
-void ReadPieces(const std::string& path, const std::string& name,
-                const std::function<void(std::string_view)>& take) {
-  const platform::UniqueFd file = OpenRegular(path, name);
-  std::string piece(kPiece, '\0');
-  for (;;) {
-    const ssize_t got = read(file.Get(), piece.data(), piece.size());
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw SourceError(name + " cannot be read: " + std::strerror(errno));
-    if (got == 0) return;
-    take(std::string_view(piece).substr(0, static_cast<size_t>(got)));
+// The file of that name in an item, which every failure names.
+platform::UniqueFd OpenNamed(const std::string& folder, const std::string& name) {
+  try {
+    return OpenSourceFile(folder + "/" + name, Links::kRefuse);
+  } catch (const SourceError& error) {
+    throw SourceError(name + " " + error.what());
   }
 }
 
-void CopyFile(const std::string& from, const std::string& name, const std::string& to) {
+void ReadNamed(const std::string& folder, const std::string& name,
+               const std::function<void(std::string_view)>& take) {
+  const platform::UniqueFd file = OpenNamed(folder, name);
+  try {
+    ReadPieces(file, take);
+  } catch (const SourceError& error) {
+    throw SourceError(name + " " + error.what());
+  }
+}
+
+void CopyFile(const std::string& folder, const std::string& name, const std::string& to) {
   const auto fail = [&] {
     throw WorkFileError(to + " cannot be written: " + std::strerror(errno));
   };
   const platform::UniqueFd file(
       open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file) fail();
-  ReadPieces(from, name, [&](std::string_view bytes) {
+  ReadNamed(folder, name, [&](std::string_view bytes) {
     while (!bytes.empty()) {
       const ssize_t written = write(file.Get(), bytes.data(), bytes.size());
       if (written < 0 && errno != EINTR) fail();
@@ -68,7 +62,7 @@ void CopyFile(const std::string& from, const std::string& name, const std::strin
 
 ST_EML_INFO ReadPreparedItem(const std::string& folder) {
   const std::string name(kDescriptorName);
-  const platform::UniqueFd file = OpenRegular(folder + "/" + name, name);
+  const platform::UniqueFd file = OpenNamed(folder, name);
   // By its number: the folder's own name may hold what a path in the engine's form cannot.
   ST_EML_INFO info;
   ReadDescriptor(CString::FromUtf8("\\proc\\self\\fd\\" + std::to_string(file.Get())), &info);
@@ -115,7 +109,7 @@ std::string HashPreparedFiles(const std::string& folder, const PreparedFiles& fi
   platform::Sha256 whole;
   for (const std::string& name : files.files) {
     platform::Sha256 content;
-    ReadPieces(folder + "/" + name, name, [&](std::string_view bytes) { content.Update(bytes); });
+    ReadNamed(folder, name, [&](std::string_view bytes) { content.Update(bytes); });
     whole.Update(name);
     whole.Update(std::string_view("\0", 1));  // which no name holds
     whole.Update(content.Hex());
@@ -137,7 +131,7 @@ void CopyPreparedFiles(const std::string& folder, const PreparedFiles& files,
     if (error) throw WorkFileError(workFolder + "/" + name + ": " + error.message());
   }
   for (const std::string& name : files.files) {
-    CopyFile(folder + "/" + name, name, workFolder + "/" + name);
+    CopyFile(folder, name, workFolder + "/" + name);
   }
 }
 

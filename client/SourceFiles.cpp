@@ -3,16 +3,17 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <limits>
 
-#include "platform/UniqueFd.h"
-
 namespace client {
 namespace {
+
+constexpr size_t kPiece = 1 << 20;  // bytes read at a time
 
 EntryKind KindOf(const std::string& path, std::uint64_t& size) {
   struct stat entry;
@@ -58,13 +59,33 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
   return entries;
 }
 
-std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length) {
+platform::UniqueFd OpenSourceFile(const std::string& path, Links links) {
   // Without O_NONBLOCK a pipe that took the file's place would stop us here.
-  const platform::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file) throw SourceError(std::string("cannot be read: ") + std::strerror(errno));
+  const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (links == Links::kRefuse ? O_NOFOLLOW : 0);
+  platform::UniqueFd file(open(path.c_str(), flags));
+  struct stat status;
+  if (!file || fstat(file.Get(), &status) != 0) {
+    throw SourceError(std::string("cannot be read: ") + std::strerror(errno));
+  }
+  if (!S_ISREG(status.st_mode)) throw SourceError("is no regular file");
+  return file;
+}
+
+void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::string_view)>& take) {
+  std::string piece(kPiece, '\0');
+  for (;;) {
+    const ssize_t got = read(file.Get(), piece.data(), piece.size());
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw SourceError(std::string("cannot be read: ") + std::strerror(errno));
+    if (got == 0) return;
+    take(std::string_view(piece).substr(0, static_cast<size_t>(got)));
+  }
+}
+
+std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length) {
+  const platform::UniqueFd file = OpenSourceFile(path, Links::kFollow);
   struct stat status;
   if (fstat(file.Get(), &status) != 0) throw SourceError("cannot be read");
-  if (!S_ISREG(status.st_mode)) throw SourceError("is no regular file");
   const auto size = static_cast<std::uint64_t>(status.st_size);
   length = offset < size ? std::min(length, size - offset) : 0;
   std::string bytes(length, '\0');

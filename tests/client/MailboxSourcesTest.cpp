@@ -1,8 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "client/MaildirSource.h"
-#include "client/MboxSource.h"
+#include "client/ModifiedUtf7.h"
 #include "client/Plan.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -37,11 +36,12 @@ TEST(MaildirSource, FlagsAndSubFoldersAreRead) {
                           "Sent\\2024\\|.Sent.2024/cur/5:2,RS", "Plain\\|Plain/cur/8:2,S"));
 }
 
-TEST(MaildirSource, ModifiedUtf7IsReadWhereItIsValid) {
+TEST(ModifiedUtf7, IsReadWhereItIsValid) {
   EXPECT_EQ(FromModifiedUtf7("~peter/mail/&U,BTFw-/&ZeVnLIqe-"),
             "~peter/mail/\xE5\x8F\xB0\xE5\x8C\x97/\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E");
   EXPECT_EQ(FromModifiedUtf7("A&-B"), "A&B");
-  for (const char* name : {"A&B", "&", "&A-", "&APz-", "&APw", "M\xC3\xBCll&-", "&AP w-"}) {
+  for (const char* name :
+       {"A&B", "&", "&A-", "&APz-", "&APw", "M\xC3\xBCll&-", "&AP w-", "&2AA-", "&2D0-&3gA-"}) {
     EXPECT_EQ(FromModifiedUtf7(name), name);
   }
 }
@@ -64,14 +64,18 @@ TEST(MboxSource, EachMailComesOnceWithItsQuotingUndone) {
   EXPECT_EQ(source.Read(plan.entries[2].item), "Subject: 3\n\nThree");
 }
 
-TEST(MboxSource, LongLinesAndCrLfHideNoMail) {
+TEST(MboxSource, LongLinesAndLineEndsOfEitherKindHideNoMail) {
   const TemporaryFolder folder;
+  // The second mail begins where one read of the file ends and the next begins.
+  const std::string first = "From a\r\nSubject: 1\r\n\r\n";
+  const std::string end = "From x\r\n\r\n";
   const std::string path =
-      folder.Write("m", "From a\r\nSubject: 1\r\n\r\n" + std::string(20'000, 'x') +
-                            "From x\r\n\r\nFrom b\r\nSubject: 2\r\n\r\nTwo\r\n");
+      folder.Write("m", first + std::string((1 << 20) - first.size() - end.size() - 3, 'x') + end +
+                            "From b\r\nSubject: 2\r\n\r\nTwo\n\r\n");
   const Plan plan = MakePlan({path});
   ASSERT_EQ(plan.entries.size(), 2u);
-  EXPECT_EQ(plan.sources[0]->Read(plan.entries[1].item), "Subject: 2\r\n\r\nTwo\r\n");
+  EXPECT_EQ(plan.entries[1].item.offset, (1u << 20) - 3);
+  EXPECT_EQ(plan.sources[0]->Read(plan.entries[1].item), "Subject: 2\r\n\r\nTwo\n");
 }
 
 }  // namespace
