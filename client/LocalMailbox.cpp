@@ -2,10 +2,10 @@
 
 #include <unistd.h>
 
-#include <chrono>
+#include <cerrno>
+#include <csignal>
 #include <mutex>
 #include <system_error>
-#include <thread>
 
 #include <fmt/format.h>
 
@@ -16,17 +16,14 @@ namespace client {
 namespace {
 
 constexpr std::string_view kGreeting = "mailboxd: listening on ";
-// The mailboxd of an engine that has just ended needs a moment to let go of the folder.
-constexpr auto kPatience = std::chrono::seconds(5);
-constexpr auto kBetweenTries = std::chrono::milliseconds(100);
 
-// The first line from the pipe, or what there was when it closed.
+// The first line from the pipe, or what there was when it closed or a stop was asked for.
 std::string ReadLine(int fd) {
   std::string line;
   char c = 0;
   for (;;) {
     const ssize_t got = read(fd, &c, 1);
-    if (got < 0 && errno == EINTR) continue;
+    if (got < 0 && errno == EINTR && !StopRequested()) continue;
     if (got <= 0 || c == '\n') return line;
     line += c;
   }
@@ -44,37 +41,9 @@ struct Words {
 LocalMailbox::LocalMailbox(const std::string& program, const std::string& dataFolder,
                            Console& console)
     : m_dataFolder(dataFolder) {
-  const auto giveUp = std::chrono::steady_clock::now() + kPatience;
-  std::string reason;
-  while (!Start(program, console, reason)) {
-    if (StopRequested()) throw RunError("stopped");
-    if (std::chrono::steady_clock::now() > giveUp) {
-      throw RunError(
-          fmt::format("the local mailbox in {} cannot be served: {}", m_dataFolder, reason));
-    }
-    std::this_thread::sleep_for(kBetweenTries);
-  }
-}
-
-bool LocalMailbox::Start(const std::string& program, Console& console, std::string& reason) {
-  Pipe input = MakePipe();
-  Pipe output = MakePipe();
   Pipe messages = MakePipe();
-  platform::ChildOptions start;
-  start.arrArguments = {program, "--data", m_dataFolder, "--https", "--until-stdin-closes"};
-  start.nStdin = input.readEnd.Get();
-  start.nStdout = output.writeEnd.Get();
-  start.nStderr = messages.writeEnd.Get();
-  try {
-    m_process.emplace(platform::ChildProcess::Start(start));
-  } catch (const std::system_error& error) {
-    throw RunError(fmt::format("the local mailbox cannot be started: {}", error.what()));
-  }
-  input.readEnd.Reset();
-  output.writeEnd.Reset();
+  const platform::UniqueFd output = Start(program, messages.writeEnd);
   messages.writeEnd.Reset();
-  m_stdin = std::move(input.writeEnd);
-
   auto words = std::make_shared<Words>();
   m_drain = std::make_unique<LineDrain>(std::move(messages.readEnd),
                                         [words, &console](const std::string& line) {
@@ -82,18 +51,37 @@ bool LocalMailbox::Start(const std::string& program, Console& console, std::stri
                                           words->last = line;
                                           if (words->up) console.Say(line);
                                         });
-  const std::string line = ReadLine(output.readEnd.Get());
+  const std::string line = ReadLine(output.Get());
   if (line.starts_with(kGreeting)) {
     m_url = line.substr(kGreeting.size());
     const std::lock_guard lock(words->mutex);
     words->up = true;
-    return true;
+    return;
   }
-  m_stdin.Reset();
+  if (StopRequested()) m_process->Signal(SIGKILL);  // it may be waiting for another to end
   const std::string end = platform::DescribeExit(m_process->Wait());
   m_drain.reset();  // everything it wrote has been read now
-  reason = words->last.empty() ? "mailboxd ended: " + end : words->last;
-  return false;
+  if (StopRequested()) throw RunError("stopped");
+  const std::string reason = words->last.empty() ? "mailboxd ended: " + end : words->last;
+  throw RunError(fmt::format("the local mailbox in {} cannot be served: {}", m_dataFolder, reason));
+}
+
+platform::UniqueFd LocalMailbox::Start(const std::string& program,
+                                       const platform::UniqueFd& messages) {
+  Pipe input = MakePipe();
+  Pipe output = MakePipe();
+  platform::ChildOptions start;
+  start.arrArguments = {program, "--data", m_dataFolder, "--https", "--until-stdin-closes"};
+  start.nStdin = input.readEnd.Get();
+  start.nStdout = output.writeEnd.Get();
+  start.nStderr = messages.Get();
+  try {
+    m_process.emplace(platform::ChildProcess::Start(start));
+  } catch (const std::system_error& error) {
+    throw RunError(fmt::format("the local mailbox cannot be started: {}", error.what()));
+  }
+  m_stdin = std::move(input.writeEnd);
+  return std::move(output.readEnd);
 }
 
 LocalMailbox::~LocalMailbox() {

@@ -16,7 +16,8 @@ class Console;
 // in the middle of a command. The destructor lets go of it and waits for its end.
 class LocalMailbox {
  public:
-  // Throws RunError when it does not come up: another mailboxd has the folder, for example.
+  // Throws RunError when it does not come up: another mailboxd serves the folder, for example. One
+  // whose driver and engine have just gone is waited for.
   LocalMailbox(const std::string& program, const std::string& dataFolder, Console& console);
   ~LocalMailbox();
   LocalMailbox(const LocalMailbox&) = delete;
@@ -30,8 +31,8 @@ class LocalMailbox {
   std::optional<std::string> Ended();
 
  private:
-  // False, with its last words in reason, when it ended instead of coming up.
-  bool Start(const std::string& program, Console& console, std::string& reason);
+  // Returns what it writes to its standard output; its messages go to that descriptor.
+  platform::UniqueFd Start(const std::string& program, const platform::UniqueFd& messages);
 
   std::string m_dataFolder;
   std::string m_url;

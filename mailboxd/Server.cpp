@@ -1,12 +1,9 @@
 #include "mailboxd/Server.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <httplib.h>
 #include <netinet/in.h>
-#include <sys/file.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstring>
@@ -22,7 +19,6 @@
 #include "mailboxd/WebPages.h"
 #include "platform/Base64.h"
 #include "platform/Sqlite.h"
-#include "platform/UniqueFd.h"
 
 namespace mailbox {
 namespace {
@@ -60,18 +56,6 @@ std::string Lower(std::string text) {
   return text;
 }
 
-platform::UniqueFd LockFolder(const std::string& folder) {
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  ::chmod(folder.c_str(), 0700);
-  platform::UniqueFd lock(::open((folder + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-  if (!lock) throw std::runtime_error(folder + ": " + std::strerror(errno));
-  if (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-    throw std::runtime_error(folder + " is in use by another mailboxd");
-  }
-  return lock;
-}
-
 // Only SO_REUSEADDR: with the port shared, a second server would take some of the requests.
 void SocketOptions(int fd) {
   const int on = 1;
@@ -84,7 +68,7 @@ class Server::Implementation {
  public:
   explicit Implementation(const ServerOptions& options)
       : m_options(options),
-        m_lock(LockFolder(options.dataFolder)),
+        m_lock(options.dataFolder, options.lifetime),
         m_store(options.dataFolder + "/mailbox.db"),
         m_tokens(options.user.empty() ? "" : options.password) {
     for (const std::string& fault : options.faults) {
@@ -130,7 +114,7 @@ class Server::Implementation {
   std::string OwnHost() const { return "127.0.0.1:" + std::to_string(m_port); }
 
   ServerOptions m_options;
-  platform::UniqueFd m_lock;
+  DataFolderLock m_lock;
   Store m_store;
   Faults m_faults;
   TokenEndpoint m_tokens;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "mailboxd/DataFolderLock.h"
 #include "mailboxd/Store.h"
 
 namespace mailbox {
@@ -19,6 +20,8 @@ struct ServerOptions {
   std::string password;
   std::int64_t maximumMessageSize = 150 * 1024 * 1024;  // bytes
   std::vector<std::string> faults;                      // see Faults.h
+  // Who starts it ends it so; another server waits for one that is about to end.
+  DataFolderLock::Lifetime lifetime = DataFolderLock::Lifetime::kUntilStopped;
 };
 
 // A mailbox server on 127.0.0.1. It holds the folder's lock while it lives.

@@ -53,13 +53,14 @@ void WaitForEnd(int signals, bool untilStdinCloses) {
   }
 }
 
-int Serve(const mailbox::ServerOptions& options, bool untilStdinCloses) {
+int Serve(const mailbox::ServerOptions& options) {
   const platform::UniqueFd signals = WatchSignals();
   mailbox::Server server(options);
   server.Start();
   std::printf("mailboxd: listening on %s\n", server.Url().c_str());
   std::fflush(stdout);
-  WaitForEnd(signals.Get(), untilStdinCloses);
+  WaitForEnd(signals.Get(),
+             options.lifetime == mailbox::DataFolderLock::Lifetime::kUntilStdinCloses);
   server.Stop();
   return kSuccessCode;
 }
@@ -91,16 +92,22 @@ int main(int argc, char** argv) {
                  "Fail on demand: busy:N[:MS], latency:MS, drop:N, ErrorCode:N");
   try {
     app.parse(argc, argv);
+  } catch (const CLI::Success& help) {
+    return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kSuccessCode : kUsageCode;
+    std::fprintf(stderr, "mailboxd: %s\n", error.what());
+    return kUsageCode;
   }
   if (!options.user.empty() && passwordFile.empty()) {
     std::fputs("mailboxd: --user needs --password-file\n", stderr);
     return kUsageCode;
   }
+  if (untilStdinCloses) {
+    options.lifetime = mailbox::DataFolderLock::Lifetime::kUntilStdinCloses;
+  }
   try {
     if (!passwordFile.empty()) options.password = ReadPassword(passwordFile);
-    return Serve(options, untilStdinCloses);
+    return Serve(options);
   } catch (const std::invalid_argument& error) {
     std::fprintf(stderr, "mailboxd: %s\n", error.what());
     return kUsageCode;
