@@ -21,8 +21,9 @@ int RunLedger(const Arguments& arguments);
 int RunConvert(const Arguments& arguments);
 int RunItem(const Arguments& arguments);
 
-// Parses the arguments of one subcommand. False when it should end at once with *exitCode: its help
-// was printed, or what is wrong with the arguments.
+// Parses the arguments of one subcommand, whose app is named "tarny COMMAND". False when it should
+// end at once with *exitCode: its help was printed, or, on standard error behind that name, what is
+// wrong with which argument: first one that the subcommand does not know, then one that it misses.
 bool ParseArguments(CLI::App& app, const Arguments& arguments, int* exitCode);
 
 }  // namespace client

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/Commands.h"
+#include "client/Names.h"
 #include "client/PreparedItem.h"
 #include "client/Source.h"
 
@@ -63,7 +64,7 @@ int RunItem(const Arguments& arguments) {
     std::cout << item.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
     return kExitDone;
   } catch (const SourceError& error) {
-    std::cerr << fmt::format("tarny item: {}: {}\n", folder, error.what());
+    std::cerr << fmt::format("tarny item: {}: {}\n", OneLine(folder), error.what());
     return kExitFailed;
   }
 }

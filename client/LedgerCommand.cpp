@@ -41,13 +41,14 @@ int RunLedger(const Arguments& arguments) {
   app.add_flag("--json", json, "As JSON");
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
-  const std::vector<LedgerLook::Count> counts = LedgerLook(file).Counts();
-  if (json) {
-    PrintJson(counts);
-  } else {
-    Print(counts);
+  try {
+    const std::vector<LedgerLook::Count> counts = LedgerLook(file).Counts();
+    json ? PrintJson(counts) : Print(counts);
+    return kExitDone;
+  } catch (const platform::SqliteError& error) {
+    std::cerr << fmt::format("tarny ledger: {}: {}\n", OneLine(file), error.what());
+    return kExitFailed;
   }
-  return kExitDone;
 }
 
 }  // namespace client

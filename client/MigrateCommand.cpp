@@ -91,7 +91,22 @@ std::string FullPath(const std::string& path) {
   return full.string();
 }
 
+// Arguments can be read by every user of a machine, and the target's URL is kept in the run folder.
+void RequireNoSecret(const char* option, const std::string& url) {
+  const size_t host = url.find("://");
+  if (host == std::string::npos) return;
+  const std::string authority = url.substr(host + 3, url.find_first_of("/?#", host + 3) - host - 3);
+  if (authority.find('@') == std::string::npos) return;
+  throw UsageError(
+      fmt::format("{}: a URL here holds no user name or password; take --user and "
+                  "--password-file",
+                  option));
+}
+
 void Complete(MigrateOptions& options) {
+  RequireNoSecret("--to", options.to);
+  RequireNoSecret("--autodiscover-url", options.autodiscoverUrl);
+  RequireNoSecret("--authority-url", options.authorityUrl);
   if (options.run.empty() && !options.dryRun) throw UsageError("--run is needed");
   Target& target = options.target;
   for (std::string& source : options.sources) source = FullPath(source);
@@ -117,14 +132,18 @@ void RequireUsable(const Target& target) {
 
 void AskSecrets(MigrateOptions& options) {
   Target& target = options.target;
-  if (target.TokenRoute()) {
-    target.clientSecret =
-        ReadSecret(options.secretFile, "Secret of the application", "--client-secret-file");
-  } else if (target.Local() && options.passwordFile.empty()) {
-    target.password = kLocalPassword;
-  } else {
-    target.password =
-        ReadSecret(options.passwordFile, "Password of " + target.user, "--password-file");
+  try {
+    if (target.TokenRoute()) {
+      target.clientSecret =
+          ReadSecret(options.secretFile, "Secret of the application", "--client-secret-file");
+    } else if (target.Local() && options.passwordFile.empty()) {
+      target.password = kLocalPassword;
+    } else {
+      target.password =
+          ReadSecret(options.passwordFile, "Password of " + target.user, "--password-file");
+    }
+  } catch (const SecretError& error) {
+    throw UsageError(error.what());
   }
 }
 

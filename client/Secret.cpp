@@ -5,7 +5,6 @@
 
 #include <cstdio>
 #include <iostream>
-#include <stdexcept>
 
 #include <fmt/format.h>
 
@@ -40,20 +39,21 @@ std::string ReadSecret(const std::string& fileName, const std::string& prompt,
     try {
       secret = ReadWholeFile(fileName);
     } catch (const SourceError& error) {
-      throw std::runtime_error(fmt::format("{} {}", fileName, error.what()));
+      throw SecretError(fmt::format("{}: {} {}", option, fileName, error.what()));
     }
     secret.resize(std::min(secret.size(), secret.find_first_of("\r\n")));
-    if (secret.empty()) throw std::runtime_error(fileName + ": its first line is empty");
+    if (secret.empty())
+      throw SecretError(fmt::format("{}: the first line of {} is empty", option, fileName));
     return secret;
   }
   if (!isatty(STDIN_FILENO)) {
-    throw std::runtime_error(fmt::format("{} is needed where there is no terminal", option));
+    throw SecretError(fmt::format("{} is needed where there is no terminal", option));
   }
   const NoEcho noEcho;
   fmt::print(stderr, "{}: ", prompt);
   std::getline(std::cin, secret);
   fmt::print(stderr, "\n");
-  if (secret.empty()) throw std::runtime_error("nothing was typed");
+  if (secret.empty()) throw SecretError("nothing was typed");
   return secret;
 }
 

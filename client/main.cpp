@@ -46,7 +46,7 @@ int main(int argc, char** argv) {
     try {
       return command.run({arguments.begin() + 1, arguments.end()});
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "tarny: %s\n", error.what());
+      std::fprintf(stderr, "tarny %s: %s\n", command.name.data(), error.what());
       return client::kExitFailed;
     }
   }
