@@ -1,11 +1,7 @@
 #include "client/StatusLog.h"
 
-#include <sys/stat.h>
-
-#include <limits>
 #include <string_view>
 
-#include "client/SourceFiles.h"
 #include "platform/NarrowText.h"
 #include "platform/Unicode.h"
 
@@ -22,18 +18,8 @@ std::string_view Trimmed(std::string_view line) {
 
 }  // namespace
 
-void StatusLog::Mark() {
-  struct stat status;
-  m_offset = stat(m_path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
-}
-
 std::string StatusLog::LastLine() const {
-  std::string added;
-  try {
-    added = ReadFileRange(m_path, m_offset, std::numeric_limits<std::uint64_t>::max());
-  } catch (const SourceError&) {
-    return {};
-  }
+  const std::string added = Added();
   const std::string_view text = Trimmed(added);
   const size_t start = text.find_last_of('\n');
   const std::string_view line =

@@ -1,11 +1,7 @@
 #include "client/TraceLook.h"
 
-#include <filesystem>
-#include <limits>
+#include <string>
 #include <string_view>
-
-#include "client/Source.h"
-#include "client/SourceFiles.h"
 
 namespace client {
 namespace {
@@ -22,20 +18,6 @@ std::string Units(std::string_view ascii) {
 
 }  // namespace
 
-void TraceLook::Mark() {
-  std::error_code error;
-  const std::uintmax_t size = std::filesystem::file_size(m_path, error);
-  m_offset = error ? 0 : size;
-}
-
-bool TraceLook::HasSavedMail() const {
-  try {
-    const std::string added =
-        ReadFileRange(m_path, m_offset, std::numeric_limits<std::uint64_t>::max());
-    return added.find(Units(kSaved)) != std::string::npos;
-  } catch (const SourceError&) {
-    return false;  // no trace, no proof
-  }
-}
+bool TraceLook::HasSavedMail() const { return Added().find(Units(kSaved)) != std::string::npos; }
 
 }  // namespace client

@@ -1,25 +1,17 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
+#include "client/LogTail.h"
 
 namespace client {
 
 inline constexpr char kTraceName[] = "TarnyEngine.txt";  // in the run folder
 
-// Looks into the engine's trace for what a command wrote there: the proof of a save for items that
-// get no row in the ledger.
-class TraceLook {
+// The engine's trace, 16-bit text: the proof of a save for items that get no row in the ledger.
+class TraceLook : public LogTail {
  public:
-  explicit TraceLook(std::string path) : m_path(std::move(path)) {}
-
-  void Mark();  // what is added from here on counts
+  using LogTail::LogTail;
   // True if a mail was saved since the mark.
   bool HasSavedMail() const;
-
- private:
-  std::string m_path;
-  std::uint64_t m_offset = 0;  // bytes
 };
 
 }  // namespace client
