@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "client/FolderWalk.h"
 #include "client/ModifiedUtf7.h"
 #include "client/Names.h"
 #include "client/SourceFiles.h"
@@ -34,19 +35,35 @@ std::string DotLevels(std::string_view name) {
   return levels;
 }
 
-struct PendingFolder {
-  std::string path;
-  std::string target;  // empty for the root
-};
+bool IsPart(std::string_view name) { return name == "cur" || name == "new" || name == "tmp"; }
 
-void AddMails(const PendingFolder& folder, const char* part, std::vector<SourceItem>& items,
+// ".Sub.Deeper" of Maildir++ or a plain name, as levels below the folder that it stands in.
+std::string LevelsOf(std::string_view name) {
+  return name.starts_with('.') ? DotLevels(name) : LevelName(FromModifiedUtf7(name)) + "\\";
+}
+
+// The files that programs keep beside the folders of a Maildir are no mail.
+void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
+               std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
+  const std::string path = folder.path + "/" + entry.name;
+  if (entry.kind == EntryKind::kFolder) {
+    below.push_back({path, folder.levels + LevelsOf(entry.name), folder.levels});
+  } else if (entry.kind == EntryKind::kFolderLink) {
+    problems.push_back(OddEntry(path, entry.kind));
+  }
+}
+
+void AddMails(const SourceFolder& folder, const char* part, std::vector<SourceItem>& items,
               std::vector<SourceProblem>& problems) {
-  const std::string target = folder.target.empty() ? std::string(kInbox) : folder.target;
   const std::string path = folder.path + "/" + part;
   for (const FolderEntry& entry : ListFolder(path, problems)) {
-    if (entry.kind != EntryKind::kFile || entry.name.starts_with('.')) continue;
+    if (entry.name.starts_with('.')) continue;
+    if (entry.kind != EntryKind::kFile) {
+      problems.push_back(OddEntry(path + "/" + entry.name, entry.kind));
+      continue;
+    }
     const bool read = std::string_view(part) == "cur" && !IsUnread(entry.name);
-    items.push_back({path + "/" + entry.name, target, read, 0, entry.size});
+    items.push_back({path + "/" + entry.name, TargetOf(folder.levels), read, 0, entry.size});
   }
 }
 
@@ -57,29 +74,19 @@ bool MaildirSource::IsMaildir(const std::string& path) {
 }
 
 std::vector<SourceItem> MaildirSource::List(std::vector<SourceProblem>& problems) const {
-  std::vector<SourceItem> items;
-  std::vector<PendingFolder> pending = {{m_path, ""}};
-  while (!pending.empty()) {
-    const PendingFolder folder = std::move(pending.back());
-    pending.pop_back();
-    const bool maildir = IsMaildir(folder.path);
-    if (maildir) {
-      AddMails(folder, "cur", items, problems);
-      AddMails(folder, "new", items, problems);
-    }
-    std::vector<PendingFolder> below;
-    for (const FolderEntry& entry : ListFolder(folder.path, problems)) {
-      if (entry.kind != EntryKind::kFolder) continue;
-      if (maildir && (entry.name == "cur" || entry.name == "new" || entry.name == "tmp")) continue;
-      const std::string path = folder.path + "/" + entry.name;
-      const std::string levels = entry.name.starts_with('.')
-                                     ? DotLevels(entry.name)
-                                     : LevelName(FromModifiedUtf7(entry.name)) + "\\";
-      below.push_back({path, folder.target + levels});
-    }
-    pending.insert(pending.end(), below.rbegin(), below.rend());
-  }
-  return items;
+  return WalkFolders(m_path, problems,
+                     [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+                         std::vector<SourceItem>& items, std::vector<SourceFolder>& below) {
+                       const bool maildir = IsMaildir(folder.path);
+                       if (maildir) {
+                         AddMails(folder, "cur", items, problems);
+                         AddMails(folder, "new", items, problems);
+                       }
+                       for (const FolderEntry& entry : entries) {
+                         if (maildir && IsPart(entry.name)) continue;
+                         AddFolder(folder, entry, below, problems);
+                       }
+                     });
 }
 
 std::string MaildirSource::Read(const SourceItem& item) const {

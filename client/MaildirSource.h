@@ -5,8 +5,8 @@
 namespace client {
 
 // A Maildir with its sub-folders: those of Maildir++ (".Sub.Deeper" beside cur and new) and nested
-// Maildirs in plain folders. The root goes to the Inbox. A mail without the flag S is unread; mail
-// with the flag T, which waits for its deletion, comes along.
+// Maildirs in plain folders; prepared items may lie beside them. The root goes to the Inbox. A mail
+// without the flag S is unread; mail with the flag T, which waits for its deletion, comes along.
 class MaildirSource : public Source {
  public:
   explicit MaildirSource(std::string path) : m_path(std::move(path)) {}

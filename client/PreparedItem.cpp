@@ -12,8 +12,6 @@
 #include <string_view>
 
 #include "client/ItemWriter.h"
-#include "client/Source.h"
-#include "client/SourceFiles.h"
 #include "pipeline/ItemDescriptor.h"
 #include "platform/Sha256.h"
 #include "platform/UniqueFd.h"
@@ -59,6 +57,24 @@ void CopyFile(const std::string& folder, const std::string& name, const std::str
 }
 
 }  // namespace
+
+bool HoldsDescriptor(const std::vector<FolderEntry>& entries) {
+  return std::any_of(entries.begin(), entries.end(), [](const FolderEntry& entry) {
+    return entry.kind == EntryKind::kFile && entry.name == kDescriptorName;
+  });
+}
+
+SourceItem PreparedItemAt(const std::string& folder, const std::string& target,
+                          const std::vector<FolderEntry>& entries) {
+  SourceItem item;
+  item.location = folder;
+  item.folder = target;
+  item.prepared = true;
+  for (const FolderEntry& entry : entries) {
+    if (entry.kind == EntryKind::kFile) item.length += entry.size;
+  }
+  return item;
+}
 
 ST_EML_INFO ReadPreparedItem(const std::string& folder) {
   const std::string name(kDescriptorName);

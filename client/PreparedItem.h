@@ -4,12 +4,19 @@
 #include <string>
 #include <vector>
 
+#include "client/SourceFiles.h"
 #include "pipeline/ST_EML_INFO.h"
 
 // Prepared items: folders as a program that drives the engine leaves them, with a descriptor and
 // its companion files. Paths are of this system and may hold any bytes. Links are not taken: a
 // copied one would bring files of other places into the engine's work folder.
 namespace client {
+
+// True if a folder of these entries is a prepared item: it holds a descriptor.
+bool HoldsDescriptor(const std::vector<FolderEntry>& entries);
+// That folder as an item of the target folder given.
+SourceItem PreparedItemAt(const std::string& folder, const std::string& target,
+                          const std::vector<FolderEntry>& entries);
 
 // What the descriptor in that folder says. Throws SourceError when there is none that can be read.
 ST_EML_INFO ReadPreparedItem(const std::string& folder);

@@ -59,6 +59,17 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
   return entries;
 }
 
+SourceProblem OddEntry(const std::string& path, EntryKind kind) {
+  switch (kind) {
+    case EntryKind::kFolder:
+      return {path, "a folder where mail belongs"};
+    case EntryKind::kFolderLink:
+      return {path, "a link to a folder"};
+    default:
+      return {path, "neither a file nor a folder, or a dead link"};
+  }
+}
+
 platform::UniqueFd OpenSourceFile(const std::string& path, Links links) {
   // Without O_NONBLOCK a pipe that took the file's place would stop us here.
   const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (links == Links::kRefuse ? O_NOFOLLOW : 0);

@@ -26,6 +26,9 @@ struct FolderEntry {
 // cannot be read becomes a problem and has none.
 std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems);
 
+// What stands in a source where neither mail nor a folder to enter can be.
+SourceProblem OddEntry(const std::string& path, EntryKind kind);
+
 enum class Links { kFollow, kRefuse };
 // Opens a regular file to be read. Throws SourceError with the reason.
 platform::UniqueFd OpenSourceFile(const std::string& path, Links links);

@@ -29,11 +29,36 @@ TEST(MaildirSource, FlagsAndSubFoldersAreRead) {
   for (const char* name : {".Sent.2024/new", ".Entw&APw-rfe/cur", ".A&B/new", "Plain/new"}) {
     std::filesystem::create_directories(folder.File(name));
   }
-  EXPECT_THAT(Items(MakePlan({folder.Path()})),
-              ElementsAre("Inbox\\|cur/1:2,S", "Inbox\\|cur/2:2,F|unread", "Inbox\\|cur/3|unread",
-                          "Inbox\\|new/4:2,S|unread", "A&B\\|.A&B/cur/7:2,S",
-                          "Entw\xC3\xBCrfe\\|.Entw&APw-rfe/new/6|unread",
-                          "Sent\\2024\\|.Sent.2024/cur/5:2,RS", "Plain\\|Plain/cur/8:2,S"));
+  // Prepared items belong to the folder above them, in the Maildir's own names.
+  for (const char* item : {"item", "Plain/.item", ".Entw&APw-rfe/item"}) {
+    folder.Write(std::string(item) + "/11comtextjj.t", "");
+    folder.Write(std::string(item) + "/cur/attachment", "Subject: no mail of its own\n\n");
+  }
+  EXPECT_THAT(
+      Items(MakePlan({folder.Path()})),
+      ElementsAre("Inbox\\|cur/1:2,S", "Inbox\\|cur/2:2,F|unread", "Inbox\\|cur/3|unread",
+                  "Inbox\\|new/4:2,S|unread", "A&B\\|.A&B/cur/7:2,S",
+                  "Entw\xC3\xBCrfe\\|.Entw&APw-rfe/new/6|unread",
+                  "Entw\xC3\xBCrfe\\|.Entw&APw-rfe/item", "Sent\\2024\\|.Sent.2024/cur/5:2,RS",
+                  "Plain\\|Plain/cur/8:2,S", "Plain\\|Plain/.item", "Inbox\\|item"));
+}
+
+TEST(MaildirSource, WhatCannotBeTakenIsNamed) {
+  const TemporaryFolder folder;
+  for (const char* name : {"cur/1:2,S", "cur/.hidden", "new/2", "cur/sub/3", "dovecot-uidlist"}) {
+    folder.Write(name, "Subject: x\n\n");
+  }
+  std::filesystem::create_symlink("nowhere", folder.File("new/dead"));
+  std::filesystem::create_directory_symlink("cur", folder.File(".Linked"));
+  const Plan plan = MakePlan({folder.Path()});
+  EXPECT_EQ(plan.entries.size(), 2u);
+  std::vector<std::string> problems;
+  for (const SourceProblem& problem : plan.problems) {
+    problems.push_back(problem.location.substr(folder.Path().size() + 1) + ": " + problem.reason);
+  }
+  EXPECT_THAT(problems, ElementsAre("cur/sub: a folder where mail belongs",
+                                    "new/dead: neither a file nor a folder, or a dead link",
+                                    ".Linked: a link to a folder"));
 }
 
 TEST(ModifiedUtf7, IsReadWhereItIsValid) {
