@@ -48,8 +48,7 @@ std::vector<mailbox::MailboxInfo> Chosen(mailbox::Store& store, const MailboxOpt
 }
 
 std::vector<mailbox::ItemInfo> ItemsOf(mailbox::Store& store, const mailbox::FolderInfo& folder) {
-  std::int64_t total = 0;
-  return store.Items(folder.id, 0, -1, &total);
+  return store.Items(folder.id, 0, -1);
 }
 
 json ItemAsJson(const mailbox::ItemInfo& item) {

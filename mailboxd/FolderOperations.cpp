@@ -129,8 +129,7 @@ void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node pa
   response.Open("m:RootFolder", PageAttributes(page, total));
   response.Open("t:Folders");
   for (auto i = static_cast<size_t>(page.first); i < static_cast<size_t>(page.end); ++i) {
-    if (const auto folder = context.store.Folder(found[i].id))
-      WriteFolder(*folder, shape, response);
+    WriteFolder(found[i], shape, response);
   }
   response.Close("t:Folders");
   response.Close("m:RootFolder");

@@ -435,9 +435,8 @@ void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node pa
   const bool live = Attribute(request, "Traversal") == "Shallow";
   const std::int64_t total = live ? folder.total : 0;
   const Page page = ReadPage(Child(request, "IndexedPageItemView"), total);
-  std::int64_t now = 0;
   const std::vector<ItemInfo> items =
-      context.store.Items(folder.id, page.first, page.end - page.first, &now);
+      context.store.Items(folder.id, page.first, page.end - page.first);
   response.BeginSuccess();
   response.Open("m:RootFolder", PageAttributes(page, total));
   response.Open("t:Items");

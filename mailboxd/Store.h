@@ -26,7 +26,7 @@ struct FolderInfo {
   std::string folderClass;  // "IPF.Note", …; "" for a root
   std::string wellKnown;    // DistinguishedFolderId, "" for a folder that a client made
   std::int64_t version = 1;
-  std::int64_t total = 0;  // items; the counts are only filled where a call says so
+  std::int64_t total = 0;  // items
   std::int64_t unread = 0;
   std::int64_t children = 0;
 };
@@ -106,7 +106,8 @@ class Store {
  public:
   enum class Mode { kReadWrite, kReadOnly };
   // `path` of the database file. kReadWrite creates it; kReadOnly may be used beside a running
-  // server. Throws std::runtime_error for a file that is of another layout.
+  // server. An older layout is brought up to date by kReadWrite. Throws std::runtime_error for any
+  // other layout.
   explicit Store(const std::string& path, Mode mode = Mode::kReadWrite);
   ~Store();
   Store(const Store&) = delete;
@@ -118,10 +119,10 @@ class Store {
   std::optional<std::int64_t> FindMailbox(std::string_view address);
 
   std::optional<std::int64_t> FindWellKnown(std::int64_t mailbox, std::string_view id);
-  std::optional<FolderInfo> Folder(std::int64_t id);  // with counts
-  // All folders of a mailbox with counts, parents before children.
+  std::optional<FolderInfo> Folder(std::int64_t id);
+  // All folders of a mailbox, parents before children.
   std::vector<FolderInfo> Folders(std::int64_t mailbox);
-  // Children, or all below, by name; without counts.
+  // Children, or all below, by name.
   std::vector<FolderInfo> ChildFolders(std::int64_t parent, bool deep);
   // "Inbox/Projects": the names from below the mailbox's root of messages, `/` in a name doubled.
   std::string FolderPath(std::int64_t id);
@@ -132,9 +133,9 @@ class Store {
   // Stores the item with all it has, or nothing; fills the ids of item and attachments.
   void CreateItem(NewItem& item);
   std::optional<ItemInfo> Item(std::int64_t id);
-  // Newest row last. A limit below 0 means all. *total gets the number of items in the folder.
-  std::vector<ItemInfo> Items(std::int64_t folder, std::int64_t offset, std::int64_t limit,
-                              std::int64_t* total);
+  // Newest row last, from the offset on. A limit below 0 means all. Page after page costs no more
+  // than all at once.
+  std::vector<ItemInfo> Items(std::int64_t folder, std::int64_t offset, std::int64_t limit);
   // Calls `use` with charset and bytes while the store is held; false when the item has no MIME.
   bool WithMime(std::int64_t item,
                 const std::function<void(std::string_view charset, std::string_view bytes)>& use);

@@ -4,8 +4,10 @@
 
 namespace mailbox {
 
+namespace {
+
 // Row numbers are never used twice (AUTOINCREMENT): the id of a deleted item must not find another.
-const char kSchemaSql[] = R"sql(
+constexpr char kTables[] = R"sql(
 CREATE TABLE mailboxes (
   id INTEGER PRIMARY KEY,
   address TEXT NOT NULL UNIQUE);
@@ -56,7 +58,33 @@ CREATE TABLE attachment_bytes (
   bytes BLOB NOT NULL);
 )sql";
 
-namespace {
+// A folder's counts stand in its row, and its items are found in the order of their rows without a
+// sort, so that a page costs the same in a folder of any size.
+constexpr char kCounts[] = R"sql(
+DROP INDEX items_by_folder;
+CREATE INDEX items_in_folder ON items(folder);
+ALTER TABLE folders ADD COLUMN total INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE folders ADD COLUMN unread INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE folders ADD COLUMN children INTEGER NOT NULL DEFAULT 0;
+UPDATE folders SET (total, unread) =
+  (SELECT count(*), ifnull(sum(is_read=0), 0) FROM items WHERE folder=folders.id),
+  children=(SELECT count(*) FROM folders AS child WHERE child.parent=folders.id);
+CREATE TRIGGER folder_added AFTER INSERT ON folders BEGIN
+  UPDATE folders SET children=children+1 WHERE id=NEW.parent;
+END;
+CREATE TRIGGER item_added AFTER INSERT ON items BEGIN
+  UPDATE folders SET total=total+1, unread=unread+(NEW.is_read=0) WHERE id=NEW.folder;
+END;
+CREATE TRIGGER item_removed AFTER DELETE ON items BEGIN
+  UPDATE folders SET total=total-1, unread=unread-(OLD.is_read=0) WHERE id=OLD.folder;
+END;
+CREATE TRIGGER item_changed AFTER UPDATE OF folder, is_read ON items BEGIN
+  UPDATE folders SET total=total-1, unread=unread-(OLD.is_read=0) WHERE id=OLD.folder;
+  UPDATE folders SET total=total+1, unread=unread+(NEW.is_read=0) WHERE id=NEW.folder;
+END;
+)sql";
+
+constexpr std::array<const char*, 2> kSteps = {kTables, kCounts};
 
 constexpr std::array<WellKnownFolder, 20> kFolders = {{
     {"root", "", "root", ""},
@@ -82,6 +110,8 @@ constexpr std::array<WellKnownFolder, 20> kFolders = {{
 }};
 
 }  // namespace
+
+std::span<const char* const> SchemaSteps() { return kSteps; }
 
 std::span<const WellKnownFolder> WellKnownFolders() { return kFolders; }
 

@@ -8,8 +8,10 @@ namespace mailbox {
 // The layout of mailbox.db. `details` of an item is a JSON object with what is only shown and never
 // searched for (recipients, categories, extended properties): one row to write for each item. Bytes
 // of messages and attachments lie in tables of their own, so that lists do not read them.
-inline constexpr int kSchemaVersion = 1;
-extern const char kSchemaSql[];
+//
+// The layout's number is the number of steps that have been made; step n turns layout n into n + 1.
+// A step that has been released is never changed.
+std::span<const char* const> SchemaSteps();
 
 // The folders that every mailbox has from its first use, parents before children. A class-less
 // folder is a root.

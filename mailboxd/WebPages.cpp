@@ -284,8 +284,7 @@ WebReply FolderPage(Store& store, std::int64_t id, std::int64_t page) {
   if (page > pages) return NotFound();
   const std::int64_t end = folder->total - (page - 1) * kItemsPerPage;
   const std::int64_t begin = std::max<std::int64_t>(0, end - kItemsPerPage);
-  std::int64_t total = 0;
-  const std::vector<ItemInfo> items = store.Items(id, begin, end - begin, &total);
+  const std::vector<ItemInfo> items = store.Items(id, begin, end - begin);
   std::string content = "<p class=\"soft\">" + std::to_string(folder->total) + " items, " +
                         std::to_string(folder->unread) + " unread</p>\n";
   if (!items.empty()) {

@@ -1,6 +1,8 @@
 #include "mailboxd/Store.h"
 
 #include "mailboxd/DateTime.h"
+#include "mailboxd/StoreSchema.h"
+#include "platform/Sqlite.h"
 #include "tests/mailboxd/LocalMailbox.h"
 
 using namespace mailbox_test;
@@ -28,10 +30,9 @@ TEST(Store, AReaderBesideTheServerSeesWhatItHolds) {
   mailbox::Store reader(path, mailbox::Store::Mode::kReadOnly);
   ASSERT_EQ(reader.Mailboxes().size(), 1u);
   EXPECT_EQ(reader.FolderPath(sub->id), "Inbox/a//b");
-  std::int64_t total = 0;
-  const auto items = reader.Items(sub->id, 0, -1, &total);
+  const auto items = reader.Items(sub->id, 0, -1);
   ASSERT_EQ(items.size(), 1u);
-  EXPECT_EQ(total, 1);
+  EXPECT_EQ(reader.Folder(sub->id)->total, 1);
   EXPECT_EQ(items[0].subject, "hello");
   EXPECT_EQ(items[0].to.at(0).address, "bob@example.com");
   EXPECT_EQ(items[0].size, 13);
@@ -43,6 +44,79 @@ TEST(Store, AReaderBesideTheServerSeesWhatItHolds) {
                                     [&](std::string_view bytes) { attached = bytes; }));
   EXPECT_EQ(attached, "bytes");
   EXPECT_THROW(reader.Mailbox("new@example.com"), std::exception);
+}
+
+std::int64_t AddItem(mailbox::Store& store, std::int64_t folder, bool read) {
+  mailbox::NewItem item;
+  item.info.folder = folder;
+  item.info.isRead = read;
+  store.CreateItem(item);
+  return item.info.id;
+}
+
+// All of a folder, page by page; its counts are held against it.
+std::vector<std::int64_t> Paged(mailbox::Store& store, std::int64_t folder, std::int64_t page) {
+  std::vector<std::int64_t> rows;
+  std::int64_t unread = 0;
+  for (;;) {
+    const auto items = store.Items(folder, static_cast<std::int64_t>(rows.size()), page);
+    for (const mailbox::ItemInfo& item : items) {
+      rows.push_back(item.id);
+      unread += item.isRead ? 0 : 1;
+    }
+    if (items.empty()) break;
+  }
+  EXPECT_EQ(store.Folder(folder)->total, static_cast<std::int64_t>(rows.size()));
+  EXPECT_EQ(store.Folder(folder)->unread, unread);
+  return rows;
+}
+
+TEST(Store, PagesAndCountsFollowWhatIsAddedMovedAndDeleted) {
+  const TempFolder folder;
+  mailbox::Store store(folder.Path() + "/mailbox.db");
+  const std::int64_t box = store.Mailbox("a");
+  const std::int64_t inbox = *store.FindWellKnown(box, "inbox");
+  const std::int64_t bin = *store.FindWellKnown(box, "deleteditems");
+  std::vector<std::int64_t> rows;
+  std::vector<std::int64_t> binned;
+  for (int i = 0; i < 9; ++i) {
+    rows.push_back(AddItem(store, inbox, i % 2 == 0));
+    binned.push_back(AddItem(store, bin, false));
+  }
+  EXPECT_EQ(Paged(store, inbox, 4), rows);
+  rows.push_back(AddItem(store, inbox, false));  // behind the end of the last page
+  EXPECT_EQ(store.Items(inbox, 9, 4).at(0).id, rows.back());
+  EXPECT_EQ(store.Items(inbox, 0, 4).size(), 4u);
+  store.DeleteItem(rows[1]);  // in front of the end of the page before
+  rows.erase(rows.begin() + 1);
+  EXPECT_EQ(store.Items(inbox, 4, 1).at(0).id, rows[4]);
+  store.MoveItem(binned[0], inbox);
+  rows.insert(rows.begin() + 1, binned[0]);
+  EXPECT_EQ(store.Items(inbox, 5, 1).at(0).id, rows[5]);
+  EXPECT_EQ(Paged(store, inbox, 3), rows);
+  EXPECT_EQ(Paged(store, bin, 3).size(), 8u);
+}
+
+TEST(Store, AnOlderLayoutIsBroughtUpToDateByItsServer) {
+  const TempFolder folder;
+  const std::string path = folder.Path() + "/mailbox.db";
+  {
+    platform::SqliteDatabase old(path);
+    old.Execute(mailbox::SchemaSteps()[0]);
+    old.Execute(
+        "PRAGMA user_version=1; INSERT INTO mailboxes VALUES(1,'a');"
+        "INSERT INTO folders VALUES(7,1,NULL,'Inbox','INBOX','IPF.Note','inbox',1),"
+        "(8,1,7,'Sent','SENT','IPF.Note','sentitems',1);"
+        "INSERT INTO items VALUES(3,7,'Message','IPM.Note','',0,0,'','','',0,1,''),"
+        "(5,7,'Message','IPM.Note','',1,0,'','','',0,1,'')");
+  }
+  EXPECT_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly), std::runtime_error);
+  mailbox::Store store(path);
+  EXPECT_EQ(Paged(store, 7, 10), (std::vector<std::int64_t>{3, 5}));
+  EXPECT_TRUE(Paged(store, 8, 10).empty());
+  ASSERT_TRUE(store.CreateFolder(*store.Folder(7), "New", "IPF.Note"));
+  EXPECT_EQ(store.Folder(7)->children, 2);
+  EXPECT_NO_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly));
 }
 
 TEST(Store, IdsAreNeverUsedTwice) {

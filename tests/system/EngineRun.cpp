@@ -173,8 +173,7 @@ std::vector<StoredItem> ItemsOf(const std::string& dataFolder) {
   std::vector<StoredItem> items;
   for (const mailbox::MailboxInfo& box : store.Mailboxes()) {
     for (const mailbox::FolderInfo& folder : store.Folders(box.id)) {
-      std::int64_t total = 0;
-      for (const mailbox::ItemInfo& row : store.Items(folder.id, 0, -1, &total)) {
+      for (const mailbox::ItemInfo& row : store.Items(folder.id, 0, -1)) {
         StoredItem& item = items.emplace_back();
         item.mailbox = box.address;
         item.folder = store.FolderPath(folder.id);

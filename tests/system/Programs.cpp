@@ -114,8 +114,7 @@ Contents ContentsOf(const std::string& dataFolder) {
   for (const mailbox::MailboxInfo& info : store.Mailboxes()) {
     for (const mailbox::FolderInfo& folder : store.Folders(info.id)) {
       const std::string path = store.FolderPath(folder.id);
-      std::int64_t total = 0;
-      for (const mailbox::ItemInfo& item : store.Items(folder.id, 0, -1, &total)) {
+      for (const mailbox::ItemInfo& item : store.Items(folder.id, 0, -1)) {
         store.WithMime(item.id, [&](std::string_view, std::string_view bytes) {
           ++contents[{path, std::string(bytes)}];
         });

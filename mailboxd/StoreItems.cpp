@@ -1,0 +1,178 @@
+#include <algorithm>
+#include <string>
+
+#include "mailboxd/ItemDetails.h"
+#include "mailboxd/StoreImplementation.h"
+
+// Items and attachments of a store.
+namespace mailbox {
+namespace {
+
+std::int64_t SizeOf(const NewItem& item) {
+  size_t size = item.mime.size() + item.info.body.size() + item.info.subject.size();
+  for (const NewAttachment& attachment : item.attachments) size += attachment.content.size();
+  return static_cast<std::int64_t>(size);
+}
+
+const std::string kSelectItems =
+    "SELECT id,folder,element,item_class,subject,is_read,is_draft,received,sent,created,size,"
+    "version,details,(SELECT count(*) FROM attachments WHERE item=items.id) FROM items ";
+const std::string kSelectAttachments =
+    "SELECT id,item,name,content_type,content_id,content_location,is_inline,is_contact_photo,size,"
+    "created FROM attachments ";
+
+ItemInfo ReadItem(const platform::SqliteStatement& row) {
+  ItemInfo item;
+  item.id = row.Int(0);
+  item.folder = row.Int(1);
+  item.element = row.Text(2);
+  item.itemClass = row.Text(3);
+  item.subject = row.Text(4);
+  item.isRead = row.Int(5) != 0;
+  item.isDraft = row.Int(6) != 0;
+  item.received = row.Text(7);
+  item.sent = row.Text(8);
+  item.created = row.Text(9);
+  item.size = row.Int(10);
+  item.version = row.Int(11);
+  ReadDetails(row.Text(12), item);
+  item.attachmentCount = row.Int(13);
+  return item;
+}
+
+AttachmentInfo ReadAttachment(const platform::SqliteStatement& row) {
+  AttachmentInfo attachment;
+  attachment.id = row.Int(0);
+  attachment.item = row.Int(1);
+  attachment.name = row.Text(2);
+  attachment.contentType = row.Text(3);
+  attachment.contentId = row.Text(4);
+  attachment.contentLocation = row.Text(5);
+  attachment.isInline = row.Int(6) != 0;
+  attachment.isContactPhoto = row.Int(7) != 0;
+  attachment.size = row.Int(8);
+  attachment.created = row.Text(9);
+  return attachment;
+}
+
+}  // namespace
+
+void Store::Implementation::InsertItem(NewItem& item) {
+  ItemInfo& info = item.info;
+  Run("INSERT INTO items(folder,element,item_class,subject,is_read,is_draft,received,sent,created,"
+      "size,version,details) VALUES(?,?,?,?,?,?,?,?,?,?,?,?)",
+      info.folder, info.element, info.itemClass, info.subject, info.isRead, info.isDraft,
+      info.received, info.sent, info.created, info.size, info.version, WriteDetails(info));
+  info.id = LastRow();
+  if (!item.hasMime) return;
+  Run("INSERT INTO mime(item,charset,bytes) VALUES(?,?,?)", info.id, item.mimeCharset,
+      BlobView{item.mime});
+}
+
+void Store::Implementation::InsertAttachment(std::int64_t item, NewAttachment& attachment) {
+  AttachmentInfo& info = attachment.info;
+  info.item = item;
+  info.size = static_cast<std::int64_t>(attachment.content.size());
+  info.created = UtcNow();
+  Run("INSERT INTO attachments(item,name,content_type,content_id,content_location,is_inline,"
+      "is_contact_photo,size,created) VALUES(?,?,?,?,?,?,?,?,?)",
+      item, info.name, info.contentType, info.contentId, info.contentLocation, info.isInline,
+      info.isContactPhoto, info.size, info.created);
+  info.id = LastRow();
+  Run("INSERT INTO attachment_bytes(attachment,bytes) VALUES(?,?)", info.id,
+      BlobView{attachment.content});
+}
+
+void Store::CreateItem(NewItem& item) {
+  item.info.created = UtcNow();
+  item.info.size = SizeOf(item);
+  item.info.attachmentCount = static_cast<std::int64_t>(item.attachments.size());
+  const std::lock_guard lock(m_implementation->m_mutex);
+  Implementation::Transaction transaction(*m_implementation);
+  m_implementation->InsertItem(item);
+  for (NewAttachment& attachment : item.attachments) {
+    m_implementation->InsertAttachment(item.info.id, attachment);
+  }
+  transaction.Commit();
+}
+
+std::optional<ItemInfo> Store::Item(std::int64_t id) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->One(ReadItem, kSelectItems + "WHERE id=?", id);
+}
+
+std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std::int64_t limit) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  auto& ends = m_implementation->m_pageEnds;
+  const auto end = ends.find(folder);
+  std::vector<ItemInfo> items;
+  if (end != ends.end() && end->second.place == offset) {
+    items = m_implementation->All(ReadItem,
+                                  kSelectItems + "WHERE folder=? AND id>? ORDER BY id LIMIT ?",
+                                  folder, end->second.row, limit);
+  } else {
+    items = m_implementation->All(ReadItem,
+                                  kSelectItems + "WHERE folder=? ORDER BY id LIMIT ? OFFSET ?",
+                                  folder, limit, offset);
+  }
+  if (m_implementation->m_writes && !items.empty()) {
+    ends[folder] = {offset + static_cast<std::int64_t>(items.size()), items.back().id};
+  }
+  return items;
+}
+
+bool Store::WithMime(std::int64_t item,
+                     const std::function<void(std::string_view, std::string_view)>& use) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  auto find = m_implementation->Query("SELECT charset,bytes FROM mime WHERE item=?", item);
+  if (!find->Step()) return false;
+  use(find->Text(0), find->Blob(1));
+  return true;
+}
+
+bool Store::DeleteItem(std::int64_t id) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  m_implementation->m_pageEnds.clear();
+  m_implementation->Run("DELETE FROM items WHERE id=?", id);
+  return m_implementation->Changed();
+}
+
+bool Store::MoveItem(std::int64_t id, std::int64_t folder) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  m_implementation->m_pageEnds.clear();
+  m_implementation->Run("UPDATE items SET folder=?,version=version+1 WHERE id=?", folder, id);
+  return m_implementation->Changed();
+}
+
+std::vector<AttachmentInfo> Store::Attachments(std::int64_t item) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->All(ReadAttachment, kSelectAttachments + "WHERE item=? ORDER BY id",
+                               item);
+}
+
+std::optional<AttachmentInfo> Store::Attachment(std::int64_t id) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->One(ReadAttachment, kSelectAttachments + "WHERE id=?", id);
+}
+
+bool Store::WithAttachment(std::int64_t id, const std::function<void(std::string_view)>& use) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  auto find = m_implementation->Query("SELECT bytes FROM attachment_bytes WHERE attachment=?", id);
+  if (!find->Step()) return false;
+  use(find->Blob(0));
+  return true;
+}
+
+std::optional<std::int64_t> Store::AddAttachment(std::int64_t item, NewAttachment& attachment) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  Implementation::Transaction transaction(*m_implementation);
+  m_implementation->Run("UPDATE items SET version=version+1,size=size+? WHERE id=?",
+                        static_cast<std::int64_t>(attachment.content.size()), item);
+  if (!m_implementation->Changed()) return std::nullopt;
+  m_implementation->InsertAttachment(item, attachment);
+  const auto version = m_implementation->Number("SELECT version FROM items WHERE id=?", item);
+  transaction.Commit();
+  return version;
+}
+
+}  // namespace mailbox
