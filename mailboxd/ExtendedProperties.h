@@ -19,6 +19,8 @@ void WriteProperty(const ExtendedProperty& property, EwsResponse& response);
 
 // The properties that are also fields of the item.
 inline constexpr std::string_view kMessageFlags = "tag:0xe07";
+inline constexpr int kReadFlag = 1;    // bits of the flags
+inline constexpr int kUnsentFlag = 8;  // the item is a draft
 inline constexpr std::string_view kDeliveryTime = "tag:0xe06";
 inline constexpr std::string_view kSubmitTime = "tag:0x39";
 inline constexpr std::string_view kSubject = "tag:0x37";

@@ -35,8 +35,7 @@ void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& res
 void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
 void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
 
-// The folder that a FolderId or DistinguishedFolderId element means, with counts. Throws
-// OperationError.
+// The folder that a FolderId or DistinguishedFolderId element means. Throws OperationError.
 FolderInfo ResolveFolder(const Context& context, pugi::xml_node id);
 // The row of an id text; throws OperationError for a text that is none, or of another kind.
 std::int64_t ResolveId(std::string_view text, IdKind kind);
