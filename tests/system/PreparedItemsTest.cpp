@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -11,12 +12,14 @@
 #include "client/LedgerLook.h"
 #include "platform/Sqlite.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/system/EngineRun.h"
 #include "tests/system/Programs.h"
 
 // Prepared items, and run folders that cannot serve, through the real programs.
 namespace system_test {
 namespace {
 
+using test_support::ReadAll;
 using test_support::TemporaryFolder;
 
 std::string Wide(const std::string& ascii) {
@@ -71,27 +74,75 @@ int Rows(const TemporaryFolder& folder) {
   return query.Step() ? static_cast<int>(query.Int(0)) : -1;
 }
 
-TEST(PreparedItems, TheSamplesOfEachBodyArriveOnce) {
+// The items of a mailbox by their subject.
+std::map<std::string, StoredItem> BySubject(const TemporaryFolder& folder) {
+  std::map<std::string, StoredItem> items;
+  for (StoredItem& item : ItemsOf(folder.File("mailbox"))) {
+    const std::string subject = item.Property("tag:0x37");
+    EXPECT_TRUE(items.emplace(subject, std::move(item)).second) << subject << " came twice";
+  }
+  return items;
+}
+
+TEST(PreparedItems, EachBodyArrivesOnceAsItWasPrepared) {
+  using Files = std::vector<std::pair<std::string, std::string>>;
   const TemporaryFolder folder;
-  std::filesystem::copy(TARNY_SOURCE "/samples/prepared", folder.File("source"),
-                        std::filesystem::copy_options::recursive);
+  const std::string samples = TARNY_SOURCE "/samples/prepared/";
+  std::filesystem::copy(samples, folder.File("source"), std::filesystem::copy_options::recursive);
+  WriteItem(folder, "cut", "EMAIL", "<cut@example.com>", "one\ntwo\tis where it stops\nthree\n");
+  WriteItem(folder, "html", "EMAIL", "<html@example.com>", "");
+  std::filesystem::remove(folder.File("source/html/TextFile1.txt"));
+  folder.Write("source/html/GARImage.html", Wide("<p>page</p>\twhich stops"));
   const Result first = Migrate(folder);
   ASSERT_EQ(first.status, 0) << first.err;
-  EXPECT_EQ(Summary(first)["sent"], 3);
-  EXPECT_EQ(Rows(folder), 3);
-  const std::string listing = Listing(folder);
-  EXPECT_EQ(Items(folder), 3) << listing;
-  for (const char* text : {"Notes archive", "GroupWise", "Leap day: tide table"}) {
-    EXPECT_NE(listing.find(text), std::string::npos) << listing;
+  EXPECT_EQ(Summary(first)["sent"], 5);
+  EXPECT_EQ(Rows(folder), 5);
+
+  const std::string archive = samples + "Notes archive/";
+  struct Case {
+    std::string subject;
+    std::string folder;
+    std::string type;
+    std::string body;
+    Files attachments;
+  };
+  const std::vector<Case> cases = {
+      {"Leap day: tide table \u2014 Gezeiten, \u043f\u0440\u0438\u043b\u0438\u0432\u044b, "
+       "\u6f6e\u6c50",
+       "Notes archive",
+       "Text",
+       "Tom, Priya,\r\n\r\nthe tide table is attached. High water at 06:12, in Greek: "
+       "\u03c0\u03b1\u03bb\u03af\u03c1\u03c1\u03bf\u03b9\u03b1.\r\n\r\nIngrid\r\n",
+       {{"tides.csv", ReadAll(archive + "text body/tides.csv")},
+        {"Gru\u00df.txt", ReadAll(archive + "text body/Gru\u00df.txt")}}},
+      {"The new light, as a page",
+       "Notes archive",
+       "HTML",
+       "<html><head></head><body><img src=\"light.png\" height=\"946\" width=\"1353\" "
+       "border= \"0\"></body></html>",
+       {{"light.png", ReadAll(archive + "image page/light.png")}}},
+      {"Only an HTML page was left",
+       "GroupWise",
+       "HTML",
+       ReadAll(samples + "GroupWise/last resort HTML/GARImage.html"),
+       {}},
+      {"Hi cut", "Inbox", "Text", "one\r\ntwo", {}},
+      {"Hi html", "Inbox", "HTML", "<p>page</p>", {}}};
+  const std::map<std::string, StoredItem> items = BySubject(folder);
+  EXPECT_EQ(items.size(), cases.size());
+  for (const Case& expected : cases) {
+    const auto found = items.find(expected.subject);
+    ASSERT_NE(found, items.end()) << expected.subject;
+    const StoredItem& item = found->second;
+    EXPECT_EQ(item.folder, expected.folder) << expected.subject;
+    EXPECT_EQ(item.info.bodyType, expected.type) << expected.subject;
+    EXPECT_EQ(item.info.body, expected.body) << expected.subject;
+    EXPECT_EQ(item.attachments, expected.attachments) << expected.subject;
   }
   // The source is copied: it stands as it stood.
-  EXPECT_TRUE(
-      std::filesystem::exists(folder.File("source/Notes archive/image page/ImageAttchment.txt")));
   EXPECT_FALSE(
       std::filesystem::exists(folder.File("source/Notes archive/image page/Imagech111.html")));
-  const Result second = Migrate(folder);
-  ASSERT_EQ(second.status, 0) << second.err;
-  EXPECT_EQ(Summary(second)["there_already"], 3);
+  EXPECT_EQ(Summary(Migrate(folder))["there_already"], 5);
 }
 
 TEST(PreparedItems, TheDescriptorsIdIsTheKeyAndAnItemWithoutOneArrivesOnceToo) {
@@ -125,13 +176,39 @@ TEST(PreparedItems, TypesThatCannotBeSavedYetAreRefusedBeforeAnythingIsSent) {
   EXPECT_FALSE(std::filesystem::exists(folder.File("mailbox")));
 }
 
-TEST(PreparedItems, AsIsLeavesAQuotedIdOutOfTheLedgerAndThatIsSaid) {
-  const TemporaryFolder folder;
-  WriteItem(folder, "1", "EMAIL", "<o'brien@example.com>", "x");
-  const Result result = Migrate(folder, {"--as-is"});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(Summary(result)["not_confirmed"], 1) << result.err;
-  EXPECT_NE(result.err.find("with --as-is a quote"), std::string::npos) << result.err;
+TEST(PreparedItems, AsIsLeavesOutEachSafeguardAndSaysWhatThatCost) {
+  using Files = std::vector<std::pair<std::string, std::string>>;
+  for (const bool asIs : {false, true}) {
+    const TemporaryFolder folder;
+    folder.Write("outside.txt", "not of this item");
+    WriteItem(folder, "list", "EMAIL", "<list@example.com>", "x");
+    folder.Write("source/list/in.txt", "in");
+    folder.Write("source/list/11comtextjjAttach.t", Wide("..\\..\\outside.txt\r\nin.txt\r\n"));
+    WriteItem(folder, "quote", "EMAIL", "<o'brien@example.com>", "x");
+    // Ten folders that hold its name hide one from the first look.
+    for (char c = 'A'; c <= 'K'; ++c) {
+      WriteItem(folder, std::string(1, c) + " report/1", "EMAIL", std::string("<") + c + "@x>",
+                "x");
+    }
+    WriteItem(folder, "Report/1", "EMAIL", "<first@example.com>", "x");
+    WriteItem(folder, "report/2", "EMAIL", "<second@example.com>", "x");
+
+    const Result result =
+        Migrate(folder, asIs ? std::vector<std::string>{"--as-is"} : std::vector<std::string>{});
+    EXPECT_EQ(result.status, asIs ? 1 : 0) << result.err;
+    const nlohmann::json summary = Summary(result);
+    EXPECT_EQ(summary["sent"], asIs ? 13 : 15) << result.err;
+    EXPECT_EQ(summary["not_confirmed"], asIs ? 1 : 0) << result.err;
+    EXPECT_EQ(summary["failed"], asIs ? 1 : 0) << result.err;
+    EXPECT_EQ(result.err.find("with --as-is a quote") != std::string::npos, asIs) << result.err;
+    const std::map<std::string, StoredItem> items = BySubject(folder);
+    EXPECT_EQ(items.contains("Hi report/2"), !asIs);
+    ASSERT_TRUE(items.contains("Hi list"));
+    const StoredItem& list = items.at("Hi list");
+    EXPECT_EQ(list.info.received.substr(0, 10), asIs ? "2024-02-28" : "2024-02-29");
+    EXPECT_EQ(list.attachments, (asIs ? Files{{"outside.txt", "not of this item"}, {"in.txt", "in"}}
+                                      : Files{{"in.txt", "in"}}));
+  }
 }
 
 TEST(PreparedItems, ALedgerLockedInTheMiddleIsToldForTheItemThatLostItsRow) {
@@ -224,8 +301,7 @@ TEST(RunFolder, ADiskThatTakesNoMoreIsToldBeforeAnythingIsSent) {
                               folder.File("source") + " --to local:" + folder.File("mailbox") +
                               " --run " + folder.File("run") + " 2> " + err;
   EXPECT_NE(std::system(command.c_str()), 0);
-  EXPECT_NE(test_support::ReadAll(err).find("cannot be used: its journal"), std::string::npos)
-      << test_support::ReadAll(err);
+  EXPECT_NE(ReadAll(err).find("cannot be used: its journal"), std::string::npos) << ReadAll(err);
   EXPECT_FALSE(std::filesystem::exists(folder.File("mailbox/mailbox.db")));
 }
 
