@@ -154,9 +154,10 @@ class UniqueNames {
  public:
   std::string Take(const std::string& wanted) {
     const std::filesystem::path path = wanted;
+    int& count = m_counts[Key(wanted)];  // so that many of one name are no matter
     std::string name = wanted;
-    for (int n = 2; !m_taken.insert(Key(name)).second; ++n) {
-      name = fmt::format("{} ({}){}", path.stem().string(), n, path.extension().string());
+    while (!m_taken.insert(Key(name)).second) {
+      name = fmt::format("{} ({}){}", path.stem().string(), ++count + 1, path.extension().string());
     }
     return name;
   }
@@ -169,13 +170,18 @@ class UniqueNames {
     return name;
   }
   std::set<std::string> m_taken;
+  std::map<std::string, int> m_counts;
 };
 
-std::uint64_t ExportMailbox(mailbox::Store& store, std::int64_t id,
-                            const std::filesystem::path& out) {
+struct Exported {
+  std::uint64_t written = 0;
+  std::uint64_t leftOut = 0;  // items that were not stored as a message's bytes
+};
+
+void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
+                   Exported& count) {
   std::map<std::int64_t, std::filesystem::path> places;
   std::map<std::filesystem::path, UniqueNames> names;
-  std::uint64_t count = 0;
   for (const mailbox::FolderInfo& folder : store.Folders(id)) {
     // A root stands for the mailbox itself.
     const auto parent = places.find(folder.parent);
@@ -187,27 +193,28 @@ std::uint64_t ExportMailbox(mailbox::Store& store, std::int64_t id,
     std::filesystem::create_directories(place);
     for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
       const std::string mime = MimeOf(store, item.id);
+      ++(mime.empty() ? count.leftOut : count.written);
       if (mime.empty()) continue;
       const std::string subject = item.subject.empty() ? "mail" : item.subject;
       WriteNewFile(place / names[place].Take(FileName(subject + ".eml")), mime);
-      ++count;
     }
   }
-  return count;
 }
 
 int Export(mailbox::Store& store, const MailboxOptions& options) {
   if (std::filesystem::exists(options.out) && !std::filesystem::is_empty(options.out)) {
     throw std::runtime_error(options.out + " is there already and not empty");
   }
-  std::uint64_t count = 0;
+  Exported count;
   UniqueNames names;
   for (const mailbox::MailboxInfo& info : Chosen(store, options)) {
     const std::string name = names.Take(FileName(DisplayAddress(info.address)));
-    count += ExportMailbox(store, info.id, std::filesystem::path(options.out) / name);
+    ExportMailbox(store, info.id, std::filesystem::path(options.out) / name, count);
   }
-  std::cerr << fmt::format("{} items written to {}\n", count, OneLine(options.out));
-  return kExitDone;
+  std::cerr << fmt::format("{} items written to {}\n", count.written, OneLine(options.out));
+  if (count.leftOut == 0) return kExitDone;
+  std::cerr << fmt::format("{} items left out: they have no source text\n", count.leftOut);
+  return kExitFailed;
 }
 
 CLI::App* AddCommand(CLI::App& app, const char* name, const char* help, MailboxOptions& options) {
