@@ -103,6 +103,17 @@ void RequireNoSecret(const char* option, const std::string& url) {
                   option));
 }
 
+// The work files of one run would be prepared items of the next.
+void RequireRunOutside(const MigrateOptions& options) {
+  std::error_code error;
+  const auto absolute = std::filesystem::absolute(options.run, error);
+  const std::string run = std::filesystem::weakly_canonical(absolute, error).string() + "/";
+  for (const std::string& source : options.sources) {
+    if (!run.starts_with(source + "/")) continue;
+    throw UsageError(fmt::format("--run: {} lies in the source {}", options.run, source));
+  }
+}
+
 void Complete(MigrateOptions& options) {
   RequireNoSecret("--to", options.to);
   RequireNoSecret("--autodiscover-url", options.autodiscoverUrl);
@@ -110,6 +121,7 @@ void Complete(MigrateOptions& options) {
   if (options.run.empty() && !options.dryRun) throw UsageError("--run is needed");
   Target& target = options.target;
   for (std::string& source : options.sources) source = FullPath(source);
+  if (!options.run.empty()) RequireRunOutside(options);
   target.address = options.to;
   if (target.Local()) {
     if (target.LocalFolder().empty()) throw UsageError("--to local: needs a folder behind it");

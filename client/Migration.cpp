@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <new>
 
 #include <fmt/format.h>
 
@@ -60,10 +61,10 @@ Summary Migration::Run(const Plan& plan) {
       Note(entry, outcome);
       m_summary.stopped = StopReason(outcome);
     }
-  } catch (const RunError& error) {
-    m_summary.stopped = error.what();
   } catch (const platform::SqliteError& error) {
     m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
+  } catch (const std::exception& error) {  // what was done so far is told all the same
+    m_summary.stopped = error.what();
   }
   m_console.EndProgress();
   m_ledger.Close();
@@ -86,6 +87,8 @@ Migration::Outcome Migration::Handle(const Plan::Entry& entry) {
     outcome.text = error.what();
   } catch (const WorkFileError& error) {
     outcome.text = error.what();
+  } catch (const std::bad_alloc&) {
+    outcome.text = "is too large for the memory here";
   }
   record.hash = content.hash;
   record.key = content.key;

@@ -33,7 +33,7 @@ struct PreparedFiles {
 // for what is neither a file nor a folder.
 PreparedFiles ListPreparedFiles(const std::string& folder);
 
-// SHA-256 over names, lengths and bytes of those files: 64 hexadecimal digits. Throws SourceError.
+// SHA-256 over names and bytes of those files: 64 hexadecimal digits. Throws SourceError.
 std::string HashPreparedFiles(const std::string& folder, const PreparedFiles& files);
 
 // True if the engine is to make an image page of the item before it is inserted.

@@ -24,7 +24,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kRefused = "%#&\"'<>\\`";
+constexpr std::string_view kRefused = "%#&\"'<>\\";
 constexpr auto kBetweenLooks = std::chrono::milliseconds(20);
 constexpr auto kSilenceLimit = std::chrono::seconds(10);
 
@@ -83,7 +83,7 @@ std::string RunPathProblem(const std::string& absolutePath) {
   });
   if (usable) return {};
   return "its absolute path holds a character that cannot serve here; only printable ASCII without "
-         "% # & \" ' < > \\ ` can";
+         "% # & \" ' < > \\ can";
 }
 
 std::string RunFolder::Title() const { return "<GUID>" + m_path; }

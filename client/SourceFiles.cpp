@@ -47,10 +47,14 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
     problems.push_back({path, std::string("the folder cannot be read: ") + std::strerror(errno)});
     return entries;
   }
+  errno = 0;
   while (const dirent* entry = readdir(folder)) {
     const std::string_view name = entry->d_name;
-    if (name == "." || name == "..") continue;
-    entries.push_back({std::string(name), EntryKind::kOther, 0});
+    if (name != "." && name != "..") entries.push_back({std::string(name), EntryKind::kOther, 0});
+    errno = 0;
+  }
+  if (errno != 0) {
+    problems.push_back({path, std::string("not all of it can be listed: ") + std::strerror(errno)});
   }
   closedir(folder);
   std::sort(entries.begin(), entries.end(),

@@ -89,7 +89,7 @@ TEST(RunFolder, RefusesPathsThatCannotServeAndForeignFolders) {
   EXPECT_EQ(RunPathProblem("/home/u/run 1"), "");
   EXPECT_EQ(RunPathProblem("/" + std::string(599, 'x')), "");
   EXPECT_NE(RunPathProblem("/" + std::string(600, 'x')), "");
-  for (const char c : std::string("%#&\"'<>\\`\x7f\n\xc3")) {
+  for (const char c : std::string("%#&\"'<>\\\x7f\n\xc3")) {
     EXPECT_NE(RunPathProblem(std::string("/a") + c), "") << c;
   }
   const TemporaryFolder folder;
