@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <optional>
 #include <regex>
 #include <string>
@@ -11,24 +10,11 @@
 #include "mailboxd/Operations.h"
 #include "platform/Base64.h"
 #include "tests/support/SchemaValidator.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace mailbox_test {
 
-// A folder that goes with the object.
-class TempFolder {
- public:
-  TempFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "mailboxd-XXXXXX").string();
-    m_path = mkdtemp(pattern.data());
-  }
-  ~TempFolder() { std::filesystem::remove_all(m_path); }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  const std::string& Path() const { return m_path; }
-
- private:
-  std::string m_path;
-};
+using TempFolder = test_support::TemporaryFolder;
 
 inline std::string Envelope(const std::string& body, const std::string& header = "") {
   return "<?xml version=\"1.0\" encoding=\"utf-8\"?>"

@@ -1,9 +1,8 @@
 #include "mailboxd/WebPages.h"
 
-#include <curl/curl.h>
-
 #include "mailboxd/Server.h"
 #include "platform/Unicode.h"
+#include "tests/mailboxd/HttpCall.h"
 #include "tests/mailboxd/LocalMailbox.h"
 
 using namespace mailbox_test;
@@ -141,33 +140,8 @@ TEST_F(WebPages, UnknownIdsAreNotFound) {
   EXPECT_EQ(Get("/folder/0" + inbox + "x").status, 404);
 }
 
-struct Answer {
-  long status = 0;
-  std::string headers;
-  std::string body;
-};
-
-Answer Fetch(const std::string& url, const std::string& login, const std::string& host = "") {
-  Answer answer;
-  const auto collect = +[](char* data, size_t size, size_t count, void* text) {
-    static_cast<std::string*>(text)->append(data, size * count);
-    return size * count;
-  };
-  CURL* curl = curl_easy_init();
-  curl_slist* list = host.empty() ? nullptr : curl_slist_append(nullptr, ("Host: " + host).c_str());
-  curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
-  curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list);
-  if (!login.empty()) curl_easy_setopt(curl, CURLOPT_USERPWD, login.c_str());
-  curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, collect);
-  curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
-  curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, collect);
-  curl_easy_setopt(curl, CURLOPT_HEADERDATA, &answer.headers);
-  curl_easy_setopt(curl, CURLOPT_NOPROXY, "*");
-  EXPECT_EQ(curl_easy_perform(curl), CURLE_OK);
-  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
-  curl_slist_free_all(list);
-  curl_easy_cleanup(curl);
-  return answer;
+Reply Fetch(const std::string& url, const std::string& login, const std::string& host = "") {
+  return Send({url, "", login.empty() ? "" : "Basic " + platform::Base64Encode(login), host});
 }
 
 TEST(WebPagesOverHttp, AnOwnedMailboxAsksForItsLogin) {
@@ -181,13 +155,13 @@ TEST(WebPagesOverHttp, AnOwnedMailboxAsksForItsLogin) {
   server.Mailboxes().Mailbox("ann@example.com");
   for (const char* path : {"/", "/folder/1", "/item/1", "/item/1/source"}) {
     for (const char* login : {"", "ann@example.com:wrong", "eve@example.com:secret"}) {
-      const Answer refused = Fetch(server.Url() + path, login);
+      const Reply refused = Fetch(server.Url() + path, login);
       EXPECT_EQ(refused.status, 401) << path << login;
       EXPECT_NE(refused.headers.find("WWW-Authenticate: Basic"), std::string::npos);
       EXPECT_EQ(refused.body.find("ann@"), std::string::npos);
     }
   }
-  const Answer page = Fetch(server.Url() + "/", "ann@example.com:secret");
+  const Reply page = Fetch(server.Url() + "/", "ann@example.com:secret");
   EXPECT_EQ(page.status, 200);
   EXPECT_NE(page.body.find("ann@example.com"), std::string::npos);
   EXPECT_NE(page.headers.find("Content-Security-Policy: default-src 'none';"), std::string::npos);
@@ -211,7 +185,7 @@ TEST(WebPagesOverHttp, AnOpenMailboxAnswersUnderNamesOfThisMachineOnly) {
   item.info.folder = 1;
   server.Mailboxes().Mailbox("ann@example.com");
   server.Mailboxes().CreateItem(item);
-  const Answer empty = Fetch(url + "item/" + std::to_string(item.info.id) + "/source", "");
+  const Reply empty = Fetch(url + "item/" + std::to_string(item.info.id) + "/source", "");
   EXPECT_EQ(empty.status, 200);
   EXPECT_NE(empty.headers.find("Content-Disposition: attachment;"), std::string::npos);
   EXPECT_EQ(empty.body, "");

@@ -26,27 +26,6 @@ constexpr int kMails = 2000;
 constexpr int kEngineKills = 20;
 constexpr int kTarnyKills = 5;
 
-std::vector<std::string> Arguments(const TemporaryFolder& folder, const std::string& run) {
-  return {"migrate", folder.File("source"), "--to", "local:" + folder.File("mailbox"), "--run", run,
-          "--json"};
-}
-
-std::string MailOf(int number) {
-  const std::string n = std::to_string(number);
-  return "Date: Mon, 4 Mar 2024 08:12:10 +0100\r\nSubject: number " + n + "\r\nMessage-ID: <" + n +
-         "@example.com>\r\n\r\n" + std::string(static_cast<size_t>(number % 700), 'x') + "\r\n";
-}
-
-Contents WriteMails(const TemporaryFolder& folder, int count) {
-  Contents expected;
-  for (int i = 0; i < count; ++i) {
-    const std::string place = "Folder " + std::to_string(i % 4);
-    folder.Write("source/" + place + "/" + std::to_string(i) + ".eml", MailOf(i));
-    expected[{place, MailOf(i)}] = 1;
-  }
-  return expected;
-}
-
 // Rows of the engine's ledger; 0 while there is none.
 int Rows(const std::string& path) {
   try {
@@ -60,7 +39,7 @@ int Rows(const std::string& path) {
 
 TEST(Kills, TwoThousandMailsTwentyDeadEnginesAndFiveDeadDrivers) {
   const TemporaryFolder folder;
-  const Contents expected = WriteMails(folder, kMails);
+  const Contents expected = WriteMails(folder, kMails).expected;
   const std::string run = folder.File("run");
   const std::string ledger = folder.File("run/SQLLiteNew.db");
   std::mt19937 random(20240304);
@@ -74,7 +53,7 @@ TEST(Kills, TwoThousandMailsTwentyDeadEnginesAndFiveDeadDrivers) {
     const int share = kMails / (steps + 2);
     const int rows = step * share + static_cast<int>(random() % static_cast<unsigned>(share));
     const auto pause = std::chrono::microseconds(random() % 20'000);
-    if (!tarny) tarny.emplace("tarny", Arguments(folder, run), folder.Path());
+    if (!tarny) tarny.emplace("tarny", MigrateArguments(folder), folder.Path());
     std::vector<pid_t> engines;
     while (Rows(ledger) < rows || (engines = EnginesOf(run)).empty()) {
       ASSERT_LT(std::chrono::steady_clock::now(), giveUp);
@@ -95,7 +74,7 @@ TEST(Kills, TwoThousandMailsTwentyDeadEnginesAndFiveDeadDrivers) {
   EXPECT_GE(engineKills, kEngineKills - 1);
   EXPECT_EQ(tarnyKills, kTarnyKills);
   if (tarny) tarny->Wait();
-  const Result last = RunProgram("tarny", Arguments(folder, run), folder.Path());
+  const Result last = Migrate(folder);
   ASSERT_EQ(last.status, 0) << last.err;
   const Contents contents = ContentsOf(folder.File("mailbox"));
   int twice = 0;
@@ -113,7 +92,7 @@ TEST(Kills, TwoThousandMailsTwentyDeadEnginesAndFiveDeadDrivers) {
 TEST(OrdinaryUser, ARunFolderBelowAParentThatCanBeEnteredAndNotListed) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root, to become another user";
   const TemporaryFolder folder;
-  const Contents expected = WriteMails(folder, 12);
+  const Contents expected = WriteMails(folder, 12).expected;
   const std::string parent = folder.File("Parent");
   constexpr uid_t kNobody = 65534;
   namespace fs = std::filesystem;
@@ -138,8 +117,10 @@ TEST(OrdinaryUser, ARunFolderBelowAParentThatCanBeEnteredAndNotListed) {
 
   std::vector<std::string> arguments = {"--reuid", "65534",          "--regid",
                                         "65534",   "--clear-groups", folder.File("bin/tarny")};
-  const std::vector<std::string> rest = Arguments(folder, parent + "/Run");
-  arguments.insert(arguments.end(), rest.begin(), rest.end());
+  const std::string run = parent + "/Run";
+  for (std::string& argument : MigrateArguments(folder)) {
+    arguments.push_back(argument == folder.File("run") ? run : argument);
+  }
   std::string command = "setpriv";
   for (const std::string& argument : arguments) command += " '" + argument + "'";
   const std::string out = folder.File("out");
@@ -147,7 +128,7 @@ TEST(OrdinaryUser, ARunFolderBelowAParentThatCanBeEnteredAndNotListed) {
       << test_support::ReadAll(out);
   EXPECT_TRUE(ContentsOf(folder.File("mailbox")) == expected);
   struct stat status;
-  ASSERT_EQ(stat((parent + "/Run/SQLLiteNew.db").c_str(), &status), 0);
+  ASSERT_EQ(stat((run + "/SQLLiteNew.db").c_str(), &status), 0);
   EXPECT_EQ(status.st_uid, kNobody);
   EXPECT_EQ(status.st_mode & 0077, 0u);
 }

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
-#include <random>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -20,58 +19,6 @@ namespace system_test {
 namespace {
 
 using test_support::TemporaryFolder;
-
-struct Generated {
-  Contents expected;
-  int count = 0;
-};
-
-// Mails of many sizes in nested folders, each with content of its own. Some have no Message-ID and
-// some share one, so that every form of key occurs.
-Generated WriteMails(const TemporaryFolder& folder, int count) {
-  const std::vector<std::string> places = {
-      "",
-      "Projects",
-      "Projects/O'Brien & Sons",
-      "Projects/O'Brien & Sons/\"Quoted\" &quot; <x>",
-      "R\xC3\xA9sum\xC3\xA9s \xE2\x82\xAC/\xE6\x97\xA5\xE6\x9C\xAC",
-      "What? 100% [x]"};
-  std::mt19937 random(2024);
-  Generated generated;
-  for (int i = 0; i < count; ++i) {
-    const std::string& place = places[static_cast<size_t>(i) % places.size()];
-    std::string mail = "Date: Mon, 4 Mar 2024 08:12:" + std::to_string(10 + i % 50) + " +0100\r\n";
-    mail += "Subject: number " + std::to_string(i) + "\r\n";
-    if (i % 10 == 3) {
-      mail += "Message-ID: <shared@example.com>\r\n";
-    } else if (i % 10 == 5) {
-      mail += "Message-ID: <o'quote" + std::to_string(i) + "@example.com>\r\n";
-    } else if (i % 10 != 4) {
-      mail += "Message-ID: <" + std::to_string(i) + "@example.com>\r\n";
-    }
-    mail += "\r\n";
-    const size_t size = i % 50 == 0 ? 300'000 : random() % 3000;
-    while (mail.size() < size) {
-      mail += static_cast<char>(random() % 256);
-      if (random() % 60 == 0) mail += "\r\n";
-    }
-    folder.Write("source/" + place + "/" + std::to_string(i) + ".eml", mail);
-    std::string path;
-    for (char c : place.empty() ? std::string("Inbox") : place) path += c;
-    ++generated.expected[{path, mail}];
-    ++generated.count;
-  }
-  return generated;
-}
-
-std::vector<std::string> MigrateArguments(const TemporaryFolder& folder) {
-  return {"migrate", folder.File("source"), "--to",  "local:" + folder.File("mailbox"),
-          "--run",   folder.File("run"),    "--json"};
-}
-
-Result Migrate(const TemporaryFolder& folder) {
-  return RunProgram("tarny", MigrateArguments(folder), folder.Path());
-}
 
 // Waits for something that must come; false after a minute.
 bool Await(const std::function<bool()>& condition) {
@@ -114,50 +61,6 @@ TEST(Migration, ThreeHundredMailsArriveOnceByteForByteAndNothingIsSentTwice) {
   ASSERT_EQ(third.status, 0) << third.err;
   EXPECT_EQ(nlohmann::json::parse(third.out)["sent"], 0);
   EXPECT_EQ(Total(ContentsOf(folder.File("mailbox"))), mails.count);
-}
-
-TEST(Migration, KilledAtRandomMomentsEveryMailArrivesAndFewTwice) {
-  const TemporaryFolder folder;
-  const Generated mails = WriteMails(folder, 200);
-  std::mt19937 random(7);
-  int kills = 0;
-  Result result;
-  for (int run = 0; run < 30; ++run) {
-    Program tarny("tarny", MigrateArguments(folder), folder.Path());
-    // Two engines and then a tarny, so that both ways of recovery are gone through.
-    for (int kill = 0; kill < 3 && kills < 18; ++kill) {
-      std::vector<pid_t> engines;
-      if (!Await([&] {
-            engines = EnginesOf(folder.File("run"));
-            return !engines.empty() || tarny.TryWait();
-          })) {
-        break;
-      }
-      if (tarny.TryWait()) break;
-      std::this_thread::sleep_for(std::chrono::microseconds(random() % 100'000));
-      if (kill == 2) {
-        tarny.Signal(SIGKILL);
-      } else if (!engines.empty()) {
-        ::kill(engines.front(), SIGKILL);
-      }
-      ++kills;
-    }
-    result = tarny.Wait();
-    if (result.status == 0) break;
-  }
-  ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_GE(kills, 6);
-  const Contents contents = ContentsOf(folder.File("mailbox"));
-  for (const auto& [mail, times] : mails.expected) {
-    const auto found = contents.find(mail);
-    ASSERT_TRUE(found != contents.end()) << "lost from " << mail.first;
-  }
-  EXPECT_EQ(contents.size(), mails.expected.size()) << "something arrived where it does not belong";
-  // A mail stands twice only where a kill fell between its save and its row.
-  const int twice = Total(contents) - mails.count;
-  RecordProperty("kills", kills);
-  RecordProperty("twice", twice);
-  EXPECT_LE(twice, kills);
 }
 
 TEST(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {

@@ -39,17 +39,6 @@ void WriteItem(const TemporaryFolder& folder, const std::string& place, const st
                     place + "\r\nMessageID : " + id + "\r\n"));
 }
 
-std::vector<std::string> MigrateArguments(const TemporaryFolder& folder) {
-  return {"migrate", folder.File("source"), "--to",  "local:" + folder.File("mailbox"),
-          "--run",   folder.File("run"),    "--json"};
-}
-
-Result Migrate(const TemporaryFolder& folder, const std::vector<std::string>& more = {}) {
-  std::vector<std::string> arguments = MigrateArguments(folder);
-  arguments.insert(arguments.end(), more.begin(), more.end());
-  return RunProgram("tarny", arguments, folder.Path());
-}
-
 nlohmann::json Summary(const Result& result) {
   const nlohmann::json summary = nlohmann::json::parse(result.out, nullptr, false);
   EXPECT_FALSE(summary.is_discarded()) << result.err;

@@ -7,11 +7,11 @@
 #include <atomic>
 #include <csignal>
 #include <filesystem>
+#include <random>
 #include <stdexcept>
 
 #include "client/LineDrain.h"
 #include "mailboxd/Store.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace system_test {
 namespace {
@@ -122,6 +122,53 @@ Contents ContentsOf(const std::string& dataFolder) {
     }
   }
   return contents;
+}
+
+Generated WriteMails(const test_support::TemporaryFolder& folder, int count) {
+  const std::vector<std::string> places = {
+      "",
+      "Projects",
+      "Projects/O'Brien & Sons",
+      "Projects/O'Brien & Sons/\"Quoted\" &quot; <x>",
+      "R\xC3\xA9sum\xC3\xA9s \xE2\x82\xAC/\xE6\x97\xA5\xE6\x9C\xAC",
+      "What? 100% [x]"};
+  std::mt19937 random(2024);
+  Generated generated;
+  for (int i = 0; i < count; ++i) {
+    const std::string& place = places[static_cast<size_t>(i) % places.size()];
+    std::string mail = "Date: Mon, 4 Mar 2024 08:12:" + std::to_string(10 + i % 50) + " +0100\r\n";
+    mail += "Subject: number " + std::to_string(i) + "\r\n";
+    if (i % 10 == 3) {
+      mail += "Message-ID: <shared@example.com>\r\n";
+    } else if (i % 10 == 5) {
+      mail += "Message-ID: <o'quote" + std::to_string(i) + "@example.com>\r\n";
+    } else if (i % 10 != 4) {
+      mail += "Message-ID: <" + std::to_string(i) + "@example.com>\r\n";
+    }
+    mail += "\r\n";
+    const size_t size = i % 50 == 0 ? 300'000 : random() % 3000;
+    while (mail.size() < size) {
+      mail += static_cast<char>(random() % 256);
+      if (random() % 60 == 0) mail += "\r\n";
+    }
+    folder.Write("source/" + place + "/" + std::to_string(i) + ".eml", mail);
+    ++generated.expected[{place.empty() ? "Inbox" : place, mail}];
+    ++generated.count;
+  }
+  return generated;
+}
+
+std::vector<std::string> MigrateArguments(const test_support::TemporaryFolder& folder,
+                                          const std::vector<std::string>& more) {
+  std::vector<std::string> arguments = {
+      "migrate", folder.File("source"), "--to",  "local:" + folder.File("mailbox"),
+      "--run",   folder.File("run"),    "--json"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return arguments;
+}
+
+Result Migrate(const test_support::TemporaryFolder& folder, const std::vector<std::string>& more) {
+  return RunProgram("tarny", MigrateArguments(folder, more), folder.Path());
 }
 
 }  // namespace system_test

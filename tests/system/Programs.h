@@ -9,6 +9,7 @@
 
 #include "platform/ChildProcess.h"
 #include "platform/UniqueFd.h"
+#include "tests/support/TemporaryFolder.h"
 
 // The real programs as processes, in fresh folders.
 namespace system_test {
@@ -64,5 +65,20 @@ std::vector<pid_t> EnginesOf(const std::string& runFolder);
 // What a local mailbox holds: folder path and bytes of each mail, with how often it is there.
 using Contents = std::map<std::pair<std::string, std::string>, int>;
 Contents ContentsOf(const std::string& dataFolder);
+
+// Mails of many sizes in nested folders, below `source` in the folder, each with content of its
+// own. Some have no Message-ID and some share one, so that every form of key occurs.
+struct Generated {
+  Contents expected;
+  int count = 0;
+};
+Generated WriteMails(const test_support::TemporaryFolder& folder, int count);
+
+// tarny migrate from `source` into `mailbox` by way of `run`, all in that folder, with its summary
+// as JSON.
+std::vector<std::string> MigrateArguments(const test_support::TemporaryFolder& folder,
+                                          const std::vector<std::string>& more = {});
+Result Migrate(const test_support::TemporaryFolder& folder,
+               const std::vector<std::string>& more = {});
 
 }  // namespace system_test
