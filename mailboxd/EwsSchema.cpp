@@ -27,6 +27,8 @@ constexpr std::string_view kMessagesSpace =
 constexpr std::string_view kTypesSpace =
     "http://schemas.microsoft.com/exchange/services/2006/types";
 
+constexpr size_t kMostAttributes = 64;  // of one element
+
 std::string_view SpaceName(Space space) {
   switch (space) {
     case Space::kSoap:
@@ -160,6 +162,28 @@ bool HasForbidden(std::string_view text) {
          text.find("\xEF\xBF\xBF") != std::string_view::npos || !platform::IsValidUtf8(text);
 }
 
+pugi::xml_node NextText(pugi::xml_node node) {
+  while (node && node.type() != pugi::node_pcdata && node.type() != pugi::node_cdata) {
+    node = node.next_sibling();
+  }
+  return node;
+}
+
+// Text that a comment or a CDATA section divides becomes one piece: readers take the first.
+void JoinText(pugi::xml_node node) {
+  const pugi::xml_node first = NextText(node.first_child());
+  pugi::xml_node next = NextText(first.next_sibling());
+  if (!next) return;  // as nearly always: nothing is copied
+  std::string whole(first.value());
+  while (next) {
+    const pugi::xml_node child = next;
+    next = NextText(next.next_sibling());
+    whole += child.value();
+    node.remove_child(child);
+  }
+  pugi::xml_node(first).set_value(whole.c_str());
+}
+
 class Walk {
  public:
   explicit Walk(std::string_view buffer) : m_buffer(buffer) {}
@@ -217,7 +241,10 @@ class Walk {
   }
 
   void CheckAttributes(pugi::xml_node node, const Type& type) const {
+    size_t count = 0;
     for (const pugi::xml_attribute attribute : node.attributes()) {
+      // Each element below looks its namespace up among them.
+      if (++count > kMostAttributes) Fail(node, "The element has too many attributes.");
       const std::string_view name(attribute.name());
       // Declarations, and what another vocabulary says about the element.
       if (name == "xmlns" || name.find(':') != std::string_view::npos) continue;
@@ -245,6 +272,7 @@ class Walk {
       Fail(child, "The element " + Named(node) + " cannot contain child element " + Named(child) +
                       " because the parent element's content model is text only.");
     }
+    JoinText(node);
     const std::string_view text = Text(node);
     if (kind.value == Value::kBase64) return;
     if (HasForbidden(text)) Fail(node, "The text holds an invalid character.");

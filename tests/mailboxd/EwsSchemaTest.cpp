@@ -78,7 +78,7 @@ TEST_F(EwsSchema, EveryPrefixOfARequestIsRefusedWithAFault) {
   EXPECT_EQ(Code(Ask(request)), "NoError");
 }
 
-TEST_F(EwsSchema, DeepNestingIsRefusedInLinearTime) {
+TEST_F(EwsSchema, DeepNestingAndWideDeclarationsAreRefusedInLinearTime) {
   std::string open;
   std::string close;
   for (int i = 0; i < 200000; ++i) {
@@ -91,6 +91,15 @@ TEST_F(EwsSchema, DeepNestingIsRefusedInLinearTime) {
                "</t:BaseShape></m:FolderShape><m:Restriction>" +
                open + close + "</m:Restriction><m:ParentFolderIds>" + WellKnown("inbox") +
                "</m:ParentFolderIds></m:FindFolder>"));
+  std::string declarations;
+  std::string ids;
+  for (int i = 0; i < 100000; ++i) {
+    declarations += " xmlns:a" + std::to_string(i) + "=\"x\"";
+    ids += "<t:ItemId Id=\"x\"/>";
+  }
+  Violation(Envelope("<m:GetItem" + declarations +
+                     "><m:ItemShape><t:BaseShape>IdOnly</t:BaseShape></m:ItemShape><m:ItemIds>" +
+                     ids + "</m:ItemIds></m:GetItem>"));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 

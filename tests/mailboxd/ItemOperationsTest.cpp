@@ -56,6 +56,9 @@ TEST_F(ItemOperations, HeaderFieldsAreShownAndTheRequestWins) {
   EXPECT_NE(shown.find("<t:EmailAddress>ann@example.com<"), std::string::npos);
   const std::string other = Show(ItemId(Save(mime + "<t:Subject>own</t:Subject>")));
   EXPECT_NE(other.find("<t:Subject>own<"), std::string::npos);
+  const std::string divided =
+      Show(ItemId(Save("<t:Subject>a<!-- b -->c<![CDATA[<d>]]>e</t:Subject>")));
+  EXPECT_NE(divided.find("<t:Subject>ac&lt;d&gt;e<"), std::string::npos) << divided;
   const std::string tagged = Show(ItemId(Save(mime + Property("55", "String", "tagged"))));
   EXPECT_NE(tagged.find("<t:Subject>tagged<"), std::string::npos);
 }
