@@ -153,12 +153,9 @@ void WriteNewFile(const std::filesystem::path& path, const std::string& bytes) {
 class UniqueNames {
  public:
   std::string Take(const std::string& wanted) {
-    const std::filesystem::path path = wanted;
     int& count = m_counts[Key(wanted)];  // so that many of one name are no matter
     std::string name = wanted;
-    while (!m_taken.insert(Key(name)).second) {
-      name = fmt::format("{} ({}){}", path.stem().string(), ++count + 1, path.extension().string());
-    }
+    while (!m_taken.insert(Key(name)).second) name = NumberedFileName(wanted, ++count + 1);
     return name;
   }
 

@@ -21,6 +21,22 @@ std::string WithoutEndBlanksAndDots(std::string text) {
   return text;
 }
 
+// Where the extension of a name begins; its end where there is none.
+size_t ExtensionStart(std::string_view name) {
+  constexpr size_t kLongestExtension = 32;
+  const size_t dot = name.rfind('.');
+  const bool there = dot != std::string_view::npos && name.size() - dot <= kLongestExtension;
+  return there ? dot : name.size();
+}
+
+// Cut to kMaxFileName bytes with what is put between its stem and its extension.
+std::string Fitted(std::string_view name, std::string_view between) {
+  const std::string_view extension = name.substr(ExtensionStart(name));
+  const std::string_view stem = name.substr(0, name.size() - extension.size());
+  const size_t room = kMaxFileName - extension.size() - between.size();
+  return std::string(CutAtCharacter(stem, room)).append(between).append(extension);
+}
+
 }  // namespace
 
 std::string WithoutForbiddenControls(std::string_view text) {
@@ -51,16 +67,12 @@ std::string FileName(std::string_view text) {
     if (!control && kForbidden.find(unit) == std::u16string_view::npos) units += unit;
   }
   std::string name = WithoutEndBlanksAndDots(platform::Utf16ToUtf8(units));
-  if (name.size() > kMaxFileName) {
-    constexpr size_t kLongestExtension = 32;
-    const size_t dot = name.rfind('.');
-    const bool hasExtension = dot != std::string::npos && name.size() - dot <= kLongestExtension;
-    const std::string extension = hasExtension ? name.substr(dot) : "";
-    const std::string stem = name.substr(0, hasExtension ? dot : name.size());
-    name = std::string(CutAtCharacter(stem, kMaxFileName - extension.size())) + extension;
-    if (extension.empty()) name = WithoutEndBlanksAndDots(name);
-  }
+  if (name.size() > kMaxFileName) name = WithoutEndBlanksAndDots(Fitted(name, ""));
   return name.empty() ? "_" : name;
+}
+
+std::string NumberedFileName(std::string_view name, int number) {
+  return Fitted(name, " (" + std::to_string(number) + ")");
 }
 
 std::string OneLine(std::string_view text) {

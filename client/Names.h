@@ -18,6 +18,9 @@ std::string LevelName(std::string_view bytes);
 // Never empty, never "." or "..". The text is UTF-8; what is ill-formed becomes U+FFFD.
 std::string FileName(std::string_view text);
 
+// That name with " (number)" in front of its extension, no longer than kMaxFileName either.
+std::string NumberedFileName(std::string_view name, int number);
+
 // UTF-8 without the control characters that XML forbids; tab, CR and LF stay.
 std::string WithoutForbiddenControls(std::string_view text);
 

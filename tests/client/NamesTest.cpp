@@ -33,6 +33,11 @@ TEST(Names, ALongFileNameKeepsItsExtensionAndItsLastCharacterWhole) {
   const std::string exact(kMaxFileName, 'x');
   EXPECT_EQ(FileName(exact), exact);
   EXPECT_EQ(FileName(exact + "y"), exact);
+  EXPECT_EQ(NumberedFileName("a.b.eml", 2), "a.b (2).eml");
+  EXPECT_EQ(NumberedFileName("a", 12), "a (12)");
+  const std::string numbered = NumberedFileName(name, 2);
+  EXPECT_LE(numbered.size(), kMaxFileName);
+  EXPECT_TRUE(numbered.ends_with("\xC3\xA4 (2).html"));
 }
 
 TEST(Names, ALineOfOutputDrivesNoTerminal) {
