@@ -117,11 +117,6 @@ size_t Base64DecodeGroups(std::string_view strText, unsigned char* pOut) {
   return static_cast<size_t>(p - pStart);
 }
 
-int Base64Value(char ch) {
-  const std::uint32_t nValue = kDecode3[static_cast<unsigned char>(ch)];
-  return nValue == kOutside ? -1 : static_cast<int>(nValue);
-}
-
 bool Base64Decode(std::string_view strText, std::string& strBytes) {
   strBytes.resize(strText.size() / 4 * 3 + 3 + kBase64Slack);
   auto* const pStart = reinterpret_cast<unsigned char*>(strBytes.data());

@@ -22,7 +22,5 @@ std::string Base64Encode(std::string_view strBytes);
 // each group stand at pOut then. pOut has room for those of the whole text and kBase64Slack more.
 constexpr size_t kBase64Slack = 32;
 size_t Base64DecodeGroups(std::string_view strText, unsigned char* pOut);
-// The six bits of a character, or -1 for one outside the alphabet.
-int Base64Value(char ch);
 
 }  // namespace platform

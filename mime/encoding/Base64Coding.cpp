@@ -1,9 +1,11 @@
 #include "mime/encoding/ContentCoding.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <cstring>
 #include <span>
-#include <string>
+#include <string_view>
 
 #include "platform/Base64.h"
 
@@ -65,6 +67,21 @@ bool encode(std::string_view strBytes, std::size_t nLine, Buffer& out) {
   return true;
 }
 
+constexpr signed char kSkipped = -1, kEnd = -2;
+
+// What a character is to the reader of a mail: its six bits, or one of the above.
+constexpr std::array<signed char, 256> kKinds = [] {
+  constexpr std::string_view kAlphabet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::array<signed char, 256> aKinds{};
+  aKinds.fill(kSkipped);
+  for (std::size_t n = 0; n < kAlphabet.size(); ++n) {
+    aKinds[static_cast<unsigned char>(kAlphabet[n])] = static_cast<signed char>(n);
+  }
+  aKinds['='] = aKinds['\0'] = kEnd;
+  return aKinds;
+}();
+
 // A group whose characters do not stand together, or the last one.
 struct Group {
   std::uint32_t nBits = 0;
@@ -73,10 +90,12 @@ struct Group {
 
 // Reads on to the end of a group; false when the data ends first.
 bool takeGroup(const char*& p, const char* pEnd, Group& group) {
-  while (p != pEnd && *p != '=' && *p != '\0') {
-    const int nValue = platform::Base64Value(*p++);
-    if (nValue < 0) continue;
-    group.nBits = group.nBits << 6 | static_cast<std::uint32_t>(nValue);
+  while (p != pEnd) {
+    const int nKind = kKinds[static_cast<unsigned char>(*p)];
+    if (nKind == kEnd) return false;
+    ++p;
+    if (nKind == kSkipped) continue;
+    group.nBits = group.nBits << 6 | static_cast<std::uint32_t>(nKind);
     if (++group.nHave == 4) return true;
   }
   return false;
@@ -111,10 +130,9 @@ bool ContentCoding::decodeBase64(std::string_view strText, DataBuffer& out) {
         platform::Base64DecodeGroups({p, static_cast<std::size_t>(pEnd - p)}, pOut);
     p += nChars;
     pOut += nChars / 4 * 3;
-    if (pEnd - p > 2 && p[0] == '\r' && p[1] == '\n') {
-      p += 2;
-      if (nChars != 0) continue;
-    }
+    const char* const pLineEnd = p;
+    while (p < pEnd && (*p == '\r' || *p == '\n')) ++p;
+    if (nChars != 0 && p != pLineEnd) continue;
     Group group;
     bMore = takeGroup(p, pEnd, group);
     pOut = putGroup(group, pOut);

@@ -25,13 +25,20 @@ constexpr int byteOf(char chHigh, char chLow) {
   return nHigh < 0 || nLow < 0 ? -1 : nHigh << 4 | nLow;
 }
 
+inline constexpr std::array<std::array<char, 2>, 256> kDigitPairs = [] {
+  std::array<std::array<char, 2>, 256> aPairs{};
+  for (std::size_t n = 0; n < 256; ++n) {
+    aPairs[n] = {"0123456789ABCDEF"[n >> 4], "0123456789ABCDEF"[n & 0x0F]};
+  }
+  return aPairs;
+}();
+
 // "=XX" in upper case; returns the place behind it.
-constexpr char* putEscape(char ch, char* pOut) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  const auto nByte = static_cast<unsigned char>(ch);
+inline char* putEscape(char ch, char* pOut) {
+  const auto& aPair = kDigitPairs[static_cast<unsigned char>(ch)];
   *pOut++ = '=';
-  *pOut++ = kDigits[nByte >> 4];
-  *pOut++ = kDigits[nByte & 0x0F];
+  *pOut++ = aPair[0];
+  *pOut++ = aPair[1];
   return pOut;
 }
 

@@ -24,6 +24,12 @@ bool isPlain(unsigned char ch) { return ch >= ' ' && ch <= '~' && ch != '='; }
 
 bool isBlank(char ch) { return ch == ' ' || ch == '\t'; }
 
+// What is written as "=XX" wherever it stands; a CR may begin a line end.
+bool isAlwaysEscaped(char ch) {
+  const auto nByte = static_cast<unsigned char>(ch);
+  return nByte > '~' || nByte == '=' || (nByte < ' ' && nByte != '\r' && nByte != '\t');
+}
+
 // Copies characters that stand for themselves, nMost at most, and returns how many.
 std::size_t copyPlain(const char* p, const char* pEnd, std::size_t nMost, char* pOut) {
   nMost = std::min(nMost, static_cast<std::size_t>(pEnd - p));
@@ -92,16 +98,34 @@ class Encoder {
 
   void putSpecial() {
     if (isLineEnd(m_p)) {
-      putText("\r\n");
-      m_p += 2;
+      *m_pOut++ = *m_p++;
+      *m_pOut++ = *m_p++;
       m_nColumn = 0;
     } else if (*m_p == '\t' && !endsLine(m_p + 1)) {
       *m_pOut++ = *m_p++;
       ++m_nColumn;
     } else {
-      if (m_nColumn > 0 && m_nColumn + 2 >= m_nMost) putSoftBreak();
-      putEscape();
+      putEscapes();
     }
+  }
+
+  // One escape, and those of the bytes behind it that need one too: text that is not Latin is made
+  // of such stretches. None ends a line, so a soft break may stand behind each.
+  void putEscapes() {
+    const char* p = m_p;  // locals: writing characters could change any member
+    char* pOut = m_pOut;
+    std::size_t nColumn = m_nColumn;
+    do {
+      if (nColumn > 0 && nColumn + 2 >= m_nMost) {
+        pOut = softBreak(pOut);
+        nColumn = 0;
+      }
+      pOut = hex::putEscape(*p++, pOut);
+      nColumn += 3;
+    } while (nColumn < m_nMost && p < m_pStop && isAlwaysEscaped(*p));
+    m_p = p;
+    m_pOut = pOut;
+    m_nColumn = nColumn;
   }
 
   void putEscape() {
@@ -110,13 +134,13 @@ class Encoder {
   }
 
   void putSoftBreak() {
-    putText("=\r\n");
+    m_pOut = softBreak(m_pOut);
     m_nColumn = 0;
   }
 
-  void putText(std::string_view str) {
-    std::memcpy(m_pOut, str.data(), str.size());
-    m_pOut += str.size();
+  static char* softBreak(char* pOut) {
+    std::memcpy(pOut, "=\r\n", 3);
+    return pOut + 3;
   }
 
   const char* m_p;
@@ -155,8 +179,8 @@ int escapeAt(const char* p, const char* pEnd) {
   return nHigh < 0 || nLow < 0 ? -1 : nHigh << 4 | nLow;
 }
 
-// Copies up to the next "=" and returns how many bytes; the high bit of a byte is ignored here.
-std::size_t copyToEquals(const char* p, const char* pEnd, char* pOut) {
+// Copies up to the next "=", the high bit of a byte ignored, or LF, and returns how many bytes.
+std::size_t copyToMark(const char* p, const char* pEnd, char* pOut) {
   std::size_t n = 0;
   const auto nLeft = static_cast<std::size_t>(pEnd - p);
 #if defined(__SSE2__)
@@ -164,12 +188,13 @@ std::size_t copyToEquals(const char* p, const char* pEnd, char* pOut) {
     const __m128i arr = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + n));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(pOut + n), arr);
     const __m128i arrLow = _mm_and_si128(arr, _mm_set1_epi8(0x7F));
-    const auto nStops =
-        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(arrLow, _mm_set1_epi8('='))));
+    const __m128i arrStops = _mm_or_si128(_mm_cmpeq_epi8(arrLow, _mm_set1_epi8('=')),
+                                          _mm_cmpeq_epi8(arr, _mm_set1_epi8('\n')));
+    const auto nStops = static_cast<unsigned>(_mm_movemask_epi8(arrStops));
     if (nStops != 0) return n + static_cast<unsigned>(std::countr_zero(nStops));
   }
 #endif
-  for (; n < nLeft && !isEqualsSign(p[n]); ++n) pOut[n] = p[n];
+  for (; n < nLeft && !isEqualsSign(p[n]) && p[n] != '\n'; ++n) pOut[n] = p[n];
   return n;
 }
 
@@ -214,53 +239,127 @@ char* putReference(int nUnit, char* pOut) {
 
 using ZeroReferences = ContentCoding::ZeroReferences;
 
-// What begins with the "=" at p; p moves behind it.
-char* putAtEquals(const char*& p, const char* pEnd, ZeroReferences nReferences, char* pOut) {
-  const int nByte = escapeAt(p, pEnd);
-  if (nByte < 0) {
-    *pOut++ = *p++;
-    if (p < pEnd) *pOut++ = *p++;  // stays as well, even a "="
-    return pOut;
+// Goes over the text once. Blanks are copied where they stand and taken back when a line end comes,
+// down to what the line cannot lose: bytes that were escaped.
+class Decoder {
+ public:
+  Decoder(std::string_view strText, ZeroReferences nReferences, DataBuffer& out)
+      : m_p(strText.data()), m_pEnd(m_p + strText.size()), m_nReferences(nReferences), m_out(out) {}
+
+  // False for want of memory.
+  bool run() {
+    if (!makeRoom()) return false;
+    while (m_p < m_pEnd) {
+      const std::size_t n = copyToMark(m_p, m_pEnd, m_pOut);
+      m_p += n;
+      m_pOut += n;
+      if (m_p == m_pEnd) break;
+      if (*m_p != '\n') {
+        putAtEquals();
+      } else if (++m_p; !endLine()) {
+        return false;
+      }
+    }
+    trimLine();
+    m_out.commit(static_cast<std::size_t>(m_pOut - m_pStart));
+    return true;
   }
-  if (nByte == 0 && nReferences == ZeroReferences::kRead) {
-    const int nUnit = referenceAt(p, pEnd);
-    if (nUnit >= 0) {
-      p += 8;
-      return putReference(nUnit, pOut);
+
+ private:
+  // For all that is left if no line end grows, and for some that do.
+  bool makeRoom() {
+    if (m_pStart != nullptr) m_out.commit(static_cast<std::size_t>(m_pOut - m_pStart));
+    const auto nLeft = static_cast<std::size_t>(m_pEnd - m_p);
+    const std::size_t nRoom = nLeft + nLeft / 16 + 64 + kSlack;
+    m_pStart = m_pOut = m_pLine = m_pKept = reinterpret_cast<char*>(m_out.prepare(nRoom));
+    m_pRoomEnd = m_pStart + nRoom;
+    return m_pStart != nullptr;
+  }
+
+  bool endLine() {
+    trimLine();
+    *m_pOut++ = '\r';
+    *m_pOut++ = '\n';
+    m_pLine = m_pKept = m_pOut;
+    const std::size_t nNeeded = static_cast<std::size_t>(m_pEnd - m_p) + kSlack + 2;
+    return static_cast<std::size_t>(m_pRoomEnd - m_pOut) >= nNeeded || makeRoom();
+  }
+
+  // Of a line of blanks alone only the CR goes.
+  void trimLine() {
+    char* pCut = m_pOut;
+    while (pCut > m_pKept && (isBlank(pCut[-1]) || pCut[-1] == '\r')) --pCut;
+    if (pCut == m_pLine) {
+      for (pCut = m_pOut; pCut > m_pLine && pCut[-1] == '\r';) --pCut;
+    }
+    m_pOut = pCut;
+  }
+
+  // Whether the "=" at p is the last character of its line; moves p to the next line then.
+  bool takeSoftBreak(const char*& p) const {
+    if (*p != '=') return false;
+    const char* pNext = p + 1;
+    while (pNext < m_pEnd && (isBlank(*pNext) || *pNext == '\r')) ++pNext;
+    if (pNext < m_pEnd && *pNext != '\n') return false;
+    p = pNext < m_pEnd ? pNext + 1 : pNext;
+    return true;
+  }
+
+  void putAtEquals() {
+    const int nByte = escapeAt(m_p, m_pEnd);
+    if (nByte < 0) {
+      putNoEscape();
+      return;
+    }
+    if (nByte == 0 && m_nReferences == ZeroReferences::kRead) {
+      const int nUnit = referenceAt(m_p, m_pEnd);
+      if (nUnit >= 0) {
+        m_pOut = putReference(nUnit, m_pOut);
+        m_p += 8;
+        m_pKept = m_pOut;
+        return;
+      }
+    }
+    if (nByte % 0x11 == 0 && isFillerAt(m_p, m_pEnd)) {
+      m_p += 7;
+      return;
+    }
+    *m_pOut++ = static_cast<char>(nByte);
+    m_p += 3;
+    putPlainEscapes();
+    m_pKept = m_pOut;
+  }
+
+  // Escapes in a row, as long as none of them may mean something else.
+  void putPlainEscapes() {
+    for (; m_pEnd - m_p >= 3 && m_p[0] == '='; m_p += 3) {
+      const int nHigh = hex::valueOf(m_p[1]), nLow = hex::valueOf(m_p[2]);
+      if (nHigh < 0 || nLow < 0 || nHigh == nLow) return;
+      *m_pOut++ = static_cast<char>(nHigh << 4 | nLow);
     }
   }
-  if (nByte % 0x11 == 0 && isFillerAt(p, pEnd)) {
-    p += 7;
-    return pOut;
-  }
-  *pOut++ = static_cast<char>(nByte);
-  p += 3;
-  return pOut;
-}
 
-// A line without its end and without the "=" of a soft break.
-char* putLine(const char* p, const char* pEnd, ZeroReferences nReferences, char* pOut) {
-  while (p < pEnd) {
-    if (!isEqualsSign(*p)) {
-      const std::size_t n = copyToEquals(p, pEnd, pOut);
-      p += n;
-      pOut += n;
-      if (p == pEnd) break;
+  void putNoEscape() {
+    if (takeSoftBreak(m_p)) {
+      m_pLine = m_pKept = m_pOut;
+      return;
     }
-    pOut = putAtEquals(p, pEnd, nReferences, pOut);
+    *m_pOut++ = *m_p++;
+    // The character behind it stays as well, even a "=" unless that is a soft break.
+    const char* p = m_p;
+    if (p < m_pEnd && *p != '\n' && !takeSoftBreak(p)) *m_pOut++ = *m_p++;
   }
-  return pOut;
-}
 
-// Where the line ends when blanks and line ends behind its text do not count; of a line without
-// text only the line ends go.
-const char* cutLine(const char* p, const char* pEnd) {
-  const char* pCut = pEnd;
-  while (pCut > p && (isBlank(pCut[-1]) || pCut[-1] == '\r' || pCut[-1] == '\n')) --pCut;
-  if (pCut > p) return pCut;
-  while (pEnd > p && (pEnd[-1] == '\r' || pEnd[-1] == '\n')) --pEnd;
-  return pEnd;
-}
+  const char* m_p;
+  const char* const m_pEnd;
+  const ZeroReferences m_nReferences;
+  DataBuffer& m_out;
+  char* m_pStart = nullptr;  // where the present room begins and ends
+  char* m_pRoomEnd = nullptr;
+  char* m_pOut = nullptr;
+  char* m_pLine = nullptr;  // where the line of input begins
+  char* m_pKept = nullptr;  // what stands in front is never taken back
+};
 
 }  // namespace
 
@@ -274,29 +373,7 @@ bool ContentCoding::encodeQuotedPrintable(std::string_view strBytes, DataBuffer&
 
 bool ContentCoding::decodeQuotedPrintable(std::string_view strText, DataBuffer& out,
                                           ZeroReferences nReferences) {
-  strText = strText.substr(0, strText.find('\0'));
-  const char* p = strText.data();
-  const char* const pEnd = p + strText.size();
-  if (!out.reserve(strText.size() + kSlack)) return false;
-  while (p < pEnd) {
-    const void* const pFound = std::memchr(p, '\n', static_cast<std::size_t>(pEnd - p));
-    const char* const pNext = pFound != nullptr ? static_cast<const char*>(pFound) + 1 : pEnd;
-    const char* pCut = cutLine(p, pNext);
-    const bool bSoft = pCut > p && pCut[-1] == '=';
-    if (bSoft) --pCut;
-    // No line grows but by the CR of its end.
-    auto* const pStart =
-        reinterpret_cast<char*>(out.prepare(static_cast<std::size_t>(pNext - p) + 1 + kSlack));
-    if (pStart == nullptr) return false;
-    char* pOut = putLine(p, pCut, nReferences, pStart);
-    if (pFound != nullptr && !bSoft) {
-      *pOut++ = '\r';
-      *pOut++ = '\n';
-    }
-    out.commit(static_cast<std::size_t>(pOut - pStart));
-    p = pNext;
-  }
-  return true;
+  return Decoder(strText.substr(0, strText.find('\0')), nReferences, out).run();
 }
 
 }  // namespace mail
