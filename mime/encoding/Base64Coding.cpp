@@ -101,6 +101,12 @@ bool takeGroup(const char*& p, const char* pEnd, Group& group) {
   return false;
 }
 
+// Whether a group stands together at p, so that the fast way is worth a try.
+bool isGroupAt(const char* p, const char* pEnd) {
+  const auto kindAt = [p](int i) { return kKinds[static_cast<unsigned char>(p[i])]; };
+  return pEnd - p >= 4 && (kindAt(0) | kindAt(1) | kindAt(2) | kindAt(3)) >= 0;
+}
+
 unsigned char* putGroup(const Group& group, unsigned char* pOut) {
   const std::uint32_t nBits = group.nBits << (6 * (4 - group.nHave));
   for (int i = 1; i < group.nHave; ++i) *pOut++ = static_cast<unsigned char>(nBits >> (24 - 8 * i));
@@ -118,7 +124,7 @@ bool ContentCoding::encodeBase64(std::string_view strBytes, DataBuffer& out) con
 }
 
 // Groups that stand together, which is all of a clean line, are decoded in one go. What stops them
-// is mostly a line end; anything else makes one group the slow way.
+// is mostly a line end; anything else makes groups the slow way, until one stands together again.
 bool ContentCoding::decodeBase64(std::string_view strText, DataBuffer& out) {
   auto* const pStart = out.prepare(strText.size() / 4 * 3 + 3 + platform::kBase64Slack);
   if (pStart == nullptr) return false;
@@ -133,9 +139,11 @@ bool ContentCoding::decodeBase64(std::string_view strText, DataBuffer& out) {
     const char* const pLineEnd = p;
     while (p < pEnd && (*p == '\r' || *p == '\n')) ++p;
     if (nChars != 0 && p != pLineEnd) continue;
-    Group group;
-    bMore = takeGroup(p, pEnd, group);
-    pOut = putGroup(group, pOut);
+    do {
+      Group group;
+      bMore = takeGroup(p, pEnd, group);
+      pOut = putGroup(group, pOut);
+    } while (bMore && !isGroupAt(p, pEnd));
   }
   out.commit(static_cast<std::size_t>(pOut - pStart));
   return true;

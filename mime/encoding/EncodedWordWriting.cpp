@@ -111,7 +111,7 @@ bool standsForItselfInQ(unsigned char ch) {
 }
 
 std::string qText(std::string_view strBytes, bool bHideCommas) {
-  std::string strText(3 * strBytes.size(), '\0');
+  std::string strText(3 * strBytes.size() + 1, '\0');
   char* pOut = strText.data();
   for (const char ch : strBytes) {
     if (ch == ' ') {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 
 // Hexadecimal digits, as quoted-printable, Q words and parameters write bytes.
 namespace mail::hex {
@@ -25,21 +26,18 @@ constexpr int byteOf(char chHigh, char chLow) {
   return nHigh < 0 || nLow < 0 ? -1 : nHigh << 4 | nLow;
 }
 
-inline constexpr std::array<std::array<char, 2>, 256> kDigitPairs = [] {
-  std::array<std::array<char, 2>, 256> aPairs{};
+inline constexpr std::array<std::array<char, 4>, 256> kEscapes = [] {
+  std::array<std::array<char, 4>, 256> aEscapes{};
   for (std::size_t n = 0; n < 256; ++n) {
-    aPairs[n] = {"0123456789ABCDEF"[n >> 4], "0123456789ABCDEF"[n & 0x0F]};
+    aEscapes[n] = {'=', "0123456789ABCDEF"[n >> 4], "0123456789ABCDEF"[n & 0x0F]};
   }
-  return aPairs;
+  return aEscapes;
 }();
 
-// "=XX" in upper case; returns the place behind it.
+// "=XX" in upper case; returns the place behind it, where one more byte is written.
 inline char* putEscape(char ch, char* pOut) {
-  const auto& aPair = kDigitPairs[static_cast<unsigned char>(ch)];
-  *pOut++ = '=';
-  *pOut++ = aPair[0];
-  *pOut++ = aPair[1];
-  return pOut;
+  std::memcpy(pOut, kEscapes[static_cast<unsigned char>(ch)].data(), 4);
+  return pOut + 3;
 }
 
 }  // namespace mail::hex

@@ -1,6 +1,7 @@
 #include "mime/encoding/ContentCoding.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -25,10 +26,13 @@ bool isPlain(unsigned char ch) { return ch >= ' ' && ch <= '~' && ch != '='; }
 bool isBlank(char ch) { return ch == ' ' || ch == '\t'; }
 
 // What is written as "=XX" wherever it stands; a CR may begin a line end.
-bool isAlwaysEscaped(char ch) {
-  const auto nByte = static_cast<unsigned char>(ch);
-  return nByte > '~' || nByte == '=' || (nByte < ' ' && nByte != '\r' && nByte != '\t');
-}
+constexpr std::array<bool, 256> kAlwaysEscaped = [] {
+  std::array<bool, 256> aEscaped{};
+  for (std::size_t n = 0; n < 256; ++n) {
+    aEscaped[n] = n > '~' || n == '=' || (n < ' ' && n != '\r' && n != '\t');
+  }
+  return aEscaped;
+}();
 
 // Copies characters that stand for themselves, nMost at most, and returns how many.
 std::size_t copyPlain(const char* p, const char* pEnd, std::size_t nMost, char* pOut) {
@@ -122,7 +126,7 @@ class Encoder {
       }
       pOut = hex::putEscape(*p++, pOut);
       nColumn += 3;
-    } while (nColumn < m_nMost && p < m_pStop && isAlwaysEscaped(*p));
+    } while (nColumn < m_nMost && p < m_pStop && kAlwaysEscaped[static_cast<unsigned char>(*p)]);
     m_p = p;
     m_pOut = pOut;
     m_nColumn = nColumn;
