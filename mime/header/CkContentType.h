@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string_view>
+
+#include "html/charset/CkCharset.h"
+#include "mime/base/LibraryObject.h"
+#include "mime/base/LogBase.h"
+#include "mime/base/StringBuffer.h"
+
+namespace mail {
+
+// A Content-Type value in its parts. Texts are UTF-8, trimmed and, but for m_name and m_boundary,
+// in lower case; empty means that the value said nothing. Of a parameter that stands twice the
+// first counts. Nothing throws.
+class _ckContentType : public LibraryObject {
+ public:
+  // Replaces what was there. Takes damaged values as far as they can be understood.
+  void load(std::string_view strValueUtf8, LogBase& log);
+  // Appends the value. A text type other than text/rfc822-headers that names no charset gets
+  // us-ascii, in the object too.
+  void emit(StringBuffer& strOut);
+  void clear();
+
+  bool isMultipart() const { return m_type.beginsWith("multipart/"); }
+
+  StringBuffer m_type;  // "text/plain"
+  StringBuffer m_name;
+  StringBuffer m_protocol;
+  StringBuffer m_micalg;
+  _ckCharset m_charset;
+  StringBuffer m_unknownCharset;  // a charset's name that m_charset does not know
+  StringBuffer m_smimeType;
+  StringBuffer m_typeParam;  // "type"
+  StringBuffer m_boundary;
+  StringBuffer m_reportType;
+  bool m_bFormatFlowed = false;
+};
+
+}  // namespace mail

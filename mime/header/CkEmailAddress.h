@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "mime/base/ExtPtrArray.h"
+#include "mime/base/LibraryObject.h"
+#include "mime/base/LogBase.h"
+#include "mime/base/StringBuffer.h"
+
+namespace mail {
+
+// A person as a mail names one. Nothing throws; everything is linear in its input.
+class _ckEmailAddress : public LibraryObject {
+ public:
+  // What stands behind that many addresses of one list is passed over; the log says so.
+  static constexpr std::size_t kMaxAddresses = 200000;
+
+  // Takes the first address of a text (see loadList). False, and empty members, if there is none.
+  bool load(std::string_view strValueUtf8, LogBase& log);
+
+  // Adds the addresses of a field's value, in which encoded words may still stand, to arrAddresses.
+  // Reads what mails hold rather than what they should: groups (their members), comments (a name
+  // where there is no other), commas in quotes, ";" for ",", addresses without brackets, brackets
+  // and quotes that never end, names alone (m_address is empty then), whole lists in one encoded
+  // word. An address is at least a name or an address: "<>" adds nothing.
+  static void loadList(std::string_view strValueUtf8, ExtPtrArrayOf<_ckEmailAddress>& arrAddresses,
+                       LogBase& log);
+
+  // Appends "Name <address>" for a mail in that code page (0: UTF-8): the name in quotes or as an
+  // encoded word where it must be. Not folded.
+  void emit(StringBuffer& strOut, int nCodePage, LogBase& log) const;
+  // The same for each, with ", " between them.
+  static void emitList(const ExtPtrArrayOf<_ckEmailAddress>& arrAddresses, StringBuffer& strOut,
+                       int nCodePage, LogBase& log);
+
+  StringBuffer m_friendlyName;  // UTF-8, decoded, without quotes
+  StringBuffer m_address;       // without brackets
+};
+
+}  // namespace mail
