@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "mime/base/StringBuffer.h"
+
+namespace mail {
+
+// The parameters of a Content-Type or Content-Disposition value, one after the other:
+//
+//   text/plain; charset=us-ascii (plain); name = "a;b.txt"
+//
+// gives the head "text/plain", then charset, then name with "a;b.txt". Damage is read as it was
+// meant: semicolons may lack behind the head and behind a quoted value, quotes may lack at the end
+// (the value then ends at the next semicolon). Linear in the value.
+class AttributeReader {
+ public:
+  explicit AttributeReader(std::string_view strValue);
+
+  // All before the first ";", blank, tab or CR.
+  std::string_view head() const { return m_strHead; }
+  // Moves on to the next parameter; false when there is none.
+  bool next();
+  // Of the present one, good until next(): the name trimmed, the value without its quotes and
+  // trimmed. Outside quotes blanks and tabs are dropped, and a comment ends the value.
+  std::string_view name() const { return m_strName; }
+  std::string_view value() const { return m_strValue; }
+
+ private:
+  void readQuoted();
+  void readPlain();
+
+  std::string_view m_strHead;
+  std::string_view m_strRest;
+  std::string_view m_strName;
+  std::string m_strValue;
+  bool m_bQuotesEnd = true;  // false once a quote was found without another behind it
+};
+
+// Where the quote that opens a text at its front is closed, or npos. A backslash hides a quote.
+std::size_t closingQuote(std::string_view strText);
+
+// Appends the text that stands between quotes: a backslash in front of a quote or another backslash
+// vanishes. Others stay, since file names with folders are written without care.
+void unquote(std::string_view strInner, std::string& strOut);
+// And back: appends the text in quotes.
+void appendQuoted(std::string_view strText, StringBuffer& strOut);
+
+}  // namespace mail

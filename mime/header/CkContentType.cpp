@@ -1,0 +1,121 @@
+#include "mime/header/CkContentType.h"
+
+#include <array>
+
+#include "mime/base/AsciiText.h"
+#include "mime/encoding/ParameterPieces.h"
+#include "mime/header/AttributeReader.h"
+
+namespace mail {
+namespace {
+
+struct Parameter {
+  std::string_view strName;
+  StringBuffer _ckContentType::*pMember;
+  bool bKeepsCase;
+};
+
+constexpr std::array kParameters = std::to_array<Parameter>({
+    {"protocol", &_ckContentType::m_protocol, false},
+    {"micalg", &_ckContentType::m_micalg, false},
+    {"boundary", &_ckContentType::m_boundary, true},
+    {"smime-type", &_ckContentType::m_smimeType, false},
+    {"report-type", &_ckContentType::m_reportType, false},
+    {"name", &_ckContentType::m_name, true},
+    {"type", &_ckContentType::m_typeParam, false},
+});
+
+const Parameter* FindParameter(std::string_view strName) {
+  for (const Parameter& obj : kParameters) {
+    if (equalsNoCase(obj.strName, strName)) return &obj;
+  }
+  return nullptr;
+}
+
+void SetCharset(_ckContentType& objType, std::string_view strName) {
+  if (strName.empty() || objType.m_charset.getCodePage() != 0) return;
+  if (objType.m_charset.setByName(strName)) return;
+  (void)objType.m_unknownCharset.setString(strName);
+}
+
+void SetParameter(_ckContentType& objType, std::string_view strName, std::string_view strValue) {
+  if (equalsNoCase(strName, "charset")) {
+    SetCharset(objType, strValue);
+  } else if (equalsNoCase(strName, "format")) {
+    objType.m_bFormatFlowed = equalsNoCase(strValue, "flowed");
+  } else if (const Parameter* pParameter = FindParameter(strName)) {
+    StringBuffer& strMember = objType.*pParameter->pMember;
+    if (!strMember.isEmpty()) return;
+    (void)strMember.setString(strValue);
+    if (!pParameter->bKeepsCase) strMember.toLowerCase();
+  }
+}
+
+// " NAME="VALUE";", or nothing for an empty value.
+void PutQuoted(std::string_view strName, const StringBuffer& strValue, StringBuffer& strOut) {
+  if (strValue.isEmpty()) return;
+  (void)strOut.appendChar(' ');
+  (void)strOut.append(strName);
+  (void)strOut.append("=");
+  appendQuoted(strValue.view(), strOut);
+  (void)strOut.append(";");
+}
+
+void PutPlain(std::string_view strName, const StringBuffer& strValue, StringBuffer& strOut) {
+  if (strValue.isEmpty()) return;
+  for (const std::string_view str : {strName, strValue.view(), std::string_view(";")}) {
+    (void)strOut.append(str);
+  }
+}
+
+}  // namespace
+
+void _ckContentType::load(std::string_view strValueUtf8, LogBase& log) {
+  clear();
+  AttributeReader objReader(strValueUtf8);
+  (void)m_type.setString(objReader.head());
+  m_type.toLowerCase();
+  ParameterPieces objPieces;
+  while (objReader.next()) {
+    if (isPieceOf(objReader.name(), "name")) {
+      objPieces.add(objReader.name(), objReader.value());
+    } else {
+      SetParameter(*this, objReader.name(), objReader.value());
+    }
+  }
+  if (!objPieces.isEmpty()) (void)objPieces.decode(m_name, log);
+}
+
+void _ckContentType::emit(StringBuffer& strOut) {
+  const bool bNoCharset = m_charset.getName().isEmpty() && m_unknownCharset.isEmpty();
+  if (bNoCharset && m_type.beginsWith("text") && !m_type.contains("rfc822-headers")) {
+    (void)m_charset.setByName("us-ascii");
+  }
+  (void)strOut.append(m_type);
+  const bool bKnown = !m_charset.getName().isEmpty();
+  const StringBuffer& strCharset = bKnown ? m_charset.getName() : m_unknownCharset;
+  if (!strCharset.isEmpty()) {
+    (void)strOut.append("; charset=");
+    bKnown ? (void)strOut.append(strCharset) : appendQuoted(strCharset.view(), strOut);
+  }
+  (void)strOut.append(";");
+  if (!isMultipart()) PutQuoted("type", m_typeParam, strOut);
+  if (m_type.equals("multipart/report")) PutQuoted("report-type", m_reportType, strOut);
+  PutQuoted("boundary", m_boundary, strOut);
+  PutQuoted("name", m_name, strOut);
+  PutQuoted("protocol", m_protocol, strOut);
+  PutPlain(" micalg=", m_micalg, strOut);
+  PutPlain(" smime-type=", m_smimeType, strOut);
+  if (m_bFormatFlowed && m_type.equals("text/plain")) (void)strOut.append(" format=flowed;");
+  strOut.chop(1);
+}
+
+void _ckContentType::clear() {
+  for (const Parameter& obj : kParameters) (this->*obj.pMember).weakClear();
+  m_type.weakClear();
+  m_charset.clear();
+  m_unknownCharset.weakClear();
+  m_bFormatFlowed = false;
+}
+
+}  // namespace mail
