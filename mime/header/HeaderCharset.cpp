@@ -1,0 +1,270 @@
+#include "mime/header/HeaderCharset.h"
+
+#include <algorithm>
+#include <array>
+
+#include "html/charset/CharsetNames.h"
+#include "html/charset/EncodingConvert.h"
+#include "mime/base/AsciiText.h"
+#include "mime/base/StringBuffer.h"
+#include "mime/header/EncodedWordMarks.h"
+#include "mime/header/HeaderCharsetTable.h"
+#include "mime/header/SevenBit.h"
+#include "platform/NarrowText.h"
+
+namespace mail {
+namespace {
+
+constexpr std::size_t kNone = std::string_view::npos;
+using header_charset::CheckedName;
+using header_charset::kCheckedNames;
+using header_charset::kRawNames;
+using header_charset::RawName;
+
+constexpr int kUtf8 = 65001;
+constexpr int kAscii = 20127;
+constexpr int kLatin1 = 28591;
+constexpr int kLatin2 = 28592;
+constexpr int kJapanese = 50220;
+constexpr int kJapaneseRaw = 50222;
+constexpr std::size_t kLongestName = 75;  // characters of a charset's name
+constexpr std::string_view kSignature = "\xEF\xBB\xBF";
+
+bool ConvertsCleanly(std::string_view strBytes, int nCodePage, DataBuffer& out, LogBase& log) {
+  EncodingConvert objConvert;
+  return objConvert.EncConvert(static_cast<unsigned>(nCodePage), kUtf8, strBytes.data(),
+                               strBytes.size(), out, log) &&
+         !objConvert.m_hadErrors;
+}
+
+bool ConvertsCleanly(std::string_view strBytes, int nCodePage, LogBase& log) {
+  DataBuffer out;
+  return ConvertsCleanly(strBytes, nCodePage, out, log);
+}
+
+// How many characters of more than one byte UTF-8 finds in the text, and how many bytes that belong
+// to none.
+struct Utf8Count {
+  std::size_t nGood = 0;
+  std::size_t nBad = 0;
+};
+
+bool IsTrail(char ch) { return (ch & '\xC0') == '\x80'; }
+
+// The length of the well-formed character at the front, which is no ASCII; 0 if there is none.
+std::size_t CharacterLength(std::string_view str) {
+  const auto nLead = static_cast<unsigned char>(str[0]);
+  const std::size_t nLength = nLead < 0xC2 ? 0 : nLead < 0xE0 ? 2 : nLead < 0xF0 ? 3 : 4;
+  if (nLength == 0 || nLead > 0xF4 || str.size() < nLength) return 0;
+  if (!std::all_of(str.begin() + 1, str.begin() + static_cast<long>(nLength), IsTrail)) return 0;
+  const auto nSecond = static_cast<unsigned char>(str[1]);
+  const bool bOverlong = (nLead == 0xE0 && nSecond < 0xA0) || (nLead == 0xF0 && nSecond < 0x90);
+  const bool bOutside = (nLead == 0xED && nSecond > 0x9F) || (nLead == 0xF4 && nSecond > 0x8F);
+  return bOverlong || bOutside ? 0 : nLength;
+}
+
+// With pOut what is well-formed is appended there.
+Utf8Count CountUtf8(std::string_view str, DataBuffer* pOut = nullptr) {
+  Utf8Count objCount;
+  std::size_t nGoodFrom = 0;
+  for (std::size_t n = 0; n < str.size();) {
+    const bool bAscii = static_cast<unsigned char>(str[n]) < 0x80;
+    const std::size_t nLength = bAscii ? 1 : CharacterLength(str.substr(n));
+    if (!bAscii) ++(nLength != 0 ? objCount.nGood : objCount.nBad);
+    if (nLength == 0 && pOut != nullptr) {
+      (void)pOut->append(str.substr(nGoodFrom, n - nGoodFrom));
+      nGoodFrom = n + 1;
+    }
+    n += std::max<std::size_t>(nLength, 1);
+  }
+  if (pOut != nullptr) (void)pOut->append(str.substr(nGoodFrom));
+  return objCount;
+}
+
+// Of a charset's name; 0 if it has none, or one that raw bytes of a header cannot be in.
+int PageOfName(std::string_view strName) {
+  strName = strName.substr(0, strName.find('*'));  // a language may follow
+  if (strName.size() < 3 || strName.size() > kLongestName) return 0;
+  StringBuffer strSought(strName);
+  const int nPage = nameToCodePage(strSought);
+  const bool bWide = nPage == 1200 || nPage == 1201 || nPage == 12000 || nPage == 12001 ||
+                     nPage == 65005 || nPage == 65006;
+  return nPage < 100 || bWide ? 0 : nPage;
+}
+
+// The page named by the first encoded word of that kind.
+int PageOfWord(std::string_view strHeader, char chKind) {
+  const std::size_t nMark = findWordMark(strHeader, 0, chKind);
+  if (nMark == kNone) return 0;
+  const std::size_t nReach = nMark > kLongestName + 2 ? nMark - kLongestName - 2 : 0;
+  const std::string_view strBefore = strHeader.substr(nReach, nMark - nReach);
+  const std::size_t nStart = strBefore.rfind("=?");
+  return nStart == kNone ? 0 : PageOfName(strBefore.substr(nStart + 2));
+}
+
+// Where each name of the two tables first stands, found in one pass.
+struct NamePositions {
+  std::array<std::size_t, kCheckedNames.size()> aChecked;
+  std::array<bool, kRawNames.size()> aRaw{};
+};
+
+// Which letters stand first and second in them: few places of a header pass both.
+constexpr std::array<bool, 256> LettersAt(std::size_t nAt) {
+  std::array<bool, 256> aLetters{};
+  const auto add = [&](std::string_view strName) {
+    const char ch = toLowerAscii(strName[nAt]);
+    aLetters[static_cast<unsigned char>(ch)] = true;
+    aLetters[static_cast<unsigned char>(ch - 32)] = true;
+  };
+  for (const CheckedName& obj : kCheckedNames) add(obj.strName);
+  for (const RawName& obj : kRawNames) add(obj.strName);
+  return aLetters;
+}
+constexpr auto kFirstLetters = LettersAt(0);
+constexpr auto kSecondLetters = LettersAt(1);
+
+NamePositions FindNames(std::string_view strHeader) {
+  NamePositions objFound;
+  objFound.aChecked.fill(kNone);
+  for (std::size_t n = 0; n + 1 < strHeader.size(); ++n) {
+    if (!kFirstLetters[static_cast<unsigned char>(strHeader[n])]) continue;
+    if (!kSecondLetters[static_cast<unsigned char>(strHeader[n + 1])]) continue;
+    const std::string_view strRest = strHeader.substr(n);
+    for (std::size_t i = 0; i < kCheckedNames.size(); ++i) {
+      if (objFound.aChecked[i] != kNone) continue;
+      if (beginsWithNoCase(strRest, kCheckedNames[i].strName)) objFound.aChecked[i] = n;
+    }
+    for (std::size_t i = 0; i < kRawNames.size(); ++i) {
+      if (!objFound.aRaw[i]) {
+        objFound.aRaw[i] = beginsWithNoCase(strRest, kRawNames[i].strName);
+      }
+    }
+  }
+  return objFound;
+}
+
+// The page that such a name at nAt stands for, or 0.
+int PageAt(std::string_view strHeader, const CheckedName& objName, std::size_t nAt) {
+  if (nAt == kNone) return 0;
+  if (objName.chFirst == 0) return objName.nCodePage;
+  const std::size_t nDigit = nAt + objName.strName.size();
+  const char ch = nDigit < strHeader.size() ? strHeader[nDigit] : '\0';
+  return ch < objName.chFirst || ch > objName.chLast ? 0 : objName.nCodePage + (ch - '0');
+}
+
+int PageOfNames(std::string_view strHeader, LogBase& log) {
+  const NamePositions objFound = FindNames(strHeader);
+  for (std::size_t i = 0; i < kCheckedNames.size(); ++i) {
+    const int nPage = PageAt(strHeader, kCheckedNames[i], objFound.aChecked[i]);
+    if (nPage != 0 && ConvertsCleanly(strHeader, nPage, log)) return nPage;
+  }
+  const auto it = std::find(objFound.aRaw.begin(), objFound.aRaw.end(), true);
+  return it == objFound.aRaw.end()
+             ? 0
+             : kRawNames[static_cast<std::size_t>(it - objFound.aRaw.begin())].nCodePage;
+}
+
+// The lead bytes of Western letters in UTF-8, with another 8-bit byte behind them.
+bool HasUtf8Lead(std::string_view strHeader) {
+  const auto it = std::adjacent_find(strHeader.begin(), strHeader.end(), [](char a, char b) {
+    return (a == '\xC2' || a == '\xC3') && static_cast<unsigned char>(b) >= 0x80;
+  });
+  return it != strHeader.end();
+}
+
+bool LooksLikeUtf8(std::string_view strHeader) {
+  std::size_t n8bit = 0;
+  std::size_t nImprobable = 0;
+  for (const char ch : strHeader) {
+    n8bit += static_cast<unsigned char>(ch) >= 0x80;
+    nImprobable += header_charset::isImprobable(static_cast<unsigned char>(ch));
+  }
+  return (n8bit < 4 && nImprobable >= 1) || (n8bit < 11 && nImprobable >= 3) || nImprobable >= 4;
+}
+
+int PageByBytes(std::string_view strHeader, LogBase& log) {
+  if (HasUtf8Lead(strHeader)) return kUtf8;
+  const auto nAnsi = static_cast<int>(platform::AnsiCodePage());
+  if (ConvertsCleanly(strHeader, nAnsi, log)) return LooksLikeUtf8(strHeader) ? kUtf8 : nAnsi;
+  // Text whose every 8-bit byte makes sense as UTF-8 is hardly anything else.
+  if (CountUtf8(strHeader).nBad == 0) return kUtf8;
+  if (ConvertsCleanly(strHeader, kLatin1, log)) return kLatin1;
+  return ConvertsCleanly(strHeader, kLatin2, log) ? kLatin2 : 0;
+}
+
+int PageOf8bitHeader(std::string_view strHeader, int nKnownCodePage, std::string_view strClue,
+                     LogBase& log) {
+  if (nKnownCodePage != 0) return nKnownCodePage;
+  if (const int nPage = PageOfNames(strHeader, log); nPage != 0) return nPage;
+  if (const int nPage = PageOfName(strClue); nPage != 0 && nPage != kAscii) return nPage;
+  return PageByBytes(strHeader, log);
+}
+
+bool HasJapaneseEscapes(std::string_view strHeader) {
+  for (std::size_t n = 0; (n = strHeader.find('\x1B', n)) != kNone; ++n) {
+    const std::string_view strEscape = strHeader.substr(n + 1, 2);
+    if (strEscape == "$B" || strEscape == "(B") return true;
+  }
+  return false;
+}
+
+// What the field is in if it claims to be UTF-8 and is not, by the ANSI page or else by Latin-1.
+bool ConvertOtherThanUtf8(std::string_view strField, DataBuffer& out, LogBase& log) {
+  const auto nAnsi = static_cast<int>(platform::AnsiCodePage());
+  const std::uint32_t nBefore = out.getSize();
+  if (ConvertsCleanly(strField, nAnsi, out, log)) return true;
+  out.chop(out.getSize() - nBefore);
+  return ConvertsCleanly(strField, kLatin1, out, log);
+}
+
+bool TakeUtf8(std::string_view strField, DataBuffer& out, LogBase& log) {
+  const Utf8Count objCount = CountUtf8(strField);
+  if (objCount.nBad == 0) return out.append(strField);
+  if (objCount.nBad > objCount.nGood) return ConvertOtherThanUtf8(strField, out, log);
+  (void)CountUtf8(strField, &out);
+  return true;
+}
+
+}  // namespace
+
+int decideHeaderCodePage(std::string_view strHeader, int nKnownCodePage, std::string_view strClue,
+                         bool& bRawJapanese, LogBase& log) {
+  const bool b7bit = isSevenBit(strHeader);
+  int nPage = 0;
+  if (hasEncodedWords(strHeader)) {
+    nPage = PageOfWord(strHeader, 'Q');
+    if (nPage == 0) nPage = PageOfWord(strHeader, 'B');
+  }
+  // Bytes of 8 bits are not what words in ASCII stand for.
+  if (!b7bit && (nPage == 0 || nPage == kAscii)) {
+    nPage = PageOf8bitHeader(strHeader, nKnownCodePage, strClue, log);
+  }
+  bRawJapanese = (b7bit || nPage == kJapanese) && HasJapaneseEscapes(strHeader);
+  return bRawJapanese ? kUtf8 : nPage;
+}
+
+bool convertRawJapanese(std::string_view strHeader, DataBuffer& out, LogBase& log) {
+  EncodingConvert objConvert;
+  return objConvert.EncConvert(kJapaneseRaw, kUtf8, strHeader.data(), strHeader.size(), out, log);
+}
+
+bool convertFieldToUtf8(std::string_view strField, int nCodePage, DataBuffer& out, LogBase& log) {
+  if (strField.find(kSignature) != kNone) {
+    StringBuffer strUnsigned(strField);
+    (void)strUnsigned.replaceAll(kSignature, "");
+    return TakeUtf8(strUnsigned.view(), out, log);
+  }
+  if (nCodePage == kUtf8) return TakeUtf8(strField, out, log);
+  if (nCodePage == 0) {
+    (void)CountUtf8(strField, &out);
+    return true;
+  }
+  EncodingConvert objConvert;
+  const std::uint32_t nBefore = out.getSize();
+  (void)objConvert.EncConvert(static_cast<unsigned>(nCodePage), kUtf8, strField.data(),
+                              strField.size(), out, log);
+  if (out.getSize() != nBefore) return true;
+  return TakeUtf8(strField, out, log);  // a page that does not convert
+}
+
+}  // namespace mail
