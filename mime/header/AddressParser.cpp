@@ -1,0 +1,369 @@
+#include "mime/header/AddressParser.h"
+
+#include <array>
+
+#include "mime/base/AsciiText.h"
+#include "mime/encoding/ContentCoding.h"
+#include "mime/header/AttributeReader.h"
+#include "mime/header/EncodedWordMarks.h"
+
+namespace mail {
+namespace {
+
+constexpr std::size_t kNone = std::string_view::npos;
+
+constexpr std::size_t kLongestCharset = 75;  // characters
+
+constexpr auto kStops = [] {
+  std::array<bool, 256> aStops{};
+  for (const unsigned char ch : std::string_view(" \t\r\n\"(<>,;:[=\\@")) aStops[ch] = true;
+  return aStops;
+}();
+
+bool IsStop(char ch) { return kStops[static_cast<unsigned char>(ch)]; }
+
+// The length of the encoded word at the front of a text; 0 if there is none.
+std::size_t EncodedWordLength(std::string_view str) {
+  if (!str.starts_with("=?")) return 0;
+  const std::size_t nCharset = str.substr(0, kLongestCharset + 3).find('?', 2);
+  if (nCharset == kNone || nCharset + 2 >= str.size() || str[nCharset + 2] != '?') return 0;
+  const char chKind = str[nCharset + 1] & '\xDF';
+  if (chKind != 'Q' && chKind != 'B') return 0;
+  const std::size_t nEnd = str.find('?', nCharset + 3);
+  return nEnd == kNone || str.substr(nEnd, 2) != "?=" ? 0 : nEnd + 2;
+}
+
+// The blanks around each "@" taken out: "bob @ example.org" is one word.
+std::string JoinAtSigns(std::string_view strPhrase) {
+  std::string strJoined;
+  for (const char ch : strPhrase) {
+    if (ch == '@' && strJoined.ends_with(' ')) strJoined.pop_back();
+    if (ch != ' ' || !strJoined.ends_with('@')) strJoined += ch;
+  }
+  return strJoined;
+}
+
+// Takes the next word off a text of words with one blank between them.
+std::string_view TakeWord(std::string_view& strRest) {
+  const std::string_view strWord = strRest.substr(0, strRest.find(' '));
+  strRest.remove_prefix(std::min(strWord.size() + 1, strRest.size()));
+  return strWord;
+}
+
+// Without what people put around an address.
+std::string_view Bare(std::string_view str) {
+  constexpr std::string_view kScheme = "mailto:";
+  str = trimmed(str);
+  if (beginsWithNoCase(str, kScheme)) str.remove_prefix(kScheme.size());
+  const auto nColon = str.starts_with('@') ? str.find(':') : kNone;
+  if (nColon != kNone) str.remove_prefix(nColon + 1);  // a route
+  const bool bQuoted =
+      str.size() > 2 && str.front() == str.back() && (str.front() == '\'' || str.front() == '"');
+  return trimmed(bQuoted ? str.substr(1, str.size() - 2) : str);
+}
+
+}  // namespace
+
+void AddressParser::run() {
+  while (m_nAt < m_strText.size()) {
+    if (m_arrAddresses.getSize() >= _ckEmailAddress::kMaxAddresses) {
+      m_log.LogError("Too many addresses in one list.");
+      return;
+    }
+    step();
+  }
+  finish();
+}
+
+void AddressParser::step() {
+  const char ch = m_strText[m_nAt];
+  switch (ch) {
+    case '"':
+      return takeQuoted();
+    case '(':
+      return takeComment();
+    case '<':
+      return takeAngle();
+    case '[':
+      return takeSquare();
+    case ':':
+      return takeColon();
+    case '=':
+      return takeEncodedWord();
+    case '\\':
+      return takeEscape();
+    case ',':
+    case ';':
+      finish();
+      break;
+    case '>':
+      break;  // of no bracket
+    case '@':
+      m_bAtSign = true;
+      m_strPhrase += ch;
+      break;
+    default:
+      if (!isAsciiSpace(ch)) return takePlain();
+      if (!m_strPhrase.empty() && m_strPhrase.back() != ' ') m_strPhrase += ' ';
+  }
+  ++m_nAt;
+}
+
+void AddressParser::takePlain() {
+  std::size_t nEnd = m_nAt + 1;
+  while (nEnd < m_strText.size() && !IsStop(m_strText[nEnd])) ++nEnd;
+  m_strPhrase.append(m_strText, m_nAt, nEnd - m_nAt);
+  m_nAt = nEnd;
+}
+
+// kNone too for a quote that was forgotten: what looks like the end of an address follows before
+// the next quote.
+std::size_t AddressParser::endOfQuoted() const {
+  const std::string_view strQuoted = rest();
+  const std::size_t nEnd = closingQuote(strQuoted);
+  if (nEnd == kNone) return kNone;
+  const std::string_view strInner = strQuoted.substr(1, nEnd - 1);
+  const std::size_t nOpen = strInner.find('<');
+  const std::size_t nAtSign = nOpen == kNone ? kNone : strInner.find('@', nOpen);
+  const std::size_t nClose = nAtSign == kNone ? kNone : strInner.find('>', nAtSign);
+  const std::size_t nNext = nClose == kNone ? kNone : strInner.find_first_not_of(" \t", nClose + 1);
+  const bool bForgotten = nNext != kNone && (strInner[nNext] == ',' || strInner[nNext] == ';');
+  return bForgotten ? kNone : nEnd;
+}
+
+void AddressParser::takeQuoted() {
+  const std::size_t nEnd = m_bQuotesEnd ? endOfQuoted() : kNone;
+  if (nEnd == kNone) {
+    m_bQuotesEnd = m_bQuotesEnd && closingQuote(rest()) != kNone;
+    ++m_nAt;
+    return;
+  }
+  const std::string_view strInner = rest().substr(1, nEnd - 1);
+  m_bAtSign = m_bAtSign || strInner.find('@') != kNone;
+  unquote(strInner, m_strPhrase);
+  m_nAt += nEnd + 1;
+}
+
+// Behind the ")" that closes the comment at the front, or kNone.
+std::size_t AddressParser::endOfComment() const {
+  if (!m_bCommentsEnd) return kNone;
+  if (!m_bCommentsNest) {
+    const std::size_t nEnd = m_strText.find(')', m_nAt);
+    return nEnd == kNone ? kNone : nEnd + 1;
+  }
+  std::size_t nDepth = 0;
+  for (std::size_t n = m_nAt; n < m_strText.size(); ++n) {
+    if (m_strText[n] == '\\')
+      ++n;
+    else if (m_strText[n] == '(')
+      ++nDepth;
+    else if (m_strText[n] == ')' && --nDepth == 0)
+      return n + 1;
+  }
+  return kNone;
+}
+
+void AddressParser::takeComment() {
+  std::size_t nEnd = endOfComment();
+  if (nEnd == kNone && m_bCommentsNest) {
+    m_bCommentsNest = false;
+    nEnd = endOfComment();
+  }
+  if (nEnd == kNone) {
+    m_bCommentsEnd = false;
+    ++m_nAt;
+    return;
+  }
+  if (m_strComment.empty()) unquote(m_strText.substr(m_nAt + 1, nEnd - m_nAt - 2), m_strComment);
+  m_nAt = nEnd;
+}
+
+void AddressParser::takeEncodedWord() {
+  const std::size_t nLength = std::max<std::size_t>(EncodedWordLength(rest()), 1);
+  m_strPhrase.append(m_strText, m_nAt, nLength);
+  m_nAt += nLength;
+}
+
+// A backslash that hides nothing stands for itself: "DOMAIN\user".
+void AddressParser::takeEscape() {
+  const bool bHides = m_nAt + 1 < m_strText.size() &&
+                      std::string_view("\"\\,;<>()").find(m_strText[m_nAt + 1]) != kNone;
+  if (bHides) ++m_nAt;
+  m_strPhrase += m_strText[m_nAt++];
+}
+
+void AddressParser::takeAngle() {
+  if (m_bHasAddress) {  // the separator is missing; the phrase since is the next one's name
+    std::string strPhrase;
+    strPhrase.swap(m_strPhrase);
+    finish();
+    m_strPhrase.swap(strPhrase);
+  }
+  setAddress(angleText());
+}
+
+// Reads on to the ">", or to what shows that there will be none.
+std::string AddressParser::angleText() {
+  std::string strText;
+  bool bInRoute = false;
+  for (++m_nAt; m_nAt < m_strText.size(); ++m_nAt) {
+    const char ch = m_strText[m_nAt];
+    const bool bBlank = isAsciiSpace(ch) || ch == '<';
+    if (strText.empty() && bBlank) continue;
+    if (ch == '>') {
+      ++m_nAt;
+      break;
+    }
+    if (ch == '<' || (!bInRoute && (ch == ',' || ch == ';'))) break;
+    if (strText.empty()) bInRoute = ch == '@';
+    if (ch == ':') bInRoute = false;
+    const std::size_t nQuoted = ch == '"' && m_bQuotesEnd ? closingQuote(rest()) : kNone;
+    if (nQuoted != kNone) {
+      strText.append(m_strText, m_nAt, nQuoted + 1);
+      m_nAt += nQuoted;
+      continue;
+    }
+    if (ch == '"') {
+      m_bQuotesEnd = false;
+    } else if (ch != '\r' && ch != '\n') {
+      strText += ch;
+    }
+  }
+  return strText;
+}
+
+// "bob [mailto:bob@example.org]", as some mailers quote it.
+void AddressParser::takeSquare() {
+  const std::size_t nEnd = m_strText.find_first_of("],;<>[", m_nAt + 1);
+  const bool bClosed = nEnd != kNone && m_strText[nEnd] == ']';
+  const std::string_view strInner =
+      bClosed ? m_strText.substr(m_nAt + 1, nEnd - m_nAt - 1) : std::string_view();
+  if (m_bHasAddress || m_bAtSign || strInner.find('@') == kNone) {
+    m_strPhrase += m_strText[m_nAt++];
+    return;
+  }
+  m_nAt = nEnd + 1;
+  setAddress(strInner);
+}
+
+// The phrase in front of a colon is the name of a group, or of a scheme.
+void AddressParser::takeColon() {
+  ++m_nAt;
+  if (m_bAtSign || m_bHasAddress) {
+    m_strPhrase += ':';
+  } else {
+    m_strPhrase.clear();
+  }
+}
+
+void AddressParser::setAddress(std::string_view strRaw) {
+  m_bHasAddress = true;
+  m_strName.swap(m_strPhrase);
+  m_strPhrase.clear();
+  const std::string strText = decoded(strRaw);
+  std::string_view strAddress = Bare(strText);
+  std::string strJoined;
+  if (strAddress.find(' ') != kNone && strAddress.find_first_of("@\"") != kNone &&
+      strAddress.find('"') == kNone) {
+    strJoined = JoinAtSigns(strAddress);
+    std::string_view strRest = strJoined;
+    do {
+      strAddress = TakeWord(strRest);
+    } while (strAddress.find('@') == kNone && !strRest.empty());
+  }
+  m_strAddress = strAddress;
+}
+
+void AddressParser::finish() {
+  if (m_bHasAddress) {
+    const std::string_view strName = trimmed(m_strName);
+    const std::string_view strBehind = trimmed(m_strPhrase);
+    add(decoded(!strName.empty()     ? strName
+                : !strBehind.empty() ? strBehind
+                                     : m_strComment),
+        m_strAddress);
+  } else {
+    finishBare();
+  }
+  reset();
+}
+
+// A mailbox without brackets.
+void AddressParser::finishBare() {
+  const std::string_view strPhrase = trimmed(m_strPhrase);
+  if (strPhrase.empty()) return;
+  const std::string strComment = decoded(m_strComment);
+  if (m_bAtSign) {
+    finishWithAt(strPhrase, strComment);
+    return;
+  }
+  const std::string strName = decoded(strPhrase);
+  if (!m_bInner && strName.find('@') != std::string::npos) {
+    // Some mailers encode the whole field.
+    AddressParser objInner(strName, m_arrAddresses, m_log);
+    objInner.m_bInner = true;
+    objInner.run();
+  } else if (strComment.empty()) {
+    add(strName, "");
+  } else {
+    add(strComment, strName);
+  }
+}
+
+// Words of which at least one holds an "@": all addresses, or a name and the address behind it.
+void AddressParser::finishWithAt(std::string_view strPhrase, std::string_view strComment) {
+  const std::string strJoined = JoinAtSigns(strPhrase);
+  std::string strName;
+  std::string_view strAddress;
+  bool bAllAddresses = true;
+  for (std::string_view strRest = strJoined; !strRest.empty();) {
+    const std::string_view strWord = TakeWord(strRest);
+    if (strWord.find('@') != kNone) {
+      strAddress = strWord;
+      continue;
+    }
+    bAllAddresses = false;
+    strName += strName.empty() ? "" : " ";
+    strName += strWord;
+  }
+  if (!bAllAddresses) {
+    add(decoded(strName), Bare(strAddress));
+    return;
+  }
+  for (std::string_view strRest = strJoined; !strRest.empty();) {
+    const std::string_view strWord = TakeWord(strRest);
+    add(strComment, Bare(strWord));
+  }
+}
+
+void AddressParser::reset() {
+  m_strPhrase.clear();
+  m_strName.clear();
+  m_strAddress.clear();
+  m_strComment.clear();
+  m_bAtSign = false;
+  m_bHasAddress = false;
+}
+
+void AddressParser::add(std::string_view strName, std::string_view strAddress) {
+  strName = trimmed(strName);
+  if (strName.empty() && strAddress.empty()) return;
+  if (m_arrAddresses.getSize() >= _ckEmailAddress::kMaxAddresses) return;
+  auto pAddress = makeOwned<_ckEmailAddress>();
+  if (pAddress == nullptr) return;
+  (void)pAddress->m_friendlyName.append(strName);
+  (void)pAddress->m_address.append(strAddress);
+  (void)m_arrAddresses.append(std::move(pAddress));
+}
+
+// Encoded words to text, on one line.
+std::string AddressParser::decoded(std::string_view strRaw) {
+  if (!hasEncodedWords(strRaw) && strRaw.find_first_of("\r\n") == kNone) return std::string(strRaw);
+  StringBuffer strText(strRaw);
+  if (hasEncodedWords(strRaw)) (void)ContentCoding::QB_DecodeToUtf8(strText, m_log);
+  strText.removeChar('\r');
+  strText.removeChar('\n');
+  return std::string(strText.view());
+}
+
+}  // namespace mail

@@ -1,0 +1,94 @@
+#include "mime/header/CkEmailAddress.h"
+
+#include <algorithm>
+
+#include "mime/base/AsciiText.h"
+#include "mime/header/AddressParser.h"
+#include "mime/header/AttributeReader.h"
+#include "mime/header/FieldEmission.h"
+
+namespace mail {
+namespace {
+
+bool IsAtomChar(char ch) {
+  const char chLower = toLowerAscii(ch);
+  return (chLower >= 'a' && chLower <= 'z') || (ch >= '0' && ch <= '9') ||
+         std::string_view("!#$%&'*+-/=?^_`{|}~").find(ch) != std::string_view::npos;
+}
+
+// Whether a name may stand without quotes.
+bool IsPlainName(std::string_view strName) {
+  return std::all_of(strName.begin(), strName.end(),
+                     [](char ch) { return ch == ' ' || IsAtomChar(ch); });
+}
+
+// Whether an address is one without brackets too.
+bool IsPlainAddress(std::string_view strAddress) {
+  const bool bPlain = std::all_of(strAddress.begin(), strAddress.end(), [](char ch) {
+    return ch == '@' || ch == '.' || static_cast<unsigned char>(ch) >= 0x80 || IsAtomChar(ch);
+  });
+  return bPlain && strAddress.find('@') != std::string_view::npos;
+}
+
+void AppendName(std::string_view strName, int nCodePage, StringBuffer& strOut, LogBase& log) {
+  const PreparedText objName(strName, nCodePage, log);
+  if (objName.needsEncoding()) {
+    objName.appendWords(PreparedText::Words::kOneInAddress, strOut, log);
+  } else if (IsPlainName(objName.bytes())) {
+    (void)strOut.append(objName.bytes());
+  } else {
+    appendQuoted(objName.bytes(), strOut);
+  }
+}
+
+void AppendAddress(const StringBuffer& strAddress, bool bBrackets, StringBuffer& strOut) {
+  if (bBrackets) (void)strOut.appendChar('<');
+  StringBuffer strLine(strAddress);
+  strLine.removeChar('\r');
+  strLine.removeChar('\n');
+  (void)strOut.append(strLine);
+  if (bBrackets) (void)strOut.appendChar('>');
+}
+
+}  // namespace
+
+bool _ckEmailAddress::load(std::string_view strValueUtf8, LogBase& log) {
+  ExtPtrArrayOf<_ckEmailAddress> arrAddresses;
+  loadList(strValueUtf8, arrAddresses, log);
+  m_friendlyName.clear();
+  m_address.clear();
+  if (arrAddresses.getSize() == 0) return false;
+  m_friendlyName = std::move(arrAddresses.at(0)->m_friendlyName);
+  m_address = std::move(arrAddresses.at(0)->m_address);
+  return true;
+}
+
+void _ckEmailAddress::loadList(std::string_view strValueUtf8,
+                               ExtPtrArrayOf<_ckEmailAddress>& arrAddresses, LogBase& log) {
+  AddressParser(strValueUtf8, arrAddresses, log).run();
+}
+
+void _ckEmailAddress::emit(StringBuffer& strOut, int nCodePage, LogBase& log) const {
+  if (m_friendlyName.isEmpty()) {
+    if (m_address.isEmpty()) return;
+    AppendAddress(m_address, !IsPlainAddress(m_address.view()), strOut);
+    return;
+  }
+  AppendName(m_friendlyName.view(), nCodePage, strOut, log);
+  // A name alone stays one, unless it looks like an address.
+  const bool bAlone =
+      m_address.isEmpty() && m_friendlyName.view().find('@') == std::string_view::npos;
+  if (bAlone) return;
+  (void)strOut.appendChar(' ');
+  AppendAddress(m_address, /*bBrackets=*/true, strOut);
+}
+
+void _ckEmailAddress::emitList(const ExtPtrArrayOf<_ckEmailAddress>& arrAddresses,
+                               StringBuffer& strOut, int nCodePage, LogBase& log) {
+  for (std::size_t n = 0; n < arrAddresses.getSize(); ++n) {
+    if (n != 0) (void)strOut.append(", ");
+    arrAddresses.at(n)->emit(strOut, nCodePage, log);
+  }
+}
+
+}  // namespace mail

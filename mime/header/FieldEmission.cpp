@@ -1,0 +1,193 @@
+#include "mime/header/FieldEmission.h"
+
+#include <algorithm>
+#include <array>
+
+#include "html/charset/CharsetNames.h"
+#include "html/charset/EncodingConvert.h"
+#include "mime/base/AsciiText.h"
+#include "mime/encoding/ContentCoding.h"
+#include "mime/header/AttributeReader.h"
+#include "mime/header/SevenBit.h"
+
+namespace mail {
+namespace {
+
+constexpr std::size_t kNone = std::string_view::npos;
+
+constexpr int kUtf7 = 65000;
+constexpr int kUtf8 = 65001;
+constexpr int kAscii = 20127;
+constexpr int kLatin1 = 28591;
+constexpr int kLatin2 = 28592;
+constexpr int kWindowsLatin1 = 1252;
+constexpr char kEscape = '\x1B';
+
+// Of double-byte and multi-byte pages. The range begins with ISO-2022 and ends with EUC and GB.
+bool WritesB(int nPage) {
+  constexpr std::array kPages = {932, 52936, 936, 949, 950, 874, 1361, 1200, 1201};
+  return (nPage >= 50001 && nPage <= 64999) ||
+         std::find(kPages.begin(), kPages.end(), nPage) != kPages.end();
+}
+
+bool IsUtf16(int nPage) { return nPage == 1200 || nPage == 1201; }
+
+}  // namespace
+
+PreparedText::PreparedText(std::string_view strUtf8, int nCodePage, LogBase& log)
+    : m_strUtf8(strUtf8),
+      m_nPage(nCodePage == 0 || nCodePage == kUtf7 ? kUtf8 : nCodePage),
+      m_b7bit(isSevenBit(strUtf8)),
+      m_bWordsInB(WritesB(m_nPage)),
+      m_bIso2022(m_nPage >= 50220 && m_nPage <= 50225) {
+  if (!m_b7bit) convert(log);
+}
+
+void PreparedText::convert(LogBase& log) {
+  const bool bStaysUtf8 = m_nPage == kUtf8 || m_nPage == kAscii || IsUtf16(m_nPage) ||
+                          m_strUtf8.starts_with("%PDF-1");  // which is never converted
+  if (bStaysUtf8) {
+    m_nPage = kUtf8;
+    return;
+  }
+  if (convertTo(m_nPage, log)) return;
+  const bool bLatin1 = m_nPage == kLatin1 || m_nPage == kWindowsLatin1;
+  if (bLatin1 && convertTo(kLatin2, log)) return;
+  m_nPage = kUtf8;
+  m_bIso2022 = false;
+}
+
+bool PreparedText::convertTo(int nCodePage, LogBase& log) {
+  m_converted.weakClear();
+  EncodingConvert objConvert;
+  m_bConverted = objConvert.EncConvert(kUtf8, static_cast<unsigned>(nCodePage), m_strUtf8.data(),
+                                       m_strUtf8.size(), m_converted, log) &&
+                 !objConvert.m_hadErrors;
+  if (m_bConverted) m_nPage = nCodePage;
+  return m_bConverted;
+}
+
+bool PreparedText::needsEncoding() const {
+  if (m_b7bit) return false;
+  const std::string_view strLine = bytes().substr(0, bytes().find_first_of("\r\n"));
+  return !isSevenBit(strLine) || (m_bIso2022 && strLine.find(kEscape) != kNone);
+}
+
+void PreparedText::appendWords(Words nWords, StringBuffer& strOut, LogBase& log) const {
+  StringBuffer strCharset;
+  if (!codePageToName(m_nPage, strCharset)) (void)strCharset.setString("utf-8");
+  std::string_view strBytes = bytes();
+  StringBuffer strUnfolded;
+  if (strBytes.find_first_of("\r\n") != kNone) {
+    (void)strUnfolded.append(strBytes);
+    strUnfolded.removeChar('\r');
+    strUnfolded.removeChar('\n');
+    strBytes = strUnfolded.view();
+  }
+  ContentCoding objCoding;
+  objCoding.m_bAddressMode = nWords == Words::kOneInAddress;
+  const auto nFolding = nWords == Words::kSeveral ? ContentCoding::Folding::kSeveralWords
+                                                  : ContentCoding::Folding::kOneWord;
+  if (m_bWordsInB) {
+    (void)objCoding.encodeBWord(strBytes, strCharset.view(), nFolding, strOut, log);
+  } else {
+    (void)objCoding.encodeQWord(strBytes, strCharset.view(), nFolding, strOut, log);
+  }
+}
+
+namespace {
+
+void AppendPiece(std::string_view strUtf8, int nCodePage, StringBuffer& strOut, LogBase& log) {
+  const PreparedText objText(strUtf8, nCodePage, log);
+  if (objText.needsEncoding()) {
+    objText.appendWords(PreparedText::Words::kOne, strOut, log);
+  } else {
+    (void)strOut.append(objText.bytes());
+  }
+}
+
+bool HasSpecial(std::string_view strText) {
+  return strText.find_first_of(" \t()<>@,;:\\\"/[]?=") != kNone;
+}
+
+// An attribute list on its way out: each take appends something and shortens the rest.
+class AttributeWriter {
+ public:
+  AttributeWriter(std::string_view strValue, int nCodePage, bool bIsLocation, StringBuffer& strOut,
+                  LogBase& log)
+      : m_strRest(strValue),
+        m_nCodePage(nCodePage),
+        m_bIsLocation(bIsLocation),
+        m_strOut(strOut),
+        m_log(log) {}
+
+  void run() {
+    while (!m_strRest.empty()) {
+      const std::size_t nEnd = std::min(m_strRest.find_first_of("=;"), m_strRest.size());
+      AppendPiece(take(nEnd), m_nCodePage, m_strOut, m_log);
+      if (m_strRest.empty()) return;
+      const char chSeparator = m_strRest.front();
+      (void)m_strOut.append(take(1));
+      if (chSeparator == '=') takeValue();
+    }
+  }
+
+ private:
+  std::string_view take(std::size_t nBytes) {
+    const std::string_view strTaken = m_strRest.substr(0, nBytes);
+    m_strRest.remove_prefix(strTaken.size());
+    return strTaken;
+  }
+
+  void takeValue() {
+    const std::size_t nValue = std::min(m_strRest.find_first_not_of(' '), m_strRest.size());
+    (void)m_strOut.append(take(nValue));
+    if (m_strRest.starts_with('"') && m_bQuotesEnd) {
+      const std::size_t nEnd = closingQuote(m_strRest);
+      m_bQuotesEnd = nEnd != kNone;
+      if (m_bQuotesEnd) {
+        const std::string_view strQuoted = take(nEnd + 1);
+        putValue(strQuoted.substr(1, nEnd - 1), /*bWasQuoted=*/true);
+        return;
+      }
+    }
+    std::string_view strPlain = take(std::min(m_strRest.find(';'), m_strRest.size()));
+    std::size_t nEnd = strPlain.size();
+    while (nEnd > 0 && strPlain[nEnd - 1] == ' ') --nEnd;
+    putValue(strPlain.substr(0, nEnd), /*bWasQuoted=*/false);
+    (void)m_strOut.append(strPlain.substr(nEnd));
+  }
+
+  void putValue(std::string_view strValue, bool bWasQuoted) {
+    m_strWritten.weakClear();
+    AppendPiece(strValue, m_nCodePage, m_strWritten, m_log);
+    const bool bQuotes = bWasQuoted || (!m_bIsLocation && HasSpecial(m_strWritten.view()));
+    if (!bQuotes) {
+      (void)m_strOut.append(m_strWritten);
+    } else if (bWasQuoted) {
+      for (const std::string_view str :
+           {std::string_view("\""), m_strWritten.view(), std::string_view("\"")}) {
+        (void)m_strOut.append(str);
+      }
+    } else {
+      appendQuoted(m_strWritten.view(), m_strOut);
+    }
+  }
+
+  std::string_view m_strRest;
+  const int m_nCodePage;
+  const bool m_bIsLocation;
+  StringBuffer& m_strOut;
+  LogBase& m_log;
+  StringBuffer m_strWritten;  // one value
+  bool m_bQuotesEnd = true;   // false once a quote was found without another behind it
+};
+
+}  // namespace
+
+void appendAttributes(std::string_view strValueUtf8, int nCodePage, bool bIsLocation,
+                      StringBuffer& strOut, LogBase& log) {
+  AttributeWriter(strValueUtf8, nCodePage, bIsLocation, strOut, log).run();
+}
+
+}  // namespace mail
