@@ -48,7 +48,11 @@ class MimeField : public LibraryObject {
 
  private:
   void setName(std::string_view strName);
-  void decodeValue(std::string_view strValue, LogBase& log);
+  void decodeValue(LogBase& log);
+  void emitText(StringBuffer& strOut, int nCodePage, LogBase& log) const;
+  void emitAttributes(StringBuffer& strOut, int nCodePage, LogBase& log) const;
+  void emitAddresses(StringBuffer& strOut, int nCodePage, LogBase& log) const;
+  void fold(std::string_view strValue, StringBuffer& strOut) const;
 
   Validity<std::uint32_t, kFieldValidityWord> m_fieldValidity;
   bool m_bAllowFolding = true;

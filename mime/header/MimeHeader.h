@@ -54,7 +54,7 @@ class MimeHeader : public LibraryObject {
  private:
   friend class HeaderLoader;
 
-  std::size_t indexOf(std::string_view strName, std::size_t nFrom = 0) const;
+  std::size_t indexOf(std::string_view strName) const;  // getCount() if none
 
   ExtPtrArrayOf<MimeField> m_fields;
 

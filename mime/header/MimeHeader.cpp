@@ -1,0 +1,172 @@
+#include "mime/header/MimeHeader.h"
+
+#include "mime/base/AsciiText.h"
+#include "mime/base/DataBuffer.h"
+#include "mime/header/FieldNames.h"
+#include "mime/header/HeaderCharset.h"
+#include "mime/header/HeaderLines.h"
+#include "mime/header/SevenBit.h"
+
+namespace mail {
+
+// Reads the lines of one header into fields.
+class HeaderLoader {
+ public:
+  HeaderLoader(MimeHeader& objHeader, bool b8bit, LogBase& log)
+      : m_objHeader(objHeader), m_log(log), m_b8bit(b8bit) {}
+
+  bool load(HeaderLines objLines) {
+    std::size_t nLines = 0;
+    while (nLines < MimeHeader::kMaxLines && !objLines.atEnd()) {
+      std::string_view strField = objLines.take();
+      ++nLines;
+      m_bUnfolded = false;
+      while (nLines < MimeHeader::kMaxLines && continues(objLines)) {
+        const std::string_view strLine = objLines.take();
+        ++nLines;
+        if (!strLine.starts_with("From ")) strField = join(strField, strLine);
+      }
+      if (!closeField(strField)) return false;
+    }
+    return true;
+  }
+
+ private:
+  // A line of an mbox separator is passed over wherever it stands, and ends no field.
+  static bool continues(const HeaderLines& objLines) {
+    return objLines.nextIsContinued() || objLines.nextStartsWith("From ");
+  }
+
+  // The field so far and one more line; most fields have one and are never copied for it.
+  std::string_view join(std::string_view strField, std::string_view strLine) {
+    if (!m_bUnfolded) {
+      m_unfolded.weakClear();
+      (void)m_unfolded.append(strField);
+      m_bUnfolded = true;
+    }
+    (void)m_unfolded.append(strLine);
+    return m_unfolded.view();
+  }
+
+  bool closeField(std::string_view strField) {
+    if (strField.starts_with("From ")) return true;
+    if (!m_b8bit || isSevenBit(strField)) return addField(strField);
+    m_utf8.weakClear();
+    (void)convertFieldToUtf8(strField, m_objHeader.m_codePage, m_utf8, m_log);
+    return addField(m_utf8.view());
+  }
+
+  // Of several Content-Type fields the last one counts, in the place of the first.
+  bool addField(std::string_view strField) {
+    const std::size_t nColon = strField.find(':');
+    if (nColon == std::string_view::npos) return true;
+    const std::string_view strName = trimmed(strField.substr(0, nColon));
+    if ((fieldTraits(strName) & kIsContentType) == 0) return append(strField) != nullptr;
+    const bool bEmpty = trimmed(strField.substr(nColon + 1)).empty();
+    if (m_pContentType == nullptr) {
+      if (bEmpty) return true;
+      m_pContentType = append(strField);
+      return m_pContentType != nullptr;
+    }
+    if (!bEmpty) return m_pContentType->loadLine(strField, m_objHeader.m_control, m_log);
+    (void)m_objHeader.deleteField("content-type", /*bAll=*/false);
+    m_pContentType = nullptr;
+    return true;
+  }
+
+  MimeField* append(std::string_view strField) {
+    auto pField = makeOwned<MimeField>();
+    MimeField* const pAdded = pField.get();
+    const bool bAdded = pField != nullptr &&
+                        pField->loadLine(strField, m_objHeader.m_control, m_log) &&
+                        m_objHeader.m_fields.append(std::move(pField));
+    if (!bAdded) m_log.LogError("Out of memory allocating MimeField.");
+    return bAdded ? pAdded : nullptr;
+  }
+
+  MimeHeader& m_objHeader;
+  LogBase& m_log;
+  const bool m_b8bit;
+  bool m_bUnfolded = false;
+  DataBuffer m_unfolded;  // the field being read, if it has several lines
+  DataBuffer m_utf8;
+  MimeField* m_pContentType = nullptr;
+};
+
+bool MimeHeader::loadMimeHeaderText(std::string_view strBytes, std::string_view strEndMarker,
+                                    int nKnownCodePage, std::string_view strCharsetClue,
+                                    LogBase& log) {
+  constexpr std::string_view kSignature = "\xEF\xBB\xBF";
+  clear();
+  if (strBytes.starts_with(kSignature)) strBytes.remove_prefix(kSignature.size());
+  HeaderExtent objExtent = findHeader(strBytes, strEndMarker);
+  bool bRawJapanese = false;
+  m_codePage =
+      decideHeaderCodePage(objExtent.strHeader, nKnownCodePage, strCharsetClue, bRawJapanese, log);
+  DataBuffer japanese;
+  if (bRawJapanese) {
+    (void)convertRawJapanese(objExtent.strHeader, japanese, log);
+    objExtent.strHeader = japanese.view();
+  }
+  const bool b8bit = !isSevenBit(objExtent.strHeader);
+  return HeaderLoader(*this, b8bit, log).load(HeaderLines(objExtent));
+}
+
+std::size_t MimeHeader::indexOf(std::string_view strName) const {
+  std::size_t n = 0;
+  while (n < getCount() && !equalsNoCase(at(n)->name().view(), strName)) ++n;
+  return n;
+}
+
+const MimeField* MimeHeader::find(std::string_view strName) const { return at(indexOf(strName)); }
+
+bool MimeHeader::getField(std::string_view strName, StringBuffer& strValue) const {
+  const MimeField* pField = find(strName);
+  return pField != nullptr && strValue.setString(pField->value().view());
+}
+
+void MimeHeader::replaceField(std::string_view strName, std::string_view strValueUtf8,
+                              LogBase& log) {
+  const std::size_t nIndex = indexOf(strName);
+  if (strValueUtf8.empty()) {
+    (void)m_fields.deleteAt(nIndex);
+  } else if (MimeField* pField = m_fields.at(nIndex)) {
+    pField->setContents(strName, strValueUtf8, m_control, log);
+  } else {
+    addField(strName, strValueUtf8, log);
+  }
+}
+
+void MimeHeader::addField(std::string_view strName, std::string_view strValueUtf8, LogBase& log) {
+  auto pField = makeOwned<MimeField>();
+  if (pField != nullptr) pField->setContents(strName, strValueUtf8, m_control, log);
+  if (pField == nullptr || !m_fields.append(std::move(pField))) {
+    log.LogError("Out of memory allocating MimeField.");
+  }
+}
+
+std::size_t MimeHeader::deleteField(std::string_view strName, bool bAll) {
+  if (!bAll) return m_fields.deleteAt(indexOf(strName)) ? 1 : 0;
+  std::size_t nDeleted = 0;
+  for (std::size_t n = getCount(); n-- > 0;) {
+    if (!equalsNoCase(at(n)->name().view(), strName)) continue;
+    (void)m_fields.deleteAt(n);
+    ++nDeleted;
+  }
+  return nDeleted;
+}
+
+void MimeHeader::clear() {
+  m_fields.removeAll();
+  m_codePage = 0;
+}
+
+void MimeHeader::emit(StringBuffer& strOut, int nCodePage, LogBase& log) const {
+  const std::size_t nBefore = strOut.getSize();
+  for (std::size_t n = 0; n < getCount(); ++n) {
+    at(n)->emit(strOut, nCodePage != 0 ? nCodePage : m_codePage, m_control, log);
+  }
+  while (strOut.getSize() > nBefore + 1 && strOut.lastChar() == '\n') strOut.chop(2);
+}
+
+}  // namespace mail

@@ -1,0 +1,219 @@
+#include "mime/header/MimeHeader.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "mime/base/LogNull.h"
+#include "platform/NarrowText.h"
+
+namespace {
+
+using mail::LogNull;
+using mail::MimeHeader;
+using std::string;
+using std::string_view;
+
+// "name=value|name=value", after the page.
+string Dump(const MimeHeader& header) {
+  string dump = std::to_string(header.m_codePage);
+  for (size_t n = 0; n < header.getCount(); ++n) {
+    dump += '|';
+    dump += header.at(n)->name().view();
+    dump += '=';
+    dump += header.at(n)->value().view();
+  }
+  return dump;
+}
+
+string Read(string_view text, int known = 0, string_view clue = "", string_view marker = "") {
+  LogNull log;
+  MimeHeader header;
+  EXPECT_TRUE(header.loadMimeHeaderText(text, marker, known, clue, log));
+  return Dump(header);
+}
+
+class HeaderReading : public ::testing::Test {
+ protected:
+  void SetUp() override { platform::SetAnsiCodePage(1252); }
+  void TearDown() override { platform::SetAnsiCodePage(1252); }
+};
+
+struct Row {
+  string_view text;
+  string_view dump;
+};
+
+TEST_F(HeaderReading, TakesLinesAsTheyCome) {
+  const Row rows[] = {
+      {"A: 1\r\nB:2\r\n\r\nC: body", "0|A=1|B=2"},
+      {"A: 1\nB: 2\n\nC: body", "0|A=1|B=2"},
+      {"A: 1\rB: 2\r", "0|A=1|B=2"},
+      {"A: 1\r\r\nB: 2\r\r\n", "0|A=1|B=2"},
+      {"A: 1\nB: 2\r\nC: 3\n\r\nbody", "0|A=1|B=2|C=3"},
+      {"A: 1\n\nB: 2\n\r\nC: 3", "0|A=1"},          // the earlier end counts
+      {"A: 1\r\n B\r\n\tC\r\n\r\n", "0|A=1 B\tC"},  // white space of a continuation stays
+      {"A: 1\r\nFrom me@x\r\n 2\r\nB: 3\r\n\r\n", "0|A=1 2|B=3"},
+      {"From me@x\r\nA: 1\r\n\r\n", "0|A=1"},
+      {"no field\r\nA: 1\r\n: 2\r\n\r\n", "0|A=1|=2"},
+      {" A: 1\r\nB c \"d\": 2\r\n\r\n", "0|A=1|B-c--d-=2"},
+      {"\xEF\xBB\xBF"
+       "A: 1\r\n\r\n",
+       "0|A=1"},
+      {"A: 1\r\nA: 2\r\na: 3\r\n\r\n", "0|A=1|A=2|a=3"},
+      {"Content-Type: a/b\r\nA: 1\r\ncontent-TYPE: c/d\r\n\r\n", "0|content-TYPE=c/d|A=1"},
+      {"", "0"},
+      {"\r\n\r\nA: 1", "0"},
+  };
+  for (const Row& row : rows) EXPECT_EQ(Read(row.text), row.dump) << row.text;
+  EXPECT_EQ(Read("A: 1\r\n--END--B: 2", 0, "", "--END--"), "0|A=1");
+}
+
+TEST_F(HeaderReading, TypesFieldsByName) {
+  const Row rows[] = {
+      {"subject: =?utf-8?Q?a=C3=A9?=\r\n\r\n", "65001|subject=a\xC3\xA9"},
+      {"from: =?utf-8?Q?a=C3=A9?= <b@c>\r\n\r\n", "65001|from==?utf-8?Q?a=C3=A9?= <b@c>"},
+      {"X: =?x-none?q?abc?=\r\n\r\n", "0|X=abc"},
+      {"X: a=?utf-8?Q?=0D=0A_b=0D=0A?=\r\n\r\n", "65001|X=a b"},
+      {"Content-Type: a/b;\r\n\tname=c\r\nReceived: a\r\n\tb\r\nX: a\r\n\tb\r\n\r\n",
+       "0|Content-Type=a/b; name=c|Received=a b|X=a\tb"},
+      {"Content-Disposition: a; filename*0=\"=?utf-8?Q?=C3\"; filename*1=\"=A9?=\"\r\n\r\n",
+       "65001|Content-Disposition=a; filename=\"\xC3\xA9\""},
+  };
+  for (const Row& row : rows) EXPECT_EQ(Read(row.text), row.dump) << row.text;
+}
+
+// Each row is decided by the test after which it is named, though later ones would say otherwise.
+TEST_F(HeaderReading, DecidesTheCodePageInOrder) {
+  struct {
+    string_view text;
+    int known;
+    string_view clue;
+    string_view dump;
+  } rows[] = {
+      {"A: =?koi8-r?Q?x?= \xC1", 65001, "big5", "20866|A=x \xD0\xB0"},  // a word
+      {"A: =?koi8-r?B?eA==?= =?big5?q?x?=", 0, "", "950|A=xx"},         // Q before B
+      {"A: http://x?q?y \xE9", 0, "", "1252|A=http://x?q?y \xC3\xA9"},
+      {"A: =?us-ascii?Q?x?= \xE9", 0, "", "1252|A=x \xC3\xA9"},
+      {"A: windows-1251", 0, "", "0|A=windows-1251"},  // 7-bit: no decision
+      {"A: windows-1251 \xC3\xA9", 65001, "", "65001|A=windows-1251 \xC3\xA9"},
+      {"A: koi8-r Windows-1251 \xE0", 0, "", "1251|A=koi8-r Windows-1251 \xD0\xB0"},
+      {"A: windows-1259 iso-8859-5 \xD0", 0, "", "28595|A=windows-1259 iso-8859-5 \xD0\xB0"},
+      {"A: windows-1251 koi8-u \x98", 0, "",
+       "21866|A=windows-1251 koi8-u \xE2\x89\xA4"},
+      {"A: koi8-u \xC1", 0, "", "21866|A=koi8-u \xD0\xB0"},
+      {"A: gb2312 \xB0\xA1", 0, "", "936|A=gb2312 \xE5\x95\x8A"},
+      {"A: big5 GBK \xA4\x40", 0, "", "950|A=big5 GBK \xE4\xB8\x80"},
+      {"A: iso-8859-9 \xFD", 0, "", "28599|A=iso-8859-9 \xC4\xB1"},
+      {"A: \xC3\xA9", 0, "windows-1251", "1251|A=\xD0\x93\xC2\xA9"},  // the clue
+      {"A: \xC3\xA9", 0, "no such", "65001|A=\xC3\xA9"},              // the lead of a letter
+      {"A: \xE9t\xE9", 0, "", "1252|A=\xC3\xA9t\xC3\xA9"},
+      {"A: \xE2\x82\xAC", 0, "", "65001|A=\xE2\x82\xAC"},  // 3 and 1 improbable
+      {"A: \xA5 1", 0, "", "65001|A=\xC2\xA5 1"},          // and yet no UTF-8: read as ANSI
+      {"A: \xE9\xE8\xE9\xA5\xA5", 0, "", "1252|A=\xC3\xA9\xC3\xA8\xC3\xA9\xC2\xA5\xC2\xA5"},
+      {"A: \x81\xE9", 0, "", "28591|A=\xC2\x81\xC3\xA9"},  // what 1252 has not assigned
+      {"A: \xD1\x81\xD0\xBD", 0, "", "65001|A=\xD1\x81\xD0\xBD"},
+      {"A: \x1B$B$\"\x1B(B!", 0, "", "65001|A=\xE3\x81\x82!"},
+      {"A: \xE9\r\nB: \xEF\xBB\xBF\xC3\xA9", 0, "windows-1252", "1252|A=\xC3\xA9|B=\xC3\xA9"},
+      {"A: \xC3\xA9\r\nB: \xFCng", 0, "", "65001|A=\xC3\xA9|B=\xC3\xBCng"},  // two charsets
+      {"A: \xC3\xA9\xC3\xA9\xC3", 0, "", "65001|A=\xC3\xA9\xC3\xA9"},        // cut off
+  };
+  for (const auto& row : rows) EXPECT_EQ(Read(row.text, row.known, row.clue), row.dump) << row.text;
+}
+
+TEST_F(HeaderReading, EditsByName) {
+  LogNull log;
+  MimeHeader header;
+  header.addField("To", "a@b", log);
+  header.addField("X", "1", log);
+  header.addField("x", "2", log);
+  header.replaceField("to", "c@d", log);
+  header.replaceField("New", "n", log);
+  header.replaceField("X", "", log);
+  EXPECT_EQ(Dump(header), "0|to=c@d|x=2|New=n");
+  header.addField("X", "3", log);
+  mail::StringBuffer value;
+  EXPECT_TRUE(header.getField("X", value));
+  EXPECT_EQ(value.view(), "2");
+  EXPECT_FALSE(header.getField("none", value));
+  EXPECT_EQ(header.deleteField("X", /*bAll=*/true), 2U);
+  EXPECT_EQ(header.find("x"), nullptr);
+  mail::StringBuffer text("before\n");
+  header.emit(text, 0, log);
+  EXPECT_EQ(text.view(), "before\nto: c@d\r\nNew: n");
+}
+
+TEST_F(HeaderReading, MailAddressesTidyTraceFields) {
+  LogNull log;
+  MimeHeader header;
+  header.m_control.m_bMailAddresses = true;
+  (void)header.loadMimeHeaderText(
+      "Received: a  b\r\n\t c\r\nDKIM-Signature: v=1;  a\r\nX: a  b\r\n\r\n", "", 0, "", log);
+  EXPECT_EQ(Dump(header), "0|Received=a b c|DKIM-Signature=v=1; a|X=a  b");
+}
+
+TEST_F(HeaderReading, PassesOverLinesBehindTheLimit) {
+  string text;
+  for (size_t n = 0; n <= MimeHeader::kMaxLines; ++n) text += "A: " + std::to_string(n) + "\r\n";
+  LogNull log;
+  MimeHeader header;
+  (void)header.loadMimeHeaderText(text, "", 0, "", log);
+  ASSERT_EQ(header.getCount(), MimeHeader::kMaxLines);
+  EXPECT_EQ(header.at(MimeHeader::kMaxLines - 1)->value().view(), "99999");
+}
+
+string Repeat(string_view part, size_t times) {
+  string text;
+  text.reserve(part.size() * times);
+  for (size_t n = 0; n < times; ++n) text += part;
+  return text;
+}
+
+// Twice the input takes about twice the time; each is far above what a quadratic step would allow.
+TEST_F(HeaderReading, HostileHeadersTakeLinearTime) {
+  const string inputs[] = {
+      "A: " + Repeat("x", 20'000'000),
+      "A: " + Repeat("\xE9?Q?w", 2'000'000),
+      Repeat("A: 1\r\n", 1'000'000),
+      "A: 1" + Repeat("\r\n \xE9"
+                      "b",
+                      100'000),
+      Repeat("\r", 5'000'000) + "A",
+      Repeat("X: 1\r\n", 50'000) + Repeat("Content-Type: a/b\r\n", 50'000),
+      "A: " + Repeat("=?a?Q?", 1'000'000),
+      "A: " + Repeat("windows-125 iso-8859- gb \xE9", 300'000),
+      "To: " + Repeat(",", 1'000'000) + Repeat("<", 1'000'000) + Repeat("\"\\", 1'000'000),
+      "Content-Type: a; " + Repeat("a=\"", 1'000'000),
+      "Content-Type: a; " + Repeat("filename*0=?Q?;", 300'000),
+  };
+  for (const string& text : inputs) {
+    LogNull log;
+    MimeHeader header;
+    header.m_control.m_bMailAddresses = true;
+    const auto start = std::chrono::steady_clock::now();
+    (void)header.loadMimeHeaderText(text, "", 0, "", log);
+    mail::StringBuffer out;
+    header.emit(out, 28591, log);
+    const auto took = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(took, std::chrono::seconds(10)) << text.substr(0, 40);
+  }
+}
+
+TEST_F(HeaderReading, EveryPrefixReads) {
+  const string sample =
+      "From x\r\nFrom: \"A, b\" (c(d)) <e@f>, =?utf-8?Q?g?=\r\nSubject: =?utf-8?B?w6k=?=\r\n"
+      " =?big5?Q?=A4=40?= \xC3\xA9\r\nContent-Type: a/b; name*0*=utf-8''%C3; name*1=\"x\r\n\r\n";
+  for (size_t n = 0; n <= sample.size(); ++n) {
+    const string prefix = sample.substr(0, n);
+    LogNull log;
+    MimeHeader header;
+    ASSERT_TRUE(header.loadMimeHeaderText(prefix, "", 0, "", log));
+    mail::StringBuffer out;
+    header.emit(out, 1252, log);
+    ASSERT_LE(header.getCount(), 4U);
+  }
+}
+
+}  // namespace
