@@ -16,9 +16,13 @@ constexpr std::size_t kLongestCharset = 75;  // characters
 
 constexpr auto kStops = [] {
   std::array<bool, 256> aStops{};
-  for (const unsigned char ch : std::string_view(" \t\r\n\"(<>,;:[=\\@")) aStops[ch] = true;
+  for (const unsigned char ch : std::string_view("\"(<>,;:[=\\@")) aStops[ch] = true;
+  for (std::size_t ch = 0; ch <= ' '; ++ch) aStops[ch] = true;
   return aStops;
 }();
+
+// Between words control characters count as blanks.
+bool Separates(char ch) { return static_cast<unsigned char>(ch) <= ' '; }
 
 bool IsStop(char ch) { return kStops[static_cast<unsigned char>(ch)]; }
 
@@ -103,7 +107,7 @@ void AddressParser::step() {
       m_strPhrase += ch;
       break;
     default:
-      if (!isAsciiSpace(ch)) return takePlain();
+      if (!Separates(ch)) return takePlain();
       if (!m_strPhrase.empty() && m_strPhrase.back() != ' ') m_strPhrase += ' ';
   }
   ++m_nAt;
@@ -208,7 +212,7 @@ std::string AddressParser::angleText() {
   bool bInRoute = false;
   for (++m_nAt; m_nAt < m_strText.size(); ++m_nAt) {
     const char ch = m_strText[m_nAt];
-    const bool bBlank = isAsciiSpace(ch) || ch == '<';
+    const bool bBlank = Separates(ch) || ch == '<';
     if (strText.empty() && bBlank) continue;
     if (ch == '>') {
       ++m_nAt;
@@ -225,7 +229,7 @@ std::string AddressParser::angleText() {
     }
     if (ch == '"') {
       m_bQuotesEnd = false;
-    } else if (ch != '\r' && ch != '\n') {
+    } else if (ch == ' ' || !Separates(ch)) {
       strText += ch;
     }
   }
@@ -347,20 +351,22 @@ void AddressParser::reset() {
 
 void AddressParser::add(std::string_view strName, std::string_view strAddress) {
   strName = trimmed(strName);
-  if (strName.empty() && strAddress.empty()) return;
   if (m_arrAddresses.getSize() >= _ckEmailAddress::kMaxAddresses) return;
   auto pAddress = makeOwned<_ckEmailAddress>();
   if (pAddress == nullptr) return;
   (void)pAddress->m_friendlyName.append(strName);
   (void)pAddress->m_address.append(strAddress);
+  if (pAddress->m_friendlyName.isEmpty() && pAddress->m_address.isEmpty()) return;
   (void)m_arrAddresses.append(std::move(pAddress));
 }
 
 // Encoded words to text, on one line.
 std::string AddressParser::decoded(std::string_view strRaw) {
-  if (!hasEncodedWords(strRaw) && strRaw.find_first_of("\r\n") == kNone) return std::string(strRaw);
+  const bool bWords = hasEncodedWords(strRaw);
+  const bool bOneLine = strRaw.find('\r') == kNone && strRaw.find('\n') == kNone;
+  if (!bWords && bOneLine) return std::string(strRaw);
   StringBuffer strText(strRaw);
-  if (hasEncodedWords(strRaw)) (void)ContentCoding::QB_DecodeToUtf8(strText, m_log);
+  if (bWords) (void)ContentCoding::QB_DecodeToUtf8(strText, m_log);
   strText.removeChar('\r');
   strText.removeChar('\n');
   return std::string(strText.view());

@@ -38,7 +38,7 @@ void appendQuoted(std::string_view strText, StringBuffer& strOut) {
 
 AttributeReader::AttributeReader(std::string_view strValue) {
   strValue = trimmed(strValue);
-  m_strHead = strValue.substr(0, strValue.find_first_of("; \t\r"));
+  m_strHead = strValue.substr(0, strValue.find_first_of("; \t\r\n"));
   m_strRest = strValue.substr(m_strHead.size());
 }
 

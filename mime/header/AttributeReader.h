@@ -19,7 +19,7 @@ class AttributeReader {
  public:
   explicit AttributeReader(std::string_view strValue);
 
-  // All before the first ";", blank, tab or CR.
+  // All before the first ";" or white space.
   std::string_view head() const { return m_strHead; }
   // Moves on to the next parameter; false when there is none.
   bool next();

@@ -16,9 +16,10 @@ bool IsAtomChar(char ch) {
          std::string_view("!#$%&'*+-/=?^_`{|}~").find(ch) != std::string_view::npos;
 }
 
-// Whether a name may stand without quotes.
+// Whether a name may stand without quotes, where runs of blanks shrink.
 bool IsPlainName(std::string_view strName) {
-  return std::all_of(strName.begin(), strName.end(),
+  return strName.find("  ") == std::string_view::npos &&
+         std::all_of(strName.begin(), strName.end(),
                      [](char ch) { return ch == ' ' || IsAtomChar(ch); });
 }
 

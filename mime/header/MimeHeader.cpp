@@ -56,32 +56,37 @@ class HeaderLoader {
     return addField(m_utf8.view());
   }
 
-  // Of several Content-Type fields the last one counts, in the place of the first.
+  // A line without a colon makes no field.
   bool addField(std::string_view strField) {
-    const std::size_t nColon = strField.find(':');
-    if (nColon == std::string_view::npos) return true;
-    const std::string_view strName = trimmed(strField.substr(0, nColon));
-    if ((fieldTraits(strName) & kIsContentType) == 0) return append(strField) != nullptr;
-    const bool bEmpty = trimmed(strField.substr(nColon + 1)).empty();
-    if (m_pContentType == nullptr) {
-      if (bEmpty) return true;
-      m_pContentType = append(strField);
-      return m_pContentType != nullptr;
-    }
-    if (!bEmpty) return m_pContentType->loadLine(strField, m_objHeader.m_control, m_log);
-    (void)m_objHeader.deleteField("content-type", /*bAll=*/false);
-    m_pContentType = nullptr;
+    auto pField = makeOwned<MimeField>();
+    if (pField == nullptr) return outOfMemory();
+    if (!pField->loadLine(strField, m_objHeader.m_control, m_log)) return true;
+    MimeField* const pAdded = pField.get();
+    const bool bContentType = (fieldTraits(pField->name().view()) & kIsContentType) != 0;
+    if (bContentType && replacesContentType(*pField)) return true;
+    if (!m_objHeader.m_fields.append(std::move(pField))) return outOfMemory();
+    if (bContentType) m_pContentType = pAdded;
     return true;
   }
 
-  MimeField* append(std::string_view strField) {
-    auto pField = makeOwned<MimeField>();
-    MimeField* const pAdded = pField.get();
-    const bool bAdded = pField != nullptr &&
-                        pField->loadLine(strField, m_objHeader.m_control, m_log) &&
-                        m_objHeader.m_fields.append(std::move(pField));
-    if (!bAdded) m_log.LogError("Out of memory allocating MimeField.");
-    return bAdded ? pAdded : nullptr;
+  // Of several Content-Type fields the last one counts, in the place of the first; one without a
+  // value takes the one before away.
+  bool replacesContentType(MimeField& objField) {
+    if (objField.value().isEmpty()) {
+      if (m_pContentType != nullptr) {
+        (void)m_objHeader.deleteField("content-type", /*bAll=*/false);
+      }
+      m_pContentType = nullptr;
+      return true;
+    }
+    if (m_pContentType == nullptr) return false;
+    *m_pContentType = std::move(objField);
+    return true;
+  }
+
+  bool outOfMemory() {
+    m_log.LogError("Out of memory allocating MimeField.");
+    return false;
   }
 
   MimeHeader& m_objHeader;
