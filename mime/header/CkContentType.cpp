@@ -74,6 +74,8 @@ void _ckContentType::load(std::string_view strValueUtf8, LogBase& log) {
   clear();
   AttributeReader objReader(strValueUtf8);
   (void)m_type.setString(objReader.head());
+  m_type.removeChar('"');
+  while (m_type.lastChar() == ',') m_type.chop(1);  // written for the semicolon
   m_type.toLowerCase();
   ParameterPieces objPieces;
   while (objReader.next()) {

@@ -33,6 +33,7 @@ TEST(ContentType, ReadsDamagedValuesAndWritesCleanOnes) {
       {"text/rfc822-headers", "text/rfc822-headers"},
       {"image/png; x=y", "image/png"},
       {"text/plain; Charset=\"UTF-8\"; Format=Flowed", "text/plain; charset=utf-8; format=flowed"},
+      {"\"Text/Plain\", charset=utf-8", "text/plain; charset=utf-8"},
       {"text/plain charset = utf-8 (Unicode)", "text/plain; charset=utf-8"},
       {"text/plain; charset=x-none", "text/plain; charset=\"x-none\""},
       {"a/b; name=\"C:\\x \\\"y\\\";.txt\"; name=z", "a/b; name=\"C:\\\\x \\\"y\\\";.txt\""},
