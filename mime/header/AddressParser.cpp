@@ -12,8 +12,6 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-constexpr std::size_t kLongestCharset = 75;  // characters
-
 constexpr auto kStops = [] {
   std::array<bool, 256> aStops{};
   for (const unsigned char ch : std::string_view("\"(<>,;:[=\\@")) aStops[ch] = true;
@@ -25,17 +23,6 @@ constexpr auto kStops = [] {
 bool Separates(char ch) { return static_cast<unsigned char>(ch) <= ' '; }
 
 bool IsStop(char ch) { return kStops[static_cast<unsigned char>(ch)]; }
-
-// The length of the encoded word at the front of a text; 0 if there is none.
-std::size_t EncodedWordLength(std::string_view str) {
-  if (!str.starts_with("=?")) return 0;
-  const std::size_t nCharset = str.substr(0, kLongestCharset + 3).find('?', 2);
-  if (nCharset == kNone || nCharset + 2 >= str.size() || str[nCharset + 2] != '?') return 0;
-  const char chKind = str[nCharset + 1] & '\xDF';
-  if (chKind != 'Q' && chKind != 'B') return 0;
-  const std::size_t nEnd = str.find('?', nCharset + 3);
-  return nEnd == kNone || str.substr(nEnd, 2) != "?=" ? 0 : nEnd + 2;
-}
 
 // The blanks around each "@" taken out: "bob @ example.org" is one word.
 std::string JoinAtSigns(std::string_view strPhrase) {
@@ -183,7 +170,7 @@ void AddressParser::takeComment() {
 }
 
 void AddressParser::takeEncodedWord() {
-  const std::size_t nLength = std::max<std::size_t>(EncodedWordLength(rest()), 1);
+  const std::size_t nLength = std::max<std::size_t>(encodedWordLength(rest()), 1);
   m_strPhrase.append(m_strText, m_nAt, nLength);
   m_nAt += nLength;
 }

@@ -25,4 +25,18 @@ inline bool hasEncodedWords(std::string_view strText) {
   return false;
 }
 
+// The length of the encoded word at the front of a text; 0 if there is none. Its text may hold
+// anything but "?", blanks among them.
+inline std::size_t encodedWordLength(std::string_view strText) {
+  constexpr std::size_t kLongestCharset = 75;  // characters
+  constexpr std::size_t kNone = std::string_view::npos;
+  if (!strText.starts_with("=?")) return 0;
+  const std::size_t nCharset = strText.substr(0, kLongestCharset + 3).find('?', 2);
+  if (nCharset == kNone || nCharset + 2 >= strText.size()) return 0;
+  const char chKind = strText[nCharset + 1] & '\xDF';
+  if (strText[nCharset + 2] != '?' || (chKind != 'Q' && chKind != 'B')) return 0;
+  const std::size_t nEnd = strText.find('?', nCharset + 3);
+  return nEnd == kNone || strText.substr(nEnd, 2) != "?=" ? 0 : nEnd + 2;
+}
+
 }  // namespace mail

@@ -124,7 +124,7 @@ class AttributeWriter {
   void run() {
     while (!m_strRest.empty()) {
       const std::size_t nEnd = std::min(m_strRest.find_first_of("=;"), m_strRest.size());
-      AppendPiece(take(nEnd), m_nCodePage, m_strOut, m_log);
+      takeText(nEnd);
       if (m_strRest.empty()) return;
       const char chSeparator = m_strRest.front();
       (void)m_strOut.append(take(1));
@@ -139,39 +139,50 @@ class AttributeWriter {
     return strTaken;
   }
 
+  // Blanks around a text stay outside an encoded word, where
+  // folding and reading see them.
+  void takeText(std::size_t nEnd) {
+    const std::size_t nBegin = std::min(m_strRest.find_first_not_of(' '), nEnd);
+    (void)m_strOut.append(take(nBegin));
+    const std::string_view strText = take(nEnd - nBegin);
+    const std::size_t nLength = strText.find_last_not_of(' ') + 1;
+    AppendPiece(strText.substr(0, nLength), m_nCodePage, m_strOut, m_log);
+    (void)m_strOut.append(strText.substr(nLength));
+  }
+
   void takeValue() {
-    const std::size_t nValue = std::min(m_strRest.find_first_not_of(' '), m_strRest.size());
-    (void)m_strOut.append(take(nValue));
+    (void)m_strOut.append(take(std::min(m_strRest.find_first_not_of(' '), m_strRest.size())));
     if (m_strRest.starts_with('"') && m_bQuotesEnd) {
       const std::size_t nEnd = closingQuote(m_strRest);
       m_bQuotesEnd = nEnd != kNone;
       if (m_bQuotesEnd) {
         const std::string_view strQuoted = take(nEnd + 1);
-        putValue(strQuoted.substr(1, nEnd - 1), /*bWasQuoted=*/true);
+        putQuoted(strQuoted.substr(1, nEnd - 1));
         return;
       }
     }
-    std::string_view strPlain = take(std::min(m_strRest.find(';'), m_strRest.size()));
-    std::size_t nEnd = strPlain.size();
-    while (nEnd > 0 && strPlain[nEnd - 1] == ' ') --nEnd;
-    putValue(strPlain.substr(0, nEnd), /*bWasQuoted=*/false);
-    (void)m_strOut.append(strPlain.substr(nEnd));
+    const std::string_view strPlain = take(std::min(m_strRest.find(';'), m_strRest.size()));
+    const std::size_t nLength = strPlain.find_last_not_of(' ') + 1;
+    putPlain(strPlain.substr(0, nLength));
+    (void)m_strOut.append(strPlain.substr(nLength));
   }
 
-  void putValue(std::string_view strValue, bool bWasQuoted) {
+  void putQuoted(std::string_view strInner) {
+    (void)m_strOut.append("\"");
+    AppendPiece(strInner, m_nCodePage, m_strOut, m_log);
+    (void)m_strOut.append("\"");
+  }
+
+  void putPlain(std::string_view strValue) {
     m_strWritten.weakClear();
     AppendPiece(strValue, m_nCodePage, m_strWritten, m_log);
-    const bool bQuotes = bWasQuoted || (!m_bIsLocation && HasSpecial(m_strWritten.view()));
-    if (!bQuotes) {
+    if (m_bIsLocation || !HasSpecial(m_strWritten.view())) {
       (void)m_strOut.append(m_strWritten);
-    } else if (bWasQuoted) {
-      for (const std::string_view str :
-           {std::string_view("\""), m_strWritten.view(), std::string_view("\"")}) {
-        (void)m_strOut.append(str);
-      }
-    } else {
-      appendQuoted(m_strWritten.view(), m_strOut);
+      return;
     }
+    m_strWritten.weakClear();
+    appendQuoted(strValue, m_strWritten);  // before it is encoded, so that decoding gives it back
+    putQuoted(m_strWritten.view().substr(1, m_strWritten.getSize() - 2));
   }
 
   std::string_view m_strRest;

@@ -1,6 +1,7 @@
 #include "mime/header/HeaderFolding.h"
 
 #include "mime/base/AsciiText.h"
+#include "mime/header/EncodedWordMarks.h"
 
 namespace mail {
 namespace {
@@ -23,6 +24,7 @@ class Folder {
   void run() {
     for (; m_nAt < m_strValue.size(); ++m_nAt) {
       const char ch = m_strValue[m_nAt];
+      if (ch == '=' && m_bStructured) passEncodedWord();
       if (ch == '"') m_bInQuotes = !m_bInQuotes;
       if (ch == '\n') {
         endLine();
@@ -41,6 +43,14 @@ class Folder {
   bool mayBreak() const {
     return m_bLong && !m_bInQuotes && m_nColumn >= kFirstBreak && m_strValue.size() - m_nAt > 2 &&
            m_strValue[m_nAt + 1] != '>';
+  }
+
+  // Separators within an encoded word are none. Leaves m_nAt on its last byte.
+  void passEncodedWord() {
+    const std::size_t nLength = encodedWordLength(m_strValue.substr(m_nAt));
+    if (nLength == 0) return;
+    m_nAt += nLength - 1;
+    m_nColumn += nLength - 1;
   }
 
   // The blank behind the separator stays in front of the break. A second one is what an earlier

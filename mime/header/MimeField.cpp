@@ -138,9 +138,10 @@ void MimeField::emit(StringBuffer& strOut, int nCodePage, const MimeControl& con
 void MimeField::emitText(StringBuffer& strOut, int nCodePage, LogBase& log) const {
   const PreparedText objText(m_value.view(), nCodePage, log);
   if (m_bAllowEncoding && objText.needsEncoding()) {
+    using Words = PreparedText::Words;
+    const Words nAlone = m_type == kAddresses ? Words::kOneInAddress : Words::kOne;
     const bool bSeveral = m_type == kText && m_bAllowFolding;
-    objText.appendWords(bSeveral ? PreparedText::Words::kSeveral : PreparedText::Words::kOne,
-                        strOut, log);
+    objText.appendWords(bSeveral ? Words::kSeveral : nAlone, strOut, log);
   } else if (objText.standsAsItIs() || !m_bAllowFolding) {
     (void)strOut.append(objText.bytes());
   } else {

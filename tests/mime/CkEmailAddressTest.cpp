@@ -74,6 +74,7 @@ TEST(EmailAddress, ReadsWhatMailsHold) {
       {"A\r\n B <a@\r\n b>", "A B<a@b>"},
       {"\"a@b\"", "<a@b>"},
       {"\"a@b\" <c@d>", "a@b<c@d>"},
+      {string_view("a@b, \0\x01\0, c\0d\0", 14), "<a@b>|c d<>"},
       {"\"", ""},
       {"\\", "\\<>"},
   };
@@ -90,6 +91,7 @@ TEST(EmailAddress, WritesNamesForThePage) {
       {"a@b, <c@d>", 65001, "a@b, c@d"},
       {"Ann Bee <a@b>", 65001, "Ann Bee <a@b>"},
       {"\"Bee, A.\" <a@b>", 20127, "\"Bee, A.\" <a@b>"},
+      {"\"a  b\" <a@b>", 65001, "\"a  b\" <a@b>"},
       {"\"a \\\"b\\\"\" <a@b>", 28591, "\"a \\\"b\\\"\" <a@b>"},
       {"\"\xC3\xA9, B\" <a@b>", 28591, "=?iso-8859-1?Q?=E9=2C_B?= <a@b>"},
       {"\xC3\xA9 <a@b>", 20127, "=?utf-8?Q?=C3=A9?= <a@b>"},
