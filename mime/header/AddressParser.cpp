@@ -337,7 +337,8 @@ void AddressParser::reset() {
 }
 
 void AddressParser::add(std::string_view strName, std::string_view strAddress) {
-  strName = trimmed(strName);
+  while (!strName.empty() && Separates(strName.front())) strName.remove_prefix(1);
+  while (!strName.empty() && Separates(strName.back())) strName.remove_suffix(1);
   if (m_arrAddresses.getSize() >= _ckEmailAddress::kMaxAddresses) return;
   auto pAddress = makeOwned<_ckEmailAddress>();
   if (pAddress == nullptr) return;

@@ -6,6 +6,7 @@
 namespace mail {
 namespace {
 
+constexpr std::size_t kNone = std::string_view::npos;
 constexpr std::size_t kUnfoldedBelow = 79;    // columns
 constexpr std::size_t kFirstBreak = 33;       // no break in front of this column
 constexpr std::size_t kBreakBlanksPast = 68;  // columns
@@ -26,7 +27,7 @@ class Folder {
       const char ch = m_strValue[m_nAt];
       if (ch == '=' && m_bStructured) passEncodedWord();
       if (ch == '"') m_bInQuotes = !m_bInQuotes;
-      if (ch == '\n') {
+      if (ch == '\n' || ch == '\r') {
         endLine();
       } else if (mayBreak() && ch == ' ' && m_nColumn > kBreakBlanksPast) {
         putBreak(m_nAt);
@@ -71,10 +72,12 @@ class Folder {
     m_nCopied = m_nAt + 1;
   }
 
+  // The CR in front of an LF is no end of its own; a CR alone is one to some readers.
   void endLine() {
+    const std::string_view strBehind = m_strValue.substr(m_nAt + 1);
+    if (m_strValue[m_nAt] == '\r' && strBehind.starts_with('\n')) return;
     m_nColumn = 0;
-    const bool bFolded = m_nAt + 1 == m_strValue.size() || isBlankOrTab(m_strValue[m_nAt + 1]);
-    if (bFolded) return;
+    if (strBehind.empty() || isBlankOrTab(strBehind.front())) return;
     copyTo(m_nAt + 1);
     (void)m_strOut.appendChar(' ');
     m_nColumn = 1;
@@ -108,7 +111,8 @@ class Folder {
 void foldValue(std::string_view strValue, std::size_t nColumn, bool bStructured,
                StringBuffer& strOut) {
   (void)strOut.reserve(strValue.size() + strValue.size() / 16);
-  if (nColumn + strValue.size() < kUnfoldedBelow && strValue.find('\n') == std::string_view::npos) {
+  const bool bOneLine = strValue.find('\n') == kNone && strValue.find('\r') == kNone;
+  if (bOneLine && nColumn + strValue.size() < kUnfoldedBelow) {
     (void)strOut.append(strValue);
     return;
   }

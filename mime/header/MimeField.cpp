@@ -107,6 +107,10 @@ void MimeField::decodeValue(LogBase& log) {
     (void)ContentCoding::QB_DecodeToUtf8(m_value, log);
     m_value.trim();
   }
+  removeLineEnds();
+}
+
+void MimeField::removeLineEnds() {
   if (!HoldsLineEnd(m_value.view())) return;
   m_value.removeChar('\r');
   m_value.removeChar('\n');
@@ -117,6 +121,7 @@ bool MimeField::loadLine(std::string_view strLineUtf8, const MimeControl& contro
   const std::size_t nColon = strLineUtf8.find(':');
   if (nColon == kNone || !isValid()) return false;
   setContents(strLineUtf8.substr(0, nColon), strLineUtf8.substr(nColon + 1), control, log);
+  if (m_type == kAddresses) removeLineEnds();  // stray CR; the other types have none by now
   return true;
 }
 
