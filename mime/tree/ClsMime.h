@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string_view>
+
+#include "mime/base/ClsBase.h"
+#include "mime/base/DataBuffer.h"
+#include "mime/base/OwnedPtr.h"
+#include "mime/base/XString.h"
+#include "mime/tree/SharedMime.h"
+
+namespace mail {
+
+// The working object behind CkMime: one entity of a shared tree. When its tree was replaced by
+// another load, an operation notes so and goes on with a fresh, empty message.
+class ClsMime : public ClsBase {
+ public:
+  ClsMime();
+
+  // Each of the operations says in m_log what it did.
+  bool LoadMimeFile(XString& strPath);
+  // The same from memory; the bytes are not needed afterwards.
+  bool LoadMimeBytes(std::string_view strBytes);
+  // The child of that index, from 0, as an object on the same tree; null on a bad index.
+  OwnedPtr<ClsMime> GetPart(int nIndex);
+  bool SaveBody(XString& strPath);
+  bool getMime(XString& strMime);
+  bool GetMimeBytes(DataBuffer& arrBytes);  // replaces what was in the buffer
+  bool SetHeaderField(XString& strName, XString& strValue);  // always true
+
+ private:
+  ~ClsMime() override;
+
+  ClsMime(SharedMime& objShared, EntityKey objKey);
+  bool load(DataBuffer&& arrBytes);
+  bool loadView(std::string_view strBytes, bool bUtf8);
+  MimeMessage2* entity();  // under the lock of the shared tree; null for want of memory
+  void startFresh();
+
+  OwnedPtr<SharedMime> m_pShared;
+  EntityKey m_objKey;
+};
+
+}  // namespace mail
