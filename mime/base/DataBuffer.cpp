@@ -120,6 +120,12 @@ void DataBuffer::weakClear() {
   if (isValid()) m_nLength = 0;
 }
 
+void DataBuffer::compact() {
+  if (m_nCapacity == getSize()) return;
+  if (m_nLength == 0) return clear();
+  (void)growTo(m_nLength);  // a failure leaves it as it was
+}
+
 void DataBuffer::chop(std::size_t nBytes) {
   if (!isValid()) return;
   m_nLength -= static_cast<std::uint32_t>(std::min<std::size_t>(nBytes, m_nLength));

@@ -49,6 +49,7 @@ class DataBuffer : public LibraryObject {
   // --- Taking away. ---
   void clear();                   // frees the storage
   void weakClear();               // keeps it
+  void compact();                 // frees the storage behind the bytes
   void chop(std::size_t nBytes);  // at the end; everything if there are fewer
   void removeHead(std::size_t nBytes);
 
