@@ -24,19 +24,19 @@ class ClsMime : public ClsBase {
   OwnedPtr<ClsMime> GetPart(int nIndex);
   bool SaveBody(XString& strPath);
   bool getMime(XString& strMime);
-  bool GetMimeBytes(DataBuffer& arrBytes);  // replaces what was in the buffer
+  bool GetMimeBytes(DataBuffer& arrBytes);                   // replaces what was in the buffer
   bool SetHeaderField(XString& strName, XString& strValue);  // always true
 
  private:
   ~ClsMime() override;
 
   ClsMime(SharedMime& objShared, EntityKey objKey);
-  bool load(DataBuffer&& arrBytes);
-  bool loadView(std::string_view strBytes, bool bUtf8);
-  MimeMessage2* entity();  // under the lock of the shared tree; null for want of memory
+  class TreeLock;
+  bool load(std::string_view strBytes);
+  MimeMessage2* entity(TreeLock& objLock);  // takes the tree's lock; null for want of memory
   void startFresh();
 
-  OwnedPtr<SharedMime> m_pShared;
+  OwnedPtr<SharedMime> m_pShared;  // one reference
   EntityKey m_objKey;
 };
 

@@ -15,6 +15,8 @@
 
 namespace mail {
 
+class BinaryAsBase64;
+class BodyDecoding;
 class MimeLoader;
 class MimeWriter;
 class _ckContentType;
@@ -42,16 +44,17 @@ class MimeMessage2 : public LibraryObject {
 
   // --- Reading. ---
   struct LoadOptions {
-    bool bRepair = false;           // line ends may be made CR LF, in binary bodies too
-    std::string_view strClue = {};  // name of the charset that raw header bytes may be in
-    bool bUtf8 = false;             // the text was turned into UTF-8 already
+    bool bRepair = false;             // line ends may be made CR LF, in binary bodies too
+    std::string_view strClue = {};    // name of the charset that raw header bytes may be in
+    bool bUtf8 = false;               // the text was turned into UTF-8 already
+    std::uint64_t* pSteps = nullptr;  // grows by the bytes examined, for those who count
   };
   // Replaces the entity by what the bytes hold. False, and an empty entity, only for a header that
   // is too large and for want of memory. The bytes are not needed afterwards.
   bool loadMimeComplete(std::string_view strBytes, const LoadOptions& objOptions, LogBase& log);
   bool loadMimeComplete(std::string_view strBytes, bool bRepair, std::string_view strClue,
                         bool bUtf8, LogBase& log) {
-    return loadMimeComplete(strBytes, LoadOptions{bRepair, strClue, bUtf8}, log);
+    return loadMimeComplete(strBytes, LoadOptions{bRepair, strClue, bUtf8, nullptr}, log);
   }
   void clear();
 
@@ -60,8 +63,9 @@ class MimeMessage2 : public LibraryObject {
   void getMimeBytes(DataBuffer& out, LogBase& log) const;
   // As text: binary bodies are written as base64 for the occasion.
   void getMimeText(XString& strOut, LogBase& log);
-  // The decoded body in the entity's own charset, as a file of it would be.
-  void getBodyForFile(DataBuffer& out, LogBase& log) const;
+  // The decoded body in the entity's own charset, as a file of it would be: a view of the body
+  // itself, or of arrRoom.
+  std::string_view bodyForFile(DataBuffer& arrRoom, LogBase& log) const;
 
   // --- The cache of the header. ---
   const StringBuffer& contentType() const { return m_contentType; }  // lower case, no parameters
@@ -84,7 +88,8 @@ class MimeMessage2 : public LibraryObject {
   const DataBuffer& body() const { return m_body; }
   const DataBuffer& rawPart() const { return m_rawPart; }  // of the first part, if PGP signed
   std::size_t partCount() const { return m_parts.getSize(); }
-  MimeMessage2* part(std::size_t nIndex) const { return m_parts.at(nIndex); }  // null behind the end
+  // Null behind the end.
+  MimeMessage2* part(std::size_t nIndex) const { return m_parts.at(nIndex); }
   ExtPtrArrayOf<MimeMessage2>& parts() { return m_parts; }
   bool isDirty() const { return m_bDirty; }
   bool isUndivided() const { return m_bUndivided; }
@@ -108,11 +113,13 @@ class MimeMessage2 : public LibraryObject {
   void refreshCache(LogBase& log);
 
  private:
+  friend class BinaryAsBase64;
+  friend class BodyDecoding;
   friend class MimeLoader;
   friend class MimeWriter;
 
   void refreshContentType(LogBase& log);
-  void refreshDisposition();
+  void refreshDisposition(LogBase& log);
   void refreshEncoding();
 
   Validity<std::uint32_t, kMimeValidityWord> m_mimeValidity;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <unordered_map>
 #include <vector>
 
 #include "mime/base/OwnedPtr.h"
@@ -37,6 +38,7 @@ class SharedMime : public RefCountedObject {
   std::recursive_mutex m_lock;
   OwnedPtr<MimeMessage2> m_pRoot;
   std::vector<MimeMessage2*> m_arrKnown;  // by number
+  std::unordered_map<const MimeMessage2*, std::uint32_t> m_mapNumbers;
   std::uint32_t m_nTree = 0;
 };
 

@@ -1,0 +1,296 @@
+#include "mime/tree/BodyDecoding.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "html/charset/EncodingConvert.h"
+#include "html/parse/CkHtmlHelp.h"
+#include "mime/base/AsciiText.h"
+#include "mime/encoding/ContentCoding.h"
+#include "mime/encoding/UuCoding.h"
+#include "mime/tree/ByteSearch.h"
+
+namespace mail {
+namespace {
+
+constexpr int kUtf8 = 65001;
+constexpr int kUtf16 = 1200;
+constexpr int kUtf16Big = 1201;
+constexpr int kAscii = 20127;
+constexpr int kLatin1 = 28591;
+constexpr int kWindows1252 = 1252;
+constexpr std::size_t k7bitProbe = 8192;  // bytes at the front that say whether text is 7-bit
+constexpr std::size_t kUtf8Probe = 8000;  // bytes at the front that say whether it is UTF-8
+constexpr std::size_t kNulProbe = 1000;   // bytes at the front in which UTF-16 has a NUL
+
+struct Signature {
+  std::string_view strBytes;
+  int nPage;
+};
+// The longer ones first: one begins with another.
+constexpr std::array<Signature, 5> kSignatures = {{
+    {{"\xFF\xFE\0\0", 4}, 12000},
+    {{"\0\0\xFE\xFF", 4}, 12001},
+    {"\xEF\xBB\xBF", kUtf8},
+    {"\xFF\xFE", kUtf16},
+    {"\xFE\xFF", kUtf16Big},
+}};
+// In these the lead bytes of UTF-8 are ordinary letters, or the text shows what it is.
+constexpr std::array kNeverUtf8 = {kUtf8, kUtf16, kUtf16Big, 12000, 12001, 932,  936,
+                                   949,   950,    28595,     51932, 51949, 52936};
+
+constexpr std::array<std::string_view, 4> kBinaryTypes = {"image/", "audio/", "video/",
+                                                          "application/"};
+
+bool hasNul(std::string_view strBytes) { return strBytes.find('\0') != std::string_view::npos; }
+
+bool starts7bit(std::string_view strBytes) {
+  return byte_search::is7bit(strBytes.substr(0, k7bitProbe));
+}
+
+// A lead byte of the Latin-1 letters in UTF-8 with an 8-bit byte behind it.
+bool hasUtf8Pair(std::string_view strBytes) {
+  for (std::size_t n = 0; n + 1 < strBytes.size(); ++n) {
+    const auto nByte = static_cast<unsigned char>(strBytes[n]);
+    if ((nByte == 0xC2 || nByte == 0xC3) && (strBytes[n + 1] & 0x80) != 0) return true;
+  }
+  return false;
+}
+
+bool startsAsUtf8(std::string_view strBytes) {
+  return byte_search::isUtf8(strBytes.substr(0, kUtf8Probe), strBytes.size() > kUtf8Probe);
+}
+
+// Pages in which bytes of 1 to 0x7F are ASCII.
+bool isAsciiPage(int nPage) {
+  static constexpr std::array kOthers = {874, 932, 936, 949, 950, 20866, 21866, 51932, 51949};
+  return (nPage >= 1250 && nPage <= 1258) || (nPage >= 28591 && nPage <= 28605) ||
+         std::find(kOthers.begin(), kOthers.end(), nPage) != kOthers.end();
+}
+
+template <std::size_t N>
+bool holdsAny(const StringBuffer& strText, const std::array<std::string_view, N>& arrParts) {
+  return std::any_of(arrParts.begin(), arrParts.end(),
+                     [&](std::string_view strPart) { return strText.contains(strPart); });
+}
+
+}  // namespace
+
+BodyDecoding::BodyDecoding(MimeMessage2& objEntity, Options objOptions, std::string& strClue,
+                           LogBase& log)
+    : m_objEntity(objEntity), m_objOptions(objOptions), m_strClue(strClue), m_log(log) {}
+
+bool BodyDecoding::decode(std::string_view strBytes) {
+  takeClue();
+  dropCharsetOfBinary();
+  m_bText = m_objOptions.bTextForSure || decideText(strBytes);
+  m_nPage = m_objEntity.m_charset.getCodePage();
+  if (m_nPage == kAscii) m_nPage = kLatin1;
+  m_nEncoding = encodingOfEntity();
+  Decoded objDecoded;
+  if (!undoEncoding(strBytes, objDecoded)) return false;
+  if (m_objEntity.m_contentType.equals("text/html") && m_nPage == 0 && !m_bAttachment) {
+    takeCharsetOfHtml(objDecoded.strBytes);
+  }
+  if (!toUtf8(objDecoded)) return false;
+  m_objEntity.m_body.compact();
+  mendHeader();
+  return true;
+}
+
+void BodyDecoding::takeClue() {
+  const int nPage = m_objEntity.m_charset.getCodePage();
+  if (!m_strClue.empty() || nPage == 0 || nPage == kUtf8 || nPage == kAscii) return;
+  m_strClue = m_objEntity.m_charset.getName().view();
+}
+
+void BodyDecoding::dropCharsetOfBinary() {
+  if (holdsAny(m_objEntity.m_contentType, kBinaryTypes)) {
+    m_log.LogInfo("clearing charset based on content-type.");
+    m_log.LogInfo("treating body as binary (non-character) data.");
+    m_objEntity.m_charset.clear();
+  }
+  if (m_objEntity.isAttachment()) {
+    m_log.LogInfo("treating body as binary data because of attachment status.");
+    m_objEntity.m_charset.clear();
+    m_bAttachment = true;
+  }
+}
+
+bool BodyDecoding::decideText(std::string_view strBytes) const {
+  if (m_bAttachment) return false;
+  const StringBuffer& strType = m_objEntity.m_contentType;
+  if (strType.isEmpty()) return !hasNul(strBytes);
+  if (!strType.contains("text/") && !strType.contains("application/xml")) return false;
+  const int nPage = m_objEntity.m_charset.getCodePage();
+  return nPage == kUtf16 || nPage == kUtf16Big || !hasNul(strBytes);
+}
+
+BodyDecoding::Encoding BodyDecoding::encodingOfEntity() const {
+  struct Name {
+    std::string_view strName;
+    Encoding nEncoding;
+  };
+  static constexpr std::array<Name, 6> kNames = {{
+      {"base64", Encoding::kBase64},
+      {"quoted-printable", Encoding::kQuotedPrintable},
+      {"uuencode", Encoding::kUuencode},
+      {"x-uuencode", Encoding::kUuencode},
+      {"x-uue", Encoding::kUuencode},
+      {"uue", Encoding::kUuencode},
+  }};
+  for (const Name& objName : kNames) {
+    if (m_objEntity.m_encoding.equalsIgnoreCase(objName.strName)) return objName.nEncoding;
+  }
+  return Encoding::kNone;
+}
+
+bool BodyDecoding::undoEncoding(std::string_view strBytes, Decoded& objDecoded) {
+  objDecoded.strBytes = strBytes;
+  objDecoded.bOwned = m_nEncoding != Encoding::kNone;
+  bool bDone = true;
+  switch (m_nEncoding) {
+    case Encoding::kNone:
+      return true;
+    case Encoding::kBase64:
+      bDone = ContentCoding::decodeBase64(strBytes, objDecoded.arrOwned);
+      break;
+    case Encoding::kQuotedPrintable:
+      bDone = ContentCoding::decodeQuotedPrintable(strBytes, objDecoded.arrOwned);
+      break;
+    case Encoding::kUuencode:
+      bDone = decodeUuBody(strBytes, objDecoded.arrOwned);
+      break;
+  }
+  objDecoded.strBytes = objDecoded.arrOwned.view();
+  return bDone;
+}
+
+void BodyDecoding::takeCharsetOfHtml(std::string_view strHtml) {
+  m_log.LogInfo("No charset specified.  Trying to get HTML charset via META tag..");
+  StringBuffer strCharset;
+  _ckHtmlHelp::charsetFromMetaTag(strHtml, strCharset);
+  if (strCharset.isEmpty()) return;
+  const bool bWide =
+      strCharset.beginsWithIgnoreCase("unicode") || strCharset.beginsWithIgnoreCase("utf-16");
+  if (bWide && !hasNul(strHtml.substr(0, kNulProbe))) {
+    m_log.LogInfo("Must not really be unicode HTML, no zero bytes found...");
+    (void)strCharset.setString("windows-1252");
+  }
+  _ckCharset objCharset;
+  if (!objCharset.setByName(strCharset.view()) || objCharset.getCodePage() == 0) return;
+  m_objEntity.setCharset(strCharset.view(), m_log);
+  m_nPage = objCharset.getCodePage() == kAscii ? kLatin1 : objCharset.getCodePage();
+}
+
+bool BodyDecoding::toUtf8(Decoded& objDecoded) {
+  if (!m_bText || m_nEncoding == Encoding::kUuencode) {
+    // What is typed as text and kept as it came must not be converted when it is written.
+    m_objEntity.m_bUnconverted = true;
+    return keep(objDecoded);
+  }
+  int nPage = kUtf8;
+  if (m_nEncoding == Encoding::kBase64) {
+    nPage = pageOfBase64(objDecoded.strBytes);
+  } else if (m_nEncoding == Encoding::kQuotedPrintable) {
+    nPage = pageOfQuotedPrintable(objDecoded.strBytes);
+  } else {
+    nPage = pageOfRaw(objDecoded.strBytes);
+  }
+  if (nPage == kLatin1) nPage = latin1OrReally1252(objDecoded.strBytes);
+  m_bReally1252 = nPage == kWindows1252 && m_nPage != kWindows1252;
+  m_bOverruled = nPage != m_nPage && m_nPage != 0 && !m_bReally1252 &&
+                 m_nEncoding == Encoding::kQuotedPrintable;
+  return nPage == kUtf8 ? keep(objDecoded) : convert(nPage, objDecoded);
+}
+
+// Each of the three gives the page to convert from, UTF-8 for a body that stays as it is.
+int BodyDecoding::pageOfBase64(std::string_view strBytes) const {
+  if (m_nPage == 0) return kUtf8;
+  const bool bNotWide = m_nPage == kUtf16 && starts7bit(strBytes) && !hasNul(strBytes);
+  return bNotWide ? kUtf8 : m_nPage;
+}
+
+int BodyDecoding::pageOfQuotedPrintable(std::string_view strBytes) const {
+  for (const Signature& objSignature : kSignatures) {
+    if (strBytes.starts_with(objSignature.strBytes)) return objSignature.nPage;
+  }
+  if (m_nPage == 0) return kUtf8;
+  const bool bMayBe = std::find(kNeverUtf8.begin(), kNeverUtf8.end(), m_nPage) == kNeverUtf8.end();
+  return bMayBe && hasUtf8Pair(strBytes) && startsAsUtf8(strBytes) ? kUtf8 : m_nPage;
+}
+
+int BodyDecoding::pageOfRaw(std::string_view strBytes) const {
+  if (m_objOptions.bUtf8) return kUtf8;
+  if (m_nPage != 0) return m_nPage;
+  return starts7bit(strBytes) || hasUtf8Pair(strBytes) ? kUtf8 : kLatin1;
+}
+
+int BodyDecoding::latin1OrReally1252(std::string_view strBytes) const {
+  if (!byte_search::hasByteBetween(strBytes, 0x82, 0x9F)) return kLatin1;
+  m_log.LogInfo("Has invalid iso-8859-1 bytes..");
+  return kWindows1252;
+}
+
+bool BodyDecoding::convert(int nPage, Decoded& objDecoded) {
+  const std::string_view strBytes = objDecoded.strBytes;
+  // Nothing to convert: a large text need not lie twice in memory.
+  if (isAsciiPage(nPage) && byte_search::is7bit(strBytes) && !hasNul(strBytes)) {
+    return keep(objDecoded);
+  }
+  DataBuffer& arrBody = m_objEntity.m_body;
+  (void)arrBody.reserve(strBytes.size());
+  if (EncodingConvert().EncConvert(static_cast<unsigned>(nPage), kUtf8, strBytes.data(),
+                                   strBytes.size(), arrBody, m_log)) {
+    return true;
+  }
+  const bool bKeep =
+      m_nEncoding == Encoding::kNone && (starts7bit(strBytes) || hasUtf8Pair(strBytes));
+  if (!bKeep && !arrBody.isEmpty()) return true;
+  // A page that the library cannot read: bytes that nobody can read yet are better than none.
+  m_objEntity.m_bUnconverted = true;
+  arrBody.clear();
+  return keep(objDecoded);
+}
+
+bool BodyDecoding::keep(Decoded& objDecoded) {
+  if (!objDecoded.bOwned) return m_objEntity.m_body.append(objDecoded.strBytes);
+  m_objEntity.m_body = std::move(objDecoded.arrOwned);
+  return true;
+}
+
+bool BodyDecoding::fitsDeclaredCharset() const {
+  EncodingConvert objConvert;
+  DataBuffer arrDeclared;
+  return objConvert.EncConvert(kUtf8, static_cast<unsigned>(m_nPage), m_objEntity.m_body.getData(),
+                               m_objEntity.m_body.getSize(), arrDeclared, m_log) &&
+         !objConvert.m_hadErrors;
+}
+
+// The header follows what the body turned out to be.
+void BodyDecoding::mendHeader() {
+  if (m_bReally1252) m_objEntity.setCharset("windows-1252", m_log);
+  // A charset that the bytes proved wrong stays, unless the text would be lost in it.
+  if (m_bOverruled && !fitsDeclaredCharset()) m_objEntity.setCharset("utf-8", m_log);
+  if (m_nEncoding == Encoding::kUuencode) m_objEntity.setEncoding("base64", m_log);
+  if (m_nEncoding == Encoding::kNone && m_bText &&
+      m_objEntity.m_encoding.equalsIgnoreCase("binary") &&
+      !m_objEntity.m_contentType.equals("message/rfc822")) {
+    m_objEntity.setEncoding("8bit", m_log);
+  }
+  if (!m_bText) return;
+  const std::string_view strBody = m_objEntity.m_body.view();
+  const std::size_t nStart = std::min(strBody.find_first_not_of(" \t\r\n"), strBody.size());
+  if (!beginsWithNoCase(strBody.substr(nStart), "<x-html>") ||
+      m_objEntity.m_contentType.equals("text/html")) {
+    return;
+  }
+  // The new value names a charset; us-ascii would spoil what is not.
+  if (m_objEntity.m_charset.getCodePage() == 0 && !byte_search::is7bit(strBody)) {
+    m_objEntity.setCharset("utf-8", m_log);
+  }
+  m_objEntity.setContentType("text/html", m_log);
+}
+
+}  // namespace mail

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "mime/base/DataBuffer.h"
+#include "mime/base/LogBase.h"
+#include "mime/tree/MimeMessage2.h"
+
+namespace mail {
+
+// Turns the bytes of a leaf into its body: the transfer encoding is undone, and text becomes UTF-8.
+// What its charset is follows from the header, from a META element of HTML, and from the bytes,
+// which often prove the header wrong. A body lies once in memory, in the entity.
+class BodyDecoding {
+ public:
+  struct Options {
+    bool bUtf8 = false;         // text without a transfer encoding is UTF-8 already
+    bool bTextForSure = false;  // whatever the type says
+  };
+  // strClue is where the name of the first charset met is left, for headers behind this body.
+  BodyDecoding(MimeMessage2& objEntity, Options objOptions, std::string& strClue, LogBase& log);
+
+  // False for want of memory.
+  bool decode(std::string_view strBytes);
+
+ private:
+  enum class Encoding { kNone, kBase64, kQuotedPrintable, kUuencode };
+
+  // The decoded bytes: a view of the message, or of a buffer that may be taken over.
+  struct Decoded {
+    std::string_view strBytes;
+    DataBuffer arrOwned;
+    bool bOwned = false;
+  };
+
+  void takeClue();
+  void dropCharsetOfBinary();
+  bool decideText(std::string_view strBytes) const;
+  Encoding encodingOfEntity() const;
+  bool undoEncoding(std::string_view strBytes, Decoded& objDecoded);
+  void takeCharsetOfHtml(std::string_view strHtml);
+  bool toUtf8(Decoded& objDecoded);
+  int pageOfBase64(std::string_view strBytes) const;
+  int pageOfQuotedPrintable(std::string_view strBytes) const;
+  int pageOfRaw(std::string_view strBytes) const;
+  int latin1OrReally1252(std::string_view strBytes) const;
+  bool convert(int nPage, Decoded& objDecoded);
+  bool keep(Decoded& objDecoded);
+  bool fitsDeclaredCharset() const;
+  void mendHeader();
+
+  MimeMessage2& m_objEntity;
+  Options m_objOptions;
+  std::string& m_strClue;
+  LogBase& m_log;
+  Encoding m_nEncoding = Encoding::kNone;
+  bool m_bAttachment = false;
+  bool m_bText = false;
+  int m_nPage = 0;  // working charset; 0: none
+  bool m_bReally1252 = false;
+  bool m_bOverruled = false;  // the bytes showed another charset than the header names
+};
+
+}  // namespace mail

@@ -1,0 +1,238 @@
+#include "mime/tree/MimeLoader.h"
+
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "html/charset/EncodingConvert.h"
+#include "mime/base/LogNull.h"
+#include "mime/tree/BodyDecoding.h"
+#include "mime/tree/ByteSearch.h"
+
+namespace mail {
+namespace {
+
+constexpr std::size_t npos = SourceText::npos;
+constexpr std::size_t kSmallestPart =
+    5;  // bytes; what is smaller between two delimiters is nothing
+constexpr int kUtf8Page = 65001;
+
+// Takes up to two line ends, CR LF or LF, off the front.
+void skipLineEnds(SourceRange& objRange) {
+  for (int n = 0; n < 2; ++n) {
+    const std::string_view strText = objRange.view();
+    objRange.nBegin += strText.starts_with("\r\n") ? 2 : strText.starts_with('\n') ? 1 : 0;
+  }
+}
+
+// The bytes of a 7-bit boundary in the place of another, one for one.
+std::string to7bit(std::string_view strBoundary) {
+  std::string strNew(strBoundary);
+  for (char& ch : strNew) {
+    const auto nByte = static_cast<unsigned char>(ch);
+    if (nByte < 0x80) continue;
+    const int n = nByte - 0x80;
+    ch = static_cast<char>(n < '0' ? '0' : n > 'z' ? 'z' : n);
+  }
+  return strNew;
+}
+
+std::string toAnsi(std::string_view strUtf8) {
+  DataBuffer arrAnsi;
+  LogNull log;
+  (void)EncodingConvert().EncConvertToAnsi(kUtf8Page, strUtf8.data(), strUtf8.size(), arrAnsi, log);
+  return std::string(arrAnsi.view());
+}
+
+}  // namespace
+
+// What parts the entities of one multipart.
+struct MimeLoader::Delimiters {
+  std::string strBoundary;
+  std::string_view strLineEnd = "\r\n";
+  std::size_t nFirst = npos;  // where the first one stands
+
+  std::string line() const { return std::string("--").append(strBoundary).append(strLineEnd); }
+  std::string closing() const { return "--" + strBoundary + "--"; }
+};
+
+MimeLoader::MimeLoader(const MimeMessage2::LoadOptions& objOptions, LogBase& log)
+    : m_bRepair(objOptions.bRepair),
+      m_bUtf8(objOptions.bUtf8),
+      m_strClue(objOptions.strClue),
+      m_log(log) {}
+
+bool MimeLoader::load(MimeMessage2& objRoot, std::string_view strBytes) {
+  objRoot.clear();
+  try {
+    SourceText objText(strBytes, m_nSteps);
+    const bool bLoaded = loadEntity(objRoot, {&objText, 0, strBytes.size()}, 0);
+    objRoot.m_bHasUndivided = m_bHasUndivided;
+    return bLoaded;
+  } catch (const std::bad_alloc&) {
+    m_log.LogError("Out of memory loading MIME.");
+    objRoot.clear();
+    return false;
+  }
+}
+
+bool MimeLoader::loadEntity(MimeMessage2& objEntity, SourceRange objRange, std::size_t nDepth) {
+  skipMboxLine(objRange);
+  std::unique_ptr<SourceText> pRewritten;
+  const HeaderEnd objEnd = findEndOfHeader2(objRange, m_bRepair, pRewritten, m_log);
+  if (!objEnd.bFound) return loadWithoutEnd(objEntity, objRange);
+  return loadParted(objEntity, objRange, objEnd, nDepth);
+}
+
+void MimeLoader::skipMboxLine(SourceRange& objRange) {
+  const std::string_view strText = objRange.view();
+  if (!strText.starts_with("From ")) return;
+  const std::size_t nEnd = strText.find_first_of("\r\n");
+  const std::size_t nStart = nEnd == npos ? npos : strText.find_first_not_of("\r\n", nEnd);
+  if (nStart == npos) return;
+  m_log.LogInfo("Skipping MBOX leading From line...");
+  objRange.nBegin += nStart;
+}
+
+bool MimeLoader::loadParted(MimeMessage2& objEntity, SourceRange objRange, const HeaderEnd& objEnd,
+                            std::size_t nDepth) {
+  if (objEnd.nPos > objRange.nBegin) {
+    const std::size_t nLength = objEnd.nPos + objEnd.strMarker.size() - objRange.nBegin;
+    loadHeader(objEntity, objRange.view().substr(0, nLength), objEnd.strMarker);
+  }
+  objRange.nBegin = objEnd.nPos;
+  skipLineEnds(objRange);
+  // Without a body too: what the type says of the charset holds for every leaf.
+  return parseMimeBody(objEntity, objRange, nDepth);
+}
+
+bool MimeLoader::loadWithoutEnd(MimeMessage2& objEntity, const SourceRange& objRange) {
+  const std::string_view strText = objRange.view();
+  if (strText.starts_with("\r\n")) {
+    m_log.LogInfo(
+        "Parsing MIME assuming an empty header.  The default content-type is text/plain.");
+    loadHeader(objEntity, "Content-Type: text/plain", {});
+    return decodeLeaf(objEntity, strText, true);
+  }
+  if (strText.size() > MimeMessage2::kMaxLoneHeader) {
+    m_log.LogError("Header larger than 20MB?  This cannot be MIME...");
+    objEntity.clear();
+    return false;
+  }
+  m_log.LogInfo("Assuming the entire MIME message is a header with no body.");
+  loadHeader(objEntity, strText, {});
+  return decodeLeaf(objEntity, {}, false);
+}
+
+void MimeLoader::loadHeader(MimeMessage2& objEntity, std::string_view strHeader,
+                            std::string_view strMarker) {
+  m_nSteps += strHeader.size();
+  (void)objEntity.m_header.loadMimeHeaderText(strHeader, strMarker, m_bUtf8 ? kUtf8Page : 0,
+                                              m_strClue, m_log);
+  objEntity.refreshCache(m_log);
+}
+
+bool MimeLoader::parseMimeBody(MimeMessage2& objEntity, SourceRange objRange, std::size_t nDepth) {
+  if (!objEntity.isMultipart() || objEntity.m_boundary.isEmpty()) {
+    return decodeLeaf(objEntity, objRange.view(), false);
+  }
+  if (objRange.size() == 0) return true;
+  if (nDepth >= MimeMessage2::kMaxDepth) return keepUndivided(objEntity, objRange.view());
+  Delimiters objDelimiters;
+  if (!findFirst(objEntity, objRange, nDepth, objDelimiters)) {
+    m_log.LogInfo("No boundary found -- loading the body with all that follows.");
+    return decodeLeaf(objEntity, objRange.view(), true);
+  }
+  return loadParts(objEntity, objRange, nDepth, objDelimiters);
+}
+
+bool MimeLoader::keepUndivided(MimeMessage2& objEntity, std::string_view strBody) {
+  if (!m_bHasUndivided) m_log.LogInfo("Nested too deeply: the parts of an entity stay undivided.");
+  m_bHasUndivided = objEntity.m_bUndivided = true;
+  return objEntity.m_body.append(strBody);
+}
+
+// Tries one spelling of the boundary; then a few that mailers are known to get wrong. The entity's
+// boundary follows the one that is there.
+bool MimeLoader::findFirst(MimeMessage2& objEntity, const SourceRange& objRange, std::size_t nDepth,
+                           Delimiters& objDelimiters) {
+  const auto bFound = [&](std::string strBoundary) {
+    objDelimiters.strBoundary = std::move(strBoundary);
+    objDelimiters.nFirst =
+        objRange.pText->findDelimiter(objDelimiters.line(), objRange.nBegin, objRange.nEnd, nDepth);
+    return objDelimiters.nFirst != npos;
+  };
+  const std::string strBoundary(objEntity.m_boundary.view());
+  if (bFound(strBoundary)) return true;
+  m_log.LogInfo("Did not find boundary ending in CRLF, re-checking for bare-LF...");
+  objDelimiters.strLineEnd = "\n";
+  if (bFound(strBoundary)) return true;
+  m_log.LogError("Still did not find boundary...");
+  constexpr std::string_view kAlternative = "=_alternative";
+  if (const std::size_t nAt = strBoundary.find(kAlternative); nAt != npos) {
+    std::string strSpaced = strBoundary;
+    strSpaced.insert(nAt + kAlternative.size(), " ");
+    for (const std::string_view strLineEnd : {"\r\n", "\n"}) {
+      objDelimiters.strLineEnd = strLineEnd;
+      if (!bFound(strSpaced)) continue;
+      objEntity.setBoundary(strSpaced, m_log);
+      return true;
+    }
+  }
+  if (byte_search::is7bit(strBoundary)) return false;
+  m_log.LogInfo("Still looking for the boundary: Searching using ANSI instead...");
+  const std::string strAnsi = toAnsi(strBoundary);
+  for (const std::string_view strLineEnd : {"\r\n", "\n"}) {
+    objDelimiters.strLineEnd = strLineEnd;
+    if (!bFound(strAnsi)) continue;
+    objEntity.setBoundary(to7bit(strBoundary), m_log);
+    return true;
+  }
+  return false;
+}
+
+bool MimeLoader::loadParts(MimeMessage2& objEntity, const SourceRange& objRange, std::size_t nDepth,
+                           const Delimiters& objDelimiters) {
+  SourceText& objText = *objRange.pText;
+  const std::string strLine = objDelimiters.line();
+  const std::string strClosing = objDelimiters.closing();
+  std::size_t nBegin = objDelimiters.nFirst + strLine.size();
+  for (bool bLast = false; !bLast;) {
+    std::size_t nNext = objText.findDelimiter(strLine, nBegin, objRange.nEnd, nDepth);
+    if (nNext == npos) {
+      bLast = true;
+      nNext = objText.findDelimiter(strClosing, nBegin, objRange.nEnd, nDepth);
+    }
+    SourceRange objPart{&objText, nBegin, objRange.nEnd};
+    if (nNext != npos) {
+      // The line end in front of a delimiter belongs to it, as far as it is one.
+      objPart.nEnd = nNext;
+      if (objPart.view().ends_with('\n')) --objPart.nEnd;
+      if (objDelimiters.strLineEnd.size() == 2 && objPart.view().ends_with('\r')) --objPart.nEnd;
+      nBegin = nNext + strLine.size();
+    }
+    if (objPart.size() >= kSmallestPart && !loadPart(objEntity, objPart, nDepth)) return false;
+  }
+  return true;
+}
+
+bool MimeLoader::loadPart(MimeMessage2& objEntity, const SourceRange& objPart, std::size_t nDepth) {
+  OwnedPtr<MimeMessage2> pChild = makeOwned<MimeMessage2>();
+  if (pChild == nullptr) return false;
+  if (objEntity.partCount() == 0 && objEntity.isPgpSigned() &&
+      !pChild->m_rawPart.append(objPart.view())) {
+    return false;
+  }
+  objEntity.m_bDirty = true;
+  // A part that is no MIME stays in the tree, empty, so that those behind it keep their index.
+  (void)loadEntity(*pChild, objPart, nDepth + 1);
+  return objEntity.m_parts.append(std::move(pChild));
+}
+
+bool MimeLoader::decodeLeaf(MimeMessage2& objEntity, std::string_view strBody, bool bTextForSure) {
+  m_nSteps += strBody.size();
+  BodyDecoding objDecoding(objEntity, {m_bUtf8, bTextForSure}, m_strClue, m_log);
+  return objDecoding.decode(strBody);
+}
+
+}  // namespace mail

@@ -1,0 +1,193 @@
+#include "mime/tree/MimeMessage2.h"
+
+#include <utility>
+
+#include "html/charset/EncodingConvert.h"
+#include "mime/base/AsciiText.h"
+#include "mime/base/LogNull.h"
+#include "mime/header/CkContentType.h"
+#include "mime/header/ContentDisposition.h"
+#include "mime/tree/ByteSearch.h"
+#include "mime/tree/MimeLoader.h"
+#include "mime/tree/MimeWriting.h"
+
+namespace mail {
+namespace {
+
+constexpr unsigned kUtf8 = 65001;
+
+// The value of a field, empty if there is none.
+std::string_view valueOf(const MimeHeader& objHeader, std::string_view strName) {
+  const MimeField* const pField = objHeader.find(strName);
+  return pField != nullptr ? pField->value().view() : std::string_view();
+}
+
+}  // namespace
+
+bool MimeMessage2::loadMimeComplete(std::string_view strBytes, const LoadOptions& objOptions,
+                                    LogBase& log) {
+  if (!isValid()) return false;
+  MimeLoader objLoader(objOptions, log);
+  const bool bLoaded = objLoader.load(*this, strBytes);
+  if (objOptions.pSteps != nullptr) *objOptions.pSteps += objLoader.steps();
+  return bLoaded;
+}
+
+void MimeMessage2::clear() {
+  if (!isValid()) return;
+  m_contentType.clear();
+  m_charset.clear();
+  m_boundary.clear();
+  m_rawPart.clear();
+  m_body.clear();
+  m_header.clear();
+  m_parts.removeAll();
+  m_disposition.clear();
+  m_encoding.clear();
+  m_bUnconverted = m_bUndivided = m_bHasUndivided = false;
+  m_bDirty = true;
+}
+
+void MimeMessage2::getMimeBytes(DataBuffer& out, LogBase& log) const {
+  if (isValid()) (void)MimeWriter(out, log).write(*this);
+}
+
+void MimeMessage2::getMimeText(XString& strOut, LogBase& log) {
+  if (!isValid()) return;
+  DataBuffer arrBytes;
+  {
+    const BinaryAsBase64 objSwitched(*this, log);
+    getMimeBytes(arrBytes, log);
+  }
+  const unsigned nPage = static_cast<unsigned>(pageOfWrittenText(*this));
+  if (nPage == kUtf8 || (nPage == 0 && byte_search::isUtf8(arrBytes.view()))) {
+    (void)strOut.setFromUtf8(arrBytes.view());
+    return;
+  }
+  DataBuffer arrUtf8;
+  if (nPage != 0 && EncodingConvert().EncConvert(nPage, kUtf8, arrBytes.getData(),
+                                                 arrBytes.getSize(), arrUtf8, log)) {
+    (void)strOut.setFromUtf8(arrUtf8.view());
+    return;
+  }
+  (void)strOut.setFromAnsi(arrBytes.view());
+}
+
+std::string_view MimeMessage2::bodyForFile(DataBuffer& arrRoom, LogBase& log) const {
+  return isValid() ? MimeWriter::bodyInCharset(*this, arrRoom, log) : std::string_view();
+}
+
+bool MimeMessage2::isPgpSigned() const {
+  if (!m_contentType.equals("multipart/signed")) return false;
+  _ckContentType objType;
+  LogNull log;
+  getContentType(objType, log);
+  return objType.m_protocol.equals("application/pgp-signature");
+}
+
+void MimeMessage2::getContentType(_ckContentType& objType, LogBase& log) const {
+  objType.load(valueOf(m_header, "content-type"), log);
+}
+
+void MimeMessage2::getName(StringBuffer& strName, LogBase& log) const {
+  _ckContentType objType;
+  getContentType(objType, log);
+  strName = objType.m_name;
+}
+
+void MimeMessage2::getFileName(StringBuffer& strFileName, LogBase& log) const {
+  ContentDisposition objDisposition;
+  objDisposition.load(valueOf(m_header, "content-disposition"), log);
+  strFileName = objDisposition.m_fileName;
+}
+
+void MimeMessage2::setHeaderField(std::string_view strName, std::string_view strValueUtf8,
+                                  LogBase& log) {
+  if (!isValid()) return;
+  const std::string_view strField = trimmed(strName);
+  const std::string_view strValue = trimmed(strValueUtf8);
+  if (strValue.empty()) {
+    (void)m_header.deleteField(strField, /*bAll=*/true);
+  } else {
+    m_header.replaceField(strField, strValue, log);
+  }
+  if (equalsNoCase(strField, "content-type")) refreshContentType(log);
+  if (equalsNoCase(strField, "content-disposition")) refreshDisposition(log);
+  if (equalsNoCase(strField, "content-transfer-encoding")) refreshEncoding();
+  m_bDirty = true;
+}
+
+void MimeMessage2::setContentType(std::string_view strType, LogBase& log) {
+  _ckContentType objType;
+  getContentType(objType, log);
+  (void)objType.m_type.setString(strType);
+  setContentType(objType, log);
+}
+
+void MimeMessage2::setContentType(_ckContentType& objType, LogBase& log) {
+  StringBuffer strValue;
+  objType.emit(strValue);
+  setHeaderField("Content-Type", strValue.view(), log);
+}
+
+void MimeMessage2::setCharset(std::string_view strName, LogBase& log) {
+  _ckContentType objType;
+  getContentType(objType, log);
+  if (objType.m_type.isEmpty()) (void)objType.m_type.setString("text/plain");
+  objType.m_unknownCharset.clear();
+  if (!objType.m_charset.setByName(strName) || objType.m_charset.getName().isEmpty()) {
+    objType.m_charset.clear();
+    (void)objType.m_unknownCharset.setString(strName);
+  }
+  setContentType(objType, log);
+}
+
+void MimeMessage2::setBoundary(std::string_view strBoundary, LogBase& log) {
+  _ckContentType objType;
+  getContentType(objType, log);
+  (void)objType.m_boundary.setString(strBoundary);
+  setContentType(objType, log);
+}
+
+void MimeMessage2::setEncoding(std::string_view strEncoding, LogBase& log) {
+  setHeaderField("Content-Transfer-Encoding", strEncoding, log);
+}
+
+void MimeMessage2::setBody(DataBuffer&& arrBody) {
+  m_body = std::move(arrBody);
+  m_bUnconverted = false;
+  m_bDirty = true;
+}
+
+void MimeMessage2::setBody(std::string_view strBytes) {
+  DataBuffer arrBody;
+  (void)arrBody.append(strBytes);
+  setBody(std::move(arrBody));
+}
+
+void MimeMessage2::refreshCache(LogBase& log) {
+  if (!isValid()) return;
+  refreshContentType(log);
+  refreshDisposition(log);
+  refreshEncoding();
+}
+
+void MimeMessage2::refreshContentType(LogBase& log) {
+  _ckContentType objType;
+  getContentType(objType, log);
+  m_contentType = std::move(objType.m_type);
+  m_charset = std::move(objType.m_charset);
+  m_boundary = std::move(objType.m_boundary);
+}
+
+void MimeMessage2::refreshDisposition(LogBase& log) {
+  ContentDisposition objDisposition;
+  objDisposition.load(valueOf(m_header, "content-disposition"), log);
+  m_disposition = std::move(objDisposition.m_type);
+}
+
+void MimeMessage2::refreshEncoding() {
+  (void)m_encoding.setString(valueOf(m_header, "content-transfer-encoding"));
+}
+
+}  // namespace mail

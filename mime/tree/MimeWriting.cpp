@@ -1,0 +1,149 @@
+#include "mime/tree/MimeWriting.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+#include "html/charset/EncodingConvert.h"
+#include "mime/encoding/ContentCoding.h"
+#include "mime/tree/ByteSearch.h"
+
+namespace mail {
+namespace {
+
+constexpr unsigned kUtf8 = 65001;
+constexpr unsigned kAscii = 20127;
+constexpr unsigned kLatin1 = 28591;
+constexpr std::size_t kMaxWrittenDepth = MimeMessage2::kMaxDepth + 100;
+constexpr std::size_t kBinaryProbe = 10000;  // bytes at the front that show a body to be binary
+constexpr std::string_view kPreamble = "This is a multi-part message in MIME format.\r\n\r\n";
+
+bool isWrittenAsText(const MimeMessage2& objEntity) {
+  const StringBuffer& strType = objEntity.contentType();
+  return strType.beginsWith("text/") || strType.contains("application/xml");
+}
+
+bool hasEncoding(const MimeMessage2& objEntity, std::string_view strEncoding) {
+  return objEntity.encoding().equalsIgnoreCase(strEncoding);
+}
+
+bool isKeptInText(const StringBuffer& strType) {
+  static constexpr std::array<std::string_view, 3> kTypes = {"message/rfc822", "application/xml",
+                                                             "application/json"};
+  return strType.beginsWith("text/") ||
+         std::find(kTypes.begin(), kTypes.end(), strType.view()) != kTypes.end();
+}
+
+bool spoilsText(const MimeMessage2& objEntity) {
+  return objEntity.partCount() == 0 && !isKeptInText(objEntity.contentType()) &&
+         (objEntity.encoding().isEmpty() || hasEncoding(objEntity, "binary")) &&
+         !byte_search::is7bit(objEntity.body().view().substr(0, kBinaryProbe));
+}
+
+}  // namespace
+
+bool MimeWriter::writeEntity(const MimeMessage2& objEntity, std::size_t nDepth) {
+  StringBuffer strHeader;
+  objEntity.m_header.emit(strHeader, objEntity.m_charset.getCodePage(), m_log);
+  if (!m_out.append(strHeader) || !m_out.append("\r\n\r\n", 4)) return false;
+  if (objEntity.partCount() > 0 && objEntity.m_bPreamble && !m_out.append(kPreamble)) return false;
+  return writeBody(objEntity, nDepth);
+}
+
+bool MimeWriter::writeBody(const MimeMessage2& objEntity, std::size_t nDepth) {
+  if (objEntity.partCount() == 0) return writeLeaf(objEntity);
+  if (nDepth < kMaxWrittenDepth) return writeParts(objEntity, nDepth);
+  m_log.LogError("Nested too deeply: the parts of an entity were left out.");
+  return true;
+}
+
+bool MimeWriter::writeParts(const MimeMessage2& objEntity, std::size_t nDepth) {
+  const bool bPgpSigned = objEntity.isPgpSigned();
+  for (std::size_t n = 0; n < objEntity.partCount(); ++n) {
+    const MimeMessage2& objPart = *objEntity.part(n);
+    if (!writeDelimiter(objEntity, "\r\n")) return false;
+    // What was signed goes out as it came, byte for byte.
+    const bool bRaw = bPgpSigned && n == 0 && !objPart.m_rawPart.isEmpty();
+    const bool bWritten = bRaw ? m_out.append(objPart.m_rawPart) : writeEntity(objPart, nDepth + 1);
+    if (!bWritten || !m_out.append("\r\n", 2)) return false;
+  }
+  return writeDelimiter(objEntity, "--\r\n");
+}
+
+bool MimeWriter::writeDelimiter(const MimeMessage2& objEntity, std::string_view strTail) {
+  return m_out.append("--", 2) && m_out.append(objEntity.m_boundary) && m_out.append(strTail);
+}
+
+bool MimeWriter::writeLeaf(const MimeMessage2& objEntity) {
+  DataBuffer arrRoom;
+  const std::string_view strBody = isWrittenAsText(objEntity)
+                                       ? bodyInCharset(objEntity, arrRoom, m_log)
+                                       : objEntity.m_body.view();
+  if (hasEncoding(objEntity, "base64")) return ContentCoding().encodeBase64(strBody, m_out);
+  if (hasEncoding(objEntity, "quoted-printable")) {
+    return ContentCoding().encodeQuotedPrintable(strBody, m_out);
+  }
+  return m_out.append(strBody);
+}
+
+std::string_view MimeWriter::bodyInCharset(const MimeMessage2& objEntity, DataBuffer& arrRoom,
+                                           LogBase& log) {
+  const std::string_view strBody = objEntity.m_body.view();
+  auto nPage = static_cast<unsigned>(objEntity.m_charset.getCodePage());
+  if (nPage == 0 || nPage == kUtf8 || objEntity.m_bUnconverted) return strBody;
+  if (nPage == kAscii) nPage = kLatin1;
+  const bool bConverted =
+      EncodingConvert().EncConvert(kUtf8, nPage, strBody.data(), strBody.size(), arrRoom, log);
+  // Text for a page that the library cannot write goes out as it is.
+  return bConverted || !arrRoom.isEmpty() ? arrRoom.view() : strBody;
+}
+
+std::vector<MimeMessage2*> entitiesOf(MimeMessage2& objRoot) {
+  std::vector<MimeMessage2*> arrEntities;
+  std::vector<MimeMessage2*> arrOpen = {&objRoot};
+  while (!arrOpen.empty()) {
+    MimeMessage2* const pEntity = arrOpen.back();
+    arrOpen.pop_back();
+    arrEntities.push_back(pEntity);
+    for (std::size_t n = pEntity->partCount(); n-- > 0;) arrOpen.push_back(pEntity->part(n));
+  }
+  return arrEntities;
+}
+
+BinaryAsBase64::BinaryAsBase64(MimeMessage2& objRoot, LogBase& log) : m_log(log) {
+  for (MimeMessage2* pEntity : entitiesOf(objRoot)) {
+    if (!spoilsText(*pEntity)) continue;
+    const bool bDirty = pEntity->m_bDirty;
+    pEntity->m_nTempEncoding = pEntity->encoding().isEmpty() ? kWasNone : kWasBinary;
+    pEntity->setEncoding("base64", log);
+    pEntity->m_bDirty = bDirty;
+    m_arrSwitched.push_back(pEntity);
+  }
+}
+
+BinaryAsBase64::~BinaryAsBase64() {
+  for (MimeMessage2* pEntity : m_arrSwitched) {
+    const bool bDirty = pEntity->m_bDirty;
+    pEntity->setEncoding(pEntity->m_nTempEncoding == kWasBinary ? "binary" : "", m_log);
+    pEntity->m_nTempEncoding = kNotTemporary;
+    pEntity->m_bDirty = bDirty;
+  }
+}
+
+int pageOfWrittenText(MimeMessage2& objRoot) {
+  for (const MimeMessage2* pEntity : entitiesOf(objRoot)) {
+    const bool bAsItIs = pEntity->encoding().isEmpty() || hasEncoding(*pEntity, "8bit") ||
+                         hasEncoding(*pEntity, "binary");
+    if (pEntity->partCount() > 0 || !bAsItIs || !isWrittenAsText(*pEntity) ||
+        byte_search::is7bit(pEntity->body().view())) {
+      continue;
+    }
+    const int nPage = pEntity->charset().getCodePage();
+    return nPage == 0                          ? static_cast<int>(kUtf8)
+           : nPage == static_cast<int>(kAscii) ? static_cast<int>(kLatin1)
+                                               : nPage;
+  }
+  return 0;
+}
+
+}  // namespace mail
