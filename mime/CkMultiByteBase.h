@@ -72,9 +72,8 @@ class CkMultiByteBase {
   const char* runText(bool (Cls::*pMethod)(Parameters...), Arguments&&... arguments) {
     if (impl<Cls>() == nullptr) return nullptr;
     CkString& strSlot = nextSlot();
-    return run(pMethod, std::forward<Arguments>(arguments)..., strSlot.text())
-               ? strSlot.getString()
-               : nullptr;
+    return run(pMethod, std::forward<Arguments>(arguments)..., strSlot.text()) ? strSlot.getString()
+                                                                               : nullptr;
   }
 
  private:
@@ -89,10 +88,8 @@ class CkMultiByteBase {
   };
   NarrowArgument argument(const char* pszText) const { return {pszText, Utf8}; }
   template <class T>
-    requires(!std::is_convertible_v<T, const char*>)
-  T&& argument(T&& value) const {
-    return std::forward<T>(value);
-  }
+  requires(!std::is_convertible_v<T, const char*>) T && argument(T&& value)
+  const { return std::forward<T>(value); }
 
   CkString& nextSlot();
 
