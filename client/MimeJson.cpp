@@ -1,0 +1,81 @@
+#include "client/MimeJson.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "mime/base/LogNull.h"
+#include "mime/header/CkContentType.h"
+#include "platform/Sha256.h"
+
+namespace client {
+namespace {
+
+using nlohmann::ordered_json;
+
+std::string Text(const mail::StringBuffer& buffer) { return std::string(buffer.view()); }
+
+ordered_json Parameters(const mail::_ckContentType& type) {
+  ordered_json result = ordered_json::object();
+  const std::array<std::pair<const char*, const mail::StringBuffer*>, 9> parameters = {{
+      {"charset", &type.m_charset.getName()},
+      {"charset", &type.m_unknownCharset},
+      {"boundary", &type.m_boundary},
+      {"name", &type.m_name},
+      {"type", &type.m_typeParam},
+      {"report-type", &type.m_reportType},
+      {"protocol", &type.m_protocol},
+      {"micalg", &type.m_micalg},
+      {"smime-type", &type.m_smimeType},
+  }};
+  for (const auto& [name, value] : parameters) {
+    if (!value->isEmpty()) result[name] = Text(*value);
+  }
+  if (type.m_bFormatFlowed) result["format"] = "flowed";
+  return result;
+}
+
+ordered_json Headers(const mail::MimeHeader& header) {
+  ordered_json result = ordered_json::array();
+  for (std::size_t n = 0; n < header.getCount(); ++n) {
+    result.push_back({Text(header.at(n)->name()), Text(header.at(n)->value())});
+  }
+  return result;
+}
+
+ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& path) {
+  mail::LogNull log;
+  mail::_ckContentType type;
+  entity.getContentType(type, log);
+  mail::StringBuffer fileName;
+  entity.getFileName(fileName, log);
+
+  ordered_json result;
+  result["path"] = path.empty() ? "." : path;
+  result["type"] = Text(entity.contentType());
+  result["params"] = Parameters(type);
+  result["charset"] = Text(entity.charset().getName());
+  result["code_page"] = entity.charset().getCodePage();
+  result["encoding"] = Text(entity.encoding());
+  result["disposition"] = Text(entity.disposition());
+  result["filename"] = Text(fileName);
+  result["name"] = Text(type.m_name);
+  result["size"] = entity.body().getSize();
+  result["sha256"] = platform::Sha256Hex(entity.body().view());
+  result["headers"] = Headers(entity.header());
+  if (entity.isUndivided()) result["undivided"] = true;
+  result["parts"] = ordered_json::array();
+  for (std::size_t n = 0; n < entity.partCount(); ++n) {
+    const std::string place = (path.empty() ? "" : path + ".") + std::to_string(n);
+    result["parts"].push_back(EntityJson(*entity.part(n), place));
+  }
+  return result;
+}
+
+}  // namespace
+
+// The depth of a tree, and of this recursion, is bounded by MimeMessage2::kMaxDepth.
+ordered_json MimeJson(const mail::MimeMessage2& entity) { return EntityJson(entity, ""); }
+
+}  // namespace client

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "mime/tree/MimeMessage2.h"
+
+namespace client {
+
+// A tree of MIME entities for people and scripts, its keys in a fixed order:
+//
+//   path         "." for the root, "0.1" for the second child of its first child
+//   type         lower case, empty when the mail says none; params: what else Content-Type says
+//   charset      its name and code_page; empty and 0 when there is none
+//   encoding, disposition, filename, name: empty when the mail does not say
+//   size, sha256 of the decoded body, which is UTF-8 for text
+//   headers      [name, value] pairs in the order of the mail, decoded
+//   parts        the same of each child
+//   undivided    true, where an entity lies too deep for its parts to be told apart
+//
+// Texts are UTF-8; bytes of a damaged mail that are none become U+FFFD when the JSON is written
+// with that handler.
+nlohmann::ordered_json MimeJson(const mail::MimeMessage2& entity);
+
+}  // namespace client
