@@ -1,0 +1,177 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+
+#include "mime/base/LogNull.h"
+#include "mime/tree/MimeMessage2.h"
+
+namespace {
+
+using mail::MimeMessage2;
+
+constexpr std::size_t kMostStepsPerByte = 200;
+
+std::string Times(std::size_t count, const std::function<std::string(std::size_t)>& piece) {
+  std::string text;
+  for (std::size_t n = 0; n < count; ++n) text += piece(n);
+  return text;
+}
+
+std::string MultipartHeader(const std::string& boundary, std::string_view end = "\r\n") {
+  std::string header = "Content-Type: multipart/mixed; boundary=\"" + boundary + "\"";
+  return header.append(end).append(end);
+}
+
+// A multipart within a multipart within …, each with its delimiter and, if closed, its end.
+std::string Nested(std::size_t depth, const std::function<std::string(std::size_t)>& boundary,
+                   bool closed, std::string_view end = "\r\n") {
+  std::string text = Times(depth, [&](std::size_t n) {
+    return MultipartHeader(boundary(n), end) + "--" + boundary(n) + std::string(end);
+  });
+  text.append("Content-Type: text/plain").append(end).append(end).append("innermost").append(end);
+  for (std::size_t n = depth; closed && n-- > 0;)
+    text.append("--" + boundary(n) + "--").append(end);
+  return text;
+}
+
+std::string Numbered(std::size_t n) { return "=_" + std::to_string(n) + "_"; }
+
+struct Shape {
+  std::size_t entities = 0;
+  std::size_t depth = 0;
+};
+
+Shape ShapeOf(const MimeMessage2& root) {
+  Shape shape;
+  std::vector<std::pair<const MimeMessage2*, std::size_t>> open = {{&root, 0}};
+  while (!open.empty()) {
+    const auto [entity, depth] = open.back();
+    open.pop_back();
+    ++shape.entities;
+    shape.depth = std::max(shape.depth, depth);
+    for (std::size_t n = 0; n < entity->partCount(); ++n)
+      open.push_back({entity->part(n), depth + 1});
+  }
+  return shape;
+}
+
+struct Case {
+  const char* name;
+  std::string text;
+  std::size_t entities;  // at least
+  std::size_t depth;     // exactly
+};
+
+std::vector<Case> Cases() {
+  const std::string part = "--b\r\n\r\nabcdef\r\n";
+  return {
+      {"deep", Nested(100'000, Numbered, true), 1001, 1000},
+      {"deep without ends", Nested(100'000, Numbered, false), 1001, 1000},
+      {"deep with bare LF", Nested(100'000, Numbered, true, "\n"), 1001, 1000},
+      {"deep, boundaries that begin alike",
+       Nested(
+           3'000, [](std::size_t n) { return std::string(300, 'x') + std::to_string(n) + "x"; },
+           true),
+       1001, 1000},
+      {"deep, each boundary a prefix of the next",
+       Nested(
+           1'000, [](std::size_t n) { return std::string(n + 1, 'x'); }, true),
+       1001, 1000},
+      {"deep, dashes alone tell boundaries apart",
+       Nested(
+           900, [](std::size_t n) { return std::string(900 - n, '-') + "x"; }, true),
+       901, 900},
+      {"deep, dashes within boundaries",
+       Nested(
+           1'000, [](std::size_t n) { return "a--b" + std::to_string(n); }, false) +
+           Times(100'000, [](std::size_t) { return "--a--b--\r\n"; }),
+       1001, 1000},
+      {"deep, nothing but dashes in boundaries",
+       Nested(
+           900, [](std::size_t n) { return std::string(900 - n, '-'); }, false) +
+           Times(100'000, [](std::size_t n) { return std::string(2 + n % 9, '-') + "\n"; }) +
+           std::string(950, '-'),
+       901, 900},
+      {"many parts", MultipartHeader("b") + Times(1'000'000, [&](std::size_t) { return part; }),
+       1'000'001, 1},
+      {"many parts, deep down",
+       Nested(20, Numbered, false) +
+           Times(100'000, [](std::size_t) { return "--=_19_\r\n\r\nabcdef\r\n"; }),
+       100'021, 20},
+      {"one byte of boundary",
+       MultipartHeader("x") + Times(50'000, [](std::size_t) { return "--x\r\na: bc\r\n"; }), 50'001,
+       1},
+      {"long boundary",
+       MultipartHeader(std::string(10'000, 'q')) + Times(300,
+                                                         [](std::size_t n) {
+                                                           return "--" + std::string(10'000, 'q') +
+                                                                  (n % 2 == 0 ? "\r\nabcdef\r\n"
+                                                                              : "q\r\n");
+                                                         }),
+       151, 1},
+      {"nothing but near delimiters",
+       Nested(900, Numbered, false) + Times(200'000, [](std::size_t) { return "--=_\r\n"; }), 901,
+       900},
+      {"nothing but dashes", MultipartHeader("------x") + std::string(2'000'000, '-'), 1, 0},
+      {"CR alone", MultipartHeader("b") + Times(100'000, [](std::size_t) { return "--b\r\r\r"; }),
+       1, 0},
+      {"CR alone from the start", Nested(1'000, Numbered, true, "\r") + std::string(200'000, '\r'),
+       1001, 1000},
+      {"mixed line ends",
+       Nested(1'000, Numbered, true, "\r\n") +
+           Times(300'000,
+                 [](std::size_t n) {
+                   return std::string("\r\n\n\r\r\r\n").substr(n % 3, 1 + n % 4);
+                 }),
+       1001, 1000},
+      {"NULs", MultipartHeader("b") + "--b\r\n" + std::string(2'000'000, '\0'), 2, 1},
+      {"lines that are no header", Times(300'000, [](std::size_t) { return "\r\r\r\r\n"; }), 1, 0},
+  };
+}
+
+TEST(MimeTreeWork, IsLinearOnHostileMail) {
+  for (const Case& mail : Cases()) {
+    for (const bool repair : {false, true}) {
+      MimeMessage2 root;
+      ::mail::LogNull log;
+      std::uint64_t steps = 0;
+      ASSERT_TRUE(root.loadMimeComplete(mail.text, {.bRepair = repair, .pSteps = &steps}, log));
+      const Shape shape = ShapeOf(root);
+      EXPECT_LT(steps, kMostStepsPerByte * mail.text.size()) << mail.name << " " << repair;
+      EXPECT_GE(steps, mail.text.size() / 2) << mail.name << ": the counter counts";
+      EXPECT_GE(shape.entities, mail.entities) << mail.name << " " << repair;
+      EXPECT_EQ(shape.depth, mail.depth) << mail.name << " " << repair;
+    }
+  }
+}
+
+TEST(MimeTreeWork, EntitiesBelowTheDeepestLevelStayUndividedAndAreWrittenAsTheyCame) {
+  for (const std::size_t depth : {MimeMessage2::kMaxDepth, MimeMessage2::kMaxDepth + 1}) {
+    const std::string text = Nested(depth, Numbered, true);
+    MimeMessage2 root;
+    ::mail::LogNull log;
+    ASSERT_TRUE(root.loadMimeComplete(text, {}, log));
+    EXPECT_EQ(root.hasUndivided(), depth > MimeMessage2::kMaxDepth);
+    EXPECT_EQ(ShapeOf(root).depth, MimeMessage2::kMaxDepth);
+    ::mail::DataBuffer written;
+    root.getMimeBytes(written, log);
+    MimeMessage2 again;
+    ASSERT_TRUE(again.loadMimeComplete(written.view(), {}, log));
+    EXPECT_EQ(ShapeOf(again).depth, MimeMessage2::kMaxDepth);
+    EXPECT_EQ(again.hasUndivided(), root.hasUndivided());
+  }
+}
+
+TEST(MimeTreeWork, ALoneHeaderEndsAtItsLimit) {
+  MimeMessage2 root;
+  ::mail::LogNull log;
+  const std::string text = "a: " + std::string(MimeMessage2::kMaxLoneHeader - 3, 'x');
+  EXPECT_TRUE(root.loadMimeComplete(text, {}, log));
+  EXPECT_EQ(root.header().getCount(), 1U);
+  EXPECT_FALSE(root.loadMimeComplete(text + "x", {}, log));
+  EXPECT_EQ(root.header().getCount(), 0U);
+}
+
+}  // namespace
