@@ -22,12 +22,20 @@ icu::Locale GregorianLocale(const UserLocale& objLocale) {
   return icu::Locale::createFromName((strName + "@calendar=gregorian").c_str());
 }
 
+bool IsNoBreakSpace(char16_t ch) { return ch == 0x00A0 || ch == 0x202F; }
+
 void AddNames(std::vector<DateNames::Name>& arrNames, const icu::UnicodeString* pNames, int nCount,
               int nFirstValue) {
   for (int i = 0; i < nCount && pNames; ++i) {
     std::u16string str(pNames[i].getBuffer(), static_cast<size_t>(pNames[i].length()));
     while (str.ends_with(u'.')) str.pop_back();
-    if (!str.empty()) arrNames.push_back({UpperUnits(str), nFirstValue + i});
+    if (str.empty()) continue;
+    arrNames.push_back({UpperUnits(str), nFirstValue + i});
+    // Spanish has "p.\u00A0m."; people type an ordinary blank.
+    std::ranges::replace_if(str, IsNoBreakSpace, u' ');
+    if (UpperUnits(str) != arrNames.back().strUpper) {
+      arrNames.push_back({UpperUnits(str), nFirstValue + i});
+    }
   }
 }
 

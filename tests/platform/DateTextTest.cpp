@@ -76,6 +76,8 @@ TEST_F(DateText, ATimeStandsBeforeOrBehindOrAlone) {
     EXPECT_EQ(Read("C", text), kAfternoon);
   }
   EXPECT_EQ(Read("ko_KR", u"2024. 3. 5. 오후 1:05"), kAfternoon);
+  EXPECT_EQ(Read("es_ES", u"5/3/2024 1:05 p.\u00A0m."), kAfternoon);
+  EXPECT_EQ(Read("es_ES", u"5/3/2024 1:05 p. m."), kAfternoon);
   EXPECT_EQ(Read("C", u"12:30 AM"), "1899-12-30 00:30:00");
   EXPECT_EQ(Read("C", u"12:30:09 pm"), "1899-12-30 12:30:09");
   for (const char16_t* text : {u"13:05 PM", u"0:30 AM", u"24:00", u"12:60", u"12:00:60",
