@@ -1,5 +1,6 @@
 #include "pipeline/ItemDescriptor.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <stdexcept>
@@ -175,6 +176,9 @@ void FillByType(const DescriptorLines& objLines, ST_EML_INFO& objInfo) {
   }
 }
 
+// 9999-12-31 23:59:59, the last that a date on the wire can say.
+constexpr std::int64_t kLastSecond = 253402300799;
+
 bool IsLeapYear(int nYear) { return (nYear % 4 == 0 && nYear % 100 != 0) || nYear % 400 == 0; }
 
 }  // namespace
@@ -243,6 +247,8 @@ CivilDateTime GetDateTime(COleDateTime value) {
 }
 
 std::int64_t ToUniversalTime(const CivilDateTime& objDate) {
-  return platform::LocalToUtcSeconds(COleDateTime(objDate.nYear, objDate.nMonth, objDate.nDay,
-                                                  objDate.nHour, objDate.nMinute, objDate.nSecond));
+  const std::int64_t nSeconds =
+      platform::LocalToUtcSeconds(COleDateTime(objDate.nYear, objDate.nMonth, objDate.nDay,
+                                               objDate.nHour, objDate.nMinute, objDate.nSecond));
+  return std::min(nSeconds, kLastSecond);
 }

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <vector>
 
+#include "ews/ExtendedProperty.h"
 #include "ews/Settings.h"
 #include "tests/pipeline/TempRunFolder.h"
 
@@ -149,6 +151,13 @@ TEST_F(ItemDescriptor, LeapDayMovesUnlessTheSafeSwitchIsOn) {
   EXPECT_EQ(GetDateTime(leap), (CivilDateTime{2024, 2, 29, 10, 20, 30}));
   ews::Settings().bSafe = false;
   EXPECT_THROW(GetDateTime(COleDateTime::Invalid()), std::out_of_range);
+}
+
+TEST_F(ItemDescriptor, UtcStopsAtTheLastSecondOfYear9999) {
+  setenv("TZ", "WEST8", 1);
+  EXPECT_EQ(ews::FormatUtc({ToUniversalTime({9999, 12, 31, 15, 59, 58})}), "9999-12-31T23:59:58Z");
+  EXPECT_EQ(ews::FormatUtc({ToUniversalTime({9999, 12, 31, 23, 59, 59})}), "9999-12-31T23:59:59Z");
+  unsetenv("TZ");
 }
 
 }  // namespace
