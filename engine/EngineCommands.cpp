@@ -42,7 +42,7 @@ std::int32_t CCTarnyOutlookEngneDlg::OnLoginOutlook(Bytes objBytes) {
   m_strClientSecret = m_stLogin.strClientSecret;
   m_strImpersonatedUserMail = m_stLogin.strImpersonatedUserMail;
   m_strTargetType = m_stLogin.strTargetType;
-  m_objHandler.SetAllowDuplicates(m_stLogin.bAllowDuplicates == 1);
+  m_objHandler.SetAllowDuplicates(m_stLogin.bAllowDuplicates != 0);
   if (m_stLogin.bLogSwitch == 1) m_objHandler.m_objLogManager.SetFileName(strLogonLog);
   Log(u"MSG_LOGIN_OUTLOOK");
   return LogOnOutlook();

@@ -54,7 +54,7 @@ struct ST_LOGIN_INFO {
   CString strClientId;
   CString strClientSecret;
   std::uint8_t bChangeViewOfCalender = 0;
-  std::uint8_t bAllowDuplicates = 0;  // 1 turns the duplicate check on
+  std::uint8_t bAllowDuplicates = 0;  // not 0 turns the duplicate check on
   std::uint8_t bLogSwitch = 0;        // 1 sends this logon's trace to "3LogFile.txt"
   std::uint8_t iConnType = 0;
 };

@@ -76,7 +76,7 @@ ST_LOGIN_INFO EngineRun::LoginRecord(const std::string& target) const {
 
 bool EngineRun::Logon(const std::string& target, bool checksDuplicates) {
   ST_LOGIN_INFO login = LoginRecord(target);
-  login.bAllowDuplicates = checksDuplicates ? 1 : 0;
+  login.bAllowDuplicates = checksDuplicates ? 0xFF : 0;  // any byte but 0
   if (target == "Group") login.strImpersonatedUserMail = u"team@example.org";
   return m_client->Logon(login);
 }
