@@ -6,6 +6,7 @@
 #include "engine/CCTarnyOutlookEngneDlg.h"
 #include "engine/ItemStatus.h"
 #include "ews/Connection.h"
+#include "ews/Settings.h"
 #include "pipeline/ItemDescriptor.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -166,6 +167,9 @@ std::int32_t CCTarnyOutlookEngneDlg::OnInsertItem(Bytes objBytes) {
     m_objHandler.SetFlag(1);  // stays until the next item sets its own
     return m_objHandler.ImportItem(objItem.strFilePath, strRetryErr, objItem.strLogFilepath);
   });
+  if (ews::Settings().bSafe) {  // no other mail may take this one's page for its own
+    (void)platform::DeleteFileAt(objItem.strFilePath + u"Imagech111.html");
+  }
   m_objHandler.m_objLogManager.WriteLogFile4(objItem.strLogFilepath, strStatus);
   m_objHandler.m_objLogManager.WriteLogFile4(u"4LogFile.txt", strStatus);
   ++m_nMailCount;

@@ -21,8 +21,9 @@ struct ServiceSettings {
   std::vector<CString> arrTrustHosts;
   bool bTokenCache = false;  // answer from a cache while a token has over five minutes left
   // On: the ledger binds its values, 29 February stays what it is, attachment lists take nothing
-  // from outside the work folder, and a folder that the server refuses to make is looked up once
-  // more.
+  // from outside the work folder, a folder that the server refuses to make is looked up once more,
+  // an image page is kept for the second try of its mail, and a mail whose EmlFile.Eml cannot be
+  // read fails.
   bool bSafe = false;
 
   // strEwsUrl, or the public endpoint where that is empty.

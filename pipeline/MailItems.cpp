@@ -156,7 +156,8 @@ bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& st
   if (const CString strPage = strHtmPath + u"Imagech111.html"; platform::PathExists(strPage)) {
     Log(u" Imagech111.html");
     const CString strText = GetStringFromFile(strPage, &nLength, /*bDisp=*/false);
-    (void)platform::DeleteFileAt(strPage);  // one that stays is written anew for the next page
+    // One that stays is written anew for the next page. The safe switch keeps it for a second try.
+    if (!ews::Settings().bSafe) (void)platform::DeleteFileAt(strPage);
     SetBodyText(objMail, ews::BodyType::HTML, strText);
     SaveImageAttachment(objMail, u"2ImageAttchment.txt");
     Log(u" RETURN Imagech111.html");

@@ -342,6 +342,21 @@ TEST_F(EngineMail, ABadAddressIsCleanedAndTriedOnceMore) {
   EXPECT_EQ(engine.RunStatus(), kSuccessStatus);
 }
 
+TEST_F(EngineMail, TheSecondTryHasTheImagePageOnlyWithTheSafeSwitch) {
+  for (const bool safe : {false, true}) {
+    run.reset();
+    std::filesystem::remove_all(folder.File("run"));
+    EngineRun& engine = StartIn("P\\", safe ? Lines{"--safe"} : Lines{});
+    MailFields fields;
+    fields.to = "a\x01@example.org";
+    engine.NewMail(fields);
+    engine.Work("Imagech111.html", "<p>page</p>");
+    ASSERT_EQ(engine.Insert(), 1) << engine.RunStatus();
+    EXPECT_EQ(Items().back().info.body, safe ? "<p>page</p>" : "");
+    EXPECT_FALSE(std::filesystem::exists(engine.File("Temp/Imagech111.html")));
+  }
+}
+
 TEST_F(EngineMail, ABodyThatXmlForbidsGivesAnEmptyStatusLine) {
   EngineRun& engine = StartIn("B\\");
   engine.Status();
