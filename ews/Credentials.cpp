@@ -5,7 +5,8 @@
 namespace ews {
 
 Credentials::Credentials(const WebCredentials& obj)
-    : m_strHeader("Basic " +
+    : m_objUser(obj),
+      m_strHeader("Basic " +
                   platform::Base64Encode(obj.User().ToUtf8() + ":" + obj.Password().ToUtf8())) {}
 
 Credentials::Credentials(const OAuthCredentials& obj)

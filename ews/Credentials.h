@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "platform/CString.h"
@@ -29,7 +30,8 @@ class OAuthCredentials {
   CString m_strToken;
 };
 
-// What goes into the Authorization header, or nothing.
+// What goes into the Authorization header, or nothing. A user name with its password is there as
+// itself, too: a server may want it in a handshake instead.
 class Credentials {
  public:
   Credentials() = default;
@@ -39,8 +41,11 @@ class Credentials {
   bool IsEmpty() const { return m_strHeader.empty(); }
   // The header's value ("Basic …", "Bearer …"). Belongs in a request and in no log.
   const std::string& HeaderValue() const { return m_strHeader; }
+  // Null for a token.
+  const WebCredentials* UserAndPassword() const { return m_objUser ? &*m_objUser : nullptr; }
 
  private:
+  std::optional<WebCredentials> m_objUser;
   std::string m_strHeader;
 };
 

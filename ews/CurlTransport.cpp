@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <set>
 
 #include <curl/curl.h>
 
@@ -44,13 +45,14 @@ struct Transfer {
   std::uint64_t nBodyRead = 0;
   bool bSendOnce = false;
   bool bUnanswered = false;  // the whole body may have arrived, and no answer came
+  bool bRefused = false;     // a 401 came behind what was sent: it was not carried out
   HttpResponse objResponse;
   bool bTooLarge = false;
   bool bConnected = false;
   std::exception_ptr pFailure;
 
   // True when a request that may be sent only once may have reached the server whole.
-  bool BodyIsOut() const { return bSendOnce && pBody && nBodyRead >= pBody->Length(); }
+  bool BodyIsOut() const { return bSendOnce && !bRefused && pBody && nBodyRead >= pBody->Length(); }
 };
 
 size_t OnRead(char* pBuffer, size_t nSize, size_t nCount, void* pUser) {
@@ -58,6 +60,7 @@ size_t OnRead(char* pBuffer, size_t nSize, size_t nCount, void* pUser) {
   try {
     const size_t n = objTransfer.pBody->Read({pBuffer, nSize * nCount});
     objTransfer.nBodyRead += n;
+    objTransfer.bRefused = false;
     return n;
   } catch (...) {
     objTransfer.pFailure = std::current_exception();
@@ -68,6 +71,7 @@ size_t OnRead(char* pBuffer, size_t nSize, size_t nCount, void* pUser) {
 // Called when a kept connection turns out to be dead and the request starts over on a new one. The
 // server may have carried out what it was sent whole, so that such a request is not repeated if it
 // makes something. One that ended while idle is noticed before the body is read, and no failure.
+// Called, too, when a login handshake begins anew on a connection: then a 401 came.
 int OnSeek(void* pUser, curl_off_t nOffset, int nOrigin) {
   if (nOffset != 0 || nOrigin != SEEK_SET) return CURL_SEEKFUNC_CANTSEEK;
   auto& objTransfer = *static_cast<Transfer*>(pUser);
@@ -97,6 +101,12 @@ size_t OnWrite(char* pData, size_t nSize, size_t nCount, void* pUser) {
   return n;
 }
 
+// "401" of "HTTP/1.1 401 Unauthorized".
+std::string_view StatusOf(std::string_view strLine) {
+  const size_t nBlank = strLine.find(' ');
+  return nBlank == std::string_view::npos ? std::string_view() : strLine.substr(nBlank + 1, 3);
+}
+
 size_t OnHeader(char* pData, size_t nSize, size_t nCount, void* pUser) {
   auto& objTransfer = *static_cast<Transfer*>(pUser);
   const size_t n = nSize * nCount;
@@ -108,6 +118,7 @@ size_t OnHeader(char* pData, size_t nSize, size_t nCount, void* pUser) {
     const size_t nColon = strLine.find(':');
     if (strLine.starts_with("HTTP/")) {
       objTransfer.objResponse.arrHeaders.clear();  // a new answer begins
+      objTransfer.bRefused = StatusOf(strLine) == "401";
     } else if (nColon != std::string_view::npos) {
       std::string_view strValue = strLine.substr(nColon + 1);
       while (!strValue.empty() && strValue.front() == ' ') strValue.remove_prefix(1);
@@ -184,6 +195,41 @@ void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfe
   SetBody(pCurl, objRequest, objTransfer);
 }
 
+// True if a refusing answer offers that way to log on. Offers come in headers of their own or
+// separated by commas, with parameters behind a blank.
+bool Offers(const HttpResponse& objResponse, std::string_view strScheme) {
+  for (const auto& [strName, strValue] : objResponse.arrHeaders) {
+    if (!EqualHost(strName, "WWW-Authenticate")) continue;
+    for (size_t nFrom = 0; nFrom < strValue.size();) {
+      nFrom = std::min(strValue.find_first_not_of(" ,", nFrom), strValue.size());
+      const size_t nEnd = std::min(strValue.find_first_of(" ,", nFrom), strValue.size());
+      if (EqualHost(std::string_view(strValue).substr(nFrom, nEnd - nFrom), strScheme)) return true;
+      nFrom = std::min(strValue.find(',', nEnd), strValue.size());
+    }
+  }
+  return false;
+}
+
+bool OffersNtlmAlone(const HttpResponse& objResponse) {
+  return Offers(objResponse, "NTLM") && !Offers(objResponse, "Basic");
+}
+
+// libcurl's handshake makes 16-bit units of bytes one to one.
+std::string ForNtlm(const CString& str) {
+  std::string strBytes;
+  for (const char16_t ch : str.View()) {
+    if (ch > 0xFF) return str.ToUtf8();
+    strBytes += static_cast<char>(ch);
+  }
+  return strBytes;
+}
+
+void SetNtlm(CURL* pCurl, const WebCredentials& objUser) {
+  curl_easy_setopt(pCurl, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NTLM));
+  curl_easy_setopt(pCurl, CURLOPT_USERNAME, ForNtlm(objUser.User()).c_str());
+  curl_easy_setopt(pCurl, CURLOPT_PASSWORD, ForNtlm(objUser.Password()).c_str());
+}
+
 std::string NetworkFailureText(CURLcode eCode, const char* pszDetail, const HttpRequest& objRequest,
                                const Transfer& objTransfer) {
   const std::string strHost = HostForMessage(objRequest.strUrl);
@@ -209,6 +255,7 @@ std::string NetworkFailureText(CURLcode eCode, const char* pszDetail, const Http
 
 struct CurlTransport::Impl {
   std::unique_ptr<CURL, EasyDeleter> pCurl;
+  std::set<std::string> setNtlmOrigins;  // those that offered it and no Basic
 };
 
 CurlTransport::CurlTransport() : m_pImpl(std::make_unique<Impl>()) {
@@ -219,6 +266,29 @@ CurlTransport::CurlTransport() : m_pImpl(std::make_unique<Impl>()) {
 CurlTransport::~CurlTransport() = default;
 
 HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
+  const auto objUrl = ParseUrl(objRequest.strUrl);
+  if (!objUrl || !objRequest.objCredentials.UserAndPassword()) {
+    return Exchange(objRequest, Login::kHeader);
+  }
+  const std::string strOrigin = objUrl->SchemeAndHost() + ":" + objUrl->strPort;
+  HttpRequest objLogin = objRequest;
+  if (!m_pImpl->setNtlmOrigins.contains(strOrigin)) {
+    const auto nEnd = Now() + objRequest.nTimeout;
+    HttpResponse objResponse = Exchange(objRequest, Login::kHeader);
+    if (objResponse.nStatus != 401 || !OffersNtlmAlone(objResponse)) return objResponse;
+    objLogin.nTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - Now());
+    if (objLogin.pBody) objLogin.pBody->Rewind();
+  }
+  HttpResponse objResponse = Exchange(objLogin, Login::kNtlm);
+  if (objResponse.nStatus == 401) {  // it may have changed its ways: Basic again, the next time
+    m_pImpl->setNtlmOrigins.erase(strOrigin);
+  } else {
+    m_pImpl->setNtlmOrigins.insert(strOrigin);
+  }
+  return objResponse;
+}
+
+HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Login eLogin) {
   CURL* pCurl = m_pImpl->pCurl.get();
   if (!pCurl) throw ServiceException("The request failed. The HTTP library did not start.");
   Transfer objTransfer;
@@ -228,13 +298,14 @@ HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
   for (const auto& [strName, strValue] : objRequest.arrHeaders) {
     AddHeader(objHeaders, strName, strValue);
   }
-  if (!objRequest.objCredentials.IsEmpty()) {
+  if (eLogin == Login::kHeader && !objRequest.objCredentials.IsEmpty()) {
     AddHeader(objHeaders, "Authorization", objRequest.objCredentials.HeaderValue());
   }
   objHeaders.Add("Expect:");  // no wait for "100 Continue"
   char szDetail[CURL_ERROR_SIZE] = "";
   curl_easy_reset(pCurl);  // keeps the connections
   SetOptions(pCurl, objRequest, objTransfer);
+  if (eLogin == Login::kNtlm) SetNtlm(pCurl, *objRequest.objCredentials.UserAndPassword());
   curl_easy_setopt(pCurl, CURLOPT_HTTPHEADER, objHeaders.Get());
   curl_easy_setopt(pCurl, CURLOPT_ERRORBUFFER, szDetail);
 

@@ -1,0 +1,173 @@
+#include <array>
+
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+
+#include "ews/CurlTransport.h"
+#include "ews/EmailMessage.h"
+#include "ews/ExchangeService.h"
+#include "platform/Base64.h"
+#include "tests/ews/Answers.h"
+#include "tests/ews/ScriptedTransport.h"
+#include "tests/support/ScriptedServer.h"
+
+// The handshake as a server sees it: a first message without the request's body, a challenge back,
+// an answer to it together with the body. From then on the connection itself is logged on.
+namespace {
+
+using test_support::ScriptedAnswer;
+using test_support::ScriptedServer;
+using test_support::SeenRequest;
+
+const std::string kServerChallenge = "\x01\x23\x45\x67\x89\xAB\xCD\xEF";
+// MD4 of "pässword" in 16-bit units.
+const std::string kPasswordHash =
+    "\xF1\xB0\x94\xF2\x5B\xBD\xCB\x6F\xDB\xAA\x6C\xC8\xB4\x3F\x0C\x44";
+
+std::string Units(std::u16string_view text) {
+  return {reinterpret_cast<const char*>(text.data()), text.size() * 2};
+}
+
+// Names no target, offers 16-bit text and the second version of the answer.
+std::string Challenge() {
+  const std::string targetInfo = std::string("\x02\0\x04\0D\0M\0", 8) + std::string(4, '\0');
+  return std::string("NTLMSSP\0\x02\0\0\0\0\0\0\0\x30\0\0\0\x01\x02\x88\0", 24) + kServerChallenge +
+         std::string(8, '\0') + std::string("\x0C\0\x0C\0\x30\0\0\0", 8) + targetInfo;
+}
+
+// The bytes of the message in an Authorization header, "" if it holds none.
+std::string Message(const SeenRequest& request) {
+  const std::string header = request.Header("Authorization");
+  std::string bytes;
+  if (!header.starts_with("NTLM ") || !platform::Base64Decode(header.substr(5), bytes)) return {};
+  return bytes;
+}
+
+size_t Little(const std::string& bytes, size_t at, int count) {
+  size_t value = 0;
+  while (count-- > 0) value = value << 8 | static_cast<unsigned char>(bytes.at(at + count));
+  return value;
+}
+
+// A field of a message: its length and place stand at `at`.
+std::string Field(const std::string& message, size_t at) {
+  return message.substr(Little(message, at + 4, 4), Little(message, at, 2));
+}
+
+std::string HmacMd5(const std::string& key, const std::string& data) {
+  std::array<unsigned char, 16> hash{};
+  HMAC(EVP_md5(), key.data(), static_cast<int>(key.size()),
+       reinterpret_cast<const unsigned char*>(data.data()), data.size(), hash.data(), nullptr);
+  return {hash.begin(), hash.end()};
+}
+
+class Ntlm : public testing::Test {
+ protected:
+  Ntlm() {
+    m_service->SetUrl(CString::FromUtf8(m_server.Url("/EWS/Exchange.asmx")));
+    m_service->SetCredentials(ews::WebCredentials(u"CORP\\tom", u"pässword"));
+  }
+  std::string Find() {
+    return TextOf([&] { m_service->FindFolders(m_root, ews::FolderView(10)); });
+  }
+  std::string Save() {
+    return TextOf([&] { ews::EmailMessage(m_service).Save(m_root); });
+  }
+  void Refuse(const std::string& offer = "NTLM", const std::string& other = "Negotiate") {
+    m_server.Push(
+        {.status = 401, .headers = {{"WWW-Authenticate", other}, {"WWW-Authenticate", offer}}});
+  }
+  void PushChallenge() { Refuse("NTLM " + platform::Base64Encode(Challenge())); }
+  // The requests in order: B with Basic, 1 and 3 with that message, - with neither; "+" behind one
+  // that has its body.
+  std::string Seen() const {
+    std::string kinds;
+    for (const SeenRequest& request : m_server.Requests()) {
+      const std::string message = Message(request);
+      kinds += request.Header("Authorization").starts_with("Basic ") ? 'B'
+               : message.empty()                                     ? '-'
+                                 : static_cast<char>('0' + Little(message, 8, 4));
+      if (!request.body.empty()) kinds += '+';
+      kinds += ' ';
+    }
+    return kinds;
+  }
+
+  SettingsKeeper m_settings;
+  ScriptedServer m_server;
+  ews::CurlTransport m_transport;
+  ews::ScopedTransport m_scope{m_transport};
+  std::shared_ptr<ews::ExchangeService> m_service =
+      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  const ews::FolderId m_root = ews::WellKnownFolderName::MsgFolderRoot;
+};
+
+TEST_F(Ntlm, TheHandshakeProvesUserDomainAndPassword) {
+  Refuse();
+  PushChallenge();
+  m_server.Push({.body = answers::Item("I")});
+  EXPECT_EQ(Save(), "no exception");
+  EXPECT_EQ(Seen(), "B+ 1 3+ ");
+  const std::string answer = Message(m_server.Requests().at(2));
+  EXPECT_EQ(Field(answer, 28), Units(u"CORP"));
+  EXPECT_EQ(Field(answer, 36), Units(u"tom"));
+  const std::string proof = Field(answer, 20);
+  ASSERT_GT(proof.size(), 16u);
+  const std::string key = HmacMd5(kPasswordHash, Units(u"TOMCORP"));
+  EXPECT_EQ(proof.substr(0, 16), HmacMd5(key, kServerChallenge + proof.substr(16)));
+  EXPECT_EQ(m_server.Requests().at(2).body, m_server.Requests().at(0).body);
+}
+
+TEST_F(Ntlm, AConnectionIsLoggedOnOnceAndEachNewOneAgain) {
+  Refuse();
+  PushChallenge();
+  for (int i = 0; i < 3; ++i) m_server.Push({.body = answers::Found({})});
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(Find(), "no exception");
+  EXPECT_EQ(Seen(), "B+ 1 3+ -+ -+ ");
+  m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
+  EXPECT_NE(Save().find("It may have carried the request out."), std::string::npos);
+  EXPECT_EQ(Seen(), "B+ 1 3+ -+ -+ -+ ");  // what creates is not sent again
+  PushChallenge();
+  m_server.Push({.body = answers::Item("I")});
+  EXPECT_EQ(Save(), "no exception");
+  EXPECT_EQ(Seen(), "B+ 1 3+ -+ -+ -+ 1 3+ ");
+  // A login that the server forgets is made anew: nothing was carried out.
+  Refuse();
+  PushChallenge();
+  m_server.Push({.body = answers::Item("I")});
+  EXPECT_EQ(Save(), "no exception");
+  EXPECT_EQ(Seen(), "B+ 1 3+ -+ -+ -+ 1 3+ -+ 1 3+ ");
+}
+
+TEST_F(Ntlm, AnAnswerThatIsLostIsNotAskedForAgain) {
+  Refuse();
+  PushChallenge();
+  m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
+  EXPECT_NE(Save().find("It may have carried the request out."), std::string::npos);
+  EXPECT_EQ(Seen(), "B+ 1 3+ ");
+}
+
+TEST_F(Ntlm, OnlyAPasswordForAServerWithoutBasicStartsIt) {
+  Refuse("NTLM", "Basic realm=\"x\"");
+  EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
+  Refuse("NTLMX, x NTLM", "Negotiate");
+  EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
+  EXPECT_EQ(Seen(), "B+ B+ ");
+  m_service->SetCredentials(ews::OAuthCredentials(u"token"));
+  Refuse();
+  EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
+  EXPECT_EQ(Seen(), "B+ B+ -+ ");
+}
+
+TEST_F(Ntlm, AWrongPasswordIsToldAndBasicIsTriedFirstAgain) {
+  Refuse();
+  PushChallenge();
+  Refuse();
+  EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
+  m_server.Push({.body = answers::Found({})});
+  EXPECT_EQ(Find(), "no exception");
+  EXPECT_EQ(Seen(), "B+ 1 3+ B+ ");
+}
+
+}  // namespace
