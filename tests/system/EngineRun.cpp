@@ -1,16 +1,11 @@
 #include "tests/system/EngineRun.h"
 
-#include <fcntl.h>
-#include <sys/wait.h>
-
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 
 #include "platform/Sqlite.h"
-#include "platform/UniqueFd.h"
 
 namespace system_test {
 namespace {
@@ -35,21 +30,10 @@ EngineRun::EngineRun(const std::string& folder, std::vector<std::string> options
                      const std::vector<std::string>& wrapper,
                      const std::function<void(const std::string&)>& prepare)
     : m_folder(folder + "/run") {
-  std::filesystem::create_directories(m_folder + "/Temp");
-  std::filesystem::copy(TARNY_BIN "/TarnyOutlookEngine", m_folder + "/engine");
-  if (prepare) prepare(m_folder);
-  platform::ChildOptions start;
-  start.arrArguments = wrapper;
-  start.arrArguments.push_back(m_folder + "/engine");
-  start.arrArguments.insert(start.arrArguments.end(), options.begin(), options.end());
-  const std::string title = "<GUID>" + m_folder;
-  start.arrArguments.push_back(title);
-  start.arrEnvironment = {"LC_ALL=C", "TZ=UTC"};
-  const platform::UniqueFd errors(
-      open((m_folder + ".stderr").c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0600));
-  start.nStderr = errors.Get();
-  m_process.emplace(platform::ChildProcess::Start(start));
-  m_client = std::make_unique<client::EngineClient>(title, std::chrono::seconds(60));
+  if (prepare) prepare(m_folder.File(""));
+  options.push_back(m_folder.Title());
+  m_process.emplace(m_folder.Start(options, wrapper));
+  m_client = std::make_unique<client::EngineClient>(m_folder.Title(), std::chrono::seconds(60));
 }
 
 EngineRun::~EngineRun() {
@@ -61,8 +45,7 @@ EngineRun::~EngineRun() {
 
 int EngineRun::Close() {
   m_client->Close();
-  const int status = m_process->Wait();
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return test_support::ExitCode(m_process->Wait());
 }
 
 ST_LOGIN_INFO EngineRun::LoginRecord(const std::string& target) const {
@@ -100,7 +83,7 @@ int EngineRun::CreateNewFolder(std::string_view path) {
 }
 
 void EngineRun::Work(const std::string& name, std::string_view bytes) const {
-  WriteFile(m_folder + "/Temp/" + name, bytes);
+  WriteFile(File("Temp/" + name), bytes);
 }
 
 void EngineRun::WorkWide(const std::string& name, std::string_view utf8) const {
@@ -110,7 +93,7 @@ void EngineRun::WorkWide(const std::string& name, std::string_view utf8) const {
 }
 
 void EngineRun::NewMail(const MailFields& fields) const {
-  for (const auto& entry : std::filesystem::directory_iterator(m_folder + "/Temp")) {
+  for (const auto& entry : std::filesystem::directory_iterator(File("Temp"))) {
     std::filesystem::remove_all(entry.path());
   }
   // A label that stands alone would be taken for the value.
@@ -125,7 +108,7 @@ void EngineRun::NewMail(const MailFields& fields) const {
 }
 
 int EngineRun::Insert(int flag) {
-  return m_client->InsertItem({Wide(WindowsForm(m_folder + "/Temp/")), u"run.txt", flag});
+  return m_client->InsertItem({Wide(WindowsForm(File("Temp/"))), u"run.txt", flag});
 }
 
 int EngineRun::InsertEml(const std::string& key, std::string_view mime) {
@@ -134,19 +117,6 @@ int EngineRun::InsertEml(const std::string& key, std::string_view mime) {
   NewMail(fields);
   Work("EmlFile.Eml", mime);
   return Insert();
-}
-
-std::string EngineRun::Take(const std::string& name) const {
-  const std::string bytes = test_support::ReadAll(File(name));
-  std::filesystem::remove(File(name));
-  return bytes;
-}
-
-std::string EngineRun::Trace() const {
-  const std::string bytes = Take("TarnyEngine.txt");
-  std::u16string text(bytes.size() / 2, u'\0');
-  std::memcpy(text.data(), bytes.data(), text.size() * 2);
-  return CString(text).ToUtf8();
 }
 
 std::vector<std::string> EngineRun::Ledger() const {

@@ -11,6 +11,7 @@
 #include "client/EngineClient.h"
 #include "mailboxd/Store.h"
 #include "platform/ChildProcess.h"
+#include "tests/support/EngineFolder.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace system_test {
@@ -38,8 +39,8 @@ class EngineRun {
 
   client::EngineClient& Client() { return *m_client; }
   pid_t Pid() const { return m_process->Pid(); }
-  std::string File(const std::string& name) const { return m_folder + "/" + name; }
-  std::string Errors() const { return test_support::ReadAll(m_folder + ".stderr"); }
+  std::string File(const std::string& name) const { return m_folder.File(name); }
+  std::string Errors() const { return m_folder.Errors(); }
   int Close();  // asks it to end; its exit code, -1 for a signal
 
   bool Logon(const std::string& target = "Mailbox", bool checksDuplicates = true);
@@ -56,19 +57,18 @@ class EngineRun {
   int InsertEml(const std::string& key, std::string_view mime);
 
   // What was written since the last call. The trace comes as UTF-8, "\r\n" as a line's end.
-  std::string Trace() const;
-  std::string Status() const { return Take("4LogFile.txt"); }
-  std::string RunStatus() const { return Take("run.txt"); }
+  std::string Trace() const { return m_folder.Trace(); }
+  std::string Status() const { return m_folder.Take("4LogFile.txt"); }
+  std::string RunStatus() const { return m_folder.Take("run.txt"); }
   // The ledger's rows, "folder|id|target" each.
   std::vector<std::string> Ledger() const;
 
   static constexpr const char* kUser = "tom@example.org";
 
  private:
-  std::string Take(const std::string& name) const;
   ST_LOGIN_INFO LoginRecord(const std::string& target) const;
 
-  std::string m_folder;
+  test_support::EngineFolder m_folder;
   std::optional<platform::ChildProcess> m_process;
   std::unique_ptr<client::EngineClient> m_client;
 };
