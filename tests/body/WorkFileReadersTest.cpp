@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
+#include <vector>
 
 #include "html/charset/LibraryNarrow.h"
 #include "target/CTarnyOutlookHandler.h"
@@ -71,6 +73,32 @@ TEST_F(WorkFileReaders, BytesComeWholeAndAFolderIsNoFile) {
   EXPECT_EQ(bytes[2], 'b');
   EXPECT_EQ(GetPureMime(GetCurrPath(), &length), nullptr);
   EXPECT_EQ(length, 0);
+  const std::unique_ptr<unsigned char[]> same(GetCharFromFile(Path(), &length));
+  ASSERT_TRUE(same);
+  EXPECT_EQ(length, 3);
+  EXPECT_EQ(same[2], 'b');
+  EXPECT_EQ(GetCharFromFile(GetCurrPath(), &length), nullptr);
+  EXPECT_EQ(length, 3);  // here it stays
+}
+
+TEST_F(WorkFileReaders, LinesComeAsTheyAreWithTheirEnd) {
+  CTarnyOutlookHandler handler;
+  TempRunFolder::WriteWide(folder.Work("f"), u"one\r\n\tt\u00F6\n\nend");
+  EXPECT_EQ(handler.GetStringFromFileTemp(Path(), &length, false), u"one\r\n\tt\u00F6\n\nend\n");
+  EXPECT_EQ(length, 26);
+  EXPECT_EQ(handler.GetStringFromFileTemp(GetCurrPath() + u"none", &length, false), u"");
+  EXPECT_EQ(length, 26);
+}
+
+TEST_F(WorkFileReaders, TextIsCopiedIntoAClearedBuffer) {
+  std::vector<unsigned char> bytes(kCopyBytes, 0xEE);
+  CopyTOChar(u"a\u20ACz", bytes.data());
+  EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 6), std::string("a\0\xAC\0z\0", 6));
+  EXPECT_EQ(std::ranges::count(bytes, 0), static_cast<long>(kCopyBytes) - 3);
+  std::vector<char16_t> units(kCopyBytes / 2, u'\xEEEE');
+  CopyTOCharUNicode(u"a\u20ACz", units.data());
+  EXPECT_EQ(std::u16string(units.begin(), units.begin() + 3), u"a\u20ACz");
+  EXPECT_EQ(std::ranges::count(units, u'\0'), static_cast<long>(kCopyBytes / 2) - 3);
 }
 
 TEST_F(WorkFileReaders, NamesAreClassifiedByCase) {
@@ -80,6 +108,12 @@ TEST_F(WorkFileReaders, NamesAreClassifiedByCase) {
   EXPECT_EQ(handler.FindExtension(u"text/plain; inline"), 1);
   EXPECT_EQ(handler.FindDotExtensionn(u"a.JPG"), 0);
   EXPECT_EQ(handler.FindDotExtensionn(u"a.jpe"), 1);
+  CStringArray types;
+  for (const char16_t* type : {u"text/plain", u"Image/png; 1", u"image/png; 2", u"image/png; 3"}) {
+    types.Add(type);
+  }
+  EXPECT_EQ(handler.ExtractTYPEFromeFile(types, u"image/png"), u"image/png; 2");
+  EXPECT_EQ(handler.ExtractTYPEFromeFile(types, u"audio"), u"");
 }
 
 }  // namespace

@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <filesystem>
 #include <vector>
 
 #include "ews/Settings.h"
 #include "target/CTarnyOutlookHandler.h"
+#include "tests/ews/Answers.h"
+#include "tests/ews/ScriptedTransport.h"
 #include "tests/pipeline/TempRunFolder.h"
 
 namespace {
@@ -85,6 +89,65 @@ TEST_F(MailItems, LostMimeFailsTheMailOnlyWithTheSafeSwitch) {
   EXPECT_EQ(Fill(), 1);
 }
 
+TEST_F(MailItems, AWorkPathThatNamesAFileGivesItsBytesAsTheMime) {
+  TempRunFolder::Write(folder.Work("one.eml"), "Subject: 1\r\n\r\n");
+  ASSERT_EQ(handler.SaveEmailItem(mail, GetCurrPath() + u"one.eml", &info), 1);
+  ASSERT_TRUE(mail.GetMimeContent().IsSet());
+  EXPECT_EQ(mail.GetMimeContent().CharacterSet(), u"us-ascii");
+  EXPECT_EQ(mail.GetMimeContent().Length(), 14u);
+}
+
+// Whatever goes wrong has its own lines in the trace, by which support people find the place.
+TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
+  const std::string lost = "The file EmlFile.Eml could not be read.";
+  const struct {
+    bool newFolder;
+    bool safe;
+    bool tooLarge;  // EmlFile.Eml; else it is a folder where `safe` is on, and a mail where not
+    std::string error;
+    std::string lines;
+  } rows[] = {
+      {false, true, false, lost, "ImportItem_Catch1 \r\n"},
+      {true, true, false, lost, " Catch3 \r\n" + lost + "\r\n"},
+      {true, false, false, "It is full.", " Catch4 \r\nIt is full.\r\n"},
+      {false, false, false, "It is full.", " Catch2 \r\nIt is full.\r\n"},
+      {false, false, true, "It is full.",
+       " IN \\EmlFile.Eml\r\nCatch_1_SaveEmailItem\r\n Before SaveAttachment\r\n"},
+  };
+  ScriptedTransport transport;
+  const ews::ScopedTransport scope(transport);
+  TempRunFolder::WriteWide(folder.Work("11comtextjj.t"), u"EMAIL\n");
+  handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
+  handler.m_objWebAccess.m_pService =
+      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  handler.m_objWebAccess.m_pService->SetUrl(u"https://mail.example.com/EWS");
+  handler.m_objWebAccess.m_fldCurrent = handler.m_objWebAccess.m_fldNewFolder =
+      ews::WellKnownFolderName::Inbox;
+  const std::string eml = folder.Work("EmlFile.Eml");
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.lines);
+    std::filesystem::remove(eml);
+    if (row.safe) {
+      std::filesystem::create_directory(eml);
+    } else {
+      TempRunFolder::Write(eml, "Subject: 1\r\n\r\n");
+    }
+    if (row.tooLarge) std::filesystem::resize_file(eml, std::uintmax_t{1} << 31);  // a sparse one
+    transport.Push(answers::Error("CreateItem", "ErrorQuotaExceeded", "It is full."));
+    ews::Settings().bSafe = row.safe;
+    handler.m_bNewFolderMode = row.newFolder;
+    CString error;
+    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+    EXPECT_EQ(error.ToUtf8(), row.error);
+    EXPECT_EQ(folder.Read(folder.Path() + "/run.txt"), row.error + "\r\r\n");
+    const std::string bytes = folder.Read(folder.Path() + "/trace.txt");
+    std::u16string trace(bytes.size() / 2, u'\0');
+    std::memcpy(trace.data(), bytes.data(), trace.size() * 2);
+    EXPECT_NE(CString(trace).ToUtf8().find(row.lines), std::string::npos);
+    for (const char* log : {"/run.txt", "/trace.txt"}) std::filesystem::remove(folder.Path() + log);
+  }
+}
+
 TEST_F(MailItems, TypesWithoutASaverFailInSoManyWords) {
   folder.WriteWide(folder.Work("11comtextjj.t"), u"TASK\n");
   CString error;
@@ -97,15 +160,21 @@ TEST_F(MailItems, SafeAttachmentsStayInTheWorkFolder) {
   TempRunFolder::Write(folder.Path() + "/secret.txt", "s");
   TempRunFolder::Write(folder.Work("in.txt"), "i");
   std::filesystem::create_symlink(folder.Path() + "/secret.txt", folder.Work("link.txt"));
-  TempRunFolder::WriteWide(folder.Work("11comtextjjAttach.t"),
-                           u"in.txt\r\n..\\secret.txt\r\nlink.txt\r\n\r\n");
-  handler.SaveAttachment(mail);
-  EXPECT_EQ(mail.Attachments().Count(), 3);
+  for (const char* list : {"11comtextjjAttach.t", "2ImageAttchment.txt"}) {
+    TempRunFolder::WriteWide(folder.Work(list), u"in.txt\r\n..\\secret.txt\r\nlink.txt\r\n\r\n");
+  }
+  const auto both = [&](ews::EmailMessage& filled) {
+    handler.SaveAttachment(filled);
+    handler.SaveImageAttachment(filled, u"2ImageAttchment.txt");
+  };
+  both(mail);
+  EXPECT_EQ(mail.Attachments().Count(), 6);
   ews::EmailMessage confined{nullptr};
   ews::Settings().bSafe = true;
-  handler.SaveAttachment(confined);
-  ASSERT_EQ(confined.Attachments().Count(), 1);
+  both(confined);
+  ASSERT_EQ(confined.Attachments().Count(), 2);
   EXPECT_EQ(confined.Attachments()[0].Name(), u"in.txt");
+  EXPECT_EQ(confined.Attachments()[1].Name(), u"in.txt");
 }
 
 TEST_F(MailItems, ImportBeforeALogonFailsWithTheReasonInTheStatusLog) {
