@@ -24,7 +24,8 @@ struct HttpRequest {
   Headers arrHeaders;
   Credentials objCredentials;
   bool bSecretBody = false;      // the body itself is for trusted eyes alone
-  bool bSendOnce = false;        // a second arrival would do harm: never repeated once it is out
+  bool bSendOnce = false;        // a second arrival would do harm: never repeated once it is out,
+                                 // unless a 401 says that it was not carried out
   RequestBody* pBody = nullptr;  // not owned; null for none. Rewound before it is sent
   std::chrono::milliseconds nTimeout{100000};  // for the whole request, upload included
 };
