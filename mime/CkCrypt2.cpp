@@ -1,0 +1,15 @@
+#include "mime/CkCrypt2.h"
+
+#include <new>
+
+namespace mail {
+namespace {
+
+class ClsCrypt2 final : public ClsBase {
+  ~ClsCrypt2() override = default;
+};
+
+}  // namespace
+}  // namespace mail
+
+CkCrypt2::CkCrypt2() : CkMultiByteBase(new (std::nothrow) mail::ClsCrypt2) {}

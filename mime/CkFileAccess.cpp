@@ -1,0 +1,31 @@
+#include "mime/CkFileAccess.h"
+
+#include <new>
+
+#include "mime/base/ClsOperation.h"
+#include "mime/base/LibraryFiles.h"
+
+namespace mail {
+namespace {
+
+class ClsFileAccess final : public ClsBase {
+ public:
+  bool WriteEntireFile(XString& strPath, const DataBuffer& arrBytes) {
+    ClsOperation objOperation(*this, "WriteEntireFile");
+    m_log.LogData("path", strPath.utf8().view());
+    m_log.LogDataLong("numBytes", arrBytes.getSize());
+    return objOperation.done(writeWholeFile(strPath, arrBytes.view()));
+  }
+
+ private:
+  ~ClsFileAccess() override = default;
+};
+
+}  // namespace
+}  // namespace mail
+
+CkFileAccess::CkFileAccess() : CkMultiByteBase(new (std::nothrow) mail::ClsFileAccess) {}
+
+bool CkFileAccess::WriteEntireFile(const char* pszPath, CkByteData& objBytes) {
+  return run(&mail::ClsFileAccess::WriteEntireFile, pszPath, objBytes.bytes());
+}

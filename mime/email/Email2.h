@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "html/charset/CkCharset.h"
+#include "mime/base/DataBuffer.h"
+#include "mime/base/ExtPtrArray.h"
+#include "mime/base/LibraryObject.h"
+#include "mime/base/LogBase.h"
+#include "mime/base/OwnedPtr.h"
+#include "mime/base/StringBuffer.h"
+#include "mime/base/Validity.h"
+#include "mime/header/CkContentType.h"
+#include "mime/header/CkEmailAddress.h"
+#include "mime/header/MimeHeader.h"
+
+namespace mail {
+
+class MimeMessage2;
+
+// A mail, or one node of it, as a writer of mail thinks of it: a tree of its own above that of MIME
+// entities, in which bodies and attachments have their places (EmailBuilding.h makes it from a
+// text, EmailBodies.h tells what is what, EmailWriter.h writes it).
+//
+// Texts are UTF-8, and so are bodies of text nodes, unless keepsBytes says that a body stayed as it
+// came. Type, disposition, encoding and names follow the header; whoever changes header() by hand
+// calls refresh.
+//
+// Nothing throws. An object whose validity word is wrong does nothing and answers false or empty.
+class Email2 : public LibraryObject {
+ public:
+  static constexpr std::uint32_t kEmailValidityWord = 0xF592C107;
+
+  Email2();  // a node without fields
+  // A mail as somebody begins it: MIME-Version, the date of now, an empty plain text, normal
+  // priority. Null for want of memory.
+  static OwnedPtr<Email2> newMail(LogBase& log);
+
+  bool isValid() const { return m_emailValidity.holds(); }
+
+  // --- Reading. ---
+  const MimeHeader& header() const { return m_header; }
+  const _ckContentType& contentType() const { return m_contentType; }
+  const StringBuffer& type() const { return m_contentType.m_type; }  // lower case
+  const StringBuffer& disposition() const { return m_disposition; }  // lower case
+  const StringBuffer& encoding() const { return m_encoding; }
+  const StringBuffer& fileName() const { return m_fileName; }  // of Content-Disposition
+  const StringBuffer& name() const { return m_name; }          // of Content-Type
+  const _ckEmailAddress& from() const { return m_from; }       // the first one; of the root
+  const _ckCharset& charset() const { return m_charset; }      // of the message; page 0: none
+  const DataBuffer& body() const { return m_body; }
+  const DataBuffer& rawPart() const { return m_rawPart; }  // this node as it came, if it was signed
+  std::size_t partCount() const { return m_parts.getSize(); }
+  Email2* part(std::size_t nIndex) const { return m_parts.at(nIndex); }  // null behind the end
+  bool isMultipart() const { return partCount() > 0 || type().beginsWith("multipart/"); }
+  bool isText() const { return partCount() == 0 && type().beginsWith("text/"); }
+  bool keepsBytes() const { return m_bKeepsBytes; }  // the body is no UTF-8: written as it came
+  bool isUndivided() const { return m_bUndivided; }  // too deep for its parts to be told apart
+
+  // --- Changing. ---
+  // Takes fields and body out of an entity, which is left without them; its parts stay there.
+  void takeEntity(MimeMessage2& objEntity, LogBase& log);
+  bool addPart(OwnedPtr<Email2> pPart) { return m_parts.append(std::move(pPart)); }
+  // The charset of the message: what its header is written in, and the body of a root that is text.
+  void setCharset(const _ckCharset& objCharset, LogBase& log);
+  // An empty text takes the field away.
+  void setSubject(std::string_view strUtf8, LogBase& log);
+  void setFrom(std::string_view strUtf8, LogBase& log);
+  // The charset that the node's body is written in.
+  void setBodyCharset(const _ckCharset& objCharset, LogBase& log);
+  MimeHeader& header() { return m_header; }
+  void refresh(LogBase& log);
+
+ private:
+  void takeHeader(MimeHeader& objHeader, LogBase& log);
+
+  Validity<std::uint32_t, kEmailValidityWord> m_emailValidity;
+  MimeHeader m_header;
+  ExtPtrArrayOf<Email2> m_parts;
+  StringBuffer m_disposition;
+  _ckContentType m_contentType;
+  StringBuffer m_encoding;
+  StringBuffer m_fileName;
+  StringBuffer m_name;
+  _ckEmailAddress m_from;
+  _ckCharset m_charset;
+  DataBuffer m_body;
+  DataBuffer m_rawPart;
+  bool m_bKeepsBytes = false;
+  bool m_bUndivided = false;
+};
+
+}  // namespace mail

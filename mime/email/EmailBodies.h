@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "mime/base/LogBase.h"
+#include "mime/email/Email2.h"
+
+namespace mail {
+
+// What in a mail is text to read, and what is a file that came with it.
+
+// A node and the one that it is part of; null for the root.
+struct PlacedEmail {
+  const Email2* pNode = nullptr;
+  const Email2* pParent = nullptr;
+};
+
+// Whether a node is an attachment, and the reason in the words of the log.
+struct AttachmentAnswer {
+  bool bAttachment = false;
+  std::string_view strReason;
+};
+AttachmentAnswer decideAttachment(const PlacedEmail& objPlaced);
+
+// Every node, each in front of its children. Pointers are good while the tree is the same.
+std::vector<PlacedEmail> nodesOf(const Email2& objRoot);
+
+// The attachments in the order of the mail. A verbose log gets the reason for each node.
+std::vector<const Email2*> attachmentsOf(const Email2& objRoot, LogBase& log);
+
+// The texts of the message itself, in their order: the same text in several types, or one behind
+// the other.
+std::vector<const Email2*> alternativesOf(const Email2& objRoot, LogBase& log);
+
+// The first alternative of a type, such as "text/html"; null if there is none.
+const Email2* findAlternative(const Email2& objRoot, std::string_view strType, LogBase& log);
+
+}  // namespace mail
