@@ -38,6 +38,19 @@ class ExtPtrArray : public LibraryObject {
   // Gives up one object; false behind the end.
   bool deleteAt(std::size_t nIndex);
   void removeAll();  // gives up all
+  void swap(ExtPtrArray& other) noexcept { m_arrObjects.swap(other.m_arrObjects); }
+
+ protected:
+  // Gives up those of which the test says so, in one pass; how many there were.
+  template <class Test>
+  std::size_t deleteObjectsIf(Test test) {
+    const auto fnDrop = [&](LibraryObject* pObject) {
+      if (!test(pObject)) return false;
+      LibraryObject::deleteObject(pObject);
+      return true;
+    };
+    return std::erase_if(m_arrObjects, fnDrop);
+  }
 
  private:
   std::vector<LibraryObject*> m_arrObjects;
@@ -59,6 +72,11 @@ class ExtPtrArrayOf : private ExtPtrArray {
     if (!insertObject(nIndex, pObject.get())) return false;
     (void)pObject.release();  // the array's from now on
     return true;
+  }
+  void swap(ExtPtrArrayOf& other) noexcept { ExtPtrArray::swap(other); }
+  template <class Test>
+  std::size_t deleteIf(Test test) {
+    return deleteObjectsIf([&](LibraryObject* pObject) { return test(*static_cast<T*>(pObject)); });
   }
   OwnedPtr<T> remove(std::size_t nIndex) { return OwnedPtr<T>(static_cast<T*>(removeAt(nIndex))); }
 };

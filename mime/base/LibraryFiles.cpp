@@ -1,9 +1,5 @@
 #include "mime/base/LibraryFiles.h"
 
-#include <optional>
-
-#include "platform/Files.h"
-
 namespace mail {
 namespace {
 
@@ -29,8 +25,12 @@ bool readWholeFile(XString& strPath, DataBuffer& arrBytes) {
   return false;
 }
 
+std::optional<platform::File> createFile(XString& strPath) {
+  return openFile(strPath, platform::OpenMode::kCreate);
+}
+
 bool writeWholeFile(XString& strPath, std::string_view strBytes) {
-  std::optional<platform::File> objFile = openFile(strPath, platform::OpenMode::kCreate);
+  std::optional<platform::File> objFile = createFile(strPath);
   const auto* const pBytes = reinterpret_cast<const unsigned char*>(strBytes.data());
   return objFile && (strBytes.empty() || objFile->Write({pBytes, strBytes.size()}));
 }

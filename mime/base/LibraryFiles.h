@@ -1,9 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 #include "mime/base/DataBuffer.h"
 #include "mime/base/XString.h"
+#include "platform/Files.h"
 
 namespace mail {
 
@@ -13,6 +15,8 @@ namespace mail {
 // Replaces arrBytes by the bytes of the file. False, and no bytes, when it is no regular file,
 // cannot be read, or is too large for a buffer.
 bool readWholeFile(XString& strPath, DataBuffer& arrBytes);
+// Creates or empties the file, for writing; nothing when that cannot be done.
+std::optional<platform::File> createFile(XString& strPath);
 // Creates or replaces the file. False when it cannot be written; what is there then is unspecified.
 bool writeWholeFile(XString& strPath, std::string_view strBytes);
 

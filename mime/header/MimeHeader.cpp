@@ -1,5 +1,7 @@
 #include "mime/header/MimeHeader.h"
 
+#include <utility>
+
 #include "mime/base/AsciiText.h"
 #include "mime/base/DataBuffer.h"
 #include "mime/header/FieldNames.h"
@@ -152,13 +154,41 @@ void MimeHeader::addField(std::string_view strName, std::string_view strValueUtf
 
 std::size_t MimeHeader::deleteField(std::string_view strName, bool bAll) {
   if (!bAll) return m_fields.deleteAt(indexOf(strName)) ? 1 : 0;
-  std::size_t nDeleted = 0;
-  for (std::size_t n = getCount(); n-- > 0;) {
+  return m_fields.deleteIf(
+      [&](const MimeField& objField) { return equalsNoCase(objField.name().view(), strName); });
+}
+
+void MimeHeader::mergeFields(std::string_view strName, std::string_view strSeparator,
+                             LogBase& log) {
+  StringBuffer strMerged;
+  std::size_t nFields = 0;
+  for (std::size_t n = 0; n < getCount(); ++n) {
     if (!equalsNoCase(at(n)->name().view(), strName)) continue;
-    (void)m_fields.deleteAt(n);
-    ++nDeleted;
+    if (!strMerged.isEmpty() && !at(n)->value().isEmpty()) (void)strMerged.append(strSeparator);
+    (void)strMerged.append(at(n)->value());
+    ++nFields;
   }
-  return nDeleted;
+  if (nFields < 2) return;
+  MimeField* const pFirst = m_fields.at(indexOf(strName));
+  (void)m_fields.deleteIf([&](const MimeField& objField) {
+    return &objField != pFirst && equalsNoCase(objField.name().view(), strName);
+  });
+  const StringBuffer strFirstName(pFirst->name());
+  pFirst->setContents(strFirstName.view(), strMerged.view(), m_control, log);
+}
+
+void MimeHeader::takeFields(MimeHeader& other, LogBase& log) {
+  m_fields.removeAll();
+  m_fields.swap(other.m_fields);
+  m_codePage = std::exchange(other.m_codePage, 0);
+  if (!m_control.m_bMailAddresses) return;
+  for (std::size_t n = 0; n < getCount(); ++n) {
+    MimeField& objField = *m_fields.at(n);
+    if (!isTraceField(objField.name().view())) continue;
+    const StringBuffer strName(objField.name());
+    const StringBuffer strValue(objField.value());
+    objField.setContents(strName.view(), strValue.view(), m_control, log);
+  }
 }
 
 void MimeHeader::clear() {

@@ -43,6 +43,12 @@ class MimeHeader : public LibraryObject {
   void addField(std::string_view strName, std::string_view strValueUtf8, LogBase& log);
   // Removes the first field of that name, or all; how many there were.
   std::size_t deleteField(std::string_view strName, bool bAll);
+  // Joins the values of all fields of that name in the first one, with the separator between them,
+  // and removes the others. One field, or none, stays as it is.
+  void mergeFields(std::string_view strName, std::string_view strSeparator, LogBase& log);
+  // Takes the fields and the code page of another header, which is empty then, in place of what was
+  // here; what m_control asks for is done to them.
+  void takeFields(MimeHeader& other, LogBase& log);
   void clear();  // fields and code page
 
   // Appends all fields for a mail in that code page (0: m_codePage), without the line end of the

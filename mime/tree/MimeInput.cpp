@@ -40,8 +40,8 @@ bool addHeader(std::string_view strBoundary, std::string_view strBytes, DataBuff
 
 }  // namespace
 
-bool loadMimeInput(MimeMessage2& objRoot, std::string_view strBytes, LogBase& log) {
-  MimeMessage2::LoadOptions objOptions;
+bool loadMimeInput(MimeMessage2& objRoot, std::string_view strBytes, LogBase& log,
+                   MimeMessage2::LoadOptions objOptions) {
   DataBuffer arrUtf8;
   if (isUtf16File(strBytes)) {
     log.LogInfo("Converting from unicode...");

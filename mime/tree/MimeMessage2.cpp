@@ -165,6 +165,16 @@ void MimeMessage2::setBody(std::string_view strBytes) {
   setBody(std::move(arrBody));
 }
 
+void MimeMessage2::takeBody(MimeMessage2& other) {
+  m_body = std::move(other.m_body);
+  m_bUnconverted = other.m_bUnconverted;
+  m_bDirty = true;
+  other.setBody(DataBuffer());
+}
+
+DataBuffer MimeMessage2::releaseBody() { return std::move(m_body); }
+DataBuffer MimeMessage2::releaseRawPart() { return std::move(m_rawPart); }
+
 void MimeMessage2::refreshCache(LogBase& log) {
   if (!isValid()) return;
   refreshContentType(log);

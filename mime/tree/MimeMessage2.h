@@ -92,6 +92,8 @@ class MimeMessage2 : public LibraryObject {
   MimeMessage2* part(std::size_t nIndex) const { return m_parts.at(nIndex); }
   ExtPtrArrayOf<MimeMessage2>& parts() { return m_parts; }
   bool isDirty() const { return m_bDirty; }
+  // Whether the body is typed as text and still the bytes that came.
+  bool isUnconverted() const { return m_bUnconverted; }
   bool isUndivided() const { return m_bUndivided; }
   // Of the entity that was loaded: whether any below it stayed undivided.
   bool hasUndivided() const { return m_bHasUndivided; }
@@ -107,6 +109,11 @@ class MimeMessage2 : public LibraryObject {
   void setEncoding(std::string_view strEncoding, LogBase& log);
   void setBody(DataBuffer&& arrBody);  // UTF-8 for text
   void setBody(std::string_view strBytes);
+  // Takes over the body of another entity, which has none then, in place of this one's.
+  void takeBody(MimeMessage2& other);
+  // Give body and raw part away; the entity is without them then.
+  DataBuffer releaseBody();
+  DataBuffer releaseRawPart();
   void setPreamble(bool bPreamble) { m_bPreamble = bPreamble; }
   void setDirty() { m_bDirty = true; }
   // After changes of header(): reads the cache again.
