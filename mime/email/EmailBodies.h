@@ -31,9 +31,13 @@ std::vector<const Email2*> attachmentsOf(const Email2& objRoot, LogBase& log);
 
 // The texts of the message itself, in their order: the same text in several types, or one behind
 // the other.
-std::vector<const Email2*> alternativesOf(const Email2& objRoot, LogBase& log);
+std::vector<const Email2*> alternativesOf(const Email2& objRoot);
 
 // The first alternative of a type, such as "text/html"; null if there is none.
-const Email2* findAlternative(const Email2& objRoot, std::string_view strType, LogBase& log);
+const Email2* findAlternative(const Email2& objRoot, std::string_view strType);
+
+// The HTML text of a mail in UTF-8, with CR LF line ends and otherwise as it is; what the log says
+// why there is none. False then, and for want of memory.
+bool htmlBodyOf(const Email2& objRoot, StringBuffer& strHtml, LogBase& log);
 
 }  // namespace mail

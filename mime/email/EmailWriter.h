@@ -34,10 +34,11 @@ class EmailWriter {
   bool write(Email2& objRoot);
 
  private:
-  bool writeNode(Email2& objNode);
-  bool writeHeader(const Email2& objNode);
+  bool writeLeaf(Email2& objNode);
+  bool writeHeader(Email2& objNode);
   bool writeBody(const Email2& objNode);
   bool writeDelimiter(const Email2& objNode, std::string_view strTail);
+  bool writeLineEnd();
   bool put(std::string_view strBytes, std::string_view strFailure);
 
   EmailOutput& m_objOutput;

@@ -1,0 +1,101 @@
+#include "mime/email/Email2.h"
+
+#include <array>
+#include <ctime>
+#include <string>
+#include <utility>
+
+#include "mime/header/ContentDisposition.h"
+#include "mime/tree/MimeMessage2.h"
+
+namespace mail {
+namespace {
+
+// "Sun, 31 Mar 2024 13:05:00 +0200": names are English, for no program sets a locale.
+std::string dateOfNow() {
+  const std::time_t nNow = std::time(nullptr);
+  std::tm objLocal{};
+  std::array<char, 64> aText{};
+  if (localtime_r(&nNow, &objLocal) == nullptr) return {};
+  return {aText.data(),
+          std::strftime(aText.data(), aText.size(), "%a, %d %b %Y %H:%M:%S %z", &objLocal)};
+}
+
+std::string_view valueOf(const MimeHeader& objHeader, std::string_view strName) {
+  const MimeField* const pField = objHeader.find(strName);
+  return pField != nullptr ? pField->value().view() : std::string_view();
+}
+
+}  // namespace
+
+Email2::Email2() { m_header.m_control.m_bMailAddresses = true; }
+
+OwnedPtr<Email2> Email2::newMail(LogBase& log) {
+  auto pMail = makeOwned<Email2>();
+  if (pMail == nullptr) return nullptr;
+  MimeHeader& objHeader = pMail->m_header;
+  objHeader.addField("MIME-Version", "1.0", log);
+  objHeader.addField("Date", dateOfNow(), log);
+  objHeader.addField("Content-Type", "text/plain", log);
+  objHeader.addField("Content-Transfer-Encoding", "7bit", log);
+  objHeader.addField("X-Priority", "3 (Normal)", log);
+  pMail->refresh(log);
+  return pMail;
+}
+
+void Email2::takeEntity(MimeMessage2& objEntity, LogBase& log) {
+  if (!isValid()) return;
+  m_header.takeFields(objEntity.header(), log);
+  m_body = objEntity.releaseBody();
+  m_rawPart = objEntity.releaseRawPart();
+  m_bKeepsBytes = objEntity.isUnconverted();
+  m_bUndivided = objEntity.isUndivided();
+  refresh(log);
+}
+
+void Email2::refresh(LogBase& log) {
+  if (!isValid()) return;
+  m_contentType.load(valueOf(m_header, "content-type"), log);
+  m_name = m_contentType.m_name;
+  ContentDisposition objDisposition;
+  objDisposition.load(valueOf(m_header, "content-disposition"), log);
+  m_disposition = std::move(objDisposition.m_type);
+  m_fileName = std::move(objDisposition.m_fileName);
+  (void)m_encoding.setString(valueOf(m_header, "content-transfer-encoding"));
+  (void)m_from.load(valueOf(m_header, "from"), log);
+}
+
+void Email2::setCharset(const _ckCharset& objCharset, LogBase& log) {
+  if (!isValid()) return;
+  m_charset = objCharset;
+  const bool bBody = partCount() == 0 && (isText() || type().isEmpty()) && !m_bKeepsBytes;
+  if (bBody && objCharset.getCodePage() != 0) setBodyCharset(objCharset, log);
+}
+
+void Email2::setBodyCharset(const _ckCharset& objCharset, LogBase& log) {
+  if (!isValid()) return;
+  if (type().isEmpty()) (void)m_contentType.m_type.setString("text/plain");
+  m_contentType.m_charset = objCharset;
+  m_contentType.m_unknownCharset.clear();
+  StringBuffer strValue;
+  m_contentType.emit(strValue);
+  m_header.replaceField("Content-Type", strValue.view(), log);
+}
+
+void Email2::setSubject(std::string_view strUtf8, LogBase& log) {
+  if (isValid()) m_header.replaceField("Subject", strUtf8, log);
+}
+
+void Email2::setFrom(std::string_view strUtf8, LogBase& log) {
+  if (!isValid()) return;
+  StringBuffer strValue;
+  if (m_from.load(strUtf8, log)) {
+    // With the name encoded already: the writer would take name and address for one text.
+    m_from.emit(strValue, m_charset.getCodePage(), log);
+  } else {
+    (void)strValue.append(strUtf8);
+  }
+  m_header.replaceField("From", strValue.view(), log);
+}
+
+}  // namespace mail

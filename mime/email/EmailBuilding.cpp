@@ -1,0 +1,78 @@
+#include "mime/email/EmailBuilding.h"
+
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "mime/email/EmailNormalisation.h"
+#include "mime/tree/ByteSearch.h"
+#include "mime/tree/MimeInput.h"
+#include "mime/tree/MimeMessage2.h"
+
+namespace mail {
+namespace {
+
+// An entity whose turn is to come, and the node that it becomes.
+struct Pending {
+  OwnedPtr<MimeMessage2> pEntity;
+  Email2* pNode;
+};
+
+// Moves a tree of entities into one of nodes; each entity is given up as soon as it was taken, so
+// that the two trees never stand side by side.
+bool moveTree(OwnedPtr<MimeMessage2> pRoot, Email2& objRoot, LogBase& log) {
+  std::vector<Pending> arrPending;
+  arrPending.push_back({std::move(pRoot), &objRoot});
+  while (!arrPending.empty()) {
+    const Pending objNow = std::move(arrPending.back());
+    arrPending.pop_back();
+    objNow.pNode->takeEntity(*objNow.pEntity, log);
+    auto& arrParts = objNow.pEntity->parts();
+    for (std::size_t n = 0; n < arrParts.getSize(); ++n) {
+      if (!objNow.pNode->addPart(makeOwned<Email2>())) return false;
+    }
+    while (arrParts.getSize() > 0) {
+      const std::size_t nLast = arrParts.getSize() - 1;
+      arrPending.push_back({arrParts.remove(nLast), objNow.pNode->part(nLast)});
+    }
+  }
+  return true;
+}
+
+// The field From is written as one text, so names that need it are encoded here.
+void encodeFrom(Email2& objRoot, LogBase& log) {
+  const MimeField* const pFrom = objRoot.header().find("from");
+  if (pFrom == nullptr || byte_search::is7bit(pFrom->value().view())) return;
+  ExtPtrArrayOf<_ckEmailAddress> arrFrom;
+  _ckEmailAddress::loadList(pFrom->value().view(), arrFrom, log);
+  if (arrFrom.getSize() == 0) return;
+  StringBuffer strValue;
+  _ckEmailAddress::emitList(arrFrom, strValue, objRoot.charset().getCodePage(), log);
+  objRoot.header().replaceField("From", strValue.view(), log);
+}
+
+OwnedPtr<Email2> build(std::string_view strMime, bool bUtf8, LogBase& log) {
+  auto pRoot = makeOwned<MimeMessage2>();
+  auto pEmail = makeOwned<Email2>();
+  if (pRoot == nullptr || pEmail == nullptr) return nullptr;
+  bUtf8 = bUtf8 && !byte_search::is7bit(strMime.substr(0, kUtf8Probe));
+  if (!loadMimeInput(*pRoot, strMime, log, {.bRepair = true, .bUtf8 = bUtf8})) return nullptr;
+  normaliseMail(*pRoot, strMime, log);
+  if (!moveTree(std::move(pRoot), *pEmail, log)) return nullptr;
+  pEmail->setCharset(pEmail->contentType().m_charset, log);
+  encodeFrom(*pEmail, log);
+  return pEmail;
+}
+
+}  // namespace
+
+OwnedPtr<Email2> buildEmail(std::string_view strMime, bool bUtf8, LogBase& log) {
+  try {
+    return build(strMime, bUtf8, log);
+  } catch (const std::bad_alloc&) {
+    log.LogError("Out of memory building an e-mail.");
+    return nullptr;
+  }
+}
+
+}  // namespace mail

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string_view>
+
+#include "mime/base/LogBase.h"
+#include "mime/tree/MimeMessage2.h"
+
+namespace mail {
+
+// Mends what mailers are known to get wrong, in the tree of a mail, before it becomes an Email2:
+//
+// - several fields To, Cc or Bcc are one list;
+// - a mail that is nothing but a file gets an empty text beside it;
+// - a text and the same in HTML, sent as parts of a mixture, are alternatives;
+// - uuencoded files in a text are attachments, unless the mailer says that it attached them;
+// - "x-user-defined" is no charset.
+//
+// strSource, the text of the mail, gives new boundaries that stand nowhere in it. Throws
+// std::bad_alloc.
+void normaliseMail(MimeMessage2& objRoot, std::string_view strSource, LogBase& log);
+
+}  // namespace mail
