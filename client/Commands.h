@@ -19,6 +19,8 @@ int RunMigrate(const Arguments& arguments);
 int RunMailbox(const Arguments& arguments);
 int RunLedger(const Arguments& arguments);
 int RunConvert(const Arguments& arguments);
+int RunMime(const Arguments& arguments);
+int RunEmail(const Arguments& arguments);
 int RunItem(const Arguments& arguments);
 
 // Parses the arguments of one subcommand, whose app is named "tarny COMMAND". False when it should

@@ -76,6 +76,8 @@ ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& pat
 }  // namespace
 
 // The depth of a tree, and of this recursion, is bounded by MimeMessage2::kMaxDepth.
-ordered_json MimeJson(const mail::MimeMessage2& entity) { return EntityJson(entity, ""); }
+ordered_json MimeJson(const mail::MimeMessage2& entity, const std::string& place) {
+  return EntityJson(entity, place == "." ? "" : place);
+}
 
 }  // namespace client

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include <nlohmann/json.hpp>
 
 #include "mime/tree/MimeMessage2.h"
@@ -18,7 +20,7 @@ namespace client {
 //   undivided    true, where an entity lies too deep for its parts to be told apart
 //
 // Texts are UTF-8; bytes of a damaged mail that are none become U+FFFD when the JSON is written
-// with that handler.
-nlohmann::ordered_json MimeJson(const mail::MimeMessage2& entity);
+// with that handler. place is the path of the entity in the tree that it was taken from.
+nlohmann::ordered_json MimeJson(const mail::MimeMessage2& entity, const std::string& place = ".");
 
 }  // namespace client

@@ -18,6 +18,8 @@ struct Command {
 constexpr auto kCommands = std::to_array<Command>({
     {"migrate", client::RunMigrate, "send mail from files on disk into a mailbox"},
     {"mailbox", client::RunMailbox, "show or export what a local mailbox holds"},
+    {"email", client::RunEmail, "show a mail as a reader of mail would"},
+    {"mime", client::RunMime, "show the MIME tree of a message, or write it out again"},
     {"item", client::RunItem, "show the descriptor of a prepared item as JSON"},
     {"ledger", client::RunLedger, "show what the ledger of a run holds"},
     {"convert", client::RunConvert, "convert text from one charset to another"},
