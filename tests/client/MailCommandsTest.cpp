@@ -1,0 +1,131 @@
+// `tarny email` and `tarny mime` as programs.
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+struct Result {
+  int exitCode;
+  std::string out;
+  std::string err;
+};
+
+// "MAIL" in the arguments becomes the path of a file that holds the mail.
+Result Tarny(std::string arguments, const std::string& mail) {
+  const test_support::TemporaryFolder folder;
+  folder.Write("mail.eml", mail);
+  if (const auto place = arguments.find("MAIL"); place != std::string::npos) {
+    arguments.replace(place, 4, folder.File("mail.eml"));
+  }
+  const std::string command =
+      TARNY_BIN "/tarny " + arguments + " > " + folder.File("out") + " 2> " + folder.File("err");
+  const int status = std::system(command.c_str());
+  EXPECT_TRUE(WIFEXITED(status)) << command;
+  return {WEXITSTATUS(status), test_support::ReadAll(folder.File("out")),
+          test_support::ReadAll(folder.File("err"))};
+}
+
+const std::string kMail =
+    "From: J\xF6rg <j@a.example>\n"
+    "To: bob@b.example\n"
+    "To: Cy <cy@c.example>\n"
+    "Subject: =?utf-8?Q?Gr=C3=BC=C3=9Fe=1B[2J?=\n"
+    "Content-Type: multipart/mixed; boundary=b\n"
+    "\n"
+    "--b\n"
+    "Content-Type: multipart/alternative; boundary=a\n"
+    "\n"
+    "--a\n"
+    "Content-Type: text/plain; charset=iso-8859-1\n"
+    "\n"
+    "Hall\xF6\x1B[2J\n"
+    "--a\n"
+    "Content-Type: text/html; charset=iso-8859-1\n"
+    "\n"
+    "<p>Hall\xF6\n"
+    "--a--\n"
+    "--b\n"
+    "Content-Type: application/pdf; name=offer.pdf\n"
+    "Content-Disposition: attachment\n"
+    "Content-Transfer-Encoding: base64\n"
+    "\n"
+    "JVBERi0=\n"
+    "--b--\n";
+
+TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
+  const Result result = Tarny("email MAIL", kMail);
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out,
+            "Subject: Gr\xC3\xBC\xC3\x9F"
+            "e [2J\n"
+            "From:    J\xC3\xB6rg <j@a.example>\n"
+            "To:      bob@b.example, Cy <cy@c.example>\n"
+            "Attachments:\n"
+            "  offer.pdf  application/pdf  5 bytes\n"
+            "\n"
+            "Hall\xC3\xB6 [2J\n");
+  EXPECT_EQ(Tarny("email MAIL --html", kMail).out, "<p>Hall\xC3\xB6");
+  const auto json = nlohmann::json::parse(Tarny("email --json MAIL", kMail).out);
+  EXPECT_EQ(json["attachments"][0]["sha256"].get<std::string>().size(), 64U);
+}
+
+TEST(MimeCommand, ShowsTheTreeAndWhatIsDamaged) {
+  const Result result = Tarny("mime MAIL", kMail);
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.out,
+            ".    multipart/mixed\n"
+            "0      multipart/alternative\n"
+            "0.0      text/plain           10 bytes, iso-8859-1\n"
+            "0.1      text/html            9 bytes, iso-8859-1\n"
+            "1      application/pdf        5 bytes, base64, attachment, \"offer.pdf\"\n"
+            "\n"
+            "Notes:\n"
+            "  Did not find boundary ending in CRLF, re-checking for bare-LF... (2x)\n");
+}
+
+TEST(MimeCommand, WritesTheMessageOrAPartOfItOutAgain) {
+  EXPECT_EQ(Tarny("mime MAIL --part 1 --body", kMail).out, "%PDF-");
+  EXPECT_EQ(Tarny("mime MAIL --part 0.1 --body", kMail).out, "<p>Hall\xC3\xB6");
+  EXPECT_THAT(Tarny("mime MAIL --bytes", kMail).out, HasSubstr("\r\n<p>Hall\xF6\r\n--a--"));
+  EXPECT_THAT(Tarny("mime MAIL --rewrite", kMail).out, HasSubstr("<p>Hall\xC3\xB6\r\n--a--"));
+  const auto json = nlohmann::json::parse(Tarny("mime MAIL --json --part 0", kMail).out);
+  EXPECT_EQ(json["path"], "0");
+  EXPECT_EQ(json["parts"][1]["path"], "0.1");
+}
+
+TEST(MailCommands, TellWhatIsWrong) {
+  struct Case {
+    const char* arguments;
+    int exitCode;
+    const char* err;
+  };
+  const Case cases[] = {
+      {"email /nowhere/mail.eml", 1, "tarny email: /nowhere/mail.eml: "},
+      {"mime /nowhere/mail.eml", 1, "tarny mime: /nowhere/mail.eml: "},
+      {"mime MAIL --part 0.7", 1, "there is no part '0.7'"},
+      {"mime MAIL --part x", 1, "there is no part 'x'"},
+      {"mime MAIL --json --body", 2, "exclude each other"},
+      {"email MAIL --json --html", 2, "--html"},
+      {"email", 2, "FILE"},
+  };
+  for (const Case& c : cases) {
+    const Result result = Tarny(c.arguments, kMail);
+    EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
+    EXPECT_THAT(result.err, HasSubstr(c.err)) << c.arguments;
+  }
+  EXPECT_THAT(Tarny("email --html MAIL", "Subject: x\n\nplain\n").err, HasSubstr("no HTML text"));
+}
+
+}  // namespace

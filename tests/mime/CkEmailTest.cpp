@@ -1,0 +1,173 @@
+#include "mime/CkEmail.h"
+
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "mime/CkCrypt2.h"
+#include "mime/CkFileAccess.h"
+#include "mime/CkMailMan.h"
+#include "mime/base/CkLogger.h"
+#include "mime/email/ClsEmail.h"
+#include "mime/email/EmailBodies.h"
+#include "mime/email/EmailBuilding.h"
+#include "tests/support/MailFiles.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class CkEmailTest : public testing::Test {
+ protected:
+  CkEmailTest() { m_email.put_Utf8(true); }
+
+  // What SaveEml writes.
+  std::string Saved() {
+    EXPECT_TRUE(m_email.SaveEml(Path("out.eml").c_str())) << m_email.lastErrorText();
+    return test_support::ReadBytes(Path("out.eml"));
+  }
+  std::string Path(const std::string& name) const { return m_folder.File(name); }
+
+  test_support::TemporaryFolder m_folder;
+  CkEmail m_email;
+};
+
+TEST_F(CkEmailTest, ANewMailIsAnEmptyTextOfNow) {
+  const std::string saved = Saved();
+  EXPECT_THAT(saved, testing::MatchesRegex(
+                         "MIME-Version: 1\\.0\r\n"
+                         "Date: [A-Z][a-z]+, [0-9]+ [A-Z][a-z]+ [0-9]+ [0-9:]+ [+-][0-9]+\r\n"
+                         "Content-Type: text/plain\r\n"
+                         "Content-Transfer-Encoding: 7bit\r\n"
+                         "X-Priority: 3 \\(Normal\\)\r\n\r\n"));
+  EXPECT_FALSE(m_email.HasHtmlBody());
+  EXPECT_EQ(m_email.getHtmlBody(), nullptr);
+  EXPECT_THAT(m_email.lastErrorText(), HasSubstr("No HTML alternative."));
+}
+
+TEST_F(CkEmailTest, ALongTextAndOneWithAMimeVersionAreTheMailItself) {
+  m_folder.Write("in.eml", "Subject: from a file\r\n\r\n");
+  EXPECT_TRUE(m_email.LoadEml(Path("in.eml").c_str()));
+  EXPECT_THAT(Saved(), HasSubstr("Subject: from a file"));
+  EXPECT_TRUE(m_email.LoadEml("MIME-Version: 1.0\r\nSubject: short\r\n\r\n"));
+  EXPECT_THAT(Saved(), HasSubstr("Subject: short"));
+  // 1,000 characters are a path, of whatever bytes; 1,001 are a text.
+  std::string text = "Subject: ";
+  while (text.size() < 9 + 2 * 991) text += "\xC3\xA4";
+  EXPECT_FALSE(m_email.LoadEml(text.c_str()));
+  EXPECT_THAT(Saved(), HasSubstr("Subject: short"));  // the old mail stays
+  EXPECT_TRUE(m_email.LoadEml((text + "!").c_str()));
+  EXPECT_THAT(Saved(), Not(HasSubstr("short")));
+}
+
+TEST_F(CkEmailTest, TextIsInTheEncodingThatTheFlagSays) {
+  const char* const mime =
+      "MIME-Version: 1.0\r\nContent-Type: text/html; charset=koi8-r\r\n\r\n<p>\xC3\xA4</p>\n";
+  ASSERT_TRUE(m_email.SetFromMimeText(mime));
+  EXPECT_TRUE(m_email.HasHtmlBody());
+  EXPECT_STREQ(m_email.getHtmlBody(), "<p>\xC3\xA4</p>\r\n");
+  EXPECT_THAT(m_email.lastErrorText(),
+              HasSubstr("This is an HTML-only email.  It is not multipart/alternative."));
+  // A text whose first 50,000 bytes are 7-bit names its charset itself.
+  std::string late = "Content-Type: text/html; charset=iso-8859-1\r\n\r\n";
+  late.append(50000, 'x').append("\xC3\xA4");
+  ASSERT_TRUE(m_email.SetFromMimeText(late.c_str()));
+  EXPECT_TRUE(std::string(m_email.getHtmlBody()).ends_with("x\xC3\x83\xC2\xA4"));
+}
+
+struct Sender {
+  const char* text;
+  const char* field;
+};
+const Sender kSenders[] = {
+    {"Last, First <a@b.example>", "From: \"Last, First\" <a@b.example>\r\n"},
+    {"\"Last\", First  <a@b.example>", "From: \"Last, First\" <a@b.example>\r\n"},
+    {"Ann <a@b.example>", "From: Ann <a@b.example>\r\n"},
+    {"a@b.example", "From: a@b.example\r\n"},
+    {"=?utf-8?Q?M=C3=BCller=2C_A?= <a@b.example>",
+     "From: =?iso-8859-1?Q?M=FCller=2C_A?= <a@b.example>\r\n"},
+    {"\xD0\x90\xD0\xBD <a@b.example>", "From: =?iso-8859-5?Q?=B0=DD?= <a@b.example>\r\n"},
+};
+
+TEST_F(CkEmailTest, SendersAreWrittenAsAddresses) {
+  for (const Sender& sender : kSenders) {
+    CkEmail email;
+    email.put_Utf8(true);
+    email.put_From(sender.text);
+    EXPECT_TRUE(email.get_LastMethodSuccess());
+    ASSERT_TRUE(email.SaveEml(Path("out.eml").c_str()));
+    EXPECT_THAT(test_support::ReadBytes(Path("out.eml")), HasSubstr(sender.field));
+  }
+}
+
+TEST_F(CkEmailTest, TheFirstTextThatNeedsACharsetChoosesIt) {
+  m_email.put_Subject("plain");
+  EXPECT_THAT(m_email.lastErrorText(), Not(HasSubstr("usingCharset")));
+  m_email.put_Subject("\xCE\xB1");
+  EXPECT_THAT(m_email.lastErrorText(), HasSubstr("usingCharset: iso-8859-7"));
+  EXPECT_THAT(Saved(), HasSubstr("Subject: =?iso-8859-7?Q?=E1?=\r\n"));
+  EXPECT_THAT(Saved(), HasSubstr("Content-Type: text/plain; charset=iso-8859-7\r\n"));
+  m_email.put_Subject("\xD0\x90");  // not in that page, which stays
+  EXPECT_THAT(m_email.lastErrorText(), Not(HasSubstr("usingCharset")));
+  EXPECT_THAT(Saved(), HasSubstr("Subject: =?utf-8?Q?=D0=90?=\r\n"));
+}
+
+TEST_F(CkEmailTest, SavingTellsWhatFailed) {
+  EXPECT_FALSE(m_email.SaveEml(" \t"));
+  EXPECT_THAT(m_email.lastErrorText(), HasSubstr("The filename parameter is missing"));
+  EXPECT_FALSE(m_email.SaveEml(m_folder.Path().c_str()));
+  EXPECT_THAT(m_email.lastErrorText(), HasSubstr("Failed to create EML file."));
+  EXPECT_FALSE(m_email.SaveEml("/dev/full"));
+  EXPECT_THAT(m_email.lastErrorText(), HasSubstr("Failed to write EML file."));
+}
+
+TEST_F(CkEmailTest, SavingTakesTheDraftMarkAway) {
+  ASSERT_TRUE(m_email.SetFromMimeText("X-Unsent: 1\r\nSubject: s\r\n\r\n"));
+  EXPECT_THAT(Saved(), HasSubstr("X-Unsent: 1"));
+  EXPECT_THAT(Saved(), Not(HasSubstr("X-Unsent")));
+}
+
+TEST_F(CkEmailTest, AMailThatIsBeingSentIsNotChanged) {
+  const mail::OwnedPtr<mail::ClsEmail> email(new mail::ClsEmail);
+  mail::XString text;
+  (void)text.setFromUtf8("Subject: new\r\n\r\n");
+  email->m_bSending = true;
+  EXPECT_FALSE(email->SetFromMimeText(text));
+  EXPECT_THAT(
+      email->m_log.text(),
+      HasSubstr("This email object is read-only while it is in the process of being sent..."));
+  email->put_Subject(text);
+  EXPECT_EQ(email->email()->header().find("subject"), nullptr);
+  email->m_bSending = false;
+  EXPECT_TRUE(email->SetFromMimeText(text));
+}
+
+TEST_F(CkEmailTest, EveryNodeHasItsReason) {
+  mail::_ckLogger log;
+  log.m_bVerbose = true;
+  const std::string mime = test_support::ReadBytes(
+      test_support::MailFolder() / "email/attachments/inline-with-and-without-name.eml");
+  const auto email = mail::buildEmail(mime, /*bUtf8=*/false, log);
+  EXPECT_EQ(mail::attachmentsOf(*email, log).size(), 1U);
+  for (const char* reason : {"No (multipart enclosure)", "No, attachment is not indicated.",
+                             "Yes, inline AND has filename", "No, inline AND no filename"}) {
+    EXPECT_THAT(log.text(), HasSubstr(reason));
+  }
+}
+
+TEST_F(CkEmailTest, WholeFilesAreWrittenOrNot) {
+  CkFileAccess access;
+  CkByteData bytes;
+  bytes.append("a\0b", 3);
+  EXPECT_TRUE(access.WriteEntireFile(Path("f").c_str(), bytes));
+  EXPECT_EQ(test_support::ReadBytes(Path("f")), std::string("a\0b", 3));
+  EXPECT_FALSE(access.WriteEntireFile(m_folder.Path().c_str(), bytes));
+  EXPECT_FALSE(access.get_LastMethodSuccess());
+  EXPECT_TRUE(CkMailMan().get_LastMethodSuccess());
+  EXPECT_TRUE(CkCrypt2().get_LastMethodSuccess());
+}
+
+}  // namespace
