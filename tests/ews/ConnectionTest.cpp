@@ -6,6 +6,7 @@
 
 #include "platform/Paths.h"
 #include "tests/ews/ScriptedTransport.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -112,10 +113,10 @@ TEST_F(Connection, ALifetimeOfAnySizeIsTakenAsSevenDaysAtMost) {
 }
 
 TEST_F(Connection, TheListsAreEmptyFiles) {
-  const auto path = std::filesystem::path(testing::TempDir()) / "GrpLst.txt";
-  std::filesystem::remove(path);
+  const test_support::TemporaryFolder folder;
+  const std::string path = folder.File("GrpLst.txt");
   CString text = u"x";
-  CString file = platform::ToWindowsPath(path.string());
+  CString file = platform::ToWindowsPath(path);
   ConnectionDLL::Connection().GetOneDriveUsers(text, text, text, file);
   EXPECT_EQ(std::filesystem::file_size(path), 0u);
   CString nowhere = u"\\no\\such\\folder\\GrpLst.txt";

@@ -14,6 +14,7 @@
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
 #include "tests/support/ScriptedServer.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -179,8 +180,8 @@ TEST_F(CurlTransport, NobodyAtThePortIsSaid) {
 TEST_F(CurlTransport, AFileThatShrinksDuringTheSendFailsWithItsName) {
   ews::RequestBody body;
   body.AddText("x");
-  const std::string path = testing::TempDir() + "/shrinks.bin";
-  std::ofstream(path) << std::string(1000, 'x');
+  const test_support::TemporaryFolder folder;
+  const std::string path = folder.Write("shrinks.bin", std::string(1000, 'x'));
   body.AddBase64File(platform::ToWindowsPath(path));
   std::filesystem::resize_file(path, 10);
   ews::HttpRequest request;

@@ -11,6 +11,7 @@
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
 #include "tests/support/SchemaValidator.h"
+#include "tests/support/TemporaryFolder.h"
 
 // What goes over the wire. Each request is held against the schema and against a request of the
 // same kind that another client sent, where those are present beside the source tree.
@@ -91,13 +92,12 @@ class Request : public testing::Test {
     EXPECT_EQ(DumpOf(body), expected) << sample;
   }
 
-  // A file of that name and text in a folder of its own, in Windows form.
+  // A file of that name and text, in Windows form.
   CString MakeFile(const std::string& name, const std::string& text) {
-    const auto folder = std::filesystem::path(testing::TempDir()) / "ews-requests";
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / name, std::ios::binary) << text;
-    return platform::ToWindowsPath((folder / name).string());
+    return platform::ToWindowsPath(m_folder.Write(name, text));
   }
+
+  test_support::TemporaryFolder m_folder;
 
   static void SetMailProperties(ews::EmailMessage& mail) {
     using ews::MapiPropertyType;

@@ -5,6 +5,7 @@
 #include "ews/ExchangeService.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/TlsServer.h"
 
 // Which certificates and which versions of TLS are taken, with and without verification.
@@ -28,7 +29,8 @@ class Tls : public testing::Test {
   }
 
   SettingsKeeper m_settings;
-  const std::string m_certificate = testing::TempDir() + "/server.pem";
+  const test_support::TemporaryFolder m_folder;
+  const std::string m_certificate = m_folder.File("server.pem");
 };
 
 TEST_F(Tls, WithoutVerificationAnyCertificateAndOldVersionsPass) {
