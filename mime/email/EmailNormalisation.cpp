@@ -201,6 +201,8 @@ void becomeMixture(MimeMessage2& objRoot, Boundaries& objBoundaries, LogBase& lo
   ExtPtrArrayOf<MimeMessage2> arrParts;
   arrParts.swap(objRoot.parts());
   OwnedPtr<MimeMessage2> pContent = moveContent(objRoot, objBoundaries, log);
+  // A mail without a type is text; a part says so, or no reader would take it for the mail's text.
+  if (pContent->contentType().isEmpty()) pContent->setContentType("text/plain", log);
   pContent->parts().swap(arrParts);
   (void)objRoot.parts().append(std::move(pContent));
 }

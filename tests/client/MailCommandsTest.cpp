@@ -77,6 +77,12 @@ TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
             "\n"
             "Hall\xC3\xB6 [2J\n");
   EXPECT_EQ(Tarny("email MAIL --html", kMail).out, "<p>Hall\xC3\xB6");
+  EXPECT_EQ(Tarny("email MAIL", "Subject: x\n\nAs of old:\nbegin 644 a.txt\n#0V%T\n`\nend\n").out,
+            "Subject: x\n"
+            "Attachments:\n"
+            "  a.txt  application/octet-stream  3 bytes\n"
+            "\n"
+            "As of old:\n");
   const auto json = nlohmann::json::parse(Tarny("email --json MAIL", kMail).out);
   EXPECT_EQ(json["attachments"][0]["sha256"].get<std::string>().size(), 64U);
 }
