@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -38,14 +39,51 @@ std::string Utf16LittleEndian(std::string_view utf8) {
   return bytes;
 }
 
+// The engine takes every occurrence of the label away: a value that holds one is left to the mail.
+std::string LabelledLine(const std::string& label, const std::string& value) {
+  std::string clean = WithoutForbiddenControls(value);
+  std::erase_if(clean, [](char c) { return c == '\r' || c == '\n'; });
+  if (clean.empty() || clean.find(label) != std::string::npos) return "\r\n";
+  return label + clean + "\r\n";
+}
+
+// Blanks, a separator or brackets within an address would make it another one.
+bool CanStandInList(const std::string& address) {
+  return address.find('@') != std::string::npos &&
+         address.find_first_of("; \t\r\n<>()\"") == std::string::npos;
+}
+
+std::string AddressList(const mail::MailHeader& header, const char* field) {
+  std::string list;
+  for (const mail::MailPerson& person : header.people(field)) {
+    if (!CanStandInList(person.strAddress)) continue;
+    list += (list.empty() ? "" : ";") + person.strAddress;
+  }
+  return list;
+}
+
 }  // namespace
+
+MailDescription::Addressing AddressingOf(const mail::MailHeader& header) {
+  MailDescription::Addressing addressing;
+  addressing.from = AddressList(header, "From");
+  addressing.from.resize(std::min(addressing.from.find(';'), addressing.from.size()));
+  addressing.to = AddressList(header, "To");
+  addressing.cc = AddressList(header, "Cc");
+  addressing.bcc = AddressList(header, "Bcc");
+  addressing.subject = header.text("Subject");
+  return addressing;
+}
 
 std::string DescriptorText(const MailDescription& mail) {
   std::string text = "EMAIL\r\n";
   text += "\n";
   text += (mail.date.empty() ? "" : "Creation Date : " + mail.date) + "\r\n";
   text += mail.read ? "FALSE\r\n" : "TRUE\r\n";
-  text += "\r\n\r\n\r\n\r\n\r\n";  // sender, To, CC, Bcc, subject
+  const MailDescription::Addressing& addressing = mail.addressing;
+  text += LabelledLine("From : ", addressing.from) + LabelledLine("To : ", addressing.to) +
+          LabelledLine("CC : ", addressing.cc) + LabelledLine("Bcc : ", addressing.bcc) +
+          LabelledLine("Subject : ", addressing.subject);
   text += "MessageID : " + WithoutForbiddenControls(mail.key) + "\r\n";
   return text;
 }

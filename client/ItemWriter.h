@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "mime/MailHeader.h"
+
 namespace client {
 
 inline constexpr std::string_view kDescriptorName = "11comtextjj.t";
@@ -20,13 +22,21 @@ struct MailDescription {
   std::string key;   // its key in the ledger
   std::string date;  // as DescriptorDate gives it; empty leaves the dates to the MIME content
   bool read = true;
+  // What is empty is left to the MIME content. Addresses are bare, several with ";" between.
+  struct Addressing {
+    std::string from, to, cc, bcc, subject;
+  } addressing;
 };
 
-// The lines of the descriptor, in UTF-8. Sender, recipients, subject and importance stay empty: the
-// engine sets only what is not empty, and so the MIME content decides. Such a line is empty without
-// its label: the engine trims a line before it takes the label away, and would take a label that
-// stands alone for the value. Each line ends in CR LF but
-// the second, whose value the engine takes with all that stands before the LF.
+// What the header says of sender, recipients and subject. A recipient without an address is left
+// out, and so is one whose address would be taken apart on its way.
+MailDescription::Addressing AddressingOf(const mail::MailHeader& header);
+
+// The lines of the descriptor, in UTF-8. The importance stays empty: the engine sets only
+// what is not empty, and so the MIME content decides. An empty line has no label: the engine trims
+// a line before it takes the label away, and would take a label that stands alone for the value.
+// Each line ends in CR LF but the second, whose value the engine takes with all that stands before
+// the LF.
 std::string DescriptorText(const MailDescription& mail);
 
 // The mail as it is sent: without a "From " line in front, and with CR LF at the end of its lines

@@ -1,17 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <string_view>
 
 namespace client {
-
-// Reads the date of a mail header (RFC 5322 with its obsolete forms: two-digit years, zone names,
-// comments, a missing weekday or missing seconds). Returns seconds since 1970-01-01 UTC, or nothing
-// for a text that is no date or names a day that does not exist. A missing or unknown zone counts
-// as UTC. Years 1900 to 9999. Does not throw.
-std::optional<std::int64_t> ParseMailDate(std::string_view text);
 
 // The date as the engine reads it in any locale: "2024-03-31 13:05:00", in the local time of this
 // process. Empty for a time that the system cannot tell.

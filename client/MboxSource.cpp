@@ -5,7 +5,7 @@
 #include "client/Mbox.h"
 #include "client/Names.h"
 #include "client/SourceFiles.h"
-#include "mime/HeaderLookup.h"
+#include "mime/MailHeader.h"
 
 namespace client {
 namespace {
@@ -20,9 +20,10 @@ std::string FolderOf(const std::string& path) {
 }
 
 // What its Status field says; a mail without one counts as read.
-bool IsRead(const std::string& path, const MboxSplitter::Extent& mail) {
-  const std::string bytes = ReadFileRange(path, mail.offset, std::min(mail.length, kHeaderLook));
-  const auto status = mime::FindHeader(WithoutFromLine(bytes), "Status");
+bool IsRead(const std::string& path, const MboxSplitter::Extent& extent) {
+  const std::string bytes =
+      ReadFileRange(path, extent.offset, std::min(extent.length, kHeaderLook));
+  const auto status = ::mail::MailHeader(WithoutFromLine(bytes)).find("Status");
   return !status || status->find('R') != std::string::npos;
 }
 

@@ -34,6 +34,7 @@ struct MigrateOptions {
   bool dryRun = false;
   bool asIs = false;
   bool insecure = false;
+  bool fromMime = false;
   bool json = false;
   std::string autodiscoverUrl;
   std::string authorityUrl;
@@ -75,6 +76,9 @@ void Describe(CLI::App& app, MigrateOptions& options) {
   app.add_flag("--json", options.json, "Plan or summary as JSON");
   app.add_flag("--as-is", options.asIs,
                "Leave out the safeguards of the engine's --safe (see docs/ARCHITECTURE.md)");
+  app.add_flag("--from-mime", options.fromMime,
+               "Also hand over subject and addresses as the mail's header, decoded here, gives "
+               "them; else the server reads them out of the mail");
   app.add_flag("--insecure", options.insecure, "Accept every server certificate");
   app.add_option("--ca-file", options.caFile, "Certificates to trust, PEM");
   app.add_option(
@@ -341,8 +345,9 @@ int Migrate(MigrateOptions& options, Console& console) {
   // Only now: a mistyped name must not bind the run folder.
   journal.SetProperty("sources", SourcesText(options));
   journal.SetProperty("target", options.target.Name());
-  Migration migration({run, options.target, engineOptions, local ? &*local : nullptr}, journal,
-                      console);
+  Migration migration(
+      {run, options.target, engineOptions, local ? &*local : nullptr, options.fromMime}, journal,
+      console);
   const Summary summary = migration.Run(plan);
   PrintSummary(summary, plan, options);
   std::cout.flush();

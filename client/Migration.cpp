@@ -10,7 +10,8 @@
 #include "client/ItemWriter.h"
 #include "client/MailDate.h"
 #include "client/MailKey.h"
-#include "mime/HeaderLookup.h"
+#include "mime/MailHeader.h"
+#include "mime/header/MailDate.h"
 #include "platform/Paths.h"
 #include "platform/Sha256.h"
 
@@ -23,9 +24,8 @@ constexpr int kLongestFolder = 4999;              // units of a folder command's
 constexpr std::uintmax_t kLittleSpace = 1 << 20;  // bytes: a ledger may need some pages more
 constexpr const char* kNotRenewed = "the connection could not be renewed";
 
-std::string DateOf(std::string_view mail) {
-  const std::optional<std::string> header = mime::FindHeader(mail, "Date");
-  const std::optional<std::int64_t> time = header ? ParseMailDate(*header) : std::nullopt;
+std::string DateOf(const mail::MailHeader& header) {
+  const std::optional<std::int64_t> time = mail::parseMailDate(header.text("Date"));
   return time ? DescriptorDate(*time) : std::string();
 }
 
@@ -117,7 +117,7 @@ std::string Migration::KeyOf(const Plan::Entry& entry, const Content& content) {
   const std::string& folder = entry.item.folder;
   if (!entry.item.prepared) {
     const std::string wanted =
-        MailKey(mime::FindHeader(content.bytes, "Message-ID").value_or(""), content.hash);
+        MailKey(mail::MailHeader(content.bytes).text("Message-ID"), content.hash);
     return m_journal.ClaimKey(folder, wanted, content.hash);
   }
   const ST_EML_INFO info = ReadPreparedItem(entry.item.location);
@@ -180,7 +180,10 @@ Migration::Outcome Migration::SendOnce(const Plan::Entry& entry, const Content& 
 void Migration::WriteWorkFiles(const Plan::Entry& entry, const Content& content) {
   const std::string folder = m_setup.run.WorkFolder();
   if (!entry.item.prepared) {
-    WriteMail(folder, {content.key, DateOf(content.bytes), entry.item.read}, content.bytes);
+    const mail::MailHeader header(content.bytes);
+    MailDescription description{content.key, DateOf(header), entry.item.read, {}};
+    if (m_setup.fromMime) description.addressing = AddressingOf(header);
+    WriteMail(folder, description, content.bytes);
     return;
   }
   CopyPreparedFiles(entry.item.location, content.files, folder);

@@ -45,6 +45,7 @@ class Migration {
     const Target& target;
     std::vector<std::string> engineOptions;
     LocalMailbox* localMailbox = nullptr;  // not owned; null for another target
+    bool fromMime = false;  // descriptors carry subject and addresses of the mail's header
   };
   // Throws platform::SqliteError when the journal cannot be used.
   Migration(Setup setup, Journal& journal, Console& console);

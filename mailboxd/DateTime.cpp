@@ -69,6 +69,12 @@ std::optional<std::string> ReadDateTime(std::string_view text) {
   const chrono::sys_seconds time = chrono::sys_days(date) + chrono::hours(*hour) +
                                    chrono::minutes(*minute) + chrono::seconds(*second) -
                                    chrono::minutes(*zone);
+  return FormatDateTime(time.time_since_epoch().count());
+}
+
+std::string FormatDateTime(std::int64_t seconds) {
+  namespace chrono = std::chrono;
+  const chrono::sys_seconds time{chrono::seconds(seconds)};
   const auto whole = chrono::floor<chrono::days>(time);
   const chrono::year_month_day utc(whole);
   const chrono::hh_mm_ss clock(time - whole);

@@ -7,8 +7,8 @@
 #include "mailboxd/DateTime.h"
 #include "mailboxd/EwsRequest.h"
 #include "mailboxd/ExtendedProperties.h"
+#include "mailboxd/MimeProperties.h"
 #include "mailboxd/Operations.h"
-#include "mime/HeaderLookup.h"
 #include "platform/Base64.h"
 
 namespace mailbox {
@@ -25,27 +25,6 @@ std::vector<Address> ReadMailboxes(pugi::xml_node list) {
     addresses.push_back(ReadMailbox(node));
   }
   return addresses;
-}
-
-// "Ann <ann@example.com>" or a bare address, from a header field.
-Address ParseAddress(const std::string& text) {
-  const size_t open = text.rfind('<');
-  const size_t close = text.find('>', open == std::string::npos ? 0 : open);
-  if (open == std::string::npos || close == std::string::npos) return {"", text, ""};
-  std::string name = text.substr(0, open);
-  std::erase(name, '"');
-  while (!name.empty() && name.back() == ' ') name.pop_back();
-  return {name, text.substr(open + 1, close - open - 1), ""};
-}
-
-// What the message says of itself; what the request says beside it wins afterwards.
-void TakeFromMime(const std::string& message, ItemInfo& item) {
-  const auto field = [&](const char* name) { return mime::FindHeader(message, name).value_or(""); };
-  item.subject = field("Subject");
-  item.messageId = field("Message-ID");
-  item.inReplyTo = field("In-Reply-To");
-  item.references = field("References");
-  if (const std::string from = field("From"); !from.empty()) item.from = ParseAddress(from);
 }
 
 void ReadMime(pugi::xml_node node, NewItem& item) {

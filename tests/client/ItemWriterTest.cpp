@@ -13,13 +13,28 @@ using test_support::ReadAll;
 using test_support::TemporaryFolder;
 
 TEST(ItemWriter, TheDescriptorHasItsLinesInTheirPlaces) {
-  EXPECT_EQ(DescriptorText({"<a@b>", "2024-03-31 13:05:00", false}),
+  EXPECT_EQ(DescriptorText({"<a@b>", "2024-03-31 13:05:00", false, {}}),
             "EMAIL\r\n"
             "\n"
             "Creation Date : 2024-03-31 13:05:00\r\n"
             "TRUE\r\n"
             "\r\n\r\n\r\n\r\n\r\n"
             "MessageID : <a@b>\r\n");
+}
+
+TEST(ItemWriter, SubjectAndAddressesOfTheHeaderAreDecodedLines) {
+  const mail::MailHeader header(
+      "From: =?utf-8?Q?Ott,_J=C3=BCrgen?= <j@x.example>, second@x.example\r\n"
+      "To: \"A; B\" <a@x.example>, name only, \"odd;local\"@x.example\r\n"
+      "Cc: b@x.example\r\nTo: c@x.example\r\nSubject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\n\r\n");
+  EXPECT_EQ(DescriptorText({"k", "", true, AddressingOf(header)}),
+            "EMAIL\r\n\n\r\nFALSE\r\n"
+            "From : j@x.example\r\nTo : a@x.example;c@x.example\r\nCC : b@x.example\r\n\r\n"
+            "Subject : Gr\xC3\xBC\xC3\x9F"
+            "e\r\nMessageID : k\r\n");
+  const mail::MailHeader odd("Subject: Re: Subject : x\r\n\r\n");
+  EXPECT_EQ(DescriptorText({"k", "", true, AddressingOf(odd)}),
+            DescriptorText({"k", "", true, {}}));
 }
 
 TEST(ItemWriter, TheFilesReplaceThoseOfTheItemBefore) {
@@ -30,7 +45,7 @@ TEST(ItemWriter, TheFilesReplaceThoseOfTheItemBefore) {
   folder.Write("Temp/EmlFile.Eml", "old");
   EmptyWorkFolder(work);
   EXPECT_TRUE(std::filesystem::is_empty(work));
-  WriteMail(work, {"<\xC3\xA4@b>", "", true}, "Subject: x\r\n\r\n");
+  WriteMail(work, {"<\xC3\xA4@b>", "", true, {}}, "Subject: x\r\n\r\n");
   EXPECT_EQ(ReadAll(work + "/EmlFile.Eml"), "Subject: x\r\n\r\n");
   const std::string descriptor = ReadAll(work + "/11comtextjj.t");
   EXPECT_EQ(descriptor.substr(0, 16), std::string("E\0M\0A\0I\0L\0\r\0\n\0\n\0", 16));
@@ -41,7 +56,7 @@ TEST(ItemWriter, AWorkFolderThatCannotBeUsedIsAnError) {
   const TemporaryFolder folder;
   folder.Write("Temp", "a file in its place");
   EXPECT_THROW(EmptyWorkFolder(folder.File("Temp")), WorkFileError);
-  EXPECT_THROW(WriteMail(folder.File("none"), {"k", "", true}, "x"), WorkFileError);
+  EXPECT_THROW(WriteMail(folder.File("none"), {"k", "", true, {}}, "x"), WorkFileError);
 }
 
 TEST(ItemWriter, BareLineFeedsBecomeCrLfOnlyWhereThereIsNoCrLfAtAll) {

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "mime/header/MailDate.h"
+
 namespace client {
 namespace {
 
@@ -30,7 +32,7 @@ TEST(MailDate, ReadsWhatMailersWrite) {
       {" \t Tue,  11 Jun 2024\r\n 09:47 +0200", 1718092020},
   };
   for (const DateCase& c : cases) {
-    const auto date = ParseMailDate(c.text);
+    const auto date = mail::parseMailDate(c.text);
     ASSERT_TRUE(date.has_value()) << c.text;
     EXPECT_EQ(*date, c.seconds) << c.text;
   }
@@ -50,14 +52,14 @@ TEST(MailDate, RefusesWhatIsNoDate) {
                                "4 Mar 1066 10:00:00 +0000",
                                "2024-03-04T07:12:41Z",
                                "((((((((((4 Mar 2024 10:00:00 +0000"};
-  for (const char* text : cases) EXPECT_FALSE(ParseMailDate(text).has_value()) << text;
+  for (const char* text : cases) EXPECT_FALSE(mail::parseMailDate(text).has_value()) << text;
 }
 
 TEST(MailDate, TakesLinearTimeOnLongText) {
-  EXPECT_FALSE(ParseMailDate(std::string(5'000'000, '(')).has_value());
+  EXPECT_FALSE(mail::parseMailDate(std::string(5'000'000, '(')).has_value());
   std::string words;
   for (int i = 0; i < 1'000'000; ++i) words += "a ";
-  EXPECT_FALSE(ParseMailDate(words).has_value());
+  EXPECT_FALSE(mail::parseMailDate(words).has_value());
 }
 
 TEST(MailDate, IsWrittenInLocalTimeOfTheZone) {

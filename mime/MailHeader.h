@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mime/header/MimeHeader.h"
+
+namespace mail {
+
+// Both UTF-8 and decoded; either may be empty.
+struct MailPerson {
+  std::string strName;
+  std::string strAddress;
+};
+
+// What the header of a mail says, for those who need no body: reading costs what the header costs,
+// however large the mail is.
+class MailHeader {
+ public:
+  static constexpr std::size_t kMaxBytes = 20'000'000;  // of a header; what follows is not read
+
+  // The bytes are not needed afterwards.
+  explicit MailHeader(std::string_view strMail);
+
+  // The first field of that name, in UTF-8, unfolded, trimmed and decoded; nothing when there is
+  // none.
+  std::optional<std::string> find(std::string_view strName) const;
+  std::string text(std::string_view strName) const { return find(strName).value_or(""); }
+  // The addresses of all fields of that name.
+  std::vector<MailPerson> people(std::string_view strName) const;
+  const MimeHeader& fields() const { return m_header; }
+
+ private:
+  MimeHeader m_header;
+};
+
+}  // namespace mail
