@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "mailboxd/MailContent.h"
 #include "platform/Unicode.h"
 
 // The pages show what strangers sent, so each text takes one way into them: through Text(), which
@@ -18,10 +19,13 @@ namespace {
 constexpr std::string_view kFolderPath = "/folder/";
 constexpr std::string_view kItemPath = "/item/";
 constexpr std::string_view kSourceSuffix = "/source";
+constexpr std::string_view kPartInfix = "/part/";
 constexpr int kDeepestIndent = 24;       // deeper folders stand below one another
 constexpr size_t kAddressesShown = 200;  // of one field
 constexpr size_t kFieldsShown = 500;     // of a message's head
-constexpr size_t kNameShown = 300;       // bytes of a subject or name in a list or heading
+constexpr size_t kFieldShown = 20000;    // bytes of one field's value
+constexpr size_t kAttachmentsShown = 1000;
+constexpr size_t kNameShown = 300;  // bytes of a subject or name in a list or heading
 
 constexpr std::string_view kHead = R"html(<!DOCTYPE html>
 <html lang="en"><head><meta charset="utf-8">
@@ -51,6 +55,9 @@ th { color: var(--soft); font-weight: 500; font-size: .85rem; white-space: nowra
 .date { text-align: left; }
 .unread td { font-weight: 600; }
 .pages { display: flex; gap: 1.5rem; margin: 1rem 0; }
+iframe { display: block; width: 100%; height: 60vh; border: 0; border-radius: 8px;
+  background: #fff; color-scheme: light; }
+summary { margin: 1rem 0 .5rem; color: var(--soft); cursor: pointer; }
 pre { margin: 0; padding: .8rem; white-space: pre-wrap; overflow-wrap: anywhere;
   font: 13px/1.45 ui-monospace, monospace; }
 </style>
@@ -313,48 +320,86 @@ std::string SummaryBox(const ItemInfo& item) {
          "</table></div>\n";
 }
 
-std::string AttachmentBox(const std::vector<AttachmentInfo>& attachments) {
+struct AttachmentRow {
+  std::string name;  // plain text
+  std::string type;
+  std::int64_t size = 0;
+  std::string target;  // of its link; "" for none
+};
+
+std::string AttachmentBox(const std::vector<AttachmentRow>& attachments) {
   if (attachments.empty()) return "";
   std::string html =
       "<h2>Attachments</h2>\n<div class=\"box\"><table>\n<tr><th>Name</th><th>Type</th>"
       "<th class=\"number\">Size</th></tr>\n";
-  for (const AttachmentInfo& attachment : attachments) {
-    html += "<tr><td>" + TextOr(attachment.name, "(no name)") + "</td><td>" +
-            Text(attachment.contentType) + "</td><td class=\"number\">" + Size(attachment.size) +
-            "</td></tr>\n";
+  for (size_t i = 0; i < std::min(attachments.size(), kAttachmentsShown); ++i) {
+    const AttachmentRow& row = attachments[i];
+    const std::string name = TextOr(row.name, "(no name)");
+    html += "<tr><td>" + (row.target.empty() ? name : Link(row.target, name)) + "</td><td>" +
+            Text(row.type) + "</td><td class=\"number\">" + Size(row.size) + "</td></tr>\n";
+  }
+  if (attachments.size() > kAttachmentsShown) {
+    html += "<tr><td class=\"soft\">and " + std::to_string(attachments.size() - kAttachmentsShown) +
+            " more</td></tr>\n";
   }
   return html + "</table></div>\n";
 }
 
-// The fields of a message's head as they stand, continuation lines with their field.
-std::string HeaderBox(std::string_view source) {
-  std::string rows;
-  std::string field;
-  size_t count = 0;
-  const auto flush = [&] {
-    if (field.empty() || count++ >= kFieldsShown) return;
-    const size_t colon = field.find(':');
-    const bool named = colon != std::string::npos;
-    rows += "<tr><th>" + Text(Cut(named ? field.substr(0, colon) : "", kNameShown)) + "</th><td>" +
-            Text(named ? field.substr(colon + 1) : field) + "</td></tr>\n";
-  };
-  while (!source.empty()) {
-    const size_t feed = source.find('\n');
-    std::string_view line = source.substr(0, feed);
-    source.remove_prefix(feed == std::string_view::npos ? source.size() : feed + 1);
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    if (line.empty()) break;
-    if (line[0] != ' ' && line[0] != '\t') {
-      flush();
-      field.clear();
-    }
-    field += line;
+// Those that were stored beside the item, then those within its mail.
+std::vector<AttachmentRow> AttachmentRows(Store& store, std::int64_t id,
+                                          const MailContent* content) {
+  std::vector<AttachmentRow> rows;
+  for (AttachmentInfo& one : store.Attachments(id)) {
+    rows.push_back({std::move(one.name), std::move(one.contentType), one.size, ""});
   }
-  flush();
-  if (count > kFieldsShown)
+  if (content == nullptr) return rows;
+  for (size_t i = 0; i < content->Attachments().size(); ++i) {
+    const MailContent::Attachment& one = content->Attachments()[i];
+    rows.push_back({one.name, one.type, static_cast<std::int64_t>(one.size),
+                    std::string(kItemPath) + std::to_string(id) + std::string(kPartInfix) +
+                        std::to_string(i + 1)});
+  }
+  return rows;
+}
+
+// The fields of a message's head, decoded.
+std::string HeaderBox(const mail::MimeHeader& header) {
+  std::string rows;
+  for (size_t i = 0; i < std::min(header.getCount(), kFieldsShown); ++i) {
+    const mail::MimeField& field = *header.at(i);
+    rows += "<tr><th>" + Text(Cut(field.name().view(), kNameShown)) + "</th><td>" +
+            Text(Cut(field.value().view(), kFieldShown)) + "</td></tr>\n";
+  }
+  if (header.getCount() > kFieldsShown) {
     rows += "<tr><th></th><td class=\"soft\">more in the source</td></tr>\n";
+  }
   if (rows.empty()) return "";
   return "<h2>Headers</h2>\n<div class=\"box\"><table>\n" + rows + "</table></div>\n";
+}
+
+std::string TextBox(std::string_view text) {
+  return "<div class=\"box\"><pre>\n" + Text(Cut(text, kSourceShown)) + "</pre></div>\n";
+}
+
+// A page of a stranger's in a frame that runs nothing, follows nothing and loads nothing: it may
+// not by the sandbox, by the policy of our page, which it inherits, and by one of its own.
+std::string HtmlFrame(std::string_view html) {
+  constexpr std::string_view kPolicy =
+      "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src "
+      "'unsafe-inline'\"><meta name=\"referrer\" content=\"no-referrer\">"
+      "<meta http-equiv=\"x-dns-prefetch-control\" content=\"off\">\n";
+  return "<div class=\"box\"><iframe sandbox title=\"Body\" srcdoc=\"" + Text(kPolicy) +
+         Text(Cut(html, kSourceShown)) + "\"></iframe></div>\n";
+}
+
+std::string BodyBox(std::string_view text, std::string_view html) {
+  if (text.empty() && html.empty()) return "";
+  std::string out = "<h2>Body</h2>\n";
+  if (html.empty()) return out + TextBox(text);
+  out += HtmlFrame(html);
+  if (!text.empty())
+    out += "<details><summary>As plain text</summary>" + TextBox(text) + "</details>\n";
+  return out + "<details><summary>HTML source</summary>" + TextBox(html) + "</details>\n";
 }
 
 std::string SourceBox(std::string_view title, std::string_view shown, size_t size,
@@ -367,29 +412,61 @@ std::string SourceBox(std::string_view title, std::string_view shown, size_t siz
   return html + wholeLink + "</p>\n<div class=\"box\"><pre>\n" + Text(shown) + "</pre></div>\n";
 }
 
+std::optional<std::string> MimeOf(Store& store, std::int64_t id) {
+  std::optional<std::string> mime;
+  store.WithMime(id, [&](std::string_view, std::string_view bytes) { mime.emplace(bytes); });
+  return mime;
+}
+
 WebReply ItemPage(Store& store, std::int64_t id) {
   const std::optional<ItemInfo> item = store.Item(id);
   if (!item) return NotFound();
-  std::string source;
-  size_t size = 0;
-  const bool hasMime = store.WithMime(id, [&](std::string_view, std::string_view bytes) {
-    size = bytes.size();
-    source = Cut(bytes, kSourceShown);
-  });
-  std::string content = SummaryBox(*item) + AttachmentBox(store.Attachments(id));
+  const std::optional<std::string> mime = MimeOf(store, id);
+  std::optional<MailContent> mail;
+  if (mime) mail.emplace(*mime);
+  std::string content =
+      SummaryBox(*item) + AttachmentBox(AttachmentRows(store, id, mail ? &*mail : nullptr));
   const std::string whole =
       Link(std::string(kItemPath) + std::to_string(id) + std::string(kSourceSuffix),
            "Download the whole");
-  if (hasMime) {
-    content += HeaderBox(source) + SourceBox("Source", source, size, whole);
+  if (mail) {
+    content += BodyBox(mail->Text(), mail->Html()) + HeaderBox(mail->Fields()) +
+               SourceBox("Source", Cut(*mime, kSourceShown), mime->size(), whole);
   } else if (!item->body.empty()) {
-    content += SourceBox(item->bodyType == "HTML" ? "Body (HTML source)" : "Body",
-                         Cut(item->body, kSourceShown), item->body.size(), whole);
+    const bool isHtml = item->bodyType == "HTML";
+    if (isHtml) content += "<h2>Body</h2>\n" + HtmlFrame(item->body);
+    content += SourceBox(isHtml ? "Body (HTML source)" : "Body", Cut(item->body, kSourceShown),
+                         item->body.size(), whole);
   }
   const std::optional<FolderInfo> folder = store.Folder(item->folder);
   return {200, WebReply().type,
           Page(item->subject, folder ? Crumbs(store, *folder) : Link("/", "Mailboxes"), content),
           ""};
+}
+
+// The end of a file name that has none but harmless characters: ".pdf"; ".bin" for others.
+std::string Extension(const std::string& name) {
+  const size_t dot = name.rfind('.');
+  if (dot == std::string::npos || name.size() - dot > 9 || dot + 1 == name.size()) return ".bin";
+  for (const char c : name.substr(dot + 1)) {
+    if (!(c >= 'a' && c <= 'z') && !(c >= 'A' && c <= 'Z') && !(c >= '0' && c <= '9')) {
+      return ".bin";
+    }
+  }
+  return name.substr(dot);
+}
+
+// An attachment within a mail, decoded; `number` counts from 1.
+WebReply ItemPart(Store& store, std::int64_t id, std::int64_t number) {
+  const std::optional<std::string> mime = MimeOf(store, id);
+  if (!mime) return NotFound();
+  const MailContent mail(*mime);
+  const auto index = static_cast<size_t>(number - 1);
+  if (index >= mail.Attachments().size()) return NotFound();
+  // Never under the type that the mail claims: a browser is to save it, not to show it.
+  return {200, "application/octet-stream", mail.AttachmentBytes(index),
+          "item-" + std::to_string(id) + "-" + std::to_string(number) +
+              Extension(mail.Attachments()[index].name)};
 }
 
 // The message, or the body of an item that has none, byte for byte.
@@ -418,6 +495,11 @@ WebReply AnswerPage(Store& store, std::string_view path, std::string_view page) 
   }
   if (!path.starts_with(kItemPath)) return NotFound();
   path.remove_prefix(kItemPath.size());
+  if (const size_t infix = path.find(kPartInfix); infix != std::string_view::npos) {
+    const auto item = RowNumber(path.substr(0, infix));
+    const auto number = RowNumber(path.substr(infix + kPartInfix.size()));
+    return item && number ? ItemPart(store, *item, *number) : NotFound();
+  }
   const bool source = path.ends_with(kSourceSuffix);
   if (source) path.remove_suffix(kSourceSuffix.size());
   const auto id = RowNumber(path);

@@ -23,12 +23,14 @@ struct WebReply {
   std::string fileName;  // ASCII; not "": the body is to be saved under that name
 };
 
-// True for the paths that AnswerPage knows: /, /folder/ID, /item/ID and /item/ID/source.
+// True for the paths that AnswerPage knows: /, /folder/ID, /item/ID, /item/ID/source and
+// /item/ID/part/N.
 bool IsPagePath(std::string_view path);
 
 // The page of that path (no escapes left in it). `page` counts from 1, "" is the first. What is not
 // there gets status 404 and a page that says so. The text of every page is well-formed UTF-8,
-// whatever the store holds; only the source of an item leaves byte for byte. Throws
+// whatever the store holds; only the source of an item and the parts of a
+// mail leave byte for byte. Throws
 // platform::SqliteError.
 WebReply AnswerPage(Store& store, std::string_view path, std::string_view page);
 

@@ -68,7 +68,38 @@ TEST_F(WebPages, NamesFromStrangersStayText) {
   ExpectHarmless("/");
   ExpectHarmless("/folder/" + std::to_string(folder->id));
   ExpectHarmless("/item/" + std::to_string(item.info.id));
-  EXPECT_EQ(CountOf(Get("/item/" + std::to_string(item.info.id)).body, "</pre>"), 1u);
+  EXPECT_EQ(CountOf(Get("/item/" + std::to_string(item.info.id)).body, "</pre>"),
+            2u);  // body and source
+}
+
+TEST_F(WebPages, AMailIsShownTakenApart) {
+  const std::string mime =
+      "Subject: =?utf-8?Q?Gr=C3=BC=C3=9Fe?=\r\nContent-Type: multipart/mixed; boundary=x\r\n\r\n"
+      "--x\r\nContent-Type: multipart/alternative; boundary=y\r\n\r\n"
+      "--y\r\nContent-Type: text/plain; charset=iso-8859-1\r\n\r\nplain caf\xE9\r\n"
+      "--y\r\nContent-Type: text/html\r\n\r\n<b onclick=\"x\">bold</b>\r\n--y--\r\n"
+      "--x\r\nContent-Type: application/pdf; name=\"=?utf-8?Q?Pl=C3=A4ne.pdf?=\"\r\n"
+      "Content-Disposition: attachment\r\nContent-Transfer-Encoding: base64\r\n\r\nJVBERg==\r\n"
+      "--x--\r\n";
+  const std::string path = "/item/" + std::to_string(Add("s", mime, Inbox().id).info.id);
+  const std::string page = Get(path).body;
+  for (const std::string& part :
+       {std::string("<th>Subject</th><td>Gr\xC3\xBC\xC3\x9F"
+                    "e</td>"),
+        std::string("plain caf\xC3\xA9"), std::string("<iframe sandbox title=\"Body\" srcdoc=\""),
+        std::string("&lt;b onclick=&quot;x&quot;&gt;bold"),
+        path + "/part/1\">Pl\xC3\xA4ne.pdf</a></td><td>application/pdf</td><td class=\"number\">4 "
+               "B"}) {
+    EXPECT_NE(page.find(part), std::string::npos) << part;
+  }
+  EXPECT_EQ(page.find("<b "), std::string::npos);
+  const mailbox::WebReply file = Get(path + "/part/1");
+  EXPECT_EQ(file.body, "%PDF");
+  EXPECT_EQ(std::string(file.type), "application/octet-stream");
+  EXPECT_TRUE(file.fileName.ends_with("-1.pdf")) << file.fileName;
+  for (const char* bad : {"/part/2", "/part/0", "/part/", "/part/1/source"}) {
+    EXPECT_EQ(Get(path + bad).status, 404) << bad;
+  }
 }
 
 TEST_F(WebPages, TheTreeCountsItemsAndLeavesOutWhatIsNoFolderToPeople) {
@@ -113,11 +144,11 @@ TEST_F(WebPages, SourceIsCutAtItsBoundAndCanBeHadWhole) {
   const auto item = Add("s", mime, Inbox().id);
   const std::string path = "/item/" + std::to_string(item.info.id);
   const std::string page = Get(path).body;
-  EXPECT_NE(page.find("<th>X-Folded</th><td> one two</td>"), std::string::npos);
+  EXPECT_NE(page.find("<th>X-Folded</th><td>one two</td>"), std::string::npos);
   EXPECT_NE(page.find("The first " + std::to_string(mailbox::kSourceShown - 1) + " of " +
                       std::to_string(mime.size()) + " bytes"),
             std::string::npos);
-  EXPECT_EQ(page.find("\xEF\xBF\xBD"), std::string::npos);
+  EXPECT_EQ(page.find("\xEF\xBF\xBD", page.find("<h2>Source")), std::string::npos);
   const mailbox::WebReply whole = Get(path + "/source");
   EXPECT_EQ(whole.body, mime);
   EXPECT_EQ(std::string(whole.type).substr(0, 10), "text/plain");
