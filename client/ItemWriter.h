@@ -25,7 +25,8 @@ struct MailDescription {
   // What is empty is left to the MIME content. Addresses are bare, several with ";" between.
   struct Addressing {
     std::string from, to, cc, bcc, subject;
-  } addressing;
+  };
+  Addressing addressing = {};
 };
 
 // What the header says of sender, recipients and subject. A recipient without an address is left

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "mailboxd/Store.h"
 #include "platform/UniqueFd.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
@@ -61,6 +62,25 @@ TEST(Migration, ThreeHundredMailsArriveOnceByteForByteAndNothingIsSentTwice) {
   ASSERT_EQ(third.status, 0) << third.err;
   EXPECT_EQ(nlohmann::json::parse(third.out)["sent"], 0);
   EXPECT_EQ(Total(ContentsOf(folder.File("mailbox"))), mails.count);
+}
+
+TEST(Migration, FromMimeTheDescriptorCarriesSubjectAndAddresses) {
+  const TemporaryFolder folder;
+  std::filesystem::create_directory(folder.File("source"));
+  folder.Write("source/a.eml",
+               "From: =?utf-8?Q?Ott,_J=C3=BCrgen?= <j@x.example>\r\n"
+               "To: a@x.example, B <b@x.example>\r\nSubject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\n\r\nx");
+  ASSERT_EQ(Migrate(folder, {"--from-mime"}).status, 0);
+  mailbox::Store store(folder.File("mailbox/mailbox.db"), mailbox::Store::Mode::kReadOnly);
+  const auto item = store.Item(1);
+  ASSERT_TRUE(item && item->from);
+  EXPECT_EQ(item->subject,
+            "Gr\xC3\xBC\xC3\x9F"
+            "e");
+  // What the request said has no names, and it wins over the mail, which has.
+  EXPECT_EQ(item->from->address + item->from->name, "j@x.example");
+  ASSERT_EQ(item->to.size(), 2u);
+  EXPECT_EQ(item->to[1].address + item->to[1].name, "b@x.example");
 }
 
 TEST(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {
