@@ -6,6 +6,7 @@
 
 #include "mailboxd/EwsRequest.h"
 #include "mailboxd/ExtendedProperties.h"
+#include "mailboxd/MailContent.h"
 
 namespace mailbox {
 
@@ -108,6 +109,21 @@ void WriteMime(const Context& context, const ItemInfo& item, EwsResponse& respon
   });
 }
 
+// The item's own body, else that of its mail, HTML rather than text.
+void WriteBody(const Context& context, const ItemInfo& item, EwsResponse& response) {
+  const auto write = [&](std::string_view type, std::string_view text) {
+    response.Open("t:Body", XmlAttribute("BodyType", type));
+    response.Raw(EscapeXml(text));
+    response.Close("t:Body");
+  };
+  if (!item.bodyType.empty()) return write(item.bodyType, item.body);
+  std::string mime;  // a copy: the store is not held while the mail is taken apart
+  if (!context.store.WithMime(item.id, [&](auto, std::string_view bytes) { mime = bytes; })) return;
+  const MailContent mail(mime);
+  if (!mail.Html().empty()) return write("HTML", mail.Html());
+  if (!mail.Text().empty()) write("Text", mail.Text());
+}
+
 // The fields of every item, in the order of the schema.
 void WriteItemFields(const Context& context, const ItemInfo& item, const ItemShape& shape,
                      EwsResponse& response) {
@@ -119,11 +135,7 @@ void WriteItemFields(const Context& context, const ItemInfo& item, const ItemSha
   if (shape.Wants("item:ItemClass")) response.Element("t:ItemClass", item.itemClass);
   if (shape.Wants("item:Subject")) response.Element("t:Subject", item.subject);
   if (shape.Wants("item:Sensitivity")) response.Element("t:Sensitivity", item.sensitivity);
-  if (shape.WantsFull("item:Body") && !item.bodyType.empty()) {
-    response.Open("t:Body", XmlAttribute("BodyType", item.bodyType));
-    response.Raw(EscapeXml(item.body));
-    response.Close("t:Body");
-  }
+  if (shape.WantsFull("item:Body")) WriteBody(context, item, response);
   if (shape.WantsFull("item:Attachments") && item.attachmentCount > 0) {
     WriteAttachments(context, item, response);
   }

@@ -53,13 +53,15 @@ TEST_F(ItemOperations, PropertiesComeFromTheMailDecoded) {
       "Received: from a by b; Tue, 5 Mar 2024 10:00:00 +0100\r\n"
       "From: =?utf-8?Q?Ott,_J=C3=BCrgen?= <j@x.example>\r\nTo: a@x.example, B <b@x.example>\r\n"
       "Cc: c@x.example\r\nDate: Tue, 5 Mar 2024 09:59:00 +0100\r\nX-Priority: 1 (Highest)\r\n"
-      "Subject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\nIn-Reply-To: <r@x>\r\n\r\nx"))));
+      "Subject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\nIn-Reply-To: <r@x>\r\n"
+      "Content-Type: text/html; charset=koi8-r\r\n\r\n<b>\xC4</b>"))));
   for (const char* part :
        {"<t:Subject>Gr\xC3\xBC\xC3\x9F"
         "e<",
         "<t:DateTimeReceived>2024-03-05T09:00:00Z<", "<t:DateTimeSent>2024-03-05T08:59:00Z<",
-        "<t:Importance>High<", "<t:InReplyTo>&lt;r@x&gt;<", "<t:Name>Ott, J\xC3\xBCrgen<",
-        "<t:DisplayTo>a@x.example; B<", "<t:EmailAddress>c@x.example<"}) {
+        "<t:Body BodyType=\"HTML\">&lt;b&gt;\xD0\xB4&lt;/b&gt;<", "<t:Importance>High<",
+        "<t:InReplyTo>&lt;r@x&gt;<", "<t:Name>Ott, J\xC3\xBCrgen<", "<t:DisplayTo>a@x.example; B<",
+        "<t:EmailAddress>c@x.example<"}) {
     EXPECT_NE(shown.find(part), std::string::npos) << part << " in " << shown;
   }
 }
