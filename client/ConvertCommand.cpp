@@ -16,8 +16,6 @@
 namespace client {
 namespace {
 
-constexpr unsigned kUtf8 = 65001;
-
 // The code page of a name or number; nothing for a name that is unknown.
 std::optional<unsigned> PageOf(const std::string& text) {
   unsigned number = 0;
@@ -51,14 +49,6 @@ bool WriteOutput(const mail::DataBuffer& output) {
   return false;
 }
 
-// Whether a page converts at all: a name may be known without a table.
-bool HasConversion(unsigned page) {
-  mail::EncodingConvert converter;
-  mail::DataBuffer output;
-  mail::LogNull log;
-  return converter.EncConvert(kUtf8, page, "A", 1, output, log);
-}
-
 int Convert(unsigned from, unsigned to) {
   mail::DataBuffer input;
   if (!ReadInput(input)) return kExitFailed;
@@ -68,8 +58,9 @@ int Convert(unsigned from, unsigned to) {
   const bool converted =
       converter.EncConvert(from, to, input.getData(), input.getSize(), output, log);
   if (!WriteOutput(output)) return kExitFailed;
-  if (converter.m_hadErrors) fmt::print(stderr, "had errors\n");
-  if (!converted && (!converter.m_hadErrors || !HasConversion(from) || !HasConversion(to))) {
+  if (converter.m_hadErrors) {
+    fmt::print(stderr, "had errors\n");
+  } else if (!converted) {
     fmt::print(stderr, "tarny convert: there is no conversion from page {} to page {}\n", from, to);
   }
   return converted ? kExitDone : kExitFailed;

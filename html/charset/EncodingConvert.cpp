@@ -23,10 +23,6 @@ std::atomic<bool> g_joinSurrogates{true};
 
 namespace {
 
-constexpr std::string_view kNoTableToRead = "ensureHashToUnicode failed.";
-constexpr std::string_view kNoPairsToRead = "convertToUnicodeHCVar: missing hc";
-constexpr std::string_view kNoTableToWrite = "ensureHashFromUnicode failed.";
-
 using Bytes = std::span<const unsigned char>;
 
 constexpr unsigned kAscii = 20127;
@@ -372,24 +368,21 @@ bool EncodingConvert::convert_a(unsigned nFrom, unsigned nTo, Bytes arrIn, DataB
   }
   if (arrIn.empty()) return true;
   if (nFrom == nTo) return out.append(arrIn.data(), arrIn.size()) || fail();
-  if (nFrom == kUtf16) {
-    if (nTo == kUtf8) log.LogInfo("converting from utf-16 to utf-8");
-    return convertUnits(nTo, arrIn, out, log);
-  }
-  if (nTo == kUtf16) {
-    if (nFrom == kUtf8) log.LogInfo("converting from utf-8 to utf-16");
-    return convertToUnits(nFrom, arrIn, out, log);
-  }
+  if (nFrom == kUtf16) return convertUnits(nTo, arrIn, out, log);
+  if (nTo == kUtf16) return convertToUnits(nFrom, arrIn, out, log);
   return convertByPivot(nFrom, nTo, arrIn, out, log);
 }
 
 bool EncodingConvert::convertUnits(unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log) {
-  return nTo == kUtf8 ? convertFromUnicode(arrIn, out) : convertFromUnicodeHC(nTo, arrIn, out, log);
+  if (nTo != kUtf8) return convertFromUnicodeHC(nTo, arrIn, out, log);
+  log.LogInfo("converting from utf-16 to utf-8");
+  return convertFromUnicode(arrIn, out);
 }
 
 bool EncodingConvert::convertToUnits(unsigned nFrom, Bytes arrIn, DataBuffer& out, LogBase& log) {
-  return nFrom == kUtf8 ? cv_utf8_to_utf16(arrIn, out, log)
-                        : convertToUnicodeHC(nFrom, arrIn, out, log);
+  if (nFrom != kUtf8) return convertToUnicodeHC(nFrom, arrIn, out, log);
+  log.LogInfo("converting from utf-8 to utf-16");
+  return cv_utf8_to_utf16(arrIn, out, log);
 }
 
 bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out,
@@ -397,10 +390,7 @@ bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, 
   log.LogInfo(nTo == kUtf8     ? "Converting to utf-8 using utf-16 as a pivot table..."sv
               : nFrom == kUtf8 ? "Converting from utf-8 using utf-16 as a pivot table..."sv
                                : "Converting by using utf-16 as a pivot table..."sv);
-  // A close look wants the log of each half, so the halves run one after the other then.
-  if (m_errorAction == kDrop && !log.m_bVerbose) {
-    return convertInOneLoop(nFrom, nTo, arrIn, out, log);
-  }
+  if (m_errorAction == kDrop) return convertInOneLoop(nFrom, nTo, arrIn, out, log);
   DataBuffer arrUnits;
   if (!arrUnits.reserve(2 * arrIn.size() + 4)) return fail();
   m_nMarkers = 0;
@@ -408,7 +398,7 @@ bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, 
   bool bResult = convertToUnits(nFrom, arrIn, arrUnits, log);
   m_emitMarkers = false;
   if (!bResult && log.m_bVerbose) log.LogInfo("convertToUnicodeHC failed.");
-  if (bResult) {
+  if (bResult && !arrUnits.isEmpty()) {
     m_honourMarkers = true;
     bResult = convertUnits(nTo, arrUnits.bytes(), out, log);
     m_honourMarkers = false;
@@ -422,18 +412,6 @@ bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, 
 // --- Both halves of the pivot as one loop, for the action that leaves out what does not map. ---
 
 namespace {
-
-// What the two halves write into the log when they run one after the other.
-void noteHalves(unsigned nFrom, unsigned nTo, bool bRead, bool bTarget, LogBase& log) {
-  if (nFrom != kUtf8) {
-    const LogContextExitor objContext(log, "convertToUnicodeHC");
-    if (!bRead) log.LogInfo(charset_tables::hasPairs(nFrom) ? kNoPairsToRead : kNoTableToRead);
-  }
-  if (bRead && nTo != kUtf8) {
-    const LogContextExitor objContext(log, "convertFromUnicodeHC");
-    if (!bTarget) log.LogInfo(kNoTableToWrite);
-  }
-}
 
 // Runs the loop for one source and one sink; false for want of memory.
 template <class Source, class Sink>
@@ -487,7 +465,11 @@ bool EncodingConvert::convertInOneLoop(unsigned nFrom, unsigned nTo, Bytes arrIn
     return bDone = convertAll(objSource, convert_loops::TableSink{*pTarget}, arrIn, out, objFaults);
   });
   if (objFaults.bSource || objFaults.bSink) m_hadErrors = true;
-  noteHalves(nFrom, nTo, bRead, pTarget != nullptr, log);
+  if (!bRead) log.LogInfo("ensureHashToUnicode failed.");
+  if (!bRead && log.m_bVerbose) log.LogInfo("convertToUnicodeHC failed.");
+  if (bRead && !bDone && log.m_bVerbose) {
+    log.LogInfo(nTo == kUtf8 ? "convertFromUnicode failed." : "convertFromUnicodeHC failed.");
+  }
   if (!bRead || !bDone) return fail();
   return !objFaults.bSink;
 }
@@ -538,7 +520,7 @@ bool EncodingConvert::convertToUnicodeByLookup(unsigned nPage, Bytes arrIn, Data
                                                LogBase& log) {
   const UnicodeLookup* const pTable = charset_tables::unicodeLookup(nPage);
   if (pTable == nullptr) {
-    log.LogInfo(kNoTableToRead);
+    log.LogInfo("ensureHashToUnicode failed.");
     return fail();
   }
   return convertWithActions(convert_loops::SingleSource{*pTable}, convert_loops::UnitSink{}, arrIn,
@@ -549,7 +531,7 @@ bool EncodingConvert::convertToUnicodeHCVar(unsigned nPage, Bytes arrIn, DataBuf
                                             LogBase& log) {
   const HashConvert* const pTable = charset_tables::toUnicode(nPage);
   if (pTable == nullptr) {
-    log.LogInfo(kNoPairsToRead);
+    log.LogInfo("convertToUnicodeHCVar: missing hc");
     return fail();
   }
   const std::size_t nSkip = m_errorAction != kDrop && skipsPairs(nPage) ? 2 : 1;
@@ -580,10 +562,10 @@ bool EncodingConvert::convertFromUnicodeHC(unsigned nPage, Bytes arrIn, DataBuff
   }
   const HashConvert* const pTable = charset_tables::fromUnicode(nPage);
   if (pTable == nullptr) {
-    log.LogInfo(kNoTableToWrite);
+    log.LogInfo("ensureHashFromUnicode failed.");
     return fail();
   }
-  if (arrIn.size() == 1) return fail();
+  if (arrIn.size() < 2) return fail();
   reserveFor(arrIn.size(), out);
   return honourMarkers(arrIn, kMarkerHeader, out, [&](Bytes arrText) {
     return convertWithActions(convert_loops::UnitSource{}, convert_loops::TableSink{*pTable},

@@ -54,7 +54,7 @@ class EncodingConvert {
   bool EncConvert(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,
                   DataBuffer& out, LogBase& log);
   // The same for what is text whatever it begins with: a text that happens to begin as a PDF does
-  // is converted too (but for one in ISO-2022, whose pairs are looked at once more).
+  // is converted too.
   bool convertText(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,
                    DataBuffer& out, LogBase& log);
   // By name; a name that is unknown counts as utf-8.

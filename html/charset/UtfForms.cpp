@@ -27,12 +27,6 @@ void putFourBytes(std::uint32_t nChar, unsigned char*& pOut) {
   *pOut++ = static_cast<unsigned char>(0x80 | (nChar & 0x3F));
 }
 
-void putThreeBytes(std::uint32_t nUnit, unsigned char*& pOut) {
-  *pOut++ = static_cast<unsigned char>(0xE0 | nUnit >> 12);
-  *pOut++ = static_cast<unsigned char>(0x80 | (nUnit >> 6 & 0x3F));
-  *pOut++ = static_cast<unsigned char>(0x80 | (nUnit & 0x3F));
-}
-
 // The unit at p, which is a high surrogate, and the one behind it; returns the bytes taken.
 std::size_t putSurrogates(const unsigned char* p, const unsigned char* pEnd, bool bJoin,
                           unsigned char*& pOut) {
@@ -44,9 +38,9 @@ std::size_t putSurrogates(const unsigned char* p, const unsigned char* pEnd, boo
   const std::uint32_t nNext = readUnit(p + 2);
   if (bJoin && isLowSurrogate(nNext)) {
     putFourBytes(0x10000 + ((nHigh - 0xD800) << 10) + (nNext - 0xDC00), pOut);
-  } else {  // kept: the second one too has three bytes, even if it is an ASCII letter
-    putThreeBytes(nHigh, pOut);
-    putThreeBytes(nNext, pOut);
+  } else {
+    putUtf8Unit(nHigh, pOut);
+    putUtf8Unit(nNext, pOut);
   }
   return 4;
 }

@@ -60,14 +60,15 @@ std::string PlainUtf16ToUtf8(std::string_view units) {
     return static_cast<unsigned>(static_cast<unsigned char>(units[n]) |
                                  static_cast<unsigned char>(units[n + 1]) << 8);
   };
-  const auto putIn = [&](unsigned more, unsigned character) {  // more bytes than one
+  const auto put = [&](unsigned character) {
     const unsigned lead[] = {0x00, 0xC0, 0xE0, 0xF0};
+    const unsigned more = character < 0x80      ? 0
+                          : character < 0x800   ? 1
+                          : character < 0x10000 ? 2
+                                                : 3;
+    if (character == 0) return;
     utf8 += static_cast<char>(lead[more] | character >> 6 * more);
     for (unsigned n = more; n-- > 0;) utf8 += static_cast<char>(0x80 | (character >> 6 * n & 0x3F));
-  };
-  const auto put = [&](unsigned character) {
-    if (character == 0) return;
-    putIn(character < 0x80 ? 0 : character < 0x800 ? 1 : character < 0x10000 ? 2 : 3, character);
   };
   for (std::size_t n = 0; n + 1 < units.size(); n += 2) {
     const unsigned first = unit(n);
@@ -80,8 +81,8 @@ std::string PlainUtf16ToUtf8(std::string_view units) {
     if (second >= 0xDC00 && second <= 0xDFFF) {
       put(0x10000 + (first - 0xD800) * 0x400 + (second - 0xDC00));
     } else {
-      putIn(2, first);
-      putIn(2, second);
+      put(first);
+      put(second);
     }
   }
   return utf8;

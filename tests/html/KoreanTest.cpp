@@ -62,13 +62,13 @@ TEST(Korean, TheHeaderIsWrittenFirstAndShiftsWhereTheyAreNeeded) {
   EXPECT_EQ(ToIso2022("a\xB0"), kHeader + "a");
 }
 
-// The syllables outside KS X 1001 too, though what comes of them is no 7-bit text.
-TEST(Korean, EverySyllableChangesItsTopBits) {
-  EXPECT_EQ(ToIso2022("\x8D\x8A"), kHeader + "\x0E\r\n");
-  EXPECT_EQ(Convert(949, 50225, "a\x8C\x41z"),
-            (Converted{kHeader + "a\x0E\x0C\xC1\x0Fz", true, false}));
-  EXPECT_EQ(Convert(949, 50225, "a\xB0"), (Converted{kHeader + "a", true, true}));
-  EXPECT_TRUE(Convert(50225, 949, kHeader + "\x0E!!0").hadErrors);
+// Less their top bit, half of the syllables of 949 would be line ends, shifts and escapes.
+TEST(Korean, NoSyllableBecomesAControl) {
+  EXPECT_EQ(ToIso2022("\x8D\x8A"), kHeader);
+  EXPECT_EQ(Convert(949, 50225,
+                    "a\x8D\x8A"
+                    "b"),
+            (Converted{kHeader + "ab", true, true}));
 }
 
 TEST(Korean, EveryPairIsThatOfThePageLessItsTopBits) {
