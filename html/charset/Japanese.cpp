@@ -238,6 +238,7 @@ class Iso2022Reader {
   void readText(unsigned ch) {
     const bool bLineEnd = ch == '\r' || ch == '\n';
     if (bLineEnd) m_nMode = Mode::kAscii;
+    // Blanks and controls stay what they are: 0xA0 and the like mean nothing in Shift_JIS.
     if (m_nMode == Mode::kKatakana && isJis(ch)) {
       *m_pOut++ = static_cast<unsigned char>(ch + 0x80);
       ++m_p;

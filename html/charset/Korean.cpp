@@ -11,10 +11,6 @@ constexpr unsigned char kShiftIn = 0x0F;
 
 unsigned char otherHalf(unsigned char ch) { return ch ^ 0x80; }
 
-// Half of the syllables of 949 lie outside KS X 1001; less their top bit some would become
-// controls, and a line break in the middle of a header field is a door for forged ones.
-bool isControl(unsigned char ch) { return ch < 0x21; }
-
 }  // namespace
 
 bool Korean::iso2022ToKsc(const unsigned char* pBytes, std::size_t nBytes, DataBuffer& out) {
@@ -22,6 +18,7 @@ bool Korean::iso2022ToKsc(const unsigned char* pBytes, std::size_t nBytes, DataB
   if (pOut == nullptr) return false;
   const unsigned char* const pStart = pOut;
   const std::string_view strText(reinterpret_cast<const char*>(pBytes), nBytes);
+  bool bAll = true;
   bool bDouble = false;
   for (std::size_t n = 0; n < nBytes;) {
     const unsigned char ch = pBytes[n];
@@ -35,6 +32,7 @@ bool Korean::iso2022ToKsc(const unsigned char* pBytes, std::size_t nBytes, DataB
       *pOut++ = ch;
       ++n;
     } else if (n + 1 == nBytes) {
+      bAll = false;
       break;
     } else {
       *pOut++ = otherHalf(ch);
@@ -43,7 +41,7 @@ bool Korean::iso2022ToKsc(const unsigned char* pBytes, std::size_t nBytes, DataB
     }
   }
   out.commit(static_cast<std::size_t>(pOut - pStart));
-  return true;
+  return bAll;
 }
 
 bool Korean::kscToIso2022(const unsigned char* pBytes, std::size_t nBytes, DataBuffer& out) {
@@ -56,12 +54,11 @@ bool Korean::kscToIso2022(const unsigned char* pBytes, std::size_t nBytes, DataB
   for (std::size_t n = 0; n < nBytes;) {
     const unsigned char ch = pBytes[n];
     const bool bPair = ch >= 0x80;
-    if (bPair && n + 1 == nBytes) break;
-    n += bPair ? 2 : 1;
-    if (bPair && (isControl(otherHalf(ch)) || isControl(otherHalf(pBytes[n - 1])))) {
+    if (bPair && n + 1 == nBytes) {
       bAll = false;
-      continue;
+      break;
     }
+    n += bPair ? 2 : 1;
     if (bPair != bDouble) *pOut++ = bPair ? kShiftOut : kShiftIn;
     bDouble = bPair;
     *pOut++ = bPair ? otherHalf(ch) : ch;

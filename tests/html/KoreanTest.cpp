@@ -62,13 +62,19 @@ TEST(Korean, TheHeaderIsWrittenFirstAndShiftsWhereTheyAreNeeded) {
   EXPECT_EQ(ToIso2022("a\xB0"), kHeader + "a");
 }
 
-// Less their top bit, half of the syllables of 949 would be line ends, shifts and escapes.
-TEST(Korean, NoSyllableBecomesAControl) {
-  EXPECT_EQ(ToIso2022("\x8D\x8A"), kHeader);
-  EXPECT_EQ(Convert(949, 50225,
-                    "a\x8D\x8A"
-                    "b"),
-            (Converted{kHeader + "ab", true, true}));
+// Half of the syllables of 949 lie outside KS X 1001. They are written too, less their top bits.
+TEST(Korean, SyllablesOutsideTheSmallSetAreWritten) {
+  EXPECT_EQ(ToIso2022("\x8D\x8A\x8D\x41"), kHeader + "\x0E\r\n\r\xC1");
+  const std::string text = "\x8C\x63\xB0\xE6\xB0\xA2 \x94\xEE";
+  const Converted written = Convert(949, 50225, text);
+  EXPECT_EQ(written,
+            (Converted{kHeader + "\x0E\x0C\xE3\x30\x66\x30\x22\x0F \x0E\x14\x6E", true, false}));
+  EXPECT_EQ(Convert(50225, 949, written.bytes), (Converted{text, true, false}));
+}
+
+TEST(Korean, ALoneHalfIsLeftOutAndTold) {
+  EXPECT_EQ(Convert(949, 50225, "a\xB0"), (Converted{kHeader + "a", true, true}));
+  EXPECT_EQ(Convert(50225, 949, "a\x0E\x30"), (Converted{"a", true, true}));
 }
 
 TEST(Korean, EveryPairIsThatOfThePageLessItsTopBits) {
