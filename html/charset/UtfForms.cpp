@@ -27,20 +27,26 @@ void putFourBytes(std::uint32_t nChar, unsigned char*& pOut) {
   *pOut++ = static_cast<unsigned char>(0x80 | (nChar & 0x3F));
 }
 
+void putThreeBytes(std::uint32_t nUnit, unsigned char*& pOut) {
+  *pOut++ = static_cast<unsigned char>(0xE0 | nUnit >> 12);
+  *pOut++ = static_cast<unsigned char>(0x80 | (nUnit >> 6 & 0x3F));
+  *pOut++ = static_cast<unsigned char>(0x80 | (nUnit & 0x3F));
+}
+
 // The unit at p, which is a high surrogate, and the one behind it; returns the bytes taken.
 std::size_t putSurrogates(const unsigned char* p, const unsigned char* pEnd, bool bJoin,
                           unsigned char*& pOut) {
   const std::uint32_t nHigh = readUnit(p);
   if (pEnd - p < 4) {
-    putUtf8Unit(nHigh, pOut);
+    putThreeBytes(nHigh, pOut);
     return 2;
   }
   const std::uint32_t nNext = readUnit(p + 2);
   if (bJoin && isLowSurrogate(nNext)) {
     putFourBytes(0x10000 + ((nHigh - 0xD800) << 10) + (nNext - 0xDC00), pOut);
   } else {
-    putUtf8Unit(nHigh, pOut);
-    putUtf8Unit(nNext, pOut);
+    putThreeBytes(nHigh, pOut);
+    if (nNext != 0) putThreeBytes(nNext, pOut);  // U+0000 does not pass in any form
   }
   return 4;
 }

@@ -12,8 +12,8 @@ namespace mail::utf_forms {
 using Bytes = std::span<const unsigned char>;
 
 // UTF-16, an even number of bytes, to UTF-8. U+0000 is left out. A high surrogate is joined with a
-// low one behind it, if bJoin; else it and the unit behind it are written in three bytes each, as a
-// lone surrogate is.
+// low one behind it, if bJoin; else it and the unit behind it are written in three bytes each,
+// whatever that unit is: "A" there becomes E0 81 81.
 bool unitsToUtf8(Bytes arrUnits, bool bJoin, DataBuffer& out);
 
 // UTF-32 of either byte order, to UTF-8. A value that is 0 or past U+10FFFF is left out and sets

@@ -60,9 +60,10 @@ std::string PlainUtf16ToUtf8(std::string_view units) {
     return static_cast<unsigned>(static_cast<unsigned char>(units[n]) |
                                  static_cast<unsigned char>(units[n + 1]) << 8);
   };
-  const auto put = [&](unsigned character) {
+  const auto put = [&](unsigned character, bool apart = false) {
     const unsigned lead[] = {0x00, 0xC0, 0xE0, 0xF0};
-    const unsigned more = character < 0x80      ? 0
+    const unsigned more = apart                 ? 2
+                          : character < 0x80    ? 0
                           : character < 0x800   ? 1
                           : character < 0x10000 ? 2
                                                 : 3;
@@ -82,7 +83,7 @@ std::string PlainUtf16ToUtf8(std::string_view units) {
       put(0x10000 + (first - 0xD800) * 0x400 + (second - 0xDC00));
     } else {
       put(first);
-      put(second);
+      put(second, /*apart=*/true);
     }
   }
   return utf8;

@@ -356,8 +356,9 @@ TEST(Conversion, SurrogatesAreJoinedUnlessToldOtherwise) {
   EXPECT_EQ(Convert(1200, 65001,
                     Units(u"\xD83D"
                           u"A\xDE00")),
-            Clean("\xED\xA0\xBD"
-                  "A\xED\xB8\x80"));
+            Clean("\xED\xA0\xBD\xE0\x81\x81\xED\xB8\x80"));
+  EXPECT_EQ(Convert(1200, 65001, Bytes("\x3D\xD8\0\0A\0")), Clean("\xED\xA0\xBD"
+                                                                  "A"));
   EXPECT_EQ(Convert(1200, 65001, Units(u"\xD83D\xD83D\xDE00")),
             Clean("\xED\xA0\xBD\xED\xA0\xBD\xED\xB8\x80"));
   EXPECT_EQ(Convert(1200, 65001, Units(u"A\xD83D")), Clean("A\xED\xA0\xBD"));
