@@ -58,11 +58,13 @@ int Convert(unsigned from, unsigned to) {
   const bool converted =
       converter.EncConvert(from, to, input.getData(), input.getSize(), output, log);
   if (!WriteOutput(output)) return kExitFailed;
-  if (converter.m_hadErrors) {
-    fmt::print(stderr, "had errors\n");
-  } else if (!converted) {
+  if (converted && !converter.m_hadErrors) return kExitDone;
+  // A page that never converts is another matter than a stray character.
+  if (!mail::EncodingConvert::converts(from) || !mail::EncodingConvert::converts(to)) {
     fmt::print(stderr, "tarny convert: there is no conversion from page {} to page {}\n", from, to);
+    return kExitFailed;
   }
+  fmt::print(stderr, "had errors\n");
   return converted ? kExitDone : kExitFailed;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -173,6 +174,12 @@ bool EncodingConvert::setSubstitution(std::string_view strBytes) {
 bool EncodingConvert::fail() {
   m_hadErrors = true;
   return false;
+}
+
+bool EncodingConvert::converts(unsigned nPage) {
+  const bool bFamily = isUtf16(nPage) || isUtf32(nPage) || nPage == kUtf7 || nPage == kUtf8 ||
+                       isIso2022Jp(nPage) || isIso2022Kr(nPage);
+  return bFamily || charset_tables::fromUnicode(nPage) != nullptr;
 }
 
 // --- The main operation and its forms. ---
@@ -368,21 +375,24 @@ bool EncodingConvert::convert_a(unsigned nFrom, unsigned nTo, Bytes arrIn, DataB
   }
   if (arrIn.empty()) return true;
   if (nFrom == nTo) return out.append(arrIn.data(), arrIn.size()) || fail();
-  if (nFrom == kUtf16) return convertUnits(nTo, arrIn, out, log);
-  if (nTo == kUtf16) return convertToUnits(nFrom, arrIn, out, log);
+  if (nFrom == kUtf16) {
+    if (nTo == kUtf8) log.LogInfo("converting from utf-16 to utf-8");
+    return convertUnits(nTo, arrIn, out, log);
+  }
+  if (nTo == kUtf16) {
+    if (nFrom == kUtf8) log.LogInfo("converting from utf-8 to utf-16");
+    return convertToUnits(nFrom, arrIn, out, log);
+  }
   return convertByPivot(nFrom, nTo, arrIn, out, log);
 }
 
 bool EncodingConvert::convertUnits(unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log) {
-  if (nTo != kUtf8) return convertFromUnicodeHC(nTo, arrIn, out, log);
-  log.LogInfo("converting from utf-16 to utf-8");
-  return convertFromUnicode(arrIn, out);
+  return nTo != kUtf8 ? convertFromUnicodeHC(nTo, arrIn, out, log) : convertFromUnicode(arrIn, out);
 }
 
 bool EncodingConvert::convertToUnits(unsigned nFrom, Bytes arrIn, DataBuffer& out, LogBase& log) {
-  if (nFrom != kUtf8) return convertToUnicodeHC(nFrom, arrIn, out, log);
-  log.LogInfo("converting from utf-8 to utf-16");
-  return cv_utf8_to_utf16(arrIn, out, log);
+  return nFrom != kUtf8 ? convertToUnicodeHC(nFrom, arrIn, out, log)
+                        : cv_utf8_to_utf16(arrIn, out, log);
 }
 
 bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out,
@@ -390,7 +400,11 @@ bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, 
   log.LogInfo(nTo == kUtf8     ? "Converting to utf-8 using utf-16 as a pivot table..."sv
               : nFrom == kUtf8 ? "Converting from utf-8 using utf-16 as a pivot table..."sv
                                : "Converting by using utf-16 as a pivot table..."sv);
-  if (m_errorAction == kDrop) return convertInOneLoop(nFrom, nTo, arrIn, out, log);
+  // A close look wants the lines of each half, and so does a page without a table.
+  if (m_errorAction == kDrop && !log.m_bVerbose) {
+    const std::optional<bool> result = convertInOneLoop(nFrom, nTo, arrIn, out, log);
+    if (result) return *result;
+  }
   DataBuffer arrUnits;
   if (!arrUnits.reserve(2 * arrIn.size() + 4)) return fail();
   m_nMarkers = 0;
@@ -398,7 +412,7 @@ bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, 
   bool bResult = convertToUnits(nFrom, arrIn, arrUnits, log);
   m_emitMarkers = false;
   if (!bResult && log.m_bVerbose) log.LogInfo("convertToUnicodeHC failed.");
-  if (bResult && !arrUnits.isEmpty()) {
+  if (bResult) {
     m_honourMarkers = true;
     bResult = convertUnits(nTo, arrUnits.bytes(), out, log);
     m_honourMarkers = false;
@@ -430,47 +444,45 @@ void reserveFor(std::size_t nBytes, DataBuffer& out) {
   if (nBytes > convert_loops::kBlock) (void)out.reserve(nBytes);
 }
 
-// Calls fnConvert with the source that reads the page; false if the page has no table.
+// Calls fnConvert with the source that reads the page; nothing if the page has no table.
 template <class Convert>
-bool withSource(unsigned nPage, Convert fnConvert) {
+std::optional<bool> withSource(unsigned nPage, Convert fnConvert) {
   if (nPage == kUtf8) return fnConvert(convert_loops::Utf8Source{});
   if (charset_tables::hasPairs(nPage)) {
     const HashConvert* pTable = charset_tables::toUnicode(nPage);
-    return pTable != nullptr && fnConvert(convert_loops::PairSource{*pTable});
+    if (pTable == nullptr) return std::nullopt;
+    return fnConvert(convert_loops::PairSource{*pTable});
   }
   const UnicodeLookup* pTable = charset_tables::unicodeLookup(nPage);
-  return pTable != nullptr && fnConvert(convert_loops::SingleSource{*pTable});
+  if (pTable == nullptr) return std::nullopt;
+  return fnConvert(convert_loops::SingleSource{*pTable});
 }
 
 }  // namespace
 
-bool EncodingConvert::convertInOneLoop(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out,
-                                       LogBase& log) {
+// Nothing, and no output, when one of the pages has no table.
+std::optional<bool> EncodingConvert::convertInOneLoop(unsigned nFrom, unsigned nTo, Bytes arrIn,
+                                                      DataBuffer& out, LogBase& log) {
   const HashConvert* const pTarget = nTo != kUtf8 ? charset_tables::fromUnicode(nTo) : nullptr;
+  if (nTo != kUtf8 && pTarget == nullptr) return std::nullopt;
   convert_loops::Faults objFaults;
-  bool bRead = false;
-  bool bDone = true;
-  (void)withSource(nFrom, [&](const auto& objSource) {
+  const std::optional<bool> bDone = withSource(nFrom, [&](const auto& objSource) {
     using Source = std::decay_t<decltype(objSource)>;
-    bRead = true;
     if constexpr (!std::is_same_v<Source, convert_loops::Utf8Source>) {
-      if (nTo == kUtf8) {
+      if (pTarget == nullptr) {
         reserveFor(arrIn.size() + arrIn.size() / 2, out);
-        bDone = convertAll(objSource, convert_loops::Utf8Sink{}, arrIn, out, objFaults);
-        return bDone;
+        return convertAll(objSource, convert_loops::Utf8Sink{}, arrIn, out, objFaults);
       }
     }
-    if (pTarget == nullptr) return bDone = false;
     reserveFor(arrIn.size(), out);
-    return bDone = convertAll(objSource, convert_loops::TableSink{*pTarget}, arrIn, out, objFaults);
+    return convertAll(objSource, convert_loops::TableSink{*pTarget}, arrIn, out, objFaults);
   });
+  if (!bDone) return std::nullopt;
+  // The log shows the halves as it does when they run one after the other.
+  if (nFrom != kUtf8) const LogContextExitor objContext(log, "convertToUnicodeHC");
+  if (nTo != kUtf8) const LogContextExitor objContext(log, "convertFromUnicodeHC");
   if (objFaults.bSource || objFaults.bSink) m_hadErrors = true;
-  if (!bRead) log.LogInfo("ensureHashToUnicode failed.");
-  if (!bRead && log.m_bVerbose) log.LogInfo("convertToUnicodeHC failed.");
-  if (bRead && !bDone && log.m_bVerbose) {
-    log.LogInfo(nTo == kUtf8 ? "convertFromUnicode failed." : "convertFromUnicodeHC failed.");
-  }
-  if (!bRead || !bDone) return fail();
+  if (!*bDone) return fail();
   return !objFaults.bSink;
 }
 
@@ -565,7 +577,7 @@ bool EncodingConvert::convertFromUnicodeHC(unsigned nPage, Bytes arrIn, DataBuff
     log.LogInfo("ensureHashFromUnicode failed.");
     return fail();
   }
-  if (arrIn.size() < 2) return fail();
+  if (arrIn.size() == 1) return fail();
   reserveFor(arrIn.size(), out);
   return honourMarkers(arrIn, kMarkerHeader, out, [&](Bytes arrText) {
     return convertWithActions(convert_loops::UnitSource{}, convert_loops::TableSink{*pTable},

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -54,7 +55,7 @@ class EncodingConvert {
   bool EncConvert(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,
                   DataBuffer& out, LogBase& log);
   // The same for what is text whatever it begins with: a text that happens to begin as a PDF does
-  // is converted too.
+  // is converted too (from ISO-2022 only to the double-byte page on its way).
   bool convertText(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,
                    DataBuffer& out, LogBase& log);
   // By name; a name that is unknown counts as utf-8.
@@ -68,6 +69,10 @@ class EncodingConvert {
   // With the byte order mark of the target in front: of 65001, 1200 and 1201, nothing for others.
   bool EncConvertWithPreamble(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,
                               DataBuffer& out, LogBase& log);
+
+  // Whether text can be read and written in the page at all, be it by tables or as a form of Unicode
+  // or ISO-2022. Not so for some that have a name, and for the numbers of encodings.
+  static bool converts(unsigned nPage);
 
   // Whether surrogates are joined to one character on the way to UTF-8.
   bool m_pairSurrogates = true;
@@ -93,7 +98,8 @@ class EncodingConvert {
   bool convertUnits(unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log);
   bool convertToUnits(unsigned nFrom, Bytes arrIn, DataBuffer& out, LogBase& log);
   bool convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log);
-  bool convertInOneLoop(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log);
+  std::optional<bool> convertInOneLoop(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out,
+                                       LogBase& log);
 
   bool convertToUnicodeHC(unsigned nPage, Bytes arrIn, DataBuffer& out, LogBase& log);
   bool convertToUnicodeByLookup(unsigned nPage, Bytes arrIn, DataBuffer& out, LogBase& log);

@@ -70,7 +70,11 @@ TEST(ConvertCommand, APageWithoutConversionFails) {
   const Result noTable = Convert("--from asmo-449 --to utf-8", "text");
   EXPECT_EQ(noTable.exitCode, 1);
   EXPECT_EQ(noTable.out, "");
-  EXPECT_EQ(noTable.err, "had errors\n");
+  EXPECT_EQ(noTable.err, "tarny convert: there is no conversion from page 709 to page 65001\n");
+  const Result target = Convert("--from utf-16be --to euc-tw", std::string("\0a", 2));
+  EXPECT_EQ(target.exitCode, 1);
+  EXPECT_THAT(target.err, HasSubstr("there is no conversion from page 1201"));
+  EXPECT_EQ(Convert("--from asmo-449 --to utf-16be", "text").exitCode, 1);
   const Result encoding = Convert("--from base64 --to utf-8", "text");  // no charset at all
   EXPECT_EQ(encoding.exitCode, 1);
   EXPECT_EQ(encoding.out, "");

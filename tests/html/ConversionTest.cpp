@@ -67,6 +67,71 @@ TEST(Conversion, AnUnknownNameCountsAsUtf8AndIsLoggedForTheSource) {
   EXPECT_THAT(quiet.text(), testing::Not(testing::HasSubstr("Unrecognized")));
 }
 
+// What the log of a conversion reads without its indentation, a line after another.
+std::string LogOf(bool verbose, unsigned from, unsigned to, std::string_view input,
+                  std::uint32_t action) {
+  mail::_ckLogger log;
+  log.m_bVerbose = verbose;
+  EncodingConvert converter;
+  converter.m_errorAction = action;
+  mail::DataBuffer output;
+  (void)converter.EncConvert(from, to, input.data(), input.size(), output, log);
+  std::string lines;
+  bool atStart = true;
+  for (const char ch : log.text()) {
+    if (ch == '\r' || (atStart && ch == ' ')) continue;
+    lines += ch == '\n' ? '|' : ch;
+    atStart = ch == '\n';
+  }
+  return lines;
+}
+
+// Support people match on these texts: they are the same with either way through the pivot.
+TEST(Conversion, TheLogTellsTheWayAndTheFailure) {
+  const struct {
+    bool verbose;
+    unsigned from, to;
+    std::string input;
+    std::string expected;
+  } kCases[] = {
+      {false, 1252, 65001, "a",
+       "Converting to utf-8 using utf-16 as a pivot table...|convertToUnicodeHC:|"},
+      {false, 65001, 1252, "a",
+       "Converting from utf-8 using utf-16 as a pivot table...|convertFromUnicodeHC:|"},
+      {false, 1251, 1252, "a",
+       "Converting by using utf-16 as a pivot table...|convertToUnicodeHC:|convertFromUnicodeHC:|"},
+      {false, 10002, 65001, "a",
+       "Converting to utf-8 using utf-16 as a pivot table...|convertToUnicodeHC:|"
+       "ensureHashToUnicode failed.|"},
+      {false, 65001, 10002, "a",
+       "Converting from utf-8 using utf-16 as a pivot table...|convertFromUnicodeHC:|"
+       "ensureHashFromUnicode failed.|"},
+      {false, 65001, 10002, Bytes("\0"),  // not a unit of text, but a page without a table
+       "Converting from utf-8 using utf-16 as a pivot table...|convertFromUnicodeHC:|"
+       "ensureHashFromUnicode failed.|"},
+      {true, 932, 1252, "a\x81",
+       "fromCodePage: 932|toCodePage: 1252|convert_a:|"
+       "Converting by using utf-16 as a pivot table...|convertToUnicodeHC:|fromCodePage: 932|"
+       "inDataLen: 2|imperfect conversion in convertToUnicodeHCVar|convertFromUnicodeHC:|"
+       "toCodePage: 1252|inDataLen: 2|isLittleEndian: 1|"},
+      {true, 10002, 65001, "a", "ensureHashToUnicode failed.|convertToUnicodeHC failed.|"},
+      {true, 65001, 1252, "\xE4\xB8\xAD", "isLittleEndian: 1|convertFromUnicodeHC failed.|"},
+      {false, 1200, 65001, Units(u"a"), "convert_a:|converting from utf-16 to utf-8|"},
+      {false, 65001, 1200, "a", "convert_a:|converting from utf-8 to utf-16|"},
+      {false, 1252, 12000, "a", "converting from utf-8 to utf-32|"},
+      {false, 12000, 1200, Bytes("a\0\0\0"),
+       "converting from utf-32 to utf-8|converting from utf-8 to utf-16|"},
+      {false, 50220, 65001, "a", "EncConvert:|Converting from iso-2022-*|EncConvert:|convert_a:|"},
+  };
+  for (const auto& row : kCases) {
+    for (const std::uint32_t action : {0U, 1U}) {
+      const std::string lines = LogOf(row.verbose, row.from, row.to, row.input, action);
+      EXPECT_THAT(lines, testing::HasSubstr(row.expected))
+          << row.from << " to " << row.to << " action " << action;
+    }
+  }
+}
+
 TEST(Conversion, TheAnsiPageStandsOnEitherSide) {
   const unsigned before = platform::AnsiCodePage();
   platform::SetAnsiCodePage(1251);
