@@ -49,6 +49,7 @@ void Email2::takeEntity(MimeMessage2& objEntity, LogBase& log) {
   m_body = objEntity.releaseBody();
   m_rawPart = objEntity.releaseRawPart();
   m_bKeepsBytes = objEntity.isUnconverted();
+  m_bConverted = objEntity.isConverted();
   m_bUndivided = objEntity.isUndivided();
   refresh(log);
 }

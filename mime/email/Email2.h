@@ -57,6 +57,8 @@ class Email2 : public LibraryObject {
   bool isMultipart() const { return partCount() > 0 || type().beginsWith("multipart/"); }
   bool isText() const { return partCount() == 0 && type().beginsWith("text/"); }
   bool keepsBytes() const { return m_bKeepsBytes; }  // the body is no UTF-8: written as it came
+  // Whether the bytes that came were turned into the UTF-8 of the body, whatever the type is.
+  bool isConverted() const { return m_bConverted; }
   bool isUndivided() const { return m_bUndivided; }  // too deep for its parts to be told apart
 
   // --- Changing. ---
@@ -89,6 +91,7 @@ class Email2 : public LibraryObject {
   DataBuffer m_body;
   DataBuffer m_rawPart;
   bool m_bKeepsBytes = false;
+  bool m_bConverted = false;
   bool m_bUndivided = false;
 };
 

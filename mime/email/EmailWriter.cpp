@@ -16,7 +16,8 @@ constexpr std::string_view kEncodingField = "Content-Transfer-Encoding";
 
 bool isWrittenAsText(const Email2& objNode) {
   return objNode.isText() ||
-         (objNode.partCount() == 0 && objNode.type().contains("application/xml"));
+         (objNode.partCount() == 0 &&
+          (objNode.type().contains("application/xml") || objNode.isConverted()));
 }
 
 // The page that a body is converted to; 0 for one that goes out as it is.

@@ -243,11 +243,15 @@ bool BodyDecoding::convert(int nPage, Decoded& objDecoded) {
   (void)arrBody.reserve(strBytes.size());
   if (EncodingConvert().EncConvert(static_cast<unsigned>(nPage), kUtf8, strBytes.data(),
                                    strBytes.size(), arrBody, m_log)) {
+    m_objEntity.m_bConverted = true;
     return true;
   }
   const bool bKeep =
       m_nEncoding == Encoding::kNone && (starts7bit(strBytes) || hasUtf8Pair(strBytes));
-  if (!bKeep && !arrBody.isEmpty()) return true;
+  if (!bKeep && !arrBody.isEmpty()) {
+    m_objEntity.m_bConverted = true;
+    return true;
+  }
   // A page that the library cannot read: bytes that nobody can read yet are better than none.
   m_objEntity.m_bUnconverted = true;
   arrBody.clear();

@@ -44,7 +44,7 @@ void MimeMessage2::clear() {
   m_parts.removeAll();
   m_disposition.clear();
   m_encoding.clear();
-  m_bUnconverted = m_bUndivided = m_bHasUndivided = false;
+  m_bUnconverted = m_bConverted = m_bUndivided = m_bHasUndivided = false;
   m_bDirty = true;
 }
 
@@ -155,7 +155,7 @@ void MimeMessage2::setEncoding(std::string_view strEncoding, LogBase& log) {
 
 void MimeMessage2::setBody(DataBuffer&& arrBody) {
   m_body = std::move(arrBody);
-  m_bUnconverted = false;
+  m_bUnconverted = m_bConverted = false;
   m_bDirty = true;
 }
 
@@ -168,6 +168,7 @@ void MimeMessage2::setBody(std::string_view strBytes) {
 void MimeMessage2::takeBody(MimeMessage2& other) {
   m_body = std::move(other.m_body);
   m_bUnconverted = other.m_bUnconverted;
+  m_bConverted = other.m_bConverted;
   m_bDirty = true;
   other.setBody(DataBuffer());
 }

@@ -94,6 +94,8 @@ class MimeMessage2 : public LibraryObject {
   bool isDirty() const { return m_bDirty; }
   // Whether the body is typed as text and still the bytes that came.
   bool isUnconverted() const { return m_bUnconverted; }
+  // Whether the bytes that came were turned into the UTF-8 of the body, whatever the type is.
+  bool isConverted() const { return m_bConverted; }
   bool isUndivided() const { return m_bUndivided; }
   // Of the entity that was loaded: whether any below it stayed undivided.
   bool hasUndivided() const { return m_bHasUndivided; }
@@ -143,6 +145,7 @@ class MimeMessage2 : public LibraryObject {
   StringBuffer m_disposition;
   StringBuffer m_encoding;
   bool m_bUnconverted = false;  // typed as text, kept as bytes: goes out as it came
+  bool m_bConverted = false;    // to UTF-8: goes back into the charset whatever the type says
   bool m_bUndivided = false;
   bool m_bHasUndivided = false;
 };

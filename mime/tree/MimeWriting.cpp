@@ -18,9 +18,12 @@ constexpr std::size_t kMaxWrittenDepth = MimeMessage2::kMaxDepth + 100;
 constexpr std::size_t kBinaryProbe = 10000;  // bytes at the front that show a body to be binary
 constexpr std::string_view kPreamble = "This is a multi-part message in MIME format.\r\n\r\n";
 
+// By its type, or because it was read as text without one: a multipart that could not be divided,
+// or an entity with a charset and no type.
 bool isWrittenAsText(const MimeMessage2& objEntity) {
   const StringBuffer& strType = objEntity.contentType();
-  return strType.beginsWith("text/") || strType.contains("application/xml");
+  return strType.beginsWith("text/") || strType.contains("application/xml") ||
+         objEntity.isConverted();
 }
 
 bool hasEncoding(const MimeMessage2& objEntity, std::string_view strEncoding) {
