@@ -15,6 +15,23 @@ std::size_t closingQuote(std::string_view strText) {
   return kNone;
 }
 
+std::string_view withoutComments(std::string_view strPlain) {
+  std::string_view strKept = trimmed(strPlain);
+  std::size_t nOpen = 0;
+  for (std::size_t n = strKept.size(); n > 0 && (nOpen > 0 || strKept[n - 1] == ')'); --n) {
+    const char ch = strKept[n - 1];
+    if (ch == ')') ++nOpen;
+    if (ch != '(' || --nOpen > 0) continue;
+    // A comment is whole here; without white space in front it belongs to the value.
+    if (n < 2 || !isAsciiSpace(strKept[n - 2])) break;
+    strKept = trimmed(strKept.substr(0, n - 1));
+    n = strKept.size() + 1;
+  }
+  if (strKept.empty()) return {};
+  return strPlain.substr(
+      0, static_cast<std::size_t>(strKept.data() + strKept.size() - strPlain.data()));
+}
+
 void unquote(std::string_view strInner, std::string& strOut) {
   for (std::size_t n = 0; n < strInner.size(); ++n) {
     const bool bHides = strInner[n] == '\\' && n + 1 < strInner.size() &&
@@ -78,10 +95,8 @@ void AttributeReader::readPlain() {
   const std::size_t nEnd = m_strRest.find(';');
   const std::string_view strRaw = m_strRest.substr(0, nEnd);
   m_strRest.remove_prefix(strRaw.size());
-  for (std::size_t n = 0; n < strRaw.size(); ++n) {
-    if (isAsciiSpace(strRaw[n])) continue;
-    if (strRaw[n] == '(' && n > 0 && isAsciiSpace(strRaw[n - 1])) return;
-    m_strValue += strRaw[n];
+  for (const char ch : withoutComments(strRaw)) {
+    if (!isAsciiSpace(ch)) m_strValue += ch;
   }
 }
 

@@ -24,7 +24,7 @@ class AttributeReader {
   // Moves on to the next parameter; false when there is none.
   bool next();
   // Of the present one, good until next(): the name trimmed, the value without its quotes and
-  // trimmed. Outside quotes blanks and tabs are dropped, and a comment ends the value.
+  // trimmed. Outside quotes blanks and tabs are dropped, and so are comments at the end.
   std::string_view name() const { return m_strName; }
   std::string_view value() const { return m_strValue; }
 
@@ -41,6 +41,10 @@ class AttributeReader {
 
 // Where the quote that opens a text at its front is closed, or npos. A backslash hides a quote.
 std::size_t closingQuote(std::string_view strText);
+
+// A value without quotes up to the comments that end it, "utf-8 (Unicode)" for example. What stands
+// in the middle is none: "Report (1).pdf".
+std::string_view withoutComments(std::string_view strPlain);
 
 // Appends the text that stands between quotes: a backslash in front of a quote or another backslash
 // vanishes. Others stay, since file names with folders are written without care.

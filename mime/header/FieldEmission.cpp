@@ -124,7 +124,7 @@ class AttributeWriter {
   void run() {
     while (!m_strRest.empty()) {
       const std::size_t nEnd = std::min(m_strRest.find_first_of("=;"), m_strRest.size());
-      takeText(nEnd);
+      putText(take(nEnd));
       if (m_strRest.empty()) return;
       const char chSeparator = m_strRest.front();
       (void)m_strOut.append(take(1));
@@ -139,12 +139,11 @@ class AttributeWriter {
     return strTaken;
   }
 
-  // Blanks around a text stay outside an encoded word, where
-  // folding and reading see them.
-  void takeText(std::size_t nEnd) {
-    const std::size_t nBegin = std::min(m_strRest.find_first_not_of(' '), nEnd);
-    (void)m_strOut.append(take(nBegin));
-    const std::string_view strText = take(nEnd - nBegin);
+  // Blanks around a text stay outside an encoded word, where folding and reading see them.
+  void putText(std::string_view strText) {
+    const std::size_t nBegin = std::min(strText.find_first_not_of(' '), strText.size());
+    (void)m_strOut.append(strText.substr(0, nBegin));
+    strText.remove_prefix(nBegin);
     const std::size_t nLength = strText.find_last_not_of(' ') + 1;
     AppendPiece(strText.substr(0, nLength), m_nCodePage, m_strOut, m_log);
     (void)m_strOut.append(strText.substr(nLength));
@@ -162,9 +161,10 @@ class AttributeWriter {
       }
     }
     const std::string_view strPlain = take(std::min(m_strRest.find(';'), m_strRest.size()));
-    const std::size_t nLength = strPlain.find_last_not_of(' ') + 1;
-    putPlain(strPlain.substr(0, nLength));
-    (void)m_strOut.append(strPlain.substr(nLength));
+    // A comment within the quotes would be read as part of the value.
+    const std::string_view strValue = withoutComments(strPlain);
+    putPlain(strValue);
+    putText(strPlain.substr(strValue.size()));
   }
 
   void putQuoted(std::string_view strInner) {

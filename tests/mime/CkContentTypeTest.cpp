@@ -35,6 +35,12 @@ TEST(ContentType, ReadsDamagedValuesAndWritesCleanOnes) {
       {"text/plain; Charset=\"UTF-8\"; Format=Flowed", "text/plain; charset=utf-8; format=flowed"},
       {"\"Text/Plain\", charset=utf-8", "text/plain; charset=utf-8"},
       {"text/plain charset = utf-8 (Unicode)", "text/plain; charset=utf-8"},
+      {"text/plain; charset=utf-8 (a (b)) (c) ;name=\"n\"",
+       "text/plain; charset=utf-8; name=\"n\""},
+      {"a/b; name=Report (1).pdf", "a/b; name=\"Report(1).pdf\""},
+      {"a/b; name=x (1).pdf (its name)", "a/b; name=\"x(1).pdf\""},
+      {"a/b; name=x(1)", "a/b; name=\"x(1)\""},
+      {"a/b; name=x 1)", "a/b; name=\"x1)\""},
       {"text/plain; charset=x-none", "text/plain; charset=\"x-none\""},
       {"a/b; name=\"C:\\x \\\"y\\\";.txt\"; name=z", "a/b; name=\"C:\\\\x \\\"y\\\";.txt\""},
       {"a/b; name=my file.txt ;type=X", "a/b; type=\"x\"; name=\"myfile.txt\""},
@@ -66,6 +72,11 @@ TEST(ContentType, DispositionNamesTheFile) {
       {"attachment; filename=\"a;b\"", "attachment; filename=\"a;b\""},
       {"attachment; filename=x; filename*0*=utf-8''%C3; filename*1*=%A9; size=3",
        "attachment; filename=\"\xC3\xA9\""},
+      {"attachment; filename*1=\"b.pdf\"; filename*0*=iso-8859-1''%e4",
+       "attachment; filename=\"\xC3\xA4"
+       "b.pdf\""},
+      {"attachment; filename*10=k; filename*2*=%63; filename*1*=b; filename*0*=''%41",
+       "attachment; filename=\"Abck\""},
       {"; filename=x", "; filename=\"x\""},
   };
   for (const auto& row : rows) {

@@ -116,6 +116,8 @@ TEST(FieldEmission, WritesByType) {
             "a/b; n=\"=?iso-8859-1?Q?=E9;\\\"?=\"");
   EXPECT_EQ(Written("Content-Type", "a/b; \xC3\xA9=\xC3\xA9\"", 28591),
             "a/b; =?iso-8859-1?Q?=E9?==\"=?iso-8859-1?Q?=E9\\\"?=\"");
+  EXPECT_EQ(Written("Content-Type", "a/b; charset=iso-8859-1 (\xC3\xA9) ;n=b (1).c", 28591),
+            "a/b; charset=iso-8859-1 =?iso-8859-1?Q?(=E9)?= ;n=\"b (1).c\"");
   EXPECT_EQ(Written("Content-Location", "http://x/y?a=b&c=d", 28591), "http://x/y?a=b&c=d");
 
   const string people = "\xC3\xA9 <a@b>; (C) c@d";
