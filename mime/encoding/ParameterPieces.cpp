@@ -127,6 +127,11 @@ bool isPieceOf(std::string_view strParameter, std::string_view strName) {
   return beginsWith(strParameter, strName) && strParameter.substr(strName.size()).starts_with('*');
 }
 
+unsigned numberOfPiece(std::string_view strParameter) {
+  if (strParameter.ends_with('*')) strParameter.remove_suffix(1);
+  return pieceNumber(strParameter, strParameter.substr(0, strParameter.find('*'))).value_or(0);
+}
+
 void ParameterPieces::add(std::string_view strParameter, std::string_view strValue) {
   if (!strParameter.ends_with('*')) {
     m_strBytes += strValue;

@@ -26,7 +26,10 @@ bool joinNumberedPieces(StringBuffer& strValue, std::string_view strName);
 // "NAME*0", "NAME*0*". strName is compared without regard to ASCII case.
 bool isPieceOf(std::string_view strParameter, std::string_view strName);
 
-// Collects the pieces of one parameter, in the order in which they stand in the field.
+// The number in the name of a piece: 12 of "NAME*12*"; 0 where there is none.
+unsigned numberOfPiece(std::string_view strParameter);
+
+// Collects the pieces of one parameter, in the order in which they are given.
 class ParameterPieces {
  public:
   // strParameter is the name as it stands, "name*0*" for example; the value is without its quotes.
