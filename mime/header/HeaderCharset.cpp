@@ -255,6 +255,12 @@ bool convertFieldToUtf8(std::string_view strField, int nCodePage, DataBuffer& ou
     return TakeUtf8(strUnsigned.view(), out, log);
   }
   if (nCodePage == kUtf8) return TakeUtf8(strField, out, log);
+  // Names go out as they are stored: one in UTF-8 would otherwise double at each rewriting.
+  const std::string_view strName = strField.substr(0, strField.find(':'));
+  if (!isSevenBit(strName) && CountUtf8(strName).nBad == 0) {
+    if (!out.append(strName)) return false;
+    strField.remove_prefix(strName.size());
+  }
   if (nCodePage == 0) {
     (void)CountUtf8(strField, &out);
     return true;

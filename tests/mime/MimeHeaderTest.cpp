@@ -119,8 +119,10 @@ TEST_F(HeaderReading, DecidesTheCodePageInOrder) {
       {"A: \xD1\x81\xD0\xBD", 0, "", "65001|A=\xD1\x81\xD0\xBD"},
       {"A: \x1B$B$\"\x1B(B!", 0, "", "65001|A=\xE3\x81\x82!"},
       {"A: \xE9\r\nB: \xEF\xBB\xBF\xC3\xA9", 0, "windows-1252", "1252|A=\xC3\xA9|B=\xC3\xA9"},
-      {"A: \xC3\xA9\r\nB: \xFCng", 0, "", "65001|A=\xC3\xA9|B=\xC3\xBCng"},  // two charsets
-      {"A: \xC3\xA9\xC3\xA9\xC3", 0, "", "65001|A=\xC3\xA9\xC3\xA9"},        // cut off
+      {"A: \xC3\xA9\r\nB: \xFCng", 0, "", "65001|A=\xC3\xA9|B=\xC3\xBCng"},     // two charsets
+      {"S\xC3\xBC: =?koi8-r?Q?x?= \xC1", 0, "", "20866|S\xC3\xBC=x \xD0\xB0"},  // a name in UTF-8
+      {"S\xC1: =?koi8-r?Q?x?= \xC1", 0, "", "20866|S\xD0\xB0=x \xD0\xB0"},
+      {"A: \xC3\xA9\xC3\xA9\xC3", 0, "", "65001|A=\xC3\xA9\xC3\xA9"},  // cut off
   };
   for (const auto& row : rows) EXPECT_EQ(Read(row.text, row.known, row.clue), row.dump) << row.text;
 }
