@@ -24,6 +24,8 @@ class LogBase {
   bool m_bVerbose = false;
   // Guards what only the library's developers look at.
   bool m_bDebug = false;
+  // Says that nothing is kept, so that the contexts of short work need not be entered.
+  bool m_bSilent = false;
 };
 
 }  // namespace mail

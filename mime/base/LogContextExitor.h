@@ -10,9 +10,11 @@ namespace mail {
 class LogContextExitor {
  public:
   LogContextExitor(LogBase& log, std::string_view strName) : m_log(log) {
-    m_log.EnterContext(strName);
+    if (!m_log.m_bSilent) m_log.EnterContext(strName);
   }
-  ~LogContextExitor() { m_log.LeaveContext(); }
+  ~LogContextExitor() {
+    if (!m_log.m_bSilent) m_log.LeaveContext();
+  }
   LogContextExitor(const LogContextExitor&) = delete;
   LogContextExitor& operator=(const LogContextExitor&) = delete;
 

@@ -9,6 +9,7 @@ namespace mail {
 // The silent log.
 class LogNull final : public LogBase {
  public:
+  LogNull() { m_bSilent = true; }
   void EnterContext(std::string_view) override {}
   void LeaveContext() override {}
   void LogError(std::string_view) override {}
