@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "mime/header/AttributeReader.h"
 #include "mime/header/ContentDisposition.h"
 #include "mime/tree/MimeMessage2.h"
 
@@ -62,7 +63,7 @@ void Email2::refresh(LogBase& log) {
   objDisposition.load(valueOf(m_header, "content-disposition"), log);
   m_disposition = std::move(objDisposition.m_type);
   m_fileName = std::move(objDisposition.m_fileName);
-  (void)m_encoding.setString(valueOf(m_header, "content-transfer-encoding"));
+  (void)m_encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
   (void)m_from.load(valueOf(m_header, "from"), log);
 }
 

@@ -15,6 +15,14 @@ std::size_t closingQuote(std::string_view strText) {
   return kNone;
 }
 
+std::string_view firstWord(std::string_view strValue) {
+  strValue = trimmed(strValue);
+  if (strValue.starts_with('"')) strValue.remove_prefix(1);
+  strValue = strValue.substr(0, strValue.find_first_of("\";(\r\n"));
+  strValue = trimmed(strValue);
+  return strValue.substr(0, strValue.find_first_of(" \t"));
+}
+
 std::string_view withoutComments(std::string_view strPlain) {
   std::string_view strKept = trimmed(strPlain);
   std::size_t nOpen = 0;

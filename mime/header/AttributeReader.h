@@ -42,6 +42,10 @@ class AttributeReader {
 // Where the quote that opens a text at its front is closed, or npos. A backslash hides a quote.
 std::size_t closingQuote(std::string_view strText);
 
+// The word that a value begins with, without quotes, comment or parameters behind it: "base64" of
+// "\"base64\"; x". A view of the value.
+std::string_view firstWord(std::string_view strValue);
+
 // A value without quotes up to the comments that end it, "utf-8 (Unicode)" for example. What stands
 // in the middle is none: "Report (1).pdf".
 std::string_view withoutComments(std::string_view strPlain);

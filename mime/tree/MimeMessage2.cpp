@@ -5,6 +5,7 @@
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/LogNull.h"
+#include "mime/header/AttributeReader.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/ContentDisposition.h"
 #include "mime/tree/ByteSearch.h"
@@ -198,7 +199,7 @@ void MimeMessage2::refreshDisposition(LogBase& log) {
 }
 
 void MimeMessage2::refreshEncoding() {
-  (void)m_encoding.setString(valueOf(m_header, "content-transfer-encoding"));
+  (void)m_encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
 }
 
 }  // namespace mail

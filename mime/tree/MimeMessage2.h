@@ -72,7 +72,7 @@ class MimeMessage2 : public LibraryObject {
   const _ckCharset& charset() const { return m_charset; }            // page 0: none
   const StringBuffer& boundary() const { return m_boundary; }
   const StringBuffer& disposition() const { return m_disposition; }  // lower case, no parameters
-  const StringBuffer& encoding() const { return m_encoding; }        // as the mail spells it
+  const StringBuffer& encoding() const { return m_encoding; }  // the word, as the mail spells it
   bool isMultipart() const { return m_contentType.beginsWith("multipart"); }
   bool isAttachment() const { return m_disposition.equals("attachment"); }
   bool isPgpSigned() const;
