@@ -8,9 +8,28 @@
 namespace mail {
 namespace {
 
-// UTF-16 with its mark, and text that begins in ASCII.
-bool isUtf16File(std::string_view strBytes) {
-  return strBytes.size() > 4 && strBytes.starts_with("\xFF\xFE") && strBytes[3] == '\0';
+constexpr unsigned kUtf8 = 65001;
+constexpr unsigned kUtf16 = 1200;
+constexpr unsigned kUtf16Big = 1201;
+constexpr std::size_t kMarkSize = 2;  // bytes
+constexpr std::size_t kProbe = 16;    // bytes that show UTF-16 without a mark
+
+bool isAsciiByte(char ch) { return ch != '\0' && static_cast<unsigned char>(ch) < 0x80; }
+
+// The page of UTF-16 text that begins in ASCII, as a mail does; 0 for any other text.
+unsigned pageOfUtf16(std::string_view strBytes) {
+  if (strBytes.size() > 4 && strBytes.starts_with("\xFF\xFE")) {
+    return strBytes[3] == '\0' ? kUtf16 : 0;
+  }
+  if (strBytes.size() > 4 && strBytes.starts_with("\xFE\xFF")) {
+    return strBytes[2] == '\0' ? kUtf16Big : 0;
+  }
+  if (strBytes.size() < kProbe) return 0;
+  const std::size_t nAscii = strBytes[0] == '\0' ? 1 : 0;  // its place in each pair
+  for (std::size_t n = 0; n < kProbe; n += 2) {
+    if (!isAsciiByte(strBytes[n + nAscii]) || strBytes[n + 1 - nAscii] != '\0') return 0;
+  }
+  return nAscii == 0 ? kUtf16 : kUtf16Big;
 }
 
 // The boundary in a text that begins with a delimiter line in the place of a header; empty if it
@@ -43,10 +62,11 @@ bool addHeader(std::string_view strBoundary, std::string_view strBytes, DataBuff
 bool loadMimeInput(MimeMessage2& objRoot, std::string_view strBytes, LogBase& log,
                    MimeMessage2::LoadOptions objOptions) {
   DataBuffer arrUtf8;
-  if (isUtf16File(strBytes)) {
+  if (const unsigned nPage = pageOfUtf16(strBytes); nPage != 0) {
     log.LogInfo("Converting from unicode...");
-    (void)EncodingConvert().EncConvert(1200, 65001, strBytes.data() + 2, strBytes.size() - 2,
-                                       arrUtf8, log);
+    if (!isAsciiByte(strBytes[0]) && strBytes[0] != '\0') strBytes.remove_prefix(kMarkSize);
+    (void)EncodingConvert().EncConvert(nPage, kUtf8, strBytes.data(), strBytes.size(), arrUtf8,
+                                       log);
     strBytes = arrUtf8.view();
     objOptions.bUtf8 = true;
   }

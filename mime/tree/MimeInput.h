@@ -8,9 +8,9 @@
 namespace mail {
 
 // Replaces the entity by a message as it lies in a file: MIME, and what people save as such. UTF-16
-// with its mark is converted; a text that begins with a delimiter line gets the multipart header
-// that it lacks. By default line ends are not repaired, so that bodies are kept byte for byte.
-// False as loadMimeComplete.
+// of either order, with its mark or without, is converted; a text that begins with a delimiter line
+// gets the multipart header that it lacks. By default line ends are not repaired, so that bodies
+// are kept byte for byte. False as loadMimeComplete.
 bool loadMimeInput(MimeMessage2& objRoot, std::string_view strBytes, LogBase& log,
                    MimeMessage2::LoadOptions objOptions = {});
 
