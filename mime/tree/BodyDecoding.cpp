@@ -9,6 +9,7 @@
 #include "mime/base/AsciiText.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/UuCoding.h"
+#include "mime/header/CkContentType.h"
 #include "mime/tree/ByteSearch.h"
 
 namespace mail {
@@ -82,8 +83,9 @@ BodyDecoding::BodyDecoding(MimeMessage2& objEntity, Options objOptions, std::str
     : m_objEntity(objEntity), m_objOptions(objOptions), m_strClue(strClue), m_log(log) {}
 
 bool BodyDecoding::decode(std::string_view strBytes) {
-  takeClue();
+  if (!strBytes.empty()) takeClue();
   dropCharsetOfBinary();
+  if (strBytes.empty()) return true;
   m_bText = m_objOptions.bTextForSure || decideText(strBytes);
   m_nPage = m_objEntity.m_charset.getCodePage();
   if (m_nPage == kAscii) m_nPage = kLatin1;
@@ -107,6 +109,8 @@ void BodyDecoding::takeClue() {
 
 void BodyDecoding::dropCharsetOfBinary() {
   if (holdsAny(m_objEntity.m_contentType, kBinaryTypes)) {
+    m_bBinaryType = true;
+    m_bDropped = m_objEntity.m_charset.getCodePage() != 0;
     m_log.LogInfo("clearing charset based on content-type.");
     m_log.LogInfo("treating body as binary (non-character) data.");
     m_objEntity.m_charset.clear();
@@ -198,8 +202,13 @@ bool BodyDecoding::toUtf8(Decoded& objDecoded) {
   } else {
     nPage = pageOfRaw(objDecoded.strBytes);
   }
+  if (nPage == kLatin1 && m_bDropped) {
+    // XML in another charset than UTF-8: its bytes still fit the name in the header.
+    m_objEntity.m_bUnconverted = true;
+    return keep(objDecoded);
+  }
   if (nPage == kLatin1) nPage = latin1OrReally1252(objDecoded.strBytes);
-  m_bReally1252 = nPage == kWindows1252 && m_nPage != kWindows1252;
+  m_bReally1252 = nPage == kWindows1252 && m_nPage != kWindows1252 && mayBeRelabelled();
   m_bOverruled = nPage != m_nPage && m_nPage != 0 && !m_bReally1252 &&
                  m_nEncoding == Encoding::kQuotedPrintable;
   return nPage == kUtf8 ? keep(objDecoded) : convert(nPage, objDecoded);
@@ -224,13 +233,29 @@ int BodyDecoding::pageOfQuotedPrintable(std::string_view strBytes) const {
 int BodyDecoding::pageOfRaw(std::string_view strBytes) const {
   if (m_objOptions.bUtf8) return kUtf8;
   if (m_nPage != 0) return m_nPage;
-  return starts7bit(strBytes) || hasUtf8Pair(strBytes) ? kUtf8 : kLatin1;
+  const bool bStays =
+      starts7bit(strBytes) || hasUtf8Pair(strBytes) || byte_search::isUtf8(strBytes);
+  return bStays ? kUtf8 : kLatin1;
 }
 
 int BodyDecoding::latin1OrReally1252(std::string_view strBytes) const {
   if (!byte_search::hasByteBetween(strBytes, 0x82, 0x9F)) return kLatin1;
   m_log.LogInfo("Has invalid iso-8859-1 bytes..");
   return kWindows1252;
+}
+
+// The page that the header names, whether it counts for the body or not: 0 for none, -1 for a name
+// that is unknown.
+int BodyDecoding::namedPage() const {
+  _ckContentType objType;
+  m_objEntity.getContentType(objType, m_log);
+  return objType.m_unknownCharset.isEmpty() ? objType.m_charset.getCodePage() : -1;
+}
+
+// Only a header that claims Latin-1, or nothing, is told better.
+bool BodyDecoding::mayBeRelabelled() const {
+  const int nNamed = namedPage();
+  return !m_bBinaryType && (nNamed == 0 || nNamed == kLatin1 || nNamed == kAscii);
 }
 
 bool BodyDecoding::convert(int nPage, Decoded& objDecoded) {
@@ -283,7 +308,12 @@ void BodyDecoding::mendHeader() {
       !m_objEntity.m_contentType.equals("message/rfc822")) {
     m_objEntity.setEncoding("8bit", m_log);
   }
-  if (!m_bText) return;
+  renameXHtml();
+}
+
+// What some mailers put around a page, in text and in attachments alike.
+void BodyDecoding::renameXHtml() {
+  if (!m_bText && !m_bAttachment) return;
   const std::string_view strBody = m_objEntity.m_body.view();
   const std::size_t nStart = std::min(strBody.find_first_not_of(" \t\r\n"), strBody.size());
   if (!beginsWithNoCase(strBody.substr(nStart), "<x-html>") ||
@@ -291,10 +321,12 @@ void BodyDecoding::mendHeader() {
     return;
   }
   // The new value names a charset; us-ascii would spoil what is not.
-  if (m_objEntity.m_charset.getCodePage() == 0 && !byte_search::is7bit(strBody)) {
-    m_objEntity.setCharset("utf-8", m_log);
+  if (namedPage() == 0 && !byte_search::is7bit(strBody)) {
+    const bool bUtf8 = m_bText || byte_search::isUtf8(strBody);
+    m_objEntity.setCharset(bUtf8 ? "utf-8" : "windows-1252", m_log);
   }
   m_objEntity.setContentType("text/html", m_log);
+  if (m_bAttachment) m_objEntity.m_charset.clear();
 }
 
 }  // namespace mail

@@ -45,10 +45,13 @@ class BodyDecoding {
   int pageOfQuotedPrintable(std::string_view strBytes) const;
   int pageOfRaw(std::string_view strBytes) const;
   int latin1OrReally1252(std::string_view strBytes) const;
+  int namedPage() const;
+  bool mayBeRelabelled() const;
   bool convert(int nPage, Decoded& objDecoded);
   bool keep(Decoded& objDecoded);
   bool fitsDeclaredCharset() const;
   void mendHeader();
+  void renameXHtml();
 
   MimeMessage2& m_objEntity;
   Options m_objOptions;
@@ -56,6 +59,8 @@ class BodyDecoding {
   LogBase& m_log;
   Encoding m_nEncoding = Encoding::kNone;
   bool m_bAttachment = false;
+  bool m_bBinaryType = false;
+  bool m_bDropped = false;  // the type took away the charset that the header names
   bool m_bText = false;
   int m_nPage = 0;  // working charset; 0: none
   bool m_bReally1252 = false;
