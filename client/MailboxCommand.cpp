@@ -208,9 +208,9 @@ int Export(mailbox::Store& store, const MailboxOptions& options) {
     const std::string name = names.Take(FileName(DisplayAddress(info.address)));
     ExportMailbox(store, info.id, std::filesystem::path(options.out) / name, count);
   }
-  std::cerr << fmt::format("{} items written to {}\n", count.written, OneLine(options.out));
+  std::cerr << fmt::format("{} written to {}\n", ItemCount(count.written), OneLine(options.out));
   if (count.leftOut == 0) return kExitDone;
-  std::cerr << fmt::format("{} items left out: they have no source text\n", count.leftOut);
+  std::cerr << fmt::format("{} left out for want of a source text\n", ItemCount(count.leftOut));
   return kExitFailed;
 }
 
@@ -232,7 +232,8 @@ int RunMailbox(const Arguments& arguments) {
   list->add_option("--mailbox", options.address, "Only the mailbox of that address");
   list->add_flag("--items", options.items, "And the items in each");
   list->add_flag("--json", options.json, "As JSON");
-  CLI::App* show = AddCommand(app, "show", "One item: its source text", options);
+  CLI::App* show =
+      AddCommand(app, "show", "One item: its source text, or its body where it has none", options);
   show->add_option("ITEM", options.item, "Number of the item, as ls --items shows it")->required();
   show->add_flag("--json", options.json, "As JSON");
   CLI::App* save = AddCommand(app, "export", "Writes all mail as .eml files", options);

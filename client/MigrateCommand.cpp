@@ -252,7 +252,7 @@ int ShowPlan(const Plan& plan, const MigrateOptions& options) {
                {"not_supported", ProblemsAsJson(plan.unsupported)}});
     return plan.unsupported.empty() ? kExitDone : kExitFailed;
   }
-  std::cout << fmt::format("{} items would go to the {}:\n", plan.entries.size(),
+  std::cout << fmt::format("{} would go to the {}:\n", ItemCount(plan.entries.size()),
                            OneLine(options.target.Name()));
   for (const Plan::Folder& folder : plan.Folders()) {
     std::cout << fmt::format("  {:>7}  {:>12}  {}\n", folder.items, Size(folder.bytes),
@@ -304,7 +304,7 @@ void PrintSummary(const Summary& summary, const Plan& plan, const MigrateOptions
   PrintProblems("Left out", plan.problems);
   PrintProblems("Arrived, with a remark", summary.remarks);
   PrintProblems("Failed", summary.failures);
-  std::cout << fmt::format("{} items: {} sent, {} there already, {} failed", summary.total,
+  std::cout << fmt::format("{}: {} sent, {} there already, {} failed", ItemCount(summary.total),
                            summary.sent, summary.known, summary.failed);
   if (summary.notConfirmed) std::cout << fmt::format(", {} not confirmed", summary.notConfirmed);
   if (summary.seen < summary.total) {

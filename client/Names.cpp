@@ -83,4 +83,8 @@ std::string OneLine(std::string_view text) {
   return platform::Utf16ToUtf8(units);
 }
 
+std::string ItemCount(std::uint64_t count) {
+  return std::to_string(count) + (count == 1 ? " item" : " items");
+}
+
 }  // namespace client

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -27,5 +28,8 @@ std::string WithoutForbiddenControls(std::string_view text);
 // UTF-8 for a line of output: control characters become blanks, so that no name or server text can
 // drive a terminal.
 std::string OneLine(std::string_view text);
+
+// "1 item", "2 items".
+std::string ItemCount(std::uint64_t count);
 
 }  // namespace client
