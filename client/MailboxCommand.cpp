@@ -13,8 +13,11 @@
 #include <nlohmann/json.hpp>
 
 #include "client/Commands.h"
+#include "client/EmailText.h"
 #include "client/Names.h"
 #include "mailboxd/Store.h"
+#include "mime/base/LogNull.h"
+#include "mime/email/EmailBuilding.h"
 #include "platform/UniqueFd.h"
 
 namespace client {
@@ -29,6 +32,8 @@ struct MailboxOptions {
   std::int64_t item = 0;
   bool items = false;
   bool json = false;
+  bool source = false;
+  bool html = false;
 };
 
 std::string DisplayAddress(const std::string& address) {
@@ -118,6 +123,13 @@ std::string MimeOf(mailbox::Store& store, std::int64_t item) {
   return bytes;
 }
 
+std::string MailText(const std::string& mime, bool html) {
+  mail::LogNull log;
+  const auto email = mail::buildEmail(mime, /*bUtf8=*/false, log);
+  if (email == nullptr) throw std::runtime_error("this is no mail: --source shows it");
+  return html ? HtmlOfMail(*email) : ReadableMail(*email);
+}
+
 int Show(mailbox::Store& store, const MailboxOptions& options) {
   const std::optional<mailbox::ItemInfo> item = store.Item(options.item);
   if (!item) throw std::runtime_error(fmt::format("there is no item {}", options.item));
@@ -130,8 +142,11 @@ int Show(mailbox::Store& store, const MailboxOptions& options) {
     std::cout << object.dump(2, ' ', false, json::error_handler_t::replace) << "\n";
     return kExitDone;
   }
-  std::cout.write(mime.data(), static_cast<std::streamsize>(mime.size()));
-  if (mime.empty()) std::cout << item->body << "\n";
+  if (mime.empty()) {
+    std::cout << item->body << "\n";
+    return kExitDone;
+  }
+  std::cout << (options.source ? mime : MailText(mime, options.html));
   return kExitDone;
 }
 
@@ -232,10 +247,15 @@ int RunMailbox(const Arguments& arguments) {
   list->add_option("--mailbox", options.address, "Only the mailbox of that address");
   list->add_flag("--items", options.items, "And the items in each");
   list->add_flag("--json", options.json, "As JSON");
-  CLI::App* show =
-      AddCommand(app, "show", "One item: its source text, or its body where it has none", options);
+  CLI::App* show = AddCommand(app, "show", "One item, as a reader of mail would", options);
   show->add_option("ITEM", options.item, "Number of the item, as ls --items shows it")->required();
-  show->add_flag("--json", options.json, "As JSON");
+  CLI::Option* const asJson =
+      show->add_flag("--json", options.json, "As JSON, with its source text");
+  CLI::Option* const asHtml =
+      show->add_flag("--html", options.html, "The HTML text alone, in UTF-8")->excludes(asJson);
+  show->add_flag("--source", options.source, "The source text as it is stored")
+      ->excludes(asJson)
+      ->excludes(asHtml);
   CLI::App* save = AddCommand(app, "export", "Writes all mail as .eml files", options);
   save->add_option("--mailbox", options.address, "Only the mailbox of that address");
   save->add_option("OUT", options.out, "A folder that is new or empty")->required();

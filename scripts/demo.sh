@@ -41,7 +41,7 @@ show "$tarny" mailbox ls --data "$mailbox" --items
 say "One mail as the mailbox holds it, byte for byte what was sent"
 item=$("$tarny" mailbox ls --data "$mailbox" --items |
   sed -n 's/^ *#\([0-9]*\) .*Welcome on board.*/\1/p' | head -n 1)
-show "$tarny" mailbox show --data "$mailbox" "$item"
+show "$tarny" mailbox show --source --data "$mailbox" "$item"
 
 say "The same migration again: nothing is sent twice"
 show "$tarny" migrate samples/mail --to "local:$mailbox" --run "$run"

@@ -266,7 +266,13 @@ TEST(Migration, TheTokenRouteFillsTheMailboxNamed) {
 
 constexpr int kSampleMails = 44;
 
-TEST(Migration, TheSamplesArriveAndCanBeExported) {
+// The number before the subject, in what `ls --items` prints.
+std::string ItemNumber(const std::string& list, const std::string& subject) {
+  const std::size_t start = list.rfind('#', list.find(subject)) + 1;
+  return list.substr(start, list.find(' ', start) - start);
+}
+
+TEST(Migration, TheSamplesArriveAndCanBeShownAndExported) {
   const TemporaryFolder folder;
   std::filesystem::copy(TARNY_SOURCE "/samples/mail", folder.File("source"),
                         std::filesystem::copy_options::recursive);
@@ -276,7 +282,15 @@ TEST(Migration, TheSamplesArriveAndCanBeExported) {
   const Result list = RunProgram(
       "tarny", {"mailbox", "ls", "--data", folder.File("mailbox"), "--items"}, folder.Path());
   EXPECT_EQ(list.status, 0) << list.err;
-  EXPECT_NE(list.out.find("Welcome on board"), std::string::npos) << list.out;
+  ASSERT_NE(list.out.find("Welcome on board"), std::string::npos) << list.out;
+  const std::string original = folder.File("source/01 Welcome on board.eml");
+  std::vector<std::string> show = {"mailbox", "show", "--data", folder.File("mailbox"),
+                                   ItemNumber(list.out, "Welcome on board")};
+  const std::string shown = RunProgram("tarny", show, folder.Path()).out;
+  EXPECT_NE(shown.find("Subject: Welcome on board"), std::string::npos) << shown;
+  EXPECT_EQ(shown, RunProgram("tarny", {"email", original}, folder.Path()).out);
+  show.push_back("--source");
+  EXPECT_EQ(RunProgram("tarny", show, folder.Path()).out, test_support::ReadAll(original));
   const Result saved = RunProgram(
       "tarny", {"mailbox", "export", "--data", folder.File("mailbox"), folder.File("out")},
       folder.Path());
@@ -319,6 +333,7 @@ TEST(Tarny, BadUsageIsExitCodeTwoAndSaysWhatWasWrong) {
       {{"mailbox", "ls", "--frob"}, "tarny mailbox: there is no option --frob"},
       {{"mailbox", "ls", "--data", missing}, "tarny mailbox: --data: "},
       {{"mailbox", "show", "x", "--data", run}, "tarny mailbox: "},
+      {{"mailbox", "show", "1", "--json", "--source", "--data", folder.Path()}, "tarny mailbox: "},
       {{"ledger", missing}, "tarny ledger: FILE: "},
       {{"item", "--frob"}, "tarny item: there is no option --frob"},
       {{"convert", "--frob"}, "tarny convert: there is no option --frob"},

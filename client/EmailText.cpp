@@ -1,0 +1,99 @@
+#include "client/EmailText.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "client/EmailJson.h"
+#include "client/MailCommandFiles.h"
+#include "client/Names.h"
+#include "client/Source.h"
+#include "mime/base/LogNull.h"
+#include "mime/email/EmailBodies.h"
+
+namespace client {
+namespace {
+
+using nlohmann::ordered_json;
+
+std::string AddressText(const ordered_json& address) {
+  const std::string name = address["name"];
+  const std::string place = address["address"];
+  if (name.empty() || place.empty()) return name + place;
+  return fmt::format("{} <{}>", name, place);
+}
+
+std::string AddressesText(const ordered_json& addresses) {
+  std::string text;
+  for (const ordered_json& address : addresses) {
+    text.append(text.empty() ? "" : ", ").append(AddressText(address));
+  }
+  return text;
+}
+
+// One line of the head; nothing for an empty text.
+void AddLine(std::string_view label, const std::string& text, std::string& out) {
+  if (!text.empty()) out += fmt::format("{:<9}{}\n", label, OneLine(text));
+}
+
+std::string FilesText(const ordered_json& files) {
+  std::string text;
+  for (const ordered_json& file : files) {
+    const std::string name = file["filename"];
+    const std::string type = file["type"];
+    text += fmt::format("  {}  {}  {}\n", name.empty() ? "(no name)" : OneLine(name),
+                        type.empty() ? "(no type)" : OneLine(type), SizeText(file["size"]));
+  }
+  return text;
+}
+
+// A text line by line, so that it cannot drive a terminal.
+std::string Lines(std::string_view text) {
+  std::string lines;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    std::string_view line = text.substr(0, end);
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    lines.append(OneLine(line)).append("\n");
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return lines;
+}
+
+// The plain text of the mail. A mixture that lacks its boundary is one text.
+std::string BodyText(const mail::Email2& email) {
+  const std::vector<const mail::Email2*> texts = mail::alternativesOf(email);
+  for (const mail::Email2* text : texts) {
+    if (!text->type().equals("text/html")) return Lines(text->body().view());
+  }
+  if (!texts.empty()) return "(HTML text only: --html shows it)\n";
+  const bool whole = email.type().beginsWith("multipart/") && !email.body().isEmpty();
+  return whole ? Lines(email.body().view()) : "(no text)\n";
+}
+
+}  // namespace
+
+std::string ReadableMail(const mail::Email2& email) {
+  const ordered_json json = EmailJson(email);
+  std::string out;
+  AddLine("Subject:", json["subject"], out);
+  if (!json["from"].is_null()) AddLine("From:", AddressText(json["from"]), out);
+  AddLine("To:", AddressesText(json["to"]), out);
+  AddLine("Cc:", AddressesText(json["cc"]), out);
+  AddLine("Bcc:", AddressesText(json["bcc"]), out);
+  AddLine("Date:", json["date"], out);
+  if (!json["attachments"].empty()) out += "Attachments:\n" + FilesText(json["attachments"]);
+  return out + "\n" + BodyText(email);
+}
+
+std::string HtmlOfMail(const mail::Email2& email) {
+  mail::LogNull log;
+  mail::StringBuffer html;
+  if (!mail::htmlBodyOf(email, html, log)) throw SourceError("the mail has no HTML text");
+  return std::string(html.view());
+}
+
+}  // namespace client
