@@ -23,6 +23,8 @@
 
 namespace {
 
+bool g_agrees = true;
+
 using Mails = std::vector<std::string>;
 
 constexpr std::string_view kEnglish =
@@ -194,17 +196,29 @@ void LoadOurs(std::string_view mail, Read& read) {
   Walk(message, read);
 }
 
-GMimeMessage* ParseGMime(std::string_view mail) {
-  GByteArray bytes{const_cast<guint8*>(reinterpret_cast<const guint8*>(mail.data())),
-                   static_cast<guint>(mail.size())};
-  GMimeStream* stream = g_mime_stream_mem_new_with_byte_array(&bytes);
-  g_mime_stream_mem_set_owner(GMIME_STREAM_MEM(stream), FALSE);
-  GMimeParser* parser = g_mime_parser_new_with_stream(stream);
-  GMimeMessage* message = g_mime_parser_construct_message(parser, nullptr);
-  g_object_unref(parser);
-  g_object_unref(stream);
-  return message;
-}
+// GMime reads bodies from the stream when they are asked for, so the bytes, and the array that
+// tells where they are, must outlive the message.
+class GMimeMail {
+ public:
+  explicit GMimeMail(std::string_view mail)
+      : m_bytes{const_cast<guint8*>(reinterpret_cast<const guint8*>(mail.data())),
+                static_cast<guint>(mail.size())} {
+    GMimeStream* stream = g_mime_stream_mem_new_with_byte_array(&m_bytes);
+    g_mime_stream_mem_set_owner(GMIME_STREAM_MEM(stream), FALSE);
+    GMimeParser* parser = g_mime_parser_new_with_stream(stream);
+    m_message = g_mime_parser_construct_message(parser, nullptr);
+    g_object_unref(parser);
+    g_object_unref(stream);
+  }
+  ~GMimeMail() { g_object_unref(m_message); }
+  GMimeMail(const GMimeMail&) = delete;
+
+  GMimeMessage* get() const { return m_message; }
+
+ private:
+  GByteArray m_bytes;
+  GMimeMessage* m_message;
+};
 
 void AddGMimePart(GMimeObject*, GMimeObject* part, gpointer data) {
   Read& read = *static_cast<Read*>(data);
@@ -222,10 +236,9 @@ void AddGMimePart(GMimeObject*, GMimeObject* part, gpointer data) {
 }
 
 void LoadGMime(std::string_view mail, Read& read) {
-  GMimeMessage* message = ParseGMime(mail);
-  read.Add(g_mime_message_get_subject(message));
-  g_mime_message_foreach(message, AddGMimePart, &read);
-  g_object_unref(message);
+  const GMimeMail message(mail);
+  read.Add(g_mime_message_get_subject(message.get()));
+  g_mime_message_foreach(message.get(), AddGMimePart, &read);
 }
 
 using Load = void (*)(std::string_view, Read&);
@@ -256,8 +269,6 @@ std::size_t WriteGMime(GMimeMessage* message) {
 
 // --- The table. ---
 
-bool g_agrees = true;
-
 void Print(const char* task, const char* name, double bytes, bool same, double ours, double gmime) {
   std::printf("%-6s %-18s %9.0f %9.0f %7.2f  %s\n", task, name, bytes / ours * 1e3,
               bytes / gmime * 1e3, gmime / ours, same ? "" : "DIFFERS");
@@ -285,7 +296,7 @@ void Bench(const char* name, const Mails& mails) {
   mail::LogNull log;
   mail::MimeMessage2 message;
   (void)message.loadMimeComplete(mails[3 % mails.size()], mail::MimeMessage2::LoadOptions{}, log);
-  GMimeMessage* peer = ParseGMime(mails[3 % mails.size()]);
+  const GMimeMail peer(mails[3 % mails.size()]);
   mail::DataBuffer out;
   const double written = static_cast<double>(WriteOurs(message, out));
   Read again, before;
@@ -294,8 +305,7 @@ void Bench(const char* name, const Mails& mails) {
   LoadOurs(mails[3 % mails.size()], before);
   Print("write", name, written, again.text == before.text,
         bench::BestTime([&] { WriteOurs(message, out); }),
-        bench::BestTime([&] { WriteGMime(peer); }));
-  g_object_unref(peer);
+        bench::BestTime([&] { WriteGMime(peer.get()); }));
 }
 
 // Peak resident bytes of a process of its own that runs it, without those it started with.
@@ -312,11 +322,13 @@ double PeakBytes(Work work) {
     const long grown = after.ru_maxrss - before.ru_maxrss;
     _exit(write(ends[1], &grown, sizeof grown) == sizeof grown ? 0 : 1);
   }
-  long grown = 0;
-  (void)!read(ends[0], &grown, sizeof grown);
-  waitpid(child, nullptr, 0);
-  close(ends[0]);
   close(ends[1]);
+  long grown = 0;
+  const bool told = read(ends[0], &grown, sizeof grown) == sizeof grown;
+  close(ends[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (!told || status != 0) g_agrees = false;
   return static_cast<double>(grown) * 1024;
 }
 
@@ -329,7 +341,8 @@ void BenchMemory() {
   });
   const double gmime = PeakBytes([&] {
     Read read;
-    LoadGMime(std::string(mail), read);
+    const std::string own(mail);
+    LoadGMime(own, read);
   });
   std::printf("peak of one mail of %.0f MB, its bytes included: %.2f times its size, GMime %.2f\n",
               size / 1e6, ours / size, gmime / size);
