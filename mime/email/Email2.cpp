@@ -57,30 +57,36 @@ void Email2::takeEntity(MimeMessage2& objEntity, LogBase& log) {
 
 void Email2::refresh(LogBase& log) {
   if (!isValid()) return;
-  m_contentType.load(valueOf(m_header, "content-type"), log);
-  m_name = m_contentType.m_name;
+  m_contentType.clear();
+  if (m_header.find("content-type") != nullptr) {
+    m_contentType.change().load(valueOf(m_header, "content-type"), log);
+  }
   ContentDisposition objDisposition;
   objDisposition.load(valueOf(m_header, "content-disposition"), log);
   m_disposition = std::move(objDisposition.m_type);
   m_fileName = std::move(objDisposition.m_fileName);
   (void)m_encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
-  (void)m_from.load(valueOf(m_header, "from"), log);
+  m_from.clear();
+  if (m_header.find("from") != nullptr) {
+    (void)m_from.change().load(valueOf(m_header, "from"), log);
+  }
 }
 
 void Email2::setCharset(const _ckCharset& objCharset, LogBase& log) {
   if (!isValid()) return;
-  m_charset = objCharset;
+  m_charset.change() = objCharset;
   const bool bBody = partCount() == 0 && (isText() || type().isEmpty()) && !m_bKeepsBytes;
   if (bBody && objCharset.getCodePage() != 0) setBodyCharset(objCharset, log);
 }
 
 void Email2::setBodyCharset(const _ckCharset& objCharset, LogBase& log) {
   if (!isValid()) return;
-  if (type().isEmpty()) (void)m_contentType.m_type.setString("text/plain");
-  m_contentType.m_charset = objCharset;
-  m_contentType.m_unknownCharset.clear();
+  _ckContentType& objType = m_contentType.change();
+  if (type().isEmpty()) (void)objType.m_type.setString("text/plain");
+  objType.m_charset = objCharset;
+  objType.m_unknownCharset.clear();
   StringBuffer strValue;
-  m_contentType.emit(strValue);
+  objType.emit(strValue);
   m_header.replaceField("Content-Type", strValue.view(), log);
 }
 
@@ -91,9 +97,9 @@ void Email2::setSubject(std::string_view strUtf8, LogBase& log) {
 void Email2::setFrom(std::string_view strUtf8, LogBase& log) {
   if (!isValid()) return;
   StringBuffer strValue;
-  if (m_from.load(strUtf8, log)) {
+  if (m_from.change().load(strUtf8, log)) {
     // With the name encoded already: the writer would take name and address for one text.
-    m_from.emit(strValue, m_charset.getCodePage(), log);
+    from().emit(strValue, charset().getCodePage(), log);
   } else {
     (void)strValue.append(strUtf8);
   }

@@ -10,6 +10,7 @@
 #include "mime/base/LibraryObject.h"
 #include "mime/base/LogBase.h"
 #include "mime/base/OwnedPtr.h"
+#include "mime/base/Rare.h"
 #include "mime/base/StringBuffer.h"
 #include "mime/base/Validity.h"
 #include "mime/header/CkContentType.h"
@@ -42,14 +43,14 @@ class Email2 : public LibraryObject {
 
   // --- Reading. ---
   const MimeHeader& header() const { return m_header; }
-  const _ckContentType& contentType() const { return m_contentType; }
-  const StringBuffer& type() const { return m_contentType.m_type; }  // lower case
+  const _ckContentType& contentType() const { return m_contentType.get(); }
+  const StringBuffer& type() const { return contentType().m_type; }  // lower case
   const StringBuffer& disposition() const { return m_disposition; }  // lower case
   const StringBuffer& encoding() const { return m_encoding; }
   const StringBuffer& fileName() const { return m_fileName; }  // of Content-Disposition
-  const StringBuffer& name() const { return m_name; }          // of Content-Type
-  const _ckEmailAddress& from() const { return m_from; }       // the first one; of the root
-  const _ckCharset& charset() const { return m_charset; }      // of the message; page 0: none
+  const StringBuffer& name() const { return contentType().m_name; }
+  const _ckEmailAddress& from() const { return m_from.get(); }   // the first one; of the root
+  const _ckCharset& charset() const { return m_charset.get(); }  // of the message; page 0: none
   const DataBuffer& body() const { return m_body; }
   const DataBuffer& rawPart() const { return m_rawPart; }  // this node as it came, if it was signed
   std::size_t partCount() const { return m_parts.getSize(); }
@@ -82,12 +83,11 @@ class Email2 : public LibraryObject {
   MimeHeader m_header;
   ExtPtrArrayOf<Email2> m_parts;
   StringBuffer m_disposition;
-  _ckContentType m_contentType;
+  Rare<_ckContentType> m_contentType;
   StringBuffer m_encoding;
   StringBuffer m_fileName;
-  StringBuffer m_name;
-  _ckEmailAddress m_from;
-  _ckCharset m_charset;
+  Rare<_ckEmailAddress> m_from;
+  Rare<_ckCharset> m_charset;
   DataBuffer m_body;
   DataBuffer m_rawPart;
   bool m_bKeepsBytes = false;

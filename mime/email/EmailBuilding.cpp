@@ -12,29 +12,34 @@
 namespace mail {
 namespace {
 
-// An entity whose turn is to come, and the node that it becomes.
+// An entity whose turn is to come, and the node that will hold its own.
 struct Pending {
   OwnedPtr<MimeMessage2> pEntity;
-  Email2* pNode;
+  Email2* pParent;
 };
+
+// Fills the node from the entity, whose parts get in line: the first one last, so that it comes
+// first.
+void takeOver(MimeMessage2& objEntity, Email2& objNode, std::vector<Pending>& arrPending,
+              LogBase& log) {
+  objNode.takeEntity(objEntity, log);
+  auto& arrParts = objEntity.parts();
+  while (arrParts.getSize() > 0) {
+    arrPending.push_back({arrParts.remove(arrParts.getSize() - 1), &objNode});
+  }
+}
 
 // Moves a tree of entities into one of nodes; each entity is given up as soon as it was taken, so
 // that the two trees never stand side by side.
 bool moveTree(OwnedPtr<MimeMessage2> pRoot, Email2& objRoot, LogBase& log) {
   std::vector<Pending> arrPending;
-  arrPending.push_back({std::move(pRoot), &objRoot});
+  takeOver(*pRoot, objRoot, arrPending, log);
   while (!arrPending.empty()) {
     const Pending objNow = std::move(arrPending.back());
     arrPending.pop_back();
-    objNow.pNode->takeEntity(*objNow.pEntity, log);
-    auto& arrParts = objNow.pEntity->parts();
-    for (std::size_t n = 0; n < arrParts.getSize(); ++n) {
-      if (!objNow.pNode->addPart(makeOwned<Email2>())) return false;
-    }
-    while (arrParts.getSize() > 0) {
-      const std::size_t nLast = arrParts.getSize() - 1;
-      arrPending.push_back({arrParts.remove(nLast), objNow.pNode->part(nLast)});
-    }
+    Email2& objParent = *objNow.pParent;
+    if (!objParent.addPart(makeOwned<Email2>())) return false;
+    takeOver(*objNow.pEntity, *objParent.part(objParent.partCount() - 1), arrPending, log);
   }
   return true;
 }
