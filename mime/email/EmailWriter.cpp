@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "html/charset/EncodingConvert.h"
 #include "mime/email/BodyEncoder.h"
 #include "mime/tree/ByteSearch.h"
 
@@ -140,6 +141,16 @@ bool EmailWriter::put(std::string_view strBytes, std::string_view strFailure) {
   if (strBytes.empty() || m_objOutput.write(strBytes)) return true;
   m_log.LogError(strFailure);
   return false;
+}
+
+std::string_view bodyForFile(const Email2& objNode, DataBuffer& arrRoom, LogBase& log) {
+  const std::string_view strBody = objNode.body().view();
+  const unsigned nPage = pageOfBody(objNode);
+  if (nPage == 0 || strBody.empty()) return strBody;
+  arrRoom.clear();
+  const bool bDone =
+      EncodingConvert().EncConvert(kUtf8, nPage, strBody.data(), strBody.size(), arrRoom, log);
+  return bDone ? arrRoom.view() : strBody;
 }
 
 }  // namespace mail

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "mime/base/DataBuffer.h"
 #include "mime/base/LogBase.h"
 #include "mime/base/StringBuffer.h"
 #include "mime/email/Email2.h"
@@ -45,5 +46,9 @@ class EmailWriter {
   const Transport m_nTransport;
   LogBase& m_log;
 };
+
+// The body of a node as a file of it would be, in its own charset: a view of the body itself, or of
+// arrRoom. Like it, it is empty for a node with parts.
+std::string_view bodyForFile(const Email2& objNode, DataBuffer& arrRoom, LogBase& log);
 
 }  // namespace mail
