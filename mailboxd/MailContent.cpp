@@ -1,74 +1,113 @@
 #include "mailboxd/MailContent.h"
 
-#include "mime/base/DataBuffer.h"
+#include <algorithm>
+
 #include "mime/base/LogNull.h"
+#include "mime/email/EmailBodies.h"
+#include "mime/email/EmailBuilding.h"
+#include "mime/email/EmailWriter.h"
 
 namespace mailbox {
 namespace {
 
-std::string NameOf(const mail::MimeMessage2& part) {
+mail::OwnedPtr<mail::Email2> Build(std::string_view mime) {
   mail::LogNull log;
-  mail::StringBuffer name;
-  part.getFileName(name, log);
-  if (name.isEmpty()) part.getName(name, log);
-  return std::string(name.view());
+  return mail::buildEmail(mime, /*bUtf8=*/false, log);
 }
 
-// An attached mail is shown as one file.
-bool IsFile(const mail::MimeMessage2& part, bool isRoot) {
-  return !isRoot && part.contentType().beginsWith("message/rfc822");
+// An attached mail is one file, whatever is in it.
+bool IsFile(const mail::PlacedEmail& placed) {
+  const bool isMail = placed.pParent != nullptr && placed.pNode->type().equals("message/rfc822");
+  return isMail || mail::decideAttachment(placed).bAttachment;
 }
 
-std::string BytesOf(const mail::MimeMessage2& part) {
+bool IsInline(const mail::PlacedEmail& placed) {
+  if (!IsFile(placed)) return true;
+  return placed.pParent != nullptr && placed.pParent->type().equals("multipart/related") &&
+         !placed.pNode->disposition().equals("attachment");
+}
+
+// The texts to choose from, the better ones first: those of the message itself, then, as in a
+// report or a part without a type, any that is no file.
+std::vector<const mail::Email2*> TextsOf(const mail::Email2& root) {
+  std::vector<const mail::Email2*> texts = mail::alternativesOf(root);
+  for (const mail::PlacedEmail& placed : mail::nodesOf(root)) {
+    const mail::Email2& part = *placed.pNode;
+    const bool isText = part.isText() || (part.partCount() == 0 && part.type().isEmpty());
+    if (isText && !IsFile(placed)) texts.push_back(&part);
+  }
+  // A mixture that lacks its boundary is one text.
+  if (texts.empty() && root.isMultipart() && root.partCount() == 0) texts.push_back(&root);
+  return texts;
+}
+
+std::string Field(const mail::Email2& part, std::string_view name) {
+  const mail::MimeField* const field = part.header().find(name);
+  return field != nullptr ? std::string(field->value().view()) : std::string();
+}
+
+std::string WithoutBrackets(std::string text) {
+  if (text.size() < 2 || text.front() != '<' || text.back() != '>') return text;
+  return text.substr(1, text.size() - 2);
+}
+
+AttachmentInfo InfoOf(const mail::PlacedEmail& placed) {
   mail::LogNull log;
   mail::DataBuffer room;
-  if (part.partCount() == 0) return std::string(part.bodyForFile(room, log));
-  std::string bytes;
-  for (std::size_t i = 0; i < part.partCount(); ++i) {
-    room.clear();
-    part.part(i)->getMimeBytes(room, log);
-    bytes += room.view();
-  }
-  return bytes;
+  const mail::Email2& part = *placed.pNode;
+  AttachmentInfo info;
+  info.name = (part.fileName().isEmpty() ? part.name() : part.fileName()).view();
+  info.contentType = part.type().view();
+  info.contentId = WithoutBrackets(Field(part, "content-id"));
+  info.contentLocation = Field(part, "content-location");
+  info.isInline = IsInline(placed);
+  info.size = static_cast<std::int64_t>(mail::bodyForFile(part, room, log).size());
+  return info;
 }
 
 }  // namespace
 
-MailContent::MailContent(std::string_view mime) {
-  mail::LogNull log;
-  (void)m_root.loadMimeComplete(mime, /*bRepair=*/false, "", /*bUtf8=*/false, log);
-  std::vector<const mail::MimeMessage2*> waiting = {&m_root};  // the next one last
-  while (!waiting.empty()) {
-    const mail::MimeMessage2& part = *waiting.back();
-    waiting.pop_back();
-    if (part.partCount() == 0 || IsFile(part, &part == &m_root)) {
-      Take(part, &part == &m_root);
-      continue;
+MailContent::MailContent(std::string_view mime) : m_header(mime), m_root(Build(mime)) {
+  if (m_root != nullptr) TakeAttachments(TakeBodies());
+}
+
+std::vector<const mail::Email2*> MailContent::TakeBodies() {
+  std::vector<const mail::Email2*> bodies;
+  const auto take = [&](const mail::Email2& text, std::string_view& body) {
+    if (!body.empty() || text.body().isEmpty()) return;
+    body = text.body().view();
+    bodies.push_back(&text);
+  };
+  for (const mail::Email2* text : TextsOf(*m_root)) {
+    if (text->type().equals("text/html")) {
+      take(*text, m_html);
+    } else if (!text->type().beginsWith("text/") || text->type().equals("text/plain")) {
+      take(*text, m_text);
     }
-    for (std::size_t i = part.partCount(); i > 0; --i) waiting.push_back(part.part(i - 1));
+  }
+  return bodies;
+}
+
+void MailContent::TakeAttachments(const std::vector<const mail::Email2*>& bodies) {
+  for (const mail::PlacedEmail& placed : mail::nodesOf(*m_root)) {
+    const mail::Email2& part = *placed.pNode;
+    if (part.partCount() > 0 || std::count(bodies.begin(), bodies.end(), &part) > 0) continue;
+    if (part.body().isEmpty() && !IsFile(placed)) continue;  // a file may be empty
+    m_attachments.push_back(InfoOf(placed));
+    m_parts.push_back(&part);
   }
 }
 
-void MailContent::Take(const mail::MimeMessage2& part, bool isRoot) {
-  const std::string name = NameOf(part);
-  const bool isText = part.contentType().isEmpty() || part.contentType().equals("text/plain");
-  const bool isHtml = part.contentType().equals("text/html");
-  if (!part.isAttachment() && name.empty() && (isText || isHtml)) {
-    std::string_view& body = isHtml ? m_html : m_text;
-    if (body.empty()) {
-      body = part.body().view();
-      return;
-    }
-  }
-  if (part.isMultipart() && part.body().view().empty()) return;  // without any part
-  std::string type(part.contentType().view());
-  if (isRoot && isText && part.body().view().empty()) return;
-  m_attachments.push_back({name, std::move(type), BytesOf(part).size()});
-  m_parts.push_back(&part);
+bool MailContent::HasFiles() const {
+  return std::any_of(m_attachments.begin(), m_attachments.end(),
+                     [](const AttachmentInfo& one) { return !one.isInline; });
 }
 
 std::string MailContent::AttachmentBytes(std::size_t index) const {
-  return index < m_parts.size() ? BytesOf(*m_parts[index]) : std::string();
+  if (index >= m_parts.size()) return "";
+  mail::LogNull log;
+  mail::DataBuffer room;
+  return std::string(mail::bodyForFile(*m_parts[index], room, log));
 }
 
 }  // namespace mailbox

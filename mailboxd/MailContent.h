@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "mime/tree/MimeMessage2.h"
+#include "mailboxd/Store.h"
+#include "mime/MailHeader.h"
+#include "mime/base/OwnedPtr.h"
+#include "mime/email/Email2.h"
 
 namespace mailbox {
 
@@ -14,32 +16,34 @@ namespace mailbox {
 // mail's size costs, and about twice its size in memory.
 class MailContent {
  public:
-  struct Attachment {
-    std::string name;
-    std::string type;
-    std::size_t size = 0;  // decoded bytes
-  };
-
   // The bytes are not needed afterwards.
   explicit MailContent(std::string_view mime);
 
-  const mail::MimeHeader& Fields() const { return m_root.header(); }
+  // As the mail has them, decoded.
+  const mail::MimeHeader& Fields() const { return m_header.fields(); }
   // The first body of each kind that is no attachment, in UTF-8; "" if there is none. Views that
   // live as long as the object.
   std::string_view Text() const { return m_text; }
   std::string_view Html() const { return m_html; }
-  const std::vector<Attachment>& Attachments() const { return m_attachments; }
+  // Everything else, in the order of the mail: files (an attached mail is one), and as inline what
+  // belongs to the body, such as its pictures. Without ids and date.
+  const std::vector<AttachmentInfo>& Attachments() const { return m_attachments; }
+  // Whether a list of mails would show a paper clip: any attachment that is not inline.
+  bool HasFiles() const;
   // What a file of that attachment holds; "" for an index that is not there.
   std::string AttachmentBytes(std::size_t index) const;
 
  private:
-  void Take(const mail::MimeMessage2& part, bool isRoot);
+  // Takes the bodies; those nodes, two at most, are no attachments.
+  std::vector<const mail::Email2*> TakeBodies();
+  void TakeAttachments(const std::vector<const mail::Email2*>& bodies);
 
-  mail::MimeMessage2 m_root;
+  mail::MailHeader m_header;
+  mail::OwnedPtr<mail::Email2> m_root;  // null for want of memory
   std::string_view m_text;
   std::string_view m_html;
-  std::vector<Attachment> m_attachments;
-  std::vector<const mail::MimeMessage2*> m_parts;  // of the attachments
+  std::vector<AttachmentInfo> m_attachments;
+  std::vector<const mail::Email2*> m_parts;  // of the attachments
 };
 
 }  // namespace mailbox

@@ -354,8 +354,8 @@ std::vector<AttachmentRow> AttachmentRows(Store& store, std::int64_t id,
   }
   if (content == nullptr) return rows;
   for (size_t i = 0; i < content->Attachments().size(); ++i) {
-    const MailContent::Attachment& one = content->Attachments()[i];
-    rows.push_back({one.name, one.type, static_cast<std::int64_t>(one.size),
+    const AttachmentInfo& one = content->Attachments()[i];
+    rows.push_back({one.name, one.contentType, one.size,
                     std::string(kItemPath) + std::to_string(id) + std::string(kPartInfix) +
                         std::to_string(i + 1)});
   }
