@@ -1,6 +1,7 @@
 #include <string>
 
 #include "mailboxd/EwsRequest.h"
+#include "mailboxd/MailOfItem.h"
 #include "mailboxd/Operations.h"
 #include "platform/Base64.h"
 
@@ -29,28 +30,61 @@ void AddOne(const Context& context, std::int64_t item, pugi::xml_node node, EwsR
   response.EndMessage();
 }
 
-void GetOne(const Context& context, std::int64_t id, EwsResponse& response) {
-  const auto attachment = context.store.Attachment(id);
-  if (!attachment) throw ErrorOf("ErrorItemNotFound");
+template <typename WriteContent>
+void WriteOne(std::string_view id, const AttachmentInfo& attachment, EwsResponse& response,
+              WriteContent writeContent) {
   response.BeginSuccess();
   response.Open("m:Attachments");
-  response.Open("t:FileAttachment");
-  response.Empty("t:AttachmentId", XmlAttribute("Id", MakeId(IdKind::kAttachment, id)));
-  response.Element("t:Name", attachment->name);
-  if (!attachment->contentType.empty()) response.Element("t:ContentType", attachment->contentType);
-  if (!attachment->contentId.empty()) response.Element("t:ContentId", attachment->contentId);
-  response.Number("t:Size", attachment->size);
-  response.Boolean("t:IsInline", attachment->isInline);
-  response.Boolean("t:IsContactPhoto", attachment->isContactPhoto);
+  OpenAttachment(id, attachment, response);
   response.Open("t:Content");
-  context.store.WithAttachment(id, [&](std::string_view bytes) { response.Base64(bytes); });
+  writeContent();
   response.Close("t:Content");
   response.Close("t:FileAttachment");
   response.Close("m:Attachments");
   response.EndMessage();
 }
 
+// A part of the mail that an item keeps.
+void GetPart(const Context& context, const PartId& id, std::string_view idText,
+             EwsResponse& response) {
+  const auto item = context.store.Item(id.item);
+  MailOfItem mail(context.store, id.item);
+  if (!item || mail.Content() == nullptr) throw ErrorOf("ErrorItemNotFound");
+  const MailContent& content = *mail.Content();
+  if (id.index >= content.Attachments().size()) throw ErrorOf("ErrorItemNotFound");
+  AttachmentInfo attachment = content.Attachments()[id.index];
+  attachment.created = item->created;
+  WriteOne(idText, attachment, response,
+           [&] { response.Base64(content.AttachmentBytes(id.index)); });
+}
+
+void GetOne(const Context& context, std::string_view idText, EwsResponse& response) {
+  if (const auto part = ReadPartId(idText)) return GetPart(context, *part, idText, response);
+  const std::int64_t id = ResolveId(idText, IdKind::kAttachment);
+  const auto attachment = context.store.Attachment(id);
+  if (!attachment) throw ErrorOf("ErrorItemNotFound");
+  WriteOne(idText, *attachment, response, [&] {
+    context.store.WithAttachment(id, [&](std::string_view bytes) { response.Base64(bytes); });
+  });
+}
+
 }  // namespace
+
+void OpenAttachment(std::string_view id, const AttachmentInfo& attachment, EwsResponse& response) {
+  const auto optional = [&](std::string_view name, const std::string& text) {
+    if (!text.empty()) response.Element(name, text);
+  };
+  response.Open("t:FileAttachment");
+  response.Empty("t:AttachmentId", XmlAttribute("Id", id));
+  response.Element("t:Name", attachment.name);
+  optional("t:ContentType", attachment.contentType);
+  optional("t:ContentId", attachment.contentId);
+  optional("t:ContentLocation", attachment.contentLocation);
+  response.Number("t:Size", attachment.size);
+  optional("t:LastModifiedTime", attachment.created);
+  response.Boolean("t:IsInline", attachment.isInline);
+  response.Boolean("t:IsContactPhoto", attachment.isContactPhoto);
+}
 
 NewAttachment ReadAttachment(pugi::xml_node node) {
   if (LocalName(node) != "FileAttachment") {
@@ -90,7 +124,7 @@ void CreateAttachment(const Context& context, pugi::xml_node request, EwsRespons
 void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
   for (auto id = FirstElement(Child(request, "AttachmentIds")); id; id = NextElement(id)) {
     try {
-      GetOne(context, ResolveId(Attribute(id, "Id"), IdKind::kAttachment), response);
+      GetOne(context, Attribute(id, "Id"), response);
     } catch (const OperationError& error) {
       response.Error(error, "Attachments");
     }

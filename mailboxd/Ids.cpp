@@ -1,22 +1,38 @@
 #include "mailboxd/Ids.h"
 
 #include <algorithm>
-#include <array>
+#include <utility>
 
 #include "platform/Base64.h"
 
 namespace mailbox {
 namespace {
 
-// "AAMk", then 12 bytes in 16 characters: kind, row number (7 bytes), check sum (4 bytes).
+// "AAMk", then in base64: kind (1 byte), row number (7 bytes), for a part its index (6 bytes),
+// check sum (4 bytes). Both lengths are multiples of 3, so that base64 needs no padding.
 constexpr std::string_view kPrefix = "AAMk";
-constexpr size_t kBytes = 12;
-constexpr size_t kText = 16;
+constexpr size_t kRowBytes = 7;
+constexpr size_t kPartBytes = 6;
+constexpr size_t kSumBytes = 4;
+constexpr size_t kPlain = 1 + kRowBytes;           // what the check sum is of
+constexpr size_t kWithPart = kPlain + kPartBytes;  // the same, with a part
+constexpr size_t kLongest = kPrefix.size() + (kWithPart + kSumBytes) / 3 * 4;  // characters
+constexpr char kPartKind = 4;  // behind those of IdKind
 
-std::uint32_t CheckSum(const unsigned char* bytes, size_t size) {
+std::uint32_t CheckSum(std::string_view bytes) {
   std::uint32_t sum = 2166136261u;  // FNV-1a
-  for (size_t i = 0; i < size; ++i) sum = (sum ^ bytes[i]) * 16777619u;
+  for (const char byte : bytes) sum = (sum ^ static_cast<unsigned char>(byte)) * 16777619u;
   return sum;
+}
+
+void Append(std::uint64_t number, size_t count, std::string& bytes) {
+  while (count-- > 0) bytes += static_cast<char>(number >> (8 * count));
+}
+
+std::int64_t NumberOf(std::string_view bytes) {
+  std::int64_t number = 0;
+  for (const char byte : bytes) number = number << 8 | static_cast<unsigned char>(byte);
+  return number;
 }
 
 void UrlSafe(std::string& text) {
@@ -24,36 +40,56 @@ void UrlSafe(std::string& text) {
   std::replace(text.begin(), text.end(), '/', '_');
 }
 
-}  // namespace
-
-std::string MakeId(IdKind kind, std::int64_t row) {
-  std::array<unsigned char, kBytes> bytes{};
-  bytes[0] = static_cast<unsigned char>(kind);
-  for (size_t i = 0; i < 7; ++i) bytes[1 + i] = static_cast<unsigned char>(row >> (48 - 8 * i));
-  const std::uint32_t sum = CheckSum(bytes.data(), 8);
-  for (size_t i = 0; i < 4; ++i) bytes[8 + i] = static_cast<unsigned char>(sum >> (24 - 8 * i));
-  std::string text = platform::Base64Encode(
-      std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+std::string Encode(std::string bytes) {
+  Append(CheckSum(bytes), kSumBytes, bytes);
+  std::string text = platform::Base64Encode(bytes);
   UrlSafe(text);
   return std::string(kPrefix) + text;
 }
 
-std::optional<std::int64_t> ReadId(std::string_view text, IdKind* kind) {
-  if (text.size() != kPrefix.size() + kText || !text.starts_with(kPrefix)) return std::nullopt;
+// The bytes in front of the check sum, which fits; "" for a text that is no id.
+std::string Decode(std::string_view text) {
+  if (text.size() > kLongest || !text.starts_with(kPrefix)) return "";
   std::string base64(text.substr(kPrefix.size()));
-  if (base64.find_first_of("+/= \t\r\n") != std::string::npos) return std::nullopt;
+  if (base64.find_first_of("+/= \t\r\n") != std::string::npos) return "";
   std::replace(base64.begin(), base64.end(), '-', '+');
   std::replace(base64.begin(), base64.end(), '_', '/');
-  std::string decoded;
-  if (!platform::Base64Decode(base64, decoded) || decoded.size() != kBytes) return std::nullopt;
-  const auto* bytes = reinterpret_cast<const unsigned char*>(decoded.data());
-  std::uint32_t sum = 0;
-  for (size_t i = 0; i < 4; ++i) sum = sum << 8 | bytes[8 + i];
-  if (sum != CheckSum(bytes, 8) || bytes[0] < 1 || bytes[0] > 3) return std::nullopt;
-  std::int64_t row = 0;
-  for (size_t i = 0; i < 7; ++i) row = row << 8 | bytes[1 + i];
+  std::string bytes;
+  if (!platform::Base64Decode(base64, bytes) || bytes.size() <= kSumBytes) return "";
+  const std::string_view sum = std::string_view(bytes).substr(bytes.size() - kSumBytes);
+  const std::int64_t claimed = NumberOf(sum);
+  bytes.resize(bytes.size() - kSumBytes);
+  return claimed == std::int64_t{CheckSum(bytes)} ? bytes : "";
+}
+
+}  // namespace
+
+std::string MakeId(IdKind kind, std::int64_t row) {
+  std::string bytes(1, static_cast<char>(kind));
+  Append(static_cast<std::uint64_t>(row), kRowBytes, bytes);
+  return Encode(std::move(bytes));
+}
+
+std::optional<std::int64_t> ReadId(std::string_view text, IdKind* kind) {
+  const std::string bytes = Decode(text);
+  if (bytes.size() != kPlain || bytes[0] < 1 || bytes[0] >= kPartKind) return std::nullopt;
   *kind = static_cast<IdKind>(bytes[0]);
-  return row;
+  return NumberOf(std::string_view(bytes).substr(1));
+}
+
+std::string MakePartId(const PartId& part) {
+  std::string bytes(1, kPartKind);
+  Append(static_cast<std::uint64_t>(part.item), kRowBytes, bytes);
+  Append(part.index, kPartBytes, bytes);
+  return Encode(std::move(bytes));
+}
+
+std::optional<PartId> ReadPartId(std::string_view text) {
+  const std::string bytes = Decode(text);
+  if (bytes.size() != kWithPart || bytes[0] != kPartKind) return std::nullopt;
+  const std::string_view rest = std::string_view(bytes).substr(1);
+  return PartId{NumberOf(rest.substr(0, kRowBytes)),
+                static_cast<std::size_t>(NumberOf(rest.substr(kRowBytes)))};
 }
 
 std::string MakeChangeKey(IdKind kind, std::int64_t version) {

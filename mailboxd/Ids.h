@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,6 +17,15 @@ std::string MakeId(IdKind kind, std::int64_t row);
 
 // Nothing for a text that is no id. *kind gets what the id stands for.
 std::optional<std::int64_t> ReadId(std::string_view text, IdKind* kind);
+
+// An attachment that is stored nowhere by itself: a part of the mail that an item keeps.
+struct PartId {
+  std::int64_t item = 0;  // its row
+  std::size_t index = 0;  // in MailContent::Attachments
+};
+// Opaque as other ids, and no id of a row.
+std::string MakePartId(const PartId& part);
+std::optional<PartId> ReadPartId(std::string_view text);
 
 // Changes with each change of the row.
 std::string MakeChangeKey(IdKind kind, std::int64_t version);

@@ -1,10 +1,13 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "mailboxd/EwsRequest.h"
 #include "mailboxd/ItemReading.h"
 #include "mailboxd/ItemWriting.h"
+#include "mailboxd/MailOfItem.h"
 #include "mailboxd/Operations.h"
 
 namespace mailbox {
@@ -87,18 +90,46 @@ void CreateOne(const Context& context, pugi::xml_node request, pugi::xml_node no
   response.EndMessage();
 }
 
+// For a page of a list, one change of the store.
+void LookForFiles(Store& store, std::vector<ItemInfo>& items) {
+  std::vector<std::pair<std::int64_t, bool>> learned;
+  for (ItemInfo& item : items) {
+    MailOfItem mail(store, item.id);
+    if (LookForFiles(mail, item)) learned.emplace_back(item.id, *item.mailHasFiles);
+  }
+  store.SetMailHasFiles(learned);
+}
+
+void GetOne(const Context& context, std::int64_t id, const ItemShape& shape,
+            EwsResponse& response) {
+  auto item = context.store.Item(id);
+  if (!item) throw ErrorOf("ErrorItemNotFound");
+  MailOfItem mail(context.store, id);
+  if (shape.Wants("item:HasAttachments") && LookForFiles(mail, *item)) {
+    context.store.SetMailHasFiles({{id, *item->mailHasFiles}});
+  }
+  response.BeginSuccess();
+  response.Open("m:Items");
+  WriteItem(context, *item, mail, shape, response);
+  response.Close("m:Items");
+  response.EndMessage();
+}
+
 void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node parent,
                const ItemShape& shape, EwsResponse& response) {
   const FolderInfo folder = ResolveFolder(context, parent);
   const bool live = Attribute(request, "Traversal") == "Shallow";
   const std::int64_t total = live ? folder.total : 0;
   const Page page = ReadPage(Child(request, "IndexedPageItemView"), total);
-  const std::vector<ItemInfo> items =
-      context.store.Items(folder.id, page.first, page.end - page.first);
+  std::vector<ItemInfo> items = context.store.Items(folder.id, page.first, page.end - page.first);
+  if (shape.Wants("item:HasAttachments")) LookForFiles(context.store, items);
   response.BeginSuccess();
   response.Open("m:RootFolder", PageAttributes(page, total));
   response.Open("t:Items");
-  for (const ItemInfo& item : items) WriteItem(context, item, shape, response);
+  for (const ItemInfo& item : items) {
+    MailOfItem mail(context.store, item.id);
+    WriteItem(context, item, mail, shape, response);
+  }
   response.Close("t:Items");
   response.Close("m:RootFolder");
   response.EndMessage();
@@ -134,13 +165,7 @@ void GetItem(const Context& context, pugi::xml_node request, EwsResponse& respon
   for (auto id = FirstElement(Child(request, "ItemIds")); id; id = NextElement(id)) {
     try {
       const ItemShape shape(shapeNode, Depth::kFull);
-      const auto item = context.store.Item(ResolveId(Attribute(id, "Id"), IdKind::kItem));
-      if (!item) throw ErrorOf("ErrorItemNotFound");
-      response.BeginSuccess();
-      response.Open("m:Items");
-      WriteItem(context, *item, shape, response);
-      response.Close("m:Items");
-      response.EndMessage();
+      GetOne(context, ResolveId(Attribute(id, "Id"), IdKind::kItem), shape, response);
     } catch (const OperationError& error) {
       response.Error(error, "Items");
     }

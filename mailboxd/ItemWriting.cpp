@@ -6,7 +6,6 @@
 
 #include "mailboxd/EwsRequest.h"
 #include "mailboxd/ExtendedProperties.h"
-#include "mailboxd/MailContent.h"
 
 namespace mailbox {
 
@@ -55,20 +54,22 @@ std::string Display(const std::vector<Address>& list) {
   return text;
 }
 
-void WriteAttachments(const Context& context, const ItemInfo& item, EwsResponse& response) {
-  response.Open("t:Attachments");
-  for (const AttachmentInfo& attachment : context.store.Attachments(item.id)) {
-    response.Open("t:FileAttachment");
-    response.Empty("t:AttachmentId",
-                   XmlAttribute("Id", MakeId(IdKind::kAttachment, attachment.id)));
-    response.Element("t:Name", attachment.name);
-    if (!attachment.contentType.empty()) response.Element("t:ContentType", attachment.contentType);
-    if (!attachment.contentId.empty()) response.Element("t:ContentId", attachment.contentId);
-    response.Number("t:Size", attachment.size);
-    response.Element("t:LastModifiedTime", attachment.created);
-    response.Boolean("t:IsInline", attachment.isInline);
-    response.Boolean("t:IsContactPhoto", attachment.isContactPhoto);
+// Those that are stored beside the item, then those within its mail.
+void WriteAttachments(const Context& context, const ItemInfo& item, MailOfItem& mail,
+                      EwsResponse& response) {
+  const std::vector<AttachmentInfo> stored = context.store.Attachments(item.id);
+  const MailContent* const content = mail.Content();
+  if (stored.empty() && (content == nullptr || content->Attachments().empty())) return;
+  const auto write = [&](const std::string& id, const AttachmentInfo& attachment) {
+    OpenAttachment(id, attachment, response);
     response.Close("t:FileAttachment");
+  };
+  response.Open("t:Attachments");
+  for (const AttachmentInfo& one : stored) write(MakeId(IdKind::kAttachment, one.id), one);
+  for (size_t i = 0; content != nullptr && i < content->Attachments().size(); ++i) {
+    AttachmentInfo attachment = content->Attachments()[i];
+    attachment.created = item.created;
+    write(MakePartId({item.id, i}), attachment);
   }
   response.Close("t:Attachments");
 }
@@ -110,23 +111,22 @@ void WriteMime(const Context& context, const ItemInfo& item, EwsResponse& respon
 }
 
 // The item's own body, else that of its mail, HTML rather than text.
-void WriteBody(const Context& context, const ItemInfo& item, EwsResponse& response) {
+void WriteBody(const ItemInfo& item, MailOfItem& mail, EwsResponse& response) {
   const auto write = [&](std::string_view type, std::string_view text) {
     response.Open("t:Body", XmlAttribute("BodyType", type));
     response.Raw(EscapeXml(text));
     response.Close("t:Body");
   };
   if (!item.bodyType.empty()) return write(item.bodyType, item.body);
-  std::string mime;  // a copy: the store is not held while the mail is taken apart
-  if (!context.store.WithMime(item.id, [&](auto, std::string_view bytes) { mime = bytes; })) return;
-  const MailContent mail(mime);
-  if (!mail.Html().empty()) return write("HTML", mail.Html());
-  if (!mail.Text().empty()) write("Text", mail.Text());
+  const MailContent* const content = mail.Content();
+  if (content == nullptr) return;
+  if (!content->Html().empty()) return write("HTML", content->Html());
+  if (!content->Text().empty()) write("Text", content->Text());
 }
 
 // The fields of every item, in the order of the schema.
-void WriteItemFields(const Context& context, const ItemInfo& item, const ItemShape& shape,
-                     EwsResponse& response) {
+void WriteItemFields(const Context& context, const ItemInfo& item, MailOfItem& mail,
+                     const ItemShape& shape, EwsResponse& response) {
   if (shape.WantsMime()) WriteMime(context, item, response);
   response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.id, item.version));
   if (shape.Wants("item:ParentFolderId")) {
@@ -135,10 +135,8 @@ void WriteItemFields(const Context& context, const ItemInfo& item, const ItemSha
   if (shape.Wants("item:ItemClass")) response.Element("t:ItemClass", item.itemClass);
   if (shape.Wants("item:Subject")) response.Element("t:Subject", item.subject);
   if (shape.Wants("item:Sensitivity")) response.Element("t:Sensitivity", item.sensitivity);
-  if (shape.WantsFull("item:Body")) WriteBody(context, item, response);
-  if (shape.WantsFull("item:Attachments") && item.attachmentCount > 0) {
-    WriteAttachments(context, item, response);
-  }
+  if (shape.WantsFull("item:Body")) WriteBody(item, mail, response);
+  if (shape.WantsFull("item:Attachments")) WriteAttachments(context, item, mail, response);
   if (shape.Wants("item:DateTimeReceived")) {
     response.Element("t:DateTimeReceived", item.received);
   }
@@ -160,7 +158,8 @@ void WriteItemFields(const Context& context, const ItemInfo& item, const ItemSha
   if (shape.Wants("item:DisplayCc")) response.Element("t:DisplayCc", Display(item.cc));
   if (shape.Wants("item:DisplayTo")) response.Element("t:DisplayTo", Display(item.to));
   if (shape.Wants("item:HasAttachments")) {
-    response.Boolean("t:HasAttachments", item.attachmentCount > 0);
+    response.Boolean("t:HasAttachments",
+                     item.attachmentCount > 0 || item.mailHasFiles.value_or(false));
   }
   WriteProperties(item, shape, response);
 }
@@ -185,11 +184,11 @@ void WriteMessageFields(const ItemInfo& item, const ItemShape& shape, EwsRespons
 
 }  // namespace
 
-void WriteItem(const Context& context, const ItemInfo& item, const ItemShape& shape,
-               EwsResponse& response) {
+void WriteItem(const Context& context, const ItemInfo& item, MailOfItem& mail,
+               const ItemShape& shape, EwsResponse& response) {
   const std::string tag = "t:" + item.element;
   response.Open(tag);
-  WriteItemFields(context, item, shape, response);
+  WriteItemFields(context, item, mail, shape, response);
   WriteMessageFields(item, shape, response);
   response.Close(tag);
 }

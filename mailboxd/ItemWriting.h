@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "mailboxd/MailOfItem.h"
 #include "mailboxd/Operations.h"
 
 namespace mailbox {
@@ -41,8 +42,9 @@ class ItemShape {
   std::vector<Property> m_properties;
 };
 
-// Writes the item's element with what the shape wants, in the order of the schema.
-void WriteItem(const Context& context, const ItemInfo& item, const ItemShape& shape,
-               EwsResponse& response);
+// Writes the item's element with what the shape wants, in the order of the schema. The mail is the
+// item's, which is taken apart only for a shape that wants body or attachments.
+void WriteItem(const Context& context, const ItemInfo& item, MailOfItem& mail,
+               const ItemShape& shape, EwsResponse& response);
 
 }  // namespace mailbox

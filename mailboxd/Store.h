@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace mailbox {
@@ -69,7 +70,8 @@ struct ItemInfo {
   std::string created;
   std::int64_t size = 0;
   std::int64_t version = 1;
-  std::int64_t attachmentCount = 0;
+  std::int64_t attachmentCount = 0;  // stored beside the item
+  std::optional<bool> mailHasFiles;  // within its MIME content; nothing until SetMailHasFiles
 
   // Details.
   std::string importance = "Normal";
@@ -139,6 +141,9 @@ class Store {
   // Calls `use` with charset and bytes while the store is held; false when the item has no MIME.
   bool WithMime(std::int64_t item,
                 const std::function<void(std::string_view charset, std::string_view bytes)>& use);
+  // Keeps the mailHasFiles of items, by row, all in one change. Their versions stay, for nothing
+  // about them has changed.
+  void SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& items);
   // False when the item is not there.
   bool DeleteItem(std::int64_t id);
   bool MoveItem(std::int64_t id, std::int64_t folder);

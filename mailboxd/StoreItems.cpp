@@ -16,7 +16,8 @@ std::int64_t SizeOf(const NewItem& item) {
 
 const std::string kSelectItems =
     "SELECT id,folder,element,item_class,subject,is_read,is_draft,received,sent,created,size,"
-    "version,details,(SELECT count(*) FROM attachments WHERE item=items.id) FROM items ";
+    "version,details,(SELECT count(*) FROM attachments WHERE item=items.id),"
+    "ifnull(mail_has_files,-1) FROM items ";
 const std::string kSelectAttachments =
     "SELECT id,item,name,content_type,content_id,content_location,is_inline,is_contact_photo,size,"
     "created FROM attachments ";
@@ -37,6 +38,7 @@ ItemInfo ReadItem(const platform::SqliteStatement& row) {
   item.version = row.Int(11);
   ReadDetails(row.Text(12), item);
   item.attachmentCount = row.Int(13);
+  if (const std::int64_t known = row.Int(14); known >= 0) item.mailHasFiles = known != 0;
   return item;
 }
 
@@ -60,9 +62,10 @@ AttachmentInfo ReadAttachment(const platform::SqliteStatement& row) {
 void Store::Implementation::InsertItem(NewItem& item) {
   ItemInfo& info = item.info;
   Run("INSERT INTO items(folder,element,item_class,subject,is_read,is_draft,received,sent,created,"
-      "size,version,details) VALUES(?,?,?,?,?,?,?,?,?,?,?,?)",
+      "size,version,details,mail_has_files) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,-1))",
       info.folder, info.element, info.itemClass, info.subject, info.isRead, info.isDraft,
-      info.received, info.sent, info.created, info.size, info.version, WriteDetails(info));
+      info.received, info.sent, info.created, info.size, info.version, WriteDetails(info),
+      item.hasMime ? -1 : 0);
   info.id = LastRow();
   if (!item.hasMime) return;
   Run("INSERT INTO mime(item,charset,bytes) VALUES(?,?,?)", info.id, item.mimeCharset,
@@ -128,6 +131,16 @@ bool Store::WithMime(std::int64_t item,
   if (!find->Step()) return false;
   use(find->Text(0), find->Blob(1));
   return true;
+}
+
+void Store::SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& items) {
+  if (items.empty()) return;
+  const std::lock_guard lock(m_implementation->m_mutex);
+  Implementation::Transaction transaction(*m_implementation);
+  for (const auto& [id, has] : items) {
+    m_implementation->Run("UPDATE items SET mail_has_files=? WHERE id=?", has, id);
+  }
+  transaction.Commit();
 }
 
 bool Store::DeleteItem(std::int64_t id) {

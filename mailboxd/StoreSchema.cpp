@@ -84,7 +84,14 @@ CREATE TRIGGER item_changed AFTER UPDATE OF folder, is_read ON items BEGIN
 END;
 )sql";
 
-constexpr std::array<const char*, 2> kSteps = {kTables, kCounts};
+// Whether there are files in the mail of an item; NULL until somebody asks, for looking costs what
+// the mail's size costs.
+constexpr char kMailFiles[] = R"sql(
+ALTER TABLE items ADD COLUMN mail_has_files INTEGER;
+UPDATE items SET mail_has_files=0 WHERE id NOT IN (SELECT item FROM mime);
+)sql";
+
+constexpr std::array<const char*, 3> kSteps = {kTables, kCounts, kMailFiles};
 
 constexpr std::array<WellKnownFolder, 20> kFolders = {{
     {"root", "", "root", ""},

@@ -114,6 +114,7 @@ TEST(Store, AnOlderLayoutIsBroughtUpToDateByItsServer) {
   mailbox::Store store(path);
   EXPECT_EQ(Paged(store, 7, 10), (std::vector<std::int64_t>{3, 5}));
   EXPECT_TRUE(Paged(store, 8, 10).empty());
+  EXPECT_EQ(store.Item(3)->mailHasFiles, false);  // an item without a mail
   ASSERT_TRUE(store.CreateFolder(*store.Folder(7), "New", "IPF.Note"));
   EXPECT_EQ(store.Folder(7)->children, 2);
   EXPECT_NO_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly));
@@ -145,6 +146,23 @@ TEST(Ids, ReadWhatWasMadeAndNothingElse) {
   }
   for (const char* text : {"", "-NO-", "AAMk", "AAMkAAAAAAAAAAAAAAAA", "AAMkFolderInbox="}) {
     EXPECT_EQ(mailbox::ReadId(text, &kind), std::nullopt) << text;
+  }
+}
+
+TEST(Ids, OfPartsAreNoIdsOfRows) {
+  mailbox::IdKind kind{};
+  const std::string id = mailbox::MakePartId({0xFFFFFFFFFF, 70000});
+  const auto part = mailbox::ReadPartId(id);
+  ASSERT_TRUE(part);
+  EXPECT_EQ(part->item, 0xFFFFFFFFFF);
+  EXPECT_EQ(part->index, 70000u);
+  EXPECT_EQ(mailbox::ReadId(id, &kind), std::nullopt);
+  EXPECT_FALSE(mailbox::ReadPartId(mailbox::MakeId(mailbox::IdKind::kAttachment, 1)));
+  for (size_t i = 0; i < id.size(); ++i) {
+    std::string changed = id;
+    changed[i] = changed[i] == 'A' ? 'B' : 'A';
+    EXPECT_FALSE(mailbox::ReadPartId(changed)) << changed;
+    EXPECT_FALSE(mailbox::ReadPartId(id.substr(0, i)));
   }
 }
 
