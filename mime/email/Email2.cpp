@@ -61,15 +61,22 @@ void Email2::refresh(LogBase& log) {
   if (m_header.find("content-type") != nullptr) {
     m_contentType.change().load(valueOf(m_header, "content-type"), log);
   }
-  ContentDisposition objDisposition;
-  objDisposition.load(valueOf(m_header, "content-disposition"), log);
-  m_disposition = std::move(objDisposition.m_type);
-  m_fileName = std::move(objDisposition.m_fileName);
-  (void)m_encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
+  refreshWords(log);
   m_from.clear();
   if (m_header.find("from") != nullptr) {
     (void)m_from.change().load(valueOf(m_header, "from"), log);
   }
+}
+
+void Email2::refreshWords(LogBase& log) {
+  m_words.clear();
+  if (m_header.getCount() == 0) return;
+  HeaderWords& objWords = m_words.change();
+  ContentDisposition objDisposition;
+  objDisposition.load(valueOf(m_header, "content-disposition"), log);
+  objWords.disposition = std::move(objDisposition.m_type);
+  objWords.fileName = std::move(objDisposition.m_fileName);
+  (void)objWords.encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
 }
 
 void Email2::setCharset(const _ckCharset& objCharset, LogBase& log) {

@@ -44,10 +44,10 @@ class Email2 : public LibraryObject {
   // --- Reading. ---
   const MimeHeader& header() const { return m_header; }
   const _ckContentType& contentType() const { return m_contentType.get(); }
-  const StringBuffer& type() const { return contentType().m_type; }  // lower case
-  const StringBuffer& disposition() const { return m_disposition; }  // lower case
-  const StringBuffer& encoding() const { return m_encoding; }
-  const StringBuffer& fileName() const { return m_fileName; }  // of Content-Disposition
+  const StringBuffer& type() const { return contentType().m_type; }              // lower case
+  const StringBuffer& disposition() const { return m_words.get().disposition; }  // lower case
+  const StringBuffer& encoding() const { return m_words.get().encoding; }
+  const StringBuffer& fileName() const { return m_words.get().fileName; }  // of Content-Disposition
   const StringBuffer& name() const { return contentType().m_name; }
   const _ckEmailAddress& from() const { return m_from.get(); }   // the first one; of the root
   const _ckCharset& charset() const { return m_charset.get(); }  // of the message; page 0: none
@@ -77,15 +77,22 @@ class Email2 : public LibraryObject {
   void refresh(LogBase& log);
 
  private:
+  // What was read out of the header, but for its type.
+  struct HeaderWords {
+    StringBuffer disposition;
+    StringBuffer encoding;
+    StringBuffer fileName;
+  };
+
   void takeHeader(MimeHeader& objHeader, LogBase& log);
+
+  void refreshWords(LogBase& log);
 
   Validity<std::uint32_t, kEmailValidityWord> m_emailValidity;
   MimeHeader m_header;
   ExtPtrArrayOf<Email2> m_parts;
-  StringBuffer m_disposition;
   Rare<_ckContentType> m_contentType;
-  StringBuffer m_encoding;
-  StringBuffer m_fileName;
+  Rare<HeaderWords> m_words;
   Rare<_ckEmailAddress> m_from;
   Rare<_ckCharset> m_charset;
   DataBuffer m_body;

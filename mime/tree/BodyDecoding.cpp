@@ -87,12 +87,12 @@ bool BodyDecoding::decode(std::string_view strBytes) {
   dropCharsetOfBinary();
   if (strBytes.empty()) return true;
   m_bText = m_objOptions.bTextForSure || decideText(strBytes);
-  m_nPage = m_objEntity.m_charset.getCodePage();
+  m_nPage = m_objEntity.charset().getCodePage();
   if (m_nPage == kAscii) m_nPage = kLatin1;
   m_nEncoding = encodingOfEntity();
   Decoded objDecoded;
   if (!undoEncoding(strBytes, objDecoded)) return false;
-  if (m_objEntity.m_contentType.equals("text/html") && m_nPage == 0 && !m_bAttachment) {
+  if (m_objEntity.contentType().equals("text/html") && m_nPage == 0 && !m_bAttachment) {
     takeCharsetOfHtml(objDecoded.strBytes);
   }
   if (!toUtf8(objDecoded)) return false;
@@ -102,32 +102,32 @@ bool BodyDecoding::decode(std::string_view strBytes) {
 }
 
 void BodyDecoding::takeClue() {
-  const int nPage = m_objEntity.m_charset.getCodePage();
+  const int nPage = m_objEntity.charset().getCodePage();
   if (!m_strClue.empty() || nPage == 0 || nPage == kUtf8 || nPage == kAscii) return;
-  m_strClue = m_objEntity.m_charset.getName().view();
+  m_strClue = m_objEntity.charset().getName().view();
 }
 
 void BodyDecoding::dropCharsetOfBinary() {
-  if (holdsAny(m_objEntity.m_contentType, kBinaryTypes)) {
+  if (holdsAny(m_objEntity.contentType(), kBinaryTypes)) {
     m_bBinaryType = true;
-    m_bDropped = m_objEntity.m_charset.getCodePage() != 0;
+    m_bDropped = m_objEntity.charset().getCodePage() != 0;
     m_log.LogInfo("clearing charset based on content-type.");
     m_log.LogInfo("treating body as binary (non-character) data.");
-    m_objEntity.m_charset.clear();
+    m_objEntity.dropCharset();
   }
   if (m_objEntity.isAttachment()) {
     m_log.LogInfo("treating body as binary data because of attachment status.");
-    m_objEntity.m_charset.clear();
+    m_objEntity.dropCharset();
     m_bAttachment = true;
   }
 }
 
 bool BodyDecoding::decideText(std::string_view strBytes) const {
   if (m_bAttachment) return false;
-  const StringBuffer& strType = m_objEntity.m_contentType;
+  const StringBuffer& strType = m_objEntity.contentType();
   if (strType.isEmpty()) return !hasNul(strBytes);
   if (!strType.contains("text/") && !strType.contains("application/xml")) return false;
-  const int nPage = m_objEntity.m_charset.getCodePage();
+  const int nPage = m_objEntity.charset().getCodePage();
   return nPage == kUtf16 || nPage == kUtf16Big || !hasNul(strBytes);
 }
 
@@ -145,7 +145,7 @@ BodyDecoding::Encoding BodyDecoding::encodingOfEntity() const {
       {"uue", Encoding::kUuencode},
   }};
   for (const Name& objName : kNames) {
-    if (m_objEntity.m_encoding.equalsIgnoreCase(objName.strName)) return objName.nEncoding;
+    if (m_objEntity.encoding().equalsIgnoreCase(objName.strName)) return objName.nEncoding;
   }
   return Encoding::kNone;
 }
@@ -304,8 +304,8 @@ void BodyDecoding::mendHeader() {
   if (m_bOverruled && !fitsDeclaredCharset()) m_objEntity.setCharset("utf-8", m_log);
   if (m_nEncoding == Encoding::kUuencode) m_objEntity.setEncoding("base64", m_log);
   if (m_nEncoding == Encoding::kNone && m_bText &&
-      m_objEntity.m_encoding.equalsIgnoreCase("binary") &&
-      !m_objEntity.m_contentType.equals("message/rfc822")) {
+      m_objEntity.encoding().equalsIgnoreCase("binary") &&
+      !m_objEntity.contentType().equals("message/rfc822")) {
     m_objEntity.setEncoding("8bit", m_log);
   }
   renameXHtml();
@@ -317,7 +317,7 @@ void BodyDecoding::renameXHtml() {
   const std::string_view strBody = m_objEntity.m_body.view();
   const std::size_t nStart = std::min(strBody.find_first_not_of(" \t\r\n"), strBody.size());
   if (!beginsWithNoCase(strBody.substr(nStart), "<x-html>") ||
-      m_objEntity.m_contentType.equals("text/html")) {
+      m_objEntity.contentType().equals("text/html")) {
     return;
   }
   // The new value names a charset; us-ascii would spoil what is not.
@@ -326,7 +326,7 @@ void BodyDecoding::renameXHtml() {
     m_objEntity.setCharset(bUtf8 ? "utf-8" : "windows-1252", m_log);
   }
   m_objEntity.setContentType("text/html", m_log);
-  if (m_bAttachment) m_objEntity.m_charset.clear();
+  if (m_bAttachment) m_objEntity.dropCharset();
 }
 
 }  // namespace mail

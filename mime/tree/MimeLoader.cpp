@@ -133,7 +133,7 @@ void MimeLoader::loadHeader(MimeMessage2& objEntity, std::string_view strHeader,
 }
 
 bool MimeLoader::parseMimeBody(MimeMessage2& objEntity, SourceRange objRange, std::size_t nDepth) {
-  if (!objEntity.isMultipart() || objEntity.m_boundary.isEmpty()) {
+  if (!objEntity.isMultipart() || objEntity.boundary().isEmpty()) {
     return decodeLeaf(objEntity, objRange.view(), false);
   }
   if (objRange.size() == 0) return true;
@@ -162,7 +162,7 @@ bool MimeLoader::findFirst(MimeMessage2& objEntity, const SourceRange& objRange,
         objRange.pText->findDelimiter(objDelimiters.line(), objRange.nBegin, objRange.nEnd, nDepth);
     return objDelimiters.nFirst != npos;
   };
-  const std::string strBoundary(objEntity.m_boundary.view());
+  const std::string strBoundary(objEntity.boundary().view());
   if (bFound(strBoundary)) return true;
   m_log.LogInfo("Did not find boundary ending in CRLF, re-checking for bare-LF...");
   objDelimiters.strLineEnd = "\n";

@@ -36,15 +36,11 @@ bool MimeMessage2::loadMimeComplete(std::string_view strBytes, const LoadOptions
 
 void MimeMessage2::clear() {
   if (!isValid()) return;
-  m_contentType.clear();
-  m_charset.clear();
-  m_boundary.clear();
+  m_cache.clear();
   m_rawPart.clear();
   m_body.clear();
   m_header.clear();
   m_parts.removeAll();
-  m_disposition.clear();
-  m_encoding.clear();
   m_bUnconverted = m_bConverted = m_bUndivided = m_bHasUndivided = false;
   m_bDirty = true;
 }
@@ -79,7 +75,7 @@ std::string_view MimeMessage2::bodyForFile(DataBuffer& arrRoom, LogBase& log) co
 }
 
 bool MimeMessage2::isPgpSigned() const {
-  if (!m_contentType.equals("multipart/signed")) return false;
+  if (!contentType().equals("multipart/signed")) return false;
   _ckContentType objType;
   LogNull log;
   getContentType(objType, log);
@@ -184,22 +180,30 @@ void MimeMessage2::refreshCache(LogBase& log) {
   refreshEncoding();
 }
 
+void MimeMessage2::dropCharset() {
+  if (charset().getCodePage() != 0 || !charset().getName().isEmpty())
+    m_cache.change().charset.clear();
+}
+
 void MimeMessage2::refreshContentType(LogBase& log) {
+  HeaderCache& objCache = m_cache.change();
   _ckContentType objType;
   getContentType(objType, log);
-  m_contentType = std::move(objType.m_type);
-  m_charset = std::move(objType.m_charset);
-  m_boundary = std::move(objType.m_boundary);
+  objCache.contentType = std::move(objType.m_type);
+  objCache.charset = std::move(objType.m_charset);
+  objCache.boundary = std::move(objType.m_boundary);
 }
 
 void MimeMessage2::refreshDisposition(LogBase& log) {
+  HeaderCache& objCache = m_cache.change();
   ContentDisposition objDisposition;
   objDisposition.load(valueOf(m_header, "content-disposition"), log);
-  m_disposition = std::move(objDisposition.m_type);
+  objCache.disposition = std::move(objDisposition.m_type);
 }
 
 void MimeMessage2::refreshEncoding() {
-  (void)m_encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
+  HeaderCache& objCache = m_cache.change();
+  (void)objCache.encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
 }
 
 }  // namespace mail

@@ -9,6 +9,7 @@
 #include "mime/base/ExtPtrArray.h"
 #include "mime/base/LibraryObject.h"
 #include "mime/base/LogBase.h"
+#include "mime/base/Rare.h"
 #include "mime/base/StringBuffer.h"
 #include "mime/base/XString.h"
 #include "mime/header/MimeHeader.h"
@@ -68,13 +69,13 @@ class MimeMessage2 : public LibraryObject {
   std::string_view bodyForFile(DataBuffer& arrRoom, LogBase& log) const;
 
   // --- The cache of the header. ---
-  const StringBuffer& contentType() const { return m_contentType; }  // lower case, no parameters
-  const _ckCharset& charset() const { return m_charset; }            // page 0: none
-  const StringBuffer& boundary() const { return m_boundary; }
-  const StringBuffer& disposition() const { return m_disposition; }  // lower case, no parameters
-  const StringBuffer& encoding() const { return m_encoding; }  // the word, as the mail spells it
-  bool isMultipart() const { return m_contentType.beginsWith("multipart"); }
-  bool isAttachment() const { return m_disposition.equals("attachment"); }
+  const StringBuffer& contentType() const { return m_cache.get().contentType; }  // lower case, bare
+  const _ckCharset& charset() const { return m_cache.get().charset; }            // page 0: none
+  const StringBuffer& boundary() const { return m_cache.get().boundary; }
+  const StringBuffer& disposition() const { return m_cache.get().disposition; }  // the same
+  const StringBuffer& encoding() const { return m_cache.get().encoding; }        // as spelt
+  bool isMultipart() const { return contentType().beginsWith("multipart"); }
+  bool isAttachment() const { return disposition().equals("attachment"); }
   bool isPgpSigned() const;
 
   // --- What is read out of the header at each call. ---
@@ -127,23 +128,30 @@ class MimeMessage2 : public LibraryObject {
   friend class MimeLoader;
   friend class MimeWriter;
 
+  // What was read out of the header; an entity without fields, of which a mail may have a million,
+  // goes without one.
+  struct HeaderCache {
+    StringBuffer contentType;
+    _ckCharset charset;
+    StringBuffer boundary;
+    StringBuffer disposition;
+    StringBuffer encoding;
+  };
+
+  void dropCharset();
   void refreshContentType(LogBase& log);
   void refreshDisposition(LogBase& log);
   void refreshEncoding();
 
   Validity<std::uint32_t, kMimeValidityWord> m_mimeValidity;
-  StringBuffer m_contentType;
-  _ckCharset m_charset;
-  StringBuffer m_boundary;
+  Rare<HeaderCache> m_cache;
   DataBuffer m_rawPart;  // this entity as it came, if it is the first part of a PGP signed one
   DataBuffer m_body;
   bool m_bDirty = false;
   MimeHeader m_header;
   bool m_bPreamble = false;
   ExtPtrArrayOf<MimeMessage2> m_parts;
-  int m_nTempEncoding = 0;  // TempEncoding of MimeWriting.h, while text is written
-  StringBuffer m_disposition;
-  StringBuffer m_encoding;
+  int m_nTempEncoding = 0;      // TempEncoding of MimeWriting.h, while text is written
   bool m_bUnconverted = false;  // typed as text, kept as bytes: goes out as it came
   bool m_bConverted = false;    // to UTF-8: goes back into the charset whatever the type says
   bool m_bUndivided = false;

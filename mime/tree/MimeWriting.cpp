@@ -47,7 +47,7 @@ bool spoilsText(const MimeMessage2& objEntity) {
 
 bool MimeWriter::writeEntity(const MimeMessage2& objEntity, std::size_t nDepth) {
   StringBuffer strHeader;
-  objEntity.m_header.emit(strHeader, objEntity.m_charset.getCodePage(), m_log);
+  objEntity.m_header.emit(strHeader, objEntity.charset().getCodePage(), m_log);
   if (!m_out.append(strHeader) || !m_out.append("\r\n\r\n", 4)) return false;
   if (objEntity.partCount() > 0 && objEntity.m_bPreamble && !m_out.append(kPreamble)) return false;
   return writeBody(objEntity, nDepth);
@@ -74,7 +74,7 @@ bool MimeWriter::writeParts(const MimeMessage2& objEntity, std::size_t nDepth) {
 }
 
 bool MimeWriter::writeDelimiter(const MimeMessage2& objEntity, std::string_view strTail) {
-  return m_out.append("--", 2) && m_out.append(objEntity.m_boundary) && m_out.append(strTail);
+  return m_out.append("--", 2) && m_out.append(objEntity.boundary()) && m_out.append(strTail);
 }
 
 bool MimeWriter::writeLeaf(const MimeMessage2& objEntity) {
@@ -92,7 +92,7 @@ bool MimeWriter::writeLeaf(const MimeMessage2& objEntity) {
 std::string_view MimeWriter::bodyInCharset(const MimeMessage2& objEntity, DataBuffer& arrRoom,
                                            LogBase& log) {
   const std::string_view strBody = objEntity.m_body.view();
-  auto nPage = static_cast<unsigned>(objEntity.m_charset.getCodePage());
+  auto nPage = static_cast<unsigned>(objEntity.charset().getCodePage());
   if (nPage == 0 || nPage == kUtf8 || objEntity.m_bUnconverted) return strBody;
   if (nPage == kAscii) nPage = kLatin1;
   const bool bConverted =
