@@ -29,7 +29,8 @@ class MimeMessage2;
 // came. Type, disposition, encoding and names follow the header; whoever changes header() by hand
 // calls refresh.
 //
-// Nothing throws. An object whose validity word is wrong does nothing and answers false or empty.
+// Nothing throws but std::bad_alloc, from what changes a node. An object whose validity word is
+// wrong does nothing and answers false or empty.
 class Email2 : public LibraryObject {
  public:
   static constexpr std::uint32_t kEmailValidityWord = 0xF592C107;
@@ -83,8 +84,6 @@ class Email2 : public LibraryObject {
     StringBuffer encoding;
     StringBuffer fileName;
   };
-
-  void takeHeader(MimeHeader& objHeader, LogBase& log);
 
   void refreshWords(LogBase& log);
 

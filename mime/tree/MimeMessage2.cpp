@@ -181,8 +181,9 @@ void MimeMessage2::refreshCache(LogBase& log) {
 }
 
 void MimeMessage2::dropCharset() {
-  if (charset().getCodePage() != 0 || !charset().getName().isEmpty())
+  if (charset().getCodePage() != 0 || !charset().getName().isEmpty()) {
     m_cache.change().charset.clear();
+  }
 }
 
 void MimeMessage2::refreshContentType(LogBase& log) {

@@ -30,7 +30,8 @@ class _ckContentType;
 // follow it after a load and after setHeaderField; whoever changes header() by hand calls
 // refreshCache. An entity with parts has no body.
 //
-// Nothing throws. An object whose validity word is wrong does nothing and answers false or empty.
+// Nothing throws but std::bad_alloc, from what changes an entity by hand. An object whose validity
+// word is wrong does nothing and answers false or empty.
 class MimeMessage2 : public LibraryObject {
  public:
   static constexpr std::uint32_t kMimeValidityWord = 0xA4EE21FB;
