@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
-#include <vector>
 
 #include <fmt/format.h>
 
@@ -11,6 +10,7 @@
 #include "client/MailCommandFiles.h"
 #include "client/Names.h"
 #include "client/Source.h"
+#include "mime/base/AsciiText.h"
 #include "mime/base/LogNull.h"
 #include "mime/email/EmailBodies.h"
 
@@ -63,13 +63,24 @@ std::string Lines(std::string_view text) {
   return lines;
 }
 
-// The plain text of the mail. A mixture that lacks its boundary is one text.
+// Whether a node is text that a reader of mail shows as it stands.
+bool IsPlainText(const mail::PlacedEmail& placed) {
+  const mail::Email2& node = *placed.pNode;
+  const bool plain = node.type().equals("text/plain") || node.type().isEmpty();
+  return plain && node.partCount() == 0 && !mail::decideAttachment(placed).bAttachment;
+}
+
+// The plain texts of the mail, one behind the other. A mixture that lacks its boundary is one text.
 std::string BodyText(const mail::Email2& email) {
-  const std::vector<const mail::Email2*> texts = mail::alternativesOf(email);
-  for (const mail::Email2* text : texts) {
-    if (!text->type().equals("text/html")) return Lines(text->body().view());
+  std::string out;
+  for (const mail::PlacedEmail& placed : mail::nodesOf(email)) {
+    const std::string_view text = placed.pNode->body().view();
+    if (IsPlainText(placed) && !mail::trimmed(text).empty()) out += Lines(text);
   }
-  if (!texts.empty()) return "(HTML text only: --html shows it)\n";
+  if (!out.empty()) return out;
+  if (mail::findAlternative(email, "text/html") != nullptr) {
+    return "(HTML text only: --html shows it)\n";
+  }
   const bool whole = email.type().beginsWith("multipart/") && !email.body().isEmpty();
   return whole ? Lines(email.body().view()) : "(no text)\n";
 }

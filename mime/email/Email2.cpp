@@ -79,9 +79,13 @@ void Email2::refreshWords(LogBase& log) {
   (void)objWords.encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
 }
 
+void Email2::takeCharset(const _ckCharset& objCharset) {
+  if (isValid()) m_charset.change() = objCharset;
+}
+
 void Email2::setCharset(const _ckCharset& objCharset, LogBase& log) {
   if (!isValid()) return;
-  m_charset.change() = objCharset;
+  takeCharset(objCharset);
   const bool bBody = partCount() == 0 && (isText() || type().isEmpty()) && !m_bKeepsBytes;
   if (bBody && objCharset.getCodePage() != 0) setBodyCharset(objCharset, log);
 }

@@ -69,6 +69,8 @@ class Email2 : public LibraryObject {
   bool addPart(OwnedPtr<Email2> pPart) { return m_parts.append(std::move(pPart)); }
   // The charset of the message: what its header is written in, and the body of a root that is text.
   void setCharset(const _ckCharset& objCharset, LogBase& log);
+  // The same where the mail names it already: no field changes.
+  void takeCharset(const _ckCharset& objCharset);
   // An empty text takes the field away.
   void setSubject(std::string_view strUtf8, LogBase& log);
   void setFrom(std::string_view strUtf8, LogBase& log);

@@ -64,7 +64,7 @@ OwnedPtr<Email2> build(std::string_view strMime, bool bUtf8, LogBase& log) {
   if (!loadMimeInput(*pRoot, strMime, log, {.bRepair = true, .bUtf8 = bUtf8})) return nullptr;
   normaliseMail(*pRoot, strMime, log);
   if (!moveTree(std::move(pRoot), *pEmail, log)) return nullptr;
-  pEmail->setCharset(pEmail->contentType().m_charset, log);
+  pEmail->takeCharset(pEmail->contentType().m_charset);
   encodeFrom(*pEmail, log);
   return pEmail;
 }

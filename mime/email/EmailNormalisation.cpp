@@ -241,8 +241,8 @@ void normaliseMail(MimeMessage2& objRoot, std::string_view strSource, LogBase& l
   Boundaries objBoundaries(strSource);
   wrapLoneAttachment(objRoot, objBoundaries, log);
   joinAlternatives(objRoot, objBoundaries, log);
+  dropUserDefinedCharset(objRoot, log);  // while the text is the root's
   extractUuencoded(objRoot, objBoundaries, log);
-  dropUserDefinedCharset(objRoot, log);
 }
 
 }  // namespace mail

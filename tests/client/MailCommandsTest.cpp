@@ -83,6 +83,11 @@ TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
             "  a.txt  application/octet-stream  3 bytes\n"
             "\n"
             "As of old:\n");
+  const std::string report =
+      "Content-Type: multipart/report; boundary=b\n\n--b\n\nIt failed.\n--b\n"
+      "Content-Type: text/plain\n\nSecond text\n--b\nContent-Type: message/delivery-status\n\n"
+      "Status: 5.0.0\n--b--\n";
+  EXPECT_EQ(Tarny("email MAIL", report).out, "\nIt failed.\nSecond text\n");
   const auto json = nlohmann::json::parse(Tarny("email --json MAIL", kMail).out);
   EXPECT_EQ(json["attachments"][0]["sha256"].get<std::string>().size(), 64U);
 }
