@@ -15,5 +15,5 @@ bool CkEmail::SetFromMimeText(const char* pszMime) {
 bool CkEmail::SaveEml(const char* pszPath) { return run(&ClsEmail::SaveEml, pszPath); }
 bool CkEmail::HasHtmlBody() { return run(&ClsEmail::HasHtmlBody); }
 const char* CkEmail::getHtmlBody() { return runText(&ClsEmail::getHtmlBody); }
-void CkEmail::put_From(const char* pszFrom) { run(&ClsEmail::put_From, pszFrom); }
-void CkEmail::put_Subject(const char* pszSubject) { run(&ClsEmail::put_Subject, pszSubject); }
+void CkEmail::put_From(const char* pszFrom) { (void)run(&ClsEmail::put_From, pszFrom); }
+void CkEmail::put_Subject(const char* pszSubject) { (void)run(&ClsEmail::put_Subject, pszSubject); }

@@ -89,25 +89,30 @@ bool ClsEmail::isWritable() {
 
 bool ClsEmail::LoadEml(XString& strPathOrMime) {
   ClsOperation objOperation(*this, "LoadEml");
-  if (!isWritable()) return objOperation.done(false);
   const std::string_view strText = strPathOrMime.utf8().view();
-  if (isMimeText(strText)) return objOperation.done(setFromBytes(strText, /*bUtf8=*/true));
+  if (isMimeText(strText)) return objOperation.done(setFromText(strText));
   m_log.LogData("path", strText);
+  if (!isWritable()) return objOperation.done(false);
   DataBuffer arrBytes;
   if (!readWholeFile(strPathOrMime, arrBytes)) {
     m_log.LogError("Failed to read EML file.");
     return objOperation.done(false);
   }
+  m_log.LogDataLong("numMimeBytes", arrBytes.getSize());
   return objOperation.done(setFromBytes(arrBytes.view(), /*bUtf8=*/false));
 }
 
 bool ClsEmail::SetFromMimeText(XString& strMime) {
   ClsOperation objOperation(*this, "SetFromMimeText");
-  return objOperation.done(isWritable() && setFromBytes(strMime.utf8().view(), /*bUtf8=*/true));
+  return objOperation.done(setFromText(strMime.utf8().view()));
+}
+
+bool ClsEmail::setFromText(std::string_view strUtf8) {
+  m_log.LogDataLong("numMimeBytes", static_cast<std::int64_t>(strUtf8.size()));
+  return isWritable() && setFromBytes(strUtf8, /*bUtf8=*/true);
 }
 
 bool ClsEmail::setFromBytes(std::string_view strMime, bool bUtf8) {
-  m_log.LogDataLong("numMimeBytes", static_cast<std::int64_t>(strMime.size()));
   OwnedPtr<Email2> pEmail = buildEmail(strMime, bUtf8, m_log);
   if (pEmail == nullptr) {
     m_log.LogError("Failed to create email object from MIME text");
@@ -121,6 +126,7 @@ bool ClsEmail::setFromBytes(std::string_view strMime, bool bUtf8) {
 bool ClsEmail::SaveEml(XString& strPath) {
   ClsOperation objOperation(*this, "SaveEml");
   m_log.LogData("path", strPath.utf8().view());
+  if (!isWritable()) return objOperation.done(false);
   if (trimmed(strPath.utf8().view()).empty()) {
     m_log.LogError("The filename parameter is missing");
   } else if (m_pEmail == nullptr) {
@@ -151,28 +157,29 @@ bool ClsEmail::writeFile(XString& strPath) {
 
 bool ClsEmail::HasHtmlBody() {
   ClsOperation objOperation(*this, "HasHtmlBody");
-  return objOperation.done(m_pEmail != nullptr &&
-                           findAlternative(*m_pEmail, "text/html") != nullptr);
+  return objOperation.done(hasMail() && findAlternative(*m_pEmail, "text/html") != nullptr);
 }
 
 bool ClsEmail::getHtmlBody(XString& strHtml) {
   ClsOperation objOperation(*this, "getHtmlBody");
   StringBuffer strUtf8;
-  return objOperation.done(m_pEmail != nullptr && htmlBodyOf(*m_pEmail, strUtf8, m_log) &&
+  return objOperation.done(hasMail() && htmlBodyOf(*m_pEmail, strUtf8, m_log) &&
                            strHtml.setFromUtf8(strUtf8.view()));
 }
 
-void ClsEmail::put_Subject(XString& strSubject) {
+bool ClsEmail::put_Subject(XString& strSubject) {
   ClsOperation objOperation(*this, "put_Subject");
-  if (m_pEmail == nullptr || !isWritable()) return;
+  m_log.LogData("subject", strSubject.utf8().view());
+  if (!hasMail() || !isWritable()) return objOperation.done(false);
   chooseCharset(strSubject);
   m_pEmail->setSubject(strSubject.utf8().view(), m_log);
-  (void)objOperation.done(true);
+  return objOperation.done(true);
 }
 
-void ClsEmail::put_From(XString& strFrom) {
+bool ClsEmail::put_From(XString& strFrom) {
   ClsOperation objOperation(*this, "put_From");
-  if (m_pEmail == nullptr || !isWritable()) return;
+  m_log.LogData("from", strFrom.utf8().view());
+  if (!hasMail() || !isWritable()) return objOperation.done(false);
   StringBuffer strText(strFrom.utf8());
   if (strText.contains("=?")) (void)ContentCoding::QB_DecodeToUtf8(strText, m_log);
   quoteNameWithComma(strText);
@@ -180,7 +187,7 @@ void ClsEmail::put_From(XString& strFrom) {
   (void)strChosen.setFromUtf8(strText.view());
   chooseCharset(strChosen);
   m_pEmail->setFrom(strText.view(), m_log);
-  (void)objOperation.done(true);
+  return objOperation.done(true);
 }
 
 // A mail that has no charset yet gets one from the first text that needs one.

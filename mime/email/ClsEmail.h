@@ -22,20 +22,22 @@ class ClsEmail : public ClsBase {
   bool SaveEml(XString& strPath);
   bool HasHtmlBody();
   bool getHtmlBody(XString& strHtml);
-  void put_From(XString& strFrom);
-  void put_Subject(XString& strSubject);
+  bool put_From(XString& strFrom);
+  bool put_Subject(XString& strSubject);
 
   // Null only for want of memory, and after the mail was found damaged. The object stays the owner;
   // good until the next load.
   Email2* email() const { return m_pEmail.get(); }
 
-  bool m_bSending = false;        // the mail may be read, not changed
+  bool m_bSending = false;        // the mail may be read, not changed; saving it is a change
   bool m_bCharsetChosen = false;  // a text that was set decided the charset of the mail
 
  private:
   ~ClsEmail() override;
 
+  bool hasMail() const { return m_pEmail != nullptr && m_pEmail->isValid(); }
   bool isWritable();  // says in the log why not
+  bool setFromText(std::string_view strUtf8);
   bool setFromBytes(std::string_view strMime, bool bUtf8);
   void chooseCharset(XString& strText);
   bool writeFile(XString& strPath);

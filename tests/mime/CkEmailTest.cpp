@@ -131,18 +131,38 @@ TEST_F(CkEmailTest, SavingTakesTheDraftMarkAway) {
 }
 
 TEST_F(CkEmailTest, AMailThatIsBeingSentIsNotChanged) {
+  struct Change {
+    bool (mail::ClsEmail::*operation)(mail::XString&);
+    const char* argument;  // and how the log shows it
+    const char* logged;
+  };
+  const std::string path = Path("out.eml");
+  const std::string shown = "path: " + path;
+  const Change changes[] = {
+      {&mail::ClsEmail::LoadEml, path.c_str(), shown.c_str()},
+      {&mail::ClsEmail::LoadEml, "MIME-Version: 1.0\r\n\r\n", "numMimeBytes: 21"},
+      {&mail::ClsEmail::SetFromMimeText, "Subject: new\r\n\r\n", "numMimeBytes: 16"},
+      {&mail::ClsEmail::SaveEml, path.c_str(), shown.c_str()},
+      {&mail::ClsEmail::put_From, "a@b.example", "from: a@b.example"},
+      {&mail::ClsEmail::put_Subject, "new", "subject: new"},
+  };
   const mail::OwnedPtr<mail::ClsEmail> email(new mail::ClsEmail);
-  mail::XString text;
-  (void)text.setFromUtf8("Subject: new\r\n\r\n");
-  email->m_bSending = true;
-  EXPECT_FALSE(email->SetFromMimeText(text));
-  EXPECT_THAT(
-      email->m_log.text(),
-      HasSubstr("This email object is read-only while it is in the process of being sent..."));
-  email->put_Subject(text);
-  EXPECT_EQ(email->email()->header().find("subject"), nullptr);
-  email->m_bSending = false;
-  EXPECT_TRUE(email->SetFromMimeText(text));
+  for (const bool sending : {true, false}) {
+    email->m_bSending = sending;
+    m_folder.Write("out.eml", "X-Unsent: 1\r\n\r\n");
+    for (const Change& change : changes) {
+      mail::XString argument;
+      (void)argument.setFromUtf8(change.argument);
+      EXPECT_EQ((email.get()->*change.operation)(argument), !sending) << change.logged;
+      const std::string& log = email->m_log.text();
+      EXPECT_THAT(log, HasSubstr(change.logged));
+      EXPECT_THAT(log, HasSubstr(sending ? "Failed.\r\n" : "Success.\r\n"));
+      EXPECT_EQ(log.find("This email object is read-only while it is in the process of being "
+                         "sent...") != std::string::npos,
+                sending);
+    }
+    EXPECT_EQ(email->email()->header().find("subject") == nullptr, sending);
+  }
 }
 
 TEST_F(CkEmailTest, EveryNodeHasItsReason) {
