@@ -1,7 +1,5 @@
 #include "mime/CkCrypt2.h"
 
-#include <new>
-
 namespace mail {
 namespace {
 
@@ -12,4 +10,4 @@ class ClsCrypt2 final : public ClsBase {
 }  // namespace
 }  // namespace mail
 
-CkCrypt2::CkCrypt2() : CkMultiByteBase(new (std::nothrow) mail::ClsCrypt2) {}
+CkCrypt2::CkCrypt2() : CkMultiByteBase(mail::makeOwned<mail::ClsCrypt2>()) {}

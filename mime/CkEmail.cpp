@@ -1,12 +1,10 @@
 #include "mime/CkEmail.h"
 
-#include <new>
-
 #include "mime/email/ClsEmail.h"
 
 using mail::ClsEmail;
 
-CkEmail::CkEmail() : CkMultiByteBase(new (std::nothrow) ClsEmail) {}
+CkEmail::CkEmail() : CkMultiByteBase(mail::makeOwned<ClsEmail>()) {}
 
 bool CkEmail::LoadEml(const char* pszPathOrMime) { return run(&ClsEmail::LoadEml, pszPathOrMime); }
 bool CkEmail::SetFromMimeText(const char* pszMime) {

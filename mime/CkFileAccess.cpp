@@ -1,7 +1,5 @@
 #include "mime/CkFileAccess.h"
 
-#include <new>
-
 #include "mime/base/ClsOperation.h"
 #include "mime/base/LibraryFiles.h"
 
@@ -24,7 +22,7 @@ class ClsFileAccess final : public ClsBase {
 }  // namespace
 }  // namespace mail
 
-CkFileAccess::CkFileAccess() : CkMultiByteBase(new (std::nothrow) mail::ClsFileAccess) {}
+CkFileAccess::CkFileAccess() : CkMultiByteBase(mail::makeOwned<mail::ClsFileAccess>()) {}
 
 bool CkFileAccess::WriteEntireFile(const char* pszPath, CkByteData& objBytes) {
   return run(&mail::ClsFileAccess::WriteEntireFile, pszPath, objBytes.bytes());

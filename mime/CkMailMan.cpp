@@ -1,7 +1,5 @@
 #include "mime/CkMailMan.h"
 
-#include <new>
-
 namespace mail {
 namespace {
 
@@ -12,4 +10,4 @@ class ClsMailMan final : public ClsBase {
 }  // namespace
 }  // namespace mail
 
-CkMailMan::CkMailMan() : CkMultiByteBase(new (std::nothrow) mail::ClsMailMan) {}
+CkMailMan::CkMailMan() : CkMultiByteBase(mail::makeOwned<mail::ClsMailMan>()) {}

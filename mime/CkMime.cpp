@@ -1,13 +1,13 @@
 #include "mime/CkMime.h"
 
-#include <new>
+#include <utility>
 
 #include "mime/tree/ClsMime.h"
 
 using mail::ClsMime;
 
-CkMime::CkMime() : CkMime(new (std::nothrow) ClsMime) {}
-CkMime::CkMime(ClsMime* pImpl) : CkMultiByteBase(pImpl) {}
+CkMime::CkMime() : CkMime(mail::makeOwned<ClsMime>()) {}
+CkMime::CkMime(mail::OwnedPtr<ClsMime> pImpl) : CkMultiByteBase(std::move(pImpl)) {}
 
 bool CkMime::LoadMimeFile(const char* pszPath) { return run(&ClsMime::LoadMimeFile, pszPath); }
 bool CkMime::SaveBody(const char* pszPath) { return run(&ClsMime::SaveBody, pszPath); }
@@ -22,11 +22,11 @@ bool CkMime::SetHeaderField(const char* pszName, const char* pszValue) {
 }
 
 CkMime* CkMime::GetPart(int nIndex) {
-  mail::OwnedPtr<ClsMime> pPart = run(&ClsMime::GetPart, nIndex);
-  if (pPart == nullptr) return nullptr;
-  auto* const pMime = new (std::nothrow) CkMime(pPart.get());
-  if (pMime == nullptr) return nullptr;
-  (void)pPart.release();  // the object's from now on
-  pMime->put_Utf8(get_Utf8());
-  return pMime;
+  return perform<ClsMime>([&](ClsMime& objMime) -> CkMime* {
+    mail::OwnedPtr<ClsMime> pPart = objMime.GetPart(nIndex);
+    if (pPart == nullptr) return nullptr;
+    auto* const pMime = new CkMime(std::move(pPart));
+    pMime->put_Utf8(get_Utf8());
+    return pMime;
+  });
 }

@@ -29,5 +29,5 @@ class CkMime : public CkMultiByteBase {
   bool SetHeaderField(const char* pszName, const char* pszValue);
 
  private:
-  explicit CkMime(mail::ClsMime* pImpl);
+  explicit CkMime(mail::OwnedPtr<mail::ClsMime> pImpl);
 };

@@ -12,16 +12,18 @@ CkMultiByteBase::NarrowArgument::NarrowArgument(const char* pszText, bool bUtf8)
 }
 
 bool CkMultiByteBase::get_LastMethodSuccess() const {
-  const auto* const pBase = impl<mail::ClsBase>();
-  return pBase != nullptr && pBase->m_lastMethodSuccess;
+  auto* const pBase = impl<mail::ClsBase>();
+  return pBase != nullptr && guarded(*pBase, [&] { return pBase->m_lastMethodSuccess; });
 }
 
 const char* CkMultiByteBase::lastErrorText() {
-  const auto* const pBase = impl<mail::ClsBase>();
+  auto* const pBase = impl<mail::ClsBase>();
   if (pBase == nullptr) return nullptr;
-  CkString& strSlot = nextSlot();
-  (void)strSlot.text().setFromUtf8(pBase->m_log.text());
-  return strSlot.getString();
+  return guarded(*pBase, [&]() -> const char* {
+    CkString& strSlot = nextSlot();
+    (void)strSlot.text().setFromUtf8(pBase->m_log.text());
+    return strSlot.getString();
+  });
 }
 
 CkString& CkMultiByteBase::nextSlot() {

@@ -3,12 +3,15 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <type_traits>
 #include <utility>
 
 #include "mime/CkString.h"
 #include "mime/base/ClsBase.h"
+#include "mime/base/CritSecExitor.h"
+#include "mime/base/OwnedPtr.h"
 #include "mime/base/Validity.h"
 #include "mime/base/XString.h"
 
@@ -18,7 +21,9 @@
 // A text that a method returns lies in one of kResultSlots slots that are used in turn: it is good
 // for the next kResultSlots - 1 calls that return text, on this object, and must be copied before.
 //
-// Nothing throws. An object whose validity word is wrong answers false, null or nothing.
+// Nothing throws: what is thrown inside, for want of memory, is a line of lastErrorText, and the
+// method fails. An object whose validity word is wrong answers false, null or nothing. Calls on one
+// object from several threads wait for each other.
 class CkMultiByteBase {
  public:
   static constexpr std::uint32_t kMultiByteValidityWord = 0x81F0CA3B;
@@ -36,9 +41,48 @@ class CkMultiByteBase {
   const char* lastErrorText();
 
  protected:
-  // Takes over one reference of the working object.
-  explicit CkMultiByteBase(mail::ClsBase* pImpl) : m_impl(pImpl), m_base(pImpl) {}
+  // Takes over one reference of the working object; null for want of memory.
+  explicit CkMultiByteBase(mail::OwnedPtr<mail::ClsBase> pImpl)
+      : m_impl(pImpl.get()), m_base(pImpl.release()) {}
 
+  // The shape of every public method: m_impl is looked at, texts become XStrings, the working
+  // operation runs, and its result is kept as LastMethodSuccess. Results are bool or a pointer;
+  // without a working object they are false or null.
+  //
+  //   bool CkMime::SaveBody(const char* pszPath) { return run(&mail::ClsMime::SaveBody, pszPath); }
+  template <class Result, class Cls, class... Parameters, class... Arguments>
+  Result run(Result (Cls::*pMethod)(Parameters...), Arguments&&... arguments) {
+    return perform<Cls>([&](Cls& objCls) -> Result {
+      return (objCls.*pMethod)(argument(std::forward<Arguments>(arguments))...);
+    });
+  }
+
+  // The same for an operation whose last parameter takes the text that the method returns; null
+  // when the operation fails.
+  template <class Cls, class... Parameters, class... Arguments>
+  const char* runText(bool (Cls::*pMethod)(Parameters...), Arguments&&... arguments) {
+    return perform<Cls>([&](Cls& objCls) -> const char* {
+      CkString& strSlot = nextSlot();
+      const bool bDone =
+          (objCls.*pMethod)(argument(std::forward<Arguments>(arguments))..., strSlot.text());
+      return bDone ? strSlot.getString() : nullptr;
+    });
+  }
+
+  // The same for any work with the working object.
+  template <class Cls, class Work>
+  std::invoke_result_t<Work, Cls&> perform(Work fnWork) {
+    Cls* const pCls = impl<Cls>();
+    if (pCls == nullptr) return {};
+    return guarded(*pCls, [&] {
+      pCls->m_lastMethodSuccess = false;
+      auto objResult = fnWork(*pCls);
+      pCls->m_lastMethodSuccess = static_cast<bool>(objResult);
+      return objResult;
+    });
+  }
+
+ private:
   // The working object, or null when it cannot be worked with.
   template <class Cls>
   Cls* impl() const {
@@ -46,37 +90,18 @@ class CkMultiByteBase {
     return bUsable ? static_cast<Cls*>(m_base) : nullptr;
   }
 
-  // The shape of every public method: m_impl is looked at, texts become XStrings, the working
-  // operation runs, and its result is kept as LastMethodSuccess. Results are bool, a pointer or
-  // nothing; without a working object they are false, null or nothing.
-  //
-  //   bool CkMime::SaveBody(const char* pszPath) { return run(&mail::ClsMime::SaveBody, pszPath); }
-  template <class Result, class Cls, class... Parameters, class... Arguments>
-  Result run(Result (Cls::*pMethod)(Parameters...), Arguments&&... arguments) {
-    Cls* const pCls = impl<Cls>();
-    if (pCls == nullptr) return Result();
-    pCls->m_lastMethodSuccess = false;
-    if constexpr (std::is_void_v<Result>) {
-      (pCls->*pMethod)(argument(std::forward<Arguments>(arguments))...);
-      pCls->m_lastMethodSuccess = true;
-    } else {
-      Result objResult = (pCls->*pMethod)(argument(std::forward<Arguments>(arguments))...);
-      pCls->m_lastMethodSuccess = static_cast<bool>(objResult);
-      return objResult;
+  // Holds the object's critical section, and lets nothing that is thrown out.
+  template <class Work>
+  static std::invoke_result_t<Work> guarded(mail::ClsBase& objBase, Work fnWork) {
+    const mail::CritSecExitor objSection(objBase);
+    try {
+      return fnWork();
+    } catch (const std::exception& objError) {
+      objBase.m_log.LogError(objError.what());
+      return {};
     }
   }
 
-  // The same for an operation whose last parameter takes the text that the method returns; null
-  // when the operation fails.
-  template <class Cls, class... Parameters, class... Arguments>
-  const char* runText(bool (Cls::*pMethod)(Parameters...), Arguments&&... arguments) {
-    if (impl<Cls>() == nullptr) return nullptr;
-    CkString& strSlot = nextSlot();
-    return run(pMethod, std::forward<Arguments>(arguments)..., strSlot.text()) ? strSlot.getString()
-                                                                               : nullptr;
-  }
-
- private:
   // A narrow argument as the working operation takes it.
   class NarrowArgument {
    public:
@@ -91,7 +116,7 @@ class CkMultiByteBase {
   requires(!std::is_convertible_v<T, const char*>) T && argument(T&& value)
   const { return std::forward<T>(value); }
 
-  CkString& nextSlot();
+  CkString& nextSlot();  // throws std::bad_alloc
 
   mail::Validity<std::uint32_t, kMultiByteValidityWord> m_validity;
   mail::RefCountedObject* m_impl;

@@ -16,10 +16,14 @@ struct ObjectDeleter {
 template <class T>
 using OwnedPtr = std::unique_ptr<T, ObjectDeleter>;
 
-// Null for want of memory.
+// Null for want of memory, for the object itself or for what its constructor needs.
 template <class T, class... Arguments>
 OwnedPtr<T> makeOwned(Arguments&&... arguments) {
-  return OwnedPtr<T>(new (std::nothrow) T(std::forward<Arguments>(arguments)...));
+  try {
+    return OwnedPtr<T>(new T(std::forward<Arguments>(arguments)...));
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 }  // namespace mail
