@@ -107,14 +107,15 @@ void Email2::setSubject(std::string_view strUtf8, LogBase& log) {
 
 void Email2::setFrom(std::string_view strUtf8, LogBase& log) {
   if (!isValid()) return;
+  ExtPtrArrayOf<_ckEmailAddress> arrFrom;
+  _ckEmailAddress::loadList(strUtf8, arrFrom, log);
+  // With the names encoded already: the writer would take names and addresses for one text.
   StringBuffer strValue;
-  if (m_from.change().load(strUtf8, log)) {
-    // With the name encoded already: the writer would take name and address for one text.
-    from().emit(strValue, charset().getCodePage(), log);
-  } else {
-    (void)strValue.append(strUtf8);
-  }
+  _ckEmailAddress::emitList(arrFrom, strValue, charset().getCodePage(), log);
+  if (arrFrom.getSize() == 0) (void)strValue.append(strUtf8);
   m_header.replaceField("From", strValue.view(), log);
+  m_from.clear();
+  if (arrFrom.getSize() > 0) m_from.change() = *arrFrom.at(0);
 }
 
 }  // namespace mail

@@ -73,6 +73,7 @@ class Email2 : public LibraryObject {
   void takeCharset(const _ckCharset& objCharset);
   // An empty text takes the field away.
   void setSubject(std::string_view strUtf8, LogBase& log);
+  // One address or several; a text that holds none goes into the field as it is.
   void setFrom(std::string_view strUtf8, LogBase& log);
   // The charset that the node's body is written in.
   void setBodyCharset(const _ckCharset& objCharset, LogBase& log);

@@ -48,12 +48,7 @@ bool moveTree(OwnedPtr<MimeMessage2> pRoot, Email2& objRoot, LogBase& log) {
 void encodeFrom(Email2& objRoot, LogBase& log) {
   const MimeField* const pFrom = objRoot.header().find("from");
   if (pFrom == nullptr || byte_search::is7bit(pFrom->value().view())) return;
-  ExtPtrArrayOf<_ckEmailAddress> arrFrom;
-  _ckEmailAddress::loadList(pFrom->value().view(), arrFrom, log);
-  if (arrFrom.getSize() == 0) return;
-  StringBuffer strValue;
-  _ckEmailAddress::emitList(arrFrom, strValue, objRoot.charset().getCodePage(), log);
-  objRoot.header().replaceField("From", strValue.view(), log);
+  objRoot.setFrom(pFrom->value().view(), log);
 }
 
 OwnedPtr<Email2> build(std::string_view strMime, bool bUtf8, LogBase& log) {
