@@ -92,13 +92,12 @@ void Email2::setCharset(const _ckCharset& objCharset, LogBase& log) {
 
 void Email2::setBodyCharset(const _ckCharset& objCharset, LogBase& log) {
   if (!isValid()) return;
-  _ckContentType& objType = m_contentType.change();
-  if (type().isEmpty()) (void)objType.m_type.setString("text/plain");
-  objType.m_charset = objCharset;
-  objType.m_unknownCharset.clear();
-  StringBuffer strValue;
-  objType.emit(strValue);
+  StringBuffer strValue(type().isEmpty() ? "text/plain" : type().view());
+  (void)strValue.append("; charset=");
+  (void)strValue.append(objCharset.getName());
+  appendOtherParameters(valueOf(m_header, "content-type"), "charset", strValue);
   m_header.replaceField("Content-Type", strValue.view(), log);
+  m_contentType.change().load(strValue.view(), log);
 }
 
 void Email2::setSubject(std::string_view strUtf8, LogBase& log) {

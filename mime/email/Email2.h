@@ -75,7 +75,7 @@ class Email2 : public LibraryObject {
   void setSubject(std::string_view strUtf8, LogBase& log);
   // One address or several; a text that holds none goes into the field as it is.
   void setFrom(std::string_view strUtf8, LogBase& log);
-  // The charset that the node's body is written in.
+  // The charset that the node's body is written in. Other parameters of the type stay.
   void setBodyCharset(const _ckCharset& objCharset, LogBase& log);
   MimeHeader& header() { return m_header; }
   void refresh(LogBase& log);

@@ -29,21 +29,38 @@ unsigned pageOfBody(const Email2& objNode) {
   return bAsItIs ? 0 : static_cast<unsigned>(nPage);
 }
 
-// Text that its charset cannot hold is written as utf-8, and says so.
-void widenCharset(Email2& objNode, LogBase& log) {
-  const _ckCharset& objCharset = objNode.contentType().m_charset;
-  const std::string_view strBody = objNode.body().view();
-  if (!isWrittenAsText(objNode) || objNode.keepsBytes() || objCharset.getCodePage() == 0 ||
-      objCharset.getCodePage() == kUtf8 || byte_search::is7bit(strBody)) {
-    return;
-  }
+bool isReadAsText(const Email2& objNode) {
+  return objNode.isText() || (objNode.partCount() == 0 && objNode.type().isEmpty());
+}
+
+// Whether text without a known charset is UTF-8 here.
+bool isNamelessUtf8(const Email2& objNode) {
+  if (objNode.isConverted()) return true;
+  // Bytes as they came keep the name that they came with, if only because nobody knows it.
+  return isReadAsText(objNode) && objNode.contentType().m_unknownCharset.isEmpty() &&
+         byte_search::isUtf8(objNode.body().view());
+}
+
+bool holdsBody(const Email2& objNode, LogBase& log) {
   const unsigned nPage = pageOfBody(objNode);
-  const bool bHolds =
-      nPage != 0 ? BodyEncoder::holds(nPage, strBody, log) : objCharset.getCodePage() != kAscii;
-  if (bHolds) return;
-  log.LogInfo(std::string("Converted email body from ")
-                  .append(objCharset.getName().view())
-                  .append(" to utf-8"));
+  if (nPage != 0) return BodyEncoder::holds(nPage, objNode.body().view(), log);
+  return objNode.contentType().m_charset.getCodePage() != kAscii;
+}
+
+// Text says what it is written in: utf-8 where its charset cannot hold it, and where it has none.
+void nameCharset(Email2& objNode, LogBase& log) {
+  const _ckCharset& objCharset = objNode.contentType().m_charset;
+  const int nPage = objCharset.getCodePage();
+  if (objNode.keepsBytes() || nPage == kUtf8 || byte_search::is7bit(objNode.body().view())) return;
+  if (nPage == 0) {
+    if (!isNamelessUtf8(objNode)) return;
+    log.LogInfo("Named the charset of the email body: utf-8");
+  } else {
+    if (!isWrittenAsText(objNode) || holdsBody(objNode, log)) return;
+    log.LogInfo(std::string("Converted email body from ")
+                    .append(objCharset.getName().view())
+                    .append(" to utf-8"));
+  }
   _ckCharset objUtf8;
   (void)objUtf8.setByName("utf-8");
   objNode.setBodyCharset(objUtf8, log);
@@ -52,22 +69,18 @@ void widenCharset(Email2& objNode, LogBase& log) {
 // Another transfer encoding in the header while it is written.
 class EncodingForWriting {
  public:
-  EncodingForWriting(Email2& objNode, std::string_view strEncoding, LogBase& log)
-      : m_objNode(objNode), m_strOld(objNode.encoding()), m_log(log) {
-    set(strEncoding);
+  EncodingForWriting(MimeHeader& objHeader, std::string_view strEncoding, LogBase& log)
+      : m_objHeader(objHeader), m_log(log) {
+    (void)m_objHeader.getField(kEncodingField, m_strOld);
+    m_objHeader.replaceField(kEncodingField, strEncoding, m_log);
   }
-  ~EncodingForWriting() { set(m_strOld.view()); }
+  ~EncodingForWriting() { m_objHeader.replaceField(kEncodingField, m_strOld.view(), m_log); }
   EncodingForWriting(const EncodingForWriting&) = delete;
   EncodingForWriting& operator=(const EncodingForWriting&) = delete;
 
  private:
-  void set(std::string_view strEncoding) {
-    m_objNode.header().replaceField(kEncodingField, strEncoding, m_log);
-    m_objNode.refresh(m_log);
-  }
-
-  Email2& m_objNode;
-  const StringBuffer m_strOld;
+  MimeHeader& m_objHeader;
+  StringBuffer m_strOld;
   LogBase& m_log;
 };
 
@@ -101,19 +114,19 @@ bool EmailWriter::write(Email2& objRoot) {
 bool EmailWriter::writeLeaf(Email2& objNode) {
   // What was signed goes out as it came, byte for byte.
   if (!objNode.rawPart().isEmpty()) return m_objOutput.write(objNode.rawPart().view());
-  widenCharset(objNode, m_log);
+  nameCharset(objNode, m_log);
   const bool bRecoded = m_nTransport == Transport::k7bit && objNode.isText() &&
                         objNode.encoding().equalsIgnoreCase("8bit");
-  if (!bRecoded) return writeHeader(objNode) && writeBody(objNode);
-  const EncodingForWriting objSwitched(objNode, "quoted-printable", m_log);
-  return writeHeader(objNode) && writeBody(objNode);
+  if (!bRecoded) return writeHeader(objNode) && writeBody(objNode, objNode.encoding().view());
+  constexpr std::string_view kEncoding = "quoted-printable";
+  const EncodingForWriting objSwitched(objNode.header(), kEncoding, m_log);
+  return writeHeader(objNode) && writeBody(objNode, kEncoding);
 }
 
 bool EmailWriter::writeHeader(Email2& objNode) {
-  if (objNode.type().equals("multipart/alternative")) {
-    (void)objNode.header().deleteField(kEncodingField, /*bAll=*/true);
-    objNode.refresh(m_log);
-  }
+  const bool bChanged = objNode.type().equals("multipart/alternative") &&
+                        objNode.header().deleteField(kEncodingField, /*bAll=*/true) > 0;
+  if (bChanged) objNode.refresh(m_log);
   const int nOwn = objNode.charset().getCodePage();
   StringBuffer strHeader;
   objNode.header().emit(strHeader, nOwn != 0 ? nOwn : objNode.contentType().m_charset.getCodePage(),
@@ -122,9 +135,9 @@ bool EmailWriter::writeHeader(Email2& objNode) {
          put("\r\n\r\n", "Failed to write CRLF to output.");
 }
 
-bool EmailWriter::writeBody(const Email2& objNode) {
-  const auto nEncoding = objNode.isUndivided() ? BodyEncoder::Encoding::kNone
-                                               : BodyEncoder::encodingOf(objNode.encoding().view());
+bool EmailWriter::writeBody(const Email2& objNode, std::string_view strEncoding) {
+  const auto nEncoding =
+      objNode.isUndivided() ? BodyEncoder::Encoding::kNone : BodyEncoder::encodingOf(strEncoding);
   return BodyEncoder(m_objOutput, nEncoding)
       .write(objNode.body().view(), pageOfBody(objNode), m_log);
 }

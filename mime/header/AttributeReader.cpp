@@ -6,7 +6,33 @@
 
 namespace mail {
 
+namespace {
+
 constexpr std::size_t kNone = std::string_view::npos;
+
+bool isToken(std::string_view strText) {
+  return !strText.empty() && std::all_of(strText.begin(), strText.end(), [](char ch) {
+    return ch > ' ' && ch < 0x7F && std::string_view("()<>@,;:\\\"/[]?=").find(ch) == kNone;
+  });
+}
+
+}  // namespace
+
+void appendOtherParameters(std::string_view strValue, std::string_view strName,
+                           StringBuffer& strOut) {
+  AttributeReader objReader(strValue);
+  while (objReader.next()) {
+    if (objReader.name().empty() || equalsNoCase(objReader.name(), strName)) continue;
+    (void)strOut.append("; ");
+    (void)strOut.append(objReader.name());
+    (void)strOut.append("=");
+    if (isToken(objReader.value())) {
+      (void)strOut.append(objReader.value());
+    } else {
+      appendQuoted(objReader.value(), strOut);
+    }
+  }
+}
 
 std::size_t closingQuote(std::string_view strText) {
   for (std::size_t n = 1; (n = strText.find_first_of("\"\\", n)) != kNone; n += 2) {

@@ -39,6 +39,11 @@ class AttributeReader {
   bool m_bQuotesEnd = true;  // false once a quote was found without another behind it
 };
 
+// Appends the parameters of a value, whatever they are, as "; name=content", but for those of one
+// name.
+void appendOtherParameters(std::string_view strValue, std::string_view strName,
+                           StringBuffer& strOut);
+
 // Where the quote that opens a text at its front is closed, or npos. A backslash hides a quote.
 std::size_t closingQuote(std::string_view strText);
 

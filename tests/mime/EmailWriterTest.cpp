@@ -67,15 +67,37 @@ TEST(EmailWriter, TextThatItsCharsetCannotHoldBecomesUtf8) {
   }
 }
 
+TEST(EmailWriter, TextWithoutACharsetSaysThatItIsUtf8Now) {
+  struct Case {
+    const char* mime;
+    const char* written;
+  };
+  const Case cases[] = {
+      {"Content-Type: text/plain; delsp=yes\r\n\r\n\xE4",
+       "Content-Type: text/plain; charset=utf-8; delsp=yes\r\n\r\n\xC3\xA4"},
+      {"Content-Type: text/plain\r\n\r\n\xC3\xA4", "; charset=utf-8\r\n\r\n\xC3\xA4"},
+      {"Content-Type: text/plain; charset=x-new\r\n\r\n\xE4", "; charset=utf-8\r\n\r\n\xC3\xA4"},
+      {"Content-Type: text/plain; charset=x-new\r\n\r\n\xC3\xA4", "=x-new\r\n\r\n\xC3\xA4"},
+      {"Content-Type: application/xml\r\n\r\n\xC3\xA4", "/xml\r\n\r\n\xC3\xA4"},
+      {"Subject: s\r\n\r\n\xE4",
+       "Subject: s\r\nContent-Type: text/plain; charset=utf-8\r\n\r\n\xC3\xA4"},
+      {"Content-Type: text/plain\r\n\r\na", "text/plain\r\n\r\na"},
+  };
+  for (const Case& c : cases) {
+    mail::_ckLogger log;
+    EXPECT_THAT(Written(*Load(c.mime), Transport::k8bit, log), HasSubstr(c.written));
+  }
+}
+
 TEST(EmailWriter, A7bitTransportGetsQuotedPrintable) {
   mail::_ckLogger log;
   const auto email = Load(
       "Content-Type: text/plain; charset=iso-8859-1\r\n"
-      "Content-Transfer-Encoding: 8bit\r\n\r\n\xE4");
+      "Content-Transfer-Encoding: 8bit (raw)\r\n\r\n\xE4");
   EXPECT_THAT(Written(*email, Transport::k7bit, log),
               HasSubstr("Content-Transfer-Encoding: quoted-printable\r\n\r\n=E4"));
   EXPECT_THAT(Written(*email, Transport::k8bit, log),  // the mail itself stays as it was
-              HasSubstr("Content-Transfer-Encoding: 8bit\r\n\r\n\xE4"));
+              HasSubstr("Content-Transfer-Encoding: 8bit (raw)\r\n\r\n\xE4"));
 }
 
 TEST(EmailWriter, AlternativesHaveNoEncodingAndForwardedMailsStay) {
