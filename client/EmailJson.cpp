@@ -29,9 +29,15 @@ ordered_json Addresses(const mail::Email2& email, std::string_view name) {
   return result;
 }
 
+// Of the disposition, else of the type; may be empty.
+std::string_view FileNameOf(const mail::Email2& file) {
+  return file.fileName().isEmpty() ? file.name().view() : file.fileName().view();
+}
+
 ordered_json Attachments(const mail::Email2& email) {
+  mail::LogNull log;
   ordered_json result = ordered_json::array();
-  for (const mail::Email2* file : FilesOf(email)) {
+  for (const mail::Email2* file : mail::filesOf(email, log)) {
     result.push_back({{"filename", std::string(FileNameOf(*file))},
                       {"type", std::string(file->type().view())},
                       {"size", file->body().getSize()},
@@ -42,21 +48,8 @@ ordered_json Attachments(const mail::Email2& email) {
 
 }  // namespace
 
-std::string_view FileNameOf(const mail::Email2& file) {
-  return file.fileName().isEmpty() ? file.name().view() : file.fileName().view();
-}
-
-std::vector<const mail::Email2*> FilesOf(const mail::Email2& email) {
-  std::vector<const mail::Email2*> files;
-  for (const mail::PlacedEmail& placed : mail::nodesOf(email)) {
-    const bool forwarded = placed.pParent != nullptr && placed.pNode->partCount() == 0 &&
-                           placed.pNode->type().equals("message/rfc822");
-    if (forwarded || mail::decideAttachment(placed).bAttachment) files.push_back(placed.pNode);
-  }
-  return files;
-}
-
 ordered_json EmailJson(const mail::Email2& email) {
+  mail::LogNull log;
   const ordered_json from = Addresses(email, "from");
   ordered_json result;
   result["subject"] = FieldText(email, "subject");
@@ -64,7 +57,7 @@ ordered_json EmailJson(const mail::Email2& email) {
   for (const char* name : {"to", "cc", "bcc"}) result[name] = Addresses(email, name);
   result["date"] = FieldText(email, "date");
   result["message_id"] = FieldText(email, "message-id");
-  result["has_html"] = mail::findAlternative(email, "text/html") != nullptr;
+  result["has_html"] = mail::findAlternative(email, "text/html", log) != nullptr;
   result["attachments"] = Attachments(email);
   return result;
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <vector>
-
 #include <nlohmann/json.hpp>
 
 #include "mime/email/Email2.h"
@@ -21,10 +19,5 @@ namespace client {
 // Texts are UTF-8; bytes of a damaged mail that are none become U+FFFD when the JSON is written
 // with that handler.
 nlohmann::ordered_json EmailJson(const mail::Email2& email);
-
-// What a reader of mail lists as files: the attachments, and mails that were forwarded whole.
-std::vector<const mail::Email2*> FilesOf(const mail::Email2& email);
-// The name of such a file: of the disposition, else of the type; may be empty.
-std::string_view FileNameOf(const mail::Email2& file);
 
 }  // namespace client

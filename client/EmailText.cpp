@@ -64,21 +64,22 @@ std::string Lines(std::string_view text) {
 }
 
 // Whether a node is text that a reader of mail shows as it stands.
-bool IsPlainText(const mail::PlacedEmail& placed) {
+bool IsPlainText(const mail::PlacedEmail& placed, mail::LogBase& log) {
   const mail::Email2& node = *placed.pNode;
   const bool plain = node.type().equals("text/plain") || node.type().isEmpty();
-  return plain && node.partCount() == 0 && !mail::decideAttachment(placed).bAttachment;
+  return plain && node.partCount() == 0 && !mail::isFile(placed, log);
 }
 
 // The plain texts of the mail, one behind the other. A mixture that lacks its boundary is one text.
 std::string BodyText(const mail::Email2& email) {
+  mail::LogNull log;
   std::string out;
   for (const mail::PlacedEmail& placed : mail::nodesOf(email)) {
     const std::string_view text = placed.pNode->body().view();
-    if (IsPlainText(placed) && !mail::trimmed(text).empty()) out += Lines(text);
+    if (IsPlainText(placed, log) && !mail::trimmed(text).empty()) out += Lines(text);
   }
   if (!out.empty()) return out;
-  if (mail::findAlternative(email, "text/html") != nullptr) {
+  if (mail::findAlternative(email, "text/html", log) != nullptr) {
     return "(HTML text only: --html shows it)\n";
   }
   const bool whole = email.type().beginsWith("multipart/") && !email.body().isEmpty();

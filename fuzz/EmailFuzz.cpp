@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   mail::LogNull log;
   const auto email = mail::buildEmail(text, (data[0] & 1) != 0, log);
   if (email == nullptr) return 0;
-  (void)mail::attachmentsOf(*email, log);
+  (void)mail::filesOf(*email, log);
   email->setSubject("subject \xC3\xA4", log);
   const std::string written = Written(*email);
   Require(written.size() < 40 * size + 10000);

@@ -15,14 +15,8 @@ mail::OwnedPtr<mail::Email2> Build(std::string_view mime) {
   return mail::buildEmail(mime, /*bUtf8=*/false, log);
 }
 
-// An attached mail is one file, whatever is in it.
-bool IsFile(const mail::PlacedEmail& placed) {
-  const bool isMail = placed.pParent != nullptr && placed.pNode->type().equals("message/rfc822");
-  return isMail || mail::decideAttachment(placed).bAttachment;
-}
-
-bool IsInline(const mail::PlacedEmail& placed) {
-  if (!IsFile(placed)) return true;
+bool IsInline(const mail::PlacedEmail& placed, mail::LogBase& log) {
+  if (!mail::isFile(placed, log)) return true;
   return placed.pParent != nullptr && placed.pParent->type().equals("multipart/related") &&
          !placed.pNode->disposition().equals("attachment");
 }
@@ -30,11 +24,12 @@ bool IsInline(const mail::PlacedEmail& placed) {
 // The texts to choose from, the better ones first: those of the message itself, then, as in a
 // report or a part without a type, any that is no file.
 std::vector<const mail::Email2*> TextsOf(const mail::Email2& root) {
-  std::vector<const mail::Email2*> texts = mail::alternativesOf(root);
+  mail::LogNull log;
+  std::vector<const mail::Email2*> texts = mail::alternativesOf(root, log);
   for (const mail::PlacedEmail& placed : mail::nodesOf(root)) {
     const mail::Email2& part = *placed.pNode;
     const bool isText = part.isText() || (part.partCount() == 0 && part.type().isEmpty());
-    if (isText && !IsFile(placed)) texts.push_back(&part);
+    if (isText && !mail::isFile(placed, log)) texts.push_back(&part);
   }
   // A mixture that lacks its boundary is one text.
   if (texts.empty() && root.isMultipart() && root.partCount() == 0) texts.push_back(&root);
@@ -60,7 +55,7 @@ AttachmentInfo InfoOf(const mail::PlacedEmail& placed) {
   info.contentType = part.type().view();
   info.contentId = WithoutBrackets(Field(part, "content-id"));
   info.contentLocation = Field(part, "content-location");
-  info.isInline = IsInline(placed);
+  info.isInline = IsInline(placed, log);
   info.size = static_cast<std::int64_t>(mail::bodyForFile(part, room, log).size());
   return info;
 }
@@ -89,10 +84,11 @@ std::vector<const mail::Email2*> MailContent::TakeBodies() {
 }
 
 void MailContent::TakeAttachments(const std::vector<const mail::Email2*>& bodies) {
+  mail::LogNull log;
   for (const mail::PlacedEmail& placed : mail::nodesOf(*m_root)) {
     const mail::Email2& part = *placed.pNode;
     if (part.partCount() > 0 || std::count(bodies.begin(), bodies.end(), &part) > 0) continue;
-    if (part.body().isEmpty() && !IsFile(placed)) continue;  // a file may be empty
+    if (part.body().isEmpty() && !mail::isFile(placed, log)) continue;  // a file may be empty
     m_attachments.push_back(InfoOf(placed));
     m_parts.push_back(&part);
   }

@@ -157,7 +157,7 @@ bool ClsEmail::writeFile(XString& strPath) {
 
 bool ClsEmail::HasHtmlBody() {
   ClsOperation objOperation(*this, "HasHtmlBody");
-  return objOperation.done(hasMail() && findAlternative(*m_pEmail, "text/html") != nullptr);
+  return objOperation.done(hasMail() && findAlternative(*m_pEmail, "text/html", m_log) != nullptr);
 }
 
 bool ClsEmail::getHtmlBody(XString& strHtml) {

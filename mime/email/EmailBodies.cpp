@@ -84,9 +84,38 @@ constexpr std::array kRules = std::to_array<Rule>({
     {[](const PlacedEmail&) { return true; }, {false, "No, attachment is not indicated."}},
 });
 
+bool isAttachment(const PlacedEmail& objPlaced, LogBase& log) {
+  const AttachmentAnswer objAnswer = decideAttachment(objPlaced);
+  if (log.m_bVerbose) log.LogData("isAttachment", objAnswer.strReason);
+  return objAnswer.bAttachment;
+}
+
+// Appends a text with a blank for each NUL, which would end it for who takes it as narrow text.
+bool appendWithBlanks(std::string_view strText, StringBuffer& strOut) {
+  if (!strOut.reserve(strText.size())) return false;
+  while (!strText.empty()) {
+    const std::string_view strPiece = strText.substr(0, strText.find('\0'));
+    strText.remove_prefix(strPiece.size());
+    if (!strOut.append(strPiece)) return false;
+    if (strText.empty()) break;
+    if (!strOut.appendChar(' ')) return false;
+    strText.remove_prefix(1);
+  }
+  return true;
+}
+
+// Of bytes without a type and a NUL among them nobody knows what they are.
+bool isTextToShow(const Email2& objNode) {
+  const StringBuffer& strType = objNode.type();
+  return objNode.partCount() == 0 && (strType.equals("text/plain") || strType.equals("text/html") ||
+                                      (strType.isEmpty() && !objNode.keepsBytes()));
+}
+
 // Walks the nodes that hold the text of a mail.
 class AlternativeWalk {
  public:
+  explicit AlternativeWalk(LogBase& log) : m_log(log) {}
+
   std::vector<const Email2*> run(const Email2& objRoot) {
     if (objRoot.partCount() == 0) {
       const bool bBare = objRoot.type().isEmpty() && objRoot.disposition().isEmpty();
@@ -109,7 +138,8 @@ class AlternativeWalk {
   };
 
   bool isReadable(const PlacedEmail& objPlaced) const {
-    return objPlaced.pNode->isText() && !decideAttachment(objPlaced).bAttachment;
+    return objPlaced.pNode->isText() && !isSignature(*objPlaced.pNode) &&
+           !isAttachment(objPlaced, m_log);
   }
 
   static bool isEntered(const Email2& objNode) {
@@ -138,6 +168,7 @@ class AlternativeWalk {
     }
   }
 
+  LogBase& m_log;
   std::vector<const Email2*> m_arrFound;
   std::deque<const Email2*> m_arrLater;
 };
@@ -164,43 +195,44 @@ std::vector<PlacedEmail> nodesOf(const Email2& objRoot) {
   return arrNodes;
 }
 
-std::vector<const Email2*> attachmentsOf(const Email2& objRoot, LogBase& log) {
+bool isFile(const PlacedEmail& objPlaced, LogBase& log) {
+  const Email2& objNode = *objPlaced.pNode;
+  if (objPlaced.pParent == nullptr && isTextToShow(objNode)) return false;
+  const bool bForwarded = objPlaced.pParent != nullptr && objNode.type().equals("message/rfc822");
+  return isAttachment(objPlaced, log) || bForwarded;
+}
+
+std::vector<const Email2*> filesOf(const Email2& objRoot, LogBase& log) {
   std::vector<const Email2*> arrFound;
   for (const PlacedEmail& objPlaced : nodesOf(objRoot)) {
-    const AttachmentAnswer objAnswer = decideAttachment(objPlaced);
-    if (log.m_bVerbose) log.LogData("isAttachment", objAnswer.strReason);
-    if (objAnswer.bAttachment) arrFound.push_back(objPlaced.pNode);
+    if (isFile(objPlaced, log)) arrFound.push_back(objPlaced.pNode);
   }
   return arrFound;
 }
 
-std::vector<const Email2*> alternativesOf(const Email2& objRoot) {
-  return AlternativeWalk().run(objRoot);
+std::vector<const Email2*> alternativesOf(const Email2& objRoot, LogBase& log) {
+  return AlternativeWalk(log).run(objRoot);
+}
+
+const Email2* findAlternative(const Email2& objRoot, std::string_view strType, LogBase& log) {
+  for (const Email2* pNode : alternativesOf(objRoot, log)) {
+    if (equalsNoCase(pNode->type().view(), strType)) return pNode;
+  }
+  return nullptr;
 }
 
 bool htmlBodyOf(const Email2& objRoot, StringBuffer& strHtml, LogBase& log) {
   strHtml.clear();
-  if (objRoot.type().equals("text/html")) {
-    log.LogInfo("This is an HTML-only email.  It is not multipart/alternative.");
-    DataBuffer arrBody(objRoot.body());
-    std::replace(arrBody.getData(), arrBody.getData() + arrBody.getSize(), '\0', ' ');
-    return strHtml.append(arrBody.view()) && strHtml.toCrLf();
-  }
-  const Email2* const pHtml = findAlternative(objRoot, "text/html");
+  const bool bAlone = objRoot.type().equals("text/html");
+  if (bAlone) log.LogInfo("This is an HTML-only email.  It is not multipart/alternative.");
+  const Email2* const pHtml = bAlone ? &objRoot : findAlternative(objRoot, "text/html", log);
   if (pHtml == nullptr) {
     log.LogError("No HTML alternative.");
     return false;
   }
-  const bool bTaken = strHtml.append(pHtml->body().view()) && strHtml.toCrLf();
+  const bool bTaken = appendWithBlanks(pHtml->body().view(), strHtml) && strHtml.toCrLf();
   if (!bTaken) log.LogError("Failed to get HTML alternative body data");
   return bTaken;
-}
-
-const Email2* findAlternative(const Email2& objRoot, std::string_view strType) {
-  for (const Email2* pNode : alternativesOf(objRoot)) {
-    if (equalsNoCase(pNode->type().view(), strType)) return pNode;
-  }
-  return nullptr;
 }
 
 }  // namespace mail

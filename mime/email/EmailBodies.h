@@ -26,18 +26,23 @@ AttachmentAnswer decideAttachment(const PlacedEmail& objPlaced);
 // Every node, each in front of its children. Pointers are good while the tree is the same.
 std::vector<PlacedEmail> nodesOf(const Email2& objRoot);
 
-// The attachments in the order of the mail. A verbose log gets the reason for each node.
-std::vector<const Email2*> attachmentsOf(const Email2& objRoot, LogBase& log);
+// A verbose log gets the reason for each node that these ask decideAttachment about.
+
+// Whether a reader of mail lists a node as a file: an attachment, or a mail that was forwarded
+// whole. A mail that is one text shows it, whatever name or class the text has.
+bool isFile(const PlacedEmail& objPlaced, LogBase& log);
+// The files in the order of the mail.
+std::vector<const Email2*> filesOf(const Email2& objRoot, LogBase& log);
 
 // The texts of the message itself, in their order: the same text in several types, or one behind
 // the other.
-std::vector<const Email2*> alternativesOf(const Email2& objRoot);
+std::vector<const Email2*> alternativesOf(const Email2& objRoot, LogBase& log);
 
 // The first alternative of a type, such as "text/html"; null if there is none.
-const Email2* findAlternative(const Email2& objRoot, std::string_view strType);
+const Email2* findAlternative(const Email2& objRoot, std::string_view strType, LogBase& log);
 
-// The HTML text of a mail in UTF-8, with CR LF line ends and otherwise as it is; what the log says
-// why there is none. False then, and for want of memory.
+// The HTML text of a mail in UTF-8, with CR LF line ends, blanks for NULs and otherwise as it is.
+// False, with the reason in the log, when there is none and for want of memory.
 bool htmlBodyOf(const Email2& objRoot, StringBuffer& strHtml, LogBase& log);
 
 }  // namespace mail

@@ -169,16 +169,19 @@ TEST_F(CkEmailTest, AMailThatIsBeingSentIsNotChanged) {
 }
 
 TEST_F(CkEmailTest, EveryNodeHasItsReason) {
+  const std::string path =
+      test_support::MailFolder() / "email/attachments/inline-with-and-without-name.eml";
   mail::_ckLogger log;
   log.m_bVerbose = true;
-  const std::string mime = test_support::ReadBytes(
-      test_support::MailFolder() / "email/attachments/inline-with-and-without-name.eml");
-  const auto email = mail::buildEmail(mime, /*bUtf8=*/false, log);
-  EXPECT_EQ(mail::attachmentsOf(*email, log).size(), 1U);
+  const auto email = mail::buildEmail(test_support::ReadBytes(path), /*bUtf8=*/false, log);
+  EXPECT_EQ(mail::filesOf(*email, log).size(), 1U);
   for (const char* reason : {"No (multipart enclosure)", "No, attachment is not indicated.",
                              "Yes, inline AND has filename", "No, inline AND no filename"}) {
     EXPECT_THAT(log.text(), HasSubstr(reason));
   }
+  log.clearLog();
+  EXPECT_NE(mail::findAlternative(*email, "text/html", log), nullptr);
+  EXPECT_THAT(log.text(), HasSubstr("isAttachment: No, attachment is not indicated."));
 }
 
 TEST_F(CkEmailTest, WholeFilesAreWrittenOrNot) {
