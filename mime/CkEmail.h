@@ -18,7 +18,7 @@ class CkEmail : public CkMultiByteBase {
   // is, the charset that it names for itself included. Null if there is none.
   bool HasHtmlBody();
   const char* getHtmlBody();
-  // "Name <address>" or an address alone; a name may hold commas.
+  // "Name <address>" or an address alone; a name may hold commas. Further addresses may follow.
   void put_From(const char* pszFrom);
   void put_Subject(const char* pszSubject);
 };

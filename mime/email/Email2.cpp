@@ -7,6 +7,7 @@
 
 #include "mime/header/AttributeReader.h"
 #include "mime/header/ContentDisposition.h"
+#include "mime/tree/ByteSearch.h"
 #include "mime/tree/MimeMessage2.h"
 
 namespace mail {
@@ -108,10 +109,13 @@ void Email2::setFrom(std::string_view strUtf8, LogBase& log) {
   if (!isValid()) return;
   ExtPtrArrayOf<_ckEmailAddress> arrFrom;
   _ckEmailAddress::loadList(strUtf8, arrFrom, log);
-  // With the names encoded already: the writer would take names and addresses for one text.
+  // With the names encoded already: the writer would take names and addresses for one text. It may
+  // where an address is no ASCII, for which there is no other way.
   StringBuffer strValue;
   _ckEmailAddress::emitList(arrFrom, strValue, charset().getCodePage(), log);
-  if (arrFrom.getSize() == 0) (void)strValue.append(strUtf8);
+  if (strValue.isEmpty() || !byte_search::is7bit(strValue.view())) {
+    (void)strValue.setString(strUtf8);
+  }
   m_header.replaceField("From", strValue.view(), log);
   m_from.clear();
   if (arrFrom.getSize() > 0) m_from.change() = *arrFrom.at(0);

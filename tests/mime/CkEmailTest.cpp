@@ -90,6 +90,7 @@ const Sender kSenders[] = {
     {"Ann <a@b.example>, \xC3\xA4 <c@d.example>",
      "From: Ann <a@b.example>, =?iso-8859-1?Q?=E4?= <c@d.example>\r\n"},
     {"nobody", "From: nobody\r\n"},
+    {"\xD0\x90 <\xD0\x90@b.example>", "From: =?iso-8859-5?Q?=B0_<=B0@b.example>?=\r\n"},
     {"=?utf-8?Q?M=C3=BCller=2C_A?= <a@b.example>",
      "From: =?iso-8859-1?Q?M=FCller=2C_A?= <a@b.example>\r\n"},
     {"\xD0\x90\xD0\xBD <a@b.example>", "From: =?iso-8859-5?Q?=B0=DD?= <a@b.example>\r\n"},
