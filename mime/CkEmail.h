@@ -11,8 +11,8 @@ class CkEmail : public CkMultiByteBase {
   // "MIME-Version:"; any other text is taken for the mail itself. On failure the old mail stays.
   bool LoadEml(const char* pszPathOrMime);
   bool SetFromMimeText(const char* pszMime);
-  // Writes the mail to a file, and takes the field X-Unsent out of the object afterwards. False when
-  // it cannot be written; what is there then is unspecified.
+  // Writes the mail to a file, and then takes the field X-Unsent out of the object. False when it
+  // cannot be written; what is there then is unspecified.
   bool SaveEml(const char* pszPath);
   // Whether the mail has an HTML text; and the first one, with CR LF line ends and otherwise as it
   // is, the charset that it names for itself included. Null if there is none.

@@ -150,8 +150,11 @@ bool ClsEmail::writeFile(XString& strPath) {
   const bool bWritten =
       EmailWriter(objOutput, EmailWriter::Transport::k8bit, m_log).write(*m_pEmail) &&
       objOutput.flush();
-  if (!bWritten) m_log.LogError("Failed to write EML file.");
-  (void)m_pEmail->header().deleteField("X-Unsent", /*bAll=*/true);
+  if (bWritten) {
+    (void)m_pEmail->header().deleteField("X-Unsent", /*bAll=*/true);
+  } else {
+    m_log.LogError("Failed to write EML file.");
+  }
   return bWritten;
 }
 

@@ -130,6 +130,7 @@ TEST_F(CkEmailTest, SavingTellsWhatFailed) {
 
 TEST_F(CkEmailTest, SavingTakesTheDraftMarkAway) {
   ASSERT_TRUE(m_email.SetFromMimeText("X-Unsent: 1\r\nSubject: s\r\n\r\n"));
+  EXPECT_FALSE(m_email.SaveEml("/dev/full"));
   EXPECT_THAT(Saved(), HasSubstr("X-Unsent: 1"));
   EXPECT_THAT(Saved(), Not(HasSubstr("X-Unsent")));
 }
