@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -20,14 +22,22 @@ constexpr int kSuccessCode = 0;
 constexpr int kFailureCode = 1;
 constexpr int kUsageCode = 2;
 
+struct Arguments {
+  mailbox::ServerOptions server;
+  std::string passwordFile;
+  bool untilStdinCloses = false;
+};
+
 // The first line of the file, without its end.
 std::string ReadPassword(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   std::string line;
-  if (!file || (!std::getline(file, line) && line.empty())) {
-    throw std::runtime_error("no password in " + path);
+  if (file.is_open()) std::getline(file, line);
+  if (!file.is_open() || file.bad()) {  // a folder opens, and cannot be read
+    throw std::runtime_error(path + " cannot be read: " + std::strerror(errno));
   }
   if (line.ends_with('\r')) line.pop_back();
+  if (line.empty()) throw std::runtime_error("no password in the first line of " + path);
   return line;
 }
 
@@ -65,54 +75,67 @@ int Serve(const mailbox::ServerOptions& options) {
   return kSuccessCode;
 }
 
+void AddOptions(CLI::App& app, Arguments& arguments) {
+  mailbox::ServerOptions& server = arguments.server;
+  // Asked for below and not by the parser, which would name it before an option that is unknown.
+  app.add_option("--data", server.dataFolder, "Folder that holds the mailboxes")
+      ->type_name("DIR")
+      ->option_text("DIR REQUIRED");
+  app.add_option("--port", server.port, "Port; any that is free when left out")
+      ->check(CLI::Range(0, 65535));
+  app.add_flag("--https", server.https, "Serve over TLS with the certificate in DIR");
+  auto* user = app.add_option("--user", server.user, "Accept this login only; any without it");
+  app.add_option("--password-file", arguments.passwordFile, "File with the login's password")
+      ->needs(user);
+  app.add_flag("--until-stdin-closes", arguments.untilStdinCloses, "End when standard input ends");
+  app.add_option("--max-message-size", server.maximumMessageSize,
+                 "Largest item that is accepted, in bytes")
+      ->check(CLI::PositiveNumber);
+  app.add_option("--fault", server.faults,
+                 "Fail on demand: busy:N[:MS], latency:MS, drop:N, ErrorCode:N");
+}
+
+// What is missing beside what is there; "" for nothing.
+const char* MissingOf(const Arguments& arguments) {
+  if (arguments.server.dataFolder.empty()) return "--data is required";
+  const bool open = arguments.server.user.empty();
+  return !open && arguments.passwordFile.empty() ? "--user needs --password-file" : "";
+}
+
+int Fail(int code, const char* text) {
+  std::fprintf(stderr, "mailboxd: %s\n", text);
+  return code;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   ::umask(077);
   std::signal(SIGPIPE, SIG_IGN);
   mail::installLibraryNarrow();
-  mailbox::ServerOptions options;
-  std::string passwordFile;
-  bool untilStdinCloses = false;
-
+  Arguments arguments;
   CLI::App app("A local mailbox that speaks Exchange Web Services on 127.0.0.1.", "mailboxd");
-  app.add_option("--data", options.dataFolder, "Folder that holds the mailboxes")
-      ->required()
-      ->type_name("DIR");
-  app.add_option("--port", options.port, "Port; any that is free when left out")
-      ->check(CLI::Range(0, 65535));
-  app.add_flag("--https", options.https, "Serve over TLS with the certificate in DIR");
-  auto* user = app.add_option("--user", options.user, "Accept this login only; any without it");
-  app.add_option("--password-file", passwordFile, "File with the login's password")->needs(user);
-  app.add_flag("--until-stdin-closes", untilStdinCloses, "End when standard input ends");
-  app.add_option("--max-message-size", options.maximumMessageSize,
-                 "Largest item that is accepted, in bytes")
-      ->check(CLI::PositiveNumber);
-  app.add_option("--fault", options.faults,
-                 "Fail on demand: busy:N[:MS], latency:MS, drop:N, ErrorCode:N");
+  AddOptions(app, arguments);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    std::fprintf(stderr, "mailboxd: %s\n", error.what());
-    return kUsageCode;
+    return Fail(kUsageCode, error.what());
   }
-  if (!options.user.empty() && passwordFile.empty()) {
-    std::fputs("mailboxd: --user needs --password-file\n", stderr);
-    return kUsageCode;
+  if (const char* missing = MissingOf(arguments); *missing != '\0') {
+    return Fail(kUsageCode, missing);
   }
-  if (untilStdinCloses) {
-    options.lifetime = mailbox::DataFolderLock::Lifetime::kUntilStdinCloses;
+  mailbox::ServerOptions& server = arguments.server;
+  if (arguments.untilStdinCloses) {
+    server.lifetime = mailbox::DataFolderLock::Lifetime::kUntilStdinCloses;
   }
   try {
-    if (!passwordFile.empty()) options.password = ReadPassword(passwordFile);
-    return Serve(options);
+    if (!arguments.passwordFile.empty()) server.password = ReadPassword(arguments.passwordFile);
+    return Serve(server);
   } catch (const std::invalid_argument& error) {
-    std::fprintf(stderr, "mailboxd: %s\n", error.what());
-    return kUsageCode;
+    return Fail(kUsageCode, error.what());
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "mailboxd: %s\n", error.what());
-    return kFailureCode;
+    return Fail(kFailureCode, error.what());
   }
 }

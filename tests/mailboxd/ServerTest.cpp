@@ -167,7 +167,7 @@ TEST(Server, ManyClientsAtOnceLoseNothing) {
   EXPECT_NE(Send({server.EwsUrl(), kGetInbox}).body.find("<t:TotalCount>80<"), std::string::npos);
 }
 
-// The program itself, with its standard input and output in pipes.
+// The program itself, with its standard input in a pipe and all that it says in another.
 class Program {
  public:
   explicit Program(std::vector<std::string> arguments) {
@@ -177,7 +177,7 @@ class Program {
     options.arrArguments = {TARNY_BIN "/mailboxd"};
     options.arrArguments.insert(options.arrArguments.end(), arguments.begin(), arguments.end());
     options.nStdin = input.readEnd.Get();
-    options.nStdout = output.writeEnd.Get();
+    options.nStdout = options.nStderr = output.writeEnd.Get();
     m_process.emplace(platform::ChildProcess::Start(options));
     m_input = std::move(input.writeEnd);
     m_output = std::move(output.readEnd);
@@ -261,15 +261,37 @@ TEST_F(ServerProgram, EndsCleanlyAtASignalAndWithItsInput) {
   EXPECT_EQ(database.st_mode & 077u, 0u);
 }
 
-TEST_F(ServerProgram, TellsBadUsageFromAFolderInUse) {
+TEST_F(ServerProgram, SaysWhatIsWrongAndTellsBadUsageFromFailure) {
   Program first({"--data", m_folder.Path()});
   first.Url();
-  EXPECT_EQ(ExitCode(Program({"--data", m_folder.Path()}).Wait()), 1);
-  EXPECT_EQ(ExitCode(Program({}).Wait()), 2);
-  EXPECT_EQ(ExitCode(Program({"--data", m_folder.Path(), "--colour"}).Wait()), 2);
-  EXPECT_EQ(ExitCode(Program({"--data", m_folder.Path(), "--user", "a"}).Wait()), 2);
   const TempFolder other;
-  EXPECT_EQ(ExitCode(Program({"--data", other.Path(), "--fault", "nonsense"}).Wait()), 2);
+  const std::string none = other.File("none");
+  const std::string blank = other.Write("blank", "\nsecret\n");
+  const std::vector<std::string> login = {"--data", other.Path(), "--user", "a", "--password-file"};
+  const auto with = [&](const std::string& file) {
+    std::vector<std::string> arguments = login;
+    arguments.push_back(file);
+    return arguments;
+  };
+  const struct {
+    std::vector<std::string> arguments;
+    int code;
+    std::string text;
+  } rows[] = {
+      {{"--data", m_folder.Path()}, 1, m_folder.Path() + " is in use by another mailboxd"},
+      {{}, 2, "--data is required"},
+      {{"--colour"}, 2, "The following argument was not expected: --colour"},
+      {{"--data", other.Path(), "--user", "a"}, 2, "--user needs --password-file"},
+      {{"--data", other.Path(), "--fault", "nonsense"}, 2, "no such fault: nonsense"},
+      {with(none), 1, none + " cannot be read: No such file or directory"},
+      {with(other.Path()), 1, other.Path() + " cannot be read: Is a directory"},
+      {with(blank), 1, "no password in the first line of " + blank},
+  };
+  for (const auto& row : rows) {
+    Program program(row.arguments);
+    EXPECT_EQ(program.ReadLine(), "mailboxd: " + row.text);
+    EXPECT_EQ(ExitCode(program.Wait()), row.code) << row.text;
+  }
 }
 
 }  // namespace
