@@ -17,28 +17,19 @@ std::string NameKey(std::string_view name) {
   return platform::Utf16ToUtf8(platform::UpperUnits(platform::Utf8ToUtf16(name)));
 }
 
-const std::string kSelectFolders =
-    "SELECT id,ifnull(parent,0),mailbox,name,class,ifnull(well_known,''),version,total,unread,"
-    "children FROM folders ";
+const RowShape<FolderInfo> kFolders("folders", {{"id", Into<&FolderInfo::id>},
+                                                {"parent", Into<&FolderInfo::parent>},
+                                                {"mailbox", Into<&FolderInfo::mailbox>},
+                                                {"name", Into<&FolderInfo::name>},
+                                                {"class", Into<&FolderInfo::folderClass>},
+                                                {"well_known", Into<&FolderInfo::wellKnown>},
+                                                {"version", Into<&FolderInfo::version>},
+                                                {"total", Into<&FolderInfo::total>},
+                                                {"unread", Into<&FolderInfo::unread>},
+                                                {"children", Into<&FolderInfo::children>}});
 
-FolderInfo ReadFolder(const platform::SqliteStatement& row) {
-  FolderInfo folder;
-  folder.id = row.Int(0);
-  folder.parent = row.Int(1);
-  folder.mailbox = row.Int(2);
-  folder.name = row.Text(3);
-  folder.folderClass = row.Text(4);
-  folder.wellKnown = row.Text(5);
-  folder.version = row.Int(6);
-  folder.total = row.Int(7);
-  folder.unread = row.Int(8);
-  folder.children = row.Int(9);
-  return folder;
-}
-
-MailboxInfo ReadMailbox(const platform::SqliteStatement& row) {
-  return {row.Int(0), std::string(row.Text(1))};
-}
+const RowShape<MailboxInfo> kMailboxes("mailboxes", {{"id", Into<&MailboxInfo::id>},
+                                                     {"address", Into<&MailboxInfo::address>}});
 
 }  // namespace
 
@@ -105,7 +96,7 @@ Store::~Store() = default;
 
 std::vector<MailboxInfo> Store::Mailboxes() {
   const std::lock_guard lock(m_implementation->m_mutex);
-  return m_implementation->All(ReadMailbox, "SELECT id,address FROM mailboxes ORDER BY address");
+  return m_implementation->All(kMailboxes, "ORDER BY address");
 }
 
 std::int64_t Store::Mailbox(std::string_view address) {
@@ -127,31 +118,29 @@ std::optional<std::int64_t> Store::FindWellKnown(std::int64_t mailbox, std::stri
 
 std::optional<FolderInfo> Store::Folder(std::int64_t id) {
   const std::lock_guard lock(m_implementation->m_mutex);
-  return m_implementation->One(ReadFolder, kSelectFolders + "WHERE id=?", id);
+  return m_implementation->One(kFolders, "WHERE id=?", id);
 }
 
 std::vector<FolderInfo> Store::Folders(std::int64_t mailbox) {
   const std::lock_guard lock(m_implementation->m_mutex);
-  return m_implementation->All(ReadFolder, kSelectFolders + "WHERE mailbox=? ORDER BY id", mailbox);
+  return m_implementation->All(kFolders, "WHERE mailbox=? ORDER BY id", mailbox);
 }
 
 std::vector<FolderInfo> Store::ChildFolders(std::int64_t parent, bool deep) {
   const std::lock_guard lock(m_implementation->m_mutex);
-  const std::string below =
-      "WITH RECURSIVE below(row) AS (SELECT id FROM folders WHERE parent=? UNION ALL "
-      "SELECT folders.id FROM folders JOIN below ON folders.parent=below.row) ";
-  return m_implementation->All(
-      ReadFolder,
-      deep ? below + kSelectFolders + "WHERE id IN below ORDER BY name_key,id"
-           : kSelectFolders + "WHERE parent=? ORDER BY name_key",
-      parent);
+  constexpr std::string_view kBelow =
+      "WHERE id IN (WITH RECURSIVE below(row) AS (SELECT id FROM folders WHERE parent=? UNION ALL "
+      "SELECT folders.id FROM folders JOIN below ON folders.parent=below.row) SELECT row FROM "
+      "below) ORDER BY name_key,id";
+  return m_implementation->All(kFolders, deep ? kBelow : "WHERE parent=? ORDER BY name_key",
+                               parent);
 }
 
 std::string Store::FolderPath(std::int64_t id) {
   const std::lock_guard lock(m_implementation->m_mutex);
   std::vector<std::string> names;
   while (id != 0) {
-    const auto found = m_implementation->One(ReadFolder, kSelectFolders + "WHERE id=?", id);
+    const auto found = m_implementation->One(kFolders, "WHERE id=?", id);
     if (!found) break;
     const FolderInfo& folder = *found;
     if (folder.parent == 0 || folder.wellKnown == "msgfolderroot") break;

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "mailboxd/RowShape.h"
 #include "mailboxd/Store.h"
 #include "platform/Sqlite.h"
 
@@ -64,27 +65,28 @@ class Store::Implementation {
   void Run(const std::string& sql, const Values&... values) {
     Query(sql, values...)->Step();
   }
-  // The first row, or all, each as `read` makes it.
-  template <typename Row, typename... Values>
-  std::optional<Row> One(Row (*read)(const platform::SqliteStatement&), const std::string& sql,
-                         const Values&... values) {
-    Use query = Query(sql, values...);
+  // The first row of that shape, or all; `rest` is what follows the table's name.
+  template <typename Record, typename... Values>
+  std::optional<Record> One(const RowShape<Record>& shape, std::string_view rest,
+                            const Values&... values) {
+    Use query = Query(shape.Select() + std::string(rest), values...);
     if (!query->Step()) return std::nullopt;
-    return read(*query);
+    return shape.Read(*query);
   }
-  template <typename Row, typename... Values>
-  std::vector<Row> All(Row (*read)(const platform::SqliteStatement&), const std::string& sql,
-                       const Values&... values) {
-    Use query = Query(sql, values...);
-    std::vector<Row> rows;
-    while (query->Step()) rows.push_back(read(*query));
-    return rows;
+  template <typename Record, typename... Values>
+  std::vector<Record> All(const RowShape<Record>& shape, std::string_view rest,
+                          const Values&... values) {
+    Use query = Query(shape.Select() + std::string(rest), values...);
+    std::vector<Record> records;
+    while (query->Step()) records.push_back(shape.Read(*query));
+    return records;
   }
   // The number in the first row and column.
   template <typename... Values>
   std::optional<std::int64_t> Number(const std::string& sql, const Values&... values) {
-    return One<std::int64_t>([](const platform::SqliteStatement& row) { return row.Int(0); }, sql,
-                             values...);
+    Use query = Query(sql, values...);
+    if (!query->Step()) return std::nullopt;
+    return query->Int(0);
   }
   std::int64_t LastRow() const { return m_database.LastInsertRowId(); }
   bool Changed() const { return m_database.Changes() > 0; }

@@ -14,48 +14,36 @@ std::int64_t SizeOf(const NewItem& item) {
   return static_cast<std::int64_t>(size);
 }
 
-const std::string kSelectItems =
-    "SELECT id,folder,element,item_class,subject,is_read,is_draft,received,sent,created,size,"
-    "version,details,(SELECT count(*) FROM attachments WHERE item=items.id),"
-    "ifnull(mail_has_files,-1) FROM items ";
-const std::string kSelectAttachments =
-    "SELECT id,item,name,content_type,content_id,content_location,is_inline,is_contact_photo,size,"
-    "created FROM attachments ";
+const RowShape<ItemInfo> kItems(
+    "items",
+    {{"id", Into<&ItemInfo::id>},
+     {"folder", Into<&ItemInfo::folder>},
+     {"element", Into<&ItemInfo::element>},
+     {"item_class", Into<&ItemInfo::itemClass>},
+     {"subject", Into<&ItemInfo::subject>},
+     {"is_read", Into<&ItemInfo::isRead>},
+     {"is_draft", Into<&ItemInfo::isDraft>},
+     {"received", Into<&ItemInfo::received>},
+     {"sent", Into<&ItemInfo::sent>},
+     {"created", Into<&ItemInfo::created>},
+     {"size", Into<&ItemInfo::size>},
+     {"version", Into<&ItemInfo::version>},
+     {"details", [](const platform::SqliteStatement& row, int column,
+                    ItemInfo& item) { ReadDetails(row.Text(column), item); }},
+     {"(SELECT count(*) FROM attachments WHERE item=items.id)", Into<&ItemInfo::attachmentCount>},
+     {"mail_has_files", Into<&ItemInfo::mailHasFiles>}});
 
-ItemInfo ReadItem(const platform::SqliteStatement& row) {
-  ItemInfo item;
-  item.id = row.Int(0);
-  item.folder = row.Int(1);
-  item.element = row.Text(2);
-  item.itemClass = row.Text(3);
-  item.subject = row.Text(4);
-  item.isRead = row.Int(5) != 0;
-  item.isDraft = row.Int(6) != 0;
-  item.received = row.Text(7);
-  item.sent = row.Text(8);
-  item.created = row.Text(9);
-  item.size = row.Int(10);
-  item.version = row.Int(11);
-  ReadDetails(row.Text(12), item);
-  item.attachmentCount = row.Int(13);
-  if (const std::int64_t known = row.Int(14); known >= 0) item.mailHasFiles = known != 0;
-  return item;
-}
-
-AttachmentInfo ReadAttachment(const platform::SqliteStatement& row) {
-  AttachmentInfo attachment;
-  attachment.id = row.Int(0);
-  attachment.item = row.Int(1);
-  attachment.name = row.Text(2);
-  attachment.contentType = row.Text(3);
-  attachment.contentId = row.Text(4);
-  attachment.contentLocation = row.Text(5);
-  attachment.isInline = row.Int(6) != 0;
-  attachment.isContactPhoto = row.Int(7) != 0;
-  attachment.size = row.Int(8);
-  attachment.created = row.Text(9);
-  return attachment;
-}
+const RowShape<AttachmentInfo> kAttachments(
+    "attachments", {{"id", Into<&AttachmentInfo::id>},
+                    {"item", Into<&AttachmentInfo::item>},
+                    {"name", Into<&AttachmentInfo::name>},
+                    {"content_type", Into<&AttachmentInfo::contentType>},
+                    {"content_id", Into<&AttachmentInfo::contentId>},
+                    {"content_location", Into<&AttachmentInfo::contentLocation>},
+                    {"is_inline", Into<&AttachmentInfo::isInline>},
+                    {"is_contact_photo", Into<&AttachmentInfo::isContactPhoto>},
+                    {"size", Into<&AttachmentInfo::size>},
+                    {"created", Into<&AttachmentInfo::created>}});
 
 }  // namespace
 
@@ -101,7 +89,7 @@ void Store::CreateItem(NewItem& item) {
 
 std::optional<ItemInfo> Store::Item(std::int64_t id) {
   const std::lock_guard lock(m_implementation->m_mutex);
-  return m_implementation->One(ReadItem, kSelectItems + "WHERE id=?", id);
+  return m_implementation->One(kItems, "WHERE id=?", id);
 }
 
 std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std::int64_t limit) {
@@ -110,13 +98,11 @@ std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std
   const auto end = ends.find(folder);
   std::vector<ItemInfo> items;
   if (end != ends.end() && end->second.place == offset) {
-    items = m_implementation->All(ReadItem,
-                                  kSelectItems + "WHERE folder=? AND id>? ORDER BY id LIMIT ?",
-                                  folder, end->second.row, limit);
+    items = m_implementation->All(kItems, "WHERE folder=? AND id>? ORDER BY id LIMIT ?", folder,
+                                  end->second.row, limit);
   } else {
-    items = m_implementation->All(ReadItem,
-                                  kSelectItems + "WHERE folder=? ORDER BY id LIMIT ? OFFSET ?",
-                                  folder, limit, offset);
+    items = m_implementation->All(kItems, "WHERE folder=? ORDER BY id LIMIT ? OFFSET ?", folder,
+                                  limit, offset);
   }
   if (m_implementation->m_writes && !items.empty()) {
     ends[folder] = {offset + static_cast<std::int64_t>(items.size()), items.back().id};
@@ -159,13 +145,12 @@ bool Store::MoveItem(std::int64_t id, std::int64_t folder) {
 
 std::vector<AttachmentInfo> Store::Attachments(std::int64_t item) {
   const std::lock_guard lock(m_implementation->m_mutex);
-  return m_implementation->All(ReadAttachment, kSelectAttachments + "WHERE item=? ORDER BY id",
-                               item);
+  return m_implementation->All(kAttachments, "WHERE item=? ORDER BY id", item);
 }
 
 std::optional<AttachmentInfo> Store::Attachment(std::int64_t id) {
   const std::lock_guard lock(m_implementation->m_mutex);
-  return m_implementation->One(ReadAttachment, kSelectAttachments + "WHERE id=?", id);
+  return m_implementation->One(kAttachments, "WHERE id=?", id);
 }
 
 bool Store::WithAttachment(std::int64_t id, const std::function<void(std::string_view)>& use) {
