@@ -1,5 +1,3 @@
-#include "ews/CurlTransport.h"
-
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -9,11 +7,10 @@
 #include <gtest/gtest.h>
 
 #include "ews/EmailMessage.h"
-#include "ews/ExchangeService.h"
+#include "ews/Folder.h"
 #include "platform/Paths.h"
 #include "tests/ews/Answers.h"
-#include "tests/ews/ScriptedTransport.h"
-#include "tests/support/ScriptedServer.h"
+#include "tests/ews/WiredService.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -21,25 +18,9 @@ namespace {
 using test_support::ScriptedAnswer;
 using test_support::ScriptedServer;
 
-class CurlTransport : public testing::Test {
+class CurlTransport : public OverHttp {
  protected:
-  CurlTransport() {
-    m_service->SetUrl(CString::FromUtf8(m_server.Url("/EWS/Exchange.asmx")));
-    m_service->SetCredentials(ews::WebCredentials(u"user", u"pässword"));
-  }
-  std::string Find() {
-    return TextOf(
-        [&] { m_found = m_service->FindFolders(m_root, ews::FolderView(10)).Folders().size(); });
-  }
-
-  SettingsKeeper m_settings;
-  ScriptedServer m_server;
-  ews::CurlTransport m_transport;
-  ews::ScopedTransport m_scope{m_transport};
-  std::shared_ptr<ews::ExchangeService> m_service =
-      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-  const ews::FolderId m_root = ews::WellKnownFolderName::MsgFolderRoot;
-  size_t m_found = 0;
+  CurlTransport() { m_wire.Service().SetCredentials(ews::WebCredentials(u"user", u"pässword")); }
 };
 
 // A gzip stream of one stored block.
@@ -61,9 +42,9 @@ std::string Gzip(const std::string& bytes) {
 
 TEST_F(CurlTransport, SendsWhatAMailboxServerExpectsOnOneConnection) {
   for (int i = 0; i < 3; ++i) m_server.Push({.body = answers::Found({{"1", "A"}})});
-  m_service->HttpHeaders().Add(u"X-AnchorMailbox", u"box@example.com");
+  m_wire.Service().HttpHeaders().Add(u"X-AnchorMailbox", u"box@example.com");
   for (int i = 0; i < 3; ++i) EXPECT_EQ(Find(), "no exception");
-  EXPECT_EQ(m_found, 1u);
+  EXPECT_EQ(m_wire.Found(), 1u);
   std::set<int> ports;
   for (const auto& request : m_server.Requests()) {
     ports.insert(request.remotePort);
@@ -84,7 +65,7 @@ TEST_F(CurlTransport, UnpacksGzip) {
   m_server.Push({.body = Gzip(answers::Found({{"1", "A"}, {"2", "B"}})),
                  .headers = {{"Content-Encoding", "gzip"}}});
   EXPECT_EQ(Find(), "no exception");
-  EXPECT_EQ(m_found, 2u);
+  EXPECT_EQ(m_wire.Found(), 2u);
   m_server.Push({.body = "no gzip", .headers = {{"Content-Encoding", "gzip"}}});
   EXPECT_TRUE(Find().starts_with("The request failed. "));
 }
@@ -116,7 +97,7 @@ TEST_F(CurlTransport, EveryFailureHasItsWordsAndTheNextRequestWorks) {
 
 TEST_F(CurlTransport, ASilentServerEndsWithTheTimeOut) {
   m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
-  m_service->SetTimeout(200);
+  m_wire.Service().SetTimeout(200);
   const auto start = std::chrono::steady_clock::now();
   const std::string text = Find();
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
@@ -135,14 +116,14 @@ TEST_F(CurlTransport, ThrottlingIsWaitedOut) {
 TEST_F(CurlTransport, WhatCreatesIsNotSentAgainOnceItIsOut) {
   const auto file = platform::ToWindowsPath("/proc/self/exe");
   const std::function<void()> calls[] = {
-      [&] { ews::EmailMessage(m_service).Save(m_root); },
-      [&] { ews::Folder(m_service).Save(m_root); },
+      [&] { ews::EmailMessage(m_wire.Shared()).Save(m_wire.Root()); },
+      [&] { ews::Folder(m_wire.Shared()).Save(m_wire.Root()); },
       [&] {
-        ews::EmailMessage mail(m_service);
+        ews::EmailMessage mail(m_wire.Shared());
         mail.Attachments().AddFileAttachment(file);
         m_server.Push({.body = answers::Item("I=")});
         m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
-        mail.Save(m_root);
+        mail.Save(m_wire.Root());
       },
   };
   size_t seen = 0;
@@ -163,7 +144,7 @@ TEST_F(CurlTransport, WhatCreatesIsNotSentAgainOnceItIsOut) {
   m_server.Push({.body = answers::Found({{"1", "A"}})});
   EXPECT_EQ(Find(), "no exception");
   EXPECT_EQ(Find(), "no exception");  // a question may be asked twice
-  EXPECT_EQ(m_found, 1u);
+  EXPECT_EQ(m_wire.Found(), 1u);
 }
 
 TEST_F(CurlTransport, NobodyAtThePortIsSaid) {
@@ -172,7 +153,7 @@ TEST_F(CurlTransport, NobodyAtThePortIsSaid) {
     const ScriptedServer gone;
     port = gone.Port();
   }
-  m_service->SetUrl(CString::FromUtf8("http://127.0.0.1:" + std::to_string(port) + "/"));
+  m_wire.Service().SetUrl(CString::FromUtf8("http://127.0.0.1:" + std::to_string(port) + "/"));
   const std::string text = Find();
   EXPECT_NE(text.find("The connection to 127.0.0.1 failed"), std::string::npos) << text;
 }
@@ -187,7 +168,8 @@ TEST_F(CurlTransport, AFileThatShrinksDuringTheSendFailsWithItsName) {
   ews::HttpRequest request;
   request.strUrl = m_server.Url();
   request.pBody = &body;
-  EXPECT_NE(TextOf([&] { m_transport.Send(request); }).find("shrinks.bin"), std::string::npos);
+  EXPECT_NE(TextOf([&] { m_wire.Transport().Send(request); }).find("shrinks.bin"),
+            std::string::npos);
 }
 
 }  // namespace

@@ -4,20 +4,15 @@
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 
-#include "ews/CurlTransport.h"
-#include "ews/EmailMessage.h"
-#include "ews/ExchangeService.h"
 #include "platform/Base64.h"
 #include "tests/ews/Answers.h"
-#include "tests/ews/ScriptedTransport.h"
-#include "tests/support/ScriptedServer.h"
+#include "tests/ews/WiredService.h"
 
 // The handshake as a server sees it: a first message without the request's body, a challenge back,
 // an answer to it together with the body. From then on the connection itself is logged on.
 namespace {
 
 using test_support::ScriptedAnswer;
-using test_support::ScriptedServer;
 using test_support::SeenRequest;
 
 const std::string kServerChallenge = "\x01\x23\x45\x67\x89\xAB\xCD\xEF";
@@ -62,18 +57,9 @@ std::string HmacMd5(const std::string& key, const std::string& data) {
   return {hash.begin(), hash.end()};
 }
 
-class Ntlm : public testing::Test {
+class Ntlm : public OverHttp {
  protected:
-  Ntlm() {
-    m_service->SetUrl(CString::FromUtf8(m_server.Url("/EWS/Exchange.asmx")));
-    m_service->SetCredentials(ews::WebCredentials(u"CORP\\tom", u"pässword"));
-  }
-  std::string Find() {
-    return TextOf([&] { m_service->FindFolders(m_root, ews::FolderView(10)); });
-  }
-  std::string Save() {
-    return TextOf([&] { ews::EmailMessage(m_service).Save(m_root); });
-  }
+  Ntlm() { m_wire.Service().SetCredentials(ews::WebCredentials(u"CORP\\tom", u"pässword")); }
   void Refuse(const std::string& offer = "NTLM", const std::string& other = "Negotiate") {
     m_server.Push(
         {.status = 401, .headers = {{"WWW-Authenticate", other}, {"WWW-Authenticate", offer}}});
@@ -93,14 +79,6 @@ class Ntlm : public testing::Test {
     }
     return kinds;
   }
-
-  SettingsKeeper m_settings;
-  ScriptedServer m_server;
-  ews::CurlTransport m_transport;
-  ews::ScopedTransport m_scope{m_transport};
-  std::shared_ptr<ews::ExchangeService> m_service =
-      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-  const ews::FolderId m_root = ews::WellKnownFolderName::MsgFolderRoot;
 };
 
 TEST_F(Ntlm, TheHandshakeProvesUserDomainAndPassword) {
@@ -154,7 +132,7 @@ TEST_F(Ntlm, OnlyAPasswordForAServerWithoutBasicStartsIt) {
   Refuse("NTLMX, x NTLM", "Negotiate");
   EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
   EXPECT_EQ(Seen(), "B+ B+ ");
-  m_service->SetCredentials(ews::OAuthCredentials(u"token"));
+  m_wire.Service().SetCredentials(ews::OAuthCredentials(u"token"));
   Refuse();
   EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
   EXPECT_EQ(Seen(), "B+ B+ -+ ");

@@ -1,10 +1,5 @@
-#include <gtest/gtest.h>
-
-#include "ews/CurlTransport.h"
-#include "ews/EmailMessage.h"
-#include "ews/ExchangeService.h"
 #include "tests/ews/Answers.h"
-#include "tests/ews/ScriptedTransport.h"
+#include "tests/ews/WiredService.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TlsServer.h"
 
@@ -17,16 +12,7 @@ using Version = TlsServer::Highest;
 
 class Tls : public testing::Test {
  protected:
-  std::string Ask(const std::string& url) {
-    ews::CurlTransport transport;
-    const ews::ScopedTransport scope(transport);
-    const auto service =
-        std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-    service->SetUrl(CString::FromUtf8(url));
-    return TextOf([&] {
-      service->FindFolders(ews::WellKnownFolderName::MsgFolderRoot, ews::FolderView(10));
-    });
-  }
+  static std::string Ask(const std::string& url) { return WiredService(url).Find(); }
 
   SettingsKeeper m_settings;
   const test_support::TemporaryFolder m_folder;
@@ -50,14 +36,9 @@ TEST_F(Tls, VerificationWantsAKnownCertificateForTheHost) {
 
 TEST_F(Tls, AConnectionThatTheServerEndedWhileIdleIsNoFailureOfTheNextMail) {
   TlsServer server(Version::kTls13, answers::Item("I="));
-  ews::CurlTransport transport;
-  const ews::ScopedTransport scope(transport);
-  const auto service =
-      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-  service->SetUrl(CString::FromUtf8(server.Url()));
+  WiredService wire(server.Url());
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(TextOf([&] { ews::EmailMessage(service).Save(ews::WellKnownFolderName::Inbox); }),
-              "no exception");
+    EXPECT_EQ(wire.Save(), "no exception");
     server.EndConnections();
   }
 }

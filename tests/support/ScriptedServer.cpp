@@ -9,22 +9,22 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <stdexcept>
-#include <thread>
+#include <optional>
 
 #include <httplib.h>
+
+#include "tests/support/LoopbackThread.h"
 
 namespace test_support {
 
 struct ScriptedServer::Impl {
   httplib::Server server;
-  std::thread thread;
-  int port = 0;
   mutable std::mutex mutex;
   std::condition_variable ending;
   bool ended = false;
   std::deque<ScriptedAnswer> script;
   std::vector<SeenRequest> seen;
+  std::optional<LoopbackThread> thread;  // goes first
 
   ScriptedAnswer Take(const httplib::Request& request) {
     const std::lock_guard lock(mutex);
@@ -51,7 +51,7 @@ struct ScriptedServer::Impl {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     for (int fd = 0; fd < static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 65536)); ++fd) {
-      if (portOf(fd, getsockname) == port && portOf(fd, getpeername) == remotePort) {
+      if (portOf(fd, getsockname) == thread->Port() && portOf(fd, getpeername) == remotePort) {
         shutdown(fd, SHUT_RDWR);
       }
     }
@@ -100,11 +100,7 @@ ScriptedServer::ScriptedServer() : m_impl(std::make_unique<Impl>()) {
   m_impl->server.Get(".*", handler);
   m_impl->server.set_keep_alive_max_count(1000);
   m_impl->server.set_tcp_nodelay(true);
-  m_impl->port = m_impl->server.bind_to_any_port("127.0.0.1");
-  if (m_impl->port <= 0) throw std::runtime_error("no port for the scripted server");
-  m_impl->thread = std::thread([impl = m_impl.get()] { impl->server.listen_after_bind(); });
-  // stop() is a no-op before the accept loop runs.
-  while (!m_impl->server.is_running()) std::this_thread::yield();
+  m_impl->thread.emplace(m_impl->server);
 }
 
 ScriptedServer::~ScriptedServer() {
@@ -113,8 +109,6 @@ ScriptedServer::~ScriptedServer() {
     m_impl->ended = true;
   }
   m_impl->ending.notify_all();
-  m_impl->server.stop();
-  m_impl->thread.join();
 }
 
 void ScriptedServer::Push(ScriptedAnswer answer) {
@@ -122,10 +116,10 @@ void ScriptedServer::Push(ScriptedAnswer answer) {
   m_impl->script.push_back(std::move(answer));
 }
 
-int ScriptedServer::Port() const { return m_impl->port; }
+int ScriptedServer::Port() const { return m_impl->thread->Port(); }
 
 std::string ScriptedServer::Url(const std::string& path) const {
-  return "http://127.0.0.1:" + std::to_string(m_impl->port) + path;
+  return "http://127.0.0.1:" + std::to_string(Port()) + path;
 }
 
 std::vector<SeenRequest> ScriptedServer::Requests() const {

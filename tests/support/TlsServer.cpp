@@ -2,14 +2,16 @@
 
 #include <cstdio>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
 #include <httplib.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
+
+#include "tests/support/LoopbackThread.h"
 
 namespace test_support {
 namespace {
@@ -83,8 +85,7 @@ struct TlsServer::Impl {
   PrivateKey key{EVP_RSA_gen(2048)};
   Certificate certificate = MakeCertificate(key.get());
   httplib::SSLServer server;
-  int port = 0;
-  std::thread thread;
+  std::optional<LoopbackThread> thread;  // goes first
 };
 
 TlsServer::TlsServer(Highest highest, std::string answer)
@@ -93,16 +94,10 @@ TlsServer::TlsServer(Highest highest, std::string answer)
       ".*", [body = std::move(answer)](const httplib::Request&, httplib::Response& response) {
         response.set_content(body, "text/xml");
       });
-  m_impl->port = m_impl->server.bind_to_any_port("127.0.0.1");
-  if (m_impl->port <= 0) throw std::runtime_error("no port for the TLS server");
-  m_impl->thread = std::thread([impl = m_impl.get()] { impl->server.listen_after_bind(); });
-  while (!m_impl->server.is_running()) std::this_thread::yield();
+  m_impl->thread.emplace(m_impl->server);
 }
 
-TlsServer::~TlsServer() {
-  m_impl->server.stop();
-  m_impl->thread.join();
-}
+TlsServer::~TlsServer() = default;
 
 void TlsServer::EndConnections() {
   const std::lock_guard lock(m_impl->mutex);
@@ -111,7 +106,7 @@ void TlsServer::EndConnections() {
 }
 
 std::string TlsServer::Url(const std::string& host) const {
-  return "https://" + host + ":" + std::to_string(m_impl->port) + "/EWS/Exchange.asmx";
+  return "https://" + host + ":" + std::to_string(m_impl->thread->Port()) + "/EWS/Exchange.asmx";
 }
 
 void TlsServer::WriteCertificate(const std::string& path) const {
