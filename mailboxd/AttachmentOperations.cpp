@@ -1,6 +1,7 @@
 #include <string>
 
 #include "mailboxd/EwsRequest.h"
+#include "mailboxd/ItemWriting.h"
 #include "mailboxd/MailOfItem.h"
 #include "mailboxd/Operations.h"
 #include "platform/Base64.h"
@@ -36,36 +37,56 @@ void WriteOne(std::string_view id, const AttachmentInfo& attachment, EwsResponse
   response.BeginSuccess();
   response.Open("m:Attachments");
   OpenAttachment(id, attachment, response);
-  response.Open("t:Content");
   writeContent();
-  response.Close("t:Content");
-  response.Close("t:FileAttachment");
+  CloseAttachment(attachment, response);
   response.Close("m:Attachments");
   response.EndMessage();
 }
 
-// A part of the mail that an item keeps.
-void GetPart(const Context& context, const PartId& id, std::string_view idText,
-             EwsResponse& response) {
-  const auto item = context.store.Item(id.item);
-  MailOfItem mail(context.store, id.item);
-  if (!item || mail.Content() == nullptr) throw ErrorOf("ErrorItemNotFound");
-  const MailContent& content = *mail.Content();
-  if (id.index >= content.Attachments().size()) throw ErrorOf("ErrorItemNotFound");
-  AttachmentInfo attachment = content.Attachments()[id.index];
-  attachment.created = item->created;
-  WriteOne(idText, attachment, response,
-           [&] { response.Base64(content.AttachmentBytes(id.index)); });
+template <typename Bytes>
+void WriteContent(const Bytes& bytes, EwsResponse& response) {
+  response.Open("t:Content");
+  response.Base64(bytes);
+  response.Close("t:Content");
 }
 
-void GetOne(const Context& context, std::string_view idText, EwsResponse& response) {
-  if (const auto part = ReadPartId(idText)) return GetPart(context, *part, idText, response);
+// A part of the mail that an item keeps, or of a mail attached there: a file's bytes, or a mail as
+// an item of its own.
+void GetPart(const Context& context, const PartId& id, std::string_view idText,
+             const ItemShape& shape, EwsResponse& response) {
+  const auto item = context.store.Item(id.item);
+  if (!item) throw ErrorOf("ErrorItemNotFound");
+  MailOfItem mail(context.store, id.item);
+  const size_t last = id.path.back();
+  for (size_t i = 0; i + 1 < id.path.size(); ++i) {
+    if (!mail.Enter(id.path[i])) throw ErrorOf("ErrorItemNotFound");
+  }
+  const MailContent* const content = mail.Content();
+  if (content == nullptr || last >= content->Attachments().size()) {
+    throw ErrorOf("ErrorItemNotFound");
+  }
+  const AttachmentInfo attachment = mail.Shown(last, item->created);
+  WriteOne(idText, attachment, response, [&] {
+    if (!attachment.isMail) return WriteContent(content->AttachmentBytes(last), response);
+    mail.Enter(last);
+    WriteItem(context, mail.Describe(), mail, shape, response);
+  });
+}
+
+void GetOne(const Context& context, std::string_view idText, const ItemShape& shape,
+            EwsResponse& response) {
+  if (const auto part = ReadPartId(idText)) return GetPart(context, *part, idText, shape, response);
   const std::int64_t id = ResolveId(idText, IdKind::kAttachment);
   const auto attachment = context.store.Attachment(id);
   if (!attachment) throw ErrorOf("ErrorItemNotFound");
   WriteOne(idText, *attachment, response, [&] {
-    context.store.WithAttachment(id, [&](std::string_view bytes) { response.Base64(bytes); });
+    context.store.WithAttachment(id,
+                                 [&](std::string_view bytes) { WriteContent(bytes, response); });
   });
+}
+
+std::string ElementOf(const AttachmentInfo& attachment) {
+  return attachment.isMail ? "t:ItemAttachment" : "t:FileAttachment";
 }
 
 }  // namespace
@@ -74,7 +95,7 @@ void OpenAttachment(std::string_view id, const AttachmentInfo& attachment, EwsRe
   const auto optional = [&](std::string_view name, const std::string& text) {
     if (!text.empty()) response.Element(name, text);
   };
-  response.Open("t:FileAttachment");
+  response.Open(ElementOf(attachment));
   response.Empty("t:AttachmentId", XmlAttribute("Id", id));
   response.Element("t:Name", attachment.name);
   optional("t:ContentType", attachment.contentType);
@@ -83,7 +104,11 @@ void OpenAttachment(std::string_view id, const AttachmentInfo& attachment, EwsRe
   response.Number("t:Size", attachment.size);
   optional("t:LastModifiedTime", attachment.created);
   response.Boolean("t:IsInline", attachment.isInline);
-  response.Boolean("t:IsContactPhoto", attachment.isContactPhoto);
+  if (!attachment.isMail) response.Boolean("t:IsContactPhoto", attachment.isContactPhoto);
+}
+
+void CloseAttachment(const AttachmentInfo& attachment, EwsResponse& response) {
+  response.Close(ElementOf(attachment));
 }
 
 NewAttachment ReadAttachment(pugi::xml_node node) {
@@ -124,7 +149,8 @@ void CreateAttachment(const Context& context, pugi::xml_node request, EwsRespons
 void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
   for (auto id = FirstElement(Child(request, "AttachmentIds")); id; id = NextElement(id)) {
     try {
-      GetOne(context, Attribute(id, "Id"), response);
+      const ItemShape shape(Child(request, "AttachmentShape"), Depth::kFull);
+      GetOne(context, Attribute(id, "Id"), shape, response);
     } catch (const OperationError& error) {
       response.Error(error, "Attachments");
     }

@@ -280,9 +280,14 @@ void AddItemRequests(TypeTable& types) {
          {{"ParentItemId", "PlainId", kRequired}, {"Attachments", "Attachments", kRequired}});
   types["GetAttachment"] =
       Of(Order::kSequence, Space::kMessages,
-         {{"AttachmentShape", "Open"}, {"AttachmentIds", "AttachmentIds", kRequired}});
+         {{"AttachmentShape", "AttachmentShape"}, {"AttachmentIds", "AttachmentIds", kRequired}});
   types["AttachmentIds"] =
       Of(Order::kAnyOf, Space::kTypes, {{"AttachmentId", "RequestId", kOptional, kMany}});
+  types["AttachmentShape"] = Of(Order::kSequence, Space::kTypes,
+                                {{"IncludeMimeContent", "Boolean"},
+                                 {"BodyType", "BodyShape"},
+                                 {"FilterHtmlContent", "Boolean"},
+                                 {"AdditionalProperties", "Paths"}});
   types["RequestId"] = Of(Order::kSequence, Space::kTypes, {}, {{"Id", kRequired, &kString}});
   types["GetItem"] = Of(Order::kSequence, Space::kMessages,
                         {{"ItemShape", "ItemShape", kRequired}, {"ItemIds", "ItemIds", kRequired}});

@@ -8,16 +8,16 @@
 namespace mailbox {
 namespace {
 
-// "AAMk", then in base64: kind (1 byte), row number (7 bytes), for a part its index (6 bytes),
-// check sum (4 bytes). Both lengths are multiples of 3, so that base64 needs no padding.
+// "AAMk", then in base64: kind (1 byte), row number (7 bytes), for a part each index of its path (6
+// bytes), check sum (4 bytes). All lengths are multiples of 3, so that base64 needs no padding.
 constexpr std::string_view kPrefix = "AAMk";
 constexpr size_t kRowBytes = 7;
-constexpr size_t kPartBytes = 6;
+constexpr size_t kIndexBytes = 6;
 constexpr size_t kSumBytes = 4;
-constexpr size_t kPlain = 1 + kRowBytes;           // what the check sum is of
-constexpr size_t kWithPart = kPlain + kPartBytes;  // the same, with a part
-constexpr size_t kLongest = kPrefix.size() + (kWithPart + kSumBytes) / 3 * 4;  // characters
-constexpr char kPartKind = 4;  // behind those of IdKind
+constexpr size_t kPlain = 1 + kRowBytes;  // what the check sum is of, without a path
+constexpr size_t kMost = kPlain + PartId::kDeepest * kIndexBytes;          // the same with one
+constexpr size_t kLongest = kPrefix.size() + (kMost + kSumBytes) / 3 * 4;  // characters
+constexpr char kPartKind = 4;                                              // behind those of IdKind
 
 std::uint32_t CheckSum(std::string_view bytes) {
   std::uint32_t sum = 2166136261u;  // FNV-1a
@@ -80,16 +80,20 @@ std::optional<std::int64_t> ReadId(std::string_view text, IdKind* kind) {
 std::string MakePartId(const PartId& part) {
   std::string bytes(1, kPartKind);
   Append(static_cast<std::uint64_t>(part.item), kRowBytes, bytes);
-  Append(part.index, kPartBytes, bytes);
+  for (const size_t index : part.path) Append(index, kIndexBytes, bytes);
   return Encode(std::move(bytes));
 }
 
 std::optional<PartId> ReadPartId(std::string_view text) {
   const std::string bytes = Decode(text);
-  if (bytes.size() != kWithPart || bytes[0] != kPartKind) return std::nullopt;
-  const std::string_view rest = std::string_view(bytes).substr(1);
-  return PartId{NumberOf(rest.substr(0, kRowBytes)),
-                static_cast<std::size_t>(NumberOf(rest.substr(kRowBytes)))};
+  if (bytes.size() <= kPlain || bytes[0] != kPartKind) return std::nullopt;
+  std::string_view rest = std::string_view(bytes).substr(1);
+  PartId part{NumberOf(rest.substr(0, kRowBytes))};
+  for (rest.remove_prefix(kRowBytes); !rest.empty(); rest.remove_prefix(kIndexBytes)) {
+    if (rest.size() < kIndexBytes) return std::nullopt;
+    part.path.push_back(static_cast<size_t>(NumberOf(rest.substr(0, kIndexBytes))));
+  }
+  return part;
 }
 
 std::string MakeChangeKey(IdKind kind, std::int64_t version) {

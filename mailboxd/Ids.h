@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace mailbox {
 
@@ -18,12 +19,16 @@ std::string MakeId(IdKind kind, std::int64_t row);
 // Nothing for a text that is no id. *kind gets what the id stands for.
 std::optional<std::int64_t> ReadId(std::string_view text, IdKind* kind);
 
-// An attachment that is stored nowhere by itself: a part of the mail that an item keeps.
+// A mail that an item keeps, or an attachment within it, which is stored nowhere by itself.
 struct PartId {
+  static constexpr std::size_t kDeepest = 32;  // mails within mails
+
   std::int64_t item = 0;  // its row
-  std::size_t index = 0;  // in MailContent::Attachments
+  // Where it is: an index in MailContent::Attachments of the item's mail, then one in those of the
+  // attached mail that it leads to, and so on. Empty for the item's mail itself.
+  std::vector<std::size_t> path = {};
 };
-// Opaque as other ids, and no id of a row.
+// Opaque as other ids, and no id of a row. The path has from 1 to kDeepest indexes.
 std::string MakePartId(const PartId& part);
 std::optional<PartId> ReadPartId(std::string_view text);
 

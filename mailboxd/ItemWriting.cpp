@@ -57,19 +57,19 @@ std::string Display(const std::vector<Address>& list) {
 // Those that are stored beside the item, then those within its mail.
 void WriteAttachments(const Context& context, const ItemInfo& item, MailOfItem& mail,
                       EwsResponse& response) {
-  const std::vector<AttachmentInfo> stored = context.store.Attachments(item.id);
+  std::vector<AttachmentInfo> stored;
+  if (!mail.IsWithin()) stored = context.store.Attachments(item.id);
   const MailContent* const content = mail.Content();
-  if (stored.empty() && (content == nullptr || content->Attachments().empty())) return;
+  const size_t inside = content != nullptr ? content->Attachments().size() : 0;
+  if (stored.empty() && inside == 0) return;
   const auto write = [&](const std::string& id, const AttachmentInfo& attachment) {
     OpenAttachment(id, attachment, response);
-    response.Close("t:FileAttachment");
+    CloseAttachment(attachment, response);
   };
   response.Open("t:Attachments");
   for (const AttachmentInfo& one : stored) write(MakeId(IdKind::kAttachment, one.id), one);
-  for (size_t i = 0; content != nullptr && i < content->Attachments().size(); ++i) {
-    AttachmentInfo attachment = content->Attachments()[i];
-    attachment.created = item.created;
-    write(MakePartId({item.id, i}), attachment);
+  for (size_t i = 0; i < inside; ++i) {
+    write(MakePartId(mail.PartAt(i)), mail.Shown(i, item.created));
   }
   response.Close("t:Attachments");
 }
@@ -101,8 +101,8 @@ void WriteProperties(const ItemInfo& item, const ItemShape& shape, EwsResponse& 
   }
 }
 
-void WriteMime(const Context& context, const ItemInfo& item, EwsResponse& response) {
-  context.store.WithMime(item.id, [&](std::string_view charset, std::string_view bytes) {
+void WriteMime(MailOfItem& mail, EwsResponse& response) {
+  mail.WithMime([&](std::string_view charset, std::string_view bytes) {
     response.Open("t:MimeContent",
                   XmlAttribute("CharacterSet", charset.empty() ? "UTF-8" : charset));
     response.Base64(bytes);
@@ -124,21 +124,30 @@ void WriteBody(const ItemInfo& item, MailOfItem& mail, EwsResponse& response) {
   if (!content->Text().empty()) write("Text", content->Text());
 }
 
-// The fields of every item, in the order of the schema.
-void WriteItemFields(const Context& context, const ItemInfo& item, MailOfItem& mail,
-                     const ItemShape& shape, EwsResponse& response) {
-  if (shape.WantsMime()) WriteMime(context, item, response);
+// What an item has that lies in a folder, and one inside another has not.
+void WritePlace(const ItemInfo& item, const ItemShape& shape, EwsResponse& response) {
   response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.id, item.version));
   if (shape.Wants("item:ParentFolderId")) {
     response.Empty("t:ParentFolderId", IdAttributes(IdKind::kFolder, item.folder, 1));
   }
+}
+
+void WriteDate(const char* name, const std::string& date, EwsResponse& response) {
+  if (!date.empty()) response.Element(name, date);
+}
+
+// The fields of every item, in the order of the schema.
+void WriteItemFields(const Context& context, const ItemInfo& item, MailOfItem& mail,
+                     const ItemShape& shape, EwsResponse& response) {
+  if (shape.WantsMime()) WriteMime(mail, response);
+  if (!mail.IsWithin()) WritePlace(item, shape, response);
   if (shape.Wants("item:ItemClass")) response.Element("t:ItemClass", item.itemClass);
   if (shape.Wants("item:Subject")) response.Element("t:Subject", item.subject);
   if (shape.Wants("item:Sensitivity")) response.Element("t:Sensitivity", item.sensitivity);
   if (shape.WantsFull("item:Body")) WriteBody(item, mail, response);
   if (shape.WantsFull("item:Attachments")) WriteAttachments(context, item, mail, response);
   if (shape.Wants("item:DateTimeReceived")) {
-    response.Element("t:DateTimeReceived", item.received);
+    WriteDate("t:DateTimeReceived", item.received, response);
   }
   if (shape.Wants("item:Size")) response.Number("t:Size", item.size);
   if (shape.Wants("item:Categories") && !item.categories.empty()) {
@@ -151,10 +160,8 @@ void WriteItemFields(const Context& context, const ItemInfo& item, MailOfItem& m
     response.Element("t:InReplyTo", item.inReplyTo);
   }
   if (shape.Wants("item:IsDraft")) response.Boolean("t:IsDraft", item.isDraft);
-  if (shape.Wants("item:DateTimeSent") && !item.sent.empty()) {
-    response.Element("t:DateTimeSent", item.sent);
-  }
-  if (shape.Wants("item:DateTimeCreated")) response.Element("t:DateTimeCreated", item.created);
+  if (shape.Wants("item:DateTimeSent")) WriteDate("t:DateTimeSent", item.sent, response);
+  if (shape.Wants("item:DateTimeCreated")) WriteDate("t:DateTimeCreated", item.created, response);
   if (shape.Wants("item:DisplayCc")) response.Element("t:DisplayCc", Display(item.cc));
   if (shape.Wants("item:DisplayTo")) response.Element("t:DisplayTo", Display(item.to));
   if (shape.Wants("item:HasAttachments")) {

@@ -43,7 +43,8 @@ class ItemShape {
 };
 
 // Writes the item's element with what the shape wants, in the order of the schema. The mail is the
-// item's, which is taken apart only for a shape that wants body or attachments.
+// item's, which is taken apart only for a shape that wants body or attachments; for a mail within
+// another, the item is what it describes itself as.
 void WriteItem(const Context& context, const ItemInfo& item, MailOfItem& mail,
                const ItemShape& shape, EwsResponse& response);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "mailboxd/AttachmentNames.h"
 #include "mime/base/LogNull.h"
 #include "mime/email/EmailBodies.h"
 #include "mime/email/EmailBuilding.h"
@@ -13,6 +14,11 @@ namespace {
 mail::OwnedPtr<mail::Email2> Build(std::string_view mime) {
   mail::LogNull log;
   return mail::buildEmail(mime, /*bUtf8=*/false, log);
+}
+
+// An attached mail is one part, whatever is in it.
+bool IsMail(const mail::Email2& part) {
+  return part.partCount() == 0 && part.type().equals("message/rfc822");
 }
 
 bool IsInline(const mail::PlacedEmail& placed, mail::LogBase& log) {
@@ -46,16 +52,29 @@ std::string WithoutBrackets(std::string text) {
   return text.substr(1, text.size() - 2);
 }
 
+bool IsBlank(std::string_view text) {
+  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+// The name that a part brings; an attached mail without one is called by its subject.
+std::string NameOf(const mail::Email2& part) {
+  for (const mail::StringBuffer* name : {&part.fileName(), &part.name()}) {
+    if (!IsBlank(name->view())) return std::string(name->view());
+  }
+  return IsMail(part) ? mail::MailHeader(part.body().view()).text("Subject") : "";
+}
+
 AttachmentInfo InfoOf(const mail::PlacedEmail& placed) {
   mail::LogNull log;
   mail::DataBuffer room;
   const mail::Email2& part = *placed.pNode;
   AttachmentInfo info;
-  info.name = (part.fileName().isEmpty() ? part.name() : part.fileName()).view();
+  info.name = NameOf(part);
   info.contentType = part.type().view();
   info.contentId = WithoutBrackets(Field(part, "content-id"));
   info.contentLocation = Field(part, "content-location");
   info.isInline = IsInline(placed, log);
+  info.isMail = IsMail(part);
   info.size = static_cast<std::int64_t>(mail::bodyForFile(part, room, log).size());
   return info;
 }
@@ -85,11 +104,14 @@ std::vector<const mail::Email2*> MailContent::TakeBodies() {
 
 void MailContent::TakeAttachments(const std::vector<const mail::Email2*>& bodies) {
   mail::LogNull log;
+  std::size_t nameless = 0;
   for (const mail::PlacedEmail& placed : mail::nodesOf(*m_root)) {
     const mail::Email2& part = *placed.pNode;
     if (part.partCount() > 0 || std::count(bodies.begin(), bodies.end(), &part) > 0) continue;
     if (part.body().isEmpty() && !mail::isFile(placed, log)) continue;  // a file may be empty
     m_attachments.push_back(InfoOf(placed));
+    std::string& name = m_attachments.back().name;
+    if (IsBlank(name)) name = MadeUpName(part.type().view(), ++nameless);
     m_parts.push_back(&part);
   }
 }

@@ -26,7 +26,7 @@ class MailContent {
   std::string_view Text() const { return m_text; }
   std::string_view Html() const { return m_html; }
   // Everything else, in the order of the mail: files (an attached mail is one), and as inline what
-  // belongs to the body, such as its pictures. Without ids and date.
+  // belongs to the body, such as its pictures. Each has a name. Without ids and date.
   const std::vector<AttachmentInfo>& Attachments() const { return m_attachments; }
   // Whether a list of mails would show a paper clip: any attachment that is not inline.
   bool HasFiles() const;

@@ -51,8 +51,10 @@ struct Page {
 Page ReadPage(pugi::xml_node view, std::int64_t total);
 std::string PageAttributes(const Page& page, std::int64_t total);
 
-// Writes a FileAttachment element, open for its content. Details that are empty are left out.
+// Writes a FileAttachment element, or an ItemAttachment for a mail, open for its content. Details
+// that are empty are left out.
 void OpenAttachment(std::string_view id, const AttachmentInfo& attachment, EwsResponse& response);
+void CloseAttachment(const AttachmentInfo& attachment, EwsResponse& response);
 // Reads a FileAttachment element. Throws SoapFault for content that is no base64.
 NewAttachment ReadAttachment(pugi::xml_node node);
 

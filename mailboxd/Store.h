@@ -53,6 +53,7 @@ struct AttachmentInfo {
   std::string contentLocation;
   bool isInline = false;
   bool isContactPhoto = false;
+  bool isMail = false;  // an attached mail; those that are stored beside an item are files
   std::int64_t size = 0;
   std::string created;
 };

@@ -24,28 +24,36 @@ class MailContent : public LocalMailbox {
                  "</t:BaseShape></m:ItemShape><m:ParentFolderIds>" +
                  WellKnown("inbox") + "</m:ParentFolderIds></m:FindItem>"));
   }
-  std::string Attachment(const std::string& id) {
-    return Ask(Envelope("<m:GetAttachment><m:AttachmentIds><t:AttachmentId Id=\"" + id +
-                        "\"/></m:AttachmentIds></m:GetAttachment>"));
+  std::string Attachment(const std::string& id, const std::string& shape = "") {
+    return Ask(Envelope("<m:GetAttachment>" + shape + "<m:AttachmentIds><t:AttachmentId Id=\"" +
+                        id + "\"/></m:AttachmentIds></m:GetAttachment>"));
   }
+  // What an attachment holds: a file's content, or the MIME content of a mail.
   std::string Bytes(const std::string& id) {
     std::string bytes;
-    const std::string answer = Attachment(id);
+    const std::string answer = Attachment(id,
+                                          "<m:AttachmentShape><t:IncludeMimeContent>true"
+                                          "</t:IncludeMimeContent></m:AttachmentShape>");
     EXPECT_EQ(Code(answer), "NoError");
-    EXPECT_TRUE(platform::Base64Decode(Find(answer, "<t:Content>([^<]*)<"), bytes));
+    EXPECT_TRUE(platform::Base64Decode(
+        Find(answer, "<t:(?:Content|MimeContent CharacterSet=\"UTF-8\")>([^<]*)<"), bytes));
     return bytes;
   }
-  // Each as "name (type, bytes)", inline ones with a star; each is fetched as well.
+  // Each as "name (type, bytes)", mails with "mail" in front and inline ones with a star; each is
+  // fetched as well.
   std::string Attachments(std::string item) {
     std::string list;
-    constexpr std::string_view kOpen = "<t:FileAttachment>";
-    for (size_t at = item.find(kOpen); at != std::string::npos; at = item.find(kOpen)) {
-      item.erase(0, at + kOpen.size());
-      const std::string one = item.substr(0, item.find("</t:FileAttachment>"));
+    constexpr std::string_view kEnd = "Attachment>";
+    for (size_t at = item.find(kEnd); at != std::string::npos; at = item.find(kEnd)) {
+      const bool mail = std::string_view(item).substr(0, at).ends_with("<t:Item");
+      item.erase(0, at + kEnd.size());
+      const size_t end = item.find(kEnd);
+      const std::string one = item.substr(0, end);
+      item.erase(0, end + kEnd.size());
       const std::string size = Find(one, "<t:Size>([0-9]*)<");
-      list += (list.empty() ? "" : ", ") + Find(one, "<t:Name>([^<]*)<") + " (" +
-              Find(one, "<t:ContentType>([^<]*)<") + ", " + size + ")" +
-              (Find(one, "<t:IsInline>(true)<").empty() ? "" : "*");
+      list += (list.empty() ? "" : ", ") + std::string(mail ? "mail " : "") +
+              Find(one, "<t:Name>([^<]*)<") + " (" + Find(one, "<t:ContentType>([^<]*)<") + ", " +
+              size + ")" + (Find(one, "<t:IsInline>(true)<").empty() ? "" : "*");
       EXPECT_EQ(std::to_string(Bytes(Find(one, "Id=\"([^\"]*)\"")).size()), size);
     }
     return list;
@@ -67,7 +75,7 @@ constexpr std::array<Sample, 16> kSamples = {{
     {"Projects/05 Offer with attachments", "Our offer 2024-117", "Yard &amp; Sons, Sales", true,
      "offer-2024-117.pdf (application/pdf, 599), Positionen – Größe M.csv (text/csv, 98)"},
     {"Projects/06 Forwarded without an id", "Fwd: Crane rails", "Ingrid Halvorsen", true,
-     "Crane rails.eml (message/rfc822, 352)"},
+     "mail Crane rails.eml (message/rfc822, 352)"},
     {"Letters & cards/08 From Yokohama", "打ち合わせの資料", "田中美咲", false, ""},
     {"Letters & cards/25 Ferry, windows-1251",
      "Расписание паромов на июль и август, включая праздничные дни и ночные рейсы",
@@ -75,23 +83,23 @@ constexpr std::array<Sample, 16> kSamples = {{
     {"Harbour office/14 Newsletter with two pictures", "The new light", "Harbour news", false,
      "light.png (image/png, 147)*, flag.gif (image/gif, 47)*"},
     {"Harbour office/15 HTML alone with a picture", "How it looks today", "Tom Okafor", false,
-     " (image/png, 270)*"},
+     "ATT00001.png (image/png, 270)*"},
     {"Harbour office/16 Invitation", "Invitation: Crane inspection", "Ingrid Halvorsen", false,
-     " (text/calendar, 372)*"},
+     "ATT00001.ics (text/calendar, 372)*"},
     {"Attachments/17 Many kinds", "Everything you asked for", "Tom Okafor", true,
      "empty.zip (application/zip, 22), tom.vcf (text/vcard, 97), all bytes.bin "
      "(application/octet-stream, 256), tides.csv (text/csv, 27), empty.dat "
      "(application/octet-stream, 0)"},
     {"Attachments/19 Forwarded twice", "Fwd: Fwd: Rope broken", "Tom Okafor", true,
-     "Fwd Rope broken.eml (message/rfc822, 726)"},
+     "mail Fwd Rope broken.eml (message/rfc822, 726)"},
     {"Attachments/20 Delivery report", "Undelivered mail", "Mail system", false,
-     " (message/delivery-status, 154)*,  (text/rfc822-headers, 69)*"},
+     "ATT00001.txt (message/delivery-status, 154)*, ATT00002.txt (text/rfc822-headers, 69)*"},
     {"Attachments/21 Uuencoded in the text", "Tide table", "Tom Okafor", true,
      "tide.txt (application/octet-stream, 17)"},
     {"Attachments/22 Signed", "Signed order", "Ingrid Halvorsen", true,
      "signature.asc (application/pgp-signature, 90)"},
     {"Odd and damaged/40 Boundary that never ends", "Cut", "Tom Okafor", true,
-     "cut.png (image/png, 8),  (text/plain, 9)*"},
+     "cut.png (image/png, 8), ATT00001.txt (text/plain, 9)*"},
     {"Odd and damaged/41 Raw bytes in the subject", "Crème brûlée à 3 € et bad=ZZy", "José", false,
      ""},
 }};
@@ -116,24 +124,60 @@ constexpr std::string_view kMail =
     "Content-Disposition: inline; filename=\"list.txt\"\r\n\r\ncaf\xE9\r\n"
     "--x\r\nContent-Type: message/rfc822\r\n\r\n"
     "Subject: inner\r\nContent-Type: multipart/mixed; boundary=y\r\n\r\n"
-    "--y\r\n\r\nt\r\n--y\r\nContent-Type: image/png\r\nContent-ID: <p@x>\r\n\r\nP\r\n--y--\r\n"
+    "--y\r\n\r\ntext\r\n--y\r\nContent-Type: image/png\r\nContent-ID: <p@x>\r\n\r\nP\r\n--y--\r\n"
     "--x--\r\n";
 
 TEST_F(MailContent, AttachmentsHoldTheBytesOfTheirFiles) {
   const std::string id = Save(kMail);
   const std::string shown = Show(id);
   EXPECT_NE(shown.find("<t:Body BodyType=\"Text\">na\xC3\xAFve<"), std::string::npos) << shown;
-  EXPECT_EQ(Attachments(shown), "list.txt (text/plain, 4),  (message/rfc822, 130)");
+  EXPECT_EQ(Attachments(shown), "list.txt (text/plain, 4), mail inner (message/rfc822, 133)");
   const std::string list = Find(shown, "AttachmentId Id=\"([^\"]*)\"");
   const std::string mail = Find(shown, "AttachmentId Id=\"[^]*AttachmentId Id=\"([^\"]*)\"");
   EXPECT_EQ(Bytes(list), "caf\xE9");
-  EXPECT_EQ(Bytes(mail), kMail.substr(kMail.find("Subject: inner"), 130));
+  EXPECT_EQ(Bytes(mail), kMail.substr(kMail.find("Subject: inner"), 133));
   const mailbox::PartId part = *mailbox::ReadPartId(mail);
-  EXPECT_EQ(Code(Attachment(mailbox::MakePartId({part.item, part.index + 1}))),
-            "ErrorItemNotFound");
+  for (const std::vector<size_t>& path :
+       {std::vector<size_t>{2}, {0, 0}, {1, 1}, {1, 0, 0}, {1, 1, 0}}) {
+    EXPECT_EQ(Code(Attachment(mailbox::MakePartId({part.item, path}))), "ErrorItemNotFound");
+  }
   EXPECT_EQ(Code(Attachment(id)), "ErrorInvalidIdMalformed");
   m_store.DeleteItem(part.item);
   EXPECT_EQ(Code(Attachment(mail)), "ErrorItemNotFound");
+}
+
+TEST_F(MailContent, AnAttachedMailIsAnItemWithAttachmentsOfItsOwn) {
+  const std::string shown = Show(Save(kMail));
+  const std::string id = Find(shown, "<t:ItemAttachment><t:AttachmentId Id=\"([^\"]*)\"");
+  const std::string mail = Attachment(id);
+  for (const char* part :
+       {"<t:Name>inner</t:Name>", "<t:IsInline>false</t:IsInline><t:Message><t:ItemClass>",
+        "<t:Subject>inner<", "<t:Body BodyType=\"Text\">text<", "<t:IsDraft>false<",
+        "<t:HasAttachments>true<"}) {
+    EXPECT_NE(mail.find(part), std::string::npos) << part << "\n" << mail;
+  }
+  EXPECT_EQ(mail.find("<t:ItemId"), std::string::npos);
+  EXPECT_EQ(mail.find("MimeContent"), std::string::npos);
+  const size_t open = mail.find("<t:Attachments>");
+  EXPECT_EQ(Attachments(mail.substr(open, mail.find("</t:Attachments>") - open)),
+            "ATT00001.png (image/png, 1)");
+}
+
+TEST_F(MailContent, MailsWithinMailsAreItemsUpToADepthAndFilesBeyond) {
+  std::string mime = "Subject: last\r\n\r\nx";
+  for (int i = 0; i < 100; ++i) {
+    mime = "Subject: s" + std::to_string(i) + "\r\nContent-Type: message/rfc822\r\n\r\n" + mime;
+  }
+  std::string answer = Show(Save(mime));
+  size_t depth = 0;
+  for (; answer.find("<t:ItemAttachment>") != std::string::npos; ++depth) {
+    const size_t inside = answer.rfind("<t:ItemAttachment>");
+    answer = Attachment(Find(answer.substr(inside), "AttachmentId Id=\"([^\"]*)\""));
+    answer.erase(0, answer.find("<t:Message>"));
+  }
+  EXPECT_EQ(depth, mailbox::PartId::kDeepest - 1);
+  EXPECT_NE(answer.find("<t:FileAttachment>"), std::string::npos) << answer;
+  EXPECT_TRUE(Bytes(Find(answer, "AttachmentId Id=\"([^\"]*)\"")).ends_with("last\r\n\r\nx"));
 }
 
 TEST_F(MailContent, FilesAreLookedForOnceWhenAListAsks) {

@@ -151,11 +151,13 @@ TEST(Ids, ReadWhatWasMadeAndNothingElse) {
 
 TEST(Ids, OfPartsAreNoIdsOfRows) {
   mailbox::IdKind kind{};
-  const std::string id = mailbox::MakePartId({0xFFFFFFFFFF, 70000});
+  const std::vector<size_t> deep(mailbox::PartId::kDeepest, 70000);
+  EXPECT_EQ(mailbox::ReadPartId(mailbox::MakePartId({1, deep}))->path, deep);
+  const std::string id = mailbox::MakePartId({0xFFFFFFFFFF, {70000, 3}});
   const auto part = mailbox::ReadPartId(id);
   ASSERT_TRUE(part);
   EXPECT_EQ(part->item, 0xFFFFFFFFFF);
-  EXPECT_EQ(part->index, 70000u);
+  EXPECT_EQ(part->path, (std::vector<size_t>{70000, 3}));
   EXPECT_EQ(mailbox::ReadId(id, &kind), std::nullopt);
   EXPECT_FALSE(mailbox::ReadPartId(mailbox::MakeId(mailbox::IdKind::kAttachment, 1)));
   for (size_t i = 0; i < id.size(); ++i) {
