@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <array>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "mailboxd/EwsRequest.h"
@@ -88,16 +87,6 @@ void CreateOne(const Context& context, pugi::xml_node request, pugi::xml_node no
   response.Close("t:Message");
   response.Close("m:Items");
   response.EndMessage();
-}
-
-// For a page of a list, one change of the store.
-void LookForFiles(Store& store, std::vector<ItemInfo>& items) {
-  std::vector<std::pair<std::int64_t, bool>> learned;
-  for (ItemInfo& item : items) {
-    MailOfItem mail(store, item.id);
-    if (LookForFiles(mail, item)) learned.emplace_back(item.id, *item.mailHasFiles);
-  }
-  store.SetMailHasFiles(learned);
 }
 
 void GetOne(const Context& context, std::int64_t id, const ItemShape& shape,

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "mailboxd/MimeProperties.h"
 
@@ -66,6 +67,15 @@ bool LookForFiles(MailOfItem& mail, ItemInfo& item) {
   if (item.mailHasFiles || item.attachmentCount > 0) return false;
   item.mailHasFiles = mail.Content() != nullptr && mail.Content()->HasFiles();
   return true;
+}
+
+void LookForFiles(Store& store, std::vector<ItemInfo>& items) {
+  std::vector<std::pair<std::int64_t, bool>> learned;
+  for (ItemInfo& item : items) {
+    MailOfItem mail(store, item.id);
+    if (LookForFiles(mail, item)) learned.emplace_back(item.id, *item.mailHasFiles);
+  }
+  store.SetMailHasFiles(learned);
 }
 
 }  // namespace mailbox

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "mailboxd/Ids.h"
 #include "mailboxd/MailContent.h"
@@ -49,5 +50,7 @@ class MailOfItem {
 // Sets the item's mailHasFiles where it decides and nobody has asked before; true then, for the
 // store to keep it. A large mail is looked through now, and not while it is saved.
 bool LookForFiles(MailOfItem& mail, ItemInfo& item);
+// The same for a page of a list; what was learned is kept, in one change of the store.
+void LookForFiles(Store& store, std::vector<ItemInfo>& items);
 
 }  // namespace mailbox

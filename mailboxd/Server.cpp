@@ -129,7 +129,7 @@ namespace {
 
 // With a known length and a provider, the body is sent as it is: compressing for a client on the
 // same machine only costs time.
-void Send(httplib::Response& response, int status, const char* type, std::string body) {
+void Send(httplib::Response& response, int status, const std::string& type, std::string body) {
   response.status = status;
   if (body.empty()) {  // a provider of nothing would leave the length out, and the client waiting
     response.set_content("", type);
@@ -330,12 +330,12 @@ void Server::Implementation::HandlePage(const httplib::Request& request,
     return;
   }
   WebReply reply = AnswerPage(m_store, request.path, request.get_param_value("page"));
-  response.set_header("Content-Security-Policy", kPagePolicy);
+  response.set_header("Content-Security-Policy", reply.policy);
   response.set_header("X-Content-Type-Options", "nosniff");
   response.set_header("Referrer-Policy", "no-referrer");
   response.set_header("Cache-Control", "no-store");
-  if (!reply.fileName.empty()) {
-    response.set_header("Content-Disposition", "attachment; filename=\"" + reply.fileName + "\"");
+  if (!reply.disposition.empty()) {
+    response.set_header("Content-Disposition", reply.disposition);
   }
   Send(response, reply.status, reply.type, std::move(reply.body));
 }

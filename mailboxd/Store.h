@@ -139,6 +139,12 @@ class Store {
   // Newest row last, from the offset on. A limit below 0 means all. Page after page costs no more
   // than all at once.
   std::vector<ItemInfo> Items(std::int64_t folder, std::int64_t offset, std::int64_t limit);
+  // The rows in front of and behind an item in its folder; 0 for none.
+  struct Neighbours {
+    std::int64_t older = 0;
+    std::int64_t newer = 0;
+  };
+  Neighbours NeighboursOf(const ItemInfo& item);
   // Calls `use` with charset and bytes while the store is held; false when the item has no MIME.
   bool WithMime(std::int64_t item,
                 const std::function<void(std::string_view charset, std::string_view bytes)>& use);

@@ -110,6 +110,15 @@ std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std
   return items;
 }
 
+Store::Neighbours Store::NeighboursOf(const ItemInfo& item) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  const auto find = [&](const std::string& sql) {
+    return m_implementation->Number(sql, item.folder, item.id).value_or(0);
+  };
+  return {find("SELECT id FROM items WHERE folder=? AND id<? ORDER BY id DESC LIMIT 1"),
+          find("SELECT id FROM items WHERE folder=? AND id>? ORDER BY id LIMIT 1")};
+}
+
 bool Store::WithMime(std::int64_t item,
                      const std::function<void(std::string_view, std::string_view)>& use) {
   const std::lock_guard lock(m_implementation->m_mutex);
