@@ -8,29 +8,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/client/TarnyRun.h"
 
 namespace {
 
+using client_test::Result;
 using testing::HasSubstr;
 
-struct Result {
-  int exitCode;
-  std::string out;
-  std::string err;
-};
-
-// The arguments go through a shell; the input to standard input.
 Result Convert(const std::string& arguments, const std::string& input) {
-  const test_support::TemporaryFolder folder;
-  folder.Write("in", input);
-  const auto quoted = [&](const std::string& name) { return "'" + folder.File(name) + "'"; };
-  const std::string command = TARNY_BIN "/tarny convert " + arguments + " < " + quoted("in") +
-                              " > " + quoted("out") + " 2> " + quoted("err");
-  const int status = std::system(command.c_str());
-  EXPECT_TRUE(WIFEXITED(status)) << command;
-  return {WEXITSTATUS(status), test_support::ReadAll(folder.File("out")),
-          test_support::ReadAll(folder.File("err"))};
+  return client_test::Tarny("convert " + arguments, input);
 }
 
 std::string EveryByte() {

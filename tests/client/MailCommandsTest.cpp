@@ -1,40 +1,18 @@
 // `tarny email` and `tarny mime` as programs.
 
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/client/TarnyRun.h"
 
 namespace {
 
+using client_test::Result;
+using client_test::Tarny;
 using testing::HasSubstr;
-
-struct Result {
-  int exitCode;
-  std::string out;
-  std::string err;
-};
-
-// "MAIL" in the arguments becomes the path of a file that holds the mail.
-Result Tarny(std::string arguments, const std::string& mail) {
-  const test_support::TemporaryFolder folder;
-  folder.Write("mail.eml", mail);
-  if (const auto place = arguments.find("MAIL"); place != std::string::npos) {
-    arguments.replace(place, 4, folder.File("mail.eml"));
-  }
-  const std::string command =
-      TARNY_BIN "/tarny " + arguments + " > " + folder.File("out") + " 2> " + folder.File("err");
-  const int status = std::system(command.c_str());
-  EXPECT_TRUE(WIFEXITED(status)) << command;
-  return {WEXITSTATUS(status), test_support::ReadAll(folder.File("out")),
-          test_support::ReadAll(folder.File("err"))};
-}
 
 const std::string kMail =
     "From: J\xF6rg <j@a.example>\n"
@@ -64,7 +42,7 @@ const std::string kMail =
     "--b--\n";
 
 TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
-  const Result result = Tarny("email MAIL", kMail);
+  const Result result = Tarny("email INPUT", kMail);
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.out,
@@ -76,8 +54,8 @@ TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
             "  offer.pdf  application/pdf  5 bytes\n"
             "\n"
             "Hall\xC3\xB6 [2J\n");
-  EXPECT_EQ(Tarny("email MAIL --html", kMail).out, "<p>Hall\xC3\xB6");
-  EXPECT_EQ(Tarny("email MAIL", "Subject: x\n\nAs of old:\nbegin 644 a.txt\n#0V%T\n`\nend\n").out,
+  EXPECT_EQ(Tarny("email INPUT --html", kMail).out, "<p>Hall\xC3\xB6");
+  EXPECT_EQ(Tarny("email INPUT", "Subject: x\n\nAs of old:\nbegin 644 a.txt\n#0V%T\n`\nend\n").out,
             "Subject: x\n"
             "Attachments:\n"
             "  a.txt  application/octet-stream  3 bytes\n"
@@ -87,13 +65,13 @@ TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
       "Content-Type: multipart/report; boundary=b\n\n--b\n\nIt failed.\n--b\n"
       "Content-Type: text/plain\n\nSecond text\n--b\nContent-Type: message/delivery-status\n\n"
       "Status: 5.0.0\n--b--\n";
-  EXPECT_EQ(Tarny("email MAIL", report).out, "\nIt failed.\nSecond text\n");
-  const auto json = nlohmann::json::parse(Tarny("email --json MAIL", kMail).out);
+  EXPECT_EQ(Tarny("email INPUT", report).out, "\nIt failed.\nSecond text\n");
+  const auto json = nlohmann::json::parse(Tarny("email --json INPUT", kMail).out);
   EXPECT_EQ(json["attachments"][0]["sha256"].get<std::string>().size(), 64U);
 }
 
 TEST(MimeCommand, ShowsTheTreeAndWhatIsDamaged) {
-  const Result result = Tarny("mime MAIL", kMail);
+  const Result result = Tarny("mime INPUT", kMail);
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out,
             ".    multipart/mixed\n"
@@ -107,11 +85,11 @@ TEST(MimeCommand, ShowsTheTreeAndWhatIsDamaged) {
 }
 
 TEST(MimeCommand, WritesTheMessageOrAPartOfItOutAgain) {
-  EXPECT_EQ(Tarny("mime MAIL --part 1 --body", kMail).out, "%PDF-");
-  EXPECT_EQ(Tarny("mime MAIL --part 0.1 --body", kMail).out, "<p>Hall\xC3\xB6");
-  EXPECT_THAT(Tarny("mime MAIL --bytes", kMail).out, HasSubstr("\r\n<p>Hall\xF6\r\n--a--"));
-  EXPECT_THAT(Tarny("mime MAIL --rewrite", kMail).out, HasSubstr("<p>Hall\xC3\xB6\r\n--a--"));
-  const auto json = nlohmann::json::parse(Tarny("mime MAIL --json --part 0", kMail).out);
+  EXPECT_EQ(Tarny("mime INPUT --part 1 --body", kMail).out, "%PDF-");
+  EXPECT_EQ(Tarny("mime INPUT --part 0.1 --body", kMail).out, "<p>Hall\xC3\xB6");
+  EXPECT_THAT(Tarny("mime INPUT --bytes", kMail).out, HasSubstr("\r\n<p>Hall\xF6\r\n--a--"));
+  EXPECT_THAT(Tarny("mime INPUT --rewrite", kMail).out, HasSubstr("<p>Hall\xC3\xB6\r\n--a--"));
+  const auto json = nlohmann::json::parse(Tarny("mime INPUT --json --part 0", kMail).out);
   EXPECT_EQ(json["path"], "0");
   EXPECT_EQ(json["parts"][1]["path"], "0.1");
 }
@@ -125,10 +103,10 @@ TEST(MailCommands, TellWhatIsWrong) {
   const Case cases[] = {
       {"email /nowhere/mail.eml", 1, "tarny email: /nowhere/mail.eml: "},
       {"mime /nowhere/mail.eml", 1, "tarny mime: /nowhere/mail.eml: "},
-      {"mime MAIL --part 0.7", 1, "there is no part '0.7'"},
-      {"mime MAIL --part x", 1, "there is no part 'x'"},
-      {"mime MAIL --json --body", 2, "exclude each other"},
-      {"email MAIL --json --html", 2, "--html"},
+      {"mime INPUT --part 0.7", 1, "there is no part '0.7'"},
+      {"mime INPUT --part x", 1, "there is no part 'x'"},
+      {"mime INPUT --json --body", 2, "exclude each other"},
+      {"email INPUT --json --html", 2, "--html"},
       {"email", 2, "FILE"},
   };
   for (const Case& c : cases) {
@@ -136,7 +114,7 @@ TEST(MailCommands, TellWhatIsWrong) {
     EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
     EXPECT_THAT(result.err, HasSubstr(c.err)) << c.arguments;
   }
-  EXPECT_THAT(Tarny("email --html MAIL", "Subject: x\n\nplain\n").err, HasSubstr("no HTML text"));
+  EXPECT_THAT(Tarny("email --html INPUT", "Subject: x\n\nplain\n").err, HasSubstr("no HTML text"));
 }
 
 }  // namespace
