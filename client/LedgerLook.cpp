@@ -57,8 +57,7 @@ std::string LedgerLook::Problem() const {
 }
 
 std::vector<LedgerLook::Count> LedgerLook::Counts() {
-  // For writing too: a reader alone would leave the files of the write-ahead log behind.
-  platform::SqliteDatabase database(m_path);
+  platform::SqliteDatabase database(m_path, platform::SqliteDatabase::Open::kReadWrite);
   platform::SqliteStatement query = database.Prepare(
       "SELECT FOLDERNAME, TARGET, count(*) FROM MAILBOXINFO GROUP BY 1, 2 ORDER BY 1, 2");
   std::vector<Count> counts;

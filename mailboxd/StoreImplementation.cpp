@@ -23,9 +23,11 @@ void Store::Implementation::Transaction::Commit() {
 
 Store::Implementation::Implementation(const std::string& path, Mode mode)
     : m_writes(mode == Mode::kReadWrite),
-      m_database(path, mode == Mode::kReadOnly ? platform::SqliteDatabase::Open::kReadOnly
+      m_database(path, mode == Mode::kReadOnly ? platform::SqliteDatabase::Open::kReadWrite
                                                : platform::SqliteDatabase::Open::kReadWriteCreate) {
-  if (mode == Mode::kReadWrite) {
+  if (mode == Mode::kReadOnly) {
+    m_database.Execute("PRAGMA query_only=ON");
+  } else {
     m_database.Execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL");
     m_database.Execute("PRAGMA foreign_keys=ON; PRAGMA journal_size_limit=16777216");
   }

@@ -18,6 +18,18 @@ void Check(sqlite3* pDatabase, int nCode) {
   if (nCode != SQLITE_OK) Throw(pDatabase, nCode);
 }
 
+int FlagsOf(SqliteDatabase::Open eOpen) {
+  switch (eOpen) {
+    case SqliteDatabase::Open::kReadOnly:
+      return SQLITE_OPEN_READONLY;
+    case SqliteDatabase::Open::kReadWrite:
+      return SQLITE_OPEN_READWRITE;
+    case SqliteDatabase::Open::kReadWriteCreate:
+      break;
+  }
+  return SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+}
+
 // An empty text or blob is a value; a null pointer would bind NULL.
 const char* NeverNull(std::string_view str) { return str.data() ? str.data() : ""; }
 
@@ -99,8 +111,7 @@ bool SqliteStatement::IsNull(int nColumn) const {
 void SqliteDatabase::CloseDatabase::operator()(sqlite3* p) const { sqlite3_close_v2(p); }
 
 SqliteDatabase::SqliteDatabase(const std::string& strPath, Open eOpen) {
-  const int nFlags =
-      eOpen == Open::kReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+  const int nFlags = FlagsOf(eOpen);
   sqlite3* pDatabase = nullptr;
   const int nCode =
       sqlite3_open_v2(strPath.c_str(), &pDatabase, nFlags | SQLITE_OPEN_EXRESCODE, nullptr);

@@ -58,7 +58,9 @@ class SqliteStatement {
 class SqliteDatabase {
  public:
   SqliteDatabase() = default;
-  enum class Open { kReadWriteCreate, kReadOnly };
+  // A reader alone leaves the files of a write-ahead log behind when it closes: kReadWrite, which
+  // makes no database either, takes them away, and opens what is write-protected for reading.
+  enum class Open { kReadWriteCreate, kReadWrite, kReadOnly };
   // Path of this system. Throws SqliteError. Busy time-out 5 s.
   explicit SqliteDatabase(const std::string& strPath, Open eOpen = Open::kReadWriteCreate);
 
