@@ -6,8 +6,8 @@
 
 #include <fmt/format.h>
 
+#include "client/CommandFiles.h"
 #include "client/EmailJson.h"
-#include "client/MailCommandFiles.h"
 #include "client/Names.h"
 #include "client/Source.h"
 #include "mime/base/AsciiText.h"
@@ -20,10 +20,12 @@ namespace {
 using nlohmann::ordered_json;
 
 std::string AddressText(const ordered_json& address) {
-  const std::string name = address["name"];
-  const std::string place = address["address"];
-  if (name.empty() || place.empty()) return name + place;
-  return fmt::format("{} <{}>", name, place);
+  mail::_ckEmailAddress person;
+  (void)person.m_friendlyName.setString(address["name"].get<std::string>());
+  (void)person.m_address.setString(address["address"].get<std::string>());
+  mail::StringBuffer text;
+  person.emitReadable(text);
+  return std::string(text.view());
 }
 
 std::string AddressesText(const ordered_json& addresses) {

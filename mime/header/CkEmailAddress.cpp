@@ -19,8 +19,13 @@ bool IsAtomChar(char ch) {
 // Whether a name may stand without quotes, where runs of blanks shrink.
 bool IsPlainName(std::string_view strName) {
   return strName.find("  ") == std::string_view::npos &&
-         std::all_of(strName.begin(), strName.end(),
-                     [](char ch) { return ch == ' ' || IsAtomChar(ch); });
+         std::all_of(strName.begin(), strName.end(), [](char ch) {
+           return ch == ' ' || static_cast<unsigned char>(ch) >= 0x80 || IsAtomChar(ch);
+         });
+}
+
+void AppendReadableName(std::string_view strName, StringBuffer& strOut) {
+  IsPlainName(strName) ? (void)strOut.append(strName) : appendQuoted(strName, strOut);
 }
 
 // Whether an address is one without brackets too.
@@ -35,10 +40,8 @@ void AppendName(std::string_view strName, int nCodePage, StringBuffer& strOut, L
   const PreparedText objName(strName, nCodePage, log);
   if (objName.needsEncoding()) {
     objName.appendWords(PreparedText::Words::kOneInAddress, strOut, log);
-  } else if (IsPlainName(objName.bytes())) {
-    (void)strOut.append(objName.bytes());
   } else {
-    appendQuoted(objName.bytes(), strOut);
+    AppendReadableName(objName.bytes(), strOut);
   }
 }
 
@@ -70,12 +73,21 @@ void _ckEmailAddress::loadList(std::string_view strValueUtf8,
 }
 
 void _ckEmailAddress::emit(StringBuffer& strOut, int nCodePage, LogBase& log) const {
+  if (!m_friendlyName.isEmpty()) AppendName(m_friendlyName.view(), nCodePage, strOut, log);
+  appendBehindName(strOut);
+}
+
+void _ckEmailAddress::emitReadable(StringBuffer& strOut) const {
+  if (!m_friendlyName.isEmpty()) AppendReadableName(m_friendlyName.view(), strOut);
+  appendBehindName(strOut);
+}
+
+void _ckEmailAddress::appendBehindName(StringBuffer& strOut) const {
   if (m_friendlyName.isEmpty()) {
     if (m_address.isEmpty()) return;
     AppendAddress(m_address, !IsPlainAddress(m_address.view()), strOut);
     return;
   }
-  AppendName(m_friendlyName.view(), nCodePage, strOut, log);
   // A name alone stays one, unless it looks like an address.
   const bool bAlone =
       m_address.isEmpty() && m_friendlyName.view().find('@') == std::string_view::npos;

@@ -30,12 +30,17 @@ class _ckEmailAddress : public LibraryObject {
   // Appends "Name <address>" for a mail in that code page (0: UTF-8): the name in quotes or as an
   // encoded word where it must be. Not folded.
   void emit(StringBuffer& strOut, int nCodePage, LogBase& log) const;
-  // The same for each, with ", " between them.
+  // The same for people: UTF-8, with no encoded words.
+  void emitReadable(StringBuffer& strOut) const;
+  // emit for each, with ", " between them.
   static void emitList(const ExtPtrArrayOf<_ckEmailAddress>& arrAddresses, StringBuffer& strOut,
                        int nCodePage, LogBase& log);
 
   StringBuffer m_friendlyName;  // UTF-8, decoded, without quotes
   StringBuffer m_address;       // without brackets
+
+ private:
+  void appendBehindName(StringBuffer& strOut) const;
 };
 
 }  // namespace mail
