@@ -1,5 +1,8 @@
 #include "client/Plan.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
 #include <unordered_map>
 
 #include <fmt/format.h>
@@ -9,9 +12,18 @@
 namespace client {
 namespace {
 
-std::string NameBelow(const std::string& root, const std::string& location) {
-  if (location.starts_with(root + "/")) return location.substr(root.size() + 1);
-  return location.substr(location.rfind('/') + 1);
+std::string_view LastName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+// How much of an item's location people need not read: what lies above its source. One source alone
+// goes unnamed if it is a folder; of several that end alike each is named by its whole path.
+std::size_t Unneeded(const std::string& source, const std::vector<std::string>& sources) {
+  const auto alike = std::count_if(sources.begin(), sources.end(), [&](const std::string& other) {
+    return other != source && LastName(other) == LastName(source);
+  });
+  if (alike > 0) return 0;
+  std::error_code error;
+  const bool alone = sources.size() == 1 && std::filesystem::is_directory(source, error);
+  return alone ? source.size() + 1 : source.size() - LastName(source).size();
 }
 
 // The type of a prepared item that the engine cannot save; empty for every other item. One that
@@ -37,8 +49,9 @@ Plan MakePlan(const std::vector<std::string>& paths) {
       throw SourceError(path + ": " + error.what());
     }
     const Source* source = plan.sources.back().get();
+    const std::size_t unneeded = Unneeded(path, paths);
     for (SourceItem& item : source->List(plan.problems)) {
-      std::string name = NameBelow(path, item.location);
+      std::string name = item.location.substr(std::min(unneeded, item.location.size()));
       if (const std::string type = UnsupportedType(item); !type.empty()) {
         plan.unsupported.push_back({name, fmt::format("{}: not supported yet", type)});
         continue;

@@ -14,7 +14,8 @@ struct Plan {
   struct Entry {
     const Source* source = nullptr;
     SourceItem item;
-    std::string name;  // for people: the location below its source
+    // For people: the location below its source, behind the source where there are several.
+    std::string name;
   };
   std::vector<std::unique_ptr<Source>> sources;
   std::vector<Entry> entries;
