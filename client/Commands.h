@@ -8,7 +8,9 @@ class App;
 }
 
 // The subcommands of tarny. Each reads the arguments behind its name, writes data to standard
-// output and messages to standard error, and returns the exit code.
+// output and messages to standard error, and returns the exit code: kExitUsage for a command line
+// that means nothing, kExitFailed for all that goes wrong with the work, a file that is not there
+// among it. A std::exception that leaves one is told behind its name and counts as kExitFailed.
 namespace client {
 
 enum ExitCode { kExitDone = 0, kExitFailed = 1, kExitUsage = 2 };

@@ -4,10 +4,12 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <stdexcept>
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "html/charset/CharsetNames.h"
 #include "html/charset/EncodingConvert.h"
@@ -27,37 +29,25 @@ std::optional<unsigned> PageOf(const std::string& text) {
   return static_cast<unsigned>(page);
 }
 
-// All of standard input; false with a message on standard error.
-bool ReadInput(mail::DataBuffer& input) {
+void ReadInput(mail::DataBuffer& input) {
   std::array<char, 65536> block;
   while (const std::size_t count = std::fread(block.data(), 1, block.size(), stdin)) {
-    if (input.append(block.data(), count)) continue;
-    fmt::print(stderr, "tarny convert: the input is too large\n");
-    return false;
+    if (!input.append(block.data(), count)) throw std::runtime_error("the input is too large");
   }
-  if (std::ferror(stdin) == 0) return true;
-  fmt::print(stderr, "tarny convert: cannot read the input: {}\n", std::strerror(errno));
-  return false;
-}
-
-bool WriteOutput(const mail::DataBuffer& output) {
-  const std::size_t size = output.getSize();
-  // An empty output has no bytes to point at.
-  const bool written = size == 0 || std::fwrite(output.getData(), 1, size, stdout) == size;
-  if (written && std::fflush(stdout) == 0) return true;
-  fmt::print(stderr, "tarny convert: cannot write the output: {}\n", std::strerror(errno));
-  return false;
+  if (std::ferror(stdin) != 0) {
+    throw std::runtime_error(CannotRead("the input", std::strerror(errno)));
+  }
 }
 
 int Convert(unsigned from, unsigned to) {
   mail::DataBuffer input;
-  if (!ReadInput(input)) return kExitFailed;
+  ReadInput(input);
   mail::EncodingConvert converter;
   mail::DataBuffer output;
   mail::LogNull log;
   const bool converted =
       converter.EncConvert(from, to, input.getData(), input.getSize(), output, log);
-  if (!WriteOutput(output)) return kExitFailed;
+  WriteOutput(output.view());
   if (converted && !converter.m_hadErrors) return kExitDone;
   // A page that never converts is another matter than a stray character.
   if (!mail::EncodingConvert::converts(from) || !mail::EncodingConvert::converts(to)) {

@@ -3,10 +3,11 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/EmailJson.h"
 #include "client/EmailText.h"
-#include "client/MailCommandFiles.h"
+#include "client/Names.h"
 #include "client/Source.h"
 #include "mime/base/LogNull.h"
 #include "mime/email/EmailBuilding.h"
@@ -39,7 +40,7 @@ int RunEmail(const Arguments& arguments) {
     WriteOutput(html ? HtmlOfMail(*email) : json ? Json(*email) : ReadableMail(*email));
     return kExitDone;
   } catch (const SourceError& error) {
-    fmt::print(stderr, "tarny email: {}: {}\n", path, error.what());
+    fmt::print(stderr, "tarny email: {}: {}\n", OneLine(path), error.what());
     return kExitFailed;
   }
 }

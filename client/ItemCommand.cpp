@@ -4,7 +4,9 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "client/CommandFiles.h"
 #include "client/Commands.h"
+#include "client/ItemWriter.h"
 #include "client/Names.h"
 #include "client/PreparedItem.h"
 #include "client/Source.h"
@@ -59,6 +61,7 @@ int RunItem(const Arguments& arguments) {
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
   try {
+    RequireReadable(folder + "/" + std::string(kDescriptorName));
     nlohmann::ordered_json item = ItemAsJson(ReadPreparedItem(folder));
     item["files"] = ListPreparedFiles(folder).files;
     std::cout << item.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";

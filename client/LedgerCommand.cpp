@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/LedgerLook.h"
 #include "client/Names.h"
@@ -35,19 +36,17 @@ int RunLedger(const Arguments& arguments) {
   std::string file;
   bool json = false;
   CLI::App app("Shows how many items a ledger holds, by target and folder.", "tarny ledger");
-  app.add_option("FILE", file, "The ledger: SQLLiteNew.db in a run folder")
-      ->required()
-      ->check(CLI::ExistingFile);
+  app.add_option("FILE", file, "The ledger: SQLLiteNew.db in a run folder")->required();
   app.add_flag("--json", json, "As JSON");
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
+  RequireReadable(file);
   try {
     const std::vector<LedgerLook::Count> counts = LedgerLook(file).Counts();
     json ? PrintJson(counts) : Print(counts);
     return kExitDone;
   } catch (const platform::SqliteError& error) {
-    std::cerr << fmt::format("tarny ledger: {}: {}\n", OneLine(file), error.what());
-    return kExitFailed;
+    throw std::runtime_error(CannotRead(file, error.what()));
   }
 }
 

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 
@@ -12,12 +13,14 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/EmailText.h"
 #include "client/Names.h"
 #include "mailboxd/Store.h"
 #include "mime/base/LogNull.h"
 #include "mime/email/EmailBuilding.h"
+#include "platform/Sqlite.h"
 #include "platform/UniqueFd.h"
 
 namespace client {
@@ -229,11 +232,18 @@ int Export(mailbox::Store& store, const MailboxOptions& options) {
   return kExitFailed;
 }
 
+std::unique_ptr<mailbox::Store> OpenStore(const std::string& file) {
+  RequireReadable(file);
+  try {
+    return std::make_unique<mailbox::Store>(file, mailbox::Store::Mode::kReadOnly);
+  } catch (const platform::SqliteError& error) {
+    throw std::runtime_error(CannotRead(file, error.what()));
+  }
+}
+
 CLI::App* AddCommand(CLI::App& app, const char* name, const char* help, MailboxOptions& options) {
   CLI::App* command = app.add_subcommand(name, help);
-  command->add_option("--data", options.data, "Folder of the local mailbox")
-      ->required()
-      ->check(CLI::ExistingDirectory);
+  command->add_option("--data", options.data, "Folder of the local mailbox")->required();
   return command;
 }
 
@@ -261,13 +271,9 @@ int RunMailbox(const Arguments& arguments) {
   save->add_option("OUT", options.out, "A folder that is new or empty")->required();
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
-  const std::string file = options.data + "/mailbox.db";
-  if (!std::filesystem::exists(file)) {
-    throw std::runtime_error(options.data + " holds no local mailbox");
-  }
-  mailbox::Store store(file, mailbox::Store::Mode::kReadOnly);
-  if (*show) return Show(store, options);
-  return *save ? Export(store, options) : List(store, options);
+  const auto store = OpenStore(options.data + "/mailbox.db");
+  if (*show) return Show(*store, options);
+  return *save ? Export(*store, options) : List(*store, options);
 }
 
 }  // namespace client

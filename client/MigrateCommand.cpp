@@ -2,11 +2,13 @@
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <utility>
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/Console.h"
 #include "client/LocalMailbox.h"
@@ -61,14 +63,20 @@ void Describe(CLI::App& app, MigrateOptions& options) {
                  "list of sources and target");
   app.add_option("--target", options.target.kind, "mailbox, archive, public or group")
       ->check(CLI::IsMember({"mailbox", "archive", "public", "group"}));
-  app.add_option("--user", options.target.user, "Mail address to log on with");
-  app.add_option("--password-file", options.passwordFile,
-                 "File whose first line is the password; asked for otherwise");
-  app.add_option("--tenant", options.target.tenant,
-                 "Tenant id: log on as a registered application instead of a user");
-  app.add_option("--client", options.target.clientId, "Id of the application");
+  CLI::Option* const user =
+      app.add_option("--user", options.target.user, "Mail address to log on with");
+  CLI::Option* const password =
+      app.add_option("--password-file", options.passwordFile,
+                     "File whose first line is the password; asked for otherwise");
+  CLI::Option* const tenant =
+      app.add_option("--tenant", options.target.tenant,
+                     "Tenant id: log on as a registered application instead of a user")
+          ->excludes(user)
+          ->excludes(password);
+  app.add_option("--client", options.target.clientId, "Id of the application")->needs(tenant);
   app.add_option("--client-secret-file", options.secretFile,
-                 "File whose first line is the application's secret; asked for otherwise");
+                 "File whose first line is the application's secret; asked for otherwise")
+      ->needs(tenant);
   app.add_option("--mailbox", options.target.mailbox,
                  "Address of the mailbox to fill, where it is not the user's own; the group's "
                  "address for --target group");
@@ -79,8 +87,9 @@ void Describe(CLI::App& app, MigrateOptions& options) {
   app.add_flag("--from-mime", options.fromMime,
                "Also hand over subject and addresses as the mail's header, decoded here, gives "
                "them; else the server reads them out of the mail");
-  app.add_flag("--insecure", options.insecure, "Accept every server certificate");
-  app.add_option("--ca-file", options.caFile, "Certificates to trust, PEM");
+  CLI::Option* const insecure =
+      app.add_flag("--insecure", options.insecure, "Accept every server certificate");
+  app.add_option("--ca-file", options.caFile, "Certificates to trust, PEM")->excludes(insecure);
   app.add_option(
       "--trust-host", options.trustHosts,
       "A host that autodiscovery may give the password to, besides the address's domain");
@@ -91,7 +100,7 @@ void Describe(CLI::App& app, MigrateOptions& options) {
 std::string FullPath(const std::string& path) {
   std::error_code error;
   const auto full = std::filesystem::canonical(path, error);
-  if (error) throw UsageError(fmt::format("{}: {}", path, error.message()));
+  if (error) throw std::runtime_error(CannotRead(path, error.message()));
   return full.string();
 }
 
@@ -118,6 +127,20 @@ void RequireRunOutside(const MigrateOptions& options) {
   }
 }
 
+// The local mailbox is served by this program, which knows its address and certificate.
+void RequireNothingOfServers(const MigrateOptions& options) {
+  const std::pair<const char*, bool> given[] = {
+      {"--tenant", options.target.TokenRoute()},
+      {"--ca-file", !options.caFile.empty()},
+      {"--trust-host", !options.trustHosts.empty()},
+      {"--autodiscover-url", !options.autodiscoverUrl.empty()},
+      {"--authority-url", !options.authorityUrl.empty()},
+      {"--insecure", options.insecure}};
+  for (const auto& [name, isGiven] : given) {
+    if (isGiven) throw UsageError(fmt::format("{} has no meaning with --to local:", name));
+  }
+}
+
 void Complete(MigrateOptions& options) {
   RequireNoSecret("--to", options.to);
   RequireNoSecret("--autodiscover-url", options.autodiscoverUrl);
@@ -133,7 +156,7 @@ void Complete(MigrateOptions& options) {
     const auto folder =
         std::filesystem::weakly_canonical(std::filesystem::absolute(target.LocalFolder()), error);
     target.address = "local:" + folder.string();
-    if (target.TokenRoute()) throw UsageError("--tenant has no meaning with --to local:");
+    RequireNothingOfServers(options);
     if (target.user.empty()) target.user = kLocalUser;
   } else if (options.to != "office365" && !options.to.starts_with("https://") &&
              !options.to.starts_with("http://")) {

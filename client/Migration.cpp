@@ -55,7 +55,7 @@ Summary Migration::Run(const Plan& plan) {
   m_summary.total = plan.entries.size();
   try {
     for (const Plan::Entry& entry : plan.entries) {
-      if (StopRequested()) m_summary.stopped = "stopped as asked";
+      if (StopRequested()) m_summary.stopped = "asked to stop";
       if (!m_summary.stopped.empty()) break;
       const Outcome outcome = Handle(entry);
       Note(entry, outcome);

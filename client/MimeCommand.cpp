@@ -7,8 +7,8 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "client/CommandFiles.h"
 #include "client/Commands.h"
-#include "client/MailCommandFiles.h"
 #include "client/MimeJson.h"
 #include "client/MimeNotes.h"
 #include "client/Names.h"
@@ -169,15 +169,15 @@ int RunMime(const Arguments& arguments) {
   app.add_flag("--body", options.body, "The decoded body alone, in UTF-8 if it is text");
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
-  if (options.json + options.body + (options.rewrite || options.bytes) > 1) {
-    fmt::print(stderr, "tarny mime: --json, --body and --rewrite or --bytes exclude each other\n");
+  if (options.json + options.body + options.rewrite + options.bytes > 1) {
+    fmt::print(stderr, "tarny mime: --json, --body, --rewrite and --bytes exclude each other\n");
     return kExitUsage;
   }
   try {
     WriteOutput(Shown(options));
     return kExitDone;
   } catch (const SourceError& error) {
-    fmt::print(stderr, "tarny mime: {}: {}\n", options.path, error.what());
+    fmt::print(stderr, "tarny mime: {}: {}\n", OneLine(options.path), error.what());
     return kExitFailed;
   }
 }

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include "client/CommandFiles.h"
 #include "client/SourceFiles.h"
 
 namespace client {
@@ -38,12 +39,13 @@ std::string ReadSecret(const std::string& fileName, const std::string& prompt,
   if (!fileName.empty()) {
     try {
       secret = ReadWholeFile(fileName);
-    } catch (const SourceError& error) {
-      throw SecretError(fmt::format("{}: {} {}", option, fileName, error.what()));
+    } catch (const ReadError& error) {
+      throw std::runtime_error(CannotRead(fileName, error.Reason()));
     }
     secret.resize(std::min(secret.size(), secret.find_first_of("\r\n")));
-    if (secret.empty())
-      throw SecretError(fmt::format("{}: the first line of {} is empty", option, fileName));
+    if (secret.empty()) {
+      throw std::runtime_error(CannotRead(fileName, "its first line is empty"));
+    }
     return secret;
   }
   if (!isatty(STDIN_FILENO)) {
@@ -53,7 +55,7 @@ std::string ReadSecret(const std::string& fileName, const std::string& prompt,
   fmt::print(stderr, "{}: ", prompt);
   std::getline(std::cin, secret);
   fmt::print(stderr, "\n");
-  if (secret.empty()) throw SecretError("nothing was typed");
+  if (secret.empty()) throw std::runtime_error("nothing was typed");
   return secret;
 }
 

@@ -80,9 +80,9 @@ platform::UniqueFd OpenSourceFile(const std::string& path, Links links) {
   platform::UniqueFd file(open(path.c_str(), flags));
   struct stat status;
   if (!file || fstat(file.Get(), &status) != 0) {
-    throw SourceError(std::string("cannot be read: ") + std::strerror(errno));
+    throw ReadError(std::strerror(errno));
   }
-  if (!S_ISREG(status.st_mode)) throw SourceError("is no regular file");
+  if (!S_ISREG(status.st_mode)) throw ReadError("it is no regular file");
   return file;
 }
 
@@ -91,7 +91,7 @@ void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::st
   for (;;) {
     const ssize_t got = read(file.Get(), piece.data(), piece.size());
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw SourceError(std::string("cannot be read: ") + std::strerror(errno));
+    if (got < 0) throw ReadError(std::strerror(errno));
     if (got == 0) return;
     take(std::string_view(piece).substr(0, static_cast<size_t>(got)));
   }
@@ -100,7 +100,7 @@ void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::st
 std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length) {
   const platform::UniqueFd file = OpenSourceFile(path, Links::kFollow);
   struct stat status;
-  if (fstat(file.Get(), &status) != 0) throw SourceError("cannot be read");
+  if (fstat(file.Get(), &status) != 0) throw ReadError(std::strerror(errno));
   const auto size = static_cast<std::uint64_t>(status.st_size);
   length = offset < size ? std::min(length, size - offset) : 0;
   std::string bytes(length, '\0');
@@ -109,8 +109,8 @@ std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::ui
     const ssize_t got = pread(file.Get(), bytes.data() + done, bytes.size() - done,
                               static_cast<off_t>(offset + done));
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw SourceError(std::string("cannot be read: ") + std::strerror(errno));
-    if (got == 0) throw SourceError("became shorter while it was read");
+    if (got < 0) throw ReadError(std::strerror(errno));
+    if (got == 0) throw ReadError("it became shorter while it was read");
     done += static_cast<size_t>(got);
   }
   return bytes;

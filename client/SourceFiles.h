@@ -12,6 +12,17 @@
 // What the sources share: folders in a fixed order, and files read whole.
 namespace client {
 
+// A file cannot be read: what() is "cannot be read: " and the reason, which Reason() gives alone.
+class ReadError : public SourceError {
+ public:
+  explicit ReadError(const std::string& reason)
+      : SourceError("cannot be read: " + reason), m_reason(reason) {}
+  const std::string& Reason() const { return m_reason; }
+
+ private:
+  std::string m_reason;
+};
+
 inline constexpr std::string_view kInbox = "Inbox\\";
 
 enum class EntryKind { kFile, kFolder, kFolderLink, kOther };
@@ -30,14 +41,14 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
 SourceProblem OddEntry(const std::string& path, EntryKind kind);
 
 enum class Links { kFollow, kRefuse };
-// Opens a regular file to be read. Throws SourceError with the reason.
+// Opens a regular file to be read. Throws ReadError.
 platform::UniqueFd OpenSourceFile(const std::string& path, Links links);
 
 // Hands a file over from its beginning to its end, a piece at a time; a piece is good during the
-// call. Throws SourceError with the reason, and what `take` throws.
+// call. Throws ReadError, and what `take` throws.
 void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::string_view)>& take);
 
-// Reads length bytes of a file from offset, or to its end. Throws SourceError with the reason.
+// Reads length bytes of a file from offset, or to its end. Throws ReadError.
 std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length);
 std::string ReadWholeFile(const std::string& path);
 

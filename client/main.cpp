@@ -3,9 +3,11 @@
 #include <array>
 #include <cstdio>
 #include <exception>
+#include <string>
 #include <string_view>
 
 #include "client/Commands.h"
+#include "client/Names.h"
 #include "html/charset/LibraryNarrow.h"
 
 namespace {
@@ -30,7 +32,7 @@ void PrintUsage(std::FILE* out) {
   for (const Command& command : kCommands) {
     std::fprintf(out, "  %-10s %s\n", command.name.data(), command.help.data());
   }
-  std::fputs("\ntarny SUBCOMMAND --help tells more.\n", out);
+  std::fputs("\ntarny SUBCOMMAND --help tells more; tarny --version tells which this is.\n", out);
 }
 
 }  // namespace
@@ -43,16 +45,23 @@ int main(int argc, char** argv) {
     PrintUsage(arguments.empty() ? stderr : stdout);
     return arguments.empty() ? client::kExitUsage : client::kExitDone;
   }
+  if (arguments[0] == "--version") {
+    std::puts("tarny " TARNY_VERSION);
+    return client::kExitDone;
+  }
   for (const Command& command : kCommands) {
     if (arguments[0] != command.name) continue;
     try {
       return command.run({arguments.begin() + 1, arguments.end()});
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "tarny %s: %s\n", command.name.data(), error.what());
+      const std::string text = client::OneLine(error.what());
+      std::fprintf(stderr, "tarny %s: %s\n", command.name.data(), text.c_str());
       return client::kExitFailed;
     }
   }
-  std::fprintf(stderr, "tarny: there is no subcommand '%s'\n\n", arguments[0].c_str());
+  const std::string name = client::OneLine(arguments[0]);
+  std::fprintf(stderr, "tarny: there is no %s '%s'\n\n",
+               name.starts_with('-') ? "option" : "subcommand", name.c_str());
   PrintUsage(stderr);
   return client::kExitUsage;
 }

@@ -1,4 +1,4 @@
-// `tarny email` and `tarny mime` as programs.
+// `tarny` as a program: what its subcommands for one mail show, and what all of them refuse.
 
 #include <string>
 
@@ -94,18 +94,38 @@ TEST(MimeCommand, WritesTheMessageOrAPartOfItOutAgain) {
   EXPECT_EQ(json["parts"][1]["path"], "0.1");
 }
 
-TEST(MailCommands, TellWhatIsWrong) {
+TEST(EmailCommand, AShownAddressListCanBeReadAgain) {
+  const Result result = Tarny("email INPUT",
+                              "From: =?utf-8?Q?J=C3=B6rg_Ott?= <j@a.example>\n"
+                              "To: \"Ott, Jo\" <o@a.example>, =?utf-8?Q?a<b>_\"c\"?= <b@a.example>,"
+                              " d@a.example\n\nx\n");
+  EXPECT_EQ(result.out,
+            "From:    J\xC3\xB6rg Ott <j@a.example>\n"
+            "To:      \"Ott, Jo\" <o@a.example>, \"a<b> \\\"c\\\"\" <b@a.example>, d@a.example\n"
+            "\nx\n");
+}
+
+TEST(Commands, TellWhatIsWrong) {
   struct Case {
     const char* arguments;
     int exitCode;
     const char* err;
   };
   const Case cases[] = {
-      {"email /nowhere/mail.eml", 1, "tarny email: /nowhere/mail.eml: "},
-      {"mime /nowhere/mail.eml", 1, "tarny mime: /nowhere/mail.eml: "},
+      {"email /nowhere", 1, "tarny email: cannot read /nowhere: No such file or directory\n"},
+      {"mime /nowhere", 1, "tarny mime: cannot read /nowhere: "},
+      {"mime /dev/null", 1, "cannot read /dev/null: it is no regular file"},
+      {"item /nowhere", 1, "tarny item: cannot read /nowhere/"},
+      {"ledger /nowhere", 1, "tarny ledger: cannot read /nowhere: "},
+      {"ledger INPUT", 1, "file is not a database"},
+      {"mailbox ls --data /nowhere", 1, "tarny mailbox: cannot read /nowhere/"},
+      {"migrate /nowhere --to local:x --run x", 1, "tarny migrate: cannot read /nowhere: "},
+      {"migrate $(dirname INPUT) --to https://x/ --run x --user u --password-file /nowhere", 1,
+       "tarny migrate: cannot read /nowhere: "},
       {"mime INPUT --part 0.7", 1, "there is no part '0.7'"},
       {"mime INPUT --part x", 1, "there is no part 'x'"},
       {"mime INPUT --json --body", 2, "exclude each other"},
+      {"mime INPUT --rewrite --bytes", 2, "exclude each other"},
       {"email INPUT --json --html", 2, "--html"},
       {"email", 2, "FILE"},
   };
@@ -113,8 +133,15 @@ TEST(MailCommands, TellWhatIsWrong) {
     const Result result = Tarny(c.arguments, kMail);
     EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
     EXPECT_THAT(result.err, HasSubstr(c.err)) << c.arguments;
+    EXPECT_EQ(result.out, "") << c.arguments;
   }
   EXPECT_THAT(Tarny("email --html INPUT", "Subject: x\n\nplain\n").err, HasSubstr("no HTML text"));
+  for (const char* command : {"email INPUT", "mime INPUT", "mime --json INPUT"}) {
+    const Result empty = Tarny(command, "");
+    EXPECT_EQ(empty.exitCode, 1) << command;
+    EXPECT_THAT(empty.err, HasSubstr(": it is empty\n")) << command;
+  }
+  EXPECT_THAT(Tarny("--version", "").out, testing::MatchesRegex("tarny [0-9.]+\n"));
 }
 
 }  // namespace

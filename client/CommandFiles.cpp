@@ -1,0 +1,52 @@
+#include "client/CommandFiles.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "client/Names.h"
+#include "client/SourceFiles.h"
+#include "platform/NarrowText.h"
+
+namespace client {
+
+std::string CannotRead(std::string_view path, std::string_view reason) {
+  return fmt::format("cannot read {}: {}", OneLine(path), reason);
+}
+
+void RequireReadable(const std::string& path) {
+  try {
+    (void)OpenSourceFile(path, Links::kFollow);
+  } catch (const ReadError& error) {
+    throw std::runtime_error(CannotRead(path, error.Reason()));
+  }
+}
+
+std::string ReadMailFile(const std::string& path) {
+  constexpr unsigned kWesternPage = 1252;
+  platform::SetAnsiCodePage(kWesternPage);
+  try {
+    std::string bytes = ReadWholeFile(path);
+    if (bytes.empty()) throw ReadError("it is empty");
+    return bytes;
+  } catch (const ReadError& error) {
+    throw std::runtime_error(CannotRead(path, error.Reason()));
+  }
+}
+
+void WriteOutput(std::string_view bytes) {
+  if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() &&
+      std::fflush(stdout) == 0) {
+    return;
+  }
+  throw std::runtime_error(fmt::format("cannot write the output: {}", std::strerror(errno)));
+}
+
+std::string SizeText(std::size_t bytes) {
+  return fmt::format("{} byte{}", bytes, bytes == 1 ? "" : "s");
+}
+
+}  // namespace client
