@@ -211,6 +211,7 @@ bool BodyDecoding::toUtf8(Decoded& objDecoded) {
   m_bReally1252 = nPage == kWindows1252 && m_nPage != kWindows1252 && mayBeRelabelled();
   m_bOverruled = nPage != m_nPage && m_nPage != 0 && !m_bReally1252 &&
                  m_nEncoding == Encoding::kQuotedPrintable;
+  m_nTextPage = nPage;
   return nPage == kUtf8 ? keep(objDecoded) : convert(nPage, objDecoded);
 }
 
@@ -266,8 +267,11 @@ bool BodyDecoding::convert(int nPage, Decoded& objDecoded) {
   }
   DataBuffer& arrBody = m_objEntity.m_body;
   (void)arrBody.reserve(strBytes.size());
-  if (EncodingConvert().EncConvert(static_cast<unsigned>(nPage), kUtf8, strBytes.data(),
-                                   strBytes.size(), arrBody, m_log)) {
+  EncodingConvert objConvert;
+  const bool bConverted = objConvert.EncConvert(static_cast<unsigned>(nPage), kUtf8,
+                                                strBytes.data(), strBytes.size(), arrBody, m_log);
+  m_bLossy = objConvert.m_hadErrors;
+  if (bConverted) {
     m_objEntity.m_bConverted = true;
     return true;
   }

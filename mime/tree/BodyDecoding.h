@@ -23,6 +23,10 @@ class BodyDecoding {
 
   // False for want of memory.
   bool decode(std::string_view strBytes);
+  // Afterwards: the page that the text was in, 65001 for one that stayed as it was, 0 for a body
+  // that is no text; and whether some of its bytes mean nothing in that page.
+  int textPage() const { return m_nTextPage; }
+  bool isLossy() const { return m_bLossy; }
 
  private:
   enum class Encoding { kNone, kBase64, kQuotedPrintable, kUuencode };
@@ -63,6 +67,8 @@ class BodyDecoding {
   bool m_bDropped = false;  // the type took away the charset that the header names
   bool m_bText = false;
   int m_nPage = 0;  // working charset; 0: none
+  int m_nTextPage = 0;
+  bool m_bLossy = false;
   bool m_bReally1252 = false;
   bool m_bOverruled = false;  // the bytes showed another charset than the header names
 };

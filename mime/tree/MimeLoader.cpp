@@ -1,5 +1,6 @@
 #include "mime/tree/MimeLoader.h"
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "mime/base/LogNull.h"
 #include "mime/tree/BodyDecoding.h"
 #include "mime/tree/ByteSearch.h"
+#include "mime/tree/LoadObserver.h"
 
 namespace mail {
 namespace {
@@ -51,6 +53,7 @@ struct MimeLoader::Delimiters {
   std::string strBoundary;
   std::string_view strLineEnd = "\r\n";
   std::size_t nFirst = npos;  // where the first one stands
+  bool bMended = false;       // the boundary is not spelt as in the header
 
   std::string line() const { return std::string("--").append(strBoundary).append(strLineEnd); }
   std::string closing() const { return "--" + strBoundary + "--"; }
@@ -60,7 +63,8 @@ MimeLoader::MimeLoader(const MimeMessage2::LoadOptions& objOptions, LogBase& log
     : m_bRepair(objOptions.bRepair),
       m_bUtf8(objOptions.bUtf8),
       m_strClue(objOptions.strClue),
-      m_log(log) {}
+      m_log(log),
+      m_pObserver(objOptions.pObserver) {}
 
 bool MimeLoader::load(MimeMessage2& objRoot, std::string_view strBytes) {
   objRoot.clear();
@@ -77,6 +81,7 @@ bool MimeLoader::load(MimeMessage2& objRoot, std::string_view strBytes) {
 }
 
 bool MimeLoader::loadEntity(MimeMessage2& objEntity, SourceRange objRange, std::size_t nDepth) {
+  if (m_pObserver != nullptr) m_pObserver->entityBegins(objEntity);
   skipMboxLine(objRange);
   std::unique_ptr<SourceText> pRewritten;
   const HeaderEnd objEnd = findEndOfHeader2(objRange, m_bRepair, pRewritten, m_log);
@@ -96,10 +101,13 @@ void MimeLoader::skipMboxLine(SourceRange& objRange) {
 
 bool MimeLoader::loadParted(MimeMessage2& objEntity, SourceRange objRange, const HeaderEnd& objEnd,
                             std::size_t nDepth) {
+  std::string_view strHeader;
   if (objEnd.nPos > objRange.nBegin) {
     const std::size_t nLength = objEnd.nPos + objEnd.strMarker.size() - objRange.nBegin;
-    loadHeader(objEntity, objRange.view().substr(0, nLength), objEnd.strMarker);
+    strHeader = objRange.view().substr(0, nLength);
+    loadHeader(objEntity, strHeader, objEnd.strMarker);
   }
+  if (m_pObserver != nullptr) m_pObserver->headerRead(objEntity, strHeader, objEnd.strMarker);
   objRange.nBegin = objEnd.nPos;
   skipLineEnds(objRange);
   // Without a body too: what the type says of the charset holds for every leaf.
@@ -112,6 +120,7 @@ bool MimeLoader::loadWithoutEnd(MimeMessage2& objEntity, const SourceRange& objR
     m_log.LogInfo(
         "Parsing MIME assuming an empty header.  The default content-type is text/plain.");
     loadHeader(objEntity, "Content-Type: text/plain", {});
+    if (m_pObserver != nullptr) m_pObserver->headerRead(objEntity, {}, {});
     return decodeLeaf(objEntity, strText, true);
   }
   if (strText.size() > MimeMessage2::kMaxLoneHeader) {
@@ -121,6 +130,7 @@ bool MimeLoader::loadWithoutEnd(MimeMessage2& objEntity, const SourceRange& objR
   }
   m_log.LogInfo("Assuming the entire MIME message is a header with no body.");
   loadHeader(objEntity, strText, {});
+  if (m_pObserver != nullptr) m_pObserver->headerRead(objEntity, strText, {});
   return decodeLeaf(objEntity, {}, false);
 }
 
@@ -136,7 +146,10 @@ bool MimeLoader::parseMimeBody(MimeMessage2& objEntity, SourceRange objRange, st
   if (!objEntity.isMultipart() || objEntity.boundary().isEmpty()) {
     return decodeLeaf(objEntity, objRange.view(), false);
   }
-  if (objRange.size() == 0) return true;
+  if (objRange.size() == 0) {
+    if (m_pObserver != nullptr) m_pObserver->leafRead(objEntity, {});
+    return true;
+  }
   if (nDepth >= MimeMessage2::kMaxDepth) return keepUndivided(objEntity, objRange.view());
   Delimiters objDelimiters;
   if (!findFirst(objEntity, objRange, nDepth, objDelimiters)) {
@@ -168,6 +181,7 @@ bool MimeLoader::findFirst(MimeMessage2& objEntity, const SourceRange& objRange,
   objDelimiters.strLineEnd = "\n";
   if (bFound(strBoundary)) return true;
   m_log.LogError("Still did not find boundary...");
+  objDelimiters.bMended = true;
   constexpr std::string_view kAlternative = "=_alternative";
   if (const std::size_t nAt = strBoundary.find(kAlternative); nAt != npos) {
     std::string strSpaced = strBoundary;
@@ -212,6 +226,12 @@ bool MimeLoader::loadParts(MimeMessage2& objEntity, const SourceRange& objRange,
       nBegin = nNext + strLine.size();
     }
     if (objPart.size() >= kSmallestPart && !loadPart(objEntity, objPart, nDepth)) return false;
+    if (bLast && m_pObserver != nullptr) {
+      const std::size_t nBehind =
+          nNext == npos ? objRange.nEnd : std::min(nNext + strClosing.size(), objRange.nEnd);
+      m_pObserver->partsRead(objEntity, {nNext != npos, objDelimiters.bMended,
+                                         objText.view().substr(nBehind, objRange.nEnd - nBehind)});
+    }
   }
   return true;
 }
@@ -232,7 +252,13 @@ bool MimeLoader::loadPart(MimeMessage2& objEntity, const SourceRange& objPart, s
 bool MimeLoader::decodeLeaf(MimeMessage2& objEntity, std::string_view strBody, bool bTextForSure) {
   m_nSteps += strBody.size();
   BodyDecoding objDecoding(objEntity, {m_bUtf8, bTextForSure}, m_strClue, m_log);
-  return objDecoding.decode(strBody);
+  if (m_pObserver == nullptr) return objDecoding.decode(strBody);
+  const std::string strEncoding(objEntity.encoding().view());
+  const int nNamedPage = objEntity.charset().getCodePage();
+  if (!objDecoding.decode(strBody)) return false;
+  m_pObserver->leafRead(
+      objEntity, {strBody, strEncoding, nNamedPage, objDecoding.textPage(), objDecoding.isLossy()});
+  return true;
 }
 
 }  // namespace mail

@@ -45,6 +45,7 @@ class MimeLoader {
   bool m_bUtf8;
   std::string m_strClue;
   LogBase& m_log;
+  LoadObserver* m_pObserver;  // may be null
   std::uint64_t m_nSteps = 0;
   bool m_bHasUndivided = false;
 };

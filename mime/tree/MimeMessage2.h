@@ -18,6 +18,7 @@ namespace mail {
 
 class BinaryAsBase64;
 class BodyDecoding;
+class LoadObserver;
 class MimeLoader;
 class MimeWriter;
 class _ckContentType;
@@ -50,6 +51,7 @@ class MimeMessage2 : public LibraryObject {
     std::string_view strClue = {};    // name of the charset that raw header bytes may be in
     bool bUtf8 = false;               // the text was turned into UTF-8 already
     std::uint64_t* pSteps = nullptr;  // grows by the bytes examined, for those who count
+    LoadObserver* pObserver = nullptr;
   };
   // Replaces the entity by what the bytes hold. False, and an empty entity, only for a header that
   // is too large and for want of memory. The bytes are not needed afterwards.
