@@ -1,0 +1,74 @@
+#include "mime/header/ParameterList.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "mime/base/AsciiText.h"
+#include "mime/base/StringBuffer.h"
+#include "mime/encoding/ParameterPieces.h"
+#include "mime/header/AttributeReader.h"
+
+namespace mail {
+namespace {
+
+struct Piece {
+  unsigned nNumber = 0;
+  bool bEncoded = false;
+  std::string strValue;
+};
+
+struct Collected {
+  std::string strPlain;
+  std::vector<Piece> arrPieces;
+};
+
+std::string lowerCase(std::string_view strText) {
+  std::string strLower(strText);
+  std::transform(strLower.begin(), strLower.end(), strLower.begin(), toLowerAscii);
+  return strLower;
+}
+
+// Mailers may write the pieces in any order.
+std::string joined(std::vector<Piece>& arrPieces, LogBase& log) {
+  std::stable_sort(arrPieces.begin(), arrPieces.end(),
+                   [](const Piece& a, const Piece& b) { return a.nNumber < b.nNumber; });
+  ParameterPieces objPieces;
+  for (const Piece& objPiece : arrPieces) {
+    objPieces.add(objPiece.bEncoded ? "*" : "", objPiece.strValue);
+  }
+  StringBuffer strValue;
+  (void)objPieces.decode(strValue, log);
+  return std::string(strValue.view());
+}
+
+}  // namespace
+
+std::vector<MimeParameter> parametersOf(std::string_view strValueUtf8, LogBase& log) {
+  std::map<std::string, std::size_t> arrPlaces;
+  std::vector<std::pair<std::string, Collected>> arrFound;
+  for (AttributeReader objReader(strValueUtf8); objReader.next();) {
+    const std::string_view strGiven = objReader.name();
+    const std::string strName = lowerCase(strGiven.substr(0, strGiven.find('*')));
+    if (strName.empty()) continue;
+    const auto [place, bNew] = arrPlaces.try_emplace(strName, arrFound.size());
+    if (bNew) arrFound.push_back({strName, {}});
+    Collected& objFound = arrFound[place->second].second;
+    if (isPieceOf(strGiven, strName)) {
+      objFound.arrPieces.push_back(
+          {numberOfPiece(strGiven), strGiven.ends_with('*'), std::string(objReader.value())});
+    } else if (objFound.strPlain.empty()) {
+      objFound.strPlain = objReader.value();
+    }
+  }
+  std::vector<MimeParameter> arrParameters;
+  arrParameters.reserve(arrFound.size());
+  for (auto& [strName, objFound] : arrFound) {
+    arrParameters.push_back({strName, objFound.arrPieces.empty()
+                                          ? std::move(objFound.strPlain)
+                                          : joined(objFound.arrPieces, log)});
+  }
+  return arrParameters;
+}
+
+}  // namespace mail
