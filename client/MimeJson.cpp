@@ -1,12 +1,13 @@
 #include "client/MimeJson.h"
 
-#include <array>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "mime/base/LogNull.h"
 #include "mime/header/CkContentType.h"
+#include "mime/header/ParameterList.h"
 #include "platform/Sha256.h"
 
 namespace client {
@@ -16,23 +17,14 @@ using nlohmann::ordered_json;
 
 std::string Text(const mail::StringBuffer& buffer) { return std::string(buffer.view()); }
 
-ordered_json Parameters(const mail::_ckContentType& type) {
+ordered_json Parameters(const mail::MimeHeader& header) {
+  mail::LogNull log;
   ordered_json result = ordered_json::object();
-  const std::array<std::pair<const char*, const mail::StringBuffer*>, 9> parameters = {{
-      {"charset", &type.m_charset.getName()},
-      {"charset", &type.m_unknownCharset},
-      {"boundary", &type.m_boundary},
-      {"name", &type.m_name},
-      {"type", &type.m_typeParam},
-      {"report-type", &type.m_reportType},
-      {"protocol", &type.m_protocol},
-      {"micalg", &type.m_micalg},
-      {"smime-type", &type.m_smimeType},
-  }};
-  for (const auto& [name, value] : parameters) {
-    if (!value->isEmpty()) result[name] = Text(*value);
+  const mail::MimeField* const field = header.find("content-type");
+  if (field == nullptr) return result;
+  for (mail::MimeParameter& parameter : mail::parametersOf(field->value().view(), log)) {
+    result[parameter.strName] = std::move(parameter.strValue);
   }
-  if (type.m_bFormatFlowed) result["format"] = "flowed";
   return result;
 }
 
@@ -44,7 +36,8 @@ ordered_json Headers(const mail::MimeHeader& header) {
   return result;
 }
 
-ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& path) {
+ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& path,
+                        const MimeNotes* notes) {
   mail::LogNull log;
   mail::_ckContentType type;
   entity.getContentType(type, log);
@@ -54,7 +47,7 @@ ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& pat
   ordered_json result;
   result["path"] = path.empty() ? "." : path;
   result["type"] = Text(entity.contentType());
-  result["params"] = Parameters(type);
+  result["params"] = Parameters(entity.header());
   result["charset"] = Text(entity.charset().getName());
   result["code_page"] = entity.charset().getCodePage();
   result["encoding"] = Text(entity.encoding());
@@ -65,10 +58,14 @@ ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& pat
   result["sha256"] = platform::Sha256Hex(entity.body().view());
   result["headers"] = Headers(entity.header());
   if (entity.isUndivided()) result["undivided"] = true;
+  if (notes != nullptr) {
+    const std::vector<std::string> texts = notes->Of(entity);
+    if (!texts.empty()) result["notes"] = texts;
+  }
   result["parts"] = ordered_json::array();
   for (std::size_t n = 0; n < entity.partCount(); ++n) {
     const std::string place = (path.empty() ? "" : path + ".") + std::to_string(n);
-    result["parts"].push_back(EntityJson(*entity.part(n), place));
+    result["parts"].push_back(EntityJson(*entity.part(n), place, notes));
   }
   return result;
 }
@@ -76,8 +73,9 @@ ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& pat
 }  // namespace
 
 // The depth of a tree, and of this recursion, is bounded by MimeMessage2::kMaxDepth.
-ordered_json MimeJson(const mail::MimeMessage2& entity, const std::string& place) {
-  return EntityJson(entity, place == "." ? "" : place);
+ordered_json MimeJson(const mail::MimeMessage2& entity, const std::string& place,
+                      const MimeNotes* notes) {
+  return EntityJson(entity, place == "." ? "" : place, notes);
 }
 
 }  // namespace client

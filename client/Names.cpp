@@ -9,6 +9,13 @@ bool IsForbiddenControl(char16_t unit) {
   return (unit < 0x20 && unit != u'\t' && unit != u'\r' && unit != u'\n') || unit >= 0xFFFE;
 }
 
+// Controls without a picture, line separators, and what turns the direction of text, so that a name
+// reads as another.
+bool DrivesTerminal(char16_t unit) {
+  return (unit >= 0x80 && unit < 0xA0) || (unit >= 0x2028 && unit <= 0x202E) ||
+         (unit >= 0x2066 && unit <= 0x2069) || unit == 0x200E || unit == 0x200F || unit == 0x061C;
+}
+
 // Cuts UTF-8 to at most so many bytes without splitting a character.
 std::string_view CutAtCharacter(std::string_view text, size_t bytes) {
   if (text.size() <= bytes) return text;
@@ -78,7 +85,15 @@ std::string NumberedFileName(std::string_view name, int number) {
 std::string OneLine(std::string_view text) {
   std::u16string units = platform::Utf8ToUtf16(text);
   for (char16_t& unit : units) {
-    if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0)) unit = u' ';
+    if (unit == u'\t' || unit == u'\r' || unit == u'\n') {
+      unit = u' ';
+    } else if (unit < 0x20) {
+      unit = static_cast<char16_t>(u'\u2400' + unit);  // the picture of that control
+    } else if (unit == 0x7F) {
+      unit = u'\u2421';
+    } else if (DrivesTerminal(unit)) {
+      unit = u'\uFFFD';
+    }
   }
   return platform::Utf16ToUtf8(units);
 }

@@ -25,8 +25,8 @@ std::string NumberedFileName(std::string_view name, int number);
 // UTF-8 without the control characters that XML forbids; tab, CR and LF stay.
 std::string WithoutForbiddenControls(std::string_view text);
 
-// UTF-8 for a line of output: control characters become blanks, so that no name or server text can
-// drive a terminal.
+// UTF-8 for a line of output: tabs and line ends become blanks and other control characters visible
+// signs, so that no name or server text can drive a terminal.
 std::string OneLine(std::string_view text);
 
 // "1 item", "2 items".

@@ -47,13 +47,13 @@ TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.out,
             "Subject: Gr\xC3\xBC\xC3\x9F"
-            "e [2J\n"
+            "e\xE2\x90\x9B[2J\n"
             "From:    J\xC3\xB6rg <j@a.example>\n"
             "To:      bob@b.example, Cy <cy@c.example>\n"
             "Attachments:\n"
             "  offer.pdf  application/pdf  5 bytes\n"
             "\n"
-            "Hall\xC3\xB6 [2J\n");
+            "Hall\xC3\xB6\xE2\x90\x9B[2J\n");
   EXPECT_EQ(Tarny("email INPUT --html", kMail).out, "<p>Hall\xC3\xB6");
   EXPECT_EQ(Tarny("email INPUT", "Subject: x\n\nAs of old:\nbegin 644 a.txt\n#0V%T\n`\nend\n").out,
             "Subject: x\n"
@@ -81,7 +81,31 @@ TEST(MimeCommand, ShowsTheTreeAndWhatIsDamaged) {
             "1      application/pdf        5 bytes, base64, attachment, \"offer.pdf\"\n"
             "\n"
             "Notes:\n"
-            "  Did not find boundary ending in CRLF, re-checking for bare-LF... (2x)\n");
+            ".    its header has bytes of no named charset: a guess\n");
+}
+
+TEST(MimeCommand, FitsATerminalAndDrivesNone) {
+  const std::string name = "one two three four five six seven eight \xE6\x97\xA5\xE6\x9C\xAC";
+  const Result result =
+      Tarny("mime INPUT", "Content-Type: application/x-something; name=\"" + name +
+                              "\x1B[2J\"\nContent-Disposition: attachment\n\nx\n");
+  EXPECT_EQ(result.out,
+            ".  application/x-something  2 bytes, attachment, \"one two three four five six\n"
+            "                            seven eight \xE6\x97\xA5\xE6\x9C\xAC\xE2\x90\x9B[2J\"\n");
+}
+
+TEST(MimeCommand, JsonHasEveryParameterAndTheNotes) {
+  const std::string mail =
+      "Content-Type: text/calendar; Method=REQUEST; charset=UTF-8; DelSp=\"yes\"; x-a*1=\"b "
+      "c\";\r\n"
+      " x-a*0*=utf-8'en'%C3%A9%20; x-empty; x-dup=1; x-dup=2\r\n"
+      "Content-Transfer-Encoding: base64\r\n\r\n!QUJD\r\n";
+  const auto json = nlohmann::ordered_json::parse(Tarny("mime INPUT --json", mail).out);
+  EXPECT_EQ(
+      json["params"].dump(),
+      "{\"method\":\"REQUEST\",\"charset\":\"UTF-8\",\"delsp\":\"yes\",\"x-a\":\"\xC3\xA9 b c\","
+      "\"x-empty\":\"\",\"x-dup\":\"1\"}");
+  EXPECT_EQ(json["notes"].dump(), "[\"base64 with 1 foreign byte passed over\"]");
 }
 
 TEST(MimeCommand, WritesTheMessageOrAPartOfItOutAgain) {

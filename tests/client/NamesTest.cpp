@@ -41,7 +41,7 @@ TEST(Names, ALongFileNameKeepsItsExtensionAndItsLastCharacterWhole) {
 }
 
 TEST(Names, ALineOfOutputDrivesNoTerminal) {
-  EXPECT_EQ(OneLine("a\x1b[2Jb\nc\xC2\x9B"), "a [2Jb c ");
+  EXPECT_EQ(OneLine("a\x1b[2Jb\nc\xC2\x9B"), "a\xE2\x90\x9B[2Jb c\xEF\xBF\xBD");
 }
 
 TEST(MailKey, IsTheMessageIdWhereItCanServe) {
