@@ -74,4 +74,12 @@ std::string_view trimmed(std::string_view strText) {
   return strText;
 }
 
+std::string_view trimmedWithNuls(std::string_view strText) {
+  strText = trimmed(strText);
+  while (!strText.empty() && (strText.back() == '\0' || isAsciiSpace(strText.back()))) {
+    strText.remove_suffix(1);
+  }
+  return strText;
+}
+
 }  // namespace mail

@@ -32,5 +32,7 @@ std::size_t findBytes(std::string_view strText, std::string_view strPart, std::s
 
 // Without the blanks, tabs, CR and LF at both ends; a view into the same text.
 std::string_view trimmed(std::string_view strText);
+// And without the NULs at the end: a StringBuffer drops them, which must uncover no white space.
+std::string_view trimmedWithNuls(std::string_view strText);
 
 }  // namespace mail

@@ -4,27 +4,13 @@
 #include <optional>
 #include <vector>
 
+#include "mime/base/AsciiText.h"
 #include "mime/base/DataBuffer.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
 
 namespace mail {
 namespace {
-
-constexpr char lower(char ch) { return ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch + 32) : ch; }
-
-bool beginsWith(std::string_view strText, std::string_view strStart) {
-  return strText.size() >= strStart.size() &&
-         std::equal(strStart.begin(), strStart.end(), strText.begin(),
-                    [](char a, char b) { return lower(a) == lower(b); });
-}
-
-std::string_view trimmed(std::string_view str) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const auto nStart = str.find_first_not_of(kBlanks);
-  if (nStart == str.npos) return {};
-  return str.substr(nStart, str.find_last_not_of(kBlanks) - nStart + 1);
-}
 
 // Cuts the text up to the next ";" outside quotes off the front, without that ";".
 std::string_view takeSegment(std::string_view& strRest) {
@@ -42,7 +28,7 @@ std::string_view takeSegment(std::string_view& strRest) {
 
 // The number of "NAME*12", or nothing; one of more than nine digits is no piece's.
 std::optional<unsigned> pieceNumber(std::string_view strParameter, std::string_view strName) {
-  if (!beginsWith(strParameter, strName)) return std::nullopt;
+  if (!beginsWithNoCase(strParameter, strName)) return std::nullopt;
   strParameter.remove_prefix(strName.size());
   if (strParameter.size() < 2 || strParameter.size() > 10 || strParameter[0] != '*') {
     return std::nullopt;
@@ -124,7 +110,8 @@ bool joinNumberedPieces(StringBuffer& strValue, std::string_view strName) {
 }
 
 bool isPieceOf(std::string_view strParameter, std::string_view strName) {
-  return beginsWith(strParameter, strName) && strParameter.substr(strName.size()).starts_with('*');
+  return beginsWithNoCase(strParameter, strName) &&
+         strParameter.substr(strName.size()).starts_with('*');
 }
 
 unsigned numberOfPiece(std::string_view strParameter) {
@@ -147,7 +134,11 @@ bool ParameterPieces::decode(StringBuffer& strUtf8, LogBase& log) const {
       m_strCharset.empty() ? encoded_words::kUtf8 : encoded_words::pageOf(m_strCharset);
   if (nPage == 0) log.LogData("invalidCharset", m_strCharset);
   DataBuffer out;
-  return encoded_words::toUtf8(nPage, m_strBytes, out, log) && strUtf8.setString(out.view());
+  if (!encoded_words::toUtf8(nPage, m_strBytes, out, log)) return false;
+  if (!strUtf8.setString(trimmedWithNuls(out.view()))) return false;
+  strUtf8.removeChar('\r');  // encoded ones too would end the field that the value is written into
+  strUtf8.removeChar('\n');
+  return true;
 }
 
 bool decodeExtendedValue(std::string_view strValue, StringBuffer& strUtf8, LogBase& log) {

@@ -35,8 +35,8 @@ class ParameterPieces {
   // strParameter is the name as it stands, "name*0*" for example; the value is without its quotes.
   void add(std::string_view strParameter, std::string_view strValue);
   bool isEmpty() const { return m_bEmpty; }
-  // Sets strUtf8 to the value. A charset that is unknown (it goes to the log as "invalidCharset"),
-  // or none, gives the bytes as they are.
+  // Sets strUtf8 to the value, trimmed and without line ends. A charset that is unknown (it goes to
+  // the log as "invalidCharset"), or none, gives the bytes as they are.
   bool decode(StringBuffer& strUtf8, LogBase& log) const;
 
  private:

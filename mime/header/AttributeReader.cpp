@@ -76,16 +76,33 @@ void unquote(std::string_view strInner, std::string& strOut) {
 }
 
 void appendQuoted(std::string_view strText, StringBuffer& strOut) {
-  (void)strOut.append("\"");
-  for (std::size_t nHidden = 0; !strText.empty(); strText.remove_prefix(nHidden)) {
-    nHidden = std::min(strText.find_first_of("\"\\"), strText.size());
-    (void)strOut.append(strText.substr(0, nHidden));
-    if (nHidden == strText.size()) break;
-    (void)strOut.appendChar('\\');
-    (void)strOut.appendChar(strText[nHidden++]);
+  constexpr auto isHidden = [](char ch) { return ch == '"' || ch == '\\'; };
+  const auto nHidden = std::count_if(strText.begin(), strText.end(), isHidden);
+  const std::size_t nBytes = strText.size() + static_cast<std::size_t>(nHidden) + 2;
+  // In place: text that is appended piece by piece loses the NULs at the end of each.
+  char* p = strOut.prepare(nBytes);
+  if (p == nullptr) return;
+  *p++ = '"';
+  for (const char ch : strText) {
+    if (isHidden(ch)) *p++ = '\\';
+    *p++ = ch;
   }
-  (void)strOut.append("\"");
+  *p = '"';
+  strOut.commit(nBytes);
 }
+
+bool needsQuotes(std::string_view strText) {
+  return strText.find_first_of(" \t\r\n()<>@,;:\\\"/[]?=") != kNone;
+}
+
+namespace {
+
+void unquoteValue(std::string_view strInner, std::string& strOut) {
+  unquote(trimmedWithNuls(strInner), strOut);
+  std::erase_if(strOut, [](char ch) { return ch == '\r' || ch == '\n'; });
+}
+
+}  // namespace
 
 AttributeReader::AttributeReader(std::string_view strValue) {
   strValue = trimmed(strValue);
@@ -118,11 +135,17 @@ void AttributeReader::readQuoted() {
   m_bQuotesEnd = nEnd != kNone;
   if (!m_bQuotesEnd) {
     m_strRest.remove_prefix(1);
-    readPlain();
+    readOpen();
     return;
   }
-  unquote(trimmed(m_strRest.substr(1, nEnd - 1)), m_strValue);
+  unquoteValue(m_strRest.substr(1, nEnd - 1), m_strValue);
   m_strRest.remove_prefix(nEnd + 1);
+}
+
+void AttributeReader::readOpen() {
+  const std::string_view strRaw = m_strRest.substr(0, m_strRest.find(';'));
+  m_strRest.remove_prefix(strRaw.size());
+  unquoteValue(strRaw, m_strValue);
 }
 
 void AttributeReader::readPlain() {

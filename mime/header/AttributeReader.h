@@ -14,7 +14,7 @@ namespace mail {
 //
 // gives the head "text/plain", then charset, then name with "a;b.txt". Damage is read as it was
 // meant: semicolons may lack behind the head and behind a quoted value, quotes may lack at the end
-// (the value then ends at the next semicolon). Linear in the value.
+// (the value then ends at the next semicolon, and keeps its blanks). Linear in the value.
 class AttributeReader {
  public:
   explicit AttributeReader(std::string_view strValue);
@@ -24,12 +24,14 @@ class AttributeReader {
   // Moves on to the next parameter; false when there is none.
   bool next();
   // Of the present one, good until next(): the name trimmed, the value without its quotes and
-  // trimmed. Outside quotes blanks and tabs are dropped, and so are comments at the end.
+  // trimmed, without line ends. Outside quotes blanks and tabs are dropped too, and so are comments
+  // at the end.
   std::string_view name() const { return m_strName; }
   std::string_view value() const { return m_strValue; }
 
  private:
   void readQuoted();
+  void readOpen();
   void readPlain();
 
   std::string_view m_strHead;
@@ -60,5 +62,7 @@ std::string_view withoutComments(std::string_view strPlain);
 void unquote(std::string_view strInner, std::string& strOut);
 // And back: appends the text in quotes.
 void appendQuoted(std::string_view strText, StringBuffer& strOut);
+// Whether a value is another one, or none, when it stands without quotes.
+bool needsQuotes(std::string_view strText);
 
 }  // namespace mail

@@ -34,8 +34,15 @@ const Parameter* FindParameter(std::string_view strName) {
 
 void SetCharset(_ckContentType& objType, std::string_view strName) {
   if (strName.empty() || objType.m_charset.getCodePage() != 0) return;
-  if (objType.m_charset.setByName(strName)) return;
-  (void)objType.m_unknownCharset.setString(strName);
+  const bool bKnown = objType.m_charset.setByName(strName);
+  // A page may write no name ("iso-8859-8-i"), and must not be written as none.
+  const bool bNameless =
+      objType.m_charset.getCodePage() != 0 && objType.m_charset.getName().isEmpty();
+  if (bKnown && !bNameless) {
+    objType.m_unknownCharset.weakClear();
+  } else if (bNameless || objType.m_unknownCharset.isEmpty()) {
+    (void)objType.m_unknownCharset.setString(strName);
+  }
 }
 
 void SetParameter(_ckContentType& objType, std::string_view strName, std::string_view strValue) {
@@ -51,21 +58,19 @@ void SetParameter(_ckContentType& objType, std::string_view strName, std::string
   }
 }
 
-// " NAME="VALUE";", or nothing for an empty value.
-void PutQuoted(std::string_view strName, const StringBuffer& strValue, StringBuffer& strOut) {
-  if (strValue.isEmpty()) return;
-  (void)strOut.appendChar(' ');
-  (void)strOut.append(strName);
-  (void)strOut.append("=");
-  appendQuoted(strValue.view(), strOut);
-  (void)strOut.append(";");
-}
+enum class Quotes : unsigned char { kAlways, kWhereNeeded };
 
-void PutPlain(std::string_view strName, const StringBuffer& strValue, StringBuffer& strOut) {
+// " NAME="VALUE";", or nothing for an empty value.
+void Put(std::string_view strName, const StringBuffer& strValue, Quotes nQuotes,
+         StringBuffer& strOut) {
   if (strValue.isEmpty()) return;
-  for (const std::string_view str : {strName, strValue.view(), std::string_view(";")}) {
-    (void)strOut.append(str);
+  (void)strOut.append(strName);
+  if (nQuotes == Quotes::kAlways || needsQuotes(strValue.view())) {
+    appendQuoted(strValue.view(), strOut);
+  } else {
+    (void)strOut.append(strValue);
   }
+  (void)strOut.append(";");
 }
 
 }  // namespace
@@ -101,13 +106,14 @@ void _ckContentType::emit(StringBuffer& strOut) {
     bKnown ? (void)strOut.append(strCharset) : appendQuoted(strCharset.view(), strOut);
   }
   (void)strOut.append(";");
-  if (!isMultipart()) PutQuoted("type", m_typeParam, strOut);
-  if (m_type.equals("multipart/report")) PutQuoted("report-type", m_reportType, strOut);
-  PutQuoted("boundary", m_boundary, strOut);
-  PutQuoted("name", m_name, strOut);
-  PutQuoted("protocol", m_protocol, strOut);
-  PutPlain(" micalg=", m_micalg, strOut);
-  PutPlain(" smime-type=", m_smimeType, strOut);
+  const bool bReport = m_type.equals("multipart/report");
+  if (!isMultipart()) Put(" type=", m_typeParam, Quotes::kAlways, strOut);
+  if (bReport) Put(" report-type=", m_reportType, Quotes::kAlways, strOut);
+  Put(" boundary=", m_boundary, Quotes::kAlways, strOut);
+  Put(" name=", m_name, Quotes::kAlways, strOut);
+  Put(" protocol=", m_protocol, Quotes::kAlways, strOut);
+  Put(" micalg=", m_micalg, Quotes::kWhereNeeded, strOut);
+  Put(" smime-type=", m_smimeType, Quotes::kWhereNeeded, strOut);
   if (m_bFormatFlowed && m_type.equals("text/plain")) (void)strOut.append(" format=flowed;");
   strOut.chop(1);
 }

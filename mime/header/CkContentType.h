@@ -28,7 +28,7 @@ class _ckContentType : public LibraryObject {
   StringBuffer m_protocol;
   StringBuffer m_micalg;
   _ckCharset m_charset;
-  StringBuffer m_unknownCharset;  // a charset's name that m_charset does not know
+  StringBuffer m_unknownCharset;  // a charset's name that m_charset does not know or cannot write
   StringBuffer m_smimeType;
   StringBuffer m_typeParam;  // "type"
   StringBuffer m_boundary;

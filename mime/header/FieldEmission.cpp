@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 
 #include "html/charset/CharsetNames.h"
 #include "html/charset/EncodingConvert.h"
@@ -106,10 +107,6 @@ void AppendPiece(std::string_view strUtf8, int nCodePage, StringBuffer& strOut, 
   }
 }
 
-bool HasSpecial(std::string_view strText) {
-  return strText.find_first_of(" \t()<>@,;:\\\"/[]?=") != kNone;
-}
-
 // An attribute list on its way out: each take appends something and shortens the rest.
 class AttributeWriter {
  public:
@@ -151,16 +148,19 @@ class AttributeWriter {
 
   void takeValue() {
     (void)m_strOut.append(take(std::min(m_strRest.find_first_not_of(' '), m_strRest.size())));
-    if (m_strRest.starts_with('"') && m_bQuotesEnd) {
-      const std::size_t nEnd = closingQuote(m_strRest);
-      m_bQuotesEnd = nEnd != kNone;
-      if (m_bQuotesEnd) {
-        const std::string_view strQuoted = take(nEnd + 1);
-        putQuoted(strQuoted.substr(1, nEnd - 1));
-        return;
-      }
+    const bool bQuoted = m_strRest.starts_with('"');
+    const std::size_t nEnd = bQuoted && m_bQuotesEnd ? closingQuote(m_strRest) : kNone;
+    if (bQuoted && nEnd == kNone) m_bQuotesEnd = false;
+    if (nEnd != kNone) {
+      const std::string_view strQuoted = take(nEnd + 1);
+      putQuoted(strQuoted.substr(1, nEnd - 1));
+      return;
     }
     const std::string_view strPlain = take(std::min(m_strRest.find(';'), m_strRest.size()));
+    if (bQuoted && !m_bIsLocation) {
+      putOpen(strPlain.substr(1));
+      return;
+    }
     // A comment within the quotes would be read as part of the value.
     const std::string_view strValue = withoutComments(strPlain);
     putPlain(strValue);
@@ -173,13 +173,24 @@ class AttributeWriter {
     (void)m_strOut.append("\"");
   }
 
+  // A value whose quotes lack at the end gets them.
+  void putOpen(std::string_view strInner) {
+    std::string strValue;
+    unquote(trimmed(strInner), strValue);
+    putInQuotes(strValue);
+  }
+
   void putPlain(std::string_view strValue) {
     m_strWritten.weakClear();
     AppendPiece(strValue, m_nCodePage, m_strWritten, m_log);
-    if (m_bIsLocation || !HasSpecial(m_strWritten.view())) {
+    if (m_bIsLocation || !needsQuotes(m_strWritten.view())) {
       (void)m_strOut.append(m_strWritten);
       return;
     }
+    putInQuotes(strValue);
+  }
+
+  void putInQuotes(std::string_view strValue) {
     m_strWritten.weakClear();
     appendQuoted(strValue, m_strWritten);  // before it is encoded, so that decoding gives it back
     putQuoted(m_strWritten.view().substr(1, m_strWritten.getSize() - 2));

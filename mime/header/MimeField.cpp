@@ -66,20 +66,10 @@ bool AppendAddresses(std::string_view strValue, int nCodePage, StringBuffer& str
   return true;
 }
 
-// Without the white space at both ends. NULs at the end, which a buffer drops, go too: dropped
-// later they would uncover white space.
-std::string_view TrimmedAndNuls(std::string_view strText) {
-  strText = trimmed(strText);
-  while (!strText.empty() && (strText.back() == '\0' || isAsciiSpace(strText.back()))) {
-    strText.remove_suffix(1);
-  }
-  return strText;
-}
-
 }  // namespace
 
 void MimeField::setName(std::string_view strName) {
-  (void)m_name.setString(TrimmedAndNuls(strName));
+  (void)m_name.setString(trimmedWithNuls(strName));
   const std::string_view strStored = m_name.view();
   if (std::none_of(strStored.begin(), strStored.end(), IsMisplaced)) return;
   m_name.removeChar('\r');
@@ -99,7 +89,7 @@ void MimeField::setContents(std::string_view strName, std::string_view strValueU
   m_bAllowFolding = !bRaw && (nTraits & kNeverFolded) == 0;
   m_bAllowEncoding = !bRaw && (nTraits & kNeverEncoded) == 0;
 
-  (void)m_value.setString(TrimmedAndNuls(strValueUtf8));
+  (void)m_value.setString(trimmedWithNuls(strValueUtf8));
   if (!bAddresses) decodeValue(log);
   if (control.m_bMailAddresses && isTraceField(m_name.view())) ShrinkBlanks(m_value);
   const bool bKeepsTabs = (nTraits & kTabsToBlanks) == 0 || (bRaw && (nTraits & kAttributeField));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <string>
 
 #include "mime/base/LogNull.h"
@@ -12,13 +13,15 @@ namespace {
 
 using std::string;
 using std::string_view;
+using namespace std::string_view_literals;
 
+template <class Parsed = mail::_ckContentType>
 string Rewritten(string_view value) {
   mail::LogNull log;
-  mail::_ckContentType type;
-  type.load(value, log);
+  Parsed parsed;
+  parsed.load(value, log);
   mail::StringBuffer out;
-  type.emit(out);
+  parsed.emit(out);
   return string(out.view());
 }
 
@@ -45,6 +48,8 @@ TEST(ContentType, ReadsDamagedValuesAndWritesCleanOnes) {
       {"a/b; name=\"C:\\x \\\"y\\\";.txt\"; name=z", "a/b; name=\"C:\\\\x \\\"y\\\";.txt\""},
       {"a/b; name=my file.txt ;type=X", "a/b; type=\"x\"; name=\"myfile.txt\""},
       {"a/b; name=\"open;boundary=B", "a/b; boundary=\"B\"; name=\"open\""},
+      {"a/b; name=\"my \\\"file\\ (1).txt ;type=x",
+       "a/b; type=\"x\"; name=\"my \\\"file\\\\ (1).txt\""},
       {"a/b; name=\"x\" boundary=\"=_Y \"", "a/b; boundary=\"=_Y\"; name=\"x\""},
       {"a/b; name*0*=iso-8859-1'de'%E9; name*1=\"%41 z\"", "a/b; name=\"\xC3\xA9%41 z\""},
       {"a/b; name*=utf-8''%C3%A9", "a/b; name=\"\xC3\xA9\""},
@@ -56,9 +61,56 @@ TEST(ContentType, ReadsDamagedValuesAndWritesCleanOnes) {
        "application/pkcs7-mime; smime-type=signed-data"},
       {";;charset=utf-8", "; charset=utf-8"},
       {"a/b;=;=x;\"\";c", "a/b"},
+      // A NUL stays within a text, whatever follows, and uncovers no blank at its end.
+      {"text/plain; charset=\x7F\0\"x\""sv, "text/plain; charset=\"\x7F\0\\\"x\\\"\""sv},
+      {"a/b; name=\"x \0\""sv, "a/b; name=\"x\""},
+      // No line end leaves a value, not even one that was encoded in it.
+      {"a/b; name=\"x\r\n y\"", "a/b; name=\"x y\""},
+      {"a/b; name*=utf-8''%20x%0D%0Ay%20%00", "a/b; name=\"xy\""},
+      {"a/b; micalg=\"x;y\"; smime-type=\"\\\"\"", "a/b; micalg=\"x;y\"; smime-type=\"\\\"\""},
+      // Read as a page that writes no name.
+      {"text/plain; charset=iso-8859-8-i", "text/plain; charset=\"iso-8859-8-i\""},
+      {"text/plain; charset=x-1; charset=x-2", "text/plain; charset=\"x-1\""},
   };
   for (const auto& row : rows) EXPECT_EQ(Rewritten(row.value), row.written) << row.value;
   for (const auto& row : rows) EXPECT_EQ(Rewritten(row.written), row.written) << row.value;
+}
+
+// Every text of up to three of these pieces, as any parameter's value.
+TEST(ContentType, WritesWhatItWroteTheSameAgain) {
+  platform::SetAnsiCodePage(1252);
+  constexpr string_view kPieces[] = {"a",   "\0"sv, "\x01", "\x7F", "\xC3\xA9", "\xFF",
+                                     " ",   "\t",   "\r\n", "\"",   "\\",       ";",
+                                     "=",   "(",    ")",    ",",    "'",        "%",
+                                     "%00", "%0A",  "%20",  "%22",  "bom-",     "utf-8"};
+  constexpr size_t kCount = std::size(kPieces);
+  constexpr string_view kPrefixes[] = {
+      "",
+      "text/x; charset=",
+      "text/x; charset=\"",
+      "a/b; name=",
+      "a/b; name=\"",
+      "a/b; name*=",
+      "a/b; micalg=",
+      "a/b; micalg=\"",
+      "multipart/report; report-type=\"",
+  };
+  for (size_t n = 0; n < kCount * kCount * kCount; ++n) {
+    string text;
+    for (const size_t piece : {n % kCount, n / kCount % kCount, n / kCount / kCount}) {
+      text += kPieces[piece];
+    }
+    for (const string_view prefix : kPrefixes) {
+      for (const string_view end : {"", "\""}) {
+        const string value = string(prefix).append(text).append(end);
+        const string once = Rewritten(value);
+        ASSERT_EQ(Rewritten(once), once) << value;
+        ASSERT_EQ(once.find_first_of("\r\n"), string::npos) << value;
+        const string file = Rewritten<mail::ContentDisposition>(value);
+        ASSERT_EQ(Rewritten<mail::ContentDisposition>(file), file) << value;
+      }
+    }
+  }
 }
 
 TEST(ContentType, DispositionNamesTheFile) {
@@ -80,12 +132,7 @@ TEST(ContentType, DispositionNamesTheFile) {
       {"; filename=x", "; filename=\"x\""},
   };
   for (const auto& row : rows) {
-    mail::LogNull log;
-    mail::ContentDisposition disposition;
-    disposition.load(row.value, log);
-    mail::StringBuffer out;
-    disposition.emit(out);
-    EXPECT_EQ(out.view(), row.written) << row.value;
+    EXPECT_EQ(Rewritten<mail::ContentDisposition>(row.value), row.written) << row.value;
   }
 }
 

@@ -118,7 +118,9 @@ TEST(FieldEmission, WritesByType) {
             "a/b; =?iso-8859-1?Q?=E9?==\"=?iso-8859-1?Q?=E9\\\"?=\"");
   EXPECT_EQ(Written("Content-Type", "a/b; charset=iso-8859-1 (\xC3\xA9) ;n=b (1).c", 28591),
             "a/b; charset=iso-8859-1 =?iso-8859-1?Q?(=E9)?= ;n=\"b (1).c\"");
-  EXPECT_EQ(Written("Content-Location", "http://x/y?a=b&c=d", 28591), "http://x/y?a=b&c=d");
+  EXPECT_EQ(Written("Content-Type", "a/b; n=\"x \\\"(1).c\\ ; m=y", 28591),
+            "a/b; n=\"x \\\"(1).c\\\\\"; m=y");
+  EXPECT_EQ(Written("Content-Location", "http://x/y?a=\"b&c=d", 28591), "http://x/y?a=\"b&c=d");
 
   const string people = "\xC3\xA9 <a@b>; (C) c@d";
   EXPECT_EQ(Written("To", people, 28591, lists), "=?iso-8859-1?Q?=E9?= <a@b>, C <c@d>");
