@@ -91,6 +91,7 @@ void MimeField::setContents(std::string_view strName, std::string_view strValueU
 
   (void)m_value.setString(trimmedWithNuls(strValueUtf8));
   if (!bAddresses) decodeValue(log);
+  removeNuls();
   if (control.m_bMailAddresses && isTraceField(m_name.view())) ShrinkBlanks(m_value);
   const bool bKeepsTabs = (nTraits & kTabsToBlanks) == 0 || (bRaw && (nTraits & kAttributeField));
   if (!bKeepsTabs && m_value.view().find('\t') != kNone) m_value.replaceAnyOf("\t", ' ');
@@ -104,6 +105,14 @@ void MimeField::decodeValue(LogBase& log) {
     m_value.trim();
   }
   removeLineEnds();
+}
+
+// They mean nothing, and to many readers of the value, and of the mail, it would end with the
+// first.
+void MimeField::removeNuls() {
+  if (m_value.view().find('\0') == kNone) return;
+  m_value.removeChar('\0');
+  m_value.trim();
 }
 
 void MimeField::removeLineEnds() {

@@ -49,6 +49,7 @@ class MimeField : public LibraryObject {
  private:
   void setName(std::string_view strName);
   void decodeValue(LogBase& log);
+  void removeNuls();
   void removeLineEnds();
   void emitText(StringBuffer& strOut, int nCodePage, LogBase& log) const;
   void emitAttributes(StringBuffer& strOut, int nCodePage, LogBase& log) const;
