@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "html/charset/CodePages.h"
 #include "mime/base/LogNull.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/ContentDisposition.h"
@@ -33,8 +34,7 @@ bool KeepsNames(const mail::MimeHeader& header, std::string_view written) {
 
 // "iso-2022-jp-1" is written as a name that reads as another page, which has a name of its own.
 bool IsWrittenAsAnother(const mail::_ckContentType& type) {
-  constexpr int kIso2022Jp1 = 50221;
-  return type.m_charset.getCodePage() == kIso2022Jp1;
+  return type.m_charset.getCodePage() == mail::code_page::kIso2022Jp1;
 }
 bool IsWrittenAsAnother(const mail::ContentDisposition&) { return false; }
 

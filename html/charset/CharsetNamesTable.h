@@ -3,6 +3,8 @@
 #include <array>
 #include <string_view>
 
+#include "html/charset/CodePages.h"
+
 namespace mail {
 
 // The names of code pages, as they are published: one row for each page, in the order of the
@@ -228,6 +230,6 @@ inline constexpr std::array kEncodingRows = std::to_array<CharsetRow>({
 
 // Every other number up to kLastEncoding that no charset has (37 is one) writes this name.
 inline constexpr std::string_view kOtherEncodingName = "base64";
-inline constexpr int kLastEncoding = 99;
+inline constexpr int kLastEncoding = code_page::kFirstCharset - 1;
 
 }  // namespace mail

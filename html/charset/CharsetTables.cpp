@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "html/charset/CodePages.h"
 #include "html/charset/StoredPages.h"
 
 namespace mail::charset_tables {
@@ -134,7 +135,7 @@ void build(const StoredPage& objPage, bool bPairs, Slot& objSlot) {
     const auto objEdit = contents(objPage.strEdit);
     if (!objEdit || !pFrom->load(*objEdit)) return;
   }
-  if (objPage.nCodePage == 1256) addArabicDigits(*pFrom);
+  if (objPage.nCodePage == code_page::kWindows1256) addArabicDigits(*pFrom);
   publish<HashConvert>(objSlot.pFrom, std::move(pFrom));
 }
 

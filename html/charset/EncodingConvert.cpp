@@ -8,6 +8,7 @@
 
 #include "html/charset/CharsetNames.h"
 #include "html/charset/CharsetTables.h"
+#include "html/charset/CodePages.h"
 #include "html/charset/ConvertLoops.h"
 #include "html/charset/Japanese.h"
 #include "html/charset/Korean.h"
@@ -18,6 +19,7 @@
 
 namespace mail {
 
+using namespace code_page;
 using namespace std::string_view_literals;
 
 std::atomic<bool> g_joinSurrogates{true};
@@ -26,38 +28,16 @@ namespace {
 
 using Bytes = std::span<const unsigned char>;
 
-constexpr unsigned kAscii = 20127;
-constexpr unsigned kUtf16 = 1200;
-constexpr unsigned kUtf16BigEndian = 1201;
-constexpr unsigned kUtf7 = 65000;
-constexpr unsigned kUtf8 = 65001;
-constexpr unsigned kShiftJis = 932;
-constexpr unsigned kKorean = 949;
-constexpr unsigned kMacArabic = 10004;
-
-// Lower numbers name binary-to-text encodings; but the lowest code page is 37.
-constexpr unsigned kFirstCodePage = 100;
-constexpr unsigned kIbm037 = 37;
-
-bool isCharset(unsigned nPage) { return nPage >= kFirstCodePage || nPage == kIbm037; }
-bool isUtf16(unsigned nPage) { return nPage == kUtf16 || nPage == kUtf16BigEndian; }
-bool isUtf32(unsigned nPage) {
-  return nPage == 12000 || nPage == 12001 || nPage == 65005 || nPage == 65006;
-}
-bool isBigEndian(unsigned nPage) {
-  return nPage == kUtf16BigEndian || nPage == 12001 || nPage == 65006;
-}
-bool isIso2022Jp(unsigned nPage) { return nPage >= 50220 && nPage <= 50222; }
-bool isIso2022Kr(unsigned nPage) { return nPage == 50225; }
+// What is read and written by way of a double-byte page.
+bool isShifted(unsigned nPage) { return isIso2022Jp(nPage) || nPage == kIso2022Kr; }
 
 // What us-ascii text is trusted to be without a look.
-bool isAsciiSuperset(unsigned nPage) {
-  return nPage == kUtf8 || (nPage >= 1250 && nPage <= 1258) || (nPage >= 28591 && nPage <= 28605);
-}
+bool isAsciiSuperset(unsigned nPage) { return nPage == kUtf8 || isWindowsOrIso8859(nPage); }
 
 // Pages in which an unmappable start takes the byte behind it along, when it is not just dropped.
 bool skipsPairs(unsigned nPage) {
-  constexpr std::array kPages = {932U, 936U, 949U, 950U, 51932U, 51936U, 51949U};
+  constexpr std::array<unsigned, 7> kPages = {kShiftJis, kGbk,   kKorean, kBig5,
+                                              kEucJp,    kEucCn, kEucKr};
   return std::find(kPages.begin(), kPages.end(), nPage) != kPages.end();
 }
 
@@ -87,7 +67,7 @@ constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 // Takes the mark of the source page off the front; the result says which byte order is meant.
 bool takeMark(unsigned nPage, Bytes& arrIn) {
   if (nPage == kUtf8 && viewOf(arrIn).starts_with(kUtf8Mark)) arrIn = arrIn.subspan(3);
-  if (!isUtf16(nPage) && !isUtf32(nPage)) return false;
+  if (!isWide(nPage)) return false;
   for (const Mark& objMark : isUtf16(nPage) ? kUtf16Marks : kUtf32Marks) {
     if (!viewOf(arrIn).starts_with(objMark.strBytes)) continue;
     arrIn = arrIn.subspan(objMark.strBytes.size());
@@ -177,8 +157,7 @@ bool EncodingConvert::fail() {
 }
 
 bool EncodingConvert::converts(unsigned nPage) {
-  const bool bFamily = isUtf16(nPage) || isUtf32(nPage) || nPage == kUtf7 || nPage == kUtf8 ||
-                       isIso2022Jp(nPage) || isIso2022Kr(nPage);
+  const bool bFamily = isWide(nPage) || nPage == kUtf7 || nPage == kUtf8 || isShifted(nPage);
   return bFamily || charset_tables::fromUnicode(nPage) != nullptr;
 }
 
@@ -245,7 +224,7 @@ bool EncodingConvert::convertText(unsigned nFrom, unsigned nTo, const void* pByt
   m_fromCodePage = nFrom;
   m_toCodePage = nTo;
   if (nFrom == kMacArabic) return fromMacArabic(arrIn, out, log);
-  if (isIso2022Jp(nFrom) || isIso2022Kr(nFrom)) return fromIso2022(arrIn, out, log);
+  if (isShifted(nFrom)) return fromIso2022(arrIn, out, log);
   return dispatch(arrIn, out, log);
 }
 
@@ -253,7 +232,7 @@ bool EncodingConvert::dispatch(Bytes arrIn, DataBuffer& out, LogBase& log) {
   if (m_toCodePage == kUtf7) return toUtf7(arrIn, out, log);
   if (isUtf32(m_toCodePage)) return toUtf32(arrIn, out, log);
   if (m_toCodePage == kUtf16BigEndian) return toUtf16BigEndian(arrIn, out, log);
-  if (isIso2022Jp(m_toCodePage) || isIso2022Kr(m_toCodePage)) return toIso2022(arrIn, out, log);
+  if (isShifted(m_toCodePage)) return toIso2022(arrIn, out, log);
   return convert_a(m_fromCodePage, m_toCodePage, arrIn, out, log);
 }
 
@@ -268,7 +247,7 @@ bool EncodingConvert::fromMacArabic(Bytes arrIn, DataBuffer& out, LogBase& log) 
 
 bool EncodingConvert::fromIso2022(Bytes arrIn, DataBuffer& out, LogBase& log) {
   log.LogInfo("Converting from iso-2022-*");
-  if (isIso2022Kr(m_fromCodePage)) {
+  if (m_fromCodePage == kIso2022Kr) {
     DataBuffer arrDouble;
     const bool bWhole = Korean().iso2022ToKsc(arrIn.data(), arrIn.size(), arrDouble);
     return fromDouble(kKorean, arrDouble.bytes(), bWhole, out, log);

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "html/charset/CharsetTables.h"
+#include "html/charset/CodePages.h"
 #include "html/charset/ConvertLoops.h"
 #include "mime/base/DataBuffer.h"
 #include "platform/Unicode.h"
@@ -11,7 +12,6 @@
 namespace mail {
 namespace {
 
-constexpr unsigned kUtf8 = 65001;
 constexpr char16_t kReplacement = 0xFFFD;
 
 using convert_loops::convertLoop;
@@ -63,7 +63,7 @@ std::string narrowByTable(const HashConvert& objTable, std::u16string_view str) 
 
 std::u16string LibraryNarrow::ToWide(std::string_view strBytes, unsigned nCodePage) const {
   if (strBytes.empty()) return {};
-  if (nCodePage == kUtf8) return platform::Utf8ToUtf16(strBytes);
+  if (nCodePage == code_page::kUtf8) return platform::Utf8ToUtf16(strBytes);
   if (charset_tables::hasPairs(nCodePage)) {
     const HashConvert* pTable = charset_tables::toUnicode(nCodePage);
     if (pTable != nullptr) return widen(convert_loops::PairSource{*pTable}, strBytes);
@@ -75,7 +75,7 @@ std::u16string LibraryNarrow::ToWide(std::string_view strBytes, unsigned nCodePa
 
 std::string LibraryNarrow::ToNarrow(std::u16string_view str, unsigned nCodePage) const {
   if (str.empty()) return {};
-  if (nCodePage == kUtf8) return platform::Utf16ToUtf8(str);
+  if (nCodePage == code_page::kUtf8) return platform::Utf16ToUtf8(str);
   const HashConvert* pTable = charset_tables::fromUnicode(nCodePage);
   if (pTable != nullptr) return narrowByTable(*pTable, str);
   std::string strResult;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "html/charset/CharsetNames.h"
+#include "html/charset/CodePages.h"
 #include "mime/base/LogContextExitor.h"
 
 namespace mail {
@@ -83,14 +84,14 @@ struct ScriptPage {
   int nCodePage;
 };
 constexpr auto kScriptPages = std::to_array<ScriptPage>({
-    {Script::kJapanese, 932},
-    {Script::kKorean, 949},
-    {Script::kChinese, 936},
-    {Script::kHebrew, 28598},
-    {Script::kArabic, 28596},
-    {Script::kCyrillic, 28595},
-    {Script::kGreek, 28597},
-    {Script::kThai, 874},
+    {Script::kJapanese, code_page::kShiftJis},
+    {Script::kKorean, code_page::kKorean},
+    {Script::kChinese, code_page::kGbk},
+    {Script::kHebrew, code_page::kHebrew},
+    {Script::kArabic, code_page::kArabic},
+    {Script::kCyrillic, code_page::kCyrillic},
+    {Script::kGreek, code_page::kGreek},
+    {Script::kThai, code_page::kThai},
 });
 
 struct LoggedCount {
@@ -111,10 +112,6 @@ constexpr auto kLoggedCounts = std::to_array<LoggedCount>({
     {Script::kUnknown, "NumUnknown"},
 });
 
-constexpr int kUtf8 = 65001;
-constexpr int kLatin1Page = 28591;
-constexpr int kCentralEuropeanPage = 28592;
-
 }  // namespace
 
 void UnicodeInfo::countScripts(const unsigned char* pUtf16, std::size_t nCodeUnits) {
@@ -132,19 +129,19 @@ int UnicodeInfo::suggestPage() const {
   const std::uint32_t nAscii = count(kAscii);
   if (m_nTotal == nAscii) return 0;
   const std::uint32_t nLatin1 = nAscii + count(kLatin1);
-  if (m_nTotal == nLatin1) return kLatin1Page;
-  if (m_nTotal == nLatin1 + count(kCentralEuropean)) return kCentralEuropeanPage;
-  if (count(kLatin1) != 0 || count(kCentralEuropean) != 0) return kUtf8;
+  if (m_nTotal == nLatin1) return code_page::kLatin1;
+  if (m_nTotal == nLatin1 + count(kCentralEuropean)) return code_page::kLatin2;
+  if (count(kLatin1) != 0 || count(kCentralEuropean) != 0) return code_page::kUtf8;
   // Chinese characters are part of Japanese and Korean text too: they make no text a mixed one.
   const auto nScripts =
       std::count_if(kScriptPages.begin(), kScriptPages.end(), [this](const ScriptPage& objPage) {
         return objPage.nScript != kChinese && count(objPage.nScript) != 0;
       });
-  if (nScripts > 1) return kUtf8;
+  if (nScripts > 1) return code_page::kUtf8;
   for (const ScriptPage& objPage : kScriptPages) {
     if (count(objPage.nScript) != 0) return objPage.nCodePage;
   }
-  return kUtf8;
+  return code_page::kUtf8;
 }
 
 void UnicodeInfo::logCounts(LogBase& log) const {
@@ -160,11 +157,11 @@ void UnicodeInfo::SuggestCharset(_ckCharset& objCharset, std::string_view strPre
     StringBuffer strName(strPreferred);
     log.LogData("preferredCharset", strPreferred);
     log.LogDataLong("preferredCodePage", nameToCodePage(strName));
-    objCharset.setByCodePage(kUtf8);
+    objCharset.setByCodePage(code_page::kUtf8);
     return;
   }
   const int nPage = suggestPage();
-  const bool bPlain = nPage == 0 || nPage == kLatin1Page || nPage == kCentralEuropeanPage;
+  const bool bPlain = nPage == 0 || nPage == code_page::kLatin1 || nPage == code_page::kLatin2;
   if (!bPlain && log.m_bVerbose) logCounts(log);
   if (nPage == 0) {
     objCharset.clear();

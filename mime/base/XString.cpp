@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/LogNull.h"
 #include "platform/NarrowText.h"
@@ -10,9 +11,6 @@ namespace mail {
 namespace {
 
 constexpr std::string_view kNulUnit("\0\0", 2);
-
-constexpr unsigned kUtf8Page = 65001;
-constexpr unsigned kUtf16Page = 1200;
 
 std::string_view BytesOf(std::u16string_view strUnits) {
   return {reinterpret_cast<const char*>(strUnits.data()), strUnits.size() * sizeof(char16_t)};
@@ -108,7 +106,7 @@ bool XString::addTo(Form nForm, std::string_view strBytes) {
 
 unsigned XString::pageOf(Form nForm) {
   if (nForm == kAnsi) return platform::AnsiCodePage();
-  return nForm == kUtf8 ? kUtf8Page : kUtf16Page;
+  return nForm == kUtf8 ? code_page::kUtf8 : code_page::kUtf16;
 }
 
 void XString::makeForm(Form nForm) {

@@ -8,8 +8,6 @@
 // The charsets that encoded words and parameters of mails name.
 namespace mail::encoded_words {
 
-inline constexpr unsigned kUtf8 = 65001;
-
 // The code page of a name as it stands in a mail: a language behind a star (RFC 2231) does not
 // count, and "8bit" is utf-8. 0 for a name that is unknown or no charset's.
 unsigned pageOf(std::string_view strCharset);

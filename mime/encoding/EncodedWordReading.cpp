@@ -1,8 +1,6 @@
 #include "mime/encoding/ContentCoding.h"
 
-#include <algorithm>
-#include <array>
-
+#include "html/charset/CodePages.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
 
@@ -86,9 +84,8 @@ class Reader {
 
   // A charset with shifts or a byte order mark begins anew in each word.
   static bool isJoined(unsigned nPage) {
-    constexpr std::array kAnew = {1200U,  1201U,  12000U, 12001U, 50220U,
-                                  50221U, 50222U, 50225U, 52936U, 65000U};
-    return std::find(kAnew.begin(), kAnew.end(), nPage) == kAnew.end();
+    return !code_page::isWide(nPage) && !code_page::isIso2022(nPage) && nPage != code_page::kHz &&
+           nPage != code_page::kUtf7;
   }
 
   void setCharset(std::string_view strCharset) {
@@ -109,7 +106,7 @@ class Reader {
   // The words since the last text, all in one charset.
   DataBuffer m_bytes;
   std::string_view m_strCharset = "utf-8";
-  unsigned m_nPage = encoded_words::kUtf8;
+  unsigned m_nPage = code_page::kUtf8;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
@@ -19,7 +20,6 @@ namespace {
 
 constexpr std::size_t kUnitsOfQ = 50;       // of UTF-16, in one word
 constexpr std::size_t kCharactersOfB = 18;  // likewise
-constexpr unsigned kUtf16 = 1200, kUtf32 = 12000;
 
 using Pieces = std::vector<std::string>;
 
@@ -30,8 +30,8 @@ struct Cutting {
   std::size_t nUnits;  // in one piece
 };
 
-constexpr Cutting kCuttingOfQ = {kUtf16, 2, kUnitsOfQ};
-constexpr Cutting kCuttingOfB = {kUtf32, 4, kCharactersOfB};
+constexpr Cutting kCuttingOfQ = {code_page::kUtf16, 2, kUnitsOfQ};
+constexpr Cutting kCuttingOfB = {code_page::kUtf32, 4, kCharactersOfB};
 
 bool isContinuation(char ch) { return (ch & 0xC0) == 0x80; }
 
@@ -65,7 +65,7 @@ std::size_t pieceSize(std::string_view strUnits, const Cutting& cutting) {
 // Nothing when a byte would be lost on the way.
 std::optional<Pieces> cut(std::string_view strValue, unsigned nPage, const Cutting& cutting,
                           LogBase& log) {
-  if (nPage == encoded_words::kUtf8) return cutUtf8(strValue, cutting);
+  if (nPage == code_page::kUtf8) return cutUtf8(strValue, cutting);
   if (strValue.starts_with("%PDF-1")) return std::nullopt;  // which is never converted
   EncodingConvert objConvert;
   DataBuffer units, piece;
@@ -100,7 +100,7 @@ bool isBlank(std::string_view str) { return str.find_first_not_of(" \t") == str.
 
 // Whether it may stand in a header of that charset without a B word.
 bool isSafe(std::string_view strValue, unsigned nPage) {
-  const std::string_view strUnsafe = nPage >= 50220 && nPage <= 50225 ? "\r\n\x1B[$" : "\r\n";
+  const std::string_view strUnsafe = code_page::isIso2022(nPage) ? "\r\n\x1B[$" : "\r\n";
   return std::none_of(strValue.begin(), strValue.end(), [&](char ch) {
     return (ch & 0x80) != 0 || strUnsafe.find(ch) != strUnsafe.npos;
   });
@@ -145,7 +145,7 @@ bool putWords(const Pieces& arrPieces, std::string_view strCharset, char chEncod
 struct Charset {
   explicit Charset(std::string_view str)
       : strName(str.empty() ? "utf-8" : str), nPage(encoded_words::pageOf(strName)) {
-    if (nPage == 0) nPage = encoded_words::kUtf8;
+    if (nPage == 0) nPage = code_page::kUtf8;
   }
   std::string_view strName;
   unsigned nPage;

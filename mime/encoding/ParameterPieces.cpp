@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "html/charset/CodePages.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/DataBuffer.h"
 #include "mime/encoding/EncodedWordCharset.h"
@@ -131,7 +132,7 @@ void ParameterPieces::add(std::string_view strParameter, std::string_view strVal
 
 bool ParameterPieces::decode(StringBuffer& strUtf8, LogBase& log) const {
   const unsigned nPage =
-      m_strCharset.empty() ? encoded_words::kUtf8 : encoded_words::pageOf(m_strCharset);
+      m_strCharset.empty() ? code_page::kUtf8 : encoded_words::pageOf(m_strCharset);
   if (nPage == 0) log.LogData("invalidCharset", m_strCharset);
   DataBuffer out;
   if (!encoded_words::toUtf8(nPage, m_strBytes, out, log)) return false;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "html/charset/CharsetNames.h"
+#include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/encoding/ContentCoding.h"
@@ -12,26 +13,23 @@
 #include "mime/header/SevenBit.h"
 
 namespace mail {
+
+using namespace code_page;
+
 namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-constexpr int kUtf7 = 65000;
-constexpr int kUtf8 = 65001;
-constexpr int kAscii = 20127;
-constexpr int kLatin1 = 28591;
-constexpr int kLatin2 = 28592;
-constexpr int kWindowsLatin1 = 1252;
 constexpr char kEscape = '\x1B';
 
-// Of double-byte and multi-byte pages. The range begins with ISO-2022 and ends with EUC and GB.
+// Of double-byte and multi-byte pages. The range holds ISO-2022, EUC, HZ and GB.
 bool WritesB(int nPage) {
-  constexpr std::array kPages = {932, 52936, 936, 949, 950, 874, 1361, 1200, 1201};
-  return (nPage >= 50001 && nPage <= 64999) ||
+  constexpr int kLastSingleByte = 50000;
+  constexpr std::array kPages = {kShiftJis, kGbk,   kKorean, kBig5,
+                                 kThai,     kJohab, kUtf16,  kUtf16BigEndian};
+  return (nPage > kLastSingleByte && nPage < kUtf7) ||
          std::find(kPages.begin(), kPages.end(), nPage) != kPages.end();
 }
-
-bool IsUtf16(int nPage) { return nPage == 1200 || nPage == 1201; }
 
 }  // namespace
 
@@ -40,19 +38,20 @@ PreparedText::PreparedText(std::string_view strUtf8, int nCodePage, LogBase& log
       m_nPage(nCodePage == 0 || nCodePage == kUtf7 ? kUtf8 : nCodePage),
       m_b7bit(isSevenBit(strUtf8)),
       m_bWordsInB(WritesB(m_nPage)),
-      m_bIso2022(m_nPage >= 50220 && m_nPage <= 50225) {
+      m_bIso2022(isIso2022(static_cast<unsigned>(m_nPage))) {
   if (!m_b7bit) convert(log);
 }
 
 void PreparedText::convert(LogBase& log) {
-  const bool bStaysUtf8 = m_nPage == kUtf8 || m_nPage == kAscii || IsUtf16(m_nPage) ||
+  const bool bStaysUtf8 = m_nPage == kUtf8 || m_nPage == kAscii ||
+                          isUtf16(static_cast<unsigned>(m_nPage)) ||
                           m_strUtf8.starts_with("%PDF-1");  // which is never converted
   if (bStaysUtf8) {
     m_nPage = kUtf8;
     return;
   }
   if (convertTo(m_nPage, log)) return;
-  const bool bLatin1 = m_nPage == kLatin1 || m_nPage == kWindowsLatin1;
+  const bool bLatin1 = m_nPage == kLatin1 || m_nPage == kWindows1252;
   if (bLatin1 && convertTo(kLatin2, log)) return;
   m_nPage = kUtf8;
   m_bIso2022 = false;

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "html/charset/CharsetNames.h"
+#include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/StringBuffer.h"
@@ -13,6 +14,9 @@
 #include "platform/NarrowText.h"
 
 namespace mail {
+
+using namespace code_page;
+
 namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
@@ -21,12 +25,6 @@ using header_charset::kCheckedNames;
 using header_charset::kRawNames;
 using header_charset::RawName;
 
-constexpr int kUtf8 = 65001;
-constexpr int kAscii = 20127;
-constexpr int kLatin1 = 28591;
-constexpr int kLatin2 = 28592;
-constexpr int kJapanese = 50220;
-constexpr int kJapaneseRaw = 50222;
 constexpr std::size_t kLongestName = 75;  // characters of a charset's name
 constexpr std::string_view kSignature = "\xEF\xBB\xBF";
 
@@ -87,9 +85,8 @@ int PageOfName(std::string_view strName) {
   if (strName.size() < 3 || strName.size() > kLongestName) return 0;
   StringBuffer strSought(strName);
   const int nPage = nameToCodePage(strSought);
-  const bool bWide = nPage == 1200 || nPage == 1201 || nPage == 12000 || nPage == 12001 ||
-                     nPage == 65005 || nPage == 65006;
-  return nPage < 100 || bWide ? 0 : nPage;
+  const bool bBytes = nPage >= kFirstCharset && !isWide(static_cast<unsigned>(nPage));
+  return bBytes ? nPage : 0;
 }
 
 // The page named by the first encoded word of that kind.
@@ -239,13 +236,13 @@ int decideHeaderCodePage(std::string_view strHeader, int nKnownCodePage, std::st
   if (!b7bit && (nPage == 0 || nPage == kAscii)) {
     nPage = PageOf8bitHeader(strHeader, nKnownCodePage, strClue, log);
   }
-  bRawJapanese = (b7bit || nPage == kJapanese) && HasJapaneseEscapes(strHeader);
+  bRawJapanese = (b7bit || nPage == kIso2022Jp) && HasJapaneseEscapes(strHeader);
   return bRawJapanese ? kUtf8 : nPage;
 }
 
 bool convertRawJapanese(std::string_view strHeader, DataBuffer& out, LogBase& log) {
   EncodingConvert objConvert;
-  return objConvert.EncConvert(kJapaneseRaw, kUtf8, strHeader.data(), strHeader.size(), out, log);
+  return objConvert.EncConvert(kIso2022Jp2, kUtf8, strHeader.data(), strHeader.size(), out, log);
 }
 
 bool convertFieldToUtf8(std::string_view strField, int nCodePage, DataBuffer& out, LogBase& log) {
