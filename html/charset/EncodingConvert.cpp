@@ -1,17 +1,18 @@
 #include "html/charset/EncodingConvert.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <optional>
 #include <type_traits>
 #include <utility>
 
+#include "html/charset/ByteOrderMarks.h"
 #include "html/charset/CharsetNames.h"
 #include "html/charset/CharsetTables.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/ConvertLoops.h"
 #include "html/charset/Japanese.h"
 #include "html/charset/Korean.h"
+#include "html/charset/MacArabic.h"
 #include "html/charset/UtfForms.h"
 #include "mime/base/LogContextExitor.h"
 #include "mime/base/StringBuffer.h"
@@ -44,79 +45,8 @@ bool skipsPairs(unsigned nPage) {
 // An ISO-2022 text of up to that many bytes needs no buffer from the heap on its way.
 constexpr std::size_t kSmallText = 1024;
 
-// A marker in the pivot: these two bytes, a length, and as many bytes for the output.
-constexpr std::string_view kMarker = "\xFD\xEF";
-constexpr std::size_t kMarkerHeader = 3;
-constexpr std::size_t kMaxMarked = 5;
-
 std::string_view viewOf(Bytes arrBytes) {
   return {reinterpret_cast<const char*>(arrBytes.data()), arrBytes.size()};
-}
-
-// --- Byte order marks. ---
-
-struct Mark {
-  std::string_view strBytes;
-  bool bBigEndian;
-};
-constexpr std::array kUtf16Marks = {Mark{{"\xFE\xFF", 2}, true}, Mark{{"\xFF\xFE", 2}, false}};
-constexpr std::array kUtf32Marks = {Mark{{"\0\0\xFE\xFF", 4}, true},
-                                    Mark{{"\xFF\xFE\0\0", 4}, false}};
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-
-// Takes the mark of the source page off the front; the result says which byte order is meant.
-bool takeMark(unsigned nPage, Bytes& arrIn) {
-  if (nPage == kUtf8 && viewOf(arrIn).starts_with(kUtf8Mark)) arrIn = arrIn.subspan(3);
-  if (!isWide(nPage)) return false;
-  for (const Mark& objMark : isUtf16(nPage) ? kUtf16Marks : kUtf32Marks) {
-    if (!viewOf(arrIn).starts_with(objMark.strBytes)) continue;
-    arrIn = arrIn.subspan(objMark.strBytes.size());
-    return objMark.bBigEndian;
-  }
-  return isBigEndian(nPage);
-}
-
-// --- Mac Arabic. ---
-
-constexpr bool isOneOf(unsigned ch,
-                       std::initializer_list<std::pair<unsigned, unsigned>> arrRanges) {
-  for (const auto& [nFirst, nLast] : arrRanges) {
-    if (ch >= nFirst && ch <= nLast) return true;
-  }
-  return false;
-}
-
-constexpr bool isRightToLeft(unsigned ch) {
-  return isOneOf(ch, {{0x81, 0x81},
-                      {0x8C, 0x8C},
-                      {0x93, 0x93},
-                      {0x98, 0x98},
-                      {0x9B, 0x9B},
-                      {0xA0, 0xA4},
-                      {0xA6, 0xAB},
-                      {0xAD, 0xBA},
-                      {0xBC, 0xBE},
-                      {0xC0, 0xC0},
-                      {0xDB, 0xDF},
-                      {0xFB, 0xFD}});
-}
-
-// Right-to-left duplicates of punctuation and digits become their ordinary forms.
-constexpr unsigned char foldMacArabic(unsigned ch) {
-  if (ch == 0x81) return 0xA0;
-  const bool bDuplicate = isOneOf(
-      ch, {{0xA0, 0xA4}, {0xA6, 0xAB}, {0xAD, 0xBA}, {0xBC, 0xBE}, {0xDB, 0xDF}, {0xFB, 0xFD}});
-  return static_cast<unsigned char>(bDuplicate ? ch - 0x80 : ch);
-}
-
-void unfoldMacArabic(unsigned char* p, std::size_t nBytes) {
-  unsigned char* const pEnd = p + nBytes;
-  while (p < pEnd) {
-    unsigned char* pRunEnd = std::find_if_not(p, pEnd, isRightToLeft);
-    std::reverse(p, pRunEnd);
-    for (; p < pRunEnd; ++p) *p = foldMacArabic(*p);
-    p = std::find_if(p, pEnd, isRightToLeft);
-  }
 }
 
 // us-ascii text that became UTF-8 holds neither NULs nor bytes of 0x80 and more.
@@ -190,12 +120,8 @@ bool EncodingConvert::EncConvertToAnsi(unsigned nFrom, const void* pBytes, std::
 
 bool EncodingConvert::EncConvertWithPreamble(unsigned nFrom, unsigned nTo, const void* pBytes,
                                              std::size_t nBytes, DataBuffer& out, LogBase& log) {
-  const unsigned nTarget = nTo != 0 ? nTo : nFrom;
-  bool bOk = true;
-  if (nTarget == kUtf8) bOk = out.append(kUtf8Mark);
-  if (nTarget == kUtf16) bOk = out.append(std::string_view("\xFF\xFE"));
-  if (nTarget == kUtf16BigEndian) bOk = out.append(std::string_view("\xFE\xFF"));
-  return bOk && EncConvert(nFrom, nTo, pBytes, nBytes, out, log);
+  return out.append(byte_order::markOf(nTo != 0 ? nTo : nFrom)) &&
+         EncConvert(nFrom, nTo, pBytes, nBytes, out, log);
 }
 
 bool EncodingConvert::EncConvert(unsigned nFrom, unsigned nTo, const void* pBytes,
@@ -220,7 +146,6 @@ bool EncodingConvert::convertText(unsigned nFrom, unsigned nTo, const void* pByt
   if (nTo == 0) nTo = nFrom;
   if (nFrom == 0 || nFrom == nTo) return out.append(pBytes, nBytes);
   if (!isCharset(nFrom) || !isCharset(nTo)) return false;
-  m_honourMarkers = false;
   m_fromCodePage = nFrom;
   m_toCodePage = nTo;
   if (nFrom == kMacArabic) return fromMacArabic(arrIn, out, log);
@@ -326,7 +251,7 @@ bool EncodingConvert::convert_a(unsigned nFrom, unsigned nTo, Bytes arrIn, DataB
                                 LogBase& log) {
   const LogContextExitor objContext(log, "convert_a");
   if (arrIn.empty()) return true;
-  const bool bBigEndian = takeMark(nFrom, arrIn);
+  const bool bBigEndian = byte_order::takeMark(nFrom, arrIn);
   if (arrIn.empty()) return true;
   if (nFrom == nTo) return out.append(arrIn.data(), arrIn.size()) || fail();
   if (nFrom == kAscii && isAsciiSuperset(nTo)) {
@@ -386,19 +311,17 @@ bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, 
   }
   DataBuffer arrUnits;
   if (!arrUnits.reserve(2 * arrIn.size() + 4)) return fail();
-  m_nMarkers = 0;
-  m_emitMarkers = true;
+  m_markers.beginFirstStage();
   bool bResult = convertToUnits(nFrom, arrIn, arrUnits, log);
-  m_emitMarkers = false;
   if (!bResult && log.m_bVerbose) log.LogInfo("convertToUnicodeHC failed.");
   if (bResult) {
-    m_honourMarkers = true;
+    m_markers.beginSecondStage();
     bResult = convertUnits(nTo, arrUnits.bytes(), out, log);
-    m_honourMarkers = false;
     if (!bResult && log.m_bVerbose) {
       log.LogInfo(nTo == kUtf8 ? "convertFromUnicode failed." : "convertFromUnicodeHC failed.");
     }
   }
+  m_markers.end();
   return bResult;
 }
 
@@ -558,7 +481,7 @@ bool EncodingConvert::convertFromUnicodeHC(unsigned nPage, Bytes arrIn, DataBuff
   }
   if (arrIn.size() == 1) return fail();
   reserveFor(arrIn.size(), out);
-  return honourMarkers(arrIn, kMarkerHeader, out, [&](Bytes arrText) {
+  return m_markers.honour(arrIn, PivotMarkers::kHeader, out, [&](Bytes arrText) {
     return convertWithActions(convert_loops::UnitSource{}, convert_loops::TableSink{*pTable},
                               arrText.first(arrText.size() & ~std::size_t{1}), out, log);
   });
@@ -568,7 +491,7 @@ bool EncodingConvert::convertFromUnicodeHC(unsigned nPage, Bytes arrIn, DataBuff
 bool EncodingConvert::convertFromUnicode(Bytes arrIn, DataBuffer& out) {
   reserveFor(arrIn.size(), out);
   const bool bJoin = m_pairSurrogates && g_joinSurrogates;
-  const bool bDone = honourMarkers(arrIn, kMarkerHeader + 1, out, [&](Bytes arrText) {
+  const bool bDone = m_markers.honour(arrIn, PivotMarkers::kHeader + 1, out, [&](Bytes arrText) {
     const bool bWhole = arrText.size() % 2 == 0;
     return utf_forms::unitsToUtf8(arrText, bJoin, out) && bWhole;
   });
@@ -577,37 +500,11 @@ bool EncodingConvert::convertFromUnicode(Bytes arrIn, DataBuffer& out) {
 
 // --- What is put in place of the unmappable. ---
 
-// Converts arrIn by fnConvert, but for the markers in it, whose bytes are copied. Stage one counts
-// what it wrote, so that a text's own U+EFFD (a user-defined character of 950) is no marker where
-// none was put. nLeast is how many bytes there must be for a marker to be looked for.
-template <class Convert>
-bool EncodingConvert::honourMarkers(Bytes arrIn, std::size_t nLeast, DataBuffer& out,
-                                    Convert fnConvert) {
-  bool bResult = true;
-  std::size_t nTextEnd = 0;
-  while (m_honourMarkers && m_nMarkers > 0 && arrIn.size() - nTextEnd >= nLeast) {
-    if (!viewOf(arrIn.subspan(nTextEnd)).starts_with(kMarker)) {
-      nTextEnd += 2;
-      continue;
-    }
-    --m_nMarkers;
-    if (nTextEnd != 0) bResult = fnConvert(arrIn.first(nTextEnd)) && bResult;
-    arrIn = arrIn.subspan(nTextEnd + kMarkerHeader);
-    nTextEnd = 0;
-    const std::size_t nLength = arrIn.data()[-1];
-    if (nLength > kMaxMarked) continue;
-    const std::size_t nMarked = std::min(nLength, arrIn.size());
-    bResult = out.append(arrIn.data(), nMarked) && bResult;
-    arrIn = arrIn.subspan(nMarked);
-  }
-  return (arrIn.empty() || fnConvert(arrIn)) && bResult;
-}
-
 void EncodingConvert::actOn(Bytes arrMissing, unsigned nPage, DataBuffer& out, LogBase& log) {
   const bool bToUnicode = nPage != kUtf16;
   switch (m_errorAction) {
     case kSubstitute:
-      putReplacement({m_substitution.data(), m_nSubstitution}, out);
+      m_markers.put({m_substitution.data(), m_nSubstitution}, out);
       break;
     case kHexReference: {
       constexpr std::string_view kDigits = "0123456789ABCDEF";
@@ -618,14 +515,14 @@ void EncodingConvert::actOn(Bytes arrMissing, unsigned nPage, DataBuffer& out, L
         aText[nLength++] = kDigits[ch & 0xF];
       }
       aText[nLength++] = ';';
-      putReplacement({aText.data(), nLength}, out);
+      m_markers.put({aText.data(), nLength}, out);
       break;
     }
     case kAlternatePage:
       putAlternate(arrMissing, nPage, out, log);
       break;
     case kKeepBytes:
-      putReplacement(viewOf(arrMissing), out);
+      m_markers.put(viewOf(arrMissing), out);
       break;
     case kLatin1:
       if (!bToUnicode) break;
@@ -639,22 +536,6 @@ void EncodingConvert::actOn(Bytes arrMissing, unsigned nPage, DataBuffer& out, L
   }
 }
 
-// Bytes of the target, in the pivot behind markers; a long text takes several.
-void EncodingConvert::putReplacement(std::string_view strBytes, DataBuffer& out) {
-  if (!m_emitMarkers) {
-    (void)out.append(strBytes);
-    return;
-  }
-  while (!strBytes.empty()) {
-    const std::string_view strMarked = strBytes.substr(0, kMaxMarked);
-    (void)out.append(kMarker);
-    (void)out.appendChar(static_cast<unsigned char>(strMarked.size()));
-    (void)out.append(strMarked);
-    ++m_nMarkers;
-    strBytes.remove_prefix(strMarked.size());
-  }
-}
-
 void EncodingConvert::putAlternate(Bytes arrMissing, unsigned nPage, DataBuffer& out,
                                    LogBase& log) {
   EncodingConvert objInner;  // with the default action
@@ -662,7 +543,7 @@ void EncodingConvert::putAlternate(Bytes arrMissing, unsigned nPage, DataBuffer&
   DataBuffer arrBytes;
   const unsigned nTo = m_alternateCodePage != 0 ? m_alternateCodePage : m_toCodePage;
   (void)objInner.EncConvert(nPage, nTo, arrMissing.data(), arrMissing.size(), arrBytes, log);
-  putReplacement(arrBytes.view(), out);
+  m_markers.put(arrBytes.view(), out);
 }
 
 }  // namespace mail

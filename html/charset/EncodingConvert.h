@@ -8,6 +8,7 @@
 #include <span>
 #include <string_view>
 
+#include "html/charset/PivotMarkers.h"
 #include "mime/base/DataBuffer.h"
 #include "mime/base/LogBase.h"
 
@@ -30,7 +31,8 @@ extern std::atomic<bool> g_joinSurrogates;  // starts true
 //
 // The road: text goes through UTF-16 (the pivot) where neither side is UTF-16. With the default
 // action both halves run as one loop over the input (ConvertLoops.h); with another they run one
-// after the other, and markers in the pivot carry what was put in place of the unmappable.
+// after the other, and markers in the pivot (PivotMarkers.h) carry what was put in place of the
+// unmappable.
 //
 // An object converts one text at a time; threads use objects of their own.
 class EncodingConvert {
@@ -70,8 +72,8 @@ class EncodingConvert {
   bool EncConvertWithPreamble(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,
                               DataBuffer& out, LogBase& log);
 
-  // Whether text can be read and written in the page at all, be it by tables or as a form of Unicode
-  // or ISO-2022. Not so for some that have a name, and for the numbers of encodings.
+  // Whether text can be read and written in the page at all, be it by tables or as a form of
+  // Unicode or ISO-2022. Not so for some that have a name, and for the numbers of encodings.
   static bool converts(unsigned nPage);
 
   // Whether surrogates are joined to one character on the way to UTF-8.
@@ -112,11 +114,8 @@ class EncodingConvert {
   template <class Source, class Sink>
   bool convertWithActions(const Source& objSource, const Sink& objSink, Bytes arrIn,
                           DataBuffer& out, LogBase& log);
-  template <class Convert>
-  bool honourMarkers(Bytes arrIn, std::size_t nLeast, DataBuffer& out, Convert fnConvert);
 
   void actOn(Bytes arrMissing, unsigned nPage, DataBuffer& out, LogBase& log);
-  void putReplacement(std::string_view strBytes, DataBuffer& out);
   void putAlternate(Bytes arrMissing, unsigned nPage, DataBuffer& out, LogBase& log);
 
   std::uint32_t m_nSubstitution = 0;
@@ -125,9 +124,7 @@ class EncodingConvert {
   std::array<char, kMaxSubstitution> m_substitution;
   unsigned m_fromCodePage = 0;
   unsigned m_toCodePage = 0;
-  bool m_emitMarkers = false;
-  bool m_honourMarkers = false;
-  std::size_t m_nMarkers = 0;  // written by stage one and not yet met by stage two
+  PivotMarkers m_markers;
 };
 
 }  // namespace mail
