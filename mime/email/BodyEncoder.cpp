@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/email/EmailWriter.h"
@@ -10,7 +11,7 @@
 namespace mail {
 namespace {
 
-constexpr unsigned kUtf8 = 65001;
+using code_page::kUtf8;
 constexpr std::size_t kBytesOfBase64Line = ContentCoding::kDefaultLineLength / 4 * 3;
 
 bool isContinuation(char ch) { return (static_cast<unsigned char>(ch) & 0xC0) == 0x80; }

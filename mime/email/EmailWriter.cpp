@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/email/BodyEncoder.h"
 #include "mime/tree/ByteSearch.h"
@@ -10,8 +11,8 @@
 namespace mail {
 namespace {
 
-constexpr int kAscii = 20127;
-constexpr int kUtf8 = 65001;
+using code_page::kAscii;
+using code_page::kUtf8;
 
 constexpr std::string_view kEncodingField = "Content-Transfer-Encoding";
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "html/parse/CkHtmlHelp.h"
 #include "mime/base/AsciiText.h"
@@ -15,12 +16,7 @@
 namespace mail {
 namespace {
 
-constexpr int kUtf8 = 65001;
-constexpr int kUtf16 = 1200;
-constexpr int kUtf16Big = 1201;
-constexpr int kAscii = 20127;
-constexpr int kLatin1 = 28591;
-constexpr int kWindows1252 = 1252;
+using namespace code_page;
 constexpr std::size_t k7bitProbe = 8192;  // bytes at the front that say whether text is 7-bit
 constexpr std::size_t kUtf8Probe = 8000;  // bytes at the front that say whether it is UTF-8
 constexpr std::size_t kNulProbe = 1000;   // bytes at the front in which UTF-16 has a NUL
@@ -31,15 +27,16 @@ struct Signature {
 };
 // The longer ones first: one begins with another.
 constexpr std::array<Signature, 5> kSignatures = {{
-    {{"\xFF\xFE\0\0", 4}, 12000},
-    {{"\0\0\xFE\xFF", 4}, 12001},
+    {{"\xFF\xFE\0\0", 4}, kUtf32},
+    {{"\0\0\xFE\xFF", 4}, kUtf32BigEndian},
     {"\xEF\xBB\xBF", kUtf8},
     {"\xFF\xFE", kUtf16},
-    {"\xFE\xFF", kUtf16Big},
+    {"\xFE\xFF", kUtf16BigEndian},
 }};
 // In these the lead bytes of UTF-8 are ordinary letters, or the text shows what it is.
-constexpr std::array kNeverUtf8 = {kUtf8, kUtf16, kUtf16Big, 12000, 12001, 932,  936,
-                                   949,   950,    28595,     51932, 51949, 52936};
+constexpr std::array kNeverUtf8 = {
+    kUtf8,   kUtf16, kUtf16BigEndian, kUtf32, kUtf32BigEndian, kShiftJis, kGbk,
+    kKorean, kBig5,  kCyrillic,       kEucJp, kEucKr,          kHz};
 
 constexpr std::array<std::string_view, 4> kBinaryTypes = {"image/", "audio/", "video/",
                                                           "application/"};
@@ -128,7 +125,7 @@ bool BodyDecoding::decideText(std::string_view strBytes) const {
   if (strType.isEmpty()) return !hasNul(strBytes);
   if (!strType.contains("text/") && !strType.contains("application/xml")) return false;
   const int nPage = m_objEntity.charset().getCodePage();
-  return nPage == kUtf16 || nPage == kUtf16Big || !hasNul(strBytes);
+  return nPage == kUtf16 || nPage == kUtf16BigEndian || !hasNul(strBytes);
 }
 
 BodyDecoding::Encoding BodyDecoding::encodingOfEntity() const {

@@ -2,15 +2,16 @@
 
 #include <string>
 
+#include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/DataBuffer.h"
 
 namespace mail {
 namespace {
 
-constexpr unsigned kUtf8 = 65001;
-constexpr unsigned kUtf16 = 1200;
-constexpr unsigned kUtf16Big = 1201;
+using code_page::kUtf16;
+using code_page::kUtf16BigEndian;
+using code_page::kUtf8;
 constexpr std::size_t kMarkSize = 2;  // bytes
 constexpr std::size_t kProbe = 16;    // bytes that show UTF-16 without a mark
 
@@ -22,14 +23,14 @@ unsigned pageOfUtf16(std::string_view strBytes) {
     return strBytes[3] == '\0' ? kUtf16 : 0;
   }
   if (strBytes.size() > 4 && strBytes.starts_with("\xFE\xFF")) {
-    return strBytes[2] == '\0' ? kUtf16Big : 0;
+    return strBytes[2] == '\0' ? kUtf16BigEndian : 0;
   }
   if (strBytes.size() < kProbe) return 0;
   const std::size_t nAscii = strBytes[0] == '\0' ? 1 : 0;  // its place in each pair
   for (std::size_t n = 0; n < kProbe; n += 2) {
     if (!isAsciiByte(strBytes[n + nAscii]) || strBytes[n + 1 - nAscii] != '\0') return 0;
   }
-  return nAscii == 0 ? kUtf16 : kUtf16Big;
+  return nAscii == 0 ? kUtf16 : kUtf16BigEndian;
 }
 
 // The boundary in a text that begins with a delimiter line in the place of a header; empty if it

@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/LogNull.h"
 #include "mime/tree/BodyDecoding.h"
@@ -17,7 +18,7 @@ namespace {
 constexpr std::size_t npos = SourceText::npos;
 constexpr std::size_t kSmallestPart =
     5;  // bytes; what is smaller between two delimiters is nothing
-constexpr int kUtf8Page = 65001;
+using code_page::kUtf8;
 
 // Takes up to two line ends, CR LF or LF, off the front.
 void skipLineEnds(SourceRange& objRange) {
@@ -42,7 +43,7 @@ std::string to7bit(std::string_view strBoundary) {
 std::string toAnsi(std::string_view strUtf8) {
   DataBuffer arrAnsi;
   LogNull log;
-  (void)EncodingConvert().EncConvertToAnsi(kUtf8Page, strUtf8.data(), strUtf8.size(), arrAnsi, log);
+  (void)EncodingConvert().EncConvertToAnsi(kUtf8, strUtf8.data(), strUtf8.size(), arrAnsi, log);
   return std::string(arrAnsi.view());
 }
 
@@ -137,8 +138,8 @@ bool MimeLoader::loadWithoutEnd(MimeMessage2& objEntity, const SourceRange& objR
 void MimeLoader::loadHeader(MimeMessage2& objEntity, std::string_view strHeader,
                             std::string_view strMarker) {
   m_nSteps += strHeader.size();
-  (void)objEntity.m_header.loadMimeHeaderText(strHeader, strMarker, m_bUtf8 ? kUtf8Page : 0,
-                                              m_strClue, m_log);
+  (void)objEntity.m_header.loadMimeHeaderText(strHeader, strMarker, m_bUtf8 ? kUtf8 : 0, m_strClue,
+                                              m_log);
   objEntity.refreshCache(m_log);
 }
 
