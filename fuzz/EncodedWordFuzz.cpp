@@ -88,6 +88,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   mail::LogNull log;
   mail::StringBuffer value(text), decoded;
   if (joinNumberedPieces(value, "name")) Require(value.getSize() <= text.size() + 16);
-  Require(mail::decodeExtendedValue(text, decoded, log));
+  mail::ParameterPieces pieces;
+  pieces.add("name*", text);
+  Require(pieces.decode(decoded, log));
   return 0;
 }

@@ -142,10 +142,4 @@ bool ParameterPieces::decode(StringBuffer& strUtf8, LogBase& log) const {
   return true;
 }
 
-bool decodeExtendedValue(std::string_view strValue, StringBuffer& strUtf8, LogBase& log) {
-  ParameterPieces objPieces;
-  objPieces.add("*", strValue);
-  return objPieces.decode(strUtf8, log);
-}
-
 }  // namespace mail

@@ -32,7 +32,8 @@ unsigned numberOfPiece(std::string_view strParameter);
 // Collects the pieces of one parameter, in the order in which they are given.
 class ParameterPieces {
  public:
-  // strParameter is the name as it stands, "name*0*" for example; the value is without its quotes.
+  // strParameter is the name as it stands, "name*0*" for example; the value is without its quotes:
+  // of the first extended piece charset'language'text, or text alone, which is UTF-8.
   void add(std::string_view strParameter, std::string_view strValue);
   bool isEmpty() const { return m_bEmpty; }
   // Sets strUtf8 to the value, trimmed and without line ends. A charset that is unknown (it goes to
@@ -44,9 +45,5 @@ class ParameterPieces {
   std::string m_strBytes;  // percent-encoding undone
   bool m_bEmpty = true;
 };
-
-// charset'language'text, percent-encoded, to UTF-8: the value of one "NAME*=". Without two
-// apostrophes all of it is text in UTF-8. Sets strUtf8.
-bool decodeExtendedValue(std::string_view strValue, StringBuffer& strUtf8, LogBase& log);
 
 }  // namespace mail

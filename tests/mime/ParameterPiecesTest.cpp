@@ -55,7 +55,9 @@ TEST(ParameterPieces, ExtendedValuesAreDecoded) {
   }
   mail::_ckLogger loud;
   StringBuffer text;
-  EXPECT_TRUE(mail::decodeExtendedValue("x-none'en'%41", text, loud));
+  mail::ParameterPieces unknown;
+  unknown.add("name*", "x-none'en'%41");
+  EXPECT_TRUE(unknown.decode(text, loud));
   EXPECT_EQ(text.view(), "A");
   EXPECT_EQ(loud.text(), "invalidCharset: x-none\r\n");
   EXPECT_TRUE(mail::isPieceOf("NAME*0*", "name") && !mail::isPieceOf("name", "name"));
