@@ -34,15 +34,12 @@ const Parameter* FindParameter(std::string_view strName) {
 
 void SetCharset(_ckContentType& objType, std::string_view strName) {
   if (strName.empty() || objType.m_charset.getCodePage() != 0) return;
-  const bool bKnown = objType.m_charset.setByName(strName);
-  // A page may write no name ("iso-8859-8-i"), and must not be written as none.
-  const bool bNameless =
-      objType.m_charset.getCodePage() != 0 && objType.m_charset.getName().isEmpty();
-  if (bKnown && !bNameless) {
-    objType.m_unknownCharset.weakClear();
-  } else if (bNameless || objType.m_unknownCharset.isEmpty()) {
-    (void)objType.m_unknownCharset.setString(strName);
+  if (!objType.m_charset.setByName(strName)) {
+    if (objType.m_unknownCharset.isEmpty()) (void)objType.m_unknownCharset.setString(strName);
+    return;
   }
+  objType.m_unknownCharset.weakClear();
+  if (objType.m_charset.getName().isEmpty()) (void)objType.m_namelessCharset.setString(strName);
 }
 
 void SetParameter(_ckContentType& objType, std::string_view strName, std::string_view strValue) {
@@ -94,16 +91,15 @@ void _ckContentType::load(std::string_view strValueUtf8, LogBase& log) {
 }
 
 void _ckContentType::emit(StringBuffer& strOut) {
-  const bool bNoCharset = m_charset.getName().isEmpty() && m_unknownCharset.isEmpty();
-  if (bNoCharset && m_type.beginsWith("text") && !m_type.contains("rfc822-headers")) {
+  if (charsetName().isEmpty() && m_type.beginsWith("text") && !m_type.contains("rfc822-headers")) {
     (void)m_charset.setByName("us-ascii");
   }
   (void)strOut.append(m_type);
-  const bool bKnown = !m_charset.getName().isEmpty();
-  const StringBuffer& strCharset = bKnown ? m_charset.getName() : m_unknownCharset;
+  const StringBuffer& strCharset = charsetName();
   if (!strCharset.isEmpty()) {
     (void)strOut.append("; charset=");
-    bKnown ? (void)strOut.append(strCharset) : appendQuoted(strCharset.view(), strOut);
+    const bool bCanonical = !m_charset.getName().isEmpty();
+    bCanonical ? (void)strOut.append(strCharset) : appendQuoted(strCharset.view(), strOut);
   }
   (void)strOut.append(";");
   const bool bReport = m_type.equals("multipart/report");
@@ -118,11 +114,18 @@ void _ckContentType::emit(StringBuffer& strOut) {
   strOut.chop(1);
 }
 
+// "iso-8859-8-i" for one is a known charset without a name, and must not be written as none.
+const StringBuffer& _ckContentType::charsetName() const {
+  if (!m_charset.getName().isEmpty()) return m_charset.getName();
+  return m_charset.getCodePage() != 0 ? m_namelessCharset : m_unknownCharset;
+}
+
 void _ckContentType::clear() {
   for (const Parameter& obj : kParameters) (this->*obj.pMember).weakClear();
   m_type.weakClear();
   m_charset.clear();
   m_unknownCharset.weakClear();
+  m_namelessCharset.weakClear();
   m_bFormatFlowed = false;
 }
 

@@ -23,12 +23,16 @@ class _ckContentType : public LibraryObject {
 
   bool isMultipart() const { return m_type.beginsWith("multipart/"); }
 
+  // The name to write; empty if there is none.
+  const StringBuffer& charsetName() const;
+
   StringBuffer m_type;  // "text/plain"
   StringBuffer m_name;
   StringBuffer m_protocol;
   StringBuffer m_micalg;
   _ckCharset m_charset;
-  StringBuffer m_unknownCharset;  // a charset's name that m_charset does not know or cannot write
+  StringBuffer m_unknownCharset;   // a charset's name that m_charset does not know
+  StringBuffer m_namelessCharset;  // the name that m_charset was called by, if its page writes none
   StringBuffer m_smimeType;
   StringBuffer m_typeParam;  // "type"
   StringBuffer m_boundary;
