@@ -16,8 +16,7 @@ struct HeaderExtent {
 HeaderExtent findHeader(std::string_view strText, std::string_view strEndMarker);
 
 // Takes one line after the other off a header, each without its end: LF with any CR in front of it
-// and, where the extent says so, a run of
-// CR alone.
+// and, where the extent says so, a run of CR alone.
 class HeaderLines {
  public:
   explicit HeaderLines(const HeaderExtent& objExtent)

@@ -18,23 +18,39 @@ class HeaderLoader {
       : m_objHeader(objHeader), m_log(log), m_b8bit(b8bit) {}
 
   bool load(HeaderLines objLines) {
+    const bool bDone = takeFields(objLines);
+    if (m_bTakenAway) {
+      (void)m_objHeader.m_fields.deleteIf([](const MimeField& objField) {
+        return isContentType(objField) && objField.value().isEmpty();
+      });
+    }
+    return bDone;
+  }
+
+ private:
+  static bool isContentType(const MimeField& objField) {
+    return (fieldTraits(objField.name().view()) & kIsContentType) != 0;
+  }
+
+  bool takeFields(HeaderLines& objLines) {
     std::size_t nLines = 0;
     while (nLines < MimeHeader::kMaxLines && !objLines.atEnd()) {
       std::string_view strField = objLines.take();
       ++nLines;
+      if (isSeparator(strField)) continue;
       m_bUnfolded = false;
       while (nLines < MimeHeader::kMaxLines && continues(objLines)) {
         const std::string_view strLine = objLines.take();
         ++nLines;
-        if (!strLine.starts_with("From ")) strField = join(strField, strLine);
+        if (!isSeparator(strLine)) strField = join(strField, strLine);
       }
       if (!closeField(strField)) return false;
     }
     return true;
   }
 
- private:
-  // A line of an mbox separator is passed over wherever it stands, and ends no field.
+  // Of an mbox: passed over wherever it stands, begins no field and ends none.
+  static bool isSeparator(std::string_view strLine) { return strLine.starts_with("From "); }
   static bool continues(const HeaderLines& objLines) {
     return objLines.nextIsContinued() || objLines.nextStartsWith("From ");
   }
@@ -51,7 +67,6 @@ class HeaderLoader {
   }
 
   bool closeField(std::string_view strField) {
-    if (strField.starts_with("From ")) return true;
     if (!m_b8bit || isSevenBit(strField)) return addField(strField);
     m_utf8.weakClear();
     (void)convertFieldToUtf8(strField, m_objHeader.m_codePage, m_utf8, m_log);
@@ -64,7 +79,7 @@ class HeaderLoader {
     if (pField == nullptr) return outOfMemory();
     if (!pField->loadLine(strField, m_objHeader.m_control, m_log)) return true;
     MimeField* const pAdded = pField.get();
-    const bool bContentType = (fieldTraits(pField->name().view()) & kIsContentType) != 0;
+    const bool bContentType = isContentType(*pField);
     if (bContentType && replacesContentType(*pField)) return true;
     if (!m_objHeader.m_fields.append(std::move(pField))) return outOfMemory();
     if (bContentType) m_pContentType = pAdded;
@@ -72,17 +87,14 @@ class HeaderLoader {
   }
 
   // Of several Content-Type fields the last one counts, in the place of the first; one without a
-  // value takes the one before away.
+  // value takes the one before away, and marks its place until all fields are read: to close each
+  // gap at once would take quadratic time.
   bool replacesContentType(MimeField& objField) {
-    if (objField.value().isEmpty()) {
-      if (m_pContentType != nullptr) {
-        (void)m_objHeader.deleteField("content-type", /*bAll=*/false);
-      }
-      m_pContentType = nullptr;
-      return true;
-    }
-    if (m_pContentType == nullptr) return false;
+    const bool bTakesAway = objField.value().isEmpty();
+    if (m_pContentType == nullptr) return bTakesAway;
     *m_pContentType = std::move(objField);
+    if (bTakesAway) m_pContentType = nullptr;
+    m_bTakenAway = m_bTakenAway || bTakesAway;
     return true;
   }
 
@@ -98,6 +110,7 @@ class HeaderLoader {
   DataBuffer m_unfolded;  // the field being read, if it has several lines
   DataBuffer m_utf8;
   MimeField* m_pContentType = nullptr;
+  bool m_bTakenAway = false;
 };
 
 bool MimeHeader::loadMimeHeaderText(std::string_view strBytes, std::string_view strEndMarker,

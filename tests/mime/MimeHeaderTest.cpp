@@ -57,6 +57,7 @@ TEST_F(HeaderReading, TakesLinesAsTheyCome) {
       {"A: 1\r\n B\r\n\tC\r\n\r\n", "0|A=1 B\tC"},  // white space of a continuation stays
       {"A: 1\r\nFrom me@x\r\n 2\r\nB: 3\r\n\r\n", "0|A=1 2|B=3"},
       {"From me@x\r\nA: 1\r\n\r\n", "0|A=1"},
+      {"From me@x\r\n A: 1\r\nB: 2\r\n\r\n", "0|A=1|B=2"},  // it has no continuation
       {"no field\r\nA: 1\r\n: 2\r\n\r\n", "0|A=1|=2"},
       {" A: 1\r\nB c \"d\": 2\r\n\r\n", "0|A=1|B-c--d-=2"},
       {"\xEF\xBB\xBF"
@@ -69,6 +70,8 @@ TEST_F(HeaderReading, TakesLinesAsTheyCome) {
       {string_view("B:\0 x\0y \0\r\n\r\n", 13), "0|B=xy"},  // and no blank that a NUL uncovers
       {"B: =?utf-8?q?=00_x=00y?=\r\n\r\n", "65001|B=xy"},
       {"Content-Type: a/b\r\nContent-Type: =?utf-8?Q?_?=\r\nA: 1\r\n\r\n", "65001|A=1"},
+      {"Content-Type: a/b\r\n:\r\nContent-Type:\r\nContent-Type:\r\nContent-Type: c/d\r\n\r\n",
+       "0|=|Content-Type=c/d"},
       {"", "0"},
       {"\r\n\r\nA: 1", "0"},
   };
@@ -188,6 +191,7 @@ TEST_F(HeaderReading, HostileHeadersTakeLinearTime) {
                       100'000),
       Repeat("\r", 5'000'000) + "A",
       Repeat("X: 1\r\n", 50'000) + Repeat("Content-Type: a/b\r\n", 50'000),
+      Repeat("X: 1\r\n", 50'000) + Repeat("Content-Type: a\r\nContent-Type:\r\n", 25'000),
       "A: " + Repeat("=?a?Q?", 1'000'000),
       "A: " + Repeat("windows-125 iso-8859- gb \xE9", 300'000),
       "To: " + Repeat(",", 1'000'000) + Repeat("<", 1'000'000) + Repeat("\"\\", 1'000'000),
