@@ -11,8 +11,8 @@ unsigned pageOf(std::string_view strCharset) {
   StringBuffer strName(strCharset.substr(0, strCharset.find('*')));
   if (strName.equalsIgnoreCase("utf-8") || strName.equalsIgnoreCase("8bit"))
     return code_page::kUtf8;
-  const int nPage = nameToCodePage(strName);
-  return nPage < code_page::kFirstCharset ? 0 : static_cast<unsigned>(nPage);
+  const auto nPage = static_cast<unsigned>(nameToCodePage(strName));
+  return code_page::isCharset(nPage) ? nPage : 0;
 }
 
 bool toUtf8(unsigned nPage, std::string_view strBytes, DataBuffer& out, LogBase& log) {

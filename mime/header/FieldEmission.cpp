@@ -20,8 +20,6 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-constexpr char kEscape = '\x1B';
-
 // Of double-byte and multi-byte pages. The range holds ISO-2022, EUC, HZ and GB.
 bool WritesB(int nPage) {
   constexpr int kLastSingleByte = 50000;
@@ -44,8 +42,9 @@ PreparedText::PreparedText(std::string_view strUtf8, int nCodePage, LogBase& log
 
 void PreparedText::convert(LogBase& log) {
   const bool bStaysUtf8 = m_nPage == kUtf8 || m_nPage == kAscii ||
-                          isUtf16(static_cast<unsigned>(m_nPage)) ||
-                          m_strUtf8.starts_with("%PDF-1");  // which is never converted
+                          isWide(static_cast<unsigned>(m_nPage)) ||
+                          m_strUtf8.starts_with("%PDF-1") ||     // which is never converted
+                          !codePageToName(m_nPage, strCharset);  // which no word could tell
   if (bStaysUtf8) {
     m_nPage = kUtf8;
     return;
@@ -69,8 +68,8 @@ bool PreparedText::convertTo(int nCodePage, LogBase& log) {
 
 bool PreparedText::needsEncoding() const {
   if (m_b7bit) return false;
-  const std::string_view strLine = bytes().substr(0, bytes().find_first_of("\r\n"));
-  return !isSevenBit(strLine) || (m_bIso2022 && strLine.find(kEscape) != kNone);
+  // The bytes say nothing: in some pages all letters are under 0x80, and stand for ASCII's.
+  return !isSevenBit(m_strUtf8.substr(0, m_strUtf8.find_first_of("\r\n")));
 }
 
 void PreparedText::appendWords(Words nWords, StringBuffer& strOut, LogBase& log) const {

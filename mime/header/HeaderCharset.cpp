@@ -8,6 +8,7 @@
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/StringBuffer.h"
+#include "mime/encoding/EncodedWordCharset.h"
 #include "mime/header/EncodedWordMarks.h"
 #include "mime/header/HeaderCharsetTable.h"
 #include "mime/header/SevenBit.h"
@@ -79,24 +80,35 @@ Utf8Count CountUtf8(std::string_view str, DataBuffer* pOut = nullptr) {
   return objCount;
 }
 
+// Whether the syntax of a header, which is ASCII, is the same in the page: not so in EBCDIC, UTF-16
+// and UTF-32. A page that does not convert passes.
+bool KeepsSyntax(int nPage, LogBase& log) {
+  constexpr std::string_view kSyntax = "A: b";
+  EncodingConvert objConvert;
+  DataBuffer out;
+  return nPage == kUtf8 ||
+         !objConvert.EncConvert(static_cast<unsigned>(nPage), kUtf8, kSyntax.data(), kSyntax.size(),
+                                out, log) ||
+         out.view() == kSyntax;
+}
+
 // Of a charset's name; 0 if it has none, or one that raw bytes of a header cannot be in.
-int PageOfName(std::string_view strName) {
+int PageOfName(std::string_view strName, LogBase& log) {
   strName = strName.substr(0, strName.find('*'));  // a language may follow
   if (strName.size() < 3 || strName.size() > kLongestName) return 0;
   StringBuffer strSought(strName);
   const int nPage = nameToCodePage(strSought);
-  const bool bBytes = nPage >= kFirstCharset && !isWide(static_cast<unsigned>(nPage));
-  return bBytes ? nPage : 0;
+  return isCharset(static_cast<unsigned>(nPage)) && KeepsSyntax(nPage, log) ? nPage : 0;
 }
 
 // The page named by the first encoded word of that kind.
-int PageOfWord(std::string_view strHeader, char chKind) {
+int PageOfWord(std::string_view strHeader, char chKind, LogBase& log) {
   const std::size_t nMark = findWordMark(strHeader, 0, chKind);
   if (nMark == kNone) return 0;
   const std::size_t nReach = nMark > kLongestName + 2 ? nMark - kLongestName - 2 : 0;
   const std::string_view strBefore = strHeader.substr(nReach, nMark - nReach);
   const std::size_t nStart = strBefore.rfind("=?");
-  return nStart == kNone ? 0 : PageOfName(strBefore.substr(nStart + 2));
+  return nStart == kNone ? 0 : PageOfName(strBefore.substr(nStart + 2), log);
 }
 
 // Where each name of the two tables first stands, found in one pass.
@@ -193,7 +205,7 @@ int PageOf8bitHeader(std::string_view strHeader, int nKnownCodePage, std::string
                      LogBase& log) {
   if (nKnownCodePage != 0) return nKnownCodePage;
   if (const int nPage = PageOfNames(strHeader, log); nPage != 0) return nPage;
-  if (const int nPage = PageOfName(strClue); nPage != 0 && nPage != kAscii) return nPage;
+  if (const int nPage = PageOfName(strClue, log); nPage != 0 && nPage != kAscii) return nPage;
   return PageByBytes(strHeader, log);
 }
 
@@ -229,8 +241,8 @@ int decideHeaderCodePage(std::string_view strHeader, int nKnownCodePage, std::st
   const bool b7bit = isSevenBit(strHeader);
   int nPage = 0;
   if (hasEncodedWords(strHeader)) {
-    nPage = PageOfWord(strHeader, 'Q');
-    if (nPage == 0) nPage = PageOfWord(strHeader, 'B');
+    nPage = PageOfWord(strHeader, 'Q', log);
+    if (nPage == 0) nPage = PageOfWord(strHeader, 'B', log);
   }
   // Bytes of 8 bits are not what words in ASCII stand for.
   if (!b7bit && (nPage == 0 || nPage == kAscii)) {

@@ -231,6 +231,11 @@ TEST(EncodedWords, AreReadByTheirRules) {
       {"=?utf-8?B?4oI=?= =?utf-8?Q?=AC?=", "€"},
       {"=?iso-2022-jp?B?GyRCRnxLXBsoQg==?= =?iso-2022-jp?B?GyRCOGwbKEI=?=", "日本語"},
       {"=?koi8-r?Q?=C1?= =?windows-1251?Q?=E1?=", "аб"},
+      {"=?ibm037?Q?=C1=C2?=", "AB"},
+      // Marks and shifts hold for one word.
+      {"=?utf-16?B?//5hAA==?= =?utf-16?B?//5iAA==?=", "ab"},
+      {"=?iso-2022-jp?B?GyRCJCI=?= =?iso-2022-jp?Q?a?=", "あa"},
+      {"=?iso-2022-jp-1?B?GyRCJCI=?= =?iso-2022-jp-1?Q?a?=", "あa"},
   };
   for (const auto& [in, out] : cases) EXPECT_EQ(DecodeWords(in), out) << in;
 }

@@ -6,9 +6,11 @@
 #include <fstream>
 #include <random>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "html/charset/CharsetNames.h"
 #include "mime/base/LogNull.h"
 #include "mime/header/HeaderFolding.h"
 #include "mime/header/MimeHeader.h"
@@ -89,10 +91,81 @@ TEST(FieldEmission, SuitsTheFamilyOfThePage) {
       {"\xE3\x81\x82", 932, "=?shift_jis?B?gqA=?="},
       {"\xE3\x81\x82", 50220, "=?iso-2022-jp?B?GyRCJCIbKEI=?="},
       {"\xE3\x81\x82", 1201, "=?utf-8?B?44GC?="},
+      {"\xC3\xA9", 12000, "=?utf-8?Q?=C3=A9?="},
+      {"\xC3\xA9", 12001, "=?utf-8?Q?=C3=A9?="},
+      {"\xC3\xA9", 65005, "=?utf-8?Q?=C3=A9?="},
+      {"\xC3\xA9", 65006, "=?utf-8?Q?=C3=A9?="},
+      {"\xC3\xA9", 37, "=?ibm037?Q?Q?="},        // an ASCII letter there
+      {"\xC3\xA9", 1149, "=?utf-8?Q?=C3=A9?="},  // a page without a name
+      {"\xE3\x81\x82", 51932, "=?euc-jp?B?pKI=?="},
+      {"\xE4\xB8\x80", 52936, "=?hz-gb-2312?B?0rs=?="},
+      {"\xEA\xB0\x80", 949, "=?ks_c_5601-1987?B?sKE=?="},
+      {"\xEA\xB0\x80", 1361, "=?johab?B?iGE=?="},
+      {"\xE0\xB8\x81", 874, "=?windows-874?B?oQ==?="},
       {"\xF0\x9F\x98\x80", 936, "=?utf-8?B?8J+YgA==?="},  // nothing is dropped
   };
   for (const auto& row : rows) {
     EXPECT_EQ(Written("Subject", row.value, row.page), row.written) << row.page;
+  }
+}
+
+TEST(FieldEmission, Iso2022LeavesPlainTextUnfolded) {
+  const string value = string(70, 'x') + " " + string(70, 'x');
+  for (int page = 50219; page <= 50226; ++page) {
+    const bool folded = page == 50219 || page == 50226;
+    EXPECT_EQ(Written("Subject", value, page).find("\r\n") != string::npos, folded) << page;
+  }
+}
+
+TEST(FieldEmission, LosesNoLetterInAnyPage) {
+  platform::SetAnsiCodePage(1252);
+  const string_view texts[] = {"\xC3\xA9", "\xC3\xA4\xC3\xB6 {|}", "\xC2\xA1,~\"",
+                               "\xD0\xB0", "\xE4\xB8\x80 [~{",     "\xEA\xB0\x80\xF0\x9F\x98\x80"};
+  for (int page = 1; page <= 65535; ++page) {
+    mail::StringBuffer name;
+    if (page > 1200 && page != 10082 && !mail::codePageToName(page, name)) continue;
+    for (const string_view text : texts) {
+      LogNull log;
+      mail::MimeHeader header, again;
+      header.addField("Subject", text, log);
+      mail::StringBuffer written;
+      header.emit(written, page, log);
+      (void)again.loadMimeHeaderText(string(written.view()) + "\r\n\r\n", "", 0, "", log);
+      ASSERT_EQ(again.at(0)->value().view(), text) << page << ' ' << written.view();
+    }
+  }
+}
+
+TEST(FieldTyping, FollowsTheName) {
+  const struct {
+    string_view names;
+    MimeField::Type type;
+    bool folds, encodes;
+  } rows[] = {
+      {"to from CC bcc Sender reply-to return-path resent-to Resent-CC resent-bcc resent-from "
+       "TRX-Bounce-Address",
+       MimeField::kAddresses, true, true},
+      {"Content-Disposition content-location content-type", MimeField::kAttributes, true, true},
+      {"content-transfer-encoding Received", MimeField::kText, false, false},
+      {"User-Agent", MimeField::kText, false, true},
+      {"subject x-to to- content-id", MimeField::kText, true, true},
+  };
+  LogNull log;
+  for (const auto& row : rows) {
+    std::istringstream names{string(row.names)};
+    for (string name; names >> name;) {
+      MimeField field;
+      field.setContents(name, "=?utf-8?Q?a?=", {}, log);
+      EXPECT_EQ(field.type(), row.type) << name;
+      EXPECT_EQ(field.allowsFolding(), row.folds) << name;
+      EXPECT_EQ(field.allowsEncoding(), row.encodes) << name;
+      EXPECT_EQ(field.value().view() == "a", row.type != MimeField::kAddresses) << name;
+      field.setContents(name, "=?utf-8?Q?a?=\tb", {.m_bRawFields = true}, log);
+      EXPECT_EQ(field.type(), MimeField::kText) << name;
+      EXPECT_FALSE(field.allowsFolding() || field.allowsEncoding()) << name;
+      const bool keepsTab = row.folds || row.encodes;
+      EXPECT_EQ(field.value().view(), keepsTab ? "a\tb" : "a b") << name;
+    }
   }
 }
 

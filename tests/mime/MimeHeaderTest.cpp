@@ -123,6 +123,12 @@ TEST_F(HeaderReading, DecidesTheCodePageInOrder) {
       {"A: \x81\xE9", 0, "", "28591|A=\xC2\x81\xC3\xA9"},  // what 1252 has not assigned
       {"A: \xD1\x81\xD0\xBD", 0, "", "65001|A=\xD1\x81\xD0\xBD"},
       {"A: \x1B$B$\"\x1B(B!", 0, "", "65001|A=\xE3\x81\x82!"},
+      {"A: \x1B$B$\"", 0, "", "65001|A=\xE3\x81\x82"},
+      {"A: x\x1B(By", 0, "", "65001|A=xy"},
+      {"A: =?iso-2022-jp?Q?x?=\x1B$B$\"\x1B(B\xE9", 0, "", "65001|A=x\xE3\x81\x82"},
+      // EBCDIC and UTF-16 are read in words, and no header is in them.
+      {"A: =?ibm037?Q?=C1?=", 0, "", "0|A=A"},
+      {"A: =?ibm500?Q?=C1?=\r\nB: \xE9", 0, "utf-16", "1252|A=A|B=\xC3\xA9"},
       {"A: \xE9\r\nB: \xEF\xBB\xBF\xC3\xA9", 0, "windows-1252", "1252|A=\xC3\xA9|B=\xC3\xA9"},
       {"A: \xC3\xA9\r\nB: \xFCng", 0, "", "65001|A=\xC3\xA9|B=\xC3\xBCng"},     // two charsets
       {"S\xC3\xBC: =?koi8-r?Q?x?= \xC1", 0, "", "20866|S\xC3\xBC=x \xD0\xB0"},  // a name in UTF-8
