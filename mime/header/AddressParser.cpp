@@ -1,5 +1,6 @@
 #include "mime/header/AddressParser.h"
 
+#include <algorithm>
 #include <array>
 
 #include "mime/base/AsciiText.h"
@@ -129,10 +130,38 @@ void AddressParser::takeQuoted() {
     ++m_nAt;
     return;
   }
+  if (takeLocalPart(nEnd)) return;
   const std::string_view strInner = rest().substr(1, nEnd - 1);
   m_bAtSign = m_bAtSign || strInner.find('@') != kNone;
   unquote(strInner, m_strPhrase);
   m_nAt += nEnd + 1;
+}
+
+// "ann bee"@example.org, whose closing quote is at nQuote: no name, but the part of an address that
+// needs its quotes. False, and nothing is taken, for anything else.
+bool AddressParser::takeLocalPart(std::size_t nQuote) {
+  const std::string_view strRest = rest();
+  const std::string_view strInner = strRest.substr(1, nQuote - 1);
+  const std::size_t nDomain = nQuote + 2;
+  if (strRest.substr(nQuote + 1, 1) != "@" ||
+      std::none_of(strInner.begin(), strInner.end(), IsStop))
+    return false;
+  std::size_t nEnd = nDomain;
+  while (nEnd < strRest.size() && !IsStop(strRest[nEnd])) ++nEnd;
+  if (strRest.substr(nDomain, 1) == "[") {
+    nEnd = strRest.find_first_of("],;<>[", nDomain + 1);
+    nEnd = nEnd == kNone || strRest[nEnd] != ']' ? nDomain : nEnd + 1;
+  }
+  if (nEnd == nDomain) return false;
+  if (m_bAtSign && (m_bBare || !m_bHasAddress)) {
+    finish();
+  } else if (m_bHasAddress) {
+    finishInFrontOfPhrase();
+  }
+  setAddress(strRest.substr(0, nEnd));
+  m_bBare = true;
+  m_nAt += nEnd;
+  return true;
 }
 
 // Behind the ")" that closes the comment at the front, or kNone.
@@ -184,13 +213,20 @@ void AddressParser::takeEscape() {
 }
 
 void AddressParser::takeAngle() {
-  if (m_bHasAddress) {  // the separator is missing; the phrase since is the next one's name
-    std::string strPhrase;
-    strPhrase.swap(m_strPhrase);
-    finish();
-    m_strPhrase.swap(strPhrase);
+  if (m_bBare) {  // "ann bee"@example.org <ann@example.org>: it was the name of this one
+    m_strPhrase = m_strName + m_strAddress + m_strPhrase;
+  } else if (m_bHasAddress) {
+    finishInFrontOfPhrase();
   }
   setAddress(angleText());
+}
+
+// The separator is missing, and the phrase since the last address is the name of the next one.
+void AddressParser::finishInFrontOfPhrase() {
+  std::string strPhrase;
+  strPhrase.swap(m_strPhrase);
+  finish();
+  m_strPhrase.swap(strPhrase);
 }
 
 // Reads on to the ">", or to what shows that there will be none.
@@ -249,6 +285,8 @@ void AddressParser::takeColon() {
 
 void AddressParser::setAddress(std::string_view strRaw) {
   m_bHasAddress = true;
+  m_bBare = false;
+  m_bAtSign = false;
   m_strName.swap(m_strPhrase);
   m_strPhrase.clear();
   const std::string strText = decoded(strRaw);
@@ -267,12 +305,14 @@ void AddressParser::setAddress(std::string_view strRaw) {
 
 void AddressParser::finish() {
   if (m_bHasAddress) {
+    const bool bMoreBehind = m_bBare && m_bAtSign;  // addresses with only blanks between them
     const std::string_view strName = trimmed(m_strName);
-    const std::string_view strBehind = trimmed(m_strPhrase);
+    const std::string_view strBehind = bMoreBehind ? std::string_view() : trimmed(m_strPhrase);
     add(decoded(!strName.empty()     ? strName
                 : !strBehind.empty() ? strBehind
                                      : m_strComment),
         m_strAddress);
+    if (bMoreBehind) finishBare();
   } else {
     finishBare();
   }
@@ -334,6 +374,7 @@ void AddressParser::reset() {
   m_strComment.clear();
   m_bAtSign = false;
   m_bHasAddress = false;
+  m_bBare = false;
 }
 
 void AddressParser::add(std::string_view strName, std::string_view strAddress) {

@@ -15,7 +15,7 @@ namespace mail {
 //
 //   phrase    words, text in quotes and encoded words; what it is (name, address, both, the name of
 //             a group) shows when the mailbox ends
-//   address   what stood in brackets
+//   address   what stood in brackets, or a quoted text with "@" and a domain right behind it
 //   comment   the name when nothing else is
 //
 // Quotes, comments and brackets that never end are taken for stray characters. Each is looked for
@@ -33,6 +33,7 @@ class AddressParser {
   void step();
   void takePlain();
   void takeQuoted();
+  bool takeLocalPart(std::size_t nQuote);
   void takeComment();
   void takeEncodedWord();
   void takeEscape();
@@ -46,6 +47,7 @@ class AddressParser {
   void setAddress(std::string_view strRaw);
 
   void finish();
+  void finishInFrontOfPhrase();
   void finishBare();
   void finishWithAt(std::string_view strPhrase, std::string_view strComment);
   void reset();
@@ -61,6 +63,7 @@ class AddressParser {
   std::string m_strPhrase;  // blanks shrunk, encoded words as they stand
   bool m_bAtSign = false;   // one stands in the phrase, outside encoded words
   bool m_bHasAddress = false;
+  bool m_bBare = false;   // it stood without brackets
   std::string m_strName;  // the phrase in front of the address
   std::string m_strAddress;
   std::string m_strComment;

@@ -73,6 +73,10 @@ TEST(EmailAddress, ReadsWhatMailsHold) {
       {"J\xC3\xB6rg <a@b>", "J\xC3\xB6rg<a@b>"},
       {"A\r\n B <a@\r\n b>", "A B<a@b>"},
       {"\"a@b\"", "<a@b>"},
+      {"\"ann bee\"@c", "<\"ann bee\"@c>"},
+      {"\"a@b c\"@d; \"e\"@f", "<\"a@b c\"@d>|<e@f>"},
+      {"A \"b c\"@[1.2] (D) \"e f\"@g h@i j@k", "A<\"b c\"@[1.2]>|<\"e f\"@g>|<h@i>|<j@k>"},
+      {"a@b \"c d\"@e, \"f g\"@h <i@j>", "<a@b>|<\"c d\"@e>|\"f g\"@h<i@j>"},
       {"\"a@b\" <c@d>", "a@b<c@d>"},
       {string_view("a@b, \0\x01\0, c\0d\0", 14), "<a@b>|c d<>"},
       {"\"", ""},
@@ -89,6 +93,7 @@ TEST(EmailAddress, WritesNamesForThePage) {
     string_view written;
   } rows[] = {
       {"a@b, <c@d>", 65001, "a@b, c@d"},
+      {"\"a b\"@c", 65001, "<\"a b\"@c>"},
       {"Ann Bee <a@b>", 65001, "Ann Bee <a@b>"},
       {"\"Bee, A.\" <a@b>", 20127, "\"Bee, A.\" <a@b>"},
       {"\"a  b\" <a@b>", 65001, "\"a  b\" <a@b>"},
@@ -113,7 +118,7 @@ TEST(EmailAddress, WritesNamesForThePage) {
 
 TEST(EmailAddress, HostileListsTakeLinearTime) {
   for (const string_view part : {",", "<", "\"", "(", "((", "a@b ", ")(\"", "[", "=?a?Q?", ":", "@",
-                                 "\"<@>", "a,", "<\"", "@:"}) {
+                                 "\"<@>", "\" \"@[", "\" \"@a@", "a,", "<\"", "@:"}) {
     string text;
     for (int n = 0; n < 1'000'000; ++n) text += part;
     LogNull log;
