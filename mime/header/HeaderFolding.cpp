@@ -27,6 +27,7 @@ class Folder {
       const char ch = m_strValue[m_nAt];
       if (ch == '=' && m_bStructured) passEncodedWord();
       if (ch == '"') m_bInQuotes = !m_bInQuotes;
+      if (ch == '\\' && m_bStructured) passHidden();
       if (ch == '\n' || ch == '\r') {
         endLine();
       } else if (mayBreak() && ch == ' ' && m_nColumn > kBreakBlanksPast) {
@@ -52,6 +53,14 @@ class Folder {
     if (nLength == 0) return;
     m_nAt += nLength - 1;
     m_nColumn += nLength - 1;
+  }
+
+  // A quote behind a backslash ends no quotes. Leaves m_nAt on it.
+  void passHidden() {
+    const std::string_view strBehind = m_strValue.substr(m_nAt + 1);
+    if (!m_bInQuotes || (!strBehind.starts_with('"') && !strBehind.starts_with('\\'))) return;
+    ++m_nAt;
+    ++m_nColumn;
   }
 
   // The blank behind the separator stays in front of the break. A second one is what an earlier

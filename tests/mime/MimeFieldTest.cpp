@@ -62,6 +62,8 @@ TEST(HeaderFolding, StructuredFieldsBreakBehindSeparators) {
   EXPECT_EQ(Folded(x33 + ";  " + x50, 0, true), x33 + "; \r\n " + x50);  // what was read from it
   EXPECT_EQ(Folded(x33 + ", a\"b,c\"", 50, true), x33 + ", \r\n a\"b,c\"");
   EXPECT_EQ(Folded(x33 + ",>" + x50, 0, true), x33 + ",>" + x50);
+  const string hidden = x33 + "\"\\\"y\\\\\", ";
+  EXPECT_EQ(Folded(hidden + "\"b, c\"; " + x50, 0, true), hidden + "\r\n \"b, c\"; " + x50);
   const string word = "=?utf-8?Q?" + x33 + ",\"a;b?=";
   EXPECT_EQ(Folded(word + ", " + x50, 0, true), word + ", \r\n " + x50);
 }
