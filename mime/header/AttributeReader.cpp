@@ -102,6 +102,11 @@ void unquoteValue(std::string_view strInner, std::string& strOut) {
   std::erase_if(strOut, [](char ch) { return ch == '\r' || ch == '\n'; });
 }
 
+void setWithoutBlanks(std::string_view strText, std::string& strOut) {
+  strOut = strText;
+  std::erase_if(strOut, isAsciiSpace);
+}
+
 }  // namespace
 
 AttributeReader::AttributeReader(std::string_view strValue) {
@@ -117,7 +122,7 @@ bool AttributeReader::next() {
   }
   if (m_strRest.empty()) return false;
   const std::size_t nNameEnd = m_strRest.find_first_of("=;");
-  m_strName = trimmed(m_strRest.substr(0, nNameEnd));
+  setWithoutBlanks(m_strRest.substr(0, nNameEnd), m_strName);
   const bool bHasValue = nNameEnd != kNone && m_strRest[nNameEnd] == '=';
   m_strRest.remove_prefix(nNameEnd == kNone ? m_strRest.size() : nNameEnd + (bHasValue ? 1 : 0));
   if (!bHasValue) return true;
@@ -140,6 +145,10 @@ void AttributeReader::readQuoted() {
   }
   unquoteValue(m_strRest.substr(1, nEnd - 1), m_strValue);
   m_strRest.remove_prefix(nEnd + 1);
+  const std::size_t nBehind = std::min(m_strRest.find_first_of("; \t\r\n=\"("), m_strRest.size());
+  if (m_strRest.substr(nBehind).find_first_of("=\"(") == 0) return;  // no end of this value
+  m_strValue += m_strRest.substr(0, nBehind);
+  m_strRest.remove_prefix(nBehind);
 }
 
 void AttributeReader::readOpen() {
@@ -152,9 +161,7 @@ void AttributeReader::readPlain() {
   const std::size_t nEnd = m_strRest.find(';');
   const std::string_view strRaw = m_strRest.substr(0, nEnd);
   m_strRest.remove_prefix(strRaw.size());
-  for (const char ch : withoutComments(strRaw)) {
-    if (!isAsciiSpace(ch)) m_strValue += ch;
-  }
+  setWithoutBlanks(withoutComments(strRaw), m_strValue);
 }
 
 }  // namespace mail

@@ -13,8 +13,9 @@ namespace mail {
 //   text/plain; charset=us-ascii (plain); name = "a;b.txt"
 //
 // gives the head "text/plain", then charset, then name with "a;b.txt". Damage is read as it was
-// meant: semicolons may lack behind the head and behind a quoted value, quotes may lack at the end
-// (the value then ends at the next semicolon, and keeps its blanks). Linear in the value.
+// meant: semicolons may lack behind the head and behind a quoted value, whose end may lie outside
+// the quotes ("a".txt), and quotes may lack at the end (the value then ends at the next semicolon,
+// and keeps its blanks). Linear in the value.
 class AttributeReader {
  public:
   explicit AttributeReader(std::string_view strValue);
@@ -23,9 +24,9 @@ class AttributeReader {
   std::string_view head() const { return m_strHead; }
   // Moves on to the next parameter; false when there is none.
   bool next();
-  // Of the present one, good until next(): the name trimmed, the value without its quotes and
-  // trimmed, without line ends. Outside quotes blanks and tabs are dropped too, and so are comments
-  // at the end.
+  // Of the present one, good until next(): the name, the value without its quotes and trimmed,
+  // without line ends. Outside quotes blanks and tabs are dropped too, and so are comments at the
+  // end.
   std::string_view name() const { return m_strName; }
   std::string_view value() const { return m_strValue; }
 
@@ -36,7 +37,7 @@ class AttributeReader {
 
   std::string_view m_strHead;
   std::string_view m_strRest;
-  std::string_view m_strName;
+  std::string m_strName;
   std::string m_strValue;
   bool m_bQuotesEnd = true;  // false once a quote was found without another behind it
 };

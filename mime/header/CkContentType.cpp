@@ -45,8 +45,6 @@ void SetCharset(_ckContentType& objType, std::string_view strName) {
 void SetParameter(_ckContentType& objType, std::string_view strName, std::string_view strValue) {
   if (equalsNoCase(strName, "charset")) {
     SetCharset(objType, strValue);
-  } else if (equalsNoCase(strName, "format")) {
-    objType.m_bFormatFlowed = equalsNoCase(strValue, "flowed");
   } else if (const Parameter* pParameter = FindParameter(strName)) {
     StringBuffer& strMember = objType.*pParameter->pMember;
     if (!strMember.isEmpty()) return;
@@ -80,13 +78,17 @@ void _ckContentType::load(std::string_view strValueUtf8, LogBase& log) {
   while (m_type.lastChar() == ',') m_type.chop(1);  // written for the semicolon
   m_type.toLowerCase();
   ParameterPieces objPieces;
+  StringBuffer strFormat;
   while (objReader.next()) {
     if (isPieceOf(objReader.name(), "name")) {
       objPieces.add(objReader.name(), objReader.value());
+    } else if (equalsNoCase(objReader.name(), "format")) {
+      if (strFormat.isEmpty()) (void)strFormat.setString(objReader.value());
     } else {
       SetParameter(*this, objReader.name(), objReader.value());
     }
   }
+  m_bFormatFlowed = strFormat.equalsIgnoreCase("flowed");
   if (!objPieces.isEmpty()) (void)objPieces.decode(m_name, log);
 }
 
