@@ -9,6 +9,7 @@
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/encoding/ContentCoding.h"
+#include "mime/header/AttributeCutter.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/SevenBit.h"
 
@@ -41,6 +42,7 @@ PreparedText::PreparedText(std::string_view strUtf8, int nCodePage, LogBase& log
 }
 
 void PreparedText::convert(LogBase& log) {
+  StringBuffer strCharset;
   const bool bStaysUtf8 = m_nPage == kUtf8 || m_nPage == kAscii ||
                           isWide(static_cast<unsigned>(m_nPage)) ||
                           m_strUtf8.starts_with("%PDF-1") ||     // which is never converted
@@ -87,11 +89,17 @@ void PreparedText::appendWords(Words nWords, StringBuffer& strOut, LogBase& log)
   objCoding.m_bAddressMode = nWords == Words::kOneInAddress;
   const auto nFolding = nWords == Words::kSeveral ? ContentCoding::Folding::kSeveralWords
                                                   : ContentCoding::Folding::kOneWord;
+  StringBuffer strWords;
   if (m_bWordsInB) {
-    (void)objCoding.encodeBWord(strBytes, strCharset.view(), nFolding, strOut, log);
+    (void)objCoding.encodeBWord(strBytes, strCharset.view(), nFolding, strWords, log);
   } else {
-    (void)objCoding.encodeQWord(strBytes, strCharset.view(), nFolding, strOut, log);
+    (void)objCoding.encodeQWord(strBytes, strCharset.view(), nFolding, strWords, log);
   }
+  if (nWords == Words::kOneInQuotes) {
+    (void)strWords.replaceAll("\"", "=22");
+    (void)strWords.replaceAll("\\", "=5C");
+  }
+  (void)strOut.append(strWords);
 }
 
 namespace {
@@ -105,35 +113,27 @@ void AppendPiece(std::string_view strUtf8, int nCodePage, StringBuffer& strOut, 
   }
 }
 
-// An attribute list on its way out: each take appends something and shortens the rest.
+// An attribute list on its way out, stretch by stretch.
 class AttributeWriter {
  public:
-  AttributeWriter(std::string_view strValue, int nCodePage, bool bIsLocation, StringBuffer& strOut,
-                  LogBase& log)
-      : m_strRest(strValue),
-        m_nCodePage(nCodePage),
-        m_bIsLocation(bIsLocation),
-        m_strOut(strOut),
-        m_log(log) {}
+  AttributeWriter(int nCodePage, bool bIsLocation, StringBuffer& strOut, LogBase& log)
+      : m_nCodePage(nCodePage), m_bIsLocation(bIsLocation), m_strOut(strOut), m_log(log) {}
 
-  void run() {
-    while (!m_strRest.empty()) {
-      const std::size_t nEnd = std::min(m_strRest.find_first_of("=;"), m_strRest.size());
-      putText(take(nEnd));
-      if (m_strRest.empty()) return;
-      const char chSeparator = m_strRest.front();
-      (void)m_strOut.append(take(1));
-      if (chSeparator == '=') takeValue();
+  void run(std::string_view strValue) {
+    for (AttributeCutter objCutter(strValue); objCutter.next();) {
+      if (objCutter.kind() == AttributeCutter::Kind::kQuoted) {
+        putQuoted(objCutter);
+      } else if (objCutter.kind() == AttributeCutter::Kind::kText || m_bIsLocation) {
+        putText(objCutter.raw());
+      } else if (objCutter.kind() == AttributeCutter::Kind::kOpen) {
+        putUnquoted(trimmed(objCutter.text()));  // and closes the quotes
+      } else {
+        putPlain(objCutter.text());
+      }
     }
   }
 
  private:
-  std::string_view take(std::size_t nBytes) {
-    const std::string_view strTaken = m_strRest.substr(0, nBytes);
-    m_strRest.remove_prefix(strTaken.size());
-    return strTaken;
-  }
-
   // Blanks around a text stay outside an encoded word, where folding and reading see them.
   void putText(std::string_view strText) {
     const std::size_t nBegin = std::min(strText.find_first_not_of(' '), strText.size());
@@ -144,70 +144,48 @@ class AttributeWriter {
     (void)m_strOut.append(strText.substr(nLength));
   }
 
-  void takeValue() {
-    (void)m_strOut.append(take(std::min(m_strRest.find_first_not_of(' '), m_strRest.size())));
-    const bool bQuoted = m_strRest.starts_with('"');
-    const std::size_t nEnd = bQuoted && m_bQuotesEnd ? closingQuote(m_strRest) : kNone;
-    if (bQuoted && nEnd == kNone) m_bQuotesEnd = false;
-    if (nEnd != kNone) {
-      const std::string_view strQuoted = take(nEnd + 1);
-      putQuoted(strQuoted.substr(1, nEnd - 1));
-      return;
+  void putQuoted(const AttributeCutter& objCutter) {
+    if (PreparedText(objCutter.text(), m_nCodePage, m_log).needsEncoding()) {
+      putUnquoted(objCutter.text());
+    } else {
+      (void)m_strOut.append(objCutter.raw());
     }
-    const std::string_view strPlain = take(std::min(m_strRest.find(';'), m_strRest.size()));
-    if (bQuoted && !m_bIsLocation) {
-      putOpen(strPlain.substr(1));
-      return;
-    }
-    // A comment within the quotes would be read as part of the value.
-    const std::string_view strValue = withoutComments(strPlain);
-    putPlain(strValue);
-    putText(strPlain.substr(strValue.size()));
-  }
-
-  void putQuoted(std::string_view strInner) {
-    (void)m_strOut.append("\"");
-    AppendPiece(strInner, m_nCodePage, m_strOut, m_log);
-    (void)m_strOut.append("\"");
-  }
-
-  // A value whose quotes lack at the end gets them.
-  void putOpen(std::string_view strInner) {
-    std::string strValue;
-    unquote(trimmed(strInner), strValue);
-    putInQuotes(strValue);
   }
 
   void putPlain(std::string_view strValue) {
-    m_strWritten.weakClear();
-    AppendPiece(strValue, m_nCodePage, m_strWritten, m_log);
-    if (m_bIsLocation || !needsQuotes(m_strWritten.view())) {
-      (void)m_strOut.append(m_strWritten);
-      return;
+    if (needsQuotes(strValue) || PreparedText(strValue, m_nCodePage, m_log).needsEncoding()) {
+      putInQuotes(strValue);
+    } else {
+      (void)m_strOut.append(strValue);
     }
+  }
+
+  // What stands between quotes holds backslashes; an encoded word holds what they hide.
+  void putUnquoted(std::string_view strInner) {
+    std::string strValue;
+    unquote(strInner, strValue);
     putInQuotes(strValue);
   }
 
   void putInQuotes(std::string_view strValue) {
-    m_strWritten.weakClear();
-    appendQuoted(strValue, m_strWritten);  // before it is encoded, so that decoding gives it back
-    putQuoted(m_strWritten.view().substr(1, m_strWritten.getSize() - 2));
+    const PreparedText objText(strValue, m_nCodePage, m_log);
+    if (!objText.needsEncoding()) return appendQuoted(strValue, m_strOut);
+    (void)m_strOut.append("\"");
+    objText.appendWords(PreparedText::Words::kOneInQuotes, m_strOut, m_log);
+    (void)m_strOut.append("\"");
   }
 
-  std::string_view m_strRest;
   const int m_nCodePage;
   const bool m_bIsLocation;
   StringBuffer& m_strOut;
   LogBase& m_log;
-  StringBuffer m_strWritten;  // one value
-  bool m_bQuotesEnd = true;   // false once a quote was found without another behind it
 };
 
 }  // namespace
 
 void appendAttributes(std::string_view strValueUtf8, int nCodePage, bool bIsLocation,
                       StringBuffer& strOut, LogBase& log) {
-  AttributeWriter(strValueUtf8, nCodePage, bIsLocation, strOut, log).run();
+  AttributeWriter(nCodePage, bIsLocation, strOut, log).run(strValueUtf8);
 }
 
 }  // namespace mail

@@ -24,8 +24,9 @@ class PreparedText {
   // A 7-bit text of a mail in ISO-2022: is written as it stands, never folded.
   bool standsAsItIs() const { return m_b7bit && m_bIso2022; }
 
-  // How the words come out: one, or several on lines of their own; bAddress hides commas.
-  enum class Words : unsigned char { kOne, kSeveral, kOneInAddress };
+  // How the words come out: one, or several on lines of their own. kOneInAddress hides commas,
+  // kOneInQuotes what would end the quotes around it.
+  enum class Words : unsigned char { kOne, kSeveral, kOneInAddress, kOneInQuotes };
   void appendWords(Words nWords, StringBuffer& strOut, LogBase& log) const;
 
  private:

@@ -6,6 +6,7 @@
 #include "mime/base/ExtPtrArray.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/ParameterPieces.h"
+#include "mime/header/AttributeWords.h"
 #include "mime/header/CkEmailAddress.h"
 #include "mime/header/EncodedWordMarks.h"
 #include "mime/header/FieldEmission.h"
@@ -90,7 +91,7 @@ void MimeField::setContents(std::string_view strName, std::string_view strValueU
   m_bAllowEncoding = !bRaw && (nTraits & kNeverEncoded) == 0;
 
   (void)m_value.setString(trimmedWithNuls(strValueUtf8));
-  if (!bAddresses) decodeValue(log);
+  if (!bAddresses) decodeValue(bAttributes && (nTraits & kIsLocation) == 0, log);
   removeNuls();
   if (control.m_bMailAddresses && isTraceField(m_name.view())) ShrinkBlanks(m_value);
   const bool bKeepsTabs = (nTraits & kTabsToBlanks) == 0 || (bRaw && (nTraits & kAttributeField));
@@ -98,10 +99,14 @@ void MimeField::setContents(std::string_view strName, std::string_view strValueU
 }
 
 // Encoded words to text, line ends to nothing.
-void MimeField::decodeValue(LogBase& log) {
+void MimeField::decodeValue(bool bByAttributes, LogBase& log) {
   if (hasEncodedWords(m_value.view())) {
     JoinEncodedPieces(m_value);
-    (void)ContentCoding::QB_DecodeToUtf8(m_value, log);
+    if (bByAttributes) {
+      decodeAttributes(m_value, log);
+    } else {
+      (void)ContentCoding::QB_DecodeToUtf8(m_value, log);
+    }
     m_value.trim();
   }
   removeLineEnds();

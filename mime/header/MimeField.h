@@ -48,7 +48,7 @@ class MimeField : public LibraryObject {
 
  private:
   void setName(std::string_view strName);
-  void decodeValue(LogBase& log);
+  void decodeValue(bool bByAttributes, LogBase& log);
   void removeNuls();
   void removeLineEnds();
   void emitText(StringBuffer& strOut, int nCodePage, LogBase& log) const;

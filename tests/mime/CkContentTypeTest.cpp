@@ -7,6 +7,7 @@
 
 #include "mime/base/LogNull.h"
 #include "mime/header/ContentDisposition.h"
+#include "mime/header/MimeHeader.h"
 #include "platform/NarrowText.h"
 
 namespace {
@@ -117,6 +118,26 @@ TEST(ContentType, WritesWhatItWroteTheSameAgain) {
         const string file = Rewritten<mail::ContentDisposition>(value);
         ASSERT_EQ(Rewritten<mail::ContentDisposition>(file), file) << value;
       }
+    }
+  }
+}
+
+TEST(ContentType, FileNamesComeBackWholeFromAnyPage) {
+  mail::LogNull log;
+  for (const string_view name : {"a\"b;c.pdf", "\xC3\xA9\"b;c=d.pdf", "\\\xC3\xA9\\\"",
+                                 "=?utf-8?Q?\xC3\xA9", "\xD0\xB0\\;"}) {
+    for (const int page : {37, 932, 1252, 20127, 50220, 65001}) {
+      mail::ContentDisposition file;
+      file.m_type.setString("attachment");
+      file.m_fileName.setString(name);
+      mail::StringBuffer value, text;
+      file.emit(value);
+      mail::MimeHeader header;
+      header.addField("Content-Disposition", value.view(), log);
+      header.emit(text, page, log);
+      (void)header.loadMimeHeaderText(text.view(), "", 0, "", log);
+      file.load(header.at(0)->value().view(), log);
+      EXPECT_EQ(file.m_fileName.view(), name) << text.view();
     }
   }
 }

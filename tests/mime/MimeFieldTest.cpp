@@ -188,9 +188,9 @@ TEST(FieldEmission, WritesByType) {
   EXPECT_EQ(Written("Content-Type", "a/b;\tname=\xC3\xA9;c=\"d\";e=f g", 28591),
             "a/b; name=\"=?iso-8859-1?Q?=E9?=\";c=\"d\";e=\"f g\"");
   EXPECT_EQ(Written("Content-Type", "a/b; n=\"\xC3\xA9;\\\"\"", 28591),
-            "a/b; n=\"=?iso-8859-1?Q?=E9;\\\"?=\"");
+            "a/b; n=\"=?iso-8859-1?Q?=E9;=22?=\"");
   EXPECT_EQ(Written("Content-Type", "a/b; \xC3\xA9=\xC3\xA9\"", 28591),
-            "a/b; =?iso-8859-1?Q?=E9?==\"=?iso-8859-1?Q?=E9\\\"?=\"");
+            "a/b; =?iso-8859-1?Q?=E9?==\"=?iso-8859-1?Q?=E9=22?=\"");
   EXPECT_EQ(Written("Content-Type", "a/b; charset=iso-8859-1 (\xC3\xA9) ;n=b (1).c", 28591),
             "a/b; charset=iso-8859-1 =?iso-8859-1?Q?(=E9)?= ;n=\"b (1).c\"");
   EXPECT_EQ(Written("Content-Type", "a/b; n=\"x \\\"(1).c\\ ; m=y", 28591),

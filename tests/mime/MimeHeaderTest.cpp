@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "mime/base/LogNull.h"
+#include "mime/header/CkContentType.h"
 #include "platform/NarrowText.h"
 
 namespace {
@@ -89,6 +90,18 @@ TEST_F(HeaderReading, TypesFieldsByName) {
        "0|Content-Type=a/b; name=c|Received=a b|X=a\tb"},
       {"Content-Disposition: a; filename*0=\"=?utf-8?Q?=C3\"; filename*1=\"=A9?=\"\r\n\r\n",
        "65001|Content-Disposition=a; filename=\"\xC3\xA9\""},
+      {"Content-Type: a; name*0=\"=?utf-8?Q?=C3\"; name*1=\"=A9?=\"\r\n\r\n",
+       "65001|Content-Type=a; name=\"\xC3\xA9\""},
+      // What words hold ends no value.
+      {"Content-Disposition: a; filename=\"=?utf-8?Q?a=22b=3Bc.pdf?=\"; x=y\r\n\r\n",
+       "65001|Content-Disposition=a; filename=\"a\\\"b;c.pdf\"; x=y"},
+      {"Content-Type: a; n=\"=?utf-8?Q?a\";=?= =?utf-8?B?Yg==?=\\\"\"; x=\"y\\z\"\r\n\r\n",
+       "65001|Content-Type=a; n=\"a\\\";=b\\\"\"; x=\"y\\z\""},
+      {"Content-Type: a; n==?utf-8?Q?a_b=3B?= (=?utf-8?Q?c?=);\t=?utf-8?Q?d?==e\r\n\r\n",
+       "65001|Content-Type=a; n=\"a b;\" (c); d=e"},
+      {"Content-Type: a; n==?utf-8?Q?b?=; m=\"=?utf-8?Q?c=3B?=; x=y\r\n\r\n",
+       "65001|Content-Type=a; n=b; m=\"c;\"; x=y"},
+      {"Content-Location: a?b==?utf-8?Q?c_d?=\r\n\r\n", "65001|Content-Location=a?b=c d"},
   };
   for (const Row& row : rows) EXPECT_EQ(Read(row.text), row.dump) << row.text;
 }
@@ -203,6 +216,9 @@ TEST_F(HeaderReading, HostileHeadersTakeLinearTime) {
       "To: " + Repeat(",", 1'000'000) + Repeat("<", 1'000'000) + Repeat("\"\\", 1'000'000),
       "Content-Type: a; " + Repeat("a=\"", 1'000'000),
       "Content-Type: a; " + Repeat("filename*0=?Q?;", 300'000),
+      "Content-Type: a; n=\"=?a?Q?b?=" + Repeat("=?a?Q?", 300'000),
+      "Content-Type: a; " + Repeat("n=\"=?a?Q?b?=\"\\", 300'000),
+      "Content-Type: a; " + Repeat("a=\"b\"", 500'000),
   };
   for (const string& text : inputs) {
     LogNull log;
