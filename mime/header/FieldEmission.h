@@ -18,7 +18,6 @@ class PreparedText {
   PreparedText(std::string_view strUtf8, int nCodePage, LogBase& log);
 
   std::string_view bytes() const { return m_bConverted ? m_converted.view() : m_strUtf8; }
-  bool is7bit() const { return m_b7bit; }  // of the text before conversion
   // Whether its first line holds what only an encoded word can carry.
   bool needsEncoding() const;
   // A 7-bit text of a mail in ISO-2022: is written as it stands, never folded.

@@ -18,7 +18,7 @@ constexpr std::array kFieldNames = std::to_array<FieldName>({
     {"to", kAddressField},
     {"cc", kAddressField},
     {"bcc", kAddressField},
-    {"from", kAddressField | kIsFrom},
+    {"from", kAddressField},
     {"sender", kAddressField},
     {"reply-to", kAddressField},
     {"received", kTabsToBlanks | kNeverFolded | kNeverEncoded},

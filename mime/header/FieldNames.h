@@ -14,8 +14,7 @@ enum FieldTraits : std::uint8_t {
   kNeverFolded = 8,
   kNeverEncoded = 16,
   kIsContentType = 32,
-  kIsFrom = 64,
-  kIsLocation = 128,  // holds a URL, whose "=" make no attributes
+  kIsLocation = 64,  // holds a URL, whose "=" make no attributes
 };
 
 // A set of FieldTraits. Any case; kPlainField for a name that is none of the table's.
