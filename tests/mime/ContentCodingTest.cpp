@@ -174,6 +174,7 @@ TEST(QuotedPrintable, DecodesByItsRules) {
       {"\xBD\xB4\xB1", "A"},      // high bits do not count here
       {"\xD0\xBD=", "\xD0\xBD"},  // what is no escape keeps them
       {"=0020AC;x", "&#8364;x"},
+      {"=0020AC;", "&#8364;"},
       {"=0020AX;",
        "\0"
        "20AX;"s},
@@ -225,6 +226,7 @@ TEST(EncodedWords, AreReadByTheirRules) {
       {"=?utf-8?Q?", "=?utf-8?Q?"},
       {"=?utf-8", "=?utf-8"},
       {"why =? =?utf-8?Q?a?=", "why =? a"},
+      {"=?utf-8?Q?\0a?="s, "=?utf-8?Q?\0a?="s},
       {"=?utf-8?Quo?= =?utf-8?Q?a?=", "=?utf-8?Quo?= a"},
       {"=?gb2312?B?xOM=?= =?gb2312?B?usM=?=", "你好"},
       {"=?gb2312?B?xA==?= =?gb2312?B?47rD?=", "你好"},  // a character cut in two
@@ -264,12 +266,22 @@ TEST(EncodedWords, AreWrittenByTheirRules) {
   EXPECT_EQ(Word('B', "plain [$] \x1B", "gb2312"), "plain [$] \x1B");
   EXPECT_EQ(Word('B', "a\r\nb", "gb2312"), "=?gb2312?B?YQ0KYg==?=");
   EXPECT_EQ(Word('B', "$", "iso-2022-jp"), "=?iso-2022-jp?B?JA==?=");
+  EXPECT_EQ(Word('B', "[", "iso-2022-jp"), "=?iso-2022-jp?B?Ww==?=");
+  EXPECT_EQ(Word('B', "\x1B", "iso-2022-jp"), "=?iso-2022-jp?B?Gw==?=");
   // 60 bytes stay one word, 61 are cut after 50 units.
   EXPECT_EQ(Word('Q', long61.substr(1), "utf-8", Folding::kSeveralWords),
             "=?utf-8?Q?" + long61.substr(1) + "?=");
   EXPECT_EQ(Word('Q', long61, "windows-1252", Folding::kSeveralWords),
             "=?windows-1252?Q?" + long61.substr(11) + "?=\r\n =?windows-1252?Q?aaaaaaaaaaa?=");
   EXPECT_EQ(Word('Q', long61, "utf-8"), "=?utf-8?Q?" + long61 + "?=");
+  // And those of B after 18 characters.
+  std::string value, first, rest;
+  for (int n = 0; n < 21; ++n) {
+    value += "一";
+    (n < 18 ? first : rest) += "5LiA";
+  }
+  EXPECT_EQ(Word('B', value, "utf-8", Folding::kSeveralWords),
+            "=?utf-8?B?" + first + "?=\r\n =?utf-8?B?" + rest + "?=");
   // What means nothing in the charset is not lost.
   const std::string bad(70, '\xFF');
   EXPECT_EQ(Word('B', bad, "gb2312", Folding::kSeveralWords).find("\r\n"), std::string::npos);

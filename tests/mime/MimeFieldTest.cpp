@@ -51,6 +51,9 @@ TEST(HeaderFolding, BreaksByColumn) {
   EXPECT_EQ(Folded("\"" + x70 + " y y y y \" z y", 0, false), "\"" + x70 + " y y y y \"\r\n z y");
   const string x66(66, 'x');
   EXPECT_EQ(Folded(x66 + " y z " + x66, 1, false), x66 + " y\r\n z " + x66);  // past column 68
+  EXPECT_EQ(Folded(x66 + "xx y " + x66, 0, false), x66 + "xx y\r\n " + x66);
+  EXPECT_EQ(Folded(x70 + "xxxxxxxx yz", 0, false), x70 + "xxxxxxxx\r\n yz");  // two remain
+  EXPECT_EQ(Folded("\"" + x70 + "\\\" y z y", 0, false), "\"" + x70 + "\\\"\r\n y z y");
 }
 
 TEST(HeaderFolding, StructuredFieldsBreakBehindSeparators) {
@@ -58,6 +61,7 @@ TEST(HeaderFolding, StructuredFieldsBreakBehindSeparators) {
   const string x50(50, 'x');
   EXPECT_EQ(Folded("a," + x33 + ",b; c; " + x50, 0, true),
             "a," + x33 + ",\r\n b; c; " + x50);  // not in front of column 33
+  EXPECT_EQ(Folded(x33.substr(1) + "; " + x50, 0, true), x33.substr(1) + "; " + x50);
   EXPECT_EQ(Folded(x33 + "; " + x50, 0, true), x33 + "; \r\n " + x50);
   EXPECT_EQ(Folded(x33 + ";  " + x50, 0, true), x33 + "; \r\n " + x50);  // what was read from it
   EXPECT_EQ(Folded(x33 + ", a\"b,c\"", 50, true), x33 + ", \r\n a\"b,c\"");
@@ -92,6 +96,7 @@ TEST(FieldEmission, SuitsTheFamilyOfThePage) {
       {"\xD0\xB0", 1251, "=?windows-1251?Q?=E0?="},
       {"\xE3\x81\x82", 932, "=?shift_jis?B?gqA=?="},
       {"\xE3\x81\x82", 50220, "=?iso-2022-jp?B?GyRCJCIbKEI=?="},
+      {"\xE3\x81\x82", 1200, "=?utf-8?B?44GC?="},
       {"\xE3\x81\x82", 1201, "=?utf-8?B?44GC?="},
       {"\xC3\xA9", 12000, "=?utf-8?Q?=C3=A9?="},
       {"\xC3\xA9", 12001, "=?utf-8?Q?=C3=A9?="},
@@ -199,7 +204,7 @@ TEST(FieldEmission, WritesByType) {
 
   const string people = "\xC3\xA9 <a@b>; (C) c@d";
   EXPECT_EQ(Written("To", people, 28591, lists), "=?iso-8859-1?Q?=E9?= <a@b>, C <c@d>");
-  EXPECT_EQ(Written("to", "\xC3\xA9", 28591, lists), "=?iso-8859-1?Q?=E9?=");
+  EXPECT_EQ(Written("to", "\xC3\xA9, b", 28591, lists), "=?iso-8859-1?Q?=E9=2C_b?=");
   EXPECT_EQ(Written("From", "x <a@b>;", 28591, lists), "x <a@b>;");
   EXPECT_EQ(Written("Cc", "undisclosed-recipients: a@b;", 28591, lists),
             "undisclosed-recipients: a@b;");
