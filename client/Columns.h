@@ -16,9 +16,9 @@ std::size_t WidthOf(std::string_view text);
 // Appends blanks up to that width.
 void PadTo(std::size_t width, std::string& text);
 
-// Appends the words of a text behind what stands in the last line of `out`, broken at blanks so
-// that no line is wider than kColumns where that can be; further lines begin with `indent` blanks.
-// Ends without a line end. Words too wide for a line stand alone in one.
+// Appends a text behind what stands in the last line of `out`, broken at blanks so that no line is
+// wider than kColumns; further lines begin with `indent` blanks. Ends without a line end. A word
+// too wide for a line, as scripts without blanks have them, is broken where the line is full.
 void AppendWrapped(std::string_view text, std::size_t indent, std::string& out);
 
 }  // namespace client

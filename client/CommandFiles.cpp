@@ -46,6 +46,9 @@ void WriteOutput(std::string_view bytes) {
 }
 
 std::string SizeText(std::size_t bytes) {
+  const auto size = static_cast<double>(bytes);
+  if (bytes >= 1024 * 1024) return fmt::format("{:.1f} MiB", size / (1024 * 1024));
+  if (bytes >= 1024) return fmt::format("{:.1f} KiB", size / 1024);
   return fmt::format("{} byte{}", bytes, bytes == 1 ? "" : "s");
 }
 

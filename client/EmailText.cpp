@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "client/Columns.h"
 #include "client/CommandFiles.h"
 #include "client/EmailJson.h"
 #include "client/Names.h"
@@ -36,32 +37,51 @@ std::string AddressesText(const ordered_json& addresses) {
   return text;
 }
 
-// One line of the head; nothing for an empty text.
-void AddLine(std::string_view label, const std::string& text, std::string& out) {
-  if (!text.empty()) out += fmt::format("{:<9}{}\n", label, OneLine(text));
+// One field of the head, broken to fit a terminal; nothing for an empty text.
+void AddField(std::string_view label, const std::string& text, std::string& out) {
+  constexpr std::size_t kLabel = 9;  // columns
+  if (text.empty()) return;
+  out += fmt::format("{:<{}}", label, kLabel);
+  AppendWrapped(OneLine(text), kLabel, out);
+  out += "\n";
 }
 
 std::string FilesText(const ordered_json& files) {
+  constexpr std::size_t kWidestName = 40;  // columns; longer ones stand out
+  const auto nameOf = [](const ordered_json& file) {
+    const std::string name = file["filename"];
+    return name.empty() ? std::string("(no name)") : OneLine(name);
+  };
+  std::size_t nameWidth = 0;
+  for (const ordered_json& file : files) {
+    nameWidth = std::max(nameWidth, std::min(WidthOf(nameOf(file)), kWidestName));
+  }
   std::string text;
   for (const ordered_json& file : files) {
-    const std::string name = file["filename"];
     const std::string type = file["type"];
-    text += fmt::format("  {}  {}  {}\n", name.empty() ? "(no name)" : OneLine(name),
-                        type.empty() ? "(no type)" : OneLine(type), SizeText(file["size"]));
+    std::string line = "  ";
+    AppendWrapped(nameOf(file), 4, line);
+    PadTo(2 + nameWidth, line);
+    AppendWrapped(
+        fmt::format("  {}, {}", type.empty() ? "(no type)" : OneLine(type), SizeText(file["size"])),
+        4, line);
+    text += line + "\n";
   }
   return text;
 }
 
-// A text line by line, so that it cannot drive a terminal.
+// A text line by line, so that it cannot drive a terminal. Tabs do no harm.
 std::string Lines(std::string_view text) {
   std::string lines;
   while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    std::string_view line = text.substr(0, end);
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    lines.append(OneLine(line)).append("\n");
+    const std::size_t end = std::min(text.find_first_of("\n\t"), text.size());
+    std::string_view piece = text.substr(0, end);
+    const bool tab = end < text.size() && text[end] == '\t';
+    if (!tab && piece.ends_with('\r')) piece.remove_suffix(1);
+    lines.append(OneLine(piece)).append(tab ? "\t" : "\n");
     text.remove_prefix(std::min(end + 1, text.size()));
   }
+  if (lines.ends_with('\t')) lines.back() = '\n';
   return lines;
 }
 
@@ -93,12 +113,12 @@ std::string BodyText(const mail::Email2& email) {
 std::string ReadableMail(const mail::Email2& email) {
   const ordered_json json = EmailJson(email);
   std::string out;
-  AddLine("Subject:", json["subject"], out);
-  if (!json["from"].is_null()) AddLine("From:", AddressText(json["from"]), out);
-  AddLine("To:", AddressesText(json["to"]), out);
-  AddLine("Cc:", AddressesText(json["cc"]), out);
-  AddLine("Bcc:", AddressesText(json["bcc"]), out);
-  AddLine("Date:", json["date"], out);
+  AddField("Subject:", json["subject"], out);
+  if (!json["from"].is_null()) AddField("From:", AddressText(json["from"]), out);
+  AddField("To:", AddressesText(json["to"]), out);
+  AddField("Cc:", AddressesText(json["cc"]), out);
+  AddField("Bcc:", AddressesText(json["bcc"]), out);
+  AddField("Date:", json["date"], out);
   if (!json["attachments"].empty()) out += "Attachments:\n" + FilesText(json["attachments"]);
   return out + "\n" + BodyText(email);
 }

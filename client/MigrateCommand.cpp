@@ -230,12 +230,6 @@ void RequireSameRun(Journal& journal, const MigrateOptions& options, const RunFo
   }
 }
 
-std::string Size(std::uint64_t bytes) {
-  if (bytes < 1024) return fmt::format("{} bytes", bytes);
-  if (bytes < 1024 * 1024) return fmt::format("{:.1f} KiB", static_cast<double>(bytes) / 1024);
-  return fmt::format("{:.1f} MiB", static_cast<double>(bytes) / (1024 * 1024));
-}
-
 // Bytes of names need not be UTF-8; JSON must be.
 void PrintJson(const nlohmann::json& value) {
   std::cout << value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
@@ -278,7 +272,7 @@ int ShowPlan(const Plan& plan, const MigrateOptions& options) {
   std::cout << fmt::format("{} would go to the {}:\n", ItemCount(plan.entries.size()),
                            OneLine(options.target.Name()));
   for (const Plan::Folder& folder : plan.Folders()) {
-    std::cout << fmt::format("  {:>7}  {:>12}  {}\n", folder.items, Size(folder.bytes),
+    std::cout << fmt::format("  {:>7}  {:>12}  {}\n", folder.items, SizeText(folder.bytes),
                              OneLine(folder.name));
   }
   PrintProblems("Left out", plan.problems);

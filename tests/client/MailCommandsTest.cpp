@@ -51,14 +51,14 @@ TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
             "From:    J\xC3\xB6rg <j@a.example>\n"
             "To:      bob@b.example, Cy <cy@c.example>\n"
             "Attachments:\n"
-            "  offer.pdf  application/pdf  5 bytes\n"
+            "  offer.pdf  application/pdf, 5 bytes\n"
             "\n"
             "Hall\xC3\xB6\xE2\x90\x9B[2J\n");
   EXPECT_EQ(Tarny("email INPUT --html", kMail).out, "<p>Hall\xC3\xB6");
   EXPECT_EQ(Tarny("email INPUT", "Subject: x\n\nAs of old:\nbegin 644 a.txt\n#0V%T\n`\nend\n").out,
             "Subject: x\n"
             "Attachments:\n"
-            "  a.txt  application/octet-stream  3 bytes\n"
+            "  a.txt  application/octet-stream, 3 bytes\n"
             "\n"
             "As of old:\n");
   const std::string report =
