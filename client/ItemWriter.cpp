@@ -7,9 +7,15 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <vector>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "client/Mbox.h"
 #include "client/Names.h"
+#include "mime/base/StringBuffer.h"
+#include "mime/header/AttributeReader.h"
 #include "platform/Unicode.h"
 #include "platform/UniqueFd.h"
 
@@ -53,21 +59,38 @@ bool CanStandInList(const std::string& address) {
          address.find_first_of("; \t\r\n<>()\"") == std::string::npos;
 }
 
-std::string AddressList(const mail::MailHeader& header, const char* field) {
-  std::string list;
+// So would a separator in a name, quoted or not; a bracket would hide where the address begins, and
+// a label would be taken away.
+bool CanStandBeforeAddress(const std::string& name) {
+  return !name.empty() && name.find_first_of(";<>\r\n") == std::string::npos &&
+         name.find(" : ") == std::string::npos;
+}
+
+// "Name" <address>. In quotes, so that the engine finds the name when it tries again without it.
+std::string PersonText(const mail::MailPerson& person) {
+  if (!CanStandBeforeAddress(person.strName)) return person.strAddress;
+  mail::StringBuffer quoted;
+  mail::appendQuoted(person.strName, quoted);
+  return std::string(quoted.view()) + " <" + person.strAddress + ">";
+}
+
+std::vector<std::string> People(const mail::MailHeader& header, const char* field) {
+  std::vector<std::string> people;
   for (const mail::MailPerson& person : header.people(field)) {
-    if (!CanStandInList(person.strAddress)) continue;
-    list += (list.empty() ? "" : ";") + person.strAddress;
+    if (CanStandInList(person.strAddress)) people.push_back(PersonText(person));
   }
-  return list;
+  return people;
+}
+
+std::string AddressList(const mail::MailHeader& header, const char* field) {
+  return fmt::format("{}", fmt::join(People(header, field), ";"));
 }
 
 }  // namespace
 
 MailDescription::Addressing AddressingOf(const mail::MailHeader& header) {
   MailDescription::Addressing addressing;
-  addressing.from = AddressList(header, "From");
-  addressing.from.resize(std::min(addressing.from.find(';'), addressing.from.size()));
+  if (const auto senders = People(header, "From"); !senders.empty()) addressing.from = senders[0];
   addressing.to = AddressList(header, "To");
   addressing.cc = AddressList(header, "Cc");
   addressing.bcc = AddressList(header, "Bcc");

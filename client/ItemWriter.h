@@ -22,7 +22,8 @@ struct MailDescription {
   std::string key;   // its key in the ledger
   std::string date;  // as DescriptorDate gives it; empty leaves the dates to the MIME content
   bool read = true;
-  // What is empty is left to the MIME content. Addresses are bare, several with ";" between.
+  // What is empty is left to the MIME content. A person is "Name" <address> or an address alone;
+  // several have ";" between.
   struct Addressing {
     std::string from, to, cc, bcc, subject;
   };
@@ -30,7 +31,7 @@ struct MailDescription {
 };
 
 // What the header says of sender, recipients and subject. A recipient without an address is left
-// out, and so is one whose address would be taken apart on its way.
+// out, and so is what would be taken apart on its way: an address with its name, a name alone.
 MailDescription::Addressing AddressingOf(const mail::MailHeader& header);
 
 // The lines of the descriptor, in UTF-8. The importance stays empty: the engine sets only

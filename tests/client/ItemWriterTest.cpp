@@ -26,10 +26,13 @@ TEST(ItemWriter, SubjectAndAddressesOfTheHeaderAreDecodedLines) {
   const mail::MailHeader header(
       "From: =?utf-8?Q?Ott,_J=C3=BCrgen?= <j@x.example>, second@x.example\r\n"
       "To: \"A; B\" <a@x.example>, name only, \"odd;local\"@x.example\r\n"
-      "Cc: b@x.example\r\nTo: c@x.example\r\nSubject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\n\r\n");
+      "Cc: b@x.example\r\nTo: \"C \\\"K\\\"\" <c@x.example>, \"a To : b\" <d@x.example>\r\n"
+      "Subject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\n\r\n");
   EXPECT_EQ(DescriptorText({"k", "", true, AddressingOf(header)}),
             "EMAIL\r\n\n\r\nFALSE\r\n"
-            "From : j@x.example\r\nTo : a@x.example;c@x.example\r\nCC : b@x.example\r\n\r\n"
+            "From : \"Ott, J\xC3\xBCrgen\" <j@x.example>\r\n"
+            "To : a@x.example;\"C \\\"K\\\"\" <c@x.example>;d@x.example\r\n"
+            "CC : b@x.example\r\n\r\n"
             "Subject : Gr\xC3\xBC\xC3\x9F"
             "e\r\nMessageID : k\r\n");
   const mail::MailHeader odd("Subject: Re: Subject : x\r\n\r\n");

@@ -77,10 +77,10 @@ TEST(Migration, FromMimeTheDescriptorCarriesSubjectAndAddresses) {
   EXPECT_EQ(item->subject,
             "Gr\xC3\xBC\xC3\x9F"
             "e");
-  // What the request said has no names, and it wins over the mail, which has.
-  EXPECT_EQ(item->from->address + item->from->name, "j@x.example");
+  EXPECT_EQ(item->from->name + "|" + item->from->address, "Ott, J\xC3\xBCrgen|j@x.example");
   ASSERT_EQ(item->to.size(), 2u);
-  EXPECT_EQ(item->to[1].address + item->to[1].name, "b@x.example");
+  EXPECT_EQ(item->to[0].name + "|" + item->to[0].address, "|a@x.example");
+  EXPECT_EQ(item->to[1].name + "|" + item->to[1].address, "B|b@x.example");
 }
 
 TEST(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {
