@@ -7,10 +7,12 @@
 #include "client/Commands.h"
 #include "client/EmailJson.h"
 #include "client/EmailText.h"
+#include "client/MimeNotes.h"
 #include "client/Names.h"
 #include "client/Source.h"
 #include "mime/base/LogNull.h"
 #include "mime/email/EmailBuilding.h"
+#include "mime/tree/MimeInput.h"
 
 namespace client {
 namespace {
@@ -19,6 +21,19 @@ using nlohmann::ordered_json;
 
 std::string Json(const mail::Email2& email) {
   return EmailJson(email).dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+// Says on standard error where to look when the mail came out wrong, if it may have.
+void PointAtNotes(const std::string& path, const std::string& source) {
+  mail::MimeMessage2 root;
+  MimeNotes notes;
+  mail::MimeMessage2::LoadOptions options;
+  options.pObserver = &notes;
+  const bool loaded = mail::loadMimeInput(root, source, notes, options);
+  notes.Finish(source);
+  if (loaded && !notes.Any() && !root.hasUndivided()) return;
+  fmt::print(stderr, "tarny email: some of it is damaged or a guess; tarny mime tells: {}\n",
+             OneLine(path));
 }
 
 }  // namespace
@@ -35,9 +50,11 @@ int RunEmail(const Arguments& arguments) {
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
   try {
     mail::LogNull log;
-    const auto email = mail::buildEmail(ReadMailFile(path), /*bUtf8=*/false, log);
+    const std::string source = ReadMailFile(path);
+    const auto email = mail::buildEmail(source, /*bUtf8=*/false, log);
     if (email == nullptr) throw SourceError("this is no mail");
     WriteOutput(html ? HtmlOfMail(*email) : json ? Json(*email) : ReadableMail(*email));
+    if (!html && !json) PointAtNotes(path, source);
     return kExitDone;
   } catch (const SourceError& error) {
     fmt::print(stderr, "tarny email: {}: {}\n", OneLine(path), error.what());

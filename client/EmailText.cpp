@@ -120,6 +120,7 @@ std::string ReadableMail(const mail::Email2& email) {
   AddField("Bcc:", AddressesText(json["bcc"]), out);
   AddField("Date:", json["date"], out);
   if (!json["attachments"].empty()) out += "Attachments:\n" + FilesText(json["attachments"]);
+  if (out.empty()) out = "(neither subject nor people)\n";
   return out + "\n" + BodyText(email);
 }
 

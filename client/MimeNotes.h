@@ -24,6 +24,7 @@ class MimeNotes final : public mail::LogBase, public mail::LoadObserver {
   // The file that was loaded.
   void Finish(std::string_view source);
 
+  bool Any() const { return !m_notes.empty(); }
   // In the order in which they were made; empty for an entity without any. The entity is one of the
   // tree that was loaded.
   std::vector<std::string> Of(const mail::MimeMessage2& entity) const;
