@@ -49,20 +49,7 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-void Describe(CLI::App& app, MigrateOptions& options) {
-  app.add_option("SOURCE", options.sources,
-                 "A Maildir, an mbox file, a folder with .eml files and prepared items in it and "
-                 "below, or one .eml file")
-      ->required();
-  app.add_option("--to", options.to,
-                 "local:DIR (a mailbox of our own in DIR), office365, or the URL of a server's EWS "
-                 "endpoint")
-      ->required();
-  app.add_option("--run", options.run,
-                 "Folder of this run: ledger, logs and what is needed to go on. One for each "
-                 "list of sources and target");
-  app.add_option("--target", options.target.kind, "mailbox, archive, public or group")
-      ->check(CLI::IsMember({"mailbox", "archive", "public", "group"}));
+void DescribeLogon(CLI::App& app, MigrateOptions& options) {
   CLI::Option* const user =
       app.add_option("--user", options.target.user, "Mail address to log on with");
   CLI::Option* const password =
@@ -80,13 +67,9 @@ void Describe(CLI::App& app, MigrateOptions& options) {
   app.add_option("--mailbox", options.target.mailbox,
                  "Address of the mailbox to fill, where it is not the user's own; the group's "
                  "address for --target group");
-  app.add_flag("--dry-run", options.dryRun, "Show folders, counts and sizes; send nothing");
-  app.add_flag("--json", options.json, "Plan or summary as JSON");
-  app.add_flag("--as-is", options.asIs,
-               "Leave out the safeguards of the engine's --safe (see docs/ARCHITECTURE.md)");
-  app.add_flag("--from-mime", options.fromMime,
-               "Also hand over subject and addresses as the mail's header, decoded here, gives "
-               "them; else the server reads them out of the mail");
+}
+
+void DescribeServer(CLI::App& app, MigrateOptions& options) {
   CLI::Option* const insecure =
       app.add_flag("--insecure", options.insecure, "Accept every server certificate");
   app.add_option("--ca-file", options.caFile, "Certificates to trust, PEM")->excludes(insecure);
@@ -95,6 +78,32 @@ void Describe(CLI::App& app, MigrateOptions& options) {
       "A host that autodiscovery may give the password to, besides the address's domain");
   app.add_option("--autodiscover-url", options.autodiscoverUrl, "Address to ask first");
   app.add_option("--authority-url", options.authorityUrl, "Where tokens are asked for");
+}
+
+void Describe(CLI::App& app, MigrateOptions& options) {
+  app.add_option("SOURCE", options.sources,
+                 "A Maildir, an mbox file, a folder with .eml files and prepared items in it and "
+                 "below, or one .eml file")
+      ->required();
+  app.add_option("--to", options.to,
+                 "local:DIR (a mailbox of our own in DIR), office365, or the URL of a server's EWS "
+                 "endpoint")
+      ->required();
+  app.add_option("--run", options.run,
+                 "Folder of this run: ledger, logs and what is needed to go on. One for each "
+                 "list of sources and target");
+  app.add_option("--target", options.target.kind, "mailbox, archive, public or group")
+      ->check(CLI::IsMember({"mailbox", "archive", "public", "group"}));
+  DescribeLogon(app, options);
+  app.add_flag("--dry-run", options.dryRun, "Show folders, counts and sizes; send nothing");
+  app.add_flag("--json", options.json, "Plan or summary as JSON");
+  app.add_flag("--as-is", options.asIs,
+               "Leave out the safeguards of the engine's --safe (see docs/ARCHITECTURE.md)");
+  app.add_flag(
+      "--from-mime", options.fromMime,
+      "Also hand over subject, names and addresses as the mail's header, decoded here, gives "
+      "them; else the server reads them out of the mail");
+  DescribeServer(app, options);
 }
 
 std::string FullPath(const std::string& path) {

@@ -238,6 +238,7 @@ void MimeNotes::leafRead(const mail::MimeMessage2& entity, const Leaf& leaf) {
   }
   if (leaf.strSource.empty()) return;
   NoteEncoding(entity, leaf);
+  CountBinaryLineEnds(entity, leaf);
   NoteType(entity, leaf);
   NoteText(entity, leaf);
 }
@@ -245,39 +246,49 @@ void MimeNotes::leafRead(const mail::MimeMessage2& entity, const Leaf& leaf) {
 void MimeNotes::NoteEncoding(const mail::MimeMessage2& entity, const Leaf& leaf) {
   const std::string_view encoding = leaf.strEncoding;
   if (IsOneOf(encoding, {"base64"})) {
-    const Base64Damage damage = CheckBase64(leaf.strSource);
-    if (damage.foreign > 0) {
-      Add(entity, fmt::format("base64 with {} passed over",
-                              Counted(damage.foreign, "foreign byte", "foreign bytes")));
-    }
-    if (damage.nul) Add(entity, "a NUL byte ends its base64");
-    if (damage.cut) Add(entity, "its base64 is cut: it ends within a group of four");
-    if (damage.behind > 0) {
-      Add(entity, fmt::format("{} behind the end of its base64 left out",
-                              Counted(damage.behind, "byte", "bytes")));
-    }
+    NoteBase64(entity, CheckBase64(leaf.strSource));
   } else if (IsOneOf(encoding, {"quoted-printable"})) {
-    const QuotedPrintableDamage damage = CheckQuotedPrintable(leaf.strSource);
-    if (damage.broken > 0) {
-      Add(entity,
-          fmt::format("quoted-printable with {}", Counted(damage.broken, "\"=\" that means nothing",
-                                                          "\"=\" that mean nothing")));
-    }
-    if (damage.behind > 0) {
-      Add(entity, fmt::format("a NUL byte ends its quoted-printable: {} behind it left out",
-                              Counted(damage.behind - 1, "byte", "bytes")));
-    }
+    NoteQuotedPrintable(entity, CheckQuotedPrintable(leaf.strSource));
   } else if (IsOneOf(encoding, {"uuencode", "x-uuencode", "x-uue", "uue"})) {
     if (!HasUuBegin(leaf.strSource)) Add(entity, "its uuencoded data has no line \"begin\"");
-  } else {
-    if (!IsOneOf(encoding, {"", "7bit", "8bit", "binary"})) {
-      Add(entity, fmt::format("the transfer encoding \"{}\" is unknown: left as it is",
-                              Shortened(encoding)));
-    }
-    const bool binary = leaf.nPage == 0 && !entity.contentType().beginsWith("message/") &&
-                        !entity.contentType().beginsWith("text/");
-    if (binary) m_binaryLineEnds.Add(CountLineEnds(leaf.strSource));
+  } else if (!IsOneOf(encoding, {"", "7bit", "8bit", "binary"})) {
+    Add(entity,
+        fmt::format("the transfer encoding \"{}\" is unknown: left as it is", Shortened(encoding)));
   }
+}
+
+void MimeNotes::NoteBase64(const mail::MimeMessage2& entity, const Base64Damage& damage) {
+  if (damage.foreign > 0) {
+    Add(entity, fmt::format("base64 with {} passed over",
+                            Counted(damage.foreign, "foreign byte", "foreign bytes")));
+  }
+  if (damage.nul) Add(entity, "a NUL byte ends its base64");
+  if (damage.cut) Add(entity, "its base64 is cut: it ends within a group of four");
+  if (damage.behind > 0) {
+    Add(entity, fmt::format("{} behind the end of its base64 left out",
+                            Counted(damage.behind, "byte", "bytes")));
+  }
+}
+
+void MimeNotes::NoteQuotedPrintable(const mail::MimeMessage2& entity,
+                                    const QuotedPrintableDamage& damage) {
+  if (damage.broken > 0) {
+    Add(entity,
+        fmt::format("quoted-printable with {}",
+                    Counted(damage.broken, "\"=\" that means nothing", "\"=\" that mean nothing")));
+  }
+  if (damage.behind > 0) {
+    Add(entity, fmt::format("a NUL byte ends its quoted-printable: {} behind it left out",
+                            Counted(damage.behind - 1, "byte", "bytes")));
+  }
+}
+
+// The line ends of binary bodies are bytes like others.
+void MimeNotes::CountBinaryLineEnds(const mail::MimeMessage2& entity, const Leaf& leaf) {
+  const mail::StringBuffer& type = entity.contentType();
+  const bool binary = leaf.nPage == 0 && !type.beginsWith("message/") && !type.beginsWith("text/");
+  const bool encoded = !IsOneOf(leaf.strEncoding, {"", "7bit", "8bit", "binary"});
+  if (binary && !encoded) m_binaryLineEnds.Add(CountLineEnds(leaf.strSource));
 }
 
 // Without a type a body is text in ASCII, which needs no word.

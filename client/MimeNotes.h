@@ -45,6 +45,9 @@ class MimeNotes final : public mail::LogBase, public mail::LoadObserver {
   void Add(const mail::MimeMessage2& entity, std::string text);
   void Remark(std::string_view text);
   void NoteEncoding(const mail::MimeMessage2& entity, const Leaf& leaf);
+  void NoteBase64(const mail::MimeMessage2& entity, const Base64Damage& damage);
+  void NoteQuotedPrintable(const mail::MimeMessage2& entity, const QuotedPrintableDamage& damage);
+  void CountBinaryLineEnds(const mail::MimeMessage2& entity, const Leaf& leaf);
   void NoteType(const mail::MimeMessage2& entity, const Leaf& leaf);
   void NoteText(const mail::MimeMessage2& entity, const Leaf& leaf);
   void NotePage(const mail::MimeMessage2& entity, const Leaf& leaf);
