@@ -198,8 +198,8 @@ std::vector<PlacedEmail> nodesOf(const Email2& objRoot) {
 bool isFile(const PlacedEmail& objPlaced, LogBase& log) {
   const Email2& objNode = *objPlaced.pNode;
   if (objPlaced.pParent == nullptr && isTextToShow(objNode)) return false;
-  const bool bForwarded = objPlaced.pParent != nullptr && objNode.type().equals("message/rfc822");
-  return isAttachment(objPlaced, log) || bForwarded;
+  const bool bMail = objNode.partCount() == 0 && objNode.type().equals("message/rfc822");
+  return isAttachment(objPlaced, log) || bMail;
 }
 
 std::vector<const Email2*> filesOf(const Email2& objRoot, LogBase& log) {

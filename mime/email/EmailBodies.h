@@ -28,8 +28,8 @@ std::vector<PlacedEmail> nodesOf(const Email2& objRoot);
 
 // A verbose log gets the reason for each node that these ask decideAttachment about.
 
-// Whether a reader of mail lists a node as a file: an attachment, or a mail that was forwarded
-// whole. A mail that is one text shows it, whatever name or class the text has.
+// Whether a reader of mail lists a node as a file: an attachment, or a mail inside the mail. A mail
+// that is one text shows it, whatever name or class the text has.
 bool isFile(const PlacedEmail& objPlaced, LogBase& log);
 // The files in the order of the mail.
 std::vector<const Email2*> filesOf(const Email2& objRoot, LogBase& log);
