@@ -1,5 +1,6 @@
 #include "mime/CkMime.h"
 
+#include <memory>
 #include <utility>
 
 #include "mime/tree/ClsMime.h"
@@ -22,11 +23,12 @@ bool CkMime::SetHeaderField(const char* pszName, const char* pszValue) {
 }
 
 CkMime* CkMime::GetPart(int nIndex) {
-  return perform<ClsMime>([&](ClsMime& objMime) -> CkMime* {
+  const auto newPart = [&](ClsMime& objMime) -> std::unique_ptr<CkMime> {
     mail::OwnedPtr<ClsMime> pPart = objMime.GetPart(nIndex);
     if (pPart == nullptr) return nullptr;
-    auto* const pMime = new CkMime(std::move(pPart));
+    std::unique_ptr<CkMime> pMime(new CkMime(std::move(pPart)));
     pMime->put_Utf8(get_Utf8());
     return pMime;
-  });
+  };
+  return perform<ClsMime>(newPart).release();
 }

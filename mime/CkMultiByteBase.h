@@ -5,12 +5,14 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 
 #include "mime/CkString.h"
 #include "mime/base/ClsBase.h"
 #include "mime/base/CritSecExitor.h"
+#include "mime/base/MemoryShortage.h"
 #include "mime/base/OwnedPtr.h"
 #include "mime/base/Validity.h"
 #include "mime/base/XString.h"
@@ -21,9 +23,9 @@
 // A text that a method returns lies in one of kResultSlots slots that are used in turn: it is good
 // for the next kResultSlots - 1 calls that return text, on this object, and must be copied before.
 //
-// Nothing throws: what is thrown inside, for want of memory, is a line of lastErrorText, and the
-// method fails. An object whose validity word is wrong answers false, null or nothing. Calls on one
-// object from several threads wait for each other.
+// Nothing throws. A method that runs short of memory fails, whatever it could still do, and
+// lastErrorText says so. An object whose validity word is wrong answers false, null or nothing.
+// Calls on one object from several threads wait for each other.
 class CkMultiByteBase {
  public:
   static constexpr std::uint32_t kMultiByteValidityWord = 0x81F0CA3B;
@@ -76,7 +78,9 @@ class CkMultiByteBase {
     if (pCls == nullptr) return {};
     return guarded(*pCls, [&] {
       pCls->m_lastMethodSuccess = false;
+      const auto nShortages = mail::memoryShortages();
       auto objResult = fnWork(*pCls);
+      if (mail::memoryShortages() != nShortages) throw std::bad_alloc();  // something is missing
       pCls->m_lastMethodSuccess = static_cast<bool>(objResult);
       return objResult;
     });

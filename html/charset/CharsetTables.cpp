@@ -11,6 +11,7 @@
 
 #include "html/charset/CodePages.h"
 #include "html/charset/StoredPages.h"
+#include "mime/base/MemoryShortage.h"
 
 namespace mail::charset_tables {
 namespace {
@@ -147,6 +148,7 @@ const T* obtain(const PageIndex::Entry& objEntry, std::atomic<const T*> Slot::*p
   try {
     build(storedPages()[objEntry.nIndex], objEntry.bPairs, objSlot);
   } catch (const std::bad_alloc&) {
+    noteMemoryShortage();
     return nullptr;
   }
   return (objSlot.*pWhich).load(std::memory_order_acquire);

@@ -8,6 +8,7 @@
 #include <limits>
 #include <utility>
 
+#include "mime/base/MemoryShortage.h"
 #include "mime/base/Reallocate.h"
 #include "mime/base/StringBuffer.h"
 
@@ -62,7 +63,13 @@ std::uint32_t DataBuffer::growthStep(std::uint32_t nNeed, std::uint32_t nLength)
 }
 
 bool DataBuffer::reserve(std::size_t nExtra) {
-  if (!isValid() || nExtra > kMaxBytes - m_nLength) return false;
+  if (!isValid()) return false;
+  if (nExtra <= kMaxBytes - m_nLength && makeRoom(nExtra)) return true;
+  noteMemoryShortage();
+  return false;
+}
+
+bool DataBuffer::makeRoom(std::size_t nExtra) {
   const auto nNeed = static_cast<std::uint32_t>(nExtra);
   if (nNeed <= m_nCapacity - m_nLength) return true;
   const std::uint32_t nStep = growthStep(nNeed, m_nLength);

@@ -71,6 +71,7 @@ class DataBuffer : public LibraryObject {
   static std::uint32_t growthStep(std::uint32_t nNeed, std::uint32_t nLength);
 
  private:
+  bool makeRoom(std::size_t nExtra);
   bool growTo(std::uint64_t nCapacity);
 
   Validity<std::uint8_t, kValidityByte> m_validity;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "mime/base/MemoryShortage.h"
+
 namespace mail {
 namespace {
 
@@ -31,6 +33,7 @@ bool ExtPtrArray::insertObject(std::size_t nIndex, LibraryObject* pObject) {
   try {
     m_arrObjects.insert(m_arrObjects.begin() + static_cast<std::ptrdiff_t>(nAt), pObject);
   } catch (const std::bad_alloc&) {
+    noteMemoryShortage();
     return false;
   }
   return true;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "mime/base/LibraryObject.h"
+#include "mime/base/MemoryShortage.h"
 
 namespace mail {
 
@@ -22,6 +23,7 @@ OwnedPtr<T> makeOwned(Arguments&&... arguments) {
   try {
     return OwnedPtr<T>(new T(std::forward<Arguments>(arguments)...));
   } catch (const std::bad_alloc&) {
+    noteMemoryShortage();
     return nullptr;
   }
 }

@@ -10,6 +10,7 @@
 
 #include "mime/base/AsciiText.h"
 #include "mime/base/ExtPtrArray.h"
+#include "mime/base/MemoryShortage.h"
 #include "mime/base/Reallocate.h"
 
 namespace mail {
@@ -153,7 +154,10 @@ bool StringBuffer::growTo(std::uint32_t nNeeded) {
   const auto nCapacity = static_cast<std::uint32_t>(
       std::min<std::uint64_t>(nWanted, std::numeric_limits<std::uint32_t>::max()));
   auto* pNew = static_cast<char*>(Reallocate(m_pHeap, nCapacity));
-  if (pNew == nullptr) return false;
+  if (pNew == nullptr) {
+    noteMemoryShortage();
+    return false;
+  }
   if (isInline()) std::memcpy(pNew, m_aInline, m_nLength + std::size_t{1});
   m_pText = m_pHeap = pNew;
   m_nCapacity = nCapacity;

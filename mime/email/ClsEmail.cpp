@@ -9,6 +9,7 @@
 #include "mime/base/ClsOperation.h"
 #include "mime/base/LibraryFiles.h"
 #include "mime/base/LogNull.h"
+#include "mime/base/MemoryShortage.h"
 #include "mime/email/EmailBodies.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"
@@ -147,9 +148,10 @@ bool ClsEmail::writeFile(XString& strPath) {
     return false;
   }
   FileOutput objOutput(*objFile);
+  const auto nShortages = memoryShortages();
   const bool bWritten =
       EmailWriter(objOutput, EmailWriter::Transport::k8bit, m_log).write(*m_pEmail) &&
-      objOutput.flush();
+      objOutput.flush() && memoryShortages() == nShortages;
   if (bWritten) {
     (void)m_pEmail->header().deleteField("X-Unsent", /*bAll=*/true);
   } else {

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "mime/base/MemoryShortage.h"
 #include "mime/email/EmailNormalisation.h"
 #include "mime/tree/ByteSearch.h"
 #include "mime/tree/MimeInput.h"
@@ -68,7 +69,10 @@ OwnedPtr<Email2> build(std::string_view strMime, bool bUtf8, LogBase& log) {
 
 OwnedPtr<Email2> buildEmail(std::string_view strMime, bool bUtf8, LogBase& log) {
   try {
-    return build(strMime, bUtf8, log);
+    const auto nShortages = memoryShortages();
+    OwnedPtr<Email2> pEmail = build(strMime, bUtf8, log);
+    if (memoryShortages() != nShortages) throw std::bad_alloc();  // no mail without some of it
+    return pEmail;
   } catch (const std::bad_alloc&) {
     log.LogError("Out of memory building an e-mail.");
     return nullptr;

@@ -1,12 +1,17 @@
 // Memory that runs out at any moment, once or for good: nothing leaves the public objects but their
-// results, and what is still there works when there is memory again.
+// results, none of them says of a part that it is the whole, and what is still there works when
+// there is memory again.
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "mime/CkEmail.h"
 #include "mime/CkFileAccess.h"
@@ -63,15 +68,27 @@ constexpr const char* kMail =
     "another cat beside it.png\"\r\nContent-Disposition: attachment\r\n"
     "Content-Transfer-Encoding: base64\r\n\r\niVBORw==\r\n--b--\r\n";
 
+// A file in memory.
+class MemoryFile {
+ public:
+  MemoryFile() : m_fd(memfd_create("tarny-test", 0)) {}
+  ~MemoryFile() { close(m_fd); }
+  std::string Path() const { return "/proc/self/fd/" + std::to_string(m_fd); }
+  std::string Bytes() const { return test_support::ReadAll(Path()); }
+
+ private:
+  int m_fd;
+};
+
 class MemoryShortage : public testing::Test {
  protected:
-  // Runs the work with memory that ends after 0, 1, 2, ... allocations, until it needs no more.
-  template <class Work>
-  static void AtEveryMoment(Work work) {
+  // Runs the work with memory that ends after 0, 1, 2, ... allocations, until it needs no more. The
+  // check is made after each of them.
+  static void AtEveryMoment(const std::function<void()>& work, const std::function<void()>& check) {
     for (const bool for_good : {false, true}) {
-      for (long after = 0;; ++after) {
+      for (long after = 0; t_left < 0 || after == 0; ++after) {
+        SCOPED_TRACE(after);
         bool thrown = false;
-        bool short_of_memory = false;
         {
           const Shortage shortage(after, for_good);
           try {
@@ -79,55 +96,65 @@ class MemoryShortage : public testing::Test {
           } catch (...) {
             thrown = true;
           }
-          short_of_memory = t_left < 0;
         }
-        ASSERT_FALSE(thrown) << after << for_good;
-        if (!short_of_memory) break;
+        ASSERT_FALSE(thrown);
+        check();
       }
     }
   }
 
   test_support::TemporaryFolder m_folder;
   const std::string m_in = m_folder.Write("in.eml", kMail);
-  const char* const m_out = "/dev/null";
+  const MemoryFile m_file;
+  const std::string m_out = m_file.Path();
 };
 
-TEST_F(MemoryShortage, LeavesEmails) {
+TEST_F(MemoryShortage, LeavesEmailsWholeOrFails) {
   CkEmail kept;
   kept.put_Utf8(true);
-  const auto use = [&](CkEmail& email) {
-    (void)email.LoadEml(m_in.c_str());
-    (void)email.HasHtmlBody();
-    (void)email.getHtmlBody();
-    email.put_From("Last, First <a@b.example>, \xC3\xA4 <c@d.example>");
-    email.put_Subject("\xD0\x90");
-    (void)email.SaveEml(m_out);
-    (void)email.lastErrorText();
+  bool whole = false;
+  const char* html = nullptr;
+  const auto use = [&] {
+    whole = kept.LoadEml(m_in.c_str());
+    html = kept.getHtmlBody();
+    kept.put_From("Last, First <a@b.example>, \xC3\xA4 <c@d.example>");
+    whole = kept.get_LastMethodSuccess() && whole;
+    kept.put_Subject("\xD0\x90");
+    whole = kept.get_LastMethodSuccess() && whole;
+    whole = kept.SaveEml(m_out.c_str()) && whole;
+    (void)kept.lastErrorText();
   };
-  AtEveryMoment([&] { use(kept); });
-  AtEveryMoment([] { CkEmail().put_Subject("s"); });
-  ASSERT_TRUE(kept.LoadEml(m_in.c_str()));
-  EXPECT_STREQ(kept.getHtmlBody(), "<p>\xC3\xA4</p>");
-  EXPECT_TRUE(kept.get_LastMethodSuccess());
+  use();
+  const std::string saved = m_file.Bytes();
+  AtEveryMoment(use, [&] {
+    EXPECT_TRUE(!whole || m_file.Bytes() == saved) << m_file.Bytes();
+    EXPECT_TRUE(html == nullptr || std::string_view(html) == "<p>\xC3\xA4</p>") << html;
+  });
+  EXPECT_TRUE(whole);
+  AtEveryMoment([] { CkEmail().put_Subject("s"); }, [] {});
 }
 
-TEST_F(MemoryShortage, LeavesMessages) {
+TEST_F(MemoryShortage, LeavesMessagesWholeOrFails) {
   CkMime kept;
-  const auto use = [&](CkMime& mime) {
-    (void)mime.LoadMimeFile(m_in.c_str());
-    const std::unique_ptr<CkMime> part(mime.GetPart(2));
-    if (part != nullptr) (void)part->SetHeaderField("Content-Transfer-Encoding", "binary");
-    (void)mime.getMime();
-    CkByteData bytes;
-    (void)mime.GetMimeBytes(bytes);
-    if (part != nullptr) (void)part->SaveBody(m_out);
-    (void)CkFileAccess().WriteEntireFile(m_out, bytes);
-    (void)mime.lastErrorText();
+  bool whole = false;
+  CkByteData bytes;
+  const auto use = [&] {
+    bytes.clear();
+    whole = kept.LoadMimeFile(m_in.c_str());
+    const std::unique_ptr<CkMime> part(kept.GetPart(2));
+    whole = part != nullptr && whole;
+    whole = whole && part->SetHeaderField("Content-Transfer-Encoding", "binary");
+    if (part != nullptr) (void)part->SaveBody(m_out.c_str());
+    whole = kept.getMime() != nullptr && whole;
+    whole = kept.GetMimeBytes(bytes) && whole;
+    (void)CkFileAccess().WriteEntireFile(m_out.c_str(), bytes);
+    (void)kept.lastErrorText();
   };
-  AtEveryMoment([&] { use(kept); });
-  AtEveryMoment([] { (void)CkMime().getMime(); });
-  ASSERT_TRUE(kept.LoadMimeFile(m_in.c_str()));
-  EXPECT_NE(std::unique_ptr<CkMime>(kept.GetPart(2)), nullptr);
+  use();
+  const std::string written(bytes.bytes().view());
+  AtEveryMoment(
+      use, [&] { EXPECT_TRUE(!whole || bytes.bytes().view() == written) << bytes.bytes().view(); });
+  EXPECT_TRUE(whole);
 }
 
 }  // namespace
