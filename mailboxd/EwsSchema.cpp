@@ -1,7 +1,6 @@
 #include "mailboxd/EwsSchema.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <charconv>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "mailboxd/DateTime.h"
 #include "mailboxd/EwsFailure.h"
+#include "mailboxd/EwsFieldTable.h"
 #include "mailboxd/EwsRequest.h"
 #include "mailboxd/EwsSchemaTable.h"
 #include "platform/Unicode.h"
@@ -91,19 +91,6 @@ bool IsGuid(std::string_view text) {
   return true;
 }
 
-// "item:Subject": one of the known groups and a name of letters.
-bool IsField(std::string_view text) {
-  constexpr std::array<std::string_view, 10> kGroups = {
-      "folder",   "item", "message",  "meeting",      "meetingRequest",
-      "calendar", "task", "contacts", "conversation", "distributionlist"};
-  const size_t colon = text.find(':');
-  if (colon == std::string_view::npos || colon + 1 == text.size()) return false;
-  if (std::find(kGroups.begin(), kGroups.end(), text.substr(0, colon)) == kGroups.end())
-    return false;
-  return std::all_of(text.begin() + static_cast<std::ptrdiff_t>(colon) + 1, text.end(),
-                     [](unsigned char c) { return std::isalnum(c) != 0; });
-}
-
 // Why a value does not fit its kind, in the words of a violation; "" when it does. Base64 is looked
 // at where it is decoded.
 std::string WhyNot(const Kind& kind, std::string_view text) {
@@ -130,7 +117,7 @@ std::string WhyNot(const Kind& kind, std::string_view text) {
     case Value::kGuid:
       return IsGuid(text) ? "" : "The Pattern constraint failed.";
     case Value::kField:
-      return IsField(text) ? "" : "The Enumeration constraint failed.";
+      return IsFieldUri(text) ? "" : "The Enumeration constraint failed.";
     case Value::kChoices:
       if (std::find(kind.choices.begin(), kind.choices.end(), text) != kind.choices.end())
         return "";
@@ -219,9 +206,24 @@ class Walk {
            std::string(NamespaceOf(node)) + "'";
   }
 
-  static std::string Expected(const Type& type, size_t from) {
+  // Which children may come now, by index: `position` is that in a sequence, `count` says how many
+  // have come.
+  struct Range {
+    size_t begin;
+    size_t end;
+  };
+  static Range MayCome(const Type& type, size_t position, size_t count) {
+    const size_t all = type.children.size();
+    if (type.order == Order::kSequence) return {position, all};
+    if (type.order != Order::kOneOf) return {0, all};
+    if (count >= type.GroupCount()) return {all, all};
+    return {type.GroupBegin(count), type.GroupEnd(count)};
+  }
+
+  static std::string Expected(const Type& type, size_t position, size_t count) {
+    const Range range = MayCome(type, position, count);
     std::string names;
-    for (size_t i = from; i < type.children.size(); ++i) {
+    for (size_t i = range.begin; i < range.end; ++i) {
       names += (names.empty() ? "" : ", ") + std::string(type.children[i].name);
       if (type.order == Order::kSequence && type.children[i].required) break;
     }
@@ -293,7 +295,7 @@ class Walk {
       if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
         if (Trimmed(child.value()).empty()) continue;
         Fail(open.node, "The element " + Named(open.node) + " cannot contain text." +
-                            Expected(type, position));
+                            Expected(type, position, count));
       }
       if (child.type() != pugi::node_element) continue;
       const ChildRule& rule = Take(open.node, child, type, position, count++);
@@ -306,11 +308,10 @@ class Walk {
 
   const ChildRule& Take(pugi::xml_node parent, pugi::xml_node child, const Type& type,
                         size_t& position, size_t count) const {
-    const size_t start = type.order == Order::kSequence ? position : 0;
-    const bool full = type.order == Order::kOneOf && count > 0;
+    const Range range = MayCome(type, position, count);
     const std::string_view name = LocalName(child);
-    if (!full && NamespaceOf(child) == SpaceName(type.space)) {
-      for (size_t i = start; i < type.children.size(); ++i) {
+    if (NamespaceOf(child) == SpaceName(type.space)) {
+      for (size_t i = range.begin; i < range.end; ++i) {
         if (type.children[i].name == name) {
           position = type.children[i].many ? i : i + 1;
           return type.children[i];
@@ -320,12 +321,12 @@ class Walk {
       }
     }
     Fail(child, "The element " + Named(parent) + " has invalid child element " + Named(child) +
-                    "." + (full ? "" : Expected(type, start)));
+                    "." + Expected(type, position, count));
   }
 
   void CheckComplete(pugi::xml_node node, const Type& type, size_t position, size_t count) const {
     bool complete = true;
-    if (type.order == Order::kOneOf) complete = count == 1;
+    if (type.order == Order::kOneOf) complete = count == type.GroupCount();
     if (type.order == Order::kAnyOf && MustHold(node)) complete = count > 0;
     if (type.order == Order::kSequence) {
       for (size_t i = position; i < type.children.size(); ++i) {
@@ -334,7 +335,7 @@ class Walk {
     }
     if (!complete) {
       Fail(node, "The element " + Named(node) + " has incomplete content." +
-                     Expected(type, type.order == Order::kSequence ? position : 0));
+                     Expected(type, position, count));
     }
   }
 

@@ -40,6 +40,13 @@ const Kind kDisposition{
 const Kind kInvitations{Value::kChoices,
                         "CalendarItemCreateOrDeleteOperationType",
                         {"SendToNone", "SendOnlyToAll", "SendToAllAndSaveCopy"}};
+const Kind kConflictResolution{Value::kChoices,
+                               "ConflictResolutionType",
+                               {"NeverOverwrite", "AutoResolve", "AlwaysOverwrite"}};
+const Kind kUpdateInvitations{Value::kChoices,
+                              "CalendarItemUpdateOperationType",
+                              {"SendToNone", "SendOnlyToAll", "SendOnlyToChanged",
+                               "SendToAllAndSaveCopy", "SendToChangedAndSaveCopy"}};
 const Kind kDisposal{
     Value::kChoices, "DisposalType", {"HardDelete", "SoftDelete", "MoveToDeletedItems"}};
 const Kind kOccurrences{
@@ -134,6 +141,12 @@ Type Of(Order order, Space space, std::vector<ChildRule> children,
   type.base = base;
   return type;
 }
+// One child of each group; each number is where a group ends.
+Type OneOfEach(std::vector<std::size_t> groups, Type type) {
+  type.order = Order::kOneOf;
+  type.groups = std::move(groups);
+  return type;
+}
 Type Open(std::vector<AttributeRule> attributes = {}) {
   return Of(Order::kOpen, Space::kTypes, {}, std::move(attributes));
 }
@@ -169,6 +182,7 @@ void AddEnvelope(TypeTable& types) {
                           {"GetAttachment", "GetAttachment"},
                           {"GetItem", "GetItem"},
                           {"FindItem", "FindItem"},
+                          {"UpdateItem", "UpdateItem"},
                           {"DeleteItem", "DeleteItem"}});
   types["Open"] = Open();
   types["String"] = TextOf(kString);
@@ -238,18 +252,19 @@ void AddRestrictions(TypeTable& types) {
   types["Restriction"] = Of(Order::kOneOf, Space::kTypes, expressions);
   types["Not"] = Of(Order::kOneOf, Space::kTypes, expressions);
   types["AndOr"] = Of(Order::kAnyOf, Space::kTypes, expressions);
-  types["Contains"] = Of(Order::kSequence, Space::kTypes,
-                         {{"FieldURI", "FieldUri"},
-                          {"IndexedFieldURI", "Open"},
-                          {"ExtendedFieldURI", "ExtendedUri"},
-                          {"Constant", "Constant", kRequired}},
-                         {{"ContainmentMode", kOptional, &kContainment},
-                          {"ContainmentComparison", kOptional, &kComparison}});
-  types["Comparison"] = Of(Order::kSequence, Space::kTypes,
+  types["Contains"] = OneOfEach({3, 4}, Of(Order::kOneOf, Space::kTypes,
+                                           {{"FieldURI", "FieldUri"},
+                                            {"IndexedFieldURI", "Open"},
+                                            {"ExtendedFieldURI", "ExtendedUri"},
+                                            {"Constant", "Constant", kRequired}},
+                                           {{"ContainmentMode", kOptional, &kContainment},
+                                            {"ContainmentComparison", kOptional, &kComparison}}));
+  types["Comparison"] =
+      OneOfEach({3, 4}, Of(Order::kOneOf, Space::kTypes,
                            {{"FieldURI", "FieldUri"},
                             {"IndexedFieldURI", "Open"},
                             {"ExtendedFieldURI", "ExtendedUri"},
-                            {"FieldURIOrConstant", "FieldOrConstant", kRequired}});
+                            {"FieldURIOrConstant", "FieldOrConstant", kRequired}}));
   types["FieldOrConstant"] = Of(Order::kOneOf, Space::kTypes,
                                 {{"FieldURI", "FieldUri"},
                                  {"IndexedFieldURI", "Open"},
@@ -316,6 +331,36 @@ void AddItemRequests(TypeTable& types) {
                            {"AddBlankTargetToLinks", "Boolean"},
                            {"MaximumBodySize", "Int"},
                            {"AdditionalProperties", "Paths"}});
+}
+
+void AddUpdates(TypeTable& types) {
+  const std::vector<ChildRule> path = {
+      {"FieldURI", "FieldUri"}, {"IndexedFieldURI", "Open"}, {"ExtendedFieldURI", "ExtendedUri"}};
+  std::vector<ChildRule> value = path;
+  value.insert(value.end(), {{"Item", "Item"},
+                             {"Message", "Message"},
+                             {"CalendarItem", "Open"},
+                             {"Contact", "Open"},
+                             {"DistributionList", "Open"},
+                             {"Task", "Open"}});
+  types["UpdateItem"] =
+      Of(Order::kSequence, Space::kMessages,
+         {{"SavedItemFolderId", "FolderId"}, {"ItemChanges", "ItemChanges", kRequired}},
+         {{"ConflictResolution", kRequired, &kConflictResolution},
+          {"MessageDisposition", kOptional, &kDisposition},
+          {"SendMeetingInvitationsOrCancellations", kOptional, &kUpdateInvitations},
+          {"SuppressReadReceipts", kOptional, &kBoolean}});
+  types["ItemChanges"] =
+      Of(Order::kAnyOf, Space::kTypes, {{"ItemChange", "ItemChange", kOptional, kMany}});
+  types["ItemChange"] = Of(Order::kSequence, Space::kTypes,
+                           {{"ItemId", "PlainId", kRequired}, {"Updates", "Updates", kRequired}});
+  types["Updates"] = Of(Order::kAnyOf, Space::kTypes,
+                        {{"AppendToItemField", "FieldValue", kOptional, kMany},
+                         {"SetItemField", "FieldValue", kOptional, kMany},
+                         {"DeleteItemField", "FieldPath", kOptional, kMany}});
+  types["FieldPath"] = Of(Order::kOneOf, Space::kTypes, path);
+  types["FieldValue"] =
+      OneOfEach({path.size(), value.size()}, Of(Order::kOneOf, Space::kTypes, value));
 }
 
 void AddItems(TypeTable& types) {
@@ -415,6 +460,7 @@ const TypeTable& Types() {
     AddFolders(types);
     AddRestrictions(types);
     AddItemRequests(types);
+    AddUpdates(types);
     AddItems(types);
     JoinBases(types);
     return types;

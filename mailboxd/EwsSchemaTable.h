@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 #include <map>
 #include <string_view>
@@ -48,6 +49,15 @@ struct Type {
   std::vector<AttributeRule> attributes;
   const Kind* text = nullptr;  // nullptr: no text
   std::string_view base = {};  // a type whose children come first
+  // For kOneOf: where each group of children ends; one of each must come, in this order. Empty for
+  // one group of all.
+  std::vector<std::size_t> groups = {};
+
+  std::size_t GroupCount() const { return groups.empty() ? 1 : groups.size(); }
+  std::size_t GroupBegin(std::size_t group) const { return group == 0 ? 0 : groups[group - 1]; }
+  std::size_t GroupEnd(std::size_t group) const {
+    return group < groups.size() ? groups[group] : children.size();
+  }
 };
 
 using TypeTable = std::map<std::string_view, Type>;

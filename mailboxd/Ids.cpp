@@ -47,15 +47,23 @@ std::string Encode(std::string bytes) {
   return std::string(kPrefix) + text;
 }
 
+constexpr size_t kVersionBytes = 8;
+constexpr size_t kChangeKey = (1 + kVersionBytes) / 3 * 4;  // characters
+char ChangeKeyKind(IdKind kind) { return kind == IdKind::kFolder ? 1 : 9; }
+
+bool DecodeUrlSafe(std::string_view text, std::string& bytes) {
+  std::string base64(text);
+  if (base64.find_first_of("+/= \t\r\n") != std::string::npos) return false;
+  std::replace(base64.begin(), base64.end(), '-', '+');
+  std::replace(base64.begin(), base64.end(), '_', '/');
+  return platform::Base64Decode(base64, bytes);
+}
+
 // The bytes in front of the check sum, which fits; "" for a text that is no id.
 std::string Decode(std::string_view text) {
   if (text.size() > kLongest || !text.starts_with(kPrefix)) return "";
-  std::string base64(text.substr(kPrefix.size()));
-  if (base64.find_first_of("+/= \t\r\n") != std::string::npos) return "";
-  std::replace(base64.begin(), base64.end(), '-', '+');
-  std::replace(base64.begin(), base64.end(), '_', '/');
   std::string bytes;
-  if (!platform::Base64Decode(base64, bytes) || bytes.size() <= kSumBytes) return "";
+  if (!DecodeUrlSafe(text.substr(kPrefix.size()), bytes) || bytes.size() <= kSumBytes) return "";
   const std::string_view sum = std::string_view(bytes).substr(bytes.size() - kSumBytes);
   const std::int64_t claimed = NumberOf(sum);
   bytes.resize(bytes.size() - kSumBytes);
@@ -97,12 +105,18 @@ std::optional<PartId> ReadPartId(std::string_view text) {
 }
 
 std::string MakeChangeKey(IdKind kind, std::int64_t version) {
-  std::string bytes(9, '\0');
-  bytes[0] = static_cast<char>(kind == IdKind::kFolder ? 1 : 9);
-  for (size_t i = 0; i < 8; ++i) bytes[1 + i] = static_cast<char>(version >> (56 - 8 * i));
+  std::string bytes(1, ChangeKeyKind(kind));
+  Append(static_cast<std::uint64_t>(version), kVersionBytes, bytes);
   std::string text = platform::Base64Encode(bytes);
   UrlSafe(text);
   return text;
+}
+
+std::optional<std::int64_t> ReadChangeKey(std::string_view text, IdKind kind) {
+  std::string bytes;
+  if (text.size() != kChangeKey || !DecodeUrlSafe(text, bytes)) return std::nullopt;
+  if (bytes[0] != ChangeKeyKind(kind)) return std::nullopt;
+  return NumberOf(std::string_view(bytes).substr(1));
 }
 
 }  // namespace mailbox

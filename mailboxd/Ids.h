@@ -34,5 +34,7 @@ std::optional<PartId> ReadPartId(std::string_view text);
 
 // Changes with each change of the row.
 std::string MakeChangeKey(IdKind kind, std::int64_t version);
+// The version; nothing for a text that is no change key of that kind.
+std::optional<std::int64_t> ReadChangeKey(std::string_view text, IdKind kind);
 
 }  // namespace mailbox

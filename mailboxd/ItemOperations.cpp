@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "mailboxd/EwsRequest.h"
+#include "mailboxd/ItemChanges.h"
 #include "mailboxd/ItemReading.h"
 #include "mailboxd/ItemWriting.h"
 #include "mailboxd/MailOfItem.h"
@@ -25,16 +26,20 @@ constexpr std::array<ItemRule, 5> kRules = {{
     {"Task", "IPF.Task", "ErrorCannotCreateTaskInNonTaskFolder"},
 }};
 
-void CheckPlace(pugi::xml_node request, pugi::xml_node node, const FolderInfo& folder) {
-  const std::string_view element = LocalName(node);
-  const auto rule = std::find_if(kRules.begin(), kRules.end(),
-                                 [&](const ItemRule& r) { return r.element == element; });
-  if (rule == kRules.end()) throw ErrorOf("ErrorInvalidOperation");
+void CheckDisposition(pugi::xml_node request, std::string_view element) {
   const std::string_view disposition = Attribute(request, "MessageDisposition");
   if (element == "Message" && disposition.empty()) throw ErrorOf("ErrorMessageDispositionRequired");
   if (!disposition.empty() && disposition != "SaveOnly") {
     throw OperationError("ErrorInvalidOperation", "This mailbox saves items and sends none.");
   }
+}
+
+void CheckPlace(pugi::xml_node request, pugi::xml_node node, const FolderInfo& folder) {
+  const std::string_view element = LocalName(node);
+  const auto rule = std::find_if(kRules.begin(), kRules.end(),
+                                 [&](const ItemRule& r) { return r.element == element; });
+  if (rule == kRules.end()) throw ErrorOf("ErrorInvalidOperation");
+  CheckDisposition(request, element);
   if (element == "CalendarItem" && !request.attribute("SendMeetingInvitations")) {
     throw ErrorOf("ErrorSendMeetingInvitationsRequired");
   }
@@ -124,6 +129,61 @@ void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node pa
   response.EndMessage();
 }
 
+// Whether the client may write over what it has seen last. Only AlwaysOverwrite does without saying
+// what that was; AutoResolve gives way to no other change, for each property is written whole.
+void CheckConflict(std::string_view resolution, std::string_view changeKey, const ItemInfo& item) {
+  const auto seen = ReadChangeKey(changeKey, IdKind::kItem);
+  if (!changeKey.empty() && !seen) throw ErrorOf("ErrorInvalidChangeKey");
+  if (resolution == "AlwaysOverwrite") return;
+  if (!seen) throw ErrorOf("ErrorChangeKeyRequiredForWriteOperations");
+  if (resolution == "NeverOverwrite" && *seen != item.version) {
+    throw ErrorOf("ErrorIrresolvableConflict");
+  }
+}
+
+std::int64_t TextSize(const ItemInfo& item) {
+  return static_cast<std::int64_t>(item.body.size() + item.subject.size());
+}
+
+// The item with all changes of a request made to it, or none. Somebody else may change it
+// meanwhile: then it is read and changed again.
+ItemInfo ChangeItem(const Context& context, pugi::xml_node request, pugi::xml_node change) {
+  const pugi::xml_node id = Child(change, "ItemId");
+  const std::int64_t row = ResolveId(Attribute(id, "Id"), IdKind::kItem);
+  MailOfItem mail(context.store, row);
+  for (;;) {
+    auto item = context.store.Item(row);
+    if (!item) throw ErrorOf("ErrorItemNotFound");
+    CheckDisposition(request, item->element);
+    CheckConflict(Attribute(request, "ConflictResolution"), Attribute(id, "ChangeKey"), *item);
+    item->size -= TextSize(*item);
+    const pugi::xml_node updates = Child(change, "Updates");
+    for (auto one = FirstElement(updates); one; one = NextElement(one)) {
+      ApplyChange(one, mail, *item);
+    }
+    item->size += TextSize(*item);
+    if (item->size > context.maximumMessageSize) throw ErrorOf("ErrorMessageSizeExceeded");
+    if (context.store.UpdateItem(*item)) return *item;
+  }
+}
+
+void UpdateOne(const Context& context, pugi::xml_node request, pugi::xml_node change,
+               EwsResponse& response) {
+  if (const std::string code = context.faults.TakeItemError(); !code.empty()) throw ErrorOf(code);
+  const ItemInfo item = ChangeItem(context, request, change);
+  const std::string tag = "t:" + item.element;
+  response.BeginSuccess();
+  response.Open("m:Items");
+  response.Open(tag);
+  response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.id, item.version));
+  response.Close(tag);
+  response.Close("m:Items");
+  response.Open("m:ConflictResults");
+  response.Number("t:Count", 0);
+  response.Close("m:ConflictResults");
+  response.EndMessage();
+}
+
 void DeleteOne(const Context& context, std::string_view how, std::int64_t id) {
   const auto item = context.store.Item(id);
   if (!item) throw ErrorOf("ErrorItemNotFound");
@@ -169,6 +229,17 @@ void FindItem(const Context& context, pugi::xml_node request, EwsResponse& respo
       FindBelow(context, request, parent, shape, response);
     } catch (const OperationError& error) {
       response.Error(error, "");
+    }
+  }
+}
+
+void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const pugi::xml_node changes = Child(request, "ItemChanges");
+  for (auto change = FirstElement(changes); change; change = NextElement(change)) {
+    try {
+      UpdateOne(context, request, change, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "Items");
     }
   }
 }

@@ -63,7 +63,8 @@ constexpr std::array<RecipientField, 4> kRecipients = {{
     {"ReplyTo", &ItemInfo::replyTo},
 }};
 
-// Some properties are fields of the item under another name.
+}  // namespace
+
 void ApplyProperty(const ExtendedProperty& property, ItemInfo& item) {
   if (property.values.empty()) return;
   const std::string& value = property.values.front();
@@ -80,7 +81,7 @@ void ApplyProperty(const ExtendedProperty& property, ItemInfo& item) {
   }
 }
 
-void ReadChild(pugi::xml_node child, NewItem& item) {
+void ReadItemField(pugi::xml_node child, NewItem& item) {
   ItemInfo& info = item.info;
   const std::string_view name = LocalName(child);
   for (const TextField& row : kTexts) {
@@ -115,12 +116,11 @@ void ReadChild(pugi::xml_node child, NewItem& item) {
   }
 }
 
-}  // namespace
-
 NewItem ReadNewItem(pugi::xml_node node) {
   NewItem item;
   ReadMime(node, item);
-  for (auto child = FirstElement(node); child; child = NextElement(child)) ReadChild(child, item);
+  for (auto child = FirstElement(node); child; child = NextElement(child))
+    ReadItemField(child, item);
   for (const ExtendedProperty& property : item.info.properties) ApplyProperty(property, item.info);
   if (item.info.received.empty()) item.info.received = UtcNow();
   if (item.info.itemClass.empty()) item.info.itemClass = "IPM.Note";

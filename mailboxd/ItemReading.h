@@ -10,4 +10,10 @@ namespace mailbox {
 // MIME content says. Throws OperationError, and SoapFault, for values that cannot be.
 NewItem ReadNewItem(pugi::xml_node node);
 
+// Reads one of the properties in it; elements that stand for none are passed over. Categories,
+// attachments and extended properties come behind those that the item has.
+void ReadItemField(pugi::xml_node element, NewItem& item);
+// Some extended properties are fields of the item under another name: sets those.
+void ApplyProperty(const ExtendedProperty& property, ItemInfo& item);
+
 }  // namespace mailbox

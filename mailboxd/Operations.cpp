@@ -15,13 +15,14 @@ struct OperationRow {
   std::string_view name;
   Operation run;
 };
-constexpr std::array<OperationRow, 9> kOperations = {{
+constexpr std::array<OperationRow, 10> kOperations = {{
     {"FindFolder", FindFolder},
     {"GetFolder", GetFolder},
     {"CreateFolder", CreateFolder},
     {"CreateItem", CreateItem},
     {"GetItem", GetItem},
     {"FindItem", FindItem},
+    {"UpdateItem", UpdateItem},
     {"DeleteItem", DeleteItem},
     {"CreateAttachment", CreateAttachment},
     {"GetAttachment", GetAttachment},

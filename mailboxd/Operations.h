@@ -31,6 +31,7 @@ void CreateFolder(const Context& context, pugi::xml_node request, EwsResponse& r
 void CreateItem(const Context& context, pugi::xml_node request, EwsResponse& response);
 void GetItem(const Context& context, pugi::xml_node request, EwsResponse& response);
 void FindItem(const Context& context, pugi::xml_node request, EwsResponse& response);
+void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& response);
 void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& response);
 void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
 void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);

@@ -151,6 +151,9 @@ class Store {
   // Keeps the mailHasFiles of items, by row, all in one change. Their versions stay, for nothing
   // about them has changed.
   void SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& items);
+  // Stores what has changed of an item, but for its folder, dates of its own and attachments, if it
+  // is still of that version, and counts the version up; false when it is not, or not there.
+  bool UpdateItem(ItemInfo& item);
   // False when the item is not there.
   bool DeleteItem(std::int64_t id);
   bool MoveItem(std::int64_t id, std::int64_t folder);

@@ -138,6 +138,18 @@ void Store::SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& it
   transaction.Commit();
 }
 
+bool Store::UpdateItem(ItemInfo& item) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  m_implementation->Run(
+      "UPDATE items SET item_class=?,subject=?,is_read=?,is_draft=?,received=?,sent=?,size=?,"
+      "details=?,version=version+1 WHERE id=? AND version=?",
+      item.itemClass, item.subject, item.isRead, item.isDraft, item.received, item.sent, item.size,
+      WriteDetails(item), item.id, item.version);
+  if (!m_implementation->Changed()) return false;
+  ++item.version;
+  return true;
+}
+
 bool Store::DeleteItem(std::int64_t id) {
   const std::lock_guard lock(m_implementation->m_mutex);
   m_implementation->m_pageEnds.clear();

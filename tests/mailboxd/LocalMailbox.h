@@ -71,8 +71,17 @@ inline size_t CountOf(const std::string& text, const std::string& part) {
   return count;
 }
 
-// The operations on a store of their own, without HTTP. Every answer is held against the schema
-// where it is present.
+// Holds an answer against the schema, where that is present.
+inline void ExpectInSchema(const std::string& answer) {
+  static const std::unique_ptr<test_support::SchemaValidator> kValidator =
+      test_support::SchemaValidator::Available() ? std::make_unique<test_support::SchemaValidator>()
+                                                 : nullptr;
+  if (kValidator) {
+    EXPECT_EQ(kValidator->Validate(answer), "") << answer.substr(0, 4000);
+  }
+}
+
+// The operations on a store of their own, without HTTP. Every answer is held against the schema.
 class LocalMailbox : public testing::Test {
  protected:
   std::string Ask(std::string request) {
@@ -83,9 +92,7 @@ class LocalMailbox : public testing::Test {
     } catch (const mailbox::SoapFault& fault) {
       answer = mailbox::WriteFault(fault);
     }
-    if (Validator()) {
-      EXPECT_EQ(Validator()->Validate(answer), "") << answer.substr(0, 4000);
-    }
+    ExpectInSchema(answer);
     return answer;
   }
 
@@ -94,15 +101,6 @@ class LocalMailbox : public testing::Test {
   mailbox::Faults m_faults;
   std::string m_login = "user@example.com";
   std::int64_t m_limit = 1024 * 1024;
-
- private:
-  static const test_support::SchemaValidator* Validator() {
-    static const std::unique_ptr<test_support::SchemaValidator> kValidator =
-        test_support::SchemaValidator::Available()
-            ? std::make_unique<test_support::SchemaValidator>()
-            : nullptr;
-    return kValidator.get();
-  }
 };
 
 }  // namespace mailbox_test

@@ -45,6 +45,7 @@ TEST_F(SampleRequest, EachIsAnsweredInTheSchema) {
   }
   EXPECT_EQ(codes["08"], "ErrorInvalidIdMalformed");
   EXPECT_EQ(codes["18"], "ErrorFolderSavePropertyError");
+  EXPECT_EQ(codes["28"], "ErrorMessageDispositionRequired");  // of a meeting, sent for a message
 }
 
 }  // namespace
