@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::string_view kScheme = "cid:";
 constexpr std::string_view kEnds = "\"'<>() \t\r\n";  // of a reference
-constexpr size_t kLongestId = 998;                    // bytes, as a line of a mail
 
 // Types that every browser takes for pictures and nothing else.
 constexpr std::array<std::string_view, 5> kTypes = {"image/png", "image/jpeg", "image/gif",
@@ -54,16 +53,18 @@ std::string WithPictures(std::string_view html, const MailContent& mail) {
   if (!pictures.Any()) return std::string(html);
   out.reserve(html.size());
   size_t done = 0;
+  size_t end =
+      0;  // the first end of a reference behind the colon, found once for all in front of it
   for (size_t colon = html.find(':'); colon != std::string_view::npos;
        colon = html.find(':', colon + 1)) {
     const size_t begin = colon + 1 - std::min(colon + 1, kScheme.size());
     if (begin < done || !mail::equalsNoCase(html.substr(begin, kScheme.size()), kScheme)) continue;
-    std::string_view id = html.substr(colon + 1, kLongestId);
-    id = id.substr(0, id.find_first_of(kEnds));
+    if (end <= colon) end = std::min(html.find_first_of(kEnds, colon), html.size());
+    const std::string_view id = html.substr(colon + 1, end - colon - 1);
     const std::string url = pictures.UrlOf(id);
     if (url.empty()) continue;
     out.append(html.substr(done, begin - done)).append(url);
-    done = colon + 1 + id.size();
+    done = end;
   }
   return out.append(html.substr(done));
 }

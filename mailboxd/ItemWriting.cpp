@@ -12,6 +12,7 @@ namespace mailbox {
 ItemShape::ItemShape(pugi::xml_node node, Depth depth) : m_depth(depth) {
   m_all = ChildText(node, "BaseShape") != "IdOnly";
   m_mime = IsTrue(ChildText(node, "IncludeMimeContent"));
+  m_text = ChildText(node, "BodyType") == "Text";
   const pugi::xml_node paths = Child(node, "AdditionalProperties");
   for (auto path = FirstElement(paths); path; path = NextElement(path)) {
     if (LocalName(path) == "FieldURI") m_fields.push_back(Attribute(path, "FieldURI"));
@@ -110,8 +111,9 @@ void WriteMime(MailOfItem& mail, EwsResponse& response) {
   });
 }
 
-// The item's own body, else that of its mail, HTML rather than text.
-void WriteBody(const ItemInfo& item, MailOfItem& mail, EwsResponse& response) {
+// The item's own body, else that of its mail.
+void WriteBody(const ItemInfo& item, MailOfItem& mail, const ItemShape& shape,
+               EwsResponse& response) {
   const auto write = [&](std::string_view type, std::string_view text) {
     response.Open("t:Body", XmlAttribute("BodyType", type));
     response.Raw(EscapeXml(text));
@@ -120,6 +122,8 @@ void WriteBody(const ItemInfo& item, MailOfItem& mail, EwsResponse& response) {
   if (!item.bodyType.empty()) return write(item.bodyType, item.body);
   const MailContent* const content = mail.Content();
   if (content == nullptr) return;
+  const bool hasChoice = !content->Html().empty() && !content->Text().empty();
+  if (hasChoice && shape.PrefersText()) return write("Text", content->Text());
   if (!content->Html().empty()) return write("HTML", content->Html());
   if (!content->Text().empty()) write("Text", content->Text());
 }
@@ -144,7 +148,7 @@ void WriteItemFields(const Context& context, const ItemInfo& item, MailOfItem& m
   if (shape.Wants("item:ItemClass")) response.Element("t:ItemClass", item.itemClass);
   if (shape.Wants("item:Subject")) response.Element("t:Subject", item.subject);
   if (shape.Wants("item:Sensitivity")) response.Element("t:Sensitivity", item.sensitivity);
-  if (shape.WantsFull("item:Body")) WriteBody(item, mail, response);
+  if (shape.WantsFull("item:Body")) WriteBody(item, mail, shape, response);
   if (shape.WantsFull("item:Attachments")) WriteAttachments(context, item, mail, response);
   if (shape.Wants("item:DateTimeReceived")) {
     WriteDate("t:DateTimeReceived", item.received, response);

@@ -28,6 +28,8 @@ class ItemShape {
   bool WantsMime() const {
     return m_depth == Depth::kFull && (m_mime || Asked("item:MimeContent"));
   }
+  // Where a mail has its body as text and as HTML; HTML unless text is asked for.
+  bool PrefersText() const { return m_text; }
   struct Property {
     std::string key;
     std::string type;
@@ -38,6 +40,7 @@ class ItemShape {
   Depth m_depth;
   bool m_all = false;
   bool m_mime = false;
+  bool m_text = false;
   std::vector<std::string_view> m_fields;
   std::vector<Property> m_properties;
 };

@@ -163,6 +163,19 @@ TEST_F(MailContent, AnAttachedMailIsAnItemWithAttachmentsOfItsOwn) {
             "ATT00001.png (image/png, 1)");
 }
 
+TEST_F(MailContent, TheBodyIsHtmlUnlessTextIsAskedFor) {
+  const std::string id = Save(
+      "Content-Type: multipart/alternative; boundary=x\r\n\r\n--x\r\nContent-Type: "
+      "text/plain\r\n\r\nplain\r\n--x\r\nContent-Type: text/html\r\n\r\n<b>\r\n--x--\r\n");
+  const auto body = [&](const std::string& type) {
+    return Find(Ask(GetItem(id, "<t:BaseShape>AllProperties</t:BaseShape><t:BodyType>" + type +
+                                    "</t:BodyType>")),
+                "<t:Body BodyType=([^/]*)</t:Body>");
+  };
+  EXPECT_EQ(body("Text"), "\"Text\">plain");
+  EXPECT_EQ(body("Best"), "\"HTML\">&lt;b&gt;");
+}
+
 TEST_F(MailContent, MailsWithinMailsAreItemsUpToADepthAndFilesBeyond) {
   std::string mime = "Subject: last\r\n\r\nx";
   for (int i = 0; i < 100; ++i) {
