@@ -104,6 +104,12 @@ std::string_view DateOf(const ItemInfo& item) {
   return item.sent.empty() ? item.created : item.sent;
 }
 
+// A paper clip, drawn: fonts that have one are not everywhere.
+constexpr std::string_view kClip =
+    " <svg class=\"clip\" role=\"img\" aria-label=\"with attachments\" viewBox=\"0 0 16 16\">"
+    "<title>with attachments</title><path d=\"M11.5 5 6.3 10.2a1.2 1.2 0 0 0 1.7 1.7l5.2-5.2a3 3 0 "
+    "0 0-4.2-4.2L3.4 8.1a4.2 4.2 0 0 0 5.9 5.9L13 10.3\"/></svg>";
+
 std::string ItemRow(const ItemInfo& item) {
   const bool files = item.attachmentCount > 0 || item.mailHasFiles.value_or(false);
   const std::string sender =
@@ -111,10 +117,7 @@ std::string ItemRow(const ItemInfo& item) {
   return std::string(item.isRead ? "<tr>" : "<tr class=\"unread\">") + "<td>" +
          (item.isRead ? "" : "<span class=\"hidden\">unread </span>") +
          Link("/item/" + std::to_string(item.id), TextOr(item.subject, "(no subject)")) +
-         (files ? " <span role=\"img\" aria-label=\"with attachments\" title=\"with attachments\">"
-                  "📎</span>"
-                : "") +
-         "</td><td" +
+         std::string(files ? kClip : "") + "</td><td" +
          (sender.empty() ? "" : " title=\"" + Text(Cut(Name(*item.from), kNameShown)) + "\"") +
          ">" + TextOr(sender, "–") + "</td><td class=\"date\">" + Date(DateOf(item)) +
          "</td><td class=\"number\">" + Size(item.size) + "</td></tr>\n";

@@ -43,8 +43,10 @@ tbody tr:hover { background: var(--hover); }
 .none, .none a { color: var(--soft); }
 .folders i { display: inline-block; width: 1.5rem; }
 .items td:first-child { width: 55%; }
-.items .unread > td { font-weight: 600; }
+.items .unread > td:nth-child(-n + 2) { font-weight: 600; }
 .items .unread > td:first-child::before { content: "● "; color: var(--accent); }
+.clip { width: 1em; height: 1em; vertical-align: -.1em; fill: none; stroke: var(--soft);
+  stroke-width: 1.3; }
 .pages { display: flex; flex-wrap: wrap; gap: .25rem 1.5rem; margin: 1rem 0; }
 iframe { display: block; width: 100%; height: 60vh; min-height: 12rem; border: 0;
   border-radius: 8px; background: #fff; color-scheme: light; resize: vertical; }
@@ -58,7 +60,7 @@ pre { margin: 0; padding: .8rem; white-space: pre-wrap; tab-size: 8;
   .items tr { display: flex; flex-wrap: wrap; gap: 0 1rem; padding: .4rem .8rem;
     border-top: 1px solid var(--line); }
   .items tr:first-child { border-top: 0; }
-  .items td, thead + tbody tr:first-child > td { padding: 0; border: 0; }
+  .items tbody tr > td { padding: 0; border: 0; }
   .items td:first-child { width: 100%; }
   .items td:nth-child(2) { flex: 1 1 8rem; }
   .items td:nth-child(n + 2) { font-size: .85rem; font-weight: 400; color: var(--soft); }

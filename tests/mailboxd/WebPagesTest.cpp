@@ -98,6 +98,8 @@ TEST_F(WebPages, AMailIsShownTakenApart) {
     EXPECT_NE(page.find(part), std::string::npos) << part;
   }
   EXPECT_EQ(page.find("<b "), std::string::npos);
+  EXPECT_NE(Get("/folder/" + std::to_string(Inbox().id)).body.find("\"with attachments\""),
+            std::string::npos);
   const mailbox::WebReply file = Get(path + "/part/1");
   EXPECT_EQ(file.body, "%PDF");
   EXPECT_EQ(file.type, "application/pdf");
