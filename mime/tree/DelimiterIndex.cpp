@@ -2,132 +2,178 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace mail {
 namespace {
 
-constexpr std::uint64_t kSeed = 0x9E3779B97F4A7C15U;
-constexpr std::uint64_t kFactor = 0x2545F4914F6CDD1DU;
-
-// Hashes are built from the last byte to the first, so that one walk gives them for every place.
-std::uint64_t prepend(std::uint64_t nHash, char ch) {
-  return (nHash + static_cast<unsigned char>(ch) + 1) * kFactor;
-}
-
-std::uint64_t hashOf(std::string_view strText) {
-  std::uint64_t nHash = kSeed;
-  for (std::size_t n = strText.size(); n-- > 0;) nHash = prepend(nHash, strText[n]);
-  return nHash;
-}
+std::size_t logOf(std::size_t n) { return static_cast<std::size_t>(std::bit_width(n)); }
 
 std::size_t dashesAtFront(std::string_view strText) {
   return std::min(strText.find_first_not_of('-'), strText.size());
 }
 
-bool isLine(std::string_view strPattern) { return strPattern.ends_with('\n'); }
+std::vector<std::size_t> lengthsOf(const auto& arrRuns, auto runOf) {
+  std::vector<std::size_t> arrLengths;
+  arrLengths.reserve(arrRuns.size());
+  for (const auto& objEntry : arrRuns) arrLengths.push_back(runOf(objEntry).size());
+  return arrLengths;
+}
 
-// The piece of a pattern that is hashed, behind a run of dashes.
-struct Key {
-  std::size_t nOffset;
-  std::string_view strHashed;
-};
+auto sorted(auto arrEntries) {
+  std::sort(arrEntries.begin(), arrEntries.end(), [](const auto& obj1, const auto& obj2) {
+    return std::pair(obj1.nHash, obj1.objRun.nEnd) < std::pair(obj2.nHash, obj2.objRun.nEnd);
+  });
+  return arrEntries;
+}
 
-Key keyOf(std::string_view strPattern) {
-  std::size_t nPiece = dashesAtFront(strPattern);
-  if (isLine(strPattern)) return {nPiece, strPattern.substr(nPiece)};
-  Key objKey{nPiece, {}};
-  while (nPiece < strPattern.size()) {
-    const std::size_t nEnd = strPattern.find("--", nPiece);
-    const std::string_view strPiece = strPattern.substr(nPiece, nEnd - nPiece);
-    if (strPiece.size() > objKey.strHashed.size()) objKey = {nPiece, strPiece};
-    nPiece = std::min(strPattern.find_first_not_of('-', nEnd), strPattern.size());
+// The pieces of a pattern behind its first run, each with the run behind it. The last run is one of
+// two dashes or more.
+std::vector<PieceOrder::Piece> rowOf(std::string_view strBehindRun) {
+  std::vector<PieceOrder::Piece> arrRow;
+  while (!strBehindRun.empty()) {
+    const std::size_t nEnd = strBehindRun.find("--");
+    const std::size_t nDashes = dashesAtFront(strBehindRun.substr(nEnd));
+    arrRow.push_back({FrontHash::of(strBehindRun.substr(0, nEnd)), nDashes});
+    strBehindRun.remove_prefix(nEnd + nDashes);
   }
-  return objKey;
+  return arrRow;
 }
 
 }  // namespace
 
 bool DelimiterIndex::canFind(std::string_view strPattern) {
-  return strPattern.starts_with("--") &&
-         (strPattern.ends_with("--") || strPattern.find('\n') == strPattern.size() - 1);
+  if (!strPattern.starts_with("--")) return false;
+  const std::size_t nLineFeed = strPattern.find('\n');
+  return nLineFeed == npos ? strPattern.ends_with("--") : nLineFeed == strPattern.size() - 1;
 }
 
-DelimiterIndex::Entries DelimiterIndex::buildEntries(bool bLines) const {
-  Entries arrEntries;
-  std::uint64_t nHash = kSeed;
-  std::size_t nDashes = 0;       // at the front of what was walked
-  std::uint64_t nBehindRun = 0;  // hash of what follows them
-  const auto note = [&](std::size_t nStart) {
-    if (nDashes >= 2) arrEntries.push_back({nBehindRun, nStart + nDashes});
-    nDashes = 0;
-  };
-  for (std::size_t n = m_strText.size(); n-- > 0;) {
-    const char ch = m_strText[n];
-    if (ch == '-') {
-      if (nDashes == 0) nBehindRun = nHash;
-      ++nDashes;
-    } else {
-      note(n + 1);
-    }
-    const bool bRestart = bLines ? ch == '\n' : nDashes >= 2;
-    if (bRestart) nHash = kSeed;
-    if (bLines || !bRestart) nHash = prepend(nHash, ch);
-  }
-  note(0);
-  std::sort(arrEntries.begin(), arrEntries.end());
-  return arrEntries;
+DelimiterIndex::Group::Group(std::vector<Entry> arrUnsorted, std::uint64_t& nSteps)
+    : arrEntries(sorted(std::move(arrUnsorted))),
+      objLengths(lengthsOf(arrEntries, [](const Entry& obj) { return obj.objRun; })) {
+  nSteps += arrEntries.size() * logOf(arrEntries.size());
 }
 
-DelimiterIndex::Runs DelimiterIndex::buildRuns() const {
-  Runs aRuns;
-  for (std::size_t n = m_strText.find("--"); n != npos; n = m_strText.find("--", n)) {
-    const std::size_t nEnd = std::min(m_strText.find_first_not_of('-', n), m_strText.size());
-    aRuns[static_cast<std::size_t>(std::bit_width(nEnd - n))].push_back({n, nEnd});
-    n = nEnd;
-  }
-  return aRuns;
-}
-
-std::size_t DelimiterIndex::findDashes(std::size_t nDashes, std::size_t nFrom, std::size_t nLimit,
-                                       std::uint64_t& nSteps) {
-  if (!m_aRuns) {
-    m_aRuns = buildRuns();
+const DelimiterIndex::Runs& DelimiterIndex::runs(std::uint64_t& nSteps) {
+  if (!m_arrRuns) {
+    m_arrRuns = findDashRuns(m_strText);
     nSteps += m_strText.size();
   }
-  std::size_t nBest = npos;
-  for (auto nBits = static_cast<std::size_t>(std::bit_width(nDashes)); nBits < m_aRuns->size();
-       ++nBits) {
-    const std::vector<Run>& arrRuns = (*m_aRuns)[nBits];
-    auto it = std::partition_point(arrRuns.begin(), arrRuns.end(), [&](const Run& objRun) {
-      return objRun.nEnd < nFrom + nDashes;
-    });
-    for (; it != arrRuns.end() && it->nEnd - std::max(it->nBegin, nFrom) < nDashes; ++it) ++nSteps;
-    if (it != arrRuns.end()) nBest = std::min(nBest, std::max(it->nBegin, nFrom));
+  return *m_arrRuns;
+}
+
+// From the last run to the first, so that each byte is hashed once.
+DelimiterIndex::Group DelimiterIndex::makeLines(std::uint64_t& nSteps) {
+  const Runs& arrRuns = runs(nSteps);
+  std::vector<Group::Entry> arrEntries;
+  bool bLineFeed = false;  // behind what was walked
+  std::uint64_t nHash = 0;
+  for (std::size_t n = arrRuns.size(), nNext = m_strText.size(); n-- > 0;) {
+    const DashRun& objRun = arrRuns[n];
+    const std::string_view strGap = m_strText.substr(objRun.nEnd, nNext - objRun.nEnd);
+    if (const std::size_t nLineFeed = strGap.find('\n'); nLineFeed != npos) {
+      bLineFeed = true;
+      nHash = FrontHash::of(strGap.substr(0, nLineFeed + 1));
+    } else if (bLineFeed) {
+      nHash = FrontHash::prepend(strGap, nHash);
+    }
+    if (bLineFeed) arrEntries.push_back({nHash, objRun});
+    nHash = FrontHash::prepend(m_strText.substr(objRun.nBegin, objRun.size()), nHash);
+    nNext = objRun.nBegin;
   }
-  nSteps += m_aRuns->size();
-  return nBest != npos && nBest + nDashes <= nLimit ? nBest : npos;
+  nSteps += m_strText.size();
+  return {std::move(arrEntries), nSteps};
+}
+
+DelimiterIndex::Group DelimiterIndex::makePieces(std::uint64_t& nSteps) {
+  const Runs& arrRuns = runs(nSteps);
+  std::vector<Group::Entry> arrEntries;
+  for (std::size_t n = 0; n + 1 < arrRuns.size(); ++n) {
+    const std::size_t nEnd = arrRuns[n].nEnd;
+    const std::string_view strPiece = m_strText.substr(nEnd, arrRuns[n + 1].nBegin - nEnd);
+    if (strPiece.find('\n') == npos) arrEntries.push_back({FrontHash::of(strPiece), arrRuns[n]});
+  }
+  nSteps += m_strText.size();
+  return {std::move(arrEntries), nSteps};
+}
+
+PieceOrder DelimiterIndex::makeOrder(std::uint64_t& nSteps) {
+  const Runs& arrRuns = runs(nSteps);
+  std::vector<PieceOrder::Piece> arrPieces(arrRuns.size());
+  for (std::size_t n = 0; n + 1 < arrRuns.size(); ++n) {
+    const std::size_t nEnd = arrRuns[n].nEnd;
+    const std::string_view strPiece = m_strText.substr(nEnd, arrRuns[n + 1].nBegin - nEnd);
+    if (strPiece.find('\n') == npos) {
+      arrPieces[n] = {FrontHash::of(strPiece), arrRuns[n + 1].size()};
+    }
+  }
+  nSteps += m_strText.size();
+  return {arrRuns, std::move(arrPieces), nSteps};
+}
+
+std::size_t DelimiterIndex::findDashes(std::size_t nDashes, std::size_t nFrom,
+                                       std::uint64_t& nSteps) {
+  const Runs& arrRuns = runs(nSteps);
+  if (!m_objDashes) {
+    m_objDashes.emplace(lengthsOf(arrRuns, [](const DashRun& obj) { return obj; }));
+    nSteps += arrRuns.size();
+  }
+  const auto it = std::partition_point(arrRuns.begin(), arrRuns.end(), [&](const DashRun& obj) {
+    return obj.nEnd < nFrom + nDashes;
+  });
+  const std::size_t n =
+      m_objDashes->find(static_cast<std::size_t>(it - arrRuns.begin()), nDashes, nSteps);
+  return n == FirstFit::npos ? npos : std::max(arrRuns[n].nBegin, nFrom);
+}
+
+std::size_t DelimiterIndex::findInGroup(const Group& objGroup, std::string_view strHashed,
+                                        std::string_view strPattern, std::size_t nFrom,
+                                        std::uint64_t& nSteps) const {
+  const std::size_t nDashes = dashesAtFront(strPattern);
+  const std::uint64_t nHash = FrontHash::of(strHashed);
+  const auto& arrEntries = objGroup.arrEntries;
+  const auto it = std::partition_point(arrEntries.begin(), arrEntries.end(), [&](const auto& obj) {
+    return std::pair(obj.nHash, obj.objRun.nEnd) < std::pair(nHash, nFrom + nDashes);
+  });
+  for (auto n = static_cast<std::size_t>(it - arrEntries.begin());; ++n, ++nSteps) {
+    n = objGroup.objLengths.find(n, nDashes, nSteps);
+    if (n == FirstFit::npos || arrEntries[n].nHash != nHash) return npos;
+    const std::size_t nStart = arrEntries[n].objRun.nEnd - nDashes;
+    if (m_strText.substr(nStart, strPattern.size()) == strPattern) return nStart;
+  }
+}
+
+std::size_t DelimiterIndex::findRow(std::string_view strPattern, std::size_t nFrom,
+                                    std::uint64_t& nSteps) {
+  if (!m_objOrder) m_objOrder.emplace(makeOrder(nSteps));
+  const std::size_t nDashes = dashesAtFront(strPattern);
+  const std::size_t nRun =
+      m_objOrder->find(rowOf(strPattern.substr(nDashes)), nDashes, nFrom + nDashes, nSteps);
+  if (nRun == PieceOrder::npos) return npos;
+  const std::size_t nStart = (*m_arrRuns)[nRun].nEnd - nDashes;
+  if (m_strText.substr(nStart, strPattern.size()) == strPattern) return nStart;
+  return m_strText.find(strPattern, nFrom);  // two hashes have met
 }
 
 std::size_t DelimiterIndex::find(std::string_view strPattern, std::size_t nFrom, std::size_t nLimit,
                                  std::uint64_t& nSteps) {
-  const Key objKey = keyOf(strPattern);
-  if (objKey.strHashed.empty()) return findDashes(strPattern.size(), nFrom, nLimit, nSteps);
-  std::optional<Entries>& arrEntries = isLine(strPattern) ? m_arrLines : m_arrTokens;
-  if (!arrEntries) {
-    arrEntries = buildEntries(isLine(strPattern));
-    nSteps += m_strText.size() +
-              arrEntries->size() * static_cast<std::size_t>(std::bit_width(arrEntries->size()));
+  nSteps += strPattern.size() + logOf(runs(nSteps).size());
+  const std::string_view strBehindRun = strPattern.substr(dashesAtFront(strPattern));
+  std::size_t nFound = npos;
+  if (strBehindRun.empty()) {
+    nFound = findDashes(strPattern.size(), nFrom, nSteps);
+  } else if (strBehindRun.ends_with('\n')) {
+    if (!m_objLines) m_objLines.emplace(makeLines(nSteps));
+    nFound = findInGroup(*m_objLines, strBehindRun, strPattern, nFrom, nSteps);
+  } else if (const std::size_t nPiece = strBehindRun.size() - 2;
+             strBehindRun.find("--") == nPiece) {
+    if (!m_objPieces) m_objPieces.emplace(makePieces(nSteps));
+    nFound = findInGroup(*m_objPieces, strBehindRun.substr(0, nPiece), strPattern, nFrom, nSteps);
+  } else {
+    nFound = findRow(strPattern, nFrom, nSteps);
   }
-  nSteps += static_cast<std::size_t>(std::bit_width(arrEntries->size())) + strPattern.size();
-  const Entry objFirst{hashOf(objKey.strHashed), nFrom + objKey.nOffset};
-  auto it = std::lower_bound(arrEntries->begin(), arrEntries->end(), objFirst);
-  for (; it != arrEntries->end() && it->nHash == objFirst.nHash; ++it) {
-    const std::size_t nStart = it->nRunEnd - objKey.nOffset;
-    if (nStart >= nLimit || nLimit - nStart < strPattern.size()) return npos;
-    ++nSteps;
-    if (m_strText.substr(nStart, strPattern.size()) == strPattern) return nStart;
-  }
-  return npos;
+  const bool bFits = nFound != npos && nFound <= nLimit && nLimit - nFound >= strPattern.size();
+  return bFits ? nFound : npos;
 }
 
 }  // namespace mail

@@ -1,12 +1,14 @@
 #pragma once
 
-#include <array>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
+
+#include "mime/tree/DashRuns.h"
+#include "mime/tree/FirstFit.h"
+#include "mime/tree/PieceOrder.h"
 
 namespace mail {
 
@@ -22,50 +24,67 @@ namespace mail {
 //   up to the line feed       hash of "=_part_1--\r\n"   answers "--BOUNDARY" and a line end
 //   up to the next run        hash of "=_part_1"         answers "--BOUNDARY--"
 //
-// A question is then a look at the runs that carry one hash, and each hit is compared byte by byte.
-// Where a run has more dashes than the delimiter the match begins inside the run. A boundary that
-// holds runs of its own is looked up by the longest of the pieces between them; one that is nothing
-// but dashes by the lengths of the runs. The answers are those of a plain search, not at line
-// starts only.
+// The answers are those of a plain search, not at line starts only: a match may begin inside a run
+// that has more dashes than the delimiter.
+//
+// No answer looks at what does not match, or levels without number could make it look in vain:
+//   - A delimiter with a line end has one line feed, at its end. What follows its first run is then
+//     all that follows a run of the text, and lies under one hash. The first of these with dashes
+//     enough is found by a tree.
+//   - So is a closing delimiter of one piece, and one that is nothing but dashes.
+//   - A closing delimiter of several pieces, or with more dashes at its end, is looked up in the
+//     order of all rows of pieces; see PieceOrder.
+// So a question takes the length of the delimiter and a logarithm, and the whole index what it
+// takes to sort the runs. Hashes that meet by chance cost a step; see FrontHash.
 class DelimiterIndex {
  public:
   static constexpr std::size_t npos = std::string_view::npos;
 
   // The text must outlive the index.
   explicit DelimiterIndex(std::string_view strText) : m_strText(strText) {}
+  DelimiterIndex(const DelimiterIndex&) = delete;
+  DelimiterIndex& operator=(const DelimiterIndex&) = delete;
 
-  // Whether find can answer for the pattern: two dashes, and a line feed at its end only.
+  // Whether find can answer for the pattern: two dashes at its start, and either a line feed or two
+  // dashes at its end, with no line feed in front of them.
   static bool canFind(std::string_view strPattern);
-  // The first place at or behind nFrom where the pattern lies whole in front of nLimit. nSteps
-  // grows by the bytes and entries looked at. Throws std::bad_alloc alone.
+  // The first place at or behind nFrom where the pattern lies whole in front of nLimit. Fast for
+  // questions from front to back. nSteps grows by the bytes and entries looked at. Throws
+  // std::bad_alloc alone.
   std::size_t find(std::string_view strPattern, std::size_t nFrom, std::size_t nLimit,
                    std::uint64_t& nSteps);
 
  private:
-  // A run of dashes by the hash of what follows it.
-  struct Entry {
-    std::uint64_t nHash;
-    std::size_t nRunEnd;
-    auto operator<=>(const Entry&) const = default;
-  };
-  using Entries = std::vector<Entry>;  // by hash, then by place
-  struct Run {
-    std::size_t nBegin;
-    std::size_t nEnd;
-  };
-  // By the number of bits of their length, each by place: half of what a run is compared with is
-  // there, so few are compared in vain.
-  using Runs = std::array<std::vector<Run>, 64>;
+  using Runs = std::vector<DashRun>;
+  // Runs by the hash of what follows them, then by place.
+  struct Group {
+    struct Entry {
+      std::uint64_t nHash;
+      DashRun objRun;
+    };
+    std::vector<Entry> arrEntries;
+    FirstFit objLengths;
 
-  Entries buildEntries(bool bLines) const;
-  Runs buildRuns() const;
-  std::size_t findDashes(std::size_t nDashes, std::size_t nFrom, std::size_t nLimit,
-                         std::uint64_t& nSteps);
+    Group(std::vector<Entry> arrUnsorted, std::uint64_t& nSteps);
+  };
+
+  const Runs& runs(std::uint64_t& nSteps);
+  Group makeLines(std::uint64_t& nSteps);
+  Group makePieces(std::uint64_t& nSteps);
+  PieceOrder makeOrder(std::uint64_t& nSteps);
+
+  std::size_t findDashes(std::size_t nDashes, std::size_t nFrom, std::uint64_t& nSteps);
+  std::size_t findInGroup(const Group& objGroup, std::string_view strHashed,
+                          std::string_view strPattern, std::size_t nFrom,
+                          std::uint64_t& nSteps) const;
+  std::size_t findRow(std::string_view strPattern, std::size_t nFrom, std::uint64_t& nSteps);
 
   std::string_view m_strText;
-  std::optional<Entries> m_arrLines;
-  std::optional<Entries> m_arrTokens;
-  std::optional<Runs> m_aRuns;
+  std::optional<Runs> m_arrRuns;
+  std::optional<FirstFit> m_objDashes;
+  std::optional<Group> m_objLines;
+  std::optional<Group> m_objPieces;
+  std::optional<PieceOrder> m_objOrder;
 };
 
 }  // namespace mail

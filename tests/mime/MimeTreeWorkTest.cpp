@@ -36,6 +36,18 @@ std::string Nested(std::size_t depth, const std::function<std::string(std::size_
   return text;
 }
 
+std::string Repeated(std::size_t count, std::string_view piece) {
+  return Times(count, [&](std::size_t) { return std::string(piece); });
+}
+
+// Hundreds of boundaries that a text of the filler alone nearly has, at each of its runs of dashes.
+std::string NearlyEverywhere(const std::function<std::string(std::size_t)>& boundary,
+                             std::string_view filler, std::size_t count = 700'000) {
+  return Nested(990, boundary, false, "\n") + Repeated(count, filler);
+}
+
+std::string Dashes(std::size_t n) { return std::string(n, '-'); }
+
 std::string Numbered(std::size_t n) { return "=_" + std::to_string(n) + "_"; }
 
 struct Shape {
@@ -94,6 +106,41 @@ std::vector<Case> Cases() {
            Times(100'000, [](std::size_t n) { return std::string(2 + n % 9, '-') + "\n"; }) +
            std::string(950, '-'),
        901, 900},
+      {"deep, dashes alone tell boundaries apart, in one line",
+       NearlyEverywhere([](std::size_t n) { return Dashes(1'000 - n) + "x"; }, "--x"), 991, 990},
+      {"deep, dashes alone tell boundaries apart, in lines",
+       NearlyEverywhere([](std::size_t n) { return Dashes(1'000 - n) + "x"; }, "--x\n"), 991, 990},
+      {"deep, boundaries differ in one short piece",
+       NearlyEverywhere(
+           [](std::size_t n) {
+             std::string boundary = "?--?--?--LL";
+             for (const std::size_t at : {0, 3, 6}) {
+               boundary[at] = static_cast<char>('a' + n % 26);
+               n /= 26;
+             }
+             return boundary;
+           },
+           "--LL"),
+       991, 990},
+      {"deep, boundaries of more and more pieces",
+       NearlyEverywhere([](std::size_t n) { return Repeated(990 - n, "a--") + "z"; }, "--a"), 991,
+       990},
+      {"deep, dashes at both ends of several pieces",
+       NearlyEverywhere(
+           [](std::size_t n) { return Dashes(30 - n % 31) + "a--b" + Dashes(40 - n / 31); },
+           "--a--b--a"),
+       991, 990},
+      {"deep, dashes behind one piece",
+       NearlyEverywhere([](std::size_t n) { return "x" + Dashes(1'000 - n); }, "--x"), 991, 990},
+      {"many parts, deep down, whose ends are nothing but dashes",
+       Nested(20, Numbered, false, "\n") +
+           Times(5'000,
+                 [](std::size_t) {
+                   return "--=_19_\n" + MultipartHeader(Dashes(13), "\n") + Dashes(15) +
+                          "\nabcdef\n";
+                 }) +
+           "--=_19_\n\n" + Repeated(100'000, Dashes(16) + "\n"),
+       10'000, 21},
       {"many parts", MultipartHeader("b") + Times(1'000'000, [&](std::size_t) { return part; }),
        1'000'001, 1},
       {"many parts, deep down",
