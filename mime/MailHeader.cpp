@@ -4,33 +4,17 @@
 #include "mime/base/ExtPtrArray.h"
 #include "mime/base/LogNull.h"
 #include "mime/header/CkEmailAddress.h"
+#include "mime/tree/MimeInput.h"
 
 namespace mail {
-namespace {
-
-// Up to the first empty line of either kind; a mail of lone CRs is left whole.
-std::string_view HeaderBlock(std::string_view strMail) {
-  strMail = strMail.substr(0, MailHeader::kMaxBytes);
-  std::size_t nLine = 0;
-  while (nLine < strMail.size()) {
-    const std::string_view strRest = strMail.substr(nLine);
-    if (strRest.front() == '\n' || strRest.starts_with("\r\n")) return strMail.substr(0, nLine);
-    const std::size_t nEnd = strRest.find('\n');
-    if (nEnd == std::string_view::npos) break;
-    nLine += nEnd + 1;
-  }
-  return strMail;
-}
-
-}  // namespace
 
 MailHeader::MailHeader(std::string_view strMail) {
   LogNull log;
-  (void)m_header.loadMimeHeaderText(HeaderBlock(strMail), "", 0, "", log);
+  (void)loadMimeInput(m_objRoot, strMail, log, {.bHeaderOnly = true});
 }
 
 std::optional<std::string> MailHeader::find(std::string_view strName) const {
-  const MimeField* pField = m_header.find(strName);
+  const MimeField* pField = fields().find(strName);
   if (pField == nullptr) return std::nullopt;
   return std::string(trimmed(pField->value().view()));
 }
@@ -38,8 +22,8 @@ std::optional<std::string> MailHeader::find(std::string_view strName) const {
 std::vector<MailPerson> MailHeader::people(std::string_view strName) const {
   LogNull log;
   ExtPtrArrayOf<_ckEmailAddress> arrAddresses;
-  for (std::size_t i = 0; i < m_header.getCount(); ++i) {
-    const MimeField& objField = *m_header.at(i);
+  for (std::size_t i = 0; i < fields().getCount(); ++i) {
+    const MimeField& objField = *fields().at(i);
     if (!objField.name().equalsIgnoreCase(strName)) continue;
     _ckEmailAddress::loadList(objField.value().view(), arrAddresses, log);
   }

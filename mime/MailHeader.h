@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "mime/header/MimeHeader.h"
+#include "mime/tree/MimeMessage2.h"
 
 namespace mail {
 
@@ -15,12 +16,12 @@ struct MailPerson {
   std::string strAddress;
 };
 
-// What the header of a mail says, for those who need no body: reading costs what the header costs,
-// however large the mail is.
+// What the header of a mail says, for those who need no body: what the root of its tree has
+// (MimeInput.h), however its line ends are spoiled, in UTF-16 or behind the line of an mbox.
+// Reading costs what the header costs, however large the mail is, where it ends in an empty line as
+// it should.
 class MailHeader {
  public:
-  static constexpr std::size_t kMaxBytes = 20'000'000;  // of a header; what follows is not read
-
   // The bytes are not needed afterwards.
   explicit MailHeader(std::string_view strMail);
 
@@ -30,10 +31,10 @@ class MailHeader {
   std::string text(std::string_view strName) const { return find(strName).value_or(""); }
   // The addresses of all fields of that name.
   std::vector<MailPerson> people(std::string_view strName) const;
-  const MimeHeader& fields() const { return m_header; }
+  const MimeHeader& fields() const { return m_objRoot.header(); }
 
  private:
-  MimeHeader m_header;
+  MimeMessage2 m_objRoot;  // without body and parts
 };
 
 }  // namespace mail

@@ -127,4 +127,15 @@ HeaderEnd findEndOfHeader2(SourceRange& objRange, bool bRepair,
   return Search(objRange, bRepair, pRewritten, log).run();
 }
 
+void cutBehindEmptyLine(SourceRange& objRange) {
+  const std::string_view strText = objRange.view();
+  for (std::size_t n = strText.find('\n'); n != npos; n = strText.find('\n', n + 1)) {
+    const std::string_view strRest = strText.substr(n + 1);
+    const bool bCrLf = n > 0 && strText[n - 1] == '\r' && strRest.starts_with("\r\n");
+    if (!bCrLf && !strRest.starts_with('\n')) continue;
+    objRange.nEnd = objRange.nBegin + n + (bCrLf ? 3 : 2);
+    return;
+  }
+}
+
 }  // namespace mail

@@ -24,4 +24,8 @@ struct HeaderEnd {
 HeaderEnd findEndOfHeader2(SourceRange& objRange, bool bRepair,
                            std::unique_ptr<SourceText>& pRewritten, LogBase& log);
 
+// Leaves off what stands behind the first empty line, of CR LF or of LF: without bRepair a header
+// ends there whatever follows.
+void cutBehindEmptyLine(SourceRange& objRange);
+
 }  // namespace mail

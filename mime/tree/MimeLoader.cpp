@@ -63,6 +63,7 @@ struct MimeLoader::Delimiters {
 MimeLoader::MimeLoader(const MimeMessage2::LoadOptions& objOptions, LogBase& log)
     : m_bRepair(objOptions.bRepair),
       m_bUtf8(objOptions.bUtf8),
+      m_bHeaderOnly(objOptions.bHeaderOnly),
       m_strClue(objOptions.strClue),
       m_log(log),
       m_pObserver(objOptions.pObserver) {}
@@ -84,6 +85,7 @@ bool MimeLoader::load(MimeMessage2& objRoot, std::string_view strBytes) {
 bool MimeLoader::loadEntity(MimeMessage2& objEntity, SourceRange objRange, std::size_t nDepth) {
   if (m_pObserver != nullptr) m_pObserver->entityBegins(objEntity);
   skipMboxLine(objRange);
+  if (m_bHeaderOnly && !m_bRepair) cutBehindEmptyLine(objRange);
   std::unique_ptr<SourceText> pRewritten;
   const HeaderEnd objEnd = findEndOfHeader2(objRange, m_bRepair, pRewritten, m_log);
   if (!objEnd.bFound) return loadWithoutEnd(objEntity, objRange);
@@ -109,6 +111,7 @@ bool MimeLoader::loadParted(MimeMessage2& objEntity, SourceRange objRange, const
     loadHeader(objEntity, strHeader, objEnd.strMarker);
   }
   if (m_pObserver != nullptr) m_pObserver->headerRead(objEntity, strHeader, objEnd.strMarker);
+  if (m_bHeaderOnly) return true;
   objRange.nBegin = objEnd.nPos;
   skipLineEnds(objRange);
   // Without a body too: what the type says of the charset holds for every leaf.
@@ -251,6 +254,7 @@ bool MimeLoader::loadPart(MimeMessage2& objEntity, const SourceRange& objPart, s
 }
 
 bool MimeLoader::decodeLeaf(MimeMessage2& objEntity, std::string_view strBody, bool bTextForSure) {
+  if (m_bHeaderOnly) return true;
   m_nSteps += strBody.size();
   BodyDecoding objDecoding(objEntity, {m_bUtf8, bTextForSure}, m_strClue, m_log);
   if (m_pObserver == nullptr) return objDecoding.decode(strBody);

@@ -43,6 +43,7 @@ class MimeLoader {
 
   bool m_bRepair;
   bool m_bUtf8;
+  bool m_bHeaderOnly;
   std::string m_strClue;
   LogBase& m_log;
   LoadObserver* m_pObserver;  // may be null

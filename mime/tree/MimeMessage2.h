@@ -50,6 +50,7 @@ class MimeMessage2 : public LibraryObject {
     bool bRepair = false;             // line ends may be made CR LF, in binary bodies too
     std::string_view strClue = {};    // name of the charset that raw header bytes may be in
     bool bUtf8 = false;               // the text was turned into UTF-8 already
+    bool bHeaderOnly = false;         // no body, no parts: reads no further than it must
     std::uint64_t* pSteps = nullptr;  // grows by the bytes examined, for those who count
     LoadObserver* pObserver = nullptr;
   };
@@ -58,7 +59,7 @@ class MimeMessage2 : public LibraryObject {
   bool loadMimeComplete(std::string_view strBytes, const LoadOptions& objOptions, LogBase& log);
   bool loadMimeComplete(std::string_view strBytes, bool bRepair, std::string_view strClue,
                         bool bUtf8, LogBase& log) {
-    return loadMimeComplete(strBytes, LoadOptions{bRepair, strClue, bUtf8, nullptr}, log);
+    return loadMimeComplete(strBytes, LoadOptions{bRepair, strClue, bUtf8}, log);
   }
   void clear();
 

@@ -2,6 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
+#include "mime/base/AsciiText.h"
+#include "mime/base/LogNull.h"
+#include "mime/tree/MimeInput.h"
+#include "tests/support/MailFiles.h"
+
 namespace mail {
 namespace {
 
@@ -17,11 +24,62 @@ TEST(MailHeader, FindsTheFirstFieldOfThatNameDecoded) {
   EXPECT_EQ(header.find("Date"), std::nullopt);
 }
 
-TEST(MailHeader, EndsAtTheFirstEmptyLineOfEitherKind) {
-  EXPECT_EQ(MailHeader("A: 1\n\nB: 2\r\n\r\n").find("B"), std::nullopt);
-  EXPECT_EQ(MailHeader("A: 1\n\r\nB: 2\n\n").find("B"), std::nullopt);
-  EXPECT_EQ(MailHeader("A: 1\nB: 2").text("B"), "2");
-  EXPECT_EQ(MailHeader("").find("A"), std::nullopt);
+// What the bodies tell of these two changes them in the tree.
+bool IsOfTheBody(std::string_view name) {
+  return equalsNoCase(name, "content-type") || equalsNoCase(name, "content-transfer-encoding");
+}
+
+std::string FieldsOf(const MimeHeader& header) {
+  std::string text;
+  for (std::size_t n = 0; n < header.getCount(); ++n) {
+    const MimeField& field = *header.at(n);
+    if (IsOfTheBody(field.name().view())) continue;
+    text.append(field.name().view()).append(": ").append(field.value().view()).append("\n");
+  }
+  return text;
+}
+
+std::string FieldsOfTree(std::string_view bytes) {
+  MimeMessage2 root;
+  LogNull log;
+  EXPECT_TRUE(loadMimeInput(root, bytes, log));
+  return FieldsOf(root.header());
+}
+
+std::string Utf16(std::string_view ascii, bool big) {
+  std::string bytes;
+  for (const char c : ascii) bytes.append(big ? std::string{'\0', c} : std::string{c, '\0'});
+  return bytes;
+}
+
+TEST(MailHeader, ReadsWhatTheTreeReads) {
+  const std::string real = "Subject: real\r\n\r\nDate: in the body\r\n";
+  for (const std::string& mail :
+       {real, Utf16(real, false), Utf16(real, true), "\xFF\xFE" + Utf16(real, false),
+        "\xFE\xFF" + Utf16(real, true), "\xEF\xBB\xBF" + real, "From x\r\n\r\n" + real,
+        "From x\n\nSubject: real\n\nDate: in the body\n" + real,
+        std::string("\nSubject: real\n\nDate: in the body"),
+        std::string("Subject: real\n\nDate: in the body\r\n\r\n"),
+        std::string("Subject: real\r\rDate: in the body\r"),
+        std::string("Subject: real\r\r\n\r\r\nDate: in the body\r\r\n"),
+        std::string("Subject: real\r\n\r\r\nDate: in the body"), std::string("Subject: real")}) {
+    EXPECT_EQ(FieldsOf(MailHeader(mail).fields()), "Subject: real\n") << mail;
+    EXPECT_EQ(FieldsOfTree(mail), "Subject: real\n") << mail;
+  }
+  EXPECT_EQ(MailHeader("").fields().getCount(), 0U);
+  EXPECT_EQ(MailHeader("\r\nSubject: in the body\r\n\r\n").fields().getCount(), 0U);
+}
+
+// Each mail cut at many places, so that headers end in every odd way.
+TEST(MailHeader, ReadsWhatTheTreeReadsOfEveryMail) {
+  for (const auto& path : test_support::MailFiles(test_support::MailFolder())) {
+    const std::string bytes = test_support::ReadBytes(path);
+    for (std::size_t size = bytes.size();; size -= 7) {
+      const std::string_view cut = std::string_view(bytes).substr(0, size);
+      ASSERT_EQ(FieldsOf(MailHeader(cut).fields()), FieldsOfTree(cut)) << path << " " << size;
+      if (size < 7) break;
+    }
+  }
 }
 
 TEST(MailHeader, TakesThePeopleOfEveryFieldAndDecodesTheirNamesLast) {
