@@ -165,6 +165,13 @@ void MimeHeader::addField(std::string_view strName, std::string_view strValueUtf
   }
 }
 
+OwnedPtr<MimeField> MimeHeader::exchangeField(std::size_t nIndex, OwnedPtr<MimeField> pField) {
+  if (pField == nullptr) return nullptr;
+  OwnedPtr<MimeField> pOld = m_fields.remove(nIndex);
+  if (pOld != nullptr) (void)m_fields.insert(nIndex, std::move(pField));  // there is room for it
+  return pOld;
+}
+
 std::size_t MimeHeader::deleteField(std::string_view strName, bool bAll) {
   if (!bAll) return m_fields.deleteAt(indexOf(strName)) ? 1 : 0;
   return m_fields.deleteIf(

@@ -6,6 +6,7 @@
 #include "mime/base/ExtPtrArray.h"
 #include "mime/base/LibraryObject.h"
 #include "mime/base/LogBase.h"
+#include "mime/base/OwnedPtr.h"
 #include "mime/base/StringBuffer.h"
 #include "mime/header/MimeControl.h"
 #include "mime/header/MimeField.h"
@@ -31,6 +32,8 @@ class MimeHeader : public LibraryObject {
   std::size_t getCount() const { return m_fields.getSize(); }
   // Null behind the end. The header stays the owner; good until that field is deleted.
   const MimeField* at(std::size_t nIndex) const { return m_fields.at(nIndex); }
+  // Of the first field of that name; getCount() if there is none.
+  std::size_t indexOf(std::string_view strName) const;
   // Null if there is none of that name.
   const MimeField* find(std::string_view strName) const;
   // Sets strValue to the value of the first field of that name; false, and strValue untouched,
@@ -41,6 +44,9 @@ class MimeHeader : public LibraryObject {
   // the first one.
   void replaceField(std::string_view strName, std::string_view strValueUtf8, LogBase& log);
   void addField(std::string_view strName, std::string_view strValueUtf8, LogBase& log);
+  // Puts a field in the place of the nIndex-th and gives that one back, unchanged. Null, and the
+  // header as it was, behind the end and for no field.
+  OwnedPtr<MimeField> exchangeField(std::size_t nIndex, OwnedPtr<MimeField> pField);
   // Removes the first field of that name, or all; how many there were.
   std::size_t deleteField(std::string_view strName, bool bAll);
   // Joins the values of all fields of that name in the first one, with the separator between them,
@@ -59,8 +65,6 @@ class MimeHeader : public LibraryObject {
 
  private:
   friend class HeaderLoader;
-
-  std::size_t indexOf(std::string_view strName) const;  // getCount() if none
 
   ExtPtrArrayOf<MimeField> m_fields;
 

@@ -152,7 +152,7 @@ void MimeMessage2::setEncoding(std::string_view strEncoding, LogBase& log) {
 
 void MimeMessage2::setBody(DataBuffer&& arrBody) {
   m_body = std::move(arrBody);
-  m_bUnconverted = m_bConverted = false;
+  m_bUnconverted = m_bConverted = m_bUndivided = false;
   m_bDirty = true;
 }
 
@@ -166,6 +166,7 @@ void MimeMessage2::takeBody(MimeMessage2& other) {
   m_body = std::move(other.m_body);
   m_bUnconverted = other.m_bUnconverted;
   m_bConverted = other.m_bConverted;
+  m_bUndivided = other.m_bUndivided;
   m_bDirty = true;
   other.setBody(DataBuffer());
 }

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "html/charset/EncodingConvert.h"
+#include "mime/base/LogNull.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/tree/ByteSearch.h"
 
@@ -16,6 +17,7 @@ constexpr unsigned kAscii = 20127;
 constexpr unsigned kLatin1 = 28591;
 constexpr std::size_t kMaxWrittenDepth = MimeMessage2::kMaxDepth + 100;
 constexpr std::size_t kBinaryProbe = 10000;  // bytes at the front that show a body to be binary
+constexpr std::string_view kEncodingField = "Content-Transfer-Encoding";
 constexpr std::string_view kPreamble = "This is a multi-part message in MIME format.\r\n\r\n";
 
 // By its type, or because it was read as text without one: a multipart that could not be divided,
@@ -38,9 +40,20 @@ bool isKeptInText(const StringBuffer& strType) {
 }
 
 bool spoilsText(const MimeMessage2& objEntity) {
-  return objEntity.partCount() == 0 && !isKeptInText(objEntity.contentType()) &&
+  return objEntity.partCount() == 0 && !objEntity.isUndivided() &&
+         !isKeptInText(objEntity.contentType()) &&
          (objEntity.encoding().isEmpty() || hasEncoding(objEntity, "binary")) &&
          !byte_search::is7bit(objEntity.body().view().substr(0, kBinaryProbe));
+}
+
+// Whether the headers of a tree can be read in that page: not in UTF-16, nor in EBCDIC.
+bool holdsAscii(int nPage) {
+  LogNull log;
+  DataBuffer arrUtf8;
+  return nPage == 0 ||
+         (EncodingConvert().EncConvert(static_cast<unsigned>(nPage), kUtf8, kPreamble.data(),
+                                       kPreamble.size(), arrUtf8, log) &&
+          arrUtf8.view() == kPreamble);
 }
 
 }  // namespace
@@ -78,6 +91,8 @@ bool MimeWriter::writeDelimiter(const MimeMessage2& objEntity, std::string_view 
 }
 
 bool MimeWriter::writeLeaf(const MimeMessage2& objEntity) {
+  // Still encoded, if its header says so.
+  if (objEntity.isUndivided()) return m_out.append(objEntity.m_body);
   DataBuffer arrRoom;
   const std::string_view strBody = isWrittenAsText(objEntity)
                                        ? bodyInCharset(objEntity, arrRoom, m_log)
@@ -93,7 +108,8 @@ std::string_view MimeWriter::bodyInCharset(const MimeMessage2& objEntity, DataBu
                                            LogBase& log) {
   const std::string_view strBody = objEntity.m_body.view();
   auto nPage = static_cast<unsigned>(objEntity.charset().getCodePage());
-  if (nPage == 0 || nPage == kUtf8 || objEntity.m_bUnconverted) return strBody;
+  const bool bAsItCame = objEntity.m_bUnconverted || objEntity.m_bUndivided;
+  if (nPage == 0 || nPage == kUtf8 || bAsItCame) return strBody;
   if (nPage == kAscii) nPage = kLatin1;
   const bool bConverted =
       EncodingConvert().EncConvert(kUtf8, nPage, strBody.data(), strBody.size(), arrRoom, log);
@@ -113,23 +129,36 @@ std::vector<MimeMessage2*> entitiesOf(MimeMessage2& objRoot) {
   return arrEntities;
 }
 
-BinaryAsBase64::BinaryAsBase64(MimeMessage2& objRoot, LogBase& log) : m_log(log) {
+BinaryAsBase64::BinaryAsBase64(MimeMessage2& objRoot, LogBase& log) {
   for (MimeMessage2* pEntity : entitiesOf(objRoot)) {
     if (!spoilsText(*pEntity)) continue;
-    const bool bDirty = pEntity->m_bDirty;
+    auto pField = makeOwned<MimeField>();
+    if (pField == nullptr) continue;
+    MimeHeader& objHeader = pEntity->m_header;
+    pField->setContents(kEncodingField, "base64", objHeader.m_control, log);
     pEntity->m_nTempEncoding = pEntity->encoding().isEmpty() ? kWasNone : kWasBinary;
-    pEntity->setEncoding("base64", log);
-    pEntity->m_bDirty = bDirty;
-    m_arrSwitched.push_back(pEntity);
+    const std::size_t nIndex = objHeader.indexOf(kEncodingField);
+    if (nIndex < objHeader.getCount()) {
+      pField = objHeader.exchangeField(nIndex, std::move(pField));
+    } else {
+      objHeader.addField(kEncodingField, "base64", log);
+      pField = nullptr;
+    }
+    m_arrSwitched.push_back({pEntity, std::move(pField)});
+    pEntity->refreshEncoding();
   }
 }
 
 BinaryAsBase64::~BinaryAsBase64() {
-  for (MimeMessage2* pEntity : m_arrSwitched) {
-    const bool bDirty = pEntity->m_bDirty;
-    pEntity->setEncoding(pEntity->m_nTempEncoding == kWasBinary ? "binary" : "", m_log);
+  for (auto& [pEntity, pField] : m_arrSwitched) {
+    MimeHeader& objHeader = pEntity->m_header;
+    if (pField == nullptr) {
+      (void)objHeader.deleteField(kEncodingField, /*bAll=*/true);
+    } else {
+      (void)objHeader.exchangeField(objHeader.indexOf(kEncodingField), std::move(pField));
+    }
+    pEntity->refreshEncoding();
     pEntity->m_nTempEncoding = kNotTemporary;
-    pEntity->m_bDirty = bDirty;
   }
 }
 
@@ -142,6 +171,7 @@ int pageOfWrittenText(MimeMessage2& objRoot) {
       continue;
     }
     const int nPage = pEntity->charset().getCodePage();
+    if (!holdsAscii(nPage)) continue;
     return nPage == 0                          ? static_cast<int>(kUtf8)
            : nPage == static_cast<int>(kAscii) ? static_cast<int>(kLatin1)
                                                : nPage;

@@ -39,7 +39,7 @@ class MimeWriter {
 };
 
 // Switches binary bodies below an entity to base64 for its life, so that the entity can be written
-// as text.
+// as text. What the header said of the encoding is there again afterwards, to the letter.
 class BinaryAsBase64 {
  public:
   BinaryAsBase64(MimeMessage2& objRoot, LogBase& log);
@@ -50,15 +50,19 @@ class BinaryAsBase64 {
  private:
   friend class MimeMessage2;
 
-  std::vector<MimeMessage2*> m_arrSwitched;
-  LogBase& m_log;
+  struct Switched {
+    MimeMessage2* pEntity;
+    OwnedPtr<MimeField> pField;  // what the header had; null: nothing
+  };
+
+  std::vector<Switched> m_arrSwitched;
 };
 
 // Every entity of a tree, the root first, each in front of its children.
 std::vector<MimeMessage2*> entitiesOf(MimeMessage2& objRoot);
 
 // The code page that the bytes of a written tree are in: that of its first text body that goes out
-// with 8-bit bytes as they are; 0 when there is none.
+// with 8-bit bytes as they are, and whose page holds ASCII; 0 when there is none.
 int pageOfWrittenText(MimeMessage2& objRoot);
 
 }  // namespace mail

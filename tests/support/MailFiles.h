@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,20 @@ inline std::vector<std::filesystem::path> MailFiles(const std::filesystem::path&
   }
   std::sort(files.begin(), files.end());
   return files;
+}
+
+// The rows of roundtrip.txt: "PATH WRITING" and what that writing changes.
+inline std::map<std::string, std::string> RoundTripExceptions() {
+  std::map<std::string, std::string> rows;
+  std::istringstream in(ReadBytes(MailFolder() / "roundtrip.txt"));
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    std::istringstream fields(line);
+    std::string path, writing, what;
+    fields >> path >> writing >> what;
+    rows[path + " " + writing] = what;
+  }
+  return rows;
 }
 
 }  // namespace test_support
