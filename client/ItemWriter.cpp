@@ -14,8 +14,11 @@
 
 #include "client/Mbox.h"
 #include "client/Names.h"
+#include "client/Utf16Mail.h"
+#include "mime/base/LogNull.h"
 #include "mime/base/StringBuffer.h"
 #include "mime/header/AttributeReader.h"
+#include "mime/tree/MimeInput.h"
 #include "platform/Unicode.h"
 #include "platform/UniqueFd.h"
 
@@ -86,6 +89,19 @@ std::string AddressList(const mail::MailHeader& header, const char* field) {
   return fmt::format("{}", fmt::join(People(header, field), ";"));
 }
 
+std::string WithCrLf(std::string bytes) {
+  bytes.erase(0, bytes.size() - WithoutFromLine(bytes).size());
+  if (bytes.find("\r\n") != std::string::npos) return bytes;
+  std::string converted;
+  converted.reserve(bytes.size() + bytes.size() / 32);
+  size_t from = 0;
+  for (size_t at = bytes.find('\n'); at != std::string::npos; at = bytes.find('\n', from)) {
+    converted.append(bytes, from, at - from).append("\r\n");
+    from = at + 1;
+  }
+  return converted.append(bytes, from);
+}
+
 }  // namespace
 
 MailDescription::Addressing AddressingOf(const mail::MailHeader& header) {
@@ -112,16 +128,10 @@ std::string DescriptorText(const MailDescription& mail) {
 }
 
 std::string MimeBytes(std::string bytes) {
-  bytes.erase(0, bytes.size() - WithoutFromLine(bytes).size());
-  if (bytes.find("\r\n") != std::string::npos) return bytes;
-  std::string converted;
-  converted.reserve(bytes.size() + bytes.size() / 32);
-  size_t from = 0;
-  for (size_t at = bytes.find('\n'); at != std::string::npos; at = bytes.find('\n', from)) {
-    converted.append(bytes, from, at - from).append("\r\n");
-    from = at + 1;
-  }
-  return converted.append(bytes, from);
+  mail::DataBuffer utf8;
+  mail::LogNull log;
+  if (!mail::utf8OfUtf16Mail(bytes, utf8, log)) return WithCrLf(std::move(bytes));
+  return LabelledUtf8Mail(WithCrLf(std::string(utf8.view())));
 }
 
 void WriteMail(const std::string& workFolder, const MailDescription& mail, std::string_view mime) {

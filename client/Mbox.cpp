@@ -1,5 +1,6 @@
 #include "client/Mbox.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace client {
@@ -59,7 +60,9 @@ std::vector<MboxSplitter::Extent> MboxSplitter::Finish() {
 }
 
 std::string_view WithoutFromLine(std::string_view mail) {
-  return mail.starts_with(kFrom) ? mail.substr(FirstLine(mail).size()) : mail;
+  if (!mail.starts_with(kFrom)) return mail;
+  const size_t end = std::min(mail.find_first_of("\r\n"), mail.size());
+  return mail.substr(std::min(mail.find_first_not_of("\r\n", end), mail.size()));
 }
 
 std::string UnquoteMbox(std::string_view bytes) {

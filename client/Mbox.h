@@ -31,7 +31,7 @@ class MboxSplitter {
   bool m_afterBlank = true;       // it stands at the start or behind an empty line
 };
 
-// Without the "From " line in front, where there is one.
+// Without the "From " line in front and the empty lines behind it, where there is one.
 std::string_view WithoutFromLine(std::string_view mail);
 
 // A mail as it was before it was put into an mbox file: the "From " line in front, one ">" of each

@@ -10,6 +10,10 @@
 #include <cstring>
 #include <limits>
 
+#include "client/Mbox.h"
+#include "mime/base/LogNull.h"
+#include "mime/tree/MimeInput.h"
+
 namespace client {
 namespace {
 
@@ -128,6 +132,10 @@ bool EndsWithNoCase(std::string_view name, std::string_view suffix) {
 }
 
 void RequireMail(std::string_view bytes) {
+  mail::LogNull log;
+  mail::DataBuffer utf8;
+  if (mail::utf8OfUtf16Mail(bytes, utf8, log)) bytes = utf8.view();
+  bytes = WithoutFromLine(bytes);
   if (bytes.empty()) throw SourceError("the file is empty");
   bool any = false;
   while (!bytes.empty()) {

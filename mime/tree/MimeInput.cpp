@@ -4,7 +4,6 @@
 
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/DataBuffer.h"
 
 namespace mail {
 namespace {
@@ -60,14 +59,19 @@ bool addHeader(std::string_view strBoundary, std::string_view strBytes, DataBuff
 
 }  // namespace
 
+bool utf8OfUtf16Mail(std::string_view strBytes, DataBuffer& arrUtf8, LogBase& log) {
+  const unsigned nPage = pageOfUtf16(strBytes);
+  if (nPage == 0) return false;
+  log.LogInfo("Converting from unicode...");
+  if (!isAsciiByte(strBytes[0]) && strBytes[0] != '\0') strBytes.remove_prefix(kMarkSize);
+  (void)EncodingConvert().EncConvert(nPage, kUtf8, strBytes.data(), strBytes.size(), arrUtf8, log);
+  return true;
+}
+
 bool loadMimeInput(MimeMessage2& objRoot, std::string_view strBytes, LogBase& log,
                    MimeMessage2::LoadOptions objOptions) {
   DataBuffer arrUtf8;
-  if (const unsigned nPage = pageOfUtf16(strBytes); nPage != 0) {
-    log.LogInfo("Converting from unicode...");
-    if (!isAsciiByte(strBytes[0]) && strBytes[0] != '\0') strBytes.remove_prefix(kMarkSize);
-    (void)EncodingConvert().EncConvert(nPage, kUtf8, strBytes.data(), strBytes.size(), arrUtf8,
-                                       log);
+  if (utf8OfUtf16Mail(strBytes, arrUtf8, log)) {
     strBytes = arrUtf8.view();
     objOptions.bUtf8 = true;
   }

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "mime/base/DataBuffer.h"
 #include "mime/base/LogBase.h"
 #include "mime/tree/MimeMessage2.h"
 
@@ -13,5 +14,9 @@ namespace mail {
 // are kept byte for byte. False as loadMimeComplete.
 bool loadMimeInput(MimeMessage2& objRoot, std::string_view strBytes, LogBase& log,
                    MimeMessage2::LoadOptions objOptions = {});
+
+// For a file that is such a mail in UTF-16: its text in UTF-8, without a mark, is appended. False,
+// and nothing is, for any other file.
+bool utf8OfUtf16Mail(std::string_view strBytes, DataBuffer& arrUtf8, LogBase& log);
 
 }  // namespace mail

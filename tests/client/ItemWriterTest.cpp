@@ -4,6 +4,7 @@
 
 #include "client/StatusLog.h"
 #include "html/charset/LibraryNarrow.h"
+#include "platform/Unicode.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
@@ -67,7 +68,36 @@ TEST(ItemWriter, BareLineFeedsBecomeCrLfOnlyWhereThereIsNoCrLfAtAll) {
   EXPECT_EQ(MimeBytes("A: b\n\r\nx\n"), "A: b\n\r\nx\n");
   EXPECT_EQ(MimeBytes("A: b\r\rx"), "A: b\r\rx");
   EXPECT_EQ(MimeBytes("From me Mon\nA: b\n\nFrom x\n"), "A: b\r\n\r\nFrom x\r\n");
+  EXPECT_EQ(MimeBytes("From me\r\n\r\nA: b\r\n\r\n"), "A: b\r\n\r\n");
+  EXPECT_EQ(MimeBytes("From me\rA: b\r\rx"), "A: b\r\rx");
   EXPECT_EQ(MimeBytes("From: me\r\n"), "From: me\r\n");
+}
+
+TEST(ItemWriter, AMailInUtf16IsSentAsUtf8ThatSaysSo) {
+  const auto mail = [](const std::string& end) {
+    const std::string text =
+        "Subject: Gr\xC3\xBC\xC3\x9F"
+        "e" +
+        end + "Content-Type: multipart/mixed; boundary=b" + end + end + "--b" + end +
+        "Content-Type: text/plain; charset=iso-8859-1" + end + end + "\xC3\xA9\xE2\x82\xAC" + end +
+        "--b" + end + "Content-Type: text/plain; charset=koi8-r" + end +
+        "Content-Transfer-Encoding: base64" + end + end + "wQ==" + end + "--b--" + end;
+    std::string bytes = "\xFF\xFE";
+    for (const char16_t unit : platform::Utf8ToUtf16(text)) {
+      bytes.append({static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)});
+    }
+    return bytes;
+  };
+  mail::installLibraryNarrow();
+  for (const char* end : {"\r\n", "\n"}) {
+    EXPECT_EQ(
+        MimeBytes(mail(end)),
+        "Subject: =?utf-8?Q?Gr=C3=BC=C3=9Fe?=\r\nContent-Type: multipart/mixed; boundary=b\r\n\r\n"
+        "--b\r\nContent-Type: text/plain; charset=utf-8\r\nContent-Transfer-Encoding: "
+        "8bit\r\n\r\n\xC3\xA9\xE2\x82\xAC\r\n"
+        "--b\r\nContent-Type: text/plain; charset=koi8-r\r\nContent-Transfer-Encoding: "
+        "base64\r\n\r\nwQ==\r\n\r\n--b--\r\n");
+  }
 }
 
 TEST(StatusLog, GivesTheLastLineOfTheCommandAlone) {

@@ -76,7 +76,7 @@ TEST(EmlSource, ASourceThatIsNotThereIsRefused) {
 
 TEST(SourceFiles, DamagedMailPassesAndOtherFilesDoNot) {
   for (const char* mail : {"Subject: x\n", "\r\n\r\nSubject: x\r\n\r\nbody", "From a b\nTo: x\n\n",
-                           "garbage first\nSubject : late\n", "X:"}) {
+                           "garbage first\nSubject : late\n", "X:", "From a b\n\nTo: x\n\n"}) {
     EXPECT_NO_THROW(RequireMail(mail)) << mail;
   }
   for (const char* other : {"", "\n\n\n", "no header here\n\nSubject: too late\n",

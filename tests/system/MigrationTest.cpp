@@ -5,11 +5,14 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
+#include <map>
+#include <string_view>
 #include <thread>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "mailboxd/MailContent.h"
 #include "mailboxd/Store.h"
 #include "platform/UniqueFd.h"
 #include "tests/support/TemporaryFolder.h"
@@ -81,6 +84,37 @@ TEST(Migration, FromMimeTheDescriptorCarriesSubjectAndAddresses) {
   ASSERT_EQ(item->to.size(), 2u);
   EXPECT_EQ(item->to[0].name + "|" + item->to[0].address, "|a@x.example");
   EXPECT_EQ(item->to[1].name + "|" + item->to[1].address, "B|b@x.example");
+}
+
+// Mails whose header ends, or is written, as few do.
+TEST(Migration, OddMailsArriveReadable) {
+  const TemporaryFolder folder;
+  std::filesystem::create_directory(folder.File("source"));
+  const std::string text =
+      "Message-ID: <u@x.example>\r\nSubject: wide\r\nContent-Type: text/plain; "
+      "charset=utf-16\r\n\r\n";
+  std::string wide = "\xFF\xFE";
+  for (const char c : text) wide += std::string{c, '\0'};
+  folder.Write("source/wide.eml", wide + std::string("\x9A\x1E\r\0\n\0", 6));
+  folder.Write("source/cr.eml", "Message-ID: <c@x.example>\rSubject: lone\r\rDate: in the body\r");
+  folder.Write("source/mbox.eml", "From x\n\nMessage-ID: <m@x.example>\nSubject: behind\n\nbody\n");
+  const Result result = Migrate(folder, {"--from-mime"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  mailbox::Store store(folder.File("mailbox/mailbox.db"), mailbox::Store::Mode::kReadOnly);
+  std::map<std::string, std::string> bodies;  // by id and subject
+  for (std::int64_t id = 1; id <= 3; ++id) {
+    const auto item = store.Item(id);
+    ASSERT_TRUE(item);
+    (void)store.WithMime(id, [&](std::string_view, std::string_view mime) {
+      const mailbox::MailContent content(mime);
+      bodies[item->messageId + " " + item->subject] = content.Text();
+    });
+  }
+  const std::map<std::string, std::string> wanted = {
+      {"<u@x.example> wide", "\xE1\xBA\x9A\r\n"},
+      {"<c@x.example> lone", "Date: in the body\r\n"},
+      {"<m@x.example> behind", "body\r\n"}};
+  EXPECT_EQ(bodies, wanted);
 }
 
 TEST(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {
