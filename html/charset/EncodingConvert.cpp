@@ -129,7 +129,7 @@ bool EncodingConvert::EncConvert(unsigned nFrom, unsigned nTo, const void* pByte
   m_hadErrors = false;
   if (pBytes == nullptr || nBytes == 0) return true;
   const std::string_view strBytes(static_cast<const char*>(pBytes), nBytes);
-  if (nBytes > 6 && strBytes.starts_with("%PDF-1")) return out.append(strBytes);
+  if (beginsAsPdf(strBytes)) return out.append(strBytes);
   return convertText(nFrom, nTo, pBytes, nBytes, out, log);
 }
 

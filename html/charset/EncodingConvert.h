@@ -56,6 +56,9 @@ class EncodingConvert {
   // text that begins as a PDF does is copied whatever the pages.
   bool EncConvert(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,
                   DataBuffer& out, LogBase& log);
+  static bool beginsAsPdf(std::string_view strBytes) {
+    return strBytes.size() > 6 && strBytes.starts_with("%PDF-1");
+  }
   // The same for what is text whatever it begins with: a text that happens to begin as a PDF does
   // is converted too (from ISO-2022 only to the double-byte page on its way).
   bool convertText(unsigned nFrom, unsigned nTo, const void* pBytes, std::size_t nBytes,

@@ -12,6 +12,7 @@
 #include "mime/encoding/UuCoding.h"
 #include "mime/header/CkContentType.h"
 #include "mime/tree/ByteSearch.h"
+#include "mime/tree/LineConversion.h"
 
 namespace mail {
 namespace {
@@ -60,11 +61,14 @@ bool startsAsUtf8(std::string_view strBytes) {
   return byte_search::isUtf8(strBytes.substr(0, kUtf8Probe), strBytes.size() > kUtf8Probe);
 }
 
-// Pages in which bytes of 1 to 0x7F are ASCII.
-bool isAsciiPage(int nPage) {
-  static constexpr std::array kOthers = {874, 932, 936, 949, 950, 20866, 21866, 51932, 51949};
-  return (nPage >= 1250 && nPage <= 1258) || (nPage >= 28591 && nPage <= 28605) ||
-         std::find(kOthers.begin(), kOthers.end(), nPage) != kOthers.end();
+// Quoted-printable, of which each line stands for itself.
+bool decodeLines(PassingBytes objText, DataBuffer& out) {
+  const std::string_view strText = objText.strBytes;
+  objText.strBytes = strText.substr(0, strText.find('\0'));  // which ends it
+  if (strText.size() > PassingBytes::kPiece) (void)out.reserve(strText.size());
+  return objText.takeLines("\n", [&](std::string_view strLines) {
+    return ContentCoding::decodeQuotedPrintable(strLines, out);
+  });
 }
 
 template <std::size_t N>
@@ -79,7 +83,8 @@ BodyDecoding::BodyDecoding(MimeMessage2& objEntity, Options objOptions, std::str
                            LogBase& log)
     : m_objEntity(objEntity), m_objOptions(objOptions), m_strClue(strClue), m_log(log) {}
 
-bool BodyDecoding::decode(std::string_view strBytes) {
+bool BodyDecoding::decode(const PassingBytes& objBytes) {
+  const std::string_view strBytes = objBytes.strBytes;
   if (!strBytes.empty()) takeClue();
   dropCharsetOfBinary();
   if (strBytes.empty()) return true;
@@ -88,9 +93,9 @@ bool BodyDecoding::decode(std::string_view strBytes) {
   if (m_nPage == kAscii) m_nPage = kLatin1;
   m_nEncoding = encodingOfEntity();
   Decoded objDecoded;
-  if (!undoEncoding(strBytes, objDecoded)) return false;
+  if (!undoEncoding(objBytes, objDecoded)) return false;
   if (m_objEntity.contentType().equals("text/html") && m_nPage == 0 && !m_bAttachment) {
-    takeCharsetOfHtml(objDecoded.strBytes);
+    takeCharsetOfHtml(objDecoded.view());
   }
   if (!toUtf8(objDecoded)) return false;
   m_objEntity.m_body.compact();
@@ -147,24 +152,27 @@ BodyDecoding::Encoding BodyDecoding::encodingOfEntity() const {
   return Encoding::kNone;
 }
 
-bool BodyDecoding::undoEncoding(std::string_view strBytes, Decoded& objDecoded) {
-  objDecoded.strBytes = strBytes;
+bool BodyDecoding::undoEncoding(const PassingBytes& objBytes, Decoded& objDecoded) {
+  DataBuffer& out = objDecoded.arrOwned;
   objDecoded.bOwned = m_nEncoding != Encoding::kNone;
   bool bDone = true;
   switch (m_nEncoding) {
     case Encoding::kNone:
+      objDecoded.objBytes = objBytes;
       return true;
     case Encoding::kBase64:
-      bDone = ContentCoding::decodeBase64(strBytes, objDecoded.arrOwned);
+      bDone = objBytes.takeWhole(
+          [&](std::string_view strText) { return ContentCoding::decodeBase64(strText, out); });
       break;
     case Encoding::kQuotedPrintable:
-      bDone = ContentCoding::decodeQuotedPrintable(strBytes, objDecoded.arrOwned);
+      bDone = decodeLines(objBytes, out);
       break;
     case Encoding::kUuencode:
-      bDone = decodeUuBody(strBytes, objDecoded.arrOwned);
+      bDone =
+          objBytes.takeWhole([&](std::string_view strText) { return decodeUuBody(strText, out); });
       break;
   }
-  objDecoded.strBytes = objDecoded.arrOwned.view();
+  objDecoded.objBytes = PassingBytes::lastOf(out);
   return bDone;
 }
 
@@ -193,18 +201,18 @@ bool BodyDecoding::toUtf8(Decoded& objDecoded) {
   }
   int nPage = kUtf8;
   if (m_nEncoding == Encoding::kBase64) {
-    nPage = pageOfBase64(objDecoded.strBytes);
+    nPage = pageOfBase64(objDecoded.view());
   } else if (m_nEncoding == Encoding::kQuotedPrintable) {
-    nPage = pageOfQuotedPrintable(objDecoded.strBytes);
+    nPage = pageOfQuotedPrintable(objDecoded.view());
   } else {
-    nPage = pageOfRaw(objDecoded.strBytes);
+    nPage = pageOfRaw(objDecoded.view());
   }
   if (nPage == kLatin1 && m_bDropped) {
     // XML in another charset than UTF-8: its bytes still fit the name in the header.
     m_objEntity.m_bUnconverted = true;
     return keep(objDecoded);
   }
-  if (nPage == kLatin1) nPage = latin1OrReally1252(objDecoded.strBytes);
+  if (nPage == kLatin1) nPage = latin1OrReally1252(objDecoded.view());
   m_bReally1252 = nPage == kWindows1252 && m_nPage != kWindows1252 && mayBeRelabelled();
   m_bOverruled = nPage != m_nPage && m_nPage != 0 && !m_bReally1252 &&
                  m_nEncoding == Encoding::kQuotedPrintable;
@@ -257,21 +265,21 @@ bool BodyDecoding::mayBeRelabelled() const {
 }
 
 bool BodyDecoding::convert(int nPage, Decoded& objDecoded) {
-  const std::string_view strBytes = objDecoded.strBytes;
+  const std::string_view strBytes = objDecoded.view();
+  const bool bAsciiPage = line_conversion::isAsciiPage(nPage);
   // Nothing to convert: a large text need not lie twice in memory.
-  if (isAsciiPage(nPage) && byte_search::is7bit(strBytes) && !hasNul(strBytes)) {
-    return keep(objDecoded);
-  }
+  if (bAsciiPage && byte_search::is7bit(strBytes) && !hasNul(strBytes)) return keep(objDecoded);
   DataBuffer& arrBody = m_objEntity.m_body;
   (void)arrBody.reserve(strBytes.size());
   EncodingConvert objConvert;
-  const bool bConverted = objConvert.EncConvert(static_cast<unsigned>(nPage), kUtf8,
-                                                strBytes.data(), strBytes.size(), arrBody, m_log);
+  const bool bConverted =
+      line_conversion::toUtf8(objConvert, nPage, objDecoded.objBytes, arrBody, m_log);
   m_bLossy = objConvert.m_hadErrors;
   if (bConverted) {
     m_objEntity.m_bConverted = true;
     return true;
   }
+  if (bAsciiPage && !arrBody.isEmpty()) return false;  // for want of memory
   const bool bKeep =
       m_nEncoding == Encoding::kNone && (starts7bit(strBytes) || hasUtf8Pair(strBytes));
   if (!bKeep && !arrBody.isEmpty()) {
@@ -285,9 +293,14 @@ bool BodyDecoding::convert(int nPage, Decoded& objDecoded) {
 }
 
 bool BodyDecoding::keep(Decoded& objDecoded) {
-  if (!objDecoded.bOwned) return m_objEntity.m_body.append(objDecoded.strBytes);
-  m_objEntity.m_body = std::move(objDecoded.arrOwned);
-  return true;
+  DataBuffer& arrBody = m_objEntity.m_body;
+  if (objDecoded.bOwned) {
+    arrBody = std::move(objDecoded.arrOwned);
+    return true;
+  }
+  return arrBody.reserve(objDecoded.view().size()) &&
+         objDecoded.objBytes.takeLines(
+             "\n", [&](std::string_view strLines) { return arrBody.append(strLines); });
 }
 
 bool BodyDecoding::fitsDeclaredCharset() const {

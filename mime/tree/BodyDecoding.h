@@ -6,12 +6,14 @@
 #include "mime/base/DataBuffer.h"
 #include "mime/base/LogBase.h"
 #include "mime/tree/MimeMessage2.h"
+#include "mime/tree/PassingBytes.h"
 
 namespace mail {
 
 // Turns the bytes of a leaf into its body: the transfer encoding is undone, and text becomes UTF-8.
 // What its charset is follows from the header, from a META element of HTML, and from the bytes,
-// which often prove the header wrong. A body lies once in memory, in the entity.
+// which often prove the header wrong. A body lies once in memory, in the entity: what it is made of
+// goes as it comes.
 class BodyDecoding {
  public:
   struct Options {
@@ -22,7 +24,7 @@ class BodyDecoding {
   BodyDecoding(MimeMessage2& objEntity, Options objOptions, std::string& strClue, LogBase& log);
 
   // False for want of memory.
-  bool decode(std::string_view strBytes);
+  bool decode(const PassingBytes& objBytes);
   // Afterwards: the page that the text was in, 65001 for one that stayed as it was, 0 for a body
   // that is no text; and whether some of its bytes mean nothing in that page.
   int textPage() const { return m_nTextPage; }
@@ -31,18 +33,20 @@ class BodyDecoding {
  private:
   enum class Encoding { kNone, kBase64, kQuotedPrintable, kUuencode };
 
-  // The decoded bytes: a view of the message, or of a buffer that may be taken over.
+  // The decoded bytes: those of the message, or of a buffer that may be taken over.
   struct Decoded {
-    std::string_view strBytes;
+    PassingBytes objBytes;
     DataBuffer arrOwned;
     bool bOwned = false;
+
+    std::string_view view() const { return objBytes.strBytes; }
   };
 
   void takeClue();
   void dropCharsetOfBinary();
   bool decideText(std::string_view strBytes) const;
   Encoding encodingOfEntity() const;
-  bool undoEncoding(std::string_view strBytes, Decoded& objDecoded);
+  bool undoEncoding(const PassingBytes& objBytes, Decoded& objDecoded);
   void takeCharsetOfHtml(std::string_view strHtml);
   bool toUtf8(Decoded& objDecoded);
   int pageOfBase64(std::string_view strBytes) const;

@@ -125,7 +125,7 @@ bool MimeLoader::loadWithoutEnd(MimeMessage2& objEntity, const SourceRange& objR
         "Parsing MIME assuming an empty header.  The default content-type is text/plain.");
     loadHeader(objEntity, "Content-Type: text/plain", {});
     if (m_pObserver != nullptr) m_pObserver->headerRead(objEntity, {}, {});
-    return decodeLeaf(objEntity, strText, true);
+    return decodeLeaf(objEntity, objRange.passing(), true);
   }
   if (strText.size() > MimeMessage2::kMaxLoneHeader) {
     m_log.LogError("Header larger than 20MB?  This cannot be MIME...");
@@ -148,7 +148,7 @@ void MimeLoader::loadHeader(MimeMessage2& objEntity, std::string_view strHeader,
 
 bool MimeLoader::parseMimeBody(MimeMessage2& objEntity, SourceRange objRange, std::size_t nDepth) {
   if (!objEntity.isMultipart() || objEntity.boundary().isEmpty()) {
-    return decodeLeaf(objEntity, objRange.view(), false);
+    return decodeLeaf(objEntity, objRange.passing(), false);
   }
   if (objRange.size() == 0) {
     if (m_pObserver != nullptr) m_pObserver->leafRead(objEntity, {});
@@ -158,7 +158,7 @@ bool MimeLoader::parseMimeBody(MimeMessage2& objEntity, SourceRange objRange, st
   Delimiters objDelimiters;
   if (!findFirst(objEntity, objRange, nDepth, objDelimiters)) {
     m_log.LogInfo("No boundary found -- loading the body with all that follows.");
-    return decodeLeaf(objEntity, objRange.view(), true);
+    return decodeLeaf(objEntity, objRange.passing(), true);
   }
   return loadParts(objEntity, objRange, nDepth, objDelimiters);
 }
@@ -253,16 +253,21 @@ bool MimeLoader::loadPart(MimeMessage2& objEntity, const SourceRange& objPart, s
   return objEntity.m_parts.append(std::move(pChild));
 }
 
-bool MimeLoader::decodeLeaf(MimeMessage2& objEntity, std::string_view strBody, bool bTextForSure) {
+bool MimeLoader::decodeLeaf(MimeMessage2& objEntity, const PassingBytes& objBody,
+                             bool bTextForSure) {
   if (m_bHeaderOnly) return true;
-  m_nSteps += strBody.size();
+  m_nSteps += objBody.strBytes.size();
   BodyDecoding objDecoding(objEntity, {m_bUtf8, bTextForSure}, m_strClue, m_log);
-  if (m_pObserver == nullptr) return objDecoding.decode(strBody);
+  if (m_pObserver == nullptr) {
+    if (!objDecoding.decode(objBody)) throw std::bad_alloc();  // which load() answers for
+    return true;
+  }
   const std::string strEncoding(objEntity.encoding().view());
   const int nNamedPage = objEntity.charset().getCodePage();
-  if (!objDecoding.decode(strBody)) return false;
-  m_pObserver->leafRead(
-      objEntity, {strBody, strEncoding, nNamedPage, objDecoding.textPage(), objDecoding.isLossy()});
+  const PassingBytes objKept{objBody.strBytes};  // the observer reads them again
+  if (!objDecoding.decode(objKept)) throw std::bad_alloc();
+  m_pObserver->leafRead(objEntity, {objKept.strBytes, strEncoding, nNamedPage,
+                                    objDecoding.textPage(), objDecoding.isLossy()});
   return true;
 }
 

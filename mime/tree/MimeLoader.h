@@ -39,7 +39,7 @@ class MimeLoader {
                  const Delimiters& objDelimiters);
   bool loadPart(MimeMessage2& objEntity, const SourceRange& objPart, std::size_t nDepth);
   bool keepUndivided(MimeMessage2& objEntity, std::string_view strBody);
-  bool decodeLeaf(MimeMessage2& objEntity, std::string_view strBody, bool bTextForSure);
+  bool decodeLeaf(MimeMessage2& objEntity, const PassingBytes& objBody, bool bTextForSure);
 
   bool m_bRepair;
   bool m_bUtf8;

@@ -8,6 +8,7 @@
 
 #include "mime/base/DataBuffer.h"
 #include "mime/tree/DelimiterIndex.h"
+#include "mime/tree/PassingBytes.h"
 
 namespace mail {
 
@@ -27,7 +28,8 @@ std::string_view textOf(Marker nMarker);
 // The bytes of a message, or a part of it whose line ends were rewritten, while it is loaded, with
 // what was found in them: every entity below looks in the same bytes for the same markers, and the
 // entities are visited from front to back. So one remembered hit for each marker is enough for no
-// byte to be looked at twice for it, however deep the tree is.
+// byte to be looked at twice for it, however deep the tree is. And the text of a body is needed
+// only until the body is made.
 class SourceText {
  public:
   static constexpr std::size_t npos = std::string_view::npos;
@@ -43,6 +45,8 @@ class SourceText {
   SourceText& operator=(const SourceText&) = delete;
 
   std::string_view view() const { return m_strText; }
+  // Whether the bytes are the object's own, and huge.
+  bool isGivenUp() const { return PassingBytes::lastOf(m_arrOwned).bGivenUp; }
   std::uint64_t& steps() { return m_nSteps; }
 
   // The first place at or behind nFrom where the marker lies whole in front of nLimit.
@@ -74,6 +78,7 @@ struct SourceRange {
 
   std::size_t size() const { return nEnd - nBegin; }
   std::string_view view() const { return pText->view().substr(nBegin, size()); }
+  PassingBytes passing() const { return {view(), pText->isGivenUp()}; }
   std::size_t find(Marker nMarker) const { return pText->find(nMarker, nBegin, nEnd); }
 };
 
