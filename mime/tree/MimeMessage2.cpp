@@ -9,18 +9,27 @@
 #include "mime/header/CkContentType.h"
 #include "mime/header/ContentDisposition.h"
 #include "mime/tree/ByteSearch.h"
+#include "mime/tree/LineConversion.h"
 #include "mime/tree/MimeLoader.h"
 #include "mime/tree/MimeWriting.h"
+#include "mime/tree/PassingBytes.h"
 
 namespace mail {
 namespace {
 
-constexpr unsigned kUtf8 = 65001;
+constexpr int kUtf8 = 65001;
 
 // The value of a field, empty if there is none.
 std::string_view valueOf(const MimeHeader& objHeader, std::string_view strName) {
   const MimeField* const pField = objHeader.find(strName);
   return pField != nullptr ? pField->value().view() : std::string_view();
+}
+
+// The two never lie whole in memory.
+void moveUtf8(const DataBuffer& arrUtf8, XString& strOut) {
+  strOut.clear();
+  (void)PassingBytes::lastOf(arrUtf8).takeLines(
+      "\n", [&](std::string_view strLines) { return strOut.appendUtf8(strLines); });
 }
 
 }  // namespace
@@ -56,17 +65,20 @@ void MimeMessage2::getMimeText(XString& strOut, LogBase& log) {
     const BinaryAsBase64 objSwitched(*this, log);
     getMimeBytes(arrBytes, log);
   }
-  const unsigned nPage = static_cast<unsigned>(pageOfWrittenText(*this));
+  const int nPage = pageOfWrittenText(*this);
   if (nPage == kUtf8 || (nPage == 0 && byte_search::isUtf8(arrBytes.view()))) {
-    (void)strOut.setFromUtf8(arrBytes.view());
+    moveUtf8(arrBytes, strOut);
     return;
   }
   DataBuffer arrUtf8;
-  if (nPage != 0 && EncodingConvert().EncConvert(nPage, kUtf8, arrBytes.getData(),
-                                                 arrBytes.getSize(), arrUtf8, log)) {
-    (void)strOut.setFromUtf8(arrUtf8.view());
+  EncodingConvert objConvert;
+  const PassingBytes objBytes = PassingBytes::lastOf(arrBytes);
+  if (nPage != 0 && line_conversion::toUtf8(objConvert, nPage, objBytes, arrUtf8, log)) {
+    moveUtf8(arrUtf8, strOut);
     return;
   }
+  if (line_conversion::isAsciiPage(nPage) && !arrUtf8.isEmpty())
+    return strOut.clear();  // for want of memory
   (void)strOut.setFromAnsi(arrBytes.view());
 }
 

@@ -8,6 +8,7 @@
 #include "mime/base/LogNull.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/tree/ByteSearch.h"
+#include "mime/tree/PassingBytes.h"
 
 namespace mail {
 namespace {
@@ -15,6 +16,7 @@ namespace {
 constexpr unsigned kUtf8 = 65001;
 constexpr unsigned kAscii = 20127;
 constexpr unsigned kLatin1 = 28591;
+constexpr std::size_t kBytesOfBase64Line = ContentCoding::kDefaultLineLength / 4 * 3;
 constexpr std::size_t kMaxWrittenDepth = MimeMessage2::kMaxDepth + 100;
 constexpr std::size_t kBinaryProbe = 10000;  // bytes at the front that show a body to be binary
 constexpr std::string_view kEncodingField = "Content-Transfer-Encoding";
@@ -97,11 +99,21 @@ bool MimeWriter::writeLeaf(const MimeMessage2& objEntity) {
   const std::string_view strBody = isWrittenAsText(objEntity)
                                        ? bodyInCharset(objEntity, arrRoom, m_log)
                                        : objEntity.m_body.view();
-  if (hasEncoding(objEntity, "base64")) return ContentCoding().encodeBase64(strBody, m_out);
-  if (hasEncoding(objEntity, "quoted-printable")) {
-    return ContentCoding().encodeQuotedPrintable(strBody, m_out);
+  const PassingBytes objBody{strBody, PassingBytes::lastOf(arrRoom).bGivenUp};
+  if (hasEncoding(objEntity, "base64")) {
+    const std::size_t nRoom = strBody.size() + strBody.size() / 2;  // it takes a little less
+    return m_out.reserve(nRoom) &&
+           objBody.takeBlocks(kBytesOfBase64Line, [&](std::string_view strBlocks) {
+             return ContentCoding().encodeBase64(strBlocks, m_out);
+           });
   }
-  return m_out.append(strBody);
+  if (hasEncoding(objEntity, "quoted-printable")) {
+    return objBody.takeLines("\r\n", [&](std::string_view strLines) {
+      return ContentCoding().encodeQuotedPrintable(strLines, m_out);
+    });
+  }
+  return m_out.reserve(strBody.size()) &&
+         objBody.takeLines("\n", [&](std::string_view strLines) { return m_out.append(strLines); });
 }
 
 std::string_view MimeWriter::bodyInCharset(const MimeMessage2& objEntity, DataBuffer& arrRoom,
