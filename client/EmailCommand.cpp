@@ -53,7 +53,11 @@ int RunEmail(const Arguments& arguments) {
     const std::string source = ReadMailFile(path);
     const auto email = mail::buildEmail(source, /*bUtf8=*/false, log);
     if (email == nullptr) throw SourceError("this is no mail");
-    WriteOutput(html ? HtmlOfMail(*email) : json ? Json(*email) : ReadableMail(*email));
+    if (html) {
+      WriteOutput(HtmlOfMail(*email).view());
+    } else {
+      WriteOutput(json ? Json(*email) : ReadableMail(*email));
+    }
     if (!html && !json) PointAtNotes(path, source);
     return kExitDone;
   } catch (const SourceError& error) {

@@ -124,11 +124,11 @@ std::string ReadableMail(const mail::Email2& email) {
   return out + "\n" + BodyText(email);
 }
 
-std::string HtmlOfMail(const mail::Email2& email) {
+mail::StringBuffer HtmlOfMail(const mail::Email2& email) {
   mail::LogNull log;
   mail::StringBuffer html;
   if (!mail::htmlBodyOf(email, html, log)) throw SourceError("the mail has no HTML text");
-  return std::string(html.view());
+  return html;
 }
 
 }  // namespace client

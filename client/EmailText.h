@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "mime/base/StringBuffer.h"
 #include "mime/email/Email2.h"
 
 namespace client {
@@ -10,6 +11,6 @@ namespace client {
 // UTF-8, free of control characters.
 std::string ReadableMail(const mail::Email2& email);
 // Its HTML text in UTF-8, as it stands. Throws SourceError if there is none.
-std::string HtmlOfMail(const mail::Email2& email);
+mail::StringBuffer HtmlOfMail(const mail::Email2& email);
 
 }  // namespace client

@@ -130,7 +130,7 @@ std::string MailText(const std::string& mime, bool html) {
   mail::LogNull log;
   const auto email = mail::buildEmail(mime, /*bUtf8=*/false, log);
   if (email == nullptr) throw std::runtime_error("this is no mail: --source shows it");
-  return html ? HtmlOfMail(*email) : ReadableMail(*email);
+  return html ? std::string(HtmlOfMail(*email).view()) : ReadableMail(*email);
 }
 
 int Show(mailbox::Store& store, const MailboxOptions& options) {

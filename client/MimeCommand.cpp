@@ -44,30 +44,35 @@ mail::MimeMessage2& EntityAt(mail::MimeMessage2& root, const std::string& path) 
   throw SourceError(fmt::format("there is no part '{}'", path));
 }
 
-std::string Shown(const Options& options) {
-  mail::MimeMessage2 root;
-  MimeNotes notes;
-  mail::LogNull log;
-  const std::string source = ReadMailFile(options.path);
+// The file's bytes are not kept.
+void Load(const std::string& path, mail::MimeMessage2& root, MimeNotes& notes) {
+  const std::string source = ReadMailFile(path);
   mail::MimeMessage2::LoadOptions load;
   load.pObserver = &notes;
   if (!mail::loadMimeInput(root, source, notes, load)) throw SourceError("this is no MIME");
   notes.Finish(source);
+}
+
+void Show(const Options& options) {
+  mail::MimeMessage2 root;
+  MimeNotes notes;
+  mail::LogNull log;
+  Load(options.path, root, notes);
   mail::MimeMessage2& entity = EntityAt(root, options.part);
-  if (options.body) return std::string(entity.body().view());
+  if (options.body) return WriteOutput(entity.body().view());
   if (options.bytes) {
     mail::DataBuffer bytes;
     entity.getMimeBytes(bytes, log);
-    return std::string(bytes.view());
+    return WriteOutput(bytes.view());
   }
   if (options.rewrite) {
     mail::XString text;
     entity.getMimeText(text, log);
-    return std::string(text.utf8().view());
+    return WriteOutput(text.utf8().view());
   }
-  if (!options.json) return MimeText(entity, options.part, notes);
+  if (!options.json) return WriteOutput(MimeText(entity, options.part, notes));
   constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
-  return MimeJson(entity, options.part, &notes).dump(2, ' ', false, kReplace) + "\n";
+  WriteOutput(MimeJson(entity, options.part, &notes).dump(2, ' ', false, kReplace) + "\n");
 }
 
 }  // namespace
@@ -92,7 +97,7 @@ int RunMime(const Arguments& arguments) {
     return kExitUsage;
   }
   try {
-    WriteOutput(Shown(options));
+    Show(options);
     return kExitDone;
   } catch (const SourceError& error) {
     fmt::print(stderr, "tarny mime: {}: {}\n", OneLine(options.path), error.what());

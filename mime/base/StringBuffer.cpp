@@ -30,6 +30,18 @@ std::string_view TakeLine(std::string_view& strRest) {
   return strLine;
 }
 
+// Whether there is no other line end; true without any.
+bool hasOnlyCrLf(std::string_view strText) {
+  constexpr auto npos = std::string_view::npos;
+  for (std::size_t n = strText.find('\n'); n != npos; n = strText.find('\n', n + 1)) {
+    if (n == 0 || strText[n - 1] != '\r') return false;
+  }
+  for (std::size_t n = strText.find('\r'); n != npos; n = strText.find('\r', n + 1)) {
+    if (!strText.substr(n + 1).starts_with('\n')) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 StringBuffer::StringBuffer(const StringBuffer& other) : LibraryObject(other), m_validity() {
@@ -263,6 +275,7 @@ void StringBuffer::trim() {
 
 bool StringBuffer::toCrLf() {
   if (!isValid()) return false;
+  if (hasOnlyCrLf(view())) return true;
   StringBuffer strResult;
   if (!strResult.reserve(getSize())) return false;
   for (std::string_view strRest = view(); !strRest.empty();) {
