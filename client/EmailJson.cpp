@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "mime/base/LogNull.h"
-#include "mime/email/EmailBodies.h"
+#include "mime/email/EmailLayout.h"
 #include "platform/Sha256.h"
 
 namespace client {
@@ -34,22 +34,17 @@ std::string_view FileNameOf(const mail::Email2& file) {
   return file.fileName().isEmpty() ? file.name().view() : file.fileName().view();
 }
 
-ordered_json Attachments(const mail::Email2& email) {
-  mail::LogNull log;
-  ordered_json result = ordered_json::array();
-  for (const mail::Email2* file : mail::filesOf(email, log)) {
-    result.push_back({{"filename", std::string(FileNameOf(*file))},
-                      {"type", std::string(file->type().view())},
-                      {"size", file->body().getSize()},
-                      {"sha256", platform::Sha256Hex(file->body().view())}});
-  }
-  return result;
+ordered_json File(const mail::ShownNode& shown) {
+  const mail::Email2& file = *shown.objPlaced.pNode;
+  return {{"filename", std::string(FileNameOf(file))},
+          {"type", shown.bMail ? "message/rfc822" : std::string(file.type().view())},
+          {"size", file.body().getSize()},
+          {"sha256", platform::Sha256Hex(file.body().view())}};
 }
 
 }  // namespace
 
 ordered_json EmailJson(const mail::Email2& email) {
-  mail::LogNull log;
   const ordered_json from = Addresses(email, "from");
   ordered_json result;
   result["subject"] = FieldText(email, "subject");
@@ -57,8 +52,13 @@ ordered_json EmailJson(const mail::Email2& email) {
   for (const char* name : {"to", "cc", "bcc"}) result[name] = Addresses(email, name);
   result["date"] = FieldText(email, "date");
   result["message_id"] = FieldText(email, "message-id");
-  result["has_html"] = mail::findAlternative(email, "text/html", log) != nullptr;
-  result["attachments"] = Attachments(email);
+  result["has_html"] = false;
+  result["attachments"] = ordered_json::array();
+  mail::LogNull log;
+  for (const mail::ShownNode& shown : mail::layOut(email, log)) {
+    if (shown.nRole == mail::Role::kHtml) result["has_html"] = true;
+    if (shown.nRole == mail::Role::kFile) result["attachments"].push_back(File(shown));
+  }
   return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
 #include <string_view>
 
 #include <fmt/format.h>
@@ -13,7 +14,7 @@
 #include "client/Source.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/LogNull.h"
-#include "mime/email/EmailBodies.h"
+#include "mime/email/EmailLayout.h"
 
 namespace client {
 namespace {
@@ -85,27 +86,20 @@ std::string Lines(std::string_view text) {
   return lines;
 }
 
-// Whether a node is text that a reader of mail shows as it stands.
-bool IsPlainText(const mail::PlacedEmail& placed, mail::LogBase& log) {
-  const mail::Email2& node = *placed.pNode;
-  const bool plain = node.type().equals("text/plain") || node.type().isEmpty();
-  return plain && node.partCount() == 0 && !mail::isFile(placed, log);
-}
-
-// The plain texts of the mail, one behind the other. A mixture that lacks its boundary is one text.
+// The plain texts of the mail, one behind the other.
 std::string BodyText(const mail::Email2& email) {
   mail::LogNull log;
   std::string out;
-  for (const mail::PlacedEmail& placed : mail::nodesOf(email)) {
-    const std::string_view text = placed.pNode->body().view();
-    if (IsPlainText(placed, log) && !mail::trimmed(text).empty()) out += Lines(text);
+  bool html = false;
+  for (const mail::ShownNode& shown : mail::layOut(email, log)) {
+    html = html || shown.nRole == mail::Role::kHtml;
+    if (shown.nRole != mail::Role::kText) continue;
+    mail::DataBuffer room;
+    const std::string_view text = mail::readableText(*shown.objPlaced.pNode, room, log);
+    if (!mail::trimmed(text).empty()) out += Lines(text);
   }
   if (!out.empty()) return out;
-  if (mail::findAlternative(email, "text/html", log) != nullptr) {
-    return "(HTML text only: --html shows it)\n";
-  }
-  const bool whole = email.type().beginsWith("multipart/") && !email.body().isEmpty();
-  return whole ? Lines(email.body().view()) : "(no text)\n";
+  return html ? "(HTML text only: --html shows it)\n" : "(no text)\n";
 }
 
 }  // namespace
@@ -126,9 +120,16 @@ std::string ReadableMail(const mail::Email2& email) {
 
 mail::StringBuffer HtmlOfMail(const mail::Email2& email) {
   mail::LogNull log;
-  mail::StringBuffer html;
-  if (!mail::htmlBodyOf(email, html, log)) throw SourceError("the mail has no HTML text");
-  return html;
+  for (const mail::ShownNode& shown : mail::layOut(email, log)) {
+    if (shown.nRole != mail::Role::kHtml) continue;
+    mail::DataBuffer room;
+    mail::StringBuffer html;
+    const bool taken =
+        mail::appendHtml(mail::readableText(*shown.objPlaced.pNode, room, log), html);
+    if (!taken) throw std::bad_alloc();
+    return html;
+  }
+  throw SourceError("the mail has no HTML text");
 }
 
 }  // namespace client

@@ -6,7 +6,7 @@
 #include "mime/CkEmail.h"
 #include "mime/base/LogNull.h"
 #include "mime/email/ClsEmail.h"
-#include "mime/email/EmailBodies.h"
+#include "mime/email/EmailLayout.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"
 
@@ -54,7 +54,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   mail::LogNull log;
   const auto email = mail::buildEmail(text, (data[0] & 1) != 0, log);
   if (email == nullptr) return 0;
-  (void)mail::filesOf(*email, log);
+  for (const mail::ShownNode& shown : mail::layOut(*email, log)) {
+    mail::DataBuffer room;
+    (void)mail::readableText(*shown.objPlaced.pNode, room, log);
+  }
   email->setSubject("subject \xC3\xA4", log);
   const std::string written = Written(*email);
   Require(written.size() < 40 * size + 10000);

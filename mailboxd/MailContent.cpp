@@ -1,10 +1,10 @@
 #include "mailboxd/MailContent.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "mailboxd/AttachmentNames.h"
 #include "mime/base/LogNull.h"
-#include "mime/email/EmailBodies.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"
 
@@ -16,30 +16,16 @@ mail::OwnedPtr<mail::Email2> Build(std::string_view mime) {
   return mail::buildEmail(mime, /*bUtf8=*/false, log);
 }
 
-// An attached mail is one part, whatever is in it.
-bool IsMail(const mail::Email2& part) {
-  return part.partCount() == 0 && part.type().equals("message/rfc822");
-}
-
-bool IsInline(const mail::PlacedEmail& placed, mail::LogBase& log) {
-  if (!mail::isFile(placed, log)) return true;
-  return placed.pParent != nullptr && placed.pParent->type().equals("multipart/related") &&
-         !placed.pNode->disposition().equals("attachment");
-}
-
-// The texts to choose from, the better ones first: those of the message itself, then, as in a
-// report or a part without a type, any that is no file.
-std::vector<const mail::Email2*> TextsOf(const mail::Email2& root) {
+// A paper clip is for what somebody attached, not for what programs write for programs, such as the
+// parts of a bounce.
+bool IsInline(const mail::ShownNode& shown) {
   mail::LogNull log;
-  std::vector<const mail::Email2*> texts = mail::alternativesOf(root, log);
-  for (const mail::PlacedEmail& placed : mail::nodesOf(root)) {
-    const mail::Email2& part = *placed.pNode;
-    const bool isText = part.isText() || (part.partCount() == 0 && part.type().isEmpty());
-    if (isText && !mail::isFile(placed, log)) texts.push_back(&part);
-  }
-  // A mixture that lacks its boundary is one text.
-  if (texts.empty() && root.isMultipart() && root.partCount() == 0) texts.push_back(&root);
-  return texts;
+  const auto& [part, parent] = shown.objPlaced;
+  if (shown.nRole != mail::Role::kFile) return true;
+  const bool isNamed = !part->fileName().isEmpty() || !part->name().isEmpty();
+  if (!shown.bMail && !isNamed && !mail::isAttachment(shown.objPlaced, log)) return true;
+  return parent != nullptr && parent->type().equals("multipart/related") &&
+         !part->disposition().equals("attachment");
 }
 
 std::string Field(const mail::Email2& part, std::string_view name) {
@@ -57,24 +43,25 @@ bool IsBlank(std::string_view text) {
 }
 
 // The name that a part brings; an attached mail without one is called by its subject.
-std::string NameOf(const mail::Email2& part) {
+std::string NameOf(const mail::ShownNode& shown) {
+  const mail::Email2& part = *shown.objPlaced.pNode;
   for (const mail::StringBuffer* name : {&part.fileName(), &part.name()}) {
     if (!IsBlank(name->view())) return std::string(name->view());
   }
-  return IsMail(part) ? mail::MailHeader(part.body().view()).text("Subject") : "";
+  return shown.bMail ? mail::MailHeader(part.body().view()).text("Subject") : "";
 }
 
-AttachmentInfo InfoOf(const mail::PlacedEmail& placed) {
+AttachmentInfo InfoOf(const mail::ShownNode& shown) {
   mail::LogNull log;
   mail::DataBuffer room;
-  const mail::Email2& part = *placed.pNode;
+  const mail::Email2& part = *shown.objPlaced.pNode;
   AttachmentInfo info;
-  info.name = NameOf(part);
-  info.contentType = part.type().view();
+  info.name = NameOf(shown);
+  info.contentType = shown.bMail ? "message/rfc822" : part.type().view();
   info.contentId = WithoutBrackets(Field(part, "content-id"));
   info.contentLocation = Field(part, "content-location");
-  info.isInline = IsInline(placed, log);
-  info.isMail = IsMail(part);
+  info.isInline = IsInline(shown);
+  info.isMail = shown.bMail;
   info.size = static_cast<std::int64_t>(mail::bodyForFile(part, room, log).size());
   return info;
 }
@@ -82,38 +69,25 @@ AttachmentInfo InfoOf(const mail::PlacedEmail& placed) {
 }  // namespace
 
 MailContent::MailContent(std::string_view mime) : m_header(mime), m_root(Build(mime)) {
-  if (m_root != nullptr) TakeAttachments(TakeBodies());
-}
-
-std::vector<const mail::Email2*> MailContent::TakeBodies() {
-  std::vector<const mail::Email2*> bodies;
-  const auto take = [&](const mail::Email2& text, std::string_view& body) {
-    if (!body.empty() || text.body().isEmpty()) return;
-    body = text.body().view();
-    bodies.push_back(&text);
-  };
-  for (const mail::Email2* text : TextsOf(*m_root)) {
-    if (text->type().equals("text/html")) {
-      take(*text, m_html);
-    } else if (!text->type().beginsWith("text/") || text->type().equals("text/plain")) {
-      take(*text, m_text);
+  if (m_root == nullptr) return;
+  mail::LogNull log;
+  for (const mail::ShownNode& shown : mail::layOut(*m_root, log)) {
+    const mail::Email2& part = *shown.objPlaced.pNode;
+    if (shown.nRole == mail::Role::kText && m_text.empty()) {
+      m_text = mail::readableText(part, m_textRoom, log);
+    } else if (shown.nRole == mail::Role::kHtml) {
+      m_html = mail::readableText(part, m_htmlRoom, log);
+    } else if (shown.nRole == mail::Role::kFile || !part.body().isEmpty()) {  // a file may be empty
+      TakeAttachment(shown);
     }
   }
-  return bodies;
 }
 
-void MailContent::TakeAttachments(const std::vector<const mail::Email2*>& bodies) {
-  mail::LogNull log;
-  std::size_t nameless = 0;
-  for (const mail::PlacedEmail& placed : mail::nodesOf(*m_root)) {
-    const mail::Email2& part = *placed.pNode;
-    if (part.partCount() > 0 || std::count(bodies.begin(), bodies.end(), &part) > 0) continue;
-    if (part.body().isEmpty() && !mail::isFile(placed, log)) continue;  // a file may be empty
-    m_attachments.push_back(InfoOf(placed));
-    std::string& name = m_attachments.back().name;
-    if (IsBlank(name)) name = MadeUpName(part.type().view(), ++nameless);
-    m_parts.push_back(&part);
-  }
+void MailContent::TakeAttachment(const mail::ShownNode& shown) {
+  AttachmentInfo info = InfoOf(shown);
+  if (IsBlank(info.name)) info.name = MadeUpName(info.contentType, ++m_nameless);
+  m_attachments.push_back(std::move(info));
+  m_parts.push_back(shown.objPlaced.pNode);
 }
 
 bool MailContent::HasFiles() const {

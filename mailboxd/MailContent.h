@@ -9,6 +9,7 @@
 #include "mime/MailHeader.h"
 #include "mime/base/OwnedPtr.h"
 #include "mime/email/Email2.h"
+#include "mime/email/EmailLayout.h"
 
 namespace mailbox {
 
@@ -34,16 +35,17 @@ class MailContent {
   std::string AttachmentBytes(std::size_t index) const;
 
  private:
-  // Takes the bodies; those nodes, two at most, are no attachments.
-  std::vector<const mail::Email2*> TakeBodies();
-  void TakeAttachments(const std::vector<const mail::Email2*>& bodies);
+  void TakeAttachment(const mail::ShownNode& shown);
 
   mail::MailHeader m_header;
   mail::OwnedPtr<mail::Email2> m_root;  // null for want of memory
+  mail::DataBuffer m_textRoom;          // where a body had to be made readable
+  mail::DataBuffer m_htmlRoom;
   std::string_view m_text;
   std::string_view m_html;
   std::vector<AttachmentInfo> m_attachments;
   std::vector<const mail::Email2*> m_parts;  // of the attachments
+  std::size_t m_nameless = 0;                // attachments that got a name here
 };
 
 }  // namespace mailbox

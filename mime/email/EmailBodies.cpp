@@ -43,73 +43,46 @@ bool hasSpecialSuffix(const Email2& objNode) {
 
 struct Rule {
   bool (*pFits)(const PlacedEmail&);
-  AttachmentAnswer objAnswer;
+  bool bAttachment;
+  std::string_view strReason;  // in the words of the log
 };
 
 // The first that fits decides.
 constexpr std::array kRules = std::to_array<Rule>({
-    {[](const PlacedEmail& p) { return p.pNode->isMultipart(); },
-     {false, "No (multipart enclosure)"}},
-    {isFileInMixture, {true, "Yes, under multipart-mixed AND image/application/audio/video"}},
-    {[](const PlacedEmail& p) { return p.pNode->type().equals("message/rfc822"); },
-     {false, "No (message/rfc822)"}},
+    {[](const PlacedEmail& p) { return p.pNode->isMultipart(); }, false,
+     "No (multipart enclosure)"},
+    {isFileInMixture, true, "Yes, under multipart-mixed AND image/application/audio/video"},
+    {[](const PlacedEmail& p) { return p.pNode->type().equals("message/rfc822"); }, false,
+     "No (message/rfc822)"},
     {[](const PlacedEmail& p) {
        return endsWithNoCase(p.pNode->name(), ".mht") ||
               endsWithNoCase(p.pNode->fileName(), ".mht");
      },
-     {true, "Yes (MHT)"}},
-    {[](const PlacedEmail& p) { return isSignature(*p.pNode) && isAttached(*p.pNode); },
-     {true, "Yes (pkcs7-signature AND disposition=attachment)"}},
-    {[](const PlacedEmail& p) { return isSignature(*p.pNode); }, {false, "No (pkcs7-signature)"}},
-    {[](const PlacedEmail& p) { return isAttached(*p.pNode); },
-     {true, "Yes (disposition=attachment)"}},
-    {[](const PlacedEmail& p) { return p.pNode->type().beginsWith("application/"); },
-     {true, "Yes (content-type=application)"}},
+     true, "Yes (MHT)"},
+    {[](const PlacedEmail& p) { return isSignature(*p.pNode) && isAttached(*p.pNode); }, true,
+     "Yes (pkcs7-signature AND disposition=attachment)"},
+    {[](const PlacedEmail& p) { return isSignature(*p.pNode); }, false, "No (pkcs7-signature)"},
+    {[](const PlacedEmail& p) { return isAttached(*p.pNode); }, true,
+     "Yes (disposition=attachment)"},
+    {[](const PlacedEmail& p) { return p.pNode->type().beginsWith("application/"); }, true,
+     "Yes (content-type=application)"},
     {[](const PlacedEmail& p) { return isInline(*p.pNode) && !p.pNode->fileName().isEmpty(); },
-     {true, "Yes, inline AND has filename"}},
-    {[](const PlacedEmail& p) { return isInline(*p.pNode); },
-     {false, "No, inline AND no filename"}},
+     true, "Yes, inline AND has filename"},
+    {[](const PlacedEmail& p) { return isInline(*p.pNode); }, false, "No, inline AND no filename"},
     {[](const PlacedEmail& p) {
        return p.pNode->type().beginsWith("image/") && p.pNode->type().endsWith("tiff");
      },
-     {true, "Yes, image/*-tiff"}},
-    {[](const PlacedEmail& p) { return isMailMessageByClass(*p.pNode); },
-     {true, "Yes, because of Content-Class header."}},
+     true, "Yes, image/*-tiff"},
+    {[](const PlacedEmail& p) { return isMailMessageByClass(*p.pNode); }, true,
+     "Yes, because of Content-Class header."},
     {[](const PlacedEmail& p) {
        return !p.pNode->name().isEmpty() && p.pNode->encoding().equalsIgnoreCase("base64");
      },
-     {true, "Yes, has name attribute and base64 encoding."}},
-    {[](const PlacedEmail& p) { return hasSpecialSuffix(*p.pNode); },
-     {true, "Yes, special name file suffixes: pem, pmi, gtr"}},
-    {[](const PlacedEmail&) { return true; }, {false, "No, attachment is not indicated."}},
+     true, "Yes, has name attribute and base64 encoding."},
+    {[](const PlacedEmail& p) { return hasSpecialSuffix(*p.pNode); }, true,
+     "Yes, special name file suffixes: pem, pmi, gtr"},
+    {[](const PlacedEmail&) { return true; }, false, "No, attachment is not indicated."},
 });
-
-bool isAttachment(const PlacedEmail& objPlaced, LogBase& log) {
-  const AttachmentAnswer objAnswer = decideAttachment(objPlaced);
-  if (log.m_bVerbose) log.LogData("isAttachment", objAnswer.strReason);
-  return objAnswer.bAttachment;
-}
-
-// Appends a text with a blank for each NUL, which would end it for who takes it as narrow text.
-bool appendWithBlanks(std::string_view strText, StringBuffer& strOut) {
-  if (!strOut.reserve(strText.size())) return false;
-  while (!strText.empty()) {
-    const std::string_view strPiece = strText.substr(0, strText.find('\0'));
-    strText.remove_prefix(strPiece.size());
-    if (!strOut.append(strPiece)) return false;
-    if (strText.empty()) break;
-    if (!strOut.appendChar(' ')) return false;
-    strText.remove_prefix(1);
-  }
-  return true;
-}
-
-// Of bytes without a type and a NUL among them nobody knows what they are.
-bool isTextToShow(const Email2& objNode) {
-  const StringBuffer& strType = objNode.type();
-  return objNode.partCount() == 0 && (strType.equals("text/plain") || strType.equals("text/html") ||
-                                      (strType.isEmpty() && !objNode.keepsBytes()));
-}
 
 // Walks the nodes that hold the text of a mail.
 class AlternativeWalk {
@@ -175,10 +148,11 @@ class AlternativeWalk {
 
 }  // namespace
 
-AttachmentAnswer decideAttachment(const PlacedEmail& objPlaced) {
-  return std::find_if(kRules.begin(), kRules.end(),
-                      [&](const Rule& objRule) { return objRule.pFits(objPlaced); })
-      ->objAnswer;
+bool isAttachment(const PlacedEmail& objPlaced, LogBase& log) {
+  const auto itRule = std::find_if(kRules.begin(), kRules.end(),
+                                   [&](const Rule& objRule) { return objRule.pFits(objPlaced); });
+  if (log.m_bVerbose) log.LogData("isAttachment", itRule->strReason);
+  return itRule->bAttachment;
 }
 
 std::vector<PlacedEmail> nodesOf(const Email2& objRoot) {
@@ -195,21 +169,6 @@ std::vector<PlacedEmail> nodesOf(const Email2& objRoot) {
   return arrNodes;
 }
 
-bool isFile(const PlacedEmail& objPlaced, LogBase& log) {
-  const Email2& objNode = *objPlaced.pNode;
-  if (objPlaced.pParent == nullptr && isTextToShow(objNode)) return false;
-  const bool bMail = objNode.partCount() == 0 && objNode.type().equals("message/rfc822");
-  return isAttachment(objPlaced, log) || bMail;
-}
-
-std::vector<const Email2*> filesOf(const Email2& objRoot, LogBase& log) {
-  std::vector<const Email2*> arrFound;
-  for (const PlacedEmail& objPlaced : nodesOf(objRoot)) {
-    if (isFile(objPlaced, log)) arrFound.push_back(objPlaced.pNode);
-  }
-  return arrFound;
-}
-
 std::vector<const Email2*> alternativesOf(const Email2& objRoot, LogBase& log) {
   return AlternativeWalk(log).run(objRoot);
 }
@@ -221,6 +180,19 @@ const Email2* findAlternative(const Email2& objRoot, std::string_view strType, L
   return nullptr;
 }
 
+bool appendHtml(std::string_view strBody, StringBuffer& strHtml) {
+  if (!strHtml.reserve(strBody.size())) return false;
+  while (!strBody.empty()) {
+    const std::string_view strPiece = strBody.substr(0, strBody.find('\0'));
+    strBody.remove_prefix(strPiece.size());
+    if (!strHtml.append(strPiece)) return false;
+    if (strBody.empty()) break;
+    if (!strHtml.appendChar(' ')) return false;
+    strBody.remove_prefix(1);
+  }
+  return strHtml.toCrLf();
+}
+
 bool htmlBodyOf(const Email2& objRoot, StringBuffer& strHtml, LogBase& log) {
   strHtml.clear();
   const bool bAlone = objRoot.type().equals("text/html");
@@ -230,7 +202,7 @@ bool htmlBodyOf(const Email2& objRoot, StringBuffer& strHtml, LogBase& log) {
     log.LogError("No HTML alternative.");
     return false;
   }
-  const bool bTaken = appendWithBlanks(pHtml->body().view(), strHtml) && strHtml.toCrLf();
+  const bool bTaken = appendHtml(pHtml->body().view(), strHtml);
   if (!bTaken) log.LogError("Failed to get HTML alternative body data");
   return bTaken;
 }

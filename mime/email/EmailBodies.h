@@ -16,23 +16,12 @@ struct PlacedEmail {
   const Email2* pParent = nullptr;
 };
 
-// Whether a node is an attachment, and the reason in the words of the log.
-struct AttachmentAnswer {
-  bool bAttachment = false;
-  std::string_view strReason;
-};
-AttachmentAnswer decideAttachment(const PlacedEmail& objPlaced);
+// Whether a node is an attachment. A verbose log gets the reason, here and from all below that asks
+// this.
+bool isAttachment(const PlacedEmail& objPlaced, LogBase& log);
 
 // Every node, each in front of its children. Pointers are good while the tree is the same.
 std::vector<PlacedEmail> nodesOf(const Email2& objRoot);
-
-// A verbose log gets the reason for each node that these ask decideAttachment about.
-
-// Whether a reader of mail lists a node as a file: an attachment, or a mail inside the mail. A mail
-// that is one text shows it, whatever name or class the text has.
-bool isFile(const PlacedEmail& objPlaced, LogBase& log);
-// The files in the order of the mail.
-std::vector<const Email2*> filesOf(const Email2& objRoot, LogBase& log);
 
 // The texts of the message itself, in their order: the same text in several types, or one behind
 // the other.
@@ -40,6 +29,10 @@ std::vector<const Email2*> alternativesOf(const Email2& objRoot, LogBase& log);
 
 // The first alternative of a type, such as "text/html"; null if there is none.
 const Email2* findAlternative(const Email2& objRoot, std::string_view strType, LogBase& log);
+
+// Appends a body as HTML text is handed out: with CR LF line ends, and a blank for each NUL, which
+// would end narrow text. False for want of memory.
+bool appendHtml(std::string_view strBody, StringBuffer& strHtml);
 
 // The HTML text of a mail in UTF-8, with CR LF line ends, blanks for NULs and otherwise as it is.
 // False, with the reason in the log, when there is none and for want of memory.

@@ -66,7 +66,8 @@ TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
       "Content-Type: text/plain\n\nSecond text\n--b\nContent-Type: message/delivery-status\n\n"
       "Status: 5.0.0\n--b--\n";
   EXPECT_EQ(Tarny("email INPUT", report).out,
-            "(neither subject nor people)\n\nIt failed.\nSecond text\n");
+            "Attachments:\n  (no name)  message/delivery-status, 13 bytes\n\n"
+            "It failed.\nSecond text\n");
   const auto json = nlohmann::json::parse(Tarny("email --json INPUT", kMail).out);
   EXPECT_EQ(json["attachments"][0]["sha256"].get<std::string>().size(), 64U);
 }
