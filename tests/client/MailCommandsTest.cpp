@@ -68,6 +68,13 @@ TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
   EXPECT_EQ(Tarny("email INPUT", report).out,
             "Attachments:\n  (no name)  message/delivery-status, 13 bytes\n\n"
             "It failed.\nSecond text\n");
+  // without a charset: windows-1252 under an encoding too, iso-2022-jp by its escapes
+  const std::string bare = "Subject: x\nContent-Type: text\nContent-Transfer-Encoding: ";
+  EXPECT_EQ(Tarny("email INPUT", bare + "quoted-printable\n\nGr=FC=DFe =80\n").out,
+            "Subject: x\n\nGr\xC3\xBC\xC3\x9F"
+            "e \xE2\x82\xAC\n");
+  EXPECT_EQ(Tarny("email INPUT", bare + "7bit\n\n\x1B$B$\"\x1B(B\n").out,
+            "Subject: x\n\n\xE3\x81\x82\n");
   const auto json = nlohmann::json::parse(Tarny("email --json INPUT", kMail).out);
   EXPECT_EQ(json["attachments"][0]["sha256"].get<std::string>().size(), 64U);
 }
