@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
 #include <stdexcept>
 
 #include <fmt/format.h>
@@ -38,10 +39,13 @@ std::string ReadMailFile(const std::string& path) {
 }
 
 void WriteOutput(std::string_view bytes) {
-  if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() &&
-      std::fflush(stdout) == 0) {
-    return;
-  }
+  (void)std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+  RequireOutputWritten();
+}
+
+void RequireOutputWritten() {
+  std::cout.flush();
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good()) return;
   throw std::runtime_error(fmt::format("cannot write the output: {}", std::strerror(errno)));
 }
 

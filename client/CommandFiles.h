@@ -20,6 +20,8 @@ std::string ReadMailFile(const std::string& path);
 
 // Writes to standard output, all of it or not without an error.
 void WriteOutput(std::string_view bytes);
+// Throws if anything of what was written to standard output so far did not get there.
+void RequireOutputWritten();
 
 // For people: "312 bytes", "1 byte", "1.5 KiB", "12.0 MiB".
 std::string SizeText(std::size_t bytes);

@@ -71,8 +71,9 @@ std::string FilesText(const ordered_json& files) {
   return text;
 }
 
-// A text line by line, so that it cannot drive a terminal. Tabs do no harm.
-std::string Lines(std::string_view text) {
+}  // namespace
+
+std::string ReadableLines(std::string_view text) {
   std::string lines;
   while (!text.empty()) {
     const std::size_t end = std::min(text.find_first_of("\n\t"), text.size());
@@ -86,6 +87,20 @@ std::string Lines(std::string_view text) {
   return lines;
 }
 
+std::string ReadableHead(const ordered_json& json) {
+  std::string out;
+  AddField("Subject:", json["subject"], out);
+  if (!json["from"].is_null()) AddField("From:", AddressText(json["from"]), out);
+  AddField("To:", AddressesText(json["to"]), out);
+  AddField("Cc:", AddressesText(json["cc"]), out);
+  AddField("Bcc:", AddressesText(json["bcc"]), out);
+  AddField("Date:", json["date"], out);
+  if (!json["attachments"].empty()) out += "Attachments:\n" + FilesText(json["attachments"]);
+  return out.empty() ? "(neither subject nor people)\n" : out;
+}
+
+namespace {
+
 // The plain texts of the mail, one behind the other.
 std::string BodyText(const mail::Email2& email) {
   mail::LogNull log;
@@ -96,7 +111,7 @@ std::string BodyText(const mail::Email2& email) {
     if (shown.nRole != mail::Role::kText) continue;
     mail::DataBuffer room;
     const std::string_view text = mail::readableText(*shown.objPlaced.pNode, room, log);
-    if (!mail::trimmed(text).empty()) out += Lines(text);
+    if (!mail::trimmed(text).empty()) out += ReadableLines(text);
   }
   if (!out.empty()) return out;
   return html ? "(HTML text only: --html shows it)\n" : "(no text)\n";
@@ -105,17 +120,7 @@ std::string BodyText(const mail::Email2& email) {
 }  // namespace
 
 std::string ReadableMail(const mail::Email2& email) {
-  const ordered_json json = EmailJson(email);
-  std::string out;
-  AddField("Subject:", json["subject"], out);
-  if (!json["from"].is_null()) AddField("From:", AddressText(json["from"]), out);
-  AddField("To:", AddressesText(json["to"]), out);
-  AddField("Cc:", AddressesText(json["cc"]), out);
-  AddField("Bcc:", AddressesText(json["bcc"]), out);
-  AddField("Date:", json["date"], out);
-  if (!json["attachments"].empty()) out += "Attachments:\n" + FilesText(json["attachments"]);
-  if (out.empty()) out = "(neither subject nor people)\n";
-  return out + "\n" + BodyText(email);
+  return ReadableHead(EmailJson(email)) + "\n" + BodyText(email);
 }
 
 mail::StringBuffer HtmlOfMail(const mail::Email2& email) {

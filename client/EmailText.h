@@ -1,11 +1,19 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
 
 #include "mime/base/StringBuffer.h"
 #include "mime/email/Email2.h"
 
 namespace client {
+
+// For a person at a terminal, free of control characters: subject, people, date and attachments of
+// a mail, as EmailJson.h has them; and a text line by line, in which tabs stay.
+std::string ReadableHead(const nlohmann::ordered_json& mail);
+std::string ReadableLines(std::string_view text);
 
 // The mail for a person at a terminal: subject, addresses, date, attachments, then the plain text;
 // UTF-8, free of control characters.

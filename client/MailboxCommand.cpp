@@ -133,6 +133,38 @@ std::string MailText(const std::string& mime, bool html) {
   return html ? std::string(HtmlOfMail(*email).view()) : ReadableMail(*email);
 }
 
+nlohmann::ordered_json AddressJson(const mailbox::Address& address) {
+  return {{"name", address.name}, {"address", address.address}};
+}
+
+nlohmann::ordered_json AddressesJson(const std::vector<mailbox::Address>& addresses) {
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  for (const mailbox::Address& address : addresses) list.push_back(AddressJson(address));
+  return list;
+}
+
+// Of an item that no mail's bytes were stored for.
+std::string ItemText(mailbox::Store& store, const mailbox::ItemInfo& item, bool html) {
+  const bool isHtml = item.bodyType == "HTML";
+  if (html && !isHtml) throw std::runtime_error("the item has no HTML text");
+  if (html) return item.body;
+  nlohmann::ordered_json head = {{"subject", item.subject},
+                                 {"from", item.from ? AddressJson(*item.from) : nullptr},
+                                 {"to", AddressesJson(item.to)},
+                                 {"cc", AddressesJson(item.cc)},
+                                 {"bcc", AddressesJson(item.bcc)},
+                                 {"date", item.sent},
+                                 {"attachments", nlohmann::ordered_json::array()}};
+  for (const mailbox::AttachmentInfo& file : store.Attachments(item.id)) {
+    head["attachments"].push_back(
+        {{"filename", file.name}, {"type", file.contentType}, {"size", file.size}});
+  }
+  const std::string text = isHtml              ? "(HTML text only: --html shows it)\n"
+                           : item.body.empty() ? "(no text)\n"
+                                               : ReadableLines(item.body);
+  return ReadableHead(head) + "\n" + text;
+}
+
 int Show(mailbox::Store& store, const MailboxOptions& options) {
   const std::optional<mailbox::ItemInfo> item = store.Item(options.item);
   if (!item) throw std::runtime_error(fmt::format("there is no item {}", options.item));
@@ -145,11 +177,12 @@ int Show(mailbox::Store& store, const MailboxOptions& options) {
     std::cout << object.dump(2, ' ', false, json::error_handler_t::replace) << "\n";
     return kExitDone;
   }
+  if (mime.empty() && options.source) throw std::runtime_error("the item has no source text");
   if (mime.empty()) {
-    std::cout << item->body << "\n";
-    return kExitDone;
+    std::cout << ItemText(store, *item, options.html);
+  } else {
+    std::cout << (options.source ? mime : MailText(mime, options.html));
   }
-  std::cout << (options.source ? mime : MailText(mime, options.html));
   return kExitDone;
 }
 
@@ -164,6 +197,12 @@ void WriteNewFile(const std::filesystem::path& path, const std::string& bytes) {
   if (!file || done < bytes.size()) {
     throw std::runtime_error(path.string() + " cannot be written: " + std::strerror(errno));
   }
+}
+
+void MakeFolder(const std::filesystem::path& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  if (error) throw std::runtime_error(path.string() + " cannot be made: " + error.message());
 }
 
 // Gives each name once below a folder, without regard to case, so that the tree can be carried to
@@ -205,7 +244,7 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
         folder.parent == 0 ? base : base / names[base].Take(FileName(folder.name));
     places[folder.id] = place;
     if (folder.total == 0) continue;
-    std::filesystem::create_directories(place);
+    MakeFolder(place);
     for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
       const std::string mime = MimeOf(store, item.id);
       ++(mime.empty() ? count.leftOut : count.written);
@@ -217,7 +256,8 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
 }
 
 int Export(mailbox::Store& store, const MailboxOptions& options) {
-  if (std::filesystem::exists(options.out) && !std::filesystem::is_empty(options.out)) {
+  MakeFolder(options.out);
+  if (!std::filesystem::is_empty(options.out)) {
     throw std::runtime_error(options.out + " is there already and not empty");
   }
   Exported count;

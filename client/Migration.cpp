@@ -146,7 +146,12 @@ Migration::Outcome Migration::Send(const Plan::Entry& entry, const Content& cont
   std::string end;
   for (int deaths = 0; deaths < kMostDeaths; ++deaths) {
     try {
-      return SendOnce(entry, content);
+      Outcome outcome = SendOnce(entry, content);
+      // The first try may have got as far as the server, and no row tells.
+      if (deaths > 0 && outcome.kind == Outcome::Kind::kSent && outcome.text.empty()) {
+        outcome.text = "sent again after the engine ended: it may be there twice";
+      }
+      return outcome;
     } catch (const platform::EndpointError&) {
       end = m_engine ? m_engine->DescribeEnd() : "";
       m_engine.reset();

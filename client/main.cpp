@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/Names.h"
 #include "html/charset/LibraryNarrow.h"
@@ -35,12 +36,7 @@ void PrintUsage(std::FILE* out) {
   std::fputs("\ntarny SUBCOMMAND --help tells more; tarny --version tells which this is.\n", out);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  umask(077);
-  mail::installLibraryNarrow();
-  const client::Arguments arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+int Run(const client::Arguments& arguments) {
   if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
     PrintUsage(arguments.empty() ? stderr : stdout);
     return arguments.empty() ? client::kExitUsage : client::kExitDone;
@@ -50,18 +46,29 @@ int main(int argc, char** argv) {
     return client::kExitDone;
   }
   for (const Command& command : kCommands) {
-    if (arguments[0] != command.name) continue;
-    try {
-      return command.run({arguments.begin() + 1, arguments.end()});
-    } catch (const std::exception& error) {
-      const std::string text = client::OneLine(error.what());
-      std::fprintf(stderr, "tarny %s: %s\n", command.name.data(), text.c_str());
-      return client::kExitFailed;
-    }
+    if (arguments[0] == command.name) return command.run({arguments.begin() + 1, arguments.end()});
   }
   const std::string name = client::OneLine(arguments[0]);
   std::fprintf(stderr, "tarny: there is no %s '%s'\n\n",
                name.starts_with('-') ? "option" : "subcommand", name.c_str());
   PrintUsage(stderr);
   return client::kExitUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  umask(077);
+  mail::installLibraryNarrow();
+  const client::Arguments arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+  try {
+    const int exitCode = Run(arguments);
+    if (exitCode == client::kExitDone) client::RequireOutputWritten();
+    return exitCode;
+  } catch (const std::exception& error) {
+    const std::string text = client::OneLine(error.what());
+    const std::string name = arguments.empty() ? "" : " " + client::OneLine(arguments[0]);
+    std::fprintf(stderr, "tarny%s: %s\n", name.c_str(), text.c_str());
+    return client::kExitFailed;
+  }
 }

@@ -79,6 +79,13 @@ TEST(EmailCommand, ShowsWhatAReaderOfMailShows) {
   EXPECT_EQ(json["attachments"][0]["sha256"].get<std::string>().size(), 64U);
 }
 
+TEST(Output, ThatCannotBeWrittenIsNoSuccess) {
+  for (const std::string command : {"--version", "email INPUT", "mailbox --help"}) {
+    const Result result = Tarny(command + " > /dev/full || exit 1; true", kMail);
+    EXPECT_EQ(result.exitCode, 1) << command;
+  }
+}
+
 TEST(MimeCommand, ShowsTheTreeAndWhatIsDamaged) {
   const Result result = Tarny("mime INPUT", kMail);
   EXPECT_EQ(result.exitCode, 0);

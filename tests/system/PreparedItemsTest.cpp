@@ -117,6 +117,9 @@ TEST(PreparedItems, EachBodyArrivesOnceAsItWasPrepared) {
        {}},
       {"Hi cut", "Inbox", "Text", "one\r\ntwo", {}},
       {"Hi html", "Inbox", "HTML", "<p>page</p>", {}}};
+  const Result shown = RunProgram(
+      "tarny", {"mailbox", "show", "1", "--data", folder.File("mailbox")}, folder.Path());
+  EXPECT_TRUE(shown.out.starts_with("Subject: ")) << shown.out;
   const std::map<std::string, StoredItem> items = BySubject(folder);
   EXPECT_EQ(items.size(), cases.size());
   for (const Case& expected : cases) {
