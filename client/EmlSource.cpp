@@ -3,11 +3,20 @@
 #include <sys/stat.h>
 
 #include "client/FolderWalk.h"
+#include "client/MboxSource.h"
 #include "client/Names.h"
 #include "client/SourceFiles.h"
 
 namespace client {
 namespace {
+
+// It may belong to a source of another kind.
+std::string WhyLeftOut(const SourceFolder& folder, const std::string& path) {
+  const std::string_view parent = std::string_view(folder.path).substr(folder.path.rfind('/') + 1);
+  if (parent == "cur" || parent == "new") return "it lies in a Maildir: name that as a source";
+  if (MboxSource::IsMbox(path)) return "it looks like an mbox: name it as a source";
+  return "its name does not end in .eml";
+}
 
 void AddEntry(const SourceFolder& folder, const FolderEntry& entry, std::vector<SourceItem>& items,
               std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
@@ -19,7 +28,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, std::vector<
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
     // What systems leave in folders: nobody's mail, and no news to anyone.
   } else if (entry.kind == EntryKind::kFile) {
-    problems.push_back({path, "its name does not end in .eml"});
+    problems.push_back({path, WhyLeftOut(folder, path)});
   } else {
     problems.push_back(OddEntry(path, entry.kind));
   }

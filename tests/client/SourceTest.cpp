@@ -20,6 +20,7 @@ using test_support::ReadAll;
 using test_support::TemporaryFolder;
 
 using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 std::vector<std::string> Targets(const Plan& plan) {
   std::vector<std::string> targets;
@@ -46,6 +47,8 @@ TEST(EmlSource, WhatIsNoMailFileIsNamedAndTheRestGoesOn) {
   const TemporaryFolder folder;
   folder.Write("mail.eml", "Subject: x\n\n");
   folder.Write("notes.txt", "x");
+  folder.Write("archive", "From a@b Mon\nSubject: x\n\n");
+  folder.Write("Jane/cur/1:2,S", "Subject: x\n\n");
   folder.Write(".hidden", "x");
   ASSERT_EQ(symlink("mail.eml", folder.File("link.eml").c_str()), 0);
   ASSERT_EQ(symlink("nowhere", folder.File("dead.eml").c_str()), 0);
@@ -56,8 +59,13 @@ TEST(EmlSource, WhatIsNoMailFileIsNamedAndTheRestGoesOn) {
   std::vector<std::string> problems;
   for (const SourceProblem& problem : plan.problems) {
     problems.push_back(problem.location.substr(folder.Path().size() + 1));
+    if (problem.reason.find("name") != std::string::npos) problems.back() += " " + problem.reason;
   }
-  EXPECT_THAT(problems, ElementsAre("dead.eml", "loop", "notes.txt", "pipe.eml"));
+  EXPECT_THAT(problems,
+              UnorderedElementsAre("dead.eml", "loop", "pipe.eml",
+                                   "notes.txt its name does not end in .eml",
+                                   "archive it looks like an mbox: name it as a source",
+                                   "Jane/cur/1:2,S it lies in a Maildir: name that as a source"));
 }
 
 TEST(EmlSource, ADeepTreeIsWalkedWithoutRecursion) {
