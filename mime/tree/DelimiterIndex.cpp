@@ -4,6 +4,8 @@
 #include <bit>
 #include <utility>
 
+#include "mime/tree/DelimiterLine.h"
+
 namespace mail {
 namespace {
 
@@ -42,10 +44,8 @@ std::vector<PieceOrder::Piece> rowOf(std::string_view strBehindRun) {
 
 }  // namespace
 
-bool DelimiterIndex::canFind(std::string_view strPattern) {
-  if (!strPattern.starts_with("--")) return false;
-  const std::size_t nLineFeed = strPattern.find('\n');
-  return nLineFeed == npos ? strPattern.ends_with("--") : nLineFeed == strPattern.size() - 1;
+bool DelimiterIndex::canFind(std::string_view strDelimiter) {
+  return strDelimiter.starts_with("--") && strDelimiter.find('\n') == npos;
 }
 
 DelimiterIndex::Group::Group(std::vector<Entry> arrUnsorted, std::uint64_t& nSteps)
@@ -65,6 +65,7 @@ const DelimiterIndex::Runs& DelimiterIndex::runs(std::uint64_t& nSteps) {
 // From the last run to the first, so that each byte is hashed once.
 DelimiterIndex::Group DelimiterIndex::makeLines(std::uint64_t& nSteps) {
   const Runs& arrRuns = runs(nSteps);
+  const std::uint64_t nCrLf = FrontHash::of("\r\n"), nLf = FrontHash::of("\n");
   std::vector<Group::Entry> arrEntries;
   bool bLineFeed = false;  // behind what was walked
   std::uint64_t nHash = 0;
@@ -73,7 +74,9 @@ DelimiterIndex::Group DelimiterIndex::makeLines(std::uint64_t& nSteps) {
     const std::string_view strGap = m_strText.substr(objRun.nEnd, nNext - objRun.nEnd);
     if (const std::size_t nLineFeed = strGap.find('\n'); nLineFeed != npos) {
       bLineFeed = true;
-      nHash = FrontHash::of(strGap.substr(0, nLineFeed + 1));
+      const std::string_view strLine = strGap.substr(0, nLineFeed);
+      nHash = FrontHash::prepend(delimiter_line::withoutPadding(strLine),
+                                 strLine.ends_with('\r') ? nCrLf : nLf);
     } else if (bLineFeed) {
       nHash = FrontHash::prepend(strGap, nHash);
     }
@@ -126,11 +129,10 @@ std::size_t DelimiterIndex::findDashes(std::size_t nDashes, std::size_t nFrom,
   return n == FirstFit::npos ? npos : std::max(arrRuns[n].nBegin, nFrom);
 }
 
-std::size_t DelimiterIndex::findInGroup(const Group& objGroup, std::string_view strHashed,
-                                        std::string_view strPattern, std::size_t nFrom,
-                                        std::uint64_t& nSteps) const {
-  const std::size_t nDashes = dashesAtFront(strPattern);
-  const std::uint64_t nHash = FrontHash::of(strHashed);
+template <class Fits>
+std::size_t DelimiterIndex::findInGroup(const Group& objGroup, std::uint64_t nHash,
+                                        std::size_t nDashes, std::size_t nFrom,
+                                        std::uint64_t& nSteps, Fits fnFits) const {
   const auto& arrEntries = objGroup.arrEntries;
   const auto it = std::partition_point(arrEntries.begin(), arrEntries.end(), [&](const auto& obj) {
     return std::pair(obj.nHash, obj.objRun.nEnd) < std::pair(nHash, nFrom + nDashes);
@@ -139,7 +141,7 @@ std::size_t DelimiterIndex::findInGroup(const Group& objGroup, std::string_view 
     n = objGroup.objLengths.find(n, nDashes, nSteps);
     if (n == FirstFit::npos || arrEntries[n].nHash != nHash) return npos;
     const std::size_t nStart = arrEntries[n].objRun.nEnd - nDashes;
-    if (m_strText.substr(nStart, strPattern.size()) == strPattern) return nStart;
+    if (fnFits(nStart)) return nStart;
   }
 }
 
@@ -151,28 +153,56 @@ std::size_t DelimiterIndex::findRow(std::string_view strPattern, std::size_t nFr
       m_objOrder->find(rowOf(strPattern.substr(nDashes)), nDashes, nFrom + nDashes, nSteps);
   if (nRun == PieceOrder::npos) return npos;
   const std::size_t nStart = (*m_arrRuns)[nRun].nEnd - nDashes;
-  if (m_strText.substr(nStart, strPattern.size()) == strPattern) return nStart;
+  if (standsAt(strPattern, nStart)) return nStart;
   return m_strText.find(strPattern, nFrom);  // two hashes have met
 }
 
-std::size_t DelimiterIndex::find(std::string_view strPattern, std::size_t nFrom, std::size_t nLimit,
-                                 std::uint64_t& nSteps) {
-  nSteps += strPattern.size() + logOf(runs(nSteps).size());
-  const std::string_view strBehindRun = strPattern.substr(dashesAtFront(strPattern));
+DelimiterIndex::Place DelimiterIndex::findLine(std::string_view strDelimiter,
+                                               std::string_view strLineEnd, std::size_t nFrom,
+                                               std::size_t nLimit, std::uint64_t& nSteps) {
+  if (!m_objLines) m_objLines.emplace(makeLines(nSteps));
+  strDelimiter = delimiter_line::withoutPadding(strDelimiter);
+  nSteps += strDelimiter.size() + logOf(runs(nSteps).size());
+  const std::size_t nDashes = dashesAtFront(strDelimiter);
+  const std::uint64_t nHash =
+      FrontHash::prepend(strDelimiter.substr(nDashes), FrontHash::of(strLineEnd));
+  // The padding of one line behind the limit could be long, and asked about often.
+  const auto bFitsIn = [&](std::size_t nStart) {
+    return nStart <= nLimit && nLimit - nStart >= strDelimiter.size();
+  };
+  std::size_t nEndLength = 0;
+  const std::size_t nFound =
+      findInGroup(*m_objLines, nHash, nDashes, nFrom, nSteps, [&](std::size_t nStart) {
+        if (!bFitsIn(nStart)) return true;
+        if (!standsAt(strDelimiter, nStart)) return false;
+        nEndLength =
+            delimiter_line::lengthOfEnd(m_strText.substr(nStart + strDelimiter.size()), strLineEnd);
+        return nEndLength != 0;
+      });
+  nSteps += nEndLength;
+  if (nFound == npos || !bFitsIn(nFound)) return {};
+  const std::size_t nTextEnd = nFound + strDelimiter.size();
+  return nLimit - nTextEnd < nEndLength ? Place{} : Place{nFound, nTextEnd + nEndLength};
+}
+
+std::size_t DelimiterIndex::findClosing(std::string_view strDelimiter, std::size_t nFrom,
+                                        std::size_t nLimit, std::uint64_t& nSteps) {
+  nSteps += strDelimiter.size() + logOf(runs(nSteps).size());
+  const std::size_t nDashes = dashesAtFront(strDelimiter);
+  const std::string_view strBehindRun = strDelimiter.substr(nDashes);
   std::size_t nFound = npos;
   if (strBehindRun.empty()) {
-    nFound = findDashes(strPattern.size(), nFrom, nSteps);
-  } else if (strBehindRun.ends_with('\n')) {
-    if (!m_objLines) m_objLines.emplace(makeLines(nSteps));
-    nFound = findInGroup(*m_objLines, strBehindRun, strPattern, nFrom, nSteps);
+    nFound = findDashes(strDelimiter.size(), nFrom, nSteps);
   } else if (const std::size_t nPiece = strBehindRun.size() - 2;
              strBehindRun.find("--") == nPiece) {
     if (!m_objPieces) m_objPieces.emplace(makePieces(nSteps));
-    nFound = findInGroup(*m_objPieces, strBehindRun.substr(0, nPiece), strPattern, nFrom, nSteps);
+    nFound =
+        findInGroup(*m_objPieces, FrontHash::of(strBehindRun.substr(0, nPiece)), nDashes, nFrom,
+                    nSteps, [&](std::size_t nStart) { return standsAt(strDelimiter, nStart); });
   } else {
-    nFound = findRow(strPattern, nFrom, nSteps);
+    nFound = findRow(strDelimiter, nFrom, nSteps);
   }
-  const bool bFits = nFound != npos && nFound <= nLimit && nLimit - nFound >= strPattern.size();
+  const bool bFits = nFound != npos && nFound <= nLimit && nLimit - nFound >= strDelimiter.size();
   return bFits ? nFound : npos;
 }
 

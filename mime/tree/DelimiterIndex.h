@@ -21,16 +21,17 @@ namespace mail {
 //
 //   --=_part_1--\r\n          run "--", then "=_part_1", the run "--", "\r\n"
 //
-//   up to the line feed       hash of "=_part_1--\r\n"   answers "--BOUNDARY" and a line end
+//   the rest of the line      hash of "=_part_1--\r\n"   answers "--BOUNDARY" and a line end
 //   up to the next run        hash of "=_part_1"         answers "--BOUNDARY--"
 //
 // The answers are those of a plain search, not at line starts only: a match may begin inside a run
-// that has more dashes than the delimiter.
+// that has more dashes than the delimiter. Padding in front of a line end (DelimiterLine.h) has no
+// part in the hash.
 //
 // No answer looks at what does not match, or levels without number could make it look in vain:
-//   - A delimiter with a line end has one line feed, at its end. What follows its first run is then
-//     all that follows a run of the text, and lies under one hash. The first of these with dashes
-//     enough is found by a tree.
+//   - A delimiter with a line end is the rest of a line. What follows its first run is then all
+//     that follows a run of the text, and lies under one hash. The first of these with dashes
+//     enough is found by a tree. Padding is measured behind what is found in range alone.
 //   - So is a closing delimiter of one piece, and one that is nothing but dashes.
 //   - A closing delimiter of several pieces, or with more dashes at its end, is looked up in the
 //     order of all rows of pieces; see PieceOrder.
@@ -40,19 +41,28 @@ class DelimiterIndex {
  public:
   static constexpr std::size_t npos = std::string_view::npos;
 
+  // A delimiter as it stands in the text, its line end included; both npos if there is none.
+  struct Place {
+    std::size_t nBegin = npos;
+    std::size_t nEnd = npos;
+  };
+
   // The text must outlive the index.
   explicit DelimiterIndex(std::string_view strText) : m_strText(strText) {}
   DelimiterIndex(const DelimiterIndex&) = delete;
   DelimiterIndex& operator=(const DelimiterIndex&) = delete;
 
-  // Whether find can answer for the pattern: two dashes at its start, and either a line feed or two
-  // dashes at its end, with no line feed in front of them.
-  static bool canFind(std::string_view strPattern);
-  // The first place at or behind nFrom where the pattern lies whole in front of nLimit. Fast for
-  // questions from front to back. nSteps grows by the bytes and entries looked at. Throws
-  // std::bad_alloc alone.
-  std::size_t find(std::string_view strPattern, std::size_t nFrom, std::size_t nLimit,
-                   std::uint64_t& nSteps);
+  // Whether the index can answer for a delimiter: two dashes at its start, and no line feed.
+  static bool canFind(std::string_view strDelimiter);
+  // The first place at or behind nFrom where the delimiter lies whole in front of nLimit, with
+  // padding or none and the line end, "\r\n" or "\n". Padding at the delimiter's own end counts as
+  // such. Fast for questions from front to back. nSteps grows by the bytes and entries looked at.
+  // Throws std::bad_alloc alone.
+  Place findLine(std::string_view strDelimiter, std::string_view strLineEnd, std::size_t nFrom,
+                 std::size_t nLimit, std::uint64_t& nSteps);
+  // The same for a delimiter with two dashes at its end, whatever follows it.
+  std::size_t findClosing(std::string_view strDelimiter, std::size_t nFrom, std::size_t nLimit,
+                          std::uint64_t& nSteps);
 
  private:
   using Runs = std::vector<DashRun>;
@@ -74,9 +84,13 @@ class DelimiterIndex {
   PieceOrder makeOrder(std::uint64_t& nSteps);
 
   std::size_t findDashes(std::size_t nDashes, std::size_t nFrom, std::uint64_t& nSteps);
-  std::size_t findInGroup(const Group& objGroup, std::string_view strHashed,
-                          std::string_view strPattern, std::size_t nFrom,
-                          std::uint64_t& nSteps) const;
+  // The first run in a group from which fnFits is true, with where its last nDashes dashes begin.
+  template <class Fits>
+  std::size_t findInGroup(const Group& objGroup, std::uint64_t nHash, std::size_t nDashes,
+                          std::size_t nFrom, std::uint64_t& nSteps, Fits fnFits) const;
+  bool standsAt(std::string_view strPattern, std::size_t nStart) const {
+    return m_strText.substr(nStart, strPattern.size()) == strPattern;
+  }
   std::size_t findRow(std::string_view strPattern, std::size_t nFrom, std::uint64_t& nSteps);
 
   std::string_view m_strText;

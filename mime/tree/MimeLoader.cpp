@@ -28,6 +28,18 @@ void skipLineEnds(SourceRange& objRange) {
   }
 }
 
+// Takes off the line end in front of a delimiter, which belongs to it, as far as it is one. Where
+// line ends have more CRs than one, the delimiter's own has as many; strBehind is what follows it.
+void dropLineEnd(SourceRange& objPart, std::string_view strLineEnd, std::string_view strBehind) {
+  if (objPart.view().ends_with('\n')) --objPart.nEnd;
+  if (strLineEnd.size() < 2) return;
+  const std::size_t nCrs = std::min(strBehind.find_first_not_of('\r'), strBehind.size());
+  const bool bLineEnd = nCrs > 1 && strBehind.substr(nCrs).starts_with('\n');
+  for (std::size_t n = bLineEnd ? nCrs : 1; n > 0 && objPart.view().ends_with('\r'); --n) {
+    --objPart.nEnd;
+  }
+}
+
 // The bytes of a 7-bit boundary in the place of another, one for one.
 std::string to7bit(std::string_view strBoundary) {
   std::string strNew(strBoundary);
@@ -51,13 +63,12 @@ std::string toAnsi(std::string_view strUtf8) {
 
 // What parts the entities of one multipart.
 struct MimeLoader::Delimiters {
-  std::string strBoundary;
+  std::string strText;  // "--" and the boundary
   std::string_view strLineEnd = "\r\n";
-  std::size_t nFirst = npos;  // where the first one stands
-  bool bMended = false;       // the boundary is not spelt as in the header
+  DelimiterIndex::Place objFirst;
+  bool bMended = false;  // the boundary is not spelt as in the header
 
-  std::string line() const { return std::string("--").append(strBoundary).append(strLineEnd); }
-  std::string closing() const { return "--" + strBoundary + "--"; }
+  std::string closing() const { return strText + "--"; }
 };
 
 MimeLoader::MimeLoader(const MimeMessage2::LoadOptions& objOptions, LogBase& log)
@@ -173,11 +184,16 @@ bool MimeLoader::keepUndivided(MimeMessage2& objEntity, std::string_view strBody
 // boundary follows the one that is there.
 bool MimeLoader::findFirst(MimeMessage2& objEntity, const SourceRange& objRange, std::size_t nDepth,
                            Delimiters& objDelimiters) {
-  const auto bFound = [&](std::string strBoundary) {
-    objDelimiters.strBoundary = std::move(strBoundary);
-    objDelimiters.nFirst =
-        objRange.pText->findDelimiter(objDelimiters.line(), objRange.nBegin, objRange.nEnd, nDepth);
-    return objDelimiters.nFirst != npos;
+  constexpr std::string_view kAlternative = "=_alternative";
+  const auto bFound = [&](std::string_view strSpelling) {
+    std::string& strText = objDelimiters.strText = std::string("--").append(strSpelling);
+    DelimiterIndex::Place& objFirst = objDelimiters.objFirst;
+    objFirst = objRange.pText->findDelimiter(strText, objDelimiters.strLineEnd, objRange.nBegin,
+                                             objRange.nEnd, nDepth);
+    if (objFirst.nBegin == npos) return false;
+    // The blank there is the one that the header lacks, and no padding.
+    return !strSpelling.ends_with(kAlternative) ||
+           objRange.pText->view()[objFirst.nBegin + strText.size()] != ' ';
   };
   const std::string strBoundary(objEntity.boundary().view());
   if (bFound(strBoundary)) return true;
@@ -186,7 +202,6 @@ bool MimeLoader::findFirst(MimeMessage2& objEntity, const SourceRange& objRange,
   if (bFound(strBoundary)) return true;
   m_log.LogError("Still did not find boundary...");
   objDelimiters.bMended = true;
-  constexpr std::string_view kAlternative = "=_alternative";
   if (const std::size_t nAt = strBoundary.find(kAlternative); nAt != npos) {
     std::string strSpaced = strBoundary;
     strSpaced.insert(nAt + kAlternative.size(), " ");
@@ -212,29 +227,30 @@ bool MimeLoader::findFirst(MimeMessage2& objEntity, const SourceRange& objRange,
 bool MimeLoader::loadParts(MimeMessage2& objEntity, const SourceRange& objRange, std::size_t nDepth,
                            const Delimiters& objDelimiters) {
   SourceText& objText = *objRange.pText;
-  const std::string strLine = objDelimiters.line();
   const std::string strClosing = objDelimiters.closing();
-  std::size_t nBegin = objDelimiters.nFirst + strLine.size();
+  std::size_t nBegin = objDelimiters.objFirst.nEnd;
   for (bool bLast = false; !bLast;) {
-    std::size_t nNext = objText.findDelimiter(strLine, nBegin, objRange.nEnd, nDepth);
-    if (nNext == npos) {
-      bLast = true;
-      nNext = objText.findDelimiter(strClosing, nBegin, objRange.nEnd, nDepth);
+    auto [nNext, nBehind] = objText.findDelimiter(objDelimiters.strText, objDelimiters.strLineEnd,
+                                                  nBegin, objRange.nEnd, nDepth);
+    bLast = nNext == npos;
+    if (bLast) {
+      nNext = objText.findClosing(strClosing, nBegin, objRange.nEnd, nDepth);
+      nBehind = nNext == npos ? objRange.nEnd : nNext + strClosing.size();
     }
     SourceRange objPart{&objText, nBegin, objRange.nEnd};
     if (nNext != npos) {
-      // The line end in front of a delimiter belongs to it, as far as it is one.
+      // A boundary may end in padding, which the line need not have.
+      const std::size_t nText =
+          bLast ? nBehind : std::min(nNext + objDelimiters.strText.size(), nBehind);
       objPart.nEnd = nNext;
-      if (objPart.view().ends_with('\n')) --objPart.nEnd;
-      if (objDelimiters.strLineEnd.size() == 2 && objPart.view().ends_with('\r')) --objPart.nEnd;
-      nBegin = nNext + strLine.size();
+      dropLineEnd(objPart, objDelimiters.strLineEnd,
+                  objText.view().substr(nText, objRange.nEnd - nText));
     }
+    nBegin = nBehind;
     if (objPart.size() >= kSmallestPart && !loadPart(objEntity, objPart, nDepth)) return false;
     if (bLast && m_pObserver != nullptr) {
-      const std::size_t nBehind =
-          nNext == npos ? objRange.nEnd : std::min(nNext + strClosing.size(), objRange.nEnd);
       m_pObserver->partsRead(objEntity, {nNext != npos, objDelimiters.bMended,
-                                         objText.view().substr(nBehind, objRange.nEnd - nBehind)});
+                                         objText.view().substr(nBegin, objRange.nEnd - nBegin)});
     }
   }
   return true;
@@ -254,7 +270,7 @@ bool MimeLoader::loadPart(MimeMessage2& objEntity, const SourceRange& objPart, s
 }
 
 bool MimeLoader::decodeLeaf(MimeMessage2& objEntity, const PassingBytes& objBody,
-                             bool bTextForSure) {
+                            bool bTextForSure) {
   if (m_bHeaderOnly) return true;
   m_nSteps += objBody.strBytes.size();
   BodyDecoding objDecoding(objEntity, {m_bUtf8, bTextForSure}, m_strClue, m_log);

@@ -51,9 +51,13 @@ class SourceText {
 
   // The first place at or behind nFrom where the marker lies whole in front of nLimit.
   std::size_t find(Marker nMarker, std::size_t nFrom, std::size_t nLimit);
-  // The same for "--", a boundary, and a line end or "--".
-  std::size_t findDelimiter(std::string_view strPattern, std::size_t nFrom, std::size_t nLimit,
-                            std::size_t nDepth);
+  // The same for "--" and a boundary, with padding or none and the line end, "\r\n" or "\n". A
+  // boundary with a line feed in it has no padding.
+  DelimiterIndex::Place findDelimiter(std::string_view strDelimiter, std::string_view strLineEnd,
+                                      std::size_t nFrom, std::size_t nLimit, std::size_t nDepth);
+  // The same for "--", a boundary and "--".
+  std::size_t findClosing(std::string_view strDelimiter, std::size_t nFrom, std::size_t nLimit,
+                          std::size_t nDepth);
 
  private:
   // No occurrence begins from nStart on in front of nScanned; at nScanned one does if bHit.
@@ -67,6 +71,9 @@ class SourceText {
   std::string_view m_strText;
   std::uint64_t& m_nSteps;
   std::array<Known, 8> m_aKnown{};
+  DelimiterIndex& index();
+  std::size_t findPlain(std::string_view strPattern, std::size_t nFrom, std::size_t nLimit);
+
   std::optional<DelimiterIndex> m_objIndex;
 };
 

@@ -162,6 +162,15 @@ std::vector<Case> Cases() {
        Nested(900, Numbered, false) + Times(200'000, [](std::size_t) { return "--=_\r\n"; }), 901,
        900},
       {"nothing but dashes", MultipartHeader("------x") + std::string(2'000'000, '-'), 1, 0},
+      {"nothing but dashes, in the boundary too",
+       MultipartHeader(Dashes(10'000)) + std::string(2'000'000, '-'), 1, 0},
+      {"padding without a line end",
+       Nested(10, Numbered, false) + Repeated(2'000, "--=_9_" + std::string(1'000, ' ')), 11, 10},
+      {"many parts, deep down, in front of one padded delimiter",
+       Nested(20, Numbered, false, "\n") +
+           Repeated(20'000, "--=_19_\n" + MultipartHeader("q", "\n") + "abc\n") + "--=_19_\n\n--q" +
+           std::string(1'000'000, '\t') + "\n",
+       20'000, 20},
       {"CR alone", MultipartHeader("b") + Times(100'000, [](std::size_t) { return "--b\r\r\r"; }),
        1, 0},
       {"CR alone from the start", Nested(1'000, Numbered, true, "\r") + std::string(200'000, '\r'),
