@@ -1,17 +1,16 @@
 #include "mime/encoding/EncodedWordCharset.h"
 
-#include "html/charset/CharsetNames.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/StringBuffer.h"
+#include "mime/base/AsciiText.h"
+#include "mime/encoding/MailCharset.h"
 
 namespace mail::encoded_words {
 
 unsigned pageOf(std::string_view strCharset) {
-  StringBuffer strName(strCharset.substr(0, strCharset.find('*')));
-  if (strName.equalsIgnoreCase("utf-8") || strName.equalsIgnoreCase("8bit"))
-    return code_page::kUtf8;
-  const auto nPage = static_cast<unsigned>(nameToCodePage(strName));
+  const std::string_view strName = strCharset.substr(0, strCharset.find('*'));
+  if (equalsNoCase(strName, "8bit")) return code_page::kUtf8;
+  const auto nPage = static_cast<unsigned>(mail_charset::pageOf(strName));
   return code_page::isCharset(nPage) ? nPage : 0;
 }
 

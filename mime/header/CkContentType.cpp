@@ -3,6 +3,7 @@
 #include <array>
 
 #include "mime/base/AsciiText.h"
+#include "mime/encoding/MailCharset.h"
 #include "mime/encoding/ParameterPieces.h"
 #include "mime/header/AttributeReader.h"
 
@@ -34,7 +35,7 @@ const Parameter* FindParameter(std::string_view strName) {
 
 void SetCharset(_ckContentType& objType, std::string_view strName) {
   if (strName.empty() || objType.m_charset.getCodePage() != 0) return;
-  if (!objType.m_charset.setByName(strName)) {
+  if (!mail_charset::setByName(objType.m_charset, strName)) {
     if (objType.m_unknownCharset.isEmpty()) (void)objType.m_unknownCharset.setString(strName);
     return;
   }

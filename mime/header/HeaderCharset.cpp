@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <array>
 
-#include "html/charset/CharsetNames.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/StringBuffer.h"
-#include "mime/encoding/EncodedWordCharset.h"
+#include "mime/encoding/MailCharset.h"
 #include "mime/header/EncodedWordMarks.h"
 #include "mime/header/HeaderCharsetTable.h"
 #include "mime/header/SevenBit.h"
@@ -96,8 +95,7 @@ bool KeepsSyntax(int nPage, LogBase& log) {
 int PageOfName(std::string_view strName, LogBase& log) {
   strName = strName.substr(0, strName.find('*'));  // a language may follow
   if (strName.size() < 3 || strName.size() > kLongestName) return 0;
-  StringBuffer strSought(strName);
-  const int nPage = nameToCodePage(strSought);
+  const int nPage = mail_charset::pageOf(strName);
   return isCharset(static_cast<unsigned>(nPage)) && KeepsSyntax(nPage, log) ? nPage : 0;
 }
 

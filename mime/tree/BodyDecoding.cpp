@@ -9,6 +9,7 @@
 #include "html/parse/CkHtmlHelp.h"
 #include "mime/base/AsciiText.h"
 #include "mime/encoding/ContentCoding.h"
+#include "mime/encoding/MailCharset.h"
 #include "mime/encoding/UuCoding.h"
 #include "mime/header/CkContentType.h"
 #include "mime/tree/ByteSearch.h"
@@ -188,7 +189,8 @@ void BodyDecoding::takeCharsetOfHtml(std::string_view strHtml) {
     (void)strCharset.setString("windows-1252");
   }
   _ckCharset objCharset;
-  if (!objCharset.setByName(strCharset.view()) || objCharset.getCodePage() == 0) return;
+  if (!mail_charset::setByName(objCharset, strCharset.view())) return;
+  if (objCharset.getCodePage() == 0) return;
   m_objEntity.setCharset(strCharset.view(), m_log);
   m_nPage = objCharset.getCodePage() == kAscii ? kLatin1 : objCharset.getCodePage();
 }

@@ -5,6 +5,7 @@
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/LogNull.h"
+#include "mime/encoding/MailCharset.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/ContentDisposition.h"
@@ -144,7 +145,8 @@ void MimeMessage2::setCharset(std::string_view strName, LogBase& log) {
   getContentType(objType, log);
   if (objType.m_type.isEmpty()) (void)objType.m_type.setString("text/plain");
   objType.m_unknownCharset.clear();
-  if (!objType.m_charset.setByName(strName) || objType.m_charset.getName().isEmpty()) {
+  if (!mail_charset::setByName(objType.m_charset, strName) ||
+      objType.m_charset.getName().isEmpty()) {
     objType.m_charset.clear();
     (void)objType.m_unknownCharset.setString(strName);
   }

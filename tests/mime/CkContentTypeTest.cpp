@@ -80,6 +80,11 @@ TEST(ContentType, ReadsDamagedValuesAndWritesCleanOnes) {
       // Read as a page that writes no name.
       {"text/plain; charset=iso-8859-8-i", "text/plain; charset=\"iso-8859-8-i\""},
       {"text/plain; charset=x-1; charset=x-2", "text/plain; charset=\"x-1\""},
+      // Known as mailers write them, and written by the standard's name.
+      {"text/plain; charset=iso8859-15", "text/plain; charset=iso-8859-15"},
+      {"text/plain; charset=\"Windows-31J\"", "text/plain; charset=shift_jis"},
+      {"text/plain; charset=iso-8859-8-e", "text/plain; charset=\"iso-8859-8-e\""},
+      {"text/plain; charset=x-unknown; charset=WIN1251", "text/plain; charset=windows-1251"},
   };
   for (const auto& row : rows) EXPECT_EQ(Rewritten(row.value), row.written) << row.value;
   for (const auto& row : rows) EXPECT_EQ(Rewritten(row.written), row.written) << row.value;

@@ -9,8 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include "html/charset/CharsetNames.h"
+#include "html/charset/CodePages.h"
 #include "mime/base/CkLogger.h"
 #include "mime/base/LogNull.h"
+#include "mime/encoding/MailCharsetTable.h"
 #include "tests/support/NaiveCoding.h"
 
 namespace {
@@ -234,6 +237,13 @@ TEST(EncodedWords, AreReadByTheirRules) {
       {"=?iso-2022-jp?B?GyRCRnxLXBsoQg==?= =?iso-2022-jp?B?GyRCOGwbKEI=?=", "日本語"},
       {"=?koi8-r?Q?=C1?= =?windows-1251?Q?=E1?=", "аб"},
       {"=?ibm037?Q?=C1=C2?=", "AB"},
+      // Labels as mailers write them.
+      {"=?ISO8859-1?Q?=E9?= =?iso8859_15?Q?=A4?= =?8859-2?Q?=B1?=", "é€ą"},
+      {"=?CP932?B?g2WDWINn?= =?ujis?B?xvzL3A==?=", "テスト日本"},
+      {"=?win-1251*ru?Q?=E1?= =?x-cp866?Q?=A1?= =?koi-8?Q?=C2?=", "ббб"},
+      {"=?UHC?B?x9E=?= =?x-windows-949?B?sds=?= =?euckr?B?x9E=?=", "한글한"},
+      {"=?x-gbk?B?xOM=?= =?cp-936?B?usM=?= =?BIG-5?B?pKQ=?=", "你好中"},
+      {"=?tis620?Q?=A1?= =?x-mac-roman?Q?=8E?= =?utf8mb4?Q?=C3=A9?=", "กéé"},
       // Marks and shifts hold for one word.
       {"=?utf-16?B?//5hAA==?= =?utf-16?B?//5iAA==?=", "ab"},
       {"=?iso-2022-jp?B?GyRCJCI=?= =?iso-2022-jp?Q?a?=", "あa"},
@@ -245,7 +255,17 @@ TEST(EncodedWords, AreReadByTheirRules) {
 TEST(EncodedWords, OfAnUnknownCharsetKeepTheirBytesAndAreLogged) {
   mail::_ckLogger log;
   EXPECT_EQ(DecodeWords("=?x-unknown?Q?abc?= =?base64?B?YWJj?=", log), "abcabc");
+  EXPECT_EQ(DecodeWords("=?iso8859-99?Q?=E9?= =?win-x?Q?=E9?="), "\xE9\xE9");
   EXPECT_EQ(log.text(), "invalidQCharset: x-unknown\r\ninvalidBCharset: base64\r\n");
+}
+
+TEST(MailCharset, SpellingsAreOfCharsetsAndNewToTheLookup) {
+  for (const auto& row : mail::mail_charset::kSpellings) {
+    mail::StringBuffer written(row.strWritten), known(row.strKnown);
+    EXPECT_EQ(mail::nameToCodePage(written), 0) << row.strWritten;
+    EXPECT_EQ(written.view(), row.strWritten) << "not in the form that is compared";
+    EXPECT_GE(mail::nameToCodePage(known), mail::code_page::kFirstCharset) << row.strKnown;
+  }
 }
 
 TEST(EncodedWords, AgreeWithTheNaiveReader) {
