@@ -9,6 +9,7 @@
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/encoding/ContentCoding.h"
+#include "mime/encoding/EncodedWordCharset.h"
 #include "mime/header/AttributeCutter.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/SevenBit.h"
@@ -64,6 +65,10 @@ bool PreparedText::convertTo(int nCodePage, LogBase& log) {
   m_bConverted = objConvert.EncConvert(kUtf8, static_cast<unsigned>(nCodePage), m_strUtf8.data(),
                                        m_strUtf8.size(), m_converted, log) &&
                  !objConvert.m_hadErrors;
+  // Readers take the controls of Latin-1 for windows-1252.
+  if (nCodePage == kLatin1 && encoded_words::holdsC1Controls(m_converted.view())) {
+    m_bConverted = false;
+  }
   if (m_bConverted) m_nPage = nCodePage;
   return m_bConverted;
 }

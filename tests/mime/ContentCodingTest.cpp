@@ -244,6 +244,12 @@ TEST(EncodedWords, AreReadByTheirRules) {
       {"=?UHC?B?x9E=?= =?x-windows-949?B?sds=?= =?euckr?B?x9E=?=", "한글한"},
       {"=?x-gbk?B?xOM=?= =?cp-936?B?usM=?= =?BIG-5?B?pKQ=?=", "你好中"},
       {"=?tis620?Q?=A1?= =?x-mac-roman?Q?=8E?= =?utf8mb4?Q?=C3=A9?=", "กéé"},
+      // What is not what its label says.
+      {"=?iso-8859-1?Q?Don=92t_=96_=80?=", "Don’t – €"},
+      {"=?iso-8859-1?Q?=81=92?=", "\xC2\x81\xC2\x92"},  // windows-1252 has not both
+      {"=?iso-8859-2?Q?=92?=", "\xC2\x92"},
+      {"=?utf-8?Q?=C3=A9?= =?us-ascii?Q?a?= =?us-ascii?Q?=92=E9?=", "éa’é"},
+      {"=?us-ascii?Q?caf=C3=A9?=", "café"},
       // Marks and shifts hold for one word.
       {"=?utf-16?B?//5hAA==?= =?utf-16?B?//5iAA==?=", "ab"},
       {"=?iso-2022-jp?B?GyRCJCI=?= =?iso-2022-jp?Q?a?=", "あa"},
