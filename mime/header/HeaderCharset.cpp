@@ -7,7 +7,9 @@
 #include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/StringBuffer.h"
+#include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/MailCharset.h"
+#include "mime/header/CkContentType.h"
 #include "mime/header/EncodedWordMarks.h"
 #include "mime/header/HeaderCharsetTable.h"
 #include "mime/header/SevenBit.h"
@@ -40,10 +42,11 @@ bool ConvertsCleanly(std::string_view strBytes, int nCodePage, LogBase& log) {
   return ConvertsCleanly(strBytes, nCodePage, out, log);
 }
 
-// How many characters of more than one byte UTF-8 finds in the text, and how many bytes that belong
-// to none.
+// How many characters of more than one byte UTF-8 finds in the text, how many of them Latin-1
+// lacks, and how many bytes belong to none.
 struct Utf8Count {
   std::size_t nGood = 0;
+  std::size_t nOutsideLatin1 = 0;
   std::size_t nBad = 0;
 };
 
@@ -69,6 +72,7 @@ Utf8Count CountUtf8(std::string_view str, DataBuffer* pOut = nullptr) {
     const bool bAscii = static_cast<unsigned char>(str[n]) < 0x80;
     const std::size_t nLength = bAscii ? 1 : CharacterLength(str.substr(n));
     if (!bAscii) ++(nLength != 0 ? objCount.nGood : objCount.nBad);
+    objCount.nOutsideLatin1 += nLength > 1 && static_cast<unsigned char>(str[n]) > 0xC3;
     if (nLength == 0 && pOut != nullptr) {
       (void)pOut->append(str.substr(nGoodFrom, n - nGoodFrom));
       nGoodFrom = n + 1;
@@ -150,16 +154,18 @@ NamePositions FindNames(std::string_view strHeader) {
   return objFound;
 }
 
-// The page that such a name at nAt stands for, or 0.
+// The page that such a name at nAt stands for, or 0: "iso-8859-15" is another name.
 int PageAt(std::string_view strHeader, const CheckedName& objName, std::size_t nAt) {
   if (nAt == kNone) return 0;
   if (objName.chFirst == 0) return objName.nCodePage;
-  const std::size_t nDigit = nAt + objName.strName.size();
-  const char ch = nDigit < strHeader.size() ? strHeader[nDigit] : '\0';
-  return ch < objName.chFirst || ch > objName.chLast ? 0 : objName.nCodePage + (ch - '0');
+  const std::string_view strNumber = strHeader.substr(nAt + objName.strName.size());
+  const char ch = strNumber.empty() ? '\0' : strNumber[0];
+  const bool bLonger = strNumber.size() > 1 && strNumber[1] >= '0' && strNumber[1] <= '9';
+  if (bLonger || ch < objName.chFirst || ch > objName.chLast) return 0;
+  return objName.nCodePage + (ch - '0');
 }
 
-int PageOfNames(std::string_view strHeader, LogBase& log) {
+int PageOfFoundNames(std::string_view strHeader, LogBase& log) {
   const NamePositions objFound = FindNames(strHeader);
   for (std::size_t i = 0; i < kCheckedNames.size(); ++i) {
     const int nPage = PageAt(strHeader, kCheckedNames[i], objFound.aChecked[i]);
@@ -169,6 +175,52 @@ int PageOfNames(std::string_view strHeader, LogBase& log) {
   return it == objFound.aRaw.end()
              ? 0
              : kRawNames[static_cast<std::size_t>(it - objFound.aRaw.begin())].nCodePage;
+}
+
+// Whether a header that names a page of ISO 8859 is UTF-8: programs that put a mail together wrote
+// its body in the one and its fields in the other. Capitals with signs behind them are no text of
+// Latin-1, though one such pair may be; in other pages they are letters, but no text has controls.
+bool IsUtf8AllTheSame(std::string_view strHeader, int nPage) {
+  if (nPage < kLatin1 || nPage > kLatin9) return false;
+  const Utf8Count objCount = CountUtf8(strHeader);
+  if (objCount.nBad != 0) return false;
+  if (nPage != kLatin1) return encoded_words::holdsC1Controls(strHeader);
+  return objCount.nGood > 1 || objCount.nOutsideLatin1 != 0;
+}
+
+int PageOfNames(std::string_view strHeader, LogBase& log) {
+  const int nPage = PageOfFoundNames(strHeader, log);
+  return IsUtf8AllTheSame(strHeader, nPage) ? kUtf8 : nPage;
+}
+
+// The last Content-Type of the header, which is the one that counts.
+std::string_view OwnContentType(std::string_view strHeader) {
+  constexpr std::string_view kName = "content-type:";
+  std::string_view strField;
+  for (std::size_t nLine = 0; nLine < strHeader.size();) {
+    const std::string_view strRest = strHeader.substr(nLine);
+    if (beginsWithNoCase(strRest, kName)) strField = strRest.substr(kName.size());
+    nLine = std::min(strHeader.find('\n', nLine), strHeader.size() - 1) + 1;
+  }
+  for (std::size_t n = 0; (n = strField.find('\n', n)) != kNone;) {
+    const char ch = ++n < strField.size() ? strField[n] : '\0';
+    if (ch != ' ' && ch != '\t') return strField.substr(0, n);
+  }
+  return strField;
+}
+
+// The page of the entity's own text, if the header is in it. UTF-8 shows by itself, and no bytes of
+// 8 bits are in charsets of 7.
+int PageOfOwnType(std::string_view strHeader, LogBase& log) {
+  const std::string_view strValue = OwnContentType(strHeader);
+  if (strValue.empty()) return 0;
+  _ckContentType objType;
+  objType.load(strValue, log);
+  const int nPage = PageOfName(objType.charsetName().view(), log);
+  const bool b7bitPage =
+      nPage == kAscii || nPage == kHz || nPage == kUtf7 || isIso2022(static_cast<unsigned>(nPage));
+  if (nPage == 0 || nPage == kUtf8 || b7bitPage) return 0;
+  return ConvertsCleanly(strHeader, nPage, log) ? nPage : 0;
 }
 
 // The lead bytes of Western letters in UTF-8, with another 8-bit byte behind them.
@@ -191,10 +243,10 @@ bool LooksLikeUtf8(std::string_view strHeader) {
 
 int PageByBytes(std::string_view strHeader, LogBase& log) {
   if (HasUtf8Lead(strHeader)) return kUtf8;
-  const auto nAnsi = static_cast<int>(platform::AnsiCodePage());
-  if (ConvertsCleanly(strHeader, nAnsi, log)) return LooksLikeUtf8(strHeader) ? kUtf8 : nAnsi;
   // Text whose every 8-bit byte makes sense as UTF-8 is hardly anything else.
   if (CountUtf8(strHeader).nBad == 0) return kUtf8;
+  const auto nAnsi = static_cast<int>(platform::AnsiCodePage());
+  if (ConvertsCleanly(strHeader, nAnsi, log)) return LooksLikeUtf8(strHeader) ? kUtf8 : nAnsi;
   if (ConvertsCleanly(strHeader, kLatin1, log)) return kLatin1;
   return ConvertsCleanly(strHeader, kLatin2, log) ? kLatin2 : 0;
 }
@@ -204,6 +256,7 @@ int PageOf8bitHeader(std::string_view strHeader, int nKnownCodePage, std::string
   if (nKnownCodePage != 0) return nKnownCodePage;
   if (const int nPage = PageOfNames(strHeader, log); nPage != 0) return nPage;
   if (const int nPage = PageOfName(strClue, log); nPage != 0 && nPage != kAscii) return nPage;
+  if (const int nPage = PageOfOwnType(strHeader, log); nPage != 0) return nPage;
   return PageByBytes(strHeader, log);
 }
 
@@ -272,6 +325,7 @@ bool convertFieldToUtf8(std::string_view strField, int nCodePage, DataBuffer& ou
     (void)CountUtf8(strField, &out);
     return true;
   }
+  if (nCodePage == kLatin1) return encoded_words::toUtf8(kLatin1, strField, out, log);
   EncodingConvert objConvert;
   const std::uint32_t nBefore = out.getSize();
   (void)objConvert.EncConvert(static_cast<unsigned>(nCodePage), kUtf8, strField.data(),

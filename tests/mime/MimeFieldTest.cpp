@@ -90,7 +90,8 @@ TEST(FieldEmission, SuitsTheFamilyOfThePage) {
       {"\xC3\xA9", 0, "=?utf-8?Q?=C3=A9?="},
       {"\xC3\xA9", 65000, "=?utf-8?Q?=C3=A9?="},
       {"\xC3\xA9", 28591, "=?iso-8859-1?Q?=E9?="},
-      {"\xC5\x91", 1252, "=?iso-8859-2?Q?=F5?="},  // what Western pages lack
+      {"\xC5\x91", 1252, "=?iso-8859-2?Q?=F5?="},   // what Western pages lack
+      {"\xC2\x92", 28591, "=?iso-8859-2?Q?=92?="},  // which iso-8859-1 would not mean
       {"\xD0\xB0", 28591, "=?utf-8?Q?=D0=B0?="},
       {"\xD0\xB0", 28597, "=?utf-8?Q?=D0=B0?="},
       {"\xD0\xB0", 1251, "=?windows-1251?Q?=E0?="},

@@ -148,6 +148,32 @@ TEST_F(HeaderReading, DecidesTheCodePageInOrder) {
       {"S\xC3\xBC: =?koi8-r?Q?x?= \xC1", 0, "", "20866|S\xC3\xBC=x \xD0\xB0"},  // a name in UTF-8
       {"S\xC1: =?koi8-r?Q?x?= \xC1", 0, "", "20866|S\xD0\xB0=x \xD0\xB0"},
       {"A: \xC3\xA9\xC3\xA9\xC3", 0, "", "65001|A=\xC3\xA9\xC3\xA9"},  // cut off
+      // Its own type, where nothing around it and no list tells; a name that is not there does not.
+      {"A: \xA4\xCB\r\ncontent-type: a/b;\r\n charset=\"x-euc-jp\"\r\nB: \xA4\xCB", 0, "",
+       "51932|A=\xE3\x81\xAB|content-type=a/b; charset=\"x-euc-jp\"|B=\xE3\x81\xAB"},
+      {"A: \xC2\xA1\xE9\r\nContent-Type: a/b; charset=tis-620", 0, "",
+       "874|A=\xE0\xB8\xA2\xE0\xB8\x81\xE0\xB9\x89|Content-Type=a/b; charset=tis-620"},
+      {"A: \xA4\r\nContent-Type: a/b; charset=ISO-8859-15", 0, "",
+       "28605|A=\xE2\x82\xAC|Content-Type=a/b; charset=ISO-8859-15"},
+      {"A: \xE1\r\nContent-Type: a/b; charset=cp866", 0, "windows-1251",
+       "1251|A=\xD0\xB1|Content-Type=a/b; charset=cp866"},
+      {"A: \xE9\xFF\r\nContent-Type: a/b; charset=euc-jp", 0, "",
+       "1252|A=\xC3\xA9\xC3\xBF|Content-Type=a/b; charset=euc-jp"},
+      {"A: \xE9\r\nContent-Type: a/b; charset=iso-2022-jp", 0, "",
+       "1252|A=\xC3\xA9|Content-Type=a/b; charset=iso-2022-jp"},
+      // Few letters of UTF-8 and no other byte.
+      {"A: Zieli\xC5\x84ski", 0, "", "65001|A=Zieli\xC5\x84ski"},
+      {"A: x \xE2\x80\x94 y", 0, "", "65001|A=x \xE2\x80\x94 y"},
+      {"A: x \xE2\x80\x94 \xE9t\xE9", 0, "",
+       "1252|A=x \xC3\xA2\xE2\x82\xAC\xE2\x80\x9D \xC3\xA9t\xC3\xA9"},
+      // The same in spite of Latin-1, and one that may be Latin-1; Polish, in Latin-2 and not.
+      {"A: iso-8859-1 \xC3\xA9t\xC3\xA9", 0, "", "65001|A=iso-8859-1 \xC3\xA9t\xC3\xA9"},
+      {"A: iso-8859-1 \xC5\x84", 0, "", "65001|A=iso-8859-1 \xC5\x84"},
+      {"A: iso-8859-1 \xC3\xA9", 0, "", "28591|A=iso-8859-1 \xC3\x83\xC2\xA9"},
+      {"A: iso-8859-2 SP\xD3\xA3KA", 0, "", "28592|A=iso-8859-2 SP\xC3\x93\xC5\x81KA"},
+      {"A: iso-8859-2 sp\xC3\xB3\xC5\x82ka", 0, "", "65001|A=iso-8859-2 sp\xC3\xB3\xC5\x82ka"},
+      // Of Windows all the same.
+      {"A: iso-8859-1 Don\x92t", 0, "", "28591|A=iso-8859-1 Don\xE2\x80\x99t"},
   };
   for (const auto& row : rows) EXPECT_EQ(Read(row.text, row.known, row.clue), row.dump) << row.text;
 }
