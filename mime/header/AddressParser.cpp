@@ -23,6 +23,12 @@ constexpr auto kStops = [] {
 // Between words control characters count as blanks.
 bool Separates(char ch) { return static_cast<unsigned char>(ch) <= ' '; }
 
+bool MayStandInLocalPart(char ch) {
+  const char chLower = toLowerAscii(ch);
+  return (chLower >= 'a' && chLower <= 'z') || (ch >= '0' && ch <= '9') ||
+         std::string_view("!#$%&'*+-/=?^_`{|}~.").find(ch) != kNone;
+}
+
 bool IsStop(char ch) { return kStops[static_cast<unsigned char>(ch)]; }
 
 // The blanks around each "@" taken out: "bob @ example.org" is one word.
@@ -44,9 +50,10 @@ std::string_view TakeWord(std::string_view& strRest) {
 
 // Without what people put around an address.
 std::string_view Bare(std::string_view str) {
-  constexpr std::string_view kScheme = "mailto:";
   str = trimmed(str);
-  if (beginsWithNoCase(str, kScheme)) str.remove_prefix(kScheme.size());
+  for (const std::string_view strScheme : {"mailto:", "smtp:"}) {
+    if (beginsWithNoCase(str, strScheme)) str.remove_prefix(strScheme.size());
+  }
   const auto nColon = str.starts_with('@') ? str.find(':') : kNone;
   if (nColon != kNone) str.remove_prefix(nColon + 1);  // a route
   const bool bQuoted =
@@ -55,6 +62,12 @@ std::string_view Bare(std::string_view str) {
 }
 
 }  // namespace
+
+bool isLocalAddress(std::string_view strPhrase) {
+  return !strPhrase.empty() &&
+         std::all_of(strPhrase.begin(), strPhrase.end(), MayStandInLocalPart) &&
+         !hasEncodedWords(strPhrase);
+}
 
 void AddressParser::run() {
   while (m_nAt < m_strText.size()) {
@@ -85,6 +98,8 @@ void AddressParser::step() {
     case '\\':
       return takeEscape();
     case ',':
+      finishAtComma();
+      break;
     case ';':
       finish();
       break;
@@ -133,6 +148,7 @@ void AddressParser::takeQuoted() {
   if (takeLocalPart(nEnd)) return;
   const std::string_view strInner = rest().substr(1, nEnd - 1);
   m_bAtSign = m_bAtSign || strInner.find('@') != kNone;
+  m_bQuoted = true;
   unquote(strInner, m_strPhrase);
   m_nAt += nEnd + 1;
 }
@@ -194,7 +210,10 @@ void AddressParser::takeComment() {
     ++m_nAt;
     return;
   }
-  if (m_strComment.empty()) unquote(m_strText.substr(m_nAt + 1, nEnd - m_nAt - 2), m_strComment);
+  if (m_strComment.empty()) {
+    unquote(m_strText.substr(m_nAt + 1, nEnd - m_nAt - 2), m_strComment);
+    m_nCommentAt = m_strPhrase.size();
+  }
   m_nAt = nEnd;
 }
 
@@ -217,6 +236,9 @@ void AddressParser::takeAngle() {
     m_strPhrase = m_strName + m_strAddress + m_strPhrase;
   } else if (m_bHasAddress) {
     finishInFrontOfPhrase();
+  } else if (!m_bAtSign && !trimmed(m_strComment).empty() && !trimmed(m_strPhrase).empty()) {
+    m_strPhrase = nameWithComment();
+    m_strComment.clear();
   }
   setAddress(angleText());
 }
@@ -225,8 +247,10 @@ void AddressParser::takeAngle() {
 void AddressParser::finishInFrontOfPhrase() {
   std::string strPhrase;
   strPhrase.swap(m_strPhrase);
+  const bool bQuoted = m_bQuoted;
   finish();
   m_strPhrase.swap(strPhrase);
+  m_bQuoted = bQuoted;
 }
 
 // Reads on to the ">", or to what shows that there will be none.
@@ -279,11 +303,14 @@ void AddressParser::takeColon() {
   if (m_bAtSign || m_bHasAddress) {
     m_strPhrase += ':';
   } else {
+    addHeld();
     m_strPhrase.clear();
+    m_bQuoted = false;
   }
 }
 
 void AddressParser::setAddress(std::string_view strRaw) {
+  const bool bMayJoin = !m_bHasAddress && !m_bAtSign && !m_bQuoted;
   m_bHasAddress = true;
   m_bBare = false;
   m_bAtSign = false;
@@ -301,9 +328,44 @@ void AddressParser::setAddress(std::string_view strRaw) {
     } while (strAddress.find('@') == kNone && !strRest.empty());
   }
   m_strAddress = strAddress;
+  if (!bMayJoin || m_strHeld.empty() || m_strAddress.empty() || trimmed(m_strName).empty()) return;
+  m_strName = m_strHeld + ", " + std::string(trimmed(m_strName));
+  m_strHeld.clear();
+}
+
+// The phrase with the comment in its place.
+std::string AddressParser::nameWithComment() const {
+  const std::string_view strPhrase = m_strPhrase;
+  const std::size_t nAt = std::min(m_nCommentAt, strPhrase.size());
+  const std::string_view strFront = trimmed(strPhrase.substr(0, nAt));
+  const std::string_view strBehind = trimmed(strPhrase.substr(nAt));
+  std::string strName(strFront);
+  strName += strFront.empty() ? "(" : " (";
+  strName += trimmed(m_strComment);
+  strName += strBehind.empty() ? ")" : ") ";
+  return strName += strBehind;
+}
+
+// Only what nobody put in quotes can be half a name.
+void AddressParser::finishAtComma() {
+  const std::string_view strPhrase = trimmed(m_strPhrase);
+  const bool bHolds = !m_bHasAddress && !m_bAtSign && !m_bQuoted && m_strComment.empty() &&
+                      !strPhrase.empty() && decoded(strPhrase).find('@') == std::string::npos;
+  if (!bHolds) return finish();
+  addHeld();
+  m_strHeld = strPhrase;
+  reset();
+}
+
+void AddressParser::addHeld() {
+  if (m_strHeld.empty()) return;
+  const bool bAddress = isLocalAddress(m_strHeld);
+  add(bAddress ? "" : decoded(m_strHeld), bAddress ? Bare(m_strHeld) : "");
+  m_strHeld.clear();
 }
 
 void AddressParser::finish() {
+  addHeld();
   if (m_bHasAddress) {
     const bool bMoreBehind = m_bBare && m_bAtSign;  // addresses with only blanks between them
     const std::string_view strName = trimmed(m_strName);
@@ -335,7 +397,10 @@ void AddressParser::finishBare() {
     objInner.m_bInner = true;
     objInner.run();
   } else if (strComment.empty()) {
-    add(strName, "");
+    const bool bAddress = !m_bQuoted && isLocalAddress(strPhrase);
+    add(bAddress ? "" : strName, bAddress ? Bare(strPhrase) : "");
+  } else if (strPhrase.find(' ') != kNone) {
+    add(decoded(nameWithComment()), "");
   } else {
     add(strComment, strName);
   }
@@ -373,6 +438,7 @@ void AddressParser::reset() {
   m_strAddress.clear();
   m_strComment.clear();
   m_bAtSign = false;
+  m_bQuoted = false;
   m_bHasAddress = false;
   m_bBare = false;
 }

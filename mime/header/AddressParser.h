@@ -10,13 +10,21 @@
 
 namespace mail {
 
+// Whether a phrase is an address though it has no "@": "root", "host!user", "/O=ORG/CN=ANN". It is
+// one word, and no more than characters that may stand in front of an "@".
+bool isLocalAddress(std::string_view strPhrase);
+
 // Reads an address list as mails hold it, which is often not as RFC 5322 has it. One pass over the
 // text; what is met becomes part of the mailbox being read:
 //
 //   phrase    words, text in quotes and encoded words; what it is (name, address, both, the name of
 //             a group) shows when the mailbox ends
 //   address   what stood in brackets, or a quoted text with "@" and a domain right behind it
-//   comment   the name when nothing else is
+//   comment   the name when nothing else is, and part of it between the phrase and an address in
+//             brackets
+//
+// A phrase that a comma ends is held back until the next mailbox shows what it is: all of a name
+// or, in "Lee, Ann <ann@example.org>", whose quotes are missing, the first part of one.
 //
 // Quotes, comments and brackets that never end are taken for stray characters. Each is looked for
 // once: where one search for the end of a quote or comment ran to the end of the text, later ones
@@ -47,6 +55,9 @@ class AddressParser {
   void setAddress(std::string_view strRaw);
 
   void finish();
+  void finishAtComma();
+  void addHeld();
+  std::string nameWithComment() const;
   void finishInFrontOfPhrase();
   void finishBare();
   void finishWithAt(std::string_view strPhrase, std::string_view strComment);
@@ -62,11 +73,14 @@ class AddressParser {
 
   std::string m_strPhrase;  // blanks shrunk, encoded words as they stand
   bool m_bAtSign = false;   // one stands in the phrase, outside encoded words
+  bool m_bQuoted = false;   // part of the phrase, or of the name, stood in quotes
   bool m_bHasAddress = false;
   bool m_bBare = false;   // it stood without brackets
   std::string m_strName;  // the phrase in front of the address
   std::string m_strAddress;
   std::string m_strComment;
+  std::size_t m_nCommentAt = 0;  // bytes of the phrase in front of it
+  std::string m_strHeld;         // the phrase in front of the last comma, as m_strPhrase
 
   bool m_bQuotesEnd = true;     // false: no quote is closed from here on
   bool m_bCommentsNest = true;  // false: a comment did not end; from here on ")" ends any

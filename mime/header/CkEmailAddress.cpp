@@ -24,8 +24,9 @@ bool IsPlainName(std::string_view strName) {
          });
 }
 
-void AppendReadableName(std::string_view strName, StringBuffer& strOut) {
-  IsPlainName(strName) ? (void)strOut.append(strName) : appendQuoted(strName, strOut);
+void AppendReadableName(std::string_view strName, bool bAlone, StringBuffer& strOut) {
+  const bool bPlain = IsPlainName(strName) && !(bAlone && isLocalAddress(strName));
+  bPlain ? (void)strOut.append(strName) : appendQuoted(strName, strOut);
 }
 
 // Whether an address is one without brackets too.
@@ -36,12 +37,13 @@ bool IsPlainAddress(std::string_view strAddress) {
   return bPlain && strAddress.find('@') != std::string_view::npos;
 }
 
-void AppendName(std::string_view strName, int nCodePage, StringBuffer& strOut, LogBase& log) {
+void AppendName(std::string_view strName, bool bAlone, int nCodePage, StringBuffer& strOut,
+                LogBase& log) {
   const PreparedText objName(strName, nCodePage, log);
   if (objName.needsEncoding()) {
     objName.appendWords(PreparedText::Words::kOneInAddress, strOut, log);
   } else {
-    AppendReadableName(objName.bytes(), strOut);
+    AppendReadableName(objName.bytes(), bAlone, strOut);
   }
 }
 
@@ -73,34 +75,50 @@ void _ckEmailAddress::loadList(std::string_view strValueUtf8,
 }
 
 void _ckEmailAddress::emit(StringBuffer& strOut, int nCodePage, LogBase& log) const {
-  if (!m_friendlyName.isEmpty()) AppendName(m_friendlyName.view(), nCodePage, strOut, log);
-  appendBehindName(strOut);
+  emitInFrontOf(/*pNext=*/nullptr, strOut, nCodePage, log);
+}
+
+void _ckEmailAddress::emitInFrontOf(const _ckEmailAddress* pNext, StringBuffer& strOut,
+                                    int nCodePage, LogBase& log) const {
+  if (!m_friendlyName.isEmpty()) {
+    AppendName(m_friendlyName.view(), isNameAlone(), nCodePage, strOut, log);
+  }
+  appendBehindName(pNext, strOut);
 }
 
 void _ckEmailAddress::emitReadable(StringBuffer& strOut) const {
-  if (!m_friendlyName.isEmpty()) AppendReadableName(m_friendlyName.view(), strOut);
-  appendBehindName(strOut);
+  if (!m_friendlyName.isEmpty()) {
+    AppendReadableName(m_friendlyName.view(), isNameAlone(), strOut);
+  }
+  appendBehindName(/*pNext=*/nullptr, strOut);
 }
 
-void _ckEmailAddress::appendBehindName(StringBuffer& strOut) const {
+// What stands in front of a name, without brackets, would be read as the first part of it.
+void _ckEmailAddress::appendBehindName(const _ckEmailAddress* pNext, StringBuffer& strOut) const {
+  const bool bNameFollows =
+      pNext != nullptr && !pNext->m_friendlyName.isEmpty() && !pNext->m_address.isEmpty();
+  const std::string_view strAddress = m_address.view();
   if (m_friendlyName.isEmpty()) {
-    if (m_address.isEmpty()) return;
-    AppendAddress(m_address, !IsPlainAddress(m_address.view()), strOut);
+    if (strAddress.empty()) return;
+    const bool bPlain = IsPlainAddress(strAddress) || (!bNameFollows && isLocalAddress(strAddress));
+    AppendAddress(m_address, !bPlain, strOut);
     return;
   }
   // A name alone stays one, unless it looks like an address.
-  const bool bAlone =
-      m_address.isEmpty() && m_friendlyName.view().find('@') == std::string_view::npos;
-  if (bAlone) return;
+  const bool bLooksLikeOne = m_friendlyName.view().find('@') != std::string_view::npos;
+  const bool bJoins = bNameFollows && !strOut.view().ends_with('"');
+  if (strAddress.empty() && !bLooksLikeOne && !bJoins) return;
   (void)strOut.appendChar(' ');
   AppendAddress(m_address, /*bBrackets=*/true, strOut);
 }
 
 void _ckEmailAddress::emitList(const ExtPtrArrayOf<_ckEmailAddress>& arrAddresses,
                                StringBuffer& strOut, int nCodePage, LogBase& log) {
-  for (std::size_t n = 0; n < arrAddresses.getSize(); ++n) {
+  const std::size_t nCount = arrAddresses.getSize();
+  for (std::size_t n = 0; n < nCount; ++n) {
     if (n != 0) (void)strOut.append(", ");
-    arrAddresses.at(n)->emit(strOut, nCodePage, log);
+    const _ckEmailAddress* pNext = n + 1 < nCount ? arrAddresses.at(n + 1) : nullptr;
+    arrAddresses.at(n)->emitInFrontOf(pNext, strOut, nCodePage, log);
   }
 }
 

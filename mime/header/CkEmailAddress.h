@@ -21,9 +21,11 @@ class _ckEmailAddress : public LibraryObject {
 
   // Adds the addresses of a field's value, in which encoded words may still stand, to arrAddresses.
   // Reads what mails hold rather than what they should: groups (their members), comments (a name
-  // where there is no other), commas in quotes, ";" for ",", addresses without brackets, brackets
-  // and quotes that never end, names alone (m_address is empty then), whole lists in one encoded
-  // word. An address is at least a name or an address: "<>" adds nothing.
+  // where there is no other, and part of one in front of brackets), commas in quotes and, where one
+  // word or more and no address stands on both sides of it, in names without quotes
+  // ("Lee, Ann <a@b>"), ";" for ",", addresses without brackets, brackets and quotes that never
+  // end, names alone (m_address is empty then; one plain word is an address: "root"), whole lists
+  // in one encoded word. An address is at least a name or an address: "<>" adds nothing.
   static void loadList(std::string_view strValueUtf8, ExtPtrArrayOf<_ckEmailAddress>& arrAddresses,
                        LogBase& log);
 
@@ -40,7 +42,10 @@ class _ckEmailAddress : public LibraryObject {
   StringBuffer m_address;       // without brackets
 
  private:
-  void appendBehindName(StringBuffer& strOut) const;
+  bool isNameAlone() const { return m_address.isEmpty() && !m_friendlyName.isEmpty(); }
+  void emitInFrontOf(const _ckEmailAddress* pNext, StringBuffer& strOut, int nCodePage,
+                     LogBase& log) const;
+  void appendBehindName(const _ckEmailAddress* pNext, StringBuffer& strOut) const;
 };
 
 }  // namespace mail
