@@ -3,6 +3,7 @@
 #include <cctype>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // The transfer encodings written the plain way, a byte at a time: judges of the fast ones.
 namespace naive {
@@ -143,31 +144,69 @@ inline std::string DecodeQ(std::string_view in) {
   return out;
 }
 
+// Neighbouring words of base64, of which only the last may hold a "=": apart, or as one text where
+// that is what they must have been.
+inline std::string DecodeBase64Words(const std::vector<std::string>& words) {
+  std::string joined, apart;
+  bool cut = false, left = false;
+  for (const auto& word : words) {
+    joined += word;
+    apart += DecodeBase64(word);
+    if (&word == &words.back()) break;
+    std::string letters;
+    for (const char ch : word)
+      letters += kAlphabet.find(ch) != kAlphabet.npos ? std::string(1, ch) : "";
+    const auto value = letters.empty() ? 0 : kAlphabet.find(letters.back());
+    const auto over = letters.size() % 4;
+    left = left || over != 0;
+    cut = cut || over == 1 || (over == 2 && value % 16 != 0) || (over == 3 && value % 4 != 0);
+  }
+  std::size_t letters = 0, pads = 0;
+  for (const char ch : joined) {
+    letters += kAlphabet.find(ch) != kAlphabet.npos;
+    pads += ch == '=';
+  }
+  const bool whole = pads > 0 && (letters + pads) % 4 == 0 && pads < 4;
+  return words.size() > 1 && (cut || (left && whole)) ? DecodeBase64(joined) : apart;
+}
+
 // Every charset counts as utf-8, so that bytes are kept as they are.
 inline std::string DecodeWords(std::string_view in) {
   const auto blank = [](std::string_view text) {
     return text.find_first_not_of(" \t") == text.npos;
   };
   std::string out, between;
+  std::vector<std::string> words;  // of base64, not yet in out
+  const auto flush = [&] {
+    if (!words.empty()) out += DecodeBase64Words(words);
+    words.clear();
+  };
   while (!in.empty()) {
     const auto mark = in.starts_with("=?") ? in.find('?', 2) : in.npos;
     const bool word =
         mark != in.npos && mark + 3 < in.size() && in[mark + 2] == '?' && in[mark + 3] != '\0';
     const auto end = word ? in.find("?=", mark + 3) : in.npos;
+    if (word && end == in.npos) flush();
     if (word && end == in.npos) return out + between + std::string(in);
     if (!word) {
       const bool unended = in.starts_with("=?") && mark == in.npos;
+      if (unended) flush();
       if (unended) return out + between + std::string(in);
       between += in[0];
       in.remove_prefix(1);
       continue;
     }
+    const bool b64 = in[mark + 1] == 'B' || in[mark + 1] == 'b';
+    if (!blank(between) || !b64) flush();
     if (!blank(between)) out += between;
     between.clear();
     const auto text = in.substr(mark + 3, end - mark - 3);
-    out += in[mark + 1] == 'B' || in[mark + 1] == 'b' ? DecodeBase64(text) : DecodeQ(text);
+    if (b64) words.emplace_back(text);
+    if (!b64) out += DecodeQ(text);
+    if (text.find_first_of(std::string_view("=\0", 2)) != text.npos) flush();
     in.remove_prefix(end + 2);
   }
+  flush();
   return blank(between) ? out : out + between;
 }
 
