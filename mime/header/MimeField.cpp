@@ -25,7 +25,8 @@ bool HoldsLineEnd(std::string_view str) {
 
 // What may not stand in the name of a field.
 constexpr bool IsMisplaced(char ch) {
-  return ch == ' ' || ch == '<' || ch == '>' || ch == '"' || ch == '\'' || ch == '\r' || ch == '\n';
+  return ch == ' ' || ch == '<' || ch == '>' || ch == '"' || ch == '\'' || ch == '\r' ||
+         ch == '\n' || ch == '\0';
 }
 
 // A value whose continuation holds encoded words: both are undone, the cutting first.
@@ -73,8 +74,9 @@ void MimeField::setName(std::string_view strName) {
   (void)m_name.setString(trimmedWithNuls(strName));
   const std::string_view strStored = m_name.view();
   if (std::none_of(strStored.begin(), strStored.end(), IsMisplaced)) return;
-  m_name.removeChar('\r');
-  m_name.removeChar('\n');
+  // NULs: letters with one behind each, first in a mail, would be taken for UTF-16.
+  for (const char ch : {'\r', '\n', '\0'}) m_name.removeChar(ch);
+  m_name.trim();
   m_name.replaceAnyOf(" <>\"'", '-');
 }
 

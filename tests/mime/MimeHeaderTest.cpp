@@ -68,6 +68,7 @@ TEST_F(HeaderReading, TakesLinesAsTheyCome) {
       {"Content-Type: a/b\r\nA: 1\r\ncontent-TYPE: c/d\r\n\r\n", "0|content-TYPE=c/d|A=1"},
       {string_view("Content-Type: a/b\r\ncontent type\t\0 : c/d\r\n\r\n", 41),
        "0|content-type=c/d"},
+      {string_view("\0 A\0B\0 \0: x\r\n\r\n", 15), "0|AB=x"},
       {string_view("B:\0 x\0y \0\r\n\r\n", 13), "0|B=xy"},  // and no blank that a NUL uncovers
       {"B: =?utf-8?q?=00_x=00y?=\r\n\r\n", "65001|B=xy"},
       {"Content-Type: a/b\r\nContent-Type: =?utf-8?Q?_?=\r\nA: 1\r\n\r\n", "65001|A=1"},
