@@ -5,10 +5,13 @@
 #include <vector>
 
 #include "html/charset/CodePages.h"
+#include "html/charset/EncodingConvert.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/DataBuffer.h"
+#include "mime/base/LogNull.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
+#include "mime/tree/ByteSearch.h"
 
 namespace mail {
 namespace {
@@ -83,6 +86,19 @@ std::string_view takeCharset(std::string_view& strValue) {
   return strCharset;
 }
 
+// Whether the bytes are UTF-8 under the label of a page that cannot hold them.
+bool isMislabelledUtf8(unsigned nPage, std::string_view strBytes) {
+  if (nPage == 0 || nPage == code_page::kUtf8 || byte_search::is7bit(strBytes) ||
+      !byte_search::isUtf8(strBytes))
+    return false;
+  LogNull log;
+  DataBuffer out;
+  EncodingConvert objConvert;
+  return !objConvert.EncConvert(nPage, code_page::kUtf8, strBytes.data(), strBytes.size(), out,
+                                log) ||
+         objConvert.m_hadErrors;
+}
+
 }  // namespace
 
 bool joinNumberedPieces(StringBuffer& strValue, std::string_view strName) {
@@ -135,7 +151,8 @@ bool ParameterPieces::decode(StringBuffer& strUtf8, LogBase& log) const {
       m_strCharset.empty() ? code_page::kUtf8 : encoded_words::pageOf(m_strCharset);
   if (nPage == 0) log.LogData("invalidCharset", m_strCharset);
   DataBuffer out;
-  if (!encoded_words::toUtf8(nPage, m_strBytes, out, log)) return false;
+  const unsigned nTruePage = isMislabelledUtf8(nPage, m_strBytes) ? code_page::kUtf8 : nPage;
+  if (!encoded_words::toUtf8(nTruePage, m_strBytes, out, log)) return false;
   if (!strUtf8.setString(trimmedWithNuls(out.view()))) return false;
   strUtf8.removeChar('\r');  // encoded ones too would end the field that the value is written into
   strUtf8.removeChar('\n');

@@ -36,8 +36,9 @@ class ParameterPieces {
   // of the first extended piece charset'language'text, or text alone, which is UTF-8.
   void add(std::string_view strParameter, std::string_view strValue);
   bool isEmpty() const { return m_bEmpty; }
-  // Sets strUtf8 to the value, trimmed and without line ends. A charset that is unknown (it goes to
-  // the log as "invalidCharset"), or none, gives the bytes as they are.
+  // Sets strUtf8 to the value, trimmed and without line ends. Bytes that the charset cannot hold
+  // and that are UTF-8 are taken as that. A charset that is unknown (it goes to the log as
+  // "invalidCharset"), or none, gives the bytes as they are.
   bool decode(StringBuffer& strUtf8, LogBase& log) const;
 
  private:

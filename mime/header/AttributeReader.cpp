@@ -97,9 +97,8 @@ bool needsQuotes(std::string_view strText) {
 
 namespace {
 
-void unquoteValue(std::string_view strInner, std::string& strOut) {
-  unquote(trimmedWithNuls(strInner), strOut);
-  std::erase_if(strOut, [](char ch) { return ch == '\r' || ch == '\n'; });
+void removeLineEnds(std::string& strText) {
+  std::erase_if(strText, [](char ch) { return ch == '\r' || ch == '\n'; });
 }
 
 void setWithoutBlanks(std::string_view strText, std::string& strOut) {
@@ -109,7 +108,7 @@ void setWithoutBlanks(std::string_view strText, std::string& strOut) {
 
 }  // namespace
 
-AttributeReader::AttributeReader(std::string_view strValue) {
+AttributeReader::AttributeReader(std::string_view strValue, Blanks nBlanks) : m_nBlanks(nBlanks) {
   strValue = trimmed(strValue);
   m_strHead = strValue.substr(0, strValue.find_first_of("; \t\r\n"));
   m_strRest = strValue.substr(m_strHead.size());
@@ -135,6 +134,13 @@ bool AttributeReader::next() {
   return true;
 }
 
+// The value is what stood in quotes.
+void AttributeReader::setValue(std::string_view strInner) {
+  const bool bPiece = m_strName.find('*') != std::string::npos;
+  unquote(bPiece ? strInner : trimmedWithNuls(strInner), m_strValue);
+  removeLineEnds(m_strValue);
+}
+
 void AttributeReader::readQuoted() {
   const std::size_t nEnd = m_bQuotesEnd ? closingQuote(m_strRest) : kNone;
   m_bQuotesEnd = nEnd != kNone;
@@ -143,7 +149,7 @@ void AttributeReader::readQuoted() {
     readOpen();
     return;
   }
-  unquoteValue(m_strRest.substr(1, nEnd - 1), m_strValue);
+  setValue(m_strRest.substr(1, nEnd - 1));
   m_strRest.remove_prefix(nEnd + 1);
   const std::size_t nBehind = std::min(m_strRest.find_first_of("; \t\r\n=\"("), m_strRest.size());
   if (m_strRest.substr(nBehind).find_first_of("=\"(") == 0) return;  // no end of this value
@@ -154,14 +160,17 @@ void AttributeReader::readQuoted() {
 void AttributeReader::readOpen() {
   const std::string_view strRaw = m_strRest.substr(0, m_strRest.find(';'));
   m_strRest.remove_prefix(strRaw.size());
-  unquoteValue(strRaw, m_strValue);
+  setValue(strRaw);
 }
 
 void AttributeReader::readPlain() {
   const std::size_t nEnd = m_strRest.find(';');
   const std::string_view strRaw = m_strRest.substr(0, nEnd);
   m_strRest.remove_prefix(strRaw.size());
-  setWithoutBlanks(withoutComments(strRaw), m_strValue);
+  const std::string_view strPlain = withoutComments(strRaw);
+  if (m_nBlanks == Blanks::kDropped) return setWithoutBlanks(strPlain, m_strValue);
+  m_strValue = trimmedWithNuls(strPlain);
+  removeLineEnds(m_strValue);
 }
 
 }  // namespace mail

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -18,15 +19,18 @@ namespace mail {
 // and keeps its blanks). Linear in the value.
 class AttributeReader {
  public:
-  explicit AttributeReader(std::string_view strValue);
+  // What becomes of blanks within a value that has no quotes.
+  enum class Blanks : std::uint8_t { kDropped, kKept };
+
+  explicit AttributeReader(std::string_view strValue, Blanks nBlanks = Blanks::kDropped);
 
   // All before the first ";" or white space.
   std::string_view head() const { return m_strHead; }
   // Moves on to the next parameter; false when there is none.
   bool next();
-  // Of the present one, good until next(): the name, the value without its quotes and trimmed,
-  // without line ends. Outside quotes blanks and tabs are dropped too, and so are comments at the
-  // end.
+  // Of the present one, good until next(): the name, the value without its quotes and trimmed
+  // (but for pieces of a longer one, "name*1", which may begin or end with a blank), without line
+  // ends. Outside quotes comments at the end are dropped too, and blanks and tabs as asked for.
   std::string_view name() const { return m_strName; }
   std::string_view value() const { return m_strValue; }
 
@@ -35,6 +39,9 @@ class AttributeReader {
   void readOpen();
   void readPlain();
 
+  void setValue(std::string_view strInner);
+
+  Blanks m_nBlanks;
   std::string_view m_strHead;
   std::string_view m_strRest;
   std::string m_strName;

@@ -78,11 +78,13 @@ void _ckContentType::load(std::string_view strValueUtf8, LogBase& log) {
   m_type.removeChar('"');
   while (m_type.lastChar() == ',') m_type.chop(1);  // written for the semicolon
   m_type.toLowerCase();
-  ParameterPieces objPieces;
+  ParameterPieces objNamePieces, objBoundaryPieces;
   StringBuffer strFormat;
   while (objReader.next()) {
     if (isPieceOf(objReader.name(), "name")) {
-      objPieces.add(objReader.name(), objReader.value());
+      objNamePieces.add(objReader.name(), objReader.value());
+    } else if (isPieceOf(objReader.name(), "boundary")) {
+      objBoundaryPieces.add(objReader.name(), objReader.value());
     } else if (equalsNoCase(objReader.name(), "format")) {
       if (strFormat.isEmpty()) (void)strFormat.setString(objReader.value());
     } else {
@@ -90,7 +92,10 @@ void _ckContentType::load(std::string_view strValueUtf8, LogBase& log) {
     }
   }
   m_bFormatFlowed = strFormat.equalsIgnoreCase("flowed");
-  if (!objPieces.isEmpty()) (void)objPieces.decode(m_name, log);
+  if (!objNamePieces.isEmpty()) (void)objNamePieces.decode(m_name, log);
+  if (!objBoundaryPieces.isEmpty() && m_boundary.isEmpty()) {
+    (void)objBoundaryPieces.decode(m_boundary, log);
+  }
 }
 
 void _ckContentType::emit(StringBuffer& strOut) {

@@ -32,7 +32,7 @@ void decodePieces(std::vector<Piece>& arrPieces, StringBuffer& strFileName, LogB
 
 void ContentDisposition::load(std::string_view strValueUtf8, LogBase& log) {
   clear();
-  AttributeReader objReader(strValueUtf8);
+  AttributeReader objReader(strValueUtf8, AttributeReader::Blanks::kKept);
   (void)m_type.setString(objReader.head());
   m_type.toLowerCase();
   std::vector<Piece> arrPieces;

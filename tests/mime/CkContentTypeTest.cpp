@@ -59,6 +59,9 @@ TEST(ContentType, ReadsDamagedValuesAndWritesCleanOnes) {
       {"text/plain; format=; format=fixed; format=flowed", "text/plain; charset=us-ascii"},
       {"text/html; charset=utf-8; format=flowed", "text/html; charset=utf-8"},
       {"a/b; name*0*=iso-8859-1'de'%E9; name*1=\"%41 z\"", "a/b; name=\"\xC3\xA9%41 z\""},
+      {"multipart/mixed; boundary*0=\"l \"; boundary*1*=o%20ng",
+       "multipart/mixed; boundary=\"l o ng\""},
+      {"multipart/mixed; boundary=a; boundary*=''b%20", "multipart/mixed; boundary=\"a\""},
       {"a/b; name*=utf-8''%C3%A9", "a/b; name=\"\xC3\xA9\""},
       {"multipart/report; report-type=Delivery-Status; type=x; boundary=B",
        "multipart/report; report-type=\"delivery-status\"; boundary=\"B\""},
@@ -154,7 +157,7 @@ TEST(ContentType, DispositionNamesTheFile) {
   } rows[] = {
       {"", ""},
       {"Attachment", "attachment"},
-      {"INLINE; FileName=a b.txt", "inline; filename=\"ab.txt\""},
+      {"INLINE; FileName=a b.txt", "inline; filename=\"a b.txt\""},
       {"attachment; filename=\"a;b\"", "attachment; filename=\"a;b\""},
       {"attachment; filename=x; filename*0*=utf-8''%C3; filename*1*=%A9; size=3",
        "attachment; filename=\"\xC3\xA9\""},
@@ -164,6 +167,13 @@ TEST(ContentType, DispositionNamesTheFile) {
       {"attachment; filename*10=k; filename*2*=%63; filename*1*=b; filename*0*=''%41",
        "attachment; filename=\"Abck\""},
       {"; filename=x", "; filename=\"x\""},
+      {"attachment; filename*0=\"on \"; filename*1=\" 5 May.pdf \"",
+       "attachment; filename=\"on  5 May.pdf\""},
+      {"attachment; filename=my (2) \r\n report.pdf (its name) ;x=y",
+       "attachment; filename=\"my (2)  report.pdf\""},
+      {"attachment; filename=\"my report.pdf", "attachment; filename=\"my report.pdf\""},
+      {"attachment; filename*=us-ascii''caf%C3%A9", "attachment; filename=\"caf\xC3\xA9\""},
+      {"attachment; filename*=us-ascii''caf%E9", "attachment; filename=\"caf\xC3\xA9\""},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(Rewritten<mail::ContentDisposition>(row.value), row.written) << row.value;
