@@ -64,9 +64,11 @@ bool startsAsUtf8(std::string_view strBytes) {
 
 // Quoted-printable, of which each line stands for itself.
 bool decodeLines(PassingBytes objText, DataBuffer& out) {
-  const std::string_view strText = objText.strBytes;
-  objText.strBytes = strText.substr(0, strText.find('\0'));  // which ends it
-  if (strText.size() > PassingBytes::kPiece) (void)out.reserve(strText.size());
+  if (objText.comesInPieces()) {
+    const std::string_view strText = objText.strBytes;
+    objText.strBytes = strText.substr(0, strText.find('\0'));  // which ends it
+    (void)out.reserve(strText.size());
+  }
   return objText.takeLines("\n", [&](std::string_view strLines) {
     return ContentCoding::decodeQuotedPrintable(strLines, out);
   });
@@ -272,7 +274,7 @@ bool BodyDecoding::convert(int nPage, Decoded& objDecoded) {
   // Nothing to convert: a large text need not lie twice in memory.
   if (bAsciiPage && byte_search::is7bit(strBytes) && !hasNul(strBytes)) return keep(objDecoded);
   DataBuffer& arrBody = m_objEntity.m_body;
-  (void)arrBody.reserve(strBytes.size());
+  if (objDecoded.objBytes.comesInPieces()) (void)arrBody.reserve(strBytes.size());
   EncodingConvert objConvert;
   const bool bConverted =
       line_conversion::toUtf8(objConvert, nPage, objDecoded.objBytes, arrBody, m_log);

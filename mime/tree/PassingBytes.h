@@ -26,6 +26,9 @@ struct PassingBytes {
     return {arrSource.view(), arrSource.getSize() >= kHuge};
   }
 
+  // What is neither huge nor given up comes whole: room made for it once takes less time.
+  bool comesInPieces() const { return bGivenUp || strBytes.size() >= kHuge; }
+
   // Hands out the bytes in pieces of kPiece and more, each but the last up to a line end of that
   // kind, until fnTake is false. A piece that was not taken keeps its contents.
   template <class Take>
@@ -50,7 +53,7 @@ struct PassingBytes {
   template <class Take, class FindEnd>
   bool takePieces(Take& fnTake, FindEnd fnFindEnd) const {
     for (std::string_view strRest = strBytes; !strRest.empty();) {
-      const bool bLast = strRest.size() <= kPiece;
+      const bool bLast = !comesInPieces() || strRest.size() <= kPiece;
       const std::string_view strPiece = bLast ? strRest : strRest.substr(0, fnFindEnd(strRest));
       if (!takePiece(strPiece, fnTake)) return false;
       strRest.remove_prefix(strPiece.size());
