@@ -51,9 +51,10 @@ bool starts7bit(std::string_view strBytes) {
 
 // A lead byte of the Latin-1 letters in UTF-8 with an 8-bit byte behind it.
 bool hasUtf8Pair(std::string_view strBytes) {
-  for (std::size_t n = 0; n + 1 < strBytes.size(); ++n) {
-    const auto nByte = static_cast<unsigned char>(strBytes[n]);
-    if ((nByte == 0xC2 || nByte == 0xC3) && (strBytes[n + 1] & 0x80) != 0) return true;
+  for (const char chLead : {'\xC2', '\xC3'}) {
+    for (std::size_t n = strBytes.find(chLead); n < strBytes.size(); n = strBytes.find(chLead, n)) {
+      if (++n < strBytes.size() && (strBytes[n] & 0x80) != 0) return true;
+    }
   }
   return false;
 }

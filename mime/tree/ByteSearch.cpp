@@ -61,16 +61,21 @@ std::size_t findPattern(std::string_view strText, std::string_view strPattern, s
 }
 
 bool hasByteBetween(std::string_view strText, unsigned char chLow, unsigned char chHigh) {
-  constexpr std::size_t kBlock = 256;  // without a way out inside, so that it runs on vectors
   const unsigned nWidth = static_cast<unsigned>(chHigh) - chLow;
-  for (std::size_t nBlock = 0; nBlock < strText.size(); nBlock += kBlock) {
-    bool bFound = false;
-    for (const char ch : strText.substr(nBlock, kBlock)) {
-      bFound |= static_cast<unsigned char>(static_cast<unsigned char>(ch) - chLow) <= nWidth;
-    }
-    if (bFound) return true;
+  std::size_t n = 0;
+#if defined(__SSE2__)
+  const __m128i arrLow = _mm_set1_epi8(static_cast<char>(chLow));
+  const __m128i arrWidth = _mm_set1_epi8(static_cast<char>(nWidth));
+  for (; strText.size() - n >= 16; n += 16) {
+    const auto arr = _mm_loadu_si128(reinterpret_cast<const __m128i*>(strText.data() + n));
+    const __m128i arrAbove = _mm_sub_epi8(arr, arrLow);
+    const __m128i arrHits = _mm_cmpeq_epi8(_mm_min_epu8(arrAbove, arrWidth), arrAbove);
+    if (_mm_movemask_epi8(arrHits) != 0) return true;
   }
-  return false;
+#endif
+  return std::any_of(strText.begin() + static_cast<std::ptrdiff_t>(n), strText.end(), [&](char ch) {
+    return static_cast<unsigned char>(static_cast<unsigned char>(ch) - chLow) <= nWidth;
+  });
 }
 
 bool is7bit(std::string_view strText) { return !hasByteBetween(strText, 0x80, 0xFF); }
