@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -21,6 +22,8 @@ volatile std::sig_atomic_t g_stop = 0;
 extern "C" void OnStopSignal(int) {
   if (g_stop) _exit(1);
   g_stop = 1;
+  constexpr std::string_view kText = "\ntarny: stopping after this item; once more ends at once\n";
+  (void)!write(STDERR_FILENO, kText.data(), kText.size());  // the item may wait for its server
 }
 
 std::int64_t Now() {

@@ -50,7 +50,7 @@ std::vector<SourceItem> MboxSource::List(std::vector<SourceProblem>& problems) c
                        mail.offset, mail.length});
     }
   } catch (const SourceError& error) {
-    problems.push_back({m_path, error.what()});
+    problems.push_back({m_path, error.what(), /*isUnread=*/true});
   }
   return items;
 }

@@ -276,7 +276,7 @@ int ShowPlan(const Plan& plan, const MigrateOptions& options) {
                {"folders", folders},
                {"left_out", ProblemsAsJson(plan.problems)},
                {"not_supported", ProblemsAsJson(plan.unsupported)}});
-    return plan.unsupported.empty() ? kExitDone : kExitFailed;
+    return plan.unsupported.empty() && plan.IsWhole() ? kExitDone : kExitFailed;
   }
   std::cout << fmt::format("{} would go to the {}:\n", ItemCount(plan.entries.size()),
                            OneLine(options.target.Name()));
@@ -286,7 +286,7 @@ int ShowPlan(const Plan& plan, const MigrateOptions& options) {
   }
   PrintProblems("Left out", plan.problems);
   PrintProblems("Not supported yet; a run with these does not start", plan.unsupported);
-  return plan.unsupported.empty() ? kExitDone : kExitFailed;
+  return plan.unsupported.empty() && plan.IsWhole() ? kExitDone : kExitFailed;
 }
 
 // A run that would leave items behind by design is not begun.
@@ -336,7 +336,8 @@ void PrintSummary(const Summary& summary, const Plan& plan, const MigrateOptions
   if (summary.seen < summary.total) {
     std::cout << fmt::format(", {} not reached", summary.total - summary.seen);
   }
-  std::cout << "\n";
+  if (!plan.problems.empty()) std::cout << fmt::format(", {} left out", plan.problems.size());
+  std::cout << (plan.IsWhole() ? "\n" : "; not all of the source could be read\n");
 }
 
 int Migrate(MigrateOptions& options, Console& console) {
@@ -381,7 +382,7 @@ int Migrate(MigrateOptions& options, Console& console) {
     console.Say("Stopped early: " + summary.stopped);
     console.Say("Run the same command again to go on.");
   }
-  return summary.Complete() ? kExitDone : kExitFailed;
+  return summary.Complete() && plan.IsWhole() ? kExitDone : kExitFailed;
 }
 
 }  // namespace

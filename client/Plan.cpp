@@ -62,6 +62,11 @@ Plan MakePlan(const std::vector<std::string>& paths) {
   return plan;
 }
 
+bool Plan::IsWhole() const {
+  return std::none_of(problems.begin(), problems.end(),
+                      [](const SourceProblem& problem) { return problem.isUnread; });
+}
+
 std::vector<Plan::Folder> Plan::Folders() const {
   std::vector<Folder> folders;
   std::unordered_map<std::string, size_t> places;

@@ -22,6 +22,8 @@ struct Plan {
   std::vector<SourceProblem> problems;     // what was left out
   std::vector<SourceProblem> unsupported;  // prepared items of types that cannot be sent yet
 
+  bool IsWhole() const;  // nothing of the sources was out of reach
+
   // Items and bytes of one target folder.
   struct Folder {
     std::string name;

@@ -22,6 +22,7 @@ struct SourceItem {
 struct SourceProblem {
   std::string location;
   std::string reason;
+  bool isUnread = false;  // there may be mail that was not seen: no run with it is a whole one
 };
 
 // The item cannot be read, or is no mail; what() is the reason, fit for a list of failures.

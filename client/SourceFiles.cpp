@@ -48,7 +48,8 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
   std::vector<FolderEntry> entries;
   DIR* folder = opendir(path.c_str());
   if (!folder) {
-    problems.push_back({path, std::string("the folder cannot be read: ") + std::strerror(errno)});
+    problems.push_back({path, std::string("the folder cannot be read: ") + std::strerror(errno),
+                        /*isUnread=*/true});
     return entries;
   }
   errno = 0;
@@ -58,7 +59,8 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
     errno = 0;
   }
   if (errno != 0) {
-    problems.push_back({path, std::string("not all of it can be listed: ") + std::strerror(errno)});
+    problems.push_back({path, std::string("not all of it can be listed: ") + std::strerror(errno),
+                        /*isUnread=*/true});
   }
   closedir(folder);
   std::sort(entries.begin(), entries.end(),

@@ -131,6 +131,13 @@ TEST(OrdinaryUser, ARunFolderBelowAParentThatCanBeEnteredAndNotListed) {
   ASSERT_EQ(stat((run + "/SQLLiteNew.db").c_str(), &status), 0);
   EXPECT_EQ(status.st_uid, kNobody);
   EXPECT_EQ(status.st_mode & 0077, 0u);
+
+  // Mail that cannot be seen may be missing: no run is a whole one then.
+  fs::create_directory(folder.File("source/locked"));
+  ASSERT_EQ(chmod(folder.File("source/locked").c_str(), 0700), 0);
+  EXPECT_NE(std::system((command + " > " + out + " 2>&1").c_str()), 0);
+  const std::string told = test_support::ReadAll(out);
+  EXPECT_NE(told.find("the folder cannot be read: Permission denied"), std::string::npos) << told;
 }
 
 }  // namespace
