@@ -317,7 +317,8 @@ HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Login eLogin
   curl_off_t nUploaded = 0;
   curl_easy_getinfo(pCurl, CURLINFO_SIZE_UPLOAD_T, &nUploaded);
   objTransfer.bConnected = nConnectTime > 0 || nUploaded > 0;
-  if (eCode == CURLE_GOT_NOTHING && objTransfer.BodyIsOut()) objTransfer.bUnanswered = true;
+  const bool bEnded = eCode == CURLE_GOT_NOTHING || (eCode == CURLE_RECV_ERROR && nStatus == 0);
+  if (bEnded && objTransfer.BodyIsOut()) objTransfer.bUnanswered = true;
   curl_easy_reset(pCurl);  // drops the pointers into this call
   if (objTransfer.pFailure) std::rethrow_exception(objTransfer.pFailure);
   if (eCode != CURLE_OK) {

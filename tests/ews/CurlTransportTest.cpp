@@ -113,6 +113,14 @@ TEST_F(CurlTransport, ThrottlingIsWaitedOut) {
   EXPECT_EQ(m_server.Requests().size(), 2u);
 }
 
+TEST_F(CurlTransport, AServerThatDiesAtWorkMayHaveDoneIt) {
+  m_server.Push({.fault = ScriptedAnswer::Fault::kReset});  // of a new connection
+  EXPECT_NE(TextOf([&] {
+              ews::EmailMessage(m_wire.Shared()).Save(m_wire.Root());
+            }).find("It may have carried the request out."),
+            std::string::npos);
+}
+
 TEST_F(CurlTransport, WhatCreatesIsNotSentAgainOnceItIsOut) {
   const auto file = platform::ToWindowsPath("/proc/self/exe");
   const std::function<void()> calls[] = {

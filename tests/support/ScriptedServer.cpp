@@ -40,7 +40,7 @@ struct ScriptedServer::Impl {
   }
 
   // The library hides its socket: it is the descriptor with these two ports.
-  void EndConnection(int remotePort) const {
+  void EndConnection(int remotePort, ScriptedAnswer::Fault how) const {
     const auto portOf = [](int fd, auto getName) {
       sockaddr_in address{};
       socklen_t length = sizeof address;
@@ -52,6 +52,8 @@ struct ScriptedServer::Impl {
     getrlimit(RLIMIT_NOFILE, &limit);
     for (int fd = 0; fd < static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 65536)); ++fd) {
       if (portOf(fd, getsockname) == thread->Port() && portOf(fd, getpeername) == remotePort) {
+        const sockaddr none{.sa_family = AF_UNSPEC, .sa_data = {}};
+        if (how == ScriptedAnswer::Fault::kReset) connect(fd, &none, sizeof none);
         shutdown(fd, SHUT_RDWR);
       }
     }
@@ -65,7 +67,10 @@ struct ScriptedServer::Impl {
   void Answer(const httplib::Request& request, httplib::Response& response) {
     ScriptedAnswer answer = Take(request);
     if (answer.fault == ScriptedAnswer::Fault::kSilence) WaitForEnd();
-    if (answer.fault == ScriptedAnswer::Fault::kDropUnanswered) EndConnection(request.remote_port);
+    if (answer.fault == ScriptedAnswer::Fault::kDropUnanswered ||
+        answer.fault == ScriptedAnswer::Fault::kReset) {
+      EndConnection(request.remote_port, answer.fault);
+    }
     response.status = answer.status;
     for (const auto& [name, value] : answer.headers) response.set_header(name, value);
     if (answer.fault == ScriptedAnswer::Fault::kDropInBody) {

@@ -13,6 +13,7 @@ struct ScriptedAnswer {
     kNone,
     kDropInBody,      // the connection ends behind half of the body
     kDropUnanswered,  // the connection ends instead of an answer
+    kReset,           // the same, as a process that dies ends it
     kSilence,         // no answer until the server ends
   };
   int status = 200;
