@@ -125,14 +125,15 @@ void RequireNoSecret(const char* option, const std::string& url) {
                   option));
 }
 
-// The work files of one run would be prepared items of the next.
-void RequireRunOutside(const MigrateOptions& options) {
+// The work files of one run would be prepared items of the next, and a mailbox no mail of
+// anybody's.
+void RequireOutside(const MigrateOptions& options, const char* option, const std::string& path) {
   std::error_code error;
-  const auto absolute = std::filesystem::absolute(options.run, error);
-  const std::string run = std::filesystem::weakly_canonical(absolute, error).string() + "/";
+  const auto absolute = std::filesystem::absolute(path, error);
+  const std::string full = std::filesystem::weakly_canonical(absolute, error).string() + "/";
   for (const std::string& source : options.sources) {
-    if (!run.starts_with(source + "/")) continue;
-    throw UsageError(fmt::format("--run: {} lies in the source {}", options.run, source));
+    if (!full.starts_with(source + "/")) continue;
+    throw UsageError(fmt::format("{}: {} lies in the source {}", option, path, source));
   }
 }
 
@@ -157,7 +158,7 @@ void Complete(MigrateOptions& options) {
   if (options.run.empty() && !options.dryRun) throw UsageError("--run is needed");
   Target& target = options.target;
   for (std::string& source : options.sources) source = FullPath(source);
-  if (!options.run.empty()) RequireRunOutside(options);
+  if (!options.run.empty()) RequireOutside(options, "--run", options.run);
   target.address = options.to;
   if (target.Local()) {
     if (target.LocalFolder().empty()) throw UsageError("--to local: needs a folder behind it");
@@ -165,6 +166,7 @@ void Complete(MigrateOptions& options) {
     const auto folder =
         std::filesystem::weakly_canonical(std::filesystem::absolute(target.LocalFolder()), error);
     target.address = "local:" + folder.string();
+    RequireOutside(options, "--to", target.LocalFolder());
     RequireNothingOfServers(options);
     if (target.user.empty()) target.user = kLocalUser;
   } else if (options.to != "office365" && !options.to.starts_with("https://") &&
@@ -216,9 +218,11 @@ std::vector<std::string> EngineOptions(const MigrateOptions& options, const Loca
   return arguments;
 }
 
+// In any order they are the same.
 std::string SourcesText(const MigrateOptions& options) {
-  return nlohmann::json(options.sources)
-      .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  std::vector<std::string> sources = options.sources;
+  std::sort(sources.begin(), sources.end());
+  return nlohmann::json(sources).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 // A run folder that knew another source or target would hold rows that say nothing about this one.

@@ -59,6 +59,9 @@ void Show(const Options& options) {
   mail::LogNull log;
   Load(options.path, root, notes);
   mail::MimeMessage2& entity = EntityAt(root, options.part);
+  if (options.body && entity.partCount() > 0) {
+    throw SourceError("a multipart has no body of its own; --part names one of its parts");
+  }
   if (options.body) return WriteOutput(entity.body().view());
   if (options.bytes) {
     mail::DataBuffer bytes;

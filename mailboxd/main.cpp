@@ -115,6 +115,7 @@ int main(int argc, char** argv) {
   mail::installLibraryNarrow();
   Arguments arguments;
   CLI::App app("A local mailbox that speaks Exchange Web Services on 127.0.0.1.", "mailboxd");
+  app.set_version_flag("--version", "mailboxd " TARNY_VERSION);
   AddOptions(app, arguments);
   try {
     app.parse(argc, argv);
