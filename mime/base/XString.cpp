@@ -2,11 +2,6 @@
 
 #include <utility>
 
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
-#include "mime/base/LogNull.h"
-#include "platform/NarrowText.h"
-
 namespace mail {
 namespace {
 
@@ -102,28 +97,6 @@ bool XString::addTo(Form nForm, std::string_view strBytes) {
   m_arrUtf16.chop(strBytes.size());  // added, but no room for the NUL; there is when it is gone
   (void)m_arrUtf16.append(kNulUnit);
   return false;
-}
-
-unsigned XString::pageOf(Form nForm) {
-  if (nForm == kAnsi) return platform::AnsiCodePage();
-  return nForm == kUtf8 ? code_page::kUtf8 : code_page::kUtf16;
-}
-
-void XString::makeForm(Form nForm) {
-  if (!isValid() || m_aMade[nForm]) return;
-  m_aMade[nForm] = true;
-  EncodingConvert objConvert;
-  if (m_nSource == kUtf16 && nForm == kAnsi) {
-    objConvert.m_errorAction = EncodingConvert::kSubstitute;
-    (void)objConvert.setSubstitution("?");
-  }
-  const std::string_view strSource = bytesOf(m_nSource);
-  DataBuffer arrMade;
-  LogNull objLog;
-  // The result tells of characters that the form cannot hold; the others are there all the same.
-  (void)objConvert.convertText(pageOf(m_nSource), pageOf(nForm), strSource.data(), strSource.size(),
-                               arrMade, objLog);
-  (void)store(nForm, arrMade.view());
 }
 
 void XString::dropAllBut(Form nForm) {
