@@ -8,7 +8,7 @@
 
 #include <fmt/format.h>
 
-#include "client/Names.h"
+#include "client/OutputText.h"
 #include "client/SourceFiles.h"
 #include "platform/NarrowText.h"
 
@@ -47,13 +47,6 @@ void RequireOutputWritten() {
   std::cout.flush();
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good()) return;
   throw std::runtime_error(fmt::format("cannot write the output: {}", std::strerror(errno)));
-}
-
-std::string SizeText(std::size_t bytes) {
-  const auto size = static_cast<double>(bytes);
-  if (bytes >= 1024 * 1024) return fmt::format("{:.1f} MiB", size / (1024 * 1024));
-  if (bytes >= 1024) return fmt::format("{:.1f} KiB", size / 1024);
-  return fmt::format("{} byte{}", bytes, bytes == 1 ? "" : "s");
 }
 
 }  // namespace client

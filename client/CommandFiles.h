@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -22,8 +21,5 @@ std::string ReadMailFile(const std::string& path);
 void WriteOutput(std::string_view bytes);
 // Throws if anything of what was written to standard output so far did not get there.
 void RequireOutputWritten();
-
-// For people: "312 bytes", "1 byte", "1.5 KiB", "12.0 MiB".
-std::string SizeText(std::size_t bytes);
 
 }  // namespace client

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
-#include "client/Names.h"
+#include "client/OutputText.h"
 
 namespace client {
 

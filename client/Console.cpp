@@ -10,7 +10,7 @@
 
 #include <fmt/format.h>
 
-#include "client/Names.h"
+#include "client/OutputText.h"
 
 namespace client {
 namespace {

@@ -8,7 +8,7 @@
 #include "client/EmailJson.h"
 #include "client/EmailText.h"
 #include "client/MimeNotes.h"
-#include "client/Names.h"
+#include "client/OutputText.h"
 #include "client/Source.h"
 #include "mime/base/LogNull.h"
 #include "mime/email/EmailBuilding.h"

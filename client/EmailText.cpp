@@ -8,9 +8,8 @@
 #include <fmt/format.h>
 
 #include "client/Columns.h"
-#include "client/CommandFiles.h"
 #include "client/EmailJson.h"
-#include "client/Names.h"
+#include "client/OutputText.h"
 #include "client/Source.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/LogNull.h"

@@ -7,7 +7,7 @@
 #include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/ItemWriter.h"
-#include "client/Names.h"
+#include "client/OutputText.h"
 #include "client/PreparedItem.h"
 #include "client/Source.h"
 

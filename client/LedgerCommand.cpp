@@ -7,7 +7,7 @@
 #include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/LedgerLook.h"
-#include "client/Names.h"
+#include "client/OutputText.h"
 
 namespace client {
 namespace {

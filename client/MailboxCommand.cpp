@@ -17,6 +17,7 @@
 #include "client/Commands.h"
 #include "client/EmailText.h"
 #include "client/Names.h"
+#include "client/OutputText.h"
 #include "mailboxd/Store.h"
 #include "mime/base/LogNull.h"
 #include "mime/email/EmailBuilding.h"

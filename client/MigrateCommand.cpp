@@ -13,7 +13,7 @@
 #include "client/Console.h"
 #include "client/LocalMailbox.h"
 #include "client/Migration.h"
-#include "client/Names.h"
+#include "client/OutputText.h"
 #include "client/Secret.h"
 #include "client/Target.h"
 #include "engine/CommandLine.h"

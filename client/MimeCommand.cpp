@@ -9,7 +9,7 @@
 #include "client/MimeJson.h"
 #include "client/MimeNotes.h"
 #include "client/MimeText.h"
-#include "client/Names.h"
+#include "client/OutputText.h"
 #include "client/Source.h"
 #include "mime/base/LogNull.h"
 #include "mime/tree/MimeInput.h"

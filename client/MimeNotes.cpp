@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include "client/CommandFiles.h"
 #include "html/charset/CharsetNames.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/LogNull.h"

@@ -9,8 +9,7 @@
 #include <fmt/format.h>
 
 #include "client/Columns.h"
-#include "client/CommandFiles.h"
-#include "client/Names.h"
+#include "client/OutputText.h"
 #include "mime/base/LogNull.h"
 #include "mime/header/CkContentType.h"
 

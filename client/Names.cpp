@@ -9,13 +9,6 @@ bool IsForbiddenControl(char16_t unit) {
   return (unit < 0x20 && unit != u'\t' && unit != u'\r' && unit != u'\n') || unit >= 0xFFFE;
 }
 
-// Controls without a picture, line separators, and what turns the direction of text, so that a name
-// reads as another.
-bool DrivesTerminal(char16_t unit) {
-  return (unit >= 0x80 && unit < 0xA0) || (unit >= 0x2028 && unit <= 0x202E) ||
-         (unit >= 0x2066 && unit <= 0x2069) || unit == 0x200E || unit == 0x200F || unit == 0x061C;
-}
-
 // Cuts UTF-8 to at most so many bytes without splitting a character.
 std::string_view CutAtCharacter(std::string_view text, size_t bytes) {
   if (text.size() <= bytes) return text;
@@ -80,26 +73,6 @@ std::string FileName(std::string_view text) {
 
 std::string NumberedFileName(std::string_view name, int number) {
   return Fitted(name, " (" + std::to_string(number) + ")");
-}
-
-std::string OneLine(std::string_view text) {
-  std::u16string units = platform::Utf8ToUtf16(text);
-  for (char16_t& unit : units) {
-    if (unit == u'\t' || unit == u'\r' || unit == u'\n') {
-      unit = u' ';
-    } else if (unit < 0x20) {
-      unit = static_cast<char16_t>(u'\u2400' + unit);  // the picture of that control
-    } else if (unit == 0x7F) {
-      unit = u'\u2421';
-    } else if (DrivesTerminal(unit)) {
-      unit = u'\uFFFD';
-    }
-  }
-  return platform::Utf16ToUtf8(units);
-}
-
-std::string ItemCount(std::uint64_t count) {
-  return std::to_string(count) + (count == 1 ? " item" : " items");
 }
 
 }  // namespace client

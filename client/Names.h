@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -24,12 +23,5 @@ std::string NumberedFileName(std::string_view name, int number);
 
 // UTF-8 without the control characters that XML forbids; tab, CR and LF stay.
 std::string WithoutForbiddenControls(std::string_view text);
-
-// UTF-8 for a line of output: tabs and line ends become blanks and other control characters visible
-// signs, so that no name or server text can drive a terminal.
-std::string OneLine(std::string_view text);
-
-// "1 item", "2 items".
-std::string ItemCount(std::uint64_t count);
 
 }  // namespace client

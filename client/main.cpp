@@ -8,7 +8,7 @@
 
 #include "client/CommandFiles.h"
 #include "client/Commands.h"
-#include "client/Names.h"
+#include "client/OutputText.h"
 #include "html/charset/LibraryNarrow.h"
 
 namespace {

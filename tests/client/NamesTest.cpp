@@ -1,4 +1,5 @@
 #include "client/Names.h"
+#include "client/OutputText.h"
 
 #include <gtest/gtest.h>
 

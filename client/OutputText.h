@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// Texts for people, on a terminal or in a file.
+namespace client {
+
+// UTF-8 for a line of output: tabs and line ends become blanks and other control characters visible
+// signs, so that no name or server text can drive a terminal.
+std::string OneLine(std::string_view text);
+
+// "1 item", "2 items".
+std::string ItemCount(std::uint64_t count);
+
+// "312 bytes", "1 byte", "1.5 KiB", "12.0 MiB".
+std::string SizeText(std::size_t bytes);
+
+}  // namespace client
