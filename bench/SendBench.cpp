@@ -23,7 +23,6 @@
 #include <curl/curl.h>
 #include <fmt/format.h>
 
-#include "client/Console.h"
 #include "client/EngineProcess.h"
 #include "client/ItemWriter.h"
 #include "client/LedgerLook.h"
@@ -45,6 +44,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* kUser = "bench@local.example";
+
+void Say(const std::string& line) { fmt::print(stderr, "{}\n", line); }
 
 struct Case {
   int latency;   // milliseconds
@@ -195,14 +196,14 @@ class Bench {
   Bench(const std::string& folder, int latency)
       : m_run(folder + "/run"), m_server(Options(folder, latency)) {
     m_server.Start();
-    m_run.TakeOver(m_console);
+    m_run.TakeOver(Say);
     m_run.InstallEngine(TARNY_BIN "/TarnyOutlookEngine");
     m_engine.emplace(
         m_run,
         std::vector<std::string>{"--verify-certificates", "--safe", "--autodiscover-url",
                                  m_server.AutodiscoverUrl(), "--ca-file",
                                  m_server.CertificateFile(), "--trust-host", "127.0.0.1"},
-        std::vector<int>(), m_console);
+        std::vector<int>(), Say);
     client::Target target;
     target.user = kUser;
     target.password = "local";
@@ -238,7 +239,6 @@ class Bench {
     return options;
   }
 
-  client::Console m_console;
   client::RunFolder m_run;
   mailbox::Server m_server;
   std::optional<client::EngineProcess> m_engine;

@@ -2,7 +2,6 @@
 
 #include <sys/ioctl.h>
 #include <unistd.h>
-#include <csignal>
 
 #include <chrono>
 #include <cstdio>
@@ -16,15 +15,6 @@ namespace client {
 namespace {
 
 constexpr std::int64_t kRedrawMilliseconds = 100;
-
-volatile std::sig_atomic_t g_stop = 0;
-
-extern "C" void OnStopSignal(int) {
-  if (g_stop) _exit(1);
-  g_stop = 1;
-  constexpr std::string_view kText = "\ntarny: stopping after this item; once more ends at once\n";
-  (void)!write(STDERR_FILENO, kText.data(), kText.size());  // the item may wait for its server
-}
 
 std::int64_t Now() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -84,17 +74,6 @@ void Console::Progress(std::uint64_t done, std::uint64_t total, const std::strin
 void Console::EndProgress() {
   const std::lock_guard lock(m_mutex);
   Erase();
-}
-
-bool StopRequested() { return g_stop != 0; }
-
-void InstallStopHandler() {
-  struct sigaction action {};
-  action.sa_handler = OnStopSignal;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-  std::signal(SIGPIPE, SIG_IGN);
 }
 
 }  // namespace client

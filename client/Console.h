@@ -28,9 +28,4 @@ class Console {
   std::int64_t m_lastDrawn = 0;  // ms
 };
 
-// True once SIGINT or SIGTERM came. The first asks for a stop after the item in work, a second one
-// ends the process at once.
-bool StopRequested();
-void InstallStopHandler();
-
 }  // namespace client

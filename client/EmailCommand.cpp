@@ -54,7 +54,9 @@ int RunEmail(const Arguments& arguments) {
     const auto email = mail::buildEmail(source, /*bUtf8=*/false, log);
     if (email == nullptr) throw SourceError("this is no mail");
     if (html) {
-      WriteOutput(HtmlOfMail(*email).view());
+      const auto text = HtmlOfMail(*email);
+      if (!text) throw SourceError(kNoHtmlText);
+      WriteOutput(text->view());
     } else {
       WriteOutput(json ? Json(*email) : ReadableMail(*email));
     }

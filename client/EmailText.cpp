@@ -10,7 +10,6 @@
 #include "client/Columns.h"
 #include "client/EmailJson.h"
 #include "client/OutputText.h"
-#include "client/Source.h"
 #include "mime/base/AsciiText.h"
 #include "mime/base/LogNull.h"
 #include "mime/email/EmailLayout.h"
@@ -122,7 +121,7 @@ std::string ReadableMail(const mail::Email2& email) {
   return ReadableHead(EmailJson(email)) + "\n" + BodyText(email);
 }
 
-mail::StringBuffer HtmlOfMail(const mail::Email2& email) {
+std::optional<mail::StringBuffer> HtmlOfMail(const mail::Email2& email) {
   mail::LogNull log;
   for (const mail::ShownNode& shown : mail::layOut(email, log)) {
     if (shown.nRole != mail::Role::kHtml) continue;
@@ -133,7 +132,7 @@ mail::StringBuffer HtmlOfMail(const mail::Email2& email) {
     if (!taken) throw std::bad_alloc();
     return html;
   }
-  throw SourceError("the mail has no HTML text");
+  return std::nullopt;
 }
 
 }  // namespace client

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,7 +19,8 @@ std::string ReadableLines(std::string_view text);
 // The mail for a person at a terminal: subject, addresses, date, attachments, then the plain text;
 // UTF-8, free of control characters.
 std::string ReadableMail(const mail::Email2& email);
-// Its HTML text in UTF-8, as it stands. Throws SourceError if there is none.
-mail::StringBuffer HtmlOfMail(const mail::Email2& email);
+inline constexpr char kNoHtmlText[] = "the mail has no HTML text";
+// Its HTML text in UTF-8, as it stands; nothing if there is none.
+std::optional<mail::StringBuffer> HtmlOfMail(const mail::Email2& email);
 
 }  // namespace client

@@ -6,8 +6,6 @@
 
 #include <fmt/format.h>
 
-#include "client/Console.h"
-
 namespace client {
 namespace {
 
@@ -17,7 +15,7 @@ constexpr int kTries = 150;  // half a minute: a machine under load starts progr
 }  // namespace
 
 EngineProcess::EngineProcess(const RunFolder& run, const std::vector<std::string>& options,
-                             std::vector<int> inherited, Console& console) {
+                             std::vector<int> inherited, const Say& say) {
   Pipe messages = MakePipe();
   platform::ChildOptions start;
   start.arrArguments = {run.EngineProgram()};
@@ -32,8 +30,7 @@ EngineProcess::EngineProcess(const RunFolder& run, const std::vector<std::string
     throw RunError(fmt::format("the engine cannot be started: {}", error.what()));
   }
   messages.writeEnd.Reset();
-  m_drain = std::make_unique<LineDrain>(std::move(messages.readEnd),
-                                        [&console](const std::string& line) { console.Say(line); });
+  m_drain = std::make_unique<LineDrain>(std::move(messages.readEnd), say);
   AwaitEndpoint(run.Title());
 }
 

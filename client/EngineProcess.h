@@ -8,11 +8,10 @@
 #include "client/EngineClient.h"
 #include "client/LineDrain.h"
 #include "client/RunFolder.h"
+#include "client/RunMessages.h"
 #include "platform/ChildProcess.h"
 
 namespace client {
-
-class Console;
 
 // One engine, started in a run folder, with a session of its own. Its messages are shown as they
 // come. The destructor asks it to end and waits.
@@ -21,7 +20,7 @@ class EngineProcess {
   // options stand in front of the marker. inherited stay open in the engine besides the run
   // folder's lock. Throws RunError when the engine does not come up.
   EngineProcess(const RunFolder& run, const std::vector<std::string>& options,
-                std::vector<int> inherited, Console& console);
+                std::vector<int> inherited, const Say& say);
   ~EngineProcess();
   EngineProcess(const EngineProcess&) = delete;
   EngineProcess& operator=(const EngineProcess&) = delete;

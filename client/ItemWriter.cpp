@@ -1,12 +1,6 @@
 #include "client/ItemWriter.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
 #include <vector>
 
 #include <fmt/format.h>
@@ -14,30 +8,16 @@
 
 #include "client/Mbox.h"
 #include "client/Names.h"
+#include "client/PreparedItem.h"
 #include "client/Utf16Mail.h"
 #include "mime/base/LogNull.h"
 #include "mime/base/StringBuffer.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/tree/MimeInput.h"
 #include "platform/Unicode.h"
-#include "platform/UniqueFd.h"
 
 namespace client {
 namespace {
-
-void WriteFile(const std::string& path, std::string_view bytes) {
-  const auto fail = [&](int error) {
-    throw WorkFileError(path + " cannot be written: " + std::strerror(error));
-  };
-  const platform::UniqueFd file(
-      open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (!file) fail(errno);
-  while (!bytes.empty()) {
-    const ssize_t written = write(file.Get(), bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) fail(errno);
-    if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
-  }
-}
 
 std::string Utf16LittleEndian(std::string_view utf8) {
   std::string bytes;
@@ -135,20 +115,9 @@ std::string MimeBytes(std::string bytes) {
 }
 
 void WriteMail(const std::string& workFolder, const MailDescription& mail, std::string_view mime) {
-  WriteFile(workFolder + "/" + std::string(kMimeName), mime);
-  WriteFile(workFolder + "/" + std::string(kDescriptorName),
-            Utf16LittleEndian(DescriptorText(mail)));
-}
-
-void EmptyWorkFolder(const std::string& workFolder) {
-  std::error_code error;
-  std::filesystem::create_directory(workFolder, error);
-  for (auto entry = std::filesystem::directory_iterator(workFolder, error);
-       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    std::filesystem::remove_all(entry->path(), error);
-    if (error) break;
-  }
-  if (error) throw WorkFileError(workFolder + " cannot be emptied: " + error.message());
+  WriteWorkFile(workFolder + "/" + std::string(kMimeName), mime);
+  WriteWorkFile(workFolder + "/" + std::string(kDescriptorName),
+                Utf16LittleEndian(DescriptorText(mail)));
 }
 
 }  // namespace client

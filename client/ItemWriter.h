@@ -1,21 +1,14 @@
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "client/WorkFolder.h"
 #include "mime/MailHeader.h"
 
 namespace client {
 
-inline constexpr std::string_view kDescriptorName = "11comtextjj.t";
 inline constexpr std::string_view kMimeName = "EmlFile.Eml";
-
-// A work file could not be written; what() names it and says why.
-class WorkFileError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 // What the descriptor of a mail says besides its MIME content. Texts are UTF-8.
 struct MailDescription {
@@ -48,8 +41,5 @@ std::string MimeBytes(std::string bytes);
 // Writes the files of one mail into the work folder, the descriptor last. The folder must have been
 // emptied. Throws WorkFileError.
 void WriteMail(const std::string& workFolder, const MailDescription& mail, std::string_view mime);
-
-// Makes the folder if it is missing, and deletes all it holds. Throws WorkFileError.
-void EmptyWorkFolder(const std::string& workFolder);
 
 }  // namespace client

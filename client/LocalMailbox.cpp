@@ -9,8 +9,8 @@
 
 #include <fmt/format.h>
 
-#include "client/Console.h"
 #include "client/RunFolder.h"
+#include "client/StopRequest.h"
 
 namespace client {
 namespace {
@@ -39,17 +39,17 @@ struct Words {
 }  // namespace
 
 LocalMailbox::LocalMailbox(const std::string& program, const std::string& dataFolder,
-                           Console& console)
+                           const Say& say)
     : m_dataFolder(dataFolder) {
   Pipe messages = MakePipe();
   const platform::UniqueFd output = Start(program, messages.writeEnd);
   messages.writeEnd.Reset();
   auto words = std::make_shared<Words>();
   m_drain = std::make_unique<LineDrain>(std::move(messages.readEnd),
-                                        [words, &console](const std::string& line) {
+                                        [words, say](const std::string& line) {
                                           const std::lock_guard lock(words->mutex);
                                           words->last = line;
-                                          if (words->up) console.Say(line);
+                                          if (words->up) say(line);
                                         });
   const std::string line = ReadLine(output.Get());
   if (line.starts_with(kGreeting)) {

@@ -5,11 +5,10 @@
 #include <string>
 
 #include "client/LineDrain.h"
+#include "client/RunMessages.h"
 #include "platform/ChildProcess.h"
 
 namespace client {
-
-class Console;
 
 // A mailboxd of our own on a data folder. It lives as long as somebody holds the other end of its
 // standard input: we do, and the engine that works with it, so that it outlives a driver which dies
@@ -18,7 +17,7 @@ class LocalMailbox {
  public:
   // Throws RunError when it does not come up: another mailboxd serves the folder, for example. One
   // whose driver and engine have just gone is waited for.
-  LocalMailbox(const std::string& program, const std::string& dataFolder, Console& console);
+  LocalMailbox(const std::string& program, const std::string& dataFolder, const Say& say);
   ~LocalMailbox();
   LocalMailbox(const LocalMailbox&) = delete;
   LocalMailbox& operator=(const LocalMailbox&) = delete;

@@ -131,7 +131,10 @@ std::string MailText(const std::string& mime, bool html) {
   mail::LogNull log;
   const auto email = mail::buildEmail(mime, /*bUtf8=*/false, log);
   if (email == nullptr) throw std::runtime_error("this is no mail: --source shows it");
-  return html ? std::string(HtmlOfMail(*email).view()) : ReadableMail(*email);
+  if (!html) return ReadableMail(*email);
+  const auto text = HtmlOfMail(*email);
+  if (!text) throw std::runtime_error(kNoHtmlText);
+  return std::string(text->view());
 }
 
 nlohmann::ordered_json AddressJson(const mailbox::Address& address) {

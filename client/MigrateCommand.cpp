@@ -15,6 +15,7 @@
 #include "client/Migration.h"
 #include "client/OutputText.h"
 #include "client/Secret.h"
+#include "client/StopRequest.h"
 #include "client/Target.h"
 #include "engine/CommandLine.h"
 #include "ews/Settings.h"
@@ -344,7 +345,18 @@ void PrintSummary(const Summary& summary, const Plan& plan, const MigrateOptions
   std::cout << (plan.IsWhole() ? "\n" : "; not all of the source could be read\n");
 }
 
+// On a terminal only what failed gets a line, above the bar.
+void ShowStep(const Step& step, Console& console) {
+  if (step.failed) {
+    console.Say(step.line);
+  } else {
+    console.SayPlain(step.line);
+  }
+  console.Progress(step.done, step.total, step.name);
+}
+
 int Migrate(MigrateOptions& options, Console& console) {
+  const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
   const Plan plan = MakePlan(options.sources);
   if (options.dryRun) return ShowPlan(plan, options);
@@ -354,14 +366,14 @@ int Migrate(MigrateOptions& options, Console& console) {
   RequireUsable(options.target);
 
   RunFolder run(options.run);
-  run.TakeOver(console);
+  run.TakeOver(say);
   run.InstallEngine(OwnFolder() + "/TarnyOutlookEngine");
   Journal journal(run.File("journal.db"));
   RequireSameRun(journal, options, run);
   RequireUsableLedger(run);
   std::optional<LocalMailbox> local;
   if (options.target.Local()) {
-    local.emplace(OwnFolder() + "/mailboxd", options.target.LocalFolder(), console);
+    local.emplace(OwnFolder() + "/mailboxd", options.target.LocalFolder(), say);
   }
   const std::vector<std::string> engineOptions = EngineOptions(options, local ? &*local : nullptr);
   // The options stand in front of the marker here as in the engine.
@@ -378,8 +390,9 @@ int Migrate(MigrateOptions& options, Console& console) {
   journal.SetProperty("target", options.target.Name());
   Migration migration(
       {run, options.target, engineOptions, local ? &*local : nullptr, options.fromMime}, journal,
-      console);
+      say, [&console](const Step& step) { ShowStep(step, console); });
   const Summary summary = migration.Run(plan);
+  console.EndProgress();
   PrintSummary(summary, plan, options);
   std::cout.flush();
   if (!summary.stopped.empty()) {

@@ -6,10 +6,11 @@
 
 #include <fmt/format.h>
 
-#include "client/Console.h"
 #include "client/ItemWriter.h"
 #include "client/MailDate.h"
 #include "client/MailKey.h"
+#include "client/StopRequest.h"
+#include "client/WorkFolder.h"
 #include "mime/MailHeader.h"
 #include "mime/header/MailDate.h"
 #include "platform/Paths.h"
@@ -42,10 +43,11 @@ std::string WithoutDigits(std::string text) {
 
 }  // namespace
 
-Migration::Migration(Setup setup, Journal& journal, Console& console)
+Migration::Migration(Setup setup, Journal& journal, Say say, OnStep onStep)
     : m_setup(std::move(setup)),
       m_journal(journal),
-      m_console(console),
+      m_say(std::move(say)),
+      m_onStep(std::move(onStep)),
       m_ledger(m_setup.run.File(std::string(kLedgerName))),
       m_statusLog(m_setup.run.File(kStatusLogName)),
       m_trace(m_setup.run.File(kTraceName)) {}
@@ -66,7 +68,6 @@ Summary Migration::Run(const Plan& plan) {
   } catch (const std::exception& error) {  // what was done so far is told all the same
     m_summary.stopped = error.what();
   }
-  m_console.EndProgress();
   m_ledger.Close();
   m_engine.reset();
   return std::move(m_summary);
@@ -156,7 +157,7 @@ Migration::Outcome Migration::Send(const Plan::Entry& entry, const Content& cont
       end = m_engine ? m_engine->DescribeEnd() : "";
       m_engine.reset();
       m_folder.clear();
-      m_console.Say(fmt::format("The engine ended in the middle of {} ({}).", entry.name, end));
+      m_say(fmt::format("The engine ended in the middle of {} ({}).", entry.name, end));
       if (HasArrived(entry, content)) return {Outcome::Kind::kSent, {}};
     }
   }
@@ -232,7 +233,7 @@ void Migration::StartEngine() {
   std::vector<int> inherited;
   if (m_setup.localMailbox) inherited.push_back(m_setup.localMailbox->LifeLine());
   m_engine = std::make_unique<EngineProcess>(m_setup.run, m_setup.engineOptions,
-                                             std::move(inherited), m_console);
+                                             std::move(inherited), m_say);
   if (m_engine->Client().Logon(LoginRecord(m_setup.target))) return;
   m_engine.reset();
   const std::string reason = TryTarget(m_setup.target);
@@ -268,12 +269,7 @@ void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
       fmt::format("[{}/{}] {}: {}{}{}", m_summary.seen, m_summary.total, entry.name, word.text,
                   outcome.text.empty() ? "" : ": ", outcome.text);
   const bool failed = word.list == &m_summary.failures;
-  if (failed) {
-    m_console.Say(line);
-  } else {
-    m_console.SayPlain(line);
-  }
-  m_console.Progress(m_summary.seen, m_summary.total, entry.name);
+  m_onStep({m_summary.seen, m_summary.total, entry.name, line, failed});
 }
 
 std::string Migration::StopReason(const Outcome& outcome) {

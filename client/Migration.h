@@ -13,13 +13,12 @@
 #include "client/Plan.h"
 #include "client/PreparedItem.h"
 #include "client/RunFolder.h"
+#include "client/RunMessages.h"
 #include "client/StatusLog.h"
 #include "client/Target.h"
 #include "client/TraceLook.h"
 
 namespace client {
-
-class Console;
 
 // What a run came to.
 struct Summary {
@@ -48,7 +47,7 @@ class Migration {
     bool fromMime = false;  // descriptors carry subject and addresses of the mail's header
   };
   // Throws platform::SqliteError when the journal cannot be used.
-  Migration(Setup setup, Journal& journal, Console& console);
+  Migration(Setup setup, Journal& journal, Say say, OnStep onStep);
 
   Summary Run(const Plan& plan);
 
@@ -85,7 +84,8 @@ class Migration {
 
   Setup m_setup;
   Journal& m_journal;
-  Console& m_console;
+  Say m_say;
+  OnStep m_onStep;
   LedgerLook m_ledger;
   StatusLog m_statusLog;
   TraceLook m_trace;

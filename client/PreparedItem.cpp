@@ -1,17 +1,10 @@
 #include "client/PreparedItem.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <functional>
 #include <string_view>
 
-#include "client/ItemWriter.h"
 #include "pipeline/ItemDescriptor.h"
 #include "platform/Sha256.h"
 #include "platform/UniqueFd.h"
@@ -30,8 +23,10 @@ platform::UniqueFd OpenNamed(const std::string& folder, const std::string& name)
   }
 }
 
-void ReadNamed(const std::string& folder, const std::string& name,
-               const std::function<void(std::string_view)>& take) {
+}  // namespace
+
+void ReadPreparedFile(const std::string& folder, const std::string& name,
+                      const std::function<void(std::string_view)>& take) {
   const platform::UniqueFd file = OpenNamed(folder, name);
   try {
     ReadPieces(file, take);
@@ -39,24 +34,6 @@ void ReadNamed(const std::string& folder, const std::string& name,
     throw SourceError(name + " " + error.what());
   }
 }
-
-void CopyFile(const std::string& folder, const std::string& name, const std::string& to) {
-  const auto fail = [&] {
-    throw WorkFileError(to + " cannot be written: " + std::strerror(errno));
-  };
-  const platform::UniqueFd file(
-      open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (!file) fail();
-  ReadNamed(folder, name, [&](std::string_view bytes) {
-    while (!bytes.empty()) {
-      const ssize_t written = write(file.Get(), bytes.data(), bytes.size());
-      if (written < 0 && errno != EINTR) fail();
-      if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
-    }
-  });
-}
-
-}  // namespace
 
 bool HoldsDescriptor(const std::vector<FolderEntry>& entries) {
   return std::any_of(entries.begin(), entries.end(), [](const FolderEntry& entry) {
@@ -125,7 +102,7 @@ std::string HashPreparedFiles(const std::string& folder, const PreparedFiles& fi
   platform::Sha256 whole;
   for (const std::string& name : files.files) {
     platform::Sha256 content;
-    ReadNamed(folder, name, [&](std::string_view bytes) { content.Update(bytes); });
+    ReadPreparedFile(folder, name, [&](std::string_view bytes) { content.Update(bytes); });
     whole.Update(name);
     whole.Update(std::string_view("\0", 1));  // which no name holds
     whole.Update(content.Hex());
@@ -137,18 +114,6 @@ bool WantsImagePage(const PreparedFiles& files) {
   return std::any_of(files.files.begin(), files.files.end(), [](const std::string& name) {
     return name.size() == kImageList.size() && EndsWithNoCase(name, kImageList);
   });
-}
-
-void CopyPreparedFiles(const std::string& folder, const PreparedFiles& files,
-                       const std::string& workFolder) {
-  for (const std::string& name : files.folders) {
-    std::error_code error;
-    std::filesystem::create_directory(workFolder + "/" + name, error);
-    if (error) throw WorkFileError(workFolder + "/" + name + ": " + error.message());
-  }
-  for (const std::string& name : files.files) {
-    CopyFile(folder, name, workFolder + "/" + name);
-  }
 }
 
 }  // namespace client

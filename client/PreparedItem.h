@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "client/SourceFiles.h"
@@ -11,6 +13,8 @@
 // its companion files. Paths are of this system and may hold any bytes. Links are not taken: a
 // copied one would bring files of other places into the engine's work folder.
 namespace client {
+
+inline constexpr std::string_view kDescriptorName = "11comtextjj.t";
 
 // True if a folder of these entries is a prepared item: it holds a descriptor.
 bool HoldsDescriptor(const std::vector<FolderEntry>& entries);
@@ -39,8 +43,9 @@ std::string HashPreparedFiles(const std::string& folder, const PreparedFiles& fi
 // True if the engine is to make an image page of the item before it is inserted.
 bool WantsImagePage(const PreparedFiles& files);
 
-// Copies the files into a work folder that was emptied. Throws SourceError and WorkFileError.
-void CopyPreparedFiles(const std::string& folder, const PreparedFiles& files,
-                       const std::string& workFolder);
+// Hands over one of those files, a piece at a time. Throws SourceError with the file's name, and
+// what `take` throws.
+void ReadPreparedFile(const std::string& folder, const std::string& name,
+                      const std::function<void(std::string_view)>& take);
 
 }  // namespace client

@@ -15,8 +15,8 @@
 
 #include <fmt/format.h>
 
-#include "client/Console.h"
 #include "client/SourceFiles.h"
+#include "client/StopRequest.h"
 #include "platform/EndpointClient.h"
 
 namespace client {
@@ -107,7 +107,7 @@ RunFolder::RunFolder(const std::string& path) : m_path(AbsolutePath(path)) {
   }
 }
 
-void RunFolder::TakeOver(Console& console) {
+void RunFolder::TakeOver(const Say& say) {
   m_engineLock = OpenLock(File("lock"));
   bool told = false;
   auto lastAnswer = std::chrono::steady_clock::now();
@@ -118,7 +118,7 @@ void RunFolder::TakeOver(Console& console) {
     if (platform::EndpointClient::IsServed(Title())) {
       lastAnswer = now;
       if (!told) {
-        console.Say("An engine of an earlier run is still at work here; waiting for its item.");
+        say("An engine of an earlier run is still at work here; waiting for its item.");
         told = true;
       }
       if (!asked || now - *asked > kSilenceLimit) {

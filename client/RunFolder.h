@@ -4,11 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "client/RunMessages.h"
 #include "platform/UniqueFd.h"
 
 namespace client {
-
-class Console;
 
 inline constexpr size_t kMaxRunPath = 600;  // bytes of the absolute path
 
@@ -32,7 +31,7 @@ class RunFolder {
 
   // Takes the second lock. An engine that still holds it is asked to end and waited for. Throws
   // RunError when that engine does not answer, or on a request to stop.
-  void TakeOver(Console& console);
+  void TakeOver(const Say& say);
 
   // Puts the engine's program into the folder, as a hard link or a copy, unless it is there and the
   // same. Throws RunError.

@@ -56,7 +56,8 @@ class XString : public LibraryObject {
   bool appendForm(Form nForm, std::string_view strBytes);
   bool store(Form nForm, std::string_view strBytes);
   bool addTo(Form nForm, std::string_view strBytes);
-  void makeForm(Form nForm);  // with pageOf in html/charset/XStringForms.cpp, where charsets are known
+  void makeForm(
+      Form nForm);  // with pageOf in html/charset/XStringForms.cpp, where charsets are known
   static unsigned pageOf(Form nForm);
   void dropAllBut(Form nForm);  // nForm is what was set from now on
   std::string_view bytesOf(Form nForm) const;
