@@ -19,8 +19,8 @@
 #include <iconv.h>
 #include <unicode/ucnv.h>
 
+#include "base/LogNull.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/LogNull.h"
 
 namespace {
 

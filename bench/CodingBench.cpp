@@ -13,8 +13,8 @@
 #include <gmime/gmime.h>
 #include <openssl/evp.h>
 
+#include "base/LogNull.h"
 #include "bench/Timing.h"
-#include "mime/base/LogNull.h"
 #include "mime/encoding/ContentCoding.h"
 
 namespace {

@@ -16,9 +16,9 @@
 #include <fmt/format.h>
 #include <gmime/gmime.h>
 
+#include "base/LogNull.h"
 #include "bench/Timing.h"
 #include "html/charset/LibraryNarrow.h"
-#include "mime/base/LogNull.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"
 #include "mime/encoding/ContentCoding.h"

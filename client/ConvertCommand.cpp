@@ -9,11 +9,11 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "base/LogNull.h"
 #include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "html/charset/CharsetNames.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/LogNull.h"
 
 namespace client {
 namespace {

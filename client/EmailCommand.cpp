@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "base/LogNull.h"
 #include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/EmailJson.h"
@@ -10,7 +11,6 @@
 #include "client/MimeNotes.h"
 #include "client/OutputText.h"
 #include "client/Source.h"
-#include "mime/base/LogNull.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/tree/MimeInput.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "mime/base/LogNull.h"
+#include "base/LogNull.h"
 #include "mime/email/EmailLayout.h"
 #include "platform/Sha256.h"
 

@@ -7,11 +7,11 @@
 
 #include <fmt/format.h>
 
+#include "base/AsciiText.h"
+#include "base/LogNull.h"
 #include "client/Columns.h"
 #include "client/EmailJson.h"
 #include "client/OutputText.h"
-#include "mime/base/AsciiText.h"
-#include "mime/base/LogNull.h"
 #include "mime/email/EmailLayout.h"
 
 namespace client {

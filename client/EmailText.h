@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "mime/base/StringBuffer.h"
+#include "base/StringBuffer.h"
 #include "mime/email/Email2.h"
 
 namespace client {

@@ -6,12 +6,12 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "base/LogNull.h"
+#include "base/StringBuffer.h"
 #include "client/Mbox.h"
 #include "client/Names.h"
 #include "client/PreparedItem.h"
 #include "client/Utf16Mail.h"
-#include "mime/base/LogNull.h"
-#include "mime/base/StringBuffer.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/tree/MimeInput.h"
 #include "platform/Unicode.h"

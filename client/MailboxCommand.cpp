@@ -13,13 +13,13 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "base/LogNull.h"
 #include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/EmailText.h"
 #include "client/Names.h"
 #include "client/OutputText.h"
 #include "mailboxd/Store.h"
-#include "mime/base/LogNull.h"
 #include "mime/email/EmailBuilding.h"
 #include "platform/Sqlite.h"
 #include "platform/UniqueFd.h"

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "base/LogNull.h"
 #include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/MimeJson.h"
@@ -11,7 +12,6 @@
 #include "client/MimeText.h"
 #include "client/OutputText.h"
 #include "client/Source.h"
-#include "mime/base/LogNull.h"
 #include "mime/tree/MimeInput.h"
 
 namespace client {

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "mime/base/LogNull.h"
+#include "base/LogNull.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/ParameterList.h"
 #include "platform/Sha256.h"

@@ -7,11 +7,11 @@
 
 #include <fmt/format.h>
 
+#include "base/AsciiText.h"
+#include "base/ByteSearch.h"
+#include "base/LogNull.h"
 #include "html/charset/CharsetNames.h"
-#include "mime/base/AsciiText.h"
-#include "mime/base/LogNull.h"
 #include "mime/header/ParameterList.h"
-#include "mime/tree/ByteSearch.h"
 #include "mime/tree/MimeMessage2.h"
 
 namespace client {

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/LogBase.h"
 #include "client/SourceChecks.h"
-#include "mime/base/LogBase.h"
 #include "mime/tree/LoadObserver.h"
 
 namespace client {

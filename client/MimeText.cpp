@@ -8,9 +8,9 @@
 
 #include <fmt/format.h>
 
+#include "base/LogNull.h"
 #include "client/Columns.h"
 #include "client/OutputText.h"
-#include "mime/base/LogNull.h"
 #include "mime/header/CkContentType.h"
 
 namespace client {

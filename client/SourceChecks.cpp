@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "mime/base/AsciiText.h"
+#include "base/AsciiText.h"
 #include "mime/header/HeaderLines.h"
 
 namespace client {

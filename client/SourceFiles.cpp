@@ -10,8 +10,8 @@
 #include <cstring>
 #include <limits>
 
+#include "base/LogNull.h"
 #include "client/Mbox.h"
-#include "mime/base/LogNull.h"
 #include "mime/tree/MimeInput.h"
 
 namespace client {

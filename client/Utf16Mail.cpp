@@ -4,9 +4,9 @@
 #include <array>
 #include <string_view>
 
-#include "mime/base/LogNull.h"
+#include "base/ByteSearch.h"
+#include "base/LogNull.h"
 #include "mime/header/CkContentType.h"
-#include "mime/tree/ByteSearch.h"
 #include "mime/tree/MimeInput.h"
 #include "mime/tree/MimeWriting.h"
 

@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "mime/base/LogNull.h"
+#include "base/LogNull.h"
 #include "mime/header/CkEmailAddress.h"
 #include "platform/NarrowText.h"
 

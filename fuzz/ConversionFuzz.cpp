@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "base/LogNull.h"
 #include "html/charset/CharsetTables.h"
 #include "html/charset/EncodingConvert.h"
 #include "html/charset/StoredPages.h"
-#include "mime/base/LogNull.h"
 
 namespace {
 

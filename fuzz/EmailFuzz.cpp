@@ -3,11 +3,11 @@
 #include <string>
 #include <string_view>
 
+#include "base/LogNull.h"
 #include "mime/CkEmail.h"
-#include "mime/base/LogNull.h"
 #include "mime/email/ClsEmail.h"
-#include "mime/email/EmailLayout.h"
 #include "mime/email/EmailBuilding.h"
+#include "mime/email/EmailLayout.h"
 #include "mime/email/EmailWriter.h"
 
 // Mails from text. Whatever the text: it is asked for its HTML text and its attachments, gets

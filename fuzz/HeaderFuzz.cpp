@@ -2,8 +2,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/LogNull.h"
 #include "html/charset/CodePages.h"
-#include "mime/base/LogNull.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/ContentDisposition.h"
 #include "mime/header/MimeHeader.h"

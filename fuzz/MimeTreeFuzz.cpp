@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogNull.h"
-#include "mime/base/XString.h"
+#include "base/DataBuffer.h"
+#include "base/LogNull.h"
+#include "base/XString.h"
 #include "mime/tree/MimeInput.h"
 
 namespace {

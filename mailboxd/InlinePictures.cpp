@@ -4,7 +4,7 @@
 #include <array>
 #include <map>
 
-#include "mime/base/AsciiText.h"
+#include "base/AsciiText.h"
 #include "platform/Base64.h"
 
 namespace mailbox {

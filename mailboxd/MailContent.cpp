@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/LogNull.h"
 #include "mailboxd/AttachmentNames.h"
-#include "mime/base/LogNull.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"
 

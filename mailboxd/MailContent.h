@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "base/OwnedPtr.h"
 #include "mailboxd/Store.h"
 #include "mime/MailHeader.h"
-#include "mime/base/OwnedPtr.h"
 #include "mime/email/Email2.h"
 #include "mime/email/EmailLayout.h"
 

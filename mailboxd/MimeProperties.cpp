@@ -3,9 +3,9 @@
 #include <array>
 #include <optional>
 
+#include "base/AsciiText.h"
 #include "mailboxd/DateTime.h"
 #include "mime/MailHeader.h"
-#include "mime/base/AsciiText.h"
 #include "mime/header/MailDate.h"
 
 namespace mailbox {

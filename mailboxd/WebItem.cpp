@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "base/ExtPtrArray.h"
+#include "base/LogNull.h"
 #include "mailboxd/DownloadName.h"
 #include "mailboxd/InlinePictures.h"
 #include "mailboxd/MailOfItem.h"
 #include "mailboxd/WebHtml.h"
-#include "mime/base/ExtPtrArray.h"
-#include "mime/base/LogNull.h"
 #include "mime/header/CkEmailAddress.h"
 
 namespace mailbox::web {

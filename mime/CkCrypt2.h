@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mime/CkMultiByteBase.h"
+#include "base/CkMultiByteBase.h"
 
 // Stands for encryption. Programs make one beside the objects that they work with; it has no
 // operation.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mime/CkMultiByteBase.h"
+#include "base/CkMultiByteBase.h"
 
 // A mail: its text, sender and subject. See CkMultiByteBase for texts and results.
 class CkEmail : public CkMultiByteBase {

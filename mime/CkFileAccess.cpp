@@ -1,7 +1,7 @@
 #include "mime/CkFileAccess.h"
 
-#include "mime/base/ClsOperation.h"
-#include "mime/base/LibraryFiles.h"
+#include "base/ClsOperation.h"
+#include "base/LibraryFiles.h"
 
 namespace mail {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "mime/CkByteData.h"
-#include "mime/CkMultiByteBase.h"
+#include "base/CkByteData.h"
+#include "base/CkMultiByteBase.h"
 
 namespace mail {
 class ClsMime;

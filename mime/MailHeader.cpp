@@ -1,8 +1,8 @@
 #include "mime/MailHeader.h"
 
-#include "mime/base/AsciiText.h"
-#include "mime/base/ExtPtrArray.h"
-#include "mime/base/LogNull.h"
+#include "base/AsciiText.h"
+#include "base/ExtPtrArray.h"
+#include "base/LogNull.h"
 #include "mime/header/CkEmailAddress.h"
 #include "mime/tree/MimeInput.h"
 

@@ -11,7 +11,7 @@ trap 'rm -rf "$work"' EXIT
 echo 'int main() { return 0; }' > "$work/without.cpp"
 cat > "$work/with.cpp" <<'CPP'
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/LogNull.h"
+#include "base/LogNull.h"
 int main(int count, char** texts) {
   mail::EncodingConvert converter;
   mail::DataBuffer output;

@@ -9,9 +9,9 @@
 #include <optional>
 #include <string>
 
+#include "base/MemoryShortage.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/StoredPages.h"
-#include "mime/base/MemoryShortage.h"
 
 namespace mail::charset_tables {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "mime/base/LibraryObject.h"
-#include "mime/base/StringBuffer.h"
+#include "base/LibraryObject.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

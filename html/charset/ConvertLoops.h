@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "base/DataBuffer.h"
 #include "html/charset/AsciiRuns.h"
 #include "html/charset/ConvertRuns.h"
 #include "html/charset/SourcesAndSinks.h"
-#include "mime/base/DataBuffer.h"
 
 // The loop of the conversion engine, for any source and any sink, in one pass and without a text in
 // between. It takes runs where there are any for the two, copies stretches of ASCII whole where

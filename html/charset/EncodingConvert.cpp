@@ -5,6 +5,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "base/LogContextExitor.h"
+#include "base/StringBuffer.h"
 #include "html/charset/ByteOrderMarks.h"
 #include "html/charset/CharsetNames.h"
 #include "html/charset/CharsetTables.h"
@@ -14,8 +16,6 @@
 #include "html/charset/Korean.h"
 #include "html/charset/MacArabic.h"
 #include "html/charset/UtfForms.h"
-#include "mime/base/LogContextExitor.h"
-#include "mime/base/StringBuffer.h"
 #include "platform/NarrowText.h"
 
 namespace mail {

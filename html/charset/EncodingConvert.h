@@ -8,9 +8,9 @@
 #include <span>
 #include <string_view>
 
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
 #include "html/charset/PivotMarkers.h"
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
 
 namespace mail {
 

@@ -2,8 +2,8 @@
 
 #include <cstddef>
 
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
 
 namespace mail {
 

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "mime/base/DataBuffer.h"
+#include "base/DataBuffer.h"
 
 namespace mail {
 

@@ -3,10 +3,10 @@
 #include <cstring>
 #include <new>
 
+#include "base/DataBuffer.h"
 #include "html/charset/CharsetTables.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/ConvertLoops.h"
-#include "mime/base/DataBuffer.h"
 #include "platform/Unicode.h"
 
 namespace mail {

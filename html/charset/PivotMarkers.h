@@ -6,7 +6,7 @@
 #include <span>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
+#include "base/DataBuffer.h"
 
 namespace mail {
 

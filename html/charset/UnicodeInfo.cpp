@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/LogContextExitor.h"
 #include "html/charset/CharsetNames.h"
 #include "html/charset/CodePages.h"
-#include "mime/base/LogContextExitor.h"
 
 namespace mail {
 namespace {

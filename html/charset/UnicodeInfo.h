@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/LogBase.h"
 #include "html/charset/CkCharset.h"
-#include "mime/base/LogBase.h"
 
 namespace mail {
 

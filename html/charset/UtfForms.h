@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <span>
 
-#include "mime/base/DataBuffer.h"
+#include "base/DataBuffer.h"
 
 // Between the forms of Unicode. Output is appended; false for want of memory alone, unless said
 // otherwise. UTF-16 is in host order.

@@ -1,8 +1,8 @@
 // How one form of a text is made from another: the half of XString that converts.
+#include "base/LogNull.h"
+#include "base/XString.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/LogNull.h"
-#include "mime/base/XString.h"
 #include "platform/NarrowText.h"
 
 namespace mail {

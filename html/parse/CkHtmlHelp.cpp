@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "base/AsciiText.h"
 #include "html/parse/ParseEngine.h"
-#include "mime/base/AsciiText.h"
 
 namespace mail {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "mime/base/StringBuffer.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "mime/base/AsciiText.h"
+#include "base/AsciiText.h"
 
 namespace mail {
 

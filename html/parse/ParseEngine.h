@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mime/base/StringBuffer.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

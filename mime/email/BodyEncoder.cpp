@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "base/AsciiText.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/AsciiText.h"
 #include "mime/email/EmailWriter.h"
 #include "mime/encoding/ContentCoding.h"
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
 
 namespace mail {
 

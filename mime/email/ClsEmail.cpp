@@ -4,17 +4,17 @@
 #include <optional>
 #include <utility>
 
+#include "base/AsciiText.h"
+#include "base/ByteSearch.h"
+#include "base/ClsOperation.h"
+#include "base/LibraryFiles.h"
+#include "base/LogNull.h"
+#include "base/MemoryShortage.h"
 #include "html/charset/UnicodeInfo.h"
-#include "mime/base/AsciiText.h"
-#include "mime/base/ClsOperation.h"
-#include "mime/base/LibraryFiles.h"
-#include "mime/base/LogNull.h"
-#include "mime/base/MemoryShortage.h"
 #include "mime/email/EmailBodies.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"
 #include "mime/encoding/ContentCoding.h"
-#include "mime/tree/ByteSearch.h"
 
 namespace mail {
 namespace {

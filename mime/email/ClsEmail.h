@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-#include "mime/base/ClsBase.h"
-#include "mime/base/OwnedPtr.h"
-#include "mime/base/XString.h"
+#include "base/ClsBase.h"
+#include "base/OwnedPtr.h"
+#include "base/XString.h"
 #include "mime/email/Email2.h"
 
 namespace mail {

@@ -5,9 +5,9 @@
 #include <string>
 #include <utility>
 
+#include "base/ByteSearch.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/ContentDisposition.h"
-#include "mime/tree/ByteSearch.h"
 #include "mime/tree/MimeMessage2.h"
 
 namespace mail {

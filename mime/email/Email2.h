@@ -4,15 +4,15 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/DataBuffer.h"
+#include "base/ExtPtrArray.h"
+#include "base/LibraryObject.h"
+#include "base/LogBase.h"
+#include "base/OwnedPtr.h"
+#include "base/Rare.h"
+#include "base/StringBuffer.h"
+#include "base/Validity.h"
 #include "html/charset/CkCharset.h"
-#include "mime/base/DataBuffer.h"
-#include "mime/base/ExtPtrArray.h"
-#include "mime/base/LibraryObject.h"
-#include "mime/base/LogBase.h"
-#include "mime/base/OwnedPtr.h"
-#include "mime/base/Rare.h"
-#include "mime/base/StringBuffer.h"
-#include "mime/base/Validity.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/CkEmailAddress.h"
 #include "mime/header/MimeHeader.h"

@@ -4,7 +4,7 @@
 #include <array>
 #include <deque>
 
-#include "mime/base/AsciiText.h"
+#include "base/AsciiText.h"
 
 namespace mail {
 namespace {

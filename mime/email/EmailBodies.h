@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mime/base/LogBase.h"
+#include "base/LogBase.h"
 #include "mime/email/Email2.h"
 
 namespace mail {

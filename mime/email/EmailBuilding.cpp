@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include "mime/base/MemoryShortage.h"
+#include "base/ByteSearch.h"
+#include "base/MemoryShortage.h"
 #include "mime/email/EmailNormalisation.h"
-#include "mime/tree/ByteSearch.h"
 #include "mime/tree/MimeInput.h"
 #include "mime/tree/MimeMessage2.h"
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "mime/base/LogBase.h"
-#include "mime/base/OwnedPtr.h"
+#include "base/LogBase.h"
+#include "base/OwnedPtr.h"
 #include "mime/email/Email2.h"
 
 namespace mail {

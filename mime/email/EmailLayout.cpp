@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "base/ByteSearch.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/tree/ByteSearch.h"
 
 namespace mail {
 namespace {

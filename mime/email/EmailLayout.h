@@ -3,8 +3,8 @@
 #include <string_view>
 #include <vector>
 
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
 #include "mime/email/Email2.h"
 #include "mime/email/EmailBodies.h"
 

@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "mime/base/AsciiText.h"
+#include "base/AsciiText.h"
+#include "base/ByteSearch.h"
 #include "mime/encoding/UuCoding.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/ContentDisposition.h"
-#include "mime/tree/ByteSearch.h"
 #include "mime/tree/ContentTypeTable.h"
 #include "platform/Sha256.h"
 

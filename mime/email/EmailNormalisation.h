@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "mime/base/LogBase.h"
+#include "base/LogBase.h"
 #include "mime/tree/MimeMessage2.h"
 
 namespace mail {

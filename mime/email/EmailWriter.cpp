@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "base/ByteSearch.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "mime/email/BodyEncoder.h"
-#include "mime/tree/ByteSearch.h"
 
 namespace mail {
 namespace {

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
-#include "mime/base/StringBuffer.h"
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
 
 // The charsets that encoded words and parameters of mails name.
 namespace mail::encoded_words {

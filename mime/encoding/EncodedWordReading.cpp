@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "base/ByteSearch.h"
 #include "html/charset/CodePages.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
-#include "mime/tree/ByteSearch.h"
 
 // Reading "=?charset?Q?text?=" and "=?charset?B?text?=" within a value:
 //

@@ -4,8 +4,8 @@
 #include <array>
 #include <string>
 
+#include "base/StringBuffer.h"
 #include "html/charset/CharsetNames.h"
-#include "mime/base/StringBuffer.h"
 #include "mime/encoding/MailCharsetTable.h"
 
 namespace mail::mail_charset {

@@ -4,14 +4,14 @@
 #include <optional>
 #include <vector>
 
+#include "base/AsciiText.h"
+#include "base/ByteSearch.h"
+#include "base/DataBuffer.h"
+#include "base/LogNull.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/AsciiText.h"
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogNull.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
-#include "mime/tree/ByteSearch.h"
 
 namespace mail {
 namespace {

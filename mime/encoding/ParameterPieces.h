@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "mime/base/LogBase.h"
-#include "mime/base/StringBuffer.h"
+#include "base/LogBase.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

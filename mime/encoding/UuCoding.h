@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
+#include "base/DataBuffer.h"
 
 namespace mail {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "mime/base/AsciiText.h"
+#include "base/AsciiText.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/EncodedWordMarks.h"

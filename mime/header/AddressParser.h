@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "mime/base/ExtPtrArray.h"
-#include "mime/base/LogBase.h"
+#include "base/ExtPtrArray.h"
+#include "base/LogBase.h"
 #include "mime/header/CkEmailAddress.h"
 
 namespace mail {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "mime/base/StringBuffer.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "mime/base/LogBase.h"
-#include "mime/base/StringBuffer.h"
+#include "base/LogBase.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

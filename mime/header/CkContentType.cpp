@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "mime/base/AsciiText.h"
+#include "base/AsciiText.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/encoding/ParameterPieces.h"
 #include "mime/header/AttributeReader.h"

@@ -2,10 +2,10 @@
 
 #include <string_view>
 
+#include "base/LibraryObject.h"
+#include "base/LogBase.h"
+#include "base/StringBuffer.h"
 #include "html/charset/CkCharset.h"
-#include "mime/base/LibraryObject.h"
-#include "mime/base/LogBase.h"
-#include "mime/base/StringBuffer.h"
 
 namespace mail {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "mime/base/AsciiText.h"
+#include "base/AsciiText.h"
 #include "mime/encoding/ParameterPieces.h"
 #include "mime/header/AttributeReader.h"
 

@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-#include "mime/base/LibraryObject.h"
-#include "mime/base/LogBase.h"
-#include "mime/base/StringBuffer.h"
+#include "base/LibraryObject.h"
+#include "base/LogBase.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

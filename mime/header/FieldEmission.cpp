@@ -4,10 +4,10 @@
 #include <array>
 #include <string>
 
+#include "base/AsciiText.h"
 #include "html/charset/CharsetNames.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/AsciiText.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/header/AttributeCutter.h"

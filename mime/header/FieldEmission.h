@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
-#include "mime/base/StringBuffer.h"
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 
+#include "base/AsciiText.h"
+#include "base/StringBuffer.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/AsciiText.h"
-#include "mime/base/StringBuffer.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/header/CkContentType.h"

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
 
 namespace mail {
 

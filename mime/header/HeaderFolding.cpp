@@ -1,6 +1,6 @@
 #include "mime/header/HeaderFolding.h"
 
-#include "mime/base/AsciiText.h"
+#include "base/AsciiText.h"
 #include "mime/header/EncodedWordMarks.h"
 
 namespace mail {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "mime/base/StringBuffer.h"
+#include "base/StringBuffer.h"
 
 namespace mail {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "mime/base/AsciiText.h"
-#include "mime/base/ExtPtrArray.h"
+#include "base/AsciiText.h"
+#include "base/ExtPtrArray.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/ParameterPieces.h"
 #include "mime/header/AttributeWords.h"

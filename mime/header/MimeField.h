@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <string_view>
 
-#include "mime/base/LibraryObject.h"
-#include "mime/base/LogBase.h"
-#include "mime/base/StringBuffer.h"
-#include "mime/base/Validity.h"
+#include "base/LibraryObject.h"
+#include "base/LogBase.h"
+#include "base/StringBuffer.h"
+#include "base/Validity.h"
 #include "mime/header/MimeControl.h"
 
 namespace mail {

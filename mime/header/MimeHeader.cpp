@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "mime/base/AsciiText.h"
-#include "mime/base/DataBuffer.h"
+#include "base/AsciiText.h"
+#include "base/DataBuffer.h"
 #include "mime/header/FieldNames.h"
 #include "mime/header/HeaderCharset.h"
 #include "mime/header/HeaderLines.h"

@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <string_view>
 
-#include "mime/base/ExtPtrArray.h"
-#include "mime/base/LibraryObject.h"
-#include "mime/base/LogBase.h"
-#include "mime/base/OwnedPtr.h"
-#include "mime/base/StringBuffer.h"
+#include "base/ExtPtrArray.h"
+#include "base/LibraryObject.h"
+#include "base/LogBase.h"
+#include "base/OwnedPtr.h"
+#include "base/StringBuffer.h"
 #include "mime/header/MimeControl.h"
 #include "mime/header/MimeField.h"
 

@@ -4,8 +4,8 @@
 #include <map>
 #include <utility>
 
-#include "mime/base/AsciiText.h"
-#include "mime/base/StringBuffer.h"
+#include "base/AsciiText.h"
+#include "base/StringBuffer.h"
 #include "mime/encoding/ParameterPieces.h"
 #include "mime/header/AttributeReader.h"
 

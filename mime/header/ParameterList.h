@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mime/base/LogBase.h"
+#include "base/LogBase.h"
 
 namespace mail {
 

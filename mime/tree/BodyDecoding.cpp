@@ -4,15 +4,15 @@
 #include <array>
 #include <utility>
 
+#include "base/AsciiText.h"
+#include "base/ByteSearch.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
 #include "html/parse/CkHtmlHelp.h"
-#include "mime/base/AsciiText.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/encoding/UuCoding.h"
 #include "mime/header/CkContentType.h"
-#include "mime/tree/ByteSearch.h"
 #include "mime/tree/LineConversion.h"
 
 namespace mail {

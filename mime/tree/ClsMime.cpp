@@ -3,9 +3,9 @@
 #include <mutex>
 #include <new>
 
-#include "mime/base/ClsOperation.h"
-#include "mime/base/LibraryFiles.h"
-#include "mime/base/RefCountedObjectOwner.h"
+#include "base/ClsOperation.h"
+#include "base/LibraryFiles.h"
+#include "base/RefCountedObjectOwner.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/tree/MimeInput.h"
 

@@ -2,10 +2,10 @@
 
 #include <string_view>
 
-#include "mime/base/ClsBase.h"
-#include "mime/base/DataBuffer.h"
-#include "mime/base/OwnedPtr.h"
-#include "mime/base/XString.h"
+#include "base/ClsBase.h"
+#include "base/DataBuffer.h"
+#include "base/OwnedPtr.h"
+#include "base/XString.h"
 #include "mime/tree/SharedMime.h"
 
 namespace mail {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
-#include "mime/tree/ByteSearch.h"
+#include "base/ByteSearch.h"
 
 namespace mail {
 namespace {

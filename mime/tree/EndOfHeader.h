@@ -4,7 +4,7 @@
 #include <memory>
 #include <string_view>
 
-#include "mime/base/LogBase.h"
+#include "base/LogBase.h"
 #include "mime/tree/SourceText.h"
 
 namespace mail {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "mime/base/LogNull.h"
+#include "base/LogNull.h"
 
 namespace mail::line_conversion {
 namespace {

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
 #include "mime/tree/PassingBytes.h"
 
 namespace mail::line_conversion {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
+#include "base/DataBuffer.h"
 
 namespace mail::line_ends {
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
-#include "mime/base/LogBase.h"
+#include "base/DataBuffer.h"
+#include "base/LogBase.h"
 #include "mime/tree/MimeMessage2.h"
 
 namespace mail {

@@ -5,11 +5,11 @@
 #include <new>
 #include <utility>
 
+#include "base/ByteSearch.h"
+#include "base/LogNull.h"
 #include "html/charset/CodePages.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/LogNull.h"
 #include "mime/tree/BodyDecoding.h"
-#include "mime/tree/ByteSearch.h"
 #include "mime/tree/LoadObserver.h"
 
 namespace mail {

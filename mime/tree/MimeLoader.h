@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "mime/base/LogBase.h"
+#include "base/LogBase.h"
 #include "mime/tree/EndOfHeader.h"
 #include "mime/tree/MimeMessage2.h"
 #include "mime/tree/SourceText.h"

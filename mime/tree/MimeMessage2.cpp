@@ -2,14 +2,14 @@
 
 #include <utility>
 
+#include "base/AsciiText.h"
+#include "base/ByteSearch.h"
+#include "base/LogNull.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/AsciiText.h"
-#include "mime/base/LogNull.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/ContentDisposition.h"
-#include "mime/tree/ByteSearch.h"
 #include "mime/tree/LineConversion.h"
 #include "mime/tree/MimeLoader.h"
 #include "mime/tree/MimeWriting.h"

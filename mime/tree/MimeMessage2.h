@@ -4,14 +4,14 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/DataBuffer.h"
+#include "base/ExtPtrArray.h"
+#include "base/LibraryObject.h"
+#include "base/LogBase.h"
+#include "base/Rare.h"
+#include "base/StringBuffer.h"
+#include "base/XString.h"
 #include "html/charset/CkCharset.h"
-#include "mime/base/DataBuffer.h"
-#include "mime/base/ExtPtrArray.h"
-#include "mime/base/LibraryObject.h"
-#include "mime/base/LogBase.h"
-#include "mime/base/Rare.h"
-#include "mime/base/StringBuffer.h"
-#include "mime/base/XString.h"
 #include "mime/header/MimeHeader.h"
 
 namespace mail {

@@ -4,10 +4,10 @@
 #include <array>
 #include <new>
 
+#include "base/ByteSearch.h"
+#include "base/LogNull.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/LogNull.h"
 #include "mime/encoding/ContentCoding.h"
-#include "mime/tree/ByteSearch.h"
 #include "mime/tree/PassingBytes.h"
 
 namespace mail {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
+#include "base/DataBuffer.h"
 #include "platform/MemoryPages.h"
 
 namespace mail {

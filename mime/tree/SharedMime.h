@@ -5,8 +5,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "mime/base/OwnedPtr.h"
-#include "mime/base/RefCountedObject.h"
+#include "base/OwnedPtr.h"
+#include "base/RefCountedObject.h"
 #include "mime/tree/MimeMessage2.h"
 
 namespace mail {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string>
 
-#include "mime/base/AsciiText.h"
-#include "mime/tree/ByteSearch.h"
+#include "base/AsciiText.h"
+#include "base/ByteSearch.h"
 #include "mime/tree/DelimiterLine.h"
 
 namespace mail {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string_view>
 
-#include "mime/base/DataBuffer.h"
+#include "base/DataBuffer.h"
 #include "mime/tree/DelimiterIndex.h"
 #include "mime/tree/PassingBytes.h"
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/LogNull.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/LogNull.h"
 
 // What a conversion gave.
 struct Converted {

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "ConversionSupport.h"
+#include "base/CkLogger.h"
 #include "html/charset/CharsetTables.h"
-#include "mime/base/CkLogger.h"
 #include "platform/NarrowText.h"
 
 namespace {

@@ -13,9 +13,9 @@
 #include <gtest/gtest.h>
 
 #include "CharsetPeer.h"
+#include "base/LogNull.h"
 #include "html/charset/CharsetTables.h"
 #include "html/charset/EncodingConvert.h"
-#include "mime/base/LogNull.h"
 
 namespace {
 

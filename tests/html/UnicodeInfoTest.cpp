@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/CkLogger.h"
+#include "base/LogNull.h"
 #include "html/charset/UnicodeInfo.h"
-#include "mime/base/CkLogger.h"
-#include "mime/base/LogNull.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <string>
 
-#include "mime/base/LogNull.h"
+#include "base/LogNull.h"
 #include "mime/header/ContentDisposition.h"
 #include "mime/header/MimeHeader.h"
 #include "platform/NarrowText.h"

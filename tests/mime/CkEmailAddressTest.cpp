@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "mime/base/LogNull.h"
+#include "base/LogNull.h"
 #include "platform/NarrowText.h"
 
 namespace {

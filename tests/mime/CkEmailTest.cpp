@@ -5,10 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/CkLogger.h"
 #include "mime/CkCrypt2.h"
 #include "mime/CkFileAccess.h"
 #include "mime/CkMailMan.h"
-#include "mime/base/CkLogger.h"
 #include "mime/email/ClsEmail.h"
 #include "mime/email/EmailBodies.h"
 #include "mime/email/EmailBuilding.h"

@@ -9,10 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include "base/CkLogger.h"
+#include "base/LogNull.h"
 #include "html/charset/CharsetNames.h"
 #include "html/charset/CodePages.h"
-#include "mime/base/CkLogger.h"
-#include "mime/base/LogNull.h"
 #include "mime/encoding/MailCharsetTable.h"
 #include "tests/support/NaiveCoding.h"
 

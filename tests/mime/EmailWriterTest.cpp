@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "mime/base/CkLogger.h"
+#include "base/CkLogger.h"
 #include "mime/email/BodyEncoder.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/encoding/ContentCoding.h"

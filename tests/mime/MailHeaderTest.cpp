@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "mime/base/AsciiText.h"
-#include "mime/base/LogNull.h"
+#include "base/AsciiText.h"
+#include "base/LogNull.h"
 #include "mime/tree/MimeInput.h"
 #include "tests/support/MailFiles.h"
 

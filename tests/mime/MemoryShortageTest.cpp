@@ -13,10 +13,10 @@
 #include <string>
 #include <string_view>
 
+#include "base/Reallocate.h"
 #include "mime/CkEmail.h"
 #include "mime/CkFileAccess.h"
 #include "mime/CkMime.h"
-#include "mime/base/Reallocate.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "base/LogNull.h"
 #include "html/charset/CharsetNames.h"
-#include "mime/base/LogNull.h"
 #include "mime/header/HeaderFolding.h"
 #include "mime/header/MimeHeader.h"
 #include "platform/NarrowText.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "mime/base/LogNull.h"
+#include "base/LogNull.h"
 #include "mime/header/CkContentType.h"
 #include "platform/NarrowText.h"
 

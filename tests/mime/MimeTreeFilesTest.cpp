@@ -2,8 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/LogNull.h"
 #include "client/MimeJson.h"
-#include "mime/base/LogNull.h"
 #include "mime/tree/MimeInput.h"
 #include "tests/support/MailFiles.h"
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "mime/base/LogNull.h"
-#include "mime/base/Reallocate.h"
-#include "mime/base/XString.h"
+#include "base/LogNull.h"
+#include "base/Reallocate.h"
+#include "base/XString.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/tree/MimeMessage2.h"
 #include "mime/tree/PassingBytes.h"

@@ -12,9 +12,9 @@
 
 #include <fmt/format.h>
 
-#include "mime/base/AsciiText.h"
-#include "mime/base/LogNull.h"
-#include "mime/tree/ByteSearch.h"
+#include "base/AsciiText.h"
+#include "base/ByteSearch.h"
+#include "base/LogNull.h"
 #include "mime/tree/MimeInput.h"
 #include "mime/tree/MimeWriting.h"
 #include "tests/support/MailFiles.h"

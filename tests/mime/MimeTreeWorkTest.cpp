@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "mime/base/LogNull.h"
+#include "base/LogNull.h"
 #include "mime/tree/MimeInput.h"
 #include "mime/tree/MimeMessage2.h"
 

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "mime/base/CkLogger.h"
-#include "mime/base/LogNull.h"
+#include "base/CkLogger.h"
+#include "base/LogNull.h"
 
 namespace {
 
