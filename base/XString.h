@@ -57,7 +57,7 @@ class XString : public LibraryObject {
   bool store(Form nForm, std::string_view strBytes);
   bool addTo(Form nForm, std::string_view strBytes);
   void makeForm(
-      Form nForm);  // with pageOf in html/charset/XStringForms.cpp, where charsets are known
+      Form nForm);  // with pageOf in charset/XStringForms.cpp, where charsets are known
   static unsigned pageOf(Form nForm);
   void dropAllBut(Form nForm);  // nForm is what was set from now on
   std::string_view bytesOf(Form nForm) const;

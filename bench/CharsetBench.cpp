@@ -20,7 +20,7 @@
 #include <unicode/ucnv.h>
 
 #include "base/LogNull.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/EncodingConvert.h"
 
 namespace {
 

@@ -18,7 +18,7 @@
 
 #include "base/LogNull.h"
 #include "bench/Timing.h"
-#include "html/charset/LibraryNarrow.h"
+#include "charset/LibraryNarrow.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"
 #include "mime/encoding/ContentCoding.h"

@@ -23,6 +23,7 @@
 #include <curl/curl.h>
 #include <fmt/format.h>
 
+#include "charset/LibraryNarrow.h"
 #include "client/EngineProcess.h"
 #include "client/ItemWriter.h"
 #include "client/LedgerLook.h"
@@ -35,7 +36,6 @@
 #include "ews/FolderId.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
-#include "html/charset/LibraryNarrow.h"
 #include "mailboxd/Server.h"
 #include "platform/Paths.h"
 

@@ -10,10 +10,10 @@
 #include <CLI/CLI.hpp>
 
 #include "base/LogNull.h"
+#include "charset/CharsetNames.h"
+#include "charset/EncodingConvert.h"
 #include "client/CommandFiles.h"
 #include "client/Commands.h"
-#include "html/charset/CharsetNames.h"
-#include "html/charset/EncodingConvert.h"
 
 namespace client {
 namespace {

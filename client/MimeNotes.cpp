@@ -10,7 +10,7 @@
 #include "base/AsciiText.h"
 #include "base/ByteSearch.h"
 #include "base/LogNull.h"
-#include "html/charset/CharsetNames.h"
+#include "charset/CharsetNames.h"
 #include "mime/header/ParameterList.h"
 #include "mime/tree/MimeMessage2.h"
 

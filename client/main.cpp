@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include "charset/LibraryNarrow.h"
 #include "client/CommandFiles.h"
 #include "client/Commands.h"
 #include "client/OutputText.h"
-#include "html/charset/LibraryNarrow.h"
 
 namespace {
 

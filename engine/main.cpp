@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "charset/LibraryNarrow.h"
 #include "engine/CCTarnyOutlookEngneApp.h"
-#include "html/charset/LibraryNarrow.h"
 
 int main(int argc, char** argv) {
   umask(077);  // ledger, logs and work files are the user's alone

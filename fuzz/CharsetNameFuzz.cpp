@@ -1,8 +1,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "html/charset/CharsetNames.h"
-#include "html/charset/CkCharset.h"
+#include "charset/CharsetNames.h"
+#include "charset/CkCharset.h"
 #include "platform/NarrowText.h"
 
 // Whatever a name is, normalising makes it no longer; and a value made from it holds the page that

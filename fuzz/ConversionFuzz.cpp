@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "base/LogNull.h"
-#include "html/charset/CharsetTables.h"
-#include "html/charset/EncodingConvert.h"
-#include "html/charset/StoredPages.h"
+#include "charset/CharsetTables.h"
+#include "charset/EncodingConvert.h"
+#include "charset/StoredPages.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "base/LogNull.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/EncodingConvert.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/ParameterPieces.h"
 #include "tests/support/NaiveCoding.h"

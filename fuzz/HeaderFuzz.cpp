@@ -3,7 +3,7 @@
 #include <string>
 
 #include "base/LogNull.h"
-#include "html/charset/CodePages.h"
+#include "charset/CodePages.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/ContentDisposition.h"
 #include "mime/header/MimeHeader.h"

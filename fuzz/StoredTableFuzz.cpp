@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "html/charset/HashConvert.h"
-#include "html/charset/StoredTable.h"
-#include "html/charset/UnicodeLookup.h"
+#include "charset/HashConvert.h"
+#include "charset/StoredTable.h"
+#include "charset/UnicodeLookup.h"
 #include "platform/Base64.h"
 
 namespace {

@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "html/charset/LibraryNarrow.h"
+#include "charset/LibraryNarrow.h"
 #include "mailboxd/Server.h"
 #include "platform/UniqueFd.h"
 

@@ -10,7 +10,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 echo 'int main() { return 0; }' > "$work/without.cpp"
 cat > "$work/with.cpp" <<'CPP'
-#include "html/charset/EncodingConvert.h"
+#include "charset/EncodingConvert.h"
 #include "base/LogNull.h"
 int main(int count, char** texts) {
   mail::EncodingConvert converter;

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes html/charset/StoredPages.cpp: the mapping of every code page, as text constants.
+"""Makes charset/StoredPages.cpp: the mapping of every code page, as text constants.
 
 usage: make_charset_tables.py NLS_FOLDER DATA_FOLDER [OUTPUT]
 
@@ -193,7 +193,7 @@ def literal(text):
 def write(pages, path):
     out = ["// The code pages as stored tables. Made by scripts/make_charset_tables.py; do not edit.",
            "",
-           '#include "html/charset/StoredPages.h"', "",
+           '#include "charset/StoredPages.h"', "",
            "namespace mail {", "namespace {", "", "// clang-format off"]
     rows = []
     for number in sorted(pages):
@@ -214,7 +214,7 @@ def main():
     if len(sys.argv) not in (3, 4):
         sys.exit(__doc__)
     nls, data = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
-    output = pathlib.Path(sys.argv[3]) if len(sys.argv) == 4 else ROOT / "html/charset/StoredPages.cpp"
+    output = pathlib.Path(sys.argv[3]) if len(sys.argv) == 4 else ROOT / "charset/StoredPages.cpp"
     pages = {number: nls_page(nls, number, number) for number in SINGLE_PAGES}
     for number, file_number in DOUBLE_PAGES.items():
         pages[number] = nls_page(nls, number, file_number)

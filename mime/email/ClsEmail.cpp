@@ -10,7 +10,7 @@
 #include "base/LibraryFiles.h"
 #include "base/LogNull.h"
 #include "base/MemoryShortage.h"
-#include "html/charset/UnicodeInfo.h"
+#include "charset/UnicodeInfo.h"
 #include "mime/email/EmailBodies.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"

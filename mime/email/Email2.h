@@ -12,7 +12,7 @@
 #include "base/Rare.h"
 #include "base/StringBuffer.h"
 #include "base/Validity.h"
-#include "html/charset/CkCharset.h"
+#include "charset/CkCharset.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/CkEmailAddress.h"
 #include "mime/header/MimeHeader.h"

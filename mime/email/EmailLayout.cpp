@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "base/ByteSearch.h"
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
 
 namespace mail {
 namespace {

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "base/ByteSearch.h"
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
 #include "mime/email/BodyEncoder.h"
 
 namespace mail {

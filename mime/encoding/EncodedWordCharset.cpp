@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "base/AsciiText.h"
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
 #include "mime/encoding/MailCharset.h"
 #include "platform/Unicode.h"
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "base/ByteSearch.h"
-#include "html/charset/CodePages.h"
+#include "charset/CodePages.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
 

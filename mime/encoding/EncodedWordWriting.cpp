@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
 #include "platform/Base64.h"

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "base/StringBuffer.h"
-#include "html/charset/CharsetNames.h"
+#include "charset/CharsetNames.h"
 #include "mime/encoding/MailCharsetTable.h"
 
 namespace mail::mail_charset {

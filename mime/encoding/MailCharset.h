@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "html/charset/CkCharset.h"
+#include "charset/CkCharset.h"
 
 // Charsets as mails name them. The library's lookup (CharsetNames.h) knows the registered names and
 // guesses at none. Mailers write many more: "iso8859-1", "cp932", "win-1251". Who reads mail asks

@@ -8,8 +8,8 @@
 #include "base/ByteSearch.h"
 #include "base/DataBuffer.h"
 #include "base/LogNull.h"
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
 

@@ -5,7 +5,7 @@
 #include "base/LibraryObject.h"
 #include "base/LogBase.h"
 #include "base/StringBuffer.h"
-#include "html/charset/CkCharset.h"
+#include "charset/CkCharset.h"
 
 namespace mail {
 

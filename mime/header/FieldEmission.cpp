@@ -5,9 +5,9 @@
 #include <string>
 
 #include "base/AsciiText.h"
-#include "html/charset/CharsetNames.h"
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/CharsetNames.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/header/AttributeCutter.h"

@@ -5,8 +5,8 @@
 
 #include "base/AsciiText.h"
 #include "base/StringBuffer.h"
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/header/CkContentType.h"

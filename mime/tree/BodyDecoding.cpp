@@ -6,9 +6,9 @@
 
 #include "base/AsciiText.h"
 #include "base/ByteSearch.h"
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
-#include "html/parse/CkHtmlHelp.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
+#include "html/CkHtmlHelp.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/encoding/UuCoding.h"

@@ -2,7 +2,7 @@
 
 #include "base/DataBuffer.h"
 #include "base/LogBase.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/EncodingConvert.h"
 #include "mime/tree/PassingBytes.h"
 
 namespace mail::line_conversion {

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
 
 namespace mail {
 namespace {

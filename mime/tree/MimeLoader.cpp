@@ -7,8 +7,8 @@
 
 #include "base/ByteSearch.h"
 #include "base/LogNull.h"
-#include "html/charset/CodePages.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
 #include "mime/tree/BodyDecoding.h"
 #include "mime/tree/LoadObserver.h"
 

@@ -5,7 +5,7 @@
 #include "base/AsciiText.h"
 #include "base/ByteSearch.h"
 #include "base/LogNull.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/EncodingConvert.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/CkContentType.h"

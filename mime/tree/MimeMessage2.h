@@ -11,7 +11,7 @@
 #include "base/Rare.h"
 #include "base/StringBuffer.h"
 #include "base/XString.h"
-#include "html/charset/CkCharset.h"
+#include "charset/CkCharset.h"
 #include "mime/header/MimeHeader.h"
 
 namespace mail {

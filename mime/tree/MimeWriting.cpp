@@ -6,7 +6,7 @@
 
 #include "base/ByteSearch.h"
 #include "base/LogNull.h"
-#include "html/charset/EncodingConvert.h"
+#include "charset/EncodingConvert.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/tree/PassingBytes.h"
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "html/charset/LibraryNarrow.h"
+#include "charset/LibraryNarrow.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "tests/pipeline/TempRunFolder.h"
 

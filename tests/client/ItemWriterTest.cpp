@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "charset/LibraryNarrow.h"
 #include "client/StatusLog.h"
-#include "html/charset/LibraryNarrow.h"
 #include "platform/Unicode.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,10 +1,10 @@
-#include "html/parse/CkHtmlHelp.h"
+#include "html/CkHtmlHelp.h"
 
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "html/parse/ParseEngine.h"
+#include "html/ParseEngine.h"
 
 namespace {
 

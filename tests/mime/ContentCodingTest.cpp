@@ -11,8 +11,8 @@
 
 #include "base/CkLogger.h"
 #include "base/LogNull.h"
-#include "html/charset/CharsetNames.h"
-#include "html/charset/CodePages.h"
+#include "charset/CharsetNames.h"
+#include "charset/CodePages.h"
 #include "mime/encoding/MailCharsetTable.h"
 #include "tests/support/NaiveCoding.h"
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "base/LogNull.h"
-#include "html/charset/CharsetNames.h"
+#include "charset/CharsetNames.h"
 #include "mime/header/HeaderFolding.h"
 #include "mime/header/MimeHeader.h"
 #include "platform/NarrowText.h"

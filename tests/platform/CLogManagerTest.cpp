@@ -8,7 +8,7 @@
 #include <csignal>
 
 #include "TempFolder.h"
-#include "html/charset/LibraryNarrow.h"
+#include "charset/LibraryNarrow.h"
 #include "platform/NarrowText.h"
 #include "platform/UniqueFd.h"
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "html/charset/LibraryNarrow.h"
+#include "charset/LibraryNarrow.h"
 #include "platform/NarrowText.h"
 
 namespace {
