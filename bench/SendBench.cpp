@@ -24,12 +24,12 @@
 #include <fmt/format.h>
 
 #include "charset/LibraryNarrow.h"
-#include "client/EngineProcess.h"
-#include "client/ItemWriter.h"
-#include "client/LedgerLook.h"
-#include "client/RunFolder.h"
-#include "client/StatusLog.h"
-#include "client/Target.h"
+#include "client/run/EngineProcess.h"
+#include "client/run/ItemWriter.h"
+#include "client/run/LedgerLook.h"
+#include "client/run/RunFolder.h"
+#include "client/run/StatusLog.h"
+#include "client/run/Target.h"
 #include "ews/EmailMessage.h"
 #include "ews/EwsTransport.h"
 #include "ews/ExchangeService.h"

@@ -15,8 +15,8 @@
 
 #include <fmt/format.h>
 
-#include "client/EngineProcess.h"
-#include "client/RunFolder.h"
+#include "client/run/EngineProcess.h"
+#include "client/run/RunFolder.h"
 #include "platform/ChildProcess.h"
 
 namespace {

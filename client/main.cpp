@@ -7,9 +7,9 @@
 #include <string_view>
 
 #include "charset/LibraryNarrow.h"
-#include "client/CommandFiles.h"
-#include "client/Commands.h"
-#include "client/OutputText.h"
+#include "client/commands/CommandFiles.h"
+#include "client/commands/Commands.h"
+#include "client/show/OutputText.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "client/Mbox.h"
+#include "client/sources/Mbox.h"
 
 // Mbox files. However the bytes are cut into reads, the same mails are found, and those that a
 // reader of whole lines finds; from the first mail on each byte of the file belongs to one of them.

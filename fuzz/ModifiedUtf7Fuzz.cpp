@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "client/ModifiedUtf7.h"
+#include "client/sources/ModifiedUtf7.h"
 #include "platform/Unicode.h"
 
 // Folder names in modified UTF-7. Any text that is written by the rules is read back as it was; a

@@ -6,7 +6,7 @@
 #include <optional>
 #include <thread>
 
-#include "client/LineDrain.h"
+#include "client/run/LineDrain.h"
 #include "platform/ChildProcess.h"
 #include "tests/mailboxd/LocalMailbox.h"
 

@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "client/LineDrain.h"
+#include "client/run/LineDrain.h"
 #include "platform/ChildProcess.h"
 #include "tests/mailboxd/HttpCall.h"
 #include "tests/mailboxd/LocalMailbox.h"

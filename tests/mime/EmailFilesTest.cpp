@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/LogNull.h"
-#include "client/EmailJson.h"
+#include "client/show/EmailJson.h"
 #include "mime/email/EmailBodies.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"

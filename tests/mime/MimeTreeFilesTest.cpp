@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/LogNull.h"
-#include "client/MimeJson.h"
+#include "client/show/MimeJson.h"
 #include "mime/tree/MimeInput.h"
 #include "tests/support/MailFiles.h"
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "client/EngineClient.h"
+#include "client/run/EngineClient.h"
 #include "mailboxd/Store.h"
 #include "platform/ChildProcess.h"
 #include "tests/support/EngineFolder.h"

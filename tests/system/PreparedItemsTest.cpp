@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "client/LedgerLook.h"
+#include "client/run/LedgerLook.h"
 #include "platform/Sqlite.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/EngineRun.h"

@@ -10,7 +10,7 @@
 #include <random>
 #include <stdexcept>
 
-#include "client/LineDrain.h"
+#include "client/run/LineDrain.h"
 #include "mailboxd/Store.h"
 
 namespace system_test {

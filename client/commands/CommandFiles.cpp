@@ -1,0 +1,52 @@
+#include "client/commands/CommandFiles.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "client/show/OutputText.h"
+#include "client/sources/SourceFiles.h"
+#include "platform/NarrowText.h"
+
+namespace client {
+
+std::string CannotRead(std::string_view path, std::string_view reason) {
+  return fmt::format("cannot read {}: {}", OneLine(path), reason);
+}
+
+void RequireReadable(const std::string& path) {
+  try {
+    (void)OpenSourceFile(path, Links::kFollow);
+  } catch (const ReadError& error) {
+    throw std::runtime_error(CannotRead(path, error.Reason()));
+  }
+}
+
+std::string ReadMailFile(const std::string& path) {
+  constexpr unsigned kWesternPage = 1252;
+  platform::SetAnsiCodePage(kWesternPage);
+  try {
+    std::string bytes = ReadWholeFile(path);
+    if (bytes.empty()) throw ReadError("it is empty");
+    return bytes;
+  } catch (const ReadError& error) {
+    throw std::runtime_error(CannotRead(path, error.Reason()));
+  }
+}
+
+void WriteOutput(std::string_view bytes) {
+  (void)std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+  RequireOutputWritten();
+}
+
+void RequireOutputWritten() {
+  std::cout.flush();
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good()) return;
+  throw std::runtime_error(fmt::format("cannot write the output: {}", std::strerror(errno)));
+}
+
+}  // namespace client

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "client/run/WorkFolder.h"
+#include "mime/MailHeader.h"
+
+namespace client {
+
+inline constexpr std::string_view kMimeName = "EmlFile.Eml";
+
+// What the descriptor of a mail says besides its MIME content. Texts are UTF-8.
+struct MailDescription {
+  std::string key;   // its key in the ledger
+  std::string date;  // as DescriptorDate gives it; empty leaves the dates to the MIME content
+  bool read = true;
+  // What is empty is left to the MIME content. A person is "Name" <address> or an address alone;
+  // several have ";" between.
+  struct Addressing {
+    std::string from, to, cc, bcc, subject;
+  };
+  Addressing addressing = {};
+};
+
+// What the header says of sender, recipients and subject. A recipient without an address is left
+// out, and so is what would be taken apart on its way: an address with its name, a name alone.
+MailDescription::Addressing AddressingOf(const mail::MailHeader& header);
+
+// The lines of the descriptor, in UTF-8. The importance stays empty: the engine sets only
+// what is not empty, and so the MIME content decides. An empty line has no label: the engine trims
+// a line before it takes the label away, and would take a label that stands alone for the value.
+// Each line ends in CR LF but the second, whose value the engine takes with all that stands before
+// the LF.
+std::string DescriptorText(const MailDescription& mail);
+
+// The mail as it is sent: without a "From " line in front, and with CR LF at the end of its lines
+// where it has none at all. Other bytes stay.
+std::string MimeBytes(std::string bytes);
+
+// Writes the files of one mail into the work folder, the descriptor last. The folder must have been
+// emptied. Throws WorkFileError.
+void WriteMail(const std::string& workFolder, const MailDescription& mail, std::string_view mime);
+
+}  // namespace client

@@ -1,0 +1,87 @@
+#include "client/run/Journal.h"
+
+#include "client/run/MailKey.h"
+
+namespace client {
+namespace {
+
+constexpr std::string_view kSchema =
+    "CREATE TABLE IF NOT EXISTS property (name TEXT PRIMARY KEY, value TEXT NOT NULL)"
+    " WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS item (source TEXT PRIMARY KEY, folder TEXT NOT NULL,"
+    " hash TEXT NOT NULL, key TEXT NOT NULL, result INTEGER NOT NULL, text TEXT NOT NULL)"
+    " WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS claim (folder TEXT NOT NULL, key TEXT NOT NULL,"
+    " hash TEXT NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;";
+
+}  // namespace
+
+Journal::Journal(const std::string& path) : m_database(path) {
+  m_database.Execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;");
+  m_database.Execute(kSchema);
+}
+
+std::optional<std::string> Journal::Property(std::string_view name) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT value FROM property WHERE name = ?1");
+  if (!query.Bind(1, name).Step()) return std::nullopt;
+  return std::string(query.Text(0));
+}
+
+void Journal::SetProperty(std::string_view name, std::string_view value) {
+  m_database.Prepare("INSERT OR REPLACE INTO property VALUES (?1, ?2)")
+      .Bind(1, name)
+      .Bind(2, value)
+      .Run();
+}
+
+bool Journal::HasArrived(std::string_view source, std::string_view folder, std::string_view hash) {
+  platform::SqliteStatement query = m_database.Prepare(
+      "SELECT 1 FROM item WHERE source = ?1 AND folder = ?2 AND hash = ?3 AND result = ?4");
+  query.Bind(1, source).Bind(2, folder).Bind(3, hash);
+  return query.Bind(4, static_cast<std::int64_t>(ItemResult::kArrived)).Step();
+}
+
+void Journal::Store(const JournalEntry& entry) {
+  platform::SqliteStatement insert =
+      m_database.Prepare("INSERT OR REPLACE INTO item VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
+  insert.Bind(1, entry.source).Bind(2, entry.folder).Bind(3, entry.hash).Bind(4, entry.key);
+  insert.Bind(5, static_cast<std::int64_t>(entry.result)).Bind(6, entry.text).Run();
+}
+
+bool Journal::Claim(std::string_view folder, std::string_view key, std::string_view hash) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT hash FROM claim WHERE folder = ?1 AND key = ?2");
+  if (query.Bind(1, folder).Bind(2, key).Step()) return query.Text(0) == hash;
+  m_database.Prepare("INSERT INTO claim VALUES (?1, ?2, ?3)")
+      .Bind(1, folder)
+      .Bind(2, key)
+      .Bind(3, hash)
+      .Run();
+  return true;
+}
+
+bool Journal::IsClaimedByOther(std::string_view folder, std::string_view key,
+                               std::string_view hash) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT hash FROM claim WHERE folder = ?1 AND key = ?2");
+  return query.Bind(1, folder).Bind(2, key).Step() && query.Text(0) != hash;
+}
+
+void Journal::Reclaim(std::string_view folder, std::string_view key, std::string_view hash) {
+  m_database.Prepare("INSERT OR REPLACE INTO claim VALUES (?1, ?2, ?3)")
+      .Bind(1, folder)
+      .Bind(2, key)
+      .Bind(3, hash)
+      .Run();
+}
+
+std::string Journal::ClaimKey(std::string_view folder, std::string_view wantedKey,
+                              std::string_view hash) {
+  // An appended key can be taken as well, by a mail whose own id was made to look like it.
+  std::string key(wantedKey);
+  while (!Claim(folder, key, hash)) key = RepeatedKey(key, hash);
+  return key;
+}
+
+}  // namespace client

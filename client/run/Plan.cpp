@@ -1,0 +1,82 @@
+#include "client/run/Plan.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+#include <unordered_map>
+
+#include <fmt/format.h>
+
+#include "client/sources/PreparedItem.h"
+
+namespace client {
+namespace {
+
+std::string_view LastName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+// How much of an item's location people need not read: what lies above its source. One source alone
+// goes unnamed if it is a folder; of several that end alike each is named by its whole path.
+std::size_t Unneeded(const std::string& source, const std::vector<std::string>& sources) {
+  const auto alike = std::count_if(sources.begin(), sources.end(), [&](const std::string& other) {
+    return other != source && LastName(other) == LastName(source);
+  });
+  if (alike > 0) return 0;
+  std::error_code error;
+  const bool alone = sources.size() == 1 && std::filesystem::is_directory(source, error);
+  return alone ? source.size() + 1 : source.size() - LastName(source).size();
+}
+
+// The type of a prepared item that the engine cannot save; empty for every other item. One that
+// cannot be read is none: it fails by itself, and the rest goes on.
+std::string UnsupportedType(const SourceItem& item) {
+  if (!item.prepared) return {};
+  try {
+    const std::int32_t type = ReadPreparedItem(item.location).nItemType;
+    return type == TYPE_EMAIL || type == TYPE_UNKNOWN ? "" : ItemTypeName(type);
+  } catch (const SourceError&) {
+    return {};
+  }
+}
+
+}  // namespace
+
+Plan MakePlan(const std::vector<std::string>& paths) {
+  Plan plan;
+  for (const std::string& path : paths) {
+    try {
+      plan.sources.push_back(OpenSource(path));
+    } catch (const SourceError& error) {
+      throw SourceError(path + ": " + error.what());
+    }
+    const Source* source = plan.sources.back().get();
+    const std::size_t unneeded = Unneeded(path, paths);
+    for (SourceItem& item : source->List(plan.problems)) {
+      std::string name = item.location.substr(std::min(unneeded, item.location.size()));
+      if (const std::string type = UnsupportedType(item); !type.empty()) {
+        plan.unsupported.push_back({name, fmt::format("{}: not supported yet", type)});
+        continue;
+      }
+      plan.entries.push_back({source, std::move(item), std::move(name)});
+    }
+  }
+  return plan;
+}
+
+bool Plan::IsWhole() const {
+  return std::none_of(problems.begin(), problems.end(),
+                      [](const SourceProblem& problem) { return problem.isUnread; });
+}
+
+std::vector<Plan::Folder> Plan::Folders() const {
+  std::vector<Folder> folders;
+  std::unordered_map<std::string, size_t> places;
+  for (const Entry& entry : entries) {
+    const auto [place, isNew] = places.try_emplace(entry.item.folder, folders.size());
+    if (isNew) folders.push_back({entry.item.folder, 0, 0});
+    ++folders[place->second].items;
+    folders[place->second].bytes += entry.item.length;
+  }
+  return folders;
+}
+
+}  // namespace client

@@ -1,0 +1,120 @@
+#include "client/run/Target.h"
+
+#include <array>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "ews/Autodiscover.h"
+#include "ews/Connection.h"
+#include "ews/ExchangeService.h"
+#include "ews/FindFolders.h"
+#include "ews/FolderId.h"
+#include "ews/ServiceException.h"
+#include "ews/Settings.h"
+
+namespace client {
+namespace {
+
+struct TargetKind {
+  std::string_view name;
+  const char16_t* wireName;
+  ews::WellKnownFolderName root;
+};
+constexpr std::array<TargetKind, 4> kKinds = {{
+    {"mailbox", u"Mailbox", ews::WellKnownFolderName::MsgFolderRoot},
+    {"archive", u"Archive Mailbox", ews::WellKnownFolderName::ArchiveMsgFolderRoot},
+    {"public", u"Public Folder", ews::WellKnownFolderName::PublicFoldersRoot},
+    {"group", u"Group", ews::WellKnownFolderName::Inbox},
+}};
+
+const TargetKind* FindKind(std::string_view name) {
+  for (const TargetKind& kind : kKinds) {
+    if (kind.name == name) return &kind;
+  }
+  return nullptr;
+}
+
+struct Slot {
+  std::string_view what;
+  const std::string& text;
+  int units;  // longest text that the logon record carries
+};
+
+}  // namespace
+
+std::string Target::Name() const {
+  return fmt::format("{} of {} at {}{}", kind, mailbox.empty() ? user : mailbox, address,
+                     TokenRoute() ? " (tenant " + tenant + ")" : "");
+}
+
+ST_LOGIN_INFO LoginRecord(const Target& target) {
+  ST_LOGIN_INFO info;
+  info.strLoginId = CString::FromUtf8(target.Login());
+  info.strLoginPassword = CString::FromUtf8(target.password);
+  info.strImpersonatedUserMail = CString::FromUtf8(target.mailbox);
+  if (const TargetKind* kind = FindKind(target.kind)) info.strTargetType = kind->wireName;
+  info.strTenantId = CString::FromUtf8(target.tenant);
+  info.strClientId = CString::FromUtf8(target.clientId);
+  info.strClientSecret = CString::FromUtf8(target.clientSecret);
+  info.bAllowDuplicates = 1;  // turns the ledger's check on
+  info.iConnType = target.TokenRoute() ? kTokenRoute : 0;
+  return info;
+}
+
+std::string TargetProblem(const Target& target) {
+  if (!FindKind(target.kind)) return "--target is mailbox, archive, public or group";
+  if (target.TokenRoute() && target.clientId.empty()) return "--tenant needs --client";
+  if (target.TokenRoute() && target.mailbox.empty()) return "--tenant needs --mailbox";
+  if (target.kind == "group" && target.mailbox.empty()) return "--target group needs --mailbox";
+  if (!target.TokenRoute() && target.user.empty()) return "--user is needed";
+  const std::array<Slot, 6> slots = {{{"--user", target.user, 259},
+                                      {"the password", target.password, 499},
+                                      {"--mailbox", target.mailbox, 259},
+                                      {"--tenant", target.tenant, 259},
+                                      {"--client", target.clientId, 259},
+                                      {"the client secret", target.clientSecret, 259}}};
+  for (const Slot& slot : slots) {
+    if (CString::FromUtf8(slot.text).GetLength() > slot.units) {
+      return fmt::format("{} is longer than {} characters", slot.what, slot.units);
+    }
+  }
+  return {};
+}
+
+std::string TryTarget(const Target& target) {
+  const TargetKind* kind = FindKind(target.kind);
+  const CString user = CString::FromUtf8(target.user);
+  const CString mailbox = CString::FromUtf8(target.mailbox);
+  const auto service =
+      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  try {
+    if (target.TokenRoute()) {
+      CString tenant = CString::FromUtf8(target.tenant);
+      CString clientId = CString::FromUtf8(target.clientId);
+      CString secret = CString::FromUtf8(target.clientSecret);
+      CString reason;
+      const CString token =
+          ConnectionDLL::Connection().GetAccessToken(tenant, clientId, secret, reason);
+      if (token.IsEmpty()) return "no token: " + reason.ToUtf8();
+      service->SetUrl(ews::Settings().TokenRouteUrl());
+      service->SetCredentials(ews::OAuthCredentials(token));
+      if (target.kind != "group") service->HttpHeaders().Add(u"X-AnchorMailbox", mailbox);
+    } else {
+      service->SetCredentials(ews::WebCredentials(user, CString::FromUtf8(target.password)));
+      service->AutodiscoverUrl(user, Device::RedirectionUrlValidationCallback);
+    }
+    if (target.kind != "group" && !mailbox.IsEmpty()) {
+      service->SetImpersonatedUserId({ews::ConnectingIdType::SmtpAddress, mailbox});
+    }
+    const ews::FolderId root = target.kind == "group"
+                                   ? ews::FolderId(kind->root, ews::Mailbox(mailbox))
+                                   : ews::FolderId(kind->root);
+    (void)service->FindFolders(root, ews::FolderView(1));
+  } catch (const std::exception& error) {
+    return error.what();
+  }
+  return {};
+}
+
+}  // namespace client

@@ -1,0 +1,46 @@
+#include "client/show/OutputText.h"
+
+#include <fmt/format.h>
+
+#include "platform/Unicode.h"
+
+namespace client {
+namespace {
+
+// Controls without a picture, line separators, and what turns the direction of text, so that a name
+// reads as another.
+bool DrivesTerminal(char16_t unit) {
+  return (unit >= 0x80 && unit < 0xA0) || (unit >= 0x2028 && unit <= 0x202E) ||
+         (unit >= 0x2066 && unit <= 0x2069) || unit == 0x200E || unit == 0x200F || unit == 0x061C;
+}
+
+}  // namespace
+
+std::string OneLine(std::string_view text) {
+  std::u16string units = platform::Utf8ToUtf16(text);
+  for (char16_t& unit : units) {
+    if (unit == u'\t' || unit == u'\r' || unit == u'\n') {
+      unit = u' ';
+    } else if (unit < 0x20) {
+      unit = static_cast<char16_t>(u'\u2400' + unit);  // the picture of that control
+    } else if (unit == 0x7F) {
+      unit = u'\u2421';
+    } else if (DrivesTerminal(unit)) {
+      unit = u'\uFFFD';
+    }
+  }
+  return platform::Utf16ToUtf8(units);
+}
+
+std::string ItemCount(std::uint64_t count) {
+  return std::to_string(count) + (count == 1 ? " item" : " items");
+}
+
+std::string SizeText(std::size_t bytes) {
+  const auto size = static_cast<double>(bytes);
+  if (bytes >= 1024 * 1024) return fmt::format("{:.1f} MiB", size / (1024 * 1024));
+  if (bytes >= 1024) return fmt::format("{:.1f} KiB", size / 1024);
+  return fmt::format("{} byte{}", bytes, bytes == 1 ? "" : "s");
+}
+
+}  // namespace client

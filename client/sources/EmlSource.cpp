@@ -1,0 +1,60 @@
+#include "client/sources/EmlSource.h"
+
+#include <sys/stat.h>
+
+#include "client/sources/FolderWalk.h"
+#include "client/sources/MboxSource.h"
+#include "client/sources/Names.h"
+#include "client/sources/SourceFiles.h"
+
+namespace client {
+namespace {
+
+// It may belong to a source of another kind.
+std::string WhyLeftOut(const SourceFolder& folder, const std::string& path) {
+  const std::string_view parent = std::string_view(folder.path).substr(folder.path.rfind('/') + 1);
+  if (parent == "cur" || parent == "new") return "it lies in a Maildir: name that as a source";
+  if (MboxSource::IsMbox(path)) return "it looks like an mbox: name it as a source";
+  return "its name does not end in .eml";
+}
+
+void AddEntry(const SourceFolder& folder, const FolderEntry& entry, std::vector<SourceItem>& items,
+              std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
+  const std::string path = folder.path + "/" + entry.name;
+  if (entry.kind == EntryKind::kFolder) {
+    below.push_back({path, folder.levels + LevelName(entry.name) + "\\", folder.levels});
+  } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
+    items.push_back({path, TargetOf(folder.levels), true, 0, entry.size});
+  } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
+    // What systems leave in folders: nobody's mail, and no news to anyone.
+  } else if (entry.kind == EntryKind::kFile) {
+    problems.push_back({path, WhyLeftOut(folder, path)});
+  } else {
+    problems.push_back(OddEntry(path, entry.kind));
+  }
+}
+
+}  // namespace
+
+std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) const {
+  struct stat status;
+  if (stat(m_path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    return {{m_path, std::string(kInbox), true, 0, size}};
+  }
+  return WalkFolders(m_path, problems,
+                     [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+                         std::vector<SourceItem>& found, std::vector<SourceFolder>& below) {
+                       for (const FolderEntry& entry : entries) {
+                         AddEntry(folder, entry, found, below, problems);
+                       }
+                     });
+}
+
+std::string EmlSource::Read(const SourceItem& item) const {
+  std::string bytes = ReadWholeFile(item.location);
+  RequireMail(bytes);
+  return bytes;
+}
+
+}  // namespace client

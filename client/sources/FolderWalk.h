@@ -1,0 +1,32 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "client/sources/SourceFiles.h"
+
+namespace client {
+
+// A folder of a source on the way through it.
+struct SourceFolder {
+  std::string path;
+  std::string levels;  // its target below the root's, each level ended by a backslash
+  std::string parent;  // the levels of the folder that it lies in
+};
+
+// Where mail of a folder of those levels goes: the root's goes to the Inbox.
+std::string TargetOf(const std::string& levels);
+
+// Adds the mail of a folder to the items, and the folders to go on with to `below`, both in order.
+using TakeFolder =
+    std::function<void(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+                       std::vector<SourceItem>& items, std::vector<SourceFolder>& below)>;
+
+// Walks a tree of folders: a folder's own mail comes before that of the folders below it. One with
+// a descriptor is a prepared item of the folder above it, whatever else it holds, and is not
+// entered.
+std::vector<SourceItem> WalkFolders(const std::string& root, std::vector<SourceProblem>& problems,
+                                    const TakeFolder& take);
+
+}  // namespace client

@@ -1,0 +1,28 @@
+#include "client/sources/Source.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "client/sources/EmlSource.h"
+#include "client/sources/MaildirSource.h"
+#include "client/sources/MboxSource.h"
+#include "client/sources/SourceFiles.h"
+
+namespace client {
+
+std::unique_ptr<Source> OpenSource(const std::string& path) {
+  struct stat status;
+  if (stat(path.c_str(), &status) != 0) throw SourceError(std::strerror(errno));
+  if (S_ISDIR(status.st_mode) && MaildirSource::IsMaildir(path)) {
+    return std::make_unique<MaildirSource>(path);
+  }
+  if (S_ISDIR(status.st_mode)) return std::make_unique<EmlSource>(path);
+  if (!S_ISREG(status.st_mode)) throw SourceError("neither a file nor a folder");
+  if (EndsWithNoCase(path, ".eml")) return std::make_unique<EmlSource>(path);
+  if (MboxSource::IsMbox(path)) return std::make_unique<MboxSource>(path);
+  throw SourceError("neither a mail (its name ends in .eml) nor an mbox file");
+}
+
+}  // namespace client

@@ -1,0 +1,156 @@
+#include "client/sources/SourceFiles.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+
+#include "base/LogNull.h"
+#include "client/sources/Mbox.h"
+#include "mime/tree/MimeInput.h"
+
+namespace client {
+namespace {
+
+constexpr size_t kPiece = 1 << 20;  // bytes read at a time
+
+EntryKind KindOf(const std::string& path, std::uint64_t& size) {
+  struct stat entry;
+  struct stat target;
+  if (lstat(path.c_str(), &entry) != 0 || stat(path.c_str(), &target) != 0) {
+    return EntryKind::kOther;
+  }
+  size = static_cast<std::uint64_t>(target.st_size);
+  if (S_ISREG(target.st_mode)) return EntryKind::kFile;
+  if (S_ISDIR(target.st_mode)) {
+    return S_ISLNK(entry.st_mode) ? EntryKind::kFolderLink : EntryKind::kFolder;
+  }
+  return EntryKind::kOther;
+}
+
+// "Name:" at the start of a line, as a header field begins; blanks may stand before the colon.
+bool LooksLikeField(std::string_view line) {
+  size_t end = 0;
+  while (end < line.size() && line[end] > ' ' && line[end] < 0x7F && line[end] != ':') ++end;
+  if (end == 0) return false;
+  while (end < line.size() && (line[end] == ' ' || line[end] == '\t')) ++end;
+  return end < line.size() && line[end] == ':';
+}
+
+}  // namespace
+
+std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems) {
+  std::vector<FolderEntry> entries;
+  DIR* folder = opendir(path.c_str());
+  if (!folder) {
+    problems.push_back({path, std::string("the folder cannot be read: ") + std::strerror(errno),
+                        /*isUnread=*/true});
+    return entries;
+  }
+  errno = 0;
+  while (const dirent* entry = readdir(folder)) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") entries.push_back({std::string(name), EntryKind::kOther, 0});
+    errno = 0;
+  }
+  if (errno != 0) {
+    problems.push_back({path, std::string("not all of it can be listed: ") + std::strerror(errno),
+                        /*isUnread=*/true});
+  }
+  closedir(folder);
+  std::sort(entries.begin(), entries.end(),
+            [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
+  for (FolderEntry& entry : entries) entry.kind = KindOf(path + "/" + entry.name, entry.size);
+  return entries;
+}
+
+SourceProblem OddEntry(const std::string& path, EntryKind kind) {
+  switch (kind) {
+    case EntryKind::kFolder:
+      return {path, "a folder where mail belongs"};
+    case EntryKind::kFolderLink:
+      return {path, "a link to a folder"};
+    default:
+      return {path, "neither a file nor a folder, or a dead link"};
+  }
+}
+
+platform::UniqueFd OpenSourceFile(const std::string& path, Links links) {
+  // Without O_NONBLOCK a pipe that took the file's place would stop us here.
+  const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (links == Links::kRefuse ? O_NOFOLLOW : 0);
+  platform::UniqueFd file(open(path.c_str(), flags));
+  struct stat status;
+  if (!file || fstat(file.Get(), &status) != 0) {
+    throw ReadError(std::strerror(errno));
+  }
+  if (!S_ISREG(status.st_mode)) throw ReadError("it is no regular file");
+  return file;
+}
+
+void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::string_view)>& take) {
+  std::string piece(kPiece, '\0');
+  for (;;) {
+    const ssize_t got = read(file.Get(), piece.data(), piece.size());
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw ReadError(std::strerror(errno));
+    if (got == 0) return;
+    take(std::string_view(piece).substr(0, static_cast<size_t>(got)));
+  }
+}
+
+std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length) {
+  const platform::UniqueFd file = OpenSourceFile(path, Links::kFollow);
+  struct stat status;
+  if (fstat(file.Get(), &status) != 0) throw ReadError(std::strerror(errno));
+  const auto size = static_cast<std::uint64_t>(status.st_size);
+  length = offset < size ? std::min(length, size - offset) : 0;
+  std::string bytes(length, '\0');
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t got = pread(file.Get(), bytes.data() + done, bytes.size() - done,
+                              static_cast<off_t>(offset + done));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw ReadError(std::strerror(errno));
+    if (got == 0) throw ReadError("it became shorter while it was read");
+    done += static_cast<size_t>(got);
+  }
+  return bytes;
+}
+
+std::string ReadWholeFile(const std::string& path) {
+  return ReadFileRange(path, 0, std::numeric_limits<std::uint64_t>::max());
+}
+
+bool EndsWithNoCase(std::string_view name, std::string_view suffix) {
+  if (name.size() < suffix.size()) return false;
+  const std::string_view end = name.substr(name.size() - suffix.size());
+  return std::equal(end.begin(), end.end(), suffix.begin(),
+                    [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; });
+}
+
+void RequireMail(std::string_view bytes) {
+  mail::LogNull log;
+  mail::DataBuffer utf8;
+  if (mail::utf8OfUtf16Mail(bytes, utf8, log)) bytes = utf8.view();
+  bytes = WithoutFromLine(bytes);
+  if (bytes.empty()) throw SourceError("the file is empty");
+  bool any = false;
+  while (!bytes.empty()) {
+    const size_t end = bytes.find_first_of("\r\n");
+    const std::string_view line = bytes.substr(0, end);
+    if (LooksLikeField(line)) return;
+    if (line.empty() && any) break;
+    if (!line.empty()) any = true;
+    if (end == std::string_view::npos) break;
+    const bool crLf = bytes.substr(end, 2) == "\r\n";
+    bytes.remove_prefix(end + (crLf ? 2 : 1));
+  }
+  throw SourceError("is no mail: no header field stands at its beginning");
+}
+
+}  // namespace client

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "client/sources/Source.h"
+#include "platform/UniqueFd.h"
+
+// What the sources share: folders in a fixed order, and files read whole.
+namespace client {
+
+// A file cannot be read: what() is "cannot be read: " and the reason, which Reason() gives alone.
+class ReadError : public SourceError {
+ public:
+  explicit ReadError(const std::string& reason)
+      : SourceError("cannot be read: " + reason), m_reason(reason) {}
+  const std::string& Reason() const { return m_reason; }
+
+ private:
+  std::string m_reason;
+};
+
+inline constexpr std::string_view kInbox = "Inbox\\";
+
+enum class EntryKind { kFile, kFolder, kFolderLink, kOther };
+
+struct FolderEntry {
+  std::string name;  // bytes as the system has them
+  EntryKind kind = EntryKind::kOther;
+  std::uint64_t size = 0;  // bytes of a file
+};
+
+// The entries of a folder in byte order of their names, links to files followed. A folder that
+// cannot be read becomes a problem and has none.
+std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems);
+
+// What stands in a source where neither mail nor a folder to enter can be.
+SourceProblem OddEntry(const std::string& path, EntryKind kind);
+
+enum class Links { kFollow, kRefuse };
+// Opens a regular file to be read. Throws ReadError.
+platform::UniqueFd OpenSourceFile(const std::string& path, Links links);
+
+// Hands a file over from its beginning to its end, a piece at a time; a piece is good during the
+// call. Throws ReadError, and what `take` throws.
+void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::string_view)>& take);
+
+// Reads length bytes of a file from offset, or to its end. Throws ReadError.
+std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length);
+std::string ReadWholeFile(const std::string& path);
+
+// True if the name ends so, without regard to case. suffix is in lower case.
+bool EndsWithNoCase(std::string_view name, std::string_view suffix);
+
+// Throws SourceError for bytes in which no header of a mail can be seen. Damaged mail passes.
+void RequireMail(std::string_view bytes);
+
+}  // namespace client

@@ -1,0 +1,121 @@
+#include "client/run/ItemWriter.h"
+
+#include <gtest/gtest.h>
+
+#include "charset/LibraryNarrow.h"
+#include "client/run/StatusLog.h"
+#include "platform/Unicode.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace client {
+namespace {
+
+using test_support::ReadAll;
+using test_support::TemporaryFolder;
+
+TEST(ItemWriter, TheDescriptorHasItsLinesInTheirPlaces) {
+  EXPECT_EQ(DescriptorText({"<a@b>", "2024-03-31 13:05:00", false, {}}),
+            "EMAIL\r\n"
+            "\n"
+            "Creation Date : 2024-03-31 13:05:00\r\n"
+            "TRUE\r\n"
+            "\r\n\r\n\r\n\r\n\r\n"
+            "MessageID : <a@b>\r\n");
+}
+
+TEST(ItemWriter, SubjectAndAddressesOfTheHeaderAreDecodedLines) {
+  const mail::MailHeader header(
+      "From: =?utf-8?Q?Ott,_J=C3=BCrgen?= <j@x.example>, second@x.example\r\n"
+      "To: \"A; B\" <a@x.example>, name only, \"odd;local\"@x.example\r\n"
+      "Cc: b@x.example\r\nTo: \"C \\\"K\\\"\" <c@x.example>, \"a To : b\" <d@x.example>\r\n"
+      "Subject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\n\r\n");
+  EXPECT_EQ(DescriptorText({"k", "", true, AddressingOf(header)}),
+            "EMAIL\r\n\n\r\nFALSE\r\n"
+            "From : \"Ott, J\xC3\xBCrgen\" <j@x.example>\r\n"
+            "To : a@x.example;\"C \\\"K\\\"\" <c@x.example>;d@x.example\r\n"
+            "CC : b@x.example\r\n\r\n"
+            "Subject : Gr\xC3\xBC\xC3\x9F"
+            "e\r\nMessageID : k\r\n");
+  const mail::MailHeader odd("Subject: Re: Subject : x\r\n\r\n");
+  EXPECT_EQ(DescriptorText({"k", "", true, AddressingOf(odd)}),
+            DescriptorText({"k", "", true, {}}));
+}
+
+TEST(ItemWriter, TheFilesReplaceThoseOfTheItemBefore) {
+  const TemporaryFolder folder;
+  const std::string work = folder.File("Temp");
+  EmptyWorkFolder(work);
+  folder.Write("Temp/Html/left.png", "x");
+  folder.Write("Temp/EmlFile.Eml", "old");
+  EmptyWorkFolder(work);
+  EXPECT_TRUE(std::filesystem::is_empty(work));
+  WriteMail(work, {"<\xC3\xA4@b>", "", true, {}}, "Subject: x\r\n\r\n");
+  EXPECT_EQ(ReadAll(work + "/EmlFile.Eml"), "Subject: x\r\n\r\n");
+  const std::string descriptor = ReadAll(work + "/11comtextjj.t");
+  EXPECT_EQ(descriptor.substr(0, 16), std::string("E\0M\0A\0I\0L\0\r\0\n\0\n\0", 16));
+  EXPECT_NE(descriptor.find(std::string("<\0\xE4\0@\0", 6)), std::string::npos);
+}
+
+TEST(ItemWriter, AWorkFolderThatCannotBeUsedIsAnError) {
+  const TemporaryFolder folder;
+  folder.Write("Temp", "a file in its place");
+  EXPECT_THROW(EmptyWorkFolder(folder.File("Temp")), WorkFileError);
+  EXPECT_THROW(WriteMail(folder.File("none"), {"k", "", true, {}}, "x"), WorkFileError);
+}
+
+TEST(ItemWriter, BareLineFeedsBecomeCrLfOnlyWhereThereIsNoCrLfAtAll) {
+  EXPECT_EQ(MimeBytes("A: b\n\nx\ny"), "A: b\r\n\r\nx\r\ny");
+  EXPECT_EQ(MimeBytes("A: b\n\r\nx\n"), "A: b\n\r\nx\n");
+  EXPECT_EQ(MimeBytes("A: b\r\rx"), "A: b\r\rx");
+  EXPECT_EQ(MimeBytes("From me Mon\nA: b\n\nFrom x\n"), "A: b\r\n\r\nFrom x\r\n");
+  EXPECT_EQ(MimeBytes("From me\r\n\r\nA: b\r\n\r\n"), "A: b\r\n\r\n");
+  EXPECT_EQ(MimeBytes("From me\rA: b\r\rx"), "A: b\r\rx");
+  EXPECT_EQ(MimeBytes("From: me\r\n"), "From: me\r\n");
+}
+
+TEST(ItemWriter, AMailInUtf16IsSentAsUtf8ThatSaysSo) {
+  const auto mail = [](const std::string& end) {
+    const std::string text =
+        "Subject: Gr\xC3\xBC\xC3\x9F"
+        "e" +
+        end + "Content-Type: multipart/mixed; boundary=b" + end + end + "--b" + end +
+        "Content-Type: text/plain; charset=iso-8859-1" + end + end + "\xC3\xA9\xE2\x82\xAC" + end +
+        "--b" + end + "Content-Type: text/plain; charset=koi8-r" + end +
+        "Content-Transfer-Encoding: base64" + end + end + "wQ==" + end + "--b--" + end;
+    std::string bytes = "\xFF\xFE";
+    for (const char16_t unit : platform::Utf8ToUtf16(text)) {
+      bytes.append({static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)});
+    }
+    return bytes;
+  };
+  mail::installLibraryNarrow();
+  for (const char* end : {"\r\n", "\n"}) {
+    EXPECT_EQ(
+        MimeBytes(mail(end)),
+        "Subject: =?utf-8?Q?Gr=C3=BC=C3=9Fe?=\r\nContent-Type: multipart/mixed; boundary=b\r\n\r\n"
+        "--b\r\nContent-Type: text/plain; charset=utf-8\r\nContent-Transfer-Encoding: "
+        "8bit\r\n\r\n\xC3\xA9\xE2\x82\xAC\r\n"
+        "--b\r\nContent-Type: text/plain; charset=koi8-r\r\nContent-Transfer-Encoding: "
+        "base64\r\n\r\nwQ==\r\n\r\n--b--\r\n");
+  }
+}
+
+TEST(StatusLog, GivesTheLastLineOfTheCommandAlone) {
+  mail::installLibraryNarrow();
+  const TemporaryFolder folder;
+  StatusLog log(folder.File("log"));
+  log.Mark();
+  EXPECT_EQ(log.LastLine(), "");
+  folder.Write("log", "\t\tSaving Status : Success\r\r\n");
+  EXPECT_EQ(log.LastLine(), "Saving Status : Success");
+  log.Mark();
+  EXPECT_EQ(log.LastLine(), "");
+  folder.Write("log",
+               "\t\tSaving Status : Success\r\r\n"
+               "\t\t+Saving Status : Fail\r\r\n\t\tError Message :No caf\xe9.\r\r\n\r\r\n");
+  EXPECT_EQ(log.LastLine(), "Error Message :No caf\xC3\xA9.");
+  EXPECT_EQ(ReasonOf(log.LastLine()), "No caf\xC3\xA9.");
+}
+
+}  // namespace
+}  // namespace client

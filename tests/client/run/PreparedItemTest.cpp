@@ -1,0 +1,144 @@
+#include "client/sources/PreparedItem.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "client/run/ItemWriter.h"
+#include "client/run/LedgerLook.h"
+#include "client/run/Plan.h"
+#include "client/run/TraceLook.h"
+#include "client/sources/EmlSource.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace client {
+namespace {
+
+using test_support::ReadAll;
+using test_support::TemporaryFolder;
+using testing::ElementsAre;
+
+std::string Wide(const std::string& ascii) {
+  std::string bytes;
+  for (char c : ascii) bytes.append({c, '\0'});
+  return bytes;
+}
+
+std::string Descriptor(const std::string& type, const std::string& id) {
+  return Wide(type + "\r\n2\nCreation Date : 2024-02-29 10:00:00\r\nTRUE\r\nFrom : a@b.c\r\n" +
+              "To : d@e.f\r\n\r\n\r\nSubject : Hi\r\nMessageID : " + id + "\r\nBody\r\n");
+}
+
+TEST(PreparedItem, AFolderWithADescriptorIsOneItemOfTheFolderAboveIt) {
+  const TemporaryFolder folder;
+  folder.Write("s/Team/Old/item 1/11comtextjj.t", Descriptor("EMAIL", "<1@x>"));
+  folder.Write("s/Team/Old/item 1/inside.eml", "Subject: an attachment\r\n\r\n");
+  folder.Write("s/Team/Old/item 1/deeper/inside.eml", "Subject: an attachment\r\n\r\n");
+  folder.Write("s/top/11comtextjj.t", Descriptor("EMAIL", "<2@x>"));
+  folder.Write("s/Team/mail.eml", "Subject: a mail\r\n\r\n");
+  std::vector<SourceProblem> problems;
+  const std::vector<SourceItem> items = EmlSource(folder.File("s")).List(problems);
+  ASSERT_EQ(items.size(), 3u);
+  EXPECT_TRUE(problems.empty());
+  EXPECT_EQ(items[0].folder, "Team\\");
+  EXPECT_FALSE(items[0].prepared);
+  EXPECT_EQ(items[1].folder, "Team\\Old\\");
+  EXPECT_TRUE(items[1].prepared);
+  EXPECT_EQ(items[1].location, folder.File("s/Team/Old/item 1"));
+  EXPECT_EQ(items[2].folder, "Inbox\\");
+  // A source that is an item itself.
+  EXPECT_EQ(EmlSource(folder.File("s/top")).List(problems)[0].folder, "Inbox\\");
+}
+
+TEST(PreparedItem, TypesThatCannotBeSavedYetAreToldApart) {
+  const TemporaryFolder folder;
+  folder.Write("s/a/11comtextjj.t", Descriptor("CALENDAR", ""));
+  folder.Write("s/b/11comtextjj.t", Descriptor("DIST_LIST", ""));
+  folder.Write("s/c/11comtextjj.t", Descriptor("EMAIL", "<1@x>"));
+  folder.Write("s/d/11comtextjj.t", Descriptor("NOTHING", "<1@x>"));
+  const Plan plan = MakePlan({folder.File("s")});
+  ASSERT_EQ(plan.unsupported.size(), 2u);
+  EXPECT_EQ(plan.unsupported[0].reason, "appointment: not supported yet");
+  EXPECT_EQ(plan.unsupported[1].reason, "contact list: not supported yet");
+  EXPECT_EQ(plan.entries.size(), 2u);
+}
+
+TEST(PreparedItem, ItIsReadInAFolderOfAnyName) {
+  const TemporaryFolder folder;
+  for (const char* name : {"plain", "back\\slash", "\xFF\xFE no text", "%?*"}) {
+    folder.Write(std::string(name) + "/11comtextjj.t", Descriptor("EMAIL", "<1@x>"));
+    const ST_EML_INFO info = ReadPreparedItem(folder.File(name));
+    EXPECT_EQ(info.nItemType, TYPE_EMAIL);
+    EXPECT_EQ(info.strMessageId, u"<1@x>");
+    EXPECT_FALSE(info.bRead);
+  }
+  EXPECT_THROW(ReadPreparedItem(folder.Path()), SourceError);
+}
+
+TEST(PreparedItem, FilesAreCopiedWithTheDescriptorLastAndNothingIsLinked) {
+  const TemporaryFolder folder;
+  folder.Write("item/11comtextjj.t", Descriptor("EMAIL", "<1@x>"));
+  folder.Write("item/1first.bin", std::string(3'000'000, 'x'));
+  folder.Write("item/Html/a.png", "png");
+  folder.Write("item/IMAGEATTCHMENT.TXT", Wide("a.png\r\n"));
+  const std::string item = folder.File("item");
+  const PreparedFiles files = ListPreparedFiles(item);
+  EXPECT_THAT(files.files,
+              ElementsAre("1first.bin", "Html/a.png", "IMAGEATTCHMENT.TXT", "11comtextjj.t"));
+  EXPECT_TRUE(WantsImagePage(files));
+  EmptyWorkFolder(folder.File("Temp"));
+  CopyPreparedFiles(item, files, folder.File("Temp"));
+  EXPECT_EQ(HashPreparedFiles(folder.File("Temp"), files), HashPreparedFiles(item, files));
+  EXPECT_EQ(std::filesystem::hard_link_count(folder.File("Temp/1first.bin")), 1u);
+  EXPECT_EQ(ReadAll(folder.File("Temp/Html/a.png")), "png");
+  // Bytes that move from one file to the next are another content.
+  const std::string before = HashPreparedFiles(item, files);
+  folder.Write("item/Html/a.png", "pn");
+  EXPECT_NE(HashPreparedFiles(item, files), before);
+}
+
+TEST(PreparedItem, LinksAreRefusedByName) {
+  const TemporaryFolder folder;
+  folder.Write("item/11comtextjj.t", Descriptor("EMAIL", "<1@x>"));
+  const std::string secret = folder.Write("secret", "s");
+  std::filesystem::create_symlink(secret, folder.File("item/EmlFile.Eml"));
+  try {
+    ListPreparedFiles(folder.File("item"));
+    FAIL() << "a link was taken";
+  } catch (const SourceError& error) {
+    EXPECT_NE(std::string(error.what()).find("EmlFile.Eml is a link"), std::string::npos);
+  }
+}
+
+TEST(TraceLook, OnlyASaveSinceTheMarkCountsAndNoSubjectThatLooksLikeOne) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("t", Wide("a\r\n Email Save out \r\n"));
+  TraceLook look(path);
+  EXPECT_TRUE(look.HasSavedMail());
+  look.Mark();
+  EXPECT_FALSE(look.HasSavedMail());
+  folder.Write("t", ReadAll(path) + Wide("Subject  = Email Save out \r\n"));
+  EXPECT_FALSE(look.HasSavedMail());
+  folder.Write("t", ReadAll(path) + Wide(" Email Save out \r\n"));
+  EXPECT_TRUE(look.HasSavedMail());
+  EXPECT_FALSE(TraceLook(folder.File("missing")).HasSavedMail());
+}
+
+TEST(LedgerLook, TheProblemOfALedgerIsNamed) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(LedgerLook(folder.File("none.db")).Problem(), "");
+  const std::string damaged = folder.Write("damaged.db", std::string(5000, 'x'));
+  EXPECT_NE(LedgerLook(damaged).Problem().find("not a database"), std::string::npos);
+  EXPECT_EQ(ReadAll(damaged), std::string(5000, 'x'));
+  std::filesystem::create_directory(folder.File("folder.db"));
+  EXPECT_EQ(LedgerLook(folder.File("folder.db")).Problem(), "it is no regular file");
+  platform::SqliteDatabase other(folder.File("locked.db"));
+  other.Execute("CREATE TABLE t (x); BEGIN IMMEDIATE");
+  EXPECT_NE(LedgerLook(folder.File("locked.db")).Problem().find("locked"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace client

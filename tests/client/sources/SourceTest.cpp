@@ -1,0 +1,132 @@
+#include "client/sources/Source.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "client/run/Plan.h"
+#include "client/run/RunFolder.h"
+#include "client/sources/SourceFiles.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace client {
+namespace {
+
+using test_support::ReadAll;
+using test_support::TemporaryFolder;
+
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+
+std::vector<std::string> Targets(const Plan& plan) {
+  std::vector<std::string> targets;
+  for (const Plan::Entry& entry : plan.entries) {
+    targets.push_back(entry.item.folder + "|" + entry.name);
+  }
+  return targets;
+}
+
+TEST(EmlSource, TheRootGoesToTheInboxAndFoldersStandBesideIt) {
+  const TemporaryFolder folder;
+  for (const char* name : {"b.eml", "a.EML", "Sub/1.eml", "Sub/Deeper/2.eml", "Sub-2/3.eml",
+                           "O'Brien & \"Co\"/4.eml", "a\\b/5.eml", "M\xf8te/6.eml"}) {
+    folder.Write(name, "Subject: x\n\n");
+  }
+  EXPECT_THAT(
+      Targets(MakePlan({folder.Path()})),
+      ElementsAre("Inbox\\|a.EML", "Inbox\\|b.eml", "M\xEF\xBF\xBDte\\|M\xf8te/6.eml",
+                  "O'Brien & \"Co\"\\|O'Brien & \"Co\"/4.eml", "Sub\\|Sub/1.eml",
+                  "Sub\\Deeper\\|Sub/Deeper/2.eml", "Sub-2\\|Sub-2/3.eml", "a_b\\|a\\b/5.eml"));
+}
+
+TEST(EmlSource, WhatIsNoMailFileIsNamedAndTheRestGoesOn) {
+  const TemporaryFolder folder;
+  folder.Write("mail.eml", "Subject: x\n\n");
+  folder.Write("notes.txt", "x");
+  folder.Write("archive", "From a@b Mon\nSubject: x\n\n");
+  folder.Write("Jane/cur/1:2,S", "Subject: x\n\n");
+  folder.Write(".hidden", "x");
+  ASSERT_EQ(symlink("mail.eml", folder.File("link.eml").c_str()), 0);
+  ASSERT_EQ(symlink("nowhere", folder.File("dead.eml").c_str()), 0);
+  ASSERT_EQ(symlink(".", folder.File("loop").c_str()), 0);
+  ASSERT_EQ(mkfifo(folder.File("pipe.eml").c_str(), 0600), 0);
+  const Plan plan = MakePlan({folder.Path()});
+  EXPECT_THAT(Targets(plan), ElementsAre("Inbox\\|link.eml", "Inbox\\|mail.eml"));
+  std::vector<std::string> problems;
+  for (const SourceProblem& problem : plan.problems) {
+    problems.push_back(problem.location.substr(folder.Path().size() + 1));
+    if (problem.reason.find("name") != std::string::npos) problems.back() += " " + problem.reason;
+  }
+  EXPECT_THAT(problems,
+              UnorderedElementsAre("dead.eml", "loop", "pipe.eml",
+                                   "notes.txt its name does not end in .eml",
+                                   "archive it looks like an mbox: name it as a source",
+                                   "Jane/cur/1:2,S it lies in a Maildir: name that as a source"));
+}
+
+TEST(EmlSource, ADeepTreeIsWalkedWithoutRecursion) {
+  const TemporaryFolder folder;
+  std::string path;
+  for (int i = 0; i < 300; ++i) path += "d/";
+  folder.Write(path + "deep.eml", "Subject: x\n\n");
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), 1u);
+  EXPECT_EQ(plan.entries[0].item.folder.size(), 600u);
+}
+
+TEST(EmlSource, ASourceThatIsNotThereIsRefused) {
+  EXPECT_THROW((void)MakePlan({"/nonexistent/mail"}), SourceError);
+}
+
+TEST(SourceFiles, DamagedMailPassesAndOtherFilesDoNot) {
+  for (const char* mail : {"Subject: x\n", "\r\n\r\nSubject: x\r\n\r\nbody", "From a b\nTo: x\n\n",
+                           "garbage first\nSubject : late\n", "X:", "From a b\n\nTo: x\n\n"}) {
+    EXPECT_NO_THROW(RequireMail(mail)) << mail;
+  }
+  for (const char* other : {"", "\n\n\n", "no header here\n\nSubject: too late\n",
+                            "\x89PNG\r\n\x1a\n", ": nothing\n"}) {
+    EXPECT_THROW(RequireMail(other), SourceError) << other;
+  }
+}
+
+TEST(RunFolder, RefusesPathsThatCannotServeAndForeignFolders) {
+  EXPECT_EQ(RunPathProblem("/home/u/run 1"), "");
+  EXPECT_EQ(RunPathProblem("/" + std::string(599, 'x')), "");
+  EXPECT_NE(RunPathProblem("/" + std::string(600, 'x')), "");
+  for (const char c : std::string("%#&\"'<>\\\x7f\n\xc3")) {
+    EXPECT_NE(RunPathProblem(std::string("/a") + c), "") << c;
+  }
+  const TemporaryFolder folder;
+  folder.Write("thesis.txt", "x");
+  EXPECT_THROW(RunFolder run(folder.Path()), RunError);
+  EXPECT_FALSE(std::filesystem::exists(folder.File("driver")));
+}
+
+TEST(RunFolder, LetsOneDriverInAndKeepsOthersOut) {
+  const TemporaryFolder folder;
+  const RunFolder run(folder.File("a/run"));
+  struct stat status;
+  ASSERT_EQ(stat(run.Path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0700u);
+  EXPECT_THROW(RunFolder second(folder.File("a/./run/")), RunError);
+}
+
+TEST(RunFolder, RenewsAnEngineThatDiffers) {
+  const TemporaryFolder folder;
+  const std::string engine = folder.Write("engine", "first");
+  RunFolder run(folder.File("run"));
+  run.InstallEngine(engine);
+  EXPECT_EQ(ReadAll(run.EngineProgram()), "first");
+  std::filesystem::remove(engine);
+  folder.Write("engine", "other");
+  run.InstallEngine(engine);
+  EXPECT_EQ(ReadAll(run.EngineProgram()), "other");
+  EXPECT_THROW(run.InstallEngine(folder.File("missing")), RunError);
+}
+
+}  // namespace
+}  // namespace client
