@@ -5,8 +5,8 @@
 #include <pugixml.hpp>
 #include <string>
 
-#include "mailboxd/Autodiscover.h"
-#include "mailboxd/Operations.h"
+#include "mailboxd/ews/Autodiscover.h"
+#include "mailboxd/ews/Operations.h"
 
 namespace {
 

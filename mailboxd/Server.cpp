@@ -12,11 +12,11 @@
 #include <stdexcept>
 #include <thread>
 
-#include "mailboxd/Autodiscover.h"
 #include "mailboxd/Certificate.h"
-#include "mailboxd/Operations.h"
 #include "mailboxd/TokenEndpoint.h"
-#include "mailboxd/WebPages.h"
+#include "mailboxd/ews/Autodiscover.h"
+#include "mailboxd/ews/Operations.h"
+#include "mailboxd/web/WebPages.h"
 #include "platform/Base64.h"
 #include "platform/Sqlite.h"
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "mailboxd/DataFolderLock.h"
-#include "mailboxd/Store.h"
+#include "mailboxd/store/DataFolderLock.h"
+#include "mailboxd/store/Store.h"
 
 namespace mailbox {
 

@@ -19,7 +19,7 @@
 #include "client/show/EmailText.h"
 #include "client/show/OutputText.h"
 #include "client/sources/Names.h"
-#include "mailboxd/Store.h"
+#include "mailboxd/store/Store.h"
 #include "mime/email/EmailBuilding.h"
 #include "platform/Sqlite.h"
 #include "platform/UniqueFd.h"

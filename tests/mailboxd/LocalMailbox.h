@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "mailboxd/Operations.h"
+#include "mailboxd/ews/Operations.h"
 #include "platform/Base64.h"
 #include "tests/support/SchemaValidator.h"
 #include "tests/support/TemporaryFolder.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "client/run/EngineClient.h"
-#include "mailboxd/Store.h"
+#include "mailboxd/store/Store.h"
 #include "platform/ChildProcess.h"
 #include "tests/support/EngineFolder.h"
 #include "tests/support/TemporaryFolder.h"

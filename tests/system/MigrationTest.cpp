@@ -12,8 +12,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "mailboxd/MailContent.h"
-#include "mailboxd/Store.h"
+#include "mailboxd/store/MailContent.h"
+#include "mailboxd/store/Store.h"
 #include "platform/UniqueFd.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"

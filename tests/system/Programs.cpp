@@ -11,7 +11,7 @@
 #include <stdexcept>
 
 #include "client/run/LineDrain.h"
-#include "mailboxd/Store.h"
+#include "mailboxd/store/Store.h"
 
 namespace system_test {
 namespace {

@@ -1,0 +1,160 @@
+#include <string>
+
+#include "mailboxd/ews/EwsRequest.h"
+#include "mailboxd/ews/ItemWriting.h"
+#include "mailboxd/ews/Operations.h"
+#include "mailboxd/store/MailOfItem.h"
+#include "platform/Base64.h"
+
+namespace mailbox {
+namespace {
+
+void AddOne(const Context& context, std::int64_t item, pugi::xml_node node, EwsResponse& response) {
+  NewAttachment attachment = ReadAttachment(node);
+  const auto parent = context.store.Item(item);
+  if (!parent) throw ErrorOf("ErrorItemNotFound");
+  const auto added = static_cast<std::int64_t>(attachment.content.size());
+  if (parent->size + added > context.maximumMessageSize) {
+    throw ErrorOf("ErrorMessageSizeExceeded");
+  }
+  const auto version = context.store.AddAttachment(item, attachment);
+  if (!version) throw ErrorOf("ErrorItemNotFound");
+  response.BeginSuccess();
+  response.Open("m:Attachments");
+  response.Open("t:FileAttachment");
+  response.Empty("t:AttachmentId",
+                 XmlAttribute("Id", MakeId(IdKind::kAttachment, attachment.info.id)) +
+                     XmlAttribute("RootItemId", MakeId(IdKind::kItem, item)) +
+                     XmlAttribute("RootItemChangeKey", MakeChangeKey(IdKind::kItem, *version)));
+  response.Close("t:FileAttachment");
+  response.Close("m:Attachments");
+  response.EndMessage();
+}
+
+template <typename WriteContent>
+void WriteOne(std::string_view id, const AttachmentInfo& attachment, EwsResponse& response,
+              WriteContent writeContent) {
+  response.BeginSuccess();
+  response.Open("m:Attachments");
+  OpenAttachment(id, attachment, response);
+  writeContent();
+  CloseAttachment(attachment, response);
+  response.Close("m:Attachments");
+  response.EndMessage();
+}
+
+template <typename Bytes>
+void WriteContent(const Bytes& bytes, EwsResponse& response) {
+  response.Open("t:Content");
+  response.Base64(bytes);
+  response.Close("t:Content");
+}
+
+// A part of the mail that an item keeps, or of a mail attached there: a file's bytes, or a mail as
+// an item of its own.
+void GetPart(const Context& context, const PartId& id, std::string_view idText,
+             const ItemShape& shape, EwsResponse& response) {
+  const auto item = context.store.Item(id.item);
+  if (!item) throw ErrorOf("ErrorItemNotFound");
+  MailOfItem mail(context.store, id.item);
+  const size_t last = id.path.back();
+  for (size_t i = 0; i + 1 < id.path.size(); ++i) {
+    if (!mail.Enter(id.path[i])) throw ErrorOf("ErrorItemNotFound");
+  }
+  const MailContent* const content = mail.Content();
+  if (content == nullptr || last >= content->Attachments().size()) {
+    throw ErrorOf("ErrorItemNotFound");
+  }
+  const AttachmentInfo attachment = mail.Shown(last, item->created);
+  WriteOne(idText, attachment, response, [&] {
+    if (!attachment.isMail) return WriteContent(content->AttachmentBytes(last), response);
+    mail.Enter(last);
+    WriteItem(context, mail.Describe(), mail, shape, response);
+  });
+}
+
+void GetOne(const Context& context, std::string_view idText, const ItemShape& shape,
+            EwsResponse& response) {
+  if (const auto part = ReadPartId(idText)) return GetPart(context, *part, idText, shape, response);
+  const std::int64_t id = ResolveId(idText, IdKind::kAttachment);
+  const auto attachment = context.store.Attachment(id);
+  if (!attachment) throw ErrorOf("ErrorItemNotFound");
+  WriteOne(idText, *attachment, response, [&] {
+    context.store.WithAttachment(id,
+                                 [&](std::string_view bytes) { WriteContent(bytes, response); });
+  });
+}
+
+std::string ElementOf(const AttachmentInfo& attachment) {
+  return attachment.isMail ? "t:ItemAttachment" : "t:FileAttachment";
+}
+
+}  // namespace
+
+void OpenAttachment(std::string_view id, const AttachmentInfo& attachment, EwsResponse& response) {
+  const auto optional = [&](std::string_view name, const std::string& text) {
+    if (!text.empty()) response.Element(name, text);
+  };
+  response.Open(ElementOf(attachment));
+  response.Empty("t:AttachmentId", XmlAttribute("Id", id));
+  response.Element("t:Name", attachment.name);
+  optional("t:ContentType", attachment.contentType);
+  optional("t:ContentId", attachment.contentId);
+  optional("t:ContentLocation", attachment.contentLocation);
+  response.Number("t:Size", attachment.size);
+  optional("t:LastModifiedTime", attachment.created);
+  response.Boolean("t:IsInline", attachment.isInline);
+  if (!attachment.isMail) response.Boolean("t:IsContactPhoto", attachment.isContactPhoto);
+}
+
+void CloseAttachment(const AttachmentInfo& attachment, EwsResponse& response) {
+  response.Close(ElementOf(attachment));
+}
+
+NewAttachment ReadAttachment(pugi::xml_node node) {
+  if (LocalName(node) != "FileAttachment") {
+    throw OperationError("ErrorInvalidOperation", "This mailbox keeps file attachments only.");
+  }
+  NewAttachment attachment;
+  attachment.info.name = ChildText(node, "Name");
+  attachment.info.contentType = ChildText(node, "ContentType");
+  attachment.info.contentId = ChildText(node, "ContentId");
+  attachment.info.contentLocation = ChildText(node, "ContentLocation");
+  attachment.info.isInline = IsTrue(ChildText(node, "IsInline"));
+  attachment.info.isContactPhoto = IsTrue(ChildText(node, "IsContactPhoto"));
+  if (!platform::Base64Decode(ChildText(node, "Content"), attachment.content)) {
+    SoapFault fault("ErrorSchemaValidation",
+                    "The request failed schema validation: The "
+                    "'http://schemas.microsoft.com/exchange/services/2006/types:Content' element "
+                    "is invalid - The value is invalid according to its datatype "
+                    "'http://www.w3.org/2001/XMLSchema:base64Binary'.");
+    fault.message = "The request failed schema validation.";
+    throw fault;
+  }
+  return attachment;
+}
+
+void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const std::string_view parent = Attribute(Child(request, "ParentItemId"), "Id");
+  const pugi::xml_node list = Child(request, "Attachments");
+  for (auto node = FirstElement(list); node; node = NextElement(node)) {
+    try {
+      AddOne(context, ResolveId(parent, IdKind::kItem), node, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "Attachments");
+    }
+  }
+}
+
+void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  for (auto id = FirstElement(Child(request, "AttachmentIds")); id; id = NextElement(id)) {
+    try {
+      const ItemShape shape(Child(request, "AttachmentShape"), Depth::kFull);
+      GetOne(context, Attribute(id, "Id"), shape, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "Attachments");
+    }
+  }
+}
+
+}  // namespace mailbox

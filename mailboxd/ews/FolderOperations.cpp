@@ -1,0 +1,207 @@
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "mailboxd/ews/EwsRequest.h"
+#include "mailboxd/ews/Operations.h"
+#include "platform/Unicode.h"
+
+namespace mailbox {
+namespace {
+
+struct FolderElement {
+  std::string_view element;
+  std::string_view folderClass;
+  bool countsUnread;
+};
+// The last row is what any other class is shown as.
+constexpr std::array<FolderElement, 4> kElements = {{
+    {"CalendarFolder", "IPF.Appointment", false},
+    {"ContactsFolder", "IPF.Contact", false},
+    {"TasksFolder", "IPF.Task", true},
+    {"Folder", "IPF.Note", true},
+}};
+
+const FolderElement& ElementOf(std::string_view folderClass) {
+  for (const FolderElement& row : kElements) {
+    if (folderClass.starts_with(row.folderClass)) return row;
+  }
+  return kElements.back();
+}
+
+// FolderShape: whether more than the id is asked for, and which paths by name.
+struct FolderShape {
+  explicit FolderShape(pugi::xml_node node) : m_full(ChildText(node, "BaseShape") != "IdOnly") {
+    m_paths = Child(node, "AdditionalProperties");
+  }
+  bool Wants(std::string_view path) const {
+    if (m_full) return true;
+    for (auto field = FirstElement(m_paths); field; field = NextElement(field)) {
+      if (Attribute(field, "FieldURI") == path) return true;
+    }
+    return false;
+  }
+
+ private:
+  bool m_full;
+  pugi::xml_node m_paths;
+};
+
+void WriteFolder(const FolderInfo& folder, const FolderShape& shape, EwsResponse& response) {
+  const FolderElement& row = ElementOf(folder.folderClass);
+  const std::string name = "t:" + std::string(row.element);
+  response.Open(name);
+  response.Empty("t:FolderId", IdAttributes(IdKind::kFolder, folder.id, folder.version));
+  if (folder.parent != 0 && shape.Wants("folder:ParentFolderId")) {
+    response.Empty("t:ParentFolderId", IdAttributes(IdKind::kFolder, folder.parent, 1));
+  }
+  if (!folder.folderClass.empty() && shape.Wants("folder:FolderClass")) {
+    response.Element("t:FolderClass", folder.folderClass);
+  }
+  if (shape.Wants("folder:DisplayName")) response.Element("t:DisplayName", folder.name);
+  if (shape.Wants("folder:TotalCount")) response.Number("t:TotalCount", folder.total);
+  if (shape.Wants("folder:ChildFolderCount")) {
+    response.Number("t:ChildFolderCount", folder.children);
+  }
+  if (row.countsUnread && shape.Wants("folder:UnreadCount")) {
+    response.Number("t:UnreadCount", folder.unread);
+  }
+  response.Close(name);
+}
+
+std::u16string Folded(std::string_view text, bool ignoreCase) {
+  std::u16string wide = platform::Utf8ToUtf16(text);
+  return ignoreCase ? platform::UpperUnits(wide) : wide;
+}
+
+bool MatchesText(pugi::xml_node filter, std::string_view name) {
+  const std::string_view comparison = Attribute(filter, "ContainmentComparison");
+  const bool ignoreCase = comparison.find("IgnoreCase") != std::string_view::npos;
+  const std::u16string text = Folded(name, ignoreCase);
+  const std::u16string wanted = Folded(Attribute(Child(filter, "Constant"), "Value"), ignoreCase);
+  const std::string_view mode = Attribute(filter, "ContainmentMode");
+  if (mode == "Prefixed") return text.starts_with(wanted);
+  if (mode == "FullString" || mode.empty()) return text == wanted;
+  if (mode == "PrefixOnWords") {
+    return text.starts_with(wanted) || text.find(u" " + wanted) != std::u16string::npos;
+  }
+  return text.find(wanted) != std::u16string::npos;
+}
+
+// Only names can be searched for.
+void RequireDisplayName(pugi::xml_node filter) {
+  if (Attribute(Child(filter, "FieldURI"), "FieldURI") == "folder:DisplayName") return;
+  throw ErrorOf("ErrorUnsupportedPathForQuery");
+}
+
+// Recursion is bounded: the schema check refuses what nests deeper than kMaximumDepth.
+bool Matches(pugi::xml_node filter, std::string_view name) {
+  const std::string_view kind = LocalName(filter);
+  if (kind == "And" || kind == "Or") {
+    const bool isAnd = kind == "And";
+    for (auto part = FirstElement(filter); part; part = NextElement(part)) {
+      if (Matches(part, name) != isAnd) return !isAnd;
+    }
+    return isAnd;
+  }
+  if (kind == "Not") return !Matches(FirstElement(filter), name);
+  if (kind == "Exists") return true;
+  RequireDisplayName(filter);
+  if (kind == "Contains") return MatchesText(filter, name);
+  const pugi::xml_node constant = Child(Child(filter, "FieldURIOrConstant"), "Constant");
+  const bool equal = platform::EqualNoCase(platform::Utf8ToUtf16(Attribute(constant, "Value")),
+                                           platform::Utf8ToUtf16(name));
+  return equal == (kind == "IsEqualTo");
+}
+
+void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node parent,
+               EwsResponse& response) {
+  const FolderInfo root = ResolveFolder(context, parent);
+  std::vector<FolderInfo> found =
+      context.store.ChildFolders(root.id, Attribute(request, "Traversal") == "Deep");
+  if (const pugi::xml_node filter = FirstElement(Child(request, "Restriction"))) {
+    std::erase_if(found, [&](const FolderInfo& folder) { return !Matches(filter, folder.name); });
+  }
+  const auto total = static_cast<std::int64_t>(found.size());
+  const Page page = ReadPage(Child(request, "IndexedPageFolderView"), total);
+  const FolderShape shape(Child(request, "FolderShape"));
+  response.BeginSuccess();
+  response.Open("m:RootFolder", PageAttributes(page, total));
+  response.Open("t:Folders");
+  for (auto i = static_cast<size_t>(page.first); i < static_cast<size_t>(page.end); ++i) {
+    WriteFolder(found[i], shape, response);
+  }
+  response.Close("t:Folders");
+  response.Close("m:RootFolder");
+  response.EndMessage();
+}
+
+void CreateOne(const Context& context, pugi::xml_node parentId, pugi::xml_node node,
+               EwsResponse& response) {
+  const FolderInfo parent = ResolveFolder(context, parentId);
+  const std::string_view name = ChildText(node, "DisplayName");
+  constexpr size_t kLongestName = 255;  // units
+  if (name.empty() || platform::Utf8ToUtf16(name).size() > kLongestName) {
+    OperationError error = ErrorOf("ErrorFolderSavePropertyError");
+    error.messageXml = "<t:FieldURI FieldURI=\"folder:DisplayName\"/>";
+    throw error;
+  }
+  const std::string_view element = LocalName(node);
+  const auto row = std::find_if(kElements.begin(), kElements.end(),
+                                [&](const FolderElement& r) { return r.element == element; });
+  if (row == kElements.end()) throw ErrorOf("ErrorInvalidOperation");
+  const std::string_view asked = ChildText(node, "FolderClass");
+  const auto folder =
+      context.store.CreateFolder(parent, name, asked.empty() ? row->folderClass : asked);
+  if (!folder) throw ErrorOf("ErrorFolderExists");
+  response.BeginSuccess();
+  response.Open("m:Folders");
+  const std::string tag = "t:" + std::string(element);
+  response.Open(tag);
+  response.Empty("t:FolderId", IdAttributes(IdKind::kFolder, folder->id, folder->version));
+  response.Close(tag);
+  response.Close("m:Folders");
+  response.EndMessage();
+}
+
+}  // namespace
+
+void FindFolder(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const pugi::xml_node parents = Child(request, "ParentFolderIds");
+  for (auto parent = FirstElement(parents); parent; parent = NextElement(parent)) {
+    try {
+      FindBelow(context, request, parent, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "");
+    }
+  }
+}
+
+void GetFolder(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const FolderShape shape(Child(request, "FolderShape"));
+  for (auto id = FirstElement(Child(request, "FolderIds")); id; id = NextElement(id)) {
+    try {
+      const FolderInfo folder = ResolveFolder(context, id);
+      response.BeginSuccess();
+      response.Open("m:Folders");
+      WriteFolder(folder, shape, response);
+      response.Close("m:Folders");
+      response.EndMessage();
+    } catch (const OperationError& error) {
+      response.Error(error, "Folders");
+    }
+  }
+}
+
+void CreateFolder(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const pugi::xml_node parent = FirstElement(Child(request, "ParentFolderId"));
+  for (auto node = FirstElement(Child(request, "Folders")); node; node = NextElement(node)) {
+    try {
+      CreateOne(context, parent, node, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "Folders");
+    }
+  }
+}
+
+}  // namespace mailbox

@@ -1,0 +1,260 @@
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+#include "mailboxd/ews/EwsRequest.h"
+#include "mailboxd/ews/ItemChanges.h"
+#include "mailboxd/ews/ItemReading.h"
+#include "mailboxd/ews/ItemWriting.h"
+#include "mailboxd/ews/Operations.h"
+#include "mailboxd/store/MailOfItem.h"
+
+namespace mailbox {
+namespace {
+
+struct ItemRule {
+  std::string_view element;
+  std::string_view folderClass;  // "" for any
+  std::string_view mismatch;
+};
+constexpr std::array<ItemRule, 5> kRules = {{
+    {"Message", "", ""},
+    {"CalendarItem", "IPF.Appointment", "ErrorCannotCreateCalendarItemInNonCalendarFolder"},
+    {"Contact", "IPF.Contact", "ErrorCannotCreateContactInNonContactFolder"},
+    {"DistributionList", "IPF.Contact", "ErrorCannotCreateContactInNonContactFolder"},
+    {"Task", "IPF.Task", "ErrorCannotCreateTaskInNonTaskFolder"},
+}};
+
+void CheckDisposition(pugi::xml_node request, std::string_view element) {
+  const std::string_view disposition = Attribute(request, "MessageDisposition");
+  if (element == "Message" && disposition.empty()) throw ErrorOf("ErrorMessageDispositionRequired");
+  if (!disposition.empty() && disposition != "SaveOnly") {
+    throw OperationError("ErrorInvalidOperation", "This mailbox saves items and sends none.");
+  }
+}
+
+void CheckPlace(pugi::xml_node request, pugi::xml_node node, const FolderInfo& folder) {
+  const std::string_view element = LocalName(node);
+  const auto rule = std::find_if(kRules.begin(), kRules.end(),
+                                 [&](const ItemRule& r) { return r.element == element; });
+  if (rule == kRules.end()) throw ErrorOf("ErrorInvalidOperation");
+  CheckDisposition(request, element);
+  if (element == "CalendarItem" && !request.attribute("SendMeetingInvitations")) {
+    throw ErrorOf("ErrorSendMeetingInvitationsRequired");
+  }
+  if (!folder.folderClass.starts_with(rule->folderClass)) throw ErrorOf(rule->mismatch);
+  if (element != "Message") {
+    throw OperationError("ErrorInvalidOperation",
+                         "This mailbox does not keep items of this kind yet.");
+  }
+}
+
+void CheckSize(const Context& context, const NewItem& item) {
+  auto size = static_cast<std::int64_t>(item.mime.size() + item.info.body.size());
+  for (const NewAttachment& attachment : item.attachments) {
+    size += static_cast<std::int64_t>(attachment.content.size());
+  }
+  if (size > context.maximumMessageSize) throw ErrorOf("ErrorMessageSizeExceeded");
+}
+
+void CreateOne(const Context& context, pugi::xml_node request, pugi::xml_node node,
+               EwsResponse& response) {
+  FolderInfo folder;
+  if (const pugi::xml_node id = FirstElement(Child(request, "SavedItemFolderId"))) {
+    folder = ResolveFolder(context, id);
+  } else {
+    const auto drafts =
+        context.store.FindWellKnown(context.store.Mailbox(context.mailbox), "drafts");
+    folder = context.store.Folder(drafts.value_or(0)).value_or(FolderInfo());
+  }
+  CheckPlace(request, node, folder);
+  if (const std::string code = context.faults.TakeItemError(); !code.empty()) throw ErrorOf(code);
+  NewItem item = ReadNewItem(node);
+  CheckSize(context, item);
+  item.info.folder = folder.id;
+  context.store.CreateItem(item);
+
+  response.BeginSuccess();
+  response.Open("m:Items");
+  response.Open("t:Message");
+  response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.info.id, item.info.version));
+  if (!item.attachments.empty()) {
+    response.Open("t:Attachments");
+    for (const NewAttachment& attachment : item.attachments) {
+      response.Open("t:FileAttachment");
+      response.Empty("t:AttachmentId",
+                     XmlAttribute("Id", MakeId(IdKind::kAttachment, attachment.info.id)));
+      response.Close("t:FileAttachment");
+    }
+    response.Close("t:Attachments");
+  }
+  response.Close("t:Message");
+  response.Close("m:Items");
+  response.EndMessage();
+}
+
+void GetOne(const Context& context, std::int64_t id, const ItemShape& shape,
+            EwsResponse& response) {
+  auto item = context.store.Item(id);
+  if (!item) throw ErrorOf("ErrorItemNotFound");
+  MailOfItem mail(context.store, id);
+  if (shape.Wants("item:HasAttachments") && LookForFiles(mail, *item)) {
+    context.store.SetMailHasFiles({{id, *item->mailHasFiles}});
+  }
+  response.BeginSuccess();
+  response.Open("m:Items");
+  WriteItem(context, *item, mail, shape, response);
+  response.Close("m:Items");
+  response.EndMessage();
+}
+
+void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node parent,
+               const ItemShape& shape, EwsResponse& response) {
+  const FolderInfo folder = ResolveFolder(context, parent);
+  const bool live = Attribute(request, "Traversal") == "Shallow";
+  const std::int64_t total = live ? folder.total : 0;
+  const Page page = ReadPage(Child(request, "IndexedPageItemView"), total);
+  std::vector<ItemInfo> items = context.store.Items(folder.id, page.first, page.end - page.first);
+  if (shape.Wants("item:HasAttachments")) LookForFiles(context.store, items);
+  response.BeginSuccess();
+  response.Open("m:RootFolder", PageAttributes(page, total));
+  response.Open("t:Items");
+  for (const ItemInfo& item : items) {
+    MailOfItem mail(context.store, item.id);
+    WriteItem(context, item, mail, shape, response);
+  }
+  response.Close("t:Items");
+  response.Close("m:RootFolder");
+  response.EndMessage();
+}
+
+// Whether the client may write over what it has seen last. Only AlwaysOverwrite does without saying
+// what that was; AutoResolve gives way to no other change, for each property is written whole.
+void CheckConflict(std::string_view resolution, std::string_view changeKey, const ItemInfo& item) {
+  const auto seen = ReadChangeKey(changeKey, IdKind::kItem);
+  if (!changeKey.empty() && !seen) throw ErrorOf("ErrorInvalidChangeKey");
+  if (resolution == "AlwaysOverwrite") return;
+  if (!seen) throw ErrorOf("ErrorChangeKeyRequiredForWriteOperations");
+  if (resolution == "NeverOverwrite" && *seen != item.version) {
+    throw ErrorOf("ErrorIrresolvableConflict");
+  }
+}
+
+std::int64_t TextSize(const ItemInfo& item) {
+  return static_cast<std::int64_t>(item.body.size() + item.subject.size());
+}
+
+// The item with all changes of a request made to it, or none. Somebody else may change it
+// meanwhile: then it is read and changed again.
+ItemInfo ChangeItem(const Context& context, pugi::xml_node request, pugi::xml_node change) {
+  const pugi::xml_node id = Child(change, "ItemId");
+  const std::int64_t row = ResolveId(Attribute(id, "Id"), IdKind::kItem);
+  MailOfItem mail(context.store, row);
+  for (;;) {
+    auto item = context.store.Item(row);
+    if (!item) throw ErrorOf("ErrorItemNotFound");
+    CheckDisposition(request, item->element);
+    CheckConflict(Attribute(request, "ConflictResolution"), Attribute(id, "ChangeKey"), *item);
+    item->size -= TextSize(*item);
+    const pugi::xml_node updates = Child(change, "Updates");
+    for (auto one = FirstElement(updates); one; one = NextElement(one)) {
+      ApplyChange(one, mail, *item);
+    }
+    item->size += TextSize(*item);
+    if (item->size > context.maximumMessageSize) throw ErrorOf("ErrorMessageSizeExceeded");
+    if (context.store.UpdateItem(*item)) return *item;
+  }
+}
+
+void UpdateOne(const Context& context, pugi::xml_node request, pugi::xml_node change,
+               EwsResponse& response) {
+  if (const std::string code = context.faults.TakeItemError(); !code.empty()) throw ErrorOf(code);
+  const ItemInfo item = ChangeItem(context, request, change);
+  const std::string tag = "t:" + item.element;
+  response.BeginSuccess();
+  response.Open("m:Items");
+  response.Open(tag);
+  response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.id, item.version));
+  response.Close(tag);
+  response.Close("m:Items");
+  response.Open("m:ConflictResults");
+  response.Number("t:Count", 0);
+  response.Close("m:ConflictResults");
+  response.EndMessage();
+}
+
+void DeleteOne(const Context& context, std::string_view how, std::int64_t id) {
+  const auto item = context.store.Item(id);
+  if (!item) throw ErrorOf("ErrorItemNotFound");
+  if (how != "MoveToDeletedItems") {
+    if (!context.store.DeleteItem(id)) throw ErrorOf("ErrorItemNotFound");
+    return;
+  }
+  const auto folder = context.store.Folder(item->folder);
+  const auto bin = context.store.FindWellKnown(folder ? folder->mailbox : 0, "deleteditems");
+  const bool done = bin ? context.store.MoveItem(id, *bin) : context.store.DeleteItem(id);
+  if (!done) throw ErrorOf("ErrorItemNotFound");
+}
+
+}  // namespace
+
+void CreateItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  for (auto node = FirstElement(Child(request, "Items")); node; node = NextElement(node)) {
+    try {
+      CreateOne(context, request, node, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "Items");
+    }
+  }
+}
+
+void GetItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const pugi::xml_node shapeNode = Child(request, "ItemShape");
+  for (auto id = FirstElement(Child(request, "ItemIds")); id; id = NextElement(id)) {
+    try {
+      const ItemShape shape(shapeNode, Depth::kFull);
+      GetOne(context, ResolveId(Attribute(id, "Id"), IdKind::kItem), shape, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "Items");
+    }
+  }
+}
+
+void FindItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const pugi::xml_node parents = Child(request, "ParentFolderIds");
+  for (auto parent = FirstElement(parents); parent; parent = NextElement(parent)) {
+    try {
+      const ItemShape shape(Child(request, "ItemShape"), Depth::kSummary);
+      FindBelow(context, request, parent, shape, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "");
+    }
+  }
+}
+
+void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const pugi::xml_node changes = Child(request, "ItemChanges");
+  for (auto change = FirstElement(changes); change; change = NextElement(change)) {
+    try {
+      UpdateOne(context, request, change, response);
+    } catch (const OperationError& error) {
+      response.Error(error, "Items");
+    }
+  }
+}
+
+void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  for (auto id = FirstElement(Child(request, "ItemIds")); id; id = NextElement(id)) {
+    try {
+      DeleteOne(context, Attribute(request, "DeleteType"),
+                ResolveId(Attribute(id, "Id"), IdKind::kItem));
+      response.BeginSuccess();
+      response.EndMessage();
+    } catch (const OperationError& error) {
+      response.Error(error, "");
+    }
+  }
+}
+
+}  // namespace mailbox

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <pugixml.hpp>
+#include <string>
+#include <string_view>
+
+#include "mailboxd/ews/EwsResponse.h"
+#include "mailboxd/ews/Faults.h"
+#include "mailboxd/store/Ids.h"
+#include "mailboxd/store/Store.h"
+
+namespace mailbox {
+
+// What an operation works with.
+struct Context {
+  Store& store;
+  Faults& faults;
+  std::string mailbox;                  // the address that the request acts for
+  std::int64_t maximumMessageSize = 0;  // bytes
+};
+
+// Answers one SOAP request; the body is parsed in place. Throws SoapFault.
+std::string Answer(std::string& body, const Context& base);
+
+// Each writes the response messages of its request.
+void FindFolder(const Context& context, pugi::xml_node request, EwsResponse& response);
+void GetFolder(const Context& context, pugi::xml_node request, EwsResponse& response);
+void CreateFolder(const Context& context, pugi::xml_node request, EwsResponse& response);
+void CreateItem(const Context& context, pugi::xml_node request, EwsResponse& response);
+void GetItem(const Context& context, pugi::xml_node request, EwsResponse& response);
+void FindItem(const Context& context, pugi::xml_node request, EwsResponse& response);
+void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& response);
+void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& response);
+void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
+void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
+
+// The folder that a FolderId or DistinguishedFolderId element means. Throws OperationError.
+FolderInfo ResolveFolder(const Context& context, pugi::xml_node id);
+// The row of an id text; throws OperationError for a text that is none, or of another kind.
+std::int64_t ResolveId(std::string_view text, IdKind kind);
+// The attributes Id and ChangeKey.
+std::string IdAttributes(IdKind kind, std::int64_t row, std::int64_t version);
+
+// A page of a list of `total`: the first index and the end. Throws OperationError for a page that
+// cannot be.
+struct Page {
+  std::int64_t first = 0;
+  std::int64_t end = 0;
+};
+Page ReadPage(pugi::xml_node view, std::int64_t total);
+std::string PageAttributes(const Page& page, std::int64_t total);
+
+// Writes a FileAttachment element, or an ItemAttachment for a mail, open for its content. Details
+// that are empty are left out.
+void OpenAttachment(std::string_view id, const AttachmentInfo& attachment, EwsResponse& response);
+void CloseAttachment(const AttachmentInfo& attachment, EwsResponse& response);
+// Reads a FileAttachment element. Throws SoapFault for content that is no base64.
+NewAttachment ReadAttachment(pugi::xml_node node);
+
+}  // namespace mailbox

@@ -1,0 +1,197 @@
+#include <algorithm>
+#include <string>
+
+#include "mailboxd/store/ItemDetails.h"
+#include "mailboxd/store/StoreImplementation.h"
+
+// Items and attachments of a store.
+namespace mailbox {
+namespace {
+
+std::int64_t SizeOf(const NewItem& item) {
+  size_t size = item.mime.size() + item.info.body.size() + item.info.subject.size();
+  for (const NewAttachment& attachment : item.attachments) size += attachment.content.size();
+  return static_cast<std::int64_t>(size);
+}
+
+const RowShape<ItemInfo> kItems(
+    "items",
+    {{"id", Into<&ItemInfo::id>},
+     {"folder", Into<&ItemInfo::folder>},
+     {"element", Into<&ItemInfo::element>},
+     {"item_class", Into<&ItemInfo::itemClass>},
+     {"subject", Into<&ItemInfo::subject>},
+     {"is_read", Into<&ItemInfo::isRead>},
+     {"is_draft", Into<&ItemInfo::isDraft>},
+     {"received", Into<&ItemInfo::received>},
+     {"sent", Into<&ItemInfo::sent>},
+     {"created", Into<&ItemInfo::created>},
+     {"size", Into<&ItemInfo::size>},
+     {"version", Into<&ItemInfo::version>},
+     {"details", [](const platform::SqliteStatement& row, int column,
+                    ItemInfo& item) { ReadDetails(row.Text(column), item); }},
+     {"(SELECT count(*) FROM attachments WHERE item=items.id)", Into<&ItemInfo::attachmentCount>},
+     {"mail_has_files", Into<&ItemInfo::mailHasFiles>}});
+
+const RowShape<AttachmentInfo> kAttachments(
+    "attachments", {{"id", Into<&AttachmentInfo::id>},
+                    {"item", Into<&AttachmentInfo::item>},
+                    {"name", Into<&AttachmentInfo::name>},
+                    {"content_type", Into<&AttachmentInfo::contentType>},
+                    {"content_id", Into<&AttachmentInfo::contentId>},
+                    {"content_location", Into<&AttachmentInfo::contentLocation>},
+                    {"is_inline", Into<&AttachmentInfo::isInline>},
+                    {"is_contact_photo", Into<&AttachmentInfo::isContactPhoto>},
+                    {"size", Into<&AttachmentInfo::size>},
+                    {"created", Into<&AttachmentInfo::created>}});
+
+}  // namespace
+
+void Store::Implementation::InsertItem(NewItem& item) {
+  ItemInfo& info = item.info;
+  Run("INSERT INTO items(folder,element,item_class,subject,is_read,is_draft,received,sent,created,"
+      "size,version,details,mail_has_files) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,-1))",
+      info.folder, info.element, info.itemClass, info.subject, info.isRead, info.isDraft,
+      info.received, info.sent, info.created, info.size, info.version, WriteDetails(info),
+      item.hasMime ? -1 : 0);
+  info.id = LastRow();
+  if (!item.hasMime) return;
+  Run("INSERT INTO mime(item,charset,bytes) VALUES(?,?,?)", info.id, item.mimeCharset,
+      BlobView{item.mime});
+}
+
+void Store::Implementation::InsertAttachment(std::int64_t item, NewAttachment& attachment) {
+  AttachmentInfo& info = attachment.info;
+  info.item = item;
+  info.size = static_cast<std::int64_t>(attachment.content.size());
+  info.created = UtcNow();
+  Run("INSERT INTO attachments(item,name,content_type,content_id,content_location,is_inline,"
+      "is_contact_photo,size,created) VALUES(?,?,?,?,?,?,?,?,?)",
+      item, info.name, info.contentType, info.contentId, info.contentLocation, info.isInline,
+      info.isContactPhoto, info.size, info.created);
+  info.id = LastRow();
+  Run("INSERT INTO attachment_bytes(attachment,bytes) VALUES(?,?)", info.id,
+      BlobView{attachment.content});
+}
+
+void Store::CreateItem(NewItem& item) {
+  item.info.created = UtcNow();
+  item.info.size = SizeOf(item);
+  item.info.attachmentCount = static_cast<std::int64_t>(item.attachments.size());
+  const std::lock_guard lock(m_implementation->m_mutex);
+  Implementation::Transaction transaction(*m_implementation);
+  m_implementation->InsertItem(item);
+  for (NewAttachment& attachment : item.attachments) {
+    m_implementation->InsertAttachment(item.info.id, attachment);
+  }
+  transaction.Commit();
+}
+
+std::optional<ItemInfo> Store::Item(std::int64_t id) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->One(kItems, "WHERE id=?", id);
+}
+
+std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std::int64_t limit) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  auto& ends = m_implementation->m_pageEnds;
+  const auto end = ends.find(folder);
+  std::vector<ItemInfo> items;
+  if (end != ends.end() && end->second.place == offset) {
+    items = m_implementation->All(kItems, "WHERE folder=? AND id>? ORDER BY id LIMIT ?", folder,
+                                  end->second.row, limit);
+  } else {
+    items = m_implementation->All(kItems, "WHERE folder=? ORDER BY id LIMIT ? OFFSET ?", folder,
+                                  limit, offset);
+  }
+  if (m_implementation->m_writes && !items.empty()) {
+    ends[folder] = {offset + static_cast<std::int64_t>(items.size()), items.back().id};
+  }
+  return items;
+}
+
+Store::Neighbours Store::NeighboursOf(const ItemInfo& item) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  const auto find = [&](const std::string& sql) {
+    return m_implementation->Number(sql, item.folder, item.id).value_or(0);
+  };
+  return {find("SELECT id FROM items WHERE folder=? AND id<? ORDER BY id DESC LIMIT 1"),
+          find("SELECT id FROM items WHERE folder=? AND id>? ORDER BY id LIMIT 1")};
+}
+
+bool Store::WithMime(std::int64_t item,
+                     const std::function<void(std::string_view, std::string_view)>& use) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  auto find = m_implementation->Query("SELECT charset,bytes FROM mime WHERE item=?", item);
+  if (!find->Step()) return false;
+  use(find->Text(0), find->Blob(1));
+  return true;
+}
+
+void Store::SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& items) {
+  if (items.empty()) return;
+  const std::lock_guard lock(m_implementation->m_mutex);
+  Implementation::Transaction transaction(*m_implementation);
+  for (const auto& [id, has] : items) {
+    m_implementation->Run("UPDATE items SET mail_has_files=? WHERE id=?", has, id);
+  }
+  transaction.Commit();
+}
+
+bool Store::UpdateItem(ItemInfo& item) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  m_implementation->Run(
+      "UPDATE items SET item_class=?,subject=?,is_read=?,is_draft=?,received=?,sent=?,size=?,"
+      "details=?,version=version+1 WHERE id=? AND version=?",
+      item.itemClass, item.subject, item.isRead, item.isDraft, item.received, item.sent, item.size,
+      WriteDetails(item), item.id, item.version);
+  if (!m_implementation->Changed()) return false;
+  ++item.version;
+  return true;
+}
+
+bool Store::DeleteItem(std::int64_t id) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  m_implementation->m_pageEnds.clear();
+  m_implementation->Run("DELETE FROM items WHERE id=?", id);
+  return m_implementation->Changed();
+}
+
+bool Store::MoveItem(std::int64_t id, std::int64_t folder) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  m_implementation->m_pageEnds.clear();
+  m_implementation->Run("UPDATE items SET folder=?,version=version+1 WHERE id=?", folder, id);
+  return m_implementation->Changed();
+}
+
+std::vector<AttachmentInfo> Store::Attachments(std::int64_t item) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->All(kAttachments, "WHERE item=? ORDER BY id", item);
+}
+
+std::optional<AttachmentInfo> Store::Attachment(std::int64_t id) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->One(kAttachments, "WHERE id=?", id);
+}
+
+bool Store::WithAttachment(std::int64_t id, const std::function<void(std::string_view)>& use) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  auto find = m_implementation->Query("SELECT bytes FROM attachment_bytes WHERE attachment=?", id);
+  if (!find->Step()) return false;
+  use(find->Blob(0));
+  return true;
+}
+
+std::optional<std::int64_t> Store::AddAttachment(std::int64_t item, NewAttachment& attachment) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  Implementation::Transaction transaction(*m_implementation);
+  m_implementation->Run("UPDATE items SET version=version+1,size=size+? WHERE id=?",
+                        static_cast<std::int64_t>(attachment.content.size()), item);
+  if (!m_implementation->Changed()) return std::nullopt;
+  m_implementation->InsertAttachment(item, attachment);
+  const auto version = m_implementation->Number("SELECT version FROM items WHERE id=?", item);
+  transaction.Commit();
+  return version;
+}
+
+}  // namespace mailbox

@@ -1,0 +1,125 @@
+#include "mailboxd/store/StoreSchema.h"
+
+#include <array>
+
+namespace mailbox {
+
+namespace {
+
+// Row numbers are never used twice (AUTOINCREMENT): the id of a deleted item must not find another.
+constexpr char kTables[] = R"sql(
+CREATE TABLE mailboxes (
+  id INTEGER PRIMARY KEY,
+  address TEXT NOT NULL UNIQUE);
+CREATE TABLE folders (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  mailbox INTEGER NOT NULL REFERENCES mailboxes(id),
+  parent INTEGER REFERENCES folders(id),
+  name TEXT NOT NULL,
+  name_key TEXT NOT NULL,
+  class TEXT NOT NULL,
+  well_known TEXT,
+  version INTEGER NOT NULL DEFAULT 1);
+CREATE UNIQUE INDEX folder_names ON folders(parent, name_key);
+CREATE UNIQUE INDEX folder_well_known ON folders(mailbox, well_known);
+CREATE TABLE items (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  folder INTEGER NOT NULL REFERENCES folders(id),
+  element TEXT NOT NULL,
+  item_class TEXT NOT NULL,
+  subject TEXT NOT NULL,
+  is_read INTEGER NOT NULL,
+  is_draft INTEGER NOT NULL,
+  received TEXT NOT NULL,
+  sent TEXT NOT NULL,
+  created TEXT NOT NULL,
+  size INTEGER NOT NULL,
+  version INTEGER NOT NULL,
+  details TEXT NOT NULL);
+CREATE INDEX items_by_folder ON items(folder, is_read);
+CREATE TABLE mime (
+  item INTEGER PRIMARY KEY REFERENCES items(id) ON DELETE CASCADE,
+  charset TEXT NOT NULL,
+  bytes BLOB NOT NULL);
+CREATE TABLE attachments (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  item INTEGER NOT NULL REFERENCES items(id) ON DELETE CASCADE,
+  name TEXT NOT NULL,
+  content_type TEXT NOT NULL,
+  content_id TEXT NOT NULL,
+  content_location TEXT NOT NULL,
+  is_inline INTEGER NOT NULL,
+  is_contact_photo INTEGER NOT NULL,
+  size INTEGER NOT NULL,
+  created TEXT NOT NULL);
+CREATE INDEX attachments_by_item ON attachments(item);
+CREATE TABLE attachment_bytes (
+  attachment INTEGER PRIMARY KEY REFERENCES attachments(id) ON DELETE CASCADE,
+  bytes BLOB NOT NULL);
+)sql";
+
+// A folder's counts stand in its row, and its items are found in the order of their rows without a
+// sort, so that a page costs the same in a folder of any size.
+constexpr char kCounts[] = R"sql(
+DROP INDEX items_by_folder;
+CREATE INDEX items_in_folder ON items(folder);
+ALTER TABLE folders ADD COLUMN total INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE folders ADD COLUMN unread INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE folders ADD COLUMN children INTEGER NOT NULL DEFAULT 0;
+UPDATE folders SET (total, unread) =
+  (SELECT count(*), ifnull(sum(is_read=0), 0) FROM items WHERE folder=folders.id),
+  children=(SELECT count(*) FROM folders AS child WHERE child.parent=folders.id);
+CREATE TRIGGER folder_added AFTER INSERT ON folders BEGIN
+  UPDATE folders SET children=children+1 WHERE id=NEW.parent;
+END;
+CREATE TRIGGER item_added AFTER INSERT ON items BEGIN
+  UPDATE folders SET total=total+1, unread=unread+(NEW.is_read=0) WHERE id=NEW.folder;
+END;
+CREATE TRIGGER item_removed AFTER DELETE ON items BEGIN
+  UPDATE folders SET total=total-1, unread=unread-(OLD.is_read=0) WHERE id=OLD.folder;
+END;
+CREATE TRIGGER item_changed AFTER UPDATE OF folder, is_read ON items BEGIN
+  UPDATE folders SET total=total-1, unread=unread-(OLD.is_read=0) WHERE id=OLD.folder;
+  UPDATE folders SET total=total+1, unread=unread+(NEW.is_read=0) WHERE id=NEW.folder;
+END;
+)sql";
+
+// Whether there are files in the mail of an item; NULL until somebody asks, for looking costs what
+// the mail's size costs.
+constexpr char kMailFiles[] = R"sql(
+ALTER TABLE items ADD COLUMN mail_has_files INTEGER;
+UPDATE items SET mail_has_files=0 WHERE id NOT IN (SELECT item FROM mime);
+)sql";
+
+constexpr std::array<const char*, 3> kSteps = {kTables, kCounts, kMailFiles};
+
+constexpr std::array<WellKnownFolder, 20> kFolders = {{
+    {"root", "", "root", ""},
+    {"msgfolderroot", "root", "Top of Information Store", "IPF.Note"},
+    {"inbox", "msgfolderroot", "Inbox", "IPF.Note"},
+    {"drafts", "msgfolderroot", "Drafts", "IPF.Note"},
+    {"sentitems", "msgfolderroot", "Sent Items", "IPF.Note"},
+    {"deleteditems", "msgfolderroot", "Deleted Items", "IPF.Note"},
+    {"junkemail", "msgfolderroot", "Junk Email", "IPF.Note"},
+    {"outbox", "msgfolderroot", "Outbox", "IPF.Note"},
+    {"calendar", "msgfolderroot", "Calendar", "IPF.Appointment"},
+    {"contacts", "msgfolderroot", "Contacts", "IPF.Contact"},
+    {"tasks", "msgfolderroot", "Tasks", "IPF.Task"},
+    {"notes", "msgfolderroot", "Notes", "IPF.StickyNote"},
+    {"journal", "msgfolderroot", "Journal", "IPF.Journal"},
+    {"searchfolders", "root", "Finder", "IPF.Note"},
+    {"recoverableitemsroot", "root", "Recoverable Items", "IPF.Note"},
+    {"recoverableitemsdeletions", "recoverableitemsroot", "Deletions", "IPF.Note"},
+    {"archiveroot", "", "archiveroot", ""},
+    {"archivemsgfolderroot", "archiveroot", "Top of Information Store", "IPF.Note"},
+    {"archiveinbox", "archivemsgfolderroot", "Inbox", "IPF.Note"},
+    {"archivedeleteditems", "archivemsgfolderroot", "Deleted Items", "IPF.Note"},
+}};
+
+}  // namespace
+
+std::span<const char* const> SchemaSteps() { return kSteps; }
+
+std::span<const WellKnownFolder> WellKnownFolders() { return kFolders; }
+
+}  // namespace mailbox

@@ -1,0 +1,184 @@
+#include "mailboxd/store/Store.h"
+
+#include "mailboxd/store/DateTime.h"
+#include "mailboxd/store/StoreSchema.h"
+#include "platform/Sqlite.h"
+#include "tests/mailboxd/LocalMailbox.h"
+
+using namespace mailbox_test;
+
+namespace {
+
+TEST(Store, AReaderBesideTheServerSeesWhatItHolds) {
+  const TempFolder folder;
+  const std::string path = folder.Path() + "/mailbox.db";
+  mailbox::Store store(path);
+  const std::int64_t box = store.Mailbox(" User@Example.COM ");
+  EXPECT_EQ(store.FindMailbox("user@example.com"), box);
+  const auto inbox = store.Folder(*store.FindWellKnown(box, "inbox"));
+  const auto sub = store.CreateFolder(*inbox, "a/b", "IPF.Note");
+  mailbox::NewItem item;
+  item.info.folder = sub->id;
+  item.info.subject = "hello";
+  item.info.to = {{"Bob", "bob@example.com", "SMTP"}};
+  item.hasMime = true;
+  item.mime = std::string("a\0b", 3);
+  item.attachments.resize(1);
+  item.attachments[0].content = "bytes";
+  store.CreateItem(item);
+
+  mailbox::Store reader(path, mailbox::Store::Mode::kReadOnly);
+  ASSERT_EQ(reader.Mailboxes().size(), 1u);
+  EXPECT_EQ(reader.FolderPath(sub->id), "Inbox/a//b");
+  const auto items = reader.Items(sub->id, 0, -1);
+  ASSERT_EQ(items.size(), 1u);
+  EXPECT_EQ(reader.Folder(sub->id)->total, 1);
+  EXPECT_EQ(items[0].subject, "hello");
+  EXPECT_EQ(items[0].to.at(0).address, "bob@example.com");
+  EXPECT_EQ(items[0].size, 13);
+  std::string mime;
+  EXPECT_TRUE(reader.WithMime(items[0].id, [&](auto, std::string_view bytes) { mime = bytes; }));
+  EXPECT_EQ(mime, item.mime);
+  std::string attached;
+  EXPECT_TRUE(reader.WithAttachment(reader.Attachments(items[0].id).at(0).id,
+                                    [&](std::string_view bytes) { attached = bytes; }));
+  EXPECT_EQ(attached, "bytes");
+  EXPECT_THROW(reader.Mailbox("new@example.com"), std::exception);
+}
+
+std::int64_t AddItem(mailbox::Store& store, std::int64_t folder, bool read) {
+  mailbox::NewItem item;
+  item.info.folder = folder;
+  item.info.isRead = read;
+  store.CreateItem(item);
+  return item.info.id;
+}
+
+// All of a folder, page by page; its counts are held against it.
+std::vector<std::int64_t> Paged(mailbox::Store& store, std::int64_t folder, std::int64_t page) {
+  std::vector<std::int64_t> rows;
+  std::int64_t unread = 0;
+  for (;;) {
+    const auto items = store.Items(folder, static_cast<std::int64_t>(rows.size()), page);
+    for (const mailbox::ItemInfo& item : items) {
+      rows.push_back(item.id);
+      unread += item.isRead ? 0 : 1;
+    }
+    if (items.empty()) break;
+  }
+  EXPECT_EQ(store.Folder(folder)->total, static_cast<std::int64_t>(rows.size()));
+  EXPECT_EQ(store.Folder(folder)->unread, unread);
+  return rows;
+}
+
+TEST(Store, PagesAndCountsFollowWhatIsAddedMovedAndDeleted) {
+  const TempFolder folder;
+  mailbox::Store store(folder.Path() + "/mailbox.db");
+  const std::int64_t box = store.Mailbox("a");
+  const std::int64_t inbox = *store.FindWellKnown(box, "inbox");
+  const std::int64_t bin = *store.FindWellKnown(box, "deleteditems");
+  std::vector<std::int64_t> rows;
+  std::vector<std::int64_t> binned;
+  for (int i = 0; i < 9; ++i) {
+    rows.push_back(AddItem(store, inbox, i % 2 == 0));
+    binned.push_back(AddItem(store, bin, false));
+  }
+  EXPECT_EQ(Paged(store, inbox, 4), rows);
+  rows.push_back(AddItem(store, inbox, false));  // behind the end of the last page
+  EXPECT_EQ(store.Items(inbox, 9, 4).at(0).id, rows.back());
+  EXPECT_EQ(store.Items(inbox, 0, 4).size(), 4u);
+  store.DeleteItem(rows[1]);  // in front of the end of the page before
+  rows.erase(rows.begin() + 1);
+  EXPECT_EQ(store.Items(inbox, 4, 1).at(0).id, rows[4]);
+  store.MoveItem(binned[0], inbox);
+  rows.insert(rows.begin() + 1, binned[0]);
+  EXPECT_EQ(store.Items(inbox, 5, 1).at(0).id, rows[5]);
+  EXPECT_EQ(Paged(store, inbox, 3), rows);
+  EXPECT_EQ(Paged(store, bin, 3).size(), 8u);
+}
+
+TEST(Store, AnOlderLayoutIsBroughtUpToDateByItsServer) {
+  const TempFolder folder;
+  const std::string path = folder.Path() + "/mailbox.db";
+  {
+    platform::SqliteDatabase old(path);
+    old.Execute(mailbox::SchemaSteps()[0]);
+    old.Execute(
+        "PRAGMA user_version=1; INSERT INTO mailboxes VALUES(1,'a');"
+        "INSERT INTO folders VALUES(7,1,NULL,'Inbox','INBOX','IPF.Note','inbox',1),"
+        "(8,1,7,'Sent','SENT','IPF.Note','sentitems',1);"
+        "INSERT INTO items VALUES(3,7,'Message','IPM.Note','',0,0,'','','',0,1,''),"
+        "(5,7,'Message','IPM.Note','',1,0,'','','',0,1,'')");
+  }
+  EXPECT_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly), std::runtime_error);
+  mailbox::Store store(path);
+  EXPECT_EQ(Paged(store, 7, 10), (std::vector<std::int64_t>{3, 5}));
+  EXPECT_TRUE(Paged(store, 8, 10).empty());
+  EXPECT_EQ(store.Item(3)->mailHasFiles, false);  // an item without a mail
+  ASSERT_TRUE(store.CreateFolder(*store.Folder(7), "New", "IPF.Note"));
+  EXPECT_EQ(store.Folder(7)->children, 2);
+  EXPECT_NO_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly));
+}
+
+TEST(Store, IdsAreNeverUsedTwice) {
+  const TempFolder folder;
+  mailbox::Store store(folder.Path() + "/mailbox.db");
+  mailbox::NewItem item;
+  item.info.folder = *store.FindWellKnown(store.Mailbox("a"), "inbox");
+  store.CreateItem(item);
+  const std::int64_t first = item.info.id;
+  EXPECT_TRUE(store.DeleteItem(first));
+  store.CreateItem(item);
+  EXPECT_NE(item.info.id, first);
+}
+
+TEST(Ids, ReadWhatWasMadeAndNothingElse) {
+  mailbox::IdKind kind{};
+  for (const std::int64_t row : {std::int64_t{1}, std::int64_t{0xFFFFFFFFFF}}) {
+    const std::string id = mailbox::MakeId(mailbox::IdKind::kItem, row);
+    EXPECT_EQ(mailbox::ReadId(id, &kind), row);
+    EXPECT_EQ(kind, mailbox::IdKind::kItem);
+    for (size_t i = 0; i < id.size(); ++i) {
+      std::string changed = id;
+      changed[i] = changed[i] == 'A' ? 'B' : 'A';
+      EXPECT_EQ(mailbox::ReadId(changed, &kind), std::nullopt) << changed;
+    }
+  }
+  for (const char* text : {"", "-NO-", "AAMk", "AAMkAAAAAAAAAAAAAAAA", "AAMkFolderInbox="}) {
+    EXPECT_EQ(mailbox::ReadId(text, &kind), std::nullopt) << text;
+  }
+}
+
+TEST(Ids, OfPartsAreNoIdsOfRows) {
+  mailbox::IdKind kind{};
+  const std::vector<size_t> deep(mailbox::PartId::kDeepest, 70000);
+  EXPECT_EQ(mailbox::ReadPartId(mailbox::MakePartId({1, deep}))->path, deep);
+  const std::string id = mailbox::MakePartId({0xFFFFFFFFFF, {70000, 3}});
+  const auto part = mailbox::ReadPartId(id);
+  ASSERT_TRUE(part);
+  EXPECT_EQ(part->item, 0xFFFFFFFFFF);
+  EXPECT_EQ(part->path, (std::vector<size_t>{70000, 3}));
+  EXPECT_EQ(mailbox::ReadId(id, &kind), std::nullopt);
+  EXPECT_FALSE(mailbox::ReadPartId(mailbox::MakeId(mailbox::IdKind::kAttachment, 1)));
+  for (size_t i = 0; i < id.size(); ++i) {
+    std::string changed = id;
+    changed[i] = changed[i] == 'A' ? 'B' : 'A';
+    EXPECT_FALSE(mailbox::ReadPartId(changed)) << changed;
+    EXPECT_FALSE(mailbox::ReadPartId(id.substr(0, i)));
+  }
+}
+
+TEST(DateTime, IsReadIntoUtc) {
+  using mailbox::ReadDateTime;
+  EXPECT_EQ(ReadDateTime("2024-03-05T09:15:00.000+00:00"), "2024-03-05T09:15:00Z");
+  EXPECT_EQ(ReadDateTime("2024-01-01T00:30:00+01:00"), "2023-12-31T23:30:00Z");
+  EXPECT_EQ(ReadDateTime("2024-02-29T23:59:59-05:30"), "2024-03-01T05:29:59Z");
+  EXPECT_EQ(ReadDateTime("2024-03-05T09:15:00"), "2024-03-05T09:15:00Z");
+  for (const char* text :
+       {"", "2024", "2024-03-05", "2023-02-29T00:00:00Z", "2024-03-05T24:00:00Z",
+        "2024-03-05T09:15:00.Z", "2024-03-05T09:15:00+1:00", "2024-03-05T09:15:00Zx"}) {
+    EXPECT_EQ(ReadDateTime(text), std::nullopt) << text;
+  }
+}
+
+}  // namespace
