@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 
 grep -m 1 'model name' /proc/cpuinfo || true
 failed=0
-for source in bench/*Bench.cpp; do
+for source in bench/*/*Bench.cpp; do
   name=$(basename "$source" .cpp)
   if [ -n "${BENCHES:-}" ] && [[ " $BENCHES " != *" $name "* ]]; then continue; fi
   echo "== $name"

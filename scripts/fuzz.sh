@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 seconds=${SECONDS_EACH:-60}
 failed=0
-for source in fuzz/*Fuzz.cpp; do
+for source in fuzz/*/*Fuzz.cpp; do
   name=$(basename "$source" .cpp)
   if [ -n "${TARGETS:-}" ] && [[ " $TARGETS " != *" $name "* ]]; then continue; fi
   corpus=build/fuzz/corpus/$name
@@ -14,7 +14,8 @@ for source in fuzz/*Fuzz.cpp; do
   mkdir -p "$corpus" "$findings"
   options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 -print_final_stats=1
            -artifact_prefix="$findings")
-  [ -f "fuzz/$name.dict" ] && options+=(-dict="fuzz/$name.dict")
+  words=${source%.cpp}.dict
+  [ -f "$words" ] && options+=(-dict="$words")
   inputs=("$corpus")
   [ -d "fuzz/seeds/$name" ] && inputs+=("fuzz/seeds/$name")
   echo "== $name: $seconds s"
