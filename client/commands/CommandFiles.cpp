@@ -39,7 +39,8 @@ std::string ReadMailFile(const std::string& path) {
 }
 
 void WriteOutput(std::string_view bytes) {
-  (void)std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+  // Null, as the view of nothing may be, is no pointer for fwrite.
+  if (!bytes.empty()) (void)std::fwrite(bytes.data(), 1, bytes.size(), stdout);
   RequireOutputWritten();
 }
 
