@@ -1,5 +1,6 @@
 #include "mime/tree/LineEnds.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace mail::line_ends {
@@ -70,10 +71,8 @@ bool rewrite(std::string_view strText, Rewrite nRewrite, DataBuffer& out) {
   walk(strText, nRewrite, [&](std::string_view strPiece) { nSize += strPiece.size(); });
   auto* p = reinterpret_cast<char*>(out.prepare(nSize));
   if (p == nullptr) return false;
-  walk(strText, nRewrite, [&](std::string_view strPiece) {
-    std::memcpy(p, strPiece.data(), strPiece.size());
-    p += strPiece.size();
-  });
+  walk(strText, nRewrite,
+       [&](std::string_view strPiece) { p = std::copy(strPiece.begin(), strPiece.end(), p); });
   out.commit(nSize);
   return true;
 }

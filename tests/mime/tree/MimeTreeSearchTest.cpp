@@ -104,7 +104,7 @@ TEST(MimeTreeSearch, RewritesLineEnds) {
       {Rewrite::kEveryCr, "a\r\nb\r", "a\r\n\nb\r\n"},
       {Rewrite::kCrCrLf, "a\r\r\nb\r\r\r\nc\r\r\r\r\nd\r\r\r\r\r\ne\r\n",
        "a\r\nb\r\nc\r\nd\r\r\ne\r\n"},
-      {Rewrite::kAll, "", ""},
+      {Rewrite::kAll, {}, ""},  // null, as the text of an empty buffer is
   };
   for (const Row& row : rows) {
     mail::DataBuffer out;
