@@ -21,6 +21,7 @@ Sha256::Sha256() : m_pContext(std::make_unique<Context>()) {}
 Sha256::~Sha256() = default;
 
 void Sha256::Update(std::string_view strBytes) {
+  if (strBytes.empty()) return;  // what may be null then is no pointer for the library
   Context::Check(EVP_DigestUpdate(m_pContext->pDigest.get(), strBytes.data(), strBytes.size()) ==
                  1);
 }
