@@ -2,14 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <sstream>
 
+#include "ews/PoxMessages.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
-#include "ews/SoapWriter.h"
 #include "ews/Url.h"
-#include "ews/XmlNames.h"
 
 namespace ews {
 namespace {
@@ -21,31 +19,6 @@ constexpr std::string_view kPath = "/autodiscover/autodiscover.xml";
 // The public service's own hosts, which hold the mailboxes of many domains.
 constexpr std::array<std::string_view, 3> kPublicHosts{
     "outlook.office365.com", "autodiscover-s.outlook.com", "autodiscover.outlook.com"};
-
-std::string TextOf(pugi::xml_node objParent, std::string_view strName) {
-  std::string_view strText = Child(objParent, strName).child_value();
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const size_t nFirst = strText.find_first_not_of(kBlanks);
-  if (nFirst == std::string_view::npos) return {};
-  return std::string(strText.substr(nFirst, strText.find_last_not_of(kBlanks) - nFirst + 1));
-}
-
-// The endpoint for clients outside is preferred to the one inside.
-std::string EndpointOf(pugi::xml_node objAccount) {
-  for (const std::string_view strType : {"EXPR", "EXCH", ""}) {
-    for (const pugi::xml_node objProtocol : objAccount.children()) {
-      if (LocalName(objProtocol) != "Protocol") continue;
-      if (!strType.empty() && TextOf(objProtocol, "Type") != strType) continue;
-      for (const std::string_view strElement : {"EwsUrl", "ASUrl"}) {
-        std::string strUrl = TextOf(objProtocol, strElement);
-        if (!strUrl.empty()) return strUrl;
-      }
-    }
-  }
-  return {};
-}
-
-PoxAnswer Failure(std::string strText) { return {PoxAnswer::Kind::kError, std::move(strText)}; }
 
 std::string DomainOf(std::string_view strAddress) {
   const size_t nAt = strAddress.rfind('@');
@@ -206,11 +179,9 @@ bool Discovery::IsTrusted(const std::string& strUrl) const {
   const std::string& strHost = objUrl->strHost;
   if (IsHostOfDomain(strHost, DomainOf(m_strAddress.ToUtf8()))) return true;
   if (IsHostOfSetting(objSettings.strAutodiscoverUrl, strHost)) return true;
-  if (std::find(kPublicHosts.begin(), kPublicHosts.end(), strHost) != kPublicHosts.end()) {
-    return true;
-  }
-  return std::any_of(objSettings.arrTrustHosts.begin(), objSettings.arrTrustHosts.end(),
-                     [&](const CString& str) { return EqualHost(str.ToUtf8(), strHost); });
+  const bool bPublic =
+      std::find(kPublicHosts.begin(), kPublicHosts.end(), strHost) != kPublicHosts.end();
+  return bPublic || objSettings.TrustsHost(strHost);
 }
 
 bool Discovery::Allows(const std::string& strUrl) const {
@@ -238,48 +209,6 @@ void Discovery::Note(int nRank, std::string strReason) {
 }
 
 }  // namespace
-
-PoxAnswer ReadPoxAnswer(std::string_view strXml) {
-  pugi::xml_document objDocument;
-  if (!LoadXml(objDocument, strXml)) return Failure("The answer is no autodiscovery answer.");
-  const pugi::xml_node objResponse = Child(Child(objDocument, "Autodiscover"), "Response");
-  if (const pugi::xml_node objError = Child(objResponse, "Error")) {
-    return Failure("The server answered: " + TextOf(objError, "Message") + " (" +
-                   TextOf(objError, "ErrorCode") + ").");
-  }
-  const pugi::xml_node objAccount = Child(objResponse, "Account");
-  const std::string strAction = TextOf(objAccount, "Action");
-  PoxAnswer objAnswer;
-  if (strAction == "settings") {
-    objAnswer = {PoxAnswer::Kind::kSettings, EndpointOf(objAccount)};
-  } else if (strAction == "redirectAddr") {
-    objAnswer = {PoxAnswer::Kind::kRedirectAddress, TextOf(objAccount, "RedirectAddr")};
-  } else if (strAction == "redirectUrl") {
-    objAnswer = {PoxAnswer::Kind::kRedirectUrl, TextOf(objAccount, "RedirectUrl")};
-  }
-  if (objAnswer.strValue.empty()) return Failure("The answer names no endpoint.");
-  return objAnswer;
-}
-
-std::string WritePoxRequest(const CString& strAddress) {
-  if (!IsXmlText(strAddress)) {
-    throw ServiceException("The invalid value '" + strAddress.ToUtf8() +
-                           "' was specified for the 'EMailAddress' element.");
-  }
-  constexpr const char* kSchema = "http://schemas.microsoft.com/exchange/autodiscover/outlook/";
-  pugi::xml_document objDocument;
-  pugi::xml_node objRoot = objDocument.append_child("Autodiscover");
-  objRoot.append_attribute("xmlns").set_value(
-      (kSchema + std::string("requestschema/2006")).c_str());
-  pugi::xml_node objRequest = objRoot.append_child("Request");
-  objRequest.append_child("EMailAddress").text().set(strAddress.ToUtf8().c_str());
-  objRequest.append_child("AcceptableResponseSchema")
-      .text()
-      .set((kSchema + std::string("responseschema/2006a")).c_str());
-  std::ostringstream objStream;
-  objDocument.save(objStream, "", pugi::format_raw, pugi::encoding_utf8);
-  return objStream.str();
-}
 
 CString DiscoverEndpoint(const CString& strAddress, const Credentials& objCredentials, int nTimeout,
                          const RedirectionCallback& fnCallback) {

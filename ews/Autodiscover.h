@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <string_view>
-
 #include "ews/ExchangeService.h"
 
 // Finds the endpoint for a mail address. These addresses are asked in this order, until one answers
@@ -20,16 +17,6 @@
 // the trusted hosts of the settings, to the hosts of addresses that the settings name, and to the
 // public service's own; an answer that names an endpoint elsewhere is refused by name.
 namespace ews {
-
-struct PoxAnswer {
-  enum class Kind { kSettings, kRedirectAddress, kRedirectUrl, kError };
-  Kind eKind = Kind::kError;
-  std::string strValue;  // endpoint, mail address, URL, or the server's text
-};
-
-// Never throws: what is no answer of this kind is an error with a text of our own.
-PoxAnswer ReadPoxAnswer(std::string_view strXml);
-std::string WritePoxRequest(const CString& strAddress);  // throws as SoapWriter does
 
 // Returns the endpoint. Throws ServiceException with the reason of the attempt that came furthest.
 CString DiscoverEndpoint(const CString& strAddress, const Credentials& objCredentials, int nTimeout,

@@ -65,4 +65,9 @@ class CWebAccessHandler : public CLogManager {
 
  private:
   ews::FolderId FindByEquality(const CString& strName, const ews::FolderId& olF2);
+  // The first folder of that name that the search brings; the absent folder if there is none.
+  ews::FolderId FindByName(const ews::SearchFilter& objFilter, const CString& strName,
+                           const ews::FolderId& olF2);
+  int CreateInto(ews::FolderId& fldTarget, const CString& strFolder, int nType,
+                 const ews::FolderId& olF2);
 };

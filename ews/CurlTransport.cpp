@@ -55,17 +55,25 @@ struct Transfer {
   bool BodyIsOut() const { return bSendOnce && !bRefused && pBody && nBodyRead >= pBody->Length(); }
 };
 
+// Gives what the step of a callback returns, or nFailed where it throws.
+template <typename Step>
+size_t Kept(Transfer& objTransfer, size_t nFailed, Step fnStep) {
+  try {
+    return fnStep();
+  } catch (...) {
+    objTransfer.pFailure = std::current_exception();
+    return nFailed;
+  }
+}
+
 size_t OnRead(char* pBuffer, size_t nSize, size_t nCount, void* pUser) {
   auto& objTransfer = *static_cast<Transfer*>(pUser);
-  try {
+  return Kept(objTransfer, CURL_READFUNC_ABORT, [&] {
     const size_t n = objTransfer.pBody->Read({pBuffer, nSize * nCount});
     objTransfer.nBodyRead += n;
     objTransfer.bRefused = false;
     return n;
-  } catch (...) {
-    objTransfer.pFailure = std::current_exception();
-    return CURL_READFUNC_ABORT;
-  }
+  });
 }
 
 // Called when a kept connection turns out to be dead and the request starts over on a new one. The
@@ -92,13 +100,10 @@ size_t OnWrite(char* pData, size_t nSize, size_t nCount, void* pUser) {
     objTransfer.bTooLarge = true;
     return 0;
   }
-  try {
+  return Kept(objTransfer, 0, [&] {
     strBody.append(pData, n);
-  } catch (...) {
-    objTransfer.pFailure = std::current_exception();
-    return 0;
-  }
-  return n;
+    return n;
+  });
 }
 
 // "401" of "HTTP/1.1 401 Unauthorized".
@@ -107,28 +112,28 @@ std::string_view StatusOf(std::string_view strLine) {
   return nBlank == std::string_view::npos ? std::string_view() : strLine.substr(nBlank + 1, 3);
 }
 
+void TakeHeaderLine(std::string_view strLine, Transfer& objTransfer) {
+  while (!strLine.empty() && (strLine.back() == '\r' || strLine.back() == '\n')) {
+    strLine.remove_suffix(1);
+  }
+  const size_t nColon = strLine.find(':');
+  if (strLine.starts_with("HTTP/")) {
+    objTransfer.objResponse.arrHeaders.clear();  // a new answer begins
+    objTransfer.bRefused = StatusOf(strLine) == "401";
+  } else if (nColon != std::string_view::npos) {
+    std::string_view strValue = strLine.substr(nColon + 1);
+    while (!strValue.empty() && strValue.front() == ' ') strValue.remove_prefix(1);
+    objTransfer.objResponse.arrHeaders.emplace_back(strLine.substr(0, nColon), strValue);
+  }
+}
+
 size_t OnHeader(char* pData, size_t nSize, size_t nCount, void* pUser) {
   auto& objTransfer = *static_cast<Transfer*>(pUser);
   const size_t n = nSize * nCount;
-  try {
-    std::string_view strLine(pData, n);
-    while (!strLine.empty() && (strLine.back() == '\r' || strLine.back() == '\n')) {
-      strLine.remove_suffix(1);
-    }
-    const size_t nColon = strLine.find(':');
-    if (strLine.starts_with("HTTP/")) {
-      objTransfer.objResponse.arrHeaders.clear();  // a new answer begins
-      objTransfer.bRefused = StatusOf(strLine) == "401";
-    } else if (nColon != std::string_view::npos) {
-      std::string_view strValue = strLine.substr(nColon + 1);
-      while (!strValue.empty() && strValue.front() == ' ') strValue.remove_prefix(1);
-      objTransfer.objResponse.arrHeaders.emplace_back(strLine.substr(0, nColon), strValue);
-    }
-  } catch (...) {
-    objTransfer.pFailure = std::current_exception();
-    return 0;
-  }
-  return n;
+  return Kept(objTransfer, 0, [&] {
+    TakeHeaderLine({pData, n}, objTransfer);
+    return n;
+  });
 }
 
 bool HasControls(std::string_view str) {
@@ -142,6 +147,16 @@ void AddHeader(HeaderList& objList, const std::string& strName, const std::strin
                            "' holds a character that may not stand there.");
   }
   objList.Add(strName + (strValue.empty() ? ";" : ": " + strValue));
+}
+
+void AddHeaders(HeaderList& objList, const HttpRequest& objRequest, bool bCredentials) {
+  for (const auto& [strName, strValue] : objRequest.arrHeaders) {
+    AddHeader(objList, strName, strValue);
+  }
+  if (bCredentials && !objRequest.objCredentials.IsEmpty()) {
+    AddHeader(objList, "Authorization", objRequest.objCredentials.HeaderValue());
+  }
+  objList.Add("Expect:");  // no wait for "100 Continue"
 }
 
 // Not verifying: TLS 1.0 and up at OpenSSL's lowest security level, any certificate. Verifying:
@@ -230,6 +245,22 @@ void SetNtlm(CURL* pCurl, const WebCredentials& objUser) {
   curl_easy_setopt(pCurl, CURLOPT_PASSWORD, ForNtlm(objUser.Password()).c_str());
 }
 
+// Performs the request that the handle is set for, and notes what came of it besides the answer.
+CURLcode Perform(CURL* pCurl, Transfer& objTransfer) {
+  const CURLcode eCode = curl_easy_perform(pCurl);
+  long nStatus = 0;
+  curl_easy_getinfo(pCurl, CURLINFO_RESPONSE_CODE, &nStatus);
+  objTransfer.objResponse.nStatus = static_cast<int>(nStatus);
+  curl_off_t nConnectTime = 0;  // 0 also for a kept connection, which took no time to make
+  curl_easy_getinfo(pCurl, CURLINFO_CONNECT_TIME_T, &nConnectTime);
+  curl_off_t nUploaded = 0;
+  curl_easy_getinfo(pCurl, CURLINFO_SIZE_UPLOAD_T, &nUploaded);
+  objTransfer.bConnected = nConnectTime > 0 || nUploaded > 0;
+  const bool bEnded = eCode == CURLE_GOT_NOTHING || (eCode == CURLE_RECV_ERROR && nStatus == 0);
+  if (bEnded && objTransfer.BodyIsOut()) objTransfer.bUnanswered = true;
+  return eCode;
+}
+
 std::string NetworkFailureText(CURLcode eCode, const char* pszDetail, const HttpRequest& objRequest,
                                const Transfer& objTransfer) {
   const std::string strHost = HostForMessage(objRequest.strUrl);
@@ -295,13 +326,7 @@ HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Login eLogin
   objTransfer.pBody = objRequest.pBody;
   objTransfer.bSendOnce = objRequest.bSendOnce;
   HeaderList objHeaders;
-  for (const auto& [strName, strValue] : objRequest.arrHeaders) {
-    AddHeader(objHeaders, strName, strValue);
-  }
-  if (eLogin == Login::kHeader && !objRequest.objCredentials.IsEmpty()) {
-    AddHeader(objHeaders, "Authorization", objRequest.objCredentials.HeaderValue());
-  }
-  objHeaders.Add("Expect:");  // no wait for "100 Continue"
+  AddHeaders(objHeaders, objRequest, /*bCredentials=*/eLogin == Login::kHeader);
   char szDetail[CURL_ERROR_SIZE] = "";
   curl_easy_reset(pCurl);  // keeps the connections
   SetOptions(pCurl, objRequest, objTransfer);
@@ -309,22 +334,12 @@ HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Login eLogin
   curl_easy_setopt(pCurl, CURLOPT_HTTPHEADER, objHeaders.Get());
   curl_easy_setopt(pCurl, CURLOPT_ERRORBUFFER, szDetail);
 
-  const CURLcode eCode = curl_easy_perform(pCurl);
-  long nStatus = 0;
-  curl_easy_getinfo(pCurl, CURLINFO_RESPONSE_CODE, &nStatus);
-  curl_off_t nConnectTime = 0;  // 0 also for a kept connection, which took no time to make
-  curl_easy_getinfo(pCurl, CURLINFO_CONNECT_TIME_T, &nConnectTime);
-  curl_off_t nUploaded = 0;
-  curl_easy_getinfo(pCurl, CURLINFO_SIZE_UPLOAD_T, &nUploaded);
-  objTransfer.bConnected = nConnectTime > 0 || nUploaded > 0;
-  const bool bEnded = eCode == CURLE_GOT_NOTHING || (eCode == CURLE_RECV_ERROR && nStatus == 0);
-  if (bEnded && objTransfer.BodyIsOut()) objTransfer.bUnanswered = true;
+  const CURLcode eCode = Perform(pCurl, objTransfer);
   curl_easy_reset(pCurl);  // drops the pointers into this call
   if (objTransfer.pFailure) std::rethrow_exception(objTransfer.pFailure);
   if (eCode != CURLE_OK) {
     throw ServiceException(NetworkFailureText(eCode, szDetail, objRequest, objTransfer));
   }
-  objTransfer.objResponse.nStatus = static_cast<int>(nStatus);
   return std::move(objTransfer.objResponse);
 }
 

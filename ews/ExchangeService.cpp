@@ -71,11 +71,7 @@ bool MayCarryCredentials(const std::string& strFrom, const std::string& strTo) {
   const auto objFrom = ParseUrl(strFrom);
   const auto objTo = ParseUrl(strTo);
   if (!objFrom || !objTo) return false;
-  if (objFrom->SameOrigin(*objTo)) return true;
-  const auto& arrHosts = Settings().arrTrustHosts;
-  return objTo->IsHttps() && std::any_of(arrHosts.begin(), arrHosts.end(), [&](const CString& str) {
-           return EqualHost(str.ToUtf8(), objTo->strHost);
-         });
+  return objFrom->SameOrigin(*objTo) || (objTo->IsHttps() && Settings().TrustsHost(objTo->strHost));
 }
 
 bool BreaksLine(std::u16string_view str) {

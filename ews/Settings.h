@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string_view>
 #include <vector>
 
 #include "platform/CString.h"
@@ -28,6 +29,8 @@ struct ServiceSettings {
 
   // strEwsUrl, or the public endpoint where that is empty.
   CString TokenRouteUrl() const;
+  // True for a host among arrTrustHosts, in any case.
+  bool TrustsHost(std::string_view strHost) const;
 };
 
 ServiceSettings& Settings();

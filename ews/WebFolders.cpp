@@ -72,17 +72,12 @@ CString CWebAccessHandler::GetFolderTypeGroupwise(const CString& strName, int nT
 }
 
 ews::FolderId CWebAccessHandler::CheckIfFolderExist(CString strName, const ews::FolderId& olF2) {
-  try {
-    strName = UpdateName(strName);
-    const ews::ContainsSubstring objContains(ews::FolderSchema::DisplayName, strName);
-    ews::SearchFilterCollection objFilter(ews::LogicalOperator::Or);
-    objFilter.Add(objContains);
-    objFilter.Add(objContains);
-    const auto objFound = Service().FindFolders(olF2, objFilter, ews::FolderView(kPageSize));
-    return FirstOfName(objFound, strName).value_or(AbsentFolder());
-  } catch (...) {  // any failure counts as "not there"
-    return AbsentFolder();
-  }
+  strName = UpdateName(strName);
+  const ews::ContainsSubstring objContains(ews::FolderSchema::DisplayName, strName);
+  ews::SearchFilterCollection objFilter(ews::LogicalOperator::Or);
+  objFilter.Add(objContains);
+  objFilter.Add(objContains);
+  return FindByName(objFilter, strName, olF2);
 }
 
 ews::FolderId CWebAccessHandler::MakeFolder(CString strName, const ews::FolderId& olF2Temp,
@@ -103,11 +98,15 @@ ews::FolderId CWebAccessHandler::MakeFolder(CString strName, const ews::FolderId
 // The search by substring sees one page, so that a folder can exist and not be found by it; the
 // server then refuses to make it. An exact search finds it.
 ews::FolderId CWebAccessHandler::FindByEquality(const CString& strName, const ews::FolderId& olF2) {
+  return FindByName(ews::IsEqualTo(ews::FolderSchema::DisplayName, strName), strName, olF2);
+}
+
+ews::FolderId CWebAccessHandler::FindByName(const ews::SearchFilter& objFilter,
+                                            const CString& strName, const ews::FolderId& olF2) {
   try {
-    const ews::IsEqualTo objFilter(ews::FolderSchema::DisplayName, strName);
     const auto objFound = Service().FindFolders(olF2, objFilter, ews::FolderView(kPageSize));
     return FirstOfName(objFound, strName).value_or(AbsentFolder());
-  } catch (...) {
+  } catch (...) {  // any failure counts as "not there"
     return AbsentFolder();
   }
 }
@@ -132,21 +131,21 @@ ews::FolderId CWebAccessHandler::CreateFolder(const CString& foldername, ews::Fo
 
 int CWebAccessHandler::CreateFolderInStore(const CString& strFolder, int nType,
                                            const ews::FolderId& olF2, bool bChangeViewOfCalender) {
-  try {
-    m_bChangeViewOfCalender = bChangeViewOfCalender;
-    m_fldCurrent = CreateFolder(strFolder, olF2, nType);
-    return 1;
-  } catch (...) {
-    return 0;
-  }
+  m_bChangeViewOfCalender = bChangeViewOfCalender;
+  return CreateInto(m_fldCurrent, strFolder, nType, olF2);
 }
 
 int CWebAccessHandler::CreateNewFolderInStore(const CString& strFolder, int nType,
                                               const ews::FolderId& olF2,
                                               bool bChangeViewOfCalender) {
+  m_bChangeViewOfCalender = bChangeViewOfCalender;
+  return CreateInto(m_fldNewFolder, strFolder, nType, olF2);
+}
+
+int CWebAccessHandler::CreateInto(ews::FolderId& fldTarget, const CString& strFolder, int nType,
+                                  const ews::FolderId& olF2) {
   try {
-    m_bChangeViewOfCalender = bChangeViewOfCalender;
-    m_fldNewFolder = CreateFolder(strFolder, olF2, nType);
+    fldTarget = CreateFolder(strFolder, olF2, nType);
     return 1;
   } catch (...) {
     return 0;

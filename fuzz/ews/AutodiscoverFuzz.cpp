@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "ews/Autodiscover.h"
+#include "ews/PoxMessages.h"
 #include "ews/Url.h"
 
 // The answer of an autodiscovery server, and the address that it names: an address that is accepted

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "ews/PoxMessages.h"
 #include "tests/ews/ScriptedTransport.h"
 
 namespace {
