@@ -19,6 +19,7 @@ constexpr std::array<std::u16string_view, 8> kImageTypes{u"/bmp", u"/dib", u"/jp
                                                          u"/gif", u"/tif", u"/png", u"inline"};
 constexpr std::array<std::u16string_view, 10> kImageExtensions{
     u".bmp", u".dib", u".jpg", u".jpeg", u".jfif", u".gif", u".tif", u".tiff", u".png", u".jpe"};
+// kept: a tab is among them.
 constexpr std::u16string_view kBodyStops = u"\x01\x02\x03\x04\x05\x06\x07\x08\x09\x11";
 constexpr std::u16string_view kAddressJunk = u"\x10\x90\x13\x11\x01";
 
@@ -106,6 +107,11 @@ unsigned char* GetCharFromFile(CString strFilePath, int* size) {
   return pBytes.release();
 }
 
+CString WithoutBodyStops(CString strLine) {
+  for (const char16_t ch : kBodyStops) strLine.Replace(ch, u'\0');
+  return strLine;
+}
+
 CString GetStringFromFilenonUnicode(CString strFilePath, int* nBodyLen) {
   auto objFile = platform::File::Open(strFilePath, platform::OpenMode::kRead);
   if (!objFile) return {};
@@ -127,8 +133,7 @@ CString CTarnyOutlookHandler::GetStringFromFile(CString strFilePath, int* nBodyL
   CString strWide;
   CString strLine;
   while (objReader->ReadLine(strLine)) {
-    for (const char16_t ch : kBodyStops) strLine.Replace(ch, u'\0');
-    strWide += strLine;
+    strWide += WithoutBodyStops(strLine);
   }
   *nBodyLen = ToLength(objReader->FileLength());
   CString strNarrow;

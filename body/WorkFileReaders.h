@@ -16,11 +16,14 @@ void CopyTOCharUNicode(CString strDisplayNameAccount, char16_t* pch);  // sic
 
 // The file's bytes, or null if it cannot be opened (a folder, too); *nLen gets the length in bytes,
 // 0 then. The array is the caller's, freed with delete[]; it has no terminator. Throws
-// std::runtime_error for a file that cannot be read to its end or is of 2 GiB and more: a message is
-// whole or not there.
+// std::runtime_error for a file that cannot be read to its end or is of 2 GiB and more: a message
+// is whole or not there.
 unsigned char* GetPureMime(CString strHtmlPath, int* nLen);
 // As that, but *size stays when the file cannot be opened, and what cannot be read stays zero.
 unsigned char* GetCharFromFile(CString strFilePath, int* size);
+
+// A line of a body with a NUL in place of each character that ends a body for its readers.
+CString WithoutBodyStops(CString strLine);
 
 // The file as narrow text in the ANSI code page, CR LF read as LF, in chunks of kReadChunk bytes: a
 // NUL byte ends its chunk's text, and in a larger file with CR LF text at the seams comes twice. ""

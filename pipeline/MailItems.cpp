@@ -39,6 +39,16 @@ void SetImportance(ews::Item& objItem, const CString& strImportance) {
   if (strImportance == u"3") objItem.SetImportance(ews::Importance::Low);
 }
 
+// Gives bytes only where the path names a file and not a work folder.
+void SetMimeFromPath(ews::EmailMessage& objMail, const CString& strHtmPath) {
+  if (strHtmPath.IsEmpty()) return;
+  int nLength = 0;
+  std::unique_ptr<unsigned char[]> pBytes(GetPureMime(strHtmPath, &nLength));
+  if (nLength > 0) {
+    objMail.SetMimeContent({u"us-ascii", std::move(pBytes), static_cast<size_t>(nLength)});
+  }
+}
+
 // Readers of a body see it as a terminated string.
 void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText) {
   objItem.SetBody(ews::MessageBody(eType, strText.UpToNul()));
@@ -64,15 +74,7 @@ int CTarnyOutlookHandler::SaveEmailItem(ews::EmailMessage& pobjCkEmail, CString 
   ST_EML_INFO& objInfo = *p_ST_EML_INFO;
   Log(u"Inside_SaveEmailItem");
   strHtmPath.MakeUpper();
-  // Gives bytes only where the path names a file and not a work folder.
-  Guarded(nullptr, [&] {
-    int nLength = 0;
-    if (strHtmPath.IsEmpty()) return;
-    std::unique_ptr<unsigned char[]> pBytes(GetPureMime(strHtmPath, &nLength));
-    if (nLength > 0) {
-      pobjCkEmail.SetMimeContent({u"us-ascii", std::move(pBytes), static_cast<size_t>(nLength)});
-    }
-  });
+  Guarded(nullptr, [&] { SetMimeFromPath(pobjCkEmail, strHtmPath); });
   Log(u"Inside_SaveEmailItem_0");
   Log(u"Inside_SaveEmailItem_1");
   Guarded(nullptr, [&] { pobjCkEmail.SetIsRead(objInfo.bRead); });
@@ -91,20 +93,7 @@ int CTarnyOutlookHandler::SaveEmailItem(ews::EmailMessage& pobjCkEmail, CString 
   try {
     Guarded(u"Catch_2_SaveEmailItem", [&] {
       Guarded(u"Catch_1_SaveEmailItem", [&] {
-        Log(u"Inside_SaveEmailItem_3");
-        Guarded(u"Inside_SaveEmailItem_3_catch", [&] { MarkAsNoDraft(pobjCkEmail); });
-        Log(u"Inside_SaveEmailItem_4");
-        Log(CString(u"Date  = ") + objInfo.dtCreationDate.Format(u"%A, %d %B %Y %H:%M:%S") +
-            u"\r\nSubject  =" + objInfo.strSubject + u"\r\nFrom  =" + objInfo.strFrom +
-            u"\r\nT0 = " + objInfo.strTo + u"\r\n");
-        Guarded(nullptr, [&] {
-          SetToFromBodyCreationDateProrityReadSubject(pobjCkEmail, objInfo.dtCreationDate,
-                                                      objInfo.strSubject, objInfo.bRead);
-        });
-        Log(u"Inside_SaveEmailItem_After SetToFromBodyCreationDateProrityReadSubject");
-        SetAddresses(pobjCkEmail, objInfo);
-        SetImportance(pobjCkEmail, objInfo.strImportance);
-        Log(u"Inside_SaveEmailItem_After Importance Set");
+        SetHeader(pobjCkEmail, objInfo);
         bComplete = SetBody(pobjCkEmail, strHtmPath);
       });
       if (bComplete) return;
@@ -122,6 +111,24 @@ int CTarnyOutlookHandler::SaveEmailItem(ews::EmailMessage& pobjCkEmail, CString 
     throw std::runtime_error("The file EmlFile.Eml could not be read.");
   }
   return kSuccess;
+}
+
+void CTarnyOutlookHandler::SetHeader(ews::EmailMessage& objMail, ST_EML_INFO& objInfo) {
+  const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
+  Log(u"Inside_SaveEmailItem_3");
+  Guarded(u"Inside_SaveEmailItem_3_catch", [&] { MarkAsNoDraft(objMail); });
+  Log(u"Inside_SaveEmailItem_4");
+  Log(CString(u"Date  = ") + objInfo.dtCreationDate.Format(u"%A, %d %B %Y %H:%M:%S") +
+      u"\r\nSubject  =" + objInfo.strSubject + u"\r\nFrom  =" + objInfo.strFrom + u"\r\nT0 = " +
+      objInfo.strTo + u"\r\n");
+  Guarded(nullptr, [&] {
+    SetToFromBodyCreationDateProrityReadSubject(objMail, objInfo.dtCreationDate, objInfo.strSubject,
+                                                objInfo.bRead);
+  });
+  Log(u"Inside_SaveEmailItem_After SetToFromBodyCreationDateProrityReadSubject");
+  SetAddresses(objMail, objInfo);
+  SetImportance(objMail, objInfo.strImportance);
+  Log(u"Inside_SaveEmailItem_After Importance Set");
 }
 
 void CTarnyOutlookHandler::SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO& objInfo) {
@@ -214,14 +221,11 @@ void CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString&
 }
 
 void CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString& strPath) {
-  // kept: a body stops at the first of these, a tab among them.
-  constexpr std::u16string_view kStops = u"\x01\x02\x03\x04\x05\x06\x07\x08\x09\x11";
   CString strText;
   if (auto objReader = platform::WideLineReader::Open(strPath)) {
     CString strLine;
     while (objReader->ReadLine(strLine)) {
-      for (const char16_t ch : kStops) strLine.Replace(ch, u'\0');
-      strText += strLine;
+      strText += WithoutBodyStops(strLine);
       strText += u"\r\n";
     }
   } else {

@@ -150,6 +150,7 @@ class CTarnyOutlookHandler {
   int ImportMailToNewFolder(MailRun& objRun);
   int Fail(MailRun& objRun, const char16_t* pszLogText, const std::exception& objError);
 
+  void SetHeader(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);
   void SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);
   bool SetBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath);
