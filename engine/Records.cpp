@@ -1,6 +1,7 @@
 #include "engine/Records.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 
 namespace {
@@ -11,21 +12,34 @@ struct Slot {
   size_t nBytes;
 };
 
-constexpr Slot kFirst{0x0000, 520};
-constexpr Slot kLoginId{0x0208, 520};
-constexpr Slot kLoginPassword{0x0410, 1000};
-constexpr Slot kFourth{0x07F8, 1000};
-constexpr Slot kFifth{0x0BE0, 1000};
-constexpr Slot kImpersonatedUserMail{0x0FC8, 520};
-constexpr Slot kTargetType{0x11D0, 520};
-constexpr Slot kLoginTenantId{0x13D8, 520};
-constexpr Slot kLoginClientId{0x15E0, 520};
-constexpr Slot kLoginClientSecret{0x17E8, 520};
-constexpr size_t kChangeViewOfCalender = 0x19F0;
-constexpr size_t kAllowDuplicates = 0x19F1;
-constexpr size_t kLogSwitch = 0x19F2;
-constexpr size_t kConnType = 0x19F3;
-static_assert(kConnType + 1 == kLoginRecordSize);
+struct LoginText {
+  CString ST_LOGIN_INFO::*pText;
+  Slot objSlot;
+};
+constexpr auto kLoginTexts = std::to_array<LoginText>({
+    {&ST_LOGIN_INFO::strFirst, {0x0000, 520}},
+    {&ST_LOGIN_INFO::strLoginId, {0x0208, 520}},
+    {&ST_LOGIN_INFO::strLoginPassword, {0x0410, 1000}},
+    {&ST_LOGIN_INFO::strFourth, {0x07F8, 1000}},
+    {&ST_LOGIN_INFO::strFifth, {0x0BE0, 1000}},
+    {&ST_LOGIN_INFO::strImpersonatedUserMail, {0x0FC8, 520}},
+    {&ST_LOGIN_INFO::strTargetType, {0x11D0, 520}},
+    {&ST_LOGIN_INFO::strTenantId, {0x13D8, 520}},
+    {&ST_LOGIN_INFO::strClientId, {0x15E0, 520}},
+    {&ST_LOGIN_INFO::strClientSecret, {0x17E8, 520}},
+});
+
+struct LoginByte {
+  std::uint8_t ST_LOGIN_INFO::*pByte;
+  size_t nOffset;
+};
+constexpr auto kLoginBytes = std::to_array<LoginByte>({
+    {&ST_LOGIN_INFO::bChangeViewOfCalender, 0x19F0},
+    {&ST_LOGIN_INFO::bAllowDuplicates, 0x19F1},
+    {&ST_LOGIN_INFO::bLogSwitch, 0x19F2},
+    {&ST_LOGIN_INFO::iConnType, 0x19F3},
+});
+static_assert(kLoginBytes.back().nOffset + 1 == kLoginRecordSize);
 
 constexpr Slot kFolder{0x0000, 10000};
 constexpr size_t kFolderType = 0x2710;
@@ -87,20 +101,8 @@ void PutInt(std::vector<unsigned char>& arr, size_t nOffset, std::int32_t nValue
 
 ST_LOGIN_INFO ReadLoginRecord(Bytes objBytes) {
   ST_LOGIN_INFO objInfo;
-  objInfo.strFirst = StringAt(objBytes, kFirst);
-  objInfo.strLoginId = StringAt(objBytes, kLoginId);
-  objInfo.strLoginPassword = StringAt(objBytes, kLoginPassword);
-  objInfo.strFourth = StringAt(objBytes, kFourth);
-  objInfo.strFifth = StringAt(objBytes, kFifth);
-  objInfo.strImpersonatedUserMail = StringAt(objBytes, kImpersonatedUserMail);
-  objInfo.strTargetType = StringAt(objBytes, kTargetType);
-  objInfo.strTenantId = StringAt(objBytes, kLoginTenantId);
-  objInfo.strClientId = StringAt(objBytes, kLoginClientId);
-  objInfo.strClientSecret = StringAt(objBytes, kLoginClientSecret);
-  objInfo.bChangeViewOfCalender = ByteAt(objBytes, kChangeViewOfCalender);
-  objInfo.bAllowDuplicates = ByteAt(objBytes, kAllowDuplicates);
-  objInfo.bLogSwitch = ByteAt(objBytes, kLogSwitch);
-  objInfo.iConnType = ByteAt(objBytes, kConnType);
+  for (const auto& [pText, objSlot] : kLoginTexts) objInfo.*pText = StringAt(objBytes, objSlot);
+  for (const auto& [pByte, nOffset] : kLoginBytes) objInfo.*pByte = ByteAt(objBytes, nOffset);
   return objInfo;
 }
 
@@ -125,20 +127,8 @@ CString ReadImageRecord(Bytes objBytes) {
 
 std::vector<unsigned char> BuildRecord(const ST_LOGIN_INFO& objInfo) {
   std::vector<unsigned char> arr(kLoginRecordSize);
-  PutString(arr, kFirst, objInfo.strFirst);
-  PutString(arr, kLoginId, objInfo.strLoginId);
-  PutString(arr, kLoginPassword, objInfo.strLoginPassword);
-  PutString(arr, kFourth, objInfo.strFourth);
-  PutString(arr, kFifth, objInfo.strFifth);
-  PutString(arr, kImpersonatedUserMail, objInfo.strImpersonatedUserMail);
-  PutString(arr, kTargetType, objInfo.strTargetType);
-  PutString(arr, kLoginTenantId, objInfo.strTenantId);
-  PutString(arr, kLoginClientId, objInfo.strClientId);
-  PutString(arr, kLoginClientSecret, objInfo.strClientSecret);
-  arr[kChangeViewOfCalender] = objInfo.bChangeViewOfCalender;
-  arr[kAllowDuplicates] = objInfo.bAllowDuplicates;
-  arr[kLogSwitch] = objInfo.bLogSwitch;
-  arr[kConnType] = objInfo.iConnType;
+  for (const auto& [pText, objSlot] : kLoginTexts) PutString(arr, objSlot, objInfo.*pText);
+  for (const auto& [pByte, nOffset] : kLoginBytes) arr[nOffset] = objInfo.*pByte;
   return arr;
 }
 
