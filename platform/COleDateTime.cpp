@@ -102,12 +102,7 @@ COleDateTime COleDateTime::Invalid() {
 }
 
 COleDateTime COleDateTime::GetCurrentTime() {
-  const std::time_t nNow = std::time(nullptr);
-  tzset();
-  std::tm objLocal{};
-  if (!localtime_r(&nNow, &objLocal)) return Invalid();
-  return {objLocal.tm_year + 1900, objLocal.tm_mon + 1, objLocal.tm_mday,
-          objLocal.tm_hour,        objLocal.tm_min,     objLocal.tm_sec % 60};
+  return platform::UtcSecondsToLocal(std::time(nullptr));
 }
 
 int COleDateTime::GetYear() const {
@@ -154,6 +149,15 @@ CString COleDateTime::Format(std::u16string_view strFormat) const {
 }
 
 namespace platform {
+
+COleDateTime UtcSecondsToLocal(std::int64_t nUtc) {
+  const auto nTime = static_cast<std::time_t>(nUtc);
+  tzset();
+  std::tm objLocal{};
+  if (!localtime_r(&nTime, &objLocal)) return COleDateTime::Invalid();
+  return {objLocal.tm_year + 1900, objLocal.tm_mon + 1, objLocal.tm_mday,
+          objLocal.tm_hour,        objLocal.tm_min,     objLocal.tm_sec % 60};
+}
 
 // The offsets a day before and a day after bracket a change of the clock. The smaller one is the
 // standard offset of the two: it answers for the hour that occurs twice and for the one that is

@@ -41,6 +41,9 @@ namespace platform {
 // Reads a date text as the user's locale writes it, or ISO 8601; anything else is invalid.
 COleDateTime ParseDateText(std::u16string_view strText);
 
+// The local wall-clock date of a time in seconds since 1970-01-01 UTC; invalid if there is none.
+COleDateTime UtcSecondsToLocal(std::int64_t nUtc);
+
 // Seconds since 1970-01-01 UTC for a local wall-clock date: an hour that occurs twice counts as
 // standard time, one that is skipped is read with the standard offset. The date must be valid.
 std::int64_t LocalToUtcSeconds(const COleDateTime& dt);

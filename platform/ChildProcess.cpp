@@ -61,6 +61,15 @@ struct LaunchPlan {
   bool bNewSession;
 };
 
+// The descriptors that the child keeps besides the standard ones, each once.
+std::vector<int> KeptDescriptors(std::vector<int> arrInherit, int nErrorPipe) {
+  arrInherit.push_back(nErrorPipe);
+  std::erase_if(arrInherit, [](int nFd) { return nFd <= STDERR_FILENO; });
+  std::sort(arrInherit.begin(), arrInherit.end());
+  arrInherit.erase(std::unique(arrInherit.begin(), arrInherit.end()), arrInherit.end());
+  return arrInherit;
+}
+
 [[noreturn]] void FailChild(int nErrorPipe) {
   const int nError = errno;
   (void)!write(nErrorPipe, &nError, sizeof nError);
@@ -145,18 +154,13 @@ ChildProcess ChildProcess::Start(const ChildOptions& objOptions) {
 
   const auto fnOrNull = [&](int nFd) { return nFd >= 0 ? nFd : objNull.Get(); };
   const std::vector<std::string> arrEnvironment = Environment(objOptions.arrEnvironment);
-  LaunchPlan objPlan{
+  const LaunchPlan objPlan{
       Pointers(objOptions.arrArguments),
       Pointers(arrEnvironment),
       {fnOrNull(objOptions.nStdin), fnOrNull(objOptions.nStdout), fnOrNull(objOptions.nStderr)},
-      objOptions.arrInherit,
+      KeptDescriptors(objOptions.arrInherit, objWrite.Get()),
       objWrite.Get(),
       objOptions.bNewSession};
-  objPlan.arrKept.push_back(objWrite.Get());
-  std::erase_if(objPlan.arrKept, [](int nFd) { return nFd <= STDERR_FILENO; });
-  std::sort(objPlan.arrKept.begin(), objPlan.arrKept.end());
-  const auto itEnd = std::unique(objPlan.arrKept.begin(), objPlan.arrKept.end());
-  objPlan.arrKept.erase(itEnd, objPlan.arrKept.end());
 
   ChildProcess objChild(ForkInto(objPlan));
   objWrite.Reset();

@@ -141,11 +141,7 @@ COleDateTime InLocalTime(const COleDateTime& dt, int nOffset) {
   objTime.tm_hour = dt.GetHour();
   objTime.tm_min = dt.GetMinute();
   objTime.tm_sec = dt.GetSecond();
-  const std::time_t nUtc = timegm(&objTime) - nOffset;
-  tzset();
-  if (!localtime_r(&nUtc, &objTime)) return COleDateTime::Invalid();
-  return {objTime.tm_year + 1900, objTime.tm_mon + 1, objTime.tm_mday,
-          objTime.tm_hour,        objTime.tm_min,     objTime.tm_sec};
+  return UtcSecondsToLocal(timegm(&objTime) - nOffset);
 }
 
 std::optional<COleDateTime> ParseIso(std::u16string_view str) {
@@ -220,7 +216,9 @@ std::string OrderOfParts(const std::array<DatePart, 3>& arrParts, const std::str
   return strResult.insert(nName, "M");
 }
 
-std::optional<Date> TakeDate(std::u16string_view& str, const DateNames& objNames) {
+// Three parts with what parts them; nothing if they are not there.
+std::optional<std::array<DatePart, 3>> TakeDateParts(std::u16string_view& str,
+                                                     const DateNames& objNames) {
   std::array<DatePart, 3> arrParts;
   std::array<char16_t, 2> arrBreaks{};
   for (size_t i = 0; i < arrParts.size(); ++i) {
@@ -233,18 +231,32 @@ std::optional<Date> TakeDate(std::u16string_view& str, const DateNames& objNames
   const bool bBreaksAlike = arrBreaks[0] == arrBreaks[1] && arrBreaks[0] != u',';
   if (!bName && !bBreaksAlike) return std::nullopt;
   if (arrBreaks[1] == u'.') TakeUnit(str, u".");  // some locales end a date so
+  return arrParts;
+}
 
-  const std::string strOrder = OrderOfParts(arrParts, objNames.strOrder);
+// The date of parts that stand in the order of the letters.
+std::optional<Date> DateOfParts(const std::array<DatePart, 3>& arrParts,
+                                const std::string& strOrder) {
+  if (strOrder.empty()) return std::nullopt;
   Date objDate;
   for (size_t i = 0; i < strOrder.size(); ++i) {
     const Number& objNumber = arrParts[i].objNumber;
-    const auto nYear = YearOf(objNumber);
-    if (strOrder[i] == 'Y' ? !nYear : objNumber.nDigits > 2) return std::nullopt;
-    (strOrder[i] == 'Y'   ? objDate.nYear
-     : strOrder[i] == 'M' ? objDate.nMonth
-                          : objDate.nDay) = strOrder[i] == 'Y' ? *nYear : objNumber.nValue;
+    if (strOrder[i] == 'Y') {
+      const auto nYear = YearOf(objNumber);
+      if (!nYear) return std::nullopt;
+      objDate.nYear = *nYear;
+    } else {
+      if (objNumber.nDigits > 2) return std::nullopt;
+      (strOrder[i] == 'M' ? objDate.nMonth : objDate.nDay) = objNumber.nValue;
+    }
   }
-  return strOrder.empty() ? std::nullopt : std::optional(objDate);
+  return objDate;
+}
+
+std::optional<Date> TakeDate(std::u16string_view& str, const DateNames& objNames) {
+  const auto arrParts = TakeDateParts(str, objNames);
+  if (!arrParts) return std::nullopt;
+  return DateOfParts(*arrParts, OrderOfParts(*arrParts, objNames.strOrder));
 }
 
 bool LooksLikeTime(std::u16string_view str) {

@@ -9,14 +9,7 @@
 namespace platform {
 namespace {
 
-std::uint32_t ReadU32(const unsigned char* p) {
-  return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
-         static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-}
-
-void AppendU32(std::vector<unsigned char>& arr, std::uint32_t nValue) {
-  for (int i = 0; i < 32; i += 8) arr.push_back(static_cast<unsigned char>(nValue >> i));
-}
+constexpr size_t kKindOffset = 4;  // behind the payload's length
 
 // The least payload of a kind, in bytes; more than any payload may have for an unknown one.
 size_t FixedPart(std::uint32_t nKind) {
@@ -39,10 +32,9 @@ size_t FixedPart(std::uint32_t nKind) {
 FrameStatus NextFrameSize(std::span<const unsigned char> objBytes, size_t& nSize) {
   nSize = kFrameHeader;
   if (objBytes.size() < kFrameHeader) return FrameStatus::kNeedMore;
-  const size_t nPayload = ReadU32(objBytes.data());
-  if (nPayload > kMaxPayload || nPayload < FixedPart(ReadU32(objBytes.data() + 4))) {
-    return FrameStatus::kMalformed;
-  }
+  const size_t nPayload = ReadLittleEndian<std::uint32_t>(objBytes, 0);
+  const auto nKind = ReadLittleEndian<std::uint32_t>(objBytes, kKindOffset);
+  if (nPayload > kMaxPayload || nPayload < FixedPart(nKind)) return FrameStatus::kMalformed;
   nSize = kFrameHeader + nPayload;
   return objBytes.size() < nSize ? FrameStatus::kNeedMore : FrameStatus::kFrame;
 }
@@ -52,7 +44,7 @@ FrameStatus TakeFrame(std::vector<unsigned char>& arrBuffer, Frame& objFrame) {
   const FrameStatus eStatus = NextFrameSize(arrBuffer, nSize);
   if (eStatus != FrameStatus::kFrame) return eStatus;
   const auto itEnd = arrBuffer.begin() + static_cast<std::ptrdiff_t>(nSize);
-  objFrame.eKind = static_cast<FrameKind>(ReadU32(arrBuffer.data() + 4));
+  objFrame.eKind = static_cast<FrameKind>(ReadLittleEndian<std::uint32_t>(arrBuffer, kKindOffset));
   objFrame.arrPayload.assign(arrBuffer.begin() + kFrameHeader, itEnd);
   arrBuffer.erase(arrBuffer.begin(), itEnd);
   return eStatus;
@@ -62,8 +54,8 @@ std::vector<unsigned char> BuildFrame(FrameKind eKind, std::span<const unsigned 
   if (objPayload.size() > kMaxPayload) throw std::length_error("a frame's payload is too long");
   std::vector<unsigned char> arrFrame;
   arrFrame.reserve(kFrameHeader + objPayload.size());
-  AppendU32(arrFrame, static_cast<std::uint32_t>(objPayload.size()));
-  AppendU32(arrFrame, static_cast<std::uint32_t>(eKind));
+  AppendLittleEndian(arrFrame, static_cast<std::uint32_t>(objPayload.size()));
+  AppendLittleEndian(arrFrame, static_cast<std::uint32_t>(eKind));
   arrFrame.insert(arrFrame.end(), objPayload.begin(), objPayload.end());
   return arrFrame;
 }

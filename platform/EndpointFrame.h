@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 // The frames of the engine's command endpoint (docs/protocol.md). All integers are little-endian:
@@ -44,5 +45,24 @@ std::vector<unsigned char> BuildFrame(FrameKind eKind, std::span<const unsigned 
 // The name of the abstract socket that a title is served under, without its leading NUL: made from
 // the user id and the SHA-256 of the title's bytes. strTitle is UTF-8.
 std::string EndpointName(std::string_view strTitle);
+
+// Integers as they stand in frames, the lowest byte first.
+template <typename Integer>
+void AppendLittleEndian(std::vector<unsigned char>& arr, Integer nValue) {
+  const auto nBits = static_cast<std::make_unsigned_t<Integer>>(nValue);
+  for (size_t i = 0; i < sizeof nBits; ++i) {
+    arr.push_back(static_cast<unsigned char>(nBits >> (8 * i)));
+  }
+}
+
+// The integer at an offset; the caller has checked that it is there.
+template <typename Integer>
+Integer ReadLittleEndian(std::span<const unsigned char> objBytes, size_t nOffset) {
+  std::make_unsigned_t<Integer> nBits = 0;
+  for (size_t i = sizeof nBits; i-- > 0;) {
+    nBits = static_cast<decltype(nBits)>(nBits << 8 | objBytes[nOffset + i]);
+  }
+  return static_cast<Integer>(nBits);
+}
 
 }  // namespace platform

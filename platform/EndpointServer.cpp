@@ -2,19 +2,17 @@
 
 #include <poll.h>
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <deque>
 #include <map>
 #include <optional>
 #include <system_error>
 
+#include "platform/EndSignals.h"
 #include "platform/EndpointFrame.h"
 #include "platform/EndpointSocket.h"
 #include "platform/UniqueFd.h"
@@ -34,22 +32,6 @@ constexpr int kAcceptPause = 100;        // milliseconds, while no descriptor is
 constexpr std::uint64_t kListenerId = 0;
 constexpr std::uint64_t kSignalId = 1;
 
-std::atomic<int> g_nSignalFd{-1};
-static_assert(std::atomic<int>::is_always_lock_free, "a signal handler reads it");
-
-// The first signal asks for an end; it also puts both signals back to their default, so that a
-// second one ends the process even in the middle of a command.
-void OnEndSignal(int) {
-  const int nSavedError = errno;
-  struct sigaction objDefault {};
-  objDefault.sa_handler = SIG_DFL;
-  sigaction(SIGTERM, &objDefault, nullptr);
-  sigaction(SIGINT, &objDefault, nullptr);
-  const std::uint64_t nOne = 1;
-  (void)!write(g_nSignalFd.load(), &nOne, sizeof nOne);
-  errno = nSavedError;
-}
-
 [[noreturn]] void ThrowErrno(const char* pszWhat) {
   throw std::system_error(errno, std::generic_category(), pszWhat);
 }
@@ -58,39 +40,6 @@ UniqueFd Checked(int nFd, const char* pszWhat) {
   if (nFd < 0) ThrowErrno(pszWhat);
   return UniqueFd(nFd);
 }
-
-// While it lives, the first SIGTERM or SIGINT makes Fd() readable, and SIGPIPE is ignored.
-class EndSignals {
- public:
-  EndSignals() : m_objFd(Checked(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {
-    g_nSignalFd = m_objFd.Get();
-    struct sigaction objAction {};
-    objAction.sa_handler = OnEndSignal;
-    objAction.sa_flags = SA_RESTART;
-    sigaddset(&objAction.sa_mask, SIGTERM);
-    sigaddset(&objAction.sa_mask, SIGINT);
-    sigaction(SIGTERM, &objAction, &m_objOldTerm);
-    sigaction(SIGINT, &objAction, &m_objOldInt);
-    std::signal(SIGPIPE, SIG_IGN);
-  }
-  ~EndSignals() {
-    sigaction(SIGTERM, &m_objOldTerm, nullptr);
-    sigaction(SIGINT, &m_objOldInt, nullptr);
-  }
-  EndSignals(const EndSignals&) = delete;
-  EndSignals& operator=(const EndSignals&) = delete;
-
-  int Fd() const { return m_objFd.Get(); }
-  bool Take() {
-    std::uint64_t nCount = 0;
-    return read(m_objFd.Get(), &nCount, sizeof nCount) == sizeof nCount;
-  }
-
- private:
-  UniqueFd m_objFd;
-  struct sigaction m_objOldTerm {};
-  struct sigaction m_objOldInt {};
-};
 
 enum class ReadResult { kFrame, kNeedMore, kGone };
 
@@ -135,6 +84,7 @@ struct EndpointServer::Impl {
   void ArmAgain(std::uint64_t nId);
   void Drop(std::uint64_t nId);
   void Serve(Handler& objHandler, std::uint64_t nId);
+  void ServeCommand(Handler& objHandler, std::uint64_t nId, const Frame& objFrame);
   std::optional<std::int64_t> WaitForAnswer(Connection& objClient);
 
   EndSignals m_objSignals;
@@ -249,10 +199,15 @@ void EndpointServer::Impl::Serve(Handler& objHandler, std::uint64_t nId) {
     objHandler.OnClose();
     return;
   }
-  if (objFrame.eKind != FrameKind::kCopyData) {  // a kind that a client does not send here
+  if (objFrame.eKind == FrameKind::kCopyData) {
+    ServeCommand(objHandler, nId, objFrame);
+  } else {  // a kind that a client does not send here
     Drop(nId);
-    return;
   }
+}
+
+void EndpointServer::Impl::ServeCommand(Handler& objHandler, std::uint64_t nId,
+                                        const Frame& objFrame) {
   const std::span<const unsigned char> objPayload = objFrame.arrPayload;
   m_nInWork = nId;
   m_hSenderInWork = ReadLittleEndian<std::uint64_t>(objPayload, 4);
