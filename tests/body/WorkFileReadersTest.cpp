@@ -16,8 +16,8 @@ class WorkFileReaders : public testing::Test {
  protected:
   WorkFileReaders() { mail::installLibraryNarrow(); }
   CString Path() const { return GetCurrPath() + u"f"; }
-  CString Narrow(std::string_view bytes) {
-    TempRunFolder::Write(folder.Work("f"), bytes);
+  CString Narrow(const std::string& bytes) {
+    folder.WriteWork("f", bytes);
     length = -1;
     return GetStringFromFilenonUnicode(Path(), &length);
   }
@@ -51,13 +51,13 @@ TEST_F(WorkFileReaders, NulEndsItsChunkOnly) {
 
 TEST_F(WorkFileReaders, LongerReadingWins) {
   CTarnyOutlookHandler handler;
-  TempRunFolder::Write(folder.Work("f"), "narrow text");
+  folder.WriteWork("f", "narrow text");
   EXPECT_EQ(handler.GetStringFromFile(Path(), &length, false), u"narrow text");
-  TempRunFolder::WriteWide(folder.Work("f"), u"\uFEFFwide\ttext\r\nmore");
+  folder.WriteWork("f", u"\uFEFFwide\ttext\r\nmore");
   EXPECT_EQ(handler.GetStringFromFile(Path(), &length, false),
             CString(std::u16string(u"\uFEFFwide\0text\rmore", 15)));
   EXPECT_EQ(length, 32);
-  TempRunFolder::Write(folder.Work("f"), "");
+  folder.WriteWork("f", "");
   EXPECT_EQ(handler.GetStringFromFile(Path(), &length, false), u"");
   EXPECT_EQ(length, 0);
   length = 7;
@@ -66,7 +66,7 @@ TEST_F(WorkFileReaders, LongerReadingWins) {
 }
 
 TEST_F(WorkFileReaders, BytesComeWholeAndAFolderIsNoFile) {
-  TempRunFolder::Write(folder.Work("f"), std::string_view("a\0b", 3));
+  folder.WriteWork("f", std::string("a\0b", 3));
   const std::unique_ptr<unsigned char[]> bytes(GetPureMime(Path(), &length));
   ASSERT_TRUE(bytes);
   EXPECT_EQ(length, 3);
@@ -83,7 +83,7 @@ TEST_F(WorkFileReaders, BytesComeWholeAndAFolderIsNoFile) {
 
 TEST_F(WorkFileReaders, LinesComeAsTheyAreWithTheirEnd) {
   CTarnyOutlookHandler handler;
-  TempRunFolder::WriteWide(folder.Work("f"), u"one\r\n\tt\u00F6\n\nend");
+  folder.WriteWork("f", u"one\r\n\tt\u00F6\n\nend");
   EXPECT_EQ(handler.GetStringFromFileTemp(Path(), &length, false), u"one\r\n\tt\u00F6\n\nend\n");
   EXPECT_EQ(length, 26);
   EXPECT_EQ(handler.GetStringFromFileTemp(GetCurrPath() + u"none", &length, false), u"");

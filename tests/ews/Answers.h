@@ -28,6 +28,15 @@ inline std::string Error(const std::string& name, const std::string& code,
                   "ResponseMessage></m:ResponseMessages></m:" + name + "Response>");
 }
 
+// A fault of a busy server, with the time in milliseconds that it asks for, if any.
+inline std::string Busy(const std::string& time) {
+  const std::string value = "<t:Value Name=\"BackOffMilliseconds\">" + time + "</t:Value>";
+  return Envelope(
+      "<s:Fault><faultcode>a:ErrorServerBusy</faultcode><faultstring>Busy.</faultstring><detail>"
+      "<e:ResponseCode>ErrorServerBusy</e:ResponseCode>" +
+      (time.empty() ? "" : "<t:MessageXml>" + value + "</t:MessageXml>") + "</detail></s:Fault>");
+}
+
 inline std::string Item(const std::string& id, const std::string& more = {}) {
   return Success("CreateItem", "<m:Items><t:Message><t:ItemId Id=\"" + id + "\" ChangeKey=\"C\"/>" +
                                    more + "</t:Message></m:Items>");

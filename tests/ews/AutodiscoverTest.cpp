@@ -1,15 +1,14 @@
 #include "ews/Autodiscover.h"
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
-#include <gtest/gtest.h>
-
 #include "ews/PoxMessages.h"
 #include "tests/ews/ScriptedTransport.h"
+#include "tests/support/SchemaValidator.h"
 
 namespace {
+
+using test_support::SchemaValidator;
+using testing::HasSubstr;
+using testing::Not;
 
 std::string Account(const std::string& content) {
   return "<Autodiscover><Response><Account>" + content + "</Account></Response></Autodiscover>";
@@ -24,25 +23,23 @@ std::string RedirectUrl(const std::string& url) {
   return Account("<Action>redirectUrl</Action><RedirectUrl>" + url + "</RedirectUrl>");
 }
 
+std::string RedirectAddress(const std::string& address) {
+  return Account("<Action>redirectAddr</Action><RedirectAddr>" + address + "</RedirectAddr>");
+}
+
 constexpr const char* kEndpoint = "https://mail.example.com/EWS/Exchange.asmx";
 
-class Autodiscover : public testing::Test {
+class Autodiscover : public Scripted {
  protected:
   std::string Discover(const CString& address = u"user@example.com",
                        const ews::RedirectionCallback& callback = nullptr) {
-    try {
-      return ews::DiscoverEndpoint(address, ews::WebCredentials(u"user@example.com", u"secret"),
-                                   100000, callback)
-          .ToUtf8();
-    } catch (const ews::ServiceException& e) {
-      return e.what();
-    }
+    std::string endpoint;
+    const std::string failure = TextOf([&] {
+      const ews::WebCredentials login(u"user@example.com", u"secret");
+      endpoint = ews::DiscoverEndpoint(address, login, 100000, callback).ToUtf8();
+    });
+    return endpoint.empty() ? failure : endpoint;
   }
-  const std::string& Url(size_t n) const { return m_transport.Requests().at(n).url; }
-
-  SettingsKeeper m_settings;
-  ScriptedTransport m_transport;
-  ews::ScopedTransport m_scope{m_transport};
 };
 
 TEST_F(Autodiscover, AsksTheDomainThenItsHostThenFollowsThePlainRedirect) {
@@ -59,8 +56,7 @@ TEST_F(Autodiscover, AsksTheDomainThenItsHostThenFollowsThePlainRedirect) {
   EXPECT_EQ(m_transport.Requests()[2].authorization, "");
   EXPECT_EQ(Url(3), "https://autodiscover.example.net/autodiscover/autodiscover.xml");
   EXPECT_NE(m_transport.Requests()[3].authorization, "");
-  EXPECT_NE(m_transport.Requests()[3].body.find("<EMailAddress>user@example.com</EMailAddress>"),
-            std::string::npos);
+  EXPECT_THAT(LastBody(), HasSubstr("<EMailAddress>user@example.com</EMailAddress>"));
 }
 
 TEST_F(Autodiscover, TheSettingsComeFirst) {
@@ -74,45 +70,37 @@ TEST_F(Autodiscover, TheSettingsComeFirst) {
 }
 
 TEST_F(Autodiscover, RedirectsToAnAddressAndToAUrl) {
-  m_transport.Push(
-      Account("<Action>redirectAddr</Action><RedirectAddr>user@other.example.net"
-              "</RedirectAddr>"));
+  m_transport.Push(RedirectAddress("user@other.example.net"));
   m_transport.Push(RedirectUrl("https://third.example.net/autodiscover/autodiscover.xml"));
   m_transport.Push(SettingsAnswer(kEndpoint));
   EXPECT_EQ(Discover(), kEndpoint);
   EXPECT_EQ(Url(1), "https://other.example.net/autodiscover/autodiscover.xml");
   EXPECT_EQ(Url(2), "https://third.example.net/autodiscover/autodiscover.xml");
-  EXPECT_NE(m_transport.Requests()[2].body.find("user@other.example.net"), std::string::npos);
+  EXPECT_THAT(LastBody(), HasSubstr("user@other.example.net"));
 }
 
 TEST_F(Autodiscover, EndlessRedirectionsEnd) {
   for (int i = 0; i < 30; ++i) m_transport.Push(RedirectUrl("https://a.example.com/x"));
-  EXPECT_NE(Discover().find("redirects without end"), std::string::npos);
+  EXPECT_THAT(Discover(), HasSubstr("redirects without end"));
   EXPECT_EQ(m_transport.Requests().size(), 11u);
-  for (int i = 0; i < 30; ++i) {
-    m_transport.Push(Account("<Action>redirectAddr</Action><RedirectAddr>a@b.c</RedirectAddr>"));
-  }
-  EXPECT_NE(Discover().find("redirects without end"), std::string::npos);
+  for (int i = 0; i < 30; ++i) m_transport.Push(RedirectAddress("a@b.c"));
+  EXPECT_THAT(Discover(), HasSubstr("redirects without end"));
 }
 
 TEST_F(Autodiscover, ARedirectionThatTheCallerRefusesIsNotFollowed) {
   m_transport.Push(RedirectUrl("https://evil.example.org/x"));
   m_transport.PushRedirect("https://evil.example.org/y");
   m_transport.PushRedirect("https://evil.example.org/z");
-  const std::string text = Discover(u"user@example.com", [](const CString&) { return false; });
-  EXPECT_NE(text.find("was not found by autodiscovery"), std::string::npos) << text;
-  for (const auto& sent : m_transport.Requests()) {
-    EXPECT_EQ(sent.url.find("evil"), std::string::npos);
-  }
+  EXPECT_THAT(Discover(u"user@example.com", [](const CString&) { return false; }),
+              HasSubstr("was not found by autodiscovery"));
+  for (const auto& sent : m_transport.Requests()) EXPECT_THAT(sent.url, Not(HasSubstr("evil")));
 }
 
 TEST_F(Autodiscover, ARefusedPasswordIsTheReasonThatIsTold) {
   m_transport.PushFailure("no such host");
   m_transport.Push("", 401);
   m_transport.PushFailure("nothing there");
-  const std::string text = Discover();
-  EXPECT_NE(text.find("HTTP 401"), std::string::npos) << text;
-  EXPECT_EQ(text.find("secret"), std::string::npos);
+  EXPECT_THAT(Discover(), AllOf(HasSubstr("HTTP 401"), Not(HasSubstr("secret"))));
 }
 
 TEST_F(Autodiscover, WhileVerifyingCredentialsStayWithTheDomainAndTrustedHosts) {
@@ -120,8 +108,7 @@ TEST_F(Autodiscover, WhileVerifyingCredentialsStayWithTheDomainAndTrustedHosts) 
   m_transport.Push(RedirectUrl("https://evil-example.com/x"));
   m_transport.Push(SettingsAnswer("https://mail.example.com.evil.org/EWS"));
   m_transport.PushRedirect("https://evil.example.org/x");
-  const std::string text = Discover();
-  EXPECT_NE(text.find("not trusted"), std::string::npos) << text;
+  EXPECT_THAT(Discover(), HasSubstr("not trusted"));
   for (const auto& sent : m_transport.Requests()) {
     EXPECT_TRUE(sent.authorization.empty() || sent.url.starts_with("https://example.com/") ||
                 sent.url.starts_with("https://autodiscover.example.com/"))
@@ -147,8 +134,7 @@ TEST_F(Autodiscover, WhileVerifyingAnHttpRedirectLosesTheCredentials) {
 TEST_F(Autodiscover, ALoginThatIsNoAddressAsksNobody) {
   for (const char16_t* login :
        {u"", u"user", u"DOMAIN\\user", u"user@", u"user@a/b", u"user@a:99", u"user@x y"}) {
-    EXPECT_NE(Discover(login).find("no mail address"), std::string::npos)
-        << CString(login).ToUtf8();
+    EXPECT_THAT(Discover(login), HasSubstr("no mail address")) << CString(login).ToUtf8();
   }
   EXPECT_TRUE(m_transport.Requests().empty());
 }
@@ -165,18 +151,14 @@ TEST(PoxAnswer, TheOutsideEndpointIsPreferred) {
 }
 
 TEST(PoxAnswer, TheSamplesAreRead) {
-  const std::string folder = std::string(TARNY_SOURCE) + "/../shared/ews/samples/autodiscover/";
-  if (!std::filesystem::exists(folder)) GTEST_SKIP() << "no samples here";
+  if (!SchemaValidator::Available()) GTEST_SKIP() << "no samples here";
   const auto read = [&](const std::string& name) {
-    std::ifstream stream(folder + name + ".response.xml");
-    std::stringstream text;
-    text << stream.rdbuf();
-    return ews::ReadPoxAnswer(text.str());
+    return ews::ReadPoxAnswer(SchemaValidator::Sample("autodiscover/" + name + ".response.xml"));
   };
   EXPECT_EQ(read("62-pox-settings").strValue, kEndpoint);
   EXPECT_EQ(read("63-pox-redirect-address").strValue, "user@other.example.com");
   EXPECT_EQ(read("64-pox-redirect-url").eKind, ews::PoxAnswer::Kind::kRedirectUrl);
-  EXPECT_NE(read("65-pox-error").strValue.find("Invalid Request (600)"), std::string::npos);
+  EXPECT_THAT(read("65-pox-error").strValue, HasSubstr("Invalid Request (600)"));
 }
 
 }  // namespace

@@ -2,15 +2,13 @@
 
 #include <filesystem>
 
-#include <gtest/gtest.h>
-
 #include "platform/Paths.h"
 #include "tests/ews/ScriptedTransport.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
 
-class Connection : public testing::Test {
+class Connection : public Scripted {
  protected:
   // The token, or the reason in m_error.
   std::string Ask(CString secret = u"s&cret=1") {
@@ -19,24 +17,18 @@ class Connection : public testing::Test {
     m_error = {};
     return ConnectionDLL::Connection().GetAccessToken(tenant, client, secret, m_error).ToUtf8();
   }
-  static std::string Answer(const std::string& token, const std::string& seconds) {
-    return "{\"token_type\":\"Bearer\",\"access_token\":\"" + token +
-           "\",\"expires_in\":" + seconds + "}";
-  }
-  static std::string Answer(const std::string& token, int seconds) {
-    return Answer(token, std::to_string(seconds));
+  void PushToken(const std::string& token, const std::string& seconds = "3600") {
+    m_transport.Push(R"({"token_type":"Bearer","access_token":")" + token + R"(","expires_in":)" +
+                     seconds + "}");
   }
 
-  SettingsKeeper m_settings;
-  ScriptedTransport m_transport;
-  ews::ScopedTransport m_scope{m_transport};
   CString m_error;
 };
 
 TEST_F(Connection, AsksTheTenantsTokenEndpoint) {
   ews::Settings().strAuthorityUrl = u"https://login.example.com/";
   ews::Settings().strEwsUrl = u"https://mail.example.com:444/EWS/Exchange.asmx";
-  m_transport.Push(Answer("T", 3600));
+  PushToken("T");
   EXPECT_EQ(Ask(), "T");
   EXPECT_TRUE(m_error.IsEmpty());
   const auto& sent = m_transport.Requests().at(0);
@@ -75,8 +67,8 @@ TEST_F(Connection, TheSecretIsNotSentOnToAnotherHost) {
 }
 
 TEST_F(Connection, EachCallAsksUnlessTheCacheIsOn) {
-  m_transport.Push(Answer("one", 3600));
-  m_transport.Push(Answer("two", 3600));
+  PushToken("one");
+  PushToken("two");
   EXPECT_EQ(Ask(), "one");
   EXPECT_EQ(Ask(), "two");
 }
@@ -84,14 +76,14 @@ TEST_F(Connection, EachCallAsksUnlessTheCacheIsOn) {
 TEST_F(Connection, TheCacheAnswersWhileOverFiveMinutesAreLeft) {
   ews::Settings().bTokenCache = true;
   ews::Settings().strAuthorityUrl = u"https://cache.example.com";
-  m_transport.Push(Answer("one", 3600));
+  PushToken("one");
   EXPECT_EQ(Ask(), "one");
   m_transport.Wait(std::chrono::seconds(3299));
   EXPECT_EQ(Ask(), "one");
   m_transport.Wait(std::chrono::seconds(1));
-  m_transport.Push(Answer("two", 3600));
+  PushToken("two");
   EXPECT_EQ(Ask(), "two");
-  m_transport.Push(Answer("other", 3600));
+  PushToken("other");
   EXPECT_EQ(Ask(u"another secret"), "other");
   EXPECT_EQ(m_transport.Requests().size(), 3u);
 }
@@ -100,14 +92,14 @@ TEST_F(Connection, ALifetimeOfAnySizeIsTakenAsSevenDaysAtMost) {
   ews::Settings().bTokenCache = true;
   for (const char* seconds : {"1e300", "18446744073709551615", "9223372036854775807", "604800.5"}) {
     ews::Settings().strAuthorityUrl = u"https://long.example.com/" + CString::FromUtf8(seconds);
-    m_transport.Push(Answer("one", seconds));
+    PushToken("one", seconds);
     EXPECT_EQ(Ask(), "one");
     m_transport.Wait(std::chrono::hours(7 * 24) - std::chrono::seconds(301));
     EXPECT_EQ(Ask(), "one") << seconds;
     m_transport.Wait(std::chrono::seconds(1));
-    m_transport.Push(Answer("two", "-1e300"));
+    PushToken("two", "-1e300");
     EXPECT_EQ(Ask(), "two") << seconds;
-    m_transport.Push(Answer("three", 0));
+    PushToken("three", "0");
     EXPECT_EQ(Ask(), "three") << seconds;
   }
 }

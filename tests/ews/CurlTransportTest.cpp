@@ -1,13 +1,10 @@
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <functional>
 #include <set>
-
-#include <gtest/gtest.h>
 
 #include "ews/EmailMessage.h"
 #include "ews/Folder.h"
+#include "platform/Base64.h"
 #include "platform/Paths.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/WiredService.h"
@@ -17,28 +14,21 @@ namespace {
 
 using test_support::ScriptedAnswer;
 using test_support::ScriptedServer;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
 class CurlTransport : public OverHttp {
  protected:
   CurlTransport() { m_wire.Service().SetCredentials(ews::WebCredentials(u"user", u"pässword")); }
 };
 
-// A gzip stream of one stored block.
-std::string Gzip(const std::string& bytes) {
-  unsigned crc = 0xFFFFFFFF;
-  for (const char ch : bytes) {
-    crc ^= static_cast<unsigned char>(ch);
-    for (int k = 0; k < 8; ++k) crc = (crc >> 1) ^ (crc & 1 ? 0xEDB88320u : 0u);
-  }
-  const auto little = [](unsigned value, int count) {
-    std::string out;
-    for (int i = 0; i < count; ++i) out += static_cast<char>(value >> (8 * i) & 255);
-    return out;
-  };
-  const auto length = static_cast<unsigned>(bytes.size());
-  return std::string("\x1F\x8B\x08\0\0\0\0\0\0\xFF", 10) + "\x01" + little(length, 2) +
-         little(~length, 2) + bytes + little(~crc, 4) + little(length, 4);
-}
+// answers::Found({{"1", "A"}, {"2", "B"}}) as gzip made it.
+constexpr std::string_view kGzip =
+    "H4sIAAAAAAACA32Sz2rDMAzGXyX4ASrWo7ENa9dCDuthG7ubWLQB2wqR165vP3tNSPpnu336JP2QZCuWm3hETx1W"
+    "38FHlqzFIaVOAnBzwGB5kX0m2y2o30MRgEMHCKNYrsidjQpy20a3Je+wf0PuKPJIDFoEMeikRRKleqx5RWa7R35M"
+    "GLLVGK+95Tzg+1fT5MwVaE0OzY42fU+9ghu/1BGlC7z6oGR9nTBwHT9bPGmxzKgkL2me5KRqV9VOiycBxXtpufP2"
+    "vLMBzbOCa6PEt+13oOU9aPUfCGbTwXyZ3/DPw5n5JaZTP2zJ9viYMP0K8wN5RbMhIgIAAA==";
 
 TEST_F(CurlTransport, SendsWhatAMailboxServerExpectsOnOneConnection) {
   for (int i = 0; i < 3; ++i) m_server.Push({.body = answers::Found({{"1", "A"}})});
@@ -62,12 +52,13 @@ TEST_F(CurlTransport, SendsWhatAMailboxServerExpectsOnOneConnection) {
 }
 
 TEST_F(CurlTransport, UnpacksGzip) {
-  m_server.Push({.body = Gzip(answers::Found({{"1", "A"}, {"2", "B"}})),
-                 .headers = {{"Content-Encoding", "gzip"}}});
+  std::string packed;
+  ASSERT_TRUE(platform::Base64Decode(kGzip, packed));
+  m_server.Push({.body = packed, .headers = {{"Content-Encoding", "gzip"}}});
   EXPECT_EQ(Find(), "no exception");
   EXPECT_EQ(m_wire.Found(), 2u);
   m_server.Push({.body = "no gzip", .headers = {{"Content-Encoding", "gzip"}}});
-  EXPECT_TRUE(Find().starts_with("The request failed. "));
+  EXPECT_THAT(Find(), StartsWith("The request failed. "));
 }
 
 TEST_F(CurlTransport, EveryFailureHasItsWordsAndTheNextRequestWorks) {
@@ -85,11 +76,8 @@ TEST_F(CurlTransport, EveryFailureHasItsWordsAndTheNextRequestWorks) {
   };
   for (const auto& row : rows) {
     m_server.Push(row.answer);
-    const std::string text = Find();
-    EXPECT_TRUE(text.starts_with("The request failed. ")) << text;
-    EXPECT_NE(text.find(row.words), std::string::npos) << text;
-    EXPECT_NE(text.find("127.0.0.1"), std::string::npos) << text;
-    EXPECT_EQ(text.find("dXNlcjpw"), std::string::npos) << text;
+    EXPECT_THAT(Find(), AllOf(StartsWith("The request failed. "), HasSubstr(row.words),
+                              HasSubstr("127.0.0.1"), Not(HasSubstr("dXNlcjpw"))));
     m_server.Push({.body = answers::Found({})});
     EXPECT_EQ(Find(), "no exception");
   }
@@ -99,9 +87,8 @@ TEST_F(CurlTransport, ASilentServerEndsWithTheTimeOut) {
   m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
   m_wire.Service().SetTimeout(200);
   const auto start = std::chrono::steady_clock::now();
-  const std::string text = Find();
+  EXPECT_THAT(Find(), HasSubstr("did not answer within the time-out of 200 ms"));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
-  EXPECT_NE(text.find("did not answer within the time-out of 200 ms"), std::string::npos) << text;
 }
 
 TEST_F(CurlTransport, ThrottlingIsWaitedOut) {
@@ -115,40 +102,31 @@ TEST_F(CurlTransport, ThrottlingIsWaitedOut) {
 
 TEST_F(CurlTransport, AServerThatDiesAtWorkMayHaveDoneIt) {
   m_server.Push({.fault = ScriptedAnswer::Fault::kReset});  // of a new connection
-  EXPECT_NE(TextOf([&] {
-              ews::EmailMessage(m_wire.Shared()).Save(m_wire.Root());
-            }).find("It may have carried the request out."),
-            std::string::npos);
+  EXPECT_THAT(Save(), HasSubstr("It may have carried the request out."));
 }
 
 TEST_F(CurlTransport, WhatCreatesIsNotSentAgainOnceItIsOut) {
-  const auto file = platform::ToWindowsPath("/proc/self/exe");
-  const std::function<void()> calls[] = {
-      [&] { ews::EmailMessage(m_wire.Shared()).Save(m_wire.Root()); },
-      [&] { ews::Folder(m_wire.Shared()).Save(m_wire.Root()); },
-      [&] {
-        ews::EmailMessage mail(m_wire.Shared());
-        mail.Attachments().AddFileAttachment(file);
-        m_server.Push({.body = answers::Item("I=")});
-        m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
-        mail.Save(m_wire.Root());
-      },
-  };
-  size_t seen = 0;
-  for (const auto& call : calls) {
-    m_server.Push({.body = answers::Found({})});
+  const ScriptedAnswer none = {.body = answers::Found({})};
+  const ScriptedAnswer drop = {.fault = ScriptedAnswer::Fault::kDropUnanswered};
+  ews::EmailMessage mail(m_wire.Shared());
+  ews::Folder folder(m_wire.Shared());
+  ews::EmailMessage attaching(m_wire.Shared());
+  attaching.Attachments().AddFileAttachment(platform::ToWindowsPath("/proc/self/exe"));
+  const auto expectLost = [&](auto& item, const std::vector<ScriptedAnswer>& script) {
+    m_server.Push(none);
     EXPECT_EQ(Find(), "no exception");  // leaves a kept connection
-    const bool attaches = &call == &calls[2];
-    if (!attaches) m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
-    const std::string text = TextOf(call);
-    EXPECT_EQ(text,
+    const size_t before = m_server.Requests().size();
+    for (const ScriptedAnswer& answer : script) m_server.Push(answer);
+    EXPECT_EQ(TextOf([&] { item.Save(m_wire.Root()); }),
               "The request failed. The server 127.0.0.1 closed the connection without an answer. "
               "It may have carried the request out.");
-    seen += attaches ? 3 : 2;
-    EXPECT_EQ(m_server.Requests().size(), seen);
-  }
-  m_server.Push({.body = answers::Found({})});
-  m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
+    EXPECT_EQ(m_server.Requests().size(), before + script.size());
+  };
+  expectLost(mail, {drop});
+  expectLost(folder, {drop});
+  expectLost(attaching, {{.body = answers::Item("I=")}, drop});
+  m_server.Push(none);
+  m_server.Push(drop);
   m_server.Push({.body = answers::Found({{"1", "A"}})});
   EXPECT_EQ(Find(), "no exception");
   EXPECT_EQ(Find(), "no exception");  // a question may be asked twice
@@ -156,14 +134,9 @@ TEST_F(CurlTransport, WhatCreatesIsNotSentAgainOnceItIsOut) {
 }
 
 TEST_F(CurlTransport, NobodyAtThePortIsSaid) {
-  int port = 0;
-  {
-    const ScriptedServer gone;
-    port = gone.Port();
-  }
-  m_wire.Service().SetUrl(CString::FromUtf8("http://127.0.0.1:" + std::to_string(port) + "/"));
-  const std::string text = Find();
-  EXPECT_NE(text.find("The connection to 127.0.0.1 failed"), std::string::npos) << text;
+  const std::string url = ScriptedServer().Url();  // which is gone by then
+  m_wire.Service().SetUrl(CString::FromUtf8(url));
+  EXPECT_THAT(Find(), HasSubstr("The connection to 127.0.0.1 failed"));
 }
 
 TEST_F(CurlTransport, AFileThatShrinksDuringTheSendFailsWithItsName) {
@@ -176,8 +149,7 @@ TEST_F(CurlTransport, AFileThatShrinksDuringTheSendFailsWithItsName) {
   ews::HttpRequest request;
   request.strUrl = m_server.Url();
   request.pBody = &body;
-  EXPECT_NE(TextOf([&] { m_wire.Transport().Send(request); }).find("shrinks.bin"),
-            std::string::npos);
+  EXPECT_THAT(TextOf([&] { m_wire.Transport().Send(request); }), HasSubstr("shrinks.bin"));
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 #include <array>
 
-#include <gtest/gtest.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 
 #include "platform/Base64.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/WiredService.h"
+#include "tests/support/TemporaryFolder.h"
 
 // The handshake as a server sees it: a first message without the request's body, a challenge back,
 // an answer to it together with the body. From then on the connection itself is logged on.
@@ -14,15 +14,13 @@ namespace {
 
 using test_support::ScriptedAnswer;
 using test_support::SeenRequest;
+using test_support::WideBytes;
+using testing::HasSubstr;
 
 const std::string kServerChallenge = "\x01\x23\x45\x67\x89\xAB\xCD\xEF";
 // MD4 of "pässword" in 16-bit units.
 const std::string kPasswordHash =
     "\xF1\xB0\x94\xF2\x5B\xBD\xCB\x6F\xDB\xAA\x6C\xC8\xB4\x3F\x0C\x44";
-
-std::string Units(std::u16string_view text) {
-  return {reinterpret_cast<const char*>(text.data()), text.size() * 2};
-}
 
 // Names no target, offers 16-bit text and the second version of the answer.
 std::string Challenge() {
@@ -65,6 +63,10 @@ class Ntlm : public OverHttp {
         {.status = 401, .headers = {{"WWW-Authenticate", other}, {"WWW-Authenticate", offer}}});
   }
   void PushChallenge() { Refuse("NTLM " + platform::Base64Encode(Challenge())); }
+  void PushHandshake() {
+    Refuse();
+    PushChallenge();
+  }
   // The requests in order: B with Basic, 1 and 3 with that message, - with neither; "+" behind one
   // that has its body.
   std::string Seen() const {
@@ -82,67 +84,62 @@ class Ntlm : public OverHttp {
 };
 
 TEST_F(Ntlm, TheHandshakeProvesUserDomainAndPassword) {
-  Refuse();
-  PushChallenge();
+  PushHandshake();
   m_server.Push({.body = answers::Item("I")});
   EXPECT_EQ(Save(), "no exception");
   EXPECT_EQ(Seen(), "B+ 1 3+ ");
   const std::string answer = Message(m_server.Requests().at(2));
-  EXPECT_EQ(Field(answer, 28), Units(u"CORP"));
-  EXPECT_EQ(Field(answer, 36), Units(u"tom"));
+  EXPECT_EQ(Field(answer, 28), WideBytes(u"CORP"));
+  EXPECT_EQ(Field(answer, 36), WideBytes(u"tom"));
   const std::string proof = Field(answer, 20);
   ASSERT_GT(proof.size(), 16u);
-  const std::string key = HmacMd5(kPasswordHash, Units(u"TOMCORP"));
+  const std::string key = HmacMd5(kPasswordHash, WideBytes(u"TOMCORP"));
   EXPECT_EQ(proof.substr(0, 16), HmacMd5(key, kServerChallenge + proof.substr(16)));
   EXPECT_EQ(m_server.Requests().at(2).body, m_server.Requests().at(0).body);
 }
 
 TEST_F(Ntlm, AConnectionIsLoggedOnOnceAndEachNewOneAgain) {
-  Refuse();
-  PushChallenge();
+  PushHandshake();
   for (int i = 0; i < 3; ++i) m_server.Push({.body = answers::Found({})});
   for (int i = 0; i < 3; ++i) EXPECT_EQ(Find(), "no exception");
   EXPECT_EQ(Seen(), "B+ 1 3+ -+ -+ ");
   m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
-  EXPECT_NE(Save().find("It may have carried the request out."), std::string::npos);
+  EXPECT_THAT(Save(), HasSubstr("It may have carried the request out."));
   EXPECT_EQ(Seen(), "B+ 1 3+ -+ -+ -+ ");  // what creates is not sent again
   PushChallenge();
   m_server.Push({.body = answers::Item("I")});
   EXPECT_EQ(Save(), "no exception");
   EXPECT_EQ(Seen(), "B+ 1 3+ -+ -+ -+ 1 3+ ");
   // A login that the server forgets is made anew: nothing was carried out.
-  Refuse();
-  PushChallenge();
+  PushHandshake();
   m_server.Push({.body = answers::Item("I")});
   EXPECT_EQ(Save(), "no exception");
   EXPECT_EQ(Seen(), "B+ 1 3+ -+ -+ -+ 1 3+ -+ 1 3+ ");
 }
 
 TEST_F(Ntlm, AnAnswerThatIsLostIsNotAskedForAgain) {
-  Refuse();
-  PushChallenge();
+  PushHandshake();
   m_server.Push({.fault = ScriptedAnswer::Fault::kDropUnanswered});
-  EXPECT_NE(Save().find("It may have carried the request out."), std::string::npos);
+  EXPECT_THAT(Save(), HasSubstr("It may have carried the request out."));
   EXPECT_EQ(Seen(), "B+ 1 3+ ");
 }
 
 TEST_F(Ntlm, OnlyAPasswordForAServerWithoutBasicStartsIt) {
   Refuse("NTLM", "Basic realm=\"x\"");
-  EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
+  EXPECT_THAT(Find(), HasSubstr("HTTP 401"));
   Refuse("NTLMX, x NTLM", "Negotiate");
-  EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
+  EXPECT_THAT(Find(), HasSubstr("HTTP 401"));
   EXPECT_EQ(Seen(), "B+ B+ ");
   m_wire.Service().SetCredentials(ews::OAuthCredentials(u"token"));
   Refuse();
-  EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
+  EXPECT_THAT(Find(), HasSubstr("HTTP 401"));
   EXPECT_EQ(Seen(), "B+ B+ -+ ");
 }
 
 TEST_F(Ntlm, AWrongPasswordIsToldAndBasicIsTriedFirstAgain) {
+  PushHandshake();
   Refuse();
-  PushChallenge();
-  Refuse();
-  EXPECT_NE(Find().find("HTTP 401"), std::string::npos);
+  EXPECT_THAT(Find(), HasSubstr("HTTP 401"));
   m_server.Push({.body = answers::Found({})});
   EXPECT_EQ(Find(), "no exception");
   EXPECT_EQ(Seen(), "B+ 1 3+ B+ ");

@@ -1,32 +1,16 @@
 #include "ews/RequestBody.h"
 
-#include <unistd.h>
-
 #include <filesystem>
-#include <fstream>
 #include <random>
 
 #include <gtest/gtest.h>
 
 #include "ews/ServiceException.h"
 #include "platform/Paths.h"
+#include "tests/support/NaiveCoding.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
-
-// The plain way to do it, as a judge.
-std::string NaiveBase64(const std::string& bytes) {
-  constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (size_t i = 0; i < bytes.size(); i += 3) {
-    unsigned group = 0;
-    const size_t n = std::min<size_t>(3, bytes.size() - i);
-    for (size_t k = 0; k < 3; ++k) {
-      group = group << 8 | (k < n ? static_cast<unsigned char>(bytes[i + k]) : 0u);
-    }
-    for (size_t k = 0; k < 4; ++k) text += k <= n ? kAlphabet[group >> (18 - 6 * k) & 63] : '=';
-  }
-  return text;
-}
 
 std::string RandomBytes(size_t length, unsigned seed) {
   std::mt19937 random(seed);
@@ -48,33 +32,26 @@ std::string ReadAll(ews::RequestBody& body, size_t bufferSize) {
   return all;
 }
 
-class TempFile {
- public:
-  explicit TempFile(const std::string& bytes)
-      : m_path(std::filesystem::temp_directory_path() /
-               ("request-body-" + std::to_string(getpid()))) {
-    std::ofstream(m_path, std::ios::binary) << bytes;
+class RequestBody : public testing::Test {
+ protected:
+  CString MakeFile(const std::string& bytes) {
+    return platform::ToWindowsPath(m_folder.Write("body", bytes));
   }
-  ~TempFile() { std::filesystem::remove(m_path); }
-  const std::filesystem::path& Path() const { return m_path; }
-  CString WindowsPath() const { return platform::ToWindowsPath(m_path.string()); }
-
- private:
-  std::filesystem::path m_path;
+  test_support::TemporaryFolder m_folder;
 };
 
-TEST(RequestBody, ReadsTheSameInBuffersOfAnySize) {
+TEST_F(RequestBody, ReadsTheSameInBuffersOfAnySize) {
   // The last one is more than a file's inner buffer holds.
   for (const size_t length : {0u, 1u, 2u, 3u, 4u, 5u, 100u, 1000u, 50001u}) {
     const std::string bytes = RandomBytes(length, 1);
-    const TempFile file(bytes);
+    const CString file = MakeFile(bytes);
     ews::RequestBody body;
     body.AddText("<a>");
     body.AddText("&amp;");
     body.AddBase64(Shared(bytes), bytes.size());
-    body.AddBase64File(file.WindowsPath());
+    body.AddBase64File(file);
     body.AddText("</a>");
-    const std::string expected = "<a>&amp;" + NaiveBase64(bytes) + NaiveBase64(bytes) + "</a>";
+    const std::string expected = "<a>&amp;" + naive::Base64(bytes) + naive::Base64(bytes) + "</a>";
     EXPECT_EQ(body.Length(), expected.size());
     for (const size_t bufferSize : {1u, 2u, 3u, 4u, 5u, 7u, 64u, 333u, 5000u}) {
       char three[3];
@@ -86,16 +63,16 @@ TEST(RequestBody, ReadsTheSameInBuffersOfAnySize) {
   }
 }
 
-TEST(RequestBody, AFileThatShrankOrIsGoneFailsInsteadOfFillingUp) {
-  const TempFile file(std::string(100, 'x'));
+TEST_F(RequestBody, AFileThatShrankOrIsGoneFailsInsteadOfFillingUp) {
+  const CString file = MakeFile(std::string(100, 'x'));
   ews::RequestBody body;
-  body.AddBase64File(file.WindowsPath());
-  std::filesystem::resize_file(file.Path(), 50);
+  body.AddBase64File(file);
+  std::filesystem::resize_file(m_folder.File("body"), 50);
   EXPECT_THROW(ReadAll(body, 1000), ews::ServiceException);
   body.Rewind();
-  std::filesystem::remove(file.Path());
+  std::filesystem::remove(m_folder.File("body"));
   EXPECT_THROW(ReadAll(body, 1000), ews::ServiceException);
-  EXPECT_THROW(ews::RequestBody().AddBase64File(file.WindowsPath()), ews::ServiceException);
+  EXPECT_THROW(ews::RequestBody().AddBase64File(file), ews::ServiceException);
   EXPECT_THROW(ews::RequestBody().AddBase64File(u"\\"), ews::ServiceException);
 }
 

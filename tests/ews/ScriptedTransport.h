@@ -1,10 +1,14 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
+
 #include "ews/EwsTransport.h"
+#include "ews/ExchangeService.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
@@ -24,6 +28,9 @@ class ScriptedTransport : public ews::EwsTransport {
 
   void Push(ews::HttpResponse response) { m_script.push_back(std::move(response)); }
   void Push(std::string body, int status = 200) { Push({status, {}, std::move(body)}); }
+  void PushAll(std::vector<std::string> bodies) {
+    for (std::string& body : bodies) Push(std::move(body));
+  }
   void PushRedirect(std::string url, int status = 302) {
     Push({status, {{"Location", std::move(url)}}, ""});
   }
@@ -73,6 +80,26 @@ class SettingsKeeper {
 
  private:
   ews::ServiceSettings m_saved;
+};
+
+// A test whose requests meet a scripted transport.
+class Scripted : public testing::Test {
+ protected:
+  const std::string& Url(size_t n) const { return m_transport.Requests().at(n).url; }
+  const std::string& LastBody() const { return m_transport.Requests().back().body; }
+
+  SettingsKeeper m_settings;
+  ScriptedTransport m_transport;
+  ews::ScopedTransport m_scope{m_transport};
+};
+
+// The same with a mailbox service that has its endpoint.
+class ScriptedService : public Scripted {
+ protected:
+  ScriptedService() { m_service->SetUrl(u"https://mail.example.com/EWS/Exchange.asmx"); }
+
+  std::shared_ptr<ews::ExchangeService> m_service =
+      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
 };
 
 // The text of the exception that the call raises, or "no exception".

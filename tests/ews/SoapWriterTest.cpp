@@ -1,11 +1,13 @@
 #include "ews/SoapWriter.h"
 
-#include <gtest/gtest.h>
 #include <pugixml.hpp>
 
 #include "tests/ews/ScriptedTransport.h"
 
 namespace {
+
+using testing::EndsWith;
+using testing::StartsWith;
 
 std::string Written(std::u16string_view text, bool attribute) {
   ews::SoapWriter writer(ews::ExchangeVersion::Exchange2013_SP1, nullptr);
@@ -44,8 +46,8 @@ TEST(SoapWriter, AForbiddenCharacterIsNamedWithItsElement) {
         std::u16string(u"\xFFFF"), std::u16string(u"\xD800"), std::u16string(u"\xDC00x"),
         std::u16string(u"\x1F")}) {
     const std::string text = TextOf([&] { Written(bad, false); });
-    EXPECT_TRUE(text.starts_with("The invalid value '")) << text;
-    EXPECT_TRUE(text.ends_with("' was specified for the 'Body' element.")) << text;
+    EXPECT_THAT(text, AllOf(StartsWith("The invalid value '"),
+                            EndsWith("' was specified for the 'Body' element.")));
     EXPECT_FALSE(ews::IsXmlText(bad));
   }
   EXPECT_TRUE(ews::IsXmlText(u"\t\r\n\x7F\xFFFD\U0010FFFF"));

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "ews/CWebAccessHandler.h"
 #include "ews/ServicePointManager.h"
 #include "tests/ews/Answers.h"
@@ -7,9 +5,10 @@
 
 namespace {
 
+using testing::HasSubstr;
 using Root = ews::WellKnownFolderName;
 
-class WebAccessHandler : public testing::Test {
+class WebAccessHandler : public Scripted {
  protected:
   bool Logon(int route, const CString& impersonated, const CString& target) {
     CString tenant = u"tenant";
@@ -32,13 +31,15 @@ class WebAccessHandler : public testing::Test {
     return {};
   }
   bool LastHolds(const std::string& text) const {
-    return m_transport.Requests().back().body.find(text) != std::string::npos;
+    return LastBody().find(text) != std::string::npos;
   }
   void PushToken() { m_transport.Push("{\"access_token\":\"T\",\"expires_in\":3600}"); }
+  // A search below that folder, which finds nothing.
+  int Check(const ews::FolderId& folder) {
+    m_transport.Push(answers::Found({}));
+    return m_handler.CheckArchiveMailboxLogin(folder);
+  }
 
-  SettingsKeeper m_settings;
-  ScriptedTransport m_transport;
-  ews::ScopedTransport m_scope{m_transport};
   CWebAccessHandler m_handler;
   CString m_error;
 };
@@ -55,8 +56,7 @@ TEST_F(WebAccessHandler, ThePasswordRouteImpersonatesOnlyWhatIsNamed) {
               {u"a@example.com", u" Group ", true}};
   for (const auto& row : rows) {
     ASSERT_TRUE(Logon(0, row.impersonated, row.target));
-    m_transport.Push(answers::Found({}));
-    EXPECT_EQ(m_handler.CheckArchiveMailboxLogin(Root::ArchiveMsgFolderRoot), 1);
+    EXPECT_EQ(Check(Root::ArchiveMsgFolderRoot), 1);
     EXPECT_EQ(LastHolds("ExchangeImpersonation"), row.impersonates);
     EXPECT_EQ(Header("X-AnchorMailbox"), "");
     EXPECT_TRUE(m_transport.Requests().back().authorization.starts_with("Basic "));
@@ -72,8 +72,7 @@ TEST_F(WebAccessHandler, AFailedPasswordLogonTellsWhy) {
 TEST_F(WebAccessHandler, TheTokenRouteUsesTheFixedEndpoint) {
   PushToken();
   ASSERT_TRUE(Logon(1, u"box@example.com", u"Mailbox"));
-  m_transport.Push(answers::Found({}));
-  EXPECT_EQ(m_handler.CheckArchiveMailboxLogin(Root::MsgFolderRoot), 1);
+  EXPECT_EQ(Check(Root::MsgFolderRoot), 1);
   const auto& sent = m_transport.Requests().back();
   EXPECT_EQ(sent.url, "https://outlook.office365.com/EWS/Exchange.asmx");
   EXPECT_EQ(sent.authorization, "Bearer T");
@@ -84,8 +83,7 @@ TEST_F(WebAccessHandler, TheTokenRouteUsesTheFixedEndpoint) {
 
   PushToken();
   ASSERT_TRUE(Logon(1, u"group@example.com", u"Group"));
-  m_transport.Push(answers::Found({}));
-  m_handler.CheckArchiveMailboxLogin(Root::MsgFolderRoot);
+  Check(Root::MsgFolderRoot);
   EXPECT_EQ(Header("X-AnchorMailbox"), "");
   EXPECT_FALSE(LastHolds("ExchangeImpersonation"));
 }
@@ -155,30 +153,27 @@ TEST_F(WebAccessHandler, NamesAndTypesDecideTheClass) {
 
 TEST_F(WebAccessHandler, LevelsAreFoundInAnyCaseAndTheRestIsMade) {
   LogonByPassword();
-  m_transport.Push(answers::Found({{"1", "My Inbox"}, {"2", "INBOX"}}));
-  m_transport.Push(answers::Found({}));
-  m_transport.Push(answers::NewFolder("3"));
-  m_transport.Push(answers::Found({}));
-  m_transport.Push(answers::NewFolder("4"));
+  m_transport.PushAll({answers::Found({{"1", "My Inbox"}, {"2", "INBOX"}}), answers::Found({}),
+                       answers::NewFolder("3"), answers::Found({}), answers::NewFolder("4")});
   EXPECT_EQ(
       m_handler.CreateFolderInStore(u"($Inbox)\\($ToDo)\\Sub\\", 4, Root::MsgFolderRoot, true), 1);
   EXPECT_EQ(m_handler.m_fldCurrent.ToString(), u"4");
   EXPECT_TRUE(m_handler.m_bChangeViewOfCalender);
   const auto& sent = m_transport.Requests();
   ASSERT_EQ(sent.size(), 5u);
-  EXPECT_NE(sent[0].body.find("<t:Constant Value=\"Inbox\"/>"), std::string::npos);
-  EXPECT_NE(sent[1].body.find("<t:FolderId Id=\"2\"/>"), std::string::npos);
+  EXPECT_THAT(sent[0].body, HasSubstr("<t:Constant Value=\"Inbox\"/>"));
+  EXPECT_THAT(sent[1].body, HasSubstr("<t:FolderId Id=\"2\"/>"));
   // A middle level takes its class from the source's name, the last one from the type.
-  EXPECT_NE(sent[2].body.find("<t:TasksFolder><t:DisplayName>To Do<"), std::string::npos);
-  EXPECT_NE(sent[4].body.find("<t:CalendarFolder><t:DisplayName>Sub<"), std::string::npos);
+  EXPECT_THAT(sent[2].body, HasSubstr("<t:TasksFolder><t:DisplayName>To Do<"));
+  EXPECT_THAT(sent[4].body, HasSubstr("<t:CalendarFolder><t:DisplayName>Sub<"));
 }
 
 TEST_F(WebAccessHandler, AFolderThatCannotBeMadeIsAbsentAndSoIsAllBelow) {
   LogonByPassword();
-  m_transport.Push(answers::Found({}));
-  m_transport.Push(answers::Error("CreateFolder", "ErrorFolderExists", "exists"));
-  m_transport.Push(answers::Error("FindFolder", "ErrorInvalidIdMalformed", "bad id"));
-  m_transport.Push(answers::Error("CreateFolder", "ErrorInvalidIdMalformed", "bad id"));
+  m_transport.PushAll({answers::Found({}),
+                       answers::Error("CreateFolder", "ErrorFolderExists", "exists"),
+                       answers::Error("FindFolder", "ErrorInvalidIdMalformed", "bad id"),
+                       answers::Error("CreateFolder", "ErrorInvalidIdMalformed", "bad id")});
   EXPECT_EQ(m_handler.CreateNewFolderInStore(u"A\\B\\", 0, Root::MsgFolderRoot, false), 1);
   EXPECT_EQ(m_handler.m_fldNewFolder.ToString(), kAbsentFolder);
   ASSERT_EQ(m_transport.Requests().size(), 4u);
@@ -188,9 +183,9 @@ TEST_F(WebAccessHandler, AFolderThatCannotBeMadeIsAbsentAndSoIsAllBelow) {
 TEST_F(WebAccessHandler, SafeLooksOnceMoreForAFolderThatTheServerRefuses) {
   LogonByPassword();
   ews::Settings().bSafe = true;
-  m_transport.Push(answers::Found({}));
-  m_transport.Push(answers::Error("CreateFolder", "ErrorFolderExists", "exists"));
-  m_transport.Push(answers::Found({{"7", "a"}}));
+  m_transport.PushAll({answers::Found({}),
+                       answers::Error("CreateFolder", "ErrorFolderExists", "exists"),
+                       answers::Found({{"7", "a"}})});
   m_handler.CreateFolderInStore(u"A\\", 0, Root::MsgFolderRoot, false);
   EXPECT_EQ(m_handler.m_fldCurrent.ToString(), u"7");
   EXPECT_TRUE(LastHolds("<t:IsEqualTo>"));
@@ -219,8 +214,7 @@ TEST_F(WebAccessHandler, AGroupHasThreeFolders) {
               {u"", "inbox"}};
   for (const auto& row : rows) {
     m_handler.SetFolderStore(row.path, u"group@example.com");
-    m_transport.Push(answers::Found({}));
-    m_handler.CheckArchiveMailboxLogin(m_handler.m_fldCurrent);
+    Check(m_handler.m_fldCurrent);
     EXPECT_TRUE(LastHolds(std::string("<t:DistinguishedFolderId Id=\"") + row.name +
                           "\"><t:Mailbox>"
                           "<t:EmailAddress>group@example.com<"));

@@ -14,7 +14,7 @@ namespace {
 class ItemDescriptor : public testing::Test {
  protected:
   ST_EML_INFO Parse(std::u16string_view text) {
-    TempRunFolder::WriteWide(folder.Work("11comtextjj.t"), text);
+    folder.WriteWork("11comtextjj.t", text);
     ST_EML_INFO info;
     GetEmlInfo(&info);
     return info;
@@ -127,10 +127,10 @@ TEST_F(ItemDescriptor, EveryCutOfEveryTypeReadsItsWholeLines) {
   for (const char16_t* type : {u"EMAIL", u"CALENDAR", u"TASK", u"CONTACT", u"DIST_LIST"}) {
     for (const char16_t* tenth : {u"", u"x"}) {
       const std::u16string text = type + head + tenth + u"\na\nb\nc\nd\ne\nf\ng\nh";
-      const std::string bytes(reinterpret_cast<const char*>(text.data()), text.size() * 2);
+      const std::string bytes = test_support::WideBytes(text);
       const size_t whole = std::u16string(type).size() * 2;
       for (size_t cut = 0; cut <= bytes.size(); ++cut) {
-        TempRunFolder::Write(folder.Work("11comtextjj.t"), bytes.substr(0, cut));
+        folder.WriteWork("11comtextjj.t", bytes.substr(0, cut));
         ST_EML_INFO info;
         GetEmlInfo(&info);
         if (cut >= whole) {

@@ -1,10 +1,9 @@
-#include <gtest/gtest.h>
-
 #include <tuple>
 #include <vector>
 
 #include "ews/Settings.h"
 #include "target/CTarnyOutlookHandler.h"
+#include "tests/ews/ScriptedTransport.h"
 #include "tests/pipeline/TempRunFolder.h"
 
 namespace {
@@ -13,10 +12,8 @@ using Row = std::tuple<std::string, std::string, std::string>;
 
 class Ledger : public testing::Test {
  protected:
-  ~Ledger() override { ews::Settings().bSafe = false; }
-  std::string DatabasePath() const { return folder.Path() + "/SQLLiteNew.db"; }
   std::vector<Row> Rows() const {
-    platform::SqliteDatabase db(DatabasePath());
+    platform::SqliteDatabase db(database);
     auto statement = db.Prepare("SELECT * FROM MAILBOXINFO ORDER BY rowid");
     std::vector<Row> rows;
     while (statement.Step()) {
@@ -25,7 +22,9 @@ class Ledger : public testing::Test {
     return rows;
   }
 
+  SettingsKeeper settings;
   TempRunFolder folder;
+  const std::string database = folder.File("SQLLiteNew.db");
 };
 
 TEST_F(Ledger, RowsAreTheSameWithAndWithoutTheSafeSwitch) {
@@ -68,13 +67,12 @@ TEST_F(Ledger, RowIsSeenByOthersAtOnceAndComparedByCase) {
 
 TEST_F(Ledger, CheckReadsOneItemsRowsAndNotALoginsAll) {
   const CTarnyOutlookHandler handler;
-  platform::SqliteDatabase db(DatabasePath());
+  platform::SqliteDatabase db(database);
   auto plan = db.Prepare(
       "EXPLAIN QUERY PLAN SELECT count(*) FROM MAILBOXINFO where FOLDERNAME = 'f' and MESSAGE_ID = "
       "'m' and TARGET = 't'");
   ASSERT_TRUE(plan.Step());
-  EXPECT_NE(plan.Text(3).find("MESSAGE_ID=? AND FOLDERNAME=? AND TARGET=?"), std::string_view::npos)
-      << plan.Text(3);
+  EXPECT_THAT(plan.Text(3), testing::HasSubstr("MESSAGE_ID=? AND FOLDERNAME=? AND TARGET=?"));
 }
 
 TEST_F(Ledger, ClosedForGoodAndWithoutALogBeside) {
@@ -82,7 +80,7 @@ TEST_F(Ledger, ClosedForGoodAndWithoutALogBeside) {
   handler.EnterLedgerRow(u"k");
   handler.CloseSqlliteInstance();
   handler.CloseSqlliteInstance();
-  EXPECT_FALSE(std::filesystem::exists(DatabasePath() + "-wal"));
+  EXPECT_FALSE(std::filesystem::exists(database + "-wal"));
   handler.EnterLedgerRow(u"l");
   EXPECT_TRUE(handler.CheckIfDublicateItemPresent(u"never seen"));
   EXPECT_EQ(Rows().size(), 1u);

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <filesystem>
 #include <vector>
 
@@ -12,10 +11,8 @@
 
 namespace {
 
-class MailItems : public testing::Test {
+class MailItems : public Scripted {
  protected:
-  ~MailItems() override { ews::Settings().bSafe = false; }
-
   template <typename Collection>
   static std::vector<CString> Addresses(const Collection& collection) {
     std::vector<CString> addresses;
@@ -69,9 +66,9 @@ TEST_F(MailItems, AddressCleanUpFollowsTheFlag) {
 
 TEST_F(MailItems, EmlGoesWholeAndTheAttachmentListIsNotRead) {
   const std::string eml("a\0b\xFF\r\n", 6);
-  TempRunFolder::Write(folder.Work("EmlFile.Eml"), eml);
-  TempRunFolder::Write(folder.Work("a.txt"), "a");
-  TempRunFolder::WriteWide(folder.Work("11comtextjjAttach.t"), u"a.txt\n");
+  folder.WriteWork("EmlFile.Eml", eml);
+  folder.WriteWork("a.txt", "a");
+  folder.WriteWork("11comtextjjAttach.t", u"a.txt\n");
   ASSERT_EQ(Fill(), 1);
   const ews::MimeContent& mime = mail.GetMimeContent();
   ASSERT_TRUE(mime.IsSet());
@@ -85,12 +82,12 @@ TEST_F(MailItems, LostMimeFailsTheMailOnlyWithTheSafeSwitch) {
   EXPECT_EQ(Fill(), 1);
   ews::Settings().bSafe = true;
   EXPECT_THROW(Fill(), std::runtime_error);
-  folder.Write(folder.Work("Imagech111.html"), "<p>page</p>");  // a body of its own
+  folder.WriteWork("Imagech111.html", "<p>page</p>");  // a body of its own
   EXPECT_EQ(Fill(), 1);
 }
 
 TEST_F(MailItems, AWorkPathThatNamesAFileGivesItsBytesAsTheMime) {
-  TempRunFolder::Write(folder.Work("one.eml"), "Subject: 1\r\n\r\n");
+  folder.WriteWork("one.eml", "Subject: 1\r\n\r\n");
   ASSERT_EQ(handler.SaveEmailItem(mail, GetCurrPath() + u"one.eml", &info), 1);
   ASSERT_TRUE(mail.GetMimeContent().IsSet());
   EXPECT_EQ(mail.GetMimeContent().CharacterSet(), u"us-ascii");
@@ -114,9 +111,7 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
       {false, false, true, "It is full.",
        " IN \\EmlFile.Eml\r\nCatch_1_SaveEmailItem\r\n Before SaveAttachment\r\n"},
   };
-  ScriptedTransport transport;
-  const ews::ScopedTransport scope(transport);
-  TempRunFolder::WriteWide(folder.Work("11comtextjj.t"), u"EMAIL\n");
+  folder.WriteWork("11comtextjj.t", u"EMAIL\n");
   handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
   handler.m_objWebAccess.m_pService =
       std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
@@ -130,38 +125,44 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
     if (row.safe) {
       std::filesystem::create_directory(eml);
     } else {
-      TempRunFolder::Write(eml, "Subject: 1\r\n\r\n");
+      folder.WriteWork("EmlFile.Eml", "Subject: 1\r\n\r\n");
     }
     if (row.tooLarge) std::filesystem::resize_file(eml, std::uintmax_t{1} << 31);  // a sparse one
-    transport.Push(answers::Error("CreateItem", "ErrorQuotaExceeded", "It is full."));
+    m_transport.Push(answers::Error("CreateItem", "ErrorQuotaExceeded", "It is full."));
     ews::Settings().bSafe = row.safe;
     handler.m_bNewFolderMode = row.newFolder;
     CString error;
     EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
     EXPECT_EQ(error.ToUtf8(), row.error);
-    EXPECT_EQ(folder.Read(folder.Path() + "/run.txt"), row.error + "\r\r\n");
-    const std::string bytes = folder.Read(folder.Path() + "/trace.txt");
-    std::u16string trace(bytes.size() / 2, u'\0');
-    std::memcpy(trace.data(), bytes.data(), trace.size() * 2);
-    EXPECT_NE(CString(trace).ToUtf8().find(row.lines), std::string::npos);
-    for (const char* log : {"/run.txt", "/trace.txt"}) std::filesystem::remove(folder.Path() + log);
+    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")), row.error + "\r\r\n");
+    const CString trace = test_support::WideText(test_support::ReadAll(folder.File("trace.txt")));
+    EXPECT_THAT(trace.ToUtf8(), testing::HasSubstr(row.lines));
+    for (const char* log : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(log));
   }
 }
 
-TEST_F(MailItems, TypesWithoutASaverFailInSoManyWords) {
-  folder.WriteWide(folder.Work("11comtextjj.t"), u"TASK\n");
-  CString error;
-  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"status.txt"), 0);
-  EXPECT_EQ(error, u"Items of this type are not supported yet.");
-  EXPECT_EQ(folder.Read(folder.Path() + "/status.txt"), error.ToUtf8() + "\r\r\n");
+TEST_F(MailItems, AnImportThatFailsTellsWhyInTheStatusLog) {
+  const struct {
+    std::u16string type;
+    CString error;
+  } rows[] = {{u"TASK", u"Items of this type are not supported yet."},
+              {u"EMAIL", CString::FromUtf8(ews::kNoService)}};  // before a logon
+  for (const auto& row : rows) {
+    folder.WriteWork("11comtextjj.t", row.type + u"\n");
+    CString error;
+    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+    EXPECT_EQ(error, row.error);
+    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")), row.error.ToUtf8() + "\r\r\n");
+    std::filesystem::remove(folder.File("run.txt"));
+  }
 }
 
 TEST_F(MailItems, SafeAttachmentsStayInTheWorkFolder) {
-  TempRunFolder::Write(folder.Path() + "/secret.txt", "s");
-  TempRunFolder::Write(folder.Work("in.txt"), "i");
-  std::filesystem::create_symlink(folder.Path() + "/secret.txt", folder.Work("link.txt"));
+  folder.Write("secret.txt", "s");
+  folder.WriteWork("in.txt", "i");
+  std::filesystem::create_symlink(folder.File("secret.txt"), folder.Work("link.txt"));
   for (const char* list : {"11comtextjjAttach.t", "2ImageAttchment.txt"}) {
-    TempRunFolder::WriteWide(folder.Work(list), u"in.txt\r\n..\\secret.txt\r\nlink.txt\r\n\r\n");
+    folder.WriteWork(list, u"in.txt\r\n..\\secret.txt\r\nlink.txt\r\n\r\n");
   }
   const auto both = [&](ews::EmailMessage& filled) {
     handler.SaveAttachment(filled);
@@ -175,14 +176,6 @@ TEST_F(MailItems, SafeAttachmentsStayInTheWorkFolder) {
   ASSERT_EQ(confined.Attachments().Count(), 2);
   EXPECT_EQ(confined.Attachments()[0].Name(), u"in.txt");
   EXPECT_EQ(confined.Attachments()[1].Name(), u"in.txt");
-}
-
-TEST_F(MailItems, ImportBeforeALogonFailsWithTheReasonInTheStatusLog) {
-  TempRunFolder::WriteWide(folder.Work("11comtextjj.t"), u"EMAIL\n");
-  CString error;
-  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-  EXPECT_FALSE(error.IsEmpty());
-  EXPECT_EQ(TempRunFolder::Read(folder.Path() + "/run.txt"), error.ToUtf8() + "\r\r\n");
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/wait.h>
 
-#include <cstring>
 #include <filesystem>
 
 #include "platform/CString.h"
@@ -39,10 +38,7 @@ std::string EngineFolder::Take(const std::string& name) const {
 }
 
 std::string EngineFolder::Trace(const std::string& name) const {
-  const std::string bytes = Take(name);
-  std::u16string text(bytes.size() / 2, u'\0');
-  std::memcpy(text.data(), bytes.data(), text.size() * 2);
-  return CString(text).ToUtf8();
+  return CString(WideText(Take(name))).ToUtf8();
 }
 
 int ExitCode(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }

@@ -2,20 +2,17 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/support/TemporaryFolder.h"
+
 // The mails under tests/data/mail.
 namespace test_support {
 
-inline std::string ReadBytes(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
+inline std::string ReadBytes(const std::filesystem::path& path) { return ReadAll(path); }
 
 inline std::filesystem::path MailFolder() { return TARNY_SOURCE "/tests/data/mail"; }
 

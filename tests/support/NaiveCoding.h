@@ -27,8 +27,8 @@ inline std::string DecodeBase64(std::string_view text) {
   return bytes;
 }
 
-inline std::string EncodeBase64(std::string_view bytes, std::size_t line) {
-  std::string text, lines;
+inline std::string Base64(std::string_view bytes) {
+  std::string text;
   for (std::size_t n = 0; n < bytes.size(); n += 3) {
     unsigned bits = 0;
     for (std::size_t i = 0; i < 3; ++i) {
@@ -38,6 +38,12 @@ inline std::string EncodeBase64(std::string_view bytes, std::size_t line) {
       text += n + i <= bytes.size() ? kAlphabet[bits >> (18 - 6 * i) & 63] : '=';
     }
   }
+  return text;
+}
+
+inline std::string EncodeBase64(std::string_view bytes, std::size_t line) {
+  const std::string text = Base64(bytes);
+  std::string lines;
   for (std::size_t n = 0; n < text.size(); n += line) {
     lines.append(text, n, line).append("\r\n");
   }

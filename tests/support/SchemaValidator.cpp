@@ -6,6 +6,9 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "tests/support/Freer.h"
+#include "tests/support/TemporaryFolder.h"
+
 namespace test_support {
 namespace {
 
@@ -17,46 +20,24 @@ void KeepFirst(void* context, xmlErrorPtr error) {
   while (!text.empty() && text.back() == '\n') text.pop_back();
 }
 
-struct FreeDocument {
-  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-struct FreeParser {
-  void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
-};
-struct FreeValidation {
-  void operator()(xmlSchemaValidCtxt* validation) const { xmlSchemaFreeValidCtxt(validation); }
-};
-struct FreeSchemaParser {
-  void operator()(xmlSchemaParserCtxt* parser) const { xmlSchemaFreeParserCtxt(parser); }
-};
-
 }  // namespace
-
-struct SchemaValidator::Schema {
-  explicit Schema(xmlSchema* schema) : parsed(schema) {}
-  ~Schema() { xmlSchemaFree(parsed); }
-  Schema(const Schema&) = delete;
-  Schema& operator=(const Schema&) = delete;
-  xmlSchema* parsed;
-};
 
 SchemaValidator::SchemaValidator(const std::string& folder) {
   const std::string path = folder + "/schema/ews.xsd";
   std::string error;
-  const std::unique_ptr<xmlSchemaParserCtxt, FreeSchemaParser> parser(
+  const std::unique_ptr<xmlSchemaParserCtxt, Freer<xmlSchemaFreeParserCtxt>> parser(
       xmlSchemaNewParserCtxt(path.c_str()));
   if (!parser) throw std::runtime_error("no schema at " + path);
   xmlSchemaSetParserStructuredErrors(parser.get(), KeepFirst, &error);
-  xmlSchema* schema = xmlSchemaParse(parser.get());
-  if (schema == nullptr) throw std::runtime_error(path + ": " + error);
-  m_schema = std::make_unique<Schema>(schema);
+  m_schema.reset(xmlSchemaParse(parser.get()));
+  if (!m_schema) throw std::runtime_error(path + ": " + error);
 }
 
-SchemaValidator::~SchemaValidator() = default;
+void SchemaValidator::FreeSchema::operator()(_xmlSchema* schema) const { xmlSchemaFree(schema); }
 
 std::string SchemaValidator::Validate(std::string_view xml) const {
-  const std::unique_ptr<xmlParserCtxt, FreeParser> parser(xmlNewParserCtxt());
-  const std::unique_ptr<xmlDoc, FreeDocument> document(xmlCtxtReadMemory(
+  const std::unique_ptr<xmlParserCtxt, Freer<xmlFreeParserCtxt>> parser(xmlNewParserCtxt());
+  const std::unique_ptr<xmlDoc, Freer<xmlFreeDoc>> document(xmlCtxtReadMemory(
       parser.get(), xml.data(), static_cast<int>(xml.size()), "message.xml", nullptr,
       XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
   if (!document) {
@@ -64,8 +45,8 @@ std::string SchemaValidator::Validate(std::string_view xml) const {
     return std::string("not well-formed: ") + (last && last->message ? last->message : "");
   }
   std::string error;
-  const std::unique_ptr<xmlSchemaValidCtxt, FreeValidation> validation(
-      xmlSchemaNewValidCtxt(m_schema->parsed));
+  const std::unique_ptr<xmlSchemaValidCtxt, Freer<xmlSchemaFreeValidCtxt>> validation(
+      xmlSchemaNewValidCtxt(m_schema.get()));
   xmlSchemaSetValidStructuredErrors(validation.get(), KeepFirst, &error);
   const int result = xmlSchemaValidateDoc(validation.get(), document.get());
   if (result == 0) return "";
@@ -74,6 +55,10 @@ std::string SchemaValidator::Validate(std::string_view xml) const {
 
 bool SchemaValidator::Available() {
   return std::filesystem::is_regular_file(Folder() + "/schema/ews.xsd");
+}
+
+std::string SchemaValidator::Sample(const std::string& name) {
+  return ReadAll(Folder() + "/samples/" + name);
 }
 
 std::string SchemaValidator::Folder() { return std::string(TARNY_SOURCE) + "/../shared/ews"; }

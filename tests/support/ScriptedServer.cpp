@@ -1,7 +1,6 @@
 #include "tests/support/ScriptedServer.h"
 
 #include <netinet/in.h>
-#include <strings.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 
@@ -12,13 +11,61 @@
 #include <optional>
 
 #include <httplib.h>
+#include <openssl/ssl.h>
 
+#include "base/AsciiText.h"
+#include "mailboxd/Certificate.h"
+#include "tests/support/Freer.h"
 #include "tests/support/LoopbackThread.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace test_support {
+namespace {
+
+using Connection = std::unique_ptr<SSL, Freer<SSL_free>>;
+
+// What a server needs for TLS: its certificate, and its connections to end them.
+class TlsSide {
+ public:
+  bool SetUp(SSL_CTX& context, ScriptedServer::Tls highest) {
+    SSL_CTX_set_security_level(&context, 0);
+    SSL_CTX_set_cipher_list(&context, "ALL:@SECLEVEL=0");
+    SSL_CTX_set_min_proto_version(&context, TLS1_VERSION);
+    SSL_CTX_set_max_proto_version(&context, static_cast<int>(highest));
+    SSL_CTX_set_app_data(&context, this);
+    SSL_CTX_set_info_callback(&context, &OnState);
+    return SSL_CTX_use_certificate_file(&context, CertificateFile().c_str(), SSL_FILETYPE_PEM) ==
+               1 &&
+           SSL_CTX_use_PrivateKey_file(&context, m_files.keyFile.c_str(), SSL_FILETYPE_PEM) == 1;
+  }
+  void EndConnections() {
+    const std::lock_guard lock(m_mutex);
+    for (const Connection& connection : m_connections) SSL_shutdown(connection.get());
+    m_connections.clear();
+  }
+  const std::string& CertificateFile() const { return m_files.certificateFile; }
+
+ private:
+  static void OnState(const SSL* ssl, int where, int) {
+    if ((where & SSL_CB_HANDSHAKE_DONE) == 0) return;
+    auto* self = static_cast<TlsSide*>(SSL_CTX_get_app_data(SSL_get_SSL_CTX(ssl)));
+    auto* connection = const_cast<SSL*>(ssl);
+    SSL_up_ref(connection);
+    const std::lock_guard lock(self->m_mutex);
+    self->m_connections.emplace_back(connection);
+  }
+
+  std::mutex m_mutex;
+  std::vector<Connection> m_connections;
+  const TemporaryFolder m_folder;
+  const mailbox::Certificate m_files = mailbox::EnsureCertificate(m_folder.Path());
+};
+
+}  // namespace
 
 struct ScriptedServer::Impl {
-  httplib::Server server;
+  std::optional<TlsSide> tls;
+  std::unique_ptr<httplib::Server> server;
   mutable std::mutex mutex;
   std::condition_variable ending;
   bool ended = false;
@@ -89,23 +136,28 @@ struct ScriptedServer::Impl {
 
 std::string SeenRequest::Header(std::string_view name) const {
   for (const auto& [key, value] : headers) {
-    if (key.size() == name.size() && strncasecmp(key.data(), name.data(), key.size()) == 0) {
-      return value;
-    }
+    if (mail::equalsNoCase(key, name)) return value;
   }
   return {};
 }
 
-ScriptedServer::ScriptedServer() : m_impl(std::make_unique<Impl>()) {
+ScriptedServer::ScriptedServer(Tls highest) : m_impl(std::make_unique<Impl>()) {
+  if (highest == Tls::kNone) {
+    m_impl->server = std::make_unique<httplib::Server>();
+  } else {
+    TlsSide& tls = m_impl->tls.emplace();
+    m_impl->server = std::make_unique<httplib::SSLServer>(
+        [&](SSL_CTX& context) { return tls.SetUp(context, highest); });
+  }
   const auto handler = [impl = m_impl.get()](const httplib::Request& request,
                                              httplib::Response& response) {
     impl->Answer(request, response);
   };
-  m_impl->server.Post(".*", handler);
-  m_impl->server.Get(".*", handler);
-  m_impl->server.set_keep_alive_max_count(1000);
-  m_impl->server.set_tcp_nodelay(true);
-  m_impl->thread.emplace(m_impl->server);
+  m_impl->server->Post(".*", handler);
+  m_impl->server->Get(".*", handler);
+  m_impl->server->set_keep_alive_max_count(1000);
+  m_impl->server->set_tcp_nodelay(true);
+  m_impl->thread.emplace(*m_impl->server);
 }
 
 ScriptedServer::~ScriptedServer() {
@@ -123,8 +175,14 @@ void ScriptedServer::Push(ScriptedAnswer answer) {
 
 int ScriptedServer::Port() const { return m_impl->thread->Port(); }
 
-std::string ScriptedServer::Url(const std::string& path) const {
-  return "http://127.0.0.1:" + std::to_string(Port()) + path;
+std::string ScriptedServer::Url(const std::string& path, const std::string& host) const {
+  return (m_impl->tls ? "https://" : "http://") + host + ":" + std::to_string(Port()) + path;
+}
+
+void ScriptedServer::EndConnections() { m_impl->tls.value().EndConnections(); }
+
+const std::string& ScriptedServer::CertificateFile() const {
+  return m_impl->tls.value().CertificateFile();
 }
 
 std::vector<SeenRequest> ScriptedServer::Requests() const {

@@ -34,20 +34,28 @@ struct SeenRequest {
   std::string Header(std::string_view name) const;
 };
 
-// A plain HTTP server on loopback that gives the answers of its script in order, whatever is asked,
-// and keeps what it was asked. Behind the end of the script it answers 500. It ends with the
-// object.
+// A server on loopback that gives the answers of its script in order, whatever is asked, and keeps
+// what it was asked. Behind the end of the script it answers 500. It speaks plain HTTP, or HTTPS
+// with a certificate for 127.0.0.1 and localhost that signs itself. It ends with the object.
 class ScriptedServer {
  public:
-  ScriptedServer();
+  // The highest version of TLS, as in a record; 1.0 is the lowest.
+  enum class Tls { kNone, k10 = 0x0301, k11 = 0x0302, k13 = 0x0304 };
+
+  explicit ScriptedServer(Tls highest = Tls::kNone);
   ~ScriptedServer();
   ScriptedServer(const ScriptedServer&) = delete;
   ScriptedServer& operator=(const ScriptedServer&) = delete;
 
   void Push(ScriptedAnswer answer);
   int Port() const;
-  std::string Url(const std::string& path = "/") const;  // "http://127.0.0.1:PORT/"
+  std::string Url(const std::string& path = "/", const std::string& host = "127.0.0.1") const;
   std::vector<SeenRequest> Requests() const;
+
+  // With TLS only. EndConnections says its end on every connection so far, as a server does with an
+  // idle one.
+  void EndConnections();
+  const std::string& CertificateFile() const;  // the one that it serves with, PEM
 
  private:
   struct Impl;

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace test_support {
 
@@ -37,6 +38,16 @@ class TemporaryFolder {
  private:
   std::string m_path;
 };
+
+// 16-bit text as it lies in files, and back.
+inline std::string WideBytes(std::u16string_view text) {
+  return {reinterpret_cast<const char*>(text.data()), text.size() * 2};
+}
+inline std::u16string WideText(const std::string& bytes) {
+  std::u16string text(bytes.size() / 2, u'\0');
+  bytes.copy(reinterpret_cast<char*>(text.data()), text.size() * 2);
+  return text;
+}
 
 inline std::string ReadAll(const std::string& path) {
   std::ifstream in(path, std::ios::binary);

@@ -292,8 +292,8 @@ TEST(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTrie
   login.strTargetType = u"Mailbox";
   ASSERT_EQ(engine.OnCopyData(MSG_LOGIN_OUTLOOK, 1, BuildRecord(login)), 1);
   ASSERT_EQ(engine.OnCopyData(MSG_CREATE_FOLDER, 1, BuildRecord(ST_FOLDER_INFO{u"root", 0})), 1);
-  folder.WriteWide(folder.Work("11comtextjj.t"), u"EMAIL\n");
-  folder.Write(folder.Work("EmlFile.Eml"), kMail);
+  folder.WriteWork("11comtextjj.t", u"EMAIL\n");
+  folder.WriteWork("EmlFile.Eml", kMail);
   const auto item = BuildRecord(ST_ITEM_INFO{GetCurrPath(), u"run.txt", 0});
   server.Push({.fault = ScriptedAnswer::Fault::kSilence});
   server.Push({.body = answers::Item("I")});
@@ -301,7 +301,7 @@ TEST(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTrie
   EXPECT_EQ(engine.OnCopyData(MSG_INSERT_ITEM, 1, item), 1);
   const std::string reason =
       "The request failed. The server 127.0.0.1 did not answer within the time-out of 700 ms.";
-  EXPECT_EQ(folder.Read(folder.Path() + "/run.txt"),
+  EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
             reason + "\r\r\n\t\t+Saving Status : Fail\r\r\n\t\tError Message :" + reason +
                 "\r\r\n" + kSuccessStatus);
 }
