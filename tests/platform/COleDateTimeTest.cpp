@@ -7,23 +7,9 @@
 
 namespace {
 
-class TimeZone {
- public:
-  explicit TimeZone(const char* name) {
-    if (const char* before = std::getenv("TZ")) m_before = before;
-    setenv("TZ", name, 1);
-  }
-  ~TimeZone() {
-    if (m_before.empty()) {
-      unsetenv("TZ");
-    } else {
-      setenv("TZ", m_before.c_str(), 1);
-    }
-    tzset();
-  }
-
- private:
-  std::string m_before;
+struct TimeZone {
+  explicit TimeZone(const char* name) { setenv("TZ", name, 1); }
+  ~TimeZone() { unsetenv("TZ"); }
 };
 
 std::int64_t Utc(const COleDateTime& local) { return platform::LocalToUtcSeconds(local); }

@@ -66,37 +66,14 @@ std::string FreshTitle() {
   return "<GUID>test " + std::to_string(getpid()) + " " + std::to_string(++count);
 }
 
-// A server in a thread of its own, ended by a close frame.
-class Endpoint : public testing::Test {
- protected:
-  void Serve() {
-    if (!m_script.close) m_script.close = [this] { m_server->Stop(); };
-    m_server = std::make_unique<EndpointServer>(m_title);
-    m_thread = std::thread([this] { m_server->Run(m_script); });
-  }
-  void Finish() {
-    if (!m_thread.joinable()) return;
-    EndpointClient(m_title, 1s).Close();
-    m_thread.join();
-    m_server.reset();
-  }
-  ~Endpoint() override { Finish(); }
-
-  EndpointClient Client() const { return EndpointClient(m_title, 1s); }
-  UniqueFd RawClient() const {
-    const auto address = platform::EndpointAddressOf(m_title);
-    UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(
-        connect(fd.Get(), reinterpret_cast<const sockaddr*>(&address.objAddress), address.nLength),
-        0);
-    return fd;
-  }
-
-  std::string m_title = FreshTitle();
-  Script m_script;
-  std::unique_ptr<EndpointServer> m_server;
-  std::thread m_thread;
-};
+// A socket that joins the address by connect or bind; none when it does not.
+UniqueFd SocketAt(const platform::EndpointAddress& address,
+                  int (*join)(int, const sockaddr*, socklen_t)) {
+  const auto* name = reinterpret_cast<const sockaddr*>(&address.objAddress);
+  UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (join(fd.Get(), name, address.nLength) != 0) fd.Reset();
+  return fd;
+}
 
 Bytes CommandFrame(std::uint32_t message, std::uint64_t sender, const Bytes& bytes = {}) {
   Bytes payload;
@@ -116,6 +93,37 @@ void Send(const UniqueFd& fd, const Bytes& bytes) {
   ASSERT_TRUE(platform::SendAll(fd.Get(), bytes, 5000));
 }
 
+// A server in a thread of its own, ended by a close frame.
+class Endpoint : public testing::Test {
+ protected:
+  void Serve() {
+    if (!m_script.close) m_script.close = [this] { m_server->Stop(); };
+    m_server = std::make_unique<EndpointServer>(m_title);
+    m_thread = std::thread([this] { m_server->Run(m_script); });
+  }
+  void Finish() {
+    if (!m_thread.joinable()) return;
+    EndpointClient(m_title, 1s).Close();
+    m_thread.join();
+    m_server.reset();
+  }
+  ~Endpoint() override { Finish(); }
+
+  EndpointClient Client() const { return EndpointClient(m_title, 1s); }
+  // A connection that has sent these bytes.
+  UniqueFd RawClient(const Bytes& bytes = {}) const {
+    UniqueFd fd = SocketAt(platform::EndpointAddressOf(m_title), connect);
+    EXPECT_TRUE(fd);
+    Send(fd, bytes);
+    return fd;
+  }
+
+  std::string m_title = FreshTitle();
+  Script m_script;
+  std::unique_ptr<EndpointServer> m_server;
+  std::thread m_thread;
+};
+
 // The next frame, or nothing when the other side hung up; a side that stays silent is a failure.
 std::optional<platform::Frame> Receive(const UniqueFd& fd) {
   Bytes buffer;
@@ -131,6 +139,13 @@ std::optional<platform::Frame> Receive(const UniqueFd& fd) {
     if (recv(fd.Get(), &byte, 1, 0) != 1) return std::nullopt;
     buffer.push_back(byte);
   }
+}
+
+// The number in the next frame, which is a result or a notification.
+std::int32_t ReceiveNumber(const UniqueFd& fd) {
+  const auto frame = Receive(fd);
+  EXPECT_TRUE(frame);
+  return frame ? platform::ReadLittleEndian<std::int32_t>(frame->arrPayload, 0) : -1;
 }
 
 TEST_F(Endpoint, ACommandCarriesItsBytesAndItsResult) {
@@ -158,25 +173,18 @@ TEST_F(Endpoint, AFrameMayComeByteByByte) {
     Send(fd, {byte});
     EXPECT_EQ(other.SendCommand(5, 1, {}), 5);  // half a frame holds nobody up
   }
-  const auto result = Receive(fd);
-  ASSERT_TRUE(result);
-  EXPECT_EQ(platform::ReadLittleEndian<std::int32_t>(result->arrPayload, 0), 9);
+  EXPECT_EQ(ReceiveNumber(fd), 9);
 }
 
 TEST_F(Endpoint, CommandsSentTogetherAreAnsweredOneByOne) {
   Serve();
-  const UniqueFd fd = RawClient();
   Bytes together;
   for (const unsigned char message : {3, 4, 5}) {
     const Bytes frame = CommandFrame(message, 1, Bytes(message));
     together.insert(together.end(), frame.begin(), frame.end());
   }
-  Send(fd, together);
-  for (const unsigned char message : {3, 4, 5}) {
-    const auto result = Receive(fd);
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->arrPayload[0], message);
-  }
+  const UniqueFd fd = RawClient(together);
+  for (const int message : {3, 4, 5}) EXPECT_EQ(ReceiveNumber(fd), message);
 }
 
 TEST_F(Endpoint, AMalformedFrameClosesItsConnectionOnly) {
@@ -196,8 +204,7 @@ TEST_F(Endpoint, AMalformedFrameClosesItsConnectionOnly) {
       AnswerFrame(1),  // nothing was asked
   };
   for (const Bytes& bytes : cases) {
-    const UniqueFd fd = RawClient();
-    Send(fd, bytes);
+    const UniqueFd fd = RawClient(bytes);
     EXPECT_FALSE(Receive(fd)) << testing::PrintToString(bytes);
     EXPECT_EQ(healthy.SendCommand(2, 1, {}), 2);
   }
@@ -230,14 +237,11 @@ TEST_F(Endpoint, ACloseDuringANotificationWaitsForTheCommand) {
     m_server->Stop();
   };
   Serve();
-  const UniqueFd fd = RawClient();
-  Send(fd, CommandFrame(1, 1));
+  const UniqueFd fd = RawClient(CommandFrame(1, 1));
   ASSERT_TRUE(Receive(fd));
   Send(fd, platform::BuildFrame(FrameKind::kClose, {}));
   Send(fd, AnswerFrame(33));
-  const auto result = Receive(fd);
-  ASSERT_TRUE(result);
-  EXPECT_EQ(result->arrPayload[0], 33);
+  EXPECT_EQ(ReceiveNumber(fd), 33);
   m_thread.join();
   EXPECT_EQ(order, (std::vector<std::string>{"command ends", "close"}));
 }
@@ -254,8 +258,7 @@ TEST_F(Endpoint, AClientThatGoesAwayDoesNotEndItsCommandNorTheEngine) {
     return 1;
   };
   Serve();
-  UniqueFd fd = RawClient();
-  Send(fd, CommandFrame(1, 1));
+  UniqueFd fd = RawClient(CommandFrame(1, 1));
   begun.Await();
   fd.Reset();
   gone.Reach();
@@ -277,8 +280,7 @@ TEST_F(Endpoint, CommandsAreServedInTheOrderTheyCame) {
   Serve();
   std::array<UniqueFd, 4> clients;
   for (UniqueFd& client : clients) {
-    client = RawClient();
-    Send(client, CommandFrame(1, 1));
+    client = RawClient(CommandFrame(1, 1));
     ASSERT_TRUE(Receive(client));
   }
   order.clear();
@@ -330,11 +332,10 @@ TEST_F(Endpoint, ATitleIsServedOnce) {
 TEST_F(Endpoint, MoreClientsThanItHoldsWaitForTheirTurn) {
   Serve();
   std::vector<UniqueFd> idle;
-  for (int i = 0; i < 64; ++i) idle.push_back(RawClient());
-  Send(idle.back(), CommandFrame(1, 1));
+  for (int i = 0; i < 63; ++i) idle.push_back(RawClient());
+  idle.push_back(RawClient(CommandFrame(1, 1)));
   ASSERT_TRUE(Receive(idle.back()));
-  const UniqueFd waiting = RawClient();
-  Send(waiting, CommandFrame(2, 1));
+  const UniqueFd waiting = RawClient(CommandFrame(2, 1));
   idle.pop_back();
   EXPECT_TRUE(Receive(waiting));
 }
@@ -344,11 +345,10 @@ TEST_F(Endpoint, AnotherUsersConnectionIsHungUp) {
   Serve();
   EXPECT_EQ(Client().SendCommand(7, 1, {}), 7);
   const UniqueFd own = RawClient();
-  const auto address = platform::EndpointAddressOf(m_title);
+  const auto address = platform::EndpointAddressOf(m_title);  // ours, not that user's
   EXPECT_TRUE(AsOrdinaryUser([&] {
-    const UniqueFd fd(socket(AF_UNIX, SOCK_STREAM, 0));
-    const auto* name = reinterpret_cast<const sockaddr*>(&address.objAddress);
-    if (connect(fd.Get(), name, address.nLength) != 0) return false;
+    const UniqueFd fd = SocketAt(address, connect);
+    if (!fd) return false;
     (void)platform::SendAll(fd.Get(), CommandFrame(7, 1), 5000);
     return !Receive(fd);
   }));
@@ -356,7 +356,7 @@ TEST_F(Endpoint, AnotherUsersConnectionIsHungUp) {
 
 TEST_F(Endpoint, AClientTalksToNoOtherUsersEngine) {
   if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
-  const auto address = platform::EndpointAddressOf(m_title);
+  const auto address = platform::EndpointAddressOf(m_title);  // ours, not that user's
   const Point bound, done;
   std::thread client([&] {
     bound.Await();
@@ -365,9 +365,8 @@ TEST_F(Endpoint, AClientTalksToNoOtherUsersEngine) {
     done.Reach();
   });
   EXPECT_TRUE(AsOrdinaryUser([&] {
-    const UniqueFd fd(socket(AF_UNIX, SOCK_STREAM, 0));
-    const auto* name = reinterpret_cast<const sockaddr*>(&address.objAddress);
-    const bool listening = bind(fd.Get(), name, address.nLength) == 0 && listen(fd.Get(), 5) == 0;
+    const UniqueFd fd = SocketAt(address, bind);
+    const bool listening = listen(fd.Get(), 5) == 0;
     bound.Reach();
     done.Await();
     return listening;
@@ -397,6 +396,14 @@ class EndpointSignals : public Endpoint {
       _exit(closes);
     }
   }
+  // The result of a command that has begun when a first signal is sent.
+  std::future<std::int32_t> SignalACommand() {
+    auto result = std::async(std::launch::async,
+                             [this] { return EndpointClient(m_title, 5s).SendCommand(1, 1, {}); });
+    m_begun.Await();
+    kill(m_child, SIGTERM);
+    return result;
+  }
   int Status() {
     int status = 0;
     waitpid(m_child, &status, 0);
@@ -409,10 +416,7 @@ class EndpointSignals : public Endpoint {
 };
 
 TEST_F(EndpointSignals, TheFirstOneActsAfterTheCommandInWork) {
-  EndpointClient client(m_title, 5s);
-  auto result = std::async(std::launch::async, [&] { return client.SendCommand(1, 1, {}); });
-  m_begun.Await();
-  kill(m_child, SIGTERM);
+  auto result = SignalACommand();
   m_go.Reach();
   EXPECT_EQ(result.get(), 11);
   const int status = Status();
@@ -421,10 +425,7 @@ TEST_F(EndpointSignals, TheFirstOneActsAfterTheCommandInWork) {
 }
 
 TEST_F(EndpointSignals, ASecondOneEndsInTheMiddleOfACommand) {
-  EndpointClient client(m_title, 5s);
-  auto result = std::async(std::launch::async, [&] { return client.SendCommand(1, 1, {}); });
-  m_begun.Await();
-  kill(m_child, SIGTERM);
+  auto result = SignalACommand();
   kill(m_child, SIGINT);
   EXPECT_TRUE(WIFSIGNALED(Status()));
   EXPECT_THROW(result.get(), EndpointError);

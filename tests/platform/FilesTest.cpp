@@ -24,88 +24,83 @@ std::span<const unsigned char> Bytes(std::string_view text) {
   return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
 }
 
-TEST(Files, OnlyARegularFileIsRead) {
-  TempFolder folder;
-  folder.Write("file", "abc");
-  mkfifo(folder.Path("pipe").c_str(), 0600);
-  EXPECT_TRUE(File::Open(folder.Windows("FILE"), OpenMode::kRead));
-  EXPECT_FALSE(File::Open(folder.Windows("pipe"), OpenMode::kRead));
-  EXPECT_FALSE(File::Open(folder.Windows(), OpenMode::kRead));
+struct Files : testing::Test, TempFolder {};
+
+TEST_F(Files, OnlyARegularFileIsRead) {
+  Write("file", "abc");
+  mkfifo(Path("pipe").c_str(), 0600);
+  EXPECT_TRUE(File::Open(Windows("FILE"), OpenMode::kRead));
+  EXPECT_FALSE(File::Open(Windows("pipe"), OpenMode::kRead));
+  EXPECT_FALSE(File::Open(Windows(), OpenMode::kRead));
   EXPECT_EQ(errno, EISDIR);
-  EXPECT_FALSE(File::Open(folder.Windows("none"), OpenMode::kRead));
+  EXPECT_FALSE(File::Open(Windows("none"), OpenMode::kRead));
   EXPECT_EQ(errno, ENOENT);
   EXPECT_FALSE(File::Open(u"", OpenMode::kCreate));
 }
 
-TEST(Files, CreatingTakesAnExistingFileInAnyCase) {
-  TempFolder folder;
-  folder.Write("Log.txt", "old");
-  auto file = File::Open(folder.Windows("LOG.TXT"), OpenMode::kAppendKeep);
+TEST_F(Files, CreatingTakesAnExistingFileInAnyCase) {
+  Write("Log.txt", "old");
+  auto file = File::Open(Windows("LOG.TXT"), OpenMode::kAppendKeep);
   ASSERT_TRUE(file && file->SeekToEnd() && file->Write(Bytes("+new")));
-  EXPECT_EQ(folder.Read("Log.txt"), "old+new");
-  file = File::Open(folder.Windows("log.TXT"), OpenMode::kCreate);
+  EXPECT_EQ(Read("Log.txt"), "old+new");
+  file = File::Open(Windows("log.TXT"), OpenMode::kCreate);
   ASSERT_TRUE(file && file->Write(std::u16string_view(u"\u0141")));
-  EXPECT_EQ(folder.Read("Log.txt"), "\x41\x01");
-  EXPECT_EQ(Names(folder.Windows("*")), "Log.txt ");
+  EXPECT_EQ(Read("Log.txt"), "\x41\x01");
+  EXPECT_EQ(Names(Windows("*")), "Log.txt ");
 }
 
-TEST(Files, AFullDiskIsAFailure) {
+TEST_F(Files, AFullDiskIsAFailure) {
   auto file = File::Open(u"\\dev\\full", OpenMode::kAppendKeep);
   ASSERT_TRUE(file);
   EXPECT_FALSE(file->Write(Bytes("x")));
 }
 
-TEST(Files, RenamingNeverReplaces) {
-  TempFolder folder;
-  folder.Write("a", "1");
-  folder.Write("B", "2");
-  EXPECT_FALSE(platform::RenameFile(folder.Windows("a"), folder.Windows("b")));
+TEST_F(Files, RenamingNeverReplaces) {
+  Write("a", "1");
+  Write("B", "2");
+  EXPECT_FALSE(platform::RenameFile(Windows("a"), Windows("b")));
   EXPECT_EQ(errno, EEXIST);
-  EXPECT_EQ(folder.Read("B"), "2");
-  EXPECT_TRUE(platform::RenameFile(folder.Windows("A"), folder.Windows("c")));
-  EXPECT_EQ(folder.Read("c"), "1");
+  EXPECT_EQ(Read("B"), "2");
+  EXPECT_TRUE(platform::RenameFile(Windows("A"), Windows("c")));
+  EXPECT_EQ(Read("c"), "1");
 }
 
-TEST(Files, AWildcardSearchListsInByteOrder) {
-  TempFolder folder;
+TEST_F(Files, AWildcardSearchListsInByteOrder) {
   for (const char* name : {"b.txt", "A.TXT", "a.txt.bak", "noext", ".hidden", "ä.txt"}) {
-    folder.Write(name, "");
+    Write(name, "");
   }
-  mkdir(folder.Path("sub.txt").c_str(), 0700);
-  symlink("sub.txt", folder.Path("link.txt").c_str());
-  EXPECT_EQ(Names(folder.Windows("*.Txt")), "A.TXT b.txt link.txt sub.txt/ ä.txt ");
-  EXPECT_EQ(Names(folder.Windows("?.txt")), "A.TXT b.txt ä.txt ");
-  EXPECT_EQ(Names(folder.Windows("*.*")),
-            ".hidden A.TXT a.txt.bak b.txt link.txt noext sub.txt/ ä.txt ");
-  EXPECT_EQ(Names(folder.Windows("*T*.*A?")), "a.txt.bak ");
-  EXPECT_EQ(Names(folder.Windows("NOEXT")), "noext ");
-  EXPECT_EQ(Names(folder.Windows("sub.txt\\")), "");
-  EXPECT_EQ(Names(folder.Windows("[a]*")), "");
-  EXPECT_TRUE(checkFileExists(folder.Windows("SUB.*")));
-  EXPECT_FALSE(checkFileExists(folder.Windows("none*")));
+  mkdir(Path("sub.txt").c_str(), 0700);
+  symlink("sub.txt", Path("link.txt").c_str());
+  EXPECT_EQ(Names(Windows("*.Txt")), "A.TXT b.txt link.txt sub.txt/ ä.txt ");
+  EXPECT_EQ(Names(Windows("?.txt")), "A.TXT b.txt ä.txt ");
+  EXPECT_EQ(Names(Windows("*.*")), ".hidden A.TXT a.txt.bak b.txt link.txt noext sub.txt/ ä.txt ");
+  EXPECT_EQ(Names(Windows("*T*.*A?")), "a.txt.bak ");
+  EXPECT_EQ(Names(Windows("NOEXT")), "noext ");
+  EXPECT_EQ(Names(Windows("sub.txt\\")), "");
+  EXPECT_EQ(Names(Windows("[a]*")), "");
+  EXPECT_TRUE(checkFileExists(Windows("SUB.*")));
+  EXPECT_FALSE(checkFileExists(Windows("none*")));
   EXPECT_FALSE(checkFileExists(u""));
 }
 
-TEST(Files, APatternOfManyStarsEndsSoon) {
-  TempFolder folder;
-  folder.Write(std::string(255, 'a'), "");
-  CString pattern = folder.Windows();
+TEST_F(Files, APatternOfManyStarsEndsSoon) {
+  Write(std::string(255, 'a'), "");
+  CString pattern = Windows();
   for (int i = 0; i < 5000; ++i) pattern += u"*a";
   EXPECT_EQ(Names(pattern + u"b"), "");
 }
 
-TEST(Files, RemovingAFolderLeavesWhatItsLinksPointAt) {
-  TempFolder folder;
-  folder.Write("Kept/file", "x");
-  folder.Write("Gone/deep/er/file", "x");
-  symlink("../../Kept", folder.Path("Gone/deep/link").c_str());
-  symlink("Kept", folder.Path("alias").c_str());
-  EXPECT_NE(RemoveFolder(folder.Windows("GONE\\")), 0);
-  EXPECT_NE(RemoveFolder(folder.Windows("alias")), 0);
-  EXPECT_EQ(Names(folder.Windows("*")), "Kept/ ");
-  EXPECT_EQ(folder.Read("Kept/file"), "x");
-  EXPECT_EQ(RemoveFolder(folder.Windows("Kept\\file")), 0);
-  EXPECT_EQ(RemoveFolder(folder.Windows("Gone")), 0);
+TEST_F(Files, RemovingAFolderLeavesWhatItsLinksPointAt) {
+  Write("Kept/file", "x");
+  Write("Gone/deep/er/file", "x");
+  symlink("../../Kept", Path("Gone/deep/link").c_str());
+  symlink("Kept", Path("alias").c_str());
+  EXPECT_NE(RemoveFolder(Windows("GONE\\")), 0);
+  EXPECT_NE(RemoveFolder(Windows("alias")), 0);
+  EXPECT_EQ(Names(Windows("*")), "Kept/ ");
+  EXPECT_EQ(Read("Kept/file"), "x");
+  EXPECT_EQ(RemoveFolder(Windows("Kept\\file")), 0);
+  EXPECT_EQ(RemoveFolder(Windows("Gone")), 0);
   EXPECT_EQ(RemoveFolder(u""), 0);
 }
 

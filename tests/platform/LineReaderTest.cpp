@@ -14,46 +14,45 @@ std::string Wide(std::u16string_view text) {
   return {reinterpret_cast<const char*>(text.data()), 2 * text.size()};
 }
 
-std::vector<CString> Lines(const TempFolder& folder, const std::string& bytes) {
-  folder.Write("lines", bytes);
-  auto reader = WideLineReader::Open(folder.Windows("lines"));
-  std::vector<CString> lines;
-  CString line;
-  while (reader && reader->ReadLine(line)) lines.push_back(line);
-  EXPECT_TRUE(line.IsEmpty());
-  return lines;
-}
-
 using Expected = std::vector<CString>;
 
-TEST(LineReader, OnlyTheLineFeedEndsALineAndGoes) {
-  TempFolder folder;
-  EXPECT_EQ(Lines(folder, Wide(u"\xFEFFone\r\n\ntwo\rhalf")),
+struct LineReader : testing::Test, TempFolder {
+  std::vector<CString> Lines(const std::string& bytes) const {
+    Write("lines", bytes);
+    auto reader = WideLineReader::Open(Windows("lines"));
+    std::vector<CString> lines;
+    CString line;
+    while (reader && reader->ReadLine(line)) lines.push_back(line);
+    EXPECT_TRUE(line.IsEmpty());
+    return lines;
+  }
+};
+
+TEST_F(LineReader, OnlyTheLineFeedEndsALineAndGoes) {
+  EXPECT_EQ(Lines(Wide(u"\xFEFFone\r\n\ntwo\rhalf")),
             (Expected{u"\xFEFFone\r", u"", u"two\rhalf"}));
-  EXPECT_EQ(Lines(folder, Wide(u"one\n")), Expected{u"one"});
-  EXPECT_EQ(Lines(folder, Wide(u"\u010A\u0A00\n")), Expected{u"\u010A\u0A00"});
-  EXPECT_EQ(Lines(folder, ""), Expected{});
-  EXPECT_EQ(Lines(folder, Wide(u"one") + "x"), Expected{u"one"});
-  EXPECT_EQ(Lines(folder, Wide(u"one\n") + "x"), Expected{u"one"});
-  EXPECT_FALSE(WideLineReader::Open(folder.Windows("none")));
+  EXPECT_EQ(Lines(Wide(u"one\n")), Expected{u"one"});
+  EXPECT_EQ(Lines(Wide(u"\u010A\u0A00\n")), Expected{u"\u010A\u0A00"});
+  EXPECT_EQ(Lines(""), Expected{});
+  EXPECT_EQ(Lines(Wide(u"one") + "x"), Expected{u"one"});
+  EXPECT_EQ(Lines(Wide(u"one\n") + "x"), Expected{u"one"});
+  EXPECT_FALSE(WideLineReader::Open(Windows("none")));
 }
 
-TEST(LineReader, LinesOfEveryLengthAroundTheChunkComeWhole) {
-  TempFolder folder;
+TEST_F(LineReader, LinesOfEveryLengthAroundTheChunkComeWhole) {
   std::u16string text;
   Expected expected;
   for (const int units : {1, 32766, 32767, 32768, 32769, 65536, 100000, 0, 7}) {
     expected.push_back(CString(u'a', units));
     text += std::u16string(static_cast<size_t>(units), u'a') + u'\n';
   }
-  EXPECT_EQ(Lines(folder, Wide(text)), expected);
+  EXPECT_EQ(Lines(Wide(text)), expected);
 }
 
-TEST(LineReader, TheFirstTextLineLosesItsCarriageReturn) {
-  TempFolder folder;
+TEST_F(LineReader, TheFirstTextLineLosesItsCarriageReturn) {
   const auto first = [&](const std::string& bytes) {
-    folder.Write("first", bytes);
-    return platform::ReadFirstTextLine(folder.Windows("first"));
+    Write("first", bytes);
+    return platform::ReadFirstTextLine(Windows("first"));
   };
   EXPECT_EQ(first("one\r\ntwo"), "one");
   EXPECT_EQ(first("one\x1A\r\r\n"), "one\x1A\r");
@@ -67,7 +66,7 @@ TEST(LineReader, TheFirstTextLineLosesItsCarriageReturn) {
   EXPECT_EQ(first(longest + longest), longest);
 }
 
-TEST(LineReader, TextModeChangesLineEndsAndNothingElse) {
+TEST_F(LineReader, TextModeChangesLineEndsAndNothingElse) {
   EXPECT_EQ(platform::FromTextMode("a\r\nb\r\r\nc\rd\n\x1A\r"), "a\nb\r\nc\rd\n\x1A\r");
   EXPECT_EQ(platform::ToTextMode("a\nb\r\nc\r"), "a\r\nb\r\r\nc\r");
 }

@@ -4,41 +4,21 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "platform/Paths.h"
+#include "tests/support/TemporaryFolder.h"
 
 // A fresh folder that goes with the object; the program folder of the process while it lives.
-class TempFolder {
+class TempFolder : public test_support::TemporaryFolder {
  public:
-  TempFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "platformXXXXXX").string();
-    m_path = mkdtemp(pattern.data());
-    platform::SetProgramFolder(m_path);
-  }
-  ~TempFolder() { std::filesystem::remove_all(m_path); }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
+  TempFolder() { platform::SetProgramFolder(TemporaryFolder::Path()); }
 
-  std::string Path(const std::string& below = "") const { return m_path + "/" + below; }
+  std::string Path(const std::string& below = "") const { return File(below); }
   CString Windows(const std::string& below = "") const {
     return platform::ToWindowsPath(Path(below));
   }
-  void Write(const std::string& below, const std::string& bytes) const {
-    std::filesystem::create_directories(std::filesystem::path(Path(below)).parent_path());
-    std::ofstream(Path(below), std::ios::binary) << bytes;
-  }
-  std::string Read(const std::string& below) const {
-    std::ifstream file(Path(below), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-
- private:
-  std::string m_path;
+  std::string Read(const std::string& below) const { return test_support::ReadAll(Path(below)); }
 };
 
 inline constexpr uid_t kOrdinaryUser = 65534;

@@ -27,11 +27,8 @@ TEST(Unicode, EveryThreeByteTextConvertsAsTheJudgeSays) {
     for (const unsigned char b : edges) {
       for (const unsigned char c : edges) {
         for (const char* tail : {"", "z", "\x80", "\xBFz"}) {
-          std::string text = "x";
-          text += static_cast<char>(a);
-          text += static_cast<char>(b);
-          text += static_cast<char>(c);
-          text += tail;
+          const unsigned char front[] = {'x', a, b, c};
+          const std::string text = std::string(std::begin(front), std::end(front)) + tail;
           const std::u16string wide = Utf8ToUtf16(text);
           ASSERT_EQ(wide, Judge(text)) << testing::PrintToString(text);
           ASSERT_EQ(platform::IsValidUtf8(text), Utf16ToUtf8(wide) == text);
