@@ -8,52 +8,47 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
 
-namespace {
+#include "ConversionSupport.h"
 
-const auto kNoIconv = reinterpret_cast<iconv_t>(-1);
+namespace {
 
 class IconvPeer : public CharsetPeer {
  public:
   explicit IconvPeer(const std::string& name)
-      : m_read(iconv_open("UTF-16LE", name.c_str())),
-        m_write(iconv_open(name.c_str(), "UTF-16LE")) {}
-  ~IconvPeer() override {
-    if (m_read != kNoIconv) iconv_close(m_read);
-    if (m_write != kNoIconv) iconv_close(m_write);
-  }
-  IconvPeer(const IconvPeer&) = delete;
-  IconvPeer& operator=(const IconvPeer&) = delete;
+      : m_read(OpenConverter("UTF-16LE", name.c_str())),
+        m_write(OpenConverter(name.c_str(), "UTF-16LE")) {}
 
-  bool IsOpen() const { return m_read != kNoIconv && m_write != kNoIconv; }
+  bool IsOpen() const { return m_read && m_write; }
 
-  std::optional<std::u16string> Read(std::string_view bytes) override {
-    const std::optional<std::string> units = Run(m_read, bytes);
-    if (!units) return std::nullopt;
-    std::u16string text(units->size() / 2, u'\0');
-    units->copy(reinterpret_cast<char*>(text.data()), 2 * text.size());
-    return text;
-  }
-
-  std::optional<std::string> Write(std::u16string_view text) override {
-    return Run(m_write, {reinterpret_cast<const char*>(text.data()), 2 * text.size()});
-  }
+  std::u16string Read(std::string_view bytes) override { return Text(Run(m_read.get(), bytes)); }
+  std::string Write(std::u16string_view text) override { return Run(m_write.get(), Units(text)); }
 
  private:
-  static std::optional<std::string> Run(iconv_t converter, std::string_view input) {
+  struct Close {
+    void operator()(iconv_t converter) const { iconv_close(converter); }
+  };
+  using Converter = std::unique_ptr<std::remove_pointer_t<iconv_t>, Close>;
+
+  static Converter OpenConverter(const char* to, const char* from) {
+    const iconv_t converter = iconv_open(to, from);
+    return Converter(converter != reinterpret_cast<iconv_t>(-1) ? converter : nullptr);
+  }
+
+  static std::string Run(iconv_t converter, std::string_view input) {
     iconv(converter, nullptr, nullptr, nullptr, nullptr);
     std::string output(8 * input.size() + 16, '\0');
     char* in = const_cast<char*>(input.data());
     std::size_t inLeft = input.size();
     char* out = output.data();
     std::size_t outLeft = output.size();
-    if (iconv(converter, &in, &inLeft, &out, &outLeft) != 0) return std::nullopt;
-    if (iconv(converter, nullptr, nullptr, &out, &outLeft) != 0) return std::nullopt;
+    if (iconv(converter, &in, &inLeft, &out, &outLeft) != 0) return {};
+    if (iconv(converter, nullptr, nullptr, &out, &outLeft) != 0) return {};
     output.resize(output.size() - outLeft);
     return output;
   }
 
-  iconv_t m_read;
-  iconv_t m_write;
+  Converter m_read;
+  Converter m_write;
 };
 
 class IcuPeer : public CharsetPeer {
@@ -72,54 +67,49 @@ class IcuPeer : public CharsetPeer {
 
   bool IsOpen() const { return m_converter != nullptr; }
 
-  std::optional<std::u16string> Read(std::string_view bytes) override {
-    UErrorCode error = U_ZERO_ERROR;
-    std::u16string text(4 * bytes.size() + 8, u'\0');
-    const int length = ucnv_toUChars(m_converter.get(), text.data(), static_cast<int>(text.size()),
-                                     bytes.data(), static_cast<int>(bytes.size()), &error);
-    if (U_FAILURE(error)) return std::nullopt;
-    text.resize(static_cast<std::size_t>(length));
-    return text;
+  std::u16string Read(std::string_view bytes) override {
+    return Run<std::u16string>(ucnv_toUChars, bytes);
   }
-
-  std::optional<std::string> Write(std::u16string_view text) override {
-    UErrorCode error = U_ZERO_ERROR;
-    std::string bytes(8 * text.size() + 16, '\0');
-    const int length =
-        ucnv_fromUChars(m_converter.get(), bytes.data(), static_cast<int>(bytes.size()),
-                        text.data(), static_cast<int>(text.size()), &error);
-    if (U_FAILURE(error)) return std::nullopt;
-    bytes.resize(static_cast<std::size_t>(length));
-    return bytes;
+  std::string Write(std::u16string_view text) override {
+    return Run<std::string>(ucnv_fromUChars, text);
   }
 
  private:
   struct Close {
     void operator()(UConverter* converter) const { ucnv_close(converter); }
   };
+
+  template <class Output, class Convert, class Input>
+  Output Run(Convert convert, Input input) {
+    UErrorCode error = U_ZERO_ERROR;
+    Output output(8 * input.size() + 16, 0);
+    const int length = convert(m_converter.get(), output.data(), static_cast<int>(output.size()),
+                               input.data(), static_cast<int>(input.size()), &error);
+    output.resize(U_SUCCESS(error) ? static_cast<std::size_t>(length) : 0);
+    return output;
+  }
+
   std::unique_ptr<UConverter, Close> m_converter;
 };
 
-// Prints every mapping of a codec: "> BYTES UNIT" and "< UNIT BYTES", in hexadecimal.
+// Prints every mapping of a codec: "> BYTES UNITS" and "< UNITS BYTES", in hexadecimal.
 constexpr const char* kPythonScript = R"(
 import sys
 name = sys.argv[1]
-def each(inputs, convert, show):
+def each(direction, inputs, convert):
     failed = []
     for item in inputs:
         try:
-            print(*show(item, convert(item)))
+            print(direction, item.hex(), convert(item).hex())
         except UnicodeError:
             failed.append(item)
     return failed
-def decode(c):
-    return c.decode(name)
-def show(c, text):
-    return ">", c.hex(), text.encode("utf-16-be").hex()
-leads = each([bytes([c]) for c in range(256)], decode, show)
-each([c + bytes([d]) for c in leads for d in range(256)], decode, show)
-units = [chr(u) for u in range(65536) if not 0xD800 <= u <= 0xDFFF]
-each(units, lambda u: u.encode(name), lambda u, b: ("<", u.encode("utf-16-be").hex(), b.hex()))
+def read(c):
+    return c.decode(name).encode("utf-16-le")
+leads = each(">", [bytes([c]) for c in range(256)], read)
+each(">", [c + bytes([d]) for c in leads for d in range(256)], read)
+units = [chr(u).encode("utf-16-le") for u in range(65536) if not 0xD800 <= u <= 0xDFFF]
+each("<", units, lambda u: u.decode("utf-16-le").encode(name))
 )";
 
 std::string FromHex(const std::string& text) {
@@ -147,47 +137,51 @@ class PythonPeer : public CharsetPeer {
 
   bool IsOpen() const { return !m_read.empty() && !m_write.empty(); }
 
-  std::optional<std::u16string> Read(std::string_view bytes) override {
+  std::u16string Read(std::string_view bytes) override {
     const auto found = m_read.find(std::string(bytes));
-    if (found == m_read.end()) return std::nullopt;
-    std::u16string text;
-    for (std::size_t n = 0; n + 1 < found->second.size(); n += 2) {
-      text += static_cast<char16_t>(static_cast<unsigned char>(found->second[n]) << 8 |
-                                    static_cast<unsigned char>(found->second[n + 1]));
-    }
-    return text;
+    return found != m_read.end() ? Text(found->second) : std::u16string();
   }
-
-  std::optional<std::string> Write(std::u16string_view text) override {
-    std::string units;
-    for (const char16_t unit : text) {
-      units += static_cast<char>(unit >> 8);
-      units += static_cast<char>(unit);
-    }
-    const auto found = m_write.find(units);
-    if (found == m_write.end()) return std::nullopt;
-    return found->second;
+  std::string Write(std::u16string_view text) override {
+    const auto found = m_write.find(Units(text));
+    return found != m_write.end() ? found->second : std::string();
   }
 
  private:
-  std::map<std::string, std::string> m_read;   // bytes to units
-  std::map<std::string, std::string> m_write;  // units, the high byte first, to bytes
+  std::map<std::string, std::string> m_read;  // the units little-endian
+  std::map<std::string, std::string> m_write;
 };
+
+template <class Peer>
+std::unique_ptr<CharsetPeer> OpenPeer(const std::string& name) {
+  auto peer = std::make_unique<Peer>(name);
+  return peer->IsOpen() ? std::move(peer) : nullptr;
+}
 
 }  // namespace
 
 std::unique_ptr<CharsetPeer> CharsetPeer::Open(const std::string& name) {
-  const std::size_t colon = name.find(':');
-  const std::string converter = name.substr(colon + 1);
-  if (name.starts_with("iconv:")) {
-    auto peer = std::make_unique<IconvPeer>(converter);
-    if (peer->IsOpen()) return peer;
-  } else if (name.starts_with("python:")) {
-    auto peer = std::make_unique<PythonPeer>(converter);
-    if (peer->IsOpen()) return peer;
-  } else {
-    auto peer = std::make_unique<IcuPeer>(converter);
-    if (peer->IsOpen()) return peer;
+  const std::string converter = name.substr(name.find(':') + 1);
+  if (name.starts_with("iconv:")) return OpenPeer<IconvPeer>(converter);
+  if (name.starts_with("python:")) return OpenPeer<PythonPeer>(converter);
+  return OpenPeer<IcuPeer>(converter);
+}
+
+std::vector<std::pair<std::string, std::string>> ReadEveryPair(const std::string& peerName,
+                                                               unsigned page,
+                                                               const std::string& begin,
+                                                               const std::string& end) {
+  std::vector<std::pair<std::string, std::string>> mapped;
+  const auto peer = CharsetPeer::Open(peerName);
+  if (peer == nullptr) ADD_FAILURE() << "no " << peerName;
+  for (unsigned code = 0x2121; peer != nullptr && code <= 0x7E7E; ++code) {
+    if ((code & 0xFF) < 0x21 || (code & 0xFF) > 0x7E) continue;
+    const std::string text = begin + BytesOf(code) + end;
+    const Converted read = Convert(page, kUtf16, text);
+    const std::string expected = Units(peer->Read(BytesOf(code | 0x8080)));
+    EXPECT_EQ(read.hadErrors, expected.empty()) << std::hex << code;
+    if (expected.empty()) continue;
+    EXPECT_EQ(read.bytes, expected) << std::hex << code;
+    mapped.emplace_back(text, expected);
   }
-  return nullptr;
+  return mapped;
 }

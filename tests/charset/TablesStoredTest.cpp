@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "ConversionSupport.h"
 #include "charset/HashConvert.h"
-#include "charset/StoredPages.h"
 #include "charset/StoredTable.h"
 #include "charset/UnicodeLookup.h"
 #include "platform/Base64.h"
@@ -14,11 +14,6 @@ namespace {
 
 using mail::HashConvert;
 using mail::stored_table::Contents;
-
-template <std::size_t size>
-std::string Bytes(const char (&literal)[size]) {
-  return std::string(literal, size - 1);
-}
 
 // 80 is 20AC, 82 is 201A; the pair 8141 is 4E02, 8140 is 201A too.
 const std::string kTable =
@@ -129,20 +124,6 @@ TEST(TablesStored, ATableThatEndsEarlyIsRefused) {
     EXPECT_FALSE(mail::stored_table::parse(std::string_view(kTable).substr(0, cut))) << cut;
   }
   EXPECT_FALSE(mail::stored_table::parse(Bytes("a-\0\x41\0\x02\x4E\0\0")));  // a pair of one byte
-}
-
-TEST(TablesStored, EveryPageOfTheProgramIsWhole) {
-  unsigned last = 0;
-  for (const mail::StoredPage& page : mail::storedPages()) {
-    EXPECT_GT(page.nCodePage, last);
-    last = page.nCodePage;
-    std::string text;
-    for (const std::string_view piece : page.arrText) text += piece;
-    const auto table = mail::stored_table::unpack(text);
-    ASSERT_TRUE(table) << page.nCodePage;
-    EXPECT_TRUE(mail::stored_table::parse(*table)) << page.nCodePage;
-  }
-  EXPECT_EQ(mail::storedPages().size(), 101U);  // 51936, 52936 and 38598 have none of their own
 }
 
 }  // namespace

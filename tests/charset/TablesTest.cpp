@@ -3,8 +3,8 @@
 // with its reason (differences.txt). A difference that no row explains fails, and so does a row
 // that explains another number of differences than it says.
 
+#include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <sstream>
 #include <vector>
@@ -13,14 +13,10 @@
 #include <gtest/gtest.h>
 
 #include "CharsetPeer.h"
-#include "base/LogNull.h"
+#include "ConversionSupport.h"
 #include "charset/CharsetTables.h"
-#include "charset/EncodingConvert.h"
 
 namespace {
-
-constexpr const char* kFolder = TARNY_SOURCE "/tests/data/charset/";
-constexpr unsigned kUtf16 = 1200;
 
 // A mapping in one direction: codes and units as numbers, kNone where there is no mapping, kText
 // for several characters.
@@ -60,12 +56,6 @@ bool Fits(const std::string& pattern, unsigned number) {
   return pattern == Hex(number) || pattern == "0" + Hex(number) || pattern == "00" + Hex(number);
 }
 
-std::string BytesOfCode(unsigned code) {
-  std::string bytes;
-  if (code > 0xFF) bytes += static_cast<char>(code >> 8);
-  return bytes += static_cast<char>(code);
-}
-
 unsigned CodeOfBytes(std::string_view bytes) {
   if (bytes.empty()) return kNone;
   if (bytes.size() > 2) return kText;
@@ -78,38 +68,15 @@ unsigned UnitOfText(std::u16string_view text) {
 }
 
 // Our conversion of one code and of one unit, through the whole engine.
-class Page {
- public:
-  explicit Page(unsigned number) : m_number(number) {}
+unsigned ReadCode(unsigned page, unsigned code) {
+  const Converted units = Convert(page, kUtf16, BytesOf(code));
+  return units.hadErrors ? kNone : UnitOfText(Text(units.bytes));
+}
 
-  unsigned Read(unsigned code) {
-    const std::string bytes = BytesOfCode(code);
-    const std::string units = Run(m_number, kUtf16, bytes);
-    if (m_converter.m_hadErrors) return kNone;
-    std::u16string text(units.size() / 2, u'\0');
-    units.copy(reinterpret_cast<char*>(text.data()), units.size());
-    return UnitOfText(text);
-  }
-
-  unsigned Write(unsigned unit) {
-    const char16_t text = static_cast<char16_t>(unit);
-    const std::string bytes =
-        Run(kUtf16, m_number, {reinterpret_cast<const char*>(&text), sizeof text});
-    return m_converter.m_hadErrors ? kNone : CodeOfBytes(bytes);
-  }
-
- private:
-  std::string Run(unsigned from, unsigned to, std::string_view input) {
-    m_output.weakClear();
-    m_converter.EncConvert(from, to, input.data(), input.size(), m_output, m_log);
-    return std::string(m_output.view());
-  }
-
-  unsigned m_number;
-  mail::EncodingConvert m_converter;
-  mail::DataBuffer m_output;
-  mail::LogNull m_log;
-};
+unsigned WriteUnit(unsigned page, char16_t unit) {
+  const Converted bytes = Convert(kUtf16, page, Units({&unit, 1}));
+  return bytes.hadErrors ? kNone : CodeOfBytes(bytes.bytes);
+}
 
 struct Tally {
   int read = 0;
@@ -119,68 +86,48 @@ struct Tally {
 };
 
 void Note(Tally& tally, char direction, unsigned key, unsigned ours, unsigned theirs) {
-  if (ours != theirs) {
-    tally.differences.push_back({direction, key, ours, theirs});
-  } else if (ours != kNone) {
-    ++tally.same;
-  }
+  if (ours != theirs) tally.differences.push_back({direction, key, ours, theirs});
+  if (ours == kNone) return;
+  ++(direction == '>' ? tally.read : tally.written);
+  tally.same += ours == theirs ? 1 : 0;
 }
 
 bool IsSurrogate(unsigned unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
 
 // The byte 0 and U+0000 are the same in all pages and stay out of it; so do the marks, which at the
 // start of a text are none of its characters.
-Tally Compare(unsigned number, CharsetPeer& peer) {
+Tally Compare(unsigned page, CharsetPeer& peer) {
   Tally tally;
-  Page page(number);
-  const unsigned last = mail::charset_tables::hasPairs(number) ? 0xFFFF : 0xFF;
+  const unsigned last = mail::charset_tables::hasPairs(page) ? 0xFFFF : 0xFF;
   for (unsigned code = 1; code <= last; ++code) {
-    const auto read = peer.Read(BytesOfCode(code));
-    unsigned theirs = read ? UnitOfText(*read) : kNone;
-    unsigned ours = page.Read(code);
+    unsigned theirs = UnitOfText(peer.Read(BytesOf(code)));
+    unsigned ours = ReadCode(page, code);
     if (code > 0xFF && ours == kText && theirs == kText) continue;  // two characters of one byte
     if (code > 0xFF && ours == kText) ours = kNone;
     if (code > 0xFF && theirs == kText) theirs = kNone;
-    tally.read += ours != kNone ? 1 : 0;
     Note(tally, '>', code, ours, theirs);
   }
   for (unsigned unit = 1; unit <= 0xFFFF; ++unit) {
     if (IsSurrogate(unit) || unit == 0xFEFF || unit == 0xFFFE) continue;
     const auto text = static_cast<char16_t>(unit);
-    const auto written = peer.Write({&text, 1});
-    const unsigned ours = page.Write(unit);
-    tally.written += ours != kNone ? 1 : 0;
-    Note(tally, '<', unit, ours, written ? CodeOfBytes(*written) : kNone);
+    Note(tally, '<', unit, WriteUnit(page, text), CodeOfBytes(peer.Write({&text, 1})));
   }
   return tally;
-}
-
-std::vector<std::string> Lines(const std::string& name) {
-  std::ifstream file(kFolder + name);
-  EXPECT_TRUE(file.is_open()) << name;
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) {
-    if (!line.empty() && line[0] != '#') lines.push_back(line);
-  }
-  return lines;
 }
 
 using Rows = std::map<std::string, std::vector<Row>>;  // by "PAGE PEER"
 
 Rows ReadRows() {
   Rows rows;
-  for (const std::string& line : Lines("differences.txt")) {
+  for (const std::string& line : DataRows("differences.txt")) {
     std::istringstream in(line);
     std::string page, peer, range;
     Row row;
     row.text = line;
     in >> page >> peer >> row.direction >> range >> row.ours >> row.theirs >> row.count;
     EXPECT_TRUE(in.good()) << line;
-    const std::size_t dash = range.find('-');
-    row.first = static_cast<unsigned>(std::stoul(range.substr(0, dash), nullptr, 16));
-    row.last = dash == std::string::npos
-                   ? row.first
-                   : static_cast<unsigned>(std::stoul(range.substr(dash + 1), nullptr, 16));
+    row.first = static_cast<unsigned>(std::stoul(range, nullptr, 16));
+    row.last = static_cast<unsigned>(std::stoul(range.substr(range.find('-') + 1), nullptr, 16));
     rows[page + " " + peer].push_back(row);
   }
   return rows;
@@ -191,18 +138,15 @@ std::vector<std::string> Explain(const std::string& key, const Tally& tally,
                                  std::vector<Row>& rows) {
   std::vector<std::string> unexplained;
   for (const Difference& difference : tally.differences) {
-    bool explained = false;
-    for (Row& row : rows) {
-      if (row.direction != difference.direction || difference.key < row.first ||
-          difference.key > row.last || !Fits(row.ours, difference.ours) ||
-          !Fits(row.theirs, difference.theirs)) {
-        continue;
-      }
-      ++row.found;
-      explained = true;
-      break;
+    const auto found = std::find_if(rows.begin(), rows.end(), [&](const Row& row) {
+      return row.direction == difference.direction && row.first <= difference.key &&
+             row.last >= difference.key && Fits(row.ours, difference.ours) &&
+             Fits(row.theirs, difference.theirs);
+    });
+    if (found != rows.end()) {
+      ++found->found;
+      continue;
     }
-    if (explained) continue;
     unexplained.push_back(key + " " + difference.direction + " " + Hex(difference.key) + " " +
                           Hex(difference.ours) + " " + Hex(difference.theirs));
   }
@@ -211,34 +155,33 @@ std::vector<std::string> Explain(const std::string& key, const Tally& tally,
 
 TEST(Tables, EveryPageAgreesWithItsPeersButForTheListedDifferences) {
   Rows rows = ReadRows();
-  std::printf("%-6s %-28s %7s %7s %8s %10s\n", "page", "peer", "read", "written", "same",
-              "different");
+  std::printf("%-35s %7s %7s %8s %10s\n", "page and peer", "read", "written", "same", "different");
   const char* const dump = std::getenv("TARNY_DUMP_DIFFERENCES");  // a file, to write rows from
   std::ofstream dumped(dump != nullptr ? dump : "/dev/null");
-  for (const std::string& line : Lines("peers.txt")) {
+  for (const std::string& line : DataRows("peers.txt")) {
     std::istringstream in(line);
     std::string page, name;
     in >> page;
     const auto number = static_cast<unsigned>(std::stoul(page));
     EXPECT_NE(mail::charset_tables::fromUnicode(number), nullptr) << page;
-    if (in.eof()) std::printf("%-6s no peer on this machine\n", page.c_str());
+    if (in.eof()) std::printf("%-35s no peer on this machine\n", page.c_str());
     while (in >> name) {
+      const std::string key = page + " " + name;
+      std::vector<Row> listed = std::move(rows[key]);
+      rows.erase(key);
       const auto peer = CharsetPeer::Open(name);
       if (peer == nullptr) {
-        std::printf("%-6s %-28s is not on this machine\n", page.c_str(), name.c_str());
-        rows.erase(page + " " + name);
+        std::printf("%-35s is not on this machine\n", key.c_str());
         continue;
       }
       const Tally tally = Compare(number, *peer);
-      std::printf("%-6s %-28s %7d %7d %8d %10zu\n", page.c_str(), name.c_str(), tally.read,
-                  tally.written, tally.same, tally.differences.size());
-      const std::string key = page + " " + name;
-      std::vector<std::string> unexplained = Explain(key, tally, rows[key]);
+      std::printf("%-35s %7d %7d %8d %10zu\n", key.c_str(), tally.read, tally.written, tally.same,
+                  tally.differences.size());
+      std::vector<std::string> unexplained = Explain(key, tally, listed);
       for (const std::string& text : unexplained) dumped << text << "\n";
       if (unexplained.size() > 20) unexplained.resize(20);
       EXPECT_THAT(unexplained, testing::IsEmpty());
-      for (const Row& row : rows[key]) EXPECT_EQ(row.found, row.count) << row.text;
-      rows.erase(key);
+      for (const Row& row : listed) EXPECT_EQ(row.found, row.count) << row.text;
     }
   }
   for (const auto& [key, unused] : rows) ADD_FAILURE() << "rows without a peer: " << key;

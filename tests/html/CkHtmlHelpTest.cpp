@@ -64,18 +64,19 @@ TEST(CkHtmlHelp, ReadsTheCharsetOfAPage) {
   for (const auto& [html, charset] : rows) EXPECT_EQ(Charset(html), charset) << html;
 }
 
+std::string ToUnquoted(ParseEngine& parse) {
+  StringBuffer out;
+  parse.captureToUnquoted('>', out);
+  return std::string(out.view());
+}
+
 TEST(ParseEngine, AnUnbalancedQuoteDoesNotSwallowTheDocument) {
-  ParseEngine parse("<a title=\"x> text <b t='>'> \"");
-  StringBuffer first, second;
-  parse.captureToUnquoted('>', first);
-  EXPECT_EQ(first.view(), "<a title=\"x");
+  ParseEngine closed("<a title=\"x> text <b t='>'> \"");
+  EXPECT_EQ(ToUnquoted(closed), "<a title=\"x");
   ParseEngine open("<a title=\"x> text <b t='>'>");
-  first.clear();
-  open.captureToUnquoted('>', first);
-  EXPECT_EQ(first.view(), "<a title=\"x");
+  EXPECT_EQ(ToUnquoted(open), "<a title=\"x");
   open.skip();
-  open.captureToUnquoted('>', second);
-  EXPECT_EQ(second.view(), " text <b t='>'");
+  EXPECT_EQ(ToUnquoted(open), " text <b t='>'");
 }
 
 // Each tag's search would run to the end of the text, were the answer not known at its start.
