@@ -14,6 +14,9 @@
 #include "charset/StoredPages.h"
 
 namespace mail::charset_tables {
+
+using namespace code_page;
+
 namespace {
 
 // Pages that have the table of another one.
@@ -22,12 +25,12 @@ struct Alias {
   unsigned nTable;
 };
 constexpr std::array kAliases = {
-    Alias{38598, 28598}, Alias{51936, 936},
-    Alias{52936, 936},  // as it stands; the escapes of HZ are not read
+    Alias{kLogicalHebrew, kHebrew}, Alias{kEucCn, kGbk},
+    Alias{kHz, kGbk},  // as it stands; the escapes of HZ are not read
 };
 
-constexpr std::array kPairPages = {932U,   936U,   949U,   950U,   1361U,
-                                   10001U, 51932U, 51936U, 51949U, 52936U};
+constexpr std::array<unsigned, 10> kPairPages = {kShiftJis,    kGbk,   kKorean, kBig5,  kJohab,
+                                                 kMacJapanese, kEucJp, kEucCn,  kEucKr, kHz};
 static_assert(std::is_sorted(kPairPages.begin(), kPairPages.end()));
 
 // What has been built of a stored page.
@@ -136,7 +139,7 @@ void build(const StoredPage& objPage, bool bPairs, Slot& objSlot) {
     const auto objEdit = contents(objPage.strEdit);
     if (!objEdit || !pFrom->load(*objEdit)) return;
   }
-  if (objPage.nCodePage == code_page::kWindows1256) addArabicDigits(*pFrom);
+  if (objPage.nCodePage == kWindows1256) addArabicDigits(*pFrom);
   publish<HashConvert>(objSlot.pFrom, std::move(pFrom));
 }
 

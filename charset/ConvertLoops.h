@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <span>
 #include <type_traits>
 
 #include "base/DataBuffer.h"
@@ -82,6 +83,16 @@ Stop convertLoop(const Source& objSource, const Sink& objSink, const unsigned ch
     out.commit(static_cast<std::size_t>(pOut - pStart));
   }
   return Stop::kAtEnd;
+}
+
+// The whole of a text, without what does not map; false for want of memory.
+template <class Source, class Sink>
+bool convertAll(const Source& objSource, const Sink& objSink, std::span<const unsigned char> arrIn,
+                DataBuffer& out, Faults& objFaults) {
+  const unsigned char* p = arrIn.data();
+  std::size_t nMissing = 0;
+  return convertLoop</*kStopAtMissing=*/false>(objSource, objSink, p, p + arrIn.size(), out,
+                                               objFaults, nMissing) == Stop::kAtEnd;
 }
 
 }  // namespace mail::convert_loops

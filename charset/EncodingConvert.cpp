@@ -15,6 +15,7 @@
 #include "charset/Japanese.h"
 #include "charset/Korean.h"
 #include "charset/MacArabic.h"
+#include "charset/TableSources.h"
 #include "charset/UtfForms.h"
 #include "platform/NarrowText.h"
 
@@ -65,7 +66,7 @@ struct ClaimedUtf8Source : convert_loops::Utf8Source {
   static convert_loops::Taken take(const unsigned char* p, const unsigned char* pEnd) {
     convert_loops::Taken objTaken = Utf8Source::take(p, pEnd);
     if (objTaken.nChar != convert_loops::kMissing) return objTaken;
-    const std::size_t nClaimed = *p < 0x80 ? 1 : (*p & 0x20) == 0 ? 2 : (*p & 0x10) == 0 ? 3 : 4;
+    const std::size_t nClaimed = convert_loops::claimedLength(*p);
     const auto nLeft = static_cast<std::size_t>(pEnd - p);
     // What is missing although it is complete has a zero in it or is overlong.
     return {nClaimed > nLeft ? nLeft : 1, convert_loops::kMissing};
@@ -259,24 +260,8 @@ bool EncodingConvert::convert_a(unsigned nFrom, unsigned nTo, Bytes arrIn, DataB
     if (nTo == kUtf8) keepAsciiOnly(out);
     return true;
   }
-  DataBuffer arrOther;  // the source in UTF-8, or in UTF-16 of the host's byte order
-  if (isUtf16(nFrom)) {
-    nFrom = kUtf16;
-    if (bBigEndian) {
-      if (!arrOther.append(arrIn.data(), arrIn.size() & ~std::size_t{1})) return fail();
-      utf_forms::swapPairs(arrOther.getData(), arrOther.getSize() / 2);
-      arrIn = arrOther.bytes();
-    }
-  } else if (isUtf32(nFrom)) {
-    log.LogInfo("converting from utf-32 to utf-8");
-    if (!utf_forms::utf32ToUtf8(arrIn, bBigEndian, arrOther, m_hadErrors)) return fail();
-    nFrom = kUtf8;
-    arrIn = arrOther.bytes();
-  } else if (nFrom == kUtf7) {
-    if (!utf_forms::utf7ToUnits(arrIn, arrOther)) return fail();
-    nFrom = kUtf16;
-    arrIn = arrOther.bytes();
-  }
+  DataBuffer arrOther;
+  if (!bringToForm(nFrom, bBigEndian, arrIn, arrOther, log)) return fail();
   if (arrIn.empty()) return true;
   if (nFrom == nTo) return out.append(arrIn.data(), arrIn.size()) || fail();
   if (nFrom == kUtf16) {
@@ -288,6 +273,29 @@ bool EncodingConvert::convert_a(unsigned nFrom, unsigned nTo, Bytes arrIn, DataB
     return convertToUnits(nFrom, arrIn, out, log);
   }
   return convertByPivot(nFrom, nTo, arrIn, out, log);
+}
+
+// A source in another form of Unicode becomes one in UTF-8, or in UTF-16 of the host's byte order,
+// in arrOther: nFrom and arrIn then tell of that. False for want of memory.
+bool EncodingConvert::bringToForm(unsigned& nFrom, bool bBigEndian, Bytes& arrIn,
+                                  DataBuffer& arrOther, LogBase& log) {
+  if (isUtf16(nFrom)) {
+    nFrom = kUtf16;
+    if (!bBigEndian) return true;
+    if (!arrOther.append(arrIn.data(), arrIn.size() & ~std::size_t{1})) return false;
+    utf_forms::swapPairs(arrOther.getData(), arrOther.getSize() / 2);
+  } else if (isUtf32(nFrom)) {
+    log.LogInfo("converting from utf-32 to utf-8");
+    if (!utf_forms::utf32ToUtf8(arrIn, bBigEndian, arrOther, m_hadErrors)) return false;
+    nFrom = kUtf8;
+  } else if (nFrom == kUtf7) {
+    if (!utf_forms::utf7ToUnits(arrIn, arrOther)) return false;
+    nFrom = kUtf16;
+  } else {
+    return true;
+  }
+  arrIn = arrOther.bytes();
+  return true;
 }
 
 bool EncodingConvert::convertUnits(unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log) {
@@ -329,17 +337,6 @@ bool EncodingConvert::convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, 
 
 namespace {
 
-// Runs the loop for one source and one sink; false for want of memory.
-template <class Source, class Sink>
-bool convertAll(const Source& objSource, const Sink& objSink, Bytes arrIn, DataBuffer& out,
-                convert_loops::Faults& objFaults) {
-  const unsigned char* p = arrIn.data();
-  std::size_t nMissing = 0;
-  return convert_loops::convertLoop</*kStopAtMissing=*/false>(
-             objSource, objSink, p, p + arrIn.size(), out, objFaults, nMissing) ==
-         convert_loops::Stop::kAtEnd;
-}
-
 // Room for the usual case at once, so that a long text does not grow its buffer step by step; it is
 // no failure if there is none.
 void reserveFor(std::size_t nBytes, DataBuffer& out) {
@@ -350,14 +347,7 @@ void reserveFor(std::size_t nBytes, DataBuffer& out) {
 template <class Convert>
 std::optional<bool> withSource(unsigned nPage, Convert fnConvert) {
   if (nPage == kUtf8) return fnConvert(convert_loops::Utf8Source{});
-  if (charset_tables::hasPairs(nPage)) {
-    const HashConvert* pTable = charset_tables::toUnicode(nPage);
-    if (pTable == nullptr) return std::nullopt;
-    return fnConvert(convert_loops::PairSource{*pTable});
-  }
-  const UnicodeLookup* pTable = charset_tables::unicodeLookup(nPage);
-  if (pTable == nullptr) return std::nullopt;
-  return fnConvert(convert_loops::SingleSource{*pTable});
+  return convert_loops::withTableSource(nPage, fnConvert);
 }
 
 }  // namespace
@@ -373,11 +363,13 @@ std::optional<bool> EncodingConvert::convertInOneLoop(unsigned nFrom, unsigned n
     if constexpr (!std::is_same_v<Source, convert_loops::Utf8Source>) {
       if (pTarget == nullptr) {
         reserveFor(arrIn.size() + arrIn.size() / 2, out);
-        return convertAll(objSource, convert_loops::Utf8Sink{}, arrIn, out, objFaults);
+        return convert_loops::convertAll(objSource, convert_loops::Utf8Sink{}, arrIn, out,
+                                         objFaults);
       }
     }
     reserveFor(arrIn.size(), out);
-    return convertAll(objSource, convert_loops::TableSink{*pTarget}, arrIn, out, objFaults);
+    return convert_loops::convertAll(objSource, convert_loops::TableSink{*pTarget}, arrIn, out,
+                                     objFaults);
   });
   if (!bDone) return std::nullopt;
   // The log shows the halves as it does when they run one after the other.
@@ -397,7 +389,7 @@ bool EncodingConvert::convertWithActions(const Source& objSource, const Sink& ob
                                          DataBuffer& out, LogBase& log) {
   convert_loops::Faults objFaults;
   if (m_errorAction == kDrop) {
-    const bool bDone = convertAll(objSource, objSink, arrIn, out, objFaults);
+    const bool bDone = convert_loops::convertAll(objSource, objSink, arrIn, out, objFaults);
     if (!bDone || objFaults.bSource || objFaults.bSink) m_hadErrors = true;
     return bDone && !objFaults.bSink;
   }
@@ -506,18 +498,9 @@ void EncodingConvert::actOn(Bytes arrMissing, unsigned nPage, DataBuffer& out, L
     case kSubstitute:
       m_markers.put({m_substitution.data(), m_nSubstitution}, out);
       break;
-    case kHexReference: {
-      constexpr std::string_view kDigits = "0123456789ABCDEF";
-      std::array<char, 16> aText{'&', '#', 'x'};
-      std::size_t nLength = 3;
-      for (const unsigned char ch : arrMissing) {
-        aText[nLength++] = kDigits[ch >> 4];
-        aText[nLength++] = kDigits[ch & 0xF];
-      }
-      aText[nLength++] = ';';
-      m_markers.put({aText.data(), nLength}, out);
+    case kHexReference:
+      putHexReference(arrMissing, out);
       break;
-    }
     case kAlternatePage:
       putAlternate(arrMissing, nPage, out, log);
       break;
@@ -534,6 +517,18 @@ void EncodingConvert::actOn(Bytes arrMissing, unsigned nPage, DataBuffer& out, L
     default:
       break;
   }
+}
+
+void EncodingConvert::putHexReference(Bytes arrMissing, DataBuffer& out) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::array<char, 16> aText{'&', '#', 'x'};
+  std::size_t nLength = 3;
+  for (const unsigned char ch : arrMissing) {
+    aText[nLength++] = kDigits[ch >> 4];
+    aText[nLength++] = kDigits[ch & 0xF];
+  }
+  aText[nLength++] = ';';
+  m_markers.put({aText.data(), nLength}, out);
 }
 
 void EncodingConvert::putAlternate(Bytes arrMissing, unsigned nPage, DataBuffer& out,

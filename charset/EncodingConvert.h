@@ -100,6 +100,8 @@ class EncodingConvert {
   bool toIso2022(Bytes arrIn, DataBuffer& out, LogBase& log);
 
   bool convert_a(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log);
+  bool bringToForm(unsigned& nFrom, bool bBigEndian, Bytes& arrIn, DataBuffer& arrOther,
+                   LogBase& log);
   bool convertUnits(unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log);
   bool convertToUnits(unsigned nFrom, Bytes arrIn, DataBuffer& out, LogBase& log);
   bool convertByPivot(unsigned nFrom, unsigned nTo, Bytes arrIn, DataBuffer& out, LogBase& log);
@@ -119,6 +121,7 @@ class EncodingConvert {
                           DataBuffer& out, LogBase& log);
 
   void actOn(Bytes arrMissing, unsigned nPage, DataBuffer& out, LogBase& log);
+  void putHexReference(Bytes arrMissing, DataBuffer& out);
   void putAlternate(Bytes arrMissing, unsigned nPage, DataBuffer& out, LogBase& log);
 
   std::uint32_t m_nSubstitution = 0;

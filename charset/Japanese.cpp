@@ -308,28 +308,22 @@ class ShiftJisReader {
       bool bMark = false;
       putDouble(widen(ch, m_pEnd - m_p > 1 ? m_p[1] : 0, bMark));
       m_p += bMark ? 2 : 1;
-    } else if (!isLead(ch)) {
+    } else if (!isLead(ch) || m_pEnd - m_p == 1 || !isTrail(m_p[1])) {
       bLeftOut = true;
-      ++m_p;
-    } else if (m_pEnd - m_p == 1) {  // a lead without a trail ends the output
-      bLeftOut = true;
-      ++m_p;
+      ++m_p;  // what follows is a character of its own
     } else {
       readPair(ch, m_p[1]);
     }
   }
 
   void readPair(unsigned nLead, unsigned nTrail) {
-    if (!isTrail(nTrail)) {
-      bLeftOut = true;
-      ++m_p;  // what follows is a character of its own
-      return;
-    }
     m_p += 2;
     const Pair objPair = toJis(nLead, nTrail);
-    bLeftOut = bLeftOut || objPair.nHigh == 0;
-    if (objPair.nHigh != 0)
+    if (objPair.nHigh == 0) {
+      bLeftOut = true;
+    } else {
       putDouble(static_cast<std::uint16_t>(objPair.nHigh << 8 | objPair.nLow));
+    }
   }
 
   void putDouble(std::uint16_t nPair) {
@@ -353,15 +347,6 @@ class ShiftJisReader {
 };
 
 }  // namespace
-
-bool Japanese::iso2022ToShiftJis(const unsigned char* pBytes, std::size_t nBytes, DataBuffer& out,
-                                 LogBase& log) {
-  unsigned char* const pStart = out.prepare(nBytes);
-  if (pStart == nullptr) return false;
-  const Written objWritten = iso2022ToShiftJis(pBytes, nBytes, pStart, log);
-  out.commit(objWritten.nBytes);
-  return objWritten.bWhole;
-}
 
 Japanese::Written Japanese::iso2022ToShiftJis(const unsigned char* pBytes, std::size_t nBytes,
                                               unsigned char* pOut, LogBase& log) {

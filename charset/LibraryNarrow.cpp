@@ -2,11 +2,13 @@
 
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "base/DataBuffer.h"
 #include "charset/CharsetTables.h"
 #include "charset/CodePages.h"
 #include "charset/ConvertLoops.h"
+#include "charset/TableSources.h"
 #include "platform/Unicode.h"
 
 namespace mail {
@@ -51,11 +53,10 @@ std::string narrowByTable(const HashConvert& objTable, std::u16string_view str) 
   const auto* p = reinterpret_cast<const unsigned char*>(str.data());
   DataBuffer arrBytes;
   Faults objFaults;
-  std::size_t nMissing = 0;
-  const Stop nStop = convertLoop</*kStopAtMissing=*/false>(
-      convert_loops::UnitSource{}, convert_loops::TableSink{objTable}, p, p + 2 * str.size(),
-      arrBytes, objFaults, nMissing);
-  if (nStop != Stop::kAtEnd) throw std::bad_alloc();
+  if (!convert_loops::convertAll(convert_loops::UnitSource{}, convert_loops::TableSink{objTable},
+                                 {p, 2 * str.size()}, arrBytes, objFaults)) {
+    throw std::bad_alloc();
+  }
   return std::string(arrBytes.view());
 }
 
@@ -64,13 +65,9 @@ std::string narrowByTable(const HashConvert& objTable, std::u16string_view str) 
 std::u16string LibraryNarrow::ToWide(std::string_view strBytes, unsigned nCodePage) const {
   if (strBytes.empty()) return {};
   if (nCodePage == code_page::kUtf8) return platform::Utf8ToUtf16(strBytes);
-  if (charset_tables::hasPairs(nCodePage)) {
-    const HashConvert* pTable = charset_tables::toUnicode(nCodePage);
-    if (pTable != nullptr) return widen(convert_loops::PairSource{*pTable}, strBytes);
-  } else if (const UnicodeLookup* pTable = charset_tables::unicodeLookup(nCodePage)) {
-    return widen(convert_loops::SingleSource{*pTable}, strBytes);
-  }
-  return widen(AsciiSource{}, strBytes);
+  auto strResult = convert_loops::withTableSource(
+      nCodePage, [&](const auto& objSource) { return widen(objSource, strBytes); });
+  return strResult ? *std::move(strResult) : widen(AsciiSource{}, strBytes);
 }
 
 std::string LibraryNarrow::ToNarrow(std::u16string_view str, unsigned nCodePage) const {

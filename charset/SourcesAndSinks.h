@@ -73,6 +73,12 @@ struct PairSource {
   }
 };
 
+// The length of a character of UTF-8 as its first byte claims it; a stray continuation byte claims
+// two.
+inline std::size_t claimedLength(std::uint32_t ch) {
+  return ch < 0x80 ? 1 : (ch & 0x20) == 0 ? 2 : (ch & 0x10) == 0 ? 3 : 4;
+}
+
 // UTF-8, read by the bits of the lead byte alone. A value of 0 and a zero among the continuation
 // bytes are missing; so is a character that the end cuts.
 struct Utf8Source {
@@ -81,7 +87,7 @@ struct Utf8Source {
   static Taken take(const unsigned char* p, const unsigned char* pEnd) {
     const std::uint32_t ch = *p;
     if (ch < 0x80) return {1, ch != 0 ? ch : kMissing};
-    const std::size_t nLength = (ch & 0x20) == 0 ? 2 : (ch & 0x10) == 0 ? 3 : 4;
+    const std::size_t nLength = claimedLength(ch);
     std::uint32_t nValue = ch & (0xFFU >> (nLength + 1));
     const auto nLeft = static_cast<std::size_t>(pEnd - p);
     for (std::size_t n = 1; n < nLength; ++n) {
@@ -121,6 +127,12 @@ struct UnitSink {
   }
 };
 
+inline void putThreeBytes(std::uint32_t nUnit, unsigned char*& pOut) {
+  *pOut++ = static_cast<unsigned char>(0xE0 | nUnit >> 12);
+  *pOut++ = static_cast<unsigned char>(0x80 | (nUnit >> 6 & 0x3F));
+  *pOut++ = static_cast<unsigned char>(0x80 | (nUnit & 0x3F));
+}
+
 // A unit in one to three bytes of UTF-8; U+0000 is left out.
 inline void putUtf8Unit(std::uint32_t nUnit, unsigned char*& pOut) {
   if (nUnit < 0x80) {
@@ -130,9 +142,7 @@ inline void putUtf8Unit(std::uint32_t nUnit, unsigned char*& pOut) {
     *pOut++ = static_cast<unsigned char>(0xC0 | nUnit >> 6);
     *pOut++ = static_cast<unsigned char>(0x80 | (nUnit & 0x3F));
   } else {
-    *pOut++ = static_cast<unsigned char>(0xE0 | nUnit >> 12);
-    *pOut++ = static_cast<unsigned char>(0x80 | (nUnit >> 6 & 0x3F));
-    *pOut++ = static_cast<unsigned char>(0x80 | (nUnit & 0x3F));
+    putThreeBytes(nUnit, pOut);
   }
 }
 

@@ -10,6 +10,8 @@
 #include <immintrin.h>
 #endif
 
+#include "charset/AsciiRuns.h"
+
 // From UTF-8: as if a character began at each of 16 bytes, its unit is computed from the byte and
 // the two behind it. Then the units of the bytes where one does begin are moved together, eight at
 // a time, by a shuffle that is looked up by a bit mask of those places. Nothing branches on which
@@ -27,6 +29,9 @@ namespace mail::unit_runs {
 #define TARNY_WITH_SHUFFLE [[gnu::target("sse4.2,popcnt")]]
 
 namespace {
+
+using ascii_runs::load;
+using ascii_runs::store;
 
 constexpr unsigned char kNothing = 0x80;  // in a shuffle: this byte is of no account
 using Shuffles = std::array<std::array<unsigned char, 16>, 256>;
@@ -62,12 +67,6 @@ constexpr Shuffles kKeepBytes = [] {
   return aShuffles;
 }();
 
-__m128i load(const unsigned char* p) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-}
-void store(unsigned char* p, __m128i arrBytes) {
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), arrBytes);
-}
 __m128i bytes(unsigned n) { return _mm_set1_epi8(static_cast<char>(n)); }
 __m128i units(unsigned n) { return _mm_set1_epi16(static_cast<short>(n)); }
 unsigned bits(__m128i arrTruth) { return static_cast<unsigned>(_mm_movemask_epi8(arrTruth)); }

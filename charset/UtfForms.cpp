@@ -12,6 +12,7 @@ namespace mail::utf_forms {
 namespace {
 
 using convert_loops::kBlock;
+using convert_loops::putThreeBytes;
 using convert_loops::putUtf8Unit;
 using convert_loops::readUnit;
 
@@ -25,12 +26,6 @@ void putFourBytes(std::uint32_t nChar, unsigned char*& pOut) {
   *pOut++ = static_cast<unsigned char>(0x80 | (nChar >> 12 & 0x3F));
   *pOut++ = static_cast<unsigned char>(0x80 | (nChar >> 6 & 0x3F));
   *pOut++ = static_cast<unsigned char>(0x80 | (nChar & 0x3F));
-}
-
-void putThreeBytes(std::uint32_t nUnit, unsigned char*& pOut) {
-  *pOut++ = static_cast<unsigned char>(0xE0 | nUnit >> 12);
-  *pOut++ = static_cast<unsigned char>(0x80 | (nUnit >> 6 & 0x3F));
-  *pOut++ = static_cast<unsigned char>(0x80 | (nUnit & 0x3F));
 }
 
 // The unit at p, which is a high surrogate, and the one behind it; returns the bytes taken.
