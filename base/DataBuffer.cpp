@@ -8,6 +8,7 @@
 #include <limits>
 #include <utility>
 
+#include "base/ByteSearch.h"
 #include "base/MemoryShortage.h"
 #include "base/Reallocate.h"
 #include "base/StringBuffer.h"
@@ -146,14 +147,7 @@ void DataBuffer::removeHead(std::size_t nBytes) {
 }
 
 bool DataBuffer::is7bit(std::size_t nBytes) const {
-  const std::size_t nEnd = nBytes == 0 ? getSize() : std::min<std::size_t>(nBytes, getSize());
-  std::size_t n = 0;
-  for (; nEnd - n >= sizeof(std::uint64_t); n += sizeof(std::uint64_t)) {
-    std::uint64_t nWord = 0;
-    std::memcpy(&nWord, m_pData + n, sizeof(nWord));
-    if ((nWord & 0x8080808080808080U) != 0) return false;
-  }
-  return std::all_of(m_pData + n, m_pData + nEnd, [](unsigned char ch) { return ch < 0x80; });
+  return byte_search::is7bit(view().substr(0, nBytes != 0 ? nBytes : getSize()));
 }
 
 std::optional<std::uint32_t> DataBuffer::findByte(unsigned char ch, std::size_t nFrom) const {

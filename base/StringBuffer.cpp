@@ -231,8 +231,7 @@ std::uint32_t StringBuffer::replaceAll(std::string_view strPart, std::string_vie
   if (nReplaced == 0) return 0;
   if (!strResult.appendRaw(strRest)) return 0;
   strResult.setLength(strResult.m_nLength);
-  clear();
-  takeOver(strResult);
+  *this = std::move(strResult);
   return nReplaced;
 }
 
@@ -265,12 +264,9 @@ void StringBuffer::removeChar(char ch) {
 
 void StringBuffer::trim() {
   if (!isValid()) return;
-  const char* pEnd = m_pText + m_nLength;
-  const char* pBegin = std::find_if_not(static_cast<const char*>(m_pText), pEnd, isAsciiSpace);
-  while (pEnd != pBegin && isAsciiSpace(pEnd[-1])) --pEnd;
-  const auto nLength = static_cast<std::uint32_t>(pEnd - pBegin);
-  std::memmove(m_pText, pBegin, nLength);
-  setLength(nLength);
+  const std::string_view strKept = trimmed(view());
+  std::memmove(m_pText, strKept.data(), strKept.size());
+  setLength(static_cast<std::uint32_t>(strKept.size()));
 }
 
 bool StringBuffer::toCrLf() {
@@ -285,8 +281,7 @@ bool StringBuffer::toCrLf() {
     if (bEnded && !strResult.appendRaw("\r\n")) return false;
   }
   strResult.setLength(strResult.m_nLength);
-  clear();
-  takeOver(strResult);
+  *this = std::move(strResult);
   return true;
 }
 
