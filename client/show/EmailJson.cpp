@@ -12,15 +12,10 @@ namespace {
 
 using nlohmann::ordered_json;
 
-std::string FieldText(const mail::Email2& email, std::string_view name) {
-  const mail::MimeField* const field = email.header().find(name);
-  return field != nullptr ? std::string(field->value().view()) : std::string();
-}
-
 ordered_json Addresses(const mail::Email2& email, std::string_view name) {
   mail::LogNull log;
   mail::ExtPtrArrayOf<mail::_ckEmailAddress> addresses;
-  mail::_ckEmailAddress::loadList(FieldText(email, name), addresses, log);
+  mail::_ckEmailAddress::loadList(mail::fieldOf(email, name), addresses, log);
   ordered_json result = ordered_json::array();
   for (std::size_t n = 0; n < addresses.getSize(); ++n) {
     result.push_back({{"name", std::string(addresses.at(n)->m_friendlyName.view())},
@@ -37,7 +32,7 @@ std::string_view FileNameOf(const mail::Email2& file) {
 ordered_json File(const mail::ShownNode& shown) {
   const mail::Email2& file = *shown.objPlaced.pNode;
   return {{"filename", std::string(FileNameOf(file))},
-          {"type", shown.bMail ? "message/rfc822" : std::string(file.type().view())},
+          {"type", mail::listedType(shown)},
           {"size", file.body().getSize()},
           {"sha256", platform::Sha256Hex(file.body().view())}};
 }
@@ -47,11 +42,11 @@ ordered_json File(const mail::ShownNode& shown) {
 ordered_json EmailJson(const mail::Email2& email) {
   const ordered_json from = Addresses(email, "from");
   ordered_json result;
-  result["subject"] = FieldText(email, "subject");
+  result["subject"] = mail::fieldOf(email, "subject");
   result["from"] = from.empty() ? ordered_json(nullptr) : from[0];
   for (const char* name : {"to", "cc", "bcc"}) result[name] = Addresses(email, name);
-  result["date"] = FieldText(email, "date");
-  result["message_id"] = FieldText(email, "message-id");
+  result["date"] = mail::fieldOf(email, "date");
+  result["message_id"] = mail::fieldOf(email, "message-id");
   result["has_html"] = false;
   result["attachments"] = ordered_json::array();
   mail::LogNull log;

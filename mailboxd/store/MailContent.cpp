@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/AsciiText.h"
 #include "base/LogNull.h"
 #include "mailboxd/store/AttachmentNames.h"
 #include "mime/email/EmailBuilding.h"
@@ -22,25 +23,18 @@ bool IsInline(const mail::ShownNode& shown) {
   mail::LogNull log;
   const auto& [part, parent] = shown.objPlaced;
   if (shown.nRole != mail::Role::kFile) return true;
-  const bool isNamed = !part->fileName().isEmpty() || !part->name().isEmpty();
-  if (!shown.bMail && !isNamed && !mail::isAttachment(shown.objPlaced, log)) return true;
+  if (!shown.bMail && !mail::isNamed(*part) && !mail::isAttachment(shown.objPlaced, log))
+    return true;
   return parent != nullptr && parent->type().equals("multipart/related") &&
          !part->disposition().equals("attachment");
 }
 
-std::string Field(const mail::Email2& part, std::string_view name) {
-  const mail::MimeField* const field = part.header().find(name);
-  return field != nullptr ? std::string(field->value().view()) : std::string();
-}
-
-std::string WithoutBrackets(std::string text) {
+std::string_view WithoutBrackets(std::string_view text) {
   if (text.size() < 2 || text.front() != '<' || text.back() != '>') return text;
   return text.substr(1, text.size() - 2);
 }
 
-bool IsBlank(std::string_view text) {
-  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
-}
+bool IsBlank(std::string_view text) { return mail::trimmed(text).empty(); }
 
 // The name that a part brings; an attached mail without one is called by its subject.
 std::string NameOf(const mail::ShownNode& shown) {
@@ -57,9 +51,9 @@ AttachmentInfo InfoOf(const mail::ShownNode& shown) {
   const mail::Email2& part = *shown.objPlaced.pNode;
   AttachmentInfo info;
   info.name = NameOf(shown);
-  info.contentType = shown.bMail ? "message/rfc822" : part.type().view();
-  info.contentId = WithoutBrackets(Field(part, "content-id"));
-  info.contentLocation = Field(part, "content-location");
+  info.contentType = mail::listedType(shown);
+  info.contentId = WithoutBrackets(mail::fieldOf(part, "content-id"));
+  info.contentLocation = mail::fieldOf(part, "content-location");
   info.isInline = IsInline(shown);
   info.isMail = shown.bMail;
   info.size = static_cast<std::int64_t>(mail::bodyForFile(part, room, log).size());

@@ -28,10 +28,6 @@ bool isPlain(const Email2& objNode) {
          (strType.isEmpty() && !objNode.keepsBytes());
 }
 
-bool isNamed(const Email2& objNode) {
-  return !objNode.name().isEmpty() || !objNode.fileName().isEmpty();
-}
-
 bool isPictureOfText(const PlacedEmail& objPlaced) {
   const MimeHeader& objHeader = objPlaced.pNode->header();
   return isUnder(objPlaced, "multipart/related") &&
@@ -127,6 +123,19 @@ int pageOf(std::string_view strText) {
 
 std::vector<ShownNode> layOut(const Email2& objRoot, LogBase& log) {
   return Layout(objRoot, log).run();
+}
+
+bool isNamed(const Email2& objNode) {
+  return !objNode.name().isEmpty() || !objNode.fileName().isEmpty();
+}
+
+std::string_view listedType(const ShownNode& objNode) {
+  return objNode.bMail ? "message/rfc822" : objNode.objPlaced.pNode->type().view();
+}
+
+std::string_view fieldOf(const Email2& objNode, std::string_view strName) {
+  const MimeField* const pField = objNode.header().find(strName);
+  return pField != nullptr ? pField->value().view() : std::string_view();
 }
 
 std::string_view readableText(const Email2& objNode, DataBuffer& objRoom, LogBase& log) {
