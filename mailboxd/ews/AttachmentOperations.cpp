@@ -19,28 +19,24 @@ void AddOne(const Context& context, std::int64_t item, pugi::xml_node node, EwsR
   }
   const auto version = context.store.AddAttachment(item, attachment);
   if (!version) throw ErrorOf("ErrorItemNotFound");
-  response.BeginSuccess();
-  response.Open("m:Attachments");
-  response.Open("t:FileAttachment");
-  response.Empty("t:AttachmentId",
-                 XmlAttribute("Id", MakeId(IdKind::kAttachment, attachment.info.id)) +
-                     XmlAttribute("RootItemId", MakeId(IdKind::kItem, item)) +
-                     XmlAttribute("RootItemChangeKey", MakeChangeKey(IdKind::kItem, *version)));
-  response.Close("t:FileAttachment");
-  response.Close("m:Attachments");
-  response.EndMessage();
+  response.Success("m:Attachments", [&] {
+    response.Open("t:FileAttachment");
+    response.Empty("t:AttachmentId",
+                   XmlAttribute("Id", MakeId(IdKind::kAttachment, attachment.info.id)) +
+                       XmlAttribute("RootItemId", MakeId(IdKind::kItem, item)) +
+                       XmlAttribute("RootItemChangeKey", MakeChangeKey(IdKind::kItem, *version)));
+    response.Close("t:FileAttachment");
+  });
 }
 
 template <typename WriteContent>
 void WriteOne(std::string_view id, const AttachmentInfo& attachment, EwsResponse& response,
               WriteContent writeContent) {
-  response.BeginSuccess();
-  response.Open("m:Attachments");
-  OpenAttachment(id, attachment, response);
-  writeContent();
-  CloseAttachment(attachment, response);
-  response.Close("m:Attachments");
-  response.EndMessage();
+  response.Success("m:Attachments", [&] {
+    OpenAttachment(id, attachment, response);
+    writeContent();
+    CloseAttachment(attachment, response);
+  });
 }
 
 template <typename Bytes>
@@ -136,25 +132,16 @@ NewAttachment ReadAttachment(pugi::xml_node node) {
 
 void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
   const std::string_view parent = Attribute(Child(request, "ParentItemId"), "Id");
-  const pugi::xml_node list = Child(request, "Attachments");
-  for (auto node = FirstElement(list); node; node = NextElement(node)) {
-    try {
-      AddOne(context, ResolveId(parent, IdKind::kItem), node, response);
-    } catch (const OperationError& error) {
-      response.Error(error, "Attachments");
-    }
-  }
+  AnswerEach(Child(request, "Attachments"), "Attachments", response, [&](pugi::xml_node node) {
+    AddOne(context, ResolveId(parent, IdKind::kItem), node, response);
+  });
 }
 
 void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  for (auto id = FirstElement(Child(request, "AttachmentIds")); id; id = NextElement(id)) {
-    try {
-      const ItemShape shape(Child(request, "AttachmentShape"), Depth::kFull);
-      GetOne(context, Attribute(id, "Id"), shape, response);
-    } catch (const OperationError& error) {
-      response.Error(error, "Attachments");
-    }
-  }
+  AnswerEach(Child(request, "AttachmentIds"), "Attachments", response, [&](pugi::xml_node id) {
+    const ItemShape shape(Child(request, "AttachmentShape"), Depth::kFull);
+    GetOne(context, Attribute(id, "Id"), shape, response);
+  });
 }
 
 }  // namespace mailbox

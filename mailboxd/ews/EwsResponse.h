@@ -18,6 +18,15 @@ class EwsResponse {
   // "Folders", "Attachments" or "".
   void BeginSuccess();
   void EndMessage();
+  // A whole message of success: `write` adds what stands in its list, "m:Items" and the like.
+  template <typename Write>
+  void Success(std::string_view list, Write write) {
+    BeginSuccess();
+    Open(list);
+    write();
+    Close(list);
+    EndMessage();
+  }
   void Error(const OperationError& error, std::string_view emptyResult);
 
   // Qualified names: "t:Subject". Open takes attributes as they stand, already escaped.

@@ -136,16 +136,19 @@ void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node pa
   response.EndMessage();
 }
 
+std::string_view ReadName(pugi::xml_node folder) {
+  constexpr size_t kLongestName = 255;  // units
+  const std::string_view name = ChildText(folder, "DisplayName");
+  if (!name.empty() && platform::Utf8ToUtf16(name).size() <= kLongestName) return name;
+  OperationError error = ErrorOf("ErrorFolderSavePropertyError");
+  error.messageXml = "<t:FieldURI FieldURI=\"folder:DisplayName\"/>";
+  throw error;
+}
+
 void CreateOne(const Context& context, pugi::xml_node parentId, pugi::xml_node node,
                EwsResponse& response) {
   const FolderInfo parent = ResolveFolder(context, parentId);
-  const std::string_view name = ChildText(node, "DisplayName");
-  constexpr size_t kLongestName = 255;  // units
-  if (name.empty() || platform::Utf8ToUtf16(name).size() > kLongestName) {
-    OperationError error = ErrorOf("ErrorFolderSavePropertyError");
-    error.messageXml = "<t:FieldURI FieldURI=\"folder:DisplayName\"/>";
-    throw error;
-  }
+  const std::string_view name = ReadName(node);
   const std::string_view element = LocalName(node);
   const auto row = std::find_if(kElements.begin(), kElements.end(),
                                 [&](const FolderElement& r) { return r.element == element; });
@@ -154,54 +157,33 @@ void CreateOne(const Context& context, pugi::xml_node parentId, pugi::xml_node n
   const auto folder =
       context.store.CreateFolder(parent, name, asked.empty() ? row->folderClass : asked);
   if (!folder) throw ErrorOf("ErrorFolderExists");
-  response.BeginSuccess();
-  response.Open("m:Folders");
-  const std::string tag = "t:" + std::string(element);
-  response.Open(tag);
-  response.Empty("t:FolderId", IdAttributes(IdKind::kFolder, folder->id, folder->version));
-  response.Close(tag);
-  response.Close("m:Folders");
-  response.EndMessage();
+  response.Success("m:Folders", [&] {
+    const std::string tag = "t:" + std::string(element);
+    response.Open(tag);
+    response.Empty("t:FolderId", IdAttributes(IdKind::kFolder, folder->id, folder->version));
+    response.Close(tag);
+  });
 }
 
 }  // namespace
 
 void FindFolder(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  const pugi::xml_node parents = Child(request, "ParentFolderIds");
-  for (auto parent = FirstElement(parents); parent; parent = NextElement(parent)) {
-    try {
-      FindBelow(context, request, parent, response);
-    } catch (const OperationError& error) {
-      response.Error(error, "");
-    }
-  }
+  AnswerEach(Child(request, "ParentFolderIds"), "", response,
+             [&](pugi::xml_node parent) { FindBelow(context, request, parent, response); });
 }
 
 void GetFolder(const Context& context, pugi::xml_node request, EwsResponse& response) {
   const FolderShape shape(Child(request, "FolderShape"));
-  for (auto id = FirstElement(Child(request, "FolderIds")); id; id = NextElement(id)) {
-    try {
-      const FolderInfo folder = ResolveFolder(context, id);
-      response.BeginSuccess();
-      response.Open("m:Folders");
-      WriteFolder(folder, shape, response);
-      response.Close("m:Folders");
-      response.EndMessage();
-    } catch (const OperationError& error) {
-      response.Error(error, "Folders");
-    }
-  }
+  AnswerEach(Child(request, "FolderIds"), "Folders", response, [&](pugi::xml_node id) {
+    const FolderInfo folder = ResolveFolder(context, id);
+    response.Success("m:Folders", [&] { WriteFolder(folder, shape, response); });
+  });
 }
 
 void CreateFolder(const Context& context, pugi::xml_node request, EwsResponse& response) {
   const pugi::xml_node parent = FirstElement(Child(request, "ParentFolderId"));
-  for (auto node = FirstElement(Child(request, "Folders")); node; node = NextElement(node)) {
-    try {
-      CreateOne(context, parent, node, response);
-    } catch (const OperationError& error) {
-      response.Error(error, "Folders");
-    }
-  }
+  AnswerEach(Child(request, "Folders"), "Folders", response,
+             [&](pugi::xml_node node) { CreateOne(context, parent, node, response); });
 }
 
 }  // namespace mailbox

@@ -58,40 +58,46 @@ void CheckSize(const Context& context, const NewItem& item) {
   if (size > context.maximumMessageSize) throw ErrorOf("ErrorMessageSizeExceeded");
 }
 
+// Where a new item is to lie: among the drafts, if the request does not say.
+FolderInfo PlaceOf(const Context& context, pugi::xml_node request) {
+  if (const pugi::xml_node id = FirstElement(Child(request, "SavedItemFolderId"))) {
+    return ResolveFolder(context, id);
+  }
+  const auto drafts = context.store.FindWellKnown(context.store.Mailbox(context.mailbox), "drafts");
+  return context.store.Folder(drafts.value_or(0)).value_or(FolderInfo());
+}
+
+void ThrowOrderedError(const Context& context) {
+  if (const std::string code = context.faults.TakeItemError(); !code.empty()) throw ErrorOf(code);
+}
+
+void WriteIds(const NewItem& item, EwsResponse& response) {
+  response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.info.id, item.info.version));
+  if (item.attachments.empty()) return;
+  response.Open("t:Attachments");
+  for (const NewAttachment& attachment : item.attachments) {
+    response.Open("t:FileAttachment");
+    response.Empty("t:AttachmentId",
+                   XmlAttribute("Id", MakeId(IdKind::kAttachment, attachment.info.id)));
+    response.Close("t:FileAttachment");
+  }
+  response.Close("t:Attachments");
+}
+
 void CreateOne(const Context& context, pugi::xml_node request, pugi::xml_node node,
                EwsResponse& response) {
-  FolderInfo folder;
-  if (const pugi::xml_node id = FirstElement(Child(request, "SavedItemFolderId"))) {
-    folder = ResolveFolder(context, id);
-  } else {
-    const auto drafts =
-        context.store.FindWellKnown(context.store.Mailbox(context.mailbox), "drafts");
-    folder = context.store.Folder(drafts.value_or(0)).value_or(FolderInfo());
-  }
+  const FolderInfo folder = PlaceOf(context, request);
   CheckPlace(request, node, folder);
-  if (const std::string code = context.faults.TakeItemError(); !code.empty()) throw ErrorOf(code);
+  ThrowOrderedError(context);
   NewItem item = ReadNewItem(node);
   CheckSize(context, item);
   item.info.folder = folder.id;
   context.store.CreateItem(item);
-
-  response.BeginSuccess();
-  response.Open("m:Items");
-  response.Open("t:Message");
-  response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.info.id, item.info.version));
-  if (!item.attachments.empty()) {
-    response.Open("t:Attachments");
-    for (const NewAttachment& attachment : item.attachments) {
-      response.Open("t:FileAttachment");
-      response.Empty("t:AttachmentId",
-                     XmlAttribute("Id", MakeId(IdKind::kAttachment, attachment.info.id)));
-      response.Close("t:FileAttachment");
-    }
-    response.Close("t:Attachments");
-  }
-  response.Close("t:Message");
-  response.Close("m:Items");
-  response.EndMessage();
+  response.Success("m:Items", [&] {
+    response.Open("t:Message");
+    WriteIds(item, response);
+    response.Close("t:Message");
+  });
 }
 
 void GetOne(const Context& context, std::int64_t id, const ItemShape& shape,
@@ -102,11 +108,7 @@ void GetOne(const Context& context, std::int64_t id, const ItemShape& shape,
   if (shape.Wants("item:HasAttachments") && LookForFiles(mail, *item)) {
     context.store.SetMailHasFiles({{id, *item->mailHasFiles}});
   }
-  response.BeginSuccess();
-  response.Open("m:Items");
-  WriteItem(context, *item, mail, shape, response);
-  response.Close("m:Items");
-  response.EndMessage();
+  response.Success("m:Items", [&] { WriteItem(context, *item, mail, shape, response); });
 }
 
 void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node parent,
@@ -169,7 +171,7 @@ ItemInfo ChangeItem(const Context& context, pugi::xml_node request, pugi::xml_no
 
 void UpdateOne(const Context& context, pugi::xml_node request, pugi::xml_node change,
                EwsResponse& response) {
-  if (const std::string code = context.faults.TakeItemError(); !code.empty()) throw ErrorOf(code);
+  ThrowOrderedError(context);
   const ItemInfo item = ChangeItem(context, request, change);
   const std::string tag = "t:" + item.element;
   response.BeginSuccess();
@@ -200,61 +202,36 @@ void DeleteOne(const Context& context, std::string_view how, std::int64_t id) {
 }  // namespace
 
 void CreateItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  for (auto node = FirstElement(Child(request, "Items")); node; node = NextElement(node)) {
-    try {
-      CreateOne(context, request, node, response);
-    } catch (const OperationError& error) {
-      response.Error(error, "Items");
-    }
-  }
+  AnswerEach(Child(request, "Items"), "Items", response,
+             [&](pugi::xml_node node) { CreateOne(context, request, node, response); });
 }
 
 void GetItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  const pugi::xml_node shapeNode = Child(request, "ItemShape");
-  for (auto id = FirstElement(Child(request, "ItemIds")); id; id = NextElement(id)) {
-    try {
-      const ItemShape shape(shapeNode, Depth::kFull);
-      GetOne(context, ResolveId(Attribute(id, "Id"), IdKind::kItem), shape, response);
-    } catch (const OperationError& error) {
-      response.Error(error, "Items");
-    }
-  }
+  AnswerEach(Child(request, "ItemIds"), "Items", response, [&](pugi::xml_node id) {
+    const ItemShape shape(Child(request, "ItemShape"), Depth::kFull);
+    GetOne(context, ResolveId(Attribute(id, "Id"), IdKind::kItem), shape, response);
+  });
 }
 
 void FindItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  const pugi::xml_node parents = Child(request, "ParentFolderIds");
-  for (auto parent = FirstElement(parents); parent; parent = NextElement(parent)) {
-    try {
-      const ItemShape shape(Child(request, "ItemShape"), Depth::kSummary);
-      FindBelow(context, request, parent, shape, response);
-    } catch (const OperationError& error) {
-      response.Error(error, "");
-    }
-  }
+  AnswerEach(Child(request, "ParentFolderIds"), "", response, [&](pugi::xml_node parent) {
+    const ItemShape shape(Child(request, "ItemShape"), Depth::kSummary);
+    FindBelow(context, request, parent, shape, response);
+  });
 }
 
 void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  const pugi::xml_node changes = Child(request, "ItemChanges");
-  for (auto change = FirstElement(changes); change; change = NextElement(change)) {
-    try {
-      UpdateOne(context, request, change, response);
-    } catch (const OperationError& error) {
-      response.Error(error, "Items");
-    }
-  }
+  AnswerEach(Child(request, "ItemChanges"), "Items", response,
+             [&](pugi::xml_node change) { UpdateOne(context, request, change, response); });
 }
 
 void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  for (auto id = FirstElement(Child(request, "ItemIds")); id; id = NextElement(id)) {
-    try {
-      DeleteOne(context, Attribute(request, "DeleteType"),
-                ResolveId(Attribute(id, "Id"), IdKind::kItem));
-      response.BeginSuccess();
-      response.EndMessage();
-    } catch (const OperationError& error) {
-      response.Error(error, "");
-    }
-  }
+  AnswerEach(Child(request, "ItemIds"), "", response, [&](pugi::xml_node id) {
+    DeleteOne(context, Attribute(request, "DeleteType"),
+              ResolveId(Attribute(id, "Id"), IdKind::kItem));
+    response.BeginSuccess();
+    response.EndMessage();
+  });
 }
 
 }  // namespace mailbox

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/EwsResponse.h"
 #include "mailboxd/ews/Faults.h"
 #include "mailboxd/store/Ids.h"
@@ -35,6 +36,20 @@ void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& res
 void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& response);
 void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
 void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
+
+// Does the work for each element of a list, one response message each; one that fails gets its
+// error there, beside an empty `emptyResult` (EwsResponse::Error).
+template <typename Work>
+void AnswerEach(pugi::xml_node list, std::string_view emptyResult, EwsResponse& response,
+                Work work) {
+  for (auto one = FirstElement(list); one; one = NextElement(one)) {
+    try {
+      work(one);
+    } catch (const OperationError& error) {
+      response.Error(error, emptyResult);
+    }
+  }
+}
 
 // The folder that a FolderId or DistinguishedFolderId element means. Throws OperationError.
 FolderInfo ResolveFolder(const Context& context, pugi::xml_node id);
