@@ -72,6 +72,10 @@ OperationError ErrorOf(std::string_view responseCode) {
   return OperationError(responseCode, row ? row->text : "The operation failed.");
 }
 
+SoapFault FaultOf(std::string_view responseCode) {
+  return SoapFault(responseCode, ErrorOf(responseCode).text);
+}
+
 bool IsKnownCode(std::string_view responseCode) { return Find(responseCode) != nullptr; }
 
 }  // namespace mailbox

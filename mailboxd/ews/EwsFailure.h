@@ -33,6 +33,8 @@ struct OperationError : std::exception {
 
 // The error that a response code stands for, with the text that goes with it.
 OperationError ErrorOf(std::string_view responseCode);
+// The same as a fault of the whole request.
+SoapFault FaultOf(std::string_view responseCode);
 // True for a code whose text is known.
 bool IsKnownCode(std::string_view responseCode);
 

@@ -1,16 +1,14 @@
 #include "mailboxd/ews/EwsSchema.h"
 
 #include <algorithm>
-#include <cctype>
-#include <charconv>
 #include <string>
 #include <vector>
 
+#include "base/AsciiText.h"
 #include "mailboxd/ews/EwsFailure.h"
-#include "mailboxd/ews/EwsFieldTable.h"
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/EwsSchemaTable.h"
-#include "mailboxd/store/DateTime.h"
+#include "mailboxd/ews/EwsValues.h"
 #include "platform/Unicode.h"
 
 // The walk holds a document against the types of EwsSchemaTable.cpp, with a stack on the heap; an
@@ -24,8 +22,6 @@ using namespace schema;
 constexpr std::string_view kSoapSpace = "http://schemas.xmlsoap.org/soap/envelope/";
 constexpr std::string_view kMessagesSpace =
     "http://schemas.microsoft.com/exchange/services/2006/messages";
-constexpr std::string_view kTypesSpace =
-    "http://schemas.microsoft.com/exchange/services/2006/types";
 
 constexpr size_t kMostAttributes = 64;  // of one element
 
@@ -58,85 +54,6 @@ std::string_view NamespaceOf(pugi::xml_node node) {
     }
   }
   return {};
-}
-
-std::string_view Trimmed(std::string_view text) {
-  const size_t first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
-
-bool IsInt(std::string_view text) {
-  if (text.starts_with('+')) text.remove_prefix(1);
-  int value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  return error == std::errc() && end == text.data() + text.size();
-}
-
-bool IsTag(std::string_view text) {
-  const bool hex = text.starts_with("0x") || text.starts_with("0X");
-  if (hex) text.remove_prefix(2);
-  unsigned value = 0;
-  const auto [end, error] =
-      std::from_chars(text.data(), text.data() + text.size(), value, hex ? 16 : 10);
-  return error == std::errc() && end == text.data() + text.size() && value <= 0xFFFF;
-}
-
-bool IsGuid(std::string_view text) {
-  if (text.size() != 36) return false;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
-    if (dash ? text[i] != '-' : !std::isxdigit(static_cast<unsigned char>(text[i]))) return false;
-  }
-  return true;
-}
-
-// Why a value does not fit its kind, in the words of a violation; "" when it does. Base64 is looked
-// at where it is decoded.
-std::string WhyNot(const Kind& kind, std::string_view text) {
-  switch (kind.value) {
-    case Value::kNone:
-    case Value::kString:
-    case Value::kBase64:
-      return "";
-    case Value::kNonEmpty:
-      return text.empty() ? "The actual length is less than the MinLength value." : "";
-    case Value::kBoolean: {
-      const std::string_view word = Trimmed(text);
-      if (word == "true" || word == "false" || word == "1" || word == "0") return "";
-      return "The string '" + std::string(text) + "' is not a valid Boolean value.";
-    }
-    case Value::kInt:
-      if (IsInt(Trimmed(text))) return "";
-      return "The string '" + std::string(text) + "' is not a valid Int32 value.";
-    case Value::kDateTime:
-      if (ReadDateTime(Trimmed(text))) return "";
-      return "The string '" + std::string(text) + "' is not a valid DateTime value.";
-    case Value::kTag:
-      return IsTag(text) ? "" : "The Pattern constraint failed.";
-    case Value::kGuid:
-      return IsGuid(text) ? "" : "The Pattern constraint failed.";
-    case Value::kField:
-      return IsFieldUri(text) ? "" : "The Enumeration constraint failed.";
-    case Value::kChoices:
-      if (std::find(kind.choices.begin(), kind.choices.end(), text) != kind.choices.end())
-        return "";
-      return "The Enumeration constraint failed.";
-  }
-  return "";
-}
-
-std::string DataTypeName(const Kind& kind) {
-  switch (kind.value) {
-    case Value::kString:
-    case Value::kBoolean:
-    case Value::kInt:
-    case Value::kDateTime:
-    case Value::kBase64:
-      return "http://www.w3.org/2001/XMLSchema:" + std::string(kind.name);
-    default:
-      return std::string(kTypesSpace) + ":" + std::string(kind.name);
-  }
 }
 
 // Characters that XML does not allow reach the tree as references or as raw bytes.
@@ -293,7 +210,7 @@ class Walk {
     const size_t base = m_open.size();
     for (const pugi::xml_node child : open.node.children()) {
       if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
-        if (Trimmed(child.value()).empty()) continue;
+        if (mail::trimmed(child.value()).empty()) continue;
         Fail(open.node, "The element " + Named(open.node) + " cannot contain text." +
                             Expected(type, position, count));
       }

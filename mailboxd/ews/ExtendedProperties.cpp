@@ -5,6 +5,7 @@
 
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/store/DateTime.h"
+#include "mailboxd/store/Numbers.h"
 
 namespace mailbox {
 namespace {
@@ -27,9 +28,7 @@ bool FitsType(std::string_view type, const std::string& value) {
     return value == "true" || value == "false" || value == "1" || value == "0";
   }
   if (type.starts_with("Integer") || type.starts_with("Long") || type.starts_with("Short")) {
-    long long number = 0;
-    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-    return error == std::errc() && end == value.data() + value.size();
+    return WholeNumber<long long>(value).has_value();
   }
   return true;
 }

@@ -1,18 +1,16 @@
 #include "mailboxd/ews/Faults.h"
 
-#include <charconv>
 #include <optional>
 
 #include "mailboxd/ews/EwsFailure.h"
+#include "mailboxd/store/Numbers.h"
 
 namespace mailbox {
 namespace {
 
 std::optional<int> Number(std::string_view text) {
-  int value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || value < 0) return std::nullopt;
-  return value;
+  const auto value = WholeNumber<int>(text);
+  return value.value_or(-1) >= 0 ? value : std::nullopt;
 }
 
 bool TakeOne(int& count) { return count > 0 && count-- > 0; }

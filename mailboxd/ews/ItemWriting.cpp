@@ -169,8 +169,7 @@ void WriteItemFields(const Context& context, const ItemInfo& item, MailOfItem& m
   if (shape.Wants("item:DisplayCc")) response.Element("t:DisplayCc", Display(item.cc));
   if (shape.Wants("item:DisplayTo")) response.Element("t:DisplayTo", Display(item.to));
   if (shape.Wants("item:HasAttachments")) {
-    response.Boolean("t:HasAttachments",
-                     item.attachmentCount > 0 || item.mailHasFiles.value_or(false));
+    response.Boolean("t:HasAttachments", HasFiles(item));
   }
   WriteProperties(item, shape, response);
 }

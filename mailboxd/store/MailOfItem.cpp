@@ -63,6 +63,10 @@ ItemInfo MailOfItem::Describe() {
   return item;
 }
 
+bool HasFiles(const ItemInfo& item) {
+  return item.attachmentCount > 0 || item.mailHasFiles.value_or(false);
+}
+
 bool LookForFiles(MailOfItem& mail, ItemInfo& item) {
   if (item.mailHasFiles || item.attachmentCount > 0) return false;
   item.mailHasFiles = mail.Content() != nullptr && mail.Content()->HasFiles();

@@ -47,6 +47,8 @@ class MailOfItem {
   std::optional<MailContent> m_content;
 };
 
+// Whether the item has files, as far as is known: see LookForFiles.
+bool HasFiles(const ItemInfo& item);
 // Sets the item's mailHasFiles where it decides and nobody has asked before; true then, for the
 // store to keep it. A large mail is looked through now, and not while it is saved.
 bool LookForFiles(MailOfItem& mail, ItemInfo& item);

@@ -1,9 +1,11 @@
 #include "mailboxd/store/Store.h"
 
-#include <chrono>
+#include <algorithm>
 #include <ctime>
 #include <map>
 
+#include "base/AsciiText.h"
+#include "mailboxd/store/DateTime.h"
 #include "mailboxd/store/StoreImplementation.h"
 #include "mailboxd/store/StoreSchema.h"
 #include "platform/Unicode.h"
@@ -33,23 +35,11 @@ const RowShape<MailboxInfo> kMailboxes("mailboxes", {{"id", Into<&MailboxInfo::i
 
 }  // namespace
 
-std::string UtcNow() {
-  const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-  std::tm fields{};
-  gmtime_r(&now, &fields);
-  char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &fields);
-  return text;
-}
+std::string UtcNow() { return FormatDateTime(std::time(nullptr)); }
 
 std::string NormalAddress(std::string_view address) {
-  const size_t first = address.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return "";
-  address = address.substr(first, address.find_last_not_of(" \t\r\n") - first + 1);
-  std::string normal(address);
-  for (char& c : normal) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  std::string normal(mail::trimmed(address));
+  std::transform(normal.begin(), normal.end(), normal.begin(), mail::toLowerAscii);
   return normal;
 }
 

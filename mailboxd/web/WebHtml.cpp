@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/AsciiText.h"
 #include "platform/Unicode.h"
 
 namespace mailbox::web {
@@ -51,8 +52,8 @@ std::string Text(std::string_view raw) {
 }
 
 std::string TextOr(std::string_view raw, std::string_view otherwise) {
-  const bool blank = raw.find_first_not_of(" \t\r\n") == std::string_view::npos;
-  if (blank) return "<span class=\"soft\">" + std::string(otherwise) + "</span>";
+  if (mail::trimmed(raw).empty())
+    return "<span class=\"soft\">" + std::string(otherwise) + "</span>";
   return Text(Cut(raw, kNameShown)) + (raw.size() > kNameShown ? "…" : "");
 }
 
@@ -84,6 +85,10 @@ std::string Name(const Address& address) {
 
 std::string Link(const std::string& target, const std::string& html) {
   return "<a href=\"" + target + "\">" + html + "</a>";
+}
+
+std::string LinkIf(bool there, const std::string& target, const std::string& html) {
+  return there ? Link(target, html) : "<span class=\"soft\">" + html + "</span>";
 }
 
 std::string FolderLink(std::int64_t id, const std::string& html) {

@@ -31,6 +31,8 @@ std::string Name(const Address& address);   // plain text: "Ann <ann@example.com
 
 // `target` is a path of ours, `html` what shows.
 std::string Link(const std::string& target, const std::string& html);
+// The text alone, softly, where there is nothing to lead to.
+std::string LinkIf(bool there, const std::string& target, const std::string& html);
 std::string FolderLink(std::int64_t id, const std::string& html);
 
 struct Column {

@@ -1,7 +1,6 @@
 #include "mailboxd/web/WebItem.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,6 +8,7 @@
 #include "base/ExtPtrArray.h"
 #include "base/LogNull.h"
 #include "mailboxd/store/MailOfItem.h"
+#include "mailboxd/store/Numbers.h"
 #include "mailboxd/web/DownloadName.h"
 #include "mailboxd/web/InlinePictures.h"
 #include "mailboxd/web/WebHtml.h"
@@ -217,25 +217,32 @@ std::string NeighbourLinks(Store& store, const View& view) {
   if (view.mail.IsWithin()) return "";
   const Store::Neighbours beside = store.NeighboursOf(view.item);
   const auto link = [](std::int64_t id, const char* text) {
-    if (id == 0) return "<span class=\"soft\">" + std::string(text) + "</span>";
-    return Link("/item/" + std::to_string(id), text);
+    return LinkIf(id != 0, "/item/" + std::to_string(id), text);
   };
   return "<nav class=\"pages\" aria-label=\"Items\">" + link(beside.newer, "‹ Newer") +
          link(beside.older, "Older ›") + "</nav>\n";
+}
+
+// The item's own body, else those of its mail.
+struct Body {
+  std::string_view text;
+  std::string_view html;
+};
+Body BodyOf(View& view) {
+  const ItemInfo& item = view.item;
+  if (item.bodyType == "HTML") return {"", item.body};
+  if (!item.bodyType.empty()) return {item.body, ""};
+  const MailContent* const mail = view.mail.Content();
+  return mail != nullptr ? Body{mail->Text(), mail->Html()} : Body{};
 }
 
 WebReply ItemPage(Store& store, View& view) {
   const ItemInfo& item = view.item;
   std::string content =
       NeighbourLinks(store, view) + SummaryBox(view) + AttachmentBox(AttachmentRows(store, view));
-  const MailContent* const mail = view.mail.Content();
-  if (!item.bodyType.empty()) {
-    const bool isHtml = item.bodyType == "HTML";
-    content += BodyBox(isHtml ? "" : item.body, isHtml ? item.body : "", view.base);
-  } else if (mail != nullptr) {
-    content += BodyBox(mail->Text(), mail->Html(), view.base);
-  }
-  if (mail != nullptr) {
+  const Body body = BodyOf(view);
+  content += BodyBox(body.text, body.html, view.base);
+  if (const MailContent* const mail = view.mail.Content(); mail != nullptr) {
     content += HeaderBox(mail->Fields()) + SourceBox(view);
   } else if (!item.body.empty()) {
     content += "<p>" + Link(view.base + "/source", "Save the body") + "</p>\n";
@@ -249,15 +256,11 @@ WebReply BodyPage(View& view) {
   constexpr std::string_view kStyle =
       "<style>body{font:15px/1.5 system-ui,sans-serif;margin:12px;overflow-wrap:break-word}"
       "img{max-width:100%;height:auto}</style>\n";
-  const MailContent* const mail = view.mail.Content();
-  std::string html;
-  if (view.item.bodyType == "HTML") {
-    html = mail != nullptr ? WithPictures(view.item.body, *mail) : view.item.body;
-  } else if (view.item.bodyType.empty() && mail != nullptr) {
-    html = WithPictures(mail->Html(), *mail);
-  }
+  const std::string_view html = BodyOf(view).html;
   if (html.empty()) return NotFound();
-  return {200, WebReply().type, std::string(kStyle) + html, "", kBodyPolicy};
+  const MailContent* const mail = view.mail.Content();
+  const std::string shown = mail != nullptr ? WithPictures(html, *mail) : std::string(html);
+  return {200, WebReply().type, std::string(kStyle) + shown, "", kBodyPolicy};
 }
 
 // A type that may stand in a header as it is; what the mail claims otherwise is not told on.
@@ -314,9 +317,7 @@ WebReply NotFound() {
 }
 
 std::int64_t NumberIn(std::string_view text) {
-  std::int64_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc() && end == text.data() + text.size() && number > 0 ? number : 0;
+  return std::max<std::int64_t>(0, WholeNumber<std::int64_t>(text).value_or(0));
 }
 
 WebReply AnswerItem(Store& store, std::int64_t id, std::span<const std::string_view> rest) {

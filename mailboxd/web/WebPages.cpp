@@ -111,13 +111,12 @@ constexpr std::string_view kClip =
     "0 0-4.2-4.2L3.4 8.1a4.2 4.2 0 0 0 5.9 5.9L13 10.3\"/></svg>";
 
 std::string ItemRow(const ItemInfo& item) {
-  const bool files = item.attachmentCount > 0 || item.mailHasFiles.value_or(false);
   const std::string sender =
       item.from ? (item.from->name.empty() ? item.from->address : item.from->name) : "";
   return std::string(item.isRead ? "<tr>" : "<tr class=\"unread\">") + "<td>" +
          (item.isRead ? "" : "<span class=\"hidden\">unread </span>") +
          Link("/item/" + std::to_string(item.id), TextOr(item.subject, "(no subject)")) +
-         std::string(files ? kClip : "") + "</td><td" +
+         std::string(HasFiles(item) ? kClip : "") + "</td><td" +
          (sender.empty() ? "" : " title=\"" + Text(Cut(Name(*item.from), kNameShown)) + "\"") +
          ">" + TextOr(sender, "–") + "</td><td class=\"date\">" + Date(DateOf(item)) +
          "</td><td class=\"number\">" + Size(item.size) + "</td></tr>\n";
@@ -127,8 +126,7 @@ std::string PageLinks(std::int64_t folder, std::int64_t page, std::int64_t pages
   if (pages < 2) return "";
   const auto link = [&](std::int64_t to, const char* text) {
     const bool there = to >= 1 && to <= pages && to != page;
-    const std::string target = "/folder/" + std::to_string(folder) + "?page=" + std::to_string(to);
-    return there ? Link(target, text) : "<span class=\"soft\">" + std::string(text) + "</span>";
+    return LinkIf(there, "/folder/" + std::to_string(folder) + "?page=" + std::to_string(to), text);
   };
   return "<nav class=\"pages\" aria-label=\"Pages\">" + link(1, "« Newest") +
          link(page - 1, "‹ Newer") + "<span>Page " + std::to_string(page) + " of " +

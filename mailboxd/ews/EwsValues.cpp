@@ -1,0 +1,83 @@
+#include "mailboxd/ews/EwsValues.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "base/AsciiText.h"
+#include "mailboxd/ews/EwsFieldTable.h"
+#include "mailboxd/store/DateTime.h"
+#include "mailboxd/store/Numbers.h"
+
+namespace mailbox::schema {
+namespace {
+
+bool IsInt(std::string_view text) {
+  if (text.starts_with('+')) text.remove_prefix(1);
+  return WholeNumber<int>(text).has_value();
+}
+
+bool IsTag(std::string_view text) {
+  const bool hex = text.starts_with("0x") || text.starts_with("0X");
+  if (hex) text.remove_prefix(2);
+  const auto value = WholeNumber<unsigned>(text, hex ? 16 : 10);
+  return value && *value <= 0xFFFF;
+}
+
+bool IsGuid(std::string_view text) {
+  if (text.size() != 36) return false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
+    if (dash ? text[i] != '-' : !std::isxdigit(static_cast<unsigned char>(text[i]))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string WhyNot(const Kind& kind, std::string_view text) {
+  switch (kind.value) {
+    case Value::kNone:
+    case Value::kString:
+    case Value::kBase64:
+      return "";
+    case Value::kNonEmpty:
+      return text.empty() ? "The actual length is less than the MinLength value." : "";
+    case Value::kBoolean: {
+      const std::string_view word = mail::trimmed(text);
+      if (word == "true" || word == "false" || word == "1" || word == "0") return "";
+      return "The string '" + std::string(text) + "' is not a valid Boolean value.";
+    }
+    case Value::kInt:
+      if (IsInt(mail::trimmed(text))) return "";
+      return "The string '" + std::string(text) + "' is not a valid Int32 value.";
+    case Value::kDateTime:
+      if (ReadDateTime(mail::trimmed(text))) return "";
+      return "The string '" + std::string(text) + "' is not a valid DateTime value.";
+    case Value::kTag:
+      return IsTag(text) ? "" : "The Pattern constraint failed.";
+    case Value::kGuid:
+      return IsGuid(text) ? "" : "The Pattern constraint failed.";
+    case Value::kField:
+      return IsFieldUri(text) ? "" : "The Enumeration constraint failed.";
+    case Value::kChoices:
+      if (std::find(kind.choices.begin(), kind.choices.end(), text) != kind.choices.end())
+        return "";
+      return "The Enumeration constraint failed.";
+  }
+  return "";
+}
+
+std::string DataTypeName(const Kind& kind) {
+  switch (kind.value) {
+    case Value::kString:
+    case Value::kBoolean:
+    case Value::kInt:
+    case Value::kDateTime:
+    case Value::kBase64:
+      return "http://www.w3.org/2001/XMLSchema:" + std::string(kind.name);
+    default:
+      return std::string(kTypesSpace) + ":" + std::string(kind.name);
+  }
+}
+
+}  // namespace mailbox::schema
