@@ -5,19 +5,19 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-#include <cerrno>
-#include <cstring>
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <thread>
 
+#include "base/AsciiText.h"
 #include "mailboxd/Certificate.h"
-#include "mailboxd/TokenEndpoint.h"
+#include "mailboxd/Logins.h"
 #include "mailboxd/ews/Autodiscover.h"
 #include "mailboxd/ews/Operations.h"
 #include "mailboxd/web/WebPages.h"
-#include "platform/Base64.h"
 #include "platform/Sqlite.h"
 
 namespace mailbox {
@@ -50,9 +50,7 @@ void ForEachConnection(int port, Use use) {
 }
 
 std::string Lower(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  std::transform(text.begin(), text.end(), text.begin(), mail::toLowerAscii);
   return text;
 }
 
@@ -70,20 +68,13 @@ class Server::Implementation {
       : m_options(options),
         m_lock(options.dataFolder, options.lifetime),
         m_store(options.dataFolder + "/mailbox.db"),
-        m_tokens(options.user.empty() ? "" : options.password) {
+        m_logins(options.user, options.password) {
     for (const std::string& fault : options.faults) {
       if (!m_faults.Add(fault)) throw std::invalid_argument("no such fault: " + fault);
     }
-    if (options.https) {
-      const Certificate files = EnsureCertificate(options.dataFolder);
-      m_certificate = files.certificateFile;
-      m_http = std::make_unique<httplib::SSLServer>(files.certificateFile.c_str(),
-                                                    files.keyFile.c_str());
-    } else {
-      m_http = std::make_unique<httplib::Server>();
-    }
-    if (!m_http->is_valid()) throw std::runtime_error("the certificate cannot be used");
+    MakeHttp();
     Configure();
+    Route();
     Bind();
   }
 
@@ -100,13 +91,19 @@ class Server::Implementation {
     m_thread.join();
   }
 
+  void MakeHttp();
   void Configure();
+  void Route();
   void Bind();
+  void HandlePost(const httplib::Request& request, httplib::Response& response,
+                  const httplib::ContentReader& reader);
+  void HandleGet(const httplib::Request& request, httplib::Response& response);
   void Handle(const httplib::Request& request, httplib::Response& response, std::string& body);
   void HandleEws(const httplib::Request& request, httplib::Response& response, std::string& body);
   bool Fail(const httplib::Request& request, httplib::Response& response);
-  std::optional<std::string> Login(const httplib::Request& request);
-  std::optional<std::string> BasicLogin(const std::string& credentials) const;
+  std::optional<std::string> Login(const httplib::Request& request) {
+    return m_logins.NameIn(request.get_header_value("Authorization"));
+  }
   void HandlePage(const httplib::Request& request, httplib::Response& response);
   std::string UrlFor(const std::string& host) const {
     return (m_options.https ? "https://" : "http://") + host;
@@ -117,7 +114,7 @@ class Server::Implementation {
   DataFolderLock m_lock;
   Store m_store;
   Faults m_faults;
-  TokenEndpoint m_tokens;
+  Logins m_logins;
   std::string m_certificate;
   std::unique_ptr<httplib::Server> m_http;
   int m_listening = -1;  // the library's own
@@ -142,6 +139,10 @@ void Send(httplib::Response& response, int status, const std::string& type, std:
                                 });
 }
 
+// In lower case; they are known in any.
+constexpr std::string_view kEwsPath = "/ews/exchange.asmx";
+constexpr std::string_view kAutodiscoverPath = "/autodiscover/autodiscover.xml";
+
 constexpr char kXml[] = "text/xml; charset=utf-8";
 
 bool IsHost(const std::string& host) {
@@ -162,6 +163,18 @@ bool IsLoopbackName(std::string_view host) {
 
 }  // namespace
 
+void Server::Implementation::MakeHttp() {
+  if (m_options.https) {
+    const Certificate files = EnsureCertificate(m_options.dataFolder);
+    m_certificate = files.certificateFile;
+    m_http =
+        std::make_unique<httplib::SSLServer>(files.certificateFile.c_str(), files.keyFile.c_str());
+  } else {
+    m_http = std::make_unique<httplib::Server>();
+  }
+  if (!m_http->is_valid()) throw std::runtime_error("the certificate cannot be used");
+}
+
 void Server::Implementation::Configure() {
   m_http->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };  // freed by it
   m_http->set_socket_options([this](socket_t fd) {
@@ -174,37 +187,19 @@ void Server::Implementation::Configure() {
   m_http->set_keep_alive_timeout(kKeepAlive);
   m_http->set_read_timeout(kPatience, 0);
   m_http->set_write_timeout(kPatience, 0);
+}
+
+void Server::Implementation::Route() {
   m_http->Post(".*", [this](const httplib::Request& request, httplib::Response& response,
                             const httplib::ContentReader& reader) {
-    std::string body;
-    const auto length = request.get_header_value<std::uint64_t>("Content-Length");
-    if (length <= kLargestRequest) body.reserve(static_cast<size_t>(length));
-    if (request.is_multipart_form_data()) {
-      response.status = 415;
-      return;
-    }
-    const bool complete = reader([&](const char* data, size_t size) {
-      if (size > kLargestRequest - body.size()) return false;
-      body.append(data, size);
-      return true;
-    });
-    if (complete) Handle(request, response, body);
+    HandlePost(request, response, reader);
   });
   m_http->Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
-    std::string none;
-    const std::string path = Lower(request.path);
-    if (IsPagePath(request.path)) {
-      HandlePage(request, response);
-    } else if (path == "/autodiscover/autodiscover.xml") {
-      Handle(request, response, none);
-    } else {
-      response.status = path == "/ews/exchange.asmx" ? 405 : 404;
-    }
+    HandleGet(request, response);
   });
   m_http->set_exception_handler(
       [](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
-        const OperationError known = ErrorOf("ErrorInternalServerError");
-        Send(response, 500, kXml, WriteFault(SoapFault(known.code, known.text)));
+        Send(response, 500, kXml, WriteFault(FaultOf("ErrorInternalServerError")));
       });
 }
 
@@ -222,33 +217,35 @@ void Server::Implementation::Bind() {
   ::listen(m_listening, kBacklog);
 }
 
-std::optional<std::string> Server::Implementation::BasicLogin(
-    const std::string& credentials) const {
-  std::string decoded;
-  if (!platform::Base64Decode(credentials, decoded)) return std::nullopt;
-  const size_t colon = decoded.find(':');
-  if (colon == std::string::npos || colon == 0) return std::nullopt;
-  const std::string name = decoded.substr(0, colon);
-  if (m_options.user.empty()) return name;
-  if (NormalAddress(name) != NormalAddress(m_options.user) ||
-      !SameSecret(std::string_view(decoded).substr(colon + 1), m_options.password)) {
-    return std::nullopt;
+void Server::Implementation::HandlePost(const httplib::Request& request,
+                                        httplib::Response& response,
+                                        const httplib::ContentReader& reader) {
+  std::string body;
+  const auto length = request.get_header_value<std::uint64_t>("Content-Length");
+  if (length <= kLargestRequest) body.reserve(static_cast<size_t>(length));
+  if (request.is_multipart_form_data()) {
+    response.status = 415;
+    return;
   }
-  return name;
+  const bool complete = reader([&](const char* data, size_t size) {
+    if (size > kLargestRequest - body.size()) return false;
+    body.append(data, size);
+    return true;
+  });
+  if (complete) Handle(request, response, body);
 }
 
-// The login's name, or nothing for one that is not let in.
-std::optional<std::string> Server::Implementation::Login(const httplib::Request& request) {
-  const std::string header = request.get_header_value("Authorization");
-  const size_t blank = header.find(' ');
-  if (blank == std::string::npos) return std::nullopt;
-  const std::string scheme = Lower(header.substr(0, blank));
-  const std::string rest = header.substr(blank + 1);
-  if (scheme == "basic") return BasicLogin(rest);
-  if (scheme != "bearer" || rest.empty()) return std::nullopt;
-  if (auto client = m_tokens.ClientOf(rest)) return client;
-  if (m_options.user.empty()) return "application";
-  return std::nullopt;
+void Server::Implementation::HandleGet(const httplib::Request& request,
+                                       httplib::Response& response) {
+  std::string none;
+  const std::string path = Lower(request.path);
+  if (IsPagePath(request.path)) {
+    HandlePage(request, response);
+  } else if (path == kAutodiscoverPath) {
+    Handle(request, response, none);
+  } else {
+    response.status = path == kEwsPath ? 405 : 404;
+  }
 }
 
 // Failures on demand; true when the request is done with.
@@ -264,8 +261,7 @@ bool Server::Implementation::Fail(const httplib::Request& request, httplib::Resp
   }
   int backOff = 0;
   if (!m_faults.TakeBusy(&backOff)) return false;
-  const OperationError busy = ErrorOf("ErrorServerBusy");
-  SoapFault fault(busy.code, busy.text);
+  SoapFault fault = FaultOf("ErrorServerBusy");
   fault.messageXml =
       "<t:Value Name=\"BackOffMilliseconds\">" + std::to_string(backOff) + "</t:Value>";
   Send(response, 500, kXml, WriteFault(fault));
@@ -282,8 +278,7 @@ void Server::Implementation::HandleEws(const httplib::Request& request, httplib:
   } catch (const SoapFault& fault) {
     Send(response, 500, kXml, WriteFault(fault));
   } catch (const platform::SqliteError&) {
-    const OperationError known = ErrorOf("ErrorMailboxStoreUnavailable");
-    Send(response, 500, kXml, WriteFault(SoapFault(known.code, known.text)));
+    Send(response, 500, kXml, WriteFault(FaultOf("ErrorMailboxStoreUnavailable")));
   }
 }
 
@@ -291,12 +286,12 @@ void Server::Implementation::Handle(const httplib::Request& request, httplib::Re
                                     std::string& body) {
   const std::string path = Lower(request.path);
   if (path.ends_with("/oauth2/v2.0/token")) {
-    TokenEndpoint::Reply reply = m_tokens.Answer(body);
+    TokenEndpoint::Reply reply = m_logins.Tokens().Answer(body);
     Send(response, reply.status, "application/json", std::move(reply.json));
     return;
   }
-  const bool ews = path == "/ews/exchange.asmx";
-  if (!ews && path != "/autodiscover/autodiscover.xml") {
+  const bool ews = path == kEwsPath;
+  if (!ews && path != kAutodiscoverPath) {
     response.status = 404;
     return;
   }
@@ -319,7 +314,7 @@ void Server::Implementation::Handle(const httplib::Request& request, httplib::Re
 // machine, so that a web site whose name was turned to 127.0.0.1 cannot read mail.
 void Server::Implementation::HandlePage(const httplib::Request& request,
                                         httplib::Response& response) {
-  if (m_options.user.empty()) {
+  if (m_logins.IsOpen()) {
     if (!IsLoopbackName(Lower(request.get_header_value("Host")))) {
       response.status = 403;
       return;
