@@ -2,10 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
+#include <memory>
 #include <regex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "mailboxd/ews/Operations.h"
 #include "platform/Base64.h"
@@ -25,29 +26,64 @@ inline std::string Envelope(const std::string& body, const std::string& header =
          header + "</soap:Header><soap:Body>" + body + "</soap:Body></soap:Envelope>";
 }
 
-inline std::string WellKnown(const std::string& id) {
-  return "<t:DistinguishedFolderId Id=\"" + id + "\"/>";
+// An element; attributes as they stand, with a blank in front.
+inline std::string Tag(const std::string& name, const std::string& content,
+                       const std::string& attributes = "") {
+  return "<" + name + attributes + ">" + content + "</" + name + ">";
 }
-
-inline std::string CreateMessage(const std::string& folder, const std::string& fields) {
-  return Envelope("<m:CreateItem MessageDisposition=\"SaveOnly\"><m:SavedItemFolderId>" + folder +
-                  "</m:SavedItemFolderId><m:Items><t:Message>" + fields +
-                  "</t:Message></m:Items></m:CreateItem>");
+// One that names something by its id.
+inline std::string IdTag(const std::string& name, const std::string& id) {
+  return Tag(name, "", " Id=\"" + id + "\"");
 }
-
+inline std::string ById(const std::string& id) { return IdTag("t:FolderId", id); }
+inline std::string WellKnown(const std::string& id) { return IdTag("t:DistinguishedFolderId", id); }
 inline std::string MimeField(std::string_view bytes) {
-  return "<t:MimeContent CharacterSet=\"UTF-8\">" + platform::Base64Encode(bytes) +
-         "</t:MimeContent>";
+  return Tag("t:MimeContent", platform::Base64Encode(bytes), " CharacterSet=\"UTF-8\"");
 }
 
+// Shapes.
+inline constexpr char kIdOnly[] = "<t:BaseShape>IdOnly</t:BaseShape>";
+inline constexpr char kDefault[] = "<t:BaseShape>Default</t:BaseShape>";
+inline constexpr char kAll[] = "<t:BaseShape>AllProperties</t:BaseShape>";
+inline constexpr char kMime[] =
+    "<t:BaseShape>IdOnly</t:BaseShape><t:IncludeMimeContent>true</t:IncludeMimeContent>";
+
+inline std::string CreateItem(const std::string& folder, const std::string& item,
+                              const std::string& attributes = "") {
+  return Envelope(Tag("m:CreateItem", Tag("m:SavedItemFolderId", folder) + Tag("m:Items", item),
+                      " MessageDisposition=\"SaveOnly\"" + attributes));
+}
+inline std::string CreateMessage(const std::string& folder, const std::string& fields) {
+  return CreateItem(folder, Tag("t:Message", fields));
+}
 inline std::string GetItem(const std::string& id, const std::string& shape) {
-  return Envelope("<m:GetItem><m:ItemShape>" + shape + "</m:ItemShape><m:ItemIds><t:ItemId Id=\"" +
-                  id + "\"/></m:ItemIds></m:GetItem>");
+  return Envelope(
+      Tag("m:GetItem", Tag("m:ItemShape", shape) + Tag("m:ItemIds", IdTag("t:ItemId", id))));
 }
-
+inline std::string FindItem(const std::string& folder, const std::string& shape) {
+  return Envelope(Tag("m:FindItem", Tag("m:ItemShape", shape) + Tag("m:ParentFolderIds", folder),
+                      " Traversal=\"Shallow\""));
+}
+inline std::string GetAttachment(const std::string& id, const std::string& shape = "") {
+  return Envelope(
+      Tag("m:GetAttachment", shape + Tag("m:AttachmentIds", IdTag("t:AttachmentId", id))));
+}
+inline std::string GetFolder(const std::string& folder, const std::string& shape = kAll,
+                             const std::string& header = "") {
+  return Envelope(Tag("m:GetFolder", Tag("m:FolderShape", shape) + Tag("m:FolderIds", folder)),
+                  header);
+}
+inline std::string FindFolder(const std::string& parent, const std::string& restriction,
+                              const std::string& traversal = "Shallow",
+                              const std::string& page = "") {
+  const std::string filter = restriction.empty() ? "" : Tag("m:Restriction", restriction);
+  return Envelope(Tag("m:FindFolder",
+                      Tag("m:FolderShape", kAll) + page + filter + Tag("m:ParentFolderIds", parent),
+                      " Traversal=\"" + traversal + "\""));
+}
 inline std::string CreateFolder(const std::string& parent, const std::string& folder) {
-  return Envelope("<m:CreateFolder><m:ParentFolderId>" + parent + "</m:ParentFolderId><m:Folders>" +
-                  folder + "</m:Folders></m:CreateFolder>");
+  return Envelope(
+      Tag("m:CreateFolder", Tag("m:ParentFolderId", parent) + Tag("m:Folders", folder)));
 }
 
 // The first text that the pattern's group matches, or "".
@@ -64,11 +100,42 @@ inline std::string ItemId(const std::string& answer) {
 inline std::string FolderId(const std::string& answer) {
   return Find(answer, "<t:FolderId Id=\"([^\"]*)\"");
 }
-inline std::string ById(const std::string& id) { return "<t:FolderId Id=\"" + id + "\"/>"; }
 inline size_t CountOf(const std::string& text, const std::string& part) {
   size_t count = 0;
   for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
   return count;
+}
+
+// Whether each of the parts stands in the text, or none does.
+inline testing::AssertionResult Holds(const std::string& text,
+                                      const std::vector<std::string_view>& parts) {
+  for (const std::string_view part : parts) {
+    if (text.find(part) != std::string::npos) continue;
+    return testing::AssertionFailure() << "no " << part << " in " << text;
+  }
+  return testing::AssertionSuccess();
+}
+inline testing::AssertionResult Lacks(const std::string& text,
+                                      const std::vector<std::string_view>& parts) {
+  for (const std::string_view part : parts) {
+    if (text.find(part) == std::string::npos) continue;
+    return testing::AssertionFailure() << part << " in " << text;
+  }
+  return testing::AssertionSuccess();
+}
+
+// The bytes of the first file content or MIME content in an answer.
+inline std::string BytesIn(const std::string& answer) {
+  for (const std::string tag : {"<t:MimeContent CharacterSet=\"UTF-8\">", "<t:Content>"}) {
+    const size_t open = answer.find(tag);
+    if (open == std::string::npos) continue;
+    const size_t begin = open + tag.size();
+    std::string bytes;
+    EXPECT_TRUE(platform::Base64Decode(
+        std::string_view(answer).substr(begin, answer.find('<', begin) - begin), bytes));
+    return bytes;
+  }
+  return "no content";
 }
 
 // Holds an answer against the schema, where that is present.
@@ -81,23 +148,42 @@ inline void ExpectInSchema(const std::string& answer) {
   }
 }
 
-// The operations on a store of their own, without HTTP. Every answer is held against the schema.
-class LocalMailbox : public testing::Test {
+class StoredMailbox : public testing::Test {
  protected:
-  std::string Ask(std::string request) {
-    std::string answer;
-    const mailbox::Context context{m_store, m_faults, m_login, m_limit};
+  mailbox::FolderInfo Inbox(const std::string& address = "user@example.com") {
+    return *m_store.Folder(*m_store.FindWellKnown(m_store.Mailbox(address), "inbox"));
+  }
+
+  TempFolder m_folder;
+  std::string m_path = m_folder.File("mailbox.db");
+  mailbox::Store m_store{m_path};
+};
+
+// The operations on a store of their own, without HTTP. Every answer is held against the schema.
+class LocalMailbox : public StoredMailbox {
+ protected:
+  // May be called from several threads at once; holds nothing against the schema.
+  std::string Answer(std::string request) {
     try {
-      answer = mailbox::Answer(request, context);
+      return mailbox::Answer(request, {m_store, m_faults, m_login, m_limit});
     } catch (const mailbox::SoapFault& fault) {
-      answer = mailbox::WriteFault(fault);
+      return mailbox::WriteFault(fault);
     }
+  }
+  std::string Ask(const std::string& request) {
+    const std::string answer = Answer(request);
     ExpectInSchema(answer);
     return answer;
   }
 
-  TempFolder m_folder;
-  mailbox::Store m_store{m_folder.Path() + "/mailbox.db"};
+  std::string Save(const std::string& fields) {
+    return Ask(CreateMessage(WellKnown("inbox"), fields));
+  }
+  std::string SaveMail(std::string_view mime) { return ItemId(Save(MimeField(mime))); }
+  std::string Show(const std::string& id, const std::string& more = "") {
+    return Ask(GetItem(id, kAll + more));
+  }
+
   mailbox::Faults m_faults;
   std::string m_login = "user@example.com";
   std::int64_t m_limit = 1024 * 1024;

@@ -18,52 +18,30 @@ using namespace mailbox_test;
 
 namespace {
 
-const std::string kGetInbox = Envelope(
-    "<m:GetFolder><m:FolderShape><t:BaseShape>AllProperties</t:BaseShape>"
-    "</m:FolderShape><m:FolderIds>" +
-    WellKnown("inbox") + "</m:FolderIds></m:GetFolder>");
+const std::string kGetInbox = GetFolder(WellKnown("inbox"));
 
-mailbox::ServerOptions In(const TempFolder& folder) {
-  mailbox::ServerOptions options;
-  options.dataFolder = folder.Path();
-  return options;
-}
-
-TEST(Server, AnswersBelowAnyCaseOfItsPathAndFaultsTravelWith500) {
-  const TempFolder folder;
-  mailbox::Server server(In(folder));
-  server.Start();
-  EXPECT_EQ(Send({server.Url() + "/ews/EXCHANGE.ASMX", kGetInbox}).status, 200);
-  EXPECT_EQ(Send({server.EwsUrl(), "<a/>"}).status, 500);
-  EXPECT_EQ(Send({server.Url() + "/elsewhere", kGetInbox}).status, 404);
-}
-
-TEST(Server, WithoutALoginItAsksForOne) {
-  const TempFolder folder;
-  mailbox::Server server(In(folder));
-  server.Start();
+TEST(Server, AnswersBelowAnyCaseOfItsPathAndAsksForALoginWithoutOne) {
+  RunningServer server;
+  EXPECT_EQ(Send({server->Url() + "/ews/EXCHANGE.ASMX", kGetInbox}).status, 200);
+  EXPECT_EQ(Send({server->EwsUrl(), "<a/>"}).status, 500);
+  EXPECT_EQ(Send({server->Url() + "/elsewhere", kGetInbox}).status, 404);
   for (const char* login : {"", "Basic", "Basic !!!", "Digest x", "Bearer "}) {
-    const Reply reply = Send({server.EwsUrl(), kGetInbox, login});
+    const Reply reply = Send({server->EwsUrl(), kGetInbox, login});
     EXPECT_EQ(reply.status, 401) << login;
-    EXPECT_NE(reply.headers.find("WWW-Authenticate: Basic"), std::string::npos);
+    EXPECT_TRUE(Holds(reply.headers, {"WWW-Authenticate: Basic"}));
   }
 }
 
 TEST(Server, AnOwnedMailboxTakesItsPasswordAndTokensOfItsOwnOnly) {
-  const TempFolder folder;
-  mailbox::ServerOptions options = In(folder);
-  options.user = "User@example.com";
-  options.password = "secret";
-  mailbox::Server server(options);
-  server.Start();
+  RunningServer server(OwnedBy("User@example.com"));
   const auto status = [&](const std::string& login) {
-    return Send({server.EwsUrl(), kGetInbox, login}).status;
+    return Send({server->EwsUrl(), kGetInbox, login}).status;
   };
-  EXPECT_EQ(status("Basic " + platform::Base64Encode("user@example.com:secret")), 200);
-  EXPECT_EQ(status("Basic " + platform::Base64Encode("user@example.com:Secret")), 401);
-  EXPECT_EQ(status("Basic " + platform::Base64Encode("other@example.com:secret")), 401);
+  EXPECT_EQ(status(Basic("user@example.com:secret")), 200);
+  EXPECT_EQ(status(Basic("user@example.com:Secret")), 401);
+  EXPECT_EQ(status(Basic("other@example.com:secret")), 401);
   EXPECT_EQ(status("Bearer made-up"), 401);
-  const std::string url = server.Url() + "/tenant/oauth2/v2.0/token";
+  const std::string url = server->Url() + "/tenant/oauth2/v2.0/token";
   const std::string form = "grant_type=client_credentials&client_id=app&client_secret=";
   EXPECT_EQ(Send({url, form + "wrong", ""}).status, 401);
   const Reply reply = Send({url, form + "%73ecret", ""});
@@ -74,97 +52,72 @@ TEST(Server, AnOwnedMailboxTakesItsPasswordAndTokensOfItsOwnOnly) {
 }
 
 TEST(Server, AutodiscoverLeadsBackToTheHostThatWasAsked) {
-  const TempFolder folder;
-  mailbox::Server server(In(folder));
-  server.Start();
+  RunningServer server;
+  const auto ask = [&](const std::string& body, const std::string& host = "") {
+    return Send({server->AutodiscoverUrl(), body, Call().authorization, host}).body;
+  };
   const std::string body =
       "<Autodiscover xmlns=\"http://schemas.microsoft.com/exchange/autodiscover/outlook/"
       "requestschema/2006\"><Request><EMailAddress>user@example.com</EMailAddress></Request>"
       "</Autodiscover>";
-  const std::string login = Call().authorization;
-  const Reply own = Send({server.AutodiscoverUrl(), body});
-  EXPECT_NE(own.body.find("<EwsUrl>" + server.EwsUrl() + "</EwsUrl>"), std::string::npos);
-  const Reply named = Send({server.AutodiscoverUrl(), body, login, "localhost:1234"});
-  EXPECT_NE(named.body.find("<EwsUrl>http://localhost:1234/EWS/"), std::string::npos);
-  const Reply hostile = Send({server.AutodiscoverUrl(), body, login, "a<b>\"c"});
-  EXPECT_EQ(hostile.body.find("a<b>"), std::string::npos);
-  EXPECT_NE(Send({server.AutodiscoverUrl(), "x"}).body.find("<ErrorCode>600<"), std::string::npos);
+  EXPECT_TRUE(Holds(ask(body), {"<EwsUrl>" + server->EwsUrl() + "</EwsUrl>"}));
+  EXPECT_TRUE(Holds(ask(body, "localhost:1234"), {"<EwsUrl>http://localhost:1234/EWS/"}));
+  EXPECT_TRUE(Lacks(ask(body, "a<b>\"c"), {"a<b>"}));
+  EXPECT_TRUE(Holds(ask("x"), {"<ErrorCode>600<"}));
 }
 
 TEST(Server, ItsCertificateIsTheAuthorityToTrust) {
-  const TempFolder folder;
-  mailbox::ServerOptions options = In(folder);
+  mailbox::ServerOptions options;
   options.https = true;
-  std::string first;
-  {
-    mailbox::Server server(options);
-    server.Start();
-    Call call{server.EwsUrl(), kGetInbox};
-    EXPECT_EQ(Send(call).result, CURLE_PEER_FAILED_VERIFICATION);
-    call.caFile = server.CertificateFile();
-    EXPECT_EQ(Send(call).status, 200);
-    first = mailbox::Server(  // another folder, another certificate
-                [] {
-                  static const TempFolder kOther;
-                  mailbox::ServerOptions other = In(kOther);
-                  other.https = true;
-                  return other;
-                }())
-                .CertificateFile();
-    call.caFile = first;
-    EXPECT_NE(Send(call).result, CURLE_OK);
-  }
-  struct stat key {};
-  ASSERT_EQ(::stat((folder.Path() + "/key.pem").c_str(), &key), 0);
+  RunningServer server(options);
+  RunningServer other(options);
+  Call call{server->EwsUrl(), kGetInbox};
+  EXPECT_EQ(Send(call).result, CURLE_PEER_FAILED_VERIFICATION);
+  call.caFile = server->CertificateFile();
+  EXPECT_EQ(Send(call).status, 200);
+  call.caFile = other->CertificateFile();
+  EXPECT_NE(Send(call).result, CURLE_OK);
 }
 
-TEST(Server, FaultsComeOnDemandAndEnd) {
-  const TempFolder folder;
-  mailbox::ServerOptions options = In(folder);
+TEST(Server, ItsOptionsBoundMessagesAndOrderFaultsThatEnd) {
+  mailbox::ServerOptions options;
+  options.maximumMessageSize = 5;
   options.faults = {"drop:1", "busy:1:250"};
-  mailbox::Server server(options);
-  server.Start();
-  EXPECT_NE(Send({server.EwsUrl(), kGetInbox}).result, CURLE_OK);
-  const Reply busy = Send({server.EwsUrl(), kGetInbox});
+  RunningServer server(options);
+  EXPECT_NE(Send({server->EwsUrl(), kGetInbox}).result, CURLE_OK);
+  const Reply busy = Send({server->EwsUrl(), kGetInbox});
   EXPECT_EQ(busy.status, 500);
   EXPECT_EQ(Code(busy.body), "ErrorServerBusy");
-  EXPECT_NE(busy.body.find("BackOffMilliseconds\">250<"), std::string::npos);
-  EXPECT_EQ(Code(Send({server.EwsUrl(), kGetInbox}).body), "NoError");
-  options.faults = {"nonsense"};
-  EXPECT_THROW(mailbox::Server{options}, std::exception);
+  EXPECT_TRUE(Holds(busy.body, {"BackOffMilliseconds\">250<"}));
+  EXPECT_EQ(Code(Send({server->EwsUrl(), kGetInbox}).body), "NoError");
+  const auto save = [&](const std::string& mime) {
+    return Code(Send({server->EwsUrl(), CreateMessage(WellKnown("inbox"), MimeField(mime))}).body);
+  };
+  EXPECT_EQ(save("12345"), "NoError");
+  EXPECT_EQ(save("123456"), "ErrorMessageSizeExceeded");
 }
 
-TEST(Server, AFolderAndAPortBelongToOneServer) {
-  const TempFolder folder;
-  const TempFolder other;
-  const mailbox::Server server(In(folder));
-  try {
-    const mailbox::Server second(In(folder));
-    FAIL() << "two servers in one folder";
-  } catch (const std::runtime_error& error) {
-    EXPECT_EQ(error.what(), folder.Path() + " is in use by another mailboxd");
-  }
-  mailbox::ServerOptions options = In(other);
-  options.port = std::stoi(server.Url().substr(server.Url().rfind(':') + 1));
-  EXPECT_THROW(mailbox::Server{options}, std::runtime_error);
+TEST(Server, APortBelongsToOneServer) {
+  RunningServer server;
+  mailbox::ServerOptions options;
+  options.port = std::stoi(server->Url().substr(server->Url().rfind(':') + 1));
+  EXPECT_THROW(RunningServer{options}, std::runtime_error);
 }
 
 TEST(Server, ManyClientsAtOnceLoseNothing) {
-  const TempFolder folder;
-  mailbox::Server server(In(folder));
-  server.Start();
+  RunningServer server;
   std::vector<std::thread> clients;
   for (int c = 0; c < 8; ++c) {
     clients.emplace_back([&] {
       for (int i = 0; i < 10; ++i) {
         const Reply reply =
-            Send({server.EwsUrl(), CreateMessage(WellKnown("inbox"), MimeField("x"))});
+            Send({server->EwsUrl(), CreateMessage(WellKnown("inbox"), MimeField("x"))});
         EXPECT_EQ(Code(reply.body), "NoError");
       }
     });
   }
   for (std::thread& client : clients) client.join();
-  EXPECT_NE(Send({server.EwsUrl(), kGetInbox}).body.find("<t:TotalCount>80<"), std::string::npos);
+  EXPECT_TRUE(Holds(Send({server->EwsUrl(), kGetInbox}).body, {"<t:TotalCount>80<"}));
 }
 
 // The program itself, with its standard input in a pipe and all that it says in another.
@@ -236,11 +189,7 @@ TEST_F(ServerProgram, AnAnsweredItemOutlivesAKilledServer) {
     program.Wait();
   }
   Program again({"--data", m_folder.Path()});
-  const Reply reply = Send({again.Url(), GetItem(id,
-                                                 "<t:BaseShape>IdOnly</t:BaseShape>"
-                                                 "<t:IncludeMimeContent>true"
-                                                 "</t:IncludeMimeContent>")});
-  EXPECT_NE(reply.body.find(">" + platform::Base64Encode(message) + "<"), std::string::npos);
+  EXPECT_EQ(BytesIn(Send({again.Url(), GetItem(id, kMime)}).body), message);
 }
 
 TEST_F(ServerProgram, EndsCleanlyAtASignalAndWithItsInput) {
@@ -261,17 +210,33 @@ TEST_F(ServerProgram, EndsCleanlyAtASignalAndWithItsInput) {
   EXPECT_EQ(database.st_mode & 077u, 0u);
 }
 
+TEST_F(ServerProgram, AFolderThatIsServedIsRefusedAndOneWhoseServerEndsIsWaitedFor) {
+  Program program({"--data", m_folder.Path(), "--until-stdin-closes"});
+  program.Url();
+  const auto take = [&] {
+    mailbox::DataFolderLock(m_folder.Path(), mailbox::DataFolderLock::Lifetime::kUntilStdinCloses);
+  };
+  EXPECT_THROW(take(), std::runtime_error);
+  program.Signal(SIGSTOP);
+  program.CloseInput();
+  std::thread later([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(600));  // longer than any server is given
+    program.Signal(SIGCONT);
+  });
+  EXPECT_NO_THROW(take());
+  later.join();
+  EXPECT_EQ(ExitCode(program.Wait()), 0);
+  EXPECT_NO_THROW(take());
+}
+
 TEST_F(ServerProgram, SaysWhatIsWrongAndTellsBadUsageFromFailure) {
   Program first({"--data", m_folder.Path()});
   first.Url();
   const TempFolder other;
   const std::string none = other.File("none");
   const std::string blank = other.Write("blank", "\nsecret\n");
-  const std::vector<std::string> login = {"--data", other.Path(), "--user", "a", "--password-file"};
-  const auto with = [&](const std::string& file) {
-    std::vector<std::string> arguments = login;
-    arguments.push_back(file);
-    return arguments;
+  const auto with = [&](const std::string& file) -> std::vector<std::string> {
+    return {"--data", other.Path(), "--user", "a", "--password-file", file};
   };
   const struct {
     std::vector<std::string> arguments;

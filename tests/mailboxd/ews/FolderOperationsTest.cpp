@@ -4,108 +4,98 @@ using namespace mailbox_test;
 
 namespace {
 
+const std::string kInbox = WellKnown("inbox");
+
 class FolderOperations : public LocalMailbox {
  protected:
   std::string Search(const std::string& parent, const std::string& restriction,
                      const std::string& traversal = "Shallow", int offset = 0) {
-    return Ask(Envelope("<m:FindFolder Traversal=\"" + traversal +
-                        "\"><m:FolderShape><t:BaseShape>AllProperties</t:BaseShape>"
-                        "</m:FolderShape><m:IndexedPageFolderView MaxEntriesReturned=\"10\" "
-                        "Offset=\"" +
-                        std::to_string(offset) + "\" BasePoint=\"Beginning\"/>" + restriction +
-                        "<m:ParentFolderIds>" + parent + "</m:ParentFolderIds></m:FindFolder>"));
-  }
-  static std::string Named(const std::string& name) {
-    return "<m:Restriction><t:Contains ContainmentMode=\"Substring\" "
-           "ContainmentComparison=\"IgnoreCase\"><t:FieldURI FieldURI=\"folder:DisplayName\"/>"
-           "<t:Constant Value=\"" +
-           name + "\"/></t:Contains></m:Restriction>";
+    return Ask(FindFolder(parent, restriction, traversal,
+                          "<m:IndexedPageFolderView MaxEntriesReturned=\"10\" Offset=\"" +
+                              std::to_string(offset) + "\" BasePoint=\"Beginning\"/>"));
   }
   std::string Make(const std::string& parent, const std::string& name,
                    const std::string& element = "Folder") {
-    return Ask(CreateFolder(parent, "<t:" + element + "><t:DisplayName>" + name +
-                                        "</t:DisplayName></t:" + element + ">"));
+    return Ask(CreateFolder(parent, Tag("t:" + element, Tag("t:DisplayName", name))));
   }
 };
 
 TEST_F(FolderOperations, ANewMailboxHasItsWellKnownFolders) {
   const std::string answer = Search(WellKnown("msgfolderroot"), "");
-  EXPECT_NE(answer.find("TotalItemsInView=\"11\""), std::string::npos) << answer;
-  EXPECT_NE(answer.find("IncludesLastItemInRange=\"false\""), std::string::npos);
+  EXPECT_TRUE(Holds(answer, {"TotalItemsInView=\"11\"", "IncludesLastItemInRange=\"false\"",
+                             "<t:CalendarFolder>"}));
   EXPECT_EQ(CountOf(answer, "<t:DisplayName>"), 10u);
-  EXPECT_NE(answer.find("<t:CalendarFolder>"), std::string::npos);
   const std::string rest = Search(WellKnown("msgfolderroot"), "", "Shallow", 10);
   EXPECT_EQ(CountOf(rest, "<t:DisplayName>"), 1u);
-  EXPECT_NE(rest.find("IncludesLastItemInRange=\"true\""), std::string::npos);
+  EXPECT_TRUE(Holds(rest, {"IncludesLastItemInRange=\"true\""}));
 }
 
-TEST_F(FolderOperations, NamesAreFoundAsPartsInAnyCase) {
-  Make(WellKnown("inbox"), "\xC3\x84rger &amp; Pl\xC3\xA4ne");
-  EXPECT_EQ(CountOf(Search(WellKnown("inbox"), Named("\xC3\xA4RGER &amp; PL\xC3\x84")),
-                    "<t:DisplayName>"),
-            1u);
-  EXPECT_EQ(CountOf(Search(WellKnown("inbox"), Named("Plans")), "<t:DisplayName>"), 0u);
-  EXPECT_EQ(CountOf(Search(WellKnown("inbox"), Named("")), "<t:DisplayName>"), 1u);
-}
-
-TEST_F(FolderOperations, DeepSearchFindsGrandchildrenAndShallowDoesNot) {
-  const std::string child = FolderId(Make(WellKnown("inbox"), "one"));
-  Make(ById(child), "two");
-  EXPECT_EQ(CountOf(Search(WellKnown("inbox"), Named("two")), "<t:DisplayName>"), 0u);
-  EXPECT_EQ(CountOf(Search(WellKnown("inbox"), Named("two"), "Deep"), "<t:DisplayName>"), 1u);
-}
-
-TEST_F(FolderOperations, EqualityAndNegationFilterByTheWholeName) {
-  Make(WellKnown("inbox"), "one");
-  Make(WellKnown("inbox"), "one more");
-  const std::string equal =
+TEST_F(FolderOperations, NamesAreFoundInAnyCaseAsPartsOrAsAWholeAndBelowChildrenIfAsked) {
+  Make(kInbox, "\xC3\x84rger &amp; Pl\xC3\xA4ne");
+  Make(ById(FolderId(Make(kInbox, "one"))), "two");
+  Make(kInbox, "one more");
+  const auto holding = [](const std::string& part) {
+    return "<t:Contains ContainmentMode=\"Substring\" ContainmentComparison=\"IgnoreCase\">"
+           "<t:FieldURI FieldURI=\"folder:DisplayName\"/><t:Constant Value=\"" +
+           part + "\"/></t:Contains>";
+  };
+  const std::string one =
       "<t:IsEqualTo><t:FieldURI FieldURI=\"folder:DisplayName\"/><t:FieldURIOrConstant>"
       "<t:Constant Value=\"ONE\"/></t:FieldURIOrConstant></t:IsEqualTo>";
-  const auto count = [&](const std::string& filter) {
-    return CountOf(Search(WellKnown("inbox"), "<m:Restriction>" + filter + "</m:Restriction>"),
-                   "<t:DisplayName>");
+  const std::string others = Tag("t:Not", one);
+  const struct {
+    std::string filter;
+    const char* traversal;
+    size_t found;
+  } rows[] = {
+      {holding("\xC3\xA4RGER &amp; PL\xC3\x84"), "Shallow", 1},
+      {holding("Plans"), "Shallow", 0},
+      {holding(""), "Shallow", 3},
+      {holding("two"), "Shallow", 0},
+      {holding("two"), "Deep", 1},
+      {one, "Shallow", 1},
+      {others, "Shallow", 2},
+      {Tag("t:And", one + one), "Shallow", 1},
+      {Tag("t:And", one + others), "Shallow", 0},
+      {Tag("t:Or", one + others), "Shallow", 3},
   };
-  EXPECT_EQ(count(equal), 1u);
-  EXPECT_EQ(count("<t:Not>" + equal + "</t:Not>"), 1u);
-  EXPECT_EQ(count("<t:And>" + equal + equal + "</t:And>"), 1u);
-  EXPECT_EQ(count("<t:Or>" + equal + "<t:Not>" + equal + "</t:Not></t:Or>"), 2u);
+  for (const auto& row : rows) {
+    EXPECT_EQ(CountOf(Search(kInbox, row.filter, row.traversal), "<t:DisplayName>"), row.found)
+        << row.filter;
+  }
 }
 
-TEST_F(FolderOperations, ANameIsTakenInAnyCaseBelowOneParentOnly) {
-  EXPECT_EQ(Code(Make(WellKnown("inbox"), "Projects")), "NoError");
-  const std::string again = Make(WellKnown("inbox"), "PROJECTS");
-  EXPECT_EQ(Code(again), "ErrorFolderExists");
-  EXPECT_NE(again.find("A folder with the specified name already exists."), std::string::npos);
-  EXPECT_EQ(Code(Make(WellKnown("drafts"), "Projects")), "NoError");
+TEST_F(FolderOperations, ANameIsTakenInAnyCaseBelowOneParentThatIsThere) {
+  const struct {
+    std::string parent;
+    const char* name;
+    const char* code;
+  } rows[] = {
+      {kInbox, "Projects", "NoError"},
+      {kInbox, "PROJECTS", "ErrorFolderExists"},
+      {WellKnown("drafts"), "Projects", "NoError"},
+      {kInbox, "", "ErrorFolderSavePropertyError"},
+      {ById("-NO-"), "a", "ErrorInvalidIdMalformed"},
+      {ById(mailbox::MakeId(mailbox::IdKind::kFolder, 999)), "a", "ErrorItemNotFound"},
+      {ById(mailbox::MakeId(mailbox::IdKind::kItem, 1)), "a", "ErrorInvalidIdMalformed"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(Code(Make(row.parent, row.name)), row.code) << row.parent << row.name;
+  }
+  EXPECT_TRUE(
+      Holds(Make(kInbox, "projects"), {"A folder with the specified name already exists."}));
+  EXPECT_EQ(Code(Search(ById("AAMkgarbagegarbage!"), "")), "ErrorInvalidIdMalformed");
 }
 
 TEST_F(FolderOperations, TheElementAloneGivesTheClass) {
-  const std::string id = FolderId(Make(WellKnown("inbox"), "Dates", "CalendarFolder"));
-  const std::string answer =
-      Ask(Envelope("<m:GetFolder><m:FolderShape><t:BaseShape>AllProperties</t:BaseShape>"
-                   "</m:FolderShape><m:FolderIds>" +
-                   ById(id) + "</m:FolderIds></m:GetFolder>"));
-  EXPECT_NE(answer.find("<t:CalendarFolder>"), std::string::npos);
-  EXPECT_NE(answer.find("<t:FolderClass>IPF.Appointment<"), std::string::npos);
-}
-
-TEST_F(FolderOperations, EmptyNamesAndUnknownParentsAreRefused) {
-  EXPECT_EQ(Code(Make(WellKnown("inbox"), "")), "ErrorFolderSavePropertyError");
-  EXPECT_EQ(Code(Make(ById("-NO-"), "a")), "ErrorInvalidIdMalformed");
-  EXPECT_EQ(Code(Search(ById("AAMkgarbagegarbage!"), "")), "ErrorInvalidIdMalformed");
-  EXPECT_EQ(Code(Make(ById(mailbox::MakeId(mailbox::IdKind::kFolder, 999)), "a")),
-            "ErrorItemNotFound");
-  EXPECT_EQ(Code(Make(ById(mailbox::MakeId(mailbox::IdKind::kItem, 1)), "a")),
-            "ErrorInvalidIdMalformed");
+  const std::string id = FolderId(Make(kInbox, "Dates", "CalendarFolder"));
+  EXPECT_TRUE(
+      Holds(Ask(GetFolder(ById(id))), {"<t:CalendarFolder>", "<t:FolderClass>IPF.Appointment<"}));
 }
 
 TEST_F(FolderOperations, ImpersonationAndTheMailboxElementChooseTheMailbox) {
-  const auto inbox = [&](const std::string& header, const std::string& folder) {
-    return FolderId(
-        Ask(Envelope("<m:GetFolder><m:FolderShape><t:BaseShape>IdOnly</t:BaseShape>"
-                     "</m:FolderShape><m:FolderIds>" +
-                         folder + "</m:FolderIds></m:GetFolder>",
-                     header)));
+  const auto idOf = [&](const std::string& header, const std::string& folder) {
+    return FolderId(Ask(GetFolder(folder, kIdOnly, header)));
   };
   const std::string header =
       "<t:ExchangeImpersonation><t:ConnectingSID><t:SmtpAddress>Other@Example.com</t:SmtpAddress>"
@@ -113,12 +103,11 @@ TEST_F(FolderOperations, ImpersonationAndTheMailboxElementChooseTheMailbox) {
   const std::string named =
       "<t:DistinguishedFolderId Id=\"inbox\"><t:Mailbox><t:EmailAddress>other@example.com"
       "</t:EmailAddress></t:Mailbox></t:DistinguishedFolderId>";
-  const std::string own = inbox("", WellKnown("inbox"));
-  const std::string other = inbox(header, WellKnown("inbox"));
-  EXPECT_NE(own, other);
-  EXPECT_EQ(other, inbox("", named));
-  EXPECT_EQ(inbox("", WellKnown("publicfoldersroot")),
-            inbox(header, WellKnown("publicfoldersroot")));
+  const std::string other = idOf(header, kInbox);
+  EXPECT_NE(idOf("", kInbox), other);
+  EXPECT_EQ(other, idOf("", named));
+  const std::string shared = WellKnown("publicfoldersroot");
+  EXPECT_EQ(idOf("", shared), idOf(header, shared));
 }
 
 }  // namespace

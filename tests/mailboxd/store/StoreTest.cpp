@@ -9,14 +9,12 @@ using namespace mailbox_test;
 
 namespace {
 
-TEST(Store, AReaderBesideTheServerSeesWhatItHolds) {
-  const TempFolder folder;
-  const std::string path = folder.Path() + "/mailbox.db";
-  mailbox::Store store(path);
-  const std::int64_t box = store.Mailbox(" User@Example.COM ");
-  EXPECT_EQ(store.FindMailbox("user@example.com"), box);
-  const auto inbox = store.Folder(*store.FindWellKnown(box, "inbox"));
-  const auto sub = store.CreateFolder(*inbox, "a/b", "IPF.Note");
+using Store = StoredMailbox;
+
+TEST_F(Store, AReaderBesideTheServerSeesWhatItHolds) {
+  const mailbox::FolderInfo inbox = Inbox(" User@Example.COM ");
+  EXPECT_EQ(m_store.FindMailbox("user@example.com"), inbox.mailbox);
+  const auto sub = m_store.CreateFolder(inbox, "a/b", "IPF.Note");
   mailbox::NewItem item;
   item.info.folder = sub->id;
   item.info.subject = "hello";
@@ -25,9 +23,9 @@ TEST(Store, AReaderBesideTheServerSeesWhatItHolds) {
   item.mime = std::string("a\0b", 3);
   item.attachments.resize(1);
   item.attachments[0].content = "bytes";
-  store.CreateItem(item);
+  m_store.CreateItem(item);
 
-  mailbox::Store reader(path, mailbox::Store::Mode::kReadOnly);
+  mailbox::Store reader(m_path, mailbox::Store::Mode::kReadOnly);
   ASSERT_EQ(reader.Mailboxes().size(), 1u);
   EXPECT_EQ(reader.FolderPath(sub->id), "Inbox/a//b");
   const auto items = reader.Items(sub->id, 0, -1);
@@ -71,35 +69,32 @@ std::vector<std::int64_t> Paged(mailbox::Store& store, std::int64_t folder, std:
   return rows;
 }
 
-TEST(Store, PagesAndCountsFollowWhatIsAddedMovedAndDeleted) {
-  const TempFolder folder;
-  mailbox::Store store(folder.Path() + "/mailbox.db");
-  const std::int64_t box = store.Mailbox("a");
-  const std::int64_t inbox = *store.FindWellKnown(box, "inbox");
-  const std::int64_t bin = *store.FindWellKnown(box, "deleteditems");
+TEST_F(Store, PagesAndCountsFollowWhatIsAddedMovedAndDeleted) {
+  const std::int64_t inbox = Inbox().id;
+  const std::int64_t bin = *m_store.FindWellKnown(Inbox().mailbox, "deleteditems");
   std::vector<std::int64_t> rows;
   std::vector<std::int64_t> binned;
   for (int i = 0; i < 9; ++i) {
-    rows.push_back(AddItem(store, inbox, i % 2 == 0));
-    binned.push_back(AddItem(store, bin, false));
+    rows.push_back(AddItem(m_store, inbox, i % 2 == 0));
+    binned.push_back(AddItem(m_store, bin, false));
   }
-  EXPECT_EQ(Paged(store, inbox, 4), rows);
-  rows.push_back(AddItem(store, inbox, false));  // behind the end of the last page
-  EXPECT_EQ(store.Items(inbox, 9, 4).at(0).id, rows.back());
-  EXPECT_EQ(store.Items(inbox, 0, 4).size(), 4u);
-  store.DeleteItem(rows[1]);  // in front of the end of the page before
+  EXPECT_EQ(Paged(m_store, inbox, 4), rows);
+  rows.push_back(AddItem(m_store, inbox, false));  // behind the end of the last page
+  EXPECT_EQ(m_store.Items(inbox, 9, 4).at(0).id, rows.back());
+  EXPECT_EQ(m_store.Items(inbox, 0, 4).size(), 4u);
+  m_store.DeleteItem(rows[1]);  // in front of the end of the page before
   rows.erase(rows.begin() + 1);
-  EXPECT_EQ(store.Items(inbox, 4, 1).at(0).id, rows[4]);
-  store.MoveItem(binned[0], inbox);
+  EXPECT_EQ(m_store.Items(inbox, 4, 1).at(0).id, rows[4]);
+  m_store.MoveItem(binned[0], inbox);
   rows.insert(rows.begin() + 1, binned[0]);
-  EXPECT_EQ(store.Items(inbox, 5, 1).at(0).id, rows[5]);
-  EXPECT_EQ(Paged(store, inbox, 3), rows);
-  EXPECT_EQ(Paged(store, bin, 3).size(), 8u);
+  EXPECT_EQ(m_store.Items(inbox, 5, 1).at(0).id, rows[5]);
+  EXPECT_EQ(Paged(m_store, inbox, 3), rows);
+  EXPECT_EQ(Paged(m_store, bin, 3).size(), 8u);
 }
 
-TEST(Store, AnOlderLayoutIsBroughtUpToDateByItsServer) {
+TEST(StoreLayout, AnOlderLayoutIsBroughtUpToDateByItsServer) {
   const TempFolder folder;
-  const std::string path = folder.Path() + "/mailbox.db";
+  const std::string path = folder.File("mailbox.db");
   {
     platform::SqliteDatabase old(path);
     old.Execute(mailbox::SchemaSteps()[0]);
@@ -120,16 +115,17 @@ TEST(Store, AnOlderLayoutIsBroughtUpToDateByItsServer) {
   EXPECT_NO_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly));
 }
 
-TEST(Store, IdsAreNeverUsedTwice) {
-  const TempFolder folder;
-  mailbox::Store store(folder.Path() + "/mailbox.db");
-  mailbox::NewItem item;
-  item.info.folder = *store.FindWellKnown(store.Mailbox("a"), "inbox");
-  store.CreateItem(item);
-  const std::int64_t first = item.info.id;
-  EXPECT_TRUE(store.DeleteItem(first));
-  store.CreateItem(item);
-  EXPECT_NE(item.info.id, first);
+TEST_F(Store, IdsAreNeverUsedTwice) {
+  const std::int64_t first = AddItem(m_store, Inbox().id, false);
+  EXPECT_TRUE(m_store.DeleteItem(first));
+  EXPECT_NE(AddItem(m_store, Inbox().id, false), first);
+}
+
+// The id with one character at a time made another.
+std::vector<std::string> Damaged(const std::string& id) {
+  std::vector<std::string> texts(id.size(), id);
+  for (size_t i = 0; i < id.size(); ++i) texts[i][i] = id[i] == 'A' ? 'B' : 'A';
+  return texts;
 }
 
 TEST(Ids, ReadWhatWasMadeAndNothingElse) {
@@ -138,9 +134,7 @@ TEST(Ids, ReadWhatWasMadeAndNothingElse) {
     const std::string id = mailbox::MakeId(mailbox::IdKind::kItem, row);
     EXPECT_EQ(mailbox::ReadId(id, &kind), row);
     EXPECT_EQ(kind, mailbox::IdKind::kItem);
-    for (size_t i = 0; i < id.size(); ++i) {
-      std::string changed = id;
-      changed[i] = changed[i] == 'A' ? 'B' : 'A';
+    for (const std::string& changed : Damaged(id)) {
       EXPECT_EQ(mailbox::ReadId(changed, &kind), std::nullopt) << changed;
     }
   }
@@ -160,12 +154,10 @@ TEST(Ids, OfPartsAreNoIdsOfRows) {
   EXPECT_EQ(part->path, (std::vector<size_t>{70000, 3}));
   EXPECT_EQ(mailbox::ReadId(id, &kind), std::nullopt);
   EXPECT_FALSE(mailbox::ReadPartId(mailbox::MakeId(mailbox::IdKind::kAttachment, 1)));
-  for (size_t i = 0; i < id.size(); ++i) {
-    std::string changed = id;
-    changed[i] = changed[i] == 'A' ? 'B' : 'A';
+  for (const std::string& changed : Damaged(id)) {
     EXPECT_FALSE(mailbox::ReadPartId(changed)) << changed;
-    EXPECT_FALSE(mailbox::ReadPartId(id.substr(0, i)));
   }
+  for (size_t i = 0; i < id.size(); ++i) EXPECT_FALSE(mailbox::ReadPartId(id.substr(0, i))) << i;
 }
 
 TEST(DateTime, IsReadIntoUtc) {

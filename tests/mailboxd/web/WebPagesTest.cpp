@@ -1,6 +1,5 @@
 #include "mailboxd/web/WebPages.h"
 
-#include "mailboxd/Server.h"
 #include "platform/Unicode.h"
 #include "tests/mailboxd/HttpCall.h"
 #include "tests/mailboxd/LocalMailbox.h"
@@ -11,20 +10,23 @@ namespace {
 
 const std::string kHostile = "<script>alert(1)</script>\"'&\x01\xFF<!--";
 
-class WebPages : public testing::Test {
+class WebPages : public StoredMailbox {
  protected:
-  mailbox::FolderInfo Inbox() {
-    const std::int64_t box = m_store.Mailbox("ann@example.com");
-    return *m_store.Folder(*m_store.FindWellKnown(box, "inbox"));
-  }
-  mailbox::NewItem Add(const std::string& subject, const std::string& mime, std::int64_t folder) {
+  // Stored in that folder, else in the inbox; the path of its page.
+  std::string Add(const std::string& subject, const std::string& mime, std::int64_t folder = 0) {
     mailbox::NewItem item;
-    item.info.folder = folder;
+    item.info.folder = folder != 0 ? folder : Inbox().id;
     item.info.subject = subject;
     item.hasMime = !mime.empty();
     item.mime = mime;
     m_store.CreateItem(item);
-    return item;
+    return PathOf(item);
+  }
+  static std::string PathOf(const mailbox::NewItem& item) {
+    return "/item/" + std::to_string(item.info.id);
+  }
+  static std::string PathOf(const mailbox::FolderInfo& folder) {
+    return "/folder/" + std::to_string(folder.id);
   }
   mailbox::WebReply Get(const std::string& path, const std::string& page = "") {
     mailbox::WebReply reply = mailbox::AnswerPage(m_store, path, page);
@@ -37,17 +39,20 @@ class WebPages : public testing::Test {
   void ExpectHarmless(const std::string& path) {
     const mailbox::WebReply reply = Get(path);
     EXPECT_EQ(reply.status, 200) << path;
-    for (const char* part : {"<script", "<!--", "<img", "http:", "style=", "\x01"}) {
-      EXPECT_EQ(reply.body.find(part), std::string::npos) << path << " holds " << part;
-    }
-    EXPECT_NE(reply.body.find("&lt;script&gt;alert(1)&lt;/script&gt;&quot;&#39;&amp;\xEF\xBF\xBD"
-                              "\xEF\xBF\xBD&lt;!--"),
-              std::string::npos)
+    EXPECT_TRUE(Lacks(reply.body, {"<script", "<!--", "<img", "http:", "style=", "\x01"})) << path;
+    EXPECT_TRUE(
+        Holds(reply.body, {"&lt;script&gt;alert(1)&lt;/script&gt;&quot;&#39;&amp;\xEF\xBF\xBD"
+                           "\xEF\xBF\xBD&lt;!--"}))
         << path;
   }
-
-  TempFolder m_folder;
-  mailbox::Store m_store{m_folder.Path() + "/mailbox.db"};
+  // Each of the ends, put behind the path, leads to no page.
+  void ExpectMissing(const std::string& path, std::initializer_list<const char*> ends) {
+    for (const char* end : ends) {
+      const mailbox::WebReply reply = Get(path + end);
+      EXPECT_EQ(reply.status, 404) << path << end;
+      EXPECT_TRUE(Holds(reply.body, {"Not found"}));
+    }
+  }
 };
 
 TEST_F(WebPages, NamesFromStrangersStayText) {
@@ -66,12 +71,10 @@ TEST_F(WebPages, NamesFromStrangersStayText) {
   m_store.CreateItem(item);
   m_store.Mailbox(kHostile);
   ExpectHarmless("/");
-  ExpectHarmless("/folder/" + std::to_string(folder->id));
-  ExpectHarmless("/item/" + std::to_string(item.info.id));
-  EXPECT_EQ(CountOf(Get("/item/" + std::to_string(item.info.id)).body, "</pre>"),
-            2u);  // body and source
-  const std::string turned = "/item/" + std::to_string(Add("\xE2\x80\xAEgpj.exe", "", 3).info.id);
-  EXPECT_NE(Get(turned).body.find("<h1>\xEF\xBF\xBDgpj.exe</h1>"), std::string::npos);
+  ExpectHarmless(PathOf(*folder));
+  ExpectHarmless(PathOf(item));
+  EXPECT_EQ(CountOf(Get(PathOf(item)).body, "</pre>"), 2u);  // body and source
+  EXPECT_TRUE(Holds(Get(Add("\xE2\x80\xAEgpj.exe", "")).body, {"<h1>\xEF\xBF\xBDgpj.exe</h1>"}));
 }
 
 TEST_F(WebPages, AMailIsShownTakenApart) {
@@ -84,31 +87,24 @@ TEST_F(WebPages, AMailIsShownTakenApart) {
       "--x\r\nContent-Type: application/pdf; name=\"=?utf-8?Q?Pl=C3=A4ne.pdf?=\"\r\n"
       "Content-Disposition: attachment\r\nContent-Transfer-Encoding: base64\r\n\r\nJVBERg==\r\n"
       "--x--\r\n";
-  const std::string path = "/item/" + std::to_string(Add("s", mime, Inbox().id).info.id);
+  const std::string path = Add("s", mime);
   const std::string page = Get(path).body;
-  for (const std::string& part :
-       {std::string("<th scope=\"row\">Subject</th><td>Gr\xC3\xBC\xC3\x9F"
-                    "e</td>"),
-        std::string("<th scope=\"row\">From</th><td>M\xC3\xBCller, A &lt;a@x&gt;</td>"),
-        std::string("plain caf\xC3\xA9"),
-        "<iframe sandbox title=\"Body\" src=\"" + path + "/body\">",
-        std::string("&lt;b onclick=&quot;x&quot;&gt;bold"),
-        path + "/part/1\">Pl\xC3\xA4ne.pdf</a></td><td class=\"type\">application/pdf</td>"
-               "<td class=\"number\">4 B"}) {
-    EXPECT_NE(page.find(part), std::string::npos) << part;
-  }
-  EXPECT_EQ(page.find("<b "), std::string::npos);
-  EXPECT_NE(Get("/folder/" + std::to_string(Inbox().id)).body.find("\"with attachments\""),
-            std::string::npos);
+  EXPECT_TRUE(
+      Holds(page, {"<th scope=\"row\">Subject</th><td>Grüße</td>",
+                   "<th scope=\"row\">From</th><td>Müller, A &lt;a@x&gt;</td>", "plain café",
+                   "<iframe sandbox title=\"Body\" src=\"" + path + "/body\">",
+                   "&lt;b onclick=&quot;x&quot;&gt;bold",
+                   path + "/part/1\">Pläne.pdf</a></td><td class=\"type\">application/pdf</td>"
+                          "<td class=\"number\">4 B"}));
+  EXPECT_TRUE(Lacks(page, {"<b "}));
+  EXPECT_TRUE(Holds(Get(PathOf(Inbox())).body, {"\"with attachments\""}));
   const mailbox::WebReply file = Get(path + "/part/1");
   EXPECT_EQ(file.body, "%PDF");
   EXPECT_EQ(file.type, "application/pdf");
   EXPECT_EQ(file.disposition,
             "attachment; filename=\"Pl_ne.pdf\"; filename*=UTF-8''Pl%C3%A4ne.pdf");
-  for (const char* bad : {"/part/2", "/part/0", "/part/", "/part/1/source", "/mail/1", "/mail/",
-                          "/body/", "/part", "/mail"}) {
-    EXPECT_EQ(Get(path + bad).status, 404) << bad;
-  }
+  ExpectMissing(path, {"/part/2", "/part/0", "/part/", "/part/1/source", "/mail/1", "/mail/",
+                       "/body/", "/part", "/mail"});
 }
 
 TEST_F(WebPages, AnHtmlBodyIsConfinedAndHasTheMailsOwnPictures) {
@@ -120,21 +116,14 @@ TEST_F(WebPages, AnHtmlBodyIsConfinedAndHasTheMailsOwnPictures) {
       html +
       "\r\n--x\r\nContent-Type: image/png\r\nContent-ID: <p@x>\r\n\r\nPNG\r\n"
       "--x\r\nContent-Type: text/html\r\nContent-ID: <t@x>\r\n\r\n<p>\r\n--x--\r\n";
-  const std::string path = "/item/" + std::to_string(Add("s", mime, Inbox().id).info.id);
-  const mailbox::WebReply body = Get(path + "/body");
-  EXPECT_NE(body.body.find("<img src=\"data:image/png;base64,UE5H\"><img src='cid:none@x'><img "
-                           "src=cid:t@x><img src=http://remote.example/a.png>data:image/png"),
-            std::string::npos)
-      << body.body;
+  const mailbox::WebReply body = Get(Add("s", mime) + "/body");
+  EXPECT_TRUE(
+      Holds(body.body, {"<img src=\"data:image/png;base64,UE5H\"><img src='cid:none@x'><img "
+                        "src=cid:t@x><img src=http://remote.example/a.png>data:image/png"}));
   const std::string policy = body.policy;
   EXPECT_TRUE(policy.starts_with("sandbox; default-src 'none'; "));
-  for (const char* part : {"script", "http:", "allow-"}) {
-    EXPECT_EQ(policy.find(part), std::string::npos) << part;
-  }
-  EXPECT_EQ(
-      Get("/item/" + std::to_string(Add("s", "A: b\r\n\r\ntext", Inbox().id).info.id) + "/body")
-          .status,
-      404);
+  EXPECT_TRUE(Lacks(policy, {"script", "http:", "allow-"}));
+  ExpectMissing(Add("s", "A: b\r\n\r\ntext"), {"/body"});
 }
 
 TEST_F(WebPages, MailsInsideMailsHavePagesOfTheirOwn) {
@@ -145,19 +134,14 @@ TEST_F(WebPages, MailsInsideMailsHavePagesOfTheirOwn) {
       "Content-Type: multipart/mixed; boundary=x\r\n\r\n--x\r\n\r\ntext 1\r\n--x\r\n"
       "Content-Type: message/rfc822\r\n\r\n" +
       inner + "--x--\r\n";
-  const std::string path = "/item/" + std::to_string(Add("first", mime, Inbox().id).info.id);
-  const std::string top = Get(path).body;
-  EXPECT_NE(top.find("href=\"" + path + "/mail/1\">second</a>"), std::string::npos) << top;
-  EXPECT_NE(Get(path + "/mail/1").body.find("href=\"" + path + "/mail/1.1\">third</a>"),
-            std::string::npos);
-  const std::string third = Get(path + "/mail/1.1").body;
-  EXPECT_NE(third.find("text 3"), std::string::npos);
-  EXPECT_NE(third.find("href=\"" + path + "/mail/1\">"), std::string::npos);
+  const std::string path = Add("first", mime);
+  const std::string link = "href=\"" + path + "/mail/1";
+  EXPECT_TRUE(Holds(Get(path).body, {link + "\">second</a>"}));
+  EXPECT_TRUE(Holds(Get(path + "/mail/1").body, {link + ".1\">third</a>"}));
+  EXPECT_TRUE(Holds(Get(path + "/mail/1.1").body, {"text 3", link + "\">"}));
   EXPECT_EQ(Get(path + "/mail/1/part/1").body, "Subject: third\r\n\r\ntext 3");
   EXPECT_EQ(Get(path + "/mail/1.1/source").body, "Subject: third\r\n\r\ntext 3");
-  for (const char* bad : {"/mail/1.", "/mail/.1", "/mail/1.2", "/mail/1.1.1", "/mail/1/mail/1"}) {
-    EXPECT_EQ(Get(path + bad).status, 404) << bad;
-  }
+  ExpectMissing(path, {"/mail/1.", "/mail/.1", "/mail/1.2", "/mail/1.1.1", "/mail/1/mail/1"});
 }
 
 TEST_F(WebPages, FilesAreSavedUnderHarmlessNamesAndTypes) {
@@ -189,10 +173,10 @@ TEST_F(WebPages, FilesAreSavedUnderHarmlessNamesAndTypes) {
     item.attachments.push_back(one);
   }
   m_store.CreateItem(item);
-  const std::string page = Get("/item/" + std::to_string(item.info.id)).body;
+  const std::string page = Get(PathOf(item)).body;
   for (size_t i = 0; i < item.attachments.size(); ++i) {
     const std::string path = "/attachment/" + std::to_string(item.attachments[i].info.id);
-    EXPECT_NE(page.find("href=\"" + path + "\""), std::string::npos);
+    EXPECT_TRUE(Holds(page, {"href=\"" + path + "\""}));
     const mailbox::WebReply file = Get(path);
     EXPECT_EQ(file.disposition, "attachment; " + rows[i].header);
     EXPECT_EQ(file.type, rows[i].sent);
@@ -206,30 +190,27 @@ TEST_F(WebPages, TheTreeCountsItemsAndLeavesOutWhatIsNoFolderToPeople) {
                                          "Harbour", "IPF.Note");
   for (int i = 0; i < 7; ++i) Add("x", "", deep->id);
   const std::string page = Get("/").body;
-  const std::string link = "/folder/" + std::to_string(deep->id);
-  EXPECT_EQ(Find(page, link + "\">Harbour</a></td><td class=\"number\">([^<]*)<"), "7");
+  EXPECT_EQ(Find(page, PathOf(*deep) + "\">Harbour</a></td><td class=\"number\">([^<]*)<"), "7");
   EXPECT_LT(page.find(">Projects<"), page.find(">Harbour<"));
   EXPECT_LT(page.find(">Harbour<"), page.find(">Drafts<"));
-  EXPECT_EQ(page.find("Finder"), std::string::npos);
-  EXPECT_EQ(page.find("Deletions"), std::string::npos);
+  EXPECT_TRUE(Lacks(page, {"Finder", "Deletions"}));
 }
 
 TEST_F(WebPages, LargeFoldersComeNewestFirstInPages) {
-  const std::int64_t inbox = Inbox().id;
-  const std::string path = "/folder/" + std::to_string(inbox);
+  const std::string path = PathOf(Inbox());
   EXPECT_EQ(Get(path).status, 200);
-  for (int i = 1; i <= mailbox::kItemsPerPage; ++i) Add("n" + std::to_string(i) + ".", "", inbox);
-  EXPECT_EQ(Get(path).body.find("Page 1"), std::string::npos);
+  for (int i = 1; i <= mailbox::kItemsPerPage; ++i) Add("n" + std::to_string(i) + ".", "");
+  EXPECT_TRUE(Lacks(Get(path).body, {"Page 1"}));
   EXPECT_EQ(Get(path, "2").status, 404);
-  Add("n101.", "", inbox);
+  Add("n101.", "");
   const std::string first = Get(path, "1").body;
   EXPECT_EQ(CountOf(first, "href=\"/item/"), 100u);
   EXPECT_LT(first.find(">n101.<"), first.find(">n2.<"));
-  EXPECT_EQ(first.find(">n1.<"), std::string::npos);
-  EXPECT_NE(first.find(path + "?page=2\""), std::string::npos);
+  EXPECT_TRUE(Lacks(first, {">n1.<"}));
+  EXPECT_TRUE(Holds(first, {path + "?page=2\""}));
   const std::string second = Get(path, "2").body;
   EXPECT_EQ(CountOf(second, "href=\"/item/"), 1u);
-  EXPECT_NE(second.find(">n1.<"), std::string::npos);
+  EXPECT_TRUE(Holds(second, {">n1.<"}));
   for (const char* page : {"0", "-1", "3", "x", "1x", "99999999999999999999"}) {
     EXPECT_EQ(Get(path, page).status, 404) << page;
   }
@@ -240,72 +221,53 @@ TEST_F(WebPages, SourceIsCutAtItsBoundAndCanBeHadWhole) {
   // The bound falls between the two bytes of a character.
   const std::string filled = head + std::string(mailbox::kSourceShown - head.size() - 1, 'x');
   const std::string mime = filled + "\xC3\xA9\x80 end";
-  const auto item = Add("s", mime, Inbox().id);
-  const std::string path = "/item/" + std::to_string(item.info.id);
+  const std::string path = Add("s", mime);
   const std::string page = Get(path).body;
-  EXPECT_NE(page.find("<th scope=\"row\">X-Folded</th><td>one two</td>"), std::string::npos);
-  EXPECT_NE(page.find("The first " + std::to_string(mailbox::kSourceShown - 1) + " of " +
-                      std::to_string(mime.size()) + " bytes"),
-            std::string::npos);
+  EXPECT_TRUE(Holds(page, {"<th scope=\"row\">X-Folded</th><td>one two</td>",
+                           "The first " + std::to_string(mailbox::kSourceShown - 1) + " of " +
+                               std::to_string(mime.size()) + " bytes"}));
   EXPECT_EQ(page.find("\xEF\xBF\xBD", page.find("<summary>Source")), std::string::npos);
   const mailbox::WebReply whole = Get(path + "/source");
   EXPECT_EQ(whole.body, mime);
   EXPECT_EQ(whole.type, "message/rfc822");
   EXPECT_EQ(whole.disposition, "attachment; filename=\"s.eml\"");
-  const auto small = Add("s", filled, Inbox().id);
-  EXPECT_EQ(Get("/item/" + std::to_string(small.info.id)).body.find("The first "),
-            std::string::npos);
+  EXPECT_TRUE(Lacks(Get(Add("s", filled)).body, {"The first "}));
 }
 
 TEST_F(WebPages, UnknownIdsAreNotFound) {
-  const std::string inbox = std::to_string(Inbox().id);
-  for (const char* path :
-       {"/folder/", "/folder/999", "/folder/-1", "/folder/1'", "/item/1", "/item/1/source",
-        "/item/source", "/item//source", "/item/1/source/source", "/item/99999999999999999999",
-        "/attachment/1", "/attachment/", "/item/1/2/3/4/5/6/7/8/9/10"}) {
-    const mailbox::WebReply reply = Get(path);
-    EXPECT_EQ(reply.status, 404) << path;
-    EXPECT_NE(reply.body.find("Not found"), std::string::npos);
-  }
-  EXPECT_EQ(Get("/folder/" + inbox + "/").status, 404);
-  EXPECT_EQ(Get("/folder/0" + inbox + "x").status, 404);
+  const std::string inbox = PathOf(Inbox());
+  ExpectMissing(
+      "", {"/folder/", "/folder/999", "/folder/-1", "/folder/1'", "/item/1", "/item/1/source",
+           "/item/source", "/item//source", "/item/1/source/source", "/item/99999999999999999999",
+           "/attachment/1", "/attachment/", "/item/1/2/3/4/5/6/7/8/9/10"});
+  ExpectMissing(inbox, {"/", "x"});
 }
 
 Reply Fetch(const std::string& url, const std::string& login, const std::string& host = "") {
-  return Send({url, "", login.empty() ? "" : "Basic " + platform::Base64Encode(login), host});
+  return Send({url, "", login.empty() ? "" : Basic(login), host});
 }
 
 TEST(WebPagesOverHttp, AnOwnedMailboxAsksForItsLogin) {
-  const TempFolder folder;
-  mailbox::ServerOptions options;
-  options.dataFolder = folder.Path();
-  options.user = "ann@example.com";
-  options.password = "secret";
-  mailbox::Server server(options);
-  server.Start();
-  server.Mailboxes().Mailbox("ann@example.com");
+  RunningServer server(OwnedBy("ann@example.com"));
+  server->Mailboxes().Mailbox("ann@example.com");
   for (const char* path : {"/", "/folder/1", "/item/1", "/item/1/source", "/attachment/1"}) {
     for (const char* login : {"", "ann@example.com:wrong", "eve@example.com:secret"}) {
-      const Reply refused = Fetch(server.Url() + path, login);
+      const Reply refused = Fetch(server->Url() + path, login);
       EXPECT_EQ(refused.status, 401) << path << login;
-      EXPECT_NE(refused.headers.find("WWW-Authenticate: Basic"), std::string::npos);
-      EXPECT_EQ(refused.body.find("ann@"), std::string::npos);
+      EXPECT_TRUE(Holds(refused.headers, {"WWW-Authenticate: Basic"}));
+      EXPECT_TRUE(Lacks(refused.body, {"ann@"}));
     }
   }
-  const Reply page = Fetch(server.Url() + "/", "ann@example.com:secret");
+  const Reply page = Fetch(server->Url() + "/", "ann@example.com:secret");
   EXPECT_EQ(page.status, 200);
-  EXPECT_NE(page.body.find("ann@example.com"), std::string::npos);
-  EXPECT_NE(page.headers.find("Content-Security-Policy: default-src 'none';"), std::string::npos);
-  EXPECT_EQ(Fetch(server.Url() + "/item/1", "ann@example.com:secret").status, 404);
+  EXPECT_TRUE(Holds(page.body, {"ann@example.com"}));
+  EXPECT_TRUE(Holds(page.headers, {"Content-Security-Policy: default-src 'none';"}));
+  EXPECT_EQ(Fetch(server->Url() + "/item/1", "ann@example.com:secret").status, 404);
 }
 
 TEST(WebPagesOverHttp, AnOpenMailboxAnswersUnderNamesOfThisMachineOnly) {
-  const TempFolder folder;
-  mailbox::ServerOptions options;
-  options.dataFolder = folder.Path();
-  mailbox::Server server(options);
-  server.Start();
-  const std::string url = server.Url() + "/";
+  RunningServer server;
+  const std::string url = server->Url() + "/";
   for (const char* host : {"", "LocalHost:8443", "[::1]", "[::1]:8443", "127.0.0.1"}) {
     EXPECT_EQ(Fetch(url, "", host).status, 200) << host;
   }
@@ -314,14 +276,14 @@ TEST(WebPagesOverHttp, AnOpenMailboxAnswersUnderNamesOfThisMachineOnly) {
   }
   mailbox::NewItem item;
   item.info.folder = 1;
-  server.Mailboxes().Mailbox("ann@example.com");
-  server.Mailboxes().CreateItem(item);
+  server->Mailboxes().Mailbox("ann@example.com");
+  server->Mailboxes().CreateItem(item);
   const Reply empty = Fetch(url + "item/" + std::to_string(item.info.id) + "/source", "");
   EXPECT_EQ(empty.status, 200);
-  EXPECT_NE(empty.headers.find("Content-Disposition: attachment;"), std::string::npos);
-  EXPECT_NE(empty.headers.find("Content-Security-Policy: sandbox;"), std::string::npos);
-  EXPECT_NE(empty.headers.find("X-Content-Type-Options: nosniff"), std::string::npos);
-  EXPECT_NE(Fetch(url + "style.css", "").headers.find("Content-Type: text/css"), std::string::npos);
+  EXPECT_TRUE(
+      Holds(empty.headers, {"Content-Disposition: attachment;", "Content-Security-Policy: sandbox;",
+                            "X-Content-Type-Options: nosniff"}));
+  EXPECT_TRUE(Holds(Fetch(url + "style.css", "").headers, {"Content-Type: text/css"}));
   EXPECT_EQ(empty.body, "");
 }
 
