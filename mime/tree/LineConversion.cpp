@@ -4,17 +4,16 @@
 #include <array>
 
 #include "base/LogNull.h"
+#include "charset/CodePages.h"
 
 namespace mail::line_conversion {
-namespace {
 
-constexpr unsigned kUtf8 = 65001;
-
-}  // namespace
+using namespace code_page;
 
 bool isAsciiPage(int nPage) {
-  static constexpr std::array kOthers = {874, 932, 936, 949, 950, 20866, 21866, 51932, 51949};
-  return (nPage >= 1250 && nPage <= 1258) || (nPage >= 28591 && nPage <= 28605) ||
+  static constexpr std::array kOthers = {kThai,  kShiftJis, kGbk,   kKorean, kBig5,
+                                         kKoi8R, kKoi8U,    kEucJp, kEucKr};
+  return isWindowsOrIso8859(static_cast<unsigned>(nPage)) ||
          std::find(kOthers.begin(), kOthers.end(), nPage) != kOthers.end();
 }
 

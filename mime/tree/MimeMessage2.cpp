@@ -5,6 +5,7 @@
 #include "base/AsciiText.h"
 #include "base/ByteSearch.h"
 #include "base/LogNull.h"
+#include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/header/AttributeReader.h"
@@ -18,7 +19,7 @@
 namespace mail {
 namespace {
 
-constexpr int kUtf8 = 65001;
+using code_page::kUtf8;
 
 // The value of a field, empty if there is none.
 std::string_view valueOf(const MimeHeader& objHeader, std::string_view strName) {

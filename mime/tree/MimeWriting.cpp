@@ -6,6 +6,7 @@
 
 #include "base/ByteSearch.h"
 #include "base/LogNull.h"
+#include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/tree/PassingBytes.h"
@@ -13,9 +14,10 @@
 namespace mail {
 namespace {
 
-constexpr unsigned kUtf8 = 65001;
-constexpr unsigned kAscii = 20127;
-constexpr unsigned kLatin1 = 28591;
+using code_page::kAscii;
+using code_page::kLatin1;
+using code_page::kUtf8;
+
 constexpr std::size_t kBytesOfBase64Line = ContentCoding::kDefaultLineLength / 4 * 3;
 constexpr std::size_t kMaxWrittenDepth = MimeMessage2::kMaxDepth + 100;
 constexpr std::size_t kBinaryProbe = 10000;  // bytes at the front that show a body to be binary
@@ -119,12 +121,12 @@ bool MimeWriter::writeLeaf(const MimeMessage2& objEntity) {
 std::string_view MimeWriter::bodyInCharset(const MimeMessage2& objEntity, DataBuffer& arrRoom,
                                            LogBase& log) {
   const std::string_view strBody = objEntity.m_body.view();
-  auto nPage = static_cast<unsigned>(objEntity.charset().getCodePage());
+  int nPage = objEntity.charset().getCodePage();
   const bool bAsItCame = objEntity.m_bUnconverted || objEntity.m_bUndivided;
   if (nPage == 0 || nPage == kUtf8 || bAsItCame) return strBody;
   if (nPage == kAscii) nPage = kLatin1;
-  const bool bConverted =
-      EncodingConvert().EncConvert(kUtf8, nPage, strBody.data(), strBody.size(), arrRoom, log);
+  const bool bConverted = EncodingConvert().EncConvert(
+      kUtf8, static_cast<unsigned>(nPage), strBody.data(), strBody.size(), arrRoom, log);
   // Text for a page that the library cannot write goes out as it is.
   return bConverted || !arrRoom.isEmpty() ? arrRoom.view() : strBody;
 }
@@ -184,9 +186,7 @@ int pageOfWrittenText(MimeMessage2& objRoot) {
     }
     const int nPage = pEntity->charset().getCodePage();
     if (!holdsAscii(nPage)) continue;
-    return nPage == 0                          ? static_cast<int>(kUtf8)
-           : nPage == static_cast<int>(kAscii) ? static_cast<int>(kLatin1)
-                                               : nPage;
+    return nPage == 0 ? kUtf8 : nPage == kAscii ? kLatin1 : nPage;
   }
   return 0;
 }
