@@ -23,11 +23,6 @@ std::string dateOfNow() {
           std::strftime(aText.data(), aText.size(), "%a, %d %b %Y %H:%M:%S %z", &objLocal)};
 }
 
-std::string_view valueOf(const MimeHeader& objHeader, std::string_view strName) {
-  const MimeField* const pField = objHeader.find(strName);
-  return pField != nullptr ? pField->value().view() : std::string_view();
-}
-
 }  // namespace
 
 Email2::Email2() { m_header.m_control.m_bMailAddresses = true; }
@@ -60,12 +55,12 @@ void Email2::refresh(LogBase& log) {
   if (!isValid()) return;
   m_contentType.clear();
   if (m_header.find("content-type") != nullptr) {
-    m_contentType.change().load(valueOf(m_header, "content-type"), log);
+    m_contentType.change().load(m_header.valueOf("content-type"), log);
   }
   refreshWords(log);
   m_from.clear();
   if (m_header.find("from") != nullptr) {
-    (void)m_from.change().load(valueOf(m_header, "from"), log);
+    (void)m_from.change().load(m_header.valueOf("from"), log);
   }
 }
 
@@ -74,10 +69,10 @@ void Email2::refreshWords(LogBase& log) {
   if (m_header.getCount() == 0) return;
   HeaderWords& objWords = m_words.change();
   ContentDisposition objDisposition;
-  objDisposition.load(valueOf(m_header, "content-disposition"), log);
+  objDisposition.load(m_header.valueOf("content-disposition"), log);
   objWords.disposition = std::move(objDisposition.m_type);
   objWords.fileName = std::move(objDisposition.m_fileName);
-  (void)objWords.encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
+  (void)objWords.encoding.setString(firstWord(m_header.valueOf("content-transfer-encoding")));
 }
 
 void Email2::takeCharset(const _ckCharset& objCharset) {
@@ -96,7 +91,7 @@ void Email2::setBodyCharset(const _ckCharset& objCharset, LogBase& log) {
   StringBuffer strValue(type().isEmpty() ? "text/plain" : type().view());
   (void)strValue.append("; charset=");
   (void)strValue.append(objCharset.getName());
-  appendOtherParameters(valueOf(m_header, "content-type"), "charset", strValue);
+  appendOtherParameters(m_header.valueOf("content-type"), "charset", strValue);
   m_header.replaceField("Content-Type", strValue.view(), log);
   m_contentType.change().load(strValue.view(), log);
 }

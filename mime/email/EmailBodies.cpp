@@ -30,8 +30,8 @@ bool isFileInMixture(const PlacedEmail& objPlaced) {
 }
 
 bool isMailMessageByClass(const Email2& objNode) {
-  const MimeField* const pField = objNode.header().find("content-class");
-  return pField != nullptr && pField->value().containsIgnoreCase("content-classes:message");
+  return findNoCase(objNode.header().valueOf("content-class"), "content-classes:message") !=
+         std::string_view::npos;
 }
 
 bool hasSpecialSuffix(const Email2& objNode) {

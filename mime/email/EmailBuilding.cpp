@@ -47,9 +47,8 @@ bool moveTree(OwnedPtr<MimeMessage2> pRoot, Email2& objRoot, LogBase& log) {
 
 // The field From is written as one text, so names that need it are encoded here.
 void encodeFrom(Email2& objRoot, LogBase& log) {
-  const MimeField* const pFrom = objRoot.header().find("from");
-  if (pFrom == nullptr || byte_search::is7bit(pFrom->value().view())) return;
-  objRoot.setFrom(pFrom->value().view(), log);
+  const std::string_view strFrom = objRoot.header().valueOf("from");
+  if (!byte_search::is7bit(strFrom)) objRoot.setFrom(strFrom, log);
 }
 
 OwnedPtr<Email2> build(std::string_view strMime, bool bUtf8, LogBase& log) {

@@ -37,11 +37,6 @@ class Boundaries {
   unsigned m_nMade = 0;
 };
 
-std::string_view valueOf(const MimeMessage2& objEntity, std::string_view strName) {
-  const MimeField* const pField = objEntity.header().find(strName);
-  return pField != nullptr ? pField->value().view() : std::string_view();
-}
-
 OwnedPtr<MimeMessage2> newEntity() {
   auto pEntity = makeOwned<MimeMessage2>();
   if (pEntity == nullptr) throw std::bad_alloc();
@@ -63,7 +58,7 @@ OwnedPtr<MimeMessage2> moveContent(MimeMessage2& objRoot, Boundaries& objBoundar
   constexpr std::array<std::string_view, 3> kFields = {"Content-Type", "Content-Transfer-Encoding",
                                                        "Content-Disposition"};
   for (const std::string_view strName : kFields) {
-    pPart->setHeaderField(strName, valueOf(objRoot, strName), log);
+    pPart->setHeaderField(strName, objRoot.header().valueOf(strName), log);
     objRoot.setHeaderField(strName, {}, log);
   }
   pPart->takeBody(objRoot);
@@ -208,7 +203,8 @@ void becomeMixture(MimeMessage2& objRoot, Boundaries& objBoundaries, LogBase& lo
 }
 
 void extractUuencoded(MimeMessage2& objRoot, Boundaries& objBoundaries, LogBase& log) {
-  if (findNoCase(valueOf(objRoot, "x-ms-has-attach"), "yes") != std::string_view::npos) return;
+  if (findNoCase(objRoot.header().valueOf("x-ms-has-attach"), "yes") != std::string_view::npos)
+    return;
   Files arrFiles;
   for (MimeMessage2* pText : plainTextsOf(objRoot)) cutUuBlocks(*pText, arrFiles, log);
   if (arrFiles.empty()) return;
@@ -217,7 +213,8 @@ void extractUuencoded(MimeMessage2& objRoot, Boundaries& objBoundaries, LogBase&
 }
 
 void dropUserDefinedCharset(MimeMessage2& objRoot, LogBase& log) {
-  if (findNoCase(valueOf(objRoot, "content-type"), "x-user-defined") == std::string_view::npos) {
+  if (findNoCase(objRoot.header().valueOf("content-type"), "x-user-defined") ==
+      std::string_view::npos) {
     return;
   }
   _ckContentType objType;

@@ -5,25 +5,19 @@
 #include "base/AsciiText.h"
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
+#include "mime/encoding/CleanConversion.h"
 #include "mime/encoding/MailCharset.h"
 #include "platform/Unicode.h"
 
 namespace mail::encoded_words {
 namespace {
 
-bool convert(unsigned nPage, std::string_view strBytes, DataBuffer& out, LogBase& log) {
-  EncodingConvert objConvert;
-  return objConvert.EncConvert(nPage, code_page::kUtf8, strBytes.data(), strBytes.size(), out,
-                               log) &&
-         !objConvert.m_hadErrors;
-}
-
 // Mailers of Windows called their own charset Latin-1: the controls of that stand in no text, the
 // quotes, dashes and letters that windows-1252 has in their place do.
 bool convertedByWindows1252(std::string_view strBytes, DataBuffer& out, LogBase& log) {
   if (!holdsC1Controls(strBytes)) return false;
   const auto nBefore = out.getSize();
-  if (convert(code_page::kWindows1252, strBytes, out, log)) return true;
+  if (convertsCleanly(code_page::kWindows1252, code_page::kUtf8, strBytes, out, log)) return true;
   out.chop(out.getSize() - nBefore);  // it is not that either
   return false;
 }

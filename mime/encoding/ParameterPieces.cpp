@@ -9,7 +9,7 @@
 #include "base/DataBuffer.h"
 #include "base/LogNull.h"
 #include "charset/CodePages.h"
-#include "charset/EncodingConvert.h"
+#include "mime/encoding/CleanConversion.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/HexDigits.h"
 
@@ -52,6 +52,18 @@ std::string_view withoutQuotes(std::string_view str) {
   return str;
 }
 
+// The number in the name of a piece: 12 of "NAME*12*"; 0 where there is none.
+unsigned numberOfPiece(std::string_view strParameter) {
+  if (strParameter.ends_with('*')) strParameter.remove_suffix(1);
+  return pieceNumber(strParameter, strParameter.substr(0, strParameter.find('*'))).value_or(0);
+}
+
+template <class T>
+void sortByNumber(std::vector<T>& arrPieces) {
+  std::stable_sort(arrPieces.begin(), arrPieces.end(),
+                   [](const T& a, const T& b) { return a.nNumber < b.nNumber; });
+}
+
 struct Piece {
   unsigned nNumber;
   std::string_view strValue;  // what its quotes held, escapes and all
@@ -92,11 +104,7 @@ bool isMislabelledUtf8(unsigned nPage, std::string_view strBytes) {
       !byte_search::isUtf8(strBytes))
     return false;
   LogNull log;
-  DataBuffer out;
-  EncodingConvert objConvert;
-  return !objConvert.EncConvert(nPage, code_page::kUtf8, strBytes.data(), strBytes.size(), out,
-                                log) ||
-         objConvert.m_hadErrors;
+  return !convertsCleanly(nPage, code_page::kUtf8, strBytes, log);
 }
 
 }  // namespace
@@ -116,8 +124,7 @@ bool joinNumberedPieces(StringBuffer& strValue, std::string_view strName) {
     if (!bFirst) strTo += ';';
     strTo += strSegment;
   }
-  std::stable_sort(arrPieces.begin(), arrPieces.end(),
-                   [](const Piece& a, const Piece& b) { return a.nNumber < b.nNumber; });
+  sortByNumber(arrPieces);
   if (arrPieces.empty() || arrPieces.front().nNumber != 0) return false;
   std::string strJoined = std::move(strBefore);
   strJoined.append(strName).append("=\"");
@@ -129,11 +136,6 @@ bool joinNumberedPieces(StringBuffer& strValue, std::string_view strName) {
 bool isPieceOf(std::string_view strParameter, std::string_view strName) {
   return beginsWithNoCase(strParameter, strName) &&
          strParameter.substr(strName.size()).starts_with('*');
-}
-
-unsigned numberOfPiece(std::string_view strParameter) {
-  if (strParameter.ends_with('*')) strParameter.remove_suffix(1);
-  return pieceNumber(strParameter, strParameter.substr(0, strParameter.find('*'))).value_or(0);
 }
 
 void ParameterPieces::add(std::string_view strParameter, std::string_view strValue) {
@@ -157,6 +159,20 @@ bool ParameterPieces::decode(StringBuffer& strUtf8, LogBase& log) const {
   strUtf8.removeChar('\r');  // encoded ones too would end the field that the value is written into
   strUtf8.removeChar('\n');
   return true;
+}
+
+void NumberedPieces::add(std::string_view strParameter, std::string_view strValue) {
+  m_arrPieces.push_back(
+      {numberOfPiece(strParameter), strParameter.ends_with('*'), std::string(strValue)});
+}
+
+bool NumberedPieces::decode(StringBuffer& strUtf8, LogBase& log) {
+  sortByNumber(m_arrPieces);
+  ParameterPieces objPieces;
+  for (const Piece& objPiece : m_arrPieces) {
+    objPieces.add(objPiece.bEncoded ? "*" : "", objPiece.strValue);
+  }
+  return objPieces.decode(strUtf8, log);
 }
 
 }  // namespace mail

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/LogBase.h"
 #include "base/StringBuffer.h"
@@ -14,7 +15,8 @@ namespace mail {
 //
 // A star at the end of a name says that its value is percent-encoded; the first such piece carries
 // charset and language. Some mailers cut a value that holds encoded words in the same way.
-// Everything here is linear in its input and does not throw.
+// Everything here is linear in its input, but for the sorting of pieces, and throws std::bad_alloc
+// alone.
 
 // Puts the pieces "NAME*0=", "NAME*1=", … of a field value together, in the order of their numbers,
 // as one NAME="…" in the place of the first of them; the others vanish with their separator. Names
@@ -25,9 +27,6 @@ bool joinNumberedPieces(StringBuffer& strValue, std::string_view strName);
 // Whether the name of a parameter says that its value is a piece or percent-encoded: "NAME*",
 // "NAME*0", "NAME*0*". strName is compared without regard to ASCII case.
 bool isPieceOf(std::string_view strParameter, std::string_view strName);
-
-// The number in the name of a piece: 12 of "NAME*12*"; 0 where there is none.
-unsigned numberOfPiece(std::string_view strParameter);
 
 // Collects the pieces of one parameter, in the order in which they are given.
 class ParameterPieces {
@@ -45,6 +44,22 @@ class ParameterPieces {
   std::string m_strCharset;
   std::string m_strBytes;  // percent-encoding undone
   bool m_bEmpty = true;
+};
+
+// The same of pieces that may come in any order, as some mailers write them: their numbers count.
+class NumberedPieces {
+ public:
+  void add(std::string_view strParameter, std::string_view strValue);
+  bool isEmpty() const { return m_arrPieces.empty(); }
+  bool decode(StringBuffer& strUtf8, LogBase& log);
+
+ private:
+  struct Piece {
+    unsigned nNumber;
+    bool bEncoded;
+    std::string strValue;
+  };
+  std::vector<Piece> m_arrPieces;
 };
 
 }  // namespace mail

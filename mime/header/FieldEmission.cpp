@@ -7,7 +7,7 @@
 #include "base/AsciiText.h"
 #include "charset/CharsetNames.h"
 #include "charset/CodePages.h"
-#include "charset/EncodingConvert.h"
+#include "mime/encoding/CleanConversion.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/header/AttributeCutter.h"
@@ -61,10 +61,8 @@ void PreparedText::convert(LogBase& log) {
 
 bool PreparedText::convertTo(int nCodePage, LogBase& log) {
   m_converted.weakClear();
-  EncodingConvert objConvert;
-  m_bConverted = objConvert.EncConvert(kUtf8, static_cast<unsigned>(nCodePage), m_strUtf8.data(),
-                                       m_strUtf8.size(), m_converted, log) &&
-                 !objConvert.m_hadErrors;
+  m_bConverted =
+      convertsCleanly(kUtf8, static_cast<unsigned>(nCodePage), m_strUtf8, m_converted, log);
   // Readers take the controls of Latin-1 for windows-1252.
   if (nCodePage == kLatin1 && encoded_words::holdsC1Controls(m_converted.view())) {
     m_bConverted = false;

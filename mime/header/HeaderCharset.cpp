@@ -7,6 +7,7 @@
 #include "base/StringBuffer.h"
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
+#include "mime/encoding/CleanConversion.h"
 #include "mime/encoding/EncodedWordCharset.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/header/CkContentType.h"
@@ -30,16 +31,8 @@ using header_charset::RawName;
 constexpr std::size_t kLongestName = 75;  // characters of a charset's name
 constexpr std::string_view kSignature = "\xEF\xBB\xBF";
 
-bool ConvertsCleanly(std::string_view strBytes, int nCodePage, DataBuffer& out, LogBase& log) {
-  EncodingConvert objConvert;
-  return objConvert.EncConvert(static_cast<unsigned>(nCodePage), kUtf8, strBytes.data(),
-                               strBytes.size(), out, log) &&
-         !objConvert.m_hadErrors;
-}
-
-bool ConvertsCleanly(std::string_view strBytes, int nCodePage, LogBase& log) {
-  DataBuffer out;
-  return ConvertsCleanly(strBytes, nCodePage, out, log);
+bool CanBeIn(int nPage, std::string_view strBytes, LogBase& log) {
+  return convertsCleanly(static_cast<unsigned>(nPage), kUtf8, strBytes, log);
 }
 
 // How many characters of more than one byte UTF-8 finds in the text, how many of them Latin-1
@@ -169,7 +162,7 @@ int PageOfFoundNames(std::string_view strHeader, LogBase& log) {
   const NamePositions objFound = FindNames(strHeader);
   for (std::size_t i = 0; i < kCheckedNames.size(); ++i) {
     const int nPage = PageAt(strHeader, kCheckedNames[i], objFound.aChecked[i]);
-    if (nPage != 0 && ConvertsCleanly(strHeader, nPage, log)) return nPage;
+    if (nPage != 0 && CanBeIn(nPage, strHeader, log)) return nPage;
   }
   const auto it = std::find(objFound.aRaw.begin(), objFound.aRaw.end(), true);
   return it == objFound.aRaw.end()
@@ -220,7 +213,7 @@ int PageOfOwnType(std::string_view strHeader, LogBase& log) {
   const bool b7bitPage =
       nPage == kAscii || nPage == kHz || nPage == kUtf7 || isIso2022(static_cast<unsigned>(nPage));
   if (nPage == 0 || nPage == kUtf8 || b7bitPage) return 0;
-  return ConvertsCleanly(strHeader, nPage, log) ? nPage : 0;
+  return CanBeIn(nPage, strHeader, log) ? nPage : 0;
 }
 
 // The lead bytes of Western letters in UTF-8, with another 8-bit byte behind them.
@@ -246,9 +239,9 @@ int PageByBytes(std::string_view strHeader, LogBase& log) {
   // Text whose every 8-bit byte makes sense as UTF-8 is hardly anything else.
   if (CountUtf8(strHeader).nBad == 0) return kUtf8;
   const auto nAnsi = static_cast<int>(platform::AnsiCodePage());
-  if (ConvertsCleanly(strHeader, nAnsi, log)) return LooksLikeUtf8(strHeader) ? kUtf8 : nAnsi;
-  if (ConvertsCleanly(strHeader, kLatin1, log)) return kLatin1;
-  return ConvertsCleanly(strHeader, kLatin2, log) ? kLatin2 : 0;
+  if (CanBeIn(nAnsi, strHeader, log)) return LooksLikeUtf8(strHeader) ? kUtf8 : nAnsi;
+  if (CanBeIn(kLatin1, strHeader, log)) return kLatin1;
+  return CanBeIn(kLatin2, strHeader, log) ? kLatin2 : 0;
 }
 
 int PageOf8bitHeader(std::string_view strHeader, int nKnownCodePage, std::string_view strClue,
@@ -270,11 +263,10 @@ bool HasJapaneseEscapes(std::string_view strHeader) {
 
 // What the field is in if it claims to be UTF-8 and is not, by the ANSI page or else by Latin-1.
 bool ConvertOtherThanUtf8(std::string_view strField, DataBuffer& out, LogBase& log) {
-  const auto nAnsi = static_cast<int>(platform::AnsiCodePage());
   const std::uint32_t nBefore = out.getSize();
-  if (ConvertsCleanly(strField, nAnsi, out, log)) return true;
+  if (convertsCleanly(platform::AnsiCodePage(), kUtf8, strField, out, log)) return true;
   out.chop(out.getSize() - nBefore);
-  return ConvertsCleanly(strField, kLatin1, out, log);
+  return convertsCleanly(kLatin1, kUtf8, strField, out, log);
 }
 
 bool TakeUtf8(std::string_view strField, DataBuffer& out, LogBase& log) {

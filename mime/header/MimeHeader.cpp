@@ -140,6 +140,11 @@ std::size_t MimeHeader::indexOf(std::string_view strName) const {
 
 const MimeField* MimeHeader::find(std::string_view strName) const { return at(indexOf(strName)); }
 
+std::string_view MimeHeader::valueOf(std::string_view strName) const {
+  const MimeField* const pField = find(strName);
+  return pField != nullptr ? pField->value().view() : std::string_view();
+}
+
 bool MimeHeader::getField(std::string_view strName, StringBuffer& strValue) const {
   const MimeField* pField = find(strName);
   return pField != nullptr && strValue.setString(pField->value().view());

@@ -36,6 +36,8 @@ class MimeHeader : public LibraryObject {
   std::size_t indexOf(std::string_view strName) const;
   // Null if there is none of that name.
   const MimeField* find(std::string_view strName) const;
+  // The value of the first field of that name; empty if there is none. Good as long as the field.
+  std::string_view valueOf(std::string_view strName) const;
   // Sets strValue to the value of the first field of that name; false, and strValue untouched,
   // if there is none.
   bool getField(std::string_view strName, StringBuffer& strValue) const;

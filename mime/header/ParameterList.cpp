@@ -12,15 +12,9 @@
 namespace mail {
 namespace {
 
-struct Piece {
-  unsigned nNumber = 0;
-  bool bEncoded = false;
-  std::string strValue;
-};
-
 struct Collected {
   std::string strPlain;
-  std::vector<Piece> arrPieces;
+  NumberedPieces objPieces;
 };
 
 std::string lowerCase(std::string_view strText) {
@@ -29,14 +23,7 @@ std::string lowerCase(std::string_view strText) {
   return strLower;
 }
 
-// Mailers may write the pieces in any order.
-std::string joined(std::vector<Piece>& arrPieces, LogBase& log) {
-  std::stable_sort(arrPieces.begin(), arrPieces.end(),
-                   [](const Piece& a, const Piece& b) { return a.nNumber < b.nNumber; });
-  ParameterPieces objPieces;
-  for (const Piece& objPiece : arrPieces) {
-    objPieces.add(objPiece.bEncoded ? "*" : "", objPiece.strValue);
-  }
+std::string joined(NumberedPieces& objPieces, LogBase& log) {
   StringBuffer strValue;
   (void)objPieces.decode(strValue, log);
   return std::string(strValue.view());
@@ -55,8 +42,7 @@ std::vector<MimeParameter> parametersOf(std::string_view strValueUtf8, LogBase& 
     if (bNew) arrFound.push_back({strName, {}});
     Collected& objFound = arrFound[place->second].second;
     if (isPieceOf(strGiven, strName)) {
-      objFound.arrPieces.push_back(
-          {numberOfPiece(strGiven), strGiven.ends_with('*'), std::string(objReader.value())});
+      objFound.objPieces.add(strGiven, objReader.value());
     } else if (objFound.strPlain.empty()) {
       objFound.strPlain = objReader.value();
     }
@@ -64,9 +50,9 @@ std::vector<MimeParameter> parametersOf(std::string_view strValueUtf8, LogBase& 
   std::vector<MimeParameter> arrParameters;
   arrParameters.reserve(arrFound.size());
   for (auto& [strName, objFound] : arrFound) {
-    arrParameters.push_back({strName, objFound.arrPieces.empty()
+    arrParameters.push_back({strName, objFound.objPieces.isEmpty()
                                           ? std::move(objFound.strPlain)
-                                          : joined(objFound.arrPieces, log)});
+                                          : joined(objFound.objPieces, log)});
   }
   return arrParameters;
 }

@@ -9,6 +9,7 @@
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
 #include "html/CkHtmlHelp.h"
+#include "mime/encoding/CleanConversion.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/encoding/UuCoding.h"
@@ -309,11 +310,7 @@ bool BodyDecoding::keep(Decoded& objDecoded) {
 }
 
 bool BodyDecoding::fitsDeclaredCharset() const {
-  EncodingConvert objConvert;
-  DataBuffer arrDeclared;
-  return objConvert.EncConvert(kUtf8, static_cast<unsigned>(m_nPage), m_objEntity.m_body.getData(),
-                               m_objEntity.m_body.getSize(), arrDeclared, m_log) &&
-         !objConvert.m_hadErrors;
+  return convertsCleanly(kUtf8, static_cast<unsigned>(m_nPage), m_objEntity.m_body.view(), m_log);
 }
 
 // The header follows what the body turned out to be.

@@ -21,12 +21,6 @@ namespace {
 
 using code_page::kUtf8;
 
-// The value of a field, empty if there is none.
-std::string_view valueOf(const MimeHeader& objHeader, std::string_view strName) {
-  const MimeField* const pField = objHeader.find(strName);
-  return pField != nullptr ? pField->value().view() : std::string_view();
-}
-
 // The two never lie whole in memory.
 void moveUtf8(const DataBuffer& arrUtf8, XString& strOut) {
   strOut.clear();
@@ -97,7 +91,7 @@ bool MimeMessage2::isPgpSigned() const {
 }
 
 void MimeMessage2::getContentType(_ckContentType& objType, LogBase& log) const {
-  objType.load(valueOf(m_header, "content-type"), log);
+  objType.load(m_header.valueOf("content-type"), log);
 }
 
 void MimeMessage2::getName(StringBuffer& strName, LogBase& log) const {
@@ -108,7 +102,7 @@ void MimeMessage2::getName(StringBuffer& strName, LogBase& log) const {
 
 void MimeMessage2::getFileName(StringBuffer& strFileName, LogBase& log) const {
   ContentDisposition objDisposition;
-  objDisposition.load(valueOf(m_header, "content-disposition"), log);
+  objDisposition.load(m_header.valueOf("content-disposition"), log);
   strFileName = objDisposition.m_fileName;
 }
 
@@ -214,13 +208,13 @@ void MimeMessage2::refreshContentType(LogBase& log) {
 void MimeMessage2::refreshDisposition(LogBase& log) {
   HeaderCache& objCache = m_cache.change();
   ContentDisposition objDisposition;
-  objDisposition.load(valueOf(m_header, "content-disposition"), log);
+  objDisposition.load(m_header.valueOf("content-disposition"), log);
   objCache.disposition = std::move(objDisposition.m_type);
 }
 
 void MimeMessage2::refreshEncoding() {
   HeaderCache& objCache = m_cache.change();
-  (void)objCache.encoding.setString(firstWord(valueOf(m_header, "content-transfer-encoding")));
+  (void)objCache.encoding.setString(firstWord(m_header.valueOf("content-transfer-encoding")));
 }
 
 }  // namespace mail
