@@ -7,6 +7,7 @@
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
 #include "mime/email/BodyEncoder.h"
+#include "mime/header/TemporaryField.h"
 
 namespace mail {
 namespace {
@@ -67,24 +68,6 @@ void nameCharset(Email2& objNode, LogBase& log) {
   objNode.setBodyCharset(objUtf8, log);
 }
 
-// Another transfer encoding in the header while it is written.
-class EncodingForWriting {
- public:
-  EncodingForWriting(MimeHeader& objHeader, std::string_view strEncoding, LogBase& log)
-      : m_objHeader(objHeader), m_log(log) {
-    (void)m_objHeader.getField(kEncodingField, m_strOld);
-    m_objHeader.replaceField(kEncodingField, strEncoding, m_log);
-  }
-  ~EncodingForWriting() { m_objHeader.replaceField(kEncodingField, m_strOld.view(), m_log); }
-  EncodingForWriting(const EncodingForWriting&) = delete;
-  EncodingForWriting& operator=(const EncodingForWriting&) = delete;
-
- private:
-  MimeHeader& m_objHeader;
-  StringBuffer m_strOld;
-  LogBase& m_log;
-};
-
 }  // namespace
 
 bool EmailWriter::write(Email2& objRoot) {
@@ -120,8 +103,8 @@ bool EmailWriter::writeLeaf(Email2& objNode) {
                         objNode.encoding().equalsIgnoreCase("8bit");
   if (!bRecoded) return writeHeader(objNode) && writeBody(objNode, objNode.encoding().view());
   constexpr std::string_view kEncoding = "quoted-printable";
-  const EncodingForWriting objSwitched(objNode.header(), kEncoding, m_log);
-  return writeHeader(objNode) && writeBody(objNode, kEncoding);
+  const TemporaryField objSwitched(objNode.header(), kEncodingField, kEncoding, m_log);
+  return objSwitched.isSet() && writeHeader(objNode) && writeBody(objNode, kEncoding);
 }
 
 bool EmailWriter::writeHeader(Email2& objNode) {

@@ -29,9 +29,9 @@ class EmailWriter {
   EmailWriter(EmailOutput& objOutput, Transport nTransport, LogBase& log)
       : m_objOutput(objOutput), m_nTransport(nTransport), m_log(log) {}
 
-  // False, with the reason in the log, when the output fails. Text that its charset cannot hold, or
-  // that has none, becomes utf-8 in the mail too, and the transfer encoding of alternatives is
-  // taken away; otherwise the mail is as it was.
+  // False, with the reason in the log, when the output fails or memory does not suffice. Text that
+  // its charset cannot hold, or that has none, becomes utf-8 in the mail too, and the transfer
+  // encoding of alternatives is taken away; otherwise the mail is as it was.
   bool write(Email2& objRoot);
 
  private:

@@ -10,11 +10,7 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-bool isToken(std::string_view strText) {
-  return !strText.empty() && std::all_of(strText.begin(), strText.end(), [](char ch) {
-    return ch > ' ' && ch < 0x7F && std::string_view("()<>@,;:\\\"/[]?=").find(ch) == kNone;
-  });
-}
+bool isVisibleAscii(char ch) { return ch > ' ' && ch < 0x7F; }
 
 }  // namespace
 
@@ -26,10 +22,14 @@ void appendOtherParameters(std::string_view strValue, std::string_view strName,
     (void)strOut.append("; ");
     (void)strOut.append(objReader.name());
     (void)strOut.append("=");
-    if (isToken(objReader.value())) {
-      (void)strOut.append(objReader.value());
+    const std::string_view strContent = objReader.value();
+    // What comes from a header may be nothing, or no ASCII.
+    const bool bToken = !strContent.empty() && !needsQuotes(strContent) &&
+                        std::all_of(strContent.begin(), strContent.end(), isVisibleAscii);
+    if (bToken) {
+      (void)strOut.append(strContent);
     } else {
-      appendQuoted(objReader.value(), strOut);
+      appendQuoted(strContent, strOut);
     }
   }
 }

@@ -64,6 +64,25 @@ bool startsAsUtf8(std::string_view strBytes) {
   return byte_search::isUtf8(strBytes.substr(0, kUtf8Probe), strBytes.size() > kUtf8Probe);
 }
 
+// ASCII with 8-bit bytes is taken for Latin-1.
+int pageOfCharset(const _ckCharset& objCharset) {
+  const int nPage = objCharset.getCodePage();
+  return nPage == kAscii ? kLatin1 : nPage;
+}
+
+// What a META element names; empty if there is none.
+StringBuffer charsetOfHtml(std::string_view strHtml, LogBase& log) {
+  StringBuffer strCharset;
+  _ckHtmlHelp::charsetFromMetaTag(strHtml, strCharset);
+  const bool bWide =
+      strCharset.beginsWithIgnoreCase("unicode") || strCharset.beginsWithIgnoreCase("utf-16");
+  if (bWide && !hasNul(strHtml.substr(0, kNulProbe))) {
+    log.LogInfo("Must not really be unicode HTML, no zero bytes found...");
+    (void)strCharset.setString("windows-1252");
+  }
+  return strCharset;
+}
+
 // Quoted-printable, of which each line stands for itself.
 bool decodeLines(PassingBytes objText, DataBuffer& out) {
   if (objText.comesInPieces()) {
@@ -94,8 +113,7 @@ bool BodyDecoding::decode(const PassingBytes& objBytes) {
   dropCharsetOfBinary();
   if (strBytes.empty()) return true;
   m_bText = m_objOptions.bTextForSure || decideText(strBytes);
-  m_nPage = m_objEntity.charset().getCodePage();
-  if (m_nPage == kAscii) m_nPage = kLatin1;
+  m_nPage = pageOfCharset(m_objEntity.charset());
   m_nEncoding = encodingOfEntity();
   Decoded objDecoded;
   if (!undoEncoding(objBytes, objDecoded)) return false;
@@ -183,50 +201,55 @@ bool BodyDecoding::undoEncoding(const PassingBytes& objBytes, Decoded& objDecode
 
 void BodyDecoding::takeCharsetOfHtml(std::string_view strHtml) {
   m_log.LogInfo("No charset specified.  Trying to get HTML charset via META tag..");
-  StringBuffer strCharset;
-  _ckHtmlHelp::charsetFromMetaTag(strHtml, strCharset);
+  const StringBuffer strCharset = charsetOfHtml(strHtml, m_log);
   if (strCharset.isEmpty()) return;
-  const bool bWide =
-      strCharset.beginsWithIgnoreCase("unicode") || strCharset.beginsWithIgnoreCase("utf-16");
-  if (bWide && !hasNul(strHtml.substr(0, kNulProbe))) {
-    m_log.LogInfo("Must not really be unicode HTML, no zero bytes found...");
-    (void)strCharset.setString("windows-1252");
-  }
   _ckCharset objCharset;
   if (!mail_charset::setByName(objCharset, strCharset.view())) return;
   if (objCharset.getCodePage() == 0) return;
   m_objEntity.setCharset(strCharset.view(), m_log);
-  m_nPage = objCharset.getCodePage() == kAscii ? kLatin1 : objCharset.getCodePage();
+  m_nPage = pageOfCharset(objCharset);
 }
 
 bool BodyDecoding::toUtf8(Decoded& objDecoded) {
-  if (!m_bText || m_nEncoding == Encoding::kUuencode) {
+  m_nTextPage = pageOfText(objDecoded.view());
+  if (m_nTextPage == 0) {
     // What is typed as text and kept as it came must not be converted when it is written.
     m_objEntity.m_bUnconverted = true;
     return keep(objDecoded);
   }
-  int nPage = kUtf8;
-  if (m_nEncoding == Encoding::kBase64) {
-    nPage = pageOfBase64(objDecoded.view());
-  } else if (m_nEncoding == Encoding::kQuotedPrintable) {
-    nPage = pageOfQuotedPrintable(objDecoded.view());
-  } else {
-    nPage = pageOfRaw(objDecoded.view());
-  }
-  if (nPage == kLatin1 && m_bDropped) {
-    // XML in another charset than UTF-8: its bytes still fit the name in the header.
-    m_objEntity.m_bUnconverted = true;
-    return keep(objDecoded);
-  }
-  if (nPage == kLatin1) nPage = latin1OrReally1252(objDecoded.view());
-  m_bReally1252 = nPage == kWindows1252 && m_nPage != kWindows1252 && mayBeRelabelled();
-  m_bOverruled = nPage != m_nPage && m_nPage != 0 && !m_bReally1252 &&
-                 m_nEncoding == Encoding::kQuotedPrintable;
-  m_nTextPage = nPage;
-  return nPage == kUtf8 ? keep(objDecoded) : convert(nPage, objDecoded);
+  compareWithHeader();
+  return m_nTextPage == kUtf8 ? keep(objDecoded) : convert(objDecoded);
 }
 
-// Each of the three gives the page to convert from, UTF-8 for a body that stays as it is.
+// The page to convert from, UTF-8 for a text that stays as it is; 0 for what is kept as bytes.
+int BodyDecoding::pageOfText(std::string_view strBytes) const {
+  if (!m_bText) return 0;
+  int nPage = 0;
+  switch (m_nEncoding) {
+    case Encoding::kUuencode:
+      return 0;
+    case Encoding::kBase64:
+      nPage = pageOfBase64(strBytes);
+      break;
+    case Encoding::kQuotedPrintable:
+      nPage = pageOfQuotedPrintable(strBytes);
+      break;
+    case Encoding::kNone:
+      nPage = pageOfRaw(strBytes);
+      break;
+  }
+  if (nPage != kLatin1) return nPage;
+  // XML in another charset than UTF-8: its bytes still fit the name in the header.
+  return m_bDropped ? 0 : latin1OrReally1252(strBytes);
+}
+
+// In which way the text that was found contradicts its header.
+void BodyDecoding::compareWithHeader() {
+  m_bReally1252 = m_nTextPage == kWindows1252 && m_nPage != kWindows1252 && mayBeRelabelled();
+  m_bOverruled = m_nTextPage != m_nPage && m_nPage != 0 && !m_bReally1252 &&
+                 m_nEncoding == Encoding::kQuotedPrintable;
+}
+
 int BodyDecoding::pageOfBase64(std::string_view strBytes) const {
   if (m_nPage == 0) return kUtf8;
   const bool bNotWide = m_nPage == kUtf16 && starts7bit(strBytes) && !hasNul(strBytes);
@@ -270,29 +293,36 @@ bool BodyDecoding::mayBeRelabelled() const {
   return !m_bBinaryType && (nNamed == 0 || nNamed == kLatin1 || nNamed == kAscii);
 }
 
-bool BodyDecoding::convert(int nPage, Decoded& objDecoded) {
+bool BodyDecoding::convert(Decoded& objDecoded) {
   const std::string_view strBytes = objDecoded.view();
-  const bool bAsciiPage = line_conversion::isAsciiPage(nPage);
+  const bool bAsciiPage = line_conversion::isAsciiPage(m_nTextPage);
   // Nothing to convert: a large text need not lie twice in memory.
   if (bAsciiPage && byte_search::is7bit(strBytes) && !hasNul(strBytes)) return keep(objDecoded);
   DataBuffer& arrBody = m_objEntity.m_body;
   if (objDecoded.objBytes.comesInPieces()) (void)arrBody.reserve(strBytes.size());
   EncodingConvert objConvert;
   const bool bConverted =
-      line_conversion::toUtf8(objConvert, nPage, objDecoded.objBytes, arrBody, m_log);
+      line_conversion::toUtf8(objConvert, m_nTextPage, objDecoded.objBytes, arrBody, m_log);
   m_bLossy = objConvert.m_hadErrors;
   if (bConverted) {
     m_objEntity.m_bConverted = true;
     return true;
   }
   if (bAsciiPage && !arrBody.isEmpty()) return false;  // for want of memory
-  const bool bKeep =
+  return makeDo(objDecoded);
+}
+
+// With what there is of a text in a page that the library cannot read, or not all of it.
+bool BodyDecoding::makeDo(Decoded& objDecoded) {
+  DataBuffer& arrBody = m_objEntity.m_body;
+  const std::string_view strBytes = objDecoded.view();
+  const bool bReadable =
       m_nEncoding == Encoding::kNone && (starts7bit(strBytes) || hasUtf8Pair(strBytes));
-  if (!bKeep && !arrBody.isEmpty()) {
+  if (!bReadable && !arrBody.isEmpty()) {
     m_objEntity.m_bConverted = true;
     return true;
   }
-  // A page that the library cannot read: bytes that nobody can read yet are better than none.
+  // Bytes that nobody can read yet are better than none.
   m_objEntity.m_bUnconverted = true;
   arrBody.clear();
   return keep(objDecoded);
@@ -324,18 +354,20 @@ void BodyDecoding::mendHeader() {
       !m_objEntity.contentType().equals("message/rfc822")) {
     m_objEntity.setEncoding("8bit", m_log);
   }
-  renameXHtml();
+  if (isXHtml()) nameAsHtml();
 }
 
 // What some mailers put around a page, in text and in attachments alike.
-void BodyDecoding::renameXHtml() {
-  if (!m_bText && !m_bAttachment) return;
+bool BodyDecoding::isXHtml() const {
+  if (!m_bText && !m_bAttachment) return false;
   const std::string_view strBody = m_objEntity.m_body.view();
   const std::size_t nStart = std::min(strBody.find_first_not_of(" \t\r\n"), strBody.size());
-  if (!beginsWithNoCase(strBody.substr(nStart), "<x-html>") ||
-      m_objEntity.contentType().equals("text/html")) {
-    return;
-  }
+  return beginsWithNoCase(strBody.substr(nStart), "<x-html>");
+}
+
+void BodyDecoding::nameAsHtml() {
+  if (m_objEntity.contentType().equals("text/html")) return;
+  const std::string_view strBody = m_objEntity.m_body.view();
   // The new value names a charset; us-ascii would spoil what is not.
   if (namedPage() == 0 && !byte_search::is7bit(strBody)) {
     const bool bUtf8 = m_bText || byte_search::isUtf8(strBody);

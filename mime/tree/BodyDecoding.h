@@ -49,17 +49,21 @@ class BodyDecoding {
   bool undoEncoding(const PassingBytes& objBytes, Decoded& objDecoded);
   void takeCharsetOfHtml(std::string_view strHtml);
   bool toUtf8(Decoded& objDecoded);
+  int pageOfText(std::string_view strBytes) const;
+  void compareWithHeader();
   int pageOfBase64(std::string_view strBytes) const;
   int pageOfQuotedPrintable(std::string_view strBytes) const;
   int pageOfRaw(std::string_view strBytes) const;
   int latin1OrReally1252(std::string_view strBytes) const;
   int namedPage() const;
   bool mayBeRelabelled() const;
-  bool convert(int nPage, Decoded& objDecoded);
+  bool convert(Decoded& objDecoded);
+  bool makeDo(Decoded& objDecoded);
   bool keep(Decoded& objDecoded);
   bool fitsDeclaredCharset() const;
   void mendHeader();
-  void renameXHtml();
+  bool isXHtml() const;
+  void nameAsHtml();
 
   MimeMessage2& m_objEntity;
   Options m_objOptions;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <new>
+#include <utility>
 
 #include "base/ByteSearch.h"
 #include "base/LogNull.h"
@@ -146,31 +146,18 @@ std::vector<MimeMessage2*> entitiesOf(MimeMessage2& objRoot) {
 BinaryAsBase64::BinaryAsBase64(MimeMessage2& objRoot, LogBase& log) {
   for (MimeMessage2* pEntity : entitiesOf(objRoot)) {
     if (!spoilsText(*pEntity)) continue;
-    auto pField = makeOwned<MimeField>();
-    if (pField == nullptr) continue;
-    MimeHeader& objHeader = pEntity->m_header;
-    pField->setContents(kEncodingField, "base64", objHeader.m_control, log);
-    pEntity->m_nTempEncoding = pEntity->encoding().isEmpty() ? kWasNone : kWasBinary;
-    const std::size_t nIndex = objHeader.indexOf(kEncodingField);
-    if (nIndex < objHeader.getCount()) {
-      pField = objHeader.exchangeField(nIndex, std::move(pField));
-    } else {
-      objHeader.addField(kEncodingField, "base64", log);
-      pField = nullptr;
-    }
-    m_arrSwitched.push_back({pEntity, std::move(pField)});
+    const TempEncoding nOld = pEntity->encoding().isEmpty() ? kWasNone : kWasBinary;
+    TemporaryField objField(pEntity->m_header, kEncodingField, "base64", log);
+    if (!objField.isSet()) continue;
+    m_arrSwitched.push_back({pEntity, std::move(objField)});
+    pEntity->m_nTempEncoding = nOld;
     pEntity->refreshEncoding();
   }
 }
 
 BinaryAsBase64::~BinaryAsBase64() {
-  for (auto& [pEntity, pField] : m_arrSwitched) {
-    MimeHeader& objHeader = pEntity->m_header;
-    if (pField == nullptr) {
-      (void)objHeader.deleteField(kEncodingField, /*bAll=*/true);
-    } else {
-      (void)objHeader.exchangeField(objHeader.indexOf(kEncodingField), std::move(pField));
-    }
+  for (auto& [pEntity, objField] : m_arrSwitched) {
+    objField.restore();
     pEntity->refreshEncoding();
     pEntity->m_nTempEncoding = kNotTemporary;
   }

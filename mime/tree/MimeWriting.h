@@ -5,6 +5,7 @@
 
 #include "base/DataBuffer.h"
 #include "base/LogBase.h"
+#include "mime/header/TemporaryField.h"
 #include "mime/tree/MimeMessage2.h"
 
 namespace mail {
@@ -52,7 +53,7 @@ class BinaryAsBase64 {
 
   struct Switched {
     MimeMessage2* pEntity;
-    OwnedPtr<MimeField> pField;  // what the header had; null: nothing
+    TemporaryField objField;
   };
 
   std::vector<Switched> m_arrSwitched;
