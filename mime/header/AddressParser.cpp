@@ -5,10 +5,14 @@
 
 #include "base/AsciiText.h"
 #include "mime/encoding/ContentCoding.h"
+#include "mime/header/AddressText.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/EncodedWordMarks.h"
 
 namespace mail {
+
+using namespace address_text;
+
 namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
@@ -23,51 +27,32 @@ constexpr auto kStops = [] {
 // Between words control characters count as blanks.
 bool Separates(char ch) { return static_cast<unsigned char>(ch) <= ' '; }
 
-bool MayStandInLocalPart(char ch) {
-  const char chLower = toLowerAscii(ch);
-  return (chLower >= 'a' && chLower <= 'z') || (ch >= '0' && ch <= '9') ||
-         std::string_view("!#$%&'*+-/=?^_`{|}~.").find(ch) != kNone;
-}
-
 bool IsStop(char ch) { return kStops[static_cast<unsigned char>(ch)]; }
 
-// The blanks around each "@" taken out: "bob @ example.org" is one word.
-std::string JoinAtSigns(std::string_view strPhrase) {
-  std::string strJoined;
-  for (const char ch : strPhrase) {
-    if (ch == '@' && strJoined.ends_with(' ')) strJoined.pop_back();
-    if (ch != ' ' || !strJoined.ends_with('@')) strJoined += ch;
+// Whether a text in quotes holds what looks like the end of an address and of its mailbox,
+// "…<ann@example.org>,": the first quote was forgotten then.
+bool HoldsEndOfMailbox(std::string_view strInner) {
+  std::size_t nAt = 0;
+  for (const char ch : {'<', '@', '>'}) {
+    nAt = strInner.find(ch, nAt);
+    if (nAt == kNone) return false;
   }
-  return strJoined;
+  nAt = strInner.find_first_not_of(" \t", nAt + 1);
+  return nAt != kNone && (strInner[nAt] == ',' || strInner[nAt] == ';');
 }
 
-// Takes the next word off a text of words with one blank between them.
-std::string_view TakeWord(std::string_view& strRest) {
-  const std::string_view strWord = strRest.substr(0, strRest.find(' '));
-  strRest.remove_prefix(std::min(strWord.size() + 1, strRest.size()));
-  return strWord;
-}
-
-// Without what people put around an address.
-std::string_view Bare(std::string_view str) {
-  str = trimmed(str);
-  for (const std::string_view strScheme : {"mailto:", "smtp:"}) {
-    if (beginsWithNoCase(str, strScheme)) str.remove_prefix(strScheme.size());
+// Behind the domain at nFrom, nFrom itself if there is none.
+std::size_t EndOfDomain(std::string_view strText, std::size_t nFrom) {
+  if (strText.substr(nFrom, 1) == "[") {
+    const std::size_t nEnd = strText.find_first_of("],;<>[", nFrom + 1);
+    return nEnd == kNone || strText[nEnd] != ']' ? nFrom : nEnd + 1;
   }
-  const auto nColon = str.starts_with('@') ? str.find(':') : kNone;
-  if (nColon != kNone) str.remove_prefix(nColon + 1);  // a route
-  const bool bQuoted =
-      str.size() > 2 && str.front() == str.back() && (str.front() == '\'' || str.front() == '"');
-  return trimmed(bQuoted ? str.substr(1, str.size() - 2) : str);
+  std::size_t nEnd = nFrom;
+  while (nEnd < strText.size() && !IsStop(strText[nEnd])) ++nEnd;
+  return nEnd;
 }
 
 }  // namespace
-
-bool isLocalAddress(std::string_view strPhrase) {
-  return !strPhrase.empty() &&
-         std::all_of(strPhrase.begin(), strPhrase.end(), MayStandInLocalPart) &&
-         !hasEncodedWords(strPhrase);
-}
 
 void AddressParser::run() {
   while (m_nAt < m_strText.size()) {
@@ -129,13 +114,7 @@ std::size_t AddressParser::endOfQuoted() const {
   const std::string_view strQuoted = rest();
   const std::size_t nEnd = closingQuote(strQuoted);
   if (nEnd == kNone) return kNone;
-  const std::string_view strInner = strQuoted.substr(1, nEnd - 1);
-  const std::size_t nOpen = strInner.find('<');
-  const std::size_t nAtSign = nOpen == kNone ? kNone : strInner.find('@', nOpen);
-  const std::size_t nClose = nAtSign == kNone ? kNone : strInner.find('>', nAtSign);
-  const std::size_t nNext = nClose == kNone ? kNone : strInner.find_first_not_of(" \t", nClose + 1);
-  const bool bForgotten = nNext != kNone && (strInner[nNext] == ',' || strInner[nNext] == ';');
-  return bForgotten ? kNone : nEnd;
+  return HoldsEndOfMailbox(strQuoted.substr(1, nEnd - 1)) ? kNone : nEnd;
 }
 
 void AddressParser::takeQuoted() {
@@ -162,12 +141,7 @@ bool AddressParser::takeLocalPart(std::size_t nQuote) {
   if (strRest.substr(nQuote + 1, 1) != "@" ||
       std::none_of(strInner.begin(), strInner.end(), IsStop))
     return false;
-  std::size_t nEnd = nDomain;
-  while (nEnd < strRest.size() && !IsStop(strRest[nEnd])) ++nEnd;
-  if (strRest.substr(nDomain, 1) == "[") {
-    nEnd = strRest.find_first_of("],;<>[", nDomain + 1);
-    nEnd = nEnd == kNone || strRest[nEnd] != ']' ? nDomain : nEnd + 1;
-  }
+  const std::size_t nEnd = EndOfDomain(strRest, nDomain);
   if (nEnd == nDomain) return false;
   if (m_bAtSign && (m_bBare || !m_bHasAddress)) {
     finish();
@@ -259,8 +233,7 @@ std::string AddressParser::angleText() {
   bool bInRoute = false;
   for (++m_nAt; m_nAt < m_strText.size(); ++m_nAt) {
     const char ch = m_strText[m_nAt];
-    const bool bBlank = Separates(ch) || ch == '<';
-    if (strText.empty() && bBlank) continue;
+    if (strText.empty() && (Separates(ch) || ch == '<')) continue;
     if (ch == '>') {
       ++m_nAt;
       break;
@@ -268,19 +241,22 @@ std::string AddressParser::angleText() {
     if (ch == '<' || (!bInRoute && (ch == ',' || ch == ';'))) break;
     if (strText.empty()) bInRoute = ch == '@';
     if (ch == ':') bInRoute = false;
-    const std::size_t nQuoted = ch == '"' && m_bQuotesEnd ? closingQuote(rest()) : kNone;
-    if (nQuoted != kNone) {
-      strText.append(m_strText, m_nAt, nQuoted + 1);
-      m_nAt += nQuoted;
-      continue;
-    }
     if (ch == '"') {
-      m_bQuotesEnd = false;
+      takeQuotedInAngle(strText);
     } else if (ch == ' ' || !Separates(ch)) {
       strText += ch;
     }
   }
   return strText;
+}
+
+// With its quotes, up to the second of them; a quote that stands alone is passed over.
+void AddressParser::takeQuotedInAngle(std::string& strText) {
+  const std::size_t nEnd = m_bQuotesEnd ? closingQuote(rest()) : kNone;
+  m_bQuotesEnd = nEnd != kNone;
+  if (!m_bQuotesEnd) return;
+  strText.append(m_strText, m_nAt, nEnd + 1);
+  m_nAt += nEnd;
 }
 
 // "bob [mailto:bob@example.org]", as some mailers quote it.
@@ -316,19 +292,13 @@ void AddressParser::setAddress(std::string_view strRaw) {
   m_bAtSign = false;
   m_strName.swap(m_strPhrase);
   m_strPhrase.clear();
-  const std::string strText = decoded(strRaw);
-  std::string_view strAddress = Bare(strText);
-  std::string strJoined;
-  if (strAddress.find(' ') != kNone && strAddress.find_first_of("@\"") != kNone &&
-      strAddress.find('"') == kNone) {
-    strJoined = JoinAtSigns(strAddress);
-    std::string_view strRest = strJoined;
-    do {
-      strAddress = TakeWord(strRest);
-    } while (strAddress.find('@') == kNone && !strRest.empty());
-  }
-  m_strAddress = strAddress;
-  if (!bMayJoin || m_strHeld.empty() || m_strAddress.empty() || trimmed(m_strName).empty()) return;
+  m_strAddress = addressIn(decoded(strRaw));
+  if (bMayJoin) joinHeld();
+}
+
+// What stood in front of the comma was the first half of this name.
+void AddressParser::joinHeld() {
+  if (m_strHeld.empty() || m_strAddress.empty() || trimmed(m_strName).empty()) return;
   m_strName = m_strHeld + ", " + std::string(trimmed(m_strName));
   m_strHeld.clear();
 }
@@ -360,7 +330,7 @@ void AddressParser::finishAtComma() {
 void AddressParser::addHeld() {
   if (m_strHeld.empty()) return;
   const bool bAddress = isLocalAddress(m_strHeld);
-  add(bAddress ? "" : decoded(m_strHeld), bAddress ? Bare(m_strHeld) : "");
+  add(bAddress ? "" : decoded(m_strHeld), bAddress ? bare(m_strHeld) : "");
   m_strHeld.clear();
 }
 
@@ -391,14 +361,11 @@ void AddressParser::finishBare() {
     return;
   }
   const std::string strName = decoded(strPhrase);
-  if (!m_bInner && strName.find('@') != std::string::npos) {
-    // Some mailers encode the whole field.
-    AddressParser objInner(strName, m_arrAddresses, m_log);
-    objInner.m_bInner = true;
-    objInner.run();
+  if (!m_bInner && strName.find('@') != kNone) {
+    readInner(strName);
   } else if (strComment.empty()) {
     const bool bAddress = !m_bQuoted && isLocalAddress(strPhrase);
-    add(bAddress ? "" : strName, bAddress ? Bare(strPhrase) : "");
+    add(bAddress ? "" : strName, bAddress ? bare(strPhrase) : "");
   } else if (strPhrase.find(' ') != kNone) {
     add(decoded(nameWithComment()), "");
   } else {
@@ -406,29 +373,22 @@ void AddressParser::finishBare() {
   }
 }
 
+// Some mailers encode the whole field.
+void AddressParser::readInner(std::string_view strList) {
+  AddressParser objInner(strList, m_arrAddresses, m_log);
+  objInner.m_bInner = true;
+  objInner.run();
+}
+
 // Words of which at least one holds an "@": all addresses, or a name and the address behind it.
 void AddressParser::finishWithAt(std::string_view strPhrase, std::string_view strComment) {
-  const std::string strJoined = JoinAtSigns(strPhrase);
-  std::string strName;
-  std::string_view strAddress;
-  bool bAllAddresses = true;
-  for (std::string_view strRest = strJoined; !strRest.empty();) {
-    const std::string_view strWord = TakeWord(strRest);
-    if (strWord.find('@') != kNone) {
-      strAddress = strWord;
-      continue;
-    }
-    bAllAddresses = false;
-    strName += strName.empty() ? "" : " ";
-    strName += strWord;
-  }
-  if (!bAllAddresses) {
-    add(decoded(strName), Bare(strAddress));
-    return;
+  const std::string strJoined = joinAtSigns(strPhrase);
+  if (!holdsAddressesAlone(strJoined)) {
+    const NameAndAddress objFound = nameAndAddress(strJoined);
+    return add(decoded(objFound.strName), bare(objFound.strAddress));
   }
   for (std::string_view strRest = strJoined; !strRest.empty();) {
-    const std::string_view strWord = TakeWord(strRest);
-    add(strComment, Bare(strWord));
+    add(strComment, bare(takeWord(strRest)));
   }
 }
 

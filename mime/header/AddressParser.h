@@ -10,10 +10,6 @@
 
 namespace mail {
 
-// Whether a phrase is an address though it has no "@": "root", "host!user", "/O=ORG/CN=ANN". It is
-// one word, and no more than characters that may stand in front of an "@".
-bool isLocalAddress(std::string_view strPhrase);
-
 // Reads an address list as mails hold it, which is often not as RFC 5322 has it. One pass over the
 // text; what is met becomes part of the mailbox being read:
 //
@@ -52,7 +48,9 @@ class AddressParser {
   std::size_t endOfQuoted() const;
   std::size_t endOfComment() const;
   std::string angleText();
+  void takeQuotedInAngle(std::string& strText);
   void setAddress(std::string_view strRaw);
+  void joinHeld();
 
   void finish();
   void finishAtComma();
@@ -60,6 +58,7 @@ class AddressParser {
   std::string nameWithComment() const;
   void finishInFrontOfPhrase();
   void finishBare();
+  void readInner(std::string_view strList);
   void finishWithAt(std::string_view strPhrase, std::string_view strComment);
   void reset();
   void add(std::string_view strName, std::string_view strAddress);

@@ -4,6 +4,7 @@
 
 #include "base/AsciiText.h"
 #include "mime/header/AddressParser.h"
+#include "mime/header/AddressText.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/FieldEmission.h"
 
@@ -25,7 +26,7 @@ bool IsPlainName(std::string_view strName) {
 }
 
 void AppendReadableName(std::string_view strName, bool bAlone, StringBuffer& strOut) {
-  const bool bPlain = IsPlainName(strName) && !(bAlone && isLocalAddress(strName));
+  const bool bPlain = IsPlainName(strName) && !(bAlone && address_text::isLocalAddress(strName));
   bPlain ? (void)strOut.append(strName) : appendQuoted(strName, strOut);
 }
 
@@ -100,7 +101,8 @@ void _ckEmailAddress::appendBehindName(const _ckEmailAddress* pNext, StringBuffe
   const std::string_view strAddress = m_address.view();
   if (m_friendlyName.isEmpty()) {
     if (strAddress.empty()) return;
-    const bool bPlain = IsPlainAddress(strAddress) || (!bNameFollows && isLocalAddress(strAddress));
+    const bool bPlain =
+        IsPlainAddress(strAddress) || (!bNameFollows && address_text::isLocalAddress(strAddress));
     AppendAddress(m_address, !bPlain, strOut);
     return;
   }
