@@ -1,5 +1,6 @@
 #include "mime/CkMime.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -12,6 +13,7 @@ namespace {
 
 using test_support::ReadBytes;
 using test_support::TemporaryFolder;
+using testing::HasSubstr;
 
 constexpr const char* kPicture =
     "Content-Type: multipart/mixed; boundary=\"b\"\r\n\r\n"
@@ -43,15 +45,15 @@ TEST_F(CkMimeTest, WritesBinaryBodiesRawAsBytesAndAsBase64InText) {
   EXPECT_STREQ(picture->getMime(),
                "Content-Type: image/png\r\nContent-Transfer-Encoding: base64\r\n\r\niVBORw==\r\n");
   EXPECT_TRUE(picture->SetHeaderField("Content-Transfer-Encoding", " "));
-  EXPECT_NE(std::string(picture->getMime()).find("base64"), std::string::npos);
+  EXPECT_THAT(picture->getMime(), HasSubstr("base64"));
   EXPECT_EQ(BytesOf(*picture), "Content-Type: image/png\r\n\r\n\x89PNG");
-  EXPECT_NE(BytesOf(m_mime).find("image/png\r\n\r\n\x89PNG\r\n--b--"), std::string::npos)
+  EXPECT_THAT(BytesOf(m_mime), HasSubstr("image/png\r\n\r\n\x89PNG\r\n--b--"))
       << "a part is a view of the one tree";
 }
 
 TEST_F(CkMimeTest, GivesTextByTheCharsetOfItsBodyInTheFormOfTheFlag) {
   m_mime.put_Utf8(true);
-  EXPECT_NE(std::string(m_mime.getMime()).find("\r\n\r\nПри\r\n"), std::string::npos);
+  EXPECT_THAT(m_mime.getMime(), HasSubstr("\r\n\r\nПри\r\n"));
   EXPECT_TRUE(Part(0)->get_Utf8());
   m_mime.put_Utf8(false);
   EXPECT_EQ(std::string(m_mime.getMime()).find("При"), std::string::npos);
@@ -69,10 +71,9 @@ TEST_F(CkMimeTest, SavesABodyInItsCharset) {
 TEST_F(CkMimeTest, TellsWhyAPartIsNotThere) {
   EXPECT_EQ(m_mime.GetPart(2), nullptr);
   EXPECT_FALSE(m_mime.get_LastMethodSuccess());
-  const std::string log = m_mime.lastErrorText();
   for (const char* line : {"GetPart:", "Failed to get MIME message part", "num_parts: 2",
                            "requested_part_index: 2", "Failed."}) {
-    EXPECT_NE(log.find(line), std::string::npos) << line << "\n" << log;
+    EXPECT_THAT(m_mime.lastErrorText(), HasSubstr(line));
   }
   EXPECT_EQ(m_mime.GetPart(-1), nullptr);
   EXPECT_NE(Part(1), nullptr);
@@ -83,9 +84,8 @@ TEST_F(CkMimeTest, PartsLoseTheirEntityWhenTheMessageIsLoadedAgain) {
   const std::unique_ptr<CkMime> part = Part(0);
   EXPECT_TRUE(m_mime.LoadMimeFile(m_folder.File("a.eml").c_str()));
   EXPECT_EQ(BytesOf(*part), "\r\n\r\n");
-  EXPECT_NE(std::string(part->lastErrorText())
-                .find("Internal MIME part no longer exists within the MIME document."),
-            std::string::npos);
+  EXPECT_THAT(part->lastErrorText(),
+              HasSubstr("Internal MIME part no longer exists within the MIME document."));
   EXPECT_TRUE(part->SetHeaderField("Subject", "fresh"));
   EXPECT_EQ(BytesOf(*part), "Subject: fresh\r\n\r\n");
   EXPECT_NE(Part(1), nullptr);
@@ -98,7 +98,7 @@ TEST_F(CkMimeTest, ATreeLivesAsLongAsAPartOfItAndAPartLoadsForItself) {
   const std::unique_ptr<CkMime> other(whole->GetPart(0));
   EXPECT_TRUE(other->LoadMimeFile(m_folder.File("a.eml").c_str()));
   whole.reset();
-  EXPECT_NE(BytesOf(*part).find("iVBORw=="), std::string::npos);
+  EXPECT_THAT(BytesOf(*part), HasSubstr("iVBORw=="));
 }
 
 TEST_F(CkMimeTest, FailsOnAFileThatIsNotThereAndKeepsTheMessage) {

@@ -5,12 +5,15 @@
 #include <string>
 
 #include "base/AsciiText.h"
-#include "base/LogNull.h"
 #include "mime/tree/MimeInput.h"
+#include "tests/mime/MimeSupport.h"
 #include "tests/support/MailFiles.h"
 
 namespace mail {
 namespace {
+
+using test_support::silent;
+using test_support::Utf16;
 
 TEST(MailHeader, FindsTheFirstFieldOfThatNameDecoded) {
   const MailHeader header(
@@ -41,22 +44,15 @@ std::string FieldsOf(const MimeHeader& header) {
 
 std::string FieldsOfTree(std::string_view bytes) {
   MimeMessage2 root;
-  LogNull log;
-  EXPECT_TRUE(loadMimeInput(root, bytes, log));
+  EXPECT_TRUE(loadMimeInput(root, bytes, silent));
   return FieldsOf(root.header());
-}
-
-std::string Utf16(std::string_view ascii, bool big) {
-  std::string bytes;
-  for (const char c : ascii) bytes.append(big ? std::string{'\0', c} : std::string{c, '\0'});
-  return bytes;
 }
 
 TEST(MailHeader, ReadsWhatTheTreeReads) {
   const std::string real = "Subject: real\r\n\r\nDate: in the body\r\n";
   for (const std::string& mail :
-       {real, Utf16(real, false), Utf16(real, true), "\xFF\xFE" + Utf16(real, false),
-        "\xFE\xFF" + Utf16(real, true), "\xEF\xBB\xBF" + real, "From x\r\n\r\n" + real,
+       {real, Utf16(real), Utf16(real, /*big=*/true), "\xFF\xFE" + Utf16(real),
+        "\xFE\xFF" + Utf16(real, /*big=*/true), "\xEF\xBB\xBF" + real, "From x\r\n\r\n" + real,
         "From x\n\nSubject: real\n\nDate: in the body\n" + real,
         std::string("\nSubject: real\n\nDate: in the body"),
         std::string("Subject: real\n\nDate: in the body\r\n\r\n"),

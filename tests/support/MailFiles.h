@@ -26,6 +26,19 @@ inline std::vector<std::filesystem::path> MailFiles(const std::filesystem::path&
   return files;
 }
 
+// The cells of a table: a row a line, tabs between cells, "#" in front of a comment.
+inline std::vector<std::vector<std::string>> TableOf(const std::filesystem::path& path) {
+  std::vector<std::vector<std::string>> rows;
+  std::istringstream in(ReadBytes(path));
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    std::istringstream cells(line);
+    rows.emplace_back();
+    for (std::string cell; std::getline(cells, cell, '\t');) rows.back().push_back(cell);
+  }
+  return rows;
+}
+
 // The rows of roundtrip.txt: "PATH WRITING" and what that writing changes.
 inline std::map<std::string, std::string> RoundTripExceptions() {
   std::map<std::string, std::string> rows;

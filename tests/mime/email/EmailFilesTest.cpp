@@ -7,65 +7,35 @@
 
 #include <nlohmann/json.hpp>
 
-#include "base/LogNull.h"
 #include "client/show/EmailJson.h"
 #include "mime/email/EmailBodies.h"
-#include "mime/email/EmailBuilding.h"
-#include "mime/email/EmailWriter.h"
-#include "platform/NarrowText.h"
+#include "tests/mime/MimeSupport.h"
 #include "tests/support/MailFiles.h"
 
 namespace {
 
 using nlohmann::ordered_json;
-
-class EmailFiles : public testing::Test {
- protected:
-  EmailFiles() : m_page(platform::AnsiCodePage()) { platform::SetAnsiCodePage(1252); }
-  ~EmailFiles() override { platform::SetAnsiCodePage(m_page); }
-
- private:
-  unsigned m_page;
-};
+using test_support::LoadEmail;
+using test_support::silent;
+using test_support::Written;
 
 ordered_json Cleaned(const ordered_json& json) {
   return ordered_json::parse(json.dump(-1, ' ', false, ordered_json::error_handler_t::replace));
 }
 
-struct Memory : mail::EmailOutput {
-  bool write(std::string_view bytes) override {
-    text.append(bytes);
-    return true;
-  }
-  std::string text;
-};
-
-std::string Written(mail::Email2& email) {
-  mail::LogNull log;
-  Memory output;
-  EXPECT_TRUE(mail::EmailWriter(output, mail::EmailWriter::Transport::k8bit, log).write(email));
-  return output.text;
-}
-
 std::string Html(const mail::Email2& email) {
-  mail::LogNull log;
   mail::StringBuffer html;
-  return mail::htmlBodyOf(email, html, log) ? std::string(html.view()) : "(none)";
+  return mail::htmlBodyOf(email, html, silent) ? std::string(html.view()) : "(none)";
 }
 
-mail::OwnedPtr<mail::Email2> Load(const std::string& bytes) {
-  mail::LogNull log;
-  return mail::buildEmail(bytes, /*bUtf8=*/false, log);
-}
-
-TEST_F(EmailFiles, ComeOutAsTheFileBesideSays) {
+TEST(EmailFiles, ComeOutAsTheFileBesideSays) {
   const auto files = test_support::MailFiles(test_support::MailFolder() / "email");
   ASSERT_GE(files.size(), 49U);
   for (const auto& path : files) {
     std::filesystem::path expected = path;
     expected.replace_extension(".json");
     const auto wanted = ordered_json::parse(test_support::ReadBytes(expected));
-    const auto email = Load(test_support::ReadBytes(path));
+    const auto email = LoadEmail(test_support::ReadBytes(path));
     ASSERT_NE(email, nullptr) << path;
     const ordered_json got = Cleaned(client::EmailJson(*email));
     EXPECT_EQ(got, wanted) << path << "\n" << ordered_json::diff(wanted, got).dump(1);
@@ -74,15 +44,15 @@ TEST_F(EmailFiles, ComeOutAsTheFileBesideSays) {
 
 // Over the mails of all folders: what was written shows the same, and is written the same again,
 // but for the mails of which roundtrip.txt says that their bytes change.
-TEST_F(EmailFiles, WrittenAndLoadedAgainShowTheSame) {
+TEST(EmailFiles, WrittenAndLoadedAgainShowTheSame) {
   auto exceptions = test_support::RoundTripExceptions();
   for (const auto& path : test_support::MailFiles(test_support::MailFolder())) {
     SCOPED_TRACE(path);
     const std::string name = path.lexically_relative(test_support::MailFolder()).string();
-    const auto email = Load(test_support::ReadBytes(path));
+    const auto email = LoadEmail(test_support::ReadBytes(path));
     ASSERT_NE(email, nullptr);
     const std::string written = Written(*email);
-    const auto again = Load(written);
+    const auto again = LoadEmail(written);
     ASSERT_NE(again, nullptr);
     EXPECT_EQ(Cleaned(client::EmailJson(*again)), Cleaned(client::EmailJson(*email))) << written;
     EXPECT_EQ(Html(*again), Html(*email));

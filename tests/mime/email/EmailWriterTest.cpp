@@ -7,107 +7,68 @@
 
 #include "base/CkLogger.h"
 #include "mime/email/BodyEncoder.h"
-#include "mime/email/EmailBuilding.h"
 #include "mime/encoding/ContentCoding.h"
+#include "tests/mime/MimeSupport.h"
 
 namespace {
 
+using test_support::EmailText;
+using test_support::LoadEmail;
+using test_support::silent;
+using test_support::Transport;
+using test_support::Written;
 using testing::HasSubstr;
 using testing::Not;
-using Transport = mail::EmailWriter::Transport;
 
-// Takes so many writes, and fails then.
-struct Output : mail::EmailOutput {
-  bool write(std::string_view bytes) override {
-    if (writesLeft == 0) return false;
-    --writesLeft;
-    largest = std::max(largest, bytes.size());
-    text.append(bytes);
-    return true;
-  }
-  std::string text;
-  std::size_t largest = 0;
-  int writesLeft = 1'000'000;
-};
-
-mail::OwnedPtr<mail::Email2> Load(const std::string& mime, bool utf8 = false) {
-  mail::_ckLogger log;
-  return mail::buildEmail(mime, utf8, log);
-}
-
-std::string Written(mail::Email2& email, Transport transport, mail::LogBase& log) {
-  Output output;
-  EXPECT_TRUE(mail::EmailWriter(output, transport, log).write(email)) << output.text;
-  return output.text;
-}
-
-TEST(EmailWriter, TextThatItsCharsetCannotHoldBecomesUtf8) {
-  struct Case {
-    const char* charset;
-    const char* body;
-    const char* written;
+TEST(EmailWriter, TextThatItsCharsetCannotHoldOrThatHasNoneBecomesUtf8) {
+  constexpr const char* kNamed = "Named the charset of the email body: utf-8\r\n";
+  const struct {
+    std::string type, body, writtenType, writtenBody, logged;
+    bool utf8 = false;
+  } cases[] = {
+      {"text/plain; charset=iso-8859-1", "\xC3\xA4", "; charset=iso-8859-1", "\xE4", "", true},
+      {"text/plain; charset=iso-8859-1", "\xC3\xA4\xE2\x82\xAC", "; charset=utf-8",
+       "\xC3\xA4\xE2\x82\xAC", "Converted email body from iso-8859-1 to utf-8\r\n", true},
+      {"text/plain; charset=windows-1251", "\xC2\xA5", "; charset=utf-8", "\xC2\xA5",
+       "Converted email body from windows-1251 to utf-8\r\n", true},
+      {"text/plain; charset=us-ascii", "\xC3\xA4", "; charset=utf-8", "\xC3\xA4",
+       "Converted email body from us-ascii to utf-8\r\n", true},
+      {"text/plain; charset=us-ascii", "a", "; charset=us-ascii", "a", "", true},
+      {"text/plain; delsp=yes", "\xE4", "text/plain; charset=utf-8; delsp=yes", "\xC3\xA4", kNamed},
+      {"text/plain", "\xC3\xA4", "; charset=utf-8", "\xC3\xA4", kNamed},
+      {"text/plain; charset=x-new", "\xE4", "; charset=utf-8", "\xC3\xA4", kNamed},
+      {"text/plain; charset=x-new", "\xC3\xA4", "=x-new", "\xC3\xA4", ""},
+      {"application/xml", "\xC3\xA4", "/xml", "\xC3\xA4", ""},
+      {"", "\xE4", "Content-Type: text/plain; charset=utf-8", "\xC3\xA4", kNamed},
+      {"text/plain", "a", "text/plain", "a", ""},
   };
-  const Case cases[] = {
-      {"iso-8859-1", "\xC3\xA4", "charset=iso-8859-1\r\n\r\n\xE4"},
-      {"iso-8859-1", "\xC3\xA4\xE2\x82\xAC", "charset=utf-8\r\n\r\n\xC3\xA4\xE2\x82\xAC"},
-      {"windows-1251", "\xC2\xA5", "charset=utf-8\r\n\r\n\xC2\xA5"},
-      {"us-ascii", "\xC3\xA4", "charset=utf-8\r\n\r\n\xC3\xA4"},
-      {"us-ascii", "a", "charset=us-ascii\r\n\r\na"},
-  };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     mail::_ckLogger log;
-    const auto email =
-        Load(std::string("Content-Type: text/plain; charset=") + c.charset + "\r\n\r\n" + c.body,
-             /*utf8=*/true);
-    EXPECT_THAT(Written(*email, Transport::k8bit, log), HasSubstr(c.written));
-    const bool converted = std::string(c.written).find("utf-8") != std::string::npos;
-    EXPECT_EQ(log.text().find("Converted email body from " + std::string(c.charset) +
-                              " to utf-8") != std::string::npos,
-              converted);
-  }
-}
-
-TEST(EmailWriter, TextWithoutACharsetSaysThatItIsUtf8Now) {
-  struct Case {
-    const char* mime;
-    const char* written;
-  };
-  const Case cases[] = {
-      {"Content-Type: text/plain; delsp=yes\r\n\r\n\xE4",
-       "Content-Type: text/plain; charset=utf-8; delsp=yes\r\n\r\n\xC3\xA4"},
-      {"Content-Type: text/plain\r\n\r\n\xC3\xA4", "; charset=utf-8\r\n\r\n\xC3\xA4"},
-      {"Content-Type: text/plain; charset=x-new\r\n\r\n\xE4", "; charset=utf-8\r\n\r\n\xC3\xA4"},
-      {"Content-Type: text/plain; charset=x-new\r\n\r\n\xC3\xA4", "=x-new\r\n\r\n\xC3\xA4"},
-      {"Content-Type: application/xml\r\n\r\n\xC3\xA4", "/xml\r\n\r\n\xC3\xA4"},
-      {"Subject: s\r\n\r\n\xE4",
-       "Subject: s\r\nContent-Type: text/plain; charset=utf-8\r\n\r\n\xC3\xA4"},
-      {"Content-Type: text/plain\r\n\r\na", "text/plain\r\n\r\na"},
-  };
-  for (const Case& c : cases) {
-    mail::_ckLogger log;
-    EXPECT_THAT(Written(*Load(c.mime), Transport::k8bit, log), HasSubstr(c.written));
+    const std::string header = c.type.empty() ? "Subject: s" : "Content-Type: " + c.type;
+    const auto email = LoadEmail(header + "\r\n\r\n" + c.body, c.utf8);
+    EXPECT_THAT(Written(*email, Transport::k8bit, log),
+                HasSubstr(c.writtenType + "\r\n\r\n" + c.writtenBody));
+    EXPECT_EQ(log.text(), c.logged) << c.type << c.body;
   }
 }
 
 TEST(EmailWriter, A7bitTransportGetsQuotedPrintable) {
-  mail::_ckLogger log;
-  const auto email = Load(
+  const auto email = LoadEmail(
       "Content-Type: text/plain; charset=iso-8859-1\r\n"
-      "Content-Transfer-Encoding: 8bit (raw)\r\n\r\n\xE4");
-  EXPECT_THAT(Written(*email, Transport::k7bit, log),
+      "content-transfer-encoding: 8bit (raw)\r\n\r\n\xE4");
+  EXPECT_THAT(Written(*email, Transport::k7bit),
               HasSubstr("Content-Transfer-Encoding: quoted-printable\r\n\r\n=E4"));
-  EXPECT_THAT(Written(*email, Transport::k8bit, log),  // the mail itself stays as it was
-              HasSubstr("Content-Transfer-Encoding: 8bit (raw)\r\n\r\n\xE4"));
+  EXPECT_THAT(Written(*email),  // the mail itself stays as it was
+              HasSubstr("content-transfer-encoding: 8bit (raw)\r\n\r\n\xE4"));
 }
 
 TEST(EmailWriter, AlternativesHaveNoEncodingAndForwardedMailsStay) {
-  mail::_ckLogger log;
-  const auto email = Load(
+  const auto email = LoadEmail(
       "Content-Type: multipart/mixed; boundary=m\r\n\r\n--m\r\n"
       "Content-Type: multipart/alternative; boundary=a\r\n"
       "Content-Transfer-Encoding: 7bit\r\n\r\n--a\r\nContent-Type: text/plain\r\n\r\nx\r\n--a--\r\n"
       "--m\r\nContent-Type: message/rfc822\r\n\r\nSubject: \xE4\r\n\r\n\xE4\r\n--m--\r\n");
-  const std::string written = Written(*email, Transport::k8bit, log);
+  const std::string written = Written(*email);
   EXPECT_THAT(written, Not(HasSubstr("7bit")));
   EXPECT_THAT(written, HasSubstr("\r\n\r\nSubject: \xE4\r\n\r\n\xE4\r\n--m--\r\n"));
 }
@@ -119,20 +80,19 @@ TEST(EmailWriter, LongBodiesAreWrittenInPieces) {
     body += "line " + std::to_string(n) + " \xC3\xA4\xC3\xB6\xE2\x82\xAC\r\n";
   }
   body += std::string(300'000, 'x') + "\r";
-  for (int n = 0; n < 100'000; ++n) body += "\xC3\xA4";
+  body += test_support::Repeated(100'000, "\xC3\xA4");
   for (const char* encoding : {"8bit", "base64", "quoted-printable"}) {
     for (const char* charset : {"windows-1252", "utf-8"}) {
-      mail::_ckLogger log;
-      const auto email = Load(std::string("Content-Type: text/plain; charset=") + charset +
-                                  "\r\nContent-Transfer-Encoding: 8bit\r\n\r\n" + body,
-                              /*utf8=*/true);
+      const auto email = LoadEmail(std::string("Content-Type: text/plain; charset=") + charset +
+                                       "\r\nContent-Transfer-Encoding: 8bit\r\n\r\n" + body,
+                                   /*utf8=*/true);
       const std::string kept(email->body().view());
-      email->header().replaceField("Content-Transfer-Encoding", encoding, log);
-      email->refresh(log);
-      Output output;
-      ASSERT_TRUE(mail::EmailWriter(output, Transport::k8bit, log).write(*email));
+      email->header().replaceField("Content-Transfer-Encoding", encoding, silent);
+      email->refresh(silent);
+      EmailText output;
+      ASSERT_TRUE(mail::EmailWriter(output, Transport::k8bit, silent).write(*email));
       EXPECT_LT(output.largest, 8 * mail::BodyEncoder::kPieceBytes);
-      const auto again = Load(output.text);
+      const auto again = LoadEmail(output.text);
       EXPECT_TRUE(again->body().view() == kept) << encoding << " " << charset;
       if (std::string_view(encoding) == "base64" && std::string_view(charset) == "utf-8") {
         mail::StringBuffer whole;
@@ -153,9 +113,9 @@ TEST(EmailWriter, AnOutputThatFailsIsTold) {
   int writes = 0;
   for (bool done = false; !done; ++writes) {
     mail::_ckLogger log;
-    Output output;
+    EmailText output;
     output.writesLeft = writes;
-    done = mail::EmailWriter(output, Transport::k8bit, log).write(*Load(mime));
+    done = mail::EmailWriter(output, Transport::k8bit, log).write(*LoadEmail(mime));
     EXPECT_EQ(output.writesLeft, 0);
     all += log.text();
   }

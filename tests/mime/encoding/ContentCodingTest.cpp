@@ -10,10 +10,10 @@
 #include <gtest/gtest.h>
 
 #include "base/CkLogger.h"
-#include "base/LogNull.h"
 #include "charset/CharsetNames.h"
 #include "charset/CodePages.h"
 #include "mime/encoding/MailCharsetTable.h"
+#include "tests/mime/MimeSupport.h"
 #include "tests/support/NaiveCoding.h"
 
 namespace {
@@ -21,6 +21,8 @@ namespace {
 using mail::ContentCoding;
 using mail::DataBuffer;
 using mail::StringBuffer;
+using test_support::Repeated;
+using test_support::silent;
 using Folding = ContentCoding::Folding;
 using namespace std::string_literals;
 
@@ -58,25 +60,19 @@ std::string EncodeQuotedPrintable(std::string_view bytes, unsigned line = 76) {
   return std::string(text.view());
 }
 
-std::string DecodeWords(std::string_view value, mail::LogBase& log) {
+std::string DecodeWords(std::string_view value, mail::LogBase& log = silent) {
   StringBuffer text(value);
   EXPECT_TRUE(ContentCoding::QB_DecodeToUtf8(text, log));
   return std::string(text.view());
-}
-
-std::string DecodeWords(std::string_view value) {
-  mail::LogNull log;
-  return DecodeWords(value, log);
 }
 
 std::string Word(char encoding, std::string_view value, std::string_view charset,
                  Folding folding = Folding::kOneWord, bool address = false) {
   ContentCoding coding;
   coding.m_bAddressMode = address;
-  mail::LogNull log;
   StringBuffer out;
-  EXPECT_TRUE(encoding == 'Q' ? coding.encodeQWord(value, charset, folding, out, log)
-                              : coding.encodeBWord(value, charset, folding, out, log));
+  EXPECT_TRUE(encoding == 'Q' ? coding.encodeQWord(value, charset, folding, out, silent)
+                              : coding.encodeBWord(value, charset, folding, out, silent));
   return std::string(out.view());
 }
 
@@ -347,23 +343,18 @@ TEST(EncodedWords, LongValuesAreCutBetweenCharactersAndReadBackWhole) {
 
 // Twice the input takes about twice the time: what is not linear takes minutes here.
 TEST(ContentCoding, HostileInputTakesLinearTime) {
-  const auto repeat = [](std::string_view part, std::size_t count) {
-    std::string text;
-    for (std::size_t n = 0; n < count; ++n) text += part;
-    return text;
-  };
   constexpr std::size_t kMany = 1'000'000;
   const auto start = std::chrono::steady_clock::now();
-  (void)DecodeWords(repeat("=?", kMany));
-  (void)DecodeWords(repeat("=?utf-8?Q?", kMany));
-  (void)DecodeWords(repeat("=?a?b", kMany));
-  (void)DecodeWords(repeat("=?utf-8?Q?a?= ", kMany));
-  (void)DecodeWords(repeat("=?gb2312?Q?=C4?= =?koi8-r?Q?a?=", kMany / 10));
-  (void)DecodeQuotedPrintable(repeat(" \t\r\r", kMany));
-  (void)DecodeQuotedPrintable(repeat("=00", kMany));
-  (void)DecodeBase64(repeat("A?", kMany));
-  (void)EncodeQuotedPrintable(repeat("\xE9", 3 * kMany));
-  (void)Word('Q', repeat("\xD0\xB9", kMany), "utf-8", Folding::kSeveralWords);
+  (void)DecodeWords(Repeated(kMany, "=?"));
+  (void)DecodeWords(Repeated(kMany, "=?utf-8?Q?"));
+  (void)DecodeWords(Repeated(kMany, "=?a?b"));
+  (void)DecodeWords(Repeated(kMany, "=?utf-8?Q?a?= "));
+  (void)DecodeWords(Repeated(kMany / 10, "=?gb2312?Q?=C4?= =?koi8-r?Q?a?="));
+  (void)DecodeQuotedPrintable(Repeated(kMany, " \t\r\r"));
+  (void)DecodeQuotedPrintable(Repeated(kMany, "=00"));
+  (void)DecodeBase64(Repeated(kMany, "A?"));
+  (void)EncodeQuotedPrintable(Repeated(3 * kMany, "\xE9"));
+  (void)Word('Q', Repeated(kMany, "\xD0\xB9"), "utf-8", Folding::kSeveralWords);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 

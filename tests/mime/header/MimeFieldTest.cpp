@@ -3,33 +3,31 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <fstream>
 #include <random>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "base/LogNull.h"
 #include "charset/CharsetNames.h"
 #include "mime/header/HeaderFolding.h"
 #include "mime/header/MimeHeader.h"
-#include "platform/NarrowText.h"
+#include "tests/mime/MimeSupport.h"
+#include "tests/support/MailFiles.h"
 
 namespace {
 
-using mail::LogNull;
 using mail::MimeControl;
 using mail::MimeField;
 using std::string;
 using std::string_view;
+using test_support::silent;
 
 string Written(string_view name, string_view value, int page, const MimeControl& control = {}) {
-  LogNull log;
   MimeField field;
-  field.setContents(name, value, control, log);
+  field.setContents(name, value, control, silent);
   mail::StringBuffer out;
-  field.emit(out, page, control, log);
+  field.emit(out, page, control, silent);
   string text(out.view());
   EXPECT_TRUE(text.ends_with("\r\n"));
   text.resize(text.size() - 2);
@@ -78,7 +76,6 @@ TEST(HeaderFolding, NoLineEndLeavesTheField) {
 }
 
 TEST(FieldEmission, SuitsTheFamilyOfThePage) {
-  platform::SetAnsiCodePage(1252);
   const struct {
     string_view value;
     int page;
@@ -126,19 +123,17 @@ TEST(FieldEmission, Iso2022LeavesPlainTextUnfolded) {
 }
 
 TEST(FieldEmission, LosesNoLetterInAnyPage) {
-  platform::SetAnsiCodePage(1252);
   const string_view texts[] = {"\xC3\xA9", "\xC3\xA4\xC3\xB6 {|}", "\xC2\xA1,~\"",
                                "\xD0\xB0", "\xE4\xB8\x80 [~{",     "\xEA\xB0\x80\xF0\x9F\x98\x80"};
   for (int page = 1; page <= 65535; ++page) {
     mail::StringBuffer name;
     if (page > 1200 && page != 10082 && !mail::codePageToName(page, name)) continue;
     for (const string_view text : texts) {
-      LogNull log;
       mail::MimeHeader header, again;
-      header.addField("Subject", text, log);
+      header.addField("Subject", text, silent);
       mail::StringBuffer written;
-      header.emit(written, page, log);
-      (void)again.loadMimeHeaderText(string(written.view()) + "\r\n\r\n", "", 0, "", log);
+      header.emit(written, page, silent);
+      (void)again.loadMimeHeaderText(string(written.view()) + "\r\n\r\n", "", 0, "", silent);
       ASSERT_EQ(again.at(0)->value().view(), text) << page << ' ' << written.view();
     }
   }
@@ -158,17 +153,16 @@ TEST(FieldTyping, FollowsTheName) {
       {"User-Agent", MimeField::kText, false, true},
       {"subject x-to to- content-id", MimeField::kText, true, true},
   };
-  LogNull log;
   for (const auto& row : rows) {
     std::istringstream names{string(row.names)};
     for (string name; names >> name;) {
       MimeField field;
-      field.setContents(name, "=?utf-8?Q?a?=", {}, log);
+      field.setContents(name, "=?utf-8?Q?a?=", {}, silent);
       EXPECT_EQ(field.type(), row.type) << name;
       EXPECT_EQ(field.allowsFolding(), row.folds) << name;
       EXPECT_EQ(field.allowsEncoding(), row.encodes) << name;
       EXPECT_EQ(field.value().view() == "a", row.type != MimeField::kAddresses) << name;
-      field.setContents(name, "=?utf-8?Q?a?=\tb", {.m_bRawFields = true}, log);
+      field.setContents(name, "=?utf-8?Q?a?=\tb", {.m_bRawFields = true}, silent);
       EXPECT_EQ(field.type(), MimeField::kText) << name;
       EXPECT_FALSE(field.allowsFolding() || field.allowsEncoding()) << name;
       const bool keepsTab = row.folds || row.encodes;
@@ -214,9 +208,8 @@ TEST(FieldEmission, WritesByType) {
 // The rows of tests/data/mail/headers/lost.tsv: what writing and reading again loses.
 std::set<string> LostKinds() {
   std::set<string> kinds;
-  std::ifstream file(TARNY_SOURCE "/tests/data/mail/headers/lost.tsv");
-  for (string line; std::getline(file, line);) {
-    if (!line.empty() && line[0] != '#') kinds.insert(line.substr(0, line.find('\t')));
+  for (const auto& row : test_support::TableOf(test_support::MailFolder() / "headers/lost.tsv")) {
+    kinds.insert(row.front());
   }
   return kinds;
 }
@@ -254,7 +247,6 @@ string Value(std::mt19937& random, const Vocabulary& vocabulary) {
 }
 
 TEST(FieldEmission, WhatIsWrittenReadsTheSame) {
-  platform::SetAnsiCodePage(1252);
   const Vocabulary vocabularies[] = {
       {20127, {"word", "\xC3\xA9t\xC3\xA9", "\xF0\x9F\x98\x80"}},
       {65001, {"word", "\xC3\xA9t\xC3\xA9", "\xF0\x9F\x98\x80", "\xE4\xB8\x80"}},
@@ -275,19 +267,18 @@ TEST(FieldEmission, WhatIsWrittenReadsTheSame) {
   std::mt19937 random(7);
   for (int round = 0; round < 1500; ++round) {
     const Vocabulary& vocabulary = vocabularies[random() % std::size(vocabularies)];
-    LogNull log;
     mail::MimeHeader header;
     header.m_control.m_bMailAddresses = round % 3 == 0;
-    for (const string_view name : names) header.addField(name, Value(random, vocabulary), log);
+    for (const string_view name : names) header.addField(name, Value(random, vocabulary), silent);
     mail::StringBuffer first;
-    header.emit(first, vocabulary.page, log);
+    header.emit(first, vocabulary.page, silent);
     mail::MimeHeader again;
     again.m_control = header.m_control;
-    (void)again.loadMimeHeaderText(string(first.view()) + "\r\n\r\n", "", 0, "", log);
+    (void)again.loadMimeHeaderText(string(first.view()) + "\r\n\r\n", "", 0, "", silent);
     ASSERT_EQ(again.getCount(), header.getCount()) << first.view();
     const auto emitted = [&](const MimeField& field) {
       mail::StringBuffer out;
-      field.emit(out, vocabulary.page, header.m_control, log);
+      field.emit(out, vocabulary.page, header.m_control, silent);
       return string(out.view());
     };
     for (size_t n = 0; n < header.getCount(); ++n) {

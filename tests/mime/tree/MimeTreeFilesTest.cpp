@@ -2,23 +2,23 @@
 
 #include <nlohmann/json.hpp>
 
-#include "base/LogNull.h"
 #include "client/show/MimeJson.h"
 #include "mime/tree/MimeInput.h"
+#include "tests/mime/MimeSupport.h"
 #include "tests/support/MailFiles.h"
 
 namespace {
 
 using nlohmann::ordered_json;
+using test_support::silent;
 
 // The mails of the folder repaired/ are loaded as mail objects load them; the others as files.
 ordered_json TreeOf(const std::filesystem::path& path) {
   const std::string bytes = test_support::ReadBytes(path);
   mail::MimeMessage2 root;
-  mail::LogNull log;
   const bool repair = path.parent_path().filename() == "repaired";
-  EXPECT_TRUE(repair ? root.loadMimeComplete(bytes, {.bRepair = true}, log)
-                     : mail::loadMimeInput(root, bytes, log));
+  EXPECT_TRUE(repair ? root.loadMimeComplete(bytes, {.bRepair = true}, silent)
+                     : mail::loadMimeInput(root, bytes, silent));
   const std::string text =
       client::MimeJson(root).dump(-1, ' ', false, ordered_json::error_handler_t::replace);
   return ordered_json::parse(text);

@@ -1,24 +1,25 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <iterator>
-#include <map>
 #include <string>
 #include <vector>
 
-#include "base/LogNull.h"
+#include "base/CkLogger.h"
 #include "base/Reallocate.h"
 #include "base/XString.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/tree/MimeMessage2.h"
 #include "mime/tree/PassingBytes.h"
+#include "tests/mime/MimeSupport.h"
 
 // Texts that are taken in pieces while their memory is given back.
 namespace {
 
 using mail::MimeMessage2;
+using test_support::BytesOf;
+using test_support::LoadedMime;
+using test_support::silent;
 
 struct Text {
   const char* charset;
@@ -44,14 +45,15 @@ std::string Lines(std::string_view line, std::string_view end, std::size_t bytes
   return text;
 }
 
-std::size_t CountOf(std::string_view text, char ch) {
-  return static_cast<std::size_t>(std::count(text.begin(), text.end(), ch));
+std::size_t CountOf(std::string_view text, std::string_view part) {
+  std::size_t count = 0;
+  for (std::size_t n = 0; (n = text.find(part, n)) != std::string_view::npos; ++n) ++count;
+  return count;
 }
 
-std::string WithLf(const std::string& text) {
-  std::string lf;
-  std::remove_copy(text.begin(), text.end(), std::back_inserter(lf), '\r');
-  return lf;
+std::string WithLf(std::string text) {
+  std::erase(text, '\r');
+  return text;
 }
 
 std::string Encoded(const std::string& text, std::string_view encoding) {
@@ -71,7 +73,7 @@ std::string MailOfTexts(std::vector<std::string>& wanted) {
   for (const Text& text : kTexts) {
     const std::string lines = Lines(text.line, "\r\n", mail::PassingBytes::kHuge / 16);
     std::string body = "first\r\n";
-    for (std::size_t n = CountOf(lines, '\n'); n > 1; --n) body.append(text.wanted).append("\r\n");
+    for (std::size_t n = CountOf(lines, "\n"); n > 1; --n) body.append(text.wanted).append("\r\n");
     for (const std::string_view encoding : kEncodings) {
       mail += "--b\r\nContent-Type: text/plain; charset=" + std::string(text.charset) +
               "\r\nContent-Transfer-Encoding: " + std::string(encoding) + "\r\n\r\n" +
@@ -81,16 +83,6 @@ std::string MailOfTexts(std::vector<std::string>& wanted) {
   }
   return mail + "--b--\r\n";
 }
-
-class CountingLog : public mail::LogBase {
- public:
-  void LogError(std::string_view text) override { ++lines[std::string(text)]; }
-  void LogInfo(std::string_view text) override { ++lines[std::string(text)]; }
-  void EnterContext(std::string_view) override {}
-  void LeaveContext() override {}
-  void LogData(std::string_view, std::string_view) override {}
-  std::map<std::string, std::size_t> lines;
-};
 
 void ExpectBodies(const MimeMessage2& root, const std::vector<std::string>& wanted) {
   ASSERT_EQ(root.partCount(), wanted.size());
@@ -106,20 +98,15 @@ TEST(MimeTreeHugeText, IsReadAndWrittenInPiecesAsTheWholeWouldBe) {
   const std::string mail = MailOfTexts(wanted);
   ASSERT_GT(mail.size(), mail::PassingBytes::kHuge);
   for (const bool repaired : {false, true}) {
-    CountingLog log;
+    mail::_ckLogger log;
     MimeMessage2 root;
     ASSERT_TRUE(root.loadMimeComplete(repaired ? WithLf(mail) : mail, {.bRepair = repaired}, log));
     ExpectBodies(root, wanted);
-    EXPECT_EQ(log.lines["Converting all line endings to CRLF."], repaired ? 1U : 0U);
+    EXPECT_EQ(CountOf(log.text(), "Converting all line endings to CRLF."), repaired ? 1U : 0U);
     // Three texts through tables and iso-2022-jp, in three encodings each: told once, not by piece.
-    EXPECT_EQ(log.lines["Converting to utf-8 using utf-16 as a pivot table..."], 12U);
+    EXPECT_EQ(CountOf(log.text(), "Converting to utf-8 using utf-16 as a pivot table..."), 12U);
 
-    mail::LogNull silent;
-    mail::DataBuffer written;
-    root.getMimeBytes(written, silent);
-    MimeMessage2 again;
-    ASSERT_TRUE(again.loadMimeComplete(written.view(), {}, silent));
-    ExpectBodies(again, wanted);
+    ExpectBodies(LoadedMime(BytesOf(root)), wanted);
     mail::XString text;
     root.getMimeText(text, silent);
     EXPECT_NE(text.utf8().view().find("Gr\xC3\xBC\xC3\x9F\r\n"), std::string_view::npos);
@@ -132,14 +119,10 @@ TEST(MimeTreeHugeText, BecomesOneTextThroughTheCharsetItIsWrittenIn) {
     const std::string header = "Content-Type: text/plain; charset=" + std::string(charset) +
                                "\r\nContent-Transfer-Encoding: 8bit\r\n\r\n";
     const std::string lines = Lines(text.line, "\r\n", mail::PassingBytes::kHuge);
-    mail::LogNull log;
-    MimeMessage2 root;
-    ASSERT_TRUE(root.loadMimeComplete(header + lines, {}, log));
-    mail::DataBuffer written;
-    root.getMimeBytes(written, log);
-    EXPECT_TRUE(written.view() == header + lines);
+    LoadedMime root(header + lines);
+    EXPECT_TRUE(BytesOf(root) == header + lines);
     mail::XString out;
-    root.getMimeText(out, log);
+    root.getMimeText(out, silent);
     EXPECT_TRUE(out.utf8().view() == header + std::string(root.body().view()));
   }
 }
@@ -152,12 +135,11 @@ void* UpToLargest(void* block, std::size_t bytes) {
 TEST(MimeTreeHugeText, ThatMemoryDoesNotSufficeForIsNoMailAndNotHalfOfOne) {
   const std::string lines = Lines(std::string(60, '\xFC'), "\n", mail::PassingBytes::kHuge);
   const std::string mail = "Content-Type: text/plain; charset=iso-8859-1\n\n" + lines;
-  mail::LogNull log;
   for (const bool repaired : {false, true}) {
     g_largestBlock = lines.size() * 3 / 2;  // room for the text, and not for twice as much
     const auto before = mail::SetReallocate(UpToLargest);
     MimeMessage2 root;
-    EXPECT_FALSE(root.loadMimeComplete(mail, {.bRepair = repaired}, log));
+    EXPECT_FALSE(root.loadMimeComplete(mail, {.bRepair = repaired}, silent));
     mail::SetReallocate(before);
     EXPECT_TRUE(root.body().isEmpty());
   }

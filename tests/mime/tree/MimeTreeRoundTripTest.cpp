@@ -4,7 +4,6 @@
 #include <array>
 #include <map>
 #include <random>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,14 +13,17 @@
 
 #include "base/AsciiText.h"
 #include "base/ByteSearch.h"
-#include "base/LogNull.h"
 #include "mime/tree/MimeInput.h"
 #include "mime/tree/MimeWriting.h"
+#include "tests/mime/MimeSupport.h"
 #include "tests/support/MailFiles.h"
 
 namespace {
 
 using mail::MimeMessage2;
+using test_support::BytesOf;
+using test_support::LoadedMime;
+using test_support::silent;
 
 // Everything that a tree holds, an entity a paragraph; recursion as deep as the tree.
 void Show(const MimeMessage2& entity, const std::string& path, std::string& out) {
@@ -44,23 +46,14 @@ std::string Shown(const MimeMessage2& root) {
   return out;
 }
 
-std::string Bytes(MimeMessage2& root) {
-  mail::LogNull log;
-  mail::DataBuffer out;
-  root.getMimeBytes(out, log);
-  return std::string(out.view());
-}
-
 std::string Text(MimeMessage2& root) {
-  mail::LogNull log;
   mail::XString out;
-  root.getMimeText(out, log);
+  root.getMimeText(out, silent);
   return std::string(out.utf8().view());
 }
 
 // Binary bodies come out of a text as base64, and that is then the encoding of their entity.
 void ExpectBase64(MimeMessage2& before, MimeMessage2& after) {
-  mail::LogNull log;
   auto arrBefore = mail::entitiesOf(before);
   auto arrAfter = mail::entitiesOf(after);
   for (std::size_t n = 0; n < std::min(arrBefore.size(), arrAfter.size()); ++n) {
@@ -68,7 +61,7 @@ void ExpectBase64(MimeMessage2& before, MimeMessage2& after) {
     const bool mayChange = old.empty() || mail::equalsNoCase(old, "binary");
     if (!mayChange || arrAfter[n]->encoding().view() != "base64") continue;
     for (MimeMessage2* entity : {arrBefore[n], arrAfter[n]}) {
-      entity->setEncoding("", log);
+      entity->setEncoding("", silent);
     }
   }
 }
@@ -78,20 +71,18 @@ constexpr std::array<std::pair<Writing, const char*>, 2> kWritings = {
     {{Writing::kBytes, "bytes"}, {Writing::kText, "text"}}};
 
 std::string Written(MimeMessage2& root, Writing writing) {
-  return writing == Writing::kText ? Text(root) : Bytes(root);
+  return writing == Writing::kText ? Text(root) : BytesOf(root);
 }
 
 // What a writing changes: "", "tree", or "bytes" of a second writing. The tree is spoilt for more.
 std::string WhatChanges(MimeMessage2& root, Writing writing, std::string* detail) {
-  mail::LogNull log;
   const bool text = writing == Writing::kText;
-  const std::string before = text ? Bytes(root) : "";
+  const std::string before = text ? BytesOf(root) : "";
   const std::string first = Written(root, writing);
-  EXPECT_TRUE(!text || Bytes(root) == before) << "encodings were not switched back\n" << before;
+  EXPECT_TRUE(!text || BytesOf(root) == before) << "encodings were not switched back\n" << before;
   // As mail objects take a text: one of 7 bits is not known to be UTF-8.
   const bool utf8 = text && !mail::byte_search::is7bit(first);
-  MimeMessage2 again;
-  EXPECT_TRUE(again.loadMimeComplete(first, {.bUtf8 = utf8}, log));
+  LoadedMime again(first, {.bUtf8 = utf8});
   const std::string second = Written(again, writing);
   if (text) ExpectBase64(root, again);
   *detail = "--- loaded\n" + Shown(root) + "\n--- written\n" + first + "\n--- loaded again\n" +
@@ -106,8 +97,7 @@ TEST(MimeTreeRoundTrip, GivesTheSameTreeAndThenTheSameBytes) {
     const std::string name = path.lexically_relative(test_support::MailFolder()).string();
     for (const auto& [writing, word] : kWritings) {
       MimeMessage2 root;
-      mail::LogNull log;
-      ASSERT_TRUE(mail::loadMimeInput(root, test_support::ReadBytes(path), log));
+      ASSERT_TRUE(mail::loadMimeInput(root, test_support::ReadBytes(path), silent));
       std::string detail;
       const std::string what = WhatChanges(root, writing, &detail);
       const auto row = exceptions.find(name + " " + word);
@@ -128,6 +118,9 @@ struct Leaf {
   const char* body;
   std::string_view bytes;
 
+  std::array<const char*, 6> Words(const char* writing) const {
+    return {writing, type, charset, encoding, disposition, body};
+  }
   std::string Text() const {
     std::string text = "X: y\r\n";
     const std::string parameter = *charset != '\0' ? std::string("; charset=") + charset : "";
@@ -184,58 +177,38 @@ const std::vector<Leaf>& Leaves() {
   return leaves;
 }
 
-// One row of lost.tsv. A cell is "*", or words between commas; "none" stands for none.
-class Loss {
- public:
-  explicit Loss(const std::string& line) {
-    std::istringstream in(line);
-    for (std::string cell; std::getline(in, cell, '\t');) m_cells.push_back(cell);
-    EXPECT_EQ(m_cells.size(), 7U) << line;
-  }
+// Rows of lost.tsv. A cell is "*", or words between commas; "none" stands for none. The last tells
+// what is lost.
+using Losses = std::vector<std::vector<std::string>>;
 
-  bool Tells(const Leaf& leaf, const char* writing) const {
-    const std::array<const char*, 6> words = {writing,       leaf.type,        leaf.charset,
-                                              leaf.encoding, leaf.disposition, leaf.body};
-    for (std::size_t n = 0; n < words.size(); ++n) {
-      const std::string word = *words[n] != '\0' ? words[n] : "none";
-      if (m_cells[n] != "*" && ("," + m_cells[n] + ",").find("," + word + ",") == std::string::npos)
-        return false;
-    }
-    return true;
-  }
-  const std::string& Name() const { return m_cells.back(); }
-
- private:
-  std::vector<std::string> m_cells;
-};
-
-bool IsLost(const std::vector<Loss>& losses, const Leaf& leaf, const char* writing) {
-  return std::any_of(losses.begin(), losses.end(),
-                     [&](const Loss& loss) { return loss.Tells(leaf, writing); });
-}
-
-std::vector<Loss> Losses() {
-  std::vector<Loss> losses;
-  std::istringstream in(test_support::ReadBytes(test_support::MailFolder() / "lost.tsv"));
-  for (std::string line; std::getline(in, line);) {
-    if (!line.empty() && line[0] != '#') losses.emplace_back(line);
-  }
+Losses ReadLosses() {
+  Losses losses = test_support::TableOf(test_support::MailFolder() / "lost.tsv");
+  for (const auto& cells : losses) EXPECT_EQ(cells.size(), 7U) << cells.front();
   return losses;
 }
 
+bool IsLost(const Losses& losses, const Leaf& leaf, const char* writing) {
+  const auto words = leaf.Words(writing);
+  const auto has = [](const std::string& cell, std::string_view word) {
+    return cell == "*" ||
+           fmt::format(",{},", cell).find(fmt::format(",{},", word.empty() ? "none" : word)) !=
+               std::string::npos;
+  };
+  return std::any_of(losses.begin(), losses.end(), [&](const std::vector<std::string>& cells) {
+    return std::equal(words.begin(), words.end(), cells.begin(), cells.end() - 1,
+                      [&](const char* word, const std::string& cell) { return has(cell, word); });
+  });
+}
+
 TEST(MimeTreeRoundTrip, LosesOfEveryMixtureWhatIsListedAndNothingElse) {
-  const std::vector<Loss> losses = Losses();
+  const Losses losses = ReadLosses();
   for (const Leaf& leaf : Leaves()) {
     for (const auto& [writing, word] : kWritings) {
-      MimeMessage2 root;
-      mail::LogNull log;
-      ASSERT_TRUE(root.loadMimeComplete(leaf.Text(), {}, log));
+      LoadedMime root(leaf.Text());
       std::string detail;
       const bool lost = !WhatChanges(root, writing, &detail).empty();
       EXPECT_EQ(lost, IsLost(losses, leaf, word))
-          << word << "\t" << leaf.type << "\t" << leaf.charset << "\t" << leaf.encoding << "\t"
-          << leaf.disposition << "\t" << leaf.body << "\n"
-          << detail;
+          << fmt::format("{}\n", fmt::join(leaf.Words(word), "\t")) << detail;
     }
   }
 }
@@ -294,7 +267,7 @@ class Composer {
 };
 
 TEST(MimeTreeRoundTrip, HoldsForGeneratedTrees) {
-  const std::vector<Loss> losses = Losses();
+  const Losses losses = ReadLosses();
   for (const auto& [writing, word] : kWritings) {
     std::vector<const Leaf*> leaves;
     for (const Leaf& leaf : Leaves()) {
@@ -303,9 +276,7 @@ TEST(MimeTreeRoundTrip, HoldsForGeneratedTrees) {
     std::size_t parts = 0;
     for (unsigned seed = 1; seed <= 1500; ++seed) {
       const std::string text = Composer(seed, leaves, writing).Entity(0);
-      MimeMessage2 root;
-      mail::LogNull log;
-      ASSERT_TRUE(root.loadMimeComplete(text, {}, log));
+      LoadedMime root(text);
       parts += root.partCount();
       std::string detail;
       EXPECT_EQ(WhatChanges(root, writing, &detail), "") << word << " seed " << seed << "\n"
@@ -315,22 +286,23 @@ TEST(MimeTreeRoundTrip, HoldsForGeneratedTrees) {
   }
 }
 
-TEST(MimeTreeRoundTrip, AnEntityLeftUndividedIsWrittenAsItCame) {
-  for (const char* encoding : {"", "base64", "quoted-printable"}) {
+std::string Within(std::size_t depth, std::string text) {
+  while (depth-- > 0) {
+    text = fmt::format(
+        "Content-Type: multipart/mixed; boundary=b{0}_\r\n\r\n--b{0}_\r\n{1}\r\n--b{0}_--\r\n",
+        depth, text);
+  }
+  return text;
+}
+
+TEST(MimeTreeRoundTrip, AnEntityBelowTheDeepestLevelStaysUndividedAndIsWrittenAsItCame) {
+  for (const std::string encoding : {"", "base64", "quoted-printable"}) {
     std::string inner = "Content-Type: multipart/mixed; boundary=inner; charset=koi8-r\r\n";
-    if (*encoding != '\0') inner += std::string("Content-Transfer-Encoding: ") + encoding + "\r\n";
+    if (!encoding.empty()) inner += "Content-Transfer-Encoding: " + encoding + "\r\n";
     inner += "\r\n--inner\r\nX: y\r\n\r\n=C3 QUJD \xC3\xA9\r\n--inner--";
-    std::string text = inner;
-    for (std::size_t n = MimeMessage2::kMaxDepth; n-- > 0;) {
-      const std::string boundary = fmt::format("b{}_", n);
-      text = fmt::format(
-          "Content-Type: multipart/mixed; boundary={0}\r\n\r\n--{0}\r\n{1}\r\n--{0}--\r\n",
-          boundary, text);
-    }
+    EXPECT_FALSE(LoadedMime(Within(MimeMessage2::kMaxDepth - 1, inner)).hasUndivided());
     for (const auto& [writing, word] : kWritings) {
-      MimeMessage2 root;
-      mail::LogNull log;
-      ASSERT_TRUE(root.loadMimeComplete(text, {}, log));
+      LoadedMime root(Within(MimeMessage2::kMaxDepth, inner));
       ASSERT_TRUE(root.hasUndivided());
       EXPECT_NE(Written(root, writing).find(inner), std::string::npos) << word << " " << encoding;
       std::string detail;
