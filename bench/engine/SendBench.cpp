@@ -28,7 +28,7 @@
 #include "client/run/ItemWriter.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/RunFolder.h"
-#include "client/run/StatusLog.h"
+#include "client/run/EngineLogs.h"
 #include "client/run/Target.h"
 #include "ews/EmailMessage.h"
 #include "ews/EwsTransport.h"

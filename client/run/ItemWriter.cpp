@@ -115,9 +115,9 @@ std::string MimeBytes(std::string bytes) {
 }
 
 void WriteMail(const std::string& workFolder, const MailDescription& mail, std::string_view mime) {
-  WriteWorkFile(workFolder + "/" + std::string(kMimeName), mime);
-  WriteWorkFile(workFolder + "/" + std::string(kDescriptorName),
-                Utf16LittleEndian(DescriptorText(mail)));
+  NewFile(workFolder + "/" + std::string(kMimeName)).Write(mime);
+  NewFile(workFolder + "/" + std::string(kDescriptorName))
+      .Write(Utf16LittleEndian(DescriptorText(mail)));
 }
 
 }  // namespace client

@@ -39,7 +39,7 @@ std::string DescriptorText(const MailDescription& mail);
 std::string MimeBytes(std::string bytes);
 
 // Writes the files of one mail into the work folder, the descriptor last. The folder must have been
-// emptied. Throws WorkFileError.
+// emptied. Throws WriteError.
 void WriteMail(const std::string& workFolder, const MailDescription& mail, std::string_view mime);
 
 }  // namespace client

@@ -49,23 +49,23 @@ void Journal::Store(const JournalEntry& entry) {
   insert.Bind(5, static_cast<std::int64_t>(entry.result)).Bind(6, entry.text).Run();
 }
 
-bool Journal::Claim(std::string_view folder, std::string_view key, std::string_view hash) {
+std::optional<std::string> Journal::OwnerOf(std::string_view folder, std::string_view key) {
   platform::SqliteStatement query =
       m_database.Prepare("SELECT hash FROM claim WHERE folder = ?1 AND key = ?2");
-  if (query.Bind(1, folder).Bind(2, key).Step()) return query.Text(0) == hash;
-  m_database.Prepare("INSERT INTO claim VALUES (?1, ?2, ?3)")
-      .Bind(1, folder)
-      .Bind(2, key)
-      .Bind(3, hash)
-      .Run();
+  if (!query.Bind(1, folder).Bind(2, key).Step()) return std::nullopt;
+  return std::string(query.Text(0));
+}
+
+bool Journal::Claim(std::string_view folder, std::string_view key, std::string_view hash) {
+  if (const std::optional<std::string> owner = OwnerOf(folder, key)) return *owner == hash;
+  Reclaim(folder, key, hash);
   return true;
 }
 
 bool Journal::IsClaimedByOther(std::string_view folder, std::string_view key,
                                std::string_view hash) {
-  platform::SqliteStatement query =
-      m_database.Prepare("SELECT hash FROM claim WHERE folder = ?1 AND key = ?2");
-  return query.Bind(1, folder).Bind(2, key).Step() && query.Text(0) != hash;
+  const std::optional<std::string> owner = OwnerOf(folder, key);
+  return owner && *owner != hash;
 }
 
 void Journal::Reclaim(std::string_view folder, std::string_view key, std::string_view hash) {

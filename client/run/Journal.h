@@ -49,6 +49,7 @@ class Journal {
   void Reclaim(std::string_view folder, std::string_view key, std::string_view hash);
 
  private:
+  std::optional<std::string> OwnerOf(std::string_view folder, std::string_view key);  // its hash
   bool Claim(std::string_view folder, std::string_view key, std::string_view hash);
 
   platform::SqliteDatabase m_database;

@@ -49,8 +49,7 @@ Migration::Migration(Setup setup, Journal& journal, Say say, OnStep onStep)
       m_say(std::move(say)),
       m_onStep(std::move(onStep)),
       m_ledger(m_setup.run.File(std::string(kLedgerName))),
-      m_statusLog(m_setup.run.File(kStatusLogName)),
-      m_trace(m_setup.run.File(kTraceName)) {}
+      m_logs(m_setup.run.Path()) {}
 
 Summary Migration::Run(const Plan& plan) {
   m_summary = {};
@@ -86,7 +85,7 @@ Migration::Outcome Migration::Handle(const Plan::Entry& entry) {
     outcome = Send(entry, content);
   } catch (const SourceError& error) {
     outcome.text = error.what();
-  } catch (const WorkFileError& error) {
+  } catch (const WriteError& error) {
     outcome.text = error.what();
   } catch (const std::bad_alloc&) {
     outcome.text = "is too large for the memory here";
@@ -136,12 +135,12 @@ std::string Migration::KeyOf(const Plan::Entry& entry, const Content& content) {
 }
 
 bool Migration::HasArrived(const Plan::Entry& entry, const Content& content) {
-  if (content.key.empty()) return m_trace.HasSavedMail();
+  if (content.key.empty()) return m_logs.HasSavedMail();
   return m_ledger.HasRow(entry.item.folder, content.key, m_setup.target.Login());
 }
 
 Migration::Outcome Migration::Send(const Plan::Entry& entry, const Content& content) {
-  m_trace.Mark();
+  m_logs.Mark();
   // A row without a journal entry: an earlier run was cut off between the two.
   if (HasArrived(entry, content)) return {Outcome::Kind::kKnown, {}};
   std::string end;
@@ -169,8 +168,7 @@ Migration::Outcome Migration::SendOnce(const Plan::Entry& entry, const Content& 
     return {Outcome::Kind::kFailed, "the path of its folder is too long"};
   }
   if (!m_engine) StartEngine();
-  m_statusLog.Mark();
-  m_trace.Mark();
+  m_logs.Mark();
   if (!SelectFolder(entry.item.folder)) return {Outcome::Kind::kFailed, kNotRenewed};
   EmptyWorkFolder(m_setup.run.WorkFolder());
   WriteWorkFiles(entry, content);
@@ -199,7 +197,7 @@ void Migration::WriteWorkFiles(const Plan::Entry& entry, const Content& content)
 }
 
 Migration::Outcome Migration::Judge(const Plan::Entry& entry, const Content& content, int result) {
-  const std::string reason = ReasonOf(m_statusLog.LastLine());
+  const std::string reason = m_logs.LastStatus();
   if (HasArrived(entry, content)) {
     return {Outcome::Kind::kSent, result == 1 ? std::string() : reason};
   }

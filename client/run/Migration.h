@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "client/run/EngineLogs.h"
 #include "client/run/EngineProcess.h"
 #include "client/run/Journal.h"
 #include "client/run/LedgerLook.h"
@@ -13,9 +14,7 @@
 #include "client/run/Plan.h"
 #include "client/run/RunFolder.h"
 #include "client/run/RunMessages.h"
-#include "client/run/StatusLog.h"
 #include "client/run/Target.h"
-#include "client/run/TraceLook.h"
 #include "client/sources/PreparedItem.h"
 
 namespace client {
@@ -87,8 +86,7 @@ class Migration {
   Say m_say;
   OnStep m_onStep;
   LedgerLook m_ledger;
-  StatusLog m_statusLog;
-  TraceLook m_trace;
+  EngineLogs m_logs;
   std::unique_ptr<EngineProcess> m_engine;
   std::string m_folder;       // the engine's current folder; empty when it must be selected
   std::string m_lastFailure;  // that can end a run, without its digits

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <memory>
+#include <stdexcept>
 
 #include <fmt/format.h>
 
@@ -41,6 +42,27 @@ struct Slot {
   int units;  // longest text that the logon record carries
 };
 
+// Both give the service its address and what it logs on with, and throw where they cannot.
+void GoByToken(const Target& target, ews::ExchangeService& service) {
+  CString tenant = CString::FromUtf8(target.tenant);
+  CString clientId = CString::FromUtf8(target.clientId);
+  CString secret = CString::FromUtf8(target.clientSecret);
+  CString reason;
+  const CString token =
+      ConnectionDLL::Connection().GetAccessToken(tenant, clientId, secret, reason);
+  if (token.IsEmpty()) throw std::runtime_error("no token: " + reason.ToUtf8());
+  service.SetUrl(ews::Settings().TokenRouteUrl());
+  service.SetCredentials(ews::OAuthCredentials(token));
+  if (target.Group()) return;
+  service.HttpHeaders().Add(u"X-AnchorMailbox", CString::FromUtf8(target.mailbox));
+}
+
+void GoByPassword(const Target& target, ews::ExchangeService& service) {
+  const CString user = CString::FromUtf8(target.user);
+  service.SetCredentials(ews::WebCredentials(user, CString::FromUtf8(target.password)));
+  service.AutodiscoverUrl(user, Device::RedirectionUrlValidationCallback);
+}
+
 }  // namespace
 
 std::string Target::Name() const {
@@ -66,7 +88,7 @@ std::string TargetProblem(const Target& target) {
   if (!FindKind(target.kind)) return "--target is mailbox, archive, public or group";
   if (target.TokenRoute() && target.clientId.empty()) return "--tenant needs --client";
   if (target.TokenRoute() && target.mailbox.empty()) return "--tenant needs --mailbox";
-  if (target.kind == "group" && target.mailbox.empty()) return "--target group needs --mailbox";
+  if (target.Group() && target.mailbox.empty()) return "--target group needs --mailbox";
   if (!target.TokenRoute() && target.user.empty()) return "--user is needed";
   const std::array<Slot, 6> slots = {{{"--user", target.user, 259},
                                       {"the password", target.password, 499},
@@ -84,32 +106,16 @@ std::string TargetProblem(const Target& target) {
 
 std::string TryTarget(const Target& target) {
   const TargetKind* kind = FindKind(target.kind);
-  const CString user = CString::FromUtf8(target.user);
   const CString mailbox = CString::FromUtf8(target.mailbox);
   const auto service =
       std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
   try {
-    if (target.TokenRoute()) {
-      CString tenant = CString::FromUtf8(target.tenant);
-      CString clientId = CString::FromUtf8(target.clientId);
-      CString secret = CString::FromUtf8(target.clientSecret);
-      CString reason;
-      const CString token =
-          ConnectionDLL::Connection().GetAccessToken(tenant, clientId, secret, reason);
-      if (token.IsEmpty()) return "no token: " + reason.ToUtf8();
-      service->SetUrl(ews::Settings().TokenRouteUrl());
-      service->SetCredentials(ews::OAuthCredentials(token));
-      if (target.kind != "group") service->HttpHeaders().Add(u"X-AnchorMailbox", mailbox);
-    } else {
-      service->SetCredentials(ews::WebCredentials(user, CString::FromUtf8(target.password)));
-      service->AutodiscoverUrl(user, Device::RedirectionUrlValidationCallback);
-    }
-    if (target.kind != "group" && !mailbox.IsEmpty()) {
+    target.TokenRoute() ? GoByToken(target, *service) : GoByPassword(target, *service);
+    if (!target.Group() && !mailbox.IsEmpty()) {
       service->SetImpersonatedUserId({ews::ConnectingIdType::SmtpAddress, mailbox});
     }
-    const ews::FolderId root = target.kind == "group"
-                                   ? ews::FolderId(kind->root, ews::Mailbox(mailbox))
-                                   : ews::FolderId(kind->root);
+    const ews::FolderId root = target.Group() ? ews::FolderId(kind->root, ews::Mailbox(mailbox))
+                                              : ews::FolderId(kind->root);
     (void)service->FindFolders(root, ews::FolderView(1));
   } catch (const std::exception& error) {
     return error.what();

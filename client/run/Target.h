@@ -1,11 +1,14 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "engine/Records.h"
 
 namespace client {
+
+inline constexpr std::string_view kOffice365 = "office365";  // an address of a target
 
 // Where a run sends its items, and as whom. Texts are UTF-8.
 struct Target {
@@ -19,6 +22,7 @@ struct Target {
   std::string clientSecret;
 
   bool TokenRoute() const { return !tenant.empty(); }
+  bool Group() const { return kind == "group"; }
   bool Local() const { return address.starts_with("local:"); }
   std::string LocalFolder() const { return address.substr(6); }
   // The login id of the logon and of the ledger's rows: the address of the target mailbox. In the

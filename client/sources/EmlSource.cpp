@@ -51,10 +51,6 @@ std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) co
                      });
 }
 
-std::string EmlSource::Read(const SourceItem& item) const {
-  std::string bytes = ReadWholeFile(item.location);
-  RequireMail(bytes);
-  return bytes;
-}
+std::string EmlSource::Read(const SourceItem& item) const { return ReadMail(item.location); }
 
 }  // namespace client

@@ -89,10 +89,6 @@ std::vector<SourceItem> MaildirSource::List(std::vector<SourceProblem>& problems
                      });
 }
 
-std::string MaildirSource::Read(const SourceItem& item) const {
-  std::string bytes = ReadWholeFile(item.location);
-  RequireMail(bytes);
-  return bytes;
-}
+std::string MaildirSource::Read(const SourceItem& item) const { return ReadMail(item.location); }
 
 }  // namespace client

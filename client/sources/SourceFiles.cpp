@@ -153,4 +153,10 @@ void RequireMail(std::string_view bytes) {
   throw SourceError("is no mail: no header field stands at its beginning");
 }
 
+std::string ReadMail(const std::string& path) {
+  std::string bytes = ReadWholeFile(path);
+  RequireMail(bytes);
+  return bytes;
+}
+
 }  // namespace client

@@ -57,5 +57,7 @@ bool EndsWithNoCase(std::string_view name, std::string_view suffix);
 
 // Throws SourceError for bytes in which no header of a mail can be seen. Damaged mail passes.
 void RequireMail(std::string_view bytes);
+// Reads a file that holds one mail. Throws SourceError as well when it looks like none.
+std::string ReadMail(const std::string& path);
 
 }  // namespace client

@@ -3,8 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "charset/LibraryNarrow.h"
-#include "client/run/StatusLog.h"
-#include "platform/Unicode.h"
+#include "tests/client/WideText.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
@@ -34,8 +33,7 @@ TEST(ItemWriter, SubjectAndAddressesOfTheHeaderAreDecodedLines) {
             "From : \"Ott, J\xC3\xBCrgen\" <j@x.example>\r\n"
             "To : a@x.example;\"C \\\"K\\\"\" <c@x.example>;d@x.example\r\n"
             "CC : b@x.example\r\n\r\n"
-            "Subject : Gr\xC3\xBC\xC3\x9F"
-            "e\r\nMessageID : k\r\n");
+            "Subject : Gr\u00fc\u00dfe\r\nMessageID : k\r\n");
   const mail::MailHeader odd("Subject: Re: Subject : x\r\n\r\n");
   EXPECT_EQ(DescriptorText({"k", "", true, AddressingOf(odd)}),
             DescriptorText({"k", "", true, {}}));
@@ -52,15 +50,15 @@ TEST(ItemWriter, TheFilesReplaceThoseOfTheItemBefore) {
   WriteMail(work, {"<\xC3\xA4@b>", "", true, {}}, "Subject: x\r\n\r\n");
   EXPECT_EQ(ReadAll(work + "/EmlFile.Eml"), "Subject: x\r\n\r\n");
   const std::string descriptor = ReadAll(work + "/11comtextjj.t");
-  EXPECT_EQ(descriptor.substr(0, 16), std::string("E\0M\0A\0I\0L\0\r\0\n\0\n\0", 16));
+  EXPECT_TRUE(descriptor.starts_with(std::string("E\0M\0A\0I\0L\0\r\0\n\0\n\0", 16)));
   EXPECT_NE(descriptor.find(std::string("<\0\xE4\0@\0", 6)), std::string::npos);
 }
 
 TEST(ItemWriter, AWorkFolderThatCannotBeUsedIsAnError) {
   const TemporaryFolder folder;
   folder.Write("Temp", "a file in its place");
-  EXPECT_THROW(EmptyWorkFolder(folder.File("Temp")), WorkFileError);
-  EXPECT_THROW(WriteMail(folder.File("none"), {"k", "", true, {}}, "x"), WorkFileError);
+  EXPECT_THROW(EmptyWorkFolder(folder.File("Temp")), WriteError);
+  EXPECT_THROW(WriteMail(folder.File("none"), {"k", "", true, {}}, "x"), WriteError);
 }
 
 TEST(ItemWriter, BareLineFeedsBecomeCrLfOnlyWhereThereIsNoCrLfAtAll) {
@@ -76,17 +74,11 @@ TEST(ItemWriter, BareLineFeedsBecomeCrLfOnlyWhereThereIsNoCrLfAtAll) {
 TEST(ItemWriter, AMailInUtf16IsSentAsUtf8ThatSaysSo) {
   const auto mail = [](const std::string& end) {
     const std::string text =
-        "Subject: Gr\xC3\xBC\xC3\x9F"
-        "e" +
-        end + "Content-Type: multipart/mixed; boundary=b" + end + end + "--b" + end +
-        "Content-Type: text/plain; charset=iso-8859-1" + end + end + "\xC3\xA9\xE2\x82\xAC" + end +
-        "--b" + end + "Content-Type: text/plain; charset=koi8-r" + end +
-        "Content-Transfer-Encoding: base64" + end + end + "wQ==" + end + "--b--" + end;
-    std::string bytes = "\xFF\xFE";
-    for (const char16_t unit : platform::Utf8ToUtf16(text)) {
-      bytes.append({static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)});
-    }
-    return bytes;
+        "Subject: Gr\u00fc\u00dfe" + end + "Content-Type: multipart/mixed; boundary=b" + end + end +
+        "--b" + end + "Content-Type: text/plain; charset=iso-8859-1" + end + end +
+        "\xC3\xA9\xE2\x82\xAC" + end + "--b" + end + "Content-Type: text/plain; charset=koi8-r" +
+        end + "Content-Transfer-Encoding: base64" + end + end + "wQ==" + end + "--b--" + end;
+    return "\xFF\xFE" + client_test::Wide(text);
   };
   mail::installLibraryNarrow();
   for (const char* end : {"\r\n", "\n"}) {
@@ -98,23 +90,6 @@ TEST(ItemWriter, AMailInUtf16IsSentAsUtf8ThatSaysSo) {
         "--b\r\nContent-Type: text/plain; charset=koi8-r\r\nContent-Transfer-Encoding: "
         "base64\r\n\r\nwQ==\r\n\r\n--b--\r\n");
   }
-}
-
-TEST(StatusLog, GivesTheLastLineOfTheCommandAlone) {
-  mail::installLibraryNarrow();
-  const TemporaryFolder folder;
-  StatusLog log(folder.File("log"));
-  log.Mark();
-  EXPECT_EQ(log.LastLine(), "");
-  folder.Write("log", "\t\tSaving Status : Success\r\r\n");
-  EXPECT_EQ(log.LastLine(), "Saving Status : Success");
-  log.Mark();
-  EXPECT_EQ(log.LastLine(), "");
-  folder.Write("log",
-               "\t\tSaving Status : Success\r\r\n"
-               "\t\t+Saving Status : Fail\r\r\n\t\tError Message :No caf\xe9.\r\r\n\r\r\n");
-  EXPECT_EQ(log.LastLine(), "Error Message :No caf\xC3\xA9.");
-  EXPECT_EQ(ReasonOf(log.LastLine()), "No caf\xC3\xA9.");
 }
 
 }  // namespace

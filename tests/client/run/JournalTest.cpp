@@ -71,10 +71,18 @@ TEST(LedgerLook, FindsRowsUnderTheFolderThatTheEngineWrites) {
   EXPECT_TRUE(look.HasRow("B\\", "<id>", "me@example.com"));
 }
 
-TEST(LedgerLook, AFileThatIsNoLedgerProvesNothing) {
+TEST(LedgerLook, TheProblemOfALedgerIsNamed) {
   const TemporaryFolder folder;
-  folder.Write("x.db", "this is no database at all, but long enough to be looked at");
-  EXPECT_FALSE(LedgerLook(folder.File("x.db")).HasRow("A\\", "<id>", "me"));
+  EXPECT_EQ(LedgerLook(folder.File("none.db")).Problem(), "");
+  const std::string damaged = folder.Write("damaged.db", std::string(5000, 'x'));
+  EXPECT_FALSE(LedgerLook(damaged).HasRow("A\\", "<id>", "me"));  // proves nothing
+  EXPECT_NE(LedgerLook(damaged).Problem().find("not a database"), std::string::npos);
+  EXPECT_EQ(test_support::ReadAll(damaged), std::string(5000, 'x'));
+  std::filesystem::create_directory(folder.File("folder.db"));
+  EXPECT_EQ(LedgerLook(folder.File("folder.db")).Problem(), "it is no regular file");
+  platform::SqliteDatabase other(folder.File("locked.db"));
+  other.Execute("CREATE TABLE t (x); BEGIN IMMEDIATE");
+  EXPECT_NE(LedgerLook(folder.File("locked.db")).Problem().find("locked"), std::string::npos);
 }
 
 }  // namespace

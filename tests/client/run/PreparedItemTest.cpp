@@ -8,24 +8,18 @@
 #include <gtest/gtest.h>
 
 #include "client/run/ItemWriter.h"
-#include "client/run/LedgerLook.h"
 #include "client/run/Plan.h"
-#include "client/run/TraceLook.h"
 #include "client/sources/EmlSource.h"
+#include "tests/client/WideText.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
 namespace {
 
+using client_test::Wide;
 using test_support::ReadAll;
 using test_support::TemporaryFolder;
 using testing::ElementsAre;
-
-std::string Wide(const std::string& ascii) {
-  std::string bytes;
-  for (char c : ascii) bytes.append({c, '\0'});
-  return bytes;
-}
 
 std::string Descriptor(const std::string& type, const std::string& id) {
   return Wide(type + "\r\n2\nCreation Date : 2024-02-29 10:00:00\r\nTRUE\r\nFrom : a@b.c\r\n" +
@@ -105,39 +99,8 @@ TEST(PreparedItem, LinksAreRefusedByName) {
   folder.Write("item/11comtextjj.t", Descriptor("EMAIL", "<1@x>"));
   const std::string secret = folder.Write("secret", "s");
   std::filesystem::create_symlink(secret, folder.File("item/EmlFile.Eml"));
-  try {
-    ListPreparedFiles(folder.File("item"));
-    FAIL() << "a link was taken";
-  } catch (const SourceError& error) {
-    EXPECT_NE(std::string(error.what()).find("EmlFile.Eml is a link"), std::string::npos);
-  }
-}
-
-TEST(TraceLook, OnlyASaveSinceTheMarkCountsAndNoSubjectThatLooksLikeOne) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Write("t", Wide("a\r\n Email Save out \r\n"));
-  TraceLook look(path);
-  EXPECT_TRUE(look.HasSavedMail());
-  look.Mark();
-  EXPECT_FALSE(look.HasSavedMail());
-  folder.Write("t", ReadAll(path) + Wide("Subject  = Email Save out \r\n"));
-  EXPECT_FALSE(look.HasSavedMail());
-  folder.Write("t", ReadAll(path) + Wide(" Email Save out \r\n"));
-  EXPECT_TRUE(look.HasSavedMail());
-  EXPECT_FALSE(TraceLook(folder.File("missing")).HasSavedMail());
-}
-
-TEST(LedgerLook, TheProblemOfALedgerIsNamed) {
-  const TemporaryFolder folder;
-  EXPECT_EQ(LedgerLook(folder.File("none.db")).Problem(), "");
-  const std::string damaged = folder.Write("damaged.db", std::string(5000, 'x'));
-  EXPECT_NE(LedgerLook(damaged).Problem().find("not a database"), std::string::npos);
-  EXPECT_EQ(ReadAll(damaged), std::string(5000, 'x'));
-  std::filesystem::create_directory(folder.File("folder.db"));
-  EXPECT_EQ(LedgerLook(folder.File("folder.db")).Problem(), "it is no regular file");
-  platform::SqliteDatabase other(folder.File("locked.db"));
-  other.Execute("CREATE TABLE t (x); BEGIN IMMEDIATE");
-  EXPECT_NE(LedgerLook(folder.File("locked.db")).Problem().find("locked"), std::string::npos);
+  EXPECT_THAT([&] { ListPreparedFiles(folder.File("item")); },
+              testing::ThrowsMessage<SourceError>(testing::HasSubstr("EmlFile.Eml is a link")));
 }
 
 }  // namespace

@@ -1,0 +1,75 @@
+#include "client/run/EngineLogs.h"
+
+#include <filesystem>
+#include <limits>
+#include <string_view>
+#include <system_error>
+
+#include "client/sources/SourceFiles.h"
+#include "platform/NarrowText.h"
+#include "platform/Unicode.h"
+
+namespace client {
+namespace {
+
+constexpr char kTraceName[] = "TarnyEngine.txt";
+constexpr std::string_view kBlanks = " \t\r\n";
+// A line of its own, written once the server has the mail; a subject that looks like it stands
+// behind its label.
+constexpr std::string_view kSaved = "\n Email Save out \r\n";
+
+std::string_view Trimmed(std::string_view line) {
+  const size_t first = line.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return line.substr(first, line.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::string_view WithoutLabel(std::string_view line) {
+  for (const std::string_view label : {"Error Message :", "Message :"}) {
+    if (line.starts_with(label)) return Trimmed(line.substr(label.size()));
+  }
+  return line;
+}
+
+std::string Units(std::string_view ascii) {
+  std::string bytes;
+  for (char c : ascii) bytes.append({c, '\0'});
+  return bytes;
+}
+
+}  // namespace
+
+EngineLogs::EngineLogs(const std::string& runFolder)
+    : m_status{runFolder + "/" + kStatusLogName}, m_trace{runFolder + "/" + kTraceName} {}
+
+void EngineLogs::Mark() {
+  m_status.Mark();
+  m_trace.Mark();
+}
+
+std::string EngineLogs::LastStatus() const {
+  const std::string added = m_status.Added();
+  const std::string_view text = Trimmed(added);
+  const std::string_view line = Trimmed(text.substr(text.find_last_of('\n') + 1));
+  return platform::Utf16ToUtf8(platform::NarrowToWide(WithoutLabel(line)));
+}
+
+bool EngineLogs::HasSavedMail() const {
+  return m_trace.Added().find(Units(kSaved)) != std::string::npos;
+}
+
+void EngineLogs::Log::Mark() {
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  offset = error ? 0 : size;
+}
+
+std::string EngineLogs::Log::Added() const {
+  try {
+    return ReadFileRange(path, offset, std::numeric_limits<std::uint64_t>::max());
+  } catch (const SourceError&) {
+    return {};
+  }
+}
+
+}  // namespace client

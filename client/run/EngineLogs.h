@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace client {
+
+inline constexpr char kStatusLogName[] = "StatusLog.txt";  // in the run folder
+
+// What one command added to the engine's logs.
+class EngineLogs {
+ public:
+  explicit EngineLogs(const std::string& runFolder);
+
+  void Mark();  // what is added from here on counts
+  // The last line of the status log that is not empty, without blanks around it and without the
+  // engine's label in front of the message: what people read. UTF-8; empty when there is none.
+  std::string LastStatus() const;
+  // True if the trace tells of a saved mail: the proof for items that get no row in the ledger.
+  bool HasSavedMail() const;
+
+ private:
+  struct Log {
+    std::string path;
+    std::uint64_t offset = 0;  // bytes that were there at the mark
+    void Mark();
+    // The bytes since the mark; empty where the log is missing or cannot be read.
+    std::string Added() const;
+  };
+  Log m_status;  // in the ANSI code page
+  Log m_trace;   // 16-bit text
+};
+
+}  // namespace client

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "platform/UniqueFd.h"
+
+namespace client {
+
+// A file or folder could not be written; what() names it and says why.
+class WriteError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// A file that was not there, written piece by piece.
+class NewFile {
+ public:
+  explicit NewFile(const std::string& path);  // throws WriteError
+  void Write(std::string_view bytes);         // throws WriteError
+
+ private:
+  [[noreturn]] void Fail() const;
+
+  std::string m_path;
+  platform::UniqueFd m_file;
+};
+
+}  // namespace client
