@@ -8,29 +8,21 @@
 #include "client/commands/Commands.h"
 #include "client/show/EmailJson.h"
 #include "client/show/EmailText.h"
+#include "client/show/JsonText.h"
 #include "client/show/MimeNotes.h"
 #include "client/show/OutputText.h"
 #include "client/sources/Source.h"
 #include "mime/email/EmailBuilding.h"
-#include "mime/tree/MimeInput.h"
+#include "mime/tree/MimeMessage2.h"
 
 namespace client {
 namespace {
-
-using nlohmann::ordered_json;
-
-std::string Json(const mail::Email2& email) {
-  return EmailJson(email).dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-}
 
 // Says on standard error where to look when the mail came out wrong, if it may have.
 void PointAtNotes(const std::string& path, const std::string& source) {
   mail::MimeMessage2 root;
   MimeNotes notes;
-  mail::MimeMessage2::LoadOptions options;
-  options.pObserver = &notes;
-  const bool loaded = mail::loadMimeInput(root, source, notes, options);
-  notes.Finish(source);
+  const bool loaded = notes.Load(source, root);
   if (loaded && !notes.Any() && !root.hasUndivided()) return;
   fmt::print(stderr, "tarny email: some of it is damaged or a guess; tarny mime tells: {}\n",
              OneLine(path));
@@ -58,7 +50,7 @@ int RunEmail(const Arguments& arguments) {
       if (!text) throw SourceError(kNoHtmlText);
       WriteOutput(text->view());
     } else {
-      WriteOutput(json ? Json(*email) : ReadableMail(*email));
+      WriteOutput(json ? JsonText(EmailJson(*email)) : ReadableMail(*email));
     }
     if (!html && !json) PointAtNotes(path, source);
     return kExitDone;

@@ -7,6 +7,7 @@
 #include "client/commands/CommandFiles.h"
 #include "client/commands/Commands.h"
 #include "client/run/ItemWriter.h"
+#include "client/show/JsonText.h"
 #include "client/show/OutputText.h"
 #include "client/sources/PreparedItem.h"
 #include "client/sources/Source.h"
@@ -64,7 +65,7 @@ int RunItem(const Arguments& arguments) {
     RequireReadable(folder + "/" + std::string(kDescriptorName));
     nlohmann::ordered_json item = ItemAsJson(ReadPreparedItem(folder));
     item["files"] = ListPreparedFiles(folder).files;
-    std::cout << item.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+    std::cout << JsonText(item);
     return kExitDone;
   } catch (const SourceError& error) {
     std::cerr << fmt::format("tarny item: {}: {}\n", OneLine(folder), error.what());

@@ -7,6 +7,7 @@
 #include "client/commands/CommandFiles.h"
 #include "client/commands/Commands.h"
 #include "client/run/LedgerLook.h"
+#include "client/show/JsonText.h"
 #include "client/show/OutputText.h"
 
 namespace client {
@@ -17,7 +18,7 @@ void PrintJson(const std::vector<LedgerLook::Count>& counts) {
   for (const LedgerLook::Count& count : counts) {
     list.push_back({{"folder", count.folder}, {"target", count.target}, {"items", count.rows}});
   }
-  std::cout << list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+  std::cout << JsonText(list);
 }
 
 void Print(const std::vector<LedgerLook::Count>& counts) {

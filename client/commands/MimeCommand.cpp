@@ -7,12 +7,12 @@
 #include "base/LogNull.h"
 #include "client/commands/CommandFiles.h"
 #include "client/commands/Commands.h"
+#include "client/show/JsonText.h"
 #include "client/show/MimeJson.h"
 #include "client/show/MimeNotes.h"
 #include "client/show/MimeText.h"
 #include "client/show/OutputText.h"
 #include "client/sources/Source.h"
-#include "mime/tree/MimeInput.h"
 
 namespace client {
 namespace {
@@ -44,20 +44,12 @@ mail::MimeMessage2& EntityAt(mail::MimeMessage2& root, const std::string& path) 
   throw SourceError(fmt::format("there is no part '{}'", path));
 }
 
-// The file's bytes are not kept.
-void Load(const std::string& path, mail::MimeMessage2& root, MimeNotes& notes) {
-  const std::string source = ReadMailFile(path);
-  mail::MimeMessage2::LoadOptions load;
-  load.pObserver = &notes;
-  if (!mail::loadMimeInput(root, source, notes, load)) throw SourceError("this is no MIME");
-  notes.Finish(source);
-}
-
 void Show(const Options& options) {
   mail::MimeMessage2 root;
   MimeNotes notes;
   mail::LogNull log;
-  Load(options.path, root, notes);
+  // The file's bytes are not kept.
+  if (!notes.Load(ReadMailFile(options.path), root)) throw SourceError("this is no MIME");
   mail::MimeMessage2& entity = EntityAt(root, options.part);
   if (options.body && entity.partCount() > 0) {
     throw SourceError("a multipart has no body of its own; --part names one of its parts");
@@ -74,8 +66,7 @@ void Show(const Options& options) {
     return WriteOutput(text.utf8().view());
   }
   if (!options.json) return WriteOutput(MimeText(entity, options.part, notes));
-  constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
-  WriteOutput(MimeJson(entity, options.part, &notes).dump(2, ' ', false, kReplace) + "\n");
+  WriteOutput(JsonText(MimeJson(entity, options.part, &notes)));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/LogNull.h"
+#include "client/show/MimePlace.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/ParameterList.h"
 #include "platform/Sha256.h"
@@ -36,8 +37,11 @@ ordered_json Headers(const mail::MimeHeader& header) {
   return result;
 }
 
-ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& path,
-                        const MimeNotes* notes) {
+}  // namespace
+
+// The depth of a tree, and of this recursion, is bounded by MimeMessage2::kMaxDepth.
+ordered_json MimeJson(const mail::MimeMessage2& entity, const std::string& place,
+                      const MimeNotes* notes) {
   mail::LogNull log;
   mail::_ckContentType type;
   entity.getContentType(type, log);
@@ -45,7 +49,7 @@ ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& pat
   entity.getFileName(fileName, log);
 
   ordered_json result;
-  result["path"] = path.empty() ? "." : path;
+  result["path"] = place;
   result["type"] = Text(entity.contentType());
   result["params"] = Parameters(entity.header());
   result["charset"] = Text(entity.charset().getName());
@@ -64,18 +68,9 @@ ordered_json EntityJson(const mail::MimeMessage2& entity, const std::string& pat
   }
   result["parts"] = ordered_json::array();
   for (std::size_t n = 0; n < entity.partCount(); ++n) {
-    const std::string place = (path.empty() ? "" : path + ".") + std::to_string(n);
-    result["parts"].push_back(EntityJson(*entity.part(n), place, notes));
+    result["parts"].push_back(MimeJson(*entity.part(n), ChildPlace(place, n), notes));
   }
   return result;
-}
-
-}  // namespace
-
-// The depth of a tree, and of this recursion, is bounded by MimeMessage2::kMaxDepth.
-ordered_json MimeJson(const mail::MimeMessage2& entity, const std::string& place,
-                      const MimeNotes* notes) {
-  return EntityJson(entity, place == "." ? "" : place, notes);
 }
 
 }  // namespace client

@@ -1,114 +1,22 @@
 #include "client/show/MimeNotes.h"
 
 #include <algorithm>
-#include <array>
-#include <initializer_list>
 #include <utility>
 
 #include <fmt/format.h>
 
-#include "base/AsciiText.h"
-#include "base/ByteSearch.h"
-#include "base/LogNull.h"
-#include "charset/CharsetNames.h"
-#include "mime/header/ParameterList.h"
+#include "client/show/EntityNotes.h"
+#include "client/show/OutputText.h"
+#include "client/show/RemarkNotes.h"
+#include "mime/tree/MimeInput.h"
 #include "mime/tree/MimeMessage2.h"
 
 namespace client {
 namespace {
 
-constexpr int kUtf8 = 65001;
 constexpr std::size_t kNone = std::string_view::npos;
 
-// How remarks of the library begin, and what they say to people: nothing where they are made about
-// sound mail as well, or where the bytes are looked at here.
-struct KnownRemark {
-  std::string_view start;
-  std::string_view note;
-};
-constexpr auto kRemarks = std::to_array<KnownRemark>({
-    {"Skipping MBOX leading From line", "a line of an mbox file (\"From ...\") stands in front"},
-    {"Must not really be unicode HTML", "the page claims to be UTF-16 and is not"},
-    {"Header larger than 20MB", "its header has no end within 20 MB: it is left out"},
-    {"Converting from unicode...", "the file is UTF-16"},
-    {"Also found CRLF.", ""},
-    {"Assuming the entire MIME message is a header", ""},
-    {"Converting all line endings", ""},
-    {"Converting by using", ""},
-    {"Converting from", ""},
-    {"Converting to utf-8", ""},
-    {"Did not find boundary ending in CRLF", ""},
-    {"Found CR", ""},
-    {"Found LF", ""},
-    {"Has invalid iso-8859-1 bytes", ""},
-    {"MIME is missing initial header", ""},
-    {"Nested too deeply", ""},
-    {"No boundary found", ""},
-    {"No charset specified.", ""},
-    {"Parsing MIME assuming an empty header.", ""},
-    {"Still did not find boundary", ""},
-    {"Still looking for the boundary", ""},
-    {"Unrecognized fromCharset", ""},
-    {"Using double CR", ""},
-    {"clearing charset based on content-type.", ""},
-    {"converting from utf-", ""},
-    {"convertFromUnicode", ""},
-    {"convertToUnicode", ""},
-    {"ensureHash", ""},
-    {"imperfect conversion", ""},
-    {"iso-2022-jp text", ""},
-    {"not all characters have a place", ""},
-    {"treating body as binary", ""},
-});
-
-std::string Counted(std::size_t count, std::string_view one, std::string_view many) {
-  return fmt::format("{} {}", count, count == 1 ? one : many);
-}
-
-std::string PageName(int page) {
-  mail::StringBuffer name;
-  if (!mail::codePageToName(page, name)) return fmt::format("code page {}", page);
-  return std::string(name.view());
-}
-
-bool IsWide(int page) { return page == 1200 || page == 1201 || page == 12000 || page == 12001; }
-
-// Pages in which any bytes beyond ASCII may be text; those with longer characters show what they
-// are.
-bool IsSingleByte(int page) {
-  return (page >= 1250 && page <= 1258) || (page >= 28591 && page <= 28605) || page == 20866 ||
-         page == 21866;
-}
-
-int PageOf(std::string_view charset) {
-  mail::StringBuffer name(charset);
-  return mail::nameToCodePage(name);
-}
-
-// The charset that Content-Type names and the library does not know; empty for one that it knows.
-std::string UnknownCharset(const mail::MimeMessage2& entity) {
-  const mail::MimeField* const field = entity.header().find("content-type");
-  if (entity.charset().getCodePage() != 0 || field == nullptr) return {};
-  mail::LogNull log;
-  for (mail::MimeParameter& parameter : mail::parametersOf(field->value().view(), log)) {
-    if (parameter.strName == "charset") return std::move(parameter.strValue);
-  }
-  return {};
-}
-
-bool IsOneOf(std::string_view word, std::initializer_list<std::string_view> words) {
-  return std::any_of(words.begin(), words.end(),
-                     [&](std::string_view other) { return mail::equalsNoCase(word, other); });
-}
-
 bool IsBlank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == kNone; }
-
-// The text cut to what a line has room for.
-std::string Shortened(std::string_view text) {
-  constexpr std::size_t kRoom = 40;
-  if (text.size() <= kRoom) return std::string(text);
-  return std::string(text.substr(0, kRoom)) + "...";
-}
 
 std::string LineEndsText(const LineEnds& ends) {
   std::string text;
@@ -126,6 +34,14 @@ bool StartsWithDelimiter(std::string_view source) {
 }
 
 }  // namespace
+
+bool MimeNotes::Load(std::string_view source, mail::MimeMessage2& root) {
+  mail::MimeMessage2::LoadOptions options;
+  options.pObserver = this;
+  const bool loaded = mail::loadMimeInput(root, source, *this, options);
+  Finish(source);
+  return loaded;
+}
 
 void MimeNotes::Finish(std::string_view source) {
   if (m_root == nullptr) return;
@@ -168,27 +84,21 @@ void MimeNotes::Add(const mail::MimeMessage2& entity, std::string text) {
   }
 }
 
+void MimeNotes::AddAll(const mail::MimeMessage2& entity, std::vector<std::string> texts) {
+  for (std::string& text : texts) Add(entity, std::move(text));
+}
+
 void MimeNotes::Remark(std::string_view text) {
   if (m_current == nullptr) {
     m_wide = m_wide || text.starts_with("Converting from unicode...");
     return;
   }
-  for (const KnownRemark& remark : kRemarks) {
-    if (!text.starts_with(remark.start)) continue;
-    if (!remark.note.empty()) Add(*m_current, std::string(remark.note));
-    return;
-  }
-  Add(*m_current, std::string(text));
+  if (auto note = NoteOfRemark(text)) Add(*m_current, std::move(*note));
 }
 
 void MimeNotes::LogData(std::string_view name, std::string_view text) {
-  if (m_current == nullptr ||
-      !IsOneOf(name, {"invalidQCharset", "invalidBCharset", "invalidCharset"})) {
-    return;
-  }
-  if (PageOf(text) == kUtf8) return;  // said of every word in it
-  Add(*m_current,
-      fmt::format("a header field is in the charset \"{}\", which is unknown", Shortened(text)));
+  if (m_current == nullptr) return;
+  if (auto note = NoteOfData(name, text)) Add(*m_current, std::move(*note));
 }
 
 void MimeNotes::entityBegins(const mail::MimeMessage2& entity) {
@@ -200,148 +110,15 @@ void MimeNotes::entityBegins(const mail::MimeMessage2& entity) {
 
 void MimeNotes::headerRead(const mail::MimeMessage2& entity, std::string_view header,
                            std::string_view endMarker) {
-  if (header.empty()) {
-    if (&entity == m_root) Add(entity, "it has no header: all of it is taken for text");
-    return;
-  }
-  if (endMarker.empty()) Add(entity, "its header has no end: nothing is left for a body");
-  if (!IsOneOf(endMarker, {"", "\r\n\r\n", "\n\n"})) {
-    Add(entity, "the empty line behind its header is damaged");
-  }
-  const HeaderDamage damage = CheckHeader(header, endMarker);
-  if (damage.withoutColon > 0) {
-    Add(entity, fmt::format("{} of its header without a colon left out: \"{}\"",
-                            Counted(damage.withoutColon, "line", "lines"),
-                            Shortened(damage.firstWithoutColon)));
-  }
-  if (damage.nuls > 0) {
-    Add(entity, fmt::format("{} in its header", Counted(damage.nuls, "NUL byte", "NUL bytes")));
-  }
-  if (damage.contentTypes > 1) {
-    Add(entity, fmt::format("{} Content-Type fields: the last one counts", damage.contentTypes));
-  }
-  if (!mail::byte_search::isUtf8(header)) {
-    const int page = entity.header().m_codePage;  // UTF-8 is that of other fields
-    Add(entity, fmt::format("its header has bytes of no named charset: {}",
-                            page == kUtf8 ? "a guess" : "read as " + PageName(page)));
-  }
+  if (!header.empty()) return AddAll(entity, HeaderNotes(entity, header, endMarker));
+  if (&entity == m_root) Add(entity, "it has no header: all of it is taken for text");
 }
 
 void MimeNotes::leafRead(const mail::MimeMessage2& entity, const Leaf& leaf) {
-  if (entity.isMultipart()) {
-    const char* const why = leaf.strSource.empty()        ? "it has no body"
-                            : entity.boundary().isEmpty() ? "it names no boundary"
-                                                          : "its boundary never occurs";
-    Add(entity, fmt::format("{}: there are no parts", why));
-    return;
-  }
+  if (entity.isMultipart()) return Add(entity, WhyNoParts(entity, leaf));
   if (leaf.strSource.empty()) return;
-  NoteEncoding(entity, leaf);
-  CountBinaryLineEnds(entity, leaf);
-  NoteType(entity, leaf);
-  NoteText(entity, leaf);
-}
-
-void MimeNotes::NoteEncoding(const mail::MimeMessage2& entity, const Leaf& leaf) {
-  const std::string_view encoding = leaf.strEncoding;
-  if (IsOneOf(encoding, {"base64"})) {
-    NoteBase64(entity, CheckBase64(leaf.strSource));
-  } else if (IsOneOf(encoding, {"quoted-printable"})) {
-    NoteQuotedPrintable(entity, CheckQuotedPrintable(leaf.strSource));
-  } else if (IsOneOf(encoding, {"uuencode", "x-uuencode", "x-uue", "uue"})) {
-    if (!HasUuBegin(leaf.strSource)) Add(entity, "its uuencoded data has no line \"begin\"");
-  } else if (!IsOneOf(encoding, {"", "7bit", "8bit", "binary"})) {
-    Add(entity,
-        fmt::format("the transfer encoding \"{}\" is unknown: left as it is", Shortened(encoding)));
-  }
-}
-
-void MimeNotes::NoteBase64(const mail::MimeMessage2& entity, const Base64Damage& damage) {
-  if (damage.foreign > 0) {
-    Add(entity, fmt::format("base64 with {} passed over",
-                            Counted(damage.foreign, "foreign byte", "foreign bytes")));
-  }
-  if (damage.nul) Add(entity, "a NUL byte ends its base64");
-  if (damage.cut) Add(entity, "its base64 is cut: it ends within a group of four");
-  if (damage.behind > 0) {
-    Add(entity, fmt::format("{} behind the end of its base64 left out",
-                            Counted(damage.behind, "byte", "bytes")));
-  }
-}
-
-void MimeNotes::NoteQuotedPrintable(const mail::MimeMessage2& entity,
-                                    const QuotedPrintableDamage& damage) {
-  if (damage.broken > 0) {
-    Add(entity,
-        fmt::format("quoted-printable with {}",
-                    Counted(damage.broken, "\"=\" that means nothing", "\"=\" that mean nothing")));
-  }
-  if (damage.behind > 0) {
-    Add(entity, fmt::format("a NUL byte ends its quoted-printable: {} behind it left out",
-                            Counted(damage.behind - 1, "byte", "bytes")));
-  }
-}
-
-// The line ends of binary bodies are bytes like others.
-void MimeNotes::CountBinaryLineEnds(const mail::MimeMessage2& entity, const Leaf& leaf) {
-  const mail::StringBuffer& type = entity.contentType();
-  const bool binary = leaf.nPage == 0 && !type.beginsWith("message/") && !type.beginsWith("text/");
-  const bool encoded = !IsOneOf(leaf.strEncoding, {"", "7bit", "8bit", "binary"});
-  if (binary && !encoded) m_binaryLineEnds.Add(CountLineEnds(leaf.strSource));
-}
-
-// Without a type a body is text in ASCII, which needs no word.
-void MimeNotes::NoteType(const mail::MimeMessage2& entity, const Leaf& leaf) {
-  if (!entity.contentType().isEmpty()) return;
-  const bool field = entity.header().find("content-type") != nullptr;
-  const bool mime =
-      field || !entity.disposition().isEmpty() || IsOneOf(leaf.strEncoding, {"base64"});
-  if (!mime && mail::byte_search::is7bit(leaf.strSource)) return;
-  Add(entity, fmt::format("{}: taken for {}",
-                          field ? "its Content-Type names no type" : "it has no Content-Type",
-                          leaf.nPage != 0 ? "text" : "bytes"));
-}
-
-void MimeNotes::NoteText(const mail::MimeMessage2& entity, const Leaf& leaf) {
-  const std::string_view body = entity.body().view();
-  if (leaf.nPage == 0) {
-    const bool spoiled = entity.contentType().beginsWith("text/") && !entity.isAttachment() &&
-                         body.find('\0') != kNone;
-    if (spoiled) Add(entity, "its text has NUL bytes: kept as it came, not converted");
-    return;
-  }
-  if (body.find('\0') != kNone) Add(entity, "its text has NUL bytes");
-  NotePage(entity, leaf);
-  if (entity.isUnconverted()) {
-    Add(entity, fmt::format("its text could not be converted from {}: kept as it came",
-                            PageName(leaf.nPage)));
-  } else if (leaf.bLossy) {
-    Add(entity, fmt::format("some bytes of its text mean nothing in {}", PageName(leaf.nPage)));
-  } else if (!mail::byte_search::isUtf8(body)) {
-    Add(entity, "some bytes of its text are no UTF-8");
-  }
-}
-
-// The charset that was named, beside the one that the text was read in.
-void MimeNotes::NotePage(const mail::MimeMessage2& entity, const Leaf& leaf) {
-  const std::string used = PageName(leaf.nPage);
-  if (const std::string unknown = UnknownCharset(entity); !unknown.empty()) {
-    Add(entity, fmt::format("its charset \"{}\" is unknown: read as {}", Shortened(unknown), used));
-    return;
-  }
-  if (mail::byte_search::is7bit(entity.body().view()) && !IsWide(leaf.nNamedPage)) return;
-  if (leaf.nNamedPage == 0) {
-    const bool byPage = entity.contentType().equals("text/html") &&
-                        entity.charset().getCodePage() == leaf.nPage;  // in its META element
-    if (!byPage && !m_wide) Add(entity, fmt::format("it names no charset: read as {}", used));
-  } else if (leaf.nNamedPage == leaf.nPage && IsSingleByte(leaf.nPage) &&
-             !mail::byte_search::is7bit(leaf.strSource) &&
-             mail::byte_search::isUtf8(leaf.strSource)) {
-    Add(entity, fmt::format("it is read as {}, as it says, and looks like utf-8", used));
-  } else if (leaf.nNamedPage != leaf.nPage) {
-    Add(entity, fmt::format("its charset is not {} as it says: read as {}",
-                            PageName(leaf.nNamedPage), used));
-  }
+  if (IsBinary(entity, leaf)) m_binaryLineEnds.Add(CountLineEnds(leaf.strSource));
+  AddAll(entity, BodyNotes(entity, leaf, m_wide));
 }
 
 void MimeNotes::partsRead(const mail::MimeMessage2& entity, const Parts& parts) {

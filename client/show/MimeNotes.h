@@ -15,14 +15,14 @@ namespace client {
 
 // What is damaged in a mail, for people, entity by entity: what stands in the bytes and did not
 // come into the tree as it stands, and what of the text is a guess. A sound mail has no notes.
-//
-// To be given to the loader both as its log and as its observer; then Finish is called once.
+// It listens to the loader both as its log and as its observer.
 class MimeNotes final : public mail::LogBase, public mail::LoadObserver {
  public:
   static constexpr std::size_t kMaxNotes = 50;  // different ones of one entity
 
-  // The file that was loaded.
-  void Finish(std::string_view source);
+  // Loads a mail and notes what is damaged in it. To be called once. False when it cannot be
+  // loaded.
+  bool Load(std::string_view source, mail::MimeMessage2& root);
 
   bool Any() const { return !m_notes.empty(); }
   // In the order in which they were made; empty for an entity without any. The entity is one of the
@@ -42,15 +42,11 @@ class MimeNotes final : public mail::LogBase, public mail::LoadObserver {
   void partsRead(const mail::MimeMessage2& entity, const Parts& parts) override;
 
  private:
+  // What only the file as a whole shows.
+  void Finish(std::string_view source);
   void Add(const mail::MimeMessage2& entity, std::string text);
+  void AddAll(const mail::MimeMessage2& entity, std::vector<std::string> texts);
   void Remark(std::string_view text);
-  void NoteEncoding(const mail::MimeMessage2& entity, const Leaf& leaf);
-  void NoteBase64(const mail::MimeMessage2& entity, const Base64Damage& damage);
-  void NoteQuotedPrintable(const mail::MimeMessage2& entity, const QuotedPrintableDamage& damage);
-  void CountBinaryLineEnds(const mail::MimeMessage2& entity, const Leaf& leaf);
-  void NoteType(const mail::MimeMessage2& entity, const Leaf& leaf);
-  void NoteText(const mail::MimeMessage2& entity, const Leaf& leaf);
-  void NotePage(const mail::MimeMessage2& entity, const Leaf& leaf);
 
   // A text and how often it was noted.
   using Notes = std::vector<std::pair<std::string, std::size_t>>;

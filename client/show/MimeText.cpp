@@ -10,6 +10,7 @@
 
 #include "base/LogNull.h"
 #include "client/show/Columns.h"
+#include "client/show/MimePlace.h"
 #include "client/show/OutputText.h"
 #include "mime/header/CkContentType.h"
 
@@ -70,8 +71,7 @@ std::vector<Line> LinesOf(const mail::MimeMessage2& root, const std::string& roo
                          (type.isEmpty() ? "(no type)" : OneLine(type.view())),
                      DetailsOf(*now.entity), notes.Of(*now.entity)});
     for (std::size_t n = now.entity->partCount(); n-- > 0;) {
-      const std::string place = (now.path == "." ? "" : now.path + ".") + std::to_string(n);
-      open.push_back({now.entity->part(n), place, now.depth + 1});
+      open.push_back({now.entity->part(n), ChildPlace(now.path, n), now.depth + 1});
     }
   }
   return lines;

@@ -32,15 +32,23 @@ std::string OneLine(std::string_view text) {
   return platform::Utf16ToUtf8(units);
 }
 
-std::string ItemCount(std::uint64_t count) {
-  return std::to_string(count) + (count == 1 ? " item" : " items");
+std::string Shortened(std::string_view text) {
+  constexpr std::size_t kRoom = 40;
+  if (text.size() <= kRoom) return std::string(text);
+  return std::string(text.substr(0, kRoom)) + "...";
 }
+
+std::string Counted(std::size_t count, std::string_view one, std::string_view many) {
+  return fmt::format("{} {}", count, count == 1 ? one : many);
+}
+
+std::string ItemCount(std::uint64_t count) { return Counted(count, "item", "items"); }
 
 std::string SizeText(std::size_t bytes) {
   const auto size = static_cast<double>(bytes);
   if (bytes >= 1024 * 1024) return fmt::format("{:.1f} MiB", size / (1024 * 1024));
   if (bytes >= 1024) return fmt::format("{:.1f} KiB", size / 1024);
-  return fmt::format("{} byte{}", bytes, bytes == 1 ? "" : "s");
+  return Counted(bytes, "byte", "bytes");
 }
 
 }  // namespace client

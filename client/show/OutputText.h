@@ -12,7 +12,11 @@ namespace client {
 // signs, so that no name or server text can drive a terminal.
 std::string OneLine(std::string_view text);
 
-// "1 item", "2 items".
+// The text cut to a length that has room in a line.
+std::string Shortened(std::string_view text);
+
+// "1 byte", "2 bytes"; "1 item", "2 items".
+std::string Counted(std::size_t count, std::string_view one, std::string_view many);
 std::string ItemCount(std::uint64_t count);
 
 // "312 bytes", "1 byte", "1.5 KiB", "12.0 MiB".

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "client/show/MimeText.h"
-#include "mime/tree/MimeInput.h"
+#include "mime/tree/MimeMessage2.h"
 #include "platform/NarrowText.h"
 #include "tests/support/MailFiles.h"
 
@@ -22,8 +22,7 @@ std::vector<std::string> NotesOf(std::string_view mail) {
   platform::SetAnsiCodePage(1252);
   mail::MimeMessage2 root;
   MimeNotes notes;
-  EXPECT_TRUE(mail::loadMimeInput(root, mail, notes, {.pObserver = &notes}));
-  notes.Finish(mail);
+  EXPECT_TRUE(notes.Load(mail, root));
   std::vector<std::string> texts;
   for (const std::string& note : notes.Of(root)) texts.push_back(".: " + note);
   for (std::size_t n = 0; n < root.partCount(); ++n) {
@@ -134,8 +133,7 @@ TEST(MimeNotes, ManyDamagedPartsAreCountedAndNotAllShown) {
   for (int n = 0; n < 100'000; ++n) mail += "--b\nno header\n";
   mail::MimeMessage2 root;
   MimeNotes notes;
-  ASSERT_TRUE(mail::loadMimeInput(root, mail, notes, {.pObserver = &notes}));
-  notes.Finish(mail);
+  ASSERT_TRUE(notes.Load(mail, root));
   EXPECT_EQ(notes.Of(*root.part(99'999)).size(), 2U);
   const std::string shown = MimeText(root, ".", notes);
   EXPECT_NE(shown.find("and 199951 more\n"), std::string::npos);
