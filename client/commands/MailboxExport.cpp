@@ -1,0 +1,93 @@
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <set>
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "client/commands/Commands.h"
+#include "client/commands/MailboxParts.h"
+#include "client/run/NewFile.h"
+#include "client/show/OutputText.h"
+#include "client/sources/Names.h"
+
+namespace client {
+namespace {
+
+void MakeFolder(const std::filesystem::path& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  if (error) throw std::runtime_error(path.string() + " cannot be made: " + error.message());
+}
+
+// Gives each name once below a folder, without regard to case, so that the tree can be carried to
+// any file system.
+class UniqueNames {
+ public:
+  std::string Take(const std::string& wanted) {
+    int& count = m_counts[Key(wanted)];  // so that many of one name are no matter
+    std::string name = wanted;
+    while (!m_taken.insert(Key(name)).second) name = NumberedFileName(wanted, ++count + 1);
+    return name;
+  }
+
+ private:
+  static std::string Key(std::string name) {
+    for (char& c : name) {
+      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return name;
+  }
+  std::set<std::string> m_taken;
+  std::map<std::string, int> m_counts;
+};
+
+struct Exported {
+  std::uint64_t written = 0;
+  std::uint64_t leftOut = 0;  // items that were not stored as a message's bytes
+};
+
+void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
+                   Exported& count) {
+  std::map<std::int64_t, std::filesystem::path> places;
+  std::map<std::filesystem::path, UniqueNames> names;
+  for (const mailbox::FolderInfo& folder : store.Folders(id)) {
+    // A root stands for the mailbox itself.
+    const auto parent = places.find(folder.parent);
+    const std::filesystem::path base = parent == places.end() ? out : parent->second;
+    const std::filesystem::path place =
+        folder.parent == 0 ? base : base / names[base].Take(FileName(folder.name));
+    places[folder.id] = place;
+    if (folder.total == 0) continue;
+    MakeFolder(place);
+    for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
+      const std::string mime = MimeOf(store, item.id);
+      ++(mime.empty() ? count.leftOut : count.written);
+      if (mime.empty()) continue;
+      const std::string subject = item.subject.empty() ? "mail" : item.subject;
+      NewFile(place / names[place].Take(FileName(subject + ".eml"))).Write(mime);
+    }
+  }
+}
+
+}  // namespace
+
+int ExportMailboxes(mailbox::Store& store, const std::string& address, const std::string& out) {
+  MakeFolder(out);
+  if (!std::filesystem::is_empty(out)) {
+    throw std::runtime_error(out + " is there already and not empty");
+  }
+  Exported count;
+  UniqueNames names;
+  for (const mailbox::MailboxInfo& info : ChosenMailboxes(store, address)) {
+    const std::string name = names.Take(FileName(MailboxTitle(info.address)));
+    ExportMailbox(store, info.id, std::filesystem::path(out) / name, count);
+  }
+  std::cerr << fmt::format("{} written to {}\n", ItemCount(count.written), OneLine(out));
+  if (count.leftOut == 0) return kExitDone;
+  std::cerr << fmt::format("{} left out for want of a source text\n", ItemCount(count.leftOut));
+  return kExitFailed;
+}
+
+}  // namespace client
