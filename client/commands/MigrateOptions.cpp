@@ -1,0 +1,171 @@
+#include "client/commands/MigrateOptions.h"
+
+#include <filesystem>
+#include <utility>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include "client/commands/CommandFiles.h"
+#include "client/commands/Secret.h"
+
+namespace client {
+namespace {
+
+constexpr const char* kLocalUser = "mailbox@local.example";
+constexpr const char* kLocalPassword = "local";  // our own mailboxd takes any
+
+void DescribeLogon(CLI::App& app, MigrateOptions& options) {
+  CLI::Option* const user =
+      app.add_option("--user", options.target.user, "Mail address to log on with");
+  CLI::Option* const password =
+      app.add_option("--password-file", options.passwordFile,
+                     "File whose first line is the password; asked for otherwise");
+  CLI::Option* const tenant =
+      app.add_option("--tenant", options.target.tenant,
+                     "Tenant id: log on as a registered application instead of a user")
+          ->excludes(user)
+          ->excludes(password);
+  app.add_option("--client", options.target.clientId, "Id of the application")->needs(tenant);
+  app.add_option("--client-secret-file", options.secretFile,
+                 "File whose first line is the application's secret; asked for otherwise")
+      ->needs(tenant);
+  app.add_option("--mailbox", options.target.mailbox,
+                 "Address of the mailbox to fill, where it is not the user's own; the group's "
+                 "address for --target group");
+}
+
+void DescribeServer(CLI::App& app, MigrateOptions& options) {
+  CLI::Option* const insecure =
+      app.add_flag("--insecure", options.engine.insecure, "Accept every server certificate");
+  app.add_option("--ca-file", options.engine.caFile, "Certificates to trust, PEM")
+      ->excludes(insecure);
+  app.add_option(
+      "--trust-host", options.engine.trustHosts,
+      "A host that autodiscovery may give the password to, besides the address's domain");
+  app.add_option("--autodiscover-url", options.engine.autodiscoverUrl, "Address to ask first");
+  app.add_option("--authority-url", options.engine.authorityUrl, "Where tokens are asked for");
+}
+
+std::string FullPath(const std::string& path) {
+  std::error_code error;
+  const auto full = std::filesystem::canonical(path, error);
+  if (error) throw std::runtime_error(CannotRead(path, error.message()));
+  return full.string();
+}
+
+// Arguments can be read by every user of a machine, and the target's URL is kept in the run folder.
+void RequireNoSecret(const char* option, const std::string& url) {
+  const size_t host = url.find("://");
+  if (host == std::string::npos) return;
+  const std::string authority = url.substr(host + 3, url.find_first_of("/?#", host + 3) - host - 3);
+  if (authority.find('@') == std::string::npos) return;
+  throw UsageError(
+      fmt::format("{}: a URL here holds no user name or password; take --user and "
+                  "--password-file",
+                  option));
+}
+
+// The work files of one run would be prepared items of the next, and a mailbox no mail of
+// anybody's.
+void RequireOutside(const MigrateOptions& options, const char* option, const std::string& path) {
+  std::error_code error;
+  const auto absolute = std::filesystem::absolute(path, error);
+  const std::string full = std::filesystem::weakly_canonical(absolute, error).string() + "/";
+  for (const std::string& source : options.sources) {
+    if (!full.starts_with(source + "/")) continue;
+    throw UsageError(fmt::format("{}: {} lies in the source {}", option, path, source));
+  }
+}
+
+// The local mailbox is served by this program, which knows its address and certificate.
+void RequireNothingOfServers(const MigrateOptions& options) {
+  const std::pair<const char*, bool> given[] = {
+      {"--tenant", options.target.TokenRoute()},
+      {"--ca-file", !options.engine.caFile.empty()},
+      {"--trust-host", !options.engine.trustHosts.empty()},
+      {"--autodiscover-url", !options.engine.autodiscoverUrl.empty()},
+      {"--authority-url", !options.engine.authorityUrl.empty()},
+      {"--insecure", options.engine.insecure}};
+  for (const auto& [name, isGiven] : given) {
+    if (isGiven) throw UsageError(fmt::format("{} has no meaning with --to local:", name));
+  }
+}
+
+void RequireUsable(const Target& target) {
+  const std::string problem = TargetProblem(target);
+  if (!problem.empty()) throw UsageError(problem);
+}
+
+}  // namespace
+
+void Describe(CLI::App& app, MigrateOptions& options) {
+  app.add_option("SOURCE", options.sources,
+                 "A Maildir, an mbox file, a folder with .eml files and prepared items in it and "
+                 "below, or one .eml file")
+      ->required();
+  app.add_option("--to", options.to,
+                 "local:DIR (a mailbox of our own in DIR), office365, or the URL of a server's EWS "
+                 "endpoint")
+      ->required();
+  app.add_option("--run", options.run,
+                 "Folder of this run: ledger, logs and what is needed to go on. One for each "
+                 "list of sources and target");
+  app.add_option("--target", options.target.kind, "mailbox, archive, public or group")
+      ->check(CLI::IsMember({"mailbox", "archive", "public", "group"}));
+  DescribeLogon(app, options);
+  app.add_flag("--dry-run", options.dryRun, "Show folders, counts and sizes; send nothing");
+  app.add_flag("--json", options.json, "Plan or summary as JSON");
+  app.add_flag("--as-is", options.engine.asIs,
+               "Leave out the safeguards of the engine's --safe (see docs/ARCHITECTURE.md)");
+  app.add_flag(
+      "--from-mime", options.fromMime,
+      "Also hand over subject, names and addresses as the mail's header, decoded here, gives "
+      "them; else the server reads them out of the mail");
+  DescribeServer(app, options);
+}
+
+void Complete(MigrateOptions& options) {
+  RequireNoSecret("--to", options.to);
+  RequireNoSecret("--autodiscover-url", options.engine.autodiscoverUrl);
+  RequireNoSecret("--authority-url", options.engine.authorityUrl);
+  if (options.run.empty() && !options.dryRun) throw UsageError("--run is needed");
+  Target& target = options.target;
+  for (std::string& source : options.sources) source = FullPath(source);
+  if (!options.run.empty()) RequireOutside(options, "--run", options.run);
+  target.address = options.to;
+  if (target.Local()) {
+    if (target.LocalFolder().empty()) throw UsageError("--to local: needs a folder behind it");
+    std::error_code error;
+    const auto folder =
+        std::filesystem::weakly_canonical(std::filesystem::absolute(target.LocalFolder()), error);
+    target.address = "local:" + folder.string();
+    RequireOutside(options, "--to", target.LocalFolder());
+    RequireNothingOfServers(options);
+    if (target.user.empty()) target.user = kLocalUser;
+  } else if (options.to != kOffice365 && !options.to.starts_with("https://") &&
+             !options.to.starts_with("http://")) {
+    throw UsageError("--to is local:DIR, office365, or a URL");
+  }
+}
+
+void AskSecrets(MigrateOptions& options) {
+  Target& target = options.target;
+  RequireUsable(target);
+  try {
+    if (target.TokenRoute()) {
+      target.clientSecret =
+          ReadSecret(options.secretFile, "Secret of the application", "--client-secret-file");
+    } else if (target.Local() && options.passwordFile.empty()) {
+      target.password = kLocalPassword;
+    } else {
+      target.password =
+          ReadSecret(options.passwordFile, "Password of " + target.user, "--password-file");
+    }
+  } catch (const SecretError& error) {
+    throw UsageError(error.what());
+  }
+  RequireUsable(target);
+}
+
+}  // namespace client

@@ -1,0 +1,95 @@
+#include "client/commands/MigrateOutput.h"
+
+#include <iostream>
+#include <vector>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "client/show/JsonText.h"
+#include "client/show/OutputText.h"
+
+namespace client {
+namespace {
+
+nlohmann::json ProblemsAsJson(const std::vector<SourceProblem>& problems) {
+  nlohmann::json list = nlohmann::json::array();
+  for (const SourceProblem& problem : problems) {
+    list.push_back({{"item", problem.location}, {"text", problem.reason}});
+  }
+  return list;
+}
+
+void PrintProblems(const char* title, const std::vector<SourceProblem>& problems) {
+  if (problems.empty()) return;
+  std::cout << title << ":\n";
+  for (size_t i = 0; i < problems.size() && i < kMostListed; ++i) {
+    std::cout << fmt::format("  {}: {}\n", OneLine(problems[i].location),
+                             OneLine(problems[i].reason));
+  }
+  if (problems.size() > kMostListed) {
+    std::cout << fmt::format("  and {} more\n", problems.size() - kMostListed);
+  }
+}
+
+void PlanAsJson(const Plan& plan, const std::string& target) {
+  nlohmann::json folders = nlohmann::json::array();
+  for (const Plan::Folder& folder : plan.Folders()) {
+    folders.push_back({{"folder", folder.name}, {"items", folder.items}, {"bytes", folder.bytes}});
+  }
+  std::cout << JsonText(nlohmann::json{{"target", target},
+                                       {"items", plan.entries.size()},
+                                       {"folders", folders},
+                                       {"left_out", ProblemsAsJson(plan.problems)},
+                                       {"not_supported", ProblemsAsJson(plan.unsupported)}});
+}
+
+void PlanAsText(const Plan& plan, const std::string& target) {
+  std::cout << fmt::format("{} would go to the {}:\n", ItemCount(plan.entries.size()),
+                           OneLine(target));
+  for (const Plan::Folder& folder : plan.Folders()) {
+    std::cout << fmt::format("  {:>7}  {:>12}  {}\n", folder.items, SizeText(folder.bytes),
+                             OneLine(folder.name));
+  }
+  PrintProblems("Left out", plan.problems);
+  PrintProblems("Not supported yet; a run with these does not start", plan.unsupported);
+}
+
+void SummaryAsJson(const Summary& summary, const Plan& plan) {
+  std::cout << JsonText(nlohmann::json{{"items", summary.total},
+                                       {"sent", summary.sent},
+                                       {"there_already", summary.known},
+                                       {"failed", summary.failed},
+                                       {"not_confirmed", summary.notConfirmed},
+                                       {"not_reached", summary.total - summary.seen},
+                                       {"stopped", summary.stopped},
+                                       {"failures", ProblemsAsJson(summary.failures)},
+                                       {"remarks", ProblemsAsJson(summary.remarks)},
+                                       {"left_out", ProblemsAsJson(plan.problems)}});
+}
+
+void SummaryAsText(const Summary& summary, const Plan& plan) {
+  PrintProblems("Left out", plan.problems);
+  PrintProblems("Arrived, with a remark", summary.remarks);
+  PrintProblems("Failed", summary.failures);
+  std::cout << fmt::format("{}: {} sent, {} there already, {} failed", ItemCount(summary.total),
+                           summary.sent, summary.known, summary.failed);
+  if (summary.notConfirmed) std::cout << fmt::format(", {} not confirmed", summary.notConfirmed);
+  if (summary.seen < summary.total) {
+    std::cout << fmt::format(", {} not reached", summary.total - summary.seen);
+  }
+  if (!plan.problems.empty()) std::cout << fmt::format(", {} left out", plan.problems.size());
+  std::cout << (plan.IsWhole() ? "\n" : "; not all of the source could be read\n");
+}
+
+}  // namespace
+
+void PrintPlan(const Plan& plan, const std::string& target, bool json) {
+  json ? PlanAsJson(plan, target) : PlanAsText(plan, target);
+}
+
+void PrintSummary(const Summary& summary, const Plan& plan, bool json) {
+  json ? SummaryAsJson(summary, plan) : SummaryAsText(summary, plan);
+}
+
+}  // namespace client

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "client/run/Migration.h"
+#include "client/run/Plan.h"
+
+// What `tarny migrate` writes to standard output, for people or as JSON.
+namespace client {
+
+inline constexpr size_t kMostListed = 50;  // items of a list for people; the journal has them all
+
+// What a run into that target would do.
+void PrintPlan(const Plan& plan, const std::string& target, bool json);
+
+// What became of a run.
+void PrintSummary(const Summary& summary, const Plan& plan, bool json);
+
+}  // namespace client

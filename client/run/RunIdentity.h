@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace client {
+
+class Journal;
+class RunFolder;
+struct Target;
+
+// What a run folder serves: its rows say nothing about other sources or another target.
+struct RunIdentity {
+  std::string sources;  // in any order they are the same
+  std::string target;
+};
+
+RunIdentity IdentityOf(std::vector<std::string> sources, const Target& target);
+
+// Throws RunError when the folder was used for something else. Throws platform::SqliteError.
+void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFolder& run);
+// Binds the folder from now on. Throws platform::SqliteError.
+void KeepIdentity(Journal& journal, const RunIdentity& identity);
+
+// Throws RunError when the ledger cannot be used: without it a run could not tell what has arrived,
+// and would send it again.
+void RequireUsableLedger(const RunFolder& run);
+
+}  // namespace client
