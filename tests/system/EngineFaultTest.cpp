@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -8,6 +7,9 @@
 #include <fstream>
 #include <functional>
 #include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "engine/CCTarnyOutlookEngneDlg.h"
 #include "ews/CurlTransport.h"
@@ -20,7 +22,6 @@
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/EngineRun.h"
-#include "tests/system/Programs.h"
 
 // A real engine whose disk, ledger or server fails it.
 namespace system_test {
@@ -29,13 +30,14 @@ namespace {
 using test_support::ScriptedAnswer;
 using test_support::ScriptedServer;
 using test_support::TemporaryFolder;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
 using Lines = std::vector<std::string>;
 
 constexpr uid_t kNobody = 65534;
-const std::string kMail = "Subject: x\r\n\r\n";
-const std::string kSuccessStatus = "\t\tSaving Status : Success\r\r\n";
 
-Lines ToEws(const Mailbox& mailbox) { return {"--ews-url", mailbox.Url() + "/EWS/Exchange.asmx"}; }
+class EngineFaults : public testing::Test, protected EngineSetting {};
 
 // Runs it in a process of its own, as an ordinary user if we are root; false when it threw.
 bool RunAsOrdinaryUser(const std::function<void()>& work) {
@@ -60,68 +62,57 @@ bool RunAsOrdinaryUser(const std::function<void()>& work) {
 
 void OpenToAll(const std::string& path, mode_t mode) { ASSERT_EQ(chmod(path.c_str(), mode), 0); }
 
-TEST(EngineFaults, AReadOnlyProgramFolderCostsLogsAndLedgerOnly) {
-  const TemporaryFolder folder;
-  const Mailbox mailbox(folder.Path(), {});
+TEST_F(EngineFaults, AReadOnlyProgramFolderCostsLogsAndLedgerOnly) {
+  mailbox.emplace(folder.Path(), Lines());
   std::filesystem::create_directory(folder.File("user"));
   OpenToAll(folder.File("user"), 0777);
   OpenToAll(folder.Path(), 0711);
   ASSERT_TRUE(RunAsOrdinaryUser([&] {
-    EngineRun engine(folder.File("user"), ToEws(mailbox), {},
-                     [](const std::string& run) { chmod(run.c_str(), 0500); });
+    EngineRun engine(folder.File("user"), {"--ews-url", mailbox->Url() + "/EWS/Exchange.asmx"}, {},
+                     [](const std::string& path) { chmod(path.c_str(), 0500); });
     std::ofstream seen(folder.File("user") + "/seen");
     seen << engine.Logon() << engine.CreateFolder("A\\");
-    seen << engine.InsertEml("key", kMail);  // counts as known: the ledger cannot be asked
-    seen << engine.InsertEml("", kMail) << engine.InsertEml("", kMail);
+    seen << engine.InsertEml("key");  // counts as known: the ledger cannot be asked
+    seen << engine.InsertEml("") << engine.InsertEml("");
     seen << engine.Close();
     chmod(engine.File("").c_str(), 0700);
   }));
   EXPECT_EQ(test_support::ReadAll(folder.File("user/seen")), "111110");
-  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 2u);
+  EXPECT_EQ(Items().size(), 2u);
   std::istringstream errors(test_support::ReadAll(folder.File("user/run.stderr")));
   Lines lines;
   for (std::string line; std::getline(errors, line);) lines.push_back(line);
   EXPECT_EQ(lines.size(), 3u);  // the trace and the two status logs, once each
-  for (const std::string& line : lines) {
-    EXPECT_NE(line.find("Permission denied"), std::string::npos) << line;
-  }
+  EXPECT_THAT(lines, testing::Each(HasSubstr("Permission denied")));
 }
 
-TEST(EngineFaults, AFullDiskLosesLinesAndRowsAndNoMail) {
-  const TemporaryFolder folder;
-  const Mailbox mailbox(folder.Path(), {});
-  EngineRun engine(folder.Path(), ToEws(mailbox));
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("A\\"), 1);
-  ASSERT_EQ(engine.InsertEml("1", kMail), 1);
+TEST_F(EngineFaults, AFullDiskLosesLinesAndRowsAndNoMail) {
+  EngineRun& engine = StartIn("A\\");
+  ASSERT_EQ(engine.InsertEml("1"), 1);
   engine.RunStatus();
   rlimit before{};
   ASSERT_EQ(prlimit(engine.Pid(), RLIMIT_FSIZE, nullptr, &before), 0);
   const rlimit full{0, before.rlim_max};
   ASSERT_EQ(prlimit(engine.Pid(), RLIMIT_FSIZE, &full, nullptr), 0);
-  EXPECT_EQ(engine.InsertEml("2", kMail), 1);
+  EXPECT_EQ(engine.InsertEml("2"), 1);
   EXPECT_EQ(engine.RunStatus(), "");
   ASSERT_EQ(prlimit(engine.Pid(), RLIMIT_FSIZE, &before, nullptr), 0);
-  EXPECT_EQ(engine.InsertEml("3", kMail), 1);
+  EXPECT_EQ(engine.InsertEml("3"), 1);
   EXPECT_EQ(engine.RunStatus(), kSuccessStatus);
   EXPECT_EQ(engine.Close(), 0);
   EXPECT_EQ(engine.Ledger(), (Lines{"A\\|1|tom@example.org", "A\\|3|tom@example.org"}));
-  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 3u);
+  EXPECT_EQ(Items().size(), 3u);
 }
 
-TEST(EngineFaults, AClosedLedgerSkipsWhatItShouldKnowAndLetsTheRestGoOn) {
-  const TemporaryFolder folder;
-  const Mailbox mailbox(folder.Path(), {});
-  EngineRun engine(folder.Path(), ToEws(mailbox));
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("A\\"), 1);
-  EXPECT_EQ(engine.InsertEml("1", kMail), 1);
+TEST_F(EngineFaults, AClosedLedgerSkipsWhatItShouldKnowAndLetsTheRestGoOn) {
+  EngineRun& engine = StartIn("A\\");
+  EXPECT_EQ(engine.InsertEml("1"), 1);
   engine.Client().CloseLedger();  // for good
   EXPECT_EQ(engine.Client().CheckArchive(), 1);
-  EXPECT_EQ(engine.InsertEml("2", kMail), 1);
-  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 1u);
-  EXPECT_EQ(engine.InsertEml("", kMail), 1);
-  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 2u);
+  EXPECT_EQ(engine.InsertEml("2"), 1);
+  EXPECT_EQ(Items().size(), 1u);
+  EXPECT_EQ(engine.InsertEml(""), 1);
+  EXPECT_EQ(Items().size(), 2u);
 }
 
 // Empty for a folder.
@@ -129,7 +120,7 @@ std::string BytesOf(const std::string& path) {
   return std::filesystem::is_directory(path) ? std::string() : test_support::ReadAll(path);
 }
 
-TEST(EngineFaults, ALedgerThatIsNoneSkipsWhatItShouldKnow) {
+TEST_F(EngineFaults, ALedgerThatIsNoneSkipsWhatItShouldKnow) {
   const auto Garbage = [](const std::string& path) {
     std::ofstream(path, std::ios::binary) << std::string(5000, 'x');
   };
@@ -149,22 +140,18 @@ TEST(EngineFaults, ALedgerThatIsNoneSkipsWhatItShouldKnow) {
   for (const bool safe : {false, true}) {
     for (const auto& spoil : kinds) {
       SCOPED_TRACE(&spoil - kinds);
-      const TemporaryFolder folder;
-      const Mailbox mailbox(folder.Path(), {});
-      Lines options = ToEws(mailbox);
-      if (safe) options.push_back("--safe");
+      EngineSetting fresh;
       std::string before;
-      EngineRun engine(folder.Path(), options, {}, [&](const std::string& run) {
-        spoil(run + "/SQLLiteNew.db");
-        before = BytesOf(run + "/SQLLiteNew.db");
+      const Lines options = safe ? Lines{"--safe"} : Lines{};
+      EngineRun& engine = fresh.StartIn("A\\", options, [&](const std::string& path) {
+        spoil(path + "/SQLLiteNew.db");
+        before = BytesOf(path + "/SQLLiteNew.db");
       });
-      ASSERT_TRUE(engine.Logon());
-      ASSERT_EQ(engine.CreateFolder("A\\"), 1);
-      EXPECT_EQ(engine.InsertEml("key", kMail), 1);
+      EXPECT_EQ(engine.InsertEml("key"), 1);
       EXPECT_EQ(engine.RunStatus(), kSuccessStatus);
-      EXPECT_TRUE(ItemsOf(folder.File("mailbox")).empty());
-      EXPECT_EQ(engine.InsertEml("", kMail), 1);
-      EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), 1u);
+      EXPECT_TRUE(fresh.Items().empty());
+      EXPECT_EQ(engine.InsertEml(""), 1);
+      EXPECT_EQ(fresh.Items().size(), 1u);
       EXPECT_EQ(engine.Close(), 0);
       EXPECT_TRUE(BytesOf(engine.File("SQLLiteNew.db")) == before) << "touched";
     }
@@ -180,13 +167,10 @@ long StatusFigure(pid_t pid, const std::string& name) {
   return -1;
 }
 
-TEST(EngineFaults, AHundredMegabytesNeedLittleMoreMemoryThanTheirOwn) {
+TEST_F(EngineFaults, AHundredMegabytesNeedLittleMoreMemoryThanTheirOwn) {
   constexpr size_t kSize = 100'000'000;
-  const TemporaryFolder folder;
-  const Mailbox mailbox(folder.Path(), {"--max-message-size", "200000000"});
-  EngineRun engine(folder.Path(), ToEws(mailbox));
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("Big\\"), 1);
+  mailbox.emplace(folder.Path(), Lines{"--max-message-size", "200000000"});
+  EngineRun& engine = StartIn("Big\\");
   std::string mime = "Subject: big\r\n\r\n";
   mime.reserve(kSize + 100);
   while (mime.size() < kSize) {
@@ -198,56 +182,46 @@ TEST(EngineFaults, AHundredMegabytesNeedLittleMoreMemoryThanTheirOwn) {
   RecordProperty("peak_kb", static_cast<int>(peak));
   EXPECT_LT(static_cast<double>(peak) * 1024,
             1.3 * static_cast<double>(mime.size()) + 60.0 * 1024 * 1024);
-  const auto items = ItemsOf(folder.File("mailbox"));
-  ASSERT_EQ(items.size(), 1u);
-  EXPECT_TRUE(items[0].mime == mime) << "not what was sent";
+  EXPECT_TRUE(OnlyItem().mime == mime) << "not what was sent";
 }
 
-TEST(EngineFaults, AMailBeyondTheServersLimitIsToldAsSuch) {
-  const TemporaryFolder folder;
-  const Mailbox mailbox(folder.Path(), {"--max-message-size", "5000"});
-  EngineRun engine(folder.Path(), ToEws(mailbox));
-  ASSERT_TRUE(engine.Logon());
-  ASSERT_EQ(engine.CreateFolder("A\\"), 1);
-  engine.Trace();
-  engine.Status();
-  EXPECT_EQ(engine.InsertEml("1", kMail + std::string(20000, 'x')), 0);
+TEST_F(EngineFaults, AMailBeyondTheServersLimitIsToldAsSuch) {
+  mailbox.emplace(folder.Path(), Lines{"--max-message-size", "5000"});
+  EngineRun& engine = StartIn("A\\");
+  EXPECT_EQ(engine.InsertEml("1", "Subject: x\r\n\r\n" + std::string(20000, 'x')), 0);
   const std::string message = "The message exceeds the maximum supported size";
   const std::string trace = engine.Trace();
-  EXPECT_NE(trace.find("Email Save in \r\n Catch2 \r\n" + message), std::string::npos) << trace;
-  EXPECT_NE(trace.find("\r\n Find Can not \r\n"), std::string::npos) << trace;
-  const std::string failed = "\t\t+Saving Status : Fail\r\r\n\t\tError Message :" + message;
-  EXPECT_TRUE(engine.Status().starts_with(failed));
-  EXPECT_NE(engine.RunStatus().find(failed), std::string::npos);
+  EXPECT_THAT(trace, HasSubstr("Email Save in \r\n Catch2 \r\n" + message));
+  EXPECT_THAT(trace, HasSubstr("\r\n Find Can not \r\n"));
+  EXPECT_THAT(engine.Status(), StartsWith(kFailStatus + message));
+  EXPECT_THAT(engine.RunStatus(), HasSubstr(kFailStatus + message));
   EXPECT_TRUE(engine.Ledger().empty());
-  EXPECT_EQ(engine.InsertEml("2", kMail), 1);
+  EXPECT_EQ(engine.InsertEml("2"), 1);
 }
 
-TEST(EngineFaults, EachAnswerOfAServerGoneWrongIsTheStatusOfItsItemAlone) {
-  const TemporaryFolder folder;
+TEST_F(EngineFaults, EachAnswerOfAServerGoneWrongIsTheStatusOfItsItemAlone) {
   ScriptedServer server;  // goes after the engine: it waits for its connections
   EngineRun engine(folder.Path(), {"--ews-url", server.Url("/EWS/Exchange.asmx")});
   ASSERT_TRUE(engine.Logon());
   ASSERT_EQ(engine.CreateFolder("no level"), 1);  // the root, without a request
-  const std::string failed = "\t\t+Saving Status : Fail\r\r\n\t\tError Message :";
   const struct {
     ScriptedAnswer answer;
     std::string status;  // its beginning
     std::string holds;
   } cases[] = {
-      {{.status = 401}, failed, "401"},
-      {{.status = 403}, failed, "403"},
-      {{.status = 404}, failed, "404"},
-      {{.status = 500}, failed, "500"},
+      {{.status = 401}, kFailStatus, "401"},
+      {{.status = 403}, kFailStatus, "403"},
+      {{.status = 404}, kFailStatus, "404"},
+      {{.status = 500}, kFailStatus, "500"},
       {{.body = answers::Item("I"), .fault = ScriptedAnswer::Fault::kDropInBody},
-       failed,
+       kFailStatus,
        "127.0.0.1"},
       {{.fault = ScriptedAnswer::Fault::kDropUnanswered},
-       failed,
+       kFailStatus,
        "127.0.0.1 closed the connection without an answer. It may have carried the request out."},
-      {{.body = "<broken"}, failed, ""},
+      {{.body = "<broken"}, kFailStatus, ""},
       {{.body = answers::Error("CreateItem", "ErrorQuotaExceeded", "It is full.")},
-       failed + "It is full.\r\r\n",
+       kFailStatus + "It is full.\r\r\n",
        ""},
       {{.body = answers::Error("CreateItem", "ErrorX", "The index is out of range.")},
        "\t\tSaving Status : Success\r\r\n\t Message :The index is out of range.\r\r\n",
@@ -256,17 +230,16 @@ TEST(EngineFaults, EachAnswerOfAServerGoneWrongIsTheStatusOfItsItemAlone) {
   engine.Status();
   for (const auto& c : cases) {
     server.Push(c.answer);
-    EXPECT_EQ(engine.InsertEml("key" + c.holds, kMail), 0);
+    EXPECT_EQ(engine.InsertEml("key" + c.holds), 0);
     const std::string status = engine.Status();
-    EXPECT_TRUE(status.starts_with(c.status)) << status;
-    EXPECT_NE(status.find(c.holds), std::string::npos) << status;
+    EXPECT_THAT(status, testing::AllOf(StartsWith(c.status), HasSubstr(c.holds)));
     // The run's log has the bare text first, the status line behind it.
-    EXPECT_TRUE(engine.RunStatus().ends_with(status)) << status;
+    EXPECT_THAT(engine.RunStatus(), EndsWith(status));
   }
   // Only the last one counts as saved.
   EXPECT_EQ(engine.Ledger(), Lines{"no level|key|tom@example.org"});
   server.Push({.body = answers::Item("I")});
-  EXPECT_EQ(engine.InsertEml("next", kMail), 1);
+  EXPECT_EQ(engine.InsertEml("next"), 1);
 }
 
 // Waits a thousandth of the time that a request is given: the engine's own times run into minutes.
@@ -279,8 +252,8 @@ class HurriedTransport : public ews::EwsTransport {
   ews::CurlTransport m_curl;
 };
 
-TEST(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTried) {
-  const TempRunFolder folder;
+TEST_F(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTried) {
+  const TempRunFolder own;
   ScriptedServer server;  // goes after the transport: it waits for its connections
   HurriedTransport transport;
   const ews::ScopedTransport scope(transport);
@@ -292,8 +265,8 @@ TEST(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTrie
   login.strTargetType = u"Mailbox";
   ASSERT_EQ(engine.OnCopyData(MSG_LOGIN_OUTLOOK, 1, BuildRecord(login)), 1);
   ASSERT_EQ(engine.OnCopyData(MSG_CREATE_FOLDER, 1, BuildRecord(ST_FOLDER_INFO{u"root", 0})), 1);
-  folder.WriteWork("11comtextjj.t", u"EMAIL\n");
-  folder.WriteWork("EmlFile.Eml", kMail);
+  own.WriteWork("11comtextjj.t", u"EMAIL\n");
+  own.WriteWork("EmlFile.Eml", EngineRun::kMail);
   const auto item = BuildRecord(ST_ITEM_INFO{GetCurrPath(), u"run.txt", 0});
   server.Push({.fault = ScriptedAnswer::Fault::kSilence});
   server.Push({.body = answers::Item("I")});
@@ -301,9 +274,8 @@ TEST(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTrie
   EXPECT_EQ(engine.OnCopyData(MSG_INSERT_ITEM, 1, item), 1);
   const std::string reason =
       "The request failed. The server 127.0.0.1 did not answer within the time-out of 700 ms.";
-  EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
-            reason + "\r\r\n\t\t+Saving Status : Fail\r\r\n\t\tError Message :" + reason +
-                "\r\r\n" + kSuccessStatus);
+  EXPECT_EQ(test_support::ReadAll(own.File("run.txt")),
+            reason + "\r\r\n" + kFailStatus + reason + "\r\r\n" + kSuccessStatus);
 }
 
 }  // namespace

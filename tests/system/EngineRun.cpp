@@ -5,12 +5,13 @@
 #include <filesystem>
 #include <fstream>
 
+#include <gtest/gtest.h>
+
 #include "platform/Sqlite.h"
+#include "tests/client/WideText.h"
 
 namespace system_test {
 namespace {
-
-CString Wide(std::string_view utf8) { return CString::FromUtf8(utf8); }
 
 void WriteFile(const std::string& path, std::string_view bytes) {
   std::ofstream(path, std::ios::binary)
@@ -50,9 +51,9 @@ int EngineRun::Close() {
 
 ST_LOGIN_INFO EngineRun::LoginRecord(const std::string& target) const {
   ST_LOGIN_INFO login;
-  login.strLoginId = Wide(kUser);
+  login.strLoginId = CString::FromUtf8(kUser);
   login.strLoginPassword = u"secret";
-  login.strTargetType = Wide(target);
+  login.strTargetType = CString::FromUtf8(target);
   login.bAllowDuplicates = 1;
   return login;
 }
@@ -70,16 +71,16 @@ bool EngineRun::LogonByToken(const std::string& target, const std::string& mailb
   login.strTenantId = u"contoso";
   login.strClientId = u"app";
   login.strClientSecret = u"secret";
-  login.strImpersonatedUserMail = Wide(mailbox);
+  login.strImpersonatedUserMail = CString::FromUtf8(mailbox);
   return m_client->Logon(login);
 }
 
 int EngineRun::CreateFolder(std::string_view path, int type) {
-  return m_client->CreateFolder({Wide(path), type});
+  return m_client->CreateFolder({CString::FromUtf8(path), type});
 }
 
 int EngineRun::CreateNewFolder(std::string_view path) {
-  return m_client->CreateNewFolder({Wide(path), 0});
+  return m_client->CreateNewFolder({CString::FromUtf8(path), 0});
 }
 
 void EngineRun::Work(const std::string& name, std::string_view bytes) const {
@@ -87,9 +88,7 @@ void EngineRun::Work(const std::string& name, std::string_view bytes) const {
 }
 
 void EngineRun::WorkWide(const std::string& name, std::string_view utf8) const {
-  const CString text = Wide(utf8);
-  const std::u16string_view units = text.View();
-  Work(name, {reinterpret_cast<const char*>(units.data()), units.size() * 2});
+  Work(name, client_test::Wide(utf8));
 }
 
 void EngineRun::NewMail(const MailFields& fields) const {
@@ -108,13 +107,11 @@ void EngineRun::NewMail(const MailFields& fields) const {
 }
 
 int EngineRun::Insert(int flag) {
-  return m_client->InsertItem({Wide(WindowsForm(File("Temp/"))), u"run.txt", flag});
+  return m_client->InsertItem({CString::FromUtf8(WindowsForm(File("Temp/"))), u"run.txt", flag});
 }
 
 int EngineRun::InsertEml(const std::string& key, std::string_view mime) {
-  MailFields fields;
-  fields.key = key;
-  NewMail(fields);
+  NewMail({.key = key});
   Work("EmlFile.Eml", mime);
   return Insert();
 }
@@ -131,34 +128,33 @@ std::vector<std::string> EngineRun::Ledger() const {
   return rows;
 }
 
-std::string StoredItem::Property(const std::string& key) const {
-  for (const mailbox::ExtendedProperty& property : info.properties) {
-    if (property.key == key && !property.values.empty()) return property.values.front();
-  }
-  return {};
+EngineRun& EngineSetting::Start(std::vector<std::string> options,
+                                const std::function<void(const std::string&)>& prepare) {
+  run.reset();
+  std::filesystem::remove_all(folder.File("run"));
+  if (!mailbox) mailbox.emplace(folder.Path(), std::vector<std::string>());
+  options.insert(options.end(), {"--ews-url", mailbox->Url() + "/EWS/Exchange.asmx"});
+  return run.emplace(folder.Path(), options, std::vector<std::string>(), prepare);
 }
 
-std::vector<StoredItem> ItemsOf(const std::string& dataFolder) {
-  mailbox::Store store(dataFolder + "/mailbox.db", mailbox::Store::Mode::kReadOnly);
-  std::vector<StoredItem> items;
-  for (const mailbox::MailboxInfo& box : store.Mailboxes()) {
-    for (const mailbox::FolderInfo& folder : store.Folders(box.id)) {
-      for (const mailbox::ItemInfo& row : store.Items(folder.id, 0, -1)) {
-        StoredItem& item = items.emplace_back();
-        item.mailbox = box.address;
-        item.folder = store.FolderPath(folder.id);
-        item.info = store.Item(row.id).value();
-        store.WithMime(row.id, [&](std::string_view, std::string_view bytes) {
-          item.mime = std::string(bytes);
-        });
-        for (const mailbox::AttachmentInfo& file : store.Attachments(row.id)) {
-          auto& attachment = item.attachments.emplace_back(file.name, "");
-          store.WithAttachment(file.id, [&](std::string_view bytes) { attachment.second = bytes; });
-        }
-      }
-    }
-  }
-  return items;
+EngineRun& EngineSetting::StartIn(const std::string& path, std::vector<std::string> options,
+                                  const std::function<void(const std::string&)>& prepare) {
+  EngineRun& engine = Start(std::move(options), prepare);
+  EXPECT_TRUE(engine.Logon());
+  EXPECT_EQ(engine.CreateFolder(path), 1);
+  engine.Trace();
+  EXPECT_EQ(engine.Status(), kFolderStatus);
+  return engine;
 }
+
+StoredItem EngineSetting::OnlyItem() const {
+  std::vector<StoredItem> items = Items();
+  EXPECT_EQ(items.size(), 1u);
+  return items.empty() ? StoredItem() : items.front();
+}
+
+const std::string kFolderStatus = "Folder Creation in Office 365 done..\r\r\n";
+const std::string kSuccessStatus = "\t\tSaving Status : Success\r\r\n";
+const std::string kFailStatus = "\t\t+Saving Status : Fail\r\r\n\t\tError Message :";
 
 }  // namespace system_test

@@ -9,20 +9,20 @@
 #include <vector>
 
 #include "client/run/EngineClient.h"
-#include "mailboxd/store/Store.h"
 #include "platform/ChildProcess.h"
 #include "tests/support/EngineFolder.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/system/Programs.h"
 
 namespace system_test {
 
 // What the descriptor of a mail says; texts are UTF-8.
 struct MailFields {
   std::string type = "EMAIL";
-  std::string importance;
-  std::string date;
+  std::string importance = {};
+  std::string date = {};
   std::string unread = "FALSE";
-  std::string from, to, cc, bcc, subject, key;
+  std::string from = {}, to = {}, cc = {}, bcc = {}, subject = {}, key = {};
 };
 
 // An engine in a run folder of its own below a test's folder, driven as a driving program does it.
@@ -54,7 +54,7 @@ class EngineRun {
   void NewMail(const MailFields& fields) const;
   int Insert(int flag = 0);
   // A whole message under a ledger key.
-  int InsertEml(const std::string& key, std::string_view mime);
+  int InsertEml(const std::string& key, std::string_view mime = kMail);
 
   // What was written since the last call. The trace comes as UTF-8, "\r\n" as a line's end.
   std::string Trace() const { return m_folder.Trace(); }
@@ -64,6 +64,7 @@ class EngineRun {
   std::vector<std::string> Ledger() const;
 
   static constexpr const char* kUser = "tom@example.org";
+  static constexpr std::string_view kMail = "Subject: x\r\n\r\n";
 
  private:
   ST_LOGIN_INFO LoginRecord(const std::string& target) const;
@@ -73,16 +74,26 @@ class EngineRun {
   std::unique_ptr<client::EngineClient> m_client;
 };
 
-// One item of a mailbox with all that is stored of it.
-struct StoredItem {
-  std::string mailbox;
-  std::string folder;
-  mailbox::ItemInfo info;
-  std::string mime;
-  std::vector<std::pair<std::string, std::string>> attachments;  // name and bytes
-  std::string Property(const std::string& key) const;            // its value, "" for none
+// An engine that sends into a mailbox of its own. The mailbox is started with the engine, unless it
+// is there.
+struct EngineSetting {
+  // One that was started before goes with its run folder. Before the start, `prepare` gets the path
+  // of the new one.
+  EngineRun& Start(std::vector<std::string> options = {},
+                   const std::function<void(const std::string&)>& prepare = {});
+  // Logged on, with its target folder made, and logs that were read.
+  EngineRun& StartIn(const std::string& path, std::vector<std::string> options = {},
+                     const std::function<void(const std::string&)>& prepare = {});
+  std::vector<StoredItem> Items() const { return ItemsOf(folder.File("mailbox")); }
+  StoredItem OnlyItem() const;
+
+  test_support::TemporaryFolder folder;
+  std::optional<Mailbox> mailbox;
+  std::optional<EngineRun> run;
 };
 
-std::vector<StoredItem> ItemsOf(const std::string& dataFolder);
+extern const std::string kFolderStatus;  // lines of the status logs
+extern const std::string kSuccessStatus;
+extern const std::string kFailStatus;  // up to the message
 
 }  // namespace system_test

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -15,6 +16,7 @@
 #include "mailboxd/store/MailContent.h"
 #include "mailboxd/store/Store.h"
 #include "platform/UniqueFd.h"
+#include "tests/client/WideText.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
 
@@ -22,7 +24,9 @@
 namespace system_test {
 namespace {
 
+using client_test::Wide;
 using test_support::TemporaryFolder;
+using testing::HasSubstr;
 
 // Waits for something that must come; false after a minute.
 bool Await(const std::function<bool()>& condition) {
@@ -40,36 +44,38 @@ int Total(const Contents& contents) {
   return total;
 }
 
-TEST(Migration, ThreeHundredMailsArriveOnceByteForByteAndNothingIsSentTwice) {
-  const TemporaryFolder folder;
-  const Generated mails = WriteMails(folder, 300);
-  const Result first = Migrate(folder);
-  ASSERT_EQ(first.status, 0) << first.err;
-  EXPECT_EQ(nlohmann::json::parse(first.out)["sent"], mails.count);
-  const Contents contents = ContentsOf(folder.File("mailbox"));
-  EXPECT_TRUE(contents == mails.expected) << "not what was sent";
-  EXPECT_TRUE(EnginesOf(folder.File("run")).empty());
+class Migration : public testing::Test {
+ protected:
+  Result Tarny(std::vector<std::string> arguments) const {
+    return RunProgram("tarny", std::move(arguments), folder.Path());
+  }
+  Contents Arrived() const { return ContentsOf(folder.File("mailbox")); }
+  bool EngineWorks() const { return !EnginesOf(folder.File("run")).empty(); }
+  bool ItemWasSent() const { return std::filesystem::exists(folder.File("run/StatusLog.txt")); }
 
-  const Result second = Migrate(folder);
-  ASSERT_EQ(second.status, 0) << second.err;
-  const nlohmann::json summary = nlohmann::json::parse(second.out);
+  const TemporaryFolder folder;
+};
+
+TEST_F(Migration, ThreeHundredMailsArriveOnceByteForByteAndNothingIsSentTwice) {
+  const Generated mails = WriteMails(folder, 300);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], mails.count);
+  EXPECT_TRUE(Arrived() == mails.expected) << "not what was sent";
+  EXPECT_FALSE(EngineWorks());
+
+  const nlohmann::json summary = SummaryOf(Migrate(folder));
   EXPECT_EQ(summary["sent"], 0);
   EXPECT_EQ(summary["there_already"], mails.count);
-  EXPECT_EQ(Total(ContentsOf(folder.File("mailbox"))), mails.count);
+  EXPECT_EQ(Total(Arrived()), mails.count);
 
   // Even a journal that is lost sends nothing twice: the ledger knows the mails.
   for (const char* name : {"journal.db", "journal.db-wal", "journal.db-shm"}) {
     std::filesystem::remove(folder.File("run/" + std::string(name)));
   }
-  const Result third = Migrate(folder);
-  ASSERT_EQ(third.status, 0) << third.err;
-  EXPECT_EQ(nlohmann::json::parse(third.out)["sent"], 0);
-  EXPECT_EQ(Total(ContentsOf(folder.File("mailbox"))), mails.count);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 0);
+  EXPECT_EQ(Total(Arrived()), mails.count);
 }
 
-TEST(Migration, FromMimeTheDescriptorCarriesSubjectAndAddresses) {
-  const TemporaryFolder folder;
-  std::filesystem::create_directory(folder.File("source"));
+TEST_F(Migration, FromMimeTheDescriptorCarriesSubjectAndAddresses) {
   folder.Write("source/a.eml",
                "From: =?utf-8?Q?Ott,_J=C3=BCrgen?= <j@x.example>\r\n"
                "To: a@x.example, B <b@x.example>\r\nSubject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\n\r\nx");
@@ -77,9 +83,7 @@ TEST(Migration, FromMimeTheDescriptorCarriesSubjectAndAddresses) {
   mailbox::Store store(folder.File("mailbox/mailbox.db"), mailbox::Store::Mode::kReadOnly);
   const auto item = store.Item(1);
   ASSERT_TRUE(item && item->from);
-  EXPECT_EQ(item->subject,
-            "Gr\xC3\xBC\xC3\x9F"
-            "e");
+  EXPECT_EQ(item->subject, "Gr\u00fc\u00dfe");
   EXPECT_EQ(item->from->name + "|" + item->from->address, "Ott, J\xC3\xBCrgen|j@x.example");
   ASSERT_EQ(item->to.size(), 2u);
   EXPECT_EQ(item->to[0].name + "|" + item->to[0].address, "|a@x.example");
@@ -87,19 +91,14 @@ TEST(Migration, FromMimeTheDescriptorCarriesSubjectAndAddresses) {
 }
 
 // Mails whose header ends, or is written, as few do.
-TEST(Migration, OddMailsArriveReadable) {
-  const TemporaryFolder folder;
-  std::filesystem::create_directory(folder.File("source"));
+TEST_F(Migration, OddMailsArriveReadable) {
   const std::string text =
       "Message-ID: <u@x.example>\r\nSubject: wide\r\nContent-Type: text/plain; "
       "charset=utf-16\r\n\r\n";
-  std::string wide = "\xFF\xFE";
-  for (const char c : text) wide += std::string{c, '\0'};
-  folder.Write("source/wide.eml", wide + std::string("\x9A\x1E\r\0\n\0", 6));
+  folder.Write("source/wide.eml", "\xFF\xFE" + Wide(text) + std::string("\x9A\x1E\r\0\n\0", 6));
   folder.Write("source/cr.eml", "Message-ID: <c@x.example>\rSubject: lone\r\rDate: in the body\r");
   folder.Write("source/mbox.eml", "From x\n\nMessage-ID: <m@x.example>\nSubject: behind\n\nbody\n");
-  const Result result = Migrate(folder, {"--from-mime"});
-  ASSERT_EQ(result.status, 0) << result.err;
+  SummaryOf(Migrate(folder, {"--from-mime"}));
   mailbox::Store store(folder.File("mailbox/mailbox.db"), mailbox::Store::Mode::kReadOnly);
   std::map<std::string, std::string> bodies;  // by id and subject
   for (std::int64_t id = 1; id <= 3; ++id) {
@@ -117,77 +116,57 @@ TEST(Migration, OddMailsArriveReadable) {
   EXPECT_EQ(bodies, wanted);
 }
 
-TEST(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {
-  const TemporaryFolder folder;
+TEST_F(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {
   const Generated mails = WriteMails(folder, 60);
   Program tarny("tarny", MigrateArguments(folder), folder.Path());
-  ASSERT_TRUE(Await([&] { return !EnginesOf(folder.File("run")).empty(); }));
-  const std::vector<pid_t> before = EnginesOf(folder.File("run"));
+  ASSERT_TRUE(Await([&] { return EngineWorks(); }));
   tarny.Signal(SIGKILL);
   tarny.Wait();
-  const Result result = Migrate(folder);
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_TRUE(EnginesOf(folder.File("run")).empty());
-  EXPECT_EQ(ContentsOf(folder.File("mailbox")).size(), mails.expected.size());
+  SummaryOf(Migrate(folder));
+  EXPECT_FALSE(EngineWorks());
+  EXPECT_EQ(Arrived().size(), mails.expected.size());
 }
 
-TEST(Migration, ARequestToStopEndsAfterTheItemAndALaterRunGoesOn) {
-  const TemporaryFolder folder;
+TEST_F(Migration, ARequestToStopEndsAfterTheItemAndALaterRunGoesOn) {
   const Generated mails = WriteMails(folder, 80);
   Program tarny("tarny", MigrateArguments(folder), folder.Path());
-  ASSERT_TRUE(Await([&] { return std::filesystem::exists(folder.File("run/StatusLog.txt")); }));
+  ASSERT_TRUE(Await([&] { return ItemWasSent(); }));
   tarny.Signal(SIGINT);
-  const Result stopped = tarny.Wait();
-  EXPECT_EQ(stopped.status, 1);
-  EXPECT_NE(stopped.err.find("Stopped early: asked to stop"), std::string::npos) << stopped.err;
-  EXPECT_TRUE(EnginesOf(folder.File("run")).empty());
-  const Result result = Migrate(folder);
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_TRUE(ContentsOf(folder.File("mailbox")) == mails.expected);
+  EXPECT_THAT(tarny.Wait(), FailsWith("Stopped early: asked to stop"));
+  EXPECT_FALSE(EngineWorks());
+  SummaryOf(Migrate(folder));
+  EXPECT_TRUE(Arrived() == mails.expected);
 }
 
-TEST(Migration, ARunFolderBelongsToOneSourceOneTargetAndOneDriver) {
-  const TemporaryFolder folder;
+TEST_F(Migration, ARunFolderBelongsToOneSourceOneTargetAndOneDriver) {
   WriteMails(folder, 2);
   ASSERT_EQ(Migrate(folder).status, 0);
   folder.Write("other/1.eml", "Subject: x\r\n\r\n");
   const std::string to = "local:" + folder.File("mailbox");
-  Result result = RunProgram(
-      "tarny", {"migrate", folder.File("other"), "--to", to, "--run", folder.File("run")},
-      folder.Path());
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.err.find("other sources"), std::string::npos) << result.err;
-  result = RunProgram(
-      "tarny", {"migrate", folder.File("source"), "--to", to + "2", "--run", folder.File("run")},
-      folder.Path());
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.err.find("another target"), std::string::npos) << result.err;
+  const std::string run = folder.File("run");
+  EXPECT_THAT(Tarny({"migrate", folder.File("other"), "--to", to, "--run", run}),
+              FailsWith("other sources"));
+  EXPECT_THAT(Tarny({"migrate", folder.File("source"), "--to", to + "2", "--run", run}),
+              FailsWith("another target"));
 
   const platform::UniqueFd driver(open(folder.File("run/driver").c_str(), O_RDWR | O_CLOEXEC));
   ASSERT_EQ(flock(driver.Get(), LOCK_EX | LOCK_NB), 0);
-  result = Migrate(folder);
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.err.find("another tarny works in"), std::string::npos) << result.err;
+  EXPECT_THAT(Migrate(folder), FailsWith("another tarny works in"));
 }
 
-TEST(Migration, ALocalMailboxThatIsServedByAnotherIsRefusedByName) {
-  const TemporaryFolder folder;
+TEST_F(Migration, ALocalMailboxThatIsServedByAnotherIsRefusedByName) {
   WriteMails(folder, 1);
   const Mailbox mailbox(folder.Path(), {"--https"});
-  const Result result = Migrate(folder);
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.err.find(folder.File("mailbox")), std::string::npos) << result.err;
+  EXPECT_THAT(Migrate(folder), FailsWith(folder.File("mailbox")));
 }
 
 // A server of its own with users, and the arguments to reach it.
 class Server {
  public:
-  explicit Server(const TemporaryFolder& folder, std::vector<std::string> more = {})
-      : m_folder(folder) {
+  explicit Server(const TemporaryFolder& folder) : m_folder(folder) {
     folder.Write("right", "right password\n");
     folder.Write("wrong", "wrong password\n");
     m_options = {"--https", "--user", "tom@example.org", "--password-file", folder.File("right")};
-    m_options.insert(m_options.end(), more.begin(), more.end());
     m_mailbox = std::make_unique<Mailbox>(folder.Path(), m_options);
     m_port = m_mailbox->Port();
   }
@@ -199,20 +178,16 @@ class Server {
     m_mailbox = std::make_unique<Mailbox>(m_folder.Path(), options);
   }
   std::string Url() const { return "https://127.0.0.1:" + m_port; }
+  // A run into it; how to log on is said by the caller.
+  std::vector<std::string> Arguments(const std::vector<std::string>& logon) const {
+    const std::string certificate = m_folder.File("mailbox/certificate.pem");
+    std::vector<std::string> arguments = MigrateArguments(m_folder, {"--ca-file", certificate});
+    *(std::ranges::find(arguments, "--to") + 1) = Url() + "/EWS/Exchange.asmx";
+    arguments.insert(arguments.end(), logon.begin(), logon.end());
+    return arguments;
+  }
   std::vector<std::string> Arguments(const std::string& password) const {
-    return {"migrate",
-            m_folder.File("source"),
-            "--to",
-            Url() + "/EWS/Exchange.asmx",
-            "--run",
-            m_folder.File("run"),
-            "--user",
-            "tom@example.org",
-            "--password-file",
-            m_folder.File(password),
-            "--ca-file",
-            m_folder.File("mailbox/certificate.pem"),
-            "--json"};
+    return Arguments({"--user", "tom@example.org", "--password-file", m_folder.File(password)});
   }
 
  private:
@@ -222,80 +197,46 @@ class Server {
   std::string m_port;
 };
 
-TEST(Migration, AWrongPasswordIsToldAndALaterRunCompletes) {
-  const TemporaryFolder folder;
+TEST_F(Migration, AWrongPasswordAndAServerThatIsDownAreToldAndALaterRunCompletes) {
   const Generated mails = WriteMails(folder, 5);
-  const Server server(folder);
-  const Result wrong = RunProgram("tarny", server.Arguments("wrong"), folder.Path());
-  EXPECT_EQ(wrong.status, 1);
-  EXPECT_NE(wrong.err.find("cannot log on to the mailbox of tom@example.org"), std::string::npos)
-      << wrong.err;
-  EXPECT_NE(wrong.err.find("401"), std::string::npos) << wrong.err;
-  const Result right = RunProgram("tarny", server.Arguments("right"), folder.Path());
-  EXPECT_EQ(right.status, 0) << right.err;
-  EXPECT_TRUE(ContentsOf(folder.File("mailbox")) == mails.expected);
-}
-
-TEST(Migration, AServerThatIsDownIsTold) {
-  const TemporaryFolder folder;
-  WriteMails(folder, 2);
   Server server(folder);
   server.Kill();
-  const Result result = RunProgram("tarny", server.Arguments("right"), folder.Path());
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.err.find("cannot log on to"), std::string::npos) << result.err;
-  EXPECT_NE(result.err.find("127.0.0.1"), std::string::npos) << result.err;
+  const Result down = Tarny(server.Arguments("right"));
+  EXPECT_THAT(down, FailsWith("cannot log on to"));
+  EXPECT_THAT(down.err, HasSubstr("127.0.0.1"));
+  server.Restart();
+  const Result wrong = Tarny(server.Arguments("wrong"));
+  EXPECT_THAT(wrong, FailsWith("cannot log on to the mailbox of tom@example.org"));
+  EXPECT_THAT(wrong.err, HasSubstr("401"));
+  SummaryOf(Tarny(server.Arguments("right")));
+  EXPECT_TRUE(Arrived() == mails.expected);
 }
 
-TEST(Migration, AServerGoneInTheMiddleStopsTheRunAndALaterRunCompletes) {
-  const TemporaryFolder folder;
+TEST_F(Migration, AServerGoneInTheMiddleStopsTheRunAndALaterRunCompletes) {
   const Generated mails = WriteMails(folder, 120);
   Server server(folder);
   Program tarny("tarny", server.Arguments("right"), folder.Path());
-  ASSERT_TRUE(Await([&] { return std::filesystem::exists(folder.File("run/StatusLog.txt")); }));
+  ASSERT_TRUE(Await([&] { return ItemWasSent(); }));
   server.Kill();
-  const Result cut = tarny.Wait();
-  EXPECT_EQ(cut.status, 1);
-  const nlohmann::json summary = nlohmann::json::parse(cut.out);
-  EXPECT_NE(summary["stopped"].get<std::string>().find("20 items in a row failed"),
-            std::string::npos)
-      << cut.err;
+  EXPECT_THAT(SummaryOf(tarny.Wait(), 1)["stopped"].get<std::string>(),
+              HasSubstr("20 items in a row failed"));
   server.Restart();
-  const Result result = RunProgram("tarny", server.Arguments("right"), folder.Path());
-  EXPECT_EQ(result.status, 0) << result.err;
-  const Contents contents = ContentsOf(folder.File("mailbox"));
+  SummaryOf(Tarny(server.Arguments("right")));
+  const Contents contents = Arrived();
   EXPECT_EQ(contents.size(), mails.expected.size());
   EXPECT_LE(Total(contents), mails.count + 1);  // at most the item in work stands twice
 }
 
-TEST(Migration, TheTokenRouteFillsTheMailboxNamed) {
-  const TemporaryFolder folder;
+TEST_F(Migration, TheTokenRouteFillsTheMailboxNamed) {
   const Generated mails = WriteMails(folder, 8);
   const Server server(folder);
-  const std::vector<std::string> arguments = {"migrate",
-                                              folder.File("source"),
-                                              "--to",
-                                              server.Url() + "/EWS/Exchange.asmx",
-                                              "--run",
-                                              folder.File("run"),
-                                              "--tenant",
-                                              "contoso",
-                                              "--client",
-                                              "app",
-                                              "--client-secret-file",
-                                              folder.File("right"),
-                                              "--mailbox",
-                                              "ann@example.org",
-                                              "--ca-file",
-                                              folder.File("mailbox/certificate.pem"),
-                                              "--authority-url",
-                                              server.Url()};
-  const Result result = RunProgram("tarny", arguments, folder.Path());
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_TRUE(ContentsOf(folder.File("mailbox")) == mails.expected);
-  const Result ledger =
-      RunProgram("tarny", {"ledger", folder.File("run/SQLLiteNew.db"), "--json"}, folder.Path());
-  EXPECT_NE(ledger.out.find("ann@example.org"), std::string::npos) << ledger.out;
+  const std::string secret = folder.File("right");
+  SummaryOf(Tarny(
+      server.Arguments({"--tenant", "contoso", "--client", "app", "--client-secret-file", secret,
+                        "--mailbox", "ann@example.org", "--authority-url", server.Url()})));
+  EXPECT_TRUE(Arrived() == mails.expected);
+  EXPECT_THAT(Tarny({"ledger", folder.File("run/SQLLiteNew.db"), "--json"}).out,
+              HasSubstr("ann@example.org"));
 }
 
 constexpr int kSampleMails = 44;
@@ -306,28 +247,23 @@ std::string ItemNumber(const std::string& list, const std::string& subject) {
   return list.substr(start, list.find(' ', start) - start);
 }
 
-TEST(Migration, TheSamplesArriveAndCanBeShownAndExported) {
-  const TemporaryFolder folder;
+TEST_F(Migration, TheSamplesArriveAndCanBeShownAndExported) {
   std::filesystem::copy(TARNY_SOURCE "/samples/mail", folder.File("source"),
                         std::filesystem::copy_options::recursive);
-  const Result result = Migrate(folder);
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(nlohmann::json::parse(result.out)["sent"], kSampleMails);
-  const Result list = RunProgram(
-      "tarny", {"mailbox", "ls", "--data", folder.File("mailbox"), "--items"}, folder.Path());
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], kSampleMails);
+  const std::string mailbox = folder.File("mailbox");
+  const Result list = Tarny({"mailbox", "ls", "--data", mailbox, "--items"});
   EXPECT_EQ(list.status, 0) << list.err;
-  ASSERT_NE(list.out.find("Welcome on board"), std::string::npos) << list.out;
+  ASSERT_THAT(list.out, HasSubstr("Welcome on board"));
   const std::string original = folder.File("source/01 Welcome on board.eml");
-  std::vector<std::string> show = {"mailbox", "show", "--data", folder.File("mailbox"),
+  std::vector<std::string> show = {"mailbox", "show", "--data", mailbox,
                                    ItemNumber(list.out, "Welcome on board")};
-  const std::string shown = RunProgram("tarny", show, folder.Path()).out;
-  EXPECT_NE(shown.find("Subject: Welcome on board"), std::string::npos) << shown;
-  EXPECT_EQ(shown, RunProgram("tarny", {"email", original}, folder.Path()).out);
+  const std::string shown = Tarny(show).out;
+  EXPECT_THAT(shown, HasSubstr("Subject: Welcome on board"));
+  EXPECT_EQ(shown, Tarny({"email", original}).out);
   show.push_back("--source");
-  EXPECT_EQ(RunProgram("tarny", show, folder.Path()).out, test_support::ReadAll(original));
-  const Result saved = RunProgram(
-      "tarny", {"mailbox", "export", "--data", folder.File("mailbox"), folder.File("out")},
-      folder.Path());
+  EXPECT_EQ(Tarny(show).out, test_support::ReadAll(original));
+  const Result saved = Tarny({"mailbox", "export", "--data", mailbox, folder.File("out")});
   EXPECT_EQ(saved.status, 0) << saved.err;
   EXPECT_FALSE(std::filesystem::exists(folder.File("mailbox/mailbox.db-wal")));
   int files = 0;
@@ -377,8 +313,8 @@ TEST(Tarny, BadUsageIsExitCodeTwoAndSaysWhatWasWrong) {
   for (const Case& wrong : cases) {
     const Result result = RunProgram("tarny", wrong.arguments, folder.Path());
     EXPECT_EQ(result.status, 2) << wrong.begins;
-    EXPECT_TRUE(result.err.starts_with(wrong.begins)) << wrong.begins << " | " << result.err;
-    EXPECT_EQ(result.err.find("secret"), std::string::npos) << result.err;
+    EXPECT_THAT(result.err, testing::StartsWith(wrong.begins));
+    EXPECT_THAT(result.err, testing::Not(HasSubstr("secret")));
     EXPECT_EQ(result.out, "");
   }
   EXPECT_FALSE(std::filesystem::exists(run));

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "client/run/LedgerLook.h"
 #include "platform/Sqlite.h"
+#include "tests/client/WideText.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/EngineRun.h"
 #include "tests/system/Programs.h"
@@ -19,14 +19,11 @@
 namespace system_test {
 namespace {
 
+using client_test::Wide;
 using test_support::ReadAll;
 using test_support::TemporaryFolder;
-
-std::string Wide(const std::string& ascii) {
-  std::string bytes;
-  for (char c : ascii) bytes.append({c, '\0'});
-  return bytes;
-}
+using testing::HasSubstr;
+using Files = std::vector<std::pair<std::string, std::string>>;
 
 void WriteItem(const TemporaryFolder& folder, const std::string& place, const std::string& type,
                const std::string& id, const std::string& body) {
@@ -39,28 +36,11 @@ void WriteItem(const TemporaryFolder& folder, const std::string& place, const st
                     place + "\r\nMessageID : " + id + "\r\n"));
 }
 
-nlohmann::json Summary(const Result& result) {
-  const nlohmann::json summary = nlohmann::json::parse(result.out, nullptr, false);
-  EXPECT_FALSE(summary.is_discarded()) << result.err;
-  return summary;
-}
-
-// What the mailbox holds, a line for each folder and item; and how many items there are.
-std::string Listing(const TemporaryFolder& folder) {
-  return RunProgram("tarny", {"mailbox", "ls", "--data", folder.File("mailbox"), "--items"},
-                    folder.Path())
-      .out;
-}
-
+// How many items the mailbox lists.
 int Items(const TemporaryFolder& folder) {
-  const std::string listing = Listing(folder);
-  return static_cast<int>(std::count(listing.begin(), listing.end(), '#'));
-}
-
-int Rows(const TemporaryFolder& folder) {
-  platform::SqliteDatabase ledger(folder.File("run/SQLLiteNew.db"));
-  platform::SqliteStatement query = ledger.Prepare("SELECT count(*) FROM MAILBOXINFO");
-  return query.Step() ? static_cast<int>(query.Int(0)) : -1;
+  const std::vector<std::string> list = {"mailbox", "ls", "--data", folder.File("mailbox"),
+                                         "--items"};
+  return static_cast<int>(std::ranges::count(RunProgram("tarny", list, folder.Path()).out, '#'));
 }
 
 // The items of a mailbox by their subject.
@@ -74,18 +54,11 @@ std::map<std::string, StoredItem> BySubject(const TemporaryFolder& folder) {
 }
 
 TEST(PreparedItems, EachBodyArrivesOnceAsItWasPrepared) {
-  using Files = std::vector<std::pair<std::string, std::string>>;
   const TemporaryFolder folder;
   const std::string samples = TARNY_SOURCE "/samples/prepared/";
   std::filesystem::copy(samples, folder.File("source"), std::filesystem::copy_options::recursive);
-  WriteItem(folder, "cut", "EMAIL", "<cut@example.com>", "one\ntwo\tis where it stops\nthree\n");
-  WriteItem(folder, "html", "EMAIL", "<html@example.com>", "");
-  std::filesystem::remove(folder.File("source/html/TextFile1.txt"));
-  folder.Write("source/html/GARImage.html", Wide("<p>page</p>\twhich stops"));
-  const Result first = Migrate(folder);
-  ASSERT_EQ(first.status, 0) << first.err;
-  EXPECT_EQ(Summary(first)["sent"], 5);
-  EXPECT_EQ(Rows(folder), 5);
+  ASSERT_EQ(SummaryOf(Migrate(folder))["sent"], 3);
+  EXPECT_EQ(LedgerRows(folder), 3);
 
   const std::string archive = samples + "Notes archive/";
   struct Case {
@@ -114,27 +87,25 @@ TEST(PreparedItems, EachBodyArrivesOnceAsItWasPrepared) {
        "GroupWise",
        "HTML",
        ReadAll(samples + "GroupWise/last resort HTML/GARImage.html"),
-       {}},
-      {"Hi cut", "Inbox", "Text", "one\r\ntwo", {}},
-      {"Hi html", "Inbox", "HTML", "<p>page</p>", {}}};
+       {}}};
   const Result shown = RunProgram(
       "tarny", {"mailbox", "show", "1", "--data", folder.File("mailbox")}, folder.Path());
-  EXPECT_TRUE(shown.out.starts_with("Subject: ")) << shown.out;
+  EXPECT_THAT(shown.out, testing::StartsWith("Subject: "));
   const std::map<std::string, StoredItem> items = BySubject(folder);
   EXPECT_EQ(items.size(), cases.size());
   for (const Case& expected : cases) {
-    const auto found = items.find(expected.subject);
-    ASSERT_NE(found, items.end()) << expected.subject;
-    const StoredItem& item = found->second;
-    EXPECT_EQ(item.folder, expected.folder) << expected.subject;
-    EXPECT_EQ(item.info.bodyType, expected.type) << expected.subject;
-    EXPECT_EQ(item.info.body, expected.body) << expected.subject;
-    EXPECT_EQ(item.attachments, expected.attachments) << expected.subject;
+    SCOPED_TRACE(expected.subject);
+    ASSERT_TRUE(items.contains(expected.subject));
+    const StoredItem& item = items.at(expected.subject);
+    EXPECT_EQ(item.folder, expected.folder);
+    EXPECT_EQ(item.info.bodyType, expected.type);
+    EXPECT_EQ(item.info.body, expected.body);
+    EXPECT_EQ(item.attachments, expected.attachments);
   }
   // The source is copied: it stands as it stood.
   EXPECT_FALSE(
       std::filesystem::exists(folder.File("source/Notes archive/image page/Imagech111.html")));
-  EXPECT_EQ(Summary(Migrate(folder))["there_already"], 5);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["there_already"], 3);
 }
 
 TEST(PreparedItems, TheDescriptorsIdIsTheKeyAndAnItemWithoutOneArrivesOnceToo) {
@@ -145,14 +116,13 @@ TEST(PreparedItems, TheDescriptorsIdIsTheKeyAndAnItemWithoutOneArrivesOnceToo) {
   WriteItem(folder, "Other/4", "EMAIL", "<o'brien@example.com>", "a quote in its id");
   WriteItem(folder, "Other/5", "NONSENSE", "<five@example.com>", "no type");
   const Result result = Migrate(folder);
-  EXPECT_EQ(result.status, 1);
-  const nlohmann::json summary = Summary(result);
+  const nlohmann::json summary = SummaryOf(result, 1);
   EXPECT_EQ(summary["sent"], 3) << result.err;
   EXPECT_EQ(summary["failed"], 2) << result.err;
-  EXPECT_NE(result.err.find("another item with its message id"), std::string::npos) << result.err;
-  EXPECT_NE(result.err.find("names no type"), std::string::npos) << result.err;
-  EXPECT_EQ(Rows(folder), 2);
-  const nlohmann::json again = Summary(Migrate(folder));
+  EXPECT_THAT(result.err, HasSubstr("another item with its message id"));
+  EXPECT_THAT(result.err, HasSubstr("names no type"));
+  EXPECT_EQ(LedgerRows(folder), 2);
+  const nlohmann::json again = SummaryOf(Migrate(folder), 1);
   EXPECT_EQ(again["sent"], 0);
   EXPECT_EQ(again["there_already"], 3);
 }
@@ -161,15 +131,12 @@ TEST(PreparedItems, TypesThatCannotBeSavedYetAreRefusedBeforeAnythingIsSent) {
   const TemporaryFolder folder;
   WriteItem(folder, "1", "EMAIL", "<one@example.com>", "x");
   WriteItem(folder, "2", "TASK", "", "x");
-  const Result result = Migrate(folder);
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.err.find("2: task: not supported yet"), std::string::npos) << result.err;
+  EXPECT_THAT(Migrate(folder), FailsWith("2: task: not supported yet"));
   EXPECT_FALSE(std::filesystem::exists(folder.File("run")));
   EXPECT_FALSE(std::filesystem::exists(folder.File("mailbox")));
 }
 
 TEST(PreparedItems, AsIsLeavesOutEachSafeguardAndSaysWhatThatCost) {
-  using Files = std::vector<std::pair<std::string, std::string>>;
   for (const bool asIs : {false, true}) {
     const TemporaryFolder folder;
     folder.Write("outside.txt", "not of this item");
@@ -187,8 +154,7 @@ TEST(PreparedItems, AsIsLeavesOutEachSafeguardAndSaysWhatThatCost) {
 
     const Result result =
         Migrate(folder, asIs ? std::vector<std::string>{"--as-is"} : std::vector<std::string>{});
-    EXPECT_EQ(result.status, asIs ? 1 : 0) << result.err;
-    const nlohmann::json summary = Summary(result);
+    const nlohmann::json summary = SummaryOf(result, asIs ? 1 : 0);
     EXPECT_EQ(summary["sent"], asIs ? 13 : 15) << result.err;
     EXPECT_EQ(summary["not_confirmed"], asIs ? 1 : 0) << result.err;
     EXPECT_EQ(summary["failed"], asIs ? 1 : 0) << result.err;
@@ -216,28 +182,18 @@ TEST(PreparedItems, ALedgerLockedInTheMiddleIsToldForTheItemThatLostItsRow) {
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
   };
-  Await([&] {
-    try {
-      return !client::LedgerLook(folder.File("run/SQLLiteNew.db")).Counts().empty();
-    } catch (const platform::SqliteError&) {
-      return false;  // not there yet
-    }
-  });
+  Await([&] { return LedgerRows(folder) > 0; });
   {
     platform::SqliteDatabase other(folder.File("run/SQLLiteNew.db"));
     other.Execute("BEGIN IMMEDIATE");
     Await([&] { return tarny.Err().find("NOT CONFIRMED") != std::string::npos; });
   }
   const Result result = tarny.Wait();
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.err.find("its ledger has no row (database is locked)"), std::string::npos)
-      << result.err;
-  EXPECT_EQ(Summary(result)["not_confirmed"], 1);
-  EXPECT_EQ(Summary(result)["sent"], kItems - 1);
-  EXPECT_EQ(Rows(folder), kItems - 1);
-  const Result again = Migrate(folder);
-  EXPECT_EQ(again.status, 0) << again.err;
-  EXPECT_EQ(Summary(again)["sent"], 1);
+  EXPECT_THAT(result, FailsWith("its ledger has no row (database is locked)"));
+  EXPECT_EQ(SummaryOf(result, 1)["not_confirmed"], 1);
+  EXPECT_EQ(SummaryOf(result, 1)["sent"], kItems - 1);
+  EXPECT_EQ(LedgerRows(folder), kItems - 1);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 1);
   EXPECT_EQ(Items(folder), kItems + 1);  // without its row a mail that arrived is sent again
 }
 
@@ -248,12 +204,9 @@ TEST(PreparedItems, TwentyItemsInARowWithoutProofStopTheRun) {
     WriteItem(folder, number, "EMAIL", "<o'brien" + number + "@example.com>", "x");
   }
   const Result result = Migrate(folder, {"--as-is"});
-  EXPECT_EQ(result.status, 1);
-  const nlohmann::json summary = Summary(result);
-  EXPECT_EQ(summary["not_confirmed"], 20);
-  EXPECT_EQ(summary["not_reached"], 5);
-  EXPECT_NE(result.err.find("20 items in a row could not be confirmed"), std::string::npos)
-      << result.err;
+  EXPECT_THAT(result, FailsWith("20 items in a row could not be confirmed"));
+  EXPECT_EQ(SummaryOf(result, 1)["not_confirmed"], 20);
+  EXPECT_EQ(SummaryOf(result, 1)["not_reached"], 5);
 }
 
 TEST(Targets, EachGetsItsFoldersBelowARootOfItsOwn) {
@@ -266,7 +219,7 @@ TEST(Targets, EachGetsItsFoldersBelowARootOfItsOwn) {
     const Result result = Migrate(folder, {"--target", target, "--mailbox", "team@example.com"});
     EXPECT_EQ(result.status, 0) << target << ": " << result.err;
     EXPECT_TRUE(ContentsOf(folder.File("mailbox")) == (Contents{{{place, mail}, 1}})) << target;
-    EXPECT_EQ(Rows(folder), 1) << target;
+    EXPECT_EQ(LedgerRows(folder), 1) << target;
   }
 }
 
@@ -293,7 +246,7 @@ TEST(RunFolder, ADiskThatTakesNoMoreIsToldBeforeAnythingIsSent) {
                               folder.File("source") + " --to local:" + folder.File("mailbox") +
                               " --run " + folder.File("run") + " 2> " + err;
   EXPECT_NE(std::system(command.c_str()), 0);
-  EXPECT_NE(ReadAll(err).find("cannot be used: its journal"), std::string::npos) << ReadAll(err);
+  EXPECT_THAT(ReadAll(err), HasSubstr("cannot be used: its journal"));
   EXPECT_FALSE(std::filesystem::exists(folder.File("mailbox/mailbox.db")));
 }
 
@@ -305,9 +258,8 @@ TEST(RunFolder, ADamagedLedgerOrJournalIsToldBeforeAnythingIsSent) {
     folder.Write("run/" + std::string(name), std::string(8192, 'x'));
     WriteItem(folder, "2", "EMAIL", "<two@example.com>", "x");
     const Result result = Migrate(folder);
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.err.find("cannot be used"), std::string::npos) << result.err;
-    EXPECT_NE(result.err.find(name), std::string::npos) << result.err;
+    EXPECT_THAT(result, FailsWith("cannot be used"));
+    EXPECT_THAT(result.err, HasSubstr(name));
     EXPECT_EQ(Items(folder), 1);
   }
 }

@@ -11,7 +11,7 @@
 #include <stdexcept>
 
 #include "client/run/LineDrain.h"
-#include "mailboxd/store/Store.h"
+#include "platform/Sqlite.h"
 
 namespace system_test {
 namespace {
@@ -108,19 +108,39 @@ std::vector<pid_t> EnginesOf(const std::string& runFolder) {
   return pids;
 }
 
-Contents ContentsOf(const std::string& dataFolder) {
+std::string StoredItem::Property(const std::string& key) const {
+  for (const mailbox::ExtendedProperty& property : info.properties) {
+    if (property.key == key && !property.values.empty()) return property.values.front();
+  }
+  return {};
+}
+
+std::vector<StoredItem> ItemsOf(const std::string& dataFolder) {
   mailbox::Store store(dataFolder + "/mailbox.db", mailbox::Store::Mode::kReadOnly);
-  Contents contents;
-  for (const mailbox::MailboxInfo& info : store.Mailboxes()) {
-    for (const mailbox::FolderInfo& folder : store.Folders(info.id)) {
-      const std::string path = store.FolderPath(folder.id);
-      for (const mailbox::ItemInfo& item : store.Items(folder.id, 0, -1)) {
-        store.WithMime(item.id, [&](std::string_view, std::string_view bytes) {
-          ++contents[{path, std::string(bytes)}];
+  std::vector<StoredItem> items;
+  for (const mailbox::MailboxInfo& box : store.Mailboxes()) {
+    for (const mailbox::FolderInfo& folder : store.Folders(box.id)) {
+      for (const mailbox::ItemInfo& row : store.Items(folder.id, 0, -1)) {
+        StoredItem& item = items.emplace_back();
+        item.mailbox = box.address;
+        item.folder = store.FolderPath(folder.id);
+        item.info = store.Item(row.id).value();
+        store.WithMime(row.id, [&](std::string_view, std::string_view bytes) {
+          item.mime = std::string(bytes);
         });
+        for (const mailbox::AttachmentInfo& file : store.Attachments(row.id)) {
+          auto& attachment = item.attachments.emplace_back(file.name, "");
+          store.WithAttachment(file.id, [&](std::string_view bytes) { attachment.second = bytes; });
+        }
       }
     }
   }
+  return items;
+}
+
+Contents ContentsOf(const std::string& dataFolder) {
+  Contents contents;
+  for (const StoredItem& item : ItemsOf(dataFolder)) ++contents[{item.folder, item.mime}];
   return contents;
 }
 
@@ -169,6 +189,24 @@ std::vector<std::string> MigrateArguments(const test_support::TemporaryFolder& f
 
 Result Migrate(const test_support::TemporaryFolder& folder, const std::vector<std::string>& more) {
   return RunProgram("tarny", MigrateArguments(folder, more), folder.Path());
+}
+
+nlohmann::json SummaryOf(const Result& result, int status) {
+  EXPECT_EQ(result.status, status) << result.err;
+  nlohmann::json summary = nlohmann::json::parse(result.out, nullptr, false);
+  EXPECT_FALSE(summary.is_discarded()) << result.err;
+  return summary;
+}
+
+int LedgerRows(const test_support::TemporaryFolder& folder) {
+  try {
+    platform::SqliteDatabase ledger(folder.File("run/SQLLiteNew.db"),
+                                    platform::SqliteDatabase::Open::kReadOnly);
+    platform::SqliteStatement query = ledger.Prepare("SELECT count(*) FROM MAILBOXINFO");
+    return query.Step() ? static_cast<int>(query.Int(0)) : 0;
+  } catch (const platform::SqliteError&) {
+    return 0;
+  }
 }
 
 }  // namespace system_test

@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "mailboxd/store/Store.h"
 #include "platform/ChildProcess.h"
 #include "platform/UniqueFd.h"
 #include "tests/support/TemporaryFolder.h"
@@ -37,6 +41,12 @@ class Program {
   std::optional<platform::ChildProcess> m_process;
 };
 
+// Of a program that failed and gave that reason.
+inline auto FailsWith(const std::string& reason) {
+  return testing::AllOf(testing::Field("status", &Result::status, 1),
+                        testing::Field("err", &Result::err, testing::HasSubstr(reason)));
+}
+
 // Runs one of our programs to its end. folder takes its output while it runs.
 Result RunProgram(const std::string& name, std::vector<std::string> arguments,
                   const std::string& folder);
@@ -62,6 +72,18 @@ class Mailbox {
 // Pids of engines whose title ends in that path.
 std::vector<pid_t> EnginesOf(const std::string& runFolder);
 
+// One item of a mailbox with all that is stored of it.
+struct StoredItem {
+  std::string mailbox;
+  std::string folder;
+  mailbox::ItemInfo info;
+  std::string mime;
+  std::vector<std::pair<std::string, std::string>> attachments;  // name and bytes
+  std::string Property(const std::string& key) const;            // its value, "" for none
+};
+
+std::vector<StoredItem> ItemsOf(const std::string& dataFolder);
+
 // What a local mailbox holds: folder path and bytes of each mail, with how often it is there.
 using Contents = std::map<std::pair<std::string, std::string>, int>;
 Contents ContentsOf(const std::string& dataFolder);
@@ -80,5 +102,9 @@ std::vector<std::string> MigrateArguments(const test_support::TemporaryFolder& f
                                           const std::vector<std::string>& more = {});
 Result Migrate(const test_support::TemporaryFolder& folder,
                const std::vector<std::string>& more = {});
+// What such a run came to, which is to have ended with that status.
+nlohmann::json SummaryOf(const Result& result, int status = 0);
+// How many rows the ledger of that run holds; 0 while there is none.
+int LedgerRows(const test_support::TemporaryFolder& folder);
 
 }  // namespace system_test

@@ -1,23 +1,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "client/run/Plan.h"
 #include "client/sources/ModifiedUtf7.h"
+#include "tests/client/sources/PlanText.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
 namespace {
 
+using client_test::Items;
+using client_test::Problems;
 using test_support::TemporaryFolder;
 using testing::ElementsAre;
-
-std::vector<std::string> Items(const Plan& plan) {
-  std::vector<std::string> items;
-  for (const Plan::Entry& entry : plan.entries) {
-    items.push_back(entry.item.folder + "|" + entry.name + (entry.item.read ? "" : "|unread"));
-  }
-  return items;
-}
 
 TEST(MaildirSource, FlagsAndSubFoldersAreRead) {
   const TemporaryFolder folder;
@@ -52,13 +46,10 @@ TEST(MaildirSource, WhatCannotBeTakenIsNamed) {
   std::filesystem::create_directory_symlink("cur", folder.File(".Linked"));
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_EQ(plan.entries.size(), 2u);
-  std::vector<std::string> problems;
-  for (const SourceProblem& problem : plan.problems) {
-    problems.push_back(problem.location.substr(folder.Path().size() + 1) + ": " + problem.reason);
-  }
-  EXPECT_THAT(problems, ElementsAre("cur/sub: a folder where mail belongs",
-                                    "new/dead: neither a file nor a folder, or a dead link",
-                                    ".Linked: a link to a folder"));
+  EXPECT_THAT(Problems(plan, folder.Path()),
+              ElementsAre("cur/sub: a folder where mail belongs",
+                          "new/dead: neither a file nor a folder, or a dead link",
+                          ".Linked: a link to a folder"));
 }
 
 TEST(ModifiedUtf7, IsReadWhereItIsValid) {

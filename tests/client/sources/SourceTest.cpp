@@ -8,27 +8,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "client/run/Plan.h"
 #include "client/run/RunFolder.h"
 #include "client/sources/SourceFiles.h"
+#include "tests/client/sources/PlanText.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
 namespace {
 
+using client_test::Items;
+using client_test::Problems;
 using test_support::ReadAll;
 using test_support::TemporaryFolder;
-
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
-
-std::vector<std::string> Targets(const Plan& plan) {
-  std::vector<std::string> targets;
-  for (const Plan::Entry& entry : plan.entries) {
-    targets.push_back(entry.item.folder + "|" + entry.name);
-  }
-  return targets;
-}
 
 TEST(EmlSource, TheRootGoesToTheInboxAndFoldersStandBesideIt) {
   const TemporaryFolder folder;
@@ -37,7 +30,7 @@ TEST(EmlSource, TheRootGoesToTheInboxAndFoldersStandBesideIt) {
     folder.Write(name, "Subject: x\n\n");
   }
   EXPECT_THAT(
-      Targets(MakePlan({folder.Path()})),
+      Items(MakePlan({folder.Path()})),
       ElementsAre("Inbox\\|a.EML", "Inbox\\|b.eml", "M\xEF\xBF\xBDte\\|M\xf8te/6.eml",
                   "O'Brien & \"Co\"\\|O'Brien & \"Co\"/4.eml", "Sub\\|Sub/1.eml",
                   "Sub\\Deeper\\|Sub/Deeper/2.eml", "Sub-2\\|Sub-2/3.eml", "a_b\\|a\\b/5.eml"));
@@ -55,17 +48,13 @@ TEST(EmlSource, WhatIsNoMailFileIsNamedAndTheRestGoesOn) {
   ASSERT_EQ(symlink(".", folder.File("loop").c_str()), 0);
   ASSERT_EQ(mkfifo(folder.File("pipe.eml").c_str(), 0600), 0);
   const Plan plan = MakePlan({folder.Path()});
-  EXPECT_THAT(Targets(plan), ElementsAre("Inbox\\|link.eml", "Inbox\\|mail.eml"));
-  std::vector<std::string> problems;
-  for (const SourceProblem& problem : plan.problems) {
-    problems.push_back(problem.location.substr(folder.Path().size() + 1));
-    if (problem.reason.find("name") != std::string::npos) problems.back() += " " + problem.reason;
-  }
-  EXPECT_THAT(problems,
-              UnorderedElementsAre("dead.eml", "loop", "pipe.eml",
-                                   "notes.txt its name does not end in .eml",
-                                   "archive it looks like an mbox: name it as a source",
-                                   "Jane/cur/1:2,S it lies in a Maildir: name that as a source"));
+  EXPECT_THAT(Items(plan), ElementsAre("Inbox\\|link.eml", "Inbox\\|mail.eml"));
+  const std::string odd = ": neither a file nor a folder, or a dead link";
+  EXPECT_THAT(Problems(plan, folder.Path()),
+              UnorderedElementsAre("dead.eml" + odd, "loop: a link to a folder", "pipe.eml" + odd,
+                                   "notes.txt: its name does not end in .eml",
+                                   "archive: it looks like an mbox: name it as a source",
+                                   "Jane/cur/1:2,S: it lies in a Maildir: name that as a source"));
 }
 
 TEST(EmlSource, ADeepTreeIsWalkedWithoutRecursion) {
