@@ -266,7 +266,7 @@ TEST_F(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTr
   ASSERT_EQ(engine.OnCopyData(MSG_LOGIN_OUTLOOK, 1, BuildRecord(login)), 1);
   ASSERT_EQ(engine.OnCopyData(MSG_CREATE_FOLDER, 1, BuildRecord(ST_FOLDER_INFO{u"root", 0})), 1);
   own.WriteWork("11comtextjj.t", u"EMAIL\n");
-  own.WriteWork("EmlFile.Eml", EngineRun::kMail);
+  own.WriteWork("EmlFile.Eml", std::string(EngineRun::kMail));
   const auto item = BuildRecord(ST_ITEM_INFO{GetCurrPath(), u"run.txt", 0});
   server.Push({.fault = ScriptedAnswer::Fault::kSilence});
   server.Push({.body = answers::Item("I")});
