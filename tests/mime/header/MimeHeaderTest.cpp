@@ -271,9 +271,9 @@ TEST(HeaderReading, HostileHeadersTakeLinearTime) {
       "A: " + Repeated(20'000'000, "x"),
       "A: " + Repeated(2'000'000, "\xE9?Q?w"),
       Repeated(1'000'000, "A: 1\r\n"),
-      "A: 1" + Repeat("\r\n \xE9"
-                      "b",
-                      100'000),
+      "A: 1" + Repeated(100'000,
+                        "\r\n \xE9"
+                        "b"),
       Repeated(5'000'000, "\r") + "A",
       Repeated(50'000, "X: 1\r\n") + Repeated(50'000, "Content-Type: a/b\r\n"),
       Repeated(50'000, "X: 1\r\n") + Repeated(25'000, "Content-Type: a\r\nContent-Type:\r\n"),
