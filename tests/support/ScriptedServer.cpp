@@ -156,8 +156,8 @@ ScriptedServer::ScriptedServer(Tls highest) : m_impl(std::make_unique<Impl>()) {
   m_impl->server->Post(".*", handler);
   m_impl->server->Get(".*", handler);
   m_impl->server->set_keep_alive_max_count(1000);
-  // Answers over TLS come in two packets: when the second is there, the server's thread is idle again,
-  // and EndConnections does not meet it at work.
+  // Answers over TLS come in two packets: when the second is there, the server's thread is idle
+  // again, and EndConnections does not meet it at work.
   m_impl->server->set_tcp_nodelay(highest == Tls::kNone);
   m_impl->thread.emplace(*m_impl->server);
 }
