@@ -58,6 +58,7 @@ TEST(EmailAddress, ReadsWhatMailsHold) {
       {"A <>", "A<>"},
       {"A <a@b, C <c@d", "A<a@b>|C<c@d>"},
       {"A <<a@b>>", "A<a@b>"},
+      {"<x a @ b c>", "<a@b>"},
       {"A <@r,@s:a@b>", "A<a@b>"},
       {"A <'a@b'>, 'c@d'", "A<a@b>|<c@d>"},
       {"\"A <a@b>, C <c@d>", "A<a@b>|C<c@d>"},
