@@ -1,8 +1,89 @@
 #include "body/Hrn.h"
 
 #include <cerrno>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
 #include <system_error>
 
-void Hrn::HrsConvertFile(const CString&, const CString&, int) {
-  throw std::system_error(ENOSYS, std::generic_category(), "no converter for RTF");
+#include "body/rtf/RtfToHtml.h"
+#include "platform/Files.h"
+#include "platform/NarrowText.h"
+
+namespace {
+
+constexpr std::u16string_view kPictureStem = u"HTMLFile_";
+constexpr std::string_view kPageStart = "\xEF\xBB\xBF\n\n\n";
+
+[[noreturn]] void Fail(const CString& strPath) {
+  throw std::system_error(errno != 0 ? errno : EIO, std::generic_category(), strPath.ToUtf8());
+}
+
+std::string ReadWhole(const CString& strPath) {
+  errno = 0;
+  auto objFile = platform::File::Open(strPath, platform::OpenMode::kRead);
+  if (!objFile) Fail(strPath);
+  std::string strBytes(static_cast<std::size_t>(objFile->Length()), '\0');
+  const std::span<unsigned char> objBuffer(reinterpret_cast<unsigned char*>(strBytes.data()),
+                                           strBytes.size());
+  if (objFile->Read(objBuffer) != strBytes.size()) Fail(strPath);
+  return strBytes;
+}
+
+void WriteWhole(const CString& strPath, std::string_view strFirst, std::string_view strSecond) {
+  errno = 0;
+  auto objFile = platform::File::Open(strPath, platform::OpenMode::kCreate);
+  if (!objFile) Fail(strPath);
+  for (const std::string_view strPart : {strFirst, strSecond}) {
+    const std::span<const unsigned char> objBytes(
+        reinterpret_cast<const unsigned char*>(strPart.data()), strPart.size());
+    if (!objFile->Write(objBytes)) Fail(strPath);
+  }
+}
+
+// With its last separator.
+CString FolderOf(const CString& strPath) {
+  const int nEnd = std::max(strPath.ReverseFind(u'\\'), strPath.ReverseFind(u'/'));
+  return strPath.Left(nEnd + 1);
+}
+
+void DeleteOld(const CString& strFolder, const CString& strHtmlPath) {
+  for (const platform::FoundFile& objFound : platform::FindFiles(strFolder + kPictureStem + u"*")) {
+    const CString strPath = strFolder + objFound.strName;
+    if (!objFound.bFolder && !platform::DeleteFileAt(strPath)) Fail(strPath);
+  }
+  if (platform::PathExists(strHtmlPath) && !platform::DeleteFileAt(strHtmlPath)) Fail(strHtmlPath);
+}
+
+// Writes pictures beside the page.
+class FolderSaver : public rtf::PictureSaver {
+ public:
+  explicit FolderSaver(const CString& strFolder)
+      : m_strFolder(strFolder), m_strLink("file://" + platform::WideToNarrow(strFolder)) {}
+
+  std::string Save(std::string_view strExtension, std::string_view strBytes) override {
+    const CString strName = CString(kPictureStem) + CString::FromUtf8(std::to_string(++m_nCount)) +
+                            CString::FromUtf8(strExtension);
+    WriteWhole(m_strFolder + strName, strBytes, {});
+    return m_strLink + strName.ToUtf8();
+  }
+
+ private:
+  CString m_strFolder;
+  std::string m_strLink;
+  int m_nCount = 0;
+};
+
+}  // namespace
+
+void Hrn::HrsConvertFile(const CString& strRtfPath, const CString& strHtmlPath, int) {
+  m_objNotes = {};
+  const CString strFolder = FolderOf(strHtmlPath);
+  DeleteOld(strFolder, strHtmlPath);
+  const std::string strRtf = ReadWhole(strRtfPath);
+  FolderSaver objSaver(strFolder);
+  const rtf::HtmlResult objResult = rtf::RtfToHtml(strRtf, platform::AnsiCodePage(), objSaver);
+  WriteWhole(strHtmlPath, kPageStart, objResult.strHtml);
+  m_objNotes = objResult.objNotes;
 }

@@ -227,7 +227,7 @@ TEST_F(EngineMail, TheLastHtmlBodyArrivesInEitherEncodingAndCut) {
   EXPECT_EQ(items[1].info.body, "<p>\xE6\x97\xA5\xE6\x9C\xAC</p>");
 }
 
-TEST_F(EngineMail, AnRtfBodyGoesThroughItsStepAndComesWithoutABody) {
+TEST_F(EngineMail, AnRtfBodyGoesThroughItsStepAndLeavesItsPage) {
   EngineRun& engine = StartIn("R\\");
   engine.NewMail({});
   engine.Work("ch2111.rtf", "{\\rtf1 hello}");
@@ -240,10 +240,9 @@ TEST_F(EngineMail, AnRtfBodyGoesThroughItsStepAndComesWithoutABody) {
   EXPECT_THAT(
       engine.Trace(),
       HasSubstr(" IN \\ch2111.rtf\r\nBefore HrsConvertFile\r\n" + temp + "ch2111.rtf\r\n" + temp +
-                "Html\\HTMLFile.html\r\nIn Catch Last Error Code = " + std::to_string(ENOSYS) +
-                "\r\nAfter HrsConvertFile\r\n"
-                " OUT \\ch2111.rtf\r\n Before SaveAttachment"));
-  EXPECT_TRUE(std::filesystem::is_directory(engine.File("Temp/Html")));
+                "Html\\HTMLFile.html\r\nAfter HrsConvertFile\r\n OUT \\ch2111.rtf\r\n Before "
+                "SaveAttachment"));
+  EXPECT_TRUE(std::filesystem::is_regular_file(engine.File("Temp/Html/HTMLFile.html")));
   EXPECT_EQ(OnlyItem().info.body, "");
   EXPECT_EQ(OnlyItem().attachments, (Files{{"a.bin", "a"}}));
 }

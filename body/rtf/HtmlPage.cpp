@@ -1,0 +1,81 @@
+#include "body/rtf/HtmlPage.h"
+
+#include <utility>
+
+namespace rtf {
+
+HtmlPage::HtmlPage(Document& objDocument, const CharacterFormat& objBase, std::size_t nSource)
+    : m_objDocument(objDocument), m_objBudget(nSource), m_objBase(objBase) {
+  m_arrFlows.push_back(std::make_unique<Flow>(m_objDocument, m_objBudget, m_objBase));
+}
+
+InlineText& HtmlPage::Begin() {
+  ++m_nPuts;
+  return Text().Text();
+}
+
+void HtmlPage::PutAscii(std::string_view str, const CharacterFormat& objFormat) {
+  Begin().PutAscii(str, objFormat);
+}
+
+void HtmlPage::PutCharacter(char32_t ch, const CharacterFormat& objFormat) {
+  Begin().PutCharacter(ch, objFormat);
+}
+
+void HtmlPage::PutLineBreak(const CharacterFormat& objFormat) {
+  Begin().PutLineBreak("<br>\n", objFormat);
+}
+
+void HtmlPage::PutPageBreak(const CharacterFormat& objFormat) {
+  Begin().PutLineBreak("<br style=\"page-break-before:always\">\n", objFormat);
+}
+
+void HtmlPage::PutPicture(std::string_view strTag, const CharacterFormat& objFormat) {
+  Begin().PutMarkup(strTag, objFormat, /*bVisible=*/true);
+}
+
+void HtmlPage::PutPlace(std::string_view strName) {
+  const std::string strTag = "<a name=\"" + std::string(strName) + "\"></a>";
+  Text().Text().PutMarkup(strTag, {}, /*bVisible=*/false);
+}
+
+bool HtmlPage::BeginAside(Aside eKind) {
+  if (m_arrFlows.size() > kMostAsides) return false;
+  m_arrFlows.push_back(std::make_unique<Flow>(m_objDocument, m_objBudget, m_objBase));
+  if (eKind == Aside::kFootnote) {
+    ++m_nFootnotes;
+    ++m_nOpenFootnotes;
+  }
+  return true;
+}
+
+void HtmlPage::EndAside(Aside eKind, const ParagraphFormat& objFormat,
+                        const CharacterFormat& objCharacters) {
+  const std::string strHtml = Text().Finish(objFormat, objCharacters);
+  m_arrFlows.pop_back();
+  if (eKind == Aside::kFootnote) {
+    m_strFootnotes += strHtml;
+    --m_nOpenFootnotes;
+  } else if (!strHtml.empty()) {
+    Text().AddBehind("<div>\n" + strHtml + "</div>\n");
+  }
+}
+
+std::size_t HtmlPage::FootnoteNumber() const {
+  return m_nFootnotes + (m_nOpenFootnotes > 0 ? 0 : 1);
+}
+
+std::string HtmlPage::Finish(const ParagraphFormat& objFormat,
+                             const CharacterFormat& objCharacters) {
+  const std::string strText = Text().Finish(objFormat, objCharacters);
+  std::string strCss;
+  AppendFont(strCss, m_objDocument.FontOf(m_objBase.nFont));
+  AppendSize(strCss, m_objBase.nSize);
+  std::string strPage = "<!DOCTYPE html>\n<html>\n<head></head>\n<body";
+  strPage.append(StyleAttribute(strCss)).append(">\n");
+  strPage += strText;
+  if (!m_strFootnotes.empty()) strPage.append("<hr>\n").append(m_strFootnotes);
+  return strPage += "</body>\n</html>\n";
+}
+
+}  // namespace rtf

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "body/rtf/Document.h"
+#include "body/rtf/Flow.h"
+#include "body/rtf/Styles.h"
+
+namespace rtf {
+
+// The page that a document becomes: its text, and asides (footnotes, text of drawings) that are
+// written while their paragraph is not finished.
+class HtmlPage {
+ public:
+  enum class Aside { kFootnote, kDrawing };
+  static constexpr std::size_t kMostAsides = 16;  // within each other
+
+  // The document must outlive the page, which is set in the font and size of objBase; nSource is
+  // its size in bytes.
+  HtmlPage(Document& objDocument, const CharacterFormat& objBase, std::size_t nSource);
+
+  void PutAscii(std::string_view str, const CharacterFormat& objFormat);
+  void PutCharacter(char32_t ch, const CharacterFormat& objFormat);
+  void PutLineBreak(const CharacterFormat& objFormat);
+  void PutPageBreak(const CharacterFormat& objFormat);
+  void PutPicture(std::string_view strTag, const CharacterFormat& objFormat);
+  void PutPlace(std::string_view strName);  // an attribute value, for links to lead to
+
+  // Where paragraphs, cells and rows end.
+  Flow& Text() { return *m_arrFlows.back(); }
+  // False, and nothing begins, if too many are open.
+  bool BeginAside(Aside eKind);
+  void EndAside(Aside eKind, const ParagraphFormat& objFormat,
+                const CharacterFormat& objCharacters);
+  // Of the footnote that is being written, else of the next one.
+  std::size_t FootnoteNumber() const;
+
+  std::size_t Puts() const { return m_nPuts; }  // grows with everything that can be seen
+  bool LostFormatting() const { return m_objBudget.IsSpent(); }
+  // From <!DOCTYPE> to </html>; the object is done with then.
+  std::string Finish(const ParagraphFormat& objFormat, const CharacterFormat& objCharacters);
+
+ private:
+  InlineText& Begin();
+
+  Document& m_objDocument;
+  StyleBudget m_objBudget;
+  const CharacterFormat m_objBase;
+  std::vector<std::unique_ptr<Flow>> m_arrFlows;
+  std::string m_strFootnotes;
+  std::size_t m_nFootnotes = 0;
+  std::size_t m_nOpenFootnotes = 0;
+  std::size_t m_nPuts = 0;
+};
+
+}  // namespace rtf

@@ -1,0 +1,121 @@
+#include "body/rtf/InlineText.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "body/rtf/HtmlText.h"
+
+namespace rtf {
+namespace {
+
+constexpr std::string_view kHardBlank = "&#160;";
+
+bool IsPlain(char ch) {
+  return (ch >= 'a' && ch <= 'z') || (ch >= 'A' && ch <= 'Z') || (ch >= '0' && ch <= '9') ||
+         ch == '.' || ch == ',' || ch == '-';
+}
+
+}  // namespace
+
+void InlineText::PutAscii(std::string_view str, const CharacterFormat& objFormat) {
+  Select(objFormat);
+  while (!str.empty()) {
+    const auto itEnd = std::ranges::find_if_not(str, IsPlain);
+    const auto nPlain = static_cast<std::size_t>(itEnd - str.begin());
+    if (nPlain > 0) {
+      m_strHtml.append(str.substr(0, nPlain));
+      m_bAfterBlank = false;
+      m_bVisible = true;
+      str.remove_prefix(nPlain);
+    } else {
+      PutCharacter(static_cast<unsigned char>(str[0]), objFormat);
+      str.remove_prefix(1);
+    }
+  }
+}
+
+void InlineText::PutCharacter(char32_t ch, const CharacterFormat& objFormat) {
+  Select(objFormat);
+  if (ch == ' ') return PutBlank();
+  if (ch == '\t') {
+    m_bTabs = m_bVisible = true;
+    m_bAfterBlank = true;
+    m_strHtml += "&#9;";
+    return;
+  }
+  const std::size_t nBefore = m_strHtml.size();
+  AppendCharacter(m_strHtml, ch);
+  if (m_strHtml.size() == nBefore) return;
+  m_bAfterBlank = false;
+  m_bVisible = true;
+}
+
+// Of blanks in a row a page shows one, and none where a line begins.
+void InlineText::PutBlank() {
+  m_bVisible = true;
+  if (m_bAfterBlank) {
+    m_strHtml += kHardBlank;
+  } else {
+    m_strHtml += ' ';
+  }
+  m_bAfterBlank = true;
+}
+
+void InlineText::PutLineBreak(std::string_view strTag, const CharacterFormat& objFormat) {
+  Select(objFormat);
+  m_strHtml += strTag;
+  m_bAfterBlank = true;
+}
+
+void InlineText::PutMarkup(std::string_view strMarkup, const CharacterFormat& objFormat,
+                           bool bVisible) {
+  if (bVisible) Select(objFormat);
+  m_strHtml += strMarkup;
+  m_bVisible = m_bVisible || bVisible;
+  if (bVisible) m_bAfterBlank = false;
+}
+
+void InlineText::Select(const CharacterFormat& objFormat) {
+  if (m_bOpen && objFormat == m_objFormat) return;
+  CloseRun();
+  if (objFormat.nLink != m_nLink) {
+    CloseLink();
+    OpenLink(objFormat.nLink);
+  }
+  m_objFormat = objFormat;
+  m_bOpen = true;
+  if (m_objBudget.IsSpent()) return;
+  RunTags objTags = TagsOf(objFormat, m_objBase, m_objDocument);
+  if (!m_objBudget.Spend(objTags.strOpen.size() + objTags.strClose.size())) return;
+  m_strHtml += objTags.strOpen;
+  m_strRunClose = std::move(objTags.strClose);
+}
+
+void InlineText::CloseRun() {
+  m_strHtml += m_strRunClose;
+  m_strRunClose.clear();
+  m_bOpen = false;
+}
+
+void InlineText::OpenLink(int nLink) {
+  if (nLink == kNoLink) return;
+  const std::string& strTarget = m_objDocument.arrLinks[static_cast<std::size_t>(nLink)];
+  if (!m_objBudget.Spend(strTarget.size() + 15)) return;
+  m_strHtml.append("<a href=\"").append(strTarget).append("\">");
+  m_nLink = nLink;
+}
+
+void InlineText::CloseLink() {
+  if (m_nLink != kNoLink) m_strHtml += "</a>";
+  m_nLink = kNoLink;
+}
+
+std::string InlineText::Take() {
+  CloseRun();
+  CloseLink();
+  m_bAfterBlank = true;
+  m_bVisible = m_bTabs = false;
+  return std::exchange(m_strHtml, {});
+}
+
+}  // namespace rtf

@@ -1,0 +1,92 @@
+#include "body/Hrn.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+#include "charset/LibraryNarrow.h"
+#include "platform/NarrowText.h"
+#include "platform/Paths.h"
+#include "tests/pipeline/TempRunFolder.h"
+
+namespace {
+
+const std::string kStart = "\xEF\xBB\xBF\n\n\n";
+const std::string kPicture = "{\\pict\\pngblip 89504e47}";
+
+class HrnFiles : public testing::Test {
+ protected:
+  HrnFiles() { mail::installLibraryNarrow(); }
+  ~HrnFiles() override { platform::SetAnsiCodePage(1252); }
+
+  void Rtf(std::string_view text) { TempRunFolder::Write(folder.Work("ch2111.rtf"), text); }
+  void Run() {
+    Hrn converter;
+    converter.SetInWebServer(false);
+    converter.HrsSetFlags(1, 4);
+    converter.HrsConvertFile(GetCurrPath() + u"ch2111.rtf", GetCurrPath() + u"HTMLFile.html", 2);
+  }
+  std::string Page() { return folder.Read(folder.Work("HTMLFile.html")); }
+  bool Exists(const std::string& name) { return std::filesystem::exists(folder.Work(name)); }
+
+  TempRunFolder folder;
+};
+
+TEST_F(HrnFiles, PageAndPicturesAreLaidOutAsTheirReadersLookForThem) {
+  Rtf("{\\rtf1 caf\\'e9 " + kPicture + "\\par{\\pict\\jpegblip ffd8ff}}");
+  Run();
+  const std::string page = Page();
+  EXPECT_EQ(page.substr(0, kStart.size() + 9), kStart + "<!DOCTYPE");
+  EXPECT_NE(page.find("caf&#233; "), std::string::npos);
+  // What the readers take off, and the name they look for behind it.
+  const std::string link = "<img src=\"file://" + GetCurrPath().ToUtf8();
+  const std::size_t first = page.find(link + "HTMLFile_1.png\"");
+  ASSERT_NE(first, std::string::npos) << page;
+  EXPECT_GT(page.find(link + "HTMLFile_2.jpg\""), first);
+  EXPECT_EQ(folder.Read(folder.Work("HTMLFile_1.png")), "\x89PNG");
+  EXPECT_EQ(folder.Read(folder.Work("HTMLFile_2.jpg")), "\xFF\xD8\xFF");
+  EXPECT_EQ(page.find("charset"), std::string::npos);
+}
+
+TEST_F(HrnFiles, FolderStandsInTheLinkInTheAnsiPage) {
+  const std::string name = "\xD0\xAF & y";  // a Cyrillic letter
+  std::filesystem::create_directory(folder.Work(name));
+  Rtf("{\\rtf1 " + kPicture + "}");
+  platform::SetAnsiCodePage(1251);
+  Hrn converter;
+  const CString output = GetCurrPath() + CString::FromUtf8(name) + u"\\";
+  converter.HrsConvertFile(GetCurrPath() + u"ch2111.rtf", output + u"HTMLFile.html", 2);
+  const std::string page = folder.Read(folder.Work(name + "/HTMLFile.html"));
+  EXPECT_NE(page.find("\xDF & y\\HTMLFile_1.png\""), std::string::npos) << page;
+}
+
+TEST_F(HrnFiles, OlderFilesGoFirstAlsoWhereTheConversionFails) {
+  for (const char* name : {"HTMLFile_1.png", "HTMLFile_12.wmf", "HTMLFile_", "HTMLFile.html"}) {
+    TempRunFolder::Write(folder.Work(name), "old");
+  }
+  TempRunFolder::Write(folder.Work("HTMLFil_1.png"), "another's");
+  try {
+    Run();  // there is no rich text
+    FAIL();
+  } catch (const std::system_error& error) {
+    EXPECT_EQ(error.code().value(), ENOENT);
+  }
+  for (const char* name : {"HTMLFile_1.png", "HTMLFile_12.wmf", "HTMLFile_", "HTMLFile.html"}) {
+    EXPECT_FALSE(Exists(name)) << name;
+  }
+  EXPECT_TRUE(Exists("HTMLFil_1.png"));
+}
+
+TEST_F(HrnFiles, AFolderThatIsNotThereIsTold) {
+  Rtf("{\\rtf1 a}");
+  Hrn converter;
+  const CString output = GetCurrPath() + u"missing\\HTMLFile.html";
+  EXPECT_THROW(converter.HrsConvertFile(GetCurrPath() + u"ch2111.rtf", output, 2),
+               std::system_error);
+}
+
+}  // namespace
