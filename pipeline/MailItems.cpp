@@ -175,11 +175,26 @@ bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& st
     SetMimeFromFile(objMail, strEml);
     Log(u" OUT \\EmlFile.Eml");
   } else if (platform::PathExists(strHtmPath + u"ch2111.rtf")) {
+    bool bConverted = false;
     Log(u" IN \\ch2111.rtf");
-    Guarded(u" INSIDE catch \\ch2111.rtf", [&] { SetRtfBody(objMail, strHtmPath); });
+    Guarded(u" INSIDE catch \\ch2111.rtf", [&] { bConverted = SetRtfBody(objMail, strHtmPath); });
     Log(u" OUT \\ch2111.rtf");
-  } else if (const CString strTextFile = strHtmPath + u"\\TextFile1.txt";
-             platform::PathExists(strTextFile)) {
+    if (!bConverted && ews::Settings().bSafe) {
+      Log(u"ch2111.rtf could not be converted, the next body is taken");
+      SetLastBody(objMail, strHtmPath);
+    }
+  } else {
+    SetLastBody(objMail, strHtmPath);
+  }
+  return false;
+}
+
+// The bodies that are taken where there is no better one.
+void CTarnyOutlookHandler::SetLastBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
+  const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
+  int nLength = 0;
+  if (const CString strTextFile = strHtmPath + u"\\TextFile1.txt";
+      platform::PathExists(strTextFile)) {
     Log(u" IN \\TextFile1.txt");
     SetTextBody(objMail, strTextFile);
     Log(u" OUT \\TextFile1.txt");
@@ -187,7 +202,6 @@ bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& st
     SetBodyText(objMail, ews::BodyType::HTML, GetStringFromFile(strHtml, &nLength, false));
     Log(u"Save fileGARImage.html");
   }
-  return false;
 }
 
 void CTarnyOutlookHandler::SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath) {
@@ -197,8 +211,8 @@ void CTarnyOutlookHandler::SetMimeFromFile(ews::EmailMessage& objMail, const CSt
   MarkAsNoDraft(objMail);
 }
 
-// RTF becomes a page, and the page a message with its pictures.
-void CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
+// RTF becomes a page, and the page a message with its pictures. False if there is no page.
+bool CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
   const CString strFolder = strHtmPath + u"Html";
   const CString strRtf = strHtmPath + u"ch2111.rtf";
   const CString strHtml = strFolder + u"\\HTMLFile.html";
@@ -209,15 +223,18 @@ void CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString&
   m_objLogManager.WriteLog(u"Before HrsConvertFile");
   m_objLogManager.WriteLog(strRtf);
   m_objLogManager.WriteLog(strHtml);
+  bool bConverted = true;
   try {
     objConverter.HrsConvertFile(strRtf, strHtml, kRtfToHtml);
   } catch (const std::system_error& objError) {
+    bConverted = false;
     m_objLogManager.WriteLog(CString(u"In Catch Last Error Code = ") +
                              CString::FromUtf8(std::to_string(objError.code().value())));
   }
   m_objLogManager.WriteLog(u"After HrsConvertFile");
   const CString strArchive = ConvertHtmlToMime(strHtml);
   if (!strArchive.IsEmpty()) SetMimeFromFile(objMail, strArchive);
+  return bConverted;
 }
 
 void CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString& strPath) {

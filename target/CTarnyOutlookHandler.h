@@ -154,7 +154,8 @@ class CTarnyOutlookHandler {
   void SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);
   bool SetBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath);
-  void SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath);
+  bool SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void SetTextBody(ews::EmailMessage& objMail, const CString& strPath);
+  void SetLastBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void AttachWorkFile(ews::EmailMessage& objMail, const CString& strName);
 };

@@ -86,6 +86,17 @@ TEST_F(MailItems, LostMimeFailsTheMailOnlyWithTheSafeSwitch) {
   EXPECT_EQ(Fill(), 1);
 }
 
+TEST_F(MailItems, RtfThatCannotBeReadGivesWayToTheNextBodyOnlyWithTheSafeSwitch) {
+  std::filesystem::create_directory(folder.Work("ch2111.rtf"));  // there, and no file to open
+  TempRunFolder::Write(folder.Work("GARImage.html"), "<p>page</p>");
+  EXPECT_EQ(Fill(), 1);
+  EXPECT_FALSE(mail.Body().has_value());
+  ews::Settings().bSafe = true;
+  EXPECT_EQ(Fill(), 1);
+  ASSERT_TRUE(mail.Body().has_value());
+  EXPECT_EQ(mail.Body()->Text(), u"<p>page</p>");
+}
+
 TEST_F(MailItems, AWorkPathThatNamesAFileGivesItsBytesAsTheMime) {
   folder.WriteWork("one.eml", "Subject: 1\r\n\r\n");
   ASSERT_EQ(handler.SaveEmailItem(mail, GetCurrPath() + u"one.eml", &info), 1);
