@@ -109,7 +109,7 @@ void EncapsulatedPage::PutText(char32_t ch) {
 
 void EncapsulatedPage::PutMarkup(char32_t ch) {
   if (ch < 0x80) {
-    if (ch >= 0x20 || ch == '\t' || ch == '\n') m_strPage += static_cast<char>(ch);
+    if ((ch >= 0x20 && ch != 0x7F) || ch == '\t' || ch == '\n') m_strPage += static_cast<char>(ch);
     return;
   }
   m_strPage += platform::Utf16ToUtf8(ToUnits(ch));

@@ -146,6 +146,8 @@ TEST(RtfToHtml, WrappedPagesComeBackWithoutACharset) {
   EXPECT_EQ(Convert(start + R"({\*\htmltag <script>"\u233?\u-10179 ?\u-8704 ?"</script>}\u233?})")
                 .strHtml,
             "<script>\"\\u00e9\\ud83d\\ude00\"</script>&#233;");
+  // Controls are no part of a page, nor of its tags.
+  EXPECT_EQ(Convert(start + R"({\*\htmltag <b\'7f\'01>}a\'7f)").strHtml, "<b>a");
   // Cut in the middle, a tag and a style sheet still come out.
   EXPECT_EQ(Convert(start + R"({\*\htmltag <meta charset=}x)").strHtml, "<meta charset=x");
   EXPECT_EQ(Convert(start + R"({\*\htmltag <style>\'e9})").strHtml, "<style>\\e9 ");
