@@ -23,14 +23,14 @@ class HrnFiles : public testing::Test {
   HrnFiles() { mail::installLibraryNarrow(); }
   ~HrnFiles() override { platform::SetAnsiCodePage(1252); }
 
-  void Rtf(std::string_view text) { TempRunFolder::Write(folder.Work("ch2111.rtf"), text); }
+  void Rtf(const std::string& text) { folder.WriteWork("ch2111.rtf", text); }
   void Run() {
     Hrn converter;
     converter.SetInWebServer(false);
     converter.HrsSetFlags(1, 4);
     converter.HrsConvertFile(GetCurrPath() + u"ch2111.rtf", GetCurrPath() + u"HTMLFile.html", 2);
   }
-  std::string Page() { return folder.Read(folder.Work("HTMLFile.html")); }
+  std::string Page() { return test_support::ReadAll(folder.Work("HTMLFile.html")); }
   bool Exists(const std::string& name) { return std::filesystem::exists(folder.Work(name)); }
 
   TempRunFolder folder;
@@ -47,8 +47,8 @@ TEST_F(HrnFiles, PageAndPicturesAreLaidOutAsTheirReadersLookForThem) {
   const std::size_t first = page.find(link + "HTMLFile_1.png\"");
   ASSERT_NE(first, std::string::npos) << page;
   EXPECT_GT(page.find(link + "HTMLFile_2.jpg\""), first);
-  EXPECT_EQ(folder.Read(folder.Work("HTMLFile_1.png")), "\x89PNG");
-  EXPECT_EQ(folder.Read(folder.Work("HTMLFile_2.jpg")), "\xFF\xD8\xFF");
+  EXPECT_EQ(test_support::ReadAll(folder.Work("HTMLFile_1.png")), "\x89PNG");
+  EXPECT_EQ(test_support::ReadAll(folder.Work("HTMLFile_2.jpg")), "\xFF\xD8\xFF");
   EXPECT_EQ(page.find("charset"), std::string::npos);
 }
 
@@ -60,15 +60,15 @@ TEST_F(HrnFiles, FolderStandsInTheLinkInTheAnsiPage) {
   Hrn converter;
   const CString output = GetCurrPath() + CString::FromUtf8(name) + u"\\";
   converter.HrsConvertFile(GetCurrPath() + u"ch2111.rtf", output + u"HTMLFile.html", 2);
-  const std::string page = folder.Read(folder.Work(name + "/HTMLFile.html"));
+  const std::string page = test_support::ReadAll(folder.Work(name + "/HTMLFile.html"));
   EXPECT_NE(page.find("\xDF & y\\HTMLFile_1.png\""), std::string::npos) << page;
 }
 
 TEST_F(HrnFiles, OlderFilesGoFirstAlsoWhereTheConversionFails) {
   for (const char* name : {"HTMLFile_1.png", "HTMLFile_12.wmf", "HTMLFile_", "HTMLFile.html"}) {
-    TempRunFolder::Write(folder.Work(name), "old");
+    folder.WriteWork(name, "old");
   }
-  TempRunFolder::Write(folder.Work("HTMLFil_1.png"), "another's");
+  folder.WriteWork("HTMLFil_1.png", "another's");
   try {
     Run();  // there is no rich text
     FAIL();

@@ -88,7 +88,7 @@ TEST_F(MailItems, LostMimeFailsTheMailOnlyWithTheSafeSwitch) {
 
 TEST_F(MailItems, RtfThatCannotBeReadGivesWayToTheNextBodyOnlyWithTheSafeSwitch) {
   std::filesystem::create_directory(folder.Work("ch2111.rtf"));  // there, and no file to open
-  TempRunFolder::Write(folder.Work("GARImage.html"), "<p>page</p>");
+  folder.WriteWork("GARImage.html", "<p>page</p>");
   EXPECT_EQ(Fill(), 1);
   EXPECT_FALSE(mail.Body().has_value());
   ews::Settings().bSafe = true;
