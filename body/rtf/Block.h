@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,7 @@ class Block {
   Block(const Document& objDocument, StyleBudget& objBudget)
       : m_objDocument(objDocument), m_objBudget(objBudget) {}
 
+  void Reserve(std::size_t nBytes) { m_strHtml.reserve(nBytes); }
   void AddParagraph(const Paragraph& objParagraph);
   void AddListItem(const Paragraph& objParagraph, const ListMarker& objMarker);
   void AddMarkup(std::string_view strMarkup);  // whole in itself: a table, a rule

@@ -21,6 +21,8 @@ class Flow {
 
   Flow(Document& objDocument, StyleBudget& objBudget, const CharacterFormat& objBase);
 
+  // Room for a text that will be long.
+  void Reserve(std::size_t nBytes) { m_objRoot.Reserve(nBytes); }
   // The paragraph that is being written, or the label before it.
   InlineText& Text() { return m_bInLabel ? m_objLabel : m_objText; }
   void BeginLabel() { m_bInLabel = true; }

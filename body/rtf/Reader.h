@@ -105,7 +105,7 @@ class Reader {
   void TakePictureWord(const WordEntry& objWord, const Token& objToken);
   void AddHex(std::string_view strText);
   void EndPicture(const CharacterFormat& objFormat);
-  std::string SavePictures(std::string_view strPage);
+  std::string SavePictures(std::string strWhole);
   std::string SavePicture(Picture& objPicture);
 
   Tokenizer m_objTokenizer;

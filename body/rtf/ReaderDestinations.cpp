@@ -350,8 +350,9 @@ void Reader::EndPicture(const CharacterFormat& objFormat) {
   m_arrPictures.push_back({m_objPicture, std::exchange(m_strPicture, {})});
 }
 
-std::string Reader::SavePictures(std::string_view strPage) {
-  if (m_arrPictures.empty()) return std::string(strPage);
+std::string Reader::SavePictures(std::string strWhole) {
+  if (m_arrPictures.empty()) return strWhole;
+  std::string_view strPage = strWhole;
   std::string strResult;
   while (!strPage.empty()) {
     const std::size_t nMark = std::min(strPage.find(kPictureMark), strPage.size());
