@@ -116,6 +116,9 @@ TEST(StringBuffer, LineEndsBecomeCrLfAndLinesEndAtEachKind) {
   StringBuffer text("a\rb\nc\r\n\n\rd");
   ASSERT_TRUE(text.toCrLf());
   EXPECT_EQ(text.view(), "a\r\nb\r\nc\r\n\r\n\r\nd");
+  StringBuffer old("a\rb\r");  // no other line ends
+  ASSERT_TRUE(old.toCrLf());
+  EXPECT_EQ(old.view(), "a\r\nb\r\n");
   ExtPtrArraySb lines;
   ASSERT_TRUE(StringBuffer("a\rb\n\r\nc\r\n").splitLines(lines, 100'000));
   ASSERT_EQ(lines.getSize(), 4U);

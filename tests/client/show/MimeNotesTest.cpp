@@ -66,6 +66,7 @@ TEST(MimeNotes, TellWhatIsDamaged) {
        {".: it has no header and begins with a delimiter"}},
       {base64 + "QUJD\nREVG\n", {}},
       {base64 + "QUJDR\n", {".: its base64 is cut: it ends within a group of four"}},
+      {base64 + "QUJDR=\n", {".: its base64 is cut: it ends within a group of four"}},
       {base64 + "QU-JD*\n", {".: base64 with 2 foreign bytes passed over"}},
       {base64 + "QUI=\nfooter\n", {".: 6 bytes behind the end of its base64 left out"}},
       {quoted + "a=3D=3d =\nb = \nc=", {}},

@@ -16,7 +16,7 @@ using testing::ElementsAre;
 TEST(MaildirSource, FlagsAndSubFoldersAreRead) {
   const TemporaryFolder folder;
   for (const char* name :
-       {"cur/1:2,S", "cur/2:2,F", "cur/3", "new/4:2,S", "tmp/half", ".Sent.2024/cur/5:2,RS",
+       {"cur/1:2,S", "cur/2.S:2,F", "cur/3", "new/4:2,S", "tmp/half", ".Sent.2024/cur/5:2,RS",
         ".Entw&APw-rfe/new/6", ".A&B/cur/7:2,S", "Plain/cur/8:2,S"}) {
     folder.Write(name, "Subject: x\n\n");
   }
@@ -30,7 +30,7 @@ TEST(MaildirSource, FlagsAndSubFoldersAreRead) {
   }
   EXPECT_THAT(
       Items(MakePlan({folder.Path()})),
-      ElementsAre("Inbox\\|cur/1:2,S", "Inbox\\|cur/2:2,F|unread", "Inbox\\|cur/3|unread",
+      ElementsAre("Inbox\\|cur/1:2,S", "Inbox\\|cur/2.S:2,F|unread", "Inbox\\|cur/3|unread",
                   "Inbox\\|new/4:2,S|unread", "A&B\\|.A&B/cur/7:2,S",
                   "Entw\xC3\xBCrfe\\|.Entw&APw-rfe/new/6|unread",
                   "Entw\xC3\xBCrfe\\|.Entw&APw-rfe/item", "Sent\\2024\\|.Sent.2024/cur/5:2,RS",

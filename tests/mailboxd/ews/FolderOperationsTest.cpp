@@ -9,10 +9,11 @@ const std::string kInbox = WellKnown("inbox");
 class FolderOperations : public LocalMailbox {
  protected:
   std::string Search(const std::string& parent, const std::string& restriction,
-                     const std::string& traversal = "Shallow", int offset = 0) {
+                     const std::string& traversal = "Shallow", int offset = 0,
+                     const std::string& base = "Beginning") {
     return Ask(FindFolder(parent, restriction, traversal,
                           "<m:IndexedPageFolderView MaxEntriesReturned=\"10\" Offset=\"" +
-                              std::to_string(offset) + "\" BasePoint=\"Beginning\"/>"));
+                              std::to_string(offset) + "\" BasePoint=\"" + base + "\"/>"));
   }
   std::string Make(const std::string& parent, const std::string& name,
                    const std::string& element = "Folder") {
@@ -28,14 +29,18 @@ TEST_F(FolderOperations, ANewMailboxHasItsWellKnownFolders) {
   const std::string rest = Search(WellKnown("msgfolderroot"), "", "Shallow", 10);
   EXPECT_EQ(CountOf(rest, "<t:DisplayName>"), 1u);
   EXPECT_TRUE(Holds(rest, {"IncludesLastItemInRange=\"true\""}));
+  // Counted from the end, the page ends in front of the last nine.
+  EXPECT_EQ(CountOf(Search(WellKnown("msgfolderroot"), "", "Shallow", 9, "End"), "<t:DisplayName>"),
+            2u);
 }
 
 TEST_F(FolderOperations, NamesAreFoundInAnyCaseAsPartsOrAsAWholeAndBelowChildrenIfAsked) {
   Make(kInbox, "\xC3\x84rger &amp; Pl\xC3\xA4ne");
   Make(ById(FolderId(Make(kInbox, "one"))), "two");
   Make(kInbox, "one more");
-  const auto holding = [](const std::string& part) {
-    return "<t:Contains ContainmentMode=\"Substring\" ContainmentComparison=\"IgnoreCase\">"
+  const auto holding = [](const std::string& part, const std::string& mode = "Substring") {
+    return "<t:Contains ContainmentMode=\"" + mode +
+           "\" ContainmentComparison=\"IgnoreCase\">"
            "<t:FieldURI FieldURI=\"folder:DisplayName\"/><t:Constant Value=\"" +
            part + "\"/></t:Contains>";
   };
@@ -51,6 +56,7 @@ TEST_F(FolderOperations, NamesAreFoundInAnyCaseAsPartsOrAsAWholeAndBelowChildren
       {holding("\xC3\xA4RGER &amp; PL\xC3\x84"), "Shallow", 1},
       {holding("Plans"), "Shallow", 0},
       {holding(""), "Shallow", 3},
+      {holding("ONE", "FullString"), "Shallow", 1},
       {holding("two"), "Shallow", 0},
       {holding("two"), "Deep", 1},
       {one, "Shallow", 1},

@@ -286,6 +286,17 @@ TEST(MimeTreeRoundTrip, HoldsForGeneratedTrees) {
   }
 }
 
+TEST(MimeTreeRoundTrip, WhatAPgpSignatureCoversIsWrittenByteForByte) {
+  const std::string covered =
+      "Content-Type:  text/plain\r\nX-Odd:\tfolded\r\n  oddly\r\n"
+      "Content-Transfer-Encoding: quoted-printable\r\n\r\ncaf=e9 =\r\nsigned";
+  const std::string mail =
+      "Content-Type: multipart/signed; protocol=\"application/pgp-signature\"; boundary=b\r\n\r\n"
+      "--b\r\n" +
+      covered + "\r\n--b\r\nContent-Type: application/pgp-signature\r\n\r\nSIG\r\n--b--\r\n";
+  EXPECT_NE(BytesOf(LoadedMime(mail)).find("--b\r\n" + covered + "\r\n--b\r\n"), std::string::npos);
+}
+
 std::string Within(std::size_t depth, std::string text) {
   while (depth-- > 0) {
     text = fmt::format(
