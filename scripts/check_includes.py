@@ -50,6 +50,10 @@ for top in sorted({folder.split("/")[0] for folder in table}):
             continue
         file = path.relative_to(root).as_posix()
         folder = owner(file, table)
+        if folder is None:
+            print(f"{file}: lies in no folder of the table")
+            bad += 1
+            continue
         if table[folder] is None:
             continue
         for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
