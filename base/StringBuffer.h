@@ -94,6 +94,9 @@ class StringBuffer : public LibraryObject {
   // And the Latin-1 capitals 0xC0 to 0xDF, but for one that leads a two-byte character of UTF-8.
   void toLowerCaseLatin1();
   void chop(std::size_t nBytes);  // at the end; all of the text if it is shorter
+  // The named entities of HTML in UTF-8 text become their characters, see html/NamedEntities.h,
+  // where this is defined.
+  bool decodeNamedEntities();
 
   // Adds each line, without its end (CR LF, lone CR or lone LF), to arrLines; a line end at the end
   // of the text begins no further line. Text behind nMaxLines lines is passed over. False for want

@@ -6,6 +6,24 @@
 #include "base/AsciiText.h"
 
 namespace mail {
+namespace {
+
+constexpr char kEscape = '\x1B';
+
+constexpr bool isQuote(char ch) { return ch == '"' || ch == '\''; }
+
+// Whether double-byte text stands behind the escape that the text begins with, if it stood in front
+// of it or not. Some writers close it with a doubled escape.
+bool isoBehind(std::string_view strText, bool bBefore) {
+  if (strText.starts_with("\x1B$B")) return true;
+  if (strText.starts_with("\x1B\x1B"
+                          "B") ||
+      strText.starts_with("\x1B(B"))
+    return false;
+  return bBefore;
+}
+
+}  // namespace
 
 void ParseEngine::setPosition(std::size_t nPosition) {
   m_nPosition = std::min(nPosition, m_strText.size());
@@ -45,50 +63,78 @@ void ParseEngine::captureToChar(char ch, StringBuffer& strOut) {
   captureTo(m_strText.find(ch, m_nPosition), strOut);
 }
 
-void ParseEngine::captureToUnquoted(char ch, StringBuffer& strOut) {
-  const bool bSurelyNone = m_chReach == ch && !m_arrReach[m_nPosition];
-  const std::size_t nFound = bSurelyNone ? kNone : findUnquoted(ch);
-  if (nFound != kNone) return captureTo(nFound, strOut);
-  if (!bSurelyNone) noteReach(ch);
-  captureToChar(ch, strOut);
+void ParseEngine::captureBy(Quotes nQuotes, char ch, StringBuffer& strOut) {
+  captureTo(endOfUnquoted(nQuotes, ch), strOut);
 }
 
-std::size_t ParseEngine::findUnquoted(char ch) const {
+std::size_t ParseEngine::endOfUnquoted(Quotes nQuotes, char ch) {
+  const bool bNoted = !m_arrReach.empty() && m_chReach == ch && m_nReachQuotes == nQuotes;
+  if (!bNoted || m_arrReach[m_nPosition]) {
+    const std::size_t nFound = findUnquoted(nQuotes, ch);
+    if (nFound != kNone) return nFound;
+    if (!bNoted) noteReach(nQuotes, ch);
+  }
+  return m_strText.find(ch, m_nPosition);
+}
+
+std::size_t ParseEngine::findUnquoted(Quotes nQuotes, char ch) const {
   char chQuote = '\0';
+  bool bInIso = false;
   for (std::size_t n = m_nPosition; n < m_strText.size(); ++n) {
     const char chHere = m_strText[n];
-    if (chQuote != '\0') {
-      if (chHere == chQuote) chQuote = '\0';
-    } else if (chHere == ch) {
+    if (chHere == kEscape && nQuotes == Quotes::kNotInIso) {
+      bInIso = isoBehind(m_strText.substr(n), bInIso);
+    } else if (isQuote(chHere)) {
+      if (bInIso) continue;
+      if (chQuote == '\0') {
+        chQuote = chHere;
+      } else if (chQuote == chHere) {
+        chQuote = '\0';
+      }
+    } else if (chHere == ch && chQuote == '\0') {
       return n;
-    } else if (chHere == '"' || chHere == '\'') {
-      chQuote = chHere;
     }
   }
   return kNone;
 }
 
-// From the end: what a search finds that starts here outside quotes, inside double ones and inside
-// single ones follows from what it finds one byte further.
-void ParseEngine::noteReach(char ch) {
+// From the end: what a search finds that starts here, outside quotes or inside those of one kind,
+// within double-byte text or not, follows from what it finds one byte further.
+void ParseEngine::noteReach(Quotes nQuotes, char ch) {
+  struct Finds {
+    bool bOutside = false;
+    bool bInDouble = false;
+    bool bInSingle = false;
+  };
+  m_nReachQuotes = nQuotes;
   m_chReach = ch;
   m_arrReach.assign(m_strText.size() + 1, false);
-  bool bOutside = false;
-  bool bInDouble = false;
-  bool bInSingle = false;
+  Finds objPlain;
+  Finds objInIso;
   for (std::size_t n = m_strText.size(); n-- > 0;) {
     const char chHere = m_strText[n];
-    if (chHere == ch) bOutside = true;
-    if (chHere == '"') std::swap(bOutside, bInDouble);
-    if (chHere == '\'') std::swap(bOutside, bInSingle);
-    m_arrReach[n] = bOutside;
+    if (chHere == ch) objPlain.bOutside = objInIso.bOutside = true;
+    if (chHere == '"') std::swap(objPlain.bOutside, objPlain.bInDouble);
+    if (chHere == '\'') std::swap(objPlain.bOutside, objPlain.bInSingle);
+    if (chHere == kEscape && nQuotes == Quotes::kNotInIso) {
+      const auto strHere = m_strText.substr(n);
+      const Finds objBefore = objPlain;
+      if (isoBehind(strHere, false)) objPlain = objInIso;
+      if (!isoBehind(strHere, true)) objInIso = objBefore;
+    }
+    m_arrReach[n] = objPlain.bOutside;
   }
 }
 
-void ParseEngine::captureTo(std::size_t nEnd, StringBuffer& strOut) {
+std::string_view ParseEngine::takeTo(std::size_t nEnd) {
   nEnd = std::min(nEnd, m_strText.size());
-  (void)strOut.append(m_strText.substr(m_nPosition, nEnd - m_nPosition));  // short of memory: less
+  const auto strTaken = m_strText.substr(m_nPosition, nEnd - m_nPosition);
   m_nPosition = nEnd;
+  return strTaken;
+}
+
+void ParseEngine::captureTo(std::size_t nEnd, StringBuffer& strOut) {
+  (void)strOut.append(takeTo(nEnd));  // short of memory: less
 }
 
 }  // namespace mail

@@ -39,20 +39,32 @@ class ParseEngine {
   void captureToChar(char ch, StringBuffer& strOut);
   // A ch between double or single quotes does not count. When the text ends first, it acts as
   // captureToChar, so that an unbalanced quote does not swallow the document.
-  void captureToUnquoted(char ch, StringBuffer& strOut);
+  void captureToUnquoted(char ch, StringBuffer& strOut) { captureBy(Quotes::kAll, ch, strOut); }
+  // The same, but no quote counts in the double-byte text of ISO-2022-JP, whose bytes may look like
+  // quotes.
+  void captureToUnquotedIso(char ch, StringBuffer& strOut) {
+    captureBy(Quotes::kNotInIso, ch, strOut);
+  }
+  // As captureToUnquoted, without a copy: a view into the text.
+  std::string_view takeToUnquoted(char ch) { return takeTo(endOfUnquoted(Quotes::kAll, ch)); }
 
  private:
   static constexpr std::size_t kNone = std::string_view::npos;
+  enum class Quotes { kAll, kNotInIso };
 
-  std::size_t findUnquoted(char ch) const;
-  void noteReach(char ch);
+  void captureBy(Quotes nQuotes, char ch, StringBuffer& strOut);
+  std::size_t endOfUnquoted(Quotes nQuotes, char ch);
+  std::size_t findUnquoted(Quotes nQuotes, char ch) const;
+  void noteReach(Quotes nQuotes, char ch);
+  std::string_view takeTo(std::size_t nEnd);
   void captureTo(std::size_t nEnd, StringBuffer& strOut);
 
   std::string_view m_strText;
   std::size_t m_nPosition = 0;
   // For each position whether a search for m_chReach from there, outside quotes, finds one. Made at
-  // the first search that does not.
+  // the first search that does not; empty before.
   std::vector<bool> m_arrReach;
+  Quotes m_nReachQuotes = Quotes::kAll;
   char m_chReach = '\0';
 };
 

@@ -1,0 +1,79 @@
+// _ckHtmlHelp::decodeNumericEntities.
+
+#include <cstdint>
+#include <string>
+
+#include "charset/CodePages.h"
+#include "charset/EncodingConvert.h"
+#include "html/CkHtmlHelp.h"
+
+namespace mail {
+namespace {
+
+constexpr std::size_t kMaxDigits = 5;
+
+int digitOf(char ch, unsigned nBase) {
+  if (ch >= '0' && ch <= '9') return ch - '0';
+  const char chLower = static_cast<char>(ch | 0x20);
+  return nBase == 16 && chLower >= 'a' && chLower <= 'f' ? chLower - 'a' + 10 : -1;
+}
+
+// The value of the entity that the text begins with, which is taken off; 0, and nothing is taken,
+// if it is none.
+std::uint32_t takeEntity(std::string_view& strText) {
+  if (!strText.starts_with("&#")) return 0;
+  std::size_t n = 2;
+  const bool bHex = n < strText.size() && (strText[n] == 'x' || strText[n] == 'X');
+  const unsigned nBase = bHex ? 16 : 10;
+  if (bHex) ++n;
+  const std::size_t nEnd = n + kMaxDigits;
+  std::uint32_t nValue = 0;
+  for (; n < strText.size() && n < nEnd; ++n) {
+    const int nDigit = digitOf(strText[n], nBase);
+    if (nDigit < 0) break;
+    nValue = nValue * nBase + static_cast<std::uint32_t>(nDigit);
+  }
+  if (n >= strText.size() || strText[n] != ';') return 0;
+  if (nValue != 0) strText.remove_prefix(n + 1);
+  return nValue;
+}
+
+void putUnit(std::uint32_t nUnit, std::string& strUnits) {
+  strUnits += static_cast<char>(nUnit & 0xFF);
+  strUnits += static_cast<char>(nUnit >> 8);
+}
+
+// Five digits reach no further than U+FFFFF.
+void putUnits(std::uint32_t nValue, std::string& strUnits) {
+  if (nValue <= 0xFFFF) return putUnit(nValue, strUnits);
+  putUnit(0xD7C0 + (nValue >> 10), strUnits);
+  putUnit(0xDC00 + (nValue & 0x3FF), strUnits);
+}
+
+}  // namespace
+
+// Entities that stand side by side are converted together: some mailers write the two halves of a
+// surrogate pair as an entity each.
+void _ckHtmlHelp::decodeNumericEntities(std::string_view strText, DataBuffer& out,
+                                        unsigned nToCodePage, LogBase& log) {
+  constexpr std::string_view kMark = "\xFF\xFE";  // so that no character is taken for one
+  EncodingConvert objConvert;
+  std::string strUnits;
+  while (!strText.empty()) {
+    const std::size_t nAmp = strText.find('&');
+    (void)out.append(strText.substr(0, nAmp));
+    if (nAmp == std::string_view::npos) return;
+    strText.remove_prefix(nAmp);
+    strUnits = kMark;
+    while (const std::uint32_t nValue = takeEntity(strText)) putUnits(nValue, strUnits);
+    if (strUnits.size() == kMark.size()) {
+      (void)out.appendChar('&');
+      strText.remove_prefix(1);
+    } else {
+      (void)objConvert.convertText(code_page::kUtf16, nToCodePage, strUnits.data(), strUnits.size(),
+                                   out, log);
+    }
+  }
+}
+
+}  // namespace mail
