@@ -55,6 +55,8 @@ class _ckHtmlHelp {
   // StringBuffer::decodeNamedEntities.
   static void decodeNumericEntities(std::string_view strText, DataBuffer& out, unsigned nToCodePage,
                                     LogBase& log);
+  // Both kinds, of UTF-8 text, in place.
+  static void decodeEntities(StringBuffer& strText);
 };
 
 }  // namespace mail

@@ -1,8 +1,9 @@
-// _ckHtmlHelp::decodeNumericEntities.
+// Those parts of _ckHtmlHelp that decode numeric entities.
 
 #include <cstdint>
 #include <string>
 
+#include "base/LogNull.h"
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
 #include "html/CkHtmlHelp.h"
@@ -74,6 +75,16 @@ void _ckHtmlHelp::decodeNumericEntities(std::string_view strText, DataBuffer& ou
                                    out, log);
     }
   }
+}
+
+void _ckHtmlHelp::decodeEntities(StringBuffer& strText) {
+  if (!strText.contains("&")) return;
+  (void)strText.decodeNamedEntities();
+  if (!strText.contains("&#")) return;
+  DataBuffer arrDecoded;
+  LogNull objLog;
+  decodeNumericEntities(strText.view(), arrDecoded, code_page::kUtf8, objLog);
+  (void)strText.setString(arrDecoded.view());
 }
 
 }  // namespace mail
