@@ -26,6 +26,7 @@ constexpr auto kCommands = std::to_array<Command>({
     {"item", client::RunItem, "show the descriptor of a prepared item as JSON"},
     {"ledger", client::RunLedger, "show what the ledger of a run holds"},
     {"convert", client::RunConvert, "convert text from one charset to another"},
+    {"html2text", client::RunHtml2text, "convert HTML to plain text"},
     {"rtf2html", client::RunRtf2html, "convert rich text to a page with its pictures"},
 });
 

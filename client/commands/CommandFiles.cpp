@@ -1,5 +1,6 @@
 #include "client/commands/CommandFiles.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -21,6 +22,25 @@ std::string CannotRead(std::string_view path, std::string_view reason) {
 void RequireReadable(const std::string& path) {
   try {
     (void)OpenSourceFile(path, Links::kFollow);
+  } catch (const ReadError& error) {
+    throw std::runtime_error(CannotRead(path, error.Reason()));
+  }
+}
+
+std::string ReadInput() {
+  std::string input;
+  std::array<char, 65536> block;
+  while (const std::size_t count = std::fread(block.data(), 1, block.size(), stdin)) {
+    input.append(block.data(), count);
+  }
+  if (std::ferror(stdin) == 0) return input;
+  throw std::runtime_error(CannotRead("the input", std::strerror(errno)));
+}
+
+std::string ReadFileOrInput(const std::string& path) {
+  if (path.empty()) return ReadInput();
+  try {
+    return ReadWholeFile(path);
   } catch (const ReadError& error) {
     throw std::runtime_error(CannotRead(path, error.Reason()));
   }

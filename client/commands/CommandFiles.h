@@ -13,6 +13,11 @@ std::string CannotRead(std::string_view path, std::string_view reason);
 // Throws unless a regular file can be opened there.
 void RequireReadable(const std::string& path);
 
+// All of standard input.
+std::string ReadInput();
+// The bytes of a file, or of standard input for an empty path.
+std::string ReadFileOrInput(const std::string& path);
+
 // The bytes of a mail, at least one. From here on 1252 is the ANSI page, so that the same file
 // shows the same in every locale.
 std::string ReadMailFile(const std::string& path);

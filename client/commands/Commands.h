@@ -25,6 +25,7 @@ int RunMime(const Arguments& arguments);
 int RunEmail(const Arguments& arguments);
 int RunItem(const Arguments& arguments);
 int RunRtf2html(const Arguments& arguments);
+int RunHtml2text(const Arguments& arguments);
 
 // Parses the arguments of one subcommand, whose app is named "tarny COMMAND". False when it should
 // end at once with *exitCode: its help was printed, or, on standard error behind that name, what is

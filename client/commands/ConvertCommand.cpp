@@ -1,10 +1,6 @@
-#include <array>
-#include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <cstring>
 #include <optional>
-#include <stdexcept>
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
@@ -29,24 +25,12 @@ std::optional<unsigned> PageOf(const std::string& text) {
   return static_cast<unsigned>(page);
 }
 
-void ReadInput(mail::DataBuffer& input) {
-  std::array<char, 65536> block;
-  while (const std::size_t count = std::fread(block.data(), 1, block.size(), stdin)) {
-    if (!input.append(block.data(), count)) throw std::runtime_error("the input is too large");
-  }
-  if (std::ferror(stdin) != 0) {
-    throw std::runtime_error(CannotRead("the input", std::strerror(errno)));
-  }
-}
-
 int Convert(unsigned from, unsigned to) {
-  mail::DataBuffer input;
-  ReadInput(input);
+  const std::string input = ReadInput();
   mail::EncodingConvert converter;
   mail::DataBuffer output;
   mail::LogNull log;
-  const bool converted =
-      converter.EncConvert(from, to, input.getData(), input.getSize(), output, log);
+  const bool converted = converter.EncConvert(from, to, input.data(), input.size(), output, log);
   WriteOutput(output.view());
   if (converted && !converter.m_hadErrors) return kExitDone;
   // A page that never converts is another matter than a stray character.

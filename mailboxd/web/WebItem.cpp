@@ -7,6 +7,7 @@
 
 #include "base/ExtPtrArray.h"
 #include "base/LogNull.h"
+#include "html/CkHtmlToText.h"
 #include "mailboxd/store/MailOfItem.h"
 #include "mailboxd/store/Numbers.h"
 #include "mailboxd/web/DownloadName.h"
@@ -181,11 +182,22 @@ std::string CutBox(std::string_view text, size_t size) {
 }
 std::string CutBox(std::string_view text) { return CutBox(Cut(text, kSourceShown), text.size()); }
 
+// The mail's own plain text, else one made of its HTML.
+std::string PlainBox(std::string_view text, std::string_view html) {
+  if (!text.empty()) return CutBox(text);
+  std::string page(html);
+  std::replace(page.begin(), page.end(), '\0', ' ');  // at which a text would end
+  CkHtmlToText converter;
+  converter.put_Utf8(true);
+  const char* const made = converter.toText(page.c_str());
+  return CutBox(made != nullptr ? made : "");
+}
+
 std::string BodyBox(std::string_view text, std::string_view html, const std::string& base) {
   if (text.empty() && html.empty()) return "";
   if (html.empty()) return "<h2>Body</h2>\n" + CutBox(text);
   return "<h2>Body</h2>\n<div class=\"box\"><iframe sandbox title=\"Body\" src=\"" + base +
-         "/body\"></iframe></div>\n" + (text.empty() ? "" : Folded("As plain text", CutBox(text))) +
+         "/body\"></iframe></div>\n" + Folded("As plain text", PlainBox(text, html)) +
          Folded("HTML source", CutBox(html));
 }
 
