@@ -27,6 +27,7 @@ constexpr auto kCommands = std::to_array<Command>({
     {"ledger", client::RunLedger, "show what the ledger of a run holds"},
     {"convert", client::RunConvert, "convert text from one charset to another"},
     {"html2text", client::RunHtml2text, "convert HTML to plain text"},
+    {"mht", client::RunMht, "make one file of a page with all that it shows"},
     {"rtf2html", client::RunRtf2html, "convert rich text to a page with its pictures"},
 });
 

@@ -21,6 +21,7 @@ int RunMigrate(const Arguments& arguments);
 int RunMailbox(const Arguments& arguments);
 int RunLedger(const Arguments& arguments);
 int RunConvert(const Arguments& arguments);
+int RunMht(const Arguments& arguments);
 int RunMime(const Arguments& arguments);
 int RunEmail(const Arguments& arguments);
 int RunItem(const Arguments& arguments);

@@ -1,30 +1,15 @@
 #include "mime/email/Email2.h"
 
-#include <array>
-#include <ctime>
 #include <string>
 #include <utility>
 
 #include "base/ByteSearch.h"
 #include "mime/header/AttributeReader.h"
 #include "mime/header/ContentDisposition.h"
+#include "mime/header/MailDate.h"
 #include "mime/tree/MimeMessage2.h"
 
 namespace mail {
-namespace {
-
-// "Sun, 31 Mar 2024 13:05:00 +0200": names are English, for no program sets a locale.
-std::string dateOfNow() {
-  const std::time_t nNow = std::time(nullptr);
-  std::tm objLocal{};
-  std::array<char, 64> aText{};
-  if (localtime_r(&nNow, &objLocal) == nullptr) return {};
-  return {aText.data(),
-          std::strftime(aText.data(), aText.size(), "%a, %d %b %Y %H:%M:%S %z", &objLocal)};
-}
-
-}  // namespace
-
 Email2::Email2() { m_header.m_control.m_bMailAddresses = true; }
 
 OwnedPtr<Email2> Email2::newMail(LogBase& log) {
@@ -32,7 +17,7 @@ OwnedPtr<Email2> Email2::newMail(LogBase& log) {
   if (pMail == nullptr) return nullptr;
   MimeHeader& objHeader = pMail->m_header;
   objHeader.addField("MIME-Version", "1.0", log);
-  objHeader.addField("Date", dateOfNow(), log);
+  objHeader.addField("Date", mailDateOfNow(), log);
   objHeader.addField("Content-Type", "text/plain", log);
   objHeader.addField("Content-Transfer-Encoding", "7bit", log);
   objHeader.addField("X-Priority", "3 (Normal)", log);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <ctime>
 #include <string>
 #include <utility>
 #include <vector>
@@ -303,6 +304,16 @@ std::optional<std::int64_t> parseMailDate(std::string_view text) {
   Reader reader;
   for (const std::string& word : Words(text)) reader.take(word);
   return reader.seconds();
+}
+
+// Names are English, for no program sets a locale.
+std::string mailDateOfNow() {
+  const std::time_t nNow = std::time(nullptr);
+  std::tm objLocal{};
+  std::array<char, 64> aText{};
+  if (localtime_r(&nNow, &objLocal) == nullptr) return {};
+  return {aText.data(),
+          std::strftime(aText.data(), aText.size(), "%a, %d %b %Y %H:%M:%S %z", &objLocal)};
 }
 
 }  // namespace mail

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace mail {
@@ -15,5 +16,8 @@ namespace mail {
 // time, or names a day that does not exist. A missing or unknown zone counts as UTC. Years 1900 to
 // 9999. Linear in the size of the text. Does not throw but for want of memory.
 std::optional<std::int64_t> parseMailDate(std::string_view text);
+
+// "Sun, 31 Mar 2024 13:05:00 +0200": now, in the local time of this machine.
+std::string mailDateOfNow();
 
 }  // namespace mail

@@ -171,6 +171,11 @@ void MimeMessage2::setBody(std::string_view strBytes) {
   setBody(std::move(arrBody));
 }
 
+void MimeMessage2::setBodyInCharset(DataBuffer&& arrBody) {
+  setBody(std::move(arrBody));
+  m_bUnconverted = true;
+}
+
 void MimeMessage2::takeBody(MimeMessage2& other) {
   m_body = std::move(other.m_body);
   m_bUnconverted = other.m_bUnconverted;

@@ -116,6 +116,8 @@ class MimeMessage2 : public LibraryObject {
   void setEncoding(std::string_view strEncoding, LogBase& log);
   void setBody(DataBuffer&& arrBody);  // UTF-8 for text
   void setBody(std::string_view strBytes);
+  // Bytes that are in the entity's charset already, and go out as they are but for the encoding.
+  void setBodyInCharset(DataBuffer&& arrBody);
   // Takes over the body of another entity, which has none then, in place of this one's.
   void takeBody(MimeMessage2& other);
   // Give body and raw part away; the entity is without them then.
