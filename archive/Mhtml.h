@@ -169,6 +169,7 @@ class Mhtml : public LibraryObject {
   bool spendBrought(std::size_t nBytes);  // false when the page has brought in too much
   // One text for all spellings of what one URL means in the current document.
   std::string identityOf(const std::string& strUrl);
+  std::string partOf(const std::string& strUrl);
 
   // --- MhtmlUrls.cpp: what URLs mean in the current document. ---
   MhtmlContext& context();  // the top of the stack, which is never empty behind it
@@ -187,7 +188,7 @@ class Mhtml : public LibraryObject {
   bool m_fromMemory = false;
   _ckCharset m_charset;  // of the page; one that a file names stays for the next file
   StringBuffer m_styleBase;
-  std::unordered_set<std::string> m_doneUrls;  // as identityOf
+  std::unordered_set<std::string> m_doneUrls;  // as partOf
   std::unordered_map<std::string, std::string> m_cidToUrl;
   std::unordered_map<std::string, std::string> m_mapIds;  // identityOf -> content id
   std::unordered_set<std::string> m_setMissing;           // as identityOf

@@ -84,7 +84,7 @@ void Mhtml::addResourceParts(std::string_view strHtml, LogBase& log) {
 
 bool Mhtml::isWanted(const StringPair& objPair, bool bReferenced, bool bFrameset, LogBase& log) {
   const std::string strUrl(objPair.m_strUrl.view());
-  if (strUrl.empty() || m_doneUrls.contains(identityOf(strUrl))) return false;
+  if (strUrl.empty() || m_doneUrls.contains(partOf(strUrl))) return false;
   if (m_useCids && !bReferenced && !bFrameset && !isPageUrl(strUrl)) {
     log.LogInfo("Skipping content because it is not referenced in the HTML.");
     return false;
@@ -107,7 +107,7 @@ void Mhtml::addResourcePart(const StringPair& objPair, LogBase& log) {
     return;
   }
   m_cidToUrl.erase("cid:" + std::string(objPair.m_strContentId.view()));
-  m_doneUrls.insert(identityOf(strUrl));
+  m_doneUrls.insert(partOf(strUrl));
   const DetectedType objType = detectContentType(objFetched.arrBytes.view(), strUrl);
   if (objType.bIsScript && m_dropScripts) {
     log.LogInfo("Not including because this is a script.");
@@ -235,6 +235,11 @@ bool Mhtml::spendBrought(std::size_t nBytes) {
   if (nBytes > kMaxBroughtBytes - m_nBroughtBytes) return false;
   m_nBroughtBytes += nBytes;
   return true;
+}
+
+// Which part shows that URL: tags find it by its content id, or else by the URL as they spell it.
+std::string Mhtml::partOf(const std::string& strUrl) {
+  return m_useCids ? identityOf(strUrl) : identityOf(strUrl) + '\n' + strUrl;
 }
 
 std::string Mhtml::identityOf(const std::string& strUrl) {
