@@ -43,7 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   mht.put_BaseUrl(("file:///" + kFolder).c_str());
   mht.put_UseCids(data[0] & 1);
   mht.put_NoScripts(data[0] & 2);
-  const char* const text = (data[0] & 4) ? mht.htmlToEML(html.c_str()) : mht.htmlToMHT(html.c_str());
+  const char* const text =
+      (data[0] & 4) ? mht.htmlToEML(html.c_str()) : mht.htmlToMHT(html.c_str());
   Require(text != nullptr);
   const std::string_view mime(text);
   Require(mime.find("Html--Url--Location") == std::string_view::npos);

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "base/LogNull.h"
-#include "html/ClsHtmlToXml.h"
 #include "html/CkHtmlToText.h"
+#include "html/ClsHtmlToXml.h"
 
 namespace {
 

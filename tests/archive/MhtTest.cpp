@@ -126,9 +126,9 @@ TEST_F(Archive, StyleSheetsBecomeInlineAndTheirPicturesParts) {
   m_folder.Write("more.css", "p { background: url(b.gif) }");
   m_folder.Write("s.css", "@import url(more.css); td { background-image: url('a.gif') }");
   m_mht.put_UseCids(true);
-  const std::string mime = Mht(
-      "<head><LINK rel=stylesheet href=s.css><link rel=stylesheet media=print href=s.css>"
-      "<style>b{}</style></head>");
+  const std::string mime =
+      Mht("<head><LINK rel=stylesheet href=s.css><link rel=stylesheet media=print href=s.css>"
+          "<style>b{}</style></head>");
   const std::string page = PageOf(mime);
   EXPECT_THAT(page, HasSubstr("<style type=\"text/css\">"));
   EXPECT_THAT(page, Not(HasSubstr("<link")));
@@ -149,9 +149,9 @@ TEST_F(Archive, SheetsThatImportEachOtherEnd) {
 
 TEST_F(Archive, ImportsStopAtTheSixthLevel) {
   for (int n = 1; n < 9; ++n) {
-    m_folder.Write("s" + std::to_string(n) + ".css", "@import \"s" + std::to_string(n + 1) +
-                                                         ".css\"; .level" + std::to_string(n) +
-                                                         "{}");
+    m_folder.Write(
+        "s" + std::to_string(n) + ".css",
+        "@import \"s" + std::to_string(n + 1) + ".css\"; .level" + std::to_string(n) + "{}");
   }
   const std::string page = PageOf(Mht("<style>@import \"s1.css\";</style>"));
   EXPECT_THAT(page, HasSubstr(".level6{}"));
