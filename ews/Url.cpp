@@ -35,6 +35,13 @@ UrlHandle Parse(std::string_view strUrl) {
   return bParsed ? std::move(pUrl) : nullptr;
 }
 
+// False for a host that would be another one ("%327" is 27, which is 0.0.0.27) to whoever reads the
+// URL as it is written out.
+bool IsHostStable(CURLU* pUrl) {
+  const UrlHandle pAgain = Parse(Part(pUrl, CURLUPART_URL));
+  return pAgain && Part(pAgain.get(), CURLUPART_HOST) == Part(pUrl, CURLUPART_HOST);
+}
+
 }  // namespace
 
 bool Url::IsLoopback() const {
@@ -57,7 +64,7 @@ bool Url::SameOrigin(const Url& objOther) const {
 std::optional<Url> ParseUrl(std::string_view strUrl) {
   if (strUrl.find('\0') != std::string_view::npos) return std::nullopt;
   const UrlHandle pUrl = Parse(strUrl);
-  if (!pUrl) return std::nullopt;
+  if (!pUrl || !IsHostStable(pUrl.get())) return std::nullopt;
   Url objUrl;
   objUrl.strScheme = LowerAscii(Part(pUrl.get(), CURLUPART_SCHEME));
   objUrl.strHost = LowerAscii(Part(pUrl.get(), CURLUPART_HOST));

@@ -79,6 +79,11 @@ std::string Quoted(std::string_view mail) {
   return text + "\n";
 }
 
+// Empty lines in front of a header go with the line of the mbox.
+std::string_view WithoutFirstBlanks(std::string_view mail) {
+  return mail.substr(std::min(mail.size(), mail.find_first_not_of("\r\n")));
+}
+
 void CheckRoundTrip(std::string_view content) {
   std::vector<std::string> mails;
   std::string file;
@@ -93,7 +98,7 @@ void CheckRoundTrip(std::string_view content) {
   Require(found.size() == mails.size());
   for (std::size_t i = 0; i < found.size(); ++i) {
     const std::string_view bytes = std::string_view(file).substr(found[i].offset, found[i].length);
-    Require(client::UnquoteMbox(bytes) == mails[i]);
+    Require(client::UnquoteMbox(bytes) == WithoutFirstBlanks(mails[i]));
   }
 }
 
