@@ -112,11 +112,7 @@ FindFoldersResults ExchangeService::Find(const FolderId& objParent, const Search
     objWriter.Start(kMessages, "FolderShape");
     objWriter.Element(kTypes, "BaseShape", std::string_view("AllProperties"));
     objWriter.End();
-    objWriter.Start(kMessages, "IndexedPageFolderView");
-    objWriter.Attribute("MaxEntriesReturned", std::string_view(std::to_string(objView.PageSize())));
-    objWriter.Attribute("Offset", std::string_view("0"));
-    objWriter.Attribute("BasePoint", std::string_view("Beginning"));
-    objWriter.End();
+    objWriter.Page("IndexedPageFolderView", objView.PageSize(), objView.Offset());
     if (pFilter) {
       objWriter.Start(kMessages, "Restriction");
       pFilter->WriteTo(objWriter);

@@ -7,6 +7,7 @@
 #include "ews/Credentials.h"
 #include "ews/EwsTransport.h"
 #include "ews/FindFolders.h"
+#include "ews/FindItems.h"
 #include "ews/SearchFilter.h"
 #include "ews/SoapReader.h"
 #include "ews/Types.h"
@@ -69,6 +70,9 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   FindFoldersResults FindFolders(const FolderId& objParent, const FolderView& objView);
   FindFoldersResults FindFolders(const FolderId& objParent, const SearchFilter& objFilter,
                                  const FolderView& objView);
+  // The items of a folder that fit the filter, or all of them for null (ews/FindItems.cpp).
+  FindItemsResults FindItems(const FolderId& objParent, const SearchFilter* pFilter,
+                             const ItemView& objView);
 
   // What a call does at the server, and with it whether a connection that ends without an answer
   // may be followed by a second try.

@@ -49,10 +49,19 @@ std::string FormatUtc(UtcTime objTime) {
                      objClock.seconds().count());
 }
 
+ExtendedPropertyDefinition ExtendedPropertyDefinition::PublicString(CString strName) {
+  ExtendedPropertyDefinition objDefinition(0, MapiPropertyType::String);
+  objDefinition.m_strName = std::move(strName);
+  return objDefinition;
+}
+
 void ExtendedPropertyDefinition::WriteTo(SoapWriter& objWriter) const {
   objWriter.Start(SoapWriter::kTypes, "ExtendedFieldURI");
   const std::string strId = std::to_string(m_nId);
-  if (m_strPropertySetId.IsEmpty()) {
+  if (!m_strName.IsEmpty()) {
+    objWriter.Attribute("DistinguishedPropertySetId", std::string_view("PublicStrings"));
+    objWriter.Attribute("PropertyName", m_strName);
+  } else if (m_strPropertySetId.IsEmpty()) {
     objWriter.Attribute("PropertyTag", std::string_view(strId));
   } else {
     objWriter.Attribute("PropertySetId", m_strPropertySetId);

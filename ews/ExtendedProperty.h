@@ -19,13 +19,15 @@ struct UtcTime {
 // "2024-03-05T09:15:00Z".
 std::string FormatUtc(UtcTime objTime);
 
-// Names a property by its tag, or by a property set with an id in it.
+// Names a property by its tag, or by a property set with an id or a name in it.
 class ExtendedPropertyDefinition {
  public:
   ExtendedPropertyDefinition(int nTag, MapiPropertyType eType) : m_nId(nTag), m_eType(eType) {}
   // The set's id as text without braces.
   ExtendedPropertyDefinition(CString strPropertySetId, int nId, MapiPropertyType eType)
       : m_strPropertySetId(std::move(strPropertySetId)), m_nId(nId), m_eType(eType) {}
+  // The text property of that name in the public strings set.
+  static ExtendedPropertyDefinition PublicString(CString strName);
 
   MapiPropertyType MapiType() const { return m_eType; }
   friend bool operator==(const ExtendedPropertyDefinition&,
@@ -34,6 +36,7 @@ class ExtendedPropertyDefinition {
 
  private:
   CString m_strPropertySetId;  // empty: the id is a tag
+  CString m_strName;           // set: a name in the public strings set stands for set and id
   int m_nId;
   MapiPropertyType m_eType;
 };

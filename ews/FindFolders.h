@@ -6,14 +6,17 @@
 
 namespace ews {
 
-// How much of a search's result is wanted: one page from the beginning, direct children only.
+// How much of a search's result is wanted: one page of direct children, behind the first nOffset.
 class FolderView {
  public:
-  explicit FolderView(int nPageSize) : m_nPageSize(nPageSize) {}
+  explicit FolderView(int nPageSize, int nOffset = 0)
+      : m_nPageSize(nPageSize), m_nOffset(nOffset) {}
   int PageSize() const { return m_nPageSize; }
+  int Offset() const { return m_nOffset; }
 
  private:
   int m_nPageSize;
+  int m_nOffset;
 };
 
 // The answer of a search, in the server's order.

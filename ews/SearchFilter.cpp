@@ -35,12 +35,16 @@ void ContainsSubstring::WriteTo(SoapWriter& objWriter) const {
   objWriter.End();
 }
 
-IsEqualTo::IsEqualTo(FolderSchema eProperty, CString strValue)
-    : m_eProperty(eProperty), m_strValue(std::move(strValue)) {}
+IsEqualTo::IsEqualTo(Property objProperty, CString strValue)
+    : m_objProperty(std::move(objProperty)), m_strValue(std::move(strValue)) {}
 
 void IsEqualTo::WriteTo(SoapWriter& objWriter) const {
   objWriter.Start(SoapWriter::kTypes, "IsEqualTo");
-  WriteField(objWriter, m_eProperty);
+  if (const auto* pExtended = std::get_if<ExtendedPropertyDefinition>(&m_objProperty)) {
+    pExtended->WriteTo(objWriter);
+  } else {
+    WriteField(objWriter, std::get<FolderSchema>(m_objProperty));
+  }
   objWriter.Start(SoapWriter::kTypes, "FieldURIOrConstant");
   WriteConstant(objWriter, m_strValue);
   objWriter.End();

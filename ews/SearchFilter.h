@@ -1,8 +1,10 @@
 #pragma once
 
 #include <memory>
+#include <variant>
 #include <vector>
 
+#include "ews/ExtendedProperty.h"
 #include "platform/CString.h"
 
 namespace ews {
@@ -30,14 +32,16 @@ class ContainsSubstring : public SearchFilter {
   CString m_strValue;
 };
 
-// The property is the text.
+// The property is the text. Servers may compare without regard to case.
 class IsEqualTo : public SearchFilter {
  public:
-  IsEqualTo(FolderSchema eProperty, CString strValue);
+  using Property = std::variant<FolderSchema, ExtendedPropertyDefinition>;
+
+  IsEqualTo(Property objProperty, CString strValue);
   void WriteTo(SoapWriter& objWriter) const override;
 
  private:
-  FolderSchema m_eProperty;
+  Property m_objProperty;
   CString m_strValue;
 };
 

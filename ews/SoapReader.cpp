@@ -68,12 +68,36 @@ void ReadAttachmentIds(pugi::xml_node objAttachments, std::vector<std::string>& 
   }
 }
 
+// Servers write a tag in hexadecimal, "0x1035", or in decimal.
+int ReadTag(std::string_view strText) {
+  const bool bHex = strText.starts_with("0x") || strText.starts_with("0X");
+  if (bHex) strText.remove_prefix(2);
+  int nTag = 0;
+  const char* pEnd = strText.data() + strText.size();
+  const auto objEnd = std::from_chars(strText.data(), pEnd, nTag, bHex ? 16 : 10);
+  return objEnd.ec == std::errc() && objEnd.ptr == pEnd ? nTag : 0;
+}
+
+void ReadProperties(pugi::xml_node objItem, std::vector<PropertyRecord>& arrProperties) {
+  for (const pugi::xml_node objProperty : objItem.children()) {
+    if (LocalName(objProperty) != "ExtendedProperty") continue;
+    const pugi::xml_node objUri = Child(objProperty, "ExtendedFieldURI");
+    arrProperties.push_back({ReadTag(objUri.attribute("PropertyTag").value()),
+                             objUri.attribute("PropertyName").value(),
+                             FullText(Child(objProperty, "Value"))});
+  }
+}
+
 ItemRecord ReadItem(pugi::xml_node objItem) {
   ItemRecord objRecord;
   objRecord.strElement = LocalName(objItem);
   const pugi::xml_node objId = Child(objItem, "ItemId");
   objRecord.strId = objId.attribute("Id").value();
   objRecord.strChangeKey = objId.attribute("ChangeKey").value();
+  objRecord.strClass = FullText(Child(objItem, "ItemClass"));
+  objRecord.strSubject = FullText(Child(objItem, "Subject"));
+  objRecord.nSize = ReadNumber(FullText(Child(objItem, "Size")));
+  ReadProperties(objItem, objRecord.arrProperties);
   const pugi::xml_node objAttachments = Child(objItem, "Attachments");
   objRecord.bAttachments = !objAttachments.empty();
   ReadAttachmentIds(objAttachments, objRecord.arrAttachmentIds);
@@ -96,6 +120,12 @@ void ReadFolders(pugi::xml_node objParent, ResponseMessage& objMessage) {
   }
 }
 
+void ReadItems(pugi::xml_node objParent, ResponseMessage& objMessage) {
+  for (const pugi::xml_node objItem : Child(objParent, "Items").children()) {
+    if (objItem.type() == pugi::node_element) objMessage.arrItems.push_back(ReadItem(objItem));
+  }
+}
+
 ResponseMessage ReadMessage(pugi::xml_node objNode) {
   ResponseMessage objMessage;
   objMessage.strElement = LocalName(objNode);
@@ -107,12 +137,13 @@ ResponseMessage ReadMessage(pugi::xml_node objNode) {
     const auto nTotal = ReadNumber(objRoot.attribute("TotalItemsInView").value());
     objMessage.nTotalItemsInView =
         static_cast<int>(std::clamp(nTotal.value_or(0), 0LL, 2147483647LL));
+    const std::string_view strLast = objRoot.attribute("IncludesLastItemInRange").value();
+    objMessage.bLastInRange = strLast == "true" || strLast == "1";
     ReadFolders(objRoot, objMessage);
+    ReadItems(objRoot, objMessage);
   }
   ReadFolders(objNode, objMessage);
-  for (const pugi::xml_node objItem : Child(objNode, "Items").children()) {
-    if (objItem.type() == pugi::node_element) objMessage.arrItems.push_back(ReadItem(objItem));
-  }
+  ReadItems(objNode, objMessage);
   ReadAttachmentIds(Child(objNode, "Attachments"), objMessage.arrAttachmentIds);
   return objMessage;
 }

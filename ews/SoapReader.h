@@ -19,10 +19,21 @@ struct FolderRecord {
   std::string strDisplayName;
 };
 
+// An extended property with one value.
+struct PropertyRecord {
+  int nTag = 0;         // 0 for one that has none
+  std::string strName;  // of a named one
+  std::string strValue;
+};
+
 struct ItemRecord {
   std::string strElement;  // "Message", …
   std::string strId;
   std::string strChangeKey;
+  std::string strClass;  // "IPM.Note", …
+  std::string strSubject;
+  std::optional<long long> nSize;  // bytes, as the server counts them
+  std::vector<PropertyRecord> arrProperties;
   bool bAttachments = false;  // the answer lists attachments, be it none
   std::vector<std::string> arrAttachmentIds;
   std::string strImportance;
@@ -39,6 +50,7 @@ struct ResponseMessage {
   std::optional<std::chrono::milliseconds> nBackOff;
   std::vector<FolderRecord> arrFolders;
   int nTotalItemsInView = 0;
+  bool bLastInRange = false;  // no page follows
   std::vector<ItemRecord> arrItems;
   std::vector<std::string> arrAttachmentIds;
 };

@@ -149,6 +149,14 @@ void SoapWriter::Element(Vocabulary eVocabulary, std::string_view strName,
   Element(eVocabulary, strName, platform::Utf8ToUtf16(strValue));
 }
 
+void SoapWriter::Page(std::string_view strName, int nSize, int nOffset) {
+  Start(kMessages, strName);
+  Attribute("MaxEntriesReturned", std::string_view(std::to_string(nSize)));
+  Attribute("Offset", std::string_view(std::to_string(nOffset)));
+  Attribute("BasePoint", std::string_view("Beginning"));
+  End();
+}
+
 RequestBody SoapWriter::Finish() {
   m_strText += "</soap:Body></soap:Envelope>";
   Flush();

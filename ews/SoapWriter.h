@@ -38,6 +38,9 @@ class SoapWriter {
   void Element(Vocabulary eVocabulary, std::string_view strName, std::u16string_view strValue);
   void Element(Vocabulary eVocabulary, std::string_view strName, std::string_view strValue);
 
+  // Which page of a search's result is wanted, as an element of that name.
+  void Page(std::string_view strName, int nSize, int nOffset);
+
   // Closes the envelope. The writer is used up.
   RequestBody Finish();
 

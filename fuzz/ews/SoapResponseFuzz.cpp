@@ -30,6 +30,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
     total += message.strText.size() + message.strCode.size();
     for (const auto& folder : message.arrFolders) total += folder.strDisplayName.size();
     for (const auto& id : message.arrAttachmentIds) total += id.size();
+    for (const auto& item : message.arrItems) {
+      total += item.strClass.size() + item.strSubject.size();
+      for (const auto& property : item.arrProperties) total += property.strValue.size();
+    }
     Require(message.nTotalItemsInView >= 0);
     CheckBackOff(message.nBackOff);
   }
