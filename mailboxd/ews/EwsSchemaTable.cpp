@@ -19,6 +19,7 @@ const Kind kTraversal{
 const Kind kItemTraversal{
     Value::kChoices, "ItemQueryTraversalType", {"Shallow", "SoftDeleted", "Associated"}};
 const Kind kBasePoint{Value::kChoices, "IndexBasePointType", {"Beginning", "End"}};
+const Kind kDirection{Value::kChoices, "SortDirectionType", {"Ascending", "Descending"}};
 const Kind kShape{Value::kChoices,
                   "DefaultShapeNamesType",
                   {"IdOnly", "Default", "AllProperties", "PcxPeopleSearch"}};
@@ -242,13 +243,18 @@ void AddFolders(TypeTable& types) {
 }
 
 void AddRestrictions(TypeTable& types) {
-  const std::vector<ChildRule> expressions = {{"Contains", "Contains", kOptional, kMany},
-                                              {"IsEqualTo", "Comparison", kOptional, kMany},
-                                              {"IsNotEqualTo", "Comparison", kOptional, kMany},
-                                              {"Exists", "Exists", kOptional, kMany},
-                                              {"Not", "Not", kOptional, kMany},
-                                              {"And", "AndOr", kOptional, kMany},
-                                              {"Or", "AndOr", kOptional, kMany}};
+  const std::vector<ChildRule> expressions = {
+      {"Contains", "Contains", kOptional, kMany},
+      {"IsEqualTo", "Comparison", kOptional, kMany},
+      {"IsNotEqualTo", "Comparison", kOptional, kMany},
+      {"IsGreaterThan", "Comparison", kOptional, kMany},
+      {"IsGreaterThanOrEqualTo", "Comparison", kOptional, kMany},
+      {"IsLessThan", "Comparison", kOptional, kMany},
+      {"IsLessThanOrEqualTo", "Comparison", kOptional, kMany},
+      {"Exists", "Exists", kOptional, kMany},
+      {"Not", "Not", kOptional, kMany},
+      {"And", "AndOr", kOptional, kMany},
+      {"Or", "AndOr", kOptional, kMany}};
   types["Restriction"] = Of(Order::kOneOf, Space::kTypes, expressions);
   types["Not"] = Of(Order::kOneOf, Space::kTypes, expressions);
   types["AndOr"] = Of(Order::kAnyOf, Space::kTypes, expressions);
@@ -274,6 +280,12 @@ void AddRestrictions(TypeTable& types) {
                                         {{"FieldURI", "FieldUri", kOptional, kMany},
                                          {"IndexedFieldURI", "Open", kOptional, kMany},
                                          {"ExtendedFieldURI", "ExtendedUri", kOptional, kMany}});
+  types["SortOrder"] =
+      Of(Order::kAnyOf, Space::kTypes, {{"FieldOrder", "FieldOrder", kOptional, kMany}});
+  types["FieldOrder"] = Of(
+      Order::kOneOf, Space::kTypes,
+      {{"FieldURI", "FieldUri"}, {"IndexedFieldURI", "Open"}, {"ExtendedFieldURI", "ExtendedUri"}},
+      {{"Order", kRequired, &kDirection}});
   types["Constant"] = Of(Order::kSequence, Space::kTypes, {}, {{"Value", kRequired, &kString}});
   types["FieldUri"] = Of(Order::kSequence, Space::kTypes, {}, {{"FieldURI", kRequired, &kField}});
   types["ExtendedUri"] = Of(Order::kSequence, Space::kTypes, {},
@@ -309,6 +321,8 @@ void AddItemRequests(TypeTable& types) {
   types["FindItem"] = Of(Order::kSequence, Space::kMessages,
                          {{"ItemShape", "ItemShape", kRequired},
                           {"IndexedPageItemView", "PageView"},
+                          {"Restriction", "Restriction"},
+                          {"SortOrder", "SortOrder"},
                           {"ParentFolderIds", "FolderIds", kRequired}},
                          {{"Traversal", kRequired, &kItemTraversal}});
   types["DeleteItem"] = Of(Order::kSequence, Space::kMessages, {{"ItemIds", "ItemIds", kRequired}},

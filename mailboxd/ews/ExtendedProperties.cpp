@@ -1,7 +1,10 @@
 #include "mailboxd/ews/ExtendedProperties.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdio>
+#include <utility>
 
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/store/DateTime.h"
@@ -9,6 +12,8 @@
 
 namespace mailbox {
 namespace {
+
+constexpr std::string_view kMessageSize = "tag:0xe08";
 
 std::string TagKey(std::string_view text) {
   const bool hex = text.starts_with("0x") || text.starts_with("0X");
@@ -32,6 +37,31 @@ bool FitsType(std::string_view type, const std::string& value) {
   }
   return true;
 }
+
+// The flags as a reader sees them: as they were set, with the bits that the item's state decides.
+std::string MessageFlags(const ItemInfo& item, const ExtendedProperty* stored) {
+  int flags = 0;
+  if (stored != nullptr && !stored->values.empty()) {
+    const std::string& text = stored->values.front();
+    std::from_chars(text.data(), text.data() + text.size(), flags);
+  }
+  flags = (flags & ~(kReadFlag | kUnsentFlag)) | (item.isRead ? kReadFlag : 0) |
+          (item.isDraft ? kUnsentFlag : 0);
+  return std::to_string(flags);
+}
+
+// The fields that clients ask for as properties, too.
+struct FieldRow {
+  std::string_view key;
+  std::string ItemInfo::*member;
+};
+constexpr std::array<FieldRow, 5> kFields = {{
+    {kSubject, &ItemInfo::subject},
+    {kMessageIdKey, &ItemInfo::messageId},
+    {"tag:0x1a", &ItemInfo::itemClass},
+    {kDeliveryTime, &ItemInfo::received},
+    {kSubmitTime, &ItemInfo::sent},
+}};
 
 // Takes the text up to the next colon off the front.
 std::string_view TakePart(std::string_view& key) {
@@ -77,6 +107,23 @@ ExtendedProperty ReadProperty(pugi::xml_node node) {
                          "The specified value is invalid for property.");
   }
   return property;
+}
+
+std::optional<ExtendedProperty> PropertyOf(const ItemInfo& item, std::string_view key,
+                                           std::string_view type) {
+  const auto found = std::find_if(item.properties.begin(), item.properties.end(),
+                                  [&](const ExtendedProperty& one) { return one.key == key; });
+  const ExtendedProperty* stored = found == item.properties.end() ? nullptr : &*found;
+  const auto made = [&](std::string value) {
+    return ExtendedProperty{std::string(key), std::string(type), {std::move(value)}};
+  };
+  if (key == kMessageFlags) return made(MessageFlags(item, stored));
+  if (stored != nullptr) return *stored;
+  if (key == kMessageSize) return made(std::to_string(item.size));
+  for (const FieldRow& row : kFields) {
+    if (row.key == key && !(item.*row.member).empty()) return made(item.*row.member);
+  }
+  return std::nullopt;
 }
 
 void WriteProperty(const ExtendedProperty& property, EwsResponse& response) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -16,6 +17,11 @@ std::string PropertyKey(pugi::xml_node uri);
 // Reads an ExtendedProperty element; throws OperationError for a value that is not of its type.
 ExtendedProperty ReadProperty(pugi::xml_node node);
 void WriteProperty(const ExtendedProperty& property, EwsResponse& response);
+
+// One of an item: as it was given, or made of the field that it is; nothing where the item has
+// neither. The type is what the client asks for, for a property that nobody gave.
+std::optional<ExtendedProperty> PropertyOf(const ItemInfo& item, std::string_view key,
+                                           std::string_view type);
 
 // The properties that are also fields of the item.
 inline constexpr std::string_view kMessageFlags = "tag:0xe07";

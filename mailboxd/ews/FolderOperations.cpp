@@ -4,6 +4,7 @@
 
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/Operations.h"
+#include "mailboxd/ews/Restriction.h"
 #include "platform/Unicode.h"
 
 namespace mailbox {
@@ -69,49 +70,12 @@ void WriteFolder(const FolderInfo& folder, const FolderShape& shape, EwsResponse
   response.Close(name);
 }
 
-std::u16string Folded(std::string_view text, bool ignoreCase) {
-  std::u16string wide = platform::Utf8ToUtf16(text);
-  return ignoreCase ? platform::UpperUnits(wide) : wide;
-}
-
-bool MatchesText(pugi::xml_node filter, std::string_view name) {
-  const std::string_view comparison = Attribute(filter, "ContainmentComparison");
-  const bool ignoreCase = comparison.find("IgnoreCase") != std::string_view::npos;
-  const std::u16string text = Folded(name, ignoreCase);
-  const std::u16string wanted = Folded(Attribute(Child(filter, "Constant"), "Value"), ignoreCase);
-  const std::string_view mode = Attribute(filter, "ContainmentMode");
-  if (mode == "Prefixed") return text.starts_with(wanted);
-  if (mode == "FullString" || mode.empty()) return text == wanted;
-  if (mode == "PrefixOnWords") {
-    return text.starts_with(wanted) || text.find(u" " + wanted) != std::u16string::npos;
-  }
-  return text.find(wanted) != std::u16string::npos;
-}
-
-// Only names can be searched for.
-void RequireDisplayName(pugi::xml_node filter) {
-  if (Attribute(Child(filter, "FieldURI"), "FieldURI") == "folder:DisplayName") return;
+// Only names and classes can be searched for.
+std::optional<FieldValue> ReadField(const FolderInfo& folder, pugi::xml_node path) {
+  const std::string_view field = Attribute(path, "FieldURI");
+  if (field == "folder:DisplayName") return FieldValue::Text(folder.name);
+  if (field == "folder:FolderClass") return FieldValue::Text(folder.folderClass);
   throw ErrorOf("ErrorUnsupportedPathForQuery");
-}
-
-// Recursion is bounded: the schema check refuses what nests deeper than kMaximumDepth.
-bool Matches(pugi::xml_node filter, std::string_view name) {
-  const std::string_view kind = LocalName(filter);
-  if (kind == "And" || kind == "Or") {
-    const bool isAnd = kind == "And";
-    for (auto part = FirstElement(filter); part; part = NextElement(part)) {
-      if (Matches(part, name) != isAnd) return !isAnd;
-    }
-    return isAnd;
-  }
-  if (kind == "Not") return !Matches(FirstElement(filter), name);
-  if (kind == "Exists") return true;
-  RequireDisplayName(filter);
-  if (kind == "Contains") return MatchesText(filter, name);
-  const pugi::xml_node constant = Child(Child(filter, "FieldURIOrConstant"), "Constant");
-  const bool equal = platform::EqualNoCase(platform::Utf8ToUtf16(Attribute(constant, "Value")),
-                                           platform::Utf8ToUtf16(name));
-  return equal == (kind == "IsEqualTo");
 }
 
 void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node parent,
@@ -120,7 +84,9 @@ void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node pa
   std::vector<FolderInfo> found =
       context.store.ChildFolders(root.id, Attribute(request, "Traversal") == "Deep");
   if (const pugi::xml_node filter = FirstElement(Child(request, "Restriction"))) {
-    std::erase_if(found, [&](const FolderInfo& folder) { return !Matches(filter, folder.name); });
+    std::erase_if(found, [&](const FolderInfo& folder) {
+      return !Matches(filter, [&](pugi::xml_node path) { return ReadField(folder, path); });
+    });
   }
   const auto total = static_cast<std::int64_t>(found.size());
   const Page page = ReadPage(Child(request, "IndexedPageFolderView"), total);

@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/ItemChanges.h"
 #include "mailboxd/ews/ItemReading.h"
+#include "mailboxd/ews/ItemSearch.h"
 #include "mailboxd/ews/ItemWriting.h"
 #include "mailboxd/ews/Operations.h"
 #include "mailboxd/store/MailOfItem.h"
@@ -111,18 +113,45 @@ void GetOne(const Context& context, std::int64_t id, const ItemShape& shape,
   response.Success("m:Items", [&] { WriteItem(context, *item, mail, shape, response); });
 }
 
+// A page of what a request finds in a folder.
+struct Found {
+  std::int64_t total = 0;
+  Page page;
+  std::vector<ItemInfo> items;
+};
+
+Found FindIn(const Context& context, const FolderInfo& folder, pugi::xml_node request) {
+  const pugi::xml_node view = Child(request, "IndexedPageItemView");
+  const pugi::xml_node restriction = Child(request, "Restriction");
+  const pugi::xml_node sortOrder = Child(request, "SortOrder");
+  Found found;
+  if (Attribute(request, "Traversal") != "Shallow") {  // no item is deleted softly, or associated
+    found.page = ReadPage(view, 0);
+  } else if (!restriction && !sortOrder) {
+    found.total = folder.total;
+    found.page = ReadPage(view, found.total);
+    found.items = context.store.Items(folder.id, found.page.first, found.page.Size());
+  } else {
+    const auto rows = SearchItems(context.store, folder.id, restriction, sortOrder);
+    found.total = static_cast<std::int64_t>(rows.size());
+    found.page = ReadPage(view, found.total);
+    for (std::int64_t i = found.page.first; i < found.page.end; ++i) {
+      auto item = context.store.Item(rows[static_cast<size_t>(i)]);
+      if (item) found.items.push_back(std::move(*item));
+    }
+  }
+  return found;
+}
+
 void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node parent,
                const ItemShape& shape, EwsResponse& response) {
   const FolderInfo folder = ResolveFolder(context, parent);
-  const bool live = Attribute(request, "Traversal") == "Shallow";
-  const std::int64_t total = live ? folder.total : 0;
-  const Page page = ReadPage(Child(request, "IndexedPageItemView"), total);
-  std::vector<ItemInfo> items = context.store.Items(folder.id, page.first, page.end - page.first);
-  if (shape.Wants("item:HasAttachments")) LookForFiles(context.store, items);
+  Found found = FindIn(context, folder, request);
+  if (shape.Wants("item:HasAttachments")) LookForFiles(context.store, found.items);
   response.BeginSuccess();
-  response.Open("m:RootFolder", PageAttributes(page, total));
+  response.Open("m:RootFolder", PageAttributes(found.page, found.total));
   response.Open("t:Items");
-  for (const ItemInfo& item : items) {
+  for (const ItemInfo& item : found.items) {
     MailOfItem mail(context.store, item.id);
     WriteItem(context, item, mail, shape, response);
   }

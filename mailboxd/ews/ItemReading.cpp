@@ -78,6 +78,8 @@ void ApplyProperty(const ExtendedProperty& property, ItemInfo& item) {
     item.sent = ReadDateTime(value).value_or(item.sent);
   } else if (property.key == kSubject) {
     item.subject = value;
+  } else if (property.key == kMessageIdKey) {
+    item.messageId = value;
   }
 }
 

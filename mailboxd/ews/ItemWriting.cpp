@@ -1,7 +1,6 @@
 #include "mailboxd/ews/ItemWriting.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 
 #include "mailboxd/ews/EwsRequest.h"
@@ -75,30 +74,9 @@ void WriteAttachments(const Context& context, const ItemInfo& item, MailOfItem& 
   response.Close("t:Attachments");
 }
 
-// The flags as a reader sees them: as they were set, with the bits that the item's state decides.
-std::string MessageFlags(const ItemInfo& item, const ExtendedProperty* stored) {
-  int flags = 0;
-  if (stored != nullptr && !stored->values.empty()) {
-    const std::string& text = stored->values.front();
-    std::from_chars(text.data(), text.data() + text.size(), flags);
-  }
-  flags = (flags & ~(kReadFlag | kUnsentFlag)) | (item.isRead ? kReadFlag : 0) |
-          (item.isDraft ? kUnsentFlag : 0);
-  return std::to_string(flags);
-}
-
 void WriteProperties(const ItemInfo& item, const ItemShape& shape, EwsResponse& response) {
   for (const ItemShape::Property& asked : shape.Properties()) {
-    const auto found = std::find_if(item.properties.begin(), item.properties.end(),
-                                    [&](const ExtendedProperty& p) { return p.key == asked.key; });
-    const ExtendedProperty* stored = found == item.properties.end() ? nullptr : &*found;
-    if (asked.key == kMessageFlags) {
-      WriteProperty({asked.key, asked.type, {MessageFlags(item, stored)}}, response);
-    } else if (asked.key == kSubject && stored == nullptr && !item.subject.empty()) {
-      WriteProperty({asked.key, asked.type, {item.subject}}, response);
-    } else if (stored != nullptr) {
-      WriteProperty(*stored, response);
-    }
+    if (const auto found = PropertyOf(item, asked.key, asked.type)) WriteProperty(*found, response);
   }
 }
 

@@ -90,9 +90,9 @@ FolderInfo ResolveFolder(const Context& context, pugi::xml_node id) {
 }
 
 Page ReadPage(pugi::xml_node view, std::int64_t total) {
-  if (!view) return {0, total};
   const std::int64_t offset = NumberOf(Attribute(view, "Offset"), 0);
-  const std::int64_t count = NumberOf(Attribute(view, "MaxEntriesReturned"), total);
+  const std::int64_t asked = NumberOf(Attribute(view, "MaxEntriesReturned"), kMostRows);
+  const std::int64_t count = std::min(asked, kMostRows);
   if (offset < 0) {
     throw OperationError("ErrorInvalidIndexedPagingParameters",
                          "The offset of the paged view must not be negative.");

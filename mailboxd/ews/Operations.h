@@ -58,11 +58,14 @@ std::int64_t ResolveId(std::string_view text, IdKind kind);
 // The attributes Id and ChangeKey.
 std::string IdAttributes(IdKind kind, std::int64_t row, std::int64_t version);
 
-// A page of a list of `total`: the first index and the end. Throws OperationError for a page that
+// A page of a list of `total`: the first index and the end. It has kMostRows at most, whatever the
+// view says, and so has what is asked for without a view. Throws OperationError for a page that
 // cannot be.
+inline constexpr std::int64_t kMostRows = 1000;
 struct Page {
   std::int64_t first = 0;
   std::int64_t end = 0;
+  std::int64_t Size() const { return end - first; }
 };
 Page ReadPage(pugi::xml_node view, std::int64_t total);
 std::string PageAttributes(const Page& page, std::int64_t total);

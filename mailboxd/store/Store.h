@@ -44,6 +44,9 @@ struct ExtendedProperty {
   std::vector<std::string> values;
 };
 
+// The property that is also an item's messageId.
+inline constexpr std::string_view kMessageIdKey = "tag:0x1035";
+
 struct AttachmentInfo {
   std::int64_t id = 0;
   std::int64_t item = 0;
@@ -139,6 +142,14 @@ class Store {
   // Newest row last, from the offset on. A limit below 0 means all. Page after page costs no more
   // than all at once.
   std::vector<ItemInfo> Items(std::int64_t folder, std::int64_t offset, std::int64_t limit);
+  // Calls `use` for each, in that order, while the store is held.
+  void ForEachItem(std::int64_t folder, const std::function<void(const ItemInfo&)>& use);
+  // Those whose property of that key is the text, without regard to the case of ASCII letters;
+  // found at once in a folder of any size. For the message id and properties that are one String,
+  // of up to kLongestText bytes.
+  static constexpr std::size_t kLongestText = 1000;
+  std::vector<ItemInfo> ItemsWithText(std::int64_t folder, std::string_view key,
+                                      std::string_view text);
   // The rows in front of and behind an item in its folder; 0 for none.
   struct Neighbours {
     std::int64_t older = 0;

@@ -98,6 +98,7 @@ class Store::Implementation {
                             std::string_view folderClass, std::string_view wellKnown);
   // In StoreItems.cpp.
   void InsertItem(NewItem& item);
+  void InsertTexts(const ItemInfo& item);
   void InsertAttachment(std::int64_t item, NewAttachment& attachment);
 
   // Where the last page of a folder ended: the place in the folder and the row there, so that the

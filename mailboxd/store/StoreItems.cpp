@@ -55,9 +55,23 @@ void Store::Implementation::InsertItem(NewItem& item) {
       info.received, info.sent, info.created, info.size, info.version, WriteDetails(info),
       item.hasMime ? -1 : 0);
   info.id = LastRow();
+  InsertTexts(info);
   if (!item.hasMime) return;
   Run("INSERT INTO mime(item,charset,bytes) VALUES(?,?,?)", info.id, item.mimeCharset,
       BlobView{item.mime});
+}
+
+void Store::Implementation::InsertTexts(const ItemInfo& item) {
+  const auto insert = [&](std::string_view key, std::string_view text) {
+    if (text.empty() || text.size() > kLongestText) return;
+    Run("INSERT OR IGNORE INTO item_texts(item,key,text) VALUES(?,?,?)", item.id, key, text);
+  };
+  for (const ExtendedProperty& property : item.properties) {
+    if (property.type == "String" && !property.values.empty()) {
+      insert(property.key, property.values.front());
+    }
+  }
+  insert(kMessageIdKey, item.messageId);
 }
 
 void Store::Implementation::InsertAttachment(std::int64_t item, NewAttachment& attachment) {
@@ -110,6 +124,22 @@ std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std
   return items;
 }
 
+void Store::ForEachItem(std::int64_t folder, const std::function<void(const ItemInfo&)>& use) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  auto query = m_implementation->Query(kItems.Select() + "WHERE folder=? ORDER BY id", folder);
+  while (query->Step()) use(kItems.Read(*query));
+}
+
+std::vector<ItemInfo> Store::ItemsWithText(std::int64_t folder, std::string_view key,
+                                           std::string_view text) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  // The + keeps SQLite from walking the folder in place of the index.
+  return m_implementation->All(kItems,
+                               "WHERE id IN (SELECT item FROM item_texts WHERE key=? AND text=?) "
+                               "AND +folder=? ORDER BY id",
+                               key, text, folder);
+}
+
 Store::Neighbours Store::NeighboursOf(const ItemInfo& item) {
   const std::lock_guard lock(m_implementation->m_mutex);
   const auto find = [&](const std::string& sql) {
@@ -140,12 +170,16 @@ void Store::SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& it
 
 bool Store::UpdateItem(ItemInfo& item) {
   const std::lock_guard lock(m_implementation->m_mutex);
+  Implementation::Transaction transaction(*m_implementation);
   m_implementation->Run(
       "UPDATE items SET item_class=?,subject=?,is_read=?,is_draft=?,received=?,sent=?,size=?,"
       "details=?,version=version+1 WHERE id=? AND version=?",
       item.itemClass, item.subject, item.isRead, item.isDraft, item.received, item.sent, item.size,
       WriteDetails(item), item.id, item.version);
   if (!m_implementation->Changed()) return false;
+  m_implementation->Run("DELETE FROM item_texts WHERE item=?", item.id);
+  m_implementation->InsertTexts(item);
+  transaction.Commit();
   ++item.version;
   return true;
 }

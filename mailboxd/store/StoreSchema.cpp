@@ -91,7 +91,26 @@ ALTER TABLE items ADD COLUMN mail_has_files INTEGER;
 UPDATE items SET mail_has_files=0 WHERE id NOT IN (SELECT item FROM mime);
 )sql";
 
-constexpr std::array<const char*, 3> kSteps = {kTables, kCounts, kMailFiles};
+// Texts by which items are looked up: message ids, and properties that are one String. They stand
+// in the details, too; this is the index of them.
+constexpr char kTexts[] = R"sql(
+CREATE TABLE item_texts (
+  item INTEGER NOT NULL REFERENCES items(id) ON DELETE CASCADE,
+  key TEXT NOT NULL,
+  text TEXT NOT NULL COLLATE NOCASE,
+  PRIMARY KEY(item, key)) WITHOUT ROWID;
+CREATE INDEX items_by_text ON item_texts(key, text);
+INSERT INTO item_texts
+  SELECT items.id, value->>0, value->>'$[2][0]'
+  FROM items, json_each(iif(json_valid(details), details, '{}'), '$.properties')
+  WHERE value->>1='String' AND length(CAST(value->>'$[2][0]' AS BLOB)) BETWEEN 1 AND 1000;
+INSERT OR IGNORE INTO item_texts
+  SELECT items.id, 'tag:0x1035', value
+  FROM items, json_each(iif(json_valid(details), details, '{}'), '$.messageId')
+  WHERE length(CAST(value AS BLOB)) BETWEEN 1 AND 1000;
+)sql";
+
+constexpr std::array<const char*, 4> kSteps = {kTables, kCounts, kMailFiles, kTexts};
 
 constexpr std::array<WellKnownFolder, 20> kFolders = {{
     {"root", "", "root", ""},

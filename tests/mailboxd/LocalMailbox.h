@@ -60,8 +60,11 @@ inline std::string GetItem(const std::string& id, const std::string& shape) {
   return Envelope(
       Tag("m:GetItem", Tag("m:ItemShape", shape) + Tag("m:ItemIds", IdTag("t:ItemId", id))));
 }
-inline std::string FindItem(const std::string& folder, const std::string& shape) {
-  return Envelope(Tag("m:FindItem", Tag("m:ItemShape", shape) + Tag("m:ParentFolderIds", folder),
+// `search` is what stands between shape and folders: page, restriction, order.
+inline std::string FindItem(const std::string& folder, const std::string& shape,
+                            const std::string& search = "") {
+  return Envelope(Tag("m:FindItem",
+                      Tag("m:ItemShape", shape) + search + Tag("m:ParentFolderIds", folder),
                       " Traversal=\"Shallow\""));
 }
 inline std::string GetAttachment(const std::string& id, const std::string& shape = "") {

@@ -103,16 +103,50 @@ TEST(StoreLayout, AnOlderLayoutIsBroughtUpToDateByItsServer) {
         "INSERT INTO folders VALUES(7,1,NULL,'Inbox','INBOX','IPF.Note','inbox',1),"
         "(8,1,7,'Sent','SENT','IPF.Note','sentitems',1);"
         "INSERT INTO items VALUES(3,7,'Message','IPM.Note','',0,0,'','','',0,1,''),"
-        "(5,7,'Message','IPM.Note','',1,0,'','','',0,1,'')");
+        "(5,7,'Message','IPM.Note','',1,0,'','','',0,1,'{\"messageId\":\"<a@b>\",\"properties\":"
+        "[[\"tag:0xe07\",\"Integer\",[\"1\"]],[\"named:PublicStrings:name:k\",\"String\",[\"v\"]]]}"
+        "')");
   }
   EXPECT_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly), std::runtime_error);
   mailbox::Store store(path);
   EXPECT_EQ(Paged(store, 7, 10), (std::vector<std::int64_t>{3, 5}));
   EXPECT_TRUE(Paged(store, 8, 10).empty());
   EXPECT_EQ(store.Item(3)->mailHasFiles, false);  // an item without a mail
+  EXPECT_EQ(store.ItemsWithText(7, mailbox::kMessageIdKey, "<a@b>").size(), 1u);
+  EXPECT_EQ(store.ItemsWithText(7, "named:PublicStrings:name:k", "v").size(), 1u);
+  EXPECT_TRUE(store.ItemsWithText(7, "tag:0xe07", "1").empty());
   ASSERT_TRUE(store.CreateFolder(*store.Folder(7), "New", "IPF.Note"));
   EXPECT_EQ(store.Folder(7)->children, 2);
   EXPECT_NO_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly));
+}
+
+TEST_F(Store, TextsFindWhatAnItemHasNowInItsFolder) {
+  const std::int64_t inbox = Inbox().id;
+  const std::int64_t bin = *m_store.FindWellKnown(Inbox().mailbox, "deleteditems");
+  const std::string longest(mailbox::Store::kLongestText, 'x');
+  mailbox::NewItem item;
+  item.info.folder = inbox;
+  item.info.messageId = "<One@example.com>";
+  item.info.properties = {{"a", "String", {longest}}, {"b", "String", {longest + "x"}}};
+  m_store.CreateItem(item);
+  const auto count = [&](std::int64_t folder, std::string_view key, std::string_view text) {
+    return m_store.ItemsWithText(folder, key, text).size();
+  };
+  EXPECT_EQ(count(inbox, mailbox::kMessageIdKey, "<one@EXAMPLE.com>"), 1u);
+  EXPECT_EQ(count(bin, mailbox::kMessageIdKey, "<One@example.com>"), 0u);
+  EXPECT_EQ(count(inbox, "a", longest), 1u);
+  EXPECT_EQ(count(inbox, "b", longest + "x"), 0u);
+  mailbox::ItemInfo stale = item.info;
+  item.info.messageId = "<two@example.com>";
+  item.info.properties.clear();
+  ASSERT_TRUE(m_store.UpdateItem(item.info));
+  EXPECT_FALSE(m_store.UpdateItem(stale));
+  EXPECT_EQ(count(inbox, mailbox::kMessageIdKey, "<one@example.com>"), 0u);
+  EXPECT_EQ(count(inbox, "a", longest), 0u);
+  m_store.MoveItem(item.info.id, bin);
+  EXPECT_EQ(count(bin, mailbox::kMessageIdKey, "<two@example.com>"), 1u);
+  m_store.DeleteItem(item.info.id);
+  EXPECT_EQ(count(bin, mailbox::kMessageIdKey, "<two@example.com>"), 0u);
 }
 
 TEST_F(Store, IdsAreNeverUsedTwice) {

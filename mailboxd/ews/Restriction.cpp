@@ -1,0 +1,112 @@
+#include "mailboxd/ews/Restriction.h"
+
+#include <algorithm>
+#include <array>
+
+#include "mailboxd/ews/EwsFailure.h"
+#include "mailboxd/ews/EwsRequest.h"
+#include "mailboxd/store/DateTime.h"
+#include "mailboxd/store/Numbers.h"
+#include "platform/Unicode.h"
+
+namespace mailbox {
+namespace {
+
+struct Comparison {
+  std::string_view element;
+  bool fitsLess;
+  bool fitsEqual;
+  bool fitsGreater;
+  bool fitsNothing = false;  // a property that is not there
+};
+constexpr std::array<Comparison, 6> kComparisons = {{
+    {"IsEqualTo", false, true, false},
+    {"IsNotEqualTo", true, false, true, true},
+    {"IsLessThan", true, false, false},
+    {"IsLessThanOrEqualTo", true, true, false},
+    {"IsGreaterThan", false, false, true},
+    {"IsGreaterThanOrEqualTo", false, true, true},
+}};
+
+std::u16string Folded(std::string_view text, bool ignoreCase) {
+  std::u16string wide = platform::Utf8ToUtf16(text);
+  return ignoreCase ? platform::UpperUnits(wide) : wide;
+}
+
+bool Contains(pugi::xml_node expression, std::string_view value) {
+  const std::string_view comparison = Attribute(expression, "ContainmentComparison");
+  const bool ignoreCase = comparison.find("IgnoreCase") != std::string_view::npos;
+  const std::u16string text = Folded(value, ignoreCase);
+  const std::u16string wanted =
+      Folded(Attribute(Child(expression, "Constant"), "Value"), ignoreCase);
+  const std::string_view mode = Attribute(expression, "ContainmentMode");
+  if (mode == "Prefixed") return text.starts_with(wanted);
+  if (mode == "FullString" || mode.empty()) return text == wanted;
+  if (mode == "PrefixOnWords") {
+    return text.starts_with(wanted) || text.find(u" " + wanted) != std::u16string::npos;
+  }
+  return text.find(wanted) != std::u16string::npos;
+}
+
+// What the property is compared with: a constant, or another property.
+std::optional<FieldValue> OtherSide(pugi::xml_node expression, FieldValue::Kind kind,
+                                    const FieldReader& read) {
+  const pugi::xml_node other = FirstElement(Child(expression, "FieldURIOrConstant"));
+  if (LocalName(other) == "Constant") return ReadValue(kind, Attribute(other, "Value"));
+  std::optional<FieldValue> value = read(other);
+  if (value && value->kind != kind) throw ErrorOf("ErrorUnsupportedPathForQuery");
+  return value;
+}
+
+bool Fits(const Comparison& row, pugi::xml_node expression, const FieldReader& read) {
+  const std::optional<FieldValue> value = read(FirstElement(expression));
+  if (!value) return row.fitsNothing;
+  const std::optional<FieldValue> other = OtherSide(expression, value->kind, read);
+  if (!other) return row.fitsNothing;
+  const std::weak_ordering order = Compare(*value, *other);
+  if (order < 0) return row.fitsLess;
+  return order > 0 ? row.fitsGreater : row.fitsEqual;
+}
+
+}  // namespace
+
+std::weak_ordering Compare(const FieldValue& left, const FieldValue& right) {
+  if (left.kind == FieldValue::Kind::kNumber) return left.number <=> right.number;
+  return Folded(left.text, /*ignoreCase=*/true) <=> Folded(right.text, /*ignoreCase=*/true);
+}
+
+FieldValue ReadValue(FieldValue::Kind kind, std::string_view text) {
+  if (kind == FieldValue::Kind::kText) return FieldValue::Text(std::string(text));
+  if (kind == FieldValue::Kind::kDate) {
+    if (auto date = ReadDateTime(text)) return FieldValue::Date(std::move(*date));
+  } else if (text == "true" || text == "false") {
+    return FieldValue::Number(text == "true" ? 1 : 0);
+  } else if (const auto number = WholeNumber<std::int64_t>(text)) {
+    return FieldValue::Number(*number);
+  }
+  throw OperationError("ErrorInvalidValueForProperty",
+                       "The specified value is invalid for property.");
+}
+
+bool Matches(pugi::xml_node expression, const FieldReader& read) {
+  const std::string_view kind = LocalName(expression);
+  if (kind == "And" || kind == "Or") {
+    const bool isAnd = kind == "And";
+    for (auto part = FirstElement(expression); part; part = NextElement(part)) {
+      if (Matches(part, read) != isAnd) return !isAnd;
+    }
+    return isAnd;
+  }
+  if (kind == "Not") return !Matches(FirstElement(expression), read);
+  if (kind == "Exists") return read(FirstElement(expression)).has_value();
+  if (kind == "Contains") {
+    const std::optional<FieldValue> value = read(FirstElement(expression));
+    return value && value->kind == FieldValue::Kind::kText && Contains(expression, value->text);
+  }
+  const auto row = std::find_if(kComparisons.begin(), kComparisons.end(),
+                                [&](const Comparison& one) { return one.element == kind; });
+  if (row == kComparisons.end()) throw ErrorOf("ErrorUnsupportedPathForQuery");
+  return Fits(*row, expression, read);
+}
+
+}  // namespace mailbox
