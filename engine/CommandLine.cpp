@@ -1,22 +1,49 @@
 #include "engine/CommandLine.h"
 
 #include <array>
+#include <charconv>
+#include <chrono>
+#include <cstdint>
 
 #include "ews/Settings.h"
+#include "ews/Url.h"
 
 namespace {
 
 using ews::ServiceSettings;
 
-// Exactly one of the members is set: options with text take the next argument.
+constexpr std::chrono::hours kMaxPatience{7 * 24};
+
+// Exactly one of the members is set: all options but switches take the next argument.
 struct Option {
   std::string_view strName;
   CString ServiceSettings::*pText = nullptr;
   bool ServiceSettings::*pSwitch = nullptr;
   std::vector<CString> ServiceSettings::*pList = nullptr;
+  // Takes the value over, or returns what it should have been.
+  std::string_view (*pTake)(const std::string& strValue, ServiceSettings& objSettings) = nullptr;
 };
 
-constexpr std::array<Option, 9> kOptions{{
+std::string_view TakeProxy(const std::string& strValue, ServiceSettings& objSettings) {
+  if (!ews::ParseUrl(strValue)) return "http://HOST:PORT or https://HOST:PORT without a user name";
+  objSettings.strProxy = CString::FromUtf8(strValue);
+  return {};
+}
+
+std::string_view TakePatience(const std::string& strValue, ServiceSettings& objSettings) {
+  std::uint32_t nSeconds = 0;
+  const char* pEnd = strValue.data() + strValue.size();
+  const auto objRead = std::from_chars(strValue.data(), pEnd, nSeconds);
+  const std::chrono::seconds nPatience(nSeconds);
+  if (objRead.ec != std::errc() || objRead.ptr != pEnd || nPatience > kMaxPatience) {
+    return "a number of seconds, 604800 at most";
+  }
+  objSettings.nPatience = nPatience;
+  return {};
+}
+static_assert(std::chrono::seconds(kMaxPatience).count() == 604800, "the text above names it");
+
+constexpr std::array<Option, 11> kOptions{{
     {"--ews-url", &ServiceSettings::strEwsUrl, nullptr, nullptr},
     {"--autodiscover-url", &ServiceSettings::strAutodiscoverUrl, nullptr, nullptr},
     {"--authority-url", &ServiceSettings::strAuthorityUrl, nullptr, nullptr},
@@ -26,6 +53,8 @@ constexpr std::array<Option, 9> kOptions{{
     {"--verify-certificates", nullptr, &ServiceSettings::bVerifyCertificates, nullptr},
     {"--token-cache", nullptr, &ServiceSettings::bTokenCache, nullptr},
     {"--safe", nullptr, &ServiceSettings::bSafe, nullptr},
+    {"--proxy", nullptr, nullptr, nullptr, &TakeProxy},
+    {"--patience", nullptr, nullptr, nullptr, &TakePatience},
 }};
 
 const Option* FindOption(std::string_view strName) {
@@ -49,6 +78,11 @@ std::string ReadOptions(std::span<const std::string> arr, ServiceSettings& objSe
     }
     if (i + 1 == arr.size() || HoldsMarker(arr[i + 1]) || arr[i + 1].empty()) {
       return "option without its value: " + arr[i];
+    }
+    if (pOption->pTake) {
+      const std::string_view strWanted = pOption->pTake(arr[++i], objSettings);
+      if (!strWanted.empty()) return arr[i - 1] + " wants " + std::string(strWanted);
+      continue;
     }
     const CString strValue = CString::FromUtf8(arr[++i]);
     if (pOption->pText) objSettings.*pOption->pText = strValue;

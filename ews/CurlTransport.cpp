@@ -175,6 +175,26 @@ void SetTls(CURL* pCurl) {
   if (!strCaFile.empty()) curl_easy_setopt(pCurl, CURLOPT_CAINFO, strCaFile.c_str());
 }
 
+// No environment variable decides the way. What is for this machine stays on it: it may carry
+// credentials unencrypted.
+void SetProxy(CURL* pCurl, const HttpRequest& objRequest) {
+  const auto objProxy = ParseUrl(Settings().strProxy.ToUtf8());
+  const auto objUrl = ParseUrl(objRequest.strUrl);
+  if (!objProxy || !objUrl || objUrl->IsLoopback()) {
+    curl_easy_setopt(pCurl, CURLOPT_PROXY, "");
+    return;
+  }
+  const std::string strProxy = objProxy->SchemeAndHost() + ":" + objProxy->strPort;
+  curl_easy_setopt(pCurl, CURLOPT_PROXY, strProxy.c_str());
+  curl_easy_setopt(pCurl, CURLOPT_NOPROXY, "");
+  curl_easy_setopt(pCurl, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+  const bool bAcceptAll = ServicePointManager::AcceptsEveryCertificate();
+  curl_easy_setopt(pCurl, CURLOPT_PROXY_SSL_VERIFYPEER, bAcceptAll ? 0L : 1L);
+  curl_easy_setopt(pCurl, CURLOPT_PROXY_SSL_VERIFYHOST, bAcceptAll ? 0L : 2L);
+  const std::string strCaFile = platform::ResolvePath(Settings().strCaFile);
+  if (!strCaFile.empty()) curl_easy_setopt(pCurl, CURLOPT_PROXY_CAINFO, strCaFile.c_str());
+}
+
 void SetBody(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfer) {
   if (!objRequest.pBody) {
     curl_easy_setopt(pCurl, CURLOPT_HTTPGET, 1L);
@@ -194,7 +214,6 @@ void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfe
   curl_easy_setopt(pCurl, CURLOPT_URL, objRequest.strUrl.c_str());
   curl_easy_setopt(pCurl, CURLOPT_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(pCurl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-  curl_easy_setopt(pCurl, CURLOPT_PROXY, "");  // no environment variable decides the way
   curl_easy_setopt(pCurl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(pCurl, CURLOPT_TIMEOUT_MS, nTimeout);
   curl_easy_setopt(pCurl, CURLOPT_CONNECTTIMEOUT_MS, std::min(nTimeout, kMaxConnectMs));
@@ -207,6 +226,7 @@ void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfe
   curl_easy_setopt(pCurl, CURLOPT_HEADERFUNCTION, &OnHeader);
   curl_easy_setopt(pCurl, CURLOPT_HEADERDATA, &objTransfer);
   SetTls(pCurl);
+  SetProxy(pCurl, objRequest);
   SetBody(pCurl, objRequest, objTransfer);
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -20,12 +23,20 @@ struct ServiceSettings {
   bool bVerifyCertificates = false;
   CString strCaFile;  // PEM; empty means the system's certificates
   std::vector<CString> arrTrustHosts;
+  // The way to every host but this machine, http or https without a user name; empty for none.
+  CString strProxy;
   bool bTokenCache = false;  // answer from a cache while a token has over five minutes left
   // On: the ledger binds its values, 29 February stays what it is, attachment lists take nothing
   // from outside the work folder, a folder that the server refuses to make is looked up once more,
   // an image page is kept for the second try of its mail, and a mail whose EmlFile.Eml cannot be
   // read fails.
   bool bSafe = false;
+  // How long an outage is waited out (ews/Outage.h), with bSafe alone; 0 for not at all.
+  std::chrono::seconds nPatience{0};
+  // Gets a line of text, UTF-8 without its end, for each wait of an outage and for its end.
+  std::function<void(const std::string& strLine)> fnTellWait;
+  // True once the process was asked to end: waits are cut short then. None: never.
+  std::function<bool()> fnStopAsked;
 
   // strEwsUrl, or the public endpoint where that is empty.
   CString TokenRouteUrl() const;

@@ -51,4 +51,24 @@ TEST(CommandLine, BadOptionsAreNamed) {
   EXPECT_EQ(Read({"--sefa"}).line.strError, "");  // nobody is addressed
 }
 
+TEST(CommandLine, PatienceAndProxyAreTakenOnlyAsWhatTheyAre) {
+  const Result result =
+      Read({"--patience", "604800", "--proxy", "http://proxy.example.com:3128", "<GUID>"});
+  EXPECT_EQ(result.line.strError, "");
+  EXPECT_EQ(result.settings.nPatience, std::chrono::hours(168));
+  EXPECT_EQ(result.settings.strProxy, u"http://proxy.example.com:3128");
+  EXPECT_EQ(Read({"<GUID>"}).settings.nPatience.count(), 0);
+  for (const char* value : {"604801", "-1", "30m", " 1", "99999999999"}) {
+    const Result bad = Read({"--patience", value, "<GUID>"});
+    EXPECT_EQ(bad.line.strError, "--patience wants a number of seconds, 604800 at most") << value;
+    EXPECT_EQ(bad.settings.nPatience.count(), 0) << value;
+  }
+  for (const char* value :
+       {"proxy.example.com:3128", "socks5://h", "http://u:secret@h", "http://"}) {
+    EXPECT_EQ(Read({"--proxy", value, "<GUID>"}).line.strError,
+              "--proxy wants http://HOST:PORT or https://HOST:PORT without a user name")
+        << value;
+  }
+}
+
 }  // namespace

@@ -139,6 +139,22 @@ TEST_F(CurlTransport, NobodyAtThePortIsSaid) {
   EXPECT_THAT(Find(), HasSubstr("The connection to 127.0.0.1 failed"));
 }
 
+TEST_F(CurlTransport, AProxyIsAskedForEveryHostButThisMachine) {
+  ews::Settings().strProxy = CString::FromUtf8(m_server.Url());
+  ews::HttpRequest request;
+  request.strUrl = "http://mail.example.com/a";
+  m_server.Push({.body = "by proxy"});
+  EXPECT_EQ(m_wire.Transport().Send(request).strBody, "by proxy");
+  EXPECT_EQ(m_server.Requests().at(0).Header("Host"), "mail.example.com");
+  ScriptedServer near;
+  near.Push({.body = "straight"});
+  request.strUrl = near.Url();
+  EXPECT_EQ(m_wire.Transport().Send(request).strBody, "straight");
+  EXPECT_EQ(m_server.Requests().size(), 1u);
+  request.strUrl = "https://mail.example.com/a";  // a proxy that makes no tunnels
+  EXPECT_THAT(TextOf([&] { m_wire.Transport().Send(request); }), HasSubstr("CONNECT"));
+}
+
 TEST_F(CurlTransport, AFileThatShrinksDuringTheSendFailsWithItsName) {
   ews::RequestBody body;
   body.AddText("x");
