@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "ews/HttpFailure.h"
+#include "ews/Outage.h"
 #include "ews/PoxMessages.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
@@ -55,7 +57,7 @@ class Discovery {
   bool Allows(const std::string& strUrl) const;
   bool Follows(const std::string& strUrl);
   void CountRedirect();
-  void Note(int nRank, std::string strReason);
+  void Note(int nRank, std::string strReason, const Failure& objFailure = {});
 
   CString m_strAddress;
   const Credentials& m_objCredentials;
@@ -66,6 +68,7 @@ class Discovery {
   // The reason that says most: a refused password outranks a host that does not exist.
   int m_nRank = -1;
   std::string m_strReason;
+  bool m_bOutage = false;  // a host that was asked may answer later
 };
 
 enum Rank { kUnreachable, kHttpStatus, kNotTrusted, kServerText, kRefused };
@@ -75,8 +78,11 @@ std::string Discovery::Run() {
     m_bAddressChanged = false;
     if (auto strUrl = TryAddress()) return *strUrl;
   } while (m_bAddressChanged);
+  Failure objFailure;
+  objFailure.bOutage = m_bOutage && m_nRank <= kHttpStatus;  // nobody has said anything final
   throw ServiceException("The mailbox server for '" + m_strAddress.ToUtf8() +
-                         "' was not found by autodiscovery. " + m_strReason);
+                             "' was not found by autodiscovery. " + m_strReason,
+                         objFailure);
 }
 
 std::optional<std::string> Discovery::TryAddress() {
@@ -138,7 +144,7 @@ std::optional<std::string> Discovery::TryHttpRedirect(const std::string& strDoma
     if (!objUrl || !objUrl->IsHttps() || !Follows(strUrl)) return std::nullopt;
     return TryUrl(strUrl);
   } catch (const ServiceException& e) {
-    Note(kUnreachable, e.what());
+    Note(kUnreachable, e.what(), e.Cause());
     return std::nullopt;
   }
 }
@@ -163,9 +169,10 @@ std::optional<PoxAnswer> Discovery::Post(const std::string& strUrl) {
           return IsTrusted(strTo);
         });
     if (objResponse.nStatus == 200) return ReadPoxAnswer(objResponse.strBody);
-    Note(objResponse.nStatus == 401 ? kRefused : kHttpStatus, HttpFailureText(strUrl, objResponse));
+    Note(objResponse.nStatus == 401 ? kRefused : kHttpStatus, HttpFailureText(strUrl, objResponse),
+         FailureOfStatus(objResponse));
   } catch (const ServiceException& e) {
-    Note(kUnreachable, e.what());
+    Note(kUnreachable, e.what(), e.Cause());
   }
   return std::nullopt;
 }
@@ -202,7 +209,8 @@ void Discovery::CountRedirect() {
   }
 }
 
-void Discovery::Note(int nRank, std::string strReason) {
+void Discovery::Note(int nRank, std::string strReason, const Failure& objFailure) {
+  m_bOutage = m_bOutage || objFailure.bOutage;
   if (nRank <= m_nRank) return;
   m_nRank = nRank;
   m_strReason = std::move(strReason);
@@ -213,8 +221,13 @@ void Discovery::Note(int nRank, std::string strReason) {
 CString DiscoverEndpoint(const CString& strAddress, const Credentials& objCredentials, int nTimeout,
                          const RedirectionCallback& fnCallback) {
   if (!Settings().strEwsUrl.IsEmpty()) return Settings().strEwsUrl;
-  Discovery objDiscovery(strAddress, objCredentials, nTimeout, fnCallback);
-  return CString::FromUtf8(objDiscovery.Run());
+  // Not one host of several is waited for, but that any of them answers.
+  const Outage objOutage(Transport(), DomainOf(strAddress.ToUtf8()), milliseconds(0),
+                         Outage::Repeat::kAlways);
+  return WaitOut(objOutage, [&](milliseconds) {
+    Discovery objDiscovery(strAddress, objCredentials, nTimeout, fnCallback);
+    return CString::FromUtf8(objDiscovery.Run());
+  });
 }
 
 }  // namespace ews

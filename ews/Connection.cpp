@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 
 #include "ews/EwsTransport.h"
+#include "ews/HttpFailure.h"
+#include "ews/Outage.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
@@ -90,13 +92,16 @@ Token ReadAnswer(const TokenRequest& objRequest, const ews::HttpResponse& objRes
     }
     std::string strReason = TextOf(objJson, "error_description");
     if (strReason.empty()) strReason = TextOf(objJson, "error");
-    if (!strReason.empty()) throw ews::ServiceException(strReason);
+    if (!strReason.empty()) {
+      throw ews::ServiceException(strReason, ews::FailureOfStatus(objResponse));
+    }
   }
   if (objResponse.nStatus == 200) {
     throw ews::ServiceException("The request failed. The answer of the server " +
                                 ews::HostForMessage(objRequest.strUrl) + " holds no token.");
   }
-  throw ews::ServiceException(ews::HttpFailureText(objRequest.strUrl, objResponse));
+  throw ews::ServiceException(ews::HttpFailureText(objRequest.strUrl, objResponse),
+                              ews::FailureOfStatus(objResponse));
 }
 
 std::string GetToken(const CString& strTenantId, const CString& strClientId,
@@ -109,7 +114,11 @@ std::string GetToken(const CString& strTenantId, const CString& strClientId,
       return it->second.strToken;
     }
   }
-  Token objToken = ReadAnswer(objRequest, Ask(objRequest));
+  const ews::Outage objOutage(ews::Transport(), ews::HostForMessage(objRequest.strUrl),
+                              std::chrono::milliseconds(0), ews::Outage::Repeat::kAlways);
+  Token objToken = ews::WaitOut(objOutage, [&](std::chrono::milliseconds) {
+    return ReadAnswer(objRequest, Ask(objRequest));
+  });
   if (ews::Settings().bTokenCache) Cache()[strKey] = objToken;
   return objToken.strToken;
 }

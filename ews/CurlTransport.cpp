@@ -6,6 +6,8 @@
 
 #include <curl/curl.h>
 
+#include "ews/KeptConnections.h"
+#include "ews/NetworkFailure.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
 #include "ews/ServicePointManager.h"
@@ -44,15 +46,28 @@ struct Transfer {
   RequestBody* pBody = nullptr;
   std::uint64_t nBodyRead = 0;
   bool bSendOnce = false;
-  bool bUnanswered = false;  // the whole body may have arrived, and no answer came
-  bool bRefused = false;     // a 401 came behind what was sent: it was not carried out
+  bool bLost = false;     // the whole body was out when its connection turned out to be dead
+  bool bRefused = false;  // a 401 came behind what was sent: it was not carried out
   HttpResponse objResponse;
   bool bTooLarge = false;
-  bool bConnected = false;
   std::exception_ptr pFailure;
 
-  // True when a request that may be sent only once may have reached the server whole.
-  bool BodyIsOut() const { return bSendOnce && !bRefused && pBody && nBodyRead >= pBody->Length(); }
+  std::chrono::milliseconds nStallLimit{0};  // 0 for none
+  curl_off_t nMoved = -1;                    // bytes, both ways
+  std::chrono::steady_clock::time_point nLastMove;
+  bool bStalled = false;
+
+  // True when the request may have reached the server whole.
+  bool BodyIsOut() const {
+    return bLost || (!bRefused && (!pBody || nBodyRead >= pBody->Length()));
+  }
+};
+
+// A transfer with what libcurl knows of it when it is over.
+struct Outcome {
+  Transfer objTransfer;
+  TransferEnd objEnd;
+  bool bKeptConnection = false;  // it went over one that had served before
 };
 
 // Gives what the step of a callback returns, or nFailed where it throws.
@@ -83,8 +98,8 @@ size_t OnRead(char* pBuffer, size_t nSize, size_t nCount, void* pUser) {
 int OnSeek(void* pUser, curl_off_t nOffset, int nOrigin) {
   if (nOffset != 0 || nOrigin != SEEK_SET) return CURL_SEEKFUNC_CANTSEEK;
   auto& objTransfer = *static_cast<Transfer*>(pUser);
-  if (objTransfer.BodyIsOut()) {
-    objTransfer.bUnanswered = true;
+  if (objTransfer.bSendOnce && objTransfer.BodyIsOut()) {
+    objTransfer.bLost = true;
     return CURL_SEEKFUNC_CANTSEEK;
   }
   objTransfer.nBodyRead = 0;
@@ -134,6 +149,18 @@ size_t OnHeader(char* pData, size_t nSize, size_t nCount, void* pUser) {
     TakeHeaderLine({pData, n}, objTransfer);
     return n;
   });
+}
+
+// Called about once a second, and more often while bytes move. Not 0 ends the transfer.
+int OnProgress(void* pUser, curl_off_t, curl_off_t nReceived, curl_off_t, curl_off_t nSent) {
+  auto& objTransfer = *static_cast<Transfer*>(pUser);
+  const auto nNow = std::chrono::steady_clock::now();
+  if (const curl_off_t nMoved = nReceived + nSent; nMoved != objTransfer.nMoved) {
+    objTransfer.nMoved = nMoved;
+    objTransfer.nLastMove = nNow;
+  }
+  objTransfer.bStalled = nNow - objTransfer.nLastMove >= objTransfer.nStallLimit;
+  return objTransfer.bStalled ? 1 : 0;
 }
 
 bool HasControls(std::string_view str) {
@@ -209,6 +236,13 @@ void SetBody(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfer) 
   curl_easy_setopt(pCurl, CURLOPT_SEEKDATA, &objTransfer);
 }
 
+void SetStallLimit(CURL* pCurl, Transfer& objTransfer) {
+  if (objTransfer.nStallLimit.count() == 0) return;
+  curl_easy_setopt(pCurl, CURLOPT_NOPROGRESS, 0L);
+  curl_easy_setopt(pCurl, CURLOPT_XFERINFOFUNCTION, &OnProgress);
+  curl_easy_setopt(pCurl, CURLOPT_XFERINFODATA, &objTransfer);
+}
+
 void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfer) {
   const long nTimeout = static_cast<long>(std::max<long long>(objRequest.nTimeout.count(), 1));
   curl_easy_setopt(pCurl, CURLOPT_URL, objRequest.strUrl.c_str());
@@ -219,6 +253,7 @@ void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfe
   curl_easy_setopt(pCurl, CURLOPT_CONNECTTIMEOUT_MS, std::min(nTimeout, kMaxConnectMs));
   curl_easy_setopt(pCurl, CURLOPT_TCP_KEEPALIVE, 1L);
   curl_easy_setopt(pCurl, CURLOPT_MAXAGE_CONN, kMaxIdleSeconds);
+  curl_easy_setopt(pCurl, CURLOPT_FRESH_CONNECT, objRequest.bNewConnection ? 1L : 0L);
   curl_easy_setopt(pCurl, CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferBytes);
   curl_easy_setopt(pCurl, CURLOPT_ACCEPT_ENCODING, "gzip,deflate");
   curl_easy_setopt(pCurl, CURLOPT_WRITEFUNCTION, &OnWrite);
@@ -227,6 +262,7 @@ void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfe
   curl_easy_setopt(pCurl, CURLOPT_HEADERDATA, &objTransfer);
   SetTls(pCurl);
   SetProxy(pCurl, objRequest);
+  SetStallLimit(pCurl, objTransfer);
   SetBody(pCurl, objRequest, objTransfer);
 }
 
@@ -265,51 +301,60 @@ void SetNtlm(CURL* pCurl, const WebCredentials& objUser) {
   curl_easy_setopt(pCurl, CURLOPT_PASSWORD, ForNtlm(objUser.Password()).c_str());
 }
 
-// Performs the request that the handle is set for, and notes what came of it besides the answer.
-CURLcode Perform(CURL* pCurl, Transfer& objTransfer) {
-  const CURLcode eCode = curl_easy_perform(pCurl);
-  long nStatus = 0;
-  curl_easy_getinfo(pCurl, CURLINFO_RESPONSE_CODE, &nStatus);
-  objTransfer.objResponse.nStatus = static_cast<int>(nStatus);
-  curl_off_t nConnectTime = 0;  // 0 also for a kept connection, which took no time to make
-  curl_easy_getinfo(pCurl, CURLINFO_CONNECT_TIME_T, &nConnectTime);
-  curl_off_t nUploaded = 0;
-  curl_easy_getinfo(pCurl, CURLINFO_SIZE_UPLOAD_T, &nUploaded);
-  objTransfer.bConnected = nConnectTime > 0 || nUploaded > 0;
-  const bool bEnded = eCode == CURLE_GOT_NOTHING || (eCode == CURLE_RECV_ERROR && nStatus == 0);
-  if (bEnded && objTransfer.BodyIsOut()) objTransfer.bUnanswered = true;
-  return eCode;
+template <typename Value>
+Value InfoOf(CURL* pCurl, CURLINFO eInfo) {
+  Value nValue = 0;
+  curl_easy_getinfo(pCurl, eInfo, &nValue);
+  return nValue;
 }
 
-std::string NetworkFailureText(CURLcode eCode, const char* pszDetail, const HttpRequest& objRequest,
-                               const Transfer& objTransfer) {
-  const std::string strHost = HostForMessage(objRequest.strUrl);
-  if (objTransfer.bTooLarge)
-    return "The request failed. The answer of " + strHost + " is too large.";
-  if (objTransfer.bUnanswered) {
-    return "The request failed. The server " + strHost +
-           " closed the connection without an answer. It may have carried the request out.";
+// Performs the request that the handle is set for, and notes what came of it besides the answer.
+void Perform(CURL* pCurl, Outcome& objOutcome) {
+  Transfer& objTransfer = objOutcome.objTransfer;
+  TransferEnd& objEnd = objOutcome.objEnd;
+  objEnd.eCode = curl_easy_perform(pCurl);
+  const auto nStatus = static_cast<int>(InfoOf<long>(pCurl, CURLINFO_RESPONSE_CODE));
+  objTransfer.objResponse.nStatus = nStatus;
+  // The time is 0 for a kept connection, too, which took none to make.
+  objEnd.bConnected = InfoOf<curl_off_t>(pCurl, CURLINFO_CONNECT_TIME_T) > 0 ||
+                      InfoOf<curl_off_t>(pCurl, CURLINFO_SIZE_UPLOAD_T) > 0;
+  objEnd.bBodyOut = objEnd.bConnected && objTransfer.BodyIsOut();
+  objEnd.bAnswered = nStatus != 0;
+  objEnd.bTooLarge = objTransfer.bTooLarge;
+  objEnd.nProxyStatus = static_cast<int>(InfoOf<long>(pCurl, CURLINFO_HTTP_CONNECTCODE));
+  if (objTransfer.bStalled) objEnd.nStalled = objTransfer.nStallLimit;
+  objEnd.nConnectLimit = std::chrono::milliseconds(kMaxConnectMs);
+  objOutcome.bKeptConnection = InfoOf<long>(pCurl, CURLINFO_NUM_CONNECTS) == 0;
+}
+
+// True where a kept connection may be to blame and the request was not carried out: it gave no
+// answer to it, or one that knows of no request.
+bool IsForAnotherConnection(const Outcome& objOutcome) {
+  if (!objOutcome.bKeptConnection) return false;
+  const TransferEnd& objEnd = objOutcome.objEnd;
+  const HttpResponse& objResponse = objOutcome.objTransfer.objResponse;
+  if (objEnd.eCode == CURLE_OK) {
+    return objResponse.nStatus == 400 && objResponse.strBody.find("Envelope") == std::string::npos;
   }
-  if (eCode == CURLE_OPERATION_TIMEDOUT && !objTransfer.bConnected) {
-    return "The request failed. The server " + strHost + " could not be reached within " +
-           std::to_string(std::min<long long>(objRequest.nTimeout.count(), kMaxConnectMs)) + " ms.";
-  }
-  if (eCode == CURLE_OPERATION_TIMEDOUT) {
-    return "The request failed. The server " + strHost + " did not answer within the time-out of " +
-           std::to_string(objRequest.nTimeout.count()) + " ms.";
-  }
-  const std::string strDetail = *pszDetail ? pszDetail : curl_easy_strerror(eCode);
-  return "The request failed. The connection to " + strHost + " failed: " + strDetail + ".";
+  const bool bLost = objEnd.eCode == CURLE_SEND_ERROR || objEnd.eCode == CURLE_RECV_ERROR ||
+                     objEnd.eCode == CURLE_GOT_NOTHING;
+  return bLost && !objEnd.bAnswered && !(objOutcome.objTransfer.bSendOnce && objEnd.bBodyOut);
 }
 
 }  // namespace
 
 struct CurlTransport::Impl {
+  KeptConnections objConnections;  // outlives the handle
   std::unique_ptr<CURL, EasyDeleter> pCurl;
   std::set<std::string> setNtlmOrigins;  // those that offered it and no Basic
+  std::chrono::milliseconds nStallLimit{0};
+
+  Outcome Try(const HttpRequest& objRequest, bool bNtlm);
 };
 
-CurlTransport::CurlTransport() : m_pImpl(std::make_unique<Impl>()) {
+CurlTransport::CurlTransport(std::chrono::milliseconds nStallLimit)
+    : m_pImpl(std::make_unique<Impl>()) {
+  m_pImpl->nStallLimit = nStallLimit;
   curl_global_init(CURL_GLOBAL_DEFAULT);
   m_pImpl->pCurl.reset(curl_easy_init());
 }
@@ -339,28 +384,44 @@ HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
   return objResponse;
 }
 
-HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Login eLogin) {
-  CURL* pCurl = m_pImpl->pCurl.get();
-  if (!pCurl) throw ServiceException("The request failed. The HTTP library did not start.");
-  Transfer objTransfer;
+Outcome CurlTransport::Impl::Try(const HttpRequest& objRequest, bool bNtlm) {
+  Outcome objOutcome;
+  Transfer& objTransfer = objOutcome.objTransfer;
   objTransfer.pBody = objRequest.pBody;
   objTransfer.bSendOnce = objRequest.bSendOnce;
+  if (Settings().bSafe) objTransfer.nStallLimit = nStallLimit;
   HeaderList objHeaders;
-  AddHeaders(objHeaders, objRequest, /*bCredentials=*/eLogin == Login::kHeader);
+  AddHeaders(objHeaders, objRequest, /*bCredentials=*/!bNtlm);
   char szDetail[CURL_ERROR_SIZE] = "";
-  curl_easy_reset(pCurl);  // keeps the connections
-  SetOptions(pCurl, objRequest, objTransfer);
-  if (eLogin == Login::kNtlm) SetNtlm(pCurl, *objRequest.objCredentials.UserAndPassword());
-  curl_easy_setopt(pCurl, CURLOPT_HTTPHEADER, objHeaders.Get());
-  curl_easy_setopt(pCurl, CURLOPT_ERRORBUFFER, szDetail);
-
-  const CURLcode eCode = Perform(pCurl, objTransfer);
-  curl_easy_reset(pCurl);  // drops the pointers into this call
+  objConnections.EndWhereEnded();
+  curl_easy_reset(pCurl.get());  // keeps the connections
+  SetOptions(pCurl.get(), objRequest, objTransfer);
+  objConnections.Follow(pCurl.get());
+  if (bNtlm) SetNtlm(pCurl.get(), *objRequest.objCredentials.UserAndPassword());
+  curl_easy_setopt(pCurl.get(), CURLOPT_HTTPHEADER, objHeaders.Get());
+  curl_easy_setopt(pCurl.get(), CURLOPT_ERRORBUFFER, szDetail);
+  Perform(pCurl.get(), objOutcome);
+  objOutcome.objEnd.strDetail = szDetail;
+  curl_easy_reset(pCurl.get());  // drops the pointers into this call
   if (objTransfer.pFailure) std::rethrow_exception(objTransfer.pFailure);
-  if (eCode != CURLE_OK) {
-    throw ServiceException(NetworkFailureText(eCode, szDetail, objRequest, objTransfer));
+  return objOutcome;
+}
+
+HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Login eLogin) {
+  if (!m_pImpl->pCurl)
+    throw ServiceException("The request failed. The HTTP library did not start.");
+  const bool bNtlm = eLogin == Login::kNtlm;
+  const auto nEnd = Now() + objRequest.nTimeout;
+  Outcome objOutcome = m_pImpl->Try(objRequest, bNtlm);
+  if (Settings().bSafe && IsForAnotherConnection(objOutcome)) {
+    HttpRequest objAgain = objRequest;
+    objAgain.bNewConnection = true;
+    objAgain.nTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - Now());
+    if (objAgain.pBody) objAgain.pBody->Rewind();
+    objOutcome = m_pImpl->Try(objAgain, bNtlm);
   }
-  return std::move(objTransfer.objResponse);
+  if (objOutcome.objEnd.eCode != CURLE_OK) throw NetworkFailure(objRequest, objOutcome.objEnd);
+  return std::move(objOutcome.objTransfer.objResponse);
 }
 
 }  // namespace ews

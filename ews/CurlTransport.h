@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 
 #include "ews/EwsTransport.h"
@@ -9,7 +10,9 @@ namespace ews {
 // Sends requests with libcurl. One handle lives as long as the transport and keeps its connections,
 // so that a rebuilt service means no new TLS handshake. Requests carry a Content-Length and wait
 // for no "100 Continue"; answers may be compressed. The settings of ews/Settings.h apply to each
-// request.
+// request. A kept connection that has ended is replaced before a request is written into it. With
+// the safe switch, one that loses a request that cannot have been carried out, or answers it with a
+// 400 that is none of the service's, is replaced and the request sent once more.
 //
 // A user name goes out as Basic. A server that refuses it with 401 and offers NTLM and no Basic is
 // asked again, and from then on, with libcurl's NTLM handshake, which goes out with an empty body
@@ -17,7 +20,10 @@ namespace ews {
 // passwords of Latin-1 characters; others are not proved right.
 class CurlTransport : public EwsTransport {
  public:
-  CurlTransport();
+  // With the safe switch a connection that moves no byte for nStallLimit counts as lost, whatever
+  // the time-out of the request; it is looked at about once a second.
+  static constexpr std::chrono::milliseconds kStallLimit{120000};
+  explicit CurlTransport(std::chrono::milliseconds nStallLimit = kStallLimit);
   ~CurlTransport() override;
   CurlTransport(const CurlTransport&) = delete;
   CurlTransport& operator=(const CurlTransport&) = delete;

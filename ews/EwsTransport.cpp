@@ -1,7 +1,6 @@
 #include "ews/EwsTransport.h"
 
 #include <algorithm>
-#include <array>
 #include <thread>
 
 #include "ews/CurlTransport.h"
@@ -13,24 +12,6 @@ namespace ews {
 namespace {
 
 EwsTransport* g_pScoped = nullptr;
-
-struct StatusText {
-  int nStatus;
-  std::string_view strText;
-};
-
-constexpr std::array<StatusText, 10> kStatusTexts{{
-    {400, "Bad Request"},
-    {401, "Unauthorized: the user name, the password or the token was refused"},
-    {403, "Forbidden: this user may not do that"},
-    {404, "Not Found: there is no mailbox service at this address"},
-    {407, "Proxy Authentication Required"},
-    {413, "Content Too Large"},
-    {429, "Too Many Requests: the server is throttling"},
-    {500, "Internal Server Error"},
-    {502, "Bad Gateway"},
-    {503, "Service Unavailable"},
-}};
 
 bool IsRedirect(int nStatus) {
   return nStatus == 301 || nStatus == 302 || nStatus == 303 || nStatus == 307 || nStatus == 308;
@@ -67,6 +48,19 @@ std::chrono::steady_clock::time_point EwsTransport::Now() {
 }
 
 void EwsTransport::Wait(std::chrono::milliseconds nTime) { std::this_thread::sleep_for(nTime); }
+
+std::chrono::steady_clock::time_point EwsTransport::OutageSince(const std::string& strHost) {
+  return m_mapOutages.try_emplace(strHost, Now()).first->second;
+}
+
+std::optional<std::chrono::steady_clock::time_point> EwsTransport::EndOutage(
+    const std::string& strHost) {
+  const auto it = m_mapOutages.find(strHost);
+  if (it == m_mapOutages.end()) return std::nullopt;
+  const auto nSince = it->second;
+  m_mapOutages.erase(it);
+  return nSince;
+}
 
 EwsTransport& Transport() {
   if (g_pScoped) return *g_pScoped;
@@ -105,16 +99,6 @@ HttpResponse SendFollowingRedirects(EwsTransport& objTransport, HttpRequest objR
         std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - objTransport.Now());
     objRequest.nTimeout = std::max(nLeft, std::chrono::milliseconds(1));
   }
-}
-
-std::string HttpFailureText(const std::string& strUrl, const HttpResponse& objResponse) {
-  const auto it =
-      std::find_if(kStatusTexts.begin(), kStatusTexts.end(),
-                   [&](const StatusText& objRow) { return objRow.nStatus == objResponse.nStatus; });
-  std::string strText = "The request failed. The server " + HostForMessage(strUrl) +
-                        " answered HTTP " + std::to_string(objResponse.nStatus);
-  if (it != kStatusTexts.end()) strText += " (" + std::string(it->strText) + ")";
-  return strText + ".";
 }
 
 }  // namespace ews

@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,6 +28,7 @@ struct HttpRequest {
   bool bSecretBody = false;      // the body itself is for trusted eyes alone
   bool bSendOnce = false;        // a second arrival would do harm: never repeated once it is out,
                                  // unless a 401 says that it was not carried out
+  bool bNewConnection = false;   // a kept one will not do
   RequestBody* pBody = nullptr;  // not owned; null for none. Rewound before it is sent
   std::chrono::milliseconds nTimeout{100000};  // for the whole request, upload included
 };
@@ -39,21 +42,29 @@ struct HttpResponse {
   std::string Header(std::string_view strName) const;
 };
 
-// The one seam between the mailbox client and the network. Also the clock that throttling waits by,
-// so that a test needs no waiting.
+// The one seam between the mailbox client and the network. Also the clock that waits go by, so that
+// a test needs no waiting, and the memory of which hosts are out of order (ews/Outage.h).
 class EwsTransport {
  public:
   virtual ~EwsTransport() = default;
 
   // Sends one request and follows no redirect. Throws ServiceException when no answer came or when
-  // credentials would travel unencrypted to another machine; any HTTP status is an answer.
+  // credentials would travel unencrypted to another machine; any HTTP status is an answer. The text
+  // for a request that is sent once holds kMayBeCarriedOut where it may have been.
   HttpResponse Send(const HttpRequest& objRequest);
 
   virtual std::chrono::steady_clock::time_point Now();
   virtual void Wait(std::chrono::milliseconds nTime);
 
+  // When the outage of that host began: now, if there was none.
+  std::chrono::steady_clock::time_point OutageSince(const std::string& strHost);
+  // Ends it; when it began, if there was one.
+  std::optional<std::chrono::steady_clock::time_point> EndOutage(const std::string& strHost);
+
  private:
   virtual HttpResponse DoSend(const HttpRequest& objRequest) = 0;
+
+  std::map<std::string, std::chrono::steady_clock::time_point> m_mapOutages;  // by host
 };
 
 // The process's transport: one connection pool for all requests, unless a ScopedTransport stands.
@@ -76,8 +87,5 @@ class ScopedTransport {
 // at all. Throws as Send does, then too, and when there are too many.
 HttpResponse SendFollowingRedirects(EwsTransport& objTransport, HttpRequest objRequest,
                                     const std::function<bool(const std::string&)>& fnTrusted);
-
-// "The request failed. …" with host and status, for an answer that is no success.
-std::string HttpFailureText(const std::string& strUrl, const HttpResponse& objResponse);
 
 }  // namespace ews

@@ -1,12 +1,12 @@
 #include "ews/ExchangeService.h"
 
 #include <algorithm>
-#include <charconv>
-
-#include <curl/curl.h>
 
 #include "ews/Autodiscover.h"
+#include "ews/HttpFailure.h"
+#include "ews/Outage.h"
 #include "ews/RequestBody.h"
+#include "ews/ResponseCodes.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
 #include "ews/SoapWriter.h"
@@ -17,52 +17,76 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Retry-After is a number of seconds or a date.
-std::optional<milliseconds> RetryAfter(const HttpResponse& objResponse) {
-  const std::string strValue = objResponse.Header("Retry-After");
-  if (strValue.empty()) return std::nullopt;
-  long long nSeconds = 0;
-  const char* pEnd = strValue.data() + strValue.size();
-  if (std::from_chars(strValue.data(), pEnd, nSeconds).ptr != pEnd) {
-    const auto nWhen = curl_getdate(strValue.c_str(), nullptr);
-    if (nWhen < 0) return std::nullopt;
-    nSeconds =
-        static_cast<long long>(nWhen) - std::chrono::duration_cast<std::chrono::seconds>(
-                                            std::chrono::system_clock::now().time_since_epoch())
-                                            .count();
+constexpr milliseconds kLeastBackOff{1000};  // so that a retry never spins
+
+// The failure that the server's words become. Where they leave open what became of a request that
+// makes something, or tell of the service being switched off, the safe switch adds a sentence.
+ServiceResponseException Refusal(const std::string& strText, const std::string& strCode,
+                                 const Failure& objFailure, ExchangeService::Effect eEffect) {
+  std::string strMessage = strText.empty() ? strCode : strText;
+  if (Settings().bSafe) {
+    const bool bCreates = eEffect == ExchangeService::Effect::kCreates;
+    if (bCreates && objFailure.bMayBeCarriedOut) {
+      strMessage = WithOpenOutcome(std::move(strMessage), "The server");
+    }
+    if (strCode == "ErrorAccessDenied" && SaysServiceIsOff(strText)) {
+      strMessage =
+          WithoutStop(std::move(strMessage)) + ". " + kServiceIsOff + ": " + kLogonRefused + ".";
+    }
   }
-  const long long nMost = kMaxBackOff.count() / 1000;
-  return milliseconds(std::clamp(nSeconds, 0LL, nMost) * 1000);
+  return ServiceResponseException(strMessage, strCode, objFailure);
 }
 
-// How long the server wants to be left alone; nothing if it does not throttle. An answer that asks
-// for no time at all is taken as a second, so that a retry never spins.
-std::optional<milliseconds> ThrottleTime(const HttpResponse& objResponse,
-                                         const std::optional<SoapResponse>& objSoap) {
-  constexpr milliseconds kLeast{1000};
-  std::optional<milliseconds> nTime;
-  if (objResponse.nStatus == 429 || objResponse.nStatus == 503) nTime = RetryAfter(objResponse);
-  if (objSoap && objSoap->objFault && objSoap->objFault->strCode == "ErrorServerBusy") {
-    if (const auto& nBackOff = objSoap->objFault->nBackOff) nTime = nBackOff;
+// What the code says; a time to wait, which comes with the answer or in its header, says that
+// nothing was done.
+Failure FailureOf(const HttpResponse& objResponse, const std::string& strCode,
+                  const std::optional<milliseconds>& nBackOff) {
+  Failure objFailure = FailureOfCode(strCode);
+  objFailure.nBackOff = FailureOfStatus(objResponse).nBackOff;
+  if (strCode == "ErrorServerBusy" && nBackOff) {
+    objFailure.nBackOff = std::max(*nBackOff, kLeastBackOff);
   }
-  if (objSoap && objSoap->arrMessages.size() == 1 && objSoap->arrMessages.front().bError &&
-      objSoap->arrMessages.front().strCode == "ErrorServerBusy") {
-    if (const auto& nBackOff = objSoap->arrMessages.front().nBackOff) nTime = nBackOff;
+  if (objFailure.nBackOff) {
+    objFailure.bOutage = true;
+    objFailure.bMayBeCarriedOut = false;
   }
-  if (nTime && *nTime == milliseconds(0)) return kLeast;
-  return nTime;
+  return objFailure;
 }
 
-SoapResponse Judge(const std::string& strUrl, const HttpResponse& objResponse,
-                   std::optional<SoapResponse> objSoap) {
+ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objResponse,
+                        ExchangeService::Effect eEffect) {
+  const std::uint64_t nBytes = objRequest.pBody ? objRequest.pBody->Length() : 0;
+  Failure objFailure = FailureOfStatus(objResponse);
+  std::string strText = HttpFailureText(objRequest.strUrl, objResponse, nBytes);
+  if (objResponse.nStatus / 100 == 2) {
+    objFailure.bMayBeCarriedOut = true;
+    strText = "The request failed. The answer of the server " + HostForMessage(objRequest.strUrl) +
+              " is no answer of a mailbox service.";
+  }
+  if (objFailure.bMayBeCarriedOut && eEffect == ExchangeService::Effect::kCreates) {
+    strText = WithOpenOutcome(std::move(strText), "It");
+  }
+  return ServiceException(strText, objFailure);
+}
+
+// The answer, or the failure that is for the whole of it or is an outage thrown. Other failures of
+// single messages are the caller's.
+SoapResponse Judge(const HttpRequest& objRequest, const HttpResponse& objResponse,
+                   ExchangeService::Effect eEffect) {
+  auto objSoap = ReadSoapResponse(objResponse.strBody);
   if (objSoap && objSoap->objFault) {
-    throw ServiceResponseException(objSoap->objFault->strText, objSoap->objFault->strCode);
+    const SoapFault& objFault = *objSoap->objFault;
+    throw Refusal(objFault.strText, objFault.strCode,
+                  FailureOf(objResponse, objFault.strCode, objFault.nBackOff), eEffect);
   }
-  if (objResponse.nStatus != 200) throw ServiceException(HttpFailureText(strUrl, objResponse));
-  if (!objSoap) {
-    throw ServiceException("The request failed. The answer of the server " +
-                           HostForMessage(strUrl) + " is no answer of a mailbox service.");
+  if (objSoap && objSoap->arrMessages.size() == 1 && objSoap->arrMessages.front().bError) {
+    const ResponseMessage& objMessage = objSoap->arrMessages.front();
+    const Failure objFailure = FailureOf(objResponse, objMessage.strCode, objMessage.nBackOff);
+    if (objFailure.bOutage) {
+      throw Refusal(objMessage.strText, objMessage.strCode, objFailure, eEffect);
+    }
   }
+  if (objResponse.nStatus != 200 || !objSoap) throw NoSoap(objRequest, objResponse, eEffect);
   return std::move(*objSoap);
 }
 
@@ -145,17 +169,20 @@ SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(Soap
   RequestBody objBody = objWriter.Finish();
   HttpRequest objRequest = MakeRequest(objBody);
   objRequest.bSendOnce = eEffect == Effect::kCreates;
-  return SendUntilServed(std::move(objRequest));
+  return SendUntilServed(std::move(objRequest), eEffect);
 }
 
 ResponseMessage ExchangeService::CallForOne(Effect eEffect,
                                             const std::function<void(SoapWriter&)>& fnBody) {
   SoapResponse objResponse = Call(eEffect, fnBody);
-  if (objResponse.arrMessages.empty()) throw ServiceException(kNoAnswer);
+  if (objResponse.arrMessages.empty()) {
+    throw ServiceException(eEffect == Effect::kCreates ? WithOpenOutcome(kNoAnswer, "The server")
+                                                       : kNoAnswer);
+  }
   ResponseMessage& objMessage = objResponse.arrMessages.front();
   if (objMessage.bError) {
-    throw ServiceResponseException(
-        objMessage.strText.empty() ? objMessage.strCode : objMessage.strText, objMessage.strCode);
+    throw Refusal(objMessage.strText, objMessage.strCode, FailureOfCode(objMessage.strCode),
+                  eEffect);
   }
   return std::move(objMessage);
 }
@@ -173,22 +200,18 @@ HttpRequest ExchangeService::MakeRequest(RequestBody& objBody) const {
   return objRequest;
 }
 
-// A busy server is waited for and asked again as long as the time-out allows.
-SoapResponse ExchangeService::SendUntilServed(HttpRequest objRequest) {
-  EwsTransport& objTransport = Transport();
-  const auto nEnd = objTransport.Now() + objRequest.nTimeout;
+SoapResponse ExchangeService::SendUntilServed(HttpRequest objRequest, Effect eEffect) {
   const std::string strUrl = objRequest.strUrl;
-  while (true) {
+  const auto eRepeat = eEffect == Effect::kCreates ? Outage::Repeat::kUnlessMaybeCarriedOut
+                                                   : Outage::Repeat::kAlways;
+  const Outage objOutage(Transport(), HostForMessage(strUrl), objRequest.nTimeout, eRepeat);
+  return WaitOut(objOutage, [&](milliseconds nTimeout) {
+    objRequest.nTimeout = nTimeout;
     const HttpResponse objResponse = SendFollowingRedirects(
-        objTransport, objRequest,
+        Transport(), objRequest,
         [&](const std::string& strTo) { return MayCarryCredentials(strUrl, strTo); });
-    auto objSoap = ReadSoapResponse(objResponse.strBody);
-    const auto nThrottle = ThrottleTime(objResponse, objSoap);
-    const auto nLeft = std::chrono::duration_cast<milliseconds>(nEnd - objTransport.Now());
-    if (!nThrottle || *nThrottle >= nLeft) return Judge(strUrl, objResponse, std::move(objSoap));
-    objTransport.Wait(*nThrottle);
-    objRequest.nTimeout = nLeft - *nThrottle;
-  }
+    return Judge(objRequest, objResponse, eEffect);
+  });
 }
 
 }  // namespace ews

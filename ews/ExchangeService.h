@@ -59,7 +59,8 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   // An empty address is found out at the next request.
   void SetImpersonatedUserId(ImpersonatedUserId objId) { m_objImpersonated = std::move(objId); }
   HttpHeaderCollection& HttpHeaders() { return m_objHeaders; }
-  // Milliseconds for a whole request: upload, answer, and the waits that a busy server asks for.
+  // Milliseconds for a whole request: upload, answer, and, where outages are not waited out, the
+  // waits that a busy server asks for.
   void SetTimeout(int nMilliseconds) { m_nTimeout = nMilliseconds; }
   int Timeout() const { return m_nTimeout; }
 
@@ -88,7 +89,8 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   FindFoldersResults Find(const FolderId& objParent, const SearchFilter* pFilter,
                           const FolderView& objView);
   HttpRequest MakeRequest(RequestBody& objBody) const;
-  SoapResponse SendUntilServed(HttpRequest objRequest);
+  // Waits outages out (ews/Outage.h).
+  SoapResponse SendUntilServed(HttpRequest objRequest, Effect eEffect);
 
   ExchangeVersion m_eVersion;
   CString m_strUrl;

@@ -24,7 +24,8 @@ void Folder::Save(const FolderId& objParent) {
         objWriter.End();
       });
   if (objAnswer.arrFolders.empty() || objAnswer.arrFolders.front().strId.empty()) {
-    throw ServiceException("The request failed. The server named no id for the new folder.");
+    throw ServiceException(
+        WithOpenOutcome("The request failed. The server named no id for the new folder.", "It"));
   }
   m_objId = FolderId(CString::FromUtf8(objAnswer.arrFolders.front().strId));
 }

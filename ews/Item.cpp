@@ -2,11 +2,16 @@
 
 #include "ews/ExchangeService.h"
 #include "ews/ServiceException.h"
+#include "ews/Settings.h"
 #include "ews/SoapWriter.h"
 
 namespace ews {
 
 using enum SoapWriter::Vocabulary;
+
+namespace {
+constexpr const char* kAttachmentsFailed = "At least one attachment couldn't be created.";
+}  // namespace
 
 void Item::Save(const FolderId& objFolder) {
   if (!m_pService) throw ServiceException(kNoService);
@@ -15,7 +20,8 @@ void Item::Save(const FolderId& objFolder) {
       m_pService->CallForOne(ExchangeService::Effect::kCreates,
                              [&](SoapWriter& objWriter) { WriteCreateItem(objWriter, objFolder); });
   if (objAnswer.arrItems.empty() || objAnswer.arrItems.front().strId.empty()) {
-    throw ServiceException("The request failed. The server named no id for the new item.");
+    throw ServiceException(
+        WithOpenOutcome("The request failed. The server named no id for the new item.", "It"));
   }
   const ItemRecord& objRecord = objAnswer.arrItems.front();
   m_objId = {CString::FromUtf8(objRecord.strId), CString::FromUtf8(objRecord.strChangeKey)};
@@ -85,7 +91,11 @@ void Item::CreateAttachments() {
       }
     }
   } catch (const ServiceResponseException& e) {
-    throw ServiceResponseException("At least one attachment couldn't be created.", e.ErrorCode());
+    throw ServiceResponseException(kAttachmentsFailed, e.ErrorCode());
+  } catch (const ServiceException&) {
+    // The item is there, and a text that leaves this open would have it counted as whole.
+    if (Settings().bSafe) throw ServiceException(kAttachmentsFailed);
+    throw;
   }
 }
 

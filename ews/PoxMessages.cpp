@@ -32,16 +32,16 @@ std::string EndpointOf(pugi::xml_node objAccount) {
   return {};
 }
 
-PoxAnswer Failure(std::string strText) { return {PoxAnswer::Kind::kError, std::move(strText)}; }
+PoxAnswer ErrorAnswer(std::string strText) { return {PoxAnswer::Kind::kError, std::move(strText)}; }
 
 }  // namespace
 
 PoxAnswer ReadPoxAnswer(std::string_view strXml) {
   pugi::xml_document objDocument;
-  if (!LoadXml(objDocument, strXml)) return Failure("The answer is no autodiscovery answer.");
+  if (!LoadXml(objDocument, strXml)) return ErrorAnswer("The answer is no autodiscovery answer.");
   const pugi::xml_node objResponse = Child(Child(objDocument, "Autodiscover"), "Response");
   if (const pugi::xml_node objError = Child(objResponse, "Error")) {
-    return Failure("The server answered: " + TextOf(objError, "Message") + " (" +
+    return ErrorAnswer("The server answered: " + TextOf(objError, "Message") + " (" +
                    TextOf(objError, "ErrorCode") + ").");
   }
   const pugi::xml_node objAccount = Child(objResponse, "Account");
@@ -54,7 +54,7 @@ PoxAnswer ReadPoxAnswer(std::string_view strXml) {
   } else if (strAction == "redirectUrl") {
     objAnswer = {PoxAnswer::Kind::kRedirectUrl, TextOf(objAccount, "RedirectUrl")};
   }
-  if (objAnswer.strValue.empty()) return Failure("The answer names no endpoint.");
+  if (objAnswer.strValue.empty()) return ErrorAnswer("The answer names no endpoint.");
   return objAnswer;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -7,21 +9,39 @@
 
 namespace ews {
 
+// What is known of a request that failed, for whoever may send it again. None of it: the same
+// request would fail again, and nothing was made by it.
+struct Failure {
+  // The server or the way to it is out of order: the same request may be served later.
+  bool bOutage = false;
+  // Its whole body may have arrived, and nobody said no to it.
+  bool bMayBeCarriedOut = false;
+  // How long the server wants to be left alone, where it says so; never 0.
+  std::optional<std::chrono::milliseconds> nBackOff;
+  int nHttpStatus = 0;  // of the answer; 0 for none
+};
+
 // Any failure of a call to the mailbox service. what() is UTF-8 and is shown to people as it
 // stands.
 class ServiceException : public std::runtime_error {
  public:
   explicit ServiceException(const char* pszMessage) : std::runtime_error(pszMessage) {}
-  explicit ServiceException(const std::string& strMessage) : std::runtime_error(strMessage) {}
+  explicit ServiceException(const std::string& strMessage, Failure objFailure = {})
+      : std::runtime_error(strMessage), m_objFailure(objFailure) {}
   explicit ServiceException(const CString& strMessage) : std::runtime_error(strMessage.ToUtf8()) {}
+  const Failure& Cause() const { return m_objFailure; }
+
+ private:
+  Failure m_objFailure;
 };
 
 // The server understood the request and refused it: what() is its text, unchanged (the message text
-// of a response, the fault string of a fault).
+// of a response, the fault string of a fault). With the safe switch a sentence of ours may follow.
 class ServiceResponseException : public ServiceException {
  public:
-  ServiceResponseException(const std::string& strMessage, std::string strCode)
-      : ServiceException(strMessage), m_strCode(std::move(strCode)) {}
+  ServiceResponseException(const std::string& strMessage, std::string strCode,
+                           Failure objFailure = {})
+      : ServiceException(strMessage, objFailure), m_strCode(std::move(strCode)) {}
   const std::string& ErrorCode() const { return m_strCode; }  // such as "ErrorFolderExists"
 
  private:
@@ -36,5 +56,21 @@ inline constexpr const char* kNoAnswer =
 inline constexpr const char* kHasId =
     "This operation can't be performed because this service object already has an ID. To update "
     "this service object, use the Update() method instead.";
+
+// Parts of texts by which whoever reads them tells kinds of failure apart.
+
+// Stands in the text of every request that makes something and may have made it; where it is
+// missing, nothing was made.
+inline constexpr const char* kMayBeCarriedOut = "may have carried the request out";
+// Ends the text of a failure that was waited out in vain, with the time behind it.
+inline constexpr const char* kWaitedFor = "; waited for ";
+// Every further request of this logon fails, so that there is no use in any.
+inline constexpr const char* kLogonRefused = "this logon is refused";
+
+// The text with the sentence behind it that strSubject ("It" for a server that the text names, or
+// "The server") may have carried the request out.
+std::string WithOpenOutcome(std::string strText, const char* pszSubject);
+// The text without what ends a sentence, so that more can follow.
+std::string WithoutStop(std::string strText);
 
 }  // namespace ews

@@ -26,7 +26,7 @@ class ScriptedTransport : public ews::EwsTransport {
     std::chrono::milliseconds timeout;
   };
 
-  void Push(ews::HttpResponse response) { m_script.push_back(std::move(response)); }
+  void Push(ews::HttpResponse response) { m_script.push_back({std::move(response), {}}); }
   void Push(std::string body, int status = 200) { Push({status, {}, std::move(body)}); }
   void PushAll(std::vector<std::string> bodies) {
     for (std::string& body : bodies) Push(std::move(body));
@@ -35,7 +35,9 @@ class ScriptedTransport : public ews::EwsTransport {
     Push({status, {{"Location", std::move(url)}}, ""});
   }
   // The request gets no answer.
-  void PushFailure(std::string text) { Push({-1, {}, std::move(text)}); }
+  void PushFailure(std::string text, ews::Failure failure = {}) {
+    m_script.push_back({{-1, {}, std::move(text)}, failure});
+  }
 
   const std::vector<Sent>& Requests() const { return m_sent; }
   std::chrono::milliseconds Waited() const { return m_waited; }
@@ -59,13 +61,18 @@ class ScriptedTransport : public ews::EwsTransport {
     m_sent.push_back({request.strMethod, request.strUrl, request.arrHeaders,
                       request.objCredentials.HeaderValue(), std::move(body), request.nTimeout});
     if (m_script.empty()) throw ews::ServiceException("the script has ended");
-    ews::HttpResponse response = std::move(m_script.front());
+    auto [response, failure] = std::move(m_script.front());
     m_script.pop_front();
-    if (response.nStatus < 0) throw ews::ServiceException(response.strBody);
+    if (response.nStatus < 0) throw ews::ServiceException(response.strBody, failure);
     return response;
   }
 
-  std::deque<ews::HttpResponse> m_script;
+  struct Step {
+    ews::HttpResponse response;
+    ews::Failure failure;
+  };
+
+  std::deque<Step> m_script;
   std::vector<Sent> m_sent;
   std::chrono::milliseconds m_waited{0};
 };

@@ -71,6 +71,7 @@ struct ScriptedServer::Impl {
   bool ended = false;
   std::deque<ScriptedAnswer> script;
   std::vector<SeenRequest> seen;
+  size_t answered = 0;                   // of them
   std::optional<LoopbackThread> thread;  // goes first
 
   ScriptedAnswer Take(const httplib::Request& request) {
@@ -156,9 +157,13 @@ ScriptedServer::ScriptedServer(Tls highest) : m_impl(std::make_unique<Impl>()) {
   m_impl->server->Post(".*", handler);
   m_impl->server->Get(".*", handler);
   m_impl->server->set_keep_alive_max_count(1000);
-  // Answers over TLS come in two packets: when the second is there, the server's thread is idle
-  // again, and EndConnections does not meet it at work.
-  m_impl->server->set_tcp_nodelay(highest == Tls::kNone);
+  m_impl->server->set_tcp_nodelay(true);
+  m_impl->server->set_logger(
+      [impl = m_impl.get()](const auto&, const auto&) {  // behind each answer
+        const std::lock_guard lock(impl->mutex);
+        ++impl->answered;
+        impl->ending.notify_all();
+      });
   m_impl->thread.emplace(*m_impl->server);
 }
 
@@ -181,7 +186,12 @@ std::string ScriptedServer::Url(const std::string& path, const std::string& host
   return (m_impl->tls ? "https://" : "http://") + host + ":" + std::to_string(Port()) + path;
 }
 
-void ScriptedServer::EndConnections() { m_impl->tls.value().EndConnections(); }
+void ScriptedServer::EndConnections() {
+  // The answer may be with the client while its thread here is still at work on the connection.
+  std::unique_lock lock(m_impl->mutex);
+  m_impl->ending.wait(lock, [this] { return m_impl->answered == m_impl->seen.size(); });
+  m_impl->tls.value().EndConnections();
+}
 
 const std::string& ScriptedServer::CertificateFile() const {
   return m_impl->tls.value().CertificateFile();

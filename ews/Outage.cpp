@@ -1,0 +1,133 @@
+#include "ews/Outage.h"
+
+#include <algorithm>
+#include <random>
+
+#include <fmt/format.h>
+
+#include "ews/Settings.h"
+
+namespace ews {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr milliseconds kFirstPause{1000};
+constexpr milliseconds kLongestPause{60000};
+constexpr milliseconds kSlice{200};  // how soon a wait sees that the process is to end
+constexpr size_t kReasonBytes = 200;
+
+// Keeps a thousand engines that lost one server from coming back in step.
+double Jitter() {
+  static std::minstd_rand objRandom(std::random_device{}());
+  return std::uniform_real_distribution<double>(0.8, 1.2)(objRandom);
+}
+
+std::string Duration(milliseconds nTime) {
+  const auto nSeconds = (nTime.count() + 500) / 1000;
+  return nSeconds < 120 ? fmt::format("{} s", nSeconds)
+                        : fmt::format("{} min", (nSeconds + 30) / 60);
+}
+
+// One line for a terminal: the server's words may hold anything.
+std::string ReasonOf(const ServiceException& objError) {
+  constexpr std::string_view kOpening = "The request failed. ";
+  std::string str = WithoutStop(objError.what());
+  if (str.starts_with(kOpening)) str.erase(0, kOpening.size());
+  if (str.size() > kReasonBytes) {
+    size_t nEnd = kReasonBytes;
+    while (nEnd > 0 && (static_cast<unsigned char>(str[nEnd]) & 0xC0) == 0x80) --nEnd;
+    str = str.substr(0, nEnd) + "…";
+  }
+  std::replace_if(
+      str.begin(), str.end(),
+      [](char ch) { return static_cast<unsigned char>(ch) < 0x20 || ch == 0x7F; }, ' ');
+  return str;
+}
+
+void TellLine(const std::string& strLine) {
+  if (const auto& fnTell = Settings().fnTellWait) fnTell(strLine);
+}
+
+}  // namespace
+
+Outage::Outage(EwsTransport& objTransport, std::string strHost, milliseconds nTimeout,
+               Repeat eRepeat)
+    : m_objTransport(objTransport),
+      m_strHost(std::move(strHost)),
+      m_nTimeout(nTimeout),
+      m_nEnd(objTransport.Now() + nTimeout),
+      m_eRepeat(eRepeat) {}
+
+bool Outage::IsPatient() const { return Settings().bSafe && Settings().nPatience.count() > 0; }
+
+milliseconds Outage::TimeLeft() const {
+  if (IsPatient() || m_nWaits == 0) return std::max(m_nTimeout, milliseconds(1));
+  const auto nLeft = std::chrono::duration_cast<milliseconds>(m_nEnd - m_objTransport.Now());
+  return std::max(nLeft, milliseconds(1));
+}
+
+void Outage::WaitAfter(const ServiceException& objError) {
+  const Failure& objFailure = objError.Cause();
+  if (!objFailure.bOutage) {
+    End();
+    throw;
+  }
+  if (objFailure.bMayBeCarriedOut && m_eRepeat == Repeat::kUnlessMaybeCarriedOut) throw;
+  if (!IsPatient()) {
+    const bool bInTime =
+        objFailure.nBackOff && m_objTransport.Now() + *objFailure.nBackOff < m_nEnd;
+    if (!bInTime) throw;
+    ++m_nWaits;
+    m_objTransport.Wait(*objFailure.nBackOff);
+    return;
+  }
+  const auto nSince = m_objTransport.OutageSince(m_strHost);
+  const auto nLeft = std::chrono::duration_cast<milliseconds>(nSince + Settings().nPatience -
+                                                              m_objTransport.Now());
+  const milliseconds nPause = Pause(objFailure);
+  // What the server asks for is waited in full or not at all.
+  if (nLeft.count() <= 0 || (objFailure.nBackOff && nPause > nLeft)) GiveUp(objError);
+  Tell(ReasonOf(objError), std::min(nPause, nLeft), nLeft);
+  ++m_nWaits;
+  if (!Sleep(std::min(nPause, nLeft))) GiveUp(objError);
+}
+
+void Outage::End() {
+  const auto nSince = m_objTransport.EndOutage(m_strHost);
+  if (!nSince) return;
+  TellLine(fmt::format(
+      "{} answers again after {}", m_strHost,
+      Duration(std::chrono::duration_cast<milliseconds>(m_objTransport.Now() - *nSince))));
+}
+
+milliseconds Outage::Pause(const Failure& objFailure) {
+  if (objFailure.nBackOff) return *objFailure.nBackOff;
+  const milliseconds nPause = std::min(kFirstPause * (1 << std::min(m_nWaits, 6)), kLongestPause);
+  return milliseconds(static_cast<long long>(static_cast<double>(nPause.count()) * Jitter()));
+}
+
+void Outage::Tell(const std::string& strReason, milliseconds nPause, milliseconds nLeft) const {
+  TellLine(fmt::format("{} does not answer ({}): next try in {}, for {} more", m_strHost, strReason,
+                       Duration(nPause), Duration(nLeft)));
+}
+
+// False when the process was asked to end meanwhile.
+bool Outage::Sleep(milliseconds nTime) {
+  const auto& fnStopAsked = Settings().fnStopAsked;
+  for (milliseconds nLeft = nTime; nLeft.count() > 0; nLeft -= kSlice) {
+    if (fnStopAsked && fnStopAsked()) return false;
+    m_objTransport.Wait(std::min(nLeft, kSlice));
+  }
+  return true;
+}
+
+void Outage::GiveUp(const ServiceException& objError) {
+  const auto nSince = m_objTransport.OutageSince(m_strHost);
+  const auto nWaited = std::chrono::duration_cast<milliseconds>(m_objTransport.Now() - nSince);
+  throw ServiceException(WithoutStop(objError.what()) + kWaitedFor + Duration(nWaited),
+                         objError.Cause());
+}
+
+}  // namespace ews

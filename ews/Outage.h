@@ -1,0 +1,70 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "ews/EwsTransport.h"
+#include "ews/ServiceException.h"
+
+namespace ews {
+
+// Waits out what keeps a server from serving a request just now. With the safe switch and a
+// patience (ews/Settings.h), every failure that is an outage is waited for and the request sent
+// again: after the time that the server asks for, else after a second, doubled each time up to a
+// minute, give or take a fifth. The patience is for the outage, which lasts from the first failure
+// of a host to its first answer, over as many requests as that takes; the time-out of a request is
+// for one try. Each wait is told (Settings().fnTellWait), and so is the end of the outage.
+//
+// Without patience only a server that asks for time is waited for, untold, and within the time-out.
+class Outage {
+ public:
+  enum class Repeat {
+    kAlways,                // asking twice does no harm
+    kUnlessMaybeCarriedOut  // what may have made something is not sent again
+  };
+
+  // strHost is for messages and tells outages apart.
+  Outage(EwsTransport& objTransport, std::string strHost, std::chrono::milliseconds nTimeout,
+         Repeat eRepeat);
+
+  // The time-out of the next try, at least a millisecond.
+  std::chrono::milliseconds TimeLeft() const;
+  // To be called in the handler of a try's failure. Returns after a wait, for another try. Throws
+  // the failure where there is to be none: as it is, or, if it was waited for in vain, as a
+  // ServiceException with kWaitedFor and the time at the end of its text.
+  void WaitAfter(const ServiceException& objError);
+  // The host has answered.
+  void End();
+
+ private:
+  bool IsPatient() const;
+  std::chrono::milliseconds Pause(const Failure& objFailure);
+  void Tell(const std::string& strReason, std::chrono::milliseconds nPause,
+            std::chrono::milliseconds nLeft) const;
+  bool Sleep(std::chrono::milliseconds nTime);
+  [[noreturn]] void GiveUp(const ServiceException& objError);
+
+  EwsTransport& m_objTransport;
+  std::string m_strHost;
+  std::chrono::milliseconds m_nTimeout;
+  std::chrono::steady_clock::time_point m_nEnd;
+  Repeat m_eRepeat;
+  int m_nWaits = 0;
+};
+
+// Calls fnTry with the time-out of one try until it returns, and returns what it does. Throws as
+// Outage::WaitAfter.
+template <typename Try>
+auto WaitOut(Outage objOutage, Try fnTry) {
+  while (true) {
+    try {
+      auto objResult = fnTry(objOutage.TimeLeft());
+      objOutage.End();
+      return objResult;
+    } catch (const ServiceException& objError) {
+      objOutage.WaitAfter(objError);
+    }
+  }
+}
+
+}  // namespace ews

@@ -1,0 +1,200 @@
+#include "ews/Outage.h"
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "ews/EmailMessage.h"
+#include "tests/ews/Answers.h"
+#include "tests/ews/ScriptedTransport.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+const ews::Failure kRefusedConnection{true, false, {}, 0};
+const ews::Failure kLostAnswer{true, true, {}, 0};
+
+class Outage : public ScriptedService {
+ protected:
+  Outage() {
+    ews::Settings().bSafe = true;
+    ews::Settings().nPatience = std::chrono::minutes(30);
+    ews::Settings().fnTellWait = [this](const std::string& line) { m_told.push_back(line); };
+  }
+  std::string Find() {
+    return TextOf([&] {
+      m_service->FindFolders(ews::WellKnownFolderName::MsgFolderRoot, ews::FolderView(10));
+    });
+  }
+  std::string Save() {
+    return TextOf([&] { ews::EmailMessage(m_service).Save(ews::WellKnownFolderName::Inbox); });
+  }
+  void PushRefused() {
+    m_transport.PushFailure("The request failed. The connection failed: refused.",
+                            kRefusedConnection);
+  }
+  size_t Sent() const { return m_transport.Requests().size(); }
+  double Seconds() const { return static_cast<double>(m_transport.Waited().count()) / 1000; }
+
+  std::vector<std::string> m_told;
+};
+
+TEST_F(Outage, IsWaitedOutInStepsThatDoubleUpToAMinute) {
+  for (int i = 0; i < 9; ++i) PushRefused();
+  m_transport.Push(answers::Found({}));
+  m_service->SetTimeout(5000);  // for one try: waits do not eat it up
+  EXPECT_EQ(Find(), "no exception");
+  EXPECT_EQ(m_transport.Requests().back().timeout, milliseconds(5000));
+  const double steps = 1 + 2 + 4 + 8 + 16 + 32 + 60 + 60 + 60;
+  EXPECT_GE(Seconds(), steps * 0.8);
+  EXPECT_LE(Seconds(), steps * 1.2);
+  ASSERT_EQ(m_told.size(), 10u);
+  EXPECT_EQ(m_told[0],
+            "mail.example.com does not answer (The connection failed: refused): next try in 1 s, "
+            "for 30 min more");
+  EXPECT_THAT(m_told[9], MatchesRegex("mail.example.com answers again after [0-9]+ min"));
+}
+
+TEST_F(Outage, EveryKindOfItIsWaitedOutForAQuestion) {
+  m_transport.PushFailure("lost", kLostAnswer);
+  for (const int status : {408, 429, 500, 502, 503, 504}) m_transport.Push("<html>", status);
+  for (const char* code : {"ErrorServerBusy", "ErrorTimeoutExpired", "ErrorMailboxStoreUnavailable",
+                           "ErrorInternalServerTransientError"}) {
+    m_transport.Push(answers::Error("FindFolder", code, "Not now."));
+  }
+  m_transport.Push(answers::Found({}));
+  EXPECT_EQ(Find(), "no exception");
+  EXPECT_EQ(Sent(), 12u);
+  for (const int status : {400, 404, 413, 501}) {
+    m_transport.Push("", status);
+    EXPECT_THAT(Find(), HasSubstr("HTTP " + std::to_string(status)));
+  }
+}
+
+// What makes something is sent again only where it cannot have been carried out; where it may have
+// been, its text says so, and nobody waits.
+TEST_F(Outage, WhatMayHaveBeenCarriedOutIsToldAndNotRepeated) {
+  const auto error = [](const char* code) {
+    return answers::Error("CreateItem", code, "index is out of range");
+  };
+  const struct {
+    ews::HttpResponse answer;
+    ews::Failure failure;
+    bool repeated;
+    bool open;
+  } rows[] = {
+      {{-1, {}, "refused."}, kRefusedConnection, true, false},
+      {{429, {}, ""}, {}, true, false},
+      {{503, {{"Retry-After", "2"}}, ""}, {}, true, false},
+      {{503, {{"Retry-After", "2"}}, error("ErrorInternalServerError")}, {}, true, false},
+      {{200, {}, error("ErrorServerBusy")}, {}, true, false},
+      {{500, {}, answers::Busy("7000")}, {}, true, false},
+      {{500, {}, ""}, {}, false, true},
+      {{502, {}, "<html>"}, {}, false, true},
+      {{503, {}, ""}, {}, false, true},
+      {{504, {}, ""}, {}, false, true},
+      {{520, {}, ""}, {}, false, true},
+      {{200, {}, "<html>Sign in</html>"}, {}, false, true},
+      {{200, {}, answers::Envelope("")}, {}, false, true},
+      {{200, {}, answers::Success("CreateItem", "<m:Items/>")}, {}, false, true},
+      {{200, {}, error("ErrorTimeoutExpired")}, {}, false, true},
+      {{200, {}, error("ErrorInternalServerError")}, {}, false, true},
+      {{200, {}, error("ErrorInternalServerTransientError")}, {}, false, true},
+      {{500, {}, error("ErrorMailboxStoreUnavailable")}, {}, false, true},
+      {{200, {}, error("ErrorQuotaExceeded")}, {}, false, false},
+      {{413, {}, ""}, {}, false, false},
+      {{302, {{"Location", "https://evil.example.org/"}}, ""}, {}, false, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::to_string(row.answer.nStatus) + " " + row.answer.strBody);
+    const size_t before = Sent();
+    if (row.answer.nStatus < 0) {
+      m_transport.PushFailure(row.answer.strBody, row.failure);
+    } else {
+      m_transport.Push(row.answer);
+    }
+    if (row.repeated) m_transport.Push(answers::Item("I="));
+    const std::string text = Save();
+    EXPECT_EQ(text == "no exception", row.repeated) << text;
+    EXPECT_EQ(text.find(ews::kMayBeCarriedOut) != std::string::npos, row.open) << text;
+    EXPECT_EQ(Sent(), before + (row.repeated ? 2 : 1));
+  }
+}
+
+TEST_F(Outage, TheServersWordsStayInFrontOfWhatIsAddedAndWithoutTheSafeSwitchAlone) {
+  const std::string words = "index is out of range";
+  m_transport.Push(answers::Error("CreateItem", "ErrorTimeoutExpired", words));
+  EXPECT_EQ(Save(), words + ". The server may have carried the request out.");
+  ews::Settings().bSafe = false;
+  m_transport.Push(answers::Error("CreateItem", "ErrorTimeoutExpired", words));
+  EXPECT_EQ(Save(), words);
+  m_transport.Push("", 503);
+  EXPECT_THAT(Save(),
+              EndsWith("HTTP 503 (Service Unavailable). It may have carried the request out."));
+  EXPECT_EQ(m_transport.Waited().count(), 0);
+  EXPECT_TRUE(m_told.empty());
+}
+
+TEST_F(Outage, PatienceIsForTheWholeOutageAndItsEndIsSaid) {
+  for (int i = 0; i < 100; ++i) PushRefused();
+  EXPECT_EQ(Find(), "The request failed. The connection failed: refused; waited for 30 min");
+  EXPECT_EQ(m_transport.Waited(), std::chrono::minutes(30));
+  const size_t tries = Sent();
+  EXPECT_THAT(Save(), HasSubstr(ews::kWaitedFor));  // the same outage: nothing more is waited
+  EXPECT_EQ(Sent(), tries + 1);
+  EXPECT_EQ(m_transport.Waited(), std::chrono::minutes(30));
+}
+
+TEST_F(Outage, AnAnswerEndsItAndARefusalIsOne) {
+  PushRefused();
+  m_transport.Push(answers::Error("FindFolder", "ErrorAccessDenied", "No."));
+  EXPECT_EQ(Find(), "No.");
+  EXPECT_THAT(m_told, ElementsAre(HasSubstr("next try in"), EndsWith("answers again after 1 s")));
+  ews::Settings().nPatience = std::chrono::seconds(3);
+  m_told.clear();
+  for (int i = 0; i < 9; ++i) PushRefused();
+  EXPECT_THAT(Find(), EndsWith("; waited for 3 s"));  // counted anew
+}
+
+TEST_F(Outage, ATimeThatTheServerAsksForIsWaitedInFullOrNotAtAll) {
+  m_transport.Push(answers::Busy("1799000"), 500);
+  m_transport.Push(answers::Found({}));
+  EXPECT_EQ(Find(), "no exception");
+  EXPECT_EQ(m_transport.Waited(), milliseconds(1799000));
+  m_transport.Push(answers::Busy("1801000"), 500);
+  EXPECT_EQ(Find(), "Busy; waited for 0 s");
+  EXPECT_EQ(m_transport.Waited(), milliseconds(1799000));
+}
+
+TEST_F(Outage, ATooLongOrHostileReasonIsOneLine) {
+  m_transport.PushFailure("\x1B[2J\r\n" + std::string(198, 'x') + "\xC3\xA4", kRefusedConnection);
+  m_transport.Push(answers::Found({}));
+  EXPECT_EQ(Find(), "no exception");
+  EXPECT_THAT(m_told.at(0), StartsWith("mail.example.com does not answer ( [2J  xxx"));
+  EXPECT_THAT(m_told.at(0), HasSubstr("x…): next try"));
+}
+
+TEST_F(Outage, AProcessThatIsToEndWaitsNoMore) {
+  ews::Settings().fnStopAsked = [this] { return m_transport.Waited() >= milliseconds(4000); };
+  for (int i = 0; i < 9; ++i) PushRefused();
+  EXPECT_THAT(Find(), HasSubstr(ews::kWaitedFor));
+  EXPECT_LT(Seconds(), 5);
+}
+
+TEST_F(Outage, WithoutPatienceNothingIsWaitedOut) {
+  ews::Settings().nPatience = {};
+  PushRefused();
+  EXPECT_EQ(Find(), "The request failed. The connection failed: refused.");
+  m_transport.Push(answers::Error("FindFolder", "ErrorTimeoutExpired", "Not now."));
+  EXPECT_EQ(Find(), "Not now.");
+  EXPECT_EQ(m_transport.Waited().count(), 0);
+}
+
+}  // namespace
