@@ -1,29 +1,12 @@
 #include "target/CTarnyOutlookHandler.h"
 
-#include <array>
-
 #include "platform/Paths.h"
-
-namespace {
-
-// kept: the texts with their double blanks, as existing ledgers were made by them.
-// The last index is ours: with the three before it alone, a check reads every row of its login.
-constexpr std::array<const char16_t*, 5> kSchema{
-    u"CREATE TABLE  IF NOT EXISTS MAILBOXINFO ( FOLDERNAME TEXT, MESSAGE_ID TEXT NOT NULL, TARGET "
-    u"TEXT )",
-    u"CREATE INDEX IF NOT EXISTS MAILBOXINFO_IDX1 on  MAILBOXINFO ( FOLDERNAME )",
-    u"CREATE INDEX IF NOT EXISTS MAILBOXINFO_IDX2 on  MAILBOXINFO ( MESSAGE_ID )",
-    u"CREATE INDEX IF NOT EXISTS MAILBOXINFO_IDX3 on  MAILBOXINFO ( TARGET  )",
-    u"CREATE INDEX IF NOT EXISTS MAILBOXINFO_CHECK on MAILBOXINFO ( MESSAGE_ID, FOLDERNAME, TARGET "
-    u")",
-};
-
-}  // namespace
+#include "target/LedgerSchema.h"
 
 CTarnyOutlookHandler::CTarnyOutlookHandler() : m_pSqlHandler(std::make_unique<SqlLIteHandler>()) {
   Guarded(nullptr, [&] {
     m_pSqlHandler = std::make_unique<SqlLIteHandler>(GetCurrLogPath() + u"SQLLiteNew.db");
-    for (const char16_t* pszStatement : kSchema) m_pSqlHandler->ExecuteQuery(pszStatement);
+    for (const char16_t* pszStatement : kLedgerSchema) m_pSqlHandler->ExecuteQuery(pszStatement);
   });
 }
 
