@@ -15,6 +15,7 @@
 namespace client {
 namespace {
 
+constexpr int kMostRestarts = 10;
 constexpr std::string_view kGreeting = "mailboxd: listening on ";
 
 // The first line from the pipe, or what there was when it closed or a stop was asked for.
@@ -40,10 +41,12 @@ struct Words {
 
 LocalMailbox::LocalMailbox(const std::string& program, const std::string& dataFolder,
                            const Say& say)
-    : m_dataFolder(dataFolder) {
+    : m_program(program), m_dataFolder(dataFolder) {
   Pipe messages = MakePipe();
-  const platform::UniqueFd output = Start(program, messages.writeEnd);
-  messages.writeEnd.Reset();
+  Pipe input = MakePipe();
+  m_messages = std::move(messages.writeEnd);
+  m_stdin = std::move(input.readEnd);
+  m_lifeLine = std::move(input.writeEnd);
   auto words = std::make_shared<Words>();
   m_drain = std::make_unique<LineDrain>(std::move(messages.readEnd),
                                         [words, say](const std::string& line) {
@@ -51,11 +54,12 @@ LocalMailbox::LocalMailbox(const std::string& program, const std::string& dataFo
                                           words->last = line;
                                           if (words->up) say(line);
                                         });
-  const std::string line = ReadLine(output.Get());
+  const std::string line = Start({});
   if (line.starts_with(kGreeting)) {
     m_url = line.substr(kGreeting.size());
     const std::lock_guard lock(words->mutex);
     words->up = true;
+    m_watch = std::thread([this, say] { Watch(say); });
     return;
   }
   if (StopRequested()) m_process->Signal(SIGKILL);  // it may be waiting for another to end
@@ -66,33 +70,62 @@ LocalMailbox::LocalMailbox(const std::string& program, const std::string& dataFo
   throw RunError(fmt::format("the local mailbox in {} cannot be served: {}", m_dataFolder, reason));
 }
 
-platform::UniqueFd LocalMailbox::Start(const std::string& program,
-                                       const platform::UniqueFd& messages) {
-  Pipe input = MakePipe();
+std::string LocalMailbox::Start(std::vector<std::string> more) {
   Pipe output = MakePipe();
   platform::ChildOptions start;
-  start.arrArguments = {program, "--data", m_dataFolder, "--https", "--until-stdin-closes"};
-  start.nStdin = input.readEnd.Get();
+  start.arrArguments = {m_program, "--data", m_dataFolder, "--https", "--until-stdin-closes"};
+  start.arrArguments.insert(start.arrArguments.end(), more.begin(), more.end());
+  start.nStdin = m_stdin.Get();
   start.nStdout = output.writeEnd.Get();
-  start.nStderr = messages.Get();
+  start.nStderr = m_messages.Get();
   try {
     m_process.emplace(platform::ChildProcess::Start(start));
   } catch (const std::system_error& error) {
     throw RunError(fmt::format("the local mailbox cannot be started: {}", error.what()));
   }
-  m_stdin = std::move(input.writeEnd);
-  return std::move(output.readEnd);
+  output.writeEnd.Reset();
+  return ReadLine(output.readEnd.Get());
+}
+
+void LocalMailbox::Watch(const Say& say) {
+  const std::string port = m_url.substr(m_url.rfind(':') + 1);
+  for (int starts = 0;; ++starts) {
+    std::string end = platform::DescribeExit(m_process->Wait());
+    {
+      const std::lock_guard lock(m_mutex);
+      if (m_ending) return;
+      if (starts == kMostRestarts) {
+        m_end = std::move(end);
+        return;
+      }
+    }
+    say(fmt::format("The local mailbox ended ({}); it is started again.", end));
+    try {
+      (void)Start({"--port", port});  // one that does not come up ends, which is seen next
+    } catch (const std::exception& error) {
+      const std::lock_guard lock(m_mutex);
+      m_end = error.what();
+      return;
+    }
+  }
 }
 
 LocalMailbox::~LocalMailbox() {
-  m_stdin.Reset();
-  if (m_process) m_process->Wait();
+  {
+    const std::lock_guard lock(m_mutex);
+    m_ending = true;
+  }
+  m_lifeLine.Reset();
+  if (m_watch.joinable()) {
+    m_watch.join();
+  } else if (m_process) {
+    m_process->Wait();
+  }
 }
 
-std::optional<std::string> LocalMailbox::Ended() {
-  const std::optional<int> status = m_process->TryWait();
-  if (!status) return std::nullopt;
-  return platform::DescribeExit(*status);
+std::optional<std::string> LocalMailbox::Ended() const {
+  const std::lock_guard lock(m_mutex);
+  return m_end;
 }
 
 }  // namespace client
