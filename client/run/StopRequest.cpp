@@ -1,18 +1,23 @@
 #include "client/run/StopRequest.h"
 
 #include <unistd.h>
-#include <csignal>
 
+#include <atomic>
+#include <csignal>
 #include <string_view>
 
 namespace client {
 namespace {
 
 volatile std::sig_atomic_t g_stop = 0;
+std::atomic<pid_t> g_passTo = 0;
+static_assert(std::atomic<pid_t>::is_always_lock_free);  // the handler reads it
 
-extern "C" void OnStopSignal(int) {
+extern "C" void OnStopSignal(int signal) {
+  if (g_stop && signal == SIGHUP) return;  // a terminal that closes may say so more than once
   if (g_stop) _exit(1);
   g_stop = 1;
+  if (const pid_t pid = g_passTo) kill(pid, SIGTERM);
   constexpr std::string_view kText = "\ntarny: stopping after this item; once more ends at once\n";
   (void)!write(STDERR_FILENO, kText.data(), kText.size());  // the item may wait for its server
 }
@@ -21,12 +26,18 @@ extern "C" void OnStopSignal(int) {
 
 bool StopRequested() { return g_stop != 0; }
 
+void PassStopTo(pid_t pid) {
+  const bool isNew = g_passTo.exchange(pid) != pid;
+  if (pid != 0 && isNew && StopRequested()) kill(pid, SIGTERM);
+}
+
 void InstallStopHandler() {
   struct sigaction action {};
   action.sa_handler = OnStopSignal;
   sigemptyset(&action.sa_mask);
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+  sigaction(SIGHUP, &action, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
 }
 
