@@ -7,6 +7,8 @@
 #include "client/commands/Commands.h"
 #include "client/commands/MigrateOptions.h"
 #include "client/commands/MigrateOutput.h"
+#include "client/commands/ProblemList.h"
+#include "client/commands/TargetLogon.h"
 #include "client/run/LocalMailbox.h"
 #include "client/run/Migration.h"
 #include "client/run/RunIdentity.h"
@@ -27,21 +29,6 @@ void RequireSupported(const Plan& plan, Console& console) {
       fmt::format("{} of the prepared items are no mail, which is not supported yet; nothing was "
                   "sent. Move them out of the source to send the rest",
                   plan.unsupported.size()));
-}
-
-std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say) {
-  if (!target.Local()) return nullptr;
-  return std::make_unique<LocalMailbox>(OwnFolder() + "/mailboxd", target.LocalFolder(), say);
-}
-
-// With what the engine will be told.
-void RequireLogon(const Target& target, const std::vector<std::string>& engineOptions,
-                  const RunFolder& run) {
-  const std::string wrong = AdoptEngineOptions(engineOptions, run.Title());
-  if (!wrong.empty()) throw UsageError(wrong);
-  const std::string refusal = TryTarget(target);
-  if (refusal.empty()) return;
-  throw RunError(fmt::format("cannot log on to the {}: {}", target.Name(), refusal));
 }
 
 // On a terminal only what failed gets a line, above the bar.
@@ -76,16 +63,18 @@ int Migrate(MigrateOptions& options, Console& console) {
   run.InstallEngine(OwnFolder() + "/TarnyOutlookEngine");
   Journal journal(run.File("journal.db"));
   const RunIdentity identity = IdentityOf(options.sources, options.target);
-  RequireSameRun(journal, identity, run);
+  RequireSameRun(journal, identity, run, options.adopt);
   RequireUsableLedger(run);
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
-  RequireLogon(options.target, engineOptions, run);
+  ServerWaits waits;
+  RequireLogon(options.target, engineOptions, run, waits, say);
   KeepIdentity(journal, identity);  // only now: a mistyped name must not bind the run folder
 
-  Migration migration({run, options.target, engineOptions, local.get(), options.fromMime}, journal,
-                      say, [&console](const Step& step) { ShowStep(step, console); });
+  Migration migration(
+      {run, options.target, engineOptions, local.get(), options.fromMime, options.adopt, &waits},
+      journal, say, [&console](const Step& step) { ShowStep(step, console); });
   const Summary summary = migration.Run(plan);
   console.EndProgress();
   PrintSummary(summary, plan, options.json);
@@ -100,7 +89,7 @@ int RunMigrate(const Arguments& arguments) {
   MigrateOptions options;
   CLI::App app("Sends mail from files on disk into a mailbox. Run again, it goes on where it was.",
                "tarny migrate");
-  Describe(app, options);
+  Describe(app, options, Purpose::kMigrate);
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
   Console console;

@@ -45,6 +45,33 @@ void DescribeServer(CLI::App& app, MigrateOptions& options) {
       "A host that autodiscovery may give the password to, besides the address's domain");
   app.add_option("--autodiscover-url", options.engine.autodiscoverUrl, "Address to ask first");
   app.add_option("--authority-url", options.engine.authorityUrl, "Where tokens are asked for");
+  app.add_option("--proxy", options.engine.proxy,
+                 "The way to the server, http://HOST:PORT; none is taken otherwise");
+  app.add_option("--patience", options.engine.patience,
+                 "Seconds to wait for a server that does not answer before the run stops; 0 for "
+                 "none")
+      ->check(CLI::Range(0, 604800))
+      ->capture_default_str();
+}
+
+// What only a migration does. A check that is given the same arguments has no use for it.
+void DescribeSending(CLI::App& app, MigrateOptions& options, Purpose purpose) {
+  std::vector<CLI::Option*> flags;
+  flags.push_back(
+      app.add_flag("--dry-run", options.dryRun, "Show folders, counts and sizes; send nothing"));
+  flags.push_back(
+      app.add_flag("--as-is", options.engine.asIs,
+                   "Leave out the safeguards of the engine's --safe (see docs/ARCHITECTURE.md)"));
+  flags.push_back(app.add_flag(
+      "--from-mime", options.fromMime,
+      "Also hand over subject, names and addresses as the mail's header, decoded here, gives "
+      "them; else the server reads them out of the mail"));
+  flags.push_back(app.add_flag(
+      "--adopt", options.adopt,
+      "First read what the target's folders hold, and send nothing that is there: for a new run "
+      "folder on a target that was filled before, or sources that moved"));
+  if (purpose == Purpose::kMigrate) return;
+  for (CLI::Option* flag : flags) flag->group("");  // known, and not told
 }
 
 std::string FullPath(const std::string& path) {
@@ -86,6 +113,7 @@ void RequireNothingOfServers(const MigrateOptions& options) {
       {"--trust-host", !options.engine.trustHosts.empty()},
       {"--autodiscover-url", !options.engine.autodiscoverUrl.empty()},
       {"--authority-url", !options.engine.authorityUrl.empty()},
+      {"--proxy", !options.engine.proxy.empty()},
       {"--insecure", options.engine.insecure}};
   for (const auto& [name, isGiven] : given) {
     if (isGiven) throw UsageError(fmt::format("{} has no meaning with --to local:", name));
@@ -99,7 +127,7 @@ void RequireUsable(const Target& target) {
 
 }  // namespace
 
-void Describe(CLI::App& app, MigrateOptions& options) {
+void Describe(CLI::App& app, MigrateOptions& options, Purpose purpose) {
   app.add_option("SOURCE", options.sources,
                  "A Maildir, an mbox file, a folder with .eml files and prepared items in it and "
                  "below, or one .eml file")
@@ -110,18 +138,13 @@ void Describe(CLI::App& app, MigrateOptions& options) {
       ->required();
   app.add_option("--run", options.run,
                  "Folder of this run: ledger, logs and what is needed to go on. One for each "
-                 "list of sources and target");
+                 "target; its list of sources may grow");
   app.add_option("--target", options.target.kind, "mailbox, archive, public or group")
       ->check(CLI::IsMember({"mailbox", "archive", "public", "group"}));
   DescribeLogon(app, options);
-  app.add_flag("--dry-run", options.dryRun, "Show folders, counts and sizes; send nothing");
-  app.add_flag("--json", options.json, "Plan or summary as JSON");
-  app.add_flag("--as-is", options.engine.asIs,
-               "Leave out the safeguards of the engine's --safe (see docs/ARCHITECTURE.md)");
-  app.add_flag(
-      "--from-mime", options.fromMime,
-      "Also hand over subject, names and addresses as the mail's header, decoded here, gives "
-      "them; else the server reads them out of the mail");
+  app.add_flag("--json", options.json,
+               purpose == Purpose::kMigrate ? "Plan or summary as JSON" : "All of it as JSON");
+  DescribeSending(app, options, purpose);
   DescribeServer(app, options);
 }
 
@@ -129,6 +152,7 @@ void Complete(MigrateOptions& options) {
   RequireNoSecret("--to", options.to);
   RequireNoSecret("--autodiscover-url", options.engine.autodiscoverUrl);
   RequireNoSecret("--authority-url", options.engine.authorityUrl);
+  RequireNoSecret("--proxy", options.engine.proxy);
   if (options.run.empty() && !options.dryRun) throw UsageError("--run is needed");
   Target& target = options.target;
   for (std::string& source : options.sources) source = FullPath(source);

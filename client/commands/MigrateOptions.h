@@ -19,7 +19,7 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The command line of `tarny migrate`.
+// The command line of `tarny migrate`, and of `tarny verify`, which is given the same.
 struct MigrateOptions {
   std::vector<std::string> sources;
   std::string run;
@@ -29,11 +29,16 @@ struct MigrateOptions {
   std::string secretFile;
   bool dryRun = false;
   bool fromMime = false;
+  bool adopt = false;
   bool json = false;
   EngineSetup engine;
 };
 
-void Describe(CLI::App& app, MigrateOptions& options);
+enum class Purpose {
+  kMigrate,
+  kVerify
+};  // the latter takes what only the former means, and says so
+void Describe(CLI::App& app, MigrateOptions& options, Purpose purpose);
 
 // Makes paths absolute and fills the target's address. Throws UsageError for options that mean
 // nothing together, and std::runtime_error for a source that is not there.

@@ -1,36 +1,16 @@
 #include "client/commands/MigrateOutput.h"
 
 #include <iostream>
-#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "client/commands/ProblemList.h"
 #include "client/show/JsonText.h"
 #include "client/show/OutputText.h"
 
 namespace client {
 namespace {
-
-nlohmann::json ProblemsAsJson(const std::vector<SourceProblem>& problems) {
-  nlohmann::json list = nlohmann::json::array();
-  for (const SourceProblem& problem : problems) {
-    list.push_back({{"item", problem.location}, {"text", problem.reason}});
-  }
-  return list;
-}
-
-void PrintProblems(const char* title, const std::vector<SourceProblem>& problems) {
-  if (problems.empty()) return;
-  std::cout << title << ":\n";
-  for (size_t i = 0; i < problems.size() && i < kMostListed; ++i) {
-    std::cout << fmt::format("  {}: {}\n", OneLine(problems[i].location),
-                             OneLine(problems[i].reason));
-  }
-  if (problems.size() > kMostListed) {
-    std::cout << fmt::format("  and {} more\n", problems.size() - kMostListed);
-  }
-}
 
 void PlanAsJson(const Plan& plan, const std::string& target) {
   nlohmann::json folders = nlohmann::json::array();
@@ -62,14 +42,18 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"failed", summary.failed},
                                        {"not_confirmed", summary.notConfirmed},
                                        {"not_reached", summary.total - summary.seen},
+                                       {"waits", summary.waits},
+                                       {"waited_seconds", summary.waitedSeconds},
                                        {"stopped", summary.stopped},
                                        {"failures", ProblemsAsJson(summary.failures)},
                                        {"remarks", ProblemsAsJson(summary.remarks)},
+                                       {"doubts", ProblemsAsJson(summary.doubts)},
                                        {"left_out", ProblemsAsJson(plan.problems)}});
 }
 
 void SummaryAsText(const Summary& summary, const Plan& plan) {
   PrintProblems("Left out", plan.problems);
+  PrintProblems("Of earlier runs", summary.doubts);
   PrintProblems("Arrived, with a remark", summary.remarks);
   PrintProblems("Failed", summary.failures);
   std::cout << fmt::format("{}: {} sent, {} there already, {} failed", ItemCount(summary.total),
@@ -80,6 +64,11 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   }
   if (!plan.problems.empty()) std::cout << fmt::format(", {} left out", plan.problems.size());
   std::cout << (plan.IsWhole() ? "\n" : "; not all of the source could be read\n");
+  if (summary.waits) {
+    std::cout << fmt::format("Waited {}, {} in all, for the server\n",
+                             Counted(summary.waits, "time", "times"),
+                             TimeText(summary.waitedSeconds));
+  }
 }
 
 }  // namespace

@@ -8,8 +8,6 @@
 // What `tarny migrate` writes to standard output, for people or as JSON.
 namespace client {
 
-inline constexpr size_t kMostListed = 50;  // items of a list for people; the journal has them all
-
 // What a run into that target would do.
 void PrintPlan(const Plan& plan, const std::string& target, bool json);
 

@@ -25,6 +25,8 @@ std::vector<std::string> EngineOptions(const EngineSetup& setup, const Target& t
     add("--ca-file", setup.caFile);
   }
   add("--authority-url", setup.authorityUrl);
+  add("--proxy", setup.proxy);
+  add("--patience", std::to_string(setup.patience));
   for (const std::string& host : setup.trustHosts) add("--trust-host", host);
   return arguments;
 }

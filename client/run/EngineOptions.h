@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ struct EngineSetup {
   std::string authorityUrl;
   std::string caFile;
   std::vector<std::string> trustHosts;
+  std::string proxy;
+  std::uint32_t patience = 1800;  // seconds that an outage of the server is waited out
 };
 
 // The engine's command line in front of the marker. `local` is the mailbox that the target is, null

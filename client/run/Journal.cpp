@@ -12,7 +12,15 @@ constexpr std::string_view kSchema =
     " hash TEXT NOT NULL, key TEXT NOT NULL, result INTEGER NOT NULL, text TEXT NOT NULL)"
     " WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS claim (folder TEXT NOT NULL, key TEXT NOT NULL,"
-    " hash TEXT NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;";
+    " hash TEXT NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS begun (folder TEXT NOT NULL, key TEXT NOT NULL,"
+    " time TEXT NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
+    // A trigger, so that an item's result and the end of its doubt are one write to the disk.
+    "CREATE TRIGGER IF NOT EXISTS item_settled AFTER INSERT ON item WHEN NEW.result IN (0, 1)"
+    " BEGIN DELETE FROM begun WHERE folder = NEW.folder AND key = NEW.key; END;";
+
+static_assert(static_cast<int>(ItemResult::kFailed) == 0 &&
+              static_cast<int>(ItemResult::kArrived) == 1);  // in the trigger
 
 }  // namespace
 
@@ -49,6 +57,34 @@ void Journal::Store(const JournalEntry& entry) {
   insert.Bind(5, static_cast<std::int64_t>(entry.result)).Bind(6, entry.text).Run();
 }
 
+void Journal::Begin(std::string_view folder, std::string_view key) {
+  m_database.Prepare("INSERT OR REPLACE INTO begun VALUES (?1, ?2, datetime('now'))")
+      .Bind(1, folder)
+      .Bind(2, key)
+      .Run();
+}
+
+std::optional<std::string> Journal::OpenSince(std::string_view folder, std::string_view key) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT time FROM begun WHERE folder = ?1 AND key = ?2");
+  if (!query.Bind(1, folder).Bind(2, key).Step()) return std::nullopt;
+  return std::string(query.Text(0));
+}
+
+std::vector<JournalEntry> Journal::ArrivedWith(std::string_view part) {
+  platform::SqliteStatement query = m_database.Prepare(
+      "SELECT source, folder, hash, key, text FROM item"
+      " WHERE result = ?1 AND instr(text, ?2) > 0 ORDER BY source");
+  query.Bind(1, static_cast<std::int64_t>(ItemResult::kArrived)).Bind(2, part);
+  std::vector<JournalEntry> entries;
+  while (query.Step()) {
+    entries.push_back({std::string(query.Text(0)), std::string(query.Text(1)),
+                       std::string(query.Text(2)), std::string(query.Text(3)), ItemResult::kArrived,
+                       std::string(query.Text(4))});
+  }
+  return entries;
+}
+
 std::optional<std::string> Journal::OwnerOf(std::string_view folder, std::string_view key) {
   platform::SqliteStatement query =
       m_database.Prepare("SELECT hash FROM claim WHERE folder = ?1 AND key = ?2");
@@ -60,6 +96,10 @@ bool Journal::Claim(std::string_view folder, std::string_view key, std::string_v
   if (const std::optional<std::string> owner = OwnerOf(folder, key)) return *owner == hash;
   Reclaim(folder, key, hash);
   return true;
+}
+
+bool Journal::IsClaimed(std::string_view folder, std::string_view key) {
+  return OwnerOf(folder, key).has_value();
 }
 
 bool Journal::IsClaimedByOther(std::string_view folder, std::string_view key,

@@ -13,6 +13,7 @@ enum class ItemResult {
   kFailed = 0,
   kArrived = 1,
   kNotConfirmed = 2,  // the engine reported success and no row proves it
+  kUnknown = 3,       // the request may have been carried out, and the target could not be asked
 };
 
 // What became of one item of a source.
@@ -20,7 +21,7 @@ struct JournalEntry {
   std::string source;  // where the item lies, unique in the run
   std::string folder;  // target folder, each level ended by a backslash
   std::string hash;    // SHA-256 of its content
-  std::string key;     // its key in the engine's ledger
+  std::string key;     // its key, on the item in the target and, where it gets a row, in the ledger
   ItemResult result = ItemResult::kFailed;
   std::string text;  // remark or reason
 };
@@ -38,12 +39,23 @@ class Journal {
 
   // True if this content of this source has arrived in that folder.
   bool HasArrived(std::string_view source, std::string_view folder, std::string_view hash);
+  // Ends what Begin began where the result says whether the item is there.
   void Store(const JournalEntry& entry);
+
+  // Says that a command about the item with that key in that folder is about to leave. Until a
+  // result is stored that says what became of it, by this run or a later one, its outcome is open.
+  void Begin(std::string_view folder, std::string_view key);
+  // When a command about it left, in UTC, while its outcome is open.
+  std::optional<std::string> OpenSince(std::string_view folder, std::string_view key);
+
+  // What arrived with a text that holds that part, by source.
+  std::vector<JournalEntry> ArrivedWith(std::string_view part);
 
   // The key under which the ledger is to know a mail with this content: wantedKey for the first
   // content that asks for it in that folder, a key with the hash appended for any other. The same
   // question always gets the same answer.
   std::string ClaimKey(std::string_view folder, std::string_view wantedKey, std::string_view hash);
+  bool IsClaimed(std::string_view folder, std::string_view key);
   // True if content with another hash owns that key; and makes this content its owner.
   bool IsClaimedByOther(std::string_view folder, std::string_view key, std::string_view hash);
   void Reclaim(std::string_view folder, std::string_view key, std::string_view hash);

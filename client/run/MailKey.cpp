@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "ews/FindItems.h"
 #include "platform/CString.h"
+#include "platform/Sha256.h"
 #include "platform/Unicode.h"
 
 namespace client {
@@ -26,11 +28,26 @@ std::string MailKey(std::string_view messageId, std::string_view contentHash) {
   CString id = CString::FromUtf8(messageId);
   id.Trim();
   if (platform::IsValidUtf8(messageId) && CanServe(id)) return id.ToUtf8();
+  return MadeKey(contentHash);
+}
+
+std::string MadeKey(std::string_view contentHash) {
   return std::string(kHashPrefix).append(contentHash);
 }
 
 std::string RepeatedKey(std::string_view key, std::string_view contentHash) {
   return std::string(key).append(" ").append(kHashPrefix).append(contentHash);
+}
+
+std::string_view BaseOfMadeKey(std::string_view key) {
+  constexpr size_t kLength = kHashPrefix.size() + 64;
+  const bool more = key.starts_with(kHashPrefix) && key.size() > kLength && key[kLength] == ' ';
+  return more ? key.substr(0, kLength) : key;
+}
+
+std::string KeyOnItem(std::string_view key) {
+  if (CString::FromUtf8(key).GetLength() <= ews::kLongestFoundText) return std::string(key);
+  return MadeKey(platform::Sha256Hex(key));
 }
 
 }  // namespace client

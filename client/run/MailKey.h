@@ -14,7 +14,17 @@ inline constexpr size_t kMaxKey = 900;  // characters of a Message-ID that is us
 // takes out of the line.
 std::string MailKey(std::string_view messageId, std::string_view contentHash);
 
+// The key of an item that gets no row in the ledger.
+std::string MadeKey(std::string_view contentHash);
+
 // The key of a mail whose id stands in the same folder with other content already.
 std::string RepeatedKey(std::string_view key, std::string_view contentHash);
+
+// Of a made key with something behind it, the made key; any other key as it is.
+std::string_view BaseOfMadeKey(std::string_view key);
+
+// The key as it is written on the item in the target: as it stands, or "sha256:" and a hash of it
+// where it is longer than what a mailbox server gives back of a text in a list.
+std::string KeyOnItem(std::string_view key);
 
 }  // namespace client

@@ -1,34 +1,24 @@
 #include "client/run/Migration.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <new>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
 
 #include <fmt/format.h>
 
-#include "client/run/ItemWriter.h"
-#include "client/run/MailDate.h"
-#include "client/run/MailKey.h"
+#include "client/run/NewFile.h"
 #include "client/run/StopRequest.h"
-#include "client/run/WorkFolder.h"
-#include "mime/MailHeader.h"
-#include "mime/header/MailDate.h"
-#include "platform/Paths.h"
-#include "platform/Sha256.h"
+#include "platform/EndpointClient.h"
 
 namespace client {
 namespace {
 
-constexpr int kMostDeaths = 2;                    // of the engine, on one item
-constexpr int kMostFailuresInARow = 20;           // with the same text
-constexpr int kLongestFolder = 4999;              // units of a folder command's path
-constexpr std::uintmax_t kLittleSpace = 1 << 20;  // bytes: a ledger may need some pages more
-constexpr const char* kNotRenewed = "the connection could not be renewed";
-
-std::string DateOf(const mail::MailHeader& header) {
-  const std::optional<std::int64_t> time = mail::parseMailDate(header.text("Date"));
-  return time ? DescriptorDate(*time) : std::string();
-}
+constexpr int kMostDeaths = 2;           // of the engine, on one item
+constexpr int kMostTries = 5;            // to send one item whose outcome is open again and again
+constexpr int kMostFailuresInARow = 20;  // with the same text
+constexpr const char* kDoubt = "may be there twice: the target could not be asked";
 
 // Failures of the way to the server, as the engine words them; the server's own answers are not.
 bool IsConnectionFailure(const std::string& text) {
@@ -41,25 +31,47 @@ std::string WithoutDigits(std::string text) {
   return text;
 }
 
+std::string Joined(const std::string& text, const std::string& more) {
+  return text.empty() || more.empty() ? text + more : text + "; " + more;
+}
+
+std::string Copies(std::size_t copies) {
+  if (copies < 2) return {};
+  return copies == 2 ? "it is there twice" : fmt::format("it is there {} times", copies);
+}
+
+ItemResult ResultOf(const Outcome& outcome) {
+  if (outcome.Arrived()) return ItemResult::kArrived;
+  if (outcome.kind == Outcome::Kind::kNotConfirmed) return ItemResult::kNotConfirmed;
+  return outcome.kind == Outcome::Kind::kUnknown ? ItemResult::kUnknown : ItemResult::kFailed;
+}
+
 }  // namespace
 
-Migration::Migration(Setup setup, Journal& journal, Say say, OnStep onStep)
+Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep onStep)
     : m_setup(std::move(setup)),
       m_journal(journal),
-      m_say(std::move(say)),
       m_onStep(std::move(onStep)),
+      m_say(say),
       m_ledger(m_setup.run.File(std::string(kLedgerName))),
-      m_logs(m_setup.run.Path()) {}
+      m_rows(m_setup.run.File(std::string(kLedgerName))),
+      m_loader(m_journal, m_ledger, m_setup.target.Login()),
+      m_sender(m_setup, m_journal, m_ledger, say),
+      m_look(m_setup.target),
+      m_adoption(m_look, m_journal),
+      m_unknown(m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()) {}
 
 Summary Migration::Run(const Plan& plan) {
   m_summary = {};
   m_summary.total = plan.entries.size();
+  std::vector<JournalEntry> doubts;
   try {
+    doubts = m_journal.ArrivedWith(kDoubt);
     for (const Plan::Entry& entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
       if (!m_summary.stopped.empty()) break;
       const Outcome outcome = Handle(entry);
-      Note(entry, outcome);
+      if (outcome.kind != Outcome::Kind::kLeft) Note(entry, outcome);
       m_summary.stopped = StopReason(outcome);
     }
   } catch (const platform::SqliteError& error) {
@@ -67,185 +79,147 @@ Summary Migration::Run(const Plan& plan) {
   } catch (const std::exception& error) {  // what was done so far is told all the same
     m_summary.stopped = error.what();
   }
-  m_ledger.Close();
-  m_engine.reset();
+  if (!m_summary.stopped.empty() && StopRequested()) m_summary.stopped = "asked to stop";
+  Finish(plan, std::move(doubts));
   return std::move(m_summary);
 }
 
-Migration::Outcome Migration::Handle(const Plan::Entry& entry) {
-  Content content;
-  JournalEntry record{entry.item.location, entry.item.folder, {}, {}, ItemResult::kFailed, {}};
+void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
+  m_ledger.Close();  // before the engine, which tidies up only when it is the last one
+  m_rows.Close();
+  m_sender.Close();
+  m_summary.waits = m_setup.waits->Count();
+  m_summary.waitedSeconds =
+      static_cast<std::uint64_t>((m_setup.waits->Time().count() + 500) / 1000);
+  if (doubts.empty()) return;
+  std::unordered_map<std::string_view, std::string_view> names;
+  for (const Plan::Entry& entry : plan.entries) names.emplace(entry.item.location, entry.name);
+  for (JournalEntry& doubt : doubts) {
+    const auto name = names.find(doubt.source);
+    m_summary.doubts.push_back(
+        {name == names.end() ? doubt.source : std::string(name->second), std::move(doubt.text)});
+  }
+}
+
+Outcome Migration::Handle(const Plan::Entry& entry) {
+  Work work{entry, {}, {}};
   Outcome outcome;
   try {
-    content = Load(entry);
-    if (m_journal.HasArrived(record.source, record.folder, content.hash)) {
-      return {Outcome::Kind::kKnown, {}};
-    }
-    content.key = KeyOf(entry, content);
-    outcome = Send(entry, content);
+    work.item = ItemLoader::Load(entry);
+    const bool known = m_journal.HasArrived(entry.item.location, entry.item.folder, work.item.hash);
+    if (known && !m_setup.adopt) return {Outcome::Kind::kKnown, {}};
+    m_loader.Name(entry, work.item);
+    // What stands for it in the target stands for no other.
+    const bool found = m_setup.adopt && m_adoption.Take(entry.item.folder, work.item);
+    if (known) return {Outcome::Kind::kKnown, {}};
+    outcome = HandleWork(work, found);
   } catch (const SourceError& error) {
-    outcome.text = error.what();
+    outcome = {Outcome::Kind::kFailed, error.what()};
   } catch (const WriteError& error) {
-    outcome.text = error.what();
+    outcome = {Outcome::Kind::kFailed, error.what()};
   } catch (const std::bad_alloc&) {
-    outcome.text = "is too large for the memory here";
+    outcome = {Outcome::Kind::kFailed, "is too large for the memory here"};
   }
-  record.hash = content.hash;
-  record.key = content.key;
-  record.text = outcome.text;
-  if (outcome.kind == Outcome::Kind::kNotConfirmed) record.result = ItemResult::kNotConfirmed;
-  if (outcome.kind == Outcome::Kind::kSent || outcome.kind == Outcome::Kind::kKnown) {
-    record.result = ItemResult::kArrived;
-  }
-  m_journal.Store(record);
+  outcome = WithDoubt(work, std::move(outcome));
+  Keep(work, outcome);
   return outcome;
 }
 
-Migration::Content Migration::Load(const Plan::Entry& entry) const {
-  Content content;
-  if (entry.item.prepared) {
-    content.files = ListPreparedFiles(entry.item.location);
-    content.hash = HashPreparedFiles(entry.item.location, content.files);
-  } else {
-    content.bytes = MimeBytes(entry.source->Read(entry.item));
-    content.hash = platform::Sha256Hex(content.bytes);
-  }
-  return content;
-}
-
-std::string Migration::KeyOf(const Plan::Entry& entry, const Content& content) {
-  const std::string& folder = entry.item.folder;
-  if (!entry.item.prepared) {
-    const std::string wanted =
-        MailKey(mail::MailHeader(content.bytes).text("Message-ID"), content.hash);
-    return m_journal.ClaimKey(folder, wanted, content.hash);
-  }
-  const ST_EML_INFO info = ReadPreparedItem(entry.item.location);
-  if (info.nItemType != TYPE_EMAIL) {
-    throw SourceError("the first line of its descriptor names no type of item");
-  }
-  std::string key = info.strMessageId.ToUtf8();
-  if (key.empty()) return key;
-  const bool taken = m_journal.IsClaimedByOther(folder, key, content.hash);
-  if (taken && m_ledger.HasRow(folder, key, m_setup.target.Login())) {
-    throw SourceError("another item with its message id is in that folder already");
-  }
-  m_journal.Reclaim(folder, key, content.hash);
-  return key;
-}
-
-bool Migration::HasArrived(const Plan::Entry& entry, const Content& content) {
-  if (content.key.empty()) return m_logs.HasSavedMail();
-  return m_ledger.HasRow(entry.item.folder, content.key, m_setup.target.Login());
-}
-
-Migration::Outcome Migration::Send(const Plan::Entry& entry, const Content& content) {
-  m_logs.Mark();
+Outcome Migration::HandleWork(Work& work, bool found) {
+  m_sender.Mark();
   // A row without a journal entry: an earlier run was cut off between the two.
-  if (HasArrived(entry, content)) return {Outcome::Kind::kKnown, {}};
-  std::string end;
-  for (int deaths = 0; deaths < kMostDeaths; ++deaths) {
-    try {
-      Outcome outcome = SendOnce(entry, content);
-      // The first try may have got as far as the server, and no row tells.
-      if (deaths > 0 && outcome.kind == Outcome::Kind::kSent && outcome.text.empty()) {
-        outcome.text = "sent again after the engine ended: it may be there twice";
-      }
-      return outcome;
-    } catch (const platform::EndpointError&) {
-      end = m_engine ? m_engine->DescribeEnd() : "";
-      m_engine.reset();
-      m_folder.clear();
-      m_say(fmt::format("The engine ended in the middle of {} ({}).", entry.name, end));
-      if (HasArrived(entry, content)) return {Outcome::Kind::kSent, {}};
+  if (m_sender.HasArrived(work.entry, work.item)) return {Outcome::Kind::kKnown, {}};
+  if (found) return {Outcome::Kind::kKnown, EnterRow(work)};
+  Outcome outcome;
+  if (Settle(work, Outcome::Kind::kKnown, outcome)) return outcome;
+  return SendUntilSettled(work);
+}
+
+Outcome Migration::SendUntilSettled(Work& work) {
+  Outcome outcome;
+  int deaths = 0;
+  for (int tries = 1; tries <= kMostTries; ++tries) {
+    const OpenEnd end = Try(work, outcome);
+    if (end == OpenEnd::kNone) return outcome;
+    Outcome settled;
+    if (Settle(work, Outcome::Kind::kSent, settled)) return settled;
+    if (end == OpenEnd::kEngine && ++deaths == kMostDeaths) break;
+  }
+  return outcome;
+}
+
+Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
+  try {
+    outcome = m_sender.SendOnce(work.entry, work.item);
+  } catch (const platform::EndpointError&) {
+    const std::string end = m_sender.DescribeEnd();
+    m_say(fmt::format("The engine ended in the middle of {} ({}).", work.entry.name, end));
+    outcome = {Outcome::Kind::kFailed,
+               fmt::format("the engine ended twice on this item ({})", end)};
+    if (m_sender.HasArrived(work.entry, work.item)) outcome = {Outcome::Kind::kSent, {}};
+    // One that waited for its server ends with the run.
+    if (!outcome.Arrived() && StopRequested()) outcome.kind = Outcome::Kind::kLeft;
+    return outcome.kind == Outcome::Kind::kFailed ? OpenEnd::kEngine : OpenEnd::kNone;
+  }
+  if (outcome.kind != Outcome::Kind::kFailed) return OpenEnd::kNone;
+  if (LeavesOutcomeOpen(outcome.text)) return OpenEnd::kServer;
+  if (EndsRun(outcome.text)) outcome.kind = Outcome::Kind::kLeft;
+  return OpenEnd::kNone;
+}
+
+bool Migration::Settle(Work& work, Outcome::Kind there, Outcome& outcome) {
+  const std::string& folder = work.entry.item.folder;
+  if (!m_journal.OpenSince(folder, work.item.key)) return false;
+  const TargetAnswer answer = m_unknown.Ask(folder, work.item);
+  work.notAsked.clear();
+  switch (answer.kind) {
+    case TargetAnswer::Kind::kAbsent:
+      return false;
+    case TargetAnswer::Kind::kThere: {
+      const char* how = there == Outcome::Kind::kSent
+                            ? "found in the target: its answer was lost"
+                            : "found in the target: an earlier run could not tell";
+      outcome = {there, Joined(Joined(how, Copies(answer.copies)), EnterRow(work))};
+      return true;
     }
+    case TargetAnswer::Kind::kNotAsked:
+      work.notAsked = answer.reason;
+      return false;
+    case TargetAnswer::Kind::kUnreachable:
+      outcome = {EndsRun(answer.reason) ? Outcome::Kind::kLeft : Outcome::Kind::kUnknown,
+                 "it may have arrived, and the target could not be asked: " + answer.reason};
+      return true;
   }
-  return {Outcome::Kind::kFailed, fmt::format("the engine ended twice on this item ({})", end)};
+  return false;
 }
 
-Migration::Outcome Migration::SendOnce(const Plan::Entry& entry, const Content& content) {
-  if (CString::FromUtf8(entry.item.folder).GetLength() > kLongestFolder) {
-    return {Outcome::Kind::kFailed, "the path of its folder is too long"};
+Outcome Migration::WithDoubt(const Work& work, Outcome outcome) {
+  if (work.notAsked.empty() || outcome.kind == Outcome::Kind::kLeft) return outcome;
+  const std::string reason = " (" + work.notAsked + ")";
+  if (outcome.kind != Outcome::Kind::kFailed) {
+    outcome.text = Joined(outcome.text, kDoubt + reason);
+    return outcome;
   }
-  if (!m_engine) StartEngine();
-  m_logs.Mark();
-  if (!SelectFolder(entry.item.folder)) return {Outcome::Kind::kFailed, kNotRenewed};
-  EmptyWorkFolder(m_setup.run.WorkFolder());
-  WriteWorkFiles(entry, content);
-  if (WantsImagePage(content.files) && m_engine->Client().ShowImage(CString()) != 1) {
-    return {Outcome::Kind::kFailed, "the engine cannot read its image list"};
-  }
-  ST_ITEM_INFO info;
-  info.strFilePath = platform::ToWindowsPath(m_setup.run.WorkFolder() + "/");
-  info.strLogFilepath = CString::FromUtf8(kStatusLogName);
-  return Judge(entry, content, m_engine->Client().InsertItem(info));
+  return {
+      Outcome::Kind::kUnknown,
+      Joined(outcome.text, "it may have arrived before: the target could not be asked") + reason};
 }
 
-void Migration::WriteWorkFiles(const Plan::Entry& entry, const Content& content) {
-  const std::string folder = m_setup.run.WorkFolder();
-  if (!entry.item.prepared) {
-    const mail::MailHeader header(content.bytes);
-    MailDescription description{content.key, DateOf(header), entry.item.read, {}};
-    if (m_setup.fromMime) description.addressing = AddressingOf(header);
-    WriteMail(folder, description, content.bytes);
-    return;
-  }
-  CopyPreparedFiles(entry.item.location, content.files, folder);
-  if (HashPreparedFiles(folder, content.files) != content.hash) {
-    throw SourceError("its files changed while they were read");
+std::string Migration::EnterRow(const Work& work) {
+  if (work.item.ledgerKey.empty()) return {};
+  try {
+    m_rows.Enter(work.entry.item.folder, work.item.ledgerKey, m_setup.target.Login());
+    return {};
+  } catch (const platform::SqliteError& error) {
+    m_rows.Close();
+    return fmt::format("the ledger has no row for it ({})", error.what());
   }
 }
 
-Migration::Outcome Migration::Judge(const Plan::Entry& entry, const Content& content, int result) {
-  const std::string reason = m_logs.LastStatus();
-  if (HasArrived(entry, content)) {
-    return {Outcome::Kind::kSent, result == 1 ? std::string() : reason};
-  }
-  m_folder.clear();  // a folder that could not be made fails every item until it is asked for again
-  if (result == 1) return {Outcome::Kind::kNotConfirmed, WhyNotConfirmed(content)};
-  return {Outcome::Kind::kFailed, reason.empty() ? kNotRenewed : reason};
-}
-
-std::string Migration::WhyNotConfirmed(const Content& content) const {
-  if (content.key.empty()) {
-    return "the engine reported success, but its trace shows no save, and without a message id "
-           "there is no row in its ledger";
-  }
-  std::string why = "the engine reported success, but its ledger has no row";
-  if (const std::string problem = m_ledger.Problem(); !problem.empty()) {
-    return why + " (" + problem + ")";
-  }
-  std::error_code error;
-  const std::filesystem::space_info space = std::filesystem::space(m_setup.run.Path(), error);
-  if (!error && space.available < kLittleSpace) return why + " (the disk is full)";
-  const bool safe = std::find(m_setup.engineOptions.begin(), m_setup.engineOptions.end(),
-                              "--safe") != m_setup.engineOptions.end();
-  const bool quote = (content.key + m_setup.target.Login()).find('\'') != std::string::npos;
-  if (!safe && quote) {
-    return why + " (with --as-is a quote in the message id or the login keeps it out)";
-  }
-  return why;
-}
-
-void Migration::StartEngine() {
-  std::vector<int> inherited;
-  if (m_setup.localMailbox) inherited.push_back(m_setup.localMailbox->LifeLine());
-  m_engine = std::make_unique<EngineProcess>(m_setup.run, m_setup.engineOptions,
-                                             std::move(inherited), m_say);
-  if (m_engine->Client().Logon(LoginRecord(m_setup.target))) return;
-  m_engine.reset();
-  const std::string reason = TryTarget(m_setup.target);
-  throw RunError("the engine cannot log on: " + (reason.empty() ? "no reason was given" : reason));
-}
-
-bool Migration::SelectFolder(const std::string& folder) {
-  if (m_folder == folder) return true;
-  m_folder.clear();
-  ST_FOLDER_INFO info;
-  info.strFolder = CString::FromUtf8(folder);
-  if (m_engine->Client().CreateFolder(info) != 1) return false;
-  m_folder = folder;
-  return true;
+void Migration::Keep(const Work& work, const Outcome& outcome) {
+  if (outcome.kind == Outcome::Kind::kLeft) return;
+  m_journal.Store({work.entry.item.location, work.entry.item.folder, work.item.hash, work.item.key,
+                   ResultOf(outcome), outcome.text});
 }
 
 void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
@@ -256,18 +230,19 @@ void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
   };
   Word word{&m_summary.failed, "FAILED", &m_summary.failures};
   if (outcome.kind == Outcome::Kind::kSent) word = {&m_summary.sent, "sent", &m_summary.remarks};
-  if (outcome.kind == Outcome::Kind::kKnown) word = {&m_summary.known, "there already", nullptr};
+  if (outcome.kind == Outcome::Kind::kKnown) {
+    word = {&m_summary.known, "there already", &m_summary.remarks};
+  }
   if (outcome.kind == Outcome::Kind::kNotConfirmed) {
     word = {&m_summary.notConfirmed, "NOT CONFIRMED", &m_summary.failures};
   }
   ++*word.counter;
   ++m_summary.seen;
-  if (word.list && !outcome.text.empty()) word.list->push_back({entry.name, outcome.text});
+  if (!outcome.text.empty()) word.list->push_back({entry.name, outcome.text});
   const std::string line =
       fmt::format("[{}/{}] {}: {}{}{}", m_summary.seen, m_summary.total, entry.name, word.text,
                   outcome.text.empty() ? "" : ": ", outcome.text);
-  const bool failed = word.list == &m_summary.failures;
-  m_onStep({m_summary.seen, m_summary.total, entry.name, line, failed});
+  m_onStep({m_summary.seen, m_summary.total, entry.name, line, !outcome.Arrived()});
 }
 
 std::string Migration::StopReason(const Outcome& outcome) {
@@ -276,10 +251,10 @@ std::string Migration::StopReason(const Outcome& outcome) {
       return fmt::format("the local mailbox ended ({})", *end);
     }
   }
+  if (outcome.kind == Outcome::Kind::kLeft) return outcome.text;
   if (outcome.kind == Outcome::Kind::kKnown) return {};  // says nothing about what comes
   const bool unproved = outcome.kind == Outcome::Kind::kNotConfirmed;
-  const bool failed = outcome.kind == Outcome::Kind::kFailed && IsConnectionFailure(outcome.text);
-  if (!unproved && !failed) {
+  if (!unproved && (outcome.Arrived() || !IsConnectionFailure(outcome.text))) {
     m_failuresInARow = 0;
     return {};
   }

@@ -10,28 +10,52 @@
 #include "client/run/LedgerLook.h"
 #include "client/run/RunFolder.h"
 #include "client/run/Target.h"
+#include "platform/CString.h"
 
 namespace client {
 namespace {
 
+using nlohmann::json;
+
 constexpr std::string_view kSources = "sources";  // properties of the journal
 constexpr std::string_view kTarget = "target";
+
+// The list of an earlier run; empty where there was none.
+std::vector<std::string> HadSources(Journal& journal) {
+  const auto list =
+      json::parse(journal.Property(kSources).value_or("[]"), nullptr, /*allow_exceptions=*/false);
+  std::vector<std::string> sources;
+  if (!list.is_array()) return sources;
+  for (const json& source : list) {
+    if (source.is_string()) sources.push_back(source.get<std::string>());
+  }
+  return sources;
+}
+
+void RequireSourcesKept(Journal& journal, const RunIdentity& identity, const RunFolder& run) {
+  for (const std::string& had : HadSources(journal)) {
+    if (std::ranges::binary_search(identity.sources, had)) continue;
+    throw RunError(fmt::format(
+        "{} belongs to a run with the source {}, which is not among those given. Name it too, or, "
+        "if it moved or is no longer wanted, add --adopt: what the target holds is looked up first "
+        "then. For mail of another kind use another run folder",
+        run.Path(), had));
+  }
+}
 
 }  // namespace
 
 RunIdentity IdentityOf(std::vector<std::string> sources, const Target& target) {
+  // As they are kept: bytes that are no UTF-8 are not.
+  for (std::string& source : sources) source = CString::FromUtf8(source).ToUtf8();
   std::sort(sources.begin(), sources.end());
-  constexpr auto kReplace = nlohmann::json::error_handler_t::replace;
-  return {nlohmann::json(sources).dump(-1, ' ', false, kReplace), target.Name()};
+  return {std::move(sources), target.Name()};
 }
 
-void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFolder& run) {
-  const std::optional<std::string> hadSources = journal.Property(kSources);
+void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFolder& run,
+                    bool adopt) {
   const std::optional<std::string> hadTarget = journal.Property(kTarget);
-  if (hadSources && *hadSources != identity.sources) {
-    throw RunError(fmt::format("{} belongs to a run of other sources ({}); use another run folder",
-                               run.Path(), *hadSources));
-  }
+  if (!adopt) RequireSourcesKept(journal, identity, run);
   if (hadTarget && *hadTarget != identity.target) {
     throw RunError(
         fmt::format("{} belongs to a run into another target ({}); use another run folder",
@@ -40,7 +64,7 @@ void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFold
 }
 
 void KeepIdentity(Journal& journal, const RunIdentity& identity) {
-  journal.SetProperty(kSources, identity.sources);
+  journal.SetProperty(kSources, json(identity.sources).dump());
   journal.SetProperty(kTarget, identity.target);
 }
 

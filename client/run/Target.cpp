@@ -104,19 +104,27 @@ std::string TargetProblem(const Target& target) {
   return {};
 }
 
-std::string TryTarget(const Target& target) {
-  const TargetKind* kind = FindKind(target.kind);
+std::shared_ptr<ews::ExchangeService> LogOnTo(const Target& target) {
   const CString mailbox = CString::FromUtf8(target.mailbox);
-  const auto service =
-      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  auto service = std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  target.TokenRoute() ? GoByToken(target, *service) : GoByPassword(target, *service);
+  if (!target.Group() && !mailbox.IsEmpty()) {
+    service->SetImpersonatedUserId({ews::ConnectingIdType::SmtpAddress, mailbox});
+  }
+  return service;
+}
+
+ews::FolderId RootOf(const Target& target) {
+  const TargetKind* kind = FindKind(target.kind);
+  if (target.Group()) {
+    return ews::FolderId(kind->root, ews::Mailbox(CString::FromUtf8(target.mailbox)));
+  }
+  return ews::FolderId(kind->root);
+}
+
+std::string TryTarget(const Target& target) {
   try {
-    target.TokenRoute() ? GoByToken(target, *service) : GoByPassword(target, *service);
-    if (!target.Group() && !mailbox.IsEmpty()) {
-      service->SetImpersonatedUserId({ews::ConnectingIdType::SmtpAddress, mailbox});
-    }
-    const ews::FolderId root = target.Group() ? ews::FolderId(kind->root, ews::Mailbox(mailbox))
-                                              : ews::FolderId(kind->root);
-    (void)service->FindFolders(root, ews::FolderView(1));
+    (void)LogOnTo(target)->FindFolders(RootOf(target), ews::FolderView(1));
   } catch (const std::exception& error) {
     return error.what();
   }

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "engine/Records.h"
+#include "ews/ExchangeService.h"
+#include "ews/FolderId.h"
 
 namespace client {
 
@@ -38,9 +40,16 @@ ST_LOGIN_INFO LoginRecord(const Target& target);
 // What is missing or too long in a target, for people; empty when it can be used.
 std::string TargetProblem(const Target& target);
 
+// A connection of our own to the target, as the engine makes one; in the token route its token is
+// good for an hour. ews::Settings() must hold the options that the engine gets. Throws
+// std::runtime_error with the reason.
+std::shared_ptr<ews::ExchangeService> LogOnTo(const Target& target);
+
+// The folder that the paths of the run begin at. A group has three folders and no paths.
+ews::FolderId RootOf(const Target& target);
+
 // Logs on by itself and looks at the target's root folder, since the engine gives no reason when
-// that fails. ews::Settings() must hold the options that the engine gets. Returns the reason of a
-// failure, empty on success.
+// that fails. Returns the reason of a failure, empty on success.
 std::string TryTarget(const Target& target);
 
 }  // namespace client

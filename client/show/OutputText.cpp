@@ -44,6 +44,10 @@ std::string Counted(std::size_t count, std::string_view one, std::string_view ma
 
 std::string ItemCount(std::uint64_t count) { return Counted(count, "item", "items"); }
 
+std::string TimeText(std::uint64_t seconds) {
+  return seconds < 120 ? fmt::format("{} s", seconds) : fmt::format("{} min", (seconds + 30) / 60);
+}
+
 std::string SizeText(std::size_t bytes) {
   const auto size = static_cast<double>(bytes);
   if (bytes >= 1024 * 1024) return fmt::format("{:.1f} MiB", size / (1024 * 1024));

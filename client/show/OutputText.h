@@ -19,6 +19,9 @@ std::string Shortened(std::string_view text);
 std::string Counted(std::size_t count, std::string_view one, std::string_view many);
 std::string ItemCount(std::uint64_t count);
 
+// "42 s", "3 min".
+std::string TimeText(std::uint64_t seconds);
+
 // "312 bytes", "1 byte", "1.5 KiB", "12.0 MiB".
 std::string SizeText(std::size_t bytes);
 

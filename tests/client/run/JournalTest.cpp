@@ -5,6 +5,10 @@
 #include <gtest/gtest.h>
 
 #include "client/run/LedgerLook.h"
+#include "client/run/LedgerWriter.h"
+#include "client/run/RunFolder.h"
+#include "client/run/RunIdentity.h"
+#include "client/run/Target.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
@@ -50,6 +54,83 @@ TEST(Journal, AnIdThatImitatesAnAppendedKeyHidesNoOtherMail) {
   const std::string key = journal.ClaimKey("A\\", "<id>", "h2");
   EXPECT_NE(key, "<id>");
   EXPECT_NE(key, "<id> sha256:h2");
+}
+
+TEST(Journal, AnItemThatWasBegunStaysOpenUntilItsFateIsKnown) {
+  const TemporaryFolder folder;
+  const std::string path = folder.File("journal.db");
+  const auto store = [&](ItemResult result) {
+    Journal(path).Store({"/m/a.eml", "Inbox\\", "h1", "<a>", result, ""});
+    return Journal(path).OpenSince("Inbox\\", "<a>").has_value();
+  };
+  Journal(path).Begin("Inbox\\", "<a>");
+  const auto since = Journal(path).OpenSince("Inbox\\", "<a>");
+  ASSERT_TRUE(since);
+  EXPECT_EQ(since->substr(0, 2), "20");
+  EXPECT_FALSE(Journal(path).OpenSince("Other\\", "<a>"));
+  EXPECT_TRUE(store(ItemResult::kNotConfirmed));
+  EXPECT_TRUE(store(ItemResult::kUnknown));
+  EXPECT_FALSE(store(ItemResult::kFailed));
+  Journal(path).Begin("Inbox\\", "<a>");
+  EXPECT_FALSE(store(ItemResult::kArrived));
+}
+
+TEST(Journal, OneOfAnEarlierVersionIsReadAndGoesOn) {
+  const TemporaryFolder folder;
+  const std::string path = folder.File("journal.db");
+  platform::SqliteDatabase(path).Execute(
+      "CREATE TABLE property (name TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;"
+      "CREATE TABLE item (source TEXT PRIMARY KEY, folder TEXT NOT NULL, hash TEXT NOT NULL,"
+      " key TEXT NOT NULL, result INTEGER NOT NULL, text TEXT NOT NULL) WITHOUT ROWID;"
+      "CREATE TABLE claim (folder TEXT NOT NULL, key TEXT NOT NULL, hash TEXT NOT NULL,"
+      " PRIMARY KEY (folder, key)) WITHOUT ROWID;"
+      "INSERT INTO item VALUES ('/m/a.eml', 'Inbox\\', 'h1', '<a>', 1, '')");
+  Journal journal(path);
+  EXPECT_TRUE(journal.HasArrived("/m/a.eml", "Inbox\\", "h1"));
+  journal.Begin("Inbox\\", "<b>");
+  journal.Store({"/m/b.eml", "Inbox\\", "h2", "<b>", ItemResult::kArrived, "may be there twice"});
+  EXPECT_FALSE(journal.OpenSince("Inbox\\", "<b>"));
+  const auto doubts = journal.ArrivedWith("be there twice");
+  ASSERT_EQ(doubts.size(), 1u);
+  EXPECT_EQ(doubts[0].source, "/m/b.eml");
+}
+
+TEST(RunIdentity, TheListOfSourcesMayGrowAndWhatIsMissingIsNamed) {
+  const TemporaryFolder folder;
+  const RunFolder run(folder.File("run"));
+  Journal journal(run.File("journal.db"));
+  Target target;
+  target.user = "ann@example.com";
+  const auto problem = [&](std::vector<std::string> sources, bool adopt = false) -> std::string {
+    try {
+      RequireSameRun(journal, IdentityOf(std::move(sources), target), run, adopt);
+      return {};
+    } catch (const RunError& error) {
+      return error.what();
+    }
+  };
+  EXPECT_EQ(problem({"/b\xff"}), "");
+  KeepIdentity(journal, IdentityOf({"/b\xff", "/a"}, target));
+  EXPECT_EQ(problem({"/c", "/a", "/b\xff"}), "");
+  EXPECT_NE(problem({"/b\xff", "/c"}).find("the source /a,"), std::string::npos);
+  EXPECT_EQ(problem({"/c"}, /*adopt=*/true), "");
+  target.user = "bob@example.com";
+  EXPECT_NE(problem({"/a", "/b\xff"}, /*adopt=*/true).find("another target"), std::string::npos);
+}
+
+TEST(LedgerWriter, EntersWhatTheLookAndTheEngineFind) {
+  const TemporaryFolder folder;
+  const std::string path = folder.File(std::string(kLedgerName));
+  LedgerWriter rows(path);
+  rows.Enter("What?\\a&quot;b'c\\", "<o'id>", "me@example.com");
+  LedgerLook look(path);
+  EXPECT_TRUE(look.HasRow("What?\\a&quot;b'c\\", "<o'id>", "me@example.com"));
+  for (const char* key : {"<id>", "<id> sha256:a", "<id> sha256:b", "<id> more", "<idx>"}) {
+    rows.Enter("A\\", key, "me@example.com");
+  }
+  rows.Enter("B\\", "<id>", "me@example.com");
+  EXPECT_EQ(look.RowsOfId("A\\", "<id>", "me@example.com"), 3u);
+  EXPECT_EQ(look.RowsOfId("A\\", "<id>", "you@example.com"), 0u);
 }
 
 TEST(LedgerLook, FindsRowsUnderTheFolderThatTheEngineWrites) {

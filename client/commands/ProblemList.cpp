@@ -1,0 +1,35 @@
+#include "client/commands/ProblemList.h"
+
+#include <iostream>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "client/show/OutputText.h"
+
+namespace client {
+
+nlohmann::json ProblemsAsJson(const std::vector<SourceProblem>& problems) {
+  nlohmann::json list = nlohmann::json::array();
+  for (const SourceProblem& problem : problems) {
+    list.push_back({{"item", problem.location}, {"text", problem.reason}});
+  }
+  return list;
+}
+
+void PrintProblems(const std::string& title, const std::vector<SourceProblem>& problems,
+                   size_t indent) {
+  if (problems.empty()) return;
+  const std::string blanks(indent, ' ');
+  std::cout << blanks << title << ":\n";
+  for (size_t i = 0; i < problems.size() && i < kMostListed; ++i) {
+    const SourceProblem& problem = problems[i];
+    std::cout << fmt::format("{}  {}{}{}\n", blanks, OneLine(problem.location),
+                             problem.reason.empty() ? "" : ": ", OneLine(problem.reason));
+  }
+  if (problems.size() > kMostListed) {
+    std::cout << fmt::format("{}  and {} more\n", blanks, problems.size() - kMostListed);
+  }
+}
+
+}  // namespace client

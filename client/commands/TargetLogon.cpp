@@ -1,0 +1,44 @@
+#include "client/commands/TargetLogon.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include <fmt/format.h>
+
+#include "client/commands/MigrateOptions.h"
+#include "client/run/StopRequest.h"
+#include "ews/Settings.h"
+
+namespace client {
+namespace {
+
+// A server that was never reached is more likely misnamed than out of order.
+constexpr std::chrono::seconds kFirstPatience{30};
+
+}  // namespace
+
+std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say) {
+  if (!target.Local()) return nullptr;
+  return std::make_unique<LocalMailbox>(OwnFolder() + "/mailboxd", target.LocalFolder(), say);
+}
+
+void RequireLogon(const Target& target, const std::vector<std::string>& engineOptions,
+                  const RunFolder& run, ServerWaits& waits, const Say& say) {
+  const std::string wrong = AdoptEngineOptions(engineOptions, run.Title());
+  if (!wrong.empty()) throw UsageError(wrong);
+  ews::ServiceSettings& settings = ews::Settings();
+  settings.fnTellWait = [&waits, say](const std::string& line) {
+    waits.Note(line);
+    say(line);
+  };
+  settings.fnStopAsked = StopRequested;
+  const std::chrono::seconds patience = settings.nPatience;
+  settings.nPatience = std::min(patience, kFirstPatience);
+  const std::string refusal = TryTarget(target);
+  settings.nPatience = patience;
+  waits.End();
+  if (refusal.empty()) return;
+  throw RunError(fmt::format("cannot log on to the {}: {}", target.Name(), refusal));
+}
+
+}  // namespace client

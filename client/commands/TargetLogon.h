@@ -1,0 +1,23 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "client/run/LocalMailbox.h"
+#include "client/run/RunFolder.h"
+#include "client/run/ServerWaits.h"
+#include "client/run/Target.h"
+
+namespace client {
+
+// The local mailbox that the target is, served; null for another target. Throws RunError.
+std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say);
+
+// Makes the engine's options those of our own requests, which tell their waits like the engine's,
+// and logs on once. Throws RunError with the target's reason, UsageError for a wrong option. waits
+// must outlive all requests.
+void RequireLogon(const Target& target, const std::vector<std::string>& engineOptions,
+                  const RunFolder& run, ServerWaits& waits, const Say& say);
+
+}  // namespace client

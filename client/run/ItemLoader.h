@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "client/run/Journal.h"
+#include "client/run/LedgerLook.h"
+#include "client/run/Plan.h"
+#include "client/sources/PreparedItem.h"
+
+namespace client {
+
+// An item as it was read from its source, and the names that it goes by.
+struct LoadedItem {
+  std::string bytes;    // of a mail, as it is sent
+  PreparedFiles files;  // of a prepared item
+  std::string hash;
+  std::string ledgerKey;  // empty only for a prepared item without an id, which gets no row
+  std::string key;        // on the item in the target: of its own in its folder
+  std::string messageId;  // that its mail carries; empty where it cannot be searched for
+  // Bytes of its MIME content; 0 for a prepared item.
+  std::int64_t MimeSize() const { return static_cast<std::int64_t>(bytes.size()); }
+};
+
+// Reads items, and gives them the keys that the journal keeps for them.
+class ItemLoader {
+ public:
+  // Both must outlive this; login is that of the ledger's rows.
+  ItemLoader(Journal& journal, LedgerLook& ledger, std::string login)
+      : m_journal(journal), m_ledger(ledger), m_login(std::move(login)) {}
+
+  // The content and its hash. Throws SourceError.
+  static LoadedItem Load(const Plan::Entry& entry);
+  // Fills in keys and id. Throws SourceError where a prepared item asks for the key of another one,
+  // which the engine would pass over as known, and platform::SqliteError.
+  void Name(const Plan::Entry& entry, LoadedItem& item);
+
+ private:
+  void NamePrepared(const Plan::Entry& entry, LoadedItem& item);
+
+  Journal& m_journal;
+  LedgerLook& m_ledger;
+  std::string m_login;
+};
+
+}  // namespace client

@@ -1,0 +1,160 @@
+#include "client/run/ItemSender.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "client/run/ItemProps.h"
+#include "client/run/ItemWriter.h"
+#include "client/run/MailDate.h"
+#include "client/run/StopRequest.h"
+#include "client/run/WorkFolder.h"
+#include "mime/MailHeader.h"
+#include "mime/header/MailDate.h"
+#include "platform/Paths.h"
+
+namespace client {
+namespace {
+
+constexpr int kLongestFolder = 4999;              // units of a folder command's path
+constexpr std::uintmax_t kLittleSpace = 1 << 20;  // bytes: a ledger may need some pages more
+
+std::string DateOf(const mail::MailHeader& header) {
+  const std::optional<std::int64_t> time = mail::parseMailDate(header.text("Date"));
+  return time ? DescriptorDate(*time) : std::string();
+}
+
+}  // namespace
+
+bool RunSetup::IsSafe() const {
+  return std::ranges::find(engineOptions, "--safe") != engineOptions.end();
+}
+
+ItemSender::ItemSender(const RunSetup& setup, Journal& journal, LedgerLook& ledger, Say say)
+    : m_setup(setup),
+      m_journal(journal),
+      m_ledger(ledger),
+      m_say(std::move(say)),
+      m_logs(m_setup.run.Path()) {}
+
+bool ItemSender::HasArrived(const Plan::Entry& entry, const LoadedItem& item) {
+  if (item.ledgerKey.empty()) return m_logs.HasSavedMail();
+  return m_ledger.HasRow(entry.item.folder, item.ledgerKey, m_setup.target.Login());
+}
+
+Outcome ItemSender::SendOnce(const Plan::Entry& entry, const LoadedItem& item) {
+  if (CString::FromUtf8(entry.item.folder).GetLength() > kLongestFolder) {
+    return {Outcome::Kind::kFailed, "the path of its folder is too long"};
+  }
+  if (!m_engine) StartEngine();
+  m_logs.Mark();
+  if (std::string reason = SelectFolder(entry.item.folder); !reason.empty()) {
+    return {Outcome::Kind::kFailed, std::move(reason)};
+  }
+  EmptyWorkFolder(m_setup.run.WorkFolder());
+  WriteWorkFiles(entry, item);
+  if (WantsImagePage(item.files) && m_engine->Client().ShowImage(CString()) != 1) {
+    return {Outcome::Kind::kFailed, "the engine cannot read its image list"};
+  }
+  ST_ITEM_INFO info;
+  info.strFilePath = platform::ToWindowsPath(m_setup.run.WorkFolder() + "/");
+  info.strLogFilepath = CString::FromUtf8(kStatusLogName);
+  m_journal.Begin(entry.item.folder, item.key);
+  return Judge(entry, item, m_engine->Client().InsertItem(info));
+}
+
+std::string ItemSender::DescribeEnd() {
+  m_pid = 0;
+  PassStopTo(0);
+  std::string end = m_engine ? m_engine->DescribeEnd() : "";
+  Close();
+  return end;
+}
+
+void ItemSender::Close() {
+  m_pid = 0;
+  PassStopTo(0);
+  m_engine.reset();
+  m_folder.clear();
+  m_setup.waits->End();
+}
+
+// An engine that waits for its server would keep a stop waiting as long.
+void ItemSender::Hear(const std::string& line) {
+  m_setup.waits->Note(line);
+  PassStopTo(m_setup.waits->IsWaiting() ? m_pid.load() : 0);
+  m_say(line);
+}
+
+void ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item) {
+  const std::string folder = m_setup.run.WorkFolder();
+  if (!entry.item.prepared) {
+    if (m_setup.IsSafe()) WriteItemProps(folder, item.key);
+    const mail::MailHeader header(item.bytes);
+    MailDescription description{item.ledgerKey, DateOf(header), entry.item.read, {}};
+    if (m_setup.fromMime) description.addressing = AddressingOf(header);
+    WriteMail(folder, description, item.bytes);
+    return;
+  }
+  CopyPreparedFiles(entry.item.location, item.files, folder);
+  if (HashPreparedFiles(folder, item.files) != item.hash) {
+    throw SourceError("its files changed while they were read");
+  }
+  if (m_setup.IsSafe()) WriteItemProps(folder, item.key);
+}
+
+Outcome ItemSender::Judge(const Plan::Entry& entry, const LoadedItem& item, int result) {
+  const std::string reason = m_logs.LastStatus();
+  if (HasArrived(entry, item)) {
+    return {Outcome::Kind::kSent, result == 1 ? std::string() : reason};
+  }
+  m_folder.clear();  // a folder that could not be made fails every item until it is asked for again
+  if (result == 1) return {Outcome::Kind::kNotConfirmed, WhyNotConfirmed(item)};
+  return {Outcome::Kind::kFailed, reason.empty() ? kNotRenewed : reason};
+}
+
+std::string ItemSender::WhyNotConfirmed(const LoadedItem& item) const {
+  if (item.ledgerKey.empty()) {
+    return "the engine reported success, but its trace shows no save, and without a message id "
+           "there is no row in its ledger";
+  }
+  std::string why = "the engine reported success, but its ledger has no row";
+  if (const std::string problem = m_ledger.Problem(); !problem.empty()) {
+    return why + " (" + problem + ")";
+  }
+  std::error_code error;
+  const std::filesystem::space_info space = std::filesystem::space(m_setup.run.Path(), error);
+  if (!error && space.available < kLittleSpace) return why + " (the disk is full)";
+  const bool quote = (item.ledgerKey + m_setup.target.Login()).find('\'') != std::string::npos;
+  if (!m_setup.IsSafe() && quote) {
+    return why + " (with --as-is a quote in the message id or the login keeps it out)";
+  }
+  return why;
+}
+
+void ItemSender::StartEngine() {
+  std::vector<int> inherited;
+  if (m_setup.localMailbox) inherited.push_back(m_setup.localMailbox->LifeLine());
+  m_engine =
+      std::make_unique<EngineProcess>(m_setup.run, m_setup.engineOptions, std::move(inherited),
+                                      [this](const std::string& line) { Hear(line); });
+  m_pid = m_engine->Pid();
+  if (m_engine->Client().Logon(LoginRecord(m_setup.target))) return;
+  Close();
+  const std::string reason = TryTarget(m_setup.target);
+  throw RunError("the engine cannot log on: " + (reason.empty() ? "no reason was given" : reason));
+}
+
+std::string ItemSender::SelectFolder(const std::string& folder) {
+  if (m_folder == folder) return {};
+  m_folder.clear();
+  ST_FOLDER_INFO info;
+  info.strFolder = CString::FromUtf8(folder);
+  if (m_engine->Client().CreateFolder(info) != 1) return kNotRenewed;
+  m_folder = folder;
+  return {};
+}
+
+}  // namespace client

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "client/run/EngineLogs.h"
+#include "client/run/EngineProcess.h"
+#include "client/run/ItemLoader.h"
+#include "client/run/Journal.h"
+#include "client/run/LedgerLook.h"
+#include "client/run/LocalMailbox.h"
+#include "client/run/Outcome.h"
+#include "client/run/Plan.h"
+#include "client/run/RunFolder.h"
+#include "client/run/RunMessages.h"
+#include "client/run/ServerWaits.h"
+#include "client/run/Target.h"
+
+namespace client {
+
+// What a run works with.
+struct RunSetup {
+  const RunFolder& run;
+  const Target& target;
+  std::vector<std::string> engineOptions;
+  LocalMailbox* localMailbox = nullptr;  // not owned; null for another target
+  bool fromMime = false;         // descriptors carry subject and addresses of the mail's header
+  bool adopt = false;            // what the target holds already counts as known
+  ServerWaits* waits = nullptr;  // not owned; notes what the engine tells
+
+  bool IsSafe() const;  // the engine works with its safeguards
+};
+
+// Brings one item after the other to the engine, which it starts when there is none, and judges by
+// the ledger what came of it.
+class ItemSender {
+ public:
+  // All must outlive this.
+  ItemSender(const RunSetup& setup, Journal& journal, LedgerLook& ledger, Say say);
+
+  // What is asked about an item from here on counts what the engine does from here on.
+  void Mark() { m_logs.Mark(); }
+  // True if the item has its row or, where it gets none, the trace tells of its save.
+  bool HasArrived(const Plan::Entry& entry, const LoadedItem& item);
+
+  // One try: kSent, kFailed or kNotConfirmed with the text of the engine. The journal knows before
+  // the command leaves. Throws platform::EndpointError when the engine ends instead, RunError when
+  // it cannot be started, SourceError, WriteError, platform::SqliteError.
+  Outcome SendOnce(const Plan::Entry& entry, const LoadedItem& item);
+  // After an EndpointError: how the engine ended. The next item gets a new one.
+  std::string DescribeEnd();
+
+  void Close();
+
+ private:
+  // A line of the engine's; called on a thread of its own.
+  void Hear(const std::string& line);
+  void StartEngine();
+  // Empty when the folder stands, else the reason why it does not.
+  std::string SelectFolder(const std::string& folder);
+  void WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item);
+  Outcome Judge(const Plan::Entry& entry, const LoadedItem& item, int result);
+  // Why a success left no proof.
+  std::string WhyNotConfirmed(const LoadedItem& item) const;
+
+  const RunSetup& m_setup;
+  Journal& m_journal;
+  LedgerLook& m_ledger;
+  Say m_say;
+  EngineLogs m_logs;
+  std::atomic<pid_t> m_pid = 0;  // of the engine, 0 for none
+  std::unique_ptr<EngineProcess> m_engine;
+  std::string m_folder;  // the engine's current folder; empty when it must be selected
+};
+
+inline constexpr const char* kNotRenewed = "the connection could not be renewed";
+
+}  // namespace client

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace client {
+
+// What became of an item in this run.
+struct Outcome {
+  enum class Kind {
+    kSent,
+    kKnown,         // it is there, and was not sent now
+    kFailed,        // it is not there
+    kNotConfirmed,  // the engine reported success, and nothing proves it
+    kUnknown,       // it may be there, and the target could not be asked
+    kLeft,          // nothing can be done for it now: the run ends, a later one takes it up
+  };
+  Kind kind = Kind::kFailed;
+  std::string text;  // reason or remark
+
+  bool Arrived() const { return kind == Kind::kSent || kind == Kind::kKnown; }
+};
+
+// Of the text of a failure: true when no other item can fare better just now, for the server was
+// waited for in vain, or refuses the logon.
+bool EndsRun(std::string_view text);
+// True when the request behind it may have been carried out.
+bool LeavesOutcomeOpen(std::string_view text);
+
+}  // namespace client

@@ -1,0 +1,104 @@
+#include "client/run/TargetIndex.h"
+
+#include <charconv>
+
+#include "client/run/MailKey.h"
+#include "platform/Sha256.h"
+
+namespace client {
+namespace {
+
+constexpr std::int64_t kSizeless = -1;
+
+std::uint64_t Number(std::string_view hexadecimal) {
+  std::uint64_t number = 0;
+  std::from_chars(hexadecimal.data(), hexadecimal.data() + hexadecimal.size(), number, 16);
+  return number;
+}
+
+// Servers give long texts cut. Items that are alike and have no id share the key of the first but
+// for what keeps them apart: any of them stands for any other.
+std::string Comparable(std::string_view text) {
+  return CString::FromUtf8(BaseOfMadeKey(text)).Left(ews::kLongestFoundText).ToUtf8();
+}
+
+}  // namespace
+
+TargetIndex::Digest TargetIndex::DigestOf(std::string_view text) {
+  if (text.empty()) return {};
+  // A mail that was made to collide would be taken for another and never sent.
+  const std::string hash = platform::Sha256Hex(Comparable(text));
+  return {Number(std::string_view(hash).substr(0, 16)),
+          Number(std::string_view(hash).substr(16, 16))};
+}
+
+void TargetIndex::Add(const ews::FoundItem& item, ById byId) {
+  const Entry entry{DigestOf(item.strKey.ToUtf8()), DigestOf(item.strMessageId.ToUtf8()),
+                    item.nSize.value_or(kSizeless)};
+  const std::size_t number = m_entries.size();
+  if (entry.key != Digest{}) m_byKey.emplace(entry.key, entry.size, number);
+  if (entry.id != Digest{} && (entry.key == Digest{} || byId == ById::kYes)) {
+    m_byId.emplace(entry.id, entry.size, number);
+  }
+  m_entries.push_back(entry);
+  m_taken.push_back(false);
+}
+
+std::optional<std::size_t> TargetIndex::Nearest(const Order& order, const Digest& digest,
+                                                std::int64_t size) {
+  const auto above = order.lower_bound({digest, size, 0});
+  const bool hasAbove = above != order.end() && std::get<0>(*above) == digest;
+  if (above != order.begin()) {
+    const auto below = std::prev(above);
+    const bool hasBelow = std::get<0>(*below) == digest;
+    if (hasBelow && (!hasAbove || size - std::get<1>(*below) < std::get<1>(*above) - size)) {
+      return std::get<2>(*below);
+    }
+  }
+  if (!hasAbove) return std::nullopt;
+  return std::get<2>(*above);
+}
+
+std::optional<std::size_t> TargetIndex::Take(std::string_view key, std::string_view messageId,
+                                             std::int64_t size) {
+  std::optional<std::size_t> number;
+  if (!key.empty()) number = Nearest(m_byKey, DigestOf(key), size);
+  if (!number && !messageId.empty()) number = Nearest(m_byId, DigestOf(messageId), size);
+  if (number) Remove(*number);
+  return number;
+}
+
+void TargetIndex::Remove(std::size_t number) {
+  const Entry& entry = m_entries[number];
+  m_byKey.erase({entry.key, entry.size, number});
+  m_byId.erase({entry.id, entry.size, number});
+  m_taken[number] = true;
+  if (entry.key != Digest{}) m_takenKeys.emplace(entry.key, number);
+  if (entry.id != Digest{}) m_takenIds.emplace(entry.id, number);
+}
+
+std::vector<std::size_t> TargetIndex::Left() const {
+  std::vector<std::size_t> left;
+  for (std::size_t i = 0; i < m_taken.size(); ++i) {
+    if (!m_taken[i]) left.push_back(i);
+  }
+  return left;
+}
+
+std::optional<std::size_t> TargetIndex::TwinOf(std::size_t number) const {
+  const Entry& entry = m_entries[number];
+  const bool keyless = entry.key == Digest{};
+  if (keyless && entry.id == Digest{}) return std::nullopt;
+  const auto& taken = keyless ? m_takenIds : m_takenKeys;
+  const Digest& digest = keyless ? entry.id : entry.key;
+  const auto twin = taken.lower_bound({digest, 0});
+  if (twin == taken.end() || twin->first != digest) return std::nullopt;
+  return twin->second;
+}
+
+std::optional<std::int64_t> TargetIndex::SizeOf(std::size_t number) const {
+  const std::int64_t size = m_entries[number].size;
+  return size == kSizeless ? std::nullopt : std::optional(size);
+}
+
+}  // namespace client

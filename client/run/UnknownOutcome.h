@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "client/run/ItemLoader.h"
+#include "client/run/LedgerLook.h"
+#include "client/run/TargetLook.h"
+
+namespace client {
+
+// What the target says about an item of which nobody knows whether a server took it.
+struct TargetAnswer {
+  enum class Kind {
+    kThere,
+    kAbsent,
+    kNotAsked,     // it cannot be asked for this item
+    kUnreachable,  // nor for any other just now
+  };
+  Kind kind = Kind::kAbsent;
+  std::size_t copies = 0;  // how often it is there
+  std::string reason;      // why it could not be asked
+};
+
+// How many of the items that a search for key and id brought are this item. One with its key is.
+// One without any key may be: the id is all that is known of what a server took without our key.
+// Of those, as many belong to others as the ledger knows of that id and as show no key of theirs.
+class CopyCount {
+ public:
+  explicit CopyCount(std::string keyOnItem, std::string messageId)
+      : m_key(std::move(keyOnItem)), m_messageId(std::move(messageId)) {}
+  void Add(const ews::FoundItem& found);
+  std::size_t Copies(std::size_t arrivedWithId) const;
+
+ private:
+  std::string m_key;
+  std::string m_messageId;
+  std::size_t m_own = 0;      // with the key
+  std::size_t m_others = 0;   // with the id and another key
+  std::size_t m_keyless = 0;  // with the id and no key
+};
+
+// Asks the target for items whose outcome is open.
+class UnknownOutcome {
+ public:
+  // All must outlive this. withKeys: the engine writes keys on items.
+  UnknownOutcome(TargetLook& look, LedgerLook& ledger, std::string login, bool withKeys)
+      : m_look(look), m_ledger(ledger), m_login(std::move(login)), m_withKeys(withKeys) {}
+
+  // Asks once and, where the item is not there, once more after two seconds: a server may still be
+  // at work on a request whose connection is gone.
+  TargetAnswer Ask(const std::string& folder, const LoadedItem& item);
+
+ private:
+  TargetAnswer AskOnce(const std::string& folder, const LoadedItem& item);
+
+  TargetLook& m_look;
+  LedgerLook& m_ledger;
+  std::string m_login;
+  bool m_withKeys;
+};
+
+}  // namespace client

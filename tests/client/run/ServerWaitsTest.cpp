@@ -1,0 +1,30 @@
+#include "client/run/ServerWaits.h"
+
+#include <gtest/gtest.h>
+
+namespace client {
+namespace {
+
+using std::chrono::seconds;
+
+TEST(ServerWaits, AnOutageLastsFromItsFirstWaitToTheAnswer) {
+  ServerWaits waits;
+  const ServerWaits::Clock::time_point start{};
+  waits.Note("[3/9] a.eml: sent", start);
+  EXPECT_EQ(waits.Count(), 0u);
+  const std::string wait =
+      "mail.example.com does not answer (connection refused): next try in 1 s, for 30 min more";
+  waits.Note(wait, start + seconds(10));
+  waits.Note(wait, start + seconds(11));
+  EXPECT_TRUE(waits.IsWaiting());
+  waits.Note("mail.example.com answers again after 4 s", start + seconds(14));
+  EXPECT_FALSE(waits.IsWaiting());
+  waits.Note(wait, start + seconds(20));
+  waits.End(start + seconds(25));  // given up
+  waits.End(start + seconds(99));
+  EXPECT_EQ(waits.Count(), 3u);
+  EXPECT_EQ(waits.Time(), seconds(9));
+}
+
+}  // namespace
+}  // namespace client

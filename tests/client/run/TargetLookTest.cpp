@@ -1,0 +1,173 @@
+#include "client/run/TargetLook.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+
+#include "client/run/LedgerLook.h"
+#include "client/run/UnknownOutcome.h"
+#include "ews/Settings.h"
+#include "mailboxd/Server.h"
+#include "tests/ews/Answers.h"
+#include "tests/ews/ScriptedTransport.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace client {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+// A local mailbox as the target, filled from behind.
+class Look : public testing::Test {
+ protected:
+  Look() {
+    mailbox::ServerOptions options;
+    options.dataFolder = folder.File("mailbox");
+    server = std::make_unique<mailbox::Server>(options);
+    server->Start();
+    ews::Settings().strEwsUrl = CString::FromUtf8(server->EwsUrl());
+    target.address = server->EwsUrl();
+    target.user = "ann@example.com";
+    target.password = "x";
+    root = *Store().FindWellKnown(Store().Mailbox(target.user), "msgfolderroot");
+  }
+  mailbox::Store& Store() { return server->Mailboxes(); }
+
+  std::int64_t MakeFolder(std::int64_t parent, const std::string& name) {
+    return Store().CreateFolder(*Store().Folder(parent), name, "IPF.Note")->id;
+  }
+  void MakeItem(std::int64_t place, const std::string& id, const std::string& key = "") {
+    mailbox::NewItem item;
+    item.info.folder = place;
+    item.info.messageId = id;
+    if (!key.empty()) {
+      item.info.properties.push_back({"named:PublicStrings:name:TarnyKey", "String", {key}});
+    }
+    Store().CreateItem(item);
+  }
+  // Key and id of each item found.
+  std::vector<std::string> Find(const std::string& path, const char16_t* key, const char16_t* id) {
+    std::vector<std::string> found;
+    look.Find(path, key, id, [&](const ews::FoundItem& item) {
+      found.push_back(item.strKey.ToUtf8() + "|" + item.strMessageId.ToUtf8());
+    });
+    return found;
+  }
+  int Count(const std::string& path) {
+    int count = 0;
+    look.List(path, [&](const ews::FoundItem&) { ++count; });
+    return count;
+  }
+
+  SettingsKeeper settings;
+  const test_support::TemporaryFolder folder;
+  std::unique_ptr<mailbox::Server> server;
+  Target target;
+  std::int64_t root = 0;
+  TargetLook look{target};
+};
+
+TEST_F(Look, APathLeadsToTheFolderOfTheEngineAndMakesNone) {
+  const std::int64_t deep = MakeFolder(MakeFolder(root, "Projects"), "To Do");
+  MakeItem(deep, "<a@x>");
+  const std::size_t folders = Store().ChildFolders(root, /*deep=*/true).size();
+  EXPECT_EQ(Count("projects\\($ToDo)\\"), 1);  // a name of the source's own, in any case
+  EXPECT_EQ(Count("Projects\\"), 0);
+  EXPECT_EQ(Count("Project\\"), 0);
+  EXPECT_EQ(Count("Projects\\None\\"), 0);
+  EXPECT_EQ(Store().ChildFolders(root, /*deep=*/true).size(), folders);
+}
+
+TEST_F(Look, AFolderBehindAThousandThatHoldItsNameIsFound) {
+  const std::int64_t parent = MakeFolder(root, "Many");
+  for (int i = 0; i < 1005; ++i) MakeFolder(parent, "A report " + std::to_string(i));
+  MakeItem(MakeFolder(parent, "report"), "<a@x>");
+  EXPECT_EQ(Count("Many\\Report\\"), 1);
+}
+
+TEST_F(Look, AnItemIsFoundByKeyOrIdInItsFolderAlone) {
+  const std::int64_t place = MakeFolder(root, "A");
+  MakeItem(place, "<a@x>", "k'1 <&>");
+  MakeItem(place, "<b@x>");
+  MakeItem(MakeFolder(root, "B"), "<a@x>", "k'1 <&>");
+  EXPECT_THAT(Find("A\\", u"k'1 <&>", u""), ElementsAre("k'1 <&>|<a@x>"));
+  EXPECT_THAT(Find("A\\", u"", u"<b@x>"), ElementsAre("|<b@x>"));
+  EXPECT_THAT(Find("A\\", u"k'1 <&>", u"<b@x>"), ElementsAre("k'1 <&>|<a@x>", "|<b@x>"));
+  EXPECT_THAT(Find("A\\", u"", u""), ElementsAre());
+  EXPECT_THAT(Find("None\\", u"k'1 <&>", u"<b@x>"), ElementsAre());
+}
+
+TEST_F(Look, AFolderIsReadPageByPageToItsEnd) {
+  const std::int64_t place = MakeFolder(root, "A");
+  for (int i = 0; i < 2001; ++i) MakeItem(place, "<" + std::to_string(i) + "@x>");
+  EXPECT_EQ(Count("A\\"), 2001);
+}
+
+TEST_F(Look, AServerThatIsGoneIsNoFolderThatIsNotThere) {
+  server.reset();
+  EXPECT_THROW(Count("A\\"), std::runtime_error);
+}
+
+// Questions about one mail, to a target that answers by a script.
+class Unknown : public Scripted {
+ protected:
+  Unknown() {
+    ews::Settings().strEwsUrl = u"https://mail.example.com/EWS/Exchange.asmx";
+    target.user = "ann@example.com";
+    item.key = item.messageId = "<a@x>";
+    m_transport.Push(answers::Found({{"F", "A"}}));
+  }
+  void PushItems(const std::string& items) {
+    m_transport.Push(
+        answers::Success("FindItem", "<m:RootFolder IncludesLastItemInRange=\"true\"><t:Items>" +
+                                         items + "</t:Items></m:RootFolder>"));
+  }
+  TargetAnswer Ask(bool withKeys = true) {
+    LedgerLook ledger(folder.File("none.db"));
+    return UnknownOutcome(look, ledger, target.Login(), withKeys).Ask("A\\", item);
+  }
+  static std::string Mail(const std::string& id) {
+    return "<t:Message><t:ItemId Id=\"" + id +
+           "\"/><t:ExtendedProperty><t:ExtendedFieldURI PropertyTag=\"0x1035\" "
+           "PropertyType=\"String\"/><t:Value>&lt;a@x&gt;</t:Value></t:ExtendedProperty>"
+           "</t:Message>";
+  }
+
+  const test_support::TemporaryFolder folder;
+  Target target;
+  TargetLook look{target};
+  LoadedItem item;
+};
+
+TEST_F(Unknown, WhatIsNotThereIsAskedForOnceMoreAfterTwoSeconds) {
+  PushItems("");
+  PushItems(Mail("I"));
+  const TargetAnswer answer = Ask();
+  EXPECT_EQ(answer.kind, TargetAnswer::Kind::kThere);
+  EXPECT_EQ(answer.copies, 1u);
+  EXPECT_EQ(m_transport.Waited(), std::chrono::seconds(2));
+  PushItems("");
+  PushItems("");
+  EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kAbsent);
+  PushItems(Mail("I") + Mail("J"));
+  EXPECT_EQ(Ask().copies, 2u);
+}
+
+TEST_F(Unknown, ARefusedSearchAndALostServerAreToldApart) {
+  m_transport.Push(answers::Error("FindItem", "ErrorAccessDenied", "You may not look."));
+  const TargetAnswer refused = Ask();
+  EXPECT_EQ(refused.kind, TargetAnswer::Kind::kNotAsked);
+  EXPECT_EQ(refused.reason, "You may not look.");
+  m_transport.PushFailure("The request failed. No answer.");
+  EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kUnreachable);
+}
+
+TEST_F(Unknown, WithoutKeyAndIdThereIsNothingToAskBy) {
+  item.messageId.clear();
+  EXPECT_EQ(Ask(/*withKeys=*/false).kind, TargetAnswer::Kind::kNotAsked);
+  EXPECT_TRUE(m_transport.Requests().empty());
+}
+
+}  // namespace
+}  // namespace client
