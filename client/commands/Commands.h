@@ -18,6 +18,7 @@ enum ExitCode { kExitDone = 0, kExitFailed = 1, kExitUsage = 2 };
 using Arguments = std::vector<std::string>;
 
 int RunMigrate(const Arguments& arguments);
+int RunVerify(const Arguments& arguments);
 int RunMailbox(const Arguments& arguments);
 int RunLedger(const Arguments& arguments);
 int RunConvert(const Arguments& arguments);

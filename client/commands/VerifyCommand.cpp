@@ -1,0 +1,122 @@
+#include <algorithm>
+#include <array>
+#include <iostream>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "client/commands/Commands.h"
+#include "client/commands/MigrateOptions.h"
+#include "client/commands/ProblemList.h"
+#include "client/commands/TargetLogon.h"
+#include "client/run/EngineOptions.h"
+#include "client/run/StopRequest.h"
+#include "client/run/Verification.h"
+#include "client/show/Console.h"
+#include "client/show/JsonText.h"
+#include "client/show/OutputText.h"
+
+namespace client {
+namespace {
+
+// What is told of a folder: the words of the text, the member of the JSON, the list.
+struct Finding {
+  const char* words;
+  const char* member;
+  std::vector<SourceProblem> FolderCheck::*list;
+};
+constexpr std::array<Finding, 5> kFindings{{
+    {"missing", "missing", &FolderCheck::missing},
+    {"twice", "twice", &FolderCheck::twice},
+    {"of other size", "other_size", &FolderCheck::otherSize},
+    {"unread in the source", "unread", &FolderCheck::unread},
+    {"beyond the source", "beyond", &FolderCheck::beyond},
+}};
+
+void PrintText(const std::vector<FolderCheck>& checks, const Plan& plan) {
+  for (const FolderCheck& check : checks) {
+    std::cout << fmt::format("{}: {}, {} there", OneLine(check.folder), ItemCount(check.items),
+                             check.there);
+    for (const Finding& finding : kFindings) {
+      const auto& list = check.*finding.list;
+      if (!list.empty()) std::cout << fmt::format(", {} {}", list.size(), finding.words);
+    }
+    std::cout << "\n";
+    for (const Finding& finding : kFindings) {
+      PrintProblems(finding.words, check.*finding.list, /*indent=*/2);
+    }
+  }
+  PrintProblems("Left out", plan.problems);
+  PrintProblems("Not supported yet", plan.unsupported);
+}
+
+void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool complete) {
+  nlohmann::json folders = nlohmann::json::array();
+  for (const FolderCheck& check : checks) {
+    nlohmann::json folder = {
+        {"folder", check.folder}, {"items", check.items}, {"there", check.there}};
+    for (const Finding& finding : kFindings) {
+      folder[finding.member] = ProblemsAsJson(check.*finding.list);
+    }
+    folders.push_back(std::move(folder));
+  }
+  std::cout << JsonText(nlohmann::json{{"complete", complete},
+                                       {"folders", folders},
+                                       {"left_out", ProblemsAsJson(plan.problems)},
+                                       {"not_supported", ProblemsAsJson(plan.unsupported)}});
+}
+
+int Verify(MigrateOptions& options, Console& console) {
+  const Say say = [&console](const std::string& line) { console.Say(line); };
+  InstallStopHandler();
+  const Plan plan = MakePlan(options.sources);
+  AskSecrets(options);
+  RunFolder run(options.run);
+  run.TakeOver(say);  // what an engine still sends is waited for
+  Journal journal(run.File("journal.db"));
+  const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
+  ServerWaits waits;
+  RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()), run,
+               waits, say);
+  TargetLook look(options.target);
+  LedgerLook ledger(run.File(std::string(kLedgerName)));
+  Verification verification(look, journal, ledger, options.target.Login(), [&](const Step& step) {
+    console.Progress(step.done, step.total, step.name);
+  });
+  const std::vector<FolderCheck> checks = verification.Run(plan);
+  console.EndProgress();
+  const bool complete = plan.IsWhole() && plan.unsupported.empty() &&
+                        std::ranges::all_of(checks, &FolderCheck::Complete);
+  options.json ? PrintJson(checks, plan, complete) : PrintText(checks, plan);
+  return complete ? kExitDone : kExitFailed;
+}
+
+}  // namespace
+
+int RunVerify(const Arguments& arguments) {
+  MigrateOptions options;
+  CLI::App app(
+      "Says what of the source is in the target, folder by folder, and what is not. Takes the "
+      "arguments of the migration. Exit code 0 means that nothing is missing and nothing is there "
+      "twice. Of other size is what the server counts as less than a third or more than three "
+      "times the bytes of the mail, and off by more than 64 KiB: servers keep mail in a form of "
+      "their own, so that smaller differences say nothing.",
+      "tarny verify");
+  Describe(app, options, Purpose::kVerify);
+  int exitCode = kExitDone;
+  if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
+  Console console;
+  try {
+    Complete(options);
+    return Verify(options, console);
+  } catch (const UsageError& error) {
+    console.Say(fmt::format("tarny verify: {}", error.what()));
+    return kExitUsage;
+  } catch (const std::exception& error) {
+    console.Say(fmt::format("tarny verify: {}", error.what()));
+    return kExitFailed;
+  }
+}
+
+}  // namespace client
