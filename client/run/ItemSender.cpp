@@ -152,7 +152,10 @@ std::string ItemSender::SelectFolder(const std::string& folder) {
   m_folder.clear();
   ST_FOLDER_INFO info;
   info.strFolder = CString::FromUtf8(folder);
-  if (m_engine->Client().CreateFolder(info) != 1) return kNotRenewed;
+  if (m_engine->Client().CreateFolder(info) != 1) {
+    const std::string reason = m_logs.LastStatus();
+    return reason.empty() ? kNotRenewed : reason;
+  }
   m_folder = folder;
   return {};
 }

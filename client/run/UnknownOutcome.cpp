@@ -52,11 +52,11 @@ TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem
     const std::size_t others = m_ledger.RowsOfId(folder, item.messageId, m_login);
     const std::size_t copies = count.Copies(others);
     return {copies ? TargetAnswer::Kind::kThere : TargetAnswer::Kind::kAbsent, copies, {}};
-  } catch (const ews::ServiceResponseException& refused) {
-    const bool all = EndsRun(refused.what());
+  } catch (const ews::ServiceException& failure) {
+    const bool all = failure.Cause().bOutage || EndsRun(failure.what());
     return {all ? TargetAnswer::Kind::kUnreachable : TargetAnswer::Kind::kNotAsked, 0,
-            refused.what()};
-  } catch (const std::runtime_error& failure) {
+            failure.what()};
+  } catch (const std::runtime_error& failure) {  // there is no logon
     return {TargetAnswer::Kind::kUnreachable, 0, failure.what()};
   }
 }

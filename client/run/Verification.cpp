@@ -21,20 +21,46 @@ SourceProblem Described(const ews::FoundItem& found) {
   return {subject.empty() ? "(no subject)" : subject, id.ToUtf8()};
 }
 
+// A folder of the target, and what of it stands for which item of the source.
+struct TargetFolder {
+  TargetIndex index;
+  std::vector<SourceProblem> described;                       // in the order of the index
+  std::unordered_map<std::size_t, const Plan::Entry*> taken;  // by number in the index
+  std::unordered_set<std::string> keys;                       // of items of the source so far
+};
+
+void CheckItem(const Plan::Entry& entry, const LoadedItem& item, TargetFolder& target,
+               FolderCheck& check) {
+  if (!target.keys.insert(item.key).second) {  // the same mail, which stands there once
+    ++check.there;
+    return;
+  }
+  const auto number = target.index.Take(KeyOnItem(item.key), item.messageId, item.MimeSize());
+  if (!number) {
+    check.missing.push_back({entry.name, {}});
+    return;
+  }
+  ++check.there;
+  target.taken.emplace(*number, &entry);
+  const auto size = target.index.SizeOf(*number);
+  if (size && !entry.item.prepared && IsOtherSize(item.MimeSize(), *size)) {
+    check.otherSize.push_back(
+        {entry.name, fmt::format("{} bytes, {} in the target", item.MimeSize(), *size)});
+  }
+}
+
 // What stands in the target and for no item of the source, told apart.
-void TellLeft(const TargetIndex& index, const std::vector<SourceProblem>& described,
-              const std::unordered_map<std::size_t, const Plan::Entry*>& taken,
-              FolderCheck& check) {
-  std::unordered_map<const Plan::Entry*, std::size_t> copies;
-  for (const std::size_t number : index.Left()) {
-    if (const auto twin = index.TwinOf(number)) {
-      ++copies[taken.at(*twin)];
+void TellLeft(const TargetFolder& target, FolderCheck& check) {
+  std::unordered_map<const Plan::Entry*, std::size_t> more;
+  for (const std::size_t number : target.index.Left()) {
+    if (const auto twin = target.index.TwinOf(number)) {
+      ++more[target.taken.at(*twin)];
     } else {
-      check.beyond.push_back(described[number]);
+      check.beyond.push_back(target.described[number]);
     }
   }
-  for (const auto& [entry, more] : copies) {
-    check.twice.push_back({entry->name, fmt::format("{} times", more + 1)});
+  for (const auto& [entry, count] : more) {
+    check.twice.push_back({entry->name, fmt::format("{} times", count + 1)});
   }
   std::ranges::sort(check.twice, {}, &SourceProblem::location);
 }
@@ -69,38 +95,21 @@ FolderCheck Verification::Check(const std::string& folder, const Entries& entrie
   FolderCheck check;
   check.folder = folder;
   check.items = entries.size();
-  std::vector<SourceProblem> described;
-  TargetIndex index = ReadTargetFolder(m_look, m_journal, folder, [&](const ews::FoundItem& found) {
-    described.push_back(Described(found));
+  TargetFolder target;
+  target.index = ReadTargetFolder(m_look, m_journal, folder, [&](const ews::FoundItem& found) {
+    target.described.push_back(Described(found));
   });
-  std::unordered_map<std::size_t, const Plan::Entry*> taken;  // by number in the index
-  std::unordered_set<std::string> seen;                       // keys
   for (const Plan::Entry* entry : entries) {
     Step(*entry);
     try {
       LoadedItem item = ItemLoader::Load(*entry);
       m_loader.Name(*entry, item);
-      if (!seen.insert(item.key).second) {
-        ++check.there;
-        continue;
-      }
-      const auto number = index.Take(KeyOnItem(item.key), item.messageId, item.MimeSize());
-      if (!number) {
-        check.missing.push_back({entry->name, {}});
-        continue;
-      }
-      ++check.there;
-      taken.emplace(*number, entry);
-      const auto size = index.SizeOf(*number);
-      if (size && !entry->item.prepared && IsOtherSize(item.MimeSize(), *size)) {
-        check.otherSize.push_back(
-            {entry->name, fmt::format("{} bytes, {} in the target", item.MimeSize(), *size)});
-      }
+      CheckItem(*entry, item, target, check);
     } catch (const SourceError& error) {
       check.unread.push_back({entry->name, error.what()});
     }
   }
-  TellLeft(index, described, taken, check);
+  TellLeft(target, check);
   return check;
 }
 

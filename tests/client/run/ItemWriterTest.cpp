@@ -1,8 +1,10 @@
 #include "client/run/ItemWriter.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "charset/LibraryNarrow.h"
+#include "client/run/ItemProps.h"
 #include "tests/client/WideText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -90,6 +92,27 @@ TEST(ItemWriter, AMailInUtf16IsSentAsUtf8ThatSaysSo) {
         "--b\r\nContent-Type: text/plain; charset=koi8-r\r\nContent-Transfer-Encoding: "
         "base64\r\n\r\nwQ==\r\n\r\n--b--\r\n");
   }
+}
+
+TEST(ItemProps, TheKeyJoinsWhatAPreparedItemBrings) {
+  const TemporaryFolder folder;
+  const auto with = [&](const std::string& bytes) {
+    folder.Write("ItemProps.json", bytes);
+    WriteItemProps(folder.Path(), "<a@x> \xC3\xA9");
+    return nlohmann::json::parse(ReadAll(folder.File("ItemProps.json")));
+  };
+  const nlohmann::json alone = {{"key", "<a@x> \xC3\xA9"}};
+  WriteItemProps(folder.Path(), "<a@x> \xC3\xA9");
+  EXPECT_EQ(nlohmann::json::parse(ReadAll(folder.File("ItemProps.json"))), alone);
+  const nlohmann::json joined = with(R"({"key": "theirs", "categories": ["Red"]})");
+  EXPECT_EQ(joined["key"], alone["key"]);
+  EXPECT_EQ(joined["categories"], nlohmann::json::array({"Red"}));
+  for (const std::string& odd :
+       {std::string("[1, 2]"), std::string("{\"a\": "), std::string(2 << 20, ' ')}) {
+    EXPECT_EQ(with(odd), alone);
+  }
+  const std::string deep = "{\"a\": " + std::string(100'000, '[') + std::string(100'000, ']') + "}";
+  EXPECT_EQ(with(deep)["key"], alone["key"]);
 }
 
 }  // namespace

@@ -159,7 +159,9 @@ TEST_F(Unknown, ARefusedSearchAndALostServerAreToldApart) {
   const TargetAnswer refused = Ask();
   EXPECT_EQ(refused.kind, TargetAnswer::Kind::kNotAsked);
   EXPECT_EQ(refused.reason, "You may not look.");
-  m_transport.PushFailure("The request failed. No answer.");
+  ews::Failure outage;
+  outage.bOutage = true;
+  m_transport.PushFailure("The request failed. No answer.", outage);
   EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kUnreachable);
 }
 
