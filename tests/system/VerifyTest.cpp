@@ -1,0 +1,175 @@
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "mailboxd/store/Store.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/system/Programs.h"
+
+// What the target holds, as tarny tells and adopts it.
+namespace system_test {
+namespace {
+
+using nlohmann::json;
+using test_support::TemporaryFolder;
+using testing::HasSubstr;
+
+class Verify : public testing::Test {
+ protected:
+  std::string Mail(const std::string& id, const std::string& body) const {
+    return (id.empty() ? "" : "Message-ID: " + id + "\r\n") + "Subject: s\r\n\r\n" + body;
+  }
+  // The check with the arguments of the migration.
+  Result Check(const std::string& run = "run") const {
+    std::vector<std::string> arguments = MigrateArguments(folder);
+    arguments[0] = "verify";
+    *(std::ranges::find(arguments, "--run") + 1) = folder.File(run);
+    return RunProgram("tarny", arguments, folder.Path());
+  }
+  // What is found of the first folder.
+  json FolderOf(const Result& result, int status) const {
+    return SummaryOf(result, status)["folders"][0];
+  }
+  Result MigrateInto(const std::string& run, std::vector<std::string> more) const {
+    std::vector<std::string> arguments = MigrateArguments(folder, more);
+    *(std::ranges::find(arguments, "--run") + 1) = folder.File(run);
+    return RunProgram("tarny", arguments, folder.Path());
+  }
+  Contents Arrived() const { return ContentsOf(folder.File("mailbox")); }
+
+  const TemporaryFolder folder;
+};
+
+TEST_F(Verify, NamesWhatIsMissingTwiceOfOtherSizeAndBeyond) {
+  for (const char* name : {"1", "2", "3", "4"}) {
+    folder.Write(std::string("source/") + name + ".eml",
+                 Mail(std::string("<") + name + "@x.example>", "body"));
+  }
+  folder.Write("source/5.eml", Mail("<5@x.example>", std::string(1'000'000, 'x') + "\r\n"));
+  folder.Write("source/6.eml", Mail("", "the same mail twice in its folder"));
+  folder.Write("source/7.eml", Mail("", "the same mail twice in its folder"));
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 6);
+  json found = FolderOf(Check(), 0);
+  EXPECT_EQ(found["items"], 7);
+  EXPECT_EQ(found["there"], 7);
+
+  {
+    mailbox::Store store(folder.File("mailbox/mailbox.db"));
+    for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
+      const std::string& id = item.info.messageId;
+      mailbox::NewItem copy;
+      copy.info = item.info;
+      copy.hasMime = true;
+      copy.mime = item.mime;
+      if (id == "<1@x.example>" || id == "<5@x.example>") store.DeleteItem(item.info.id);
+      if (id == "<2@x.example>") store.CreateItem(copy);
+      if (id == "<3@x.example>") {
+        copy.info.messageId = "<else@x.example>";
+        copy.info.subject = "not of the source";
+        copy.info.properties.clear();
+        store.CreateItem(copy);
+      }
+      if (id != "<5@x.example>") continue;
+      copy.mime.resize(2000);
+      store.CreateItem(copy);
+    }
+  }
+  found = FolderOf(Check(), 1);
+  const auto names = [&](const char* list) {
+    std::vector<std::string> all;
+    for (const json& one : found[list]) all.push_back(one["item"]);
+    return all;
+  };
+  using Names = std::vector<std::string>;
+  EXPECT_EQ(found["there"], 6);
+  EXPECT_EQ(names("missing"), Names{"1.eml"});
+  EXPECT_EQ(names("twice"), Names{"2.eml"});
+  EXPECT_EQ(names("other_size"), Names{"5.eml"});
+  EXPECT_EQ(names("beyond"), Names{"not of the source"});
+}
+
+TEST_F(Verify, ANewRunFolderAdoptsWhatTheTargetHoldsAndSendsTheRest) {
+  const Generated mails = WriteMails(folder, 60);
+  folder.Write("source/P/1/11comtextjj.t", test_support::WideBytes(u"EMAIL\r\n"));
+  folder.Write("source/P/2/11comtextjj.t", test_support::WideBytes(u"EMAIL\r\n"));
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], mails.count + 2);
+  const std::size_t before = ItemsOf(folder.File("mailbox")).size();
+  const std::string late = Mail("<late@x.example>", "new");
+  folder.Write("source/late.eml", late);
+
+  const json adopted = SummaryOf(MigrateInto("run2", {"--adopt"}));
+  EXPECT_EQ(adopted["sent"], 1);
+  EXPECT_EQ(adopted["there_already"], mails.count + 2);
+  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), before + 1);
+  EXPECT_EQ(Check("run2").status, 0);
+  // What was adopted is known by itself from here on.
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {}))["sent"], 0);
+  std::filesystem::remove(folder.File("run2/journal.db"));
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {}))["sent"], 2) << "without ids there are no rows";
+}
+
+TEST_F(Verify, SourcesThatMovedGoOnWithAdoptAndOneMayBeAdded) {
+  const Generated mails = WriteMails(folder, 30);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], mails.count);
+  std::filesystem::rename(folder.File("source"), folder.File("moved"));
+  folder.Write("added/1.eml", Mail("<added@x.example>", "x"));
+  std::vector<std::string> arguments = MigrateArguments(folder);
+  arguments[1] = folder.File("moved");
+  arguments.insert(arguments.begin() + 2, folder.File("added"));
+  EXPECT_THAT(RunProgram("tarny", arguments, folder.Path()), FailsWith(folder.File("source")));
+  arguments.push_back("--adopt");
+  const json summary = SummaryOf(RunProgram("tarny", arguments, folder.Path()));
+  EXPECT_EQ(summary["sent"], 1);
+  EXPECT_EQ(summary["there_already"], mails.count);
+}
+
+TEST_F(Verify, ItemsWithEqualIdsNeedAsManyInTheTarget) {
+  folder.Write("source/1.eml", Mail("<same@x.example>", "one"));
+  SummaryOf(Migrate(folder));
+  folder.Write("source/2.eml", Mail("<same@x.example>", "two"));
+  folder.Write("source/3.eml", Mail("<same@x.example>", "three"));
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {"--adopt"}))["sent"], 2);
+  EXPECT_EQ(Arrived().size(), 3u);
+  EXPECT_EQ(Check("run2").status, 0);
+}
+
+// The process that serves the local mailbox of that folder.
+pid_t ServerOf(const TemporaryFolder& folder) {
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const std::string command = test_support::ReadAll(entry.path() / "cmdline");
+    const bool serves = command.find("mailboxd") != std::string::npos &&
+                        command.find(folder.File("mailbox")) != std::string::npos &&
+                        command.find("--until-stdin-closes") != std::string::npos;
+    if (serves) return static_cast<pid_t>(std::stol(entry.path().filename()));
+  }
+  return 0;
+}
+
+TEST_F(Verify, ALocalMailboxThatDiesIsStartedAgainAndNothingIsLostOrTwice) {
+  const Generated mails = WriteMails(folder, 200);
+  Program tarny("tarny", MigrateArguments(folder), folder.Path());
+  int kills = 0;
+  while (!tarny.TryWait()) {
+    if (kills < 5 && LedgerRows(folder) > kills * 30) {
+      const pid_t pid = ServerOf(folder);
+      kills += pid != 0 && ::kill(pid, SIGKILL) == 0;
+    }
+    usleep(1000);
+  }
+  const Result result = tarny.Wait();
+  EXPECT_EQ(SummaryOf(result)["failed"], 0);
+  EXPECT_THAT(result.err, HasSubstr("it is started again"));
+  EXPECT_GE(kills, 2);
+  EXPECT_TRUE(Arrived() == mails.expected);
+  EXPECT_EQ(Check().status, 0);
+}
+
+}  // namespace
+}  // namespace system_test
