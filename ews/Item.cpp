@@ -67,6 +67,11 @@ void Item::WriteCommonProperties(SoapWriter& objWriter) const {
     m_objAttachments.WriteTo(objWriter);
     objWriter.End();
   }
+  if (!m_arrCategories.empty()) {
+    objWriter.Start(kTypes, "Categories");
+    for (const CString& str : m_arrCategories) objWriter.Element(kTypes, "String", str);
+    objWriter.End();
+  }
   if (m_eImportance) objWriter.Element(kTypes, "Importance", WireName(*m_eImportance));
   m_objProperties.WriteTo(objWriter);
 }

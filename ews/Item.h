@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "ews/Attachment.h"
 #include "ews/ExtendedProperty.h"
@@ -33,6 +34,9 @@ class Item {
   const std::optional<MessageBody>& Body() const { return m_objBody; }
   void SetImportance(ews::Importance eImportance) { m_eImportance = eImportance; }
   std::optional<ews::Importance> Importance() const { return m_eImportance; }
+  // An empty list does not go out.
+  void SetCategories(std::vector<CString> arr) { m_arrCategories = std::move(arr); }
+  const std::vector<CString>& Categories() const { return m_arrCategories; }
   AttachmentCollection& Attachments() { return m_objAttachments; }
   // A definition set before gets the new value. Throws ServiceException if the value does not fit
   // the definition's type.
@@ -70,6 +74,7 @@ class Item {
   MimeContent m_objMimeContent;
   std::optional<MessageBody> m_objBody;
   AttachmentCollection m_objAttachments;
+  std::vector<CString> m_arrCategories;
   std::optional<ews::Importance> m_eImportance;
   ExtendedPropertyCollection m_objProperties;
 };

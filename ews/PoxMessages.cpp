@@ -42,7 +42,7 @@ PoxAnswer ReadPoxAnswer(std::string_view strXml) {
   const pugi::xml_node objResponse = Child(Child(objDocument, "Autodiscover"), "Response");
   if (const pugi::xml_node objError = Child(objResponse, "Error")) {
     return ErrorAnswer("The server answered: " + TextOf(objError, "Message") + " (" +
-                   TextOf(objError, "ErrorCode") + ").");
+                       TextOf(objError, "ErrorCode") + ").");
   }
   const pugi::xml_node objAccount = Child(objResponse, "Account");
   const std::string strAction = TextOf(objAccount, "Action");

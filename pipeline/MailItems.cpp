@@ -9,6 +9,7 @@
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
 #include "pipeline/ItemDescriptor.h"
+#include "pipeline/ItemProps.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
 #include "platform/Paths.h"
@@ -110,7 +111,17 @@ int CTarnyOutlookHandler::SaveEmailItem(ews::EmailMessage& pobjCkEmail, CString 
   if (bMimeLost && ews::Settings().bSafe) {  // an empty mail must not count as this one
     throw std::runtime_error("The file EmlFile.Eml could not be read.");
   }
+  if (ews::Settings().bSafe) SetItemProps(pobjCkEmail, strHtmPath);
   return kSuccess;
+}
+
+// Last, since it stands above the descriptor, and the body's route sets a property of its own.
+void CTarnyOutlookHandler::SetItemProps(ews::Item& objItem, const CString& strHtmPath) {
+  Guarded(u"ItemProps.json is left out", [&] {
+    std::vector<CString> arrNotes;
+    ApplyItemProps(ReadItemProps(strHtmPath + CString(kItemPropsFile), arrNotes), objItem);
+    for (const CString& strNote : arrNotes) m_objLogManager.WriteLog(strNote);
+  });
 }
 
 void CTarnyOutlookHandler::SetHeader(ews::EmailMessage& objMail, ST_EML_INFO& objInfo) {

@@ -156,6 +156,7 @@ class CTarnyOutlookHandler {
   void SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath);
   bool SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void SetTextBody(ews::EmailMessage& objMail, const CString& strPath);
+  void SetItemProps(ews::Item& objItem, const CString& strHtmPath);
   void SetLastBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void AttachWorkFile(ews::EmailMessage& objMail, const CString& strName);
 };
