@@ -7,6 +7,29 @@
 #include "engine/CCTarnyOutlookEngneDlg.h"
 #include "engine/CommandLine.h"
 #include "ews/Settings.h"
+#include "platform/EndSignals.h"
+
+namespace {
+
+// Tells the waits of an outage, and cuts them short when the process is to end.
+class WaitHooks {
+ public:
+  explicit WaitHooks(CCTarnyOutlookEngneDlg& objDialog) {
+    ews::Settings().fnTellWait = [&objDialog](const std::string& strLine) {
+      std::cerr << strLine + "\n";
+      objDialog.Log(CString::FromUtf8(strLine));
+    };
+    ews::Settings().fnStopAsked = &platform::EndSignals::Came;
+  }
+  ~WaitHooks() {
+    ews::Settings().fnTellWait = nullptr;
+    ews::Settings().fnStopAsked = nullptr;
+  }
+  WaitHooks(const WaitHooks&) = delete;
+  WaitHooks& operator=(const WaitHooks&) = delete;
+};
+
+}  // namespace
 
 int CCTarnyOutlookEngneApp::InitInstance(std::span<const std::string> arrArguments) {
   CCTarnyOutlookEngneDlg objDialog;  // opens the ledger, whatever the command line says
@@ -16,6 +39,7 @@ int CCTarnyOutlookEngneApp::InitInstance(std::span<const std::string> arrArgumen
     return 2;
   }
   if (!objLine.bMarker) return 0;
+  const WaitHooks objHooks(objDialog);
   try {
     objDialog.DoModal(objLine.strTitle);
   } catch (const std::system_error& objError) {

@@ -24,6 +24,8 @@ class CCTarnyOutlookEngneDlg : public platform::EndpointServer::Handler {  // si
   // Serves the endpoint of the title until the dialog ends. Throws std::system_error (EADDRINUSE:
   // an engine of this title runs) and whatever a command lets pass, which is to end the process.
   void DoModal(const CString& strTitle);
+  // A line in the trace.
+  void Log(const CString& strText) { m_objHandler.m_objLogManager.WriteLog(strText); }
 
   // ---- Endpoint ----
 
@@ -42,6 +44,8 @@ class CCTarnyOutlookEngneDlg : public platform::EndpointServer::Handler {  // si
   std::int32_t OnCreateFolder(Bytes objBytes);
   std::int32_t OnCreateNewFolder(Bytes objBytes);
   std::int32_t OnInsertItem(Bytes objBytes);
+  // The item's line in the run's status log and in the one of all runs.
+  void WriteStatus(const ST_ITEM_INFO& objItem, const CString& strStatus);
   std::int32_t OnImageOutlook(Bytes objBytes);
   std::int32_t OnEnumGroupList(Bytes objBytes);
 
@@ -58,7 +62,6 @@ class CCTarnyOutlookEngneDlg : public platform::EndpointServer::Handler {  // si
 
   void OnDestroy();
   void EndDialog();
-  void Log(const CString& strText) { m_objHandler.m_objLogManager.WriteLog(strText); }
 
   ST_LOGIN_INFO m_stLogin;
   CTarnyOutlookHandler m_objHandler;

@@ -41,14 +41,32 @@ std::string ReadPassword(const std::string& path) {
   return line;
 }
 
-// Blocks the two signals in every thread and returns a descriptor that tells of them.
-platform::UniqueFd WatchSignals() {
+// The signals that ask for an end. A SIGHUP that is ignored is not among them: whoever started the
+// server wants it to outlive its terminal.
+sigset_t EndSignals() {
   sigset_t set;
   sigemptyset(&set);
   sigaddset(&set, SIGTERM);
   sigaddset(&set, SIGINT);
+  struct sigaction hangUp {};
+  sigaction(SIGHUP, nullptr, &hangUp);
+  if (hangUp.sa_handler != SIG_IGN) sigaddset(&set, SIGHUP);
+  return set;
+}
+
+// Blocks them in every thread and returns a descriptor that tells of them.
+platform::UniqueFd WatchSignals() {
+  const sigset_t set = EndSignals();
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
-  return platform::UniqueFd(::signalfd(-1, &set, SFD_CLOEXEC));
+  return platform::UniqueFd(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+// From here on a signal ends the process at once; the one that came is not seen again.
+void LetSignalsEnd(int signals) {
+  signalfd_siginfo taken{};
+  (void)!::read(signals, &taken, sizeof taken);
+  const sigset_t set = EndSignals();
+  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
 }
 
 // Returns at a signal or, if asked for, when standard input has ended.
@@ -71,6 +89,7 @@ int Serve(const mailbox::ServerOptions& options) {
   std::fflush(stdout);
   WaitForEnd(signals.Get(),
              options.lifetime == mailbox::DataFolderLock::Lifetime::kUntilStdinCloses);
+  LetSignalsEnd(signals.Get());
   server.Stop();
   return kSuccessCode;
 }

@@ -18,7 +18,7 @@ class EndpointServer {
     // One command; the bytes live for the length of the call. The result goes to the client.
     virtual std::int32_t OnCopyData(std::uint32_t dwData, std::uint64_t hSender,
                                     std::span<const unsigned char> objBytes) = 0;
-    // A request to end (a close frame, SIGTERM or SIGINT). Ends only through Stop().
+    // A request to end (a close frame, SIGTERM, SIGINT or SIGHUP). Ends only through Stop().
     virtual void OnClose() = 0;
   };
 
@@ -28,7 +28,8 @@ class EndpointServer {
   ~EndpointServer();
 
   // Serves until Stop() was called; the result of the command in work still leaves. The first
-  // SIGTERM or SIGINT acts as a close after the command in work, a second one ends the process.
+  // SIGTERM, SIGINT or SIGHUP acts as a close after the command in work, a second one ends the
+  // process.
   void Run(Handler& objHandler);
   void Stop();
 

@@ -5,7 +5,9 @@
 #include <csignal>
 #include <deque>
 #include <filesystem>
+#include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "engine/Records.h"
@@ -154,6 +156,24 @@ TEST_F(EngineProcess, TheLogSwitchIsForOneLogonAndItsFileGoesWithTheNext) {
   EXPECT_EQ(Logon(client, 2, 1), std::vector<std::uint32_t>{MSG_LOGIN_SUCCESS});
   EXPECT_EQ(m_folder.Trace(), kLogonStart + steps);
   EXPECT_FALSE(std::filesystem::exists(m_folder.File("3LogFile.txt")));
+}
+
+TEST_F(EngineProcess, AnOutageIsToldAndASignalCutsItsWaitShort) {
+  auto& engine = Start({"--safe", "--patience", "600", "--ews-url", "http://127.0.0.1:1/x",
+                        m_folder.Title()});  // a port that nothing listens on
+  EndpointClient client = Connect();
+  Logon(client, 0, 1);
+  m_folder.Trace();
+  auto folder = std::async(std::launch::async, [&] {
+    return client.SendCommand(MSG_CREATE_FOLDER, 1, BuildRecord(ST_FOLDER_INFO{u"A\\", 0}));
+  });
+  while (!m_folder.Errors().ends_with('\n')) std::this_thread::sleep_for(10ms);
+  engine.Signal(SIGHUP);
+  EXPECT_EQ(folder.get(), 1);
+  EXPECT_EQ(ExitCode(engine.Wait()), 0);
+  const std::string told = m_folder.Errors();
+  EXPECT_TRUE(told.starts_with("127.0.0.1 does not answer (")) << told;
+  EXPECT_NE(m_folder.Trace().find(told.substr(0, told.find('\n')) + "\r\n"), std::string::npos);
 }
 
 TEST_F(EngineProcess, ItemBeforeALogonFailsInBothStatusLogs) {

@@ -193,11 +193,11 @@ TEST_F(ServerProgram, AnAnsweredItemOutlivesAKilledServer) {
 }
 
 TEST_F(ServerProgram, EndsCleanlyAtASignalAndWithItsInput) {
-  {
+  for (const int signal : {SIGTERM, SIGHUP}) {
     Program program({"--data", m_folder.Path()});
     program.Url();
     program.CloseInput();
-    program.Signal(SIGTERM);
+    program.Signal(signal);
     EXPECT_EQ(ExitCode(program.Wait()), 0);
   }
   Program program({"--data", m_folder.Path(), "--until-stdin-closes"});

@@ -426,7 +426,7 @@ TEST_F(EndpointSignals, TheFirstOneActsAfterTheCommandInWork) {
 
 TEST_F(EndpointSignals, ASecondOneEndsInTheMiddleOfACommand) {
   auto result = SignalACommand();
-  kill(m_child, SIGINT);
+  kill(m_child, SIGHUP);
   EXPECT_TRUE(WIFSIGNALED(Status()));
   EXPECT_THROW(result.get(), EndpointError);
 }
