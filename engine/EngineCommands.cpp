@@ -160,6 +160,10 @@ std::int32_t CCTarnyOutlookEngneDlg::OnInsertItem(Bytes objBytes) {
   m_objHandler.SetIncludeSplChar(1);
   m_objHandler.SetFlag(objItem.nFlag);
   if (m_nConnectionType == kTokenRoute && !RefreshByTimeStamp()) {
+    if (ews::Settings().bSafe) {  // no item fails without a word
+      strErr = m_objHandler.m_objWebAccess.RefreshError();
+      WriteStatus(objItem, FailureStatusLine(strErr));
+    }
     return CTarnyOutlookHandler::kFailure;
   }
   int nResult = m_objHandler.ImportItem(objItem.strFilePath, strErr, objItem.strLogFilepath);
@@ -170,8 +174,7 @@ std::int32_t CCTarnyOutlookEngneDlg::OnInsertItem(Bytes objBytes) {
   if (ews::Settings().bSafe) {  // no other mail may take this one's page for its own
     (void)platform::DeleteFileAt(objItem.strFilePath + u"Imagech111.html");
   }
-  m_objHandler.m_objLogManager.WriteLogFile4(objItem.strLogFilepath, strStatus);
-  m_objHandler.m_objLogManager.WriteLogFile4(u"4LogFile.txt", strStatus);
+  WriteStatus(objItem, strStatus);
   ++m_nMailCount;
   try {
     m_objFolder.Save();
@@ -181,6 +184,11 @@ std::int32_t CCTarnyOutlookEngneDlg::OnInsertItem(Bytes objBytes) {
   }
   Log(u" ------------------------------- MSG_INSERT_ITEM:_OUT ------------------------------ \n");
   return nResult;
+}
+
+void CCTarnyOutlookEngneDlg::WriteStatus(const ST_ITEM_INFO& objItem, const CString& strStatus) {
+  m_objHandler.m_objLogManager.WriteLogFile4(objItem.strLogFilepath, strStatus);
+  m_objHandler.m_objLogManager.WriteLogFile4(u"4LogFile.txt", strStatus);
 }
 
 std::int32_t CCTarnyOutlookEngneDlg::OnImageOutlook(Bytes objBytes) {

@@ -32,6 +32,10 @@ CString ItemStatusLine(int& nResult, CString& strErr, const std::function<int(CS
     return IsIndexOutOfRange(strErr) ? SavedInSpiteOf(strErr) : CString();
   }
   if (IsBadBody(strErr)) return {};
+  return FailureStatusLine(strErr);
+}
+
+CString FailureStatusLine(const CString& strErr) {
   CString strStatus = u"\t\t+Saving Status : Fail";
   if (!strErr.IsEmpty()) strStatus += CString(u"\r\n\t\tError Message :") + strErr;
   return strStatus;

@@ -9,3 +9,6 @@
 // nResult and strErr are then the second attempt's, and a first text stays unless another is set.
 // Empty for a failure that is not reported as one. Throws what fnRetry throws.
 CString ItemStatusLine(int& nResult, CString& strErr, const std::function<int(CString&)>& fnRetry);
+
+// The line of a failure with that text.
+CString FailureStatusLine(const CString& strErr);

@@ -61,8 +61,12 @@ bool CWebAccessHandler::RefreshModernConnectionMethod(CString strTenantId, CStri
   ConnectionDLL::Connection objConnection;
   const CString strToken =
       objConnection.GetAccessToken(strTenantId, strClientId, strClientSecret, strError);
+  m_strRefreshError.Empty();
   if (strToken.IsEmpty()) {
     WriteLog(strError);
+    const std::string strReason = strError.ToUtf8();
+    m_strRefreshError = CString::FromUtf8(
+        objConnection.Cause().bOutage ? strReason : ews::WithLogonRefused(strReason));
     return false;
   }
   m_dtTime = COleDateTime::GetCurrentTime();
@@ -70,6 +74,9 @@ bool CWebAccessHandler::RefreshModernConnectionMethod(CString strTenantId, CStri
     m_pService = std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
     m_pService->SetUrl(ews::Settings().TokenRouteUrl());
     m_pService->SetCredentials(ews::OAuthCredentials(strToken));
+    m_pService->SetNewLogon([=] {
+      return ews::Credentials(ConnectionDLL::NewToken(strTenantId, strClientId, strClientSecret));
+    });
     SetNetworkRules();
     if (strTargetType != kGroupTarget) {
       // An empty address is set as well: the first request then fails with words.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "ews/ExchangeService.h"
 #include "ews/FolderId.h"
@@ -30,6 +31,9 @@ class CWebAccessHandler : public CLogManager {
                                      CString strClientSecret, CString strImpersonatedUserMail,
                                      CString strLogFilePath, CString strTargetType);
 
+  // Why the last refresh brought no token, for people; with kLogonRefused unless it may pass.
+  const CString& RefreshError() const { return m_strRefreshError; }
+
   // 1 if a search below the folder comes back, else 0; does not throw.
   int CheckArchiveMailboxLogin(const ews::FolderId& olF2);
 
@@ -57,6 +61,11 @@ class CWebAccessHandler : public CLogManager {
   // One of three folders of a group's mailbox, without a request.
   void SetFolderStore(const CString& strFolder, const CString& strGroup);
 
+  // With the safe switch, a folder that could not be made is tried again before an item goes into
+  // it. Throws ServiceException with the server's words. Does nothing otherwise.
+  void EnsureCurrentFolder() { Ensure(m_fldCurrent, m_objMissingCurrent); }
+  void EnsureNewFolder() { Ensure(m_fldNewFolder, m_objMissingNew); }
+
   ews::FolderId m_fldCurrent;    // where items go
   ews::FolderId m_fldNewFolder;  // where mail goes after MSG_CREATE_NEW_FOLDER
   CString m_strCalendarName;     // never assigned
@@ -64,10 +73,25 @@ class CWebAccessHandler : public CLogManager {
   std::shared_ptr<ews::ExchangeService> m_pService;  // null before the first logon
 
  private:
-  ews::FolderId FindByEquality(const CString& strName, const ews::FolderId& olF2);
-  // The first folder of that name that the search brings; the absent folder if there is none.
-  ews::FolderId FindByName(const ews::SearchFilter& objFilter, const CString& strName,
-                           const ews::FolderId& olF2);
-  int CreateInto(ews::FolderId& fldTarget, const CString& strFolder, int nType,
-                 const ews::FolderId& olF2);
+  // A folder that is wanted and not there yet.
+  struct MissingFolder {
+    CString strFolder;
+    int nType = 0;
+    ews::FolderId olF2;
+  };
+
+  // The first folder of that name that the search brings, if any. Throws what the search does.
+  std::optional<ews::FolderId> Search(const ews::SearchFilter& objFilter, const CString& strName,
+                                      const ews::FolderId& olF2);
+  ews::FolderId SaveFolder(const CString& strName, const ews::FolderId& olF2Temp,
+                           const CString& ver);
+  // One level, found or made. Throws ServiceException.
+  ews::FolderId FindOrMake(const CString& strName, const ews::FolderId& olF2, const CString& ver);
+  void Ensure(ews::FolderId& fldTarget, std::optional<MissingFolder>& objMissing);
+  int CreateInto(ews::FolderId& fldTarget, std::optional<MissingFolder>& objMissing,
+                 const MissingFolder& objWanted);
+
+  CString m_strRefreshError;
+  std::optional<MissingFolder> m_objMissingCurrent;  // set: m_fldCurrent is the absent folder
+  std::optional<MissingFolder> m_objMissingNew;      // the same for m_fldNewFolder
 };

@@ -104,11 +104,15 @@ Token ReadAnswer(const TokenRequest& objRequest, const ews::HttpResponse& objRes
                               ews::FailureOfStatus(objResponse));
 }
 
+enum class From { kCacheOrServer, kServer };
+
 std::string GetToken(const CString& strTenantId, const CString& strClientId,
-                     const CString& strClientSecret) {
+                     const CString& strClientSecret, From eFrom) {
   const TokenRequest objRequest = MakeRequest(strTenantId, strClientId, strClientSecret);
   const std::string strKey = objRequest.strUrl + "\n" + objRequest.strForm;
-  if (ews::Settings().bTokenCache) {
+  if (eFrom == From::kServer) {
+    Cache().erase(strKey);
+  } else if (ews::Settings().bTokenCache) {
     const auto it = Cache().find(strKey);
     if (it != Cache().end() && it->second.nExpires - ews::Transport().Now() > kLeastLifetime) {
       return it->second.strToken;
@@ -132,7 +136,11 @@ void WriteEmptyList(const CString& strOutputFile) {
 CString Connection::GetAccessToken(CString& strTenantId, CString& strClientId,
                                    CString& strClientSecret, CString& strError) {
   try {
-    return CString::FromUtf8(GetToken(strTenantId, strClientId, strClientSecret));
+    return CString::FromUtf8(
+        GetToken(strTenantId, strClientId, strClientSecret, From::kCacheOrServer));
+  } catch (const ews::ServiceException& e) {
+    m_objFailure = e.Cause();
+    strError = CString::FromUtf8(e.what());
   } catch (const std::exception& e) {
     strError = CString::FromUtf8(e.what());
   } catch (...) {  // nothing may pass: the caller has no handler
@@ -147,6 +155,12 @@ void Connection::GetOneDriveUsers(CString&, CString&, CString&, CString& strOutp
 
 void Connection::GetUnifiedGroupList(CString&, CString&, CString&, CString& strOutputFile) {
   WriteEmptyList(strOutputFile);
+}
+
+ews::OAuthCredentials NewToken(const CString& strTenantId, const CString& strClientId,
+                               const CString& strClientSecret) {
+  return ews::OAuthCredentials(
+      CString::FromUtf8(GetToken(strTenantId, strClientId, strClientSecret, From::kServer)));
 }
 
 }  // namespace ConnectionDLL

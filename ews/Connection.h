@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ews/Credentials.h"
+#include "ews/ServiceException.h"
 #include "platform/CString.h"
 
 namespace ConnectionDLL {
@@ -13,12 +15,22 @@ class Connection {
   // the cache: then a token of the process with over five minutes left is given again.
   CString GetAccessToken(CString& strTenantId, CString& strClientId, CString& strClientSecret,
                          CString& strError);
+  // What is known of the last GetAccessToken that failed, besides the reason.
+  const ews::Failure& Cause() const { return m_objFailure; }
 
   // Each writes its list to the file; the list is empty until the directory is asked.
   void GetOneDriveUsers(CString& strTenantId, CString& strClientId, CString& strClientSecret,
                         CString& strOutputFile);
   void GetUnifiedGroupList(CString& strTenantId, CString& strClientId, CString& strClientSecret,
                            CString& strOutputFile);
+
+ private:
+  ews::Failure m_objFailure;
 };
+
+// A token in the place of one that the mailbox server refuses: never out of the cache. Throws
+// ews::ServiceException.
+ews::OAuthCredentials NewToken(const CString& strTenantId, const CString& strClientId,
+                               const CString& strClientSecret);
 
 }  // namespace ConnectionDLL

@@ -19,6 +19,14 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kLeastBackOff{1000};  // so that a retry never spins
 
+std::string WithServiceOff(std::string strText) {
+  return WithLogonRefused(WithoutStop(std::move(strText)) + ". " + kServiceIsOff);
+}
+
+bool IsLogonRefusal(const Failure& objFailure) {
+  return objFailure.nHttpStatus == 401 || objFailure.nHttpStatus == 403;
+}
+
 // The failure that the server's words become. Where they leave open what became of a request that
 // makes something, or tell of the service being switched off, the safe switch adds a sentence.
 ServiceResponseException Refusal(const std::string& strText, const std::string& strCode,
@@ -66,11 +74,15 @@ ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objRe
   if (objFailure.bMayBeCarriedOut && eEffect == ExchangeService::Effect::kCreates) {
     strText = WithOpenOutcome(std::move(strText), "It");
   }
+  const bool bOff = SaysServiceIsOff(objResponse.Header("X-MS-Diagnostics")) ||
+                    SaysServiceIsOff(objResponse.strBody);
+  if (Settings().bSafe && IsLogonRefusal(objFailure) && bOff) {
+    strText = WithServiceOff(std::move(strText));
+  }
   return ServiceException(strText, objFailure);
 }
 
-// The answer, or the failure that is for the whole of it or is an outage thrown. Other failures of
-// single messages are the caller's.
+// The answer, or its failure thrown; those of single messages among several are the caller's.
 SoapResponse Judge(const HttpRequest& objRequest, const HttpResponse& objResponse,
                    ExchangeService::Effect eEffect) {
   auto objSoap = ReadSoapResponse(objResponse.strBody);
@@ -81,10 +93,8 @@ SoapResponse Judge(const HttpRequest& objRequest, const HttpResponse& objRespons
   }
   if (objSoap && objSoap->arrMessages.size() == 1 && objSoap->arrMessages.front().bError) {
     const ResponseMessage& objMessage = objSoap->arrMessages.front();
-    const Failure objFailure = FailureOf(objResponse, objMessage.strCode, objMessage.nBackOff);
-    if (objFailure.bOutage) {
-      throw Refusal(objMessage.strText, objMessage.strCode, objFailure, eEffect);
-    }
+    throw Refusal(objMessage.strText, objMessage.strCode,
+                  FailureOf(objResponse, objMessage.strCode, objMessage.nBackOff), eEffect);
   }
   if (objResponse.nStatus != 200 || !objSoap) throw NoSoap(objRequest, objResponse, eEffect);
   return std::move(*objSoap);
@@ -97,6 +107,18 @@ bool MayCarryCredentials(const std::string& strFrom, const std::string& strTo) {
   if (!objFrom || !objTo) return false;
   return objFrom->SameOrigin(*objTo) || (objTo->IsHttps() && Settings().TrustsHost(objTo->strHost));
 }
+
+// Stands while a logon is renewed, so that no request made meanwhile renews it again.
+class RenewalMark {
+ public:
+  explicit RenewalMark(bool& bRenewing) : m_bRenewing(bRenewing) { m_bRenewing = true; }
+  ~RenewalMark() { m_bRenewing = false; }
+  RenewalMark(const RenewalMark&) = delete;
+  RenewalMark& operator=(const RenewalMark&) = delete;
+
+ private:
+  bool& m_bRenewing;
+};
 
 bool BreaksLine(std::u16string_view str) {
   return std::any_of(str.begin(), str.end(), [](char16_t ch) { return ch < 0x20 || ch == 0x7F; });
@@ -169,7 +191,7 @@ SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(Soap
   RequestBody objBody = objWriter.Finish();
   HttpRequest objRequest = MakeRequest(objBody);
   objRequest.bSendOnce = eEffect == Effect::kCreates;
-  return SendUntilServed(std::move(objRequest), eEffect);
+  return Send(std::move(objRequest), eEffect);
 }
 
 ResponseMessage ExchangeService::CallForOne(Effect eEffect,
@@ -198,6 +220,57 @@ HttpRequest ExchangeService::MakeRequest(RequestBody& objBody) const {
   objRequest.pBody = &objBody;
   objRequest.nTimeout = milliseconds(std::max(m_nTimeout, 1));
   return objRequest;
+}
+
+SoapResponse ExchangeService::Send(HttpRequest objRequest, Effect eEffect) {
+  if (!m_strLogonRefused.empty()) throw ServiceException(m_strLogonRefused);
+  try {
+    return SendUntilServed(objRequest, eEffect);
+  } catch (const ServiceException& e) {
+    if (std::string_view(e.what()).find(kLogonRefused) != std::string_view::npos) {
+      m_strLogonRefused = e.what();
+    }
+    const bool bRenews = Settings().bSafe && IsLogonRefusal(e.Cause()) && !m_bRenewing;
+    if (!bRenews || !m_strLogonRefused.empty()) throw;
+  }
+  return SendWithNewLogon(std::move(objRequest), eEffect);
+}
+
+// A token may have run out, or a server have forgotten a logon. Once, for each try may count
+// towards the locking of an account.
+SoapResponse ExchangeService::SendWithNewLogon(HttpRequest objRequest, Effect eEffect) {
+  const RenewalMark objMark(m_bRenewing);
+  try {
+    if (m_fnNewLogon) m_objCredentials = m_fnNewLogon();
+  } catch (const ServiceException& e) {
+    if (e.Cause().bOutage) throw;
+    RefuseLogon(std::string("A new logon failed. ") + e.what());
+  }
+  objRequest.objCredentials = m_objCredentials;
+  objRequest.bNewConnection = true;
+  try {
+    return SendUntilServed(objRequest, eEffect);
+  } catch (const ServiceException& e) {
+    if (!IsLogonRefusal(e.Cause())) throw;
+    // Something on the way may forbid this one request for what is in it.
+    const bool bOneOnly = e.Cause().nHttpStatus == 403 && eEffect == Effect::kCreates;
+    if (bOneOnly && AnswersQuestions()) throw;
+    RefuseLogon(WithoutStop(e.what()) + "; a new logon did not help");
+  }
+}
+
+bool ExchangeService::AnswersQuestions() {
+  try {
+    (void)FindFolders(WellKnownFolderName::MsgFolderRoot, FolderView(1));
+  } catch (const ServiceException& e) {
+    return !IsLogonRefusal(e.Cause());
+  }
+  return true;
+}
+
+void ExchangeService::RefuseLogon(const std::string& strText) {
+  m_strLogonRefused = WithLogonRefused(strText);
+  throw ServiceException(m_strLogonRefused);
 }
 
 SoapResponse ExchangeService::SendUntilServed(HttpRequest objRequest, Effect eEffect) {

@@ -56,6 +56,12 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   const CString& Url() const { return m_strUrl; }
   void SetCredentials(const WebCredentials& objCredentials) { m_objCredentials = objCredentials; }
   void SetCredentials(const OAuthCredentials& objCredentials) { m_objCredentials = objCredentials; }
+  // With the safe switch, what a request does whose logon is refused by 401 or 403: it takes these
+  // new credentials, or without a function the old ones, and is sent once more on a connection of
+  // its own. If that is refused as well, this and all further requests fail without being sent, and
+  // their text holds kLogonRefused. fnNewLogon throws ServiceException if there are none.
+  using NewLogon = std::function<Credentials()>;
+  void SetNewLogon(NewLogon fnNewLogon) { m_fnNewLogon = std::move(fnNewLogon); }
   // An empty address is found out at the next request.
   void SetImpersonatedUserId(ImpersonatedUserId objId) { m_objImpersonated = std::move(objId); }
   HttpHeaderCollection& HttpHeaders() { return m_objHeaders; }
@@ -80,7 +86,8 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   enum class Effect { kReads, kCreates };
 
   // One SOAP call, for the classes of this library: fnBody writes what stands in the body. Returns
-  // the response messages as they are, failed ones too; a fault has been thrown.
+  // the response messages as they are, failed ones too; a fault has been thrown, and so has the
+  // failure of a message that is the only one.
   SoapResponse Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody);
   // The same for a call with one response message: the message, or its failure thrown.
   ResponseMessage CallForOne(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody);
@@ -89,6 +96,10 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   FindFoldersResults Find(const FolderId& objParent, const SearchFilter* pFilter,
                           const FolderView& objView);
   HttpRequest MakeRequest(RequestBody& objBody) const;
+  SoapResponse Send(HttpRequest objRequest, Effect eEffect);
+  SoapResponse SendWithNewLogon(HttpRequest objRequest, Effect eEffect);
+  bool AnswersQuestions();
+  [[noreturn]] void RefuseLogon(const std::string& strText);
   // Waits outages out (ews/Outage.h).
   SoapResponse SendUntilServed(HttpRequest objRequest, Effect eEffect);
 
@@ -98,6 +109,9 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   std::optional<ImpersonatedUserId> m_objImpersonated;
   HttpHeaderCollection m_objHeaders;
   int m_nTimeout = kDefaultTimeout;
+  NewLogon m_fnNewLogon;
+  bool m_bRenewing = false;
+  std::string m_strLogonRefused;  // the text of all further requests; empty while there may be some
 };
 
 }  // namespace ews

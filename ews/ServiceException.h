@@ -70,6 +70,10 @@ inline constexpr const char* kLogonRefused = "this logon is refused";
 // The text with the sentence behind it that strSubject ("It" for a server that the text names, or
 // "The server") may have carried the request out.
 std::string WithOpenOutcome(std::string strText, const char* pszSubject);
+// The text with kLogonRefused at its end.
+std::string WithLogonRefused(std::string strText);
+// The text without the sentence that WithOpenOutcome added.
+std::string WithoutOpenOutcome(std::string strText);
 // The text without what ends a sentence, so that more can follow.
 std::string WithoutStop(std::string strText);
 

@@ -28,8 +28,9 @@ struct ServiceSettings {
   bool bTokenCache = false;  // answer from a cache while a token has over five minutes left
   // On: the ledger binds its values, 29 February stays what it is, attachment lists take nothing
   // from outside the work folder, a folder that the server refuses to make is looked up once more,
-  // an image page is kept for the second try of its mail, and a mail whose EmlFile.Eml cannot be
-  // read fails.
+  // an image page is kept for the second try of its mail, a mail whose EmlFile.Eml cannot be read
+  // fails, ItemProps.json is read, outages are waited out, a refused logon is renewed once, and a
+  // folder that could not be made is tried again.
   bool bSafe = false;
   // How long an outage is waited out (ews/Outage.h), with bSafe alone; 0 for not at all.
   std::chrono::seconds nPatience{0};

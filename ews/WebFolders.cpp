@@ -10,13 +10,16 @@
 //   "($Inbox)\Projects"    one level: what no backslash closes does not count
 //
 // A folder that cannot be made becomes the absent folder, and so does all that lies below it; the
-// next item's save tells of it.
+// next item's save tells of it. With the safe switch what fails is kept instead, tried again before
+// the next item, and told with the server's words.
 
 namespace {
 
 // kept: one page of ten, whatever there is; a folder behind ten others that hold its name is not
 // found.
 constexpr int kPageSize = 10;
+
+constexpr int kMostTries = 3;  // to make a folder of which nobody knows whether it was made
 
 ews::FolderId AbsentFolder() { return ews::FolderId(CString(kAbsentFolder)); }
 
@@ -27,6 +30,21 @@ std::optional<ews::FolderId> FirstOfName(const ews::FindFoldersResults& objFound
     if (strFound.MakeUpper() == strName) return objFolder.Id();
   }
   return std::nullopt;
+}
+
+// It exists though the search did not show it, or may have been made by a request without an
+// answer.
+bool MayBeThere(const ews::ServiceException& objError) {
+  return dynamic_cast<const ews::ServiceResponseException*>(&objError) != nullptr ||
+         objError.Cause().bMayBeCarriedOut;
+}
+
+ews::SearchFilterCollection NameContains(const CString& strName) {
+  const ews::ContainsSubstring objContains(ews::FolderSchema::DisplayName, strName);
+  ews::SearchFilterCollection objFilter(ews::LogicalOperator::Or);
+  objFilter.Add(objContains);
+  objFilter.Add(objContains);
+  return objFilter;
 }
 
 std::unique_ptr<ews::Folder> NewFolder(const std::shared_ptr<ews::ExchangeService>& pService,
@@ -73,41 +91,51 @@ CString CWebAccessHandler::GetFolderTypeGroupwise(const CString& strName, int nT
 
 ews::FolderId CWebAccessHandler::CheckIfFolderExist(CString strName, const ews::FolderId& olF2) {
   strName = UpdateName(strName);
-  const ews::ContainsSubstring objContains(ews::FolderSchema::DisplayName, strName);
-  ews::SearchFilterCollection objFilter(ews::LogicalOperator::Or);
-  objFilter.Add(objContains);
-  objFilter.Add(objContains);
-  return FindByName(objFilter, strName, olF2);
+  try {
+    return Search(NameContains(strName), strName, olF2).value_or(AbsentFolder());
+  } catch (...) {  // any failure counts as "not there"
+    return AbsentFolder();
+  }
 }
 
 ews::FolderId CWebAccessHandler::MakeFolder(CString strName, const ews::FolderId& olF2Temp,
                                             const CString& ver) {
   try {
-    strName = UpdateName(strName);
-    const auto pFolder = NewFolder(m_pService, ver);
-    pFolder->SetDisplayName(strName);
-    pFolder->Save(olF2Temp);
-    return pFolder->Id();
-  } catch (const ews::ServiceResponseException&) {
-    return ews::Settings().bSafe ? FindByEquality(strName, olF2Temp) : AbsentFolder();
+    return SaveFolder(UpdateName(strName), olF2Temp, ver);
   } catch (...) {
     return AbsentFolder();
   }
 }
 
-// The search by substring sees one page, so that a folder can exist and not be found by it; the
-// server then refuses to make it. An exact search finds it.
-ews::FolderId CWebAccessHandler::FindByEquality(const CString& strName, const ews::FolderId& olF2) {
-  return FindByName(ews::IsEqualTo(ews::FolderSchema::DisplayName, strName), strName, olF2);
+ews::FolderId CWebAccessHandler::SaveFolder(const CString& strName, const ews::FolderId& olF2Temp,
+                                            const CString& ver) {
+  const auto pFolder = NewFolder(m_pService, ver);
+  pFolder->SetDisplayName(strName);
+  pFolder->Save(olF2Temp);
+  return pFolder->Id();
 }
 
-ews::FolderId CWebAccessHandler::FindByName(const ews::SearchFilter& objFilter,
-                                            const CString& strName, const ews::FolderId& olF2) {
-  try {
-    const auto objFound = Service().FindFolders(olF2, objFilter, ews::FolderView(kPageSize));
-    return FirstOfName(objFound, strName).value_or(AbsentFolder());
-  } catch (...) {  // any failure counts as "not there"
-    return AbsentFolder();
+std::optional<ews::FolderId> CWebAccessHandler::Search(const ews::SearchFilter& objFilter,
+                                                       const CString& strName,
+                                                       const ews::FolderId& olF2) {
+  return FirstOfName(Service().FindFolders(olF2, objFilter, ews::FolderView(kPageSize)), strName);
+}
+
+// The search by substring sees one page, so that a folder can exist and not be found by it; the
+// server then refuses to make it, and an exact search finds it. A server does not make a second
+// folder of a name, so that one that may have been made can be tried again.
+ews::FolderId CWebAccessHandler::FindOrMake(const CString& strName, const ews::FolderId& olF2,
+                                            const CString& ver) {
+  if (auto objFound = Search(NameContains(strName), strName, olF2)) return *objFound;
+  for (int nTry = 1;; ++nTry) {
+    try {
+      return SaveFolder(strName, olF2, ver);
+    } catch (const ews::ServiceException& e) {
+      if (!MayBeThere(e)) throw;
+      const ews::IsEqualTo objExact(ews::FolderSchema::DisplayName, strName);
+      if (auto objFound = Search(objExact, strName, olF2)) return *objFound;
+      if (!e.Cause().bMayBeCarriedOut || nTry == kMostTries) throw;
+    }
   }
 }
 
@@ -116,14 +144,18 @@ ews::FolderId CWebAccessHandler::CreateFolder(const CString& foldername, ews::Fo
   const int nLevels = getTotCountSlash(foldername);
   for (int k = 0; k < nLevels; ++k) {
     const CString strName = GetNameBySlash(foldername, k);
+    const bool bLast = k == nLevels - 1;
+    const CString strClass = bLast ? GetFolderTypeGroupwise(strName, nType, m_bChangeViewOfCalender)
+                                   : GetFolderType(strName);
+    if (ews::Settings().bSafe) {
+      olF2 = FindOrMake(UpdateName(strName), olF2, strClass);
+      continue;
+    }
     const ews::FolderId objFound = CheckIfFolderExist(strName, olF2);
     if (objFound.ToString() != kAbsentFolder) {
       olF2 = objFound;
       continue;
     }
-    const bool bLast = k == nLevels - 1;
-    const CString strClass = bLast ? GetFolderTypeGroupwise(strName, nType, m_bChangeViewOfCalender)
-                                   : GetFolderType(strName);
     olF2 = MakeFolder(strName, olF2, strClass);
   }
   return olF2;
@@ -132,24 +164,41 @@ ews::FolderId CWebAccessHandler::CreateFolder(const CString& foldername, ews::Fo
 int CWebAccessHandler::CreateFolderInStore(const CString& strFolder, int nType,
                                            const ews::FolderId& olF2, bool bChangeViewOfCalender) {
   m_bChangeViewOfCalender = bChangeViewOfCalender;
-  return CreateInto(m_fldCurrent, strFolder, nType, olF2);
+  return CreateInto(m_fldCurrent, m_objMissingCurrent, {strFolder, nType, olF2});
 }
 
 int CWebAccessHandler::CreateNewFolderInStore(const CString& strFolder, int nType,
                                               const ews::FolderId& olF2,
                                               bool bChangeViewOfCalender) {
   m_bChangeViewOfCalender = bChangeViewOfCalender;
-  return CreateInto(m_fldNewFolder, strFolder, nType, olF2);
+  return CreateInto(m_fldNewFolder, m_objMissingNew, {strFolder, nType, olF2});
 }
 
-int CWebAccessHandler::CreateInto(ews::FolderId& fldTarget, const CString& strFolder, int nType,
-                                  const ews::FolderId& olF2) {
+int CWebAccessHandler::CreateInto(ews::FolderId& fldTarget,
+                                  std::optional<MissingFolder>& objMissing,
+                                  const MissingFolder& objWanted) {
+  objMissing.reset();
   try {
-    fldTarget = CreateFolder(strFolder, olF2, nType);
+    fldTarget = CreateFolder(objWanted.strFolder, objWanted.olF2, objWanted.nType);
     return 1;
   } catch (...) {
-    return 0;
+    if (!ews::Settings().bSafe) return 0;
+    fldTarget = AbsentFolder();
+    objMissing = objWanted;
+    return 1;  // the items tell why
   }
+}
+
+void CWebAccessHandler::Ensure(ews::FolderId& fldTarget, std::optional<MissingFolder>& objMissing) {
+  if (!objMissing) return;
+  try {
+    fldTarget = CreateFolder(objMissing->strFolder, objMissing->olF2, objMissing->nType);
+  } catch (const std::exception& e) {
+    // What may have been made is the folder, and the text is for an item.
+    throw ews::ServiceException("The folder could not be made: " +
+                                ews::WithoutOpenOutcome(e.what()));
+  }
+  objMissing.reset();
 }
 
 void CWebAccessHandler::SetFolderStore(const CString& strFolder, const CString& strGroup) {
@@ -157,4 +206,5 @@ void CWebAccessHandler::SetFolderStore(const CString& strFolder, const CString& 
   if (strFolder == u"Calendar\\") eName = ews::WellKnownFolderName::Calendar;
   if (strFolder == u"Contacts\\") eName = ews::WellKnownFolderName::Contacts;
   m_fldCurrent = ews::FolderId(eName, ews::Mailbox(strGroup));
+  m_objMissingCurrent.reset();
 }

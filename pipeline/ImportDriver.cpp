@@ -70,7 +70,13 @@ int CTarnyOutlookHandler::ImportMail(MailRun& objRun) {
   } catch (const std::exception& objError) {
     return Fail(objRun, u"ImportItem_Catch1 ", objError);
   }
-  return nFilled == kSuccess ? SaveMail(objRun, objMail) : kSuccess;
+  if (nFilled != kSuccess) return kSuccess;
+  try {
+    m_objWebAccess.EnsureCurrentFolder();
+  } catch (const std::exception& objError) {
+    return Fail(objRun, u"The folder could not be made", objError);
+  }
+  return SaveMail(objRun, objMail);
 }
 
 int CTarnyOutlookHandler::SaveMail(MailRun& objRun, ews::EmailMessage& objMail) {
@@ -111,6 +117,7 @@ int CTarnyOutlookHandler::ImportMailToNewFolder(MailRun& objRun) {
   }
   if (nFilled != kSuccess) return kSuccess;
   try {
+    m_objWebAccess.EnsureNewFolder();
     (void)ews::EmailMessage::Bind(m_objWebAccess.m_pService, objMail.Id(),
                                   ews::PropertySet::FirstClassProperties);
     m_objLogManager.WriteLog(u"else Email Save In ");

@@ -139,6 +139,53 @@ TEST_F(CurlTransport, NobodyAtThePortIsSaid) {
   EXPECT_THAT(Find(), HasSubstr("The connection to 127.0.0.1 failed"));
 }
 
+// A connection that moves nothing is lost, long before the time for the whole request is up.
+TEST_F(CurlTransport, AConnectionThatStallsIsLostWithTheSafeSwitch) {
+  ews::CurlTransport transport(std::chrono::milliseconds(300));
+  ews::RequestBody body("x");
+  ews::HttpRequest request;
+  request.strUrl = m_server.Url();
+  request.pBody = &body;
+  request.bSendOnce = true;
+  for (const bool safe : {true, false}) {
+    ews::Settings().bSafe = safe;
+    m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
+    request.nTimeout = std::chrono::milliseconds(safe ? 60000 : 2500);
+    EXPECT_THAT(TextOf([&] { transport.Send(request); }),
+                AllOf(HasSubstr(safe ? "moved no byte for" : "did not answer within"),
+                      HasSubstr(ews::kMayBeCarriedOut)));
+  }
+}
+
+TEST_F(CurlTransport, A400OfNobodysOnAKeptConnectionIsAskedOnceMoreOnANewOne) {
+  const ScriptedAnswer bad = {.status = 400, .body = "Bad Request - Invalid Verb"};
+  const ScriptedAnswer good = {.body = answers::Item("I=")};
+  const ScriptedAnswer refusal = {.status = 400,
+                                  .body = answers::Error("CreateItem", "ErrorX", "No.")};
+  ews::Settings().bSafe = true;
+  m_server.Push(bad);
+  EXPECT_THAT(Save(), HasSubstr("HTTP 400"));  // a new connection is not to blame
+  for (const ScriptedAnswer& answer : {good, bad, good}) m_server.Push(answer);
+  EXPECT_EQ(Save(), "no exception");
+  EXPECT_EQ(Save(), "no exception");
+  const auto requests = m_server.Requests();
+  ASSERT_EQ(requests.size(), 4u);
+  EXPECT_EQ(requests[3].body, requests[2].body);
+  EXPECT_NE(requests[3].remotePort, requests[2].remotePort);
+  m_server.Push(refusal);  // that is the service's own
+  EXPECT_NE(Save(), "no exception");
+  m_server.Push(good);
+  EXPECT_EQ(Save(), "no exception");
+  m_server.Push(bad);
+  m_server.Push(bad);
+  EXPECT_THAT(Save(), HasSubstr("HTTP 400"));
+  ews::Settings().bSafe = false;
+  m_server.Push(good);
+  m_server.Push(bad);
+  EXPECT_EQ(Save(), "no exception");
+  EXPECT_THAT(Save(), HasSubstr("HTTP 400"));
+}
+
 TEST_F(CurlTransport, AProxyIsAskedForEveryHostButThisMachine) {
   ews::Settings().strProxy = CString::FromUtf8(m_server.Url());
   ews::HttpRequest request;

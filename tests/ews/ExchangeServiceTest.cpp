@@ -11,6 +11,7 @@ namespace {
 
 using std::chrono::milliseconds;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 class ExchangeServiceTest : public ScriptedService {
@@ -118,6 +119,17 @@ TEST_F(ExchangeServiceTest, AHeaderCannotBreakOutOfItsLine) {
   EXPECT_THROW(m_service->HttpHeaders().Add(u"X-A", u"a\r\nX-B: b"), ews::ServiceException);
   EXPECT_THROW(m_service->HttpHeaders().Add(u"X-A\n", u"a"), ews::ServiceException);
   EXPECT_TRUE(m_service->HttpHeaders().All().empty());
+}
+
+TEST_F(ExchangeServiceTest, WhoRefusesALargeMailIsToldItsSize) {
+  ews::EmailMessage mail(m_service);
+  mail.SetBody(CString(std::u16string(2'300'000, u'x')));
+  for (const int status : {405, 411, 413}) {
+    PushStatus(status);
+    EXPECT_THAT(SaveToInbox(mail), HasSubstr("; the request has 2.3 MB."));
+  }
+  PushStatus(404);
+  EXPECT_THAT(SaveToInbox(mail), Not(HasSubstr("MB")));
 }
 
 TEST_F(ExchangeServiceTest, ASecondSaveIsRefusedOnlyOnceThereIsAnId) {

@@ -197,6 +197,59 @@ TEST_F(WebAccessHandler, SafeLooksOnceMoreForAFolderThatTheServerRefuses) {
   EXPECT_EQ(m_transport.Requests().size(), 5u);
 }
 
+TEST_F(WebAccessHandler, SafeTriesAFolderAgainThatCouldNotBeMadeAndTellsWhy) {
+  LogonByPassword();
+  ews::Settings().bSafe = true;
+  const auto refuse = [&] {
+    m_transport.Push(answers::Found({}));
+    m_transport.Push(answers::Error("CreateFolder", "ErrorQuotaExceeded", "It is full."));
+    m_transport.Push(answers::Found({}));
+  };
+  const auto ensured = [&] { return TextOf([&] { m_handler.EnsureCurrentFolder(); }); };
+  refuse();
+  EXPECT_EQ(m_handler.CreateFolderInStore(u"A\\B\\", 4, Root::MsgFolderRoot, false), 1);
+  EXPECT_EQ(m_transport.Requests().size(), 3u);  // nothing is asked below what is not there
+  refuse();
+  EXPECT_EQ(ensured(), "The folder could not be made: It is full.");
+  EXPECT_EQ(m_handler.m_fldCurrent.ToString(), kAbsentFolder);
+  m_transport.PushAll({answers::Found({{"1", "A"}}), answers::Found({}), answers::NewFolder("2")});
+  EXPECT_EQ(ensured(), "no exception");
+  EXPECT_EQ(m_handler.m_fldCurrent.ToString(), u"2");
+  EXPECT_TRUE(LastHolds("<t:CalendarFolder>"));
+  EXPECT_EQ(ensured(), "no exception");
+  EXPECT_EQ(m_transport.Requests().size(), 9u);
+}
+
+// A folder cannot be made twice, so one of which nobody knows is looked for and tried again.
+TEST_F(WebAccessHandler, SafeMakesAFolderThatMayHaveBeenMadeOnce) {
+  LogonByPassword();
+  ews::Settings().bSafe = true;
+  m_transport.Push(answers::Found({}));
+  m_transport.Push("", 502);
+  m_transport.Push(answers::Found({}));
+  m_transport.Push(answers::Error("CreateFolder", "ErrorFolderExists", "exists"));
+  m_transport.Push(answers::Found({{"7", "A"}}));
+  m_handler.CreateFolderInStore(u"A\\", 0, Root::MsgFolderRoot, false);
+  EXPECT_EQ(m_handler.m_fldCurrent.ToString(), u"7");
+  m_transport.Push(answers::Found({}));
+  for (int i = 0; i < 3; ++i) {
+    m_transport.Push("", 502);
+    m_transport.Push(answers::Found({}));
+  }
+  m_handler.CreateFolderInStore(u"A\\", 0, Root::MsgFolderRoot, false);
+  m_transport.Push("", 404);
+  EXPECT_THAT(TextOf([&] { m_handler.EnsureCurrentFolder(); }), HasSubstr("HTTP 404"));
+  m_transport.Push(answers::Found({}));
+  for (int i = 0; i < 3; ++i) {
+    m_transport.Push("", 502);
+    m_transport.Push(answers::Found({}));
+  }
+  // The text is for an item, and that was not sent.
+  EXPECT_EQ(TextOf([&] { m_handler.EnsureCurrentFolder(); }),
+            "The folder could not be made: The request failed. The server mail.example.com "
+            "answered HTTP 502 (Bad Gateway).");
+}
+
 TEST_F(WebAccessHandler, APathWithoutALevelIsTheRootItself) {
   m_handler.CreateFolderInStore(u"Inbox", 0, Root::PublicFoldersRoot, false);
   EXPECT_EQ(m_handler.m_fldCurrent.ToString(), u"publicfoldersroot");

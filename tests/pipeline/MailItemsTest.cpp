@@ -152,6 +152,27 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
   }
 }
 
+TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {
+  ews::Settings().bSafe = true;
+  auto& web = handler.m_objWebAccess;
+  web.m_pService = std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  web.m_pService->SetUrl(u"https://mail.example.com/EWS");
+  folder.WriteWork("11comtextjj.t", u"EMAIL\n\n\n\n\n\n\n\n\nMessageID : 1\n");
+  const auto refuse = [&] {  // in words that mean something else of an item
+    m_transport.Push(answers::Error("FindFolder", "ErrorX", "index is out of range"));
+  };
+  refuse();
+  handler.CreateFolderInStore(u"A\\", 0, ews::WellKnownFolderName::MsgFolderRoot, false);
+  refuse();
+  CString error;
+  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+  EXPECT_EQ(error, u"The folder could not be made: index is out of range");
+  EXPECT_FALSE(handler.CheckIfDublicateItemPresent(u"1"));
+  m_transport.PushAll({answers::Found({{"7", "A"}}), answers::Item("I=")});
+  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 1);
+  EXPECT_THAT(LastBody(), testing::HasSubstr("<t:FolderId Id=\"7\"/>"));
+}
+
 TEST_F(MailItems, AnImportThatFailsTellsWhyInTheStatusLog) {
   const struct {
     std::u16string type;
