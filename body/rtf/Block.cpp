@@ -16,6 +16,12 @@ std::string ParagraphTag(const ParagraphFormat& objFormat) {
   return nLevel < 0 || nLevel > kMostHeading ? "p" : "h" + std::to_string(nLevel + 1);
 }
 
+void AppendTabGrid(std::string& strCss, const Paragraph& objParagraph) {
+  if (objParagraph.nTabGrid == 0) return;
+  strCss += "white-space:pre-wrap;";
+  AppendLength(strCss, "tab-size", objParagraph.nTabGrid);
+}
+
 }  // namespace
 
 void Block::AddParagraph(const Paragraph& objParagraph) {
@@ -48,7 +54,7 @@ void Block::AddListItem(const Paragraph& objParagraph, const ListMarker& objMark
   }
   objList.nNext = objMarker.nNumber + 1;
   std::string strCss = ParagraphStyle(objFormat, m_objDocument);
-  if (objParagraph.bTabs) strCss += "white-space:pre-wrap;";
+  AppendTabGrid(strCss, objParagraph);
   AppendStyle(m_strHtml, strCss, m_objBudget);
   m_strHtml.append(">").append(objParagraph.strHtml);
 }
@@ -77,10 +83,7 @@ std::string Block::FullStyle(const Paragraph& objParagraph) const {
   ParagraphFormat objIndents = objFormat;
   if (m_objFrame.bOpen) objIndents.nLeft = objIndents.nRight = 0;
   AppendIndents(strCss, objIndents);
-  if (objParagraph.bTabs) {
-    strCss += "white-space:pre-wrap;";
-    AppendLength(strCss, "tab-size", objFormat.nTab > 0 ? objFormat.nTab : 720);
-  }
+  AppendTabGrid(strCss, objParagraph);
   return strCss;
 }
 
@@ -91,7 +94,8 @@ void Block::AppendLabel(const Paragraph& objParagraph) {
   AppendLength(strCss, "min-width", std::max(-objParagraph.objFormat.nFirst, kLeastIndent));
   m_strHtml += "<span";
   AppendStyle(m_strHtml, strCss, m_objBudget);
-  m_strHtml.append(">").append(objParagraph.strLabel).append("</span>");
+  // A number that is wider than that still stands apart from the text.
+  m_strHtml.append(">").append(objParagraph.strLabel).append("&#160;</span>");
 }
 
 void Block::EnterFrame(const ParagraphFormat& objFormat) {

@@ -15,8 +15,8 @@ struct Paragraph {
   ParagraphFormat objFormat;
   std::string strHtml{};   // with something in it, be it a hard blank
   std::string strLabel{};  // what stands before it as text: a number that no list draws
-  bool bTabs = false;
-  bool bPlain = false;  // a line of a text without formatting
+  int nTabGrid = 0;        // twips between the tab characters' stops; 0: none are in it
+  bool bPlain = false;     // a line of a text without formatting
 };
 
 // What stands one below the other: in the page, in a cell, in a footnote. Neighbours of one list

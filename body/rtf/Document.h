@@ -21,6 +21,7 @@ struct Document {
   std::unordered_map<int, int> mapHeadings;  // style number to heading level, from 0
   int nDefaultFont = kNoFont;
   unsigned nAnsiPage = 1252;
+  int nDefaultTab = 720;  // twips between tab stops that nobody set
 
   // kNoColor for what is automatic or was not defined.
   int Color(int nColor) const {

@@ -23,7 +23,7 @@ Flow::Flow(Document& objDocument, StyleBudget& objBudget, const CharacterFormat&
 void Flow::EndLabel() {
   m_bInLabel = false;
   m_bHasLabel = true;
-  m_strLabel = m_objLabel.Take();
+  m_strLabel = LayTabsInGrid(m_objLabel.Take());
 }
 
 // Where nothing else is said, what comes between a row's definition and its end is in its cells.
@@ -74,8 +74,7 @@ void Flow::EndParagraph(const ParagraphFormat& objFormat, const CharacterFormat&
   Paragraph objParagraph{.objFormat = objFormat, .bPlain = m_bPlain};
   const bool bVisible = m_objText.IsVisible();
   if (!bVisible && !m_bPlain) m_objText.PutMarkup(kHardBlank, objCharacters, /*bVisible=*/true);
-  objParagraph.bTabs = m_objText.HasTabs();
-  objParagraph.strHtml = m_objText.Take();
+  LayTabs(objParagraph, m_objText.Take());
   if (bVisible || m_bHasLabel) Current().SetContent();
   AddListParagraph(objParagraph);
   m_bHasLabel = m_bListItem = false;
@@ -85,12 +84,34 @@ void Flow::EndParagraph(const ParagraphFormat& objFormat, const CharacterFormat&
   Current().SetContent();
 }
 
+// Text behind a marker or a label begins where the other lines do.
+void Flow::LayTabs(Paragraph& objParagraph, TabbedText objText) {
+  if (objText.arrMarks.empty()) {
+    objParagraph.strHtml = std::move(objText.strHtml);
+    return;
+  }
+  if (m_bPlain) {
+    objParagraph.strHtml = LayPlainTabs(objText, m_objBudget);
+    return;
+  }
+  ParagraphFormat objFormat = objParagraph.objFormat;
+  if (m_bHasLabel || IsItem(objFormat)) objFormat.nFirst = 0;
+  const int nDefault = m_objDocument.nDefaultTab;
+  objParagraph.nTabGrid = TabGrid(objFormat, nDefault);
+  objParagraph.strHtml = objParagraph.nTabGrid > 0
+                             ? LayTabsInGrid(objText)
+                             : LayTabsInBoxes(objText, objFormat, nDefault, m_objBudget);
+}
+
 // A list of the new form is named by each of its paragraphs; one of the old form stays in force and
 // only its items have a label.
+bool Flow::IsItem(const ParagraphFormat& objFormat) const {
+  return objFormat.nList > 0 || (objFormat.nList < 0 && (m_bHasLabel || m_bListItem));
+}
+
 void Flow::AddListParagraph(Paragraph& objParagraph) {
   const int nList = objParagraph.objFormat.nList;
-  const bool bItem = nList > 0 || (nList < 0 && (m_bHasLabel || m_bListItem));
-  if (!bItem || m_bPlain) {
+  if (!IsItem(objParagraph.objFormat) || m_bPlain) {
     objParagraph.strLabel = std::move(m_strLabel);
     return Current().AddParagraph(objParagraph);
   }

@@ -57,6 +57,8 @@ class Flow {
   void CloseTable();
   void TakeCell(Level& objLevel);
   void TakeRow();
+  bool IsItem(const ParagraphFormat& objFormat) const;
+  void LayTabs(Paragraph& objParagraph, TabbedText objText);
   void AddListParagraph(Paragraph& objParagraph);
   std::string LabelOf(const ListMarker& objMarker);
   static std::size_t Slot(int nLevel);

@@ -173,7 +173,10 @@ void ApplyParagraphWord(ParagraphFormat& objFormat, const WordEntry& objWord,
       objFormat.nPatternColor = nNumber;
       break;
     case Word::kTabStop:
-      if (objFormat.nTab == 0) objFormat.nTab = std::max(Twips(objToken), 0);
+      objFormat.objTabs.Add(Twips(objToken));
+      break;
+    case Word::kTabKind:
+      objFormat.objTabs.eNext = static_cast<TabKind>(objWord.nArgument);
       break;
     case Word::kList:
       objFormat.nList = std::max(nNumber, 0);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 // What rich text says of characters, paragraphs and tables. All are plain values that are copied
 // with each group. Lengths are twips (a twentieth of a point) where nothing else is said; numbers
@@ -68,6 +70,27 @@ using Borders = std::array<Border, kSides>;
 
 enum class Align : std::uint8_t { kNone, kLeft, kRight, kCenter, kJustify };
 
+enum class TabKind : std::uint8_t { kLeft, kCenter, kRight };  // what lies at the stop's place
+
+// The tab stops of a paragraph, from the margin, in the order in which they are set.
+struct TabStops {
+  struct Stop {
+    int nAt : 30;
+    unsigned nKind : 2;
+    TabKind Kind() const { return static_cast<TabKind>(nKind); }
+  };
+  static constexpr std::size_t kMost = 12;  // the rest is left out
+  std::array<Stop, kMost> arrStops{};
+  std::uint8_t nCount = 0;
+  TabKind eNext = TabKind::kLeft;  // of the stop to come
+
+  void Add(int nAt) {
+    if (nAt > 0 && nCount < kMost) arrStops[nCount++] = {nAt, static_cast<unsigned>(eNext)};
+    eNext = TabKind::kLeft;
+  }
+  std::span<const Stop> All() const { return {arrStops.data(), nCount}; }
+};
+
 struct ParagraphFormat {
   Align eAlign = Align::kNone;
   bool bRightToLeft = false;
@@ -86,8 +109,8 @@ struct ParagraphFormat {
   int nShade = 0;    // a colour
   int nPattern = 0;  // hundredths of a percent of nPatternColor over it
   int nPatternColor = 0;
-  int nTab = 0;   // the first stop
   int nList = 0;  // key of ListTable
+  TabStops objTabs;
   Borders arrBorders;
 
   bool HasBorders() const {

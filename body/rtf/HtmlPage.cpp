@@ -28,13 +28,9 @@ void HtmlPage::PutCharacter(char32_t ch, const CharacterFormat& objFormat) {
   Begin().PutCharacter(ch, objFormat);
 }
 
-void HtmlPage::PutLineBreak(const CharacterFormat& objFormat) {
-  Begin().PutLineBreak("<br>\n", objFormat);
-}
+void HtmlPage::PutLineBreak() { Begin().PutLineBreak("<br>"); }
 
-void HtmlPage::PutPageBreak(const CharacterFormat& objFormat) {
-  Begin().PutLineBreak("<br style=\"page-break-before:always\">\n", objFormat);
-}
+void HtmlPage::PutPageBreak() { Begin().PutLineBreak("<br style=\"page-break-before:always\">"); }
 
 void HtmlPage::PutPicture(std::string_view strTag, const CharacterFormat& objFormat) {
   Begin().PutMarkup(strTag, objFormat, /*bVisible=*/true);

@@ -25,8 +25,8 @@ class HtmlPage {
 
   void PutAscii(std::string_view str, const CharacterFormat& objFormat);
   void PutCharacter(char32_t ch, const CharacterFormat& objFormat);
-  void PutLineBreak(const CharacterFormat& objFormat);
-  void PutPageBreak(const CharacterFormat& objFormat);
+  void PutLineBreak();
+  void PutPageBreak();
   void PutPicture(std::string_view strTag, const CharacterFormat& objFormat);
   void PutPlace(std::string_view strName);  // an attribute value, for links to lead to
 

@@ -9,6 +9,7 @@ namespace rtf {
 namespace {
 
 constexpr std::string_view kHardBlank = "&#160;";
+constexpr int kMostWidth = 100'000;  // twips, of a line
 
 bool IsPlain(char ch) {
   return (ch >= 'a' && ch <= 'z') || (ch >= 'A' && ch <= 'Z') || (ch >= '0' && ch <= '9') ||
@@ -24,6 +25,7 @@ void InlineText::PutAscii(std::string_view str, const CharacterFormat& objFormat
     const auto nPlain = static_cast<std::size_t>(itEnd - str.begin());
     if (nPlain > 0) {
       m_strHtml.append(str.substr(0, nPlain));
+      Widen(nPlain);
       m_bAfterBlank = false;
       m_bVisible = true;
       str.remove_prefix(nPlain);
@@ -37,21 +39,18 @@ void InlineText::PutAscii(std::string_view str, const CharacterFormat& objFormat
 void InlineText::PutCharacter(char32_t ch, const CharacterFormat& objFormat) {
   Select(objFormat);
   if (ch == ' ') return PutBlank();
-  if (ch == '\t') {
-    m_bTabs = m_bVisible = true;
-    m_bAfterBlank = true;
-    m_strHtml += "&#9;";
-    return;
-  }
+  if (ch == '\t') return PutTab();
   const std::size_t nBefore = m_strHtml.size();
   AppendCharacter(m_strHtml, ch);
   if (m_strHtml.size() == nBefore) return;
+  Widen(1);
   m_bAfterBlank = false;
   m_bVisible = true;
 }
 
 // Of blanks in a row a page shows one, and none where a line begins.
 void InlineText::PutBlank() {
+  Widen(1);
   m_bVisible = true;
   if (m_bAfterBlank) {
     m_strHtml += kHardBlank;
@@ -61,10 +60,30 @@ void InlineText::PutBlank() {
   m_bAfterBlank = true;
 }
 
-void InlineText::PutLineBreak(std::string_view strTag, const CharacterFormat& objFormat) {
-  Select(objFormat);
+void InlineText::PutLineBreak(std::string_view strTag) {
+  CloseRun();
+  CloseLink();
+  m_objBreak = {.nAt = m_strHtml.size(), .nTag = strTag.size()};
+  if (!m_arrMarks.empty()) m_arrMarks.push_back(m_objBreak);
   m_strHtml += strTag;
   m_bAfterBlank = true;
+  m_nWidth = 0;
+}
+
+void InlineText::PutTab() {
+  CloseRun();
+  CloseLink();
+  if (m_arrMarks.empty() && m_objBreak.nTag > 0) m_arrMarks.push_back(m_objBreak);
+  m_arrMarks.push_back({.nAt = m_strHtml.size(), .nWidth = std::exchange(m_nWidth, 0)});
+  m_bVisible = m_bAfterBlank = true;
+}
+
+// Letters are about half as wide as the font is high, which is in half points.
+void InlineText::Widen(std::size_t nCharacters) {
+  constexpr std::size_t kMostCharacters = 1000;  // no line is longer
+  const int nMore =
+      static_cast<int>(std::min(nCharacters, kMostCharacters)) * m_objFormat.nSize * 5;
+  m_nWidth = std::min(m_nWidth + nMore, kMostWidth);
 }
 
 void InlineText::PutMarkup(std::string_view strMarkup, const CharacterFormat& objFormat,
@@ -110,12 +129,14 @@ void InlineText::CloseLink() {
   m_nLink = kNoLink;
 }
 
-std::string InlineText::Take() {
+TabbedText InlineText::Take() {
   CloseRun();
   CloseLink();
   m_bAfterBlank = true;
-  m_bVisible = m_bTabs = false;
-  return std::exchange(m_strHtml, {});
+  m_bVisible = false;
+  m_objBreak = {};
+  m_nWidth = 0;
+  return {std::exchange(m_strHtml, {}), std::exchange(m_arrMarks, {})};
 }
 
 }  // namespace rtf

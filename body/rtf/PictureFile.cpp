@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kTwipsPerPixel = 15;
 constexpr int kMostPixels = 20000;
+constexpr int kWhole = 1 << 16;  // of a picture's size, in the numbers of ShapeFrame
 
 struct Signature {
   std::string_view strStart;
@@ -46,7 +47,8 @@ std::string BitmapOf(const PictureHeader& objHeader, std::string_view strBytes) 
 }
 
 int ToPixels(std::int64_t nTwips) {
-  return static_cast<int>(std::clamp<std::int64_t>(nTwips / kTwipsPerPixel, 0, kMostPixels));
+  const std::int64_t nPixels = (nTwips + kTwipsPerPixel / 2) / kTwipsPerPixel;
+  return static_cast<int>(std::clamp<std::int64_t>(nPixels, 0, kMostPixels));
 }
 
 struct Size {
@@ -95,6 +97,23 @@ PictureFile MakePictureFile(const PictureHeader& objHeader, std::string strBytes
     default:
       return {};
   }
+}
+
+void PlaceInFrame(PictureHeader& objHeader, const ShapeFrame& objFrame) {
+  const auto Place = [&](BorderSide eNear, BorderSide eFar, int* pnGoal, int* pnScale) {
+    const int nShown = objFrame.arrEdges[eFar] - objFrame.arrEdges[eNear];
+    int nNear = std::clamp(objFrame.arrCrop[eNear], -kWhole, kWhole);
+    int nFar = std::clamp(objFrame.arrCrop[eFar], -kWhole, kWhole);
+    if (kWhole - nNear - nFar < kWhole / 100) nNear = nFar = 0;  // nothing would be left
+    if (nShown <= 0) return;
+    const std::int64_t nFull = std::int64_t{nShown} * kWhole / (kWhole - nNear - nFar);
+    *pnGoal = static_cast<int>(nFull);
+    *pnScale = 100;
+    objHeader.arrCrop[eNear] = static_cast<int>(nFull * nNear / kWhole);
+    objHeader.arrCrop[eFar] = static_cast<int>(nFull * nFar / kWhole);
+  };
+  Place(kLeft, kRight, &objHeader.nGoalWidth, &objHeader.nScaleX);
+  Place(kTop, kBottom, &objHeader.nGoalHeight, &objHeader.nScaleY);
 }
 
 // A cropped picture lies shifted in a window that hides what is cut off.

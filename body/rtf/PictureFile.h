@@ -17,6 +17,9 @@ struct PictureFile {
 // holds nothing else. Bytes that are a PNG, JPEG or GIF are that whatever the header says.
 PictureFile MakePictureFile(const PictureHeader& objHeader, std::string strBytes);
 
+// What a drawing says of its picture's size and cropping holds, not what the picture says itself.
+void PlaceInFrame(PictureHeader& objHeader, const ShapeFrame& objFrame);
+
 // The tag that shows the file; strLink is written as it is.
 std::string PictureTag(const PictureHeader& objHeader, std::string_view strLink);
 

@@ -11,6 +11,9 @@ namespace {
 constexpr char32_t kHardBlank = 0xA0;
 constexpr char32_t kSoftHyphen = 0xAD;
 constexpr char32_t kHardHyphen = 0x2011;
+constexpr char32_t kReplacement = 0xFFFD;
+constexpr int kLeastTab = 20;  // twips
+constexpr int kMostTab = 22 * 1440;
 
 // Destinations that programs begin in the middle of a group as well.
 bool MayBeginLate(Destination eDestination) {
@@ -38,6 +41,7 @@ HtmlResult Reader::Read() {
     Take(objToken);
   }
   FlushBytes();
+  EndPair();
   if (!m_arrStack.empty()) m_objNotes.Add(Note::kCut);
   const State objLast = m_objState;
   m_nUncounted = 0;
@@ -109,6 +113,7 @@ void Reader::CloseGroup() {
     m_objState = {};
     return;
   }
+  if (m_objState.bBegins) EndPair();
   const State objEnded = std::exchange(m_objState, m_arrStack.back());
   m_arrStack.pop_back();
   if (objEnded.bBegins) EndDestination(objEnded);
@@ -126,7 +131,7 @@ void Reader::TakeText(std::string_view strText) {
   strText.remove_prefix(nSkip);
   m_nSkip -= static_cast<int>(nSkip);
   if (strText.empty() || IsSkipping()) return;
-  m_chHigh = 0;
+  EndPair();
   m_nSteps += strText.size();
   if (m_objState.eDestination == Destination::kPicture) return AddHex(strText);
   if (m_objState.eDestination == Destination::kColorTable) return AddColorText(strText);
@@ -141,7 +146,7 @@ void Reader::TakeByte(unsigned char nByte) {
   if (m_nSkip > 0) {
     --m_nSkip;
   } else if (!IsSkipping()) {
-    m_chHigh = 0;
+    EndPair();
     m_strBytes += static_cast<char>(nByte);
   }
 }
@@ -269,6 +274,9 @@ void Reader::TakeDocumentWord(const WordEntry& objWord, const Token& objToken) {
     case Word::kDefaultFont:
       m_objDocument.nDefaultFont = nNumber;
       break;
+    case Word::kDefaultTab:
+      if (nNumber > 0) m_objDocument.nDefaultTab = std::clamp(nNumber, kLeastTab, kMostTab);
+      break;
     case Word::kUnicodeSkip:
       m_objState.nUnicodeSkip = std::clamp(nNumber, 0, 64);
       break;
@@ -316,18 +324,25 @@ void Reader::TakeUnicode(int nNumber) {
   m_nSkip = m_objState.nUnicodeSkip;
   const auto ch =
       nNumber < 0 ? static_cast<char32_t>(nNumber + 0x10000) : static_cast<char32_t>(nNumber);
-  const char16_t chHigh = std::exchange(m_chHigh, u'\0');
+  if (m_chHigh != 0 && ch >= 0xDC00 && ch <= 0xDFFF) {
+    const char16_t chHigh = std::exchange(m_chHigh, u'\0');
+    return DeliverCharacter(0x10000 + ((chHigh - 0xD800U) << 10) + (ch - 0xDC00));
+  }
+  EndPair();
   if (ch >= 0xD800 && ch <= 0xDBFF) {
     m_chHigh = static_cast<char16_t>(ch);
-  } else if (chHigh != 0 && ch >= 0xDC00 && ch <= 0xDFFF) {
-    DeliverCharacter(0x10000 + ((chHigh - 0xD800U) << 10) + (ch - 0xDC00));
   } else {
     DeliverCharacter(ch);
   }
 }
 
+// A first half whose second one does not come is a character that cannot be read.
+void Reader::EndPair() {
+  if (std::exchange(m_chHigh, u'\0') != 0) DeliverCharacter(kReplacement);
+}
+
 void Reader::TakeFlowWord(const WordEntry& objWord) {
-  m_chHigh = 0;
+  EndPair();
   if (m_objPage.Text().IsInLabel()) return;  // its width stands for the tab behind it
   if (objWord.eWord == Word::kTab) return DeliverCharacter('\t');
   if (m_eForm == Form::kHtml) return TakeHtmlFlowWord(objWord.eWord);
@@ -339,9 +354,9 @@ void Reader::TakeFlowWord(const WordEntry& objWord) {
     case Word::kSectionEnd:
       return objFlow.EndParagraph(objParagraph, objCharacters);
     case Word::kLineEnd:
-      return m_objPage.PutLineBreak(objCharacters);
+      return m_objPage.PutLineBreak();
     case Word::kPageEnd:
-      return m_objPage.PutPageBreak(objCharacters);
+      return m_objPage.PutPageBreak();
     case Word::kCell:
       return objFlow.EndCell(1, objParagraph, objCharacters);
     case Word::kRow:

@@ -71,6 +71,7 @@ class Reader {
   void TakeStyle(int nStyle);
   void TakeDocumentWord(const WordEntry& objWord, const Token& objToken);
   void TakeUnicode(int nNumber);
+  void EndPair();
   void TakeFlowWord(const WordEntry& objWord);
   void TakeHtmlFlowWord(Word eWord);
   bool IsSkipping() const;
@@ -104,6 +105,7 @@ class Reader {
   void TakeListWord(const WordEntry& objWord, const Token& objToken);
   void TakePictureWord(const WordEntry& objWord, const Token& objToken);
   void AddHex(std::string_view strText);
+  void EndShapeValue();
   void EndPicture(const CharacterFormat& objFormat);
   std::string SavePictures(std::string strWhole);
   std::string SavePicture(Picture& objPicture);
@@ -140,7 +142,8 @@ class Reader {
   std::string m_strPicture;
   int m_nHexHigh = -1;  // the first digit of a byte
   std::vector<Picture> m_arrPictures;
-  std::u16string m_strShapeName;
+  std::u16string m_strShapeName, m_strShapeValue;
+  ShapeFrame m_objShape;
   std::size_t m_nObjectPuts = 0;
 };
 

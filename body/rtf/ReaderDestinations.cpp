@@ -1,6 +1,7 @@
 // Groups that are more than text: tables of the head, fields, pictures, lists, asides.
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "body/rtf/FieldInstruction.h"
@@ -16,6 +17,14 @@ namespace {
 constexpr unsigned kWesternPage = 1252;
 constexpr int kMostStart = 1'000'000;  // of a list
 constexpr std::u16string_view kPictureOfShape = u"pib";
+
+struct ShapeCrop {
+  std::u16string_view strName;
+  BorderSide eSide;
+};
+constexpr std::array kShapeCrops = {
+    ShapeCrop{u"cropFromTop", kTop}, ShapeCrop{u"cropFromBottom", kBottom},
+    ShapeCrop{u"cropFromLeft", kLeft}, ShapeCrop{u"cropFromRight", kRight}};
 
 bool HoldsText(Destination eDestination) {
   switch (eDestination) {
@@ -47,9 +56,11 @@ bool Reader::IsText() const { return m_nSkipFrom == 0 && HoldsText(m_objState.eD
 
 void Reader::BeginDestination(Destination eDestination) {
   if (m_arrStack.empty()) return;  // no group, no end
+  EndPair();
   const Destination eNow = m_objState.eDestination;
   if (m_nUncounted > 0) {  // this group cannot be told from the one around it
-    if (!HoldsText(eDestination) && m_nSkipFrom == 0) m_nSkipFrom = m_nUncounted;
+    const bool bMayHold = HoldsText(eDestination) || eDestination == Destination::kShape;
+    if (!bMayHold && m_nSkipFrom == 0) m_nSkipFrom = m_nUncounted;
     return;
   }
   if (eNow == Destination::kAlternative && eDestination == Destination::kUnicodeForm) {
@@ -135,6 +146,8 @@ void Reader::Prepare(Destination eDestination) {
       return m_strCollected.clear();
     case Destination::kShapeName:
       return m_strShapeName.clear();
+    case Destination::kShapeValue:
+      return m_strShapeValue.clear();
     case Destination::kField:
       return m_arrFields.push_back({.nPuts = m_objPage.Puts()});
     case Destination::kResult:
@@ -151,8 +164,10 @@ void Reader::Prepare(Destination eDestination) {
       m_strPicture.clear();
       m_nHexHigh = -1;
       return;
-    case Destination::kObject:
     case Destination::kShape:
+      m_objShape = {};
+      [[fallthrough]];
+    case Destination::kObject:
       m_nObjectPuts = m_objPage.Puts();
       return;
     default:
@@ -179,6 +194,8 @@ void Reader::EndDestination(const State& objEnded) {
       return EndOldList();
     case Destination::kPicture:
       return EndPicture(objEnded.objCharacters);
+    case Destination::kShapeValue:
+      return EndShapeValue();
     case Destination::kObject:
       if (m_objPage.Puts() == m_nObjectPuts) m_objNotes.Add(Note::kObject);
       return;
@@ -287,9 +304,12 @@ void Reader::TakeListWord(const WordEntry& objWord, const Token& objToken) {
 // --- Pictures. ---
 
 void Reader::TakePictureWord(const WordEntry& objWord, const Token& objToken) {
-  if (m_objState.eDestination != Destination::kPicture) return;
   constexpr int kMost = 1'000'000;
   const int nNumber = std::clamp(objToken.nNumber, -kMost, kMost);
+  if (objWord.eWord == Word::kShapeEdge && m_objState.eDestination == Destination::kShape) {
+    m_objShape.arrEdges[static_cast<std::size_t>(objWord.nArgument)] = nNumber;
+  }
+  if (m_objState.eDestination != Destination::kPicture) return;
   switch (objWord.eWord) {
     case Word::kPictureKind:
       m_objPicture.eKind = static_cast<PictureKind>(objWord.nArgument);
@@ -321,10 +341,24 @@ void Reader::TakePictureWord(const WordEntry& objWord, const Token& objToken) {
     case Word::kPlanes:
       m_objPicture.nPlanes = std::clamp(nNumber, 1, 32);
       break;
-    default:
+    case Word::kRowBytes:
       m_objPicture.nRowBytes = nNumber;
       break;
+    default:
+      break;
   }
+}
+
+// Properties of a drawing that cut off parts of its picture.
+void Reader::EndShapeValue() {
+  const auto it = std::ranges::find(kShapeCrops, m_strShapeName, &ShapeCrop::strName);
+  if (it == kShapeCrops.end()) return;
+  const bool bMinus = m_strShapeValue.starts_with(u'-');
+  int nValue = 0;
+  for (const char16_t ch : std::u16string_view(m_strShapeValue).substr(bMinus ? 1 : 0, 6)) {
+    if (ch >= u'0' && ch <= u'9') nValue = nValue * 10 + (ch - u'0');
+  }
+  m_objShape.arrCrop[it->eSide] = bMinus ? -nValue : nValue;
 }
 
 void Reader::AddHex(std::string_view strText) {
@@ -344,6 +378,7 @@ void Reader::AddHex(std::string_view strText) {
 // order in which a reader of the page meets them.
 void Reader::EndPicture(const CharacterFormat& objFormat) {
   if (m_strPicture.empty()) return m_objNotes.Add(Note::kPictureUnreadable);
+  if (m_objState.eDestination == Destination::kShapeValue) PlaceInFrame(m_objPicture, m_objShape);
   std::string strMark(1, kPictureMark);
   strMark += std::to_string(m_arrPictures.size()) + kPictureMark;
   m_objPage.PutPicture(strMark, objFormat);

@@ -42,10 +42,10 @@ void Reader::FlushBytes() {
 void Reader::PutCharacter(char32_t ch) {
   FlushBytes();
   m_bGroupStart = false;
-  m_chHigh = 0;
   if (m_nSkip > 0) {
     --m_nSkip;
   } else if (!IsSkipping()) {
+    EndPair();
     DeliverCharacter(ch);
   }
 }
@@ -77,6 +77,8 @@ std::u16string* Reader::Collector() {
       return &m_strCollected;
     case Destination::kShapeName:
       return &m_strShapeName;
+    case Destination::kShapeValue:
+      return &m_strShapeValue;
     case Destination::kOldListBefore:
       return &m_strOldBefore;
     case Destination::kOldListAfter:

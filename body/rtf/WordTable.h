@@ -61,6 +61,7 @@ enum class Word : std::uint8_t {
   kPattern,
   kPatternColor,
   kTabStop,
+  kTabKind,
   kList,
   kListLevel,
   // Borders
@@ -104,6 +105,7 @@ enum class Word : std::uint8_t {
   kCodePage,
   kAnsiCodePage,
   kDefaultFont,
+  kDefaultTab,
   kUnicodeSkip,
   kUnicode,
   kFromHtml,
@@ -118,6 +120,7 @@ enum class Word : std::uint8_t {
   kFontCodePage,
   // Pictures
   kPictureKind,
+  kShapeEdge,
   kPictureWidth,
   kPictureHeight,
   kGoalWidth,

@@ -52,6 +52,7 @@ TEST(RtfHostile, TextAlwaysComesOut) {
       open + Times(5000, "{") + "{\\*\\nosuch a{b}c}{\\header x}{\\pict 00}TEXT",
       open + Times(5000, "{\\footnote a") + "TEXT",
       open + Times(1000, "{\\shp{\\*\\shpinst{\\shptxt ") + "TEXT",
+      open + Times(5000, "{") + "{\\shp{\\*\\shpinst{\\sp{\\sn x}{\\sv y}}{\\shptxt TEXT",
       open + Times(5000, "{\\field{\\*\\fldinst{") + Times(15000, "}") + "TEXT",
       open + "\\bin2000000000 TEXT",
       open + "{\\pict\\pngblip\\bin99999 }TEXT}",
@@ -126,6 +127,10 @@ TEST(RtfHostile, WorkFollowsTheSize) {
       {"fonts",
        [](std::size_t n) { return "{\\rtf1{\\fonttbl" + Times(n, "{\\f1 a;\\f2 b;}") + "}x"; }},
       {"footnotes", [](std::size_t n) { return "{\\rtf1 " + Times(n, "{\\footnote a}"); }},
+      {"tabs",
+       [](std::size_t n) {
+         return "{\\rtf1\\li1\\tqr\\tx5 " + Times(n, "\\b a\t\\b0\\tab\\line ");
+       }},
       {"wrapped tags",
        [](std::size_t n) {
          return "{\\rtf1\\fromhtml1 " + Times(n, "{\\*\\htmltag <!-- <meta \"}");

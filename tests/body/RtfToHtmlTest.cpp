@@ -70,6 +70,9 @@ TEST(RtfToHtml, SmallTexts) {
       {R"({\rtf1 \'4\'zz\'41\')", "<p style=\"margin:0\">4zzA</p>"},
       // Characters that no page may hold.
       {R"({\rtf1 a\u-1?\u-2?\u1?\'01\'7fb})", "<p style=\"margin:0\">a&#65533;&#65533;b</p>"},
+      // Halves of a pair: across a group, alone, at the end of what they stand in, and skipped.
+      {R"({\rtf1 \u-10179?{\u-8704?}\u-10179?a\u-8704?\u-10179?\par\pard{\header\u-10179?}b})",
+       "<p style=\"margin:0\">&#128512;&#65533;a&#65533;&#65533;</p>\n<p style=\"margin:0\">b</p>"},
       // The colour 0 is "none" behind text also where it is defined.
       {R"({\rtf1{\colortbl\red255\green0\blue0;}\cf0 a\highlight0\cb0 b})",
        "<p style=\"margin:0\"><span style=\"color:#ff0000\">ab</span></p>"},
@@ -84,7 +87,7 @@ TEST(RtfToHtml, SmallTexts) {
       {R"({\rtf1\ansicpg65001 \'c3\'a9})", "<p style=\"margin:0\">&#233;</p>"},
       {R"({\rtf1 {\listtext 1.\tab}})",
        "<p style=\"margin:0\"><span style=\"display:inline-block;text-indent:0;min-width:18pt\">1."
-       "</span>&#160;</p>"},
+       "&#160;</span>&#160;</p>"},
       {R"({\rtf1\trowd\cellx100{\*\bkmkstart p}\row\par})", "<p style=\"margin:0\">&#160;</p>"},
       {R"({\rtf1{\field{\*\fldinst HYPERLINK " JAVA script:x"}{\fldrslt a}}})",
        "<p style=\"margin:0\">a</p>"},
