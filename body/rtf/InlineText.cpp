@@ -37,9 +37,9 @@ void InlineText::PutAscii(std::string_view str, const CharacterFormat& objFormat
 }
 
 void InlineText::PutCharacter(char32_t ch, const CharacterFormat& objFormat) {
+  if (ch == '\t') return PutTab();
   Select(objFormat);
   if (ch == ' ') return PutBlank();
-  if (ch == '\t') return PutTab();
   const std::size_t nBefore = m_strHtml.size();
   AppendCharacter(m_strHtml, ch);
   if (m_strHtml.size() == nBefore) return;
