@@ -16,6 +16,10 @@ std::string ParagraphTag(const ParagraphFormat& objFormat) {
   return nLevel < 0 || nLevel > kMostHeading ? "p" : "h" + std::to_string(nLevel + 1);
 }
 
+int LabelWidth(const ParagraphFormat& objFormat) {
+  return std::max(-objFormat.nFirst, kLeastIndent);
+}
+
 void AppendTabGrid(std::string& strCss, const Paragraph& objParagraph) {
   if (objParagraph.nTabGrid == 0) return;
   strCss += "white-space:pre-wrap;";
@@ -49,14 +53,20 @@ void Block::AddListItem(const Paragraph& objParagraph, const ListMarker& objMark
   OpenList& objList = m_arrLists.back();
   m_strHtml += "<li";
   if (objFormat.bRightToLeft) m_strHtml += " dir=\"rtl\"";
-  if (objMarker.bOrdered && objMarker.nNumber != objList.nNext) {
+  const bool bCounts = objMarker.bOrdered && !objMarker.strStyle.empty();
+  if (bCounts && objMarker.nNumber != objList.nNext) {
     m_strHtml += " value=\"" + std::to_string(objMarker.nNumber) + "\"";
   }
   objList.nNext = objMarker.nNumber + 1;
   std::string strCss = ParagraphStyle(objFormat, m_objDocument);
+  if (!objParagraph.strLabel.empty()) {
+    AppendLength(strCss, "text-indent", -LabelWidth(objFormat));
+  }
   AppendTabGrid(strCss, objParagraph);
   AppendStyle(m_strHtml, strCss, m_objBudget);
-  m_strHtml.append(">").append(objParagraph.strHtml);
+  m_strHtml += '>';
+  AppendLabel(objParagraph);
+  m_strHtml += objParagraph.strHtml;
 }
 
 void Block::AddMarkup(std::string_view strMarkup) {
@@ -91,7 +101,7 @@ std::string Block::FullStyle(const Paragraph& objParagraph) const {
 void Block::AppendLabel(const Paragraph& objParagraph) {
   if (objParagraph.strLabel.empty()) return;
   std::string strCss = "display:inline-block;text-indent:0;";
-  AppendLength(strCss, "min-width", std::max(-objParagraph.objFormat.nFirst, kLeastIndent));
+  AppendLength(strCss, "min-width", LabelWidth(objParagraph.objFormat));
   m_strHtml += "<span";
   AppendStyle(m_strHtml, strCss, m_objBudget);
   // A number that is wider than that still stands apart from the text.
@@ -153,10 +163,14 @@ void Block::BeginList(const ParagraphFormat& objFormat, const ListMarker& objMar
   const int nIndent = std::max(objFormat.nLeft - nFrame, nOuter + kLeastIndent);
   std::string strCss = "margin:0;";
   AppendLength(strCss, objFormat.bRightToLeft ? "padding-right" : "padding-left", nIndent - nOuter);
-  strCss.append("list-style-type:").append(objMarker.strStyle).append(";");
-  if (!m_arrLists.empty()) m_strHtml += '\n';
+  const bool bLabels = objMarker.strStyle.empty();
+  strCss.append("list-style-type:").append(bLabels ? "none" : objMarker.strStyle).append(";");
+  if (!m_arrLists.empty()) {
+    m_strHtml += '\n';
+    if (m_arrLists.back().strStyle.empty()) strCss += "text-indent:0;";  // not as that item's label
+  }
   m_strHtml.append("<").append(ListTag(objMarker.bOrdered));
-  if (objMarker.bOrdered && objMarker.nNumber != 1) {
+  if (objMarker.bOrdered && !bLabels && objMarker.nNumber != 1) {
     m_strHtml += " start=\"" + std::to_string(objMarker.nNumber) + "\"";
   }
   AppendStyle(m_strHtml, strCss, m_objBudget);

@@ -41,9 +41,9 @@ class Block {
     int nKey;
     int nLevel;
     bool bOrdered;
-    std::string_view strStyle;
-    int nNext;    // the number that the next item gets by itself
-    int nIndent;  // of the text from the edge of what is around all lists
+    std::string_view strStyle;  // empty: its items have labels
+    int nNext;                  // the number that the next item gets by itself
+    int nIndent;                // of the text from the edge of what is around all lists
   };
   struct Frame {
     bool bOpen = false;

@@ -24,6 +24,7 @@ void Flow::EndLabel() {
   m_bInLabel = false;
   m_bHasLabel = true;
   m_strLabel = LayTabsInGrid(m_objLabel.Take());
+  while (m_strLabel.starts_with(kHardBlank)) m_strLabel.erase(0, kHardBlank.size());
 }
 
 // Where nothing else is said, what comes between a row's definition and its end is in its cells.
@@ -110,16 +111,19 @@ bool Flow::IsItem(const ParagraphFormat& objFormat) const {
 }
 
 void Flow::AddListParagraph(Paragraph& objParagraph) {
-  const int nList = objParagraph.objFormat.nList;
-  if (!IsItem(objParagraph.objFormat) || m_bPlain) {
+  const ParagraphFormat& objFormat = objParagraph.objFormat;
+  if (!IsItem(objFormat) || m_bPlain) {
     objParagraph.strLabel = std::move(m_strLabel);
     return Current().AddParagraph(objParagraph);
   }
-  const ListMarker objMarker =
-      m_objDocument.objLists.Next(nList, objParagraph.objFormat.nListLevel);
-  if (!objMarker.strStyle.empty()) return Current().AddListItem(objParagraph, objMarker);
-  objParagraph.strLabel = m_strLabel.empty() ? LabelOf(objMarker) : std::move(m_strLabel);
-  Current().AddParagraph(objParagraph);
+  const ListMarker objMarker = m_objDocument.objLists.Next(objFormat.nList, objFormat.nListLevel);
+  const bool bHeading = objFormat.nOutline >= 0;
+  const bool bDrawn = !bHeading && !objMarker.strStyle.empty();
+  if (!bDrawn) objParagraph.strLabel = m_strLabel.empty() ? LabelOf(objMarker) : m_strLabel;
+  if (bHeading || (!bDrawn && objParagraph.strLabel.empty())) {
+    return Current().AddParagraph(objParagraph);
+  }
+  Current().AddListItem(objParagraph, objMarker);
 }
 
 std::string Flow::LabelOf(const ListMarker& objMarker) {

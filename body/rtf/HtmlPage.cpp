@@ -41,9 +41,10 @@ void HtmlPage::PutPlace(std::string_view strName) {
   Text().Text().PutMarkup(strTag, {}, /*bVisible=*/false);
 }
 
-bool HtmlPage::BeginAside(Aside eKind) {
+bool HtmlPage::BeginAside(Aside eKind, std::string strCss) {
   if (m_arrFlows.size() > kMostAsides) return false;
   m_arrFlows.push_back(std::make_unique<Flow>(m_objDocument, m_objBudget, m_objBase));
+  m_arrAsideStyles.push_back(std::move(strCss));
   if (eKind == Aside::kFootnote) {
     ++m_nFootnotes;
     ++m_nOpenFootnotes;
@@ -55,11 +56,15 @@ void HtmlPage::EndAside(Aside eKind, const ParagraphFormat& objFormat,
                         const CharacterFormat& objCharacters) {
   const std::string strHtml = Text().Finish(objFormat, objCharacters);
   m_arrFlows.pop_back();
+  const std::string strCss = std::move(m_arrAsideStyles.back());
+  m_arrAsideStyles.pop_back();
   if (eKind == Aside::kFootnote) {
     m_strFootnotes += strHtml;
     --m_nOpenFootnotes;
   } else if (!strHtml.empty()) {
-    Text().AddBehind("<div>\n" + strHtml + "</div>\n");
+    std::string strTag = "<div";
+    AppendStyle(strTag, strCss, m_objBudget);
+    Text().AddBehind(strTag + ">\n" + strHtml + "</div>\n");
   }
 }
 

@@ -32,12 +32,13 @@ class HtmlPage {
 
   // Where paragraphs, cells and rows end.
   Flow& Text() { return *m_arrFlows.back(); }
-  // False, and nothing begins, if too many are open.
-  bool BeginAside(Aside eKind);
+  // False, and nothing begins, if too many are open. strCss is how a drawing looks.
+  bool BeginAside(Aside eKind, std::string strCss = {});
   void EndAside(Aside eKind, const ParagraphFormat& objFormat,
                 const CharacterFormat& objCharacters);
   // Of the footnote that is being written, else of the next one.
   std::size_t FootnoteNumber() const;
+  bool IsInFootnote() const { return m_nOpenFootnotes > 0; }
 
   std::size_t Puts() const { return m_nPuts; }  // grows with everything that can be seen
   bool LostFormatting() const { return m_objBudget.IsSpent(); }
@@ -51,6 +52,7 @@ class HtmlPage {
   StyleBudget m_objBudget;
   const CharacterFormat m_objBase;
   std::vector<std::unique_ptr<Flow>> m_arrFlows;
+  std::vector<std::string> m_arrAsideStyles;
   std::string m_strFootnotes;
   std::size_t m_nFootnotes = 0;
   std::size_t m_nOpenFootnotes = 0;

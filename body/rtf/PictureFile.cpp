@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kTwipsPerPixel = 15;
 constexpr int kMostPixels = 20000;
-constexpr int kWhole = 1 << 16;  // of a picture's size, in the numbers of ShapeFrame
+constexpr int kWhole = 1 << 16;  // of a picture's size, in the numbers of drawings
 
 struct Signature {
   std::string_view strStart;
@@ -99,11 +99,11 @@ PictureFile MakePictureFile(const PictureHeader& objHeader, std::string strBytes
   }
 }
 
-void PlaceInFrame(PictureHeader& objHeader, const ShapeFrame& objFrame) {
+void PlaceInFrame(PictureHeader& objHeader, const Drawing& objDrawing) {
   const auto Place = [&](BorderSide eNear, BorderSide eFar, int* pnGoal, int* pnScale) {
-    const int nShown = objFrame.arrEdges[eFar] - objFrame.arrEdges[eNear];
-    int nNear = std::clamp(objFrame.arrCrop[eNear], -kWhole, kWhole);
-    int nFar = std::clamp(objFrame.arrCrop[eFar], -kWhole, kWhole);
+    const int nShown = objDrawing.arrEdges[eFar] - objDrawing.arrEdges[eNear];
+    int nNear = std::clamp(objDrawing.Crop(eNear), -kWhole, kWhole);
+    int nFar = std::clamp(objDrawing.Crop(eFar), -kWhole, kWhole);
     if (kWhole - nNear - nFar < kWhole / 100) nNear = nFar = 0;  // nothing would be left
     if (nShown <= 0) return;
     const std::int64_t nFull = std::int64_t{nShown} * kWhole / (kWhole - nNear - nFar);

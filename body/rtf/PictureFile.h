@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "body/rtf/Drawing.h"
 #include "body/rtf/PictureHeader.h"
 
 namespace rtf {
@@ -18,7 +19,7 @@ struct PictureFile {
 PictureFile MakePictureFile(const PictureHeader& objHeader, std::string strBytes);
 
 // What a drawing says of its picture's size and cropping holds, not what the picture says itself.
-void PlaceInFrame(PictureHeader& objHeader, const ShapeFrame& objFrame);
+void PlaceInFrame(PictureHeader& objHeader, const Drawing& objDrawing);
 
 // The tag that shows the file; strLink is written as it is.
 std::string PictureTag(const PictureHeader& objHeader, std::string_view strLink);

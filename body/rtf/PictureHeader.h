@@ -33,10 +33,4 @@ struct PictureHeader {
   int nRowBytes = 0;
 };
 
-// The frame in which a drawing shows a picture; both arrays by BorderSide.
-struct ShapeFrame {
-  std::array<int, kSides> arrEdges{};  // twips
-  std::array<int, kSides> arrCrop{};   // 65536ths of the picture's size
-};
-
 }  // namespace rtf

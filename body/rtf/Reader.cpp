@@ -366,10 +366,24 @@ void Reader::TakeFlowWord(const WordEntry& objWord) {
     case Word::kNestedRow:
       return objFlow.EndRow(std::max(objParagraph.nTableLevel, 2), objParagraph, objCharacters);
     case Word::kFootnoteMark:
-      return Deliver(FormatListNumber(static_cast<int>(m_objPage.FootnoteNumber()), 0));
+      return PutFootnoteMark();
     default:
       return;
   }
+}
+
+// The marks in the text and in the notes lead to each other.
+void Reader::PutFootnoteMark() {
+  if (IsLeftOut()) return;
+  const std::string strNumber = std::to_string(m_objPage.FootnoteNumber());
+  const std::string strNote = "footnote-" + strNumber;
+  const std::string strPlace = "footnote-mark-" + strNumber;
+  const bool bInNote = m_objPage.IsInFootnote();
+  m_objPage.PutPlace(bInNote ? strNote : strPlace);
+  CharacterFormat objFormat = m_objState.objCharacters;
+  m_objDocument.arrLinks.push_back("#" + (bInNote ? strPlace : strNote));
+  objFormat.nLink = static_cast<int>(m_objDocument.arrLinks.size() - 1);
+  m_objPage.PutAscii(strNumber, objFormat);
 }
 
 // Line ends of the page's source; what rich text shows as its paragraphs is not part of it.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "body/rtf/Document.h"
+#include "body/rtf/Drawing.h"
 #include "body/rtf/EncapsulatedPage.h"
 #include "body/rtf/FormatWords.h"
 #include "body/rtf/Formats.h"
@@ -74,6 +75,7 @@ class Reader {
   void EndPair();
   void TakeFlowWord(const WordEntry& objWord);
   void TakeHtmlFlowWord(Word eWord);
+  void PutFootnoteMark();
   bool IsSkipping() const;
   bool IsText() const;
 
@@ -95,7 +97,7 @@ class Reader {
   void BeginDestination(Destination eDestination);
   Destination Redirect(Destination eNow, Destination eDestination);
   void Prepare(Destination eDestination);
-  bool BeginAside(HtmlPage::Aside eKind);
+  bool BeginAside(HtmlPage::Aside eKind, std::string strCss = {});
   void EndDestination(const State& objEnded);
   void TakeLink();
   int AddLink(std::u16string_view strTarget);
@@ -105,7 +107,6 @@ class Reader {
   void TakeListWord(const WordEntry& objWord, const Token& objToken);
   void TakePictureWord(const WordEntry& objWord, const Token& objToken);
   void AddHex(std::string_view strText);
-  void EndShapeValue();
   void EndPicture(const CharacterFormat& objFormat);
   std::string SavePictures(std::string strWhole);
   std::string SavePicture(Picture& objPicture);
@@ -143,7 +144,7 @@ class Reader {
   int m_nHexHigh = -1;  // the first digit of a byte
   std::vector<Picture> m_arrPictures;
   std::u16string m_strShapeName, m_strShapeValue;
-  ShapeFrame m_objShape;
+  Drawing m_objDrawing;
   std::size_t m_nObjectPuts = 0;
 };
 

@@ -1,7 +1,6 @@
 // Groups that are more than text: tables of the head, fields, pictures, lists, asides.
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "body/rtf/FieldInstruction.h"
@@ -17,14 +16,6 @@ namespace {
 constexpr unsigned kWesternPage = 1252;
 constexpr int kMostStart = 1'000'000;  // of a list
 constexpr std::u16string_view kPictureOfShape = u"pib";
-
-struct ShapeCrop {
-  std::u16string_view strName;
-  BorderSide eSide;
-};
-constexpr std::array kShapeCrops = {
-    ShapeCrop{u"cropFromTop", kTop}, ShapeCrop{u"cropFromBottom", kBottom},
-    ShapeCrop{u"cropFromLeft", kLeft}, ShapeCrop{u"cropFromRight", kRight}};
 
 bool HoldsText(Destination eDestination) {
   switch (eDestination) {
@@ -106,7 +97,8 @@ Destination Reader::Redirect(Destination eNow, Destination eDestination) {
     case Destination::kListText:
       return m_objPage.Text().IsInLabel() ? eNow : eDestination;
     case Destination::kShapeText:
-      return BeginAside(HtmlPage::Aside::kDrawing) ? eDestination : Destination::kBody;
+      return BeginAside(HtmlPage::Aside::kDrawing, BoxStyle(m_objDrawing)) ? eDestination
+                                                                           : Destination::kBody;
     case Destination::kFootnote:
       return BeginAside(HtmlPage::Aside::kFootnote) ? eDestination : Destination::kBody;
     default:
@@ -114,8 +106,8 @@ Destination Reader::Redirect(Destination eNow, Destination eDestination) {
   }
 }
 
-bool Reader::BeginAside(HtmlPage::Aside eKind) {
-  if (m_eForm == Form::kHtml || !m_objPage.BeginAside(eKind)) return false;
+bool Reader::BeginAside(HtmlPage::Aside eKind, std::string strCss) {
+  if (m_eForm == Form::kHtml || !m_objPage.BeginAside(eKind, std::move(strCss))) return false;
   m_objState.objParagraph = {};
   return true;
 }
@@ -165,7 +157,7 @@ void Reader::Prepare(Destination eDestination) {
       m_nHexHigh = -1;
       return;
     case Destination::kShape:
-      m_objShape = {};
+      m_objDrawing = {};
       [[fallthrough]];
     case Destination::kObject:
       m_nObjectPuts = m_objPage.Puts();
@@ -195,7 +187,7 @@ void Reader::EndDestination(const State& objEnded) {
     case Destination::kPicture:
       return EndPicture(objEnded.objCharacters);
     case Destination::kShapeValue:
-      return EndShapeValue();
+      return SetProperty(m_objDrawing, m_strShapeName, m_strShapeValue);
     case Destination::kObject:
       if (m_objPage.Puts() == m_nObjectPuts) m_objNotes.Add(Note::kObject);
       return;
@@ -307,7 +299,7 @@ void Reader::TakePictureWord(const WordEntry& objWord, const Token& objToken) {
   constexpr int kMost = 1'000'000;
   const int nNumber = std::clamp(objToken.nNumber, -kMost, kMost);
   if (objWord.eWord == Word::kShapeEdge && m_objState.eDestination == Destination::kShape) {
-    m_objShape.arrEdges[static_cast<std::size_t>(objWord.nArgument)] = nNumber;
+    m_objDrawing.arrEdges[static_cast<std::size_t>(objWord.nArgument)] = nNumber;
   }
   if (m_objState.eDestination != Destination::kPicture) return;
   switch (objWord.eWord) {
@@ -349,18 +341,6 @@ void Reader::TakePictureWord(const WordEntry& objWord, const Token& objToken) {
   }
 }
 
-// Properties of a drawing that cut off parts of its picture.
-void Reader::EndShapeValue() {
-  const auto it = std::ranges::find(kShapeCrops, m_strShapeName, &ShapeCrop::strName);
-  if (it == kShapeCrops.end()) return;
-  const bool bMinus = m_strShapeValue.starts_with(u'-');
-  int nValue = 0;
-  for (const char16_t ch : std::u16string_view(m_strShapeValue).substr(bMinus ? 1 : 0, 6)) {
-    if (ch >= u'0' && ch <= u'9') nValue = nValue * 10 + (ch - u'0');
-  }
-  m_objShape.arrCrop[it->eSide] = bMinus ? -nValue : nValue;
-}
-
 void Reader::AddHex(std::string_view strText) {
   for (const char ch : strText) {
     const int nDigit = HexDigit(ch);
@@ -378,7 +358,7 @@ void Reader::AddHex(std::string_view strText) {
 // order in which a reader of the page meets them.
 void Reader::EndPicture(const CharacterFormat& objFormat) {
   if (m_strPicture.empty()) return m_objNotes.Add(Note::kPictureUnreadable);
-  if (m_objState.eDestination == Destination::kShapeValue) PlaceInFrame(m_objPicture, m_objShape);
+  if (m_objState.eDestination == Destination::kShapeValue) PlaceInFrame(m_objPicture, m_objDrawing);
   std::string strMark(1, kPictureMark);
   strMark += std::to_string(m_arrPictures.size()) + kPictureMark;
   m_objPage.PutPicture(strMark, objFormat);

@@ -163,19 +163,24 @@ void AppendBorders(std::string& strCss, const Borders& arrBorders, const Documen
     const Border& objBorder = arrBorders[n];
     const bool bNone = objBorder.eLine == BorderLine::kNone;
     if (bNone && !(bWithNone && objBorder.bGiven)) continue;
-    strCss.append("border-").append(kSideNames[n]).append(":");
-    strCss += NameOf(kLines, objBorder.eLine);
-    if (!bNone) {
-      // A double line takes the width of both lines and of the gap.
-      const int nLines = objBorder.eLine == BorderLine::kDouble ? 3 : 1;
-      strCss += ' ';
-      AppendTwips(strCss, nLines * std::clamp(objBorder.nWidth, kLeastLine, 255));
-      const int nColor = objDocument.Color(objBorder.nColor);
-      strCss += ' ';
-      AppendRgb(strCss, nColor == kNoColor ? 0 : nColor);
-    }
-    strCss += ';';
+    const int nColor = objDocument.Color(objBorder.nColor);
+    AppendBorder(strCss, std::string("border-").append(kSideNames[n]), objBorder,
+                 nColor == kNoColor ? 0 : nColor);
   }
+}
+
+void AppendBorder(std::string& strCss, std::string_view strProperty, const Border& objBorder,
+                  int nRgb) {
+  strCss.append(strProperty).append(":").append(NameOf(kLines, objBorder.eLine));
+  if (objBorder.eLine != BorderLine::kNone) {
+    // A double line takes the width of both lines and of the gap.
+    const int nLines = objBorder.eLine == BorderLine::kDouble ? 3 : 1;
+    strCss += ' ';
+    AppendTwips(strCss, nLines * std::clamp(objBorder.nWidth, kLeastLine, 255));
+    strCss += ' ';
+    AppendRgb(strCss, nRgb);
+  }
+  strCss += ';';
 }
 
 int ShadeColor(const Document& objDocument, int nShade, int nPattern, int nPatternColor) {

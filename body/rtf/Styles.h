@@ -39,6 +39,8 @@ void AppendColor(std::string& strCss, std::string_view strProperty, int nRgb);
 void AppendLength(std::string& strCss, std::string_view strProperty, int nTwips);
 void AppendFont(std::string& strCss, const Font* pFont);
 void AppendSize(std::string& strCss, int nHalfPoints);
+void AppendBorder(std::string& strCss, std::string_view strProperty, const Border& objBorder,
+                  int nRgb);
 // The sides that have lines; those that are said to have none too, if bWithNone.
 void AppendBorders(std::string& strCss, const Borders& arrBorders, const Document& objDocument,
                    bool bWithNone);

@@ -6,6 +6,7 @@
 namespace rtf {
 namespace {
 
+constexpr std::string_view kHardBlank = "&#160;";
 constexpr std::string_view kTab = "&#9;";
 constexpr std::string_view kPlainTab = "<span style=\"white-space:pre\">&#9;</span>";
 constexpr std::string_view kToRight = "<span style=\"float:right\">";
@@ -77,7 +78,8 @@ class Boxes {
     std::string strCss = "display:inline-block;text-indent:0;";
     AppendLength(strCss, "min-width", nEnd - m_nStart);
     const std::string strStyle = StyleAttribute(strCss);
-    const std::string strPiece = std::exchange(m_strPiece, {});
+    std::string strPiece = std::exchange(m_strPiece, {});
+    if (strPiece.empty()) strPiece = kHardBlank;  // gives the box its line
     if (m_objBudget.Spend(strStyle.size() + kToRight.size())) {
       m_strHtml.append("<span").append(strStyle).append(">").append(strPiece).append(kTab);
       if (!strAtRight.empty()) m_strHtml.append(kToRight).append(strAtRight).append(kSpanEnd);
