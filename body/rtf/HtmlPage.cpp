@@ -82,7 +82,8 @@ std::string HtmlPage::Finish(const ParagraphFormat& objFormat,
   strPage.insert(0,
                  "<!DOCTYPE html>\n<html>\n<head></head>\n<body" + StyleAttribute(strCss) + ">\n");
   if (!m_strFootnotes.empty()) strPage.append("<hr>\n").append(m_strFootnotes);
-  return strPage += "</body>\n</html>\n";
+  strPage += "</body>\n</html>\n";
+  return strPage;
 }
 
 }  // namespace rtf

@@ -15,6 +15,7 @@ namespace {
 
 constexpr unsigned kWesternPage = 1252;
 constexpr int kMostStart = 1'000'000;  // of a list
+constexpr std::size_t kTagSize = 256;  // bytes of a picture's tag, mostly
 constexpr std::u16string_view kPictureOfShape = u"pib";
 
 bool HoldsText(Destination eDestination) {
@@ -369,6 +370,7 @@ std::string Reader::SavePictures(std::string strWhole) {
   if (m_arrPictures.empty()) return strWhole;
   std::string_view strPage = strWhole;
   std::string strResult;
+  strResult.reserve(strPage.size() + kTagSize * m_arrPictures.size());
   while (!strPage.empty()) {
     const std::size_t nMark = std::min(strPage.find(kPictureMark), strPage.size());
     strResult += strPage.substr(0, nMark);

@@ -73,7 +73,8 @@ std::string TableBuilder::Build(const Document& objDocument, StyleBudget& objBud
     WriteRow(strHtml, nRow, objDocument, objBudget);
   }
   m_arrRows.clear();
-  return strHtml += "</table>\n";
+  strHtml += "</table>\n";
+  return strHtml;
 }
 
 void TableBuilder::FindColumns() {
