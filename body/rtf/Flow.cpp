@@ -24,7 +24,11 @@ void Flow::EndLabel() {
   m_bInLabel = false;
   m_bHasLabel = true;
   m_strLabel = LayTabsInGrid(m_objLabel.Take());
-  while (m_strLabel.starts_with(kHardBlank)) m_strLabel.erase(0, kHardBlank.size());
+  std::size_t nBlanks = 0;  // bytes of them
+  while (std::string_view(m_strLabel).substr(nBlanks).starts_with(kHardBlank)) {
+    nBlanks += kHardBlank.size();
+  }
+  m_strLabel.erase(0, nBlanks);
 }
 
 // Where nothing else is said, what comes between a row's definition and its end is in its cells.

@@ -43,7 +43,7 @@ HtmlResult Reader::Read() {
   FlushBytes();
   EndPair();
   if (!m_arrStack.empty()) m_objNotes.Add(Note::kCut);
-  const State objLast = m_objState;
+  const State objLast = m_arrStack.empty() ? m_objEnd : m_objState;
   m_nUncounted = 0;
   while (!m_arrStack.empty()) CloseGroup();
   HtmlResult objResult;
@@ -116,6 +116,7 @@ void Reader::CloseGroup() {
   if (m_objState.bBegins) EndPair();
   const State objEnded = std::exchange(m_objState, m_arrStack.back());
   m_arrStack.pop_back();
+  if (m_arrStack.empty()) m_objEnd = objEnded;
   if (objEnded.bBegins) EndDestination(objEnded);
 }
 

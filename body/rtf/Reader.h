@@ -121,6 +121,7 @@ class Reader {
   std::size_t m_nSteps = 0;
 
   State m_objState;
+  State m_objEnd;  // of the document's group, where that has ended
   std::vector<State> m_arrStack;
   std::size_t m_nUncounted = 0;  // groups beyond kMostGroups
   std::size_t m_nSkipFrom = 0;   // of them, the one whose text is dropped; 0: none

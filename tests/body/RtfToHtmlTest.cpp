@@ -56,6 +56,10 @@ TEST(RtfToHtml, SmallTexts) {
       // Formats end with their group, and a paragraph has the format at its end.
       {R"({\rtf1 {\i a}b{\qc c\par}d})",
        "<p style=\"margin:0;text-align:center\"><i>a</i>bc</p>\n<p style=\"margin:0\">d</p>"},
+      // Many programs leave out the end of the last paragraph, which has its formats all the same.
+      {R"({\rtf1\pard a\par\pard\qc\li200 b})",
+       "<p style=\"margin:0\">a</p>\n<p "
+       "style=\"margin:0;text-align:center;margin-left:10pt\">b</p>"},
       {"{\\rtf1 a\r\nb\n c}", "<p style=\"margin:0\">ab c</p>"},
       // What stands behind the last brace, and braces too many.
       {R"({\rtf1 a}}} b)", "<p style=\"margin:0\">a b</p>"},
