@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "ews/Connection.h"
 #include "ews/EmailMessage.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
@@ -186,6 +187,28 @@ TEST_F(Outage, AProcessThatIsToEndWaitsNoMore) {
   for (int i = 0; i < 9; ++i) PushRefused();
   EXPECT_THAT(Find(), HasSubstr(ews::kWaitedFor));
   EXPECT_LT(Seconds(), 5);
+}
+
+TEST_F(Outage, ATokenAndTheEndpointAreWaitedForToo) {
+  CString text[] = {u"tenant", u"client", u"secret", u""};
+  m_transport.Push("", 503);
+  m_transport.Push("{\"access_token\":\"T\",\"expires_in\":3600}");
+  EXPECT_EQ(ConnectionDLL::Connection().GetAccessToken(text[0], text[1], text[2], text[3]), u"T");
+  EXPECT_THAT(m_told.at(0), StartsWith("login.microsoftonline.com does not answer ("));
+  for (int i = 0; i < 3; ++i) PushRefused();  // every place where it may be told of
+  m_transport.Push(
+      "<Autodiscover><Response><Account><Action>settings</Action><Protocol><Type>EXPR</Type>"
+      "<EwsUrl>https://mail.example.com/EWS</EwsUrl></Protocol></Account></Response></"
+      "Autodiscover>");
+  m_service->AutodiscoverUrl(u"a@example.com", nullptr);
+  EXPECT_EQ(m_service->Url(), u"https://mail.example.com/EWS");
+  EXPECT_THAT(m_told.at(2), StartsWith("example.com does not answer ("));
+  EXPECT_LT(Seconds(), 3);  // one wait each
+  m_transport.Push("", 401);
+  PushRefused();
+  PushRefused();
+  EXPECT_THAT(TextOf([&] { m_service->AutodiscoverUrl(u"a@example.com", nullptr); }),
+              HasSubstr("HTTP 401"));
 }
 
 TEST_F(Outage, WithoutPatienceNothingIsWaitedOut) {

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -187,9 +188,11 @@ std::string ScriptedServer::Url(const std::string& path, const std::string& host
 }
 
 void ScriptedServer::EndConnections() {
-  // The answer may be with the client while its thread here is still at work on the connection.
+  // The answer may be with the client while its thread here is still at work on the connection. One
+  // that cannot be written is never told of, so that the wait has an end.
   std::unique_lock lock(m_impl->mutex);
-  m_impl->ending.wait(lock, [this] { return m_impl->answered == m_impl->seen.size(); });
+  m_impl->ending.wait_for(lock, std::chrono::seconds(2),
+                          [this] { return m_impl->answered == m_impl->seen.size(); });
   m_impl->tls.value().EndConnections();
 }
 
