@@ -318,7 +318,9 @@ void Perform(CURL* pCurl, Outcome& objOutcome) {
   // The time is 0 for a kept connection, too, which took none to make.
   objEnd.bConnected = InfoOf<curl_off_t>(pCurl, CURLINFO_CONNECT_TIME_T) > 0 ||
                       InfoOf<curl_off_t>(pCurl, CURLINFO_SIZE_UPLOAD_T) > 0;
-  objEnd.bBodyOut = objEnd.bConnected && objTransfer.BodyIsOut();
+  // A body that was read went out over a connection, be it one before that which was refused last.
+  const bool bSent = objTransfer.pBody != nullptr || objEnd.bConnected;
+  objEnd.bBodyOut = bSent && objTransfer.BodyIsOut();
   objEnd.bAnswered = nStatus != 0;
   objEnd.bTooLarge = objTransfer.bTooLarge;
   objEnd.nProxyStatus = static_cast<int>(InfoOf<long>(pCurl, CURLINFO_HTTP_CONNECTCODE));
