@@ -13,9 +13,9 @@ namespace mail {
 // cell of a table has its own line. Lines end in CR LF.
 class ClsHtmlToText : public ClsBase {
  public:
-  static constexpr std::size_t kMaxDepth = 500;   // of elements that are shown
-  static constexpr std::size_t kIndent = 4;       // of a list item or quote, in columns
-  static constexpr std::size_t kMaxIndent = 160;  // of any number of them
+  static constexpr std::size_t kMaxDepth = 500;  // of elements that are shown
+  static constexpr std::size_t kIndent = 4;      // of a list item or quote, in columns
+  static constexpr std::size_t kMaxIndent = 72;  // of any number of them
 
   // Replaces out. An empty text gives an empty one. False only for want of memory.
   bool ToText(XString& html, XString& out);

@@ -44,7 +44,8 @@ void putName(std::string_view strName, std::string& strOut) {
   const auto isNamePart = [&](char ch) {
     return isNameStart(ch) || (ch >= '0' && ch <= '9') || ch == '-' || ch == '.';
   };
-  if (strName.empty() || !isNameStart(strName.front())) strOut += '_';
+  const bool bStart = !strName.empty() && (isNameStart(strName[0]) || !isNamePart(strName[0]));
+  if (!bStart) strOut += '_';
   for (const char ch : strName) strOut += isNamePart(ch) ? ch : '_';
 }
 
