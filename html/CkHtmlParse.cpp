@@ -5,6 +5,7 @@
 #include <new>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/AsciiText.h"
@@ -286,15 +287,14 @@ void TreeBuilder::closeCells(std::uint32_t nTag) {
 }
 
 // The text in UTF-8, less some controls that mailers leave in it.
-std::string textOf(std::string_view strHtml, unsigned nPage, LogBase& log) {
-  DataBuffer arrConverted;
+std::string textOf(std::string strText, unsigned nPage, LogBase& log) {
   if (nPage != code_page::kUtf8 && nPage != 0) {
     EncodingConvert objConvert;
-    (void)objConvert.convertText(nPage, code_page::kUtf8, strHtml.data(), strHtml.size(),
+    DataBuffer arrConverted;
+    (void)objConvert.convertText(nPage, code_page::kUtf8, strText.data(), strText.size(),
                                  arrConverted, log);
-    strHtml = arrConverted.view();
+    strText = arrConverted.view();
   }
-  std::string strText(strHtml);
   if (byte_search::hasByteBetween(strText, 0x19, 0x1D)) {
     std::erase_if(strText, [](char ch) { return ch == '\x19' || ch == '\x1C' || ch == '\x1D'; });
   }
@@ -310,12 +310,12 @@ void _ckHtmlParse::setDropped(std::string_view strName, bool bDropped) {
   if (nTag < m_aDropped.size()) m_aDropped[nTag] = bDropped;
 }
 
-bool _ckHtmlParse::parseHtml(std::string_view strHtml, unsigned nPage, HtmlTree& objTree,
+bool _ckHtmlParse::parseHtml(std::string strHtml, unsigned nPage, HtmlTree& objTree,
                              LogBase& log) const {
   const LogContextExitor objContext(log, "parseHtml");
   log.LogDataLong("HtmlCodePage", nPage);
   try {
-    const std::string_view strText = objTree.setSource(textOf(strHtml, nPage, log));
+    const std::string_view strText = objTree.setSource(textOf(std::move(strHtml), nPage, log));
     TreeBuilder(objTree, strText, m_aDropped, m_dropComments, m_nbspMode, log).build();
     return true;
   } catch (const std::bad_alloc&) {

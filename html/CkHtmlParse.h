@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "base/LibraryObject.h"
@@ -32,7 +33,7 @@ class _ckHtmlParse : public LibraryObject {
 
   // Fills objTree, which must be new. The text is in the code page nPage. False, logged, for want
   // of memory; what objTree holds then is of no use.
-  bool parseHtml(std::string_view strHtml, unsigned nPage, HtmlTree& objTree, LogBase& log) const;
+  bool parseHtml(std::string strHtml, unsigned nPage, HtmlTree& objTree, LogBase& log) const;
 
   bool m_dropComments = false;
   std::uint32_t m_nbspMode = kNbspBlank;

@@ -73,7 +73,10 @@ constexpr auto kBreaksOfKnown = [] {
 class TextWalk {
  public:
   TextWalk(const HtmlTree& objTree, std::int32_t nMargin, bool bLinks)
-      : m_objTree(objTree), m_nMargin(nMargin), m_bLinks(bLinks) {}
+      : m_objTree(objTree),
+        m_nMargin(nMargin),
+        m_bLinks(bLinks),
+        m_objText(objTree.sourceSize() / 2) {}
 
   std::string recursiveToText();
 
@@ -198,13 +201,19 @@ std::string startInQp(std::string_view strText) {
 
 // What mails bring as HTML, ready for the parser: text in front of the first tag is not to be lost,
 // and a bare "<a>" is a misspelt end tag in them.
-void prepare(std::string_view strHtml, StringBuffer& strOut) {
+std::string prepared(std::string_view strHtml) {
+  std::string strOut;
   const std::size_t nFirst = strHtml.find_first_not_of(" \t\r");
-  if (nFirst != std::string_view::npos && strHtml[nFirst] != '<') (void)strOut.append("<html>");
-  (void)strOut.append(strHtml);
-  for (const std::string_view strAnchor : {"<a>", "<A>"}) {
-    (void)strOut.replaceAll(strAnchor, "</a>");
+  if (nFirst != std::string_view::npos && strHtml[nFirst] != '<') strOut = "<html>";
+  constexpr std::string_view kAnchor = "<a>";
+  strOut.reserve(strOut.size() + strHtml.size());
+  for (std::size_t n = 0; n < strHtml.size();) {
+    const std::size_t nEnd = std::min(findNoCase(strHtml, kAnchor, n), strHtml.size());
+    strOut.append(strHtml.substr(n, nEnd - n));
+    if (nEnd != strHtml.size()) strOut += "</a>";
+    n = nEnd + kAnchor.size();
   }
+  return strOut;
 }
 
 // Without the empty lines at its start and the white space at its end.
@@ -245,9 +254,7 @@ bool ClsHtmlToText::ToText(XString& html, XString& out) {
   const std::string_view strHtml = html.utf8().view();
   if (m_log.m_bVerbose) m_log.LogData("inQP_utf8", startInQp(strHtml));
   ClsHtmlToXml objToXml;
-  StringBuffer strPrepared;
-  prepare(strHtml, strPrepared);
-  (void)objToXml.setHtml(strPrepared.view());
+  objToXml.setHtml(prepared(strHtml));
   objToXml.m_parse.keepTag("br");
   objToXml.m_parse.dropTag("span");
   objToXml.m_parse.m_nbspMode = _ckHtmlParse::kNbspStays;
@@ -260,9 +267,13 @@ bool ClsHtmlToText::ToText(XString& html, XString& out) {
     return objOperation.done(false);
   }
   const std::string strText = textOfTree(objTree, m_rightMargin, !m_suppressLinks, m_log);
-  StringBuffer strResult(withoutEdges(strText));
-  if (m_decodeHtmlEntities) _ckHtmlHelp::decodeEntities(strResult);
-  return objOperation.done(out.setFromUtf8(strResult.view()));
+  const std::string_view strShown = withoutEdges(strText);
+  if (!m_decodeHtmlEntities || strShown.find('&') == std::string_view::npos) {
+    return objOperation.done(out.setFromUtf8(strShown));
+  }
+  StringBuffer strDecoded(strShown);
+  _ckHtmlHelp::decodeEntities(strDecoded);
+  return objOperation.done(out.setFromUtf8(strDecoded.view()));
 }
 
 }  // namespace mail

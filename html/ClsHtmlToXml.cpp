@@ -2,6 +2,7 @@
 
 #include <new>
 #include <string>
+#include <utility>
 
 #include "base/MemoryShortage.h"
 #include "charset/CharsetNames.h"
@@ -14,7 +15,7 @@
 namespace mail {
 
 bool ClsHtmlToXml::toTree(HtmlTree& objTree, LogBase& log) {
-  return m_parse.parseHtml(m_html.utf8().view(), code_page::kUtf8, objTree, log);
+  return m_parse.parseHtml(std::move(m_html), code_page::kUtf8, objTree, log);
 }
 
 // The one that the caller named, else the page; one that is unknown counts as none.
@@ -22,7 +23,7 @@ void ClsHtmlToXml::charsetOfXml(StringBuffer& strCharset, LogBase& log) {
   (void)strCharset.setString(m_xmlCharset.view());
   if (!strCharset.isEmpty()) log.LogData("charset1", strCharset.view());
   if (!isKnownCharset(strCharset.view()) || strCharset.isEmpty()) {
-    _ckHtmlHelp::charsetFromMetaTag(m_html.utf8().view(), strCharset);
+    _ckHtmlHelp::charsetFromMetaTag(m_html, strCharset);
     if (!strCharset.isEmpty()) log.LogData("charset2", strCharset.view());
   }
   if (!isKnownCharset(strCharset.view()) || strCharset.isEmpty()) {
@@ -32,10 +33,10 @@ void ClsHtmlToXml::charsetOfXml(StringBuffer& strCharset, LogBase& log) {
 }
 
 bool ClsHtmlToXml::toXml(DataBuffer& out, LogBase& log) {
-  HtmlTree objTree;
-  if (!toTree(objTree, log)) return false;
   StringBuffer strCharset;
   charsetOfXml(strCharset, log);
+  HtmlTree objTree;
+  if (!toTree(objTree, log)) return false;
   try {
     std::string strXml;
     writeXml(objTree, strXml);

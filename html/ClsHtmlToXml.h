@@ -1,11 +1,12 @@
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/DataBuffer.h"
 #include "base/LibraryObject.h"
 #include "base/LogBase.h"
-#include "base/XString.h"
 #include "html/CkHtmlParse.h"
 #include "html/HtmlTree.h"
 
@@ -16,11 +17,11 @@ class ClsHtmlToXml : public LibraryObject {
  public:
   _ckHtmlParse m_parse;
 
-  bool setHtml(std::string_view strUtf8) { return m_html.setFromUtf8(strUtf8); }
+  void setHtml(std::string strUtf8) { m_html = std::move(strUtf8); }
   // The charset of the XML text; empty, as at the start, for the one that the page names.
   void setXmlCharset(std::string_view strName) { (void)m_xmlCharset.setString(strName); }
 
-  // False for want of memory. The tree must be new.
+  // Uses the page up, as does toXml. False for want of memory. The tree must be new.
   bool toTree(HtmlTree& objTree, LogBase& log);
   // Appends the XML text to out. It is UTF-8 where there is no other charset, or where the other
   // one lacks a character.
@@ -29,7 +30,7 @@ class ClsHtmlToXml : public LibraryObject {
  private:
   void charsetOfXml(StringBuffer& strCharset, LogBase& log);
 
-  XString m_html;
+  std::string m_html;
   StringBuffer m_xmlCharset;
 };
 

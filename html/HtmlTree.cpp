@@ -26,7 +26,7 @@ HtmlTree::HtmlTree() : m_arrNames(kFirstUnknown) {
   m_arrNames[kTextTag] = "text";
   m_arrNames[kDoctypeTag] = "doctype";
   m_arrNames[kCommentTag] = "comment";
-  m_arrNodes.push_back({{}, kRootTag});
+  (void)append({{}, kRootTag});
 }
 
 void HtmlTree::attribute(Index nNode, std::string_view strName, StringBuffer& strOut) const {
@@ -71,15 +71,21 @@ std::uint32_t HtmlTree::numberOfUnknown(std::string_view strName) {
   return nTag;
 }
 
+HtmlTree::Index HtmlTree::append(const Node& objNode) {
+  if (m_nSize == kNone) throw std::bad_alloc();
+  if (m_nSize % kBlock == 0) m_arrBlocks.push_back(std::make_unique<Node[]>(kBlock));
+  const auto nNode = static_cast<Index>(m_nSize++);
+  node(nNode) = objNode;
+  return nNode;
+}
+
 HtmlTree::Index HtmlTree::add(Index nParent, std::uint32_t nTag, std::string_view strText) {
-  if (m_arrNodes.size() == kNone) throw std::bad_alloc();
-  const auto nNode = static_cast<Index>(m_arrNodes.size());
-  m_arrNodes.push_back({strText, nTag, nParent});
-  Node& objParent = m_arrNodes[nParent];
+  const Index nNode = append({strText, nTag, nParent});
+  Node& objParent = node(nParent);
   if (objParent.nLastChild == kNone) {
     objParent.nFirstChild = nNode;
   } else {
-    m_arrNodes[objParent.nLastChild].nNext = nNode;
+    node(objParent.nLastChild).nNext = nNode;
   }
   objParent.nLastChild = nNode;
   return nNode;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <memory_resource>
 #include <string>
 #include <string_view>
@@ -36,7 +37,7 @@ class HtmlTree {
 
   struct Node {
     std::string_view strText;  // of an element its start tag as the page has it, less the ">"
-    std::uint32_t nTag;
+    std::uint32_t nTag = kRootTag;
     Index nParent = kNone;
     Index nFirstChild = kNone;
     Index nLastChild = kNone;
@@ -45,8 +46,9 @@ class HtmlTree {
 
   HtmlTree();  // a root alone
 
-  const Node& at(Index nNode) const { return m_arrNodes[nNode]; }
-  std::size_t size() const { return m_arrNodes.size(); }
+  const Node& at(Index nNode) const { return m_arrBlocks[nNode / kBlock][nNode % kBlock]; }
+  std::size_t size() const { return m_nSize; }
+  std::size_t sourceSize() const { return m_strSource.size(); }  // bytes of the page
   bool isElement(Index nNode) const {
     const std::uint32_t nTag = at(nNode).nTag;
     return nTag < kRootTag || nTag >= kFirstUnknown;
@@ -69,13 +71,18 @@ class HtmlTree {
   Index add(Index nParent, std::uint32_t nTag, std::string_view strText);  // as last child
 
  private:
+  static constexpr std::size_t kBlock = 256;  // nodes; they never move
+
+  Index append(const Node& objNode);
+  Node& node(Index nNode) { return m_arrBlocks[nNode / kBlock][nNode % kBlock]; }
   std::uint32_t numberOfUnknown(std::string_view strName);
 
   std::string m_strSource;
   std::pmr::monotonic_buffer_resource m_objTexts;
   std::vector<std::string_view> m_arrNames;
   std::unordered_map<std::string_view, std::uint32_t> m_mapUnknown;
-  std::vector<Node> m_arrNodes;
+  std::vector<std::unique_ptr<Node[]>> m_arrBlocks;
+  std::size_t m_nSize = 0;
 };
 
 }  // namespace mail

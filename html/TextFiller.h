@@ -18,6 +18,8 @@ namespace mail {
 // indentation did not count when it was laid.
 class TextFiller {
  public:
+  explicit TextFiller(std::size_t nExpected = 0) { m_strOut.reserve(nExpected); }
+
   static constexpr std::string_view kLineEnd = "\r\n";
 
   // Adds text between nIndent blanks and a margin in columns, under 1 for none. Its white space,

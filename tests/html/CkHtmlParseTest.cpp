@@ -16,7 +16,7 @@ using mail::_ckHtmlParse;
 
 // The tree as its XML text, without the declaration and the root.
 std::string Xml(mail::ClsHtmlToXml& toXml, std::string_view html) {
-  toXml.setHtml(html);
+  toXml.setHtml(std::string(html));
   mail::DataBuffer xml;
   mail::LogNull log;
   EXPECT_TRUE(toXml.toXml(xml, log));
@@ -103,7 +103,7 @@ TEST(CkHtmlParse, DropsTagsAndCommentsAndTreatsNbspAsTold) {
 TEST(CkHtmlParse, WritesXmlInTheCharsetOfThePage) {
   const auto whole = [](std::string_view html, std::string_view charset) {
     mail::ClsHtmlToXml toXml;
-    toXml.setHtml(html);
+    toXml.setHtml(std::string(html));
     toXml.setXmlCharset(charset);
     mail::DataBuffer xml;
     mail::LogNull log;
