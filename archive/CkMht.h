@@ -18,9 +18,9 @@ class MhtObserver;
 // and "X-Unsent: 1" (which stays for all that the object makes from then on), and of a page that
 // has something to show to readers without scripts, that is what a mail holds.
 //
-// False, and an empty text, only when the page itself cannot be had (or a result cannot be written).
-// What the page refers to and cannot be had stays as the URL that it was. Certificates must hold.
-// The limits on nesting and size are in archive/Mhtml.h.
+// False, and an empty text, only when the page itself cannot be had (or a result cannot be
+// written). What the page refers to and cannot be had stays as the URL that it was. Certificates
+// must hold. The limits on nesting and size are in archive/Mhtml.h.
 class CkMht : public CkMultiByteBase {
  public:
   CkMht();
@@ -82,7 +82,8 @@ class CkMht : public CkMultiByteBase {
   const char* webSiteLogin();
   void put_WebSiteLogin(const char* pszLogin);
 
-  // Is told what became of each resource; null, as at the start, for nobody. Must outlive the calls.
+  // Is told what became of each resource; null, as at the start, for nobody. Must outlive the
+  // calls.
   void setObserver(mail::MhtObserver* pObserver);
 
  private:

@@ -50,17 +50,17 @@ class HttpControl : public LibraryObject {
 
   std::string m_strUserAgent =
       "Mozilla/5.0 (Windows NT 6.3; WOW64; rv:49.0) Gecko/20100101 Firefox/49.0";
-  std::string m_strLogin;            // "name" or "name:password", of the page's server
-  std::string m_strCaFile;           // PEM; empty: what this system trusts
-  long m_nReadTimeoutMs = 20000;     // rounded up to seconds
+  std::string m_strLogin;             // "name" or "name:password", of the page's server
+  std::string m_strCaFile;            // PEM; empty: what this system trusts
+  long m_nReadTimeoutMs = 20000;      // rounded up to seconds
   std::uint64_t m_nMaxSizeMb = 2000;  // MiB of a response, unpacked
-  bool m_bNoNetwork = false;         // every request fails
+  bool m_bNoNetwork = false;          // every request fails
 
  private:
   enum class Login { kNone, kPreset, kNegotiated };
 
-  bool get(const std::string& strUrl, Login nLogin, HttpExchange& objExchange, HttpConnPool& objPool,
-           LogBase& log);
+  bool get(const std::string& strUrl, Login nLogin, HttpExchange& objExchange,
+           HttpConnPool& objPool, LogBase& log);
   bool isAllowed(const std::string& strUrl, LogBase& log);
   void setOptions(void* pHandle, const std::string& strUrl, Login nLogin) const;
   bool fail(std::string strReason, LogBase& log);

@@ -235,14 +235,14 @@ void Mhtml::takeBaseHref(std::string_view strHtml, LogBase& log) {
 }
 
 std::string Mhtml::pageType(std::string_view strHtml) {
-  const bool bXml = trimmed(strHtml).starts_with("<?xml ") &&
-                    findNoCase(strHtml, "<!DOCTYPE html") == kNone;
+  const bool bXml =
+      trimmed(strHtml).starts_with("<?xml ") && findNoCase(strHtml, "<!DOCTYPE html") == kNone;
   return bXml ? "text/xml" : "text/html";
 }
 
 void Mhtml::setRootHeaders(std::string_view strType, Form nForm, LogBase& log) {
-  const std::string strValue = "multipart/related; type=\"" + std::string(strType) +
-                               "\"; boundary=\"=_" + newUuid() + "\"";
+  const std::string strValue =
+      "multipart/related; type=\"" + std::string(strType) + "\"; boundary=\"=_" + newUuid() + "\"";
   m_pRoot->setHeaderField("Content-Type", strValue, log);
   m_pRoot->setHeaderField("MIME-Version", "1.0", log);
   if (!m_to.isEmpty()) m_pRoot->setHeaderField("To", m_to.view(), log);

@@ -44,8 +44,9 @@ struct SetAside;
 // A frame is a resource that is a document of its own: it goes through the same passes, with a
 // context on the stack, and its resources become parts beside the page's.
 //
-// Whatever the page holds, the work is linear in the bytes that are read: limits are below, and what
-// goes beyond them counts as missing. A missing resource is no failure. Throws std::bad_alloc alone.
+// Whatever the page holds, the work is linear in the bytes that are read: limits are below, and
+// what goes beyond them counts as missing. A missing resource is no failure. Throws std::bad_alloc
+// alone.
 class Mhtml : public LibraryObject {
  public:
   static constexpr std::size_t kMaxFrameDepth = 32;    // contexts, the page's among them
@@ -54,7 +55,7 @@ class Mhtml : public LibraryObject {
   static constexpr int kMaxImportDepth = 5;            // of the sheet whose imports are honoured
   static constexpr int kMaxStyleUrls = 120;            // of one sheet
   // Of sheets, included files and frames that are brought into one page.
-  static constexpr std::size_t kMaxBroughtBytes = std::size_t{64} << 20;
+  static constexpr std::size_t kMaxBroughtBytes = std::size_t{32} << 20;
   static constexpr std::uint64_t kMaxResponseMb = 1024;  // MiB
   static constexpr long kReadTimeoutMs = 60000;
 
@@ -66,8 +67,8 @@ class Mhtml : public LibraryObject {
   Mhtml();
   ~Mhtml() override;
 
-  // Each sets strMime to the text of the document. False, and nothing in it, when the page cannot be
-  // had. A base URL ("http://host/folder", "file:///folder") is what relative URLs belong to.
+  // Each sets strMime to the text of the document. False, and nothing in it, when the page cannot
+  // be had. A base URL ("http://host/folder", "file:///folder") is what relative URLs belong to.
   bool convertFileUtf8(XString& strPath, std::string_view strBaseUrl, Form nForm, XString& strMime,
                        LogBase& log);
   bool convertHttpGetUtf8(std::string_view strUrl, Form nForm, XString& strMime, LogBase& log);
@@ -153,23 +154,27 @@ class Mhtml : public LibraryObject {
                    StringBuffer& strOut, LogBase& log);
 
   // --- MhtmlResources.cpp: resources and their parts. ---
-  std::string addResource(const std::string& strUrl);
+  // The entry of that URL in the document's list; good until the document is done.
+  const StringPair& addResource(const std::string& strUrl);
   void addResourceParts(std::string_view strHtml, LogBase& log);
   bool isWanted(const StringPair& objPair, bool bReferenced, bool bFrameset, LogBase& log);
   void addResourcePart(const StringPair& objPair, LogBase& log);
-  void setPartHeaders(MimeMessage2& objPart, const StringPair& objPair,
-                      const DetectedType& objType, std::string_view strCharset, LogBase& log);
-  void processFrame(const std::string& strUrl, const std::string& strFolder,
-                    StringBuffer& strHtml, MimeMessage2& objPart, LogBase& log);
+  void setPartHeaders(MimeMessage2& objPart, const StringPair& objPair, const DetectedType& objType,
+                      std::string_view strCharset, LogBase& log);
+  void processFrame(const std::string& strUrl, const std::string& strFolder, StringBuffer& strHtml,
+                    MimeMessage2& objPart, LogBase& log);
   bool fetchResource(const std::string& strUrl, Fetched& objFetched, LogBase& log);
   bool loadLocal(const std::string& strUrl, Fetched& objFetched, std::string& strReason,
                  LogBase& log);
   // A file by its name in the current document, in any of its spellings.
   std::optional<std::string> findLocal(const std::string& strName);
-  bool spendBrought(std::size_t nBytes);  // false when the page has brought in too much
+  // False when the page has brought in too much.
+  bool spendBrought(std::size_t nBytes);
+  bool takesFrame(std::size_t nBytes);
   // One text for all spellings of what one URL means in the current document.
   std::string identityOf(const std::string& strUrl);
-  std::string partOf(const std::string& strUrl);
+  // One text for each part: with ids the thing itself, without them each URL that stands for it.
+  std::string partKeyOf(const std::string& strUrl);
 
   // --- MhtmlUrls.cpp: what URLs mean in the current document. ---
   MhtmlContext& context();  // the top of the stack, which is never empty behind it
@@ -182,16 +187,16 @@ class Mhtml : public LibraryObject {
   ExtPtrArrayOf<MhtmlContext> m_contexts;
   OwnedPtr<MimeMessage2> m_pRoot;  // of the document in work
   std::size_t m_frameCounter = 0;
-  StringBuffer m_pageUrl;  // of a page that came over the network
+  StringBuffer m_pageUrl;      // of a page that came over the network
   bool m_dropScripts = false;  // of the document in work
   bool m_isLocal = false;      // its relative URLs are names of files
   bool m_fromMemory = false;
   _ckCharset m_charset;  // of the page; one that a file names stays for the next file
   StringBuffer m_styleBase;
-  std::unordered_set<std::string> m_doneUrls;  // as partOf
+  std::unordered_set<std::string> m_doneUrls;  // as partKeyOf
   std::unordered_map<std::string, std::string> m_cidToUrl;
-  std::unordered_map<std::string, std::string> m_mapIds;  // identityOf -> content id
-  std::unordered_set<std::string> m_setMissing;           // as identityOf
+  std::unordered_map<std::string, std::string> m_mapIds;      // identityOf -> content id
+  std::unordered_set<std::string> m_setMissing;               // as identityOf
   std::unordered_map<std::string, StringBuffer> m_mapSheets;  // identityOf -> text as fetched
   std::size_t m_nBroughtBytes = 0;
 };

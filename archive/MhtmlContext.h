@@ -21,8 +21,8 @@ class MhtmlContext : public LibraryObject {
   bool m_bSavedIsLocal = false;  // of the document around the frame that is in work
   bool m_bSavedFromMemory = false;
 
-  std::string m_strFolder;         // relative local names are joined to it; ends in "/" or is empty
-  bool m_bFromNetwork = false;     // nothing local is read for such a document
+  std::string m_strFolder;      // relative local names are joined to it; ends in "/" or is empty
+  bool m_bFromNetwork = false;  // nothing local is read for such a document
   std::unordered_map<std::string, std::size_t> m_mapIndex;  // lower-case URL -> m_arrResources
   std::unordered_set<std::string> m_setImported;            // sheets, as Mhtml::identityOf
 };

@@ -27,24 +27,12 @@ struct Folding {
 };
 // Tags in capitals, to which no pass but one without regard to case would come. In this order.
 constexpr std::array kFoldings = std::to_array<Folding>({
-    {"<BODY", "<body"},
-    {"<FRAME", "<frame"},
-    {"<TABLE", "<table"},
-    {"<TD", "<td"},
-    {"<IFRAME", "<iframe"},
-    {"<NOSCRIPT", "<noscript"},
-    {"<SCRIPT", "<script"},
-    {"</IFRAME", "</iframe"},
-    {"</NOSCRIPT", "</noscript"},
-    {"</SCRIPT", "</script"},
-    {"</TITLE", "</title"},
-    {"<TITLE", "<title"},
-    {"<INPUT", "<input"},
-    {"<IMG", "<img"},
-    {"<IMAGE", "<img"},
-    {"<image", "<img"},
-    {"<LINK", "<link"},
-    {"BACKGROUND-IMAGE", "background-image"},
+    {"<BODY", "<body"},       {"<FRAME", "<frame"},     {"<TABLE", "<table"},
+    {"<TD", "<td"},           {"<IFRAME", "<iframe"},   {"<NOSCRIPT", "<noscript"},
+    {"<SCRIPT", "<script"},   {"</IFRAME", "</iframe"}, {"</NOSCRIPT", "</noscript"},
+    {"</SCRIPT", "</script"}, {"</TITLE", "</title"},   {"<TITLE", "<title"},
+    {"<INPUT", "<input"},     {"<IMG", "<img"},         {"<IMAGE", "<img"},
+    {"<image", "<img"},       {"<LINK", "<link"},       {"BACKGROUND-IMAGE", "background-image"},
     {"<V:", "<v:"},
 });
 
@@ -153,7 +141,8 @@ void Mhtml::extractScripts(StringBuffer& strHtml, SetAside& objSetAside, LogBase
   rewriteBlocks(strHtml, "<script", "</script>",
                 [&](std::string_view strBlock, bool bClosed, StringBuffer& strOut) {
                   if (!bClosed) log.LogError("Unclosed SCRIPT tag!");
-                  if (!bClosed) strBlock = strBlock.substr(0, objOpen.endOf(strBlock, m_dropScripts));
+                  if (!bClosed)
+                    strBlock = strBlock.substr(0, objOpen.endOf(strBlock, m_dropScripts));
                   if (!m_dropScripts && bClosed) {
                     objSetAside.arrScripts.emplace_back(strBlock);
                     (void)strOut.append(SetAside::kScriptPlace);
@@ -176,7 +165,7 @@ MimeMessage2& Mhtml::addMainPart(StringBuffer& strHtml, LogBase& log) {
   _ckHtmlHelp::charsetFromMetaTag(strHtml.view(), strNamed);
   log.LogData("htmlCharset", strNamed.view());
   _ckCharset objNamed;
-  (void)mail_charset::setByName(objNamed, strNamed.view());
+  if (!strNamed.isEmpty()) (void)mail_charset::setByName(objNamed, strNamed.view());
   // Text in bytes is none in units of two or four.
   if (code_page::isWide(static_cast<unsigned>(objNamed.getCodePage()))) {
     strNamed.clear();
@@ -189,8 +178,8 @@ MimeMessage2& Mhtml::addMainPart(StringBuffer& strHtml, LogBase& log) {
     strCharset = m_charset.getName().view();
     log.LogDataLong("CodePage1", m_charset.getCodePage());
     const std::size_t nTitle = strNamed.isEmpty() ? findBytes(strHtml.view(), "</title>") : kNone;
-    if (nTitle != kNone) insertAt(strHtml, nTitle + std::string_view("</title>").size(),
-                                  metaTag(strCharset));
+    if (nTitle != kNone)
+      insertAt(strHtml, nTitle + std::string_view("</title>").size(), metaTag(strCharset));
   } else if (!strNamed.isEmpty()) {
     m_charset = objNamed;
     log.LogDataLong("codePage2", m_charset.getCodePage());
@@ -215,7 +204,8 @@ void Mhtml::rewriteTagsOf(StringBuffer& strHtml, LogBase& log) {
   rewriteScripts(strHtml, "<input", log);
   {
     const LogContextExitor objContext(log, "makeAbsoluteUrls");
-    for (const Link& objLink : kLinks) makeAbsolute(strHtml, objLink.strNeedle, objLink.strAttribute);
+    for (const Link& objLink : kLinks)
+      makeAbsolute(strHtml, objLink.strNeedle, objLink.strAttribute);
   }
   if (!m_dropScripts) rewriteRollovers(strHtml, log);
   updateLinkHrefs(strHtml, log);

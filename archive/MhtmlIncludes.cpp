@@ -7,15 +7,16 @@
 
 namespace mail {
 
-// "<!--#include file="foot.html" -->", as a server would put it together. A file in its own chain of
-// includes, and one too deep, vanishes as one that is not there does.
+// "<!--#include file="foot.html" -->", as a server would put it together. A file in its own chain
+// of includes, and one too deep, vanishes as one that is not there does.
 void Mhtml::processIncludes(StringBuffer& strHtml, std::vector<std::string>& arrChain,
                             LogBase& log) {
   bool bTagEnds = true;
   rewriteBlocks(strHtml, "<!--#include", "-->",
                 [&](std::string_view strBlock, bool bClosed, StringBuffer& strOut) {
-                  if (bClosed) {
-                    includeFile(strBlock, arrChain, strOut, log);
+                  if (bClosed) {  // the dashes would belong to a name without quotes
+                    const std::string strTag(strBlock.substr(0, strBlock.size() - 3));
+                    includeFile(strTag + ">", arrChain, strOut, log);
                     return strBlock.size();
                   }
                   const std::size_t nEnd = bTagEnds ? strBlock.find('>') : std::string_view::npos;

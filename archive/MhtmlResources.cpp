@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -49,23 +50,21 @@ std::unordered_set<std::string_view> idsIn(std::string_view strText) {
 
 }  // namespace
 
-std::string Mhtml::addResource(const std::string& strGiven) {
+const StringPair& Mhtml::addResource(const std::string& strGiven) {
   const bool bQuoted = strGiven.size() > 1 && strGiven.front() == '\'' && strGiven.back() == '\'';
   const std::string strUrl = bQuoted ? strGiven.substr(1, strGiven.size() - 2) : strGiven;
   MhtmlContext& objContext = context();
   // Without regard to case: the system that pages were written on had none.
   const auto [it, bNew] =
       objContext.m_mapIndex.try_emplace(lowerCase(strUrl), objContext.m_arrResources.getSize());
-  if (!bNew) {
-    return std::string(objContext.m_arrResources.at(it->second)->m_strContentId.view());
-  }
+  if (!bNew) return *objContext.m_arrResources.at(it->second);
   // Another document of this page may show the same thing, which has one part.
   std::string& strId = m_mapIds[identityOf(strUrl)];
   if (strId.empty()) strId = "CID-" + newUuid();
   if (!objContext.m_arrResources.append(makeOwned<StringPair>(strUrl, strId))) {
     throw std::bad_alloc();
   }
-  return strId;
+  return *objContext.m_arrResources.at(it->second);
 }
 
 // What a resource adds to the list while the loop runs belongs to a frame's own list, or comes too
@@ -78,13 +77,17 @@ void Mhtml::addResourceParts(std::string_view strHtml, LogBase& log) {
   for (std::size_t n = 0; n < nCount; ++n) {
     const StringPair& objPair = *m_contexts.at(nDepth)->m_arrResources.at(n);
     const bool bReferenced = setIds.contains(objPair.m_strContentId.view());
+    const auto objStart = std::chrono::steady_clock::now();
     if (isWanted(objPair, bReferenced, bFrameset, log)) addResourcePart(objPair, log);
+    const auto objTaken = std::chrono::steady_clock::now() - objStart;
+    log.LogDataLong("contentPartTime",
+                    std::chrono::duration_cast<std::chrono::milliseconds>(objTaken).count());
   }
 }
 
 bool Mhtml::isWanted(const StringPair& objPair, bool bReferenced, bool bFrameset, LogBase& log) {
   const std::string strUrl(objPair.m_strUrl.view());
-  if (strUrl.empty() || m_doneUrls.contains(partOf(strUrl))) return false;
+  if (strUrl.empty() || m_doneUrls.contains(partKeyOf(strUrl))) return false;
   if (m_useCids && !bReferenced && !bFrameset && !isPageUrl(strUrl)) {
     log.LogInfo("Skipping content because it is not referenced in the HTML.");
     return false;
@@ -106,18 +109,22 @@ void Mhtml::addResourcePart(const StringPair& objPair, LogBase& log) {
     log.LogError("Failed to download or include external content.");
     return;
   }
-  m_cidToUrl.erase("cid:" + std::string(objPair.m_strContentId.view()));
-  m_doneUrls.insert(partOf(strUrl));
   const DetectedType objType = detectContentType(objFetched.arrBytes.view(), strUrl);
   if (objType.bIsScript && m_dropScripts) {
     log.LogInfo("Not including because this is a script.");
     return;
   }
+  const std::string strExtension = extensionOf(strUrl);
+  const bool bFrame = !objType.bIsBinary && isFrameText(objType.strType, strExtension);
+  if (bFrame && !takesFrame(objFetched.arrBytes.getSize())) {
+    m_setMissing.insert(identityOf(strUrl));
+    if (m_pObserver != nullptr) m_pObserver->missing(strUrl, "the page shows too much already");
+    return;
+  }
+  m_cidToUrl.erase("cid:" + std::string(objPair.m_strContentId.view()));
+  m_doneUrls.insert(partKeyOf(strUrl));
   auto pPart = makeOwned<MimeMessage2>();
   if (pPart == nullptr) throw std::bad_alloc();
-  const std::string strExtension = extensionOf(strUrl);
-  const bool bFrame = !objType.bIsBinary && isFrameText(objType.strType, strExtension) &&
-                      m_frameCounter < kMaxFrames && spendBrought(objFetched.arrBytes.getSize());
   StringBuffer strHtml;
   StringBuffer strCharset;
   if (strExtension == ".css") (void)strCharset.setString("iso-8859-1");
@@ -195,9 +202,8 @@ bool Mhtml::fetchResource(const std::string& strUrl, Fetched& objFetched, LogBas
   if (m_setMissing.contains(strIdentity)) return false;
   const bool bHttp = isHttpUrl(strUrl);
   std::string strReason;
-  const bool bFetched =
-      bHttp ? m_http.httpGetResource(strUrl, objFetched.arrBytes, m_connPool, log)
-            : loadLocal(strUrl, objFetched, strReason, log);
+  const bool bFetched = bHttp ? m_http.httpGetResource(strUrl, objFetched.arrBytes, m_connPool, log)
+                              : loadLocal(strUrl, objFetched, strReason, log);
   if (!bFetched) {
     m_setMissing.insert(strIdentity);
     if (m_pObserver != nullptr) m_pObserver->missing(strUrl, bHttp ? m_http.failure() : strReason);
@@ -231,15 +237,18 @@ std::optional<std::string> Mhtml::findLocal(const std::string& strName) {
   return m_files.find(arrPaths);
 }
 
+bool Mhtml::takesFrame(std::size_t nBytes) {
+  return m_frameCounter < kMaxFrames && spendBrought(nBytes);
+}
+
 bool Mhtml::spendBrought(std::size_t nBytes) {
   if (nBytes > kMaxBroughtBytes - m_nBroughtBytes) return false;
   m_nBroughtBytes += nBytes;
   return true;
 }
 
-// Which part shows that URL: tags find it by its content id, or else by the URL as they spell it.
-std::string Mhtml::partOf(const std::string& strUrl) {
-  return m_useCids ? identityOf(strUrl) : identityOf(strUrl) + '\n' + strUrl;
+std::string Mhtml::partKeyOf(const std::string& strUrl) {
+  return m_useCids ? identityOf(strUrl) : strUrl + '\n' + identityOf(strUrl);
 }
 
 std::string Mhtml::identityOf(const std::string& strUrl) {

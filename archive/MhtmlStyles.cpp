@@ -11,8 +11,8 @@
 #include "charset/ByteOrderMarks.h"
 #include "html/CkHtmlHelp.h"
 
-// A sheet is text too. Its own URLs are made absolute before the sheets that it imports are put into
-// it, whose URLs belong to another folder.
+// A sheet is text too. Its own URLs are made absolute before the sheets that it imports are put
+// into it, whose URLs belong to another folder.
 
 namespace mail {
 namespace {
@@ -142,21 +142,20 @@ void removeStyleTags(StringBuffer& strSheet) {
 }  // namespace
 
 void Mhtml::extractStyles(StringBuffer& strHtml, SetAside& objSetAside, LogBase& log) {
-  rewriteBlocks(
-      strHtml, "<style", "</style>",
-      [&](std::string_view strBlock, bool bClosed, StringBuffer& strOut) -> std::size_t {
-        if (!bClosed) {
-          log.LogError("Unclosed STYLE tag!");
-          (void)strOut.append(strBlock);
-          return strBlock.size();
-        }
-        const Exchanged objBase(m_styleBase, {});
-        StringBuffer strText(strBlock);
-        processSheet(strText, 0, log);
-        objSetAside.arrStyles.emplace_back(strText.view());
-        (void)strOut.append(SetAside::kStylePlace);
-        return strBlock.size();
-      });
+  rewriteBlocks(strHtml, "<style", "</style>",
+                [&](std::string_view strBlock, bool bClosed, StringBuffer& strOut) -> std::size_t {
+                  if (!bClosed) {
+                    log.LogError("Unclosed STYLE tag!");
+                    (void)strOut.append(strBlock);
+                    return strBlock.size();
+                  }
+                  const Exchanged objBase(m_styleBase, {});
+                  StringBuffer strText(strBlock);
+                  processSheet(strText, 0, log);
+                  objSetAside.arrStyles.emplace_back(strText.view());
+                  (void)strOut.append(SetAside::kStylePlace);
+                  return strBlock.size();
+                });
 }
 
 void Mhtml::updateLinkHrefs(StringBuffer& strHtml, LogBase& log) {
@@ -274,10 +273,10 @@ std::string Mhtml::styleUrl(std::string_view strValue, LogBase& log) {
   const std::string strUrl =
       bFromSheet ? joinSheetUrl(m_styleBase.view(), strValue) : imageUrl(strValue);
   const bool bFromFolder = !context().m_strFolder.empty();
-  log.LogData(bFromSheet                   ? "combinedBgUrl"
-              : bFromFolder                ? "combinedBgPath2"
+  log.LogData(bFromSheet                  ? "combinedBgUrl"
+              : bFromFolder               ? "combinedBgPath2"
               : strValue.starts_with('/') ? "combinedBgUrl_1"
-                                           : "combinedBgUrl_2",
+                                          : "combinedBgUrl_2",
               strUrl);
   return replacedAll(strUrl, " ", "%20");  // it stands without quotes from now on
 }

@@ -45,8 +45,9 @@ bool Mhtml::isEmbeddableImage(std::string_view strUrl) const {
 }
 
 std::string Mhtml::referTo(const std::string& strUrl) {
-  const std::string strId = "cid:" + addResource(strUrl);
-  if (!m_useCids) return strUrl;
+  const StringPair& objPair = addResource(strUrl);
+  if (!m_useCids) return std::string(objPair.m_strUrl.view());
+  std::string strId = "cid:" + std::string(objPair.m_strContentId.view());
   m_cidToUrl.try_emplace(strId, strUrl);
   return strId;
 }

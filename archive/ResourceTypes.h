@@ -8,7 +8,7 @@ namespace mail {
 // What a resource is, by its first bytes and by its URL. Linear; throws std::bad_alloc alone.
 
 struct DetectedType {
-  std::string strType;    // "image/png"
+  std::string strType;  // "image/png"
   bool bIsScript = false;
   bool bIsBinary = false;  // an image or a PDF
 };
@@ -21,8 +21,8 @@ std::string extensionOf(std::string_view strUrl);
 // UTF-8.
 std::string resourceName(std::string_view strType, std::string_view strUrl);
 
-// Whether a style sheet may mean a picture by this URL that is to be embedded: data and cid URLs and
-// what looks like a page are none.
+// Whether a style sheet may mean a picture by this URL that is to be embedded: data and cid URLs
+// and what looks like a page are none.
 bool isPictureUrl(std::string_view strUrl);
 
 }  // namespace mail

@@ -35,8 +35,8 @@ std::string withoutDotNames(std::string_view strPath);
 // Whether it begins with a scheme and a colon ("data:", "https:"); one letter is a drive.
 bool hasScheme(std::string_view strUrl);
 bool isHttpUrl(std::string_view strUrl);  // begins with http: or https:, in any case
-// Whether it looks as if a page, and no picture, would come from there: by its extension, or because
-// it names a host alone.
+// Whether it looks as if a page, and no picture, would come from there: by its extension, or
+// because it names a host alone.
 bool isPageUrl(std::string_view strUrl);
 
 // "%41" becomes "A"; what is no two hexadecimal digits behind a "%" stays.
