@@ -1,0 +1,147 @@
+// Pages that were made to do harm: the time grows as the page does, every loop ends, and what can
+// be shown is.
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "archive/EventAttributes.h"
+#include "tests/archive/ArchiveSupport.h"
+#include "tests/archive/PageServer.h"
+
+namespace {
+
+using namespace archive_support;
+using testing::HasSubstr;
+
+std::string Repeated(std::string_view text, std::size_t count) {
+  std::string result;
+  for (std::size_t n = 0; n < count; ++n) result += text;
+  return result;
+}
+
+double SecondsFor(const std::string& html) {
+  Converter converter;
+  converter.mht.put_NoNetwork(true);
+  converter.mht.put_ConfineToFolder(true);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_NE(converter.mht.htmlToEML(html.c_str()), nullptr);
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Quadratic work on the larger page takes a hundred times as long as on the smaller one.
+TEST(MhtHostile, TimeGrowsWithThePage) {
+  for (const char* piece : {"<img \">\" ",
+                            "<img \"",
+                            "<img src=x ",
+                            "<a href='>\"",
+                            "<script",
+                            "<script>-->",
+                            "<style",
+                            "<style>@import",
+                            "<style>@import a;",
+                            "background:url(",
+                            "<!--#include",
+                            "<link ",
+                            "<noscript>onclick=\"",
+                            "onclick=' = ",
+                            "<iframe src=a",
+                            "<velkor_style>",
+                            "cid:CID-",
+                            "<meta '",
+                            "<base",
+                            "<td background=\"a\" background='"}) {
+    const std::size_t count = 400'000 / std::string_view(piece).size();
+    const double small = SecondsFor(Repeated(piece, count / 10));
+    const double large = SecondsFor(Repeated(piece, count));
+    EXPECT_LT(large, 30 * small + 0.3) << piece;
+  }
+  EXPECT_LT(SecondsFor("<img " + std::string(10'000'000, 'a') + ">"), 10);
+  EXPECT_LT(SecondsFor("<style>" + Repeated(".a{background:url(x.gif)}", 40'000) + "</style>"), 10);
+}
+
+TEST(MhtHostile, TenThousandPictures) {
+  TemporaryFolder folder;
+  folder.Write("one.gif", kGif);
+  std::string tags = Repeated("<img src=one.gif>", 10'000);
+  for (int n = 0; n < 10'000; ++n) {
+    folder.Write(std::to_string(n) + ".gif", kGif);
+    tags += "<img src=" + std::to_string(n) + ".gif>";
+  }
+  const Message archive = Converter().Mht(folder.Write("p.html", tags));
+  ASSERT_EQ(archive.parts.size(), 10'002U);
+  EXPECT_EQ(CountOf(archive.Page(), archive.parts[1].id), 10'000U);
+  EXPECT_EQ(CountOf(archive.Page(), archive.parts[10'001].id), 1U);
+}
+
+TEST(MhtHostile, SheetsThatImportOneAnotherUnderManyNames) {
+  PageServer site;
+  std::string imports;
+  for (int n = 0; n < 50; ++n) imports += "@import 's.css?" + std::to_string(n) + "';";
+  for (int n = 0; n < 50; ++n) site.Put("/s.css?" + std::to_string(n), imports + "s{}", "text/css");
+  site.Put("/",
+           "<style>" + imports + "</style>" + Repeated("<link rel=stylesheet href=s.css?1>", 50));
+  const std::string text = Converter().Mht(site.Url("/")).Page();
+  EXPECT_EQ(CountOf(text, "s{}"), 100U);  // once each, and once for each link
+  EXPECT_EQ(site.Asked("/s.css?1").size(), 1U);
+}
+
+TEST(MhtHostile, WhatIsBroughtIntoAPageIsBounded) {
+  TemporaryFolder folder;
+  folder.Write("big.css", std::string(1'000'000, 'x'));
+  folder.Write("a", Repeated("<!--#include file=b -->", 20));
+  folder.Write("b", Repeated("<!--#include file=c -->", 20));
+  folder.Write("c", std::string(1'000'000, 'y'));
+  const std::string links = Repeated("<link rel=stylesheet href=big.css>", 200);
+  EXPECT_LT(Converter().Mht(folder.Write("p.html", links)).text.size(), 50'000'000U);
+  EXPECT_LT(Converter().Mht(folder.Write("q.html", "<!--#include file=a -->")).text.size(),
+            50'000'000U);
+}
+
+TEST(MhtHostile, FramesByManyNamesOfOneFile) {
+  TemporaryFolder folder;
+  std::filesystem::create_symlink(".", folder.File("d"));
+  std::filesystem::create_symlink(".", folder.File("e"));
+  const std::string page = folder.Write(
+      "f.html",
+      "<iframe src=d/f.html></iframe><iframe src=e/f.html></iframe><iframe src=%66.html>");
+  const Message archive = Converter().Mht(page);
+  EXPECT_LE(archive.parts.size(), 1001U);
+  EXPECT_GT(archive.parts.size(), 3U);
+}
+
+TEST(MhtHostile, EventAttributesOfEveryForm) {
+  const auto without = [](std::string_view text) {
+    mail::StringBuffer html(text);
+    mail::removeEventAttributes(html);
+    return std::string(html.view());
+  };
+  EXPECT_EQ(without("<p ONCLICK = \"a>b\" onselectstart='x' onMove=y>"), "<p   >");
+  EXPECT_EQ(without("<p onclick onfoo=1 on=2 ontology=3 xonload=4>"),
+            "<p onclick onfoo=1 on=2 ontology=3 x>");
+  EXPECT_EQ(without("<p onclonclick=\"a\"ick=\"b\">"), "<p >");
+  EXPECT_EQ(without("<p onclick=\"a>b"), "<p >b");
+  EXPECT_EQ(without("onload="), "");
+  EXPECT_EQ(without("="), "=");
+}
+
+// Cut anywhere, a page still gives an archive that holds its first word.
+TEST(MhtHostile, EveryPrefixOfAPage) {
+  const std::string html =
+      "word <img src=\"a b.gif\" alt='x'><style>@import url('a.css'); "
+      "b{background:url(\"c\")}</style>"
+      "<link rel=stylesheet href=x.css><script src=x.js>y</script><iframe src=f.html></iframe>"
+      "<!--#include file=\"x\" --><td background=b><a "
+      "onmouseover=\"s('a.gif')\"><noscript>n</noscript>";
+  for (std::size_t n = 4; n <= html.size(); ++n) {
+    Converter converter;
+    const Message mail = Read(converter.mht.htmlToEML(html.substr(0, n).c_str()));
+    ASSERT_EQ(mail.parts.size(), 1U) << n;
+    EXPECT_THAT(mail.Page(), HasSubstr("word"));
+  }
+}
+
+}  // namespace

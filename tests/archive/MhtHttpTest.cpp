@@ -1,0 +1,146 @@
+// Pages of a web site.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/archive/ArchiveSupport.h"
+#include "tests/archive/PageServer.h"
+
+namespace {
+
+using namespace archive_support;
+using testing::HasSubstr;
+using testing::Not;
+
+TEST(MhtHttp, EverythingOfAPageIsFetchedAndNamedByItsUrl) {
+  PageServer site;
+  site.Put("/dir/page.html",
+           "<head><title>t</title><link rel=stylesheet href='/css/s.css?v=1'></head>"
+           "<style>b{background:url(pic.gif)}</style><img src=pic.gif><img src=/root.gif>"
+           "<img src=gone.gif><iframe src=f/frame.html></iframe><a href=../up.html>x</a>");
+  site.Put("/css/s.css?v=1", "i{background-image:url(bg.gif)}", "text/css");
+  for (const char* path : {"/dir/pic.gif", "/root.gif", "/css/bg.gif", "/dir/f/in.gif"}) {
+    site.Put(path, kGif + path, "image/gif");
+  }
+  site.Put("/dir/f/frame.html", "<img src=in.gif><img src=../pic.gif>");
+  Converter converter;
+  converter.mht.put_UseCids(false);
+  const Message archive = converter.Mht(site.Url("/dir/page.html#part"));
+  ASSERT_EQ(archive.parts.size(), 6U);
+  EXPECT_EQ(archive.parts[0].location, site.Url("/dir/page.html"));
+  for (const char* path : {"/dir/pic.gif", "/root.gif", "/css/bg.gif", "/dir/f/in.gif"}) {
+    ASSERT_NE(archive.At(site.Url(path)), nullptr) << path;
+    EXPECT_EQ(archive.At(site.Url(path))->body, kGif + path);
+    EXPECT_EQ(site.Asked(path).size(), 1U);
+  }
+  EXPECT_THAT(archive.Page(), HasSubstr("href=\"" + site.Url("/up.html") + "\""));
+  EXPECT_THAT(archive.Page(), HasSubstr("src=\"" + site.Url("/dir/gone.gif") + "\""));
+  EXPECT_THAT(archive.Page(), HasSubstr("b{background:url(" + site.Url("/dir/pic.gif") + ")}"));
+  EXPECT_THAT(site.Asked("/root.gif")[0].find("User-Agent")->second, HasSubstr("Trident"));
+
+  Converter byId;
+  const Message withIds = byId.Mht(site.Url("/dir/page.html"));
+  EXPECT_THAT(withIds.Page(), HasSubstr("src=\"" + site.Url("/dir/gone.gif") + "\""));
+  EXPECT_THAT(byId.told.reasons, testing::ElementsAre("the server answered 404"));
+}
+
+TEST(MhtHttp, BasesAreThoseOfTheLastRedirection) {
+  PageServer site;
+  site.Redirect("/old", "/new/place/p.html");
+  site.Put("/new/place/p.html", "<img src=a.gif>");
+  site.Put("/new/place/a.gif", kGif);
+  EXPECT_EQ(Converter().Mht(site.Url("/old")).parts.size(), 2U);
+
+  // And those that the page names.
+  site.Put("/based.html",
+           "<base href=\"" + site.Url("/new/place/index.html") + "\"><img src=a.gif>");
+  EXPECT_EQ(Converter().Mht(site.Url("/based.html")).parts.size(), 2U);
+  TemporaryFolder folder;
+  const std::string page =
+      folder.Write("p.html", "<base href='" + site.Url("/new") +
+                                 "'><img src=place/a.gif><img src=/new/place/a.gif>");
+  EXPECT_EQ(Converter().Mht(page).parts.size(), 2U);
+}
+
+TEST(MhtHttp, APageThatCannotBeHadFails) {
+  PageServer site;
+  Converter converter;
+  EXPECT_EQ(converter.mht.getMHT(site.Url("/none").c_str()), nullptr);
+  EXPECT_EQ(converter.mht.getEML("http://127.0.0.1:9/"), nullptr);
+  converter.mht.put_NoNetwork(true);
+  site.Put("/", "x");
+  EXPECT_EQ(converter.mht.getMHT(site.Url("/").c_str()), nullptr);
+  EXPECT_TRUE(site.Asked("/").empty());
+}
+
+TEST(MhtHttp, APageFromTheNetworkShowsNoFiles) {
+  PageServer site;
+  TemporaryFolder folder;
+  const std::string secret = folder.Write("secret.gif", kGif);
+  site.Put("/p.html", "<img src=\"file://" + secret + "\"><style>@import 'file://" + secret +
+                          "'; b{background:url(file://" + secret +
+                          ")}</style><iframe src='file://" + secret + "'></iframe>");
+  Converter converter;
+  EXPECT_EQ(converter.Mht(site.Url("/p.html")).parts.size(), 1U);
+  EXPECT_TRUE(converter.told.got.empty());
+  // Nor does a frame from there in a page on disk.
+  const std::string page =
+      folder.Write("p.html", "<iframe src='" + site.Url("/p.html") + "'></iframe>");
+  EXPECT_EQ(converter.Mht(page).parts.size(), 2U);
+}
+
+TEST(MhtHttp, CharsetOfTheResponseAndOfThePage) {
+  PageServer site;
+  site.Put("/both", "<meta charset=iso-8859-1>\xC3\xA4", "text/html; charset=utf-8");
+  site.Put("/one", "<title>t</title>\xC3\xA4", "text/html; charset=utf-8");
+  site.Put("/lie", "<meta charset=utf-16>\xC3\xA4", "text/html; charset=utf-8");
+  Converter converter;
+  const Message both = converter.Mht(site.Url("/both"));
+  EXPECT_EQ(both.parts[0].type, "text/html; charset=\"iso-8859-1\"");
+  EXPECT_THAT(both.text, HasSubstr(">=E4"));
+  const Message one = converter.Mht(site.Url("/one"));
+  EXPECT_THAT(one.text, HasSubstr("=C3=A4"));
+  EXPECT_THAT(one.Page(), HasSubstr("</title><META http-equiv=\"Content-Type\" "
+                                    "content=\"text/html;charset=utf-8\">"));
+  EXPECT_THAT(converter.Mht(site.Url("/lie")).text, HasSubstr("charset=\"utf-8\""));
+  // A page from the network forgets what was known.
+  site.Put("/none", "x", "text/html");
+  EXPECT_THAT(converter.Mht(site.Url("/none")).text, Not(HasSubstr("charset")));
+}
+
+TEST(MhtHttp, APageThatIsNotReadyYetIsFetchedAgain) {
+  PageServer site;
+  site.Put("/", "<META HTTP-EQUIV=\"Refresh\" CONTENT=\"0.1\">");
+  EXPECT_EQ(Converter().Mht(site.Url("/")).parts.size(), 1U);
+  EXPECT_EQ(site.Asked("/").size(), 2U);
+}
+
+TEST(MhtHttp, OnlyLocalPictures) {
+  PageServer site;
+  site.Put("/a.gif", kGif);
+  TemporaryFolder folder;
+  folder.Write("b.gif", kGif);
+  const std::string tag = "<img src=" + site.Url("/a.gif") + ">";
+  const std::string page = folder.Write("p.html", tag + "<img src=b.gif>");
+  Converter converter;
+  converter.mht.put_EmbedLocalOnly(true);
+  const Message archive = converter.Mht(page);
+  EXPECT_EQ(archive.parts.size(), 2U);
+  EXPECT_THAT(archive.Page(), HasSubstr(tag));
+  converter.mht.put_EmbedLocalOnly(false);
+  EXPECT_EQ(converter.Mht(page).parts.size(), 3U);
+}
+
+TEST(MhtHttp, FramesThatShowThemselvesEnd) {
+  PageServer site;
+  site.Put("/self.html", "<iframe src=self.html></iframe>");
+  EXPECT_EQ(Converter().Mht(site.Url("/self.html")).parts.size(), 2U);
+  // Each level under a name of its own: 32 documents at most.
+  for (int n = 0; n < 40; ++n) {
+    site.Put("/f" + std::to_string(n) + ".html",
+             "<iframe src=f" + std::to_string(n + 1) + ".html></iframe>");
+  }
+  EXPECT_EQ(Converter().Mht(site.Url("/f0.html")).parts.size(), 32U);
+}
+
+}  // namespace
