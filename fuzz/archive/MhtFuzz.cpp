@@ -1,6 +1,4 @@
-// The archive of a page in memory, with the files of its folder and no network: it always comes,
-// the places of set-aside blocks never show, and its size follows the page's.
-
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -8,49 +6,79 @@
 #include <string_view>
 
 #include "archive/CkMht.h"
+#include "base/LogNull.h"
+#include "mime/tree/MimeMessage2.h"
+
+// Pages from text, with files of their own folder and nothing else. Whatever the page holds, there
+// is an archive of it: a MIME message whose first part is the page, whose other parts each have an
+// id that is theirs alone, and whose size the page and what it may bring in explain. No name of our
+// own for a field is left in it, and nothing from outside the folder.
 
 namespace {
-
-// A folder with what a page of the seeds shows, made once for the process.
-std::string MakeFolder() {
-  std::string folder = std::filesystem::temp_directory_path() / "mht-fuzz-XXXXXX";
-  if (!mkdtemp(folder.data())) std::abort();
-  const std::pair<const char*, const char*> files[] = {
-      {"a.gif", "GIF89a picture"},
-      {"s.css", "@import \"t.css\"; p { background: url(a.gif) }"},
-      {"t.css", "@import 's.css'; td { background-image: url(\"a.gif\") }"},
-      {"f.html", "<body background=a.gif><iframe src=f.html><img src=a.gif>"},
-      {"x.js", "alert('<img src=a.gif>')"},
-  };
-  for (const auto& [name, text] : files) std::ofstream(folder + "/" + name) << text;
-  return folder;
-}
 
 void Require(bool holds) {
   if (!holds) std::abort();
 }
 
+constexpr std::string_view kSecret = "this lies outside";
+
+// Made once; the folder of the pages is DIR/in.
+const std::string& Folder() {
+  static const std::string folder = [] {
+    std::string pattern = std::filesystem::temp_directory_path() / "mht-fuzz-XXXXXX";
+    Require(mkdtemp(pattern.data()) != nullptr);
+    const std::filesystem::path in = std::filesystem::path(pattern) / "in";
+    std::filesystem::create_directories(in / "sub");
+    std::ofstream(in / "a.gif") << "GIF89a a picture";
+    std::ofstream(in / "sub" / "s.css") << "@import 's.css'; b{background:url(../a.gif)}";
+    std::ofstream(in / "f.html") << "<iframe src=f.html></iframe><img src=a.gif>";
+    std::ofstream(in / "x.js") << "go()";
+    std::ofstream(std::filesystem::path(pattern) / "o.gif") << kSecret;
+    std::filesystem::create_symlink("../o.gif", in / "l.gif");
+    return in.string();
+  }();
+  return folder;
+}
+
+void Check(const char* mime, std::size_t size, bool byId) {
+  Require(mime != nullptr);
+  const std::string_view text(mime);
+  Require(text.size() < 200 * size + 1'000'000);
+  Require(text.find("Html--Url--Location") == text.npos);
+  Require(text.find(kSecret) == text.npos);
+  mail::LogNull log;
+  mail::MimeMessage2 root;
+  Require(root.loadMimeComplete(text, false, {}, false, log));
+  if (root.partCount() == 0) return;
+  Require(root.part(0)->contentType().beginsWith("text/"));
+  for (std::size_t n = 1; n < root.partCount(); ++n) {
+    const std::string_view id = root.part(n)->header().valueOf("content-id");
+    Require(byId == (id.size() == 42));
+    if (byId) Require(text.find(id) == text.rfind(id));
+  }
+}
+
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-  static const std::string kFolder = MakeFolder();
+// The first byte holds switches.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  const std::string html(reinterpret_cast<const char*>(data + 1), size - 1);
+  const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
+  const bool byId = (data[0] & 1) != 0;
   CkMht mht;
   mht.put_Utf8(true);
   mht.put_NoNetwork(true);
   mht.put_ConfineToFolder(true);
-  mht.put_BaseUrl(("file:///" + kFolder).c_str());
-  mht.put_UseCids(data[0] & 1);
-  mht.put_NoScripts(data[0] & 2);
-  const char* const text =
-      (data[0] & 4) ? mht.htmlToEML(html.c_str()) : mht.htmlToMHT(html.c_str());
-  Require(text != nullptr);
-  const std::string_view mime(text);
-  Require(mime.find("Html--Url--Location") == std::string_view::npos);
-  Require(mime.size() < (1 << 20) + 200 * size);
-  if (html.find("velkor") == std::string::npos) {
-    Require(mime.find("<velkor_") == std::string_view::npos);
+  mht.put_UseCids(byId);
+  mht.put_NoScripts((data[0] & 4) != 0);
+  if ((data[0] & 8) != 0) {
+    const std::string page = Folder() + "/page.html";
+    std::ofstream(page, std::ios::binary) << text;
+    Check((data[0] & 2) != 0 ? mht.getEML(page.c_str()) : mht.getMHT(page.c_str()), size, byId);
+  } else {
+    mht.put_BaseUrl(("file://" + Folder()).c_str());
+    Check((data[0] & 2) != 0 ? mht.htmlToEML(text.c_str()) : mht.htmlToMHT(text.c_str()), size,
+          byId);
   }
   return 0;
 }
