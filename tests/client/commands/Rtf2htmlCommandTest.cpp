@@ -1,7 +1,6 @@
 // `tarny rtf2html` as a program.
 
-#include <fstream>
-#include <sstream>
+#include <filesystem>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -18,9 +17,7 @@ using testing::HasSubstr;
 class Rtf2htmlCommand : public testing::Test {
  protected:
   std::string Read(const std::string& name) const {
-    std::ostringstream text;
-    text << std::ifstream(folder.File(name), std::ios::binary).rdbuf();
-    return text.str();
+    return test_support::ReadAll(folder.File(name));
   }
   Result Run(const std::string& input, const std::string& output) const {
     return client_test::Tarny("rtf2html " + folder.File(input) + " " + folder.File(output), "");
@@ -47,6 +44,21 @@ TEST_F(Rtf2htmlCommand, NamesTheFileThatFails) {
   EXPECT_THAT(nowhere.err, HasSubstr("missing/out.html"));
   EXPECT_EQ(Run("in.rtf", "in.rtf").exitCode, 2);
   EXPECT_EQ(Read("in.rtf"), "{\\rtf1 a}");
+}
+
+TEST_F(Rtf2htmlCommand, RefusesToDeleteItsInput) {
+  const std::string rtf = "{\\rtf1 a}";
+  const std::string path = folder.Write("htmlfile_LETTER.rtf", rtf);
+  std::filesystem::create_symlink(path, folder.File("link.rtf"));
+  for (const char* input : {"htmlfile_LETTER.rtf", "link.rtf"}) {
+    const Result result = Run(input, "out.html");
+    EXPECT_EQ(result.exitCode, 2) << input;
+    EXPECT_THAT(result.err, HasSubstr("deleted first"));
+    EXPECT_EQ(Read("htmlfile_LETTER.rtf"), rtf);
+  }
+  folder.Write("other/x", "");
+  EXPECT_EQ(Run("htmlfile_LETTER.rtf", "other/out.html").exitCode, 0);
+  EXPECT_EQ(Read("htmlfile_LETTER.rtf"), rtf);
 }
 
 }  // namespace
