@@ -26,7 +26,8 @@ class Engine:
         shutil.copy(program, run / "engine")  # it works beside its executable
         title = f"<GUID>{run}"
         digest = hashlib.sha256(title.encode()).hexdigest()
-        self.process = subprocess.Popen([run / "engine", *options, title])
+        # In a session of its own: Ctrl-C is for this program, which lets the engine end its command.
+        self.process = subprocess.Popen([run / "engine", *options, title], start_new_session=True)
         self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
         while True:
             try:
@@ -126,7 +127,7 @@ def main():
             failed += not saved
         engine.close()
     finally:
-        engine.process.terminate()  # if it is there yet, it ends after its command
+        engine.process.terminate()  # if it is still there; it ends after its command
     if failed:
         sys.exit(f"{failed} failed; {run / 'StatusLog.txt'} says why")
 

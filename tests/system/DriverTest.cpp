@@ -16,6 +16,7 @@
 #include "platform/EndpointClient.h"
 #include "platform/EndpointSocket.h"
 #include "platform/UniqueFd.h"
+#include "tests/client/WideText.h"
 #include "tests/support/EngineFolder.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/EngineRun.h"
@@ -72,17 +73,12 @@ DriverRun RunDriver(const TemporaryFolder& folder, const std::string& url,
   return {test_support::ExitCode(status), ReadAll(path)};
 }
 
-std::string Wide(const std::string& ascii) {
-  std::string bytes;
-  for (const char c : ascii) bytes.append({c, '\0'});
-  return bytes;
-}
-
 std::string WriteItem(const TemporaryFolder& folder, const std::string& name,
                       const std::string& file, const std::string& bytes) {
   folder.Write(name + "/" + file, bytes);
   folder.Write(name + "/11comtextjj.t",
-               Wide("EMAIL\n2\n2024-03-31 13:05:00\n\n\n\n\n\n\n<" + name + "@o'brien.example>\n"));
+               client_test::Wide("EMAIL\n2\n2024-03-31 13:05:00\n\n\n\n\n\n\n<" + name +
+                                 "@o'brien.example>\n"));
   return folder.File(name);
 }
 
@@ -96,7 +92,7 @@ TEST(DriverSample, BringsThreeItemsIntoTheMailboxOnceAndTellsOfTheFourth) {
     const Mailbox mailbox(folder.Path(), {});
     const DriverRun first = RunDriver(folder, mailbox.Url(), items);
     EXPECT_EQ(first.status, 0) << first.text;
-    items.push_back(WriteItem(folder, "refused", "TextFile1.txt", Wide("x\x0Cy")));
+    items.push_back(WriteItem(folder, "refused", "TextFile1.txt", client_test::Wide("x\x0Cy")));
     const DriverRun second = RunDriver(folder, mailbox.Url(), items);
     EXPECT_EQ(second.status, 1) << second.text;
     EXPECT_NE(second.text.find(items[3] + ": failed\n"), std::string::npos) << second.text;
