@@ -4,28 +4,77 @@
 The table's rows read `| folder/ | ... | may include |`. A folder below another one may have a row of
 its own, and then only that row counts for it. The last cell lists folders, which stand for all below
 them too; `every library` is every folder without a row above it but client/; `all` is everything.
-Exit code 1 and one line for each include that the table does not allow.
+Every folder of the tree but tests/, bench/, fuzz/ and scripts/ needs a row to hold C++, which is in
+.h and .cpp files.
+Exit code 1 and one line for each include that the table does not allow, and for each row that names
+no folder.
 """
+import os
 import pathlib
 import re
 import sys
 
+EXEMPT = {"tests", "bench", "fuzz", "scripts"}
+OTHER_CPP = {".c", ".cc", ".cppm", ".cxx", ".c++", ".h++", ".hh", ".hpp", ".hxx", ".inc", ".inl",
+             ".ipp", ".ixx", ".tpp"}
+HEADING = "| Folder | Holds | Start reading at | May include |"
+FOLDER = re.compile(r"[\w.-]+(?:/[\w.-]+)*/")
 
-def read_table(text):
+
+def fail(text):
+    print(text)
+    fail.count += 1
+
+
+fail.count = 0
+
+
+def table_rows(text):
+    lines = iter(text.splitlines())
+    if HEADING not in lines:  # which takes the lines up to it
+        sys.exit("docs/ARCHITECTURE.md has no include table")
+    next(lines)  # the rule below the heading
+    for line in lines:
+        if not line.startswith("|"):
+            return
+        yield [cell.strip() for cell in line.strip().strip("|").split("|")]
+
+
+def is_folder(root, name):
+    return FOLDER.fullmatch(name) and (root / name).is_dir()
+
+
+def read_table(root):
     """Folder -> folders that it may include, or None for all."""
     cells = {}
-    for line in text.splitlines():
-        row = [cell.strip() for cell in line.strip().strip("|").split("|")]
-        if line.startswith("|") and re.fullmatch(r"[a-z/]+/", row[0]):
+    for row in table_rows((root / "docs/ARCHITECTURE.md").read_text(encoding="utf-8")):
+        if is_folder(root, row[0]):
             cells[row[0].rstrip("/")] = row[-1]
+        else:
+            fail(f'docs/ARCHITECTURE.md: the table has a row for "{row[0]}", which is no folder')
     libraries = {folder for folder in cells if "/" not in folder and folder != "client"}
     table = {}
     for folder, cell in cells.items():
-        allowed = {name.rstrip("/") for name in re.findall(r"[a-z/]+/", cell)}
-        if "every library" in cell:
-            allowed |= libraries
-        table[folder] = None if cell.startswith("all") else allowed
+        table[folder] = None if cell == "all" else set()
+        for name in cell.split(", ") if cell not in ("all", "nothing of ours") else []:
+            if name == "every library":
+                table[folder] |= libraries
+            elif is_folder(root, name):
+                table[folder].add(name.rstrip("/"))
+            else:
+                fail(f'docs/ARCHITECTURE.md: {folder}/ may include "{name}", which is no folder')
     return table
+
+
+def source_files(root):
+    """The files of the tree, in order, as paths below the root."""
+    for folder, below, files in os.walk(root):
+        place = pathlib.Path(folder)
+        below[:] = sorted(
+            name for name in below
+            if not name.startswith(".") and not (place / name / "CMakeCache.txt").exists()
+            and not (place == root and name in EXEMPT))
+        yield from ((place / name).relative_to(root) for name in sorted(files))
 
 
 def owner(path, folders):
@@ -38,28 +87,43 @@ def is_allowed(target, folder, allowed):
     return target == folder or any(target == one or target.startswith(one + "/") for one in allowed)
 
 
-root = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ".")
-table = read_table((root / "docs/ARCHITECTURE.md").read_text(encoding="utf-8"))
-if not table:
-    sys.exit("docs/ARCHITECTURE.md has no include table")
+def why_not(line, folder, table, tops):
+    """What is wrong with a line of a file in that folder; None for nothing."""
+    if not re.match(r"\s*#\s*(include|import)\b", line):
+        return None
+    found = re.search(r'(["<])([^">]+)[">]', line)
+    if not found:
+        return f"cannot tell what it includes: {line.strip()}"
+    quote, path = found.groups()
+    parts = path.split("/")
+    if "." in parts or ".." in parts:
+        return f'"{path}" is not named from the root'
+    if quote == "<" and parts[0] not in tops:
+        return None  # of the system
+    target = owner(path, table)
+    if target and (table[folder] is None or is_allowed(target, folder, table[folder])):
+        return None
+    return f'{folder}/ may not include "{path}"'
 
-bad = 0
-for top in sorted({folder.split("/")[0] for folder in table}):
-    for path in sorted((root / top).rglob("*")):
-        if path.suffix not in (".h", ".cpp"):
+
+def main():
+    root = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ".").resolve()
+    table = read_table(root)
+    tops = {path.name for path in root.iterdir() if path.is_dir()}
+    for file in source_files(root):
+        if file.suffix.lower() in OTHER_CPP or file.suffix in (".H", ".CPP"):
+            fail(f"{file}: C++ is in .h and .cpp files here")
+        if file.suffix not in (".h", ".cpp"):
             continue
-        file = path.relative_to(root).as_posix()
         folder = owner(file, table)
         if folder is None:
-            print(f"{file}: lies in no folder of the table")
-            bad += 1
+            fail(f"{file}: lies in no folder of the table")
             continue
-        if table[folder] is None:
-            continue
-        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
-            found = re.match(r'\s*#\s*include\s+"([^"]+)"', line)
-            target = owner(found[1], table) if found else None
-            if found and not (target and is_allowed(target, folder, table[folder])):
-                print(f'{file}:{number}: {folder}/ may not include "{found[1]}"')
-                bad += 1
-sys.exit(1 if bad else 0)
+        for number, line in enumerate((root / file).read_text(encoding="utf-8").splitlines(), 1):
+            reason = why_not(line, folder, table, tops)
+            if reason:
+                fail(f"{file}:{number}: {reason}")
+    sys.exit(1 if fail.count else 0)
+
+
+main()
