@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/AsciiText.h"
+#include "charset/LibraryNarrow.h"
 #include "mime/CkMime.h"
 #include "mime/MailHeader.h"
 
@@ -44,11 +46,18 @@ std::vector<Entity> LeavesOf(Entity root) {
   return leaves;
 }
 
+// What a field says before its parameters, in lower case.
+std::string FirstWord(const std::string& value) {
+  std::string word(mail::trimmed(value.substr(0, value.find(';'))));
+  for (char& c : word) c = mail::toLowerAscii(c);
+  return word;
+}
+
 // An entity without a type is plain text, too.
 bool IsPlainText(const mail::MailHeader& header) {
-  const std::string type = header.text("Content-Type");
-  return (type.empty() || type.starts_with("text/plain")) &&
-         !header.text("Content-Disposition").starts_with("attachment");
+  const std::string type = FirstWord(header.text("Content-Type"));
+  return (type.empty() || type == "text/plain") &&
+         FirstWord(header.text("Content-Disposition")) != "attachment";
 }
 
 // The tree writes its text in the charset and the encoding that the header asks for; so the text
@@ -74,6 +83,7 @@ int main(int argc, char** argv) {
     std::cerr << "usage: show_mail FILE [FOLDER]\n";
     return 2;
   }
+  mail::installLibraryNarrow();
   auto mail = std::make_unique<CkMime>();
   mail->put_Utf8(true);  // paths and texts, in and out
   if (!mail->LoadMimeFile(argv[1])) {
