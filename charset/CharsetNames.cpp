@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 
+#include "base/AsciiText.h"
 #include "charset/CharsetNamesTable.h"
 #include "platform/NarrowText.h"
 
@@ -23,10 +24,7 @@ struct NameEntry {
 };
 
 // One byte of a name as it is compared.
-constexpr char Folded(char ch) {
-  if (ch == '_') return '-';
-  return ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch + ('a' - 'A')) : ch;
-}
+constexpr char Folded(char ch) { return ch == '_' ? '-' : toLowerAscii(ch); }
 
 constexpr bool Before(std::string_view a, std::string_view b) {
   return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),

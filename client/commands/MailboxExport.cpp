@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "base/AsciiText.h"
 #include "client/commands/Commands.h"
 #include "client/commands/MailboxParts.h"
 #include "client/run/NewFile.h"
@@ -34,9 +35,7 @@ class UniqueNames {
 
  private:
   static std::string Key(std::string name) {
-    for (char& c : name) {
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
+    for (char& c : name) c = mail::toLowerAscii(c);
     return name;
   }
   std::set<std::string> m_taken;

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "base/AsciiText.h"
 #include "client/sources/SourceFiles.h"
 #include "platform/NarrowText.h"
 #include "platform/Unicode.h"
@@ -13,20 +14,13 @@ namespace client {
 namespace {
 
 constexpr char kTraceName[] = "TarnyEngine.txt";
-constexpr std::string_view kBlanks = " \t\r\n";
 // A line of its own, written once the server has the mail; a subject that looks like it stands
 // behind its label.
 constexpr std::string_view kSaved = "\n Email Save out \r\n";
 
-std::string_view Trimmed(std::string_view line) {
-  const size_t first = line.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return {};
-  return line.substr(first, line.find_last_not_of(kBlanks) - first + 1);
-}
-
 std::string_view WithoutLabel(std::string_view line) {
   for (const std::string_view label : {"Error Message :", "Message :"}) {
-    if (line.starts_with(label)) return Trimmed(line.substr(label.size()));
+    if (line.starts_with(label)) return mail::trimmed(line.substr(label.size()));
   }
   return line;
 }
@@ -49,8 +43,8 @@ void EngineLogs::Mark() {
 
 std::string EngineLogs::LastStatus() const {
   const std::string added = m_status.Added();
-  const std::string_view text = Trimmed(added);
-  const std::string_view line = Trimmed(text.substr(text.find_last_of('\n') + 1));
+  const std::string_view text = mail::trimmed(added);
+  const std::string_view line = mail::trimmed(text.substr(text.find_last_of('\n') + 1));
   return platform::Utf16ToUtf8(platform::NarrowToWide(WithoutLabel(line)));
 }
 

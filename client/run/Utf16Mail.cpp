@@ -1,19 +1,14 @@
 #include "client/run/Utf16Mail.h"
 
-#include <algorithm>
-#include <array>
-#include <string_view>
-
 #include "base/ByteSearch.h"
 #include "base/LogNull.h"
+#include "charset/CodePages.h"
 #include "mime/header/CkContentType.h"
 #include "mime/tree/MimeInput.h"
 #include "mime/tree/MimeWriting.h"
 
 namespace client {
 namespace {
-
-constexpr std::array kWidePages = {1200, 1201, 12000, 12001};  // of which no mail can be
 
 bool IsEncoded(const mail::MimeMessage2& entity) {
   return entity.encoding().equalsIgnoreCase("base64") ||
@@ -28,7 +23,7 @@ bool NeedsLabel(const mail::MimeMessage2& entity) {
   mail::_ckContentType named;  // a file has no charset otherwise
   entity.getContentType(named, log);
   const int page = named.m_charset.getCodePage();
-  return std::find(kWidePages.begin(), kWidePages.end(), page) != kWidePages.end() ||
+  return mail::code_page::isWide(static_cast<unsigned>(page)) ||  // as no mail can be
          !mail::byte_search::is7bit(entity.body().view());
 }
 

@@ -15,7 +15,7 @@ using nlohmann::ordered_json;
 ordered_json Addresses(const mail::Email2& email, std::string_view name) {
   mail::LogNull log;
   mail::ExtPtrArrayOf<mail::_ckEmailAddress> addresses;
-  mail::_ckEmailAddress::loadList(mail::fieldOf(email, name), addresses, log);
+  mail::_ckEmailAddress::loadList(email.header().valueOf(name), addresses, log);
   ordered_json result = ordered_json::array();
   for (std::size_t n = 0; n < addresses.getSize(); ++n) {
     result.push_back({{"name", std::string(addresses.at(n)->m_friendlyName.view())},
@@ -24,14 +24,9 @@ ordered_json Addresses(const mail::Email2& email, std::string_view name) {
   return result;
 }
 
-// Of the disposition, else of the type; may be empty.
-std::string_view FileNameOf(const mail::Email2& file) {
-  return file.fileName().isEmpty() ? file.name().view() : file.fileName().view();
-}
-
 ordered_json File(const mail::ShownNode& shown) {
   const mail::Email2& file = *shown.objPlaced.pNode;
-  return {{"filename", std::string(FileNameOf(file))},
+  return {{"filename", std::string(mail::fileNameOf(file))},
           {"type", mail::listedType(shown)},
           {"size", file.body().getSize()},
           {"sha256", platform::Sha256Hex(file.body().view())}};
@@ -42,11 +37,11 @@ ordered_json File(const mail::ShownNode& shown) {
 ordered_json EmailJson(const mail::Email2& email) {
   const ordered_json from = Addresses(email, "from");
   ordered_json result;
-  result["subject"] = mail::fieldOf(email, "subject");
+  result["subject"] = email.header().valueOf("subject");
   result["from"] = from.empty() ? ordered_json(nullptr) : from[0];
   for (const char* name : {"to", "cc", "bcc"}) result[name] = Addresses(email, name);
-  result["date"] = mail::fieldOf(email, "date");
-  result["message_id"] = mail::fieldOf(email, "message-id");
+  result["date"] = email.header().valueOf("date");
+  result["message_id"] = email.header().valueOf("message-id");
   result["has_html"] = false;
   result["attachments"] = ordered_json::array();
   mail::LogNull log;

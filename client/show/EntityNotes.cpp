@@ -10,6 +10,7 @@
 #include "base/ByteSearch.h"
 #include "base/LogNull.h"
 #include "charset/CharsetNames.h"
+#include "charset/CodePages.h"
 #include "client/show/OutputText.h"
 #include "client/show/SourceChecks.h"
 #include "mime/header/ParameterList.h"
@@ -20,7 +21,6 @@ namespace {
 using Leaf = mail::LoadObserver::Leaf;
 using Notes = std::vector<std::string>;
 
-constexpr int kUtf8 = 65001;
 constexpr std::size_t kNone = std::string_view::npos;
 
 std::string PageName(int page) {
@@ -29,13 +29,11 @@ std::string PageName(int page) {
   return std::string(name.view());
 }
 
-bool IsWide(int page) { return page == 1200 || page == 1201 || page == 12000 || page == 12001; }
-
 // Pages in which any bytes beyond ASCII may be text; those with longer characters show what they
 // are.
 bool IsSingleByte(int page) {
-  return (page >= 1250 && page <= 1258) || (page >= 28591 && page <= 28605) || page == 20866 ||
-         page == 21866;
+  return mail::code_page::isWindowsOrIso8859(static_cast<unsigned>(page)) ||
+         page == mail::code_page::kKoi8R || page == mail::code_page::kKoi8U;
 }
 
 // The charset that Content-Type names and the library does not know; empty for one that it knows.
@@ -117,7 +115,9 @@ void NotePage(const mail::MimeMessage2& entity, const Leaf& leaf, bool isFileWid
         fmt::format("its charset \"{}\" is unknown: read as {}", Shortened(unknown), used));
     return;
   }
-  if (mail::byte_search::is7bit(entity.body().view()) && !IsWide(leaf.nNamedPage)) return;
+  if (mail::byte_search::is7bit(entity.body().view()) &&
+      !mail::code_page::isWide(static_cast<unsigned>(leaf.nNamedPage)))
+    return;
   if (leaf.nNamedPage == 0) {
     const bool byPage = entity.contentType().equals("text/html") &&
                         entity.charset().getCodePage() == leaf.nPage;  // in its META element
@@ -177,8 +177,9 @@ std::vector<std::string> HeaderNotes(const mail::MimeMessage2& entity, std::stri
   }
   if (!mail::byte_search::isUtf8(header)) {
     const int page = entity.header().m_codePage;  // UTF-8 is that of other fields
-    notes.push_back(fmt::format("its header has bytes of no named charset: {}",
-                                page == kUtf8 ? "a guess" : "read as " + PageName(page)));
+    notes.push_back(
+        fmt::format("its header has bytes of no named charset: {}",
+                    page == mail::code_page::kUtf8 ? "a guess" : "read as " + PageName(page)));
   }
   return notes;
 }

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "base/AsciiText.h"
 #include "client/show/EntityNotes.h"
 #include "client/show/OutputText.h"
 #include "client/show/RemarkNotes.h"
@@ -16,7 +17,7 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-bool IsBlank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == kNone; }
+bool IsBlank(std::string_view text) { return mail::trimmed(text).empty(); }
 
 std::string LineEndsText(const LineEnds& ends) {
   std::string text;
@@ -29,8 +30,7 @@ std::string LineEndsText(const LineEnds& ends) {
 }
 
 bool StartsWithDelimiter(std::string_view source) {
-  const std::size_t start = source.find_first_not_of(" \t\r\n");
-  return start != kNone && source.substr(start).starts_with("--");
+  return mail::trimmed(source).starts_with("--");
 }
 
 }  // namespace

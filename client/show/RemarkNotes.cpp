@@ -7,12 +7,11 @@
 
 #include "base/AsciiText.h"
 #include "charset/CharsetNames.h"
+#include "charset/CodePages.h"
 #include "client/show/OutputText.h"
 
 namespace client {
 namespace {
-
-constexpr int kUtf8 = 65001;
 
 // How remarks begin, and the note, which may be none.
 struct KnownRemark {
@@ -77,7 +76,8 @@ std::optional<std::string> NoteOfData(std::string_view name, std::string_view va
   const bool charset =
       std::any_of(kUnknownCharset.begin(), kUnknownCharset.end(),
                   [&](std::string_view other) { return mail::equalsNoCase(name, other); });
-  if (!charset || PageOf(value) == kUtf8) return std::nullopt;  // UTF-8: said of every word in it
+  if (!charset || PageOf(value) == mail::code_page::kUtf8)
+    return std::nullopt;  // UTF-8: said of every word in it
   return fmt::format("a header field is in the charset \"{}\", which is unknown", Shortened(value));
 }
 

@@ -34,15 +34,12 @@ std::string_view WithoutBrackets(std::string_view text) {
   return text.substr(1, text.size() - 2);
 }
 
-bool IsBlank(std::string_view text) { return mail::trimmed(text).empty(); }
-
 // The name that a part brings; an attached mail without one is called by its subject.
 std::string NameOf(const mail::ShownNode& shown) {
   const mail::Email2& part = *shown.objPlaced.pNode;
-  for (const mail::StringBuffer* name : {&part.fileName(), &part.name()}) {
-    if (!IsBlank(name->view())) return std::string(name->view());
-  }
-  return shown.bMail ? mail::MailHeader(part.body().view()).text("Subject") : "";
+  const std::string_view name = mail::fileNameOf(part);
+  if (!name.empty() || !shown.bMail) return std::string(name);
+  return mail::MailHeader(part.body().view()).text("Subject");
 }
 
 AttachmentInfo InfoOf(const mail::ShownNode& shown) {
@@ -52,8 +49,8 @@ AttachmentInfo InfoOf(const mail::ShownNode& shown) {
   AttachmentInfo info;
   info.name = NameOf(shown);
   info.contentType = mail::listedType(shown);
-  info.contentId = WithoutBrackets(mail::fieldOf(part, "content-id"));
-  info.contentLocation = mail::fieldOf(part, "content-location");
+  info.contentId = WithoutBrackets(part.header().valueOf("content-id"));
+  info.contentLocation = part.header().valueOf("content-location");
   info.isInline = IsInline(shown);
   info.isMail = shown.bMail;
   info.size = static_cast<std::int64_t>(mail::bodyForFile(part, room, log).size());
@@ -79,7 +76,7 @@ MailContent::MailContent(std::string_view mime) : m_header(mime), m_root(Build(m
 
 void MailContent::TakeAttachment(const mail::ShownNode& shown) {
   AttachmentInfo info = InfoOf(shown);
-  if (IsBlank(info.name)) info.name = MadeUpName(info.contentType, ++m_nameless);
+  if (mail::trimmed(info.name).empty()) info.name = MadeUpName(info.contentType, ++m_nameless);
   m_attachments.push_back(std::move(info));
   m_parts.push_back(shown.objPlaced.pNode);
 }

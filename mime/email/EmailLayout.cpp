@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/AsciiText.h"
 #include "base/ByteSearch.h"
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
@@ -129,13 +130,15 @@ bool isNamed(const Email2& objNode) {
   return !objNode.name().isEmpty() || !objNode.fileName().isEmpty();
 }
 
-std::string_view listedType(const ShownNode& objNode) {
-  return objNode.bMail ? "message/rfc822" : objNode.objPlaced.pNode->type().view();
+std::string_view fileNameOf(const Email2& objNode) {
+  for (const StringBuffer* pName : {&objNode.fileName(), &objNode.name()}) {
+    if (!trimmed(pName->view()).empty()) return pName->view();
+  }
+  return {};
 }
 
-std::string_view fieldOf(const Email2& objNode, std::string_view strName) {
-  const MimeField* const pField = objNode.header().find(strName);
-  return pField != nullptr ? pField->value().view() : std::string_view();
+std::string_view listedType(const ShownNode& objNode) {
+  return objNode.bMail ? "message/rfc822" : objNode.objPlaced.pNode->type().view();
 }
 
 std::string_view readableText(const Email2& objNode, DataBuffer& objRoom, LogBase& log) {

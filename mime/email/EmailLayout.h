@@ -34,12 +34,13 @@ std::vector<ShownNode> layOut(const Email2& objRoot, LogBase& log);
 // Whether the node brings a name, of its disposition or of its type.
 bool isNamed(const Email2& objNode);
 
+// Its name, of the disposition, else of the type; one of blanks alone is none. Empty without one. A
+// view of the node.
+std::string_view fileNameOf(const Email2& objNode);
+
 // The type that a node is listed with: in a digest a mail need not say that it is one. A view of
 // the node; may be empty.
 std::string_view listedType(const ShownNode& objNode);
-
-// The value of that field as the header has it; "" without one. A view of the node.
-std::string_view fieldOf(const Email2& objNode, std::string_view strName);
 
 // A body as text to read, in UTF-8. One that came without its charset, which the e-mail object
 // leaves as it is, is taken for windows-1252 if it is no UTF-8, and for iso-2022-jp if it has the
