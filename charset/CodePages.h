@@ -2,8 +2,8 @@
 
 namespace mail {
 
-// The code pages that code must know by name; their numbers are those of Windows. Tables of pages
-// hold numbers, as they are published. Functions of this header take any number.
+// The code pages that code decides by, with the numbers that they are published under. Tables of
+// many pages hold bare numbers. The functions take any number, of a page that nobody knows too.
 namespace code_page {
 
 // Lower numbers name binary-to-text encodings (CharsetNames.h), but for this one.

@@ -24,11 +24,11 @@
 #include <fmt/format.h>
 
 #include "charset/LibraryNarrow.h"
+#include "client/run/EngineLogs.h"
 #include "client/run/EngineProcess.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/RunFolder.h"
-#include "client/run/EngineLogs.h"
 #include "client/run/Target.h"
 #include "ews/EmailMessage.h"
 #include "ews/EwsTransport.h"

@@ -4,6 +4,7 @@
 #include <system_error>
 
 namespace client {
+
 void EmptyWorkFolder(const std::string& workFolder) {
   std::error_code error;
   std::filesystem::create_directory(workFolder, error);

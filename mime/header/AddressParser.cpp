@@ -11,9 +11,9 @@
 
 namespace mail {
 
-using namespace address_text;
-
 namespace {
+
+using namespace address_text;
 
 constexpr std::size_t kNone = std::string_view::npos;
 
@@ -385,7 +385,8 @@ void AddressParser::finishWithAt(std::string_view strPhrase, std::string_view st
   const std::string strJoined = joinAtSigns(strPhrase);
   if (!holdsAddressesAlone(strJoined)) {
     const NameAndAddress objFound = nameAndAddress(strJoined);
-    return add(decoded(objFound.strName), bare(objFound.strAddress));
+    add(decoded(objFound.strName), bare(objFound.strAddress));
+    return;
   }
   for (std::string_view strRest = strJoined; !strRest.empty();) {
     add(strComment, bare(takeWord(strRest)));

@@ -11,7 +11,7 @@ namespace mail {
 
 // A Content-Type value in its parts. Texts are UTF-8, trimmed and, but for m_name and m_boundary,
 // in lower case; empty means that the value said nothing. Of a parameter that stands twice the
-// first counts. Nothing throws.
+// first counts. load() and emit() throw std::bad_alloc alone, for want of memory.
 class _ckContentType : public LibraryObject {
  public:
   // Replaces what was there. Takes damaged values as far as they can be understood.

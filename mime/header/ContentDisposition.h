@@ -8,7 +8,7 @@
 
 namespace mail {
 
-// A Content-Disposition value in its parts. Nothing throws.
+// A Content-Disposition value in its parts. Throws std::bad_alloc alone, for want of memory.
 class ContentDisposition : public LibraryObject {
  public:
   // Replaces what was there.
