@@ -38,8 +38,7 @@ ServiceResponseException Refusal(const std::string& strText, const std::string& 
       strMessage = WithOpenOutcome(std::move(strMessage), "The server");
     }
     if (strCode == "ErrorAccessDenied" && SaysServiceIsOff(strText)) {
-      strMessage =
-          WithoutStop(std::move(strMessage)) + ". " + kServiceIsOff + ": " + kLogonRefused + ".";
+      strMessage = WithServiceOff(std::move(strMessage));
     }
   }
   return ServiceResponseException(strMessage, strCode, objFailure);
@@ -74,9 +73,9 @@ ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objRe
   if (objFailure.bMayBeCarriedOut && eEffect == ExchangeService::Effect::kCreates) {
     strText = WithOpenOutcome(std::move(strText), "It");
   }
-  const bool bOff = SaysServiceIsOff(objResponse.Header("X-MS-Diagnostics")) ||
-                    SaysServiceIsOff(objResponse.strBody);
-  if (Settings().bSafe && IsLogonRefusal(objFailure) && bOff) {
+  if (Settings().bSafe && IsLogonRefusal(objFailure) &&
+      (SaysServiceIsOff(objResponse.Header("X-MS-Diagnostics")) ||
+       SaysServiceIsOff(objResponse.strBody))) {
     strText = WithServiceOff(std::move(strText));
   }
   return ServiceException(strText, objFailure);

@@ -14,7 +14,8 @@ struct CodeRow {
 };
 
 // An internal error is what a server says of items that it cannot take, too: that is no outage, but
-// leaves open what became of the item.
+// leaves open what became of the item. The last two are codes of faults, by what stands in front of
+// the service.
 constexpr auto kCodes = std::to_array<CodeRow>({
     {"ErrorADUnavailable", true, false},
     {"ErrorConnectionFailed", true, true},
@@ -31,6 +32,8 @@ constexpr auto kCodes = std::to_array<CodeRow>({
     {"ErrorServerBusy", true, false},
     {"ErrorServiceUnavailable", true, true},
     {"ErrorTimeoutExpired", true, true},
+    {"InternalServiceFault", false, true},
+    {"Server", false, true},
 });
 
 constexpr std::array<std::string_view, 3> kServiceNames{"ews", "exchange web services",
