@@ -16,12 +16,12 @@ namespace {
 constexpr int kPictures = 200;
 constexpr std::size_t kPictureBytes = 20'000;
 
-// A newsletter's paragraphs: tags of all kinds, one picture in each.
-std::string Page(std::size_t size) {
+// A newsletter's paragraphs: tags of all kinds, and in each one of so many pictures.
+std::string Page(std::size_t size, std::size_t pictures) {
   std::string text =
       "<html><head><title>t</title><style>p{margin:0} .x{background:url(0.gif)}</style></head>";
   for (std::size_t n = 0; text.size() < size; ++n) {
-    const std::string picture = std::to_string(n % kPictures) + ".gif";
+    const std::string picture = std::to_string(n % pictures) + ".gif";
     text +=
         "<table border=0 cellpadding=2><tr><td class=x><P align=left>Dear reader, <b>here</b> is "
         "the <a href=\"http://example.org/news?id=" +
@@ -61,7 +61,7 @@ int main() {
         << "GIF89a" << std::string(kPictureBytes, static_cast<char>(n));
   }
   const std::string page = folder / "page.html";
-  std::ofstream(page, std::ios::binary) << Page(60'000);
+  std::ofstream(page, std::ios::binary) << Page(60'000, kPictures);
   for (const bool byId : {true, false}) {
     CkMht mht;
     mht.put_UseCids(byId);
@@ -77,7 +77,7 @@ int main() {
   }
   std::printf("\n%10s %14s\n", "bytes", "ns a byte");
   for (const std::size_t size : {10'000U, 100'000U, 1'000'000U, 10'000'000U}) {
-    const std::string text = Page(size);
+    const std::string text = Page(size, 1);
     CkMht mht;
     mht.put_UseCids(true);
     mht.put_ConfineToFolder(true);  // of a text without a base, which has no files
