@@ -101,6 +101,7 @@ class Server::Implementation {
   void Handle(const httplib::Request& request, httplib::Response& response, std::string& body);
   void HandleEws(const httplib::Request& request, httplib::Response& response, std::string& body);
   bool Fail(const httplib::Request& request, httplib::Response& response);
+  bool Drop(Cut cut, const httplib::Request& request);
   std::optional<std::string> Login(const httplib::Request& request) {
     return m_logins.NameIn(request.get_header_value("Authorization"));
   }
@@ -144,6 +145,15 @@ constexpr std::string_view kEwsPath = "/ews/exchange.asmx";
 constexpr std::string_view kAutodiscoverPath = "/autodiscover/autodiscover.xml";
 
 constexpr char kXml[] = "text/xml; charset=utf-8";
+
+void AskForLogin(httplib::Response& response) {
+  response.set_header("WWW-Authenticate", "Basic realm=\"mailboxd\"");
+  response.set_header("WWW-Authenticate", "Bearer");
+}
+
+void Wait(int milliseconds) {
+  if (milliseconds > 0) std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
 
 bool IsHost(const std::string& host) {
   return !host.empty() && host.size() < 300 &&
@@ -227,8 +237,11 @@ void Server::Implementation::HandlePost(const httplib::Request& request,
     response.status = 415;
     return;
   }
+  const bool ews = Lower(request.path) == kEwsPath;
+  if (ews && Drop(Cut::kBeforeBody, request)) return;
   const bool complete = reader([&](const char* data, size_t size) {
     if (size > kLargestRequest - body.size()) return false;
+    if (ews && Drop(Cut::kInBody, request)) return false;
     body.append(data, size);
     return true;
   });
@@ -248,22 +261,34 @@ void Server::Implementation::HandleGet(const httplib::Request& request,
   }
 }
 
+// Cuts the request's connection where that was ordered.
+bool Server::Implementation::Drop(Cut cut, const httplib::Request& request) {
+  if (!m_faults.Take(cut)) return false;
+  ForEachConnection(m_port, [&](int fd, int peer) {
+    if (peer == request.remote_port) ::shutdown(fd, SHUT_RDWR);
+  });
+  return true;
+}
+
 // Failures on demand; true when the request is done with.
 bool Server::Implementation::Fail(const httplib::Request& request, httplib::Response& response) {
-  if (const int latency = m_faults.Latency(); latency > 0) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(latency));
-  }
-  if (m_faults.TakeDrop()) {
-    ForEachConnection(m_port, [&](int fd, int peer) {
-      if (peer == request.remote_port) ::shutdown(fd, SHUT_RDWR);
-    });
+  Wait(m_faults.Latency());
+  if (Drop(Cut::kBehindBody, request)) return true;
+  if (const auto failure = m_faults.TakeStatus()) {
+    response.status = failure->status;
+    if (failure->status == 401) AskForLogin(response);
+    if (failure->seconds > 0) response.set_header("Retry-After", std::to_string(failure->seconds));
     return true;
   }
-  int backOff = 0;
-  if (!m_faults.TakeBusy(&backOff)) return false;
+  if (const std::string code = m_faults.TakeSoapFault(); !code.empty()) {
+    Send(response, 500, kXml, WriteFault(FaultOf(code)));
+    return true;
+  }
+  const auto backOff = m_faults.TakeBusy();
+  if (!backOff) return false;
   SoapFault fault = FaultOf("ErrorServerBusy");
   fault.messageXml =
-      "<t:Value Name=\"BackOffMilliseconds\">" + std::to_string(backOff) + "</t:Value>";
+      "<t:Value Name=\"BackOffMilliseconds\">" + std::to_string(*backOff) + "</t:Value>";
   Send(response, 500, kXml, WriteFault(fault));
   return true;
 }
@@ -280,6 +305,8 @@ void Server::Implementation::HandleEws(const httplib::Request& request, httplib:
   } catch (const platform::SqliteError&) {
     Send(response, 500, kXml, WriteFault(FaultOf("ErrorMailboxStoreUnavailable")));
   }
+  Wait(m_faults.Hold());
+  Drop(Cut::kSaved, request);
 }
 
 void Server::Implementation::Handle(const httplib::Request& request, httplib::Response& response,
@@ -297,8 +324,7 @@ void Server::Implementation::Handle(const httplib::Request& request, httplib::Re
   }
   if (!Login(request)) {
     response.status = 401;
-    response.set_header("WWW-Authenticate", "Basic realm=\"mailboxd\"");
-    response.set_header("WWW-Authenticate", "Bearer");
+    AskForLogin(response);
     return;
   }
   if (ews) {

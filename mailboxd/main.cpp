@@ -111,7 +111,8 @@ void AddOptions(CLI::App& app, Arguments& arguments) {
                  "Largest item that is accepted, in bytes")
       ->check(CLI::PositiveNumber);
   app.add_option("--fault", server.faults,
-                 "Fail on demand: busy:N[:MS], latency:MS, drop:N, ErrorCode:N");
+                 "Fail on demand: busy:N[:MS], STATUS:N[:SECONDS], soap:ErrorCode:N, ErrorCode:N,\n"
+                 "drop-before:N, drop-in:N, drop:N, drop-saved:N, latency:MS, hold:MS");
 }
 
 // What is missing beside what is there; "" for nothing.

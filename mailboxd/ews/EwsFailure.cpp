@@ -10,7 +10,7 @@ struct CodeText {
   std::string_view code;
   std::string_view text;
 };
-constexpr std::array<CodeText, 34> kTexts = {{
+constexpr std::array<CodeText, 36> kTexts = {{
     {"ErrorAccessDenied", "Access is denied. Check credentials and try again."},
     {"ErrorArchiveMailboxNotEnabled", "Archive mailbox not enabled."},
     {"ErrorCannotCreateCalendarItemInNonCalendarFolder",
@@ -28,6 +28,7 @@ constexpr std::array<CodeText, 34> kTexts = {{
     {"ErrorIncorrectUpdatePropertyCount",
      "An object within a change description must contain one and only one property to modify."},
     {"ErrorInternalServerError", "An internal server error occurred. The operation failed."},
+    {"ErrorInternalServerTransientError", "An internal server error occurred. Try again later."},
     {"ErrorInvalidChangeKey", "The change key is invalid."},
     {"ErrorInvalidIdMalformed", "Id is malformed."},
     {"ErrorInvalidOperation", "The operation is not valid here."},
@@ -51,6 +52,7 @@ constexpr std::array<CodeText, 34> kTexts = {{
     {"ErrorSendMeetingInvitationsRequired",
      "The SendMeetingInvitations attribute is required for calendar items."},
     {"ErrorServerBusy", "The server cannot service this request right now. Try again later."},
+    {"ErrorTimeoutExpired", "The operation timed out."},
     {"ErrorUnsupportedPathForQuery", "The property can not be used with this type of restriction."},
     {"ErrorUpdatePropertyMismatch",
      "The property to be updated is not the one that the change description holds."},

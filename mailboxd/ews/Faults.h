@@ -2,16 +2,27 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace mailbox {
 
+// Where the connection of a request is cut.
+enum class Cut { kBeforeBody, kInBody, kBehindBody, kSaved };
+
 // Failures on demand, for tests and rehearsals. An order is one of
-//   busy:N          the next N requests are told to come back later (add :MS for how much later)
-//   latency:MS      every request waits first
-//   drop:N          the connections of the next N requests are cut without an answer
-//   ErrorCode:N     the next N items saved are refused with that response code
+//   busy:N[:MS]       the next N requests are told to come back later, in so many milliseconds
+//   STATUS:N[:S]      they are answered with that status of HTTP, 503 for example, and told to come
+//                     back in so many seconds if those are given
+//   soap:ErrorCode:N  they are answered with a SOAP fault of that code
+//   ErrorCode:N       the next N items saved are refused with that response code
+//   drop-before:N     the connections of the next N requests are cut before their body is read,
+//   drop-in:N         in the middle of it,
+//   drop:N            behind it, with nothing done,
+//   drop-saved:N      or when all is done, in place of the answer
+//   latency:MS        every request waits first
+//   hold:MS           every answer waits, with all done that it tells of
 // All calls may come from any thread.
 class Faults {
  public:
@@ -19,18 +30,35 @@ class Faults {
   [[nodiscard]] bool Add(std::string_view order);
 
   // Each takes one failure off its count.
-  bool TakeDrop();
-  bool TakeBusy(int* backOff);  // milliseconds
-  std::string TakeItemError();  // the response code, "" for none
+  bool Take(Cut cut);
+  std::optional<int> TakeBusy();  // milliseconds
+  struct Status {
+    int status = 0;
+    int seconds = 0;  // 0: no word about when to come back
+  };
+  std::optional<Status> TakeStatus();
+  std::string TakeSoapFault();  // the response code, "" for none
+  std::string TakeItemError();  // the same
   int Latency() const;          // milliseconds
+  int Hold() const;             // milliseconds
 
  private:
+  struct Counted {
+    int count = 0;
+    int value = 0;
+  };
+  using Orders = std::map<std::string, Counted, std::less<>>;
+  // The first of them whose count is not used up, with one taken off; null for none.
+  static const Orders::value_type* TakeOne(Orders& orders);
+
   mutable std::mutex m_mutex;
-  int m_drops = 0;
-  int m_busy = 0;
-  int m_backOff = 1000;
+  std::map<Cut, int> m_cuts;
+  Counted m_busy;
+  Orders m_statuses;
+  Orders m_soapFaults;
+  Orders m_itemErrors;
   int m_latency = 0;
-  std::map<std::string, int> m_codes;
+  int m_hold = 0;
 };
 
 }  // namespace mailbox

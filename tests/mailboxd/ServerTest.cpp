@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -95,6 +96,58 @@ TEST(Server, ItsOptionsBoundMessagesAndOrderFaultsThatEnd) {
   };
   EXPECT_EQ(save("12345"), "NoError");
   EXPECT_EQ(save("123456"), "ErrorMessageSizeExceeded");
+}
+
+TEST(Server, ConnectionsAreCutBeforeInAndBehindTheBodyAndWhenTheItemIsSaved) {
+  const struct {
+    const char* fault;
+    const char* stored;
+  } rows[] = {
+      {"drop-before:1", "<t:TotalCount>0<"},
+      {"drop-in:1", "<t:TotalCount>0<"},
+      {"drop:1", "<t:TotalCount>0<"},
+      {"drop-saved:1", "<t:TotalCount>1<"},
+  };
+  for (const auto& row : rows) {
+    mailbox::ServerOptions options;
+    options.faults = {row.fault};
+    RunningServer server(options);
+    const std::string large =
+        CreateMessage(WellKnown("inbox"), MimeField(std::string(300000, 'x')));
+    EXPECT_NE(Send({server->EwsUrl(), large}).result, CURLE_OK) << row.fault;
+    EXPECT_TRUE(Holds(Send({server->EwsUrl(), kGetInbox}).body, {row.stored})) << row.fault;
+  }
+}
+
+TEST(Server, StatusesAndFaultsThatAreOrderedComeInPlaceOfAnAnswer) {
+  mailbox::ServerOptions options;
+  options.faults = {"401:1", "503:1:7", "soap:ErrorTimeoutExpired:1"};
+  RunningServer server(options);
+  const Reply login = Send({server->EwsUrl(), kGetInbox});
+  EXPECT_EQ(login.status, 401);
+  EXPECT_TRUE(Holds(login.headers, {"WWW-Authenticate: Basic"}));
+  const Reply away = Send({server->EwsUrl(), kGetInbox});
+  EXPECT_EQ(away.status, 503);
+  EXPECT_TRUE(Holds(away.headers, {"Retry-After: 7"}));
+  EXPECT_EQ(Code(Send({server->EwsUrl(), kGetInbox}).body), "ErrorTimeoutExpired");
+  EXPECT_EQ(Code(Send({server->EwsUrl(), kGetInbox}).body), "NoError");
+}
+
+TEST(Server, AHeldAnswerIsThatOfARequestThatIsDone) {
+  mailbox::ServerOptions options;
+  options.faults = {"hold:2000"};
+  RunningServer server(options);
+  mailbox::Store& store = server->Mailboxes();
+  const std::int64_t inbox = *store.FindWellKnown(store.Mailbox("user@example.com"), "inbox");
+  std::atomic<bool> answered = false;
+  std::thread client([&] {
+    const std::string request = CreateMessage(WellKnown("inbox"), MimeField("x"));
+    EXPECT_EQ(Code(Send({server->EwsUrl(), request}).body), "NoError");
+    answered = true;
+  });
+  while (store.Folder(inbox)->total == 0 && !answered) std::this_thread::yield();
+  EXPECT_FALSE(answered);
+  client.join();
 }
 
 TEST(Server, APortBelongsToOneServer) {
