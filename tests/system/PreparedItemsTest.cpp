@@ -124,7 +124,6 @@ TEST(PreparedItems, TheDescriptorsIdIsTheKeyAndAnItemWithoutOneArrivesOnceToo) {
   EXPECT_EQ(LedgerRows(folder), 2);
   const nlohmann::json again = SummaryOf(Migrate(folder), 1);
   EXPECT_EQ(again["sent"], 0);
-  ASSERT_EQ(again["remarks"].size(), 1u);
   EXPECT_EQ(again["there_already"], 3);
 }
 
@@ -196,6 +195,7 @@ TEST(PreparedItems, ALedgerLockedInTheMiddleIsToldForTheItemThatLostItsRow) {
   EXPECT_EQ(LedgerRows(folder), kItems - 1);
   const nlohmann::json again = SummaryOf(Migrate(folder));
   EXPECT_EQ(again["sent"], 0);
+  ASSERT_EQ(again["remarks"].size(), 1u);
   EXPECT_THAT(again["remarks"][0]["text"].get<std::string>(),
               HasSubstr("an earlier run could not tell"));
   EXPECT_EQ(Items(folder), kItems);
