@@ -51,6 +51,7 @@ TEST(CkHtmlParse, PutsInWhatMailsLeaveOut) {
       {"<p>a<ul><li><p>b</ul><p>c",
        "<p>" + a + "<ul><li><p>" + b + "</p></li></ul></p><p>" + c + "</p>"},
       {"<head><title>a</title><p>b", "<head><title>" + a + "</title></head><p>" + b + "</p>"},
+      {"<head><html><head></head>b", "<head></head><html><head></head>" + b + "</html>"},
       {"<b>a</i>b</b></b>c", "<b>" + a + b + "</b>" + c},
       {"<br>a<hr>b</br><o:p/>c", "<br></br>" + a + "<hr></hr>" + b + "<o_p></o_p>" + c},
       {"<x>a</y>b</X>c", "<x>" + a + b + "</x>" + c},
