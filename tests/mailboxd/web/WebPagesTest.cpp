@@ -107,6 +107,15 @@ TEST_F(WebPages, AMailIsShownTakenApart) {
                        "/body/", "/part", "/mail"});
 }
 
+TEST_F(WebPages, AnHtmlMailHasItsPlainTextBesideIt) {
+  const std::string head = "Content-Type: text/html; charset=utf-8\r\n\r\n";
+  const std::string html = "<style>p{}</style><p>caf&eacute;</p><ul><li>&lt;b&gt;</ul>";
+  const std::string page = Get(Add("s", head + html + "<p>end")).body;
+  EXPECT_TRUE(Holds(page, {"<summary>As plain text</summary>\n<div class=\"box\"><pre>\ncafé",
+                           "\r\n    &lt;b&gt;\r\n", "end</pre>"}));
+  EXPECT_TRUE(Holds(Get(Add("s", head + "<p>")).body, {"HTML source"}));
+}
+
 TEST_F(WebPages, AnHtmlBodyIsConfinedAndHasTheMailsOwnPictures) {
   const std::string html =
       "<script>alert(1)</script><img src=\"CID:p@x\"><img src='cid:none@x'><img src=cid:t@x>"
