@@ -13,8 +13,8 @@ class HttpConnPool : public LibraryObject {
   HttpConnPool(const HttpConnPool&) = delete;
   HttpConnPool& operator=(const HttpConnPool&) = delete;
 
-  // libcurl's easy handle with no option set; null when there is none to be had. The pool stays the
-  // owner; good until it is asked again.
+  // libcurl's easy handle with the options of the request before; null when there is none to be
+  // had. The pool stays the owner.
   void* getHttpConnection();
 
  private:

@@ -203,15 +203,23 @@ void HttpControl::setOptions(void* pHandle, const std::string& strUrl, Login nLo
   curl_easy_setopt(pHandle, CURLOPT_TIMEOUT, nSeconds * kMaxTimeouts);
   curl_easy_setopt(pHandle, CURLOPT_USERAGENT, m_strUserAgent.c_str());
   curl_easy_setopt(pHandle, CURLOPT_ACCEPT_ENCODING, "gzip");
-  curl_easy_setopt(pHandle, CURLOPT_COOKIEFILE, "");  // cookies are kept, on no disk
   curl_easy_setopt(pHandle, CURLOPT_SSL_VERIFYPEER, 1L);
   curl_easy_setopt(pHandle, CURLOPT_SSL_VERIFYHOST, 2L);
   if (!m_strCaFile.empty()) curl_easy_setopt(pHandle, CURLOPT_CAINFO, m_strCaFile.c_str());
   curl_easy_setopt(pHandle, CURLOPT_WRITEFUNCTION, &onWrite);
   curl_easy_setopt(pHandle, CURLOPT_HEADERFUNCTION, &onHeader);
-  if (nLogin == Login::kNone) return;
-  const unsigned long nWays = nLogin == Login::kPreset ? CURLAUTH_BASIC : CURLAUTH_ANY;
+  setLogin(pHandle, nLogin);
+}
+
+// Always set in full: the handle still has what the resource before was fetched with.
+void HttpControl::setLogin(void* pHandle, Login nLogin) const {
+  const unsigned long nWays = nLogin == Login::kNegotiated ? CURLAUTH_ANY : CURLAUTH_BASIC;
   curl_easy_setopt(pHandle, CURLOPT_HTTPAUTH, nWays);
+  if (nLogin == Login::kNone) {
+    curl_easy_setopt(pHandle, CURLOPT_USERNAME, nullptr);
+    curl_easy_setopt(pHandle, CURLOPT_PASSWORD, nullptr);
+    return;
+  }
   const std::size_t nColon = std::min(m_strLogin.find(':'), m_strLogin.size());
   curl_easy_setopt(pHandle, CURLOPT_USERNAME, m_strLogin.substr(0, nColon).c_str());
   const std::string strPassword = nColon < m_strLogin.size() ? m_strLogin.substr(nColon + 1) : "";

@@ -63,6 +63,7 @@ class HttpControl : public LibraryObject {
            HttpConnPool& objPool, LogBase& log);
   bool isAllowed(const std::string& strUrl, LogBase& log);
   void setOptions(void* pHandle, const std::string& strUrl, Login nLogin) const;
+  void setLogin(void* pHandle, Login nLogin) const;
   bool fail(std::string strReason, LogBase& log);
   bool failStatus(long nStatus, LogBase& log);
 
