@@ -1,0 +1,206 @@
+#include "tests/support/FaultProxy.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+
+#include "base/AsciiText.h"
+
+namespace test_support {
+namespace {
+
+constexpr auto kDelay = std::chrono::milliseconds(150);
+constexpr auto kRefusal = std::chrono::milliseconds(1500);
+constexpr std::array kHarm = {
+    Mishap::kCutBeforeRequest, Mishap::kCutInRequest,    Mishap::kCutBehindRequest,
+    Mishap::kCutInAnswer,      Mishap::kCutBehindAnswer, Mishap::kDelay,
+    Mishap::kStatus,           Mishap::kRefuse,
+};
+constexpr std::array kStatuses = {401, 429, 500, 503};
+
+sockaddr_in Loopback(int port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  return address;
+}
+
+bool SendAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t sent = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent <= 0) return false;
+    bytes.remove_prefix(static_cast<size_t>(sent));
+  }
+  return true;
+}
+
+size_t ContentLength(std::string_view head) {
+  constexpr std::string_view kName = "\r\nContent-Length:";
+  size_t at = mail::findNoCase(head, kName);
+  if (at == std::string_view::npos) return 0;
+  at = head.find_first_not_of(' ', at + kName.size());
+  if (at == std::string_view::npos) return 0;
+  size_t length = 0;
+  std::from_chars(head.data() + at, head.data() + head.size(), length);
+  return length;
+}
+
+// The next message of that connection: its head, and as many bytes as that announces. Nothing when
+// the connection ends before. `rest` keeps what was read beyond it.
+std::optional<std::string> ReadMessage(int fd, std::string& rest) {
+  size_t whole = std::string::npos;
+  for (;;) {
+    const size_t end = rest.find("\r\n\r\n");
+    if (whole == std::string::npos && end != std::string::npos) {
+      const std::string_view head(rest.data(), end + 2);
+      whole = end + 4 + ContentLength(head);
+      if (mail::findNoCase(head, "100-continue") != std::string_view::npos) {
+        SendAll(fd, "HTTP/1.1 100 Continue\r\n\r\n");
+      }
+    }
+    if (rest.size() >= whole) break;
+    std::array<char, 16384> buffer;
+    const ssize_t count = recv(fd, buffer.data(), buffer.size(), 0);
+    if (count <= 0) return std::nullopt;
+    rest.append(buffer.data(), static_cast<size_t>(count));
+  }
+  std::string message = rest.substr(0, whole);
+  rest.erase(0, whole);
+  return message;
+}
+
+std::string StatusAnswer(int status) {
+  std::string answer = "HTTP/1.1 " + std::to_string(status) + " Harmed\r\nContent-Length: 0\r\n";
+  if (status == 401) answer += "WWW-Authenticate: Basic realm=\"proxy\"\r\n";
+  if (status == 429 || status == 503) answer += "Retry-After: 1\r\n";
+  return answer + "\r\n";
+}
+
+}  // namespace
+
+FaultProxy::FaultProxy(int serverPort, unsigned seed, unsigned oneIn)
+    : m_serverPort(serverPort), m_oneIn(oneIn), m_random(seed) {
+  Listen();
+  m_accept = std::thread([this] { Accept(); });
+}
+
+FaultProxy::~FaultProxy() {
+  m_ended = true;
+  m_accept.join();
+  {
+    const std::lock_guard lock(m_mutex);
+    for (const int fd : m_open) shutdown(fd, SHUT_RDWR);
+  }
+  for (std::thread& thread : m_threads) thread.join();
+}
+
+std::map<Mishap, int> FaultProxy::Mishaps() const {
+  const std::lock_guard lock(m_mutex);
+  return m_mishaps;
+}
+
+FaultProxy::Step FaultProxy::Next() {
+  const std::lock_guard lock(m_mutex);
+  Step step;
+  const bool harmed = m_random() % m_oneIn == 0;
+  const auto kind = m_random() % kHarm.size();
+  const auto status = m_random() % kStatuses.size();
+  if (harmed && !m_spareNext) step.mishap = kHarm[kind];
+  if (step.mishap == Mishap::kStatus) step.status = kStatuses[status];
+  m_spareNext = step.status == 401 || step.mishap == Mishap::kRefuse;
+  ++m_mishaps[step.mishap];
+  return step;
+}
+
+void FaultProxy::Listen() {
+  m_listener.Reset(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const int on = 1;
+  setsockopt(m_listener.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  sockaddr_in address = Loopback(m_port);
+  socklen_t length = sizeof address;
+  auto* name = reinterpret_cast<sockaddr*>(&address);
+  if (bind(m_listener.Get(), name, length) != 0 || listen(m_listener.Get(), 64) != 0 ||
+      getsockname(m_listener.Get(), name, &length) != 0) {
+    throw std::runtime_error("no port for a test's proxy");
+  }
+  m_port = ntohs(address.sin_port);
+}
+
+// A closed listener is what refuses connections, so this thread alone opens and closes it.
+void FaultProxy::Accept() {
+  while (!m_ended) {
+    if (m_refusing.exchange(false)) {
+      m_listener.Reset();
+      std::this_thread::sleep_for(kRefusal);
+      Listen();
+    }
+    pollfd ready{m_listener.Get(), POLLIN, 0};
+    if (poll(&ready, 1, 20) <= 0) continue;
+    const int client = accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC);
+    if (client < 0) continue;
+    const std::lock_guard lock(m_mutex);
+    m_threads.emplace_back([this, client] { Serve(client); });
+  }
+}
+
+void FaultProxy::Serve(int client) {
+  const platform::UniqueFd clientEnd(client);
+  const platform::UniqueFd serverEnd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const int server = serverEnd.Get();
+  {
+    const std::lock_guard lock(m_mutex);
+    m_open.insert(m_open.end(), {client, server});
+  }
+  const sockaddr_in address = Loopback(m_serverPort);
+  std::string fromClient;
+  if (connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    while (!m_ended) {
+      const auto request = ReadMessage(client, fromClient);
+      if (!request || !Pass(client, server, *request, Next())) break;
+    }
+  }
+  const std::lock_guard lock(m_mutex);
+  std::erase_if(m_open, [&](int fd) { return fd == client || fd == server; });
+  shutdown(client, SHUT_RDWR);
+}
+
+bool FaultProxy::Pass(int client, int server, const std::string& request, Step step) {
+  const std::string_view half = std::string_view(request).substr(0, request.size() / 2);
+  switch (step.mishap) {
+    case Mishap::kCutBeforeRequest:
+      return false;
+    case Mishap::kCutInRequest:
+      SendAll(server, half);
+      return false;
+    case Mishap::kStatus:
+      return SendAll(client, StatusAnswer(step.status));
+    case Mishap::kDelay:
+      std::this_thread::sleep_for(kDelay);
+      break;
+    default:
+      break;
+  }
+  std::string rest;
+  if (!SendAll(server, request)) return false;
+  const auto answer = ReadMessage(server, rest);
+  if (!answer) return false;
+  if (step.mishap == Mishap::kRefuse) m_refusing = true;
+  if (step.mishap == Mishap::kRefuse || step.mishap == Mishap::kCutBehindRequest) return false;
+  if (step.mishap == Mishap::kCutInAnswer) {
+    SendAll(client, std::string_view(*answer).substr(0, answer->size() / 2));
+    return false;
+  }
+  return SendAll(client, *answer) && step.mishap != Mishap::kCutBehindAnswer;
+}
+
+}  // namespace test_support

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/UniqueFd.h"
+
+namespace test_support {
+
+// What befalls one request on its way and its answer on the way back.
+enum class Mishap {
+  kNone,
+  kCutBeforeRequest,  // nothing of it reaches the server
+  kCutInRequest,      // half of it does
+  kCutBehindRequest,  // all of it, and the answer is lost
+  kCutInAnswer,       // half of the answer comes back
+  kCutBehindAnswer,   // all of it; the kept connection ends
+  kDelay,
+  kStatus,  // the proxy answers for the server: 401, 429, 500 or 503
+  kRefuse,  // the answer is lost, and no connection is taken for a time
+};
+
+// Stands in front of a server that speaks plain HTTP on 127.0.0.1 and harms requests by a seed: the
+// n-th request always meets the same mishap. A 401 and a refusal are followed by a request that
+// passes, for a server that turns everybody away is another matter than a network with faults. It
+// ends with the object.
+class FaultProxy {
+ public:
+  // One of `oneIn` requests is harmed.
+  FaultProxy(int serverPort, unsigned seed, unsigned oneIn);
+  ~FaultProxy();
+  FaultProxy(const FaultProxy&) = delete;
+  FaultProxy& operator=(const FaultProxy&) = delete;
+
+  int Port() const { return m_port; }
+  // How often each has happened.
+  std::map<Mishap, int> Mishaps() const;
+
+ private:
+  struct Step {
+    Mishap mishap = Mishap::kNone;
+    int status = 0;
+  };
+  Step Next();
+  void Listen();
+  void Accept();
+  void Serve(int client);
+  // False when the client's connection is to end.
+  bool Pass(int client, int server, const std::string& request, Step step);
+
+  const int m_serverPort;
+  const unsigned m_oneIn;
+  mutable std::mutex m_mutex;  // of the members below
+  std::mt19937 m_random;
+  bool m_spareNext = false;
+  std::map<Mishap, int> m_mishaps;
+  std::vector<int> m_open;  // both ends of each connection that is served
+  std::vector<std::thread> m_threads;
+  platform::UniqueFd m_listener;
+  int m_port = 0;
+  std::atomic<bool> m_refusing = false;
+  std::atomic<bool> m_ended = false;
+  std::thread m_accept;
+};
+
+}  // namespace test_support
