@@ -3,7 +3,7 @@
 
 JOBS ?= $(shell nproc)
 
-.PHONY: build check demo bench fuzz asan clang packages clean
+.PHONY: build check soak demo bench fuzz asan clang packages clean
 
 build: packages
 	cmake --preset dev > build/configure.log 2>&1 || { cat build/configure.log; exit 1; }
@@ -11,6 +11,10 @@ build: packages
 
 check: build
 	ctest --preset dev -j $(JOBS)
+
+# The tests that take too long for every day.
+soak: build
+	ctest --preset soak -j $(JOBS)
 
 demo: packages
 	cmake --preset dev > build/configure.log 2>&1 || { cat build/configure.log; exit 1; }
