@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -40,16 +39,11 @@ struct Arrival {
 
 // One run through a proxy of that seed. What arrived is read from the mailbox's own store.
 Arrival RunThroughProxy(const TemporaryFolder& folder, unsigned seed) {
-  folder.Write("password", "secret\n");
   Arrival arrival;
   {
     const Mailbox mailbox(folder.Path(), {});
     const FaultProxy proxy(std::stoi(mailbox.Port()), seed, kHarmOneIn);
-    std::vector<std::string> arguments =
-        MigrateArguments(folder, {"--user", "user@example.com", "--password-file",
-                                  folder.File("password"), "--patience", "120"});
-    *(std::ranges::find(arguments, "--to") + 1) =
-        "http://127.0.0.1:" + std::to_string(proxy.Port()) + "/EWS/Exchange.asmx";
+    const auto arguments = ServerArguments(folder, proxy.Port(), {"--patience", "120"});
     arrival.result = RunProgram("tarny", arguments, folder.Path());
     for (const auto& [mishap, times] : proxy.Mishaps()) {
       if (mishap != test_support::Mishap::kNone) arrival.harmed += times;

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -20,15 +19,11 @@ using test_support::TemporaryFolder;
 void ExpectWaitedOut(std::chrono::seconds away) {
   const TemporaryFolder folder;
   const Generated mails = WriteMails(folder, 120);
-  folder.Write("password", "secret\n");
   // Answers are held back, so that the death falls behind a save.
   const std::vector<std::string> slow = {"--fault", "hold:20"};
   auto mailbox = std::make_unique<Mailbox>(folder.Path(), slow);
   const std::string port = mailbox->Port();
-  std::vector<std::string> arguments = MigrateArguments(
-      folder, {"--user", "user@example.com", "--password-file", folder.File("password")});
-  *(std::ranges::find(arguments, "--to") + 1) = "http://127.0.0.1:" + port + "/EWS/Exchange.asmx";
-  Program tarny("tarny", arguments, folder.Path());
+  Program tarny("tarny", ServerArguments(folder, std::stoi(port)), folder.Path());
   while (LedgerRows(folder) < 30) {
     ASSERT_FALSE(tarny.TryWait()) << tarny.Err();
     std::this_thread::sleep_for(std::chrono::milliseconds(2));

@@ -4,11 +4,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <filesystem>
 #include <random>
 #include <stdexcept>
+
+#include <fmt/format.h>
 
 #include "client/run/LineDrain.h"
 #include "platform/Sqlite.h"
@@ -189,6 +192,17 @@ std::vector<std::string> MigrateArguments(const test_support::TemporaryFolder& f
 
 Result Migrate(const test_support::TemporaryFolder& folder, const std::vector<std::string>& more) {
   return RunProgram("tarny", MigrateArguments(folder, more), folder.Path());
+}
+
+std::vector<std::string> ServerArguments(const test_support::TemporaryFolder& folder, int port,
+                                         const std::vector<std::string>& more) {
+  std::vector<std::string> arguments = MigrateArguments(
+      folder,
+      {"--user", "user@example.com", "--password-file", folder.Write("password", "secret\n")});
+  *(std::ranges::find(arguments, "--to") + 1) =
+      fmt::format("http://127.0.0.1:{}/EWS/Exchange.asmx", port);
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return arguments;
 }
 
 nlohmann::json SummaryOf(const Result& result, int status) {

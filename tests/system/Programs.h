@@ -102,6 +102,9 @@ std::vector<std::string> MigrateArguments(const test_support::TemporaryFolder& f
                                           const std::vector<std::string>& more = {});
 Result Migrate(const test_support::TemporaryFolder& folder,
                const std::vector<std::string>& more = {});
+// The same into a server that is open on that port of this machine, by plain HTTP.
+std::vector<std::string> ServerArguments(const test_support::TemporaryFolder& folder, int port,
+                                         const std::vector<std::string>& more = {});
 // What such a run came to, which is to have ended with that status.
 nlohmann::json SummaryOf(const Result& result, int status = 0);
 // How many rows the ledger of that run holds; 0 while there is none.
