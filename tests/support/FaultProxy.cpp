@@ -20,11 +20,6 @@ namespace {
 
 constexpr auto kDelay = std::chrono::milliseconds(150);
 constexpr auto kRefusal = std::chrono::milliseconds(1500);
-constexpr std::array kHarm = {
-    Mishap::kCutBeforeRequest, Mishap::kCutInRequest,    Mishap::kCutBehindRequest,
-    Mishap::kCutInAnswer,      Mishap::kCutBehindAnswer, Mishap::kDelay,
-    Mishap::kStatus,           Mishap::kRefuse,
-};
 constexpr std::array kStatuses = {401, 429, 500, 503};
 
 sockaddr_in Loopback(int port) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <map>
 #include <mutex>
@@ -23,6 +24,12 @@ enum class Mishap {
   kDelay,
   kStatus,  // the proxy answers for the server: 401, 429, 500 or 503
   kRefuse,  // the answer is lost, and no connection is taken for a time
+};
+
+inline constexpr std::array kHarm = {
+    Mishap::kCutBeforeRequest, Mishap::kCutInRequest,    Mishap::kCutBehindRequest,
+    Mishap::kCutInAnswer,      Mishap::kCutBehindAnswer, Mishap::kDelay,
+    Mishap::kStatus,           Mishap::kRefuse,
 };
 
 // Stands in front of a server that speaks plain HTTP on 127.0.0.1 and harms requests by a seed: the

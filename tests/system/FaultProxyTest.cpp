@@ -1,5 +1,7 @@
+#include <future>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -15,6 +17,7 @@ namespace system_test {
 namespace {
 
 using test_support::FaultProxy;
+using test_support::Mishap;
 using test_support::TemporaryFolder;
 
 constexpr int kMails = 56;
@@ -34,7 +37,7 @@ struct Arrival {
   Result result;
   Contents mails;
   std::map<std::string, int> prepared;  // by subject
-  int harmed = 0;
+  std::map<Mishap, int> mishaps;
 };
 
 // One run through a proxy of that seed. What arrived is read from the mailbox's own store.
@@ -45,9 +48,7 @@ Arrival RunThroughProxy(const TemporaryFolder& folder, unsigned seed) {
     const FaultProxy proxy(std::stoi(mailbox.Port()), seed, kHarmOneIn);
     const auto arguments = ServerArguments(folder, proxy.Port(), {"--patience", "120"});
     arrival.result = RunProgram("tarny", arguments, folder.Path());
-    for (const auto& [mishap, times] : proxy.Mishaps()) {
-      if (mishap != test_support::Mishap::kNone) arrival.harmed += times;
-    }
+    arrival.mishaps = proxy.Mishaps();
   }
   for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
     if (item.folder == "Prepared") {
@@ -59,7 +60,8 @@ Arrival RunThroughProxy(const TemporaryFolder& folder, unsigned seed) {
   return arrival;
 }
 
-void ExpectWhole(unsigned seed) {
+// Returns what befell it on the way.
+std::map<Mishap, int> ExpectWhole(unsigned seed) {
   SCOPED_TRACE("seed " + std::to_string(seed));
   const TemporaryFolder folder;
   const Contents expected = WriteMails(folder, kMails).expected;
@@ -68,20 +70,33 @@ void ExpectWhole(unsigned seed) {
     WritePrepared(folder, i);
     prepared["item " + std::to_string(i)] = 1;
   }
-  const Arrival arrival = RunThroughProxy(folder, seed);
+  Arrival arrival = RunThroughProxy(folder, seed);
   const nlohmann::json summary = SummaryOf(arrival.result);
   EXPECT_EQ(summary["failed"], 0) << arrival.result.err;
-  EXPECT_GT(arrival.harmed, 0);
   EXPECT_EQ(arrival.prepared, prepared) << arrival.result.err;
   EXPECT_TRUE(arrival.mails == expected) << arrival.result.err;
+  return std::move(arrival.mishaps);
 }
 
 class ThroughProxy : public testing::TestWithParam<unsigned> {};
 
-TEST_P(ThroughProxy, EachItemArrivesOnceInTheFirstRun) { ExpectWhole(GetParam()); }
+// Ten seeds at a time: a run waits more than it works.
+TEST_P(ThroughProxy, EachItemArrivesOnceInTheFirstRun) {
+  std::vector<std::future<std::map<Mishap, int>>> runs;
+  for (unsigned i = 1; i <= 10; ++i) {
+    runs.push_back(std::async(std::launch::async, ExpectWhole, 10 * GetParam() + i));
+  }
+  std::map<Mishap, int> mishaps;
+  for (auto& run : runs) {
+    for (const auto& [mishap, times] : run.get()) mishaps[mishap] += times;
+  }
+  for (const Mishap one : test_support::kHarm) {
+    EXPECT_GT(mishaps[one], 0) << "no run met mishap " << static_cast<int>(one);
+  }
+}
 
-INSTANTIATE_TEST_SUITE_P(Seeds, ThroughProxy, testing::Range(1u, 11u));
-INSTANTIATE_TEST_SUITE_P(Soak, ThroughProxy, testing::Range(11u, 201u));
+INSTANTIATE_TEST_SUITE_P(Seeds, ThroughProxy, testing::Values(0u));
+INSTANTIATE_TEST_SUITE_P(Soak, ThroughProxy, testing::Range(1u, 20u));
 
 }  // namespace
 }  // namespace system_test
