@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -115,6 +116,7 @@ class Server::Implementation {
   DataFolderLock m_lock;
   Store m_store;
   Faults m_faults;
+  std::atomic<std::int64_t> m_requests = 0;
   Logins m_logins;
   std::string m_certificate;
   std::unique_ptr<httplib::Server> m_http;
@@ -295,6 +297,7 @@ bool Server::Implementation::Fail(const httplib::Request& request, httplib::Resp
 
 void Server::Implementation::HandleEws(const httplib::Request& request, httplib::Response& response,
                                        std::string& body) {
+  ++m_requests;
   if (Fail(request, response)) return;
   const Context context{m_store, m_faults, Login(request).value_or(""),
                         m_options.maximumMessageSize};
@@ -370,6 +373,7 @@ std::string Server::Url() const { return m_implementation->UrlFor(m_implementati
 std::string Server::EwsUrl() const { return Url() + "/EWS/Exchange.asmx"; }
 std::string Server::AutodiscoverUrl() const { return Url() + "/autodiscover/autodiscover.xml"; }
 std::string Server::CertificateFile() const { return m_implementation->m_certificate; }
+std::int64_t Server::RequestCount() const { return m_implementation->m_requests; }
 Store& Server::Mailboxes() { return m_implementation->m_store; }
 
 }  // namespace mailbox

@@ -43,6 +43,7 @@ class Server {
   std::string AutodiscoverUrl() const;
   std::string CertificateFile() const;  // "" without https
   Store& Mailboxes();
+  std::int64_t RequestCount() const;  // to the mailbox, up to now
 
  private:
   class Implementation;
