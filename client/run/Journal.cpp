@@ -22,10 +22,18 @@ constexpr std::string_view kSchema =
 static_assert(static_cast<int>(ItemResult::kFailed) == 0 &&
               static_cast<int>(ItemResult::kArrived) == 1);  // in the trigger
 
+platform::SqliteStatement InsertOf(platform::SqliteDatabase& database, const JournalEntry& entry) {
+  platform::SqliteStatement insert =
+      database.Prepare("INSERT OR REPLACE INTO item VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
+  insert.Bind(1, entry.source).Bind(2, entry.folder).Bind(3, entry.hash).Bind(4, entry.key);
+  insert.Bind(5, static_cast<std::int64_t>(entry.result)).Bind(6, entry.text);
+  return insert;
+}
+
 }  // namespace
 
 Journal::Journal(const std::string& path) : m_database(path) {
-  m_database.Execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;");
+  m_database.Execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;");
   m_database.Execute(kSchema);
 }
 
@@ -37,10 +45,9 @@ std::optional<std::string> Journal::Property(std::string_view name) {
 }
 
 void Journal::SetProperty(std::string_view name, std::string_view value) {
-  m_database.Prepare("INSERT OR REPLACE INTO property VALUES (?1, ?2)")
-      .Bind(1, name)
-      .Bind(2, value)
-      .Run();
+  RunDurably(m_database.Prepare("INSERT OR REPLACE INTO property VALUES (?1, ?2)")
+                 .Bind(1, name)
+                 .Bind(2, value));
 }
 
 bool Journal::HasArrived(std::string_view source, std::string_view folder, std::string_view hash) {
@@ -51,17 +58,23 @@ bool Journal::HasArrived(std::string_view source, std::string_view folder, std::
 }
 
 void Journal::Store(const JournalEntry& entry) {
-  platform::SqliteStatement insert =
-      m_database.Prepare("INSERT OR REPLACE INTO item VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
-  insert.Bind(1, entry.source).Bind(2, entry.folder).Bind(3, entry.hash).Bind(4, entry.key);
-  insert.Bind(5, static_cast<std::int64_t>(entry.result)).Bind(6, entry.text).Run();
+  platform::SqliteStatement insert = InsertOf(m_database, entry);
+  RunDurably(insert);
 }
 
+void Journal::StoreFound(const JournalEntry& entry) { InsertOf(m_database, entry).Run(); }
+
 void Journal::Begin(std::string_view folder, std::string_view key) {
-  m_database.Prepare("INSERT OR REPLACE INTO begun VALUES (?1, ?2, datetime('now'))")
-      .Bind(1, folder)
-      .Bind(2, key)
-      .Run();
+  RunDurably(m_database.Prepare("INSERT OR REPLACE INTO begun VALUES (?1, ?2, datetime('now'))")
+                 .Bind(1, folder)
+                 .Bind(2, key));
+}
+
+// The sync at the end of a write-ahead log takes along all that was written to it before.
+void Journal::RunDurably(platform::SqliteStatement& statement) {
+  m_database.Execute("PRAGMA synchronous=FULL");
+  statement.Run();
+  m_database.Execute("PRAGMA synchronous=NORMAL");
 }
 
 std::optional<std::string> Journal::OpenSince(std::string_view folder, std::string_view key) {

@@ -27,23 +27,27 @@ struct JournalEntry {
 };
 
 // The memory of a run: what was sent, and which mail owns which ledger key. An SQLite file; each
-// change is on disk before its function returns. Texts are UTF-8, or bytes as a source gave them.
-// Every function throws platform::SqliteError.
+// change outlives the death of this process, and where its function says "durable", or one that
+// comes later does, a loss of power, too. Texts are UTF-8, or bytes as a source gave them. Every
+// function throws platform::SqliteError.
 class Journal {
  public:
   explicit Journal(const std::string& path);
 
-  // A setting of the run's first start; nothing when it was never stored.
+  // A setting of the run's first start, durable; nothing when it was never stored.
   std::optional<std::string> Property(std::string_view name);
   void SetProperty(std::string_view name, std::string_view value);
 
   // True if this content of this source has arrived in that folder.
   bool HasArrived(std::string_view source, std::string_view folder, std::string_view hash);
-  // Ends what Begin began where the result says whether the item is there.
+  // Ends what Begin began where the result says whether the item is there. Durable.
   void Store(const JournalEntry& entry);
+  // The same, and not durable: for what was not sent, but found where it would be found again.
+  void StoreFound(const JournalEntry& entry);
 
   // Says that a command about the item with that key in that folder is about to leave. Until a
   // result is stored that says what became of it, by this run or a later one, its outcome is open.
+  // Durable.
   void Begin(std::string_view folder, std::string_view key);
   // When a command about it left, in UTC, while its outcome is open.
   std::optional<std::string> OpenSince(std::string_view folder, std::string_view key);
@@ -63,6 +67,7 @@ class Journal {
  private:
   std::optional<std::string> OwnerOf(std::string_view folder, std::string_view key);  // its hash
   bool Claim(std::string_view folder, std::string_view key, std::string_view hash);
+  void RunDurably(platform::SqliteStatement& statement);
 
   platform::SqliteDatabase m_database;
 };

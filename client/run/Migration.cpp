@@ -218,8 +218,11 @@ std::string Migration::EnterRow(const Work& work) {
 
 void Migration::Keep(const Work& work, const Outcome& outcome) {
   if (outcome.kind == Outcome::Kind::kLeft) return;
-  m_journal.Store({work.entry.item.location, work.entry.item.folder, work.item.hash, work.item.key,
-                   ResultOf(outcome), outcome.text});
+  const JournalEntry entry{work.entry.item.location, work.entry.item.folder,
+                           work.item.hash,           work.item.key,
+                           ResultOf(outcome),        outcome.text};
+  // What was found there is found again should the entry be lost.
+  outcome.kind == Outcome::Kind::kKnown ? m_journal.StoreFound(entry) : m_journal.Store(entry);
 }
 
 void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
