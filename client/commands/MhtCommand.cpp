@@ -29,8 +29,7 @@ class Report : public mail::MhtObserver {
     fmt::print(stderr, "fetched {} ({} bytes)\n", OneLine(std::string(url)), bytes);
   }
   void missing(std::string_view url, std::string_view reason) override {
-    fmt::print(stderr, "missing {}: {}\n", OneLine(std::string(url)),
-               OneLine(std::string(reason)));
+    fmt::print(stderr, "missing {}: {}\n", OneLine(std::string(url)), OneLine(std::string(reason)));
   }
 };
 

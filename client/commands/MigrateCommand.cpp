@@ -9,6 +9,7 @@
 #include "client/commands/MigrateOutput.h"
 #include "client/commands/ProblemList.h"
 #include "client/commands/TargetLogon.h"
+#include "client/run/LedgerLook.h"
 #include "client/run/LocalMailbox.h"
 #include "client/run/Migration.h"
 #include "client/run/RunIdentity.h"
@@ -89,12 +90,12 @@ int RunMigrate(const Arguments& arguments) {
   MigrateOptions options;
   CLI::App app("Sends mail from files on disk into a mailbox. Run again, it goes on where it was.",
                "tarny migrate");
-  Describe(app, options, Purpose::kMigrate);
+  DescribeOptions(app, options, Purpose::kMigrate);
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
   Console console;
   try {
-    Complete(options);
+    CompleteOptions(options);
     return Migrate(options, console);
   } catch (const UsageError& error) {
     console.Say(fmt::format("tarny migrate: {}", error.what()));

@@ -127,7 +127,7 @@ void RequireUsable(const Target& target) {
 
 }  // namespace
 
-void Describe(CLI::App& app, MigrateOptions& options, Purpose purpose) {
+void DescribeOptions(CLI::App& app, MigrateOptions& options, Purpose purpose) {
   app.add_option("SOURCE", options.sources,
                  "A Maildir, an mbox file, a folder with .eml files and prepared items in it and "
                  "below, or one .eml file")
@@ -148,7 +148,7 @@ void Describe(CLI::App& app, MigrateOptions& options, Purpose purpose) {
   DescribeServer(app, options);
 }
 
-void Complete(MigrateOptions& options) {
+void CompleteOptions(MigrateOptions& options) {
   RequireNoSecret("--to", options.to);
   RequireNoSecret("--autodiscover-url", options.engine.autodiscoverUrl);
   RequireNoSecret("--authority-url", options.engine.authorityUrl);

@@ -38,11 +38,11 @@ enum class Purpose {
   kMigrate,
   kVerify
 };  // the latter takes what only the former means, and says so
-void Describe(CLI::App& app, MigrateOptions& options, Purpose purpose);
+void DescribeOptions(CLI::App& app, MigrateOptions& options, Purpose purpose);
 
 // Makes paths absolute and fills the target's address. Throws UsageError for options that mean
 // nothing together, and std::runtime_error for a source that is not there.
-void Complete(MigrateOptions& options);
+void CompleteOptions(MigrateOptions& options);
 
 // Fills in the target's password or secret, from a file or a person. Throws UsageError when the
 // target cannot be used, before anyone types in vain where that can be seen.

@@ -103,12 +103,12 @@ int RunVerify(const Arguments& arguments) {
       "times the bytes of the mail, and off by more than 64 KiB: servers keep mail in a form of "
       "their own, so that smaller differences say nothing.",
       "tarny verify");
-  Describe(app, options, Purpose::kVerify);
+  DescribeOptions(app, options, Purpose::kVerify);
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
   Console console;
   try {
-    Complete(options);
+    CompleteOptions(options);
     return Verify(options, console);
   } catch (const UsageError& error) {
     console.Say(fmt::format("tarny verify: {}", error.what()));

@@ -2,7 +2,10 @@
 
 #include <filesystem>
 
+#include <fmt/format.h>
+
 #include "client/run/MailKey.h"
+#include "client/run/RunFolder.h"
 
 namespace client {
 namespace {
@@ -87,6 +90,16 @@ std::vector<LedgerLook::Count> LedgerLook::Counts() {
     counts.push_back({std::string(query.Text(0)), std::string(query.Text(1)), query.Int(2)});
   }
   return counts;
+}
+
+void RequireUsableLedger(const RunFolder& run) {
+  const std::string path = run.File(std::string(kLedgerName));
+  const std::string problem = LedgerLook(path).Problem();
+  if (problem.empty()) return;
+  throw RunError(fmt::format(
+      "{} cannot be used: its ledger {} fails with: {}. Take a new run folder, or move the ledger "
+      "away: the journal then says what has arrived",
+      run.Path(), kLedgerName, problem));
 }
 
 }  // namespace client

@@ -9,6 +9,8 @@
 
 namespace client {
 
+class RunFolder;
+
 inline constexpr std::string_view kLedgerName = "SQLLiteNew.db";  // in the engine's folder
 
 // The folder text of a ledger row for a target folder as the engine was given it (UTF-8).
@@ -48,5 +50,9 @@ class LedgerLook {
   std::string m_path;
   platform::SqliteDatabase m_database;
 };
+
+// Throws RunError when the ledger cannot be used: without it a run could not tell what has arrived,
+// and would send it again.
+void RequireUsableLedger(const RunFolder& run);
 
 }  // namespace client

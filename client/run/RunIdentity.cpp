@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include "client/run/Journal.h"
-#include "client/run/LedgerLook.h"
 #include "client/run/RunFolder.h"
 #include "client/run/Target.h"
 #include "platform/CString.h"
@@ -66,16 +65,6 @@ void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFold
 void KeepIdentity(Journal& journal, const RunIdentity& identity) {
   journal.SetProperty(kSources, json(identity.sources).dump());
   journal.SetProperty(kTarget, identity.target);
-}
-
-void RequireUsableLedger(const RunFolder& run) {
-  const std::string path = run.File(std::string(kLedgerName));
-  const std::string problem = LedgerLook(path).Problem();
-  if (problem.empty()) return;
-  throw RunError(fmt::format(
-      "{} cannot be used: its ledger {} fails with: {}. Take a new run folder, or move the ledger "
-      "away: the journal then says what has arrived",
-      run.Path(), kLedgerName, problem));
 }
 
 }  // namespace client

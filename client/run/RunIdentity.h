@@ -25,8 +25,4 @@ void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFold
 // Binds the folder from now on. Throws platform::SqliteError.
 void KeepIdentity(Journal& journal, const RunIdentity& identity);
 
-// Throws RunError when the ledger cannot be used: without it a run could not tell what has arrived,
-// and would send it again.
-void RequireUsableLedger(const RunFolder& run);
-
 }  // namespace client
