@@ -70,13 +70,15 @@ int Migrate(MigrateOptions& options, Console& console) {
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;
-  RequireLogon(options.target, engineOptions, run, waits, say);
-  KeepIdentity(journal, identity);  // only now: a mistyped name must not bind the run folder
+  RequireLogon(options.target, engineOptions, run, IsBound(journal), waits, say);
+  // Only now: a mistyped name must not bind the run folder.
+  KeepIdentity(journal, identity, options.adopt);
 
   Migration migration(
       {run, options.target, engineOptions, local.get(), options.fromMime, options.adopt, &waits},
       journal, say, [&console](const Step& step) { ShowStep(step, console); });
   const Summary summary = migration.Run(plan);
+  if (options.adopt && summary.stopped.empty()) EndAdoption(journal);
   console.EndProgress();
   PrintSummary(summary, plan, options.json);
   std::cout.flush();

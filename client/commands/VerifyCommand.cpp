@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <iostream>
 
 #include <fmt/format.h>
@@ -11,6 +12,8 @@
 #include "client/commands/ProblemList.h"
 #include "client/commands/TargetLogon.h"
 #include "client/run/EngineOptions.h"
+#include "client/run/Journal.h"
+#include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
 #include "client/run/Verification.h"
 #include "client/show/Console.h"
@@ -72,18 +75,20 @@ int Verify(MigrateOptions& options, Console& console) {
   InstallStopHandler();
   const Plan plan = MakePlan(options.sources);
   AskSecrets(options);
+  if (!std::filesystem::exists(options.run + "/journal.db")) {
+    throw RunError(fmt::format("{} is not the run folder of a migration", options.run));
+  }
   RunFolder run(options.run);
   run.TakeOver(say);  // what an engine still sends is waited for
   Journal journal(run.File("journal.db"));
+  RequireSameRun(journal, IdentityOf(options.sources, options.target), run, /*adopt=*/true);
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   ServerWaits waits;
   RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()), run,
-               waits, say);
+               IsBound(journal), waits, say);
   TargetLook look(options.target);
-  LedgerLook ledger(run.File(std::string(kLedgerName)));
-  Verification verification(look, journal, ledger, options.target.Login(), [&](const Step& step) {
-    console.Progress(step.done, step.total, step.name);
-  });
+  Verification verification(
+      look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });
   const std::vector<FolderCheck> checks = verification.Run(plan);
   console.EndProgress();
   const bool complete = plan.IsWhole() && plan.unsupported.empty() &&

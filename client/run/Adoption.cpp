@@ -3,21 +3,20 @@
 #include <stdexcept>
 
 #include "client/run/MailKey.h"
+#include "client/run/RunFolder.h"
+#include "client/run/StopRequest.h"
 
 namespace client {
 
-TargetIndex ReadTargetFolder(TargetLook& look, Journal& journal, const std::string& folder,
+TargetIndex ReadTargetFolder(TargetLook& look, const std::string& folder, const OwnKeys& own,
                              const TargetLook::Take& alsoTo) {
   TargetIndex index;
   try {
     look.List(folder, [&](const ews::FoundItem& found) {
-      // An item under a key of this run is the one with that key, and no other with its id.
-      const bool own = journal.IsClaimed(folder, found.strKey.ToUtf8());
-      index.Add(found, own ? TargetIndex::ById::kNo : TargetIndex::ById::kYes);
+      const bool isOwn = own.contains(TargetIndex::DigestOf(found.strKey.ToUtf8()));
+      index.Add(found, isOwn ? TargetIndex::ById::kNo : TargetIndex::ById::kYes);
       if (alsoTo) alsoTo(found);
     });
-  } catch (const platform::SqliteError&) {
-    throw;
   } catch (const std::runtime_error& error) {
     throw std::runtime_error("the target's folder " + folder + " cannot be read: " + error.what());
   }
@@ -25,11 +24,36 @@ TargetIndex ReadTargetFolder(TargetLook& look, Journal& journal, const std::stri
 }
 
 bool Adoption::Take(const std::string& folder, const LoadedItem& item) {
-  auto place = m_folders.find(folder);
-  if (place == m_folders.end()) {
-    place = m_folders.emplace(folder, ReadTargetFolder(m_look, m_journal, folder)).first;
+  if (m_identities.empty()) GroupEntries();
+  const std::string& identity = m_identities.at(folder);
+  auto place = m_indexes.find(identity);
+  if (place == m_indexes.end()) {
+    TargetIndex index = ReadTargetFolder(m_look, folder, KeysOf(m_entries[identity]));
+    place = m_indexes.emplace(identity, std::move(index)).first;
   }
   return place->second.Take(KeyOnItem(item.key), item.messageId, item.MimeSize()).has_value();
+}
+
+void Adoption::GroupEntries() {
+  for (const Plan::Entry& entry : m_plan.entries) {
+    const auto [place, isNew] = m_identities.try_emplace(entry.item.folder);
+    if (isNew) place->second = m_look.Identity(entry.item.folder);
+    m_entries[place->second].push_back(&entry);
+  }
+}
+
+OwnKeys Adoption::KeysOf(const Entries& entries) {
+  OwnKeys keys;
+  for (const Plan::Entry* entry : entries) {
+    if (StopRequested()) throw RunError("asked to stop");
+    try {
+      LoadedItem item = ItemLoader::Load(*entry);
+      ItemLoader::Identify(*entry, item);
+      keys.insert(TargetIndex::DigestOf(KeyOnItem(item.key)));
+    } catch (const SourceError&) {  // told when its turn comes
+    }
+  }
+  return keys;
 }
 
 }  // namespace client

@@ -1,35 +1,47 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "client/run/ItemLoader.h"
+#include "client/run/Plan.h"
 #include "client/run/TargetIndex.h"
 #include "client/run/TargetLook.h"
 
 namespace client {
 
-// What the target holds in a folder; alsoTo, where given, gets each item in the same order. The
-// journal tells which keys there are this run's own. Throws std::runtime_error when the folder
-// cannot be read, platform::SqliteError.
-TargetIndex ReadTargetFolder(TargetLook& look, Journal& journal, const std::string& folder,
+using OwnKeys = std::set<TargetIndex::Digest>;  // of items of the source, as they stand on items
+
+// What the target holds in a folder; alsoTo, where given, gets each item in the same order. An item
+// with a key of the source's own is the one with that key, and no other with its id. Throws
+// std::runtime_error when the folder cannot be read.
+TargetIndex ReadTargetFolder(TargetLook& look, const std::string& folder, const OwnKeys& own,
                              const TargetLook::Take& alsoTo = {});
 
-// Finds the items of a run among what the target holds already. Each folder is read once, before
-// the first of its items is looked for.
+// Finds the items of a run among what the target holds already. Each folder of the target is read
+// once, before the first of its items is looked for; the source's items for it are read before
+// that, since an item whose content changed may only stand for what is no other's.
 class Adoption {
  public:
   // Both must outlive this.
-  Adoption(TargetLook& look, Journal& journal) : m_look(look), m_journal(journal) {}
+  Adoption(TargetLook& look, const Plan& plan) : m_look(look), m_plan(plan) {}
 
   // True if the item is there; what stands for it stands for no other. Throws std::runtime_error
-  // when the folder cannot be read.
+  // when the folder cannot be read, RunError on a request to stop.
   bool Take(const std::string& folder, const LoadedItem& item);
 
  private:
+  using Entries = std::vector<const Plan::Entry*>;
+  void GroupEntries();
+  static OwnKeys KeysOf(const Entries& entries);
+
   TargetLook& m_look;
-  Journal& m_journal;
-  std::map<std::string, TargetIndex> m_folders;
+  const Plan& m_plan;
+  std::map<std::string, std::string> m_identities;  // by folder of the source
+  std::map<std::string, Entries> m_entries;         // the next two by identity
+  std::map<std::string, TargetIndex> m_indexes;
 };
 
 }  // namespace client

@@ -18,6 +18,14 @@ std::string SearchableId(const std::string& messageId) {
   return usable ? id.ToUtf8() : std::string();
 }
 
+std::string IdOfPrepared(const std::string& location) {
+  const ST_EML_INFO info = ReadPreparedItem(location);
+  if (info.nItemType != TYPE_EMAIL) {
+    throw SourceError("the first line of its descriptor names no type of item");
+  }
+  return info.strMessageId.ToUtf8();
+}
+
 }  // namespace
 
 LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
@@ -32,35 +40,36 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
   return item;
 }
 
+void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
+  item.id = entry.item.prepared ? IdOfPrepared(entry.item.location)
+                                : mail::MailHeader(item.bytes).text("Message-ID");
+  item.messageId = SearchableId(item.id);
+  const bool asItStands = entry.item.prepared && !item.id.empty();
+  item.key = ContentKey(asItStands ? item.id : MailKey(item.id, item.hash), item.hash);
+}
+
 void ItemLoader::Name(const Plan::Entry& entry, LoadedItem& item) {
+  Identify(entry, item);
   if (entry.item.prepared) return NamePrepared(entry, item);
-  const std::string messageId = mail::MailHeader(item.bytes).text("Message-ID");
-  item.ledgerKey = m_journal.ClaimKey(entry.item.folder, MailKey(messageId, item.hash), item.hash);
-  item.key = item.ledgerKey;
-  item.messageId = SearchableId(messageId);
+  item.ledgerKey = m_journal.ClaimKey(entry.item.folder, MailKey(item.id, item.hash), item.hash);
 }
 
 void ItemLoader::NamePrepared(const Plan::Entry& entry, LoadedItem& item) {
   const std::string& folder = entry.item.folder;
-  const ST_EML_INFO info = ReadPreparedItem(entry.item.location);
-  if (info.nItemType != TYPE_EMAIL) {
-    throw SourceError("the first line of its descriptor names no type of item");
-  }
-  std::string key = info.strMessageId.ToUtf8();
-  if (key.empty()) {
+  if (item.id.empty()) {
     // Each is saved, be they alike: the key belongs to a place in the source.
     const std::string owner = platform::Sha256Hex(item.hash + entry.item.location);
-    item.key = m_journal.ClaimKey(folder, MadeKey(item.hash), owner);
+    item.key = m_journal.ClaimKey(folder, item.key, owner);
     return;
   }
-  const bool taken = m_journal.IsClaimedByOther(folder, key, item.hash);
-  if (taken && m_ledger.HasRow(folder, key, m_login)) {
+  const bool taken = m_journal.IsClaimedByOther(folder, item.id, item.hash);
+  if (taken && m_ledger.HasRow(folder, item.id, m_login)) {
     throw SourceError("another item with its message id is in that folder already");
   }
-  if (taken || !m_journal.IsClaimed(folder, key)) m_journal.Reclaim(folder, key, item.hash);
-  item.messageId = SearchableId(key);
-  item.key = key;
-  item.ledgerKey = std::move(key);
+  if (taken || !m_journal.IsClaimed(folder, item.id)) {
+    m_journal.Reclaim(folder, item.id, item.hash);
+  }
+  item.ledgerKey = item.id;
 }
 
 }  // namespace client

@@ -15,14 +15,15 @@ struct LoadedItem {
   std::string bytes;    // of a mail, as it is sent
   PreparedFiles files;  // of a prepared item
   std::string hash;
+  std::string id;         // as its source has it; may be empty
   std::string ledgerKey;  // empty only for a prepared item without an id, which gets no row
-  std::string key;        // on the item in the target: of its own in its folder
+  std::string key;        // on the item in the target: tells id and content
   std::string messageId;  // that its mail carries; empty where it cannot be searched for
   // Bytes of its MIME content; 0 for a prepared item.
   std::int64_t MimeSize() const { return static_cast<std::int64_t>(bytes.size()); }
 };
 
-// Reads items, and gives them the keys that the journal keeps for them.
+// Reads items, and gives them their keys and those that the journal keeps for them.
 class ItemLoader {
  public:
   // Both must outlive this; login is that of the ledger's rows.
@@ -31,8 +32,11 @@ class ItemLoader {
 
   // The content and its hash. Throws SourceError.
   static LoadedItem Load(const Plan::Entry& entry);
-  // Fills in keys and id. Throws SourceError where a prepared item asks for the key of another one,
-  // which the engine would pass over as known, and platform::SqliteError.
+  // Fills in the key on the item and the id, from the item alone: items without an id that are
+  // alike get one key here. Throws SourceError.
+  static void Identify(const Plan::Entry& entry, LoadedItem& item);
+  // Fills in all keys and the id. Throws SourceError where a prepared item asks for the key of
+  // another one, which the engine would pass over as known, and platform::SqliteError.
   void Name(const Plan::Entry& entry, LoadedItem& item);
 
  private:

@@ -50,6 +50,10 @@ void Journal::SetProperty(std::string_view name, std::string_view value) {
                  .Bind(2, value));
 }
 
+void Journal::RemoveProperty(std::string_view name) {
+  RunDurably(m_database.Prepare("DELETE FROM property WHERE name = ?1").Bind(1, name));
+}
+
 bool Journal::HasArrived(std::string_view source, std::string_view folder, std::string_view hash) {
   platform::SqliteStatement query = m_database.Prepare(
       "SELECT 1 FROM item WHERE source = ?1 AND folder = ?2 AND hash = ?3 AND result = ?4");
@@ -77,22 +81,24 @@ void Journal::RunDurably(platform::SqliteStatement& statement) {
   m_database.Execute("PRAGMA synchronous=NORMAL");
 }
 
-std::optional<std::string> Journal::OpenSince(std::string_view folder, std::string_view key) {
-  platform::SqliteStatement query =
-      m_database.Prepare("SELECT time FROM begun WHERE folder = ?1 AND key = ?2");
+std::optional<std::chrono::seconds> Journal::OpenFor(std::string_view folder,
+                                                     std::string_view key) {
+  platform::SqliteStatement query = m_database.Prepare(
+      "SELECT strftime('%s', 'now') - strftime('%s', time) FROM begun"
+      " WHERE folder = ?1 AND key = ?2");
   if (!query.Bind(1, folder).Bind(2, key).Step()) return std::nullopt;
-  return std::string(query.Text(0));
+  return std::chrono::seconds(query.Int(0));
 }
 
-std::vector<JournalEntry> Journal::ArrivedWith(std::string_view part) {
+std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view part) {
   platform::SqliteStatement query = m_database.Prepare(
       "SELECT source, folder, hash, key, text FROM item"
       " WHERE result = ?1 AND instr(text, ?2) > 0 ORDER BY source");
-  query.Bind(1, static_cast<std::int64_t>(ItemResult::kArrived)).Bind(2, part);
+  query.Bind(1, static_cast<std::int64_t>(result)).Bind(2, part);
   std::vector<JournalEntry> entries;
   while (query.Step()) {
     entries.push_back({std::string(query.Text(0)), std::string(query.Text(1)),
-                       std::string(query.Text(2)), std::string(query.Text(3)), ItemResult::kArrived,
+                       std::string(query.Text(2)), std::string(query.Text(3)), result,
                        std::string(query.Text(4))});
   }
   return entries;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,6 +38,7 @@ class Journal {
   // A setting of the run's first start, durable; nothing when it was never stored.
   std::optional<std::string> Property(std::string_view name);
   void SetProperty(std::string_view name, std::string_view value);
+  void RemoveProperty(std::string_view name);
 
   // True if this content of this source has arrived in that folder.
   bool HasArrived(std::string_view source, std::string_view folder, std::string_view hash);
@@ -49,11 +51,11 @@ class Journal {
   // result is stored that says what became of it, by this run or a later one, its outcome is open.
   // Durable.
   void Begin(std::string_view folder, std::string_view key);
-  // When a command about it left, in UTC, while its outcome is open.
-  std::optional<std::string> OpenSince(std::string_view folder, std::string_view key);
+  // How long ago a command about it left, while its outcome is open.
+  std::optional<std::chrono::seconds> OpenFor(std::string_view folder, std::string_view key);
 
-  // What arrived with a text that holds that part, by source.
-  std::vector<JournalEntry> ArrivedWith(std::string_view part);
+  // What came to that result with a text that holds that part, by source.
+  std::vector<JournalEntry> EndedWith(ItemResult result, std::string_view part);
 
   // The key under which the ledger is to know a mail with this content: wantedKey for the first
   // content that asks for it in that folder, a key with the hash appended for any other. The same

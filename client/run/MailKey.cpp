@@ -39,6 +39,11 @@ std::string RepeatedKey(std::string_view key, std::string_view contentHash) {
   return std::string(key).append(" ").append(kHashPrefix).append(contentHash);
 }
 
+std::string ContentKey(std::string_view idKey, std::string_view contentHash) {
+  const std::string made = MadeKey(contentHash);
+  return idKey == made ? made : RepeatedKey(idKey, contentHash);
+}
+
 std::string_view BaseOfMadeKey(std::string_view key) {
   constexpr size_t kLength = kHashPrefix.size() + 64;
   const bool more = key.starts_with(kHashPrefix) && key.size() > kLength && key[kLength] == ' ';

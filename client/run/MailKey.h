@@ -23,6 +23,10 @@ std::string RepeatedKey(std::string_view key, std::string_view contentHash);
 // Of a made key with something behind it, the made key; any other key as it is.
 std::string_view BaseOfMadeKey(std::string_view key);
 
+// The key of an item with that id and content, in any folder and any run: two items share it only
+// where they are the same.
+std::string ContentKey(std::string_view idKey, std::string_view contentHash);
+
 // The key as it is written on the item in the target: as it stands, or "sha256:" and a hash of it
 // where it is longer than what a mailbox server gives back of a text in a list.
 std::string KeyOnItem(std::string_view key);

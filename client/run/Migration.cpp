@@ -1,10 +1,12 @@
 #include "client/run/Migration.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -13,11 +15,15 @@
 #include "platform/EndpointClient.h"
 
 namespace client {
+
+using namespace std::chrono_literals;
+
 namespace {
 
-constexpr int kMostDeaths = 2;           // of the engine, on one item
-constexpr int kMostTries = 5;            // to send one item whose outcome is open again and again
-constexpr int kMostFailuresInARow = 20;  // with the same text
+constexpr int kMostDeaths = 2;  // of the engine, on one item
+constexpr int kMostTries = 6;   // to send one item whose outcome is open again and again
+constexpr std::chrono::minutes kFreshDoubt{10};  // an older one is over, however slow its server
+constexpr int kMostFailuresInARow = 20;          // with the same text
 constexpr const char* kDoubt = "may be there twice: the target could not be asked";
 
 // Failures of the way to the server, as the engine words them; the server's own answers are not.
@@ -43,7 +49,8 @@ std::string Copies(std::size_t copies) {
 ItemResult ResultOf(const Outcome& outcome) {
   if (outcome.Arrived()) return ItemResult::kArrived;
   if (outcome.kind == Outcome::Kind::kNotConfirmed) return ItemResult::kNotConfirmed;
-  return outcome.kind == Outcome::Kind::kUnknown ? ItemResult::kUnknown : ItemResult::kFailed;
+  const bool open = outcome.kind == Outcome::Kind::kUnknown || LeavesOutcomeOpen(outcome.text);
+  return open ? ItemResult::kUnknown : ItemResult::kFailed;
 }
 
 }  // namespace
@@ -58,7 +65,6 @@ Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep on
       m_loader(m_journal, m_ledger, m_setup.target.Login()),
       m_sender(m_setup, m_journal, m_ledger, say),
       m_look(m_setup.target),
-      m_adoption(m_look, m_journal),
       m_unknown(m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()) {}
 
 Summary Migration::Run(const Plan& plan) {
@@ -66,7 +72,8 @@ Summary Migration::Run(const Plan& plan) {
   m_summary.total = plan.entries.size();
   std::vector<JournalEntry> doubts;
   try {
-    doubts = m_journal.ArrivedWith(kDoubt);
+    doubts = m_journal.EndedWith(ItemResult::kArrived, kDoubt);
+    if (m_setup.adopt) m_adoption.emplace(m_look, plan);
     for (const Plan::Entry& entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
       if (!m_summary.stopped.empty()) break;
@@ -74,6 +81,7 @@ Summary Migration::Run(const Plan& plan) {
       if (outcome.kind != Outcome::Kind::kLeft) Note(entry, outcome);
       m_summary.stopped = StopReason(outcome);
     }
+    std::ranges::move(StillUnknown(plan), std::back_inserter(doubts));
   } catch (const platform::SqliteError& error) {
     m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
   } catch (const std::exception& error) {  // what was done so far is told all the same
@@ -101,8 +109,17 @@ void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   }
 }
 
+// What earlier runs could not tell and this one did not come to.
+std::vector<JournalEntry> Migration::StillUnknown(const Plan& plan) {
+  std::vector<JournalEntry> unknown = m_journal.EndedWith(ItemResult::kUnknown, "");
+  std::unordered_set<std::string_view> seen;
+  for (std::size_t i = 0; i < m_summary.seen; ++i) seen.insert(plan.entries[i].item.location);
+  std::erase_if(unknown, [&](const JournalEntry& entry) { return seen.contains(entry.source); });
+  return unknown;
+}
+
 Outcome Migration::Handle(const Plan::Entry& entry) {
-  Work work{entry, {}, {}};
+  Work work{entry, {}, {}, {}};
   Outcome outcome;
   try {
     work.item = ItemLoader::Load(entry);
@@ -110,7 +127,7 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     if (known && !m_setup.adopt) return {Outcome::Kind::kKnown, {}};
     m_loader.Name(entry, work.item);
     // What stands for it in the target stands for no other.
-    const bool found = m_setup.adopt && m_adoption.Take(entry.item.folder, work.item);
+    const bool found = m_adoption && m_adoption->Take(entry.item.folder, work.item);
     if (known) return {Outcome::Kind::kKnown, {}};
     outcome = HandleWork(work, found);
   } catch (const SourceError& error) {
@@ -130,25 +147,45 @@ Outcome Migration::HandleWork(Work& work, bool found) {
   // A row without a journal entry: an earlier run was cut off between the two.
   if (m_sender.HasArrived(work.entry, work.item)) return {Outcome::Kind::kKnown, {}};
   if (found) return {Outcome::Kind::kKnown, EnterRow(work)};
+  const auto open = m_journal.OpenFor(work.entry.item.folder, work.item.key);
+  const std::chrono::seconds time = open && *open < kFreshDoubt ? TimeToFinish({}) : 0s;
   Outcome outcome;
-  if (Settle(work, Outcome::Kind::kKnown, outcome)) return outcome;
+  if (Settle(work, Outcome::Kind::kKnown, time, outcome)) return outcome;
   return SendUntilSettled(work);
 }
 
 Outcome Migration::SendUntilSettled(Work& work) {
   Outcome outcome;
   int deaths = 0;
-  for (int tries = 1; tries <= kMostTries; ++tries) {
+  std::chrono::seconds pause = 0s;
+  for (int tries = 1;; ++tries) {
     const OpenEnd end = Try(work, outcome);
-    if (end == OpenEnd::kNone) return outcome;
+    if (end == OpenEnd::kNone) {
+      if (outcome.kind == Outcome::Kind::kSent && tries > 1) TellCopies(work, outcome);
+      m_gaveUp = false;
+      return outcome;
+    }
+    const auto workedOn = std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::steady_clock::now() - work.begun);
     Outcome settled;
-    if (Settle(work, Outcome::Kind::kSent, settled)) return settled;
-    if (end == OpenEnd::kEngine && ++deaths == kMostDeaths) break;
+    if (Settle(work, Outcome::Kind::kSent, TimeToFinish(workedOn), settled)) return settled;
+    if (end == OpenEnd::kEngine && ++deaths == kMostDeaths) return outcome;
+    if (tries == kMostTries) return GivenUp(std::move(outcome));
+    if (!WaitFor(pause)) return {Outcome::Kind::kLeft, "asked to stop"};
+    pause = pause == 0s ? 1s : pause * 2;
   }
+}
+
+// One item that meets this again and again may be what its server stumbles over; the next one that
+// does says that the server is out of order.
+Outcome Migration::GivenUp(Outcome outcome) {
+  if (m_gaveUp && m_setup.IsSafe()) outcome.kind = Outcome::Kind::kLeft;
+  m_gaveUp = true;
   return outcome;
 }
 
 Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
+  work.begun = std::chrono::steady_clock::now();
   try {
     outcome = m_sender.SendOnce(work.entry, work.item);
   } catch (const platform::EndpointError&) {
@@ -167,10 +204,15 @@ Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
   return OpenEnd::kNone;
 }
 
-bool Migration::Settle(Work& work, Outcome::Kind there, Outcome& outcome) {
+bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds time,
+                       Outcome& outcome) {
   const std::string& folder = work.entry.item.folder;
-  if (!m_journal.OpenSince(folder, work.item.key)) return false;
-  const TargetAnswer answer = m_unknown.Ask(folder, work.item);
+  if (!m_journal.OpenFor(folder, work.item.key)) return false;
+  if (time > TimeToFinish({})) {
+    m_say(fmt::format("{}: its answer is lost; looking for it in the target, for up to {} s",
+                      work.entry.name, time.count()));
+  }
+  const TargetAnswer answer = m_unknown.Ask(folder, work.item, time);
   work.notAsked.clear();
   switch (answer.kind) {
     case TargetAnswer::Kind::kAbsent:
@@ -185,12 +227,21 @@ bool Migration::Settle(Work& work, Outcome::Kind there, Outcome& outcome) {
     case TargetAnswer::Kind::kNotAsked:
       work.notAsked = answer.reason;
       return false;
-    case TargetAnswer::Kind::kUnreachable:
-      outcome = {EndsRun(answer.reason) ? Outcome::Kind::kLeft : Outcome::Kind::kUnknown,
+    case TargetAnswer::Kind::kUnreachable: {
+      const bool ends = EndsRun(answer.reason) || StopRequested();
+      outcome = {ends ? Outcome::Kind::kLeft : Outcome::Kind::kUnknown,
                  "it may have arrived, and the target could not be asked: " + answer.reason};
       return true;
+    }
   }
   return false;
+}
+
+void Migration::TellCopies(const Work& work, Outcome& outcome) {
+  const TargetAnswer answer = m_unknown.AskOnce(work.entry.item.folder, work.item);
+  if (answer.kind == TargetAnswer::Kind::kThere) {
+    outcome.text = Joined(outcome.text, Copies(answer.copies));
+  }
 }
 
 Outcome Migration::WithDoubt(const Work& work, Outcome outcome) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,6 +55,7 @@ class Migration {
     LoadedItem item;
     // Why the target could not be asked after a try that may have been carried out.
     std::string notAsked;
+    std::chrono::steady_clock::time_point begun;  // its last try
   };
   // Where a try ends without saying what became of it.
   enum class OpenEnd { kNone, kServer, kEngine };
@@ -61,9 +64,13 @@ class Migration {
   Outcome HandleWork(Work& work, bool found);
   Outcome SendUntilSettled(Work& work);
   OpenEnd Try(Work& work, Outcome& outcome);
-  // Where the item's outcome is open, asks the target. True with the outcome where there is to be
-  // no further try.
-  bool Settle(Work& work, Outcome::Kind there, Outcome& outcome);
+  // Where the item's outcome is open, asks the target for as long as a server may be at work on it.
+  // True with the outcome where there is to be no further try.
+  bool Settle(Work& work, Outcome::Kind there, std::chrono::seconds time, Outcome& outcome);
+  // After a send behind one whose outcome was open: what came of that may have come since.
+  void TellCopies(const Work& work, Outcome& outcome);
+  // Of an item whose outcome stayed open through all tries.
+  Outcome GivenUp(Outcome outcome);
   static Outcome WithDoubt(const Work& work, Outcome outcome);
   // The row of an item that was found in the target; returns a remark where it cannot be entered.
   std::string EnterRow(const Work& work);
@@ -72,6 +79,7 @@ class Migration {
   // A reason to stop the run now, or empty.
   std::string StopReason(const Outcome& outcome);
   void Finish(const Plan& plan, std::vector<JournalEntry> doubts);
+  std::vector<JournalEntry> StillUnknown(const Plan& plan);
 
   RunSetup m_setup;
   Journal& m_journal;
@@ -82,10 +90,11 @@ class Migration {
   ItemLoader m_loader;
   ItemSender m_sender;
   TargetLook m_look;
-  Adoption m_adoption;
+  std::optional<Adoption> m_adoption;
   UnknownOutcome m_unknown;
   std::string m_lastFailure;  // that can end a run, without its digits
   int m_failuresInARow = 0;
+  bool m_gaveUp = false;  // on the last item that was sent
   Summary m_summary;
 };
 

@@ -18,6 +18,7 @@ using nlohmann::json;
 
 constexpr std::string_view kSources = "sources";  // properties of the journal
 constexpr std::string_view kTarget = "target";
+constexpr std::string_view kAdopting = "adopting";
 
 // The list of an earlier run; empty where there was none.
 std::vector<std::string> HadSources(Journal& journal) {
@@ -55,6 +56,12 @@ void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFold
                     bool adopt) {
   const std::optional<std::string> hadTarget = journal.Property(kTarget);
   if (!adopt) RequireSourcesKept(journal, identity, run);
+  if (!adopt && journal.Property(kAdopting)) {
+    throw RunError(
+        fmt::format("the last run in {} was to take over what the target holds (--adopt) and did "
+                    "not come to its end; give --adopt again",
+                    run.Path()));
+  }
   if (hadTarget && *hadTarget != identity.target) {
     throw RunError(
         fmt::format("{} belongs to a run into another target ({}); use another run folder",
@@ -62,9 +69,14 @@ void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFold
   }
 }
 
-void KeepIdentity(Journal& journal, const RunIdentity& identity) {
+void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt) {
+  if (adopt) journal.SetProperty(kAdopting, "1");  // before the sources, which it lets change
   journal.SetProperty(kSources, json(identity.sources).dump());
   journal.SetProperty(kTarget, identity.target);
 }
+
+void EndAdoption(Journal& journal) { journal.RemoveProperty(kAdopting); }
+
+bool IsBound(Journal& journal) { return journal.Property(kTarget).has_value(); }
 
 }  // namespace client

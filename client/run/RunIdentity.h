@@ -19,10 +19,15 @@ RunIdentity IdentityOf(std::vector<std::string> sources, const Target& target);
 
 // Throws RunError when the folder was used for another target, or for sources that are not among
 // those of now: they may have moved, and what moved would be sent again. The list of sources may
-// grow, and with adopt, where the target tells what it has, be any. Throws platform::SqliteError.
+// grow, and with adopt, where the target tells what it has, be any; once begun with adopt, a run is
+// ended with it. Throws platform::SqliteError.
 void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFolder& run,
                     bool adopt);
 // Binds the folder from now on. Throws platform::SqliteError.
-void KeepIdentity(Journal& journal, const RunIdentity& identity);
+void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt);
+// Says that all items of a run with adopt had their turn. Throws platform::SqliteError.
+void EndAdoption(Journal& journal);
+// True if a run has logged on to its target before. Throws platform::SqliteError.
+bool IsBound(Journal& journal);
 
 }  // namespace client

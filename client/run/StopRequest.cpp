@@ -37,7 +37,10 @@ void InstallStopHandler() {
   sigemptyset(&action.sa_mask);
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
-  sigaction(SIGHUP, &action, nullptr);
+  struct sigaction inherited {};
+  sigaction(SIGHUP, nullptr, &inherited);
+  // Whoever starts us with nohup wants the run to outlive the terminal.
+  if (inherited.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
 }
 

@@ -53,6 +53,9 @@ void GoByToken(const Target& target, ews::ExchangeService& service) {
   if (token.IsEmpty()) throw std::runtime_error("no token: " + reason.ToUtf8());
   service.SetUrl(ews::Settings().TokenRouteUrl());
   service.SetCredentials(ews::OAuthCredentials(token));
+  service.SetNewLogon([tenant, clientId, secret] {
+    return ews::Credentials(ConnectionDLL::NewToken(tenant, clientId, secret));
+  });
   if (target.Group()) return;
   service.HttpHeaders().Add(u"X-AnchorMailbox", CString::FromUtf8(target.mailbox));
 }

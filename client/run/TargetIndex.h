@@ -19,6 +19,11 @@ namespace client {
 // an id.
 class TargetIndex {
  public:
+  using Digest = std::array<std::uint64_t, 2>;  // all zero for an empty text
+  // Equal for texts that are the same for a server that cuts long ones, and for the keys of items
+  // that are alike and have no id.
+  static Digest DigestOf(std::string_view text);
+
   // Whether an item that carries a key may also be found by its mail's id.
   enum class ById { kYes, kNo };
   void Add(const ews::FoundItem& item, ById byId);
@@ -37,7 +42,6 @@ class TargetIndex {
   std::optional<std::int64_t> SizeOf(std::size_t number) const;
 
  private:
-  using Digest = std::array<std::uint64_t, 2>;  // all zero for an empty text
   // By digest, then size, so that the nearest size is next to where a given one would stand.
   using Order = std::set<std::tuple<Digest, std::int64_t, std::size_t>>;
   struct Entry {
@@ -45,7 +49,6 @@ class TargetIndex {
     Digest id{};
     std::int64_t size = -1;  // not told
   };
-  static Digest DigestOf(std::string_view text);
   static std::optional<std::size_t> Nearest(const Order& order, const Digest& digest,
                                             std::int64_t size);
   void Remove(std::size_t number);

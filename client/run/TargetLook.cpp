@@ -89,6 +89,11 @@ void TargetLook::Page(const std::string& folder, const ews::SearchFilter* filter
   }
 }
 
+std::string TargetLook::Identity(const std::string& folder) {
+  const std::optional<ews::FolderId> id = FolderAt(folder);
+  return id ? id->ToString().ToUtf8() : folder;
+}
+
 void TargetLook::Find(const std::string& folder, const CString& key, const CString& messageId,
                       const Take& take) {
   const ews::IsEqualTo byKey(ews::ItemKeyProperty(), key);

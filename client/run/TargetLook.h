@@ -20,6 +20,9 @@ class TargetLook {
  public:
   explicit TargetLook(const Target& target) : m_target(target) {}  // which must outlive this
 
+  // The same for paths that lead to one folder of the target; of one that is not there the path.
+  std::string Identity(const std::string& folder);
+
   using Take = std::function<void(const ews::FoundItem&)>;
 
   // Hands over the items of the folder that carry the key or the id; nothing is looked for by an

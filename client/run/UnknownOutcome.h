@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
@@ -15,7 +16,7 @@ struct TargetAnswer {
     kThere,
     kAbsent,
     kNotAsked,     // it cannot be asked for this item
-    kUnreachable,  // nor for any other just now
+    kUnreachable,  // just now
   };
   Kind kind = Kind::kAbsent;
   std::size_t copies = 0;  // how often it is there
@@ -40,6 +41,12 @@ class CopyCount {
   std::size_t m_keyless = 0;  // with the id and no key
 };
 
+// How long a server may go on with a request that it worked on for that time before it was lost.
+std::chrono::seconds TimeToFinish(std::chrono::milliseconds workedOn);
+
+// Waits that long; false when a request to stop came.
+bool WaitFor(std::chrono::milliseconds time);
+
 // Asks the target for items whose outcome is open.
 class UnknownOutcome {
  public:
@@ -47,13 +54,12 @@ class UnknownOutcome {
   UnknownOutcome(TargetLook& look, LedgerLook& ledger, std::string login, bool withKeys)
       : m_look(look), m_ledger(ledger), m_login(std::move(login)), m_withKeys(withKeys) {}
 
-  // Asks once and, where the item is not there, once more after two seconds: a server may still be
-  // at work on a request whose connection is gone.
-  TargetAnswer Ask(const std::string& folder, const LoadedItem& item);
-
- private:
+  // Asks until the item is there or that time is over: a server may still be at work on a request
+  // whose connection is gone. A request to stop ends it.
+  TargetAnswer Ask(const std::string& folder, const LoadedItem& item, std::chrono::seconds time);
   TargetAnswer AskOnce(const std::string& folder, const LoadedItem& item);
 
+ private:
   TargetLook& m_look;
   LedgerLook& m_ledger;
   std::string m_login;

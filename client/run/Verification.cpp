@@ -1,8 +1,10 @@
 #include "client/run/Verification.h"
 
 #include <algorithm>
+#include <iterator>
+#include <map>
+#include <optional>
 #include <unordered_map>
-#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -21,48 +23,94 @@ SourceProblem Described(const ews::FoundItem& found) {
   return {subject.empty() ? "(no subject)" : subject, id.ToUtf8()};
 }
 
-// A folder of the target, and what of it stands for which item of the source.
-struct TargetFolder {
-  TargetIndex index;
-  std::vector<SourceProblem> described;                       // in the order of the index
-  std::unordered_map<std::size_t, const Plan::Entry*> taken;  // by number in the index
-  std::unordered_set<std::string> keys;                       // of items of the source so far
+// An item of the source, without its content.
+struct SourceRecord {
+  const Plan::Entry* entry;
+  FolderCheck* check;  // of its folder
+  std::string key;     // as it stands on the item
+  std::string messageId;
+  std::int64_t size;
+  bool once;  // alike ones of its folder are one in the target
 };
 
-void CheckItem(const Plan::Entry& entry, const LoadedItem& item, TargetFolder& target,
-               FolderCheck& check) {
-  if (!target.keys.insert(item.key).second) {  // the same mail, which stands there once
-    ++check.there;
-    return;
-  }
-  const auto number = target.index.Take(KeyOnItem(item.key), item.messageId, item.MimeSize());
-  if (!number) {
-    check.missing.push_back({entry.name, {}});
-    return;
-  }
-  ++check.there;
-  target.taken.emplace(*number, &entry);
-  const auto size = target.index.SizeOf(*number);
-  if (size && !entry.item.prepared && IsOtherSize(item.MimeSize(), *size)) {
-    check.otherSize.push_back(
-        {entry.name, fmt::format("{} bytes, {} in the target", item.MimeSize(), *size)});
+using Records = std::vector<SourceRecord>;
+
+std::optional<SourceRecord> ReadItem(const Plan::Entry& entry, FolderCheck& check) {
+  try {
+    LoadedItem item = ItemLoader::Load(entry);
+    ItemLoader::Identify(entry, item);
+    return SourceRecord{&entry,
+                        &check,
+                        KeyOnItem(item.key),
+                        std::move(item.messageId),
+                        item.MimeSize(),
+                        !entry.item.prepared || !item.id.empty()};
+  } catch (const SourceError& error) {
+    check.unread.push_back({entry.name, error.what()});
+    return std::nullopt;
   }
 }
 
+// A folder of the target, and what of it stands for which item of the source.
+struct TargetFolder {
+  struct Taken {
+    const Plan::Entry* entry;
+    FolderCheck* check;
+  };
+  TargetIndex index;
+  std::vector<SourceProblem> described;          // in the order of the index
+  std::unordered_map<std::size_t, Taken> taken;  // by number in the index
+};
+
+// True if the target has the item; what stands for it stands for no other.
+bool Stands(const SourceRecord& item, TargetFolder& target) {
+  const auto number = target.index.Take(item.key, item.messageId, item.size);
+  if (!number) return false;
+  target.taken.emplace(*number, TargetFolder::Taken{item.entry, item.check});
+  const auto size = target.index.SizeOf(*number);
+  if (size && !item.entry->item.prepared && IsOtherSize(item.size, *size)) {
+    item.check->otherSize.push_back(
+        {item.entry->name, fmt::format("{} bytes, {} in the target", item.size, *size)});
+  }
+  return true;
+}
+
 // What stands in the target and for no item of the source, told apart.
-void TellLeft(const TargetFolder& target, FolderCheck& check) {
-  std::unordered_map<const Plan::Entry*, std::size_t> more;
+void TellLeft(const TargetFolder& target, FolderCheck& first) {
+  std::map<std::size_t, std::size_t> more;  // by number in the index
   for (const std::size_t number : target.index.Left()) {
     if (const auto twin = target.index.TwinOf(number)) {
-      ++more[target.taken.at(*twin)];
+      ++more[*twin];
     } else {
-      check.beyond.push_back(target.described[number]);
+      first.beyond.push_back(target.described[number]);
     }
   }
-  for (const auto& [entry, count] : more) {
-    check.twice.push_back({entry->name, fmt::format("{} times", count + 1)});
+  for (const auto& [number, count] : more) {
+    const TargetFolder::Taken& taken = target.taken.at(number);
+    taken.check->twice.push_back({taken.entry->name, fmt::format("{} times", count + 1)});
   }
-  std::ranges::sort(check.twice, {}, &SourceProblem::location);
+}
+
+void CheckFolder(TargetLook& look, const std::string& folder, const Records& items,
+                 FolderCheck& first) {
+  OwnKeys own;
+  for (const SourceRecord& item : items) own.insert(TargetIndex::DigestOf(item.key));
+  TargetFolder target;
+  target.index = ReadTargetFolder(look, folder, own, [&](const ews::FoundItem& found) {
+    target.described.push_back(Described(found));
+  });
+  std::map<std::pair<const FolderCheck*, std::string_view>, bool> seen;  // and whether it is there
+  for (const SourceRecord& item : items) {
+    if (StopRequested()) throw RunError("stopped");
+    const auto [known, isNew] = seen.try_emplace({item.check, item.key}, false);
+    if (isNew || !item.once) known->second = Stands(item, target);
+    if (known->second) {
+      ++item.check->there;
+    } else {
+      item.check->missing.push_back({item.entry->name, {}});
+    }
+  }
+  TellLeft(target, first);
 }
 
 }  // namespace
@@ -72,45 +120,34 @@ bool IsOtherSize(std::int64_t mimeSize, std::int64_t serverSize) {
   return more - less > kSizeSlack && more / kSizeFactor > less;
 }
 
-Verification::Verification(TargetLook& look, Journal& journal, LedgerLook& ledger,
-                           std::string login, OnStep onStep)
-    : m_look(look),
-      m_journal(journal),
-      m_loader(journal, ledger, std::move(login)),
-      m_onStep(std::move(onStep)) {}
-
 std::vector<FolderCheck> Verification::Run(const Plan& plan) {
-  std::unordered_map<std::string, Entries> byFolder;
-  for (const Plan::Entry& entry : plan.entries) byFolder[entry.item.folder].push_back(&entry);
+  const std::vector<Plan::Folder> folders = plan.Folders();
+  std::vector<FolderCheck> checks(folders.size());
+  std::unordered_map<std::string_view, FolderCheck*> byFolder;
+  for (std::size_t i = 0; i < folders.size(); ++i) {
+    checks[i].folder = folders[i].name;
+    byFolder.emplace(folders[i].name, &checks[i]);
+  }
   m_done = 0;
   m_total = plan.entries.size();
-  std::vector<FolderCheck> checks;
-  for (const Plan::Folder& folder : plan.Folders()) {
-    checks.push_back(Check(folder.name, byFolder[folder.name]));
+  std::unordered_map<std::string_view, Records> items;
+  for (const Plan::Entry& entry : plan.entries) {
+    Step(entry);
+    const auto [folder, check] = *byFolder.find(entry.item.folder);
+    ++check->items;
+    if (std::optional<SourceRecord> item = ReadItem(entry, *check)) items[folder].push_back(*item);
   }
+  // By target folder: several of the source may lead to one.
+  std::map<std::string, std::vector<FolderCheck*>> places;
+  for (FolderCheck& check : checks) places[m_look.Identity(check.folder)].push_back(&check);
+  for (const auto& [identity, sharing] : places) {
+    Records all;
+    for (const FolderCheck* check : sharing)
+      std::ranges::move(items[check->folder], std::back_inserter(all));
+    CheckFolder(m_look, sharing.front()->folder, all, *sharing.front());
+  }
+  for (FolderCheck& check : checks) std::ranges::sort(check.twice, {}, &SourceProblem::location);
   return checks;
-}
-
-FolderCheck Verification::Check(const std::string& folder, const Entries& entries) {
-  FolderCheck check;
-  check.folder = folder;
-  check.items = entries.size();
-  TargetFolder target;
-  target.index = ReadTargetFolder(m_look, m_journal, folder, [&](const ews::FoundItem& found) {
-    target.described.push_back(Described(found));
-  });
-  for (const Plan::Entry* entry : entries) {
-    Step(*entry);
-    try {
-      LoadedItem item = ItemLoader::Load(*entry);
-      m_loader.Name(*entry, item);
-      CheckItem(*entry, item, target, check);
-    } catch (const SourceError& error) {
-      check.unread.push_back({entry->name, error.what()});
-    }
-  }
-  TellLeft(target, check);
-  return check;
 }
 
 void Verification::Step(const Plan::Entry& entry) {

@@ -31,26 +31,22 @@ inline constexpr std::int64_t kSizeFactor = 3;
 inline constexpr std::int64_t kSizeSlack = 64 * 1024;  // bytes
 bool IsOtherSize(std::int64_t mimeSize, std::int64_t serverSize);
 
-// Sets the items of a plan against what the target holds, folder by folder, by the keys that the
-// journal keeps for them. The same mail twice in a folder of the source is one of the target.
+// Sets the items of a plan against what the target holds, folder by folder, by their keys and ids.
+// The same mail twice in a folder of the source is one of the target. What a target folder holds
+// beyond the source is told with the first of the source's folders that leads there.
 class Verification {
  public:
-  // All must outlive this.
-  Verification(TargetLook& look, Journal& journal, LedgerLook& ledger, std::string login,
-               OnStep onStep);
+  Verification(TargetLook& look, OnStep onStep)  // which must outlive this
+      : m_look(look), m_onStep(std::move(onStep)) {}
 
   // In the plan's order of folders. Throws RunError on a request to stop, std::runtime_error when a
-  // folder of the target cannot be read, platform::SqliteError.
+  // folder of the target cannot be read.
   std::vector<FolderCheck> Run(const Plan& plan);
 
  private:
-  using Entries = std::vector<const Plan::Entry*>;
-  FolderCheck Check(const std::string& folder, const Entries& entries);
   void Step(const Plan::Entry& entry);
 
   TargetLook& m_look;
-  Journal& m_journal;
-  ItemLoader m_loader;
   OnStep m_onStep;
   std::uint64_t m_done = 0;
   std::uint64_t m_total = 0;

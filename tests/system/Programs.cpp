@@ -8,7 +8,9 @@
 #include <atomic>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <random>
+#include <sstream>
 #include <stdexcept>
 
 #include <fmt/format.h>
@@ -98,17 +100,24 @@ void Mailbox::Kill() {
   m_process->Wait();
 }
 
-std::vector<pid_t> EnginesOf(const std::string& runFolder) {
+std::vector<pid_t> ProcessesWhere(const std::function<bool(std::string_view)>& is) {
   std::vector<pid_t> pids;
   for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
     const std::string name = entry.path().filename();
     if (name.find_first_not_of("0123456789") != std::string::npos) continue;
-    // The whole path at the end of the command line: no other test's engine has it.
-    std::string line = test_support::ReadAll(entry.path() / "cmdline");
+    std::ostringstream text;  // stays empty when the process ends meanwhile
+    text << std::ifstream(entry.path() / "cmdline").rdbuf();
+    std::string line = text.str();
     while (!line.empty() && line.back() == '\0') line.pop_back();
-    if (line.ends_with("<GUID>" + runFolder)) pids.push_back(std::stoi(name));
+    if (is(line)) pids.push_back(std::stoi(name));
   }
   return pids;
+}
+
+std::vector<pid_t> EnginesOf(const std::string& runFolder) {
+  // The whole path at the end of the command line: no other test's engine has it.
+  return ProcessesWhere(
+      [&](std::string_view line) { return line.ends_with("<GUID>" + runFolder); });
 }
 
 std::string StoredItem::Property(const std::string& key) const {

@@ -2,9 +2,11 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -69,6 +71,8 @@ class Mailbox {
   std::optional<platform::ChildProcess> m_process;
 };
 
+// Pids by the command line, with a NUL between its arguments.
+std::vector<pid_t> ProcessesWhere(const std::function<bool(std::string_view)>& is);
 // Pids of engines whose title ends in that path.
 std::vector<pid_t> EnginesOf(const std::string& runFolder);
 

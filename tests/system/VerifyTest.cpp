@@ -42,6 +42,16 @@ class Verify : public testing::Test {
     *(std::ranges::find(arguments, "--run") + 1) = folder.File(run);
     return RunProgram("tarny", arguments, folder.Path());
   }
+  // One item whose mail ends with that text.
+  void DeleteItem(const std::string& end) const {
+    mailbox::Store store(folder.File("mailbox/mailbox.db"));
+    for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
+      if (!item.mime.ends_with(end)) continue;
+      store.DeleteItem(item.info.id);
+      return;
+    }
+    ADD_FAILURE() << "there is none with " << end;
+  }
   Contents Arrived() const { return ContentsOf(folder.File("mailbox")); }
 
   const TemporaryFolder folder;
@@ -130,26 +140,57 @@ TEST_F(Verify, SourcesThatMovedGoOnWithAdoptAndOneMayBeAdded) {
   EXPECT_EQ(summary["there_already"], mails.count);
 }
 
-TEST_F(Verify, ItemsWithEqualIdsNeedAsManyInTheTarget) {
+TEST_F(Verify, ItemsWithEqualIdsAreToldApartInAnyOrder) {
   folder.Write("source/1.eml", Mail("<same@x.example>", "one"));
   SummaryOf(Migrate(folder));
+  folder.Write("source/0.eml", Mail("<same@x.example>", "zero"));
   folder.Write("source/2.eml", Mail("<same@x.example>", "two"));
-  folder.Write("source/3.eml", Mail("<same@x.example>", "three"));
   EXPECT_EQ(SummaryOf(MigrateInto("run2", {"--adopt"}))["sent"], 2);
-  EXPECT_EQ(Arrived().size(), 3u);
+  const Contents whole = Arrived();
+  EXPECT_EQ(whole.size(), 3u) << "each of them once";
   EXPECT_EQ(Check("run2").status, 0);
+
+  DeleteItem("zero");
+  EXPECT_EQ(FolderOf(Check("run2"), 1)["missing"].size(), 1u);
+  EXPECT_EQ(SummaryOf(MigrateInto("run3", {"--adopt"}))["sent"], 1);
+  EXPECT_TRUE(Arrived() == whole);
+}
+
+TEST_F(Verify, AMailWhoseContentChangedStandsWhereItStood) {
+  folder.Write("source/1.eml", Mail("<1@x.example>", "one"));
+  SummaryOf(Migrate(folder));
+  folder.Write("source/1.eml", "X-Status: read\r\n" + Mail("<1@x.example>", "one"));
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {"--adopt"}))["sent"], 0);
+  EXPECT_EQ(Check("run2").status, 0);
+}
+
+TEST_F(Verify, FoldersThatLeadToOneInTheTargetShareWhatItHolds) {
+  const std::string mail = Mail("<1@x.example>", "in both");
+  folder.Write("source/Work/1.eml", mail);
+  folder.Write("source/WORK/1.eml", mail);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 2);
+  const Result checked = Check();
+  EXPECT_EQ(checked.status, 0) << checked.out;
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {"--adopt"}))["sent"], 0);
+  DeleteItem("in both");
+  EXPECT_EQ(SummaryOf(Check(), 1)["complete"], false);
+  EXPECT_EQ(SummaryOf(MigrateInto("run3", {"--adopt"}))["sent"], 1);
+}
+
+TEST_F(Verify, AFolderThatIsNoRunFolderIsNotMadeOne) {
+  folder.Write("source/1.eml", Mail("<1@x.example>", "one"));
+  EXPECT_THAT(Check("mistyped"), FailsWith("is not the run folder of a migration"));
+  EXPECT_FALSE(std::filesystem::exists(folder.File("mistyped")));
 }
 
 // The process that serves the local mailbox of that folder.
 pid_t ServerOf(const TemporaryFolder& folder) {
-  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-    const std::string command = test_support::ReadAll(entry.path() / "cmdline");
-    const bool serves = command.find("mailboxd") != std::string::npos &&
-                        command.find(folder.File("mailbox")) != std::string::npos &&
-                        command.find("--until-stdin-closes") != std::string::npos;
-    if (serves) return static_cast<pid_t>(std::stol(entry.path().filename()));
-  }
-  return 0;
+  const std::vector<pid_t> servers = ProcessesWhere([&](std::string_view command) {
+    return command.find("mailboxd") != std::string_view::npos &&
+           command.find(folder.File("mailbox")) != std::string_view::npos &&
+           command.find("--until-stdin-closes") != std::string_view::npos;
+  });
+  return servers.empty() ? 0 : servers.front();
 }
 
 TEST_F(Verify, ALocalMailboxThatDiesIsStartedAgainAndNothingIsLostOrTwice) {

@@ -125,7 +125,8 @@ class Unknown : public Scripted {
   }
   TargetAnswer Ask(bool withKeys = true) {
     LedgerLook ledger(folder.File("none.db"));
-    return UnknownOutcome(look, ledger, target.Login(), withKeys).Ask("A\\", item);
+    return UnknownOutcome(look, ledger, target.Login(), withKeys)
+        .Ask("A\\", item, std::chrono::seconds(5));
   }
   static std::string Mail(const std::string& id) {
     return "<t:Message><t:ItemId Id=\"" + id +
@@ -140,16 +141,17 @@ class Unknown : public Scripted {
   LoadedItem item;
 };
 
-TEST_F(Unknown, WhatIsNotThereIsAskedForOnceMoreAfterTwoSeconds) {
+TEST_F(Unknown, WhatIsNotThereIsAskedForAsLongAsAServerMayBeAtWork) {
+  PushItems("");
   PushItems("");
   PushItems(Mail("I"));
   const TargetAnswer answer = Ask();
   EXPECT_EQ(answer.kind, TargetAnswer::Kind::kThere);
   EXPECT_EQ(answer.copies, 1u);
-  EXPECT_EQ(m_transport.Waited(), std::chrono::seconds(2));
-  PushItems("");
-  PushItems("");
+  EXPECT_EQ(m_transport.Waited(), std::chrono::seconds(3));
+  for (int i = 0; i < 4; ++i) PushItems("");
   EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kAbsent);
+  EXPECT_EQ(m_transport.Waited(), std::chrono::seconds(8));
   PushItems(Mail("I") + Mail("J"));
   EXPECT_EQ(Ask().copies, 2u);
 }
@@ -159,10 +161,20 @@ TEST_F(Unknown, ARefusedSearchAndALostServerAreToldApart) {
   const TargetAnswer refused = Ask();
   EXPECT_EQ(refused.kind, TargetAnswer::Kind::kNotAsked);
   EXPECT_EQ(refused.reason, "You may not look.");
+  m_transport.Push(answers::Error("FindItem", "ErrorInternalServerError", "Something broke."));
+  PushItems(Mail("I"));
+  EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kThere) << "an error in passing is no refusal";
   ews::Failure outage;
   outage.bOutage = true;
   m_transport.PushFailure("The request failed. No answer.", outage);
   EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kUnreachable);
+}
+
+TEST(TimeToFinish, IsAsLongAsTheServerWorkedOnItWithinBounds) {
+  using std::chrono::seconds;
+  EXPECT_EQ(TimeToFinish(seconds(0)), seconds(5));
+  EXPECT_EQ(TimeToFinish(seconds(60)), seconds(60));
+  EXPECT_EQ(TimeToFinish(seconds(600)), seconds(120));
 }
 
 TEST_F(Unknown, WithoutKeyAndIdThereIsNothingToAskBy) {
