@@ -75,23 +75,29 @@ void Outage::WaitAfter(const ServiceException& objError) {
     throw;
   }
   if (objFailure.bMayBeCarriedOut && m_eRepeat == Repeat::kUnlessMaybeCarriedOut) throw;
-  if (!IsPatient()) {
-    const bool bInTime =
-        objFailure.nBackOff && m_objTransport.Now() + *objFailure.nBackOff < m_nEnd;
-    if (!bInTime) throw;
-    ++m_nWaits;
-    m_objTransport.Wait(*objFailure.nBackOff);
-    return;
-  }
+  if (!IsPatient()) return WaitAsAsked(objError);
   const auto nSince = m_objTransport.OutageSince(m_strHost);
   const auto nLeft = std::chrono::duration_cast<milliseconds>(nSince + Settings().nPatience -
                                                               m_objTransport.Now());
   const milliseconds nPause = Pause(objFailure);
   // What the server asks for is waited in full or not at all.
-  if (nLeft.count() <= 0 || (objFailure.nBackOff && nPause > nLeft)) GiveUp(objError);
+  if (nLeft.count() <= 0 || (objFailure.nBackOff && nPause > nLeft)) GiveUp(objError, nSince);
   Tell(ReasonOf(objError), std::min(nPause, nLeft), nLeft);
   ++m_nWaits;
-  if (!Sleep(std::min(nPause, nLeft))) GiveUp(objError);
+  if (!Sleep(std::min(nPause, nLeft))) GiveUp(objError, nSince);
+}
+
+// With the safe switch an outage is told as one though nobody waits for it, so that no item counts
+// as failed for it.
+void Outage::WaitAsAsked(const ServiceException& objError) {
+  const auto nBackOff = objError.Cause().nBackOff;
+  if (!nBackOff || m_objTransport.Now() + *nBackOff >= m_nEnd) {
+    if (!Settings().bSafe) throw;
+    GiveUp(objError, m_objTransport.Now() - m_nAsked);
+  }
+  ++m_nWaits;
+  m_nAsked += *nBackOff;
+  m_objTransport.Wait(*nBackOff);
 }
 
 void Outage::End() {
@@ -123,8 +129,8 @@ bool Outage::Sleep(milliseconds nTime) {
   return true;
 }
 
-void Outage::GiveUp(const ServiceException& objError) {
-  const auto nSince = m_objTransport.OutageSince(m_strHost);
+void Outage::GiveUp(const ServiceException& objError,
+                    std::chrono::steady_clock::time_point nSince) const {
   const auto nWaited = std::chrono::duration_cast<milliseconds>(m_objTransport.Now() - nSince);
   throw ServiceException(WithoutStop(objError.what()) + kWaitedFor + Duration(nWaited),
                          objError.Cause());

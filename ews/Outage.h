@@ -15,7 +15,8 @@ namespace ews {
 // of a host to its first answer, over as many requests as that takes; the time-out of a request is
 // for one try. Each wait is told (Settings().fnTellWait), and so is the end of the outage.
 //
-// Without patience only a server that asks for time is waited for, untold, and within the time-out.
+// Without patience only a server that asks for time is waited for, untold, and within the time-out;
+// with the safe switch every other outage is given up at once, and told as one.
 class Outage {
  public:
   enum class Repeat {
@@ -30,8 +31,8 @@ class Outage {
   // The time-out of the next try, at least a millisecond.
   std::chrono::milliseconds TimeLeft() const;
   // To be called in the handler of a try's failure. Returns after a wait, for another try. Throws
-  // the failure where there is to be none: as it is, or, if it was waited for in vain, as a
-  // ServiceException with kWaitedFor and the time at the end of its text.
+  // the failure where there is to be none: as it is, or, with the safe switch, if it is an outage
+  // that lasts, as a ServiceException with kWaitedFor and the time at the end of its text.
   void WaitAfter(const ServiceException& objError);
   // The host has answered.
   void End();
@@ -42,7 +43,9 @@ class Outage {
   void Tell(const std::string& strReason, std::chrono::milliseconds nPause,
             std::chrono::milliseconds nLeft) const;
   bool Sleep(std::chrono::milliseconds nTime);
-  [[noreturn]] void GiveUp(const ServiceException& objError);
+  void WaitAsAsked(const ServiceException& objError);
+  [[noreturn]] void GiveUp(const ServiceException& objError,
+                           std::chrono::steady_clock::time_point nSince) const;
 
   EwsTransport& m_objTransport;
   std::string m_strHost;
@@ -50,6 +53,7 @@ class Outage {
   std::chrono::steady_clock::time_point m_nEnd;
   Repeat m_eRepeat;
   int m_nWaits = 0;
+  std::chrono::milliseconds m_nAsked{0};  // waited without patience
 };
 
 // Calls fnTry with the time-out of one try until it returns, and returns what it does. Throws as

@@ -215,13 +215,21 @@ TEST_F(Outage, ATokenAndTheEndpointAreWaitedForToo) {
               HasSubstr("HTTP 401"));
 }
 
-TEST_F(Outage, WithoutPatienceNothingIsWaitedOut) {
+// No item fails by an outage for which nobody wants to wait, either.
+TEST_F(Outage, WithoutPatienceItIsGivenUpAtOnce) {
   ews::Settings().nPatience = {};
   PushRefused();
-  EXPECT_EQ(Find(), "The request failed. The connection failed: refused.");
+  EXPECT_EQ(Find(), "The request failed. The connection failed: refused; waited for 0 s");
   m_transport.Push(answers::Error("FindFolder", "ErrorTimeoutExpired", "Not now."));
-  EXPECT_EQ(Find(), "Not now.");
+  EXPECT_EQ(Find(), "Not now; waited for 0 s");
   EXPECT_EQ(m_transport.Waited().count(), 0);
+  m_transport.Push(answers::Busy("7000"), 500);  // a time that the server asks for is short
+  m_transport.Push(answers::Busy("900000"), 500);
+  EXPECT_EQ(Save(), "Busy; waited for 7 s");
+  EXPECT_TRUE(m_told.empty());
+  ews::Settings().bSafe = false;
+  PushRefused();
+  EXPECT_EQ(Save(), "The request failed. The connection failed: refused.");
 }
 
 }  // namespace
