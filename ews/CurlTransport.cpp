@@ -320,7 +320,9 @@ void Perform(CURL* pCurl, Outcome& objOutcome) {
                       InfoOf<curl_off_t>(pCurl, CURLINFO_SIZE_UPLOAD_T) > 0;
   // A body that was read went out over a connection, be it one before that which was refused last.
   const bool bSent = objTransfer.pBody != nullptr || objEnd.bConnected;
+  objEnd.bBodyBegun = objTransfer.nBodyRead > 0;
   objEnd.bBodyOut = bSent && objTransfer.BodyIsOut();
+  objTransfer.objResponse.bBehindBody = objEnd.bBodyOut;
   objEnd.bAnswered = nStatus != 0;
   objEnd.bTooLarge = objTransfer.bTooLarge;
   objEnd.nProxyStatus = static_cast<int>(InfoOf<long>(pCurl, CURLINFO_HTTP_CONNECTCODE));

@@ -36,7 +36,8 @@ struct HttpRequest {
 struct HttpResponse {
   int nStatus = 0;
   Headers arrHeaders;
-  std::string strBody;  // after decompression
+  std::string strBody;      // after decompression
+  bool bBehindBody = true;  // it came when all of the request may have arrived
 
   // The first header of that name without regard to case, or "".
   std::string Header(std::string_view strName) const;

@@ -1,6 +1,9 @@
 #include "ews/ExchangeService.h"
 
 #include <algorithm>
+#include <utility>
+
+#include <fmt/format.h>
 
 #include "ews/Autodiscover.h"
 #include "ews/HttpFailure.h"
@@ -18,28 +21,28 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kLeastBackOff{1000};  // so that a retry never spins
-
-std::string WithServiceOff(std::string strText) {
-  return WithLogonRefused(WithoutStop(std::move(strText)) + ". " + kServiceIsOff);
-}
+constexpr int kMostCuts = 4;  // of one request's body, before the others are looked at
 
 bool IsLogonRefusal(const Failure& objFailure) {
   return objFailure.nHttpStatus == 401 || objFailure.nHttpStatus == 403;
 }
 
+bool EndsAsOurs(std::string_view strText) {
+  return SaysOpenOutcome(strText) || SaysWaitedFor(strText) || SaysLogonRefused(strText);
+}
+
 // The failure that the server's words become. Where they leave open what became of a request that
-// makes something, or tell of the service being switched off, the safe switch adds a sentence.
+// makes something, the safe switch adds a sentence.
 ServiceResponseException Refusal(const std::string& strText, const std::string& strCode,
-                                 const Failure& objFailure, ExchangeService::Effect eEffect) {
+                                 Failure objFailure, ExchangeService::Effect eEffect) {
   std::string strMessage = strText.empty() ? strCode : strText;
   if (Settings().bSafe) {
+    if (EndsAsOurs(strMessage)) strMessage += " (the server's words)";
     const bool bCreates = eEffect == ExchangeService::Effect::kCreates;
     if (bCreates && objFailure.bMayBeCarriedOut) {
       strMessage = WithOpenOutcome(std::move(strMessage), "The server");
     }
-    if (strCode == "ErrorAccessDenied" && SaysServiceIsOff(strText)) {
-      strMessage = WithServiceOff(std::move(strMessage));
-    }
+    objFailure.bSaysServiceIsOff = strCode == "ErrorAccessDenied" && SaysServiceIsOff(strText);
   }
   return ServiceResponseException(strMessage, strCode, objFailure);
 }
@@ -64,6 +67,10 @@ ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objRe
                         ExchangeService::Effect eEffect) {
   const std::uint64_t nBytes = objRequest.pBody ? objRequest.pBody->Length() : 0;
   Failure objFailure = FailureOfStatus(objResponse);
+  // A gateway that asks for time may have passed on what it was given.
+  if (Settings().bSafe && objFailure.nBackOff && objResponse.nStatus >= 500) {
+    objFailure.bMayBeCarriedOut = objResponse.bBehindBody;
+  }
   std::string strText = HttpFailureText(objRequest.strUrl, objResponse, nBytes);
   if (objResponse.nStatus / 100 == 2) {
     objFailure.bMayBeCarriedOut = true;
@@ -73,11 +80,9 @@ ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objRe
   if (objFailure.bMayBeCarriedOut && eEffect == ExchangeService::Effect::kCreates) {
     strText = WithOpenOutcome(std::move(strText), "It");
   }
-  if (Settings().bSafe && IsLogonRefusal(objFailure) &&
-      (SaysServiceIsOff(objResponse.Header("X-MS-Diagnostics")) ||
-       SaysServiceIsOff(objResponse.strBody))) {
-    strText = WithServiceOff(std::move(strText));
-  }
+  objFailure.bSaysServiceIsOff = Settings().bSafe && objFailure.nHttpStatus == 403 &&
+                                 (SaysServiceIsOff(objResponse.Header("X-MS-Diagnostics")) ||
+                                  SaysServiceIsOff(objResponse.strBody));
   return ServiceException(strText, objFailure);
 }
 
@@ -107,17 +112,28 @@ bool MayCarryCredentials(const std::string& strFrom, const std::string& strTo) {
   return objFrom->SameOrigin(*objTo) || (objTo->IsHttps() && Settings().TrustsHost(objTo->strHost));
 }
 
-// Stands while a logon is renewed, so that no request made meanwhile renews it again.
-class RenewalMark {
+// Stands for what is done while it lives.
+class Mark {
  public:
-  explicit RenewalMark(bool& bRenewing) : m_bRenewing(bRenewing) { m_bRenewing = true; }
-  ~RenewalMark() { m_bRenewing = false; }
-  RenewalMark(const RenewalMark&) = delete;
-  RenewalMark& operator=(const RenewalMark&) = delete;
+  explicit Mark(bool& bMarked) : m_bMarked(bMarked), m_bBefore(std::exchange(bMarked, true)) {}
+  ~Mark() { m_bMarked = m_bBefore; }
+  Mark(const Mark&) = delete;
+  Mark& operator=(const Mark&) = delete;
 
  private:
-  bool& m_bRenewing;
+  bool& m_bMarked;
+  const bool m_bBefore;
 };
+
+// For a request that is cut each time where others are served: it is too large for something on the
+// way. The text does not open as those of failures that meet all requests alike.
+ServiceException TooLargeForTheWay(const HttpRequest& objRequest) {
+  const auto nBytes = static_cast<double>(objRequest.pBody->Length());
+  return ServiceException(
+      fmt::format("The connection to {} was cut each time while {:.1f} MB went out, and smaller "
+                  "requests are answered.",
+                  HostForMessage(objRequest.strUrl), nBytes / 1e6));
+}
 
 bool BreaksLine(std::u16string_view str) {
   return std::any_of(str.begin(), str.end(), [](char16_t ch) { return ch < 0x20 || ch == 0x7F; });
@@ -178,6 +194,7 @@ FindFoldersResults ExchangeService::Find(const FolderId& objParent, const Search
 
 SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody) {
   if (m_strUrl.IsEmpty()) throw ServiceException(kNoService);
+  if (eEffect == Effect::kOnceAtMost && !Settings().bSafe) eEffect = Effect::kCreates;
   const CString* pImpersonated = nullptr;
   if (m_objImpersonated) {
     if (m_objImpersonated->Id().IsEmpty()) {
@@ -226,11 +243,11 @@ SoapResponse ExchangeService::Send(HttpRequest objRequest, Effect eEffect) {
   try {
     return SendUntilServed(objRequest, eEffect);
   } catch (const ServiceException& e) {
-    if (std::string_view(e.what()).find(kLogonRefused) != std::string_view::npos) {
-      m_strLogonRefused = e.what();
+    if (e.Cause().bSaysServiceIsOff) {
+      if (IsForOneRequest(e.Cause(), eEffect)) throw;
+      RefuseLogon(e);
     }
-    const bool bRenews = Settings().bSafe && IsLogonRefusal(e.Cause()) && !m_bRenewing;
-    if (!bRenews || !m_strLogonRefused.empty()) throw;
+    if (!Settings().bSafe || !IsLogonRefusal(e.Cause()) || m_bRenewing) throw;
   }
   return SendWithNewLogon(std::move(objRequest), eEffect);
 }
@@ -238,52 +255,83 @@ SoapResponse ExchangeService::Send(HttpRequest objRequest, Effect eEffect) {
 // A token may have run out, or a server have forgotten a logon. Once, for each try may count
 // towards the locking of an account.
 SoapResponse ExchangeService::SendWithNewLogon(HttpRequest objRequest, Effect eEffect) {
-  const RenewalMark objMark(m_bRenewing);
+  const Mark objMark(m_bRenewing);  // no request made meanwhile renews it again
   try {
     if (m_fnNewLogon) m_objCredentials = m_fnNewLogon();
   } catch (const ServiceException& e) {
     if (e.Cause().bOutage) throw;
-    RefuseLogon(std::string("A new logon failed. ") + e.what());
+    RefuseLogon(ServiceException(std::string("A new logon failed. ") + e.what()));
   }
   objRequest.objCredentials = m_objCredentials;
   objRequest.bNewConnection = true;
   try {
     return SendUntilServed(objRequest, eEffect);
   } catch (const ServiceException& e) {
-    if (!IsLogonRefusal(e.Cause())) throw;
-    // Something on the way may forbid this one request for what is in it.
-    const bool bOneOnly = e.Cause().nHttpStatus == 403 && eEffect == Effect::kCreates;
-    if (bOneOnly && AnswersQuestions()) throw;
-    RefuseLogon(WithoutStop(e.what()) + "; a new logon did not help");
+    if (!IsLogonRefusal(e.Cause()) && !e.Cause().bSaysServiceIsOff) throw;
+    if (IsForOneRequest(e.Cause(), eEffect)) throw;
+    RefuseLogon(e, "; a new logon did not help");
   }
 }
 
-bool ExchangeService::AnswersQuestions() {
+// Something on the way may forbid a mail for what is in it, be it with a page that tells of a
+// service being blocked: whether all others fare the same is asked of the server.
+bool ExchangeService::IsForOneRequest(const Failure& objFailure, Effect eEffect) {
+  return eEffect != Effect::kReads && objFailure.nHttpStatus != 401 && !RefusesQuestions();
+}
+
+bool ExchangeService::RefusesQuestions() {
   try {
     (void)FindFolders(WellKnownFolderName::MsgFolderRoot, FolderView(1));
+    return false;
   } catch (const ServiceException& e) {
-    return !IsLogonRefusal(e.Cause());
+    return !m_strLogonRefused.empty() || IsLogonRefusal(e.Cause());
   }
-  return true;
 }
 
-void ExchangeService::RefuseLogon(const std::string& strText) {
-  m_strLogonRefused = WithLogonRefused(strText);
+void ExchangeService::RefuseLogon(const ServiceException& objError, const char* pszElse) {
+  const std::string strText = WithoutStop(objError.what());
+  m_strLogonRefused = WithLogonRefused(
+      objError.Cause().bSaysServiceIsOff ? strText + ". " + kServiceIsOff : strText + pszElse);
   throw ServiceException(m_strLogonRefused);
 }
 
 SoapResponse ExchangeService::SendUntilServed(HttpRequest objRequest, Effect eEffect) {
-  const std::string strUrl = objRequest.strUrl;
-  const auto eRepeat = eEffect == Effect::kCreates ? Outage::Repeat::kUnlessMaybeCarriedOut
-                                                   : Outage::Repeat::kAlways;
-  const Outage objOutage(Transport(), HostForMessage(strUrl), objRequest.nTimeout, eRepeat);
+  using enum Outage::Repeat;
+  const auto eRepeat = m_bWaitsForNone               ? kNever
+                       : eEffect == Effect::kCreates ? kUnlessMaybeCarriedOut
+                                                     : kAlways;
+  const Outage objOutage(Transport(), HostForMessage(objRequest.strUrl), objRequest.nTimeout,
+                         eRepeat);
+  const int nMostCuts = Settings().nPatience.count() > 0 ? kMostCuts : 1;
+  int nCuts = 0;
   return WaitOut(objOutage, [&](milliseconds nTimeout) {
     objRequest.nTimeout = nTimeout;
-    const HttpResponse objResponse = SendFollowingRedirects(
-        Transport(), objRequest,
-        [&](const std::string& strTo) { return MayCarryCredentials(strUrl, strTo); });
-    return Judge(objRequest, objResponse, eEffect);
+    try {
+      return SendAndJudge(objRequest, eEffect);
+    } catch (const ServiceException& e) {
+      const bool bCut = Settings().bSafe && e.Cause().bOutage && e.Cause().bCutInBody;
+      nCuts = bCut ? nCuts + 1 : 0;
+      if (nCuts < nMostCuts || !AnswersAtOnce()) throw;
+    }
+    throw TooLargeForTheWay(objRequest);
   });
+}
+
+SoapResponse ExchangeService::SendAndJudge(const HttpRequest& objRequest, Effect eEffect) {
+  const HttpResponse objResponse = SendFollowingRedirects(
+      Transport(), objRequest,
+      [&](const std::string& strTo) { return MayCarryCredentials(objRequest.strUrl, strTo); });
+  return Judge(objRequest, objResponse, eEffect);
+}
+
+bool ExchangeService::AnswersAtOnce() {
+  const Mark objMark(m_bWaitsForNone);
+  try {
+    (void)FindFolders(WellKnownFolderName::MsgFolderRoot, FolderView(1));
+    return true;
+  } catch (const ServiceException&) {
+    return false;
+  }
 }
 
 }  // namespace ews

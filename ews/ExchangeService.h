@@ -14,7 +14,9 @@
 
 namespace ews {
 
+class ServiceException;
 class SoapWriter;
+struct Failure;
 
 class ImpersonatedUserId {
  public:
@@ -58,8 +60,9 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   void SetCredentials(const OAuthCredentials& objCredentials) { m_objCredentials = objCredentials; }
   // With the safe switch, what a request does whose logon is refused by 401 or 403: it takes these
   // new credentials, or without a function the old ones, and is sent once more on a connection of
-  // its own. If that is refused as well, this and all further requests fail without being sent, and
-  // their text holds kLogonRefused. fnNewLogon throws ServiceException if there are none.
+  // its own. If that is refused as well, and no question is answered either where a 403 may be for
+  // one mail alone, this and all further requests fail without being sent, and their text holds
+  // kLogonRefused. fnNewLogon throws ServiceException if there are none.
   using NewLogon = std::function<Credentials()>;
   void SetNewLogon(NewLogon fnNewLogon) { m_fnNewLogon = std::move(fnNewLogon); }
   // An empty address is found out at the next request.
@@ -83,7 +86,12 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
 
   // What a call does at the server, and with it whether a connection that ends without an answer
   // may be followed by a second try.
-  enum class Effect { kReads, kCreates };
+  enum class Effect {
+    kReads,
+    kOnceAtMost,  // the server refuses a second one; with the safe switch it is repeated as kReads
+                  // is
+    kCreates
+  };
 
   // One SOAP call, for the classes of this library: fnBody writes what stands in the body. Returns
   // the response messages as they are, failed ones too; a fault has been thrown, and so has the
@@ -98,10 +106,14 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   HttpRequest MakeRequest(RequestBody& objBody) const;
   SoapResponse Send(HttpRequest objRequest, Effect eEffect);
   SoapResponse SendWithNewLogon(HttpRequest objRequest, Effect eEffect);
-  bool AnswersQuestions();
-  [[noreturn]] void RefuseLogon(const std::string& strText);
+  bool IsForOneRequest(const Failure& objFailure, Effect eEffect);
+  bool RefusesQuestions();
+  // Says in the text of all further requests that the service is off, or pszElse.
+  [[noreturn]] void RefuseLogon(const ServiceException& objError, const char* pszElse = "");
   // Waits outages out (ews/Outage.h).
   SoapResponse SendUntilServed(HttpRequest objRequest, Effect eEffect);
+  SoapResponse SendAndJudge(const HttpRequest& objRequest, Effect eEffect);
+  bool AnswersAtOnce();
 
   ExchangeVersion m_eVersion;
   CString m_strUrl;
@@ -111,6 +123,7 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   int m_nTimeout = kDefaultTimeout;
   NewLogon m_fnNewLogon;
   bool m_bRenewing = false;
+  bool m_bWaitsForNone = false;   // a failure of the request that is made now is not waited out
   std::string m_strLogonRefused;  // the text of all further requests; empty while there may be some
 };
 

@@ -71,6 +71,7 @@ ServiceException NetworkFailure(const HttpRequest& objRequest, const TransferEnd
   Failure objFailure;
   objFailure.bOutage = IsOutage(objEnd);
   objFailure.bMayBeCarriedOut = objEnd.bBodyOut;
+  objFailure.bCutInBody = objEnd.bBodyBegun && !objEnd.bBodyOut;
   std::string strText = "The request failed. " + TextOf(objRequest, objEnd);
   if (objRequest.bSendOnce && objEnd.bBodyOut) strText = WithOpenOutcome(std::move(strText), "It");
   return ServiceException(strText, objFailure);

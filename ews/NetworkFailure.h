@@ -15,6 +15,7 @@ struct TransferEnd {
   CURLcode eCode = CURLE_OK;
   std::string strDetail;  // libcurl's words, or empty
   bool bConnected = false;
+  bool bBodyBegun = false;
   bool bBodyOut = false;   // all of the request may have arrived
   bool bAnswered = false;  // an answer had begun
   bool bTooLarge = false;  // the answer

@@ -74,6 +74,7 @@ void Outage::WaitAfter(const ServiceException& objError) {
     End();
     throw;
   }
+  if (m_eRepeat == Repeat::kNever) throw;
   if (objFailure.bMayBeCarriedOut && m_eRepeat == Repeat::kUnlessMaybeCarriedOut) throw;
   if (!IsPatient()) return WaitAsAsked(objError);
   const auto nSince = m_objTransport.OutageSince(m_strHost);

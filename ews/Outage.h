@@ -20,8 +20,9 @@ namespace ews {
 class Outage {
  public:
   enum class Repeat {
-    kAlways,                // asking twice does no harm
-    kUnlessMaybeCarriedOut  // what may have made something is not sent again
+    kAlways,                 // asking twice does no harm
+    kUnlessMaybeCarriedOut,  // what may have made something is not sent again
+    kNever
   };
 
   // strHost is for messages and tells outages apart.

@@ -4,6 +4,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "platform/CString.h"
 
@@ -18,7 +19,10 @@ struct Failure {
   bool bMayBeCarriedOut = false;
   // How long the server wants to be left alone, where it says so; never 0.
   std::optional<std::chrono::milliseconds> nBackOff;
-  int nHttpStatus = 0;  // of the answer; 0 for none
+  int nHttpStatus = 0;      // of the answer; 0 for none
+  bool bCutInBody = false;  // the connection was lost while the body went out
+  // With the safe switch: its words tell of the whole service being switched off.
+  bool bSaysServiceIsOff = false;
 };
 
 // Any failure of a call to the mailbox service. what() is UTF-8 and is shown to people as it
@@ -57,9 +61,10 @@ inline constexpr const char* kHasId =
     "This operation can't be performed because this service object already has an ID. To update "
     "this service object, use the Update() method instead.";
 
-// Parts of texts by which whoever reads them tells kinds of failure apart.
+// Parts of texts by which whoever reads them tells kinds of failure apart. They stand at a text's
+// end: the rest of it may quote anything, a mail's own words too.
 
-// Stands in the text of every request that makes something and may have made it; where it is
+// Ends the text of every request that makes something and may have made it; where it is
 // missing, nothing was made.
 inline constexpr const char* kMayBeCarriedOut = "may have carried the request out";
 // Ends the text of a failure that was waited out in vain, with the time behind it.
@@ -74,6 +79,11 @@ std::string WithOpenOutcome(std::string strText, const char* pszSubject);
 std::string WithLogonRefused(std::string strText);
 // The text without the sentence that WithOpenOutcome added.
 std::string WithoutOpenOutcome(std::string strText);
+// Whether a text of this library ends so. Not what a server says: with the safe switch nothing that
+// is its own ends like that.
+bool SaysOpenOutcome(std::string_view strText);
+bool SaysWaitedFor(std::string_view strText);
+bool SaysLogonRefused(std::string_view strText);
 // The text without what ends a sentence, so that more can follow.
 std::string WithoutStop(std::string strText);
 

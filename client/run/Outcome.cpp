@@ -5,12 +5,9 @@
 namespace client {
 
 bool EndsRun(std::string_view text) {
-  return text.find(ews::kWaitedFor) != std::string_view::npos ||
-         text.find(ews::kLogonRefused) != std::string_view::npos;
+  return ews::SaysWaitedFor(text) || ews::SaysLogonRefused(text);
 }
 
-bool LeavesOutcomeOpen(std::string_view text) {
-  return text.find(ews::kMayBeCarriedOut) != std::string_view::npos;
-}
+bool LeavesOutcomeOpen(std::string_view text) { return ews::SaysOpenOutcome(text); }
 
 }  // namespace client

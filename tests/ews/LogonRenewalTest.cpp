@@ -90,7 +90,8 @@ TEST_F(LogonRenewal, WithoutANewTokenTheReasonIsTold) {
               AllOf(HasSubstr("HTTP 503"), Not(HasSubstr(ews::kLogonRefused))));
 }
 
-// Something on the way that forbids one mail for what is in it must not stop all others.
+// Something on the way that forbids one mail for what is in it must not stop all others, whatever
+// its page says.
 TEST_F(LogonRenewal, A403ForOneMailAloneIsNoRefusalOfTheLogon) {
   LogonByPassword();
   PushStatus(403);
@@ -101,6 +102,13 @@ TEST_F(LogonRenewal, A403ForOneMailAloneIsNoRefusalOfTheLogon) {
   EXPECT_EQ(Save(), "no exception");
   for (int i = 0; i < 3; ++i) PushStatus(403);
   EXPECT_THAT(Save(), HasSubstr(ews::kLogonRefused));
+
+  LogonByPassword();
+  m_transport.Push("<html>Web filter: your request to /EWS/Exchange.asmx was blocked.</html>", 403);
+  m_transport.Push(answers::Found({}));
+  EXPECT_THAT(Save(), AllOf(HasSubstr("HTTP 403"), Not(HasSubstr(ews::kLogonRefused))));
+  m_transport.Push(answers::Item("I="));
+  EXPECT_EQ(Save(), "no exception");
 }
 
 TEST_F(LogonRenewal, AServiceThatIsSwitchedOffIsSaidInWordsAndNotAskedAgain) {
@@ -116,15 +124,27 @@ TEST_F(LogonRenewal, AServiceThatIsSwitchedOffIsSaidInWordsAndNotAskedAgain) {
     LogonByPassword();
     const size_t before = Sent();
     m_transport.Push(answer);
+    m_transport.Push(answer);  // to a question
     const std::string text = Save();
     EXPECT_THAT(text, EndsWith("Exchange Web Services is switched off for this organisation, "
                                "mailbox or application: this logon is refused."));
     EXPECT_EQ(Save(), text);
-    EXPECT_EQ(Sent(), before + 1);
+    EXPECT_EQ(Sent(), before + 2);
   }
   LogonByPassword();
   m_transport.Push(answers::Error("CreateItem", "ErrorAccessDenied", "The news is not allowed."));
   EXPECT_EQ(Save(), "The news is not allowed.");
+}
+
+TEST_F(LogonRenewal, AServersWordsThatQuoteAMailEndNoLogon) {
+  for (const bool safe : {true, false}) {
+    ews::Settings().bSafe = safe;
+    LogonByPassword();
+    m_transport.Push(answers::Error("CreateItem", "ErrorItemCorrupt", "Re: this logon is refused"));
+    EXPECT_THAT(Save(), HasSubstr(ews::kLogonRefused));
+    m_transport.Push(answers::Item("I="));
+    EXPECT_EQ(Save(), "no exception");
+  }
 }
 
 TEST_F(LogonRenewal, WithoutTheSafeSwitchNothingIsRenewed) {

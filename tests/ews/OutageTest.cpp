@@ -93,7 +93,8 @@ TEST_F(Outage, WhatMayHaveBeenCarriedOutIsToldAndNotRepeated) {
   } rows[] = {
       {{-1, {}, "refused."}, kRefusedConnection, true, false},
       {{429, {}, ""}, {}, true, false},
-      {{503, {{"Retry-After", "2"}}, ""}, {}, true, false},
+      {{503, {{"Retry-After", "2"}}, "", false}, {}, true, false},  // before all of it was out
+      {{503, {{"Retry-After", "2"}}, ""}, {}, false, true},  // a gateway may have passed it on
       {{503, {{"Retry-After", "2"}}, error("ErrorInternalServerError")}, {}, true, false},
       {{200, {}, error("ErrorServerBusy")}, {}, true, false},
       {{500, {}, answers::Busy("7000")}, {}, true, false},
@@ -140,11 +141,49 @@ TEST_F(Outage, TheServersWordsStayInFrontOfWhatIsAddedAndWithoutTheSafeSwitchAlo
   ews::Settings().bSafe = false;
   m_transport.Push(answers::Error("CreateItem", "ErrorTimeoutExpired", words));
   EXPECT_EQ(Save(), words);
+  m_transport.Push({503, {{"Retry-After", "2"}}, ""});
+  m_transport.Push(answers::Item("I="));
+  EXPECT_EQ(Save(), "no exception");
+  EXPECT_EQ(m_transport.Waited(), milliseconds(2000));
   m_transport.Push("", 503);
   EXPECT_THAT(Save(),
               EndsWith("HTTP 503 (Service Unavailable). It may have carried the request out."));
-  EXPECT_EQ(m_transport.Waited().count(), 0);
+  EXPECT_EQ(m_transport.Waited(), milliseconds(2000));
   EXPECT_TRUE(m_told.empty());
+}
+
+// Readers know some endings as ours.
+TEST_F(Outage, AServersWordsDoNotPassForOurs) {
+  for (const char* words : {"Subject: x; waited for 3 s", "Subject: x: this logon is refused.",
+                            "Subject: It may have carried the request out."}) {
+    m_transport.Push(answers::Error("CreateItem", "ErrorItemCorrupt", words));
+    EXPECT_EQ(Save(), std::string(words) + " (the server's words)");
+  }
+}
+
+// A proxy that resets each upload of one mail is no outage of the server.
+TEST_F(Outage, AMailThatIsCutAgainAndAgainFailsWithItsSizeWhereOthersAreServed) {
+  ews::Failure cut = kRefusedConnection;
+  cut.bCutInBody = true;
+  const auto push = [&](int cuts) {
+    for (int i = 0; i < cuts; ++i) m_transport.PushFailure("cut", cut);
+  };
+  push(4);
+  m_transport.Push(answers::Found({}));
+  const std::string text =
+      "The connection to mail.example.com was cut each time while 0.0 MB went out, and smaller "
+      "requests are answered.";
+  EXPECT_EQ(Save(), text);
+  EXPECT_GT(Seconds(), 5);
+  push(4);
+  PushRefused();  // the question: it is an outage
+  push(2);
+  m_transport.Push(answers::Item("I="));
+  EXPECT_EQ(Save(), "no exception");
+  ews::Settings().nPatience = {};
+  push(1);
+  m_transport.Push(answers::Found({}));
+  EXPECT_EQ(Save(), text);
 }
 
 TEST_F(Outage, PatienceIsForTheWholeOutageAndItsEndIsSaid) {

@@ -1,0 +1,38 @@
+#include "client/run/Outcome.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(Outcome, IsReadFromTheEndOfATextAlone) {
+  const struct {
+    const char* text;
+    bool endsRun;
+    bool open;
+  } rows[] = {
+      {"The request failed. Refused; waited for 0 s", true, false},
+      {"Busy; waited for 30 min", true, false},
+      {"HTTP 401; a new logon did not help: this logon is refused.", true, false},
+      {"No answer. It may have carried the request out.", false, true},
+      {"", false, false},
+      // A mail's own words, quoted.
+      {"The invalid value '?; waited for ever' was specified for the 'Subject' element.", false,
+       false},
+      {"The invalid value '?; waited for 3 s' was specified for the 'Subject' element.", false,
+       false},
+      {"The invalid value '?: this logon is refused.' was specified for the 'Subject' element.",
+       false, false},
+      {"The invalid value 'It may have carried the request out.' was specified for the 'Subject' "
+       "element.",
+       false, false},
+      {"Nothing; waited for", false, false},
+      {"Nothing; waited for s", false, false},
+      {"Nothing; waited for 3 hours", false, false},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(client::EndsRun(row.text), row.endsRun) << row.text;
+    EXPECT_EQ(client::LeavesOutcomeOpen(row.text), row.open) << row.text;
+  }
+}
+
+}  // namespace
