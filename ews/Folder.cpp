@@ -10,7 +10,7 @@ void Folder::Save(const FolderId& objParent) {
   if (!m_pService) throw ServiceException(kNoService);
   if (m_objId.IsSet()) throw ServiceException(kHasId);
   const ResponseMessage objAnswer =
-      m_pService->CallForOne(ExchangeService::Effect::kCreates, [&](SoapWriter& objWriter) {
+      m_pService->CallForOne(ExchangeService::Effect::kOnceAtMost, [&](SoapWriter& objWriter) {
         objWriter.Start(SoapWriter::kMessages, "CreateFolder");
         objWriter.Start(SoapWriter::kMessages, "ParentFolderId");
         objParent.WriteTo(objWriter);

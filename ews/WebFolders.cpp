@@ -19,8 +19,6 @@ namespace {
 // found.
 constexpr int kPageSize = 10;
 
-constexpr int kMostTries = 3;  // to make a folder of which nobody knows whether it was made
-
 ews::FolderId AbsentFolder() { return ews::FolderId(CString(kAbsentFolder)); }
 
 std::optional<ews::FolderId> FirstOfName(const ews::FindFoldersResults& objFound, CString strName) {
@@ -122,20 +120,18 @@ std::optional<ews::FolderId> CWebAccessHandler::Search(const ews::SearchFilter& 
 }
 
 // The search by substring sees one page, so that a folder can exist and not be found by it; the
-// server then refuses to make it, and an exact search finds it. A server does not make a second
-// folder of a name, so that one that may have been made can be tried again.
+// server then refuses to make it, and an exact search finds it. So it does where the folder was
+// made by a request whose answer was lost.
 ews::FolderId CWebAccessHandler::FindOrMake(const CString& strName, const ews::FolderId& olF2,
                                             const CString& ver) {
   if (auto objFound = Search(NameContains(strName), strName, olF2)) return *objFound;
-  for (int nTry = 1;; ++nTry) {
-    try {
-      return SaveFolder(strName, olF2, ver);
-    } catch (const ews::ServiceException& e) {
-      if (!MayBeThere(e)) throw;
-      const ews::IsEqualTo objExact(ews::FolderSchema::DisplayName, strName);
-      if (auto objFound = Search(objExact, strName, olF2)) return *objFound;
-      if (!e.Cause().bMayBeCarriedOut || nTry == kMostTries) throw;
-    }
+  try {
+    return SaveFolder(strName, olF2, ver);
+  } catch (const ews::ServiceException& e) {
+    if (!MayBeThere(e)) throw;
+    const ews::IsEqualTo objExact(ews::FolderSchema::DisplayName, strName);
+    if (auto objFound = Search(objExact, strName, olF2)) return *objFound;
+    throw;
   }
 }
 
