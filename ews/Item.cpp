@@ -96,11 +96,45 @@ void Item::CreateAttachments() {
       }
     }
   } catch (const ServiceResponseException& e) {
+    if (Settings().bSafe) FailIncomplete(e);
     throw ServiceResponseException(kAttachmentsFailed, e.ErrorCode());
-  } catch (const ServiceException&) {
-    // The item is there, and a text that leaves this open would have it counted as whole.
-    if (Settings().bSafe) throw ServiceException(kAttachmentsFailed);
+  } catch (const ServiceException& e) {
+    if (Settings().bSafe) FailIncomplete(e);
     throw;
+  }
+}
+
+// An item that stays is told in words that neither leave its outcome open nor promise that a later
+// try finds nothing: it would be counted as whole.
+void Item::FailIncomplete(const ServiceException& objError) {
+  if (!Delete()) {
+    throw ServiceException(std::string(kAttachmentsFailed) + " The item is there without it.");
+  }
+  m_objId = {};
+  const std::string strText = objError.what();
+  const bool bLasts = SaysWaitedFor(strText) || SaysLogonRefused(strText);
+  throw ServiceException(bLasts ? kAttachmentsFailed + (" " + strText) : kAttachmentsFailed);
+}
+
+bool Item::Delete() {
+  try {
+    (void)m_pService->CallForOne(ExchangeService::Effect::kOnceAtMost, [&](SoapWriter& objWriter) {
+      objWriter.Start(kMessages, "DeleteItem");
+      objWriter.Attribute("DeleteType", std::string_view("HardDelete"));
+      objWriter.Attribute("SendMeetingCancellations", std::string_view("SendToNone"));
+      objWriter.Attribute("AffectedTaskOccurrences", std::string_view("AllOccurrences"));
+      objWriter.Start(kMessages, "ItemIds");
+      objWriter.Start(kTypes, "ItemId");
+      objWriter.Attribute("Id", m_objId.strUniqueId);
+      objWriter.End();
+      objWriter.End();
+      objWriter.End();
+    });
+    return true;
+  } catch (const ServiceResponseException& e) {
+    return e.ErrorCode() == "ErrorItemNotFound";
+  } catch (const ServiceException&) {
+    return false;
   }
 }
 

@@ -16,6 +16,7 @@
 namespace ews {
 
 class ExchangeService;
+class ServiceException;
 struct ItemRecord;
 
 // What all items have in common. Properties go out in the schema's order, whatever order they were
@@ -68,6 +69,9 @@ class Item {
   void WriteCreateItem(SoapWriter& objWriter, const FolderId& objFolder) const;
   void WriteCommonProperties(SoapWriter& objWriter) const;
   void CreateAttachments();
+  // Deletes what was made without its attachments, and throws what its user is told.
+  [[noreturn]] void FailIncomplete(const ServiceException& objError);
+  bool Delete();
 
   std::shared_ptr<ExchangeService> m_pService;
   ItemId m_objId;

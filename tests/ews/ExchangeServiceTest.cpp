@@ -157,6 +157,43 @@ TEST_F(ExchangeServiceTest, AttachmentsAreJudgedByWhatTheServerListsAndThenByWha
   }
 }
 
+// Else the part of it that is there would be taken for the whole of it, or doubled by the next try.
+TEST_F(ExchangeServiceTest, SafeDeletesAMailWhoseAttachmentsWereRefused) {
+  ews::Settings().bSafe = true;
+  const std::string failed = "At least one attachment couldn't be created.";
+  const ews::HttpResponse refused{
+      200, {}, answers::Error("CreateAttachment", "ErrorX", "index is out of range")};
+  const ews::HttpResponse deleted{200, {}, answers::Success("DeleteItem", "")};
+  const ews::HttpResponse gone{200, {}, answers::Error("DeleteItem", "ErrorItemNotFound", "No.")};
+  const ews::HttpResponse kept{200, {}, answers::Error("DeleteItem", "ErrorAccessDenied", "No.")};
+  const ews::HttpResponse away{503, {}, ""};
+  const ews::HttpResponse noLogon{401, {}, ""};
+  const struct {
+    std::vector<ews::HttpResponse> answers;
+    std::string text;
+  } rows[] = {
+      {{refused, deleted}, failed},
+      {{{504, {}, ""}, deleted}, failed},
+      {{refused, gone}, failed},
+      {{refused, kept}, failed + " The item is there without it."},
+      {{{503, {}, ""}, away}, failed + " The item is there without it."},
+      {{{408, {}, ""}, deleted},
+       failed + " The request failed. The server mail.example.com answered HTTP 408 (Request "
+                "Timeout); waited for 0 s"},
+      {{noLogon, noLogon}, failed + " The item is there without it."},
+  };
+  for (const auto& row : rows) {
+    ews::EmailMessage mail(m_service);
+    mail.Attachments().AddFileAttachment(platform::ToWindowsPath("/proc/self/exe"));
+    m_transport.Push(answers::Item("AAMk="));
+    for (const ews::HttpResponse& answer : row.answers) m_transport.Push(answer);
+    EXPECT_EQ(SaveToInbox(mail), row.text);
+    EXPECT_EQ(mail.Id().IsSet(), row.text.ends_with("without it."));
+    if (mail.Id().IsSet()) continue;
+    EXPECT_THAT(LastBody(), AllOf(HasSubstr("DeleteType=\"HardDelete\""), HasSubstr("AAMk=")));
+  }
+}
+
 TEST_F(ExchangeServiceTest, WhatIsNoFileIsRefusedWhenItIsAttached) {
   ews::AttachmentCollection attachments;
   const CString folder = platform::ToWindowsPath(std::filesystem::temp_directory_path().string());
