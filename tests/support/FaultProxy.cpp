@@ -19,8 +19,11 @@ namespace test_support {
 namespace {
 
 constexpr auto kDelay = std::chrono::milliseconds(150);
+constexpr auto kLongDelay = std::chrono::milliseconds(3000);  // of one delay in kLongOneIn
+constexpr unsigned kLongOneIn = 8;
 constexpr auto kRefusal = std::chrono::milliseconds(1500);
-constexpr std::array kStatuses = {401, 429, 500, 503};
+constexpr std::array kStatuses = {401, 429, 500, 502, 503, 504};
+constexpr std::array kStatusesForAnswer = {500, 502, 503};
 
 sockaddr_in Loopback(int port) {
   sockaddr_in address{};
@@ -74,10 +77,10 @@ std::optional<std::string> ReadMessage(int fd, std::string& rest) {
   return message;
 }
 
-std::string StatusAnswer(int status) {
+std::string StatusAnswer(int status, bool retryAfter) {
   std::string answer = "HTTP/1.1 " + std::to_string(status) + " Harmed\r\nContent-Length: 0\r\n";
   if (status == 401) answer += "WWW-Authenticate: Basic realm=\"proxy\"\r\n";
-  if (status == 429 || status == 503) answer += "Retry-After: 1\r\n";
+  if (retryAfter) answer += "Retry-After: 1\r\n";
   return answer + "\r\n";
 }
 
@@ -106,12 +109,21 @@ std::map<Mishap, int> FaultProxy::Mishaps() const {
 
 FaultProxy::Step FaultProxy::Next() {
   const std::lock_guard lock(m_mutex);
-  Step step;
+  // As many numbers for each request, so that no mishap shifts those behind it.
   const bool harmed = m_random() % m_oneIn == 0;
   const auto kind = m_random() % kHarm.size();
-  const auto status = m_random() % kStatuses.size();
+  const auto detail = m_random();
+  Step step;
   if (harmed && !m_spareNext) step.mishap = kHarm[kind];
-  if (step.mishap == Mishap::kStatus) step.status = kStatuses[status];
+  if (step.mishap == Mishap::kStatus) step.status = kStatuses[detail % kStatuses.size()];
+  if (step.mishap == Mishap::kStatusForAnswer) {
+    step.status = kStatusesForAnswer[detail % kStatusesForAnswer.size()];
+  }
+  step.retryAfter = step.status == 429 || (step.status == 503 && detail / 8 % 2 == 0);
+  if (step.mishap == Mishap::kDelay) step.pause = detail % kLongOneIn ? kDelay : kLongDelay;
+  if (step.mishap == Mishap::kForwardedLate) {
+    step.pause = std::chrono::milliseconds(1000 + detail % 3000);
+  }
   m_spareNext = step.status == 401 || step.mishap == Mishap::kRefuse;
   ++m_mishaps[step.mishap];
   return step;
@@ -169,33 +181,58 @@ void FaultProxy::Serve(int client) {
   shutdown(client, SHUT_RDWR);
 }
 
-bool FaultProxy::Pass(int client, int server, const std::string& request, Step step) {
-  const std::string_view half = std::string_view(request).substr(0, request.size() / 2);
+bool FaultProxy::Pass(int client, int server, const std::string& request, const Step& step) {
   switch (step.mishap) {
     case Mishap::kCutBeforeRequest:
       return false;
     case Mishap::kCutInRequest:
-      SendAll(server, half);
+      SendAll(server, std::string_view(request).substr(0, request.size() / 2));
       return false;
     case Mishap::kStatus:
-      return SendAll(client, StatusAnswer(step.status));
-    case Mishap::kDelay:
-      std::this_thread::sleep_for(kDelay);
-      break;
+      return SendAll(client, StatusAnswer(step.status, step.retryAfter));
+    case Mishap::kForwardedLate:
+      SendAll(client, StatusAnswer(504, /*retryAfter=*/false));
+      shutdown(client, SHUT_RDWR);
+      ForwardLate(request, step.pause);
+      return false;
     default:
       break;
   }
+  std::this_thread::sleep_for(step.pause);
+  return SendAll(server, request) && PassAnswer(client, server, step);
+}
+
+bool FaultProxy::PassAnswer(int client, int server, const Step& step) {
   std::string rest;
-  if (!SendAll(server, request)) return false;
   const auto answer = ReadMessage(server, rest);
   if (!answer) return false;
-  if (step.mishap == Mishap::kRefuse) m_refusing = true;
-  if (step.mishap == Mishap::kRefuse || step.mishap == Mishap::kCutBehindRequest) return false;
-  if (step.mishap == Mishap::kCutInAnswer) {
-    SendAll(client, std::string_view(*answer).substr(0, answer->size() / 2));
-    return false;
+  switch (step.mishap) {
+    case Mishap::kRefuse:
+      m_refusing = true;
+      return false;
+    case Mishap::kCutBehindRequest:
+      return false;
+    case Mishap::kCutInAnswer:
+      SendAll(client, std::string_view(*answer).substr(0, answer->size() / 2));
+      return false;
+    case Mishap::kStatusForAnswer:
+      return SendAll(client, StatusAnswer(step.status, step.retryAfter));
+    default:
+      return SendAll(client, *answer) && step.mishap != Mishap::kCutBehindAnswer;
   }
-  return SendAll(client, *answer) && step.mishap != Mishap::kCutBehindAnswer;
+}
+
+// On a connection of its own, which the end of the proxy does not cut: a run that is over too soon
+// is to meet what it left behind.
+void FaultProxy::ForwardLate(const std::string& request, std::chrono::milliseconds pause) {
+  std::this_thread::sleep_for(pause);
+  const platform::UniqueFd server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const sockaddr_in address = Loopback(m_serverPort);
+  std::string rest;
+  if (connect(server.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+      SendAll(server.Get(), request)) {
+    (void)ReadMessage(server.Get(), rest);
+  }
 }
 
 }  // namespace test_support

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <random>
@@ -22,20 +23,23 @@ enum class Mishap {
   kCutInAnswer,       // half of the answer comes back
   kCutBehindAnswer,   // all of it; the kept connection ends
   kDelay,
-  kStatus,  // the proxy answers for the server: 401, 429, 500 or 503
-  kRefuse,  // the answer is lost, and no connection is taken for a time
+  kStatus,           // the proxy answers for the server: 401, 429, 500, 502, 503 or 504
+  kStatusForAnswer,  // the server has it all, and for its answer comes a 500, 502 or 503
+  kForwardedLate,    // a 504 comes, and the server gets the request 1 to 4 seconds later
+  kRefuse,           // the answer is lost, and no connection is taken for a time
 };
 
 inline constexpr std::array kHarm = {
     Mishap::kCutBeforeRequest, Mishap::kCutInRequest,    Mishap::kCutBehindRequest,
     Mishap::kCutInAnswer,      Mishap::kCutBehindAnswer, Mishap::kDelay,
-    Mishap::kStatus,           Mishap::kRefuse,
+    Mishap::kStatus,           Mishap::kStatusForAnswer, Mishap::kForwardedLate,
+    Mishap::kRefuse,
 };
 
 // Stands in front of a server that speaks plain HTTP on 127.0.0.1 and harms requests by a seed: the
 // n-th request always meets the same mishap. A 401 and a refusal are followed by a request that
 // passes, for a server that turns everybody away is another matter than a network with faults. It
-// ends with the object.
+// ends with the object, and with what it still holds back.
 class FaultProxy {
  public:
   // One of `oneIn` requests is harmed.
@@ -52,13 +56,18 @@ class FaultProxy {
   struct Step {
     Mishap mishap = Mishap::kNone;
     int status = 0;
+    bool retryAfter = false;
+    std::chrono::milliseconds pause{0};  // of a delay or a late request
   };
   Step Next();
   void Listen();
   void Accept();
   void Serve(int client);
   // False when the client's connection is to end.
-  bool Pass(int client, int server, const std::string& request, Step step);
+  bool Pass(int client, int server, const std::string& request, const Step& step);
+  // The same behind the request: what becomes of the server's answer.
+  bool PassAnswer(int client, int server, const Step& step);
+  void ForwardLate(const std::string& request, std::chrono::milliseconds pause);
 
   const int m_serverPort;
   const unsigned m_oneIn;

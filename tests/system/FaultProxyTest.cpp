@@ -27,6 +27,8 @@ constexpr unsigned kHarmOneIn = 12;
 void WritePrepared(const TemporaryFolder& folder, int number) {
   const std::string item = "source/Prepared/" + std::to_string(number);
   folder.Write(item + "/TextFile1.txt", client_test::Wide("body"));
+  folder.Write(item + "/11comtextjjAttach.t", client_test::Wide("a.txt\r\n"));
+  folder.Write(item + "/a.txt", "attached to " + std::to_string(number));
   folder.Write(item + "/11comtextjj.t",
                client_test::Wide("EMAIL\r\n2\nCreation Date : 2024-02-29 10:00:00\r\n\r\nFrom : "
                                  "a@example.com\r\nTo : b@example.com\r\n\r\n\r\nSubject : item " +
@@ -36,7 +38,7 @@ void WritePrepared(const TemporaryFolder& folder, int number) {
 struct Arrival {
   Result result;
   Contents mails;
-  std::map<std::string, int> prepared;  // by subject
+  std::map<std::string, int> prepared;  // by subject and attachments
   std::map<Mishap, int> mishaps;
 };
 
@@ -52,7 +54,9 @@ Arrival RunThroughProxy(const TemporaryFolder& folder, unsigned seed) {
   }
   for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
     if (item.folder == "Prepared") {
-      ++arrival.prepared[item.Property("tag:0x37")];
+      std::string what = item.Property("tag:0x37");
+      for (const auto& [name, bytes] : item.attachments) what += ", " + name + ": " + bytes;
+      ++arrival.prepared[what];
     } else {
       ++arrival.mails[{item.folder, item.mime}];
     }
@@ -68,7 +72,8 @@ std::map<Mishap, int> ExpectWhole(unsigned seed) {
   std::map<std::string, int> prepared;
   for (int i = 0; i < kPrepared; ++i) {
     WritePrepared(folder, i);
-    prepared["item " + std::to_string(i)] = 1;
+    const std::string number = std::to_string(i);
+    prepared["item " + number + ", a.txt: attached to " + number] = 1;
   }
   Arrival arrival = RunThroughProxy(folder, seed);
   const nlohmann::json summary = SummaryOf(arrival.result);
