@@ -26,15 +26,17 @@ constexpr std::size_t kNone = std::string_view::npos;
 
 constexpr std::uint32_t kUl = tagNumber("ul");
 constexpr std::uint32_t kOl = tagNumber("ol");
-constexpr std::uint32_t kP = tagNumber("p");
+constexpr std::uint32_t kDl = tagNumber("dl");
+constexpr std::uint32_t kBlockquote = tagNumber("blockquote");
 constexpr std::uint32_t kTable = tagNumber("table");
 constexpr std::uint32_t kTd = tagNumber("td");
 constexpr std::uint32_t kTh = tagNumber("th");
 constexpr std::uint32_t kTr = tagNumber("tr");
 constexpr std::uint32_t kHead = tagNumber("head");
-// Of these one ends where the next begins, if no list lies between.
-constexpr std::array kEndsAtNext = {tagNumber("li"), tagNumber("dd"), tagNumber("dt"),
-                                    tagNumber("option"), tagNumber("pre")};
+// Of these one ends where the next begins, unless it holds the list, quote or cell around the new
+// one: that would be torn.
+constexpr std::array kEndsAtNext = {tagNumber("li"), tagNumber("p"),      tagNumber("dd"),
+                                    tagNumber("dt"), tagNumber("option"), tagNumber("pre")};
 
 // The elements that are open, the innermost on top. Places count from 1, so that 0 is none; for
 // each tag the topmost place is known, so that nothing has to be looked for.
@@ -106,7 +108,6 @@ class TreeBuilder {
   void startTag(std::uint32_t nTag, std::string_view strRaw);
   void endTag(std::uint32_t nTag);
   void implyTags(std::uint32_t nTag);
-  void closeParagraph();
   void closeCells(std::uint32_t nTag);
   void addVerbatim(std::uint32_t nTag, Index nNode);
 
@@ -258,23 +259,15 @@ void TreeBuilder::addVerbatim(std::uint32_t nTag, Index nNode) {
 void TreeBuilder::implyTags(std::uint32_t nTag) {
   if (nTag >= kHtmlTags.size()) return;
   if (!kHtmlTags[nTag].bInHead) m_objOpen.close(m_objOpen.placeOf(kHead));
-  if (nTag == kP) return closeParagraph();
   if (nTag == kTd || nTag == kTh || nTag == kTr) return closeCells(nTag);
   if (std::find(kEndsAtNext.begin(), kEndsAtNext.end(), nTag) == kEndsAtNext.end()) return;
   const std::size_t nSame = m_objOpen.placeOf(nTag);
-  if (nSame > m_objOpen.topmostOf({kUl, kOl})) m_objOpen.close(nSame);
+  if (nSame > m_objOpen.topmostOf({kUl, kOl, kDl, kTd, kTh, kBlockquote})) m_objOpen.close(nSame);
 }
 
-// Not one that holds the list, quote or cell around the new one: it would be torn.
-void TreeBuilder::closeParagraph() {
-  const std::size_t nSame = m_objOpen.placeOf(kP);
-  if (nSame > m_objOpen.topmostOf({kUl, kOl, kTd, kTh, tagNumber("blockquote")})) {
-    m_objOpen.close(nSame);
-  }
-}
-
-// A cell closes the cell before it, a row the row before it with its cells; neither reaches out of
-// its table. A cell in a table stands in a row.
+// A cell closes the cell before it and stays in the row, for rows are what breaks the text of a
+// table; a row closes the row before it with its cells. Neither reaches out of its table. A cell in
+// a table stands in a row.
 void TreeBuilder::closeCells(std::uint32_t nTag) {
   const std::size_t nCell = m_objOpen.topmostOf({kTd, kTh});
   if (nCell > m_objOpen.topmostOf({kTr, kTable})) m_objOpen.close(nCell);

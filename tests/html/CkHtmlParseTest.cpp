@@ -43,11 +43,18 @@ TEST(CkHtmlParse, PutsInWhatMailsLeaveOut) {
       {"<table><tr><td>a<table><tr><td>b</table><td>c", "<table><tr><td>" + a + "<table><tr><td>" +
                                                             b + "</td></tr></table></td><td>" + c +
                                                             "</td></tr></table>"},
+      {"<table><tr><td>a<table><tr><td>b<td>c<tr><td>a</table><td>b<tr><td>c</table>",
+       "<table><tr><td>" + a + "<table><tr><td>" + b + "</td><td>" + c + "</td></tr><tr><td>" + a +
+           "</td></tr></table></td><td>" + b + "</td></tr><tr><td>" + c + "</td></tr></table>"},
       {"<td>a<td>b", "<td>" + a + "</td><td>" + b + "</td>"},
       {"<ul><li>a<li>b<ol><li>c</ol></ul>",
        "<ul><li>" + a + "</li><li>" + b + "<ol><li>" + c + "</li></ol></li></ul>"},
       {"<dl><dt>a<dt>b<dd><i>c<dd></dl>",
        "<dl><dt>" + a + "</dt><dt>" + b + "<dd><i>" + c + "</i></dd><dd></dd></dt></dl>"},
+      {"<ul><li>a<table><td><li>b</table>c</ul>",
+       "<ul><li>" + a + "<table><tr><td><li>" + b + "</li></td></tr></table>" + c + "</li></ul>"},
+      {"<dl><dd>a<dl><dd>b</dl>c</dl>",
+       "<dl><dd>" + a + "<dl><dd>" + b + "</dd></dl>" + c + "</dd></dl>"},
       {"<p>a<ul><li><p>b</ul><p>c",
        "<p>" + a + "<ul><li><p>" + b + "</p></li></ul></p><p>" + c + "</p>"},
       {"<head><title>a</title><p>b", "<head><title>" + a + "</title></head><p>" + b + "</p>"},

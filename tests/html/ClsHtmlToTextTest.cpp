@@ -44,6 +44,8 @@ TEST(ClsHtmlToText, BreaksWhereElementsDo) {
       {"a<div>b<div>c</div></div>d", "a\r\nb\r\nc\r\nd"},
       {"a <br><br>b<br/>", "a\r\n\r\nb"},
       {"<table><tr><td>a</td><td>b</td></tr><tr><td>c</td></tr></table>", "a\r\nb\r\n\r\nc"},
+      {"<table><tr><td>a<td>b<tr><td>c<table><tr><td>d<td>e</table><td>f</table>",
+       "a\r\nb\r\n\r\nc d\r\ne\r\n\r\nf"},
       {"<dl><dt>a<dd>b</dl>", "a\r\n\r\nb"},
       {"plain \n\n text\tof\r\nlines", "plain text of lines"},
       {"\n<b>a</b>", "a"},
