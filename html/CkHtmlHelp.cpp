@@ -159,9 +159,10 @@ void _ckHtmlHelp::getAttrValue(std::string_view strTag, std::string_view strName
 
 void _ckHtmlHelp::getAttrValueAnywhere(std::string_view strTag, std::string_view strName,
                                        StringBuffer& strOut) {
-  strOut.clear();
+  getAttrValue(strTag, strName, strOut);
   for (const char chQuote : kQuotes) {
-    if (findValue(strTag, std::string(strName) + '=' + chQuote, strOut)) break;
+    if (!strOut.isEmpty()) break;
+    (void)findValue(strTag, std::string(strName) + '=' + chQuote, strOut);
   }
   strOut.replaceAnyOf("\\", '/');
 }

@@ -24,7 +24,8 @@ class _ckHtmlHelp {
   // The value of an attribute of a cleaned tag into strOut (set), trimmed: where a blank, the name,
   // "=" and a quote stand in a row, up to the next such quote. Empty when there is none.
   static void getAttrValue(std::string_view strTag, std::string_view strName, StringBuffer& strOut);
-  // The same without the blank, for a name that is part of another too; backslashes turn to "/".
+  // The same, and where there is none of that name the first whose name ends in it; backslashes
+  // turn to "/".
   static void getAttrValueAnywhere(std::string_view strTag, std::string_view strName,
                                    StringBuffer& strOut);
   // Puts another value between the quotes of an attribute of a cleaned tag. A tag without it stays
@@ -51,8 +52,8 @@ class _ckHtmlHelp {
 
   // Appends the text to out with its numeric entities ("&#8364;", "&#x20AC;": up to five digits)
   // as characters of the code page toCodePage, in which the rest must be already. What is no such
-  // entity stays as it is; so does the one of NUL, at which texts would end. For named ones see
-  // StringBuffer::decodeNamedEntities.
+  // entity stays as it is; so does the one of NUL, at which texts would end. The controls 0x80 to
+  // 0x9F are characters of windows-1252. For named ones see StringBuffer::decodeNamedEntities.
   static void decodeNumericEntities(std::string_view strText, DataBuffer& out, unsigned nToCodePage,
                                     LogBase& log);
   // Both kinds, of UTF-8 text, in place.

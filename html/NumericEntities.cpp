@@ -1,5 +1,6 @@
 // Those parts of _ckHtmlHelp that decode numeric entities.
 
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -12,6 +13,20 @@ namespace mail {
 namespace {
 
 constexpr std::size_t kMaxDigits = 5;
+
+// What 0x80 to 0x9F stand for in windows-1252; 0 for those that it lacks. Many a mailer writes the
+// bytes of its own page as numbers.
+constexpr std::uint32_t kFirstWindows = 0x80;
+constexpr std::array<std::uint32_t, 32> kWindows = {
+    0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
+
+std::uint32_t withoutWindows(std::uint32_t nValue) {
+  if (nValue < kFirstWindows || nValue >= kFirstWindows + kWindows.size()) return nValue;
+  const std::uint32_t nMeant = kWindows[nValue - kFirstWindows];
+  return nMeant != 0 ? nMeant : nValue;
+}
 
 int digitOf(char ch, unsigned nBase) {
   if (ch >= '0' && ch <= '9') return ch - '0';
@@ -36,7 +51,7 @@ std::uint32_t takeEntity(std::string_view& strText) {
   }
   if (n >= strText.size() || strText[n] != ';') return 0;
   if (nValue != 0) strText.remove_prefix(n + 1);
-  return nValue;
+  return withoutWindows(nValue);
 }
 
 void putUnit(std::uint32_t nUnit, std::string& strUnits) {

@@ -82,6 +82,8 @@ TEST(CkHtmlHelp, ReadsAndChangesAttributes) {
   StringBuffer out;
   _ckHtmlHelp::getAttrValueAnywhere("<a xb='\\1'>", "b", out);
   EXPECT_EQ(out.view(), "/1");
+  _ckHtmlHelp::getAttrValueAnywhere("<a data-b=\"1\" b='2'>", "b", out);
+  EXPECT_EQ(out.view(), "2");
 
   const std::pair<std::string, std::string> rows[] = {
       {"<img SRC='a' x=\"b\">", "<img SRC='cid:1' x=\"b\">"},
@@ -169,6 +171,7 @@ TEST(CkHtmlHelp, DecodesNumericEntitiesAndLosesNothingElse) {
       {"&#x20AC;&#8364;&#X20ac;", "€€€"},
       {"&#99999;&#x1F600;", "\xF0\x98\x9A\x9F😀"},
       {"&#55357;&#56832;!", "😀!"},
+      {"&#128;don&#146;t&#x9F;&#129;&#160;", "€don’tŸ\xC2\x81\xC2\xA0"},
       {"&#1234567; &#123456; &#65 &#; &#x; &#xG; &#-1; &# &",
        "&#1234567; &#123456; &#65 &#; &#x; &#xG; &#-1; &# &"},
       {"&#0;&amp;&#65;&#66", "&#0;&amp;A&#66"},
