@@ -126,6 +126,7 @@ bool HttpControl::httpGetDocument(std::string_view strUrl, Document& objDocument
     log.LogInfo(
         "Must retry because some HTTP servers won't authenticate on 1st try when the Authorization "
         "header is pre-set.");
+    log.LogData("authMethod", "any");
     log.LogData("loginName", std::string_view(m_strLogin).substr(0, m_strLogin.find(':')));
     objExchange = {};
     if (!get(strRequested, Login::kNegotiated, objExchange, objPool, log)) return false;

@@ -44,6 +44,20 @@ void nameAsUtf8(StringBuffer& strHtml, LogBase& log) {
   (void)_ckHtmlHelp::addCharsetMetaTag(strHtml, "utf-8", log);
 }
 
+bool namesAnother(std::string_view strHtml) {
+  StringBuffer strNamed;
+  _ckHtmlHelp::charsetFromMetaTag(strHtml, strNamed);
+  return !strNamed.isEmpty() && !strNamed.equalsIgnoreCase("utf-8");
+}
+
+// The page of text in units of two or four bytes, by its mark, else as told; 0 for other text.
+unsigned widePageOf(std::string_view strBytes, unsigned nTold) {
+  if (strBytes.size() > 2 && strBytes.starts_with("\xFE\xFF")) return code_page::kUtf16BigEndian;
+  if (strBytes.size() > 2 && strBytes.starts_with("\xFF\xFE")) return code_page::kUtf16;
+  const bool bWide = code_page::isWide(nTold) && strBytes.find('\0') != kNone;
+  return bWide ? nTold : 0;
+}
+
 // A page that says it will be there in a moment.
 bool asksForRefresh(std::string_view strHtml) {
   return findNoCase(strHtml, "<META HTTP-EQUIV=\"Refresh\" CONTENT=\"0.1\">") != kNone;
@@ -93,29 +107,31 @@ bool Mhtml::convertFileUtf8(XString& strPath, std::string_view strBaseUrl, Form 
   }
   if (m_bConfineToFolder) m_files.confineTo(strFolder);
   StringBuffer strHtml;
-  decodeMarks(arrBytes, strHtml, log);
+  if (decodeMarks(arrBytes, /*nToldPage=*/0, strHtml, log)) (void)m_charset.setByName("utf-8");
   m_nBroughtBytes = 0;
   std::vector<std::string> arrChain = {LocalFiles::canonicalPath(*strFound)};
   processIncludes(strHtml, arrChain, log);
   return buildDocument(strHtml, nForm, strMime, log);
 }
 
-// The marks at the start of a file say how it is to be read; text in UTF-16 becomes UTF-8.
-void Mhtml::decodeMarks(DataBuffer& arrBytes, StringBuffer& strHtml, LogBase& log) {
+// The mark at the start of a text says how it is to be read, else, where it is of units of two or
+// four bytes, nToldPage. True when the text is UTF-8 by that, and then it names no other charset.
+bool Mhtml::decodeMarks(const DataBuffer& arrBytes, int nToldPage, StringBuffer& strHtml,
+                        LogBase& log) {
   std::string_view strBytes = arrBytes.view();
-  if (strBytes.size() > 3 && strBytes.starts_with(byte_order::kUtf8Mark)) strBytes.remove_prefix(3);
-  const bool bBigEndian = strBytes.starts_with("\xFE\xFF");
-  const bool bUtf16 = strBytes.size() > 2 && (bBigEndian || strBytes.starts_with("\xFF\xFE"));
+  const bool bUtf8 = strBytes.size() > 3 && strBytes.starts_with(byte_order::kUtf8Mark);
+  if (bUtf8) strBytes.remove_prefix(byte_order::kUtf8Mark.size());
+  const unsigned nWide = widePageOf(strBytes, static_cast<unsigned>(nToldPage));
   DataBuffer arrUtf8;
-  if (bUtf16) {
-    const unsigned nPage = bBigEndian ? code_page::kUtf16BigEndian : code_page::kUtf16;
-    (void)EncodingConvert().convertText(nPage, code_page::kUtf8, strBytes.data(), strBytes.size(),
+  if (nWide != 0) {
+    (void)EncodingConvert().convertText(nWide, code_page::kUtf8, strBytes.data(), strBytes.size(),
                                         arrUtf8, log);
     strBytes = arrUtf8.view();
   }
   (void)strHtml.setString(strBytes);
   strHtml.replaceAnyOf({"\0", 1}, ' ');
-  if (bUtf16) nameAsUtf8(strHtml, log);
+  if (nWide != 0 || (bUtf8 && namesAnother(strHtml.view()))) nameAsUtf8(strHtml, log);
+  return nWide != 0 || bUtf8;
 }
 
 bool Mhtml::convertHttpGetUtf8(std::string_view strGiven, Form nForm, XString& strMime,
@@ -142,20 +158,29 @@ bool Mhtml::convertHttpGetUtf8(std::string_view strGiven, Form nForm, XString& s
     log.LogInfo("Resetting root and base URLs because of redirection.");
     setBaseUrls(objDocument.strFinalUrl, log);
   }
-  takeCharset(objDocument.arrBytes, objDocument.strCharset, log);
-  StringBuffer strHtml(objDocument.arrBytes.view());
+  StringBuffer strHtml;
+  decodeResponse(objDocument.arrBytes, objDocument.strCharset, strHtml, log);
   objDocument.arrBytes.clear();
   m_nBroughtBytes = 0;
   return buildDocument(strHtml, nForm, strMime, log);
 }
 
+// Afterwards the text is in m_charset.
+void Mhtml::decodeResponse(DataBuffer& arrBytes, const std::string& strHttpCharset,
+                           StringBuffer& strHtml, LogBase& log) {
+  if (!strHttpCharset.empty()) (void)mail_charset::setByName(m_charset, strHttpCharset);
+  if (decodeMarks(arrBytes, m_charset.getCodePage(), strHtml, log)) {
+    (void)m_charset.setByName("utf-8");
+    return;
+  }
+  if (code_page::isWide(static_cast<unsigned>(m_charset.getCodePage()))) m_charset.clear();
+  takeCharset(arrBytes, log);
+  (void)strHtml.setString(arrBytes.view());
+}
+
 // Afterwards the bytes are in the charset that the page declares for itself, if it does and can be
 // believed; m_charset is theirs.
-void Mhtml::takeCharset(DataBuffer& arrBytes, const std::string& strHttpCharset, LogBase& log) {
-  if (!strHttpCharset.empty()) (void)mail_charset::setByName(m_charset, strHttpCharset);
-  if (arrBytes.getSize() > 3 && arrBytes.view().starts_with(byte_order::kUtf8Mark)) {
-    arrBytes.removeHead(byte_order::kUtf8Mark.size());
-  }
+void Mhtml::takeCharset(DataBuffer& arrBytes, LogBase& log) {
   StringBuffer strMeta;
   _ckHtmlHelp::charsetFromMetaTag(arrBytes.view(), strMeta);
   const bool bIsUtf16 = arrBytes.view().starts_with(std::string_view("<\0", 2));

@@ -100,8 +100,11 @@ class Mhtml : public LibraryObject {
 
   // --- Mhtml.cpp: from the location to the message. ---
   void begin(bool bIsLocal, bool bFromMemory);
-  void decodeMarks(DataBuffer& arrBytes, StringBuffer& strHtml, LogBase& log);
-  void takeCharset(DataBuffer& arrBytes, const std::string& strHttpCharset, LogBase& log);
+  static bool decodeMarks(const DataBuffer& arrBytes, int nToldPage, StringBuffer& strHtml,
+                          LogBase& log);
+  void decodeResponse(DataBuffer& arrBytes, const std::string& strHttpCharset,
+                      StringBuffer& strHtml, LogBase& log);
+  void takeCharset(DataBuffer& arrBytes, LogBase& log);
   bool buildDocument(StringBuffer& strHtml, Form nForm, XString& strMime, LogBase& log);
   static std::string pageType(std::string_view strHtml);
   void takeBaseHref(std::string_view strHtml, LogBase& log);

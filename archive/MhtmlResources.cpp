@@ -24,6 +24,9 @@ std::string lowerCase(std::string_view strText) {
   return strResult;
 }
 
+// The URL that a text of HTML means.
+std::string locationOf(std::string_view strUrl) { return replacedAll(strUrl, "&amp;", "&"); }
+
 bool isFrameText(std::string_view strType, std::string_view strExtension) {
   return strType == "text/html" || strExtension.starts_with(".htm") ||
          strExtension.starts_with(".asp") || strExtension.starts_with(".cfm");
@@ -129,8 +132,9 @@ void Mhtml::addResourcePart(const StringPair& objPair, LogBase& log) {
   StringBuffer strCharset;
   if (strExtension == ".css") (void)strCharset.setString("iso-8859-1");
   if (bFrame) {
-    decodeMarks(objFetched.arrBytes, strHtml, log);
+    const bool bUtf8 = decodeMarks(objFetched.arrBytes, /*nToldPage=*/0, strHtml, log);
     _ckHtmlHelp::charsetFromMetaTag(strHtml.view(), strCharset);
+    if (bUtf8) (void)strCharset.setString("utf-8");
   }
   setPartHeaders(*pPart, objPair, objType, strCharset.view(), log);
   MimeMessage2& objPart = *pPart;
@@ -168,7 +172,7 @@ void Mhtml::setPartHeaders(MimeMessage2& objPart, const StringPair& objPair,
     const std::string strId(objPair.m_strContentId.view());
     objPart.setHeaderField("Content-ID", "<" + strId + ">", log);
   } else {
-    objPart.setHeaderField(kLocationField, ansiToUtf8(strUrl), log);
+    objPart.setHeaderField(kLocationField, ansiToUtf8(locationOf(strUrl)), log);
   }
 }
 
@@ -248,11 +252,11 @@ bool Mhtml::spendBrought(std::size_t nBytes) {
 }
 
 std::string Mhtml::partKeyOf(const std::string& strUrl) {
-  return m_useCids ? identityOf(strUrl) : strUrl + '\n' + identityOf(strUrl);
+  return m_useCids ? identityOf(strUrl) : locationOf(strUrl) + '\n' + identityOf(strUrl);
 }
 
 std::string Mhtml::identityOf(const std::string& strUrl) {
-  if (isHttpUrl(strUrl)) return strUrl;
+  if (isHttpUrl(strUrl)) return locationOf(strUrl);
   return "file:" + withoutDotNames(joinPath(context().m_strFolder, pathOfUrl(strUrl)));
 }
 

@@ -274,6 +274,19 @@ TEST(MhtFile, CharsetsOfPages) {
       converter.Mht(folder.Write("own.html", "<meta charset=windows-1251><title>t</title>\xCF"));
   EXPECT_EQ(type(own), "text/html; charset=\"windows-1251\"");
   EXPECT_THAT(own.Page(), HasSubstr("\xD0\x9F"));
+  // A mark counts more than what the page says; one that says nothing is not guessed at.
+  const std::string mark = "\xEF\xBB\xBF", name = "text/html; charset=\"utf-8\"";
+  const Message marked = converter.Mht(folder.Write("bom.html", mark + "\xC3\xA4"));
+  EXPECT_EQ(type(marked), name);
+  EXPECT_EQ(marked.Page(), "\xC3\xA4");
+  const std::string meta = "<meta http-equiv=Content-Type content='text/html;charset=koi8-r'>";
+  const Message other = converter.Mht(folder.Write("bom2.html", mark + meta + "\xC3\xA4"));
+  EXPECT_EQ(type(other), name);
+  EXPECT_THAT(other.text, HasSubstr("=C3=A4"));
+  EXPECT_THAT(other.text, Not(HasSubstr("koi8")));
+  folder.Write("sub/f.html", test_support::WideBytes(u"\uFEFF<html lang=x>\u20AC"));
+  const Message framed = converter.Mht(folder.Write("frame.html", "<iframe src=sub/f.html>"));
+  EXPECT_EQ(framed.parts.at(1).type, name + "; name=\"f.html\"");
   const Message lie = Converter().Mht(folder.Write("lie.html", "<meta charset=utf-16>caf"));
   EXPECT_THAT(lie.text, HasSubstr("Content-Type: text/html\r\n"));
 }

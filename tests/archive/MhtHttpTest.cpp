@@ -44,6 +44,22 @@ TEST(MhtHttp, EverythingOfAPageIsFetchedAndNamedByItsUrl) {
   EXPECT_THAT(byId.told.reasons, testing::ElementsAre("the server answered 404"));
 }
 
+// A reader looks for the URL that the tag means.
+TEST(MhtHttp, LocationsAreUrlsAndNoHtml) {
+  PageServer site;
+  site.Put("/p", "<img src='i?a=1&amp;b=2'><img src='i?a=1&b=2'><a data-href=x href=y>");
+  site.Put("/i?a=1&b=2", kGif);
+  Converter converter;
+  converter.mht.put_UseCids(false);
+  const Message archive = converter.Mht(site.Url("/p"));
+  ASSERT_EQ(archive.parts.size(), 2U);
+  EXPECT_EQ(archive.parts[1].location, site.Url("/i?a=1&b=2"));
+  EXPECT_THAT(archive.Page(), HasSubstr("data-href=\"x\" href=\"" + site.Url("/y") + "\""));
+  const Message byId = Converter().Mht(site.Url("/p"));
+  ASSERT_EQ(byId.parts.size(), 2U);
+  EXPECT_EQ(CountOf(byId.Page(), "cid:" + byId.parts[1].id), 2U);
+}
+
 TEST(MhtHttp, BasesAreThoseOfTheLastRedirection) {
   PageServer site;
   site.Redirect("/old", "/new/place/p.html");
@@ -103,6 +119,21 @@ TEST(MhtHttp, CharsetOfTheResponseAndOfThePage) {
   EXPECT_THAT(one.Page(), HasSubstr("</title><META http-equiv=\"Content-Type\" "
                                     "content=\"text/html;charset=utf-8\">"));
   EXPECT_THAT(converter.Mht(site.Url("/lie")).text, HasSubstr("charset=\"utf-8\""));
+  // A mark, and units of two bytes, count more than either.
+  const std::string wide = test_support::WideBytes(u"\uFEFF<html lang=x>\u20AC\n<img src=a.gif>");
+  site.Put("/marked", wide, "text/html; charset=iso-8859-1");
+  site.Put("/told", wide.substr(2), "text/html; charset=utf-16le");
+  site.Put("/bytes", "\xEF\xBB\xBF<meta charset=utf-8>\xC3\xA4", "text/html; charset=iso-8859-1");
+  site.Put("/narrow", "<meta charset=koi8-r>\xC1", "text/html; charset=utf-16");
+  site.Put("/a.gif", kGif);
+  for (const char* path : {"/marked", "/told"}) {
+    const Message message = converter.Mht(site.Url(path));
+    ASSERT_EQ(message.parts.size(), 2U) << path;
+    EXPECT_EQ(message.parts[0].type, "text/html; charset=\"utf-8\"");
+    EXPECT_THAT(message.Page(), HasSubstr("\xE2\x82\xAC\r\n"));
+  }
+  EXPECT_THAT(converter.Mht(site.Url("/bytes")).text, HasSubstr(">=C3=A4"));
+  EXPECT_THAT(converter.Mht(site.Url("/narrow")).parts[0].type, HasSubstr("koi8-r"));
   // A page from the network forgets what was known.
   site.Put("/none", "x", "text/html");
   EXPECT_THAT(converter.Mht(site.Url("/none")).text, Not(HasSubstr("charset")));
