@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -75,29 +76,28 @@ std::string withoutQuotes(std::string_view strValue) {
 struct Import {
   std::string_view strUrl;
   std::string_view strMedia;  // for what it is meant; empty: for all
+  std::size_t nBytes = 0;     // up to and with its ";"
 };
 
-// The statement between "@import" and its ";".
-Import readImport(std::string_view strStatement) {
+// The statement that an "@import" begins, whose address may hold a ";" in quotes or brackets.
+// Nothing where it has no end.
+std::optional<Import> readImport(std::string_view strText) {
   constexpr std::string_view kUrl = "url(";
-  std::string_view strRest = trimmed(strStatement);
-  const bool bUrl = beginsWithNoCase(strRest, kUrl);
-  if (bUrl) strRest = trimmed(strRest.substr(kUrl.size()));
-  std::size_t nEnd = 0;
-  Import objImport;
-  if (strRest.starts_with('"') || strRest.starts_with('\'')) {
-    nEnd = std::min(strRest.find(strRest.front(), 1), strRest.size());
-    objImport.strUrl = strRest.substr(1, nEnd - 1);
-    nEnd = std::min(nEnd + 1, strRest.size());
-  } else {
-    nEnd = std::min(strRest.find_first_of(bUrl ? ")" : " \t\r\n)"), strRest.size());
-    objImport.strUrl = strRest.substr(0, nEnd);
-  }
-  objImport.strUrl = trimmed(objImport.strUrl);
-  strRest = strRest.substr(nEnd);
-  strRest.remove_prefix(std::min(strRest.find_first_not_of(") \t\r\n"), strRest.size()));
-  objImport.strMedia = strRest;
-  return objImport;
+  std::size_t n = skipSpace(strText, 0);
+  const bool bUrl = standsAt(strText, n, kUrl);
+  if (bUrl) n = skipSpace(strText, n + kUrl.size());
+  const char ch = n < strText.size() ? strText[n] : '\0';
+  const bool bQuoted = ch == '"' || ch == '\'';
+  if (bQuoted) ++n;
+  const std::string_view strEnds = bQuoted ? std::string_view(&ch, 1) : bUrl ? ")" : " \t\r\n);";
+  const std::size_t nUrlEnd = strText.find_first_of(strEnds, n);
+  if (nUrlEnd == kNone) return std::nullopt;
+  const std::size_t nEnd = strText.find(';', nUrlEnd);
+  if (nEnd == kNone) return std::nullopt;
+  std::string_view strMedia = strText.substr(nUrlEnd, nEnd - nUrlEnd);
+  if (bQuoted) strMedia.remove_prefix(1);
+  strMedia.remove_prefix(std::min(strMedia.find_first_not_of(") \t\r\n"), strMedia.size()));
+  return Import{trimmed(strText.substr(n, nUrlEnd - n)), strMedia, nEnd + 1};
 }
 
 // The folder that a sheet's URLs belong to, as joinSheetUrl takes it.
@@ -121,6 +121,23 @@ void appendAttribute(std::string_view strName, const StringBuffer& strValue, Str
   if (strValue.isEmpty()) return;
   (void)strOut.append(' ' + std::string(strName) + "=\"" +
                       replacedAll(strValue.view(), "\"", "&quot;") + '"');
+}
+
+// Whether the media that a sheet is for have a screen among them: "screen, projection", "only
+// screen and (max-width: 600px)", and those that name none at all.
+bool isForScreen(std::string_view strMedia) {
+  for (std::size_t nFrom = 0; nFrom <= strMedia.size();) {
+    const std::size_t nEnd = std::min(strMedia.find(',', nFrom), strMedia.size());
+    std::string_view strItem = trimmed(strMedia.substr(nFrom, nEnd - nFrom));
+    if (beginsWithNoCase(strItem, "only ")) strItem = trimmed(strItem.substr(5));
+    strItem = strItem.substr(0, strItem.find_first_of(" \t\r\n"));
+    if (strItem.empty() || strItem.starts_with('(') || equalsNoCase(strItem, "screen") ||
+        equalsNoCase(strItem, "all")) {
+      return true;
+    }
+    nFrom = nEnd + 1;
+  }
+  return false;
 }
 
 // The blocks of styles that somebody put into a sheet go; an end tag would end the block that the
@@ -179,9 +196,7 @@ void Mhtml::replaceLink(StringBuffer& strTag, const std::string& strUrl, LogBase
   StyleAttributes objAttributes;
   _ckHtmlHelp::getAttrValue(strTag.view(), "MEDIA", objAttributes.strMedia);
   log.LogData("mediaAttribute", objAttributes.strMedia.view());
-  const StringBuffer& strMedia = objAttributes.strMedia;
-  if (!strMedia.isEmpty() && !strMedia.equalsIgnoreCase("screen") &&
-      !strMedia.equalsIgnoreCase("all")) {
+  if (!isForScreen(objAttributes.strMedia.view())) {
     log.LogInfo("Skipping this link tag..");
     return strTag.clear();
   }
@@ -290,12 +305,11 @@ void Mhtml::processImports(StringBuffer& strSheet, int nDepth, LogBase& log) {
   std::size_t nCopied = 0;
   while (nFound != kNone) {
     const std::size_t nValue = nFound + kImport.size();
-    const std::size_t nEnd = strText.find(';', nValue);
-    if (nEnd == kNone) break;
+    const auto objImport = readImport(strText.substr(nValue));
+    if (!objImport) break;
     (void)strOut.append(strText.substr(nCopied, nFound - nCopied));
-    nCopied = nEnd + 1;
-    const Import objImport = readImport(strText.substr(nValue, nEnd - nValue));
-    if (!importSheet(objImport.strUrl, objImport.strMedia, nDepth, strOut, log)) {
+    nCopied = nValue + objImport->nBytes;
+    if (!importSheet(objImport->strUrl, objImport->strMedia, nDepth, strOut, log)) {
       (void)strOut.append(strText.substr(nFound, nCopied - nFound));
     }
     nFound = findNoCase(strText, kImport, nCopied);

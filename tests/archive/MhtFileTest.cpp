@@ -169,6 +169,36 @@ TEST(MhtFile, SheetsComeIntoThePage) {
   EXPECT_THAT(text, HasSubstr("<link type=\"text/css\" href=\"none.css\">"));
 }
 
+// As the addresses of fonts do: "family=Sans:wght@400;700".
+TEST(MhtFile, AddressesOfImportsHoldSemicolons) {
+  TemporaryFolder folder;
+  folder.Write("a;1.css", "a{}");
+  folder.Write("b;1.css", "b{}");
+  const std::string page = folder.Write(
+      "p.html",
+      "<style>@import url(a;1.css);@import 'b;1.css' screen;@import url(no;1.css);t{}</style>"
+      "<style>@import url(a;1.css</style>");
+  EXPECT_EQ(Converter().Mht(page).Page(),
+            "<style>a{}\r\n@media screen {\r\nb{}\r\n}\r\n@import url(no;1.css);t{}</style>"
+            "<style>@import url(a;1.css</style>");
+}
+
+TEST(MhtFile, SheetsForOtherMediaThanAScreenAreLeftOut) {
+  TemporaryFolder folder;
+  folder.Write("s.css", "s{}");
+  const auto taken = [&](const std::string& media) {
+    const std::string link = "<link rel=stylesheet href=s.css media='" + media + "'>";
+    return CountOf(Converter().Mht(folder.Write("p.html", link)).Page(), "s{}") == 1;
+  };
+  for (const char* media : {"", "all", "Screen", "print, screen", "screen, projection",
+                            "only screen and (max-width: 9px)", "(min-width: 9px)"}) {
+    EXPECT_TRUE(taken(media)) << media;
+  }
+  for (const char* media : {"print", "not screen", "handheld,tv", "screens"}) {
+    EXPECT_FALSE(taken(media)) << media;
+  }
+}
+
 TEST(MhtFile, ImportsEnd) {
   TemporaryFolder folder;
   folder.Write("self.css", "@import 'self.css'; s{}");
