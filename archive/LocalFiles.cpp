@@ -12,8 +12,6 @@
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
 #include "platform/NarrowText.h"
-#include "platform/Paths.h"
-#include "platform/Unicode.h"
 
 namespace mail {
 namespace {
@@ -33,13 +31,13 @@ void LocalFiles::confineTo(const std::string& strFolder) {
   m_strBound = std::move(strBound);
 }
 
-std::optional<std::string> LocalFiles::find(const std::vector<std::string>& arrPaths) const {
+std::optional<std::string> LocalFiles::find(const std::vector<std::string>& arrPaths) {
   for (const std::string& strPath : arrPaths) {
     if (!strPath.empty() && isRegular(strPath)) return strPath;
   }
   for (const std::string& strPath : arrPaths) {
     if (strPath.empty() || !byte_search::isUtf8(strPath)) continue;
-    std::string strMatched = platform::ResolvePath(platform::Utf8ToUtf16(strPath));
+    std::string strMatched = m_objNames.matched(strPath);
     if (isRegular(strMatched)) return strMatched;
   }
   return std::nullopt;

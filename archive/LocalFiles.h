@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "archive/FolderNames.h"
 #include "base/DataBuffer.h"
 
 namespace mail {
@@ -21,11 +22,15 @@ class LocalFiles {
   // From now on nothing outside of this folder is read, links resolved first; without a folder
   // (it is empty or not there) nothing at all.
   void confineTo(const std::string& strFolder);
-  void setFree() { m_strBound.reset(); }
+  // Everything is, and folders are looked at anew.
+  void setFree() {
+    m_strBound.reset();
+    m_objNames.forget();
+  }
 
   // A regular file whose path is one of these; the first that is there. Relative ones count from
   // the folder that the process is in.
-  std::optional<std::string> find(const std::vector<std::string>& arrPaths) const;
+  std::optional<std::string> find(const std::vector<std::string>& arrPaths);
   // Replaces arrBytes by the file. False, with the reason in failure(), when it lies outside the
   // bound, cannot be read or is too large.
   bool load(const std::string& strPath, DataBuffer& arrBytes);
@@ -42,6 +47,7 @@ class LocalFiles {
 
   std::optional<std::string> m_strBound;  // canonical, with "/" at the end, or empty
   std::string m_strFailure;
+  FolderNames m_objNames;
 };
 
 // How a local name may be spelt on disk, in the order of trial: as it is; from the page's charset

@@ -242,6 +242,7 @@ bool Mhtml::buildDocument(StringBuffer& strHtml, Form nForm, XString& strMime, L
   writeMessage(strMime, log);
   m_pRoot.reset();
   m_contexts.removeAll();
+  m_files.setFree();
   return true;
 }
 

@@ -77,6 +77,25 @@ TEST(MhtHostile, TenThousandPictures) {
   EXPECT_EQ(CountOf(archive.Page(), archive.parts[10'001].id), 1U);
 }
 
+// A folder is not looked through for each of them.
+TEST(MhtHostile, PicturesThatAreNotInAFolderOfMany) {
+  TemporaryFolder few, many;
+  std::string tags;
+  for (int n = 0; n < 3000; ++n) {
+    many.Write(std::to_string(n), "");
+    tags += "<img src=no" + std::to_string(n) + ">";
+  }
+  const auto seconds = [&](const TemporaryFolder& folder) {
+    Converter converter;
+    const std::string page = folder.Write("p.html", tags);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(converter.Mht(page).parts.size(), 1U);
+    EXPECT_EQ(converter.told.lacking.size(), 3000U);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  };
+  EXPECT_LT(seconds(many), 5 * seconds(few) + 0.5);
+}
+
 TEST(MhtHostile, SheetsThatImportOneAnotherUnderManyNames) {
   PageServer site;
   std::string imports;
