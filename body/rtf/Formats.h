@@ -70,7 +70,8 @@ using Borders = std::array<Border, kSides>;
 
 enum class Align : std::uint8_t { kNone, kLeft, kRight, kCenter, kJustify };
 
-enum class TabKind : std::uint8_t { kLeft, kCenter, kRight };  // what lies at the stop's place
+// What of the text lies at the stop's place.
+enum class TabKind : std::uint8_t { kLeft, kCenter, kRight, kDecimal };
 
 // The tab stops of a paragraph, from the margin, in the order in which they are set.
 struct TabStops {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "body/rtf/DecimalPoint.h"
+
 namespace rtf {
 namespace {
 
@@ -46,7 +48,7 @@ class Boxes {
   void Tab(std::string_view strPiece, int nWidth) {
     TakePiece(strPiece, nWidth);
     const TabStops::Stop objStop = NextStop();
-    if (objStop.Kind() == TabKind::kRight) {
+    if (objStop.Kind() == TabKind::kRight || objStop.Kind() == TabKind::kDecimal) {
       m_objRight = objStop;
       m_bRight = true;
       return;
@@ -60,11 +62,16 @@ class Boxes {
   }
 
  private:
-  // What follows a stop at its right end belongs into the box before it, what follows one in the
-  // middle lies shifted around it.
+  // What follows a stop at its right end, of a number the part before its point, belongs into the
+  // box before it; what follows one in the middle lies shifted around it.
   void TakePiece(std::string_view strPiece, int nWidth) {
     if (std::exchange(m_bRight, false)) {
-      EndBox(m_objRight.nAt, strPiece);
+      if (m_objRight.Kind() == TabKind::kRight) return EndBox(m_objRight.nAt, strPiece);
+      DecimalHalves objHalves = SplitAtDecimalPoint(strPiece);
+      if (!m_objBudget.Spend(objHalves.strFraction.size())) objHalves = {std::string(strPiece)};
+      EndBox(m_objRight.nAt, objHalves.strWhole);
+      m_strPiece = std::move(objHalves.strFraction);
+      m_nText = nWidth * static_cast<int>(objHalves.nFractionPart) / 100;
     } else if (std::exchange(m_bCenter, false) && m_objBudget.Spend(kCentered.size())) {
       m_strPiece.append(kCentered).append(strPiece).append(kSpanEnd);
       m_nText += nWidth / 2;

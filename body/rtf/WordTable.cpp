@@ -331,7 +331,7 @@ constexpr auto kWords = std::to_array<WordEntry>({
     {"themedata", WordGroup::kDestination, Word::kDestination, Number(Destination::kSkip)},
     {"title", WordGroup::kDestination, Word::kDestination, Number(Destination::kSkip)},
     {"tqc", WordGroup::kParagraph, Word::kTabKind, Number(TabKind::kCenter)},
-    {"tqdec", WordGroup::kParagraph, Word::kTabKind, Number(TabKind::kRight)},
+    {"tqdec", WordGroup::kParagraph, Word::kTabKind, Number(TabKind::kDecimal)},
     {"tqr", WordGroup::kParagraph, Word::kTabKind, Number(TabKind::kRight)},
     {"trbrdrb", WordGroup::kBorder, Word::kRowBorder, SideBit(kBottom)},
     {"trbrdrh", WordGroup::kBorder, Word::kRowBorder, kInnerRows},

@@ -61,7 +61,7 @@ const Document kDocuments[] = {
       // Stops at 1 inch, 3 inches (in the middle) and 5 inches (right).
       "min-width:72pt\">Name&#9;</span>", "min-width:144pt\">Item&#9;</span>",
       "translateX(-50%)\">middle</span>&#9;<span style=\"float:right\">42</span></span></p>",
-      "min-width:144pt\">Sum&#9;<span style=\"float:right\">12.50</span>"}},
+      "min-width:144pt\">Sum&#9;<span style=\"float:right\">12</span></span>.50"}},
     {"lists",
      {"<ul style=\"margin:0;padding-left:36pt;list-style-type:disc\">",
       ">dot one\n<ul ",
