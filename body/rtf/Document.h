@@ -12,6 +12,12 @@ namespace rtf {
 
 inline constexpr int kNoColor = -1;
 
+// How the notes of one kind are counted.
+struct NoteNumbers {
+  int nFormat = 0;  // as a \levelnfc
+  int nStart = 1;
+};
+
 // What the head of a document defines and its text refers to by numbers.
 struct Document {
   FontTable objFonts;
@@ -21,6 +27,8 @@ struct Document {
   std::unordered_map<int, int> mapHeadings;  // style number to heading level, from 0
   int nDefaultFont = kNoFont;
   unsigned nAnsiPage = 1252;
+  NoteNumbers objFootnotes;
+  NoteNumbers objEndnotes;
   int nDefaultTab = 720;  // twips between tab stops that nobody set
 
   // kNoColor for what is automatic or was not defined.

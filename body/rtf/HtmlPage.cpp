@@ -1,5 +1,6 @@
 #include "body/rtf/HtmlPage.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace rtf {
@@ -44,32 +45,29 @@ void HtmlPage::PutPlace(std::string_view strName) {
 bool HtmlPage::BeginAside(Aside eKind, std::string strCss) {
   if (m_arrFlows.size() > kMostAsides) return false;
   m_arrFlows.push_back(std::make_unique<Flow>(m_objDocument, m_objBudget, m_objBase));
-  m_arrAsideStyles.push_back(std::move(strCss));
-  if (eKind == Aside::kFootnote) {
-    ++m_nFootnotes;
-    ++m_nOpenFootnotes;
-  }
+  m_arrAsides.push_back({eKind, std::move(strCss)});
   return true;
 }
 
-void HtmlPage::EndAside(Aside eKind, const ParagraphFormat& objFormat,
-                        const CharacterFormat& objCharacters) {
+void HtmlPage::EndAside(const ParagraphFormat& objFormat, const CharacterFormat& objCharacters) {
   const std::string strHtml = Text().Finish(objFormat, objCharacters);
   m_arrFlows.pop_back();
-  const std::string strCss = std::move(m_arrAsideStyles.back());
-  m_arrAsideStyles.pop_back();
-  if (eKind == Aside::kFootnote) {
-    m_strFootnotes += strHtml;
-    --m_nOpenFootnotes;
+  const OpenAside objEnded = std::move(m_arrAsides.back());
+  m_arrAsides.pop_back();
+  if (objEnded.eKind != Aside::kDrawing) {
+    m_arrNoteTexts[static_cast<std::size_t>(objEnded.eKind)] += strHtml;
   } else if (!strHtml.empty()) {
     std::string strTag = "<div";
-    AppendStyle(strTag, strCss, m_objBudget);
+    AppendStyle(strTag, objEnded.strCss, m_objBudget);
     Text().AddBehind(strTag + ">\n" + strHtml + "</div>\n");
   }
 }
 
-std::size_t HtmlPage::FootnoteNumber() const {
-  return m_nFootnotes + (m_nOpenFootnotes > 0 ? 0 : 1);
+HtmlPage::Aside* HtmlPage::OpenNote() {
+  const auto it =
+      std::ranges::find_if(m_arrAsides.rbegin(), m_arrAsides.rend(),
+                           [](auto& objAside) { return objAside.eKind != Aside::kDrawing; });
+  return it == m_arrAsides.rend() ? nullptr : &it->eKind;
 }
 
 std::string HtmlPage::Finish(const ParagraphFormat& objFormat,
@@ -81,7 +79,9 @@ std::string HtmlPage::Finish(const ParagraphFormat& objFormat,
   // In place: a second copy of a huge page costs more time than the first.
   strPage.insert(0,
                  "<!DOCTYPE html>\n<html>\n<head></head>\n<body" + StyleAttribute(strCss) + ">\n");
-  if (!m_strFootnotes.empty()) strPage.append("<hr>\n").append(m_strFootnotes);
+  for (const std::string& strNotes : m_arrNoteTexts) {
+    if (!strNotes.empty()) strPage.append("<hr>\n").append(strNotes);
+  }
   strPage += "</body>\n</html>\n";
   return strPage;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -12,11 +13,11 @@
 
 namespace rtf {
 
-// The page that a document becomes: its text, and asides (footnotes, text of drawings) that are
-// written while their paragraph is not finished.
+// The page that a document becomes: its text, and asides (notes, text of drawings) that are written
+// while their paragraph is not finished.
 class HtmlPage {
  public:
-  enum class Aside { kFootnote, kDrawing };
+  enum class Aside { kFootnote, kEndnote, kDrawing };
   static constexpr std::size_t kMostAsides = 16;  // within each other
 
   // The document must outlive the page, which is set in the font and size of objBase; nSource is
@@ -34,11 +35,12 @@ class HtmlPage {
   Flow& Text() { return *m_arrFlows.back(); }
   // False, and nothing begins, if too many are open. strCss is how a drawing looks.
   bool BeginAside(Aside eKind, std::string strCss = {});
-  void EndAside(Aside eKind, const ParagraphFormat& objFormat,
-                const CharacterFormat& objCharacters);
-  // Of the footnote that is being written, else of the next one.
-  std::size_t FootnoteNumber() const;
-  bool IsInFootnote() const { return m_nOpenFootnotes > 0; }
+  void EndAside(const ParagraphFormat& objFormat, const CharacterFormat& objCharacters);
+  // The innermost note that is being written, and null outside of all.
+  Aside* OpenNote();
+  // How many notes of that kind have got a mark; CountNote adds one.
+  int NoteCount(Aside eKind) const { return m_arrNotes[static_cast<std::size_t>(eKind)]; }
+  int CountNote(Aside eKind) { return ++m_arrNotes[static_cast<std::size_t>(eKind)]; }
 
   std::size_t Puts() const { return m_nPuts; }  // grows with everything that can be seen
   bool LostFormatting() const { return m_objBudget.IsSpent(); }
@@ -46,16 +48,21 @@ class HtmlPage {
   std::string Finish(const ParagraphFormat& objFormat, const CharacterFormat& objCharacters);
 
  private:
+  struct OpenAside {
+    Aside eKind;
+    std::string strCss;
+  };
+  static constexpr std::size_t kNoteKinds = 2;
+
   InlineText& Begin();
 
   Document& m_objDocument;
   StyleBudget m_objBudget;
   const CharacterFormat m_objBase;
   std::vector<std::unique_ptr<Flow>> m_arrFlows;
-  std::vector<std::string> m_arrAsideStyles;
-  std::string m_strFootnotes;
-  std::size_t m_nFootnotes = 0;
-  std::size_t m_nOpenFootnotes = 0;
+  std::vector<OpenAside> m_arrAsides;                  // each inside the one before
+  std::array<std::string, kNoteKinds> m_arrNoteTexts;  // by Aside
+  std::array<int, kNoteKinds> m_arrNotes{};
   std::size_t m_nPuts = 0;
 };
 

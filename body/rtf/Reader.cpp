@@ -14,6 +14,7 @@ constexpr char32_t kHardHyphen = 0x2011;
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr int kLeastTab = 20;  // twips
 constexpr int kMostTab = 22 * 1440;
+constexpr int kMostStart = 1'000'000;  // of notes
 
 // Destinations that programs begin in the middle of a group as well.
 bool MayBeginLate(Destination eDestination) {
@@ -165,8 +166,8 @@ void Reader::TakeSymbol(unsigned char nSymbol) {
       return PutCharacter(kHardBlank);
     case '-':
       return PutCharacter(kSoftHyphen);
-    case '_':
-      return PutCharacter(kHardHyphen);
+    case '_':  // a wrapped page means the other hyphen
+      return PutCharacter(m_eForm == Form::kHtml ? kSoftHyphen : kHardHyphen);
     case '\t':
       return PutCharacter('\t');
     case '\r':
@@ -290,6 +291,21 @@ void Reader::TakeDocumentWord(const WordEntry& objWord, const Token& objToken) {
     case Word::kFromText:
       m_objPage.Text().SetPlain(true);
       break;
+    case Word::kEndnote:
+      if (HtmlPage::Aside* const pNote = m_objPage.OpenNote()) *pNote = HtmlPage::Aside::kEndnote;
+      break;
+    case Word::kFootnoteFormat:
+      m_objDocument.objFootnotes.nFormat = objWord.nArgument;
+      break;
+    case Word::kEndnoteFormat:
+      m_objDocument.objEndnotes.nFormat = objWord.nArgument;
+      break;
+    case Word::kFootnoteStart:
+      m_objDocument.objFootnotes.nStart = std::clamp(nNumber, 1, kMostStart);
+      break;
+    case Word::kEndnoteStart:
+      m_objDocument.objEndnotes.nStart = std::clamp(nNumber, 1, kMostStart);
+      break;
     case Word::kHtmlRtf:
       m_objState.bHtmlRtf = !objToken.bHasNumber || nNumber != 0;
       break;
@@ -366,25 +382,47 @@ void Reader::TakeFlowWord(const WordEntry& objWord) {
       return objFlow.EndCell(std::max(objParagraph.nTableLevel, 2), objParagraph, objCharacters);
     case Word::kNestedRow:
       return objFlow.EndRow(std::max(objParagraph.nTableLevel, 2), objParagraph, objCharacters);
-    case Word::kFootnoteMark:
-      return PutFootnoteMark();
+    case Word::kNoteMark:
+      return PutNoteMark();
     default:
       return;
   }
 }
 
+// A mark stands before its note, and which kind that is is told at the note's beginning. Marks do
+// not look beyond the next one, so no text is looked at more than once.
+HtmlPage::Aside Reader::KindOfNextNote() const {
+  constexpr int kMostTokens = 64;
+  Tokenizer objAhead = m_objTokenizer;
+  bool bInNote = false;
+  for (int n = 0; n < kMostTokens; ++n) {
+    const Token objToken = objAhead.Next();
+    if (objToken.eKind == TokenKind::kEnd || objToken.strText == "chftn") break;
+    if (objToken.eKind != TokenKind::kWord) continue;
+    if (bInNote && objToken.strText == "ftnalt") return HtmlPage::Aside::kEndnote;
+    bInNote = bInNote || objToken.strText == "footnote";
+  }
+  return HtmlPage::Aside::kFootnote;
+}
+
 // The marks in the text and in the notes lead to each other.
-void Reader::PutFootnoteMark() {
+void Reader::PutNoteMark() {
   if (IsLeftOut()) return;
-  const std::string strNumber = std::to_string(m_objPage.FootnoteNumber());
-  const std::string strNote = "footnote-" + strNumber;
-  const std::string strPlace = "footnote-mark-" + strNumber;
-  const bool bInNote = m_objPage.IsInFootnote();
-  m_objPage.PutPlace(bInNote ? strNote : strPlace);
+  const HtmlPage::Aside* const pNote = m_objPage.OpenNote();
+  const HtmlPage::Aside eKind = pNote ? *pNote : KindOfNextNote();
+  const bool bEndnote = eKind == HtmlPage::Aside::kEndnote;
+  const int nNumber = pNote ? std::max(m_objPage.NoteCount(eKind), 1) : m_objPage.CountNote(eKind);
+  const std::string strKind = bEndnote ? "endnote-" : "footnote-";
+  const std::string strNote = strKind + std::to_string(nNumber);
+  const std::string strMark = strKind + "mark-" + std::to_string(nNumber);
+  m_objPage.PutPlace(pNote ? strNote : strMark);
   CharacterFormat objFormat = m_objState.objCharacters;
-  m_objDocument.arrLinks.push_back("#" + (bInNote ? strPlace : strNote));
+  m_objDocument.arrLinks.push_back("#" + (pNote ? strMark : strNote));
   objFormat.nLink = static_cast<int>(m_objDocument.arrLinks.size() - 1);
-  m_objPage.PutAscii(strNumber, objFormat);
+  const NoteNumbers& objNumbers = bEndnote ? m_objDocument.objEndnotes : m_objDocument.objFootnotes;
+  for (const char16_t ch : FormatListNumber(nNumber - 1 + objNumbers.nStart, objNumbers.nFormat)) {
+    m_objPage.PutCharacter(ch, objFormat);
+  }
 }
 
 // Line ends of the page's source; what rich text shows as its paragraphs is not part of it.

@@ -75,7 +75,8 @@ class Reader {
   void EndPair();
   void TakeFlowWord(const WordEntry& objWord);
   void TakeHtmlFlowWord(Word eWord);
-  void PutFootnoteMark();
+  void PutNoteMark();
+  HtmlPage::Aside KindOfNextNote() const;
   bool IsSkipping() const;
   bool IsText() const;
 

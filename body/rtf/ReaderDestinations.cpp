@@ -196,11 +196,8 @@ void Reader::EndDestination(const State& objEnded) {
       if (m_objPage.Puts() == m_nObjectPuts) m_objNotes.Add(Note::kDrawing);
       return;
     case Destination::kShapeText:
-      return m_objPage.EndAside(HtmlPage::Aside::kDrawing, objEnded.objParagraph,
-                                objEnded.objCharacters);
     case Destination::kFootnote:
-      return m_objPage.EndAside(HtmlPage::Aside::kFootnote, objEnded.objParagraph,
-                                objEnded.objCharacters);
+      return m_objPage.EndAside(objEnded.objParagraph, objEnded.objCharacters);
     default:
       return;
   }

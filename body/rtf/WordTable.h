@@ -98,7 +98,7 @@ enum class Word : std::uint8_t {
   kNestedCell,
   kRow,
   kNestedRow,
-  kFootnoteMark,
+  kNoteMark,
   // Destinations
   kDestination,
   // The document
@@ -111,6 +111,11 @@ enum class Word : std::uint8_t {
   kFromHtml,
   kFromText,
   kHtmlRtf,
+  kEndnote,
+  kFootnoteFormat,
+  kFootnoteStart,
+  kEndnoteFormat,
+  kEndnoteStart,
   kRed,
   kGreen,
   kBlue,
