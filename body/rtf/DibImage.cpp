@@ -189,6 +189,14 @@ void AppendRow(std::vector<std::uint8_t>& arrRows, const Dib& objDib, std::strin
   }
 }
 
+// Programs leave the alpha of a bitmap at 0 that has none; all of it would be invisible.
+void FillEmptyAlpha(std::vector<std::uint8_t>& arrRows) {
+  for (std::size_t n = 3; n < arrRows.size(); n += 4) {
+    if (arrRows[n] != 0) return;
+  }
+  for (std::size_t n = 3; n < arrRows.size(); n += 4) arrRows[n] = 255;
+}
+
 std::string Write(const Dib& objDib) {
   const std::size_t nRow = objDib.RowBytes();
   const std::size_t nRows = std::min(objDib.nHeight, objDib.strPixels.size() / nRow);
@@ -209,6 +217,7 @@ std::string Write(const Dib& objDib) {
     const std::size_t nFrom = objDib.bTopDown ? n : nRows - 1 - n;
     AppendRow(arrRows, objDib, objDib.strPixels.substr(nFrom * nRow, nRow));
   }
+  if (objShape.eColor == PngColor::kRgba) FillEmptyAlpha(arrRows);
   return WritePng(objShape, arrRows);
 }
 
