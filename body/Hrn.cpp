@@ -1,6 +1,7 @@
 #include "body/Hrn.h"
 
 #include <cerrno>
+#include <fstream>
 #include <optional>
 #include <span>
 #include <string>
@@ -10,6 +11,7 @@
 #include "body/rtf/RtfToHtml.h"
 #include "platform/Files.h"
 #include "platform/NarrowText.h"
+#include "platform/Paths.h"
 
 namespace {
 
@@ -31,6 +33,14 @@ std::string ReadWhole(const CString& strPath) {
   return strBytes;
 }
 
+// A part of a file is none.
+[[noreturn]] void DeleteAndFail(const CString& strPath) {
+  const int nError = errno;
+  (void)platform::DeleteFileAt(strPath);
+  errno = nError;
+  Fail(strPath);
+}
+
 void WriteWhole(const CString& strPath, std::string_view strFirst, std::string_view strSecond) {
   errno = 0;
   auto objFile = platform::File::Open(strPath, platform::OpenMode::kCreate);
@@ -38,7 +48,7 @@ void WriteWhole(const CString& strPath, std::string_view strFirst, std::string_v
   for (const std::string_view strPart : {strFirst, strSecond}) {
     const std::span<const unsigned char> objBytes(
         reinterpret_cast<const unsigned char*>(strPart.data()), strPart.size());
-    if (!objFile->Write(objBytes)) Fail(strPath);
+    if (!objFile->Write(objBytes)) DeleteAndFail(strPath);
   }
 }
 
@@ -56,21 +66,27 @@ void DeleteOld(const CString& strFolder, const CString& strHtmlPath) {
   if (platform::PathExists(strHtmlPath) && !platform::DeleteFileAt(strHtmlPath)) Fail(strHtmlPath);
 }
 
-// Writes pictures beside the page.
+// Writes pictures beside the page. No file has one of their names in any case any more, so they are
+// created as they are spelt: to look for other spellings takes the longer the more there are.
 class FolderSaver : public rtf::PictureSaver {
  public:
   explicit FolderSaver(const CString& strFolder)
-      : m_strFolder(strFolder), m_strLink("file://" + platform::WideToNarrow(strFolder)) {}
+      : m_strOnDisk(platform::ResolvePath(strFolder)),
+        m_strLink("file://" + platform::WideToNarrow(strFolder)) {}
 
   std::string Save(std::string_view strExtension, std::string_view strBytes) override {
-    const CString strName = CString(kPictureStem) + CString::FromUtf8(std::to_string(++m_nCount)) +
-                            CString::FromUtf8(strExtension);
-    WriteWhole(m_strFolder + strName, strBytes, {});
-    return m_strLink + strName.ToUtf8();
+    std::string strName = CString(kPictureStem).ToUtf8();
+    strName.append(std::to_string(++m_nCount)).append(strExtension);
+    errno = 0;
+    std::ofstream objFile(m_strOnDisk + strName, std::ios::binary);
+    objFile.write(strBytes.data(), static_cast<std::streamsize>(strBytes.size()));
+    objFile.close();
+    if (!objFile) Fail(CString::FromUtf8(m_strOnDisk + strName));
+    return m_strLink + strName;
   }
 
  private:
-  CString m_strFolder;
+  std::string m_strOnDisk;  // the folder's path on this system
   std::string m_strLink;
   int m_nCount = 0;
 };

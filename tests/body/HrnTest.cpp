@@ -1,9 +1,11 @@
 #include "body/Hrn.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -79,6 +81,20 @@ TEST_F(HrnFiles, OlderFilesGoFirstAlsoWhereTheConversionFails) {
     EXPECT_FALSE(Exists(name)) << name;
   }
   EXPECT_TRUE(Exists("HTMLFil_1.png"));
+}
+
+// A page that is cut would pass for the whole one.
+TEST_F(HrnFiles, APageThatCannotBeWrittenWholeIsNotThere) {
+  Rtf("{\\rtf1 " + std::string(100'000, 'a') + "}");
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit small{50'000, before.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  EXPECT_THROW(Run(), std::system_error);
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_FALSE(Exists("HTMLFile.html"));
 }
 
 TEST_F(HrnFiles, AFolderThatIsNotThereIsTold) {
