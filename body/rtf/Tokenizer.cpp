@@ -9,6 +9,7 @@ namespace rtf {
 namespace {
 
 constexpr std::size_t kBinaryProbe = 512;  // bytes
+constexpr std::size_t kTextProbe = 64;
 
 bool IsLetter(char ch) { return (ch >= 'a' && ch <= 'z') || (ch >= 'A' && ch <= 'Z'); }
 bool IsDigit(char ch) { return ch >= '0' && ch <= '9'; }
@@ -16,10 +17,24 @@ bool IsLineEnd(char ch) { return ch == '\r' || ch == '\n'; }
 bool EndsText(char ch) { return ch == '\\' || ch == '{' || ch == '}' || IsLineEnd(ch); }
 
 // Control characters do not stand in rich text.
+bool IsControl(char ch) {
+  return static_cast<unsigned char>(ch) < 0x20 && ch != '\t' && !IsLineEnd(ch);
+}
+
 bool LooksBinary(std::string_view strBytes) {
-  return std::ranges::any_of(strBytes.substr(0, kBinaryProbe), [](char ch) {
-    return static_cast<unsigned char>(ch) < 0x20 && ch != '\t' && !IsLineEnd(ch);
-  });
+  return std::ranges::any_of(strBytes.substr(0, kBinaryProbe), IsControl);
+}
+
+// Where binary data of unknown length ends: at a brace with nothing but ASCII text behind it.
+std::size_t EndOfBinary(std::string_view strBytes) {
+  constexpr std::size_t kNone = std::string_view::npos;
+  std::size_t nBrace = kNone;
+  for (std::size_t n = 0; n < strBytes.size(); ++n) {
+    if (IsControl(strBytes[n]) || static_cast<unsigned char>(strBytes[n]) >= 0x7F) nBrace = kNone;
+    if (strBytes[n] == '}' && nBrace == kNone) nBrace = n;
+    if (nBrace != kNone && n - nBrace >= kTextProbe) break;
+  }
+  return std::min(nBrace, strBytes.size());
 }
 
 }  // namespace
@@ -89,11 +104,13 @@ Token Tokenizer::TakeByte() {
   return {.eKind = TokenKind::kByte, .nByte = static_cast<unsigned char>(nHigh * 16 + nLow)};
 }
 
-// More bytes than there are: of a file that was cut inside them, or a length that is wrong. What
-// reads as text is text then.
+// More bytes than there are, or no brace behind them: of a file that was cut inside them, or a
+// length that is wrong. What reads as text is text then.
 Token Tokenizer::TakeBinary(std::size_t nBytes) {
   const std::string_view strRest = m_strRtf.substr(m_nAt);
-  if (nBytes > strRest.size()) nBytes = LooksBinary(strRest) ? strRest.size() : 0;
+  const bool bThere = nBytes < strRest.size();
+  const bool bEnds = bThere && strRest.substr(nBytes, 3).find('}') != std::string_view::npos;
+  if (!bEnds) nBytes = LooksBinary(strRest.substr(0, nBytes)) ? EndOfBinary(strRest) : 0;
   m_nAt += nBytes;
   return {.eKind = TokenKind::kBinary, .strText = strRest.substr(0, nBytes)};
 }

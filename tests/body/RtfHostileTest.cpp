@@ -56,6 +56,11 @@ TEST(RtfHostile, TextAlwaysComesOut) {
       open + Times(5000, "{\\field{\\*\\fldinst{") + Times(15000, "}") + "TEXT",
       open + "\\bin2000000000 TEXT",
       open + "{\\pict\\pngblip\\bin99999 }TEXT}",
+      open + "{\\pict\\pngblip\\bin9 89}TEXT and more",
+      open + "\\bin2000000000 caf\xE9 TEXT",
+      open + "{\\pict\\pngblip\\bin99999 \x89PNG\r\n\x1A\n}\x01}TEXT}",
+      open + "{\\pict\\pngblip\\bin20 \x89PNG\r\n\x1A\n}TEXT" + std::string(100, '.') +
+          "{\\pict\\pngblip\\bin7 \x89PNG\r\n\x1A}}",
       open + "\\" + std::string(1'000'000, 'a') + " TEXT",
       open + "\\b" + std::string(1'000'000, '9') + " TEXT",
       open + "\\u" + std::string(100'000, '9') + "?TEXT",
@@ -127,6 +132,11 @@ TEST(RtfHostile, WorkFollowsTheSize) {
       {"fonts",
        [](std::size_t n) { return "{\\rtf1{\\fonttbl" + Times(n, "{\\f1 a;\\f2 b;}") + "}x"; }},
       {"footnotes", [](std::size_t n) { return "{\\rtf1 " + Times(n, "{\\footnote a}"); }},
+      {"marks of notes", [](std::size_t n) { return "{\\rtf1 " + Times(n, "\\chftn{\\b a"); }},
+      {"decimal stops",
+       [](std::size_t n) {
+         return "{\\rtf1\\li1\\tqdec\\tx5 " + Times(n, "\\tab\\b 1\\i ,234\\plain .5");
+       }},
       {"tabs",
        [](std::size_t n) {
          return "{\\rtf1\\li1\\tqr\\tx5 " + Times(n, "\\b a\t\\b0\\tab\\line ");
