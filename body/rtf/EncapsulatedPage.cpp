@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/AsciiText.h"
 #include "body/rtf/HtmlText.h"
 #include "platform/Unicode.h"
 
@@ -13,26 +14,12 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-char LowerAscii(char ch) { return ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch - 'A' + 'a') : ch; }
-
-bool StartsWith(std::string_view str, std::string_view strLower) {
-  return str.size() >= strLower.size() &&
-         std::ranges::equal(str.substr(0, strLower.size()), strLower, {}, LowerAscii);
-}
-
-// The size of str where it is not there.
-std::size_t FindNoCase(std::string_view str, std::string_view strLower) {
-  const auto it = std::search(str.begin(), str.end(), strLower.begin(), strLower.end(),
-                              [](char a, char b) { return LowerAscii(a) == b; });
-  return static_cast<std::size_t>(it - str.begin());
-}
-
-bool Contains(std::string_view str, std::string_view strLower) {
-  return FindNoCase(str, strLower) < str.size();
+bool Contains(std::string_view str, std::string_view strPart) {
+  return mail::findNoCase(str, strPart) != kNone;
 }
 
 bool NamesTag(std::string_view str, std::string_view strLower) {
-  if (!StartsWith(str, strLower)) return false;
+  if (!mail::beginsWithNoCase(str, strLower)) return false;
   const char chNext = str.size() > strLower.size() ? str[strLower.size()] : '>';
   return chNext == '>' || chNext == '/' || chNext == ' ' || chNext == '\t' || chNext == '\n' ||
          chNext == '\r';
@@ -137,7 +124,8 @@ std::string EncapsulatedPage::Finish() {
     AppendAsAscii(strOut, strTag, Escape::kReference);
     const bool bStyle = NamesTag(strTag, "<style");
     if (!bStyle && !NamesTag(strTag, "<script")) continue;
-    const std::size_t nRaw = FindNoCase(strRest, bStyle ? "</style" : "</script");
+    const std::size_t nRaw =
+        std::min(mail::findNoCase(strRest, bStyle ? "</style" : "</script"), strRest.size());
     AppendAsAscii(strOut, strRest.substr(0, nRaw), bStyle ? Escape::kStyle : Escape::kScript);
     strRest.remove_prefix(nRaw);
   }

@@ -11,6 +11,7 @@ struct NoteText {
 };
 constexpr std::array<NoteText, static_cast<std::size_t>(Note::kCount)> kTexts = {{
     {"the file is no rich text; taken as plain text", false},
+    {"the file is a page and no rich text; kept as that", false},
     {"the file ends before its groups do", false},
     {"groups nest too deeply; the formatting of the innermost is not told apart", false},
     {"text in a code page that is not known, read as windows-1252", true},
@@ -24,6 +25,7 @@ constexpr std::array<NoteText, static_cast<std::size_t>(Note::kCount)> kTexts = 
     {"pictures in a form that browsers do not show, kept as files", true},
     {"formatting left out: it would outgrow the text by far", false},
     {"the checksum of the compressed text is wrong", false},
+    {"the compressed text is cut, or not as long as it says", false},
 }};
 
 }  // namespace

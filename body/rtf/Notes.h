@@ -11,6 +11,7 @@ namespace rtf {
 // What a conversion did not carry over, or not as it was.
 enum class Note : std::uint8_t {
   kNotRichText,
+  kPage,
   kCut,
   kTooDeep,
   kUnknownPage,
@@ -24,6 +25,7 @@ enum class Note : std::uint8_t {
   kPictureNotDrawn,
   kFormatting,
   kBadChecksum,
+  kBadLength,
   kCount,
 };
 

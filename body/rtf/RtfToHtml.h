@@ -24,7 +24,8 @@ struct HtmlResult {
 };
 
 // Turns rich text, also in its compressed form, into a page; a page or a plain text that was
-// wrapped in rich text is given back. Bytes that are neither are plain text. nAnsiPage is the code
+// wrapped in rich text is given back. Bytes that are neither are a page, where they begin like one,
+// else plain text. nAnsiPage is the code
 // page of text whose page nothing tells. The text of damaged and cut input comes out as far as it
 // is there. Linear in the input, in time and memory. Throws std::bad_alloc and what the saver
 // throws.

@@ -94,7 +94,7 @@ TEST(CompressedRtf, DamageCostsOnlyWhatItHits) {
   wrong[4] = 99;  // the length of the text
   EXPECT_EQ(rtf::DecompressRtf(wrong).strRtf, text);
   EXPECT_EQ(Convert(wrong).objNotes.Lines(),
-            std::vector<std::string>{"the file ends before its groups do"});
+            std::vector<std::string>{"the compressed text is cut, or not as long as it says"});
 }
 
 }  // namespace

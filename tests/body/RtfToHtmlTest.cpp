@@ -61,6 +61,7 @@ TEST(RtfToHtml, SmallTexts) {
        "<p style=\"margin:0\">a</p>\n<p "
        "style=\"margin:0;text-align:center;margin-left:10pt\">b</p>"},
       {"{\\rtf1 a\r\nb\n c}", "<p style=\"margin:0\">ab c</p>"},
+      {"{\n\\rtf1 a}", "<p style=\"margin:0\">a</p>"},
       // What stands behind the last brace, and braces too many.
       {R"({\rtf1 a}}} b)", "<p style=\"margin:0\">a b</p>"},
       // Words that nobody knows, with and without a star.
@@ -80,6 +81,11 @@ TEST(RtfToHtml, SmallTexts) {
       // The colour 0 is "none" behind text also where it is defined.
       {R"({\rtf1{\colortbl\red255\green0\blue0;}\cf0 a\highlight0\cb0 b})",
        "<p style=\"margin:0\"><span style=\"color:#ff0000\">ab</span></p>"},
+      // Lines that a page does not show leave those of the paragraph alone.
+      {R"({\rtf1\brdrb\brdrs\pgbrdrt\brdrdot{\chbrdr\brdrdb a}\par})",
+       "<div style=\"border-bottom:solid 0.5pt #000000\">\n<p style=\"margin:0\">a</p>\n</div>"},
+      // Moved text stands where it went.
+      {R"({\rtf1{\mvf a}b{\mvt a}})", "<p style=\"margin:0\">ba</p>"},
       // Two bytes of a character, cut into tokens and with a raw second byte.
       {"{\\rtf1\\ansicpg932 \\'83\\'65\\'83e\\'82\n\\'a0}",
        "<p style=\"margin:0\">&#12486;&#12486;&#12354;</p>"},
@@ -117,6 +123,7 @@ TEST(RtfToHtml, TellsWhatItLeftOut) {
   } rows[] = {
       {R"({\rtf1 a})", {}},
       {"text", {"the file is no rich text; taken as plain text"}},
+      {"<HTML>text", {"the file is a page and no rich text; kept as that"}},
       {R"({\rtf1 {\b a)", {"the file ends before its groups do"}},
       {R"({\rtf1{\header a}{\footer b}{\v c}{\*\annotation d}{\deleted e}})",
        {"headers and footers left out (2)", "comments left out (1)", "hidden text left out (1)",
@@ -142,6 +149,32 @@ TEST(RtfToHtml, PicturesAreNumberedAsTheyStandInThePage) {
   EXPECT_LT(page.find("HTMLFile_2.emf"), page.find("HTMLFile_3.png"));
 }
 
+// Programs call files rich text that are something else.
+TEST(RtfToHtml, OtherFilesKeepTheirText) {
+  const struct {
+    std::string file;
+    std::string page;
+  } rows[] = {
+      {"\n<!DOCTYPE html><p>caf\xC3\xA9", "\n<!DOCTYPE html><p>caf&#233;"},
+      {"<HtMl><meta charset=\"koi8-r\">\r\n\xC1", "<HtMl>\n&#1072;"},
+      {"<body>\xE9", "<body>&#233;"},  // in the page of the machine
+  };
+  for (const auto& row : rows) EXPECT_EQ(Convert(row.file).strHtml, row.page) << row.file;
+  EXPECT_EQ(BodyOf(Convert("<htm>").strHtml), "&#60;htm&#62;<br>");
+  // 16-bit units with a mark, the low or the high byte first.
+  const auto Wide = [](std::string_view text, bool highFirst) {
+    std::string bytes = highFirst ? "\xFE\xFF" : "\xFF\xFE";
+    for (const char ch : text) (bytes += highFirst ? '\0' : ch) += highFirst ? ch : '\0';
+    return bytes;
+  };
+  for (const bool highFirst : {false, true}) {
+    EXPECT_EQ(BodyOf(Convert(Wide("a\xE9", highFirst)).strHtml), "a&#233;<br>");
+    EXPECT_EQ(BodyOf(Convert(Wide(R"({\rtf1 \b a})", highFirst)).strHtml),
+              "<p style=\"margin:0\"><b>a</b></p>");
+  }
+  EXPECT_EQ(BodyOf(Convert("\xFF\xFE").strHtml), "");
+}
+
 TEST(RtfToHtml, WrappedPagesComeBackWithoutACharset) {
   const std::string start = "{\\rtf1\\ansi\\fromhtml1 ";
   EXPECT_EQ(
@@ -158,6 +191,8 @@ TEST(RtfToHtml, WrappedPagesComeBackWithoutACharset) {
   // Cut in the middle, a tag and a style sheet still come out.
   EXPECT_EQ(Convert(start + R"({\*\htmltag <meta charset=}x)").strHtml, "<meta charset=x");
   EXPECT_EQ(Convert(start + R"({\*\htmltag <style>\'e9})").strHtml, "<style>\\e9 ");
+  // The hyphen that a page shows where a line ends.
+  EXPECT_EQ(Convert(start + R"(a\_b\-c)").strHtml, "a&#173;b&#173;c");
   // Without the word at its head, tags are for others.
   EXPECT_EQ(BodyOf(Convert(R"({\rtf1{\*\htmltag <b>}a\fromhtml1{\*\htmltag </b>}})").strHtml),
             "<p style=\"margin:0\">a</p>");
