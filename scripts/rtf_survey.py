@@ -59,8 +59,8 @@ EXPLAINED = [
     (r"centred: table-looks", "the table is centred there by a tag, here by its margins"),
     (r"background: (colors|document-characters), unrtf", "the end of a background is black there"),
     (r"background: .*, Lib", "fields and changes have a grey ground there"),
-    (r".*: document-links, Lib|links: footnotes", "endnotes are numbered with letters there; links of "
-     "footnotes have other names; the date is written with other digits"),
+    (r".*: (document-links|endnotes), Lib|links: footnotes", "notes have other numbers there than the "
+     "document says, and their links other names; the date is written with other digits"),
     (r"links: links, Lib", "a script is a link there; a letter beyond ASCII is encoded"),
     (r"links: links, unrtf|text: links, unrtf", "a link inside the document is not understood there"),
     (r"font: .*, Lib|size: (code-pages|unicode|not-rtf), Lib", "a font of its own choice for other scripts "
