@@ -222,7 +222,7 @@ void CTarnyOutlookHandler::SetMimeFromFile(ews::EmailMessage& objMail, const CSt
   MarkAsNoDraft(objMail);
 }
 
-// RTF becomes a page, and the page a message with its pictures. False if there is no page.
+// RTF becomes a page, and the page a message with its pictures. False if there is none.
 bool CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
   const CString strFolder = strHtmPath + u"Html";
   const CString strRtf = strHtmPath + u"ch2111.rtf";
@@ -245,7 +245,7 @@ bool CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString&
   m_objLogManager.WriteLog(u"After HrsConvertFile");
   const CString strArchive = ConvertHtmlToMime(strHtml);
   if (!strArchive.IsEmpty()) SetMimeFromFile(objMail, strArchive);
-  return bConverted;
+  return bConverted && !strArchive.IsEmpty();
 }
 
 void CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString& strPath) {

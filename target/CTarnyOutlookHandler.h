@@ -11,6 +11,8 @@
 #include "platform/CString.h"
 #include "platform/CStringArray.h"
 
+class CkMime;
+
 // Everything that lasts between two items: the connection to the target, the duplicate ledger, the
 // log writer, and the settings that came with the logon and the folder. The item pipeline and the
 // body preparation are methods of this class; their bodies live in the folder of their concern.
@@ -125,10 +127,29 @@ class CTarnyOutlookHandler {
   // that list cannot be opened. The argument is not used.
   bool ConvertImageToHTML(CString strImagePath);
 
+  // ---- Image parts of a message (body/ImageParts.cpp) ----
+
+  // Writes what stands behind the first blank line of strImage, or all where there is none within
+  // the first 6,556 bytes, to strOleFileName. 0 when that cannot be created, else 1.
+  int FinalIamge(CString strImage, CString strOleFileName);  // sic
+
   // ---- EML building (body/EmlBuilding.cpp) ----
 
-  // Makes a web archive of an HTML file, beside it. Its path, or "" when none was made.
+  // Makes a web archive of an HTML file and its pictures, beside it with ".eml" behind its name.
+  // Its path; "" when the page cannot be read; the archive's text when its file cannot be made.
   CString ConvertHtmlToMime(CString strHtmlFileLoc);
+  // Puts the decoded bytes of a MIME entity in place of its file. The folder ends in a backslash.
+  // Always 1: an entity that cannot be read leaves there what mime still holds.
+  int EncodeWithString(CkMime* mime, CString strImagePath, CString strFileName);
+  // Makes "EmlFile.Eml" of "ch111.html" in a folder that ends in a backslash, or none. The date is
+  // not used. Always "".
+  CString DecodeStringEML(CString strTempath, CString strFrom, CString strSubject, CString strDate);
+
+  // ---- Raw messages (body/RawMessages.cpp) ----
+
+  // Makes "EmlFile.Eml" of the HTML in "ssaa.txt", in a folder that ends in a backslash. None is
+  // there afterwards where that text names no transfer encoding before it, or runs into base64.
+  void CreateEML(CString strHTMLfilePath);
 
   // Runs one step of a saver: whatever it throws costs that step and not the item, and is told by
   // the log text, if any.

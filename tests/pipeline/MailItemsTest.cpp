@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -95,6 +96,32 @@ TEST_F(MailItems, RtfThatCannotBeReadGivesWayToTheNextBodyOnlyWithTheSafeSwitch)
   EXPECT_EQ(Fill(), 1);
   ASSERT_TRUE(mail.Body().has_value());
   EXPECT_EQ(mail.Body()->Text(), u"<p>page</p>");
+}
+
+// Pictures by the dozen, of every form: each is a part, in place of its link.
+TEST_F(MailItems, RtfBecomesTheMimeWithAllItsPictures) {
+  constexpr int kPictures = 120;
+  const std::string kinds[] = {"{\\pict\\pngblip 89504e470d0a", "{\\pict\\jpegblip ffd8ffe0",
+                               "{\\pict\\emfblip 01000000"};
+  std::string rtf = "{\\rtf1 caf\\'e9";
+  for (int n = 0; n < kPictures; ++n) rtf += kinds[n % 3] + fmt::format("{:04x}", n) + "}";
+  folder.WriteWork("ch2111.rtf", rtf + "}");
+  for (const bool safe : {false, true}) {
+    ews::Settings().bSafe = safe;
+    mail.SetMimeContent({});
+    ASSERT_EQ(Fill(), 1);
+    ASSERT_TRUE(mail.GetMimeContent().IsSet());
+    EXPECT_EQ(mail.GetMimeContent().CharacterSet(), u"ASCII");
+    const std::string mime(reinterpret_cast<const char*>(mail.GetMimeContent().Content().get()),
+                           mail.GetMimeContent().Length());
+    int parts = 0;
+    for (size_t at = 0; (at = mime.find("\r\nContent-ID: <", at)) != std::string::npos; ++at) {
+      ++parts;
+    }
+    EXPECT_EQ(parts, kPictures);
+    EXPECT_THAT(mime, testing::HasSubstr("caf&#233;"));
+    EXPECT_THAT(mime, testing::Not(testing::HasSubstr("file://")));
+  }
 }
 
 TEST_F(MailItems, AWorkPathThatNamesAFileGivesItsBytesAsTheMime) {

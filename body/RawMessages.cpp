@@ -1,0 +1,123 @@
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/Files.h"
+#include "platform/LineReader.h"
+#include "target/CTarnyOutlookHandler.h"
+
+// The HTML in the raw text of a message, found by marks in its lines: "ssaa.txt" becomes
+// "EmlFile.Eml", whose header has what the HTML needs to be read.
+namespace {
+
+constexpr std::array<std::string_view, 7> kPageStarts = {
+    "<html", "DOCTYPE html", "DOCTYPE HTML", "meta name", "meta http", "META HTTP", "html lang"};
+constexpr std::string_view kEncoding = "Content-Transfer-Encoding:";
+constexpr std::string_view kType = "Content-Type:";
+constexpr std::string_view kBase64 = "Content-Transfer-Encoding: base64";
+
+bool Holds(std::string_view strLine, std::string_view strPart) {
+  return strLine.find(strPart) != std::string_view::npos;
+}
+
+bool BeginsPage(std::string_view strLine) {
+  return std::ranges::any_of(kPageStarts,
+                             [&](std::string_view strMark) { return Holds(strLine, strMark); });
+}
+
+// Without the sign that joins it to the next one. kept: it goes whatever the encoding is.
+std::string_view Unjoined(std::string_view strLine) {
+  if (strLine.ends_with('=')) strLine.remove_suffix(1);
+  return strLine;
+}
+
+// Lines of a text, without their ends.
+class Lines {
+ public:
+  explicit Lines(std::string_view strText) : m_strRest(strText) {}
+  bool Read(std::string_view& strLine) {
+    if (m_strRest.empty()) return false;
+    const std::size_t nEnd = std::min(m_strRest.find('\n'), m_strRest.size());
+    strLine = m_strRest.substr(0, nEnd);
+    m_strRest.remove_prefix(std::min(nEnd + 1, m_strRest.size()));
+    return true;
+  }
+
+ private:
+  std::string_view m_strRest;
+};
+
+class PageCopier {
+ public:
+  // The message; nothing where the text has none that can be read.
+  std::optional<std::string> Copy(std::string_view strText) {
+    Lines objLines(strText);
+    std::string_view strLine;
+    while (objLines.Read(strLine)) {
+      if (!BeginsPage(strLine)) {
+        TakeHeaderLine(strLine);
+        continue;
+      }
+      if (m_strEncoding.empty()) break;
+      PutStart(Unjoined(strLine));
+      PutRest(objLines);
+    }
+    if (m_strMail.empty() || m_bBase64) return std::nullopt;
+    return std::move(m_strMail);
+  }
+
+ private:
+  void TakeHeaderLine(std::string_view strLine) {
+    if (Holds(strLine, kEncoding)) m_strEncoding = strLine;
+    if (Holds(strLine, kType)) {
+      m_strType = strLine;
+    } else if (Holds(strLine, "charset=")) {
+      m_strCharset = strLine;
+    }
+  }
+  void PutStart(std::string_view strLine) {
+    m_strMail.append(m_strEncoding).append("\n").append(m_strType).append("\n");
+    if (!m_strCharset.empty()) m_strMail.append(m_strCharset).append("\n");
+    m_strMail += '\n';
+    const std::size_t nTag = strLine.find('<');
+    m_strMail += strLine.substr(nTag == std::string_view::npos ? 0 : nTag);
+  }
+  // Up to the page's end, all in one line.
+  void PutRest(Lines& objLines) {
+    std::string_view strLine;
+    while (objLines.Read(strLine)) {
+      strLine = Unjoined(strLine);
+      if (Holds(strLine, kBase64)) {
+        m_bBase64 = true;
+        return;
+      }
+      m_strMail += strLine;
+      if (Holds(strLine, "</html>") || Holds(strLine, "</HTML>")) return;
+    }
+  }
+
+  std::string_view m_strEncoding, m_strType, m_strCharset;  // whole lines
+  std::string m_strMail;
+  bool m_bBase64 = false;  // a part that is no text was run into
+};
+
+}  // namespace
+
+void CTarnyOutlookHandler::CreateEML(CString strHTMLfilePath) {
+  const CString strEml = strHTMLfilePath + u"EmlFile.Eml";
+  (void)platform::DeleteFileAt(strEml);
+  auto objRaw = platform::File::Open(strHTMLfilePath + u"ssaa.txt", platform::OpenMode::kRead);
+  if (!objRaw) return;
+  std::string strRaw(static_cast<std::size_t>(objRaw->Length()), '\0');
+  strRaw.resize(objRaw->Read({reinterpret_cast<unsigned char*>(strRaw.data()), strRaw.size()}));
+  const auto strMail = PageCopier().Copy(platform::FromTextMode(strRaw));
+  if (!strMail) return;
+  auto objEml = platform::File::Open(strEml, platform::OpenMode::kCreateRead);
+  if (!objEml) return;
+  const std::string strBytes = platform::ToTextMode(*strMail);
+  const bool bWritten =
+      objEml->Write({reinterpret_cast<const unsigned char*>(strBytes.data()), strBytes.size()});
+  if (!bWritten) (void)platform::DeleteFileAt(strEml);  // a part of a mail is none
+}

@@ -1,0 +1,173 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "charset/LibraryNarrow.h"
+#include "ews/Settings.h"
+#include "mime/CkMime.h"
+#include "platform/NarrowText.h"
+#include "target/CTarnyOutlookHandler.h"
+#include "tests/pipeline/TempRunFolder.h"
+
+namespace {
+
+const std::string kPicture = "\x89PNG\r\n\x1A\n picture";
+
+class EmlBuilding : public testing::Test {
+ protected:
+  EmlBuilding() { mail::installLibraryNarrow(); }
+  ~EmlBuilding() override {
+    platform::SetAnsiCodePage(1252);
+    ews::Settings() = {};
+  }
+
+  CString Path(std::u16string_view name) { return GetCurrPath() + name; }
+  bool Exists(const std::string& name) { return std::filesystem::exists(folder.Work(name)); }
+  std::string Read(const std::string& name) { return test_support::ReadAll(folder.Work(name)); }
+  // The archive of a page with that body.
+  std::string Archive(const std::string& html) {
+    folder.WriteWork("p.html", html);
+    EXPECT_EQ(handler.ConvertHtmlToMime(Path(u"p.html")), Path(u"p.html.eml"));
+    return Read("p.html.eml");
+  }
+  // The mail that is made of a raw text; empty if there is none.
+  std::string Mail(const std::string& raw) {
+    folder.WriteWork("EmlFile.Eml", "old");
+    folder.WriteWork("ssaa.txt", raw);
+    handler.CreateEML(GetCurrPath());
+    return Exists("EmlFile.Eml") ? Read("EmlFile.Eml") : "";
+  }
+
+  TempRunFolder folder;
+  CTarnyOutlookHandler handler;
+};
+
+bool Has(const std::string& text, std::string_view part) {
+  return text.find(part) != std::string::npos;
+}
+
+TEST_F(EmlBuilding, APageBecomesAnArchiveWithItsPictures) {
+  folder.WriteWork("HTMLFile_1.png", kPicture);
+  // The link as the converter of rich text writes it, and the path in upper case as the engine
+  // has it.
+  const std::string link = "file://" + Path(u"").MakeUpper().ToUtf8() + "HTMLFile_1.png";
+  folder.WriteWork("HTMLFile.html", "\xEF\xBB\xBF\n\n\n<html><img src=\"" + link + "\"></html>");
+  const CString path = Path(u"").MakeUpper() + u"HTMLFile.html";
+  EXPECT_EQ(handler.ConvertHtmlToMime(path), path + u".eml");
+  const std::string archive = Read("HTMLFile.html.eml");
+  EXPECT_TRUE(Has(archive, "Content-Type: multipart/related")) << archive;
+  EXPECT_TRUE(Has(archive, "src=3D\"cid:")) << archive;
+  EXPECT_TRUE(Has(archive, "Content-ID: <")) << archive;
+  EXPECT_TRUE(Has(archive, "iVBORw0KGgogcGljdHVyZQ==")) << archive;
+}
+
+TEST_F(EmlBuilding, APageThatCannotBeReadLeavesNoArchive) {
+  EXPECT_EQ(handler.ConvertHtmlToMime(Path(u"none.html")), u"");
+  EXPECT_FALSE(Exists("none.html.eml"));
+  // Where the archive's name is taken by a folder its text comes back, which names no file.
+  folder.WriteWork("p.html", "<p>a</p>");
+  std::filesystem::create_directory(folder.Work("p.html.eml"));
+  EXPECT_TRUE(handler.ConvertHtmlToMime(Path(u"p.html")).Contains(u"MIME-Version"));
+}
+
+TEST_F(EmlBuilding, APageIsNotLabelledByTheOneBefore) {
+  EXPECT_TRUE(Has(Archive("<meta charset=\"koi8-r\"><p>a"), "koi8-r"));
+  EXPECT_FALSE(Has(Archive("<p>a"), "koi8-r"));
+}
+
+TEST_F(EmlBuilding, SafeArchivesHoldNothingFromElsewhere) {
+  folder.WriteWork("page/p.html", "<img src=\"../secret.png\"><img src=\"own.png\">");
+  folder.WriteWork("page/own.png", kPicture);
+  folder.WriteWork("secret.png", "secret");
+  for (const bool safe : {false, true}) {
+    ews::Settings().bSafe = safe;
+    (void)handler.ConvertHtmlToMime(Path(u"page\\p.html"));
+    const std::string archive = Read("page/p.html.eml");
+    EXPECT_EQ(Has(archive, "c2VjcmV0"), !safe);
+    EXPECT_EQ(Has(archive, "src=3D\"../secret.png"), safe) << archive;
+    EXPECT_TRUE(Has(archive, "iVBORw0KGgogcGljdHVyZQ=="));
+  }
+}
+
+TEST_F(EmlBuilding, AFragmentGivesWayToItsBareBytes) {
+  CkMime mime;
+  const std::string bytes = "a\r\n\r\nb\xFF";
+  folder.WriteWork("i.png",
+                   "Content-ID: <i.png>\r\nContent-Transfer-Encoding: base64\r\n\r\n"
+                   "YQ0KDQpi/w==\r\n");
+  EXPECT_EQ(handler.EncodeWithString(&mime, GetCurrPath(), u"i.png"), 1);
+  EXPECT_EQ(Read("i.png"), bytes);
+  EXPECT_FALSE(Exists("Temp.min") || Exists("Mime.min"));
+  // A file that is not there gets what the object still holds.
+  EXPECT_EQ(handler.EncodeWithString(&mime, GetCurrPath(), u"j.png"), 1);
+  EXPECT_EQ(Read("j.png"), bytes);
+}
+
+// A rest of an item that was broken off stands where the fragment has to go.
+TEST_F(EmlBuilding, OnlySafeFragmentsAreNotMistakenForOlderOnes) {
+  for (const bool safe : {false, true}) {
+    ews::Settings().bSafe = safe;
+    folder.WriteWork("Temp.min", "Content-Type: text/plain\r\n\r\nold");
+    folder.WriteWork("i.txt", "Content-Type: text/plain\r\n\r\nnew");
+    CkMime mime;
+    EXPECT_EQ(handler.EncodeWithString(&mime, GetCurrPath(), u"i.txt"), 1);
+    EXPECT_EQ(Read("i.txt"), safe ? "new" : "old");
+  }
+}
+
+TEST_F(EmlBuilding, HeadersAreCutOffUpToALimit) {
+  const auto Final = [&](std::size_t header) {
+    folder.WriteWork("in", std::string(header, 'h') + "\r\n\r\ndata\r\n\r\nmore");
+    EXPECT_EQ(handler.FinalIamge(Path(u"in"), Path(u"out")), 1);
+    return Read("out");
+  };
+  EXPECT_EQ(Final(0), "data\r\n\r\nmore");
+  EXPECT_EQ(Final(6552), "data\r\n\r\nmore");
+  EXPECT_EQ(Final(6553).size(), 6553u + 16);
+  EXPECT_EQ(handler.FinalIamge(Path(u"none"), Path(u"out2")), 1);
+  EXPECT_FALSE(Exists("out2"));
+  EXPECT_EQ(handler.FinalIamge(Path(u"in"), GetCurrPath()), 0);
+}
+
+TEST_F(EmlBuilding, RawTextBecomesAMailOfItsPage) {
+  const std::string header =
+      "Subject: x\r\nContent-Type: text/html;\r\n\tcharset=\"utf-8\"\r\n"
+      "Content-Transfer-Encoding: quoted-printable\r\n\r\n";
+  const std::string start =
+      "Content-Transfer-Encoding: quoted-printable\r\nContent-Type: text/html;\r\n"
+      "\tcharset=\"utf-8\"\r\n\r\n";
+  EXPECT_EQ(Mail(header + "text <html>=\r\n<p>caf=C3=A9=\r\n=\r\n</html> rest\r\nmore"),
+            start + "<html><p>caf=C3=A9</html> rest");
+  // A second page has a header of its own, with what came between.
+  EXPECT_EQ(Mail(header + "<html>\r\n</html>\r\nContent-Type: t\r\n<html>\r\n</HTML>"),
+            start +
+                "<html></html>Content-Transfer-Encoding: quoted-printable\r\n"
+                "Content-Type: t\r\n\tcharset=\"utf-8\"\r\n\r\n<html></HTML>");
+  EXPECT_EQ(Mail(header + "<html>\r\nno end"), start + "<html>no end");
+  // What cannot be read leaves none, and none of before.
+  EXPECT_EQ(Mail("Content-Type: text/html\r\n\r\n<html>\r\n</html>"), "");
+  EXPECT_EQ(Mail(header + "<html>\r\nContent-Transfer-Encoding: base64\r\n"), "");
+  EXPECT_EQ(Mail(header + "only text"), "");
+  EXPECT_EQ(Mail(""), "");
+  std::filesystem::remove(folder.Work("ssaa.txt"));
+  folder.WriteWork("EmlFile.Eml", "old");
+  handler.CreateEML(GetCurrPath());
+  EXPECT_FALSE(Exists("EmlFile.Eml"));
+}
+
+TEST_F(EmlBuilding, APageGetsSenderAndSubject) {
+  folder.WriteWork("ch111.html", "<html><p>caf&eacute;</p></html>");
+  EXPECT_EQ(handler.DecodeStringEML(GetCurrPath(), u"\u042F <a@x>", u"\u042F b", u"1.1.2020"), u"");
+  const std::string mail = Read("EmlFile.Eml");
+  EXPECT_TRUE(Has(mail, "Subject: =?iso-8859-5?Q?=CF_b?=")) << mail;
+  EXPECT_TRUE(Has(mail, "<a@x>")) << mail;
+  EXPECT_TRUE(Has(mail, "<p>caf")) << mail;
+  EXPECT_FALSE(Has(mail, "2020")) << mail;
+  std::filesystem::remove(folder.Work("ch111.html"));
+  std::filesystem::remove(folder.Work("EmlFile.Eml"));
+  EXPECT_EQ(handler.DecodeStringEML(GetCurrPath(), u"a", u"b", u""), u"");
+  EXPECT_FALSE(Exists("EmlFile.Eml"));
+}
+
+}  // namespace
