@@ -1,9 +1,106 @@
-#include <algorithm>
 #include <string>
 #include <string_view>
 
+#include "body/TextLines.h"
 #include "platform/Files.h"
+#include "platform/LineReader.h"
+#include "platform/NarrowText.h"
+#include "platform/Paths.h"
 #include "target/CTarnyOutlookHandler.h"
+
+// The pictures in the raw text of a message: parts that follow its HTML become files, named by
+// their Content-IDs.
+namespace {
+
+constexpr std::string_view kEncoding = "Content-Transfer-Encoding:";
+
+bool Holds(std::string_view strLine, std::string_view strPart) {
+  return strLine.find(strPart) != std::string_view::npos;
+}
+
+// A file directly in the work folder, whoever wrote the name.
+bool IsFileName(const CString& strName) {
+  return strName.FindOneOf(u"\\/") < 0 && strName != u"." && strName != u"..";
+}
+
+CString NameOfContentId(const CString& strLine) {
+  CString strName = strLine.Mid(strLine.Find(u'<'));
+  strName.Remove(u'<');
+  strName.Remove(u'>');
+  return IsFileName(strName) ? strName : CString();
+}
+
+// The lines before a part's data. kept: the one that names its encoding ends them and is none of
+// them, unless it comes first.
+CStringArray ReadPartHeader(TextLines& objLines, std::string_view strFirst) {
+  CStringArray arrHeader;
+  arrHeader.Add(platform::NarrowToWide(strFirst));
+  std::string_view strLine;
+  while (objLines.Read(strLine) && !Holds(strLine, kEncoding)) {
+    arrHeader.Add(platform::NarrowToWide(strLine));
+  }
+  return arrHeader;
+}
+
+// The data of a part in one line, up to an empty one; false if there is none.
+bool ReadPartData(TextLines& objLines, std::string& strData) {
+  std::string_view strLine;
+  while (objLines.Read(strLine)) {
+    if (strLine.empty()) return true;
+    strData += strLine;
+  }
+  return false;
+}
+
+bool Append(const CString& strPath, const CString& strLine) {
+  auto objFile = platform::File::Open(strPath, platform::OpenMode::kAppendKeep);
+  if (!objFile) return false;
+  return objFile->SeekToEnd() && objFile->Write(strLine.View());
+}
+
+}  // namespace
+
+int CTarnyOutlookHandler::ExtractImageFromFile(CkMime* mime, CString strImageFile,
+                                               CString strFileName) {
+  m_arrImagePaths.RemoveAll();
+  auto objLines = TextLines::Open(strImageFile);
+  std::string_view strLine;
+  if (!objLines || !objLines->Read(strLine)) return kSuccess;
+  while (objLines->Read(strLine) && !Holds(strLine, "</html>")) {
+  }
+  while (objLines->Read(strLine) && ExtractImagePart(mime, *objLines, strLine, strFileName)) {
+  }
+  return kSuccess;
+}
+
+// One part, whose first line has been read. False where no further one is looked for.
+bool CTarnyOutlookHandler::ExtractImagePart(CkMime* mime, TextLines& objLines,
+                                            std::string_view strFirst, const CString& strList) {
+  CStringArray arrHeader = ReadPartHeader(objLines, strFirst);
+  if (FindExtension(ExtractTYPEFromeFile(arrHeader, u"image/")) == 0) return false;
+  CString strId = ExtractTYPEFromeFile(arrHeader, u"Content-ID:");
+  if (strId.IsEmpty()) strId = ExtractTYPEFromeFile(arrHeader, u"Content-Id:");
+  CString strName = NameOfContentId(strId);
+  if (FindDotExtensionn(ExtractTYPEFromeFile(arrHeader, u"name=")) == 0) strName.Empty();
+  if (!strName.IsEmpty() && Append(GetCurrPath() + strList, strName + u"\r\n")) {
+    m_arrImagePaths.Add(strName);
+  }
+  // One that cannot be made is read past.
+  auto objFile = strName.IsEmpty()
+                     ? std::nullopt
+                     : platform::File::Open(GetCurrPath() + strName, platform::OpenMode::kCreate);
+  std::string strData;
+  const bool bWhole = ReadPartData(objLines, strData);
+  if (objFile) {
+    CString strText =
+        strId + u"\r\n" + ExtractTYPEFromeFile(arrHeader, u"Content-Transfer-Encoding:") + u"\r\n";
+    if (bWhole) strText += u"\r\n" + CString(platform::NarrowToWide(strData));
+    (void)objFile->WriteText(strText);
+    objFile.reset();
+    if (bWhole) EncodeWithString(mime, GetCurrPath(), strName);
+  }
+  return bWhole;
+}
 
 int CTarnyOutlookHandler::FinalIamge(CString strImage, CString strOleFileName) {
   constexpr std::size_t kMostHeader = 6552;  // bytes before the blank line; longer ones stay

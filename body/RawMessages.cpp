@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "body/TextLines.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
 #include "target/CTarnyOutlookHandler.h"
@@ -33,27 +34,10 @@ std::string_view Unjoined(std::string_view strLine) {
   return strLine;
 }
 
-// Lines of a text, without their ends.
-class Lines {
- public:
-  explicit Lines(std::string_view strText) : m_strRest(strText) {}
-  bool Read(std::string_view& strLine) {
-    if (m_strRest.empty()) return false;
-    const std::size_t nEnd = std::min(m_strRest.find('\n'), m_strRest.size());
-    strLine = m_strRest.substr(0, nEnd);
-    m_strRest.remove_prefix(std::min(nEnd + 1, m_strRest.size()));
-    return true;
-  }
-
- private:
-  std::string_view m_strRest;
-};
-
 class PageCopier {
  public:
   // The message; nothing where the text has none that can be read.
-  std::optional<std::string> Copy(std::string_view strText) {
-    Lines objLines(strText);
+  std::optional<std::string> Copy(TextLines& objLines) {
     std::string_view strLine;
     while (objLines.Read(strLine)) {
       if (!BeginsPage(strLine)) {
@@ -85,7 +69,7 @@ class PageCopier {
     m_strMail += strLine.substr(nTag == std::string_view::npos ? 0 : nTag);
   }
   // Up to the page's end, all in one line.
-  void PutRest(Lines& objLines) {
+  void PutRest(TextLines& objLines) {
     std::string_view strLine;
     while (objLines.Read(strLine)) {
       strLine = Unjoined(strLine);
@@ -108,11 +92,9 @@ class PageCopier {
 void CTarnyOutlookHandler::CreateEML(CString strHTMLfilePath) {
   const CString strEml = strHTMLfilePath + u"EmlFile.Eml";
   (void)platform::DeleteFileAt(strEml);
-  auto objRaw = platform::File::Open(strHTMLfilePath + u"ssaa.txt", platform::OpenMode::kRead);
+  auto objRaw = TextLines::Open(strHTMLfilePath + u"ssaa.txt");
   if (!objRaw) return;
-  std::string strRaw(static_cast<std::size_t>(objRaw->Length()), '\0');
-  strRaw.resize(objRaw->Read({reinterpret_cast<unsigned char*>(strRaw.data()), strRaw.size()}));
-  const auto strMail = PageCopier().Copy(platform::FromTextMode(strRaw));
+  const auto strMail = PageCopier().Copy(*objRaw);
   if (!strMail) return;
   auto objEml = platform::File::Open(strEml, platform::OpenMode::kCreateRead);
   if (!objEml) return;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 #include "ews/CWebAccessHandler.h"
 #include "ews/EmailMessage.h"
@@ -12,6 +13,7 @@
 #include "platform/CStringArray.h"
 
 class CkMime;
+class TextLines;
 
 // Everything that lasts between two items: the connection to the target, the duplicate ledger, the
 // log writer, and the settings that came with the logon and the folder. The item pipeline and the
@@ -129,6 +131,10 @@ class CTarnyOutlookHandler {
 
   // ---- Image parts of a message (body/ImageParts.cpp) ----
 
+  // Makes files of the pictures that follow the HTML in a raw message, in the work folder, each
+  // named by its Content-ID; adds the names to the list file strFileName there and to
+  // m_arrImagePaths. Always 1.
+  int ExtractImageFromFile(CkMime* mime, CString strImageFile, CString strFileName);
   // Writes what stands behind the first blank line of strImage, or all where there is none within
   // the first 6,556 bytes, to strOleFileName. 0 when that cannot be created, else 1.
   int FinalIamge(CString strImage, CString strOleFileName);  // sic
@@ -179,5 +185,7 @@ class CTarnyOutlookHandler {
   void SetTextBody(ews::EmailMessage& objMail, const CString& strPath);
   void SetItemProps(ews::Item& objItem, const CString& strHtmPath);
   void SetLastBody(ews::EmailMessage& objMail, const CString& strHtmPath);
+  bool ExtractImagePart(CkMime* mime, TextLines& objLines, std::string_view strFirst,
+                        const CString& strList);
   void AttachWorkFile(ews::EmailMessage& objMail, const CString& strName);
 };

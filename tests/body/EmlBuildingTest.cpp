@@ -130,6 +130,37 @@ TEST_F(EmlBuilding, HeadersAreCutOffUpToALimit) {
   EXPECT_EQ(handler.FinalIamge(Path(u"in"), GetCurrPath()), 0);
 }
 
+// As raw messages have them, with the encoding before the line that names the picture, so that it
+// is among the header's lines.
+TEST_F(EmlBuilding, PicturesBehindThePageBecomeFiles) {
+  const auto Part = [](const std::string& id, const std::string& name) {
+    return "Content-Transfer-Encoding: base64\r\nContent-Type: image/png; name=" + name +
+           "\r\nContent-ID: <" + id + ">\r\nContent-Transfer-Encoding: base64\r\n" +
+           "cGlj\r\ndHVyZQ==\r\n\r\n";
+  };
+  const auto Extract = [&](const std::string& parts) {
+    std::filesystem::remove(folder.Work("list.txt"));
+    folder.WriteWork("raw.txt", "first\r\n<html>\r\n</html>\r\n" + parts);
+    CkMime mime;
+    EXPECT_EQ(handler.ExtractImageFromFile(&mime, Path(u"raw.txt"), u"list.txt"), 1);
+    return CString(test_support::WideText(Read("list.txt"))).ToUtf8();
+  };
+  EXPECT_EQ(Extract(Part("a1", "a.png") + Part("b1", "b.jpg")), "a1\r\nb1\r\n");
+  EXPECT_EQ(handler.m_arrImagePaths.GetSize(), 2);
+  EXPECT_EQ(Read("a1"), "picture");
+  EXPECT_EQ(Read("b1"), "picture");
+  // kept: endings count by case, and the part is read past; so are names of other places.
+  EXPECT_EQ(Extract(Part("c1", "c.PNG") + Part("../d1", "d.png") + Part("..", "d.png") +
+                    Part("x\\e1", "d.png") + Part("f1", "f.gif")),
+            "f1\r\n");
+  EXPECT_FALSE(Exists("c1") || Exists("../d1") || Exists("x/e1"));
+  // A part of another type ends it, and so does the end inside of one.
+  EXPECT_EQ(Extract("Content-Type: text/plain\r\n\r\n" + Part("g1", "g.png")).size(), 0u);
+  EXPECT_EQ(Extract(Part("h1", "h.png").substr(0, 130)), "h1\r\n");
+  EXPECT_EQ(Extract(""), "");
+  EXPECT_TRUE(handler.m_arrImagePaths.IsEmpty());
+}
+
 TEST_F(EmlBuilding, RawTextBecomesAMailOfItsPage) {
   const std::string header =
       "Subject: x\r\nContent-Type: text/html;\r\n\tcharset=\"utf-8\"\r\n"
