@@ -52,8 +52,16 @@ const Attachment& AttachmentCollection::operator[](int nIndex) const {
   return m_arr[static_cast<size_t>(nIndex)];
 }
 
-void AttachmentCollection::WriteTo(SoapWriter& objWriter) const {
-  for (const Attachment& objAttachment : m_arr) objAttachment.WriteTo(objWriter);
+void AttachmentCollection::WriteNewTo(SoapWriter& objWriter) const {
+  for (size_t n = m_nStored; n < m_arr.size(); ++n) m_arr[n].WriteTo(objWriter);
+}
+
+void AttachmentCollection::SetStored(std::span<const std::string> arrIds) {
+  for (const std::string& strId : arrIds) {
+    if (m_nStored == m_arr.size()) break;
+    m_arr[m_nStored++].SetId(CString::FromUtf8(strId));
+  }
+  m_nStored = m_arr.size();
 }
 
 }  // namespace ews

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <deque>
+#include <span>
+#include <string>
 
 #include "platform/CString.h"
 
@@ -20,6 +22,10 @@ class Attachment {
   const CString& ContentType() const { return m_strContentType; }
   void SetContentType(CString str) { m_strContentType = std::move(str); }
 
+  // Empty until the server has told it.
+  const CString& Id() const { return m_strId; }
+  void SetId(CString str) { m_strId = std::move(str); }
+
   // Throws ServiceException if the file cannot be read any more.
   void WriteTo(SoapWriter& objWriter) const;
 
@@ -28,6 +34,7 @@ class Attachment {
   CString m_strPath;  // in Windows form
   CString m_strContentId;
   CString m_strContentType;
+  CString m_strId;
 };
 
 class AttachmentCollection {
@@ -43,11 +50,16 @@ class AttachmentCollection {
   Attachment& operator[](int nIndex);
   const Attachment& operator[](int nIndex) const;
 
-  // Writes one FileAttachment element for each.
-  void WriteTo(SoapWriter& objWriter) const;
+  // True if there are some that the server does not have yet.
+  bool HasNew() const { return m_nStored < m_arr.size(); }
+  // Writes one FileAttachment element for each of these.
+  void WriteNewTo(SoapWriter& objWriter) const;
+  // The server has them now, and told their ids in this order, UTF-8. It may tell of more or less.
+  void SetStored(std::span<const std::string> arrIds);
 
  private:
   std::deque<Attachment> m_arr;
+  size_t m_nStored = 0;  // the first ones are with the server
 };
 
 }  // namespace ews

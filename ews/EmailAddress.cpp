@@ -1,5 +1,7 @@
 #include "ews/EmailAddress.h"
 
+#include <algorithm>
+
 #include "ews/SoapWriter.h"
 
 namespace ews {
@@ -32,15 +34,6 @@ bool ReadName(CString str, CString& strName) {
   return true;
 }
 
-void WriteMailbox(SoapWriter& objWriter, const EmailAddress& objAddress) {
-  objWriter.Start(SoapWriter::kTypes, "Mailbox");
-  if (!objAddress.Name().IsEmpty()) {
-    objWriter.Element(SoapWriter::kTypes, "Name", objAddress.Name());
-  }
-  objWriter.Element(SoapWriter::kTypes, "EmailAddress", objAddress.Address());
-  objWriter.End();
-}
-
 }  // namespace
 
 EmailAddress::EmailAddress(const CString& strText) : m_strAddress(strText) {
@@ -66,24 +59,18 @@ bool EmailAddress::IsBlank() const {
   return strTrimmed.Trim().IsEmpty();
 }
 
-void WriteSender(SoapWriter& objWriter, std::string_view strElement,
-                 const EmailAddress& objAddress) {
-  if (objAddress.IsBlank()) return;
-  objWriter.Start(SoapWriter::kTypes, strElement);
-  WriteMailbox(objWriter, objAddress);
-  objWriter.End();
+bool EmailAddressCollection::IsBlank() const {
+  return std::all_of(m_arr.begin(), m_arr.end(),
+                     [](const EmailAddress& objAddress) { return objAddress.IsBlank(); });
 }
 
-void WriteMailboxes(SoapWriter& objWriter, std::string_view strElement,
-                    const EmailAddressCollection& objAddresses) {
-  bool bStarted = false;
-  for (const EmailAddress& objAddress : objAddresses) {
-    if (objAddress.IsBlank()) continue;
-    if (!bStarted) objWriter.Start(SoapWriter::kTypes, strElement);
-    bStarted = true;
-    WriteMailbox(objWriter, objAddress);
+void WriteMailbox(SoapWriter& objWriter, const EmailAddress& objAddress) {
+  objWriter.Start(SoapWriter::kTypes, "Mailbox");
+  if (!objAddress.Name().IsEmpty()) {
+    objWriter.Element(SoapWriter::kTypes, "Name", objAddress.Name());
   }
-  if (bStarted) objWriter.End();
+  objWriter.Element(SoapWriter::kTypes, "EmailAddress", objAddress.Address());
+  objWriter.End();
 }
 
 }  // namespace ews

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <string_view>
 #include <vector>
 
 #include "platform/CString.h"
@@ -36,6 +35,8 @@ class EmailAddressCollection {
   const EmailAddress& operator[](int nIndex) const { return m_arr.at(static_cast<size_t>(nIndex)); }
   auto begin() const { return m_arr.begin(); }
   auto end() const { return m_arr.end(); }
+  // True if there is none but blank ones.
+  bool IsBlank() const;
 
  private:
   std::vector<EmailAddress> m_arr;
@@ -44,11 +45,8 @@ class EmailAddressCollection {
 // The people asked to a meeting.
 class AttendeeCollection : public EmailAddressCollection {};
 
-// Each writes the element with its mailboxes. A blank address is left out, since the server would
-// refuse the whole item for it; where nothing remains, there is no element.
-void WriteSender(SoapWriter& objWriter, std::string_view strElement,
-                 const EmailAddress& objAddress);
-void WriteMailboxes(SoapWriter& objWriter, std::string_view strElement,
-                    const EmailAddressCollection& objAddresses);
+// Writes the element Mailbox. Who writes several leaves out blank addresses, since the server would
+// refuse the whole item for one.
+void WriteMailbox(SoapWriter& objWriter, const EmailAddress& objAddress);
 
 }  // namespace ews

@@ -1,6 +1,7 @@
 #include "ews/EmailMessage.h"
 
 #include "ews/ExchangeService.h"
+#include "ews/ItemFields.h"
 #include "ews/ServiceException.h"
 #include "ews/SoapWriter.h"
 
@@ -21,14 +22,15 @@ EmailMessage EmailMessage::Bind(const std::shared_ptr<ExchangeService>& pService
   return objMessage;
 }
 
-void EmailMessage::WriteOwnProperties(SoapWriter& objWriter) const {
-  WriteMailboxes(objWriter, "ToRecipients", m_objTo);
-  WriteMailboxes(objWriter, "CcRecipients", m_objCc);
-  WriteMailboxes(objWriter, "BccRecipients", m_objBcc);
-  if (m_objFrom) WriteSender(objWriter, "From", *m_objFrom);
-  if (m_bRead) {
-    objWriter.Element(SoapWriter::kTypes, "IsRead", std::string_view(*m_bRead ? "true" : "false"));
-  }
+void EmailMessage::WriteOwnFields(ItemFields& objFields) const {
+  objFields.Mailboxes("message:ToRecipients", m_objTo);
+  objFields.Mailboxes("message:CcRecipients", m_objCc);
+  objFields.Mailboxes("message:BccRecipients", m_objBcc);
+  objFields.Field("message:From", m_objFrom && !m_objFrom->IsBlank(),
+                  [&](SoapWriter& objWriter) { WriteMailbox(objWriter, *m_objFrom); });
+  objFields.Field("message:IsRead", m_bRead.has_value(), [&](SoapWriter& objWriter) {
+    objWriter.Text(std::string_view(*m_bRead ? "true" : "false"));
+  });
 }
 
 }  // namespace ews

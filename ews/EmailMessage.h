@@ -26,7 +26,7 @@ class EmailMessage : public Item {
 
  private:
   std::string_view ElementName() const override { return "Message"; }
-  void WriteOwnProperties(SoapWriter& objWriter) const override;
+  void WriteOwnFields(ItemFields& objFields) const override;
 
   EmailAddressCollection m_objTo;
   EmailAddressCollection m_objCc;

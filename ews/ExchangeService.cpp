@@ -14,6 +14,7 @@
 #include "ews/Settings.h"
 #include "ews/SoapWriter.h"
 #include "ews/Url.h"
+#include "platform/WindowsTimeZone.h"
 
 namespace ews {
 namespace {
@@ -192,7 +193,8 @@ FindFoldersResults ExchangeService::Find(const FolderId& objParent, const Search
   return FindFoldersResults(std::move(arrFolders), objAnswer.nTotalItemsInView);
 }
 
-SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody) {
+SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody,
+                                   bool bInZone) {
   if (m_strUrl.IsEmpty()) throw ServiceException(kNoService);
   if (eEffect == Effect::kOnceAtMost && !Settings().bSafe) eEffect = Effect::kCreates;
   const CString* pImpersonated = nullptr;
@@ -202,7 +204,8 @@ SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(Soap
     }
     pImpersonated = &m_objImpersonated->Id();
   }
-  SoapWriter objWriter(m_eVersion, pImpersonated);
+  SoapWriter objWriter(m_eVersion, pImpersonated,
+                       bInZone ? platform::WindowsTimeZoneName() : std::string());
   fnBody(objWriter);
   RequestBody objBody = objWriter.Finish();
   HttpRequest objRequest = MakeRequest(objBody);
@@ -211,8 +214,9 @@ SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(Soap
 }
 
 ResponseMessage ExchangeService::CallForOne(Effect eEffect,
-                                            const std::function<void(SoapWriter&)>& fnBody) {
-  SoapResponse objResponse = Call(eEffect, fnBody);
+                                            const std::function<void(SoapWriter&)>& fnBody,
+                                            bool bInZone) {
+  SoapResponse objResponse = Call(eEffect, fnBody, bInZone);
   if (objResponse.arrMessages.empty()) {
     throw ServiceException(eEffect == Effect::kCreates ? WithOpenOutcome(kNoAnswer, "The server")
                                                        : kNoAnswer);

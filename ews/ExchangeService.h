@@ -95,10 +95,13 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
 
   // One SOAP call, for the classes of this library: fnBody writes what stands in the body. Returns
   // the response messages as they are, failed ones too; a fault has been thrown, and so has the
-  // failure of a message that is the only one.
-  SoapResponse Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody);
+  // failure of a message that is the only one. bInZone: the header names the machine's time zone,
+  // in which the server is to read dates.
+  SoapResponse Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody,
+                    bool bInZone = false);
   // The same for a call with one response message: the message, or its failure thrown.
-  ResponseMessage CallForOne(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody);
+  ResponseMessage CallForOne(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody,
+                             bool bInZone = false);
 
  private:
   FindFoldersResults Find(const FolderId& objParent, const SearchFilter* pFilter,

@@ -1,9 +1,6 @@
 #include "ews/ExtendedProperty.h"
 
 #include <algorithm>
-#include <chrono>
-
-#include <fmt/format.h>
 
 #include "ews/ServiceException.h"
 #include "ews/SoapWriter.h"
@@ -36,18 +33,30 @@ CString ValueText(const ExtendedPropertyValue& objValue) {
   return std::get<CString>(objValue);
 }
 
+// "00062004-0000-0000-c000-000000000046" of the same text in braces and capitals, too.
+CString GuidText(CString strGuid) {
+  constexpr std::u16string_view kForm = u"xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+  strGuid.MakeLower();
+  if (strGuid.GetLength() == static_cast<int>(kForm.size()) + 2 && strGuid[0] == u'{' &&
+      strGuid[strGuid.GetLength() - 1] == u'}') {
+    strGuid = strGuid.Mid(1, static_cast<int>(kForm.size()));
+  }
+  const auto FitsForm = [](char16_t ch, char16_t chForm) {
+    if (chForm == u'-') return ch == chForm;
+    return (ch >= u'0' && ch <= u'9') || (ch >= u'a' && ch <= u'f');
+  };
+  const std::u16string_view str = strGuid.View();
+  if (str.size() != kForm.size() || !std::equal(str.begin(), str.end(), kForm.begin(), FitsForm)) {
+    throw ServiceException("The id of a property set is no GUID.");
+  }
+  return strGuid;
+}
+
 }  // namespace
 
-std::string FormatUtc(UtcTime objTime) {
-  const std::chrono::sys_seconds objSeconds{std::chrono::seconds(objTime.nSeconds)};
-  const auto objDay = std::chrono::floor<std::chrono::days>(objSeconds);
-  const std::chrono::year_month_day objDate(objDay);
-  const std::chrono::hh_mm_ss objClock(objSeconds - objDay);
-  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", static_cast<int>(objDate.year()),
-                     static_cast<unsigned>(objDate.month()), static_cast<unsigned>(objDate.day()),
-                     objClock.hours().count(), objClock.minutes().count(),
-                     objClock.seconds().count());
-}
+ExtendedPropertyDefinition::ExtendedPropertyDefinition(CString strPropertySetId, int nId,
+                                                       MapiPropertyType eType)
+    : m_strPropertySetId(GuidText(std::move(strPropertySetId))), m_nId(nId), m_eType(eType) {}
 
 ExtendedPropertyDefinition ExtendedPropertyDefinition::PublicString(CString strName) {
   ExtendedPropertyDefinition objDefinition(0, MapiPropertyType::String);
@@ -71,28 +80,36 @@ void ExtendedPropertyDefinition::WriteTo(SoapWriter& objWriter) const {
   objWriter.End();
 }
 
+void ExtendedProperty::WriteTo(SoapWriter& objWriter) const {
+  objWriter.Start(SoapWriter::kTypes, "ExtendedProperty");
+  objDefinition.WriteTo(objWriter);
+  objWriter.Element(SoapWriter::kTypes, "Value", ValueText(objValue));
+  objWriter.End();
+}
+
 void ExtendedPropertyCollection::Set(const ExtendedPropertyDefinition& objDefinition,
                                      ExtendedPropertyValue objValue) {
   if (!Fits(objDefinition.MapiType(), objValue)) {
     throw ServiceException("The value of an extended property does not fit its type.");
   }
-  const auto it = std::find_if(m_arr.begin(), m_arr.end(), [&](const Entry& objEntry) {
-    return objEntry.objDefinition == objDefinition;
+  const auto it = std::find_if(m_arr.begin(), m_arr.end(), [&](const ExtendedProperty& objKnown) {
+    return objKnown.objDefinition == objDefinition;
   });
   if (it != m_arr.end()) {
     it->objValue = std::move(objValue);
+    it->bTouched = true;
   } else {
     m_arr.push_back({objDefinition, std::move(objValue)});
   }
 }
 
-void ExtendedPropertyCollection::WriteTo(SoapWriter& objWriter) const {
-  for (const Entry& objEntry : m_arr) {
-    objWriter.Start(SoapWriter::kTypes, "ExtendedProperty");
-    objEntry.objDefinition.WriteTo(objWriter);
-    objWriter.Element(SoapWriter::kTypes, "Value", ValueText(objEntry.objValue));
-    objWriter.End();
-  }
+bool ExtendedPropertyCollection::IsTouched() const {
+  return std::any_of(m_arr.begin(), m_arr.end(),
+                     [](const ExtendedProperty& objProperty) { return objProperty.bTouched; });
+}
+
+void ExtendedPropertyCollection::SetStored() {
+  for (ExtendedProperty& objProperty : m_arr) objProperty.bTouched = false;
 }
 
 }  // namespace ews

@@ -1,6 +1,9 @@
 #include "ews/Item.h"
 
+#include <algorithm>
+
 #include "ews/ExchangeService.h"
+#include "ews/ItemFields.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
 #include "ews/SoapWriter.h"
@@ -8,26 +11,92 @@
 namespace ews {
 
 using enum SoapWriter::Vocabulary;
+using Effect = ExchangeService::Effect;
 
 namespace {
+
 constexpr const char* kAttachmentsFailed = "At least one attachment couldn't be created.";
+
+constexpr std::string_view kMimeContent = "item:MimeContent";
+constexpr std::string_view kBody = "item:Body";
+constexpr std::string_view kAttachments = "item:Attachments";  // never touched: they go apart then
+constexpr std::string_view kCategories = "item:Categories";
+constexpr std::string_view kImportance = "item:Importance";
+
 }  // namespace
+
+void Item::SetMimeContent(MimeContent objContent) {
+  m_objMimeContent = std::move(objContent);
+  Touch(kMimeContent);
+}
+
+void Item::SetBody(MessageBody objBody) {
+  m_objBody = std::move(objBody);
+  Touch(kBody);
+}
+
+void Item::SetImportance(ews::Importance eImportance) {
+  m_eImportance = eImportance;
+  Touch(kImportance);
+}
+
+void Item::SetCategories(StringList objList) {
+  m_objCategories = std::move(objList);
+  Touch(kCategories);
+}
+
+void Item::Touch(std::string_view strUri) {
+  if (!m_objId.IsSet()) return;
+  if (!IsTouched(strUri)) m_arrTouched.push_back(strUri);
+}
+
+bool Item::IsTouched(std::string_view strUri) const {
+  return std::find(m_arrTouched.begin(), m_arrTouched.end(), strUri) != m_arrTouched.end();
+}
 
 void Item::Save(const FolderId& objFolder) {
   if (!m_pService) throw ServiceException(kNoService);
   if (m_objId.IsSet()) throw ServiceException(kHasId);
+  const auto fnBody = [&](SoapWriter& objWriter) { WriteCreateItem(objWriter, objFolder); };
   const ResponseMessage objAnswer =
-      m_pService->CallForOne(ExchangeService::Effect::kCreates,
-                             [&](SoapWriter& objWriter) { WriteCreateItem(objWriter, objFolder); });
+      m_pService->CallForOne(Effect::kCreates, fnBody, !LocalFields().empty());
   if (objAnswer.arrItems.empty() || objAnswer.arrItems.front().strId.empty()) {
     throw ServiceException(
         WithOpenOutcome("The request failed. The server named no id for the new item.", "It"));
   }
   const ItemRecord& objRecord = objAnswer.arrItems.front();
   m_objId = {CString::FromUtf8(objRecord.strId), CString::FromUtf8(objRecord.strChangeKey)};
+  SetStored();
   // A server that knows attachments inside CreateItem lists them; one that does not is given them
   // apart. How many it lists says nothing: a mail can bring attachments of its own.
-  if (m_objAttachments.Count() > 0 && !objRecord.bAttachments) CreateAttachments();
+  if (objRecord.bAttachments) {
+    m_objAttachments.SetStored(objRecord.arrAttachmentIds);
+  } else if (m_objAttachments.HasNew()) {
+    CreateAttachments();
+  }
+}
+
+void Item::SendChanges(const std::function<void(SoapWriter&)>& fnAttributes) {
+  if (!m_pService) throw ServiceException(kNoService);
+  if (!m_objId.IsSet()) throw ServiceException(kNoId);
+  if (!m_arrTouched.empty() || m_objProperties.IsTouched()) {
+    const auto fnBody = [&](SoapWriter& objWriter) { WriteUpdateItem(objWriter, fnAttributes); };
+    const auto arrLocal = LocalFields();
+    const bool bInZone = std::any_of(arrLocal.begin(), arrLocal.end(),
+                                     [&](std::string_view strUri) { return IsTouched(strUri); });
+    const ResponseMessage objAnswer = m_pService->CallForOne(Effect::kCreates, fnBody, bInZone);
+    if (!objAnswer.arrItems.empty() && !objAnswer.arrItems.front().strId.empty()) {
+      const ItemRecord& objRecord = objAnswer.arrItems.front();
+      m_objId = {CString::FromUtf8(objRecord.strId), CString::FromUtf8(objRecord.strChangeKey)};
+    }
+    SetStored();
+  }
+  if (m_objAttachments.HasNew()) CreateAttachments();
+}
+
+void Item::SetStored() {
+  m_arrTouched.clear();
+  m_objProperties.SetStored();
 }
 
 void Item::WriteCreateAttributes(SoapWriter& objWriter) const {
@@ -42,59 +111,55 @@ void Item::WriteCreateItem(SoapWriter& objWriter, const FolderId& objFolder) con
   objWriter.End();
   objWriter.Start(kMessages, "Items");
   objWriter.Start(kTypes, ElementName());
-  WriteCommonProperties(objWriter);
-  WriteOwnProperties(objWriter);
+  ItemFields objFields(objWriter);
+  WriteFields(objFields);
   objWriter.End();
   objWriter.End();
   objWriter.End();
 }
 
-void Item::WriteCommonProperties(SoapWriter& objWriter) const {
-  if (m_objMimeContent.IsSet()) {
-    objWriter.Start(kTypes, "MimeContent");
+void Item::WriteUpdateItem(SoapWriter& objWriter,
+                           const std::function<void(SoapWriter&)>& fnAttributes) const {
+  objWriter.Start(kMessages, "UpdateItem");
+  fnAttributes(objWriter);
+  objWriter.Start(kMessages, "ItemChanges");
+  objWriter.Start(kTypes, "ItemChange");
+  objWriter.Start(kTypes, "ItemId");
+  objWriter.Attribute("Id", m_objId.strUniqueId);
+  if (!m_objId.strChangeKey.IsEmpty()) objWriter.Attribute("ChangeKey", m_objId.strChangeKey);
+  objWriter.End();
+  objWriter.Start(kTypes, "Updates");
+  ItemFields objFields(objWriter, ElementName(), m_arrTouched);
+  WriteFields(objFields);
+  objWriter.End();
+  objWriter.End();
+  objWriter.End();
+  objWriter.End();
+}
+
+void Item::WriteFields(ItemFields& objFields) const {
+  objFields.Field(kMimeContent, m_objMimeContent.IsSet(), [&](SoapWriter& objWriter) {
     objWriter.Attribute("CharacterSet", m_objMimeContent.CharacterSet());
     objWriter.Base64(m_objMimeContent.Content(), m_objMimeContent.Length());
-    objWriter.End();
-  }
-  if (m_objBody) {
-    objWriter.Start(kTypes, "Body");
+  });
+  objFields.Field(kBody, m_objBody.has_value(), [&](SoapWriter& objWriter) {
     objWriter.Attribute("BodyType", WireName(m_objBody->BodyType()));
     objWriter.Text(m_objBody->Text());
-    objWriter.End();
-  }
-  if (m_objAttachments.Count() > 0) {
-    objWriter.Start(kTypes, "Attachments");
-    m_objAttachments.WriteTo(objWriter);
-    objWriter.End();
-  }
-  if (!m_arrCategories.empty()) {
-    objWriter.Start(kTypes, "Categories");
-    for (const CString& str : m_arrCategories) objWriter.Element(kTypes, "String", str);
-    objWriter.End();
-  }
-  if (m_eImportance) objWriter.Element(kTypes, "Importance", WireName(*m_eImportance));
-  m_objProperties.WriteTo(objWriter);
+  });
+  objFields.Field(kAttachments, m_objAttachments.HasNew(),
+                  [&](SoapWriter& objWriter) { m_objAttachments.WriteNewTo(objWriter); });
+  objFields.Field(kCategories, !Categories().empty(), [&](SoapWriter& objWriter) {
+    for (const CString& str : Categories()) objWriter.Element(kTypes, "String", str);
+  });
+  objFields.Field(kImportance, m_eImportance.has_value(),
+                  [&](SoapWriter& objWriter) { objWriter.Text(WireName(*m_eImportance)); });
+  objFields.Extended(m_objProperties);
+  WriteOwnFields(objFields);
 }
 
 void Item::CreateAttachments() {
   try {
-    const SoapResponse objAnswer =
-        m_pService->Call(ExchangeService::Effect::kCreates, [&](SoapWriter& objWriter) {
-          objWriter.Start(kMessages, "CreateAttachment");
-          objWriter.Start(kMessages, "ParentItemId");
-          objWriter.Attribute("Id", m_objId.strUniqueId);
-          objWriter.End();
-          objWriter.Start(kMessages, "Attachments");
-          m_objAttachments.WriteTo(objWriter);
-          objWriter.End();
-          objWriter.End();
-        });
-    if (objAnswer.arrMessages.empty()) throw ServiceException(kNoAnswer);
-    for (const ResponseMessage& objMessage : objAnswer.arrMessages) {
-      if (objMessage.bError) {
-        throw ServiceResponseException(objMessage.strText, objMessage.strCode);
-      }
-    }
+    SendNewAttachments();
   } catch (const ServiceResponseException& e) {
     if (Settings().bSafe) FailIncomplete(e);
     throw ServiceResponseException(kAttachmentsFailed, e.ErrorCode());
@@ -136,6 +201,27 @@ bool Item::Delete() {
   } catch (const ServiceException&) {
     return false;
   }
+}
+
+void Item::SendNewAttachments() {
+  const SoapResponse objAnswer = m_pService->Call(Effect::kCreates, [&](SoapWriter& objWriter) {
+    objWriter.Start(kMessages, "CreateAttachment");
+    objWriter.Start(kMessages, "ParentItemId");
+    objWriter.Attribute("Id", m_objId.strUniqueId);
+    objWriter.End();
+    objWriter.Start(kMessages, "Attachments");
+    m_objAttachments.WriteNewTo(objWriter);
+    objWriter.End();
+    objWriter.End();
+  });
+  if (objAnswer.arrMessages.empty()) throw ServiceException(kNoAnswer);
+  std::vector<std::string> arrIds;
+  for (const ResponseMessage& objMessage : objAnswer.arrMessages) {
+    if (objMessage.bError) throw ServiceResponseException(objMessage.strText, objMessage.strCode);
+    arrIds.insert(arrIds.end(), objMessage.arrAttachmentIds.begin(),
+                  objMessage.arrAttachmentIds.end());
+  }
+  m_objAttachments.SetStored(arrIds);
 }
 
 ItemRecord Item::Fetch(ExchangeService& objService, const ItemId& objId) {

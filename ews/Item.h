@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -11,12 +13,15 @@
 #include "ews/ItemId.h"
 #include "ews/MessageBody.h"
 #include "ews/MimeContent.h"
+#include "ews/StringList.h"
 #include "ews/Types.h"
 
 namespace ews {
 
 class ExchangeService;
 class ServiceException;
+class ItemFields;
+class SoapWriter;
 struct ItemRecord;
 
 // What all items have in common. Properties go out in the schema's order, whatever order they were
@@ -29,15 +34,15 @@ class Item {
   Item(Item&&) = default;
   Item& operator=(Item&&) = default;
 
-  void SetMimeContent(MimeContent objContent) { m_objMimeContent = std::move(objContent); }
+  void SetMimeContent(MimeContent objContent);
   const MimeContent& GetMimeContent() const { return m_objMimeContent; }
-  void SetBody(MessageBody objBody) { m_objBody = std::move(objBody); }
+  void SetBody(MessageBody objBody);
   const std::optional<MessageBody>& Body() const { return m_objBody; }
-  void SetImportance(ews::Importance eImportance) { m_eImportance = eImportance; }
+  void SetImportance(ews::Importance eImportance);
   std::optional<ews::Importance> Importance() const { return m_eImportance; }
   // An empty list does not go out.
-  void SetCategories(std::vector<CString> arr) { m_arrCategories = std::move(arr); }
-  const std::vector<CString>& Categories() const { return m_arrCategories; }
+  void SetCategories(StringList objList);
+  const std::vector<CString>& Categories() const { return m_objCategories.Strings(); }
   AttachmentCollection& Attachments() { return m_objAttachments; }
   // A definition set before gets the new value. Throws ServiceException if the value does not fit
   // the definition's type.
@@ -48,8 +53,9 @@ class Item {
   const ItemId& Id() const { return m_objId; }
 
   // Stores the item in the folder, attachments included, without sending anything to anyone, and
-  // fills Id. Throws ServiceException: the server's text when it refuses; the library's own text
-  // for an item that has an id already. After a failure without an id it can be called again.
+  // fills Id and the attachments' ids. Throws ServiceException: the server's text when it refuses;
+  // the library's own text for an item that has an id already. After a failure without an id it can
+  // be called again.
   void Save(const FolderId& objFolder);
 
  protected:
@@ -59,28 +65,43 @@ class Item {
   static ItemRecord Fetch(ExchangeService& objService, const ItemId& objId);
   void TakeOver(const ItemRecord& objRecord);
 
- private:
-  virtual std::string_view ElementName() const = 0;
-  // The elements of the item's own class, which stand after those of all items.
-  virtual void WriteOwnProperties(SoapWriter& objWriter) const = 0;
+  // To be called whenever a field's value may have changed; the URI is kept as a view.
+  void Touch(std::string_view strUri);
+  // Sends what was touched since the item was stored, and attachments that came after it; nothing
+  // where there is nothing. fnAttributes writes the attributes of UpdateItem. Throws as Save does,
+  // and for an item without an id.
+  void SendChanges(const std::function<void(SoapWriter&)>& fnAttributes);
   // Attributes of CreateItem.
   virtual void WriteCreateAttributes(SoapWriter& objWriter) const;
 
+ private:
+  virtual std::string_view ElementName() const = 0;
+  // The fields of the item's own class, which stand after those of all items.
+  virtual void WriteOwnFields(ItemFields& objFields) const = 0;
+  // The URIs of fields that the server reads in a time zone, in which it also counts a series.
+  virtual std::span<const std::string_view> LocalFields() const { return {}; }
+
+  void WriteFields(ItemFields& objFields) const;
   void WriteCreateItem(SoapWriter& objWriter, const FolderId& objFolder) const;
-  void WriteCommonProperties(SoapWriter& objWriter) const;
+  void WriteUpdateItem(SoapWriter& objWriter,
+                       const std::function<void(SoapWriter&)>& fnAttributes) const;
   void CreateAttachments();
   // Deletes what was made without its attachments, and throws what its user is told.
   [[noreturn]] void FailIncomplete(const ServiceException& objError);
   bool Delete();
+  void SendNewAttachments();
+  bool IsTouched(std::string_view strUri) const;
+  void SetStored();
 
   std::shared_ptr<ExchangeService> m_pService;
   ItemId m_objId;
   MimeContent m_objMimeContent;
   std::optional<MessageBody> m_objBody;
   AttachmentCollection m_objAttachments;
-  std::vector<CString> m_arrCategories;
+  StringList m_objCategories;
   std::optional<ews::Importance> m_eImportance;
   ExtendedPropertyCollection m_objProperties;
+  std::vector<std::string_view> m_arrTouched;  // URIs of fields; empty before the item is stored
 };
 
 }  // namespace ews

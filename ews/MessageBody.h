@@ -10,6 +10,7 @@ class MessageBody {
  public:
   MessageBody() = default;
   MessageBody(CString strText) : m_strText(std::move(strText)) {}  // NOLINT: implicit by design
+  MessageBody(const char16_t* psz) : m_strText(psz) {}             // NOLINT: implicit by design
   MessageBody(ews::BodyType eType, CString strText)
       : m_eType(eType), m_strText(std::move(strText)) {}
 

@@ -60,6 +60,9 @@ inline constexpr const char* kNoAnswer =
 inline constexpr const char* kHasId =
     "This operation can't be performed because this service object already has an ID. To update "
     "this service object, use the Update() method instead.";
+inline constexpr const char* kNoId =
+    "This operation can't be performed because this service object doesn't have an Id.";
+inline constexpr const char* kNoRecurrence = "This item has no recurrence pattern.";
 
 // Parts of texts by which whoever reads them tells kinds of failure apart. They stand at a text's
 // end: the rest of it may quote anything, a mail's own words too.

@@ -71,11 +71,19 @@ ServiceException InvalidValue(std::u16string_view strValue, std::string_view str
 
 bool IsXmlText(std::u16string_view str) { return FindForbidden(str) == std::u16string_view::npos; }
 
-SoapWriter::SoapWriter(ExchangeVersion eVersion, const CString* pImpersonated) {
+SoapWriter::SoapWriter(ExchangeVersion eVersion, const CString* pImpersonated,
+                       std::string_view strTimeZone) {
   m_strText = kOpening;
   Start(kTypes, "RequestServerVersion");
   Attribute("Version", WireName(eVersion));
   End();
+  if (!strTimeZone.empty()) {
+    Start(kTypes, "TimeZoneContext");
+    Start(kTypes, "TimeZoneDefinition");
+    Attribute("Id", strTimeZone);
+    End();
+    End();
+  }
   if (pImpersonated) {
     Start(kTypes, "ExchangeImpersonation");
     Start(kTypes, "ConnectingSID");

@@ -22,8 +22,10 @@ class SoapWriter {
   static constexpr auto kMessages = Vocabulary::kMessages;
   static constexpr auto kTypes = Vocabulary::kTypes;
 
-  // strImpersonated: the SMTP address to impersonate; null for none.
-  SoapWriter(ExchangeVersion eVersion, const CString* pImpersonated);
+  // pImpersonated: the SMTP address to impersonate; null for none. strTimeZone: the Windows name of
+  // the zone that dates are to be read in; empty for none, which is UTC.
+  SoapWriter(ExchangeVersion eVersion, const CString* pImpersonated,
+             std::string_view strTimeZone = {});
 
   void Start(Vocabulary eVocabulary, std::string_view strName);
   void Attribute(std::string_view strName, std::u16string_view strValue);

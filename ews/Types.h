@@ -34,11 +34,69 @@ enum class MapiPropertyType { Boolean, Integer, String, SystemTime };
 enum class ConnectingIdType { SmtpAddress = 2 };
 enum class PropertySet { FirstClassProperties };
 
+// What a change does to one that somebody else made meanwhile.
+enum class ConflictResolutionMode { NeverOverwrite, AutoResolve, AlwaysOverwrite };
+// Whom a change is sent to. The service knows more; a migration writes to nobody.
+enum class SendInvitationsOrCancellationsMode { SendToNone };
+
+enum class DayOfTheWeek { Sunday, Monday, Tuesday, Wednesday, Thursday, Friday, Saturday };
+enum class DayOfTheWeekIndex { First, Second, Third, Fourth, Last };
+// A number that is none of these is told apart by IsMonth.
+enum class Month {
+  January = 1,
+  February,
+  March,
+  April,
+  May,
+  June,
+  July,
+  August,
+  September,
+  October,
+  November,
+  December,
+};
+constexpr bool IsMonth(Month e) { return e >= Month::January && e <= Month::December; }
+
+enum class EmailAddressKey { EmailAddress1, EmailAddress2, EmailAddress3 };
+enum class ImAddressKey { ImAddress1, ImAddress2, ImAddress3 };
+enum class PhysicalAddressKey { Business, Home, Other };
+enum class PhoneNumberKey {
+  AssistantPhone,
+  BusinessFax,
+  BusinessPhone,
+  BusinessPhone2,
+  Callback,
+  CarPhone,
+  CompanyMainPhone,
+  HomeFax,
+  HomePhone,
+  HomePhone2,
+  Isdn,
+  MobilePhone,
+  OtherFax,
+  OtherTelephone,
+  Pager,
+  PrimaryPhone,
+  RadioPhone,
+  Telex,
+  TtyTddPhone,
+};
+
 // The names on the wire; each stays good for ever.
 std::string_view WireName(ExchangeVersion e);
 std::string_view WireName(WellKnownFolderName e);  // all lower case
 std::string_view WireName(Importance e);
 std::string_view WireName(BodyType e);
 std::string_view WireName(MapiPropertyType e);
+std::string_view WireName(ConflictResolutionMode e);
+std::string_view WireName(SendInvitationsOrCancellationsMode e);
+std::string_view WireName(DayOfTheWeek e);
+std::string_view WireName(DayOfTheWeekIndex e);
+std::string_view WireName(Month e);  // empty for a number that is no month
+std::string_view WireName(EmailAddressKey e);
+std::string_view WireName(ImAddressKey e);
+std::string_view WireName(PhysicalAddressKey e);
+std::string_view WireName(PhoneNumberKey e);
 
 }  // namespace ews

@@ -229,10 +229,4 @@ TEST_F(ExchangeServiceTest, WithoutAServiceAnItemSaysSoAndBindOfNothingAsksNobod
   EXPECT_THROW(homeless.Save(ews::FolderId()), ews::ServiceException);
 }
 
-TEST(UtcTime, IsWrittenWithAZ) {
-  EXPECT_EQ(ews::FormatUtc({1709630100}), "2024-03-05T09:15:00Z");
-  EXPECT_EQ(ews::FormatUtc({-1}), "1969-12-31T23:59:59Z");
-  EXPECT_EQ(ews::FormatUtc({951782400}), "2000-02-29T00:00:00Z");
-}
-
 }  // namespace

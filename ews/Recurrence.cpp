@@ -1,0 +1,116 @@
+#include "ews/Recurrence.h"
+
+#include <algorithm>
+#include <string>
+
+#include "ews/ServiceException.h"
+#include "ews/SoapWriter.h"
+#include "ews/WireTime.h"
+
+namespace ews {
+
+using enum SoapWriter::Vocabulary;
+
+namespace {
+
+int ValidInterval(int nInterval) { return std::max(nInterval, 1); }
+
+int ValidDayOfMonth(int nDay) {
+  if (nDay < 1 || nDay > 31) throw ServiceException("DayOfMonth must be between 1 and 31.");
+  return nDay;
+}
+
+void WriteNumber(SoapWriter& objWriter, std::string_view strElement, int nNumber) {
+  objWriter.Element(kTypes, strElement, std::string_view(std::to_string(nNumber)));
+}
+
+}  // namespace
+
+Recurrence::Recurrence(const COleDateTime& dtStart, Pattern objPattern)
+    : m_objPattern(objPattern), m_dtStart(ValidDate(dtStart)) {}
+
+Recurrence Recurrence::DailyPattern(const COleDateTime& dtStart, int nInterval) {
+  return {dtStart, {.strElement = "DailyRecurrence", .nInterval = ValidInterval(nInterval)}};
+}
+
+Recurrence Recurrence::WeeklyPattern(const COleDateTime& dtStart, int nInterval,
+                                     DayOfTheWeek eDay) {
+  return {dtStart,
+          {.strElement = "WeeklyRecurrence", .nInterval = ValidInterval(nInterval), .eDay = eDay}};
+}
+
+Recurrence Recurrence::MonthlyPattern(const COleDateTime& dtStart, int nInterval, int nDayOfMonth) {
+  return {dtStart,
+          {.strElement = "AbsoluteMonthlyRecurrence",
+           .nInterval = ValidInterval(nInterval),
+           .nDayOfMonth = ValidDayOfMonth(nDayOfMonth)}};
+}
+
+Recurrence Recurrence::RelativeMonthlyPattern(const COleDateTime& dtStart, int nInterval,
+                                              DayOfTheWeek eDay, DayOfTheWeekIndex eIndex) {
+  return {dtStart,
+          {.strElement = "RelativeMonthlyRecurrence",
+           .nInterval = ValidInterval(nInterval),
+           .eDay = eDay,
+           .eIndex = eIndex}};
+}
+
+Recurrence Recurrence::YearlyPattern(const COleDateTime& dtStart, Month eMonth, int nDayOfMonth) {
+  return {dtStart,
+          {.strElement = "AbsoluteYearlyRecurrence",
+           .nDayOfMonth = ValidDayOfMonth(nDayOfMonth),
+           .eMonth = eMonth}};
+}
+
+void Recurrence::SetStartDate(const COleDateTime& dtStart) { m_dtStart = ValidDate(dtStart); }
+
+void Recurrence::SetEndDate(const COleDateTime& dtEnd) { m_objEnd = ValidDate(dtEnd); }
+
+void Recurrence::SetNumberOfOccurrences(int nNumber) {
+  if (nNumber >= 1) m_objEnd = nNumber;
+}
+
+std::optional<COleDateTime> Recurrence::EndDate() const {
+  const auto* pEnd = std::get_if<COleDateTime>(&m_objEnd);
+  return pEnd ? std::optional(*pEnd) : std::nullopt;
+}
+
+std::optional<int> Recurrence::NumberOfOccurrences() const {
+  const auto* pNumber = std::get_if<int>(&m_objEnd);
+  return pNumber ? std::optional(*pNumber) : std::nullopt;
+}
+
+void Recurrence::WriteTo(SoapWriter& objWriter) const {
+  WritePattern(objWriter);
+  WriteRange(objWriter);
+}
+
+void Recurrence::WritePattern(SoapWriter& objWriter) const {
+  objWriter.Start(kTypes, m_objPattern.strElement);
+  if (m_objPattern.nInterval) WriteNumber(objWriter, "Interval", *m_objPattern.nInterval);
+  if (m_objPattern.nDayOfMonth) WriteNumber(objWriter, "DayOfMonth", *m_objPattern.nDayOfMonth);
+  if (m_objPattern.eDay) objWriter.Element(kTypes, "DaysOfWeek", WireName(*m_objPattern.eDay));
+  if (m_objPattern.eIndex) {
+    objWriter.Element(kTypes, "DayOfWeekIndex", WireName(*m_objPattern.eIndex));
+  }
+  if (m_objPattern.eMonth) {
+    const bool bMonth = IsMonth(*m_objPattern.eMonth);
+    const Month eMonth = bMonth ? *m_objPattern.eMonth : static_cast<Month>(m_dtStart.GetMonth());
+    objWriter.Element(kTypes, "Month", WireName(eMonth));
+  }
+  objWriter.End();
+}
+
+void Recurrence::WriteRange(SoapWriter& objWriter) const {
+  const auto objEnd = EndDate();
+  const auto nNumber = NumberOfOccurrences();
+  objWriter.Start(kTypes, objEnd    ? "EndDateRecurrence"
+                          : nNumber ? "NumberedRecurrence"
+                                    : "NoEndRecurrence");
+  objWriter.Element(kTypes, "StartDate", std::string_view(FormatLocalDay(m_dtStart)));
+  if (objEnd) objWriter.Element(kTypes, "EndDate", std::string_view(FormatLocalDay(*objEnd)));
+  if (nNumber) WriteNumber(objWriter, "NumberOfOccurrences", *nNumber);
+  objWriter.End();
+}
+
+}  // namespace ews
