@@ -64,8 +64,9 @@ Failure FailureOf(const HttpResponse& objResponse, const std::string& strCode,
   return objFailure;
 }
 
+// strWhy completes "The answer of the server".
 ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objResponse,
-                        ExchangeService::Effect eEffect) {
+                        ExchangeService::Effect eEffect, std::string_view strWhy) {
   const std::uint64_t nBytes = objRequest.pBody ? objRequest.pBody->Length() : 0;
   Failure objFailure = FailureOfStatus(objResponse);
   // A gateway that asks for time may have passed on what it was given.
@@ -76,7 +77,7 @@ ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objRe
   if (objResponse.nStatus / 100 == 2) {
     objFailure.bMayBeCarriedOut = true;
     strText = "The request failed. The answer of the server " + HostForMessage(objRequest.strUrl) +
-              " is no answer of a mailbox service.";
+              " " + std::string(strWhy) + ".";
   }
   if (objFailure.bMayBeCarriedOut && eEffect == ExchangeService::Effect::kCreates) {
     strText = WithOpenOutcome(std::move(strText), "It");
@@ -90,7 +91,8 @@ ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objRe
 // The answer, or its failure thrown; those of single messages among several are the caller's.
 SoapResponse Judge(const HttpRequest& objRequest, const HttpResponse& objResponse,
                    ExchangeService::Effect eEffect) {
-  auto objSoap = ReadSoapResponse(objResponse.strBody);
+  std::string_view strWhy;
+  auto objSoap = ReadSoapResponse(objResponse.strBody, &strWhy);
   if (objSoap && objSoap->objFault) {
     const SoapFault& objFault = *objSoap->objFault;
     throw Refusal(objFault.strText, objFault.strCode,
@@ -101,7 +103,9 @@ SoapResponse Judge(const HttpRequest& objRequest, const HttpResponse& objRespons
     throw Refusal(objMessage.strText, objMessage.strCode,
                   FailureOf(objResponse, objMessage.strCode, objMessage.nBackOff), eEffect);
   }
-  if (objResponse.nStatus != 200 || !objSoap) throw NoSoap(objRequest, objResponse, eEffect);
+  if (objResponse.nStatus != 200 || !objSoap) {
+    throw NoSoap(objRequest, objResponse, eEffect, strWhy);
+  }
   return std::move(*objSoap);
 }
 

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "ews/XmlNames.h"
+#include "platform/Unicode.h"
 
 namespace ews {
 namespace {
@@ -148,13 +149,39 @@ ResponseMessage ReadMessage(pugi::xml_node objNode) {
   return objMessage;
 }
 
+// True for an 8-bit text that names a charset which the parser does not know, and needs it.
+bool IsOfUnknownCharset(const pugi::xml_document& objDocument, std::string_view strXml) {
+  const pugi::xml_node objFirst = objDocument.first_child();
+  if (objFirst.type() != pugi::node_declaration) return false;
+  std::string strName = objFirst.attribute("encoding").value();
+  std::transform(strName.begin(), strName.end(), strName.begin(),
+                 [](char ch) { return ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch + 32) : ch; });
+  const bool bKnown = strName.empty() || strName.starts_with("utf-") || strName == "iso-8859-1" ||
+                      strName == "latin1";
+  return !bKnown && !platform::IsValidUtf8(strXml);
+}
+
+// Why a text is no answer to be read; "" for one that is.
+std::string_view WhyNoAnswer(const pugi::xml_document& objDocument, XmlText eText,
+                             std::string_view strXml) {
+  if (eText == XmlText::kTooMuchMarkup) return "has more parts than are read";
+  if (eText == XmlText::kMalformed || !Child(Child(objDocument, "Envelope"), "Body")) {
+    return "is no answer of a mailbox service";
+  }
+  if (eText == XmlText::kDocumentType) return "defines a document type, which none may";
+  if (IsOfUnknownCharset(objDocument, strXml)) return "is in a charset that is not known here";
+  return "";
+}
+
 }  // namespace
 
-std::optional<SoapResponse> ReadSoapResponse(std::string_view strXml) {
+std::optional<SoapResponse> ReadSoapResponse(std::string_view strXml, std::string_view* pWhy) {
   pugi::xml_document objDocument;
-  if (!LoadXml(objDocument, strXml)) return std::nullopt;
+  const XmlText eText = ParseXml(objDocument, strXml);
+  const std::string_view strWhy = WhyNoAnswer(objDocument, eText, strXml);
+  if (pWhy) *pWhy = strWhy;
+  if (!strWhy.empty()) return std::nullopt;
   const pugi::xml_node objBody = Child(Child(objDocument, "Envelope"), "Body");
-  if (!objBody) return std::nullopt;
   SoapResponse objResponse;
   if (const pugi::xml_node objFault = Child(objBody, "Fault")) {
     objResponse.objFault = ReadFault(objFault);

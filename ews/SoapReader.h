@@ -66,7 +66,10 @@ struct SoapResponse {
   std::vector<ResponseMessage> arrMessages;
 };
 
-// All text is UTF-8. Nothing for what is no SOAP envelope with a body. Does not throw.
-std::optional<SoapResponse> ReadSoapResponse(std::string_view strXml);
+// All text is UTF-8; a broken character of an answer in UTF-8 becomes U+FFFD where it is read on.
+// Nothing for what is no SOAP envelope with a body, or one that is not to be trusted; *pWhy then
+// says so, as what follows "The answer of the server". Does not throw.
+std::optional<SoapResponse> ReadSoapResponse(std::string_view strXml,
+                                             std::string_view* pWhy = nullptr);
 
 }  // namespace ews

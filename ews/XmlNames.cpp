@@ -1,5 +1,7 @@
 #include "ews/XmlNames.h"
 
+#include <algorithm>
+
 namespace ews {
 
 std::string_view LocalName(pugi::xml_node objNode) {
@@ -17,9 +19,21 @@ pugi::xml_node Child(pugi::xml_node objParent, std::string_view strLocalName) {
   return {};
 }
 
+XmlText ParseXml(pugi::xml_document& objDocument, std::string_view strXml) {
+  constexpr unsigned kOptions = pugi::parse_default | pugi::parse_ws_pcdata_single |
+                                pugi::parse_doctype | pugi::parse_declaration;
+  const auto IsMark = [](char ch) { return ch == '<' || ch == '='; };
+  const auto nMarkup = std::count_if(strXml.begin(), strXml.end(), IsMark);
+  if (static_cast<size_t>(nMarkup) > kMostMarkup) return XmlText::kTooMuchMarkup;
+  if (!objDocument.load_buffer(strXml.data(), strXml.size(), kOptions)) return XmlText::kMalformed;
+  for (const pugi::xml_node objChild : objDocument.children()) {
+    if (objChild.type() == pugi::node_doctype) return XmlText::kDocumentType;
+  }
+  return XmlText::kGood;
+}
+
 bool LoadXml(pugi::xml_document& objDocument, std::string_view strXml) {
-  constexpr unsigned kOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
-  return static_cast<bool>(objDocument.load_buffer(strXml.data(), strXml.size(), kOptions));
+  return ParseXml(objDocument, strXml) == XmlText::kGood;
 }
 
 }  // namespace ews

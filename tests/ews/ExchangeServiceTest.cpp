@@ -44,6 +44,13 @@ TEST_F(ExchangeServiceTest, RefusalsKeepTheServersTextUnchanged) {
   EXPECT_THAT(Find(), StartsWith("The request failed. "));
 }
 
+TEST_F(ExchangeServiceTest, AnAnswerThatIsNotReadSaysWhy) {
+  m_transport.Push("<!DOCTYPE x [<!ENTITY a \"b\">]>" + answers::Found({}));
+  EXPECT_EQ(Find(),
+            "The request failed. The answer of the server mail.example.com defines a document "
+            "type, which none may.");
+}
+
 TEST_F(ExchangeServiceTest, WithoutAnEndpointOrAnAddressToImpersonateNothingIsSent) {
   m_service->SetImpersonatedUserId({ews::ConnectingIdType::SmtpAddress, u""});
   EXPECT_NE(Find(), "no exception");

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "ews/XmlNames.h"
 #include "tests/ews/Answers.h"
 #include "tests/support/SchemaValidator.h"
 
@@ -85,6 +86,46 @@ TEST(SoapReader, DeepNestingCostsNothing) {
   const auto response = ews::ReadSoapResponse(answers::Success("CreateItem", deep + close));
   ASSERT_TRUE(response);
   EXPECT_TRUE(response->arrMessages.front().arrItems.empty());
+}
+
+std::string_view WhyNot(const std::string& xml) {
+  std::string_view why;
+  EXPECT_FALSE(ews::ReadSoapResponse(xml, &why));
+  return why;
+}
+
+TEST(SoapReader, AnAnswerThatIsNotToBeTrustedIsRefusedWithAReason) {
+  const std::string good = answers::Item("I=");
+  EXPECT_EQ(WhyNot("<!DOCTYPE x [<!ENTITY a \"aaaa\"><!ENTITY b \"&a;&a;\">]>" + good),
+            "defines a document type, which none may");
+  EXPECT_EQ(WhyNot("<!DOCTYPE html><html/>"), "is no answer of a mailbox service");
+  const std::string foreign = answers::Error("FindFolder", "ErrorX",
+                                             "Zugriff \xFC"
+                                             "berschritten");
+  EXPECT_EQ(WhyNot("<?xml version=\"1.0\" encoding=\"windows-1252\"?>" + foreign),
+            "is in a charset that is not known here");
+  const auto named = ews::ReadSoapResponse("<?xml version=\"1.0\" encoding=\"Shift_JIS\"?>" + good);
+  ASSERT_TRUE(named);  // it needs no more than ASCII
+  const auto latin =
+      ews::ReadSoapResponse("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + foreign);
+  EXPECT_EQ(latin->arrMessages.front().strText,
+            "Zugriff \xC3\xBC"
+            "berschritten");
+}
+
+// Each "<a/>" of an answer would take sixteen times its size.
+TEST(SoapReader, AnAnswerThatIsAllMarkupIsRefused) {
+  const auto repeat = [](std::string_view text, size_t n) {
+    std::string all;
+    for (size_t i = 0; i < n; ++i) all += text;
+    return all;
+  };
+  const std::string good = answers::Success("CreateItem", repeat("<a/>", ews::kMostMarkup / 2));
+  EXPECT_TRUE(ews::ReadSoapResponse(good));
+  EXPECT_EQ(WhyNot(answers::Success("CreateItem", repeat("<a/>", ews::kMostMarkup))),
+            "has more parts than are read");
+  EXPECT_EQ(WhyNot(answers::Success("CreateItem", "<a" + repeat(" b=''", ews::kMostMarkup) + "/>")),
+            "has more parts than are read");
 }
 
 TEST(SoapReader, AnAbsurdBackOffIsCut) {
