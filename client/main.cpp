@@ -21,6 +21,8 @@ struct Command {
 constexpr auto kCommands = std::to_array<Command>({
     {"migrate", client::RunMigrate, "send mail from files on disk into a mailbox"},
     {"verify", client::RunVerify, "say what of a source is in the mailbox, and what is not"},
+    {"users", client::RunUsers, "list the users of a tenant's directory"},
+    {"groups", client::RunGroups, "list the groups of a tenant's directory"},
     {"mailbox", client::RunMailbox, "show or export what a local mailbox holds"},
     {"email", client::RunEmail, "show a mail as a reader of mail would"},
     {"mime", client::RunMime, "show the MIME tree of a message, or write it out again"},

@@ -211,6 +211,7 @@ std::int32_t CCTarnyOutlookEngneDlg::OnEnumGroupList(Bytes objBytes) {
     objConnection.GetUnifiedGroupList(objGroup.strTenantId, objGroup.strClientId,
                                       objGroup.strClientSecret, strOutputFile);
   }
+  if (!objConnection.ListError().IsEmpty()) Log(objConnection.ListError());
   Log(u"End------MSG_ENUM_GRP_LIST::--------- \n");
   return 0;
 }

@@ -1,7 +1,9 @@
 #include "ews/Connection.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <map>
 #include <string>
 
@@ -20,6 +22,7 @@ namespace ConnectionDLL {
 namespace {
 
 constexpr std::chrono::minutes kLeastLifetime{5};
+constexpr int kUnauthorized = 401;
 constexpr long long kMaxLifetimeSeconds = 7 * 24 * 3600;
 
 struct Token {
@@ -33,22 +36,30 @@ std::map<std::string, Token>& Cache() {
   return mapTokens;
 }
 
+// A registered application of a tenant.
+struct Application {
+  const CString& strTenantId;
+  const CString& strClientId;
+  const CString& strClientSecret;
+};
+
 struct TokenRequest {
   std::string strUrl;
   std::string strForm;
 };
 
-TokenRequest MakeRequest(const CString& strTenantId, const CString& strClientId,
-                         const CString& strClientSecret) {
-  const std::string strEndpoint = ews::Settings().TokenRouteUrl().ToUtf8();
-  const auto objEndpoint = ews::ParseUrl(strEndpoint);
-  if (!objEndpoint) throw ews::ServiceException("The endpoint is no http or https address.");
+// For a token that is good at the host of that address.
+TokenRequest MakeRequest(const Application& objApplication, const CString& strResourceUrl) {
+  const auto objResource = ews::ParseUrl(strResourceUrl.ToUtf8());
+  if (!objResource) throw ews::ServiceException("The endpoint is no http or https address.");
   std::string strAuthority = ews::Settings().strAuthorityUrl.ToUtf8();
   while (strAuthority.ends_with('/')) strAuthority.pop_back();
-  return {strAuthority + "/" + ews::UrlEscape(strTenantId.ToUtf8()) + "/oauth2/v2.0/token",
-          "client_id=" + ews::UrlEscape(strClientId.ToUtf8()) + "&client_secret=" +
-              ews::UrlEscape(strClientSecret.ToUtf8()) + "&grant_type=client_credentials&scope=" +
-              ews::UrlEscape(objEndpoint->SchemeAndHost() + "/.default")};
+  return {strAuthority + "/" + ews::UrlEscape(objApplication.strTenantId.ToUtf8()) +
+              "/oauth2/v2.0/token",
+          "client_id=" + ews::UrlEscape(objApplication.strClientId.ToUtf8()) +
+              "&client_secret=" + ews::UrlEscape(objApplication.strClientSecret.ToUtf8()) +
+              "&grant_type=client_credentials&scope=" +
+              ews::UrlEscape(objResource->SchemeAndHost() + "/.default")};
 }
 
 ews::HttpResponse Ask(const TokenRequest& objToken) {
@@ -106,9 +117,7 @@ Token ReadAnswer(const TokenRequest& objRequest, const ews::HttpResponse& objRes
 
 enum class From { kCacheOrServer, kServer };
 
-std::string GetToken(const CString& strTenantId, const CString& strClientId,
-                     const CString& strClientSecret, From eFrom) {
-  const TokenRequest objRequest = MakeRequest(strTenantId, strClientId, strClientSecret);
+std::string GetToken(const TokenRequest& objRequest, From eFrom) {
   const std::string strKey = objRequest.strUrl + "\n" + objRequest.strForm;
   if (eFrom == From::kServer) {
     Cache().erase(strKey);
@@ -127,8 +136,22 @@ std::string GetToken(const CString& strTenantId, const CString& strClientId,
   return objToken.strToken;
 }
 
-void WriteEmptyList(const CString& strOutputFile) {
-  (void)platform::File::Open(strOutputFile, platform::OpenMode::kCreate);
+TokenRequest MailboxToken(const Application& objApplication) {
+  return MakeRequest(objApplication, ews::Settings().TokenRouteUrl());
+}
+
+// Written beside its name and put there whole. Throws.
+void WriteWhole(const CString& strFile, const std::string& strText) {
+  const CString strPart = strFile + u".part";
+  bool bWritten = false;
+  if (auto objFile = platform::File::Open(strPart, platform::OpenMode::kCreate)) {
+    bWritten =
+        objFile->Write({reinterpret_cast<const unsigned char*>(strText.data()), strText.size()});
+  }
+  if (bWritten && platform::RenameFile(strPart, strFile)) return;
+  const std::string strReason = std::strerror(errno);
+  (void)platform::DeleteFileAt(strPart);
+  throw ews::ServiceException("The list could not be written: " + strReason + ".");
 }
 
 }  // namespace
@@ -137,7 +160,7 @@ CString Connection::GetAccessToken(CString& strTenantId, CString& strClientId,
                                    CString& strClientSecret, CString& strError) {
   try {
     return CString::FromUtf8(
-        GetToken(strTenantId, strClientId, strClientSecret, From::kCacheOrServer));
+        GetToken(MailboxToken({strTenantId, strClientId, strClientSecret}), From::kCacheOrServer));
   } catch (const ews::ServiceException& e) {
     m_objFailure = e.Cause();
     strError = CString::FromUtf8(e.what());
@@ -149,18 +172,52 @@ CString Connection::GetAccessToken(CString& strTenantId, CString& strClientId,
   return {};
 }
 
-void Connection::GetOneDriveUsers(CString&, CString&, CString&, CString& strOutputFile) {
-  WriteEmptyList(strOutputFile);
+void Connection::GetOneDriveUsers(CString& strTenantId, CString& strClientId,
+                                  CString& strClientSecret, CString& strOutputFile) {
+  WriteList(ews::DirectoryList::kUsers, strTenantId, strClientId, strClientSecret, strOutputFile);
 }
 
-void Connection::GetUnifiedGroupList(CString&, CString&, CString&, CString& strOutputFile) {
-  WriteEmptyList(strOutputFile);
+void Connection::GetUnifiedGroupList(CString& strTenantId, CString& strClientId,
+                                     CString& strClientSecret, CString& strOutputFile) {
+  WriteList(ews::DirectoryList::kGroups, strTenantId, strClientId, strClientSecret, strOutputFile);
+}
+
+void Connection::WriteList(ews::DirectoryList eList, const CString& strTenantId,
+                           const CString& strClientId, const CString& strClientSecret,
+                           const CString& strOutputFile) {
+  m_strListError.Empty();
+  try {
+    (void)platform::DeleteFileAt(strOutputFile);  // what is there at the end is this list
+    WriteWhole(strOutputFile,
+               ews::DirectoryText(ListDirectory(eList, strTenantId, strClientId, strClientSecret)));
+  } catch (const std::exception& e) {
+    m_strListError = CString::FromUtf8(e.what());
+  } catch (...) {  // nothing may pass: the caller has no handler
+    m_strListError = u"The request failed.";
+  }
 }
 
 ews::OAuthCredentials NewToken(const CString& strTenantId, const CString& strClientId,
                                const CString& strClientSecret) {
-  return ews::OAuthCredentials(
-      CString::FromUtf8(GetToken(strTenantId, strClientId, strClientSecret, From::kServer)));
+  return ews::OAuthCredentials(CString::FromUtf8(
+      GetToken(MailboxToken({strTenantId, strClientId, strClientSecret}), From::kServer)));
+}
+
+std::vector<ews::DirectoryEntry> ListDirectory(ews::DirectoryList eList, const CString& strTenantId,
+                                               const CString& strClientId,
+                                               const CString& strClientSecret) {
+  const TokenRequest objRequest =
+      MakeRequest({strTenantId, strClientId, strClientSecret}, ews::Settings().strGraphUrl);
+  const auto List = [&](const std::string& strToken) {
+    return ews::ReadDirectoryList(eList, ews::OAuthCredentials(CString::FromUtf8(strToken)));
+  };
+  const std::string strToken = GetToken(objRequest, From::kCacheOrServer);
+  try {
+    return List(strToken);
+  } catch (const ews::ServiceException& e) {
+    if (e.Cause().nHttpStatus != kUnauthorized) throw;
+  }
+  return List(GetToken(objRequest, From::kServer));  // it may have run out behind the first pages
 }
 
 }  // namespace ConnectionDLL

@@ -19,6 +19,8 @@ using Arguments = std::vector<std::string>;
 
 int RunMigrate(const Arguments& arguments);
 int RunVerify(const Arguments& arguments);
+int RunUsers(const Arguments& arguments);
+int RunGroups(const Arguments& arguments);
 int RunMailbox(const Arguments& arguments);
 int RunLedger(const Arguments& arguments);
 int RunConvert(const Arguments& arguments);

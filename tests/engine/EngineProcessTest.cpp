@@ -74,7 +74,7 @@ TEST_F(EngineProcess, SecondEngineOfATitleIsToldSo) {
 }
 
 TEST_F(EngineProcess, EveryCommandBeforeALogonIsAnsweredAndTraced) {
-  auto& engine = Start({m_folder.Title()});
+  auto& engine = Start({"--graph-url", "none", m_folder.Title()});
   EndpointClient client = Connect();
   const auto folder = BuildRecord(ST_FOLDER_INFO{u"Inbox\\", 0});
   const std::span<const unsigned char> cut(folder.data(), folder.size() - 1);
@@ -83,7 +83,8 @@ TEST_F(EngineProcess, EveryCommandBeforeALogonIsAnsweredAndTraced) {
   const std::string lists =
       "Start------MSG_ENUM_GRP_LIST::--------- \n\r\n"
       "Start------MSG_ENUM_GRP_LIST_1::--------- \n\r\n";
-  const std::string listsEnd = "End------MSG_ENUM_GRP_LIST::--------- \n\r\n";
+  const std::string listsEnd =
+      "The endpoint is no http or https address.\r\nEnd------MSG_ENUM_GRP_LIST::--------- \n\r\n";
   const struct {
     std::uint32_t command;
     std::span<const unsigned char> bytes;

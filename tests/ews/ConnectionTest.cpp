@@ -1,6 +1,7 @@
 #include "ews/Connection.h"
 
 #include <filesystem>
+#include <fstream>
 
 #include "platform/Paths.h"
 #include "tests/ews/ScriptedTransport.h"
@@ -104,15 +105,136 @@ TEST_F(Connection, ALifetimeOfAnySizeIsTakenAsSevenDaysAtMost) {
   }
 }
 
-TEST_F(Connection, TheListsAreEmptyFiles) {
-  const test_support::TemporaryFolder folder;
-  const std::string path = folder.File("GrpLst.txt");
+// Both lists, written to a file.
+class DirectoryFile : public Connection {
+ protected:
+  // The file's text, or "none" and the reason.
+  std::string Write(bool groups = true) {
+    CString tenant = u"t";
+    CString client = u"c";
+    CString secret = u"s";
+    CString file = platform::ToWindowsPath(m_path);
+    ConnectionDLL::Connection connection;
+    groups ? connection.GetUnifiedGroupList(tenant, client, secret, file)
+           : connection.GetOneDriveUsers(tenant, client, secret, file);
+    std::ifstream in(m_path);
+    if (!in) return "none: " + connection.ListError().ToUtf8();
+    EXPECT_TRUE(connection.ListError().IsEmpty()) << connection.ListError().ToUtf8();
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+  void PushPage(const std::string& entries, const std::string& next = {}) {
+    m_transport.Push("{\"value\":[" + entries + "]" +
+                     (next.empty() ? "" : ",\"@odata.nextLink\":\"" + next + "\"") + "}");
+  }
+
+  const test_support::TemporaryFolder m_folder;
+  const std::string m_path = m_folder.File("GrpLst.txt");
+};
+
+const std::string kSales = R"({"displayName":"Sales","mail":"sales@example.com"})";
+
+TEST_F(DirectoryFile, GroupsComePageByPageWithATokenForTheDirectory) {
+  ews::Settings().strGraphUrl = u"https://graph.example.com/";
+  PushToken("T");
+  PushPage(kSales, "https://graph.example.com/v1.0/groups?$skiptoken=x");
+  PushPage(
+      R"({"displayName":"Caf\u00e9\tand\nbar","mail":"cafe@example.com"},{"displayName":"mute"})");
+  EXPECT_EQ(Write(), "Sales\tsales@example.com\nCafé and bar\tcafe@example.com\n");
+  EXPECT_THAT(m_transport.Requests().at(0).body,
+              testing::EndsWith("&scope=https%3A%2F%2Fgraph.example.com%2F.default"));
+  EXPECT_EQ(Url(1),
+            "https://graph.example.com/v1.0/groups?$filter=groupTypes/any(c:c%20eq%20'Unified')"
+            "&$select=displayName,mail&$top=999");
+  EXPECT_EQ(Url(2), "https://graph.example.com/v1.0/groups?$skiptoken=x");
+  EXPECT_EQ(m_transport.Requests().at(2).authorization, "Bearer T");
+}
+
+TEST_F(DirectoryFile, UsersWithoutAMailboxHaveTheirLogonName) {
+  PushToken("T");
+  PushPage(R"({"displayName":null,"mail":null,"userPrincipalName":"a@x.org"},)"
+           R"({"displayName":"B","mail":"b@x.org","userPrincipalName":"b@corp.x.org"})");
+  EXPECT_EQ(Write(/*groups=*/false), "\ta@x.org\nB\tb@x.org\n");
+  PushToken("T");
+  PushPage("");
+  EXPECT_EQ(Write(/*groups=*/false), "");  // an empty directory is a list, too
+}
+
+TEST_F(DirectoryFile, AListIsWholeOrNotThere) {
+  const std::string next = "https://graph.microsoft.com/v1.0/groups?2";
+  PushToken("T");
+  PushPage(kSales);
+  EXPECT_NE(Write(), "");
+  PushToken("T");
+  PushPage(kSales, next);
+  m_transport.Push(R"({"error":{"code":"Gone","message":"Expired page."}})", 410);
+  EXPECT_EQ(Write(), "none: The directory answered: Expired page (Gone).");
+  PushToken("T");
+  PushPage(kSales, next);
+  m_transport.Push("<html>", 403);
+  EXPECT_THAT(Write(), testing::HasSubstr("HTTP 403"));
+  const std::string deep(2'000'000, '[');
+  for (const std::string& body :
+       std::vector<std::string>{"", "{}", "[]", "{\"value\":7}", "{\"value\":[", deep}) {
+    PushToken("T");
+    m_transport.Push(body);
+    EXPECT_THAT(Write(), testing::HasSubstr("holds no list")) << body.substr(0, 20);
+  }
+  PushToken("T");
+  m_transport.Push(std::string(ews::kMaxDirectoryPageBytes + 1, ' '));
+  EXPECT_THAT(Write(), testing::HasSubstr("too large"));
+}
+
+TEST_F(DirectoryFile, WhatCannotBeWrittenLeavesNothingBehind) {
+  std::filesystem::create_directories(m_path + "/in the way");
+  PushToken("T");
+  PushPage(kSales);
   CString text = u"x";
-  CString file = platform::ToWindowsPath(path);
-  ConnectionDLL::Connection().GetOneDriveUsers(text, text, text, file);
-  EXPECT_EQ(std::filesystem::file_size(path), 0u);
-  CString nowhere = u"\\no\\such\\folder\\GrpLst.txt";
-  ConnectionDLL::Connection().GetUnifiedGroupList(text, text, text, nowhere);
+  CString file = platform::ToWindowsPath(m_path);
+  ConnectionDLL::Connection connection;
+  connection.GetUnifiedGroupList(text, text, text, file);
+  EXPECT_EQ(connection.ListError(), u"The list could not be written: File exists.");
+  EXPECT_TRUE(std::filesystem::is_directory(m_path));
+  EXPECT_FALSE(std::filesystem::exists(m_path + ".part"));
+}
+
+TEST_F(DirectoryFile, TheTokenGoesToNoOtherHost) {
+  for (const char* next : {"https://graph.microsoft.com.evil.org/2", "http://graph.microsoft.com/2",
+                           "https://graph.microsoft.com:444/2", "/v1.0/groups?2"}) {
+    PushToken("T");
+    PushPage(kSales, next);
+    EXPECT_THAT(Write(), testing::HasSubstr("a next page elsewhere")) << next;
+  }
+  PushToken("T");
+  m_transport.PushRedirect("https://evil.org/");
+  m_transport.Push("", 404);
+  EXPECT_THAT(Write(), testing::HasSubstr("HTTP 404"));
+  EXPECT_EQ(m_transport.Requests().back().authorization, "");
+}
+
+TEST_F(DirectoryFile, ABusyDirectoryIsWaitedForAndAnExpiredTokenReplacedOnce) {
+  PushToken("one");
+  m_transport.Push({429, {{"Retry-After", "7"}}, ""});
+  PushPage(kSales, "https://graph.microsoft.com/v1.0/groups?2");
+  m_transport.Push("", 401);
+  PushToken("two");
+  PushPage(kSales);
+  EXPECT_EQ(Write(), "Sales\tsales@example.com\n");
+  EXPECT_EQ(m_transport.Waited(), std::chrono::seconds(7));
+  EXPECT_EQ(m_transport.Requests().back().authorization, "Bearer two");
+  PushToken("one");
+  m_transport.Push("", 401);
+  PushToken("two");
+  m_transport.Push("", 401);
+  EXPECT_THAT(Write(), testing::HasSubstr("HTTP 401"));
+  m_transport.Push(R"({"error_description":"Wrong secret."})", 401);
+  EXPECT_EQ(Write(), "none: Wrong secret.");  // each try may count towards a lock: one alone
+}
+
+TEST_F(DirectoryFile, PagesWithoutEndEnd) {
+  PushToken("T");
+  const std::string next = "https://graph.microsoft.com/v1.0/groups?2";
+  for (size_t i = 0; i <= ews::kMaxDirectoryPages; ++i) PushPage(kSales, next);
+  EXPECT_THAT(Write(), testing::HasSubstr("has no end"));
 }
 
 }  // namespace

@@ -1,0 +1,141 @@
+#include <iostream>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "client/commands/Commands.h"
+#include "client/commands/MigrateOptions.h"
+#include "client/commands/Secret.h"
+#include "client/show/Console.h"
+#include "client/show/JsonText.h"
+#include "client/show/OutputText.h"
+#include "ews/Connection.h"
+#include "ews/Settings.h"
+#include "ews/Url.h"
+
+namespace client {
+namespace {
+
+// A person waits for the list.
+constexpr std::uint32_t kPatience = 30;
+
+struct DirectoryOptions {
+  std::string tenant;
+  std::string clientId;
+  std::string secretFile;
+  std::string authorityUrl;
+  std::string graphUrl;
+  std::string caFile;
+  std::string proxy;
+  std::uint32_t patience = kPatience;
+  bool insecure = false;
+  bool json = false;
+};
+
+void Describe(CLI::App& app, DirectoryOptions& options) {
+  app.add_option("--tenant", options.tenant, "Tenant id")->required();
+  app.add_option("--client", options.clientId, "Id of the registered application")->required();
+  app.add_option("--client-secret-file", options.secretFile,
+                 "File whose first line is the application's secret; asked for otherwise");
+  app.add_flag("--json", options.json, "As JSON");
+  CLI::Option* const insecure =
+      app.add_flag("--insecure", options.insecure, "Accept every server certificate");
+  app.add_option("--ca-file", options.caFile, "Certificates to trust, PEM")->excludes(insecure);
+  app.add_option("--authority-url", options.authorityUrl, "Where tokens are asked for");
+  app.add_option("--graph-url", options.graphUrl, "Where the directory is asked");
+  app.add_option("--proxy", options.proxy,
+                 "The way to the server, http://HOST:PORT; none is taken otherwise");
+  app.add_option("--patience", options.patience,
+                 "Seconds to wait for a server that does not answer; 0 for none")
+      ->check(CLI::Range(0, 604800))
+      ->capture_default_str();
+}
+
+// Makes the settings of our requests those of the command line.
+void Adopt(const DirectoryOptions& options, Console& console) {
+  const std::pair<const char*, const std::string&> urls[] = {
+      {"--authority-url", options.authorityUrl},
+      {"--graph-url", options.graphUrl},
+      {"--proxy", options.proxy}};
+  for (const auto& [name, url] : urls) {
+    if (!url.empty() && !ews::ParseUrl(url)) {
+      throw UsageError(fmt::format("{} wants http://… or https://… without a user name", name));
+    }
+  }
+  ews::ServiceSettings& settings = ews::Settings();
+  const auto take = [](CString& setting, const std::string& value) {
+    if (!value.empty()) setting = CString::FromUtf8(value);
+  };
+  take(settings.strAuthorityUrl, options.authorityUrl);
+  take(settings.strGraphUrl, options.graphUrl);
+  take(settings.strCaFile, options.caFile);
+  take(settings.strProxy, options.proxy);
+  settings.bVerifyCertificates = !options.insecure;
+  settings.bSafe = true;
+  settings.nPatience = std::chrono::seconds(options.patience);
+  settings.fnTellWait = [&console](const std::string& line) { console.Say(line); };
+}
+
+std::vector<ews::DirectoryEntry> Ask(ews::DirectoryList list, const DirectoryOptions& options) {
+  const std::string secret =
+      ReadSecret(options.secretFile, "Secret of the application", "--client-secret-file");
+  return ConnectionDLL::ListDirectory(list, CString::FromUtf8(options.tenant),
+                                      CString::FromUtf8(options.clientId),
+                                      CString::FromUtf8(secret));
+}
+
+std::string AsText(const std::vector<ews::DirectoryEntry>& entries) {
+  std::string text;
+  for (const ews::DirectoryEntry& entry : entries) {
+    text += OneLine(entry.strName) + "\t" + OneLine(entry.strAddress) + "\n";
+  }
+  return text;
+}
+
+std::string AsJson(const std::vector<ews::DirectoryEntry>& entries) {
+  nlohmann::json rows = nlohmann::json::array();
+  for (const ews::DirectoryEntry& entry : entries) {
+    rows.push_back({{"name", entry.strName}, {"address", entry.strAddress}});
+  }
+  return JsonText(rows);
+}
+
+int ListDirectory(ews::DirectoryList list, const char* name, const char* help,
+                  const Arguments& arguments) {
+  DirectoryOptions options;
+  CLI::App app(help, name);
+  Describe(app, options);
+  int exitCode = kExitDone;
+  if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
+  Console console;
+  try {
+    Adopt(options, console);
+    const std::vector<ews::DirectoryEntry> entries = Ask(list, options);
+    std::cout << (options.json ? AsJson(entries) : AsText(entries));
+    return kExitDone;
+  } catch (const UsageError& error) {
+    console.Say(fmt::format("{}: {}", name, error.what()));
+  } catch (const SecretError& error) {
+    console.Say(fmt::format("{}: {}", name, error.what()));
+  }
+  return kExitUsage;
+}
+
+}  // namespace
+
+int RunUsers(const Arguments& arguments) {
+  return ListDirectory(ews::DirectoryList::kUsers, "tarny users",
+                       "Lists the users of a tenant's directory, a line NAME<TAB>ADDRESS each. The "
+                       "address is that of the mailbox, or what a user without one logs on with.",
+                       arguments);
+}
+
+int RunGroups(const Arguments& arguments) {
+  return ListDirectory(ews::DirectoryList::kGroups, "tarny groups",
+                       "Lists the groups of a tenant's directory that have a mailbox, a line "
+                       "NAME<TAB>ADDRESS each, for --target group --mailbox ADDRESS.",
+                       arguments);
+}
+
+}  // namespace client
