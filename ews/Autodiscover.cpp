@@ -16,19 +16,34 @@ namespace {
 
 using std::chrono::milliseconds;
 
+// Whoever is asked first need not be there at all, and then the others wait for it.
+constexpr milliseconds kStepTime{10000};
+constexpr size_t kMaxServers = 3;  // of those that a domain's service records name
+
 constexpr std::string_view kPath = "/autodiscover/autodiscover.xml";
 
 // The public service's own hosts, which hold the mailboxes of many domains.
 constexpr std::array<std::string_view, 3> kPublicHosts{
     "outlook.office365.com", "autodiscover-s.outlook.com", "autodiscover.outlook.com"};
 
+// The name of a host, or "": anything but a host alone, such as a path or a port, would make an
+// address ask elsewhere.
+std::string HostAlone(const std::string& strHost) {
+  const auto objUrl = ParseUrl("https://" + strHost + "/");
+  return objUrl && EqualHost(objUrl->strHost, strHost) ? objUrl->strHost : std::string();
+}
+
 std::string DomainOf(std::string_view strAddress) {
   const size_t nAt = strAddress.rfind('@');
-  const std::string strDomain(nAt == std::string_view::npos ? std::string_view()
-                                                            : strAddress.substr(nAt + 1));
-  const auto objUrl = ParseUrl("https://" + strDomain + "/");
-  // Anything but a host alone, such as a path or a port, would make the address ask elsewhere.
-  return objUrl && EqualHost(objUrl->strHost, strDomain) ? objUrl->strHost : std::string();
+  if (nAt == std::string_view::npos) return {};
+  return HostAlone(std::string(strAddress.substr(nAt + 1)));
+}
+
+std::string UrlOf(const SrvRecord& objServer) {
+  const std::string strHost = HostAlone(objServer.strHost);
+  if (strHost.empty()) return {};
+  const std::string strPort = objServer.nPort == 443 ? "" : ":" + std::to_string(objServer.nPort);
+  return "https://" + strHost + strPort + std::string(kPath);
 }
 
 bool IsHostOfSetting(const CString& strUrl, std::string_view strHost) {
@@ -43,7 +58,7 @@ class Discovery {
             const RedirectionCallback& fnCallback)
       : m_strAddress(std::move(strAddress)),
         m_objCredentials(objCredentials),
-        m_nTimeout(std::max(nTimeout, 1)),
+        m_nStepTime(std::clamp(milliseconds(nTimeout), milliseconds(1), kStepTime)),
         m_fnCallback(fnCallback) {}
 
   std::string Run();
@@ -51,23 +66,29 @@ class Discovery {
  private:
   std::optional<std::string> TryAddress();
   std::optional<std::string> TryUrl(std::string strUrl);
+  std::optional<std::string> TryStep(const std::string& strUrl);
   std::optional<std::string> TryHttpRedirect(const std::string& strDomain);
+  std::optional<std::string> TryServiceRecords(const std::string& strDomain);
   std::optional<PoxAnswer> Post(const std::string& strUrl);
   bool IsTrusted(const std::string& strUrl) const;
   bool Allows(const std::string& strUrl) const;
   bool Follows(const std::string& strUrl);
   void CountRedirect();
+  milliseconds TimeLeft() const;
+  std::string Reason() const;
   void Note(int nRank, std::string strReason, const Failure& objFailure = {});
 
   CString m_strAddress;
   const Credentials& m_objCredentials;
-  int m_nTimeout;
+  milliseconds m_nStepTime;
+  std::chrono::steady_clock::time_point m_nStepEnd;
   const RedirectionCallback& m_fnCallback;
   int m_nRedirects = 0;
   bool m_bAddressChanged = false;
   // The reason that says most: a refused password outranks a host that does not exist.
   int m_nRank = -1;
   std::string m_strReason;
+  std::string m_strLastReason;
   bool m_bOutage = false;  // a host that was asked may answer later
 };
 
@@ -81,7 +102,7 @@ std::string Discovery::Run() {
   Failure objFailure;
   objFailure.bOutage = m_bOutage && m_nRank <= kHttpStatus;  // nobody has said anything final
   throw ServiceException("The mailbox server for '" + m_strAddress.ToUtf8() +
-                             "' was not found by autodiscovery. " + m_strReason,
+                             "' was not found by autodiscovery. " + Reason(),
                          objFailure);
 }
 
@@ -98,10 +119,18 @@ std::optional<std::string> Discovery::TryAddress() {
     Note(kUnreachable, "The login is no mail address.");
   }
   for (const std::string& strUrl : arrUrls) {
-    auto strFound = TryUrl(strUrl);
+    auto strFound = TryStep(strUrl);
     if (strFound || m_bAddressChanged) return strFound;
   }
-  return strDomain.empty() ? std::nullopt : TryHttpRedirect(strDomain);
+  if (strDomain.empty()) return std::nullopt;
+  auto strFound = TryHttpRedirect(strDomain);
+  if (strFound || m_bAddressChanged) return strFound;
+  return TryServiceRecords(strDomain);
+}
+
+std::optional<std::string> Discovery::TryStep(const std::string& strUrl) {
+  m_nStepEnd = Transport().Now() + m_nStepTime;
+  return TryUrl(strUrl);
 }
 
 // Follows redirections to other URLs; one to another mail address starts the discovery again.
@@ -132,21 +161,44 @@ std::optional<std::string> Discovery::TryUrl(std::string strUrl) {
 }
 
 std::optional<std::string> Discovery::TryHttpRedirect(const std::string& strDomain) {
+  m_nStepEnd = Transport().Now() + m_nStepTime;
   HttpRequest objRequest;
   objRequest.strMethod = "GET";
   objRequest.strUrl = "http://autodiscover." + strDomain + std::string(kPath);
-  objRequest.nTimeout = milliseconds(m_nTimeout);
+  objRequest.nTimeout = m_nStepTime;
   try {
     const HttpResponse objResponse = Transport().Send(objRequest);
-    if (objResponse.nStatus < 300 || objResponse.nStatus > 399) return std::nullopt;
+    if (objResponse.nStatus < 300 || objResponse.nStatus > 399) {
+      Note(kUnreachable, HostForMessage(objRequest.strUrl) + " redirects to no other address.");
+      return std::nullopt;
+    }
     const std::string strUrl = ResolveUrl(objRequest.strUrl, objResponse.Header("Location"));
     const auto objUrl = ParseUrl(strUrl);
-    if (!objUrl || !objUrl->IsHttps() || !Follows(strUrl)) return std::nullopt;
-    return TryUrl(strUrl);
+    if (objUrl && objUrl->IsHttps()) return Follows(strUrl) ? TryUrl(strUrl) : std::nullopt;
+    Note(kNotTrusted, HostForMessage(objRequest.strUrl) + " redirects to no https address.");
   } catch (const ServiceException& e) {
     Note(kUnreachable, e.what(), e.Cause());
-    return std::nullopt;
   }
+  return std::nullopt;
+}
+
+// Who answers for the name service says who is asked, as with any redirection.
+std::optional<std::string> Discovery::TryServiceRecords(const std::string& strDomain) {
+  std::vector<SrvRecord> arrServers;
+  try {
+    arrServers = Transport().LookUpService("_autodiscover._tcp." + strDomain, m_nStepTime);
+  } catch (const ServiceException& e) {
+    Note(kUnreachable, e.what(), e.Cause());
+  }
+  if (arrServers.size() > kMaxServers) arrServers.resize(kMaxServers);
+  for (const SrvRecord& objServer : arrServers) {
+    const std::string strUrl = UrlOf(objServer);
+    if (strUrl.empty()) Note(kUnreachable, "The name service names no host.");
+    if (strUrl.empty() || !Follows(strUrl)) continue;
+    auto strFound = TryStep(strUrl);
+    if (strFound || m_bAddressChanged) return strFound;
+  }
+  return std::nullopt;
 }
 
 // Nothing when there was no answer to read; the reason is noted then.
@@ -161,7 +213,7 @@ std::optional<PoxAnswer> Discovery::Post(const std::string& strUrl) {
   objRequest.arrHeaders = {{"Content-Type", "text/xml; charset=utf-8"}, {"Accept", "text/xml"}};
   objRequest.objCredentials = m_objCredentials;
   objRequest.pBody = &objBody;
-  objRequest.nTimeout = milliseconds(m_nTimeout);
+  objRequest.nTimeout = TimeLeft();
   try {
     const HttpResponse objResponse =
         SendFollowingRedirects(Transport(), objRequest, [&](const std::string& strTo) {
@@ -172,7 +224,7 @@ std::optional<PoxAnswer> Discovery::Post(const std::string& strUrl) {
     Note(objResponse.nStatus == 401 ? kRefused : kHttpStatus, HttpFailureText(strUrl, objResponse),
          FailureOfStatus(objResponse));
   } catch (const ServiceException& e) {
-    Note(kUnreachable, e.what(), e.Cause());
+    Note(e.Cause().nHttpStatus == 401 ? kRefused : kUnreachable, e.what(), e.Cause());
   }
   return std::nullopt;
 }
@@ -209,8 +261,20 @@ void Discovery::CountRedirect() {
   }
 }
 
+milliseconds Discovery::TimeLeft() const {
+  const auto nLeft = std::chrono::duration_cast<milliseconds>(m_nStepEnd - Transport().Now());
+  return std::max(nLeft, milliseconds(1));
+}
+
+// What says most, and what came last where that is another.
+std::string Discovery::Reason() const {
+  return m_strLastReason == m_strReason ? m_strReason
+                                        : m_strReason + " The last attempt: " + m_strLastReason;
+}
+
 void Discovery::Note(int nRank, std::string strReason, const Failure& objFailure) {
   m_bOutage = m_bOutage || objFailure.bOutage;
+  m_strLastReason = strReason;
   if (nRank <= m_nRank) return;
   m_nRank = nRank;
   m_strReason = std::move(strReason);

@@ -10,6 +10,9 @@
 //   3. https://autodiscover.DOMAIN/autodiscover/autodiscover.xml
 //   4. where http://autodiscover.DOMAIN/autodiscover/autodiscover.xml redirects to; that request
 //      carries no credentials
+//   5. the servers that the name service gives for _autodiscover._tcp.DOMAIN, three at most
+//
+// Each has 10 s for all of its requests, and no more than the time-out.
 //
 // An answer may send on to another mail address or another URL, kMaxRedirects times in all.
 //
@@ -18,7 +21,8 @@
 // public service's own; an answer that names an endpoint elsewhere is refused by name.
 namespace ews {
 
-// Returns the endpoint. Throws ServiceException with the reason of the attempt that came furthest.
+// Returns the endpoint. Throws ServiceException with the reason of the attempt that came
+// furthest, and that of the last one.
 CString DiscoverEndpoint(const CString& strAddress, const Credentials& objCredentials, int nTimeout,
                          const RedirectionCallback& fnCallback);
 

@@ -43,6 +43,11 @@ HttpResponse EwsTransport::Send(const HttpRequest& objRequest) {
   return DoSend(objRequest);
 }
 
+std::vector<SrvRecord> EwsTransport::LookUpService(const std::string& strName,
+                                                   std::chrono::milliseconds nLimit) {
+  return QuerySrv(strName, nLimit);
+}
+
 std::chrono::steady_clock::time_point EwsTransport::Now() {
   return std::chrono::steady_clock::now();
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ews/Credentials.h"
+#include "ews/SrvRecords.h"
 
 namespace ews {
 
@@ -53,6 +54,10 @@ class EwsTransport {
   // credentials would travel unencrypted to another machine; any HTTP status is an answer. The text
   // for a request that is sent once holds kMayBeCarriedOut where it may have been.
   HttpResponse Send(const HttpRequest& objRequest);
+
+  // Where the name service says that the service of that name is (ews/SrvRecords.h), within nLimit.
+  virtual std::vector<SrvRecord> LookUpService(const std::string& strName,
+                                               std::chrono::milliseconds nLimit);
 
   virtual std::chrono::steady_clock::time_point Now();
   virtual void Wait(std::chrono::milliseconds nTime);

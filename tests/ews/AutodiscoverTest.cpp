@@ -79,6 +79,29 @@ TEST_F(Autodiscover, RedirectsToAnAddressAndToAUrl) {
   EXPECT_THAT(LastBody(), HasSubstr("user@other.example.net"));
 }
 
+TEST_F(Autodiscover, TheServersOfTheNameServiceComeLast) {
+  m_transport.PushFailure("no such host");
+  m_transport.PushFailure("no such host");
+  m_transport.Push("", 404);
+  m_transport.PushServers({{"bad host", 443}, {"a.example.net", 8443}, {"b.example.net", 443}});
+  m_transport.Push("", 503);
+  EXPECT_THAT(Discover(), HasSubstr("HTTP 503"));  // the third is one too many
+  EXPECT_EQ(Url(3), "_autodiscover._tcp.example.com");
+  EXPECT_EQ(Url(4), "https://a.example.net:8443/autodiscover/autodiscover.xml");
+  EXPECT_EQ(Url(5), "https://b.example.net/autodiscover/autodiscover.xml");
+}
+
+TEST_F(Autodiscover, EachStepHasTenSecondsAndNoMoreThanTheTimeOut) {
+  m_transport.PushFailure("no such host");
+  m_transport.Push(RedirectUrl("https://third.example.net/autodiscover/autodiscover.xml"));
+  m_transport.PushFailure("nothing there");
+  Discover();
+  for (const auto& sent : m_transport.Requests()) {
+    if (sent.method == "SRV") continue;
+    EXPECT_EQ(sent.timeout, std::chrono::seconds(10)) << sent.url;
+  }
+}
+
 TEST_F(Autodiscover, EndlessRedirectionsEnd) {
   for (int i = 0; i < 30; ++i) m_transport.Push(RedirectUrl("https://a.example.com/x"));
   EXPECT_THAT(Discover(), HasSubstr("redirects without end"));
@@ -101,6 +124,8 @@ TEST_F(Autodiscover, ARefusedPasswordIsTheReasonThatIsTold) {
   m_transport.Push("", 401);
   m_transport.PushFailure("nothing there");
   EXPECT_THAT(Discover(), AllOf(HasSubstr("HTTP 401"), Not(HasSubstr("secret"))));
+  EXPECT_THAT(Discover(),
+              testing::EndsWith("The last attempt: no record _autodiscover._tcp.example.com"));
 }
 
 TEST_F(Autodiscover, WhileVerifyingCredentialsStayWithTheDomainAndTrustedHosts) {

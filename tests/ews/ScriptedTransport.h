@@ -39,9 +39,17 @@ class ScriptedTransport : public ews::EwsTransport {
     m_script.push_back({{-1, {}, std::move(text)}, failure});
   }
 
+  void PushServers(std::vector<ews::SrvRecord> servers) { m_servers = std::move(servers); }
+
   const std::vector<Sent>& Requests() const { return m_sent; }
   std::chrono::milliseconds Waited() const { return m_waited; }
 
+  std::vector<ews::SrvRecord> LookUpService(const std::string& name,
+                                            std::chrono::milliseconds) override {
+    m_sent.push_back({"SRV", name, {}, "", "", {}});
+    if (m_servers.empty()) throw ews::ServiceException("no record " + name);
+    return std::exchange(m_servers, {});
+  }
   std::chrono::steady_clock::time_point Now() override {
     return std::chrono::steady_clock::time_point(m_waited);
   }
@@ -73,6 +81,7 @@ class ScriptedTransport : public ews::EwsTransport {
   };
 
   std::deque<Step> m_script;
+  std::vector<ews::SrvRecord> m_servers;
   std::vector<Sent> m_sent;
   std::chrono::milliseconds m_waited{0};
 };
