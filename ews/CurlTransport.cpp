@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <exception>
-#include <set>
+#include <map>
 
 #include <curl/curl.h>
 
+#include "ews/Handshake.h"
 #include "ews/KeptConnections.h"
 #include "ews/NetworkFailure.h"
 #include "ews/RequestBody.h"
@@ -266,41 +267,6 @@ void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfe
   SetBody(pCurl, objRequest, objTransfer);
 }
 
-// True if a refusing answer offers that way to log on. Offers come in headers of their own or
-// separated by commas, with parameters behind a blank.
-bool Offers(const HttpResponse& objResponse, std::string_view strScheme) {
-  for (const auto& [strName, strValue] : objResponse.arrHeaders) {
-    if (!EqualHost(strName, "WWW-Authenticate")) continue;
-    for (size_t nFrom = 0; nFrom < strValue.size();) {
-      nFrom = std::min(strValue.find_first_not_of(" ,", nFrom), strValue.size());
-      const size_t nEnd = std::min(strValue.find_first_of(" ,", nFrom), strValue.size());
-      if (EqualHost(std::string_view(strValue).substr(nFrom, nEnd - nFrom), strScheme)) return true;
-      nFrom = std::min(strValue.find(',', nEnd), strValue.size());
-    }
-  }
-  return false;
-}
-
-bool OffersNtlmAlone(const HttpResponse& objResponse) {
-  return Offers(objResponse, "NTLM") && !Offers(objResponse, "Basic");
-}
-
-// libcurl's handshake makes 16-bit units of bytes one to one.
-std::string ForNtlm(const CString& str) {
-  std::string strBytes;
-  for (const char16_t ch : str.View()) {
-    if (ch > 0xFF) return str.ToUtf8();
-    strBytes += static_cast<char>(ch);
-  }
-  return strBytes;
-}
-
-void SetNtlm(CURL* pCurl, const WebCredentials& objUser) {
-  curl_easy_setopt(pCurl, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NTLM));
-  curl_easy_setopt(pCurl, CURLOPT_USERNAME, ForNtlm(objUser.User()).c_str());
-  curl_easy_setopt(pCurl, CURLOPT_PASSWORD, ForNtlm(objUser.Password()).c_str());
-}
-
 template <typename Value>
 Value InfoOf(CURL* pCurl, CURLINFO eInfo) {
   Value nValue = 0;
@@ -350,10 +316,10 @@ bool IsForAnotherConnection(const Outcome& objOutcome) {
 struct CurlTransport::Impl {
   KeptConnections objConnections;  // outlives the handle
   std::unique_ptr<CURL, EasyDeleter> pCurl;
-  std::set<std::string> setNtlmOrigins;  // those that offered it and no Basic
+  std::map<std::string, Handshake> mapHandshakes;  // by origin and user, where Basic was refused
   std::chrono::milliseconds nStallLimit{0};
 
-  Outcome Try(const HttpRequest& objRequest, bool bNtlm);
+  Outcome Try(const HttpRequest& objRequest, Handshake eHandshake);
 };
 
 CurlTransport::CurlTransport(std::chrono::milliseconds nStallLimit)
@@ -367,41 +333,50 @@ CurlTransport::~CurlTransport() = default;
 
 HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
   const auto objUrl = ParseUrl(objRequest.strUrl);
-  if (!objUrl || !objRequest.objCredentials.UserAndPassword()) {
-    return Exchange(objRequest, Login::kHeader);
+  const WebCredentials* pUser = objRequest.objCredentials.UserAndPassword();
+  if (!objUrl || !pUser) return Exchange(objRequest, Handshake::kNone);
+  const std::string strLogin =
+      objUrl->SchemeAndHost() + ":" + objUrl->strPort + " " + pUser->User().ToUtf8();
+  const auto nEnd = Now() + objRequest.nTimeout;
+  HttpResponse objResponse;
+  std::vector<Handshake> arrHandshakes;
+  if (const auto it = m_pImpl->mapHandshakes.find(strLogin); it != m_pImpl->mapHandshakes.end()) {
+    arrHandshakes = {it->second};
+  } else {
+    objResponse = Exchange(objRequest, Handshake::kNone);
+    if (objResponse.nStatus != 401) return objResponse;
+    arrHandshakes = HandshakesFor(objResponse, *pUser, objRequest.strUrl);
   }
-  const std::string strOrigin = objUrl->SchemeAndHost() + ":" + objUrl->strPort;
-  HttpRequest objLogin = objRequest;
-  if (!m_pImpl->setNtlmOrigins.contains(strOrigin)) {
-    const auto nEnd = Now() + objRequest.nTimeout;
-    HttpResponse objResponse = Exchange(objRequest, Login::kHeader);
-    if (objResponse.nStatus != 401 || !OffersNtlmAlone(objResponse)) return objResponse;
+  for (const Handshake eHandshake : arrHandshakes) {
+    HttpRequest objLogin = objRequest;
     objLogin.nTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - Now());
     if (objLogin.pBody) objLogin.pBody->Rewind();
-  }
-  HttpResponse objResponse = Exchange(objLogin, Login::kNtlm);
-  if (objResponse.nStatus == 401) {  // it may have changed its ways: Basic again, the next time
-    m_pImpl->setNtlmOrigins.erase(strOrigin);
-  } else {
-    m_pImpl->setNtlmOrigins.insert(strOrigin);
+    objResponse = Exchange(objLogin, eHandshake);
+    if (objResponse.nStatus != 401) {
+      m_pImpl->mapHandshakes[strLogin] = eHandshake;
+      return objResponse;
+    }
+    m_pImpl->mapHandshakes.erase(strLogin);  // it may have changed its ways: Basic, the next time
   }
   return objResponse;
 }
 
-Outcome CurlTransport::Impl::Try(const HttpRequest& objRequest, bool bNtlm) {
+Outcome CurlTransport::Impl::Try(const HttpRequest& objRequest, Handshake eHandshake) {
   Outcome objOutcome;
   Transfer& objTransfer = objOutcome.objTransfer;
   objTransfer.pBody = objRequest.pBody;
   objTransfer.bSendOnce = objRequest.bSendOnce;
   if (Settings().bSafe) objTransfer.nStallLimit = nStallLimit;
   HeaderList objHeaders;
-  AddHeaders(objHeaders, objRequest, /*bCredentials=*/!bNtlm);
+  AddHeaders(objHeaders, objRequest, /*bCredentials=*/eHandshake == Handshake::kNone);
   char szDetail[CURL_ERROR_SIZE] = "";
   objConnections.EndWhereEnded();
   curl_easy_reset(pCurl.get());  // keeps the connections
   SetOptions(pCurl.get(), objRequest, objTransfer);
   objConnections.Follow(pCurl.get());
-  if (bNtlm) SetNtlm(pCurl.get(), *objRequest.objCredentials.UserAndPassword());
+  if (const WebCredentials* pUser = objRequest.objCredentials.UserAndPassword()) {
+    SetHandshake(pCurl.get(), eHandshake, *pUser);
+  }
   curl_easy_setopt(pCurl.get(), CURLOPT_HTTPHEADER, objHeaders.Get());
   curl_easy_setopt(pCurl.get(), CURLOPT_ERRORBUFFER, szDetail);
   Perform(pCurl.get(), objOutcome);
@@ -411,18 +386,17 @@ Outcome CurlTransport::Impl::Try(const HttpRequest& objRequest, bool bNtlm) {
   return objOutcome;
 }
 
-HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Login eLogin) {
+HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Handshake eHandshake) {
   if (!m_pImpl->pCurl)
     throw ServiceException("The request failed. The HTTP library did not start.");
-  const bool bNtlm = eLogin == Login::kNtlm;
   const auto nEnd = Now() + objRequest.nTimeout;
-  Outcome objOutcome = m_pImpl->Try(objRequest, bNtlm);
+  Outcome objOutcome = m_pImpl->Try(objRequest, eHandshake);
   if (Settings().bSafe && IsForAnotherConnection(objOutcome)) {
     HttpRequest objAgain = objRequest;
     objAgain.bNewConnection = true;
     objAgain.nTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - Now());
     if (objAgain.pBody) objAgain.pBody->Rewind();
-    objOutcome = m_pImpl->Try(objAgain, bNtlm);
+    objOutcome = m_pImpl->Try(objAgain, eHandshake);
   }
   if (objOutcome.objEnd.eCode != CURLE_OK) throw NetworkFailure(objRequest, objOutcome.objEnd);
   return std::move(objOutcome.objTransfer.objResponse);

@@ -7,6 +7,8 @@
 
 namespace ews {
 
+enum class Handshake;
+
 // Sends requests with libcurl. One handle lives as long as the transport and keeps its connections,
 // so that a rebuilt service means no new TLS handshake. Requests carry a Content-Length and wait
 // for no "100 Continue"; answers may be compressed. The settings of ews/Settings.h apply to each
@@ -14,10 +16,8 @@ namespace ews {
 // the safe switch, one that loses a request that cannot have been carried out, or answers it with a
 // 400 that is none of the service's, is replaced and the request sent once more.
 //
-// A user name goes out as Basic. A server that refuses it with 401 and offers NTLM and no Basic is
-// asked again, and from then on, with libcurl's NTLM handshake, which goes out with an empty body
-// until the server has accepted it once on a connection. It takes names and
-// passwords of Latin-1 characters; others are not proved right.
+// A user name goes out as Basic. A server that refuses it with 401 and offers no Basic is asked
+// again, and from then on, with a handshake that it offers (ews/Handshake.h).
 class CurlTransport : public EwsTransport {
  public:
   // With the safe switch a connection that moves no byte for nStallLimit counts as lost, whatever
@@ -29,10 +29,8 @@ class CurlTransport : public EwsTransport {
   CurlTransport& operator=(const CurlTransport&) = delete;
 
  private:
-  enum class Login { kHeader, kNtlm };
-
   HttpResponse DoSend(const HttpRequest& objRequest) override;
-  HttpResponse Exchange(const HttpRequest& objRequest, Login eLogin);
+  HttpResponse Exchange(const HttpRequest& objRequest, Handshake eHandshake);
 
   struct Impl;
   std::unique_ptr<Impl> m_pImpl;

@@ -1,4 +1,5 @@
 #include <array>
+#include <cstdlib>
 
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
@@ -57,7 +58,10 @@ std::string HmacMd5(const std::string& key, const std::string& data) {
 
 class Ntlm : public OverHttp {
  protected:
-  Ntlm() { m_wire.Service().SetCredentials(ews::WebCredentials(u"CORP\\tom", u"pässword")); }
+  Ntlm() {
+    setenv("KRB5CCNAME", "FILE:/nonexistent/tickets", 1);  // where Kerberos is offered, too
+    m_wire.Service().SetCredentials(ews::WebCredentials(u"CORP\\tom", u"pässword"));
+  }
   void Refuse(const std::string& offer = "NTLM", const std::string& other = "Negotiate") {
     m_server.Push(
         {.status = 401, .headers = {{"WWW-Authenticate", other}, {"WWW-Authenticate", offer}}});
@@ -127,7 +131,7 @@ TEST_F(Ntlm, AnAnswerThatIsLostIsNotAskedForAgain) {
 TEST_F(Ntlm, OnlyAPasswordForAServerWithoutBasicStartsIt) {
   Refuse("NTLM", "Basic realm=\"x\"");
   EXPECT_THAT(Find(), HasSubstr("HTTP 401"));
-  Refuse("NTLMX, x NTLM", "Negotiate");
+  Refuse("NTLMX, x NTLM", "Digest realm=\"x\"");
   EXPECT_THAT(Find(), HasSubstr("HTTP 401"));
   EXPECT_EQ(Seen(), "B+ B+ ");
   m_wire.Service().SetCredentials(ews::OAuthCredentials(u"token"));
@@ -143,6 +147,19 @@ TEST_F(Ntlm, AWrongPasswordIsToldAndBasicIsTriedFirstAgain) {
   m_server.Push({.body = answers::Found({})});
   EXPECT_EQ(Find(), "no exception");
   EXPECT_EQ(Seen(), "B+ 1 3+ B+ ");
+}
+
+TEST_F(Ntlm, WhatItCannotProveIsToldAndNotTried) {
+  const ews::WebCredentials logins[] = {{u"tom", u"p\u20ACssword"}, {u"\u0422om", u"password"}};
+  for (const ews::WebCredentials& login : logins) {
+    WiredService wire(m_server.Url("/EWS/Exchange.asmx"));
+    wire.Service().SetCredentials(login);
+    Refuse();
+    EXPECT_THAT(wire.Find(), AllOf(HasSubstr("HTTP 401"), HasSubstr("beyond Latin-1"),
+                                   HasSubstr("logon is refused")));
+    EXPECT_THAT(wire.Find(), HasSubstr("beyond Latin-1"));
+  }
+  EXPECT_EQ(Seen(), "B+ B+ ");
 }
 
 }  // namespace
