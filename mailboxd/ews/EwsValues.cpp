@@ -4,22 +4,22 @@
 #include <cctype>
 
 #include "base/AsciiText.h"
+#include "base/WholeNumber.h"
 #include "mailboxd/ews/EwsFieldTable.h"
 #include "mailboxd/store/DateTime.h"
-#include "mailboxd/store/Numbers.h"
 
 namespace mailbox::schema {
 namespace {
 
 bool IsInt(std::string_view text) {
   if (text.starts_with('+')) text.remove_prefix(1);
-  return WholeNumber<int>(text).has_value();
+  return mail::wholeNumber<int>(text).has_value();
 }
 
 bool IsTag(std::string_view text) {
   const bool hex = text.starts_with("0x") || text.starts_with("0X");
   if (hex) text.remove_prefix(2);
-  const auto value = WholeNumber<unsigned>(text, hex ? 16 : 10);
+  const auto value = mail::wholeNumber<unsigned>(text, hex ? 16 : 10);
   return value && *value <= 0xFFFF;
 }
 

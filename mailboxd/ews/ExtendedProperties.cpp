@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <utility>
 
+#include "base/WholeNumber.h"
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/store/DateTime.h"
-#include "mailboxd/store/Numbers.h"
 
 namespace mailbox {
 namespace {
@@ -18,8 +17,7 @@ constexpr std::string_view kMessageSize = "tag:0xe08";
 std::string TagKey(std::string_view text) {
   const bool hex = text.starts_with("0x") || text.starts_with("0X");
   if (hex) text.remove_prefix(2);
-  unsigned tag = 0;
-  std::from_chars(text.data(), text.data() + text.size(), tag, hex ? 16 : 10);
+  const unsigned tag = mail::wholeNumber<unsigned>(text, hex ? 16 : 10).value_or(0);
   char key[16];
   std::snprintf(key, sizeof key, "tag:0x%x", tag);
   return key;
@@ -33,7 +31,7 @@ bool FitsType(std::string_view type, const std::string& value) {
     return value == "true" || value == "false" || value == "1" || value == "0";
   }
   if (type.starts_with("Integer") || type.starts_with("Long") || type.starts_with("Short")) {
-    return WholeNumber<long long>(value).has_value();
+    return mail::wholeNumber<long long>(value).has_value();
   }
   return true;
 }
@@ -42,8 +40,7 @@ bool FitsType(std::string_view type, const std::string& value) {
 std::string MessageFlags(const ItemInfo& item, const ExtendedProperty* stored) {
   int flags = 0;
   if (stored != nullptr && !stored->values.empty()) {
-    const std::string& text = stored->values.front();
-    std::from_chars(text.data(), text.data() + text.size(), flags);
+    flags = mail::wholeNumber<int>(stored->values.front()).value_or(0);
   }
   flags = (flags & ~(kReadFlag | kUnsentFlag)) | (item.isRead ? kReadFlag : 0) |
           (item.isDraft ? kUnsentFlag : 0);

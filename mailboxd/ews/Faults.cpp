@@ -4,8 +4,8 @@
 #include <array>
 #include <vector>
 
+#include "base/WholeNumber.h"
 #include "mailboxd/ews/EwsFailure.h"
-#include "mailboxd/store/Numbers.h"
 
 namespace mailbox {
 namespace {
@@ -24,7 +24,7 @@ constexpr std::array<CutRow, 4> kCuts = {{
 }};
 
 std::optional<int> Number(std::string_view text) {
-  const auto value = WholeNumber<int>(text);
+  const auto value = mail::wholeNumber<int>(text);
   return value.value_or(-1) >= 0 ? value : std::nullopt;
 }
 

@@ -1,9 +1,9 @@
 #include "mailboxd/ews/ItemReading.h"
 
 #include <array>
-#include <charconv>
 #include <string>
 
+#include "base/WholeNumber.h"
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/ExtendedProperties.h"
 #include "mailboxd/ews/Operations.h"
@@ -69,9 +69,7 @@ void ApplyProperty(const ExtendedProperty& property, ItemInfo& item) {
   if (property.values.empty()) return;
   const std::string& value = property.values.front();
   if (property.key == kMessageFlags) {
-    int flags = 0;
-    std::from_chars(value.data(), value.data() + value.size(), flags);
-    item.isDraft = (flags & kUnsentFlag) != 0;
+    item.isDraft = (mail::wholeNumber<int>(value).value_or(0) & kUnsentFlag) != 0;
   } else if (property.key == kDeliveryTime) {
     item.received = ReadDateTime(value).value_or(item.received);
   } else if (property.key == kSubmitTime) {

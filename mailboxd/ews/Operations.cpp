@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
+#include "base/AsciiText.h"
+#include "base/WholeNumber.h"
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/store/StoreSchema.h"
 
@@ -29,9 +30,7 @@ constexpr std::array<OperationRow, 10> kOperations = {{
 }};
 
 std::int64_t NumberOf(std::string_view text, std::int64_t absent) {
-  std::int64_t value = absent;
-  std::from_chars(text.data(), text.data() + text.size(), value);
-  return value;
+  return mail::wholeNumber<std::int64_t>(mail::trimmed(text)).value_or(absent);
 }
 
 // A mailbox is made at first use, so any address that could be one has one.

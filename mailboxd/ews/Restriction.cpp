@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 
+#include "base/WholeNumber.h"
 #include "mailboxd/ews/EwsFailure.h"
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/store/DateTime.h"
-#include "mailboxd/store/Numbers.h"
 #include "platform/Unicode.h"
 
 namespace mailbox {
@@ -81,7 +81,7 @@ FieldValue ReadValue(FieldValue::Kind kind, std::string_view text) {
     if (auto date = ReadDateTime(text)) return FieldValue::Date(std::move(*date));
   } else if (text == "true" || text == "false") {
     return FieldValue::Number(text == "true" ? 1 : 0);
-  } else if (const auto number = WholeNumber<std::int64_t>(text)) {
+  } else if (const auto number = mail::wholeNumber<std::int64_t>(text)) {
     return FieldValue::Number(*number);
   }
   throw OperationError("ErrorInvalidValueForProperty",

@@ -7,9 +7,9 @@
 
 #include "base/ExtPtrArray.h"
 #include "base/LogNull.h"
+#include "base/WholeNumber.h"
 #include "html/CkHtmlToText.h"
 #include "mailboxd/store/MailOfItem.h"
-#include "mailboxd/store/Numbers.h"
 #include "mailboxd/web/DownloadName.h"
 #include "mailboxd/web/InlinePictures.h"
 #include "mailboxd/web/WebHtml.h"
@@ -329,7 +329,7 @@ WebReply NotFound() {
 }
 
 std::int64_t NumberIn(std::string_view text) {
-  return std::max<std::int64_t>(0, WholeNumber<std::int64_t>(text).value_or(0));
+  return std::max<std::int64_t>(0, mail::wholeNumber<std::int64_t>(text).value_or(0));
 }
 
 WebReply AnswerItem(Store& store, std::int64_t id, std::span<const std::string_view> rest) {

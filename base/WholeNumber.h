@@ -5,11 +5,11 @@
 #include <string_view>
 #include <system_error>
 
-namespace mailbox {
+namespace mail {
 
 // The number that the whole text is; nothing for any other text, or one that does not fit.
 template <typename Number>
-std::optional<Number> WholeNumber(std::string_view text, int base = 10) {
+std::optional<Number> wholeNumber(std::string_view text, int base = 10) {
   Number number = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number, base);
@@ -17,4 +17,4 @@ std::optional<Number> WholeNumber(std::string_view text, int base = 10) {
   return number;
 }
 
-}  // namespace mailbox
+}  // namespace mail
