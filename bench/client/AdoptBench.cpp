@@ -67,7 +67,9 @@ void FillTarget(mailbox::Server& server, const std::string& database, int items)
   rows.Execute(fmt::format(
       "BEGIN;"
       "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i+1<{}) "
-      "INSERT INTO items SELECT NULL,{},'Message','IPM.Note','number '||i,0,0,'','','',{},1,"
+      "INSERT INTO items(id,folder,element,item_class,subject,is_read,is_draft,received,sent,"
+      "created,size,version,details,mail_has_files) SELECT NULL,{},'Message','IPM.Note','number "
+      "'||i,0,0,'','','',{},1,"
       "json_object('messageId','<'||i||'@example.com>','properties',json_array(json_array("
       "'named:PublicStrings:name:TarnyKey','String',json_array('<'||i||'@example.com>')))),0 FROM "
       "n;"

@@ -4,6 +4,8 @@
 #include <array>
 #include <cctype>
 
+#include "mailboxd/ews/ItemClasses.h"
+
 namespace mailbox {
 namespace {
 
@@ -104,9 +106,11 @@ constexpr auto kMessageFields = std::to_array<std::string_view>({"ConversationIn
                                                                  "PublishedCalendarItemIcs",
                                                                  "PublishedCalendarItemName",
                                                                  "MessageSafety"});
+// Of kinds that are not kept here, any name of letters is taken.
 constexpr auto kOtherGroups =
-    std::to_array<std::string_view>({"meeting", "meetingRequest", "calendar", "task", "contacts",
-                                     "conversation", "distributionlist"});
+    std::to_array<std::string_view>({"meeting", "meetingRequest", "conversation"});
+constexpr auto kOwnElements =
+    std::to_array<std::string_view>({"CalendarItem", "Contact", "DistributionList", "Task"});
 
 template <typename Names>
 bool Has(const Names& names, std::string_view name) {
@@ -123,6 +127,10 @@ bool IsFieldUri(std::string_view text) {
   if (group == "folder") return Has(kFolderFields, name);
   if (group == "item") return Has(kItemFields, name);
   if (group == "message") return Has(kMessageFields, name);
+  if (text == "contacts:Culture") return true;
+  for (const std::string_view element : kOwnElements) {
+    if (FindFieldByUri(element, text) != nullptr) return true;
+  }
   return Has(kOtherGroups, group) && !name.empty() &&
          std::all_of(name.begin(), name.end(),
                      [](unsigned char c) { return std::isalnum(c) != 0; });

@@ -244,7 +244,7 @@ class Walk {
   void CheckComplete(pugi::xml_node node, const Type& type, size_t position, size_t count) const {
     bool complete = true;
     if (type.order == Order::kOneOf) complete = count == type.GroupCount();
-    if (type.order == Order::kAnyOf && MustHold(node)) complete = count > 0;
+    if (type.order == Order::kAnyOf && !type.mayBeEmpty) complete = count > 0;
     if (type.order == Order::kSequence) {
       for (size_t i = position; i < type.children.size(); ++i) {
         if (type.children[i].required) complete = false;
@@ -254,13 +254,6 @@ class Walk {
       Fail(node, "The element " + Named(node) + " has incomplete content." +
                      Expected(type, position, count));
     }
-  }
-
-  // Lists that must not be empty; recipients, categories and the header may be.
-  static bool MustHold(pugi::xml_node node) {
-    const std::string_view name = LocalName(node);
-    return name != "Header" && name != "Categories" && !name.ends_with("Recipients") &&
-           name != "ReplyTo";
   }
 
   std::string_view m_buffer;

@@ -1,19 +1,19 @@
 #include "mailboxd/ews/EwsSchemaTable.h"
 
-#include <utility>
+#include "mailboxd/ews/EwsSchemaMakers.h"
 
 namespace mailbox::schema {
 namespace {
 
-const Kind kString{Value::kString, "string", {}};
-const Kind kNonEmpty{Value::kNonEmpty, "NonEmptyStringType", {}};
-const Kind kBoolean{Value::kBoolean, "boolean", {}};
-const Kind kInt{Value::kInt, "int", {}};
-const Kind kDateTime{Value::kDateTime, "dateTime", {}};
-const Kind kBase64{Value::kBase64, "base64Binary", {}};
 const Kind kTag{Value::kTag, "PropertyTagType", {}};
-const Kind kGuid{Value::kGuid, "GuidType", {}};
 const Kind kField{Value::kField, "UnindexedFieldURIType", {}};
+const Kind kIndexedField{
+    Value::kChoices,
+    "DictionaryURIType",
+    {"item:InternetMessageHeader", "contacts:ImAddress", "contacts:PhysicalAddress:Street",
+     "contacts:PhysicalAddress:City", "contacts:PhysicalAddress:State",
+     "contacts:PhysicalAddress:CountryOrRegion", "contacts:PhysicalAddress:PostalCode",
+     "contacts:PhoneNumber", "contacts:EmailAddress", "distributionlist:Members:Member"}};
 const Kind kTraversal{
     Value::kChoices, "FolderQueryTraversalType", {"Shallow", "Deep", "SoftDeleted"}};
 const Kind kItemTraversal{
@@ -23,11 +23,7 @@ const Kind kDirection{Value::kChoices, "SortDirectionType", {"Ascending", "Desce
 const Kind kShape{Value::kChoices,
                   "DefaultShapeNamesType",
                   {"IdOnly", "Default", "AllProperties", "PcxPeopleSearch"}};
-const Kind kBodyType{Value::kChoices, "BodyTypeType", {"HTML", "Text"}};
 const Kind kBodyShape{Value::kChoices, "BodyTypeResponseType", {"Best", "HTML", "Text"}};
-const Kind kImportance{Value::kChoices, "ImportanceChoicesType", {"Low", "Normal", "High"}};
-const Kind kSensitivity{
-    Value::kChoices, "SensitivityChoicesType", {"Normal", "Personal", "Private", "Confidential"}};
 const Kind kContainment{Value::kChoices,
                         "ContainmentModeType",
                         {"FullString", "Prefixed", "Substring", "PrefixOnWords", "ExactPhrase"}};
@@ -125,37 +121,6 @@ const Kind kFolderName{Value::kChoices,
                         "favorites",
                         "archive"}};
 
-// One-line makers for the many types that are alike.
-Type TextOf(const Kind& kind, std::vector<AttributeRule> attributes = {}) {
-  Type type;
-  type.text = &kind;
-  type.attributes = std::move(attributes);
-  return type;
-}
-Type Of(Order order, Space space, std::vector<ChildRule> children,
-        std::vector<AttributeRule> attributes = {}, std::string_view base = {}) {
-  Type type;
-  type.order = order;
-  type.space = space;
-  type.children = std::move(children);
-  type.attributes = std::move(attributes);
-  type.base = base;
-  return type;
-}
-// One child of each group; each number is where a group ends.
-Type OneOfEach(std::vector<std::size_t> groups, Type type) {
-  type.order = Order::kOneOf;
-  type.groups = std::move(groups);
-  return type;
-}
-Type Open(std::vector<AttributeRule> attributes = {}) {
-  return Of(Order::kOpen, Space::kTypes, {}, std::move(attributes));
-}
-
-constexpr bool kRequired = true;
-constexpr bool kOptional = false;
-constexpr bool kMany = true;
-
 void AddEnvelope(TypeTable& types) {
   types["Document"] = Of(Order::kSequence, Space::kSoap, {{"Envelope", "Envelope", kRequired}});
   types["Envelope"] =
@@ -166,6 +131,7 @@ void AddEnvelope(TypeTable& types) {
                         {"ExchangeImpersonation", "Impersonation"},
                         {"MailboxCulture", "Open"},
                         {"DateTimePrecision", "Open"}});
+  types["Header"].mayBeEmpty = true;
   types["Version"] = Of(Order::kSequence, Space::kTypes, {}, {{"Version", kRequired, &kString}});
   types["Impersonation"] =
       Of(Order::kSequence, Space::kTypes, {{"ConnectingSID", "Sid", kRequired}});
@@ -184,7 +150,8 @@ void AddEnvelope(TypeTable& types) {
                           {"GetItem", "GetItem"},
                           {"FindItem", "FindItem"},
                           {"UpdateItem", "UpdateItem"},
-                          {"DeleteItem", "DeleteItem"}});
+                          {"DeleteItem", "DeleteItem"},
+                          {"MoveItem", "MoveItem"}});
   types["Open"] = Open();
   types["String"] = TextOf(kString);
   types["NonEmpty"] = TextOf(kNonEmpty);
@@ -260,7 +227,7 @@ void AddRestrictions(TypeTable& types) {
   types["AndOr"] = Of(Order::kAnyOf, Space::kTypes, expressions);
   types["Contains"] = OneOfEach({3, 4}, Of(Order::kOneOf, Space::kTypes,
                                            {{"FieldURI", "FieldUri"},
-                                            {"IndexedFieldURI", "Open"},
+                                            {"IndexedFieldURI", "IndexedUri"},
                                             {"ExtendedFieldURI", "ExtendedUri"},
                                             {"Constant", "Constant", kRequired}},
                                            {{"ContainmentMode", kOptional, &kContainment},
@@ -268,26 +235,30 @@ void AddRestrictions(TypeTable& types) {
   types["Comparison"] =
       OneOfEach({3, 4}, Of(Order::kOneOf, Space::kTypes,
                            {{"FieldURI", "FieldUri"},
-                            {"IndexedFieldURI", "Open"},
+                            {"IndexedFieldURI", "IndexedUri"},
                             {"ExtendedFieldURI", "ExtendedUri"},
                             {"FieldURIOrConstant", "FieldOrConstant", kRequired}}));
   types["FieldOrConstant"] = Of(Order::kOneOf, Space::kTypes,
                                 {{"FieldURI", "FieldUri"},
-                                 {"IndexedFieldURI", "Open"},
+                                 {"IndexedFieldURI", "IndexedUri"},
                                  {"ExtendedFieldURI", "ExtendedUri"},
                                  {"Constant", "Constant"}});
   types["Exists"] = types["Paths"] = Of(Order::kAnyOf, Space::kTypes,
                                         {{"FieldURI", "FieldUri", kOptional, kMany},
-                                         {"IndexedFieldURI", "Open", kOptional, kMany},
+                                         {"IndexedFieldURI", "IndexedUri", kOptional, kMany},
                                          {"ExtendedFieldURI", "ExtendedUri", kOptional, kMany}});
   types["SortOrder"] =
       Of(Order::kAnyOf, Space::kTypes, {{"FieldOrder", "FieldOrder", kOptional, kMany}});
-  types["FieldOrder"] = Of(
-      Order::kOneOf, Space::kTypes,
-      {{"FieldURI", "FieldUri"}, {"IndexedFieldURI", "Open"}, {"ExtendedFieldURI", "ExtendedUri"}},
-      {{"Order", kRequired, &kDirection}});
+  types["FieldOrder"] = Of(Order::kOneOf, Space::kTypes,
+                           {{"FieldURI", "FieldUri"},
+                            {"IndexedFieldURI", "IndexedUri"},
+                            {"ExtendedFieldURI", "ExtendedUri"}},
+                           {{"Order", kRequired, &kDirection}});
   types["Constant"] = Of(Order::kSequence, Space::kTypes, {}, {{"Value", kRequired, &kString}});
   types["FieldUri"] = Of(Order::kSequence, Space::kTypes, {}, {{"FieldURI", kRequired, &kField}});
+  types["IndexedUri"] =
+      Of(Order::kSequence, Space::kTypes, {},
+         {{"FieldURI", kRequired, &kIndexedField}, {"FieldIndex", kRequired, &kString}});
   types["ExtendedUri"] = Of(Order::kSequence, Space::kTypes, {},
                             {{"DistinguishedPropertySetId", kOptional, &kPropertySet},
                              {"PropertySetId", kOptional, &kGuid},
@@ -330,6 +301,10 @@ void AddItemRequests(TypeTable& types) {
                             {"SendMeetingCancellations", kOptional, &kInvitations},
                             {"AffectedTaskOccurrences", kOptional, &kOccurrences},
                             {"SuppressReadReceipts", kOptional, &kBoolean}});
+  types["MoveItem"] = Of(Order::kSequence, Space::kMessages,
+                         {{"ToFolderId", "FolderId", kRequired},
+                          {"ItemIds", "ItemIds", kRequired},
+                          {"ReturnNewItemIds", "Boolean"}});
   types["ItemIds"] = Of(Order::kAnyOf, Space::kTypes, {{"ItemId", "PlainId", kOptional, kMany}});
   types["BodyShape"] = TextOf(kBodyShape);
   types["ItemShape"] = Of(Order::kSequence, Space::kTypes,
@@ -348,15 +323,16 @@ void AddItemRequests(TypeTable& types) {
 }
 
 void AddUpdates(TypeTable& types) {
-  const std::vector<ChildRule> path = {
-      {"FieldURI", "FieldUri"}, {"IndexedFieldURI", "Open"}, {"ExtendedFieldURI", "ExtendedUri"}};
+  const std::vector<ChildRule> path = {{"FieldURI", "FieldUri"},
+                                       {"IndexedFieldURI", "IndexedUri"},
+                                       {"ExtendedFieldURI", "ExtendedUri"}};
   std::vector<ChildRule> value = path;
   value.insert(value.end(), {{"Item", "Item"},
                              {"Message", "Message"},
-                             {"CalendarItem", "Open"},
-                             {"Contact", "Open"},
-                             {"DistributionList", "Open"},
-                             {"Task", "Open"}});
+                             {"CalendarItem", "CalendarItem"},
+                             {"Contact", "Contact"},
+                             {"DistributionList", "DistributionList"},
+                             {"Task", "Task"}});
   types["UpdateItem"] =
       Of(Order::kSequence, Space::kMessages,
          {{"SavedItemFolderId", "FolderId"}, {"ItemChanges", "ItemChanges", kRequired}},
@@ -375,85 +351,6 @@ void AddUpdates(TypeTable& types) {
   types["FieldPath"] = Of(Order::kOneOf, Space::kTypes, path);
   types["FieldValue"] =
       OneOfEach({path.size(), value.size()}, Of(Order::kOneOf, Space::kTypes, value));
-}
-
-void AddItems(TypeTable& types) {
-  types["Items"] = Of(Order::kAnyOf, Space::kTypes,
-                      {{"Message", "Message", kOptional, kMany},
-                       {"CalendarItem", "Open", kOptional, kMany},
-                       {"Contact", "Open", kOptional, kMany},
-                       {"DistributionList", "Open", kOptional, kMany},
-                       {"Task", "Open", kOptional, kMany}});
-  types["Item"] = Of(Order::kSequence, Space::kTypes,
-                     {{"MimeContent", "MimeContent"},
-                      {"ItemId", "PlainId"},
-                      {"ParentFolderId", "PlainId"},
-                      {"ItemClass", "String"},
-                      {"Subject", "String"},
-                      {"Sensitivity", "Sensitivity"},
-                      {"Body", "Body"},
-                      {"Attachments", "Attachments"},
-                      {"DateTimeReceived", "DateTime"},
-                      {"Size", "Int"},
-                      {"Categories", "Categories"},
-                      {"Importance", "Importance"},
-                      {"InReplyTo", "String"},
-                      {"DateTimeSent", "DateTime"},
-                      {"DateTimeCreated", "DateTime"},
-                      {"ReminderDueBy", "DateTime"},
-                      {"ReminderIsSet", "Boolean"},
-                      {"ReminderMinutesBeforeStart", "String"},
-                      {"ExtendedProperty", "ExtendedProperty", kOptional, kMany},
-                      {"Culture", "String"}});
-  types["Message"] = Of(Order::kSequence, Space::kTypes,
-                        {{"Sender", "SingleRecipient"},
-                         {"ToRecipients", "Recipients"},
-                         {"CcRecipients", "Recipients"},
-                         {"BccRecipients", "Recipients"},
-                         {"IsReadReceiptRequested", "Boolean"},
-                         {"IsDeliveryReceiptRequested", "Boolean"},
-                         {"ConversationIndex", "Base64"},
-                         {"ConversationTopic", "String"},
-                         {"From", "SingleRecipient"},
-                         {"InternetMessageId", "String"},
-                         {"IsRead", "Boolean"},
-                         {"IsResponseRequested", "Boolean"},
-                         {"References", "String"},
-                         {"ReplyTo", "Recipients"}},
-                        {}, "Item");
-  types["MimeContent"] = TextOf(kBase64, {{"CharacterSet", kOptional, &kString}});
-  types["Sensitivity"] = TextOf(kSensitivity);
-  types["Importance"] = TextOf(kImportance);
-  types["Body"] =
-      TextOf(kString, {{"BodyType", kRequired, &kBodyType}, {"IsTruncated", kOptional, &kBoolean}});
-  types["Categories"] = Of(Order::kAnyOf, Space::kTypes, {{"String", "String", kOptional, kMany}});
-  types["Recipients"] =
-      Of(Order::kAnyOf, Space::kTypes, {{"Mailbox", "Mailbox", kOptional, kMany}});
-  types["SingleRecipient"] = Of(Order::kOneOf, Space::kTypes, {{"Mailbox", "Mailbox"}});
-  types["Mailbox"] = Of(Order::kSequence, Space::kTypes,
-                        {{"Name", "String"},
-                         {"EmailAddress", "NonEmpty"},
-                         {"RoutingType", "NonEmpty"},
-                         {"MailboxType", "String"},
-                         {"ItemId", "PlainId"}});
-  types["ExtendedProperty"] = Of(
-      Order::kSequence, Space::kTypes,
-      {{"ExtendedFieldURI", "ExtendedUri", kRequired}, {"Value", "String"}, {"Values", "Values"}});
-  types["Values"] = Of(Order::kAnyOf, Space::kTypes, {{"Value", "String", kOptional, kMany}});
-  types["Attachments"] = Of(Order::kAnyOf, Space::kTypes,
-                            {{"FileAttachment", "FileAttachment", kOptional, kMany},
-                             {"ItemAttachment", "Open", kOptional, kMany}});
-  types["FileAttachment"] = Of(Order::kSequence, Space::kTypes,
-                               {{"AttachmentId", "RequestId"},
-                                {"Name", "String"},
-                                {"ContentType", "String"},
-                                {"ContentId", "String"},
-                                {"ContentLocation", "String"},
-                                {"Size", "Int"},
-                                {"LastModifiedTime", "DateTime"},
-                                {"IsInline", "Boolean"},
-                                {"IsContactPhoto", "Boolean"},
-                                {"Content", "Base64"}});
 }
 
 // Puts the children of a type's base in front of its own, once.
@@ -475,7 +372,7 @@ const TypeTable& Types() {
     AddRestrictions(types);
     AddItemRequests(types);
     AddUpdates(types);
-    AddItems(types);
+    AddItemTypes(types);
     JoinBases(types);
     return types;
   }();

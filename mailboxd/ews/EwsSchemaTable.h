@@ -22,7 +22,12 @@ enum class Value {
   kTag,
   kGuid,
   kField,
-  kChoices
+  kChoices,
+  kChoiceList,  // several, divided by blanks
+  kBinary,      // base64 that is kept as it came
+  kDate,
+  kDouble,
+  kLong
 };
 enum class Order { kSequence, kAnyOf, kOneOf, kOpen };  // kOpen: whatever it holds is taken
 
@@ -52,6 +57,7 @@ struct Type {
   // For kOneOf: where each group of children ends; one of each must come, in this order. Empty for
   // one group of all.
   std::vector<std::size_t> groups = {};
+  bool mayBeEmpty = false;  // a list (kAnyOf) of nothing
 
   std::size_t GroupCount() const { return groups.empty() ? 1 : groups.size(); }
   std::size_t GroupBegin(std::size_t group) const { return group == 0 ? 0 : groups[group - 1]; }

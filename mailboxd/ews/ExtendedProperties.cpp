@@ -23,6 +23,30 @@ std::string TagKey(std::string_view text) {
   return key;
 }
 
+// Sets that have a name besides their GUID. A property is kept under the name, whichever of the two
+// it came by.
+struct NamedSet {
+  std::string_view name;
+  std::string_view guid;
+};
+constexpr std::array<NamedSet, 10> kNamedSets = {{
+    {"Meeting", "6ed8da90-450b-101b-98da-00aa003f1305"},
+    {"Appointment", "00062002-0000-0000-c000-000000000046"},
+    {"Common", "00062008-0000-0000-c000-000000000046"},
+    {"PublicStrings", "00020329-0000-0000-c000-000000000046"},
+    {"Address", "00062004-0000-0000-c000-000000000046"},
+    {"InternetHeaders", "00020386-0000-0000-c000-000000000046"},
+    {"CalendarAssistant", "11000e07-b51b-40d6-af21-caa85edab1d0"},
+    {"UnifiedMessaging", "4442858e-a9e3-4e80-b900-317a210cc15b"},
+    {"Task", "00062003-0000-0000-c000-000000000046"},
+    {"Sharing", "00062040-0000-0000-c000-000000000046"},
+}};
+
+std::string SetKey(const std::string& guid) {
+  const auto row = std::ranges::find(kNamedSets, guid, &NamedSet::guid);
+  return row != kNamedSets.end() ? "named:" + std::string(row->name) : "set:" + guid;
+}
+
 std::string Lower(std::string_view text) { return NormalAddress(text); }
 
 bool FitsType(std::string_view type, const std::string& value) {
@@ -60,12 +84,16 @@ constexpr std::array<FieldRow, 5> kFields = {{
     {kSubmitTime, &ItemInfo::sent},
 }};
 
-// Takes the text up to the next colon off the front.
-std::string_view TakePart(std::string_view& key) {
-  const size_t colon = key.find(':');
-  const std::string_view part = key.substr(0, colon);
-  key.remove_prefix(colon == std::string_view::npos ? key.size() : colon + 1);
-  return part;
+// How the property is named to a client: as it asked, a tag in hexadecimal.
+std::string NameAttributes(std::string_view key, pugi::xml_node asked) {
+  constexpr std::string_view kTag = "tag:";
+  if (key.starts_with(kTag)) return XmlAttribute("PropertyTag", key.substr(kTag.size()));
+  std::string attributes;
+  for (const char* const name :
+       {"DistinguishedPropertySetId", "PropertySetId", "PropertyName", "PropertyId"}) {
+    if (const auto given = asked.attribute(name)) attributes += XmlAttribute(name, given.value());
+  }
+  return attributes;
 }
 
 }  // namespace
@@ -74,7 +102,7 @@ std::string PropertyKey(pugi::xml_node uri) {
   if (const auto tag = uri.attribute("PropertyTag")) return TagKey(tag.value());
   std::string key;
   if (const auto set = uri.attribute("PropertySetId")) {
-    key = "set:" + Lower(set.value());
+    key = SetKey(Lower(set.value()));
   } else if (const auto named = uri.attribute("DistinguishedPropertySetId")) {
     key = "named:" + std::string(named.value());
   }
@@ -98,10 +126,13 @@ ExtendedProperty ReadProperty(pugi::xml_node node) {
   } else {
     property.values.emplace_back(ChildText(node, "Value"));
   }
-  for (const std::string& value : property.values) {
-    if (FitsType(property.type, value)) continue;
-    throw OperationError("ErrorInvalidExtendedPropertyValue",
-                         "The specified value is invalid for property.");
+  for (std::string& value : property.values) {
+    if (!FitsType(property.type, value)) {
+      throw OperationError("ErrorInvalidExtendedPropertyValue",
+                           "The specified value is invalid for property.");
+    }
+    // Dates are given back in UTC, as those of fields are.
+    if (property.type.starts_with("SystemTime")) value = ReadDateTime(value).value_or(value);
   }
   return property;
 }
@@ -123,20 +154,10 @@ std::optional<ExtendedProperty> PropertyOf(const ItemInfo& item, std::string_vie
   return std::nullopt;
 }
 
-void WriteProperty(const ExtendedProperty& property, EwsResponse& response) {
-  std::string_view key = property.key;
-  const std::string_view kind = TakePart(key);
-  std::string attributes;
-  if (kind == "tag") {
-    attributes = XmlAttribute("PropertyTag", key);
-  } else {
-    attributes =
-        XmlAttribute(kind == "set" ? "PropertySetId" : "DistinguishedPropertySetId", TakePart(key));
-    const std::string_view how = TakePart(key);
-    attributes += XmlAttribute(how == "id" ? "PropertyId" : "PropertyName", key);
-  }
+void WriteProperty(const ExtendedProperty& property, pugi::xml_node asked, EwsResponse& response) {
   response.Open("t:ExtendedProperty");
-  response.Empty("t:ExtendedFieldURI", attributes + XmlAttribute("PropertyType", property.type));
+  response.Empty("t:ExtendedFieldURI",
+                 NameAttributes(property.key, asked) + XmlAttribute("PropertyType", property.type));
   const bool isArray = std::string_view(property.type).ends_with("Array");
   if (isArray) response.Open("t:Values");
   for (const std::string& value : property.values) response.Element("t:Value", value);

@@ -16,7 +16,8 @@ namespace mailbox {
 std::string PropertyKey(pugi::xml_node uri);
 // Reads an ExtendedProperty element; throws OperationError for a value that is not of its type.
 ExtendedProperty ReadProperty(pugi::xml_node node);
-void WriteProperty(const ExtendedProperty& property, EwsResponse& response);
+// Under the name by which the client asked for it, an ExtendedFieldURI element.
+void WriteProperty(const ExtendedProperty& property, pugi::xml_node asked, EwsResponse& response);
 
 // One of an item: as it was given, or made of the field that it is; nothing where the item has
 // neither. The type is what the client asks for, for a property that nobody gave.

@@ -8,8 +8,11 @@
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/EwsResponse.h"
 #include "mailboxd/ews/ExtendedProperties.h"
+#include "mailboxd/ews/FieldXml.h"
+#include "mailboxd/ews/ItemClasses.h"
 #include "mailboxd/ews/ItemReading.h"
 #include "mailboxd/ews/Operations.h"
+#include "mailboxd/store/ItemFields.h"
 
 namespace mailbox {
 namespace {
@@ -46,8 +49,8 @@ void ClearBody(ItemInfo& item) {
   item.body.clear();
 }
 
-// The properties of messages that can be changed once they are saved; what is not here can only be
-// read. Those that may not be deleted always have a value.
+// The fields that are more than what a client sends of them. Those that may not be deleted always
+// have a value.
 constexpr std::array<Field, 15> kFields = {{
     {"item:ItemClass", Keep, false},
     {"item:Subject", ClearSubject},
@@ -65,6 +68,9 @@ constexpr std::array<Field, 15> kFields = {{
     {"message:BccRecipients", Clear<&ItemInfo::bcc>, true, &ItemInfo::bcc},
     {"message:ReplyTo", Clear<&ItemInfo::replyTo>, true, &ItemInfo::replyTo},
 }};
+
+constexpr std::array<std::string_view, 5> kAddressParts = {"Street", "City", "State",
+                                                           "CountryOrRegion", "PostalCode"};
 
 enum class Action { kSet, kDelete, kAppend };
 
@@ -101,8 +107,6 @@ pugi::xml_node ValueOf(pugi::xml_node path) {
   const pugi::xml_node holder = NextElement(path);
   const pugi::xml_node value = FirstElement(holder);
   if (!value || NextElement(value)) Refuse("ErrorIncorrectUpdatePropertyCount", path);
-  const std::string_view kind = LocalName(holder);
-  if (kind != "Message" && kind != "Item") Refuse("ErrorUpdatePropertyMismatch", path);
   return value;
 }
 
@@ -159,39 +163,149 @@ void Append(const Field& field, pugi::xml_node path, MailOfItem& mail, ItemInfo&
   item.body = body.append(item.body);
 }
 
+// A list that is kept as XML, with more behind what it holds.
+void AppendKept(pugi::xml_node value, ItemInfo& item) {
+  const ItemField* const there = FindField(item, LocalName(value));
+  const std::string close = "</t:" + std::string(LocalName(value)) + ">";
+  std::string xml = there != nullptr ? there->xml : "";
+  ReadInto(value, item);
+  std::string& added = item.fields.back().xml;
+  if (!xml.ends_with(close)) return;
+  xml.resize(xml.size() - close.size());
+  added = xml + added.substr(added.find('>') + 1);
+}
+
+bool IsList(const FieldRule& rule) {
+  constexpr std::array<std::string_view, 4> kLists = {"RequiredAttendees", "OptionalAttendees",
+                                                      "Resources", "Members"};
+  return std::ranges::find(kLists, rule.name) != kLists.end();
+}
+
+// The change of a field that is in the table above.
+void ChangeOwn(const Field& field, pugi::xml_node path, const ActionRow& row, MailOfItem& mail,
+               ItemInfo& item) {
+  const bool isAppend = row.action == Action::kAppend;
+  if (row.action == Action::kDelete) {
+    if (!field.mayBeDeleted) Refuse(row.refusal, path);
+    return field.clear(item);
+  }
+  if (isAppend && field.list == nullptr && field.uri != "item:Body") Refuse(row.refusal, path);
+  if (isAppend) return Append(field, path, mail, item);
+  field.clear(item);
+  ReadInto(ValueOf(path), item);
+}
+
+// The change of one that is kept as it came.
+void ChangeKept(const FieldRule& rule, pugi::xml_node path, const ActionRow& row, ItemInfo& item) {
+  if (row.action == Action::kAppend) {
+    if (!IsList(rule)) Refuse(row.refusal, path);
+    return AppendKept(ValueOf(path), item);
+  }
+  if (row.action == Action::kSet) return ReadInto(ValueOf(path), item);
+  std::erase_if(item.fields, [&](const ItemField& one) { return one.name == rule.name; });
+}
+
+// MIME content, attachments and what the item is to be found by stand where they were put.
+bool MayBeChanged(const FieldRule& rule) {
+  constexpr std::array<std::string_view, 6> kFixed = {"MimeContent",      "Attachments",
+                                                      "ExtendedProperty", "DateTimeSent",
+                                                      "DateTimeReceived", "InternetMessageId"};
+  return rule.mayBeSet && std::ranges::find(kFixed, rule.name) == kFixed.end();
+}
+
 void ChangeField(pugi::xml_node path, const ActionRow& row, MailOfItem& mail, ItemInfo& item) {
   const std::string_view uri = Attribute(path, "FieldURI");
-  const auto field = std::find_if(kFields.begin(), kFields.end(),
-                                  [&](const Field& one) { return one.uri == uri; });
-  const bool isDelete = row.action == Action::kDelete;
+  const FieldRule* const rule = FindFieldByUri(item.element, uri);
+  if (rule == nullptr || !MayBeChanged(*rule)) Refuse(row.refusal, path);
+  if (row.action != Action::kDelete) {
+    const std::string_view holder = LocalName(NextElement(path));
+    const bool fits =
+        LocalName(ValueOf(path)) == rule->name && (holder == item.element || holder == "Item");
+    if (!fits) Refuse("ErrorUpdatePropertyMismatch", path);
+  }
+  const auto own = std::ranges::find(kFields, uri, &Field::uri);
+  if (own != kFields.end()) return ChangeOwn(*own, path, row, mail, item);
+  ChangeKept(*rule, path, row, item);
+}
+
+// The entry of that key, taken out of a dictionary.
+pugi::xml_node EntryIn(pugi::xml_node dictionary, std::string_view key) {
+  for (auto entry = FirstElement(dictionary); entry; entry = NextElement(entry)) {
+    if (Attribute(entry, "Key") == key) return entry;
+  }
+  return {};
+}
+
+// Puts the entry in the place of the one of its key, or of a part of that; without an entry, takes
+// it away.
+void ReplaceEntry(pugi::xml_node dictionary, const EntryPath& at, const char* key,
+                  pugi::xml_node entry) {
+  pugi::xml_node old = EntryIn(dictionary, key);
+  if (at.part.empty()) {
+    if (old) dictionary.remove_child(old);
+    if (entry) dictionary.append_copy(entry);
+    return;
+  }
+  if (!old) {
+    old = dictionary.append_child("t:Entry");
+    old.append_attribute("Key") = key;
+  }
+  pugi::xml_node after;  // where the part stands among the others
+  for (const std::string_view name : kAddressParts) {
+    if (name == at.part) break;
+    if (const pugi::xml_node part = Child(old, name)) after = part;
+  }
+  if (const pugi::xml_node part = Child(old, at.part)) old.remove_child(part);
+  const pugi::xml_node part = Child(entry, at.part);
+  if (!part) return;
+  if (after) {
+    old.insert_copy_after(part, after);
+  } else {
+    old.prepend_copy(part);
+  }
+}
+
+void ChangeEntry(pugi::xml_node path, const ActionRow& row, ItemInfo& item) {
+  const EntryPath* const at = FindEntryPath(Attribute(path, "FieldURI"));
   const bool isAppend = row.action == Action::kAppend;
-  if (field == kFields.end() || LocalName(path) != "FieldURI" ||
-      (isDelete && !field->mayBeDeleted) ||
-      (isAppend && field->list == nullptr && uri != "item:Body")) {
-    Refuse(row.refusal, path);
+  if (at == nullptr || isAppend || item.element != "Contact") Refuse(row.refusal, path);
+  const char* const key = path.attribute("FieldIndex").value();
+  pugi::xml_node entry;
+  if (row.action == Action::kSet) {
+    const pugi::xml_node value = ValueOf(path);
+    entry = EntryIn(value, key);
+    if (LocalName(value) != at->field || !entry) Refuse("ErrorUpdatePropertyMismatch", path);
   }
-  if (isDelete) return field->clear(item);
-  if (LocalName(ValueOf(path)) != uri.substr(uri.find(':') + 1)) {
-    Refuse("ErrorUpdatePropertyMismatch", path);
+  FieldTree tree(FindField(item, at->field));
+  const std::string tag = "t:" + std::string(at->field);
+  pugi::xml_node dictionary = tree.RootNamed(tag.c_str());
+  ReplaceEntry(dictionary, *at, key, entry);
+  std::erase_if(item.fields, [&](const ItemField& one) { return one.name == at->field; });
+  if (FirstElement(dictionary)) {
+    item.fields.push_back({std::string(at->field), FieldXml(dictionary)});
   }
-  if (isAppend) return Append(*field, path, mail, item);
-  field->clear(item);
-  ReadInto(ValueOf(path), item);
+}
+
+void ApplyChange(pugi::xml_node change, MailOfItem& mail, ItemInfo& item) {
+  const auto row = std::ranges::find(kActions, LocalName(change), &ActionRow::element);
+  const pugi::xml_node path = FirstElement(change);
+  if (row == kActions.end() || !path) throw ErrorOf("ErrorInvalidRequest");
+  const std::string_view kind = LocalName(path);
+  if (kind == "ExtendedFieldURI") return ChangeProperty(path, *row, item);
+  if (kind == "IndexedFieldURI") return ChangeEntry(path, *row, item);
+  ChangeField(path, *row, mail, item);
 }
 
 }  // namespace
 
-void ApplyChange(pugi::xml_node change, MailOfItem& mail, ItemInfo& item) {
-  const auto row = std::find_if(kActions.begin(), kActions.end(), [&](const ActionRow& one) {
-    return one.element == LocalName(change);
-  });
-  const pugi::xml_node path = FirstElement(change);
-  if (row == kActions.end() || !path) throw ErrorOf("ErrorInvalidRequest");
-  if (LocalName(path) == "ExtendedFieldURI") {
-    ChangeProperty(path, *row, item);
-  } else {
-    ChangeField(path, *row, mail, item);
+void ApplyChanges(pugi::xml_node updates, MailOfItem& mail, ItemInfo& item) {
+  const std::string name = DisplayNameOf(item);
+  for (auto one = FirstElement(updates); one; one = NextElement(one)) {
+    ApplyChange(one, mail, item);
   }
+  // A contact whose subject is its name keeps it so.
+  if (!name.empty() && item.subject == name) item.subject = DisplayNameOf(item);
+  SettleItem(item);
 }
 
 }  // namespace mailbox

@@ -7,9 +7,9 @@
 
 namespace mailbox {
 
-// Makes one change of an UpdateItem request to an item: sets, deletes or appends to one property.
-// The mail is the item's. Throws OperationError for a property that cannot be changed so, with its
-// path; the item is to be thrown away then.
-void ApplyChange(pugi::xml_node change, MailOfItem& mail, ItemInfo& item);
+// Makes the changes of an UpdateItem request to an item: each sets, deletes or appends to one
+// property. The mail is the item's. Throws OperationError for a property that cannot be changed so,
+// with its path; the item is to be thrown away then.
+void ApplyChanges(pugi::xml_node updates, MailOfItem& mail, ItemInfo& item);
 
 }  // namespace mailbox

@@ -1,11 +1,10 @@
-#include <algorithm>
-#include <array>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/ItemChanges.h"
+#include "mailboxd/ews/ItemClasses.h"
 #include "mailboxd/ews/ItemReading.h"
 #include "mailboxd/ews/ItemSearch.h"
 #include "mailboxd/ews/ItemWriting.h"
@@ -15,19 +14,6 @@
 namespace mailbox {
 namespace {
 
-struct ItemRule {
-  std::string_view element;
-  std::string_view folderClass;  // "" for any
-  std::string_view mismatch;
-};
-constexpr std::array<ItemRule, 5> kRules = {{
-    {"Message", "", ""},
-    {"CalendarItem", "IPF.Appointment", "ErrorCannotCreateCalendarItemInNonCalendarFolder"},
-    {"Contact", "IPF.Contact", "ErrorCannotCreateContactInNonContactFolder"},
-    {"DistributionList", "IPF.Contact", "ErrorCannotCreateContactInNonContactFolder"},
-    {"Task", "IPF.Task", "ErrorCannotCreateTaskInNonTaskFolder"},
-}};
-
 void CheckDisposition(pugi::xml_node request, std::string_view element) {
   const std::string_view disposition = Attribute(request, "MessageDisposition");
   if (element == "Message" && disposition.empty()) throw ErrorOf("ErrorMessageDispositionRequired");
@@ -36,20 +22,20 @@ void CheckDisposition(pugi::xml_node request, std::string_view element) {
   }
 }
 
+// Of what a request must say about items of a class.
+void CheckSaid(pugi::xml_node request, std::string_view element, std::string_view of,
+               const char* attribute, const char* code) {
+  if (element == of && !request.attribute(attribute)) throw ErrorOf(code);
+}
+
 void CheckPlace(pugi::xml_node request, pugi::xml_node node, const FolderInfo& folder) {
   const std::string_view element = LocalName(node);
-  const auto rule = std::find_if(kRules.begin(), kRules.end(),
-                                 [&](const ItemRule& r) { return r.element == element; });
-  if (rule == kRules.end()) throw ErrorOf("ErrorInvalidOperation");
+  const ItemClass* const of = FindItemClass(element);
+  if (of == nullptr) throw ErrorOf("ErrorInvalidOperation");
   CheckDisposition(request, element);
-  if (element == "CalendarItem" && !request.attribute("SendMeetingInvitations")) {
-    throw ErrorOf("ErrorSendMeetingInvitationsRequired");
-  }
-  if (!folder.folderClass.starts_with(rule->folderClass)) throw ErrorOf(rule->mismatch);
-  if (element != "Message") {
-    throw OperationError("ErrorInvalidOperation",
-                         "This mailbox does not keep items of this kind yet.");
-  }
+  CheckSaid(request, element, "CalendarItem", "SendMeetingInvitations",
+            "ErrorSendMeetingInvitationsRequired");
+  if (!folder.folderClass.starts_with(of->folderClass)) throw ErrorOf(of->mismatch);
 }
 
 void CheckSize(const Context& context, const NewItem& item) {
@@ -78,10 +64,11 @@ void WriteIds(const NewItem& item, EwsResponse& response) {
   if (item.attachments.empty()) return;
   response.Open("t:Attachments");
   for (const NewAttachment& attachment : item.attachments) {
-    response.Open("t:FileAttachment");
+    const std::string tag = AttachmentTag(attachment.info);
+    response.Open(tag);
     response.Empty("t:AttachmentId",
                    XmlAttribute("Id", MakeId(IdKind::kAttachment, attachment.info.id)));
-    response.Close("t:FileAttachment");
+    response.Close(tag);
   }
   response.Close("t:Attachments");
 }
@@ -96,9 +83,10 @@ void CreateOne(const Context& context, pugi::xml_node request, pugi::xml_node no
   item.info.folder = folder.id;
   context.store.CreateItem(item);
   response.Success("m:Items", [&] {
-    response.Open("t:Message");
+    const std::string tag = "t:" + item.info.element;
+    response.Open(tag);
     WriteIds(item, response);
-    response.Close("t:Message");
+    response.Close(tag);
   });
 }
 
@@ -186,12 +174,11 @@ ItemInfo ChangeItem(const Context& context, pugi::xml_node request, pugi::xml_no
     auto item = context.store.Item(row);
     if (!item) throw ErrorOf("ErrorItemNotFound");
     CheckDisposition(request, item->element);
+    CheckSaid(request, item->element, "CalendarItem", "SendMeetingInvitationsOrCancellations",
+              "ErrorSendMeetingInvitationsOrCancellationsRequired");
     CheckConflict(Attribute(request, "ConflictResolution"), Attribute(id, "ChangeKey"), *item);
     item->size -= TextSize(*item);
-    const pugi::xml_node updates = Child(change, "Updates");
-    for (auto one = FirstElement(updates); one; one = NextElement(one)) {
-      ApplyChange(one, mail, *item);
-    }
+    ApplyChanges(Child(change, "Updates"), mail, *item);
     item->size += TextSize(*item);
     if (item->size > context.maximumMessageSize) throw ErrorOf("ErrorMessageSizeExceeded");
     if (context.store.UpdateItem(*item)) return *item;
@@ -215,10 +202,14 @@ void UpdateOne(const Context& context, pugi::xml_node request, pugi::xml_node ch
   response.EndMessage();
 }
 
-void DeleteOne(const Context& context, std::string_view how, std::int64_t id) {
+void DeleteOne(const Context& context, pugi::xml_node request, std::int64_t id) {
   const auto item = context.store.Item(id);
   if (!item) throw ErrorOf("ErrorItemNotFound");
-  if (how != "MoveToDeletedItems") {
+  CheckSaid(request, item->element, "CalendarItem", "SendMeetingCancellations",
+            "ErrorSendMeetingCancellationsRequired");
+  CheckSaid(request, item->element, "Task", "AffectedTaskOccurrences",
+            "ErrorAffectedTaskOccurrencesRequired");
+  if (Attribute(request, "DeleteType") != "MoveToDeletedItems") {
     if (!context.store.DeleteItem(id)) throw ErrorOf("ErrorItemNotFound");
     return;
   }
@@ -226,6 +217,22 @@ void DeleteOne(const Context& context, std::string_view how, std::int64_t id) {
   const auto bin = context.store.FindWellKnown(folder ? folder->mailbox : 0, "deleteditems");
   const bool done = bin ? context.store.MoveItem(id, *bin) : context.store.DeleteItem(id);
   if (!done) throw ErrorOf("ErrorItemNotFound");
+}
+
+// Items of every class may be moved to any folder of their mailbox.
+void MoveOne(const Context& context, const FolderInfo& target, std::int64_t id,
+             EwsResponse& response) {
+  const auto item = context.store.Item(id);
+  const auto folder = item ? context.store.Folder(item->folder) : std::nullopt;
+  if (!folder) throw ErrorOf("ErrorItemNotFound");
+  if (folder->mailbox != target.mailbox) throw ErrorOf("ErrorCrossMailboxMoveCopy");
+  if (!context.store.MoveItem(id, target.id)) throw ErrorOf("ErrorItemNotFound");
+  response.Success("m:Items", [&] {
+    const std::string tag = "t:" + item->element;
+    response.Open(tag);
+    response.Empty("t:ItemId", IdAttributes(IdKind::kItem, id, item->version + 1));
+    response.Close(tag);
+  });
 }
 
 }  // namespace
@@ -256,10 +263,17 @@ void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& res
 
 void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
   AnswerEach(Child(request, "ItemIds"), "", response, [&](pugi::xml_node id) {
-    DeleteOne(context, Attribute(request, "DeleteType"),
-              ResolveId(Attribute(id, "Id"), IdKind::kItem));
+    DeleteOne(context, request, ResolveId(Attribute(id, "Id"), IdKind::kItem));
     response.BeginSuccess();
     response.EndMessage();
+  });
+}
+
+void MoveItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
+  const pugi::xml_node target = FirstElement(Child(request, "ToFolderId"));
+  AnswerEach(Child(request, "ItemIds"), "Items", response, [&](pugi::xml_node id) {
+    MoveOne(context, ResolveFolder(context, target), ResolveId(Attribute(id, "Id"), IdKind::kItem),
+            response);
   });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <pugixml.hpp>
+#include <string>
 
 #include "mailboxd/store/Store.h"
 
@@ -10,10 +11,17 @@ namespace mailbox {
 // MIME content says. Throws OperationError, and SoapFault, for values that cannot be.
 NewItem ReadNewItem(pugi::xml_node node);
 
-// Reads one of the properties in it; elements that stand for none are passed over. Categories,
-// attachments and extended properties come behind those that the item has.
+// Reads one of the fields in it. Attachments and extended properties come behind those that the
+// item has; any other field takes the place of what was there. Throws OperationError for one that
+// only the server sets.
 void ReadItemField(pugi::xml_node element, NewItem& item);
 // Some extended properties are fields of the item under another name: sets those.
 void ApplyProperty(const ExtendedProperty& property, ItemInfo& item);
+
+// What a contact or a list of them is called.
+std::string DisplayNameOf(const ItemInfo& item);
+// To be called when an item has been read or changed: looks at what its fields say together. Throws
+// OperationError for what cannot be, such as an end before its start.
+void SettleItem(ItemInfo& item);
 
 }  // namespace mailbox

@@ -10,7 +10,9 @@
 #include "mailboxd/ews/EwsFailure.h"
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/ExtendedProperties.h"
+#include "mailboxd/ews/ItemClasses.h"
 #include "mailboxd/ews/Restriction.h"
+#include "mailboxd/store/ItemFields.h"
 
 namespace mailbox {
 namespace {
@@ -36,7 +38,7 @@ FieldValue Number(const ItemInfo& item) {
 }
 
 constexpr std::string_view kMessageIdUri = "message:InternetMessageId";
-constexpr std::array<FieldRow, 13> kFields = {{
+constexpr std::array<FieldRow, 16> kFields = {{
     {"item:ItemClass", Text<&ItemInfo::itemClass>},
     {"item:Subject", Text<&ItemInfo::subject>},
     {"item:Importance", Text<&ItemInfo::importance>},
@@ -50,6 +52,9 @@ constexpr std::array<FieldRow, 13> kFields = {{
     {"message:IsRead", Number<&ItemInfo::isRead>},
     {kMessageIdUri, Text<&ItemInfo::messageId>},
     {"message:References", Text<&ItemInfo::references>},
+    {"message:From", Text<&ItemInfo::who>},
+    {"calendar:Start", Date<&ItemInfo::starts>},
+    {"calendar:End", Date<&ItemInfo::ends>},
 }};
 
 Kind KindOf(std::string_view propertyType) {
@@ -68,12 +73,35 @@ std::optional<FieldValue> ReadExtended(const ItemInfo& item, pugi::xml_node path
   return ReadValue(KindOf(property->type), property->values.front());
 }
 
+// An empty text is none.
+std::optional<FieldValue> ValueIfAny(Kind kind, const std::string& text) {
+  return text.empty() ? std::nullopt : std::optional(ReadValue(kind, text));
+}
+
+// A field that is kept as it came; nothing for one that other classes have.
+std::optional<FieldValue> ReadKept(const ItemInfo& item, std::string_view uri) {
+  const FieldRule* const rule = FindFieldByUri(item.element, uri);
+  if (rule == nullptr) return std::nullopt;
+  if (rule->kind == FieldRule::Kind::kTree) throw ErrorOf("ErrorUnsupportedPathForQuery");
+  std::string text = FieldText(item, rule->name);
+  if (text.empty()) text = rule->absent;
+  if (rule->kind == FieldRule::Kind::kDate) return ValueIfAny(Kind::kDate, text);
+  return ValueIfAny(rule->kind == FieldRule::Kind::kNumber ? Kind::kNumber : Kind::kText, text);
+}
+
+std::optional<FieldValue> ReadEntry(const ItemInfo& item, pugi::xml_node path) {
+  const EntryPath* const at = FindEntryPath(Attribute(path, "FieldURI"));
+  if (at == nullptr) throw ErrorOf("ErrorUnsupportedPathForQuery");
+  return ValueIfAny(Kind::kText, EntryText(item, *at, Attribute(path, "FieldIndex")));
+}
+
 std::optional<FieldValue> ReadField(const ItemInfo& item, pugi::xml_node path) {
   if (LocalName(path) == "ExtendedFieldURI") return ReadExtended(item, path);
+  if (LocalName(path) == "IndexedFieldURI") return ReadEntry(item, path);
   const std::string_view uri = Attribute(path, "FieldURI");
   const auto row = std::find_if(kFields.begin(), kFields.end(),
                                 [&](const FieldRow& one) { return one.uri == uri; });
-  if (row == kFields.end()) throw ErrorOf("ErrorUnsupportedPathForQuery");
+  if (row == kFields.end()) return ReadKept(item, uri);
   FieldValue value = row->read(item);
   const bool isThere = value.kind == Kind::kNumber || !value.text.empty();
   return isThere ? std::optional(std::move(value)) : std::nullopt;

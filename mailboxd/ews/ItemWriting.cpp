@@ -1,10 +1,17 @@
 #include "mailboxd/ews/ItemWriting.h"
 
 #include <algorithm>
+#include <array>
+#include <map>
 #include <optional>
+#include <utility>
 
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/ExtendedProperties.h"
+#include "mailboxd/ews/FieldXml.h"
+#include "mailboxd/ews/ItemClasses.h"
+#include "mailboxd/store/DateTime.h"
+#include "mailboxd/store/ItemFields.h"
 
 namespace mailbox {
 
@@ -16,7 +23,12 @@ ItemShape::ItemShape(pugi::xml_node node, Depth depth) : m_depth(depth) {
   for (auto path = FirstElement(paths); path; path = NextElement(path)) {
     if (LocalName(path) == "FieldURI") m_fields.push_back(Attribute(path, "FieldURI"));
     if (LocalName(path) == "ExtendedFieldURI") {
-      m_properties.push_back({PropertyKey(path), std::string(Attribute(path, "PropertyType"))});
+      m_properties.push_back(
+          {PropertyKey(path), std::string(Attribute(path, "PropertyType")), path});
+    }
+    if (LocalName(path) != "IndexedFieldURI") continue;
+    if (const EntryPath* const entry = FindEntryPath(Attribute(path, "FieldURI"))) {
+      m_entries.push_back({entry->field, Attribute(path, "FieldIndex")});
     }
   }
 }
@@ -57,6 +69,9 @@ std::string Display(const std::vector<Address>& list) {
 // Those that are stored beside the item, then those within its mail.
 void WriteAttachments(const Context& context, const ItemInfo& item, MailOfItem& mail,
                       EwsResponse& response) {
+  if (const ItemField* const whole = FindField(item, "Attachments")) {
+    return response.Raw(whole->xml);  // of an item inside another
+  }
   std::vector<AttachmentInfo> stored;
   if (!mail.IsWithin()) stored = context.store.Attachments(item.id);
   const MailContent* const content = mail.Content();
@@ -76,7 +91,8 @@ void WriteAttachments(const Context& context, const ItemInfo& item, MailOfItem& 
 
 void WriteProperties(const ItemInfo& item, const ItemShape& shape, EwsResponse& response) {
   for (const ItemShape::Property& asked : shape.Properties()) {
-    if (const auto found = PropertyOf(item, asked.key, asked.type)) WriteProperty(*found, response);
+    const auto found = PropertyOf(item, asked.key, asked.type);
+    if (found) WriteProperty(*found, asked.path, response);
   }
 }
 
@@ -106,78 +122,210 @@ void WriteBody(const ItemInfo& item, MailOfItem& mail, const ItemShape& shape,
   if (!content->Text().empty()) write("Text", content->Text());
 }
 
-// What an item has that lies in a folder, and one inside another has not.
-void WritePlace(const ItemInfo& item, const ItemShape& shape, EwsResponse& response) {
-  response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.id, item.version));
-  if (shape.Wants("item:ParentFolderId")) {
-    response.Empty("t:ParentFolderId", IdAttributes(IdKind::kFolder, item.folder, 1));
+// What the writing of one item works with.
+struct Work {
+  const Context& context;
+  const ItemInfo& item;
+  MailOfItem& mail;
+  const ItemShape& shape;
+  EwsResponse& response;
+};
+
+void WriteCategories(const Work& work) {
+  if (work.item.categories.empty()) return;
+  work.response.Open("t:Categories");
+  for (const std::string& category : work.item.categories) {
+    work.response.Element("t:String", category);
+  }
+  work.response.Close("t:Categories");
+}
+
+// "PT1H30M" for an hour and a half.
+std::string DurationOf(const ItemInfo& item) {
+  const auto start = ReadSeconds(item.starts);
+  const auto end = ReadSeconds(item.ends);
+  if (!start || !end) return "";
+  const std::int64_t minutes = (*end - *start) / 60;
+  return "PT" + std::to_string(minutes / 60) + "H" + std::to_string(minutes % 60) + "M";
+}
+
+bool IsPhoto(const AttachmentInfo& attachment) { return attachment.isContactPhoto; }
+
+void WriteHasPicture(const Work& work) {
+  const bool looks = work.item.attachmentCount > 0 && !work.mail.IsWithin();
+  work.response.Boolean(
+      "t:HasPicture",
+      looks && std::ranges::any_of(work.context.store.Attachments(work.item.id), IsPhoto));
+}
+
+template <auto kMember>
+void WriteText(const Work& work, const std::string& tag) {
+  work.response.Element(tag, work.item.*kMember);
+}
+template <auto kMember>
+void WriteIfAny(const Work& work, const std::string& tag) {
+  if (!(work.item.*kMember).empty()) work.response.Element(tag, work.item.*kMember);
+}
+template <auto kMember>
+void WritePeople(const Work& work, const std::string& tag) {
+  WriteRecipients(tag, work.item.*kMember, work.response);
+}
+template <auto kMember>
+void WriteDisplay(const Work& work, const std::string& tag) {
+  work.response.Element(tag, Display(work.item.*kMember));
+}
+template <auto kMember>
+void WriteFlag(const Work& work, const std::string& tag) {
+  work.response.Boolean(tag, work.item.*kMember);
+}
+
+// The fields that are more than what a client sent.
+struct Writer {
+  std::string_view name;
+  void (*write)(const Work& work, const std::string& tag);
+};
+constexpr auto kWriters = std::to_array<Writer>({
+    {"MimeContent", [](const Work& w, const std::string&) { WriteMime(w.mail, w.response); }},
+    {"ItemId",
+     [](const Work& w, const std::string& tag) {
+       w.response.Empty(tag, IdAttributes(IdKind::kItem, w.item.id, w.item.version));
+     }},
+    {"ParentFolderId",
+     [](const Work& w, const std::string& tag) {
+       w.response.Empty(tag, IdAttributes(IdKind::kFolder, w.item.folder, 1));
+     }},
+    {"ItemClass", WriteText<&ItemInfo::itemClass>},
+    {"Subject", WriteText<&ItemInfo::subject>},
+    {"Sensitivity", WriteText<&ItemInfo::sensitivity>},
+    {"Body",
+     [](const Work& w, const std::string&) { WriteBody(w.item, w.mail, w.shape, w.response); }},
+    {"Attachments",
+     [](const Work& w, const std::string&) {
+       WriteAttachments(w.context, w.item, w.mail, w.response);
+     }},
+    {"DateTimeReceived", WriteIfAny<&ItemInfo::received>},
+    {"Size", [](const Work& w, const std::string& tag) { w.response.Number(tag, w.item.size); }},
+    {"Categories", [](const Work& w, const std::string&) { WriteCategories(w); }},
+    {"Importance", WriteText<&ItemInfo::importance>},
+    {"InReplyTo", WriteIfAny<&ItemInfo::inReplyTo>},
+    {"IsDraft", WriteFlag<&ItemInfo::isDraft>},
+    {"DateTimeSent", WriteIfAny<&ItemInfo::sent>},
+    {"DateTimeCreated", WriteIfAny<&ItemInfo::created>},
+    {"DisplayCc", WriteDisplay<&ItemInfo::cc>},
+    {"DisplayTo", WriteDisplay<&ItemInfo::to>},
+    {"HasAttachments",
+     [](const Work& w, const std::string& tag) { w.response.Boolean(tag, HasFiles(w.item)); }},
+    {"ExtendedProperty",
+     [](const Work& w, const std::string&) { WriteProperties(w.item, w.shape, w.response); }},
+    {"Sender",
+     [](const Work& w, const std::string&) { WriteSingle("t:Sender", w.item.sender, w.response); }},
+    {"ToRecipients", WritePeople<&ItemInfo::to>},
+    {"CcRecipients", WritePeople<&ItemInfo::cc>},
+    {"BccRecipients", WritePeople<&ItemInfo::bcc>},
+    {"From",
+     [](const Work& w, const std::string&) { WriteSingle("t:From", w.item.from, w.response); }},
+    {"InternetMessageId", WriteIfAny<&ItemInfo::messageId>},
+    {"IsRead", WriteFlag<&ItemInfo::isRead>},
+    {"References", WriteIfAny<&ItemInfo::references>},
+    {"ReplyTo", WritePeople<&ItemInfo::replyTo>},
+    {"HasPicture", [](const Work& w, const std::string&) { WriteHasPicture(w); }},
+    {"IsRecurring",
+     [](const Work& w, const std::string& tag) {
+       w.response.Boolean(tag, FindField(w.item, "Recurrence") != nullptr);
+     }},
+    {"IsMeeting",
+     [](const Work& w, const std::string& tag) {
+       w.response.Boolean(tag, FindField(w.item, "RequiredAttendees") != nullptr ||
+                                   FindField(w.item, "OptionalAttendees") != nullptr ||
+                                   FindField(w.item, "Resources") != nullptr);
+     }},
+    {"CalendarItemType",
+     [](const Work& w, const std::string& tag) {
+       const bool isSeries = FindField(w.item, "Recurrence") != nullptr;
+       w.response.Element(tag, isSeries ? "RecurringMaster" : "Single");
+     }},
+    {"Duration",
+     [](const Work& w, const std::string& tag) {
+       const std::string duration = DurationOf(w.item);
+       if (!duration.empty()) w.response.Element(tag, duration);
+     }},
+    {"IsComplete",
+     [](const Work& w, const std::string& tag) {
+       w.response.Boolean(tag, FieldText(w.item, "Status") == "Completed");
+     }},
+});
+
+// A dictionary with those entries alone that are asked for.
+void WriteEntries(const ItemField& field, const ItemShape& shape, EwsResponse& response) {
+  const FieldTree tree(&field);
+  std::string entries;
+  for (const pugi::xml_node entry : tree.Root().children()) {
+    const bool isAsked = std::ranges::any_of(shape.Entries(), [&](const ItemShape::Entry& asked) {
+      return asked.field == field.name && asked.key == entry.attribute("Key").value();
+    });
+    if (isAsked) entries += FieldXml(entry);
+  }
+  if (entries.empty()) return;
+  response.Open("t:" + field.name);
+  response.Raw(entries);
+  response.Close("t:" + field.name);
+}
+
+// A field as its client sent it.
+void WriteKept(const FieldRule& rule, const Work& work, bool isWanted) {
+  const ItemField* const field = FindField(work.item, rule.name);
+  if (field != nullptr && isWanted) {
+    work.response.Raw(field->xml);
+  } else if (field != nullptr) {
+    WriteEntries(*field, work.shape, work.response);
+  } else if (isWanted && !rule.absent.empty()) {
+    work.response.Element("t:" + rule.name, rule.absent);
   }
 }
 
-void WriteDate(const char* name, const std::string& date, EwsResponse& response) {
-  if (!date.empty()) response.Element(name, date);
+bool IsWanted(const FieldRule& rule, const Work& work) {
+  const bool isWithin = work.mail.IsWithin();  // and so has no place of its own
+  if (rule.name == "MimeContent") return work.shape.WantsMime();
+  if (rule.name == "ItemId") return !isWithin;
+  if (rule.name == "ParentFolderId" && isWithin) return false;
+  if (rule.name == "ExtendedProperty") return !work.shape.Properties().empty();
+  return rule.inLists ? work.shape.Wants(rule.uri) : work.shape.WantsFull(rule.uri);
 }
 
-// The fields of every item, in the order of the schema.
-void WriteItemFields(const Context& context, const ItemInfo& item, MailOfItem& mail,
-                     const ItemShape& shape, EwsResponse& response) {
-  if (shape.WantsMime()) WriteMime(mail, response);
-  if (!mail.IsWithin()) WritePlace(item, shape, response);
-  if (shape.Wants("item:ItemClass")) response.Element("t:ItemClass", item.itemClass);
-  if (shape.Wants("item:Subject")) response.Element("t:Subject", item.subject);
-  if (shape.Wants("item:Sensitivity")) response.Element("t:Sensitivity", item.sensitivity);
-  if (shape.WantsFull("item:Body")) WriteBody(item, mail, shape, response);
-  if (shape.WantsFull("item:Attachments")) WriteAttachments(context, item, mail, response);
-  if (shape.Wants("item:DateTimeReceived")) {
-    WriteDate("t:DateTimeReceived", item.received, response);
-  }
-  if (shape.Wants("item:Size")) response.Number("t:Size", item.size);
-  if (shape.Wants("item:Categories") && !item.categories.empty()) {
-    response.Open("t:Categories");
-    for (const std::string& category : item.categories) response.Element("t:String", category);
-    response.Close("t:Categories");
-  }
-  if (shape.Wants("item:Importance")) response.Element("t:Importance", item.importance);
-  if (shape.Wants("item:InReplyTo") && !item.inReplyTo.empty()) {
-    response.Element("t:InReplyTo", item.inReplyTo);
-  }
-  if (shape.Wants("item:IsDraft")) response.Boolean("t:IsDraft", item.isDraft);
-  if (shape.Wants("item:DateTimeSent")) WriteDate("t:DateTimeSent", item.sent, response);
-  if (shape.Wants("item:DateTimeCreated")) WriteDate("t:DateTimeCreated", item.created, response);
-  if (shape.Wants("item:DisplayCc")) response.Element("t:DisplayCc", Display(item.cc));
-  if (shape.Wants("item:DisplayTo")) response.Element("t:DisplayTo", Display(item.to));
-  if (shape.Wants("item:HasAttachments")) {
-    response.Boolean("t:HasAttachments", HasFiles(item));
-  }
-  WriteProperties(item, shape, response);
-}
-
-void WriteMessageFields(const ItemInfo& item, const ItemShape& shape, EwsResponse& response) {
-  if (shape.WantsFull("message:Sender")) WriteSingle("t:Sender", item.sender, response);
-  if (shape.WantsFull("message:ToRecipients")) WriteRecipients("t:ToRecipients", item.to, response);
-  if (shape.WantsFull("message:CcRecipients")) WriteRecipients("t:CcRecipients", item.cc, response);
-  if (shape.WantsFull("message:BccRecipients")) {
-    WriteRecipients("t:BccRecipients", item.bcc, response);
-  }
-  if (shape.Wants("message:From")) WriteSingle("t:From", item.from, response);
-  if (shape.Wants("message:InternetMessageId") && !item.messageId.empty()) {
-    response.Element("t:InternetMessageId", item.messageId);
-  }
-  if (shape.Wants("message:IsRead")) response.Boolean("t:IsRead", item.isRead);
-  if (shape.Wants("message:References") && !item.references.empty()) {
-    response.Element("t:References", item.references);
-  }
-  if (shape.WantsFull("message:ReplyTo")) WriteRecipients("t:ReplyTo", item.replyTo, response);
+// The fields of a class, each with its writer if it has one.
+using WriterList = std::vector<std::pair<const FieldRule*, const Writer*>>;
+const WriterList& WritersOf(const std::string& element) {
+  static const std::map<std::string, WriterList, std::less<>> kLists = [] {
+    std::map<std::string, WriterList, std::less<>> lists;
+    for (const char* const one :
+         {"Item", "Message", "CalendarItem", "Contact", "DistributionList", "Task"}) {
+      for (const FieldRule& rule : FieldsOf(one)) {
+        const auto row = std::ranges::find(kWriters, rule.name, &Writer::name);
+        lists[one].emplace_back(&rule, row == kWriters.end() ? nullptr : &*row);
+      }
+    }
+    return lists;
+  }();
+  static const WriterList kNone;
+  const auto found = kLists.find(element);
+  return found == kLists.end() ? kNone : found->second;
 }
 
 }  // namespace
 
 void WriteItem(const Context& context, const ItemInfo& item, MailOfItem& mail,
                const ItemShape& shape, EwsResponse& response) {
+  const Work work{context, item, mail, shape, response};
   const std::string tag = "t:" + item.element;
   response.Open(tag);
-  WriteItemFields(context, item, mail, shape, response);
-  WriteMessageFields(item, shape, response);
+  for (const auto& [rule, writer] : WritersOf(item.element)) {
+    const bool isWanted = IsWanted(*rule, work);
+    if (writer == nullptr) {
+      WriteKept(*rule, work, isWanted);
+    } else if (isWanted) {
+      writer->write(work, "t:" + rule->name);
+    }
+  }
   response.Close(tag);
 }
 

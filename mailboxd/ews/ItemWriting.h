@@ -33,8 +33,15 @@ class ItemShape {
   struct Property {
     std::string key;
     std::string type;
+    pugi::xml_node path;
   };
   const std::vector<Property>& Properties() const { return m_properties; }
+  // Whether entries of a dictionary are asked for one by one, and which: ("PhoneNumbers", "Pager").
+  struct Entry {
+    std::string_view field;
+    std::string_view key;
+  };
+  const std::vector<Entry>& Entries() const { return m_entries; }
 
  private:
   Depth m_depth;
@@ -43,6 +50,7 @@ class ItemShape {
   bool m_text = false;
   std::vector<std::string_view> m_fields;
   std::vector<Property> m_properties;
+  std::vector<Entry> m_entries;
 };
 
 // Writes the item's element with what the shape wants, in the order of the schema. The mail is the

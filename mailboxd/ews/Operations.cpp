@@ -16,7 +16,7 @@ struct OperationRow {
   std::string_view name;
   Operation run;
 };
-constexpr std::array<OperationRow, 10> kOperations = {{
+constexpr std::array<OperationRow, 11> kOperations = {{
     {"FindFolder", FindFolder},
     {"GetFolder", GetFolder},
     {"CreateFolder", CreateFolder},
@@ -25,6 +25,7 @@ constexpr std::array<OperationRow, 10> kOperations = {{
     {"FindItem", FindItem},
     {"UpdateItem", UpdateItem},
     {"DeleteItem", DeleteItem},
+    {"MoveItem", MoveItem},
     {"CreateAttachment", CreateAttachment},
     {"GetAttachment", GetAttachment},
 }};
@@ -47,11 +48,12 @@ std::int64_t MailboxOf(const Context& context, std::string_view address) {
 
 }  // namespace
 
-std::string Answer(std::string& body, const Context& base) {
+std::string Answer(std::string& body, const Context& base, RequestNote* note) {
   const EwsRequest request(body);
   Context context = base;
   if (!request.ImpersonatedAddress().empty()) context.mailbox = request.ImpersonatedAddress();
   const std::string_view name = request.OperationName();
+  if (note != nullptr) *note = {std::string(name), context.mailbox};
   const auto row = std::find_if(kOperations.begin(), kOperations.end(),
                                 [&](const OperationRow& r) { return r.name == name; });
   if (row == kOperations.end()) throw SoapFault("ErrorInvalidRequest", "The request is invalid.");

@@ -22,8 +22,15 @@ struct Context {
   std::int64_t maximumMessageSize = 0;  // bytes
 };
 
-// Answers one SOAP request; the body is parsed in place. Throws SoapFault.
-std::string Answer(std::string& body, const Context& base);
+// What a log may tell of a request.
+struct RequestNote {
+  std::string operation;
+  std::string mailbox;
+};
+
+// Answers one SOAP request; the body is parsed in place. The note gets what is known of it, even
+// when it fails. Throws SoapFault.
+std::string Answer(std::string& body, const Context& base, RequestNote* note = nullptr);
 
 // Each writes the response messages of its request.
 void FindFolder(const Context& context, pugi::xml_node request, EwsResponse& response);
@@ -34,6 +41,7 @@ void GetItem(const Context& context, pugi::xml_node request, EwsResponse& respon
 void FindItem(const Context& context, pugi::xml_node request, EwsResponse& response);
 void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& response);
 void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& response);
+void MoveItem(const Context& context, pugi::xml_node request, EwsResponse& response);
 void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
 void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
 
@@ -70,11 +78,14 @@ struct Page {
 Page ReadPage(pugi::xml_node view, std::int64_t total);
 std::string PageAttributes(const Page& page, std::int64_t total);
 
+// "t:FileAttachment", or "t:ItemAttachment" for an item.
+std::string AttachmentTag(const AttachmentInfo& attachment);
 // Writes a FileAttachment element, or an ItemAttachment for a mail, open for its content. Details
 // that are empty are left out.
 void OpenAttachment(std::string_view id, const AttachmentInfo& attachment, EwsResponse& response);
 void CloseAttachment(const AttachmentInfo& attachment, EwsResponse& response);
-// Reads a FileAttachment element. Throws SoapFault for content that is no base64.
+// Reads a FileAttachment or ItemAttachment element. Throws SoapFault for content that is no base64,
+// OperationError for an item that cannot be.
 NewAttachment ReadAttachment(pugi::xml_node node);
 
 }  // namespace mailbox

@@ -46,7 +46,7 @@ std::optional<int> Zone(std::string_view text) {
 
 }  // namespace
 
-std::optional<std::string> ReadDateTime(std::string_view text) {
+std::optional<std::int64_t> ReadSeconds(std::string_view text) {
   namespace chrono = std::chrono;
   const auto year = Number(text, 4);
   if (!year || !Take(text, '-')) return std::nullopt;
@@ -69,7 +69,12 @@ std::optional<std::string> ReadDateTime(std::string_view text) {
   const chrono::sys_seconds time = chrono::sys_days(date) + chrono::hours(*hour) +
                                    chrono::minutes(*minute) + chrono::seconds(*second) -
                                    chrono::minutes(*zone);
-  return FormatDateTime(time.time_since_epoch().count());
+  return time.time_since_epoch().count();
+}
+
+std::optional<std::string> ReadDateTime(std::string_view text) {
+  const auto seconds = ReadSeconds(text);
+  return seconds ? std::optional(FormatDateTime(*seconds)) : std::nullopt;
 }
 
 std::string FormatDateTime(std::int64_t seconds) {

@@ -11,7 +11,9 @@ namespace mailbox {
 // without a zone counts as UTC); nothing for any other text.
 std::optional<std::string> ReadDateTime(std::string_view text);
 
-// The same form for seconds since 1970-01-01 UTC.
+// The same as seconds since 1970-01-01 UTC.
+std::optional<std::int64_t> ReadSeconds(std::string_view text);
+// The store's form for such seconds.
 std::string FormatDateTime(std::int64_t seconds);
 
 }  // namespace mailbox

@@ -70,6 +70,13 @@ void ReadProperties(const json& value, ItemInfo& item) {
   }
 }
 
+void ReadFields(const json& value, ItemInfo& item) {
+  if (!value.is_array()) return;
+  for (const json& one : value) {
+    if (one.is_array() && one.size() == 2) item.fields.push_back({Text(one[0]), Text(one[1])});
+  }
+}
+
 }  // namespace
 
 std::string WriteDetails(const ItemInfo& item) {
@@ -90,6 +97,12 @@ std::string WriteDetails(const ItemInfo& item) {
     json& array = object["properties"] = json::array();
     for (const ExtendedProperty& property : item.properties) {
       array.push_back(json::array({property.key, property.type, property.values}));
+    }
+  }
+  if (!item.fields.empty()) {
+    json& array = object["fields"] = json::array();
+    for (const ItemField& field : item.fields) {
+      array.push_back(json::array({field.name, field.xml}));
     }
   }
   return object.dump(-1, ' ', false, json::error_handler_t::replace);
@@ -114,6 +127,7 @@ void ReadDetails(std::string_view text, ItemInfo& item) {
     for (const json& one : find(list.name)) (item.*list.member).push_back(ToAddress(one));
   }
   ReadProperties(find("properties"), item);
+  ReadFields(find("fields"), item);
 }
 
 }  // namespace mailbox

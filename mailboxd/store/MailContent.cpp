@@ -52,7 +52,7 @@ AttachmentInfo InfoOf(const mail::ShownNode& shown) {
   info.contentId = WithoutBrackets(part.header().valueOf("content-id"));
   info.contentLocation = part.header().valueOf("content-location");
   info.isInline = IsInline(shown);
-  info.isMail = shown.bMail;
+  info.isItem = shown.bMail;
   info.size = static_cast<std::int64_t>(mail::bodyForFile(part, room, log).size());
   return info;
 }

@@ -8,6 +8,13 @@
 
 namespace mailbox {
 
+MailOfItem::MailOfItem(Store& store, PartId place, const std::optional<std::string>& mime)
+    : m_store(store), m_place(std::move(place)), m_looked(true) {
+  if (!mime) return;
+  m_mime = *mime;
+  m_content.emplace(m_mime);
+}
+
 const MailContent* MailOfItem::Content() {
   if (!m_looked) {
     m_looked = true;
@@ -22,6 +29,7 @@ const MailContent* MailOfItem::Content() {
 bool MailOfItem::WithMime(
     const std::function<void(std::string_view charset, std::string_view bytes)>& use) {
   if (!IsWithin()) return m_store.WithMime(m_place.item, use);
+  if (!m_content) return false;
   use("", m_mime);
   return true;
 }
@@ -35,14 +43,14 @@ PartId MailOfItem::PartAt(std::size_t index) const {
 AttachmentInfo MailOfItem::Shown(std::size_t index, const std::string& created) {
   AttachmentInfo attachment = Content()->Attachments()[index];
   attachment.created = created;
-  attachment.isMail = IsMail(index);
+  attachment.isItem = IsMail(index);
   return attachment;
 }
 
 bool MailOfItem::IsMail(std::size_t index) {
   const MailContent* const content = Content();
   return content != nullptr && index < content->Attachments().size() &&
-         content->Attachments()[index].isMail && m_place.path.size() + 1 < PartId::kDeepest;
+         content->Attachments()[index].isItem && m_place.path.size() + 1 < PartId::kDeepest;
 }
 
 bool MailOfItem::Enter(std::size_t index) {

@@ -20,6 +20,9 @@ class MailOfItem {
   // Keeps the store.
   MailOfItem(Store& store, std::int64_t item) : m_store(store), m_place{item} {}
 
+  // For an item inside another, which is stored there as a whole: it has that mail, or none.
+  MailOfItem(Store& store, PartId place, const std::optional<std::string>& mime);
+
   // Null for an item without MIME content. As good as the object, until Enter.
   const MailContent* Content();
   // Calls `use` with charset and bytes, while the store is held; false where there are none.

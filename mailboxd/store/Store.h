@@ -56,9 +56,15 @@ struct AttachmentInfo {
   std::string contentLocation;
   bool isInline = false;
   bool isContactPhoto = false;
-  bool isMail = false;  // an attached mail; those that are stored beside an item are files
+  bool isItem = false;  // an attached mail; one that is stored beside an item is XML of any class
   std::int64_t size = 0;
   std::string created;
+};
+
+// A field of an item that has no member of its own: as the client sent it.
+struct ItemField {
+  std::string name;  // of its element: "Start"
+  std::string xml;   // the element whole, its names with the prefix t
 };
 
 struct ItemInfo {
@@ -72,6 +78,9 @@ struct ItemInfo {
   std::string received;
   std::string sent;
   std::string created;
+  std::string starts;  // when it takes place, or a task is to be begun; "" without that
+  std::string ends;    // "" too; the day on which a task is due
+  std::string who;     // a person in one line, for lists: who sent it, a contact's address
   std::int64_t size = 0;
   std::int64_t version = 1;
   std::int64_t attachmentCount = 0;  // stored beside the item
@@ -90,6 +99,7 @@ struct ItemInfo {
   std::optional<Address> sender;
   std::vector<Address> to, cc, bcc, replyTo;
   std::vector<ExtendedProperty> properties;
+  std::vector<ItemField> fields;
 };
 
 struct NewAttachment {
@@ -144,6 +154,22 @@ class Store {
   std::vector<ItemInfo> Items(std::int64_t folder, std::int64_t offset, std::int64_t limit);
   // Calls `use` for each, in that order, while the store is held.
   void ForEachItem(std::int64_t folder, const std::function<void(const ItemInfo&)>& use);
+  // Those that begin from `from` on and before `to`, by their start.
+  std::vector<ItemInfo> ItemsBetween(std::int64_t folder, std::string_view from,
+                                     std::string_view to, std::int64_t limit);
+  struct Span {
+    std::string first;
+    std::string last;
+  };
+  Span StartsIn(std::int64_t folder);  // the first and the last start; "" for none
+  // Those in whose subject or person the text stands, without regard to the case of ASCII letters,
+  // the newest row first; `total` is their number. Costs a walk through the folder's rows.
+  struct Found {
+    std::int64_t total = 0;
+    std::vector<ItemInfo> items;
+  };
+  Found ItemsLike(std::int64_t folder, std::string_view text, std::int64_t offset,
+                  std::int64_t limit);
   // Those whose property of that key is the text, without regard to the case of ASCII letters;
   // found at once in a folder of any size. For the message id and properties that are one String,
   // of up to kLongestText bytes.

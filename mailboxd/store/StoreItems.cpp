@@ -26,6 +26,9 @@ const RowShape<ItemInfo> kItems(
      {"received", Into<&ItemInfo::received>},
      {"sent", Into<&ItemInfo::sent>},
      {"created", Into<&ItemInfo::created>},
+     {"starts", Into<&ItemInfo::starts>},
+     {"ends", Into<&ItemInfo::ends>},
+     {"who", Into<&ItemInfo::who>},
      {"size", Into<&ItemInfo::size>},
      {"version", Into<&ItemInfo::version>},
      {"details", [](const platform::SqliteStatement& row, int column,
@@ -42,6 +45,7 @@ const RowShape<AttachmentInfo> kAttachments(
                     {"content_location", Into<&AttachmentInfo::contentLocation>},
                     {"is_inline", Into<&AttachmentInfo::isInline>},
                     {"is_contact_photo", Into<&AttachmentInfo::isContactPhoto>},
+                    {"is_item", Into<&AttachmentInfo::isItem>},
                     {"size", Into<&AttachmentInfo::size>},
                     {"created", Into<&AttachmentInfo::created>}});
 
@@ -50,10 +54,11 @@ const RowShape<AttachmentInfo> kAttachments(
 void Store::Implementation::InsertItem(NewItem& item) {
   ItemInfo& info = item.info;
   Run("INSERT INTO items(folder,element,item_class,subject,is_read,is_draft,received,sent,created,"
-      "size,version,details,mail_has_files) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,-1))",
+      "starts,ends,who,size,version,details,mail_has_files)"
+      " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,-1))",
       info.folder, info.element, info.itemClass, info.subject, info.isRead, info.isDraft,
-      info.received, info.sent, info.created, info.size, info.version, WriteDetails(info),
-      item.hasMime ? -1 : 0);
+      info.received, info.sent, info.created, info.starts, info.ends, info.who, info.size,
+      info.version, WriteDetails(info), item.hasMime ? -1 : 0);
   info.id = LastRow();
   InsertTexts(info);
   if (!item.hasMime) return;
@@ -80,9 +85,9 @@ void Store::Implementation::InsertAttachment(std::int64_t item, NewAttachment& a
   info.size = static_cast<std::int64_t>(attachment.content.size());
   info.created = UtcNow();
   Run("INSERT INTO attachments(item,name,content_type,content_id,content_location,is_inline,"
-      "is_contact_photo,size,created) VALUES(?,?,?,?,?,?,?,?,?)",
+      "is_contact_photo,is_item,size,created) VALUES(?,?,?,?,?,?,?,?,?,?)",
       item, info.name, info.contentType, info.contentId, info.contentLocation, info.isInline,
-      info.isContactPhoto, info.size, info.created);
+      info.isContactPhoto, info.isItem, info.size, info.created);
   info.id = LastRow();
   Run("INSERT INTO attachment_bytes(attachment,bytes) VALUES(?,?)", info.id,
       BlobView{attachment.content});
@@ -140,6 +145,44 @@ std::vector<ItemInfo> Store::ItemsWithText(std::int64_t folder, std::string_view
                                key, text, folder);
 }
 
+std::vector<ItemInfo> Store::ItemsBetween(std::int64_t folder, std::string_view from,
+                                          std::string_view to, std::int64_t limit) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->All(
+      kItems, "WHERE folder=? AND starts<>'' AND starts>=? AND starts<? ORDER BY starts,id LIMIT ?",
+      folder, from, to, limit);
+}
+
+Store::Span Store::StartsIn(std::int64_t folder) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  auto query = m_implementation->Query(
+      "SELECT min(starts),max(starts) FROM items WHERE folder=? AND starts<>''", folder);
+  if (!query->Step()) return {};
+  return {std::string(query->Text(0)), std::string(query->Text(1))};
+}
+
+Store::Found Store::ItemsLike(std::int64_t folder, std::string_view text, std::int64_t offset,
+                              std::int64_t limit) {
+  std::string pattern = "%";
+  for (const char c : text) {
+    if (c == '%' || c == '_' || c == '\\') pattern += '\\';
+    pattern += c;
+  }
+  pattern += '%';
+  constexpr char kFits[] =
+      "WHERE folder=? AND (subject LIKE ? ESCAPE '\\' OR who LIKE ? ESCAPE '\\')";
+  const std::lock_guard lock(m_implementation->m_mutex);
+  Found found;
+  found.total =
+      m_implementation
+          ->Number(std::string("SELECT count(*) FROM items ") + kFits, folder, pattern, pattern)
+          .value_or(0);
+  found.items =
+      m_implementation->All(kItems, std::string(kFits) + " ORDER BY id DESC LIMIT ? OFFSET ?",
+                            folder, pattern, pattern, limit, offset);
+  return found;
+}
+
 Store::Neighbours Store::NeighboursOf(const ItemInfo& item) {
   const std::lock_guard lock(m_implementation->m_mutex);
   const auto find = [&](const std::string& sql) {
@@ -172,10 +215,10 @@ bool Store::UpdateItem(ItemInfo& item) {
   const std::lock_guard lock(m_implementation->m_mutex);
   Implementation::Transaction transaction(*m_implementation);
   m_implementation->Run(
-      "UPDATE items SET item_class=?,subject=?,is_read=?,is_draft=?,received=?,sent=?,size=?,"
-      "details=?,version=version+1 WHERE id=? AND version=?",
-      item.itemClass, item.subject, item.isRead, item.isDraft, item.received, item.sent, item.size,
-      WriteDetails(item), item.id, item.version);
+      "UPDATE items SET item_class=?,subject=?,is_read=?,is_draft=?,received=?,sent=?,starts=?,"
+      "ends=?,who=?,size=?,details=?,version=version+1 WHERE id=? AND version=?",
+      item.itemClass, item.subject, item.isRead, item.isDraft, item.received, item.sent,
+      item.starts, item.ends, item.who, item.size, WriteDetails(item), item.id, item.version);
   if (!m_implementation->Changed()) return false;
   m_implementation->Run("DELETE FROM item_texts WHERE item=?", item.id);
   m_implementation->InsertTexts(item);

@@ -110,7 +110,41 @@ INSERT OR IGNORE INTO item_texts
   WHERE length(CAST(value AS BLOB)) BETWEEN 1 AND 1000;
 )sql";
 
-constexpr std::array<const char*, 4> kSteps = {kTables, kCounts, kMailFiles, kTexts};
+// What lists show and are searched by, and a calendar's months by.
+constexpr char kLists[] = R"sql(
+ALTER TABLE items ADD COLUMN starts TEXT NOT NULL DEFAULT '';
+ALTER TABLE items ADD COLUMN ends TEXT NOT NULL DEFAULT '';
+ALTER TABLE items ADD COLUMN who TEXT NOT NULL DEFAULT '';
+UPDATE items SET who=trim(ifnull(details->>'$.from[0]', '') || ' ' ||
+  ifnull(details->>'$.from[1]', '')) WHERE json_valid(details);
+ALTER TABLE attachments ADD COLUMN is_item INTEGER NOT NULL DEFAULT 0;
+CREATE INDEX items_by_start ON items(folder, starts) WHERE starts<>'';
+)sql";
+
+// Properties of sets that have a name besides their GUID are kept under the name.
+constexpr char kSetNames[] = R"sql(
+CREATE TEMP TABLE set_names(by_guid, by_name);
+INSERT INTO set_names VALUES
+  ('set:6ed8da90-450b-101b-98da-00aa003f1305:', 'named:Meeting:'),
+  ('set:00062002-0000-0000-c000-000000000046:', 'named:Appointment:'),
+  ('set:00062008-0000-0000-c000-000000000046:', 'named:Common:'),
+  ('set:00020329-0000-0000-c000-000000000046:', 'named:PublicStrings:'),
+  ('set:00062004-0000-0000-c000-000000000046:', 'named:Address:'),
+  ('set:00062003-0000-0000-c000-000000000046:', 'named:Task:');
+UPDATE OR IGNORE item_texts SET key=by_name || substr(key, length(by_guid) + 1)
+  FROM set_names WHERE substr(key, 1, length(by_guid))=by_guid;
+UPDATE items SET details=(
+    WITH RECURSIVE renamed(count, text) AS (
+      SELECT 0, items.details UNION ALL
+      SELECT count+1, replace(text, '["' || by_guid, '["' || by_name)
+      FROM renamed JOIN set_names ON set_names.rowid=count+1)
+    SELECT text FROM renamed ORDER BY count DESC LIMIT 1)
+  WHERE instr(details, '["set:');
+DROP TABLE set_names;
+)sql";
+
+constexpr std::array<const char*, 6> kSteps = {kTables, kCounts, kMailFiles,
+                                               kTexts,  kLists,  kSetNames};
 
 constexpr std::array<WellKnownFolder, 20> kFolders = {{
     {"root", "", "root", ""},

@@ -114,6 +114,58 @@ TEST_F(ItemOperations, AttachmentsTravelWithTheItemAndAfterIt) {
   EXPECT_EQ(BytesIn(Ask(GetAttachment(Find(saved, "AttachmentId Id=\"([^\"]*)\"")))), bytes);
 }
 
+std::string AttachedItem(const std::string& item) {
+  return Tag("t:Attachments", Tag("t:ItemAttachment",
+                                  "<t:Name>inside</t:Name><t:IsInline>false</t:IsInline>" + item));
+}
+
+TEST_F(ItemOperations, ItemsOfEveryClassTravelInsideAnother) {
+  const std::string file = Tag(
+      "t:Attachments", Tag("t:FileAttachment", "<t:Name>f</t:Name><t:Content>AQI=</t:Content>"));
+  const std::string mime = "Subject: inner\r\n\r\nbody";
+  const struct {
+    std::string item;
+    std::vector<std::string_view> shown;
+  } rows[] = {
+      {Tag("t:Message", MimeField(mime)), {"<t:Subject>inner<", "<t:Body BodyType=\"Text\">body<"}},
+      {Tag("t:CalendarItem",
+           "<t:Subject>x</t:Subject>" + file + "<t:Start>2024-03-11T10:00:00Z</t:Start>"),
+       {"<t:CalendarItem><t:ItemClass>IPM.Appointment<", "<t:Content>AQI=<",
+        "<t:Start>2024-03-11T10:00:00Z<"}},
+      {Tag("t:Contact", "<t:Surname>Curie</t:Surname>"), {"<t:Surname>Curie<"}},
+  };
+  for (const auto& row : rows) {
+    const std::string saved = Save(AttachedItem(row.item));
+    ASSERT_TRUE(Holds(saved, {"<t:ItemAttachment><t:AttachmentId "}));
+    const std::string id = Find(saved, "AttachmentId Id=\"([^\"]*)\"");
+    EXPECT_TRUE(Holds(Show(ItemId(saved)), {"<t:ItemAttachment>", "<t:Name>inside<"}));
+    EXPECT_TRUE(Holds(Ask(GetAttachment(id)), row.shown));
+  }
+  const std::string id = Find(Save(AttachedItem(rows[0].item)), "AttachmentId Id=\"([^\"]*)\"");
+  EXPECT_EQ(
+      BytesIn(Ask(GetAttachment(
+          id, Tag("m:AttachmentShape", "<t:IncludeMimeContent>true</t:IncludeMimeContent>")))),
+      mime);
+}
+
+TEST_F(ItemOperations, AttachedItemsThatCannotBeAreRefused) {
+  std::string nested = Tag("t:Message", "");
+  for (int i = 0; i < 4; ++i) nested = Tag("t:Message", AttachedItem(nested));
+  const struct {
+    std::string item;
+    const char* code;
+  } rows[] = {
+      {"", "ErrorMissingItemForCreateItemAttachment"},
+      {Tag("t:Message", "") + Tag("t:Task", ""),
+       "ErrorInvalidItemForOperationCreateItemAttachment"},
+      {Tag("t:Message", "<t:MimeContent>!</t:MimeContent>"), "ErrorMimeContentInvalidBase64String"},
+      {Tag("t:Task", "<t:IsComplete>true</t:IsComplete>"), "ErrorInvalidPropertySet"},
+      {nested, "ErrorAttachmentNestLevelLimitExceeded"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(Code(Save(AttachedItem(row.item))), row.code) << row.item;
+  EXPECT_EQ(Code(Save(Find(nested, "^<t:Message>(.*)</t:Message>$"))), "NoError");
+}
+
 std::string Attached(const std::string& content) {
   return Tag("t:Attachments", Tag("t:FileAttachment", Tag("t:Content", content)));
 }

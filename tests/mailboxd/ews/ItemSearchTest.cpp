@@ -56,7 +56,10 @@ class ItemSearch : public LocalMailbox {
         "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i+1<" +
         std::to_string(count) + ") INSERT INTO ";
     platform::SqliteDatabase database(m_path);
-    database.Execute(rows + "items SELECT NULL," + std::to_string(Inbox().id) +
+    database.Execute(rows +
+                     "items(id,folder,element,item_class,subject,is_read,is_draft,received,sent,"
+                     "created,size,version,details,mail_has_files) SELECT NULL," +
+                     std::to_string(Inbox().id) +
                      ",'Message','IPM.Note','s'||i,0,0,'','','',0,1,"
                      "json_object('messageId','<'||i||'@x>'),0 FROM n");
     database.Execute(

@@ -104,7 +104,9 @@ TEST(StoreLayout, AnOlderLayoutIsBroughtUpToDateByItsServer) {
         "(8,1,7,'Sent','SENT','IPF.Note','sentitems',1);"
         "INSERT INTO items VALUES(3,7,'Message','IPM.Note','',0,0,'','','',0,1,''),"
         "(5,7,'Message','IPM.Note','',1,0,'','','',0,1,'{\"messageId\":\"<a@b>\",\"properties\":"
-        "[[\"tag:0xe07\",\"Integer\",[\"1\"]],[\"named:PublicStrings:name:k\",\"String\",[\"v\"]]]}"
+        "[[\"tag:0xe07\",\"Integer\",[\"1\"]],[\"set:00020329-0000-0000-c000-000000000046:name:k\","
+        "\"String\",[\"v\"]],"
+        "[\"set:00062004-0000-0000-c000-000000000046:id:1\",\"String\",[\"w\"]]]}"
         "')");
   }
   EXPECT_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly), std::runtime_error);
@@ -115,6 +117,8 @@ TEST(StoreLayout, AnOlderLayoutIsBroughtUpToDateByItsServer) {
   EXPECT_EQ(store.ItemsWithText(7, mailbox::kMessageIdKey, "<a@b>").size(), 1u);
   EXPECT_EQ(store.ItemsWithText(7, "named:PublicStrings:name:k", "v").size(), 1u);
   EXPECT_TRUE(store.ItemsWithText(7, "tag:0xe07", "1").empty());
+  EXPECT_EQ(store.Item(5)->properties[1].key, "named:PublicStrings:name:k");
+  EXPECT_EQ(store.Item(5)->properties[2].key, "named:Address:id:1");
   ASSERT_TRUE(store.CreateFolder(*store.Folder(7), "New", "IPF.Note"));
   EXPECT_EQ(store.Folder(7)->children, 2);
   EXPECT_NO_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly));
