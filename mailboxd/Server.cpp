@@ -353,7 +353,10 @@ void Server::Implementation::HandlePage(const httplib::Request& request,
     response.set_header("WWW-Authenticate", "Basic realm=\"mailboxd\", charset=\"UTF-8\"");
     return;
   }
-  WebReply reply = AnswerPage(m_store, request.path, request.get_param_value("page"));
+  WebReply reply = AnswerPage(
+      m_store, request.path,
+      {request.get_param_value("page"), request.get_param_value("q"),
+       request.get_param_value("month")});
   response.set_header("Content-Security-Policy", reply.policy);
   response.set_header("X-Content-Type-Options", "nosniff");
   response.set_header("Referrer-Policy", "no-referrer");

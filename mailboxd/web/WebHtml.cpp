@@ -116,6 +116,23 @@ std::string Row(std::string_view label, const std::string& html) {
   return "<tr><th scope=\"row\">" + Text(label) + "</th><td>" + html + "</td></tr>\n";
 }
 
+std::string Totals(std::int64_t items, std::int64_t unread) {
+  return "<p class=\"soft\">" + Count(items, "item", "items") + ", " + std::to_string(unread) +
+         " unread</p>\n";
+}
+
+std::string Spaced(std::string_view name) {
+  const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
+  std::string text;
+  for (size_t i = 0; i < name.size(); ++i) {
+    const bool begins = i > 0 && isUpper(name[i]) && !isUpper(name[i - 1]);
+    const bool isWord = begins && i + 1 < name.size() && !isUpper(name[i + 1]);
+    if (begins) text += ' ';
+    text += isWord ? static_cast<char>(name[i] - 'A' + 'a') : name[i];
+  }
+  return text;
+}
+
 std::string CloseTable() { return "</table></div>\n"; }
 
 std::string Page(std::string_view title, const std::string& crumbs, const std::string& content) {

@@ -48,6 +48,11 @@ std::string OpenList(std::string_view kind, std::string_view caption);
 std::string Row(std::string_view label, const std::string& html);
 std::string CloseTable();
 
+// "12 items, 3 unread"
+std::string Totals(std::int64_t items, std::int64_t unread);
+// "Required attendees" for "RequiredAttendees".
+std::string Spaced(std::string_view name);
+
 // A whole page; `title` is plain text, the rest HTML.
 std::string Page(std::string_view title, const std::string& crumbs, const std::string& content);
 // "Mailboxes › ann@example.com › Inbox/Projects"

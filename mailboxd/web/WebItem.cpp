@@ -12,6 +12,7 @@
 #include "mailboxd/store/MailOfItem.h"
 #include "mailboxd/web/DownloadName.h"
 #include "mailboxd/web/InlinePictures.h"
+#include "mailboxd/web/WebFields.h"
 #include "mailboxd/web/WebHtml.h"
 #include "mime/header/CkEmailAddress.h"
 
@@ -72,10 +73,26 @@ std::string SummaryBox(const View& view) {
   return OpenList("summary", "Summary") + Row("From", item.from ? Text(Name(*item.from)) : "") +
          Row("Sender", differs(item.sender) ? Text(Name(*item.sender)) : "") +
          Row("To", Names(item.to)) + Row("Cc", Names(item.cc)) + Row("Bcc", Names(item.bcc)) +
-         Row("Reply to", Names(item.replyTo)) + Row("Sent", Date(item.sent)) +
+         Row("Reply to", Names(item.replyTo)) + FieldRows(item) + Row("Sent", Date(item.sent)) +
          Row("Received", Date(item.received)) + Row("Stored", Date(item.created)) +
          Row("Size", Size(item.size)) + (view.mail.IsWithin() ? "" : Row("State", StateOf(item))) +
          CloseTable();
+}
+
+// The picture of a contact: what says that it is one, or is named as clients name it.
+std::string PhotoBox(Store& store, const ItemInfo& item) {
+  constexpr std::int64_t kLargest = 2 * 1024 * 1024;  // bytes
+  if (item.element != "Contact") return "";
+  for (const AttachmentInfo& one : store.Attachments(item.id)) {
+    const bool isNamed = one.name == "ContactPicture.jpg" || one.name == "ContactPhoto.jpg";
+    if (one.size > kLargest || !(one.isContactPhoto || isNamed)) continue;
+    std::string url;
+    store.WithAttachment(one.id, [&](std::string_view bytes) { url = PictureUrl(bytes); });
+    if (url.empty()) continue;
+    return "<img class=\"photo\" alt=\"Photo of " + Text(Cut(item.subject, kNameShown)) +
+           "\" src=\"" + url + "\">\n";
+  }
+  return "";
 }
 
 struct AttachmentRow {
@@ -116,20 +133,17 @@ std::string AttachmentBox(const std::vector<AttachmentRow>& rows) {
             ? Link(row.target, name)
             : Link(row.page, name) + " <span class=\"soft\">· " +
                   Link(row.target, "save<span class=\"hidden\"> " + name + "</span>") + "</span>";
-    html += "<tr><td>" + links + "</td><td class=\"type\">" +
-            Text(Cut(row.info.contentType, kNameShown)) +
-            (row.info.isInline ? " · in the text" : "") + "</td><td class=\"number\">" +
-            Size(row.info.size) + "</td></tr>\n";
+    html +=
+        "<tr><td>" + links + "</td><td class=\"type\">" +
+        Text(Cut(row.info.isItem && row.page.empty() ? "item" : row.info.contentType, kNameShown)) +
+        (row.info.isInline ? " · in the text" : "") + "</td><td class=\"number\">" +
+        Size(row.info.size) + "</td></tr>\n";
   }
   if (rows.size() > kAttachmentsShown) {
     html += "<tr><td class=\"soft\">and " + std::to_string(rows.size() - kAttachmentsShown) +
             " more</td></tr>\n";
   }
   return html + CloseTable();
-}
-
-std::string Folded(std::string_view title, const std::string& html) {
-  return "<details><summary>" + std::string(title) + "</summary>\n" + html + "</details>\n";
 }
 
 std::string TextBox(std::string_view text) {
@@ -250,8 +264,8 @@ Body BodyOf(View& view) {
 
 WebReply ItemPage(Store& store, View& view) {
   const ItemInfo& item = view.item;
-  std::string content =
-      NeighbourLinks(store, view) + SummaryBox(view) + AttachmentBox(AttachmentRows(store, view));
+  std::string content = NeighbourLinks(store, view) + PhotoBox(store, item) + SummaryBox(view) +
+                        AttachmentBox(AttachmentRows(store, view));
   const Body body = BodyOf(view);
   content += BodyBox(body.text, body.html, view.base);
   if (const MailContent* const mail = view.mail.Content(); mail != nullptr) {
@@ -259,6 +273,7 @@ WebReply ItemPage(Store& store, View& view) {
   } else if (!item.body.empty()) {
     content += "<p>" + Link(view.base + "/source", "Save the body") + "</p>\n";
   }
+  content += PropertyBox(item);
   return {200, WebReply().type, Page(item.subject, CrumbsOf(store, view), content)};
 }
 
@@ -293,6 +308,9 @@ std::string TypeOf(const std::string& claimed) {
 
 WebReply File(const AttachmentInfo& attachment, std::string bytes) {
   std::string name = attachment.name;
+  if (attachment.isItem && !attachment.contentType.starts_with("message/")) {
+    return {200, "text/xml; charset=utf-8", std::move(bytes), SaveAs(name + ".xml"), kFilePolicy};
+  }
   if (attachment.contentType == "message/rfc822" && !name.ends_with(".eml")) name += ".eml";
   return {200, TypeOf(attachment.contentType), std::move(bytes), SaveAs(name), kFilePolicy};
 }

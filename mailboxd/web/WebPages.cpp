@@ -6,12 +6,12 @@
 #include <span>
 #include <vector>
 
-#include "mailboxd/store/MailOfItem.h"
+#include "mailboxd/web/WebFolder.h"
 #include "mailboxd/web/WebHtml.h"
 #include "mailboxd/web/WebItem.h"
 #include "mailboxd/web/WebStyle.h"
 
-// Mailboxes and folders; the pages of items are in WebItem.cpp.
+// All mailboxes; the pages of folders and items are in WebFolder.cpp and WebItem.cpp.
 namespace mailbox {
 namespace {
 
@@ -72,11 +72,6 @@ std::string FolderRows(const std::vector<FolderInfo>& folders) {
   return rows;
 }
 
-std::string Totals(std::int64_t items, std::int64_t unread) {
-  return "<p class=\"soft\">" + Count(items, "item", "items") + ", " + std::to_string(unread) +
-         " unread</p>\n";
-}
-
 WebReply MailboxesPage(Store& store) {
   std::string content;
   for (const MailboxInfo& box : store.Mailboxes()) {
@@ -99,63 +94,6 @@ WebReply MailboxesPage(Store& store) {
   return {200, WebReply().type, Page("Mailboxes", "", content)};
 }
 
-std::string_view DateOf(const ItemInfo& item) {
-  if (!item.received.empty()) return item.received;
-  return item.sent.empty() ? item.created : item.sent;
-}
-
-// A paper clip, drawn: fonts that have one are not everywhere.
-constexpr std::string_view kClip =
-    " <svg class=\"clip\" role=\"img\" aria-label=\"with attachments\" viewBox=\"0 0 16 16\">"
-    "<title>with attachments</title><path d=\"M11.5 5 6.3 10.2a1.2 1.2 0 0 0 1.7 1.7l5.2-5.2a3 3 0 "
-    "0 0-4.2-4.2L3.4 8.1a4.2 4.2 0 0 0 5.9 5.9L13 10.3\"/></svg>";
-
-std::string ItemRow(const ItemInfo& item) {
-  const std::string sender =
-      item.from ? (item.from->name.empty() ? item.from->address : item.from->name) : "";
-  return std::string(item.isRead ? "<tr>" : "<tr class=\"unread\">") + "<td>" +
-         (item.isRead ? "" : "<span class=\"hidden\">unread </span>") +
-         Link("/item/" + std::to_string(item.id), TextOr(item.subject, "(no subject)")) +
-         std::string(HasFiles(item) ? kClip : "") + "</td><td" +
-         (sender.empty() ? "" : " title=\"" + Text(Cut(Name(*item.from), kNameShown)) + "\"") +
-         ">" + TextOr(sender, "–") + "</td><td class=\"date\">" + Date(DateOf(item)) +
-         "</td><td class=\"number\">" + Size(item.size) + "</td></tr>\n";
-}
-
-std::string PageLinks(std::int64_t folder, std::int64_t page, std::int64_t pages) {
-  if (pages < 2) return "";
-  const auto link = [&](std::int64_t to, const char* text) {
-    const bool there = to >= 1 && to <= pages && to != page;
-    return LinkIf(there, "/folder/" + std::to_string(folder) + "?page=" + std::to_string(to), text);
-  };
-  return "<nav class=\"pages\" aria-label=\"Pages\">" + link(1, "« Newest") +
-         link(page - 1, "‹ Newer") + "<span>Page " + std::to_string(page) + " of " +
-         std::to_string(pages) + "</span>" + link(page + 1, "Older ›") + link(pages, "Oldest »") +
-         "</nav>\n";
-}
-
-// The newest items first: page 1 ends with the folder's last row.
-WebReply FolderPage(Store& store, std::int64_t id, std::int64_t page) {
-  const std::optional<FolderInfo> folder = store.Folder(id);
-  if (!folder) return NotFound();
-  const std::int64_t pages =
-      std::max<std::int64_t>(1, (folder->total + kItemsPerPage - 1) / kItemsPerPage);
-  if (page > pages) return NotFound();
-  const std::int64_t end = folder->total - (page - 1) * kItemsPerPage;
-  const std::int64_t begin = std::max<std::int64_t>(0, end - kItemsPerPage);
-  std::vector<ItemInfo> items = store.Items(id, begin, end - begin);
-  LookForFiles(store, items);
-  std::string content = Totals(folder->total, folder->unread);
-  if (!items.empty()) {
-    content += OpenTable("items", "Items, the newest first",
-                         {{"Subject"}, {"From"}, {"Date"}, {"Size", "number"}});
-    for (auto item = items.rbegin(); item != items.rend(); ++item) content += ItemRow(*item);
-    content += CloseTable();
-  }
-  content += PageLinks(id, page, pages);
-  return {200, WebReply().type, Page(FolderName(*folder), Crumbs(store, *folder), content)};
-}
-
 // What stands between the slashes of a path.
 std::vector<std::string_view> SegmentsOf(std::string_view path) {
   std::vector<std::string_view> segments;
@@ -174,7 +112,7 @@ bool IsPagePath(std::string_view path) {
          path.starts_with("/item/") || path.starts_with("/attachment/");
 }
 
-WebReply AnswerPage(Store& store, std::string_view path, std::string_view page) {
+WebReply AnswerPage(Store& store, std::string_view path, const WebQuery& query) {
   if (path == "/") return MailboxesPage(store);
   if (path == "/style.css") return {200, "text/css; charset=utf-8", std::string(Style())};
   const std::vector<std::string_view> segments = SegmentsOf(path);
@@ -183,8 +121,7 @@ WebReply AnswerPage(Store& store, std::string_view path, std::string_view page) 
   if (segments[0] == "item") return AnswerItem(store, id, std::span(segments).subspan(2));
   if (segments.size() > 2) return NotFound();
   if (segments[0] == "attachment") return AnswerAttachment(store, id);
-  const std::int64_t number = page.empty() ? 1 : NumberIn(page);
-  return segments[0] == "folder" && number > 0 ? FolderPage(store, id, number) : NotFound();
+  return segments[0] == "folder" ? AnswerFolder(store, id, query) : NotFound();
 }
 
 }  // namespace mailbox

@@ -11,10 +11,11 @@ namespace mailbox {
 inline constexpr std::int64_t kItemsPerPage = 100;
 inline constexpr size_t kSourceShown = 256 * 1024;  // bytes of an item's source on its page
 
-// What a page may load: our style sheet, and in a frame the body of a mail.
+// What a page may load: our style sheet, in a frame the body of a mail, and a photo that stands in
+// the page; its form asks this server.
 inline constexpr char kPagePolicy[] =
-    "default-src 'none'; style-src 'self'; frame-src 'self'; base-uri 'none'; form-action 'none'; "
-    "frame-ancestors 'none'";
+    "default-src 'none'; style-src 'self'; frame-src 'self'; img-src data:; base-uri 'none'; "
+    "form-action 'self'; frame-ancestors 'none'";
 // What a stranger's HTML may do: stand there in its own style, with pictures that came inside it.
 // The sandbox gives it an origin of its own, and no script, form, window or refresh.
 inline constexpr char kBodyPolicy[] =
@@ -36,10 +37,18 @@ struct WebReply {
 // below it. N counts from 1.
 bool IsPagePath(std::string_view path);
 
-// The page of that path (no escapes left in it). `page` counts from 1, "" is the first. What is not
+// What stands behind the path of a folder, each "" when left out: which page of its list (from 1),
+// what is searched for, which month of a calendar ("2024-03").
+struct WebQuery {
+  std::string page = {};
+  std::string search = {};
+  std::string month = {};
+};
+
+// The page of that path (no escapes left in it). What is not
 // there gets status 404 and a page that says so. The text of every page is well-formed UTF-8,
 // whatever the store holds; only what is to be saved leaves byte for byte. Throws
 // platform::SqliteError.
-WebReply AnswerPage(Store& store, std::string_view path, std::string_view page);
+WebReply AnswerPage(Store& store, std::string_view path, const WebQuery& query);
 
 }  // namespace mailbox

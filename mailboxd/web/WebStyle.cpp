@@ -47,6 +47,19 @@ tbody tr:hover { background: var(--hover); }
 .items .unread > td:first-child::before { content: "● "; color: var(--accent); }
 .clip { width: 1em; height: 1em; vertical-align: -.1em; fill: none; stroke: var(--soft);
   stroke-width: 1.3; }
+.search { display: flex; flex-wrap: wrap; gap: .5rem 1rem; align-items: center; margin: 0 0 1rem; }
+.search input { flex: 0 1 20rem; min-width: 0; }
+.search input, .search button { font: inherit; padding: .3rem .6rem; color: inherit;
+  background: var(--paper); border: 1px solid var(--line); border-radius: 6px; }
+.month { table-layout: fixed; }
+.month td { height: 6rem; border-inline-start: 1px solid var(--line); }
+.month td:first-child { border-inline-start: 0; }
+.month td > time { color: var(--soft); font-size: .85rem; }
+.month tbody tr:hover { background: none; }
+.month ul { margin: 0; padding: 0; list-style: none; }
+.month li { font-size: .85rem; line-height: 1.35; margin-top: .2rem; }
+.photo { float: inline-end; max-width: 9rem; max-height: 9rem; margin: 0 0 .75rem .75rem;
+  border-radius: 8px; }
 .pages { display: flex; flex-wrap: wrap; gap: .25rem 1.5rem; margin: 1rem 0; }
 iframe { display: block; width: 100%; height: 60vh; min-height: 12rem; border: 0;
   border-radius: 8px; background: #fff; color-scheme: light; resize: vertical; }
@@ -56,7 +69,9 @@ pre { margin: 0; padding: .8rem; white-space: pre-wrap; tab-size: 8;
   font: 13px/1.45 ui-monospace, "Noto Sans Mono", "Noto Sans Mono CJK JP", monospace; }
 @media (max-width: 44rem) {
   body { padding: .75rem; }
-  .items thead { display: none; }
+  .items thead, .month thead, .month .empty { display: none; }
+  .month tr, .month td { display: block; height: auto; border-inline-start: 0; }
+  .photo { max-width: 6rem; }
   .items tr { display: flex; flex-wrap: wrap; gap: 0 1rem; padding: .4rem .8rem;
     border-top: 1px solid var(--line); }
   .items tr:first-child { border-top: 0; }

@@ -29,7 +29,7 @@ class WebPages : public StoredMailbox {
     return "/folder/" + std::to_string(folder.id);
   }
   mailbox::WebReply Get(const std::string& path, const std::string& page = "") {
-    mailbox::WebReply reply = mailbox::AnswerPage(m_store, path, page);
+    mailbox::WebReply reply = mailbox::AnswerPage(m_store, path, {page});
     if (reply.disposition.empty()) {
       EXPECT_TRUE(platform::IsValidUtf8(reply.body)) << path;
     }
