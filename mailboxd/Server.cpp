@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -15,7 +16,9 @@
 
 #include "base/AsciiText.h"
 #include "mailboxd/Certificate.h"
+#include "mailboxd/Directory.h"
 #include "mailboxd/Logins.h"
+#include "mailboxd/RequestLog.h"
 #include "mailboxd/ews/Autodiscover.h"
 #include "mailboxd/ews/Operations.h"
 #include "mailboxd/web/WebPages.h"
@@ -69,7 +72,8 @@ class Server::Implementation {
       : m_options(options),
         m_lock(options.dataFolder, options.lifetime),
         m_store(options.dataFolder + "/mailbox.db"),
-        m_logins(options.user, options.password) {
+        m_logins(options.user, options.password),
+        m_log(options.logFile) {
     for (const std::string& fault : options.faults) {
       if (!m_faults.Add(fault)) throw std::invalid_argument("no such fault: " + fault);
     }
@@ -99,14 +103,18 @@ class Server::Implementation {
   void HandlePost(const httplib::Request& request, httplib::Response& response,
                   const httplib::ContentReader& reader);
   void HandleGet(const httplib::Request& request, httplib::Response& response);
-  void Handle(const httplib::Request& request, httplib::Response& response, std::string& body);
-  void HandleEws(const httplib::Request& request, httplib::Response& response, std::string& body);
+  void Handle(const httplib::Request& request, httplib::Response& response, std::string& body,
+              RequestNote& note);
+  void HandleEws(const httplib::Request& request, httplib::Response& response, std::string& body,
+                 RequestNote& note);
+  bool LetIn(const httplib::Request& request, httplib::Response& response);
   bool Fail(const httplib::Request& request, httplib::Response& response);
   bool Drop(Cut cut, const httplib::Request& request);
   std::optional<std::string> Login(const httplib::Request& request) {
     return m_logins.NameIn(request.get_header_value("Authorization"));
   }
   void HandlePage(const httplib::Request& request, httplib::Response& response);
+  void HandleDirectory(const httplib::Request& request, httplib::Response& response);
   std::string UrlFor(const std::string& host) const {
     return (m_options.https ? "https://" : "http://") + host;
   }
@@ -118,6 +126,7 @@ class Server::Implementation {
   Faults m_faults;
   std::atomic<std::int64_t> m_requests = 0;
   Logins m_logins;
+  RequestLog m_log;
   std::string m_certificate;
   std::unique_ptr<httplib::Server> m_http;
   int m_listening = -1;  // the library's own
@@ -145,13 +154,36 @@ void Send(httplib::Response& response, int status, const std::string& type, std:
 // In lower case; they are known in any.
 constexpr std::string_view kEwsPath = "/ews/exchange.asmx";
 constexpr std::string_view kAutodiscoverPath = "/autodiscover/autodiscover.xml";
+constexpr std::string_view kFaultsPath = "/faults";
 
 constexpr char kXml[] = "text/xml; charset=utf-8";
+constexpr char kJson[] = "application/json";
 
 void AskForLogin(httplib::Response& response) {
   response.set_header("WWW-Authenticate", "Basic realm=\"mailboxd\"");
   response.set_header("WWW-Authenticate", "Bearer");
 }
+
+// How long a request takes, for its line in the log.
+class Stopwatch {
+ public:
+  RequestLog::Entry Entry(const httplib::Request& request,
+                          const httplib::Response& response) const {
+    using std::chrono::duration_cast, std::chrono::microseconds;
+    const auto taken = std::chrono::steady_clock::now() - m_begin;
+    return {request.method,
+            request.path,
+            "",
+            "",
+            std::max(response.status, 0),
+            0,
+            std::max(response.content_length_, response.body.size()),
+            duration_cast<microseconds>(taken).count()};
+  }
+
+ private:
+  std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
+};
 
 void Wait(int milliseconds) {
   if (milliseconds > 0) std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
@@ -209,6 +241,12 @@ void Server::Implementation::Route() {
   m_http->Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
     HandleGet(request, response);
   });
+  m_http->Delete(std::string(kFaultsPath),
+                 [this](const httplib::Request& request, httplib::Response& response) {
+                   if (!LetIn(request, response)) return;
+                   m_faults.Clear();
+                   response.status = 204;
+                 });
   m_http->set_exception_handler(
       [](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
         Send(response, 500, kXml, WriteFault(FaultOf("ErrorInternalServerError")));
@@ -232,6 +270,8 @@ void Server::Implementation::Bind() {
 void Server::Implementation::HandlePost(const httplib::Request& request,
                                         httplib::Response& response,
                                         const httplib::ContentReader& reader) {
+  const Stopwatch watch;
+  RequestNote note;
   std::string body;
   const auto length = request.get_header_value<std::uint64_t>("Content-Length");
   if (length <= kLargestRequest) body.reserve(static_cast<size_t>(length));
@@ -240,27 +280,39 @@ void Server::Implementation::HandlePost(const httplib::Request& request,
     return;
   }
   const bool ews = Lower(request.path) == kEwsPath;
-  if (ews && Drop(Cut::kBeforeBody, request)) return;
+  if (ews && Drop(Cut::kBeforeBody, request)) return m_log.Add(watch.Entry(request, response));
   const bool complete = reader([&](const char* data, size_t size) {
     if (size > kLargestRequest - body.size()) return false;
     if (ews && Drop(Cut::kInBody, request)) return false;
     body.append(data, size);
     return true;
   });
-  if (complete) Handle(request, response, body);
+  const size_t received = body.size();
+  if (complete) Handle(request, response, body, note);
+  if (!m_log.IsOn()) return;
+  RequestLog::Entry entry = watch.Entry(request, response);
+  entry.operation = note.operation;
+  entry.mailbox = note.mailbox;
+  entry.received = received;
+  m_log.Add(entry);
 }
 
 void Server::Implementation::HandleGet(const httplib::Request& request,
                                        httplib::Response& response) {
+  const Stopwatch watch;
+  RequestNote note;
   std::string none;
   const std::string path = Lower(request.path);
   if (IsPagePath(request.path)) {
     HandlePage(request, response);
+  } else if (IsDirectoryPath(request.path)) {
+    HandleDirectory(request, response);
   } else if (path == kAutodiscoverPath) {
-    Handle(request, response, none);
+    Handle(request, response, none, note);
   } else {
-    response.status = path == kEwsPath ? 405 : 404;
+    response.status = path == kEwsPath || path == kFaultsPath ? 405 : 404;
   }
+  if (m_log.IsOn()) m_log.Add(watch.Entry(request, response));
 }
 
 // Cuts the request's connection where that was ordered.
@@ -296,13 +348,15 @@ bool Server::Implementation::Fail(const httplib::Request& request, httplib::Resp
 }
 
 void Server::Implementation::HandleEws(const httplib::Request& request, httplib::Response& response,
-                                       std::string& body) {
+                                       std::string& body, RequestNote& note) {
   ++m_requests;
   if (Fail(request, response)) return;
   const Context context{m_store, m_faults, Login(request).value_or(""),
                         m_options.maximumMessageSize};
   try {
-    Send(response, 200, kXml, Answer(body, context));
+    std::string answer = Answer(body, context, &note);
+    if (m_faults.TakeBroken()) answer.resize(answer.size() / 2);
+    Send(response, 200, kXml, std::move(answer));
   } catch (const SoapFault& fault) {
     Send(response, 500, kXml, WriteFault(fault));
   } catch (const platform::SqliteError&) {
@@ -312,31 +366,56 @@ void Server::Implementation::HandleEws(const httplib::Request& request, httplib:
   Drop(Cut::kSaved, request);
 }
 
+// False for who is not, who is told so.
+bool Server::Implementation::LetIn(const httplib::Request& request, httplib::Response& response) {
+  const bool hasToken = Lower(request.get_header_value("Authorization")).starts_with("bearer ");
+  if (hasToken && m_faults.TakeExpired()) {
+    response.status = 401;
+    response.set_header("WWW-Authenticate",
+                        "Bearer error=\"invalid_token\", error_description=\"The token has "
+                        "expired.\"");
+    return false;
+  }
+  if (Login(request)) return true;
+  response.status = 401;
+  AskForLogin(response);
+  return false;
+}
+
 void Server::Implementation::Handle(const httplib::Request& request, httplib::Response& response,
-                                    std::string& body) {
+                                    std::string& body, RequestNote& note) {
   const std::string path = Lower(request.path);
   if (path.ends_with("/oauth2/v2.0/token")) {
     TokenEndpoint::Reply reply = m_logins.Tokens().Answer(body);
-    Send(response, reply.status, "application/json", std::move(reply.json));
+    Send(response, reply.status, kJson, std::move(reply.json));
     return;
   }
-  const bool ews = path == kEwsPath;
-  if (!ews && path != kAutodiscoverPath) {
+  const bool isEws = path == kEwsPath;
+  if (!isEws && path != kAutodiscoverPath && path != kFaultsPath) {
     response.status = 404;
     return;
   }
-  if (!Login(request)) {
-    response.status = 401;
-    AskForLogin(response);
-    return;
-  }
-  if (ews) {
-    HandleEws(request, response, body);
+  if (!LetIn(request, response)) return;
+  if (isEws) return HandleEws(request, response, body, note);
+  // A web page that is open in a browser cannot send this: it would need leave for the login.
+  if (path == kFaultsPath) {
+    response.status = m_faults.AddLines(body) ? 204 : 400;
     return;
   }
   std::string host = request.get_header_value("Host");
   if (!IsHost(host)) host = OwnHost();
   Send(response, 200, kXml, AnswerAutodiscover(body, UrlFor(host) + "/EWS/Exchange.asmx"));
+}
+
+void Server::Implementation::HandleDirectory(const httplib::Request& request,
+                                             httplib::Response& response) {
+  if (!LetIn(request, response) || Fail(request, response)) return;
+  std::string host = request.get_header_value("Host");
+  if (!IsHost(host)) host = OwnHost();
+  DirectoryReply reply =
+      AnswerDirectory(m_store, m_options.dataFolder, request.path, request.get_param_value("$top"),
+                      request.get_param_value("$skiptoken"), UrlFor(host) + request.path);
+  Send(response, reply.status, kJson, std::move(reply.json));
 }
 
 // A page is open to the machine's user when any login is; but then only under a name of this

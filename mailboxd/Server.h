@@ -20,6 +20,7 @@ struct ServerOptions {
   std::string password;
   std::int64_t maximumMessageSize = 150 * 1024 * 1024;  // bytes
   std::vector<std::string> faults;                      // see Faults.h
+  std::string logFile;                                  // see RequestLog.h; "" for none
   // Who starts it ends it so; another server waits for one that is about to end.
   DataFolderLock::Lifetime lifetime = DataFolderLock::Lifetime::kUntilStopped;
 };

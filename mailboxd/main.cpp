@@ -110,9 +110,15 @@ void AddOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--max-message-size", server.maximumMessageSize,
                  "Largest item that is accepted, in bytes")
       ->check(CLI::PositiveNumber);
-  app.add_option("--fault", server.faults,
-                 "Fail on demand: busy:N[:MS], STATUS:N[:SECONDS], soap:ErrorCode:N, ErrorCode:N,\n"
-                 "drop-before:N, drop-in:N, drop:N, drop-saved:N, latency:MS, hold:MS");
+  app.add_option(
+      "--fault", server.faults,
+      "Fail on demand: busy:N[:MS], STATUS:N[:SECONDS], soap:ErrorCode:N, ErrorCode:N,\n"
+      "expired:N, broken:N, drop-before:N, drop-in:N, drop:N, drop-saved:N, latency:MS,\n"
+      "hold:MS. The same by POST to /faults, a line each; DELETE ends them");
+  app.add_option("--log", server.logFile,
+                 "Append a line for each request: time, method, path, operation, mailbox, status,\n"
+                 "bytes in and out, microseconds")
+      ->type_name("FILE");
 }
 
 // What is missing beside what is there; "" for nothing.

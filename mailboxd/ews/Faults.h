@@ -21,6 +21,8 @@ enum class Cut { kBeforeBody, kInBody, kBehindBody, kSaved };
 //   drop-in:N         in the middle of it,
 //   drop:N            behind it, with nothing done,
 //   drop-saved:N      or when all is done, in place of the answer
+//   expired:N         the next N requests that come with a token are told that it has expired
+//   broken:N          the answers of the next N requests, which are carried out, end in the middle
 //   latency:MS        every request waits first
 //   hold:MS           every answer waits, with all done that it tells of
 // All calls may come from any thread.
@@ -28,9 +30,14 @@ class Faults {
  public:
   // False for a text that is no order.
   [[nodiscard]] bool Add(std::string_view order);
+  // Orders of a line each; all of them, or none and false.
+  [[nodiscard]] bool AddLines(std::string_view lines);
+  void Clear();  // all that are left
 
   // Each takes one failure off its count.
   bool Take(Cut cut);
+  bool TakeExpired();
+  bool TakeBroken();
   std::optional<int> TakeBusy();  // milliseconds
   struct Status {
     int status = 0;
@@ -50,15 +57,21 @@ class Faults {
   using Orders = std::map<std::string, Counted, std::less<>>;
   // The first of them whose count is not used up, with one taken off; null for none.
   static const Orders::value_type* TakeOne(Orders& orders);
+  struct Plan {
+    std::map<Cut, int> cuts;
+    Counted busy;
+    Orders statuses;
+    Orders soapFaults;
+    Orders itemErrors;
+    int expired = 0;
+    int broken = 0;
+    int latency = 0;
+    int hold = 0;
+  };
+  static bool AddTo(Plan& plan, std::string_view order);
 
   mutable std::mutex m_mutex;
-  std::map<Cut, int> m_cuts;
-  Counted m_busy;
-  Orders m_statuses;
-  Orders m_soapFaults;
-  Orders m_itemErrors;
-  int m_latency = 0;
-  int m_hold = 0;
+  Plan m_plan;
 };
 
 }  // namespace mailbox

@@ -23,6 +23,7 @@ struct Call {
   std::string authorization = Basic("user@example.com:secret");
   std::string host = {};
   std::string caFile = {};
+  std::string method = {};  // POST or GET when left out
 };
 
 struct Reply {
@@ -53,6 +54,9 @@ inline Reply Send(const Call& call) {
     curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE_LARGE,
                      static_cast<curl_off_t>(call.body.size()));
   }
+  if (!call.method.empty()) {
+    curl_easy_setopt(curl.get(), CURLOPT_CUSTOMREQUEST, call.method.c_str());
+  }
   curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, Collect);
   curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &reply.body);
   curl_easy_setopt(curl.get(), CURLOPT_HEADERFUNCTION, Collect);
@@ -74,6 +78,7 @@ class RunningServer {
     m_server->Start();
   }
   mailbox::Server* operator->() { return &*m_server; }
+  std::string File(const std::string& name) const { return m_folder.File(name); }
 
  private:
   test_support::TemporaryFolder m_folder;

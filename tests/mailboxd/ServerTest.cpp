@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -14,6 +15,7 @@
 #include "platform/ChildProcess.h"
 #include "tests/mailboxd/HttpCall.h"
 #include "tests/mailboxd/LocalMailbox.h"
+#include "tests/support/MailFiles.h"
 
 using namespace mailbox_test;
 
@@ -96,6 +98,86 @@ TEST(Server, ItsOptionsBoundMessagesAndOrderFaultsThatEnd) {
   };
   EXPECT_EQ(save("12345"), "NoError");
   EXPECT_EQ(save("123456"), "ErrorMessageSizeExceeded");
+}
+
+TEST(Server, TakesOrdersForFaultsWhileItRuns) {
+  RunningServer server;
+  const std::string faults = server->Url() + "/faults";
+  const auto ask = [&] { return Send({server->EwsUrl(), kGetInbox}); };
+  EXPECT_EQ(Send({faults, "503:2:7\n\n 429:1\r\n"}).status, 204);
+  EXPECT_EQ(ask().status, 429);
+  const Reply down = ask();
+  EXPECT_EQ(down.status, 503);
+  EXPECT_TRUE(Holds(down.headers, {"Retry-After: 7"}));
+  EXPECT_EQ(Send({.url = faults, .method = "DELETE"}).status, 204);
+  EXPECT_EQ(ask().status, 200);
+  // All or none.
+  EXPECT_EQ(Send({faults, "503:1\nnonsense"}).status, 400);
+  EXPECT_EQ(ask().status, 200);
+  EXPECT_EQ(Send({faults, "503:1", ""}).status, 401);
+  EXPECT_EQ(Send({.url = faults, .authorization = "", .method = "DELETE"}).status, 401);
+  EXPECT_EQ(Send({faults}).status, 405);
+}
+
+TEST(Server, TokensExpireAndAnswersBreakOnDemand) {
+  mailbox::ServerOptions options;
+  options.faults = {"expired:1", "broken:1"};
+  RunningServer server(options);
+  const std::string save = CreateMessage(WellKnown("inbox"), MimeField("x"));
+  const Reply broken = Send({server->EwsUrl(), save});  // by password: no token expires
+  EXPECT_EQ(broken.status, 200);
+  pugi::xml_document document;
+  EXPECT_FALSE(document.load_string(broken.body.c_str()));
+  const Reply expired = Send({server->EwsUrl(), kGetInbox, "Bearer token"});
+  EXPECT_EQ(expired.status, 401);
+  EXPECT_TRUE(Holds(expired.headers, {"WWW-Authenticate: Bearer error=\"invalid_token\""}));
+  EXPECT_EQ(Send({server->EwsUrl(), kGetInbox, "Bearer token"}).status, 200);
+  EXPECT_TRUE(Holds(Send({server->EwsUrl(), kGetInbox}).body, {"<t:TotalCount>1<"}));
+}
+
+TEST(Server, LogsALineForEachRequestAndNothingOfWhatIsSecret) {
+  const TempFolder folder;
+  mailbox::ServerOptions options;
+  options.logFile = folder.File("requests.log");
+  options.faults = {"drop:1"};
+  RunningServer server(options);
+  Send({server->EwsUrl(), kGetInbox});
+  Send({server->EwsUrl(), kGetInbox});
+  Send({server->Url() + "/no%20such%20page", "", Basic("user@example.com:secret")});
+  Send({server->EwsUrl(), kGetInbox, ""});
+  const std::string log = test_support::ReadBytes(options.logFile);
+  EXPECT_EQ(CountOf(log, "\n"), 4u) << log;
+  const std::string size = std::to_string(kGetInbox.size());
+  EXPECT_TRUE(Holds(log, {" POST /EWS/Exchange.asmx - - 0 " + size + " 0 ",
+                          " POST /EWS/Exchange.asmx GetFolder user@example.com 200 " + size + " ",
+                          " GET /no_such_page - - 404 0 ", " POST /EWS/Exchange.asmx - - 401 "}));
+  EXPECT_TRUE(Lacks(log, {"secret", "Basic", platform::Base64Encode("user@example.com:secret")}));
+}
+
+TEST(Server, ListsPeopleAndGroupsPageByPage) {
+  RunningServer server;
+  Send({server->EwsUrl(), kGetInbox});  // makes the mailbox
+  std::ofstream(server.File("directory.txt"))
+      << "groups\tTeam \"A\"\tteam@example.com\nusers\tAnn\tann@example.com\nnonsense\n"
+         "groups\tAll\tall@example.com\r\n";
+  const auto get = [&](const std::string& url) {
+    const Reply reply = Send({url});
+    EXPECT_EQ(reply.status, 200) << reply.body;
+    return nlohmann::json::parse(reply.body, nullptr, false);
+  };
+  const auto first = get(server->Url() + "/v1.0/groups?$select=displayName,mail&$top=1");
+  ASSERT_EQ(first["value"].size(), 1u);
+  EXPECT_EQ(first["value"][0]["displayName"], "Team \"A\"");
+  const auto second = get(first["@odata.nextLink"].get<std::string>());
+  EXPECT_EQ(second["value"][0]["mail"], "all@example.com");
+  EXPECT_FALSE(second.contains("@odata.nextLink"));
+  const auto users = get(server->Url() + "/v1.0/users");
+  ASSERT_EQ(users["value"].size(), 2u);
+  EXPECT_EQ(users["value"][0]["userPrincipalName"], "user@example.com");
+  for (const char* const bad : {"$top=0", "$top=1000", "$top=x", "$skiptoken=-1"}) {
+    EXPECT_EQ(Send({server->Url() + "/v1.0/users?" + bad}).status, 400) << bad;
+  }
+  EXPECT_EQ(Send({server->Url() + "/v1.0/users", "", ""}).status, 401);
 }
 
 TEST(Server, ConnectionsAreCutBeforeInAndBehindTheBodyAndWhenTheItemIsSaved) {
