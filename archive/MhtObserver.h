@@ -5,8 +5,8 @@
 
 namespace mail {
 
-// Is told, while an archive is made, what became of each resource, once for each. The views are
-// good for the call alone.
+// Is told, while an archive is made, what became of each resource, once for each, and why a page
+// could not be had from the network. The views are good for the call alone.
 class MhtObserver {
  public:
   virtual ~MhtObserver() = default;

@@ -147,12 +147,12 @@ bool Mhtml::convertHttpGetUtf8(std::string_view strGiven, Form nForm, XString& s
   }
   setBaseUrls(strUrl, log);
   HttpControl::Document objDocument;
-  if (!m_http.httpGetDocument(strUrl, objDocument, m_connPool, log)) return false;
+  if (!fetchPage(strUrl, objDocument, log)) return false;
   if (asksForRefresh(objDocument.arrBytes.view())) {
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     log.LogInfo("Getting web page from META refresh...");
     objDocument = {};
-    if (!m_http.httpGetDocument(strUrl, objDocument, m_connPool, log)) return false;
+    if (!fetchPage(strUrl, objDocument, log)) return false;
   }
   if (!objDocument.strFinalUrl.empty()) {
     log.LogInfo("Resetting root and base URLs because of redirection.");
@@ -163,6 +163,12 @@ bool Mhtml::convertHttpGetUtf8(std::string_view strGiven, Form nForm, XString& s
   objDocument.arrBytes.clear();
   m_nBroughtBytes = 0;
   return buildDocument(strHtml, nForm, strMime, log);
+}
+
+bool Mhtml::fetchPage(const std::string& strUrl, HttpControl::Document& objDocument, LogBase& log) {
+  const bool bFetched = m_http.httpGetDocument(strUrl, objDocument, m_connPool, log);
+  if (!bFetched && m_pObserver != nullptr) m_pObserver->missing(strUrl, m_http.failure());
+  return bFetched;
 }
 
 // Afterwards the text is in m_charset.

@@ -102,6 +102,7 @@ class Mhtml : public LibraryObject {
   void begin(bool bIsLocal, bool bFromMemory);
   static bool decodeMarks(const DataBuffer& arrBytes, int nToldPage, StringBuffer& strHtml,
                           LogBase& log);
+  bool fetchPage(const std::string& strUrl, HttpControl::Document& objDocument, LogBase& log);
   void decodeResponse(DataBuffer& arrBytes, const std::string& strHttpCharset,
                       StringBuffer& strHtml, LogBase& log);
   void takeCharset(DataBuffer& arrBytes, LogBase& log);

@@ -83,6 +83,11 @@ TEST(MhtHttp, APageThatCannotBeHadFails) {
   Converter converter;
   EXPECT_EQ(converter.mht.getMHT(site.Url("/none").c_str()), nullptr);
   EXPECT_EQ(converter.mht.getEML("http://127.0.0.1:9/"), nullptr);
+  site.Redirect("/circle", "/circle");
+  EXPECT_EQ(converter.mht.getMHT(site.Url("/circle").c_str()), nullptr);
+  EXPECT_THAT(
+      converter.told.reasons,
+      testing::ElementsAre("the server answered 404", testing::Ne(""), HasSubstr("redirects")));
   converter.mht.put_NoNetwork(true);
   site.Put("/", "x");
   EXPECT_EQ(converter.mht.getMHT(site.Url("/").c_str()), nullptr);
