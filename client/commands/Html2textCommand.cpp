@@ -15,6 +15,7 @@
 #include "client/commands/Commands.h"
 #include "html/CkHtmlHelp.h"
 #include "html/CkHtmlToText.h"
+#include "platform/Unicode.h"
 
 namespace client {
 namespace {
@@ -23,6 +24,16 @@ using namespace mail::code_page;
 
 // What a page that calls itself Latin-1, or nothing at all, is as a rule.
 constexpr unsigned kWesternPage = kWindows1252;
+
+// Whether most of what is no ASCII in a text is UTF-8: one that was cut in a character still is.
+bool IsMostlyUtf8(std::string_view bytes) {
+  if (mail::byte_search::isUtf8(bytes)) return true;
+  const std::u16string units = platform::Utf8ToUtf16(bytes);
+  const auto bad = std::count(units.begin(), units.end(), u'\uFFFD');
+  const auto foreign =
+      std::count_if(units.begin(), units.end(), [](char16_t unit) { return unit > 0x7F; });
+  return 2 * bad < foreign;
+}
 
 // By its byte order mark, else by its own word where that can be, else by what its bytes are.
 unsigned PageOf(std::string_view bytes) {
@@ -36,10 +47,10 @@ unsigned PageOf(std::string_view bytes) {
   // Its own word was read byte for byte: it cannot be of two bytes each.
   const bool usable = named != kUtf8 && !isWide(named) && mail::EncodingConvert::converts(named);
   if (usable) return named;
-  return mail::byte_search::isUtf8(bytes) ? kUtf8 : kWesternPage;
+  return IsMostlyUtf8(bytes) ? kUtf8 : kWesternPage;
 }
 
-// The page as UTF-8 without NULs, at which a text would end.
+// The page as UTF-8 without NULs, at which a text would end; ill-formed bytes are U+FFFD.
 std::string Utf8Page(std::string_view bytes) {
   mail::EncodingConvert converter;
   mail::DataBuffer converted;
@@ -51,6 +62,7 @@ std::string Utf8Page(std::string_view bytes) {
     page.erase(0, mail::byte_order::kUtf8Mark.size());
   }
   std::replace(page.begin(), page.end(), '\0', ' ');
+  if (!platform::IsValidUtf8(page)) page = platform::Utf16ToUtf8(platform::Utf8ToUtf16(page));
   return page;
 }
 

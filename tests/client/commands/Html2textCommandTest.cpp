@@ -25,6 +25,8 @@ TEST(Html2textCommand, ReadsEachPageInTheCharsetThatItIsIn) {
       {meta + "utf-16'>caf\xC3\xA9", "café\n"},
       {std::string("\xFF\xFE<\0p\0>\0\xE9\0", 10), "é\n"},
       {"\xEF\xBB\xBF<p>a", "a\n"},
+      {"\xEF\xBB\xBF<p>\xE9", "\uFFFD\n"},
+      {"\xC3\xA4\xC3\xB6\xC3", "äö\uFFFD\n"},
       {std::string("a\0b", 3), "a b\n"},
       {"", ""},
   };
