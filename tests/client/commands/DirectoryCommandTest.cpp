@@ -35,7 +35,7 @@ TEST_F(DirectoryCommand, PrintsLinesOrJson) {
   PushList(kList);
   const Result lines = Run("groups");
   EXPECT_EQ(lines.exitCode, 0) << lines.err;
-  EXPECT_EQ(lines.out, "Café  [2J\tcafe@example.com\n");
+  EXPECT_EQ(lines.out, "Café ␛[2J\tcafe@example.com\n");
   EXPECT_THAT(m_server.Requests().at(1).path, HasSubstr("/v1.0/groups"));
   EXPECT_EQ(m_server.Requests().at(1).Header("Authorization"), "Bearer T");
   PushList(kList);
