@@ -13,15 +13,18 @@
 #include "mailboxd/ews/ItemClasses.h"
 #include "mailboxd/ews/Restriction.h"
 #include "mailboxd/store/ItemFields.h"
+#include "platform/Unicode.h"
 
 namespace mailbox {
 namespace {
 
 using Kind = FieldValue::Kind;
 
+// `load` is what of an item has to be read for it.
 struct FieldRow {
   std::string_view uri;
   FieldValue (*read)(const ItemInfo& item);
+  Store::Load load = Store::Load::kWithoutDetails;
 };
 
 template <auto kMember>
@@ -41,17 +44,17 @@ constexpr std::string_view kMessageIdUri = "message:InternetMessageId";
 constexpr std::array<FieldRow, 16> kFields = {{
     {"item:ItemClass", Text<&ItemInfo::itemClass>},
     {"item:Subject", Text<&ItemInfo::subject>},
-    {"item:Importance", Text<&ItemInfo::importance>},
-    {"item:Sensitivity", Text<&ItemInfo::sensitivity>},
-    {"item:InReplyTo", Text<&ItemInfo::inReplyTo>},
+    {"item:Importance", Text<&ItemInfo::importance>, Store::Load::kWhole},
+    {"item:Sensitivity", Text<&ItemInfo::sensitivity>, Store::Load::kWhole},
+    {"item:InReplyTo", Text<&ItemInfo::inReplyTo>, Store::Load::kWhole},
     {"item:DateTimeReceived", Date<&ItemInfo::received>},
     {"item:DateTimeSent", Date<&ItemInfo::sent>},
     {"item:DateTimeCreated", Date<&ItemInfo::created>},
     {"item:Size", Number<&ItemInfo::size>},
     {"item:IsDraft", Number<&ItemInfo::isDraft>},
     {"message:IsRead", Number<&ItemInfo::isRead>},
-    {kMessageIdUri, Text<&ItemInfo::messageId>},
-    {"message:References", Text<&ItemInfo::references>},
+    {kMessageIdUri, Text<&ItemInfo::messageId>, Store::Load::kWhole},
+    {"message:References", Text<&ItemInfo::references>, Store::Load::kWhole},
     {"message:From", Text<&ItemInfo::who>},
     {"calendar:Start", Date<&ItemInfo::starts>},
     {"calendar:End", Date<&ItemInfo::ends>},
@@ -95,13 +98,17 @@ std::optional<FieldValue> ReadEntry(const ItemInfo& item, pugi::xml_node path) {
   return ValueIfAny(Kind::kText, EntryText(item, *at, Attribute(path, "FieldIndex")));
 }
 
+const FieldRow* FindRow(std::string_view uri) {
+  const auto row = std::ranges::find(kFields, uri, &FieldRow::uri);
+  return row == kFields.end() ? nullptr : &*row;
+}
+
 std::optional<FieldValue> ReadField(const ItemInfo& item, pugi::xml_node path) {
   if (LocalName(path) == "ExtendedFieldURI") return ReadExtended(item, path);
   if (LocalName(path) == "IndexedFieldURI") return ReadEntry(item, path);
   const std::string_view uri = Attribute(path, "FieldURI");
-  const auto row = std::find_if(kFields.begin(), kFields.end(),
-                                [&](const FieldRow& one) { return one.uri == uri; });
-  if (row == kFields.end()) return ReadKept(item, uri);
+  const FieldRow* const row = FindRow(uri);
+  if (row == nullptr) return ReadKept(item, uri);
   FieldValue value = row->read(item);
   const bool isThere = value.kind == Kind::kNumber || !value.text.empty();
   return isThere ? std::optional(std::move(value)) : std::nullopt;
@@ -151,6 +158,38 @@ std::optional<std::vector<NeededText>> NeededTexts(pugi::xml_node expression) {
   return std::vector<NeededText>{{key, text}};
 }
 
+// What of each item has to be read to look at the paths at or below a node.
+Store::Load LoadFor(pugi::xml_node node) {
+  for (pugi::xml_node one = node; one;) {
+    const std::string_view name = LocalName(one);
+    if (name == "ExtendedFieldURI" || name == "IndexedFieldURI") return Store::Load::kWhole;
+    const FieldRow* const row = name == "FieldURI" ? FindRow(Attribute(one, "FieldURI")) : nullptr;
+    if (name == "FieldURI" && (row == nullptr || row->load == Store::Load::kWhole)) {
+      return Store::Load::kWhole;
+    }
+    pugi::xml_node next = FirstElement(one);
+    while (!next && one != node) {
+      next = NextElement(one);
+      one = one.parent();
+    }
+    one = next;
+  }
+  return Store::Load::kWithoutDetails;
+}
+
+// In a form in which texts are compared as they stand.
+std::optional<FieldValue> Folded(std::optional<FieldValue> value) {
+  if (value && value->kind == Kind::kText) {
+    value->text = platform::Utf16ToUtf8(platform::UpperUnits(platform::Utf8ToUtf16(value->text)));
+  }
+  return value;
+}
+
+std::weak_ordering CompareFolded(const FieldValue& left, const FieldValue& right) {
+  if (left.kind == Kind::kNumber) return left.number <=> right.number;
+  return left.text <=> right.text;
+}
+
 struct Hit {
   std::int64_t row = 0;
   std::vector<std::optional<FieldValue>> order;  // what it is sorted by
@@ -166,7 +205,7 @@ class Search {
     if (m_expression && !Matches(m_expression, read)) return;
     Hit hit{item.id, {}};
     for (auto order = FirstElement(m_orders); order; order = NextElement(order)) {
-      hit.order.push_back(read(FirstElement(order)));
+      hit.order.push_back(Folded(read(FirstElement(order))));
     }
     m_hits.push_back(std::move(hit));
   }
@@ -189,7 +228,7 @@ class Search {
       const auto& a = isDescending ? right.order[i] : left.order[i];
       const auto& b = isDescending ? left.order[i] : right.order[i];
       const std::weak_ordering result =
-          a && b ? Compare(*a, *b) : std::weak_ordering(a.has_value() <=> b.has_value());
+          a && b ? CompareFolded(*a, *b) : std::weak_ordering(a.has_value() <=> b.has_value());
       if (result != 0) return result < 0;
     }
     return false;
@@ -220,7 +259,10 @@ std::vector<std::int64_t> SearchItems(Store& store, std::int64_t folder, pugi::x
   if (const auto texts = NeededTexts(FirstElement(restriction))) {
     for (const auto& [row, item] : LookUp(store, folder, *texts)) search.Look(item);
   } else {
-    store.ForEachItem(folder, [&](const ItemInfo& item) { search.Look(item); });
+    const bool needsWhole =
+        LoadFor(restriction) == Store::Load::kWhole || LoadFor(sortOrder) == Store::Load::kWhole;
+    store.ForEachItem(folder, needsWhole ? Store::Load::kWhole : Store::Load::kWithoutDetails,
+                      [&](const ItemInfo& item) { search.Look(item); });
   }
   return search.Rows();
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,13 +23,15 @@ class RowShape {
     Take take;
   };
 
-  RowShape(std::string_view table, std::initializer_list<Column> columns) {
+  RowShape(std::string_view table, std::span<const Column> columns) {
     for (const Column& column : columns) {
       m_select.append(m_select.empty() ? "SELECT " : ",").append(column.expression);
       m_takes.push_back(column.take);
     }
     m_select.append(" FROM ").append(table).append(" ");
   }
+  RowShape(std::string_view table, std::initializer_list<Column> columns)
+      : RowShape(table, std::span(columns.begin(), columns.size())) {}
 
   // "SELECT … FROM table " for what follows: "WHERE …".
   const std::string& Select() const { return m_select; }

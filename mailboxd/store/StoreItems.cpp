@@ -14,27 +14,35 @@ std::int64_t SizeOf(const NewItem& item) {
   return static_cast<std::int64_t>(size);
 }
 
-const RowShape<ItemInfo> kItems(
-    "items",
-    {{"id", Into<&ItemInfo::id>},
-     {"folder", Into<&ItemInfo::folder>},
-     {"element", Into<&ItemInfo::element>},
-     {"item_class", Into<&ItemInfo::itemClass>},
-     {"subject", Into<&ItemInfo::subject>},
-     {"is_read", Into<&ItemInfo::isRead>},
-     {"is_draft", Into<&ItemInfo::isDraft>},
-     {"received", Into<&ItemInfo::received>},
-     {"sent", Into<&ItemInfo::sent>},
-     {"created", Into<&ItemInfo::created>},
-     {"starts", Into<&ItemInfo::starts>},
-     {"ends", Into<&ItemInfo::ends>},
-     {"who", Into<&ItemInfo::who>},
-     {"size", Into<&ItemInfo::size>},
-     {"version", Into<&ItemInfo::version>},
-     {"details", [](const platform::SqliteStatement& row, int column,
+using ItemColumn = RowShape<ItemInfo>::Column;
+
+// The columns of an item, and behind them those that cost more than their row.
+RowShape<ItemInfo> ShapeOf(std::initializer_list<ItemColumn> more) {
+  std::vector<ItemColumn> columns = {{"id", Into<&ItemInfo::id>},
+                                     {"folder", Into<&ItemInfo::folder>},
+                                     {"element", Into<&ItemInfo::element>},
+                                     {"item_class", Into<&ItemInfo::itemClass>},
+                                     {"subject", Into<&ItemInfo::subject>},
+                                     {"is_read", Into<&ItemInfo::isRead>},
+                                     {"is_draft", Into<&ItemInfo::isDraft>},
+                                     {"received", Into<&ItemInfo::received>},
+                                     {"sent", Into<&ItemInfo::sent>},
+                                     {"created", Into<&ItemInfo::created>},
+                                     {"starts", Into<&ItemInfo::starts>},
+                                     {"ends", Into<&ItemInfo::ends>},
+                                     {"who", Into<&ItemInfo::who>},
+                                     {"size", Into<&ItemInfo::size>},
+                                     {"version", Into<&ItemInfo::version>},
+                                     {"mail_has_files", Into<&ItemInfo::mailHasFiles>}};
+  columns.insert(columns.end(), more);
+  return RowShape<ItemInfo>("items", columns);
+}
+
+const RowShape<ItemInfo> kRows = ShapeOf({});
+const RowShape<ItemInfo> kItems = ShapeOf(
+    {{"details", [](const platform::SqliteStatement& row, int column,
                     ItemInfo& item) { ReadDetails(row.Text(column), item); }},
-     {"(SELECT count(*) FROM attachments WHERE item=items.id)", Into<&ItemInfo::attachmentCount>},
-     {"mail_has_files", Into<&ItemInfo::mailHasFiles>}});
+     {"(SELECT count(*) FROM attachments WHERE item=items.id)", Into<&ItemInfo::attachmentCount>}});
 
 const RowShape<AttachmentInfo> kAttachments(
     "attachments", {{"id", Into<&AttachmentInfo::id>},
@@ -129,10 +137,12 @@ std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std
   return items;
 }
 
-void Store::ForEachItem(std::int64_t folder, const std::function<void(const ItemInfo&)>& use) {
+void Store::ForEachItem(std::int64_t folder, Load load,
+                        const std::function<void(const ItemInfo&)>& use) {
+  const RowShape<ItemInfo>& shape = load == Load::kWhole ? kItems : kRows;
   const std::lock_guard lock(m_implementation->m_mutex);
-  auto query = m_implementation->Query(kItems.Select() + "WHERE folder=? ORDER BY id", folder);
-  while (query->Step()) use(kItems.Read(*query));
+  auto query = m_implementation->Query(shape.Select() + "WHERE folder=? ORDER BY id", folder);
+  while (query->Step()) use(shape.Read(*query));
 }
 
 std::vector<ItemInfo> Store::ItemsWithText(std::int64_t folder, std::string_view key,
