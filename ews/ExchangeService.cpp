@@ -251,6 +251,10 @@ SoapResponse ExchangeService::Send(HttpRequest objRequest, Effect eEffect) {
   try {
     return SendUntilServed(objRequest, eEffect);
   } catch (const ServiceException& e) {
+    if (e.Cause().bNoHandshake) {
+      m_strLogonRefused = e.what();
+      throw;
+    }
     if (e.Cause().bSaysServiceIsOff) {
       if (IsForOneRequest(e.Cause(), eEffect)) throw;
       RefuseLogon(e);

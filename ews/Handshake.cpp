@@ -73,8 +73,10 @@ std::vector<Handshake> HandshakesFor(const HttpResponse& objRefusal, const WebCr
     strObstacles += strObstacle;
   }
   if (arrFound.empty() && !strObstacles.empty()) {
+    Failure objFailure = FailureOfStatus(objRefusal);
+    objFailure.bNoHandshake = true;
     throw ServiceException(WithLogonRefused(HttpFailureText(strUrl, objRefusal) + strObstacles),
-                           FailureOfStatus(objRefusal));
+                           objFailure);
   }
   return arrFound;
 }

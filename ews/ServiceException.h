@@ -21,6 +21,8 @@ struct Failure {
   std::optional<std::chrono::milliseconds> nBackOff;
   int nHttpStatus = 0;      // of the answer; 0 for none
   bool bCutInBody = false;  // the connection was lost while the body went out
+  // The server asks for a handshake that is not possible here with this logon.
+  bool bNoHandshake = false;
   // With the safe switch: its words tell of the whole service being switched off.
   bool bSaysServiceIsOff = false;
 };
