@@ -64,6 +64,7 @@ void Check(const char* mime, std::size_t size, bool byId) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
+  if (text.find(kSecret) != text.npos) return 0;  // where it came from would tell nothing
   const bool byId = (data[0] & 1) != 0;
   CkMht mht;
   mht.put_Utf8(true);

@@ -67,21 +67,23 @@ void CheckSplit(std::string_view bytes, std::string_view cuts) {
   }
 }
 
+// Empty lines in front of a header go with the line of the mbox.
+std::string_view WithoutFirstBlanks(std::string_view mail) {
+  return mail.substr(std::min(mail.size(), mail.find_first_not_of("\r\n")));
+}
+
 // As a delivery agent writes a mail; one that has no end of line at its end gets one.
 std::string Quoted(std::string_view mail) {
   std::string text = "From someone@example.com Mon Mar  4 08:12:00 2024\n";
-  for (const std::string& line : Lines(mail)) {
+  const std::string_view rest = WithoutFirstBlanks(mail);
+  text += mail.substr(0, mail.size() - rest.size());
+  for (const std::string& line : Lines(rest)) {  // the first may stand behind a lone CR
     const bool from = std::string_view(line)
                           .substr(std::min(line.size(), line.find_first_not_of('>')))
                           .starts_with("From ");
     text += (from ? ">" : "") + line;
   }
   return text + "\n";
-}
-
-// Empty lines in front of a header go with the line of the mbox.
-std::string_view WithoutFirstBlanks(std::string_view mail) {
-  return mail.substr(std::min(mail.size(), mail.find_first_not_of("\r\n")));
 }
 
 void CheckRoundTrip(std::string_view content) {
