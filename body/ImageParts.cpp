@@ -55,7 +55,7 @@ bool ReadPartData(TextLines& objLines, std::string& strData) {
 bool Append(const CString& strPath, const CString& strLine) {
   auto objFile = platform::File::Open(strPath, platform::OpenMode::kAppendKeep);
   if (!objFile) return false;
-  return objFile->SeekToEnd() && objFile->Write(strLine.View());
+  return objFile->Append(strLine.View());
 }
 
 }  // namespace

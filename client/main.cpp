@@ -10,6 +10,7 @@
 #include "client/commands/CommandFiles.h"
 #include "client/commands/Commands.h"
 #include "client/show/OutputText.h"
+#include "platform/MemoryPages.h"
 
 namespace {
 
@@ -65,6 +66,7 @@ int Run(const client::Arguments& arguments) {
 
 int main(int argc, char** argv) {
   umask(077);
+  platform::KeepFreedMemory();
   mail::installLibraryNarrow();
   const client::Arguments arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
   try {

@@ -16,6 +16,12 @@ std::int32_t CCTarnyOutlookEngneDlg::OnCopyData(std::uint32_t dwData, std::uint6
   ghGuiHandle = hSender;
   // At each command: the switch that a logon makes lasts until the next one.
   m_objHandler.m_objLogManager.SetFileName(GetCurrLogPath() + u"TarnyEngine.txt");
+  const std::int32_t nResult = OnCommand(dwData, objBytes);
+  m_objHandler.m_objLogManager.CloseFile();
+  return nResult;
+}
+
+std::int32_t CCTarnyOutlookEngneDlg::OnCommand(std::uint32_t dwData, Bytes objBytes) {
   Log(u" -----OnCopyData-------- \n");
   switch (dwData) {
     case MSG_LOGIN_OUTLOOK:

@@ -38,6 +38,7 @@ class CCTarnyOutlookEngneDlg : public platform::EndpointServer::Handler {  // si
 
   // ---- Commands (EngineCommands.cpp) ----
 
+  std::int32_t OnCommand(std::uint32_t dwData, Bytes objBytes);
   std::int32_t OnLoginOutlook(Bytes objBytes);
   // Logs on with m_stLogin and tells the driving program; a failure ends the dialog.
   std::int32_t LogOnOutlook();

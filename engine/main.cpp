@@ -8,11 +8,13 @@
 
 #include "charset/LibraryNarrow.h"
 #include "engine/CCTarnyOutlookEngneApp.h"
+#include "platform/MemoryPages.h"
 
 int main(int argc, char** argv) {
   umask(077);  // ledger, logs and work files are the user's alone
   (void)std::signal(SIGPIPE, SIG_IGN);
   (void)std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow fails like one on a full disk
+  platform::KeepFreedMemory();
   mail::installLibraryNarrow();
   CCTarnyOutlookEngneApp theApp;
   try {

@@ -363,6 +363,7 @@ void Server::Implementation::HandleEws(const httplib::Request& request, httplib:
     Send(response, 500, kXml, WriteFault(FaultOf("ErrorMailboxStoreUnavailable")));
   }
   Wait(m_faults.Hold());
+  if (m_faults.TakeClose()) response.set_header("Connection", "close");
   Drop(Cut::kSaved, request);
 }
 

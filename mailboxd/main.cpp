@@ -113,7 +113,7 @@ void AddOptions(CLI::App& app, Arguments& arguments) {
   app.add_option(
       "--fault", server.faults,
       "Fail on demand: busy:N[:MS], STATUS:N[:SECONDS], soap:ErrorCode:N, ErrorCode:N,\n"
-      "expired:N, broken:N, drop-before:N, drop-in:N, drop:N, drop-saved:N, latency:MS,\n"
+      "expired:N, broken:N, close:N, drop-before:N, drop-in:N, drop:N, drop-saved:N, latency:MS,\n"
       "hold:MS. The same by POST to /faults, a line each; DELETE ends them");
   app.add_option("--log", server.logFile,
                  "Append a line for each request: time, method, path, operation, mailbox, status,\n"

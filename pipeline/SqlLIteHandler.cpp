@@ -16,21 +16,9 @@ void TrySet(platform::SqliteDatabase& objDatabase, std::string_view strPragma) {
   }
 }
 
-}  // namespace
-
-SqlLIteHandler::SqlLIteHandler(CString dbName) : m_db(platform::ResolvePath(dbName)) {
-  TrySet(m_db, "PRAGMA journal_mode=WAL");
-  TrySet(m_db, "PRAGMA synchronous=FULL");
-}
-
-void SqlLIteHandler::Close() { m_db.Close(); }
-
-std::optional<CString> SqlLIteHandler::RunOne(const CString& strQuery, Values arrValues) {
-  if (!m_db) throw platform::SqliteError(kMisuse, "Database is not open");
-  platform::SqliteStatement objStatement = m_db.Prepare(strQuery.ToUtf8());
-  if (objStatement.HasTail()) {
-    throw platform::SqliteError(kMisuse, "text stands behind the statement");
-  }
+std::optional<CString> Run(platform::SqliteStatement& objStatement,
+                           SqlLIteHandler::Values arrValues) {
+  objStatement.Reset();  // a run before may have ended in the middle
   int nIndex = 0;
   for (const CString& strValue : arrValues) objStatement.Bind(++nIndex, strValue.ToUtf8());
   std::optional<CString> strFirst;
@@ -39,7 +27,39 @@ std::optional<CString> SqlLIteHandler::RunOne(const CString& strQuery, Values ar
     while (objStatement.Step()) {
     }
   }
+  objStatement.Reset();
   return strFirst;
+}
+
+}  // namespace
+
+SqlLIteHandler::SqlLIteHandler(CString dbName) : m_db(platform::ResolvePath(dbName)) {
+  TrySet(m_db, "PRAGMA journal_mode=WAL");
+  TrySet(m_db, "PRAGMA synchronous=FULL");
+}
+
+void SqlLIteHandler::Close() {
+  m_mapPrepared.clear();
+  m_db.Close();
+}
+
+platform::SqliteStatement SqlLIteHandler::Prepare(const CString& strQuery) {
+  if (!m_db) throw platform::SqliteError(kMisuse, "Database is not open");
+  platform::SqliteStatement objStatement = m_db.Prepare(strQuery.ToUtf8());
+  if (objStatement.HasTail()) {
+    throw platform::SqliteError(kMisuse, "text stands behind the statement");
+  }
+  return objStatement;
+}
+
+std::optional<CString> SqlLIteHandler::RunOne(const CString& strQuery, Values arrValues) {
+  if (arrValues.size() == 0) {
+    platform::SqliteStatement objStatement = Prepare(strQuery);
+    return Run(objStatement, {});
+  }
+  auto it = m_mapPrepared.find(strQuery);
+  if (it == m_mapPrepared.end()) it = m_mapPrepared.emplace(strQuery, Prepare(strQuery)).first;
+  return Run(it->second, arrValues);
 }
 
 void SqlLIteHandler::ExecuteQuery(CString strQuery) { ExecuteBound(strQuery, {}); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <map>
 #include <optional>
 
 #include "platform/CList.h"
@@ -29,14 +30,17 @@ class SqlLIteHandler {  // sic
   void QueryMultipleValue(CString strQuery, CList<CStringArray>* strRecordSetList,
                           int nColumnCount);
 
-  // The same with a value for each `?`, so that no text can become part of the statement.
+  // The same with a value for each `?`, so that no text can become part of the statement. The texts
+  // are few and come again for every item: each is prepared once.
   using Values = std::initializer_list<CString>;
   void ExecuteBound(const CString& strQuery, Values arrValues);
   void QuerySingleValueBound(const CString& strQuery, Values arrValues, CString& strResult);
 
  private:
-  // Throws SqliteError, also without a connection.
+  // Both throw SqliteError, also without a connection.
+  platform::SqliteStatement Prepare(const CString& strQuery);
   std::optional<CString> RunOne(const CString& strQuery, Values arrValues);
 
   platform::SqliteDatabase m_db;
+  std::map<CString, platform::SqliteStatement> m_mapPrepared;  // those with values
 };

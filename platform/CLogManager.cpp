@@ -6,7 +6,6 @@
 #include <optional>
 
 #include "platform/FileErrors.h"
-#include "platform/Files.h"
 #include "platform/LineReader.h"
 #include "platform/NarrowText.h"
 #include "platform/Paths.h"
@@ -24,15 +23,8 @@ std::optional<File> OpenOrTell(const CString& strPath, OpenMode eMode) {
 
 // A line that cannot be written is lost: what is logged must not disturb the work. It is lost
 // whole, as half a unit on a full disk would shift all UTF-16 behind it.
-template <typename WriteLine>
-void AppendWhole(File& objFile, WriteLine fnWrite) {
-  if (!objFile.SeekToEnd()) return;
-  const std::uint64_t nEnd = objFile.Length();
-  if (!fnWrite()) (void)objFile.Truncate(nEnd);
-}
-
 void AppendNarrowLine(File& objFile, const CString& strText) {
-  AppendWhole(objFile, [&] { return objFile.WriteText(strText + u"\r\n"); });
+  (void)objFile.AppendText(strText + u"\r\n");
 }
 
 void AppendLocked(const CString& strPath, const CString& strText) {
@@ -48,11 +40,15 @@ void AppendLocked(const CString& strPath, const CString& strText) {
 
 }  // namespace
 
+void CLogManager::SetFileName(const CString& strLogFileName) {
+  CloseFile();
+  m_strFileName = strLogFileName;
+}
+
 void CLogManager::WriteLog(const CString& strLogFileText) {
   if (m_strFileName.IsEmpty()) return;
-  std::optional<File> objFile = OpenOrTell(m_strFileName, OpenMode::kAppendKeep);
-  if (!objFile) return;
-  AppendWhole(*objFile, [&] { return objFile->Write((strLogFileText + u"\r\n").View()); });
+  if (!m_objFile) m_objFile = OpenOrTell(m_strFileName, OpenMode::kAppendKeep);
+  if (m_objFile) (void)m_objFile->Append((strLogFileText + u"\r\n").View());
 }
 
 void CLogManager::WriteLog(const CString& /*strcLogFileName*/, const CString& strLogFileText) {

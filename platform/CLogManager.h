@@ -1,17 +1,25 @@
 #pragma once
 
+#include <optional>
+
 #include "platform/COleDateTime.h"
 #include "platform/CString.h"
+#include "platform/Files.h"
 
-// Appends one line to a log file: open, seek to the end, write, close, so that a crash loses
-// nothing and no handle is held between two lines. A file that cannot be opened is told on standard
-// error, once for each file and reason, and nothing is raised to the caller.
+// Appends lines to log files. A line has been written before its call returns, so that a crash
+// loses nothing. A file that cannot be opened is told on standard error, once for each file and
+// reason, and nothing is raised to the caller.
+//
+// The trace file is opened with its first line and stays open until its name is set or CloseFile is
+// called: a command writes some tens of lines. All other files are closed behind each line.
 class CLogManager {
  public:
   virtual ~CLogManager() = default;
 
-  void SetFileName(const CString& strLogFileName) { m_strFileName = strLogFileName; }
+  void SetFileName(const CString& strLogFileName);
   CString GetFileName() const { return m_strFileName; }
+  // At the end of each command, so that the file can be taken away between two.
+  void CloseFile() { m_objFile.reset(); }
 
   // Appends the text and CR LF to the trace file as raw UTF-16 little-endian, no byte-order mark.
   // Does nothing while no file name is set.
@@ -31,4 +39,5 @@ class CLogManager {
 
  private:
   CString m_strFileName;
+  std::optional<platform::File> m_objFile;  // of that name
 };

@@ -32,7 +32,7 @@ int AccessOf(OpenMode eMode) {
     case OpenMode::kCreateRead:
       return O_RDWR | O_TRUNC;
     case OpenMode::kAppendKeep:
-      return O_WRONLY;
+      return O_WRONLY | O_APPEND;
   }
   return O_RDONLY;
 }
@@ -64,6 +64,23 @@ int RegularOnly(UniqueFd objFd) {
   if (S_ISREG(objStat.st_mode)) return objFd.Release();
   objFd.Reset();
   return FailedOpen(S_ISDIR(objStat.st_mode) ? EISDIR : EINVAL);
+}
+
+template <typename Unit>
+std::span<const unsigned char> BytesOf(std::basic_string_view<Unit> str) {
+  return {reinterpret_cast<const unsigned char*>(str.data()), str.size() * sizeof(Unit)};
+}
+
+// The number of bytes that were written: all of them but on failure.
+size_t WriteSome(int nFd, std::span<const unsigned char> objBytes) {
+  size_t nDone = 0;
+  while (nDone < objBytes.size()) {
+    const ssize_t nWritten = write(nFd, objBytes.data() + nDone, objBytes.size() - nDone);
+    if (nWritten < 0 && errno == EINTR) continue;
+    if (nWritten <= 0) break;
+    nDone += static_cast<size_t>(nWritten);
+  }
+  return nDone;
 }
 
 bool IsFolderEntry(const std::string& strFolder, const dirent& objEntry) {
@@ -171,12 +188,6 @@ bool File::SeekTo(std::uint64_t nOffset) {
   return lseek(Fd(), static_cast<off_t>(nOffset), SEEK_SET) >= 0;
 }
 
-bool File::Truncate(std::uint64_t nLength) {
-  return ftruncate(Fd(), static_cast<off_t>(nLength)) == 0;
-}
-
-bool File::SeekToEnd() { return lseek(Fd(), 0, SEEK_END) >= 0; }
-
 size_t File::Read(std::span<unsigned char> objBuffer) {
   size_t nDone = 0;
   while (nDone < objBuffer.size()) {
@@ -189,22 +200,26 @@ size_t File::Read(std::span<unsigned char> objBuffer) {
 }
 
 bool File::Write(std::span<const unsigned char> objBytes) {
-  while (!objBytes.empty()) {
-    const ssize_t nWritten = write(Fd(), objBytes.data(), objBytes.size());
-    if (nWritten < 0 && errno == EINTR) continue;
-    if (nWritten <= 0) return false;
-    objBytes = objBytes.subspan(static_cast<size_t>(nWritten));
-  }
-  return true;
+  return WriteSome(Fd(), objBytes) == objBytes.size();
 }
 
-bool File::Write(std::u16string_view str) {
-  return Write({reinterpret_cast<const unsigned char*>(str.data()), str.size() * sizeof(char16_t)});
+bool File::Write(std::u16string_view str) { return Write(BytesOf(str)); }
+
+bool File::Append(std::span<const unsigned char> objBytes) {
+  const size_t nWritten = WriteSome(Fd(), objBytes);
+  if (nWritten == objBytes.size()) return true;
+  if (nWritten > 0) (void)!ftruncate(Fd(), static_cast<off_t>(Length() - nWritten));
+  return false;
 }
+
+bool File::Append(std::u16string_view str) { return Append(BytesOf(str)); }
 
 bool File::WriteText(std::u16string_view str) {
-  const std::string strBytes = ToTextMode(WideToNarrow(str));
-  return Write({reinterpret_cast<const unsigned char*>(strBytes.data()), strBytes.size()});
+  return Write(BytesOf<char>(ToTextMode(WideToNarrow(str))));
+}
+
+bool File::AppendText(std::u16string_view str) {
+  return Append(BytesOf<char>(ToTextMode(WideToNarrow(str))));
 }
 
 bool PathExists(const CString& strPath) {

@@ -15,7 +15,7 @@ enum class OpenMode {
   kRead,        // must exist and be a regular file
   kCreate,      // created or truncated, for writing
   kCreateRead,  // created or truncated, for writing and reading
-  kAppendKeep,  // created if missing, never truncated; the caller seeks to the end
+  kAppendKeep,  // created if missing, never truncated; every write goes to the end
 };
 
 // One open file, bytes as they are but for WriteText (text mode for reading: LineReader.h).
@@ -28,15 +28,17 @@ class File {
 
   std::uint64_t Length() const;        // bytes; 0 on failure
   bool SeekTo(std::uint64_t nOffset);  // from the beginning
-  bool SeekToEnd();
-  bool Truncate(std::uint64_t nLength);  // cuts off what lies behind that many bytes
   // Reads until pBuffer is full or the file ends; returns the bytes read, short on failure too.
   size_t Read(std::span<unsigned char> objBuffer);
   // All or nothing is not promised on failure; false then.
   [[nodiscard]] bool Write(std::span<const unsigned char> objBytes);
   [[nodiscard]] bool Write(std::u16string_view str);  // units as they are, little-endian
+  // As Write, but what could not be written whole is taken back. For kAppendKeep.
+  [[nodiscard]] bool Append(std::span<const unsigned char> objBytes);
+  [[nodiscard]] bool Append(std::u16string_view str);
   // Text mode: narrows into the ANSI code page, leaving out what it lacks, and writes LF as CR LF.
   [[nodiscard]] bool WriteText(std::u16string_view str);
+  [[nodiscard]] bool AppendText(std::u16string_view str);
   int Fd() const { return m_objFd.Get(); }
 
  private:

@@ -1,9 +1,9 @@
 // Items per second of one engine against a mailbox server, driven over its endpoint as tarny drives
-// it, beside libcurl alone posting the same CreateItem bodies over one kept connection to the same
-// server, with and without latency. The engine's side includes the work files, the trace and the
-// ledger row, which is on disk before a command returns. For one item the table says how long the
-// driver writes its work files, what a command takes beyond libcurl's request (the engine's own
-// share), and how much of that the engine computes rather than waits for the disk.
+// it, beside libcurl alone posting the same CreateItem bodies from memory to the same server: over
+// https and http, on one connection that is kept and on a new one for each request, with and
+// without latency. The engine's side includes the work files, the trace and the ledger row, which
+// is on disk before a command returns. For one item the table says what both compute, how long the
+// driver writes its work files, and what a command takes beyond libcurl's request.
 
 #include <unistd.h>
 
@@ -18,6 +18,8 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <vector>
 
 #include <curl/curl.h>
@@ -48,13 +50,27 @@ constexpr const char* kUser = "bench@local.example";
 void Say(const std::string& line) { fmt::print(stderr, "{}\n", line); }
 
 struct Case {
+  std::string_view scheme;
+  bool kept;     // one connection; else the server ends it behind each answer
   int latency;   // milliseconds
   size_t bytes;  // of one mail
   int items;
+  bool IsOfServer(const Case& other) const {
+    return std::tie(scheme, kept, latency) == std::tie(other.scheme, other.kept, other.latency);
+  }
 };
-constexpr Case kCases[] = {{0, 2'000, 300},    {0, 30'000, 300}, {0, 300'000, 100},
-                           {0, 3'000'000, 20}, {30, 2'000, 100}, {30, 30'000, 100},
-                           {30, 300'000, 50}};
+constexpr std::string_view kHttps = "https";
+constexpr std::string_view kHttp = "http";
+constexpr Case kCases[] = {
+    {kHttps, true, 0, 2'000, 600},    {kHttps, true, 0, 100'000, 200},
+    {kHttps, true, 0, 3'000'000, 30}, {kHttps, true, 0, 25'000'000, 6},
+    {kHttps, false, 0, 2'000, 200},   {kHttps, false, 0, 100'000, 100},
+    {kHttp, true, 0, 2'000, 600},     {kHttp, true, 0, 100'000, 200},
+    {kHttp, true, 0, 3'000'000, 30},  {kHttp, true, 0, 25'000'000, 6},
+    {kHttp, false, 0, 2'000, 200},    {kHttp, false, 0, 100'000, 100},
+    {kHttps, true, 30, 2'000, 100},   {kHttps, true, 30, 30'000, 100},
+    {kHttps, true, 30, 300'000, 50},
+};
 
 std::string MakeMail(const Case& size, int number) {
   std::mt19937 random(static_cast<unsigned>(number));
@@ -115,8 +131,27 @@ size_t Append(char* data, size_t size, size_t count, void* text) {
   return size * count;
 }
 
-// Seconds for all bodies over one connection. Every answer must be a success.
-double SendWithCurl(const mailbox::Server& mailbox, const std::vector<std::string>& bodies) {
+// Processor time that a clock has counted up to now, in seconds.
+double ProcessorTime(clockid_t clock) {
+  timespec time{};
+  if (clock_gettime(clock, &time) != 0) throw std::runtime_error("no processor time can be read");
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+clockid_t ClockOf(pid_t pid) {
+  clockid_t clock{};
+  if (clock_getcpuclockid(pid, &clock) != 0) throw std::runtime_error("the engine is gone");
+  return clock;
+}
+
+struct Times {  // seconds, of all mails
+  double all = 0;
+  double commands = 0;   // from the command, or request, to its result
+  double processor = 0;  // of the engine, or of libcurl's thread
+};
+
+// Every answer must be a success.
+Times SendWithCurl(const mailbox::Server& mailbox, const std::vector<std::string>& bodies) {
   const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
                                                                  curl_easy_cleanup);
   const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(
@@ -134,6 +169,7 @@ double SendWithCurl(const mailbox::Server& mailbox, const std::vector<std::strin
   curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
   curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, Append);
   curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &answer);
+  const double processor = ProcessorTime(CLOCK_THREAD_CPUTIME_ID);
   const auto start = Clock::now();
   for (const std::string& body : bodies) {
     answer.clear();
@@ -143,24 +179,9 @@ double SendWithCurl(const mailbox::Server& mailbox, const std::vector<std::strin
     if (code != CURLE_OK) throw std::runtime_error(curl_easy_strerror(code));
     if (answer.find("NoError") == std::string::npos) throw std::runtime_error(answer);
   }
-  return std::chrono::duration<double>(Clock::now() - start).count();
+  const double all = std::chrono::duration<double>(Clock::now() - start).count();
+  return {all, all, ProcessorTime(CLOCK_THREAD_CPUTIME_ID) - processor};
 }
-
-// Processor time that a process has used up to now, in seconds.
-double ProcessorTime(pid_t pid) {
-  clockid_t clock{};
-  timespec time{};
-  if (clock_getcpuclockid(pid, &clock) != 0 || clock_gettime(clock, &time) != 0) {
-    throw std::runtime_error("the engine's processor time cannot be read");
-  }
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
-struct Times {  // seconds, of all mails
-  double all = 0;
-  double commands = 0;   // from the command to its result
-  double processor = 0;  // of the engine
-};
 
 // Sends all mails through the engine. Every mail must have its row.
 Times SendWithEngine(client::EngineProcess& engine, const client::RunFolder& run,
@@ -169,7 +190,8 @@ Times SendWithEngine(client::EngineProcess& engine, const client::RunFolder& run
   info.strFilePath = platform::ToWindowsPath(run.WorkFolder() + "/");
   info.strLogFilepath = CString::FromUtf8(client::kStatusLogName);
   Times times;
-  const double processor = ProcessorTime(engine.Pid());
+  const clockid_t clock = ClockOf(engine.Pid());
+  const double processor = ProcessorTime(clock);
   const auto start = Clock::now();
   for (size_t i = 0; i < mails.size(); ++i) {
     client::EmptyWorkFolder(run.WorkFolder());
@@ -180,7 +202,7 @@ Times SendWithEngine(client::EngineProcess& engine, const client::RunFolder& run
     times.commands += std::chrono::duration<double>(Clock::now() - command).count();
   }
   times.all = std::chrono::duration<double>(Clock::now() - start).count();
-  times.processor = ProcessorTime(engine.Pid()) - processor;
+  times.processor = ProcessorTime(clock) - processor;
   client::LedgerLook ledger(run.File(std::string(client::kLedgerName)));
   for (size_t i = 0; i < mails.size(); ++i) {
     if (!ledger.HasRow("Inbox\\", prefix + std::to_string(i), kUser)) {
@@ -190,20 +212,24 @@ Times SendWithEngine(client::EngineProcess& engine, const client::RunFolder& run
   return times;
 }
 
-// A server with its own latency, and an engine that is logged on to it.
+std::vector<std::string> EngineOptions(const mailbox::Server& server) {
+  std::vector<std::string> options{"--safe", "--autodiscover-url", server.AutodiscoverUrl(),
+                                   "--trust-host", "127.0.0.1"};
+  if (const std::string ca = server.CertificateFile(); !ca.empty()) {
+    options.insert(options.end(), {"--verify-certificates", "--ca-file", ca});
+  }
+  return options;
+}
+
+// A server of its own kind, and an engine that is logged on to it.
 class Bench {
  public:
-  Bench(const std::string& folder, int latency)
-      : m_run(folder + "/run"), m_server(Options(folder, latency)) {
+  Bench(const std::string& folder, const Case& size)
+      : m_run(folder + "/run"), m_server(Options(folder, size)) {
     m_server.Start();
     m_run.TakeOver(Say);
     m_run.InstallEngine(TARNY_BIN "/TarnyOutlookEngine");
-    m_engine.emplace(
-        m_run,
-        std::vector<std::string>{"--verify-certificates", "--safe", "--autodiscover-url",
-                                 m_server.AutodiscoverUrl(), "--ca-file",
-                                 m_server.CertificateFile(), "--trust-host", "127.0.0.1"},
-        std::vector<int>(), Say);
+    m_engine.emplace(m_run, EngineOptions(m_server), std::vector<int>(), Say);
     client::Target target;
     target.user = kUser;
     target.password = "local";
@@ -220,22 +246,25 @@ class Bench {
     std::vector<std::string> bodies;
     for (int i = 0; i < size.items; ++i) mails.push_back(MakeMail(size, i));
     for (const std::string& mail : mails) bodies.push_back(CreateItemBody(mail));
-    const double curl = SendWithCurl(m_server, bodies);
+    const Times curl = SendWithCurl(m_server, bodies);
     const Times ours = SendWithEngine(*m_engine, m_run, mails, fmt::format("<{}.", size.bytes));
     const double each = 1000.0 / size.items;  // milliseconds of one item
-    fmt::print("{:>7} {:>9} {:>6} {:>9.1f} {:>10.1f} {:>6.2f} {:>10.2f} {:>10.2f} {:>10.2f}\n",
-               size.latency, size.bytes, size.items, size.items / ours.all, size.items / curl,
-               curl / ours.all, (ours.all - ours.commands) * each, (ours.commands - curl) * each,
-               ours.processor * each);
+    fmt::print("{:>5} {:>4} {:>7} {:>9} {:>5} {:>9.1f} {:>9.1f} {:>6.2f}", size.scheme,
+               size.kept ? "kept" : "new", size.latency, size.bytes, size.items,
+               size.items / ours.all, size.items / curl.all, curl.all / ours.all);
+    fmt::print(" {:>10.3f} {:>10.3f} {:>6.2f} {:>9.2f} {:>9.2f}\n", ours.processor * each,
+               curl.processor * each, ours.processor / curl.processor,
+               (ours.all - ours.commands) * each, (ours.commands - curl.commands) * each);
     std::fflush(stdout);
   }
 
  private:
-  static mailbox::ServerOptions Options(const std::string& folder, int latency) {
+  static mailbox::ServerOptions Options(const std::string& folder, const Case& size) {
     mailbox::ServerOptions options;
     options.dataFolder = folder + "/mailbox";
-    options.https = true;
-    if (latency > 0) options.faults.push_back(fmt::format("latency:{}", latency));
+    options.https = size.scheme == kHttps;
+    if (size.latency > 0) options.faults.push_back(fmt::format("latency:{}", size.latency));
+    if (!size.kept) options.faults.emplace_back("close:1000000");
     return options;
   }
 
@@ -245,17 +274,18 @@ class Bench {
 };
 
 void RunAll(const std::string& folder) {
-  fmt::print("{:>7} {:>9} {:>6} {:>9} {:>10} {:>6} {:>10} {:>10} {:>10}\n", "latency", "mail",
-             "items", "engine/s", "libcurl/s", "ratio", "files ms", "engine ms", "of it CPU");
+  fmt::print("{:>5} {:>4} {:>7} {:>9} {:>5} {:>9} {:>9} {:>6} {:>10} {:>10} {:>6} {:>9} {:>9}\n", "",
+             "", "latency", "mail", "items", "engine/s", "libcurl/s", "ratio", "engine CPU",
+             "curl CPU", "ratio", "files ms", "beyond ms");
   std::optional<Bench> bench;
-  int latency = -1;
+  const Case* last = nullptr;
   for (const Case& size : kCases) {
-    if (size.latency != latency) {
+    if (!last || !size.IsOfServer(*last)) {
       bench.reset();
-      latency = size.latency;
-      bench.emplace(fmt::format("{}/{}", folder, latency), latency);
+      bench.emplace(fmt::format("{}/{}", folder, &size - kCases), size);
     }
     bench->Run(size);
+    last = &size;
   }
 }
 

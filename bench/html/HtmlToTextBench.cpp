@@ -16,6 +16,7 @@
 #include "charset/LibraryNarrow.h"
 #include "html/CkHtmlHelp.h"
 #include "html/CkHtmlToText.h"
+#include "platform/MemoryPages.h"
 
 namespace {
 
@@ -153,6 +154,7 @@ void ShowTagCleaning() {
 }  // namespace
 
 int main() {
+  platform::KeepFreedMemory();  // as our programs do
   mail::installLibraryNarrow();
   std::string pattern = std::filesystem::temp_directory_path() / "html-bench-XXXXXX";
   if (mkdtemp(pattern.data()) == nullptr) return 1;

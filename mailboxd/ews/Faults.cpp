@@ -57,8 +57,9 @@ bool Faults::AddTo(Plan& plan, std::string_view order) {
   const auto value = parts.size() == 3 ? Number(parts[2]) : std::optional(0);
   if (!number || !value) return false;
   if (isSoap && (!IsKnownCode(name) || parts.size() == 3)) return false;
-  const std::array<std::pair<std::string_view, int*>, 4> counts = {{{"expired", &plan.expired},
+  const std::array<std::pair<std::string_view, int*>, 5> counts = {{{"expired", &plan.expired},
                                                                     {"broken", &plan.broken},
+                                                                    {"close", &plan.close},
                                                                     {"latency", &plan.latency},
                                                                     {"hold", &plan.hold}}};
   const auto count = std::ranges::find(counts, name, &std::pair<std::string_view, int*>::first);
@@ -114,6 +115,11 @@ bool Faults::TakeExpired() {
 bool Faults::TakeBroken() {
   const std::lock_guard lock(m_mutex);
   return m_plan.broken > 0 && m_plan.broken-- > 0;
+}
+
+bool Faults::TakeClose() {
+  const std::lock_guard lock(m_mutex);
+  return m_plan.close > 0 && m_plan.close-- > 0;
 }
 
 bool Faults::Take(Cut cut) {

@@ -23,6 +23,7 @@ enum class Cut { kBeforeBody, kInBody, kBehindBody, kSaved };
 //   drop-saved:N      or when all is done, in place of the answer
 //   expired:N         the next N requests that come with a token are told that it has expired
 //   broken:N          the answers of the next N requests, which are carried out, end in the middle
+//   close:N           the next N answers are the last of their connections
 //   latency:MS        every request waits first
 //   hold:MS           every answer waits, with all done that it tells of
 // All calls may come from any thread.
@@ -38,6 +39,7 @@ class Faults {
   bool Take(Cut cut);
   bool TakeExpired();
   bool TakeBroken();
+  bool TakeClose();
   std::optional<int> TakeBusy();  // milliseconds
   struct Status {
     int status = 0;
@@ -65,6 +67,7 @@ class Faults {
     Orders itemErrors;
     int expired = 0;
     int broken = 0;
+    int close = 0;
     int latency = 0;
     int hold = 0;
   };

@@ -203,7 +203,7 @@ TEST(Server, ConnectionsAreCutBeforeInAndBehindTheBodyAndWhenTheItemIsSaved) {
 
 TEST(Server, StatusesAndFaultsThatAreOrderedComeInPlaceOfAnAnswer) {
   mailbox::ServerOptions options;
-  options.faults = {"401:1", "503:1:7", "soap:ErrorTimeoutExpired:1"};
+  options.faults = {"401:1", "503:1:7", "soap:ErrorTimeoutExpired:1", "close:1"};
   RunningServer server(options);
   const Reply login = Send({server->EwsUrl(), kGetInbox});
   EXPECT_EQ(login.status, 401);
@@ -212,7 +212,9 @@ TEST(Server, StatusesAndFaultsThatAreOrderedComeInPlaceOfAnAnswer) {
   EXPECT_EQ(away.status, 503);
   EXPECT_TRUE(Holds(away.headers, {"Retry-After: 7"}));
   EXPECT_EQ(Code(Send({server->EwsUrl(), kGetInbox}).body), "ErrorTimeoutExpired");
-  EXPECT_EQ(Code(Send({server->EwsUrl(), kGetInbox}).body), "NoError");
+  const Reply last = Send({server->EwsUrl(), kGetInbox});
+  EXPECT_TRUE(Holds(last.headers, {"Connection: close"}));
+  EXPECT_EQ(Code(last.body), "NoError");
 }
 
 TEST(Server, AHeldAnswerIsThatOfARequestThatIsDone) {

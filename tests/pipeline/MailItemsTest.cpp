@@ -150,7 +150,6 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
        " IN \\EmlFile.Eml\r\nCatch_1_SaveEmailItem\r\n Before SaveAttachment\r\n"},
   };
   folder.WriteWork("11comtextjj.t", u"EMAIL\n");
-  handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
   handler.m_objWebAccess.m_pService =
       std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
   handler.m_objWebAccess.m_pService->SetUrl(u"https://mail.example.com/EWS");
@@ -167,6 +166,7 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
     }
     if (row.tooLarge) std::filesystem::resize_file(eml, std::uintmax_t{1} << 31);  // a sparse one
     m_transport.Push(answers::Error("CreateItem", "ErrorQuotaExceeded", "It is full."));
+    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");  // as each command
     ews::Settings().bSafe = row.safe;
     handler.m_bNewFolderMode = row.newFolder;
     CString error;
