@@ -50,7 +50,7 @@ VALUES = {"color": "colour", "background": "background", "font-family": "font", 
 # Differences that were looked at: what of "look: file, peer" they match, and the reason.
 EXPLAINED = [
     (r"(pictures|background): (drawings|document-pictures), Lib", "a line that is drawn becomes a picture there, "
-     "and is left out here, which is told; a box without a colour of its own is white there"),
+     "and a line of the page here; a box without a colour of its own is white there"),
     (r"<hr>: breaks", "a page break is a line there; here it is one where the page is printed"),
     (r"(<li>|<ol>|in a numbered list): document-paragraphs", "headings are items of a list there"),
     (r".*list-old-numbers, Lib", "a paragraph without a number is an item there"),

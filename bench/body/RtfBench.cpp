@@ -13,6 +13,7 @@
 #include "bench/Timing.h"
 #include "body/rtf/RtfToHtml.h"
 #include "charset/LibraryNarrow.h"
+#include "platform/MemoryPages.h"
 
 namespace {
 
@@ -89,6 +90,7 @@ void CompareWithPeer(const std::filesystem::path& folder) {
 }  // namespace
 
 int main() {
+  platform::KeepFreedMemory();  // as our programs do
   mail::installLibraryNarrow();
   std::string pattern = std::filesystem::temp_directory_path() / "rtf-bench-XXXXXX";
   if (mkdtemp(pattern.data()) == nullptr) return 1;

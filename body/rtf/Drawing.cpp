@@ -7,7 +7,15 @@
 namespace rtf {
 namespace {
 
-constexpr int kTextBox = 202;  // a type
+// Types.
+constexpr int kRectangle = 1;
+constexpr int kRoundRectangle = 2;
+constexpr int kEllipse = 3;
+constexpr int kLine = 20;
+constexpr int kConnector = 32;
+constexpr int kTextBox = 202;
+
+constexpr int kSteep = 20;  // times as long as wide: a line counts as level or upright
 constexpr int kDefaultLine = 9525;
 constexpr int kLineUnits = 12700 / 20;  // in a twip
 constexpr std::size_t kMostDigits = 9;
@@ -42,6 +50,49 @@ int ToNumber(std::u16string_view str) {
 // Drawings have blue in the highest byte.
 int ToRgb(int nColor) { return (nColor & 0xFF) << 16 | (nColor & 0xFF00) | (nColor >> 16 & 0xFF); }
 
+void AppendLine(std::string& strCss, std::string_view strProperty, const Drawing& objDrawing) {
+  const int nLine = objDrawing.arrNumbers[Drawing::kLineWidth];
+  Border objBorder{.eLine = BorderLine::kSolid};
+  objBorder.nWidth = (nLine > 0 ? nLine : kDefaultLine) / kLineUnits;
+  const int nColor = std::max(objDrawing.arrNumbers[Drawing::kLineColor], 0);
+  AppendBorder(strCss, strProperty, objBorder, ToRgb(nColor));
+}
+
+void AppendFill(std::string& strCss, const Drawing& objDrawing) {
+  const int nFill = objDrawing.arrNumbers[Drawing::kFillColor];
+  if (nFill < 0 || objDrawing.arrNumbers[Drawing::kFilled] == 0) return;
+  AppendColor(strCss, "background", ToRgb(nFill));
+}
+
+bool HasLine(const Drawing& objDrawing) { return objDrawing.arrNumbers[Drawing::kLined] != 0; }
+
+std::string LineStyle(const Drawing& objDrawing, int nWidth, int nHeight) {
+  std::string strCss;
+  if (!HasLine(objDrawing)) return strCss;
+  if (nWidth > 0 && nHeight <= nWidth / kSteep) {
+    AppendLength(strCss, "width", nWidth);
+    AppendLine(strCss, "border-top", objDrawing);
+  } else if (nHeight > 0 && nWidth <= nHeight / kSteep) {
+    AppendLength(strCss, "height", nHeight);
+    AppendLine(strCss, "border-left", objDrawing);
+  }
+  return strCss;
+}
+
+std::string FrameStyle(const Drawing& objDrawing, int nWidth, int nHeight) {
+  std::string strCss;
+  if (nWidth <= 0 || nHeight <= 0) return strCss;
+  if (HasLine(objDrawing)) AppendLine(strCss, "border", objDrawing);
+  AppendFill(strCss, objDrawing);
+  if (strCss.empty()) return strCss;
+  AppendLength(strCss, "width", nWidth);
+  AppendLength(strCss, "height", nHeight);
+  const int nType = objDrawing.arrNumbers[Drawing::kType];
+  if (nType == kRoundRectangle) strCss += "border-radius:10%;";
+  if (nType == kEllipse) strCss += "border-radius:50%;";
+  return strCss;
+}
+
 }  // namespace
 
 void SetProperty(Drawing& objDrawing, std::u16string_view strName, std::u16string_view strValue) {
@@ -56,18 +107,28 @@ std::string BoxStyle(const Drawing& objDrawing) {
   const int nWidth = objDrawing.arrEdges[kRight] - objDrawing.arrEdges[kLeft];
   if (nWidth > 0) AppendLength(strCss, "max-width", nWidth);
   const bool bLine = arrNumbers[Drawing::kLineColor] >= 0 || arrNumbers[Drawing::kType] == kTextBox;
-  if (bLine && arrNumbers[Drawing::kLined] != 0) {
-    const int nLine = arrNumbers[Drawing::kLineWidth];
-    Border objBorder{.eLine = BorderLine::kSolid};
-    objBorder.nWidth = (nLine > 0 ? nLine : kDefaultLine) / kLineUnits;
-    AppendBorder(strCss, "border", objBorder, ToRgb(std::max(arrNumbers[Drawing::kLineColor], 0)));
+  if (bLine && HasLine(objDrawing)) {
+    AppendLine(strCss, "border", objDrawing);
     strCss += "padding:3pt;";
   }
-  const int nFill = arrNumbers[Drawing::kFillColor];
-  if (nFill >= 0 && arrNumbers[Drawing::kFilled] != 0) {
-    AppendColor(strCss, "background", ToRgb(nFill));
-  }
+  AppendFill(strCss, objDrawing);
   return strCss;
+}
+
+std::string ShapeStyle(const Drawing& objDrawing) {
+  const int nWidth = objDrawing.arrEdges[kRight] - objDrawing.arrEdges[kLeft];
+  const int nHeight = objDrawing.arrEdges[kBottom] - objDrawing.arrEdges[kTop];
+  switch (objDrawing.arrNumbers[Drawing::kType]) {
+    case kLine:
+    case kConnector:
+      return LineStyle(objDrawing, nWidth, nHeight);
+    case kRectangle:
+    case kRoundRectangle:
+    case kEllipse:
+      return FrameStyle(objDrawing, nWidth, nHeight);
+    default:
+      return {};
+  }
 }
 
 }  // namespace rtf

@@ -37,4 +37,8 @@ void SetProperty(Drawing& objDrawing, std::u16string_view strName, std::u16strin
 // Width, border and background of a box of text; empty for what has none.
 std::string BoxStyle(const Drawing& objDrawing);
 
+// How a drawing without text or picture looks as a box of its own: a line that is level or upright,
+// a rectangle, an ellipse. Empty for one that cannot be shown so.
+std::string ShapeStyle(const Drawing& objDrawing);
+
 }  // namespace rtf

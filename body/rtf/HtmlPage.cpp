@@ -37,6 +37,13 @@ void HtmlPage::PutPicture(std::string_view strTag, const CharacterFormat& objFor
   Begin().PutMarkup(strTag, objFormat, /*bVisible=*/true);
 }
 
+void HtmlPage::PutShape(std::string_view strCss) {
+  ++m_nPuts;
+  std::string strTag = "<div";
+  AppendStyle(strTag, strCss, m_objBudget);
+  Text().AddBehind(strTag + "></div>\n");
+}
+
 void HtmlPage::PutPlace(std::string_view strName) {
   const std::string strTag = "<a name=\"" + std::string(strName) + "\"></a>";
   Text().Text().PutMarkup(strTag, {}, /*bVisible=*/false);

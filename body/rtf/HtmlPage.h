@@ -29,6 +29,7 @@ class HtmlPage {
   void PutLineBreak();
   void PutPageBreak();
   void PutPicture(std::string_view strTag, const CharacterFormat& objFormat);
+  void PutShape(std::string_view strCss);  // a box that is empty, behind the paragraph
   void PutPlace(std::string_view strName);  // an attribute value, for links to lead to
 
   // Where paragraphs, cells and rows end.

@@ -109,6 +109,7 @@ class Reader {
   void TakePictureWord(const WordEntry& objWord, const Token& objToken);
   void AddHex(std::string_view strText);
   void EndPicture(const CharacterFormat& objFormat);
+  void EndShape();
   std::string SavePictures(std::string strWhole);
   std::string SavePicture(Picture& objPicture);
 

@@ -193,8 +193,7 @@ void Reader::EndDestination(const State& objEnded) {
       if (m_objPage.Puts() == m_nObjectPuts) m_objNotes.Add(Note::kObject);
       return;
     case Destination::kShape:
-      if (m_objPage.Puts() == m_nObjectPuts) m_objNotes.Add(Note::kDrawing);
-      return;
+      return EndShape();
     case Destination::kShapeText:
     case Destination::kFootnote:
       return m_objPage.EndAside(objEnded.objParagraph, objEnded.objCharacters);
@@ -292,6 +291,13 @@ void Reader::TakeListWord(const WordEntry& objWord, const Token& objToken) {
 }
 
 // --- Pictures. ---
+
+void Reader::EndShape() {
+  if (m_objPage.Puts() != m_nObjectPuts || IsLeftOut()) return;
+  const std::string strCss = m_eForm == Form::kHtml ? std::string() : ShapeStyle(m_objDrawing);
+  if (strCss.empty()) return m_objNotes.Add(Note::kDrawing);
+  m_objPage.PutShape(strCss);
+}
 
 void Reader::TakePictureWord(const WordEntry& objWord, const Token& objToken) {
   constexpr int kMost = 1'000'000;
