@@ -22,7 +22,8 @@ unsigned char* GetPureMime(CString strHtmlPath, int* nLen);
 // As that, but *size stays when the file cannot be opened, and what cannot be read stays zero.
 unsigned char* GetCharFromFile(CString strFilePath, int* size);
 
-// A line of a body with a NUL in place of each character that ends a body for its readers.
+// A line of a body with a NUL in place of each character that ends a body for its readers. With the
+// safe switch none does: what can be sent stays, and of the rest visible signs.
 CString WithoutBodyStops(CString strLine);
 
 // The file as narrow text in the ANSI code page, CR LF read as LF, in chunks of kReadChunk bytes: a
