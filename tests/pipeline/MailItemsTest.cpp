@@ -179,6 +179,56 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
   }
 }
 
+// The ladder that a mail takes which the server calls too large, by its lines in the trace.
+TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
+  const std::string tooLarge = "The message exceeds the maximum supported size.";
+  const std::string refused = " Catch2 \r\n" + tooLarge + "\r\n Find Can not \r\n";
+  const std::string sent = "Catch SaveEmailItem out \r\nCatch Email Save in \r\n";
+  const struct {
+    std::string eml;
+    std::string second;  // what the server says to the second form; "-" where none is to leave
+    std::string error;
+    std::string lines;
+  } rows[] = {
+      {"Content-Type: text/html\r\n\r\n<p>page</p>", "", tooLarge,
+       sent + "Catch Email Save out \r\n"},
+      {"Content-Type: text/html\r\n\r\n<p>page</p>", "It is full.", "It is full.",
+       sent + " 2_Catch2 \r\nIt is full.\r\n"},
+      {"", "-", tooLarge, refused},
+  };
+  folder.WriteWork("11comtextjj.t", u"EMAIL\n\n\n\n\n\n\n\nSubject : s\nMessageID : 1\n");
+  handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
+  handler.m_objWebAccess.m_pService =
+      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  handler.m_objWebAccess.m_pService->SetUrl(u"https://mail.example.com/EWS");
+  handler.m_objWebAccess.m_fldCurrent = ews::WellKnownFolderName::Inbox;
+  handler.SetAllowDuplicates(false);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.lines);
+    std::filesystem::remove(folder.Work("TextFile1.txt"));
+    if (!row.eml.empty()) folder.WriteWork("EmlFile.Eml", row.eml);
+    m_transport.Push(answers::Error("CreateItem", "ErrorMessageSizeExceeded", tooLarge));
+    if (row.second.empty()) m_transport.Push(answers::Item("I="));
+    if (row.second.size() > 1) {
+      m_transport.Push(answers::Error("CreateItem", "ErrorQuotaExceeded", row.second));
+    }
+    CString error;
+    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+    EXPECT_EQ(error.ToUtf8(), row.error);
+    const std::string log = tooLarge + "\r\r\n";
+    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
+              row.error == tooLarge ? log : log + row.error + "\r\r\n");
+    const std::string trace =
+        CString(test_support::WideText(test_support::ReadAll(folder.File("trace.txt")))).ToUtf8();
+    EXPECT_THAT(trace, testing::HasSubstr(refused));
+    EXPECT_THAT(trace, testing::HasSubstr(row.lines));
+    EXPECT_FALSE(std::filesystem::exists(folder.Work("EmlFile.Eml")));
+    EXPECT_EQ(handler.CheckIfDublicateItemPresent(u"1"), row.second.empty());
+    handler.m_pSqlHandler->ExecuteQuery(u"DELETE FROM MAILBOXINFO");
+    for (const char* name : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(name));
+  }
+}
+
 TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {
   ews::Settings().bSafe = true;
   auto& web = handler.m_objWebAccess;
