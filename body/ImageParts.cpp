@@ -19,8 +19,7 @@ constexpr std::string_view kEncoding = "Content-Transfer-Encoding:";
 
 // Names a file directly in the work folder, whoever wrote it.
 bool IsFileName(const CString& strName) {
-  return !strName.IsEmpty() && strName.FindOneOf(u"\\/") < 0 && strName != u"." &&
-         strName != u"..";
+  return !strName.IsEmpty() && strName.FindOneOf(u"\\/") < 0 && strName != u"." && strName != u"..";
 }
 
 CString NameOfContentId(const CString& strLine) {

@@ -65,24 +65,6 @@ std::string ReadTextChunk(platform::File& objFile, std::uint64_t nOffset, size_t
   return strText;
 }
 
-// With a visible sign for each control character, which a request cannot carry, and a mark for what
-// else it cannot.
-CString Sendable(std::u16string_view strLine) {
-  constexpr char16_t kSigns = u'\u2400';
-  CString strText;
-  for (std::size_t n = 0; n < strLine.size(); ++n) {
-    const char16_t ch = strLine[n];
-    if (ews::IsXmlText(strLine.substr(n, 1))) {
-      strText += ch;
-    } else if (ews::IsXmlText(strLine.substr(n, 2))) {  // a pair
-      strText += strLine.substr(n++, 2);
-    } else {
-      strText += ch < u' ' ? static_cast<char16_t>(kSigns + ch) : u'\uFFFD';
-    }
-  }
-  return strText;
-}
-
 // What a reader of terminated strings sees of a chunk.
 std::u16string ChunkText(const std::string& strChunk) {
   return platform::NarrowToWide(std::string_view(strChunk).substr(0, strChunk.find('\0')));
@@ -127,8 +109,24 @@ unsigned char* GetCharFromFile(CString strFilePath, int* size) {
   return pBytes.release();
 }
 
+CString Sendable(std::u16string_view str) {
+  constexpr char16_t kSigns = u'\u2400';
+  CString strText;
+  for (std::size_t n = 0; n < str.size(); ++n) {
+    const char16_t ch = str[n];
+    if (ews::IsXmlText(str.substr(n, 1))) {
+      strText += ch;
+    } else if (ews::IsXmlText(str.substr(n, 2))) {  // a pair
+      strText += str.substr(n++, 2);
+    } else {
+      strText += ch < u' ' ? static_cast<char16_t>(kSigns + ch) : u'\uFFFD';
+    }
+  }
+  return strText;
+}
+
 CString WithoutBodyStops(CString strLine) {
-  if (ews::Settings().bSafe) return Sendable(strLine.View());
+  if (ews::Settings().bSafe) return strLine;
   for (const char16_t ch : kBodyStops) strLine.Replace(ch, u'\0');
   return strLine;
 }

@@ -115,7 +115,8 @@ bool CTarnyOutlookHandler::SaveReduced(MailRun& objRun) {
   const CString strEml = objRun.strFilePath + u"\\EmlFile.Eml";
   if (!platform::PathExists(strEml)) return true;
   if (ews::Settings().bSafe) {
-    Guarded(u"The header of EmlFile.Eml is left out", [&] { FillFromMime(strEml, objRun.objInfo); });
+    Guarded(u"The header of EmlFile.Eml is left out",
+            [&] { FillFromMime(strEml, objRun.objInfo); });
   }
   (void)GetHTMLbODY(objRun.strFilePath);  // a mail without a text is saved without one
   (void)platform::DeleteFileAt(strEml);

@@ -51,9 +51,10 @@ void SetMimeFromPath(ews::EmailMessage& objMail, const CString& strHtmPath) {
   }
 }
 
-// Readers of a body see it as a terminated string.
+// Readers of a body see it as a terminated string, but for the safe switch.
 void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText) {
-  objItem.SetBody(ews::MessageBody(eType, strText.UpToNul()));
+  const CString strSent = ews::Settings().bSafe ? Sendable(strText.View()) : strText.UpToNul();
+  objItem.SetBody(ews::MessageBody(eType, strSent));
 }
 
 // True if the file that a path means, links resolved, lies below the work folder.

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "base/AsciiText.h"
 #include "client/commands/CommandFiles.h"
 #include "client/commands/Commands.h"
 #include "client/run/ItemWriter.h"
@@ -79,9 +80,7 @@ std::string FileName(const BodyFile& file) {
 // Where the body of a mail will come from, and which other bodies stay behind.
 nlohmann::ordered_json RouteAsJson(const PreparedFiles& files) {
   const auto isThere = [&](const std::string& name) {
-    const auto is = [&](const std::string& other) {
-      return other.size() == name.size() && EndsWithNoCase(other, name);
-    };
+    const auto is = [&](const std::string& other) { return mail::equalsNoCase(other, name); };
     return std::ranges::any_of(files.files, is) || std::ranges::any_of(files.folders, is);
   };
   const bool madePage = WantsImagePage(files);

@@ -24,7 +24,7 @@ namespace client {
 struct Summary {
   std::uint64_t total = 0;
   std::uint64_t sent = 0;
-  std::uint64_t known = 0;  // arrived before this run, or the same mail twice in one folder
+  std::uint64_t known = 0;    // arrived before this run, or the same mail twice in one folder
   std::uint64_t reduced = 0;  // of those sent: without what made them too large for the target
   std::uint64_t failed = 0;
   std::uint64_t notConfirmed = 0;

@@ -1,11 +1,13 @@
 #include "client/run/ReducedMail.h"
 
+#include <algorithm>
 #include <set>
 #include <vector>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "base/AsciiText.h"
 #include "base/LogNull.h"
 #include "client/run/ItemWriter.h"
 #include "client/sources/PreparedItem.h"
@@ -22,7 +24,7 @@ constexpr std::string_view kAttachmentList = "11comtextjjAttach.t";
 std::string ReadFileOf(const Plan::Entry& entry, const LoadedItem& item, std::string_view wanted) {
   std::string bytes;
   for (const std::string& name : item.files.files) {
-    if (name.size() != wanted.size() || !EndsWithNoCase(name, wanted)) continue;
+    if (!mail::equalsNoCase(name, wanted)) continue;
     ReadPreparedFile(entry.item.location, name, [&](std::string_view piece) { bytes += piece; });
     break;
   }

@@ -128,8 +128,7 @@ TEST_F(BodyExtraction, EncodingAndCharsetStandAtTheTop) {
     EXPECT_FALSE(Charater("Content-Transfer-Encoding: quoted-printable\n" + line).decodes) << name;
     EXPECT_TRUE(Charater("Content-Transfer-Encoding: 7bit\n" + line).decodes) << name;
   }
-  EXPECT_TRUE(
-      Charater("Content-Transfer-Encoding: quoted-printable\ncharset=ISO-8859-1").decodes);
+  EXPECT_TRUE(Charater("Content-Transfer-Encoding: quoted-printable\ncharset=ISO-8859-1").decodes);
 }
 
 TEST_F(BodyExtraction, ARawTextBecomesItsDecodedPage) {
@@ -157,9 +156,8 @@ TEST_F(BodyExtraction, ARawTextBecomesItsDecodedPage) {
   EXPECT_EQ(Page("Content-Transfer-Encoding: 8bit\r\n" + type + "<html>\r\n" + file), "0 none");
   EXPECT_EQ(Page(type + "only text"), "0 none");
   EXPECT_EQ(Page(""), "0 none");
-  const std::string twice =
-      Page("Content-Transfer-Encoding: 8bit\r\n" + type + "<html>\r\na\r\n" + file +
-           "<html>\r\nb</html>");
+  const std::string twice = Page("Content-Transfer-Encoding: 8bit\r\n" + type + "<html>\r\na\r\n" +
+                                 file + "<html>\r\nb</html>");
   EXPECT_EQ(twice.substr(0, 8), "1<html>a") << twice;
   // kept: before a page that needs no decoding an old one stays.
   EXPECT_EQ(Page(quoted + "charset=us-ascii\r\n<html>\r\n</html>"), "0old");
