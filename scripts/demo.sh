@@ -47,12 +47,13 @@ say "The same migration again: nothing is sent twice"
 show "$tarny" migrate samples/mail --to "local:$mailbox" --run "$run"
 
 say "Prepared items, as a driving program leaves them: which file a body comes from"
-show "$tarny" item "samples/prepared/Notes archive/rich text" | sed '/"body_route"/,/}/!d'
+show "$tarny" item "samples/prepared/Notes archive/rich text" | sed -n '/^\$/p; /"body_route"/,/}/p'
 
 say "Their migration into a mailbox that takes 20,000 bytes: one mail arrives reduced (exit code 1)"
 small=$demo/small
 mkdir -p "$small"
 echo any > "$small/password"
+rm -f "$small/greeting"
 build/bin/mailboxd --data "$small/mailbox" --max-message-size 20000 \
   --port "$(cat "$small/port" 2> /dev/null || echo 0)" > "$small/greeting" &
 server=$!
@@ -62,6 +63,7 @@ for _ in $(seq 100); do
   sleep 0.1
 done
 url=$(sed -n 's/^mailboxd: listening on //p' "$small/greeting")
+[ -n "$url" ] || exit 1  # mailboxd has said why
 echo "${url##*:}" > "$small/port"
 show "$tarny" migrate samples/prepared --to "$url/EWS/Exchange.asmx" --run "$small/run" \
   --user demo@example.org --password-file "$small/password" || [ $? = 1 ]
