@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
@@ -55,6 +56,19 @@ void SetMimeFromPath(ews::EmailMessage& objMail, const CString& strHtmPath) {
 void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText) {
   const CString strSent = ews::Settings().bSafe ? Sendable(strText.View()) : strText.UpToNul();
   objItem.SetBody(ews::MessageBody(eType, strSent));
+}
+
+// What stands between the separators of an address line, but for blanks.
+std::vector<CString> EntriesOf(const CString& str) {
+  std::vector<CString> arrEntries;
+  for (int nStart = 0; nStart < str.GetLength();) {
+    const int nFound = str.Find(u';', nStart);
+    const int nEnd = nFound < 0 ? str.GetLength() : nFound;
+    CString strEntry = str.Mid(nStart, nEnd - nStart);
+    if (!strEntry.Trim().IsEmpty()) arrEntries.push_back(strEntry);
+    nStart = nEnd + 1;
+  }
+  return arrEntries;
 }
 
 // True if the file that a path means, links resolved, lies below the work folder.
@@ -305,6 +319,10 @@ void CTarnyOutlookHandler::SetToFromBodyCreationDateProrityReadSubject(ews::Item
 
 void CTarnyOutlookHandler::SaveRecipients(CString str,
                                           ews::EmailAddressCollection& emailRecipients) {
+  if (ews::Settings().bSafe) {
+    for (const CString& strEntry : EntriesOf(str)) emailRecipients.Add(GetEmailAddress(strEntry));
+    return;
+  }
   if (str.IsEmpty()) return;
   if (str[str.GetLength() - 1] != u';') str += u';';
   int nStart = 0;
@@ -315,6 +333,10 @@ void CTarnyOutlookHandler::SaveRecipients(CString str,
 }
 
 void CTarnyOutlookHandler::SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees) {
+  if (ews::Settings().bSafe) {
+    for (const CString& strEntry : EntriesOf(str)) emailAttendees.Add(strEntry);
+    return;
+  }
   const auto nEntries = std::ranges::count(str.View(), u';');
   if (nEntries == 0) {
     if (!str.IsEmpty()) emailAttendees.Add(str);

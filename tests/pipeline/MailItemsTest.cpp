@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "ews/Settings.h"
+#include "ews/SoapWriter.h"
+#include "pipeline/BodySource.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
@@ -56,6 +58,15 @@ TEST_F(MailItems, AttendeesComeAsTheLoopGivesThem) {
   EXPECT_EQ(Attendees(u"aaaa;b;c;"), (Texts{u"aaaa", u"aaaa"}));
 }
 
+TEST_F(MailItems, SafeAddressLinesLoseNobody) {
+  ews::Settings().bSafe = true;
+  for (const auto& list : {Recipients(u";a;; b ;a; "), Attendees(u";a;; b ;a; ")}) {
+    EXPECT_EQ(list, (Texts{u"a", u"b", u"a"}));
+  }
+  EXPECT_EQ(Recipients(u" ;"), Texts{});
+  EXPECT_EQ(Attendees(u"aaaa;b;c"), (Texts{u"aaaa", u"b", u"c"}));
+}
+
 TEST_F(MailItems, AddressCleanUpFollowsTheFlag) {
   EXPECT_EQ(handler.GetEmailAddress(u"\"A\" <a@x>"), u"\"A\" <a@x>");
   EXPECT_EQ(handler.ReplaceUnicodeCharacters(u"a\x01"), u"a\x01");
@@ -96,6 +107,41 @@ TEST_F(MailItems, RtfThatCannotBeReadGivesWayToTheNextBodyOnlyWithTheSafeSwitch)
   EXPECT_EQ(Fill(), 1);
   ASSERT_TRUE(mail.Body().has_value());
   EXPECT_EQ(mail.Body()->Text(), u"<p>page</p>");
+}
+
+// Whatever lies there under a body's name, the mail is saved with its attachments.
+TEST_F(MailItems, NoBodyFileKeepsAMailFromBeingSaved) {
+  const std::string rtf = "{\\rtf1 a{\\pict\\pngblip 89504e";
+  const std::string garbled = std::string("\xFF\xFE\0\xD8<a", 6) + std::string(70000, '\xDF');
+  const std::string page = "<img src=\"file:///etc/hostname\"><img src=\"../../x.png\">";
+  folder.WriteWork("a.txt", "a");
+  folder.WriteWork("11comtextjjAttach.t", u"a.txt\n");
+  folder.WriteWork("2ImageAttchment.txt", u"a.txt\n");
+  for (const BodyFile& file : kBodyFiles) {
+    const bool mime = file.eSource == BodySource::kMime;  // carries its attachments itself
+    std::string name = CString(file.pszFile).ToUtf8();
+    name.erase(0, name.rfind('\\') + 1);
+    for (const std::string& bytes : {std::string(), garbled, page, rtf, std::string("folder")}) {
+      for (const bool safe : {false, true}) {
+        SCOPED_TRACE(name + (safe ? " safe: " : ": ") + bytes.substr(0, 20));
+        if (bytes == "folder") {
+          std::filesystem::create_directories(folder.Work(name));
+        } else {
+          folder.WriteWork(name, bytes);
+        }
+        ews::Settings().bSafe = safe;
+        ews::EmailMessage filled{nullptr};
+        if (mime && safe && bytes == "folder") {
+          EXPECT_THROW(handler.SaveEmailItem(filled, GetCurrPath(), &info), std::runtime_error);
+        } else {
+          EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+        }
+        EXPECT_EQ(filled.Attachments().Count(), mime ? 0 : 1);
+        EXPECT_TRUE(!safe || !filled.Body() || ews::IsXmlText(filled.Body()->Text()));
+        std::filesystem::remove_all(folder.Work(name));
+      }
+    }
+  }
 }
 
 // Pictures by the dozen, of every form: each is a part, in place of its link.
