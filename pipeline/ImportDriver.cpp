@@ -19,6 +19,12 @@ constexpr int kFirstTimeout = 700000;  // ms, large mails on slow lines
 constexpr int kRetryTimeout = 300000;  // ms
 constexpr std::chrono::milliseconds kPauseAfterRetry{1000};
 
+// A server may refuse the request before it reads what mail is in it; only the safe switch knows.
+bool IsTooLarge(const CString& strMessage) {
+  return strMessage.Contains(u"The message exceeds the maximum supported size") ||
+         (ews::Settings().bSafe && strMessage.Contains(u" answered HTTP 413 "));
+}
+
 CString MessageOf(const std::exception& objError) { return CString::FromUtf8(objError.what()); }
 
 }  // namespace
@@ -100,7 +106,7 @@ int CTarnyOutlookHandler::SaveMail(MailRun& objRun, ews::EmailMessage& objMail) 
   m_objLogManager.WriteLog(u" Catch2 ");
   m_objLogManager.WriteLog(strMessage);
   m_objLogManager.WriteLogFile4(objRun.strLogFilepath, strMessage);
-  if (strMessage.Contains(u"The message exceeds the maximum supported size")) {
+  if (IsTooLarge(strMessage)) {
     m_objLogManager.WriteLog(u" Find Can not ");
     if (!SaveReduced(objRun)) return kFailure;
   }

@@ -273,6 +273,18 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
     handler.m_pSqlHandler->ExecuteQuery(u"DELETE FROM MAILBOXINFO");
     for (const char* name : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(name));
   }
+  for (const bool safe : {false, true}) {  // refused before the server knew what it was
+    ews::Settings().bSafe = safe;
+    folder.WriteWork("EmlFile.Eml", "From: a@x\r\n\r\ntext");
+    m_transport.Push("", 413);
+    if (safe) m_transport.Push(answers::Item("I="));
+    CString error;
+    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+    EXPECT_THAT(error.ToUtf8(), testing::HasSubstr("413"));
+    EXPECT_EQ(std::filesystem::exists(folder.Work("EmlFile.Eml")), !safe);
+    EXPECT_EQ(handler.CheckIfDublicateItemPresent(u"1"), safe);
+  }
+  EXPECT_THAT(LastBody(), testing::AllOf(testing::HasSubstr("a@x"), testing::HasSubstr("text")));
 }
 
 TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {
