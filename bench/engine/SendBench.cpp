@@ -5,14 +5,9 @@
 // driver writes its work files, what a command takes beyond libcurl's request (the engine's own
 // share), and how much of that the engine computes rather than waits for the disk.
 
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <random>
@@ -23,29 +18,22 @@
 #include <curl/curl.h>
 #include <fmt/format.h>
 
+#include "bench/engine/BenchEngine.h"
 #include "charset/LibraryNarrow.h"
 #include "client/run/EngineLogs.h"
-#include "client/run/EngineProcess.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/LedgerLook.h"
-#include "client/run/RunFolder.h"
-#include "client/run/Target.h"
 #include "ews/EmailMessage.h"
 #include "ews/EwsTransport.h"
 #include "ews/ExchangeService.h"
 #include "ews/FolderId.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
-#include "mailboxd/Server.h"
 #include "platform/Paths.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr const char* kUser = "bench@local.example";
-
-void Say(const std::string& line) { fmt::print(stderr, "{}\n", line); }
 
 struct Case {
   int latency;   // milliseconds
@@ -146,16 +134,6 @@ double SendWithCurl(const mailbox::Server& mailbox, const std::vector<std::strin
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Processor time that a process has used up to now, in seconds.
-double ProcessorTime(pid_t pid) {
-  clockid_t clock{};
-  timespec time{};
-  if (clock_getcpuclockid(pid, &clock) != 0 || clock_gettime(clock, &time) != 0) {
-    throw std::runtime_error("the engine's processor time cannot be read");
-  }
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 struct Times {  // seconds, of all mails
   double all = 0;
   double commands = 0;   // from the command to its result
@@ -194,34 +172,17 @@ Times SendWithEngine(client::EngineProcess& engine, const client::RunFolder& run
 class Bench {
  public:
   Bench(const std::string& folder, int latency)
-      : m_run(folder + "/run"), m_server(Options(folder, latency)) {
-    m_server.Start();
-    m_run.TakeOver(Say);
-    m_run.InstallEngine(TARNY_BIN "/TarnyOutlookEngine");
-    m_engine.emplace(
-        m_run,
-        std::vector<std::string>{"--verify-certificates", "--safe", "--autodiscover-url",
-                                 m_server.AutodiscoverUrl(), "--ca-file",
-                                 m_server.CertificateFile(), "--trust-host", "127.0.0.1"},
-        std::vector<int>(), Say);
-    client::Target target;
-    target.user = kUser;
-    target.password = "local";
-    ST_FOLDER_INFO inbox;
-    inbox.strFolder = u"Inbox\\";
-    if (!m_engine->Client().Logon(client::LoginRecord(target)) ||
-        m_engine->Client().CreateFolder(inbox) != 1) {
-      throw std::runtime_error("the engine cannot log on");
-    }
-  }
+      : m_engine(folder, latency > 0 ? std::vector{fmt::format("latency:{}", latency)}
+                                     : std::vector<std::string>()) {}
 
   void Run(const Case& size) {
     std::vector<std::string> mails;
     std::vector<std::string> bodies;
     for (int i = 0; i < size.items; ++i) mails.push_back(MakeMail(size, i));
     for (const std::string& mail : mails) bodies.push_back(CreateItemBody(mail));
-    const double curl = SendWithCurl(m_server, bodies);
-    const Times ours = SendWithEngine(*m_engine, m_run, mails, fmt::format("<{}.", size.bytes));
+    const double curl = SendWithCurl(m_engine.Server(), bodies);
+    const Times ours =
+        SendWithEngine(m_engine.Engine(), m_engine.Run(), mails, fmt::format("<{}.", size.bytes));
     const double each = 1000.0 / size.items;  // milliseconds of one item
     fmt::print("{:>7} {:>9} {:>6} {:>9.1f} {:>10.1f} {:>6.2f} {:>10.2f} {:>10.2f} {:>10.2f}\n",
                size.latency, size.bytes, size.items, size.items / ours.all, size.items / curl,
@@ -231,17 +192,7 @@ class Bench {
   }
 
  private:
-  static mailbox::ServerOptions Options(const std::string& folder, int latency) {
-    mailbox::ServerOptions options;
-    options.dataFolder = folder + "/mailbox";
-    options.https = true;
-    if (latency > 0) options.faults.push_back(fmt::format("latency:{}", latency));
-    return options;
-  }
-
-  client::RunFolder m_run;
-  mailbox::Server m_server;
-  std::optional<client::EngineProcess> m_engine;
+  BenchEngine m_engine;
 };
 
 void RunAll(const std::string& folder) {
@@ -264,16 +215,5 @@ void RunAll(const std::string& folder) {
 int main() {
   mail::installLibraryNarrow();
   curl_global_init(CURL_GLOBAL_DEFAULT);
-  std::string folder = std::filesystem::temp_directory_path() / "tarny-bench-XXXXXX";
-  if (!mkdtemp(folder.data())) return 1;
-  int exitCode = 0;
-  try {
-    RunAll(folder);
-  } catch (const std::exception& error) {
-    fmt::print(stderr, "SendBench: {}\n", error.what());
-    exitCode = 1;
-  }
-  std::error_code ignored;
-  std::filesystem::remove_all(folder, ignored);
-  return exitCode;
+  return RunInFolder("SendBench", RunAll);
 }
