@@ -4,6 +4,7 @@
 #include "archive/CkMht.h"
 #include "base/CkByteData.h"
 #include "base/CkString.h"
+#include "body/LibraryText.h"
 #include "ews/Settings.h"
 #include "mime/CkEmail.h"
 #include "mime/CkFileAccess.h"
@@ -12,15 +13,8 @@
 #include "platform/NarrowText.h"
 #include "target/CTarnyOutlookHandler.h"
 
-// Messages made of work files. The library takes paths as ANSI text: one that has other characters
-// names no file there.
+// Messages made of work files.
 namespace {
-
-CkString NarrowOf(const CString& str) {
-  CkString strNarrow;
-  strNarrow.setStringU(str.GetString());
-  return strNarrow;
-}
 
 // Each page has an archive maker of its own: one that made another archive before would label this
 // page with the charset that the other named. Pictures are linked by Content-ID; with the safe
@@ -41,7 +35,7 @@ CString CTarnyOutlookHandler::ConvertHtmlToMime(CString strHtmlFileLoc) {
   CkMht objMht;
   Prepare(objMht);
   CkString strMime;
-  if (!objMht.GetMHT(NarrowOf(strHtmlFileLoc).getString(), strMime)) return {};
+  if (!objMht.GetMHT(LibraryText(strHtmlFileLoc).getString(), strMime)) return {};
   std::string_view strBytes = strMime.getString();
   const CString strEml = strHtmlFileLoc + u".eml";
   auto objFile = platform::File::Open(strEml, platform::OpenMode::kCreateRead);
@@ -61,12 +55,12 @@ int CTarnyOutlookHandler::EncodeWithString(CkMime* mime, CString strImagePath,
   // One that an earlier item left would keep this one from its name, and be taken for it.
   if (ews::Settings().bSafe) (void)platform::DeleteFileAt(strTemp);
   (void)platform::RenameFile(strSource, strTemp);
-  (void)mime->LoadMimeFile(NarrowOf(strTemp).getString());  // else what the object holds goes on
+  (void)mime->LoadMimeFile(LibraryText(strTemp).getString());  // else what the object holds goes on
   mime->SetHeaderField("Content-Transfer-Encoding", "binary");
   CkByteData objBytes;
   (void)mime->GetMimeBytes(objBytes);
   CkFileAccess objFiles;
-  (void)objFiles.WriteEntireFile(NarrowOf(strDecoded).getString(), objBytes);
+  (void)objFiles.WriteEntireFile(LibraryText(strDecoded).getString(), objBytes);
   (void)FinalIamge(strDecoded, strSource);
   (void)platform::DeleteFileAt(strTemp);
   (void)platform::DeleteFileAt(strDecoded);
@@ -77,13 +71,13 @@ CString CTarnyOutlookHandler::DecodeStringEML(CString strTempath, CString strFro
                                               CString strSubject, CString) {
   CkMht objMht;
   Prepare(objMht);
-  const char* const pszMime = objMht.getEML(NarrowOf(strTempath + u"ch111.html").getString());
+  const char* const pszMime = objMht.getEML(LibraryText(strTempath + u"ch111.html").getString());
   CkEmail objEmail;
   if (!objMht.get_LastMethodSuccess() || !objEmail.SetFromMimeText(pszMime)) return {};
   objEmail.put_Utf8(true);
-  objEmail.put_Subject(NarrowOf(strSubject).getUtf8());
-  objEmail.put_From(NarrowOf(strFrom).getUtf8());
+  objEmail.put_Subject(LibraryText(strSubject).getUtf8());
+  objEmail.put_From(LibraryText(strFrom).getUtf8());
   objEmail.put_Utf8(false);
-  (void)objEmail.SaveEml(NarrowOf(strTempath + u"EmlFile.Eml").getString());
+  (void)objEmail.SaveEml(LibraryText(strTempath + u"EmlFile.Eml").getString());
   return {};
 }

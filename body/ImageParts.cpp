@@ -1,6 +1,7 @@
 #include <string>
 #include <string_view>
 
+#include "body/RawText.h"
 #include "body/TextLines.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
@@ -12,22 +13,20 @@
 // their Content-IDs.
 namespace {
 
+using raw_text::Holds;
+
 constexpr std::string_view kEncoding = "Content-Transfer-Encoding:";
 
-bool Holds(std::string_view strLine, std::string_view strPart) {
-  return strLine.find(strPart) != std::string_view::npos;
-}
-
-// A file directly in the work folder, whoever wrote the name.
+// Names a file directly in the work folder, whoever wrote it.
 bool IsFileName(const CString& strName) {
-  return strName.FindOneOf(u"\\/") < 0 && strName != u"." && strName != u"..";
+  return !strName.IsEmpty() && strName.FindOneOf(u"\\/") < 0 && strName != u"." && strName != u"..";
 }
 
 CString NameOfContentId(const CString& strLine) {
   CString strName = strLine.Mid(strLine.Find(u'<'));
   strName.Remove(u'<');
   strName.Remove(u'>');
-  return IsFileName(strName) ? strName : CString();
+  return strName;
 }
 
 // The lines before a part's data. kept: the one that names its encoding ends them and is none of
@@ -81,14 +80,15 @@ bool CTarnyOutlookHandler::ExtractImagePart(CkMime* mime, TextLines& objLines,
   CString strId = ExtractTYPEFromeFile(arrHeader, u"Content-ID:");
   if (strId.IsEmpty()) strId = ExtractTYPEFromeFile(arrHeader, u"Content-Id:");
   CString strName = NameOfContentId(strId);
-  if (FindDotExtensionn(ExtractTYPEFromeFile(arrHeader, u"name=")) == 0) strName.Empty();
-  if (!strName.IsEmpty() && Append(GetCurrPath() + strList, strName + u"\r\n")) {
+  if (FindDotExtensionn(ExtractTYPEFromeFile(arrHeader, u"name=")) == 0) {
+    strName.Empty();
+  } else if (Append(GetCurrPath() + strList, strName + u"\r\n")) {
     m_arrImagePaths.Add(strName);
   }
-  // One that cannot be made is read past.
-  auto objFile = strName.IsEmpty()
-                     ? std::nullopt
-                     : platform::File::Open(GetCurrPath() + strName, platform::OpenMode::kCreate);
+  // One that cannot be made is listed all the same, and read past.
+  auto objFile = IsFileName(strName)
+                     ? platform::File::Open(GetCurrPath() + strName, platform::OpenMode::kCreate)
+                     : std::nullopt;
   std::string strData;
   const bool bWhole = ReadPartData(objLines, strData);
   if (objFile) {

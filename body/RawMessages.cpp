@@ -1,9 +1,9 @@
-#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "body/RawText.h"
 #include "body/TextLines.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
@@ -17,22 +17,8 @@ constexpr std::array<std::string_view, 7> kPageStarts = {
     "<html", "DOCTYPE html", "DOCTYPE HTML", "meta name", "meta http", "META HTTP", "html lang"};
 constexpr std::string_view kEncoding = "Content-Transfer-Encoding:";
 constexpr std::string_view kType = "Content-Type:";
-constexpr std::string_view kBase64 = "Content-Transfer-Encoding: base64";
 
-bool Holds(std::string_view strLine, std::string_view strPart) {
-  return strLine.find(strPart) != std::string_view::npos;
-}
-
-bool BeginsPage(std::string_view strLine) {
-  return std::ranges::any_of(kPageStarts,
-                             [&](std::string_view strMark) { return Holds(strLine, strMark); });
-}
-
-// Without the sign that joins it to the next one. kept: it goes whatever the encoding is.
-std::string_view Unjoined(std::string_view strLine) {
-  if (strLine.ends_with('=')) strLine.remove_suffix(1);
-  return strLine;
-}
+using namespace raw_text;
 
 class PageCopier {
  public:
@@ -40,7 +26,7 @@ class PageCopier {
   std::optional<std::string> Copy(TextLines& objLines) {
     std::string_view strLine;
     while (objLines.Read(strLine)) {
-      if (!BeginsPage(strLine)) {
+      if (!HoldsAny(strLine, kPageStarts)) {
         TakeHeaderLine(strLine);
         continue;
       }
@@ -65,8 +51,7 @@ class PageCopier {
     m_strMail.append(m_strEncoding).append("\n").append(m_strType).append("\n");
     if (!m_strCharset.empty()) m_strMail.append(m_strCharset).append("\n");
     m_strMail += '\n';
-    const std::size_t nTag = strLine.find('<');
-    m_strMail += strLine.substr(nTag == std::string_view::npos ? 0 : nTag);
+    m_strMail += FromTag(strLine);
   }
   // Up to the page's end, all in one line.
   void PutRest(TextLines& objLines) {
@@ -78,7 +63,7 @@ class PageCopier {
         return;
       }
       m_strMail += strLine;
-      if (Holds(strLine, "</html>") || Holds(strLine, "</HTML>")) return;
+      if (EndsPage(strLine)) return;
     }
   }
 

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "ews/Settings.h"
+#include "ews/SoapWriter.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
 #include "platform/NarrowText.h"
@@ -107,7 +109,24 @@ unsigned char* GetCharFromFile(CString strFilePath, int* size) {
   return pBytes.release();
 }
 
+CString Sendable(std::u16string_view str) {
+  constexpr char16_t kSigns = u'\u2400';
+  CString strText;
+  for (std::size_t n = 0; n < str.size(); ++n) {
+    const char16_t ch = str[n];
+    if (ews::IsXmlText(str.substr(n, 1))) {
+      strText += ch;
+    } else if (ews::IsXmlText(str.substr(n, 2))) {  // a pair
+      strText += str.substr(n++, 2);
+    } else {
+      strText += ch < u' ' ? static_cast<char16_t>(kSigns + ch) : u'\uFFFD';
+    }
+  }
+  return strText;
+}
+
 CString WithoutBodyStops(CString strLine) {
+  if (ews::Settings().bSafe) return strLine;
   for (const char16_t ch : kBodyStops) strLine.Replace(ch, u'\0');
   return strLine;
 }

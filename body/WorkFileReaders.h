@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "platform/CString.h"
 
 // Readers of the work files of an item. Paths are in Windows form. None tells why a file could
@@ -22,7 +24,12 @@ unsigned char* GetPureMime(CString strHtmlPath, int* nLen);
 // As that, but *size stays when the file cannot be opened, and what cannot be read stays zero.
 unsigned char* GetCharFromFile(CString strFilePath, int* size);
 
-// A line of a body with a NUL in place of each character that ends a body for its readers.
+// A body as a request can carry it: with a visible sign for each control character that XML
+// refuses, and U+FFFD for what else it does.
+CString Sendable(std::u16string_view str);
+
+// A line of a body with a NUL in place of each character that ends a body for its readers. With the
+// safe switch none does.
 CString WithoutBodyStops(CString strLine);
 
 // The file as narrow text in the ANSI code page, CR LF read as LF, in chunks of kReadChunk bytes: a

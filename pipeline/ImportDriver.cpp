@@ -1,7 +1,12 @@
+#include <chrono>
 #include <exception>
 #include <stdexcept>
+#include <thread>
 
+#include "ews/Settings.h"
 #include "pipeline/ItemDescriptor.h"
+#include "pipeline/MailAddressing.h"
+#include "platform/Files.h"
 #include "platform/LineReader.h"
 #include "platform/Paths.h"
 #include "target/CTarnyOutlookHandler.h"
@@ -12,6 +17,13 @@ namespace {
 
 constexpr int kFirstTimeout = 700000;  // ms, large mails on slow lines
 constexpr int kRetryTimeout = 300000;  // ms
+constexpr std::chrono::milliseconds kPauseAfterRetry{1000};
+
+// A server may refuse the request before it reads what mail is in it; only the safe switch knows.
+bool IsTooLarge(const CString& strMessage) {
+  return strMessage.Contains(u"The message exceeds the maximum supported size") ||
+         (ews::Settings().bSafe && strMessage.Contains(u" answered HTTP 413 "));
+}
 
 CString MessageOf(const std::exception& objError) { return CString::FromUtf8(objError.what()); }
 
@@ -80,6 +92,7 @@ int CTarnyOutlookHandler::ImportMail(MailRun& objRun) {
 }
 
 int CTarnyOutlookHandler::SaveMail(MailRun& objRun, ews::EmailMessage& objMail) {
+  CString strMessage;
   try {
     m_objLogManager.WriteLog(u"Email Save in ");
     objMail.Save(m_objWebAccess.m_fldCurrent);
@@ -87,17 +100,54 @@ int CTarnyOutlookHandler::SaveMail(MailRun& objRun, ews::EmailMessage& objMail) 
     EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
   } catch (const std::exception& objError) {
-    const CString strMessage = MessageOf(objError);
-    if (strMessage.Contains(u"index is out of range")) EnterLedgerRow(objRun.strMessageKey);
-    m_objLogManager.WriteLog(u" Catch2 ");
-    m_objLogManager.WriteLog(strMessage);
-    m_objLogManager.WriteLogFile4(objRun.strLogFilepath, strMessage);
-    // A mail that is too large is told as such; there is no smaller form of it to send yet.
-    if (strMessage.Contains(u"The message exceeds the maximum supported size")) {
-      m_objLogManager.WriteLog(u" Find Can not ");
-    }
-    objRun.strErr = strMessage;
-    return kFailure;
+    strMessage = MessageOf(objError);
+  }
+  if (strMessage.Contains(u"index is out of range")) EnterLedgerRow(objRun.strMessageKey);
+  m_objLogManager.WriteLog(u" Catch2 ");
+  m_objLogManager.WriteLog(strMessage);
+  m_objLogManager.WriteLogFile4(objRun.strLogFilepath, strMessage);
+  if (IsTooLarge(strMessage)) {
+    m_objLogManager.WriteLog(u" Find Can not ");
+    if (!SaveReduced(objRun)) return kFailure;
+  }
+  // kept: a mail that was saved in a smaller form is told as too large all the same
+  objRun.strErr = strMessage;
+  return kFailure;
+}
+
+// The mail without its MIME content: its text, what the descriptor says, and the attachments that
+// are files of their own. False when that fails in turn and has told why.
+bool CTarnyOutlookHandler::SaveReduced(MailRun& objRun) {
+  const CString strEml = objRun.strFilePath + u"\\EmlFile.Eml";
+  if (!platform::PathExists(strEml)) return true;
+  if (ews::Settings().bSafe) {
+    Guarded(u"The header of EmlFile.Eml is left out",
+            [&] { FillFromMime(strEml, objRun.objInfo); });
+  }
+  (void)GetHTMLbODY(objRun.strFilePath);  // a mail without a text is saved without one
+  (void)platform::DeleteFileAt(strEml);
+  ews::EmailMessage objMail(m_objWebAccess.m_pService);
+  try {
+    m_objLogManager.WriteLog(u"catch SaveEmailItem in ");
+    const int nFilled = SaveEmailItem(objMail, objRun.strFilePath, &objRun.objInfo);
+    m_objLogManager.WriteLog(u"Catch SaveEmailItem out ");
+    if (nFilled != kSuccess) return true;
+  } catch (const std::exception& objError) {
+    (void)Fail(objRun, u" Catch1 ", objError);
+    return false;
+  }
+  try {
+    m_objLogManager.WriteLog(u"Catch Email Save in ");
+    m_objWebAccess.Service().SetTimeout(kRetryTimeout);
+    objMail.Save(m_objWebAccess.m_fldCurrent);
+    std::this_thread::sleep_for(kPauseAfterRetry);
+    m_objLogManager.WriteLog(u"Catch Email Save out ");
+    EnterLedgerRow(objRun.strMessageKey);
+    return true;
+  } catch (const std::exception& objError) {
+    m_objLogManager.WriteLog(u" 2_Catch2 ");
+    (void)Fail(objRun, MessageOf(objError).GetString(), objError);
+    return false;
   }
 }
 

@@ -49,8 +49,11 @@ class DescriptorLines {
  public:
   const CString& operator[](int nLine) const { return m_arr.at(static_cast<size_t>(nLine)); }
   CString Clean(int nLine) const { return RemoveSlash((*this)[nLine]); }
+  // kept: a label alone, whose last blank is trimmed away, is the value; but for the safe switch
   CString Labelled(int nLine, const char16_t* pszLabel) const {
-    return GetProperStr(pszLabel, Clean(nLine));
+    const CString strLine = Clean(nLine);
+    if (ews::Settings().bSafe && strLine == CString(pszLabel).Trim()) return {};
+    return GetProperStr(pszLabel, strLine);
   }
   const CString& Body() const { return m_strBody; }
   // False for a line that the file does not have.

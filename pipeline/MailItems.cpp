@@ -4,10 +4,12 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
+#include "pipeline/BodySource.h"
 #include "pipeline/ItemDescriptor.h"
 #include "pipeline/ItemProps.h"
 #include "platform/Files.h"
@@ -50,9 +52,23 @@ void SetMimeFromPath(ews::EmailMessage& objMail, const CString& strHtmPath) {
   }
 }
 
-// Readers of a body see it as a terminated string.
+// Readers of a body see it as a terminated string, but for the safe switch.
 void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText) {
-  objItem.SetBody(ews::MessageBody(eType, strText.UpToNul()));
+  const CString strSent = ews::Settings().bSafe ? Sendable(strText.View()) : strText.UpToNul();
+  objItem.SetBody(ews::MessageBody(eType, strSent));
+}
+
+// What stands between the separators of an address line, but for blanks.
+std::vector<CString> EntriesOf(const CString& str) {
+  std::vector<CString> arrEntries;
+  for (int nStart = 0; nStart < str.GetLength();) {
+    const int nFound = str.Find(u';', nStart);
+    const int nEnd = nFound < 0 ? str.GetLength() : nFound;
+    CString strEntry = str.Mid(nStart, nEnd - nStart);
+    if (!strEntry.Trim().IsEmpty()) arrEntries.push_back(strEntry);
+    nStart = nEnd + 1;
+  }
+  return arrEntries;
 }
 
 // True if the file that a path means, links resolved, lies below the work folder.
@@ -170,22 +186,18 @@ void CTarnyOutlookHandler::SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO&
 // Returns true if the body's route needs no further attachments.
 bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
   const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
-  int nLength = 0;
-  if (const CString strPage = strHtmPath + u"Imagech111.html"; platform::PathExists(strPage)) {
-    Log(u" Imagech111.html");
-    const CString strText = GetStringFromFile(strPage, &nLength, /*bDisp=*/false);
-    // One that stays is written anew for the next page. The safe switch keeps it for a second try.
-    if (!ews::Settings().bSafe) (void)platform::DeleteFileAt(strPage);
-    SetBodyText(objMail, ews::BodyType::HTML, strText);
-    SaveImageAttachment(objMail, u"2ImageAttchment.txt");
-    Log(u" RETURN Imagech111.html");
+  const BodySource eSource = FirstBodySource(kBodyFiles, [&](const char16_t* pszFile) {
+    return platform::PathExists(strHtmPath + pszFile);
+  });
+  if (eSource == BodySource::kImagePage) {
+    SetImagePage(objMail, strHtmPath + u"Imagech111.html");
     return true;
   }
-  if (const CString strEml = strHtmPath + u"\\EmlFile.Eml"; platform::PathExists(strEml)) {
+  if (eSource == BodySource::kMime) {
     Log(u" IN \\EmlFile.Eml");
-    SetMimeFromFile(objMail, strEml);
+    SetMimeFromFile(objMail, strHtmPath + u"\\EmlFile.Eml");
     Log(u" OUT \\EmlFile.Eml");
-  } else if (platform::PathExists(strHtmPath + u"ch2111.rtf")) {
+  } else if (eSource == BodySource::kRichText) {
     bool bConverted = false;
     Log(u" IN \\ch2111.rtf");
     Guarded(u" INSIDE catch \\ch2111.rtf", [&] { bConverted = SetRtfBody(objMail, strHtmPath); });
@@ -200,19 +212,41 @@ bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& st
   return false;
 }
 
+void CTarnyOutlookHandler::SetImagePage(ews::EmailMessage& objMail, const CString& strPage) {
+  m_objLogManager.WriteLog(u" Imagech111.html");
+  const CString strText = ReadBodyFile(strPage);
+  // One that stays is written anew for the next page. The safe switch keeps it for a second try.
+  if (!ews::Settings().bSafe) (void)platform::DeleteFileAt(strPage);
+  SetBodyText(objMail, ews::BodyType::HTML, strText);
+  SaveImageAttachment(objMail, u"2ImageAttchment.txt");
+  m_objLogManager.WriteLog(u" RETURN Imagech111.html");
+}
+
 // The bodies that are taken where there is no better one.
 void CTarnyOutlookHandler::SetLastBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
   const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
-  int nLength = 0;
-  if (const CString strTextFile = strHtmPath + u"\\TextFile1.txt";
-      platform::PathExists(strTextFile)) {
+  const BodySource eSource = FirstBodySource(kLastBodyFiles, [&](const char16_t* pszFile) {
+    return platform::PathExists(strHtmPath + pszFile);
+  });
+  if (eSource == BodySource::kText) {
     Log(u" IN \\TextFile1.txt");
-    SetTextBody(objMail, strTextFile);
+    SetTextBody(objMail, strHtmPath + u"\\TextFile1.txt");
     Log(u" OUT \\TextFile1.txt");
-  } else if (const CString strHtml = strHtmPath + u"GARImage.html"; platform::PathExists(strHtml)) {
-    SetBodyText(objMail, ews::BodyType::HTML, GetStringFromFile(strHtml, &nLength, false));
+  } else if (eSource == BodySource::kLastPage) {
+    SetBodyText(objMail, ews::BodyType::HTML, ReadBodyFile(strHtmPath + u"GARImage.html"));
     Log(u"Save fileGARImage.html");
   }
+}
+
+// A file that cannot be read is an empty body; the safe switch has the trace tell.
+CString CTarnyOutlookHandler::ReadBodyFile(const CString& strPath) {
+  constexpr int kUnread = -1;
+  int nLength = kUnread;
+  const CString strText = GetStringFromFile(strPath, &nLength, /*bDisp=*/false);
+  if (nLength == kUnread && ews::Settings().bSafe) {
+    m_objLogManager.WriteLog(CString(u"The body could not be read: ") + strPath);
+  }
+  return strText;
 }
 
 void CTarnyOutlookHandler::SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath) {
@@ -253,12 +287,14 @@ void CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString
   if (auto objReader = platform::WideLineReader::Open(strPath)) {
     CString strLine;
     while (objReader->ReadLine(strLine)) {
+      // kept: a CR in front of the line's end stays, but for the safe switch
+      const bool bDropCr = ews::Settings().bSafe && strLine.View().ends_with(u'\r');
+      if (bDropCr) strLine = strLine.Left(strLine.GetLength() - 1);
       strText += WithoutBodyStops(strLine);
       strText += u"\r\n";
     }
   } else {
-    int nLength = 0;
-    strText = GetStringFromFile(strPath, &nLength, /*bDisp=*/false);
+    strText = ReadBodyFile(strPath);
   }
   m_objLogManager.WriteLog(u"Save file \\TextFile1.txt");
   SetBodyText(objMail, ews::BodyType::Text, strText);
@@ -283,6 +319,10 @@ void CTarnyOutlookHandler::SetToFromBodyCreationDateProrityReadSubject(ews::Item
 
 void CTarnyOutlookHandler::SaveRecipients(CString str,
                                           ews::EmailAddressCollection& emailRecipients) {
+  if (ews::Settings().bSafe) {
+    for (const CString& strEntry : EntriesOf(str)) emailRecipients.Add(GetEmailAddress(strEntry));
+    return;
+  }
   if (str.IsEmpty()) return;
   if (str[str.GetLength() - 1] != u';') str += u';';
   int nStart = 0;
@@ -293,6 +333,10 @@ void CTarnyOutlookHandler::SaveRecipients(CString str,
 }
 
 void CTarnyOutlookHandler::SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees) {
+  if (ews::Settings().bSafe) {
+    for (const CString& strEntry : EntriesOf(str)) emailAttendees.Add(strEntry);
+    return;
+  }
   const auto nEntries = std::ranges::count(str.View(), u';');
   if (nEntries == 0) {
     if (!str.IsEmpty()) emailAttendees.Add(str);

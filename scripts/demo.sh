@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Shows a migration from beginning to end: some forty mails on disk, a mailbox of our own on this
-# machine, and the engine between them. Its folders stay under build/demo; FRESH=1 starts over.
+# Shows a migration from beginning to end: some forty mails on disk, items as a driving program
+# leaves them, two mailboxes of our own on this machine, and the engine between them. Its folders stay under build/demo; FRESH=1 starts over.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -46,6 +46,31 @@ show "$tarny" mailbox show --source --data "$mailbox" "$item"
 say "The same migration again: nothing is sent twice"
 show "$tarny" migrate samples/mail --to "local:$mailbox" --run "$run"
 
+say "Prepared items, as a driving program leaves them: which file a body comes from"
+show "$tarny" item "samples/prepared/Notes archive/rich text" | sed -n '/^\$/p; /"body_route"/,/}/p'
+
+say "Their migration into a mailbox that takes 20,000 bytes: one mail arrives reduced (exit code 1)"
+small=$demo/small
+mkdir -p "$small"
+echo any > "$small/password"
+rm -f "$small/greeting"
+build/bin/mailboxd --data "$small/mailbox" --max-message-size 20000 \
+  --port "$(cat "$small/port" 2> /dev/null || echo 0)" > "$small/greeting" &
+server=$!
+trap 'kill "$server" 2> /dev/null || true' EXIT
+for _ in $(seq 100); do
+  if [ -s "$small/greeting" ] || ! kill -0 "$server" 2> /dev/null; then break; fi
+  sleep 0.1
+done
+url=$(sed -n 's/^mailboxd: listening on //p' "$small/greeting")
+[ -n "$url" ] || exit 1  # mailboxd has said why
+echo "${url##*:}" > "$small/port"
+show "$tarny" migrate samples/prepared --to "$url/EWS/Exchange.asmx" --run "$small/run" \
+  --user demo@example.org --password-file "$small/password" || [ $? = 1 ]
+kill "$server"
+wait "$server" || true
+show "$tarny" mailbox ls --data "$small/mailbox" --items
+
 say "The engine's ledger: what it has saved, by folder"
 show "$tarny" ledger "$run/SQLLiteNew.db"
 
@@ -57,4 +82,5 @@ Everything is under $demo:
   $run/StatusLog.txt         one status line for each item
   $run/TarnyEngine.txt       the engine's trace (UTF-16)
   $run/journal.db            what tarny remembers, so that a run can be stopped and go on
+  $small/                    the same of the prepared items
 END

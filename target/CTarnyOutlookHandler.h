@@ -151,6 +151,28 @@ class CTarnyOutlookHandler {
   // not used. Always "".
   CString DecodeStringEML(CString strTempath, CString strFrom, CString strSubject, CString strDate);
 
+  // ---- Body extraction (body/BodyExtraction.cpp) ----
+
+  // Writes the HTML text of "EmlFile.Eml" to "TextFile1.txt" as plain text, in a folder without a
+  // backslash at its end; a mail without HTML leaves none, nor replaces one that is there. With the
+  // safe switch no character is lost, and plain text counts too. 1 when there is no such mail,
+  // else 0.
+  int GetHTMLbODY(CString strHTMLfile);  // sic
+
+  // ---- Pages in raw messages (body/RawBodies.cpp) ----
+
+  // The transfer encoding and the charset at the top of a raw message, each what it was where none
+  // is named. False where the text needs no decoding.
+  bool GetCharater(CString strFilepath, CString& strEncoding, CString& strcharset);  // sic
+  // Makes "ch111.html", decoded, of the HTML in "ssaa.txt", in a folder that ends in a backslash.
+  // 1 when the end of the page was found. None is there afterwards for a text that names no
+  // charset, or whose page runs into base64. The name is not used.
+  int ExtractHtmlFile(CkMime* mime, CString strFilePath, CString strFileName);
+  // Puts the decoded first part of a message in place of its file. 0 when that cannot be read: it
+  // is "HtmlTemFile.txt" in the same folder then.
+  int DecodeBodyString(CkMime* mime, CString strHTMLPath, CString strFileName);
+  CString DecodeString(CString EnodeString);  // sic; always ""
+
   // ---- Raw messages (body/RawMessages.cpp) ----
 
   // Makes "EmlFile.Eml" of the HTML in "ssaa.txt", in a folder that ends in a backslash. None is
@@ -174,12 +196,15 @@ class CTarnyOutlookHandler {
   int ImportByType(const CString& strFilePath, CString& strErr, const CString& strLogFilepath);
   int ImportMail(MailRun& objRun);
   int SaveMail(MailRun& objRun, ews::EmailMessage& objMail);
+  bool SaveReduced(MailRun& objRun);
   int ImportMailToNewFolder(MailRun& objRun);
   int Fail(MailRun& objRun, const char16_t* pszLogText, const std::exception& objError);
 
   void SetHeader(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);
   void SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);
   bool SetBody(ews::EmailMessage& objMail, const CString& strHtmPath);
+  void SetImagePage(ews::EmailMessage& objMail, const CString& strPage);
+  CString ReadBodyFile(const CString& strPath);
   void SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath);
   bool SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void SetTextBody(ews::EmailMessage& objMail, const CString& strPath);

@@ -5,14 +5,9 @@
 // is on disk before a command returns. For one item the table says what both compute, how long the
 // driver writes its work files, and what a command takes beyond libcurl's request.
 
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <random>
@@ -25,29 +20,22 @@
 #include <curl/curl.h>
 #include <fmt/format.h>
 
+#include "bench/engine/BenchEngine.h"
 #include "charset/LibraryNarrow.h"
 #include "client/run/EngineLogs.h"
-#include "client/run/EngineProcess.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/LedgerLook.h"
-#include "client/run/RunFolder.h"
-#include "client/run/Target.h"
 #include "ews/EmailMessage.h"
 #include "ews/EwsTransport.h"
 #include "ews/ExchangeService.h"
 #include "ews/FolderId.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
-#include "mailboxd/Server.h"
 #include "platform/Paths.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr const char* kUser = "bench@local.example";
-
-void Say(const std::string& line) { fmt::print(stderr, "{}\n", line); }
 
 struct Case {
   std::string_view scheme;
@@ -131,19 +119,6 @@ size_t Append(char* data, size_t size, size_t count, void* text) {
   return size * count;
 }
 
-// Processor time that a clock has counted up to now, in seconds.
-double ProcessorTime(clockid_t clock) {
-  timespec time{};
-  if (clock_gettime(clock, &time) != 0) throw std::runtime_error("no processor time can be read");
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
-clockid_t ClockOf(pid_t pid) {
-  clockid_t clock{};
-  if (clock_getcpuclockid(pid, &clock) != 0) throw std::runtime_error("the engine is gone");
-  return clock;
-}
-
 struct Times {  // seconds, of all mails
   double all = 0;
   double commands = 0;   // from the command, or request, to its result
@@ -212,79 +187,44 @@ Times SendWithEngine(client::EngineProcess& engine, const client::RunFolder& run
   return times;
 }
 
-std::vector<std::string> EngineOptions(const mailbox::Server& server) {
-  std::vector<std::string> options{"--safe", "--autodiscover-url", server.AutodiscoverUrl(),
-                                   "--trust-host", "127.0.0.1"};
-  if (const std::string ca = server.CertificateFile(); !ca.empty()) {
-    options.insert(options.end(), {"--verify-certificates", "--ca-file", ca});
-  }
+mailbox::ServerOptions Options(const Case& size) {
+  mailbox::ServerOptions options;
+  options.https = size.scheme == kHttps;
+  if (size.latency > 0) options.faults.push_back(fmt::format("latency:{}", size.latency));
+  if (!size.kept) options.faults.emplace_back("close:1000000");
   return options;
 }
 
-// A server of its own kind, and an engine that is logged on to it.
-class Bench {
- public:
-  Bench(const std::string& folder, const Case& size)
-      : m_run(folder + "/run"), m_server(Options(folder, size)) {
-    m_server.Start();
-    m_run.TakeOver(Say);
-    m_run.InstallEngine(TARNY_BIN "/TarnyOutlookEngine");
-    m_engine.emplace(m_run, EngineOptions(m_server), std::vector<int>(), Say);
-    client::Target target;
-    target.user = kUser;
-    target.password = "local";
-    ST_FOLDER_INFO inbox;
-    inbox.strFolder = u"Inbox\\";
-    if (!m_engine->Client().Logon(client::LoginRecord(target)) ||
-        m_engine->Client().CreateFolder(inbox) != 1) {
-      throw std::runtime_error("the engine cannot log on");
-    }
-  }
-
-  void Run(const Case& size) {
-    std::vector<std::string> mails;
-    std::vector<std::string> bodies;
-    for (int i = 0; i < size.items; ++i) mails.push_back(MakeMail(size, i));
-    for (const std::string& mail : mails) bodies.push_back(CreateItemBody(mail));
-    const Times curl = SendWithCurl(m_server, bodies);
-    const Times ours = SendWithEngine(*m_engine, m_run, mails, fmt::format("<{}.", size.bytes));
-    const double each = 1000.0 / size.items;  // milliseconds of one item
-    fmt::print("{:>5} {:>4} {:>7} {:>9} {:>5} {:>9.1f} {:>9.1f} {:>6.2f}", size.scheme,
-               size.kept ? "kept" : "new", size.latency, size.bytes, size.items,
-               size.items / ours.all, size.items / curl.all, curl.all / ours.all);
-    fmt::print(" {:>10.3f} {:>10.3f} {:>6.2f} {:>9.2f} {:>9.2f}\n", ours.processor * each,
-               curl.processor * each, ours.processor / curl.processor,
-               (ours.all - ours.commands) * each, (ours.commands - curl.commands) * each);
-    std::fflush(stdout);
-  }
-
- private:
-  static mailbox::ServerOptions Options(const std::string& folder, const Case& size) {
-    mailbox::ServerOptions options;
-    options.dataFolder = folder + "/mailbox";
-    options.https = size.scheme == kHttps;
-    if (size.latency > 0) options.faults.push_back(fmt::format("latency:{}", size.latency));
-    if (!size.kept) options.faults.emplace_back("close:1000000");
-    return options;
-  }
-
-  client::RunFolder m_run;
-  mailbox::Server m_server;
-  std::optional<client::EngineProcess> m_engine;
-};
+void Run(BenchEngine& bench, const Case& size) {
+  std::vector<std::string> mails;
+  std::vector<std::string> bodies;
+  for (int i = 0; i < size.items; ++i) mails.push_back(MakeMail(size, i));
+  for (const std::string& mail : mails) bodies.push_back(CreateItemBody(mail));
+  const Times curl = SendWithCurl(bench.Server(), bodies);
+  const Times ours =
+      SendWithEngine(bench.Engine(), bench.Run(), mails, fmt::format("<{}.", size.bytes));
+  const double each = 1000.0 / size.items;  // milliseconds of one item
+  fmt::print("{:>5} {:>4} {:>7} {:>9} {:>5} {:>9.1f} {:>9.1f} {:>6.2f}", size.scheme,
+             size.kept ? "kept" : "new", size.latency, size.bytes, size.items,
+             size.items / ours.all, size.items / curl.all, curl.all / ours.all);
+  fmt::print(" {:>10.3f} {:>10.3f} {:>6.2f} {:>9.2f} {:>9.2f}\n", ours.processor * each,
+             curl.processor * each, ours.processor / curl.processor,
+             (ours.all - ours.commands) * each, (ours.commands - curl.commands) * each);
+  std::fflush(stdout);
+}
 
 void RunAll(const std::string& folder) {
   fmt::print("{:>5} {:>4} {:>7} {:>9} {:>5} {:>9} {:>9} {:>6} {:>10} {:>10} {:>6} {:>9} {:>9}\n", "",
              "", "latency", "mail", "items", "engine/s", "libcurl/s", "ratio", "engine CPU",
              "curl CPU", "ratio", "files ms", "beyond ms");
-  std::optional<Bench> bench;
+  std::optional<BenchEngine> bench;
   const Case* last = nullptr;
   for (const Case& size : kCases) {
     if (!last || !size.IsOfServer(*last)) {
       bench.reset();
-      bench.emplace(fmt::format("{}/{}", folder, &size - kCases), size);
+      bench.emplace(fmt::format("{}/{}", folder, &size - kCases), Options(size));
     }
-    bench->Run(size);
+    Run(*bench, size);
     last = &size;
   }
 }
@@ -294,16 +234,5 @@ void RunAll(const std::string& folder) {
 int main() {
   mail::installLibraryNarrow();
   curl_global_init(CURL_GLOBAL_DEFAULT);
-  std::string folder = std::filesystem::temp_directory_path() / "tarny-bench-XXXXXX";
-  if (!mkdtemp(folder.data())) return 1;
-  int exitCode = 0;
-  try {
-    RunAll(folder);
-  } catch (const std::exception& error) {
-    fmt::print(stderr, "SendBench: {}\n", error.what());
-    exitCode = 1;
-  }
-  std::error_code ignored;
-  std::filesystem::remove_all(folder, ignored);
-  return exitCode;
+  return RunInFolder("SendBench", RunAll);
 }

@@ -38,6 +38,7 @@ void PlanAsText(const Plan& plan, const std::string& target) {
 void SummaryAsJson(const Summary& summary, const Plan& plan) {
   std::cout << JsonText(nlohmann::json{{"items", summary.total},
                                        {"sent", summary.sent},
+                                       {"arrived_reduced", summary.reduced},
                                        {"there_already", summary.known},
                                        {"failed", summary.failed},
                                        {"not_confirmed", summary.notConfirmed},
@@ -58,6 +59,7 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   PrintProblems("Failed", summary.failures);
   std::cout << fmt::format("{}: {} sent, {} there already, {} failed", ItemCount(summary.total),
                            summary.sent, summary.known, summary.failed);
+  if (summary.reduced) std::cout << fmt::format(", {} arrived reduced", summary.reduced);
   if (summary.notConfirmed) std::cout << fmt::format(", {} not confirmed", summary.notConfirmed);
   if (summary.seen < summary.total) {
     std::cout << fmt::format(", {} not reached", summary.total - summary.seen);

@@ -17,6 +17,9 @@ constexpr char kTraceName[] = "TarnyEngine.txt";
 // A line of its own, written once the server has the mail; a subject that looks like it stands
 // behind its label.
 constexpr std::string_view kSaved = "\n Email Save out \r\n";
+// The same of a mail that was sent again without its MIME content.
+constexpr std::string_view kSavedReduced = "\nCatch Email Save out \r\n";
+constexpr std::string_view kSendsReduced = "\nCatch Email Save in \r\n";
 
 std::string_view WithoutLabel(std::string_view line) {
   for (const std::string_view label : {"Error Message :", "Message :"}) {
@@ -49,7 +52,13 @@ std::string EngineLogs::LastStatus() const {
 }
 
 bool EngineLogs::HasSavedMail() const {
-  return m_trace.Added().find(Units(kSaved)) != std::string::npos;
+  const std::string trace = m_trace.Added();
+  return trace.find(Units(kSaved)) != std::string::npos ||
+         trace.find(Units(kSavedReduced)) != std::string::npos;
+}
+
+bool EngineLogs::SentReduced() const {
+  return m_trace.Added().find(Units(kSendsReduced)) != std::string::npos;
 }
 
 void EngineLogs::Log::Mark() {

@@ -18,6 +18,8 @@ class EngineLogs {
   std::string LastStatus() const;
   // True if the trace tells of a saved mail: the proof for items that get no row in the ledger.
   bool HasSavedMail() const;
+  // True if the trace tells of a mail that left without its MIME content, for want of room there.
+  bool SentReduced() const;
 
  private:
   struct Log {

@@ -108,7 +108,8 @@ void ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item
 Outcome ItemSender::Judge(const Plan::Entry& entry, const LoadedItem& item, int result) {
   const std::string reason = m_logs.LastStatus();
   if (HasArrived(entry, item)) {
-    return {Outcome::Kind::kSent, result == 1 ? std::string() : reason};
+    const bool asExpected = result == 1 || SentReduced();
+    return {Outcome::Kind::kSent, asExpected ? std::string() : reason};
   }
   m_folder.clear();  // a folder that could not be made fails every item until it is asked for again
   if (result == 1) return {Outcome::Kind::kNotConfirmed, WhyNotConfirmed(item)};

@@ -47,6 +47,9 @@ class ItemSender {
   // True if the item has its row or, where it gets none, the trace tells of its save.
   bool HasArrived(const Plan::Entry& entry, const LoadedItem& item);
 
+  // True if the item's last try sent it without its MIME content.
+  bool SentReduced() const { return m_logs.SentReduced(); }
+
   // One try: kSent, kFailed or kNotConfirmed with the text of the engine. The journal knows before
   // the command leaves. Throws platform::EndpointError when the engine ends instead, RunError when
   // it cannot be started, SourceError, WriteError, platform::SqliteError.

@@ -1,18 +1,12 @@
 #include "client/run/ItemWriter.h"
 
 #include <algorithm>
-#include <vector>
-
-#include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include "base/LogNull.h"
-#include "base/StringBuffer.h"
 #include "client/run/Utf16Mail.h"
 #include "client/sources/Mbox.h"
 #include "client/sources/Names.h"
 #include "client/sources/PreparedItem.h"
-#include "mime/header/AttributeReader.h"
 #include "mime/tree/MimeInput.h"
 #include "platform/Unicode.h"
 
@@ -36,39 +30,6 @@ std::string LabelledLine(const std::string& label, const std::string& value) {
   return label + clean + "\r\n";
 }
 
-// Blanks, a separator or brackets within an address would make it another one.
-bool CanStandInList(const std::string& address) {
-  return address.find('@') != std::string::npos &&
-         address.find_first_of("; \t\r\n<>()\"") == std::string::npos;
-}
-
-// So would a separator in a name, quoted or not; a bracket would hide where the address begins, and
-// a label would be taken away.
-bool CanStandBeforeAddress(const std::string& name) {
-  return !name.empty() && name.find_first_of(";<>\r\n") == std::string::npos &&
-         name.find(" : ") == std::string::npos;
-}
-
-// "Name" <address>. In quotes, so that the engine finds the name when it tries again without it.
-std::string PersonText(const mail::MailPerson& person) {
-  if (!CanStandBeforeAddress(person.strName)) return person.strAddress;
-  mail::StringBuffer quoted;
-  mail::appendQuoted(person.strName, quoted);
-  return std::string(quoted.view()) + " <" + person.strAddress + ">";
-}
-
-std::vector<std::string> People(const mail::MailHeader& header, const char* field) {
-  std::vector<std::string> people;
-  for (const mail::MailPerson& person : header.people(field)) {
-    if (CanStandInList(person.strAddress)) people.push_back(PersonText(person));
-  }
-  return people;
-}
-
-std::string AddressList(const mail::MailHeader& header, const char* field) {
-  return fmt::format("{}", fmt::join(People(header, field), ";"));
-}
-
 std::string WithCrLf(std::string bytes) {
   bytes.erase(0, bytes.size() - WithoutFromLine(bytes).size());
   if (bytes.find("\r\n") != std::string::npos) return bytes;
@@ -84,22 +45,12 @@ std::string WithCrLf(std::string bytes) {
 
 }  // namespace
 
-MailDescription::Addressing AddressingOf(const mail::MailHeader& header) {
-  MailDescription::Addressing addressing;
-  if (const auto senders = People(header, "From"); !senders.empty()) addressing.from = senders[0];
-  addressing.to = AddressList(header, "To");
-  addressing.cc = AddressList(header, "Cc");
-  addressing.bcc = AddressList(header, "Bcc");
-  addressing.subject = header.text("Subject");
-  return addressing;
-}
-
 std::string DescriptorText(const MailDescription& mail) {
   std::string text = "EMAIL\r\n";
   text += "\n";
   text += (mail.date.empty() ? "" : "Creation Date : " + mail.date) + "\r\n";
   text += mail.read ? "FALSE\r\n" : "TRUE\r\n";
-  const MailDescription::Addressing& addressing = mail.addressing;
+  const MailAddressing& addressing = mail.addressing;
   text += LabelledLine("From : ", addressing.from) + LabelledLine("To : ", addressing.to) +
           LabelledLine("CC : ", addressing.cc) + LabelledLine("Bcc : ", addressing.bcc) +
           LabelledLine("Subject : ", addressing.subject);

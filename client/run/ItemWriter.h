@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "client/run/WorkFolder.h"
-#include "mime/MailHeader.h"
+#include "pipeline/MailAddressing.h"
 
 namespace client {
 
@@ -15,17 +15,8 @@ struct MailDescription {
   std::string key;   // its key in the ledger
   std::string date;  // as DescriptorDate gives it; empty leaves the dates to the MIME content
   bool read = true;
-  // What is empty is left to the MIME content. A person is "Name" <address> or an address alone;
-  // several have ";" between.
-  struct Addressing {
-    std::string from, to, cc, bcc, subject;
-  };
-  Addressing addressing = {};
+  MailAddressing addressing = {};  // what is empty is left to the MIME content
 };
-
-// What the header says of sender, recipients and subject. A recipient without an address is left
-// out, and so is what would be taken apart on its way: an address with its name, a name alone.
-MailDescription::Addressing AddressingOf(const mail::MailHeader& header);
 
 // The lines of the descriptor, in UTF-8. The importance stays empty: the engine sets only
 // what is not empty, and so the MIME content decides. An empty line has no label: the engine trims

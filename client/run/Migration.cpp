@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include "client/run/NewFile.h"
+#include "client/run/ReducedMail.h"
 #include "client/run/StopRequest.h"
 #include "platform/EndpointClient.h"
 
@@ -73,6 +74,8 @@ Summary Migration::Run(const Plan& plan) {
   std::vector<JournalEntry> doubts;
   try {
     doubts = m_journal.EndedWith(ItemResult::kArrived, kDoubt);
+    std::ranges::move(m_journal.EndedWith(ItemResult::kArrived, kReduced),
+                      std::back_inserter(doubts));
     if (m_setup.adopt) m_adoption.emplace(m_look, plan);
     for (const Plan::Entry& entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
@@ -130,6 +133,7 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     const bool found = m_adoption && m_adoption->Take(entry.item.folder, work.item);
     if (known) return {Outcome::Kind::kKnown, {}};
     outcome = HandleWork(work, found);
+    if (outcome.kind == Outcome::Kind::kSent) TellReduced(work, outcome);
   } catch (const SourceError& error) {
     outcome = {Outcome::Kind::kFailed, error.what()};
   } catch (const WriteError& error) {
@@ -242,6 +246,12 @@ void Migration::TellCopies(const Work& work, Outcome& outcome) {
   if (answer.kind == TargetAnswer::Kind::kThere) {
     outcome.text = Joined(outcome.text, Copies(answer.copies));
   }
+}
+
+void Migration::TellReduced(const Work& work, Outcome& outcome) {
+  if (!m_sender.SentReduced()) return;
+  outcome.text = Joined(ReducedText(work.entry, work.item), outcome.text);
+  ++m_summary.reduced;
 }
 
 Outcome Migration::WithDoubt(const Work& work, Outcome outcome) {

@@ -24,7 +24,8 @@ namespace client {
 struct Summary {
   std::uint64_t total = 0;
   std::uint64_t sent = 0;
-  std::uint64_t known = 0;  // arrived before this run, or the same mail twice in one folder
+  std::uint64_t known = 0;    // arrived before this run, or the same mail twice in one folder
+  std::uint64_t reduced = 0;  // of those sent: without what made them too large for the target
   std::uint64_t failed = 0;
   std::uint64_t notConfirmed = 0;
   std::uint64_t seen = 0;   // items that were looked at before a stop
@@ -33,9 +34,12 @@ struct Summary {
   std::string stopped;  // why the run stopped early; empty when it did not
   std::vector<SourceProblem> failures;
   std::vector<SourceProblem> remarks;  // arrived, with a text
-  std::vector<SourceProblem> doubts;   // of earlier runs: what may be there twice
+  // Of earlier runs: what may be there twice, and what arrived reduced.
+  std::vector<SourceProblem> doubts;
 
-  bool Complete() const { return stopped.empty() && failed == 0 && notConfirmed == 0; }
+  bool Complete() const {
+    return stopped.empty() && failed == 0 && notConfirmed == 0 && reduced == 0;
+  }
 };
 
 // Sends the items of a plan through an engine, one after the other, and makes sure of each: what
@@ -71,6 +75,7 @@ class Migration {
   void TellCopies(const Work& work, Outcome& outcome);
   // Of an item whose outcome stayed open through all tries.
   Outcome GivenUp(Outcome outcome);
+  void TellReduced(const Work& work, Outcome& outcome);
   static Outcome WithDoubt(const Work& work, Outcome outcome);
   // The row of an item that was found in the target; returns a remark where it cannot be entered.
   std::string EnterRow(const Work& work);

@@ -149,10 +149,14 @@ TEST_F(EmlBuilding, PicturesBehindThePageBecomeFiles) {
   EXPECT_EQ(handler.m_arrImagePaths.GetSize(), 2);
   EXPECT_EQ(Read("a1"), "picture");
   EXPECT_EQ(Read("b1"), "picture");
-  // kept: endings count by case, and the part is read past; so are names of other places.
+  // kept: endings count by case, and the part is read past. What is no file's name is listed, and
+  // counts as one that cannot be opened.
+  std::filesystem::create_directory(folder.Work("x"));
   EXPECT_EQ(Extract(Part("c1", "c.PNG") + Part("../d1", "d.png") + Part("..", "d.png") +
-                    Part("x\\e1", "d.png") + Part("f1", "f.gif")),
-            "f1\r\n");
+                    Part(".", "d.png") + Part("", "d.png") + Part("x\\e1", "d.png") +
+                    Part("f1", "f.gif")),
+            "../d1\r\n..\r\n.\r\n\r\nx\\e1\r\nf1\r\n");
+  EXPECT_EQ(Read("f1"), "picture");
   EXPECT_FALSE(Exists("c1") || Exists("../d1") || Exists("x/e1"));
   // A part of another type ends it, and so does the end inside of one.
   EXPECT_EQ(Extract("Content-Type: text/plain\r\n\r\n" + Part("g1", "g.png")).size(), 0u);

@@ -143,6 +143,20 @@ TEST_F(ItemDescriptor, EveryCutOfEveryTypeReadsItsWholeLines) {
   }
 }
 
+TEST_F(ItemDescriptor, ALabelAloneIsNoValueWithTheSafeSwitch) {
+  for (const bool safe : {false, true}) {
+    ews::Settings().bSafe = safe;
+    const ST_EML_INFO info =
+        Parse(u"EMAIL\n2\n\n\nFrom : \r\nTo :\nCC : a@x\nBcc : \nSubject : \nMessageID : 1\n");
+    EXPECT_EQ(info.strFrom, safe ? u"" : u"From :");
+    EXPECT_EQ(info.strTo, safe ? u"" : u"To :");
+    EXPECT_EQ(info.strCc, u"a@x");
+    EXPECT_EQ(info.strBcc, safe ? u"" : u"Bcc :");
+    EXPECT_EQ(info.strSubject, safe ? u"" : u"Subject :");
+  }
+  ews::Settings().bSafe = false;
+}
+
 TEST_F(ItemDescriptor, LeapDayMovesUnlessTheSafeSwitchIsOn) {
   const COleDateTime leap(2024, 2, 29, 10, 20, 30);
   EXPECT_EQ(GetDateTime(leap), (CivilDateTime{2024, 2, 28, 10, 20, 30}));

@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "ews/Settings.h"
+#include "ews/SoapWriter.h"
+#include "pipeline/BodySource.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
@@ -56,6 +58,15 @@ TEST_F(MailItems, AttendeesComeAsTheLoopGivesThem) {
   EXPECT_EQ(Attendees(u"aaaa;b;c;"), (Texts{u"aaaa", u"aaaa"}));
 }
 
+TEST_F(MailItems, SafeAddressLinesLoseNobody) {
+  ews::Settings().bSafe = true;
+  for (const auto& list : {Recipients(u";a;; b ;a; "), Attendees(u";a;; b ;a; ")}) {
+    EXPECT_EQ(list, (Texts{u"a", u"b", u"a"}));
+  }
+  EXPECT_EQ(Recipients(u" ;"), Texts{});
+  EXPECT_EQ(Attendees(u"aaaa;b;c"), (Texts{u"aaaa", u"b", u"c"}));
+}
+
 TEST_F(MailItems, AddressCleanUpFollowsTheFlag) {
   EXPECT_EQ(handler.GetEmailAddress(u"\"A\" <a@x>"), u"\"A\" <a@x>");
   EXPECT_EQ(handler.ReplaceUnicodeCharacters(u"a\x01"), u"a\x01");
@@ -96,6 +107,41 @@ TEST_F(MailItems, RtfThatCannotBeReadGivesWayToTheNextBodyOnlyWithTheSafeSwitch)
   EXPECT_EQ(Fill(), 1);
   ASSERT_TRUE(mail.Body().has_value());
   EXPECT_EQ(mail.Body()->Text(), u"<p>page</p>");
+}
+
+// Whatever lies there under a body's name, the mail is saved with its attachments.
+TEST_F(MailItems, NoBodyFileKeepsAMailFromBeingSaved) {
+  const std::string rtf = "{\\rtf1 a{\\pict\\pngblip 89504e";
+  const std::string garbled = std::string("\xFF\xFE\0\xD8<a", 6) + std::string(70000, '\xDF');
+  const std::string page = "<img src=\"file:///etc/hostname\"><img src=\"../../x.png\">";
+  folder.WriteWork("a.txt", "a");
+  folder.WriteWork("11comtextjjAttach.t", u"a.txt\n");
+  folder.WriteWork("2ImageAttchment.txt", u"a.txt\n");
+  for (const BodyFile& file : kBodyFiles) {
+    const bool mime = file.eSource == BodySource::kMime;  // carries its attachments itself
+    std::string name = CString(file.pszFile).ToUtf8();
+    name.erase(0, name.rfind('\\') + 1);
+    for (const std::string& bytes : {std::string(), garbled, page, rtf, std::string("folder")}) {
+      for (const bool safe : {false, true}) {
+        SCOPED_TRACE(name + (safe ? " safe: " : ": ") + bytes.substr(0, 20));
+        if (bytes == "folder") {
+          std::filesystem::create_directories(folder.Work(name));
+        } else {
+          folder.WriteWork(name, bytes);
+        }
+        ews::Settings().bSafe = safe;
+        ews::EmailMessage filled{nullptr};
+        if (mime && safe && bytes == "folder") {
+          EXPECT_THROW(handler.SaveEmailItem(filled, GetCurrPath(), &info), std::runtime_error);
+        } else {
+          EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+        }
+        EXPECT_EQ(filled.Attachments().Count(), mime ? 0 : 1);
+        EXPECT_TRUE(!safe || !filled.Body() || ews::IsXmlText(filled.Body()->Text()));
+        std::filesystem::remove_all(folder.Work(name));
+      }
+    }
+  }
 }
 
 // Pictures by the dozen, of every form: each is a part, in place of its link.
@@ -177,6 +223,68 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
     EXPECT_THAT(trace.ToUtf8(), testing::HasSubstr(row.lines));
     for (const char* log : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(log));
   }
+}
+
+// The ladder that a mail takes which the server calls too large, by its lines in the trace.
+TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
+  const std::string tooLarge = "The message exceeds the maximum supported size.";
+  const std::string refused = " Catch2 \r\n" + tooLarge + "\r\n Find Can not \r\n";
+  const std::string sent = "Catch SaveEmailItem out \r\nCatch Email Save in \r\n";
+  const struct {
+    std::string eml;
+    std::string second;  // what the server says to the second form; "-" where none is to leave
+    std::string error;
+    std::string lines;
+  } rows[] = {
+      {"Content-Type: text/html\r\n\r\n<p>page</p>", "", tooLarge,
+       sent + "Catch Email Save out \r\n"},
+      {"Content-Type: text/html\r\n\r\n<p>page</p>", "It is full.", "It is full.",
+       sent + " 2_Catch2 \r\nIt is full.\r\n"},
+      {"", "-", tooLarge, refused},
+  };
+  folder.WriteWork("11comtextjj.t", u"EMAIL\n\n\n\n\n\n\n\nSubject : s\nMessageID : 1\n");
+  handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
+  handler.m_objWebAccess.m_pService =
+      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  handler.m_objWebAccess.m_pService->SetUrl(u"https://mail.example.com/EWS");
+  handler.m_objWebAccess.m_fldCurrent = ews::WellKnownFolderName::Inbox;
+  handler.SetAllowDuplicates(false);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.lines);
+    std::filesystem::remove(folder.Work("TextFile1.txt"));
+    if (!row.eml.empty()) folder.WriteWork("EmlFile.Eml", row.eml);
+    m_transport.Push(answers::Error("CreateItem", "ErrorMessageSizeExceeded", tooLarge));
+    if (row.second.empty()) m_transport.Push(answers::Item("I="));
+    if (row.second.size() > 1) {
+      m_transport.Push(answers::Error("CreateItem", "ErrorQuotaExceeded", row.second));
+    }
+    CString error;
+    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+    EXPECT_EQ(error.ToUtf8(), row.error);
+    const std::string log = tooLarge + "\r\r\n";
+    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
+              row.error == tooLarge ? log : log + row.error + "\r\r\n");
+    const std::string trace =
+        CString(test_support::WideText(test_support::ReadAll(folder.File("trace.txt")))).ToUtf8();
+    EXPECT_THAT(trace, testing::HasSubstr(refused));
+    EXPECT_THAT(trace, testing::HasSubstr(row.lines));
+    EXPECT_FALSE(std::filesystem::exists(folder.Work("EmlFile.Eml")));
+    EXPECT_EQ(handler.CheckIfDublicateItemPresent(u"1"), row.second.empty());
+    handler.m_pSqlHandler->ExecuteQuery(u"DELETE FROM MAILBOXINFO");
+    for (const char* name : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(name));
+  }
+  for (const bool safe : {false, true}) {  // refused before the server knew what it was
+    ews::Settings().bSafe = safe;
+    folder.WriteWork("EmlFile.Eml", "From: a@x\r\n\r\ntext");
+    m_transport.Push("", 413);
+    if (safe) m_transport.Push(answers::Item("I="));
+    CString error;
+    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+    EXPECT_THAT(error.ToUtf8(), testing::HasSubstr("413"));
+    EXPECT_EQ(std::filesystem::exists(folder.Work("EmlFile.Eml")), !safe);
+    EXPECT_EQ(handler.CheckIfDublicateItemPresent(u"1"), safe);
+  }
+  EXPECT_THAT(LastBody(), testing::AllOf(testing::HasSubstr("a@x"), testing::HasSubstr("text")));
 }
 
 TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {

@@ -92,7 +92,8 @@ TEST(DriverSample, BringsThreeItemsIntoTheMailboxOnceAndTellsOfTheFourth) {
     const Mailbox mailbox(folder.Path(), {});
     const DriverRun first = RunDriver(folder, mailbox.Url(), items);
     EXPECT_EQ(first.status, 0) << first.text;
-    items.push_back(WriteItem(folder, "refused", "TextFile1.txt", client_test::Wide("x\x0Cy")));
+    items.push_back(WriteItem(folder, "refused", "TextFile1.txt", client_test::Wide("x")));
+    folder.Write("refused/11comtextjj.t", client_test::Wide("EMAIL\n\n\n\n\n\n\n\nx\x0Cy\n<4>\n"));
     const DriverRun second = RunDriver(folder, mailbox.Url(), items);
     EXPECT_EQ(second.status, 1) << second.text;
     EXPECT_NE(second.text.find(items[3] + ": failed\n"), std::string::npos) << second.text;

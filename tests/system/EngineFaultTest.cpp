@@ -185,20 +185,6 @@ TEST_F(EngineFaults, AHundredMegabytesNeedLittleMoreMemoryThanTheirOwn) {
   EXPECT_TRUE(OnlyItem().mime == mime) << "not what was sent";
 }
 
-TEST_F(EngineFaults, AMailBeyondTheServersLimitIsToldAsSuch) {
-  mailbox.emplace(folder.Path(), Lines{"--max-message-size", "5000"});
-  EngineRun& engine = StartIn("A\\");
-  EXPECT_EQ(engine.InsertEml("1", "Subject: x\r\n\r\n" + std::string(20000, 'x')), 0);
-  const std::string message = "The message exceeds the maximum supported size";
-  const std::string trace = engine.Trace();
-  EXPECT_THAT(trace, HasSubstr("Email Save in \r\n Catch2 \r\n" + message));
-  EXPECT_THAT(trace, HasSubstr("\r\n Find Can not \r\n"));
-  EXPECT_THAT(engine.Status(), StartsWith(kFailStatus + message));
-  EXPECT_THAT(engine.RunStatus(), HasSubstr(kFailStatus + message));
-  EXPECT_TRUE(engine.Ledger().empty());
-  EXPECT_EQ(engine.InsertEml("2"), 1);
-}
-
 TEST_F(EngineFaults, EachAnswerOfAServerGoneWrongIsTheStatusOfItsItemAlone) {
   ScriptedServer server;  // goes after the engine: it waits for its connections
   EngineRun engine(folder.Path(), {"--ews-url", server.Url("/EWS/Exchange.asmx")});

@@ -6,6 +6,7 @@
 #include <map>
 #include <thread>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -53,12 +54,28 @@ std::map<std::string, StoredItem> BySubject(const TemporaryFolder& folder) {
   return items;
 }
 
+// Python's reader of mail on files of the folder. The script has read(name), and the folder's path
+// as its argument.
+void ExpectRead(const TemporaryFolder& folder, const std::string& script) {
+  const std::string path = folder.Write("read.py", R"(
+import email, email.policy, re, sys
+def read(name):
+    with open(sys.argv[1] + '/' + name, 'rb') as file:
+        mail = email.message_from_binary_file(file, policy=email.policy.default)
+    assert not mail.defects and not any(part.defects for part in mail.walk())
+    return mail
+)" + script);
+  EXPECT_EQ(std::system(("python3 " + path + " " + folder.Path()).c_str()), 0);
+}
+
+class RichText : public testing::Test, protected EngineSetting {};
+
 TEST(PreparedItems, EachBodyArrivesOnceAsItWasPrepared) {
   const TemporaryFolder folder;
   const std::string samples = TARNY_SOURCE "/samples/prepared/";
   std::filesystem::copy(samples, folder.File("source"), std::filesystem::copy_options::recursive);
-  ASSERT_EQ(SummaryOf(Migrate(folder))["sent"], 3);
-  EXPECT_EQ(LedgerRows(folder), 3);
+  ASSERT_EQ(SummaryOf(Migrate(folder))["sent"], 6);
+  EXPECT_EQ(LedgerRows(folder), 6);
 
   const std::string archive = samples + "Notes archive/";
   struct Case {
@@ -92,7 +109,7 @@ TEST(PreparedItems, EachBodyArrivesOnceAsItWasPrepared) {
       "tarny", {"mailbox", "show", "1", "--data", folder.File("mailbox")}, folder.Path());
   EXPECT_THAT(shown.out, testing::StartsWith("Subject: "));
   const std::map<std::string, StoredItem> items = BySubject(folder);
-  EXPECT_EQ(items.size(), cases.size());
+  EXPECT_EQ(items.size(), 6U);
   for (const Case& expected : cases) {
     SCOPED_TRACE(expected.subject);
     ASSERT_TRUE(items.contains(expected.subject));
@@ -105,7 +122,78 @@ TEST(PreparedItems, EachBodyArrivesOnceAsItWasPrepared) {
   // The source is copied: it stands as it stood.
   EXPECT_FALSE(
       std::filesystem::exists(folder.File("source/Notes archive/image page/Imagech111.html")));
-  EXPECT_EQ(SummaryOf(Migrate(folder))["there_already"], 3);
+  // Two keep a message: the one that came, and the one that was made of rich text.
+  const std::string whole = ReadAll(samples + "GroupWise/whole mail/EmlFile.Eml");
+  const StoredItem& sent = items.at("Whole, with what is in it");
+  EXPECT_TRUE(sent.mime == whole);
+  EXPECT_EQ(sent.info.importance, "High");
+  EXPECT_FALSE(sent.info.isRead);
+  const StoredItem& rich = items.at("Buoys, in rich text with two pictures");
+  EXPECT_TRUE(rich.info.isRead);
+  EXPECT_EQ(rich.info.received, "2024-05-14T16:45:00Z");
+  EXPECT_EQ(rich.attachments, (Files{{"depths.csv", ReadAll(archive + "rich text/depths.csv")}}));
+  folder.Write("rich.eml", rich.mime);
+  ExpectRead(folder, R"py(
+mail = read('rich.eml')
+page, *pictures = mail.iter_parts()
+text = page.get_content()
+assert 'northern buoys' in text and 'caf&#233;' in text and '&#28526;&#27728;' in text, text
+rtf = open(sys.argv[1] + '/source/Notes archive/rich text/ch2111.rtf').read()
+expected = [bytes.fromhex(h) for h in re.findall(r'pichgoal\d+ ([0-9a-f]+)', rtf)]
+assert len(expected) == 2 and [p.get_content() for p in pictures] == expected
+assert re.findall('src="cid:([^"]+)"', text) == [p['Content-ID'][1:-1] for p in pictures]
+)py");
+  EXPECT_EQ(SummaryOf(Migrate(folder))["there_already"], 6);
+}
+
+// Pictures by the dozen, of several types: each is there once, with its bytes, in its place.
+TEST_F(RichText, AMailKeepsAllItsPictures) {
+  const std::string kinds[] = {"\\pngblip 89504e470d0a1a0a", "\\jpegblip ffd8ffe0",
+                               "\\emfblip 01000000"};
+  std::string rtf = "{\\rtf1 first";
+  for (int n = 0; n < 120; ++n) {
+    rtf += fmt::format("{{\\pict{}{:04x}}}", kinds[n % 3], n);
+  }
+  EngineRun& engine = StartIn("R\\");
+  engine.NewMail({.importance = "3", .date = "2024-03-04 08:12:41", .unread = "TRUE"});
+  engine.Work("ch2111.rtf", rtf + " last}");
+  engine.Work("a.bin", std::string("\0\xFF", 2));
+  engine.WorkWide("11comtextjjAttach.t", "a.bin\n");
+  ASSERT_EQ(engine.Insert(), 1) << engine.RunStatus();
+  const StoredItem item = OnlyItem();
+  EXPECT_EQ(item.attachments, (Files{{"a.bin", std::string("\0\xFF", 2)}}));
+  EXPECT_EQ(item.info.importance, "Low");
+  EXPECT_FALSE(item.info.isRead);
+  EXPECT_EQ(item.Property("tag:0xe06"), "2024-03-04T08:12:41Z");
+  folder.Write("rtf.eml", item.mime);
+  folder.Write("rtf", rtf);
+  ExpectRead(folder, R"py(
+mail = read('rtf.eml')
+page, *pictures = mail.iter_parts()
+expected = re.findall(r'blip ([0-9a-f]+)', open(sys.argv[1] + '/rtf').read())
+assert [p.get_payload(decode=True).hex() for p in pictures] == expected and len(expected) == 120
+ids = re.findall('src="cid:([^"]+)"', page.get_content())
+assert ids == [p['Content-ID'][1:-1] for p in pictures] and len(set(ids)) == 120
+)py");
+}
+
+// A page within rich text may name its charset: it is of no mail but its own, in one engine too.
+TEST_F(RichText, AMailIsNotLabelledByTheOneBefore) {
+  EngineRun& engine = StartIn("R\\");
+  const std::string html =
+      "{\\rtf1\\ansi\\fromhtml1{\\*\\htmltag64 <html><head><meta http-equiv=\"Content-Type\" "
+      "content=\"text/html; charset=koi8-r\"></head><body>}one{\\*\\htmltag <p>}"
+      "{\\*\\htmltag64 </body></html>}}";
+  const std::string plain = "{\\rtf1 caf\\'e9 \\u1071?}";
+  for (const std::string& rtf : {plain, html, plain}) {
+    engine.NewMail({});
+    engine.Work("ch2111.rtf", rtf);
+    ASSERT_EQ(engine.Insert(), 1) << engine.RunStatus();
+  }
+  const std::vector<StoredItem> items = Items();
+  ASSERT_EQ(items.size(), 3U);
+  EXPECT_THAT(items[0].mime, HasSubstr("caf&#233; &#1071;"));
+  EXPECT_EQ(items[2].mime, items[0].mime);
 }
 
 TEST(PreparedItems, TheDescriptorsIdIsTheKeyAndAnItemWithoutOneArrivesOnceToo) {
@@ -238,6 +326,17 @@ TEST(TarnyItem, ShowsADescriptorAsJson) {
   EXPECT_EQ(item["created"], "2024-02-29T10:00:00");
   EXPECT_EQ(item["message_id"], "<one@example.com>");
   EXPECT_EQ(item["files"].size(), 2u);
+  EXPECT_EQ(item["body_route"]["route"], "plain text");
+  const auto route = [&] {
+    const Result result = RunProgram("tarny", {"item", folder.File("source/1")}, folder.Path());
+    return nlohmann::json::parse(result.out)["body_route"];
+  };
+  folder.Write("source/1/emlfile.EML", "x");    // found whatever the case, as the engine finds it
+  folder.Write("source/1/ch2111.rtf/in", "x");  // so is a folder, which cannot be read then
+  EXPECT_EQ(route()["file"], "EmlFile.Eml");
+  EXPECT_EQ(route()["not_used"], (nlohmann::json{"ch2111.rtf", "TextFile1.txt"}));
+  folder.Write("source/1/ImageAttchment.txt", "x");
+  EXPECT_EQ(route()["route"], "image page");
   EXPECT_EQ(RunProgram("tarny", {"item", folder.File("source")}, folder.Path()).status, 1);
   EXPECT_EQ(RunProgram("tarny", {"item"}, folder.Path()).status, 2);
 }

@@ -1,0 +1,110 @@
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/LogNull.h"
+#include "body/LibraryText.h"
+#include "body/WorkFileReaders.h"
+#include "ews/Settings.h"
+#include "html/CkHtmlToText.h"
+#include "mime/CkEmail.h"
+#include "mime/email/EmailBuilding.h"
+#include "mime/email/EmailLayout.h"
+#include "platform/Files.h"
+#include "platform/NarrowText.h"
+#include "target/CTarnyOutlookHandler.h"
+
+// What is left of a mail that is too large for the target: its HTML as plain text, which becomes
+// the body of a mail without MIME content.
+namespace {
+
+// kept: what the ANSI page lacks is lost. False when there is no HTML text.
+bool TextOfHtml(const CString& strEml, CString& strText) {
+  CkEmail objEmail;
+  if (!objEmail.LoadEml(LibraryText(strEml).getString()) || !objEmail.HasHtmlBody()) return false;
+  CkHtmlToText objConverter;
+  const char* const pszText = objConverter.toText(objEmail.getHtmlBody());
+  strText = platform::NarrowToWide(pszText == nullptr ? "" : pszText);
+  return true;
+}
+
+// The nodes that the HTML text of a mail lies in.
+std::set<const mail::Email2*> PlacesOfHtml(const mail::Email2& objMail,
+                                           const std::vector<mail::ShownNode>& arrShown) {
+  const auto itHtml = std::ranges::find(arrShown, mail::Role::kHtml, &mail::ShownNode::nRole);
+  std::set<const mail::Email2*> arrPlaces;
+  if (itHtml == arrShown.end()) return arrPlaces;
+  const mail::Email2* pInner = itHtml->objPlaced.pNode;
+  const std::vector<mail::PlacedEmail> arrNodes = mail::nodesOf(objMail);
+  for (auto it = arrNodes.rbegin(); it != arrNodes.rend(); ++it) {  // each behind its parent
+    if (it->pNode != pInner || it->pParent == nullptr) continue;
+    arrPlaces.insert(pInner = it->pParent);
+  }
+  return arrPlaces;
+}
+
+// A body as UTF-8; HTML as the plain text of it.
+std::string TextOf(const mail::ShownNode& objNode) {
+  mail::LogNull objLog;
+  mail::DataBuffer objRoom;
+  std::string strBody(mail::readableText(*objNode.objPlaced.pNode, objRoom, objLog));
+  if (objNode.nRole != mail::Role::kHtml) return strBody;
+  std::ranges::replace(strBody, '\0', ' ');  // at which it would end
+  CkHtmlToText objConverter;
+  objConverter.put_Utf8(true);
+  const char* const pszText = objConverter.toText(strBody.c_str());
+  return pszText == nullptr ? "" : pszText;
+}
+
+// What a reader of mail sees as text, all of it, but for other forms of the HTML text.
+std::string ReadableText(const mail::Email2& objMail) {
+  mail::LogNull objLog;
+  const std::vector<mail::ShownNode> arrShown = mail::layOut(objMail, objLog);
+  const std::set<const mail::Email2*> arrPlaces = PlacesOfHtml(objMail, arrShown);
+  std::string strText;
+  for (const mail::ShownNode& objNode : arrShown) {
+    const mail::Email2* const pParent = objNode.objPlaced.pParent;
+    const bool bOtherForm = objNode.nRole == mail::Role::kText && arrPlaces.contains(pParent) &&
+                            pParent->type().view() == "multipart/alternative";
+    const bool bText = objNode.nRole == mail::Role::kHtml || objNode.nRole == mail::Role::kText;
+    if (!bText || bOtherForm) continue;
+    if (!strText.empty() && !strText.ends_with('\n')) strText += "\r\n";
+    strText += TextOf(objNode);
+  }
+  return strText;
+}
+
+bool SafeText(const CString& strEml, CString& strText) {
+  int nLength = 0;
+  const std::unique_ptr<unsigned char[]> pBytes(GetPureMime(strEml, &nLength));
+  if (!pBytes) return false;
+  mail::LogNull objLog;
+  const auto pMail = mail::buildEmail(
+      {reinterpret_cast<const char*>(pBytes.get()), static_cast<std::size_t>(nLength)},
+      /*bUtf8=*/false, objLog);
+  if (pMail == nullptr) return false;
+  strText = CString::FromUtf8(ReadableText(*pMail));
+  return !strText.IsEmpty();
+}
+
+}  // namespace
+
+int CTarnyOutlookHandler::GetHTMLbODY(CString strHTMLfile) {
+  const CString strEml = strHTMLfile + u"\\EmlFile.Eml";
+  if (!platform::PathExists(strEml)) return kSuccess;
+  // kept: 0 for success too
+  const bool bSafe = ews::Settings().bSafe;
+  CString strText;
+  if (!(bSafe ? SafeText(strEml, strText) : TextOfHtml(strEml, strText))) {
+    if (bSafe) m_objLogManager.WriteLog(u"EmlFile.Eml has no text that can be read");
+    return kFailure;
+  }
+  const CString strTextFile = strHTMLfile + u"\\TextFile1.txt";
+  (void)platform::DeleteFileAt(strTextFile);
+  auto objFile = platform::File::Open(strTextFile, platform::OpenMode::kCreateRead);
+  const bool bWritten = objFile && objFile->Write(strText.View());
+  if (!bWritten && bSafe) m_objLogManager.WriteLog(u"TextFile1.txt could not be written");
+  return kFailure;
+}

@@ -1,0 +1,83 @@
+#include "client/run/ReducedMail.h"
+
+#include <algorithm>
+#include <set>
+#include <vector>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "base/AsciiText.h"
+#include "base/LogNull.h"
+#include "client/run/ItemWriter.h"
+#include "client/sources/PreparedItem.h"
+#include "mime/email/EmailBuilding.h"
+#include "mime/email/EmailLayout.h"
+#include "platform/Unicode.h"
+
+namespace client {
+namespace {
+
+constexpr std::string_view kAttachmentList = "11comtextjjAttach.t";
+
+// A file of a prepared item, found as the engine finds it; empty when it is not there.
+std::string ReadFileOf(const Plan::Entry& entry, const LoadedItem& item, std::string_view wanted) {
+  std::string bytes;
+  for (const std::string& name : item.files.files) {
+    if (!mail::equalsNoCase(name, wanted)) continue;
+    ReadPreparedFile(entry.item.location, name, [&](std::string_view piece) { bytes += piece; });
+    break;
+  }
+  return bytes;
+}
+
+// Names of files that go with the item by themselves.
+std::set<std::string> ListedFiles(const Plan::Entry& entry, const LoadedItem& item) {
+  const std::set<std::string> there(item.files.files.begin(), item.files.files.end());
+  const std::string bytes = ReadFileOf(entry, item, kAttachmentList);
+  std::u16string units;
+  for (std::size_t n = 0; n + 1 < bytes.size(); n += 2) {
+    units += static_cast<char16_t>(static_cast<unsigned char>(bytes[n]) |
+                                   static_cast<unsigned char>(bytes[n + 1]) << 8);
+  }
+  std::set<std::string> listed;
+  const std::string text = platform::Utf16ToUtf8(units);
+  for (std::size_t from = 0; from < text.size();) {
+    const std::size_t end = std::min(text.find_first_of("\r\n", from), text.size());
+    std::string name = text.substr(from, end - from);
+    if (there.contains(name)) listed.insert(std::move(name));
+    from = end + 1;
+  }
+  return listed;
+}
+
+std::vector<std::string> LeftOut(const Plan::Entry& entry, const LoadedItem& item) {
+  const bool prepared = entry.item.prepared;
+  const auto listed = prepared ? ListedFiles(entry, item) : std::set<std::string>();
+  mail::LogNull log;
+  const auto mail = mail::buildEmail(prepared ? ReadFileOf(entry, item, kMimeName) : item.bytes,
+                                     /*bUtf8=*/false, log);
+  std::vector<std::string> names;
+  if (mail == nullptr) return names;
+  for (const mail::ShownNode& node : mail::layOut(*mail, log)) {
+    if (node.nRole != mail::Role::kFile) continue;
+    std::string name(mail::fileNameOf(*node.objPlaced.pNode));
+    if (name.empty()) name = fmt::format("a nameless one ({})", mail::listedType(node));
+    if (!listed.contains(name)) names.push_back(std::move(name));
+  }
+  return names;
+}
+
+}  // namespace
+
+std::string ReducedText(const Plan::Entry& entry, const LoadedItem& item) {
+  std::string text = fmt::format("{}: the target takes no mail of its size", kReduced);
+  try {
+    const std::vector<std::string> names = LeftOut(entry, item);
+    return names.empty() ? text : fmt::format("{}; left out: {}", text, fmt::join(names, ", "));
+  } catch (const SourceError& error) {
+    return fmt::format("{}; what was left out cannot be told: {}", text, error.what());
+  }
+}
+
+}  // namespace client
