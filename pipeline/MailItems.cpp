@@ -58,6 +58,10 @@ void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText
   objItem.SetBody(ews::MessageBody(eType, strSent));
 }
 
+auto ExistsBelow(const CString& strHtmPath) {
+  return [&](const char16_t* pszFile) { return platform::PathExists(strHtmPath + pszFile); };
+}
+
 // What stands between the separators of an address line, but for blanks.
 std::vector<CString> EntriesOf(const CString& str) {
   std::vector<CString> arrEntries;
@@ -186,9 +190,7 @@ void CTarnyOutlookHandler::SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO&
 // Returns true if the body's route needs no further attachments.
 bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
   const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
-  const BodySource eSource = FirstBodySource(kBodyFiles, [&](const char16_t* pszFile) {
-    return platform::PathExists(strHtmPath + pszFile);
-  });
+  const BodySource eSource = FirstBodySource(kBodyFiles, ExistsBelow(strHtmPath));
   if (eSource == BodySource::kImagePage) {
     SetImagePage(objMail, strHtmPath + u"Imagech111.html");
     return true;
@@ -225,9 +227,7 @@ void CTarnyOutlookHandler::SetImagePage(ews::EmailMessage& objMail, const CStrin
 // The bodies that are taken where there is no better one.
 void CTarnyOutlookHandler::SetLastBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
   const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
-  const BodySource eSource = FirstBodySource(kLastBodyFiles, [&](const char16_t* pszFile) {
-    return platform::PathExists(strHtmPath + pszFile);
-  });
+  const BodySource eSource = FirstBodySource(kLastBodyFiles, ExistsBelow(strHtmPath));
   if (eSource == BodySource::kText) {
     Log(u" IN \\TextFile1.txt");
     SetTextBody(objMail, strHtmPath + u"\\TextFile1.txt");

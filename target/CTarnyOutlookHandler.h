@@ -99,9 +99,10 @@ class CTarnyOutlookHandler {
   void SetToFromBodyCreationDateProrityReadSubject(ews::Item& pobjCkEmail,  // sic
                                                    COleDateTime date, CString strSubject,
                                                    bool bRead);
-  // Entries end in ";"; an empty entry ends the list.
+  // Entries end in ";". kept, but for the safe switch: an empty entry ends the list.
   void SaveRecipients(CString str, ews::EmailAddressCollection& emailRecipients);
-  // kept: the last entry found is added twice, and a text behind the last ";" is lost.
+  // kept, but for the safe switch: the last entry found is added twice, and a text behind the last
+  // ";" is lost.
   void SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees);
   CString GetEmailAddress(CString str);
   void SaveImageAttachment(ews::EmailMessage& pobjCkEmail, CString strImageFile);

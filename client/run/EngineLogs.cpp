@@ -61,6 +61,16 @@ bool EngineLogs::SentReduced() const {
   return m_trace.Added().find(Units(kSendsReduced)) != std::string::npos;
 }
 
+bool EngineLogs::EndedReduced() const {
+  constexpr std::uintmax_t kTail = 1 << 16;  // bytes: the steps of one item take fewer
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(m_trace.path, error);
+  if (error) return false;
+  const std::string tail = Log{m_trace.path, size < kTail ? 0 : size - kTail}.Added();
+  const std::size_t item = tail.rfind(Units("\nImportItem_0\r\n"));
+  return item != std::string::npos && tail.find(Units(kSendsReduced), item) != std::string::npos;
+}
+
 void EngineLogs::Log::Mark() {
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(path, error);

@@ -20,6 +20,8 @@ class EngineLogs {
   bool HasSavedMail() const;
   // True if the trace tells of a mail that left without its MIME content, for want of room there.
   bool SentReduced() const;
+  // The same of the last item in the whole trace.
+  bool EndedReduced() const;
 
  private:
   struct Log {

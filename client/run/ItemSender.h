@@ -49,6 +49,8 @@ class ItemSender {
 
   // True if the item's last try sent it without its MIME content.
   bool SentReduced() const { return m_logs.SentReduced(); }
+  // The same of the last item of all runs.
+  bool EndedReduced() const { return m_logs.EndedReduced(); }
 
   // One try: kSent, kFailed or kNotConfirmed with the text of the engine. The journal knows before
   // the command leaves. Throws platform::EndpointError when the engine ends instead, RunError when

@@ -72,6 +72,7 @@ Summary Migration::Run(const Plan& plan) {
   m_summary = {};
   m_summary.total = plan.entries.size();
   std::vector<JournalEntry> doubts;
+  m_endedReduced = m_sender.EndedReduced();
   try {
     doubts = m_journal.EndedWith(ItemResult::kArrived, kDoubt);
     std::ranges::move(m_journal.EndedWith(ItemResult::kArrived, kReduced),
@@ -132,8 +133,9 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     // What stands for it in the target stands for no other.
     const bool found = m_adoption && m_adoption->Take(entry.item.folder, work.item);
     if (known) return {Outcome::Kind::kKnown, {}};
+    const bool cutOff = m_endedReduced && m_journal.OpenFor(entry.item.folder, work.item.key);
     outcome = HandleWork(work, found);
-    if (outcome.kind == Outcome::Kind::kSent) TellReduced(work, outcome);
+    TellReduced(work, cutOff, outcome);
   } catch (const SourceError& error) {
     outcome = {Outcome::Kind::kFailed, error.what()};
   } catch (const WriteError& error) {
@@ -248,8 +250,9 @@ void Migration::TellCopies(const Work& work, Outcome& outcome) {
   }
 }
 
-void Migration::TellReduced(const Work& work, Outcome& outcome) {
-  if (!m_sender.SentReduced()) return;
+void Migration::TellReduced(const Work& work, bool cutOff, Outcome& outcome) {
+  const bool sent = outcome.kind == Outcome::Kind::kSent && m_sender.SentReduced();
+  if (!sent && !(outcome.kind == Outcome::Kind::kKnown && cutOff)) return;
   outcome.text = Joined(ReducedText(work.entry, work.item), outcome.text);
   ++m_summary.reduced;
 }

@@ -25,7 +25,7 @@ struct Summary {
   std::uint64_t total = 0;
   std::uint64_t sent = 0;
   std::uint64_t known = 0;    // arrived before this run, or the same mail twice in one folder
-  std::uint64_t reduced = 0;  // of those sent: without what made them too large for the target
+  std::uint64_t reduced = 0;  // arrived without what made them too large for the target
   std::uint64_t failed = 0;
   std::uint64_t notConfirmed = 0;
   std::uint64_t seen = 0;   // items that were looked at before a stop
@@ -75,7 +75,8 @@ class Migration {
   void TellCopies(const Work& work, Outcome& outcome);
   // Of an item whose outcome stayed open through all tries.
   Outcome GivenUp(Outcome outcome);
-  void TellReduced(const Work& work, Outcome& outcome);
+  // An item that was sent, or is known although `cutOff` an earlier run that had reduced it.
+  void TellReduced(const Work& work, bool cutOff, Outcome& outcome);
   static Outcome WithDoubt(const Work& work, Outcome outcome);
   // The row of an item that was found in the target; returns a remark where it cannot be entered.
   std::string EnterRow(const Work& work);
@@ -99,7 +100,8 @@ class Migration {
   UnknownOutcome m_unknown;
   std::string m_lastFailure;  // that can end a run, without its digits
   int m_failuresInARow = 0;
-  bool m_gaveUp = false;  // on the last item that was sent
+  bool m_gaveUp = false;        // on the last item that was sent
+  bool m_endedReduced = false;  // the last item of the runs before arrived so, if it arrived
   Summary m_summary;
 };
 

@@ -1,5 +1,8 @@
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -107,6 +110,32 @@ TEST_F(ReducedMail, ARunTellsWhatWasLeftOutAndALaterOneSendsNothing) {
   ASSERT_EQ(again["doubts"].size(), 2U);
   EXPECT_EQ(again["doubts"][0]["text"], remark);
   EXPECT_EQ(Items().size(), 3U);
+}
+
+// Between the save of a reduced mail and its row the engine waits a second.
+TEST_F(ReducedMail, ARunThatIsCutOffLeavesTheTellingToTheNext) {
+  mailbox.emplace(folder.Path(), kLimit);
+  folder.Write("source/1.eml", LargeMail("1", kPage));
+  const Lines arguments = ServerArguments(folder, std::stoi(mailbox->Port()));
+  {
+    Program tarny("tarny", arguments, folder.Path());
+    const std::string step = test_support::WideBytes(u"Catch Email Save in ");
+    while (!tarny.TryWait() &&
+           test_support::ReadAll(folder.File("run/TarnyEngine.txt")).find(step) ==
+               std::string::npos) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    tarny.Signal(SIGKILL);
+    tarny.Wait();
+  }
+  const nlohmann::json next = SummaryOf(RunProgram("tarny", arguments, folder.Path()), 1);
+  EXPECT_EQ(next["sent"], 0);
+  EXPECT_EQ(next["arrived_reduced"], 1);
+  ASSERT_EQ(next["remarks"].size(), 1U);
+  EXPECT_THAT(next["remarks"][0]["text"].get<std::string>(), HasSubstr("left out: plan.pdf"));
+  EXPECT_EQ(Items().size(), 1U);
+  EXPECT_EQ(LedgerRows(folder), 1);
+  EXPECT_EQ(SummaryOf(RunProgram("tarny", arguments, folder.Path()))["arrived_reduced"], 0);
 }
 
 // Without an id there is no row: the trace proves the save.
