@@ -12,6 +12,7 @@
 
 #include "client/run/NewFile.h"
 #include "client/run/StopRequest.h"
+#include "ews/ServiceException.h"
 #include "platform/EndpointClient.h"
 
 namespace client {
@@ -24,7 +25,6 @@ constexpr int kMostDeaths = 2;  // of the engine, on one item
 constexpr int kMostTries = 6;   // to send one item whose outcome is open again and again
 constexpr std::chrono::minutes kFreshDoubt{10};  // an older one is over, however slow its server
 constexpr int kMostFailuresInARow = 20;          // with the same text
-constexpr const char* kDoubt = "may be there twice: the target could not be asked";
 
 // Failures of the way to the server, as the engine words them; the server's own answers are not.
 bool IsConnectionFailure(const std::string& text) {
@@ -38,19 +38,19 @@ std::string WithoutDigits(std::string text) {
 }
 
 std::string Joined(const std::string& text, const std::string& more) {
-  return text.empty() || more.empty() ? text + more : text + "; " + more;
+  return text.empty() || more.empty() ? text + more : ews::WithoutStop(text) + "; " + more;
 }
 
-std::string Copies(std::size_t copies) {
-  if (copies < 2) return {};
-  return copies == 2 ? "it is there twice" : fmt::format("it is there {} times", copies);
+// ", up to 3 times"; empty for once.
+std::string UpTo(std::size_t times) {
+  return times < 2 ? std::string() : ", up to " + TimesText(times);
 }
 
-ItemResult ResultOf(const Outcome& outcome) {
+// wasSent: there was a try that a slow server may still carry out, whatever became of a later one.
+ItemResult ResultOf(const Outcome& outcome, bool wasSent) {
   if (outcome.Arrived()) return ItemResult::kArrived;
   if (outcome.kind == Outcome::Kind::kNotConfirmed) return ItemResult::kNotConfirmed;
-  const bool open = outcome.kind == Outcome::Kind::kUnknown || LeavesOutcomeOpen(outcome.text);
-  return open ? ItemResult::kUnknown : ItemResult::kFailed;
+  return wasSent ? ItemResult::kUnknown : ItemResult::kFailed;
 }
 
 }  // namespace
@@ -65,22 +65,24 @@ Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep on
       m_loader(m_journal, m_ledger, m_setup.target.Login()),
       m_sender(m_setup, m_journal, m_ledger, say),
       m_look(m_setup.target),
-      m_unknown(m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()) {}
+      m_unknown(m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()),
+      m_late(m_unknown) {}
 
 Summary Migration::Run(const Plan& plan) {
   m_summary = {};
   m_summary.total = plan.entries.size();
   std::vector<JournalEntry> doubts;
   try {
-    doubts = m_journal.EndedWith(ItemResult::kArrived, kDoubt);
+    doubts = m_journal.EndedWith(ItemResult::kArrived, kCouldNotAsk);
     if (m_setup.adopt) m_adoption.emplace(m_look, plan);
     for (const Plan::Entry& entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
       if (!m_summary.stopped.empty()) break;
       const Outcome outcome = Handle(entry);
       if (outcome.kind != Outcome::Kind::kLeft) Note(entry, outcome);
-      m_summary.stopped = StopReason(outcome);
+      m_summary.stopped = StopReason(entry, outcome);
     }
+    LookForLateCopies();
     std::ranges::move(StillUnknown(plan), std::back_inserter(doubts));
   } catch (const platform::SqliteError& error) {
     m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
@@ -119,7 +121,7 @@ std::vector<JournalEntry> Migration::StillUnknown(const Plan& plan) {
 }
 
 Outcome Migration::Handle(const Plan::Entry& entry) {
-  Work work{entry, {}, {}, {}};
+  Work work(entry);
   Outcome outcome;
   try {
     work.item = ItemLoader::Load(entry);
@@ -138,19 +140,26 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     outcome = {Outcome::Kind::kFailed, "is too large for the memory here"};
   }
   outcome = WithDoubt(work, std::move(outcome));
+  TellCopies(work, outcome);
   Keep(work, outcome);
   return outcome;
 }
 
 Outcome Migration::HandleWork(Work& work, bool found) {
   m_sender.Mark();
+  const auto open = m_journal.OpenFor(work.entry.item.folder, work.item.key);
+  const bool isOld = open && open->since >= kFreshDoubt;
+  if (open) work.sent = static_cast<std::size_t>(open->tries);
+  if (open && !isOld) work.toFinish = TimeToFinish({});
   // A row without a journal entry: an earlier run was cut off between the two.
   if (m_sender.HasArrived(work.entry, work.item)) return {Outcome::Kind::kKnown, {}};
   if (found) return {Outcome::Kind::kKnown, EnterRow(work)};
-  const auto open = m_journal.OpenFor(work.entry.item.folder, work.item.key);
-  const std::chrono::seconds time = open && *open < kFreshDoubt ? TimeToFinish({}) : 0s;
   Outcome outcome;
-  if (Settle(work, Outcome::Kind::kKnown, time, outcome)) return outcome;
+  if (Settle(work, Outcome::Kind::kKnown, outcome)) return outcome;
+  if (isOld && work.notAsked.empty()) {
+    m_journal.Forget(work.entry.item.folder, work.item.key);
+    work.sent = 0;
+  }
   return SendUntilSettled(work);
 }
 
@@ -159,18 +168,22 @@ Outcome Migration::SendUntilSettled(Work& work) {
   int deaths = 0;
   std::chrono::seconds pause = 0s;
   for (int tries = 1;; ++tries) {
+    const bool wasBlind = !work.notAsked.empty();
+    const auto begun = std::chrono::steady_clock::now();
     const OpenEnd end = Try(work, outcome);
     if (end == OpenEnd::kNone) {
-      if (outcome.kind == Outcome::Kind::kSent && tries > 1) TellCopies(work, outcome);
       m_gaveUp = false;
       return outcome;
     }
-    const auto workedOn = std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::steady_clock::now() - work.begun);
+    work.toFinish = TimeToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::steady_clock::now() - begun));
     Outcome settled;
-    if (Settle(work, Outcome::Kind::kSent, TimeToFinish(workedOn), settled)) return settled;
+    if (Settle(work, Outcome::Kind::kSent, settled)) return settled;
     if (end == OpenEnd::kEngine && ++deaths == kMostDeaths) return outcome;
-    if (tries == kMostTries) return GivenUp(std::move(outcome));
+    // Unseen, each further try may be one copy more. The one that is left is not spent at once.
+    const bool isBlind = !work.notAsked.empty();
+    if (tries == kMostTries || (wasBlind && isBlind)) return GivenUp(std::move(outcome));
+    if (isBlind) pause = std::max(pause, TimeToFinish({}));
     if (!WaitFor(pause)) return {Outcome::Kind::kLeft, "asked to stop"};
     pause = pause == 0s ? 1s : pause * 2;
   }
@@ -185,7 +198,6 @@ Outcome Migration::GivenUp(Outcome outcome) {
 }
 
 Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
-  work.begun = std::chrono::steady_clock::now();
   try {
     outcome = m_sender.SendOnce(work.entry, work.item);
   } catch (const platform::EndpointError&) {
@@ -193,20 +205,23 @@ Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
     m_say(fmt::format("The engine ended in the middle of {} ({}).", work.entry.name, end));
     outcome = {Outcome::Kind::kFailed,
                fmt::format("the engine ended twice on this item ({})", end)};
+    if (m_journal.OpenFor(work.entry.item.folder, work.item.key)) ++work.sent;
     if (m_sender.HasArrived(work.entry, work.item)) outcome = {Outcome::Kind::kSent, {}};
     // One that waited for its server ends with the run.
     if (!outcome.Arrived() && StopRequested()) outcome.kind = Outcome::Kind::kLeft;
     return outcome.kind == Outcome::Kind::kFailed ? OpenEnd::kEngine : OpenEnd::kNone;
   }
+  const bool isOpen = LeavesOutcomeOpen(outcome.text);
+  if (outcome.kind != Outcome::Kind::kFailed || isOpen) ++work.sent;
   if (outcome.kind != Outcome::Kind::kFailed) return OpenEnd::kNone;
-  if (LeavesOutcomeOpen(outcome.text)) return OpenEnd::kServer;
+  if (isOpen) return OpenEnd::kServer;
   if (EndsRun(outcome.text)) outcome.kind = Outcome::Kind::kLeft;
   return OpenEnd::kNone;
 }
 
-bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds time,
-                       Outcome& outcome) {
+bool Migration::Settle(Work& work, Outcome::Kind there, Outcome& outcome) {
   const std::string& folder = work.entry.item.folder;
+  const std::chrono::seconds time = work.toFinish.value_or(0s);
   if (!m_journal.OpenFor(folder, work.item.key)) return false;
   if (time > TimeToFinish({})) {
     m_say(fmt::format("{}: its answer is lost; looking for it in the target, for up to {} s",
@@ -221,7 +236,8 @@ bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds tim
       const char* how = there == Outcome::Kind::kSent
                             ? "found in the target: its answer was lost"
                             : "found in the target: an earlier run could not tell";
-      outcome = {there, Joined(Joined(how, Copies(answer.copies)), EnterRow(work))};
+      work.shown = answer.copies;
+      outcome = {there, Joined(how, EnterRow(work))};
       return true;
     }
     case TargetAnswer::Kind::kNotAsked:
@@ -230,30 +246,56 @@ bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds tim
     case TargetAnswer::Kind::kUnreachable: {
       const bool ends = EndsRun(answer.reason) || StopRequested();
       outcome = {ends ? Outcome::Kind::kLeft : Outcome::Kind::kUnknown,
-                 "it may have arrived, and the target could not be asked: " + answer.reason};
+                 fmt::format("it may have arrived{}, and {}: {}", UpTo(work.sent), kCouldNotAsk,
+                             answer.reason)};
       return true;
     }
   }
   return false;
 }
 
-void Migration::TellCopies(const Work& work, Outcome& outcome) {
-  const TargetAnswer answer = m_unknown.AskOnce(work.entry.item.folder, work.item);
-  if (answer.kind == TargetAnswer::Kind::kThere) {
-    outcome.text = Joined(outcome.text, Copies(answer.copies));
+void Migration::TellCopies(Work& work, Outcome& outcome) {
+  if (!outcome.Arrived() || !work.notAsked.empty()) return;
+  if (!work.shown && work.sent > 1) {
+    const TargetAnswer answer = m_unknown.AskOnce(work.entry.item.folder, work.item);
+    work.shown = std::max<std::size_t>(answer.copies, 1);
   }
+  if (!work.shown) return;
+  outcome.text = Joined(outcome.text, CopiesText(*work.shown));
+  if (*work.shown >= work.sent || !work.toFinish) return;
+  LoadedItem names;
+  names.key = work.item.key;
+  names.ledgerKey = work.item.ledgerKey;
+  names.messageId = work.item.messageId;
+  m_late.Watch({work.entry.name, EntryOf(work, outcome), std::move(names), work.sent, *work.shown},
+               *work.toFinish);
+}
+
+void Migration::LookForLateCopies() {
+  const bool ask = m_summary.stopped.empty();
+  const auto left = std::chrono::ceil<std::chrono::seconds>(m_late.TimeLeft());
+  if (ask && left > 0s) {
+    m_say(fmt::format("Looking in {} s for what may have come late of {} sent more than once.",
+                      left.count(), m_late.Count()));
+  }
+  m_late.Look(ask, [&](const LateCopies::Item& item, const std::string& remark) {
+    m_summary.remarks.push_back({item.name, remark});
+    JournalEntry entry = item.entry;
+    entry.text = Joined(entry.text, remark);
+    m_journal.StoreFound(entry);
+  });
 }
 
 Outcome Migration::WithDoubt(const Work& work, Outcome outcome) {
-  if (work.notAsked.empty() || outcome.kind == Outcome::Kind::kLeft) return outcome;
-  const std::string reason = " (" + work.notAsked + ")";
-  if (outcome.kind != Outcome::Kind::kFailed) {
-    outcome.text = Joined(outcome.text, kDoubt + reason);
+  if (work.notAsked.empty()) return outcome;
+  if (outcome.Arrived() || outcome.kind == Outcome::Kind::kNotConfirmed) {
+    outcome.text = Joined(outcome.text, DoubtText(work.sent, work.notAsked));
     return outcome;
   }
-  return {
-      Outcome::Kind::kUnknown,
-      Joined(outcome.text, "it may have arrived before: the target could not be asked") + reason};
+  outcome.text = Joined(outcome.text, fmt::format("it may have arrived before{}: {} ({})",
+                                                  UpTo(work.sent), kCouldNotAsk, work.notAsked));
+  if (outcome.kind == Outcome::Kind::kFailed) outcome.kind = Outcome::Kind::kUnknown;
+  return outcome;
 }
 
 std::string Migration::EnterRow(const Work& work) {
@@ -267,11 +309,21 @@ std::string Migration::EnterRow(const Work& work) {
   }
 }
 
+JournalEntry Migration::EntryOf(const Work& work, const Outcome& outcome) {
+  return {work.entry.item.location,
+          work.entry.item.folder,
+          work.item.hash,
+          work.item.key,
+          ResultOf(outcome, work.sent > 0),
+          outcome.text};
+}
+
 void Migration::Keep(const Work& work, const Outcome& outcome) {
-  if (outcome.kind == Outcome::Kind::kLeft) return;
-  const JournalEntry entry{work.entry.item.location, work.entry.item.folder,
-                           work.item.hash,           work.item.key,
-                           ResultOf(outcome),        outcome.text};
+  if (outcome.kind == Outcome::Kind::kLeft) {
+    if (work.sent == 0) m_journal.Forget(work.entry.item.folder, work.item.key);
+    return;
+  }
+  const JournalEntry entry = EntryOf(work, outcome);
   // What was found there is found again should the entry be lost.
   outcome.kind == Outcome::Kind::kKnown ? m_journal.StoreFound(entry) : m_journal.Store(entry);
 }
@@ -299,13 +351,13 @@ void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
   m_onStep({m_summary.seen, m_summary.total, entry.name, line, !outcome.Arrived()});
 }
 
-std::string Migration::StopReason(const Outcome& outcome) {
+std::string Migration::StopReason(const Plan::Entry& entry, const Outcome& outcome) {
   if (m_setup.localMailbox) {
     if (const std::optional<std::string> end = m_setup.localMailbox->Ended()) {
       return fmt::format("the local mailbox ended ({})", *end);
     }
   }
-  if (outcome.kind == Outcome::Kind::kLeft) return outcome.text;
+  if (outcome.kind == Outcome::Kind::kLeft) return entry.name + ": " + outcome.text;
   if (outcome.kind == Outcome::Kind::kKnown) return {};  // says nothing about what comes
   const bool unproved = outcome.kind == Outcome::Kind::kNotConfirmed;
   if (!unproved && (outcome.Arrived() || !IsConnectionFailure(outcome.text))) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "client/run/Target.h"
 #include "ews/FindItems.h"
@@ -29,6 +30,8 @@ class TargetLook {
   // empty one. A folder that is not there holds none.
   void Find(const std::string& folder, const CString& key, const CString& messageId,
             const Take& take);
+  // The same for items that carry one of those keys.
+  void FindKeys(const std::string& folder, const std::vector<CString>& keys, const Take& take);
   // Hands over every item of the folder.
   void List(const std::string& folder, const Take& take);
 
@@ -37,6 +40,8 @@ class TargetLook {
   std::optional<ews::FolderId> FolderAt(const std::string& path);
   std::optional<ews::FolderId> ChildOf(const ews::FolderId& parent, const CString& name);
   void Page(const std::string& folder, const ews::SearchFilter* filter, const Take& take);
+  bool PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter, const Take& take,
+                   bool toTheEnd);
 
   const Target& m_target;
   std::shared_ptr<ews::ExchangeService> m_service;
