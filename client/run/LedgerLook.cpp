@@ -46,6 +46,16 @@ bool LedgerLook::HasRow(std::string_view folder, std::string_view key, std::stri
   }
 }
 
+bool LedgerLook::HasRows() {
+  try {
+    Open();
+    return m_database.Prepare("SELECT 1 FROM MAILBOXINFO LIMIT 1").Step();
+  } catch (const platform::SqliteError&) {
+    m_database.Close();
+    return false;
+  }
+}
+
 std::size_t LedgerLook::RowsOfId(std::string_view folder, std::string_view messageId,
                                  std::string_view ownKey, std::string_view login) {
   if (messageId.empty()) return 0;

@@ -25,6 +25,9 @@ class LedgerLook {
   // nothing is proved then.
   bool HasRow(std::string_view folder, std::string_view key, std::string_view login);
 
+  // True if any item has its row; false as above.
+  bool HasRows();
+
   // How many rows mails of that message id have in the folder, besides the one with ownKey: the
   // first under the id itself, each other under a key made of it. 0 where HasRow would prove
   // nothing.
