@@ -8,8 +8,10 @@
 
 namespace client {
 
-void LateCopies::Watch(Item item, std::chrono::seconds time) {
-  m_due = std::max(m_due, ews::Transport().Now() + std::max(time, kLate));
+void LateCopies::Watch(Item item, const LostTry& lost) {
+  const auto due = lost.at + std::max(lost.toFinish, kLate);
+  if (due <= ews::Transport().Now()) return;
+  m_due = std::max(m_due, due);
   m_items.push_back(std::move(item));
 }
 

@@ -12,6 +12,12 @@
 
 namespace client {
 
+// A try whose answer was lost: when, and how long a server may go on with it.
+struct LostTry {
+  std::chrono::steady_clock::time_point at;
+  std::chrono::seconds toFinish;
+};
+
 // Items that were sent again since an answer was lost, and of which the target shows fewer than
 // were sent: what its server makes of the first may come when the second has long arrived. They are
 // looked for once more, when no server can be at work on them any longer.
@@ -27,8 +33,9 @@ class LateCopies {
 
   explicit LateCopies(UnknownOutcome& unknown) : m_unknown(unknown) {}  // which must outlive this
 
-  // From now on, a server may be at work on it for that time, or for kLate where that is longer.
-  void Watch(Item item, std::chrono::seconds time);
+  // A server may be at work on the last try for its time, or for kLate where that is longer. An
+  // item whose time is over already has been looked for late enough.
+  void Watch(Item item, const LostTry& lost);
   static constexpr std::chrono::seconds kLate{15};
 
   std::size_t Count() const { return m_items.size(); }

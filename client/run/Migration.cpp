@@ -12,6 +12,7 @@
 
 #include "client/run/NewFile.h"
 #include "client/run/StopRequest.h"
+#include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
 #include "platform/EndpointClient.h"
 
@@ -95,6 +96,10 @@ Summary Migration::Run(const Plan& plan) {
 }
 
 void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
+  // What an error kept from being looked for.
+  m_late.Look(/*ask=*/false, [&](const LateCopies::Item& item, const std::string& remark) {
+    m_summary.remarks.push_back({item.name, remark});
+  });
   m_ledger.Close();  // before the engine, which tidies up only when it is the last one
   m_rows.Close();
   m_sender.Close();
@@ -150,7 +155,7 @@ Outcome Migration::HandleWork(Work& work, bool found) {
   const auto open = m_journal.OpenFor(work.entry.item.folder, work.item.key);
   const bool isOld = open && open->since >= kFreshDoubt;
   if (open) work.sent = static_cast<std::size_t>(open->tries);
-  if (open && !isOld) work.toFinish = TimeToFinish({});
+  if (open && !isOld) work.lost = {ews::Transport().Now() - open->since, TimeToFinish({})};
   // A row without a journal entry: an earlier run was cut off between the two.
   if (m_sender.HasArrived(work.entry, work.item)) return {Outcome::Kind::kKnown, {}};
   if (found) return {Outcome::Kind::kKnown, EnterRow(work)};
@@ -169,17 +174,21 @@ Outcome Migration::SendUntilSettled(Work& work) {
   std::chrono::seconds pause = 0s;
   for (int tries = 1;; ++tries) {
     const bool wasBlind = !work.notAsked.empty();
-    const auto begun = std::chrono::steady_clock::now();
+    const auto begun = ews::Transport().Now();
     const OpenEnd end = Try(work, outcome);
     if (end == OpenEnd::kNone) {
       m_gaveUp = false;
       return outcome;
     }
-    work.toFinish = TimeToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::steady_clock::now() - begun));
+    const auto now = ews::Transport().Now();
+    work.lost = {now,
+                 TimeToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(now - begun))};
     Outcome settled;
     if (Settle(work, Outcome::Kind::kSent, settled)) return settled;
-    if (end == OpenEnd::kEngine && ++deaths == kMostDeaths) return outcome;
+    if (end == OpenEnd::kEngine && ++deaths == kMostDeaths) {
+      outcome.text += ", twice";
+      return outcome;
+    }
     // Unseen, each further try may be one copy more. The one that is left is not spent at once.
     const bool isBlind = !work.notAsked.empty();
     if (tries == kMostTries || (wasBlind && isBlind)) return GivenUp(std::move(outcome));
@@ -203,8 +212,7 @@ Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
   } catch (const platform::EndpointError&) {
     const std::string end = m_sender.DescribeEnd();
     m_say(fmt::format("The engine ended in the middle of {} ({}).", work.entry.name, end));
-    outcome = {Outcome::Kind::kFailed,
-               fmt::format("the engine ended twice on this item ({})", end)};
+    outcome = {Outcome::Kind::kFailed, fmt::format("the engine ended on this item ({})", end)};
     if (m_journal.OpenFor(work.entry.item.folder, work.item.key)) ++work.sent;
     if (m_sender.HasArrived(work.entry, work.item)) outcome = {Outcome::Kind::kSent, {}};
     // One that waited for its server ends with the run.
@@ -221,7 +229,7 @@ Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
 
 bool Migration::Settle(Work& work, Outcome::Kind there, Outcome& outcome) {
   const std::string& folder = work.entry.item.folder;
-  const std::chrono::seconds time = work.toFinish.value_or(0s);
+  const std::chrono::seconds time = work.lost ? work.lost->toFinish : 0s;
   if (!m_journal.OpenFor(folder, work.item.key)) return false;
   if (time > TimeToFinish({})) {
     m_say(fmt::format("{}: its answer is lost; looking for it in the target, for up to {} s",
@@ -262,21 +270,23 @@ void Migration::TellCopies(Work& work, Outcome& outcome) {
   }
   if (!work.shown) return;
   outcome.text = Joined(outcome.text, CopiesText(*work.shown));
-  if (*work.shown >= work.sent || !work.toFinish) return;
+  if (*work.shown >= work.sent || !work.lost) return;
   LoadedItem names;
   names.key = work.item.key;
   names.ledgerKey = work.item.ledgerKey;
   names.messageId = work.item.messageId;
   m_late.Watch({work.entry.name, EntryOf(work, outcome), std::move(names), work.sent, *work.shown},
-               *work.toFinish);
+               *work.lost);
 }
 
 void Migration::LookForLateCopies() {
   const bool ask = m_summary.stopped.empty();
   const auto left = std::chrono::ceil<std::chrono::seconds>(m_late.TimeLeft());
   if (ask && left > 0s) {
-    m_say(fmt::format("Looking in {} s for what may have come late of {} sent more than once.",
-                      left.count(), m_late.Count()));
+    m_say(
+        fmt::format("Sent more than once since answers were lost: {}; looking in {} s for what "
+                    "came late",
+                    m_late.Count(), left.count()));
   }
   m_late.Look(ask, [&](const LateCopies::Item& item, const std::string& remark) {
     m_summary.remarks.push_back({item.name, remark});
@@ -292,8 +302,10 @@ Outcome Migration::WithDoubt(const Work& work, Outcome outcome) {
     outcome.text = Joined(outcome.text, DoubtText(work.sent, work.notAsked));
     return outcome;
   }
-  outcome.text = Joined(outcome.text, fmt::format("it may have arrived before{}: {} ({})",
-                                                  UpTo(work.sent), kCouldNotAsk, work.notAsked));
+  const std::string doubt =
+      work.sent < 2 ? "it may have arrived before" : "it may be there" + UpTo(work.sent);
+  outcome.text =
+      Joined(outcome.text, fmt::format("{}: {} ({})", doubt, kCouldNotAsk, work.notAsked));
   if (outcome.kind == Outcome::Kind::kFailed) outcome.kind = Outcome::Kind::kUnknown;
   return outcome;
 }

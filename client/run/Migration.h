@@ -60,8 +60,7 @@ class Migration {
     std::optional<std::size_t> shown;  // how often the target has it
     // Why the target could not be asked after a try that may have been carried out.
     std::string notAsked;
-    // How long a server may be at work on what was sent; nothing where none can be any longer.
-    std::optional<std::chrono::seconds> toFinish;
+    std::optional<LostTry> lost;  // the last one; nothing where no server can be at it any longer
   };
   // Where a try ends without saying what became of it.
   enum class OpenEnd { kNone, kServer, kEngine };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <stdexcept>
 #include <string_view>
 #include <unordered_set>
 
@@ -25,6 +26,16 @@ constexpr int kMostReadings = 5;  // of a folder that others take items out of a
 constexpr auto kTokenUse = std::chrono::minutes(45);  // of the hour that a token is good for
 
 bool EqualName(CString a, CString b) { return a.MakeUpper() == b.MakeUpper(); }
+
+// What fails in there is told with the folder's name.
+template <typename Work>
+auto Named(const std::string& folder, Work work) {
+  try {
+    return work();
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("the target's folder " + folder + " cannot be read: " + error.what());
+  }
+}
 
 // As the engine goes in a group's mailbox.
 ews::FolderId GroupFolder(const std::string& path, const Target& target) {
@@ -106,7 +117,7 @@ bool TargetLook::PageThrough(const ews::FolderId& folder, const ews::SearchFilte
 }
 
 std::string TargetLook::Identity(const std::string& folder) {
-  const std::optional<ews::FolderId> id = FolderAt(folder);
+  const auto id = Named(folder, [&] { return FolderAt(folder); });
   return id ? id->ToString().ToUtf8() : folder;
 }
 
@@ -133,6 +144,8 @@ void TargetLook::FindKeys(const std::string& folder, const std::vector<CString>&
   Page(folder, &any, take);
 }
 
-void TargetLook::List(const std::string& folder, const Take& take) { Page(folder, nullptr, take); }
+void TargetLook::List(const std::string& folder, const Take& take) {
+  Named(folder, [&] { Page(folder, nullptr, take); });
+}
 
 }  // namespace client

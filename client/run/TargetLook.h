@@ -16,7 +16,8 @@ namespace client {
 // Looks at what the target holds, with requests of our own beside the engine's, and makes nothing
 // there. Folders are paths as the engine gets them, in UTF-8, and lead to the folders that the
 // engine would save into. ews::Settings() must hold the engine's options. Every function throws
-// std::runtime_error with the reason when the target cannot be asked.
+// std::runtime_error with the reason when the target cannot be asked; Identity and List name the
+// folder, too.
 class TargetLook {
  public:
   explicit TargetLook(const Target& target) : m_target(target) {}  // which must outlive this
