@@ -9,6 +9,7 @@
 #include "client/commands/MigrateOutput.h"
 #include "client/commands/ProblemList.h"
 #include "client/commands/TargetLogon.h"
+#include "client/run/FilledTarget.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/LocalMailbox.h"
 #include "client/run/Migration.h"
@@ -30,6 +31,11 @@ void RequireSupported(const Plan& plan, Console& console) {
       fmt::format("{} of the prepared items are no mail, which is not supported yet; nothing was "
                   "sent. Move them out of the source to send the rest",
                   plan.unsupported.size()));
+}
+
+// Either of the two is enough to send nothing twice.
+bool KnowsNothing(Journal& journal, const RunFolder& run) {
+  return journal.IsNew() && !LedgerLook(run.File(std::string(kLedgerName))).HasRows();
 }
 
 // On a terminal only what failed gets a line, above the bar.
@@ -71,6 +77,10 @@ int Migrate(MigrateOptions& options, Console& console) {
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;
   RequireLogon(options.target, engineOptions, run, IsBound(journal), waits, say);
+  if (!options.adopt && !options.noAdopt && KnowsNothing(journal, run)) {
+    TargetLook look(options.target);
+    RequireNotFilled(look, plan, say);
+  }
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);
 

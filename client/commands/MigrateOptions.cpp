@@ -70,6 +70,10 @@ void DescribeSending(CLI::App& app, MigrateOptions& options, Purpose purpose) {
       "--adopt", options.adopt,
       "First read what the target's folders hold, and send nothing that is there: for a new run "
       "folder on a target that was filled before, or sources that moved"));
+  flags.push_back(
+      app.add_flag("--no-adopt", options.noAdopt,
+                   "Send all that a new run folder does not know, though the target holds it")
+          ->excludes(flags.back()));
   if (purpose == Purpose::kMigrate) return;
   for (CLI::Option* flag : flags) flag->group("");  // known, and not told
 }

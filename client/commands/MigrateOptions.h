@@ -30,6 +30,7 @@ struct MigrateOptions {
   bool dryRun = false;
   bool fromMime = false;
   bool adopt = false;
+  bool noAdopt = false;
   bool json = false;
   EngineSetup engine;
 };

@@ -81,11 +81,12 @@ int Verify(MigrateOptions& options, Console& console) {
   RunFolder run(options.run);
   run.TakeOver(say);  // what an engine still sends is waited for
   Journal journal(run.File("journal.db"));
-  RequireSameRun(journal, IdentityOf(options.sources, options.target), run, /*adopt=*/true);
+  const std::string had = RequireSameMailbox(journal, options.target, run);
+  if (!had.empty()) say(fmt::format("The migration went to the {}.", had));
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   ServerWaits waits;
   RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()), run,
-               IsBound(journal), waits, say);
+               IsBound(journal) && had.empty(), waits, say);
   TargetLook look(options.target);
   Verification verification(
       look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });

@@ -1,7 +1,5 @@
 #include "client/run/Adoption.h"
 
-#include <stdexcept>
-
 #include "client/run/MailKey.h"
 #include "client/run/RunFolder.h"
 #include "client/run/StopRequest.h"
@@ -11,15 +9,11 @@ namespace client {
 TargetIndex ReadTargetFolder(TargetLook& look, const std::string& folder, const OwnKeys& own,
                              const TargetLook::Take& alsoTo) {
   TargetIndex index;
-  try {
-    look.List(folder, [&](const ews::FoundItem& found) {
-      const bool isOwn = own.contains(TargetIndex::DigestOf(found.strKey.ToUtf8()));
-      index.Add(found, isOwn ? TargetIndex::ById::kNo : TargetIndex::ById::kYes);
-      if (alsoTo) alsoTo(found);
-    });
-  } catch (const std::runtime_error& error) {
-    throw std::runtime_error("the target's folder " + folder + " cannot be read: " + error.what());
-  }
+  look.List(folder, [&](const ews::FoundItem& found) {
+    const bool isOwn = own.contains(TargetIndex::DigestOf(found.strKey.ToUtf8()));
+    index.Add(found, isOwn ? TargetIndex::ById::kNo : TargetIndex::ById::kYes);
+    if (alsoTo) alsoTo(found);
+  });
   return index;
 }
 

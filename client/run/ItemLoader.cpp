@@ -2,7 +2,6 @@
 
 #include "client/run/ItemWriter.h"
 #include "client/run/MailKey.h"
-#include "ews/SoapWriter.h"
 #include "mime/MailHeader.h"
 #include "platform/CString.h"
 #include "platform/Sha256.h"
@@ -10,12 +9,11 @@
 namespace client {
 namespace {
 
-// As it stands in a mailbox; empty for one that no request can carry.
-std::string SearchableId(const std::string& messageId) {
+// As it stands in a mailbox.
+std::string Trimmed(const std::string& messageId) {
   CString id = CString::FromUtf8(messageId);
   id.Trim();
-  const bool usable = id.GetLength() <= static_cast<int>(kMaxKey) && ews::IsXmlText(id);
-  return usable ? id.ToUtf8() : std::string();
+  return id.ToUtf8();
 }
 
 std::string IdOfPrepared(const std::string& location) {
@@ -43,7 +41,7 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
 void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
   item.id = entry.item.prepared ? IdOfPrepared(entry.item.location)
                                 : mail::MailHeader(item.bytes).text("Message-ID");
-  item.messageId = SearchableId(item.id);
+  item.messageId = Trimmed(item.id);
   const bool asItStands = entry.item.prepared && !item.id.empty();
   item.key = ContentKey(asItStands ? item.id : MailKey(item.id, item.hash), item.hash);
 }

@@ -14,7 +14,8 @@ constexpr std::string_view kSchema =
     "CREATE TABLE IF NOT EXISTS claim (folder TEXT NOT NULL, key TEXT NOT NULL,"
     " hash TEXT NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS begun (folder TEXT NOT NULL, key TEXT NOT NULL,"
-    " time TEXT NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
+    " time TEXT NOT NULL, tries INTEGER NOT NULL DEFAULT 1, PRIMARY KEY (folder, key))"
+    " WITHOUT ROWID;"
     // A trigger, so that an item's result and the end of its doubt are one write to the disk.
     "CREATE TRIGGER IF NOT EXISTS item_settled AFTER INSERT ON item WHEN NEW.result IN (0, 1)"
     " BEGIN DELETE FROM begun WHERE folder = NEW.folder AND key = NEW.key; END;";
@@ -35,6 +36,10 @@ platform::SqliteStatement InsertOf(platform::SqliteDatabase& database, const Jou
 Journal::Journal(const std::string& path) : m_database(path) {
   m_database.Execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;");
   m_database.Execute(kSchema);
+  if (m_database.Prepare("SELECT 1 FROM pragma_table_info('begun') WHERE name = 'tries'").Step()) {
+    return;
+  }
+  m_database.Execute("ALTER TABLE begun ADD COLUMN tries INTEGER NOT NULL DEFAULT 1");
 }
 
 std::optional<std::string> Journal::Property(std::string_view name) {
@@ -68,10 +73,23 @@ void Journal::Store(const JournalEntry& entry) {
 
 void Journal::StoreFound(const JournalEntry& entry) { InsertOf(m_database, entry).Run(); }
 
+bool Journal::IsNew() {
+  return !m_database.Prepare("SELECT 1 FROM item UNION ALL SELECT 1 FROM begun LIMIT 1").Step();
+}
+
 void Journal::Begin(std::string_view folder, std::string_view key) {
-  RunDurably(m_database.Prepare("INSERT OR REPLACE INTO begun VALUES (?1, ?2, datetime('now'))")
+  RunDurably(m_database
+                 .Prepare("INSERT INTO begun (folder, key, time) VALUES (?1, ?2, datetime('now'))"
+                          " ON CONFLICT DO UPDATE SET time = datetime('now'), tries = tries + 1")
                  .Bind(1, folder)
                  .Bind(2, key));
+}
+
+void Journal::Forget(std::string_view folder, std::string_view key) {
+  m_database.Prepare("DELETE FROM begun WHERE folder = ?1 AND key = ?2")
+      .Bind(1, folder)
+      .Bind(2, key)
+      .Run();
 }
 
 // The sync at the end of a write-ahead log takes along all that was written to it before.
@@ -81,13 +99,13 @@ void Journal::RunDurably(platform::SqliteStatement& statement) {
   m_database.Execute("PRAGMA synchronous=NORMAL");
 }
 
-std::optional<std::chrono::seconds> Journal::OpenFor(std::string_view folder,
+std::optional<Journal::OpenOutcome> Journal::OpenFor(std::string_view folder,
                                                      std::string_view key) {
   platform::SqliteStatement query = m_database.Prepare(
-      "SELECT strftime('%s', 'now') - strftime('%s', time) FROM begun"
+      "SELECT strftime('%s', 'now') - strftime('%s', time), tries FROM begun"
       " WHERE folder = ?1 AND key = ?2");
   if (!query.Bind(1, folder).Bind(2, key).Step()) return std::nullopt;
-  return std::chrono::seconds(query.Int(0));
+  return OpenOutcome{std::chrono::seconds(query.Int(0)), static_cast<int>(query.Int(1))};
 }
 
 std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view part) {

@@ -47,12 +47,19 @@ class Journal {
   // The same, and not durable: for what was not sent, but found where it would be found again.
   void StoreFound(const JournalEntry& entry);
 
+  // True if no command ever left.
+  bool IsNew();
   // Says that a command about the item with that key in that folder is about to leave. Until a
   // result is stored that says what became of it, by this run or a later one, its outcome is open.
   // Durable.
   void Begin(std::string_view folder, std::string_view key);
-  // How long ago a command about it left, while its outcome is open.
-  std::optional<std::chrono::seconds> OpenFor(std::string_view folder, std::string_view key);
+  struct OpenOutcome {
+    std::chrono::seconds since{0};  // the last command left
+    int tries = 0;                  // commands that left
+  };
+  std::optional<OpenOutcome> OpenFor(std::string_view folder, std::string_view key);
+  // Nothing came of what was begun, and nothing will. Not durable.
+  void Forget(std::string_view folder, std::string_view key);
 
   // What came to that result with a text that holds that part, by source.
   std::vector<JournalEntry> EndedWith(ItemResult result, std::string_view part);

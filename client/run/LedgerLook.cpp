@@ -46,8 +46,18 @@ bool LedgerLook::HasRow(std::string_view folder, std::string_view key, std::stri
   }
 }
 
+bool LedgerLook::HasRows() {
+  try {
+    Open();
+    return m_database.Prepare("SELECT 1 FROM MAILBOXINFO LIMIT 1").Step();
+  } catch (const platform::SqliteError&) {
+    m_database.Close();
+    return false;
+  }
+}
+
 std::size_t LedgerLook::RowsOfId(std::string_view folder, std::string_view messageId,
-                                 std::string_view login) {
+                                 std::string_view ownKey, std::string_view login) {
   if (messageId.empty()) return 0;
   try {
     Open();
@@ -56,9 +66,10 @@ std::size_t LedgerLook::RowsOfId(std::string_view folder, std::string_view messa
     ++behind.back();  // the first text that is greater than all that begin so
     platform::SqliteStatement query = m_database.Prepare(
         "SELECT count(*) FROM MAILBOXINFO WHERE (MESSAGE_ID = ?1 OR"
-        " (MESSAGE_ID >= ?4 AND MESSAGE_ID < ?5)) AND +FOLDERNAME = ?2 AND +TARGET = ?3");
+        " (MESSAGE_ID >= ?4 AND MESSAGE_ID < ?5)) AND +FOLDERNAME = ?2 AND +TARGET = ?3"
+        " AND +MESSAGE_ID <> ?6");
     query.Bind(1, messageId).Bind(2, LedgerFolder(folder)).Bind(3, login);
-    query.Bind(4, repeated).Bind(5, behind).Step();
+    query.Bind(4, repeated).Bind(5, behind).Bind(6, ownKey).Step();
     return static_cast<std::size_t>(query.Int(0));
   } catch (const platform::SqliteError&) {
     m_database.Close();

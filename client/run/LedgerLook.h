@@ -25,9 +25,14 @@ class LedgerLook {
   // nothing is proved then.
   bool HasRow(std::string_view folder, std::string_view key, std::string_view login);
 
-  // How many rows mails of that message id have in the folder: the first under the id itself, each
-  // other under a key made of it. 0 where HasRow would prove nothing.
-  std::size_t RowsOfId(std::string_view folder, std::string_view messageId, std::string_view login);
+  // True if any item has its row; false as above.
+  bool HasRows();
+
+  // How many rows mails of that message id have in the folder, besides the one with ownKey: the
+  // first under the id itself, each other under a key made of it. 0 where HasRow would prove
+  // nothing.
+  std::size_t RowsOfId(std::string_view folder, std::string_view messageId, std::string_view ownKey,
+                       std::string_view login);
 
   // Why the ledger cannot be read or written just now, for people; empty when it can, or is not
   // there yet. Waits up to 1 s for a lock. Changes nothing.

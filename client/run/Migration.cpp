@@ -13,6 +13,8 @@
 #include "client/run/NewFile.h"
 #include "client/run/ReducedMail.h"
 #include "client/run/StopRequest.h"
+#include "ews/EwsTransport.h"
+#include "ews/ServiceException.h"
 #include "platform/EndpointClient.h"
 
 namespace client {
@@ -25,7 +27,6 @@ constexpr int kMostDeaths = 2;  // of the engine, on one item
 constexpr int kMostTries = 6;   // to send one item whose outcome is open again and again
 constexpr std::chrono::minutes kFreshDoubt{10};  // an older one is over, however slow its server
 constexpr int kMostFailuresInARow = 20;          // with the same text
-constexpr const char* kDoubt = "may be there twice: the target could not be asked";
 
 // Failures of the way to the server, as the engine words them; the server's own answers are not.
 bool IsConnectionFailure(const std::string& text) {
@@ -39,19 +40,19 @@ std::string WithoutDigits(std::string text) {
 }
 
 std::string Joined(const std::string& text, const std::string& more) {
-  return text.empty() || more.empty() ? text + more : text + "; " + more;
+  return text.empty() || more.empty() ? text + more : ews::WithoutStop(text) + "; " + more;
 }
 
-std::string Copies(std::size_t copies) {
-  if (copies < 2) return {};
-  return copies == 2 ? "it is there twice" : fmt::format("it is there {} times", copies);
+// ", up to 3 times"; empty for once.
+std::string UpTo(std::size_t times) {
+  return times < 2 ? std::string() : ", up to " + TimesText(times);
 }
 
-ItemResult ResultOf(const Outcome& outcome) {
+// wasSent: there was a try that a slow server may still carry out, whatever became of a later one.
+ItemResult ResultOf(const Outcome& outcome, bool wasSent) {
   if (outcome.Arrived()) return ItemResult::kArrived;
   if (outcome.kind == Outcome::Kind::kNotConfirmed) return ItemResult::kNotConfirmed;
-  const bool open = outcome.kind == Outcome::Kind::kUnknown || LeavesOutcomeOpen(outcome.text);
-  return open ? ItemResult::kUnknown : ItemResult::kFailed;
+  return wasSent ? ItemResult::kUnknown : ItemResult::kFailed;
 }
 
 }  // namespace
@@ -66,7 +67,8 @@ Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep on
       m_loader(m_journal, m_ledger, m_setup.target.Login()),
       m_sender(m_setup, m_journal, m_ledger, say),
       m_look(m_setup.target),
-      m_unknown(m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()) {}
+      m_unknown(m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()),
+      m_late(m_unknown) {}
 
 Summary Migration::Run(const Plan& plan) {
   m_summary = {};
@@ -74,7 +76,7 @@ Summary Migration::Run(const Plan& plan) {
   std::vector<JournalEntry> doubts;
   m_endedReduced = m_sender.EndedReduced();
   try {
-    doubts = m_journal.EndedWith(ItemResult::kArrived, kDoubt);
+    doubts = m_journal.EndedWith(ItemResult::kArrived, kCouldNotAsk);
     std::ranges::move(m_journal.EndedWith(ItemResult::kArrived, kReduced),
                       std::back_inserter(doubts));
     if (m_setup.adopt) m_adoption.emplace(m_look, plan);
@@ -83,8 +85,9 @@ Summary Migration::Run(const Plan& plan) {
       if (!m_summary.stopped.empty()) break;
       const Outcome outcome = Handle(entry);
       if (outcome.kind != Outcome::Kind::kLeft) Note(entry, outcome);
-      m_summary.stopped = StopReason(outcome);
+      m_summary.stopped = StopReason(entry, outcome);
     }
+    LookForLateCopies();
     std::ranges::move(StillUnknown(plan), std::back_inserter(doubts));
   } catch (const platform::SqliteError& error) {
     m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
@@ -97,6 +100,10 @@ Summary Migration::Run(const Plan& plan) {
 }
 
 void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
+  // What an error kept from being looked for.
+  m_late.Look(/*ask=*/false, [&](const LateCopies::Item& item, const std::string& remark) {
+    m_summary.remarks.push_back({item.name, remark});
+  });
   m_ledger.Close();  // before the engine, which tidies up only when it is the last one
   m_rows.Close();
   m_sender.Close();
@@ -123,7 +130,7 @@ std::vector<JournalEntry> Migration::StillUnknown(const Plan& plan) {
 }
 
 Outcome Migration::Handle(const Plan::Entry& entry) {
-  Work work{entry, {}, {}, {}};
+  Work work(entry);
   Outcome outcome;
   try {
     work.item = ItemLoader::Load(entry);
@@ -144,19 +151,26 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     outcome = {Outcome::Kind::kFailed, "is too large for the memory here"};
   }
   outcome = WithDoubt(work, std::move(outcome));
+  TellCopies(work, outcome);
   Keep(work, outcome);
   return outcome;
 }
 
 Outcome Migration::HandleWork(Work& work, bool found) {
   m_sender.Mark();
+  const auto open = m_journal.OpenFor(work.entry.item.folder, work.item.key);
+  const bool isOld = open && open->since >= kFreshDoubt;
+  if (open) work.sent = static_cast<std::size_t>(open->tries);
+  if (open && !isOld) work.lost = {ews::Transport().Now() - open->since, TimeToFinish({})};
   // A row without a journal entry: an earlier run was cut off between the two.
   if (m_sender.HasArrived(work.entry, work.item)) return {Outcome::Kind::kKnown, {}};
   if (found) return {Outcome::Kind::kKnown, EnterRow(work)};
-  const auto open = m_journal.OpenFor(work.entry.item.folder, work.item.key);
-  const std::chrono::seconds time = open && *open < kFreshDoubt ? TimeToFinish({}) : 0s;
   Outcome outcome;
-  if (Settle(work, Outcome::Kind::kKnown, time, outcome)) return outcome;
+  if (Settle(work, Outcome::Kind::kKnown, outcome)) return outcome;
+  if (isOld && work.notAsked.empty()) {
+    m_journal.Forget(work.entry.item.folder, work.item.key);
+    work.sent = 0;
+  }
   return SendUntilSettled(work);
 }
 
@@ -165,18 +179,26 @@ Outcome Migration::SendUntilSettled(Work& work) {
   int deaths = 0;
   std::chrono::seconds pause = 0s;
   for (int tries = 1;; ++tries) {
+    const bool wasBlind = !work.notAsked.empty();
+    const auto begun = ews::Transport().Now();
     const OpenEnd end = Try(work, outcome);
     if (end == OpenEnd::kNone) {
-      if (outcome.kind == Outcome::Kind::kSent && tries > 1) TellCopies(work, outcome);
       m_gaveUp = false;
       return outcome;
     }
-    const auto workedOn = std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::steady_clock::now() - work.begun);
+    const auto now = ews::Transport().Now();
+    work.lost = {now,
+                 TimeToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(now - begun))};
     Outcome settled;
-    if (Settle(work, Outcome::Kind::kSent, TimeToFinish(workedOn), settled)) return settled;
-    if (end == OpenEnd::kEngine && ++deaths == kMostDeaths) return outcome;
-    if (tries == kMostTries) return GivenUp(std::move(outcome));
+    if (Settle(work, Outcome::Kind::kSent, settled)) return settled;
+    if (end == OpenEnd::kEngine && ++deaths == kMostDeaths) {
+      outcome.text += ", twice";
+      return outcome;
+    }
+    // Unseen, each further try may be one copy more. The one that is left is not spent at once.
+    const bool isBlind = !work.notAsked.empty();
+    if (tries == kMostTries || (wasBlind && isBlind)) return GivenUp(std::move(outcome));
+    if (isBlind) pause = std::max(pause, TimeToFinish({}));
     if (!WaitFor(pause)) return {Outcome::Kind::kLeft, "asked to stop"};
     pause = pause == 0s ? 1s : pause * 2;
   }
@@ -191,28 +213,29 @@ Outcome Migration::GivenUp(Outcome outcome) {
 }
 
 Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
-  work.begun = std::chrono::steady_clock::now();
   try {
     outcome = m_sender.SendOnce(work.entry, work.item);
   } catch (const platform::EndpointError&) {
     const std::string end = m_sender.DescribeEnd();
     m_say(fmt::format("The engine ended in the middle of {} ({}).", work.entry.name, end));
-    outcome = {Outcome::Kind::kFailed,
-               fmt::format("the engine ended twice on this item ({})", end)};
+    outcome = {Outcome::Kind::kFailed, fmt::format("the engine ended on this item ({})", end)};
+    if (m_journal.OpenFor(work.entry.item.folder, work.item.key)) ++work.sent;
     if (m_sender.HasArrived(work.entry, work.item)) outcome = {Outcome::Kind::kSent, {}};
     // One that waited for its server ends with the run.
     if (!outcome.Arrived() && StopRequested()) outcome.kind = Outcome::Kind::kLeft;
     return outcome.kind == Outcome::Kind::kFailed ? OpenEnd::kEngine : OpenEnd::kNone;
   }
+  const bool isOpen = LeavesOutcomeOpen(outcome.text);
+  if (outcome.kind != Outcome::Kind::kFailed || isOpen) ++work.sent;
   if (outcome.kind != Outcome::Kind::kFailed) return OpenEnd::kNone;
-  if (LeavesOutcomeOpen(outcome.text)) return OpenEnd::kServer;
+  if (isOpen) return OpenEnd::kServer;
   if (EndsRun(outcome.text)) outcome.kind = Outcome::Kind::kLeft;
   return OpenEnd::kNone;
 }
 
-bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds time,
-                       Outcome& outcome) {
+bool Migration::Settle(Work& work, Outcome::Kind there, Outcome& outcome) {
   const std::string& folder = work.entry.item.folder;
+  const std::chrono::seconds time = work.lost ? work.lost->toFinish : 0s;
   if (!m_journal.OpenFor(folder, work.item.key)) return false;
   if (time > TimeToFinish({})) {
     m_say(fmt::format("{}: its answer is lost; looking for it in the target, for up to {} s",
@@ -227,7 +250,8 @@ bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds tim
       const char* how = there == Outcome::Kind::kSent
                             ? "found in the target: its answer was lost"
                             : "found in the target: an earlier run could not tell";
-      outcome = {there, Joined(Joined(how, Copies(answer.copies)), EnterRow(work))};
+      work.shown = answer.copies;
+      outcome = {there, Joined(how, EnterRow(work))};
       return true;
     }
     case TargetAnswer::Kind::kNotAsked:
@@ -236,18 +260,46 @@ bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds tim
     case TargetAnswer::Kind::kUnreachable: {
       const bool ends = EndsRun(answer.reason) || StopRequested();
       outcome = {ends ? Outcome::Kind::kLeft : Outcome::Kind::kUnknown,
-                 "it may have arrived, and the target could not be asked: " + answer.reason};
+                 fmt::format("it may have arrived{}, and {}: {}", UpTo(work.sent), kCouldNotAsk,
+                             answer.reason)};
       return true;
     }
   }
   return false;
 }
 
-void Migration::TellCopies(const Work& work, Outcome& outcome) {
-  const TargetAnswer answer = m_unknown.AskOnce(work.entry.item.folder, work.item);
-  if (answer.kind == TargetAnswer::Kind::kThere) {
-    outcome.text = Joined(outcome.text, Copies(answer.copies));
+void Migration::TellCopies(Work& work, Outcome& outcome) {
+  if (!outcome.Arrived() || !work.notAsked.empty()) return;
+  if (!work.shown && work.sent > 1) {
+    const TargetAnswer answer = m_unknown.AskOnce(work.entry.item.folder, work.item);
+    work.shown = std::max<std::size_t>(answer.copies, 1);
   }
+  if (!work.shown) return;
+  outcome.text = Joined(outcome.text, CopiesText(*work.shown));
+  if (*work.shown >= work.sent || !work.lost) return;
+  LoadedItem names;
+  names.key = work.item.key;
+  names.ledgerKey = work.item.ledgerKey;
+  names.messageId = work.item.messageId;
+  m_late.Watch({work.entry.name, EntryOf(work, outcome), std::move(names), work.sent, *work.shown},
+               *work.lost);
+}
+
+void Migration::LookForLateCopies() {
+  const bool ask = m_summary.stopped.empty();
+  const auto left = std::chrono::ceil<std::chrono::seconds>(m_late.TimeLeft());
+  if (ask && left > 0s) {
+    m_say(
+        fmt::format("Sent more than once since answers were lost: {}; looking in {} s for what "
+                    "came late",
+                    m_late.Count(), left.count()));
+  }
+  m_late.Look(ask, [&](const LateCopies::Item& item, const std::string& remark) {
+    m_summary.remarks.push_back({item.name, remark});
+    JournalEntry entry = item.entry;
+    entry.text = Joined(entry.text, remark);
+    m_journal.StoreFound(entry);
+  });
 }
 
 void Migration::TellReduced(const Work& work, bool cutOff, Outcome& outcome) {
@@ -258,15 +310,17 @@ void Migration::TellReduced(const Work& work, bool cutOff, Outcome& outcome) {
 }
 
 Outcome Migration::WithDoubt(const Work& work, Outcome outcome) {
-  if (work.notAsked.empty() || outcome.kind == Outcome::Kind::kLeft) return outcome;
-  const std::string reason = " (" + work.notAsked + ")";
-  if (outcome.kind != Outcome::Kind::kFailed) {
-    outcome.text = Joined(outcome.text, kDoubt + reason);
+  if (work.notAsked.empty()) return outcome;
+  if (outcome.Arrived() || outcome.kind == Outcome::Kind::kNotConfirmed) {
+    outcome.text = Joined(outcome.text, DoubtText(work.sent, work.notAsked));
     return outcome;
   }
-  return {
-      Outcome::Kind::kUnknown,
-      Joined(outcome.text, "it may have arrived before: the target could not be asked") + reason};
+  const std::string doubt =
+      work.sent < 2 ? "it may have arrived before" : "it may be there" + UpTo(work.sent);
+  outcome.text =
+      Joined(outcome.text, fmt::format("{}: {} ({})", doubt, kCouldNotAsk, work.notAsked));
+  if (outcome.kind == Outcome::Kind::kFailed) outcome.kind = Outcome::Kind::kUnknown;
+  return outcome;
 }
 
 std::string Migration::EnterRow(const Work& work) {
@@ -280,11 +334,21 @@ std::string Migration::EnterRow(const Work& work) {
   }
 }
 
+JournalEntry Migration::EntryOf(const Work& work, const Outcome& outcome) {
+  return {work.entry.item.location,
+          work.entry.item.folder,
+          work.item.hash,
+          work.item.key,
+          ResultOf(outcome, work.sent > 0),
+          outcome.text};
+}
+
 void Migration::Keep(const Work& work, const Outcome& outcome) {
-  if (outcome.kind == Outcome::Kind::kLeft) return;
-  const JournalEntry entry{work.entry.item.location, work.entry.item.folder,
-                           work.item.hash,           work.item.key,
-                           ResultOf(outcome),        outcome.text};
+  if (outcome.kind == Outcome::Kind::kLeft) {
+    if (work.sent == 0) m_journal.Forget(work.entry.item.folder, work.item.key);
+    return;
+  }
+  const JournalEntry entry = EntryOf(work, outcome);
   // What was found there is found again should the entry be lost.
   outcome.kind == Outcome::Kind::kKnown ? m_journal.StoreFound(entry) : m_journal.Store(entry);
 }
@@ -312,13 +376,13 @@ void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
   m_onStep({m_summary.seen, m_summary.total, entry.name, line, !outcome.Arrived()});
 }
 
-std::string Migration::StopReason(const Outcome& outcome) {
+std::string Migration::StopReason(const Plan::Entry& entry, const Outcome& outcome) {
   if (m_setup.localMailbox) {
     if (const std::optional<std::string> end = m_setup.localMailbox->Ended()) {
       return fmt::format("the local mailbox ended ({})", *end);
     }
   }
-  if (outcome.kind == Outcome::Kind::kLeft) return outcome.text;
+  if (outcome.kind == Outcome::Kind::kLeft) return entry.name + ": " + outcome.text;
   if (outcome.kind == Outcome::Kind::kKnown) return {};  // says nothing about what comes
   const bool unproved = outcome.kind == Outcome::Kind::kNotConfirmed;
   if (!unproved && (outcome.Arrived() || !IsConnectionFailure(outcome.text))) {

@@ -10,6 +10,7 @@
 #include "client/run/ItemLoader.h"
 #include "client/run/ItemSender.h"
 #include "client/run/Journal.h"
+#include "client/run/LateCopies.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/LedgerWriter.h"
 #include "client/run/Outcome.h"
@@ -55,11 +56,15 @@ class Migration {
  private:
   // The item in work.
   struct Work {
+    explicit Work(const Plan::Entry& ofPlan) : entry(ofPlan) {}
+
     const Plan::Entry& entry;
     LoadedItem item;
+    std::size_t sent = 0;              // tries, earlier runs' too, that may have been carried out
+    std::optional<std::size_t> shown;  // how often the target has it
     // Why the target could not be asked after a try that may have been carried out.
     std::string notAsked;
-    std::chrono::steady_clock::time_point begun;  // its last try
+    std::optional<LostTry> lost;  // the last one; nothing where no server can be at it any longer
   };
   // Where a try ends without saying what became of it.
   enum class OpenEnd { kNone, kServer, kEngine };
@@ -70,9 +75,10 @@ class Migration {
   OpenEnd Try(Work& work, Outcome& outcome);
   // Where the item's outcome is open, asks the target for as long as a server may be at work on it.
   // True with the outcome where there is to be no further try.
-  bool Settle(Work& work, Outcome::Kind there, std::chrono::seconds time, Outcome& outcome);
-  // After a send behind one whose outcome was open: what came of that may have come since.
-  void TellCopies(const Work& work, Outcome& outcome);
+  bool Settle(Work& work, Outcome::Kind there, Outcome& outcome);
+  // Of an item that arrived and may have done so more than once.
+  void TellCopies(Work& work, Outcome& outcome);
+  void LookForLateCopies();
   // Of an item whose outcome stayed open through all tries.
   Outcome GivenUp(Outcome outcome);
   // An item that was sent, or is known although `cutOff` an earlier run that had reduced it.
@@ -80,10 +86,11 @@ class Migration {
   static Outcome WithDoubt(const Work& work, Outcome outcome);
   // The row of an item that was found in the target; returns a remark where it cannot be entered.
   std::string EnterRow(const Work& work);
+  static JournalEntry EntryOf(const Work& work, const Outcome& outcome);
   void Keep(const Work& work, const Outcome& outcome);
   void Note(const Plan::Entry& entry, const Outcome& outcome);
   // A reason to stop the run now, or empty.
-  std::string StopReason(const Outcome& outcome);
+  std::string StopReason(const Plan::Entry& entry, const Outcome& outcome);
   void Finish(const Plan& plan, std::vector<JournalEntry> doubts);
   std::vector<JournalEntry> StillUnknown(const Plan& plan);
 
@@ -98,6 +105,7 @@ class Migration {
   TargetLook m_look;
   std::optional<Adoption> m_adoption;
   UnknownOutcome m_unknown;
+  LateCopies m_late;
   std::string m_lastFailure;  // that can end a run, without its digits
   int m_failuresInARow = 0;
   bool m_gaveUp = false;        // on the last item that was sent

@@ -43,6 +43,11 @@ void RequireSourcesKept(Journal& journal, const RunIdentity& identity, const Run
   }
 }
 
+[[noreturn]] void RefuseTarget(const RunFolder& run, const std::string& had) {
+  throw RunError(fmt::format("{} belongs to a run into another target ({}); use another run folder",
+                             run.Path(), had));
+}
+
 }  // namespace
 
 RunIdentity IdentityOf(std::vector<std::string> sources, const Target& target) {
@@ -62,11 +67,14 @@ void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFold
                     "not come to its end; give --adopt again",
                     run.Path()));
   }
-  if (hadTarget && *hadTarget != identity.target) {
-    throw RunError(
-        fmt::format("{} belongs to a run into another target ({}); use another run folder",
-                    run.Path(), *hadTarget));
-  }
+  if (hadTarget && *hadTarget != identity.target) RefuseTarget(run, *hadTarget);
+}
+
+std::string RequireSameMailbox(Journal& journal, const Target& target, const RunFolder& run) {
+  const std::optional<std::string> had = journal.Property(kTarget);
+  if (!had || *had == target.Name()) return {};
+  if (!target.MayBe(*had)) RefuseTarget(run, *had);
+  return *had;
 }
 
 void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt) {

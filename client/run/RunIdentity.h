@@ -23,6 +23,9 @@ RunIdentity IdentityOf(std::vector<std::string> sources, const Target& target);
 // ended with it. Throws platform::SqliteError.
 void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFolder& run,
                     bool adopt);
+// The same for whoever only looks at the target, whatever the sources. The way to a mailbox may
+// differ: returns the target's name as it was kept then, else nothing.
+std::string RequireSameMailbox(Journal& journal, const Target& target, const RunFolder& run);
 // Binds the folder from now on. Throws platform::SqliteError.
 void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt);
 // Says that all items of a run with adopt had their turn. Throws platform::SqliteError.

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "base/AsciiText.h"
 #include "ews/Autodiscover.h"
 #include "ews/Connection.h"
 #include "ews/ExchangeService.h"
@@ -34,6 +35,12 @@ const TargetKind* FindKind(std::string_view name) {
     if (kind.name == name) return &kind;
   }
   return nullptr;
+}
+
+// The beginning of a target's name, with all but the way to it.
+std::string WhoseName(const Target& target) {
+  return fmt::format("{} of {} at ", target.kind,
+                     target.mailbox.empty() ? target.user : target.mailbox);
 }
 
 struct Slot {
@@ -69,8 +76,15 @@ void GoByPassword(const Target& target, ews::ExchangeService& service) {
 }  // namespace
 
 std::string Target::Name() const {
-  return fmt::format("{} of {} at {}{}", kind, mailbox.empty() ? user : mailbox, address,
+  return fmt::format("{}{}{}", WhoseName(*this), address,
                      TokenRoute() ? " (tenant " + tenant + ")" : "");
+}
+
+bool Target::MayBe(std::string_view name) const {
+  if (name == Name()) return true;
+  const std::string whose = WhoseName(*this);
+  if (Local() || !mail::beginsWithNoCase(name, whose)) return false;
+  return !name.substr(whose.size()).starts_with(kLocal);  // a folder is a mailbox of its own
 }
 
 ST_LOGIN_INFO LoginRecord(const Target& target) {

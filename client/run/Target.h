@@ -12,6 +12,8 @@ namespace client {
 
 inline constexpr std::string_view kOffice365 = "office365";  // an address of a target
 
+inline constexpr std::string_view kLocal = "local:";
+
 // Where a run sends its items, and as whom. Texts are UTF-8.
 struct Target {
   std::string address;  // --to as it is recorded: a URL, "office365", or "local:" and a full path
@@ -25,13 +27,15 @@ struct Target {
 
   bool TokenRoute() const { return !tenant.empty(); }
   bool Group() const { return kind == "group"; }
-  bool Local() const { return address.starts_with("local:"); }
-  std::string LocalFolder() const { return address.substr(6); }
+  bool Local() const { return address.starts_with(kLocal); }
+  std::string LocalFolder() const { return address.substr(kLocal.size()); }
   // The login id of the logon and of the ledger's rows: the address of the target mailbox. In the
   // password route the engine logs on with it, so that it is the user there.
   std::string Login() const { return TokenRoute() ? mailbox : user; }
   // Which target this is, for the record of a run.
   std::string Name() const;
+  // True if a target of that name may be the same mailbox, its server reached by another address.
+  bool MayBe(std::string_view name) const;
 };
 
 // The record of the logon command. Check with TargetProblem first: longer texts would be cut.

@@ -16,25 +16,37 @@ std::uint64_t Number(std::string_view hexadecimal) {
   return number;
 }
 
+// What no answer can carry is lost on the way, or stands as a replacement there.
+CString WithoutControls(const CString& text) {
+  std::u16string kept(text.View());
+  std::erase_if(kept, [](char16_t unit) {
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit >= 0xFFFD;
+  });
+  return kept;
+}
+
 // Servers give long texts cut. Items that are alike and have no id share the key of the first but
 // for what keeps them apart: any of them stands for any other.
 std::string Comparable(std::string_view text) {
-  return CString::FromUtf8(BaseOfMadeKey(text)).Left(ews::kLongestFoundText).ToUtf8();
+  const CString whole = WithoutControls(CString::FromUtf8(BaseOfMadeKey(text)));
+  return whole.Left(ews::kLongestFoundText).ToUtf8();
 }
 
 }  // namespace
 
 TargetIndex::Digest TargetIndex::DigestOf(std::string_view text) {
-  if (text.empty()) return {};
+  const std::string comparable = Comparable(text);
+  if (comparable.empty()) return {};
   // A mail that was made to collide would be taken for another and never sent.
-  const std::string hash = platform::Sha256Hex(Comparable(text));
+  const std::string hash = platform::Sha256Hex(comparable);
   return {Number(std::string_view(hash).substr(0, 16)),
           Number(std::string_view(hash).substr(16, 16))};
 }
 
 void TargetIndex::Add(const ews::FoundItem& item, ById byId) {
   const Entry entry{DigestOf(item.strKey.ToUtf8()), DigestOf(item.strMessageId.ToUtf8()),
-                    item.nSize.value_or(kSizeless)};
+                    item.nSize.value_or(kSizeless),
+                    item.strMessageId.GetLength() >= ews::kLongestFoundText};
   const std::size_t number = m_entries.size();
   if (entry.key != Digest{}) m_byKey.emplace(entry.key, entry.size, number);
   if (entry.id != Digest{} && (entry.key == Digest{} || byId == ById::kYes)) {
@@ -73,8 +85,8 @@ void TargetIndex::Remove(std::size_t number) {
   m_byKey.erase({entry.key, entry.size, number});
   m_byId.erase({entry.id, entry.size, number});
   m_taken[number] = true;
-  if (entry.key != Digest{}) m_takenKeys.emplace(entry.key, number);
-  if (entry.id != Digest{}) m_takenIds.emplace(entry.id, number);
+  if (entry.key != Digest{}) m_takenKeys.emplace(entry.key, entry.size, number);
+  if (entry.id != Digest{}) m_takenIds.emplace(entry.id, entry.size, number);
 }
 
 std::vector<std::size_t> TargetIndex::Left() const {
@@ -91,9 +103,11 @@ std::optional<std::size_t> TargetIndex::TwinOf(std::size_t number) const {
   if (keyless && entry.id == Digest{}) return std::nullopt;
   const auto& taken = keyless ? m_takenIds : m_takenKeys;
   const Digest& digest = keyless ? entry.id : entry.key;
-  const auto twin = taken.lower_bound({digest, 0});
-  if (twin == taken.end() || twin->first != digest) return std::nullopt;
-  return twin->second;
+  const bool bySize = keyless && entry.isIdCut;
+  const auto twin = taken.lower_bound({digest, bySize ? entry.size : kSizeless, 0});
+  if (twin == taken.end() || std::get<0>(*twin) != digest) return std::nullopt;
+  if (bySize && std::get<1>(*twin) != entry.size) return std::nullopt;
+  return std::get<2>(*twin);
 }
 
 std::optional<std::int64_t> TargetIndex::SizeOf(std::size_t number) const {

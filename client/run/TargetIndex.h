@@ -37,7 +37,8 @@ class TargetIndex {
   // What was never taken, in the order of the Adds.
   std::vector<std::size_t> Left() const;
   // The item that was taken and is the same as this one, by key, or, where this one has none, by
-  // id; nothing when there is none.
+  // id; nothing when there is none. An id that came cut is one of several, which a size tells
+  // apart.
   std::optional<std::size_t> TwinOf(std::size_t number) const;
   std::optional<std::int64_t> SizeOf(std::size_t number) const;
 
@@ -48,6 +49,7 @@ class TargetIndex {
     Digest key{};
     Digest id{};
     std::int64_t size = -1;  // not told
+    bool isIdCut = false;
   };
   static std::optional<std::size_t> Nearest(const Order& order, const Digest& digest,
                                             std::int64_t size);
@@ -57,8 +59,8 @@ class TargetIndex {
   std::vector<bool> m_taken;
   Order m_byKey;
   Order m_byId;
-  std::set<std::pair<Digest, std::size_t>> m_takenKeys;
-  std::set<std::pair<Digest, std::size_t>> m_takenIds;
+  Order m_takenKeys;
+  Order m_takenIds;
 };
 
 }  // namespace client

@@ -1,7 +1,10 @@
 #include "client/run/TargetLook.h"
 
 #include <algorithm>
-#include <set>
+#include <functional>
+#include <stdexcept>
+#include <string_view>
+#include <unordered_set>
 
 #include "ews/CWebAccessHandler.h"
 #include "ews/ServiceException.h"
@@ -10,16 +13,29 @@
 // those of the target, and of the folders that hold a name the first with exactly that name, in any
 // case, is meant. Only that here every page is looked at, and that a failure is no "not there".
 //
-// Pages are cut by offset while a mailbox may be at work: an item that moves behind the cut comes
-// twice, and is passed over then. Nobody takes items out of a mailbox that is being filled.
+// Pages are cut by offset while a mailbox may be at work. Each begins with the last item of the one
+// before: where that item is on the page, nothing was passed over, since items keep their order.
+// Where it is not, somebody took items away before it, and the folder is read from its start again.
+// What comes a second time is passed over.
 
 namespace client {
 namespace {
 
 constexpr int kFoldersOnPage = 200;
+constexpr int kMostReadings = 5;  // of a folder that others take items out of all the time
 constexpr auto kTokenUse = std::chrono::minutes(45);  // of the hour that a token is good for
 
 bool EqualName(CString a, CString b) { return a.MakeUpper() == b.MakeUpper(); }
+
+// What fails in there is told with the folder's name.
+template <typename Work>
+auto Named(const std::string& folder, Work work) {
+  try {
+    return work();
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("the target's folder " + folder + " cannot be read: " + error.what());
+  }
+}
 
 // As the engine goes in a group's mailbox.
 ews::FolderId GroupFolder(const std::string& path, const Target& target) {
@@ -71,26 +87,37 @@ void TargetLook::Page(const std::string& folder, const ews::SearchFilter* filter
                       const Take& take) {
   const std::optional<ews::FolderId> id = FolderAt(folder);
   if (!id) return;
-  std::set<std::u16string> previous;  // ids of the page before
+  std::unordered_set<std::size_t> taken;  // hashes of ids
+  const Take takeOnce = [&](const ews::FoundItem& item) {
+    if (taken.insert(std::hash<std::u16string_view>()(item.strId.View())).second) take(item);
+  };
+  for (int reading = 1; !PageThrough(*id, filter, takeOnce, /*toTheEnd=*/reading == kMostReadings);
+       ++reading) {
+  }
+}
+
+// False where items may have been passed over; with toTheEnd it goes on then.
+bool TargetLook::PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter,
+                             const Take& take, bool toTheEnd) {
+  CString last;  // item of the page before
   for (int offset = 0;;) {
     const ews::FindItemsResults page =
-        Service().FindItems(*id, filter, ews::ItemView(ews::ItemView::kMostOnPage, offset));
-    std::set<std::u16string> ids;
-    bool news = false;
-    for (const ews::FoundItem& item : page.arrItems) {
-      const bool isNew = ids.emplace(item.strId.View()).second &&
-                         !previous.contains(std::u16string(item.strId.View()));
-      if (isNew) take(item);
-      news = news || isNew;
-    }
-    offset += static_cast<int>(page.arrItems.size());
-    if (page.bLastPage || !news) return;
-    previous = std::move(ids);
+        Service().FindItems(folder, filter, ews::ItemView(ews::ItemView::kMostOnPage, offset));
+    const auto isLast = [&](const ews::FoundItem& item) {
+      return !last.IsEmpty() && item.strId == last;
+    };
+    const bool joins = last.IsEmpty() || std::ranges::any_of(page.arrItems, isLast);
+    if (!joins && !toTheEnd) return false;
+    std::ranges::for_each(page.arrItems, take);
+    // A server that does not come further has no more, whatever it says.
+    if (page.bLastPage || isLast(page.arrItems.back())) return true;
+    last = page.arrItems.back().strId;
+    offset += std::max(static_cast<int>(page.arrItems.size()) - 1, 1);
   }
 }
 
 std::string TargetLook::Identity(const std::string& folder) {
-  const std::optional<ews::FolderId> id = FolderAt(folder);
+  const auto id = Named(folder, [&] { return FolderAt(folder); });
   return id ? id->ToString().ToUtf8() : folder;
 }
 
@@ -108,6 +135,17 @@ void TargetLook::Find(const std::string& folder, const CString& key, const CStri
   Page(folder, &either, take);
 }
 
-void TargetLook::List(const std::string& folder, const Take& take) { Page(folder, nullptr, take); }
+void TargetLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
+                          const Take& take) {
+  if (keys.empty()) return;
+  if (keys.size() == 1) return Find(folder, keys.front(), CString(), take);
+  ews::SearchFilterCollection any(ews::LogicalOperator::Or);
+  for (const CString& key : keys) any.Add(ews::IsEqualTo(ews::ItemKeyProperty(), key));
+  Page(folder, &any, take);
+}
+
+void TargetLook::List(const std::string& folder, const Take& take) {
+  Named(folder, [&] { Page(folder, nullptr, take); });
+}
 
 }  // namespace client

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "client/run/Target.h"
 #include "ews/FindItems.h"
@@ -15,7 +16,8 @@ namespace client {
 // Looks at what the target holds, with requests of our own beside the engine's, and makes nothing
 // there. Folders are paths as the engine gets them, in UTF-8, and lead to the folders that the
 // engine would save into. ews::Settings() must hold the engine's options. Every function throws
-// std::runtime_error with the reason when the target cannot be asked.
+// std::runtime_error with the reason when the target cannot be asked; Identity and List name the
+// folder, too.
 class TargetLook {
  public:
   explicit TargetLook(const Target& target) : m_target(target) {}  // which must outlive this
@@ -29,6 +31,8 @@ class TargetLook {
   // empty one. A folder that is not there holds none.
   void Find(const std::string& folder, const CString& key, const CString& messageId,
             const Take& take);
+  // The same for items that carry one of those keys.
+  void FindKeys(const std::string& folder, const std::vector<CString>& keys, const Take& take);
   // Hands over every item of the folder.
   void List(const std::string& folder, const Take& take);
 
@@ -37,6 +41,8 @@ class TargetLook {
   std::optional<ews::FolderId> FolderAt(const std::string& path);
   std::optional<ews::FolderId> ChildOf(const ews::FolderId& parent, const CString& name);
   void Page(const std::string& folder, const ews::SearchFilter* filter, const Take& take);
+  bool PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter, const Take& take,
+                   bool toTheEnd);
 
   const Target& m_target;
   std::shared_ptr<ews::ExchangeService> m_service;

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <chrono>
 
+#include <fmt/format.h>
+
 #include "client/run/MailKey.h"
 #include "client/run/Outcome.h"
 #include "client/run/StopRequest.h"
 #include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
+#include "ews/SoapWriter.h"
 
 namespace client {
 namespace {
@@ -22,6 +25,13 @@ bool EqualText(const CString& found, const std::string& wanted) {
   return found == CString::FromUtf8(wanted).Left(ews::kLongestFoundText);
 }
 
+// Empty for an id that no request can carry.
+std::string SearchableId(const std::string& messageId) {
+  const CString id = CString::FromUtf8(messageId);
+  const bool usable = id.GetLength() <= static_cast<int>(kMaxKey) && ews::IsXmlText(id);
+  return usable ? messageId : std::string();
+}
+
 // A server that says no to the search says it the next time as well; one that has an error does
 // not.
 bool MayPass(const ews::ServiceResponseException& failure) {
@@ -29,6 +39,18 @@ bool MayPass(const ews::ServiceResponseException& failure) {
 }
 
 }  // namespace
+
+std::string TimesText(std::size_t times) {
+  return times == 2 ? "twice" : fmt::format("{} times", times);
+}
+
+std::string CopiesText(std::size_t copies) {
+  return copies < 2 ? std::string() : "it is there " + TimesText(copies);
+}
+
+std::string DoubtText(std::size_t copies, const std::string& reason) {
+  return fmt::format("may be there {}: {} ({})", TimesText(copies), kCouldNotAsk, reason);
+}
 
 void CopyCount::Add(const ews::FoundItem& found) {
   if (!m_key.empty() && EqualText(found.strKey, m_key)) {
@@ -73,14 +95,16 @@ TargetAnswer UnknownOutcome::Ask(const std::string& folder, const LoadedItem& it
 
 TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem& item) {
   const std::string key = m_withKeys ? KeyOnItem(item.key) : std::string();
-  if (key.empty() && item.messageId.empty()) {
-    return {TargetAnswer::Kind::kNotAsked, 0, "it has no message id, and --as-is writes no key"};
+  const std::string id = SearchableId(item.messageId);
+  if (key.empty() && id.empty()) {
+    return {TargetAnswer::Kind::kNotAsked, 0,
+            "it has no message id that can be searched for, and --as-is writes no key"};
   }
   try {
-    CopyCount count(key, item.messageId);
-    m_look.Find(folder, CString::FromUtf8(key), CString::FromUtf8(item.messageId),
+    CopyCount count(key, id);
+    m_look.Find(folder, CString::FromUtf8(key), CString::FromUtf8(id),
                 [&](const ews::FoundItem& found) { count.Add(found); });
-    const std::size_t others = m_ledger.RowsOfId(folder, item.messageId, m_login);
+    const std::size_t others = m_ledger.RowsOfId(folder, id, item.ledgerKey, m_login);
     const std::size_t copies = count.Copies(others);
     return {copies ? TargetAnswer::Kind::kThere : TargetAnswer::Kind::kAbsent, copies, {}};
   } catch (const ews::ServiceResponseException& failure) {

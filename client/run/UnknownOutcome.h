@@ -21,7 +21,17 @@ struct TargetAnswer {
   Kind kind = Kind::kAbsent;
   std::size_t copies = 0;  // how often it is there
   std::string reason;      // why it could not be asked
+
+  bool WasAsked() const { return kind == Kind::kThere || kind == Kind::kAbsent; }
 };
+
+// "it is there twice"; empty for less.
+std::string CopiesText(std::size_t copies);
+// "may be there twice: the target could not be asked (reason)", by which later runs know it.
+std::string DoubtText(std::size_t copies, const std::string& reason);
+inline constexpr const char* kCouldNotAsk = "the target could not be asked";
+// "twice", "3 times".
+std::string TimesText(std::size_t times);
 
 // How many of the items that a search for key and id brought are this item. One with its key is.
 // One without any key may be: the id is all that is known of what a server took without our key.

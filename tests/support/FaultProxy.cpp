@@ -10,8 +10,10 @@
 #include <charconv>
 #include <chrono>
 #include <optional>
+#include <random>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include "base/AsciiText.h"
 
@@ -77,17 +79,52 @@ std::optional<std::string> ReadMessage(int fd, std::string& rest) {
   return message;
 }
 
-std::string StatusAnswer(int status, bool retryAfter) {
-  std::string answer = "HTTP/1.1 " + std::to_string(status) + " Harmed\r\nContent-Length: 0\r\n";
+std::string StatusAnswer(int status, bool retryAfter, const std::string& body = {}) {
+  std::string answer = "HTTP/1.1 " + std::to_string(status) +
+                       " Harmed\r\nContent-Length: " + std::to_string(body.size()) + "\r\n";
   if (status == 401) answer += "WWW-Authenticate: Basic realm=\"proxy\"\r\n";
   if (retryAfter) answer += "Retry-After: 1\r\n";
-  return answer + "\r\n";
+  return answer + "\r\n" + body;
 }
+
+// Chooses at random, and the same for a seed each time.
+class BySeed {
+ public:
+  BySeed(unsigned seed, unsigned oneIn) : m_random(seed), m_oneIn(oneIn) {}
+
+  FaultProxy::Step operator()(std::string_view) {
+    // So many numbers for each request, so that no mishap shifts those behind it.
+    const bool harmed = m_random() % m_oneIn == 0;
+    const auto kind = m_random() % kHarm.size();
+    const auto detail = m_random();
+    FaultProxy::Step step;
+    if (harmed && !m_spareNext) step.mishap = kHarm[kind];
+    if (step.mishap == Mishap::kStatus) step.status = kStatuses[detail % kStatuses.size()];
+    if (step.mishap == Mishap::kStatusForAnswer) {
+      step.status = kStatusesForAnswer[detail % kStatusesForAnswer.size()];
+    }
+    step.retryAfter = step.status == 429 || (step.status == 503 && detail / 8 % 2 == 0);
+    if (step.mishap == Mishap::kDelay) step.pause = detail % kLongOneIn ? kDelay : kLongDelay;
+    if (step.mishap == Mishap::kForwardedLate) {
+      step.pause = std::chrono::milliseconds(1000 + detail % 3000);
+    }
+    m_spareNext = step.status == 401 || step.mishap == Mishap::kRefuse;
+    return step;
+  }
+
+ private:
+  std::mt19937 m_random;
+  unsigned m_oneIn;
+  bool m_spareNext = false;
+};
 
 }  // namespace
 
 FaultProxy::FaultProxy(int serverPort, unsigned seed, unsigned oneIn)
-    : m_serverPort(serverPort), m_oneIn(oneIn), m_random(seed) {
+    : FaultProxy(serverPort, BySeed(seed, oneIn)) {}
+
+FaultProxy::FaultProxy(int serverPort, Choose choose)
+    : m_serverPort(serverPort), m_choose(std::move(choose)) {
   Listen();
   m_accept = std::thread([this] { Accept(); });
 }
@@ -107,24 +144,9 @@ std::map<Mishap, int> FaultProxy::Mishaps() const {
   return m_mishaps;
 }
 
-FaultProxy::Step FaultProxy::Next() {
+FaultProxy::Step FaultProxy::StepFor(std::string_view request) {
   const std::lock_guard lock(m_mutex);
-  // As many numbers for each request, so that no mishap shifts those behind it.
-  const bool harmed = m_random() % m_oneIn == 0;
-  const auto kind = m_random() % kHarm.size();
-  const auto detail = m_random();
-  Step step;
-  if (harmed && !m_spareNext) step.mishap = kHarm[kind];
-  if (step.mishap == Mishap::kStatus) step.status = kStatuses[detail % kStatuses.size()];
-  if (step.mishap == Mishap::kStatusForAnswer) {
-    step.status = kStatusesForAnswer[detail % kStatusesForAnswer.size()];
-  }
-  step.retryAfter = step.status == 429 || (step.status == 503 && detail / 8 % 2 == 0);
-  if (step.mishap == Mishap::kDelay) step.pause = detail % kLongOneIn ? kDelay : kLongDelay;
-  if (step.mishap == Mishap::kForwardedLate) {
-    step.pause = std::chrono::milliseconds(1000 + detail % 3000);
-  }
-  m_spareNext = step.status == 401 || step.mishap == Mishap::kRefuse;
+  Step step = m_choose(request);
   ++m_mishaps[step.mishap];
   return step;
 }
@@ -173,7 +195,7 @@ void FaultProxy::Serve(int client) {
   if (connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
     while (!m_ended) {
       const auto request = ReadMessage(client, fromClient);
-      if (!request || !Pass(client, server, *request, Next())) break;
+      if (!request || !Pass(client, server, *request, StepFor(*request))) break;
     }
   }
   const std::lock_guard lock(m_mutex);
@@ -189,7 +211,7 @@ bool FaultProxy::Pass(int client, int server, const std::string& request, const 
       SendAll(server, std::string_view(request).substr(0, request.size() / 2));
       return false;
     case Mishap::kStatus:
-      return SendAll(client, StatusAnswer(step.status, step.retryAfter));
+      return SendAll(client, StatusAnswer(step.status, step.retryAfter, step.body));
     case Mishap::kForwardedLate:
       SendAll(client, StatusAnswer(504, /*retryAfter=*/false));
       shutdown(client, SHUT_RDWR);

@@ -3,10 +3,11 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <map>
 #include <mutex>
-#include <random>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -23,9 +24,9 @@ enum class Mishap {
   kCutInAnswer,       // half of the answer comes back
   kCutBehindAnswer,   // all of it; the kept connection ends
   kDelay,
-  kStatus,           // the proxy answers for the server: 401, 429, 500, 502, 503 or 504
+  kStatus,           // the proxy answers for the server: by a seed 401, 429, 500, 502, 503 or 504
   kStatusForAnswer,  // the server has it all, and for its answer comes a 500, 502 or 503
-  kForwardedLate,    // a 504 comes, and the server gets the request 1 to 4 seconds later
+  kForwardedLate,    // a 504 comes, and the server gets the request seconds later
   kRefuse,           // the answer is lost, and no connection is taken for a time
 };
 
@@ -42,8 +43,20 @@ inline constexpr std::array kHarm = {
 // ends with the object, and with what it still holds back.
 class FaultProxy {
  public:
+  struct Step {
+    Mishap mishap = Mishap::kNone;
+    int status = 0;
+    bool retryAfter = false;
+    std::chrono::milliseconds pause{0};  // of a delay or a late request
+    std::string body = {};               // of the proxy's answer
+  };
+  // What befalls a request of that head and body.
+  using Choose = std::function<Step(std::string_view request)>;
+
   // One of `oneIn` requests is harmed.
   FaultProxy(int serverPort, unsigned seed, unsigned oneIn);
+  // In place of a seed; is called by one thread at a time.
+  FaultProxy(int serverPort, Choose choose);
   ~FaultProxy();
   FaultProxy(const FaultProxy&) = delete;
   FaultProxy& operator=(const FaultProxy&) = delete;
@@ -53,13 +66,7 @@ class FaultProxy {
   std::map<Mishap, int> Mishaps() const;
 
  private:
-  struct Step {
-    Mishap mishap = Mishap::kNone;
-    int status = 0;
-    bool retryAfter = false;
-    std::chrono::milliseconds pause{0};  // of a delay or a late request
-  };
-  Step Next();
+  Step StepFor(std::string_view request);
   void Listen();
   void Accept();
   void Serve(int client);
@@ -70,10 +77,8 @@ class FaultProxy {
   void ForwardLate(const std::string& request, std::chrono::milliseconds pause);
 
   const int m_serverPort;
-  const unsigned m_oneIn;
   mutable std::mutex m_mutex;  // of the members below
-  std::mt19937 m_random;
-  bool m_spareNext = false;
+  Choose m_choose;
   std::map<Mishap, int> m_mishaps;
   std::vector<int> m_open;  // both ends of each connection that is served
   std::vector<std::thread> m_threads;

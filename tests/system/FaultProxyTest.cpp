@@ -1,6 +1,8 @@
+#include <chrono>
 #include <future>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -8,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/client/WideText.h"
+#include "tests/ews/Answers.h"
 #include "tests/support/FaultProxy.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
@@ -19,6 +22,8 @@ namespace {
 using test_support::FaultProxy;
 using test_support::Mishap;
 using test_support::TemporaryFolder;
+using testing::ElementsAre;
+using testing::EndsWith;
 
 constexpr int kMails = 56;
 constexpr int kPrepared = 4;
@@ -98,6 +103,82 @@ TEST_P(ThroughProxy, EachItemArrivesOnceInTheFirstRun) {
   for (const Mishap one : test_support::kHarm) {
     EXPECT_GT(mishaps[one], 0) << "no run met mishap " << static_cast<int>(one);
   }
+}
+
+// Two mails, through a proxy that harms saves by their number.
+class ChosenHarm : public testing::Test {
+ protected:
+  ChosenHarm() {
+    for (const std::string name : {"1", "2"}) {
+      folder.Write("source/" + name + ".eml",
+                   "Message-ID: <" + name + "@x.example>\r\n\r\n" + name);
+    }
+  }
+  nlohmann::json Run(int status) {
+    return SummaryOf(RunProgram("tarny", ServerArguments(folder, proxy.Port()), folder.Path()),
+                     status);
+  }
+  // How often each is in the mailbox.
+  std::vector<int> Copies() {
+    std::map<std::string, int> copies;
+    for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) ++copies[item.mime];
+    std::vector<int> counts;
+    for (const auto& [mime, count] : copies) counts.push_back(count);
+    return counts;
+  }
+  // Of a list with one problem.
+  static std::string Text(const nlohmann::json& list) {
+    if (list.size() != 1) return list.dump();
+    return list[0]["item"].get<std::string>() + ": " + list[0]["text"].get<std::string>();
+  }
+
+  const TemporaryFolder folder;
+  std::map<int, Mishap> saves;  // by their number, from 1
+  bool mayLook = true;
+
+ private:
+  FaultProxy::Step Choose(std::string_view request) {
+    if (!mayLook && request.find("FindItem ") != std::string_view::npos) {
+      return {Mishap::kStatus,
+              200,
+              false,
+              {},
+              answers::Error("FindItem", "ErrorAccessDenied", "You may not look.")};
+    }
+    const bool isSave = request.find("CreateItem ") != std::string_view::npos;
+    const auto harm = saves.find(isSave ? ++m_saves : 0);
+    if (harm == saves.end()) return {};
+    const bool isLate = harm->second == Mishap::kForwardedLate;
+    return {harm->second, 0, false, std::chrono::seconds(isLate ? 8 : 0)};
+  }
+
+  int m_saves = 0;
+  const Mailbox mailbox{folder.Path(), {}};
+  const FaultProxy proxy{std::stoi(mailbox.Port()),
+                         [this](std::string_view request) { return Choose(request); }};
+};
+
+TEST_F(ChosenHarm, WhereNobodyCanAskAnItemIsSentOnceMoreAndTellsOfEachCopy) {
+  mayLook = false;
+  for (const int number : {1, 2, 3}) saves[number] = Mishap::kCutBehindRequest;
+  const std::string why = ": the target could not be asked (You may not look.)";
+  const nlohmann::json first = Run(1);
+  EXPECT_THAT(Text(first["failures"]), EndsWith("it may be there, up to twice" + why));
+  EXPECT_EQ(Text(first["remarks"]), "2.eml: may be there twice" + why);
+  EXPECT_THAT(Copies(), ElementsAre(2, 2));
+
+  const nlohmann::json second = Run(0);
+  EXPECT_EQ(Text(second["remarks"]), "1.eml: may be there 3 times" + why);
+  EXPECT_EQ(Text(second["doubts"]), "2.eml: may be there twice" + why);
+  EXPECT_THAT(Copies(), ElementsAre(3, 2));
+}
+
+using SoakChosenHarm = ChosenHarm;  // waits for what is late
+
+TEST_F(SoakChosenHarm, ACopyThatComesWhenTheItemHasLongArrivedIsTold) {
+  saves[1] = Mishap::kForwardedLate;
+  EXPECT_EQ(Text(Run(0)["remarks"]), "1.eml: it is there twice");
+  EXPECT_THAT(Copies(), ElementsAre(2, 1));
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, ThroughProxy, testing::Values(0u));

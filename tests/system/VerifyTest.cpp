@@ -125,6 +125,27 @@ TEST_F(Verify, ANewRunFolderAdoptsWhatTheTargetHoldsAndSendsTheRest) {
   EXPECT_EQ(SummaryOf(MigrateInto("run2", {}))["sent"], 2) << "without ids there are no rows";
 }
 
+TEST_F(Verify, ANewRunFolderSendsNothingASecondTimeUnlessToldTo) {
+  for (int i = 0; i < 30; ++i) {
+    const std::string n = std::to_string(100 + i);
+    folder.Write("source/" + n + ".eml", Mail("<" + n + "@x.example>", "body"));
+  }
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 30);
+  for (int i = 0; i < 10; ++i) {  // new ones, which are looked for first
+    const std::string n = std::to_string(i);
+    folder.Write("source/0" + n + ".eml", Mail("<new" + n + "@x.example>", "body"));
+  }
+  EXPECT_THAT(MigrateInto("run2", {}), FailsWith("--adopt"));
+  EXPECT_EQ(Arrived().size(), 30u);
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {"--no-adopt"}))["sent"], 40);
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {}))["sent"], 0);
+
+  // Another source's mail of the same id is none of this one's.
+  std::filesystem::remove_all(folder.File("source"));
+  folder.Write("source/1.eml", "X-Seen-By: b\r\n" + Mail("<100@x.example>", "body"));
+  EXPECT_EQ(SummaryOf(MigrateInto("run3", {}))["sent"], 1);
+}
+
 TEST_F(Verify, SourcesThatMovedGoOnWithAdoptAndOneMayBeAdded) {
   const Generated mails = WriteMails(folder, 30);
   EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], mails.count);
@@ -154,6 +175,14 @@ TEST_F(Verify, ItemsWithEqualIdsAreToldApartInAnyOrder) {
   EXPECT_EQ(FolderOf(Check("run2"), 1)["missing"].size(), 1u);
   EXPECT_EQ(SummaryOf(MigrateInto("run3", {"--adopt"}))["sent"], 1);
   EXPECT_TRUE(Arrived() == whole);
+}
+
+TEST_F(Verify, AnIdThatCannotBeSearchedForIsStillKnownAgain) {
+  folder.Write("source/1.eml", Mail("<" + std::string(950, 'i') + "@x.example>", "long"));
+  folder.Write("source/2.eml", Mail("<a\x01z@x.example>", "with a control character"));
+  EXPECT_EQ(SummaryOf(MigrateInto("run", {"--as-is"}))["sent"], 2);
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {"--as-is", "--adopt"}))["sent"], 0);
+  EXPECT_EQ(Check().status, 0);
 }
 
 TEST_F(Verify, AMailWhoseContentChangedStandsWhereItStood) {

@@ -63,16 +63,22 @@ TEST(Journal, AnItemThatWasBegunStaysOpenUntilItsFateIsKnown) {
     Journal(path).Store({"/m/a.eml", "Inbox\\", "h1", "<a>", result, ""});
     return Journal(path).OpenFor("Inbox\\", "<a>").has_value();
   };
-  Journal(path).Begin("Inbox\\", "<a>");
-  const auto age = Journal(path).OpenFor("Inbox\\", "<a>");
-  ASSERT_TRUE(age);
-  EXPECT_GE(age->count(), 0);
-  EXPECT_LT(age->count(), 60);
+  EXPECT_TRUE(Journal(path).IsNew());
+  for (int tries = 1; tries <= 2; ++tries) {
+    Journal(path).Begin("Inbox\\", "<a>");
+    const auto open = Journal(path).OpenFor("Inbox\\", "<a>");
+    ASSERT_TRUE(open);
+    EXPECT_EQ(open->tries, tries);
+    EXPECT_GE(open->since.count(), 0);
+    EXPECT_LT(open->since.count(), 60);
+  }
+  EXPECT_FALSE(Journal(path).IsNew());
   EXPECT_FALSE(Journal(path).OpenFor("Other\\", "<a>"));
   EXPECT_TRUE(store(ItemResult::kNotConfirmed));
   EXPECT_TRUE(store(ItemResult::kUnknown));
   EXPECT_FALSE(store(ItemResult::kFailed));
   Journal(path).Begin("Inbox\\", "<a>");
+  EXPECT_EQ(Journal(path).OpenFor("Inbox\\", "<a>")->tries, 1) << "what was known is over";
   EXPECT_FALSE(store(ItemResult::kArrived));
 }
 
@@ -85,10 +91,14 @@ TEST(Journal, OneOfAnEarlierVersionIsReadAndGoesOn) {
       " key TEXT NOT NULL, result INTEGER NOT NULL, text TEXT NOT NULL) WITHOUT ROWID;"
       "CREATE TABLE claim (folder TEXT NOT NULL, key TEXT NOT NULL, hash TEXT NOT NULL,"
       " PRIMARY KEY (folder, key)) WITHOUT ROWID;"
+      "CREATE TABLE begun (folder TEXT NOT NULL, key TEXT NOT NULL, time TEXT NOT NULL,"
+      " PRIMARY KEY (folder, key)) WITHOUT ROWID;"
+      "INSERT INTO begun VALUES ('Inbox\\', '<b>', '2024-03-04 05:06:07');"
       "INSERT INTO item VALUES ('/m/a.eml', 'Inbox\\', 'h1', '<a>', 1, '')");
   Journal journal(path);
   EXPECT_TRUE(journal.HasArrived("/m/a.eml", "Inbox\\", "h1"));
   journal.Begin("Inbox\\", "<b>");
+  EXPECT_EQ(journal.OpenFor("Inbox\\", "<b>")->tries, 2);
   journal.Store({"/m/b.eml", "Inbox\\", "h2", "<b>", ItemResult::kArrived, "may be there twice"});
   EXPECT_FALSE(journal.OpenFor("Inbox\\", "<b>"));
   const auto doubts = journal.EndedWith(ItemResult::kArrived, "be there twice");
@@ -120,6 +130,15 @@ TEST(RunIdentity, TheListOfSourcesMayGrowAndWhatIsMissingIsNamed) {
   EXPECT_EQ(problem({"/c"}, /*adopt=*/true), "");
   EndAdoption(journal);
   EXPECT_EQ(problem({"/c"}), "");
+  target.address = "https://b.example.com/EWS/Exchange.asmx";
+  target.user = "Ann@example.com";
+  EXPECT_NE(problem({"/c"}).find("another target"), std::string::npos);
+  EXPECT_NE(RequireSameMailbox(journal, target, run), "") << "to look at, it is the same mailbox";
+  target.kind = "archive";
+  EXPECT_THROW(RequireSameMailbox(journal, target, run), RunError);
+  target.kind = "mailbox";
+  target.address = "local:/b";
+  EXPECT_THROW(RequireSameMailbox(journal, target, run), RunError);
   target.user = "bob@example.com";
   EXPECT_NE(problem({"/a", "/b\xff"}, /*adopt=*/true).find("another target"), std::string::npos);
 }
@@ -135,8 +154,9 @@ TEST(LedgerWriter, EntersWhatTheLookAndTheEngineFind) {
     rows.Enter("A\\", key, "me@example.com");
   }
   rows.Enter("B\\", "<id>", "me@example.com");
-  EXPECT_EQ(look.RowsOfId("A\\", "<id>", "me@example.com"), 3u);
-  EXPECT_EQ(look.RowsOfId("A\\", "<id>", "you@example.com"), 0u);
+  EXPECT_EQ(look.RowsOfId("A\\", "<id>", "", "me@example.com"), 3u);
+  EXPECT_EQ(look.RowsOfId("A\\", "<id>", "<id> sha256:a", "me@example.com"), 2u);
+  EXPECT_EQ(look.RowsOfId("A\\", "<id>", "", "you@example.com"), 0u);
 }
 
 TEST(LedgerLook, FindsRowsUnderTheFolderThatTheEngineWrites) {

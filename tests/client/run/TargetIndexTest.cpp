@@ -59,6 +59,23 @@ TEST_F(Index, ATextThatAServerCutIsStillTheSame) {
   EXPECT_EQ(Take(key, longId), 0);
 }
 
+TEST_F(Index, AMailWithAnIdThatCameCutIsNoTwinOfAnotherButBySize) {
+  const std::string cut(255, 'i');
+  for (const int size : {100, 200, 100}) Add(Found("", cut, size));
+  EXPECT_EQ(Take("", cut + "1", 100), 0);
+  EXPECT_EQ(index.TwinOf(1), std::nullopt);
+  EXPECT_EQ(index.TwinOf(2), 0u);
+}
+
+TEST_F(Index, WhatNoAnswerCanCarryTellsNoIdsApart) {
+  Add(Found("", "<y\xEF\xBF\xBDz@x>"));
+  Add(Found("", "<zz@x>"));
+  EXPECT_EQ(Take("", "<z\x01z\x7F@x>"), 1);
+  EXPECT_EQ(Take("", "<y\x01z@x>"), 0);
+  Add(Found("", "\xEF\xBF\xBD"));
+  EXPECT_EQ(Take("", "\x01"), -1) << "nothing is left of it";
+}
+
 TEST_F(Index, ItemsWithoutAnIdThatAreAlikeStandForEachOther) {
   const std::string made = MadeKey(std::string(64, 'a'));
   Add(Found(made, ""));

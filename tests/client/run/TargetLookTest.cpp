@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "client/run/LateCopies.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/UnknownOutcome.h"
 #include "ews/Settings.h"
@@ -106,7 +107,8 @@ TEST_F(Look, AFolderIsReadPageByPageToItsEnd) {
 
 TEST_F(Look, AServerThatIsGoneIsNoFolderThatIsNotThere) {
   server.reset();
-  EXPECT_THROW(Count("A\\"), std::runtime_error);
+  EXPECT_THAT(TextOf([&] { Count("A\\"); }), HasSubstr("folder A\\ cannot be read: The request"));
+  EXPECT_THAT(TextOf([&] { look.Identity("A\\"); }), HasSubstr("folder A\\ cannot be read: The"));
 }
 
 // Questions about one mail, to a target that answers by a script.
@@ -118,10 +120,11 @@ class Unknown : public Scripted {
     item.key = item.messageId = "<a@x>";
     m_transport.Push(answers::Found({{"F", "A"}}));
   }
-  void PushItems(const std::string& items) {
+  void PushItems(const std::string& items, bool isLastPage = true) {
     m_transport.Push(
-        answers::Success("FindItem", "<m:RootFolder IncludesLastItemInRange=\"true\"><t:Items>" +
-                                         items + "</t:Items></m:RootFolder>"));
+        answers::Success("FindItem", std::string("<m:RootFolder IncludesLastItemInRange=\"") +
+                                         (isLastPage ? "true" : "false") + "\"><t:Items>" + items +
+                                         "</t:Items></m:RootFolder>"));
   }
   TargetAnswer Ask(bool withKeys = true) {
     LedgerLook ledger(folder.File("none.db"));
@@ -168,6 +171,57 @@ TEST_F(Unknown, ARefusedSearchAndALostServerAreToldApart) {
   outage.bOutage = true;
   m_transport.PushFailure("The request failed. No answer.", outage);
   EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kUnreachable);
+}
+
+TEST_F(Unknown, AFolderThatItemsAreTakenOutOfIsReadAgainAndNoneIsPassedOver) {
+  PushItems(Mail("I") + Mail("J"), /*isLastPage=*/false);
+  PushItems(Mail("L"));  // I is gone, so that K stands where J was
+  PushItems(Mail("J") + Mail("K"), /*isLastPage=*/false);
+  PushItems(Mail("K") + Mail("L"));
+  std::vector<std::string> ids;
+  look.List("A\\", [&](const ews::FoundItem& found) { ids.push_back(found.strId.ToUtf8()); });
+  EXPECT_THAT(ids, ElementsAre("I", "J", "K", "L"));
+  // One that ends no reading is read to its end once all the same, and so is one page without end.
+  for (int i = 0; i < 4; ++i) {
+    PushItems(Mail("I") + Mail("J"), /*isLastPage=*/false);
+    PushItems(Mail("K") + Mail("L"));
+  }
+  for (int i = 0; i < 2; ++i) PushItems(Mail("X") + Mail("Y"), /*isLastPage=*/false);
+  ids.clear();
+  look.List("A\\", [&](const ews::FoundItem& found) { ids.push_back(found.strId.ToUtf8()); });
+  EXPECT_THAT(ids, ElementsAre("I", "J", "X", "Y"));
+}
+
+TEST_F(Unknown, WhatComesLateIsLookedForOnceMoreAndTold) {
+  LedgerLook ledger(folder.File("none.db"));
+  UnknownOutcome unknown(look, ledger, target.Login(), /*withKeys=*/true);
+  LateCopies late(unknown);
+  std::vector<std::string> told;
+  const auto tell = [&](const LateCopies::Item& one, const std::string& remark) {
+    told.push_back(one.name + ": " + remark);
+  };
+  const auto watch = [&](const std::string& name, std::size_t sent, std::chrono::seconds ago) {
+    late.Watch({name, {name, "A\\", {}, {}, ItemResult::kArrived, {}}, item, sent, 1},
+               {m_transport.Now() - ago, std::chrono::seconds(5)});
+  };
+  watch("1", 2, std::chrono::seconds(10));
+  watch("2", 2, std::chrono::seconds(2));
+  watch("3", 3, std::chrono::seconds(8));
+  watch("long ago", 2, std::chrono::seconds(20));
+  PushItems(Mail("I") + Mail("J"));
+  PushItems(Mail("I"));
+  m_transport.Push(answers::Error("FindItem", "ErrorAccessDenied", "You may not look."));
+  late.Look(/*ask=*/true, tell);
+  EXPECT_EQ(m_transport.Waited(), LateCopies::kLate - std::chrono::seconds(2));
+  EXPECT_THAT(told, ElementsAre("1: it is there twice",
+                                "3: may be there 3 times: the target could not be asked (You may "
+                                "not look.)"));
+  // A run that ended early asks nobody.
+  watch("4", 2, {});
+  told.clear();
+  late.Look(/*ask=*/false, tell);
+  EXPECT_THAT(told, ElementsAre(HasSubstr("4: may be there twice: the target could not")));
+  EXPECT_EQ(m_transport.Requests().size(), 4u) << "the folder, and each item once";
 }
 
 TEST(TimeToFinish, IsAsLongAsTheServerWorkedOnItWithinBounds) {

@@ -1,0 +1,38 @@
+#include "client/run/LateCopies.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "client/run/Outcome.h"
+#include "ews/EwsTransport.h"
+
+namespace client {
+
+void LateCopies::Watch(Item item, const LostTry& lost) {
+  const auto due = lost.at + std::max(lost.toFinish, kLate);
+  if (due <= ews::Transport().Now()) return;
+  m_due = std::max(m_due, due);
+  m_items.push_back(std::move(item));
+}
+
+std::chrono::milliseconds LateCopies::TimeLeft() const {
+  if (m_items.empty()) return {};
+  const auto left = m_due - ews::Transport().Now();
+  return std::max(std::chrono::ceil<std::chrono::milliseconds>(left), {});
+}
+
+void LateCopies::Look(bool ask, const Tell& tell) {
+  TargetAnswer answer{TargetAnswer::Kind::kUnreachable, 0, "the run ended"};
+  ask = ask && WaitFor(TimeLeft());
+  for (const Item& item : std::exchange(m_items, {})) {
+    if (ask) answer = m_unknown.AskOnce(item.entry.folder, item.names);
+    ask = ask && !EndsRun(answer.reason);  // each of the rest would be waited for in vain, too
+    if (answer.copies > item.shown) {
+      tell(item, CopiesText(answer.copies));
+    } else if (!answer.WasAsked()) {
+      tell(item, DoubtText(item.sent, answer.reason));
+    }
+  }
+}
+
+}  // namespace client
