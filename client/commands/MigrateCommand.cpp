@@ -70,7 +70,8 @@ int Migrate(MigrateOptions& options, Console& console) {
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;
-  RequireLogon(options.target, engineOptions, run, IsBound(journal), waits, say);
+  RequireLogon(options.target, engineOptions, run, options.engine.patienceGiven || IsBound(journal),
+               waits, say);
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);
 
