@@ -89,7 +89,8 @@ class Discovery {
   int m_nRank = -1;
   std::string m_strReason;
   std::string m_strLastReason;
-  bool m_bOutage = false;  // a host that was asked may answer later
+  bool m_bOutage = false;   // a host that was asked may answer later
+  bool m_bMayPass = false;  // or give another answer
 };
 
 enum Rank { kUnreachable, kHttpStatus, kNotTrusted, kServerText, kRefused };
@@ -101,6 +102,7 @@ std::string Discovery::Run() {
   } while (m_bAddressChanged);
   Failure objFailure;
   objFailure.bOutage = m_bOutage && m_nRank <= kHttpStatus;  // nobody has said anything final
+  objFailure.bMayPass = m_bMayPass && m_nRank <= kHttpStatus;
   throw ServiceException("The mailbox server for '" + m_strAddress.ToUtf8() +
                              "' was not found by autodiscovery. " + Reason(),
                          objFailure);
@@ -220,9 +222,17 @@ std::optional<PoxAnswer> Discovery::Post(const std::string& strUrl) {
           if (!Allows(strTo)) throw ServiceException("A redirection was refused.");
           return IsTrusted(strTo);
         });
-    if (objResponse.nStatus == 200) return ReadPoxAnswer(objResponse.strBody);
+    Failure objFailure = FailureOfStatus(objResponse);
+    if (objResponse.nStatus == 200) {
+      PoxAnswer objAnswer = ReadPoxAnswer(objResponse.strBody);
+      if (!objAnswer.bBroken) return objAnswer;
+      objFailure.bMayPass = true;
+      Note(kHttpStatus, objAnswer.strValue, objFailure);
+      return std::nullopt;
+    }
+    objFailure.bMayPass = objResponse.nStatus == 400;
     Note(objResponse.nStatus == 401 ? kRefused : kHttpStatus, HttpFailureText(strUrl, objResponse),
-         FailureOfStatus(objResponse));
+         objFailure);
   } catch (const ServiceException& e) {
     Note(e.Cause().nHttpStatus == 401 ? kRefused : kUnreachable, e.what(), e.Cause());
   }
@@ -274,6 +284,7 @@ std::string Discovery::Reason() const {
 
 void Discovery::Note(int nRank, std::string strReason, const Failure& objFailure) {
   m_bOutage = m_bOutage || objFailure.bOutage;
+  m_bMayPass = m_bMayPass || objFailure.bMayPass;
   m_strLastReason = strReason;
   if (nRank <= m_nRank) return;
   m_nRank = nRank;

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <exception>
 #include <map>
+#include <optional>
+#include <utility>
 
 #include <curl/curl.h>
+#include <fmt/format.h>
 
 #include "ews/Handshake.h"
 #include "ews/KeptConnections.h"
@@ -53,10 +56,14 @@ struct Transfer {
   bool bTooLarge = false;
   std::exception_ptr pFailure;
 
-  std::chrono::milliseconds nStallLimit{0};  // 0 for none
-  curl_off_t nMoved = -1;                    // bytes, both ways
+  bool bWatched = false;
+  CurlTransport::Silence objSilence;
+  std::string strSilent;   // what is told of a silence; empty when it was
+  curl_off_t nMoved = -1;  // bytes, both ways
   std::chrono::steady_clock::time_point nLastMove;
+  std::optional<std::chrono::steady_clock::time_point> nStopSeen;
   bool bStalled = false;
+  bool bStopped = false;
 
   // True when the request may have reached the server whole.
   bool BodyIsOut() const {
@@ -152,6 +159,29 @@ size_t OnHeader(char* pData, size_t nSize, size_t nCount, void* pUser) {
   });
 }
 
+// Empty where the end of the request comes first.
+std::string SilenceLine(const HttpRequest& objRequest, const CurlTransport::Silence& objSilence) {
+  const auto nUpTo = std::min(objSilence.nLost, objRequest.nTimeout);
+  if (nUpTo <= objSilence.nTold) return {};
+  return fmt::format("{} has been silent for {}; waiting up to {}",
+                     HostForMessage(objRequest.strUrl), InSeconds(objSilence.nTold),
+                     InSeconds(nUpTo));
+}
+
+void TellSilence(Transfer& objTransfer) {
+  const std::string strLine = std::exchange(objTransfer.strSilent, {});
+  if (const auto& fnTell = Settings().fnTellWait; fnTell && !strLine.empty()) fnTell(strLine);
+}
+
+// What moves bytes may come to its end, and what the server works on gets some time for it.
+bool IsToStop(Transfer& objTransfer, std::chrono::steady_clock::time_point nNow) {
+  const auto& fnStopAsked = Settings().fnStopAsked;
+  if (!fnStopAsked || !fnStopAsked()) return false;
+  if (!objTransfer.nStopSeen) objTransfer.nStopSeen = nNow;
+  return nNow - std::max(*objTransfer.nStopSeen, objTransfer.nLastMove) >=
+         objTransfer.objSilence.nStop;
+}
+
 // Called about once a second, and more often while bytes move. Not 0 ends the transfer.
 int OnProgress(void* pUser, curl_off_t, curl_off_t nReceived, curl_off_t, curl_off_t nSent) {
   auto& objTransfer = *static_cast<Transfer*>(pUser);
@@ -160,8 +190,13 @@ int OnProgress(void* pUser, curl_off_t, curl_off_t nReceived, curl_off_t, curl_o
     objTransfer.nMoved = nMoved;
     objTransfer.nLastMove = nNow;
   }
-  objTransfer.bStalled = nNow - objTransfer.nLastMove >= objTransfer.nStallLimit;
-  return objTransfer.bStalled ? 1 : 0;
+  return static_cast<int>(Kept(objTransfer, 1, [&]() -> size_t {
+    const auto nSilent = nNow - objTransfer.nLastMove;
+    if (nSilent >= objTransfer.objSilence.nTold) TellSilence(objTransfer);
+    objTransfer.bStopped = IsToStop(objTransfer, nNow);
+    objTransfer.bStalled = nSilent >= objTransfer.objSilence.nLost;
+    return objTransfer.bStopped || objTransfer.bStalled ? 1 : 0;
+  }));
 }
 
 bool HasControls(std::string_view str) {
@@ -237,8 +272,8 @@ void SetBody(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfer) 
   curl_easy_setopt(pCurl, CURLOPT_SEEKDATA, &objTransfer);
 }
 
-void SetStallLimit(CURL* pCurl, Transfer& objTransfer) {
-  if (objTransfer.nStallLimit.count() == 0) return;
+void WatchSilence(CURL* pCurl, Transfer& objTransfer) {
+  if (!objTransfer.bWatched) return;
   curl_easy_setopt(pCurl, CURLOPT_NOPROGRESS, 0L);
   curl_easy_setopt(pCurl, CURLOPT_XFERINFOFUNCTION, &OnProgress);
   curl_easy_setopt(pCurl, CURLOPT_XFERINFODATA, &objTransfer);
@@ -263,7 +298,7 @@ void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfe
   curl_easy_setopt(pCurl, CURLOPT_HEADERDATA, &objTransfer);
   SetTls(pCurl);
   SetProxy(pCurl, objRequest);
-  SetStallLimit(pCurl, objTransfer);
+  WatchSilence(pCurl, objTransfer);
   SetBody(pCurl, objRequest, objTransfer);
 }
 
@@ -292,7 +327,8 @@ void Perform(CURL* pCurl, Outcome& objOutcome) {
   objEnd.bAnswered = nStatus != 0;
   objEnd.bTooLarge = objTransfer.bTooLarge;
   objEnd.nProxyStatus = static_cast<int>(InfoOf<long>(pCurl, CURLINFO_HTTP_CONNECTCODE));
-  if (objTransfer.bStalled) objEnd.nStalled = objTransfer.nStallLimit;
+  if (objTransfer.bStalled) objEnd.nStalled = objTransfer.objSilence.nLost;
+  objEnd.bStopped = objTransfer.bStopped;
   objEnd.nConnectLimit = std::chrono::milliseconds(kMaxConnectMs);
   objOutcome.bKeptConnection = InfoOf<long>(pCurl, CURLINFO_NUM_CONNECTS) == 0;
 }
@@ -317,14 +353,13 @@ struct CurlTransport::Impl {
   KeptConnections objConnections;  // outlives the handle
   std::unique_ptr<CURL, EasyDeleter> pCurl;
   std::map<std::string, Handshake> mapHandshakes;  // by origin and user, where Basic was refused
-  std::chrono::milliseconds nStallLimit{0};
+  Silence objSilence;
 
-  Outcome Try(const HttpRequest& objRequest, Handshake eHandshake);
+  Outcome Try(const HttpRequest& objRequest, Handshake eHandshake, const Silence& objLimits);
 };
 
-CurlTransport::CurlTransport(std::chrono::milliseconds nStallLimit)
-    : m_pImpl(std::make_unique<Impl>()) {
-  m_pImpl->nStallLimit = nStallLimit;
+CurlTransport::CurlTransport(const Silence& objSilence) : m_pImpl(std::make_unique<Impl>()) {
+  m_pImpl->objSilence = objSilence;
   curl_global_init(CURL_GLOBAL_DEFAULT);
   m_pImpl->pCurl.reset(curl_easy_init());
 }
@@ -361,12 +396,24 @@ HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
   return objResponse;
 }
 
-Outcome CurlTransport::Impl::Try(const HttpRequest& objRequest, Handshake eHandshake) {
+// The last try of an outage must not outlast the patience by the whole limit.
+CurlTransport::Silence CurlTransport::SilenceFor(const HttpRequest& objRequest) {
+  Silence objSilence = m_pImpl->objSilence;
+  if (Settings().nPatience.count() == 0) return objSilence;
+  const auto nLeft = PatienceLeft(HostForMessage(objRequest.strUrl));
+  objSilence.nLost = std::min(objSilence.nLost, std::max(objSilence.nLeast, nLeft));
+  return objSilence;
+}
+
+Outcome CurlTransport::Impl::Try(const HttpRequest& objRequest, Handshake eHandshake,
+                                 const Silence& objLimits) {
   Outcome objOutcome;
   Transfer& objTransfer = objOutcome.objTransfer;
   objTransfer.pBody = objRequest.pBody;
   objTransfer.bSendOnce = objRequest.bSendOnce;
-  if (Settings().bSafe) objTransfer.nStallLimit = nStallLimit;
+  objTransfer.bWatched = Settings().bSafe;
+  objTransfer.objSilence = objLimits;
+  objTransfer.strSilent = SilenceLine(objRequest, objLimits);
   HeaderList objHeaders;
   AddHeaders(objHeaders, objRequest, /*bCredentials=*/eHandshake == Handshake::kNone);
   char szDetail[CURL_ERROR_SIZE] = "";
@@ -390,13 +437,14 @@ HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Handshake eH
   if (!m_pImpl->pCurl)
     throw ServiceException("The request failed. The HTTP library did not start.");
   const auto nEnd = Now() + objRequest.nTimeout;
-  Outcome objOutcome = m_pImpl->Try(objRequest, eHandshake);
+  const Silence objSilence = SilenceFor(objRequest);
+  Outcome objOutcome = m_pImpl->Try(objRequest, eHandshake, objSilence);
   if (Settings().bSafe && IsForAnotherConnection(objOutcome)) {
     HttpRequest objAgain = objRequest;
     objAgain.bNewConnection = true;
     objAgain.nTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - Now());
     if (objAgain.pBody) objAgain.pBody->Rewind();
-    objOutcome = m_pImpl->Try(objAgain, eHandshake);
+    objOutcome = m_pImpl->Try(objAgain, eHandshake, objSilence);
   }
   if (objOutcome.objEnd.eCode != CURLE_OK) throw NetworkFailure(objRequest, objOutcome.objEnd);
   return std::move(objOutcome.objTransfer.objResponse);

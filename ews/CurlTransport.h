@@ -20,10 +20,17 @@ enum class Handshake;
 // again, and from then on, with a handshake that it offers (ews/Handshake.h).
 class CurlTransport : public EwsTransport {
  public:
-  // With the safe switch a connection that moves no byte for nStallLimit counts as lost, whatever
-  // the time-out of the request; it is looked at about once a second.
-  static constexpr std::chrono::milliseconds kStallLimit{120000};
-  explicit CurlTransport(std::chrono::milliseconds nStallLimit = kStallLimit);
+  // With the safe switch, what becomes of a connection that moves no byte, whatever the time-out of
+  // the request. It is looked at about once a second.
+  struct Silence {
+    std::chrono::milliseconds nTold{15000};  // then a line is told (Settings().fnTellWait)
+    // Then it counts as lost; earlier, but not before nLeast, where the patience is over.
+    std::chrono::milliseconds nLost{120000};
+    std::chrono::milliseconds nLeast{10000};
+    std::chrono::milliseconds nStop{3000};  // then a wish to end (fnStopAsked) is heard
+  };
+  CurlTransport() : CurlTransport(Silence{}) {}
+  explicit CurlTransport(const Silence& objSilence);
   ~CurlTransport() override;
   CurlTransport(const CurlTransport&) = delete;
   CurlTransport& operator=(const CurlTransport&) = delete;
@@ -31,6 +38,7 @@ class CurlTransport : public EwsTransport {
  private:
   HttpResponse DoSend(const HttpRequest& objRequest) override;
   HttpResponse Exchange(const HttpRequest& objRequest, Handshake eHandshake);
+  Silence SilenceFor(const HttpRequest& objRequest);
 
   struct Impl;
   std::unique_ptr<Impl> m_pImpl;

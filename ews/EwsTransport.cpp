@@ -6,6 +6,7 @@
 #include "ews/CurlTransport.h"
 #include "ews/RequestBody.h"
 #include "ews/ServiceException.h"
+#include "ews/Settings.h"
 #include "ews/Url.h"
 
 namespace ews {
@@ -15,6 +16,13 @@ EwsTransport* g_pScoped = nullptr;
 
 bool IsRedirect(int nStatus) {
   return nStatus == 301 || nStatus == 302 || nStatus == 303 || nStatus == 307 || nStatus == 308;
+}
+
+ServiceException NotFollowed(const std::string& strFrom, const std::string& strWhere) {
+  Failure objFailure;
+  objFailure.bForeign = true;
+  return ServiceException("The request failed. " + strFrom + " redirects " + strWhere + ".",
+                          objFailure);
 }
 
 bool CarriesSecret(const HttpRequest& objRequest) {
@@ -67,6 +75,12 @@ std::optional<std::chrono::steady_clock::time_point> EwsTransport::EndOutage(
   return nSince;
 }
 
+std::chrono::milliseconds EwsTransport::PatienceLeft(const std::string& strHost) {
+  const auto it = m_mapOutages.find(strHost);
+  const auto nEnd = (it == m_mapOutages.end() ? Now() : it->second) + Settings().nPatience;
+  return std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - Now());
+}
+
 EwsTransport& Transport() {
   if (g_pScoped) return *g_pScoped;
   static CurlTransport objTransport;
@@ -85,17 +99,12 @@ HttpResponse SendFollowingRedirects(EwsTransport& objTransport, HttpRequest objR
     HttpResponse objResponse = objTransport.Send(objRequest);
     if (!IsRedirect(objResponse.nStatus)) return objResponse;
     const std::string strHost = HostForMessage(objRequest.strUrl);
-    if (nHops == kMaxRedirects) {
-      throw ServiceException("The request failed. " + strHost + " redirects without end.");
-    }
+    if (nHops == kMaxRedirects) throw NotFollowed(strHost, "without end");
     const std::string strTarget = ResolveUrl(objRequest.strUrl, objResponse.Header("Location"));
-    if (strTarget.empty()) {
-      throw ServiceException("The request failed. " + strHost + " redirects to no address.");
-    }
+    if (strTarget.empty()) throw NotFollowed(strHost, "to no address");
     if (!fnTrusted(strTarget)) {
       if (objRequest.bSecretBody) {
-        throw ServiceException("The request failed. " + strHost + " redirects to " +
-                               HostForMessage(strTarget) + ", which is not trusted.");
+        throw NotFollowed(strHost, "to " + HostForMessage(strTarget) + ", which is not trusted");
       }
       objRequest.objCredentials = {};
     }

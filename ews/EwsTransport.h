@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,7 +46,8 @@ struct HttpResponse {
 };
 
 // The one seam between the mailbox client and the network. Also the clock that waits go by, so that
-// a test needs no waiting, and the memory of which hosts are out of order (ews/Outage.h).
+// a test needs no waiting, and the memory of which hosts are out of order (ews/Outage.h) and which
+// addresses have served.
 class EwsTransport {
  public:
   virtual ~EwsTransport() = default;
@@ -66,11 +68,18 @@ class EwsTransport {
   std::chrono::steady_clock::time_point OutageSince(const std::string& strHost);
   // Ends it; when it began, if there was one.
   std::optional<std::chrono::steady_clock::time_point> EndOutage(const std::string& strHost);
+  // What of the patience is left for that host, all of it outside of an outage; may be negative.
+  std::chrono::milliseconds PatienceLeft(const std::string& strHost);
+
+  // The mailbox service at that address has given an answer of its own. HasServed: at any time.
+  void NoteServed(const std::string& strUrl) { m_setServed.insert(strUrl); }
+  bool HasServed(const std::string& strUrl) const { return m_setServed.contains(strUrl); }
 
  private:
   virtual HttpResponse DoSend(const HttpRequest& objRequest) = 0;
 
   std::map<std::string, std::chrono::steady_clock::time_point> m_mapOutages;  // by host
+  std::set<std::string> m_setServed;
 };
 
 // The process's transport: one connection pool for all requests, unless a ScopedTransport stands.
@@ -90,7 +99,8 @@ class ScopedTransport {
 
 // Sends a request and follows up to kMaxRedirects redirections, method and body kept. To an address
 // of which fnTrusted says no a request goes on without credentials, and one with a secret body not
-// at all. Throws as Send does, then too, and when there are too many.
+// at all. Throws as Send does, and for a redirection that is not followed: nobody has carried out
+// such a request.
 HttpResponse SendFollowingRedirects(EwsTransport& objTransport, HttpRequest objRequest,
                                     const std::function<bool(const std::string&)>& fnTrusted);
 

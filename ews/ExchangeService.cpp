@@ -22,14 +22,15 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kLeastBackOff{1000};  // so that a retry never spins
-constexpr int kMostCuts = 4;  // of one request's body, before the others are looked at
+// Failures of one request that come from something on the way, before others are looked at.
+constexpr int kMostOnTheWay = 4;
 
 bool IsLogonRefusal(const Failure& objFailure) {
   return objFailure.nHttpStatus == 401 || objFailure.nHttpStatus == 403;
 }
 
 bool EndsAsOurs(std::string_view strText) {
-  return SaysOpenOutcome(strText) || SaysWaitedFor(strText) || SaysLogonRefused(strText);
+  return SaysOpenOutcome(strText) || SaysGivenUp(strText) || SaysLogonRefused(strText);
 }
 
 // The failure that the server's words become. Where they leave open what became of a request that
@@ -74,8 +75,13 @@ ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objRe
     objFailure.bMayBeCarriedOut = objResponse.bBehindBody;
   }
   std::string strText = HttpFailureText(objRequest.strUrl, objResponse, nBytes);
+  objFailure.bMayPass =
+      !objFailure.bOutage && (objResponse.nStatus == 400 || objResponse.nStatus >= 500);
   if (objResponse.nStatus / 100 == 2) {
     objFailure.bMayBeCarriedOut = true;
+    const bool bOurs = objResponse.strBody.find("Envelope") != std::string::npos;
+    objFailure.bMayPass = strWhy == kNoMailboxAnswer && bOurs;  // it broke off
+    objFailure.bForeign = strWhy == kNoMailboxAnswer && !bOurs;
     strText = "The request failed. The answer of the server " + HostForMessage(objRequest.strUrl) +
               " " + std::string(strWhy) + ".";
   }
@@ -138,6 +144,13 @@ ServiceException TooLargeForTheWay(const HttpRequest& objRequest) {
       fmt::format("The connection to {} was cut each time while {:.1f} MB went out, and smaller "
                   "requests are answered.",
                   HostForMessage(objRequest.strUrl), nBytes / 1e6));
+}
+
+// The same failure as one of the request alone.
+ServiceException OfRequestAlone(const ServiceException& objError) {
+  Failure objFailure = objError.Cause();
+  objFailure.bOutage = false;
+  return ServiceException(objError.what(), objFailure);
 }
 
 bool BreaksLine(std::u16string_view str) {
@@ -314,26 +327,42 @@ SoapResponse ExchangeService::SendUntilServed(HttpRequest objRequest, Effect eEf
                                                      : kAlways;
   const Outage objOutage(Transport(), HostForMessage(objRequest.strUrl), objRequest.nTimeout,
                          eRepeat);
-  const int nMostCuts = Settings().nPatience.count() > 0 ? kMostCuts : 1;
-  int nCuts = 0;
+  const int nMost = Settings().nPatience.count() > 0 ? kMostOnTheWay : 1;
+  int nFailures = 0;
   return WaitOut(objOutage, [&](milliseconds nTimeout) {
     objRequest.nTimeout = nTimeout;
     try {
       return SendAndJudge(objRequest, eEffect);
     } catch (const ServiceException& e) {
-      const bool bCut = Settings().bSafe && e.Cause().bOutage && e.Cause().bCutInBody;
-      nCuts = bCut ? nCuts + 1 : 0;
-      if (nCuts < nMostCuts || !AnswersAtOnce()) throw;
+      const Failure& objFailure = e.Cause();
+      const bool bOnTheWay = objFailure.bOutage && (objFailure.bCutInBody || objFailure.bForeign);
+      nFailures = Settings().bSafe && bOnTheWay ? nFailures + 1 : 0;
+      if (nFailures < nMost || m_bWaitsForNone || !AnswersAtOnce()) throw;
+      if (objFailure.bForeign) throw OfRequestAlone(e);
     }
     throw TooLargeForTheWay(objRequest);
   });
 }
 
+// An address where the service has answered is no wrong one: who knows nothing of it there stands
+// in for it while it is out of order, such as a proxy with a page for people.
 SoapResponse ExchangeService::SendAndJudge(const HttpRequest& objRequest, Effect eEffect) {
-  const HttpResponse objResponse = SendFollowingRedirects(
-      Transport(), objRequest,
-      [&](const std::string& strTo) { return MayCarryCredentials(objRequest.strUrl, strTo); });
-  return Judge(objRequest, objResponse, eEffect);
+  try {
+    const HttpResponse objResponse = SendFollowingRedirects(
+        Transport(), objRequest,
+        [&](const std::string& strTo) { return MayCarryCredentials(objRequest.strUrl, strTo); });
+    SoapResponse objAnswer = Judge(objRequest, objResponse, eEffect);
+    Transport().NoteServed(objRequest.strUrl);
+    return objAnswer;
+  } catch (const ServiceResponseException&) {
+    Transport().NoteServed(objRequest.strUrl);
+    throw;
+  } catch (const ServiceException& e) {
+    Failure objFailure = e.Cause();
+    objFailure.bOutage = objFailure.bOutage || (objFailure.bForeign && Settings().bSafe &&
+                                                Transport().HasServed(objRequest.strUrl));
+    throw ServiceException(e.what(), objFailure);
+  }
 }
 
 bool ExchangeService::AnswersAtOnce() {

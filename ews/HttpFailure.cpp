@@ -21,14 +21,15 @@ struct StatusRow {
   std::string_view strText;  // may be empty
   bool bOutage = false;
   bool bNamesSize = false;  // a proxy's refusal of what is large
+  bool bForeign = false;    // no mailbox service says so
 };
 
 constexpr auto kStatuses = std::to_array<StatusRow>({
     {400, "Bad Request"},
     {401, "Unauthorized: the user name, the password or the token was refused"},
     {403, "Forbidden: this user may not do that"},
-    {404, "Not Found: there is no mailbox service at this address"},
-    {405, "Method Not Allowed", false, true},
+    {404, "Not Found: there is no mailbox service at this address", false, false, true},
+    {405, "Method Not Allowed", false, true, true},
     {407, "Proxy Authentication Required"},
     {408, "Request Timeout", true},
     {411, "Length Required", false, true},
@@ -84,6 +85,7 @@ Failure FailureOfStatus(const HttpResponse& objResponse) {
   objFailure.nHttpStatus = nStatus;
   if (nStatus == 429 || nStatus == 503) objFailure.nBackOff = RetryAfter(objResponse);
   objFailure.bOutage = RowOf(nStatus).bOutage;
+  objFailure.bForeign = RowOf(nStatus).bForeign;
   objFailure.bMayBeCarriedOut = nStatus >= 500 && !objFailure.nBackOff;
   return objFailure;
 }

@@ -177,7 +177,7 @@ void Item::FailIncomplete(const ServiceException& objError) {
   }
   m_objId = {};
   const std::string strText = objError.what();
-  const bool bLasts = SaysWaitedFor(strText) || SaysLogonRefused(strText);
+  const bool bLasts = SaysGivenUp(strText) || SaysLogonRefused(strText);
   throw ServiceException(bLasts ? kAttachmentsFailed + (" " + strText) : kAttachmentsFailed);
 }
 

@@ -28,6 +28,14 @@ constexpr auto kFinal = std::to_array<CURLcode>({
     CURLE_SSL_PINNEDPUBKEYNOTMATCH,
 });
 
+// An answer that cannot be unpacked, be it that it was broken on the way.
+constexpr auto kBroken = std::to_array<CURLcode>({CURLE_BAD_CONTENT_ENCODING, CURLE_WRITE_ERROR});
+
+template <size_t n>
+bool IsAmong(const std::array<CURLcode, n>& arrCodes, CURLcode eCode) {
+  return std::find(arrCodes.begin(), arrCodes.end(), eCode) != arrCodes.end();
+}
+
 bool HasEnded(const TransferEnd& objEnd) {
   return objEnd.eCode == CURLE_GOT_NOTHING ||
          (objEnd.eCode == CURLE_RECV_ERROR && !objEnd.bAnswered) ||
@@ -38,19 +46,22 @@ std::string TextOf(const HttpRequest& objRequest, const TransferEnd& objEnd) {
   const std::string strHost = HostForMessage(objRequest.strUrl);
   if (objEnd.bTooLarge) return fmt::format("The answer of {} is too large.", strHost);
   if (objEnd.nStalled.count() > 0) {
-    return fmt::format("The connection to {} moved no byte for {} s.", strHost,
-                       objEnd.nStalled.count() / 1000);
+    return fmt::format("The connection to {} moved no byte for {}.", strHost,
+                       InSeconds(objEnd.nStalled));
+  }
+  if (objEnd.bStopped) {
+    return fmt::format("The server {} had given no answer when the end was asked for.", strHost);
   }
   if (HasEnded(objEnd) && objEnd.bBodyOut) {
     return fmt::format("The server {} closed the connection without an answer.", strHost);
   }
   if (objEnd.eCode == CURLE_OPERATION_TIMEDOUT && !objEnd.bConnected) {
-    return fmt::format("The server {} could not be reached within {} ms.", strHost,
-                       std::min(objRequest.nTimeout, objEnd.nConnectLimit).count());
+    return fmt::format("The server {} could not be reached within {}.", strHost,
+                       InSeconds(std::min(objRequest.nTimeout, objEnd.nConnectLimit)));
   }
   if (objEnd.eCode == CURLE_OPERATION_TIMEDOUT) {
-    return fmt::format("The server {} did not answer within the time-out of {} ms.", strHost,
-                       objRequest.nTimeout.count());
+    return fmt::format("The server {} did not answer within the time-out of {}.", strHost,
+                       InSeconds(objRequest.nTimeout));
   }
   return fmt::format(
       "The connection to {} failed: {}.", strHost,
@@ -60,18 +71,23 @@ std::string TextOf(const HttpRequest& objRequest, const TransferEnd& objEnd) {
 // A request that is still going out when its time is up is too large for this line, not lost.
 bool IsOutage(const TransferEnd& objEnd) {
   if (objEnd.bTooLarge || objEnd.nProxyStatus / 100 == 4) return false;
-  if (objEnd.nStalled.count() > 0) return true;
+  if (objEnd.nStalled.count() > 0 || objEnd.bStopped) return true;
   if (objEnd.eCode == CURLE_OPERATION_TIMEDOUT) return !objEnd.bConnected || objEnd.bBodyOut;
-  return std::find(kFinal.begin(), kFinal.end(), objEnd.eCode) == kFinal.end();
+  return !IsAmong(kFinal, objEnd.eCode);
 }
 
 }  // namespace
+
+std::string InSeconds(std::chrono::milliseconds nTime) {
+  return fmt::format("{:g} s", static_cast<double>(nTime.count()) / 1000);
+}
 
 ServiceException NetworkFailure(const HttpRequest& objRequest, const TransferEnd& objEnd) {
   Failure objFailure;
   objFailure.bOutage = IsOutage(objEnd);
   objFailure.bMayBeCarriedOut = objEnd.bBodyOut;
-  objFailure.bCutInBody = objEnd.bBodyBegun && !objEnd.bBodyOut;
+  objFailure.bCutInBody = objEnd.bBodyBegun && !objEnd.bBodyOut && !objEnd.bStopped;
+  objFailure.bMayPass = IsAmong(kBroken, objEnd.eCode) && !objEnd.bTooLarge;
   std::string strText = "The request failed. " + TextOf(objRequest, objEnd);
   if (objRequest.bSendOnce && objEnd.bBodyOut) strText = WithOpenOutcome(std::move(strText), "It");
   return ServiceException(strText, objFailure);

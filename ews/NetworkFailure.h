@@ -21,10 +21,14 @@ struct TransferEnd {
   bool bTooLarge = false;  // the answer
   int nProxyStatus = 0;    // what a proxy answered to the wish for a tunnel; 0 for none
   std::chrono::milliseconds nStalled{0};  // no byte moved for so long; 0 if that was no reason
+  bool bStopped = false;                  // given up because the process is to end
   std::chrono::milliseconds nConnectLimit{0};
 };
 
 // "The request failed. …" for a request that got no whole answer.
 ServiceException NetworkFailure(const HttpRequest& objRequest, const TransferEnd& objEnd);
+
+// "100 s", for people.
+std::string InSeconds(std::chrono::milliseconds nTime);
 
 }  // namespace ews

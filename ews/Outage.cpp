@@ -15,6 +15,8 @@ using std::chrono::seconds;
 
 constexpr milliseconds kFirstPause{1000};
 constexpr milliseconds kLongestPause{60000};
+constexpr milliseconds kPauseToAskAgain{1500};
+constexpr int kMostAskedAgain = 3;
 constexpr milliseconds kSlice{200};  // how soon a wait sees that the process is to end
 constexpr size_t kReasonBytes = 200;
 
@@ -22,6 +24,10 @@ constexpr size_t kReasonBytes = 200;
 double Jitter() {
   static std::minstd_rand objRandom(std::random_device{}());
   return std::uniform_real_distribution<double>(0.8, 1.2)(objRandom);
+}
+
+milliseconds WithJitter(milliseconds nTime) {
+  return milliseconds(static_cast<long long>(static_cast<double>(nTime.count()) * Jitter()));
 }
 
 std::string Duration(milliseconds nTime) {
@@ -50,6 +56,25 @@ void TellLine(const std::string& strLine) {
   if (const auto& fnTell = Settings().fnTellWait) fnTell(strLine);
 }
 
+bool StopAsked() {
+  const auto& fnStopAsked = Settings().fnStopAsked;
+  return fnStopAsked && fnStopAsked();
+}
+
+[[noreturn]] void GiveUp(const ServiceException& objError, const std::string& strEnd) {
+  throw ServiceException(WithoutStop(objError.what()) + strEnd, objError.Cause());
+}
+
+std::string AsksFor(milliseconds nAsked, milliseconds nLeft) {
+  std::string strAsked = Duration(nAsked);
+  std::string strLeft = Duration(nLeft);
+  if (strAsked == strLeft) {
+    strAsked = fmt::format("{} s", (nAsked.count() + 999) / 1000);
+    strLeft = fmt::format("{} s", nLeft.count() / 1000);
+  }
+  return kServerAsksFor + strAsked + kMoreThan + strLeft + kOfPatience;
+}
+
 }  // namespace
 
 Outage::Outage(EwsTransport& objTransport, std::string strHost, milliseconds nTimeout,
@@ -72,20 +97,30 @@ void Outage::WaitAfter(const ServiceException& objError) {
   const Failure& objFailure = objError.Cause();
   if (!objFailure.bOutage) {
     End();
-    throw;
+    if (!MayAskAgain(objFailure)) throw;
+    return;
   }
   if (m_eRepeat == Repeat::kNever) throw;
   if (objFailure.bMayBeCarriedOut && m_eRepeat == Repeat::kUnlessMaybeCarriedOut) throw;
+  if (Settings().bSafe && StopAsked()) GiveUp(objError, kAskedToStop);
   if (!IsPatient()) return WaitAsAsked(objError);
   const auto nSince = m_objTransport.OutageSince(m_strHost);
-  const auto nLeft = std::chrono::duration_cast<milliseconds>(nSince + Settings().nPatience -
-                                                              m_objTransport.Now());
+  const milliseconds nLeft = m_objTransport.PatienceLeft(m_strHost);
+  if (nLeft.count() <= 0) {
+    const auto nWaited = std::chrono::duration_cast<milliseconds>(m_objTransport.Now() - nSince);
+    GiveUp(objError, kWaitedFor + Duration(nWaited));
+  }
   const milliseconds nPause = Pause(objFailure);
   // What the server asks for is waited in full or not at all.
-  if (nLeft.count() <= 0 || (objFailure.nBackOff && nPause > nLeft)) GiveUp(objError, nSince);
+  if (objFailure.nBackOff && nPause > nLeft) GiveUp(objError, AsksFor(nPause, nLeft));
   Tell(ReasonOf(objError), std::min(nPause, nLeft), nLeft);
   ++m_nWaits;
-  if (!Sleep(std::min(nPause, nLeft))) GiveUp(objError, nSince);
+  if (!Sleep(std::min(nPause, nLeft))) GiveUp(objError, kAskedToStop);
+}
+
+bool Outage::MayAskAgain(const Failure& objFailure) {
+  if (!objFailure.bMayPass || m_eRepeat != Repeat::kAlways || !IsPatient()) return false;
+  return m_nAskedAgain++ < kMostAskedAgain && Sleep(WithJitter(kPauseToAskAgain));
 }
 
 // With the safe switch an outage is told as one though nobody waits for it, so that no item counts
@@ -94,11 +129,12 @@ void Outage::WaitAsAsked(const ServiceException& objError) {
   const auto nBackOff = objError.Cause().nBackOff;
   if (!nBackOff || m_objTransport.Now() + *nBackOff >= m_nEnd) {
     if (!Settings().bSafe) throw;
-    GiveUp(objError, m_objTransport.Now() - m_nAsked);
+    GiveUp(objError, nBackOff ? AsksFor(*nBackOff, {}) : kWaitedFor + Duration(m_nAsked));
   }
   ++m_nWaits;
   m_nAsked += *nBackOff;
-  m_objTransport.Wait(*nBackOff);
+  if (!Settings().bSafe) return m_objTransport.Wait(*nBackOff);
+  if (!Sleep(*nBackOff)) GiveUp(objError, kAskedToStop);
 }
 
 void Outage::End() {
@@ -111,8 +147,7 @@ void Outage::End() {
 
 milliseconds Outage::Pause(const Failure& objFailure) {
   if (objFailure.nBackOff) return *objFailure.nBackOff;
-  const milliseconds nPause = std::min(kFirstPause * (1 << std::min(m_nWaits, 6)), kLongestPause);
-  return milliseconds(static_cast<long long>(static_cast<double>(nPause.count()) * Jitter()));
+  return WithJitter(std::min(kFirstPause * (1 << std::min(m_nWaits, 6)), kLongestPause));
 }
 
 void Outage::Tell(const std::string& strReason, milliseconds nPause, milliseconds nLeft) const {
@@ -122,19 +157,11 @@ void Outage::Tell(const std::string& strReason, milliseconds nPause, millisecond
 
 // False when the process was asked to end meanwhile.
 bool Outage::Sleep(milliseconds nTime) {
-  const auto& fnStopAsked = Settings().fnStopAsked;
   for (milliseconds nLeft = nTime; nLeft.count() > 0; nLeft -= kSlice) {
-    if (fnStopAsked && fnStopAsked()) return false;
+    if (StopAsked()) return false;
     m_objTransport.Wait(std::min(nLeft, kSlice));
   }
   return true;
-}
-
-void Outage::GiveUp(const ServiceException& objError,
-                    std::chrono::steady_clock::time_point nSince) const {
-  const auto nWaited = std::chrono::duration_cast<milliseconds>(m_objTransport.Now() - nSince);
-  throw ServiceException(WithoutStop(objError.what()) + kWaitedFor + Duration(nWaited),
-                         objError.Cause());
 }
 
 }  // namespace ews

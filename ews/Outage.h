@@ -15,6 +15,9 @@ namespace ews {
 // of a host to its first answer, over as many requests as that takes; the time-out of a request is
 // for one try. Each wait is told (Settings().fnTellWait), and so is the end of the outage.
 //
+// A question that fails by what is no outage, but may pass, is asked three times more, at once and
+// untold: one bad answer among thousands must not end a listing.
+//
 // Without patience only a server that asks for time is waited for, untold, and within the time-out;
 // with the safe switch every other outage is given up at once, and told as one.
 class Outage {
@@ -33,7 +36,7 @@ class Outage {
   std::chrono::milliseconds TimeLeft() const;
   // To be called in the handler of a try's failure. Returns after a wait, for another try. Throws
   // the failure where there is to be none: as it is, or, with the safe switch, if it is an outage
-  // that lasts, as a ServiceException with kWaitedFor and the time at the end of its text.
+  // for which nobody waits any more, as a ServiceException that says so at the end of its text.
   void WaitAfter(const ServiceException& objError);
   // The host has answered.
   void End();
@@ -45,8 +48,8 @@ class Outage {
             std::chrono::milliseconds nLeft) const;
   bool Sleep(std::chrono::milliseconds nTime);
   void WaitAsAsked(const ServiceException& objError);
-  [[noreturn]] void GiveUp(const ServiceException& objError,
-                           std::chrono::steady_clock::time_point nSince) const;
+  // True after a pause, for another try of what is no outage.
+  bool MayAskAgain(const Failure& objFailure);
 
   EwsTransport& m_objTransport;
   std::string m_strHost;
@@ -54,6 +57,7 @@ class Outage {
   std::chrono::steady_clock::time_point m_nEnd;
   Repeat m_eRepeat;
   int m_nWaits = 0;
+  int m_nAskedAgain = 0;                  // for what was no outage
   std::chrono::milliseconds m_nAsked{0};  // waited without patience
 };
 

@@ -38,7 +38,11 @@ PoxAnswer ErrorAnswer(std::string strText) { return {PoxAnswer::Kind::kError, st
 
 PoxAnswer ReadPoxAnswer(std::string_view strXml) {
   pugi::xml_document objDocument;
-  if (!LoadXml(objDocument, strXml)) return ErrorAnswer("The answer is no autodiscovery answer.");
+  if (!LoadXml(objDocument, strXml)) {
+    PoxAnswer objAnswer = ErrorAnswer("The answer is no autodiscovery answer.");
+    objAnswer.bBroken = strXml.find("<Autodiscover") != std::string_view::npos;
+    return objAnswer;
+  }
   const pugi::xml_node objResponse = Child(Child(objDocument, "Autodiscover"), "Response");
   if (const pugi::xml_node objError = Child(objResponse, "Error")) {
     return ErrorAnswer("The server answered: " + TextOf(objError, "Message") + " (" +

@@ -12,6 +12,7 @@ struct PoxAnswer {
   enum class Kind { kSettings, kRedirectAddress, kRedirectUrl, kError };
   Kind eKind = Kind::kError;
   std::string strValue;  // endpoint, mail address, URL, or the server's text
+  bool bBroken = false;  // an answer of this kind, and not whole
 };
 
 // Never throws: what is no answer of this kind is an error with a text of our own.

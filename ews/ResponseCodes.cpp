@@ -14,8 +14,8 @@ struct CodeRow {
 };
 
 // An internal error is what a server says of items that it cannot take, too: that is no outage, but
-// leaves open what became of the item. The last two are codes of faults, by what stands in front of
-// the service.
+// leaves open what became of the item, and a question is asked again. The last two are codes of
+// faults, by what stands in front of the service.
 constexpr auto kCodes = std::to_array<CodeRow>({
     {"ErrorADUnavailable", true, false},
     {"ErrorConnectionFailed", true, true},
@@ -64,6 +64,7 @@ Failure FailureOfCode(std::string_view strCode) {
       Failure objFailure;
       objFailure.bOutage = objRow.bOutage;
       objFailure.bMayBeCarriedOut = objRow.bMayBeCarriedOut;
+      objFailure.bMayPass = !objRow.bOutage;
       return objFailure;
     }
   }

@@ -1,8 +1,25 @@
 #include "ews/ServiceException.h"
 
-#include <algorithm>
-
 namespace ews {
+namespace {
+
+bool DropText(std::string_view& strText, std::string_view strEnd) {
+  if (!strText.ends_with(strEnd)) return false;
+  strText.remove_suffix(strEnd.size());
+  return true;
+}
+
+// Takes a number of seconds or minutes off the end, where there is one.
+bool DropDuration(std::string_view& strText) {
+  if (!DropText(strText, " s") && !DropText(strText, " min")) return false;
+  const size_t nLast = strText.find_last_not_of("0123456789");
+  const size_t nKept = nLast == std::string_view::npos ? 0 : nLast + 1;
+  const bool bNumber = nKept < strText.size();
+  strText = strText.substr(0, nKept);
+  return bNumber;
+}
+
+}  // namespace
 
 std::string WithoutStop(std::string strText) {
   while (!strText.empty() && (strText.back() == '.' || strText.back() == ' ')) strText.pop_back();
@@ -24,14 +41,13 @@ bool SaysOpenOutcome(std::string_view strText) {
   return strText.ends_with(std::string(kMayBeCarriedOut) + ".");
 }
 
-// A number of seconds or minutes stands behind it.
-bool SaysWaitedFor(std::string_view strText) {
-  const size_t nAt = strText.rfind(kWaitedFor);
-  if (nAt == std::string_view::npos) return false;
-  strText.remove_prefix(nAt + std::string_view(kWaitedFor).size());
-  const size_t nDigits = std::min(strText.find_first_not_of("0123456789"), strText.size());
-  strText.remove_prefix(nDigits);
-  return nDigits > 0 && (strText == " s" || strText == " min");
+bool SaysGivenUp(std::string_view strText) {
+  if (strText.ends_with(kAskedToStop)) return true;
+  if (DropText(strText, kOfPatience)) {
+    return DropDuration(strText) && DropText(strText, kMoreThan) && DropDuration(strText) &&
+           strText.ends_with(kServerAsksFor);
+  }
+  return DropDuration(strText) && strText.ends_with(kWaitedFor);
 }
 
 bool SaysLogonRefused(std::string_view strText) {

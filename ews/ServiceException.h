@@ -25,6 +25,11 @@ struct Failure {
   bool bNoHandshake = false;
   // With the safe switch: its words tell of the whole service being switched off.
   bool bSaysServiceIsOff = false;
+  // Nobody who knows of mailboxes gave this answer: the address is wrong or, where somebody there
+  // did before, what stands in front of the service is out of order.
+  bool bForeign = false;
+  // No outage, but the same question may be answered the next time.
+  bool bMayPass = false;
 };
 
 // Any failure of a call to the mailbox service. what() is UTF-8 and is shown to people as it
@@ -72,8 +77,13 @@ inline constexpr const char* kNoRecurrence = "This item has no recurrence patter
 // Ends the text of every request that makes something and may have made it; where it is
 // missing, nothing was made.
 inline constexpr const char* kMayBeCarriedOut = "may have carried the request out";
-// Ends the text of a failure that was waited out in vain, with the time behind it.
+// One of these ends the text of an outage for which nobody waits any more. The first has the time
+// behind it; so has the second, and behind that the third, what is left, and the fourth.
 inline constexpr const char* kWaitedFor = "; waited for ";
+inline constexpr const char* kServerAsksFor = "; the server asks for ";
+inline constexpr const char* kMoreThan = ", more than the ";
+inline constexpr const char* kOfPatience = " of patience left";
+inline constexpr const char* kAskedToStop = "; asked to stop";
 // Every further request of this logon fails, so that there is no use in any.
 inline constexpr const char* kLogonRefused = "this logon is refused";
 
@@ -87,7 +97,7 @@ std::string WithoutOpenOutcome(std::string strText);
 // Whether a text of this library ends so. Not what a server says: with the safe switch nothing that
 // is its own ends like that.
 bool SaysOpenOutcome(std::string_view strText);
-bool SaysWaitedFor(std::string_view strText);
+bool SaysGivenUp(std::string_view strText);  // that nobody waits any more
 bool SaysLogonRefused(std::string_view strText);
 // The text without what ends a sentence, so that more can follow.
 std::string WithoutStop(std::string strText);

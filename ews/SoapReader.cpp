@@ -166,7 +166,7 @@ std::string_view WhyNoAnswer(const pugi::xml_document& objDocument, XmlText eTex
                              std::string_view strXml) {
   if (eText == XmlText::kTooMuchMarkup) return "has more parts than are read";
   if (eText == XmlText::kMalformed || !Child(Child(objDocument, "Envelope"), "Body")) {
-    return "is no answer of a mailbox service";
+    return kNoMailboxAnswer;
   }
   if (eText == XmlText::kDocumentType) return "defines a document type, which none may";
   if (IsOfUnknownCharset(objDocument, strXml)) return "is in a charset that is not known here";

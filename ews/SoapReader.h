@@ -66,6 +66,9 @@ struct SoapResponse {
   std::vector<ResponseMessage> arrMessages;
 };
 
+// What ReadSoapResponse says of a text that is no SOAP: a page for people, or what broke off.
+inline constexpr std::string_view kNoMailboxAnswer = "is no answer of a mailbox service";
+
 // All text is UTF-8; a broken character of an answer in UTF-8 becomes U+FFFD where it is read on.
 // Nothing for what is no SOAP envelope with a body, or one that is not to be trusted; *pWhy then
 // says so, as what follows "The answer of the server". Does not throw.

@@ -114,7 +114,8 @@ void AddOptions(CLI::App& app, Arguments& arguments) {
       "--fault", server.faults,
       "Fail on demand: busy:N[:MS], STATUS:N[:SECONDS], soap:ErrorCode:N, ErrorCode:N,\n"
       "expired:N, broken:N, close:N, drop-before:N, drop-in:N, drop:N, drop-saved:N, latency:MS,\n"
-      "hold:MS. The same by POST to /faults, a line each; DELETE ends them");
+      "hold:MS. The same by POST to /faults, a line each, with a login as any request has; DELETE\n"
+      "ends them");
   app.add_option("--log", server.logFile,
                  "Append a line for each request: time, method, path, operation, mailbox, status,\n"
                  "bytes in and out, microseconds")

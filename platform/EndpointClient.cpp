@@ -43,6 +43,11 @@ bool EndpointClient::IsServed(std::string_view strTitle) {
   return objFd && PeerIsOurUser(objFd.Get());
 }
 
+pid_t EndpointClient::ProcessOf(std::string_view strTitle) {
+  const UniqueFd objFd = TryConnect(EndpointAddressOf(strTitle));
+  return objFd && PeerIsOurUser(objFd.Get()) ? PeerProcess(objFd.Get()) : 0;
+}
+
 std::int32_t EndpointClient::SendCommand(std::uint32_t dwData, std::uint64_t hSender,
                                          std::span<const unsigned char> objBytes,
                                          const NotifyHandler& fnNotify) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -31,6 +33,8 @@ class EndpointClient {
   EndpointClient(std::string_view strTitle, std::chrono::milliseconds nTimeout);
   // True if an engine serves that title now.
   static bool IsServed(std::string_view strTitle);
+  // The engine's process, for a signal; 0 for none, or one that cannot be named here.
+  static pid_t ProcessOf(std::string_view strTitle);
 
   // Sends one command and waits for its result, however long it takes. Throws EndpointError.
   std::int32_t SendCommand(std::uint32_t dwData, std::uint64_t hSender,

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "platform/EndpointFrame.h"
@@ -22,11 +23,25 @@ EndpointAddress EndpointAddressOf(std::string_view strTitle) {
   return objResult;
 }
 
-bool PeerIsOurUser(int nFd) {
+namespace {
+
+std::optional<ucred> PeerOf(int nFd) {
   ucred objPeer{};
   socklen_t nLength = sizeof objPeer;
-  if (getsockopt(nFd, SOL_SOCKET, SO_PEERCRED, &objPeer, &nLength) != 0) return false;
-  return objPeer.uid == geteuid();
+  if (getsockopt(nFd, SOL_SOCKET, SO_PEERCRED, &objPeer, &nLength) != 0) return std::nullopt;
+  return objPeer;
+}
+
+}  // namespace
+
+bool PeerIsOurUser(int nFd) {
+  const auto objPeer = PeerOf(nFd);
+  return objPeer && objPeer->uid == geteuid();
+}
+
+pid_t PeerProcess(int nFd) {
+  const auto objPeer = PeerOf(nFd);
+  return objPeer ? objPeer->pid : 0;
 }
 
 bool SendAll(int nFd, std::span<const unsigned char> objBytes, int nTimeout) {

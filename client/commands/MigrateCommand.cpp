@@ -76,7 +76,8 @@ int Migrate(MigrateOptions& options, Console& console) {
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;
-  RequireLogon(options.target, engineOptions, run, IsBound(journal), waits, say);
+  RequireLogon(options.target, engineOptions, run, options.engine.patienceGiven || IsBound(journal),
+               waits, say);
   if (!options.adopt && !options.noAdopt && KnowsNothing(journal, run)) {
     TargetLook look(options.target);
     RequireNotFilled(look, plan, say);

@@ -51,6 +51,7 @@ void DescribeServer(CLI::App& app, MigrateOptions& options) {
                  "Seconds to wait for a server that does not answer before the run stops; 0 for "
                  "none")
       ->check(CLI::Range(0, 604800))
+      ->each([&options](const std::string&) { options.engine.patienceGiven = true; })
       ->capture_default_str();
 }
 

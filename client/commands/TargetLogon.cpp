@@ -23,7 +23,7 @@ std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say)
 }
 
 void RequireLogon(const Target& target, const std::vector<std::string>& engineOptions,
-                  const RunFolder& run, bool reachedBefore, ServerWaits& waits, const Say& say) {
+                  const RunFolder& run, bool fullPatience, ServerWaits& waits, const Say& say) {
   const std::string wrong = AdoptEngineOptions(engineOptions, run.Title());
   if (!wrong.empty()) throw UsageError(wrong);
   ews::ServiceSettings& settings = ews::Settings();
@@ -33,7 +33,7 @@ void RequireLogon(const Target& target, const std::vector<std::string>& engineOp
   };
   settings.fnStopAsked = StopRequested;
   const std::chrono::seconds patience = settings.nPatience;
-  if (!reachedBefore) settings.nPatience = std::min(patience, kFirstPatience);
+  if (!fullPatience) settings.nPatience = std::min(patience, kFirstPatience);
   const std::string refusal = TryTarget(target);
   settings.nPatience = patience;
   waits.End();

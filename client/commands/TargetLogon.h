@@ -16,8 +16,9 @@ std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say)
 
 // Makes the engine's options those of our own requests, which tell their waits like the engine's,
 // and logs on once. Throws RunError with the target's reason, UsageError for a wrong option. waits
-// must outlive all requests. A target that no run reached before is waited for shortly.
+// must outlive all requests. Without fullPatience the target is waited for shortly: one
+// that no run reached before, where nobody said how long.
 void RequireLogon(const Target& target, const std::vector<std::string>& engineOptions,
-                  const RunFolder& run, bool reachedBefore, ServerWaits& waits, const Say& say);
+                  const RunFolder& run, bool fullPatience, ServerWaits& waits, const Say& say);
 
 }  // namespace client

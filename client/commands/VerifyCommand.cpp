@@ -86,7 +86,7 @@ int Verify(MigrateOptions& options, Console& console) {
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   ServerWaits waits;
   RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()), run,
-               IsBound(journal) && had.empty(), waits, say);
+               options.engine.patienceGiven || (IsBound(journal) && had.empty()), waits, say);
   TargetLook look(options.target);
   Verification verification(
       look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });

@@ -20,6 +20,7 @@ struct EngineSetup {
   std::vector<std::string> trustHosts;
   std::string proxy;
   std::uint32_t patience = 1800;  // seconds that an outage of the server is waited out
+  bool patienceGiven = false;     // by a person
 };
 
 // The engine's command line in front of the marker. `local` is the mailbox that the target is, null

@@ -18,7 +18,8 @@
 namespace client {
 namespace {
 
-constexpr int kLongestFolder = 4999;              // units of a folder command's path
+constexpr int kLongestFolder = 4999;  // units of a folder command's path
+constexpr const char* kStopped = "asked to stop";
 constexpr std::uintmax_t kLittleSpace = 1 << 20;  // bytes: a ledger may need some pages more
 
 std::string DateOf(const mail::MailHeader& header) {
@@ -44,7 +45,19 @@ bool ItemSender::HasArrived(const Plan::Entry& entry, const LoadedItem& item) {
   return m_ledger.HasRow(entry.item.folder, item.ledgerKey, m_setup.target.Login());
 }
 
+// An engine that is told to stop ends behind its command, be it one of several for the item.
 Outcome ItemSender::SendOnce(const Plan::Entry& entry, const LoadedItem& item) {
+  try {
+    return Send(entry, item);
+  } catch (const platform::EndpointError&) {
+    if (!StopRequested() || !m_setup.IsSafe()) throw;
+  }
+  DescribeEnd();
+  if (HasArrived(entry, item)) return {Outcome::Kind::kSent, {}};
+  return {Outcome::Kind::kLeft, kStopped};
+}
+
+Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   if (CString::FromUtf8(entry.item.folder).GetLength() > kLongestFolder) {
     return {Outcome::Kind::kFailed, "the path of its folder is too long"};
   }
@@ -61,12 +74,12 @@ Outcome ItemSender::SendOnce(const Plan::Entry& entry, const LoadedItem& item) {
   ST_ITEM_INFO info;
   info.strFilePath = platform::ToWindowsPath(m_setup.run.WorkFolder() + "/");
   info.strLogFilepath = CString::FromUtf8(kStatusLogName);
+  if (StopRequested()) return {Outcome::Kind::kLeft, kStopped};
   m_journal.Begin(entry.item.folder, item.key);
   return Judge(entry, item, m_engine->Client().InsertItem(info));
 }
 
 std::string ItemSender::DescribeEnd() {
-  m_pid = 0;
   PassStopTo(0);
   std::string end = m_engine ? m_engine->DescribeEnd() : "";
   Close();
@@ -74,17 +87,14 @@ std::string ItemSender::DescribeEnd() {
 }
 
 void ItemSender::Close() {
-  m_pid = 0;
   PassStopTo(0);
   m_engine.reset();
   m_folder.clear();
   m_setup.waits->End();
 }
 
-// An engine that waits for its server would keep a stop waiting as long.
 void ItemSender::Hear(const std::string& line) {
   m_setup.waits->Note(line);
-  PassStopTo(m_setup.waits->IsWaiting() ? m_pid.load() : 0);
   m_say(line);
 }
 
@@ -141,9 +151,11 @@ void ItemSender::StartEngine() {
   m_engine =
       std::make_unique<EngineProcess>(m_setup.run, m_setup.engineOptions, std::move(inherited),
                                       [this](const std::string& line) { Hear(line); });
-  m_pid = m_engine->Pid();
+  // It ends what moves, and would keep a stop waiting for its server else.
+  if (m_setup.IsSafe()) PassStopTo(m_engine->Pid());
   if (m_engine->Client().Logon(LoginRecord(m_setup.target))) return;
   Close();
+  if (StopRequested()) throw RunError(kStopped);
   const std::string reason = TryTarget(m_setup.target);
   throw RunError("the engine cannot log on: " + (reason.empty() ? "no reason was given" : reason));
 }

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-
-#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -52,9 +49,10 @@ class ItemSender {
   // The same of the last item of all runs.
   bool EndedReduced() const { return m_logs.EndedReduced(); }
 
-  // One try: kSent, kFailed or kNotConfirmed with the text of the engine. The journal knows before
-  // the command leaves. Throws platform::EndpointError when the engine ends instead, RunError when
-  // it cannot be started, SourceError, WriteError, platform::SqliteError.
+  // One try: kSent, kFailed or kNotConfirmed with the text of the engine, or kLeft where a stop was
+  // asked for. The journal knows before the command leaves. Throws platform::EndpointError when the
+  // engine ends instead, RunError when it cannot be started, SourceError, WriteError,
+  // platform::SqliteError.
   Outcome SendOnce(const Plan::Entry& entry, const LoadedItem& item);
   // After an EndpointError: how the engine ended. The next item gets a new one.
   std::string DescribeEnd();
@@ -64,6 +62,7 @@ class ItemSender {
  private:
   // A line of the engine's; called on a thread of its own.
   void Hear(const std::string& line);
+  Outcome Send(const Plan::Entry& entry, const LoadedItem& item);
   void StartEngine();
   // Empty when the folder stands, else the reason why it does not.
   std::string SelectFolder(const std::string& folder);
@@ -77,7 +76,6 @@ class ItemSender {
   LedgerLook& m_ledger;
   Say m_say;
   EngineLogs m_logs;
-  std::atomic<pid_t> m_pid = 0;  // of the engine, 0 for none
   std::unique_ptr<EngineProcess> m_engine;
   std::string m_folder;  // the engine's current folder; empty when it must be selected
 };

@@ -22,6 +22,10 @@ void NewFile::Write(std::string_view bytes) {
   }
 }
 
+void NewFile::Close() {
+  if (close(m_file.Release()) != 0) Fail();
+}
+
 void NewFile::Fail() const {
   throw WriteError(m_path + " cannot be written: " + std::strerror(errno));
 }

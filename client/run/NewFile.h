@@ -19,6 +19,7 @@ class NewFile {
  public:
   explicit NewFile(const std::string& path);  // throws WriteError
   void Write(std::string_view bytes);         // throws WriteError
+  void Close();  // throws WriteError: some file systems tell of a full disk only then
 
  private:
   [[noreturn]] void Fail() const;

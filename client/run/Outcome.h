@@ -21,8 +21,8 @@ struct Outcome {
   bool Arrived() const { return kind == Kind::kSent || kind == Kind::kKnown; }
 };
 
-// Of the text of a failure: true when no other item can fare better just now, for the server was
-// waited for in vain, or refuses the logon.
+// Of the text of a failure: true when no other item can fare better just now, for nobody waits for
+// the server any more, or it refuses the logon.
 bool EndsRun(std::string_view text);
 // True when the request behind it may have been carried out.
 bool LeavesOutcomeOpen(std::string_view text);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <optional>
@@ -15,6 +16,7 @@
 
 #include <fmt/format.h>
 
+#include "client/run/NewFile.h"
 #include "client/run/StopRequest.h"
 #include "client/sources/SourceFiles.h"
 #include "platform/EndpointClient.h"
@@ -27,6 +29,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view kRefused = "%#&\"'<>\\";
 constexpr auto kBetweenLooks = std::chrono::milliseconds(20);
 constexpr auto kSilenceLimit = std::chrono::seconds(10);
+constexpr auto kTimeToEnd = std::chrono::seconds(3);  // before an engine is asked once more
 
 std::string AbsolutePath(const std::string& path) {
   std::error_code error;
@@ -72,6 +75,19 @@ void AskToEnd(const std::string& title) {
   }
 }
 
+// An engine that waits for its server hears a signal, and no frame before its item is done.
+void SignalToEnd(const std::string& title) {
+  if (const pid_t pid = platform::EndpointClient::ProcessOf(title); pid > 0) kill(pid, SIGTERM);
+}
+
+// A program from another file system. The library's own copy hides why it fails.
+void CopyProgram(const std::string& from, const std::string& to) {
+  NewFile file(to);
+  file.Write(ReadWholeFile(from));
+  file.Close();
+  fs::permissions(to, fs::perms::owner_all);
+}
+
 }  // namespace
 
 std::string RunPathProblem(const std::string& absolutePath) {
@@ -110,6 +126,7 @@ RunFolder::RunFolder(const std::string& path) : m_path(AbsolutePath(path)) {
 void RunFolder::TakeOver(const Say& say) {
   m_engineLock = OpenLock(File("lock"));
   bool told = false;
+  bool signalled = false;
   auto lastAnswer = std::chrono::steady_clock::now();
   std::optional<std::chrono::steady_clock::time_point> asked;
   while (!TryLock(m_engineLock)) {
@@ -121,8 +138,10 @@ void RunFolder::TakeOver(const Say& say) {
         say("An engine of an earlier run is still at work here; waiting for its item.");
         told = true;
       }
-      if (!asked || now - *asked > kSilenceLimit) {
-        AskToEnd(Title());
+      if (!asked || now - *asked > kTimeToEnd) {
+        // Once: a second signal would end it in the middle of its item.
+        asked && !signalled ? SignalToEnd(Title()) : AskToEnd(Title());
+        signalled = asked.has_value();
         asked = now;
       }
     } else if (now - lastAnswer > kSilenceLimit) {
@@ -144,10 +163,12 @@ void RunFolder::InstallEngine(const std::string& engineProgram) {
   const std::string fresh = EngineProgram() + ".new";
   fs::remove(fresh, error);
   fs::create_hard_link(engineProgram, fresh, error);
-  if (error) fs::copy_file(engineProgram, fresh, fs::copy_options::overwrite_existing, error);
-  if (!error) fs::rename(fresh, EngineProgram(), error);
-  if (error) {
-    throw RunError(fmt::format("the engine cannot be put into {}: {}", m_path, error.message()));
+  try {
+    if (error) CopyProgram(engineProgram, fresh);
+    fs::rename(fresh, EngineProgram());
+  } catch (const std::exception& failure) {
+    fs::remove(fresh, error);
+    throw RunError(fmt::format("the engine cannot be put into {}: {}", m_path, failure.what()));
   }
 }
 

@@ -30,11 +30,6 @@ void ServerWaits::End(Clock::time_point now) {
   m_waiting = false;
 }
 
-bool ServerWaits::IsWaiting() const {
-  const std::lock_guard lock(m_mutex);
-  return m_waiting;
-}
-
 std::uint64_t ServerWaits::Count() const {
   const std::lock_guard lock(m_mutex);
   return m_count;

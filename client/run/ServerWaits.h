@@ -18,7 +18,6 @@ class ServerWaits {
   // Nobody waits any more, whatever was told last.
   void End(Clock::time_point now = Clock::now());
 
-  bool IsWaiting() const;
   std::uint64_t Count() const;             // tries that were waited for
   std::chrono::milliseconds Time() const;  // from first waits to answers, in all
 

@@ -10,14 +10,18 @@ namespace client {
 namespace {
 
 volatile std::sig_atomic_t g_stop = 0;
-std::atomic<pid_t> g_passTo = 0;
+std::atomic<pid_t> g_passTo = 0;  // 0, too, once it was told: a second signal would kill it
 static_assert(std::atomic<pid_t>::is_always_lock_free);  // the handler reads it
+
+void Pass() {
+  if (const pid_t pid = g_passTo.exchange(0)) kill(pid, SIGTERM);
+}
 
 extern "C" void OnStopSignal(int signal) {
   if (g_stop && signal == SIGHUP) return;  // a terminal that closes may say so more than once
   if (g_stop) _exit(1);
   g_stop = 1;
-  if (const pid_t pid = g_passTo) kill(pid, SIGTERM);
+  Pass();
   constexpr std::string_view kText = "\ntarny: stopping after this item; once more ends at once\n";
   (void)!write(STDERR_FILENO, kText.data(), kText.size());  // the item may wait for its server
 }
@@ -27,8 +31,8 @@ extern "C" void OnStopSignal(int signal) {
 bool StopRequested() { return g_stop != 0; }
 
 void PassStopTo(pid_t pid) {
-  const bool isNew = g_passTo.exchange(pid) != pid;
-  if (pid != 0 && isNew && StopRequested()) kill(pid, SIGTERM);
+  g_passTo = pid;
+  if (StopRequested()) Pass();
 }
 
 void InstallStopHandler() {

@@ -9,8 +9,8 @@ namespace client {
 bool StopRequested();
 void InstallStopHandler();
 
-// The process that a stop is passed on to, as SIGTERM and at once where it was asked for already; 0
-// for none. It must not have been waited for.
+// The process that a stop is passed on to, once, as SIGTERM and at once where it was asked for
+// already; 0 for none. It must not have been waited for.
 void PassStopTo(pid_t pid);
 
 }  // namespace client

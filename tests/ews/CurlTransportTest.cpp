@@ -1,3 +1,4 @@
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <set>
@@ -87,7 +88,7 @@ TEST_F(CurlTransport, ASilentServerEndsWithTheTimeOut) {
   m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
   m_wire.Service().SetTimeout(200);
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_THAT(Find(), HasSubstr("did not answer within the time-out of 200 ms"));
+  EXPECT_THAT(Find(), HasSubstr("did not answer within the time-out of 0.2 s"));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
@@ -141,7 +142,7 @@ TEST_F(CurlTransport, NobodyAtThePortIsSaid) {
 
 // A connection that moves nothing is lost, long before the time for the whole request is up.
 TEST_F(CurlTransport, AConnectionThatStallsIsLostWithTheSafeSwitch) {
-  ews::CurlTransport transport(std::chrono::milliseconds(300));
+  ews::CurlTransport transport({.nLost = std::chrono::milliseconds(300)});
   ews::RequestBody body("x");
   ews::HttpRequest request;
   request.strUrl = m_server.Url();
@@ -155,6 +156,38 @@ TEST_F(CurlTransport, AConnectionThatStallsIsLostWithTheSafeSwitch) {
                 AllOf(HasSubstr(safe ? "moved no byte for" : "did not answer within"),
                       HasSubstr(ews::kMayBeCarriedOut)));
   }
+}
+
+TEST_F(CurlTransport, ASilenceIsToldAndAStopIsHeardInIt) {
+  using std::chrono::milliseconds;
+  ews::CurlTransport transport({.nTold = milliseconds(200),
+                                .nLost = milliseconds(60000),
+                                .nLeast = milliseconds(1200),
+                                .nStop = milliseconds(200)});
+  std::vector<std::string> told;
+  std::atomic<bool> stop = false;
+  ews::ServiceSettings& settings = ews::Settings();
+  settings.bSafe = true;
+  settings.fnTellWait = [&](const std::string& line) { told.push_back(line); };
+  settings.fnStopAsked = [&] { return stop.load(); };
+  ews::RequestBody body("x");
+  ews::HttpRequest request;
+  request.strUrl = m_server.Url();
+  request.pBody = &body;
+  request.bSendOnce = true;
+  const auto send = [&] { return TextOf([&] { transport.Send(request); }); };
+  m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
+  settings.nPatience = std::chrono::seconds(1);  // the limit of a silence, too
+  EXPECT_THAT(send(), HasSubstr("moved no byte for 1.2 s."));
+  EXPECT_THAT(told,
+              testing::ElementsAre("127.0.0.1 has been silent for 0.2 s; waiting up to 1.2 s"));
+  m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
+  stop = true;
+  EXPECT_EQ(send(),
+            "The request failed. The server 127.0.0.1 had given no answer when the end was asked "
+            "for. It may have carried the request out.");
+  m_server.Push({.body = "good"});  // what is answered comes to its end
+  EXPECT_EQ(send(), "no exception");
 }
 
 TEST_F(CurlTransport, A400OfNobodysOnAKeptConnectionIsAskedOnceMoreOnANewOne) {

@@ -259,7 +259,7 @@ TEST_F(EngineFaults, AServerThatStopsAnsweringIsTheStatusOfItsItemAndTheNextIsTr
   EXPECT_EQ(engine.OnCopyData(MSG_INSERT_ITEM, 1, item), 0);
   EXPECT_EQ(engine.OnCopyData(MSG_INSERT_ITEM, 1, item), 1);
   const std::string reason =
-      "The request failed. The server 127.0.0.1 did not answer within the time-out of 700 ms. "
+      "The request failed. The server 127.0.0.1 did not answer within the time-out of 0.7 s. "
       "It may have carried the request out.";
   EXPECT_EQ(test_support::ReadAll(own.File("run.txt")),
             reason + "\r\r\n" + kFailStatus + reason + "\r\r\n" + kSuccessStatus);

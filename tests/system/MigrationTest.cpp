@@ -17,6 +17,7 @@
 #include "mailboxd/store/Store.h"
 #include "platform/UniqueFd.h"
 #include "tests/client/WideText.h"
+#include "tests/mailboxd/HttpCall.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
 
@@ -172,7 +173,9 @@ class Server {
     m_port = m_mailbox->Port();
   }
   void Kill() { m_mailbox->Kill(); }
+  void Freeze() { m_mailbox->Freeze(); }
   void Restart() {
+    Kill();
     m_mailbox.reset();
     std::vector<std::string> options = m_options;
     options.insert(options.end(), {"--port", m_port});
@@ -261,6 +264,56 @@ TEST_F(Migration, AStopWhileTheServerIsWaitedForEndsAtOnce) {
   EXPECT_EQ(summary["stopped"], "asked to stop");
   EXPECT_EQ(summary["failed"], 0);
   EXPECT_FALSE(EngineWorks());
+}
+
+TEST_F(Migration, AStopIsHeardWhileTheServerIsSilentAndSoIsATakeOver) {
+  const Generated mails = WriteMails(folder, 120);
+  Server server(folder);
+  const std::vector<std::string> arguments = server.Arguments("right");
+  const auto runIntoSilence = [&] {
+    Program tarny("tarny", arguments, folder.Path());
+    const int rows = LedgerRows(folder);
+    EXPECT_TRUE(Await([&] { return LedgerRows(folder) > rows; }));
+    server.Freeze();
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // a request hangs by then
+    return tarny;
+  };
+  Program stopped = runIntoSilence();
+  const auto start = std::chrono::steady_clock::now();
+  stopped.Signal(SIGTERM);
+  const nlohmann::json summary = SummaryOf(stopped.Wait(), 1);
+  EXPECT_EQ(summary["stopped"], "asked to stop");
+  EXPECT_EQ(summary["failed"], 0);
+  EXPECT_FALSE(EngineWorks());
+
+  server.Restart();
+  Program killed = runIntoSilence();
+  killed.Signal(SIGKILL);
+  killed.Wait();
+  Program next("tarny", arguments, folder.Path());
+  EXPECT_TRUE(Await([&] { return !EngineWorks(); }));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+  server.Restart();
+  SummaryOf(next.Wait());
+  EXPECT_TRUE(Arrived() == mails.expected);
+}
+
+// What stands in front of the service says that it is down, or a single answer is bad.
+TEST_F(Migration, AnswersOfNobodysAndBrokenOnesFailNothing) {
+  const Generated mails = WriteMails(folder, 120);
+  const Mailbox mailbox(folder.Path(), {"--fault", "hold:15"});
+  Program tarny("tarny", ServerArguments(folder, std::stoi(mailbox.Port())), folder.Path());
+  ASSERT_TRUE(Await([&] { return ItemWasSent(); }));
+  for (const char* order : {"404:2", "405:1", "broken:3", "soap:ErrorInternalServerError:2",
+                            "404:1\n400:1\ndrop-saved:1"}) {
+    SCOPED_TRACE(order);
+    const int rows = LedgerRows(folder);
+    EXPECT_EQ(mailbox_test::Send({.url = mailbox.Url() + "/faults", .body = order}).status, 204);
+    ASSERT_TRUE(Await([&] { return LedgerRows(folder) > rows + 3; }));
+  }
+  const Result result = tarny.Wait();
+  EXPECT_EQ(SummaryOf(result)["failed"], 0) << result.err;
+  EXPECT_TRUE(Arrived() == mails.expected);
 }
 
 TEST_F(Migration, TheTokenRouteFillsTheMailboxNamed) {

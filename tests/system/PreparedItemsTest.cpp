@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -352,6 +355,27 @@ TEST(RunFolder, ADiskThatTakesNoMoreIsToldBeforeAnythingIsSent) {
   EXPECT_NE(std::system(command.c_str()), 0);
   EXPECT_THAT(ReadAll(err), HasSubstr("cannot be used: its journal"));
   EXPECT_FALSE(std::filesystem::exists(folder.File("mailbox/mailbox.db")));
+}
+
+TEST(RunFolder, AnEngineForWhichThereIsNoRoomLeavesNoHalfAndSaysWhy) {
+  const std::string elsewhere = "/dev/shm";  // the engine is copied there, not linked
+  struct stat here {};
+  struct stat there {};
+  if (stat(TARNY_BIN, &here) != 0 || stat(elsewhere.c_str(), &there) != 0 ||
+      here.st_dev == there.st_dev) {
+    GTEST_SKIP() << "no second file system here";
+  }
+  const TemporaryFolder folder;
+  WriteItem(folder, "1", "EMAIL", "<one@example.com>", "x");
+  const std::string run = elsewhere + "/tarny-test-" + std::to_string(getpid());
+  const std::string err = folder.File("err");
+  const std::string command = "trap '' XFSZ; ulimit -f 9; exec " TARNY_BIN "/tarny migrate " +
+                              folder.File("source") + " --to local:" + folder.File("mailbox") +
+                              " --run " + run + " 2> " + err;
+  EXPECT_NE(std::system(command.c_str()), 0);
+  EXPECT_THAT(ReadAll(err), HasSubstr("cannot be written: File too large"));
+  EXPECT_FALSE(std::filesystem::exists(run + "/TarnyOutlookEngine.new"));
+  std::filesystem::remove_all(run);
 }
 
 TEST(RunFolder, ADamagedLedgerOrJournalIsToldBeforeAnythingIsSent) {

@@ -92,6 +92,7 @@ Mailbox::Mailbox(const std::string& folder, std::vector<std::string> options) {
 
 Mailbox::~Mailbox() {
   m_stdin.Reset();
+  m_process->Signal(SIGCONT);
   if (!m_process->TryWait()) m_process->Wait();
 }
 

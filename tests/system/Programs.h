@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <csignal>
 #include <functional>
 #include <map>
 #include <optional>
@@ -63,7 +64,8 @@ class Mailbox {
 
   const std::string& Url() const { return m_url; }
   std::string Port() const { return m_url.substr(m_url.rfind(':') + 1); }
-  void Kill();  // SIGKILL, and waits
+  void Kill();                                   // SIGKILL, and waits
+  void Freeze() { m_process->Signal(SIGSTOP); }  // it takes connections and says nothing
 
  private:
   std::string m_url;

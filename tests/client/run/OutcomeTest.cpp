@@ -12,8 +12,12 @@ TEST(Outcome, IsReadFromTheEndOfATextAlone) {
   } rows[] = {
       {"The request failed. Refused; waited for 0 s", true, false},
       {"Busy; waited for 30 min", true, false},
+      {"Busy; the server asks for 15 min, more than the 0 s of patience left", true, false},
+      {"The request failed. Refused; asked to stop", true, false},
+      {"Busy; the server asks for more than the 0 s of patience left", false, false},
       {"HTTP 401; a new logon did not help: this logon is refused.", true, false},
       {"No answer. It may have carried the request out.", false, true},
+      {"An internal server error occurred. The operation failed.", false, true},
       {"", false, false},
       // A mail's own words, quoted.
       {"The invalid value '?; waited for ever' was specified for the 'Subject' element.", false,
