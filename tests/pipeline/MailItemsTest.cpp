@@ -243,7 +243,6 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
       {"", "-", tooLarge, refused},
   };
   folder.WriteWork("11comtextjj.t", u"EMAIL\n\n\n\n\n\n\n\nSubject : s\nMessageID : 1\n");
-  handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
   handler.m_objWebAccess.m_pService =
       std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
   handler.m_objWebAccess.m_pService->SetUrl(u"https://mail.example.com/EWS");
@@ -251,6 +250,7 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
   handler.SetAllowDuplicates(false);
   for (const auto& row : rows) {
     SCOPED_TRACE(row.lines);
+    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");  // as each command
     std::filesystem::remove(folder.Work("TextFile1.txt"));
     if (!row.eml.empty()) folder.WriteWork("EmlFile.Eml", row.eml);
     m_transport.Push(answers::Error("CreateItem", "ErrorMessageSizeExceeded", tooLarge));
