@@ -20,6 +20,7 @@
 #include "mailboxd/Directory.h"
 #include "mailboxd/Logins.h"
 #include "mailboxd/RequestLog.h"
+#include "mailboxd/RequestsInWork.h"
 #include "mailboxd/ews/Autodiscover.h"
 #include "mailboxd/ews/Operations.h"
 #include "mailboxd/web/WebPages.h"
@@ -31,6 +32,7 @@ namespace {
 constexpr size_t kLargestRequest = 300ull * 1024 * 1024;  // bytes
 constexpr size_t kThreads = 64;                           // each open connection holds one
 constexpr time_t kKeepAlive = 60;                         // seconds without a request
+constexpr std::chrono::seconds kFarewell{5};              // for answers that are on their way
 constexpr int kBacklog = 256;                             // connections that wait to be taken
 constexpr size_t kUnlimited = 1u << 30;                   // requests on one connection
 
@@ -90,8 +92,14 @@ class Server::Implementation {
 
   void Stop() {
     if (!m_thread.joinable()) return;
+    // Connections that wait for a next request, or for the rest of one, see their end at once. The
+    // library is stopped behind that: it lets no answer go on then.
+    const std::set<int> working = m_inWork.Close();
+    ForEachConnection(m_port, [&](int fd, int peer) {
+      if (!working.contains(peer)) ::shutdown(fd, SHUT_RD);
+    });
+    m_inWork.Wait(kFarewell);
     m_http->stop();
-    // Connections that wait for a next request see their end; answers still go out.
     ForEachConnection(m_port, [](int fd, int) { ::shutdown(fd, SHUT_RD); });
     m_thread.join();
   }
@@ -109,6 +117,7 @@ class Server::Implementation {
                  RequestNote& note);
   bool LetIn(const httplib::Request& request, httplib::Response& response);
   bool Fail(const httplib::Request& request, httplib::Response& response);
+  bool BeginWork(const httplib::Request& request, httplib::Response& response);
   void CutConnection(const httplib::Request& request);
   bool Drop(Cut cut, const httplib::Request& request);
   std::optional<std::string> Login(const httplib::Request& request) {
@@ -128,6 +137,7 @@ class Server::Implementation {
   std::atomic<std::int64_t> m_requests = 0;
   Logins m_logins;
   RequestLog m_log;
+  RequestsInWork m_inWork;
   std::string m_certificate;
   std::unique_ptr<httplib::Server> m_http;
   int m_listening = -1;  // the library's own
@@ -270,6 +280,7 @@ void Server::Implementation::Route() {
                  });
   // Called when an answer is out.
   m_http->set_logger([this](const httplib::Request& request, const httplib::Response& response) {
+    m_inWork.End(request.remote_port);
     if (IsLast(response)) CutConnection(request);
   });
   m_http->set_exception_handler(
@@ -323,7 +334,7 @@ void Server::Implementation::HandlePost(const httplib::Request& request,
   if (!complete && response.status != 413) response.status = unread;
   if (!complete) MakeLast(response);
   const size_t received = body.size();
-  if (complete) Handle(request, response, body, note);
+  if (complete && BeginWork(request, response)) Handle(request, response, body, note);
   if (!m_log.IsOn()) return;
   RequestLog::Entry entry = watch.Entry(request, response);
   entry.operation = note.operation;
@@ -338,6 +349,7 @@ void Server::Implementation::HandleGet(const httplib::Request& request,
   RequestNote note;
   std::string none;
   const std::string path = Lower(request.path);
+  if (!BeginWork(request, response)) return;
   if (IsPagePath(request.path)) {
     HandlePage(request, response);
   } else if (IsDirectoryPath(request.path)) {
@@ -348,6 +360,15 @@ void Server::Implementation::HandleGet(const httplib::Request& request,
     response.status = path == kEwsPath || path == kFaultsPath ? 405 : 404;
   }
   if (m_log.IsOn()) m_log.Add(watch.Entry(request, response));
+}
+
+// False once the server ends: nothing is done then that might get no answer.
+bool Server::Implementation::BeginWork(const httplib::Request& request,
+                                       httplib::Response& response) {
+  if (m_inWork.Begin(request.remote_port)) return true;
+  response.status = 503;
+  MakeLast(response);
+  return false;
 }
 
 void Server::Implementation::CutConnection(const httplib::Request& request) {

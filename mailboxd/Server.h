@@ -38,7 +38,7 @@ class Server {
   Server& operator=(const Server&) = delete;
 
   void Start();  // answers requests on threads of its own
-  // Ends the connections and returns when the requests in work have been answered.
+  // Ends the connections, each behind the answer that is in work, which is waited for 5 s at most.
   void Stop();
 
   std::string Url() const;  // "https://127.0.0.1:8443"
