@@ -128,6 +128,13 @@ std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std
   if (end != ends.end() && end->second.place == offset) {
     items = m_implementation->All(kItems, "WHERE folder=? AND id>? ORDER BY id LIMIT ?", folder,
                                   end->second.row, limit);
+  } else if (const std::int64_t total = m_implementation->TotalOf(folder);
+             limit > 0 && offset > total / 2) {
+    // From the end, where the newest are: what costs is to count the way to a place.
+    const std::int64_t count = std::clamp<std::int64_t>(total - offset, 0, limit);
+    items = m_implementation->All(kItems, "WHERE folder=? ORDER BY id DESC LIMIT ? OFFSET ?",
+                                  folder, count, total - offset - count);
+    std::ranges::reverse(items);
   } else {
     items = m_implementation->All(kItems, "WHERE folder=? ORDER BY id LIMIT ? OFFSET ?", folder,
                                   limit, offset);
