@@ -67,6 +67,9 @@ TEST_F(WebFolder, ASeriesStandsOnEachOfItsDaysInTheZoneOfItsRequest) {
   const std::string answer = Ask(Envelope(request, zone));
   ASSERT_EQ(Code(answer), "NoError") << answer;
   EXPECT_TRUE(Holds(Show(ItemId(answer)), {"<t:StartTimeZone Id=\"W. Europe Standard Time\""}));
+  EXPECT_TRUE(Holds(LookAtItem(ItemId(answer)),
+                    {"Weekly recurrence</span> 1, Monday; ", "No end recurrence</span> 2024-03-18",
+                     "W. Europe Standard Time<"}));
   SaveIn("calendar", "CalendarItem", Meeting("once", "2024-04-08T07:00:00Z"));
   const std::string begin = Look("calendar", {.month = "2024-03"});
   EXPECT_EQ(CountOf(begin, ">weekly</a>"), 2u);
