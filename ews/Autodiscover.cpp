@@ -10,6 +10,7 @@
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
 #include "ews/Url.h"
+#include "platform/DomainName.h"
 
 namespace ews {
 namespace {
@@ -36,7 +37,7 @@ std::string HostAlone(const std::string& strHost) {
 std::string DomainOf(std::string_view strAddress) {
   const size_t nAt = strAddress.rfind('@');
   if (nAt == std::string_view::npos) return {};
-  return HostAlone(std::string(strAddress.substr(nAt + 1)));
+  return HostAlone(platform::AsciiDomain(strAddress.substr(nAt + 1)));
 }
 
 std::string UrlOf(const SrvRecord& objServer) {

@@ -30,6 +30,7 @@ class EmailAddress {
 class EmailAddressCollection {
  public:
   void Add(const CString& strText) { m_arr.emplace_back(strText); }
+  void Add(EmailAddress objAddress) { m_arr.push_back(std::move(objAddress)); }
   int Count() const { return static_cast<int>(m_arr.size()); }
   // Throws std::out_of_range for an index beyond the end.
   const EmailAddress& operator[](int nIndex) const { return m_arr.at(static_cast<size_t>(nIndex)); }

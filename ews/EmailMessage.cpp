@@ -7,6 +7,20 @@
 
 namespace ews {
 
+namespace {
+
+EmailAddress AddressOf(const MailboxRecord& objRecord) {
+  return {CString::FromUtf8(objRecord.strName), CString::FromUtf8(objRecord.strAddress)};
+}
+
+EmailAddressCollection AddressesOf(const std::vector<MailboxRecord>& arrRecords) {
+  EmailAddressCollection objAddresses;
+  for (const MailboxRecord& objRecord : arrRecords) objAddresses.Add(AddressOf(objRecord));
+  return objAddresses;
+}
+
+}  // namespace
+
 EmailMessage EmailMessage::Bind(const std::shared_ptr<ExchangeService>& pService,
                                 const ItemId& objId, PropertySet) {
   EmailMessage objMessage(pService);
@@ -15,10 +29,10 @@ EmailMessage EmailMessage::Bind(const std::shared_ptr<ExchangeService>& pService
   const ItemRecord objRecord = Fetch(*pService, objId);
   objMessage.TakeOver(objRecord);
   objMessage.m_bRead = objRecord.bRead;
-  if (!objRecord.strFromAddress.empty()) {
-    objMessage.m_objFrom = EmailAddress(CString::FromUtf8(objRecord.strFromName),
-                                        CString::FromUtf8(objRecord.strFromAddress));
-  }
+  if (!objRecord.objFrom.strAddress.empty()) objMessage.m_objFrom = AddressOf(objRecord.objFrom);
+  objMessage.m_objTo = AddressesOf(objRecord.arrTo);
+  objMessage.m_objCc = AddressesOf(objRecord.arrCc);
+  objMessage.m_objBcc = AddressesOf(objRecord.arrBcc);
   return objMessage;
 }
 

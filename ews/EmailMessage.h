@@ -11,8 +11,9 @@ class EmailMessage : public Item {
   // A null service is found out at Save.
   explicit EmailMessage(std::shared_ptr<ExchangeService> pService) : Item(std::move(pService)) {}
 
-  // The item of that id as the server has it: its id, importance, sender and read state. An id that
-  // is not set gives an empty item without a request. Throws ServiceException.
+  // The item of that id as the server has it: its id, body, categories, importance, sender,
+  // recipients and read state. An id that is not set gives an empty item without a request. Throws
+  // ServiceException.
   static EmailMessage Bind(const std::shared_ptr<ExchangeService>& pService, const ItemId& objId,
                            PropertySet eProperties);
 

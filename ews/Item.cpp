@@ -248,6 +248,13 @@ void Item::TakeOver(const ItemRecord& objRecord) {
        {ews::Importance::Low, ews::Importance::Normal, ews::Importance::High}) {
     if (objRecord.strImportance == WireName(eImportance)) m_eImportance = eImportance;
   }
+  for (const ews::BodyType eType : {ews::BodyType::HTML, ews::BodyType::Text}) {
+    if (objRecord.strBodyType != WireName(eType)) continue;
+    m_objBody = MessageBody(eType, CString::FromUtf8(objRecord.strBody));
+  }
+  for (const std::string& str : objRecord.arrCategories) {
+    m_objCategories.Add(CString::FromUtf8(str));
+  }
 }
 
 }  // namespace ews

@@ -89,6 +89,18 @@ void ReadProperties(pugi::xml_node objItem, std::vector<PropertyRecord>& arrProp
   }
 }
 
+MailboxRecord ReadMailbox(pugi::xml_node objMailbox) {
+  return {FullText(Child(objMailbox, "Name")), FullText(Child(objMailbox, "EmailAddress"))};
+}
+
+std::vector<MailboxRecord> ReadMailboxes(pugi::xml_node objList) {
+  std::vector<MailboxRecord> arrMailboxes;
+  for (const pugi::xml_node objMailbox : objList.children()) {
+    if (LocalName(objMailbox) == "Mailbox") arrMailboxes.push_back(ReadMailbox(objMailbox));
+  }
+  return arrMailboxes;
+}
+
 ItemRecord ReadItem(pugi::xml_node objItem) {
   ItemRecord objRecord;
   objRecord.strElement = LocalName(objItem);
@@ -103,9 +115,18 @@ ItemRecord ReadItem(pugi::xml_node objItem) {
   objRecord.bAttachments = !objAttachments.empty();
   ReadAttachmentIds(objAttachments, objRecord.arrAttachmentIds);
   objRecord.strImportance = FullText(Child(objItem, "Importance"));
-  const pugi::xml_node objMailbox = Child(Child(objItem, "From"), "Mailbox");
-  objRecord.strFromName = FullText(Child(objMailbox, "Name"));
-  objRecord.strFromAddress = FullText(Child(objMailbox, "EmailAddress"));
+  const pugi::xml_node objBody = Child(objItem, "Body");
+  objRecord.strBodyType = objBody.attribute("BodyType").value();
+  objRecord.strBody = FullText(objBody);
+  for (const pugi::xml_node objCategory : Child(objItem, "Categories").children()) {
+    if (LocalName(objCategory) == "String") {
+      objRecord.arrCategories.push_back(FullText(objCategory));
+    }
+  }
+  objRecord.objFrom = ReadMailbox(Child(Child(objItem, "From"), "Mailbox"));
+  objRecord.arrTo = ReadMailboxes(Child(objItem, "ToRecipients"));
+  objRecord.arrCc = ReadMailboxes(Child(objItem, "CcRecipients"));
+  objRecord.arrBcc = ReadMailboxes(Child(objItem, "BccRecipients"));
   if (const pugi::xml_node objRead = Child(objItem, "IsRead")) {
     const std::string strRead = FullText(objRead);
     objRecord.bRead = strRead == "true" || strRead == "1";

@@ -26,6 +26,11 @@ struct PropertyRecord {
   std::string strValue;
 };
 
+struct MailboxRecord {
+  std::string strName;
+  std::string strAddress;
+};
+
 struct ItemRecord {
   std::string strElement;  // "Message", …
   std::string strId;
@@ -37,8 +42,11 @@ struct ItemRecord {
   bool bAttachments = false;  // the answer lists attachments, be it none
   std::vector<std::string> arrAttachmentIds;
   std::string strImportance;
-  std::string strFromName;
-  std::string strFromAddress;
+  std::string strBodyType;  // "HTML" or "Text"; empty where the answer has no body
+  std::string strBody;
+  std::vector<std::string> arrCategories;
+  MailboxRecord objFrom;
+  std::vector<MailboxRecord> arrTo, arrCc, arrBcc;
   std::optional<bool> bRead;
 };
 

@@ -15,10 +15,12 @@
 #include <thread>
 
 #include "base/AsciiText.h"
+#include "base/WholeNumber.h"
 #include "mailboxd/Certificate.h"
 #include "mailboxd/Directory.h"
 #include "mailboxd/Logins.h"
 #include "mailboxd/RequestLog.h"
+#include "mailboxd/RequestsInWork.h"
 #include "mailboxd/ews/Autodiscover.h"
 #include "mailboxd/ews/Operations.h"
 #include "mailboxd/web/WebPages.h"
@@ -30,7 +32,7 @@ namespace {
 constexpr size_t kLargestRequest = 300ull * 1024 * 1024;  // bytes
 constexpr size_t kThreads = 64;                           // each open connection holds one
 constexpr time_t kKeepAlive = 60;                         // seconds without a request
-constexpr time_t kPatience = 300;                         // seconds for the next byte
+constexpr std::chrono::seconds kFarewell{5};              // for answers that are on their way
 constexpr int kBacklog = 256;                             // connections that wait to be taken
 constexpr size_t kUnlimited = 1u << 30;                   // requests on one connection
 
@@ -90,8 +92,14 @@ class Server::Implementation {
 
   void Stop() {
     if (!m_thread.joinable()) return;
+    // Connections that wait for a next request, or for the rest of one, see their end at once. The
+    // library is stopped behind that: it lets no answer go on then.
+    const std::set<int> working = m_inWork.Close();
+    ForEachConnection(m_port, [&](int fd, int peer) {
+      if (!working.contains(peer)) ::shutdown(fd, SHUT_RD);
+    });
+    m_inWork.Wait(kFarewell);
     m_http->stop();
-    // Connections that wait for a next request see their end; answers still go out.
     ForEachConnection(m_port, [](int fd, int) { ::shutdown(fd, SHUT_RD); });
     m_thread.join();
   }
@@ -109,6 +117,8 @@ class Server::Implementation {
                  RequestNote& note);
   bool LetIn(const httplib::Request& request, httplib::Response& response);
   bool Fail(const httplib::Request& request, httplib::Response& response);
+  bool BeginWork(const httplib::Request& request, httplib::Response& response);
+  void CutConnection(const httplib::Request& request);
   bool Drop(Cut cut, const httplib::Request& request);
   std::optional<std::string> Login(const httplib::Request& request) {
     return m_logins.NameIn(request.get_header_value("Authorization"));
@@ -127,6 +137,7 @@ class Server::Implementation {
   std::atomic<std::int64_t> m_requests = 0;
   Logins m_logins;
   RequestLog m_log;
+  RequestsInWork m_inWork;
   std::string m_certificate;
   std::unique_ptr<httplib::Server> m_http;
   int m_listening = -1;  // the library's own
@@ -196,6 +207,26 @@ bool IsHost(const std::string& host) {
              ".-:[]") == std::string::npos;
 }
 
+// What is left of a body that is not read is no next request: behind this answer the connection
+// ends.
+void MakeLast(httplib::Response& response) { response.set_header("Connection", "close"); }
+bool IsLast(const httplib::Response& response) {
+  return response.get_header_value("Connection") == "close";
+}
+
+// The status for a request whose body is none that is read here, or has no end that is known; 0
+// for any other.
+int RefusalOf(const httplib::Request& request) {
+  if (request.is_multipart_form_data()) return 415;
+  if (request.has_header("Transfer-Encoding")) {
+    return Lower(request.get_header_value("Transfer-Encoding")) == "chunked" ? 0 : 501;
+  }
+  const size_t lengths = request.get_header_value_count("Content-Length");
+  if (lengths == 0) return 411;
+  const auto length = mail::wholeNumber<std::uint64_t>(request.get_header_value("Content-Length"));
+  return lengths == 1 && length ? 0 : 400;
+}
+
 // `host` in lower case, with or without a port.
 bool IsLoopbackName(std::string_view host) {
   const size_t colon = host.rfind(':');
@@ -229,8 +260,8 @@ void Server::Implementation::Configure() {
   m_http->set_payload_max_length(kLargestRequest);
   m_http->set_keep_alive_max_count(kUnlimited);
   m_http->set_keep_alive_timeout(kKeepAlive);
-  m_http->set_read_timeout(kPatience, 0);
-  m_http->set_write_timeout(kPatience, 0);
+  m_http->set_read_timeout(m_options.patience);
+  m_http->set_write_timeout(m_options.patience);
 }
 
 void Server::Implementation::Route() {
@@ -247,6 +278,11 @@ void Server::Implementation::Route() {
                    m_faults.Clear();
                    response.status = 204;
                  });
+  // Called when an answer is out.
+  m_http->set_logger([this](const httplib::Request& request, const httplib::Response& response) {
+    m_inWork.End(request.remote_port);
+    if (IsLast(response)) CutConnection(request);
+  });
   m_http->set_exception_handler(
       [](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
         Send(response, 500, kXml, WriteFault(FaultOf("ErrorInternalServerError")));
@@ -273,22 +309,32 @@ void Server::Implementation::HandlePost(const httplib::Request& request,
   const Stopwatch watch;
   RequestNote note;
   std::string body;
+  if (const int status = RefusalOf(request); status != 0) {
+    response.status = status;
+    MakeLast(response);
+    return m_log.Add(watch.Entry(request, response));
+  }
   const auto length = request.get_header_value<std::uint64_t>("Content-Length");
   if (length <= kLargestRequest) body.reserve(static_cast<size_t>(length));
-  if (request.is_multipart_form_data()) {
-    response.status = 415;
-    return;
-  }
   const bool ews = Lower(request.path) == kEwsPath;
   if (ews && Drop(Cut::kBeforeBody, request)) return m_log.Add(watch.Entry(request, response));
+  int unread = 408;  // the status if the body does not come to its end
   const bool complete = reader([&](const char* data, size_t size) {
-    if (size > kLargestRequest - body.size()) return false;
-    if (ews && Drop(Cut::kInBody, request)) return false;
+    if (size > kLargestRequest - body.size()) {
+      unread = 413;
+      return false;
+    }
+    if (ews && Drop(Cut::kInBody, request)) {
+      unread = 0;
+      return false;
+    }
     body.append(data, size);
     return true;
   });
+  if (!complete && response.status != 413) response.status = unread;
+  if (!complete) MakeLast(response);
   const size_t received = body.size();
-  if (complete) Handle(request, response, body, note);
+  if (complete && BeginWork(request, response)) Handle(request, response, body, note);
   if (!m_log.IsOn()) return;
   RequestLog::Entry entry = watch.Entry(request, response);
   entry.operation = note.operation;
@@ -303,6 +349,7 @@ void Server::Implementation::HandleGet(const httplib::Request& request,
   RequestNote note;
   std::string none;
   const std::string path = Lower(request.path);
+  if (!BeginWork(request, response)) return;
   if (IsPagePath(request.path)) {
     HandlePage(request, response);
   } else if (IsDirectoryPath(request.path)) {
@@ -315,12 +362,25 @@ void Server::Implementation::HandleGet(const httplib::Request& request,
   if (m_log.IsOn()) m_log.Add(watch.Entry(request, response));
 }
 
-// Cuts the request's connection where that was ordered.
-bool Server::Implementation::Drop(Cut cut, const httplib::Request& request) {
-  if (!m_faults.Take(cut)) return false;
+// False once the server ends: nothing is done then that might get no answer.
+bool Server::Implementation::BeginWork(const httplib::Request& request,
+                                       httplib::Response& response) {
+  if (m_inWork.Begin(request.remote_port)) return true;
+  response.status = 503;
+  MakeLast(response);
+  return false;
+}
+
+void Server::Implementation::CutConnection(const httplib::Request& request) {
   ForEachConnection(m_port, [&](int fd, int peer) {
     if (peer == request.remote_port) ::shutdown(fd, SHUT_RDWR);
   });
+}
+
+// Cuts the request's connection where that was ordered.
+bool Server::Implementation::Drop(Cut cut, const httplib::Request& request) {
+  if (!m_faults.Take(cut)) return false;
+  CutConnection(request);
   return true;
 }
 

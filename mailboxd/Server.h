@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -21,6 +22,7 @@ struct ServerOptions {
   std::int64_t maximumMessageSize = 150 * 1024 * 1024;  // bytes
   std::vector<std::string> faults;                      // see Faults.h
   std::string logFile;                                  // see RequestLog.h; "" for none
+  std::chrono::seconds patience{300};                   // for a client's next byte
   // Who starts it ends it so; another server waits for one that is about to end.
   DataFolderLock::Lifetime lifetime = DataFolderLock::Lifetime::kUntilStopped;
 };
@@ -36,7 +38,7 @@ class Server {
   Server& operator=(const Server&) = delete;
 
   void Start();  // answers requests on threads of its own
-  // Ends the connections and returns when the requests in work have been answered.
+  // Ends the connections, each behind the answer that is in work, which is waited for 5 s at most.
   void Stop();
 
   std::string Url() const;  // "https://127.0.0.1:8443"

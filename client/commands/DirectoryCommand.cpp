@@ -1,4 +1,6 @@
+#include <filesystem>
 #include <iostream>
+#include <memory>
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
@@ -7,6 +9,7 @@
 #include "client/commands/Commands.h"
 #include "client/commands/MigrateOptions.h"
 #include "client/commands/Secret.h"
+#include "client/commands/TargetLogon.h"
 #include "client/show/Console.h"
 #include "client/show/JsonText.h"
 #include "client/show/OutputText.h"
@@ -21,6 +24,7 @@ namespace {
 constexpr std::uint32_t kPatience = 30;
 
 struct DirectoryOptions {
+  std::string to;
   std::string tenant;
   std::string clientId;
   std::string secretFile;
@@ -34,18 +38,27 @@ struct DirectoryOptions {
 };
 
 void Describe(CLI::App& app, DirectoryOptions& options) {
-  app.add_option("--tenant", options.tenant, "Tenant id")->required();
-  app.add_option("--client", options.clientId, "Id of the registered application")->required();
-  app.add_option("--client-secret-file", options.secretFile,
-                 "File whose first line is the application's secret; asked for otherwise");
+  CLI::Option* const to =
+      app.add_option("--to", options.to,
+                     "local:DIR, the directory of the mailbox in DIR; a tenant's otherwise")
+          ->type_name("local:DIR");
+  const auto ofTenant = [&](const char* name, std::string& value, const char* help) {
+    app.add_option(name, value, help)->excludes(to);
+  };
+  ofTenant("--tenant", options.tenant, "Tenant id");
+  ofTenant("--client", options.clientId, "Id of the registered application");
+  ofTenant("--client-secret-file", options.secretFile,
+           "File whose first line is the application's secret; asked for otherwise");
   app.add_flag("--json", options.json, "As JSON");
   CLI::Option* const insecure =
-      app.add_flag("--insecure", options.insecure, "Accept every server certificate");
-  app.add_option("--ca-file", options.caFile, "Certificates to trust, PEM")->excludes(insecure);
-  app.add_option("--authority-url", options.authorityUrl, "Where tokens are asked for");
-  app.add_option("--graph-url", options.graphUrl, "Where the directory is asked");
-  app.add_option("--proxy", options.proxy,
-                 "The way to the server, http://HOST:PORT; none is taken otherwise");
+      app.add_flag("--insecure", options.insecure, "Accept every server certificate")->excludes(to);
+  app.add_option("--ca-file", options.caFile, "Certificates to trust, PEM")
+      ->excludes(insecure)
+      ->excludes(to);
+  ofTenant("--authority-url", options.authorityUrl, "Where tokens are asked for");
+  ofTenant("--graph-url", options.graphUrl, "Where the directory is asked");
+  ofTenant("--proxy", options.proxy,
+           "The way to the server, http://HOST:PORT; none is taken otherwise");
   app.add_option("--patience", options.patience,
                  "Seconds to wait for a server that does not answer; 0 for none")
       ->check(CLI::Range(0, 604800))
@@ -77,9 +90,32 @@ void Adopt(const DirectoryOptions& options, Console& console) {
   settings.fnTellWait = [&console](const std::string& line) { console.Say(line); };
 }
 
+void RequireTenant(const DirectoryOptions& options) {
+  if (options.tenant.empty()) throw UsageError("--tenant is required, or --to local:DIR");
+  if (options.clientId.empty()) throw UsageError("--client is required");
+}
+
+// The mailbox of our own whose directory is meant, served, and everything that leads there; null
+// for a tenant's. Throws UsageError, RunError.
+std::unique_ptr<LocalMailbox> ServeLocal(DirectoryOptions& options, const Say& say) {
+  if (options.to.empty()) return nullptr;
+  Target target;
+  target.address = options.to;
+  if (!target.Local() || !std::filesystem::is_directory(target.LocalFolder())) {
+    throw UsageError("--to wants local:DIR with a folder that is there");
+  }
+  auto local = ServeIfLocal(target, say);
+  options.tenant = options.clientId = "local";
+  options.authorityUrl = options.graphUrl = local->Url();
+  options.caFile = local->CertificateFile();
+  return local;
+}
+
 std::vector<ews::DirectoryEntry> Ask(ews::DirectoryList list, const DirectoryOptions& options) {
   const std::string secret =
-      ReadSecret(options.secretFile, "Secret of the application", "--client-secret-file");
+      options.to.empty()
+          ? ReadSecret(options.secretFile, "Secret of the application", "--client-secret-file")
+          : "local";  // it is open
   return ConnectionDLL::ListDirectory(list, CString::FromUtf8(options.tenant),
                                       CString::FromUtf8(options.clientId),
                                       CString::FromUtf8(secret));
@@ -110,6 +146,9 @@ int ListDirectory(ews::DirectoryList list, const char* name, const char* help,
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
   Console console;
   try {
+    const std::unique_ptr<LocalMailbox> local =
+        ServeLocal(options, [&console](const std::string& line) { console.Say(line); });
+    RequireTenant(options);
     Adopt(options, console);
     const std::vector<ews::DirectoryEntry> entries = Ask(list, options);
     std::cout << (options.json ? AsJson(entries) : AsText(entries));

@@ -23,8 +23,9 @@ EwsRequest::EwsRequest(std::string& body) {
   }
   CheckEnvelope(envelope, buffer);
   m_operation = FirstElement(Child(envelope, "Body"));
-  const pugi::xml_node sid =
-      Child(Child(Child(envelope, "Header"), "ExchangeImpersonation"), "ConnectingSID");
+  const pugi::xml_node header = Child(envelope, "Header");
+  m_zone = Attribute(Child(Child(header, "TimeZoneContext"), "TimeZoneDefinition"), "Id");
+  const pugi::xml_node sid = Child(Child(header, "ExchangeImpersonation"), "ConnectingSID");
   m_impersonated = Text(FirstElement(sid));
 }
 

@@ -19,11 +19,14 @@ class EwsRequest {
   std::string_view OperationName() const;
   // The mailbox to act for; "" without impersonation.
   const std::string& ImpersonatedAddress() const { return m_impersonated; }
+  // The Windows name of the time zone that its dates are meant in; "" for none.
+  const std::string& ZoneName() const { return m_zone; }
 
  private:
   pugi::xml_document m_document;
   pugi::xml_node m_operation;
   std::string m_impersonated;
+  std::string m_zone;
 };
 
 // Names without their prefix; views into the request.

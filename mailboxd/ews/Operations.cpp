@@ -52,6 +52,7 @@ std::string Answer(std::string& body, const Context& base, RequestNote* note) {
   const EwsRequest request(body);
   Context context = base;
   if (!request.ImpersonatedAddress().empty()) context.mailbox = request.ImpersonatedAddress();
+  context.zone = request.ZoneName();
   const std::string_view name = request.OperationName();
   if (note != nullptr) *note = {std::string(name), context.mailbox};
   const auto row = std::find_if(kOperations.begin(), kOperations.end(),

@@ -20,6 +20,7 @@ struct Context {
   Faults& faults;
   std::string mailbox;                  // the address that the request acts for
   std::int64_t maximumMessageSize = 0;  // bytes
+  std::string zone = {};                // that its dates are meant in, as Windows names it
 };
 
 // What a log may tell of a request.

@@ -58,6 +58,7 @@ void SetListColumns(ItemInfo& item) {
     if (row.element != item.element) continue;
     item.*row.member = ReadDateTime(FieldText(item, row.field)).value_or("");
   }
+  item.isSeries = item.element == "CalendarItem" && FindField(item, "Recurrence") != nullptr;
   item.who = WhoOf(item);
 }
 

@@ -31,7 +31,7 @@ class FieldTree {
   pugi::xml_document m_document;
 };
 
-// Sets starts, ends and who by the other fields.
+// Sets starts, ends, isSeries and who by the other fields.
 void SetListColumns(ItemInfo& item);
 
 }  // namespace mailbox

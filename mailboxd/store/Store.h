@@ -78,9 +78,10 @@ struct ItemInfo {
   std::string received;
   std::string sent;
   std::string created;
-  std::string starts;  // when it takes place, or a task is to be begun; "" without that
-  std::string ends;    // "" too; the day on which a task is due
-  std::string who;     // a person in one line, for lists: who sent it, a contact's address
+  std::string starts;     // when it takes place, or a task is to be begun; "" without that
+  std::string ends;       // "" too; the day on which a task is due
+  bool isSeries = false;  // it takes place again after its start
+  std::string who;        // a person in one line, for lists: who sent it, a contact's address
   std::int64_t size = 0;
   std::int64_t version = 1;
   std::int64_t attachmentCount = 0;  // stored beside the item
@@ -159,6 +160,8 @@ class Store {
   // Those that begin from `from` on and before `to`, by their start.
   std::vector<ItemInfo> ItemsBetween(std::int64_t folder, std::string_view from,
                                      std::string_view to, std::int64_t limit);
+  // Series that begin before `to`, the one that begins last first.
+  std::vector<ItemInfo> SeriesBefore(std::int64_t folder, std::string_view to, std::int64_t limit);
   struct Span {
     std::string first;
     std::string last;

@@ -88,6 +88,9 @@ class Store::Implementation {
     if (!query->Step()) return std::nullopt;
     return query->Int(0);
   }
+  std::int64_t TotalOf(std::int64_t folder) {
+    return Number("SELECT total FROM folders WHERE id=?", folder).value_or(0);
+  }
   std::int64_t LastRow() const { return m_database.LastInsertRowId(); }
   bool Changed() const { return m_database.Changes() > 0; }
 

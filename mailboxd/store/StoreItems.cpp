@@ -30,6 +30,7 @@ RowShape<ItemInfo> ShapeOf(std::initializer_list<ItemColumn> more) {
                                      {"created", Into<&ItemInfo::created>},
                                      {"starts", Into<&ItemInfo::starts>},
                                      {"ends", Into<&ItemInfo::ends>},
+                                     {"is_series", Into<&ItemInfo::isSeries>},
                                      {"who", Into<&ItemInfo::who>},
                                      {"size", Into<&ItemInfo::size>},
                                      {"version", Into<&ItemInfo::version>},
@@ -62,11 +63,11 @@ const RowShape<AttachmentInfo> kAttachments(
 void Store::Implementation::InsertItem(NewItem& item) {
   ItemInfo& info = item.info;
   Run("INSERT INTO items(folder,element,item_class,subject,is_read,is_draft,received,sent,created,"
-      "starts,ends,who,size,version,details,mail_has_files)"
-      " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,-1))",
+      "starts,ends,is_series,who,size,version,details,mail_has_files)"
+      " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,-1))",
       info.folder, info.element, info.itemClass, info.subject, info.isRead, info.isDraft,
-      info.received, info.sent, info.created, info.starts, info.ends, info.who, info.size,
-      info.version, WriteDetails(info), item.hasMime ? -1 : 0);
+      info.received, info.sent, info.created, info.starts, info.ends, info.isSeries, info.who,
+      info.size, info.version, WriteDetails(info), item.hasMime ? -1 : 0);
   info.id = LastRow();
   InsertTexts(info);
   if (!item.hasMime) return;
@@ -127,6 +128,13 @@ std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std
   if (end != ends.end() && end->second.place == offset) {
     items = m_implementation->All(kItems, "WHERE folder=? AND id>? ORDER BY id LIMIT ?", folder,
                                   end->second.row, limit);
+  } else if (const std::int64_t total = m_implementation->TotalOf(folder);
+             limit > 0 && offset > total / 2) {
+    // From the end, where the newest are: what costs is to count the way to a place.
+    const std::int64_t count = std::clamp<std::int64_t>(total - offset, 0, limit);
+    items = m_implementation->All(kItems, "WHERE folder=? ORDER BY id DESC LIMIT ? OFFSET ?",
+                                  folder, count, total - offset - count);
+    std::ranges::reverse(items);
   } else {
     items = m_implementation->All(kItems, "WHERE folder=? ORDER BY id LIMIT ? OFFSET ?", folder,
                                   limit, offset);
@@ -161,6 +169,14 @@ std::vector<ItemInfo> Store::ItemsBetween(std::int64_t folder, std::string_view 
   return m_implementation->All(
       kItems, "WHERE folder=? AND starts<>'' AND starts>=? AND starts<? ORDER BY starts,id LIMIT ?",
       folder, from, to, limit);
+}
+
+std::vector<ItemInfo> Store::SeriesBefore(std::int64_t folder, std::string_view to,
+                                          std::int64_t limit) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->All(
+      kItems, "WHERE folder=? AND is_series AND starts<? ORDER BY starts DESC,id DESC LIMIT ?",
+      folder, to, limit);
 }
 
 Store::Span Store::StartsIn(std::int64_t folder) {
@@ -226,9 +242,10 @@ bool Store::UpdateItem(ItemInfo& item) {
   Implementation::Transaction transaction(*m_implementation);
   m_implementation->Run(
       "UPDATE items SET item_class=?,subject=?,is_read=?,is_draft=?,received=?,sent=?,starts=?,"
-      "ends=?,who=?,size=?,details=?,version=version+1 WHERE id=? AND version=?",
+      "ends=?,is_series=?,who=?,size=?,details=?,version=version+1 WHERE id=? AND version=?",
       item.itemClass, item.subject, item.isRead, item.isDraft, item.received, item.sent,
-      item.starts, item.ends, item.who, item.size, WriteDetails(item), item.id, item.version);
+      item.starts, item.ends, item.isSeries, item.who, item.size, WriteDetails(item), item.id,
+      item.version);
   if (!m_implementation->Changed()) return false;
   m_implementation->Run("DELETE FROM item_texts WHERE item=?", item.id);
   m_implementation->InsertTexts(item);

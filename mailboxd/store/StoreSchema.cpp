@@ -143,8 +143,17 @@ UPDATE items SET details=(
 DROP TABLE set_names;
 )sql";
 
-constexpr std::array<const char*, 6> kSteps = {kTables, kCounts, kMailFiles,
-                                               kTexts,  kLists,  kSetNames};
+// Series stand in months in which they do not begin.
+constexpr char kSeries[] = R"sql(
+ALTER TABLE items ADD COLUMN is_series INTEGER NOT NULL DEFAULT 0;
+UPDATE items SET is_series=1 WHERE element='CalendarItem' AND EXISTS (
+  SELECT 1 FROM json_each(iif(json_valid(details), details, '{}'), '$.fields')
+  WHERE value->>0='Recurrence');
+CREATE INDEX series_by_start ON items(folder, starts) WHERE is_series;
+)sql";
+
+constexpr std::array<const char*, 7> kSteps = {kTables, kCounts,   kMailFiles, kTexts,
+                                               kLists,  kSetNames, kSeries};
 
 constexpr std::array<WellKnownFolder, 20> kFolders = {{
     {"root", "", "root", ""},

@@ -42,20 +42,33 @@ std::string ValueHtml(std::string_view text) {
   return Text(Cut(text, kValueShown)) + (text.size() > kValueShown ? "…" : "");
 }
 
-// The texts of a field, each under what names it: the key of its entry, or of its element.
+// The text of an element; a time zone is all in its attributes.
+std::string_view TextOf(pugi::xml_node node) {
+  const std::string_view text = node.child_value();
+  return text.empty() ? node.attribute("Id").value() : text;
+}
+
+// What names an entry of a field: its key, or the element of a pattern or its range.
+std::string_view NameOf(pugi::xml_node entry) {
+  const std::string_view name = entry.name();
+  if (name.starts_with("t:") && name.ends_with("Recurrence")) return name.substr(2);
+  return entry.attribute("Key").value();
+}
+
+// The texts of a field, each behind what names its entry.
 std::string LeavesHtml(pugi::xml_node root) {
   std::string html;
   size_t count = 0;
   pugi::xml_node lastEntry;
   for (pugi::xml_node node = root; node; node = Next(node, root)) {
-    const std::string_view text = node.child_value();
+    const std::string_view text = TextOf(node);
     if (FirstInside(node) || text.empty()) continue;
     if (count++ == kLeavesShown) return html + "; …";
     const pugi::xml_node entry = node.attribute("Key") ? node : node.parent();
     if (!html.empty()) html += entry == lastEntry ? ", " : "; ";
-    const std::string_view key = entry.attribute("Key").value();
-    if (!key.empty() && entry != lastEntry) {
-      html += "<span class=\"soft\">" + Text(Spaced(key)) + "</span> ";
+    const std::string_view name = NameOf(entry);
+    if (!name.empty() && entry != lastEntry) {
+      html += "<span class=\"soft\">" + Text(Spaced(name)) + "</span> ";
     }
     lastEntry = entry;
     html += ValueHtml(text);

@@ -44,8 +44,7 @@ std::string MailCells(const ItemInfo& item) {
 }
 
 std::string MeetingCells(const ItemInfo& item) {
-  const bool isSeries = FindField(item, "Recurrence") != nullptr;
-  return "<td class=\"date\">" + Date(item.starts) + (isSeries ? " · series" : "") + "</td>" +
+  return "<td class=\"date\">" + Date(item.starts) + (item.isSeries ? " · series" : "") + "</td>" +
          DateCell(item.ends) + TextCell(item.who);
 }
 

@@ -1,5 +1,6 @@
 #include "mailboxd/web/WebMonth.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <map>
@@ -8,7 +9,9 @@
 #include <vector>
 
 #include "base/WholeNumber.h"
+#include "mailboxd/store/DateTime.h"
 #include "mailboxd/store/ItemFields.h"
+#include "mailboxd/store/Series.h"
 #include "mailboxd/web/WebHtml.h"
 #include "mailboxd/web/WebItem.h"
 
@@ -55,17 +58,60 @@ std::string DayText(chrono::sys_days day) {
 
 chrono::sys_days FirstOf(chrono::year_month month) { return month / chrono::day(1); }
 
-bool HoldsAny(Store& store, const FolderInfo& folder, chrono::year_month month) {
-  return !store
-              .ItemsBetween(folder.id, DayText(FirstOf(month)),
-                            DayText(FirstOf(month + chrono::months(1))), 1)
-              .empty();
+// One time that something takes place.
+struct Event {
+  std::string starts;  // in the store's form
+  std::size_t item;    // its place in the list
+};
+
+struct Events {
+  std::vector<ItemInfo> items;
+  std::vector<Event> events;  // by their start
+  bool isCut = false;         // there are more
+};
+
+void AddSeries(std::vector<ItemInfo> series, std::int64_t from, std::int64_t to, Events& events) {
+  for (ItemInfo& item : series) {
+    const auto repeats = Series::Of(item);
+    const auto once = ReadSeconds(item.starts);  // what is shown of one that is not understood
+    std::vector<std::int64_t> starts;
+    if (repeats) starts = repeats->StartsBetween(from, to);
+    if (!repeats && once && *once >= from) starts = {*once};
+    if (starts.empty()) continue;
+    for (const std::int64_t start : starts) {
+      events.events.push_back({FormatDateTime(start), events.items.size()});
+    }
+    events.items.push_back(std::move(item));
+  }
+}
+
+Events EventsOf(Store& store, const FolderInfo& folder, chrono::year_month month) {
+  const chrono::sys_seconds from = FirstOf(month);
+  const chrono::sys_seconds to = FirstOf(month + chrono::months(1));
+  const std::string end = DayText(FirstOf(month + chrono::months(1)));
+  std::vector<ItemInfo> all =
+      store.ItemsBetween(folder.id, DayText(FirstOf(month)), end, kItemsShown);
+  std::vector<ItemInfo> series = store.SeriesBefore(folder.id, end, kItemsShown);
+  const auto isFull = [](const std::vector<ItemInfo>& items) {
+    return items.size() >= static_cast<std::size_t>(kItemsShown);
+  };
+  Events events;
+  events.isCut = isFull(all) || isFull(series);
+  for (ItemInfo& item : all) {
+    if (item.isSeries) continue;
+    events.events.push_back({item.starts, events.items.size()});
+    events.items.push_back(std::move(item));
+  }
+  AddSeries(std::move(series), from.time_since_epoch().count(), to.time_since_epoch().count(),
+            events);
+  std::ranges::stable_sort(events.events, {}, &Event::starts);
+  return events;
 }
 
 chrono::year_month MonthToShow(Store& store, const FolderInfo& folder, const Store::Span& starts) {
   const auto now =
       ReadMonth(std::string_view(UtcNow()).substr(0, 7)).value_or(chrono::year(2000) / 1);
-  if (starts.last.empty() || HoldsAny(store, folder, now)) return now;
+  if (starts.last.empty() || !EventsOf(store, folder, now).events.empty()) return now;
   return ReadMonth(std::string_view(starts.last).substr(0, 7)).value_or(now);
 }
 
@@ -85,19 +131,19 @@ std::string MonthLinks(const FolderInfo& folder, chrono::year_month month,
   return html + Link(path + "?page=1", "List") + "</nav>\n";
 }
 
-std::string EventLine(const ItemInfo& item) {
+std::string EventLine(const ItemInfo& item, const std::string& starts) {
   const bool isWhole = FieldText(item, "IsAllDayEvent") == "true";
-  const bool isSeries = FindField(item, "Recurrence") != nullptr;
   const std::string time =
-      isWhole ? "" : "<span class=\"soft\">" + Text(item.starts.substr(11, 5)) + "</span> ";
+      isWhole ? "" : "<span class=\"soft\">" + Text(starts.substr(11, 5)) + "</span> ";
   return "<li>" + time +
          Link("/item/" + std::to_string(item.id), TextOr(item.subject, "(no subject)")) +
-         (isSeries ? " <span class=\"soft\">· series</span>" : "") + "</li>";
+         (item.isSeries ? " <span class=\"soft\">· series</span>" : "") + "</li>";
 }
 
-using Days = std::map<std::string, std::vector<const ItemInfo*>>;
+using Days = std::map<std::string, std::vector<const Event*>>;
 
-std::string DayCell(chrono::sys_days day, chrono::year_month month, const Days& days) {
+std::string DayCell(chrono::sys_days day, chrono::year_month month, const Events& events,
+                    const Days& days) {
   const chrono::year_month_day date(day);
   const bool isInside = date.year() / date.month() == month;
   const std::string text = DayText(day);
@@ -110,9 +156,9 @@ std::string DayCell(chrono::sys_days day, chrono::year_month month, const Days& 
   if (isEmpty) return html + "</td>";
   html += "<ul>";
   size_t count = 0;
-  for (const ItemInfo* item : found->second) {
+  for (const Event* event : found->second) {
     if (count++ == kItemsOfDay) break;
-    html += EventLine(*item);
+    html += EventLine(events.items[event->item], event->starts);
   }
   if (found->second.size() > kItemsOfDay) {
     html += "<li class=\"soft\">and " + std::to_string(found->second.size() - kItemsOfDay) +
@@ -122,9 +168,9 @@ std::string DayCell(chrono::sys_days day, chrono::year_month month, const Days& 
 }
 
 // Weeks begin on Monday.
-std::string MonthTable(chrono::year_month month, const std::vector<ItemInfo>& items) {
+std::string MonthTable(chrono::year_month month, const Events& events) {
   Days days;
-  for (const ItemInfo& item : items) days[item.starts.substr(0, 10)].push_back(&item);
+  for (const Event& event : events.events) days[event.starts.substr(0, 10)].push_back(&event);
   std::string html = OpenTable("month", MonthName(month),
                                {{"Mon"}, {"Tue"}, {"Wed"}, {"Thu"}, {"Fri"}, {"Sat"}, {"Sun"}});
   const chrono::sys_days first = FirstOf(month);
@@ -132,7 +178,9 @@ std::string MonthTable(chrono::year_month month, const std::vector<ItemInfo>& it
   const unsigned lead = chrono::weekday(first).iso_encoding() - 1;
   for (chrono::sys_days day = first - chrono::days(lead); day < end;) {
     html += "<tr>";
-    for (int i = 0; i < kDaysOfWeek; ++i, day += chrono::days(1)) html += DayCell(day, month, days);
+    for (int i = 0; i < kDaysOfWeek; ++i, day += chrono::days(1)) {
+      html += DayCell(day, month, events, days);
+    }
     html += "</tr>\n";
   }
   return html + CloseTable();
@@ -148,14 +196,12 @@ WebReply MonthPage(Store& store, const FolderInfo& folder, std::string_view mont
   const Store::Span starts = store.StartsIn(folder.id);
   const auto shown = month.empty() ? MonthToShow(store, folder, starts) : ReadMonth(month);
   if (!shown) return NotFound();
-  const std::vector<ItemInfo> items =
-      store.ItemsBetween(folder.id, DayText(FirstOf(*shown)),
-                         DayText(FirstOf(*shown + chrono::months(1))), kItemsShown);
+  const Events events = EventsOf(store, folder, *shown);
   std::string content = Totals(folder.total, folder.unread) + MonthLinks(folder, *shown, starts) +
-                        MonthTable(*shown, items);
-  if (items.size() == static_cast<size_t>(kItemsShown)) {
-    content +=
-        "<p class=\"soft\">The first " + std::to_string(kItemsShown) + " of the month.</p>\n";
+                        MonthTable(*shown, events);
+  if (events.isCut) {
+    content += "<p class=\"soft\">Of single entries and of series, " + std::to_string(kItemsShown) +
+               " at most are looked at.</p>\n";
   }
   return {200, WebReply().type, Page(FolderName(folder), Crumbs(store, folder), content)};
 }

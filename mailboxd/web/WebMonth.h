@@ -10,7 +10,7 @@ namespace mailbox::web {
 bool IsCalendar(const FolderInfo& folder);
 
 // A month of a calendar, "2024-03"; for "", this one, or the last in which something begins. A
-// series stands where it begins. A text that is no month gets NotFound.
+// series stands on each of its days. A text that is no month gets NotFound.
 WebReply MonthPage(Store& store, const FolderInfo& folder, std::string_view month);
 
 }  // namespace mailbox::web

@@ -91,6 +91,20 @@ TEST_F(Autodiscover, TheServersOfTheNameServiceComeLast) {
   EXPECT_EQ(Url(5), "https://b.example.net/autodiscover/autodiscover.xml");
 }
 
+TEST_F(Autodiscover, ADomainBeyondAsciiIsAskedForAndTrustedByItsAsciiName) {
+  ews::Settings().bVerifyCertificates = true;
+  m_transport.PushFailure("no such host");
+  m_transport.PushFailure("no such host");
+  m_transport.Push("", 404);
+  m_transport.PushServers({{"mail.XN--bcher-kva.example", 443}});
+  m_transport.Push(SettingsAnswer("https://mail.xn--bcher-kva.example/EWS"));
+  EXPECT_EQ(Discover(u"ann@B\u00DCcher.example"), "https://mail.xn--bcher-kva.example/EWS");
+  EXPECT_EQ(Url(0), "https://xn--bcher-kva.example/autodiscover/autodiscover.xml");
+  EXPECT_EQ(Url(3), "_autodiscover._tcp.xn--bcher-kva.example");
+  EXPECT_NE(m_transport.Requests()[4].authorization, "");
+  EXPECT_THAT(LastBody(), HasSubstr("<EMailAddress>ann@B\u00DCcher.example<"));
+}
+
 TEST_F(Autodiscover, EachStepHasTenSecondsAndNoMoreThanTheTimeOut) {
   m_transport.PushFailure("no such host");
   m_transport.Push(RedirectUrl("https://third.example.net/autodiscover/autodiscover.xml"));
@@ -158,7 +172,8 @@ TEST_F(Autodiscover, WhileVerifyingAnHttpRedirectLosesTheCredentials) {
 
 TEST_F(Autodiscover, ALoginThatIsNoAddressAsksNobody) {
   for (const char16_t* login :
-       {u"", u"user", u"DOMAIN\\user", u"user@", u"user@a/b", u"user@a:99", u"user@x y"}) {
+       {u"", u"user", u"DOMAIN\\user", u"user@", u"user@a/b", u"user@a:99", u"user@x y",
+        u"user@a\u2100b.example" /* of which a/c is made */, u"user@\uFF0F"}) {
     EXPECT_THAT(Discover(login), HasSubstr("no mail address")) << CString(login).ToUtf8();
   }
   EXPECT_TRUE(m_transport.Requests().empty());

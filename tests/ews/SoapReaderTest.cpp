@@ -37,7 +37,7 @@ TEST_F(SoapSamples, ItemsAndTheirAttachmentsAreRead) {
   const auto bound = Read("16-getitem-bind");
   const auto& item = bound->arrMessages.front().arrItems.front();
   EXPECT_EQ(item.strId, "AAMkItemBound=");
-  EXPECT_EQ(item.strFromAddress, "ann@example.com");
+  EXPECT_EQ(item.objFrom.strAddress, "ann@example.com");
   EXPECT_EQ(item.bRead, true);
   EXPECT_FALSE(item.bAttachments);
   const auto more = Read("19-createitem-more-attachments-than-sent");

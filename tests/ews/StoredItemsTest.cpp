@@ -7,6 +7,7 @@
 #include "ews/Contact.h"
 #include "ews/ContactGroup.h"
 #include "ews/CurlTransport.h"
+#include "ews/EmailMessage.h"
 #include "ews/Task.h"
 #include "mailboxd/Server.h"
 #include "platform/Paths.h"
@@ -85,6 +86,39 @@ TEST_F(StoredItems, AnAppointmentWithItsSeriesItsFileAndWhoIsAskedLater) {
   EXPECT_THAT(Field(stored, "Recurrence"), HasSubstr("<t:Interval>2</t:Interval>"));
   EXPECT_THAT(Field(stored, "Recurrence"), HasSubstr("<t:NumberOfOccurrences>5<"));
   EXPECT_THAT(Field(stored, "RequiredAttendees"), HasSubstr("bob@example.com"));
+}
+
+TEST_F(StoredItems, AMailIsBoundAsItWasSaved) {
+  ews::EmailMessage mail(m_service);
+  mail.SetBody({ews::BodyType::Text, u"a < b\r\n\u20AC"});
+  mail.SetCategories(std::vector<CString>{u"Blue & green", u"Red"});
+  mail.SetImportance(ews::Importance::High);
+  mail.SetIsRead(true);
+  mail.SetFrom(ews::EmailAddress(u"Ann <ann@example.com>"));
+  mail.ToRecipients().Add(u"Bob <bob@example.com>");
+  mail.ToRecipients().Add(u"carl@example.com");
+  mail.BccRecipients().Add(u"dora@example.com");
+  mail.Save(WellKnownFolderName::Inbox);
+  ews::EmailMessage bound =
+      ews::EmailMessage::Bind(m_service, mail.Id(), ews::PropertySet::FirstClassProperties);
+  EXPECT_EQ(bound.Id().strUniqueId, mail.Id().strUniqueId);
+  ASSERT_TRUE(bound.Body());
+  EXPECT_EQ(bound.Body()->BodyType(), ews::BodyType::Text);
+  EXPECT_EQ(bound.Body()->Text(), mail.Body()->Text());
+  EXPECT_EQ(bound.Categories(), mail.Categories());
+  EXPECT_EQ(bound.Importance(), ews::Importance::High);
+  EXPECT_EQ(bound.IsRead(), true);
+  ASSERT_TRUE(bound.From());
+  EXPECT_EQ(bound.From()->Name(), u"Ann");
+  ASSERT_EQ(bound.ToRecipients().Count(), 2);
+  EXPECT_EQ(bound.ToRecipients()[0].Name(), u"Bob");
+  EXPECT_EQ(bound.ToRecipients()[1].Address(), u"carl@example.com");
+  EXPECT_EQ(bound.CcRecipients().Count(), 0);
+  EXPECT_EQ(bound.BccRecipients().Count(), 1);
+  EXPECT_THROW(bound.Save(WellKnownFolderName::Inbox), ews::ServiceException);  // it is there
+  EXPECT_THROW(
+      ews::EmailMessage::Bind(m_service, {u"none", u""}, ews::PropertySet::FirstClassProperties),
+      ews::ServiceException);
 }
 
 TEST_F(StoredItems, ATaskAndAContact) {

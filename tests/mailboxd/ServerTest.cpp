@@ -217,9 +217,9 @@ TEST(Server, StatusesAndFaultsThatAreOrderedComeInPlaceOfAnAnswer) {
   EXPECT_EQ(Code(last.body), "NoError");
 }
 
-TEST(Server, AHeldAnswerIsThatOfARequestThatIsDone) {
+TEST(Server, AHeldAnswerIsThatOfARequestThatIsDoneAndComesThoughTheServerEnds) {
   mailbox::ServerOptions options;
-  options.faults = {"hold:2000"};
+  options.faults = {"hold:1000"};
   RunningServer server(options);
   mailbox::Store& store = server->Mailboxes();
   const std::int64_t inbox = *store.FindWellKnown(store.Mailbox("user@example.com"), "inbox");
@@ -231,6 +231,7 @@ TEST(Server, AHeldAnswerIsThatOfARequestThatIsDone) {
   });
   while (store.Folder(inbox)->total == 0 && !answered) std::this_thread::yield();
   EXPECT_FALSE(answered);
+  server->Stop();
   client.join();
 }
 

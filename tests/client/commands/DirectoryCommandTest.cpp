@@ -5,6 +5,7 @@
 
 #include "tests/client/commands/TarnyRun.h"
 #include "tests/support/ScriptedServer.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -43,6 +44,21 @@ TEST_F(DirectoryCommand, PrintsLinesOrJson) {
   EXPECT_THAT(json.out, AllOf(HasSubstr("\"name\": \"Café \\u001b[2J\""),
                               HasSubstr("\"address\": \"cafe@example.com\"")));
   EXPECT_THAT(m_server.Requests().at(3).path, HasSubstr("/v1.0/users"));
+}
+
+TEST(LocalDirectory, IsThatOfAMailboxInAFolder) {
+  const test_support::TemporaryFolder folder;
+  folder.Write("directory.txt", "groups\tTeam\tteam@example.com\nusers\tAnn\tann@example.com\n");
+  const std::string local = " --to local:" + folder.Path();
+  const Result groups = client_test::Tarny("groups" + local, "");
+  EXPECT_EQ(groups.exitCode, 0) << groups.err;
+  EXPECT_EQ(groups.out, "Team\tteam@example.com\n");
+  EXPECT_THAT(client_test::Tarny("users" + local, "").out, HasSubstr("Ann\tann@example.com\n"));
+  for (const std::string& wrong :
+       {local + " --tenant t", local + "/none", std::string(" --to office365"), std::string()}) {
+    EXPECT_EQ(client_test::Tarny("users" + wrong, "").exitCode, 2) << wrong;
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder.File("none")));
 }
 
 TEST_F(DirectoryCommand, TellsWhatWentWrong) {

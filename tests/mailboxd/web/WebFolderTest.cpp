@@ -51,6 +51,38 @@ TEST_F(WebFolder, AMonthHasItsDaysAndNoOthers) {
   }
 }
 
+TEST_F(WebFolder, ASeriesStandsOnEachOfItsDaysInTheZoneOfItsRequest) {
+  const std::string recurrence =
+      "<t:Recurrence><t:WeeklyRecurrence><t:Interval>1</t:Interval><t:DaysOfWeek>Monday"
+      "</t:DaysOfWeek></t:WeeklyRecurrence><t:NoEndRecurrence><t:StartDate>2024-03-18+01:00"
+      "</t:StartDate></t:NoEndRecurrence></t:Recurrence>";
+  const std::string meeting =
+      Tag("t:CalendarItem",
+          Tag("t:Subject", "weekly") + "<t:Start>2024-03-18T09:00:00Z</t:Start>" + recurrence);
+  const std::string request = Tag(
+      "m:CreateItem", Tag("m:SavedItemFolderId", WellKnown("calendar")) + Tag("m:Items", meeting),
+      " SendMeetingInvitations=\"SendToNone\"");
+  const std::string zone =
+      Tag("t:TimeZoneContext", "<t:TimeZoneDefinition Id=\"W. Europe Standard Time\"/>");
+  const std::string answer = Ask(Envelope(request, zone));
+  ASSERT_EQ(Code(answer), "NoError") << answer;
+  EXPECT_TRUE(Holds(Show(ItemId(answer)), {"<t:StartTimeZone Id=\"W. Europe Standard Time\""}));
+  EXPECT_TRUE(Holds(LookAtItem(ItemId(answer)),
+                    {"Weekly recurrence</span> 1, Monday; ", "No end recurrence</span> 2024-03-18",
+                     "W. Europe Standard Time<"}));
+  SaveIn("calendar", "CalendarItem", Meeting("once", "2024-04-08T07:00:00Z"));
+  const std::string begin = Look("calendar", {.month = "2024-03"});
+  EXPECT_EQ(CountOf(begin, ">weekly</a>"), 2u);
+  EXPECT_TRUE(Holds(begin, {">09:00<"}));
+  const std::string april = Look("calendar", {.month = "2024-04"});
+  EXPECT_EQ(CountOf(april, ">weekly</a>"), 5u);
+  EXPECT_EQ(CountOf(april, ">08:00<"), 5u);  // summer time
+  EXPECT_LT(april.find(">07:00<"), april.find(">15</time>"));
+  EXPECT_EQ(CountOf(Look("calendar", {.month = "2024-02"}), ">weekly</a>"), 0u);
+  // It has no end, so it stands in this month, too.
+  EXPECT_TRUE(Holds(Look("calendar"), {">weekly</a>"}));
+}
+
 TEST_F(WebFolder, ASearchFindsSubjectsAndPeopleAsTheyAreWritten) {
   for (int i = 0; i < 150; ++i) Save(Tag("t:Subject", "Weekly " + std::to_string(i)));
   Save(
