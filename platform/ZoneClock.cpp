@@ -29,9 +29,10 @@ std::optional<ZoneClock> ZoneClock::OfWindows(std::string_view strName) {
   if (strId.isEmpty()) return std::nullopt;
   std::unique_ptr<icu::TimeZone> pZone(icu::TimeZone::createTimeZone(strId));
   if (!dynamic_cast<icu::BasicTimeZone*>(pZone.get())) return std::nullopt;
+  const auto pRules = std::make_shared<Rules>();
+  pRules->pZone.reset(static_cast<icu::BasicTimeZone*>(pZone.release()));
   ZoneClock objClock;
-  objClock.m_pRules = std::make_shared<Rules>(
-      std::unique_ptr<icu::BasicTimeZone>(static_cast<icu::BasicTimeZone*>(pZone.release())));
+  objClock.m_pRules = pRules;
   return objClock;
 }
 
