@@ -1,6 +1,6 @@
 #include "pipeline/ItemBodies.h"
 
-#include <charconv>
+#include <algorithm>
 #include <set>
 #include <string>
 #include <string_view>
@@ -24,10 +24,11 @@
 // count as ".jpg", and so one pass over the page serves all of those.
 namespace {
 
-constexpr int kRtfToHtml = 2;     // the converter's selector
-constexpr int kSignature = 3;     // characters in front of the page
-constexpr int kFirstFixed = 100;  // from here on the extension is not looked at
-constexpr int kExtension = 4;     // characters
+constexpr int kRtfToHtml = 2;        // the converter's selector
+constexpr int kSignature = 3;        // characters in front of the page
+constexpr int kFirstFixed = 100;     // from here on the extension is not looked at
+constexpr int kExtension = 4;        // characters
+constexpr size_t kLongestName = 64;  // characters of a picture's file
 constexpr int kAttachmentHidden = 0x7FFE;
 constexpr std::u16string_view kPicture = u"HTMLFile_";
 constexpr std::u16string_view kFixedExtension = u".jpg";
@@ -67,42 +68,45 @@ CString LinkById(const CString& strName) {
   return CString(kLink) + u"cid:" + strName + kContentIdEnd;
 }
 
-// The number from 100 to nCount that a text begins with, followed by the fixed extension; 0 if
-// none.
-int FixedNumberAt(std::u16string_view strText, int nCount) {
-  std::string strDigits;
-  while (strDigits.size() < strText.size() && strDigits.size() < 10) {
-    const char16_t ch = strText[strDigits.size()];
-    if (ch < u'0' || ch > u'9') break;
-    strDigits += static_cast<char>(ch);
+// The page with each link by id that fnNameAt names: it gets what stands behind `<img src="`, and
+// gives the name that it begins with, or "" for what is to stay.
+template <typename NAMEAT>
+CString WithLinksById(const CString& strPage, NAMEAT&& fnNameAt) {
+  std::u16string_view strRest = strPage.View();
+  std::u16string strResult;
+  for (size_t nAt = strRest.find(kLink); nAt != strRest.npos; nAt = strRest.find(kLink)) {
+    strResult += strRest.substr(0, nAt);
+    strRest.remove_prefix(nAt + kLink.size());
+    const CString strName = fnNameAt(strRest);
+    strResult += strName.IsEmpty() ? kLink : LinkById(strName).View();
+    strRest.remove_prefix(static_cast<size_t>(strName.GetLength()));
   }
+  strResult += strRest;
+  return strResult;
+}
+
+// The number behind "HTMLFile_" at the text's beginning, without zeros in front; 0 if there is
+// none.
+int NumberAt(std::u16string_view strText) {
+  constexpr size_t kMostDigits = 9;
+  if (!strText.starts_with(kPicture)) return 0;
+  strText.remove_prefix(kPicture.size());
   int nNumber = 0;
-  const char* pEnd = strDigits.data() + strDigits.size();
-  const bool bFits = std::from_chars(strDigits.data(), pEnd, nNumber).ec == std::errc();
-  const bool bPlain = bFits && !strDigits.starts_with('0') &&
-                      strText.substr(strDigits.size()).starts_with(kFixedExtension);
-  return bPlain && nNumber >= kFirstFixed && nNumber <= nCount ? nNumber : 0;
+  for (size_t n = 0; n < std::min(strText.size(), kMostDigits); ++n) {
+    if (strText[n] < (n == 0 ? u'1' : u'0') || strText[n] > u'9') break;
+    nNumber = nNumber * 10 + (strText[n] - u'0');
+  }
+  return nNumber;
 }
 
 // All pictures from the hundredth on, in one pass.
 CString WithFixedLinks(const CString& strPage, int nCount) {
-  const std::u16string strBegin = std::u16string(kLink) + std::u16string(kPicture);
-  std::u16string_view strRest = strPage.View();
-  std::u16string strResult;
-  for (size_t nAt = strRest.find(strBegin); nAt != strRest.npos; nAt = strRest.find(strBegin)) {
-    strResult += strRest.substr(0, nAt);
-    strRest.remove_prefix(nAt + strBegin.size());
-    const int nNumber = FixedNumberAt(strRest, nCount);
-    if (nNumber == 0) {
-      strResult += strBegin;
-      continue;
-    }
+  return WithLinksById(strPage, [&](std::u16string_view strText) {
+    const int nNumber = NumberAt(strText);
+    if (nNumber < kFirstFixed || nNumber > nCount) return CString();
     const CString strName = FixedName(nNumber);
-    strResult += LinkById(strName).View();
-    strRest.remove_prefix(static_cast<size_t>(strName.GetLength()) - kPicture.size());
-  }
-  strResult += strRest;
-  return strResult;
+    return strText.starts_with(strName.View()) ? strName : CString();
+  });
 }
 
 // The names of the pictures beside the page, in upper case.
@@ -119,12 +123,9 @@ class PictureFiles {
   std::set<CString> m_setNames;
 };
 
-// kept: nIndex counts as if every earlier picture had been attached, and nothing but them.
-void Attach(ews::Item& objItem, const CString& strPath, const CString& strName, int nIndex) {
-  objItem.Attachments().AddFileAttachment(strPath);
-  ews::Attachment& objAttachment = objItem.Attachments()[nIndex];
+void MakeInline(ews::Item& objItem, ews::Attachment& objAttachment, const CString& strName) {
   objAttachment.SetContentId(strName + kContentIdEnd);
-  objAttachment.SetContentType(u"image/jpeg");
+  objAttachment.SetContentType(u"image/jpeg");  // kept: whatever it is
   objItem.SetExtendedProperty({kAttachmentHidden, ews::MapiPropertyType::Boolean}, true);
 }
 
@@ -136,12 +137,37 @@ void LinkPictures(ews::Item& objItem, CString& strPage, int nCount, const CStrin
     if (n < kFirstFixed) strPage.Replace(LinkTo(strName), LinkById(strName));
     if (!objFiles.Has(strName)) continue;
     try {
-      Attach(objItem, strFolder + strName, strName, n - 1);
+      objItem.Attachments().AddFileAttachment(strFolder + strName);
+      // kept: as if every earlier picture had been attached, and nothing but them
+      MakeInline(objItem, objItem.Attachments()[n - 1], strName);
     } catch (...) {  // one picture costs no other
       if (objRules.pszFailure) objLog.WriteLog(objRules.pszFailure);
     }
   }
   if (nCount >= kFirstFixed) strPage = WithFixedLinks(strPage, nCount);
+}
+
+// With the safe switch: each picture that is there, whatever its number and its extension, under
+// its own id; the link of one that is not there stays.
+void LinkPicturesThatAreThere(ews::Item& objItem, CString& strPage, const CString& strFolder,
+                              const RtfBodyRules& objRules, CLogManager& objLog) {
+  const PictureFiles objFiles(strFolder);
+  std::set<CString> setAttached;
+  strPage = WithLinksById(strPage, [&](std::u16string_view strText) {
+    const size_t nLength = strText.substr(0, kLongestName).find(u'"');
+    if (NumberAt(strText) == 0 || nLength == strText.npos) return CString();
+    const CString strName = strText.substr(0, nLength);
+    if (!objFiles.Has(strName)) return CString();
+    if (setAttached.contains(strName)) return strName;
+    try {
+      MakeInline(objItem, objItem.Attachments().AddFileAttachment(strFolder + strName), strName);
+      setAttached.insert(strName);
+      return strName;
+    } catch (...) {
+      if (objRules.pszFailure) objLog.WriteLog(objRules.pszFailure);
+      return CString();
+    }
+  });
 }
 
 CString Converted(const CString& strHtmPath, CLogManager& objLog) {
@@ -166,7 +192,9 @@ bool SetPageFromRtf(ews::Item& objItem, const CString& strHtmPath, const RtfBody
   CString strPage = Converted(strHtmPath, objLog);
   const int nImages = CountImages(strPage, objRules, objLog);
   const int nLinked = strPage.Replace(CString(u"file://") + strHtmPath, u"");
-  if (nImages > 0 && nImages == nLinked) {
+  if (ews::Settings().bSafe) {
+    LinkPicturesThatAreThere(objItem, strPage, strHtmPath, objRules, objLog);
+  } else if (nImages == nLinked) {
     LinkPictures(objItem, strPage, nImages, strHtmPath, objRules, objLog);
   }
   if (strPage.IsEmpty()) return false;
