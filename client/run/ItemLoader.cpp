@@ -1,9 +1,12 @@
 #include "client/run/ItemLoader.h"
 
+#include <fmt/format.h>
+
 #include "client/run/ItemWriter.h"
 #include "client/run/MailKey.h"
 #include "ews/SoapWriter.h"
 #include "mime/MailHeader.h"
+#include "pipeline/ST_EML_INFO.h"
 #include "platform/CString.h"
 #include "platform/Sha256.h"
 
@@ -18,12 +21,14 @@ std::string SearchableId(const std::string& messageId) {
   return usable ? id.ToUtf8() : std::string();
 }
 
+// What the engine enters into its ledger; empty for what gets no row.
 std::string IdOfPrepared(const std::string& location) {
   const ST_EML_INFO info = ReadPreparedItem(location);
-  if (info.nItemType != TYPE_EMAIL) {
+  if (info.nItemType == TYPE_UNKNOWN) {
     throw SourceError("the first line of its descriptor names no type of item");
   }
-  return info.strMessageId.ToUtf8();
+  const bool hasRow = info.nItemType != TYPE_CONTACT && info.nItemType != TYPE_DIST_LIST;
+  return hasRow ? info.strMessageId.ToUtf8() : std::string();
 }
 
 }  // namespace
@@ -43,7 +48,7 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
 void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
   item.id = entry.item.prepared ? IdOfPrepared(entry.item.location)
                                 : mail::MailHeader(item.bytes).text("Message-ID");
-  item.messageId = SearchableId(item.id);
+  if (entry.item.type == TYPE_EMAIL) item.messageId = SearchableId(item.id);
   const bool asItStands = entry.item.prepared && !item.id.empty();
   item.key = ContentKey(asItStands ? item.id : MailKey(item.id, item.hash), item.hash);
 }
@@ -64,7 +69,9 @@ void ItemLoader::NamePrepared(const Plan::Entry& entry, LoadedItem& item) {
   }
   const bool taken = m_journal.IsClaimedByOther(folder, item.id, item.hash);
   if (taken && m_ledger.HasRow(folder, item.id, m_login)) {
-    throw SourceError("another item with its message id is in that folder already");
+    throw SourceError(fmt::format("another {} with its {} is in that folder already",
+                                  ItemTypeName(entry.item.type),
+                                  entry.item.type == TYPE_TASK ? "start" : "message id"));
   }
   if (taken || !m_journal.IsClaimed(folder, item.id)) {
     m_journal.Reclaim(folder, item.id, item.hash);
