@@ -21,14 +21,23 @@ std::string SearchableId(const std::string& messageId) {
   return usable ? id.ToUtf8() : std::string();
 }
 
+ST_EML_INFO ReadTyped(const std::string& location) {
+  ST_EML_INFO info = ReadPreparedItem(location);
+  if (info.nItemType != TYPE_UNKNOWN) return info;
+  throw SourceError("the first line of its descriptor names no type of item");
+}
+
 // What the engine enters into its ledger; empty for what gets no row.
-std::string IdOfPrepared(const std::string& location) {
-  const ST_EML_INFO info = ReadPreparedItem(location);
-  if (info.nItemType == TYPE_UNKNOWN) {
-    throw SourceError("the first line of its descriptor names no type of item");
-  }
+std::string RowId(const ST_EML_INFO& info) {
   const bool hasRow = info.nItemType != TYPE_CONTACT && info.nItemType != TYPE_DIST_LIST;
   return hasRow ? info.strMessageId.ToUtf8() : std::string();
+}
+
+std::string SecondPlace(const ST_EML_INFO& info) {
+  if (info.nItemType == TYPE_TASK) return "Task\\";
+  if (info.nItemType != TYPE_CONTACT) return {};
+  const std::string below = info.strContactFolder.ToUtf8();
+  return "Contacts\\Other Contacts\\" + (below.empty() ? below : below + "\\");
 }
 
 }  // namespace
@@ -46,8 +55,13 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
 }
 
 void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
-  item.id = entry.item.prepared ? IdOfPrepared(entry.item.location)
-                                : mail::MailHeader(item.bytes).text("Message-ID");
+  if (entry.item.prepared) {
+    const ST_EML_INFO info = ReadTyped(entry.item.location);
+    item.id = RowId(info);
+    item.elsewhere = SecondPlace(info);
+  } else {
+    item.id = mail::MailHeader(item.bytes).text("Message-ID");
+  }
   if (entry.item.type == TYPE_EMAIL) item.messageId = SearchableId(item.id);
   const bool asItStands = entry.item.prepared && !item.id.empty();
   item.key = ContentKey(asItStands ? item.id : MailKey(item.id, item.hash), item.hash);
