@@ -83,8 +83,7 @@ void ItemLoader::NamePrepared(const Plan::Entry& entry, LoadedItem& item) {
   }
   const bool taken = m_journal.IsClaimedByOther(folder, item.id, item.hash);
   if (taken && m_ledger.HasRow(folder, item.id, m_login)) {
-    throw SourceError(fmt::format("another {} with its {} is in that folder already",
-                                  ItemTypeName(entry.item.type),
+    throw SourceError(fmt::format("another item with its {} is in that folder already",
                                   entry.item.type == TYPE_TASK ? "start" : "message id"));
   }
   if (taken || !m_journal.IsClaimed(folder, item.id)) {
