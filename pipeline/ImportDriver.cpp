@@ -1,10 +1,10 @@
 #include <chrono>
 #include <exception>
-#include <stdexcept>
 #include <thread>
 
 #include "ews/Settings.h"
 #include "pipeline/ItemDescriptor.h"
+#include "pipeline/ItemRun.h"
 #include "pipeline/MailAddressing.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
@@ -25,17 +25,7 @@ bool IsTooLarge(const CString& strMessage) {
          (ews::Settings().bSafe && strMessage.Contains(u" answered HTTP 413 "));
 }
 
-CString MessageOf(const std::exception& objError) { return CString::FromUtf8(objError.what()); }
-
 }  // namespace
-
-struct CTarnyOutlookHandler::MailRun {
-  const CString& strFilePath;
-  CString& strErr;
-  const CString& strLogFilepath;
-  ST_EML_INFO objInfo;
-  CString strMessageKey;
-};
 
 int CTarnyOutlookHandler::ImportItem(CString strFilePath, CString& strErr, CString strLogFilepath) {
   try {
@@ -51,18 +41,16 @@ int CTarnyOutlookHandler::ImportByType(const CString& strFilePath, CString& strE
                                        const CString& strLogFilepath) {
   m_objLogManager.WriteLog(u"ImportItem_0");
   m_objLogManager.WriteLog(u"ImportItem_1");
-  MailRun objRun{strFilePath, strErr, strLogFilepath, {}, {}};
+  ItemRun objRun{strFilePath, strErr, strLogFilepath, {}, {}};
   GetEmlInfo(&objRun.objInfo);
   objRun.strMessageKey = objRun.objInfo.strMessageId;
   m_objLogManager.WriteLog(u"ImportItem_2");
   if (objRun.objInfo.nItemType == TYPE_UNKNOWN) return kSuccess;
-  if (objRun.objInfo.nItemType != TYPE_EMAIL) {
-    throw std::runtime_error("Items of this type are not supported yet.");
-  }
+  if (objRun.objInfo.nItemType != TYPE_EMAIL) return ImportOtherType(objRun);
   return m_bNewFolderMode ? ImportMailToNewFolder(objRun) : ImportMail(objRun);
 }
 
-int CTarnyOutlookHandler::Fail(MailRun& objRun, const char16_t* pszLogText,
+int CTarnyOutlookHandler::Fail(ItemRun& objRun, const char16_t* pszLogText,
                                const std::exception& objError) {
   m_objLogManager.WriteLog(pszLogText);
   objRun.strErr = MessageOf(objError);
@@ -70,7 +58,7 @@ int CTarnyOutlookHandler::Fail(MailRun& objRun, const char16_t* pszLogText,
   return kFailure;
 }
 
-int CTarnyOutlookHandler::ImportMail(MailRun& objRun) {
+int CTarnyOutlookHandler::ImportMail(ItemRun& objRun) {
   m_objWebAccess.Service().SetTimeout(kFirstTimeout);
   m_objLogManager.WriteLog(u"ImportItem_3");
   ews::EmailMessage objMail(m_objWebAccess.m_pService);
@@ -91,7 +79,7 @@ int CTarnyOutlookHandler::ImportMail(MailRun& objRun) {
   return SaveMail(objRun, objMail);
 }
 
-int CTarnyOutlookHandler::SaveMail(MailRun& objRun, ews::EmailMessage& objMail) {
+int CTarnyOutlookHandler::SaveMail(ItemRun& objRun, ews::EmailMessage& objMail) {
   CString strMessage;
   try {
     m_objLogManager.WriteLog(u"Email Save in ");
@@ -117,7 +105,7 @@ int CTarnyOutlookHandler::SaveMail(MailRun& objRun, ews::EmailMessage& objMail) 
 
 // The mail without its MIME content: its text, what the descriptor says, and the attachments that
 // are files of their own. False when that fails in turn and has told why.
-bool CTarnyOutlookHandler::SaveReduced(MailRun& objRun) {
+bool CTarnyOutlookHandler::SaveReduced(ItemRun& objRun) {
   const CString strEml = objRun.strFilePath + u"\\EmlFile.Eml";
   if (!platform::PathExists(strEml)) return true;
   if (ews::Settings().bSafe) {
@@ -151,7 +139,7 @@ bool CTarnyOutlookHandler::SaveReduced(MailRun& objRun) {
   }
 }
 
-int CTarnyOutlookHandler::ImportMailToNewFolder(MailRun& objRun) {
+int CTarnyOutlookHandler::ImportMailToNewFolder(ItemRun& objRun) {
   ews::EmailMessage objMail(m_objWebAccess.m_pService);
   const auto FailWith = [&](const char16_t* pszLogText, const std::exception& objError) {
     m_objLogManager.WriteLog(pszLogText);

@@ -38,7 +38,9 @@ class COleDateTime {
 
 namespace platform {
 
-// Reads a date text as the user's locale writes it, or ISO 8601; anything else is invalid.
+// Reads a date text as the user's locale writes it, or ISO 8601. Parts that make no date in the
+// locale's order are tried in others, and a missing year is this one (platform/DateText.cpp says
+// which); anything else is invalid.
 COleDateTime ParseDateText(std::u16string_view strText);
 
 // The local wall-clock date of a time in seconds since 1970-01-01 UTC; invalid if there is none.

@@ -1,5 +1,6 @@
 #include <unicode/uchar.h>
 
+#include <algorithm>
 #include <array>
 #include <ctime>
 #include <optional>
@@ -14,10 +15,14 @@
 // 1. ISO 8601, extended or basic: 2024-03-31, 2024-03-31T13:05, 20240331T130500Z. With a zone, the
 //    instant is told in local time. A blank may stand for the T.
 // 2. The user's own: a date, a time or both in either order, parted by blanks. A date has three
-//    parts; numbers stand in the order of the locale (a year of four digits may lead in any), or
-//    the month is a name. A time is 13:05, 13:05:09 or 1:05 PM.
+//    parts or two: numbers, or numbers and the name of a month. A time is 13:05, 13:05:09 or 1:05
+//    PM.
 //
-// Nothing is guessed: a part out of its range makes the date invalid and does not change its place.
+// The parts are tried in the order of the locale first, then with day and month changing places,
+// then with the year at the other end, and the first that is a date of the calendar counts: in
+// en-US 3/4/2024 is 4 March, 13/4/2024 is 13 April and 30/4/5 is 30 April 2005. Of two parts, day
+// and month are of this year, month and year mean the first day: 3/15, 3/2024, Mar 5, Mar 2024.
+// What stands behind a number in Chinese, Japanese and Korean fixes its place.
 namespace platform {
 namespace {
 
@@ -166,19 +171,39 @@ std::optional<COleDateTime> ParseIso(std::u16string_view str) {
 
 struct DatePart {
   Number objNumber;
-  bool bName = false;
+  char chLetter = '\0';  // 'Y', 'M' or 'D' where it can be nothing else
+  bool bMarked =
+      false;  // by what stands behind it, so that nothing else need part it from the next
 };
+using DateParts = std::vector<DatePart>;
+
+char LetterOfMark(char16_t ch) {
+  constexpr std::u16string_view kMarks = u"\u5E74\uB144\u6708\uC6D4\u65E5\uC77C";
+  const size_t nAt = kMarks.find(ch);
+  return nAt == kMarks.npos ? '\0' : "YMD"[nAt / 2];
+}
+
+std::optional<DatePart> TakeMarkedNumber(std::u16string_view& str) {
+  std::u16string_view strAhead = str;
+  const auto objNumber = TakeNumber(strAhead);
+  const char chLetter = objNumber && !strAhead.empty() ? LetterOfMark(strAhead.front()) : '\0';
+  if (chLetter == '\0') return std::nullopt;
+  strAhead.remove_prefix(1);
+  str = strAhead;
+  return DatePart{*objNumber, chLetter, /*bMarked=*/true};
+}
 
 std::optional<DatePart> TakeDatePart(std::u16string_view& str, const DateNames& objNames) {
+  if (const auto objMarked = TakeMarkedNumber(str)) return objMarked;
   if (const auto nMonth = TakeName(str, objNames.arrMonths)) {
     // The dot of a short name, when something else parts it from what follows.
     const bool bDot =
         str.size() > 1 && str[0] == u'.' && (IsBlank(str[1]) || IsPunctuation(str[1]));
     if (bDot) str.remove_prefix(1);
-    return DatePart{{*nMonth, 2}, true};
+    return DatePart{{*nMonth, 2}, 'M'};
   }
   const auto objNumber = TakeNumber(str);
-  return objNumber ? std::optional(DatePart{*objNumber, false}) : std::nullopt;
+  return objNumber ? std::optional(DatePart{*objNumber}) : std::nullopt;
 }
 
 // What parts two parts of a date: one punctuation mark with blanks around it, or blanks alone (told
@@ -192,76 +217,100 @@ char16_t TakeDateBreak(std::u16string_view& str) {
   return ch;
 }
 
-std::optional<int> YearOf(const Number& objNumber) {
-  if (objNumber.nDigits == 4) return objNumber.nValue;
-  if (objNumber.nDigits != 2) return std::nullopt;
+int YearOf(const Number& objNumber) {
+  if (objNumber.nDigits > 2) return objNumber.nValue;
   return objNumber.nValue + (objNumber.nValue < kPivot ? 2000 : 1900);
 }
 
-// The order of three parts, as letters; empty when they make no date.
-std::string OrderOfParts(const std::array<DatePart, 3>& arrParts, const std::string& strOrder) {
-  size_t nName = 3;
-  for (size_t i = 0; i < arrParts.size(); ++i) {
-    if (!arrParts[i].bName) continue;
-    if (nName != 3) return {};
-    nName = i;
-  }
-  if (nName == 3) return arrParts[0].objNumber.nDigits == 4 ? "YMD" : strOrder;
-  const DatePart& objFirst = arrParts[nName == 0 ? 1 : 0];
-  const DatePart& objSecond = arrParts[nName == 2 ? 1 : 2];
-  bool bYearFirst = strOrder.find('Y') < strOrder.find('D');
-  if (objFirst.objNumber.nDigits == 4) bYearFirst = true;
-  if (objSecond.objNumber.nDigits == 4) bYearFirst = false;
-  std::string strResult = bYearFirst ? "YD" : "DY";
-  return strResult.insert(nName, "M");
-}
+// The orders that are tried for the parts of a date, by the locale's own. Those behind the bar are
+// for dates with a named or marked part alone.
+struct PartOrders {
+  std::string_view strLocale;
+  std::string_view strThree;
+  std::string_view strTwo;
+};
+constexpr std::array<PartOrders, 3> kOrders{{
+    {"MDY", "MDY DMY YMD YDM|MYD DYM", "MD DM MY YM"},
+    {"DMY", "DMY MDY YMD YDM|DYM MYD", "DM MD MY YM"},
+    {"YMD", "YMD YDM MDY DMY|MYD DYM", "MD DM YM MY"},
+}};
 
-// Three parts with what parts them; nothing if they are not there.
-std::optional<std::array<DatePart, 3>> TakeDateParts(std::u16string_view& str,
-                                                     const DateNames& objNames) {
-  std::array<DatePart, 3> arrParts;
-  std::array<char16_t, 2> arrBreaks{};
-  for (size_t i = 0; i < arrParts.size(); ++i) {
-    if (i > 0 && (arrBreaks[i - 1] = TakeDateBreak(str)) == 0) return std::nullopt;
-    const auto objPart = TakeDatePart(str, objNames);
-    if (!objPart) return std::nullopt;
-    arrParts[i] = *objPart;
-  }
-  const bool bName = arrParts[0].bName || arrParts[1].bName || arrParts[2].bName;
-  const bool bBreaksAlike = arrBreaks[0] == arrBreaks[1] && arrBreaks[0] != u',';
-  if (!bName && !bBreaksAlike) return std::nullopt;
-  if (arrBreaks[1] == u'.') TakeUnit(str, u".");  // some locales end a date so
-  return arrParts;
-}
-
-// The date of parts that stand in the order of the letters.
-std::optional<Date> DateOfParts(const std::array<DatePart, 3>& arrParts,
-                                const std::string& strOrder) {
-  if (strOrder.empty()) return std::nullopt;
-  Date objDate;
+// The date of parts that stand in the order of the letters; nothing where that is none.
+std::optional<Date> DateOfParts(const DateParts& arrParts, std::string_view strOrder) {
+  Date objDate{COleDateTime::GetCurrentTime().GetYear(), 1, 1};
   for (size_t i = 0; i < strOrder.size(); ++i) {
-    const Number& objNumber = arrParts[i].objNumber;
+    const DatePart& objPart = arrParts[i];
+    if (objPart.chLetter != '\0' && objPart.chLetter != strOrder[i]) return std::nullopt;
     if (strOrder[i] == 'Y') {
-      const auto nYear = YearOf(objNumber);
-      if (!nYear) return std::nullopt;
-      objDate.nYear = *nYear;
+      objDate.nYear = YearOf(objPart.objNumber);
     } else {
-      if (objNumber.nDigits > 2) return std::nullopt;
-      (strOrder[i] == 'M' ? objDate.nMonth : objDate.nDay) = objNumber.nValue;
+      if (objPart.objNumber.nDigits > 2) return std::nullopt;
+      (strOrder[i] == 'M' ? objDate.nMonth : objDate.nDay) = objPart.objNumber.nValue;
     }
   }
-  return objDate;
+  const bool bValid = Join(objDate, Time()).GetStatus() == COleDateTime::valid;
+  return bValid ? std::optional(objDate) : std::nullopt;
 }
 
-std::optional<Date> TakeDate(std::u16string_view& str, const DateNames& objNames) {
-  const auto arrParts = TakeDateParts(str, objNames);
-  if (!arrParts) return std::nullopt;
-  return DateOfParts(*arrParts, OrderOfParts(*arrParts, objNames.strOrder));
+std::optional<Date> FirstDateOf(const DateParts& arrParts, const std::string& strLocaleOrder) {
+  const auto* pOrders = kOrders.begin();
+  while (pOrders->strLocale != strLocaleOrder && pOrders + 1 != kOrders.end()) ++pOrders;
+  std::string_view strOrders = arrParts.size() == 3 ? pOrders->strThree : pOrders->strTwo;
+  const bool bNumbers = std::ranges::all_of(
+      arrParts, [](const DatePart& objPart) { return objPart.chLetter == '\0'; });
+  if (bNumbers) strOrders = strOrders.substr(0, strOrders.find('|'));
+  for (size_t nAt = 0; nAt < strOrders.size(); nAt += arrParts.size() + 1) {
+    if (const auto objDate = DateOfParts(arrParts, strOrders.substr(nAt, arrParts.size()))) {
+      return objDate;
+    }
+  }
+  return std::nullopt;
 }
 
 bool LooksLikeTime(std::u16string_view str) {
   const size_t nDigits = str.size() > 1 && IsDigit(str[1]) ? 2 : 1;
   return str.size() > nDigits && IsDigit(str[0]) && str[nDigits] == u':';
+}
+
+bool StartsWithTime(std::u16string_view str, const DateNames& objNames) {
+  return LooksLikeTime(str) || TakeName(str, objNames.arrDayHalves).has_value();
+}
+
+// Two or three parts with what parts them; nothing if they are not there. A blank makes no date of
+// two numbers, and a dot only where another one ends it: "3.5" is a number.
+std::optional<DateParts> TakeDateParts(std::u16string_view& str, const DateNames& objNames) {
+  DateParts arrParts;
+  std::u16string strBreaks;
+  while (arrParts.size() < 3) {
+    std::u16string_view strAhead = str;
+    if (!arrParts.empty()) {
+      const char16_t chBreak = TakeDateBreak(strAhead);
+      if (chBreak == u'\0' && !arrParts.back().bMarked) break;
+      if (StartsWithTime(strAhead, objNames)) break;
+      if (chBreak != u'\0') strBreaks += chBreak;
+    }
+    const auto objPart = TakeDatePart(strAhead, objNames);
+    if (!objPart) break;
+    arrParts.push_back(*objPart);
+    str = strAhead;
+  }
+  if (arrParts.size() < 2) return std::nullopt;
+  const bool bNumbers = std::ranges::all_of(
+      arrParts, [](const DatePart& objPart) { return objPart.chLetter == '\0'; });
+  if (!bNumbers) return arrParts;
+  strBreaks.resize(arrParts.size() - 1);
+  const char16_t chBreak = strBreaks.front();
+  if (chBreak == u',' || strBreaks.back() != chBreak) return std::nullopt;
+  const bool bEndDot = chBreak == u'.' && TakeUnit(str, u".");  // some locales end a date so
+  if (arrParts.size() == 2 && (chBreak == u' ' || (chBreak == u'.' && !bEndDot))) {
+    return std::nullopt;
+  }
+  return arrParts;
+}
+
+std::optional<Date> TakeDate(std::u16string_view& str, const DateNames& objNames) {
+  const auto arrParts = TakeDateParts(str, objNames);
+  return arrParts ? FirstDateOf(*arrParts, objNames.strOrder) : std::nullopt;
 }
 
 // A number of one or two digits, at most nMost.
@@ -291,10 +340,6 @@ std::optional<Time> TakeTime(std::u16string_view& str, const DateNames& objNames
   return objTime;
 }
 
-bool StartsWithTime(std::u16string_view str, const DateNames& objNames) {
-  return LooksLikeTime(str) || TakeName(str, objNames.arrDayHalves).has_value();
-}
-
 COleDateTime ParseOwn(std::u16string_view str, const DateNames& objNames) {
   std::optional<Date> objDate;
   std::optional<Time> objTime;
@@ -319,7 +364,8 @@ COleDateTime ParseDateText(std::u16string_view strText) {
   CString strTrimmed(strText);
   const std::u16string_view str = strTrimmed.Trim();
   if (str.size() > kLongestText) return COleDateTime::Invalid();
-  if (const auto dt = ParseIso(str)) return *dt;
+  const auto dt = ParseIso(str);
+  if (dt && dt->GetStatus() == COleDateTime::valid) return *dt;
   return ParseOwn(str, *UserDateNames());
 }
 

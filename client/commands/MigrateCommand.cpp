@@ -20,19 +20,6 @@
 namespace client {
 namespace {
 
-// A run that would leave items behind by design is not begun.
-void RequireSupported(const Plan& plan, Console& console) {
-  if (plan.unsupported.empty()) return;
-  for (size_t i = 0; i < plan.unsupported.size() && i < kMostListed; ++i) {
-    const SourceProblem& item = plan.unsupported[i];
-    console.Say(fmt::format("{}: {}", item.location, item.reason));
-  }
-  throw RunError(
-      fmt::format("{} of the prepared items are no mail, which is not supported yet; nothing was "
-                  "sent. Move them out of the source to send the rest",
-                  plan.unsupported.size()));
-}
-
 // Either of the two is enough to send nothing twice.
 bool KnowsNothing(Journal& journal, const RunFolder& run) {
   return journal.IsNew() && !LedgerLook(run.File(std::string(kLedgerName))).HasRows();
@@ -60,9 +47,8 @@ int Migrate(MigrateOptions& options, Console& console) {
   const Plan plan = MakePlan(options.sources);
   if (options.dryRun) {
     PrintPlan(plan, options.target.Name(), options.json);
-    return plan.unsupported.empty() && plan.IsWhole() ? kExitDone : kExitFailed;
+    return plan.IsWhole() ? kExitDone : kExitFailed;
   }
-  RequireSupported(plan, console);
   AskSecrets(options);
 
   RunFolder run(options.run);

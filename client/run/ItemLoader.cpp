@@ -1,8 +1,11 @@
 #include "client/run/ItemLoader.h"
 
+#include <fmt/format.h>
+
 #include "client/run/ItemWriter.h"
 #include "client/run/MailKey.h"
 #include "mime/MailHeader.h"
+#include "pipeline/ST_EML_INFO.h"
 #include "platform/CString.h"
 #include "platform/Sha256.h"
 
@@ -16,12 +19,23 @@ std::string Trimmed(const std::string& messageId) {
   return id.ToUtf8();
 }
 
-std::string IdOfPrepared(const std::string& location) {
-  const ST_EML_INFO info = ReadPreparedItem(location);
-  if (info.nItemType != TYPE_EMAIL) {
-    throw SourceError("the first line of its descriptor names no type of item");
-  }
-  return info.strMessageId.ToUtf8();
+ST_EML_INFO ReadTyped(const std::string& location) {
+  ST_EML_INFO info = ReadPreparedItem(location);
+  if (info.nItemType != TYPE_UNKNOWN) return info;
+  throw SourceError("the first line of its descriptor names no type of item");
+}
+
+// What the engine enters into its ledger; empty for what gets no row.
+std::string RowId(const ST_EML_INFO& info) {
+  const bool hasRow = info.nItemType != TYPE_CONTACT && info.nItemType != TYPE_DIST_LIST;
+  return hasRow ? info.strMessageId.ToUtf8() : std::string();
+}
+
+std::string SecondPlace(const ST_EML_INFO& info) {
+  if (info.nItemType == TYPE_TASK) return "Task\\";
+  if (info.nItemType != TYPE_CONTACT) return {};
+  const std::string below = info.strContactFolder.ToUtf8();
+  return "Contacts\\Other Contacts\\" + (below.empty() ? below : below + "\\");
 }
 
 }  // namespace
@@ -39,9 +53,14 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
 }
 
 void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
-  item.id = entry.item.prepared ? IdOfPrepared(entry.item.location)
-                                : mail::MailHeader(item.bytes).text("Message-ID");
-  item.messageId = Trimmed(item.id);
+  if (entry.item.prepared) {
+    const ST_EML_INFO info = ReadTyped(entry.item.location);
+    item.id = RowId(info);
+    item.elsewhere = SecondPlace(info);
+  } else {
+    item.id = mail::MailHeader(item.bytes).text("Message-ID");
+  }
+  if (entry.item.type == TYPE_EMAIL) item.messageId = Trimmed(item.id);
   const bool asItStands = entry.item.prepared && !item.id.empty();
   item.key = ContentKey(asItStands ? item.id : MailKey(item.id, item.hash), item.hash);
 }
@@ -62,7 +81,8 @@ void ItemLoader::NamePrepared(const Plan::Entry& entry, LoadedItem& item) {
   }
   const bool taken = m_journal.IsClaimedByOther(folder, item.id, item.hash);
   if (taken && m_ledger.HasRow(folder, item.id, m_login)) {
-    throw SourceError("another item with its message id is in that folder already");
+    throw SourceError(fmt::format("another item with its {} is in that folder already",
+                                  entry.item.type == TYPE_TASK ? "start" : "message id"));
   }
   if (taken || !m_journal.IsClaimed(folder, item.id)) {
     m_journal.Reclaim(folder, item.id, item.hash);

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "client/run/ItemKinds.h"
 #include "client/run/ItemProps.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/MailDate.h"
@@ -41,7 +42,7 @@ ItemSender::ItemSender(const RunSetup& setup, Journal& journal, LedgerLook& ledg
       m_logs(m_setup.run.Path()) {}
 
 bool ItemSender::HasArrived(const Plan::Entry& entry, const LoadedItem& item) {
-  if (item.ledgerKey.empty()) return m_logs.HasSavedMail();
+  if (item.ledgerKey.empty()) return m_logs.HasSaved(entry.item.type);
   return m_ledger.HasRow(entry.item.folder, item.ledgerKey, m_setup.target.Login());
 }
 
@@ -63,7 +64,7 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   }
   if (!m_engine) StartEngine();
   m_logs.Mark();
-  if (std::string reason = SelectFolder(entry.item.folder); !reason.empty()) {
+  if (std::string reason = SelectFolder(entry.item); !reason.empty()) {
     return {Outcome::Kind::kFailed, std::move(reason)};
   }
   EmptyWorkFolder(m_setup.run.WorkFolder());
@@ -160,16 +161,17 @@ void ItemSender::StartEngine() {
   throw RunError("the engine cannot log on: " + (reason.empty() ? "no reason was given" : reason));
 }
 
-std::string ItemSender::SelectFolder(const std::string& folder) {
-  if (m_folder == folder) return {};
+std::string ItemSender::SelectFolder(const SourceItem& item) {
+  if (m_folder == item.folder) return {};
   m_folder.clear();
   ST_FOLDER_INFO info;
-  info.strFolder = CString::FromUtf8(folder);
+  info.strFolder = CString::FromUtf8(item.folder);
+  info.nType = KindOf(item.type).folderType;
   if (m_engine->Client().CreateFolder(info) != 1) {
     const std::string reason = m_logs.LastStatus();
     return reason.empty() ? kNotRenewed : reason;
   }
-  m_folder = folder;
+  m_folder = item.folder;
   return {};
 }
 

@@ -65,7 +65,7 @@ class ItemSender {
   Outcome Send(const Plan::Entry& entry, const LoadedItem& item);
   void StartEngine();
   // Empty when the folder stands, else the reason why it does not.
-  std::string SelectFolder(const std::string& folder);
+  std::string SelectFolder(const SourceItem& item);
   void WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item);
   Outcome Judge(const Plan::Entry& entry, const LoadedItem& item, int result);
   // Why a success left no proof.

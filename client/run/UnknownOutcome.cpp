@@ -102,8 +102,11 @@ TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem
   }
   try {
     CopyCount count(key, id);
-    m_look.Find(folder, CString::FromUtf8(key), CString::FromUtf8(id),
-                [&](const ews::FoundItem& found) { count.Add(found); });
+    for (const std::string& place : {folder, item.elsewhere}) {
+      if (place.empty()) continue;
+      m_look.Find(place, CString::FromUtf8(key), CString::FromUtf8(id),
+                  [&](const ews::FoundItem& found) { count.Add(found); });
+    }
     const std::size_t others = m_ledger.RowsOfId(folder, id, item.ledgerKey, m_login);
     const std::size_t copies = count.Copies(others);
     return {copies ? TargetAnswer::Kind::kThere : TargetAnswer::Kind::kAbsent, copies, {}};

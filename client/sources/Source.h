@@ -16,6 +16,7 @@ struct SourceItem {
   std::uint64_t offset = 0;  // bytes, for items that lie in a file with others
   std::uint64_t length = 0;  // bytes on disk
   bool prepared = false;     // a folder with a descriptor and its files, not the bytes of a mail
+  std::int32_t type = 0;     // what the descriptor says it is (pipeline/ST_EML_INFO.h); 0: a mail
 };
 
 // Something in a source that cannot be migrated, and why.

@@ -143,16 +143,20 @@ TEST_F(ItemDescriptor, EveryCutOfEveryTypeReadsItsWholeLines) {
   }
 }
 
-TEST_F(ItemDescriptor, ALabelAloneIsNoValueWithTheSafeSwitch) {
+TEST_F(ItemDescriptor, ALabelAloneIsAValueUnlessTheSafeSwitchIsOn) {
+  const std::vector<std::u16string> lines = {
+      u"EMAIL",  u"1",       u"",      u"",           u"From : a",
+      u"To : ",  u"CC : \r", u"Bcc :", u"Subject : ", u"MessageID : ",
+      u"Body : "};
   for (const bool safe : {false, true}) {
     ews::Settings().bSafe = safe;
-    const ST_EML_INFO info =
-        Parse(u"EMAIL\n2\n\n\nFrom : \r\nTo :\nCC : a@x\nBcc : \nSubject : \nMessageID : 1\n");
-    EXPECT_EQ(info.strFrom, safe ? u"" : u"From :");
+    const ST_EML_INFO info = ParseLines(lines);
+    EXPECT_EQ(info.strFrom, u"a");
     EXPECT_EQ(info.strTo, safe ? u"" : u"To :");
-    EXPECT_EQ(info.strCc, u"a@x");
+    EXPECT_EQ(info.strCc, safe ? u"" : u"CC :");
     EXPECT_EQ(info.strBcc, safe ? u"" : u"Bcc :");
     EXPECT_EQ(info.strSubject, safe ? u"" : u"Subject :");
+    EXPECT_EQ(info.strMessageId, u"");
   }
   ews::Settings().bSafe = false;
 }

@@ -58,13 +58,13 @@ TEST_F(MailItems, AttendeesComeAsTheLoopGivesThem) {
   EXPECT_EQ(Attendees(u"aaaa;b;c;"), (Texts{u"aaaa", u"aaaa"}));
 }
 
-TEST_F(MailItems, SafeAddressLinesLoseNobody) {
+TEST_F(MailItems, SafeListsLoseNobodyAndDoubleNobody) {
   ews::Settings().bSafe = true;
-  for (const auto& list : {Recipients(u";a;; b ;a; "), Attendees(u";a;; b ;a; ")}) {
-    EXPECT_EQ(list, (Texts{u"a", u"b", u"a"}));
-  }
-  EXPECT_EQ(Recipients(u" ;"), Texts{});
-  EXPECT_EQ(Attendees(u"aaaa;b;c"), (Texts{u"aaaa", u"b", u"c"}));
+  EXPECT_EQ(Recipients(u" ; ;"), Texts{});
+  EXPECT_EQ(Attendees(u" ; ;"), Texts{});
+  const Texts all{u"aaaa@x", u"b@x", u"c@x"};
+  EXPECT_EQ(Recipients(u";aaaa@x;; b@x ;c@x"), all);
+  EXPECT_EQ(Attendees(u";aaaa@x;; b@x ;c@x"), all);
 }
 
 TEST_F(MailItems, AddressCleanUpFollowsTheFlag) {
@@ -309,17 +309,21 @@ TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {
 }
 
 TEST_F(MailItems, AnImportThatFailsTellsWhyInTheStatusLog) {
+  const CString reason = CString::FromUtf8(ews::kNoService);  // before a logon
   const struct {
     std::u16string type;
-    CString error;
-  } rows[] = {{u"TASK", u"Items of this type are not supported yet."},
-              {u"EMAIL", CString::FromUtf8(ews::kNoService)}};  // before a logon
+    bool safe;
+    bool isTold;
+  } rows[] = {{u"EMAIL", false, true},   {u"CALENDAR", false, true},   {u"TASK", false, true},
+              {u"CONTACT", false, true}, {u"DIST_LIST", false, false}, {u"DIST_LIST", true, true}};
   for (const auto& row : rows) {
     folder.WriteWork("11comtextjj.t", row.type + u"\n");
+    ews::Settings().bSafe = row.safe;
     CString error;
-    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-    EXPECT_EQ(error, row.error);
-    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")), row.error.ToUtf8() + "\r\r\n");
+    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), row.isTold ? 0 : 1);
+    EXPECT_EQ(error, row.isTold ? reason : CString());
+    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
+              row.isTold ? reason.ToUtf8() + "\r\r\n" : "");
     std::filesystem::remove(folder.File("run.txt"));
   }
 }

@@ -34,7 +34,6 @@ TEST_F(DateText, NumbersStandInTheLocalesOrder) {
   EXPECT_EQ(Read("hu_HU.UTF-8", u"2024. 03. 05."), kDay);
   EXPECT_EQ(Read("ar_EG.UTF-8", u"5/3/2024"), kDay);
   EXPECT_EQ(Read("fa_IR.UTF-8", u"2024/3/5"), kDay);
-  EXPECT_EQ(Read("en_US", u"31/3/2024"), "");  // no part changes its place
 }
 
 TEST_F(DateText, AYearOfFourDigitsMayLeadEverywhere) {
@@ -44,13 +43,55 @@ TEST_F(DateText, AYearOfFourDigitsMayLeadEverywhere) {
   }
 }
 
+TEST_F(DateText, PartsChangePlacesWhereOnlyThatIsADate) {
+  EXPECT_EQ(Read("en_US", u"13/4/2024"), "2024-04-13 00:00:00");
+  EXPECT_EQ(Read("de_DE", u"4/13/2024"), "2024-04-13 00:00:00");
+  EXPECT_EQ(Read("en_US", u"12/4/2024"), "2024-12-04 00:00:00");
+  EXPECT_EQ(Read("en_US", u"45/4/13"), "1945-04-13 00:00:00");
+  EXPECT_EQ(Read("en_US", u"2024-13-04"), "2024-04-13 00:00:00");
+  EXPECT_EQ(Read("ja_JP", u"4/13/2024"), "2024-04-13 00:00:00");
+  EXPECT_EQ(Read("en_US", u"45 March 3"), "1945-03-03 00:00:00");
+}
+
+TEST_F(DateText, OfTwoPartsTheRestIsFilledIn) {
+  const std::string year = COleDateTime::GetCurrentTime().Format(u"%Y").ToUtf8();
+  for (const char16_t* text : {u"03/15", u"15/3", u"3-15", u"Mar 15", u"15 March", u"15.3."}) {
+    EXPECT_EQ(Read("en_US", text), year + "-03-15 00:00:00") << CString(text).ToUtf8();
+    EXPECT_EQ(Read("de_DE", text), year + "-03-15 00:00:00") << CString(text).ToUtf8();
+  }
+  EXPECT_EQ(Read("en_US", u"4/5"), year + "-04-05 00:00:00");
+  EXPECT_EQ(Read("de_DE", u"4/5"), year + "-05-04 00:00:00");
+  EXPECT_EQ(Read("ja_JP", u"4/5 13:05"), year + "-04-05 13:05:00");
+  for (const char16_t* text : {u"3/2024", u"2024/3", u"Mar 2024", u"March, 2024", u"2024-Mar"}) {
+    EXPECT_EQ(Read("en_US", text), "2024-03-01 00:00:00") << CString(text).ToUtf8();
+    EXPECT_EQ(Read("ja_JP", text), "2024-03-01 00:00:00") << CString(text).ToUtf8();
+  }
+  EXPECT_EQ(Read("en_US", u"2/30"), "1930-02-01 00:00:00");
+  EXPECT_EQ(Read("en_US", u"Mar 5 13:05"), year + "-03-05 13:05:00");
+  for (const char16_t* text : {u"13/45", u"3 5", u"3.5", u"3,5", u"March", u"0/2024"}) {
+    EXPECT_EQ(Read("en_US", text), "") << CString(text).ToUtf8();
+  }
+}
+
+TEST_F(DateText, MarksBehindNumbersFixTheirPlace) {
+  for (const char* locale : {"ja_JP", "zh_CN", "en_US"}) {
+    EXPECT_EQ(Read(locale, u"2024\u5E743\u67085\u65E5"), kDay);
+    EXPECT_EQ(Read(locale, u"2024\u5E743\u67085\u65E5 13:05"), kAfternoon);
+    EXPECT_EQ(Read(locale, u"2024\u5E7411\u6708"), "2024-11-01 00:00:00");
+  }
+  EXPECT_EQ(Read("ko_KR", u"2024\uB144 3\uC6D4 5\uC77C"), kDay);
+  EXPECT_EQ(Read("ja_JP", u"24\u5E743\u67085\u65E5"), kDay);
+  EXPECT_EQ(Read("ja_JP", u"3\u67085\u6708"), "");
+}
+
 TEST_F(DateText, TwoDigitYearsTurnAtThirty) {
   EXPECT_EQ(Read("C", u"1/1/00"), "2000-01-01 00:00:00");
   EXPECT_EQ(Read("C", u"1/1/29"), "2029-01-01 00:00:00");
   EXPECT_EQ(Read("C", u"1/1/30"), "1930-01-01 00:00:00");
   EXPECT_EQ(Read("C", u"1/1/99"), "1999-01-01 00:00:00");
-  EXPECT_EQ(Read("C", u"1/1/124"), "");
-  EXPECT_EQ(Read("C", u"1/1/5"), "");
+  EXPECT_EQ(Read("C", u"1/1/5"), "2005-01-01 00:00:00");
+  EXPECT_EQ(Read("C", u"1/1/124"), "0124-01-01 00:00:00");
+  EXPECT_EQ(Read("C", u"1/1/099"), "");
 }
 
 TEST_F(DateText, MonthsHaveNamesInTheLocalesLanguageAndInEnglish) {
@@ -111,8 +152,8 @@ TEST_F(DateText, ADayThatNoCalendarHasIsInvalid) {
 
 TEST_F(DateText, AnythingElseIsInvalid) {
   for (const char16_t* text :
-       {u"yesterday", u"3/5", u"3/5/2024/1", u"3//5/2024", u"3/5-2024", u"3,5,2024", u"03052024",
-        u"99999/1/1", u"1/1/99999", u"3/5/2024 x", u"-3/5/2024", u"5 March", u"\u0663/5/2024"}) {
+       {u"yesterday", u"3/5/2024/1", u"3//5/2024", u"3/5-2024", u"3,5,2024", u"03052024",
+        u"99999/1/1", u"1/1/99999", u"3/5/2024 x", u"-3/5/2024", u"\u0663/5/2024"}) {
     EXPECT_EQ(Read("C", text), "") << CString(text).ToUtf8();
   }
   EXPECT_EQ(Read("C", u""), "");
