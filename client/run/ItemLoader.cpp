@@ -2,6 +2,7 @@
 
 #include "client/run/ItemWriter.h"
 #include "client/run/MailKey.h"
+#include "client/run/OtherItems.h"
 #include "ews/SoapWriter.h"
 #include "mime/MailHeader.h"
 #include "platform/CString.h"
@@ -34,13 +35,19 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
     item.files = ListPreparedFiles(entry.item.location);
     item.hash = HashPreparedFiles(entry.item.location, item.files);
   } else {
-    item.bytes = MimeBytes(entry.source->Read(entry.item));
+    item.bytes = entry.source->Read(entry.item);
+    if (entry.item.type == TYPE_EMAIL) item.bytes = MimeBytes(std::move(item.bytes));
     item.hash = platform::Sha256Hex(item.bytes);
   }
   return item;
 }
 
 void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
+  if (entry.item.type != TYPE_EMAIL) {
+    item.id = IdOfOther(entry.item.type, item.bytes);
+    item.key = ContentKey(MailKey(item.id, item.hash), item.hash);
+    return;
+  }
   item.id = entry.item.prepared ? IdOfPrepared(entry.item.location)
                                 : mail::MailHeader(item.bytes).text("Message-ID");
   item.messageId = SearchableId(item.id);
@@ -51,17 +58,19 @@ void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
 void ItemLoader::Name(const Plan::Entry& entry, LoadedItem& item) {
   Identify(entry, item);
   if (entry.item.prepared) return NamePrepared(entry, item);
+  if (entry.item.type != TYPE_EMAIL) return ClaimPlace(entry, item);
   item.ledgerKey = m_journal.ClaimKey(entry.item.folder, MailKey(item.id, item.hash), item.hash);
+}
+
+// Each is saved, be they alike: the key belongs to a place in the source.
+void ItemLoader::ClaimPlace(const Plan::Entry& entry, LoadedItem& item) {
+  const std::string owner = platform::Sha256Hex(item.hash + entry.item.location);
+  item.key = m_journal.ClaimKey(entry.item.folder, item.key, owner);
 }
 
 void ItemLoader::NamePrepared(const Plan::Entry& entry, LoadedItem& item) {
   const std::string& folder = entry.item.folder;
-  if (item.id.empty()) {
-    // Each is saved, be they alike: the key belongs to a place in the source.
-    const std::string owner = platform::Sha256Hex(item.hash + entry.item.location);
-    item.key = m_journal.ClaimKey(folder, item.key, owner);
-    return;
-  }
+  if (item.id.empty()) return ClaimPlace(entry, item);
   const bool taken = m_journal.IsClaimedByOther(folder, item.id, item.hash);
   if (taken && m_ledger.HasRow(folder, item.id, m_login)) {
     throw SourceError("another item with its message id is in that folder already");

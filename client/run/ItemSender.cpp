@@ -9,6 +9,7 @@
 #include "client/run/ItemProps.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/MailDate.h"
+#include "client/run/OtherItems.h"
 #include "client/run/StopRequest.h"
 #include "client/run/WorkFolder.h"
 #include "mime/MailHeader.h"
@@ -24,6 +25,21 @@ constexpr std::uintmax_t kLittleSpace = 1 << 20;  // bytes: a ledger may need so
 std::string DateOf(const mail::MailHeader& header) {
   const std::optional<std::int64_t> time = mail::parseMailDate(header.text("Date"));
   return time ? DescriptorDate(*time) : std::string();
+}
+
+// What a folder command calls a folder of those items.
+int FolderType(ItemType type) {
+  switch (type) {
+    case TYPE_CALENDER:
+      return 4;
+    case TYPE_TASK:
+      return 2;
+    case TYPE_CONTACT:
+    case TYPE_DIST_LIST:
+      return 3;
+    default:
+      return 0;
+  }
 }
 
 }  // namespace
@@ -50,11 +66,11 @@ Outcome ItemSender::SendOnce(const Plan::Entry& entry, const LoadedItem& item) {
   }
   if (!m_engine) StartEngine();
   m_logs.Mark();
-  if (std::string reason = SelectFolder(entry.item.folder); !reason.empty()) {
+  if (std::string reason = SelectFolder(entry.item); !reason.empty()) {
     return {Outcome::Kind::kFailed, std::move(reason)};
   }
   EmptyWorkFolder(m_setup.run.WorkFolder());
-  WriteWorkFiles(entry, item);
+  const std::string remark = WriteWorkFiles(entry, item);
   if (WantsImagePage(item.files) && m_engine->Client().ShowImage(CString()) != 1) {
     return {Outcome::Kind::kFailed, "the engine cannot read its image list"};
   }
@@ -62,7 +78,9 @@ Outcome ItemSender::SendOnce(const Plan::Entry& entry, const LoadedItem& item) {
   info.strFilePath = platform::ToWindowsPath(m_setup.run.WorkFolder() + "/");
   info.strLogFilepath = CString::FromUtf8(kStatusLogName);
   m_journal.Begin(entry.item.folder, item.key);
-  return Judge(entry, item, m_engine->Client().InsertItem(info));
+  Outcome outcome = Judge(entry, item, m_engine->Client().InsertItem(info));
+  if (outcome.kind == Outcome::Kind::kSent && outcome.text.empty()) outcome.text = remark;
+  return outcome;
 }
 
 std::string ItemSender::DescribeEnd() {
@@ -88,21 +106,26 @@ void ItemSender::Hear(const std::string& line) {
   m_say(line);
 }
 
-void ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item) {
+std::string ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item) {
   const std::string folder = m_setup.run.WorkFolder();
+  if (entry.item.type != TYPE_EMAIL) {
+    const std::string key = m_setup.IsSafe() ? item.key : std::string();
+    return LeftOutText(WriteOther(folder, entry.item.type, item.bytes, key));
+  }
   if (!entry.item.prepared) {
     if (m_setup.IsSafe()) WriteItemProps(folder, item.key);
     const mail::MailHeader header(item.bytes);
     MailDescription description{item.ledgerKey, DateOf(header), entry.item.read, {}};
     if (m_setup.fromMime) description.addressing = AddressingOf(header);
     WriteMail(folder, description, item.bytes);
-    return;
+    return {};
   }
   CopyPreparedFiles(entry.item.location, item.files, folder);
   if (HashPreparedFiles(folder, item.files) != item.hash) {
     throw SourceError("its files changed while they were read");
   }
   if (m_setup.IsSafe()) WriteItemProps(folder, item.key);
+  return {};
 }
 
 Outcome ItemSender::Judge(const Plan::Entry& entry, const LoadedItem& item, int result) {
@@ -147,16 +170,19 @@ void ItemSender::StartEngine() {
   throw RunError("the engine cannot log on: " + (reason.empty() ? "no reason was given" : reason));
 }
 
-std::string ItemSender::SelectFolder(const std::string& folder) {
-  if (m_folder == folder) return {};
+std::string ItemSender::SelectFolder(const SourceItem& item) {
+  const std::string& folder = item.folder;
+  if (m_folder == folder && m_folderType == item.type) return {};
   m_folder.clear();
   ST_FOLDER_INFO info;
+  info.nType = FolderType(item.type);
   info.strFolder = CString::FromUtf8(folder);
   if (m_engine->Client().CreateFolder(info) != 1) {
     const std::string reason = m_logs.LastStatus();
     return reason.empty() ? kNotRenewed : reason;
   }
   m_folder = folder;
+  m_folderType = item.type;
   return {};
 }
 

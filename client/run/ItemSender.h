@@ -61,8 +61,9 @@ class ItemSender {
   void Hear(const std::string& line);
   void StartEngine();
   // Empty when the folder stands, else the reason why it does not.
-  std::string SelectFolder(const std::string& folder);
-  void WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item);
+  std::string SelectFolder(const SourceItem& item);
+  // Returns what of the item they do not carry.
+  std::string WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item);
   Outcome Judge(const Plan::Entry& entry, const LoadedItem& item, int result);
   // Why a success left no proof.
   std::string WhyNotConfirmed(const LoadedItem& item) const;
@@ -75,6 +76,7 @@ class ItemSender {
   std::atomic<pid_t> m_pid = 0;  // of the engine, 0 for none
   std::unique_ptr<EngineProcess> m_engine;
   std::string m_folder;  // the engine's current folder; empty when it must be selected
+  ItemType m_folderType = TYPE_EMAIL;
 };
 
 inline constexpr const char* kNotRenewed = "the connection could not be renewed";

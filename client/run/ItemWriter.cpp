@@ -7,26 +7,15 @@
 #include <fmt/ranges.h>
 
 #include "base/LogNull.h"
-#include "base/StringBuffer.h"
+#include "client/run/DescriptorText.h"
 #include "client/run/Utf16Mail.h"
 #include "client/sources/Mbox.h"
 #include "client/sources/Names.h"
 #include "client/sources/PreparedItem.h"
-#include "mime/header/AttributeReader.h"
 #include "mime/tree/MimeInput.h"
-#include "platform/Unicode.h"
 
 namespace client {
 namespace {
-
-std::string Utf16LittleEndian(std::string_view utf8) {
-  std::string bytes;
-  for (char16_t unit : platform::Utf8ToUtf16(utf8)) {
-    bytes += static_cast<char>(unit & 0xFF);
-    bytes += static_cast<char>(unit >> 8);
-  }
-  return bytes;
-}
 
 // The engine takes every occurrence of the label away: a value that holds one is left to the mail.
 std::string LabelledLine(const std::string& label, const std::string& value) {
@@ -36,31 +25,11 @@ std::string LabelledLine(const std::string& label, const std::string& value) {
   return label + clean + "\r\n";
 }
 
-// Blanks, a separator or brackets within an address would make it another one.
-bool CanStandInList(const std::string& address) {
-  return address.find('@') != std::string::npos &&
-         address.find_first_of("; \t\r\n<>()\"") == std::string::npos;
-}
-
-// So would a separator in a name, quoted or not; a bracket would hide where the address begins, and
-// a label would be taken away.
-bool CanStandBeforeAddress(const std::string& name) {
-  return !name.empty() && name.find_first_of(";<>\r\n") == std::string::npos &&
-         name.find(" : ") == std::string::npos;
-}
-
-// "Name" <address>. In quotes, so that the engine finds the name when it tries again without it.
-std::string PersonText(const mail::MailPerson& person) {
-  if (!CanStandBeforeAddress(person.strName)) return person.strAddress;
-  mail::StringBuffer quoted;
-  mail::appendQuoted(person.strName, quoted);
-  return std::string(quoted.view()) + " <" + person.strAddress + ">";
-}
-
 std::vector<std::string> People(const mail::MailHeader& header, const char* field) {
   std::vector<std::string> people;
   for (const mail::MailPerson& person : header.people(field)) {
-    if (CanStandInList(person.strAddress)) people.push_back(PersonText(person));
+    std::string entry = PersonEntry(person.strName, person.strAddress);
+    if (!entry.empty()) people.push_back(std::move(entry));
   }
   return people;
 }
