@@ -14,6 +14,13 @@ inline constexpr std::u16string_view kAbsentFolder = u"-NO-";
 // The engine's one connection to the target mailbox, and the folders there. Its own log has no file
 // name, so the lines it writes through its base go nowhere.
 class CWebAccessHandler : public CLogManager {
+  // A folder that is wanted and not there yet.
+  struct MissingFolder {
+    CString strFolder;
+    int nType = 0;
+    ews::FolderId olF2;
+  };
+
  public:
   // ---- Connection (CWebAccessHandler.cpp) ----
 
@@ -66,6 +73,26 @@ class CWebAccessHandler : public CLogManager {
   void EnsureCurrentFolder() { Ensure(m_fldCurrent, m_objMissingCurrent); }
   void EnsureNewFolder() { Ensure(m_fldNewFolder, m_objMissingNew); }
 
+  // Puts m_fldCurrent back at its end, with what is known of a folder that is not there yet.
+  class CurrentFolderKeeper {
+   public:
+    explicit CurrentFolderKeeper(CWebAccessHandler& objHandler)
+        : m_objHandler(objHandler),
+          m_fldCurrent(objHandler.m_fldCurrent),
+          m_objMissing(objHandler.m_objMissingCurrent) {}
+    ~CurrentFolderKeeper() {
+      m_objHandler.m_fldCurrent = std::move(m_fldCurrent);
+      m_objHandler.m_objMissingCurrent = std::move(m_objMissing);
+    }
+    CurrentFolderKeeper(const CurrentFolderKeeper&) = delete;
+    CurrentFolderKeeper& operator=(const CurrentFolderKeeper&) = delete;
+
+   private:
+    CWebAccessHandler& m_objHandler;
+    ews::FolderId m_fldCurrent;
+    std::optional<MissingFolder> m_objMissing;
+  };
+
   ews::FolderId m_fldCurrent;    // where items go
   ews::FolderId m_fldNewFolder;  // where mail goes after MSG_CREATE_NEW_FOLDER
   CString m_strCalendarName;     // never assigned
@@ -73,13 +100,6 @@ class CWebAccessHandler : public CLogManager {
   std::shared_ptr<ews::ExchangeService> m_pService;  // null before the first logon
 
  private:
-  // A folder that is wanted and not there yet.
-  struct MissingFolder {
-    CString strFolder;
-    int nType = 0;
-    ews::FolderId olF2;
-  };
-
   // The first folder of that name that the search brings, if any. Throws what the search does.
   std::optional<ews::FolderId> Search(const ews::SearchFilter& objFilter, const CString& strName,
                                       const ews::FolderId& olF2);

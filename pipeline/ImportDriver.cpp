@@ -1,7 +1,7 @@
 #include <exception>
-#include <stdexcept>
 
 #include "pipeline/ItemDescriptor.h"
+#include "pipeline/ItemRun.h"
 #include "platform/LineReader.h"
 #include "platform/Paths.h"
 #include "target/CTarnyOutlookHandler.h"
@@ -13,17 +13,7 @@ namespace {
 constexpr int kFirstTimeout = 700000;  // ms, large mails on slow lines
 constexpr int kRetryTimeout = 300000;  // ms
 
-CString MessageOf(const std::exception& objError) { return CString::FromUtf8(objError.what()); }
-
 }  // namespace
-
-struct CTarnyOutlookHandler::MailRun {
-  const CString& strFilePath;
-  CString& strErr;
-  const CString& strLogFilepath;
-  ST_EML_INFO objInfo;
-  CString strMessageKey;
-};
 
 int CTarnyOutlookHandler::ImportItem(CString strFilePath, CString& strErr, CString strLogFilepath) {
   try {
@@ -39,18 +29,16 @@ int CTarnyOutlookHandler::ImportByType(const CString& strFilePath, CString& strE
                                        const CString& strLogFilepath) {
   m_objLogManager.WriteLog(u"ImportItem_0");
   m_objLogManager.WriteLog(u"ImportItem_1");
-  MailRun objRun{strFilePath, strErr, strLogFilepath, {}, {}};
+  ItemRun objRun{strFilePath, strErr, strLogFilepath, {}, {}};
   GetEmlInfo(&objRun.objInfo);
   objRun.strMessageKey = objRun.objInfo.strMessageId;
   m_objLogManager.WriteLog(u"ImportItem_2");
   if (objRun.objInfo.nItemType == TYPE_UNKNOWN) return kSuccess;
-  if (objRun.objInfo.nItemType != TYPE_EMAIL) {
-    throw std::runtime_error("Items of this type are not supported yet.");
-  }
+  if (objRun.objInfo.nItemType != TYPE_EMAIL) return ImportOtherType(objRun);
   return m_bNewFolderMode ? ImportMailToNewFolder(objRun) : ImportMail(objRun);
 }
 
-int CTarnyOutlookHandler::Fail(MailRun& objRun, const char16_t* pszLogText,
+int CTarnyOutlookHandler::Fail(ItemRun& objRun, const char16_t* pszLogText,
                                const std::exception& objError) {
   m_objLogManager.WriteLog(pszLogText);
   objRun.strErr = MessageOf(objError);
@@ -58,7 +46,7 @@ int CTarnyOutlookHandler::Fail(MailRun& objRun, const char16_t* pszLogText,
   return kFailure;
 }
 
-int CTarnyOutlookHandler::ImportMail(MailRun& objRun) {
+int CTarnyOutlookHandler::ImportMail(ItemRun& objRun) {
   m_objWebAccess.Service().SetTimeout(kFirstTimeout);
   m_objLogManager.WriteLog(u"ImportItem_3");
   ews::EmailMessage objMail(m_objWebAccess.m_pService);
@@ -79,7 +67,7 @@ int CTarnyOutlookHandler::ImportMail(MailRun& objRun) {
   return SaveMail(objRun, objMail);
 }
 
-int CTarnyOutlookHandler::SaveMail(MailRun& objRun, ews::EmailMessage& objMail) {
+int CTarnyOutlookHandler::SaveMail(ItemRun& objRun, ews::EmailMessage& objMail) {
   try {
     m_objLogManager.WriteLog(u"Email Save in ");
     objMail.Save(m_objWebAccess.m_fldCurrent);
@@ -101,7 +89,7 @@ int CTarnyOutlookHandler::SaveMail(MailRun& objRun, ews::EmailMessage& objMail) 
   }
 }
 
-int CTarnyOutlookHandler::ImportMailToNewFolder(MailRun& objRun) {
+int CTarnyOutlookHandler::ImportMailToNewFolder(ItemRun& objRun) {
   ews::EmailMessage objMail(m_objWebAccess.m_pService);
   const auto FailWith = [&](const char16_t* pszLogText, const std::exception& objError) {
     m_objLogManager.WriteLog(pszLogText);

@@ -43,6 +43,13 @@ int LastHeaderLine(int nItemType) {
   }
 }
 
+// A label alone has lost its last blank with the line's other ends, and is not found; with the safe
+// switch it counts as no value.
+CString WithoutLabel(const CString& strLabel, const CString& str) {
+  if (ews::Settings().bSafe && CString(str).Trim() == CString(strLabel).Trim()) return {};
+  return GetProperStr(strLabel, str);
+}
+
 // The lines of a descriptor as they were read. Numbers count from 1; a line that the file does not
 // have is empty.
 class DescriptorLines {
@@ -50,7 +57,7 @@ class DescriptorLines {
   const CString& operator[](int nLine) const { return m_arr.at(static_cast<size_t>(nLine)); }
   CString Clean(int nLine) const { return RemoveSlash((*this)[nLine]); }
   CString Labelled(int nLine, const char16_t* pszLabel) const {
-    return GetProperStr(pszLabel, Clean(nLine));
+    return WithoutLabel(pszLabel, Clean(nLine));
   }
   const CString& Body() const { return m_strBody; }
   // False for a line that the file does not have.
@@ -139,8 +146,8 @@ void FillCommon(const DescriptorLines& objLines, ST_EML_INFO& objInfo) {
   objInfo.strCc = objLines.Labelled(7, u"CC : ");
   objInfo.strBcc = objLines.Labelled(8, u"Bcc : ");
   objInfo.strSubject = objLines.Labelled(9, u"Subject : ");
-  objInfo.strMessageId = GetProperStr(u"MessageID : ", objLines[kCommonLines]);
-  objInfo.strBody = GetProperStr(u"Body : ", objLines.Body());
+  objInfo.strMessageId = WithoutLabel(u"MessageID : ", objLines[kCommonLines]);
+  objInfo.strBody = WithoutLabel(u"Body : ", objLines.Body());
 }
 
 void FillByType(const DescriptorLines& objLines, ST_EML_INFO& objInfo) {

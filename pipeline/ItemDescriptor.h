@@ -55,7 +55,8 @@
 //
 // Labels of other lines may be left out, and are removed wherever they occur in the line. Leave a
 // line without a value EMPTY: lines are trimmed before the label is looked for, so that a label
-// standing alone is taken for the value. "To : " is a mail to "To :", which a server refuses.
+// standing alone is taken for the value. "To : " is a mail to "To :", which a server refuses. With
+// the safe switch a label alone is an empty line.
 //
 // Calendar and task have a second form, in which line 10 is not blank and everything from line 11
 // on stands one line higher; the last header line is lost then, and the body stays where it was.

@@ -23,15 +23,26 @@ CString Doubled(CString str) {
 }  // namespace
 
 bool CTarnyOutlookHandler::CheckIfDublicateItemPresent(const CString& strMessageId) {
+  return HasLedgerRow(Doubled(LedgerFolder(m_strFolderName)), strMessageId);
+}
+
+bool CTarnyOutlookHandler::IsKnownItem(const ST_EML_INFO& objInfo) {
+  const CString strMessageId = CString(objInfo.strMessageId).Trim();
+  if (!GetAllowDuplicates() || strMessageId.IsEmpty()) return false;
+  // kept: the folder as it is, though rows have it otherwise; a quote in it is a failure, and a hit
+  return HasLedgerRow(m_strFolderName, strMessageId);
+}
+
+bool CTarnyOutlookHandler::HasLedgerRow(const CString& strFolderInText,
+                                        const CString& strMessageId) {
   CString strResult;
-  const CString strFolder = LedgerFolder(m_strFolderName);
   if (ews::Settings().bSafe) {
     m_pSqlHandler->QuerySingleValueBound(
         u"SELECT count(*) FROM MAILBOXINFO where FOLDERNAME = ? and MESSAGE_ID = ? and TARGET = ?",
-        {strFolder, strMessageId, m_strLoginId}, strResult);
+        {LedgerFolder(m_strFolderName), strMessageId, m_strLoginId}, strResult);
   } else {
     m_pSqlHandler->QuerySingleValue(
-        CString(u"SELECT count(*) FROM MAILBOXINFO where FOLDERNAME = '") + Doubled(strFolder) +
+        CString(u"SELECT count(*) FROM MAILBOXINFO where FOLDERNAME = '") + strFolderInText +
             u"' and MESSAGE_ID = '" + strMessageId + u"' and TARGET = '" + m_strLoginId + u"'",
         strResult);
   }

@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <array>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -10,6 +8,7 @@
 #include "ews/Settings.h"
 #include "pipeline/ItemDescriptor.h"
 #include "pipeline/ItemProps.h"
+#include "pipeline/SaverSteps.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
 #include "platform/Paths.h"
@@ -32,39 +31,6 @@ constexpr int kRtfToHtml = 2;  // the converter's selector
 void MarkAsNoDraft(ews::Item& objItem) {
   objItem.SetExtendedProperty(ExtendedPropertyDefinition(kMessageFlags, MapiPropertyType::Integer),
                               kMessageFlagRead);
-}
-
-void SetImportance(ews::Item& objItem, const CString& strImportance) {
-  if (strImportance == u"1") objItem.SetImportance(ews::Importance::High);
-  if (strImportance == u"2") objItem.SetImportance(ews::Importance::Normal);
-  if (strImportance == u"3") objItem.SetImportance(ews::Importance::Low);
-}
-
-// Gives bytes only where the path names a file and not a work folder.
-void SetMimeFromPath(ews::EmailMessage& objMail, const CString& strHtmPath) {
-  if (strHtmPath.IsEmpty()) return;
-  int nLength = 0;
-  std::unique_ptr<unsigned char[]> pBytes(GetPureMime(strHtmPath, &nLength));
-  if (nLength > 0) {
-    objMail.SetMimeContent({u"us-ascii", std::move(pBytes), static_cast<size_t>(nLength)});
-  }
-}
-
-// Readers of a body see it as a terminated string.
-void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText) {
-  objItem.SetBody(ews::MessageBody(eType, strText.UpToNul()));
-}
-
-// True if the file that a path means, links resolved, lies below the work folder.
-bool LiesInWorkFolder(const CString& strPath) {
-  std::error_code objError;
-  const auto objFolder = std::filesystem::canonical(platform::ResolvePath(GetCurrPath()), objError);
-  if (objError) return false;
-  const auto objFile = std::filesystem::canonical(platform::ResolvePath(strPath), objError);
-  if (objError) return false;
-  const auto objMismatch =
-      std::mismatch(objFolder.begin(), objFolder.end(), objFile.begin(), objFile.end());
-  return objMismatch.first == objFolder.end() && objMismatch.second != objFile.end();
 }
 
 }  // namespace
@@ -279,40 +245,6 @@ void CTarnyOutlookHandler::SetToFromBodyCreationDateProrityReadSubject(ews::Item
     pobjCkEmail.SetExtendedProperty(ExtendedPropertyDefinition(kSubject, MapiPropertyType::String),
                                     strSubject);
   });
-}
-
-void CTarnyOutlookHandler::SaveRecipients(CString str,
-                                          ews::EmailAddressCollection& emailRecipients) {
-  if (str.IsEmpty()) return;
-  if (str[str.GetLength() - 1] != u';') str += u';';
-  int nStart = 0;
-  for (int nEnd = str.Find(u';'); nEnd > nStart; nEnd = str.Find(u';', nStart)) {
-    emailRecipients.Add(GetEmailAddress(str.Mid(nStart, nEnd - nStart).Trim()));
-    nStart = nEnd + 1;
-  }
-}
-
-void CTarnyOutlookHandler::SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees) {
-  const auto nEntries = std::ranges::count(str.View(), u';');
-  if (nEntries == 0) {
-    if (!str.IsEmpty()) emailAttendees.Add(str);
-    return;
-  }
-  int nEnd = str.Find(u';');
-  CString strCurrent = str.Left(nEnd);
-  int nRest = nEnd + 1;  // where the rest of the text begins
-  int nSearch = nEnd;    // kept: the first search starts at the old place, counted in the rest
-  for (auto n = nEntries; n > 0; --n) {
-    emailAttendees.Add(strCurrent);
-    nEnd = str.Find(u';', nRest + nSearch);
-    if (nEnd < 0) {
-      emailAttendees.Add(strCurrent);
-      return;
-    }
-    strCurrent = str.Mid(nRest, nEnd - nRest);
-    nRest = nEnd + 1;
-    nSearch = 0;
-  }
 }
 
 CString CTarnyOutlookHandler::GetEmailAddress(CString str) {

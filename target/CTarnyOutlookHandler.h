@@ -8,12 +8,21 @@
 #include "ews/EmailMessage.h"
 #include "pipeline/ST_EML_INFO.h"
 #include "pipeline/SqlLIteHandler.h"
+#include "platform/CList.h"
 #include "platform/CLogManager.h"
 #include "platform/CString.h"
 #include "platform/CStringArray.h"
+#include "target/RdoWrappers.h"
 
 class CkMime;
 class TextLines;
+
+namespace ews {
+class Appointment;
+class Contact;
+class ContactGroup;
+class Task;
+}  // namespace ews
 
 // Everything that lasts between two items: the connection to the target, the duplicate ledger, the
 // log writer, and the settings that came with the logon and the folder. The item pipeline and the
@@ -86,8 +95,10 @@ class CTarnyOutlookHandler {
 
   // ---- Duplicate ledger (pipeline/Ledger.cpp) ----
 
-  // True for an item that the ledger knows, and for one that it cannot be asked about.
+  // True for a mail that the ledger knows, and for one that it cannot be asked about.
   bool CheckIfDublicateItemPresent(const CString& strMessageId);  // sic
+  // The same for an appointment or a task, where it has an id and the check is on.
+  bool IsKnownItem(const ST_EML_INFO& objInfo);
   // One row for the item in the current folder; nothing for an empty id. Failures are swallowed.
   void EnterLedgerRow(const CString& strMessageId);
 
@@ -99,13 +110,62 @@ class CTarnyOutlookHandler {
   void SetToFromBodyCreationDateProrityReadSubject(ews::Item& pobjCkEmail,  // sic
                                                    COleDateTime date, CString strSubject,
                                                    bool bRead);
-  // Entries end in ";"; an empty entry ends the list.
-  void SaveRecipients(CString str, ews::EmailAddressCollection& emailRecipients);
-  // kept: the last entry found is added twice, and a text behind the last ";" is lost.
-  void SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees);
   CString GetEmailAddress(CString str);
   void SaveImageAttachment(ews::EmailMessage& pobjCkEmail, CString strImageFile);
   void SaveAttachment(ews::EmailMessage& pobjCkEmail);
+
+  // ---- Address lists (pipeline/AddressLists.cpp; how they are divided: pipeline/AddressLists.h) ----
+
+  void SaveRecipients(CString str, ews::EmailAddressCollection& emailRecipients);
+  void SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees);
+  void GetMembersList(CString strMembers, CList<CString, CString>* pstrListMembers);
+
+  // ---- Calendar items (pipeline/CalendarItems.cpp) ----
+
+  // Each saver fills a new item from the record and the files of strHtmPath, a folder that ends in
+  // a backslash. 1: to be saved; 0: to be skipped, as known or for a failure. With the safe switch a
+  // failure is thrown instead.
+  int SaveCalenderItem(ews::Appointment& objCkEmail, CString strHtmPath,  // sic
+                       ST_EML_INFO* p_ST_EML_INFO);
+
+  // ---- Task items (pipeline/TaskItems.cpp) ----
+
+  int SaveTaskItem(ews::Task& objCkEmail, CString strHtmPath, ST_EML_INFO* p_ST_EML_INFO);
+
+  // ---- Contact items (pipeline/ContactItems.cpp; the labels: pipeline/ContactLabels.cpp) ----
+
+  // An entry for a group of contacts is to be saved, too, without any field.
+  int SaveContactItem(ews::Contact& objCkEmail, CString strHtmPath, ST_EML_INFO* pobjST_EML_INFO);
+  // Sets what the label stands for; nothing for one that is not known.
+  void SaveContactItemInner(CString strItemType, CString strItemValue, ews::Contact& objCkEmail);
+  int GetTagCount(CString folderPathName);        // of "</ITEM>"
+  CString RemoveTag(CString folderPathName);      // up to the first "</ITEM>", without tags
+  CString CutContactItem(CString folderPathName,  // the item of that number, from 0, without tags,
+                         int i);                  // or ""
+  // True if the first item's label says that the contact is a group's entry.
+  bool GetIfGroup(CString strBody, CString& strChildGroupName);
+
+  // ---- Lists of people (pipeline/DistListItems.cpp) ----
+
+  int SaveDistListItem(ews::ContactGroup& objContactGroup, ST_EML_INFO* pobjST_EML_INFO);  // 1
+
+  // ---- Lists of people in a local store (pipeline/DistListStore.cpp) ----
+
+  // Makes two lists, unless they are there, and the child a member of the parent. What fails is
+  // passed over.
+  void SaveDLGroup(IRDOItems* iRdoItems, CString strAddressGroupName, CString strChildGroupName);
+
+  // ---- Contacts that are there already (pipeline/ItemComparison.cpp) ----
+
+  // Whether all fields of two contacts are the same, to the character.
+  bool IsEqual(IRDOContactItem rdonote, IRDOContactItem childItem);
+  // Whether a folder holds such a contact; ifGetPrt: which is put into gIRDOContactItem then.
+  bool CheckIfDublicateItemPresent(IRDOItems* iRdoItems, IRDOContactItem rdonote,  // sic
+                                   bool ifGetPrt);
+  // Whether the group holds such a contact among those seen, and releases it then; if not, it is
+  // added to them. Throws std::invalid_argument where a row seen has no group.
+  bool CheckIfDublicateItemPresent(CString strGroupName, IRDOContactItem* rdonote);  // sic
+  void AddToGroupList(CString strGroupName, IRDOContactItem rdonote);
 
   // ---- Work file readers (body/WorkFileReaders.cpp; free functions in body/WorkFileReaders.h)
   // ----
@@ -169,13 +229,35 @@ class CTarnyOutlookHandler {
   }
 
  private:
-  struct MailRun;  // one ImportItem call for a mail
+  struct ItemRun;  // one ImportItem call (pipeline/ItemRun.h)
 
   int ImportByType(const CString& strFilePath, CString& strErr, const CString& strLogFilepath);
-  int ImportMail(MailRun& objRun);
-  int SaveMail(MailRun& objRun, ews::EmailMessage& objMail);
-  int ImportMailToNewFolder(MailRun& objRun);
-  int Fail(MailRun& objRun, const char16_t* pszLogText, const std::exception& objError);
+  int ImportMail(ItemRun& objRun);
+  int SaveMail(ItemRun& objRun, ews::EmailMessage& objMail);
+  int ImportMailToNewFolder(ItemRun& objRun);
+  int Fail(ItemRun& objRun, const char16_t* pszLogText, const std::exception& objError);
+
+  // pipeline/ImportOtherTypes.cpp
+  int ImportOtherType(ItemRun& objRun);
+  int ImportAppointment(ItemRun& objRun);
+  int SaveAppointment(ItemRun& objRun, ews::Appointment& objItem);
+  int SaveAppointmentAgain(ItemRun& objRun, ews::Appointment& objItem);
+  int ImportTask(ItemRun& objRun);
+  int SaveTask(ItemRun& objRun, ews::Task& objTask);
+  int SaveTaskElsewhere(ItemRun& objRun, ews::Task& objTask);
+  int ImportContact(ItemRun& objRun);
+  int SaveContactElsewhere(ItemRun& objRun, ews::Contact& objContact);
+  int ImportList(ItemRun& objRun);
+  bool GoToFolder(const CString& strFolder, int nType, const ews::FolderId& objRoot);
+  bool MakeReady(ews::Item& objItem, ItemRun& objRun);
+  bool HasLedgerRow(const CString& strFolderInText, const CString& strMessageId);
+
+  void FillAppointment(ews::Appointment& objItem, const ST_EML_INFO& objInfo);
+  void FillTask(ews::Task& objTask, const ST_EML_INFO& objInfo);
+  void SetContactFields(ews::Contact& objContact, const CString& strBody);
+  void SetContactBody(ews::Contact& objContact, const CString& strHtmPath,
+                      const CString& strRecordBody);
+  IRDODistListItem FindList(const IRDOItems& objItems, int nCount, const CString& strName);
 
   void SetHeader(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);
   void SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);

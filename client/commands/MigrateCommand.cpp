@@ -19,19 +19,6 @@
 namespace client {
 namespace {
 
-// A run that would leave items behind by design is not begun.
-void RequireSupported(const Plan& plan, Console& console) {
-  if (plan.unsupported.empty()) return;
-  for (size_t i = 0; i < plan.unsupported.size() && i < kMostListed; ++i) {
-    const SourceProblem& item = plan.unsupported[i];
-    console.Say(fmt::format("{}: {}", item.location, item.reason));
-  }
-  throw RunError(
-      fmt::format("{} of the prepared items are no mail, which is not supported yet; nothing was "
-                  "sent. Move them out of the source to send the rest",
-                  plan.unsupported.size()));
-}
-
 // On a terminal only what failed gets a line, above the bar.
 void ShowStep(const Step& step, Console& console) {
   if (step.failed) {
@@ -54,9 +41,8 @@ int Migrate(MigrateOptions& options, Console& console) {
   const Plan plan = MakePlan(options.sources);
   if (options.dryRun) {
     PrintPlan(plan, options.target.Name(), options.json);
-    return plan.unsupported.empty() && plan.IsWhole() ? kExitDone : kExitFailed;
+    return plan.IsWhole() ? kExitDone : kExitFailed;
   }
-  RequireSupported(plan, console);
   AskSecrets(options);
 
   RunFolder run(options.run);

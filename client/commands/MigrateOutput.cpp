@@ -20,8 +20,7 @@ void PlanAsJson(const Plan& plan, const std::string& target) {
   std::cout << JsonText(nlohmann::json{{"target", target},
                                        {"items", plan.entries.size()},
                                        {"folders", folders},
-                                       {"left_out", ProblemsAsJson(plan.problems)},
-                                       {"not_supported", ProblemsAsJson(plan.unsupported)}});
+                                       {"left_out", ProblemsAsJson(plan.problems)}});
 }
 
 void PlanAsText(const Plan& plan, const std::string& target) {
@@ -32,7 +31,6 @@ void PlanAsText(const Plan& plan, const std::string& target) {
                              OneLine(folder.name));
   }
   PrintProblems("Left out", plan.problems);
-  PrintProblems("Not supported yet; a run with these does not start", plan.unsupported);
 }
 
 void SummaryAsJson(const Summary& summary, const Plan& plan) {

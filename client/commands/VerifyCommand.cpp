@@ -51,7 +51,6 @@ void PrintText(const std::vector<FolderCheck>& checks, const Plan& plan) {
     }
   }
   PrintProblems("Left out", plan.problems);
-  PrintProblems("Not supported yet", plan.unsupported);
 }
 
 void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool complete) {
@@ -66,8 +65,7 @@ void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool co
   }
   std::cout << JsonText(nlohmann::json{{"complete", complete},
                                        {"folders", folders},
-                                       {"left_out", ProblemsAsJson(plan.problems)},
-                                       {"not_supported", ProblemsAsJson(plan.unsupported)}});
+                                       {"left_out", ProblemsAsJson(plan.problems)}});
 }
 
 int Verify(MigrateOptions& options, Console& console) {
@@ -91,7 +89,7 @@ int Verify(MigrateOptions& options, Console& console) {
       look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });
   const std::vector<FolderCheck> checks = verification.Run(plan);
   console.EndProgress();
-  const bool complete = plan.IsWhole() && plan.unsupported.empty() &&
+  const bool complete = plan.IsWhole() &&
                         std::ranges::all_of(checks, &FolderCheck::Complete);
   options.json ? PrintJson(checks, plan, complete) : PrintText(checks, plan);
   return complete ? kExitDone : kExitFailed;

@@ -1,5 +1,7 @@
 #include "client/run/EngineLogs.h"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <limits>
 #include <string_view>
@@ -7,6 +9,7 @@
 
 #include "base/AsciiText.h"
 #include "client/sources/SourceFiles.h"
+#include "pipeline/ST_EML_INFO.h"
 #include "platform/NarrowText.h"
 #include "platform/Unicode.h"
 
@@ -14,9 +17,22 @@ namespace client {
 namespace {
 
 constexpr char kTraceName[] = "TarnyEngine.txt";
-// A line of its own, written once the server has the mail; a subject that looks like it stands
-// behind its label.
-constexpr std::string_view kSaved = "\n Email Save out \r\n";
+// What stands in the trace once the server has an item: lines of their own. A subject that looks
+// like one stands behind its label. For contacts and lists it is the same line twice.
+struct SavedLine {
+  std::int32_t type;
+  std::string_view text;
+};
+constexpr auto kSavedLines = std::to_array<SavedLine>({
+    {TYPE_EMAIL, "\n Email Save out \r\n"},
+    {TYPE_CALENDER, "\n Save( TYPE_CALENDER out \r\n"},
+    {TYPE_CALENDER, "\ncatch  try TYPE_CALENDER Save( out \r\n"},
+    {TYPE_TASK, "\n task Save out   \r\n"},
+    {TYPE_TASK, "\n catch task Save out   \r\n"},
+    {TYPE_CONTACT, "\n TYPE_CONTACT Save IN   \r\n TYPE_CONTACT Save IN   \r\n"},
+    {TYPE_CONTACT, "\nCatch TYPE_CONTACT SAVE OUT \r\n"},
+    {TYPE_DIST_LIST, "\n TYPE_CONTACT Save IN   \r\n TYPE_CONTACT Save IN   \r\n"},
+});
 
 std::string_view WithoutLabel(std::string_view line) {
   for (const std::string_view label : {"Error Message :", "Message :"}) {
@@ -48,8 +64,11 @@ std::string EngineLogs::LastStatus() const {
   return platform::Utf16ToUtf8(platform::NarrowToWide(WithoutLabel(line)));
 }
 
-bool EngineLogs::HasSavedMail() const {
-  return m_trace.Added().find(Units(kSaved)) != std::string::npos;
+bool EngineLogs::HasSaved(std::int32_t type) const {
+  const std::string trace = m_trace.Added();
+  return std::ranges::any_of(kSavedLines, [&](const SavedLine& line) {
+    return line.type == type && trace.find(Units(line.text)) != std::string::npos;
+  });
 }
 
 void EngineLogs::Log::Mark() {

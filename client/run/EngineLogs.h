@@ -16,8 +16,9 @@ class EngineLogs {
   // The last line of the status log that is not empty, without blanks around it and without the
   // engine's label in front of the message: what people read. UTF-8; empty when there is none.
   std::string LastStatus() const;
-  // True if the trace tells of a saved mail: the proof for items that get no row in the ledger.
-  bool HasSavedMail() const;
+  // True if the trace tells of a saved item of that type (pipeline/ST_EML_INFO.h): the proof for
+  // items that get no row in the ledger.
+  bool HasSaved(std::int32_t type) const;
 
  private:
   struct Log {

@@ -1,10 +1,13 @@
 #include "client/run/ItemLoader.h"
 
+#include <fmt/format.h>
+
 #include "client/run/ItemWriter.h"
 #include "client/run/MailKey.h"
 #include "client/run/OtherItems.h"
 #include "ews/SoapWriter.h"
 #include "mime/MailHeader.h"
+#include "pipeline/ST_EML_INFO.h"
 #include "platform/CString.h"
 #include "platform/Sha256.h"
 
@@ -19,12 +22,22 @@ std::string SearchableId(const std::string& messageId) {
   return usable ? id.ToUtf8() : std::string();
 }
 
-std::string IdOfPrepared(const std::string& location) {
-  const ST_EML_INFO info = ReadPreparedItem(location);
-  if (info.nItemType != TYPE_EMAIL) {
-    throw SourceError("the first line of its descriptor names no type of item");
-  }
-  return info.strMessageId.ToUtf8();
+ST_EML_INFO ReadTyped(const std::string& location) {
+  ST_EML_INFO info = ReadPreparedItem(location);
+  if (info.nItemType != TYPE_UNKNOWN) return info;
+  throw SourceError("the first line of its descriptor names no type of item");
+}
+
+// What the engine enters into its ledger; empty for what gets no row.
+std::string RowId(const ST_EML_INFO& info) {
+  const bool hasRow = info.nItemType != TYPE_CONTACT && info.nItemType != TYPE_DIST_LIST;
+  return hasRow ? info.strMessageId.ToUtf8() : std::string();
+}
+
+std::string SecondPlace(std::int32_t type, const std::string& below) {
+  if (type == TYPE_TASK) return "Task\\";
+  if (type != TYPE_CONTACT) return {};
+  return "Contacts\\Other Contacts\\" + (below.empty() ? below : below + "\\");
 }
 
 }  // namespace
@@ -36,21 +49,24 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
     item.hash = HashPreparedFiles(entry.item.location, item.files);
   } else {
     item.bytes = entry.source->Read(entry.item);
-    if (entry.item.type == TYPE_EMAIL) item.bytes = MimeBytes(std::move(item.bytes));
+    if (!entry.item.IsOther()) item.bytes = MimeBytes(std::move(item.bytes));
     item.hash = platform::Sha256Hex(item.bytes);
   }
   return item;
 }
 
 void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
-  if (entry.item.type != TYPE_EMAIL) {
+  if (entry.item.prepared) {
+    const ST_EML_INFO info = ReadTyped(entry.item.location);
+    item.id = RowId(info);
+    item.elsewhere = SecondPlace(info.nItemType, info.strContactFolder.ToUtf8());
+  } else if (entry.item.IsOther()) {
     item.id = IdOfOther(entry.item.type, item.bytes);
-    item.key = ContentKey(MailKey(item.id, item.hash), item.hash);
-    return;
+    item.elsewhere = SecondPlace(entry.item.type, "");
+  } else {
+    item.id = mail::MailHeader(item.bytes).text("Message-ID");
   }
-  item.id = entry.item.prepared ? IdOfPrepared(entry.item.location)
-                                : mail::MailHeader(item.bytes).text("Message-ID");
-  item.messageId = SearchableId(item.id);
+  if (entry.item.type == TYPE_EMAIL) item.messageId = SearchableId(item.id);
   const bool asItStands = entry.item.prepared && !item.id.empty();
   item.key = ContentKey(asItStands ? item.id : MailKey(item.id, item.hash), item.hash);
 }
@@ -58,7 +74,7 @@ void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
 void ItemLoader::Name(const Plan::Entry& entry, LoadedItem& item) {
   Identify(entry, item);
   if (entry.item.prepared) return NamePrepared(entry, item);
-  if (entry.item.type != TYPE_EMAIL) return ClaimPlace(entry, item);
+  if (entry.item.IsOther()) return ClaimPlace(entry, item);
   item.ledgerKey = m_journal.ClaimKey(entry.item.folder, MailKey(item.id, item.hash), item.hash);
 }
 
@@ -73,7 +89,9 @@ void ItemLoader::NamePrepared(const Plan::Entry& entry, LoadedItem& item) {
   if (item.id.empty()) return ClaimPlace(entry, item);
   const bool taken = m_journal.IsClaimedByOther(folder, item.id, item.hash);
   if (taken && m_ledger.HasRow(folder, item.id, m_login)) {
-    throw SourceError("another item with its message id is in that folder already");
+    throw SourceError(fmt::format("another {} with its {} is in that folder already",
+                                  ItemTypeName(entry.item.type),
+                                  entry.item.type == TYPE_TASK ? "start" : "message id"));
   }
   if (taken || !m_journal.IsClaimed(folder, item.id)) {
     m_journal.Reclaim(folder, item.id, item.hash);

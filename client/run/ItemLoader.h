@@ -19,6 +19,7 @@ struct LoadedItem {
   std::string ledgerKey;  // empty for a type, and a prepared item without an id, that get no row
   std::string key;        // on the item in the target: tells id and content
   std::string messageId;  // that its mail carries; empty where it cannot be searched for
+  std::string elsewhere;  // the folder that the engine saves it into where its own refuses it
   // Bytes of its MIME content; 0 for a prepared item.
   std::int64_t MimeSize() const { return static_cast<std::int64_t>(bytes.size()); }
 };

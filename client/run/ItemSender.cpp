@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "client/run/ItemKinds.h"
 #include "client/run/ItemProps.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/MailDate.h"
@@ -27,21 +28,6 @@ std::string DateOf(const mail::MailHeader& header) {
   return time ? DescriptorDate(*time) : std::string();
 }
 
-// What a folder command calls a folder of those items.
-int FolderType(ItemType type) {
-  switch (type) {
-    case TYPE_CALENDER:
-      return 4;
-    case TYPE_TASK:
-      return 2;
-    case TYPE_CONTACT:
-    case TYPE_DIST_LIST:
-      return 3;
-    default:
-      return 0;
-  }
-}
-
 }  // namespace
 
 bool RunSetup::IsSafe() const {
@@ -56,7 +42,7 @@ ItemSender::ItemSender(const RunSetup& setup, Journal& journal, LedgerLook& ledg
       m_logs(m_setup.run.Path()) {}
 
 bool ItemSender::HasArrived(const Plan::Entry& entry, const LoadedItem& item) {
-  if (item.ledgerKey.empty()) return m_logs.HasSavedMail();
+  if (item.ledgerKey.empty()) return m_logs.HasSaved(entry.item.type);
   return m_ledger.HasRow(entry.item.folder, item.ledgerKey, m_setup.target.Login());
 }
 
@@ -108,7 +94,7 @@ void ItemSender::Hear(const std::string& line) {
 
 std::string ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item) {
   const std::string folder = m_setup.run.WorkFolder();
-  if (entry.item.type != TYPE_EMAIL) {
+  if (entry.item.IsOther()) {
     const std::string key = m_setup.IsSafe() ? item.key : std::string();
     return LeftOutText(WriteOther(folder, entry.item.type, item.bytes, key));
   }
@@ -171,18 +157,16 @@ void ItemSender::StartEngine() {
 }
 
 std::string ItemSender::SelectFolder(const SourceItem& item) {
-  const std::string& folder = item.folder;
-  if (m_folder == folder && m_folderType == item.type) return {};
+  if (m_folder == item.folder) return {};
   m_folder.clear();
   ST_FOLDER_INFO info;
-  info.nType = FolderType(item.type);
-  info.strFolder = CString::FromUtf8(folder);
+  info.strFolder = CString::FromUtf8(item.folder);
+  info.nType = KindOf(item.type).folderType;
   if (m_engine->Client().CreateFolder(info) != 1) {
     const std::string reason = m_logs.LastStatus();
     return reason.empty() ? kNotRenewed : reason;
   }
-  m_folder = folder;
-  m_folderType = item.type;
+  m_folder = item.folder;
   return {};
 }
 

@@ -76,7 +76,6 @@ class ItemSender {
   std::atomic<pid_t> m_pid = 0;  // of the engine, 0 for none
   std::unique_ptr<EngineProcess> m_engine;
   std::string m_folder;  // the engine's current folder; empty when it must be selected
-  ItemType m_folderType = TYPE_EMAIL;
 };
 
 inline constexpr const char* kNotRenewed = "the connection could not be renewed";

@@ -13,6 +13,7 @@
 #include "client/sources/IcsComponents.h"
 #include "client/sources/Names.h"
 #include "client/sources/PreparedItem.h"
+#include "pipeline/ST_EML_INFO.h"
 
 namespace client {
 namespace {
@@ -32,7 +33,7 @@ Prepared PrepareCalendar(const std::string& workFolder, const std::string& text)
   return {CalendarDescriptor(item), CalendarProps(item), item.left};
 }
 
-Prepared PrepareCard(const std::string& workFolder, ItemType type, const std::string& text) {
+Prepared PrepareCard(const std::string& workFolder, std::int32_t type, const std::string& text) {
   const std::vector<VCardExtent> extents = FindVCards(text);
   std::vector<VCard> cards;
   for (const VCardExtent& extent : extents) {
@@ -59,7 +60,7 @@ void TellProps(const nlohmann::json& props, std::vector<std::string>& left) {
 
 }  // namespace
 
-std::string IdOfOther(ItemType type, const std::string& text) {
+std::string IdOfOther(std::int32_t type, const std::string& text) {
   if (type == TYPE_CONTACT || type == TYPE_DIST_LIST) return ParseVCard(text).Text("UID");
   std::string id;
   ReadIcsComponents(text, [&](const IcsComponent& component) {
@@ -68,7 +69,7 @@ std::string IdOfOther(ItemType type, const std::string& text) {
   return id;
 }
 
-std::vector<std::string> WriteOther(const std::string& workFolder, ItemType type,
+std::vector<std::string> WriteOther(const std::string& workFolder, std::int32_t type,
                                     const std::string& text, const std::string& key) {
   const bool isCard = type == TYPE_CONTACT || type == TYPE_DIST_LIST;
   Prepared item =

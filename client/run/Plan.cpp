@@ -5,8 +5,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include <fmt/format.h>
-
+#include "client/run/ItemKinds.h"
 #include "client/sources/PreparedItem.h"
 
 namespace client {
@@ -26,15 +25,13 @@ std::size_t Unneeded(const std::string& source, const std::vector<std::string>& 
   return alone ? source.size() + 1 : source.size() - LastName(source).size();
 }
 
-// The type of a prepared item that the engine cannot save; empty for every other item. One that
-// cannot be read is none: it fails by itself, and the rest goes on.
-std::string UnsupportedType(const SourceItem& item) {
-  if (!item.prepared) return {};
+// One that cannot be read, or is of no type, fails by itself, and the rest goes on.
+std::int32_t TypeOf(const SourceItem& item) {
+  if (!item.prepared) return item.type;
   try {
-    const std::int32_t type = ReadPreparedItem(item.location).nItemType;
-    return type == TYPE_EMAIL || type == TYPE_UNKNOWN ? "" : ItemTypeName(type);
+    return ReadPreparedItem(item.location).nItemType;
   } catch (const SourceError&) {
-    return {};
+    return TYPE_UNKNOWN;
   }
 }
 
@@ -52,13 +49,11 @@ Plan MakePlan(const std::vector<std::string>& paths) {
     const std::size_t unneeded = Unneeded(path, paths);
     for (SourceItem& item : source->List(plan.problems)) {
       std::string name = item.location.substr(std::min(unneeded, item.location.size()));
-      if (const std::string type = UnsupportedType(item); !type.empty()) {
-        plan.unsupported.push_back({name, fmt::format("{}: not supported yet", type)});
-        continue;
-      }
+      item.type = TypeOf(item);
       plan.entries.push_back({source, std::move(item), std::move(name)});
     }
   }
+  PlaceByKind(plan.entries);
   return plan;
 }
 

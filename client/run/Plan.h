@@ -19,8 +19,7 @@ struct Plan {
   };
   std::vector<std::unique_ptr<Source>> sources;
   std::vector<Entry> entries;
-  std::vector<SourceProblem> problems;     // what was left out
-  std::vector<SourceProblem> unsupported;  // prepared items of types that cannot be sent yet
+  std::vector<SourceProblem> problems;  // what was left out
 
   bool IsWhole() const;  // nothing of the sources was out of reach
 

@@ -78,8 +78,11 @@ TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem
   }
   try {
     CopyCount count(key, item.messageId);
-    m_look.Find(folder, CString::FromUtf8(key), CString::FromUtf8(item.messageId),
-                [&](const ews::FoundItem& found) { count.Add(found); });
+    for (const std::string& place : {folder, item.elsewhere}) {
+      if (place.empty()) continue;
+      m_look.Find(place, CString::FromUtf8(key), CString::FromUtf8(item.messageId),
+                  [&](const ews::FoundItem& found) { count.Add(found); });
+    }
     const std::size_t others = m_ledger.RowsOfId(folder, item.messageId, m_login);
     const std::size_t copies = count.Copies(others);
     return {copies ? TargetAnswer::Kind::kThere : TargetAnswer::Kind::kAbsent, copies, {}};

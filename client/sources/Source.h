@@ -18,7 +18,9 @@ struct SourceItem {
   std::uint64_t offset = 0;  // bytes, for items that lie in a file with others
   std::uint64_t length = 0;  // bytes on disk
   bool prepared = false;     // a folder with a descriptor and its files, not the bytes of a mail
-  ItemType type = TYPE_EMAIL;  // of an item that is not prepared
+  std::int32_t type = TYPE_EMAIL;  // one of ItemType
+  // Neither a mail nor prepared: an event, a task, a contact or a group, as text.
+  bool IsOther() const { return !prepared && type != TYPE_EMAIL; }
   // Where it lies in its file when that is in several places: in place of offset and length.
   struct Extent {
     std::uint64_t offset = 0;  // bytes

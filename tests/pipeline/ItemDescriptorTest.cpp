@@ -143,6 +143,24 @@ TEST_F(ItemDescriptor, EveryCutOfEveryTypeReadsItsWholeLines) {
   }
 }
 
+TEST_F(ItemDescriptor, ALabelAloneIsAValueUnlessTheSafeSwitchIsOn) {
+  const std::vector<std::u16string> lines = {
+      u"EMAIL",  u"1",       u"",      u"",           u"From : a",
+      u"To : ",  u"CC : \r", u"Bcc :", u"Subject : ", u"MessageID : ",
+      u"Body : "};
+  for (const bool safe : {false, true}) {
+    ews::Settings().bSafe = safe;
+    const ST_EML_INFO info = ParseLines(lines);
+    EXPECT_EQ(info.strFrom, u"a");
+    EXPECT_EQ(info.strTo, safe ? u"" : u"To :");
+    EXPECT_EQ(info.strCc, safe ? u"" : u"CC :");
+    EXPECT_EQ(info.strBcc, safe ? u"" : u"Bcc :");
+    EXPECT_EQ(info.strSubject, safe ? u"" : u"Subject :");
+    EXPECT_EQ(info.strMessageId, u"");
+  }
+  ews::Settings().bSafe = false;
+}
+
 TEST_F(ItemDescriptor, LeapDayMovesUnlessTheSafeSwitchIsOn) {
   const COleDateTime leap(2024, 2, 29, 10, 20, 30);
   EXPECT_EQ(GetDateTime(leap), (CivilDateTime{2024, 2, 28, 10, 20, 30}));

@@ -56,6 +56,15 @@ TEST_F(MailItems, AttendeesComeAsTheLoopGivesThem) {
   EXPECT_EQ(Attendees(u"aaaa;b;c;"), (Texts{u"aaaa", u"aaaa"}));
 }
 
+TEST_F(MailItems, SafeListsLoseNobodyAndDoubleNobody) {
+  ews::Settings().bSafe = true;
+  EXPECT_EQ(Recipients(u" ; ;"), Texts{});
+  EXPECT_EQ(Attendees(u" ; ;"), Texts{});
+  const Texts all{u"aaaa@x", u"b@x", u"c@x"};
+  EXPECT_EQ(Recipients(u";aaaa@x;; b@x ;c@x"), all);
+  EXPECT_EQ(Attendees(u";aaaa@x;; b@x ;c@x"), all);
+}
+
 TEST_F(MailItems, AddressCleanUpFollowsTheFlag) {
   EXPECT_EQ(handler.GetEmailAddress(u"\"A\" <a@x>"), u"\"A\" <a@x>");
   EXPECT_EQ(handler.ReplaceUnicodeCharacters(u"a\x01"), u"a\x01");
@@ -201,17 +210,21 @@ TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {
 }
 
 TEST_F(MailItems, AnImportThatFailsTellsWhyInTheStatusLog) {
+  const CString reason = CString::FromUtf8(ews::kNoService);  // before a logon
   const struct {
     std::u16string type;
-    CString error;
-  } rows[] = {{u"TASK", u"Items of this type are not supported yet."},
-              {u"EMAIL", CString::FromUtf8(ews::kNoService)}};  // before a logon
+    bool safe;
+    bool isTold;
+  } rows[] = {{u"EMAIL", false, true},   {u"CALENDAR", false, true},   {u"TASK", false, true},
+              {u"CONTACT", false, true}, {u"DIST_LIST", false, false}, {u"DIST_LIST", true, true}};
   for (const auto& row : rows) {
     folder.WriteWork("11comtextjj.t", row.type + u"\n");
+    ews::Settings().bSafe = row.safe;
     CString error;
-    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-    EXPECT_EQ(error, row.error);
-    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")), row.error.ToUtf8() + "\r\r\n");
+    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), row.isTold ? 0 : 1);
+    EXPECT_EQ(error, row.isTold ? reason : CString());
+    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
+              row.isTold ? reason.ToUtf8() + "\r\r\n" : "");
     std::filesystem::remove(folder.File("run.txt"));
   }
 }

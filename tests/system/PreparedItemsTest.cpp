@@ -127,15 +127,6 @@ TEST(PreparedItems, TheDescriptorsIdIsTheKeyAndAnItemWithoutOneArrivesOnceToo) {
   EXPECT_EQ(again["there_already"], 3);
 }
 
-TEST(PreparedItems, TypesThatCannotBeSavedYetAreRefusedBeforeAnythingIsSent) {
-  const TemporaryFolder folder;
-  WriteItem(folder, "1", "EMAIL", "<one@example.com>", "x");
-  WriteItem(folder, "2", "TASK", "", "x");
-  EXPECT_THAT(Migrate(folder), FailsWith("2: task: not supported yet"));
-  EXPECT_FALSE(std::filesystem::exists(folder.File("run")));
-  EXPECT_FALSE(std::filesystem::exists(folder.File("mailbox")));
-}
-
 TEST(PreparedItems, AsIsLeavesOutEachSafeguardAndSaysWhatThatCost) {
   for (const bool asIs : {false, true}) {
     const TemporaryFolder folder;

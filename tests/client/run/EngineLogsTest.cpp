@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "charset/LibraryNarrow.h"
+#include "pipeline/ST_EML_INFO.h"
 #include "tests/client/WideText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -33,14 +34,40 @@ TEST(EngineLogs, OnlyASaveSinceTheMarkCountsAndNoSubjectThatLooksLikeOne) {
   const TemporaryFolder folder;
   const std::string path = folder.Write("TarnyEngine.txt", Wide("a\r\n Email Save out \r\n"));
   EngineLogs logs(folder.Path());
-  EXPECT_TRUE(logs.HasSavedMail());
+  EXPECT_TRUE(logs.HasSaved(TYPE_EMAIL));
   logs.Mark();
-  EXPECT_FALSE(logs.HasSavedMail());
+  EXPECT_FALSE(logs.HasSaved(TYPE_EMAIL));
   folder.Write("TarnyEngine.txt", ReadAll(path) + Wide("Subject  = Email Save out \r\n"));
-  EXPECT_FALSE(logs.HasSavedMail());
+  EXPECT_FALSE(logs.HasSaved(TYPE_EMAIL));
   folder.Write("TarnyEngine.txt", ReadAll(path) + Wide(" Email Save out \r\n"));
-  EXPECT_TRUE(logs.HasSavedMail());
-  EXPECT_FALSE(EngineLogs(folder.File("missing")).HasSavedMail());
+  EXPECT_TRUE(logs.HasSaved(TYPE_EMAIL));
+  EXPECT_FALSE(EngineLogs(folder.File("missing")).HasSaved(TYPE_EMAIL));
+}
+
+TEST(EngineLogs, EachTypeHasLinesOfItsOwnAndForContactsOneIsNotEnough) {
+  const struct {
+    std::int32_t type;
+    std::string lines;
+    bool saved;
+  } rows[] = {
+      {TYPE_CALENDER, " TYPE_CALENDER Save( in \r\n Save( TYPE_CALENDER out \r\n", true},
+      {TYPE_CALENDER, "catch  try TYPE_CALENDER Save( out \r\n", true},
+      {TYPE_CALENDER, "catch  try TYPE_CALENDER Save( in \r\n", false},
+      {TYPE_TASK, " task Save out   \r\n", true},
+      {TYPE_TASK, " catch task Save out   \r\n", true},
+      {TYPE_TASK, " catch Exception^ ex 2 task Save out  : no\r\n", false},
+      {TYPE_CONTACT, " TYPE_CONTACT Save IN   \r\n TYPE_CONTACT Save IN   \r\n", true},
+      {TYPE_CONTACT, " TYPE_CONTACT Save IN   \r\n TYPE_CONTACT IN SAVE CATCH \r\n", false},
+      {TYPE_CONTACT, "Catch TYPE_CONTACT SAVE OUT \r\n", true},
+      {TYPE_DIST_LIST, " TYPE_CONTACT Save IN   \r\n", false},
+      {TYPE_DIST_LIST, " TYPE_CONTACT Save IN   \r\n TYPE_CONTACT Save IN   \r\n", true},
+  };
+  for (const auto& row : rows) {
+    const TemporaryFolder folder;
+    folder.Write("TarnyEngine.txt", Wide("ImportItem_2\r\n" + row.lines));
+    EXPECT_EQ(EngineLogs(folder.Path()).HasSaved(row.type), row.saved) << row.lines;
+    EXPECT_FALSE(EngineLogs(folder.Path()).HasSaved(TYPE_EMAIL));
+  }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <map>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -47,17 +48,27 @@ TEST(PreparedItem, AFolderWithADescriptorIsOneItemOfTheFolderAboveIt) {
   EXPECT_EQ(EmlSource(folder.File("s/top")).List(problems)[0].folder, "Inbox\\");
 }
 
-TEST(PreparedItem, TypesThatCannotBeSavedYetAreToldApart) {
+TEST(PreparedItem, AFolderTakesOneKindAndTheOthersGoBelowTheirOwn) {
   const TemporaryFolder folder;
-  folder.Write("s/a/11comtextjj.t", Descriptor("CALENDAR", ""));
-  folder.Write("s/b/11comtextjj.t", Descriptor("DIST_LIST", ""));
-  folder.Write("s/c/11comtextjj.t", Descriptor("EMAIL", "<1@x>"));
-  folder.Write("s/d/11comtextjj.t", Descriptor("NOTHING", "<1@x>"));
+  const std::pair<const char*, const char*> items[] = {
+      {"1", "CALENDAR"},       {"2", "NOTHING"},          {"Crew/1", "DIST_LIST"},
+      {"Crew/2", "CONTACT"},   {"Crew/3", "TASK"},        {"Team/Old/1", "CALENDAR"},
+      {"Team/Old/2", "EMAIL"}, {"Team/Old/3", "CONTACT"},
+  };
+  for (const auto& [place, type] : items) {
+    folder.Write(std::string("s/") + place + "/11comtextjj.t", Descriptor(type, ""));
+  }
+  std::map<std::string, std::string> folders;
   const Plan plan = MakePlan({folder.File("s")});
-  ASSERT_EQ(plan.unsupported.size(), 2u);
-  EXPECT_EQ(plan.unsupported[0].reason, "appointment: not supported yet");
-  EXPECT_EQ(plan.unsupported[1].reason, "contact list: not supported yet");
-  EXPECT_EQ(plan.entries.size(), 2u);
+  for (const Plan::Entry& entry : plan.entries) folders[entry.name] = entry.item.folder;
+  EXPECT_EQ(folders, (std::map<std::string, std::string>{{"1", "Calendar\\"},
+                                                         {"2", "Inbox\\"},
+                                                         {"Crew/1", "Crew\\"},
+                                                         {"Crew/2", "Crew\\"},
+                                                         {"Crew/3", "Tasks\\Crew\\"},
+                                                         {"Team/Old/1", "Calendar\\Team\\Old\\"},
+                                                         {"Team/Old/2", "Team\\Old\\"},
+                                                         {"Team/Old/3", "Contacts\\Team\\Old\\"}}));
 }
 
 TEST(PreparedItem, ItIsReadInAFolderOfAnyName) {

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+
+#include "client/run/Plan.h"
+
+namespace client {
+
+// The kinds of items that a folder of the target tells apart.
+struct ItemKind {
+  std::int32_t folderType;  // of a folder command
+  const char* folder;       // the mailbox's own, "" where items go to their source's folders
+};
+
+// By the type that a descriptor names; a mail's for any other.
+const ItemKind& KindOf(std::int32_t itemType);
+
+// A folder takes one kind. Where a source's folder holds several, mail stays, or, without any, what
+// comes first; the others go below the mailbox's own folder of their kind.
+void PlaceByKind(std::vector<Plan::Entry>& entries);
+
+}  // namespace client

@@ -1,0 +1,78 @@
+#include "pipeline/AddressLists.h"
+
+#include <algorithm>
+
+#include "ews/Settings.h"
+#include "target/CTarnyOutlookHandler.h"
+
+namespace {
+
+// Every entry but empty ones.
+std::vector<CString> DividedEntries(const CString& strList) {
+  std::vector<CString> arrEntries;
+  for (int nStart = 0; nStart < strList.GetLength();) {
+    int nEnd = strList.Find(u';', nStart);
+    if (nEnd < 0) nEnd = strList.GetLength();
+    CString strEntry = strList.Mid(nStart, nEnd - nStart).Trim();
+    if (!strEntry.IsEmpty()) arrEntries.push_back(std::move(strEntry));
+    nStart = nEnd + 1;
+  }
+  return arrEntries;
+}
+
+std::vector<CString> LoopEntries(const CString& strList) {
+  const auto nEntries = std::ranges::count(strList.View(), u';');
+  if (nEntries == 0) return strList.IsEmpty() ? std::vector<CString>() : std::vector{strList};
+  std::vector<CString> arrEntries;
+  int nEnd = strList.Find(u';');
+  CString strCurrent = strList.Left(nEnd);
+  int nRest = nEnd + 1;  // where the rest of the text begins
+  int nSearch = nEnd;    // kept: the first search starts at the old place, counted in the rest
+  for (auto n = nEntries; n > 0; --n) {
+    arrEntries.push_back(strCurrent);
+    nEnd = strList.Find(u';', nRest + nSearch);
+    if (nEnd < 0) {
+      arrEntries.push_back(strCurrent);
+      break;
+    }
+    strCurrent = strList.Mid(nRest, nEnd - nRest);
+    nRest = nEnd + 1;
+    nSearch = 0;
+  }
+  return arrEntries;
+}
+
+}  // namespace
+
+std::vector<CString> AttendeeEntries(const CString& strList) {
+  return ews::Settings().bSafe ? DividedEntries(strList) : LoopEntries(strList);
+}
+
+std::vector<CString> RecipientEntries(const CString& strList) {
+  if (ews::Settings().bSafe) return DividedEntries(strList);
+  std::vector<CString> arrEntries;
+  if (strList.IsEmpty()) return arrEntries;
+  const CString str = strList.View().ends_with(u';') ? strList : strList + u";";
+  int nStart = 0;
+  for (int nEnd = str.Find(u';'); nEnd > nStart; nEnd = str.Find(u';', nStart)) {
+    arrEntries.push_back(str.Mid(nStart, nEnd - nStart).Trim());
+    nStart = nEnd + 1;
+  }
+  return arrEntries;
+}
+
+void CTarnyOutlookHandler::SaveRecipients(CString str,
+                                          ews::EmailAddressCollection& emailRecipients) {
+  for (const CString& strEntry : RecipientEntries(str)) {
+    emailRecipients.Add(GetEmailAddress(strEntry));
+  }
+}
+
+void CTarnyOutlookHandler::SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees) {
+  for (const CString& strEntry : AttendeeEntries(str)) emailAttendees.Add(strEntry);
+}
+
+void CTarnyOutlookHandler::GetMembersList(CString strMembers,
+                                          CList<CString, CString>* pstrListMembers) {
+  for (const CString& strEntry : AttendeeEntries(strMembers)) pstrListMembers->AddTail(strEntry);
+}

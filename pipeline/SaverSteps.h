@@ -1,0 +1,31 @@
+#pragma once
+
+#include "ews/Item.h"
+#include "platform/COleDateTime.h"
+#include "platform/CString.h"
+
+// Steps that the savers of several types of items share. Paths are in Windows form.
+
+// "1" high, "2" normal, "3" low; any other text changes nothing.
+void SetImportance(ews::Item& objItem, const CString& strImportance);
+
+// The bytes of a path that names a file, and not a work folder, become the MIME content. Throws
+// what GetPureMime does.
+void SetMimeFromPath(ews::Item& objItem, const CString& strHtmPath);
+
+// Readers of a body see it as a terminated string: it ends at its first NUL.
+void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText);
+
+inline bool IsDate(const COleDateTime& dt) { return dt.GetStatus() == COleDateTime::valid; }
+// The date as GetDateTime builds it. Throws std::out_of_range for an invalid one.
+COleDateTime WallClock(const COleDateTime& dt);
+
+// True if the file that a path means, links resolved, lies below the work folder.
+bool LiesInWorkFolder(const CString& strPath);
+
+// What becomes of an empty line in a list of attachments: it names the folder itself, which can be
+// told and refused, or is passed over.
+enum class EmptyLines { kTried, kSkipped };
+// Attaches the files that "11comtextjjAttach.t" names, list and files in the folder strHtmPath,
+// which ends in a backslash. A file that cannot be attached costs no other.
+void AttachListed(ews::Item& objItem, const CString& strHtmPath, EmptyLines eEmpty);

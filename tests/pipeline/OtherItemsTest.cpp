@@ -1,0 +1,499 @@
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include <regex>
+
+#include "tests/pipeline/ImportRun.h"
+
+// Appointments, tasks, contacts and lists, from their work files to what a mailbox holds of them.
+namespace {
+
+using ews::WellKnownFolderName;
+using mailbox::EntryText;
+using mailbox::FieldText;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+// The lines of a descriptor up to the subject.
+std::u16string Common(const std::u16string& type, const std::u16string& to = u"") {
+  return type + u"\n1\nCreation Date : 2024-03-01 10:00:00\n\nFrom : a@example.com\nTo : " + to +
+         u"\n\n\nSubject : s\n";
+}
+// Form A has a blank line where form B goes on at once, with a lost line in front of the body.
+std::u16string Calendar(const std::u16string& recurrence, bool formB = false,
+                        const std::u16string& to = u"") {
+  return Common(u"CALENDAR", to) + (formB ? u"" : u"\n") +
+         u"StartDate:2024-03-11 10:00:00\nEndDate:2024-03-11 11:00:00\nLocation : Room 1\nWork\n" +
+         recurrence + (formB ? u"\nlost" : u"") + u"\nBody : text";
+}
+std::u16string Task(const std::u16string& recurrence, bool formB = false) {
+  return Common(u"TASK") + (formB ? u"" : u"\n") +
+         u"StartDate:2024-03-11\nDueDate:2024-03-15\nWork\nLow\n" + recurrence + u"\nextra\n" +
+         (formB ? u"lost\n" : u"") + u"Body : text";
+}
+std::u16string Contact(const std::u16string& fields, const std::u16string& folder = u"") {
+  return Common(u"CONTACT") + u"\n" + folder + u"\n\n\n" + fields;
+}
+std::u16string List(const std::u16string& members) {
+  return Common(u"DIST_LIST") + u"<ITEM>Group :" + members +
+         u"</ITEM>\n<ITEM>ListName :Crew</ITEM>\n<ITEM>Description :Who sails</ITEM>\n";
+}
+
+// "Weekly: Interval 2, DaysOfWeek Wednesday; EndDate: StartDate 2024-03-13, …"
+std::string SeriesOf(const mailbox::ItemInfo& item) {
+  const mailbox::FieldTree tree(mailbox::FindField(item, "Recurrence"));
+  std::string text;
+  for (const pugi::xml_node part : tree.Root().children()) {
+    text += (text.empty() ? "" : "; ") + std::string(part.name() + 2) + ":";
+    for (const pugi::xml_node value : part.children()) {
+      text += fmt::format(" {} {}", value.name() + 2, value.text().get());
+    }
+  }
+  return std::regex_replace(text, std::regex("Recurrence:|Z"), "");
+}
+
+std::string PropertyText(const mailbox::ItemInfo& item, const std::string& key) {
+  for (const mailbox::ExtendedProperty& property : item.properties) {
+    if (property.key == key) return property.values.at(0);
+  }
+  return "none";
+}
+
+// What a series comes to; "-" for a single item, "lost" for none at all.
+struct SeriesRow {
+  const char16_t* text;
+  std::string appointment;
+  std::string safe;
+};
+
+// The day is a Monday, 2024-03-11; the series' own days are others.
+const SeriesRow kSeries[] = {
+    {u"D,0;3;10;2024-03-13;2024-05-01;2024-04-01;",
+     "Daily Interval 3; EndDate StartDate 2024-03-13 EndDate 2024-04-01",
+     "Daily Interval 3; EndDate StartDate 2024-03-11 EndDate 2024-04-01"},
+    {u"D,0;3;10;x;x;x;", "Daily Interval 3; Numbered StartDate 2024-03-11 NumberOfOccurrences 10",
+     "Daily Interval 3; Numbered StartDate 2024-03-11 NumberOfOccurrences 10"},
+    {u"W,3;2;10;2024-03-13;2024-05-22;;",
+     "Weekly Interval 2 DaysOfWeek Wednesday; EndDate StartDate 2024-03-13 EndDate 2024-05-22",
+     "Weekly Interval 2 DaysOfWeek Wednesday; EndDate StartDate 2024-03-13 EndDate 2024-05-22"},
+    {u"W,9;0; 4x;2024-03-17;;;",
+     "Weekly Interval 1 DaysOfWeek Sunday; Numbered StartDate 2024-03-17 NumberOfOccurrences 4",
+     "Weekly Interval 1 DaysOfWeek Sunday; Numbered StartDate 2024-03-17 NumberOfOccurrences 4"},
+    {u"W,1;1;5;x;2024-05-22;;", "-",
+     "Weekly Interval 1 DaysOfWeek Monday; EndDate StartDate 2024-03-11 EndDate 2024-05-22"},
+    {u"M,15;1;0;2024-03-15;;;",
+     "AbsoluteMonthly Interval 1 DayOfMonth 15; NoEnd StartDate 2024-03-15",
+     "AbsoluteMonthly Interval 1 DayOfMonth 15; NoEnd StartDate 2024-03-15"},
+    {u"M,0;1;0;2024-03-15;;;", "-",
+     "AbsoluteMonthly Interval 1 DayOfMonth 1; NoEnd StartDate 2024-03-15"},
+    {u"M,0,2.3;1;6;2024-03-13;;;",
+     "RelativeMonthly Interval 1 DaysOfWeek Wednesday DayOfWeekIndex Second;"
+     " Numbered StartDate 2024-03-13 NumberOfOccurrences 6",
+     "RelativeMonthly Interval 1 DaysOfWeek Wednesday DayOfWeekIndex Second;"
+     " Numbered StartDate 2024-03-13 NumberOfOccurrences 6"},
+    {u"M,0,7.5;1;6;2024-03-01;;;",
+     "RelativeMonthly Interval 1 DaysOfWeek Friday DayOfWeekIndex First;"
+     " Numbered StartDate 2024-03-01 NumberOfOccurrences 6",
+     "RelativeMonthly Interval 1 DaysOfWeek Friday DayOfWeekIndex First;"
+     " Numbered StartDate 2024-03-01 NumberOfOccurrences 6"},
+    {u"Y,6,14;1;3;2024-06-14;;;",
+     "AbsoluteYearly DayOfMonth 14 Month June; Numbered StartDate 2024-06-14 NumberOfOccurrences 3",
+     "AbsoluteYearly DayOfMonth 14 Month June; Numbered StartDate 2024-06-14 NumberOfOccurrences "
+     "3"},
+    {u"Y,3,14;1;3;2024-03-14;;;",
+     "AbsoluteYearly DayOfMonth 14 Month March; Numbered StartDate 2024-03-14 NumberOfOccurrences "
+     "3",
+     "AbsoluteYearly DayOfMonth 14 Month March; Numbered StartDate 2024-03-14 NumberOfOccurrences "
+     "3"},
+    {u"Q,1;1;3;2024-03-14;;;", "-", "-"},
+    {u"99999999999999999999", "-", "-"},
+    {u"W,5;1;2;2024-03-15;2024-03-22",
+     "Weekly Interval 1 DaysOfWeek Friday; Numbered StartDate 2024-03-15 NumberOfOccurrences 2",
+     "Weekly Interval 1 DaysOfWeek Friday; EndDate StartDate 2024-03-15 EndDate 2024-03-22"},
+};
+
+TEST(OtherItems, EverySeriesOfAnAppointmentArrivesFromEitherForm) {
+  ImportRun run;
+  run.folder.WriteWork("TextFile1.eml", "");
+  for (const SeriesRow& row : kSeries) {
+    for (const bool safe : {false, true}) {
+      for (const bool formB : {false, true}) {
+        SCOPED_TRACE(CString(row.text).ToUtf8() + (safe ? " safe" : "") + (formB ? " B" : " A"));
+        ews::Settings().bSafe = safe;
+        ASSERT_EQ(run.Import(WellKnownFolderName::Calendar, Calendar(row.text, formB)), 1);
+        const mailbox::ItemInfo item = run.Last("calendar");
+        const std::string series = SeriesOf(item);
+        EXPECT_EQ(series.empty() ? "-" : series, safe ? row.safe : row.appointment);
+        EXPECT_EQ(item.subject, "s");
+        EXPECT_EQ(item.starts, "2024-03-11T10:00:00Z");
+        EXPECT_EQ(item.ends, "2024-03-11T11:00:00Z");
+        EXPECT_EQ(item.importance, "High");
+        EXPECT_EQ(item.body, "text");
+        EXPECT_EQ(item.bodyType, "Text");
+        EXPECT_THAT(item.categories, ElementsAre("Work"));
+        EXPECT_EQ(FieldText(item, "Location"), "Room 1");
+        EXPECT_EQ(PropertyText(item, "tag:0x39"), "2024-03-01T10:00:00Z");
+      }
+    }
+  }
+}
+
+// A daily task repeats every day, and ends by field 5; one whose series fails is lost, unless safe.
+TEST(OtherItems, ATaskWithABadSeriesIsLostOnlyWithoutTheSafeSwitch) {
+  const SeriesRow rows[] = {
+      {u"D,0;3;10;2024-03-13;2024-05-01;2024-04-01;",
+       "Daily Interval 1; EndDate StartDate 2024-03-13 EndDate 2024-05-01",
+       "Daily Interval 1; EndDate StartDate 2024-03-11 EndDate 2024-05-01"},
+      {u"W,3;2;10;2024-03-13;2024-05-22;;",
+       "Weekly Interval 2 DaysOfWeek Wednesday; EndDate StartDate 2024-03-13 EndDate 2024-05-22",
+       "Weekly Interval 2 DaysOfWeek Wednesday; EndDate StartDate 2024-03-13 EndDate 2024-05-22"},
+      {u"W,3;2;10;2024-03-13;x;;", "lost",
+       "Weekly Interval 2 DaysOfWeek Wednesday;"
+       " Numbered StartDate 2024-03-13 NumberOfOccurrences 10"},
+      {u"Q,1;1;1;2024-03-13;2024-03-13;;", "lost", "-"},
+      {u"", "-", "-"},
+  };
+  for (const SeriesRow& row : rows) {
+    for (const bool safe : {false, true}) {
+      for (const bool formB : {false, true}) {
+        SCOPED_TRACE(CString(row.text).ToUtf8() + (safe ? " safe" : "") + (formB ? " B" : " A"));
+        ImportRun run;
+        ews::Settings().bSafe = safe;
+        ASSERT_EQ(run.Import(WellKnownFolderName::Tasks, Task(row.text, formB)), 1);
+        const std::string& expected = safe ? row.safe : row.appointment;
+        if (expected == "lost") {
+          EXPECT_THAT(run.Items(run.WellKnown("tasks")), IsEmpty());
+          continue;
+        }
+        const mailbox::ItemInfo item = run.Last("tasks");
+        const std::string series = SeriesOf(item);
+        EXPECT_EQ(series.empty() ? "-" : series, expected);
+        EXPECT_THAT(item.starts, HasSubstr("2024-03-11"));
+        EXPECT_THAT(item.ends, HasSubstr("2024-03-15"));
+        EXPECT_EQ(item.importance, "Low");  // the word, and not the number
+        // The second of a form B with the same first line counts as known.
+        ASSERT_EQ(run.Import(WellKnownFolderName::Tasks, Task(u"", formB)), 1);
+        EXPECT_EQ(run.Items(run.WellKnown("tasks")).size(), formB ? 1u : 2u);
+      }
+    }
+  }
+}
+
+TEST(OtherItems, AQuoteInTheFolderMakesATaskKnownOnlyWithoutTheSafeSwitch) {
+  for (const bool safe : {false, true}) {
+    ImportRun run;
+    ews::Settings().bSafe = safe;
+    run.handler.SetFolderName(u"Ann's\\");
+    EXPECT_EQ(run.Import(WellKnownFolderName::Tasks, Task(u"", /*formB=*/true)), 1);
+    EXPECT_EQ(run.Items(run.WellKnown("tasks")).size(), safe ? 1u : 0u);
+  }
+}
+
+// Where the value of one label is found in the mailbox: a field, and the key of its entry or the
+// element in it.
+struct LabelRow {
+  std::vector<const char16_t*> labels;
+  std::string field;
+  std::string key;
+};
+
+TEST(OtherItems, EveryLabelOfAContactArrivesInItsProperty) {
+  const LabelRow rows[] = {
+      {{u"Complete Name", u"Namn"}, "DisplayName", ""},
+      {{u"Complete Name", u"Namn", u"File As 1", u"File As 2"}, "FileAs", ""},
+      {{u"E-Mail Address", u"E-postadress"}, "EmailAddresses", "EmailAddress1"},
+      {{u"Email Address 2"}, "EmailAddresses", "EmailAddress2"},
+      {{u"Email Address 3"}, "EmailAddresses", "EmailAddress3"},
+      {{u"Comments"}, "body", ""},
+      {{u"First Name", u"F\u00F6rnamn"}, "GivenName", ""},
+      {{u"Last Name", u"Efternamn"}, "Surname", ""},
+      {{u"Office Phone Number", u"Phone Number Busness"}, "PhoneNumbers", "BusinessPhone"},
+      {{u"Home Phone Number"}, "PhoneNumbers", "HomePhone"},
+      {{u"Organization"}, "CompanyName", ""},
+      {{u"Title"}, "JobTitle", ""},
+      {{u"Department"}, "Department", ""},
+      {{u"Mailstop"}, "OfficeLocation", ""},
+      {{u"Phone Number"}, "PhoneNumbers", "CompanyMainPhone"},
+      {{u"Cellular Phone Number"}, "PhoneNumbers", "MobilePhone"},
+      {{u"Im Address"}, "ImAddresses", "ImAddress1"},
+      {{u"Pager Number"}, "PhoneNumbers", "Pager"},
+      {{u"Phone Number Callback"}, "PhoneNumbers", "Callback"},
+      {{u"Phone Number Busness 2"}, "PhoneNumbers", "BusinessPhone2"},
+      {{u"Phone Number Home 2"}, "PhoneNumbers", "HomePhone2"},
+      {{u"Fax Number"}, "PhoneNumbers", "HomeFax"},
+      {{u"Phone Number Other fax"}, "PhoneNumbers", "OtherFax"},
+      {{u"Phone Number Telex"}, "PhoneNumbers", "Telex"},
+      {{u"Phone Number Isdn"}, "PhoneNumbers", "Isdn"},
+      {{u"Phone Number Car"}, "PhoneNumbers", "CarPhone"},
+      {{u"Phone Number Tty/dd"}, "PhoneNumbers", "TtyTddPhone"},
+      {{u"Phone Number Busness fax"}, "PhoneNumbers", "BusinessFax"},
+      {{u"Birthday"}, "property", "named:Address:id:14914"},
+      {{u"Prefix"}, "property", "named:Address:id:14917"},
+      {{u"Personal Web Site"}, "property", "named:Address:id:14928"},
+      {{u"Suffix"}, "property", "named:Address:id:14853"},
+      {{u"Office Web Site"}, "BusinessHomePage", ""},
+      {{u"Assistent Name"}, "AssistantName", ""},
+      {{u"Manager's Name"}, "Manager", ""},
+      {{u"Categories"}, "categories", ""},
+  };
+  ImportRun run;
+  int value = 0;
+  for (const LabelRow& row : rows) {
+    for (const char16_t* label : row.labels) {
+      SCOPED_TRACE(CString(label).ToUtf8());
+      const std::string text = fmt::format("v{} : <b>@example.com", ++value);
+      const CString field = CString(u"junk<ITEM>") + label + u" : " + CString::FromUtf8(text);
+      ASSERT_EQ(run.Import(WellKnownFolderName::Contacts,
+                           Contact(std::u16string(field.View()) + u"</ITEM>junk")),
+                1);
+      const mailbox::ItemInfo item = run.Last("contacts");
+      const std::string arrived = row.field == "body"         ? item.body
+                                  : row.field == "categories" ? item.categories.at(0)
+                                  : row.field == "property"   ? PropertyText(item, row.key)
+                                  : row.key.empty()           ? FieldText(item, row.field)
+                                                              : EntryText(item, row.field, row.key);
+      EXPECT_EQ(arrived, text);
+    }
+  }
+  EXPECT_EQ(run.Items(run.WellKnown("contacts")).size(), static_cast<size_t>(value));
+}
+
+TEST(OtherItems, AnAddressOfAContactHasFivePartsEachClosed) {
+  const struct {
+    const char16_t* label;
+    const char16_t* value;
+    std::string expected;
+    std::string safe;
+  } rows[] = {
+      {u"BussinessAddress", u"Main St;Springfield;IL;62701;USA;",
+       "Business: Street Main St City Springfield State IL CountryOrRegion USA PostalCode 62701",
+       "Business: Street Main St City Springfield State IL CountryOrRegion USA PostalCode 62701"},
+      {u"HomeAddress", u"Main St;;IL", "Home: Street Main St", "Home: Street Main St State IL"},
+      {u"HomeAddress", u"", "Home:", "Home:"},
+      {u"BusinessAddress", u"Main St;a;b;c;d;", "", ""},
+  };
+  for (const auto& row : rows) {
+    for (const bool safe : {false, true}) {
+      ImportRun run;
+      ews::Settings().bSafe = safe;
+      ASSERT_EQ(
+          run.Import(WellKnownFolderName::Contacts, Contact(std::u16string(u"<ITEM>") + row.label +
+                                                            u" : " + row.value + u"</ITEM>")),
+          1);
+      const mailbox::ItemInfo item = run.Last("contacts");
+      const mailbox::FieldTree tree(mailbox::FindField(item, "PhysicalAddresses"));
+      std::string text;
+      for (const pugi::xml_node entry : tree.Root().children()) {
+        text += std::string(entry.attribute("Key").value()) + ":";
+        for (const pugi::xml_node part : entry.children()) {
+          text += fmt::format(" {} {}", part.name() + 2, part.text().get());
+        }
+      }
+      EXPECT_EQ(text, safe ? row.safe : row.expected);
+    }
+  }
+}
+
+TEST(OtherItems, TaggedFieldsAreToldApartHoweverTheirTagsStand) {
+  ImportRun run;
+  run.Import(WellKnownFolderName::Contacts,
+             Contact(u"<ITEM>Organization : a<ITEM>Title : b</ITEM><ITEM>no separator</ITEM>"
+                     u"<ITEM>Namn : Ann</ITEM></ITEM><ITEM>File As 1 : B, Ann"));
+  const mailbox::ItemInfo item = run.Last("contacts");
+  EXPECT_EQ(FieldText(item, "CompanyName"), "aTitle : b");
+  EXPECT_EQ(FieldText(item, "JobTitle"), "b");
+  EXPECT_EQ(FieldText(item, "DisplayName"), "Ann");
+  EXPECT_EQ(FieldText(item, "FileAs"), "Ann");  // as many items as there are ends
+  EXPECT_EQ(run.handler.RemoveTag(u"a<ITEM>b</ITEM>c</ITEM>"), u"ab");
+  EXPECT_EQ(run.handler.CutContactItem(u"<ITEM>a</ITEM><ITEM>b</ITEM>", 1), u"b");
+  EXPECT_EQ(run.handler.CutContactItem(u"<ITEM>a</ITEM>", 1), u"");
+
+  // A group's entry is a contact without any field.
+  run.Import(WellKnownFolderName::Contacts,
+             Contact(u"<ITEM>A Child Group Name : x</ITEM><ITEM>Namn : Ann</ITEM>"));
+  EXPECT_EQ(FieldText(run.Last("contacts"), "DisplayName"), "");
+  EXPECT_THAT(run.Trace(), HasSubstr("SaveContactItem_GetIfGroup)\r\n TYPE_CONTACT OUT   \r\n"));
+}
+
+TEST(OtherItems, TheMembersOfAListAreDividedAsTheSwitchSays) {
+  const struct {
+    const char16_t* members;
+    std::vector<std::string> expected;
+    std::vector<std::string> safe;
+  } rows[] = {
+      {u"", {}, {}},
+      {u"a@x.com", {"a@x.com"}, {"a@x.com"}},
+      {u"a@x.com;b@x.com", {"a@x.com", "b@x.com"}, {"a@x.com", "b@x.com"}},
+      {u"long@example.com;b@x.com;c@x.com",
+       {"long@example.com"},
+       {"long@example.com", "b@x.com", "c@x.com"}},
+  };
+  for (const auto& row : rows) {
+    for (const bool safe : {false, true}) {
+      ImportRun run;
+      ews::Settings().bSafe = safe;
+      ASSERT_EQ(run.Import(WellKnownFolderName::Contacts, List(row.members)), 1);
+      const mailbox::ItemInfo item = run.Last("contacts");
+      EXPECT_EQ(item.element, "DistributionList");
+      EXPECT_EQ(FieldText(item, "DisplayName"), "Crew");
+      EXPECT_EQ(item.body, "Who sails");
+      const mailbox::FieldTree tree(mailbox::FindField(item, "Members"));
+      std::vector<std::string> members;
+      for (const pugi::xml_node member : tree.Root().children()) {
+        members.push_back(member.child("t:Mailbox").child_value("t:EmailAddress"));
+      }
+      EXPECT_EQ(members, safe ? row.safe : row.expected);
+    }
+  }
+}
+
+TEST(OtherItems, AListOfTenThousandLosesNobody) {
+  ImportRun run;
+  ews::Settings().bSafe = true;
+  std::u16string members;
+  for (int n = 0; n < 10000; ++n) {
+    members += CString::FromUtf8(fmt::format("n{}@example.com;", n)).View();
+  }
+  ASSERT_EQ(run.Import(WellKnownFolderName::Contacts, List(members)), 1);
+  const mailbox::ItemInfo item = run.Last("contacts");
+  const mailbox::FieldTree tree(mailbox::FindField(item, "Members"));
+  EXPECT_EQ(std::ranges::distance(tree.Root().children()), 10000);
+}
+
+// ---- The ladders ----
+
+std::vector<std::string> Attendees(const mailbox::ItemInfo& item) {
+  const mailbox::FieldTree tree(mailbox::FindField(item, "RequiredAttendees"));
+  std::vector<std::string> attendees;
+  for (const pugi::xml_node attendee : tree.Root().children()) {
+    attendees.push_back(attendee.child("t:Mailbox").child_value("t:EmailAddress"));
+  }
+  return attendees;
+}
+
+TEST(OtherItems, AnAppointmentIsSavedTwiceAndGetsItsAttendees) {
+  const std::u16string descriptor = Calendar(u"", false, u"b@x.com;c@x.com;");
+  const struct {
+    std::vector<std::string> faults;
+    bool safe;
+    std::vector<std::string> attendees;
+  } rows[] = {
+      {{}, false, {}},
+      {{"ErrorInternalServerError:1"}, false, {"b@x.com", "c@x.com", "c@x.com"}},
+      {{}, true, {"b@x.com", "c@x.com"}},
+      {{"ErrorItemSave:1"}, true, {"b@x.com", "c@x.com"}},
+  };
+  for (const auto& row : rows) {
+    ImportRun run(row.faults);
+    ews::Settings().bSafe = row.safe;
+    ASSERT_EQ(run.Import(WellKnownFolderName::Calendar, descriptor), 1);
+    EXPECT_EQ(run.error, "");
+    ASSERT_EQ(run.Items(run.WellKnown("calendar")).size(), 1u);
+    EXPECT_EQ(Attendees(run.Last("calendar")), row.attendees);
+  }
+  for (const bool safe : {false, true}) {
+    ImportRun run;
+    ews::Settings().bSafe = safe;
+    EXPECT_EQ(run.Import(WellKnownFolderName::Inbox, descriptor), 0);  // the wrong folder
+    EXPECT_THAT(run.error, HasSubstr("calendar"));
+    EXPECT_EQ(test_support::ReadAll(run.folder.File("run.txt")), run.error + "\r\r\n");
+    EXPECT_THAT(run.Trace(), HasSubstr("catch  try TYPE_CALENDER Save( in \r\n"
+                                       "  catch(Exception^ ex) \r\nError : " +
+                                       run.error));
+  }
+}
+
+// A save without an answer must not become two items.
+TEST(OtherItems, SafeDoesNotSendAgainWhatMayHaveArrived) {
+  const struct {
+    WellKnownFolderName target;
+    const char* folder;
+    std::u16string descriptor;
+  } rows[] = {
+      {WellKnownFolderName::Calendar, "calendar", Calendar(u"")},
+      {WellKnownFolderName::Tasks, "tasks", Task(u"")},
+      {WellKnownFolderName::Contacts, "contacts", Contact(u"<ITEM>Namn : Ann</ITEM>")},
+      {WellKnownFolderName::Contacts, "contacts", List(u"a@x.com")},
+  };
+  for (const auto& row : rows) {
+    ImportRun run({"drop-saved:1"});
+    ews::Settings().bSafe = true;
+    EXPECT_EQ(run.Import(row.target, row.descriptor), 0);
+    EXPECT_THAT(run.error, HasSubstr("may have carried the request out"));
+    EXPECT_EQ(run.Items(run.WellKnown(row.folder)).size(), 1u);
+    EXPECT_EQ(run.Below(run.WellKnown("msgfolderroot"), "Task"), 0);
+    EXPECT_EQ(run.Below(run.WellKnown("contacts"), "Other Contacts"), 0);
+  }
+}
+
+TEST(OtherItems, ATaskThatIsRefusedGoesToAFolderOfItsOwn) {
+  for (const bool safe : {false, true}) {
+    ImportRun run;
+    ews::Settings().bSafe = safe;
+    EXPECT_EQ(run.Import(WellKnownFolderName::Inbox, Task(u"", /*formB=*/true)), 1);
+    EXPECT_EQ(run.Items(run.Below(run.WellKnown("msgfolderroot"), "Task")).size(), 1u);
+    EXPECT_EQ(run.handler.m_objWebAccess.m_fldCurrent.ToString(),
+              ews::FolderId(WellKnownFolderName::Inbox).ToString());
+    EXPECT_THAT(run.Trace(), HasSubstr(" task Save in   \r\n catch task Save in   \r\n"
+                                       " catch task Save out   \r\n"));
+    EXPECT_TRUE(run.handler.CheckIfDublicateItemPresent(u"StartDate:2024-03-11"));
+
+    ImportRun refused({"ErrorQuotaExceeded:2"});
+    ews::Settings().bSafe = safe;
+    EXPECT_EQ(refused.Import(WellKnownFolderName::Tasks, Task(u"", /*formB=*/true)), 0);
+    EXPECT_THAT(refused.error, Not(IsEmpty()));
+    EXPECT_THAT(refused.Trace(),
+                HasSubstr(" catch Exception^ ex 2 task Save out  : " + refused.error));
+    EXPECT_FALSE(refused.handler.CheckIfDublicateItemPresent(u"StartDate:2024-03-11"));
+  }
+}
+
+TEST(OtherItems, AContactThatIsRefusedGoesBelowTheOtherContacts) {
+  const std::u16string fields = u"<ITEM>Namn : Ann</ITEM>";
+  for (const bool safe : {false, true}) {
+    ImportRun run;
+    ews::Settings().bSafe = safe;
+    const std::int64_t contacts = run.WellKnown("contacts");
+    EXPECT_EQ(run.Import(WellKnownFolderName::Inbox, Contact(fields, u"Team")), 1);
+    const std::int64_t others = run.Below(contacts, "Other Contacts");
+    EXPECT_EQ(run.Store().Folder(others)->folderClass, safe ? "IPF.Contact" : "IPF.Note");
+    EXPECT_EQ(FieldText(run.Last(run.Below(others, "Team")), "DisplayName"), "Ann");
+    EXPECT_EQ(run.handler.m_objWebAccess.m_fldCurrent.ToString(),
+              ews::FolderId(WellKnownFolderName::Inbox).ToString());
+
+    ImportRun plain;
+    ews::Settings().bSafe = safe;
+    EXPECT_EQ(plain.Import(WellKnownFolderName::Inbox, Contact(fields)), 1);
+    EXPECT_EQ(plain.Items(plain.Below(plain.WellKnown("contacts"), "Other Contacts")).size(), 1u);
+
+    ImportRun refused({"ErrorQuotaExceeded:2"});
+    ews::Settings().bSafe = safe;
+    EXPECT_EQ(refused.Import(WellKnownFolderName::Contacts, Contact(fields)), 0);
+    EXPECT_THAT(refused.error, Not(IsEmpty()));
+    EXPECT_THAT(refused.Trace(), HasSubstr(" TYPE_CONTACT IN SAVE CATCH "));
+  }
+}
+
+TEST(OtherItems, AListThatIsRefusedFailsOnlyWithTheSafeSwitch) {
+  for (const bool safe : {false, true}) {
+    ImportRun run;
+    ews::Settings().bSafe = safe;
+    EXPECT_EQ(run.Import(WellKnownFolderName::Inbox, List(u"a@x.com")), safe ? 0 : 1);
+    EXPECT_EQ(run.error.empty(), !safe);
+    EXPECT_THAT(run.Items(run.WellKnown("inbox")), IsEmpty());
+  }
+}
+
+// A fallback that cannot be made is not what the next item waits for.
+TEST(OtherItems, AFolderThatCouldNotBeMadeForOneItemIsForgotten) {
+  ImportRun run({"soap:ErrorAccessDenied:3"});
+  ews::Settings().bSafe = true;
+  EXPECT_EQ(run.Import(WellKnownFolderName::Contacts, Contact(u"<ITEM>Namn : Ann</ITEM>")), 0);
+  EXPECT_THAT(run.error, HasSubstr("The folder could not be made"));
+  EXPECT_EQ(run.Import(WellKnownFolderName::Contacts, Contact(u"<ITEM>Namn : Bob</ITEM>")), 1);
+  EXPECT_EQ(run.Items(run.WellKnown("contacts")).size(), 1u);
+}
+
+}  // namespace
