@@ -121,7 +121,7 @@ void AddEventProps(const CalendarItem& item, json& props) {
   props["busy"] = item.busy;
   // The service sets one where nothing is said.
   props["reminder"] = item.reminder ? json(*item.reminder) : json(false);
-  props["zone"] = item.zone.WindowsName();
+  if (std::string zone = item.zone.WindowsName(); !zone.empty()) props["zone"] = zone;
   if (item.start) props["start"] = item.start->wall.Text();
   if (item.end) props["end"] = item.end->wall.Text();
   for (const CivilTime& occurrence : item.deleted) props["deleted"].push_back(occurrence.Text());
@@ -163,9 +163,8 @@ std::string CalendarDescriptor(const CalendarItem& item) {
   text += DescriptorLine("Creation Date : ",
                          item.created ? DateText(CalendarZone().FromUtc(*item.created)) : "");
   text += "FALSE\r\n";
-  text += DescriptorLine("From : ", item.organizer ? PersonEntry(item.organizer->name,
-                                                                item.organizer->address)
-                                                   : "");
+  text += DescriptorLine(
+      "From : ", item.organizer ? PersonEntry(item.organizer->name, item.organizer->address) : "");
   text += DescriptorLine("To : ", People(item, "required"));
   text += DescriptorLine("CC : ", People(item, "optional"));
   text += DescriptorLine("Bcc : ", People(item, "resource"));
@@ -176,10 +175,10 @@ std::string CalendarDescriptor(const CalendarItem& item) {
   if (!item.isTask) text += DescriptorLine("Location : ", item.location);
   text += DescriptorLine("", item.categories.empty() ? "" : item.categories[0]);
   if (item.isTask) text += DescriptorLine("", PriorityWord(item.importance));
-  text += DescriptorLine("", item.series && item.start
-                                 ? RecurrenceText(*item.series, item.start->wall,
-                                                  LocalOf(*item.start))
-                                 : "");
+  text +=
+      DescriptorLine("", item.series && item.start
+                             ? RecurrenceText(*item.series, item.start->wall, LocalOf(*item.start))
+                             : "");
   if (item.isTask) text += "\r\n";
   return text + DescriptorBody(item.html.empty() ? item.body : item.html);
 }

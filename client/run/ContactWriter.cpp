@@ -79,8 +79,8 @@ std::string Tagged(std::string_view label, std::string_view value) {
 
 std::string AddressValue(const Contact::Address& address) {
   std::string value;
-  for (std::string part : {address.street, address.city, address.state, address.postalCode,
-                           address.country}) {
+  for (std::string part :
+       {address.street, address.city, address.state, address.postalCode, address.country}) {
     std::replace(part.begin(), part.end(), ';', ',');
     value += part + ";";
   }
@@ -111,9 +111,9 @@ std::string TaggedBody(const Contact& contact) {
 }
 
 json AddressJson(const Contact::Address& address) {
-  return {{"kind", address.kind},   {"street", address.street},
-          {"city", address.city},   {"state", address.state},
-          {"postalCode", address.postalCode}, {"country", address.country}};
+  return {
+      {"kind", address.kind},   {"street", address.street},         {"city", address.city},
+      {"state", address.state}, {"postalCode", address.postalCode}, {"country", address.country}};
 }
 
 }  // namespace

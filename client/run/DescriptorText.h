@@ -5,8 +5,8 @@
 
 namespace client {
 
-// A line of a descriptor with its label, CR LF behind it; an empty line where there is no value, for
-// the engine would take a label that stands alone for the value. Line ends in the value become
+// A line of a descriptor with its label, CR LF behind it; an empty line where there is no value,
+// for the engine would take a label that stands alone for the value. Line ends in the value become
 // blanks. The engine takes every occurrence of the label away: in the value its last blank becomes
 // one that does not part words.
 std::string DescriptorLine(std::string_view label, std::string_view value);
@@ -15,9 +15,9 @@ std::string DescriptorLine(std::string_view label, std::string_view value);
 // stays in the text.
 std::string DescriptorBody(std::string_view text);
 
-// One entry of a list of people: "Name" <address>, in quotes, so that the engine finds the name when
-// it tries again without it. The address alone where the name would be taken apart on its way; empty
-// where the address would.
+// One entry of a list of people: "Name" <address>, in quotes, so that the engine finds the name
+// when it tries again without it. The address alone where the name would be taken apart on its way;
+// empty where the address would.
 std::string PersonEntry(std::string_view name, std::string_view address);
 
 // The bytes of a descriptor, UTF-16 little-endian.

@@ -72,8 +72,7 @@ std::string IdOfOther(std::int32_t type, const std::string& text) {
 std::vector<std::string> WriteOther(const std::string& workFolder, std::int32_t type,
                                     const std::string& text, const std::string& key) {
   const bool isCard = type == TYPE_CONTACT || type == TYPE_DIST_LIST;
-  Prepared item =
-      isCard ? PrepareCard(workFolder, type, text) : PrepareCalendar(workFolder, text);
+  Prepared item = isCard ? PrepareCard(workFolder, type, text) : PrepareCalendar(workFolder, text);
   if (key.empty()) {
     TellProps(item.props, item.left);
   } else {

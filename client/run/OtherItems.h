@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-// Items that are no mail, by their ItemType (pipeline/ST_EML_INFO.h): an event or a task as the text of a calendar, a contact or a group as
-// that of cards.
+// Items that are no mail, by their ItemType (pipeline/ST_EML_INFO.h): an event or a task as the
+// text of a calendar, a contact or a group as that of cards.
 namespace client {
 
 // What its source knows it by, its UID; empty where there is none.

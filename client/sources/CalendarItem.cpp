@@ -11,6 +11,7 @@
 
 #include "base/AsciiText.h"
 #include "client/sources/LineDecoding.h"
+#include "client/sources/Names.h"
 #include "client/sources/Source.h"
 
 namespace client {
@@ -19,6 +20,8 @@ namespace {
 using Moment = CalendarItem::Moment;
 
 constexpr std::int64_t kDay = 86400;
+constexpr int kFirstYear = 1601;           // of Exchange's calendar
+constexpr int kLastYear = 9000;            // leaves room for what durations add
 constexpr std::size_t kLongestTold = 100;  // bytes of a value in a list of what is left
 
 // What a word of the calendar is called by the mailbox service.
@@ -33,21 +36,23 @@ constexpr std::array kBusy = std::to_array<Word>({{"FREE", "Free"},
                                                   {"WORKINGELSEWHERE", "WorkingElsewhere"}});
 constexpr std::array kAnswers = std::to_array<Word>(
     {{"ACCEPTED", "accepted"}, {"DECLINED", "declined"}, {"TENTATIVE", "tentative"}});
-constexpr std::array kRoles = std::to_array<Word>(
-    {{"OPT-PARTICIPANT", "optional"}, {"NON-PARTICIPANT", "optional"}});
+constexpr std::array kRoles =
+    std::to_array<Word>({{"OPT-PARTICIPANT", "optional"}, {"NON-PARTICIPANT", "optional"}});
 constexpr std::array kTaskStates = std::to_array<Word>({{"NEEDS-ACTION", "NotStarted"},
                                                         {"IN-PROCESS", "InProgress"},
                                                         {"COMPLETED", "Completed"},
                                                         {"CANCELLED", "Deferred"}});
-constexpr std::array kSensitivities = std::to_array<Word>(
-    {{"PRIVATE", "Private"}, {"CONFIDENTIAL", "Confidential"}});
+constexpr std::array kSensitivities =
+    std::to_array<Word>({{"PRIVATE", "Private"}, {"CONFIDENTIAL", "Confidential"}});
 
 // Properties that say nothing to keep, or are read by name below.
 constexpr std::array kRead = std::to_array<std::string_view>(
-    {"UID", "DTSTAMP", "CREATED", "LAST-MODIFIED", "SEQUENCE", "SUMMARY", "LOCATION", "DESCRIPTION",
-     "DTSTART", "DTEND", "DUE", "DURATION", "RRULE", "EXDATE", "RECURRENCE-ID", "TRANSP", "STATUS",
-     "CLASS", "PRIORITY", "CATEGORIES", "ORGANIZER", "ATTENDEE", "ATTACH", "URL",
-     "PERCENT-COMPLETE", "COMPLETED", "RDATE", "METHOD", "REQUEST-STATUS"});
+    {"UID",       "DTSTAMP",  "CREATED",     "LAST-MODIFIED", "SEQUENCE",
+     "SUMMARY",   "LOCATION", "DESCRIPTION", "DTSTART",       "DTEND",
+     "DUE",       "DURATION", "RRULE",       "EXDATE",        "RECURRENCE-ID",
+     "TRANSP",    "STATUS",   "CLASS",       "PRIORITY",      "CATEGORIES",
+     "ORGANIZER", "ATTENDEE", "ATTACH",      "URL",           "PERCENT-COMPLETE",
+     "COMPLETED", "RDATE",    "METHOD",      "REQUEST-STATUS"});
 
 const char* Translated(std::span<const Word> words, std::string_view from, const char* otherwise) {
   for (const Word& word : words) {
@@ -57,7 +62,7 @@ const char* Translated(std::span<const Word> words, std::string_view from, const
 }
 
 std::string Told(std::string_view what, std::string_view value) {
-  return fmt::format("{} {}", what, value.substr(0, kLongestTold));
+  return fmt::format("{} {}", what, CutAtCharacter(value, kLongestTold));
 }
 
 // The rules of the zones in the text, by their names.
@@ -74,12 +79,14 @@ std::optional<int> NumberOf(std::string_view text) {
 std::optional<CivilTime> WallOf(std::string_view value, bool& isDate, bool& isUtc) {
   icalerror_set_errors_are_fatal(false);
   const icaltimetype time = icaltime_from_string(std::string(mail::trimmed(value)).c_str());
-  CivilTime wall{time.year,   time.month,  time.day,
+  CivilTime wall{time.year, time.month,  time.day,
                  time.hour, time.minute, std::min(time.second, 59)};  // a leap second
   isDate = time.is_date;
   isUtc = icaltime_is_utc(time);
   if (isDate) wall.hour = wall.minute = wall.second = 0;
-  return icaltime_is_null_time(time) || !wall.IsValid() ? std::nullopt : std::optional(wall);
+  const bool inRange = wall.year >= kFirstYear && wall.year <= kLastYear;
+  if (icaltime_is_null_time(time) || !inRange || !wall.IsValid()) return std::nullopt;
+  return wall;
 }
 
 // Makes one item of its component and those of its changed occurrences.
@@ -179,7 +186,7 @@ class ItemReader {
         UpperAscii(main.Text("X-MICROSOFT-CDO-ALLDAYEVENT")) == "TRUE" && m_item.end;
     if (allDayMark && m_item.start) m_item.allDay = true;
     // Wall clocks of a zone that the target does not know would be read in another one.
-    if (m_item.start && m_item.zone.WindowsName().empty()) {
+    if (m_item.start && !m_item.zone.IsLocal() && m_item.zone.WindowsName().empty()) {
       Leave("the time zone", main.First("DTSTART")->Value("TZID"));
       m_item.zone = CalendarZone();
       m_item.start->wall = m_item.zone.FromUtc(m_item.start->utc);
@@ -243,7 +250,9 @@ class ItemReader {
     const bool free =
         status == "CANCELLED" || UpperAscii(component.Text("TRANSP")) == "TRANSPARENT";
     return Translated(kBusy, UpperAscii(component.Text("X-MICROSOFT-CDO-BUSYSTATUS")),
-                      free ? "Free" : open ? "Tentative" : "Busy");
+                      free   ? "Free"
+                      : open ? "Tentative"
+                             : "Busy");
   }
 
   void ReadMarks(const IcsComponent& main) {
@@ -266,8 +275,8 @@ class ItemReader {
     if (person.address.find('@') == std::string::npos) person.address = line.Value("EMAIL");
     const std::string kind = UpperAscii(line.Value("CUTYPE"));
     const bool thing = kind == "RESOURCE" || kind == "ROOM";
-    person.role = thing ? "resource"
-                        : Translated(kRoles, UpperAscii(line.Value("ROLE")), "required");
+    person.role =
+        thing ? "resource" : Translated(kRoles, UpperAscii(line.Value("ROLE")), "required");
     person.answer = Translated(kAnswers, UpperAscii(line.Value("PARTSTAT")), "none");
     return person;
   }
@@ -319,8 +328,9 @@ class ItemReader {
         Leave("a further", "reminder");
         continue;
       }
-      if (start) minutes = static_cast<int>(std::clamp<std::int64_t>((start->utc - *at) / 60, -1,
-                                                                     4 * 366 * 24 * 60));
+      if (start)
+        minutes = static_cast<int>(
+            std::clamp<std::int64_t>((start->utc - *at) / 60, -1, 4 * 366 * 24 * 60));
       if (moment) *moment = at;
       if (start && *minutes < 0 && !moment) Leave("a reminder", "behind the start");
       if (!start) minutes = 0;
@@ -370,12 +380,17 @@ class ItemReader {
       if (line.name == "RDATE") Leave("occurrences beside the rule:", line.value);
       if (line.name == "EXRULE") continue;
       if (line.name != "RRULE") continue;
-      if (rule) Leave("a second rule:", line.value);
-      else rule = &line;
+      if (rule)
+        Leave("a second rule:", line.value);
+      else
+        rule = &line;
     }
     if (!rule) return;
     // A task may begin when it is due.
-    if (!m_item.start) m_item.start = m_item.end;
+    if (!m_item.start && m_item.end) {
+      m_item.start = m_item.end;
+      m_item.start->wall = InZone(*m_item.end);
+    }
     if (!m_item.start) return Leave("the series without a beginning:", rule->value);
     m_item.series = SeriesOf(rule->value, m_item.start->wall, m_item.zone, m_item.left);
     if (!m_item.series) {
@@ -454,9 +469,9 @@ CalendarItem ReadCalendarItem(std::string_view text) {
   std::optional<IcsComponent> main;
   ReadIcsComponents(text, [&](const IcsComponent& component) {
     if (component.name == "VTIMEZONE") {
-      const std::string calendar =
-          "BEGIN:VCALENDAR\r\n" +
-          std::string(text.substr(component.offset, component.length)) + "END:VCALENDAR\r\n";
+      const std::string calendar = "BEGIN:VCALENDAR\r\n" +
+                                   std::string(text.substr(component.offset, component.length)) +
+                                   "END:VCALENDAR\r\n";
       const std::optional<CalendarZone> named =
           CalendarZone::ByName(component.Text("X-LIC-LOCATION"));
       const std::optional<CalendarZone> zone = named ? named : CalendarZone::ByRules(calendar);

@@ -18,7 +18,7 @@ struct CalendarItem {
   struct Moment {
     CivilTime wall;  // in its own zone
     std::int64_t utc = 0;
-    bool isDate = false;  // a day, the same in every zone
+    bool isDate = false;      // a day, the same in every zone
     bool isFloating = false;  // a time of day, the same in every zone
   };
   struct Person {
@@ -41,7 +41,7 @@ struct CalendarItem {
 
   bool isTask = false;
   std::string uid, subject, location, body, html;
-  char importance = 0;  // '1' high, '2' normal, '3' low, 0 for none
+  char importance = 0;               // '1' high, '2' normal, '3' low, 0 for none
   std::optional<Moment> start, end;  // of a task, end is when it is due
   bool allDay = false;
   CalendarZone zone;  // of start, and of all wall clocks here

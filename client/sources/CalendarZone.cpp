@@ -4,6 +4,9 @@
 #include <array>
 #include <chrono>
 #include <ctime>
+#include <map>
+#include <set>
+#include <vector>
 
 #include <fmt/format.h>
 #include <unicode/strenum.h>
@@ -18,12 +21,10 @@ namespace {
 namespace chrono = std::chrono;
 
 using Zone = icu::TimeZone;
-using ZonePointer = std::shared_ptr<const void>;
+using ZonePointer = std::shared_ptr<const Zone>;
 
 constexpr double kMillis = 1000;
 constexpr int kLongestName = 200;  // bytes of a name that is looked up
-
-const Zone& Of(const ZonePointer& zone) { return *static_cast<const Zone*>(zone.get()); }
 
 std::string Utf8(const icu::UnicodeString& text) {
   std::string utf8;
@@ -31,7 +32,7 @@ std::string Utf8(const icu::UnicodeString& text) {
 }
 
 ZonePointer ById(const icu::UnicodeString& id) {
-  std::shared_ptr<const Zone> zone(Zone::createTimeZone(id));
+  ZonePointer zone(Zone::createTimeZone(id));
   return zone && *zone != Zone::getUnknown() ? zone : nullptr;
 }
 
@@ -103,19 +104,68 @@ bool Agree(const Zone& a, const Zone& b) {
   return true;
 }
 
-// The first zone of Windows with the clock of one that it does not know.
-std::string NameByClock(const Zone& wanted) {
+struct NamedZone {
+  std::string name;
+  ZonePointer zone;
+};
+
+// Each zone of Windows with the one that it means when no country is given.
+std::vector<NamedZone> ZonesOfWindows() {
+  std::set<std::string> names;
   UErrorCode error = U_ZERO_ERROR;
   const std::unique_ptr<icu::StringEnumeration> ids(Zone::createTimeZoneIDEnumeration(
       UCAL_ZONE_TYPE_CANONICAL_LOCATION, nullptr, nullptr, error));
   while (ids && U_SUCCESS(error)) {
     const icu::UnicodeString* id = ids->snext(error);
     if (!id) break;
-    const std::string name = WindowsNameOf(*id);
-    const ZonePointer main = name.empty() ? nullptr : ByWindowsName(name);
-    if (main && Agree(Of(main), wanted)) return name;
+    names.insert(WindowsNameOf(*id));
+  }
+  std::vector<NamedZone> zones;
+  for (const std::string& name : names) {
+    ZonePointer zone = name.empty() ? nullptr : ByWindowsName(name);
+    if (zone) zones.push_back({name, std::move(zone)});
+  }
+  return zones;
+}
+
+// The first zone of Windows with the clock of one that it does not know.
+std::string NameByClock(const Zone& wanted) {
+  static const std::vector<NamedZone> kZones = ZonesOfWindows();
+  for (const NamedZone& each : kZones) {
+    if (Agree(*each.zone, wanted)) return each.name;
   }
   return {};
+}
+
+std::string NameOf(const Zone& zone) {
+  icu::UnicodeString id;
+  zone.getID(id);
+  if (id == icu::UnicodeString("GMT") || id == icu::UnicodeString("UTC")) return "UTC";
+  std::string name = WindowsNameOf(id);
+  return name.empty() ? NameByClock(zone) : name;
+}
+
+// What was found for a name or for rules: a calendar names the same zone in thousands of events.
+template <typename Value, typename Find>
+const Value& Remembered(std::map<std::string, Value, std::less<>>& known, std::string_view key,
+                        Find find) {
+  constexpr std::size_t kMost = 200;
+  const auto it = known.find(key);
+  if (it != known.end()) return it->second;
+  if (known.size() == kMost) known.clear();
+  return known.emplace(key, find()).first->second;
+}
+
+ZonePointer FindByName(std::string_view name) {
+  ZonePointer zone;
+  for (std::string_view rest = name; !zone && !rest.empty();) {
+    zone = ById(
+        icu::UnicodeString::fromUTF8(icu::StringPiece(rest.data(), static_cast<int>(rest.size()))));
+    rest.remove_prefix(std::min(rest.find('/'), rest.size() - 1) + 1);
+  }
+  if (!zone) zone = ByWindowsName(name);
+  if (!zone) zone = ByWindowsName(std::string(name) + " Standard Time");
+  return zone ? zone : ByShownName(name);
 }
 
 }  // namespace
@@ -133,9 +183,8 @@ int CivilTime::Weekday() const {
 }
 
 std::int64_t CivilTime::AsUtc() const {
-  const chrono::sys_days date =
-      chrono::year(year) / chrono::month(static_cast<unsigned>(month)) /
-      chrono::day(static_cast<unsigned>(day));
+  const chrono::sys_days date = chrono::year(year) / chrono::month(static_cast<unsigned>(month)) /
+                                chrono::day(static_cast<unsigned>(day));
   return chrono::sys_seconds(date).time_since_epoch().count() + hour * 3600 + minute * 60 + second;
 }
 
@@ -158,40 +207,49 @@ std::string CivilTime::Text() const {
   return fmt::format("{}T{:02}:{:02}:{:02}", Date(), hour, minute, second);
 }
 
+struct CalendarZone::Rules {
+  ZonePointer zone;
+  std::string windowsName;
+};
+
 CalendarZone::CalendarZone() = default;
 
 CalendarZone CalendarZone::Utc() {
-  return CalendarZone(std::shared_ptr<const Zone>(Zone::getGMT()->clone()));
+  static const auto kRules =
+      std::make_shared<const Rules>(Rules{ZonePointer(Zone::getGMT()->clone()), "UTC"});
+  return CalendarZone(kRules);
 }
 
 std::optional<CalendarZone> CalendarZone::ByName(std::string_view name) {
   if (name.empty() || name.size() > kLongestName) return std::nullopt;
-  ZonePointer zone;
-  for (std::string_view rest = name; !zone && !rest.empty();) {
-    zone = ById(icu::UnicodeString::fromUTF8(
-        icu::StringPiece(rest.data(), static_cast<int>(rest.size()))));
-    rest.remove_prefix(std::min(rest.find('/'), rest.size() - 1) + 1);
-  }
-  if (!zone) zone = ByWindowsName(name);
-  if (!zone) zone = ByWindowsName(std::string(name) + " Standard Time");
-  if (!zone) zone = ByShownName(name);
-  if (!zone) return std::nullopt;
-  return CalendarZone(std::move(zone));
+  thread_local std::map<std::string, std::optional<CalendarZone>, std::less<>> known;
+  return Remembered(known, name, [&]() -> std::optional<CalendarZone> {
+    ZonePointer zone = FindByName(name);
+    if (!zone) return std::nullopt;
+    std::string windowsName = NameOf(*zone);
+    return CalendarZone(
+        std::make_shared<const Rules>(Rules{std::move(zone), std::move(windowsName)}));
+  });
 }
 
-std::optional<CalendarZone> CalendarZone::ByRules(std::string_view component) {
-  UErrorCode error = U_ZERO_ERROR;
-  std::shared_ptr<const Zone> zone(icu::VTimeZone::createVTimeZone(
-      icu::UnicodeString::fromUTF8(
-          icu::StringPiece(component.data(), static_cast<int>(component.size()))),
-      error));
-  if (U_FAILURE(error) || !zone) return std::nullopt;
-  return CalendarZone(std::move(zone));
+std::optional<CalendarZone> CalendarZone::ByRules(std::string_view calendar) {
+  thread_local std::map<std::string, std::optional<CalendarZone>, std::less<>> known;
+  return Remembered(known, calendar, [&]() -> std::optional<CalendarZone> {
+    UErrorCode error = U_ZERO_ERROR;
+    ZonePointer zone(
+        icu::VTimeZone::createVTimeZone(icu::UnicodeString::fromUTF8(icu::StringPiece(
+                                            calendar.data(), static_cast<int>(calendar.size()))),
+                                        error));
+    if (U_FAILURE(error) || !zone) return std::nullopt;
+    std::string windowsName = NameOf(*zone);
+    return CalendarZone(
+        std::make_shared<const Rules>(Rules{std::move(zone), std::move(windowsName)}));
+  });
 }
 
 std::int64_t CalendarZone::ToUtc(const CivilTime& time) const {
   const std::int64_t wall = time.AsUtc();
-  if (m_zone) return wall - Offset(Of(m_zone), static_cast<double>(wall) * kMillis, true);
+  if (m_rules) return wall - Offset(*m_rules->zone, static_cast<double>(wall) * kMillis, true);
   std::tm local{};
   local.tm_year = time.year - 1900;
   local.tm_mon = time.month - 1;
@@ -204,9 +262,9 @@ std::int64_t CalendarZone::ToUtc(const CivilTime& time) const {
 }
 
 CivilTime CalendarZone::FromUtc(std::int64_t seconds) const {
-  if (m_zone) {
+  if (m_rules) {
     return CivilTime::OfUtc(seconds +
-                            Offset(Of(m_zone), static_cast<double>(seconds) * kMillis, false));
+                            Offset(*m_rules->zone, static_cast<double>(seconds) * kMillis, false));
   }
   const std::time_t time = seconds;
   std::tm local{};
@@ -215,12 +273,7 @@ CivilTime CalendarZone::FromUtc(std::int64_t seconds) const {
 }
 
 std::string CalendarZone::WindowsName() const {
-  if (!m_zone) return platform::WindowsTimeZoneName();
-  icu::UnicodeString id;
-  Of(m_zone).getID(id);
-  if (id == icu::UnicodeString("GMT") || id == icu::UnicodeString("UTC")) return "UTC";
-  std::string name = WindowsNameOf(id);
-  return name.empty() ? NameByClock(Of(m_zone)) : name;
+  return m_rules ? m_rules->windowsName : platform::WindowsTimeZoneName();
 }
 
 }  // namespace client

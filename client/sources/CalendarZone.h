@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-
 namespace client {
 
 // A date and time of day on somebody's wall.
@@ -20,8 +19,8 @@ struct CivilTime {
   int second = 0;
   auto operator<=>(const CivilTime&) const = default;
 
-  bool IsValid() const;       // of the years 1 to 9999
-  int Weekday() const;        // 0 is Sunday
+  bool IsValid() const;        // of the years 1 to 9999
+  int Weekday() const;         // 0 is Sunday
   std::int64_t AsUtc() const;  // seconds since 1970 of that time in UTC
   static CivilTime OfUtc(std::int64_t seconds);
   std::string Date() const;  // 2024-03-05
@@ -37,18 +36,19 @@ class CalendarZone {
   // ("/example.org/20050126_1/Europe/Berlin"), of Windows ("W. Europe Standard Time", also without
   // its last words), or as a list of choices shows it ("(UTC+01:00) Amsterdam, Berlin").
   static std::optional<CalendarZone> ByName(std::string_view name);
-  // By the rules of a VTIMEZONE.
-  static std::optional<CalendarZone> ByRules(std::string_view component);
+  // By the rules of a VTIMEZONE, in the text of a calendar with nothing else in it.
+  static std::optional<CalendarZone> ByRules(std::string_view calendar);
 
   std::int64_t ToUtc(const CivilTime& time) const;
   CivilTime FromUtc(std::int64_t seconds) const;
   // As mailbox servers call it; empty where Windows has no zone with its clock.
   std::string WindowsName() const;
-  bool IsLocal() const { return !m_zone; }
+  bool IsLocal() const { return !m_rules; }
 
  private:
-  explicit CalendarZone(std::shared_ptr<const void> zone) : m_zone(std::move(zone)) {}
-  std::shared_ptr<const void> m_zone;
+  struct Rules;
+  explicit CalendarZone(std::shared_ptr<const Rules> rules) : m_rules(std::move(rules)) {}
+  std::shared_ptr<const Rules> m_rules;  // null for the zone of this process
 };
 
 }  // namespace client

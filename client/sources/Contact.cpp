@@ -9,13 +9,16 @@
 #include <fmt/format.h>
 
 #include "base/AsciiText.h"
+#include "client/sources/CalendarZone.h"
 #include "client/sources/LineDecoding.h"
+#include "client/sources/Names.h"
 
 namespace client {
 namespace {
 
 constexpr std::size_t kMostEmails = 3;
 constexpr std::size_t kMostIms = 3;
+constexpr std::size_t kLongestTold = 100;  // bytes of a value in a list of what is left
 
 // Texts that are taken as they stand. Several properties may fill one member: the first does.
 struct TextRow {
@@ -41,13 +44,35 @@ constexpr std::array kTexts = std::to_array<TextRow>({
 });
 
 // What says nothing of the person, or is read elsewhere.
-constexpr std::array kSilent = std::to_array<std::string_view>(
-    {"VERSION", "PRODID", "UID", "REV", "KIND", "PROFILE", "NAME", "SOURCE", "CLIENTPIDMAP",
-     "SORT-STRING", "LABEL", "CLASS", "X-ABLABEL", "X-ABADR", "X-ABUID", "X-ABSHOWAS",
-     "X-ADDRESSBOOKSERVER-KIND", "X-APPLE-OMIT-YEAR", "X-IMAGETYPE", "X-IMAGEHASH",
-     "X-SHARED-PHOTO-DISPLAY-PREF", "X-EVOLUTION-WEBDAV-ETAG", "X-EVOLUTION-WEBDAV-HREF",
-     "X-MOZILLA-HTML", "X-MS-CARDPICTURE", "X-MS-OL-DESIGN", "LANGUAGE", "MAILER",
-     "X-MS-OL-DEFAULT-POSTAL-ADDRESS"});
+constexpr std::array kSilent = std::to_array<std::string_view>({"VERSION",
+                                                                "PRODID",
+                                                                "UID",
+                                                                "REV",
+                                                                "KIND",
+                                                                "PROFILE",
+                                                                "NAME",
+                                                                "SOURCE",
+                                                                "CLIENTPIDMAP",
+                                                                "SORT-STRING",
+                                                                "LABEL",
+                                                                "CLASS",
+                                                                "X-ABLABEL",
+                                                                "X-ABADR",
+                                                                "X-ABUID",
+                                                                "X-ABSHOWAS",
+                                                                "X-ADDRESSBOOKSERVER-KIND",
+                                                                "X-APPLE-OMIT-YEAR",
+                                                                "X-IMAGETYPE",
+                                                                "X-IMAGEHASH",
+                                                                "X-SHARED-PHOTO-DISPLAY-PREF",
+                                                                "X-EVOLUTION-WEBDAV-ETAG",
+                                                                "X-EVOLUTION-WEBDAV-HREF",
+                                                                "X-MOZILLA-HTML",
+                                                                "X-MS-CARDPICTURE",
+                                                                "X-MS-OL-DESIGN",
+                                                                "LANGUAGE",
+                                                                "MAILER",
+                                                                "X-MS-OL-DEFAULT-POSTAL-ADDRESS"});
 
 // A number by the words of its types and label, all of which it must have: the kinds of Exchange
 // that it may take, the first that is free.
@@ -138,15 +163,17 @@ std::string DateOf(const ContentLine& property) {
   const bool noYear = text.starts_with("--");
   std::string digits;
   for (char c : text) {
-    if (c >= '0' && c <= '9') digits += c;
-    else if (c != '-' && c != '/') return {};
+    if (c >= '0' && c <= '9')
+      digits += c;
+    else if (c != '-' && c != '/')
+      return {};
   }
   if (noYear) digits.insert(0, "1604");
   if (digits.size() != 8) return {};
   const int month = std::stoi(digits.substr(4, 2));
   const int day = std::stoi(digits.substr(6, 2));
-  if (month < 1 || month > 12 || day < 1 || day > 31) return {};
-  return fmt::format("{}-{}-{}", digits.substr(0, 4), digits.substr(4, 2), digits.substr(6, 2));
+  const CivilTime date{std::stoi(digits.substr(0, 4)), month, day, 0, 0, 0};
+  return date.IsValid() ? date.Date() : std::string();
 }
 
 bool IsPicture(std::string_view bytes) {
@@ -175,7 +202,7 @@ class CardReader {
 
  private:
   void Leave(std::string_view what, std::string_view value) {
-    m_contact.left.push_back(fmt::format("{} {}", what, value.substr(0, 100)));
+    m_contact.left.push_back(fmt::format("{} {}", what, CutAtCharacter(value, kLongestTold)));
   }
 
   bool SetText(const char* member, std::string value) {
@@ -232,9 +259,9 @@ class CardReader {
   bool Place(const PhoneRow& row, const std::string& number) {
     for (const char* kind : row.kinds) {
       if (!kind) break;
-      const bool taken =
-          std::any_of(m_contact.phones.begin(), m_contact.phones.end(),
-                      [&](const Contact::Phone& phone) { return phone.kind == std::string_view(kind); });
+      const bool taken = std::any_of(
+          m_contact.phones.begin(), m_contact.phones.end(),
+          [&](const Contact::Phone& phone) { return phone.kind == std::string_view(kind); });
       if (taken) continue;
       m_contact.phones.push_back({kind, number});
       return true;
@@ -247,8 +274,8 @@ class CardReader {
     if (UpperAscii(number.substr(0, 4)) == "TEL:") number.erase(0, 4);
     const std::string label = UpperAscii(m_card.LabelOf(property));
     for (const PhoneRow& row : kPhones) {
-      const bool fits = HasWord(property, label, row.words[0]) &&
-                        HasWord(property, label, row.words[1]);
+      const bool fits =
+          HasWord(property, label, row.words[0]) && HasWord(property, label, row.words[1]);
       if (!fits) continue;
       if (Place(row, number) || Place(kPhones.back(), number)) return;
       break;
@@ -265,9 +292,8 @@ class CardReader {
 
   void TakeAddress(const ContentLine& property) {
     const std::vector<std::string> parts = SplitValue(property.value, ';');
-    Contact::Address address{nullptr,        "",
-                             Part(parts, 3), Part(parts, 4),
-                             Part(parts, 5), Part(parts, 6)};
+    Contact::Address address{nullptr,       "", Part(parts, 3), Part(parts, 4), Part(parts, 5),
+                             Part(parts, 6)};
     // Post office box and extension have no field of their own.
     address.street = Joined({Part(parts, 2), Part(parts, 1), Part(parts, 0)}, "\n");
     if (address.country.empty()) address.country = m_card.CountryOf(property);

@@ -41,8 +41,7 @@ std::string ParameterValue(std::string_view text) {
 void AddParameters(std::string_view text, ContentLine& line) {
   const std::size_t equals = text.find('=');
   const bool bare = equals == std::string_view::npos;
-  const std::string name =
-      bare ? "TYPE" : UpperAscii(mail::trimmed(text.substr(0, equals)));
+  const std::string name = bare ? "TYPE" : UpperAscii(mail::trimmed(text.substr(0, equals)));
   const std::string_view values = bare ? text : text.substr(equals + 1);
   // Some put the quotes around a whole list of types: TYPE="work,voice".
   const std::string unquoted = name == "TYPE" ? ParameterValue(values) : std::string();

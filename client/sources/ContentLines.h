@@ -28,7 +28,9 @@ struct ContentLine {
 // the one before it, as bytes: programs fold lines inside of characters. Line ends are LF or CR LF.
 class ContentLineReader {
  public:
-  explicit ContentLineReader(std::string_view text) : m_text(text) {}
+  // A mark of UTF-8 in front is passed over.
+  explicit ContentLineReader(std::string_view text)
+      : m_text(text), m_at(text.starts_with("\xEF\xBB\xBF") ? 3 : 0) {}
 
   // False at the end of the text.
   bool Next(ContentLine& line);

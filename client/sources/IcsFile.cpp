@@ -7,6 +7,7 @@
 
 #include "client/sources/CalendarItem.h"
 #include "client/sources/IcsComponents.h"
+#include "client/sources/Names.h"
 #include "client/sources/PlaceNames.h"
 #include "client/sources/SourceFiles.h"
 
@@ -85,7 +86,7 @@ class FileLister {
   static std::string TitleOf(const IcsComponent& component) {
     const ContentLine* start = component.First("DTSTART");
     if (!start) start = component.First("DUE");
-    std::string title = component.Text("SUMMARY").substr(0, 200);
+    std::string title(CutAtCharacter(component.Text("SUMMARY"), 200));
     if (title.empty()) title = "untitled";
     if (!start || start->value.size() < 8) return title;
     const std::string& date = start->value;
@@ -140,7 +141,7 @@ class FileLister {
   std::vector<SourceProblem>& m_problems;
   PlaceNames m_names;
   std::unordered_map<std::string, SourceItem::Extent> m_rules;  // by the zone's name
-  std::unordered_map<std::string, bool> m_isKnown;    // zones whose name is enough
+  std::unordered_map<std::string, bool> m_isKnown;              // zones whose name is enough
   std::unordered_map<std::string, std::size_t> m_series;  // by kind and UID: places in m_items
   std::vector<std::pair<std::string, Change>> m_changed;
   std::unordered_map<std::size_t, std::set<std::string>> m_zonesOf;

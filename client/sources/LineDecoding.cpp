@@ -32,8 +32,9 @@ bool IsQuotedPrintable(const ContentLine& line) {
 }
 
 bool IsBase64Line(std::string_view line) {
-  return !line.empty() && line.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuv"
-                                                 "wxyz0123456789+/= \t") == std::string_view::npos;
+  return !line.empty() && line.find_first_not_of(
+                              "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuv"
+                              "wxyz0123456789+/= \t") == std::string_view::npos;
 }
 
 std::string Base64Bytes(std::string_view text) {
@@ -70,6 +71,9 @@ bool HoldsBytes(const ContentLine& line) {
 }
 
 void DecodeLine(ContentLineReader& reader, ContentLine& line) {
+  for (ContentLine::Parameter& parameter : line.parameters) {
+    if (!platform::IsValidUtf8(parameter.value)) parameter.value = ToUtf8(parameter.value, "");
+  }
   if (IsQuotedPrintable(line)) {
     while (line.value.ends_with('=') && !reader.AtEnd()) {
       line.value.append("\r\n").append(reader.PeekRaw());

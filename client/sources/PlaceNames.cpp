@@ -1,5 +1,6 @@
 #include "client/sources/PlaceNames.h"
 
+#include "client/sources/Names.h"
 #include "platform/Unicode.h"
 
 namespace client {
@@ -7,7 +8,7 @@ namespace client {
 std::string PlaceNames::Next(std::string_view title) {
   constexpr std::size_t kLongest = 80;  // units
   std::u16string units;
-  for (const char16_t unit : platform::Utf8ToUtf16(title.substr(0, 4 * kLongest))) {
+  for (const char16_t unit : platform::Utf8ToUtf16(CutAtCharacter(title, 4 * kLongest))) {
     const bool control = unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
     units += control ? u' ' : unit;
   }

@@ -15,8 +15,8 @@ constexpr int kMostMonths = 99;  // between two occurrences
 constexpr int kMostDays = 999;
 constexpr int kMostWeeks = 99;
 
-constexpr std::array<const char*, 7> kWeekdays = {
-    "Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+constexpr std::array<const char*, 7> kWeekdays = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                                  "Thursday", "Friday", "Saturday"};
 
 struct Day {
   int weekday = 0;   // 0 is Sunday
@@ -81,10 +81,9 @@ const char* TogetherName(const std::vector<Day>& days) {
 // The second Tuesday, the last day: of a month or of a year's month.
 bool SetRelative(const Lists& lists, Series& series) {
   const bool lastDay =
-      lists.days.empty() &&
-      (lists.monthDays == std::vector<int>{-1} ||
-       (lists.monthDays == std::vector<int>{28, 29, 30, 31} &&
-        lists.positions == std::vector<int>{-1}));
+      lists.days.empty() && (lists.monthDays == std::vector<int>{-1} ||
+                             (lists.monthDays == std::vector<int>{28, 29, 30, 31} &&
+                              lists.positions == std::vector<int>{-1}));
   if (lastDay) {
     series.days = {"Day"};
     series.index = 5;
@@ -170,7 +169,7 @@ std::optional<CivilTime> LastDay(const icaltimetype& until, const CivilTime& sta
   if (!last.IsValid()) return std::nullopt;
   if (until.is_date) return last;
   if (icaltime_is_utc(until)) last = zone.FromUtc(last.AsUtc());
-  const CivilTime onThatDay{last.year, last.month,   last.day,
+  const CivilTime onThatDay{last.year,  last.month,   last.day,
                             start.hour, start.minute, start.second};
   if (onThatDay > last) last = CivilTime::OfUtc(last.AsUtc() - 86400);
   return CivilTime{last.year, last.month, last.day, 0, 0, 0};
@@ -180,8 +179,8 @@ void SetEnd(const icalrecurrencetype& rule, const CivilTime& start, const Calend
             Series& series, std::vector<std::string>& left) {
   series.count = std::clamp(rule.count, 0, kMostOccurrences);
   if (rule.count > kMostOccurrences) {
-    left.push_back(fmt::format("all but the first {} of {} occurrences", kMostOccurrences,
-                               rule.count));
+    left.push_back(
+        fmt::format("all but the first {} of {} occurrences", kMostOccurrences, rule.count));
   }
   if (series.count == 0 && !icaltime_is_null_time(rule.until)) {
     series.end = LastDay(rule.until, start, zone);

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "client/sources/Contact.h"
+#include "client/sources/Names.h"
 #include "client/sources/PlaceNames.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/VCard.h"
@@ -28,8 +29,8 @@ struct CardPlace {
   std::vector<std::string> members;  // UIDs
 };
 
-std::string OneLine(std::string text) {
-  text.resize(std::min(text.size(), kLongestText));
+std::string OneLine(std::string_view value) {
+  std::string text(CutAtCharacter(value, kLongestText));
   for (char& c : text) {
     if (c == '\n' || c == '\r' || c == '\\' || c == ',' || c == ';') c = ' ';
   }
@@ -59,15 +60,15 @@ std::vector<CardPlace> CardsOf(const std::string& path, People& people,
     const VCard card = ParseVCard(std::string_view(bytes).substr(extent.offset, extent.length));
     CardPlace place{TitleOf(card), extent, card.IsGroup(), {}};
     if (!extent.ended || place.title.empty()) {
-      problems.push_back({fmt::format("{}: {}", path, OneLine(place.title)),
-                          extent.ended ? "a card without a name, an address and a number"
-                                       : "the card is cut off",
-                          /*isUnread=*/true});
+      problems.push_back(
+          {fmt::format("{}: {}", path, OneLine(place.title)),
+           extent.ended ? "a card without a name, an address and a number" : "the card is cut off",
+           /*isUnread=*/true});
       continue;
     }
     if (std::string uid = MemberUid(card.Text("UID")); !uid.empty()) {
-      people.try_emplace(std::move(uid), Person{OneLine(card.Text("FN")),
-                                                OneLine(card.Text("EMAIL"))});
+      people.try_emplace(std::move(uid),
+                         Person{OneLine(card.Text("FN")), OneLine(card.Text("EMAIL"))});
     }
     for (const ContentLine& property : card.properties) {
       if (IsMember(property)) place.members.push_back(MemberUid(property.value));

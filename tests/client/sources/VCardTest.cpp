@@ -23,7 +23,8 @@ using testing::UnorderedElementsAre;
 std::vector<std::string> Dump(const Contact& contact) {
   std::vector<std::string> lines;
   for (const auto& text : contact.texts) {
-    if (text.member != std::string_view("fileAs")) lines.push_back(text.member + ("=" + text.value));
+    if (text.member != std::string_view("fileAs"))
+      lines.push_back(text.member + ("=" + text.value));
   }
   for (const auto& email : contact.emails) lines.push_back("email=" + email.address);
   for (const auto& phone : contact.phones) lines.push_back(phone.kind + ("=" + phone.number));
@@ -54,13 +55,13 @@ std::vector<std::string> Dump(const std::string& lines) {
 
 TEST(VCard, TextIsReadAsEachVersionWritesIt) {
   // 2.1: soft line ends, charsets of single values, types without a name.
-  EXPECT_THAT(Dump("VERSION:2.1\nN;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:M=FCller;J=\n"
-                   "=F6rg\nTEL;CELL;VOICE:+49 1\nTEL;WORK;FAX:+49 2\n"
-                   "ADR;HOME;ENCODING=QUOTED-PRINTABLE:;;Weg 1=0D=0AHinterhaus;Ulm;;89073;\n"
-                   "LABEL;HOME:Weg 1\n"),
-              ElementsAre("surname=Müller", "givenName=Jörg", "displayName=Jörg Müller",
-                          "MobilePhone=+49 1", "BusinessFax=+49 2",
-                          "Home=Weg 1\nHinterhaus|Ulm||89073|"));
+  EXPECT_THAT(
+      Dump("VERSION:2.1\nN;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:M=FCller;J=\n"
+           "=F6rg\nTEL;CELL;VOICE:+49 1\nTEL;WORK;FAX:+49 2\n"
+           "ADR;HOME;ENCODING=QUOTED-PRINTABLE:;;Weg 1=0D=0AHinterhaus;Ulm;;89073;\n"
+           "LABEL;HOME:Weg 1\n"),
+      ElementsAre("surname=Müller", "givenName=Jörg", "displayName=Jörg Müller",
+                  "MobilePhone=+49 1", "BusinessFax=+49 2", "Home=Weg 1\nHinterhaus|Ulm||89073|"));
   // 3.0 with groups, labels and a fold inside of a character.
   EXPECT_THAT(Dump("VERSION:3.0\nFN:Gr\xC3\n \xBC\xC3\x9F\n\te\\, Ann\nORG:Dock\\; Co;Office;2nd\n"
                    "item1.TEL:+1 5\nitem1.X-ABLabel:_$!<Assistant>!$_\n"
@@ -76,7 +77,7 @@ TEST(VCard, TextIsReadAsEachVersionWritesIt) {
                    "IMPP:xmpp:bo@x.example\nRELATED;TYPE=child;VALUE=text:Kim\n"
                    "CATEGORIES:Crew,Night shift\nGENDER:F\n"),
               ElementsAre("displayName=Bo", "email=a@x.example", "email=b@x.example",
-                          "HomePhone=tel:+1-2", "im=xmpp:bo@x.example", "category=Crew",
+                          "HomePhone=+1-2", "im=xmpp:bo@x.example", "category=Crew",
                           "category=Night shift", "child=Kim", "birthday=1604-03-05", "-GENDER F"));
   // Bytes of no charset at all.
   EXPECT_THAT(Dump("FN:Caf\xE9\n"), ElementsAre("displayName=Café"));
@@ -96,20 +97,20 @@ TEST(VCard, APhotoIsFoundHoweverItIsFolded) {
   }
   EXPECT_THAT(Dump("FN:A\nPHOTO;ENCODING=b:bm8gcGljdHVyZQ==\n"),
               ElementsAre("displayName=A", "-the photo, which is no picture"));
-  EXPECT_THAT(Dump("FN:A\nPHOTO;VALUE=uri:https://x.example/a.jpg\n"),
-              ElementsAre("displayName=A",
-                          "-the photo, which is only named: https://x.example/a.jpg"));
+  EXPECT_THAT(
+      Dump("FN:A\nPHOTO;VALUE=uri:https://x.example/a.jpg\n"),
+      ElementsAre("displayName=A", "-the photo, which is only named: https://x.example/a.jpg"));
 }
 
 TEST(VCard, WhatThereIsNoPlaceForIsTold) {
-  EXPECT_THAT(Dump("FN:A\nTEL;CELL:1\nTEL;CELL:2\nTEL;CELL:3\nTEL;CELL:4\nTEL;CELL:5\n"
-                   "EMAIL:1@x\nEMAIL:2@x\nEMAIL:3@x\nEMAIL:4@x\nADR;HOME:;;a;;;;\n"
-                   "ADR;HOME:;;b;;;;\nADR;HOME:;;c;;;;\nURL:p\nURL:q\nURL:r\nBDAY:soon\n"),
-              ElementsAre("displayName=A", "personalHomePage=p", "businessHomePage=q", "email=1@x",
-                          "email=2@x", "email=3@x", "MobilePhone=1", "CarPhone=2",
-                          "OtherTelephone=3", "PrimaryPhone=4", "Home=a||||", "Other=b||||",
-                          "-the number 5", "-the address 4@x", "-the address c", "-the page r",
-                          "-BDAY soon"));
+  EXPECT_THAT(
+      Dump("FN:A\nTEL;CELL:1\nTEL;CELL:2\nTEL;CELL:3\nTEL;CELL:4\nTEL;CELL:5\n"
+           "EMAIL:1@x\nEMAIL:2@x\nEMAIL:3@x\nEMAIL:4@x\nADR;HOME:;;a;;;;\n"
+           "ADR;HOME:;;b;;;;\nADR;HOME:;;c;;;;\nURL:p\nURL:q\nURL:r\nBDAY:soon\n"),
+      ElementsAre("displayName=A", "personalHomePage=p", "businessHomePage=q", "email=1@x",
+                  "email=2@x", "email=3@x", "MobilePhone=1", "CarPhone=2", "OtherTelephone=3",
+                  "PrimaryPhone=4", "Home=a||||", "Other=b||||", "-the number 5",
+                  "-the address 4@x", "-the address c", "-the page r", "-BDAY soon"));
 }
 
 TEST(VcfFile, CardsAndGroupsAreItemsAndADamagedOneCostsItself) {
@@ -125,10 +126,10 @@ TEST(VcfFile, CardsAndGroupsAreItemsAndADamagedOneCostsItself) {
                "MEMBER:urn:uuid:9\nEND:VCARD\n");
   folder.Write("Crew/c.vcf", "BEGIN:VCARD\nFN:Dee\nUID:2\nEMAIL:d@x.example\nEND:VCARD\n");
   const Plan plan = MakePlan({folder.Path()});
-  EXPECT_THAT(Items(plan),
-              ElementsAre("Contacts\\|a.vcf: Bell;Ann", "Contacts\\|a.vcf: Bo",
-                          "Contacts\\|a.vcf: Bo (2)", "Contacts\\Crew\\|Crew/b.VCF: Watch",
-                          "Contacts\\Crew\\|Crew/c.vcf: Dee"));
+  EXPECT_THAT(
+      Items(plan),
+      ElementsAre("Contacts\\|a.vcf: Bell;Ann", "Contacts\\|a.vcf: Bo", "Contacts\\|a.vcf: Bo (2)",
+                  "Contacts\\Crew\\|Crew/b.VCF: Watch", "Contacts\\Crew\\|Crew/c.vcf: Dee"));
   EXPECT_THAT(Problems(plan, folder.Path()),
               UnorderedElementsAre("a.vcf: Cut off: the card is cut off",
                                    "a.vcf: : a card without a name, an address and a number"));
