@@ -17,30 +17,23 @@
 namespace {
 
 // Blanks, a separator or brackets within an address would make it another one.
-bool CanStandInList(const std::string& address) {
-  return address.find('@') != std::string::npos &&
-         address.find_first_of("; \t\r\n<>()\"") == std::string::npos;
+bool CanStandInList(std::string_view address) {
+  return address.find('@') != std::string_view::npos &&
+         address.find_first_of("; \t\r\n<>()\"") == std::string_view::npos;
 }
 
 // So would a separator in a name, quoted or not; a bracket would hide where the address begins, and
 // a label would be taken away.
-bool CanStandBeforeAddress(const std::string& name) {
-  return !name.empty() && name.find_first_of(";<>\r\n") == std::string::npos &&
-         name.find(" : ") == std::string::npos;
-}
-
-// "Name" <address>. In quotes, so that the engine finds the name when it tries again without it.
-std::string PersonText(const mail::MailPerson& person) {
-  if (!CanStandBeforeAddress(person.strName)) return person.strAddress;
-  mail::StringBuffer quoted;
-  mail::appendQuoted(person.strName, quoted);
-  return std::string(quoted.view()) + " <" + person.strAddress + ">";
+bool CanStandBeforeAddress(std::string_view name) {
+  return !name.empty() && name.find_first_of(";<>\r\n") == std::string_view::npos &&
+         name.find(" : ") == std::string_view::npos;
 }
 
 std::vector<std::string> People(const mail::MailHeader& header, const char* field) {
   std::vector<std::string> people;
   for (const mail::MailPerson& person : header.people(field)) {
-    if (CanStandInList(person.strAddress)) people.push_back(PersonText(person));
+    std::string entry = PersonEntry(person.strName, person.strAddress);
+    if (!entry.empty()) people.push_back(std::move(entry));
   }
   return people;
 }
@@ -79,6 +72,14 @@ void FillEmpty(CString& str, const CString& strValue) {
 }
 
 }  // namespace
+
+std::string PersonEntry(std::string_view name, std::string_view address) {
+  if (!CanStandInList(address)) return {};
+  if (!CanStandBeforeAddress(name)) return std::string(address);
+  mail::StringBuffer quoted;
+  mail::appendQuoted(name, quoted);
+  return std::string(quoted.view()) + " <" + std::string(address) + ">";
+}
 
 MailAddressing AddressingOf(const mail::MailHeader& header) {
   MailAddressing addressing;

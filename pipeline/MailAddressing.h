@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "mime/MailHeader.h"
 #include "pipeline/ST_EML_INFO.h"
@@ -10,6 +11,11 @@
 struct MailAddressing {
   std::string from, to, cc, bcc, subject;
 };
+
+// One entry of a list of people: "Name" <address>, in quotes, so that the engine finds the name
+// when it tries again without it. The address alone where the name would be taken apart on its way;
+// empty where the address would.
+std::string PersonEntry(std::string_view name, std::string_view address);
 
 // What the header says. A recipient without an address is left out, and so is what would be taken
 // apart on its way: an address with its name, a name alone.

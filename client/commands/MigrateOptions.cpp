@@ -134,8 +134,8 @@ void RequireUsable(const Target& target) {
 
 void DescribeOptions(CLI::App& app, MigrateOptions& options, Purpose purpose) {
   app.add_option("SOURCE", options.sources,
-                 "A Maildir, an mbox file, a folder with .eml files and prepared items in it and "
-                 "below, or one .eml file")
+                 "A Maildir, an mbox file, a folder with .eml, .ics and .vcf files and prepared "
+                 "items in it and below, or one such file")
       ->required();
   app.add_option("--to", options.to,
                  "local:DIR (a mailbox of our own in DIR), office365, or the URL of a server's EWS "

@@ -4,6 +4,7 @@
 
 #include "client/run/ItemWriter.h"
 #include "client/run/MailKey.h"
+#include "client/run/OtherItems.h"
 #include "mime/MailHeader.h"
 #include "pipeline/ST_EML_INFO.h"
 #include "platform/CString.h"
@@ -31,10 +32,9 @@ std::string RowId(const ST_EML_INFO& info) {
   return hasRow ? info.strMessageId.ToUtf8() : std::string();
 }
 
-std::string SecondPlace(const ST_EML_INFO& info) {
-  if (info.nItemType == TYPE_TASK) return "Task\\";
-  if (info.nItemType != TYPE_CONTACT) return {};
-  const std::string below = info.strContactFolder.ToUtf8();
+std::string SecondPlace(std::int32_t type, const std::string& below) {
+  if (type == TYPE_TASK) return "Task\\";
+  if (type != TYPE_CONTACT) return {};
   return "Contacts\\Other Contacts\\" + (below.empty() ? below : below + "\\");
 }
 
@@ -46,7 +46,8 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
     item.files = ListPreparedFiles(entry.item.location);
     item.hash = HashPreparedFiles(entry.item.location, item.files);
   } else {
-    item.bytes = MimeBytes(entry.source->Read(entry.item));
+    item.bytes = entry.source->Read(entry.item);
+    if (!entry.item.IsOther()) item.bytes = MimeBytes(std::move(item.bytes));
     item.hash = platform::Sha256Hex(item.bytes);
   }
   return item;
@@ -56,7 +57,10 @@ void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
   if (entry.item.prepared) {
     const ST_EML_INFO info = ReadTyped(entry.item.location);
     item.id = RowId(info);
-    item.elsewhere = SecondPlace(info);
+    item.elsewhere = SecondPlace(info.nItemType, info.strContactFolder.ToUtf8());
+  } else if (entry.item.IsOther()) {
+    item.id = IdOfOther(entry.item.type, item.bytes);
+    item.elsewhere = SecondPlace(entry.item.type, "");
   } else {
     item.id = mail::MailHeader(item.bytes).text("Message-ID");
   }
@@ -68,17 +72,19 @@ void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
 void ItemLoader::Name(const Plan::Entry& entry, LoadedItem& item) {
   Identify(entry, item);
   if (entry.item.prepared) return NamePrepared(entry, item);
+  if (entry.item.IsOther()) return ClaimPlace(entry, item);
   item.ledgerKey = m_journal.ClaimKey(entry.item.folder, MailKey(item.id, item.hash), item.hash);
+}
+
+// Each is saved, be they alike: the key belongs to a place in the source.
+void ItemLoader::ClaimPlace(const Plan::Entry& entry, LoadedItem& item) {
+  const std::string owner = platform::Sha256Hex(item.hash + entry.item.location);
+  item.key = m_journal.ClaimKey(entry.item.folder, item.key, owner);
 }
 
 void ItemLoader::NamePrepared(const Plan::Entry& entry, LoadedItem& item) {
   const std::string& folder = entry.item.folder;
-  if (item.id.empty()) {
-    // Each is saved, be they alike: the key belongs to a place in the source.
-    const std::string owner = platform::Sha256Hex(item.hash + entry.item.location);
-    item.key = m_journal.ClaimKey(folder, item.key, owner);
-    return;
-  }
+  if (item.id.empty()) return ClaimPlace(entry, item);
   const bool taken = m_journal.IsClaimedByOther(folder, item.id, item.hash);
   if (taken && m_ledger.HasRow(folder, item.id, m_login)) {
     throw SourceError(fmt::format("another item with its {} is in that folder already",

@@ -12,11 +12,11 @@ namespace client {
 
 // An item as it was read from its source, and the names that it goes by.
 struct LoadedItem {
-  std::string bytes;    // of a mail, as it is sent
+  std::string bytes;    // of a mail, as it is sent; of other types as the source gives them
   PreparedFiles files;  // of a prepared item
   std::string hash;
   std::string id;         // as its source has it; may be empty
-  std::string ledgerKey;  // empty only for a prepared item without an id, which gets no row
+  std::string ledgerKey;  // empty for a type, and a prepared item without an id, that get no row
   std::string key;        // on the item in the target: tells id and content
   std::string messageId;  // that its mail carries
   std::string elsewhere;  // the folder that the engine saves it into where its own refuses it
@@ -41,6 +41,7 @@ class ItemLoader {
   void Name(const Plan::Entry& entry, LoadedItem& item);
 
  private:
+  void ClaimPlace(const Plan::Entry& entry, LoadedItem& item);
   void NamePrepared(const Plan::Entry& entry, LoadedItem& item);
 
   Journal& m_journal;

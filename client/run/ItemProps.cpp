@@ -27,6 +27,23 @@ json PropsAt(const std::string& path) {
   return props.is_object() ? props : json::object();
 }
 
+std::string TextOf(const json& props) {
+  return props.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+// The name of the property that takes most room.
+std::string Largest(const json& props) {
+  std::string name;
+  std::size_t most = 0;
+  for (const auto& [each, value] : props.items()) {
+    if (const std::size_t size = TextOf(value).size(); size > most) {
+      name = each;
+      most = size;
+    }
+  }
+  return name;
+}
+
 }  // namespace
 
 void WriteItemProps(const std::string& workFolder, std::string_view key) {
@@ -35,7 +52,19 @@ void WriteItemProps(const std::string& workFolder, std::string_view key) {
   props["key"] = KeyOnItem(key);
   std::error_code error;
   std::filesystem::remove(path, error);
-  NewFile(path).Write(props.dump(-1, ' ', false, json::error_handler_t::replace));
+  NewFile(path).Write(TextOf(props));
+}
+
+std::vector<std::string> WriteItemProps(const std::string& workFolder, std::string_view key,
+                                        json props) {
+  std::vector<std::string> left;
+  props["key"] = KeyOnItem(key);
+  while (TextOf(props).size() > kMostProps) {
+    left.push_back(Largest(props));
+    props.erase(left.back());
+  }
+  NewFile(workFolder + "/" + std::string(kItemPropsName)).Write(TextOf(props));
+  return left;
 }
 
 }  // namespace client

@@ -2,6 +2,9 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
 
 namespace client {
 
@@ -9,5 +12,10 @@ namespace client {
 // we know its key. What a prepared item brought in a file of that name stays beside it. Throws
 // WriteError, and SourceError when the file that is there cannot be read.
 void WriteItemProps(const std::string& workFolder, std::string_view key);
+
+// The same with all properties that we know. The engine reads no large file: the largest ones give
+// way until it is none, and their names are returned. Throws WriteError.
+std::vector<std::string> WriteItemProps(const std::string& workFolder, std::string_view key,
+                                        nlohmann::json props);
 
 }  // namespace client

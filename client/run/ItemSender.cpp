@@ -10,6 +10,7 @@
 #include "client/run/ItemProps.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/MailDate.h"
+#include "client/run/OtherItems.h"
 #include "client/run/StopRequest.h"
 #include "client/run/WorkFolder.h"
 #include "mime/MailHeader.h"
@@ -68,7 +69,7 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
     return {Outcome::Kind::kFailed, std::move(reason)};
   }
   EmptyWorkFolder(m_setup.run.WorkFolder());
-  WriteWorkFiles(entry, item);
+  const std::string remark = WriteWorkFiles(entry, item);
   if (WantsImagePage(item.files) && m_engine->Client().ShowImage(CString()) != 1) {
     return {Outcome::Kind::kFailed, "the engine cannot read its image list"};
   }
@@ -77,7 +78,9 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   info.strLogFilepath = CString::FromUtf8(kStatusLogName);
   if (StopRequested()) return {Outcome::Kind::kLeft, kStopped};
   m_journal.Begin(entry.item.folder, item.key);
-  return Judge(entry, item, m_engine->Client().InsertItem(info));
+  Outcome outcome = Judge(entry, item, m_engine->Client().InsertItem(info));
+  if (outcome.kind == Outcome::Kind::kSent && outcome.text.empty()) outcome.text = remark;
+  return outcome;
 }
 
 std::string ItemSender::DescribeEnd() {
@@ -99,21 +102,26 @@ void ItemSender::Hear(const std::string& line) {
   m_say(line);
 }
 
-void ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item) {
+std::string ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item) {
   const std::string folder = m_setup.run.WorkFolder();
+  if (entry.item.IsOther()) {
+    const std::string key = m_setup.IsSafe() ? item.key : std::string();
+    return LeftOutText(WriteOther(folder, entry.item.type, item.bytes, key));
+  }
   if (!entry.item.prepared) {
     if (m_setup.IsSafe()) WriteItemProps(folder, item.key);
     const mail::MailHeader header(item.bytes);
     MailDescription description{item.ledgerKey, DateOf(header), entry.item.read, {}};
     if (m_setup.fromMime) description.addressing = AddressingOf(header);
     WriteMail(folder, description, item.bytes);
-    return;
+    return {};
   }
   CopyPreparedFiles(entry.item.location, item.files, folder);
   if (HashPreparedFiles(folder, item.files) != item.hash) {
     throw SourceError("its files changed while they were read");
   }
   if (m_setup.IsSafe()) WriteItemProps(folder, item.key);
+  return {};
 }
 
 Outcome ItemSender::Judge(const Plan::Entry& entry, const LoadedItem& item, int result) {

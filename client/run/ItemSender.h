@@ -66,7 +66,8 @@ class ItemSender {
   void StartEngine();
   // Empty when the folder stands, else the reason why it does not.
   std::string SelectFolder(const SourceItem& item);
-  void WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item);
+  // Returns what of the item they do not carry.
+  std::string WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item);
   Outcome Judge(const Plan::Entry& entry, const LoadedItem& item, int result);
   // Why a success left no proof.
   std::string WhyNotConfirmed(const LoadedItem& item) const;

@@ -3,24 +3,15 @@
 #include <algorithm>
 
 #include "base/LogNull.h"
+#include "client/run/DescriptorText.h"
 #include "client/run/Utf16Mail.h"
 #include "client/sources/Mbox.h"
 #include "client/sources/Names.h"
 #include "client/sources/PreparedItem.h"
 #include "mime/tree/MimeInput.h"
-#include "platform/Unicode.h"
 
 namespace client {
 namespace {
-
-std::string Utf16LittleEndian(std::string_view utf8) {
-  std::string bytes;
-  for (char16_t unit : platform::Utf8ToUtf16(utf8)) {
-    bytes += static_cast<char>(unit & 0xFF);
-    bytes += static_cast<char>(unit >> 8);
-  }
-  return bytes;
-}
 
 // The engine takes every occurrence of the label away: a value that holds one is left to the mail.
 std::string LabelledLine(const std::string& label, const std::string& value) {

@@ -27,7 +27,7 @@ std::size_t Unneeded(const std::string& source, const std::vector<std::string>& 
 
 // One that cannot be read, or is of no type, fails by itself, and the rest goes on.
 std::int32_t TypeOf(const SourceItem& item) {
-  if (!item.prepared) return TYPE_EMAIL;
+  if (!item.prepared) return item.type;
   try {
     return ReadPreparedItem(item.location).nItemType;
   } catch (const SourceError&) {

@@ -44,7 +44,7 @@ std::optional<SourceRecord> ReadItem(const Plan::Entry& entry, FolderCheck& chec
                         KeyOnItem(item.key),
                         std::move(item.messageId),
                         item.MimeSize(),
-                        !entry.item.prepared || !item.id.empty()};
+                        !entry.item.IsOther() && (!entry.item.prepared || !item.id.empty())};
   } catch (const SourceError& error) {
     check.unread.push_back({entry.name, error.what()});
     return std::nullopt;
@@ -68,7 +68,8 @@ bool Stands(const SourceRecord& item, TargetFolder& target) {
   if (!number) return false;
   target.taken.emplace(*number, TargetFolder::Taken{item.entry, item.check});
   const auto size = target.index.SizeOf(*number);
-  if (size && !item.entry->item.prepared && IsOtherSize(item.size, *size)) {
+  const bool isMail = !item.entry->item.prepared && !item.entry->item.IsOther();
+  if (size && isMail && IsOtherSize(item.size, *size)) {
     item.check->otherSize.push_back(
         {item.entry->name, fmt::format("{} bytes, {} in the target", item.size, *size)});
   }

@@ -3,19 +3,39 @@
 #include <sys/stat.h>
 
 #include "client/sources/FolderWalk.h"
+#include "client/sources/IcsFile.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/VcfFile.h"
 
 namespace client {
 namespace {
+
+constexpr std::string_view kContacts = "Contacts\\";
 
 // It may belong to a source of another kind.
 std::string WhyLeftOut(const SourceFolder& folder, const std::string& path) {
   const std::string_view parent = std::string_view(folder.path).substr(folder.path.rfind('/') + 1);
   if (parent == "cur" || parent == "new") return "it lies in a Maildir: name that as a source";
   if (MboxSource::IsMbox(path)) return "it looks like an mbox: name it as a source";
-  return "its name does not end in .eml";
+  return "its name does not end in .eml, .ics or .vcf";
+}
+
+bool IsCalendarName(std::string_view name) {
+  return EndsWithNoCase(name, ".ics") || EndsWithNoCase(name, ".vcs");
+}
+bool IsCardName(std::string_view name) { return EndsWithNoCase(name, ".vcf"); }
+
+void AddCards(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+              std::vector<SourceItem>& items, std::vector<SourceProblem>& problems) {
+  std::vector<std::string> paths;
+  for (const FolderEntry& entry : entries) {
+    if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
+      paths.push_back(folder.path + "/" + entry.name);
+    }
+  }
+  ListVcfFiles(paths, std::string(kContacts) + folder.levels, items, problems);
 }
 
 void AddEntry(const SourceFolder& folder, const FolderEntry& entry, std::vector<SourceItem>& items,
@@ -25,6 +45,10 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, std::vector<
     below.push_back({path, folder.levels + LevelName(entry.name) + "\\", folder.levels});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     items.push_back({path, TargetOf(folder.levels), true, 0, entry.size});
+  } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
+    ListIcsFile(path, folder.levels, items, problems);
+  } else if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
+    // Together with those beside it.
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
     // What systems leave in folders: nobody's mail, and no news to anyone.
   } else if (entry.kind == EntryKind::kFile) {
@@ -40,7 +64,15 @@ std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) co
   struct stat status;
   if (stat(m_path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
     const auto size = static_cast<std::uint64_t>(status.st_size);
-    return {{m_path, std::string(kInbox), true, 0, size}};
+    std::vector<SourceItem> items;
+    if (IsCalendarName(m_path)) {
+      ListIcsFile(m_path, "", items, problems);
+    } else if (IsCardName(m_path)) {
+      ListVcfFiles({m_path}, std::string(kContacts), items, problems);
+    } else {
+      items.push_back({m_path, std::string(kInbox), true, 0, size});
+    }
+    return items;
   }
   return WalkFolders(m_path, problems,
                      [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
@@ -48,9 +80,25 @@ std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) co
                        for (const FolderEntry& entry : entries) {
                          AddEntry(folder, entry, found, below, problems);
                        }
+                       AddCards(folder, entries, found, problems);
                      });
 }
 
-std::string EmlSource::Read(const SourceItem& item) const { return ReadMail(item.location); }
+bool EmlSource::IsOne(const std::string& path) {
+  return EndsWithNoCase(path, ".eml") || IsCalendarName(path) || IsCardName(path);
+}
+
+std::string EmlSource::Read(const SourceItem& item) const {
+  switch (item.type) {
+    case TYPE_CALENDER:
+    case TYPE_TASK:
+      return ReadIcsItem(item);
+    case TYPE_CONTACT:
+    case TYPE_DIST_LIST:
+      return ReadVcfItem(item);
+    default:
+      return ReadMail(item.location);
+  }
+}
 
 }  // namespace client

@@ -9,13 +9,6 @@ bool IsForbiddenControl(char16_t unit) {
   return (unit < 0x20 && unit != u'\t' && unit != u'\r' && unit != u'\n') || unit >= 0xFFFE;
 }
 
-// Cuts UTF-8 to at most so many bytes without splitting a character.
-std::string_view CutAtCharacter(std::string_view text, size_t bytes) {
-  if (text.size() <= bytes) return text;
-  while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xC0) == 0x80) --bytes;
-  return text.substr(0, bytes);
-}
-
 std::string WithoutEndBlanksAndDots(std::string text) {
   while (!text.empty() && (text.back() == ' ' || text.back() == '.')) text.pop_back();
   return text;
@@ -38,6 +31,12 @@ std::string Fitted(std::string_view name, std::string_view between) {
 }
 
 }  // namespace
+
+std::string_view CutAtCharacter(std::string_view text, size_t bytes) {
+  if (text.size() <= bytes) return text;
+  while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xC0) == 0x80) --bytes;
+  return text.substr(0, bytes);
+}
 
 std::string WithoutForbiddenControls(std::string_view text) {
   std::u16string kept;

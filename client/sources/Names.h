@@ -21,6 +21,9 @@ std::string FileName(std::string_view text);
 // That name with " (number)" in front of its extension, no longer than kMaxFileName either.
 std::string NumberedFileName(std::string_view name, int number);
 
+// UTF-8 cut to at most so many bytes without splitting a character; a view into the same text.
+std::string_view CutAtCharacter(std::string_view text, size_t bytes);
+
 // UTF-8 without the control characters that XML forbids; tab, CR and LF stay.
 std::string WithoutForbiddenControls(std::string_view text);
 

@@ -20,9 +20,10 @@ std::unique_ptr<Source> OpenSource(const std::string& path) {
   }
   if (S_ISDIR(status.st_mode)) return std::make_unique<EmlSource>(path);
   if (!S_ISREG(status.st_mode)) throw SourceError("neither a file nor a folder");
-  if (EndsWithNoCase(path, ".eml")) return std::make_unique<EmlSource>(path);
+  if (EmlSource::IsOne(path)) return std::make_unique<EmlSource>(path);
   if (MboxSource::IsMbox(path)) return std::make_unique<MboxSource>(path);
-  throw SourceError("neither a mail (its name ends in .eml) nor an mbox file");
+  throw SourceError(
+      "neither a mail (its name ends in .eml), a calendar (.ics), cards (.vcf) nor an mbox file");
 }
 
 }  // namespace client

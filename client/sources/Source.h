@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "pipeline/ST_EML_INFO.h"
+
 namespace client {
 
 // One item of a source, not yet read.
@@ -16,7 +18,17 @@ struct SourceItem {
   std::uint64_t offset = 0;  // bytes, for items that lie in a file with others
   std::uint64_t length = 0;  // bytes on disk
   bool prepared = false;     // a folder with a descriptor and its files, not the bytes of a mail
-  std::int32_t type = 0;     // what the descriptor says it is (pipeline/ST_EML_INFO.h); 0: a mail
+  std::int32_t type = TYPE_EMAIL;  // one of ItemType
+  // Neither a mail nor prepared: an event, a task, a contact or a group, as text.
+  bool IsOther() const { return !prepared && type != TYPE_EMAIL; }
+  // Where it lies in its file when that is in several places: in place of offset and length.
+  struct Extent {
+    std::uint64_t offset = 0;  // bytes
+    std::uint64_t length = 0;
+  };
+  std::vector<Extent> extents = {};
+  std::string file = {};      // that file; empty where location says it
+  std::string appendix = {};  // what other places of the source say of it: behind its bytes
 };
 
 // Something in a source that cannot be migrated, and why.
@@ -38,7 +50,8 @@ class Source {
   virtual ~Source() = default;
   virtual const char* Kind() const = 0;  // for messages, for example "a tree of .eml files"
   virtual std::vector<SourceItem> List(std::vector<SourceProblem>& problems) const = 0;
-  // The bytes of a mail; not for prepared items. Throws SourceError.
+  // The bytes of a mail, a calendar with one event or task, a card; not for prepared items. Throws
+  // SourceError.
   virtual std::string Read(const SourceItem& item) const = 0;
 };
 

@@ -52,7 +52,7 @@ TEST(EmlSource, WhatIsNoMailFileIsNamedAndTheRestGoesOn) {
   const std::string odd = ": neither a file nor a folder, or a dead link";
   EXPECT_THAT(Problems(plan, folder.Path()),
               UnorderedElementsAre("dead.eml" + odd, "loop: a link to a folder", "pipe.eml" + odd,
-                                   "notes.txt: its name does not end in .eml",
+                                   "notes.txt: its name does not end in .eml, .ics or .vcf",
                                    "archive: it looks like an mbox: name it as a source",
                                    "Jane/cur/1:2,S: it lies in a Maildir: name that as a source"));
 }

@@ -1,0 +1,503 @@
+#include "client/sources/CalendarItem.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <map>
+#include <span>
+
+#include <fmt/format.h>
+#include <libical/ical.h>
+
+#include "base/AsciiText.h"
+#include "client/sources/LineDecoding.h"
+#include "client/sources/Names.h"
+#include "client/sources/Source.h"
+
+namespace client {
+namespace {
+
+using Moment = CalendarItem::Moment;
+
+constexpr std::int64_t kDay = 86400;
+constexpr int kFirstYear = 1601;           // of Exchange's calendar
+constexpr int kLastYear = 9000;            // leaves room for what durations add
+constexpr std::size_t kLongestTold = 100;  // bytes of a value in a list of what is left
+
+// What a word of the calendar is called by the mailbox service.
+struct Word {
+  std::string_view from;
+  const char* to;
+};
+constexpr std::array kBusy = std::to_array<Word>({{"FREE", "Free"},
+                                                  {"TENTATIVE", "Tentative"},
+                                                  {"BUSY", "Busy"},
+                                                  {"OOF", "OOF"},
+                                                  {"WORKINGELSEWHERE", "WorkingElsewhere"}});
+constexpr std::array kAnswers = std::to_array<Word>(
+    {{"ACCEPTED", "accepted"}, {"DECLINED", "declined"}, {"TENTATIVE", "tentative"}});
+constexpr std::array kRoles =
+    std::to_array<Word>({{"OPT-PARTICIPANT", "optional"}, {"NON-PARTICIPANT", "optional"}});
+constexpr std::array kTaskStates = std::to_array<Word>({{"NEEDS-ACTION", "NotStarted"},
+                                                        {"IN-PROCESS", "InProgress"},
+                                                        {"COMPLETED", "Completed"},
+                                                        {"CANCELLED", "Deferred"}});
+constexpr std::array kSensitivities =
+    std::to_array<Word>({{"PRIVATE", "Private"}, {"CONFIDENTIAL", "Confidential"}});
+
+// Properties that say nothing to keep, or are read by name below.
+constexpr std::array kRead = std::to_array<std::string_view>(
+    {"UID",       "DTSTAMP",  "CREATED",     "LAST-MODIFIED", "SEQUENCE",
+     "SUMMARY",   "LOCATION", "DESCRIPTION", "DTSTART",       "DTEND",
+     "DUE",       "DURATION", "RRULE",       "EXDATE",        "RECURRENCE-ID",
+     "TRANSP",    "STATUS",   "CLASS",       "PRIORITY",      "CATEGORIES",
+     "ORGANIZER", "ATTENDEE", "ATTACH",      "URL",           "PERCENT-COMPLETE",
+     "COMPLETED", "RDATE",    "METHOD",      "REQUEST-STATUS"});
+
+const char* Translated(std::span<const Word> words, std::string_view from, const char* otherwise) {
+  for (const Word& word : words) {
+    if (word.from == from) return word.to;
+  }
+  return otherwise;
+}
+
+std::string Told(std::string_view what, std::string_view value) {
+  return fmt::format("{} {}", what, CutAtCharacter(value, kLongestTold));
+}
+
+// The rules of the zones in the text, by their names.
+using ZoneRules = std::map<std::string, CalendarZone, std::less<>>;
+
+std::optional<int> NumberOf(std::string_view text) {
+  int number = 0;
+  text = mail::trimmed(text);
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end != text.data() ? std::optional(number) : std::nullopt;
+}
+
+// A date as the wall shows it; nothing for what is none.
+std::optional<CivilTime> WallOf(std::string_view value, bool& isDate, bool& isUtc) {
+  icalerror_set_errors_are_fatal(false);
+  const icaltimetype time = icaltime_from_string(std::string(mail::trimmed(value)).c_str());
+  CivilTime wall{time.year, time.month,  time.day,
+                 time.hour, time.minute, std::min(time.second, 59)};  // a leap second
+  isDate = time.is_date;
+  isUtc = icaltime_is_utc(time);
+  if (isDate) wall.hour = wall.minute = wall.second = 0;
+  const bool inRange = wall.year >= kFirstYear && wall.year <= kLastYear;
+  if (icaltime_is_null_time(time) || !inRange || !wall.IsValid()) return std::nullopt;
+  return wall;
+}
+
+// Makes one item of its component and those of its changed occurrences.
+class ItemReader {
+ public:
+  explicit ItemReader(const ZoneRules& rules) : m_rules(rules) {}
+
+  CalendarItem Read(const IcsComponent& main, const std::vector<IcsComponent>& changed) {
+    m_item.isTask = main.name == "VTODO";
+    ReadTimes(main);
+    ReadTexts(main);
+    ReadMarks(main);
+    ReadPeople(main);
+    ReadAttachments(main);
+    ReadReminders(main);
+    if (m_item.isTask) ReadTaskState(main);
+    ReadSeries(main);
+    for (const IcsComponent& component : changed) ReadChanged(component);
+    for (const ContentLine& line : main.lines) {
+      const bool known = std::find(kRead.begin(), kRead.end(), line.name) != kRead.end();
+      if (!known && !line.name.starts_with("X-")) Leave(line.name, UnescapedText(line.value));
+    }
+    return std::move(m_item);
+  }
+
+ private:
+  void Leave(std::string_view what, std::string_view value) {
+    m_item.left.push_back(Told(what, value));
+  }
+
+  // The zone of a line; the process's own, and a remark, for one that nobody knows.
+  CalendarZone ZoneOf(std::string_view name) {
+    const auto known = m_zones.find(name);
+    if (known != m_zones.end()) return known->second;
+    std::optional<CalendarZone> zone = CalendarZone::ByName(name);
+    const auto rules = m_rules.find(name);
+    if (!zone && rules != m_rules.end()) zone = rules->second;
+    if (!zone) Leave("the time zone, which nobody knows:", name);
+    return m_zones.emplace(name, zone.value_or(CalendarZone())).first->second;
+  }
+
+  // The moment of a line, and its zone.
+  std::optional<Moment> MomentOf(const ContentLine* line, CalendarZone* zone = nullptr) {
+    if (!line) return std::nullopt;
+    Moment moment;
+    bool utc = false;
+    const std::optional<CivilTime> wall = WallOf(line->value, moment.isDate, utc);
+    if (!wall) return std::nullopt;
+    const std::string_view name = line->Value("TZID");
+    moment.wall = *wall;
+    moment.isFloating = !moment.isDate && !utc && name.empty();
+    const bool local = moment.isDate || moment.isFloating;
+    const CalendarZone own = local ? CalendarZone() : utc ? CalendarZone::Utc() : ZoneOf(name);
+    moment.utc = own.ToUtc(moment.wall);
+    if (zone) *zone = own;
+    return moment;
+  }
+
+  // A moment on the wall of the item's zone.
+  CivilTime InZone(const Moment& moment) const {
+    const bool asItStands = moment.isDate || moment.isFloating;
+    return asItStands ? moment.wall : m_item.zone.FromUtc(moment.utc);
+  }
+
+  static std::optional<std::int64_t> SecondsOf(const ContentLine* line) {
+    if (!line) return std::nullopt;
+    icalerror_set_errors_are_fatal(false);
+    const std::string text(mail::trimmed(line->value));
+    const icaldurationtype duration = icaldurationtype_from_string(text.c_str());
+    if (icaldurationtype_is_bad_duration(duration)) return std::nullopt;
+    const std::int64_t seconds = std::int64_t{duration.weeks} * 7 * kDay + duration.days * kDay +
+                                 std::int64_t{duration.hours} * 3600 +
+                                 std::int64_t{duration.minutes} * 60 + duration.seconds;
+    constexpr std::int64_t kLongest = 100 * 366 * kDay;
+    return std::clamp(duration.is_neg ? -seconds : seconds, -kLongest, kLongest);
+  }
+
+  static Moment After(const Moment& start, std::int64_t seconds, const CalendarZone& zone) {
+    Moment end = start;
+    end.wall = CivilTime::OfUtc(start.wall.AsUtc() + seconds);
+    if (start.isDate || start.isFloating) {
+      end.utc = zone.ToUtc(end.wall);
+    } else {
+      end.utc = start.utc + seconds;
+      end.wall = zone.FromUtc(end.utc);
+    }
+    return end;
+  }
+
+  void ReadTimes(const IcsComponent& main) {
+    m_item.start = MomentOf(main.First("DTSTART"), &m_item.zone);
+    m_item.end = EndOf(main, m_item.start);
+    m_item.created = UtcOf(main.First("CREATED"));
+    if (!m_item.created) m_item.created = UtcOf(main.First("DTSTAMP"));
+    m_item.allDay = m_item.start && m_item.start->isDate;
+    const bool allDayMark =
+        UpperAscii(main.Text("X-MICROSOFT-CDO-ALLDAYEVENT")) == "TRUE" && m_item.end;
+    if (allDayMark && m_item.start) m_item.allDay = true;
+    // Wall clocks of a zone that the target does not know would be read in another one.
+    if (m_item.start && !m_item.zone.IsLocal() && m_item.zone.WindowsName().empty()) {
+      Leave("the time zone", main.First("DTSTART")->Value("TZID"));
+      m_item.zone = CalendarZone();
+      m_item.start->wall = m_item.zone.FromUtc(m_item.start->utc);
+    }
+  }
+
+  std::optional<Moment> EndOf(const IcsComponent& component, const std::optional<Moment>& start) {
+    std::optional<Moment> end = MomentOf(component.First(m_item.isTask ? "DUE" : "DTEND"));
+    if (!start) return end;
+    if (!end) {
+      const std::optional<std::int64_t> seconds = SecondsOf(component.First("DURATION"));
+      if (m_item.isTask && !seconds) return std::nullopt;
+      end = After(*start, seconds.value_or(0), m_item.zone);
+    }
+    if (m_item.isTask) return end;
+    // A day ends where the next begins; some programs name the same day.
+    if (start->isDate && end->wall <= start->wall) end = After(*start, kDay, m_item.zone);
+    if (end->utc < start->utc) end = start;
+    end->wall = InZone(*end);
+    return end;
+  }
+
+  std::optional<std::int64_t> UtcOf(const ContentLine* line) {
+    const std::optional<Moment> moment = MomentOf(line);
+    return moment ? std::optional(moment->utc) : std::nullopt;
+  }
+
+  void ReadTexts(const IcsComponent& main) {
+    m_item.uid = main.Text("UID");
+    m_item.subject = main.Text("SUMMARY");
+    m_item.location = main.Text("LOCATION");
+    m_item.body = BodyOf(main);
+    for (const ContentLine& line : main.lines) {
+      if (line.name == "X-ALT-DESC" && UpperAscii(line.Value("FMTTYPE")) == "TEXT/HTML") {
+        m_item.html = UnescapedText(line.value);
+      }
+      if (line.name != "CATEGORIES") continue;
+      for (const std::string& category : SplitValue(line.value, ',')) {
+        if (const std::string_view text = mail::trimmed(category); !text.empty()) {
+          m_item.categories.emplace_back(text);
+        }
+      }
+    }
+  }
+
+  // Exchange has no field for the address of an event's page or of its video call: it would be a
+  // meeting that nobody can join.
+  static std::string BodyOf(const IcsComponent& component) {
+    std::string body = component.Text("DESCRIPTION");
+    for (const char* name : {"URL", "X-GOOGLE-CONFERENCE"}) {
+      const std::string page = component.Text(name);
+      if (page.empty() || body.find(page) != std::string::npos) continue;
+      body += (body.empty() ? "" : "\n\n") + page;
+    }
+    return body;
+  }
+
+  static std::string BusyOf(const IcsComponent& component) {
+    const std::string status = UpperAscii(component.Text("STATUS"));
+    const bool open = status == "TENTATIVE";
+    const bool free =
+        status == "CANCELLED" || UpperAscii(component.Text("TRANSP")) == "TRANSPARENT";
+    return Translated(kBusy, UpperAscii(component.Text("X-MICROSOFT-CDO-BUSYSTATUS")),
+                      free   ? "Free"
+                      : open ? "Tentative"
+                             : "Busy");
+  }
+
+  void ReadMarks(const IcsComponent& main) {
+    if (const std::optional<int> priority = NumberOf(main.Text("PRIORITY"))) {
+      if (*priority >= 1 && *priority <= 9) {
+        m_item.importance = *priority < 5 ? '1' : *priority == 5 ? '2' : '3';
+      }
+    }
+    m_item.sensitivity = Translated(kSensitivities, UpperAscii(main.Text("CLASS")), "");
+    if (m_item.isTask) return;
+    m_item.busy = BusyOf(main);
+    if (UpperAscii(main.Text("STATUS")) == "CANCELLED") Leave("that it was", "cancelled");
+  }
+
+  static CalendarItem::Person PersonOf(const ContentLine& line) {
+    CalendarItem::Person person;
+    person.name = line.Value("CN");
+    person.address = mail::trimmed(line.value);
+    if (UpperAscii(person.address.substr(0, 7)) == "MAILTO:") person.address.erase(0, 7);
+    if (person.address.find('@') == std::string::npos) person.address = line.Value("EMAIL");
+    const std::string kind = UpperAscii(line.Value("CUTYPE"));
+    const bool thing = kind == "RESOURCE" || kind == "ROOM";
+    person.role =
+        thing ? "resource" : Translated(kRoles, UpperAscii(line.Value("ROLE")), "required");
+    person.answer = Translated(kAnswers, UpperAscii(line.Value("PARTSTAT")), "none");
+    return person;
+  }
+
+  void ReadPeople(const IcsComponent& main) {
+    for (const ContentLine& line : main.lines) {
+      if (line.name != "ATTENDEE" && line.name != "ORGANIZER") continue;
+      CalendarItem::Person person = PersonOf(line);
+      if (person.address.empty()) {
+        Leave("someone without an address:", person.name.empty() ? line.value : person.name);
+      } else if (line.name == "ORGANIZER") {
+        m_item.organizer = std::move(person);
+      } else {
+        m_item.attendees.push_back(std::move(person));
+      }
+    }
+    if (m_item.isTask && !m_item.attendees.empty()) {
+      for (const CalendarItem::Person& person : m_item.attendees) {
+        Leave("the attendee of a task", person.address);
+      }
+      m_item.attendees.clear();
+    }
+  }
+
+  void ReadAttachments(const IcsComponent& main) {
+    for (const ContentLine& line : main.lines) {
+      if (line.name != "ATTACH") continue;
+      if (!HoldsBytes(line)) {
+        Leave("the attachment that is only named:", line.value);
+        continue;
+      }
+      std::string name;
+      for (const char* parameter : {"FILENAME", "X-FILENAME", "X-LABEL", "X-APPLE-FILENAME"}) {
+        if (name.empty()) name = line.Value(parameter);
+      }
+      m_item.attachments.push_back({name.empty() ? "attachment" : name, line.value});
+    }
+  }
+
+  // Minutes before the start that the first alarm of a component goes off; the others are told.
+  std::optional<int> ReminderOf(const IcsComponent& component, const std::optional<Moment>& start,
+                                const std::optional<Moment>& end,
+                                std::optional<std::int64_t>* moment) {
+    std::optional<int> minutes;
+    for (const std::vector<ContentLine>& alarm : component.alarms) {
+      const std::optional<std::int64_t> at = AlarmTime(alarm, start, end);
+      if (!at) continue;
+      if (minutes) {
+        Leave("a further", "reminder");
+        continue;
+      }
+      if (start)
+        minutes = static_cast<int>(
+            std::clamp<std::int64_t>((start->utc - *at) / 60, -1, 4 * 366 * 24 * 60));
+      if (moment) *moment = at;
+      if (start && *minutes < 0 && !moment) Leave("a reminder", "behind the start");
+      if (!start) minutes = 0;
+    }
+    return minutes && *minutes < 0 ? std::nullopt : minutes;
+  }
+
+  std::optional<std::int64_t> AlarmTime(const std::vector<ContentLine>& alarm,
+                                        const std::optional<Moment>& start,
+                                        const std::optional<Moment>& end) {
+    const ContentLine* trigger = nullptr;
+    for (const ContentLine& line : alarm) {
+      if (line.name == "TRIGGER" && !trigger) trigger = &line;
+      // What one program keeps so that no alarm of its defaults goes off.
+      if (line.name == "ACTION" && UpperAscii(mail::trimmed(line.value)) == "NONE") {
+        return std::nullopt;
+      }
+    }
+    if (!trigger) return std::nullopt;
+    if (const std::optional<std::int64_t> seconds = SecondsOf(trigger)) {
+      const bool fromEnd = trigger->Has("RELATED", "END") || !start;
+      const std::optional<Moment>& base = fromEnd ? end : start;
+      return base ? std::optional(base->utc + *seconds) : std::nullopt;
+    }
+    return UtcOf(trigger);
+  }
+
+  void ReadReminders(const IcsComponent& main) {
+    std::optional<std::int64_t>* moment = m_item.isTask ? &m_item.reminderTime : nullptr;
+    m_item.reminder = ReminderOf(main, m_item.start, m_item.end, moment);
+    if (m_item.isTask) m_item.reminder.reset();
+  }
+
+  void ReadTaskState(const IcsComponent& main) {
+    m_item.status = Translated(kTaskStates, UpperAscii(main.Text("STATUS")), "");
+    m_item.percent = NumberOf(main.Text("PERCENT-COMPLETE"));
+    if (m_item.percent) m_item.percent = std::clamp(*m_item.percent, 0, 100);
+    m_item.completed = UtcOf(main.First("COMPLETED"));
+    if (m_item.completed) m_item.status = "Completed";
+    if (m_item.status == "Completed") m_item.percent = 100;
+    if (m_item.status.empty() && m_item.percent.value_or(0) > 0) m_item.status = "InProgress";
+  }
+
+  void ReadSeries(const IcsComponent& main) {
+    const ContentLine* rule = nullptr;
+    for (const ContentLine& line : main.lines) {
+      if (line.name == "RDATE") Leave("occurrences beside the rule:", line.value);
+      if (line.name == "EXRULE") continue;
+      if (line.name != "RRULE") continue;
+      if (rule)
+        Leave("a second rule:", line.value);
+      else
+        rule = &line;
+    }
+    if (!rule) return;
+    // A task may begin when it is due.
+    if (!m_item.start && m_item.end) {
+      m_item.start = m_item.end;
+      m_item.start->wall = InZone(*m_item.end);
+    }
+    if (!m_item.start) return Leave("the series without a beginning:", rule->value);
+    m_item.series = SeriesOf(rule->value, m_item.start->wall, m_item.zone, m_item.left);
+    if (!m_item.series) {
+      return Leave("all occurrences but the first, of a rule that Exchange does not have:",
+                   rule->value);
+    }
+    for (const ContentLine& line : main.lines) {
+      if (line.name == "EXDATE") ReadDeleted(line);
+    }
+  }
+
+  void ReadDeleted(const ContentLine& line) {
+    for (const std::string& value : SplitValue(line.value, ',')) {
+      ContentLine one = line;
+      one.value = value;
+      if (const std::optional<Moment> moment = MomentOf(&one)) {
+        m_item.deleted.push_back(OccurrenceOf(*moment));
+      } else {
+        Leave("a deleted occurrence without a date:", value);
+      }
+    }
+  }
+
+  // The start that a date means: a day alone means the occurrence of that day.
+  CivilTime OccurrenceOf(const Moment& moment) const {
+    CivilTime wall = InZone(moment);
+    if (moment.isDate && m_item.start && !m_item.start->isDate) {
+      wall.hour = m_item.start->wall.hour;
+      wall.minute = m_item.start->wall.minute;
+      wall.second = m_item.start->wall.second;
+    }
+    return wall;
+  }
+
+  void ReadChanged(const IcsComponent& component) {
+    const ContentLine* id = component.First("RECURRENCE-ID");
+    const std::optional<Moment> original = MomentOf(id);
+    if (!original || !m_item.series) {
+      return Leave("a changed occurrence:", component.Text("SUMMARY"));
+    }
+    if (id->Has("RANGE", "THISANDFUTURE")) {
+      Leave("that a change goes on behind", original->wall.Date());
+    }
+    const CivilTime at = OccurrenceOf(*original);
+    if (UpperAscii(component.Text("STATUS")) == "CANCELLED") return m_item.deleted.push_back(at);
+    if (m_item.isTask) return Leave("a changed occurrence of a task:", at.Text());
+    std::optional<Moment> start = MomentOf(component.First("DTSTART"));
+    if (!start) start = original;
+    const std::optional<Moment> end = EndOf(component, start);
+    CalendarItem::Changed changed;
+    changed.original = at;
+    changed.start = InZone(*start);
+    changed.end = InZone(*end);
+    const auto differing = [](std::string text, const std::string& from) {
+      return text == from ? std::nullopt : std::optional(std::move(text));
+    };
+    changed.subject = differing(component.Text("SUMMARY"), m_item.subject);
+    changed.location = differing(component.Text("LOCATION"), m_item.location);
+    changed.body = differing(BodyOf(component), m_item.body);
+    changed.busy = differing(BusyOf(component), m_item.busy);
+    changed.reminder = ReminderOf(component, start, end, nullptr);
+    if (changed.reminder == m_item.reminder) changed.reminder.reset();
+    m_item.changed.push_back(std::move(changed));
+  }
+
+  const ZoneRules& m_rules;
+  CalendarItem m_item;
+  std::map<std::string, CalendarZone, std::less<>> m_zones;  // by name
+};
+
+}  // namespace
+
+CalendarItem ReadCalendarItem(std::string_view text) {
+  ZoneRules rules;
+  std::vector<IcsComponent> changed;
+  std::optional<IcsComponent> main;
+  ReadIcsComponents(text, [&](const IcsComponent& component) {
+    if (component.name == "VTIMEZONE") {
+      const std::string calendar = "BEGIN:VCALENDAR\r\n" +
+                                   std::string(text.substr(component.offset, component.length)) +
+                                   "END:VCALENDAR\r\n";
+      const std::optional<CalendarZone> named =
+          CalendarZone::ByName(component.Text("X-LIC-LOCATION"));
+      const std::optional<CalendarZone> zone = named ? named : CalendarZone::ByRules(calendar);
+      if (zone) rules.emplace(component.Text("TZID"), *zone);
+    } else if (main && component.First("RECURRENCE-ID")) {
+      changed.push_back(component);
+    } else if (!main && (component.name == "VEVENT" || component.name == "VTODO")) {
+      main = component;
+    }
+  });
+  if (!main) throw SourceError("no event and no task is in it");
+  const std::string why = WhyNoCalendarItem(*main);
+  if (!why.empty()) throw SourceError(why);
+  return ItemReader(rules).Read(*main, changed);
+}
+
+std::string WhyNoCalendarItem(const IcsComponent& component) {
+  const char* kind = component.name == "VTODO" ? "task" : "event";
+  if (!component.ended) return fmt::format("the {} is cut off", kind);
+  const ContentLine* start = component.First("DTSTART");
+  if (!start && component.name == "VTODO") return {};
+  if (!start) return "an event without a start";
+  bool isDate = false;
+  bool isUtc = false;
+  if (WallOf(start->value, isDate, isUtc)) return {};
+  return Told(fmt::format("the start of the {} is no date:", kind), start->value);
+}
+
+}  // namespace client

@@ -1,0 +1,127 @@
+#include "client/sources/VcfFile.h"
+
+#include <unordered_map>
+
+#include <fmt/format.h>
+
+#include "client/sources/Contact.h"
+#include "client/sources/Names.h"
+#include "client/sources/PlaceNames.h"
+#include "client/sources/SourceFiles.h"
+#include "client/sources/VCard.h"
+
+namespace client {
+namespace {
+
+constexpr std::size_t kLongestText = 500;  // bytes of a name or address of a group's member
+
+// What a group needs of a person.
+struct Person {
+  std::string name;
+  std::string address;
+};
+using People = std::unordered_map<std::string, Person>;  // by UID
+
+struct CardPlace {
+  std::string title;
+  VCardExtent extent;
+  bool group = false;
+  std::vector<std::string> members;  // UIDs
+};
+
+std::string OneLine(std::string_view value) {
+  std::string text(CutAtCharacter(value, kLongestText));
+  for (char& c : text) {
+    if (c == '\n' || c == '\r' || c == '\\' || c == ',' || c == ';') c = ' ';
+  }
+  return text;
+}
+
+std::string TitleOf(const VCard& card) {
+  for (const char* name : {"FN", "N", "ORG", "EMAIL", "TEL"}) {
+    if (std::string text = card.Text(name); text.find_first_not_of("; ") != std::string::npos) {
+      return text;
+    }
+  }
+  return {};
+}
+
+// What of the file can be items; the people it names are added.
+std::vector<CardPlace> CardsOf(const std::string& path, People& people,
+                               std::vector<SourceProblem>& problems) {
+  const std::string bytes = ReadWholeFile(path);
+  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+    throw SourceError("is written in UTF-16: save it as UTF-8");
+  }
+  std::vector<CardPlace> places;
+  const std::vector<VCardExtent> extents = FindVCards(bytes);
+  if (extents.empty()) throw SourceError("no card is in it");
+  for (const VCardExtent& extent : extents) {
+    const VCard card = ParseVCard(std::string_view(bytes).substr(extent.offset, extent.length));
+    CardPlace place{TitleOf(card), extent, card.IsGroup(), {}};
+    if (!extent.ended || place.title.empty()) {
+      problems.push_back(
+          {fmt::format("{}: {}", path, OneLine(place.title)),
+           extent.ended ? "a card without a name, an address and a number" : "the card is cut off",
+           /*isUnread=*/true});
+      continue;
+    }
+    if (std::string uid = MemberUid(card.Text("UID")); !uid.empty()) {
+      people.try_emplace(std::move(uid),
+                         Person{OneLine(card.Text("FN")), OneLine(card.Text("EMAIL"))});
+    }
+    for (const ContentLine& property : card.properties) {
+      if (IsMember(property)) place.members.push_back(MemberUid(property.value));
+    }
+    places.push_back(std::move(place));
+  }
+  return places;
+}
+
+std::string AppendixOf(const CardPlace& place, const People& people) {
+  std::string text;
+  for (const std::string& uid : place.members) {
+    const auto person = people.find(uid);
+    if (person == people.end()) continue;
+    text += fmt::format("BEGIN:VCARD\r\nUID:{}\r\nFN:{}\r\nEMAIL:{}\r\nEND:VCARD\r\n", uid,
+                        person->second.name, person->second.address);
+  }
+  return text;
+}
+
+}  // namespace
+
+void ListVcfFiles(const std::vector<std::string>& paths, const std::string& folder,
+                  std::vector<SourceItem>& items, std::vector<SourceProblem>& problems) {
+  People people;
+  std::vector<std::pair<std::string, std::vector<CardPlace>>> files;
+  for (const std::string& path : paths) {
+    try {
+      files.emplace_back(path, CardsOf(path, people, problems));
+    } catch (const SourceError& error) {
+      problems.push_back({path, error.what(), /*isUnread=*/true});
+    }
+  }
+  for (const auto& [path, places] : files) {
+    PlaceNames names(path);
+    for (const CardPlace& place : places) {
+      SourceItem item;
+      item.location = names.Next(place.title);
+      item.folder = folder;
+      item.offset = place.extent.offset;
+      item.length = place.extent.length;
+      item.type = place.group ? TYPE_DIST_LIST : TYPE_CONTACT;
+      item.file = path;
+      item.appendix = AppendixOf(place, people);
+      items.push_back(std::move(item));
+    }
+  }
+}
+
+std::string ReadVcfItem(const SourceItem& item) {
+  std::string text = ReadFileRange(item.file, item.offset, item.length);
+  if (!text.ends_with('\n')) text += "\r\n";
+  return text + item.appendix;
+}
+
+}  // namespace client
