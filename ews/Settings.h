@@ -37,8 +37,8 @@ struct ServiceSettings {
   // Gets a line of text, UTF-8 without its end, for each wait of an outage, for its end, and for a
   // request in which nothing moves.
   std::function<void(const std::string& strLine)> fnTellWait;
-  // True once the process was asked to end: waits are cut short then, and with bSafe so are requests
-  // in which nothing moves. None: never.
+  // True once the process was asked to end: waits are cut short then, and with bSafe so are
+  // requests in which nothing moves. None: never.
   std::function<bool()> fnStopAsked;
 
   // strEwsUrl, or the public endpoint where that is empty.
