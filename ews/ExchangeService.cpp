@@ -370,6 +370,8 @@ bool ExchangeService::AnswersAtOnce() {
   try {
     (void)FindFolders(WellKnownFolderName::MsgFolderRoot, FolderView(1));
     return true;
+  } catch (const ServiceResponseException& e) {
+    return !e.Cause().bOutage;  // a refusal is an answer
   } catch (const ServiceException&) {
     return false;
   }

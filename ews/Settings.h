@@ -34,9 +34,11 @@ struct ServiceSettings {
   bool bSafe = false;
   // How long an outage is waited out (ews/Outage.h), with bSafe alone; 0 for not at all.
   std::chrono::seconds nPatience{0};
-  // Gets a line of text, UTF-8 without its end, for each wait of an outage and for its end.
+  // Gets a line of text, UTF-8 without its end, for each wait of an outage, for its end, and for a
+  // request in which nothing moves.
   std::function<void(const std::string& strLine)> fnTellWait;
-  // True once the process was asked to end: waits are cut short then. None: never.
+  // True once the process was asked to end: waits are cut short then, and with bSafe so are
+  // requests in which nothing moves. None: never.
   std::function<bool()> fnStopAsked;
 
   // strEwsUrl, or the public endpoint where that is empty.
