@@ -69,7 +69,10 @@ void CTarnyOutlookHandler::SaveRecipients(CString str,
 }
 
 void CTarnyOutlookHandler::SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees) {
-  for (const CString& strEntry : AttendeeEntries(str)) emailAttendees.Add(strEntry);
+  for (const CString& strEntry : AttendeeEntries(str)) {
+    // kept: only recipients lose their names in the second try, but for the safe switch
+    emailAttendees.Add(ews::Settings().bSafe ? GetEmailAddress(strEntry) : strEntry);
+  }
 }
 
 void CTarnyOutlookHandler::GetMembersList(CString strMembers,

@@ -73,6 +73,10 @@ TEST_F(MailItems, AddressCleanUpFollowsTheFlag) {
   handler.SetFlag(1);
   EXPECT_EQ(handler.GetEmailAddress(u"\"A\" <a@x>"), u" <a@x>");
   EXPECT_EQ(handler.GetEmailAddress(u"a@x"), u"a@x");
+  EXPECT_EQ(Recipients(u"\"A\x01\" <a@x>"), Texts{u"a@x"});
+  EXPECT_NE(Attendees(u"\"A\x01\" <a@x>"), Texts{u"a@x"});
+  ews::Settings().bSafe = true;
+  EXPECT_EQ(Attendees(u"\"A\x01\" <a@x>"), Texts{u"a@x"});
   EXPECT_EQ(handler.ReplaceUnicodeCharacters(u"\x10\x90\x13\x11\x01\x02"), u"\x02");
 }
 
