@@ -403,8 +403,9 @@ class ItemReader {
   }
 
   void ReadDeleted(const ContentLine& line) {
+    ContentLine one;
+    one.parameters = line.parameters;
     for (const std::string& value : SplitValue(line.value, ',')) {
-      ContentLine one = line;
       one.value = value;
       if (const std::optional<Moment> moment = MomentOf(&one)) {
         m_item.deleted.push_back(OccurrenceOf(*moment));

@@ -37,13 +37,12 @@ std::string OneLine(std::string_view value) {
   return text;
 }
 
+// The name that the item has in the target, or a number where there is nothing else.
 std::string TitleOf(const VCard& card) {
-  for (const char* name : {"FN", "N", "ORG", "EMAIL", "TEL"}) {
-    if (std::string text = card.Text(name); text.find_first_not_of("; ") != std::string::npos) {
-      return text;
-    }
-  }
-  return {};
+  if (card.IsGroup()) return ContactGroupOf(card, {}).name;
+  const Contact contact = ContactOf(card);
+  if (const std::string* name = contact.Find("displayName")) return *name;
+  return contact.phones.empty() ? std::string() : contact.phones[0].number;
 }
 
 // What of the file can be items; the people it names are added.
@@ -67,8 +66,7 @@ std::vector<CardPlace> CardsOf(const std::string& path, People& people,
       continue;
     }
     if (std::string uid = MemberUid(card.Text("UID")); !uid.empty()) {
-      people.try_emplace(std::move(uid),
-                         Person{OneLine(card.Text("FN")), OneLine(card.Text("EMAIL"))});
+      people.try_emplace(std::move(uid), Person{OneLine(place.title), OneLine(card.Text("EMAIL"))});
     }
     for (const ContentLine& property : card.properties) {
       if (IsMember(property)) place.members.push_back(MemberUid(property.value));

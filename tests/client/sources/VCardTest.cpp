@@ -128,7 +128,7 @@ TEST(VcfFile, CardsAndGroupsAreItemsAndADamagedOneCostsItself) {
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_THAT(
       Items(plan),
-      ElementsAre("Contacts\\|a.vcf: Bell;Ann", "Contacts\\|a.vcf: Bo", "Contacts\\|a.vcf: Bo (2)",
+      ElementsAre("Contacts\\|a.vcf: Ann Bell", "Contacts\\|a.vcf: Bo", "Contacts\\|a.vcf: Bo (2)",
                   "Contacts\\Crew\\|Crew/b.VCF: Watch", "Contacts\\Crew\\|Crew/c.vcf: Dee"));
   EXPECT_THAT(Problems(plan, folder.Path()),
               UnorderedElementsAre("a.vcf: Cut off: the card is cut off",
