@@ -114,7 +114,8 @@ class CTarnyOutlookHandler {
   void SaveImageAttachment(ews::EmailMessage& pobjCkEmail, CString strImageFile);
   void SaveAttachment(ews::EmailMessage& pobjCkEmail);
 
-  // ---- Address lists (pipeline/AddressLists.cpp; how they are divided: pipeline/AddressLists.h) ----
+  // ---- Address lists (pipeline/AddressLists.cpp; how they are divided: pipeline/AddressLists.h)
+  // ----
 
   void SaveRecipients(CString str, ews::EmailAddressCollection& emailRecipients);
   void SaveAttendees(CString str, ews::AttendeeCollection& emailAttendees);
@@ -123,8 +124,8 @@ class CTarnyOutlookHandler {
   // ---- Calendar items (pipeline/CalendarItems.cpp) ----
 
   // Each saver fills a new item from the record and the files of strHtmPath, a folder that ends in
-  // a backslash. 1: to be saved; 0: to be skipped, as known or for a failure. With the safe switch a
-  // failure is thrown instead.
+  // a backslash. 1: to be saved; 0: to be skipped, as known or for a failure. With the safe switch
+  // a failure is thrown instead.
   int SaveCalenderItem(ews::Appointment& objCkEmail, CString strHtmPath,  // sic
                        ST_EML_INFO* p_ST_EML_INFO);
 

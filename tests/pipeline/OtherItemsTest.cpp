@@ -297,6 +297,14 @@ TEST(OtherItems, TaggedFieldsAreToldApartHoweverTheirTagsStand) {
   EXPECT_EQ(run.handler.CutContactItem(u"<ITEM>a</ITEM><ITEM>b</ITEM>", 1), u"b");
   EXPECT_EQ(run.handler.CutContactItem(u"<ITEM>a</ITEM>", 1), u"");
 
+  // The last word on a property counts, whichever label says it.
+  const std::u16string name = u"<ITEM>Namn : Ann</ITEM>";
+  const std::u16string fileAs = u"<ITEM>File As 2 : B, Ann</ITEM>";
+  run.Import(WellKnownFolderName::Contacts, Contact(name + fileAs));
+  EXPECT_EQ(FieldText(run.Last("contacts"), "FileAs"), "B, Ann");
+  run.Import(WellKnownFolderName::Contacts, Contact(name + fileAs + name));
+  EXPECT_EQ(FieldText(run.Last("contacts"), "FileAs"), "Ann");
+
   // A group's entry is a contact without any field.
   run.Import(WellKnownFolderName::Contacts,
              Contact(u"<ITEM>A Child Group Name : x</ITEM><ITEM>Namn : Ann</ITEM>"));
