@@ -240,7 +240,9 @@ std::optional<CalendarZone> CalendarZone::ByRules(std::string_view calendar) {
         icu::VTimeZone::createVTimeZone(icu::UnicodeString::fromUTF8(icu::StringPiece(
                                             calendar.data(), static_cast<int>(calendar.size()))),
                                         error));
-    if (U_FAILURE(error) || !zone) return std::nullopt;
+    // Rules that are not whole give a zone without a name, and with nothing behind it.
+    icu::UnicodeString id;
+    if (U_FAILURE(error) || !zone || zone->getID(id).isEmpty()) return std::nullopt;
     std::string windowsName = NameOf(*zone);
     return CalendarZone(
         std::make_shared<const Rules>(Rules{std::move(zone), std::move(windowsName)}));

@@ -240,7 +240,8 @@ class CardReader {
       if (!SetText(row.member, TextOf(property))) Leave(property.name, TextOf(property));
       return;
     }
-    if (!In(kSilent, property.name)) Leave(property.name, TextOf(property));
+    if (In(kSilent, property.name)) return;
+    Leave(property.name, HoldsBytes(property) ? std::string() : TextOf(property));
   }
 
   void TakeName(const ContentLine& property) {

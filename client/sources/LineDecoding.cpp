@@ -53,8 +53,15 @@ std::string QuotedPrintableBytes(std::string_view text) {
   return decoded;
 }
 
+// Properties whose value is no text where it is encoded.
+bool IsFile(const ContentLine& line) {
+  return line.name == "PHOTO" || line.name == "ATTACH" || line.name == "LOGO" ||
+         line.name == "SOUND" || line.name == "KEY";
+}
+
 // A photo as "data:image/jpeg;base64,…".
 bool TakeDataAddress(ContentLine& line) {
+  if (!IsFile(line)) return false;
   if (UpperAscii(line.value.substr(0, 5)) != "DATA:") return false;
   const std::size_t comma = line.value.find(',');
   if (comma == std::string::npos) return false;
@@ -86,6 +93,7 @@ void DecodeLine(ContentLineReader& reader, ContentLine& line) {
       reader.SkipRaw();
     }
     if (!TakeDataAddress(line)) line.value = Base64Bytes(line.value);
+    if (!IsFile(line)) line.value = ToUtf8(line.value, line.Value("CHARSET"));
   } else if (!TakeDataAddress(line)) {
     line.value = ToUtf8(line.value, line.Value("CHARSET"));
   }

@@ -135,6 +135,12 @@ TEST_F(Calendar, ZonesAreKnownByEveryName) {
     EXPECT_EQ(item.zone.WindowsName(), each.windows) << each.zone;
     EXPECT_THAT(item.left, IsEmpty()) << each.zone;
   }
+  // Rules without an offset are none.
+  EXPECT_THAT(Read("DTSTART;TZID=Half:20240701T090000\n",
+                   "BEGIN:VTIMEZONE\nTZID:Half\nBEGIN:STANDARD\nDTSTART:16010101T030000\n"
+                   "TZOFFSETFROM:+0200\nEND:STANDARD\nEND:VTIMEZONE\n")
+                  .left,
+              ElementsAre("the time zone, which nobody knows: Half"));
   EXPECT_THAT(Read("DTSTART;TZID=Nowhere:20240701T090000\n").left,
               ElementsAre("the time zone, which nobody knows: Nowhere"));
 }

@@ -79,7 +79,9 @@ TEST(VCard, TextIsReadAsEachVersionWritesIt) {
               ElementsAre("displayName=Bo", "email=a@x.example", "email=b@x.example",
                           "HomePhone=+1-2", "im=xmpp:bo@x.example", "category=Crew",
                           "category=Night shift", "child=Kim", "birthday=1604-03-05", "-GENDER F"));
-  // Bytes of no charset at all.
+  // Text that is encoded as files are, and bytes of no charset at all.
+  EXPECT_THAT(Dump("FN;ENCODING=b:Q2Fm6Q==\nNOTE:data:,;base64,x\n"),
+              ElementsAre("displayName=Café", "note=data:,;base64,x"));
   EXPECT_THAT(Dump("FN:Caf\xE9\n"), ElementsAre("displayName=Café"));
 }
 
