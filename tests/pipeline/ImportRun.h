@@ -28,7 +28,6 @@ class ImportRun {
     service->SetUrl(CString::FromUtf8(m_server->EwsUrl()));
     service->SetCredentials(ews::WebCredentials(u"ann@example.com", u"x"));
     handler.m_objWebAccess.m_pService = service;
-    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
     handler.SetFolderName(u"Work\\");
     handler.SetLoginId(u"ann@example.com");
   }
@@ -36,6 +35,7 @@ class ImportRun {
   // The result; error and trace are those of this item alone.
   int Import(ews::WellKnownFolderName target, const std::u16string& descriptor) {
     std::filesystem::remove(folder.File("trace.txt"));
+    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");  // as each command
     folder.WriteWork("11comtextjj.t", descriptor);
     handler.m_objWebAccess.m_fldCurrent = target;
     CString text;
