@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "client/run/EngineLogs.h"
 #include "client/run/ItemLoader.h"
 #include "client/run/Plan.h"
 
@@ -15,6 +16,6 @@ inline constexpr std::string_view kReduced = "arrived reduced";
 
 // That text, with the names of the attachments that were left out. What cannot be read again names
 // none.
-std::string ReducedText(const Plan::Entry& entry, const LoadedItem& item);
+std::string ReducedText(const Plan::Entry& entry, const LoadedItem& item, Reduction reduction);
 
 }  // namespace client
