@@ -310,7 +310,8 @@ void Migration::TellReduced(const Work& work, Reduction cutOff, Outcome& outcome
   if (outcome.kind == Outcome::Kind::kSent) reduction = m_sender.SentReduced();
   if (outcome.kind == Outcome::Kind::kKnown) reduction = cutOff;
   if (reduction == Reduction::kNone) return;
-  outcome.text = Joined(ReducedText(work.entry, work.item, reduction), outcome.text);
+  const std::string text = ReducedText(work.entry, work.item, reduction, m_setup.IsSafe());
+  outcome.text = Joined(text, outcome.text);
   ++m_summary.reduced;
 }
 

@@ -56,7 +56,7 @@ std::set<CString> ListedFiles(const Plan::Entry& entry, const LoadedItem& item) 
   return listed;
 }
 
-std::vector<std::string> LeftOut(const Plan::Entry& entry, const LoadedItem& item) {
+std::vector<std::string> LeftOut(const Plan::Entry& entry, const LoadedItem& item, bool safe) {
   const bool prepared = entry.item.prepared;
   const auto listed = prepared ? ListedFiles(entry, item) : std::set<CString>();
   mail::LogNull log;
@@ -65,7 +65,7 @@ std::vector<std::string> LeftOut(const Plan::Entry& entry, const LoadedItem& ite
   std::vector<std::string> names;
   if (mail == nullptr) return names;
   for (const mail::ShownNode& node : mail::layOut(*mail, log)) {
-    if (node.nRole != mail::Role::kFile || mail::isFurtherHtml(node, log)) continue;
+    if (node.nRole != mail::Role::kFile || (safe && mail::isFurtherHtml(node, log))) continue;
     std::string name(mail::fileNameOf(*node.objPlaced.pNode));
     if (name.empty()) name = fmt::format("a nameless one ({})", mail::listedType(node));
     if (!listed.contains(NameKey(name))) names.push_back(std::move(name));
@@ -75,11 +75,12 @@ std::vector<std::string> LeftOut(const Plan::Entry& entry, const LoadedItem& ite
 
 }  // namespace
 
-std::string ReducedText(const Plan::Entry& entry, const LoadedItem& item, Reduction reduction) {
+std::string ReducedText(const Plan::Entry& entry, const LoadedItem& item, Reduction reduction,
+                        bool safe) {
   const std::string_view form = reduction == Reduction::kToNothing ? ", without any text" : "";
   std::string text = fmt::format("{}{}: the target takes no mail of its size", kReduced, form);
   try {
-    const std::vector<std::string> names = LeftOut(entry, item);
+    const std::vector<std::string> names = LeftOut(entry, item, safe);
     return names.empty() ? text : fmt::format("{}; left out: {}", text, fmt::join(names, ", "));
   } catch (const SourceError& error) {
     return fmt::format("{}; what was left out cannot be told: {}", text, error.what());
