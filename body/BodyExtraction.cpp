@@ -1,14 +1,19 @@
 #include <algorithm>
+#include <limits>
 #include <memory>
+#include <new>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "base/LogNull.h"
+#include "base/OwnedPtr.h"
+#include "base/XString.h"
 #include "body/LibraryText.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
 #include "html/CkHtmlToText.h"
+#include "html/ClsHtmlToText.h"
 #include "mime/CkEmail.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailLayout.h"
@@ -30,12 +35,39 @@ bool TextOfHtml(const CString& strEml, CString& strText) {
   return true;
 }
 
-// The nodes that the HTML text of a mail lies in.
+// HTML as plain text in UTF-8, however deep its elements lie.
+std::string PlainText(std::string strHtml, bool bLinks) {
+  const auto pConverter = mail::makeOwned<mail::ClsHtmlToText>();
+  if (pConverter == nullptr) throw std::bad_alloc();
+  pConverter->m_maxDepth = std::numeric_limits<std::size_t>::max();
+  pConverter->m_suppressLinks = !bLinks;
+  std::ranges::replace(strHtml, '\0', ' ');  // at which it would end
+  mail::XString strIn, strOut;
+  if (!strIn.setFromUtf8(strHtml) || !pConverter->ToText(strIn, strOut)) throw std::bad_alloc();
+  return std::string(strOut.utf8().view());
+}
+
+// A body in UTF-8, as it is.
+std::string BodyOf(const mail::ShownNode& objNode) {
+  mail::LogNull objLog;
+  mail::DataBuffer objRoom;
+  return std::string(mail::readableText(*objNode.objPlaced.pNode, objRoom, objLog));
+}
+
+bool IsHtml(const mail::ShownNode& objNode) {
+  mail::LogNull objLog;
+  return objNode.nRole == mail::Role::kHtml || mail::isFurtherHtml(objNode, objLog);
+}
+
+// The nodes that the HTML text of a mail lies in; none where that has no words of its own, such as
+// a picture with a link: only a plain form says something then.
 std::set<const mail::Email2*> PlacesOfHtml(const mail::Email2& objMail,
                                            const std::vector<mail::ShownNode>& arrShown) {
   const auto itHtml = std::ranges::find(arrShown, mail::Role::kHtml, &mail::ShownNode::nRole);
   std::set<const mail::Email2*> arrPlaces;
   if (itHtml == arrShown.end()) return arrPlaces;
+  CString strWords = CString::FromUtf8(PlainText(BodyOf(*itHtml), /*bLinks=*/false));
+  if (strWords.Trim().IsEmpty()) return arrPlaces;
   const mail::Email2* pInner = itHtml->objPlaced.pNode;
   const std::vector<mail::PlacedEmail> arrNodes = mail::nodesOf(objMail);
   for (auto it = arrNodes.rbegin(); it != arrNodes.rend(); ++it) {  // each behind its parent
@@ -43,19 +75,6 @@ std::set<const mail::Email2*> PlacesOfHtml(const mail::Email2& objMail,
     arrPlaces.insert(pInner = it->pParent);
   }
   return arrPlaces;
-}
-
-// A body as UTF-8; HTML as the plain text of it.
-std::string TextOf(const mail::ShownNode& objNode) {
-  mail::LogNull objLog;
-  mail::DataBuffer objRoom;
-  std::string strBody(mail::readableText(*objNode.objPlaced.pNode, objRoom, objLog));
-  if (objNode.nRole != mail::Role::kHtml) return strBody;
-  std::ranges::replace(strBody, '\0', ' ');  // at which it would end
-  CkHtmlToText objConverter;
-  objConverter.put_Utf8(true);
-  const char* const pszText = objConverter.toText(strBody.c_str());
-  return pszText == nullptr ? "" : pszText;
 }
 
 // What a reader of mail sees as text, all of it, but for other forms of the HTML text.
@@ -66,12 +85,14 @@ std::string ReadableText(const mail::Email2& objMail) {
   std::string strText;
   for (const mail::ShownNode& objNode : arrShown) {
     const mail::Email2* const pParent = objNode.objPlaced.pParent;
+    const bool bHtml = IsHtml(objNode);
     const bool bOtherForm = objNode.nRole == mail::Role::kText && arrPlaces.contains(pParent) &&
                             pParent->type().view() == "multipart/alternative";
-    const bool bText = objNode.nRole == mail::Role::kHtml || objNode.nRole == mail::Role::kText;
-    if (!bText || bOtherForm) continue;
-    if (!strText.empty() && !strText.ends_with('\n')) strText += "\r\n";
-    strText += TextOf(objNode);
+    if (bOtherForm || (!bHtml && objNode.nRole != mail::Role::kText)) continue;
+    const std::string strPart =
+        bHtml ? PlainText(BodyOf(objNode), /*bLinks=*/true) : BodyOf(objNode);
+    if (!strPart.empty() && !strText.empty() && !strText.ends_with('\n')) strText += "\r\n";
+    strText += strPart;
   }
   return strText;
 }
@@ -83,7 +104,7 @@ bool SafeText(const CString& strEml, CString& strText) {
   mail::LogNull objLog;
   const auto pMail = mail::buildEmail(
       {reinterpret_cast<const char*>(pBytes.get()), static_cast<std::size_t>(nLength)},
-      /*bUtf8=*/false, objLog);
+      /*bUtf8=*/false, objLog, mail::Mixtures::kAsTheyCame);
   if (pMail == nullptr) return false;
   strText = CString::FromUtf8(ReadableText(*pMail));
   return !strText.IsEmpty();
@@ -105,6 +126,10 @@ int CTarnyOutlookHandler::GetHTMLbODY(CString strHTMLfile) {
   (void)platform::DeleteFileAt(strTextFile);
   auto objFile = platform::File::Open(strTextFile, platform::OpenMode::kCreateRead);
   const bool bWritten = objFile && objFile->Write(strText.View());
-  if (!bWritten && bSafe) m_objLogManager.WriteLog(u"TextFile1.txt could not be written");
+  if (!bWritten && bSafe) {
+    m_objLogManager.WriteLog(u"TextFile1.txt could not be written");
+    objFile.reset();
+    (void)platform::DeleteFileAt(strTextFile);  // half a text is not to pass for the whole
+  }
   return kFailure;
 }

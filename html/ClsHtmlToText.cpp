@@ -72,8 +72,9 @@ constexpr auto kBreaksOfKnown = [] {
 // Walks the tree of a page and writes its text, with the nodes on its way on a stack of its own.
 class TextWalk {
  public:
-  TextWalk(const HtmlTree& objTree, std::int32_t nMargin, bool bLinks)
+  TextWalk(const HtmlTree& objTree, std::size_t nMaxDepth, std::int32_t nMargin, bool bLinks)
       : m_objTree(objTree),
+        m_nMaxDepth(nMaxDepth),
         m_nMargin(nMargin),
         m_bLinks(bLinks),
         m_objText(objTree.sourceSize() / 2) {}
@@ -104,6 +105,7 @@ class TextWalk {
   void putTarget(const Frame& objFrame);
 
   const HtmlTree& m_objTree;
+  std::size_t m_nMaxDepth;
   std::int32_t m_nMargin;
   bool m_bLinks;
   TextFiller m_objText;
@@ -144,7 +146,7 @@ void TextWalk::emitText(std::string_view strText, std::size_t nIndent, std::size
 // Goes into a node that has more to it than a text or a break.
 void TextWalk::enter(Index nNode, std::size_t nIndent, std::size_t nPreDepth) {
   const HtmlTree::Node& objNode = m_objTree.at(nNode);
-  if (m_arrFrames.size() > ClsHtmlToText::kMaxDepth) {
+  if (m_arrFrames.size() > m_nMaxDepth) {
     return m_objText.append("[ERROR: Maximum recursion depth exceeded.]");
   }
   if (objNode.nTag == HtmlTree::kTextTag) return emitText(objNode.strText, nIndent, nPreDepth);
@@ -235,13 +237,14 @@ class Stopwatch {
   std::chrono::steady_clock::time_point m_nStart = std::chrono::steady_clock::now();
 };
 
-std::string textOfTree(const HtmlTree& objTree, std::int32_t nMargin, bool bLinks, LogBase& log) {
+std::string textOfTree(const HtmlTree& objTree, std::size_t nMaxDepth, std::int32_t nMargin,
+                       bool bLinks, LogBase& log) {
   const LogContextExitor objContext(log, "xmlToText");
   const Stopwatch objTime;
   std::string strText;
   {
     const LogContextExitor objWalk(log, "recursiveToText");
-    strText = TextWalk(objTree, nMargin, bLinks).recursiveToText();
+    strText = TextWalk(objTree, nMaxDepth, nMargin, bLinks).recursiveToText();
   }
   log.LogDataLong("toTextTime", objTime.milliseconds());
   return strText;
@@ -266,7 +269,8 @@ bool ClsHtmlToText::ToText(XString& html, XString& out) {
     m_log.LogError("HTML to text conversion failed.");
     return objOperation.done(false);
   }
-  const std::string strText = textOfTree(objTree, m_rightMargin, !m_suppressLinks, m_log);
+  const std::string strText =
+      textOfTree(objTree, m_maxDepth, m_rightMargin, !m_suppressLinks, m_log);
   const std::string_view strShown = withoutEdges(strText);
   if (!m_decodeHtmlEntities || strShown.find('&') == std::string_view::npos) {
     return objOperation.done(out.setFromUtf8(strShown));

@@ -20,6 +20,7 @@ class ClsHtmlToText : public ClsBase {
   // Replaces out. An empty text gives an empty one. False only for want of memory.
   bool ToText(XString& html, XString& out);
 
+  std::size_t m_maxDepth = kMaxDepth;  // what lies deeper is an error in the text
   std::int32_t m_rightMargin = 80;   // columns; under 1 for no wrapping
   bool m_decodeHtmlEntities = true;  // once more in the finished text, as "&amp;lt;" leaves them
   bool m_suppressLinks = false;      // leave their targets out

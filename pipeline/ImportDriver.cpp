@@ -25,6 +25,10 @@ bool IsTooLarge(const CString& strMessage) {
          (ews::Settings().bSafe && strMessage.Contains(u" answered HTTP 413 "));
 }
 
+bool HasText(const ews::EmailMessage& objMail) {
+  return objMail.GetMimeContent().IsSet() || (objMail.Body() && !objMail.Body()->Text().IsEmpty());
+}
+
 }  // namespace
 
 int CTarnyOutlookHandler::ImportItem(CString strFilePath, CString& strErr, CString strLogFilepath) {
@@ -118,6 +122,9 @@ bool CTarnyOutlookHandler::SaveReduced(ItemRun& objRun) {
   try {
     m_objLogManager.WriteLog(u"catch SaveEmailItem in ");
     const int nFilled = SaveEmailItem(objMail, objRun.strFilePath, &objRun.objInfo);
+    if (ews::Settings().bSafe && !HasText(objMail)) {
+      m_objLogManager.WriteLog(u"The reduced mail has no text");
+    }
     m_objLogManager.WriteLog(u"Catch SaveEmailItem out ");
     if (nFilled != kSuccess) return true;
   } catch (const std::exception& objError) {

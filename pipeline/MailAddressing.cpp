@@ -13,6 +13,8 @@
 #include "body/WorkFileReaders.h"
 #include "ews/SoapWriter.h"
 #include "mime/header/AttributeReader.h"
+#include "mime/header/MailDate.h"
+#include "platform/COleDateTime.h"
 
 namespace {
 
@@ -71,6 +73,14 @@ void FillEmpty(CString& str, const CString& strValue) {
   if (str.IsEmpty() && ews::IsXmlText(strValue)) str = strValue;
 }
 
+void FillDate(COleDateTime& dt, const mail::MailHeader& header) {
+  const bool bSet = dt.GetStatus() == COleDateTime::valid && dt.Value() != 0.0;
+  if (bSet) return;
+  if (const auto nSeconds = mail::parseMailDate(header.text("Date"))) {
+    dt = platform::UtcSecondsToLocal(*nSeconds);
+  }
+}
+
 }  // namespace
 
 std::string PersonEntry(std::string_view name, std::string_view address) {
@@ -102,5 +112,6 @@ void FillFromMime(const CString& strEml, ST_EML_INFO& objInfo) {
   FillEmpty(objInfo.strCc, CString::FromUtf8(addressing.cc));
   FillEmpty(objInfo.strBcc, CString::FromUtf8(addressing.bcc));
   FillEmpty(objInfo.strSubject, CString::FromUtf8(addressing.subject));
+  FillDate(objInfo.dtCreationDate, header);
   if (CString(objInfo.strImportance).Trim().IsEmpty()) objInfo.strImportance = ImportanceOf(header);
 }

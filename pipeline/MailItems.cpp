@@ -1,12 +1,16 @@
+#include <algorithm>
 #include <array>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 #include <vector>
 
+#include "base/AsciiText.h"
 #include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
+#include "html/CkHtmlToText.h"
 #include "pipeline/BodySource.h"
 #include "pipeline/ItemDescriptor.h"
 #include "pipeline/ItemProps.h"
@@ -28,11 +32,26 @@ constexpr int kMessageDeliveryTime = 0x0E06;
 constexpr int kClientSubmitTime = 0x0039;
 constexpr int kSubject = 0x0037;
 constexpr std::int32_t kMessageFlagRead = 1;
-constexpr int kRtfToHtml = 2;  // the converter's selector
+constexpr int kRtfToHtml = 2;     // the converter's selector
+constexpr size_t kSignature = 3;  // bytes in front of its page
 
 void MarkAsNoDraft(ews::Item& objItem) {
   objItem.SetExtendedProperty(ExtendedPropertyDefinition(kMessageFlags, MapiPropertyType::Integer),
                               kMessageFlagRead);
+}
+
+// Whether a converted page has neither words nor a picture.
+bool ShowsNothing(const CString& strPage) {
+  int nLength = 0;
+  const std::unique_ptr<unsigned char[]> pBytes(GetPureMime(strPage, &nLength));
+  const std::string strHtml(reinterpret_cast<const char*>(pBytes.get()),
+                            static_cast<size_t>(nLength));
+  if (mail::findNoCase(strHtml, "<img") != std::string::npos) return false;
+  CkHtmlToText objConverter;
+  objConverter.put_Utf8(true);
+  const char* const pszText =
+      objConverter.toText(strHtml.substr(std::min(kSignature, strHtml.size())).c_str());
+  return pszText != nullptr && CString::FromUtf8(pszText).Trim().IsEmpty();
 }
 
 auto ExistsBelow(const CString& strHtmPath) {
@@ -78,7 +97,7 @@ int CTarnyOutlookHandler::SaveEmailItem(ews::EmailMessage& pobjCkEmail, CString 
     Log(u"Catch_3_SaveEmailItem");
     return kFailure;
   }
-  const bool bMimeLost = !bComplete && !pobjCkEmail.GetMimeContent().IsSet() &&
+  const bool bMimeLost = !bComplete && pobjCkEmail.GetMimeContent().Length() == 0 &&
                          platform::PathExists(strHtmPath + u"\\EmlFile.Eml");
   if (bMimeLost && ews::Settings().bSafe) {  // an empty mail must not count as this one
     throw std::runtime_error("The file EmlFile.Eml could not be read.");
@@ -157,7 +176,7 @@ bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& st
     Guarded(u" INSIDE catch \\ch2111.rtf", [&] { bConverted = SetRtfBody(objMail, strHtmPath); });
     Log(u" OUT \\ch2111.rtf");
     if (!bConverted && ews::Settings().bSafe) {
-      Log(u"ch2111.rtf could not be converted, the next body is taken");
+      Log(u"ch2111.rtf gives no body, the next one is taken");
       SetLastBody(objMail, strHtmPath);
     }
   } else {
@@ -229,6 +248,8 @@ bool CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString&
                              CString::FromUtf8(std::to_string(objError.code().value())));
   }
   m_objLogManager.WriteLog(u"After HrsConvertFile");
+  // A page that an earlier item left is none of this one, and an empty one is no body.
+  if (ews::Settings().bSafe && (!bConverted || ShowsNothing(strHtml))) return false;
   const CString strArchive = ConvertHtmlToMime(strHtml);
   if (!strArchive.IsEmpty()) SetMimeFromFile(objMail, strArchive);
   return bConverted && !strArchive.IsEmpty();

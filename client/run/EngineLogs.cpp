@@ -36,6 +36,7 @@ constexpr auto kSavedLines = std::to_array<SavedLine>({
 });
 // Of a mail that is sent again without its MIME content.
 constexpr std::string_view kSendsReduced = "\nCatch Email Save in \r\n";
+constexpr std::string_view kReducedToNothing = "\nThe reduced mail has no text\r\n";
 
 std::string_view WithoutLabel(std::string_view line) {
   for (const std::string_view label : {"Error Message :", "Message :"}) {
@@ -48,6 +49,12 @@ std::string Units(std::string_view ascii) {
   std::string bytes;
   for (char c : ascii) bytes.append({c, '\0'});
   return bytes;
+}
+
+Reduction ReductionIn(std::string_view trace) {
+  if (trace.find(Units(kSendsReduced)) == std::string_view::npos) return Reduction::kNone;
+  const bool nothing = trace.find(Units(kReducedToNothing)) != std::string_view::npos;
+  return nothing ? Reduction::kToNothing : Reduction::kToText;
 }
 
 }  // namespace
@@ -74,18 +81,17 @@ bool EngineLogs::HasSaved(std::int32_t type) const {
   });
 }
 
-bool EngineLogs::SentReduced() const {
-  return m_trace.Added().find(Units(kSendsReduced)) != std::string::npos;
-}
+Reduction EngineLogs::SentReduced() const { return ReductionIn(m_trace.Added()); }
 
-bool EngineLogs::EndedReduced() const {
+Reduction EngineLogs::EndedReduced() const {
   constexpr std::uintmax_t kTail = 1 << 16;  // bytes: the steps of one item take fewer
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(m_trace.path, error);
-  if (error) return false;
+  if (error) return Reduction::kNone;
   const std::string tail = Log{m_trace.path, size < kTail ? 0 : size - kTail}.Added();
   const std::size_t item = tail.rfind(Units("\nImportItem_0\r\n"));
-  return item != std::string::npos && tail.find(Units(kSendsReduced), item) != std::string::npos;
+  if (item == std::string::npos) return Reduction::kNone;
+  return ReductionIn(std::string_view(tail).substr(item));
 }
 
 void EngineLogs::Log::Mark() {

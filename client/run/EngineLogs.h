@@ -7,6 +7,9 @@ namespace client {
 
 inline constexpr char kStatusLogName[] = "StatusLog.txt";  // in the run folder
 
+// What the trace tells of a mail that leaves without its MIME content, for want of room there.
+enum class Reduction { kNone, kToText, kToNothing };
+
 // What one command added to the engine's logs.
 class EngineLogs {
  public:
@@ -19,10 +22,8 @@ class EngineLogs {
   // True if the trace tells of a saved item of that type (pipeline/ST_EML_INFO.h): the proof for
   // items that get no row in the ledger.
   bool HasSaved(std::int32_t type) const;
-  // True if the trace tells of a mail that left without its MIME content, for want of room there.
-  bool SentReduced() const;
-  // The same of the last item in the whole trace.
-  bool EndedReduced() const;
+  Reduction SentReduced() const;
+  Reduction EndedReduced() const;  // the last item in the whole trace
 
  private:
   struct Log {

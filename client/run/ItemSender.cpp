@@ -127,7 +127,7 @@ std::string ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedIte
 Outcome ItemSender::Judge(const Plan::Entry& entry, const LoadedItem& item, int result) {
   const std::string reason = m_logs.LastStatus();
   if (HasArrived(entry, item)) {
-    const bool asExpected = result == 1 || SentReduced();
+    const bool asExpected = result == 1 || SentReduced() != Reduction::kNone;
     return {Outcome::Kind::kSent, asExpected ? std::string() : reason};
   }
   m_folder.clear();  // a folder that could not be made fails every item until it is asked for again

@@ -44,10 +44,10 @@ class ItemSender {
   // True if the item has its row or, where it gets none, the trace tells of its save.
   bool HasArrived(const Plan::Entry& entry, const LoadedItem& item);
 
-  // True if the item's last try sent it without its MIME content.
-  bool SentReduced() const { return m_logs.SentReduced(); }
+  // Of the item's last try.
+  Reduction SentReduced() const { return m_logs.SentReduced(); }
   // The same of the last item of all runs.
-  bool EndedReduced() const { return m_logs.EndedReduced(); }
+  Reduction EndedReduced() const { return m_logs.EndedReduced(); }
 
   // One try: kSent, kFailed or kNotConfirmed with the text of the engine, or kLeft where a stop was
   // asked for. The journal knows before the command leaves. Throws platform::EndpointError when the

@@ -140,7 +140,10 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     // What stands for it in the target stands for no other.
     const bool found = m_adoption && m_adoption->Take(entry.item.folder, work.item);
     if (known) return {Outcome::Kind::kKnown, {}};
-    const bool cutOff = m_endedReduced && m_journal.OpenFor(entry.item.folder, work.item.key);
+    Reduction cutOff = m_endedReduced;
+    if (cutOff != Reduction::kNone && !m_journal.OpenFor(entry.item.folder, work.item.key)) {
+      cutOff = Reduction::kNone;
+    }
     outcome = HandleWork(work, found);
     TellReduced(work, cutOff, outcome);
   } catch (const SourceError& error) {
@@ -302,10 +305,13 @@ void Migration::LookForLateCopies() {
   });
 }
 
-void Migration::TellReduced(const Work& work, bool cutOff, Outcome& outcome) {
-  const bool sent = outcome.kind == Outcome::Kind::kSent && m_sender.SentReduced();
-  if (!sent && !(outcome.kind == Outcome::Kind::kKnown && cutOff)) return;
-  outcome.text = Joined(ReducedText(work.entry, work.item), outcome.text);
+void Migration::TellReduced(const Work& work, Reduction cutOff, Outcome& outcome) {
+  Reduction reduction = Reduction::kNone;
+  if (outcome.kind == Outcome::Kind::kSent) reduction = m_sender.SentReduced();
+  if (outcome.kind == Outcome::Kind::kKnown) reduction = cutOff;
+  if (reduction == Reduction::kNone) return;
+  const std::string text = ReducedText(work.entry, work.item, reduction, m_setup.IsSafe());
+  outcome.text = Joined(text, outcome.text);
   ++m_summary.reduced;
 }
 

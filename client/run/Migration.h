@@ -81,8 +81,8 @@ class Migration {
   void LookForLateCopies();
   // Of an item whose outcome stayed open through all tries.
   Outcome GivenUp(Outcome outcome);
-  // An item that was sent, or is known although `cutOff` an earlier run that had reduced it.
-  void TellReduced(const Work& work, bool cutOff, Outcome& outcome);
+  // An item that was sent, or is known although it cut off an earlier run that had reduced it.
+  void TellReduced(const Work& work, Reduction cutOff, Outcome& outcome);
   static Outcome WithDoubt(const Work& work, Outcome outcome);
   // The row of an item that was found in the target; returns a remark where it cannot be entered.
   std::string EnterRow(const Work& work);
@@ -108,8 +108,9 @@ class Migration {
   LateCopies m_late;
   std::string m_lastFailure;  // that can end a run, without its digits
   int m_failuresInARow = 0;
-  bool m_gaveUp = false;        // on the last item that was sent
-  bool m_endedReduced = false;  // the last item of the runs before arrived so, if it arrived
+  bool m_gaveUp = false;  // on the last item that was sent
+  // How the last item of the runs before arrived, if it arrived.
+  Reduction m_endedReduced = Reduction::kNone;
   Summary m_summary;
 };
 

@@ -13,6 +13,7 @@
 #include "client/sources/PreparedItem.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailLayout.h"
+#include "platform/CString.h"
 #include "platform/Unicode.h"
 
 namespace client {
@@ -31,49 +32,55 @@ std::string ReadFileOf(const Plan::Entry& entry, const LoadedItem& item, std::st
   return bytes;
 }
 
+// As the engine compares names.
+CString NameKey(const std::string& name) { return CString::FromUtf8(name).Trim().MakeUpper(); }
+
 // Names of files that go with the item by themselves.
-std::set<std::string> ListedFiles(const Plan::Entry& entry, const LoadedItem& item) {
-  const std::set<std::string> there(item.files.files.begin(), item.files.files.end());
+std::set<CString> ListedFiles(const Plan::Entry& entry, const LoadedItem& item) {
+  std::set<CString> there;
+  for (const std::string& name : item.files.files) there.insert(NameKey(name));
   const std::string bytes = ReadFileOf(entry, item, kAttachmentList);
   std::u16string units;
   for (std::size_t n = 0; n + 1 < bytes.size(); n += 2) {
     units += static_cast<char16_t>(static_cast<unsigned char>(bytes[n]) |
                                    static_cast<unsigned char>(bytes[n + 1]) << 8);
   }
-  std::set<std::string> listed;
+  std::set<CString> listed;
   const std::string text = platform::Utf16ToUtf8(units);
   for (std::size_t from = 0; from < text.size();) {
     const std::size_t end = std::min(text.find_first_of("\r\n", from), text.size());
-    std::string name = text.substr(from, end - from);
-    if (there.contains(name)) listed.insert(std::move(name));
+    const CString name = NameKey(text.substr(from, end - from));
+    if (there.contains(name)) listed.insert(name);
     from = end + 1;
   }
   return listed;
 }
 
-std::vector<std::string> LeftOut(const Plan::Entry& entry, const LoadedItem& item) {
+std::vector<std::string> LeftOut(const Plan::Entry& entry, const LoadedItem& item, bool safe) {
   const bool prepared = entry.item.prepared;
-  const auto listed = prepared ? ListedFiles(entry, item) : std::set<std::string>();
+  const auto listed = prepared ? ListedFiles(entry, item) : std::set<CString>();
   mail::LogNull log;
   const auto mail = mail::buildEmail(prepared ? ReadFileOf(entry, item, kMimeName) : item.bytes,
-                                     /*bUtf8=*/false, log);
+                                     /*bUtf8=*/false, log, mail::Mixtures::kAsTheyCame);
   std::vector<std::string> names;
   if (mail == nullptr) return names;
   for (const mail::ShownNode& node : mail::layOut(*mail, log)) {
-    if (node.nRole != mail::Role::kFile) continue;
+    if (node.nRole != mail::Role::kFile || (safe && mail::isFurtherHtml(node, log))) continue;
     std::string name(mail::fileNameOf(*node.objPlaced.pNode));
     if (name.empty()) name = fmt::format("a nameless one ({})", mail::listedType(node));
-    if (!listed.contains(name)) names.push_back(std::move(name));
+    if (!listed.contains(NameKey(name))) names.push_back(std::move(name));
   }
   return names;
 }
 
 }  // namespace
 
-std::string ReducedText(const Plan::Entry& entry, const LoadedItem& item) {
-  std::string text = fmt::format("{}: the target takes no mail of its size", kReduced);
+std::string ReducedText(const Plan::Entry& entry, const LoadedItem& item, Reduction reduction,
+                        bool safe) {
+  const std::string_view form = reduction == Reduction::kToNothing ? ", without any text" : "";
+  std::string text = fmt::format("{}{}: the target takes no mail of its size", kReduced, form);
   try {
-    const std::vector<std::string> names = LeftOut(entry, item);
+    const std::vector<std::string> names = LeftOut(entry, item, safe);
     return names.empty() ? text : fmt::format("{}; left out: {}", text, fmt::join(names, ", "));
   } catch (const SourceError& error) {
     return fmt::format("{}; what was left out cannot be told: {}", text, error.what());

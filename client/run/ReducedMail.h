@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "client/run/EngineLogs.h"
 #include "client/run/ItemLoader.h"
 #include "client/run/Plan.h"
 
@@ -14,7 +15,8 @@ namespace client {
 inline constexpr std::string_view kReduced = "arrived reduced";
 
 // That text, with the names of the attachments that were left out. What cannot be read again names
-// none.
-std::string ReducedText(const Plan::Entry& entry, const LoadedItem& item);
+// none. An engine with its safeguards (safe) leaves out no HTML that is a text of the mail.
+std::string ReducedText(const Plan::Entry& entry, const LoadedItem& item, Reduction reduction,
+                        bool safe);
 
 }  // namespace client

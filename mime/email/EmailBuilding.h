@@ -5,6 +5,7 @@
 #include "base/LogBase.h"
 #include "base/OwnedPtr.h"
 #include "mime/email/Email2.h"
+#include "mime/email/EmailNormalisation.h"
 
 namespace mail {
 
@@ -15,6 +16,7 @@ namespace mail {
 // MIME and for want of memory. The bytes are not needed afterwards.
 inline constexpr std::size_t kUtf8Probe = 50000;
 
-OwnedPtr<Email2> buildEmail(std::string_view strMime, bool bUtf8, LogBase& log);
+OwnedPtr<Email2> buildEmail(std::string_view strMime, bool bUtf8, LogBase& log,
+                            Mixtures nMixtures = Mixtures::kJoined);
 
 }  // namespace mail

@@ -126,6 +126,12 @@ std::vector<ShownNode> layOut(const Email2& objRoot, LogBase& log) {
   return Layout(objRoot, log).run();
 }
 
+bool isFurtherHtml(const ShownNode& objNode, LogBase& log) {
+  const PlacedEmail& objPlaced = objNode.objPlaced;
+  return objNode.nRole == Role::kFile && objPlaced.pNode->type().equals("text/html") &&
+         !isNamed(*objPlaced.pNode) && !isAttachment(objPlaced, log);
+}
+
 bool isNamed(const Email2& objNode) {
   return !objNode.name().isEmpty() || !objNode.fileName().isEmpty();
 }

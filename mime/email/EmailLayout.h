@@ -31,6 +31,10 @@ struct ShownNode {
 // Every node without parts, in the order of the mail. Pointers are good while the tree is the same.
 std::vector<ShownNode> layOut(const Email2& objRoot, LogBase& log);
 
+// Whether a file is HTML that no name and no disposition makes one: one more text of the mail,
+// which is listed since one HTML text is shown at most.
+bool isFurtherHtml(const ShownNode& objNode, LogBase& log);
+
 // Whether the node brings a name, of its disposition or of its type.
 bool isNamed(const Email2& objNode);
 

@@ -231,13 +231,14 @@ void dropUserDefinedCharset(MimeMessage2& objRoot, LogBase& log) {
 
 }  // namespace
 
-void normaliseMail(MimeMessage2& objRoot, std::string_view strSource, LogBase& log) {
+void normaliseMail(MimeMessage2& objRoot, std::string_view strSource, Mixtures nMixtures,
+                   LogBase& log) {
   for (const std::string_view strName : {"to", "cc", "bcc"}) {
     objRoot.header().mergeFields(strName, ",", log);
   }
   Boundaries objBoundaries(strSource);
   wrapLoneAttachment(objRoot, objBoundaries, log);
-  joinAlternatives(objRoot, objBoundaries, log);
+  if (nMixtures == Mixtures::kJoined) joinAlternatives(objRoot, objBoundaries, log);
   dropUserDefinedCharset(objRoot, log);  // while the text is the root's
   extractUuencoded(objRoot, objBoundaries, log);
 }

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "charset/LibraryNarrow.h"
 #include "ews/Settings.h"
@@ -91,10 +93,6 @@ TEST_F(BodyExtraction, OnlySafeTextsKeepWhatTheAnsiPageLacksAndMailsWithoutHtml)
   const std::string bothForms =
       "Content-Type: multipart/alternative; boundary=b\r\n\r\n--b\r\n\r\nplain\r\n"
       "--b\r\nContent-Type: text/html\r\n\r\n<meta charset=koi8-r><p>html</p>\r\n--b--\r\n";
-  const std::string twoTexts =
-      "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\nContent-Type: text/html\r\n\r\n"
-      "<p>page</p>\r\n--b\r\n\r\nfooter\r\n--b\r\nContent-Type: application/pdf; name=a.pdf\r\n"
-      "\r\nnot text\r\n--b--\r\n";
   EXPECT_EQ(Text(html).find("\xE6"), std::string::npos);
   EXPECT_EQ(Text(bothForms), "html");
   ews::Settings().bSafe = true;
@@ -102,8 +100,40 @@ TEST_F(BodyExtraction, OnlySafeTextsKeepWhatTheAnsiPageLacksAndMailsWithoutHtml)
   EXPECT_EQ(Text("Subject: x\r\nContent-Type: text/plain; charset=koi8-r\r\n\r\n\xF0\t1\r\n2"),
             "\xD0\x9F\t1\r\n2");
   EXPECT_EQ(Text(bothForms), "html");
-  EXPECT_EQ(Text(twoTexts), "page\r\nfooter");
   EXPECT_EQ(Text("Content-Type: application/pdf\r\n\r\nnot text"), "none");
+}
+
+// Forms of one text are one, and nothing else is: texts around a file are several.
+TEST_F(BodyExtraction, SafeTextsHoldEachTextOnce) {
+  ews::Settings().bSafe = true;
+  const auto multipart = [](const std::string& type, const std::vector<std::string>& parts) {
+    std::string mime = "Content-Type: multipart/" + type + "; boundary=" + type + "\r\n\r\n";
+    for (const std::string& part : parts) mime += "--" + type + "\r\n" + part + "\r\n";
+    return mime + "--" + type + "--\r\n";
+  };
+  const auto html = [](const std::string& page) {
+    return "Content-Type: text/html; charset=utf-8\r\n\r\n" + page;
+  };
+  const std::string plain = "Content-Type: text/plain\r\n\r\nplain";
+  const std::string pdf = "Content-Type: application/pdf; name=a.pdf\r\n\r\nnot text";
+  const std::string file = "Content-Disposition: attachment\r\n" + html("<p>file</p>");
+  const std::string picture =
+      html("<p>\xC2\xA0&nbsp;</p><a href='http://x/'><img src='cid:1'></a>");
+  std::string nested;
+  for (int n = 0; n < 2000; ++n) nested += "<b>";
+  const std::pair<std::string, std::string> rows[] = {
+      {multipart("mixed", {html("<p>page</p>"), plain, pdf}), "page\r\nplain"},
+      {multipart("mixed", {plain, pdf, html("<p>footer</p>")}), "plain\r\nfooter"},
+      {multipart("mixed", {plain, html("<p>page</p>")}), "plain\r\npage"},
+      {multipart("mixed", {html("<p>one</p>"), pdf, html("<p>two</p>"), file}), "one\r\ntwo"},
+      {multipart("mixed", {multipart("alternative", {plain, html("<p>page</p>")}), pdf}), "page"},
+      {multipart("alternative", {plain, html("")}), "plain"},
+      {multipart("alternative", {plain, picture}), "plain\r\n\xC2\xA0\r\n<http://x/>"},
+      {multipart("alternative", {plain, multipart("related", {picture})}),
+       "plain\r\n\xC2\xA0\r\n<http://x/>"},
+      {html(nested + "deep"), "deep"},
+  };
+  for (const auto& [mime, text] : rows) EXPECT_EQ(Text(mime), text) << mime.substr(0, 1000);
 }
 
 TEST_F(BodyExtraction, EncodingAndCharsetStandAtTheTop) {

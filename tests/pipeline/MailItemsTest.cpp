@@ -94,10 +94,14 @@ TEST_F(MailItems, EmlGoesWholeAndTheAttachmentListIsNotRead) {
 }
 
 TEST_F(MailItems, LostMimeFailsTheMailOnlyWithTheSafeSwitch) {
-  std::filesystem::create_directory(folder.Work("EmlFile.Eml"));  // there, and no file to open
-  EXPECT_EQ(Fill(), 1);
-  ews::Settings().bSafe = true;
-  EXPECT_THROW(Fill(), std::runtime_error);
+  for (const char* inside : {"EmlFile.Eml/in", "EmlFile.Eml"}) {  // no file to open, and a cut one
+    std::filesystem::remove_all(folder.Work("EmlFile.Eml"));
+    folder.WriteWork(inside, "");
+    ews::Settings().bSafe = false;
+    EXPECT_EQ(Fill(), 1);
+    ews::Settings().bSafe = true;
+    EXPECT_THROW(Fill(), std::runtime_error);
+  }
   folder.WriteWork("Imagech111.html", "<p>page</p>");  // a body of its own
   EXPECT_EQ(Fill(), 1);
 }
@@ -111,6 +115,23 @@ TEST_F(MailItems, RtfThatCannotBeReadGivesWayToTheNextBodyOnlyWithTheSafeSwitch)
   EXPECT_EQ(Fill(), 1);
   ASSERT_TRUE(mail.Body().has_value());
   EXPECT_EQ(mail.Body()->Text(), u"<p>page</p>");
+}
+
+TEST_F(MailItems, RtfThatShowsNothingGivesWayToTheNextBodyOnlyWithTheSafeSwitch) {
+  folder.WriteWork("TextFile1.txt", u"text");
+  for (const std::string& rtf : {std::string(), std::string("{\\rtf1\\ansi \\par\\~\\par}")}) {
+    folder.WriteWork("ch2111.rtf", rtf);
+    for (const bool safe : {false, true}) {
+      ews::Settings().bSafe = safe;
+      ews::EmailMessage filled{nullptr};
+      EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+      EXPECT_EQ(filled.GetMimeContent().IsSet(), !safe);
+      EXPECT_EQ(filled.Body().has_value(), safe);
+    }
+  }
+  folder.WriteWork("ch2111.rtf", "{\\rtf1 {\\pict\\pngblip 89504e}}");
+  EXPECT_EQ(Fill(), 1);
+  EXPECT_TRUE(mail.GetMimeContent().IsSet());
 }
 
 // Whatever lies there under a body's name, the mail is saved with its attachments.
@@ -135,7 +156,7 @@ TEST_F(MailItems, NoBodyFileKeepsAMailFromBeingSaved) {
         }
         ews::Settings().bSafe = safe;
         ews::EmailMessage filled{nullptr};
-        if (mime && safe && bytes == "folder") {
+        if (mime && safe && (bytes == "folder" || bytes.empty())) {
           EXPECT_THROW(handler.SaveEmailItem(filled, GetCurrPath(), &info), std::runtime_error);
         } else {
           EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
@@ -252,6 +273,10 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
   handler.m_objWebAccess.m_pService->SetUrl(u"https://mail.example.com/EWS");
   handler.m_objWebAccess.m_fldCurrent = ews::WellKnownFolderName::Inbox;
   handler.SetAllowDuplicates(false);
+  const auto trace = [&] {
+    return CString(test_support::WideText(test_support::ReadAll(folder.File("trace.txt"))))
+        .ToUtf8();
+  };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.lines);
     handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");  // as each command
@@ -268,18 +293,18 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
     const std::string log = tooLarge + "\r\r\n";
     EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
               row.error == tooLarge ? log : log + row.error + "\r\r\n");
-    const std::string trace =
-        CString(test_support::WideText(test_support::ReadAll(folder.File("trace.txt")))).ToUtf8();
-    EXPECT_THAT(trace, testing::HasSubstr(refused));
-    EXPECT_THAT(trace, testing::HasSubstr(row.lines));
+    EXPECT_THAT(trace(), testing::HasSubstr(refused));
+    EXPECT_THAT(trace(), testing::HasSubstr(row.lines));
     EXPECT_FALSE(std::filesystem::exists(folder.Work("EmlFile.Eml")));
     EXPECT_EQ(handler.CheckIfDublicateItemPresent(u"1"), row.second.empty());
     handler.m_pSqlHandler->ExecuteQuery(u"DELETE FROM MAILBOXINFO");
     for (const char* name : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(name));
   }
+  handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
   for (const bool safe : {false, true}) {  // refused before the server knew what it was
     ews::Settings().bSafe = safe;
-    folder.WriteWork("EmlFile.Eml", "From: a@x\r\n\r\ntext");
+    folder.WriteWork("EmlFile.Eml",
+                     "From: a@x\r\nDate: Mon, 4 Mar 2024 10:12:41 +0200\r\n\r\ntext");
     m_transport.Push("", 413);
     if (safe) m_transport.Push(answers::Item("I="));
     CString error;
@@ -288,7 +313,17 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
     EXPECT_EQ(std::filesystem::exists(folder.Work("EmlFile.Eml")), !safe);
     EXPECT_EQ(handler.CheckIfDublicateItemPresent(u"1"), safe);
   }
-  EXPECT_THAT(LastBody(), testing::AllOf(testing::HasSubstr("a@x"), testing::HasSubstr("text")));
+  EXPECT_THAT(LastBody(), testing::AllOf(testing::HasSubstr("a@x"), testing::HasSubstr("text"),
+                                         testing::HasSubstr("2024-03-04T08:12:41Z")));
+  EXPECT_THAT(trace(), testing::Not(testing::HasSubstr("has no text")));
+  folder.WriteWork("11comtextjj.t", u"EMAIL\n");
+  folder.WriteWork("EmlFile.Eml", "Content-Type: application/pdf\r\n\r\nx");
+  std::filesystem::remove(folder.Work("TextFile1.txt"));
+  m_transport.Push("", 413);
+  m_transport.Push(answers::Item("I="));
+  CString error;
+  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+  EXPECT_THAT(trace(), testing::HasSubstr("\r\nThe reduced mail has no text\r\n"));
 }
 
 TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {

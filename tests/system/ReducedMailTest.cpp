@@ -73,17 +73,21 @@ TEST_F(ReducedMail, ARunTellsWhatWasLeftOutAndALaterOneSendsNothing) {
   folder.Write("source/1.eml", LargeMail("1", kPage));
   folder.Write("source/2.eml", LargeMail("2", "Content-Type: text/plain\r\n\r\ntab\tform\x0C\x01"));
   folder.Write("source/3.eml", "Subject: small\r\nMessage-ID: <3@example.com>\r\n\r\nx\r\n");
+  folder.Write("source/4.eml", LargeMail("4", "Content-Type: application/zip\r\n\r\nx"));
   const Lines arguments = ServerArguments(folder, std::stoi(mailbox->Port()));
   const Result first = RunProgram("tarny", arguments, folder.Path());
   const nlohmann::json summary = SummaryOf(first, 1);
-  EXPECT_EQ(summary["sent"], 3) << first.err;
-  EXPECT_EQ(summary["arrived_reduced"], 2);
+  EXPECT_EQ(summary["sent"], 4) << first.err;
+  EXPECT_EQ(summary["arrived_reduced"], 3);
   EXPECT_EQ(summary["failed"], 0);
-  ASSERT_EQ(summary["remarks"].size(), 2U);
+  ASSERT_EQ(summary["remarks"].size(), 3U);
   const std::string remark =
       "arrived reduced: the target takes no mail of its size; left out: plan.pdf, a b.png";
   EXPECT_EQ(summary["remarks"][0]["text"], remark);
-  EXPECT_EQ(LedgerRows(folder), 3);
+  EXPECT_EQ(summary["remarks"][2]["text"],
+            "arrived reduced, without any text: the target takes no mail of its size; left out: "
+            "a nameless one (application/zip), plan.pdf, a b.png");
+  EXPECT_EQ(LedgerRows(folder), 4);
 
   const auto found = [&](const std::string& subject) {
     for (StoredItem& item : Items()) {
@@ -105,11 +109,11 @@ TEST_F(ReducedMail, ARunTellsWhatWasLeftOutAndALaterOneSendsNothing) {
 
   const nlohmann::json again = SummaryOf(RunProgram("tarny", arguments, folder.Path()));
   EXPECT_EQ(again["sent"], 0);
-  EXPECT_EQ(again["there_already"], 3);
+  EXPECT_EQ(again["there_already"], 4);
   EXPECT_EQ(again["arrived_reduced"], 0);
-  ASSERT_EQ(again["doubts"].size(), 2U);
+  ASSERT_EQ(again["doubts"].size(), 3U);
   EXPECT_EQ(again["doubts"][0]["text"], remark);
-  EXPECT_EQ(Items().size(), 3U);
+  EXPECT_EQ(Items().size(), 4U);
 }
 
 // Between the save of a reduced mail and its row the engine waits a second.
@@ -148,6 +152,8 @@ TEST_F(ReducedMail, PreparedItemsKeepTheFilesOfTheirList) {
   const std::string label = test_support::WideBytes(u"MessageID");
   descriptor.resize(descriptor.find(label));
   folder.Write(item + "11comtextjj.t", descriptor + test_support::WideBytes(u"\r\n"));
+  // Found as the engine finds it.
+  folder.Write(item + "11comtextjjAttach.t", test_support::WideBytes(u" SUMMARY.txt \r\n"));
   const Lines arguments = ServerArguments(folder, std::stoi(mailbox->Port()));
   const nlohmann::json summary = SummaryOf(RunProgram("tarny", arguments, folder.Path()), 1);
   EXPECT_EQ(summary["sent"], 6);
@@ -157,7 +163,7 @@ TEST_F(ReducedMail, PreparedItemsKeepTheFilesOfTheirList) {
   EXPECT_EQ(LedgerRows(folder), 5);
   std::vector<StoredItem> items = Items();
   const auto reduced = std::ranges::find_if(items, [](const StoredItem& stored) {
-    return stored.attachments == Files{{"summary.txt", "Chapter two in a page.\r\n"}};
+    return stored.attachments == Files{{"SUMMARY.txt", "Chapter two in a page.\r\n"}};
   });
   ASSERT_NE(reduced, items.end());
   EXPECT_THAT(reduced->info.body, HasSubstr("\xE6\xBD\xAE\xE6\xB1\x90 gauge"));
