@@ -1,8 +1,12 @@
 #include "client/run/OtherItems.h"
 
 #include <algorithm>
+#include <array>
+#include <span>
+#include <string_view>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 #include "client/run/CalendarWriter.h"
@@ -51,11 +55,30 @@ Prepared PrepareCard(const std::string& workFolder, std::int32_t type, const std
   return {std::move(descriptor), nlohmann::json::object(), std::move(group.left)};
 }
 
-// A descriptor alone does not carry these.
-void TellProps(const nlohmann::json& props, std::vector<std::string>& left) {
+// In the descriptor or its companion files, or of no use in a mailbox.
+constexpr std::array<std::string_view, 4> kNeverTold = {"uid", "start", "end", "photo"};
+// That the engine takes from ItemProps.json; it passes over all others.
+constexpr std::array<std::string_view, 1> kTaken = {"categories"};
+
+bool IsAmong(std::string_view name, std::span<const std::string_view> names) {
+  return std::ranges::find(names, name) != names.end();
+}
+
+// What a mailbox says of an item unless it is told something else.
+bool IsUsual(const std::string& name, const nlohmann::json& props) {
+  if (name == "zone") return !props.contains("series");
+  return (name == "busy" && props[name] == "Busy") || (name == "reminder" && props[name] == false);
+}
+
+// What a descriptor has no place for and the engine does not take.
+void TellProps(const nlohmann::json& props, bool hasProps, std::vector<std::string>& left) {
+  std::vector<std::string> names;
   for (const auto& [name, value] : props.items()) {
-    if (name != "uid") left.push_back(name + " as far as a descriptor has no place for it");
+    const bool isTaken = hasProps && IsAmong(name, kTaken);
+    if (!isTaken && !IsAmong(name, kNeverTold) && !IsUsual(name, props)) names.push_back(name);
   }
+  if (names.empty()) return;
+  left.push_back(fmt::format("what a descriptor has no place for of {}", fmt::join(names, ", ")));
 }
 
 }  // namespace
@@ -73,9 +96,8 @@ std::vector<std::string> WriteOther(const std::string& workFolder, std::int32_t 
                                     const std::string& text, const std::string& key) {
   const bool isCard = type == TYPE_CONTACT || type == TYPE_DIST_LIST;
   Prepared item = isCard ? PrepareCard(workFolder, type, text) : PrepareCalendar(workFolder, text);
-  if (key.empty()) {
-    TellProps(item.props, item.left);
-  } else {
+  TellProps(item.props, !key.empty(), item.left);
+  if (!key.empty()) {
     for (std::string& name : WriteItemProps(workFolder, key, std::move(item.props))) {
       item.left.push_back(name + ", which is too large");
     }
