@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Shows a migration from beginning to end: some forty mails on disk, items as a driving program
-# leaves them, two mailboxes of our own on this machine, and the engine between them. Its folders stay under build/demo; FRESH=1 starts over.
+# leaves them, calendars and cards, two mailboxes of our own on this machine, and the engine between
+# them. Its folders stay under build/demo; FRESH=1 starts over.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -70,6 +71,13 @@ show "$tarny" migrate samples/prepared --to "$url/EWS/Exchange.asmx" --run "$sma
 kill "$server"
 wait "$server" || true
 show "$tarny" mailbox ls --data "$small/mailbox" --items
+
+calendar=(migrate samples/calendar samples/contacts --to "local:$mailbox" --run "$demo/calendar")
+say "Calendars and cards: events, tasks, people and a group of them, and what of each does not arrive yet"
+show "$tarny" "${calendar[@]}"
+say "Again: none of them is sent twice"
+show "$tarny" "${calendar[@]}"
+show "$tarny" mailbox ls --data "$mailbox"
 
 say "The engine's ledger: what it has saved, by folder"
 show "$tarny" ledger "$run/SQLLiteNew.db"
