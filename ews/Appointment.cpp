@@ -1,5 +1,6 @@
 #include "ews/Appointment.h"
 
+#include <algorithm>
 #include <array>
 
 #include "ews/ItemFields.h"
@@ -45,13 +46,19 @@ ews::Recurrence& Appointment::Recurrence() {
   return *m_objRecurrence;
 }
 
-AttendeeCollection& Appointment::RequiredAttendees() {
-  Touch(kRequired);
-  return m_objRequired;
+std::ptrdiff_t Appointment::RequiredCount() const {
+  return std::count_if(m_objRequired.begin(), m_objRequired.end(),
+                       [](const EmailAddress& objAddress) { return !objAddress.IsBlank(); });
+}
+
+void Appointment::SetStored() {
+  Item::SetStored();
+  m_nRequiredStored = RequiredCount();
 }
 
 void Appointment::Update(ConflictResolutionMode eConflict,
                          SendInvitationsOrCancellationsMode eSend) {
+  if (RequiredCount() != m_nRequiredStored) Touch(kRequired);
   SendChanges([&](SoapWriter& objWriter) {
     objWriter.Attribute("ConflictResolution", WireName(eConflict));
     objWriter.Attribute("SendMeetingInvitationsOrCancellations", WireName(eSend));

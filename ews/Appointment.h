@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "ews/EmailAddress.h"
 #include "ews/Item.h"
 #include "ews/Recurrence.h"
@@ -27,8 +29,8 @@ class Appointment : public Item {
   // To be read or changed; once the item is stored, counts as a change. Throws ServiceException for
   // a single appointment.
   ews::Recurrence& Recurrence();
-  // The same, to be added to.
-  AttendeeCollection& RequiredAttendees();
+  // To be read or added to; who came in after the item was stored counts as a change.
+  AttendeeCollection& RequiredAttendees() { return m_objRequired; }
 
   // Sends what was changed since the appointment was stored, attachments too; without a change
   // nothing is sent. Throws ServiceException as Save does, and before the first Save.
@@ -39,12 +41,15 @@ class Appointment : public Item {
   void WriteOwnFields(ItemFields& objFields) const override;
   void WriteCreateAttributes(SoapWriter& objWriter) const override;
   std::span<const std::string_view> LocalFields() const override;
+  void SetStored() override;
+  std::ptrdiff_t RequiredCount() const;  // those who have an address
 
   std::optional<CString> m_strLocation;
   std::optional<COleDateTime> m_dtStart;
   std::optional<COleDateTime> m_dtEnd;
   std::optional<ews::Recurrence> m_objRecurrence;
   AttendeeCollection m_objRequired;
+  std::ptrdiff_t m_nRequiredStored = 0;
 };
 
 }  // namespace ews

@@ -143,7 +143,10 @@ std::optional<std::string> Discovery::TryUrl(std::string strUrl) {
     if (!objAnswer) return std::nullopt;
     switch (objAnswer->eKind) {
       case PoxAnswer::Kind::kError:
-        Note(kServerText, objAnswer->strValue);
+        Note(kServerText, HostForMessage(strUrl) + " " + objAnswer->strValue);
+        return std::nullopt;
+      case PoxAnswer::Kind::kNothing:  // says no more than that no such server is there
+        Note(kUnreachable, HostForMessage(strUrl) + " " + objAnswer->strValue);
         return std::nullopt;
       case PoxAnswer::Kind::kSettings:
         if (IsTrusted(objAnswer->strValue)) return objAnswer->strValue;
@@ -228,7 +231,7 @@ std::optional<PoxAnswer> Discovery::Post(const std::string& strUrl) {
       PoxAnswer objAnswer = ReadPoxAnswer(objResponse.strBody);
       if (!objAnswer.bBroken) return objAnswer;
       objFailure.bMayPass = true;
-      Note(kHttpStatus, objAnswer.strValue, objFailure);
+      Note(kHttpStatus, HostForMessage(strUrl) + " " + objAnswer.strValue, objFailure);
       return std::nullopt;
     }
     objFailure.bMayPass = objResponse.nStatus == 400;

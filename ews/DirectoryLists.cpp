@@ -41,6 +41,18 @@ std::string TextOf(const nlohmann::json& objJson, const char* pszKey) {
   return it != objJson.end() && it->is_string() ? it->get<std::string>() : std::string();
 }
 
+// "" where no page follows. A link that cannot be followed is none of that: the list would look
+// whole.
+std::string NextUrlOf(const nlohmann::json& objJson) {
+  constexpr const char* kNextLink = "@odata.nextLink";
+  std::string strUrl = TextOf(objJson, kNextLink);
+  if (strUrl.empty() && objJson.contains(kNextLink) && !objJson[kNextLink].is_null()) {
+    throw ServiceException(
+        "The request failed. The directory's answer names a next page without its address.");
+  }
+  return strUrl;
+}
+
 std::string FirstPageUrl(DirectoryList eList) {
   std::string strUrl = Settings().strGraphUrl.ToUtf8();
   while (strUrl.ends_with('/')) strUrl.pop_back();
@@ -117,7 +129,7 @@ DirectoryPage ReadDirectoryPage(std::string_view strJson) {
     if (strAddress.empty()) continue;
     objPage.arrEntries.push_back({TextOf(objEntry, "displayName"), std::move(strAddress)});
   }
-  objPage.strNextUrl = TextOf(objJson, "@odata.nextLink");
+  objPage.strNextUrl = NextUrlOf(objJson);
   return objPage;
 }
 

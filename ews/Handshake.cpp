@@ -8,6 +8,7 @@
 #include "ews/KerberosTicket.h"
 #include "ews/ServiceException.h"
 #include "ews/Url.h"
+#include "platform/Unicode.h"
 
 namespace ews {
 namespace {
@@ -25,6 +26,17 @@ bool Offers(const HttpResponse& objResponse, std::string_view strScheme) {
     }
   }
   return false;
+}
+
+// The proof takes a user's name in capitals, of which libcurl knows those of ASCII alone: other
+// letters are given to it as capitals. The domain before the name goes into the proof as it is.
+CString NtlmUser(const CString& strUser) {
+  std::u16string str(strUser.View());
+  const size_t nSeparator = str.find(str.find(u'\\') == str.npos ? u'/' : u'\\');
+  for (size_t i = nSeparator == str.npos ? 0 : nSeparator + 1; i < str.size(); ++i) {
+    if (str[i] > 0x7F) str[i] = platform::UpperUnit(str[i]);
+  }
+  return CString(str);
 }
 
 // libcurl's handshake makes 16-bit units of bytes one to one.
@@ -46,9 +58,9 @@ std::string KerberosObstacle(const WebCredentials& objUser) {
 }
 
 std::string NtlmObstacle(const WebCredentials& objUser) {
-  if (ForNtlm(objUser.User()) && ForNtlm(objUser.Password())) return {};
-  return " It asks for an NTLM logon, which is not possible here with a user name or a password "
-         "that holds characters beyond Latin-1.";
+  if (ForNtlm(NtlmUser(objUser.User())) && ForNtlm(objUser.Password())) return {};
+  return " It asks for an NTLM logon, which is not possible here with a user name in capitals "
+         "or a password that holds characters beyond Latin-1.";
 }
 
 struct Way {
@@ -87,7 +99,8 @@ void SetHandshake(CURL* pCurl, Handshake eHandshake, const WebCredentials& objUs
     curl_easy_setopt(pCurl, CURLOPT_USERPWD, ":");  // the ticket says who it is
   } else if (eHandshake == Handshake::kNtlm) {
     curl_easy_setopt(pCurl, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NTLM));
-    curl_easy_setopt(pCurl, CURLOPT_USERNAME, ForNtlm(objUser.User()).value_or("").c_str());
+    curl_easy_setopt(pCurl, CURLOPT_USERNAME,
+                     ForNtlm(NtlmUser(objUser.User())).value_or("").c_str());
     curl_easy_setopt(pCurl, CURLOPT_PASSWORD, ForNtlm(objUser.Password()).value_or("").c_str());
   }
 }

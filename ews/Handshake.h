@@ -16,7 +16,7 @@ namespace ews {
 enum class Handshake {
   kNone,
   kKerberos,  // offered as Negotiate; with a ticket of that user alone, never that of another
-  kNtlm       // names and passwords of Latin-1 characters alone
+  kNtlm       // names and passwords of Latin-1 characters alone, names also in capitals
 };
 
 // What will do for a server that answered 401 to Basic, best first; none where it offers Basic, so

@@ -186,8 +186,8 @@ bool Item::Delete() {
     (void)m_pService->CallForOne(ExchangeService::Effect::kOnceAtMost, [&](SoapWriter& objWriter) {
       objWriter.Start(kMessages, "DeleteItem");
       objWriter.Attribute("DeleteType", std::string_view("HardDelete"));
-      objWriter.Attribute("SendMeetingCancellations", std::string_view("SendToNone"));
       objWriter.Attribute("AffectedTaskOccurrences", std::string_view("AllOccurrences"));
+      objWriter.Attribute("SendMeetingCancellations", std::string_view("SendToNone"));
       objWriter.Start(kMessages, "ItemIds");
       objWriter.Start(kTypes, "ItemId");
       objWriter.Attribute("Id", m_objId.strUniqueId);

@@ -71,6 +71,8 @@ class Item {
   // where there is nothing. fnAttributes writes the attributes of UpdateItem. Throws as Save does,
   // and for an item without an id.
   void SendChanges(const std::function<void(SoapWriter&)>& fnAttributes);
+  // Called when the server has all that was set until then.
+  virtual void SetStored();
   // Attributes of CreateItem.
   virtual void WriteCreateAttributes(SoapWriter& objWriter) const;
 
@@ -91,7 +93,6 @@ class Item {
   bool Delete();
   void SendNewAttachments();
   bool IsTouched(std::string_view strUri) const;
-  void SetStored();
 
   std::shared_ptr<ExchangeService> m_pService;
   ItemId m_objId;

@@ -32,21 +32,18 @@ std::string EndpointOf(pugi::xml_node objAccount) {
   return {};
 }
 
-PoxAnswer ErrorAnswer(std::string strText) { return {PoxAnswer::Kind::kError, std::move(strText)}; }
-
 }  // namespace
 
 PoxAnswer ReadPoxAnswer(std::string_view strXml) {
   pugi::xml_document objDocument;
   if (!LoadXml(objDocument, strXml)) {
-    PoxAnswer objAnswer = ErrorAnswer("The answer is no autodiscovery answer.");
-    objAnswer.bBroken = strXml.find("<Autodiscover") != std::string_view::npos;
-    return objAnswer;
+    return {PoxAnswer::Kind::kNothing, "gives no autodiscovery answer.",
+            strXml.find("<Autodiscover") != std::string_view::npos};
   }
   const pugi::xml_node objResponse = Child(Child(objDocument, "Autodiscover"), "Response");
   if (const pugi::xml_node objError = Child(objResponse, "Error")) {
-    return ErrorAnswer("The server answered: " + TextOf(objError, "Message") + " (" +
-                       TextOf(objError, "ErrorCode") + ").");
+    return {PoxAnswer::Kind::kError, "answered: " + TextOf(objError, "Message") + " (" +
+                                         TextOf(objError, "ErrorCode") + ")."};
   }
   const pugi::xml_node objAccount = Child(objResponse, "Account");
   const std::string strAction = TextOf(objAccount, "Action");
@@ -58,7 +55,7 @@ PoxAnswer ReadPoxAnswer(std::string_view strXml) {
   } else if (strAction == "redirectUrl") {
     objAnswer = {PoxAnswer::Kind::kRedirectUrl, TextOf(objAccount, "RedirectUrl")};
   }
-  if (objAnswer.strValue.empty()) return ErrorAnswer("The answer names no endpoint.");
+  if (objAnswer.strValue.empty()) return {PoxAnswer::Kind::kNothing, "names no endpoint."};
   return objAnswer;
 }
 

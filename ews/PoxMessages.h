@@ -9,13 +9,16 @@
 namespace ews {
 
 struct PoxAnswer {
-  enum class Kind { kSettings, kRedirectAddress, kRedirectUrl, kError };
-  Kind eKind = Kind::kError;
-  std::string strValue;  // endpoint, mail address, URL, or the server's text
+  // kNothing: not what the protocol knows, as from a web server that answers for any path.
+  enum class Kind { kSettings, kRedirectAddress, kRedirectUrl, kError, kNothing };
+  Kind eKind = Kind::kNothing;
+  // Endpoint, mail address or URL; for the other two the rest of a sentence that begins with the
+  // server's name.
+  std::string strValue;
   bool bBroken = false;  // an answer of this kind, and not whole
 };
 
-// Never throws: what is no answer of this kind is an error with a text of our own.
+// Never throws.
 PoxAnswer ReadPoxAnswer(std::string_view strXml);
 std::string WritePoxRequest(const CString& strAddress);  // throws as SoapWriter does
 

@@ -78,6 +78,22 @@ TEST_F(AppointmentTest, AChangedDateGoesWithItsZoneAndWhatIsUnsetIsTakenAway) {
   EXPECT_THROW(m_appointment.Recurrence(), ews::ServiceException);
 }
 
+TEST_F(AppointmentTest, AttendeesWhoAreOnlyLookedAtAreNoChange) {
+  const auto add = [&](const CString& who) { m_appointment.RequiredAttendees().Add(who); };
+  add(u"ann@example.com");
+  Save();
+  EXPECT_EQ(m_appointment.RequiredAttendees().Count(), 1);
+  add(u" ");
+  EXPECT_EQ(Update(), "no exception");
+  EXPECT_EQ(m_transport.Requests().size(), 1u);
+  add(u"bob@example.com");
+  EXPECT_THAT(Updated(), AllOf(HasSubstr("ann@example.com"), HasSubstr("bob@example.com")));
+  EXPECT_EQ(Update(), "no exception");
+  EXPECT_EQ(m_transport.Requests().size(), 2u);
+  m_appointment.RequiredAttendees() = {};
+  EXPECT_THAT(Updated(), HasSubstr("<t:DeleteItemField><t:FieldURI FieldURI=\"calendar:Required"));
+}
+
 TEST_F(AppointmentTest, ARefusedUpdateKeepsItsChangesForTheNextOne) {
   Save();
   m_appointment.RequiredAttendees().Add(u"bob@example.com");

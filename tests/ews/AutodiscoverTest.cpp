@@ -186,7 +186,7 @@ TEST(PoxAnswer, TheOutsideEndpointIsPreferred) {
   EXPECT_EQ(answer.eKind, ews::PoxAnswer::Kind::kSettings);
   EXPECT_EQ(answer.strValue, "https://out/");
   for (const char* text : {"", "<html/>", "<Autodiscover/>", "<Autodiscover><Response><Account>"}) {
-    EXPECT_EQ(ews::ReadPoxAnswer(text).eKind, ews::PoxAnswer::Kind::kError) << text;
+    EXPECT_EQ(ews::ReadPoxAnswer(text).eKind, ews::PoxAnswer::Kind::kNothing) << text;
   }
 }
 

@@ -179,6 +179,11 @@ TEST_F(DirectoryFile, AListIsWholeOrNotThere) {
     m_transport.Push(body);
     EXPECT_THAT(Write(), testing::HasSubstr("holds no list")) << body.substr(0, 20);
   }
+  for (const char* link : {"\"\"", "7", "[\"https://graph.microsoft.com/2\"]", "{}"}) {
+    PushToken("T");
+    m_transport.Push("{\"value\":[" + kSales + "],\"@odata.nextLink\":" + link + "}");
+    EXPECT_THAT(Write(), testing::HasSubstr("next page without its address")) << link;
+  }
   PushToken("T");
   m_transport.Push(std::string(ews::kMaxDirectoryPageBytes + 1, ' '));
   EXPECT_THAT(Write(), testing::HasSubstr("too large"));

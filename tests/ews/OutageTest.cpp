@@ -336,6 +336,39 @@ TEST_F(Outage, ATokenAndTheEndpointAreWaitedForToo) {
               HasSubstr("HTTP 401"));
 }
 
+// A web server that answers for any path says nothing of the mailbox server.
+TEST_F(Outage, AWebPageAtTheDomainHidesNoOutageOfTheMailboxServer) {
+  ews::Settings().nPatience = std::chrono::seconds(5);
+  const auto discover = [&](const CString& domain) {
+    return TextOf([&] { m_service->AutodiscoverUrl(u"a@" + domain, nullptr); });
+  };
+  const std::pair<std::string, CString> rows[] = {{"<html>Welcome</html>", u"one.example.com"},
+                                                  {"Welcome", u"two.example.com"},
+                                                  {"<Autodiscover/>", u"three.example.com"}};
+  for (const auto& [page, domain] : rows) {
+    SCOPED_TRACE(page);
+    const auto before = m_transport.Waited();
+    for (int i = 0; i < 20; ++i) {
+      m_transport.Push(page);
+      m_transport.Push("", 503);
+      m_transport.Push("", 404);
+    }
+    EXPECT_THAT(discover(domain),
+                AllOf(HasSubstr("autodiscover." + domain.ToUtf8() + " answered HTTP 503"),
+                      HasSubstr(ews::kWaitedFor)));
+    EXPECT_GE(m_transport.Waited() - before, std::chrono::seconds(3));
+    m_transport.Clear();
+  }
+  const std::string refusal =
+      "<Autodiscover><Response><Error><ErrorCode>500</ErrorCode><Message>Unknown</Message></Error>"
+      "</Response></Autodiscover>";
+  m_transport.Push("Welcome");
+  m_transport.Push(refusal);
+  const std::string text = discover(u"example.com");
+  EXPECT_THAT(text, HasSubstr("autodiscover.example.com answered: Unknown (500)."));
+  EXPECT_THAT(text, Not(HasSubstr(ews::kWaitedFor)));
+}
+
 // No item fails by an outage for which nobody wants to wait, either.
 TEST_F(Outage, WithoutPatienceItIsGivenUpAtOnce) {
   ews::Settings().nPatience = {};

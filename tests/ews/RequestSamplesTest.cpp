@@ -91,6 +91,18 @@ ews::EmailMessage MakeMail(Sender& sender) {
   return mail;
 }
 
+// An item is deleted only where it was just made and its attachments were refused.
+void TakeBackMailWithoutItsFile(Sender& sender) {
+  ews::Settings().bSafe = true;
+  ews::EmailMessage mail(sender.service);
+  mail.Attachments().AddFileAttachment(sender.File("a.txt"));
+  sender.transport.Push(answers::Item("AAMkItem1="));
+  sender.transport.Push(answers::Error("CreateAttachment", "ErrorQuotaExceeded", "Full."));
+  sender.transport.Push(answers::Success("DeleteItem", ""));
+  EXPECT_NE(TextOf([&] { mail.Save(kInbox); }), "no exception");
+  EXPECT_FALSE(mail.Id().IsSet());
+}
+
 ews::Appointment MakeAppointment(Sender& sender) {
   ews::Appointment appointment(sender.service);
   appointment.SetLocation(u"Room 1");
@@ -391,6 +403,7 @@ const Row kRows[] = {
      }},
     {"43-createitem-contactgroup-display-name-address",
      [](Sender& s) { SaveGroup(s, u"x", {u"Bob Builder <bob@example.com>"}, std::nullopt); }},
+    {"74-deleteitem", TakeBackMailWithoutItsFile},
     {"50-impersonation-basic", [](Sender& s) { FindImpersonating(s, u"target@example.com"); }},
     {"51-oauth-impersonation-anchor",
      [](Sender& s) { FindImpersonating(s, u"target@example.com"); }},
@@ -403,7 +416,6 @@ const std::pair<const char*, const char*> kNotSent[] = {
     {"70-getfolder", "folders are found, not fetched"},
     {"71-finditem", "ids and keys are asked for, not all properties"},
     {"72-getitem-mime-attachments", "contents are not read back"},
-    {"74-deleteitem", "nothing is deleted"},
 };
 
 class RequestSample : public ScriptedService, public testing::WithParamInterface<Row> {

@@ -39,6 +39,8 @@ class ScriptedTransport : public ews::EwsTransport {
     m_script.push_back({{-1, {}, std::move(text)}, failure});
   }
 
+  void Clear() { m_script.clear(); }
+
   void PushServers(std::vector<ews::SrvRecord> servers) { m_servers = std::move(servers); }
 
   const std::vector<Sent>& Requests() const { return m_sent; }
