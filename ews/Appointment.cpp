@@ -13,7 +13,13 @@ namespace {
 constexpr std::string_view kStart = "calendar:Start";
 constexpr std::string_view kEnd = "calendar:End";
 constexpr std::string_view kLocation = "calendar:Location";
+constexpr std::string_view kAllDay = "calendar:IsAllDayEvent";
+constexpr std::string_view kFreeBusy = "calendar:LegacyFreeBusyStatus";
 constexpr std::string_view kRequired = "calendar:RequiredAttendees";
+constexpr std::string_view kOptional = "calendar:OptionalAttendees";
+constexpr std::string_view kResources = "calendar:Resources";
+constexpr std::string_view kStartZone = "calendar:StartTimeZone";
+constexpr std::string_view kEndZone = "calendar:EndTimeZone";
 constexpr std::string_view kRecurrence = "calendar:Recurrence";
 constexpr std::array kLocalFields{kStart, kEnd, kRecurrence};
 
@@ -34,6 +40,22 @@ void Appointment::SetEnd(const COleDateTime& dt) {
   Touch(kEnd);
 }
 
+void Appointment::SetAllDay(bool bAllDay) {
+  m_bAllDay = bAllDay;
+  Touch(kAllDay);
+}
+
+void Appointment::SetFreeBusy(LegacyFreeBusyStatus eStatus) {
+  m_eFreeBusy = eStatus;
+  Touch(kFreeBusy);
+}
+
+void Appointment::SetTimeZone(std::string strZone) {
+  m_strZone = std::move(strZone);
+  Touch(kStartZone);
+  Touch(kEndZone);
+}
+
 void Appointment::SetRecurrence(std::optional<ews::Recurrence> objRecurrence) {
   m_objRecurrence = std::move(objRecurrence);
   Touch(kRecurrence);
@@ -48,6 +70,16 @@ ews::Recurrence& Appointment::Recurrence() {
 AttendeeCollection& Appointment::RequiredAttendees() {
   Touch(kRequired);
   return m_objRequired;
+}
+
+AttendeeCollection& Appointment::OptionalAttendees() {
+  Touch(kOptional);
+  return m_objOptional;
+}
+
+AttendeeCollection& Appointment::Resources() {
+  Touch(kResources);
+  return m_objResources;
 }
 
 void Appointment::Update(ConflictResolutionMode eConflict,
@@ -73,10 +105,23 @@ void Appointment::WriteOwnFields(ItemFields& objFields) const {
   objFields.Field(kEnd, m_dtEnd.has_value(), [&](SoapWriter& objWriter) {
     objWriter.Text(std::string_view(FormatUtc(*m_dtEnd)));
   });
+  objFields.Flag(kAllDay, m_bAllDay);
+  objFields.Field(kFreeBusy, m_eFreeBusy.has_value(),
+                  [&](SoapWriter& objWriter) { objWriter.Text(WireName(*m_eFreeBusy)); });
   objFields.Text(kLocation, m_strLocation);
   objFields.Attendees(kRequired, m_objRequired);
+  objFields.Attendees(kOptional, m_objOptional);
+  objFields.Attendees(kResources, m_objResources);
   objFields.Field(kRecurrence, m_objRecurrence.has_value(),
-                  [&](SoapWriter& objWriter) { m_objRecurrence->WriteTo(objWriter); });
+                  [&](SoapWriter& objWriter) {
+                    m_objRecurrence->WriteTo(objWriter, m_strZone.empty() ? &FormatLocalDay
+                                                                          : &FormatDay);
+                  });
+  for (const std::string_view strUri : {kStartZone, kEndZone}) {
+    objFields.Field(strUri, !m_strZone.empty(), [&](SoapWriter& objWriter) {
+      objWriter.Attribute("Id", std::string_view(m_strZone));
+    });
+  }
 }
 
 }  // namespace ews

@@ -21,6 +21,11 @@ class Appointment : public Item {
   void SetEnd(const COleDateTime& dt);
   const std::optional<COleDateTime>& Start() const { return m_dtStart; }
   const std::optional<COleDateTime>& End() const { return m_dtEnd; }
+  void SetAllDay(bool bAllDay);
+  void SetFreeBusy(LegacyFreeBusyStatus eStatus);
+  // The Windows name of the zone whose clock and days the series keeps; the machine's otherwise.
+  // Start and End stay dates of the machine's.
+  void SetTimeZone(std::string strZone);
   // None makes it a single appointment.
   void SetRecurrence(std::optional<ews::Recurrence> objRecurrence);
   bool IsRecurring() const { return m_objRecurrence.has_value(); }
@@ -29,6 +34,8 @@ class Appointment : public Item {
   ews::Recurrence& Recurrence();
   // The same, to be added to.
   AttendeeCollection& RequiredAttendees();
+  AttendeeCollection& OptionalAttendees();
+  AttendeeCollection& Resources();
 
   // Sends what was changed since the appointment was stored, attachments too; without a change
   // nothing is sent. Throws ServiceException as Save does, and before the first Save.
@@ -39,12 +46,18 @@ class Appointment : public Item {
   void WriteOwnFields(ItemFields& objFields) const override;
   void WriteCreateAttributes(SoapWriter& objWriter) const override;
   std::span<const std::string_view> LocalFields() const override;
+  std::string OwnZone() const override { return m_strZone; }
 
   std::optional<CString> m_strLocation;
   std::optional<COleDateTime> m_dtStart;
   std::optional<COleDateTime> m_dtEnd;
+  std::optional<bool> m_bAllDay;
+  std::optional<LegacyFreeBusyStatus> m_eFreeBusy;
+  std::string m_strZone;
   std::optional<ews::Recurrence> m_objRecurrence;
   AttendeeCollection m_objRequired;
+  AttendeeCollection m_objOptional;
+  AttendeeCollection m_objResources;
 };
 
 }  // namespace ews
