@@ -112,11 +112,9 @@ void Appointment::WriteOwnFields(ItemFields& objFields) const {
   objFields.Attendees(kRequired, m_objRequired);
   objFields.Attendees(kOptional, m_objOptional);
   objFields.Attendees(kResources, m_objResources);
-  objFields.Field(kRecurrence, m_objRecurrence.has_value(),
-                  [&](SoapWriter& objWriter) {
-                    m_objRecurrence->WriteTo(objWriter, m_strZone.empty() ? &FormatLocalDay
-                                                                          : &FormatDay);
-                  });
+  objFields.Field(kRecurrence, m_objRecurrence.has_value(), [&](SoapWriter& objWriter) {
+    m_objRecurrence->WriteTo(objWriter, m_strZone.empty() ? &FormatLocalDay : &FormatDay);
+  });
   for (const std::string_view strUri : {kStartZone, kEndZone}) {
     objFields.Field(strUri, !m_strZone.empty(), [&](SoapWriter& objWriter) {
       objWriter.Attribute("Id", std::string_view(m_strZone));

@@ -45,10 +45,9 @@ Recurrence Recurrence::DailyPattern(const COleDateTime& dtStart, int nInterval) 
 
 Recurrence Recurrence::WeeklyPattern(const COleDateTime& dtStart, int nInterval,
                                      DayOfTheWeek eDay) {
-  return {dtStart,
-          {.strElement = "WeeklyRecurrence",
-           .nInterval = ValidInterval(nInterval),
-           .arrDays = {eDay}}};
+  return {
+      dtStart,
+      {.strElement = "WeeklyRecurrence", .nInterval = ValidInterval(nInterval), .arrDays = {eDay}}};
 }
 
 Recurrence Recurrence::WeeklyPattern(const COleDateTime& dtStart, int nInterval,

@@ -25,10 +25,10 @@ constexpr std::array kDays{DayOfTheWeek::Sunday,    DayOfTheWeek::Monday,   DayO
 constexpr std::array kIndexes{ews::DayOfTheWeekIndex::First, ews::DayOfTheWeekIndex::Second,
                               ews::DayOfTheWeekIndex::Third, ews::DayOfTheWeekIndex::Fourth,
                               ews::DayOfTheWeekIndex::Last};
-constexpr std::array kMonths{ews::Month::January,   ews::Month::February, ews::Month::March,
-                             ews::Month::April,     ews::Month::May,      ews::Month::June,
-                             ews::Month::July,      ews::Month::August,   ews::Month::September,
-                             ews::Month::October,   ews::Month::November, ews::Month::December};
+constexpr std::array kMonths{ews::Month::January, ews::Month::February, ews::Month::March,
+                             ews::Month::April,   ews::Month::May,      ews::Month::June,
+                             ews::Month::July,    ews::Month::August,   ews::Month::September,
+                             ews::Month::October, ews::Month::November, ews::Month::December};
 constexpr std::array kBusy{ews::LegacyFreeBusyStatus::Free, ews::LegacyFreeBusyStatus::Tentative,
                            ews::LegacyFreeBusyStatus::Busy, ews::LegacyFreeBusyStatus::OOF,
                            ews::LegacyFreeBusyStatus::WorkingElsewhere};
@@ -198,8 +198,12 @@ std::chrono::sys_days DayOf(const COleDateTime& dt) {
 
 COleDateTime MidnightOf(std::chrono::sys_days objDay) {
   const std::chrono::year_month_day obj(objDay);
-  return {static_cast<int>(obj.year()), static_cast<int>(static_cast<unsigned>(obj.month())),
-          static_cast<int>(static_cast<unsigned>(obj.day())), 0, 0, 0};
+  return {static_cast<int>(obj.year()),
+          static_cast<int>(static_cast<unsigned>(obj.month())),
+          static_cast<int>(static_cast<unsigned>(obj.day())),
+          0,
+          0,
+          0};
 }
 
 // The service keeps whole days from midnight to midnight, of the zone of the request. A clock

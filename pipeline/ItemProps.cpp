@@ -83,8 +83,7 @@ bool TakeEach(const json& objValue, ItemProps& objProps) {
 
 bool TakeSensitivity(const json& objValue, ItemProps& objProps) {
   using enum ews::Sensitivity;
-  objProps.eSensitivity =
-      PropChoice(objValue, std::array{Normal, Personal, Private, Confidential});
+  objProps.eSensitivity = PropChoice(objValue, std::array{Normal, Personal, Private, Confidential});
   return objProps.eSensitivity.has_value();
 }
 

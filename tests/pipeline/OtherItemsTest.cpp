@@ -162,12 +162,12 @@ TEST(OtherItems, ASeriesOfThePropertiesStandsAboveTheDescriptors) {
   ews::Settings().bSafe = true;
   for (const auto& row : rows) {
     SCOPED_TRACE(row.json);
-    run.folder.WriteWork("ItemProps.json", std::string(R"({"series": {"start": "2024-03-11", )") +
-                                               row.json + "}}");
+    run.folder.WriteWork("ItemProps.json",
+                         std::string(R"({"series": {"start": "2024-03-11", )") + row.json + "}}");
     for (const bool task : {false, true}) {
-      ASSERT_EQ(task ? run.Import(WellKnownFolderName::Tasks, Task(u"W,3;1;0;2024-03-13;;;"))
-                     : run.Import(WellKnownFolderName::Calendar,
-                                  Calendar(u"W,3;1;0;2024-03-13;;;")),
+      ASSERT_EQ(task
+                    ? run.Import(WellKnownFolderName::Tasks, Task(u"W,3;1;0;2024-03-13;;;"))
+                    : run.Import(WellKnownFolderName::Calendar, Calendar(u"W,3;1;0;2024-03-13;;;")),
                 1)
           << run.error;
       EXPECT_EQ(SeriesOf(run.Last(task ? "tasks" : "calendar")),
