@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 
 #include "ews/EmailAddress.h"
@@ -23,6 +24,11 @@ class Appointment : public Item {
   void SetEnd(const COleDateTime& dt);
   const std::optional<COleDateTime>& Start() const { return m_dtStart; }
   const std::optional<COleDateTime>& End() const { return m_dtEnd; }
+  void SetAllDay(bool bAllDay);
+  void SetFreeBusy(LegacyFreeBusyStatus eStatus);
+  // The Windows name of the zone whose clock and days the series keeps; the machine's otherwise.
+  // Start and End stay dates of the machine's.
+  void SetTimeZone(std::string strZone);
   // None makes it a single appointment.
   void SetRecurrence(std::optional<ews::Recurrence> objRecurrence);
   bool IsRecurring() const { return m_objRecurrence.has_value(); }
@@ -31,6 +37,8 @@ class Appointment : public Item {
   ews::Recurrence& Recurrence();
   // To be read or added to; who came in after the item was stored counts as a change.
   AttendeeCollection& RequiredAttendees() { return m_objRequired; }
+  AttendeeCollection& OptionalAttendees() { return m_objOptional; }
+  AttendeeCollection& Resources() { return m_objResources; }
 
   // Sends what was changed since the appointment was stored, attachments too; without a change
   // nothing is sent. Throws ServiceException as Save does, and before the first Save.
@@ -42,14 +50,21 @@ class Appointment : public Item {
   void WriteCreateAttributes(SoapWriter& objWriter) const override;
   std::span<const std::string_view> LocalFields() const override;
   void SetStored() override;
-  std::ptrdiff_t RequiredCount() const;  // those who have an address
+  std::string OwnZone() const override { return m_strZone; }
+  // Of the three lists above, those who have an address.
+  std::array<std::ptrdiff_t, 3> AttendeeCounts() const;
 
   std::optional<CString> m_strLocation;
   std::optional<COleDateTime> m_dtStart;
   std::optional<COleDateTime> m_dtEnd;
+  std::optional<bool> m_bAllDay;
+  std::optional<LegacyFreeBusyStatus> m_eFreeBusy;
+  std::string m_strZone;
   std::optional<ews::Recurrence> m_objRecurrence;
   AttendeeCollection m_objRequired;
-  std::ptrdiff_t m_nRequiredStored = 0;
+  AttendeeCollection m_objOptional;
+  AttendeeCollection m_objResources;
+  std::array<std::ptrdiff_t, 3> m_arrStoredCounts{};
 };
 
 }  // namespace ews

@@ -14,7 +14,6 @@
 #include "ews/Settings.h"
 #include "ews/SoapWriter.h"
 #include "ews/Url.h"
-#include "platform/WindowsTimeZone.h"
 
 namespace ews {
 namespace {
@@ -211,7 +210,7 @@ FindFoldersResults ExchangeService::Find(const FolderId& objParent, const Search
 }
 
 SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody,
-                                   bool bInZone) {
+                                   std::string_view strZone) {
   if (m_strUrl.IsEmpty()) throw ServiceException(kNoService);
   if (eEffect == Effect::kOnceAtMost && !Settings().bSafe) eEffect = Effect::kCreates;
   const CString* pImpersonated = nullptr;
@@ -221,8 +220,7 @@ SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(Soap
     }
     pImpersonated = &m_objImpersonated->Id();
   }
-  SoapWriter objWriter(m_eVersion, pImpersonated,
-                       bInZone ? platform::WindowsTimeZoneName() : std::string());
+  SoapWriter objWriter(m_eVersion, pImpersonated, strZone);
   fnBody(objWriter);
   RequestBody objBody = objWriter.Finish();
   HttpRequest objRequest = MakeRequest(objBody);
@@ -232,8 +230,8 @@ SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(Soap
 
 ResponseMessage ExchangeService::CallForOne(Effect eEffect,
                                             const std::function<void(SoapWriter&)>& fnBody,
-                                            bool bInZone) {
-  SoapResponse objResponse = Call(eEffect, fnBody, bInZone);
+                                            std::string_view strZone) {
+  SoapResponse objResponse = Call(eEffect, fnBody, strZone);
   if (objResponse.arrMessages.empty()) {
     throw ServiceException(eEffect == Effect::kCreates ? WithOpenOutcome(kNoAnswer, "The server")
                                                        : kNoAnswer);

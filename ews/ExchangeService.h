@@ -95,13 +95,13 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
 
   // One SOAP call, for the classes of this library: fnBody writes what stands in the body. Returns
   // the response messages as they are, failed ones too; a fault has been thrown, and so has the
-  // failure of a message that is the only one. bInZone: the header names the machine's time zone,
-  // in which the server is to read dates.
+  // failure of a message that is the only one. strZone: the Windows name of the time zone in
+  // which the server is to read dates.
   SoapResponse Call(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody,
-                    bool bInZone = false);
+                    std::string_view strZone = {});
   // The same for a call with one response message: the message, or its failure thrown.
   ResponseMessage CallForOne(Effect eEffect, const std::function<void(SoapWriter&)>& fnBody,
-                             bool bInZone = false);
+                             std::string_view strZone = {});
 
  private:
   FindFoldersResults Find(const FolderId& objParent, const SearchFilter* pFilter,

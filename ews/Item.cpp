@@ -7,6 +7,7 @@
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
 #include "ews/SoapWriter.h"
+#include "platform/WindowsTimeZone.h"
 
 namespace ews {
 
@@ -22,6 +23,10 @@ constexpr std::string_view kBody = "item:Body";
 constexpr std::string_view kAttachments = "item:Attachments";  // never touched: they go apart then
 constexpr std::string_view kCategories = "item:Categories";
 constexpr std::string_view kImportance = "item:Importance";
+constexpr std::string_view kSensitivity = "item:Sensitivity";
+constexpr std::string_view kReminderDueBy = "item:ReminderDueBy";
+constexpr std::string_view kReminderIsSet = "item:ReminderIsSet";
+constexpr std::string_view kReminderMinutes = "item:ReminderMinutesBeforeStart";
 
 }  // namespace
 
@@ -38,6 +43,30 @@ void Item::SetBody(MessageBody objBody) {
 void Item::SetImportance(ews::Importance eImportance) {
   m_eImportance = eImportance;
   Touch(kImportance);
+}
+
+void Item::SetSensitivity(ews::Sensitivity eSensitivity) {
+  m_eSensitivity = eSensitivity;
+  Touch(kSensitivity);
+}
+
+void Item::SetNoReminder() {
+  m_bReminder = false;
+  Touch(kReminderIsSet);
+}
+
+void Item::SetReminderMinutes(int nBeforeStart) {
+  m_bReminder = true;
+  m_nReminderMinutes = nBeforeStart;
+  Touch(kReminderIsSet);
+  Touch(kReminderMinutes);
+}
+
+void Item::SetReminderTime(UtcTime objTime) {
+  m_bReminder = true;
+  m_objReminderTime = objTime;
+  Touch(kReminderIsSet);
+  Touch(kReminderDueBy);
 }
 
 void Item::SetCategories(StringList objList) {
@@ -59,7 +88,7 @@ void Item::Save(const FolderId& objFolder) {
   if (m_objId.IsSet()) throw ServiceException(kHasId);
   const auto fnBody = [&](SoapWriter& objWriter) { WriteCreateItem(objWriter, objFolder); };
   const ResponseMessage objAnswer =
-      m_pService->CallForOne(Effect::kCreates, fnBody, !LocalFields().empty());
+      m_pService->CallForOne(Effect::kCreates, fnBody, LocalFields().empty() ? "" : ZoneName());
   if (objAnswer.arrItems.empty() || objAnswer.arrItems.front().strId.empty()) {
     throw ServiceException(
         WithOpenOutcome("The request failed. The server named no id for the new item.", "It"));
@@ -84,7 +113,8 @@ void Item::SendChanges(const std::function<void(SoapWriter&)>& fnAttributes) {
     const auto arrLocal = LocalFields();
     const bool bInZone = std::any_of(arrLocal.begin(), arrLocal.end(),
                                      [&](std::string_view strUri) { return IsTouched(strUri); });
-    const ResponseMessage objAnswer = m_pService->CallForOne(Effect::kCreates, fnBody, bInZone);
+    const ResponseMessage objAnswer =
+        m_pService->CallForOne(Effect::kCreates, fnBody, bInZone ? ZoneName() : "");
     if (!objAnswer.arrItems.empty() && !objAnswer.arrItems.front().strId.empty()) {
       const ItemRecord& objRecord = objAnswer.arrItems.front();
       m_objId = {CString::FromUtf8(objRecord.strId), CString::FromUtf8(objRecord.strChangeKey)};
@@ -92,6 +122,10 @@ void Item::SendChanges(const std::function<void(SoapWriter&)>& fnAttributes) {
     SetStored();
   }
   if (m_objAttachments.HasNew()) CreateAttachments();
+}
+
+std::string Item::ZoneName() const {
+  return OwnZone().empty() ? platform::WindowsTimeZoneName() : OwnZone();
 }
 
 void Item::SetStored() {
@@ -142,6 +176,8 @@ void Item::WriteFields(ItemFields& objFields) const {
     objWriter.Attribute("CharacterSet", m_objMimeContent.CharacterSet());
     objWriter.Base64(m_objMimeContent.Content(), m_objMimeContent.Length());
   });
+  objFields.Field(kSensitivity, m_eSensitivity.has_value(),
+                  [&](SoapWriter& objWriter) { objWriter.Text(WireName(*m_eSensitivity)); });
   objFields.Field(kBody, m_objBody.has_value(), [&](SoapWriter& objWriter) {
     objWriter.Attribute("BodyType", WireName(m_objBody->BodyType()));
     objWriter.Text(m_objBody->Text());
@@ -153,6 +189,13 @@ void Item::WriteFields(ItemFields& objFields) const {
   });
   objFields.Field(kImportance, m_eImportance.has_value(),
                   [&](SoapWriter& objWriter) { objWriter.Text(WireName(*m_eImportance)); });
+  objFields.Field(kReminderDueBy, m_objReminderTime.has_value(), [&](SoapWriter& objWriter) {
+    objWriter.Text(std::string_view(FormatUtc(*m_objReminderTime)));
+  });
+  objFields.Flag(kReminderIsSet, m_bReminder);
+  objFields.Field(kReminderMinutes, m_nReminderMinutes.has_value(), [&](SoapWriter& objWriter) {
+    objWriter.Text(std::string_view(std::to_string(*m_nReminderMinutes)));
+  });
   objFields.Extended(m_objProperties);
   WriteOwnFields(objFields);
 }

@@ -24,6 +24,8 @@ class ItemFields;
 class SoapWriter;
 struct ItemRecord;
 
+inline constexpr int kMostReminderMinutes = 2629800;  // five years, as the schema has it
+
 // What all items have in common. Properties go out in the schema's order, whatever order they were
 // set in; one that was never set does not go out.
 class Item {
@@ -40,6 +42,11 @@ class Item {
   const std::optional<MessageBody>& Body() const { return m_objBody; }
   void SetImportance(ews::Importance eImportance);
   std::optional<ews::Importance> Importance() const { return m_eImportance; }
+  void SetSensitivity(ews::Sensitivity eSensitivity);
+  // Where none of the three is called, the service decides.
+  void SetNoReminder();
+  void SetReminderMinutes(int nBeforeStart);  // of an appointment; 0 to kMostReminderMinutes
+  void SetReminderTime(UtcTime objTime);      // of a task
   // An empty list does not go out.
   void SetCategories(StringList objList);
   const std::vector<CString>& Categories() const { return m_objCategories.Strings(); }
@@ -82,7 +89,10 @@ class Item {
   virtual void WriteOwnFields(ItemFields& objFields) const = 0;
   // The URIs of fields that the server reads in a time zone, in which it also counts a series.
   virtual std::span<const std::string_view> LocalFields() const { return {}; }
+  // The Windows name of that zone; empty: the machine's.
+  virtual std::string OwnZone() const { return {}; }
 
+  std::string ZoneName() const;
   void WriteFields(ItemFields& objFields) const;
   void WriteCreateItem(SoapWriter& objWriter, const FolderId& objFolder) const;
   void WriteUpdateItem(SoapWriter& objWriter,
@@ -101,6 +111,10 @@ class Item {
   AttachmentCollection m_objAttachments;
   StringList m_objCategories;
   std::optional<ews::Importance> m_eImportance;
+  std::optional<ews::Sensitivity> m_eSensitivity;
+  std::optional<bool> m_bReminder;
+  std::optional<int> m_nReminderMinutes;
+  std::optional<UtcTime> m_objReminderTime;
   ExtendedPropertyCollection m_objProperties;
   std::vector<std::string_view> m_arrTouched;  // URIs of fields; empty before the item is stored
 };

@@ -25,6 +25,12 @@ void ItemFields::Text(std::string_view strUri, const std::optional<CString>& str
   });
 }
 
+void ItemFields::Flag(std::string_view strUri, std::optional<bool> bValue) {
+  Field(strUri, bValue.has_value(), [&](SoapWriter& objWriter) {
+    objWriter.Text(std::string_view(*bValue ? "true" : "false"));
+  });
+}
+
 void ItemFields::Mailboxes(std::string_view strUri, const EmailAddressCollection& objAddresses) {
   Field(strUri, !objAddresses.IsBlank(), [&](SoapWriter& objWriter) {
     for (const EmailAddress& objAddress : objAddresses) {

@@ -35,6 +35,7 @@ class ItemFields {
     End();
   }
   void Text(std::string_view strUri, const std::optional<CString>& strValue);
+  void Flag(std::string_view strUri, std::optional<bool> bValue);
   void Mailboxes(std::string_view strUri, const EmailAddressCollection& objAddresses);
   void Attendees(std::string_view strUri, const AttendeeCollection& objAttendees);
   void Extended(const ExtendedPropertyCollection& objProperties);

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "ews/ServiceException.h"
 #include "ews/SoapWriter.h"
-#include "ews/WireTime.h"
 
 namespace ews {
 
@@ -24,10 +24,20 @@ void WriteNumber(SoapWriter& objWriter, std::string_view strElement, int nNumber
   objWriter.Element(kTypes, strElement, std::string_view(std::to_string(nNumber)));
 }
 
+void WriteDays(SoapWriter& objWriter, const std::vector<DayOfTheWeek>& arrDays) {
+  if (arrDays.empty()) return;
+  std::string strDays;
+  for (const DayOfTheWeek eDay : arrDays) {
+    if (!strDays.empty()) strDays += ' ';
+    strDays += WireName(eDay);
+  }
+  objWriter.Element(kTypes, "DaysOfWeek", std::string_view(strDays));
+}
+
 }  // namespace
 
 Recurrence::Recurrence(const COleDateTime& dtStart, Pattern objPattern)
-    : m_objPattern(objPattern), m_dtStart(ValidDate(dtStart)) {}
+    : m_objPattern(std::move(objPattern)), m_dtStart(ValidDate(dtStart)) {}
 
 Recurrence Recurrence::DailyPattern(const COleDateTime& dtStart, int nInterval) {
   return {dtStart, {.strElement = "DailyRecurrence", .nInterval = ValidInterval(nInterval)}};
@@ -35,8 +45,18 @@ Recurrence Recurrence::DailyPattern(const COleDateTime& dtStart, int nInterval) 
 
 Recurrence Recurrence::WeeklyPattern(const COleDateTime& dtStart, int nInterval,
                                      DayOfTheWeek eDay) {
+  return {
+      dtStart,
+      {.strElement = "WeeklyRecurrence", .nInterval = ValidInterval(nInterval), .arrDays = {eDay}}};
+}
+
+Recurrence Recurrence::WeeklyPattern(const COleDateTime& dtStart, int nInterval,
+                                     std::vector<DayOfTheWeek> arrDays, DayOfTheWeek eFirst) {
   return {dtStart,
-          {.strElement = "WeeklyRecurrence", .nInterval = ValidInterval(nInterval), .eDay = eDay}};
+          {.strElement = "WeeklyRecurrence",
+           .nInterval = ValidInterval(nInterval),
+           .arrDays = std::move(arrDays),
+           .eFirst = eFirst}};
 }
 
 Recurrence Recurrence::MonthlyPattern(const COleDateTime& dtStart, int nInterval, int nDayOfMonth) {
@@ -51,7 +71,7 @@ Recurrence Recurrence::RelativeMonthlyPattern(const COleDateTime& dtStart, int n
   return {dtStart,
           {.strElement = "RelativeMonthlyRecurrence",
            .nInterval = ValidInterval(nInterval),
-           .eDay = eDay,
+           .arrDays = {eDay},
            .eIndex = eIndex}};
 }
 
@@ -59,6 +79,15 @@ Recurrence Recurrence::YearlyPattern(const COleDateTime& dtStart, Month eMonth, 
   return {dtStart,
           {.strElement = "AbsoluteYearlyRecurrence",
            .nDayOfMonth = ValidDayOfMonth(nDayOfMonth),
+           .eMonth = eMonth}};
+}
+
+Recurrence Recurrence::RelativeYearlyPattern(const COleDateTime& dtStart, Month eMonth,
+                                             DayOfTheWeek eDay, DayOfTheWeekIndex eIndex) {
+  return {dtStart,
+          {.strElement = "RelativeYearlyRecurrence",
+           .arrDays = {eDay},
+           .eIndex = eIndex,
            .eMonth = eMonth}};
 }
 
@@ -80,16 +109,19 @@ std::optional<int> Recurrence::NumberOfOccurrences() const {
   return pNumber ? std::optional(*pNumber) : std::nullopt;
 }
 
-void Recurrence::WriteTo(SoapWriter& objWriter) const {
+void Recurrence::WriteTo(SoapWriter& objWriter, DayFormat fnDay) const {
   WritePattern(objWriter);
-  WriteRange(objWriter);
+  WriteRange(objWriter, fnDay);
 }
 
 void Recurrence::WritePattern(SoapWriter& objWriter) const {
   objWriter.Start(kTypes, m_objPattern.strElement);
   if (m_objPattern.nInterval) WriteNumber(objWriter, "Interval", *m_objPattern.nInterval);
   if (m_objPattern.nDayOfMonth) WriteNumber(objWriter, "DayOfMonth", *m_objPattern.nDayOfMonth);
-  if (m_objPattern.eDay) objWriter.Element(kTypes, "DaysOfWeek", WireName(*m_objPattern.eDay));
+  WriteDays(objWriter, m_objPattern.arrDays);
+  if (m_objPattern.eFirst) {
+    objWriter.Element(kTypes, "FirstDayOfWeek", WireName(*m_objPattern.eFirst));
+  }
   if (m_objPattern.eIndex) {
     objWriter.Element(kTypes, "DayOfWeekIndex", WireName(*m_objPattern.eIndex));
   }
@@ -101,14 +133,14 @@ void Recurrence::WritePattern(SoapWriter& objWriter) const {
   objWriter.End();
 }
 
-void Recurrence::WriteRange(SoapWriter& objWriter) const {
+void Recurrence::WriteRange(SoapWriter& objWriter, DayFormat fnDay) const {
   const auto objEnd = EndDate();
   const auto nNumber = NumberOfOccurrences();
   objWriter.Start(kTypes, objEnd    ? "EndDateRecurrence"
                           : nNumber ? "NumberedRecurrence"
                                     : "NoEndRecurrence");
-  objWriter.Element(kTypes, "StartDate", std::string_view(FormatLocalDay(m_dtStart)));
-  if (objEnd) objWriter.Element(kTypes, "EndDate", std::string_view(FormatLocalDay(*objEnd)));
+  objWriter.Element(kTypes, "StartDate", std::string_view(fnDay(m_dtStart)));
+  if (objEnd) objWriter.Element(kTypes, "EndDate", std::string_view(fnDay(*objEnd)));
   if (nNumber) WriteNumber(objWriter, "NumberOfOccurrences", *nNumber);
   objWriter.End();
 }

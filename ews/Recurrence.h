@@ -1,17 +1,20 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "ews/Types.h"
+#include "ews/WireTime.h"
 #include "platform/COleDateTime.h"
 
 namespace ews {
 
 class SoapWriter;
 
-// How an appointment or a task repeats: one of five patterns, and a range that begins on a day and
+// How an appointment or a task repeats: one of six patterns, and a range that begins on a day and
 // ends on a day, after a number of occurrences, or never. Of the end's two setters the later one
 // wins. Throws ServiceException for an invalid date and for a day of month outside 1 to 31; an
 // interval below 1 counts as 1.
@@ -19,11 +22,17 @@ class Recurrence {
  public:
   static Recurrence DailyPattern(const COleDateTime& dtStart, int nInterval);
   static Recurrence WeeklyPattern(const COleDateTime& dtStart, int nInterval, DayOfTheWeek eDay);
+  // On several days. A week begins on eFirst, which counts where not every week is meant.
+  static Recurrence WeeklyPattern(const COleDateTime& dtStart, int nInterval,
+                                  std::vector<DayOfTheWeek> arrDays, DayOfTheWeek eFirst);
   static Recurrence MonthlyPattern(const COleDateTime& dtStart, int nInterval, int nDayOfMonth);
   static Recurrence RelativeMonthlyPattern(const COleDateTime& dtStart, int nInterval,
                                            DayOfTheWeek eDay, DayOfTheWeekIndex eIndex);
   // A number that is no month stands for the month that the range begins in.
   static Recurrence YearlyPattern(const COleDateTime& dtStart, Month eMonth, int nDayOfMonth);
+
+  static Recurrence RelativeYearlyPattern(const COleDateTime& dtStart, Month eMonth,
+                                          DayOfTheWeek eDay, DayOfTheWeekIndex eIndex);
 
   void SetStartDate(const COleDateTime& dtStart);
   const COleDateTime& StartDate() const { return m_dtStart; }
@@ -35,21 +44,24 @@ class Recurrence {
   std::optional<int> NumberOfOccurrences() const;
 
   // What stands in the element Recurrence: the pattern and the range.
-  void WriteTo(SoapWriter& objWriter) const;
+  // fnDay writes its days: with the offset of the machine, or as they are.
+  using DayFormat = std::string (*)(const COleDateTime&);
+  void WriteTo(SoapWriter& objWriter, DayFormat fnDay = &FormatLocalDay) const;
 
  private:
   struct Pattern {
     std::string_view strElement;
     std::optional<int> nInterval{};
     std::optional<int> nDayOfMonth{};
-    std::optional<DayOfTheWeek> eDay{};
+    std::vector<DayOfTheWeek> arrDays{};
+    std::optional<DayOfTheWeek> eFirst{};
     std::optional<DayOfTheWeekIndex> eIndex{};
     std::optional<Month> eMonth{};
   };
 
   Recurrence(const COleDateTime& dtStart, Pattern objPattern);
   void WritePattern(SoapWriter& objWriter) const;
-  void WriteRange(SoapWriter& objWriter) const;
+  void WriteRange(SoapWriter& objWriter, DayFormat fnDay) const;
 
   Pattern m_objPattern;
   COleDateTime m_dtStart;

@@ -30,14 +30,22 @@ std::span<const std::string_view> Task::LocalFields() const { return kLocalField
 // The service makes a day of each date. With the offset of this machine the day can be read off,
 // for servers that take the text for it, too.
 void Task::WriteOwnFields(ItemFields& objFields) const {
+  objFields.Field("task:CompleteDate", m_objCompleted.has_value(), [&](SoapWriter& objWriter) {
+    objWriter.Text(std::string_view(FormatUtc(*m_objCompleted)));
+  });
   objFields.Field(kDue, m_dtDue.has_value(), [&](SoapWriter& objWriter) {
     objWriter.Text(std::string_view(FormatLocal(*m_dtDue)));
+  });
+  objFields.Field("task:PercentComplete", m_nPercent.has_value(), [&](SoapWriter& objWriter) {
+    objWriter.Text(std::string_view(std::to_string(*m_nPercent)));
   });
   objFields.Field(kRecurrence, m_objRecurrence.has_value(),
                   [&](SoapWriter& objWriter) { m_objRecurrence->WriteTo(objWriter); });
   objFields.Field(kStart, m_dtStart.has_value(), [&](SoapWriter& objWriter) {
     objWriter.Text(std::string_view(FormatLocal(*m_dtStart)));
   });
+  objFields.Field("task:Status", m_eStatus.has_value(),
+                  [&](SoapWriter& objWriter) { objWriter.Text(WireName(*m_eStatus)); });
 }
 
 }  // namespace ews

@@ -16,6 +16,9 @@ class Task : public Item {
   void SetDueDate(const COleDateTime& dt);
   const std::optional<COleDateTime>& StartDate() const { return m_dtStart; }
   const std::optional<COleDateTime>& DueDate() const { return m_dtDue; }
+  void SetStatus(TaskStatus eStatus) { m_eStatus = eStatus; }
+  void SetPercentComplete(int nPercent) { m_nPercent = nPercent; }  // 0 to 100
+  void SetCompleteDate(UtcTime objTime) { m_objCompleted = objTime; }
   // None makes it a single task.
   void SetRecurrence(std::optional<ews::Recurrence> objRecurrence) {
     m_objRecurrence = std::move(objRecurrence);
@@ -32,6 +35,9 @@ class Task : public Item {
   std::optional<COleDateTime> m_dtStart;
   std::optional<COleDateTime> m_dtDue;
   std::optional<ews::Recurrence> m_objRecurrence;
+  std::optional<TaskStatus> m_eStatus;
+  std::optional<int> m_nPercent;
+  std::optional<UtcTime> m_objCompleted;
 };
 
 }  // namespace ews

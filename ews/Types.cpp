@@ -43,6 +43,29 @@ constexpr NameTable<Importance, 3> kImportanceNames{{
     {Importance::High, "High"},
 }};
 
+constexpr NameTable<Sensitivity, 4> kSensitivityNames{{
+    {Sensitivity::Normal, "Normal"},
+    {Sensitivity::Personal, "Personal"},
+    {Sensitivity::Private, "Private"},
+    {Sensitivity::Confidential, "Confidential"},
+}};
+
+constexpr NameTable<LegacyFreeBusyStatus, 5> kFreeBusyNames{{
+    {LegacyFreeBusyStatus::Free, "Free"},
+    {LegacyFreeBusyStatus::Tentative, "Tentative"},
+    {LegacyFreeBusyStatus::Busy, "Busy"},
+    {LegacyFreeBusyStatus::OOF, "OOF"},
+    {LegacyFreeBusyStatus::WorkingElsewhere, "WorkingElsewhere"},
+}};
+
+constexpr NameTable<TaskStatus, 5> kTaskStatusNames{{
+    {TaskStatus::NotStarted, "NotStarted"},
+    {TaskStatus::InProgress, "InProgress"},
+    {TaskStatus::Completed, "Completed"},
+    {TaskStatus::WaitingOnOthers, "WaitingOnOthers"},
+    {TaskStatus::Deferred, "Deferred"},
+}};
+
 constexpr NameTable<MapiPropertyType, 4> kPropertyTypes{{
     {MapiPropertyType::Boolean, "Boolean"},
     {MapiPropertyType::Integer, "Integer"},
@@ -56,7 +79,7 @@ constexpr NameTable<ConflictResolutionMode, 3> kConflictNames{{
     {ConflictResolutionMode::AlwaysOverwrite, "AlwaysOverwrite"},
 }};
 
-constexpr NameTable<DayOfTheWeek, 7> kDayNames{{
+constexpr NameTable<DayOfTheWeek, 10> kDayNames{{
     {DayOfTheWeek::Sunday, "Sunday"},
     {DayOfTheWeek::Monday, "Monday"},
     {DayOfTheWeek::Tuesday, "Tuesday"},
@@ -64,6 +87,9 @@ constexpr NameTable<DayOfTheWeek, 7> kDayNames{{
     {DayOfTheWeek::Thursday, "Thursday"},
     {DayOfTheWeek::Friday, "Friday"},
     {DayOfTheWeek::Saturday, "Saturday"},
+    {DayOfTheWeek::Day, "Day"},
+    {DayOfTheWeek::Weekday, "Weekday"},
+    {DayOfTheWeek::WeekendDay, "WeekendDay"},
 }};
 
 constexpr NameTable<DayOfTheWeekIndex, 5> kDayIndexNames{{
@@ -136,6 +162,9 @@ std::string_view WireName(ExchangeVersion e) {
 }
 std::string_view WireName(WellKnownFolderName e) { return Look(kFolderNames, e); }
 std::string_view WireName(Importance e) { return Look(kImportanceNames, e); }
+std::string_view WireName(Sensitivity e) { return Look(kSensitivityNames, e); }
+std::string_view WireName(LegacyFreeBusyStatus e) { return Look(kFreeBusyNames, e); }
+std::string_view WireName(TaskStatus e) { return Look(kTaskStatusNames, e); }
 std::string_view WireName(BodyType e) { return e == BodyType::HTML ? "HTML" : "Text"; }
 std::string_view WireName(MapiPropertyType e) { return Look(kPropertyTypes, e); }
 std::string_view WireName(ConflictResolutionMode e) { return Look(kConflictNames, e); }

@@ -29,6 +29,9 @@ enum class WellKnownFolderName {
 };
 
 enum class Importance { Low, Normal, High };
+enum class Sensitivity { Normal, Personal, Private, Confidential };
+enum class LegacyFreeBusyStatus { Free, Tentative, Busy, OOF, WorkingElsewhere };
+enum class TaskStatus { NotStarted, InProgress, Completed, WaitingOnOthers, Deferred };
 enum class BodyType { HTML, Text };
 enum class MapiPropertyType { Boolean, Integer, String, SystemTime };
 enum class ConnectingIdType { SmtpAddress = 2 };
@@ -39,7 +42,20 @@ enum class ConflictResolutionMode { NeverOverwrite, AutoResolve, AlwaysOverwrite
 // Whom a change is sent to. The service knows more; a migration writes to nobody.
 enum class SendInvitationsOrCancellationsMode { SendToNone };
 
-enum class DayOfTheWeek { Sunday, Monday, Tuesday, Wednesday, Thursday, Friday, Saturday };
+// The last three are any of several: every day, Monday to Friday, Saturday and Sunday.
+enum class DayOfTheWeek {
+  Sunday,
+  Monday,
+  Tuesday,
+  Wednesday,
+  Thursday,
+  Friday,
+  Saturday,
+  Day,
+  Weekday,
+  WeekendDay,
+};
+constexpr bool IsOneDay(DayOfTheWeek e) { return e <= DayOfTheWeek::Saturday; }
 enum class DayOfTheWeekIndex { First, Second, Third, Fourth, Last };
 // A number that is none of these is told apart by IsMonth.
 enum class Month {
@@ -87,6 +103,9 @@ enum class PhoneNumberKey {
 std::string_view WireName(ExchangeVersion e);
 std::string_view WireName(WellKnownFolderName e);  // all lower case
 std::string_view WireName(Importance e);
+std::string_view WireName(Sensitivity e);
+std::string_view WireName(LegacyFreeBusyStatus e);
+std::string_view WireName(TaskStatus e);
 std::string_view WireName(BodyType e);
 std::string_view WireName(MapiPropertyType e);
 std::string_view WireName(ConflictResolutionMode e);

@@ -14,10 +14,6 @@ namespace chrono = std::chrono;
 constexpr std::int64_t kMinute = 60;
 constexpr std::int64_t kMostOffset = 14 * 3600;  // that the form of a date has room for
 
-std::string DayText(const COleDateTime& dt) {
-  return fmt::format("{:04}-{:02}-{:02}", dt.GetYear(), dt.GetMonth(), dt.GetDay());
-}
-
 // Seconds east of UTC at that wall-clock date.
 std::int64_t OffsetAt(const COleDateTime& dt) {
   const chrono::sys_days objDay{chrono::year(dt.GetYear()) /
@@ -59,14 +55,18 @@ std::string FormatUtc(const COleDateTime& dt) {
 std::string FormatLocal(const COleDateTime& dt) {
   const std::int64_t nOffset = OffsetAt(dt);
   if (!IsWritable(nOffset)) return FormatUtc(dt);
-  return fmt::format("{}T{:02}:{:02}:{:02}{}", DayText(dt), dt.GetHour(), dt.GetMinute(),
+  return fmt::format("{}T{:02}:{:02}:{:02}{}", FormatDay(dt), dt.GetHour(), dt.GetMinute(),
                      dt.GetSecond(), OffsetText(nOffset));
+}
+
+std::string FormatDay(const COleDateTime& dt) {
+  return fmt::format("{:04}-{:02}-{:02}", dt.GetYear(), dt.GetMonth(), dt.GetDay());
 }
 
 std::string FormatLocalDay(const COleDateTime& dt) {
   const std::int64_t nOffset =
       OffsetAt(COleDateTime(dt.GetYear(), dt.GetMonth(), dt.GetDay(), 0, 0, 0));
-  return DayText(dt) + (IsWritable(nOffset) ? OffsetText(nOffset) : "");
+  return FormatDay(dt) + (IsWritable(nOffset) ? OffsetText(nOffset) : "");
 }
 
 const COleDateTime& ValidDate(const COleDateTime& dt) {

@@ -18,6 +18,7 @@ struct UtcTime {
 std::string FormatUtc(UtcTime objTime);              // "2024-07-11T14:00:00Z"
 std::string FormatUtc(const COleDateTime& dt);       // the same for 10:00 in New York
 std::string FormatLocal(const COleDateTime& dt);     // "2024-07-11T10:00:00-04:00"
+std::string FormatDay(const COleDateTime& dt);       // "2024-07-11", in the zone of the request
 std::string FormatLocalDay(const COleDateTime& dt);  // "2024-07-11-04:00", the offset at midnight
 
 // The date, or ServiceException for an invalid one: no request can say it.

@@ -101,7 +101,9 @@ int CTarnyOutlookHandler::ImportAppointment(ItemRun& objRun) {
 
 int CTarnyOutlookHandler::SaveAppointment(ItemRun& objRun, ews::Appointment& objItem) {
   if (!MakeReady(objItem, objRun)) return kFailure;
-  if (ews::Settings().bSafe) {
+  const bool bListed = !objItem.RequiredAttendees().IsBlank() ||
+                       !objItem.OptionalAttendees().IsBlank() || !objItem.Resources().IsBlank();
+  if (ews::Settings().bSafe && !bListed) {
     SaveAttendees(ReplaceUnicodeCharacters(objRun.objInfo.strTo), objItem.RequiredAttendees());
   }
   try {

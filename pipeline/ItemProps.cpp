@@ -1,15 +1,11 @@
 #include "pipeline/ItemProps.h"
 
 #include <array>
-#include <charconv>
-#include <chrono>
 #include <string>
-
-#include <nlohmann/json.hpp>
 
 #include "ews/FindItems.h"
 #include "ews/Item.h"
-#include "ews/SoapWriter.h"
+#include "pipeline/PropValues.h"
 #include "platform/Files.h"
 
 namespace {
@@ -18,7 +14,7 @@ using ews::ExtendedPropertyDefinition;
 using ews::MapiPropertyType;
 using nlohmann::json;
 
-constexpr int kMaxDepth = 4;  // of the JSON; its own needs 2
+constexpr int kMaxDepth = 5;  // of the JSON; its own needs 4
 
 constexpr int kMessageDeliveryTime = 0x0E06;
 constexpr int kClientSubmitTime = 0x0039;
@@ -48,52 +44,6 @@ constexpr std::array<FlagName, 4> kFlags{{
     {"draft", &ItemProps::bDraft},
 }};
 
-// Nothing for what the service could not be told.
-std::optional<CString> TextOf(const json& objValue) {
-  if (!objValue.is_string()) return std::nullopt;
-  const CString str = CString::FromUtf8(objValue.get_ref<const std::string&>());
-  if (str.IsEmpty() || !ews::IsXmlText(str)) return std::nullopt;
-  return str;
-}
-
-// The digits of one field of a date; -1 for anything else.
-int NumberAt(std::string_view str, size_t nAt, size_t nDigits) {
-  const std::string_view strField = str.substr(nAt, nDigits);
-  if (strField.find_first_not_of("0123456789") != std::string_view::npos) return -1;
-  int nValue = -1;
-  std::from_chars(strField.data(), strField.data() + strField.size(), nValue);
-  return nValue;
-}
-
-// "2019-03-05T09:00:01Z" and nothing else.
-std::optional<ews::UtcTime> TimeOf(const json& objValue) {
-  constexpr std::string_view kShape = "0000-00-00T00:00:00Z";
-  constexpr int kFirstYear = 1601;
-  if (!objValue.is_string()) return std::nullopt;
-  const std::string& str = objValue.get_ref<const std::string&>();
-  if (str.size() != kShape.size()) return std::nullopt;
-  for (size_t n = 0; n < str.size(); ++n) {
-    if (kShape[n] != '0' && str[n] != kShape[n]) return std::nullopt;
-  }
-  const int nYear = NumberAt(str, 0, 4);
-  const int nMonth = NumberAt(str, 5, 2);
-  const int nDay = NumberAt(str, 8, 2);
-  const int nHour = NumberAt(str, 11, 2);
-  const int nMinute = NumberAt(str, 14, 2);
-  const int nSecond = NumberAt(str, 17, 2);
-  if (nYear < kFirstYear || nMonth < 1 || nDay < 1) return std::nullopt;
-  if (nHour < 0 || nHour > 23 || nMinute < 0 || nMinute > 59 || nSecond < 0 || nSecond > 59) {
-    return std::nullopt;
-  }
-  const std::chrono::year_month_day objDate(std::chrono::year(nYear),
-                                            std::chrono::month(static_cast<unsigned>(nMonth)),
-                                            std::chrono::day(static_cast<unsigned>(nDay)));
-  if (!objDate.ok()) return std::nullopt;
-  const auto objMoment = std::chrono::sys_days(objDate) + std::chrono::hours(nHour) +
-                         std::chrono::minutes(nMinute) + std::chrono::seconds(nSecond);
-  return ews::UtcTime{objMoment.time_since_epoch().count()};
-}
-
 bool TakeFlag(const json& objValue, ItemProps& objProps) {
   if (!objValue.is_string()) return false;
   for (const FlagName& objFlag : kFlags) {
@@ -105,20 +55,20 @@ bool TakeFlag(const json& objValue, ItemProps& objProps) {
 }
 
 bool TakeCategory(const json& objValue, ItemProps& objProps) {
-  auto strCategory = TextOf(objValue);
+  auto strCategory = PropText(objValue);
   if (!strCategory) return false;
   objProps.arrCategories.push_back(std::move(*strCategory));
   return true;
 }
 
 bool TakeKey(const json& objValue, ItemProps& objProps) {
-  objProps.strKey = TextOf(objValue).value_or(CString());
+  objProps.strKey = PropText(objValue).value_or(CString());
   return !objProps.strKey.IsEmpty();
 }
 
 template <std::optional<ews::UtcTime> ItemProps::*pTime>
 bool TakeTime(const json& objValue, ItemProps& objProps) {
-  objProps.*pTime = TimeOf(objValue);
+  objProps.*pTime = PropMoment(objValue);
   return (objProps.*pTime).has_value();
 }
 
@@ -131,16 +81,19 @@ bool TakeEach(const json& objValue, ItemProps& objProps) {
   return bAll;
 }
 
-struct Member {
-  const char* pszName;
-  bool (*fnTake)(const json&, ItemProps&);
-};
-constexpr std::array<Member, 5> kMembers{{
+bool TakeSensitivity(const json& objValue, ItemProps& objProps) {
+  using enum ews::Sensitivity;
+  objProps.eSensitivity = PropChoice(objValue, std::array{Normal, Personal, Private, Confidential});
+  return objProps.eSensitivity.has_value();
+}
+
+constexpr std::array<PropMember<ItemProps>, 6> kMembers{{
     {"key", &TakeKey},
     {"received", &TakeTime<&ItemProps::objReceived>},
     {"sent", &TakeTime<&ItemProps::objSent>},
     {"flags", &TakeEach<&TakeFlag>},
     {"categories", &TakeEach<&TakeCategory>},
+    {"sensitivity", &TakeSensitivity},
 }};
 
 void Note(std::vector<CString>& arrNotes, const char16_t* pszText) {
@@ -178,18 +131,14 @@ ItemProps ReadItemProps(const CString& strPath, std::vector<CString>& arrNotes) 
 
 ItemProps ParseItemProps(std::string_view strJson, std::vector<CString>& arrNotes) {
   const auto IsShallow = [](int nDepth, json::parse_event_t, json&) { return nDepth <= kMaxDepth; };
-  const json objJson = json::parse(strJson, IsShallow, /*allow_exceptions=*/false);
+  json objJson = json::parse(strJson, IsShallow, /*allow_exceptions=*/false);
   ItemProps objProps;
   if (!objJson.is_object()) {
     Note(arrNotes, u"is no JSON object");
     return objProps;
   }
-  for (const Member& objMember : kMembers) {
-    const auto it = objJson.find(objMember.pszName);
-    if (it == objJson.end() || objMember.fnTake(*it, objProps)) continue;
-    arrNotes.push_back(CString(kItemPropsFile) + u" holds a wrong value, left out: " +
-                       CString::FromUtf8(objMember.pszName));
-  }
+  TakeProps(kMembers, objJson, objProps, arrNotes);
+  objProps.objJson = std::move(objJson);
   return objProps;
 }
 
@@ -206,5 +155,6 @@ void ApplyItemProps(const ItemProps& objProps, ews::Item& objItem) {
   }
   if (objProps.bFlagged) SetInteger(objItem, kFlagStatus, kFlagged);
   if (objProps.bDraft) SetInteger(objItem, kMessageFlags, kReadAndUnsent);
+  if (objProps.eSensitivity) objItem.SetSensitivity(*objProps.eSensitivity);
   if (!objProps.arrCategories.empty()) objItem.SetCategories(objProps.arrCategories);
 }

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "ews/ExtendedProperty.h"
 #include "platform/CString.h"
 
@@ -31,6 +33,8 @@ struct ItemProps {
   bool bFlagged = false;
   bool bDraft = false;
   std::vector<CString> arrCategories;
+  std::optional<ews::Sensitivity> eSensitivity;
+  nlohmann::json objJson;  // the object, for the members of one type alone; null for none
 };
 
 // Both add a line to arrNotes for whatever is left out and why; without any, all of it was taken.

@@ -9,9 +9,12 @@
 #include "base/AsciiText.h"
 #include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
+#include "ews/Appointment.h"
 #include "ews/Settings.h"
+#include "ews/Task.h"
 #include "html/CkHtmlToText.h"
 #include "pipeline/BodySource.h"
+#include "pipeline/CalendarProps.h"
 #include "pipeline/ItemDescriptor.h"
 #include "pipeline/ItemProps.h"
 #include "pipeline/SaverSteps.h"
@@ -110,7 +113,13 @@ int CTarnyOutlookHandler::SaveEmailItem(ews::EmailMessage& pobjCkEmail, CString 
 void CTarnyOutlookHandler::SetItemProps(ews::Item& objItem, const CString& strHtmPath) {
   Guarded(u"ItemProps.json is left out", [&] {
     std::vector<CString> arrNotes;
-    ApplyItemProps(ReadItemProps(strHtmPath + CString(kItemPropsFile), arrNotes), objItem);
+    const ItemProps objProps = ReadItemProps(strHtmPath + CString(kItemPropsFile), arrNotes);
+    ApplyItemProps(objProps, objItem);
+    if (auto* pAppointment = dynamic_cast<ews::Appointment*>(&objItem)) {
+      ApplyAppointmentProps(objProps.objJson, *pAppointment, arrNotes);
+    } else if (auto* pTask = dynamic_cast<ews::Task*>(&objItem)) {
+      ApplyTaskProps(objProps.objJson, *pTask, arrNotes);
+    }
     for (const CString& strNote : arrNotes) m_objLogManager.WriteLog(strNote);
   });
 }

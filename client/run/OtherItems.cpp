@@ -58,7 +58,9 @@ Prepared PrepareCard(const std::string& workFolder, std::int32_t type, const std
 // In the descriptor or its companion files, or of no use in a mailbox.
 constexpr std::array<std::string_view, 4> kNeverTold = {"uid", "start", "end", "photo"};
 // That the engine takes from ItemProps.json; it passes over all others.
-constexpr std::array<std::string_view, 1> kTaken = {"categories"};
+constexpr auto kTaken = std::to_array<std::string_view>(
+    {"categories", "sensitivity", "busy", "allDay", "reminder", "zone", "series", "attendees",
+     "status", "percent", "completed", "reminderTime"});
 
 bool IsAmong(std::string_view name, std::span<const std::string_view> names) {
   return std::ranges::find(names, name) != names.end();
@@ -77,6 +79,10 @@ void TellProps(const nlohmann::json& props, bool hasProps, std::vector<std::stri
     const bool isTaken = hasProps && IsAmong(name, kTaken);
     if (!isTaken && !IsAmong(name, kNeverTold) && !IsUsual(name, props)) names.push_back(name);
   }
+  const bool hasAnswer = std::ranges::any_of(
+      props.value("attendees", nlohmann::json::array()),
+      [](const nlohmann::json& person) { return person.value("answer", "none") != "none"; });
+  if (hasProps && hasAnswer) names.push_back("answers of attendees");
   if (names.empty()) return;
   left.push_back(fmt::format("what a descriptor has no place for of {}", fmt::join(names, ", ")));
 }

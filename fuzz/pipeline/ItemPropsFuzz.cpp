@@ -22,7 +22,7 @@ void CheckTime(const std::optional<ews::UtcTime>& time) {
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
   std::vector<CString> notes;
   const ItemProps props = ParseItemProps({reinterpret_cast<const char*>(data), size}, notes);
-  Check(notes.size() <= 5);
+  Check(notes.size() <= 6);
   Check(static_cast<size_t>(props.strKey.GetLength()) <= size);
   Check(ews::IsXmlText(props.strKey));
   size_t units = 0;

@@ -128,6 +128,118 @@ TEST(OtherItems, EverySeriesOfAnAppointmentArrivesFromEitherForm) {
   }
 }
 
+// Each pattern that the service knows, in place of the descriptor's own; a wrong one leaves that.
+TEST(OtherItems, ASeriesOfThePropertiesStandsAboveTheDescriptors) {
+  struct {
+    const char* json;
+    const char* series;
+    bool wrong = false;
+  } rows[] = {
+      {R"("pattern": "daily", "interval": 2, "count": 4)",
+       "Daily Interval 2; Numbered StartDate 2024-03-11 NumberOfOccurrences 4"},
+      {R"("pattern": "weekly", "interval": 2, "days": ["Monday", "Thursday"], "firstDay": "Sunday")",
+       "Weekly Interval 2 DaysOfWeek Monday Thursday FirstDayOfWeek Sunday;"
+       " NoEnd StartDate 2024-03-11"},
+      {R"("pattern": "monthly", "interval": 1, "dayOfMonth": 31, "end": "2024-12-31")",
+       "AbsoluteMonthly Interval 1 DayOfMonth 31;"
+       " EndDate StartDate 2024-03-11 EndDate 2024-12-31"},
+      {R"("pattern": "relativeMonthly", "interval": 3, "days": ["Weekday"], "index": "Last")",
+       "RelativeMonthly Interval 3 DaysOfWeek Weekday DayOfWeekIndex Last;"
+       " NoEnd StartDate 2024-03-11"},
+      {R"("pattern": "yearly", "interval": 1, "dayOfMonth": 24, "month": "December")",
+       "AbsoluteYearly DayOfMonth 24 Month December; NoEnd StartDate 2024-03-11"},
+      {R"("pattern": "relativeYearly", "days": ["Day"], "index": "First", "month": "May")",
+       "RelativeYearly DaysOfWeek Day DayOfWeekIndex First Month May; NoEnd StartDate 2024-03-11"},
+      {R"("pattern": "weekly", "days": ["Weekday"])", nullptr, true},
+      {R"("pattern": "weekly", "days": [])", nullptr, true},
+      {R"("pattern": "monthly", "dayOfMonth": 32)", nullptr, true},
+      {R"("pattern": "yearly", "interval": 2, "dayOfMonth": 1, "month": "May")", nullptr, true},
+      {R"("pattern": "daily", "end": "2024-03-10")", nullptr, true},
+      {R"("pattern": "daily", "end": "2024-03-12", "count": 2)", nullptr, true},
+      {R"("pattern": "daily", "interval": 99999999999)", nullptr, true},
+  };
+  ImportRun run;
+  ews::Settings().bSafe = true;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.json);
+    run.folder.WriteWork("ItemProps.json",
+                         std::string(R"({"series": {"start": "2024-03-11", )") + row.json + "}}");
+    for (const bool task : {false, true}) {
+      ASSERT_EQ(task
+                    ? run.Import(WellKnownFolderName::Tasks, Task(u"W,3;1;0;2024-03-13;;;"))
+                    : run.Import(WellKnownFolderName::Calendar, Calendar(u"W,3;1;0;2024-03-13;;;")),
+                1)
+          << run.error;
+      EXPECT_EQ(SeriesOf(run.Last(task ? "tasks" : "calendar")),
+                row.wrong ? "Weekly Interval 1 DaysOfWeek Wednesday; NoEnd StartDate 2024-03-13"
+                          : row.series);
+      EXPECT_EQ(run.Trace().find("a wrong value, left out: series") != std::string::npos,
+                row.wrong);
+    }
+  }
+}
+
+TEST(OtherItems, WhatOnlyThePropertiesSayOfAppointmentsAndTasksArrives) {
+  ImportRun run;
+  const auto appointment = [&](const std::string& json) {
+    run.folder.WriteWork("ItemProps.json", json);
+    EXPECT_EQ(run.Import(WellKnownFolderName::Calendar, Calendar(u"", false, u"z@example.com")), 1)
+        << run.error;
+    return run.Last("calendar");
+  };
+  const std::string event = R"({"sensitivity": "Private", "busy": "OOF", "reminder": 20,
+      "zone": "Tokyo Standard Time",
+      "series": {"pattern": "daily", "start": "2024-03-12", "count": 3},
+      "attendees": [{"address": "a@x", "name": "Ann"}, {"address": "b@x", "role": "optional"},
+                    {"address": "c@x", "role": "resource"}]})";
+  mailbox::ItemInfo item = appointment(event);
+  EXPECT_EQ(FieldText(item, "LegacyFreeBusyStatus"), "") << "taken without the safe switch";
+  ews::Settings().bSafe = true;
+  item = appointment(event);
+  EXPECT_EQ(item.sensitivity, "Private");
+  EXPECT_EQ(FieldText(item, "LegacyFreeBusyStatus"), "OOF");
+  EXPECT_EQ(FieldText(item, "ReminderIsSet"), "true");
+  EXPECT_EQ(FieldText(item, "ReminderMinutesBeforeStart"), "20");
+  const auto textOf = [&](const char* field) {
+    const mailbox::ItemField* found = mailbox::FindField(item, field);
+    return found ? found->xml : std::string();
+  };
+  EXPECT_THAT(textOf("StartTimeZone"), HasSubstr("Tokyo Standard Time"));
+  EXPECT_THAT(textOf("EndTimeZone"), HasSubstr("Tokyo Standard Time"));
+  EXPECT_THAT(textOf("RequiredAttendees"), AllOf(HasSubstr("a@x"), Not(HasSubstr("z@"))));
+  EXPECT_THAT(textOf("OptionalAttendees"), HasSubstr("b@x"));
+  EXPECT_THAT(textOf("Resources"), HasSubstr("c@x"));
+
+  item = appointment(R"({"allDay": true, "start": "2024-03-12T00:00:00",
+                         "end": "2024-03-13T08:00:00", "reminder": false,
+                         "zone": "Tokyo Standard Time"})");
+  EXPECT_EQ(FieldText(item, "IsAllDayEvent"), "true");
+  EXPECT_EQ(item.starts, "2024-03-12T00:00:00Z");
+  EXPECT_EQ(item.ends, "2024-03-14T00:00:00Z");
+  EXPECT_EQ(FieldText(item, "ReminderIsSet"), "false");
+  EXPECT_THAT(textOf("StartTimeZone"), Not(HasSubstr("Tokyo")));
+  EXPECT_THAT(textOf("RequiredAttendees"), HasSubstr("z@example.com"));
+
+  item = appointment(R"({"allDay": 1, "busy": "Away", "reminder": -1, "zone": "Nowhere",
+                         "attendees": "a@x", "sensitivity": 1})");
+  EXPECT_EQ(item.starts, "2024-03-11T10:00:00Z");
+  for (const char* name : {"allDay", "busy", "reminder", "zone", "attendees", "sensitivity"}) {
+    EXPECT_THAT(run.Trace(), HasSubstr(std::string("wrong value, left out: ") + name));
+  }
+
+  run.folder.WriteWork("ItemProps.json",
+                       R"({"status": "Completed", "percent": 100, "sensitivity": "Confidential",
+                           "completed": "2024-03-14T08:00:00Z",
+                           "reminderTime": "2024-03-11T06:00:00Z"})");
+  ASSERT_EQ(run.Import(WellKnownFolderName::Tasks, Task(u"")), 1) << run.error;
+  item = run.Last("tasks");
+  EXPECT_EQ(FieldText(item, "Status"), "Completed");
+  EXPECT_EQ(FieldText(item, "PercentComplete"), "100");
+  EXPECT_THAT(FieldText(item, "CompleteDate"), HasSubstr("2024-03-14"));
+  EXPECT_EQ(FieldText(item, "ReminderDueBy"), "2024-03-11T06:00:00Z");
+  EXPECT_EQ(item.sensitivity, "Confidential");
+}
+
 // A daily task repeats every day, and ends by field 5; one whose series fails is lost, unless safe.
 TEST(OtherItems, ATaskWithABadSeriesIsLostOnlyWithoutTheSafeSwitch) {
   const SeriesRow rows[] = {

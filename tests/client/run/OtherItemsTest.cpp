@@ -84,8 +84,8 @@ TEST_F(OtherItems, AnEventIsReadByTheEngineAsItWas) {
     "attendees": [
       {"address": "bo@x.example", "name": "Bo; B", "role": "required", "answer": "declined"},
       {"address": "cy@x.example", "name": "Cy", "role": "optional", "answer": "none"}]})"));
-  EXPECT_THAT(m_left, ElementsAre("what a descriptor has no place for of attendees, deleted, "
-                                  "organizer, reminder, series, zone"));
+  EXPECT_THAT(m_left, ElementsAre("what a descriptor has no place for of deleted, organizer, "
+                                  "answers of attendees"));
 }
 
 TEST_F(OtherItems, ATaskKeepsItsDaysAndItsState) {
@@ -134,11 +134,11 @@ TEST_F(OtherItems, AContactIsTaggedAndWholeInItsProperties) {
   EXPECT_EQ(contact["jobTitle"], "</ITEM>Mate");
   EXPECT_EQ(contact["middleName"], "M");
   EXPECT_EQ(contact["phones"][2], (json{{"kind", "OtherTelephone"}, {"number", "3"}}));
-  const auto told = ElementsAre("what a descriptor has no place for of contact, sensitivity");
-  EXPECT_THAT(m_left, told);
+  EXPECT_THAT(m_left, ElementsAre("what a descriptor has no place for of contact"));
 
   const TemporaryFolder other;
-  EXPECT_THAT(WriteOther(other.Path(), TYPE_CONTACT, card, /*key=*/""), told);
+  EXPECT_THAT(WriteOther(other.Path(), TYPE_CONTACT, card, /*key=*/""),
+              ElementsAre("what a descriptor has no place for of contact, sensitivity"));
   EXPECT_FALSE(std::filesystem::exists(other.File("ItemProps.json")));
 }
 
@@ -162,8 +162,7 @@ TEST_F(OtherItems, PropertiesThatTheEngineWouldNotReadGiveWay) {
     lines += "ATTENDEE:mailto:" + std::to_string(i) + "@x.example\r\n";
   }
   (void)Write(TYPE_CALENDER, Event(lines));
-  EXPECT_THAT(m_left, ElementsAre("what a descriptor has no place for of attendees",
-                                  "attendees, which is too large"));
+  EXPECT_THAT(m_left, ElementsAre("attendees, which is too large"));
   EXPECT_LT(ReadAll(m_folder.File("ItemProps.json")).size(), 1u << 20);
 }
 
