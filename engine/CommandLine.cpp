@@ -43,7 +43,7 @@ std::string_view TakePatience(const std::string& strValue, ServiceSettings& objS
 }
 static_assert(std::chrono::seconds(kMaxPatience).count() == 604800, "the text above names it");
 
-constexpr std::array<Option, 11> kOptions{{
+constexpr std::array<Option, 12> kOptions{{
     {"--ews-url", &ServiceSettings::strEwsUrl, nullptr, nullptr},
     {"--autodiscover-url", &ServiceSettings::strAutodiscoverUrl, nullptr, nullptr},
     {"--authority-url", &ServiceSettings::strAuthorityUrl, nullptr, nullptr},
@@ -52,6 +52,7 @@ constexpr std::array<Option, 11> kOptions{{
     {"--trust-host", nullptr, nullptr, &ServiceSettings::arrTrustHosts},
     {"--verify-certificates", nullptr, &ServiceSettings::bVerifyCertificates, nullptr},
     {"--token-cache", nullptr, &ServiceSettings::bTokenCache, nullptr},
+    {"--known-server", nullptr, &ServiceSettings::bKnownServer, nullptr},
     {"--safe", nullptr, &ServiceSettings::bSafe, nullptr},
     {"--proxy", nullptr, nullptr, nullptr, &TakeProxy},
     {"--patience", nullptr, nullptr, nullptr, &TakePatience},

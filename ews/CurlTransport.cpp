@@ -333,18 +333,25 @@ void Perform(CURL* pCurl, Outcome& objOutcome) {
   objOutcome.bKeptConnection = InfoOf<long>(pCurl, CURLINFO_NUM_CONNECTS) == 0;
 }
 
+bool IsNobodys400(const Outcome& objOutcome) {
+  const HttpResponse& objResponse = objOutcome.objTransfer.objResponse;
+  return objOutcome.objEnd.eCode == CURLE_OK && objResponse.nStatus == 400 &&
+         objResponse.strBody.find("Envelope") == std::string::npos;
+}
+
+bool MayBeTaken(const Outcome& objOutcome) {
+  return objOutcome.objTransfer.bSendOnce && objOutcome.objEnd.bBodyOut;
+}
+
 // True where a kept connection may be to blame and the request was not carried out: it gave no
 // answer to it, or one that knows of no request.
 bool IsForAnotherConnection(const Outcome& objOutcome) {
   if (!objOutcome.bKeptConnection) return false;
   const TransferEnd& objEnd = objOutcome.objEnd;
-  const HttpResponse& objResponse = objOutcome.objTransfer.objResponse;
-  if (objEnd.eCode == CURLE_OK) {
-    return objResponse.nStatus == 400 && objResponse.strBody.find("Envelope") == std::string::npos;
-  }
+  if (objEnd.eCode == CURLE_OK) return IsNobodys400(objOutcome) && !MayBeTaken(objOutcome);
   const bool bLost = objEnd.eCode == CURLE_SEND_ERROR || objEnd.eCode == CURLE_RECV_ERROR ||
                      objEnd.eCode == CURLE_GOT_NOTHING;
-  return bLost && !objEnd.bAnswered && !(objOutcome.objTransfer.bSendOnce && objEnd.bBodyOut);
+  return bLost && !objEnd.bAnswered && !MayBeTaken(objOutcome);
 }
 
 }  // namespace
@@ -354,6 +361,7 @@ struct CurlTransport::Impl {
   std::unique_ptr<CURL, EasyDeleter> pCurl;
   std::map<std::string, Handshake> mapHandshakes;  // by origin and user, where Basic was refused
   Silence objSilence;
+  bool bConnectAnew = false;  // the last request met a connection that knows of none
 
   Outcome Try(const HttpRequest& objRequest, Handshake eHandshake, const Silence& objLimits);
 };
@@ -420,6 +428,7 @@ Outcome CurlTransport::Impl::Try(const HttpRequest& objRequest, Handshake eHands
   objConnections.EndWhereEnded();
   curl_easy_reset(pCurl.get());  // keeps the connections
   SetOptions(pCurl.get(), objRequest, objTransfer);
+  if (bConnectAnew) curl_easy_setopt(pCurl.get(), CURLOPT_FRESH_CONNECT, 1L);
   objConnections.Follow(pCurl.get());
   if (const WebCredentials* pUser = objRequest.objCredentials.UserAndPassword()) {
     SetHandshake(pCurl.get(), eHandshake, *pUser);
@@ -446,6 +455,7 @@ HttpResponse CurlTransport::Exchange(const HttpRequest& objRequest, Handshake eH
     if (objAgain.pBody) objAgain.pBody->Rewind();
     objOutcome = m_pImpl->Try(objAgain, eHandshake, objSilence);
   }
+  m_pImpl->bConnectAnew = Settings().bSafe && IsNobodys400(objOutcome);
   if (objOutcome.objEnd.eCode != CURLE_OK) throw NetworkFailure(objRequest, objOutcome.objEnd);
   return std::move(objOutcome.objTransfer.objResponse);
 }

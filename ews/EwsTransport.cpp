@@ -18,11 +18,19 @@ bool IsRedirect(int nStatus) {
   return nStatus == 301 || nStatus == 302 || nStatus == 303 || nStatus == 307 || nStatus == 308;
 }
 
-ServiceException NotFollowed(const std::string& strFrom, const std::string& strWhere) {
+bool MayBePassedOn(const HttpRequest& objRequest, const HttpResponse& objResponse) {
+  return Settings().bSafe && objRequest.bSendOnce && objResponse.bBehindBody;
+}
+
+ServiceException NotFollowed(const HttpRequest& objRequest, const HttpResponse& objResponse,
+                             const std::string& strWhere) {
   Failure objFailure;
   objFailure.bForeign = true;
-  return ServiceException("The request failed. " + strFrom + " redirects " + strWhere + ".",
-                          objFailure);
+  objFailure.bMayBeCarriedOut = MayBePassedOn(objRequest, objResponse);
+  std::string strText =
+      "The request failed. " + HostForMessage(objRequest.strUrl) + " redirects " + strWhere + ".";
+  if (objFailure.bMayBeCarriedOut) strText = WithOpenOutcome(std::move(strText), "It");
+  return ServiceException(strText, objFailure);
 }
 
 bool CarriesSecret(const HttpRequest& objRequest) {
@@ -81,6 +89,15 @@ std::chrono::milliseconds EwsTransport::PatienceLeft(const std::string& strHost)
   return std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - Now());
 }
 
+bool EwsTransport::HasServed(const std::string& strUrl) const {
+  return Settings().bKnownServer || m_mapServed.contains(strUrl);
+}
+
+bool EwsTransport::HasServedItself(const std::string& strUrl) const {
+  const auto it = m_mapServed.find(strUrl);
+  return it != m_mapServed.end() && !it->second;
+}
+
 EwsTransport& Transport() {
   if (g_pScoped) return *g_pScoped;
   static CurlTransport objTransport;
@@ -97,14 +114,20 @@ HttpResponse SendFollowingRedirects(EwsTransport& objTransport, HttpRequest objR
   const auto nEnd = objTransport.Now() + objRequest.nTimeout;
   for (int nHops = 0;; ++nHops) {
     HttpResponse objResponse = objTransport.Send(objRequest);
+    objResponse.bRedirected = nHops > 0;
     if (!IsRedirect(objResponse.nStatus)) return objResponse;
-    const std::string strHost = HostForMessage(objRequest.strUrl);
-    if (nHops == kMaxRedirects) throw NotFollowed(strHost, "without end");
+    const auto Refuse = [&](const std::string& strWhere) {
+      throw NotFollowed(objRequest, objResponse, strWhere);
+    };
+    if (nHops == kMaxRedirects) Refuse("without end");
     const std::string strTarget = ResolveUrl(objRequest.strUrl, objResponse.Header("Location"));
-    if (strTarget.empty()) throw NotFollowed(strHost, "to no address");
+    if (strTarget.empty()) Refuse("to no address");
+    if (MayBePassedOn(objRequest, objResponse) && objTransport.HasServedItself(objRequest.strUrl)) {
+      Refuse("to " + HostForMessage(strTarget) + ", and has answered by itself before");
+    }
     if (!fnTrusted(strTarget)) {
       if (objRequest.bSecretBody) {
-        throw NotFollowed(strHost, "to " + HostForMessage(strTarget) + ", which is not trusted");
+        Refuse("to " + HostForMessage(strTarget) + ", which is not trusted");
       }
       objRequest.objCredentials = {};
     }

@@ -4,7 +4,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,8 +37,9 @@ struct HttpRequest {
 struct HttpResponse {
   int nStatus = 0;
   Headers arrHeaders;
-  std::string strBody;      // after decompression
-  bool bBehindBody = true;  // it came when all of the request may have arrived
+  std::string strBody;       // after decompression
+  bool bBehindBody = true;   // it came when all of the request may have arrived
+  bool bRedirected = false;  // another address gave it (SendFollowingRedirects)
 
   // The first header of that name without regard to case, or "".
   std::string Header(std::string_view strName) const;
@@ -71,15 +71,20 @@ class EwsTransport {
   // What of the patience is left for that host, all of it outside of an outage; may be negative.
   std::chrono::milliseconds PatienceLeft(const std::string& strHost);
 
-  // The mailbox service at that address has given an answer of its own. HasServed: at any time.
-  void NoteServed(const std::string& strUrl) { m_setServed.insert(strUrl); }
-  bool HasServed(const std::string& strUrl) const { return m_setServed.contains(strUrl); }
+  // The mailbox service at that address has given an answer of its own, or sent to one that did.
+  void NoteServed(const std::string& strUrl, bool bRedirected) {
+    m_mapServed[strUrl] = bRedirected;
+  }
+  // At any time, or before this process began (Settings().bKnownServer).
+  bool HasServed(const std::string& strUrl) const;
+  // The last time, and by itself.
+  bool HasServedItself(const std::string& strUrl) const;
 
  private:
   virtual HttpResponse DoSend(const HttpRequest& objRequest) = 0;
 
   std::map<std::string, std::chrono::steady_clock::time_point> m_mapOutages;  // by host
-  std::set<std::string> m_setServed;
+  std::map<std::string, bool> m_mapServed;  // by address, whether it sends elsewhere
 };
 
 // The process's transport: one connection pool for all requests, unless a ScopedTransport stands.
@@ -99,8 +104,10 @@ class ScopedTransport {
 
 // Sends a request and follows up to kMaxRedirects redirections, method and body kept. To an address
 // of which fnTrusted says no a request goes on without credentials, and one with a secret body not
-// at all. Throws as Send does, and for a redirection that is not followed: nobody has carried out
-// such a request.
+// at all. Throws as Send does, and for a redirection that is not followed. Nobody has carried out
+// such a request, but with the safe switch one that is sent once and was out whole: who redirects
+// it may stand in front of a server that got it. For the same reason such a one is not followed
+// from an address that has answered itself before.
 HttpResponse SendFollowingRedirects(EwsTransport& objTransport, HttpRequest objRequest,
                                     const std::function<bool(const std::string&)>& fnTrusted);
 

@@ -21,15 +21,19 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kLeastBackOff{1000};  // so that a retry never spins
-// Failures of one request that come from something on the way, before others are looked at.
+// Failures of one request that come from something on the way, before others are looked at: of
+// one that makes something, and of a question.
 constexpr int kMostOnTheWay = 4;
+constexpr int kMostUnanswered = 5;
+constexpr std::uint64_t kTinyBytes = 256 << 10;  // no limit of size is meant for a request of that
 
 bool IsLogonRefusal(const Failure& objFailure) {
   return objFailure.nHttpStatus == 401 || objFailure.nHttpStatus == 403;
 }
 
 bool EndsAsOurs(std::string_view strText) {
-  return SaysOpenOutcome(strText) || SaysGivenUp(strText) || SaysLogonRefused(strText);
+  return SaysOpenOutcome(strText) || SaysGivenUp(strText) || SaysLogonRefused(strText) ||
+         OutageIn(strText);
 }
 
 // The failure that the server's words become. Where they leave open what became of a request that
@@ -69,9 +73,9 @@ ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objRe
                         ExchangeService::Effect eEffect, std::string_view strWhy) {
   const std::uint64_t nBytes = objRequest.pBody ? objRequest.pBody->Length() : 0;
   Failure objFailure = FailureOfStatus(objResponse);
-  // A gateway that asks for time may have passed on what it was given.
-  if (Settings().bSafe && objFailure.nBackOff && objResponse.nStatus >= 500) {
-    objFailure.bMayBeCarriedOut = objResponse.bBehindBody;
+  const bool bCreates = eEffect == ExchangeService::Effect::kCreates;
+  if (Settings().bSafe && bCreates && LeavesOutcomeOpen(objResponse)) {
+    objFailure.bMayBeCarriedOut = true;
   }
   std::string strText = HttpFailureText(objRequest.strUrl, objResponse, nBytes);
   objFailure.bMayPass =
@@ -84,7 +88,7 @@ ServiceException NoSoap(const HttpRequest& objRequest, const HttpResponse& objRe
     strText = "The request failed. The answer of the server " + HostForMessage(objRequest.strUrl) +
               " " + std::string(strWhy) + ".";
   }
-  if (objFailure.bMayBeCarriedOut && eEffect == ExchangeService::Effect::kCreates) {
+  if (objFailure.bMayBeCarriedOut && bCreates) {
     strText = WithOpenOutcome(std::move(strText), "It");
   }
   objFailure.bSaysServiceIsOff = Settings().bSafe && objFailure.nHttpStatus == 403 &&
@@ -138,18 +142,33 @@ class Mark {
 // For a request that is cut each time where others are served: it is too large for something on the
 // way. The text does not open as those of failures that meet all requests alike.
 ServiceException TooLargeForTheWay(const HttpRequest& objRequest) {
-  const auto nBytes = static_cast<double>(objRequest.pBody->Length());
   return ServiceException(
-      fmt::format("The connection to {} was cut each time while {:.1f} MB went out, and smaller "
-                  "requests are answered.",
-                  HostForMessage(objRequest.strUrl), nBytes / 1e6));
+      fmt::format("The connection to {} was cut each time while {} went out, and other requests "
+                  "are answered.",
+                  HostForMessage(objRequest.strUrl), SizeForMessage(objRequest.pBody->Length())));
+}
+
+// Whether a request may fare worse than others: something on the way meets it, or the server was
+// reached and has nothing but failures for one kind of question.
+bool IsOnTheWay(const Failure& objFailure, ExchangeService::Effect eEffect) {
+  if (!Settings().bSafe || !objFailure.bOutage) return false;
+  if (objFailure.bCutInBody || objFailure.bForeign) return true;
+  const bool bReached = objFailure.nHttpStatus != 0 || objFailure.bMayBeCarriedOut;
+  return eEffect == ExchangeService::Effect::kReads && bReached && !objFailure.nBackOff;
 }
 
 // The same failure as one of the request alone.
-ServiceException OfRequestAlone(const ServiceException& objError) {
+ServiceException OfRequestAlone(const ServiceException& objError, ExchangeService::Effect eEffect) {
   Failure objFailure = objError.Cause();
   objFailure.bOutage = false;
+  if (eEffect == ExchangeService::Effect::kReads) objFailure.bMayBeCarriedOut = false;
   return ServiceException(objError.what(), objFailure);
+}
+
+// Nothing was done with what was refused so: it can be sent again at once.
+bool IsStraySizeRefusal(const HttpRequest& objRequest, const HttpResponse& objResponse) {
+  return Settings().bSafe && objResponse.nStatus == 413 && !objResponse.bRedirected &&
+         objRequest.pBody && objRequest.pBody->Length() < kTinyBytes;
 }
 
 bool BreaksLine(std::u16string_view str) {
@@ -266,13 +285,18 @@ SoapResponse ExchangeService::Send(HttpRequest objRequest, Effect eEffect) {
       m_strLogonRefused = e.what();
       throw;
     }
-    if (e.Cause().bSaysServiceIsOff) {
-      if (IsForOneRequest(e.Cause(), eEffect)) throw;
-      RefuseLogon(e);
+    if (!Settings().bSafe || !(IsLogonRefusal(e.Cause()) || e.Cause().bSaysServiceIsOff)) throw;
+    if (IsForOneRequest(e.Cause())) {
+      if (eEffect == Effect::kCreates) throw;  // what became of it is looked for first
+    } else {
+      if (!m_strLogonRefused.empty()) throw ServiceException(m_strLogonRefused);
+      if (e.Cause().bSaysServiceIsOff) RefuseLogon(e);
+      if (m_bRenewing) throw;
+      return SendWithNewLogon(std::move(objRequest), eEffect);
     }
-    if (!Settings().bSafe || !IsLogonRefusal(e.Cause()) || m_bRenewing) throw;
   }
-  return SendWithNewLogon(std::move(objRequest), eEffect);
+  objRequest.objCredentials = m_objCredentials;  // which the question may have renewed
+  return SendUntilServed(std::move(objRequest), eEffect);
 }
 
 // A token may have run out, or a server have forgotten a logon. Once, for each try may count
@@ -291,15 +315,19 @@ SoapResponse ExchangeService::SendWithNewLogon(HttpRequest objRequest, Effect eE
     return SendUntilServed(objRequest, eEffect);
   } catch (const ServiceException& e) {
     if (!IsLogonRefusal(e.Cause()) && !e.Cause().bSaysServiceIsOff) throw;
-    if (IsForOneRequest(e.Cause(), eEffect)) throw;
+    if (IsForOneRequest(e.Cause())) throw;
+    if (!m_strLogonRefused.empty()) throw ServiceException(m_strLogonRefused);
     RefuseLogon(e, "; a new logon did not help");
   }
 }
 
 // Something on the way may forbid a mail for what is in it, be it with a page that tells of a
-// service being blocked: whether all others fare the same is asked of the server.
-bool ExchangeService::IsForOneRequest(const Failure& objFailure, Effect eEffect) {
-  return eEffect != Effect::kReads && objFailure.nHttpStatus != 401 && !RefusesQuestions();
+// service being blocked, or one kind of question: whether others fare the same is asked of the
+// server.
+bool ExchangeService::IsForOneRequest(const Failure& objFailure) {
+  if (m_bAsking || objFailure.nHttpStatus == 401) return false;
+  const Mark objMark(m_bAsking);
+  return !RefusesQuestions();
 }
 
 bool ExchangeService::RefusesQuestions() {
@@ -312,7 +340,7 @@ bool ExchangeService::RefusesQuestions() {
 }
 
 void ExchangeService::RefuseLogon(const ServiceException& objError, const char* pszElse) {
-  const std::string strText = WithoutStop(objError.what());
+  const std::string strText = WithoutStop(WithoutOpenOutcome(objError.what()));
   m_strLogonRefused = WithLogonRefused(
       objError.Cause().bSaysServiceIsOff ? strText + ". " + kServiceIsOff : strText + pszElse);
   throw ServiceException(m_strLogonRefused);
@@ -325,35 +353,51 @@ SoapResponse ExchangeService::SendUntilServed(HttpRequest objRequest, Effect eEf
                                                      : kAlways;
   const Outage objOutage(Transport(), HostForMessage(objRequest.strUrl), objRequest.nTimeout,
                          eRepeat);
-  const int nMost = Settings().nPatience.count() > 0 ? kMostOnTheWay : 1;
+  const int nMost = Settings().nPatience.count() == 0 ? 1
+                    : eEffect == Effect::kCreates     ? kMostOnTheWay
+                                                      : kMostUnanswered;
   int nFailures = 0;
   return WaitOut(objOutage, [&](milliseconds nTimeout) {
     objRequest.nTimeout = nTimeout;
     try {
       return SendAndJudge(objRequest, eEffect);
     } catch (const ServiceException& e) {
-      const Failure& objFailure = e.Cause();
-      const bool bOnTheWay = objFailure.bOutage && (objFailure.bCutInBody || objFailure.bForeign);
-      nFailures = Settings().bSafe && bOnTheWay ? nFailures + 1 : 0;
+      nFailures = IsOnTheWay(e.Cause(), eEffect) ? nFailures + 1 : 0;
       if (nFailures < nMost || m_bWaitsForNone || !AnswersAtOnce()) throw;
-      if (objFailure.bForeign) throw OfRequestAlone(e);
+      if (e.Cause().bCutInBody) throw TooLargeForTheWay(objRequest);
     }
-    throw TooLargeForTheWay(objRequest);
+    return SendLast(objRequest, eEffect);
   });
+}
+
+// One more try of what failed again and again where others are served: the server may have come
+// back between the two. What fails then is no outage.
+SoapResponse ExchangeService::SendLast(const HttpRequest& objRequest, Effect eEffect) {
+  try {
+    return SendAndJudge(objRequest, eEffect);
+  } catch (const ServiceException& e) {
+    if (!e.Cause().bOutage) throw;
+    throw OfRequestAlone(e, eEffect);
+  }
 }
 
 // An address where the service has answered is no wrong one: who knows nothing of it there stands
 // in for it while it is out of order, such as a proxy with a page for people.
 SoapResponse ExchangeService::SendAndJudge(const HttpRequest& objRequest, Effect eEffect) {
+  HttpResponse objResponse;
+  const auto NoteServed = [&] {
+    Transport().NoteServed(objRequest.strUrl, objResponse.bRedirected);
+  };
   try {
-    const HttpResponse objResponse = SendFollowingRedirects(
-        Transport(), objRequest,
-        [&](const std::string& strTo) { return MayCarryCredentials(objRequest.strUrl, strTo); });
+    objResponse = SendFollowingRedirects(Transport(), objRequest, [&](const std::string& strTo) {
+      return MayCarryCredentials(objRequest.strUrl, strTo);
+    });
+    if (IsStraySizeRefusal(objRequest, objResponse)) objResponse = Transport().Send(objRequest);
     SoapResponse objAnswer = Judge(objRequest, objResponse, eEffect);
-    Transport().NoteServed(objRequest.strUrl);
+    NoteServed();
     return objAnswer;
   } catch (const ServiceResponseException&) {
-    Transport().NoteServed(objRequest.strUrl);
+    NoteServed();
     throw;
   } catch (const ServiceException& e) {
     Failure objFailure = e.Cause();

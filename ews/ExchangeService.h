@@ -60,9 +60,10 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   void SetCredentials(const OAuthCredentials& objCredentials) { m_objCredentials = objCredentials; }
   // With the safe switch, what a request does whose logon is refused by 401 or 403: it takes these
   // new credentials, or without a function the old ones, and is sent once more on a connection of
-  // its own. If that is refused as well, and no question is answered either where a 403 may be for
-  // one mail alone, this and all further requests fail without being sent, and their text holds
-  // kLogonRefused. fnNewLogon throws ServiceException if there are none.
+  // its own. If that is refused as well, this and all further requests fail without being sent, and
+  // their text holds kLogonRefused. fnNewLogon throws ServiceException if there are none. Where a
+  // 403 may be for one request alone a question is asked first, and does so; if it is answered, a
+  // question that was refused is asked once more, and what makes something fails by itself.
   using NewLogon = std::function<Credentials()>;
   void SetNewLogon(NewLogon fnNewLogon) { m_fnNewLogon = std::move(fnNewLogon); }
   // An empty address is found out at the next request.
@@ -109,12 +110,13 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   HttpRequest MakeRequest(RequestBody& objBody) const;
   SoapResponse Send(HttpRequest objRequest, Effect eEffect);
   SoapResponse SendWithNewLogon(HttpRequest objRequest, Effect eEffect);
-  bool IsForOneRequest(const Failure& objFailure, Effect eEffect);
+  bool IsForOneRequest(const Failure& objFailure);
   bool RefusesQuestions();
   // Says in the text of all further requests that the service is off, or pszElse.
   [[noreturn]] void RefuseLogon(const ServiceException& objError, const char* pszElse = "");
   // Waits outages out (ews/Outage.h).
   SoapResponse SendUntilServed(HttpRequest objRequest, Effect eEffect);
+  SoapResponse SendLast(const HttpRequest& objRequest, Effect eEffect);
   SoapResponse SendAndJudge(const HttpRequest& objRequest, Effect eEffect);
   bool AnswersAtOnce();
 
@@ -126,6 +128,7 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   int m_nTimeout = kDefaultTimeout;
   NewLogon m_fnNewLogon;
   bool m_bRenewing = false;
+  bool m_bAsking = false;         // whether others than one request are refused
   bool m_bWaitsForNone = false;   // a failure of the request that is made now is not waited out
   std::string m_strLogonRefused;  // the text of all further requests; empty while there may be some
 };

@@ -16,29 +16,41 @@ namespace {
 
 using std::chrono::milliseconds;
 
+// What a status says where no SOAP comes with it.
+enum : unsigned {
+  kOutage = 1,
+  kNamesSize = 2,  // a refusal of what is large
+  kForeign = 4,    // no mailbox service says so
+  kRefused = 8,    // said of what nobody has looked into, be it out whole
+};
+
 struct StatusRow {
   int nStatus;
   std::string_view strText;  // may be empty
-  bool bOutage = false;
-  bool bNamesSize = false;  // a proxy's refusal of what is large
-  bool bForeign = false;    // no mailbox service says so
+  unsigned nSays = 0;
 };
 
 constexpr auto kStatuses = std::to_array<StatusRow>({
     {400, "Bad Request"},
-    {401, "Unauthorized: the user name, the password or the token was refused"},
+    {401, "Unauthorized: the user name, the password or the token was refused", kRefused},
     {403, "Forbidden: this user may not do that"},
-    {404, "Not Found: there is no mailbox service at this address", false, false, true},
-    {405, "Method Not Allowed", false, true, true},
-    {407, "Proxy Authentication Required"},
-    {408, "Request Timeout", true},
-    {411, "Length Required", false, true},
-    {413, "Content Too Large", false, true},
-    {429, "Too Many Requests: the server is throttling", true},
-    {500, "Internal Server Error", true},
-    {502, "Bad Gateway", true},
-    {503, "Service Unavailable", true},
-    {504, "Gateway Timeout", true},
+    {404, "Not Found: there is no mailbox service at this address", kForeign},
+    {405, "Method Not Allowed", kNamesSize | kForeign | kRefused},
+    {407, "Proxy Authentication Required", kRefused},
+    {408, "Request Timeout", kOutage},
+    {411, "Length Required", kNamesSize | kRefused},
+    {413, "Content Too Large", kNamesSize | kRefused},
+    {414, "URI Too Long", kRefused},
+    {415, "Unsupported Media Type", kRefused},
+    {417, "Expectation Failed", kRefused},
+    {421, "Misdirected Request", kRefused},
+    {426, "Upgrade Required", kRefused},
+    {429, "Too Many Requests: the server is throttling", kOutage | kRefused},
+    {431, "Request Header Fields Too Large", kRefused},
+    {500, "Internal Server Error", kOutage},
+    {502, "Bad Gateway", kOutage},
+    {503, "Service Unavailable", kOutage},
+    {504, "Gateway Timeout", kOutage},
 });
 
 StatusRow RowOf(int nStatus) {
@@ -67,14 +79,20 @@ std::optional<milliseconds> RetryAfter(const HttpResponse& objResponse) {
 
 }  // namespace
 
+std::string SizeForMessage(std::uint64_t nBytes) {
+  const auto dBytes = static_cast<double>(nBytes);
+  return nBytes < 1'000'000 ? fmt::format("{:.0f} KB", std::max(dBytes / 1e3, 1.0))
+                            : fmt::format("{:.1f} MB", dBytes / 1e6);
+}
+
 std::string HttpFailureText(const std::string& strUrl, const HttpResponse& objResponse,
                             std::uint64_t nBodyBytes) {
   const StatusRow objRow = RowOf(objResponse.nStatus);
   std::string strText = fmt::format("The request failed. The server {} answered HTTP {}",
                                     HostForMessage(strUrl), objResponse.nStatus);
   if (!objRow.strText.empty()) strText += fmt::format(" ({})", objRow.strText);
-  if (objRow.bNamesSize && nBodyBytes > 0) {
-    strText += fmt::format("; the request has {:.1f} MB", static_cast<double>(nBodyBytes) / 1e6);
+  if ((objRow.nSays & kNamesSize) && nBodyBytes > 0) {
+    strText += "; the request has " + SizeForMessage(nBodyBytes);
   }
   return strText + ".";
 }
@@ -84,10 +102,15 @@ Failure FailureOfStatus(const HttpResponse& objResponse) {
   const int nStatus = objResponse.nStatus;
   objFailure.nHttpStatus = nStatus;
   if (nStatus == 429 || nStatus == 503) objFailure.nBackOff = RetryAfter(objResponse);
-  objFailure.bOutage = RowOf(nStatus).bOutage;
-  objFailure.bForeign = RowOf(nStatus).bForeign;
+  const unsigned nSays = RowOf(nStatus).nSays;
+  objFailure.bOutage = (nSays & kOutage) != 0;
+  objFailure.bForeign = (nSays & kForeign) != 0;
   objFailure.bMayBeCarriedOut = nStatus >= 500 && !objFailure.nBackOff;
   return objFailure;
+}
+
+bool LeavesOutcomeOpen(const HttpResponse& objResponse) {
+  return objResponse.bBehindBody && !(RowOf(objResponse.nStatus).nSays & kRefused);
 }
 
 }  // namespace ews

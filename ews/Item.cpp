@@ -18,6 +18,13 @@ namespace {
 
 constexpr const char* kAttachmentsFailed = "At least one attachment couldn't be created.";
 
+Failure OutageOf(const Failure& objFailure) {
+  Failure objOutage;
+  objOutage.bOutage = true;
+  objOutage.nBackOff = objFailure.nBackOff;
+  return objOutage;
+}
+
 constexpr std::string_view kMimeContent = "item:MimeContent";
 constexpr std::string_view kBody = "item:Body";
 constexpr std::string_view kAttachments = "item:Attachments";  // never touched: they go apart then
@@ -220,8 +227,14 @@ void Item::FailIncomplete(const ServiceException& objError) {
   }
   m_objId = {};
   const std::string strText = objError.what();
-  const bool bLasts = SaysGivenUp(strText) || SaysLogonRefused(strText);
-  throw ServiceException(bLasts ? kAttachmentsFailed + (" " + strText) : kAttachmentsFailed);
+  if (SaysGivenUp(strText) || SaysLogonRefused(strText)) {
+    throw ServiceException(kAttachmentsFailed + (" " + strText));
+  }
+  // Nothing is left of it, so that it can be sent again as a whole once the outage is over.
+  const Failure& objFailure = objError.Cause();
+  if (!objFailure.bOutage) throw ServiceException(kAttachmentsFailed);
+  const std::string strWhole = kAttachmentsFailed + (" " + WithoutOpenOutcome(strText));
+  throw ServiceException(WithOutage(strWhole, objFailure.nBackOff), OutageOf(objFailure));
 }
 
 bool Item::Delete() {

@@ -101,7 +101,10 @@ void Outage::WaitAfter(const ServiceException& objError) {
     return;
   }
   if (m_eRepeat == Repeat::kNever) throw;
-  if (objFailure.bMayBeCarriedOut && m_eRepeat == Repeat::kUnlessMaybeCarriedOut) throw;
+  if (objFailure.bMayBeCarriedOut && m_eRepeat == Repeat::kUnlessMaybeCarriedOut) {
+    if (!Settings().bSafe) throw;
+    throw ServiceException(WithOutage(objError.what(), objFailure.nBackOff), objFailure);
+  }
   if (Settings().bSafe && StopAsked()) GiveUp(objError, kAskedToStop);
   if (!IsPatient()) return WaitAsAsked(objError);
   const auto nSince = m_objTransport.OutageSince(m_strHost);

@@ -24,7 +24,8 @@ class Outage {
  public:
   enum class Repeat {
     kAlways,                 // asking twice does no harm
-    kUnlessMaybeCarriedOut,  // what may have made something is not sent again
+    kUnlessMaybeCarriedOut,  // what may have made something is not sent again, and told as an
+                             // outage (ews/ServiceException.h, kOutOfOrder)
     kNever
   };
 

@@ -1,5 +1,7 @@
 #include "ews/ServiceException.h"
 
+#include <charconv>
+
 namespace ews {
 namespace {
 
@@ -19,6 +21,27 @@ bool DropDuration(std::string_view& strText) {
   return bNumber;
 }
 
+// Takes what WithOutage adds off the end, where it is there.
+std::optional<std::chrono::seconds> DropOutage(std::string_view& strText) {
+  std::string_view strLeft = strText;
+  if (!DropText(strLeft, ".")) return std::nullopt;
+  std::chrono::seconds nAsked{0};
+  if (!DropText(strLeft, kOutOfOrder)) {
+    const size_t nAt = strLeft.rfind(kServerAsksFor);
+    if (nAt == std::string_view::npos) return std::nullopt;
+    std::string_view strTime = strLeft.substr(nAt + std::string_view(kServerAsksFor).size());
+    if (!DropText(strTime, " s")) return std::nullopt;
+    long long nSeconds = 0;
+    const char* pEnd = strTime.data() + strTime.size();
+    const auto objRead = std::from_chars(strTime.data(), pEnd, nSeconds);
+    if (objRead.ec != std::errc() || objRead.ptr != pEnd || nSeconds < 1) return std::nullopt;
+    nAsked = std::chrono::seconds(nSeconds);
+    strLeft = strLeft.substr(0, nAt);
+  }
+  strText = strLeft;
+  return nAsked;
+}
+
 }  // namespace
 
 std::string WithoutStop(std::string strText) {
@@ -31,13 +54,29 @@ std::string WithOpenOutcome(std::string strText, const char* pszSubject) {
 }
 
 std::string WithoutOpenOutcome(std::string strText) {
+  if (std::string_view strLeft = strText; DropOutage(strLeft)) {
+    strText = std::string(strLeft) + ".";
+  }
   const size_t nAt = strText.rfind(kMayBeCarriedOut);
   if (nAt == std::string::npos) return strText;
   const size_t nStop = strText.rfind(". ", nAt);
   return nStop == std::string::npos ? std::string() : strText.substr(0, nStop + 1);
 }
 
+std::string WithOutage(std::string strText,
+                       const std::optional<std::chrono::milliseconds>& nBackOff) {
+  const std::string strEnd =
+      nBackOff ? kServerAsksFor + std::to_string((nBackOff->count() + 999) / 1000) + " s"
+               : kOutOfOrder;
+  return WithoutStop(std::move(strText)) + strEnd + ".";
+}
+
+std::optional<std::chrono::seconds> OutageIn(std::string_view strText) {
+  return DropOutage(strText);
+}
+
 bool SaysOpenOutcome(std::string_view strText) {
+  if (DropOutage(strText)) return strText.ends_with(kMayBeCarriedOut);
   return strText.ends_with(std::string(kMayBeCarriedOut) + ".");
 }
 

@@ -77,6 +77,10 @@ inline constexpr const char* kNoRecurrence = "This item has no recurrence patter
 // Ends the text of every request that makes something and may have made it; where it is
 // missing, nothing was made.
 inline constexpr const char* kMayBeCarriedOut = "may have carried the request out";
+// With the safe switch it, or kServerAsksFor and whole seconds, and a full stop stand at the end of
+// an outage that is not waited for here: whoever sends again is to wait, and to look for what may
+// have been made first. Behind kMayBeCarriedOut, or by itself where nothing was made.
+inline constexpr const char* kOutOfOrder = "; the server or the way to it is out of order";
 // One of these ends the text of an outage for which nobody waits any more. The first has the time
 // behind it; so has the second, and behind that the third, what is left, and the fourth.
 inline constexpr const char* kWaitedFor = "; waited for ";
@@ -92,11 +96,16 @@ inline constexpr const char* kLogonRefused = "this logon is refused";
 std::string WithOpenOutcome(std::string strText, const char* pszSubject);
 // The text with kLogonRefused at its end.
 std::string WithLogonRefused(std::string strText);
-// The text without the sentence that WithOpenOutcome added.
+// The text without the sentence that WithOpenOutcome added, and what WithOutage did.
 std::string WithoutOpenOutcome(std::string strText);
 // Whether a text of this library ends so. Not what a server says: with the safe switch nothing that
 // is its own ends like that.
 bool SaysOpenOutcome(std::string_view strText);
+// The text with kOutOfOrder, or the time that the server asks for, at its end.
+std::string WithOutage(std::string strText,
+                       const std::optional<std::chrono::milliseconds>& nBackOff);
+// Of a text that ends so: the time that the server asks for, or 0.
+std::optional<std::chrono::seconds> OutageIn(std::string_view strText);
 bool SaysGivenUp(std::string_view strText);  // that nobody waits any more
 bool SaysLogonRefused(std::string_view strText);
 // The text without what ends a sentence, so that more can follow.

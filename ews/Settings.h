@@ -25,6 +25,9 @@ struct ServiceSettings {
   std::vector<CString> arrTrustHosts;
   // The way to every host but this machine, http or https without a user name; empty for none.
   CString strProxy;
+  // The mailbox server's address was tried and is right: who knows nothing of mailboxes there
+  // stands in for it, from the first request on. With bSafe alone.
+  bool bKnownServer = false;
   bool bTokenCache = false;  // answer from a cache while a token has over five minutes left
   // On: the ledger binds its values, 29 February stays what it is, attachment lists take nothing
   // from outside the work folder, a folder that the server refuses to make is looked up once more,

@@ -95,7 +95,6 @@ TEST_F(LogonRenewal, WithoutANewTokenTheReasonIsTold) {
 TEST_F(LogonRenewal, A403ForOneMailAloneIsNoRefusalOfTheLogon) {
   LogonByPassword();
   PushStatus(403);
-  PushStatus(403);
   m_transport.Push(answers::Found({}));
   EXPECT_THAT(Save(), AllOf(HasSubstr("HTTP 403"), Not(HasSubstr(ews::kLogonRefused))));
   m_transport.Push(answers::Item("I="));

@@ -119,7 +119,7 @@ TEST(LostAnswer, AMailThatIsResetInItsMiddleIsToldByItsSizeWhereOthersAreServed)
   mail.SetMimeContent(
       ews::MimeContent(u"ASCII", std::make_unique<unsigned char[]>(kBytes), kBytes));
   EXPECT_EQ(TextOf([&] { mail.Save(wire.Root()); }),
-            "The connection to 127.0.0.1 was cut each time while 41.9 MB went out, and smaller "
+            "The connection to 127.0.0.1 was cut each time while 41.9 MB went out, and other "
             "requests are answered.");
 }
 
