@@ -1,5 +1,7 @@
+#include <fstream>
 #include <iostream>
 #include <memory>
+#include <utility>
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
@@ -16,6 +18,7 @@
 #include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
 #include "client/show/Console.h"
+#include "ews/Settings.h"
 
 namespace client {
 namespace {
@@ -41,14 +44,33 @@ void TellEnd(const Summary& summary, Console& console) {
   console.Say("Run the same command again to go on.");
 }
 
+// Waits of our own stand in the run's log, as the engine's do in its trace.
+void LogWaits(const std::string& path) {
+  auto& tell = ews::Settings().fnTellWait;
+  tell = [before = std::move(tell), path](const std::string& line) {
+    before(line);
+    std::ofstream(path, std::ios::app) << line << "\r\n";
+  };
+}
+
+// What would be sent, and whether the target would let us in. A local mailbox is our own, and not
+// made before something is sent.
+int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
+  if (!options.target.Local()) {
+    AskSecrets(options);
+    ServerWaits waits;
+    RequireLogon(options.target, EngineOptions(options.engine, options.target, nullptr), "<GUID>",
+                 options.engine.patienceGiven, waits, say);
+  }
+  PrintPlan(plan, options.target.Name(), options.json);
+  return plan.IsWhole() ? kExitDone : kExitFailed;
+}
+
 int Migrate(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
   const Plan plan = MakePlan(options.sources);
-  if (options.dryRun) {
-    PrintPlan(plan, options.target.Name(), options.json);
-    return plan.IsWhole() ? kExitDone : kExitFailed;
-  }
+  if (options.dryRun) return DryRun(options, plan, say);
   AskSecrets(options);
 
   RunFolder run(options.run);
@@ -62,8 +84,9 @@ int Migrate(MigrateOptions& options, Console& console) {
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;
-  RequireLogon(options.target, engineOptions, run, options.engine.patienceGiven || IsBound(journal),
-               waits, say);
+  RequireLogon(options.target, engineOptions, run.Title(),
+               options.engine.patienceGiven || IsBound(journal), waits, say);
+  LogWaits(run.File("4LogFile.txt"));
   if (!options.adopt && !options.noAdopt && KnowsNothing(journal, run)) {
     TargetLook look(options.target);
     RequireNotFilled(look, plan, say);

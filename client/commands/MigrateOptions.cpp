@@ -58,8 +58,8 @@ void DescribeServer(CLI::App& app, MigrateOptions& options) {
 // What only a migration does. A check that is given the same arguments has no use for it.
 void DescribeSending(CLI::App& app, MigrateOptions& options, Purpose purpose) {
   std::vector<CLI::Option*> flags;
-  flags.push_back(
-      app.add_flag("--dry-run", options.dryRun, "Show folders, counts and sizes; send nothing"));
+  flags.push_back(app.add_flag("--dry-run", options.dryRun,
+                               "Log on, show folders, counts and sizes; send nothing"));
   flags.push_back(
       app.add_flag("--as-is", options.engine.asIs,
                    "Leave out the safeguards of the engine's --safe (see docs/ARCHITECTURE.md)"));

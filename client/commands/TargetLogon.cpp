@@ -23,8 +23,8 @@ std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say)
 }
 
 void RequireLogon(const Target& target, const std::vector<std::string>& engineOptions,
-                  const RunFolder& run, bool fullPatience, ServerWaits& waits, const Say& say) {
-  const std::string wrong = AdoptEngineOptions(engineOptions, run.Title());
+                  const std::string& title, bool fullPatience, ServerWaits& waits, const Say& say) {
+  const std::string wrong = AdoptEngineOptions(engineOptions, title);
   if (!wrong.empty()) throw UsageError(wrong);
   ews::ServiceSettings& settings = ews::Settings();
   settings.fnTellWait = [&waits, say](const std::string& line) {

@@ -15,10 +15,10 @@ namespace client {
 std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say);
 
 // Makes the engine's options those of our own requests, which tell their waits like the engine's,
-// and logs on once. Throws RunError with the target's reason, UsageError for a wrong option. waits
-// must outlive all requests. Without fullPatience the target is waited for shortly: one
-// that no run reached before, where nobody said how long.
+// and logs on once. Throws RunError with the target's reason, UsageError for a wrong option. title
+// is the engine's. waits must outlive all requests. Without fullPatience the target is waited for
+// shortly: one that no run reached before, where nobody said how long.
 void RequireLogon(const Target& target, const std::vector<std::string>& engineOptions,
-                  const RunFolder& run, bool fullPatience, ServerWaits& waits, const Say& say);
+                  const std::string& title, bool fullPatience, ServerWaits& waits, const Say& say);
 
 }  // namespace client

@@ -63,9 +63,8 @@ void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool co
     }
     folders.push_back(std::move(folder));
   }
-  std::cout << JsonText(nlohmann::json{{"complete", complete},
-                                       {"folders", folders},
-                                       {"left_out", ProblemsAsJson(plan.problems)}});
+  std::cout << JsonText(nlohmann::json{
+      {"complete", complete}, {"folders", folders}, {"left_out", ProblemsAsJson(plan.problems)}});
 }
 
 int Verify(MigrateOptions& options, Console& console) {
@@ -83,15 +82,15 @@ int Verify(MigrateOptions& options, Console& console) {
   if (!had.empty()) say(fmt::format("The migration went to the {}.", had));
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   ServerWaits waits;
-  RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()), run,
-               options.engine.patienceGiven || (IsBound(journal) && had.empty()), waits, say);
+  RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()),
+               run.Title(), options.engine.patienceGiven || (IsBound(journal) && had.empty()),
+               waits, say);
   TargetLook look(options.target);
   Verification verification(
       look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });
   const std::vector<FolderCheck> checks = verification.Run(plan);
   console.EndProgress();
-  const bool complete = plan.IsWhole() &&
-                        std::ranges::all_of(checks, &FolderCheck::Complete);
+  const bool complete = plan.IsWhole() && std::ranges::all_of(checks, &FolderCheck::Complete);
   options.json ? PrintJson(checks, plan, complete) : PrintText(checks, plan);
   return complete ? kExitDone : kExitFailed;
 }
@@ -102,8 +101,9 @@ int RunVerify(const Arguments& arguments) {
   MigrateOptions options;
   CLI::App app(
       "Says what of the source is in the target, folder by folder, and what is not. Takes the "
-      "arguments of the migration. Exit code 0 means that nothing is missing and nothing is there "
-      "twice. Of other size is what the server counts as less than a third or more than three "
+      "arguments of the migration. Exit code 0 means that nothing is missing, nothing is there "
+      "twice, and all of the source could be read. Of other size is what the server counts as less "
+      "than a third or more than three "
       "times the bytes of the mail, and off by more than 64 KiB: servers keep mail in a form of "
       "their own, so that smaller differences say nothing.",
       "tarny verify");

@@ -25,7 +25,9 @@ bool Adoption::Take(const std::string& folder, const LoadedItem& item) {
     TargetIndex index = ReadTargetFolder(m_look, folder, KeysOf(m_entries[identity]));
     place = m_indexes.emplace(identity, std::move(index)).first;
   }
-  return place->second.Take(KeyOnItem(item.key), item.messageId, item.MimeSize()).has_value();
+  const std::string key = KeyOnItem(item.key);
+  return place->second.Take(key, item.messageId, item.MimeSize()).has_value() ||
+         m_second->Take(item.elsewhere, key);
 }
 
 void Adoption::GroupEntries() {
@@ -34,6 +36,9 @@ void Adoption::GroupEntries() {
     if (isNew) place->second = m_look.Identity(entry.item.folder);
     m_entries[place->second].push_back(&entry);
   }
+  std::set<std::string> identities;
+  for (const auto& [folder, identity] : m_identities) identities.insert(identity);
+  m_second.emplace(m_look, std::move(identities));
 }
 
 OwnKeys Adoption::KeysOf(const Entries& entries) {

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "client/run/ItemLoader.h"
 #include "client/run/Plan.h"
+#include "client/run/SecondPlaces.h"
 #include "client/run/TargetIndex.h"
 #include "client/run/TargetLook.h"
 
@@ -42,6 +44,7 @@ class Adoption {
   std::map<std::string, std::string> m_identities;  // by folder of the source
   std::map<std::string, Entries> m_entries;         // the next two by identity
   std::map<std::string, TargetIndex> m_indexes;
+  std::optional<SecondPlaces> m_second;
 };
 
 }  // namespace client

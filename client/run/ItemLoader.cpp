@@ -32,10 +32,12 @@ std::string RowId(const ST_EML_INFO& info) {
   return hasRow ? info.strMessageId.ToUtf8() : std::string();
 }
 
-std::string SecondPlace(std::int32_t type, const std::string& below) {
-  if (type == TYPE_TASK) return "Task\\";
-  if (type != TYPE_CONTACT) return {};
-  return "Contacts\\Other Contacts\\" + (below.empty() ? below : below + "\\");
+std::optional<Place> SecondPlace(std::int32_t type, const std::string& below) {
+  using ews::WellKnownFolderName;
+  if (type == TYPE_TASK) return Place("Task\\", WellKnownFolderName::MsgFolderRoot);
+  if (type != TYPE_CONTACT) return std::nullopt;
+  return Place("Other Contacts\\" + (below.empty() ? below : below + "\\"),
+               WellKnownFolderName::Contacts);
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "client/run/Journal.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/Plan.h"
+#include "client/run/TargetLook.h"
 #include "client/sources/PreparedItem.h"
 
 namespace client {
@@ -19,7 +21,8 @@ struct LoadedItem {
   std::string ledgerKey;  // empty for a type, and a prepared item without an id, that get no row
   std::string key;        // on the item in the target: tells id and content
   std::string messageId;  // that its mail carries
-  std::string elsewhere;  // the folder that the engine saves it into where its own refuses it
+  // The folder that the engine saves it into where its own refuses it.
+  std::optional<Place> elsewhere;
   // Bytes of its MIME content; 0 for a prepared item.
   std::int64_t MimeSize() const { return static_cast<std::int64_t>(bytes.size()); }
 };

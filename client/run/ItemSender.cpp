@@ -78,7 +78,9 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   info.strLogFilepath = CString::FromUtf8(kStatusLogName);
   if (StopRequested()) return {Outcome::Kind::kLeft, kStopped};
   m_journal.Begin(entry.item.folder, item.key);
-  Outcome outcome = Judge(entry, item, m_engine->Client().InsertItem(info));
+  const int result = m_engine->Client().InsertItem(info);
+  m_setup.waits->End();
+  Outcome outcome = Judge(entry, item, result);
   if (outcome.kind == Outcome::Kind::kSent && outcome.text.empty()) outcome.text = remark;
   return outcome;
 }
@@ -157,11 +159,13 @@ std::string ItemSender::WhyNotConfirmed(const LoadedItem& item) const {
 void ItemSender::StartEngine() {
   std::vector<int> inherited;
   if (m_setup.localMailbox) inherited.push_back(m_setup.localMailbox->LifeLine());
-  m_engine =
-      std::make_unique<EngineProcess>(m_setup.run, m_setup.engineOptions, std::move(inherited),
-                                      [this](const std::string& line) { Hear(line); });
+  // We have logged on there: an outage that begins now is one from the first request on.
+  std::vector<std::string> options = m_setup.engineOptions;
+  options.push_back("--known-server");
+  m_engine = std::make_unique<EngineProcess>(m_setup.run, options, std::move(inherited),
+                                             [this](const std::string& line) { Hear(line); });
   // It ends what moves, and would keep a stop waiting for its server else.
-  if (m_setup.IsSafe()) PassStopTo(m_engine->Pid());
+  PassStopTo(m_engine->Pid(), m_setup.IsSafe() ? StopPassing::kFirst : StopPassing::kSecondAlone);
   if (m_engine->Client().Logon(LoginRecord(m_setup.target))) return;
   Close();
   if (StopRequested()) throw RunError(kStopped);

@@ -9,9 +9,7 @@
 namespace client {
 
 void LateCopies::Watch(Item item, const LostTry& lost) {
-  const auto due = lost.at + std::max(lost.toFinish, kLate);
-  if (due <= ews::Transport().Now()) return;
-  m_due = std::max(m_due, due);
+  m_due = std::max(m_due, lost.at + std::max(lost.toFinish, kLate));
   m_items.push_back(std::move(item));
 }
 

@@ -33,10 +33,10 @@ class LateCopies {
 
   explicit LateCopies(UnknownOutcome& unknown) : m_unknown(unknown) {}  // which must outlive this
 
-  // A server may be at work on the last try for its time, or for kLate where that is longer. An
-  // item whose time is over already has been looked for late enough.
+  // A server may be at work on the last try for its time, or for kLate where that is longer; who
+  // knows, for longer. So each is looked for when all else is done, and not before its time.
   void Watch(Item item, const LostTry& lost);
-  static constexpr std::chrono::seconds kLate{15};
+  static constexpr std::chrono::seconds kLate{30};
 
   std::size_t Count() const { return m_items.size(); }
   // What is left of the last one's time.

@@ -6,7 +6,6 @@
 #include <optional>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -15,6 +14,7 @@
 #include "client/run/StopRequest.h"
 #include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
+#include "ews/Settings.h"
 #include "platform/EndpointClient.h"
 
 namespace client {
@@ -23,8 +23,15 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int kMostDeaths = 2;  // of the engine, on one item
-constexpr int kMostTries = 6;   // to send one item whose outcome is open again and again
+constexpr int kMostDeaths = 2;   // of the engine, on one item
+constexpr int kMostTries = 6;    // to send one item whose outcome is open again and again
+constexpr int kMostRefused = 2;  // the same where what leaves it open is much like a refusal
+// Of an item that meets an outage: tries before others are taken up, to see whether all fare the
+// same; items that wait for others; and tries of such a one, each behind others that came through.
+constexpr int kTriesInARow = 4;
+constexpr std::size_t kMostAside = 3;
+constexpr int kMostPasses = 3;
+constexpr std::chrono::seconds kLong{5};         // the target is asked again behind a pause of that
 constexpr std::chrono::minutes kFreshDoubt{10};  // an older one is over, however slow its server
 constexpr int kMostFailuresInARow = 20;          // with the same text
 
@@ -38,6 +45,31 @@ std::string WithoutDigits(std::string text) {
   std::erase_if(text, [](char c) { return c >= '0' && c <= '9'; });
   return text;
 }
+
+// "The request failed. The server mail.example.com answered HTTP 403 (…)."
+bool IsLikeARefusal(std::string_view text) {
+  return text.starts_with("The request failed. The server ") &&
+         text.find(" answered HTTP 4") != std::string_view::npos;
+}
+
+// Counts as a wait what it takes to look into the target, but for what is told of meanwhile.
+class CountedLook {
+ public:
+  explicit CountedLook(ServerWaits& waits) : m_waits(waits), m_told(waits.Time()) {}
+  ~CountedLook() {
+    const auto whole =
+        std::chrono::duration_cast<std::chrono::milliseconds>(ServerWaits::Clock::now() - m_begun);
+    const auto own = whole - (m_waits.Time() - m_told);
+    if (own >= 1s) m_waits.Add(own);
+  }
+  CountedLook(const CountedLook&) = delete;
+  CountedLook& operator=(const CountedLook&) = delete;
+
+ private:
+  ServerWaits& m_waits;
+  const ServerWaits::Clock::time_point m_begun = ServerWaits::Clock::now();
+  const std::chrono::milliseconds m_told;
+};
 
 std::string Joined(const std::string& text, const std::string& more) {
   return text.empty() || more.empty() ? text + more : ews::WithoutStop(text) + "; " + more;
@@ -83,12 +115,14 @@ Summary Migration::Run(const Plan& plan) {
     for (const Plan::Entry& entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
       if (!m_summary.stopped.empty()) break;
-      const Outcome outcome = Handle(entry);
-      if (outcome.kind != Outcome::Kind::kLeft) Note(entry, outcome);
-      m_summary.stopped = StopReason(entry, outcome);
+      const bool mayWait = m_aside.size() < kMostAside;
+      const bool sent = TakeUp(
+          {&entry}, mayWait ? Limit{kTriesInARow, Outcome::Kind::kAside} : kAsLongAsPatienceAllows);
+      if (sent) TakeUpAside();
     }
+    TakeUpRest();
     LookForLateCopies();
-    std::ranges::move(StillUnknown(plan), std::back_inserter(doubts));
+    std::ranges::move(StillUnknown(), std::back_inserter(doubts));
   } catch (const platform::SqliteError& error) {
     m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
   } catch (const std::exception& error) {  // what was done so far is told all the same
@@ -120,12 +154,45 @@ void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   }
 }
 
+bool Migration::TakeUp(const Aside& one, const Limit& limit) {
+  m_limit = limit;
+  m_wasSent = one.wasSent;
+  const Outcome outcome = Handle(*one.entry);
+  if (outcome.kind == Outcome::Kind::kAside) {
+    if (one.passes == 0) {
+      m_say(fmt::format("{} is sent again when another item has come through", one.entry->name));
+    }
+    m_aside.push_back({one.entry, one.passes, /*wasSent=*/true});
+    return false;
+  }
+  if (outcome.kind != Outcome::Kind::kLeft) Note(*one.entry, outcome);
+  m_summary.stopped = StopReason(*one.entry, outcome);
+  return outcome.kind == Outcome::Kind::kSent;
+}
+
+// An item by which the server fails where others come through fails by itself.
+void Migration::TakeUpAside() {
+  for (Aside one : std::exchange(m_aside, {})) {
+    ++one.passes;
+    const bool isLast = one.passes == kMostPasses;
+    if (!m_summary.stopped.empty()) return;
+    (void)TakeUp(one, {1, isLast ? Outcome::Kind::kFailed : Outcome::Kind::kAside});
+  }
+}
+
+// There are no others any more that could tell: nothing has come through since is an outage.
+void Migration::TakeUpRest() {
+  for (const Aside& one : std::exchange(m_aside, {})) {
+    if (!m_summary.stopped.empty()) return;
+    const int left = kMostPasses - one.passes;
+    (void)TakeUp(one, one.passes ? Limit{left, Outcome::Kind::kFailed} : kAsLongAsPatienceAllows);
+  }
+}
+
 // What earlier runs could not tell and this one did not come to.
-std::vector<JournalEntry> Migration::StillUnknown(const Plan& plan) {
+std::vector<JournalEntry> Migration::StillUnknown() {
   std::vector<JournalEntry> unknown = m_journal.EndedWith(ItemResult::kUnknown, "");
-  std::unordered_set<std::string_view> seen;
-  for (std::size_t i = 0; i < m_summary.seen; ++i) seen.insert(plan.entries[i].item.location);
-  std::erase_if(unknown, [&](const JournalEntry& entry) { return seen.contains(entry.source); });
+  std::erase_if(unknown, [&](const JournalEntry& entry) { return m_noted.contains(entry.source); });
   return unknown;
 }
 
@@ -169,7 +236,9 @@ Outcome Migration::HandleWork(Work& work, bool found) {
   if (m_sender.HasArrived(work.entry, work.item)) return {Outcome::Kind::kKnown, {}};
   if (found) return {Outcome::Kind::kKnown, EnterRow(work)};
   Outcome outcome;
-  if (Settle(work, Outcome::Kind::kKnown, outcome)) return outcome;
+  const auto time = work.lost ? work.lost->toFinish : 0s;
+  const auto there = m_wasSent ? Outcome::Kind::kSent : Outcome::Kind::kKnown;
+  if (Settle(work, there, time, outcome)) return outcome;
   if (isOld && work.notAsked.empty()) {
     m_journal.Forget(work.entry.item.folder, work.item.key);
     work.sent = 0;
@@ -180,42 +249,126 @@ Outcome Migration::HandleWork(Work& work, bool found) {
 Outcome Migration::SendUntilSettled(Work& work) {
   Outcome outcome;
   int deaths = 0;
-  std::chrono::seconds pause = 0s;
   for (int tries = 1;; ++tries) {
     const bool wasBlind = !work.notAsked.empty();
-    const auto begun = ews::Transport().Now();
     const OpenEnd end = Try(work, outcome);
     if (end == OpenEnd::kNone) {
+      if (outcome.kind != Outcome::Kind::kLeft) EndOutage();
       m_gaveUp = false;
       return outcome;
     }
-    const auto now = ews::Transport().Now();
-    work.lost = {now,
-                 TimeToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(now - begun))};
-    Outcome settled;
-    if (Settle(work, Outcome::Kind::kSent, settled)) return settled;
+    const auto outage = OutageIn(outcome);
+    const bool isAsked = outage && outage->count() > 0;
+    Outcome left;
+    // Whoever asks for time is not asked either before that is over.
+    if (isAsked && !WaitOut(outcome.text, *outage, left)) return left;
+    if (end != OpenEnd::kNothingMade && SettleSent(work, left)) return left;
     if (end == OpenEnd::kEngine && ++deaths == kMostDeaths) {
       outcome.text += ", twice";
       return outcome;
     }
-    // Unseen, each further try may be one copy more. The one that is left is not spent at once.
-    const bool isBlind = !work.notAsked.empty();
-    if (tries == kMostTries || (wasBlind && isBlind)) return GivenUp(std::move(outcome));
-    if (isBlind) pause = std::max(pause, TimeToFinish({}));
-    if (!WaitFor(pause)) return {Outcome::Kind::kLeft, "asked to stop"};
-    pause = pause == 0s ? 1s : pause * 2;
+    // Unseen, each further try may be one copy more.
+    if (wasBlind && !work.notAsked.empty()) return GivenUp(work, std::move(outcome));
+    if (outage && tries == m_limit.tries && work.notAsked.empty())
+      return AtLimit(std::move(outcome));
+    if (!outage && tries == MostTries(outcome)) return GivenUp(work, std::move(outcome));
+    if (!isAsked && !Pause(work, outcome, tries, left)) return left;
   }
+}
+
+// The engine's own words alone: with --as-is a server's stand as they are.
+std::optional<std::chrono::seconds> Migration::OutageIn(const Outcome& outcome) const {
+  return m_setup.IsSafe() ? ews::OutageIn(outcome.text) : std::nullopt;
+}
+
+int Migration::MostTries(const Outcome& outcome) const {
+  return m_setup.IsSafe() && IsLikeARefusal(outcome.text) ? kMostRefused : kMostTries;
+}
+
+// The item was tried as often as it may be in an outage, just now or for good.
+Outcome Migration::AtLimit(Outcome outcome) const {
+  outcome.kind = m_limit.end;
+  if (outcome.kind != Outcome::Kind::kFailed) return outcome;
+  outcome.text = Joined(ews::WithoutOpenOutcome(outcome.text), "it alone, others come through");
+  return outcome;
+}
+
+// Before the next try of an item. False with the outcome where there is to be none.
+bool Migration::Pause(Work& work, const Outcome& failure, int tries, Outcome& outcome) {
+  const auto begun = ews::Transport().Now();
+  const bool isOutage = OutageIn(failure).has_value();
+  // A connection that was lost is replaced once, whoever has no patience for more.
+  const bool isWaited = isOutage && (tries > 1 || ews::Settings().nPatience > 0s);
+  if (isWaited && !WaitOut(failure.text, 0s, outcome)) return false;
+  std::chrono::seconds least = isOutage || tries == 1 ? 0s : 1s * (1 << (tries - 2));
+  // The only try that is left is not spent at once.
+  if (!work.notAsked.empty()) least = std::max(least, TimeToFinish({}));
+  const auto rest = begun + least - ews::Transport().Now();
+  if (!WaitFor(std::chrono::ceil<std::chrono::milliseconds>(rest))) {
+    outcome = {Outcome::Kind::kLeft, "asked to stop"};
+    return false;
+  }
+  const bool mayHaveCome = work.lost && ews::Transport().Now() - begun >= kLong;
+  return !mayHaveCome || !SettleSent(work, outcome);
+}
+
+// Waits as for any outage (ews/Outage.h), from the first item that meets it to one that comes
+// through. False with the outcome where nobody waits any more.
+bool Migration::WaitOut(const std::string& text, std::chrono::seconds asked, Outcome& outcome) {
+  ews::Failure failure;
+  failure.bOutage = true;
+  if (asked > 0s) failure.nBackOff = asked;
+  if (!m_outage) {
+    m_outage.emplace(ews::Transport(), "The target",
+                     std::chrono::milliseconds(ews::ExchangeService::kDefaultTimeout),
+                     ews::Outage::Repeat::kAlways);
+  }
+  try {
+    m_outage->WaitAfter(ews::ServiceException(ews::WithoutOpenOutcome(text), failure));
+    return true;
+  } catch (const ews::ServiceException& end) {
+    outcome = {Outcome::Kind::kLeft, end.what()};
+    return false;
+  }
+}
+
+void Migration::EndOutage() {
+  if (m_outage) m_outage->End();
+  m_outage.reset();
+}
+
+bool Migration::SettleSent(Work& work, Outcome& outcome) {
+  const auto left = work.lost->at + work.lost->toFinish - ews::Transport().Now();
+  const auto time = std::max(std::chrono::ceil<std::chrono::seconds>(left), 0s);
+  if (!Settle(work, Outcome::Kind::kSent, time, outcome)) return false;
+  if (outcome.Arrived()) EndOutage();
+  return true;
 }
 
 // One item that meets this again and again may be what its server stumbles over; the next one that
 // does says that the server is out of order.
-Outcome Migration::GivenUp(Outcome outcome) {
-  if (m_gaveUp && m_setup.IsSafe()) outcome.kind = Outcome::Kind::kLeft;
-  m_gaveUp = true;
+Outcome Migration::GivenUp(const Work& work, Outcome outcome) {
+  const bool isOfItself = IsLikeARefusal(outcome.text) && work.notAsked.empty();
+  if (m_gaveUp && m_setup.IsSafe() && !isOfItself) outcome.kind = Outcome::Kind::kLeft;
+  m_gaveUp = !isOfItself;
+  if (isOfItself && m_setup.IsSafe()) {
+    outcome.text = Joined(ews::WithoutOpenOutcome(outcome.text), "it is not in the target");
+  }
   return outcome;
 }
 
 Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
+  const auto begun = ews::Transport().Now();
+  const OpenEnd end = SendOnce(work, outcome);
+  if (end == OpenEnd::kServer || end == OpenEnd::kEngine) {
+    const auto now = ews::Transport().Now();
+    work.lost = {now,
+                 TimeToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(now - begun))};
+  }
+  return end;
+}
+
+Migration::OpenEnd Migration::SendOnce(Work& work, Outcome& outcome) {
   try {
     outcome = m_sender.SendOnce(work.entry, work.item);
   } catch (const platform::EndpointError&) {
@@ -232,18 +385,20 @@ Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
   if (outcome.kind != Outcome::Kind::kFailed || isOpen) ++work.sent;
   if (outcome.kind != Outcome::Kind::kFailed) return OpenEnd::kNone;
   if (isOpen) return OpenEnd::kServer;
+  if (OutageIn(outcome)) return OpenEnd::kNothingMade;
   if (EndsRun(outcome.text)) outcome.kind = Outcome::Kind::kLeft;
   return OpenEnd::kNone;
 }
 
-bool Migration::Settle(Work& work, Outcome::Kind there, Outcome& outcome) {
+bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds time,
+                       Outcome& outcome) {
   const std::string& folder = work.entry.item.folder;
-  const std::chrono::seconds time = work.lost ? work.lost->toFinish : 0s;
   if (!m_journal.OpenFor(folder, work.item.key)) return false;
   if (time > TimeToFinish({})) {
     m_say(fmt::format("{}: its answer is lost; looking for it in the target, for up to {} s",
                       work.entry.name, time.count()));
   }
+  const CountedLook look(*m_setup.waits);
   const TargetAnswer answer = m_unknown.Ask(folder, work.item, time);
   work.notAsked.clear();
   switch (answer.kind) {
@@ -293,10 +448,11 @@ void Migration::LookForLateCopies() {
   const auto left = std::chrono::ceil<std::chrono::seconds>(m_late.TimeLeft());
   if (ask && left > 0s) {
     m_say(
-        fmt::format("Sent more than once since answers were lost: {}; looking in {} s for what "
-                    "came late",
+        fmt::format("Sent again since nobody could tell whether they had arrived: {}; looking in "
+                    "{} s for what came late",
                     m_late.Count(), left.count()));
   }
+  const CountedLook look(*m_setup.waits);
   m_late.Look(ask, [&](const LateCopies::Item& item, const std::string& remark) {
     m_summary.remarks.push_back({item.name, remark});
     JournalEntry entry = item.entry;
@@ -350,7 +506,7 @@ JournalEntry Migration::EntryOf(const Work& work, const Outcome& outcome) {
 }
 
 void Migration::Keep(const Work& work, const Outcome& outcome) {
-  if (outcome.kind == Outcome::Kind::kLeft) {
+  if (outcome.kind == Outcome::Kind::kLeft || outcome.kind == Outcome::Kind::kAside) {
     if (work.sent == 0) m_journal.Forget(work.entry.item.folder, work.item.key);
     return;
   }
@@ -375,6 +531,7 @@ void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
   }
   ++*word.counter;
   ++m_summary.seen;
+  m_noted.insert(entry.item.location);
   if (!outcome.text.empty()) word.list->push_back({entry.name, outcome.text});
   const std::string line =
       fmt::format("[{}/{}] {}: {}{}{}", m_summary.seen, m_summary.total, entry.name, word.text,

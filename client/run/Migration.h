@@ -2,8 +2,11 @@
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "client/run/Adoption.h"
@@ -18,6 +21,7 @@
 #include "client/run/RunMessages.h"
 #include "client/run/TargetLook.h"
 #include "client/run/UnknownOutcome.h"
+#include "ews/Outage.h"
 
 namespace client {
 
@@ -66,21 +70,46 @@ class Migration {
     std::string notAsked;
     std::optional<LostTry> lost;  // the last one; nothing where no server can be at it any longer
   };
-  // Where a try ends without saying what became of it.
-  enum class OpenEnd { kNone, kServer, kEngine };
+  // Where a try ends without saying what became of it, or by an outage that made nothing.
+  enum class OpenEnd { kNone, kServer, kEngine, kNothingMade };
+  // How often an item is tried in an outage, 0 for as often as the patience allows, and what it
+  // comes to then.
+  struct Limit {
+    int tries;
+    Outcome::Kind end;
+  };
+  static constexpr Limit kAsLongAsPatienceAllows{0, Outcome::Kind::kLeft};
+  // An item that waits for others, and tries behind those that came through.
+  struct Aside {
+    const Plan::Entry* entry;
+    int passes = 0;
+    bool wasSent = false;  // in this run
+  };
 
+  // True if the item was sent now.
+  bool TakeUp(const Aside& one, const Limit& limit);
+  void TakeUpAside();
+  void TakeUpRest();
   Outcome Handle(const Plan::Entry& entry);
   Outcome HandleWork(Work& work, bool found);
   Outcome SendUntilSettled(Work& work);
   OpenEnd Try(Work& work, Outcome& outcome);
-  // Where the item's outcome is open, asks the target for as long as a server may be at work on it.
-  // True with the outcome where there is to be no further try.
-  bool Settle(Work& work, Outcome::Kind there, Outcome& outcome);
+  OpenEnd SendOnce(Work& work, Outcome& outcome);
+  std::optional<std::chrono::seconds> OutageIn(const Outcome& outcome) const;
+  int MostTries(const Outcome& outcome) const;
+  Outcome AtLimit(Outcome outcome) const;
+  bool Pause(Work& work, const Outcome& failure, int tries, Outcome& outcome);
+  bool WaitOut(const std::string& text, std::chrono::seconds asked, Outcome& outcome);
+  void EndOutage();
+  // Where the item's outcome is open, asks the target for that time, or for as long as a server may
+  // be at work on the last try. True with the outcome where there is to be no further try.
+  bool Settle(Work& work, Outcome::Kind there, std::chrono::seconds time, Outcome& outcome);
+  bool SettleSent(Work& work, Outcome& outcome);
   // Of an item that arrived and may have done so more than once.
   void TellCopies(Work& work, Outcome& outcome);
   void LookForLateCopies();
   // Of an item whose outcome stayed open through all tries.
-  Outcome GivenUp(Outcome outcome);
+  Outcome GivenUp(const Work& work, Outcome outcome);
   // An item that was sent, or is known although it cut off an earlier run that had reduced it.
   void TellReduced(const Work& work, Reduction cutOff, Outcome& outcome);
   static Outcome WithDoubt(const Work& work, Outcome outcome);
@@ -92,7 +121,7 @@ class Migration {
   // A reason to stop the run now, or empty.
   std::string StopReason(const Plan::Entry& entry, const Outcome& outcome);
   void Finish(const Plan& plan, std::vector<JournalEntry> doubts);
-  std::vector<JournalEntry> StillUnknown(const Plan& plan);
+  std::vector<JournalEntry> StillUnknown();
 
   RunSetup m_setup;
   Journal& m_journal;
@@ -108,7 +137,12 @@ class Migration {
   LateCopies m_late;
   std::string m_lastFailure;  // that can end a run, without its digits
   int m_failuresInARow = 0;
-  bool m_gaveUp = false;  // on the last item that was sent
+  bool m_gaveUp = false;                    // on the last item that was sent
+  Limit m_limit = kAsLongAsPatienceAllows;  // of the item in work
+  bool m_wasSent = false;                   // it was, before it was put aside
+  std::deque<Aside> m_aside;
+  std::optional<ews::Outage> m_outage;           // that items meet, and questions may not
+  std::unordered_set<std::string_view> m_noted;  // locations of items
   // How the last item of the runs before arrived, if it arrived.
   Reduction m_endedReduced = Reduction::kNone;
   Summary m_summary;

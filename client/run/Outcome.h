@@ -13,6 +13,7 @@ struct Outcome {
     kFailed,        // it is not there
     kNotConfirmed,  // the engine reported success, and nothing proves it
     kUnknown,       // it may be there, and the target could not be asked
+    kAside,         // nothing of it is settled now: others are tried before it is sent again
     kLeft,          // nothing can be done for it now: the run ends, a later one takes it up
   };
   Kind kind = Kind::kFailed;

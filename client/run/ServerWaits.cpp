@@ -1,5 +1,7 @@
 #include "client/run/ServerWaits.h"
 
+#include <charconv>
+
 namespace client {
 namespace {
 
@@ -13,15 +15,35 @@ bool TellsOfAnswer(std::string_view line) {
   return line.find(" answers again after ") != std::string_view::npos;
 }
 
+// "mail.example.com has been silent for 15 s; waiting up to 120 s": how long, or 0 for other lines.
+// No line tells of its end.
+std::chrono::seconds SilenceIn(std::string_view line) {
+  constexpr std::string_view kSilent = " has been silent for ";
+  const std::size_t at = line.find(kSilent);
+  int seconds = 0;
+  if (at != std::string_view::npos) {
+    line.remove_prefix(at + kSilent.size());
+    std::from_chars(line.data(), line.data() + line.size(), seconds);
+  }
+  return std::chrono::seconds(seconds);
+}
+
 }  // namespace
 
 void ServerWaits::Note(std::string_view line, Clock::time_point now) {
   if (TellsOfAnswer(line)) return End(now);
-  if (!TellsOfWait(line)) return;
+  const std::chrono::seconds silence = SilenceIn(line);
+  if (!TellsOfWait(line) && silence.count() == 0) return;
   const std::lock_guard lock(m_mutex);
-  if (!m_waiting) m_since = now;
+  if (!m_waiting) m_since = now - silence;
   m_waiting = true;
   ++m_count;
+}
+
+void ServerWaits::Add(std::chrono::milliseconds time) {
+  const std::lock_guard lock(m_mutex);
+  ++m_count;
+  m_time += time;
 }
 
 void ServerWaits::End(Clock::time_point now) {

@@ -10,16 +10,23 @@ namespace client {
 namespace {
 
 volatile std::sig_atomic_t g_stop = 0;
-std::atomic<pid_t> g_passTo = 0;  // 0, too, once it was told: a second signal would kill it
+std::atomic<pid_t> g_engine = 0;
+std::atomic<pid_t> g_passTo = 0;  // 0, too, once it was told: a second signal ends it at once
 static_assert(std::atomic<pid_t>::is_always_lock_free);  // the handler reads it
 
 void Pass() {
   if (const pid_t pid = g_passTo.exchange(0)) kill(pid, SIGTERM);
 }
 
+// The item in work has an open outcome then, as behind any death.
+[[noreturn]] void EndAtOnce() {
+  if (const pid_t pid = g_engine) kill(pid, SIGKILL);
+  _exit(1);
+}
+
 extern "C" void OnStopSignal(int signal) {
   if (g_stop && signal == SIGHUP) return;  // a terminal that closes may say so more than once
-  if (g_stop) _exit(1);
+  if (g_stop) EndAtOnce();
   g_stop = 1;
   Pass();
   constexpr std::string_view kText = "\ntarny: stopping after this item; once more ends at once\n";
@@ -30,8 +37,9 @@ extern "C" void OnStopSignal(int signal) {
 
 bool StopRequested() { return g_stop != 0; }
 
-void PassStopTo(pid_t pid) {
-  g_passTo = pid;
+void PassStopTo(pid_t pid, StopPassing passing) {
+  g_engine = pid;
+  g_passTo = passing == StopPassing::kFirst ? pid : 0;
   if (StopRequested()) Pass();
 }
 

@@ -9,8 +9,9 @@ namespace client {
 bool StopRequested();
 void InstallStopHandler();
 
-// The process that a stop is passed on to, once, as SIGTERM and at once where it was asked for
-// already; 0 for none. It must not have been waited for.
-void PassStopTo(pid_t pid);
+// The engine at work, which must not have been waited for; 0 for none. A second request ends it at
+// once; with kFirst it gets the first one, too, as SIGTERM, and at once where that came already.
+enum class StopPassing { kFirst, kSecondAlone };
+void PassStopTo(pid_t pid, StopPassing passing = StopPassing::kFirst);
 
 }  // namespace client

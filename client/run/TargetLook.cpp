@@ -68,24 +68,24 @@ std::optional<ews::FolderId> TargetLook::ChildOf(const ews::FolderId& parent, co
   }
 }
 
-std::optional<ews::FolderId> TargetLook::FolderAt(const std::string& path) {
-  if (m_target.Group()) return GroupFolder(path, m_target);
-  if (const auto known = m_folders.find(path); known != m_folders.end()) return known->second;
+std::optional<ews::FolderId> TargetLook::FolderAt(const Place& place) {
+  if (m_target.Group() && !place.root) return GroupFolder(place.path, m_target);
+  const auto named = std::make_pair(place.root, place.path);
+  if (const auto known = m_folders.find(named); known != m_folders.end()) return known->second;
   const CWebAccessHandler names;
-  const CString levels = CString::FromUtf8(path);
-  ews::FolderId folder = RootOf(m_target);
+  const CString levels = CString::FromUtf8(place.path);
+  ews::FolderId folder = place.root ? ews::FolderId(*place.root) : RootOf(m_target);
   for (int i = 0; i < names.getTotCountSlash(levels); ++i) {
     const auto child = ChildOf(folder, names.UpdateName(names.GetNameBySlash(levels, i)));
     if (!child) return std::nullopt;
     folder = *child;
   }
-  m_folders.emplace(path, folder);
+  m_folders.emplace(named, folder);
   return folder;
 }
 
-void TargetLook::Page(const std::string& folder, const ews::SearchFilter* filter,
-                      const Take& take) {
-  const std::optional<ews::FolderId> id = FolderAt(folder);
+void TargetLook::Page(const Place& place, const ews::SearchFilter* filter, const Take& take) {
+  const std::optional<ews::FolderId> id = FolderAt(place);
   if (!id) return;
   std::unordered_set<std::size_t> taken;  // hashes of ids
   const Take takeOnce = [&](const ews::FoundItem& item) {
@@ -116,23 +116,23 @@ bool TargetLook::PageThrough(const ews::FolderId& folder, const ews::SearchFilte
   }
 }
 
-std::string TargetLook::Identity(const std::string& folder) {
-  const auto id = Named(folder, [&] { return FolderAt(folder); });
-  return id ? id->ToString().ToUtf8() : folder;
+std::string TargetLook::Identity(const Place& place) {
+  const auto id = Named(place.path, [&] { return FolderAt(place); });
+  return id ? id->ToString().ToUtf8() : place.path;
 }
 
-void TargetLook::Find(const std::string& folder, const CString& key, const CString& messageId,
+void TargetLook::Find(const Place& place, const CString& key, const CString& messageId,
                       const Take& take) {
   const ews::IsEqualTo byKey(ews::ItemKeyProperty(), key);
   const ews::IsEqualTo byId(ews::MessageIdProperty(), messageId);
   if (key.IsEmpty() && messageId.IsEmpty()) return;
   if (key.IsEmpty() || messageId.IsEmpty()) {
-    return Page(folder, key.IsEmpty() ? &byId : &byKey, take);
+    return Page(place, key.IsEmpty() ? &byId : &byKey, take);
   }
   ews::SearchFilterCollection either(ews::LogicalOperator::Or);
   either.Add(byKey);
   either.Add(byId);
-  Page(folder, &either, take);
+  Page(place, &either, take);
 }
 
 void TargetLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
@@ -144,8 +144,8 @@ void TargetLook::FindKeys(const std::string& folder, const std::vector<CString>&
   Page(folder, &any, take);
 }
 
-void TargetLook::List(const std::string& folder, const Take& take) {
-  Named(folder, [&] { Page(folder, nullptr, take); });
+void TargetLook::List(const Place& place, const Take& take) {
+  Named(place.path, [&] { Page(place, nullptr, take); });
 }
 
 }  // namespace client

@@ -32,10 +32,12 @@ std::string SearchableId(const std::string& messageId) {
   return usable ? messageId : std::string();
 }
 
-// A server that says no to the search says it the next time as well; one that has an error does
-// not.
-bool MayPass(const ews::ServiceResponseException& failure) {
-  return failure.Cause().bOutage || failure.Cause().bMayBeCarriedOut || EndsRun(failure.what());
+// A server that says no to the search says it the next time as well; one that has an error may not.
+TargetAnswer NoAnswer(const ews::ServiceException& failure) {
+  const bool isOutage = failure.Cause().bOutage || EndsRun(failure.what());
+  const bool mayPass = isOutage || failure.Cause().bMayBeCarriedOut;
+  using enum TargetAnswer::Kind;
+  return {mayPass ? kUnreachable : kNotAsked, 0, failure.what(), isOutage};
 }
 
 }  // namespace
@@ -85,11 +87,14 @@ TargetAnswer UnknownOutcome::Ask(const std::string& folder, const LoadedItem& it
   std::chrono::seconds pause = kFirstPause;
   for (std::chrono::seconds left = time;; left -= pause, pause *= 2) {
     TargetAnswer answer = AskOnce(folder, item);
-    const bool sure = answer.kind == TargetAnswer::Kind::kThere ||
-                      answer.kind == TargetAnswer::Kind::kNotAsked || EndsRun(answer.reason);
+    using enum TargetAnswer::Kind;
+    const bool sure = answer.kind == kThere || answer.kind == kNotAsked || EndsRun(answer.reason);
+    if (!sure && left.count() <= 0 && answer.kind == kUnreachable && !answer.isOutage) {
+      answer.kind = kNotAsked;  // nothing but errors for all that time
+    }
     if (sure || left.count() <= 0) return answer;
     pause = std::min(pause, left);
-    if (!WaitFor(pause)) return {TargetAnswer::Kind::kUnreachable, 0, "asked to stop"};
+    if (!WaitFor(pause)) return {kUnreachable, 0, "asked to stop", true};
   }
 }
 
@@ -102,20 +107,16 @@ TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem
   }
   try {
     CopyCount count(key, id);
-    for (const std::string& place : {folder, item.elsewhere}) {
-      if (place.empty()) continue;
-      m_look.Find(place, CString::FromUtf8(key), CString::FromUtf8(id),
-                  [&](const ews::FoundItem& found) { count.Add(found); });
-    }
+    const auto add = [&](const ews::FoundItem& found) { count.Add(found); };
+    m_look.Find(folder, CString::FromUtf8(key), CString::FromUtf8(id), add);
+    if (item.elsewhere) m_look.Find(*item.elsewhere, CString::FromUtf8(key), CString(), add);
     const std::size_t others = m_ledger.RowsOfId(folder, id, item.ledgerKey, m_login);
     const std::size_t copies = count.Copies(others);
     return {copies ? TargetAnswer::Kind::kThere : TargetAnswer::Kind::kAbsent, copies, {}};
-  } catch (const ews::ServiceResponseException& failure) {
-    const bool refused = !MayPass(failure);
-    return {refused ? TargetAnswer::Kind::kNotAsked : TargetAnswer::Kind::kUnreachable, 0,
-            failure.what()};
-  } catch (const std::runtime_error& failure) {  // there is no logon, or no answer of a mailbox
-    return {TargetAnswer::Kind::kUnreachable, 0, failure.what()};
+  } catch (const ews::ServiceException& failure) {
+    return NoAnswer(failure);
+  } catch (const std::runtime_error& failure) {  // there is no logon
+    return {TargetAnswer::Kind::kUnreachable, 0, failure.what(), true};
   }
 }
 

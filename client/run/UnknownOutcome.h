@@ -21,6 +21,7 @@ struct TargetAnswer {
   Kind kind = Kind::kAbsent;
   std::size_t copies = 0;  // how often it is there
   std::string reason;      // why it could not be asked
+  bool isOutage = false;   // of what is unreachable: it may answer once the server is back
 
   bool WasAsked() const { return kind == Kind::kThere || kind == Kind::kAbsent; }
 };

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
 #include <unordered_map>
 
 #include <fmt/format.h>
@@ -11,6 +12,7 @@
 #include "client/run/Adoption.h"
 #include "client/run/MailKey.h"
 #include "client/run/RunFolder.h"
+#include "client/run/SecondPlaces.h"
 #include "client/run/StopRequest.h"
 
 namespace client {
@@ -30,7 +32,8 @@ struct SourceRecord {
   std::string key;     // as it stands on the item
   std::string messageId;
   std::int64_t size;
-  bool once;  // alike ones of its folder are one in the target
+  bool once;                       // alike ones of its folder are one in the target
+  std::optional<Place> elsewhere;  // where it stands instead
 };
 
 using Records = std::vector<SourceRecord>;
@@ -44,7 +47,8 @@ std::optional<SourceRecord> ReadItem(const Plan::Entry& entry, FolderCheck& chec
                         KeyOnItem(item.key),
                         std::move(item.messageId),
                         item.MimeSize(),
-                        !entry.item.IsOther() && (!entry.item.prepared || !item.id.empty())};
+                        !entry.item.IsOther() && (!entry.item.prepared || !item.id.empty()),
+                        item.elsewhere};
   } catch (const SourceError& error) {
     check.unread.push_back({entry.name, error.what()});
     return std::nullopt;
@@ -92,8 +96,8 @@ void TellLeft(const TargetFolder& target, FolderCheck& first) {
   }
 }
 
-void CheckFolder(TargetLook& look, const std::string& folder, const Records& items,
-                 FolderCheck& first) {
+void CheckFolder(TargetLook& look, SecondPlaces& second, const std::string& folder,
+                 const Records& items, FolderCheck& first) {
   OwnKeys own;
   for (const SourceRecord& item : items) own.insert(TargetIndex::DigestOf(item.key));
   TargetFolder target;
@@ -104,7 +108,9 @@ void CheckFolder(TargetLook& look, const std::string& folder, const Records& ite
   for (const SourceRecord& item : items) {
     if (StopRequested()) throw RunError("stopped");
     const auto [known, isNew] = seen.try_emplace({item.check, item.key}, false);
-    if (isNew || !item.once) known->second = Stands(item, target);
+    if (isNew || !item.once) {
+      known->second = Stands(item, target) || second.Take(item.elsewhere, item.key);
+    }
     if (known->second) {
       ++item.check->there;
     } else {
@@ -141,11 +147,21 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
   // By target folder: several of the source may lead to one.
   std::map<std::string, std::vector<FolderCheck*>> places;
   for (FolderCheck& check : checks) places[m_look.Identity(check.folder)].push_back(&check);
+  std::set<std::string> identities;
+  for (const auto& [identity, sharing] : places) identities.insert(identity);
+  SecondPlaces second(m_look, std::move(identities));
   for (const auto& [identity, sharing] : places) {
     Records all;
     for (const FolderCheck* check : sharing)
-      std::ranges::move(items[check->folder], std::back_inserter(all));
-    CheckFolder(m_look, sharing.front()->folder, all, *sharing.front());
+      std::ranges::copy(items[check->folder], std::back_inserter(all));
+    CheckFolder(m_look, second, sharing.front()->folder, all, *sharing.front());
+  }
+  for (const auto& [folder, records] : items) {
+    for (const SourceRecord& item : records) {
+      while (second.Take(item.elsewhere, item.key)) {
+        item.check->twice.push_back({item.entry->name, "in " + item.elsewhere->path + ", too"});
+      }
+    }
   }
   for (FolderCheck& check : checks) std::ranges::sort(check.twice, {}, &SourceProblem::location);
   return checks;

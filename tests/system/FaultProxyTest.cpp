@@ -1,6 +1,8 @@
 #include <chrono>
+#include <filesystem>
 #include <future>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,8 +24,11 @@ namespace {
 using test_support::FaultProxy;
 using test_support::Mishap;
 using test_support::TemporaryFolder;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
 
 constexpr int kMails = 56;
 constexpr int kPrepared = 4;
@@ -115,8 +120,8 @@ class ChosenHarm : public testing::Test {
     }
   }
   nlohmann::json Run(int status) {
-    return SummaryOf(RunProgram("tarny", ServerArguments(folder, proxy.Port()), folder.Path()),
-                     status);
+    return SummaryOf(
+        RunProgram("tarny", ServerArguments(folder, proxy.Port(), more), folder.Path()), status);
   }
   // How often each is in the mailbox.
   std::vector<int> Copies() {
@@ -133,34 +138,31 @@ class ChosenHarm : public testing::Test {
   }
 
   const TemporaryFolder folder;
-  std::map<int, Mishap> saves;  // by their number, from 1
-  bool mayLook = true;
+  std::map<int, FaultProxy::Step> saves;  // by their number, from 1
+  std::optional<FaultProxy::Step> look;   // what becomes of each question for items
+  std::vector<std::string> more;          // arguments
+  int requests = 0;                       // to save
 
  private:
   FaultProxy::Step Choose(std::string_view request) {
-    if (!mayLook && request.find("FindItem ") != std::string_view::npos) {
-      return {Mishap::kStatus,
-              200,
-              false,
-              {},
-              answers::Error("FindItem", "ErrorAccessDenied", "You may not look.")};
-    }
+    if (look && request.find("FindItem ") != std::string_view::npos) return *look;
     const bool isSave = request.find("CreateItem ") != std::string_view::npos;
-    const auto harm = saves.find(isSave ? ++m_saves : 0);
-    if (harm == saves.end()) return {};
-    const bool isLate = harm->second == Mishap::kForwardedLate;
-    return {harm->second, 0, false, std::chrono::seconds(isLate ? 8 : 0)};
+    const auto harm = saves.find(isSave ? ++requests : 0);
+    return harm == saves.end() ? FaultProxy::Step{} : harm->second;
   }
 
-  int m_saves = 0;
   const Mailbox mailbox{folder.Path(), {}};
   const FaultProxy proxy{std::stoi(mailbox.Port()),
                          [this](std::string_view request) { return Choose(request); }};
 };
 
 TEST_F(ChosenHarm, WhereNobodyCanAskAnItemIsSentOnceMoreAndTellsOfEachCopy) {
-  mayLook = false;
-  for (const int number : {1, 2, 3}) saves[number] = Mishap::kCutBehindRequest;
+  look = {Mishap::kStatus,
+          200,
+          false,
+          {},
+          answers::Error("FindItem", "ErrorAccessDenied", "You may not look.")};
+  for (const int number : {1, 2, 3}) saves[number] = {Mishap::kCutBehindRequest};
   const std::string why = ": the target could not be asked (You may not look.)";
   const nlohmann::json first = Run(1);
   EXPECT_THAT(Text(first["failures"]), EndsWith("it may be there, up to twice" + why));
@@ -173,12 +175,65 @@ TEST_F(ChosenHarm, WhereNobodyCanAskAnItemIsSentOnceMoreAndTellsOfEachCopy) {
   EXPECT_THAT(Copies(), ElementsAre(3, 2));
 }
 
+// What stands in front of a server may hide that it has saved.
+TEST_F(ChosenHarm, AForeignAnswerToASaveThatWasCarriedOutBringsNoSecondOne) {
+  for (const auto& [one, other] : {std::pair(404, 302), std::pair(400, 403)}) {
+    saves = {{requests + 1, {Mishap::kStatusForAnswer, one}},
+             {requests + 2, {Mishap::kStatusForAnswer, other}}};
+    const nlohmann::json summary = Run(0);
+    EXPECT_EQ(summary["sent"], 2);
+    EXPECT_THAT(summary["remarks"].dump(), HasSubstr("found in the target: its answer was lost"));
+    const int copies = one == 404 ? 1 : 2;
+    EXPECT_THAT(Copies(), ElementsAre(copies, copies));
+    std::filesystem::remove_all(folder.File("run"));
+    more = {"--no-adopt"};
+  }
+}
+
 using SoakChosenHarm = ChosenHarm;  // waits for what is late
 
 TEST_F(SoakChosenHarm, ACopyThatComesWhenTheItemHasLongArrivedIsTold) {
-  saves[1] = Mishap::kForwardedLate;
+  saves[1] = {Mishap::kForwardedLate, 0, false, std::chrono::seconds(20)};
   EXPECT_EQ(Text(Run(0)["remarks"]), "1.eml: it is there twice");
   EXPECT_THAT(Copies(), ElementsAre(2, 1));
+}
+
+// Whoever refuses the question, and for how long.
+TEST_F(SoakChosenHarm, AQuestionThatIsAlwaysRefusedEndsNoRun) {
+  for (const int status : {403, 400, 500}) {
+    SCOPED_TRACE(status);
+    look = {Mishap::kStatus, status};
+    saves = {{requests + 1, {Mishap::kCutBeforeRequest}},
+             {requests + 3, {Mishap::kCutBehindRequest}}};
+    const nlohmann::json summary = Run(0);
+    EXPECT_EQ(summary["sent"], 2);
+    EXPECT_THAT(summary["remarks"].dump(), HasSubstr("may be there twice: the target could not"));
+    EXPECT_LT(summary["waited_seconds"], 120);
+    std::filesystem::remove_all(folder.File("run"));
+    more = {"--no-adopt"};
+  }
+}
+
+TEST_F(SoakChosenHarm, AnOutageOfSavesAloneIsWaitedOut) {
+  // All tries of the first mail, and some of the second; a server's time is kept.
+  for (int i = 1; i <= 6; ++i) saves[i] = {Mishap::kStatus, 503, /*retryAfter=*/i % 2 == 0};
+  const nlohmann::json summary = Run(0);
+  EXPECT_EQ(summary["failed"], 0);
+  EXPECT_GE(summary["waits"], 6);
+  EXPECT_GE(summary["waited_seconds"], 20);
+  EXPECT_THAT(Copies(), ElementsAre(1, 1));
+}
+
+TEST_F(SoakChosenHarm, AnItemThatMeetsAnOutageWhereOthersComeThroughFailsByItself) {
+  for (int i = 1; i <= 20; ++i) {
+    if (i != 5) saves[i] = {Mishap::kStatus, 404};
+  }
+  const nlohmann::json summary = Run(1);
+  EXPECT_EQ(summary["sent"], 1);
+  EXPECT_THAT(Text(summary["failures"]),
+              AllOf(StartsWith("1.eml: The request failed. The server 127.0.0.1 answered HTTP 404"),
+                    EndsWith("; it alone, others come through")));
+  EXPECT_THAT(Copies(), ElementsAre(1));
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, ThroughProxy, testing::Values(0u));

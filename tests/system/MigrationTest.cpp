@@ -214,6 +214,11 @@ TEST_F(Migration, AWrongPasswordAndAServerThatIsDownAreToldAndALaterRunCompletes
   const Result wrong = Tarny(server.Arguments("wrong"));
   EXPECT_THAT(wrong, FailsWith("cannot log on to the mailbox of tom@example.org"));
   EXPECT_THAT(wrong.err, HasSubstr("401"));
+  for (const std::string password : {"wrong", "right"}) {
+    std::vector<std::string> dry = server.Arguments(password);
+    dry.push_back("--dry-run");
+    EXPECT_EQ(Tarny(dry).status, password == "right" ? 0 : 1) << "it logs on";
+  }
   SummaryOf(Tarny(server.Arguments("right")));
   EXPECT_TRUE(Arrived() == mails.expected);
 }
@@ -270,8 +275,9 @@ TEST_F(Migration, AStopIsHeardWhileTheServerIsSilentAndSoIsATakeOver) {
   const Generated mails = WriteMails(folder, 120);
   Server server(folder);
   const std::vector<std::string> arguments = server.Arguments("right");
-  const auto runIntoSilence = [&] {
-    Program tarny("tarny", arguments, folder.Path());
+  const auto runIntoSilence = [&](std::vector<std::string> more = {}) {
+    more.insert(more.begin(), arguments.begin(), arguments.end());
+    Program tarny("tarny", more, folder.Path());
     const int rows = LedgerRows(folder);
     EXPECT_TRUE(Await([&] { return LedgerRows(folder) > rows; }));
     server.Freeze();
@@ -285,6 +291,14 @@ TEST_F(Migration, AStopIsHeardWhileTheServerIsSilentAndSoIsATakeOver) {
   EXPECT_EQ(summary["stopped"], "asked to stop");
   EXPECT_EQ(summary["failed"], 0);
   EXPECT_FALSE(EngineWorks());
+
+  server.Restart();
+  Program ended = runIntoSilence({"--as-is"});
+  ended.Signal(SIGINT);
+  EXPECT_TRUE(Await([&] { return ended.Err().find("once more ends") != std::string::npos; }));
+  ended.Signal(SIGINT);
+  ended.Wait();
+  EXPECT_TRUE(Await([&] { return !EngineWorks(); })) << "the engine outlives a second request";
 
   server.Restart();
   Program killed = runIntoSilence();

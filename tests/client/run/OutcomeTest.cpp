@@ -17,6 +17,11 @@ TEST(Outcome, IsReadFromTheEndOfATextAlone) {
       {"Busy; the server asks for more than the 0 s of patience left", false, false},
       {"HTTP 401; a new logon did not help: this logon is refused.", true, false},
       {"No answer. It may have carried the request out.", false, true},
+      {"No answer. It may have carried the request out; the server asks for 30 s.", false, true},
+      {"No answer. It may have carried the request out; the server or the way to it is out of "
+       "order.",
+       false, true},
+      {"Left out; the server asks for 30 s.", false, false},
       {"An internal server error occurred. The operation failed.", false, true},
       {"", false, false},
       // A mail's own words, quoted.

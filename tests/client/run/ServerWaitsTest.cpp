@@ -22,6 +22,11 @@ TEST(ServerWaits, AnOutageLastsFromItsFirstWaitToTheAnswer) {
   waits.End(start + seconds(99));
   EXPECT_EQ(waits.Count(), 3u);
   EXPECT_EQ(waits.Time(), seconds(9));
+  waits.Note("mail.example.com has been silent for 15 s; waiting up to 120 s", start + seconds(45));
+  waits.End(start + seconds(50));
+  waits.Add(seconds(3));
+  EXPECT_EQ(waits.Count(), 5u);
+  EXPECT_EQ(waits.Time(), seconds(32));
 }
 
 }  // namespace

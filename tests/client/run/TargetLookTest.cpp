@@ -6,6 +6,7 @@
 
 #include "client/run/LateCopies.h"
 #include "client/run/LedgerLook.h"
+#include "client/run/SecondPlaces.h"
 #include "client/run/UnknownOutcome.h"
 #include "ews/Settings.h"
 #include "mailboxd/Server.h"
@@ -105,6 +106,23 @@ TEST_F(Look, AFolderIsReadPageByPageToItsEnd) {
   EXPECT_EQ(Count("A\\"), 2001);
 }
 
+TEST_F(Look, TheFoldersThatTheEngineFallsBackToAreReadByKeyUnlessTheyAreTheSources) {
+  using ews::WellKnownFolderName;
+  const std::int64_t contacts = *Store().FindWellKnown(Store().Mailbox(target.user), "contacts");
+  const std::int64_t others =
+      Store().CreateFolder(*Store().Folder(contacts), "Other Contacts", "IPF.Contact")->id;
+  MakeItem(MakeFolder(root, "Task"), "", "k");
+  MakeItem(others, "", "k");
+  MakeItem(others, "", "k");
+  const Place tasks("Task\\", WellKnownFolderName::MsgFolderRoot);
+  const Place people("Other Contacts\\", WellKnownFolderName::Contacts);
+  SecondPlaces second(look, {});
+  for (const Place& place : {tasks, people, people}) EXPECT_TRUE(second.Take(place, "k"));
+  for (const Place& place : {tasks, people}) EXPECT_FALSE(second.Take(place, "k"));
+  EXPECT_FALSE(second.Take(Place("Other Contacts\\None\\", WellKnownFolderName::Contacts), "k"));
+  EXPECT_FALSE(SecondPlaces(look, {look.Identity(Place("Task\\"))}).Take(tasks, "k"));
+}
+
 TEST_F(Look, AServerThatIsGoneIsNoFolderThatIsNotThere) {
   server.reset();
   EXPECT_THAT(TextOf([&] { Count("A\\"); }), HasSubstr("folder A\\ cannot be read: The request"));
@@ -169,8 +187,35 @@ TEST_F(Unknown, ARefusedSearchAndALostServerAreToldApart) {
   EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kThere) << "an error in passing is no refusal";
   ews::Failure outage;
   outage.bOutage = true;
-  m_transport.PushFailure("The request failed. No answer.", outage);
+  for (int i = 0; i < 4; ++i) m_transport.PushFailure("The request failed. No answer.", outage);
   EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kUnreachable);
+  for (int i = 0; i < 4; ++i) {
+    m_transport.Push(answers::Error("FindItem", "ErrorInternalServerError", "Something broke."));
+  }
+  EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kNotAsked) << "and one that does not pass is one";
+}
+
+TEST_F(Unknown, ATargetThatAnswersAllButTheSearchCannotBeAsked) {
+  ews::Settings().bSafe = true;
+  ews::Settings().nPatience = std::chrono::minutes(30);
+  const struct {
+    int status;
+    int before;  // tries before another question is asked
+  } rows[] = {{403, 1}, {500, 5}, {404, 5}, {400, 4}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.status);
+    const auto before = m_transport.Waited();
+    for (int i = 0; i < row.before; ++i) m_transport.Push("", row.status);
+    if (row.status != 400) {
+      m_transport.Push(answers::Found({}));
+      m_transport.Push("", row.status);
+    }
+    const TargetAnswer answer = Ask();
+    EXPECT_EQ(answer.kind, TargetAnswer::Kind::kNotAsked);
+    EXPECT_THAT(answer.reason, HasSubstr("HTTP " + std::to_string(row.status)));
+    EXPECT_LT(m_transport.Waited() - before, std::chrono::seconds(20));
+    m_transport.Clear();
+  }
 }
 
 TEST_F(Unknown, AFolderThatItemsAreTakenOutOfIsReadAgainAndNoneIsPassedOver) {
@@ -207,21 +252,23 @@ TEST_F(Unknown, WhatComesLateIsLookedForOnceMoreAndTold) {
   watch("1", 2, std::chrono::seconds(10));
   watch("2", 2, std::chrono::seconds(2));
   watch("3", 3, std::chrono::seconds(8));
-  watch("long ago", 2, std::chrono::seconds(20));
+  watch("long ago", 2, std::chrono::seconds(60));
   PushItems(Mail("I") + Mail("J"));
   PushItems(Mail("I"));
   m_transport.Push(answers::Error("FindItem", "ErrorAccessDenied", "You may not look."));
+  PushItems(Mail("I") + Mail("J"));
   late.Look(/*ask=*/true, tell);
   EXPECT_EQ(m_transport.Waited(), LateCopies::kLate - std::chrono::seconds(2));
   EXPECT_THAT(told, ElementsAre("1: it is there twice",
                                 "3: may be there 3 times: the target could not be asked (You may "
-                                "not look.)"));
+                                "not look.)",
+                                "long ago: it is there twice"));
   // A run that ended early asks nobody.
   watch("4", 2, {});
   told.clear();
   late.Look(/*ask=*/false, tell);
   EXPECT_THAT(told, ElementsAre(HasSubstr("4: may be there twice: the target could not")));
-  EXPECT_EQ(m_transport.Requests().size(), 4u) << "the folder, and each item once";
+  EXPECT_EQ(m_transport.Requests().size(), 5u) << "the folder, and each item once";
 }
 
 TEST(TimeToFinish, IsAsLongAsTheServerWorkedOnItWithinBounds) {
