@@ -1,7 +1,10 @@
 #include <chrono>
 #include <exception>
+#include <stdexcept>
+#include <string>
 #include <thread>
 
+#include "ews/ServiceException.h"
 #include "ews/Settings.h"
 #include "pipeline/ItemDescriptor.h"
 #include "pipeline/ItemRun.h"
@@ -141,6 +144,12 @@ bool CTarnyOutlookHandler::SaveReduced(ItemRun& objRun) {
     return true;
   } catch (const std::exception& objError) {
     m_objLogManager.WriteLog(u" 2_Catch2 ");
+    if (ews::Settings().bSafe && IsTooLarge(MessageOf(objError))) {
+      const std::string strText = ews::WithoutStop(objError.what());
+      return Fail(objRun, u" 2_Catch2 ",
+                  std::runtime_error(strText + "; it was tried as text alone, and that is too "
+                                               "large, too")) == kSuccess;
+    }
     (void)Fail(objRun, MessageOf(objError).GetString(), objError);
     return false;
   }

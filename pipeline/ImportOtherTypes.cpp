@@ -27,10 +27,11 @@ using ews::WellKnownFolderName;
 constexpr int kTaskFolderType = 7;
 constexpr int kContactFolderType = 14;
 
-// Whether a second save could bring the item twice.
-bool MayBeSaved(const std::exception& objError) {
+// Whether a second save could bring the item twice, or put it elsewhere for an outage.
+bool WasNotRefused(const std::exception& objError) {
   const auto* pError = dynamic_cast<const ews::ServiceException*>(&objError);
-  return ews::Settings().bSafe && pError && pError->Cause().bMayBeCarriedOut;
+  return ews::Settings().bSafe && pError &&
+         (pError->Cause().bMayBeCarriedOut || pError->Cause().bOutage);
 }
 
 CString ContactFallback(const CString& strContactFolder) {
@@ -113,7 +114,7 @@ int CTarnyOutlookHandler::SaveAppointment(ItemRun& objRun, ews::Appointment& obj
     EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
   } catch (const std::exception& objError) {
-    if (MayBeSaved(objError)) return Fail(objRun, u"  catch(Exception^ ex) ", objError);
+    if (WasNotRefused(objError)) return Fail(objRun, u"  catch(Exception^ ex) ", objError);
   }
   return SaveAppointmentAgain(objRun, objItem);
 }
@@ -161,7 +162,7 @@ int CTarnyOutlookHandler::SaveTask(ItemRun& objRun, ews::Task& objTask) {
     EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
   } catch (const std::exception& objError) {
-    if (MayBeSaved(objError)) return Fail(objRun, u" catch OUT   ", objError);
+    if (WasNotRefused(objError)) return Fail(objRun, u" catch OUT   ", objError);
   }
   return SaveTaskElsewhere(objRun, objTask);
 }
@@ -202,7 +203,7 @@ int CTarnyOutlookHandler::ImportContact(ItemRun& objRun) {
     m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");  // kept: the same text again
     return kSuccess;
   } catch (const std::exception& objError) {
-    if (MayBeSaved(objError)) return Fail(objRun, u" TYPE_CONTACT IN SAVE CATCH ", objError);
+    if (WasNotRefused(objError)) return Fail(objRun, u" TYPE_CONTACT IN SAVE CATCH ", objError);
   }
   return SaveContactElsewhere(objRun, objContact);
 }
