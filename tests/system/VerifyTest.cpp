@@ -206,6 +206,31 @@ TEST_F(Verify, FoldersThatLeadToOneInTheTargetShareWhatItHolds) {
   EXPECT_EQ(SummaryOf(MigrateInto("run3", {"--adopt"}))["sent"], 1);
 }
 
+// Where the engine put what its own folder refused.
+TEST_F(Verify, AContactInTheSecondPlaceIsThereAndInBothItIsThereTwice) {
+  folder.Write("source/people.vcf",
+               "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann Lee\r\nN:Lee;Ann;;;\r\nEND:VCARD\r\n");
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 1);
+  mailbox::NewItem copy;
+  {
+    mailbox::Store store(folder.File("mailbox/mailbox.db"));
+    copy.info = ItemsOf(folder.File("mailbox")).at(0).info;
+    const auto contacts = store.Folder(copy.info.folder);
+    store.DeleteItem(copy.info.id);
+    copy.info.folder = store.CreateFolder(*contacts, "Other Contacts", "IPF.Contact")->id;
+    store.CreateItem(copy);
+  }
+  EXPECT_EQ(FolderOf(Check(), 0)["there"], 1);
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {"--adopt"}))["sent"], 0);
+  {
+    mailbox::Store store(folder.File("mailbox/mailbox.db"));
+    store.CreateItem(copy);
+  }
+  const json found = FolderOf(Check(), 1);
+  EXPECT_EQ(found["twice"].size(), 1u) << found;
+  EXPECT_EQ(found["missing"].size(), 0u);
+}
+
 TEST_F(Verify, AFolderThatIsNoRunFolderIsNotMadeOne) {
   folder.Write("source/1.eml", Mail("<1@x.example>", "one"));
   EXPECT_THAT(Check("mistyped"), FailsWith("is not the run folder of a migration"));
