@@ -14,6 +14,11 @@ void RequestsInWork::End(int port) {
   m_ended.notify_all();
 }
 
+std::set<int> RequestsInWork::Ports() {
+  const std::lock_guard lock(m_mutex);
+  return m_ports;
+}
+
 std::set<int> RequestsInWork::Close() {
   const std::lock_guard lock(m_mutex);
   m_closed = true;

@@ -15,6 +15,7 @@ class RequestsInWork {
   [[nodiscard]] bool Begin(int port);
   void End(int port);
 
+  std::set<int> Ports();
   // From here on none begins. Returns those that are in work.
   std::set<int> Close();
   // Returns when all are done, or when that time has passed.

@@ -1,15 +1,11 @@
 #include "mailboxd/Server.h"
 
-#include <arpa/inet.h>
 #include <httplib.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -17,10 +13,12 @@
 #include "base/AsciiText.h"
 #include "base/WholeNumber.h"
 #include "mailboxd/Certificate.h"
+#include "mailboxd/Connections.h"
 #include "mailboxd/Directory.h"
 #include "mailboxd/Logins.h"
 #include "mailboxd/RequestLog.h"
 #include "mailboxd/RequestsInWork.h"
+#include "mailboxd/Workers.h"
 #include "mailboxd/ews/Autodiscover.h"
 #include "mailboxd/ews/Operations.h"
 #include "mailboxd/web/WebPages.h"
@@ -30,30 +28,11 @@ namespace mailbox {
 namespace {
 
 constexpr size_t kLargestRequest = 300ull * 1024 * 1024;  // bytes
-constexpr size_t kThreads = 64;                           // each open connection holds one
-constexpr time_t kKeepAlive = 60;                         // seconds without a request
-constexpr std::chrono::seconds kFarewell{5};              // for answers that are on their way
-constexpr int kBacklog = 256;                             // connections that wait to be taken
-constexpr size_t kUnlimited = 1u << 30;                   // requests on one connection
-
-// Each socket of this process that a client of that port of ours is connected to.
-template <typename Use>
-void ForEachConnection(int port, Use use) {
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
-    const int fd = std::atoi(entry.path().filename().c_str());
-    sockaddr_in here{};
-    sockaddr_in there{};
-    socklen_t hereSize = sizeof here;
-    socklen_t thereSize = sizeof there;
-    if (::getsockname(fd, reinterpret_cast<sockaddr*>(&here), &hereSize) != 0 ||
-        here.sin_family != AF_INET || ntohs(here.sin_port) != port ||
-        ::getpeername(fd, reinterpret_cast<sockaddr*>(&there), &thereSize) != 0) {
-      continue;
-    }
-    use(fd, ntohs(there.sin_port));
-  }
-}
+constexpr size_t kThreads = 64;               // each connection that is served holds one
+constexpr time_t kKeepAlive = 60;             // seconds without a request
+constexpr std::chrono::seconds kFarewell{5};  // for answers that are on their way
+constexpr int kBacklog = 256;                 // connections that wait to be taken
+constexpr size_t kUnlimited = 1u << 30;       // requests on one connection
 
 std::string Lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), mail::toLowerAscii);
@@ -67,6 +46,12 @@ void SocketOptions(int fd) {
 }
 
 }  // namespace
+
+// What its line in the log tells of a request.
+struct LogNote {
+  RequestNote request;
+  size_t received = 0;  // bytes
+};
 
 class Server::Implementation {
  public:
@@ -108,18 +93,21 @@ class Server::Implementation {
   void Configure();
   void Route();
   void Bind();
+  template <typename Work>
+  void Logged(const httplib::Request& request, httplib::Response& response, Work work);
   void HandlePost(const httplib::Request& request, httplib::Response& response,
-                  const httplib::ContentReader& reader);
-  void HandleGet(const httplib::Request& request, httplib::Response& response);
+                  const httplib::ContentReader& reader, LogNote& note);
+  void HandleGet(const httplib::Request& request, httplib::Response& response, LogNote& note);
   void Handle(const httplib::Request& request, httplib::Response& response, std::string& body,
               RequestNote& note);
   void HandleEws(const httplib::Request& request, httplib::Response& response, std::string& body,
                  RequestNote& note);
   bool LetIn(const httplib::Request& request, httplib::Response& response);
-  bool Fail(const httplib::Request& request, httplib::Response& response);
+  bool Fail(const httplib::Request& request, httplib::Response& response, Place place);
+  bool FailAtMailbox(const httplib::Request& request, httplib::Response& response);
   bool BeginWork(const httplib::Request& request, httplib::Response& response);
   void CutConnection(const httplib::Request& request);
-  bool Drop(Cut cut, const httplib::Request& request);
+  bool Drop(Cut cut, const httplib::Request& request, Place place = Place::kMailbox);
   std::optional<std::string> Login(const httplib::Request& request) {
     return m_logins.NameIn(request.get_header_value("Authorization"));
   }
@@ -251,7 +239,11 @@ void Server::Implementation::MakeHttp() {
 }
 
 void Server::Implementation::Configure() {
-  m_http->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };  // freed by it
+  m_http->new_task_queue = [this] {  // freed by it
+    return new Workers(kThreads, [this](size_t waiting) {
+      EndSilentConnections(m_port, m_inWork.Ports(), waiting);
+    });
+  };
   m_http->set_socket_options([this](socket_t fd) {
     SocketOptions(fd);
     m_listening = fd;
@@ -267,26 +259,24 @@ void Server::Implementation::Configure() {
 void Server::Implementation::Route() {
   m_http->Post(".*", [this](const httplib::Request& request, httplib::Response& response,
                             const httplib::ContentReader& reader) {
-    HandlePost(request, response, reader);
+    Logged(request, response, [&](LogNote& note) { HandlePost(request, response, reader, note); });
   });
   m_http->Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
-    HandleGet(request, response);
+    Logged(request, response, [&](LogNote& note) { HandleGet(request, response, note); });
   });
   m_http->Delete(std::string(kFaultsPath),
                  [this](const httplib::Request& request, httplib::Response& response) {
-                   if (!LetIn(request, response)) return;
-                   m_faults.Clear();
-                   response.status = 204;
+                   Logged(request, response, [&](LogNote&) {
+                     if (!LetIn(request, response)) return;
+                     m_faults.Clear();
+                     response.status = 204;
+                   });
                  });
   // Called when an answer is out.
   m_http->set_logger([this](const httplib::Request& request, const httplib::Response& response) {
     m_inWork.End(request.remote_port);
     if (IsLast(response)) CutConnection(request);
   });
-  m_http->set_exception_handler(
-      [](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
-        Send(response, 500, kXml, WriteFault(FaultOf("ErrorInternalServerError")));
-      });
 }
 
 void Server::Implementation::Bind() {
@@ -303,21 +293,37 @@ void Server::Implementation::Bind() {
   ::listen(m_listening, kBacklog);
 }
 
+// Does the work and tells of it, also where it fails.
+template <typename Work>
+void Server::Implementation::Logged(const httplib::Request& request, httplib::Response& response,
+                                    Work work) {
+  const Stopwatch watch;
+  LogNote note;
+  try {
+    work(note);
+  } catch (const std::exception&) {
+    Send(response, 500, kXml, WriteFault(FaultOf("ErrorInternalServerError")));
+  }
+  if (!m_log.IsOn()) return;
+  RequestLog::Entry entry = watch.Entry(request, response);
+  entry.operation = note.request.operation;
+  entry.mailbox = note.request.mailbox;
+  entry.received = note.received;
+  m_log.Add(entry);
+}
+
 void Server::Implementation::HandlePost(const httplib::Request& request,
                                         httplib::Response& response,
-                                        const httplib::ContentReader& reader) {
-  const Stopwatch watch;
-  RequestNote note;
+                                        const httplib::ContentReader& reader, LogNote& note) {
   std::string body;
   if (const int status = RefusalOf(request); status != 0) {
     response.status = status;
-    MakeLast(response);
-    return m_log.Add(watch.Entry(request, response));
+    return MakeLast(response);
   }
   const auto length = request.get_header_value<std::uint64_t>("Content-Length");
   if (length <= kLargestRequest) body.reserve(static_cast<size_t>(length));
   const bool ews = Lower(request.path) == kEwsPath;
-  if (ews && Drop(Cut::kBeforeBody, request)) return m_log.Add(watch.Entry(request, response));
+  if (ews && Drop(Cut::kBeforeBody, request)) return;
   int unread = 408;  // the status if the body does not come to its end
   const bool complete = reader([&](const char* data, size_t size) {
     if (size > kLargestRequest - body.size()) {
@@ -331,22 +337,14 @@ void Server::Implementation::HandlePost(const httplib::Request& request,
     body.append(data, size);
     return true;
   });
+  note.received = body.size();
   if (!complete && response.status != 413) response.status = unread;
-  if (!complete) MakeLast(response);
-  const size_t received = body.size();
-  if (complete && BeginWork(request, response)) Handle(request, response, body, note);
-  if (!m_log.IsOn()) return;
-  RequestLog::Entry entry = watch.Entry(request, response);
-  entry.operation = note.operation;
-  entry.mailbox = note.mailbox;
-  entry.received = received;
-  m_log.Add(entry);
+  if (!complete) return MakeLast(response);
+  if (BeginWork(request, response)) Handle(request, response, body, note.request);
 }
 
-void Server::Implementation::HandleGet(const httplib::Request& request,
-                                       httplib::Response& response) {
-  const Stopwatch watch;
-  RequestNote note;
+void Server::Implementation::HandleGet(const httplib::Request& request, httplib::Response& response,
+                                       LogNote& note) {
   std::string none;
   const std::string path = Lower(request.path);
   if (!BeginWork(request, response)) return;
@@ -355,11 +353,10 @@ void Server::Implementation::HandleGet(const httplib::Request& request,
   } else if (IsDirectoryPath(request.path)) {
     HandleDirectory(request, response);
   } else if (path == kAutodiscoverPath) {
-    Handle(request, response, none, note);
+    Handle(request, response, none, note.request);
   } else {
     response.status = path == kEwsPath || path == kFaultsPath ? 405 : 404;
   }
-  if (m_log.IsOn()) m_log.Add(watch.Entry(request, response));
 }
 
 // False once the server ends: nothing is done then that might get no answer.
@@ -378,22 +375,28 @@ void Server::Implementation::CutConnection(const httplib::Request& request) {
 }
 
 // Cuts the request's connection where that was ordered.
-bool Server::Implementation::Drop(Cut cut, const httplib::Request& request) {
-  if (!m_faults.Take(cut)) return false;
+bool Server::Implementation::Drop(Cut cut, const httplib::Request& request, Place place) {
+  if (!m_faults.Take(cut, place)) return false;
   CutConnection(request);
   return true;
 }
 
 // Failures on demand; true when the request is done with.
-bool Server::Implementation::Fail(const httplib::Request& request, httplib::Response& response) {
-  Wait(m_faults.Latency());
-  if (Drop(Cut::kBehindBody, request)) return true;
-  if (const auto failure = m_faults.TakeStatus()) {
-    response.status = failure->status;
-    if (failure->status == 401) AskForLogin(response);
-    if (failure->seconds > 0) response.set_header("Retry-After", std::to_string(failure->seconds));
-    return true;
-  }
+bool Server::Implementation::Fail(const httplib::Request& request, httplib::Response& response,
+                                  Place place) {
+  Wait(m_faults.Latency(place));
+  if (Drop(Cut::kBehindBody, request, place)) return true;
+  const auto failure = m_faults.TakeStatus(place);
+  if (!failure) return false;
+  response.status = failure->status;
+  if (failure->status == 401) AskForLogin(response);
+  if (failure->seconds > 0) response.set_header("Retry-After", std::to_string(failure->seconds));
+  return true;
+}
+
+bool Server::Implementation::FailAtMailbox(const httplib::Request& request,
+                                           httplib::Response& response) {
+  if (Fail(request, response, Place::kMailbox)) return true;
   if (const std::string code = m_faults.TakeSoapFault(); !code.empty()) {
     Send(response, 500, kXml, WriteFault(FaultOf(code)));
     return true;
@@ -410,7 +413,7 @@ bool Server::Implementation::Fail(const httplib::Request& request, httplib::Resp
 void Server::Implementation::HandleEws(const httplib::Request& request, httplib::Response& response,
                                        std::string& body, RequestNote& note) {
   ++m_requests;
-  if (Fail(request, response)) return;
+  if (FailAtMailbox(request, response)) return;
   const Context context{m_store, m_faults, Login(request).value_or(""),
                         m_options.maximumMessageSize};
   try {
@@ -447,6 +450,7 @@ void Server::Implementation::Handle(const httplib::Request& request, httplib::Re
                                     std::string& body, RequestNote& note) {
   const std::string path = Lower(request.path);
   if (path.ends_with("/oauth2/v2.0/token")) {
+    if (Fail(request, response, Place::kToken)) return;
     TokenEndpoint::Reply reply = m_logins.Tokens().Answer(body);
     Send(response, reply.status, kJson, std::move(reply.json));
     return;
@@ -463,6 +467,7 @@ void Server::Implementation::Handle(const httplib::Request& request, httplib::Re
     response.status = m_faults.AddLines(body) ? 204 : 400;
     return;
   }
+  if (Fail(request, response, Place::kAutodiscover)) return;
   std::string host = request.get_header_value("Host");
   if (!IsHost(host)) host = OwnHost();
   Send(response, 200, kXml, AnswerAutodiscover(body, UrlFor(host) + "/EWS/Exchange.asmx"));
@@ -470,7 +475,7 @@ void Server::Implementation::Handle(const httplib::Request& request, httplib::Re
 
 void Server::Implementation::HandleDirectory(const httplib::Request& request,
                                              httplib::Response& response) {
-  if (!LetIn(request, response) || Fail(request, response)) return;
+  if (!LetIn(request, response) || FailAtMailbox(request, response)) return;
   std::string host = request.get_header_value("Host");
   if (!IsHost(host)) host = OwnHost();
   DirectoryReply reply =

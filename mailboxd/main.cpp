@@ -112,10 +112,11 @@ void AddOptions(CLI::App& app, Arguments& arguments) {
       ->check(CLI::PositiveNumber);
   app.add_option(
       "--fault", server.faults,
-      "Fail on demand: busy:N[:MS], STATUS:N[:SECONDS], soap:ErrorCode:N, ErrorCode:N,\n"
+      "Fail on demand: busy:N[:MS], STATUS:N[:SECONDS], soap:ErrorCode:N, "
+      "[OPERATION:]ErrorCode:N,\n"
       "expired:N, broken:N, close:N, drop-before:N, drop-in:N, drop:N, drop-saved:N, latency:MS,\n"
-      "hold:MS. The same by POST to /faults, a line each, with a login as any request has; DELETE\n"
-      "ends them");
+      "hold:MS; STATUS, drop and latency also behind token: or autodiscover:. The same by POST to\n"
+      "/faults, a line each, with a login as any request has; DELETE ends them");
   app.add_option("--log", server.logFile,
                  "Append a line for each request: time, method, path, operation, mailbox, status,\n"
                  "bytes in and out, microseconds")

@@ -180,16 +180,18 @@ NewAttachment ReadAttachment(pugi::xml_node node) {
 
 void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
   const std::string_view parent = Attribute(Child(request, "ParentItemId"), "Id");
-  AnswerEach(Child(request, "Attachments"), "Attachments", response, [&](pugi::xml_node node) {
-    AddOne(context, ResolveId(parent, IdKind::kItem), node, response);
-  });
+  AnswerEach(context, Child(request, "Attachments"), "Attachments", response,
+             [&](pugi::xml_node node) {
+               AddOne(context, ResolveId(parent, IdKind::kItem), node, response);
+             });
 }
 
 void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  AnswerEach(Child(request, "AttachmentIds"), "Attachments", response, [&](pugi::xml_node id) {
-    const ItemShape shape(Child(request, "AttachmentShape"), Depth::kFull);
-    GetOne(context, Attribute(id, "Id"), shape, response);
-  });
+  AnswerEach(context, Child(request, "AttachmentIds"), "Attachments", response,
+             [&](pugi::xml_node id) {
+               const ItemShape shape(Child(request, "AttachmentShape"), Depth::kFull);
+               GetOne(context, Attribute(id, "Id"), shape, response);
+             });
 }
 
 }  // namespace mailbox

@@ -30,7 +30,12 @@ std::string InvalidRequest() {
 
 std::string AnswerAutodiscover(std::string& body, std::string_view ewsUrl) {
   pugi::xml_document document;
-  if (!document.load_buffer_inplace(body.data(), body.size())) return InvalidRequest();
+  constexpr unsigned kParse = pugi::parse_default | pugi::parse_doctype;
+  const auto isType = [](pugi::xml_node node) { return node.type() == pugi::node_doctype; };
+  if (!document.load_buffer_inplace(body.data(), body.size(), kParse) ||
+      document.find_child(isType)) {  // nothing in one is ever needed
+    return InvalidRequest();
+  }
   const pugi::xml_node request = Child(Child(document, "Autodiscover"), "Request");
   const std::string address(ChildText(request, "EMailAddress"));
   if (address.empty()) return InvalidRequest();

@@ -10,7 +10,7 @@ struct CodeText {
   std::string_view code;
   std::string_view text;
 };
-constexpr std::array<CodeText, 47> kTexts = {{
+constexpr auto kTexts = std::to_array<CodeText>({
     {"ErrorAccessDenied", "Access is denied. Check credentials and try again."},
     {"ErrorAffectedTaskOccurrencesRequired",
      "The AffectedTaskOccurrences attribute is required for tasks."},
@@ -26,6 +26,7 @@ constexpr std::array<CodeText, 47> kTexts = {{
     {"ErrorChangeKeyRequiredForWriteOperations", "A change key is required for this operation."},
     {"ErrorConnectionFailed", "Connection failed. Try again later."},
     {"ErrorCrossMailboxMoveCopy", "Items cannot be moved to another mailbox."},
+    {"ErrorDataSizeLimitExceeded", "The request asks for more than one answer may hold."},
     {"ErrorDeleteDistinguishedFolder", "Distinguished folders cannot be deleted."},
     {"ErrorFolderExists", "A folder with the specified name already exists."},
     {"ErrorFolderNotFound", "The specified folder could not be found in the store."},
@@ -60,6 +61,7 @@ constexpr std::array<CodeText, 47> kTexts = {{
     {"ErrorNonExistentMailbox", "The SMTP address has no mailbox associated with it."},
     {"ErrorQuotaExceeded", "The mailbox has exceeded its quota."},
     {"ErrorRecurrenceHasNoOccurrence", "The recurrence has no occurrences associated with it."},
+    {"ErrorRestrictionTooLong", "The restriction has too many conditions."},
     {"ErrorSendMeetingCancellationsRequired",
      "The SendMeetingCancellations attribute is required for calendar items."},
     {"ErrorSendMeetingInvitationsOrCancellationsRequired",
@@ -67,11 +69,12 @@ constexpr std::array<CodeText, 47> kTexts = {{
     {"ErrorSendMeetingInvitationsRequired",
      "The SendMeetingInvitations attribute is required for calendar items."},
     {"ErrorServerBusy", "The server cannot service this request right now. Try again later."},
+    {"ErrorTimeZone", "The time zone is not known."},
     {"ErrorTimeoutExpired", "The operation timed out."},
     {"ErrorUnsupportedPathForQuery", "The property can not be used with this type of restriction."},
     {"ErrorUpdatePropertyMismatch",
      "The property to be updated is not the one that the change description holds."},
-}};
+});
 static_assert(std::is_sorted(kTexts.begin(), kTexts.end(),
                              [](const CodeText& a, const CodeText& b) { return a.code < b.code; }));
 

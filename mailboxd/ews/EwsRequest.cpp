@@ -2,8 +2,22 @@
 
 #include "mailboxd/ews/EwsFailure.h"
 #include "mailboxd/ews/EwsSchema.h"
+#include "platform/ZoneClock.h"
 
 namespace mailbox {
+namespace {
+
+// A client names the same zone again and again.
+bool IsZone(const std::string& name) {
+  thread_local std::string lastKnown;
+  if (name.empty()) return false;
+  if (name == lastKnown) return true;
+  if (!platform::ZoneClock::OfWindows(name)) return false;
+  lastKnown = name;
+  return true;
+}
+
+}  // namespace
 
 EwsRequest::EwsRequest(std::string& body) {
   const size_t size = body.size();
@@ -24,7 +38,10 @@ EwsRequest::EwsRequest(std::string& body) {
   CheckEnvelope(envelope, buffer);
   m_operation = FirstElement(Child(envelope, "Body"));
   const pugi::xml_node header = Child(envelope, "Header");
-  m_zone = Attribute(Child(Child(header, "TimeZoneContext"), "TimeZoneDefinition"), "Id");
+  const pugi::xml_node zone = Child(Child(header, "TimeZoneContext"), "TimeZoneDefinition");
+  m_zone = Attribute(zone, "Id");
+  // One that comes with rules may have any name.
+  if (zone && !FirstElement(zone) && !IsZone(m_zone)) throw FaultOf("ErrorTimeZone");
   const pugi::xml_node sid = Child(Child(header, "ExchangeImpersonation"), "ConnectingSID");
   m_impersonated = Text(FirstElement(sid));
 }

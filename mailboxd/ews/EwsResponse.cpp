@@ -1,5 +1,7 @@
 #include "mailboxd/ews/EwsResponse.h"
 
+#include <algorithm>
+
 #include "platform/Base64.h"
 #include "platform/Unicode.h"
 
@@ -68,6 +70,11 @@ std::string EscapeXml(std::string_view text) {
   return out;
 }
 
+std::string XmlElement(std::string_view name, std::string_view text) {
+  const std::string tag(name);
+  return "<" + tag + ">" + EscapeXml(text) + "</" + tag + ">";
+}
+
 std::string XmlAttribute(std::string_view name, std::string_view value) {
   return " " + std::string(name) + "=\"" + EscapeXml(value) + "\"";
 }
@@ -88,30 +95,61 @@ void EwsResponse::BeginSuccess() {
 void EwsResponse::EndMessage() { Close(m_message); }
 
 void EwsResponse::Error(const OperationError& error, std::string_view emptyResult) {
-  Open(m_message, " ResponseClass=\"Error\"");
-  Element("m:MessageText", error.text);
-  Element("m:ResponseCode", error.code);
-  Element("m:DescriptiveLinkKey", "0");
-  if (!error.messageXml.empty()) {
-    Open("m:MessageXml");
-    m_out += error.messageXml;
-    Close("m:MessageXml");
+  m_out += "<" + m_message + " ResponseClass=\"Error\">";
+  m_out += XmlElement("m:MessageText", error.text) + XmlElement("m:ResponseCode", error.code) +
+           XmlElement("m:DescriptiveLinkKey", "0");
+  // What the client wrote, and knows.
+  constexpr size_t kLongestDetail = 1000;
+  if (!error.messageXml.empty() && error.messageXml.size() <= kLongestDetail) {
+    m_out += "<m:MessageXml>" + error.messageXml + "</m:MessageXml>";
   }
-  if (!emptyResult.empty()) Empty("m:" + std::string(emptyResult));
-  EndMessage();
+  if (!emptyResult.empty()) m_out += "<m:" + std::string(emptyResult) + "/>";
+  m_out += "</" + m_message + ">";
+}
+
+void EwsResponse::MakeRoom(size_t size) const {
+  if (size > kLargest - std::min(m_out.size(), kLargest)) {
+    throw ErrorOf("ErrorDataSizeLimitExceeded");
+  }
+}
+void EwsResponse::Put(std::string_view xml) {
+  MakeRoom(xml.size());
+  m_out += xml;
 }
 
 void EwsResponse::Open(std::string_view name, std::string_view attributes) {
-  m_out.append("<").append(name).append(attributes).append(">");
+  Put("<");
+  Put(name);
+  Put(attributes);
+  Put(">");
 }
-void EwsResponse::Close(std::string_view name) { m_out.append("</").append(name).append(">"); }
+void EwsResponse::Close(std::string_view name) {
+  Put("</");
+  Put(name);
+  Put(">");
+}
 void EwsResponse::Empty(std::string_view name, std::string_view attributes) {
-  m_out.append("<").append(name).append(attributes).append("/>");
+  Put("<");
+  Put(name);
+  Put(attributes);
+  Put("/>");
 }
 void EwsResponse::Element(std::string_view name, std::string_view text) {
   Open(name);
-  m_out += EscapeXml(text);
+  Text(text);
   Close(name);
+}
+void EwsResponse::Text(std::string_view text) {
+  MakeRoom(text.size());
+  if (!platform::IsValidUtf8(text)) {
+    return Text(platform::Utf16ToUtf8(platform::Utf8ToUtf16(text)));
+  }
+  // Escaped it may be several times as long, which must not be found out at its end.
+  constexpr size_t kPiece = 64 * 1024;
+  for (; !text.empty(); text.remove_prefix(std::min(kPiece, text.size()))) {
+    MakeRoom(0);
+    Escape(text.substr(0, kPiece), m_out);
+  }
 }
 void EwsResponse::Boolean(std::string_view name, bool value) {
   Element(name, value ? "true" : "false");
@@ -122,15 +160,14 @@ void EwsResponse::Number(std::string_view name, std::int64_t value) {
 
 void EwsResponse::Base64(std::string_view bytes) {
   const size_t before = m_out.size();
+  MakeRoom(platform::Base64Length(bytes.size()));
   m_out.resize(before + platform::Base64Length(bytes.size()));
   platform::Base64Encode({reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()},
                          m_out.data() + before);
 }
 
 std::string EwsResponse::Finish() {
-  Close("m:ResponseMessages");
-  Close(m_response);
-  m_out += "</s:Body></s:Envelope>";
+  m_out += "</m:ResponseMessages></" + m_response + "></s:Body></s:Envelope>";
   return std::move(m_out);
 }
 

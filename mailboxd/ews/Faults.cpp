@@ -8,6 +8,7 @@
 #include "base/AsciiText.h"
 #include "base/WholeNumber.h"
 #include "mailboxd/ews/EwsFailure.h"
+#include "mailboxd/ews/Operations.h"
 
 namespace mailbox {
 namespace {
@@ -25,6 +26,15 @@ constexpr std::array<CutRow, 4> kCuts = {{
     {"drop-saved", Cut::kSaved},
 }};
 
+struct PlaceRow {
+  std::string_view name;
+  Place place;
+};
+constexpr std::array<PlaceRow, 2> kPlaces = {{
+    {"token", Place::kToken},
+    {"autodiscover", Place::kAutodiscover},
+}};
+
 std::optional<int> Number(std::string_view text) {
   const auto value = mail::wholeNumber<int>(text);
   return value.value_or(-1) >= 0 ? value : std::nullopt;
@@ -35,7 +45,7 @@ bool IsStatus(std::string_view name) {
   return name.size() == 3 && status >= 400 && status < 600;
 }
 
-std::vector<std::string_view> Parts(std::string_view order) {
+std::vector<std::string_view> SplitAtColons(std::string_view order) {
   std::vector<std::string_view> parts;
   for (;;) {
     const size_t colon = order.find(':');
@@ -47,92 +57,113 @@ std::vector<std::string_view> Parts(std::string_view order) {
 
 }  // namespace
 
-bool Faults::AddTo(Plan& plan, std::string_view order) {
-  std::vector<std::string_view> parts = Parts(order);
-  const bool isSoap = parts.front() == "soap";
-  if (isSoap) parts.erase(parts.begin());
-  if (parts.size() < 2 || parts.size() > 3) return false;
+bool Faults::AddAnywhere(Plan& plan, const Parts& parts) {
   const std::string name(parts[0]);
-  const auto number = Number(parts[1]);
-  const auto value = parts.size() == 3 ? Number(parts[2]) : std::optional(0);
-  if (!number || !value) return false;
-  if (isSoap && (!IsKnownCode(name) || parts.size() == 3)) return false;
-  const std::array<std::pair<std::string_view, int*>, 5> counts = {{{"expired", &plan.expired},
-                                                                    {"broken", &plan.broken},
-                                                                    {"close", &plan.close},
-                                                                    {"latency", &plan.latency},
-                                                                    {"hold", &plan.hold}}};
-  const auto count = std::ranges::find(counts, name, &std::pair<std::string_view, int*>::first);
-  const auto cut = std::ranges::find(kCuts, name, &CutRow::name);
-  if (isSoap) {
-    plan.soapFaults[name] = {*number, 0};
-  } else if (name == "busy") {
-    plan.busy = {*number, parts.size() == 3 ? *value : kDefaultBackOff};
-  } else if (IsStatus(name)) {
-    plan.statuses[name] = {*number, *value};
-  } else if (parts.size() == 3) {
-    return false;
-  } else if (cut != kCuts.end()) {
-    plan.cuts[cut->cut] = *number;
-  } else if (count != counts.end()) {
-    *count->second = *number;
-  } else if (IsKnownCode(name)) {
-    plan.itemErrors[name] = {*number, 0};
+  const int count = Number(parts[1]).value_or(0);
+  if (IsStatus(name)) {
+    plan.statuses[name] = {count, parts.size() == 3 ? Number(parts[2]).value_or(0) : 0};
+  } else if (parts.size() == 2 && name == "drop") {
+    plan.cuts[Cut::kBehindBody] = count;
+  } else if (parts.size() == 2 && name == "latency") {
+    plan.latency = count;
   } else {
     return false;
   }
   return true;
 }
 
+bool Faults::AddForMailbox(Plan& plan, const Parts& parts) {
+  const int number = Number(parts[1]).value_or(0);
+  if (parts[0] == "busy") {
+    plan.busy = {number, parts.size() == 3 ? Number(parts[2]).value_or(0) : kDefaultBackOff};
+    return true;
+  }
+  if (parts.size() == 3) return false;
+  const std::array<std::pair<std::string_view, int*>, 4> counts = {{{"expired", &plan.expired},
+                                                                    {"broken", &plan.broken},
+                                                                    {"close", &plan.close},
+                                                                    {"hold", &plan.hold}}};
+  const auto count = std::ranges::find(counts, parts[0], &std::pair<std::string_view, int*>::first);
+  const auto cut = std::ranges::find(kCuts, parts[0], &CutRow::name);
+  if (count != counts.end()) *count->second = number;
+  if (cut != kCuts.end()) plan.cuts[cut->cut] = number;
+  return count != counts.end() || cut != kCuts.end();
+}
+
+bool Faults::AddCode(Orders& orders, const Parts& parts) {
+  if (parts.size() != 2 || !IsKnownCode(parts[0])) return false;
+  orders[std::string(parts[0])] = {Number(parts[1]).value_or(0), 0};
+  return true;
+}
+
+bool Faults::AddTo(Plans& plans, std::string_view order) {
+  Parts parts = SplitAtColons(order);
+  const std::string first(parts.front());
+  const auto place = std::ranges::find(kPlaces, first, &PlaceRow::name);
+  const bool isNamed = place != kPlaces.end() || first == "soap" || IsOperation(first);
+  if (isNamed) parts.erase(parts.begin());
+  const bool isWhole = parts.size() == 2 || parts.size() == 3;
+  if (!isWhole || !std::all_of(parts.begin() + 1, parts.end(), Number)) return false;
+  if (place != kPlaces.end()) return AddAnywhere(plans[place->place], parts);
+  Plan& plan = plans[Place::kMailbox];
+  if (first == "soap") return AddCode(plan.soapFaults, parts);
+  if (isNamed) return AddCode(plan.errors[first], parts);
+  return AddAnywhere(plan, parts) || AddForMailbox(plan, parts) || AddCode(plan.errors[""], parts);
+}
+
 bool Faults::Add(std::string_view order) {
   const std::lock_guard lock(m_mutex);
-  return AddTo(m_plan, order);
+  return AddTo(m_plans, order);
 }
 
 bool Faults::AddLines(std::string_view lines) {
   const std::lock_guard lock(m_mutex);
-  Plan plan = m_plan;
+  Plans plans = m_plans;
   while (!lines.empty()) {
     const size_t end = std::min(lines.find('\n'), lines.size());
     const std::string_view order = mail::trimmed(lines.substr(0, end));
-    if (!order.empty() && !AddTo(plan, order)) return false;
+    if (!order.empty() && !AddTo(plans, order)) return false;
     lines.remove_prefix(std::min(end + 1, lines.size()));
   }
-  m_plan = std::move(plan);
+  m_plans = std::move(plans);
   return true;
 }
 
 void Faults::Clear() {
   const std::lock_guard lock(m_mutex);
-  m_plan = {};
+  m_plans.clear();
 }
 
 bool Faults::TakeExpired() {
   const std::lock_guard lock(m_mutex);
-  return m_plan.expired > 0 && m_plan.expired-- > 0;
+  int& count = m_plans[Place::kMailbox].expired;
+  return count > 0 && count-- > 0;
 }
 
 bool Faults::TakeBroken() {
   const std::lock_guard lock(m_mutex);
-  return m_plan.broken > 0 && m_plan.broken-- > 0;
+  int& count = m_plans[Place::kMailbox].broken;
+  return count > 0 && count-- > 0;
 }
 
 bool Faults::TakeClose() {
   const std::lock_guard lock(m_mutex);
-  return m_plan.close > 0 && m_plan.close-- > 0;
+  int& count = m_plans[Place::kMailbox].close;
+  return count > 0 && count-- > 0;
 }
 
-bool Faults::Take(Cut cut) {
+bool Faults::Take(Cut cut, Place place) {
   const std::lock_guard lock(m_mutex);
-  const auto found = m_plan.cuts.find(cut);
-  return found != m_plan.cuts.end() && found->second > 0 && found->second-- > 0;
+  int& count = m_plans[place].cuts[cut];
+  return count > 0 && count-- > 0;
 }
 
 std::optional<int> Faults::TakeBusy() {
   const std::lock_guard lock(m_mutex);
-  if (m_plan.busy.count == 0) return std::nullopt;
-  --m_plan.busy.count;
-  return m_plan.busy.value;
+  Counted& busy = m_plans[Place::kMailbox].busy;
+  if (busy.count == 0) return std::nullopt;
+  --busy.count;
+  return busy.value;
 }
 
 const Faults::Orders::value_type* Faults::TakeOne(Orders& orders) {
@@ -144,33 +175,37 @@ const Faults::Orders::value_type* Faults::TakeOne(Orders& orders) {
   return nullptr;
 }
 
-std::optional<Faults::Status> Faults::TakeStatus() {
+std::optional<Faults::Status> Faults::TakeStatus(Place place) {
   const std::lock_guard lock(m_mutex);
-  const auto* taken = TakeOne(m_plan.statuses);
+  const auto* taken = TakeOne(m_plans[place].statuses);
   if (taken == nullptr) return std::nullopt;
   return Status{Number(taken->first).value_or(0), taken->second.value};
 }
 
 std::string Faults::TakeSoapFault() {
   const std::lock_guard lock(m_mutex);
-  const auto* taken = TakeOne(m_plan.soapFaults);
+  const auto* taken = TakeOne(m_plans[Place::kMailbox].soapFaults);
   return taken != nullptr ? taken->first : "";
 }
 
-std::string Faults::TakeItemError() {
+std::string Faults::TakeError(std::string_view operation) {
   const std::lock_guard lock(m_mutex);
-  const auto* taken = TakeOne(m_plan.itemErrors);
+  auto& errors = m_plans[Place::kMailbox].errors;
+  const auto named = errors.find(operation);
+  const Orders::value_type* taken = named != errors.end() ? TakeOne(named->second) : nullptr;
+  const bool saves = operation == "CreateItem" || operation == "UpdateItem";
+  if (taken == nullptr && saves) taken = TakeOne(errors[""]);
   return taken != nullptr ? taken->first : "";
 }
 
-int Faults::Latency() const {
+int Faults::Latency(Place place) const {
   const std::lock_guard lock(m_mutex);
-  return m_plan.latency;
+  return m_plans[place].latency;
 }
 
 int Faults::Hold() const {
   const std::lock_guard lock(m_mutex);
-  return m_plan.hold;
+  return m_plans[Place::kMailbox].hold;
 }
 
 }  // namespace mailbox

@@ -5,8 +5,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace mailbox {
+
+// Whose requests fail: those to the mailbox and its directory, those for a token, or those for the
+// mailbox's address.
+enum class Place { kMailbox, kToken, kAutodiscover };
 
 // Where the connection of a request is cut.
 enum class Cut { kBeforeBody, kInBody, kBehindBody, kSaved };
@@ -16,7 +21,10 @@ enum class Cut { kBeforeBody, kInBody, kBehindBody, kSaved };
 //   STATUS:N[:S]      they are answered with that status of HTTP, 503 for example, and told to come
 //                     back in so many seconds if those are given
 //   soap:ErrorCode:N  they are answered with a SOAP fault of that code
-//   ErrorCode:N       the next N items saved are refused with that response code
+//   ErrorCode:N       the next N items to be saved or changed are refused with that response code
+//   OPERATION:ErrorCode:N
+//                     the same for the next N things that an operation such as FindFolder is asked
+//                     for
 //   drop-before:N     the connections of the next N requests are cut before their body is read,
 //   drop-in:N         in the middle of it,
 //   drop:N            behind it, with nothing done,
@@ -26,7 +34,8 @@ enum class Cut { kBeforeBody, kInBody, kBehindBody, kSaved };
 //   close:N           the next N answers are the last of their connections
 //   latency:MS        every request waits first
 //   hold:MS           every answer waits, with all done that it tells of
-// All calls may come from any thread.
+// They are for requests to the mailbox; STATUS, drop and latency with "token:" or "autodiscover:"
+// in front are for those. All calls may come from any thread.
 class Faults {
  public:
   // False for a text that is no order.
@@ -36,7 +45,7 @@ class Faults {
   void Clear();  // all that are left
 
   // Each takes one failure off its count.
-  bool Take(Cut cut);
+  bool Take(Cut cut, Place place = Place::kMailbox);
   bool TakeExpired();
   bool TakeBroken();
   bool TakeClose();
@@ -45,11 +54,11 @@ class Faults {
     int status = 0;
     int seconds = 0;  // 0: no word about when to come back
   };
-  std::optional<Status> TakeStatus();
-  std::string TakeSoapFault();  // the response code, "" for none
-  std::string TakeItemError();  // the same
-  int Latency() const;          // milliseconds
-  int Hold() const;             // milliseconds
+  std::optional<Status> TakeStatus(Place place = Place::kMailbox);
+  std::string TakeSoapFault();                        // the response code, "" for none
+  std::string TakeError(std::string_view operation);  // the same
+  int Latency(Place place = Place::kMailbox) const;   // milliseconds
+  int Hold() const;                                   // milliseconds
 
  private:
   struct Counted {
@@ -64,17 +73,23 @@ class Faults {
     Counted busy;
     Orders statuses;
     Orders soapFaults;
-    Orders itemErrors;
+    std::map<std::string, Orders, std::less<>> errors;  // by operation; "" for saves and changes
     int expired = 0;
     int broken = 0;
     int close = 0;
     int latency = 0;
     int hold = 0;
   };
-  static bool AddTo(Plan& plan, std::string_view order);
+  using Plans = std::map<Place, Plan>;
+  using Parts = std::vector<std::string_view>;
+  static bool AddTo(Plans& plans, std::string_view order);
+  // Each adds an order of its kind, and returns false for any other.
+  static bool AddAnywhere(Plan& plan, const Parts& parts);
+  static bool AddForMailbox(Plan& plan, const Parts& parts);
+  static bool AddCode(Orders& orders, const Parts& parts);
 
   mutable std::mutex m_mutex;
-  Plan m_plan;
+  mutable Plans m_plans;
 };
 
 }  // namespace mailbox

@@ -34,6 +34,7 @@ const FolderElement& ElementOf(std::string_view folderClass) {
 struct FolderShape {
   explicit FolderShape(pugi::xml_node node) : m_full(ChildText(node, "BaseShape") != "IdOnly") {
     m_paths = Child(node, "AdditionalProperties");
+    CheckLength(m_paths, kMostPaths);
   }
   bool Wants(std::string_view path) const {
     if (m_full) return true;
@@ -83,6 +84,7 @@ void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node pa
   const FolderInfo root = ResolveFolder(context, parent);
   std::vector<FolderInfo> found =
       context.store.ChildFolders(root.id, Attribute(request, "Traversal") == "Deep");
+  CheckRestriction(Child(request, "Restriction"));
   if (const pugi::xml_node filter = FirstElement(Child(request, "Restriction"))) {
     std::erase_if(found, [&](const FolderInfo& folder) {
       return !Matches(filter, [&](pugi::xml_node path) { return ReadField(folder, path); });
@@ -134,13 +136,13 @@ void CreateOne(const Context& context, pugi::xml_node parentId, pugi::xml_node n
 }  // namespace
 
 void FindFolder(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  AnswerEach(Child(request, "ParentFolderIds"), "", response,
+  AnswerEach(context, Child(request, "ParentFolderIds"), "", response,
              [&](pugi::xml_node parent) { FindBelow(context, request, parent, response); });
 }
 
 void GetFolder(const Context& context, pugi::xml_node request, EwsResponse& response) {
   const FolderShape shape(Child(request, "FolderShape"));
-  AnswerEach(Child(request, "FolderIds"), "Folders", response, [&](pugi::xml_node id) {
+  AnswerEach(context, Child(request, "FolderIds"), "Folders", response, [&](pugi::xml_node id) {
     const FolderInfo folder = ResolveFolder(context, id);
     response.Success("m:Folders", [&] { WriteFolder(folder, shape, response); });
   });
@@ -148,7 +150,7 @@ void GetFolder(const Context& context, pugi::xml_node request, EwsResponse& resp
 
 void CreateFolder(const Context& context, pugi::xml_node request, EwsResponse& response) {
   const pugi::xml_node parent = FirstElement(Child(request, "ParentFolderId"));
-  AnswerEach(Child(request, "Folders"), "Folders", response,
+  AnswerEach(context, Child(request, "Folders"), "Folders", response,
              [&](pugi::xml_node node) { CreateOne(context, parent, node, response); });
 }
 

@@ -8,11 +8,10 @@
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/EwsResponse.h"
 #include "mailboxd/ews/ExtendedProperties.h"
-#include "mailboxd/ews/FieldXml.h"
 #include "mailboxd/ews/ItemClasses.h"
+#include "mailboxd/ews/ItemEdit.h"
 #include "mailboxd/ews/ItemReading.h"
 #include "mailboxd/ews/Operations.h"
-#include "mailboxd/store/ItemFields.h"
 
 namespace mailbox {
 namespace {
@@ -21,32 +20,28 @@ using Recipients = std::vector<Address> ItemInfo::*;
 
 struct Field {
   std::string_view uri;
-  void (*clear)(ItemInfo& item);
+  void (*clear)(ItemEdit& edit);
   bool mayBeDeleted = true;
   Recipients list = nullptr;  // what is appended to
 };
 
 template <auto kMember>
-void Clear(ItemInfo& item) {
-  item.*kMember = {};
+void Clear(ItemEdit& edit) {
+  edit.Item().*kMember = {};
 }
 // Nothing is left of it to be cleared before another value is set.
-void Keep(ItemInfo&) {}
-
-void EraseProperty(std::string_view key, ItemInfo& item) {
-  std::erase_if(item.properties, [&](const ExtendedProperty& one) { return one.key == key; });
-}
+void Keep(ItemEdit&) {}
 
 // A client may have given it as a property, too.
-void ClearSubject(ItemInfo& item) {
-  item.subject.clear();
-  EraseProperty(kSubject, item);
+void ClearSubject(ItemEdit& edit) {
+  edit.Item().subject.clear();
+  edit.EraseProperty(std::string(kSubject));
 }
 
 // The item's own, though it is empty: that of its mail must not show again.
-void ClearBody(ItemInfo& item) {
-  item.bodyType = "Text";
-  item.body.clear();
+void ClearBody(ItemEdit& edit) {
+  edit.Item().bodyType = "Text";
+  edit.Item().body.clear();
 }
 
 // The fields that are more than what a client sends of them. Those that may not be deleted always
@@ -110,19 +105,12 @@ pugi::xml_node ValueOf(pugi::xml_node path) {
   return value;
 }
 
-void ReadInto(pugi::xml_node value, ItemInfo& item) {
-  NewItem read;
-  read.info = std::move(item);
-  ReadItemField(value, read);
-  item = std::move(read.info);
-}
-
-void ChangeProperty(pugi::xml_node path, const ActionRow& row, ItemInfo& item) {
+void ChangeProperty(pugi::xml_node path, const ActionRow& row, ItemEdit& edit) {
   const std::string key = PropertyKey(path);
   if (row.action == Action::kAppend) Refuse(row.refusal, path);
-  EraseProperty(key, item);
+  edit.EraseProperty(key);
   if (row.action == Action::kDelete) {
-    if (key == kSubject) item.subject.clear();
+    if (key == kSubject) edit.Item().subject.clear();
     return;
   }
   const pugi::xml_node value = ValueOf(path);
@@ -130,8 +118,7 @@ void ChangeProperty(pugi::xml_node path, const ActionRow& row, ItemInfo& item) {
       PropertyKey(Child(value, "ExtendedFieldURI")) != key) {
     Refuse("ErrorUpdatePropertyMismatch", path);
   }
-  ReadInto(value, item);
-  ApplyProperty(item.properties.back(), item);
+  ApplyProperty(edit.AddProperty(value), edit.Item());
 }
 
 // What a reader sees as the body now, for more to be put behind it.
@@ -143,12 +130,13 @@ void TakeBodyOfMail(MailOfItem& mail, ItemInfo& item) {
   item.body = isHtml ? content->Html() : content->Text();
 }
 
-void Append(const Field& field, pugi::xml_node path, MailOfItem& mail, ItemInfo& item) {
+void Append(const Field& field, pugi::xml_node path, MailOfItem& mail, ItemEdit& edit) {
+  ItemInfo& item = edit.Item();
   if (field.uri == "item:Body") TakeBodyOfMail(mail, item);
   const pugi::xml_node value = ValueOf(path);
   if (field.list != nullptr) {
     auto list = std::exchange(item.*field.list, {});
-    ReadInto(value, item);
+    edit.Set(value);
     const auto& added = item.*field.list;
     list.insert(list.end(), added.begin(), added.end());
     item.*field.list = std::move(list);
@@ -159,20 +147,9 @@ void Append(const Field& field, pugi::xml_node path, MailOfItem& mail, ItemInfo&
     Refuse("ErrorInvalidPropertyAppend", path);
   }
   std::string body = std::exchange(item.body, "");
-  ReadInto(value, item);
-  item.body = body.append(item.body);
-}
-
-// A list that is kept as XML, with more behind what it holds.
-void AppendKept(pugi::xml_node value, ItemInfo& item) {
-  const ItemField* const there = FindField(item, LocalName(value));
-  const std::string close = "</t:" + std::string(LocalName(value)) + ">";
-  std::string xml = there != nullptr ? there->xml : "";
-  ReadInto(value, item);
-  std::string& added = item.fields.back().xml;
-  if (!xml.ends_with(close)) return;
-  xml.resize(xml.size() - close.size());
-  added = xml + added.substr(added.find('>') + 1);
+  edit.Set(value);
+  body += item.body;
+  item.body = std::move(body);
 }
 
 bool IsList(const FieldRule& rule) {
@@ -183,26 +160,26 @@ bool IsList(const FieldRule& rule) {
 
 // The change of a field that is in the table above.
 void ChangeOwn(const Field& field, pugi::xml_node path, const ActionRow& row, MailOfItem& mail,
-               ItemInfo& item) {
+               ItemEdit& edit) {
   const bool isAppend = row.action == Action::kAppend;
   if (row.action == Action::kDelete) {
     if (!field.mayBeDeleted) Refuse(row.refusal, path);
-    return field.clear(item);
+    return field.clear(edit);
   }
   if (isAppend && field.list == nullptr && field.uri != "item:Body") Refuse(row.refusal, path);
-  if (isAppend) return Append(field, path, mail, item);
-  field.clear(item);
-  ReadInto(ValueOf(path), item);
+  if (isAppend) return Append(field, path, mail, edit);
+  field.clear(edit);
+  edit.Set(ValueOf(path));
 }
 
 // The change of one that is kept as it came.
-void ChangeKept(const FieldRule& rule, pugi::xml_node path, const ActionRow& row, ItemInfo& item) {
+void ChangeKept(const FieldRule& rule, pugi::xml_node path, const ActionRow& row, ItemEdit& edit) {
   if (row.action == Action::kAppend) {
     if (!IsList(rule)) Refuse(row.refusal, path);
-    return AppendKept(ValueOf(path), item);
+    return edit.Append(ValueOf(path));
   }
-  if (row.action == Action::kSet) return ReadInto(ValueOf(path), item);
-  std::erase_if(item.fields, [&](const ItemField& one) { return one.name == rule.name; });
+  if (row.action == Action::kSet) return edit.Set(ValueOf(path));
+  edit.Delete(rule.name);
 }
 
 // MIME content, attachments and what the item is to be found by stand where they were put.
@@ -213,19 +190,20 @@ bool MayBeChanged(const FieldRule& rule) {
   return rule.mayBeSet && std::ranges::find(kFixed, rule.name) == kFixed.end();
 }
 
-void ChangeField(pugi::xml_node path, const ActionRow& row, MailOfItem& mail, ItemInfo& item) {
+void ChangeField(pugi::xml_node path, const ActionRow& row, MailOfItem& mail, ItemEdit& edit) {
+  const std::string& element = edit.Item().element;
   const std::string_view uri = Attribute(path, "FieldURI");
-  const FieldRule* const rule = FindFieldByUri(item.element, uri);
+  const FieldRule* const rule = FindFieldByUri(element, uri);
   if (rule == nullptr || !MayBeChanged(*rule)) Refuse(row.refusal, path);
   if (row.action != Action::kDelete) {
     const std::string_view holder = LocalName(NextElement(path));
     const bool fits =
-        LocalName(ValueOf(path)) == rule->name && (holder == item.element || holder == "Item");
+        LocalName(ValueOf(path)) == rule->name && (holder == element || holder == "Item");
     if (!fits) Refuse("ErrorUpdatePropertyMismatch", path);
   }
   const auto own = std::ranges::find(kFields, uri, &Field::uri);
-  if (own != kFields.end()) return ChangeOwn(*own, path, row, mail, item);
-  ChangeKept(*rule, path, row, item);
+  if (own != kFields.end()) return ChangeOwn(*own, path, row, mail, edit);
+  ChangeKept(*rule, path, row, edit);
 }
 
 // The entry of that key, taken out of a dictionary.
@@ -265,10 +243,10 @@ void ReplaceEntry(pugi::xml_node dictionary, const EntryPath& at, const char* ke
   }
 }
 
-void ChangeEntry(pugi::xml_node path, const ActionRow& row, ItemInfo& item) {
+void ChangeEntry(pugi::xml_node path, const ActionRow& row, ItemEdit& edit) {
   const EntryPath* const at = FindEntryPath(Attribute(path, "FieldURI"));
   const bool isAppend = row.action == Action::kAppend;
-  if (at == nullptr || isAppend || item.element != "Contact") Refuse(row.refusal, path);
+  if (at == nullptr || isAppend || edit.Item().element != "Contact") Refuse(row.refusal, path);
   const char* const key = path.attribute("FieldIndex").value();
   pugi::xml_node entry;
   if (row.action == Action::kSet) {
@@ -276,33 +254,28 @@ void ChangeEntry(pugi::xml_node path, const ActionRow& row, ItemInfo& item) {
     entry = EntryIn(value, key);
     if (LocalName(value) != at->field || !entry) Refuse("ErrorUpdatePropertyMismatch", path);
   }
-  FieldTree tree(FindField(item, at->field));
-  const std::string tag = "t:" + std::string(at->field);
-  pugi::xml_node dictionary = tree.RootNamed(tag.c_str());
-  ReplaceEntry(dictionary, *at, key, entry);
-  std::erase_if(item.fields, [&](const ItemField& one) { return one.name == at->field; });
-  if (FirstElement(dictionary)) {
-    item.fields.push_back({std::string(at->field), FieldXml(dictionary)});
-  }
+  ReplaceEntry(edit.Dictionary(at->field), *at, key, entry);
 }
 
-void ApplyChange(pugi::xml_node change, MailOfItem& mail, ItemInfo& item) {
+void ApplyChange(pugi::xml_node change, MailOfItem& mail, ItemEdit& edit) {
   const auto row = std::ranges::find(kActions, LocalName(change), &ActionRow::element);
   const pugi::xml_node path = FirstElement(change);
   if (row == kActions.end() || !path) throw ErrorOf("ErrorInvalidRequest");
   const std::string_view kind = LocalName(path);
-  if (kind == "ExtendedFieldURI") return ChangeProperty(path, *row, item);
-  if (kind == "IndexedFieldURI") return ChangeEntry(path, *row, item);
-  ChangeField(path, *row, mail, item);
+  if (kind == "ExtendedFieldURI") return ChangeProperty(path, *row, edit);
+  if (kind == "IndexedFieldURI") return ChangeEntry(path, *row, edit);
+  ChangeField(path, *row, mail, edit);
 }
 
 }  // namespace
 
 void ApplyChanges(pugi::xml_node updates, MailOfItem& mail, ItemInfo& item) {
   const std::string name = DisplayNameOf(item);
+  ItemEdit edit(std::move(item));
   for (auto one = FirstElement(updates); one; one = NextElement(one)) {
-    ApplyChange(one, mail, item);
+    ApplyChange(one, mail, edit);
   }
+  item = edit.Finish();
   // A contact whose subject is its name keeps it so.
   if (!name.empty() && item.subject == name) item.subject = DisplayNameOf(item);
   SettleItem(item);

@@ -56,10 +56,6 @@ FolderInfo PlaceOf(const Context& context, pugi::xml_node request) {
   return context.store.Folder(drafts.value_or(0)).value_or(FolderInfo());
 }
 
-void ThrowOrderedError(const Context& context) {
-  if (const std::string code = context.faults.TakeItemError(); !code.empty()) throw ErrorOf(code);
-}
-
 void WriteIds(const NewItem& item, EwsResponse& response) {
   response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.info.id, item.info.version));
   if (item.attachments.empty()) return;
@@ -86,7 +82,6 @@ void CreateOne(const Context& context, pugi::xml_node request, pugi::xml_node no
                EwsResponse& response) {
   const FolderInfo folder = PlaceOf(context, request);
   CheckPlace(request, node, folder);
-  ThrowOrderedError(context);
   NewItem item = ReadNewItem(node);
   CheckSize(context, item);
   KeepZone(context, item.info);
@@ -197,7 +192,6 @@ ItemInfo ChangeItem(const Context& context, pugi::xml_node request, pugi::xml_no
 
 void UpdateOne(const Context& context, pugi::xml_node request, pugi::xml_node change,
                EwsResponse& response) {
-  ThrowOrderedError(context);
   const ItemInfo item = ChangeItem(context, request, change);
   const std::string tag = "t:" + item.element;
   response.BeginSuccess();
@@ -248,31 +242,31 @@ void MoveOne(const Context& context, const FolderInfo& target, std::int64_t id,
 }  // namespace
 
 void CreateItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  AnswerEach(Child(request, "Items"), "Items", response,
+  AnswerEach(context, Child(request, "Items"), "Items", response,
              [&](pugi::xml_node node) { CreateOne(context, request, node, response); });
 }
 
 void GetItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  AnswerEach(Child(request, "ItemIds"), "Items", response, [&](pugi::xml_node id) {
+  AnswerEach(context, Child(request, "ItemIds"), "Items", response, [&](pugi::xml_node id) {
     const ItemShape shape(Child(request, "ItemShape"), Depth::kFull);
     GetOne(context, ResolveId(Attribute(id, "Id"), IdKind::kItem), shape, response);
   });
 }
 
 void FindItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  AnswerEach(Child(request, "ParentFolderIds"), "", response, [&](pugi::xml_node parent) {
+  AnswerEach(context, Child(request, "ParentFolderIds"), "", response, [&](pugi::xml_node parent) {
     const ItemShape shape(Child(request, "ItemShape"), Depth::kSummary);
     FindBelow(context, request, parent, shape, response);
   });
 }
 
 void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  AnswerEach(Child(request, "ItemChanges"), "Items", response,
+  AnswerEach(context, Child(request, "ItemChanges"), "Items", response,
              [&](pugi::xml_node change) { UpdateOne(context, request, change, response); });
 }
 
 void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
-  AnswerEach(Child(request, "ItemIds"), "", response, [&](pugi::xml_node id) {
+  AnswerEach(context, Child(request, "ItemIds"), "", response, [&](pugi::xml_node id) {
     DeleteOne(context, request, ResolveId(Attribute(id, "Id"), IdKind::kItem));
     response.BeginSuccess();
     response.EndMessage();
@@ -281,7 +275,7 @@ void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& res
 
 void MoveItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
   const pugi::xml_node target = FirstElement(Child(request, "ToFolderId"));
-  AnswerEach(Child(request, "ItemIds"), "Items", response, [&](pugi::xml_node id) {
+  AnswerEach(context, Child(request, "ItemIds"), "Items", response, [&](pugi::xml_node id) {
     MoveOne(context, ResolveFolder(context, target), ResolveId(Attribute(id, "Id"), IdKind::kItem),
             response);
   });

@@ -102,6 +102,7 @@ void ReadCategories(pugi::xml_node list, NewItem& item) {
   }
 }
 void ReadAttachments(pugi::xml_node list, NewItem& item) {
+  CheckLength(list, kMostElements);
   for (auto one = FirstElement(list); one; one = NextElement(one)) {
     item.attachments.push_back(ReadAttachment(one));
   }

@@ -11,6 +11,7 @@
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/ExtendedProperties.h"
 #include "mailboxd/ews/ItemClasses.h"
+#include "mailboxd/ews/Operations.h"
 #include "mailboxd/ews/Restriction.h"
 #include "mailboxd/store/ItemFields.h"
 #include "platform/Unicode.h"
@@ -255,6 +256,8 @@ std::map<std::int64_t, ItemInfo> LookUp(Store& store, std::int64_t folder,
 
 std::vector<std::int64_t> SearchItems(Store& store, std::int64_t folder, pugi::xml_node restriction,
                                       pugi::xml_node sortOrder) {
+  CheckRestriction(restriction);
+  CheckLength(sortOrder, kMostPaths);
   Search search(restriction, sortOrder);
   if (const auto texts = NeededTexts(FirstElement(restriction))) {
     for (const auto& [row, item] : LookUp(store, folder, *texts)) search.Look(item);

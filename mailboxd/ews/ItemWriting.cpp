@@ -20,6 +20,7 @@ ItemShape::ItemShape(pugi::xml_node node, Depth depth) : m_depth(depth) {
   m_mime = IsTrue(ChildText(node, "IncludeMimeContent"));
   m_text = ChildText(node, "BodyType") == "Text";
   const pugi::xml_node paths = Child(node, "AdditionalProperties");
+  CheckLength(paths, kMostPaths);
   for (auto path = FirstElement(paths); path; path = NextElement(path)) {
     if (LocalName(path) == "FieldURI") m_fields.push_back(Attribute(path, "FieldURI"));
     if (LocalName(path) == "ExtendedFieldURI") {
@@ -110,7 +111,7 @@ void WriteBody(const ItemInfo& item, MailOfItem& mail, const ItemShape& shape,
                EwsResponse& response) {
   const auto write = [&](std::string_view type, std::string_view text) {
     response.Open("t:Body", XmlAttribute("BodyType", type));
-    response.Raw(EscapeXml(text));
+    response.Text(text);
     response.Close("t:Body");
   };
   if (!item.bodyType.empty()) return write(item.bodyType, item.body);

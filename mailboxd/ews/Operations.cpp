@@ -40,7 +40,8 @@ std::int64_t MailboxOf(const Context& context, std::string_view address) {
   const std::string normal = NormalAddress(address);
   if (normal.empty() || normal.size() > kLongestAddress) {
     OperationError error = ErrorOf("ErrorNonExistentMailbox");
-    error.messageXml = "<t:Value Name=\"SmtpAddress\">" + EscapeXml(normal) + "</t:Value>";
+    error.messageXml = "<t:Value Name=\"SmtpAddress\">" +
+                       EscapeXml(normal.substr(0, kLongestAddress)) + "</t:Value>";
     throw error;
   }
   return context.store.Mailbox(normal);
@@ -48,15 +49,34 @@ std::int64_t MailboxOf(const Context& context, std::string_view address) {
 
 }  // namespace
 
+bool IsOperation(std::string_view name) {
+  return std::ranges::find(kOperations, name, &OperationRow::name) != kOperations.end();
+}
+
+void CheckLength(pugi::xml_node list, size_t most) {
+  size_t length = 0;
+  for (auto one = FirstElement(list); one; one = NextElement(one)) ++length;
+  if (length > most) throw FaultOf("ErrorDataSizeLimitExceeded");
+}
+
+void CheckMayWork(const Context& context, const EwsResponse& response) {
+  constexpr size_t kMessage = 32 * 1024 * 1024;  // what a change can have to tell
+  if (response.Size() > EwsResponse::kLargest - kMessage) {
+    throw ErrorOf("ErrorDataSizeLimitExceeded");
+  }
+  const std::string code = context.faults.TakeError(context.operation);
+  if (!code.empty()) throw ErrorOf(code);
+}
+
 std::string Answer(std::string& body, const Context& base, RequestNote* note) {
   const EwsRequest request(body);
   Context context = base;
   if (!request.ImpersonatedAddress().empty()) context.mailbox = request.ImpersonatedAddress();
   context.zone = request.ZoneName();
   const std::string_view name = request.OperationName();
+  context.operation = name;
   if (note != nullptr) *note = {std::string(name), context.mailbox};
-  const auto row = std::find_if(kOperations.begin(), kOperations.end(),
-                                [&](const OperationRow& r) { return r.name == name; });
+  const auto row = std::ranges::find(kOperations, name, &OperationRow::name);
   if (row == kOperations.end()) throw SoapFault("ErrorInvalidRequest", "The request is invalid.");
   EwsResponse response(name);
   row->run(context, request.Operation(), response);

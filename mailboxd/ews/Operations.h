@@ -20,8 +20,12 @@ struct Context {
   Faults& faults;
   std::string mailbox;                  // the address that the request acts for
   std::int64_t maximumMessageSize = 0;  // bytes
+  std::string_view operation = {};      // "FindFolder"; ….
   std::string zone = {};                // that its dates are meant in, as Windows names it
 };
+
+// Whether there is an operation of that name.
+bool IsOperation(std::string_view name);
 
 // What a log may tell of a request.
 struct RequestNote {
@@ -46,15 +50,29 @@ void MoveItem(const Context& context, pugi::xml_node request, EwsResponse& respo
 void CreateAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
 void GetAttachment(const Context& context, pugi::xml_node request, EwsResponse& response);
 
+// So many elements of a request at most are answered one by one, and so many paths may be asked for
+// of each. Throws SoapFault for a list of more.
+inline constexpr size_t kMostElements = 100000;
+inline constexpr size_t kMostPaths = 1000;
+void CheckLength(pugi::xml_node list, size_t most);
+
+// Throws OperationError where nothing is to be done: an error was ordered, or the answer has no
+// room left to tell of it.
+void CheckMayWork(const Context& context, const EwsResponse& response);
+
 // Does the work for each element of a list, one response message each; one that fails gets its
 // error there, beside an empty `emptyResult` (EwsResponse::Error).
 template <typename Work>
-void AnswerEach(pugi::xml_node list, std::string_view emptyResult, EwsResponse& response,
-                Work work) {
+void AnswerEach(const Context& context, pugi::xml_node list, std::string_view emptyResult,
+                EwsResponse& response, Work work) {
+  CheckLength(list, kMostElements);
   for (auto one = FirstElement(list); one; one = NextElement(one)) {
+    const size_t begin = response.Size();
     try {
+      CheckMayWork(context, response);
       work(one);
     } catch (const OperationError& error) {
+      response.CutTo(begin);
       response.Error(error, emptyResult);
     }
   }

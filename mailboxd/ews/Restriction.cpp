@@ -88,6 +88,19 @@ FieldValue ReadValue(FieldValue::Kind kind, std::string_view text) {
                        "The specified value is invalid for property.");
 }
 
+void CheckRestriction(pugi::xml_node restriction) {
+  constexpr size_t kLongest = 64 * 1024;
+  struct Measure : pugi::xml_tree_walker {
+    bool for_each(pugi::xml_node& node) override {
+      length += 1 + Attribute(node, "Value").size();
+      return length <= kLongest;
+    }
+    size_t length = 0;  // elements, and bytes of what they compare with
+  } measure;
+  restriction.traverse(measure);
+  if (measure.length > kLongest) throw ErrorOf("ErrorRestrictionTooLong");
+}
+
 bool Matches(pugi::xml_node expression, const FieldReader& read) {
   const std::string_view kind = LocalName(expression);
   if (kind == "And" || kind == "Or") {

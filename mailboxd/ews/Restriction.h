@@ -34,6 +34,9 @@ FieldValue ReadValue(FieldValue::Kind kind, std::string_view text);
 // nothing where it has none. Throws OperationError for one that cannot be searched for.
 using FieldReader = std::function<std::optional<FieldValue>(pugi::xml_node path)>;
 
+// Throws OperationError for a restriction that is too long to be held against many things.
+void CheckRestriction(pugi::xml_node restriction);
+
 // Whether a thing fits the expression in a Restriction. A property that it does not have is unequal
 // to everything and fits nothing else. How deep an expression nests is bounded by the schema check.
 bool Matches(pugi::xml_node expression, const FieldReader& read);

@@ -6,13 +6,14 @@ const assert = require('node:assert/strict');
 const ews = require('ews-javascript-api');
 
 const {
-  Appointment, BasePropertySet, BodyType, ConflictResolutionMode, Contact, ContactGroup, DateTime,
-  DayOfTheWeek, DeleteMode, EmailAddressKey, EmailMessage, ExchangeService, ExchangeVersion,
-  ExtendedPropertyDefinition, DefaultExtendedPropertySet, Folder, FolderView, GroupMember,
-  Importance, Item, ItemSchema, ItemView, MapiPropertyType, MessageBody, PhoneNumberKey,
-  PhysicalAddressEntry, PhysicalAddressKey, PropertySet, Recurrence, SearchFilter,
-  SendInvitationsMode, SendInvitationsOrCancellationsMode, SortDirection, Task, TaskStatus, Uri,
-  WebCredentials, WellKnownFolderName, AppointmentSchema, ContactSchema, TaskSchema,
+  Appointment, AppointmentSchema, BasePropertySet, BodyType, ConflictResolutionMode,
+  ConnectingIdType, Contact, ContactGroup, ContactSchema, DateTime, DayOfTheWeek,
+  DefaultExtendedPropertySet, DeleteMode, EmailAddressKey, EmailMessage, ExchangeService,
+  ExchangeVersion, ExtendedPropertyDefinition, Folder, FolderId, FolderView, GroupMember,
+  ImpersonatedUserId, Importance, Item, ItemSchema, ItemView, Mailbox, MapiPropertyType,
+  MessageBody, MimeContent, PhoneNumberKey, PhysicalAddressEntry, PhysicalAddressKey, PropertySet,
+  Recurrence, SearchFilter, SendInvitationsMode, SendInvitationsOrCancellationsMode, SortDirection,
+  Task, TaskSchema, TaskStatus, Uri, WebCredentials, WellKnownFolderName,
 } = ews;
 
 const service = new ExchangeService(ExchangeVersion.Exchange2013_SP1);
@@ -80,6 +81,66 @@ async function mails(folderId) {
   assert.equal((await service.FindItems(WellKnownFolderName.Drafts, new ItemView(5))).TotalCount, 1);
   await moved.Delete(DeleteMode.HardDelete);
   await assert.rejects(Item.Bind(service, moved.Id, full()), /not found/);
+}
+
+async function mimeAndAttachedItems(folderId) {
+  const mime = 'Subject: From MIME\r\nFrom: ann@example.com\r\nMIME-Version: 1.0\r\n' +
+    'Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\nContent-Type: text/plain\r\n\r\n' +
+    'gr\u00fcn\r\n--b\r\nContent-Type: text/csv\r\nContent-Disposition: attachment; filename=t.csv' +
+    '\r\n\r\n1,2\r\n--b--\r\n';
+  const mail = new EmailMessage(service);
+  mail.MimeContent = new MimeContent('UTF-8', Buffer.from(mime).toString('base64'));
+  mail.IsRead = true;
+  await mail.Save(folderId);
+  const set = full();
+  set.Add(ItemSchema.MimeContent);
+  const bound = await EmailMessage.Bind(service, mail.Id, set);
+  assert.equal(Buffer.from(bound.MimeContent.Content, 'base64').toString(), mime);
+  assert.equal(bound.Subject, 'From MIME');
+  assert.equal(bound.From.Address, 'ann@example.com');
+  assert.ok(bound.IsRead && bound.HasAttachments);
+  const part = bound.Attachments.GetEnumerator()[0];
+  await part.Load();
+  assert.equal(part.Name, 't.csv');
+  assert.equal(Buffer.from(part.Base64Content, 'base64').toString(), '1,2');
+
+  const outer = new EmailMessage(service);
+  outer.Subject = 'With another inside';
+  const picture = outer.Attachments.AddFileAttachment('p.png', Buffer.from('png').toString('base64'));
+  picture.ContentId = 'p1';
+  picture.IsInline = true;
+  const inner = outer.Attachments.AddItemAttachment(EmailMessage, 'Message');
+  inner.Name = 'inside';
+  inner.Item.Subject = 'Inside';
+  inner.Item.Body = new MessageBody(BodyType.Text, 'within');
+  await outer.Save(folderId);
+  const [file, item] = (await EmailMessage.Bind(service, outer.Id, full())).Attachments.GetEnumerator();
+  assert.ok(file.IsInline && file.ContentId === 'p1');
+  item._setItem(new EmailMessage(service));  // this client looks at it before it asks for it
+  await item.Load();
+  assert.equal(item.Item.Subject, 'Inside');
+  assert.equal(item.Item.Body.Text, 'within');
+
+  outer.Attachments.AddFileAttachment('late.txt', Buffer.from('late').toString('base64'));
+  await outer.Update(ConflictResolutionMode.AlwaysOverwrite);  // one CreateAttachment
+  assert.deepEqual((await EmailMessage.Bind(service, outer.Id, full())).Attachments.GetEnumerator()
+    .map((one) => one.Name).sort(), ['inside', 'late.txt', 'p.png']);
+  await bound.Delete(DeleteMode.MoveToDeletedItems);
+  const bin = await Folder.Bind(service, WellKnownFolderName.DeletedItems);
+  assert.equal(Number(bin.TotalCount), 1);
+}
+
+async function otherMailboxes() {
+  service.ImpersonatedUserId = new ImpersonatedUserId(ConnectingIdType.SmtpAddress,
+    'other@example.com');
+  const mail = new EmailMessage(service);
+  mail.Subject = 'Elsewhere';
+  await mail.Save(WellKnownFolderName.Inbox);
+  service.ImpersonatedUserId = null;
+  const theirs = new FolderId(WellKnownFolderName.Inbox, new Mailbox('other@example.com'));
+  const found = await service.FindItems(theirs, new ItemView(5));
+  assert.deepEqual(found.Items.map((one) => one.Subject), ['Elsewhere']);
+  assert.equal((await service.FindItems(WellKnownFolderName.Inbox, new ItemView(5))).TotalCount, 0);
 }
 
 async function meetings() {
@@ -170,7 +231,10 @@ async function people() {
 }
 
 async function main() {
-  await mails(await folders());
+  const projects = await folders();
+  await mails(projects);
+  await mimeAndAttachedItems(projects);
+  await otherMailboxes();
   await meetings();
   await tasks();
   await people();

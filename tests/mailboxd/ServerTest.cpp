@@ -13,6 +13,7 @@
 
 #include "client/run/LineDrain.h"
 #include "platform/ChildProcess.h"
+#include "platform/Sqlite.h"
 #include "tests/mailboxd/HttpCall.h"
 #include "tests/mailboxd/LocalMailbox.h"
 #include "tests/support/MailFiles.h"
@@ -66,7 +67,9 @@ TEST(Server, AutodiscoverLeadsBackToTheHostThatWasAsked) {
   EXPECT_TRUE(Holds(ask(body), {"<EwsUrl>" + server->EwsUrl() + "</EwsUrl>"}));
   EXPECT_TRUE(Holds(ask(body, "localhost:1234"), {"<EwsUrl>http://localhost:1234/EWS/"}));
   EXPECT_TRUE(Lacks(ask(body, "a<b>\"c"), {"a<b>"}));
-  EXPECT_TRUE(Holds(ask("x"), {"<ErrorCode>600<"}));
+  for (const std::string& bad : {std::string("x"), "<!DOCTYPE a [<!ENTITY b \"c\">]>" + body}) {
+    EXPECT_TRUE(Holds(ask(bad), {"<ErrorCode>600<"}));
+  }
 }
 
 TEST(Server, ItsCertificateIsTheAuthorityToTrust) {
@@ -82,57 +85,68 @@ TEST(Server, ItsCertificateIsTheAuthorityToTrust) {
   EXPECT_NE(Send(call).result, CURLE_OK);
 }
 
-TEST(Server, ItsOptionsBoundMessagesAndOrderFaultsThatEnd) {
+TEST(Server, FailuresComeAsOrderedAtItsStartOrWhileItRunsAndEnd) {
   mailbox::ServerOptions options;
+  options.faults = {"401:1"};
   options.maximumMessageSize = 5;
-  options.faults = {"drop:1", "busy:1:250"};
   RunningServer server(options);
-  EXPECT_NE(Send({server->EwsUrl(), kGetInbox}).result, CURLE_OK);
-  const Reply busy = Send({server->EwsUrl(), kGetInbox});
-  EXPECT_EQ(busy.status, 500);
-  EXPECT_EQ(Code(busy.body), "ErrorServerBusy");
-  EXPECT_TRUE(Holds(busy.body, {"BackOffMilliseconds\">250<"}));
-  EXPECT_EQ(Code(Send({server->EwsUrl(), kGetInbox}).body), "NoError");
-  const auto save = [&](const std::string& mime) {
-    return Code(Send({server->EwsUrl(), CreateMessage(WellKnown("inbox"), MimeField(mime))}).body);
-  };
-  EXPECT_EQ(save("12345"), "NoError");
-  EXPECT_EQ(save("123456"), "ErrorMessageSizeExceeded");
-}
-
-TEST(Server, TakesOrdersForFaultsWhileItRuns) {
-  RunningServer server;
   const std::string faults = server->Url() + "/faults";
-  const auto ask = [&] { return Send({server->EwsUrl(), kGetInbox}); };
-  EXPECT_EQ(Send({faults, "503:2:7\n\n 429:1\r\n"}).status, 204);
-  EXPECT_EQ(ask().status, 429);
-  const Reply down = ask();
-  EXPECT_EQ(down.status, 503);
-  EXPECT_TRUE(Holds(down.headers, {"Retry-After: 7"}));
+  const std::string token = server->Url() + "/tenant/oauth2/v2.0/token";
+  const Call ask{server->EwsUrl(), kGetInbox};
+  const Call discover{server->AutodiscoverUrl(), "x"};
+  const auto save = [&](const char* mime) {
+    return Call{server->EwsUrl(), CreateMessage(WellKnown("inbox"), MimeField(mime))};
+  };
+  const struct {
+    const char* orders;
+    Call call;
+    int status;  // 0: the connection is cut
+    std::vector<std::string_view> answer;
+  } rows[] = {
+      {"", ask, 401, {"WWW-Authenticate: Basic"}},
+      {"503:1:7\n\n 429:1\r\n", ask, 429, {}},
+      {"", ask, 503, {"Retry-After: 7"}},
+      {"busy:1:250", ask, 500, {">ErrorServerBusy<", "BackOffMilliseconds\">250<"}},
+      {"soap:ErrorTimeoutExpired:1", ask, 500, {">ErrorTimeoutExpired<"}},
+      {"close:1", ask, 200, {"Connection: close", ">NoError<"}},
+      {"drop:1", ask, 0, {}},
+      {"expired:1", ask, 200, {">NoError<"}},  // by password: no token expires
+      {"",
+       {server->EwsUrl(), kGetInbox, "Bearer token"},
+       401,
+       {"WWW-Authenticate: Bearer error=\"invalid_token\""}},
+      {"", {server->EwsUrl(), kGetInbox, "Bearer token"}, 200, {"<t:TotalCount>0<"}},
+      {"", save("123456"), 200, {">ErrorMessageSizeExceeded<"}},
+      {"broken:1", save("12345"), 200, {}},
+      {"", ask, 200, {"<t:TotalCount>1<"}},
+      // Those for a token and for the mailbox's address have orders of their own.
+      {"token:429:1:7\nautodiscover:drop:1\nautodiscover:503:1", ask, 200, {">NoError<"}},
+      {"", {token, "grant_type=x"}, 429, {"Retry-After: 7"}},
+      {"", discover, 0, {}},
+      {"", discover, 503, {}},
+      {"", discover, 200, {}},
+  };
+  for (const auto& row : rows) {
+    if (*row.orders != '\0') {
+      EXPECT_EQ(Send({faults, row.orders}).status, 204) << row.orders;
+    }
+    const Reply reply = Send(row.call);
+    EXPECT_EQ(reply.result == CURLE_OK, row.status != 0) << row.orders;
+    EXPECT_EQ(reply.status, row.status) << row.orders;
+    EXPECT_TRUE(Holds(reply.headers + reply.body, row.answer)) << row.orders;
+    pugi::xml_document document;
+    EXPECT_EQ(document.load_string(reply.body.c_str()).status != pugi::status_ok,
+              reply.body.empty() || std::string_view(row.orders) == "broken:1")
+        << reply.body;
+  }
+  Send({faults, "503:9"});
   EXPECT_EQ(Send({.url = faults, .method = "DELETE"}).status, 204);
-  EXPECT_EQ(ask().status, 200);
-  // All or none.
-  EXPECT_EQ(Send({faults, "503:1\nnonsense"}).status, 400);
-  EXPECT_EQ(ask().status, 200);
+  EXPECT_EQ(Send(ask).status, 200);
+  EXPECT_EQ(Send({faults, "503:1\nnonsense"}).status, 400);  // all or none
+  EXPECT_EQ(Send(ask).status, 200);
   EXPECT_EQ(Send({faults, "503:1", ""}).status, 401);
   EXPECT_EQ(Send({.url = faults, .authorization = "", .method = "DELETE"}).status, 401);
   EXPECT_EQ(Send({faults}).status, 405);
-}
-
-TEST(Server, TokensExpireAndAnswersBreakOnDemand) {
-  mailbox::ServerOptions options;
-  options.faults = {"expired:1", "broken:1"};
-  RunningServer server(options);
-  const std::string save = CreateMessage(WellKnown("inbox"), MimeField("x"));
-  const Reply broken = Send({server->EwsUrl(), save});  // by password: no token expires
-  EXPECT_EQ(broken.status, 200);
-  pugi::xml_document document;
-  EXPECT_FALSE(document.load_string(broken.body.c_str()));
-  const Reply expired = Send({server->EwsUrl(), kGetInbox, "Bearer token"});
-  EXPECT_EQ(expired.status, 401);
-  EXPECT_TRUE(Holds(expired.headers, {"WWW-Authenticate: Bearer error=\"invalid_token\""}));
-  EXPECT_EQ(Send({server->EwsUrl(), kGetInbox, "Bearer token"}).status, 200);
-  EXPECT_TRUE(Holds(Send({server->EwsUrl(), kGetInbox}).body, {"<t:TotalCount>1<"}));
 }
 
 TEST(Server, LogsALineForEachRequestAndNothingOfWhatIsSecret) {
@@ -152,6 +166,10 @@ TEST(Server, LogsALineForEachRequestAndNothingOfWhatIsSecret) {
                           " POST /EWS/Exchange.asmx GetFolder user@example.com 200 " + size + " ",
                           " GET /no_such_page - - 404 0 ", " POST /EWS/Exchange.asmx - - 401 "}));
   EXPECT_TRUE(Lacks(log, {"secret", "Basic", platform::Base64Encode("user@example.com:secret")}));
+  // Also where the work breaks off.
+  platform::SqliteDatabase(server.File("mailbox.db")).Execute("DROP TABLE folders");
+  EXPECT_EQ(Send({server->Url() + "/"}).status, 500);
+  EXPECT_TRUE(Holds(test_support::ReadBytes(options.logFile), {" GET / - - 500 0 "}));
 }
 
 TEST(Server, ListsPeopleAndGroupsPageByPage) {
@@ -199,22 +217,6 @@ TEST(Server, ConnectionsAreCutBeforeInAndBehindTheBodyAndWhenTheItemIsSaved) {
     EXPECT_NE(Send({server->EwsUrl(), large}).result, CURLE_OK) << row.fault;
     EXPECT_TRUE(Holds(Send({server->EwsUrl(), kGetInbox}).body, {row.stored})) << row.fault;
   }
-}
-
-TEST(Server, StatusesAndFaultsThatAreOrderedComeInPlaceOfAnAnswer) {
-  mailbox::ServerOptions options;
-  options.faults = {"401:1", "503:1:7", "soap:ErrorTimeoutExpired:1", "close:1"};
-  RunningServer server(options);
-  const Reply login = Send({server->EwsUrl(), kGetInbox});
-  EXPECT_EQ(login.status, 401);
-  EXPECT_TRUE(Holds(login.headers, {"WWW-Authenticate: Basic"}));
-  const Reply away = Send({server->EwsUrl(), kGetInbox});
-  EXPECT_EQ(away.status, 503);
-  EXPECT_TRUE(Holds(away.headers, {"Retry-After: 7"}));
-  EXPECT_EQ(Code(Send({server->EwsUrl(), kGetInbox}).body), "ErrorTimeoutExpired");
-  const Reply last = Send({server->EwsUrl(), kGetInbox});
-  EXPECT_TRUE(Holds(last.headers, {"Connection: close"}));
-  EXPECT_EQ(Code(last.body), "NoError");
 }
 
 TEST(Server, AHeldAnswerIsThatOfARequestThatIsDoneAndComesThoughTheServerEnds) {

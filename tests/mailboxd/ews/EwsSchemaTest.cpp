@@ -91,6 +91,27 @@ TEST_F(EwsSchema, DeepNestingAndWideDeclarationsAreRefusedInLinearTime) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
+TEST_F(EwsSchema, AZoneIsKnownOrComesWithItsRules) {
+  const std::string rules =
+      "<t:Periods><t:Period Bias=\"PT0S\" Name=\"Standard\" Id=\"s\"/></t:Periods>";
+  const struct {
+    std::string zone;
+    const char* code;
+  } rows[] = {{" Id=\"UTC\"", "NoError"},
+              {" Id=\"Middle Earth Standard Time\"", "ErrorTimeZone"},
+              {" Id=\"\"", "ErrorTimeZone"},
+              {"", "ErrorTimeZone"}};
+  for (const auto& row : rows) {
+    for (const std::string& content : {std::string(), rules}) {
+      const std::string header =
+          Tag("t:TimeZoneContext", Tag("t:TimeZoneDefinition", content, row.zone));
+      EXPECT_EQ(Code(Ask(GetFolder(WellKnown("inbox"), kIdOnly, header))),
+                content.empty() ? row.code : "NoError")
+          << header;
+    }
+  }
+}
+
 TEST_F(EwsSchema, PrefixesAreTheClientsOwn) {
   EXPECT_EQ(Code(Ask("<Envelope xmlns=\"http://schemas.xmlsoap.org/soap/envelope/\"><Body>"
                      "<GetFolder "

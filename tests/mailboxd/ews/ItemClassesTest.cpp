@@ -1,5 +1,8 @@
 #include "mailboxd/ews/ItemClasses.h"
 
+#include <ctime>
+#include <functional>
+
 #include "tests/mailboxd/LocalMailbox.h"
 
 using namespace mailbox_test;
@@ -97,12 +100,15 @@ class ItemClasses : public LocalMailbox {
                      const std::string& fields) {
     return Ask(CreateItem(WellKnown(folder), Tag("t:" + element, fields), kQuietly));
   }
-  std::string Change(const std::string& id, const std::string& change) {
-    return Ask(Envelope(Tag(
+  static std::string ChangeRequest(const std::string& id, const std::string& change) {
+    return Envelope(Tag(
         "m:UpdateItem",
         Tag("m:ItemChanges", Tag("t:ItemChange", IdTag("t:ItemId", id) + Tag("t:Updates", change))),
         " ConflictResolution=\"AlwaysOverwrite\" MessageDisposition=\"SaveOnly\""
-        " SendMeetingInvitationsOrCancellations=\"SendToNone\"")));
+        " SendMeetingInvitationsOrCancellations=\"SendToNone\""));
+  }
+  std::string Change(const std::string& id, const std::string& change) {
+    return Ask(ChangeRequest(id, change));
   }
 };
 
@@ -152,6 +158,8 @@ TEST_F(ItemClasses, EachLiesWhereItsClassMay) {
   for (const auto& row : rows) {
     EXPECT_EQ(Code(SaveIn(row.folder, row.element, "")), row.code) << row.element << row.folder;
   }
+  EXPECT_EQ(Code(Ask(CreateItem(WellKnown("calendar"), "<t:CalendarItem/>"))),
+            "ErrorSendMeetingInvitationsRequired");
 }
 
 TEST_F(ItemClasses, TimesThatCannotBeAreRefused) {
@@ -251,6 +259,53 @@ TEST_F(ItemClasses, EntriesOfADictionaryAreChangedOneByOne) {
                                     Indexed("contacts:EmailAddress", "EmailAddress1"))));
   EXPECT_TRUE(Holds(one, {Tag("t:EmailAddresses", Entry("EmailAddress1", "marie@example.com"))}));
   EXPECT_TRUE(Lacks(one, {"EmailAddress3", "Curie"}));
+}
+
+// Each kind of change that an item could be searched or written anew for.
+TEST_F(ItemClasses, ManyChangesToOneItemCostWhatTheyHold) {
+  const auto property = [](int i) {
+    const std::string path =
+        "<t:ExtendedFieldURI PropertyTag=\"" + std::to_string(i) + "\" PropertyType=\"String\"/>";
+    return SetField(path, "Message", Tag("t:ExtendedProperty", path + "<t:Value>v</t:Value>"));
+  };
+  const auto attendee = [](int i) {
+    return Tag("t:AppendToItemField",
+               Uri("calendar:OptionalAttendees") +
+                   Tag("t:CalendarItem",
+                       Attendees("OptionalAttendees", "a" + std::to_string(i) + "@example.com")));
+  };
+  const auto phone = [](int i) {
+    return SetField(Indexed("contacts:PhoneNumber", "Pager"), "Contact",
+                    Tag("t:PhoneNumbers", Entry("Pager", "p" + std::to_string(i))));
+  };
+  const struct {
+    Kind kind;
+    int changes;
+    std::function<std::string(int)> change;
+    std::string shown;
+  } rows[] = {
+      {{"Message", "inbox", {}}, 60000, property, "<t:Value>v<"},
+      {Meeting(), 20000, attendee, "<t:EmailAddress>a19999@example.com<"},
+      {{"Contact",
+        "contacts",
+        {Tag("t:PhoneNumbers", Entry("HomePhone", std::string(500000, '1')))}},
+       20000,
+       phone,
+       Entry("Pager", "p19999")},
+  };
+  const std::string asked =
+      Tag("t:AdditionalProperties",
+          "<t:ExtendedFieldURI PropertyTag=\"59999\" PropertyType=\"String\"/>");
+  for (const auto& row : rows) {
+    const std::string id = ItemId(SaveKind(row.kind));
+    std::string changes;
+    for (int i = 0; i < row.changes; ++i) changes += row.change(i);
+    const std::string request = ChangeRequest(id, changes);
+    const std::clock_t begin = std::clock();
+    EXPECT_EQ(Code(Answer(request)), "NoError");
+    EXPECT_LT(std::clock() - begin, 4 * CLOCKS_PER_SEC) << row.kind.element;
+    EXPECT_TRUE(Holds(Answer(GetItem(id, kAll + asked)), {row.shown}));
+  }
 }
 
 TEST_F(ItemClasses, DeletingAndMovingAskForWhatEachClassNeeds) {

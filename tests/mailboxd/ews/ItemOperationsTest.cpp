@@ -188,17 +188,6 @@ TEST_F(ItemOperations, WhatIsTooLargeOrDamagedIsRefused) {
   EXPECT_EQ(Code(Save(MimeField(std::string(1000, 'x')))), "NoError");
 }
 
-TEST_F(ItemOperations, ItemsOfAnotherClassAreHeldAgainstTheFolder) {
-  const auto save = [&](const std::string& attributes, const std::string& item) {
-    return Code(Ask(CreateItem(WellKnown("inbox"), Tag("t:" + item, ""), attributes)));
-  };
-  EXPECT_EQ(save("", "CalendarItem"), "ErrorSendMeetingInvitationsRequired");
-  EXPECT_EQ(save(" SendMeetingInvitations=\"SendToNone\"", "CalendarItem"),
-            "ErrorCannotCreateCalendarItemInNonCalendarFolder");
-  EXPECT_EQ(save("", "Task"), "ErrorCannotCreateTaskInNonTaskFolder");
-  EXPECT_EQ(save("", "Contact"), "ErrorCannotCreateContactInNonContactFolder");
-}
-
 TEST_F(ItemOperations, DeletedItemsAreGoneOrInTheBin) {
   const std::string first = SaveMail("a");
   const std::string second = SaveMail("b");
@@ -214,13 +203,50 @@ TEST_F(ItemOperations, DeletedItemsAreGoneOrInTheBin) {
   EXPECT_EQ(ItemId(Ask(FindItem(WellKnown("deleteditems"), kAll))), second);
 }
 
-TEST_F(ItemOperations, AFaultRefusesTheNextItemsOnly) {
-  ASSERT_TRUE(m_faults.Add("ErrorItemSave:2"));
-  EXPECT_FALSE(m_faults.Add("ErrorOfNoKind:2"));
-  EXPECT_FALSE(m_faults.Add("busy:many"));
-  EXPECT_EQ(Code(Save(MimeField("a"))), "ErrorItemSave");
-  EXPECT_EQ(Code(Save(MimeField("a"))), "ErrorItemSave");
-  EXPECT_EQ(Code(Save(MimeField("a"))), "NoError");
+TEST_F(ItemOperations, AFaultRefusesTheNextItemsOrWhatAnOperationIsAskedFor) {
+  for (const char* const order :
+       {"ErrorItemSave:2", "FindItem:ErrorAccessDenied:1", "CreateItem:ErrorQuotaExceeded:1"}) {
+    ASSERT_TRUE(m_faults.Add(order));
+  }
+  for (const char* const order : {"ErrorOfNoKind:2", "busy:many", "SendItem:ErrorItemSave:1",
+                                  "FindItem:busy:1", "token:busy:1", "503", "503:1:1:1", ""}) {
+    EXPECT_FALSE(m_faults.Add(order)) << order;
+  }
+  for (const char* const code :
+       {"ErrorQuotaExceeded", "ErrorItemSave", "ErrorItemSave", "NoError"}) {
+    EXPECT_EQ(Code(Save(MimeField("a"))), code);
+  }
+  for (const char* const code : {"ErrorAccessDenied", "NoError"}) {
+    EXPECT_EQ(Code(Ask(FindItem(WellKnown("inbox"), kIdOnly))), code);
+  }
+}
+
+TEST_F(ItemOperations, NoAnswerIsLargerThanItsBoundHoweverMuchIsAskedFor) {
+  m_limit = 20 << 20;
+  // Each of its characters is six when it is written.
+  const std::string id =
+      ItemId(Save(Tag("t:Body", std::string(m_limit - 100, '"'), " BodyType=\"Text\"")));
+  const auto ask = [&](size_t count, const std::string& more = "") {
+    std::string ids;
+    for (size_t i = 0; i < count; ++i) ids += IdTag("t:ItemId", id);
+    return Answer(
+        Envelope(Tag("m:GetItem", Tag("m:ItemShape", kAll + more) + Tag("m:ItemIds", ids))));
+  };
+  const std::string answer = ask(4);
+  EXPECT_LE(answer.size(), mailbox::EwsResponse::kLargest);
+  EXPECT_EQ(CountOf(answer, "ResponseClass=\"Success\""), 2u);
+  EXPECT_EQ(CountOf(answer, "<m:ResponseCode>ErrorDataSizeLimitExceeded<"), 2u);
+  EXPECT_TRUE(answer.ends_with("</s:Envelope>"));
+  std::string paths;
+  for (int i = 0; i < 1001; ++i) paths += "<t:FieldURI FieldURI=\"item:Subject\"/>";
+  EXPECT_EQ(Code(ask(100001)), "ErrorDataSizeLimitExceeded");
+  EXPECT_EQ(Code(ask(1, Tag("t:AdditionalProperties", paths))), "ErrorDataSizeLimitExceeded");
+  const std::string longText =
+      "<t:Contains><t:FieldURI FieldURI=\"item:Subject\"/>"
+      "<t:Constant Value=\"" +
+      std::string(70000, 'x') + "\"/></t:Contains>";
+  EXPECT_EQ(Code(Ask(FindItem(WellKnown("inbox"), kIdOnly, Tag("m:Restriction", longText)))),
+            "ErrorRestrictionTooLong");
 }
 
 }  // namespace
