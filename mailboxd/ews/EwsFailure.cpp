@@ -10,14 +10,24 @@ struct CodeText {
   std::string_view code;
   std::string_view text;
 };
-constexpr std::array<CodeText, 47> kTexts = {{
+constexpr std::array<CodeText, 53> kTexts = {{
     {"ErrorAccessDenied", "Access is denied. Check credentials and try again."},
     {"ErrorAffectedTaskOccurrencesRequired",
      "The AffectedTaskOccurrences attribute is required for tasks."},
     {"ErrorArchiveMailboxNotEnabled", "Archive mailbox not enabled."},
     {"ErrorAttachmentNestLevelLimitExceeded", "Attached items are nested too deeply."},
+    {"ErrorCalendarCannotMoveOrCopyOccurrence", "An occurrence stays where its series is."},
+    {"ErrorCalendarCannotUseIdForOccurrenceId", "The id is no id of a series."},
     {"ErrorCalendarEndDateIsEarlierThanStartDate", "EndDate is earlier than StartDate."},
+    {"ErrorCalendarFolderIsInvalidForCalendarView",
+     "A calendar view is of a folder of a calendar alone."},
     {"ErrorCalendarInvalidRecurrence", "The recurrence is invalid."},
+    {"ErrorCalendarOccurrenceIndexIsOutOfRecurrenceRange",
+     "Occurrence with this index is out of recurrence range."},
+    {"ErrorCalendarOccurrenceIsDeletedFromRecurrence",
+     "Occurrence with this index was previously deleted from the recurrence."},
+    {"ErrorCalendarViewRangeTooBig",
+     "The specified view range exceeds the maximum range of two years."},
     {"ErrorCannotCreateCalendarItemInNonCalendarFolder",
      "Cannot create a calendar item in a non-calendar folder."},
     {"ErrorCannotCreateContactInNonContactFolder",
