@@ -5,6 +5,7 @@
 
 #include "ews/EmailAddress.h"
 #include "ews/Item.h"
+#include "ews/Occurrence.h"
 #include "ews/Recurrence.h"
 
 namespace ews {
@@ -29,6 +30,7 @@ class Appointment : public Item {
   // The Windows name of the zone whose clock and days the series keeps; the machine's otherwise.
   // Start and End stay dates of the machine's.
   void SetTimeZone(std::string strZone);
+  const std::string& TimeZone() const { return m_strZone; }  // empty: the machine's
   // None makes it a single appointment.
   void SetRecurrence(std::optional<ews::Recurrence> objRecurrence);
   bool IsRecurring() const { return m_objRecurrence.has_value(); }
@@ -39,6 +41,13 @@ class Appointment : public Item {
   AttendeeCollection& RequiredAttendees() { return m_objRequired; }
   AttendeeCollection& OptionalAttendees() { return m_objOptional; }
   AttendeeCollection& Resources() { return m_objResources; }
+
+  // What single occurrences of the series have of their own. Save leaves it to SaveOccurrences.
+  OccurrenceChanges& Occurrences() { return m_objOccurrences; }
+  // Deletes and changes the occurrences of a series that is stored, all of them each time it is
+  // called; a wish that is fulfilled already is no failure. Returns those that the server refuses.
+  // Throws ServiceException where a whole request fails.
+  std::vector<RefusedOccurrence> SaveOccurrences();
 
   // Sends what was changed since the appointment was stored, attachments too; without a change
   // nothing is sent. Throws ServiceException as Save does, and before the first Save.
@@ -51,6 +60,8 @@ class Appointment : public Item {
   std::span<const std::string_view> LocalFields() const override;
   void SetStored() override;
   std::string OwnZone() const override { return m_strZone; }
+  SoapResponse DeleteOccurrences(std::span<const std::int64_t> arrIndexes);
+  SoapResponse ChangeOccurrences(std::span<const OccurrenceChange> arrChanges);
   // Of the three lists above, those who have an address.
   std::array<std::ptrdiff_t, 3> AttendeeCounts() const;
 
@@ -61,6 +72,7 @@ class Appointment : public Item {
   std::optional<LegacyFreeBusyStatus> m_eFreeBusy;
   std::string m_strZone;
   std::optional<ews::Recurrence> m_objRecurrence;
+  OccurrenceChanges m_objOccurrences;
   AttendeeCollection m_objRequired;
   AttendeeCollection m_objOptional;
   AttendeeCollection m_objResources;

@@ -20,7 +20,7 @@ void Attachment::WriteTo(SoapWriter& objWriter) const {
   if (!m_strContentId.IsEmpty()) objWriter.Element(kTypes, "ContentId", m_strContentId);
   // kept: a picture with a content id is no inline attachment by this flag.
   objWriter.Element(kTypes, "IsInline", std::string_view("false"));
-  objWriter.Element(kTypes, "IsContactPhoto", std::string_view("false"));
+  objWriter.Element(kTypes, "IsContactPhoto", std::string_view(m_bContactPhoto ? "true" : "false"));
   objWriter.Start(kTypes, "Content");
   objWriter.Base64File(m_strPath);
   objWriter.End();

@@ -22,6 +22,8 @@ class Attachment {
   const CString& ContentType() const { return m_strContentType; }
   void SetContentType(CString str) { m_strContentType = std::move(str); }
 
+  void SetContactPhoto(bool bPhoto) { m_bContactPhoto = bPhoto; }
+
   // Empty until the server has told it.
   const CString& Id() const { return m_strId; }
   void SetId(CString str) { m_strId = std::move(str); }
@@ -34,6 +36,7 @@ class Attachment {
   CString m_strPath;  // in Windows form
   CString m_strContentId;
   CString m_strContentType;
+  bool m_bContactPhoto = false;
   CString m_strId;
 };
 

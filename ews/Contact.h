@@ -37,6 +37,15 @@ class Contact : public Item {
   void SetBusinessHomePage(CString str) { m_strBusinessHomePage = std::move(str); }
   void SetAssistantName(CString str) { m_strAssistantName = std::move(str); }
   void SetManager(CString str) { m_strManager = std::move(str); }
+  void SetMiddleName(CString str) { m_strMiddleName = std::move(str); }
+  void SetNickname(CString str) { m_strNickname = std::move(str); }
+  void SetGeneration(CString str) { m_strGeneration = std::move(str); }  // "Jr."
+  void SetProfession(CString str) { m_strProfession = std::move(str); }
+  void SetSpouseName(CString str) { m_strSpouseName = std::move(str); }
+  // Days; their clock does not count. Both throw ServiceException for an invalid date.
+  void SetBirthday(const COleDateTime& dt) { m_dtBirthday = ValidDate(dt); }
+  void SetWeddingAnniversary(const COleDateTime& dt) { m_dtWeddingAnniversary = ValidDate(dt); }
+  StringList& Children() { return m_objChildren; }
   const std::optional<CString>& DisplayName() const { return m_strDisplayName; }
   const std::optional<CString>& FileAs() const { return m_strFileAs; }
   const std::optional<CString>& GivenName() const { return m_strGivenName; }
@@ -68,6 +77,14 @@ class Contact : public Item {
   std::optional<CString> m_strManager;
   std::optional<CString> m_strOfficeLocation;
   std::optional<CString> m_strSurname;
+  std::optional<CString> m_strMiddleName;
+  std::optional<CString> m_strNickname;
+  std::optional<CString> m_strGeneration;
+  std::optional<CString> m_strProfession;
+  std::optional<CString> m_strSpouseName;
+  std::optional<COleDateTime> m_dtBirthday;
+  std::optional<COleDateTime> m_dtWeddingAnniversary;
+  StringList m_objChildren;
   EmailAddressDictionary m_objEmailAddresses;
   ImAddressDictionary m_objImAddresses;
   PhoneNumberDictionary m_objPhoneNumbers;

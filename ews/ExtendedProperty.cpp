@@ -103,6 +103,12 @@ void ExtendedPropertyCollection::Set(const ExtendedPropertyDefinition& objDefini
   }
 }
 
+const CString* ExtendedPropertyCollection::Text(
+    const ExtendedPropertyDefinition& objDefinition) const {
+  const auto it = std::ranges::find(m_arr, objDefinition, &ExtendedProperty::objDefinition);
+  return it == m_arr.end() ? nullptr : std::get_if<CString>(&it->objValue);
+}
+
 bool ExtendedPropertyCollection::IsTouched() const {
   return std::any_of(m_arr.begin(), m_arr.end(),
                      [](const ExtendedProperty& objProperty) { return objProperty.bTouched; });

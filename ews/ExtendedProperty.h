@@ -49,6 +49,8 @@ class ExtendedPropertyCollection {
   // A definition that is there already gets the new value. Throws ServiceException if the value's
   // kind is not the definition's type.
   void Set(const ExtendedPropertyDefinition& objDefinition, ExtendedPropertyValue objValue);
+  // Null where there is none, or no text.
+  const CString* Text(const ExtendedPropertyDefinition& objDefinition) const;
   int Count() const { return static_cast<int>(m_arr.size()); }
   auto begin() const { return m_arr.begin(); }
   auto end() const { return m_arr.end(); }

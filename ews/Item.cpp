@@ -131,6 +131,11 @@ void Item::SendChanges(const std::function<void(SoapWriter&)>& fnAttributes) {
   if (m_objAttachments.HasNew()) CreateAttachments();
 }
 
+ExchangeService& Item::Service() const {
+  if (!m_pService) throw ServiceException(kNoService);
+  return *m_pService;
+}
+
 std::string Item::ZoneName() const {
   return OwnZone().empty() ? platform::WindowsTimeZoneName() : OwnZone();
 }
@@ -225,7 +230,6 @@ void Item::FailIncomplete(const ServiceException& objError) {
   if (!Delete()) {
     throw ServiceException(std::string(kAttachmentsFailed) + " The item is there without it.");
   }
-  m_objId = {};
   const std::string strText = objError.what();
   if (SaysGivenUp(strText) || SaysLogonRefused(strText)) {
     throw ServiceException(kAttachmentsFailed + (" " + strText));
@@ -238,15 +242,21 @@ void Item::FailIncomplete(const ServiceException& objError) {
 }
 
 bool Item::Delete() {
+  if (!Delete(Service(), m_objId.strUniqueId)) return false;
+  m_objId = {};
+  return true;
+}
+
+bool Item::Delete(ExchangeService& objService, const CString& strId) {
   try {
-    (void)m_pService->CallForOne(ExchangeService::Effect::kOnceAtMost, [&](SoapWriter& objWriter) {
+    (void)objService.CallForOne(Effect::kOnceAtMost, [&](SoapWriter& objWriter) {
       objWriter.Start(kMessages, "DeleteItem");
       objWriter.Attribute("DeleteType", std::string_view("HardDelete"));
       objWriter.Attribute("AffectedTaskOccurrences", std::string_view("AllOccurrences"));
       objWriter.Attribute("SendMeetingCancellations", std::string_view("SendToNone"));
       objWriter.Start(kMessages, "ItemIds");
       objWriter.Start(kTypes, "ItemId");
-      objWriter.Attribute("Id", m_objId.strUniqueId);
+      objWriter.Attribute("Id", strId);
       objWriter.End();
       objWriter.End();
       objWriter.End();

@@ -23,6 +23,7 @@ class ServiceException;
 class ItemFields;
 class SoapWriter;
 struct ItemRecord;
+struct SoapResponse;
 
 inline constexpr int kMostReminderMinutes = 2629800;  // five years, as the schema has it
 
@@ -57,6 +58,10 @@ class Item {
                            ExtendedPropertyValue objValue) {
     m_objProperties.Set(objDefinition, std::move(objValue));
   }
+  // Null where there is no such property, or no text.
+  const CString* TextProperty(const ExtendedPropertyDefinition& objDefinition) const {
+    return m_objProperties.Text(objDefinition);
+  }
   const ItemId& Id() const { return m_objId; }
 
   // Stores the item in the folder, attachments included, without sending anything to anyone, and
@@ -64,10 +69,16 @@ class Item {
   // the library's own text for an item that has an id already. After a failure without an id it can
   // be called again.
   void Save(const FolderId& objFolder);
+  // Deletes for good what was saved, without telling anyone. False where it may still be there;
+  // otherwise the item can be saved again.
+  bool Delete();
+  static bool Delete(ExchangeService& objService, const CString& strId);
 
  protected:
   explicit Item(std::shared_ptr<ExchangeService> pService) : m_pService(std::move(pService)) {}
 
+  // Throws ServiceException where there is none.
+  ExchangeService& Service() const;
   // GetItem for an id that is set; throws ServiceException.
   static ItemRecord Fetch(ExchangeService& objService, const ItemId& objId);
   void TakeOver(const ItemRecord& objRecord);
@@ -100,7 +111,6 @@ class Item {
   void CreateAttachments();
   // Deletes what was made without its attachments, and throws what its user is told.
   [[noreturn]] void FailIncomplete(const ServiceException& objError);
-  bool Delete();
   void SendNewAttachments();
   bool IsTouched(std::string_view strUri) const;
 

@@ -20,6 +20,20 @@ int ValidDayOfMonth(int nDay) {
   return nDay;
 }
 
+platform::SeriesDays::Day DayOf(const COleDateTime& dt) {
+  return std::chrono::year(dt.GetYear()) / dt.GetMonth() / dt.GetDay();
+}
+
+// As platform::SeriesDays has them.
+unsigned WeekdayBits(DayOfTheWeek eDay) {
+  constexpr unsigned kWeekend = 0x41;
+  constexpr unsigned kEveryDay = 0x7F;
+  if (eDay == DayOfTheWeek::Day) return kEveryDay;
+  if (eDay == DayOfTheWeek::Weekday) return kEveryDay & ~kWeekend;
+  if (eDay == DayOfTheWeek::WeekendDay) return kWeekend;
+  return 1u << static_cast<unsigned>(eDay);
+}
+
 void WriteNumber(SoapWriter& objWriter, std::string_view strElement, int nNumber) {
   objWriter.Element(kTypes, strElement, std::string_view(std::to_string(nNumber)));
 }
@@ -109,6 +123,38 @@ std::optional<int> Recurrence::NumberOfOccurrences() const {
   return pNumber ? std::optional(*pNumber) : std::nullopt;
 }
 
+std::optional<std::int64_t> Recurrence::IndexOn(const COleDateTime& dtDay) const {
+  const platform::SeriesDays::Day objDay = DayOf(dtDay);
+  const auto objEnd = EndDate();
+  const auto nNumber = Days().NumberOn(objDay);
+  const auto nMost = NumberOfOccurrences();
+  if (!nNumber || (objEnd && objDay > DayOf(*objEnd)) || (nMost && *nNumber >= *nMost)) {
+    return std::nullopt;
+  }
+  return *nNumber + 1;
+}
+
+platform::SeriesDays Recurrence::Days() const {
+  using Unit = platform::SeriesDays::Unit;
+  platform::SeriesDays objDays;
+  const Pattern& obj = m_objPattern;
+  const bool bMonths = obj.nDayOfMonth || obj.eIndex;
+  objDays.eUnit = bMonths ? Unit::kMonth : obj.arrDays.empty() ? Unit::kDay : Unit::kWeek;
+  objDays.nInterval = obj.eMonth ? 12 : obj.nInterval.value_or(1);
+  for (const DayOfTheWeek eDay : obj.arrDays) objDays.nWeekdays |= WeekdayBits(eDay);
+  if (obj.eFirst) objDays.objFirstOfWeek = std::chrono::weekday(static_cast<unsigned>(*obj.eFirst));
+  objDays.nDayOfMonth = static_cast<unsigned>(obj.nDayOfMonth.value_or(0));
+  objDays.nPlace = static_cast<size_t>(obj.eIndex.value_or(DayOfTheWeekIndex::First));
+  if (obj.eMonth) objDays.objMonth = std::chrono::month(static_cast<unsigned>(MonthOfYear()));
+  objDays.objFirst = DayOf(m_dtStart);
+  return objDays;
+}
+
+Month Recurrence::MonthOfYear() const {
+  const Month eMonth = m_objPattern.eMonth.value_or(Month{});
+  return IsMonth(eMonth) ? eMonth : static_cast<Month>(m_dtStart.GetMonth());
+}
+
 void Recurrence::WriteTo(SoapWriter& objWriter, DayFormat fnDay) const {
   WritePattern(objWriter);
   WriteRange(objWriter, fnDay);
@@ -126,9 +172,7 @@ void Recurrence::WritePattern(SoapWriter& objWriter) const {
     objWriter.Element(kTypes, "DayOfWeekIndex", WireName(*m_objPattern.eIndex));
   }
   if (m_objPattern.eMonth) {
-    const bool bMonth = IsMonth(*m_objPattern.eMonth);
-    const Month eMonth = bMonth ? *m_objPattern.eMonth : static_cast<Month>(m_dtStart.GetMonth());
-    objWriter.Element(kTypes, "Month", WireName(eMonth));
+    objWriter.Element(kTypes, "Month", WireName(MonthOfYear()));
   }
   objWriter.End();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,6 +10,7 @@
 #include "ews/Types.h"
 #include "ews/WireTime.h"
 #include "platform/COleDateTime.h"
+#include "platform/SeriesDays.h"
 
 namespace ews {
 
@@ -43,6 +45,10 @@ class Recurrence {
   std::optional<COleDateTime> EndDate() const;
   std::optional<int> NumberOfOccurrences() const;
 
+  // Which occurrence is on that day, from 1; nothing for none. Ends and all, in the zone of its
+  // days.
+  std::optional<std::int64_t> IndexOn(const COleDateTime& dtDay) const;
+
   // What stands in the element Recurrence: the pattern and the range.
   // fnDay writes its days: with the offset of the machine, or as they are.
   using DayFormat = std::string (*)(const COleDateTime&);
@@ -60,6 +66,8 @@ class Recurrence {
   };
 
   Recurrence(const COleDateTime& dtStart, Pattern objPattern);
+  platform::SeriesDays Days() const;
+  Month MonthOfYear() const;  // where the pattern has one
   void WritePattern(SoapWriter& objWriter) const;
   void WriteRange(SoapWriter& objWriter, DayFormat fnDay) const;
 

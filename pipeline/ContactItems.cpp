@@ -20,6 +20,8 @@ constexpr std::u16string_view kPhoto = u"ContactPhoto.jpg";
 void AttachPhoto(ews::Contact& objContact, const CString& strPath) {
   objContact.Attachments().AddFileAttachment(kPhoto, strPath);
   objContact.Attachments()[0].SetContentId(kPhoto);
+  // kept: without the safe switch it is an attachment like others
+  objContact.Attachments()[0].SetContactPhoto(ews::Settings().bSafe);
 }
 
 }  // namespace

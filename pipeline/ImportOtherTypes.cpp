@@ -1,4 +1,5 @@
 #include <exception>
+#include <optional>
 
 #include "ews/Appointment.h"
 #include "ews/Contact.h"
@@ -7,6 +8,7 @@
 #include "ews/Settings.h"
 #include "ews/Task.h"
 #include "pipeline/ItemRun.h"
+#include "pipeline/SeriesSaving.h"
 #include "target/CTarnyOutlookHandler.h"
 
 // Appointments, tasks, contacts and lists on their way into the target folder. What is done where a
@@ -20,18 +22,53 @@
 // kept: a task whose folder cannot be made and a list that is refused count as saved. With the safe
 // switch they fail with the server's words, those who attend are there from the beginning, and what
 // may have been saved already is not sent again.
+
+// What the trace is told of a save, and whether the ledger hears of it.
+struct SaveTexts {
+  const char16_t* pszIn;
+  const char16_t* pszOut;
+  const char16_t* pszFailed;
+  bool bLedgerRow = true;
+};
+
+// Where an item goes that its own folder refuses.
+struct SecondPlace {
+  int nType;  // of the folder
+  ews::WellKnownFolderName eRoot;
+  SaveTexts objSave;
+  const char16_t* pszFolderFailed;
+  bool bTellsWords;  // the trace gets the failure's words behind its text
+};
+
 namespace {
 
 using ews::WellKnownFolderName;
 
-constexpr int kTaskFolderType = 7;
-constexpr int kContactFolderType = 14;
+constexpr SaveTexts kFirstAppointmentSave{u" TYPE_CALENDER Save( in ", u" Save( TYPE_CALENDER out ",
+                                          u"  catch(Exception^ ex) "};
+constexpr SaveTexts kFirstTaskSave{u" task Save in   ", u" task Save out   ", u" catch OUT   "};
+constexpr SaveTexts kFirstContactSave{u" TYPE_CONTACT Save IN   ",
+                                      u" TYPE_CONTACT Save IN   ",  // kept: the same text again
+                                      u" TYPE_CONTACT IN SAVE CATCH ", /*bLedgerRow=*/false};
+constexpr SecondPlace kTaskPlace{7,
+                                 WellKnownFolderName::MsgFolderRoot,
+                                 {u" catch task Save in   ", u" catch task Save out   ",
+                                  u" catch Exception^ ex 2 task Save out  : "},
+                                 u" catch Exception^ ex task Save out  : ",
+                                 /*bTellsWords=*/true};
+constexpr SecondPlace kContactPlace{
+    14,
+    WellKnownFolderName::Contacts,
+    {u"Catch TYPE_CONTACT IN SAVE  ", u"Catch TYPE_CONTACT SAVE OUT ",
+     u" TYPE_CONTACT IN SAVE CATCH ", /*bLedgerRow=*/false},
+    u" TYPE_CONTACT IN SAVE CATCH ",
+    /*bTellsWords=*/false};
 
 // Whether a second save could bring the item twice, or put it elsewhere for an outage.
-bool WasNotRefused(const std::exception& objError) {
+bool WasNotRefused(const ews::Item& objItem, const std::exception& objError) {
   const auto* pError = dynamic_cast<const ews::ServiceException*>(&objError);
-  return ews::Settings().bSafe && pError &&
-         (pError->Cause().bMayBeCarriedOut || pError->Cause().bOutage);
+  const bool bOpen = pError && (pError->Cause().bMayBeCarriedOut || pError->Cause().bOutage);
+  return ews::Settings().bSafe && (bOpen || objItem.Id().IsSet());
 }
 
 CString ContactFallback(const CString& strContactFolder) {
@@ -86,6 +123,47 @@ bool CTarnyOutlookHandler::GoToFolder(const CString& strFolder, int nType,
   return true;
 }
 
+// Saves an item into the folder that it is meant for. Nothing where a second try may follow.
+template <typename Save>
+std::optional<int> CTarnyOutlookHandler::SaveOnce(ItemRun& objRun, const ews::Item& objItem,
+                                                  const SaveTexts& objTexts, Save fnSave) {
+  try {
+    m_objLogManager.WriteLog(objTexts.pszIn);
+    fnSave();
+    m_objLogManager.WriteLog(objTexts.pszOut);
+    if (objTexts.bLedgerRow) EnterLedgerRow(objRun.strMessageKey);
+    return kSuccess;
+  } catch (const std::exception& objError) {
+    if (!WasNotRefused(objItem, objError)) return std::nullopt;
+    return Fail(objRun, objTexts.pszFailed, objError);
+  }
+}
+
+// Saves an item that its own folder refused into a folder of its kind. One that cannot be made
+// counts as done without the safe switch.
+int CTarnyOutlookHandler::SaveElsewhere(ItemRun& objRun, ews::Item& objItem,
+                                        const SecondPlace& objPlace, const CString& strFolder) {
+  const CWebAccessHandler::CurrentFolderKeeper objKeeper(m_objWebAccess);
+  const auto FailWith = [&](const char16_t* pszText, const std::exception& objError) {
+    const CString strText = objPlace.bTellsWords ? pszText + MessageOf(objError) : CString(pszText);
+    return Fail(objRun, strText.GetString(), objError);
+  };
+  try {
+    if (!GoToFolder(strFolder, objPlace.nType, objPlace.eRoot)) return kSuccess;
+  } catch (const std::exception& objError) {
+    return FailWith(objPlace.pszFolderFailed, objError);
+  }
+  try {
+    m_objLogManager.WriteLog(objPlace.objSave.pszIn);
+    objItem.Save(m_objWebAccess.m_fldCurrent);
+    m_objLogManager.WriteLog(objPlace.objSave.pszOut);
+    if (objPlace.objSave.bLedgerRow) EnterLedgerRow(objRun.strMessageKey);
+    return kSuccess;
+  } catch (const std::exception& objError) {
+    return FailWith(objPlace.objSave.pszFailed, objError);
+  }
+}
+
 int CTarnyOutlookHandler::ImportAppointment(ItemRun& objRun) {
   try {
     ews::Appointment objItem(m_objWebAccess.m_pService);
@@ -107,29 +185,36 @@ int CTarnyOutlookHandler::SaveAppointment(ItemRun& objRun, ews::Appointment& obj
   if (ews::Settings().bSafe && !bListed) {
     SaveAttendees(ReplaceUnicodeCharacters(objRun.objInfo.strTo), objItem.RequiredAttendees());
   }
-  try {
-    m_objLogManager.WriteLog(u" TYPE_CALENDER Save( in ");
-    objItem.Save(m_objWebAccess.m_fldCurrent);
-    m_objLogManager.WriteLog(u" Save( TYPE_CALENDER out ");
-    EnterLedgerRow(objRun.strMessageKey);
-    return kSuccess;
-  } catch (const std::exception& objError) {
-    if (WasNotRefused(objError)) return Fail(objRun, u"  catch(Exception^ ex) ", objError);
-  }
-  return SaveAppointmentAgain(objRun, objItem);
+  CString strRefused;
+  const auto nSaved = SaveOnce(objRun, objItem, kFirstAppointmentSave,
+                               [&] { strRefused = StoreAppointment(objItem); });
+  if (!nSaved) return SaveAppointmentAgain(objRun, objItem);
+  return *nSaved == kSuccess ? TellRefused(objRun, strRefused) : *nSaved;
+}
+
+CString CTarnyOutlookHandler::StoreAppointment(ews::Appointment& objItem) {
+  return SaveWithOccurrences(objItem, m_objWebAccess.m_fldCurrent, m_objWebAccess.Service());
+}
+
+// The item is there; what is not of it must reach its user.
+int CTarnyOutlookHandler::TellRefused(ItemRun& objRun, const CString& strRefused) {
+  if (strRefused.IsEmpty()) return kSuccess;
+  return Fail(objRun, u"Not all occurrences could be changed", ews::ServiceException(strRefused));
 }
 
 int CTarnyOutlookHandler::SaveAppointmentAgain(ItemRun& objRun, ews::Appointment& objItem) {
+  CString strRefused;
   try {
     m_objLogManager.WriteLog(u"catch  try TYPE_CALENDER Save( in ");
-    objItem.Save(m_objWebAccess.m_fldCurrent);
+    strRefused = StoreAppointment(objItem);
     m_objLogManager.WriteLog(u"catch  try TYPE_CALENDER Save( out ");
     EnterLedgerRow(objRun.strMessageKey);
   } catch (const std::exception& objError) {
     m_objLogManager.WriteLog(u"  catch(Exception^ ex) ");
     return Fail(objRun, (CString(u"Error : ") + MessageOf(objError)).GetString(), objError);
   }
-  if (objRun.objInfo.strTo.IsEmpty() || ews::Settings().bSafe) return kSuccess;
+  if (ews::Settings().bSafe) return TellRefused(objRun, strRefused);
+  if (objRun.objInfo.strTo.IsEmpty()) return kSuccess;
   Guarded(u"  catch(Exception^ ex) ", [&] {
     SaveAttendees(objRun.objInfo.strTo, objItem.RequiredAttendees());
     objItem.Update(ews::ConflictResolutionMode::AlwaysOverwrite,
@@ -155,71 +240,29 @@ int CTarnyOutlookHandler::ImportTask(ItemRun& objRun) {
 
 int CTarnyOutlookHandler::SaveTask(ItemRun& objRun, ews::Task& objTask) {
   if (!MakeReady(objTask, objRun)) return kFailure;
-  try {
-    m_objLogManager.WriteLog(u" task Save in   ");
-    objTask.Save(m_objWebAccess.m_fldCurrent);
-    m_objLogManager.WriteLog(u" task Save out   ");
-    EnterLedgerRow(objRun.strMessageKey);
-    return kSuccess;
-  } catch (const std::exception& objError) {
-    if (WasNotRefused(objError)) return Fail(objRun, u" catch OUT   ", objError);
-  }
-  return SaveTaskElsewhere(objRun, objTask);
-}
-
-int CTarnyOutlookHandler::SaveTaskElsewhere(ItemRun& objRun, ews::Task& objTask) {
-  const CWebAccessHandler::CurrentFolderKeeper objKeeper(m_objWebAccess);
-  const auto FailWith = [&](const char16_t* pszLogText, const std::exception& objError) {
-    return Fail(objRun, (CString(pszLogText) + MessageOf(objError)).GetString(), objError);
-  };
-  try {
-    if (!GoToFolder(u"Task\\", kTaskFolderType, WellKnownFolderName::MsgFolderRoot)) {
-      return kSuccess;
-    }
-  } catch (const std::exception& objError) {
-    return FailWith(u" catch Exception^ ex task Save out  : ", objError);
-  }
-  try {
-    m_objLogManager.WriteLog(u" catch task Save in   ");
-    objTask.Save(m_objWebAccess.m_fldCurrent);
-    m_objLogManager.WriteLog(u" catch task Save out   ");
-    EnterLedgerRow(objRun.strMessageKey);
-    return kSuccess;
-  } catch (const std::exception& objError) {
-    return FailWith(u" catch Exception^ ex 2 task Save out  : ", objError);
-  }
+  const auto nSaved =
+      SaveOnce(objRun, objTask, kFirstTaskSave, [&] { objTask.Save(m_objWebAccess.m_fldCurrent); });
+  return nSaved ? *nSaved : SaveElsewhere(objRun, objTask, kTaskPlace, u"Task\\");
 }
 
 int CTarnyOutlookHandler::ImportContact(ItemRun& objRun) {
   ews::Contact objContact(m_objWebAccess.m_pService);
+  const auto Elsewhere = [&] {
+    return SaveElsewhere(objRun, objContact, kContactPlace,
+                         ContactFallback(objRun.objInfo.strContactFolder));
+  };
   try {
     m_objLogManager.WriteLog(u" TYPE_CONTACT IN   ");
     const int nFilled = SaveContactItem(objContact, objRun.strFilePath, &objRun.objInfo);
     m_objLogManager.WriteLog(u" TYPE_CONTACT OUT   ");
     if (nFilled != kSuccess) return kSuccess;
-    if (!MakeReady(objContact, objRun)) return kFailure;
-    m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");
-    objContact.Save(m_objWebAccess.m_fldCurrent);
-    m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");  // kept: the same text again
-    return kSuccess;
-  } catch (const std::exception& objError) {
-    if (WasNotRefused(objError)) return Fail(objRun, u" TYPE_CONTACT IN SAVE CATCH ", objError);
+  } catch (const std::exception&) {
+    return Elsewhere();
   }
-  return SaveContactElsewhere(objRun, objContact);
-}
-
-int CTarnyOutlookHandler::SaveContactElsewhere(ItemRun& objRun, ews::Contact& objContact) {
-  const CWebAccessHandler::CurrentFolderKeeper objKeeper(m_objWebAccess);
-  try {
-    const CString strFolder = ContactFallback(objRun.objInfo.strContactFolder);
-    if (!GoToFolder(strFolder, kContactFolderType, WellKnownFolderName::Contacts)) return kSuccess;
-    m_objLogManager.WriteLog(u"Catch TYPE_CONTACT IN SAVE  ");
-    objContact.Save(m_objWebAccess.m_fldCurrent);
-    m_objLogManager.WriteLog(u"Catch TYPE_CONTACT SAVE OUT ");
-    return kSuccess;
-  } catch (const std::exception& objError) {
-    return Fail(objRun, u" TYPE_CONTACT IN SAVE CATCH ", objError);
-  }
+  if (!MakeReady(objContact, objRun)) return kFailure;
+  const auto nSaved = SaveOnce(objRun, objContact, kFirstContactSave,
+                               [&] { objContact.Save(m_objWebAccess.m_fldCurrent); });
+  return nSaved ? *nSaved : Elsewhere();
 }
 
 int CTarnyOutlookHandler::ImportList(ItemRun& objRun) {

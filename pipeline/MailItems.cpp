@@ -10,11 +10,13 @@
 #include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Appointment.h"
+#include "ews/Contact.h"
 #include "ews/Settings.h"
 #include "ews/Task.h"
 #include "html/CkHtmlToText.h"
 #include "pipeline/BodySource.h"
 #include "pipeline/CalendarProps.h"
+#include "pipeline/ContactProps.h"
 #include "pipeline/ItemDescriptor.h"
 #include "pipeline/ItemProps.h"
 #include "pipeline/SaverSteps.h"
@@ -119,6 +121,8 @@ void CTarnyOutlookHandler::SetItemProps(ews::Item& objItem, const CString& strHt
       ApplyAppointmentProps(objProps.objJson, *pAppointment, arrNotes);
     } else if (auto* pTask = dynamic_cast<ews::Task*>(&objItem)) {
       ApplyTaskProps(objProps.objJson, *pTask, arrNotes);
+    } else if (auto* pContact = dynamic_cast<ews::Contact*>(&objItem)) {
+      ApplyContactProps(objProps.objJson, *pContact, arrNotes);
     }
     for (const CString& strNote : arrNotes) m_objLogManager.WriteLog(strNote);
   });

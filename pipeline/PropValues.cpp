@@ -54,6 +54,12 @@ std::optional<COleDateTime> DateOf(const json& objValue, std::string_view strSha
 
 }  // namespace
 
+const json& PropAt(const json& objJson, const char* pszName) {
+  static const json objNone;
+  const auto it = objJson.find(pszName);
+  return it == objJson.end() ? objNone : *it;
+}
+
 std::optional<CString> PropText(const json& objValue) {
   if (!objValue.is_string()) return std::nullopt;
   const CString str = CString::FromUtf8(objValue.get_ref<const std::string&>());

@@ -14,6 +14,9 @@
 
 // The values of ItemProps.json; nothing for one of another form.
 
+// A member that is not there is null.
+const nlohmann::json& PropAt(const nlohmann::json& objJson, const char* pszName);
+
 // A text that the service can be told, and no empty one.
 std::optional<CString> PropText(const nlohmann::json& objValue);
 // "2019-03-05T09:00:01Z", "2019-03-05T09:00:01" of some wall, "2019-03-05"; from 1601 on.

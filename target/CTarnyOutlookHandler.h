@@ -16,6 +16,8 @@
 
 class CkMime;
 class TextLines;
+struct SaveTexts;    // pipeline/ImportOtherTypes.cpp
+struct SecondPlace;  // there
 
 namespace ews {
 class Appointment;
@@ -266,12 +268,17 @@ class CTarnyOutlookHandler {
   int ImportAppointment(ItemRun& objRun);
   int SaveAppointment(ItemRun& objRun, ews::Appointment& objItem);
   int SaveAppointmentAgain(ItemRun& objRun, ews::Appointment& objItem);
+  CString StoreAppointment(ews::Appointment& objItem);
+  int TellRefused(ItemRun& objRun, const CString& strRefused);
   int ImportTask(ItemRun& objRun);
   int SaveTask(ItemRun& objRun, ews::Task& objTask);
-  int SaveTaskElsewhere(ItemRun& objRun, ews::Task& objTask);
   int ImportContact(ItemRun& objRun);
-  int SaveContactElsewhere(ItemRun& objRun, ews::Contact& objContact);
   int ImportList(ItemRun& objRun);
+  template <typename Save>
+  std::optional<int> SaveOnce(ItemRun& objRun, const ews::Item& objItem, const SaveTexts& objTexts,
+                              Save fnSave);
+  int SaveElsewhere(ItemRun& objRun, ews::Item& objItem, const SecondPlace& objPlace,
+                    const CString& strFolder);
   bool GoToFolder(const CString& strFolder, int nType, const ews::FolderId& objRoot);
   bool MakeReady(ews::Item& objItem, ItemRun& objRun);
   bool HasLedgerRow(const CString& strFolderInText, const CString& strMessageId);

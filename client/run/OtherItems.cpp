@@ -57,10 +57,6 @@ Prepared PrepareCard(const std::string& workFolder, std::int32_t type, const std
 
 // In the descriptor or its companion files, or of no use in a mailbox.
 constexpr std::array<std::string_view, 4> kNeverTold = {"uid", "start", "end", "photo"};
-// That the engine takes from ItemProps.json; it passes over all others.
-constexpr auto kTaken = std::to_array<std::string_view>(
-    {"categories", "sensitivity", "busy", "allDay", "reminder", "zone", "series", "attendees",
-     "status", "percent", "completed", "reminderTime"});
 
 bool IsAmong(std::string_view name, std::span<const std::string_view> names) {
   return std::ranges::find(names, name) != names.end();
@@ -72,19 +68,25 @@ bool IsUsual(const std::string& name, const nlohmann::json& props) {
   return (name == "busy" && props[name] == "Busy") || (name == "reminder" && props[name] == false);
 }
 
-// What a descriptor has no place for and the engine does not take.
-void TellProps(const nlohmann::json& props, bool hasProps, std::vector<std::string>& left) {
+// What a descriptor has no place for.
+void TellWithoutProps(const nlohmann::json& props, std::vector<std::string>& left) {
   std::vector<std::string> names;
   for (const auto& [name, value] : props.items()) {
-    const bool isTaken = hasProps && IsAmong(name, kTaken);
-    if (!isTaken && !IsAmong(name, kNeverTold) && !IsUsual(name, props)) names.push_back(name);
+    if (!IsAmong(name, kNeverTold) && !IsUsual(name, props)) names.push_back(name);
   }
-  const bool hasAnswer = std::ranges::any_of(
-      props.value("attendees", nlohmann::json::array()),
-      [](const nlohmann::json& person) { return person.value("answer", "none") != "none"; });
-  if (hasProps && hasAnswer) names.push_back("answers of attendees");
   if (names.empty()) return;
   left.push_back(fmt::format("what a descriptor has no place for of {}", fmt::join(names, ", ")));
+}
+
+// What a mailbox keeps where no calendar shows it.
+void TellAnswers(const nlohmann::json& props, std::vector<std::string>& left) {
+  std::size_t answers = 0;
+  for (const nlohmann::json& person : props.value("attendees", nlohmann::json::array())) {
+    answers += person.value("answer", "none") != "none";
+  }
+  if (answers == 0) return;
+  left.push_back(fmt::format("the answers of {} (kept in the property TarnyAnswers alone)",
+                             answers == 1 ? "an attendee" : fmt::format("{} attendees", answers)));
 }
 
 }  // namespace
@@ -102,7 +104,7 @@ std::vector<std::string> WriteOther(const std::string& workFolder, std::int32_t 
                                     const std::string& text, const std::string& key) {
   const bool isCard = type == TYPE_CONTACT || type == TYPE_DIST_LIST;
   Prepared item = isCard ? PrepareCard(workFolder, type, text) : PrepareCalendar(workFolder, text);
-  TellProps(item.props, !key.empty(), item.left);
+  key.empty() ? TellWithoutProps(item.props, item.left) : TellAnswers(item.props, item.left);
   if (!key.empty()) {
     for (std::string& name : WriteItemProps(workFolder, key, std::move(item.props))) {
       item.left.push_back(name + ", which is too large");

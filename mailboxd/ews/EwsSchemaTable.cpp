@@ -292,10 +292,15 @@ void AddItemRequests(TypeTable& types) {
   types["FindItem"] = Of(Order::kSequence, Space::kMessages,
                          {{"ItemShape", "ItemShape", kRequired},
                           {"IndexedPageItemView", "PageView"},
+                          {"CalendarView", "CalendarView"},
                           {"Restriction", "Restriction"},
                           {"SortOrder", "SortOrder"},
                           {"ParentFolderIds", "FolderIds", kRequired}},
                          {{"Traversal", kRequired, &kItemTraversal}});
+  types["CalendarView"] = Of(Order::kSequence, Space::kTypes, {},
+                             {{"MaxEntriesReturned", kOptional, &kInt},
+                              {"StartDate", kRequired, &kDateTime},
+                              {"EndDate", kRequired, &kDateTime}});
   types["DeleteItem"] = Of(Order::kSequence, Space::kMessages, {{"ItemIds", "ItemIds", kRequired}},
                            {{"DeleteType", kRequired, &kDisposal},
                             {"SendMeetingCancellations", kOptional, &kInvitations},
@@ -305,7 +310,17 @@ void AddItemRequests(TypeTable& types) {
                          {{"ToFolderId", "FolderId", kRequired},
                           {"ItemIds", "ItemIds", kRequired},
                           {"ReturnNewItemIds", "Boolean"}});
-  types["ItemIds"] = Of(Order::kAnyOf, Space::kTypes, {{"ItemId", "PlainId", kOptional, kMany}});
+  types["ItemIds"] = Of(Order::kAnyOf, Space::kTypes,
+                        {{"ItemId", "PlainId", kOptional, kMany},
+                         {"OccurrenceItemId", "OccurrenceId", kOptional, kMany},
+                         {"RecurringMasterItemId", "MasterId", kOptional, kMany}});
+  types["OccurrenceId"] = Of(Order::kSequence, Space::kTypes, {},
+                             {{"RecurringMasterId", kRequired, &kString},
+                              {"ChangeKey", kOptional, &kString},
+                              {"InstanceIndex", kRequired, &kInt}});
+  types["MasterId"] =
+      Of(Order::kSequence, Space::kTypes, {},
+         {{"OccurrenceId", kRequired, &kString}, {"ChangeKey", kOptional, &kString}});
   types["BodyShape"] = TextOf(kBodyShape);
   types["ItemShape"] = Of(Order::kSequence, Space::kTypes,
                           {{"BaseShape", "BaseShape", kRequired},
@@ -342,8 +357,11 @@ void AddUpdates(TypeTable& types) {
           {"SuppressReadReceipts", kOptional, &kBoolean}});
   types["ItemChanges"] =
       Of(Order::kAnyOf, Space::kTypes, {{"ItemChange", "ItemChange", kOptional, kMany}});
-  types["ItemChange"] = Of(Order::kSequence, Space::kTypes,
-                           {{"ItemId", "PlainId", kRequired}, {"Updates", "Updates", kRequired}});
+  types["ItemChange"] = OneOfEach({3, 4}, Of(Order::kOneOf, Space::kTypes,
+                                             {{"ItemId", "PlainId"},
+                                              {"OccurrenceItemId", "OccurrenceId"},
+                                              {"RecurringMasterItemId", "MasterId"},
+                                              {"Updates", "Updates", kRequired}}));
   types["Updates"] = Of(Order::kAnyOf, Space::kTypes,
                         {{"AppendToItemField", "FieldValue", kOptional, kMany},
                          {"SetItemField", "FieldValue", kOptional, kMany},

@@ -5,6 +5,7 @@
 #include "mailboxd/ews/EwsRequest.h"
 #include "mailboxd/ews/ItemChanges.h"
 #include "mailboxd/ews/ItemClasses.h"
+#include "mailboxd/ews/ItemPlace.h"
 #include "mailboxd/ews/ItemReading.h"
 #include "mailboxd/ews/ItemSearch.h"
 #include "mailboxd/ews/ItemWriting.h"
@@ -95,15 +96,14 @@ void CreateOne(const Context& context, pugi::xml_node request, pugi::xml_node no
   });
 }
 
-void GetOne(const Context& context, std::int64_t id, const ItemShape& shape,
+void GetOne(const Context& context, const ItemPlace& place, const ItemShape& shape,
             EwsResponse& response) {
-  auto item = context.store.Item(id);
-  if (!item) throw ErrorOf("ErrorItemNotFound");
-  MailOfItem mail(context.store, id);
-  if (shape.Wants("item:HasAttachments") && LookForFiles(mail, *item)) {
-    context.store.SetMailHasFiles({{id, *item->mailHasFiles}});
+  ItemInfo item = ItemAt(context, place);
+  MailOfItem mail(context.store, place.row);
+  if (shape.Wants("item:HasAttachments") && LookForFiles(mail, item)) {
+    context.store.SetMailHasFiles({{place.row, *item.mailHasFiles}});
   }
-  response.Success("m:Items", [&] { WriteItem(context, *item, mail, shape, response); });
+  response.Success("m:Items", [&] { WriteItem(context, item, mail, shape, response); });
 }
 
 // A page of what a request finds in a folder.
@@ -136,9 +136,31 @@ Found FindIn(const Context& context, const FolderInfo& folder, pugi::xml_node re
   return found;
 }
 
+// The part of a calendar that lies in a time.
+void FindInTime(const Context& context, const FolderInfo& folder, pugi::xml_node view,
+                const ItemShape& shape, EwsResponse& response) {
+  const CalendarPart part = FindInCalendar(context, folder, view);
+  response.BeginSuccess();
+  response.Open("m:RootFolder",
+                XmlAttribute("TotalItemsInView", std::to_string(part.total)) +
+                    XmlAttribute("IncludesLastItemInRange",
+                                 part.items.size() == part.total ? "true" : "false"));
+  response.Open("t:Items");
+  for (const ItemInfo& item : part.items) {
+    MailOfItem mail(context.store, item.id);
+    WriteItem(context, item, mail, shape, response);
+  }
+  response.Close("t:Items");
+  response.Close("m:RootFolder");
+  response.EndMessage();
+}
+
 void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node parent,
                const ItemShape& shape, EwsResponse& response) {
   const FolderInfo folder = ResolveFolder(context, parent);
+  if (const pugi::xml_node view = Child(request, "CalendarView")) {
+    return FindInTime(context, folder, view, shape, response);
+  }
   Found found = FindIn(context, folder, request);
   if (shape.Wants("item:HasAttachments")) LookForFiles(context.store, found.items);
   response.BeginSuccess();
@@ -172,8 +194,8 @@ std::int64_t TextSize(const ItemInfo& item) {
 // The item with all changes of a request made to it, or none. Somebody else may change it
 // meanwhile: then it is read and changed again.
 ItemInfo ChangeItem(const Context& context, pugi::xml_node request, pugi::xml_node change) {
-  const pugi::xml_node id = Child(change, "ItemId");
-  const std::int64_t row = ResolveId(Attribute(id, "Id"), IdKind::kItem);
+  const pugi::xml_node id = IdOfChange(change);
+  const auto [row, occurrence] = PlaceOfItem(id);
   MailOfItem mail(context.store, row);
   for (;;) {
     auto item = context.store.Item(row);
@@ -183,10 +205,13 @@ ItemInfo ChangeItem(const Context& context, pugi::xml_node request, pugi::xml_no
               "ErrorSendMeetingInvitationsOrCancellationsRequired");
     CheckConflict(Attribute(request, "ConflictResolution"), Attribute(id, "ChangeKey"), *item);
     item->size -= TextSize(*item);
-    ApplyChanges(Child(change, "Updates"), mail, *item);
+    const pugi::xml_node updates = Child(change, "Updates");
+    occurrence > 0 ? ChangeOccurrence(occurrence, updates, mail, *item)
+                   : ApplyChanges(updates, mail, *item);
     item->size += TextSize(*item);
     if (item->size > context.maximumMessageSize) throw ErrorOf("ErrorMessageSizeExceeded");
-    if (context.store.UpdateItem(*item)) return *item;
+    if (!context.store.UpdateItem(*item)) continue;
+    return occurrence > 0 ? ItemAt(context, {row, occurrence}) : *item;
   }
 }
 
@@ -197,7 +222,7 @@ void UpdateOne(const Context& context, pugi::xml_node request, pugi::xml_node ch
   response.BeginSuccess();
   response.Open("m:Items");
   response.Open(tag);
-  response.Empty("t:ItemId", IdAttributes(IdKind::kItem, item.id, item.version));
+  response.Empty("t:ItemId", IdAttributesOf(item));
   response.Close(tag);
   response.Close("m:Items");
   response.Open("m:ConflictResults");
@@ -206,13 +231,24 @@ void UpdateOne(const Context& context, pugi::xml_node request, pugi::xml_node ch
   response.EndMessage();
 }
 
-void DeleteOne(const Context& context, pugi::xml_node request, std::int64_t id) {
+// Somebody else may change the series meanwhile.
+void DeleteOccurrenceOf(const Context& context, const ItemPlace& place) {
+  for (;;) {
+    ItemInfo master = ItemAt(context, {place.row});
+    DeleteOccurrence(place.occurrence, master);
+    if (context.store.UpdateItem(master)) return;
+  }
+}
+
+void DeleteOne(const Context& context, pugi::xml_node request, const ItemPlace& place) {
+  const std::int64_t id = place.row;
   const auto item = context.store.Item(id);
   if (!item) throw ErrorOf("ErrorItemNotFound");
   CheckSaid(request, item->element, "CalendarItem", "SendMeetingCancellations",
             "ErrorSendMeetingCancellationsRequired");
   CheckSaid(request, item->element, "Task", "AffectedTaskOccurrences",
             "ErrorAffectedTaskOccurrencesRequired");
+  if (place.occurrence > 0) return DeleteOccurrenceOf(context, place);
   if (Attribute(request, "DeleteType") != "MoveToDeletedItems") {
     if (!context.store.DeleteItem(id)) throw ErrorOf("ErrorItemNotFound");
     return;
@@ -224,8 +260,10 @@ void DeleteOne(const Context& context, pugi::xml_node request, std::int64_t id) 
 }
 
 // Items of every class may be moved to any folder of their mailbox.
-void MoveOne(const Context& context, const FolderInfo& target, std::int64_t id,
+void MoveOne(const Context& context, const FolderInfo& target, const ItemPlace& place,
              EwsResponse& response) {
+  if (place.occurrence > 0) throw ErrorOf("ErrorCalendarCannotMoveOrCopyOccurrence");
+  const std::int64_t id = place.row;
   const auto item = context.store.Item(id);
   const auto folder = item ? context.store.Folder(item->folder) : std::nullopt;
   if (!folder) throw ErrorOf("ErrorItemNotFound");
@@ -249,7 +287,7 @@ void CreateItem(const Context& context, pugi::xml_node request, EwsResponse& res
 void GetItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
   AnswerEach(context, Child(request, "ItemIds"), "Items", response, [&](pugi::xml_node id) {
     const ItemShape shape(Child(request, "ItemShape"), Depth::kFull);
-    GetOne(context, ResolveId(Attribute(id, "Id"), IdKind::kItem), shape, response);
+    GetOne(context, PlaceOfItem(id), shape, response);
   });
 }
 
@@ -267,7 +305,7 @@ void UpdateItem(const Context& context, pugi::xml_node request, EwsResponse& res
 
 void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
   AnswerEach(context, Child(request, "ItemIds"), "", response, [&](pugi::xml_node id) {
-    DeleteOne(context, request, ResolveId(Attribute(id, "Id"), IdKind::kItem));
+    DeleteOne(context, request, PlaceOfItem(id));
     response.BeginSuccess();
     response.EndMessage();
   });
@@ -276,8 +314,7 @@ void DeleteItem(const Context& context, pugi::xml_node request, EwsResponse& res
 void MoveItem(const Context& context, pugi::xml_node request, EwsResponse& response) {
   const pugi::xml_node target = FirstElement(Child(request, "ToFolderId"));
   AnswerEach(context, Child(request, "ItemIds"), "Items", response, [&](pugi::xml_node id) {
-    MoveOne(context, ResolveFolder(context, target), ResolveId(Attribute(id, "Id"), IdKind::kItem),
-            response);
+    MoveOne(context, ResolveFolder(context, target), PlaceOfItem(id), response);
   });
 }
 

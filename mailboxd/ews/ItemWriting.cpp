@@ -10,8 +10,10 @@
 #include "mailboxd/ews/ExtendedProperties.h"
 #include "mailboxd/ews/FieldXml.h"
 #include "mailboxd/ews/ItemClasses.h"
+#include "mailboxd/ews/ItemPlace.h"
 #include "mailboxd/store/DateTime.h"
 #include "mailboxd/store/ItemFields.h"
+#include "mailboxd/store/Occurrences.h"
 
 namespace mailbox {
 
@@ -180,6 +182,42 @@ void WriteFlag(const Work& work, const std::string& tag) {
   work.response.Boolean(tag, work.item.*kMember);
 }
 
+void WriteOriginalStart(const Work& work, const std::string& tag) {
+  const std::string& start = work.item.occurrence.originalStart;
+  if (!start.empty()) work.response.Element(tag, start);
+}
+
+void WriteChangedOccurrences(const Work& work, const std::string& tag) {
+  const auto occurrences = Occurrences::Of(work.item);
+  const std::vector<ItemInfo> all =
+      occurrences ? occurrences->AllChanged() : std::vector<ItemInfo>();
+  if (all.empty()) return;
+  work.response.Open(tag);
+  for (const ItemInfo& one : all) {
+    work.response.Open("t:Occurrence");
+    work.response.Empty("t:ItemId", IdAttributesOf(one));
+    work.response.Element("t:Start", one.starts);
+    work.response.Element("t:End", one.ends);
+    work.response.Element("t:OriginalStart", one.occurrence.originalStart);
+    work.response.Close("t:Occurrence");
+  }
+  work.response.Close(tag);
+}
+
+void WriteDeletedOccurrences(const Work& work, const std::string& tag) {
+  const auto occurrences = Occurrences::Of(work.item);
+  const std::vector<std::string> starts =
+      occurrences ? occurrences->DeletedStarts() : std::vector<std::string>();
+  if (starts.empty()) return;
+  work.response.Open(tag);
+  for (const std::string& start : starts) {
+    work.response.Open("t:DeletedOccurrence");
+    work.response.Element("t:Start", start);
+    work.response.Close("t:DeletedOccurrence");
+  }
+  work.response.Close(tag);
+}
+
 // The fields that are more than what a client sent.
 struct Writer {
   std::string_view name;
@@ -189,7 +227,7 @@ constexpr auto kWriters = std::to_array<Writer>({
     {"MimeContent", [](const Work& w, const std::string&) { WriteMime(w.mail, w.response); }},
     {"ItemId",
      [](const Work& w, const std::string& tag) {
-       w.response.Empty(tag, IdAttributes(IdKind::kItem, w.item.id, w.item.version));
+       w.response.Empty(tag, IdAttributesOf(w.item));
      }},
     {"ParentFolderId",
      [](const Work& w, const std::string& tag) {
@@ -232,7 +270,7 @@ constexpr auto kWriters = std::to_array<Writer>({
     {"HasPicture", [](const Work& w, const std::string&) { WriteHasPicture(w); }},
     {"IsRecurring",
      [](const Work& w, const std::string& tag) {
-       w.response.Boolean(tag, FindField(w.item, "Recurrence") != nullptr);
+       w.response.Boolean(tag, w.item.isSeries || w.item.occurrence.number > 0);
      }},
     {"IsMeeting",
      [](const Work& w, const std::string& tag) {
@@ -242,9 +280,15 @@ constexpr auto kWriters = std::to_array<Writer>({
      }},
     {"CalendarItemType",
      [](const Work& w, const std::string& tag) {
-       const bool isSeries = FindField(w.item, "Recurrence") != nullptr;
-       w.response.Element(tag, isSeries ? "RecurringMaster" : "Single");
+       const OccurrenceInfo& one = w.item.occurrence;
+       w.response.Element(tag, w.item.isSeries   ? "RecurringMaster"
+                               : one.number == 0 ? "Single"
+                               : one.isChanged   ? "Exception"
+                                                 : "Occurrence");
      }},
+    {"OriginalStart", WriteOriginalStart},
+    {"ModifiedOccurrences", WriteChangedOccurrences},
+    {"DeletedOccurrences", WriteDeletedOccurrences},
     {"Duration",
      [](const Work& w, const std::string& tag) {
        const std::string duration = DurationOf(w.item);

@@ -18,6 +18,7 @@ constexpr size_t kPlain = 1 + kRowBytes;  // what the check sum is of, without a
 constexpr size_t kMost = kPlain + PartId::kDeepest * kIndexBytes;          // the same with one
 constexpr size_t kLongest = kPrefix.size() + (kMost + kSumBytes) / 3 * 4;  // characters
 constexpr char kPartKind = 4;                                              // behind those of IdKind
+constexpr char kOccurrenceKind = 5;
 
 std::uint32_t CheckSum(std::string_view bytes) {
   std::uint32_t sum = 2166136261u;  // FNV-1a
@@ -102,6 +103,20 @@ std::optional<PartId> ReadPartId(std::string_view text) {
     part.path.push_back(static_cast<size_t>(NumberOf(rest.substr(0, kIndexBytes))));
   }
   return part;
+}
+
+std::string MakeOccurrenceId(const OccurrenceId& occurrence) {
+  std::string bytes(1, kOccurrenceKind);
+  Append(static_cast<std::uint64_t>(occurrence.item), kRowBytes, bytes);
+  Append(static_cast<std::uint64_t>(occurrence.number), kIndexBytes, bytes);
+  return Encode(std::move(bytes));
+}
+
+std::optional<OccurrenceId> ReadOccurrenceId(std::string_view text) {
+  const std::string bytes = Decode(text);
+  if (bytes.size() != kPlain + kIndexBytes || bytes[0] != kOccurrenceKind) return std::nullopt;
+  const std::string_view rest = std::string_view(bytes).substr(1);
+  return OccurrenceId{NumberOf(rest.substr(0, kRowBytes)), NumberOf(rest.substr(kRowBytes))};
 }
 
 std::string MakeChangeKey(IdKind kind, std::int64_t version) {

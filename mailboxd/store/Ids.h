@@ -32,6 +32,15 @@ struct PartId {
 std::string MakePartId(const PartId& part);
 std::optional<PartId> ReadPartId(std::string_view text);
 
+// An occurrence of a series, which is stored with the item that is the series.
+struct OccurrenceId {
+  std::int64_t item = 0;    // its row
+  std::int64_t number = 0;  // from 1
+};
+// Opaque as other ids, and no id of a row.
+std::string MakeOccurrenceId(const OccurrenceId& occurrence);
+std::optional<OccurrenceId> ReadOccurrenceId(std::string_view text);
+
 // Changes with each change of the row.
 std::string MakeChangeKey(IdKind kind, std::int64_t version);
 // The version; nothing for a text that is no change key of that kind.

@@ -35,6 +35,7 @@ constexpr std::array<DayName, 10> kDayNames = {{{"Sunday", 1},
                                                 {"Weekday", kEveryDay & ~kWeekend},
                                                 {"WeekendDay", kWeekend}}};
 constexpr std::array<std::string_view, 5> kPlaces = {"First", "Second", "Third", "Fourth", "Last"};
+static_assert(kPlaces[platform::SeriesDays::kLast] == "Last");
 constexpr std::array<std::string_view, 12> kMonths = {
     "January", "February", "March",     "April",   "May",      "June",
     "July",    "August",   "September", "October", "November", "December"};
@@ -83,11 +84,6 @@ std::int64_t AheadOf(std::string_view date) {
   return utc && local ? *utc - *local : 0;
 }
 
-chrono::year_month MonthOf(chrono::sys_days day) {
-  const chrono::year_month_day date(day);
-  return date.year() / date.month();
-}
-
 }  // namespace
 
 std::optional<Series> Series::Of(const ItemInfo& item) {
@@ -100,13 +96,14 @@ std::optional<Series> Series::Of(const ItemInfo& item) {
   series.m_clock = platform::ZoneClock::OfWindows(zone.Root().attribute("Id").value())
                        .value_or(platform::ZoneClock(AheadOf(TextOf(range, "t:StartDate"))));
   const chrono::sys_seconds wall{chrono::seconds(series.m_clock.ToWall(*start))};
-  series.m_first = chrono::floor<chrono::days>(wall);
-  series.m_hour = wall - series.m_first;
+  series.m_days.objFirst = chrono::floor<chrono::days>(wall);
+  series.m_hour = wall - series.m_days.objFirst;
   if (!series.ReadRange(range)) return std::nullopt;
   return series;
 }
 
 bool Series::ReadPattern(pugi::xml_node pattern) {
+  using Unit = platform::SeriesDays::Unit;
   struct Row {
     std::string_view element;
     Unit unit;
@@ -121,96 +118,56 @@ bool Series::ReadPattern(pugi::xml_node pattern) {
        {"t:RelativeYearlyRecurrence", Unit::kMonth, 12}}};
   const auto row = std::ranges::find(kPatterns, std::string_view(pattern.name()), &Row::element);
   if (row == kPatterns.end()) return false;
-  m_unit = row->unit;
-  m_interval = row->months > 0 ? row->months : NumberOf(pattern, "t:Interval");
-  m_weekdays = WeekdaysIn(TextOf(pattern, "t:DaysOfWeek"));
-  m_dayOfMonth =
+  m_days.eUnit = row->unit;
+  m_days.nInterval = row->months > 0 ? row->months : NumberOf(pattern, "t:Interval");
+  m_days.nWeekdays = WeekdaysIn(TextOf(pattern, "t:DaysOfWeek"));
+  m_days.nDayOfMonth =
       static_cast<unsigned>(std::min<std::int64_t>(NumberOf(pattern, "t:DayOfMonth"), 31));
-  m_place = IndexIn(kPlaces, TextOf(pattern, "t:DayOfWeekIndex")).value_or(0);
+  m_days.nPlace = IndexIn(kPlaces, TextOf(pattern, "t:DayOfWeekIndex")).value_or(0);
   if (const unsigned first = WeekdaysIn(TextOf(pattern, "t:FirstDayOfWeek")); first != 0) {
-    m_firstOfWeek = chrono::weekday(static_cast<unsigned>(std::countr_zero(first)));
+    m_days.objFirstOfWeek = chrono::weekday(static_cast<unsigned>(std::countr_zero(first)));
   }
   if (const auto month = IndexIn(kMonths, TextOf(pattern, "t:Month"))) {
-    m_month = chrono::month(static_cast<unsigned>(*month) + 1);
+    m_days.objMonth = chrono::month(static_cast<unsigned>(*month) + 1);
   }
-  const bool needsWeekdays = m_unit == Unit::kWeek || (m_unit == Unit::kMonth && m_dayOfMonth == 0);
-  return m_interval > 0 && (!needsWeekdays || m_weekdays != 0) && (row->months == 0 || m_month);
+  const bool needsWeekdays =
+      m_days.eUnit == Unit::kWeek || (m_days.eUnit == Unit::kMonth && m_days.nDayOfMonth == 0);
+  return m_days.nInterval > 0 && (!needsWeekdays || m_days.nWeekdays != 0) &&
+         (row->months == 0 || m_days.objMonth);
 }
 
 bool Series::ReadRange(pugi::xml_node range) {
-  m_first = ReadDay(TextOf(range, "t:StartDate")).value_or(m_first);
+  m_days.objFirst = ReadDay(TextOf(range, "t:StartDate")).value_or(m_days.objFirst);
   const std::string_view kind = range.name();
   if (kind == "t:EndDateRecurrence") m_last = ReadDay(TextOf(range, "t:EndDate"));
   if (kind == "t:NumberedRecurrence") m_occurrences = NumberOf(range, "t:NumberOfOccurrences");
   return m_last || m_occurrences || kind == "t:NoEndRecurrence";
 }
 
-std::vector<std::int64_t> Series::StartsBetween(std::int64_t from, std::int64_t to) const {
+std::int64_t Series::StartOn(Day day) const {
+  return m_clock.ToUtc((day + m_hour).time_since_epoch().count());
+}
+
+std::vector<Series::Occurrence> Series::Between(std::int64_t from, std::int64_t to) const {
   const auto dayOf = [&](std::int64_t utc) {
     return chrono::floor<chrono::days>(chrono::sys_seconds(chrono::seconds(m_clock.ToWall(utc))));
   };
-  std::vector<std::int64_t> starts;
+  std::vector<Occurrence> found;
   const Day end = std::min(dayOf(to), m_last.value_or(Day::max()));
-  for (Day day = std::max(dayOf(from), m_first); day <= end; day += chrono::days(1)) {
-    const auto number = NumberOn(day);
+  for (Day day = std::max(dayOf(from), m_days.objFirst); day <= end; day += chrono::days(1)) {
+    const auto number = m_days.NumberOn(day);
     if (!number || *number >= m_occurrences.value_or(*number + 1)) continue;
-    const std::int64_t start = m_clock.ToUtc((day + m_hour).time_since_epoch().count());
-    if (start >= from && start < to) starts.push_back(start);
+    const std::int64_t start = StartOn(day);
+    if (start >= from && start < to) found.push_back({*number + 1, start});
   }
-  return starts;
+  return found;
 }
 
-std::optional<std::int64_t> Series::NumberOn(Day day) const {
-  if (m_unit == Unit::kWeek) return NumberByWeeks(day);
-  if (m_unit == Unit::kMonth) return NumberByMonths(day);
-  const std::int64_t days = (day - m_first).count();
-  if (days % m_interval != 0) return std::nullopt;
-  return days / m_interval;
-}
-
-bool Series::Names(Day day) const {
-  return (m_weekdays >> chrono::weekday(day).c_encoding() & 1) != 0;
-}
-
-Series::Day Series::WeekOf(Day day) const { return day - (chrono::weekday(day) - m_firstOfWeek); }
-
-std::int64_t Series::NamedBefore(Day day) const {
-  std::int64_t count = 0;
-  for (Day before = WeekOf(day); before < day; before += chrono::days(1)) count += Names(before);
-  return count;
-}
-
-std::optional<std::int64_t> Series::NumberByWeeks(Day day) const {
-  const std::int64_t weeks =
-      chrono::duration_cast<chrono::weeks>(WeekOf(day) - WeekOf(m_first)).count();
-  if (weeks % m_interval != 0 || !Names(day)) return std::nullopt;
-  return weeks / m_interval * std::popcount(m_weekdays) + NamedBefore(day) - NamedBefore(m_first);
-}
-
-// In a month that is too short for it, a day of the month is the last.
-Series::Day Series::DayIn(Month month) const {
-  const Day last = month / chrono::last;
-  const Day first = month / chrono::day(1);
-  if (m_dayOfMonth > 0) return std::min(first + chrono::days(m_dayOfMonth - 1), last);
-  if (kPlaces[m_place] == "Last") {
-    Day day = last;
-    while (!Names(day)) day -= chrono::days(1);
-    return day;
-  }
-  Day day = first;
-  for (size_t left = m_place;; day += chrono::days(1)) {
-    if (Names(day) && left-- == 0) return day;
-  }
-}
-
-std::optional<std::int64_t> Series::NumberByMonths(Day day) const {
-  Month first = MonthOf(m_first);
-  if (m_month && *m_month < first.month()) first += chrono::years(1);
-  if (m_month) first = first.year() / *m_month;
-  const std::int64_t months = (MonthOf(day) - first).count();
-  if (months < 0 || months % m_interval != 0 || day != DayIn(MonthOf(day))) return std::nullopt;
-  const bool isFirstOver = DayIn(first) < m_first;
-  return months / m_interval - (isFirstOver ? 1 : 0);
+std::optional<std::int64_t> Series::StartOf(std::int64_t number) const {
+  if (number > m_occurrences.value_or(number)) return std::nullopt;
+  const auto day = m_days.DayOf(number - 1);
+  if (!day || *day > m_last.value_or(*day)) return std::nullopt;
+  return StartOn(*day);
 }
 
 }  // namespace mailbox

@@ -67,6 +67,13 @@ struct ItemField {
   std::string xml;   // the element whole, its names with the prefix t
 };
 
+// Which occurrence of a series an item is that stands for one alone; it has the row of its series.
+struct OccurrenceInfo {
+  std::int64_t number = 0;    // from 1; 0 for an item that is whole
+  std::string originalStart;  // as the series has it
+  bool isChanged = false;     // it has something of its own
+};
+
 struct ItemInfo {
   std::int64_t id = 0;
   std::int64_t folder = 0;
@@ -101,6 +108,7 @@ struct ItemInfo {
   std::vector<Address> to, cc, bcc, replyTo;
   std::vector<ExtendedProperty> properties;
   std::vector<ItemField> fields;
+  OccurrenceInfo occurrence;
 };
 
 struct NewAttachment {

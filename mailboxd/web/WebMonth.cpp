@@ -11,7 +11,7 @@
 #include "base/WholeNumber.h"
 #include "mailboxd/store/DateTime.h"
 #include "mailboxd/store/ItemFields.h"
-#include "mailboxd/store/Series.h"
+#include "mailboxd/store/Occurrences.h"
 #include "mailboxd/web/WebHtml.h"
 #include "mailboxd/web/WebItem.h"
 
@@ -72,15 +72,23 @@ struct Events {
 
 void AddSeries(std::vector<ItemInfo> series, std::int64_t from, std::int64_t to, Events& events) {
   for (ItemInfo& item : series) {
-    const auto repeats = Series::Of(item);
+    const auto repeats = Occurrences::Of(item);
     const auto once = ReadSeconds(item.starts);  // what is shown of one that is not understood
-    std::vector<std::int64_t> starts;
-    if (repeats) starts = repeats->StartsBetween(from, to);
-    if (!repeats && once && *once >= from) starts = {*once};
-    if (starts.empty()) continue;
-    for (const std::int64_t start : starts) {
-      events.events.push_back({FormatDateTime(start), events.items.size()});
+    std::vector<Occurrences::Place> places;
+    if (repeats) places = repeats->Between(from, to);
+    if (!repeats && once && *once >= from) places.push_back({0, *once, false});
+    std::vector<std::string> starts;  // of those that are as the series says
+    for (const Occurrences::Place& place : places) {
+      if (!place.isChanged) {
+        starts.push_back(FormatDateTime(place.start));
+      } else if (auto changed = repeats->At(place.number)) {
+        events.events.push_back({FormatDateTime(place.start), events.items.size()});
+        events.items.push_back(std::move(*changed));
+      }
     }
+    if (starts.empty()) continue;
+    for (std::string& start : starts)
+      events.events.push_back({std::move(start), events.items.size()});
     events.items.push_back(std::move(item));
   }
 }
@@ -137,7 +145,10 @@ std::string EventLine(const ItemInfo& item, const std::string& starts) {
       isWhole ? "" : "<span class=\"soft\">" + Text(starts.substr(11, 5)) + "</span> ";
   return "<li>" + time +
          Link("/item/" + std::to_string(item.id), TextOr(item.subject, "(no subject)")) +
-         (item.isSeries ? " <span class=\"soft\">· series</span>" : "") + "</li>";
+         (item.isSeries               ? " <span class=\"soft\">· series</span>"
+          : item.occurrence.isChanged ? " <span class=\"soft\">· of a series</span>"
+                                      : "") +
+         "</li>";
 }
 
 using Days = std::map<std::string, std::vector<const Event*>>;

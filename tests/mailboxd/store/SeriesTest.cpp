@@ -67,10 +67,11 @@ std::vector<std::string> In(const std::string& from, const std::string& to,
   const auto series = Series::Of(item);
   if (!series) return {"no series"};
   std::vector<std::string> texts;
-  for (const std::int64_t start :
-       series->StartsBetween(*mailbox::ReadSeconds(from + "-01T00:00:00Z"),
-                             *mailbox::ReadSeconds(to + "-01T00:00:00Z"))) {
-    const std::string text = mailbox::FormatDateTime(start);
+  for (const Series::Occurrence& one :
+       series->Between(*mailbox::ReadSeconds(from + "-01T00:00:00Z"),
+                       *mailbox::ReadSeconds(to + "-01T00:00:00Z"))) {
+    EXPECT_EQ(series->StartOf(one.number), one.start);
+    const std::string text = mailbox::FormatDateTime(one.start);
     texts.push_back(text.substr(5, 5) + " " + text.substr(11, 5));
   }
   return texts;
