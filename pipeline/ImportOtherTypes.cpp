@@ -8,6 +8,7 @@
 #include "ews/Task.h"
 #include "pipeline/ItemRun.h"
 #include "target/CTarnyOutlookHandler.h"
+#include "target/StoreError.h"
 
 // Appointments, tasks, contacts and lists on their way into the target folder. What is done where a
 // save fails differs from type to type:
@@ -27,8 +28,9 @@ using ews::WellKnownFolderName;
 constexpr int kTaskFolderType = 7;
 constexpr int kContactFolderType = 14;
 
-// Whether a second save could bring the item twice.
-bool MayBeSaved(const std::exception& objError) {
+// Whether a second save could bring the item twice, or is of no use.
+bool IsFinal(const std::exception& objError) {
+  if (dynamic_cast<const StoreError*>(&objError)) return true;
   const auto* pError = dynamic_cast<const ews::ServiceException*>(&objError);
   return ews::Settings().bSafe && pError && pError->Cause().bMayBeCarriedOut;
 }
@@ -108,12 +110,12 @@ int CTarnyOutlookHandler::SaveAppointment(ItemRun& objRun, ews::Appointment& obj
   }
   try {
     m_objLogManager.WriteLog(u" TYPE_CALENDER Save( in ");
-    objItem.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objItem);
     m_objLogManager.WriteLog(u" Save( TYPE_CALENDER out ");
     EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
   } catch (const std::exception& objError) {
-    if (MayBeSaved(objError)) return Fail(objRun, u"  catch(Exception^ ex) ", objError);
+    if (IsFinal(objError)) return Fail(objRun, u"  catch(Exception^ ex) ", objError);
   }
   return SaveAppointmentAgain(objRun, objItem);
 }
@@ -121,7 +123,7 @@ int CTarnyOutlookHandler::SaveAppointment(ItemRun& objRun, ews::Appointment& obj
 int CTarnyOutlookHandler::SaveAppointmentAgain(ItemRun& objRun, ews::Appointment& objItem) {
   try {
     m_objLogManager.WriteLog(u"catch  try TYPE_CALENDER Save( in ");
-    objItem.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objItem);
     m_objLogManager.WriteLog(u"catch  try TYPE_CALENDER Save( out ");
     EnterLedgerRow(objRun.strMessageKey);
   } catch (const std::exception& objError) {
@@ -156,12 +158,12 @@ int CTarnyOutlookHandler::SaveTask(ItemRun& objRun, ews::Task& objTask) {
   if (!MakeReady(objTask, objRun)) return kFailure;
   try {
     m_objLogManager.WriteLog(u" task Save in   ");
-    objTask.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objTask);
     m_objLogManager.WriteLog(u" task Save out   ");
     EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
   } catch (const std::exception& objError) {
-    if (MayBeSaved(objError)) return Fail(objRun, u" catch OUT   ", objError);
+    if (IsFinal(objError)) return Fail(objRun, u" catch OUT   ", objError);
   }
   return SaveTaskElsewhere(objRun, objTask);
 }
@@ -180,7 +182,7 @@ int CTarnyOutlookHandler::SaveTaskElsewhere(ItemRun& objRun, ews::Task& objTask)
   }
   try {
     m_objLogManager.WriteLog(u" catch task Save in   ");
-    objTask.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objTask);
     m_objLogManager.WriteLog(u" catch task Save out   ");
     EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
@@ -198,11 +200,11 @@ int CTarnyOutlookHandler::ImportContact(ItemRun& objRun) {
     if (nFilled != kSuccess) return kSuccess;
     if (!MakeReady(objContact, objRun)) return kFailure;
     m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");
-    objContact.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objContact);
     m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");  // kept: the same text again
     return kSuccess;
   } catch (const std::exception& objError) {
-    if (MayBeSaved(objError)) return Fail(objRun, u" TYPE_CONTACT IN SAVE CATCH ", objError);
+    if (IsFinal(objError)) return Fail(objRun, u" TYPE_CONTACT IN SAVE CATCH ", objError);
   }
   return SaveContactElsewhere(objRun, objContact);
 }
@@ -213,7 +215,7 @@ int CTarnyOutlookHandler::SaveContactElsewhere(ItemRun& objRun, ews::Contact& ob
     const CString strFolder = ContactFallback(objRun.objInfo.strContactFolder);
     if (!GoToFolder(strFolder, kContactFolderType, WellKnownFolderName::Contacts)) return kSuccess;
     m_objLogManager.WriteLog(u"Catch TYPE_CONTACT IN SAVE  ");
-    objContact.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objContact);
     m_objLogManager.WriteLog(u"Catch TYPE_CONTACT SAVE OUT ");
     return kSuccess;
   } catch (const std::exception& objError) {
@@ -227,12 +229,14 @@ int CTarnyOutlookHandler::ImportList(ItemRun& objRun) {
     if (SaveDistListItem(objGroup, &objRun.objInfo) != kSuccess) return kSuccess;
     if (!MakeReady(objGroup, objRun)) return kFailure;
     m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");
-    objGroup.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objGroup);
     m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");
     return kSuccess;
   } catch (const ews::ServiceException& objError) {
     if (ews::Settings().bSafe) return Fail(objRun, u"The list could not be saved", objError);
     return kSuccess;
+  } catch (const StoreError& objError) {
+    return Fail(objRun, u"The list could not be saved", objError);
   } catch (...) {
     return kFailure;
   }
