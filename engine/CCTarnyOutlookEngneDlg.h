@@ -26,6 +26,11 @@ class CCTarnyOutlookEngneDlg : public platform::EndpointServer::Handler {  // si
   void DoModal(const CString& strTitle);
   // A line in the trace.
   void Log(const CString& strText) { m_objHandler.m_objLogManager.WriteLog(strText); }
+  // As the handler's, for dialogs.
+  int GetAllProfilesPath(CString strProfileName, CStringArray& strArrStore,
+                         CStringArray& strArrFilePath) {
+    return m_objHandler.GetAllProfilesPath(strProfileName, strArrStore, strArrFilePath);
+  }
 
   // ---- Endpoint ----
 

@@ -17,6 +17,7 @@ class Attachment {
       : m_strName(std::move(strName)), m_strPath(std::move(strPath)) {}
 
   const CString& Name() const { return m_strName; }
+  const CString& Path() const { return m_strPath; }
   const CString& ContentId() const { return m_strContentId; }
   void SetContentId(CString str) { m_strContentId = std::move(str); }
   const CString& ContentType() const { return m_strContentType; }

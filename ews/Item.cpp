@@ -183,8 +183,23 @@ void Item::WriteUpdateItem(SoapWriter& objWriter,
   objWriter.End();
 }
 
-void Item::WriteFields(ItemFields& objFields) const {
-  objFields.Field(kMimeContent, m_objMimeContent.IsSet(), [&](SoapWriter& objWriter) {
+std::string Item::FieldsAsXml() const {
+  SoapWriter objWriter(ExchangeVersion::Exchange2013_SP1, nullptr);
+  objWriter.Start(kTypes, ElementName());
+  ItemFields objFields(objWriter);
+  WriteFields(objFields, Content::kWithout);
+  objWriter.End();
+  RequestBody objBody = objWriter.Finish();
+  std::string strXml(objBody.Length(), '\0');
+  strXml.resize(objBody.Read(strXml));
+  constexpr std::string_view kBodyTag = "<soap:Body>";
+  const size_t nStart = strXml.find(kBodyTag) + kBodyTag.size();
+  return strXml.substr(nStart, strXml.rfind("</soap:Body>") - nStart);
+}
+
+void Item::WriteFields(ItemFields& objFields, Content eContent) const {
+  const bool bContent = eContent == Content::kWith;
+  objFields.Field(kMimeContent, bContent && m_objMimeContent.IsSet(), [&](SoapWriter& objWriter) {
     objWriter.Attribute("CharacterSet", m_objMimeContent.CharacterSet());
     objWriter.Base64(m_objMimeContent.Content(), m_objMimeContent.Length());
   });
@@ -194,7 +209,7 @@ void Item::WriteFields(ItemFields& objFields) const {
     objWriter.Attribute("BodyType", WireName(m_objBody->BodyType()));
     objWriter.Text(m_objBody->Text());
   });
-  objFields.Field(kAttachments, m_objAttachments.HasNew(),
+  objFields.Field(kAttachments, bContent && m_objAttachments.HasNew(),
                   [&](SoapWriter& objWriter) { m_objAttachments.WriteNewTo(objWriter); });
   objFields.Field(kCategories, !Categories().empty(), [&](SoapWriter& objWriter) {
     for (const CString& str : Categories()) objWriter.Element(kTypes, "String", str);

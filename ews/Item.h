@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -63,6 +64,7 @@ class Item {
     return m_objProperties.Text(objDefinition);
   }
   const ItemId& Id() const { return m_objId; }
+  virtual std::string_view ElementName() const = 0;  // in a request: "Message", …
 
   // Stores the item in the folder, attachments included, without sending anything to anyone, and
   // fills Id and the attachments' ids. Throws ServiceException: the server's text when it refuses;
@@ -73,6 +75,13 @@ class Item {
   // otherwise the item can be saved again.
   bool Delete();
   static bool Delete(ExchangeService& objService, const CString& strId);
+
+  // For what keeps items and is no server: the element of a request that makes the item, UTF-8,
+  // names with the prefix t, without MIME content and attachments. Throws ServiceException for a
+  // value that XML cannot hold.
+  std::string FieldsAsXml() const;
+  // The Windows name of the zone that its dates and series are kept in; "" where it has none such.
+  std::string ZoneOfFields() const { return LocalFields().empty() ? std::string() : ZoneName(); }
 
  protected:
   explicit Item(std::shared_ptr<ExchangeService> pService) : m_pService(std::move(pService)) {}
@@ -95,7 +104,6 @@ class Item {
   virtual void WriteCreateAttributes(SoapWriter& objWriter) const;
 
  private:
-  virtual std::string_view ElementName() const = 0;
   // The fields of the item's own class, which stand after those of all items.
   virtual void WriteOwnFields(ItemFields& objFields) const = 0;
   // The URIs of fields that the server reads in a time zone, in which it also counts a series.
@@ -104,7 +112,8 @@ class Item {
   virtual std::string OwnZone() const { return {}; }
 
   std::string ZoneName() const;
-  void WriteFields(ItemFields& objFields) const;
+  enum class Content { kWith, kWithout };  // MIME content and attachments
+  void WriteFields(ItemFields& objFields, Content eContent = Content::kWith) const;
   void WriteCreateItem(SoapWriter& objWriter, const FolderId& objFolder) const;
   void WriteUpdateItem(SoapWriter& objWriter,
                        const std::function<void(SoapWriter&)>& fnAttributes) const;

@@ -23,6 +23,8 @@ struct ServiceSettings {
   bool bVerifyCertificates = false;
   CString strCaFile;  // PEM; empty means the system's certificates
   std::vector<CString> arrTrustHosts;
+  // The file of the local store that items go into in place of a server's mailbox; empty for none.
+  CString strStore;
   // The way to every host but this machine, http or https without a user name; empty for none.
   CString strProxy;
   // The mailbox server's address was tried and is right: who knows nothing of mailboxes there

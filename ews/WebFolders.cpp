@@ -1,5 +1,6 @@
 #include "ews/CWebAccessHandler.h"
 #include "ews/FolderNameTable.h"
+#include "ews/FolderPath.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
 
@@ -56,26 +57,14 @@ std::unique_ptr<ews::Folder> NewFolder(const std::shared_ptr<ews::ExchangeServic
 }  // namespace
 
 int CWebAccessHandler::getTotCountSlash(const CString& foldername) const {
-  int nCount = 0;
-  for (int nAt = foldername.Find(u'\\'); nAt > 0; nAt = foldername.Find(u'\\', nAt + 1)) ++nCount;
-  return nCount;
+  return ::getTotCountSlash(foldername);
 }
 
 CString CWebAccessHandler::GetNameBySlash(const CString& foldername, int i) const {
-  int nStart = 0;
-  for (int nSkipped = 0; nSkipped < i; ++nSkipped) {
-    const int nAt = foldername.Find(u'\\', nStart);
-    if (nAt < 0) return {};
-    nStart = nAt + 1;
-  }
-  // The first level's closing backslash is looked for behind its first character.
-  const int nEnd = foldername.Find(u'\\', i == 0 ? 1 : nStart);
-  return nEnd < 0 ? CString() : foldername.Mid(nStart, nEnd - nStart);
+  return ::GetNameBySlash(foldername, i);
 }
 
-CString CWebAccessHandler::UpdateName(const CString& sItem) const {
-  return CString(TargetFolderName(sItem));
-}
+CString CWebAccessHandler::UpdateName(const CString& sItem) const { return ::UpdateName(sItem); }
 
 CString CWebAccessHandler::GetFolderType(const CString& sItem) const {
   if (!m_strCalendarName.IsEmpty() && sItem == m_strCalendarName) return kClassAppointment;

@@ -66,7 +66,7 @@ int CTarnyOutlookHandler::Fail(ItemRun& objRun, const char16_t* pszLogText,
 }
 
 int CTarnyOutlookHandler::ImportMail(ItemRun& objRun) {
-  m_objWebAccess.Service().SetTimeout(kFirstTimeout);
+  SetServiceTimeout(kFirstTimeout);
   m_objLogManager.WriteLog(u"ImportItem_3");
   ews::EmailMessage objMail(m_objWebAccess.m_pService);
   int nFilled = kFailure;
@@ -90,7 +90,7 @@ int CTarnyOutlookHandler::SaveMail(ItemRun& objRun, ews::EmailMessage& objMail) 
   CString strMessage;
   try {
     m_objLogManager.WriteLog(u"Email Save in ");
-    objMail.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objMail);
     m_objLogManager.WriteLog(u" Email Save out ");
     EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
@@ -136,8 +136,8 @@ bool CTarnyOutlookHandler::SaveReduced(ItemRun& objRun) {
   }
   try {
     m_objLogManager.WriteLog(u"Catch Email Save in ");
-    m_objWebAccess.Service().SetTimeout(kRetryTimeout);
-    objMail.Save(m_objWebAccess.m_fldCurrent);
+    SetServiceTimeout(kRetryTimeout);
+    SaveItem(objMail);
     std::this_thread::sleep_for(kPauseAfterRetry);
     m_objLogManager.WriteLog(u"Catch Email Save out ");
     EnterLedgerRow(objRun.strMessageKey);
@@ -175,7 +175,7 @@ int CTarnyOutlookHandler::ImportMailToNewFolder(ItemRun& objRun) {
     (void)ews::EmailMessage::Bind(m_objWebAccess.m_pService, objMail.Id(),
                                   ews::PropertySet::FirstClassProperties);
     m_objLogManager.WriteLog(u"else Email Save In ");
-    m_objWebAccess.Service().SetTimeout(kRetryTimeout);
+    SetServiceTimeout(kRetryTimeout);
     objMail.Save(m_objWebAccess.m_fldNewFolder);
     m_objLogManager.WriteLog(u" else Email Save out ");
     EnterLedgerRow(objRun.strMessageKey);

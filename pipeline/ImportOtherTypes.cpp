@@ -10,6 +10,7 @@
 #include "pipeline/ItemRun.h"
 #include "pipeline/SeriesSaving.h"
 #include "target/CTarnyOutlookHandler.h"
+#include "target/StoreError.h"
 
 // Appointments, tasks, contacts and lists on their way into the target folder. What is done where a
 // save fails differs from type to type:
@@ -64,8 +65,10 @@ constexpr SecondPlace kContactPlace{
     u" TYPE_CONTACT IN SAVE CATCH ",
     /*bTellsWords=*/false};
 
-// Whether a second save could bring the item twice, or put it elsewhere for an outage.
-bool WasNotRefused(const ews::Item& objItem, const std::exception& objError) {
+// Whether a second save could bring the item twice, put it elsewhere for an outage, or is of no
+// use.
+bool IsFinal(const ews::Item& objItem, const std::exception& objError) {
+  if (dynamic_cast<const StoreError*>(&objError)) return true;
   const auto* pError = dynamic_cast<const ews::ServiceException*>(&objError);
   const bool bOpen = pError && (pError->Cause().bMayBeCarriedOut || pError->Cause().bOutage);
   return ews::Settings().bSafe && (bOpen || objItem.Id().IsSet());
@@ -134,7 +137,7 @@ std::optional<int> CTarnyOutlookHandler::SaveOnce(ItemRun& objRun, const ews::It
     if (objTexts.bLedgerRow) EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
   } catch (const std::exception& objError) {
-    if (!WasNotRefused(objItem, objError)) return std::nullopt;
+    if (!IsFinal(objItem, objError)) return std::nullopt;
     return Fail(objRun, objTexts.pszFailed, objError);
   }
 }
@@ -155,7 +158,7 @@ int CTarnyOutlookHandler::SaveElsewhere(ItemRun& objRun, ews::Item& objItem,
   }
   try {
     m_objLogManager.WriteLog(objPlace.objSave.pszIn);
-    objItem.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objItem);
     m_objLogManager.WriteLog(objPlace.objSave.pszOut);
     if (objPlace.objSave.bLedgerRow) EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
@@ -193,6 +196,11 @@ int CTarnyOutlookHandler::SaveAppointment(ItemRun& objRun, ews::Appointment& obj
 }
 
 CString CTarnyOutlookHandler::StoreAppointment(ews::Appointment& objItem) {
+  if (HasStore()) {
+    SaveItem(objItem);
+    if (objItem.Occurrences().IsEmpty()) return {};
+    return u"The series is there, but a store takes no changes of its occurrences.";
+  }
   return SaveWithOccurrences(objItem, m_objWebAccess.m_fldCurrent, m_objWebAccess.Service());
 }
 
@@ -240,8 +248,7 @@ int CTarnyOutlookHandler::ImportTask(ItemRun& objRun) {
 
 int CTarnyOutlookHandler::SaveTask(ItemRun& objRun, ews::Task& objTask) {
   if (!MakeReady(objTask, objRun)) return kFailure;
-  const auto nSaved =
-      SaveOnce(objRun, objTask, kFirstTaskSave, [&] { objTask.Save(m_objWebAccess.m_fldCurrent); });
+  const auto nSaved = SaveOnce(objRun, objTask, kFirstTaskSave, [&] { SaveItem(objTask); });
   return nSaved ? *nSaved : SaveElsewhere(objRun, objTask, kTaskPlace, u"Task\\");
 }
 
@@ -260,8 +267,8 @@ int CTarnyOutlookHandler::ImportContact(ItemRun& objRun) {
     return Elsewhere();
   }
   if (!MakeReady(objContact, objRun)) return kFailure;
-  const auto nSaved = SaveOnce(objRun, objContact, kFirstContactSave,
-                               [&] { objContact.Save(m_objWebAccess.m_fldCurrent); });
+  const auto nSaved =
+      SaveOnce(objRun, objContact, kFirstContactSave, [&] { SaveItem(objContact); });
   return nSaved ? *nSaved : Elsewhere();
 }
 
@@ -271,12 +278,14 @@ int CTarnyOutlookHandler::ImportList(ItemRun& objRun) {
     if (SaveDistListItem(objGroup, &objRun.objInfo) != kSuccess) return kSuccess;
     if (!MakeReady(objGroup, objRun)) return kFailure;
     m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");
-    objGroup.Save(m_objWebAccess.m_fldCurrent);
+    SaveItem(objGroup);
     m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");
     return kSuccess;
   } catch (const ews::ServiceException& objError) {
     if (ews::Settings().bSafe) return Fail(objRun, u"The list could not be saved", objError);
     return kSuccess;
+  } catch (const StoreError& objError) {
+    return Fail(objRun, u"The list could not be saved", objError);
   } catch (...) {
     return kFailure;
   }

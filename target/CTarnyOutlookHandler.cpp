@@ -15,7 +15,16 @@ void CTarnyOutlookHandler::CloseSqlliteInstance() {
 }
 
 void CTarnyOutlookHandler::ClearPrevisInstance() {
-  // No command opens a local store, so there is none to save and release.
+  // A store that cannot be saved is not released.
+  if (!m_objRdoPstStore.IsEmpty() && Succeeds([&] { m_objRdoPstStore.Save(); })) {
+    m_objRdoPstStore.Release();
+  }
+  m_objRdoStores.Release();
+  m_objRdoProfiles.Release();
+  Guarded(nullptr, [&] {
+    if (m_objRdoSession.GetLoggedOn()) m_objRdoSession.Logoff();
+  });
+  m_objRdoSession.Release();
 }
 
 bool CTarnyOutlookHandler::LogonUserAndServer(CString strLoginId, CString strLoginPassword,

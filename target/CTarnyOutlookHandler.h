@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "ews/CWebAccessHandler.h"
@@ -53,6 +54,18 @@ class CTarnyOutlookHandler {
   bool m_bAllowDuplicates = true;  // reads the wrong way round: true turns the check ON
   std::int32_t m_bIncludeSplChar = 0;
 
+  // The local store, where one is the target (target/RdoWrappers.h).
+  bool m_bChangeView = false;  // a new calendar folder is one of mail; never set
+  IRDOSession m_objRdoSession;
+  IRDOProfiles m_objRdoProfiles;
+  iRDOStores m_objRdoStores;
+  IRDOPstStore m_objRdoPstStore;
+  IRDOFolder m_objCurrFolder;
+  IRDOFolder m_objParentFolder;   // only ever cleared
+  std::int32_t m_bStop = 0;       // not 0: whatever concerns stores gives up; never set
+  CString m_strFolderType;        // never set
+  std::int32_t m_hParentWnd = 0;  // of the session's logon
+
   // ---- Lifecycle and accessors (target/CTarnyOutlookHandler.cpp) ----
 
   void CloseSqlliteInstance();  // sic; for good, harmless the second time
@@ -84,6 +97,47 @@ class CTarnyOutlookHandler {
   int CreateNewFolderInStore(CString strFolder, int nType, const ews::FolderId& olF2,
                              bool bChangeViewOfCalender);
   void SetFolderStore(CString strFolder, CString strGroup);
+
+  // ---- Store files (target/PstFiles.cpp). None of these four throws. ----
+
+  // Makes a new store and attaches it as m_objRdoPstStore; another name is taken where the file
+  // exists. The path must have ".PST" in it, in any case, or the search for a name never ends.
+  int CreatePstFile(CString strPstPath);
+  bool CreatePstFileWithRedemption(CString strFileName);
+  int CreatePstFileUsingOutlookAutomation(CString strPath);
+  // Attaches the store of exactly that path, in whichever profile it is. True also where none has
+  // it: m_objRdoPstStore is another one then, so compare its path. False without profiles.
+  bool OpenPstFile(CString strFileName);
+
+  // ---- Folders of the store (target/StoreFolders.cpp) ----
+
+  // A list stands for the children of a folder; an empty one for a failure.
+  bool CheckIfFolderExist(CString strName, IRDOFolders olF2Temp);
+  // Both make the folder m_objCurrFolder; where there is none of that name, that is cleared.
+  IRDOFolders GetFolderHandle(CString strName, IRDOFolders olF2Temp);
+  IRDOFolders MakeFolder(CString strName, IRDOFolders olF2Temp, CString ver);
+  CString GetFolderType(CString sItem);
+  // Finds or makes each level of a path (ews/FolderPath.h) below the list. A level that fails ends
+  // the walk.
+  IRDOFolders CreateFolder(CString foldername, IRDOFolders olF2, int nType);
+
+  // ---- Profiles and their stores (target/Profiles.cpp) ----
+
+  // 1 if there can be a session at all; p_strArr stays as it is.
+  int GetAllExchangeProfiles(CStringArray* p_strArr);
+  // Adds names and paths of a profile's stores, index by index.
+  int GetAllProfilesPath(CString strProfileName, CStringArray& strArrStore,
+                         CStringArray& strArrFilePath);
+  // Makes the first store of that name m_objRdoPstStore; the path is not used.
+  int SetEnvironmentForExchange(CString strProfileName, CString strStoreName, CString strFilePath);
+
+  // ---- The store as the target (target/StoreItems.cpp) ----
+
+  bool HasStore() const { return !m_objRdoPstStore.IsEmpty(); }
+  // Attaches the store of that path, made where there is none. Does not throw.
+  bool LogonToStore(CString strPath);
+  // Makes the folder of that path the current one; what goes wrong is told by the next item.
+  void GoToStoreFolder(CString strFolder, int nType);
 
   // ---- Import driver (pipeline/ImportDriver.cpp) ----
 
@@ -252,8 +306,28 @@ class CTarnyOutlookHandler {
       if (pszLogText) m_objLogManager.WriteLog(pszLogText);
     }
   }
+  // Runs one step whose failure decides how it goes on.
+  template <typename STEP>
+  [[nodiscard]] static bool Succeeds(STEP&& fnStep) {
+    try {
+      fnStep();
+      return true;
+    } catch (...) {
+      return false;
+    }
+  }
 
  private:
+  // Saves an item that its saver has filled into the target's current folder. Throws
+  // ServiceException, and StoreError for what the store says.
+  void SaveItem(ews::Item& objItem);
+  void SetServiceTimeout(int nMilliseconds);  // a store needs none
+
+  bool CreateSession();
+  bool AttachStores();
+  bool TakeStoreOfPath(const CString& strFileName);
+  std::optional<int> LogonToProfile(const CString& strProfileName);
+
   struct ItemRun;  // one ImportItem call (pipeline/ItemRun.h)
 
   int ImportByType(const CString& strFilePath, CString& strErr, const CString& strLogFilepath);

@@ -16,7 +16,15 @@ using testing::ElementsAre;
 
 std::vector<std::string> g_calls;
 
-struct Person : rdo::ContactItem {
+// What neither of the two below is asked for.
+template <typename ITEM>
+struct Plain : ITEM {
+  void Import(const CString&, std::string_view) override {}
+  void SetFields(const std::string&, const std::string&) override {}
+  std::shared_ptr<rdo::Attachments> GetAttachments() override { return nullptr; }
+};
+
+struct Person : Plain<rdo::ContactItem> {
   CString MessageClass() override { return messageClass; }
   void SetSubject(const CString&) override {}
   void Save() override {}
@@ -26,7 +34,7 @@ struct Person : rdo::ContactItem {
   std::map<ContactField, CString> texts;
 };
 
-struct List : rdo::DistListItem {
+struct List : Plain<rdo::DistListItem> {
   CString MessageClass() override {
     if (fails) throw std::runtime_error("no class");
     return messageClass;
@@ -54,6 +62,9 @@ struct Folder : rdo::Items {
     items.push_back(std::make_shared<List>());
     return items.back();
   }
+
+  void Find(const std::vector<std::string>&, const std::string&, const Take&) override {}
+  void ForEach(const Take&) override {}
 
   std::vector<std::shared_ptr<rdo::Item>> items;
   bool full = false;

@@ -1,0 +1,97 @@
+#include "target/StoreFolders.h"
+
+#include <algorithm>
+#include <array>
+
+#include "ews/FolderNameTable.h"
+#include "ews/FolderPath.h"
+#include "target/CTarnyOutlookHandler.h"
+
+// A path of the source's names becomes a folder of the local store. Every failure counts as "not
+// there", or as "could not be made": the empty list then ends the walk.
+namespace {
+
+struct TypeClass {
+  int nType;
+  std::u16string_view strClass;
+};
+constexpr std::array<TypeClass, 5> kClassesByType{{
+    {2, kClassTask},
+    {7, kClassTask},
+    {13, kClassTask},
+    {6, kClassAppointment},
+    {14, kClassContact},
+}};
+
+CString Upper(CString str) { return str.MakeUpper(); }
+
+// The first folder of that target name in any case; empty where there is none. Throws.
+IRDOFolder FindByName(const CString& strName, const IRDOFolders& objFolders) {
+  const CString strWanted = Upper(UpdateName(strName));
+  IRDOFolder objFolder = objFolders.GetFirst();
+  while (!objFolder.IsEmpty() && Upper(objFolder.GetName()) != strWanted) {
+    objFolder = objFolders.GetNext();
+  }
+  return objFolder;
+}
+
+}  // namespace
+
+CString GetFolderTypeGroupwise(const CString& strName, int nType, bool bChangeViewOfCalender) {
+  const CString strUpper = Upper(strName);
+  if (strUpper == u"CONTACTS") return kClassContact;
+  if (strUpper == u"TASKS") return kClassTask;
+  if (strUpper == u"CALENDAR") return bChangeViewOfCalender ? kClassNote : kClassAppointment;
+  const auto it = std::ranges::find(kClassesByType, nType, &TypeClass::nType);
+  return it == kClassesByType.end() ? kClassNote : it->strClass;
+}
+
+bool CTarnyOutlookHandler::CheckIfFolderExist(CString strName, IRDOFolders olF2Temp) {
+  bool bFound = false;
+  Guarded(nullptr, [&] { bFound = !FindByName(strName, olF2Temp).IsEmpty(); });
+  return bFound;
+}
+
+IRDOFolders CTarnyOutlookHandler::GetFolderHandle(CString strName, IRDOFolders olF2Temp) {
+  IRDOFolders objBelow;
+  const auto Enter = [&] {
+    m_objCurrFolder = FindByName(strName, olF2Temp);
+    objBelow = m_objCurrFolder.GetFolders();
+  };
+  if (!Succeeds(Enter) || m_objCurrFolder.IsEmpty()) {
+    m_objCurrFolder.Release();
+    m_objParentFolder.Release();
+  }
+  return objBelow;
+}
+
+IRDOFolders CTarnyOutlookHandler::MakeFolder(CString strName, IRDOFolders olF2Temp, CString ver) {
+  IRDOFolders objBelow;
+  Guarded(nullptr, [&] {
+    const IRDOFolder objFolder = olF2Temp.Add(UpdateName(strName), ver);
+    if (objFolder.IsEmpty()) return;
+    m_objCurrFolder = objFolder;
+    objBelow = m_objCurrFolder.GetFolders();
+  });
+  return objBelow;
+}
+
+CString CTarnyOutlookHandler::GetFolderType(CString sItem) {
+  if (!m_strFolderType.IsEmpty() && m_strFolderType == sItem) return kClassAppointment;
+  return kClassNote;
+}
+
+IRDOFolders CTarnyOutlookHandler::CreateFolder(CString foldername, IRDOFolders olF2, int nType) {
+  const int nLevels = getTotCountSlash(foldername);
+  for (int k = 0; k < nLevels && !olF2.IsEmpty(); ++k) {
+    const CString strName = GetNameBySlash(foldername, k);
+    if (CheckIfFolderExist(strName, olF2)) {
+      olF2 = GetFolderHandle(strName, olF2);
+    } else {
+      olF2 = MakeFolder(strName, olF2,
+                        k == nLevels - 1 ? GetFolderTypeGroupwise(strName, nType, m_bChangeView)
+                                         : GetFolderType(strName));
+    }
+  }
+  return olF2;
+}

@@ -1,0 +1,91 @@
+#include <algorithm>
+#include <array>
+#include <exception>
+
+#include "ews/Item.h"
+#include "ews/ServiceException.h"
+#include "platform/Files.h"
+#include "target/CTarnyOutlookHandler.h"
+#include "target/StoreError.h"
+
+// A local store as the target of a run: how it is attached, where in it items go, and how an item
+// that a saver has filled for a server gets there.
+namespace {
+
+struct ClassRow {
+  std::string_view strElement;
+  std::u16string_view strClass;
+};
+constexpr std::array<ClassRow, 5> kClasses{{
+    {"Message", u"IPM.Note"},
+    {"CalendarItem", u"IPM.Appointment"},
+    {"Task", u"IPM.Task"},
+    {"Contact", rdo::kContactClass},
+    {"DistributionList", rdo::kDistListClass},
+}};
+
+CString ClassOf(const ews::Item& objItem) {
+  const auto it = std::ranges::find(kClasses, objItem.ElementName(), &ClassRow::strElement);
+  return it == kClasses.end() ? kClasses.front().strClass : it->strClass;
+}
+
+void FillAndSave(const IRDOMail& objMail, ews::Item& objItem) {
+  const ews::MimeContent& objMime = objItem.GetMimeContent();
+  if (objMime.IsSet()) {
+    objMail.Import(objMime.CharacterSet(),
+                   {reinterpret_cast<const char*>(objMime.Content().get()), objMime.Length()});
+  }
+  objMail.SetFields(objItem.FieldsAsXml(), objItem.ZoneOfFields());
+  const IRDOAttachments objFiles = objMail.GetAttachments();
+  for (int n = 0; n < objItem.Attachments().Count(); ++n) {
+    const ews::Attachment& objFile = objItem.Attachments()[n];
+    objFiles.Add({objFile.Name(), objFile.Path(), objFile.ContentType(), objFile.ContentId()});
+  }
+  objMail.Save();
+}
+
+}  // namespace
+
+bool CTarnyOutlookHandler::LogonToStore(CString strPath) {
+  const auto IsAttached = [&] {
+    bool bAttached = false;
+    Guarded(nullptr, [&] {
+      bAttached = !m_objRdoPstStore.IsEmpty() && m_objRdoPstStore.GetPstPath() == strPath;
+    });
+    return bAttached;
+  };
+  if (!platform::PathExists(strPath)) return CreatePstFile(strPath) == kSuccess && IsAttached();
+  if (GetAllExchangeProfiles(nullptr) == kSuccess && OpenPstFile(strPath) && IsAttached()) {
+    return true;
+  }
+  ClearPrevisInstance();
+  return CreatePstFileWithRedemption(strPath) && IsAttached();  // of no profile yet
+}
+
+void CTarnyOutlookHandler::GoToStoreFolder(CString strFolder, int nType) {
+  m_objCurrFolder.Release();
+  IRDOFolders objBelow;
+  Guarded(u"The folder could not be made", [&] {
+    m_objCurrFolder = m_objRdoPstStore.GetRootFolder();
+    objBelow = CreateFolder(strFolder, m_objCurrFolder.GetFolders(), nType);
+  });
+  if (objBelow.IsEmpty()) m_objCurrFolder.Release();  // else the items would go into its parent
+}
+
+void CTarnyOutlookHandler::SaveItem(ews::Item& objItem) {
+  if (!HasStore()) return objItem.Save(m_objWebAccess.m_fldCurrent);
+  if (m_objCurrFolder.IsEmpty()) throw StoreError("The folder could not be made in the store.");
+  try {
+    const auto objMail = m_objCurrFolder.GetItems().Add<IRDOMail>(ClassOf(objItem));
+    if (objMail.IsEmpty()) throw StoreError("The store makes no such item.");
+    FillAndSave(objMail, objItem);
+  } catch (const ews::ServiceException&) {
+    throw;  // a value that cannot be: whoever sees the text knows what to do
+  } catch (const std::exception& objError) {
+    throw StoreError(objError.what());
+  }
+}
+
+void CTarnyOutlookHandler::SetServiceTimeout(int nMilliseconds) {
+  if (!HasStore()) m_objWebAccess.Service().SetTimeout(nMilliseconds);
+}

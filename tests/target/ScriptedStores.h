@@ -1,0 +1,235 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "target/RdoProviders.h"
+
+// Profiles, stores and folders that a test lays out, behind objects that write down each call and
+// fail where the test says so.
+namespace test_support {
+
+struct Script {
+  struct Store {
+    std::string name;
+    std::string path;
+  };
+  std::map<std::string, std::vector<Store>> profiles;  // "" has what is added
+
+  int failAt = 0;  // the number of the call that fails, from 1; 0 for none
+  int alsoFailAt = 0;
+  bool failsForGood = false;  // and all behind it
+  bool hasSession = true;
+  bool hasOutlook = true;
+  std::vector<std::string> calls;
+
+  void Call(const std::string& what) {
+    calls.push_back(what);
+    const int number = static_cast<int>(calls.size());
+    if (number == failAt || number == alsoFailAt ||
+        (failsForGood && failAt > 0 && number > failAt)) {
+      throw std::runtime_error(what + " fails");
+    }
+  }
+  // The calls since the last time, in one line.
+  std::string TakeCalls() {
+    std::string line;
+    for (const std::string& call : calls) line += (line.empty() ? "" : ", ") + call;
+    calls.clear();
+    return line;
+  }
+};
+
+struct ScriptedFolder : rdo::Folder, std::enable_shared_from_this<ScriptedFolder> {
+  struct List : rdo::Folders {
+    explicit List(std::shared_ptr<ScriptedFolder> of) : folder(std::move(of)) {}
+    int Count() override { return static_cast<int>(folder->children.size()); }
+    std::shared_ptr<rdo::Folder> GetFirst() override {
+      folder->script.Call("first");
+      next = 0;
+      return Next();
+    }
+    std::shared_ptr<rdo::Folder> GetNext() override {
+      folder->script.Call("next");
+      return Next();
+    }
+    std::shared_ptr<rdo::Folder> Add(const CString& name, const CString& folderClass) override {
+      folder->script.Call("make " + name.ToUtf8() + " " + folderClass.ToUtf8());
+      return folder->AddChild(name);
+    }
+    std::shared_ptr<rdo::Folder> Next() {
+      return next < folder->children.size() ? folder->children[next++] : nullptr;
+    }
+
+    std::shared_ptr<ScriptedFolder> folder;
+    std::size_t next = 0;
+  };
+
+  ScriptedFolder(Script& of, CString called) : script(of), name(std::move(called)) {}
+  std::shared_ptr<ScriptedFolder> AddChild(const CString& called) {
+    children.push_back(std::make_shared<ScriptedFolder>(script, called));
+    return children.back();
+  }
+  CString Name() override {
+    script.Call("name");
+    return name;
+  }
+  std::shared_ptr<rdo::Folders> GetFolders() override {
+    script.Call("folders of " + name.ToUtf8());
+    return std::make_shared<List>(shared_from_this());
+  }
+  std::shared_ptr<rdo::Items> GetItems() override { return nullptr; }
+  void Save() override {}
+  std::string Tree() const {
+    std::string tree = name.ToUtf8();
+    if (children.empty()) return tree;
+    tree += "(";
+    for (const auto& child : children) tree += (tree.back() == '(' ? "" : " ") + child->Tree();
+    return tree + ")";
+  }
+
+  Script& script;
+  CString name;
+  std::vector<std::shared_ptr<ScriptedFolder>> children;
+};
+
+struct ScriptedStore : rdo::PstStore {
+  ScriptedStore(Script& of, Script::Store& here) : script(of), store(here) {}
+  CString Name() override {
+    script.Call("store name");
+    return CString::FromUtf8(store.name);
+  }
+  void SetName(const CString& name) override {
+    script.Call("call it " + name.ToUtf8());
+    store.name = name.ToUtf8();
+  }
+  CString PstPath() override {
+    script.Call("path");
+    return CString::FromUtf8(store.path);
+  }
+  std::shared_ptr<rdo::Folder> RootFolder() override { return nullptr; }
+  void Save() override { script.Call("save"); }
+
+  Script& script;
+  Script::Store& store;
+};
+
+struct ScriptedStores : rdo::Stores {
+  ScriptedStores(Script& of, std::vector<Script::Store>& in) : script(of), stores(in) {}
+  int Count() override {
+    script.Call("count stores");
+    return static_cast<int>(stores.size());
+  }
+  std::shared_ptr<rdo::PstStore> At(int index) override {
+    script.Call("store " + std::to_string(index));
+    return std::make_shared<ScriptedStore>(script, stores.at(static_cast<std::size_t>(index) - 1));
+  }
+  std::shared_ptr<rdo::PstStore> AddPSTStore(const CString& path, int format,
+                                             const CString& name) override {
+    script.Call("add " + path.ToUtf8() + " as " + std::to_string(format));
+    stores.push_back({name.ToUtf8(), path.ToUtf8()});
+    return std::make_shared<ScriptedStore>(script, stores.back());
+  }
+
+  Script& script;
+  std::vector<Script::Store>& stores;
+};
+
+struct ScriptedProfiles : rdo::Profiles {
+  explicit ScriptedProfiles(Script& of) : script(of) {
+    for (const auto& [name, stores] : of.profiles) {
+      if (!name.empty()) names.push_back(name);
+    }
+  }
+  int Count() override {
+    script.Call("count profiles");
+    return static_cast<int>(names.size());
+  }
+  CString At(int index) override {
+    script.Call("profile " + std::to_string(index));
+    return CString::FromUtf8(names.at(static_cast<std::size_t>(index) - 1));
+  }
+
+  Script& script;
+  std::vector<std::string> names;
+};
+
+struct ScriptedSession : rdo::Session {
+  explicit ScriptedSession(Script& of) : script(of) {}
+  bool LoggedOn() override {
+    script.Call("on?");
+    return isOn;
+  }
+  void LogOn(const rdo::Logon& logon) override {
+    profile = logon.strProfileName.ToUtf8();
+    script.Call("logon '" + profile + "' " + std::to_string(logon.nPassword) +
+                std::to_string(logon.nShowDialog) + std::to_string(logon.nNewSession) +
+                std::to_string(logon.nParentWindowHandle) + std::to_string(logon.nNoMail));
+    isOn = true;
+  }
+  void LogOff() override {
+    script.Call("logoff");
+    isOn = false;
+  }
+  std::shared_ptr<rdo::Profiles> GetProfiles() override {
+    script.Call("profiles");
+    return std::make_shared<ScriptedProfiles>(script);
+  }
+  std::shared_ptr<rdo::Stores> GetStores() override {
+    script.Call("stores");
+    return std::make_shared<ScriptedStores>(script, script.profiles[profile]);
+  }
+
+  Script& script;
+  std::string profile;
+  bool isOn = false;
+};
+
+struct ScriptedOutlook : rdo::OutlookApplication {
+  struct Namespace : rdo::OutlookNamespace {
+    explicit Namespace(Script& of) : script(of) {}
+    void LogOn(const CString& profile, const CString& password) override {
+      script.Call("O:logon '" + profile.ToUtf8() + "' '" + password.ToUtf8() + "'");
+    }
+    void AddStore(const CString& path) override {
+      script.Call("O:add");
+      script.profiles["Made"].push_back({"unnamed", path.ToUtf8()});
+    }
+    void LogOff() override { script.Call("O:logoff"); }
+    Script& script;
+  };
+
+  explicit ScriptedOutlook(Script& of) : script(of) {}
+  std::shared_ptr<rdo::OutlookNamespace> GetNamespace(const CString& type) override {
+    script.Call("O:" + type.ToUtf8());
+    return std::make_shared<Namespace>(script);
+  }
+  void Quit() override { script.Call("O:quit"); }
+  Script& script;
+};
+
+// Both objects, while it lives.
+class ScriptedProvider {
+ public:
+  explicit ScriptedProvider(Script& script)
+      : m_session(rdo::kSession,
+                  [&script]() -> std::shared_ptr<rdo::Object> {
+                    script.Call("session");
+                    if (!script.hasSession) throw std::runtime_error("no such class");
+                    return std::make_shared<ScriptedSession>(script);
+                  }),
+        m_outlook(rdo::kOutlook, [&script]() -> std::shared_ptr<rdo::Object> {
+          script.Call("outlook");
+          if (!script.hasOutlook) throw std::runtime_error("no such class");
+          return std::make_shared<ScriptedOutlook>(script);
+        }) {}
+
+ private:
+  rdo::Provider m_session;
+  rdo::Provider m_outlook;
+};
+
+}  // namespace test_support
