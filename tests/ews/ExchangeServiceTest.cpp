@@ -180,13 +180,18 @@ TEST_F(ExchangeServiceTest, SafeDeletesAMailWhoseAttachmentsWereRefused) {
     std::string text;
   } rows[] = {
       {{refused, deleted}, failed},
-      {{{504, {}, ""}, deleted}, failed},
+      {{{504, {}, ""}, deleted},
+       failed + " The request failed. The server mail.example.com answered HTTP 504 (Gateway "
+                "Timeout); the server or the way to it is out of order."},
       {{refused, gone}, failed},
       {{refused, kept}, failed + " The item is there without it."},
       {{{503, {}, ""}, away}, failed + " The item is there without it."},
       {{{408, {}, ""}, deleted},
        failed + " The request failed. The server mail.example.com answered HTTP 408 (Request "
-                "Timeout); waited for 0 s"},
+                "Timeout); the server or the way to it is out of order."},
+      {{{429, {}, ""}, deleted},
+       failed + " The request failed. The server mail.example.com answered HTTP 429 (Too Many "
+                "Requests: the server is throttling); waited for 0 s"},
       {{noLogon, noLogon}, failed + " The item is there without it."},
   };
   for (const auto& row : rows) {

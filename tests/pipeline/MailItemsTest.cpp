@@ -306,7 +306,10 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
     folder.WriteWork("EmlFile.Eml",
                      "From: a@x\r\nDate: Mon, 4 Mar 2024 10:12:41 +0200\r\n\r\ntext");
     m_transport.Push("", 413);
-    if (safe) m_transport.Push(answers::Item("I="));
+    if (safe) {  // a small one once more as it is
+      m_transport.Push("", 413);
+      m_transport.Push(answers::Item("I="));
+    }
     CString error;
     EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
     EXPECT_THAT(error.ToUtf8(), testing::HasSubstr("413"));
@@ -319,11 +322,18 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
   folder.WriteWork("11comtextjj.t", u"EMAIL\n");
   folder.WriteWork("EmlFile.Eml", "Content-Type: application/pdf\r\n\r\nx");
   std::filesystem::remove(folder.Work("TextFile1.txt"));
-  m_transport.Push("", 413);
+  for (const int status : {413, 413}) m_transport.Push("", status);
   m_transport.Push(answers::Item("I="));
   CString error;
   EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
   EXPECT_THAT(trace(), testing::HasSubstr("\r\nThe reduced mail has no text\r\n"));
+  folder.WriteWork("EmlFile.Eml", "\r\ntext");
+  for (int i = 0; i < 2; ++i) {
+    m_transport.Push(answers::Error("CreateItem", "ErrorMessageSizeExceeded", tooLarge));
+  }
+  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+  EXPECT_THAT(error.ToUtf8(), testing::EndsWith("; it was tried as text alone, and that is too "
+                                                "large, too"));
 }
 
 TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {
