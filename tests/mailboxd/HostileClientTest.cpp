@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,7 +13,6 @@
 #include "platform/UniqueFd.h"
 #include "tests/mailboxd/HttpCall.h"
 #include "tests/mailboxd/LocalMailbox.h"
-#include "tests/support/MailFiles.h"
 
 // Clients that are slow, that stop, and that send more than anybody reads.
 using namespace mailbox_test;
@@ -22,7 +20,7 @@ using namespace mailbox_test;
 namespace {
 
 const std::string kGetInbox = GetFolder(WellKnown("inbox"));
-constexpr std::chrono::seconds kLongest{60};  // for any answer, on a busy machine
+constexpr std::chrono::seconds kLongest{10};  // for any answer
 
 class Connection {
  public:
@@ -159,7 +157,7 @@ TEST(HostileClient, OnesThatAskForNothingKeepNobodyOut) {
   EXPECT_EQ(working.Status(), 200);
 }
 
-TEST(HostileClient, MoreThanIsReadIsTooLargeInOnePieceInManyAndPacked) {
+TEST(HostileClient, MoreThanIsReadIsTooLargeInOnePieceAndInMany) {
   RunningServer server;
   const std::string piece(1 << 20, 'x');
   constexpr int kPieces = 301;  // MB; 300 are read
@@ -173,13 +171,6 @@ TEST(HostileClient, MoreThanIsReadIsTooLargeInOnePieceInManyAndPacked) {
   for (int i = 0; writes && i < kPieces; ++i) writes = pieces.Write("100000\r\n" + piece + "\r\n");
   pieces.Write("0\r\n\r\n");
   EXPECT_EQ(pieces.Status(), 413);
-  const TempFolder folder;
-  const std::string file = folder.File("packed");
-  ASSERT_EQ(std::system(("head -c 320000000 /dev/zero | gzip -1 > '" + file + "'").c_str()), 0);
-  const std::string bomb = test_support::ReadBytes(file);
-  Connection packed(server->Url());
-  packed.Write(Head("Content-Encoding: gzip\r\n" + Length(bomb.size())) + bomb);
-  EXPECT_EQ(packed.Status(), 413);
   EXPECT_EQ(Send({server->EwsUrl(), kGetInbox}).status, 200);
 }
 
