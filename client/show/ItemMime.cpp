@@ -32,7 +32,9 @@ Entity MakePart(const std::string& type, const std::string& name, std::string_vi
   (void)value.m_name.setString(name);
   part->setContentType(value, log);
   part->setEncoding("base64", log);
-  part->setBody(bytes);
+  mail::DataBuffer body;
+  if (!body.append(bytes)) throw std::bad_alloc();
+  part->setBodyInCharset(std::move(body));
   return part;
 }
 
@@ -49,12 +51,12 @@ Entity MakeMultipart(const std::string& type, std::vector<Entity> parts) {
   return whole;
 }
 
-// As the client called it, else by its name.
+// As the client called it, else by its name; a text would be said to be in a charset.
 std::string TypeOf(const mailbox::AttachmentInfo& file) {
   if (!file.contentType.empty()) return file.contentType;
   const std::string extension = file.name.substr(file.name.rfind('.') + 1);
   const std::string type(mail::contentTypeOfExtension(extension));
-  return type.empty() ? "application/octet-stream" : type;
+  return type.empty() || type.starts_with("text/") ? "application/octet-stream" : type;
 }
 
 Entity MakeFile(const mailbox::AttachmentInfo& file, bool inText, std::string_view bytes) {

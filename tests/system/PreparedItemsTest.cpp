@@ -134,8 +134,9 @@ for path in glob.glob(sys.argv[1] + '/out/*/**/*.eml', recursive=True):
     pictures = list(page.iter_parts())[1:] if page.is_multipart() else []
     ids = re.findall(r'src="cid:([^"]+)"', text.get_content())
     assert ids == [part['Content-ID'][1:-1] for part in pictures], (path, ids)
-    found[mail['Subject']] = (mail, text, [part.get_content() for part in pictures])
-    found[mail['Subject']] += (os.path.basename(os.path.dirname(path)),)
+    subject = mail['Subject'] or os.path.basename(path)[:-len('.eml')]  # of a page: no subject
+    found[subject] = (mail, text, [part.get_content() for part in pictures],
+                      os.path.basename(os.path.dirname(path)))
 for subject, (folder, kind, words, shown, attached, date, importance, sender, people) in (
         expected.items()):
     mail, text, pictures, place = found[subject]

@@ -138,7 +138,7 @@ TEST_F(WebPages, AnHtmlBodyIsConfinedAndHasTheMailsOwnPictures) {
 // Some clients call every picture a JPEG: its bytes say what it is.
 TEST_F(WebPages, AnHtmlBodyHasThePicturesThatAreStoredBesideIt) {
   mailbox::NewItem item;
-  item.info.folder = Inbox();
+  item.info.folder = Inbox().id;
   item.info.bodyType = "HTML";
   item.info.body = "<img src=\"cid:p@x\"><img src=\"cid:t@x\">";
   item.attachments.resize(2);
