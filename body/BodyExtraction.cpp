@@ -1,19 +1,15 @@
 #include <algorithm>
-#include <limits>
 #include <memory>
-#include <new>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "base/LogNull.h"
-#include "base/OwnedPtr.h"
-#include "base/XString.h"
 #include "body/LibraryText.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
 #include "html/CkHtmlToText.h"
-#include "html/ClsHtmlToText.h"
+#include "html/WholeText.h"
 #include "mime/CkEmail.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailLayout.h"
@@ -35,18 +31,6 @@ bool TextOfHtml(const CString& strEml, CString& strText) {
   return true;
 }
 
-// HTML as plain text in UTF-8, however deep its elements lie.
-std::string PlainText(std::string strHtml, bool bLinks) {
-  const auto pConverter = mail::makeOwned<mail::ClsHtmlToText>();
-  if (pConverter == nullptr) throw std::bad_alloc();
-  pConverter->m_maxDepth = std::numeric_limits<std::size_t>::max();
-  pConverter->m_suppressLinks = !bLinks;
-  std::ranges::replace(strHtml, '\0', ' ');  // at which it would end
-  mail::XString strIn, strOut;
-  if (!strIn.setFromUtf8(strHtml) || !pConverter->ToText(strIn, strOut)) throw std::bad_alloc();
-  return std::string(strOut.utf8().view());
-}
-
 // A body in UTF-8, as it is.
 std::string BodyOf(const mail::ShownNode& objNode) {
   mail::LogNull objLog;
@@ -66,7 +50,8 @@ std::set<const mail::Email2*> PlacesOfHtml(const mail::Email2& objMail,
   const auto itHtml = std::ranges::find(arrShown, mail::Role::kHtml, &mail::ShownNode::nRole);
   std::set<const mail::Email2*> arrPlaces;
   if (itHtml == arrShown.end()) return arrPlaces;
-  CString strWords = CString::FromUtf8(PlainText(BodyOf(*itHtml), /*bLinks=*/false));
+  CString strWords =
+      CString::FromUtf8(mail::wholeText(BodyOf(*itHtml), mail::LinkTargets::kLeftOut));
   if (strWords.Trim().IsEmpty()) return arrPlaces;
   const mail::Email2* pInner = itHtml->objPlaced.pNode;
   const std::vector<mail::PlacedEmail> arrNodes = mail::nodesOf(objMail);
@@ -89,8 +74,7 @@ std::string ReadableText(const mail::Email2& objMail) {
     const bool bOtherForm = objNode.nRole == mail::Role::kText && arrPlaces.contains(pParent) &&
                             pParent->type().view() == "multipart/alternative";
     if (bOtherForm || (!bHtml && objNode.nRole != mail::Role::kText)) continue;
-    const std::string strPart =
-        bHtml ? PlainText(BodyOf(objNode), /*bLinks=*/true) : BodyOf(objNode);
+    const std::string strPart = bHtml ? mail::wholeText(BodyOf(objNode)) : BodyOf(objNode);
     if (!strPart.empty() && !strText.empty() && !strText.ends_with('\n')) strText += "\r\n";
     strText += strPart;
   }

@@ -74,7 +74,7 @@ CString CTarnyOutlookHandler::DecodeStringEML(CString strTempath, CString strFro
   const char* const pszMime = objMht.getEML(LibraryText(strTempath + u"ch111.html").getString());
   CkEmail objEmail;
   if (!objMht.get_LastMethodSuccess() || !objEmail.SetFromMimeText(pszMime)) return {};
-  objEmail.put_Utf8(true);
+  objEmail.put_Utf8(ews::Settings().bSafe);  // kept: else the two are UTF-8 read as ANSI text
   objEmail.put_Subject(LibraryText(strSubject).getUtf8());
   objEmail.put_From(LibraryText(strFrom).getUtf8());
   objEmail.put_Utf8(false);

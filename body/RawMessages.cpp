@@ -5,6 +5,7 @@
 
 #include "body/RawText.h"
 #include "body/TextLines.h"
+#include "ews/Settings.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
 #include "target/CTarnyOutlookHandler.h"
@@ -26,10 +27,10 @@ class PageCopier {
   std::optional<std::string> Copy(TextLines& objLines) {
     std::string_view strLine;
     while (objLines.Read(strLine)) {
-      if (!HoldsAny(strLine, kPageStarts)) {
-        TakeHeaderLine(strLine);
-        continue;
-      }
+      const bool bPage = HoldsAny(strLine, kPageStarts);
+      // kept: of the page's first line, too, which may be a META tag with a charset
+      if (!bPage || !ews::Settings().bSafe) TakeHeaderLine(strLine);
+      if (!bPage) continue;
       if (m_strEncoding.empty()) break;
       PutStart(Unjoined(strLine));
       PutRest(objLines);

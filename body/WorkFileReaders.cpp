@@ -7,6 +7,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "ews/Settings.h"
 #include "ews/SoapWriter.h"
@@ -111,22 +112,18 @@ unsigned char* GetCharFromFile(CString strFilePath, int* size) {
 
 CString Sendable(std::u16string_view str) {
   constexpr char16_t kSigns = u'\u2400';
-  CString strText;
-  for (std::size_t n = 0; n < str.size(); ++n) {
-    const char16_t ch = str[n];
-    if (ews::IsXmlText(str.substr(n, 1))) {
-      strText += ch;
-    } else if (ews::IsXmlText(str.substr(n, 2))) {  // a pair
-      strText += str.substr(n++, 2);
-    } else {
-      strText += ch < u' ' ? static_cast<char16_t>(kSigns + ch) : u'\uFFFD';
-    }
+  std::u16string strText;
+  strText.reserve(str.size());
+  for (;;) {
+    const std::size_t nBad = ews::FindForbidden(str);
+    strText += str.substr(0, nBad);
+    if (nBad == str.npos) return CString(std::move(strText));
+    strText += str[nBad] < u' ' ? static_cast<char16_t>(kSigns + str[nBad]) : u'\uFFFD';
+    str.remove_prefix(nBad + 1);
   }
-  return strText;
 }
 
 CString WithoutBodyStops(CString strLine) {
-  if (ews::Settings().bSafe) return strLine;
   for (const char16_t ch : kBodyStops) strLine.Replace(ch, u'\0');
   return strLine;
 }

@@ -28,8 +28,7 @@ unsigned char* GetCharFromFile(CString strFilePath, int* size);
 // refuses, and U+FFFD for what else it does.
 CString Sendable(std::u16string_view str);
 
-// A line of a body with a NUL in place of each character that ends a body for its readers. With the
-// safe switch none does.
+// A line of a body with a NUL in place of each character that ends a body for its readers.
 CString WithoutBodyStops(CString strLine);
 
 // The file as narrow text in the ANSI code page, CR LF read as LF, in chunks of kReadChunk bytes: a

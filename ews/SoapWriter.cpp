@@ -20,22 +20,6 @@ constexpr size_t kQuotedUnits = 200;  // of a bad value in a message
 bool IsHighSurrogate(char16_t ch) { return ch >= 0xD800 && ch <= 0xDBFF; }
 bool IsLowSurrogate(char16_t ch) { return ch >= 0xDC00 && ch <= 0xDFFF; }
 
-// The position of the first unit that XML 1.0 forbids, or npos.
-size_t FindForbidden(std::u16string_view str) {
-  for (size_t i = 0; i < str.size(); ++i) {
-    const char16_t ch = str[i];
-    if (ch >= 0x20 && ch < 0xD800) continue;
-    if (ch == u'\t' || ch == u'\n' || ch == u'\r') continue;
-    if (IsHighSurrogate(ch) && i + 1 < str.size() && IsLowSurrogate(str[i + 1])) {
-      ++i;
-      continue;
-    }
-    if (ch >= 0xE000 && ch < 0xFFFE) continue;
-    return i;
-  }
-  return std::u16string_view::npos;
-}
-
 std::string_view Reference(char ch, bool bAttribute) {
   switch (ch) {
     case '&':
@@ -67,6 +51,21 @@ ServiceException InvalidValue(std::u16string_view strValue, std::string_view str
   if (strValue.size() > kQuotedUnits) strQuoted += "…";
   return ServiceException("The invalid value '" + strQuoted + "' was specified for the '" +
                           std::string(strName) + "' element.");
+}
+
+size_t FindForbidden(std::u16string_view str) {
+  for (size_t i = 0; i < str.size(); ++i) {
+    const char16_t ch = str[i];
+    if (ch >= 0x20 && ch < 0xD800) continue;
+    if (ch == u'\t' || ch == u'\n' || ch == u'\r') continue;
+    if (IsHighSurrogate(ch) && i + 1 < str.size() && IsLowSurrogate(str[i + 1])) {
+      ++i;
+      continue;
+    }
+    if (ch >= 0xE000 && ch < 0xFFFE) continue;
+    return i;
+  }
+  return std::u16string_view::npos;
 }
 
 bool IsXmlText(std::u16string_view str) { return FindForbidden(str) == std::u16string_view::npos; }

@@ -57,8 +57,9 @@ class SoapWriter {
   bool m_bTagOpen = false;
 };
 
-// True if XML 1.0 allows every character of the text: no controls but tab, LF and CR, no U+FFFE or
-// U+FFFF, no lone surrogate.
+// The first unit that XML 1.0 does not allow: controls but tab, LF and CR, U+FFFE and U+FFFF, lone
+// surrogates. npos if all of the text may stand there.
+size_t FindForbidden(std::u16string_view str);
 bool IsXmlText(std::u16string_view str);
 // "The invalid value '…' was specified for the 'Name' element.", to be thrown.
 ServiceException InvalidValue(std::u16string_view strValue, std::string_view strName);

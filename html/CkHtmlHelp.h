@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 #include "base/DataBuffer.h"
@@ -15,6 +16,9 @@ class _ckHtmlHelp {
  public:
   // Tags with more attributes are cut there, without a ">".
   static constexpr int kMaxAttributes = 101;
+  // Digits of a numeric entity: too few for most of what lies beyond U+FFFF; and enough for all.
+  static constexpr std::size_t kShortEntity = 5;
+  static constexpr std::size_t kLongEntity = 10;
 
   // Rewrites one tag into a regular form, into strOut (set): attributes with one blank between and
   // every value in quotes. Text in front of the first "<" is left out; without a "<" strOut becomes
@@ -50,14 +54,14 @@ class _ckHtmlHelp {
   // Takes out every META tag that names a content type with a charset.
   static void removeCharsetMetaTag(StringBuffer& strHtml);
 
-  // Appends the text to out with its numeric entities ("&#8364;", "&#x20AC;": up to five digits)
-  // as characters of the code page toCodePage, in which the rest must be already. What is no such
+  // Appends the text to out with its numeric entities ("&#8364;", "&#x20AC;": up to nMaxDigits) as
+  // characters of the code page toCodePage, in which the rest must be already. What is no such
   // entity stays as it is; so does the one of NUL, at which texts would end. The controls 0x80 to
   // 0x9F are characters of windows-1252. For named ones see StringBuffer::decodeNamedEntities.
   static void decodeNumericEntities(std::string_view strText, DataBuffer& out, unsigned nToCodePage,
-                                    LogBase& log);
+                                    LogBase& log, std::size_t nMaxDigits = kShortEntity);
   // Both kinds, of UTF-8 text, in place.
-  static void decodeEntities(StringBuffer& strText);
+  static void decodeEntities(StringBuffer& strText, std::size_t nMaxDigits = kShortEntity);
 };
 
 }  // namespace mail

@@ -14,7 +14,6 @@
 #include "base/MemoryShortage.h"
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
-#include "html/CkHtmlHelp.h"
 #include "html/NamedEntities.h"
 #include "html/ParseEngine.h"
 
@@ -85,13 +84,12 @@ class OpenTags {
 class TreeBuilder {
  public:
   TreeBuilder(HtmlTree& objTree, std::string_view strText, std::span<const bool> aDropped,
-              bool bDropComments, std::uint32_t nNbspMode, LogBase& log)
+              const _ckHtmlParse& objOptions, LogBase& log)
       : m_objTree(objTree),
         m_strText(strText),
         m_objParse(strText),
         m_aDropped(aDropped),
-        m_bDropComments(bDropComments),
-        m_nNbspMode(nNbspMode),
+        m_objOptions(objOptions),
         m_log(log) {}
 
   void build();
@@ -115,8 +113,7 @@ class TreeBuilder {
   std::string_view m_strText;
   ParseEngine m_objParse;
   std::span<const bool> m_aDropped;
-  bool m_bDropComments;
-  std::uint32_t m_nNbspMode;
+  const _ckHtmlParse& m_objOptions;
   LogBase& m_log;
   OpenTags m_objOpen;
   bool m_bNoMoreComments = false;              // no "-->" behind the position
@@ -160,15 +157,16 @@ void TreeBuilder::addText(std::string_view strText) {
   }
   constexpr std::array<std::string_view, 3> kNbspTexts = {" ", "\xC2\xA0", ""};
   StringBuffer strNbsp;
-  if (m_nNbspMode < kNbspTexts.size()) {
+  if (m_objOptions.m_nbspMode < kNbspTexts.size()) {
     (void)strNbsp.setString(strText);
-    (void)strNbsp.replaceAll("&nbsp;", kNbspTexts[m_nNbspMode]);
+    (void)strNbsp.replaceAll("&nbsp;", kNbspTexts[m_objOptions.m_nbspMode]);
     strText = strNbsp.view();
   }
   m_strDecoded.clear();
   decodeNamedEntities(strText, NbspEntity::kStays, m_strDecoded);
   m_arrDecoded.weakClear();
-  _ckHtmlHelp::decodeNumericEntities(m_strDecoded, m_arrDecoded, code_page::kUtf8, m_log);
+  _ckHtmlHelp::decodeNumericEntities(m_strDecoded, m_arrDecoded, code_page::kUtf8, m_log,
+                                     m_objOptions.m_entityDigits);
   const std::string_view strKept = m_objTree.keep(m_arrDecoded.view());
   if (!strKept.empty()) (void)m_objTree.add(current(), HtmlTree::kTextTag, strKept);
 }
@@ -193,7 +191,7 @@ bool TreeBuilder::takeComment() {
   const std::size_t nEnd = findBytes(rest(), kEnd, 2);  // "<!-->" is a whole one
   m_bNoMoreComments = nEnd == kNone;
   if (m_bNoMoreComments) return false;
-  if (!m_bDropComments) {
+  if (!m_objOptions.m_dropComments) {
     const std::size_t nText = std::min(kStart.size(), nEnd);
     (void)m_objTree.add(current(), HtmlTree::kCommentTag, rest().substr(nText, nEnd - nText));
   }
@@ -242,8 +240,8 @@ void TreeBuilder::startTag(std::uint32_t nTag, std::string_view strRaw) {
 
 void TreeBuilder::endTag(std::uint32_t nTag) { m_objOpen.close(m_objOpen.placeOf(nTag)); }
 
-// Without its end tag a script or style ends at the next tag: better some code in the page than a
-// page that is lost in it.
+// Without its end tag a script, style or comment ends at the next tag: better some of it in the page
+// than a page that is lost in it.
 void TreeBuilder::addVerbatim(std::uint32_t nTag, Index nNode) {
   const std::size_t nStart = m_objParse.position();
   const std::string strEnd = "</" + std::string(kHtmlTags[nTag].strName);
@@ -309,7 +307,7 @@ bool _ckHtmlParse::parseHtml(std::string strHtml, unsigned nPage, HtmlTree& objT
   log.LogDataLong("HtmlCodePage", nPage);
   try {
     const std::string_view strText = objTree.setSource(textOf(std::move(strHtml), nPage, log));
-    TreeBuilder(objTree, strText, m_aDropped, m_dropComments, m_nbspMode, log).build();
+    TreeBuilder(objTree, strText, m_aDropped, *this, log).build();
     return true;
   } catch (const std::bad_alloc&) {
     noteMemoryShortage();

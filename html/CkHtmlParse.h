@@ -8,6 +8,7 @@
 
 #include "base/LibraryObject.h"
 #include "base/LogBase.h"
+#include "html/CkHtmlHelp.h"
 #include "html/HtmlTree.h"
 
 namespace mail {
@@ -37,6 +38,7 @@ class _ckHtmlParse : public LibraryObject {
 
   bool m_dropComments = false;
   std::uint32_t m_nbspMode = kNbspBlank;
+  std::size_t m_entityDigits = _ckHtmlHelp::kShortEntity;  // of numeric entities in text
 
  private:
   void setDropped(std::string_view strName, bool bDropped);

@@ -11,7 +11,6 @@
 #include "base/AsciiText.h"
 #include "base/ClsOperation.h"
 #include "base/LogContextExitor.h"
-#include "html/CkHtmlHelp.h"
 #include "html/ClsHtmlToXml.h"
 #include "html/TextFiller.h"
 
@@ -261,6 +260,7 @@ bool ClsHtmlToText::ToText(XString& html, XString& out) {
   objToXml.m_parse.keepTag("br");
   objToXml.m_parse.dropTag("span");
   objToXml.m_parse.m_nbspMode = _ckHtmlParse::kNbspStays;
+  objToXml.m_parse.m_entityDigits = m_entityDigits;
   const Stopwatch objTime;
   HtmlTree objTree;
   const bool bParsed = objToXml.toTree(objTree, m_log);
@@ -276,7 +276,7 @@ bool ClsHtmlToText::ToText(XString& html, XString& out) {
     return objOperation.done(out.setFromUtf8(strShown));
   }
   StringBuffer strDecoded(strShown);
-  _ckHtmlHelp::decodeEntities(strDecoded);
+  _ckHtmlHelp::decodeEntities(strDecoded, m_entityDigits);
   return objOperation.done(out.setFromUtf8(strDecoded.view()));
 }
 

@@ -5,6 +5,7 @@
 
 #include "base/ClsBase.h"
 #include "base/XString.h"
+#include "html/CkHtmlHelp.h"
 
 namespace mail {
 
@@ -21,7 +22,8 @@ class ClsHtmlToText : public ClsBase {
   bool ToText(XString& html, XString& out);
 
   std::size_t m_maxDepth = kMaxDepth;  // what lies deeper is an error in the text
-  std::int32_t m_rightMargin = 80;   // columns; under 1 for no wrapping
+  std::size_t m_entityDigits = _ckHtmlHelp::kShortEntity;  // of numeric entities
+  std::int32_t m_rightMargin = 80;                         // columns; under 1 for no wrapping
   bool m_decodeHtmlEntities = true;  // once more in the finished text, as "&amp;lt;" leaves them
   bool m_suppressLinks = false;      // leave their targets out
 

@@ -48,7 +48,7 @@ inline constexpr auto kHtmlTags = [] {
       {"code"},
       {"col", kNone},
       {"colgroup"},
-      {"comment", kMarkup, true},
+      {"comment", kVerbatim, true},
       {"dd"},
       {"del"},
       {"dfn"},

@@ -1,5 +1,6 @@
 // Those parts of _ckHtmlHelp that decode numeric entities.
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string>
@@ -11,8 +12,6 @@
 
 namespace mail {
 namespace {
-
-constexpr std::size_t kMaxDigits = 5;
 
 // What 0x80 to 0x9F stand for in windows-1252; 0 for those that it lacks. Many a mailer writes the
 // bytes of its own page as numbers.
@@ -36,20 +35,21 @@ int digitOf(char ch, unsigned nBase) {
 
 // The value of the entity that the text begins with, which is taken off; 0, and nothing is taken,
 // if it is none.
-std::uint32_t takeEntity(std::string_view& strText) {
+std::uint32_t takeEntity(std::string_view& strText, std::size_t nMaxDigits) {
+  constexpr std::uint32_t kLastCharacter = 0x10FFFF;
   if (!strText.starts_with("&#")) return 0;
   std::size_t n = 2;
   const bool bHex = n < strText.size() && (strText[n] == 'x' || strText[n] == 'X');
   const unsigned nBase = bHex ? 16 : 10;
   if (bHex) ++n;
-  const std::size_t nEnd = n + kMaxDigits;
+  const std::size_t nEnd = n + nMaxDigits;
   std::uint32_t nValue = 0;
   for (; n < strText.size() && n < nEnd; ++n) {
     const int nDigit = digitOf(strText[n], nBase);
     if (nDigit < 0) break;
-    nValue = nValue * nBase + static_cast<std::uint32_t>(nDigit);
+    nValue = std::min(nValue * nBase + static_cast<std::uint32_t>(nDigit), kLastCharacter + 1);
   }
-  if (n >= strText.size() || strText[n] != ';') return 0;
+  if (n >= strText.size() || strText[n] != ';' || nValue > kLastCharacter) return 0;
   if (nValue != 0) strText.remove_prefix(n + 1);
   return withoutWindows(nValue);
 }
@@ -59,7 +59,6 @@ void putUnit(std::uint32_t nUnit, std::string& strUnits) {
   strUnits += static_cast<char>(nUnit >> 8);
 }
 
-// Five digits reach no further than U+FFFFF.
 void putUnits(std::uint32_t nValue, std::string& strUnits) {
   if (nValue <= 0xFFFF) return putUnit(nValue, strUnits);
   putUnit(0xD7C0 + (nValue >> 10), strUnits);
@@ -71,7 +70,8 @@ void putUnits(std::uint32_t nValue, std::string& strUnits) {
 // Entities that stand side by side are converted together: some mailers write the two halves of a
 // surrogate pair as an entity each.
 void _ckHtmlHelp::decodeNumericEntities(std::string_view strText, DataBuffer& out,
-                                        unsigned nToCodePage, LogBase& log) {
+                                        unsigned nToCodePage, LogBase& log,
+                                        std::size_t nMaxDigits) {
   constexpr std::string_view kMark = "\xFF\xFE";  // so that no character is taken for one
   EncodingConvert objConvert;
   std::string strUnits;
@@ -81,7 +81,7 @@ void _ckHtmlHelp::decodeNumericEntities(std::string_view strText, DataBuffer& ou
     if (nAmp == std::string_view::npos) return;
     strText.remove_prefix(nAmp);
     strUnits = kMark;
-    while (const std::uint32_t nValue = takeEntity(strText)) putUnits(nValue, strUnits);
+    while (const std::uint32_t nValue = takeEntity(strText, nMaxDigits)) putUnits(nValue, strUnits);
     if (strUnits.size() == kMark.size()) {
       (void)out.appendChar('&');
       strText.remove_prefix(1);
@@ -92,13 +92,13 @@ void _ckHtmlHelp::decodeNumericEntities(std::string_view strText, DataBuffer& ou
   }
 }
 
-void _ckHtmlHelp::decodeEntities(StringBuffer& strText) {
+void _ckHtmlHelp::decodeEntities(StringBuffer& strText, std::size_t nMaxDigits) {
   if (!strText.contains("&")) return;
   (void)strText.decodeNamedEntities();
   if (!strText.contains("&#")) return;
   DataBuffer arrDecoded;
   LogNull objLog;
-  decodeNumericEntities(strText.view(), arrDecoded, code_page::kUtf8, objLog);
+  decodeNumericEntities(strText.view(), arrDecoded, code_page::kUtf8, objLog, nMaxDigits);
   (void)strText.setString(arrDecoded.view());
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "body/BodyText.h"
 #include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
@@ -33,7 +34,6 @@ constexpr int kAttachmentHidden = 0x7FFE;
 constexpr std::u16string_view kPicture = u"HTMLFile_";
 constexpr std::u16string_view kFixedExtension = u".jpg";
 constexpr std::u16string_view kLink = u"<img src=\"";
-constexpr std::u16string_view kContentIdEnd = u"@01C77B50.1E294610";
 
 CString Numbered(int nNumber) {
   return CString(kPicture) + CString::FromUtf8(std::to_string(nNumber));
@@ -191,6 +191,7 @@ bool SetPageFromRtf(ews::Item& objItem, const CString& strHtmPath, const RtfBody
   if (objRules.pszBegin) objLog.WriteLog(objRules.pszBegin);
   CString strPage = Converted(strHtmPath, objLog);
   const int nImages = CountImages(strPage, objRules, objLog);
+  if (ews::Settings().bSafe && ShowsNothing(strPage.ToUtf8())) return false;
   const int nLinked = strPage.Replace(CString(u"file://") + strHtmPath, u"");
   if (ews::Settings().bSafe) {
     LinkPicturesThatAreThere(objItem, strPage, strHtmPath, objRules, objLog);

@@ -8,6 +8,9 @@
 // The bodies of appointments, tasks and contacts. Mails have their own (pipeline/MailItems.cpp).
 // The folder strHtmPath ends in a backslash.
 
+// The end of every Content-ID that the engine makes.
+inline constexpr std::u16string_view kContentIdEnd = u"@01C77B50.1E294610";
+
 // What differs between the types where the body is rich text: their lines in the trace, and one
 // clean-up.
 struct RtfBodyRules {
@@ -27,7 +30,8 @@ inline constexpr RtfBodyRules kContactRtf{u"SaveContactItem_ch111_IN", u"<3img\r
                                           /*bMendsHtm=*/false};
 
 // Converts "ch2111.rtf", sets the page as the body and attaches the pictures that it shows. False
-// where no page came of it: nothing is set then.
+// where no page came of it, with the safe switch none with words or pictures either: nothing is set
+// then.
 bool SetPageFromRtf(ews::Item& objItem, const CString& strHtmPath, const RtfBodyRules& objRules,
                     CLogManager& objLog);
 

@@ -6,17 +6,17 @@
 #include <system_error>
 #include <vector>
 
-#include "base/AsciiText.h"
+#include "body/BodyText.h"
 #include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Appointment.h"
 #include "ews/Contact.h"
 #include "ews/Settings.h"
 #include "ews/Task.h"
-#include "html/CkHtmlToText.h"
 #include "pipeline/BodySource.h"
 #include "pipeline/CalendarProps.h"
 #include "pipeline/ContactProps.h"
+#include "pipeline/ItemBodies.h"
 #include "pipeline/ItemDescriptor.h"
 #include "pipeline/ItemProps.h"
 #include "pipeline/SaverSteps.h"
@@ -45,18 +45,26 @@ void MarkAsNoDraft(ews::Item& objItem) {
                               kMessageFlagRead);
 }
 
-// Whether a converted page has neither words nor a picture.
-bool ShowsNothing(const CString& strPage) {
+// Of a page that the converter of rich text wrote.
+bool IsBlankPage(const CString& strPage) {
   int nLength = 0;
   const std::unique_ptr<unsigned char[]> pBytes(GetPureMime(strPage, &nLength));
-  const std::string strHtml(reinterpret_cast<const char*>(pBytes.get()),
-                            static_cast<size_t>(nLength));
-  if (mail::findNoCase(strHtml, "<img") != std::string::npos) return false;
-  CkHtmlToText objConverter;
-  objConverter.put_Utf8(true);
-  const char* const pszText =
-      objConverter.toText(strHtml.substr(std::min(kSignature, strHtml.size())).c_str());
-  return pszText != nullptr && CString::FromUtf8(pszText).Trim().IsEmpty();
+  const std::string_view strHtml(reinterpret_cast<const char*>(pBytes.get()),
+                                 static_cast<size_t>(nLength));
+  return ShowsNothing(strHtml.substr(std::min(kSignature, strHtml.size())));
+}
+
+// The page names its picture as a file, and in a mailbox there is none beside it: the picture among
+// the attachments is what it means.
+void LinkToAttached(ews::EmailMessage& objMail, CString& strPage) {
+  for (int n = 0; n < objMail.Attachments().Count(); ++n) {
+    ews::Attachment& objPicture = objMail.Attachments()[n];
+    const CString strId = CString(u"Picture_") + CString::FromUtf8(std::to_string(n + 1)) +
+                          kContentIdEnd;  // a name may hold what no id does
+    const CString strLink = CString(u" src=\"") + objPicture.Name() + u"\"";
+    if (strPage.Replace(strLink, CString(u" src=\"cid:") + strId + u"\"") == 0) continue;
+    objPicture.SetContentId(strId);
+  }
 }
 
 auto ExistsBelow(const CString& strHtmPath) {
@@ -200,11 +208,12 @@ bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& st
 
 void CTarnyOutlookHandler::SetImagePage(ews::EmailMessage& objMail, const CString& strPage) {
   m_objLogManager.WriteLog(u" Imagech111.html");
-  const CString strText = ReadBodyFile(strPage);
+  CString strText = ReadBodyFile(strPage);
   // One that stays is written anew for the next page. The safe switch keeps it for a second try.
   if (!ews::Settings().bSafe) (void)platform::DeleteFileAt(strPage);
-  SetBodyText(objMail, ews::BodyType::HTML, strText);
   SaveImageAttachment(objMail, u"2ImageAttchment.txt");
+  if (ews::Settings().bSafe) LinkToAttached(objMail, strText);
+  SetBodyText(objMail, ews::BodyType::HTML, strText);
   m_objLogManager.WriteLog(u" RETURN Imagech111.html");
 }
 
@@ -222,15 +231,15 @@ void CTarnyOutlookHandler::SetLastBody(ews::EmailMessage& objMail, const CString
   }
 }
 
-// A file that cannot be read is an empty body; the safe switch has the trace tell.
+// A file that cannot be read is an empty body; the safe switch has the trace tell, and looks at the
+// bytes where the reader without it looks at lengths, drops line ends and repeats text.
 CString CTarnyOutlookHandler::ReadBodyFile(const CString& strPath) {
-  constexpr int kUnread = -1;
-  int nLength = kUnread;
-  const CString strText = GetStringFromFile(strPath, &nLength, /*bDisp=*/false);
-  if (nLength == kUnread && ews::Settings().bSafe) {
-    m_objLogManager.WriteLog(CString(u"The body could not be read: ") + strPath);
-  }
-  return strText;
+  int nLength = 0;
+  if (!ews::Settings().bSafe) return GetStringFromFile(strPath, &nLength, /*bDisp=*/false);
+  std::unique_ptr<unsigned char[]> pBytes;
+  Guarded(nullptr, [&] { pBytes.reset(GetPureMime(strPath, &nLength)); });
+  if (!pBytes) m_objLogManager.WriteLog(CString(u"The body could not be read: ") + strPath);
+  return BodyText({reinterpret_cast<const char*>(pBytes.get()), static_cast<size_t>(nLength)});
 }
 
 void CTarnyOutlookHandler::SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath) {
@@ -262,7 +271,7 @@ bool CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString&
   }
   m_objLogManager.WriteLog(u"After HrsConvertFile");
   // A page that an earlier item left is none of this one, and an empty one is no body.
-  if (ews::Settings().bSafe && (!bConverted || ShowsNothing(strHtml))) return false;
+  if (ews::Settings().bSafe && (!bConverted || IsBlankPage(strHtml))) return false;
   const CString strArchive = ConvertHtmlToMime(strHtml);
   if (!strArchive.IsEmpty()) SetMimeFromFile(objMail, strArchive);
   return bConverted && !strArchive.IsEmpty();
@@ -270,12 +279,11 @@ bool CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString&
 
 void CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString& strPath) {
   CString strText;
-  if (auto objReader = platform::WideLineReader::Open(strPath)) {
+  if (ews::Settings().bSafe) {
+    strText = InLines(ReadBodyFile(strPath));
+  } else if (auto objReader = platform::WideLineReader::Open(strPath)) {
     CString strLine;
-    while (objReader->ReadLine(strLine)) {
-      // kept: a CR in front of the line's end stays, but for the safe switch
-      const bool bDropCr = ews::Settings().bSafe && strLine.View().ends_with(u'\r');
-      if (bDropCr) strLine = strLine.Left(strLine.GetLength() - 1);
+    while (objReader->ReadLine(strLine)) {  // kept: a CR in front of the line's end stays
       strText += WithoutBodyStops(strLine);
       strText += u"\r\n";
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "body/rtf/HtmlText.h"
 #include "body/rtf/Styles.h"
 
 namespace rtf {
@@ -17,6 +18,7 @@ constexpr int kTextBox = 202;
 
 constexpr int kSteep = 20;  // times as long as wide: a line counts as level or upright
 constexpr int kDefaultLine = 9525;
+constexpr int kLeastHalf = 7;           // twips, of a slope; a thinner one would have gaps
 constexpr int kLineUnits = 12700 / 20;  // in a twip
 constexpr std::size_t kMostDigits = 9;
 
@@ -35,6 +37,8 @@ constexpr std::array kNames = {
     NamedProperty{u"fLine", Drawing::kLined},
     NamedProperty{u"lineWidth", Drawing::kLineWidth},
     NamedProperty{u"shapeType", Drawing::kType},
+    NamedProperty{u"fFlipH", Drawing::kFlippedAcross},
+    NamedProperty{u"fFlipV", Drawing::kFlippedDown},
 };
 
 int ToNumber(std::u16string_view str) {
@@ -50,12 +54,18 @@ int ToNumber(std::u16string_view str) {
 // Drawings have blue in the highest byte.
 int ToRgb(int nColor) { return (nColor & 0xFF) << 16 | (nColor & 0xFF00) | (nColor >> 16 & 0xFF); }
 
-void AppendLine(std::string& strCss, std::string_view strProperty, const Drawing& objDrawing) {
+int LineWidth(const Drawing& objDrawing) {
   const int nLine = objDrawing.arrNumbers[Drawing::kLineWidth];
+  return (nLine > 0 ? nLine : kDefaultLine) / kLineUnits;
+}
+int LineColor(const Drawing& objDrawing) {
+  return ToRgb(std::max(objDrawing.arrNumbers[Drawing::kLineColor], 0));
+}
+
+void AppendLine(std::string& strCss, std::string_view strProperty, const Drawing& objDrawing) {
   Border objBorder{.eLine = BorderLine::kSolid};
-  objBorder.nWidth = (nLine > 0 ? nLine : kDefaultLine) / kLineUnits;
-  const int nColor = std::max(objDrawing.arrNumbers[Drawing::kLineColor], 0);
-  AppendBorder(strCss, strProperty, objBorder, ToRgb(nColor));
+  objBorder.nWidth = LineWidth(objDrawing);
+  AppendBorder(strCss, strProperty, objBorder, LineColor(objDrawing));
 }
 
 void AppendFill(std::string& strCss, const Drawing& objDrawing) {
@@ -66,6 +76,23 @@ void AppendFill(std::string& strCss, const Drawing& objDrawing) {
 
 bool HasLine(const Drawing& objDrawing) { return objDrawing.arrNumbers[Drawing::kLined] != 0; }
 
+// From corner to corner of its box: the middle of a gradient towards a corner goes through the two
+// corners beside that.
+void AppendSlope(std::string& strCss, const Drawing& objDrawing) {
+  const auto& arrNumbers = objDrawing.arrNumbers;
+  const bool bRises =
+      (arrNumbers[Drawing::kFlippedAcross] > 0) != (arrNumbers[Drawing::kFlippedDown] > 0);
+  std::string strHalf;
+  AppendTwips(strHalf, std::max(LineWidth(objDrawing) / 2, kLeastHalf));
+  std::string strLine;
+  AppendRgb(strLine, LineColor(objDrawing));
+  const std::string strFrom = " calc(50% - " + strHalf + ")",
+                    strTo = " calc(50% + " + strHalf + ")";
+  strCss.append("background:linear-gradient(to ").append(bRises ? "bottom" : "top");
+  strCss += " right,transparent" + strFrom + ',' + strLine + strFrom + strTo;
+  strCss += ",transparent" + strTo + ");";
+}
+
 std::string LineStyle(const Drawing& objDrawing, int nWidth, int nHeight) {
   std::string strCss;
   if (!HasLine(objDrawing)) return strCss;
@@ -75,6 +102,10 @@ std::string LineStyle(const Drawing& objDrawing, int nWidth, int nHeight) {
   } else if (nHeight > 0 && nWidth <= nHeight / kSteep) {
     AppendLength(strCss, "height", nHeight);
     AppendLine(strCss, "border-left", objDrawing);
+  } else if (nWidth > 0 && nHeight > 0) {
+    AppendLength(strCss, "width", nWidth);
+    AppendLength(strCss, "height", nHeight);
+    AppendSlope(strCss, objDrawing);
   }
   return strCss;
 }

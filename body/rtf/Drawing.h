@@ -22,11 +22,13 @@ struct Drawing {
     kLined,
     kLineWidth,  // 12700ths of a point
     kType,
+    kFlippedAcross,  // 1: left and right have changed places
+    kFlippedDown,
     kProperties,
   };
   std::array<int, kSides> arrEdges{};  // twips, by BorderSide
   // Below 0: not said.
-  std::array<int, kProperties> arrNumbers{0, 0, 0, 0, -1, -1, -1, -1, -1, -1};
+  std::array<int, kProperties> arrNumbers{0, 0, 0, 0, -1, -1, -1, -1, -1, -1, -1, -1};
 
   int Crop(BorderSide eSide) const { return arrNumbers[static_cast<std::size_t>(eSide)]; }
 };
@@ -37,8 +39,8 @@ void SetProperty(Drawing& objDrawing, std::u16string_view strName, std::u16strin
 // Width, border and background of a box of text; empty for what has none.
 std::string BoxStyle(const Drawing& objDrawing);
 
-// How a drawing without text or picture looks as a box of its own: a line that is level or upright,
-// a rectangle, an ellipse. Empty for one that cannot be shown so.
+// How a drawing without text or picture looks as a box of its own: a line, a rectangle, an ellipse.
+// Empty for one that cannot be shown so.
 std::string ShapeStyle(const Drawing& objDrawing);
 
 }  // namespace rtf

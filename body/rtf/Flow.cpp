@@ -64,14 +64,17 @@ void Flow::SetDepth(int nLevel) {
 
 void Flow::CloseTable() {
   TakeRow();
-  std::string strTable;
-  TableBuilder& objTable = m_arrLevels.back().objTable;
-  if (!objTable.IsEmpty()) strTable = objTable.Build(m_objDocument, m_objBudget, m_objBase.nSize);
+  PutTable();
   if (m_arrLevels.size() == 1) m_bRowDefined = false;
   m_arrLevels.pop_back();
-  if (strTable.empty()) return;
-  Current().AddMarkup(strTable);
-  Current().SetContent();
+}
+
+// The rows so far of the innermost table, if there are any.
+void Flow::PutTable() {
+  TableBuilder& objTable = m_arrLevels.back().objTable;
+  if (objTable.IsEmpty()) return;
+  Around().AddMarkup(objTable.Build(m_objDocument, m_objBudget, m_objBase.nSize));
+  Around().SetContent();
 }
 
 void Flow::EndParagraph(const ParagraphFormat& objFormat, const CharacterFormat& objCharacters) {
@@ -161,6 +164,7 @@ void Flow::EndCell(int nLevel, const ParagraphFormat& objFormat,
     EndParagraph(objInCell, objCharacters);
   }
   TakeCell(m_arrLevels.back());
+  if (m_arrLevels.back().arrCells.size() >= TableBuilder::kMostInRow) TakeRow();
 }
 
 void Flow::EndRow(int nLevel, const ParagraphFormat& objFormat,
@@ -185,6 +189,7 @@ void Flow::TakeRow() {
   }
   if (objLevel.arrCells.empty()) return;
   objLevel.objTable.AddRow(pRow, std::exchange(objLevel.arrCells, {}));
+  if (objLevel.objTable.IsFull()) PutTable();
 }
 
 std::string Flow::Finish(const ParagraphFormat& objFormat, const CharacterFormat& objCharacters) {

@@ -53,8 +53,12 @@ class Flow {
 
   int LevelOf(const ParagraphFormat& objFormat) const;
   Block& Current() { return m_arrLevels.empty() ? m_objRoot : m_arrLevels.back().objCell; }
+  Block& Around() {  // the innermost table
+    return m_arrLevels.size() < 2 ? m_objRoot : m_arrLevels[m_arrLevels.size() - 2].objCell;
+  }
   void SetDepth(int nLevel);
   void CloseTable();
+  void PutTable();
   void TakeCell(Level& objLevel);
   void TakeRow();
   bool IsItem(const ParagraphFormat& objFormat) const;

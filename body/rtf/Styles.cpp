@@ -96,14 +96,6 @@ std::string UnderlineAttributes(const CharacterFormat& objFormat, const Document
   return StyleAttribute(strCss);
 }
 
-void AppendRgb(std::string& strCss, int nRgb) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  strCss += '#';
-  for (int nShift = 20; nShift >= 0; nShift -= 4) {
-    strCss += kDigits[static_cast<std::size_t>(nRgb >> nShift & 15)];
-  }
-}
-
 int Mix(int nOver, int nUnder, int nPattern) {
   int nRgb = 0;
   for (const int nShift : {16, 8, 0}) {
@@ -115,6 +107,14 @@ int Mix(int nOver, int nUnder, int nPattern) {
 }
 
 }  // namespace
+
+void AppendRgb(std::string& strCss, int nRgb) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  strCss += '#';
+  for (int nShift = 20; nShift >= 0; nShift -= 4) {
+    strCss += kDigits[static_cast<std::size_t>(nRgb >> nShift & 15)];
+  }
+}
 
 std::string StyleAttribute(std::string_view strCss) {
   if (strCss.empty()) return {};

@@ -34,6 +34,9 @@ class StyleBudget {
 std::string StyleAttribute(std::string_view strCss);
 void AppendStyle(std::string& strHtml, std::string_view strCss, StyleBudget& objBudget);
 
+// "#rrggbb".
+void AppendRgb(std::string& strCss, int nRgb);
+
 // Each appends declarations, each with its semicolon.
 void AppendColor(std::string& strCss, std::string_view strProperty, int nRgb);
 void AppendLength(std::string& strCss, std::string_view strProperty, int nTwips);

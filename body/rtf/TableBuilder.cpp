@@ -54,6 +54,7 @@ std::string TableStyle(const RowFormat& objRow, int nFontSize) {
 
 void TableBuilder::AddRow(std::shared_ptr<const RowFormat> pFormat, std::vector<Cell> arrCells) {
   if (!pFormat) pFormat = std::make_shared<const RowFormat>();
+  m_nCells += arrCells.size();
   m_arrRows.push_back({std::move(pFormat), std::move(arrCells), {}});
 }
 
@@ -73,6 +74,7 @@ std::string TableBuilder::Build(const Document& objDocument, StyleBudget& objBud
     WriteRow(strHtml, nRow, objDocument, objBudget);
   }
   m_arrRows.clear();
+  m_nCells = 0;
   strHtml += "</table>\n";
   return strHtml;
 }

@@ -36,9 +36,15 @@ struct Cell {
 // cells that have been added; n log n of their number for the columns.
 class TableBuilder {
  public:
+  // A table of more cells becomes several, one below the other, and a row of more several rows:
+  // cells of a few bytes each would take many times as much until they are written.
+  static constexpr std::size_t kMostCells = 65536;
+  static constexpr std::size_t kMostInRow = 4096;
+
   // pFormat may be null, and have more or fewer cells than there are.
   void AddRow(std::shared_ptr<const RowFormat> pFormat, std::vector<Cell> arrCells);
   bool IsEmpty() const { return m_arrRows.empty(); }
+  bool IsFull() const { return m_nCells >= kMostCells; }
   // The table's markup; empties the object.
   std::string Build(const Document& objDocument, StyleBudget& objBudget, int nFontSize);
 
@@ -70,6 +76,7 @@ class TableBuilder {
   Borders CellBorders(std::size_t nRow, const Placed& objPlaced) const;
 
   std::vector<Row> m_arrRows;
+  std::size_t m_nCells = 0;
   std::vector<int> m_arrEdges;  // ascending: where each column begins, and the last ends
 };
 

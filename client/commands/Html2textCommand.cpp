@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -14,7 +13,7 @@
 #include "client/commands/CommandFiles.h"
 #include "client/commands/Commands.h"
 #include "html/CkHtmlHelp.h"
-#include "html/CkHtmlToText.h"
+#include "html/WholeText.h"
 #include "platform/Unicode.h"
 
 namespace client {
@@ -50,7 +49,7 @@ unsigned PageOf(std::string_view bytes) {
   return IsMostlyUtf8(bytes) ? kUtf8 : kWesternPage;
 }
 
-// The page as UTF-8 without NULs, at which a text would end; ill-formed bytes are U+FFFD.
+// The page as UTF-8; ill-formed bytes are U+FFFD.
 std::string Utf8Page(std::string_view bytes) {
   mail::EncodingConvert converter;
   mail::DataBuffer converted;
@@ -61,17 +60,12 @@ std::string Utf8Page(std::string_view bytes) {
   if (page.starts_with(mail::byte_order::kUtf8Mark)) {
     page.erase(0, mail::byte_order::kUtf8Mark.size());
   }
-  std::replace(page.begin(), page.end(), '\0', ' ');
   if (!platform::IsValidUtf8(page)) page = platform::Utf16ToUtf8(platform::Utf8ToUtf16(page));
   return page;
 }
 
 std::string PlainText(const std::string& page) {
-  CkHtmlToText converter;
-  converter.put_Utf8(true);
-  const char* const converted = converter.toText(page.c_str());
-  if (converted == nullptr) throw std::runtime_error("memory is short");
-  std::string text(converted);
+  std::string text = mail::wholeText(page);
   std::erase(text, '\r');
   return text.empty() ? text : text + '\n';
 }

@@ -10,6 +10,7 @@
 #include "client/commands/Commands.h"
 #include "client/commands/MailboxParts.h"
 #include "client/run/NewFile.h"
+#include "client/show/ItemMime.h"
 #include "client/show/OutputText.h"
 #include "client/sources/Names.h"
 
@@ -44,7 +45,7 @@ class UniqueNames {
 
 struct Exported {
   std::uint64_t written = 0;
-  std::uint64_t leftOut = 0;  // items that were not stored as a message's bytes
+  std::uint64_t leftOut = 0;  // of other kinds than mail
 };
 
 void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
@@ -61,7 +62,8 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
     if (folder.total == 0) continue;
     MakeFolder(place);
     for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
-      const std::string mime = MimeOf(store, item.id);
+      std::string mime = MimeOf(store, item.id);
+      if (mime.empty() && item.element == "Message") mime = ItemMime(store, item);
       ++(mime.empty() ? count.leftOut : count.written);
       if (mime.empty()) continue;
       const std::string subject = item.subject.empty() ? "mail" : item.subject;
@@ -85,7 +87,7 @@ int ExportMailboxes(mailbox::Store& store, const std::string& address, const std
   }
   std::cerr << fmt::format("{} written to {}\n", ItemCount(count.written), OneLine(out));
   if (count.leftOut == 0) return kExitDone;
-  std::cerr << fmt::format("{} left out for want of a source text\n", ItemCount(count.leftOut));
+  std::cerr << fmt::format("{} left out: they are no mail\n", ItemCount(count.leftOut));
   return kExitFailed;
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 
 #include "base/AsciiText.h"
+#include "mailboxd/web/WebFields.h"
 #include "platform/Base64.h"
 
 namespace mailbox {
@@ -17,40 +18,61 @@ constexpr std::string_view kEnds = "\"'<>() \t\r\n";  // of a reference
 constexpr std::array<std::string_view, 5> kTypes = {"image/png", "image/jpeg", "image/gif",
                                                     "image/webp", "image/bmp"};
 
+// Hands out each picture that there is room for.
 class Pictures {
  public:
-  explicit Pictures(const MailContent& mail) : m_mail(mail) {
-    const auto& all = mail.Attachments();
-    for (size_t i = 0; i < all.size(); ++i) {
-      const bool known = std::count(kTypes.begin(), kTypes.end(), all[i].contentType) > 0;
-      if (known && !all[i].contentId.empty()) m_byId.emplace(all[i].contentId, i);
-    }
+  explicit Pictures(const std::vector<InlinePicture>& all) {
+    for (const InlinePicture& one : all) m_byId.emplace(one.id, &one);
   }
-  bool Any() const { return !m_byId.empty(); }
-  // "data:image/png;base64,…", or "" where there is no such picture, or no room for it.
+  // "" where there is no such picture, or no room for it.
   std::string UrlOf(std::string_view id) {
     const auto found = m_byId.find(id);
     if (found == m_byId.end()) return "";
-    const AttachmentInfo& picture = m_mail.Attachments()[found->second];
-    const auto size = static_cast<size_t>(picture.size);
+    const auto size = static_cast<size_t>(found->second->size);
     if (size > m_left) return "";
     m_left -= size;
-    return "data:" + picture.contentType + ";base64," +
-           platform::Base64Encode(m_mail.AttachmentBytes(found->second));
+    return found->second->url();
   }
 
  private:
-  const MailContent& m_mail;
-  std::map<std::string_view, size_t> m_byId;
+  std::map<std::string_view, const InlinePicture*> m_byId;
   size_t m_left = kPictureBytes;
 };
 
 }  // namespace
 
-std::string WithPictures(std::string_view html, const MailContent& mail) {
-  Pictures pictures(mail);
+std::vector<InlinePicture> PicturesOf(const MailContent& mail) {
+  std::vector<InlinePicture> pictures;
+  for (size_t i = 0; i < mail.Attachments().size(); ++i) {
+    const AttachmentInfo& one = mail.Attachments()[i];
+    const bool known = std::count(kTypes.begin(), kTypes.end(), one.contentType) > 0;
+    if (!known || one.contentId.empty()) continue;
+    pictures.push_back({one.contentId, one.size, [&mail, i] {
+                          return "data:" + mail.Attachments()[i].contentType + ";base64," +
+                                 platform::Base64Encode(mail.AttachmentBytes(i));
+                        }});
+  }
+  return pictures;
+}
+
+std::vector<InlinePicture> PicturesOf(Store& store, const ItemInfo& item) {
+  std::vector<InlinePicture> pictures;
+  for (const AttachmentInfo& one : store.Attachments(item.id)) {
+    if (one.contentId.empty()) continue;
+    pictures.push_back({one.contentId, one.size, [&store, id = one.id] {
+                          std::string url;
+                          store.WithAttachment(
+                              id, [&](std::string_view bytes) { url = web::PictureUrl(bytes); });
+                          return url;
+                        }});
+  }
+  return pictures;
+}
+
+std::string WithPictures(std::string_view html, const std::vector<InlinePicture>& all) {
+  if (all.empty()) return std::string(html);
+  Pictures pictures(all);
   std::string out;
-  if (!pictures.Any()) return std::string(html);
   out.reserve(html.size());
   size_t done = 0;
   size_t end =

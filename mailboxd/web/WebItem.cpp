@@ -8,7 +8,7 @@
 #include "base/ExtPtrArray.h"
 #include "base/LogNull.h"
 #include "base/WholeNumber.h"
-#include "html/CkHtmlToText.h"
+#include "html/WholeText.h"
 #include "mailboxd/store/MailOfItem.h"
 #include "mailboxd/web/DownloadName.h"
 #include "mailboxd/web/InlinePictures.h"
@@ -199,12 +199,7 @@ std::string CutBox(std::string_view text) { return CutBox(Cut(text, kSourceShown
 // The mail's own plain text, else one made of its HTML.
 std::string PlainBox(std::string_view text, std::string_view html) {
   if (!text.empty()) return CutBox(text);
-  std::string page(html);
-  std::replace(page.begin(), page.end(), '\0', ' ');  // at which a text would end
-  CkHtmlToText converter;
-  converter.put_Utf8(true);
-  const char* const made = converter.toText(page.c_str());
-  return CutBox(made != nullptr ? made : "");
+  return CutBox(mail::wholeText(std::string(html)));
 }
 
 std::string BodyBox(std::string_view text, std::string_view html, const std::string& base) {
@@ -279,14 +274,15 @@ WebReply ItemPage(Store& store, View& view) {
 
 // The HTML body alone, for the frame on the item's page. It may be opened by itself: what keeps it
 // harmless travels with it.
-WebReply BodyPage(View& view) {
+WebReply BodyPage(Store& store, View& view) {
   constexpr std::string_view kStyle =
       "<style>body{font:15px/1.5 system-ui,sans-serif;margin:12px;overflow-wrap:break-word}"
       "img{max-width:100%;height:auto}</style>\n";
   const std::string_view html = BodyOf(view).html;
   if (html.empty()) return NotFound();
   const MailContent* const mail = view.mail.Content();
-  const std::string shown = mail != nullptr ? WithPictures(html, *mail) : std::string(html);
+  const std::string shown =
+      WithPictures(html, mail != nullptr ? PicturesOf(*mail) : PicturesOf(store, view.item));
   return {200, WebReply().type, std::string(kStyle) + shown, "", kBodyPolicy};
 }
 
@@ -359,7 +355,7 @@ WebReply AnswerItem(Store& store, std::int64_t id, std::span<const std::string_v
     rest = rest.subspan(2);
   }
   if (rest.empty()) return ItemPage(store, view);
-  if (rest.size() == 1 && rest[0] == "body") return BodyPage(view);
+  if (rest.size() == 1 && rest[0] == "body") return BodyPage(store, view);
   if (rest.size() == 1 && rest[0] == "source") return SourceFile(view);
   if (rest.size() == 2 && rest[0] == "part") return PartFile(view, NumberIn(rest[1]));
   return NotFound();

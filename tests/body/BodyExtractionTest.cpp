@@ -97,6 +97,8 @@ TEST_F(BodyExtraction, OnlySafeTextsKeepWhatTheAnsiPageLacksAndMailsWithoutHtml)
   EXPECT_EQ(Text(bothForms), "html");
   ews::Settings().bSafe = true;
   EXPECT_EQ(Text(html), "\xD0\x9F\xD1\x80\xD0\xB8 \xE6\x97\xA5 \xF0\x9F\x98\x80!");
+  EXPECT_EQ(Text(html + "<br>&#128512;&#x2F600;"),
+            Text(html) + "\r\n\xF0\x9F\x98\x80\xF0\xAF\x98\x80");
   EXPECT_EQ(Text("Subject: x\r\nContent-Type: text/plain; charset=koi8-r\r\n\r\n\xF0\t1\r\n2"),
             "\xD0\x9F\t1\r\n2");
   EXPECT_EQ(Text(bothForms), "html");

@@ -2,12 +2,14 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "charset/LibraryNarrow.h"
 #include "ews/Settings.h"
 #include "mime/CkMime.h"
 #include "platform/NarrowText.h"
 #include "target/CTarnyOutlookHandler.h"
+#include "tests/archive/PageServer.h"
 #include "tests/pipeline/TempRunFolder.h"
 
 namespace {
@@ -76,17 +78,30 @@ TEST_F(EmlBuilding, APageIsNotLabelledByTheOneBefore) {
   EXPECT_FALSE(Has(Archive("<p>a"), "koi8-r"));
 }
 
+// Not from a folder around the page's, nor from anywhere on this machine or in the network.
 TEST_F(EmlBuilding, SafeArchivesHoldNothingFromElsewhere) {
-  folder.WriteWork("page/p.html", "<img src=\"../secret.png\"><img src=\"own.png\">");
-  folder.WriteWork("page/own.png", kPicture);
+  archive_support::PageServer site;
+  site.Put("/far.png", "distant", "image/png");
+  const std::string own = folder.Write("elsewhere.png", "machine");
+  const std::pair<std::string, std::string> links[] = {{"../secret.png", "c2VjcmV0"},
+                                                       {"file://" + own, "bWFjaGluZQ"},
+                                                       {site.Url("/far.png"), "ZGlzdGFudA"}};
   folder.WriteWork("secret.png", "secret");
+  folder.WriteWork("page/own.png", kPicture);
+  std::string page = "<img src=\"own.png\">";
+  for (const auto& [link, bytes] : links) page += "<img src=\"" + link + "\">";
+  folder.WriteWork("page/p.html", page);
   for (const bool safe : {false, true}) {
     ews::Settings().bSafe = safe;
     (void)handler.ConvertHtmlToMime(Path(u"page\\p.html"));
-    const std::string archive = Read("page/p.html.eml");
-    EXPECT_EQ(Has(archive, "c2VjcmV0"), !safe);
+    std::string archive = Read("page/p.html.eml");
+    for (std::size_t at; (at = archive.find("=\r\n")) != std::string::npos;) archive.erase(at, 3);
+    EXPECT_TRUE(Has(archive, "iVBORw0KGgogcGljdHVyZQ"));
+    for (const auto& [link, bytes] : links) {
+      EXPECT_EQ(Has(archive, bytes), !safe) << link;
+    }
+    EXPECT_EQ(site.Asked("/far.png").size(), 1U);
     EXPECT_EQ(Has(archive, "src=3D\"../secret.png"), safe) << archive;
-    EXPECT_TRUE(Has(archive, "iVBORw0KGgogcGljdHVyZQ=="));
   }
 }
 
@@ -180,6 +195,12 @@ TEST_F(EmlBuilding, RawTextBecomesAMailOfItsPage) {
                 "<html></html>Content-Transfer-Encoding: quoted-printable\r\n"
                 "Content-Type: t\r\n\tcharset=\"utf-8\"\r\n\r\n<html></HTML>");
   EXPECT_EQ(Mail(header + "<html>\r\nno end"), start + "<html>no end");
+  const std::string meta = "<meta http-equiv=x content=\"text/html; charset=koi8-r\">";
+  for (const bool safe : {false, true}) {  // a page that begins so is no line of a header
+    ews::Settings().bSafe = safe;
+    EXPECT_EQ(Has(Mail(header + meta + "\r\na</html>"), meta + "\r\n\r\n" + meta + "a"), !safe);
+  }
+  ews::Settings().bSafe = false;
   // What cannot be read leaves none, and none of before.
   EXPECT_EQ(Mail("Content-Type: text/html\r\n\r\n<html>\r\n</html>"), "");
   EXPECT_EQ(Mail(header + "<html>\r\nContent-Transfer-Encoding: base64\r\n"), "");
@@ -193,6 +214,10 @@ TEST_F(EmlBuilding, RawTextBecomesAMailOfItsPage) {
 
 TEST_F(EmlBuilding, APageGetsSenderAndSubject) {
   folder.WriteWork("ch111.html", "<html><p>caf&eacute;</p></html>");
+  // kept: what is beyond ASCII is UTF-8 taken for ANSI text
+  (void)handler.DecodeStringEML(GetCurrPath(), u"<a@x>", u"\u042F b", u"");
+  EXPECT_TRUE(Has(Read("EmlFile.Eml"), "=?iso-8859-1?Q?=D0=AF_b?=")) << Read("EmlFile.Eml");
+  ews::Settings().bSafe = true;
   EXPECT_EQ(handler.DecodeStringEML(GetCurrPath(), u"\u042F <a@x>", u"\u042F b", u"1.1.2020"), u"");
   const std::string mail = Read("EmlFile.Eml");
   EXPECT_TRUE(Has(mail, "Subject: =?iso-8859-5?Q?=CF_b?=")) << mail;

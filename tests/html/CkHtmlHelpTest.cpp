@@ -138,10 +138,11 @@ std::string Named(std::string_view text) {
   return std::string(decoded.view());
 }
 
-std::string Numeric(std::string_view text, unsigned page = 65001) {
+std::string Numeric(std::string_view text, unsigned page = 65001,
+                    std::size_t digits = _ckHtmlHelp::kShortEntity) {
   mail::DataBuffer out;
   mail::LogNull log;
-  _ckHtmlHelp::decodeNumericEntities(text, out, page, log);
+  _ckHtmlHelp::decodeNumericEntities(text, out, page, log, digits);
   return std::string(out.view());
 }
 
@@ -182,6 +183,9 @@ TEST(CkHtmlHelp, DecodesNumericEntitiesAndLosesNothingElse) {
   };
   for (const auto& [text, decoded] : rows) EXPECT_EQ(Numeric(text), decoded) << text;
   EXPECT_EQ(Numeric("\xE9&#8364;", 1252), "\xE9\x80");
+  EXPECT_EQ(Numeric("&#128512;&#x0001F600;&#1114111;&#1114112;&#9999999999;&#65", 65001,
+                    _ckHtmlHelp::kLongEntity),
+            "😀😀\xF4\x8F\xBF\xBF&#1114112;&#9999999999;&#65");
 }
 
 std::string ToUnquoted(ParseEngine& parse) {

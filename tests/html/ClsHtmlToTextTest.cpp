@@ -64,6 +64,7 @@ TEST(ClsHtmlToText, HidesWhatIsNotForReading) {
   ExpectTexts({
       {"<head><title>t</title><style>s</style></head>a", "a"},
       {"a<style>b</style><!-- c --><script>d</script><!DOCTYPE e>f", "a f"},
+      {"<comment>a<comment>b</comment>c<comment>d<p>e", "c\r\n\r\ne"},
       {"<p>a&nbsp;</p><p>&nbsp;</p><p>b &nbsp; c</p>", "a\r\n\r\nb c"},
       {"<pre>a&nbsp;&nbsp;b</pre>", "a  b"},
       {"&lt;a&gt; &amp;lt; &#8364;&eacute; &#x41", "<a> < €é &#x41"},

@@ -109,6 +109,7 @@ TEST(ItemBodies, PicturesThatAreNotPairedAreToldApartWithTheSafeSwitch) {
 TEST(ItemBodies, TheFirstBodyThatIsThereIsTaken) {
   const std::string page = test_support::WideBytes(u"x<HTML>file");
   const std::string text = test_support::WideBytes(u"plain file");
+  const std::string kPage = "the converter's";
   const struct {
     std::vector<std::pair<std::string, std::string>> files;
     std::string record;  // of an appointment and a task: type and text
@@ -143,6 +144,12 @@ TEST(ItemBodies, TheFirstBodyThatIsThereIsTaken) {
        " ",
        "HTML <HTML>b</HTML>",
        "HTML <HTML>file</HTML>"},
+      // One that shows nothing is a page all the same.
+      {{{"ch2111.rtf", "{\\rtf1 \\par}"}, {"TextFile1.eml", text}},
+       kPage,
+       kPage,
+       "Text a<HTML>b",
+       "Text plain file"},
   };
   for (const auto& row : rows) {
     for (const Kind& kind : {kAppointment, kTask, kContact}) {
@@ -158,10 +165,15 @@ TEST(ItemBodies, TheFirstBodyThatIsThereIsTaken) {
         }
         const mailbox::ItemInfo item = Stored(run, kind, u"a<HTML>b");
         const bool isContact = std::string(kind.folder) == "contacts";
-        EXPECT_EQ(item.bodyType + " " + item.body,
-                  safe ? (isContact ? row.safeContact : row.safeRecord)
-                       : (isContact ? row.contact : row.record))
-            << kind.folder << (safe ? " safe" : "") << row.files.size();
+        const std::string& expected = safe ? (isContact ? row.safeContact : row.safeRecord)
+                                           : (isContact ? row.contact : row.record);
+        const std::string body = item.bodyType + " " + item.body;
+        SCOPED_TRACE(kind.folder + std::string(safe ? " safe" : ""));
+        if (expected == kPage) {
+          EXPECT_THAT(body, testing::StartsWith("HTML \n\n\n<"));
+        } else {
+          EXPECT_EQ(body, expected);
+        }
       }
     }
   }

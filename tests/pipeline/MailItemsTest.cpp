@@ -1,12 +1,18 @@
-#include <fmt/format.h>
-#include <gtest/gtest.h>
+#include <fcntl.h>
 
+#include <csignal>
 #include <filesystem>
+#include <optional>
 #include <vector>
 
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include "charset/LibraryNarrow.h"
 #include "ews/Settings.h"
 #include "ews/SoapWriter.h"
 #include "pipeline/BodySource.h"
+#include "platform/UniqueFd.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
@@ -33,6 +39,10 @@ class MailItems : public Scripted {
     return Addresses(collection);
   }
   int Fill() { return handler.SaveEmailItem(mail, GetCurrPath(), &info); }
+  std::string Trace() {
+    return CString(test_support::WideText(test_support::ReadAll(folder.File("trace.txt"))))
+        .ToUtf8();
+  }
 
   TempRunFolder folder;
   CTarnyOutlookHandler handler;
@@ -134,38 +144,119 @@ TEST_F(MailItems, RtfThatShowsNothingGivesWayToTheNextBodyOnlyWithTheSafeSwitch)
   EXPECT_TRUE(mail.GetMimeContent().IsSet());
 }
 
-// Whatever lies there under a body's name, the mail is saved with its attachments.
+// As a program locks a file that it writes: whoever opens it is turned away.
+class FileLock {
+ public:
+  explicit FileLock(const std::string& path) : m_file(open(path.c_str(), O_WRONLY | O_CLOEXEC)) {
+    (void)signal(SIGIO, SIG_IGN);  // tells the holder that somebody came
+    EXPECT_EQ(fcntl(m_file.Get(), F_SETLEASE, F_WRLCK), 0);
+  }
+
+ private:
+  platform::UniqueFd m_file;
+};
+
+// Whatever lies there under a body's name, the mail is saved with its attachments, and the trace
+// has the steps of its body.
 TEST_F(MailItems, NoBodyFileKeepsAMailFromBeingSaved) {
   const std::string rtf = "{\\rtf1 a{\\pict\\pngblip 89504e";
   const std::string garbled = std::string("\xFF\xFE\0\xD8<a", 6) + std::string(70000, '\xDF');
   const std::string page = "<img src=\"file:///etc/hostname\"><img src=\"../../x.png\">";
+  const std::string steps[] = {
+      " Imagech111.html\r\n* RETURN Imagech111.html\r\n",
+      " IN \\EmlFile.Eml\r\n*OUT \\EmlFile.Eml\r\n Before SaveAttachment\r\n",
+      " IN \\ch2111.rtf\r\nBefore HrsConvertFile\r\n*After HrsConvertFile\r\n*OUT \\ch2111.rtf\r\n",
+      " IN \\TextFile1.txt\r\n*Save file \\TextFile1.txt\r\n OUT \\TextFile1.txt\r\n",
+      "Save fileGARImage.html\r\n Before SaveAttachment\r\n"};
   folder.WriteWork("a.txt", "a");
   folder.WriteWork("11comtextjjAttach.t", u"a.txt\n");
   folder.WriteWork("2ImageAttchment.txt", u"a.txt\n");
-  for (const BodyFile& file : kBodyFiles) {
-    const bool mime = file.eSource == BodySource::kMime;  // carries its attachments itself
-    std::string name = CString(file.pszFile).ToUtf8();
+  for (size_t n = 0; n < kBodyFiles.size(); ++n) {
+    const bool mime = kBodyFiles[n].eSource == BodySource::kMime;  // brings its own attachments
+    const bool rich = kBodyFiles[n].eSource == BodySource::kRichText;
+    std::string name = CString(kBodyFiles[n].pszFile).ToUtf8();
     name.erase(0, name.rfind('\\') + 1);
-    for (const std::string& bytes : {std::string(), garbled, page, rtf, std::string("folder")}) {
+    for (const std::string& bytes :
+         {std::string(), garbled, page, rtf, std::string("folder"), std::string("locked")}) {
       for (const bool safe : {false, true}) {
         SCOPED_TRACE(name + (safe ? " safe: " : ": ") + bytes.substr(0, 20));
-        if (bytes == "folder") {
-          std::filesystem::create_directories(folder.Work(name));
-        } else {
-          folder.WriteWork(name, bytes);
-        }
+        std::optional<FileLock> lock;
+        folder.WriteWork(bytes == "folder" ? name + "/in" : name, bytes);
+        if (bytes == "locked") lock.emplace(folder.Work(name));
+        const bool shut = bytes == "folder" || bytes == "locked";
+        std::filesystem::remove(folder.File("trace.txt"));
+        handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
         ews::Settings().bSafe = safe;
         ews::EmailMessage filled{nullptr};
-        if (mime && safe && (bytes == "folder" || bytes.empty())) {
+        if (mime && safe && (shut || bytes.empty())) {
           EXPECT_THROW(handler.SaveEmailItem(filled, GetCurrPath(), &info), std::runtime_error);
         } else {
           EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
         }
         EXPECT_EQ(filled.Attachments().Count(), mime ? 0 : 1);
         EXPECT_TRUE(!safe || !filled.Body() || ews::IsXmlText(filled.Body()->Text()));
+        std::string trace = Trace();
+        std::erase(trace, '\0');
+        EXPECT_THAT(trace,
+                    testing::AllOf(testing::HasSubstr(steps[n].substr(0, steps[n].find('*'))),
+                                   testing::HasSubstr(steps[n].substr(steps[n].rfind('*') + 1))));
+        EXPECT_EQ(trace.find("In Catch Last Error Code = ") != std::string::npos, shut && rich);
+        EXPECT_EQ(trace.find("The body could not be read: ") != std::string::npos,
+                  safe && shut && !mime && !rich);
         std::filesystem::remove_all(folder.Work(name));
       }
     }
+  }
+}
+
+// Two hundred megabytes are all there.
+TEST_F(MailItems, AHugeBodyIsTakenWhole) {
+  constexpr std::uintmax_t kBytes = 200'000'000;
+  ews::Settings().bSafe = true;
+  folder.WriteWork("TextFile1.txt", u"first\r\n");
+  std::filesystem::resize_file(folder.Work("TextFile1.txt"), kBytes);  // a sparse one, of NULs
+  EXPECT_EQ(Fill(), 1);
+  ASSERT_TRUE(mail.Body().has_value());
+  EXPECT_EQ(mail.Body()->Text().GetLength(), static_cast<int>(kBytes / 2) + 2);  // and a line's end
+}
+
+// A text is read by what its bytes show only with the safe switch.
+TEST_F(MailItems, TextInNarrowBytesIsReadableOnlyWithTheSafeSwitch) {
+  mail::installLibraryNarrow();
+  const std::string text =
+      "Gr\xFC\xDF"
+      "e,\r\nbis morgen\tum 9\r\n";
+  for (const char* name : {"TextFile1.txt", "GARImage.html"}) {
+    folder.WriteWork(name, text);
+    for (const bool safe : {false, true}) {
+      ews::Settings().bSafe = safe;
+      ews::EmailMessage filled{nullptr};
+      EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+      ASSERT_TRUE(filled.Body().has_value());
+      EXPECT_EQ(filled.Body()->Text() == u"Gr\u00FC\u00DFe,\r\nbis morgen\tum 9\r\n", safe) << name;
+    }
+    std::filesystem::remove(folder.Work(name));
+  }
+}
+
+// The page names a file, which is none in a mailbox.
+TEST_F(MailItems, AnImagePageShowsItsAttachmentOnlyWithTheSafeSwitch) {
+  for (const bool safe : {false, true}) {
+    ews::Settings().bSafe = safe;
+    folder.WriteWork("ImageAttchment.txt", u"Bild \u56FE 1.png\r\n");
+    folder.WriteWork("2ImageAttchment.txt", u"other.txt\r\nBild \u56FE 1.png\r\n");
+    folder.WriteWork("other.txt", "x");
+    folder.WriteWork("Bild \u56FE 1.png", "p");
+    EXPECT_TRUE(handler.ConvertImageToHTML(u""));
+    ews::EmailMessage filled{nullptr};
+    EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+    ASSERT_EQ(filled.Attachments().Count(), 2);
+    ASSERT_TRUE(filled.Body().has_value());
+    const std::string id = filled.Attachments()[1].ContentId().ToUtf8();
+    EXPECT_EQ(id, safe ? "Picture_2@01C77B50.1E294610" : "");
+    EXPECT_EQ(filled.Body()->Text().ToUtf8().find("<img src=\"cid:" + id + "\" height=") !=
+                  std::string::npos,
+              safe);
   }
 }
 
@@ -244,8 +335,7 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
     EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
     EXPECT_EQ(error.ToUtf8(), row.error);
     EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")), row.error + "\r\r\n");
-    const CString trace = test_support::WideText(test_support::ReadAll(folder.File("trace.txt")));
-    EXPECT_THAT(trace.ToUtf8(), testing::HasSubstr(row.lines));
+    EXPECT_THAT(Trace(), testing::HasSubstr(row.lines));
     for (const char* log : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(log));
   }
 }
@@ -273,10 +363,6 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
   handler.m_objWebAccess.m_pService->SetUrl(u"https://mail.example.com/EWS");
   handler.m_objWebAccess.m_fldCurrent = ews::WellKnownFolderName::Inbox;
   handler.SetAllowDuplicates(false);
-  const auto trace = [&] {
-    return CString(test_support::WideText(test_support::ReadAll(folder.File("trace.txt"))))
-        .ToUtf8();
-  };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.lines);
     handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");  // as each command
@@ -293,8 +379,8 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
     const std::string log = tooLarge + "\r\r\n";
     EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
               row.error == tooLarge ? log : log + row.error + "\r\r\n");
-    EXPECT_THAT(trace(), testing::HasSubstr(refused));
-    EXPECT_THAT(trace(), testing::HasSubstr(row.lines));
+    EXPECT_THAT(Trace(), testing::HasSubstr(refused));
+    EXPECT_THAT(Trace(), testing::HasSubstr(row.lines));
     EXPECT_FALSE(std::filesystem::exists(folder.Work("EmlFile.Eml")));
     EXPECT_EQ(handler.CheckIfDublicateItemPresent(u"1"), row.second.empty());
     handler.m_pSqlHandler->ExecuteQuery(u"DELETE FROM MAILBOXINFO");
@@ -318,7 +404,7 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
   }
   EXPECT_THAT(LastBody(), testing::AllOf(testing::HasSubstr("a@x"), testing::HasSubstr("text"),
                                          testing::HasSubstr("2024-03-04T08:12:41Z")));
-  EXPECT_THAT(trace(), testing::Not(testing::HasSubstr("has no text")));
+  EXPECT_THAT(Trace(), testing::Not(testing::HasSubstr("has no text")));
   folder.WriteWork("11comtextjj.t", u"EMAIL\n");
   folder.WriteWork("EmlFile.Eml", "Content-Type: application/pdf\r\n\r\nx");
   std::filesystem::remove(folder.Work("TextFile1.txt"));
@@ -326,7 +412,7 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
   m_transport.Push(answers::Item("I="));
   CString error;
   EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-  EXPECT_THAT(trace(), testing::HasSubstr("\r\nThe reduced mail has no text\r\n"));
+  EXPECT_THAT(Trace(), testing::HasSubstr("\r\nThe reduced mail has no text\r\n"));
   folder.WriteWork("EmlFile.Eml", "\r\ntext");
   for (int i = 0; i < 2; ++i) {
     m_transport.Push(answers::Error("CreateItem", "ErrorMessageSizeExceeded", tooLarge));

@@ -135,6 +135,23 @@ TEST_F(WebPages, AnHtmlBodyIsConfinedAndHasTheMailsOwnPictures) {
   ExpectMissing(Add("s", "A: b\r\n\r\ntext"), {"/body"});
 }
 
+// Some clients call every picture a JPEG: its bytes say what it is.
+TEST_F(WebPages, AnHtmlBodyHasThePicturesThatAreStoredBesideIt) {
+  mailbox::NewItem item;
+  item.info.folder = Inbox().id;
+  item.info.bodyType = "HTML";
+  item.info.body = "<img src=\"cid:p@x\"><img src=\"cid:t@x\">";
+  item.attachments.resize(2);
+  item.attachments[0].info.contentId = "p@x";
+  item.attachments[0].info.contentType = "image/jpeg";
+  item.attachments[0].content = "GIF89a";
+  item.attachments[1].info.contentId = "t@x";
+  item.attachments[1].content = "<script>";
+  m_store.CreateItem(item);
+  EXPECT_TRUE(Holds(Get(PathOf(item) + "/body").body,
+                    {"<img src=\"data:image/gif;base64,R0lGODlh\"><img src=\"cid:t@x\">"}));
+}
+
 TEST_F(WebPages, MailsInsideMailsHavePagesOfTheirOwn) {
   const std::string inner =
       "Subject: second\r\nContent-Type: multipart/mixed; boundary=y\r\n\r\n--y\r\n\r\ntext 2\r\n"
