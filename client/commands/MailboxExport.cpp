@@ -8,6 +8,8 @@
 
 #include "base/AsciiText.h"
 #include "client/commands/Commands.h"
+#include "client/commands/ExportedCalendar.h"
+#include "client/commands/ExportedCard.h"
 #include "client/commands/MailboxParts.h"
 #include "client/run/NewFile.h"
 #include "client/show/OutputText.h"
@@ -44,8 +46,23 @@ class UniqueNames {
 
 struct Exported {
   std::uint64_t written = 0;
-  std::uint64_t leftOut = 0;  // items that were not stored as a message's bytes
+  std::uint64_t leftOut = 0;  // mails that were not stored as a message's bytes
 };
+
+// What an item is written as; empty where there is nothing to write.
+struct ExportedFile {
+  const char* extension;
+  std::string bytes;
+};
+ExportedFile FileOf(mailbox::Store& store, const mailbox::ItemInfo& item) {
+  if (item.element == "CalendarItem" || item.element == "Task") {
+    return {".ics", CalendarTextOf(store, item)};
+  }
+  if (item.element == "Contact" || item.element == "DistributionList") {
+    return {".vcf", CardTextOf(store, item)};
+  }
+  return {".eml", MimeOf(store, item.id)};
+}
 
 void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
                    Exported& count) {
@@ -61,11 +78,11 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
     if (folder.total == 0) continue;
     MakeFolder(place);
     for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
-      const std::string mime = MimeOf(store, item.id);
-      ++(mime.empty() ? count.leftOut : count.written);
-      if (mime.empty()) continue;
-      const std::string subject = item.subject.empty() ? "mail" : item.subject;
-      NewFile(place / names[place].Take(FileName(subject + ".eml"))).Write(mime);
+      const ExportedFile file = FileOf(store, item);
+      ++(file.bytes.empty() ? count.leftOut : count.written);
+      if (file.bytes.empty()) continue;
+      const std::string subject = item.subject.empty() ? "untitled" : item.subject;
+      NewFile(place / names[place].Take(FileName(subject + file.extension))).Write(file.bytes);
     }
   }
 }
