@@ -49,7 +49,7 @@ int RunMailbox(const Arguments& arguments) {
   show->add_flag("--source", view.source, "The source text as it is stored")
       ->excludes(asJson)
       ->excludes(asHtml);
-  CLI::App* save = AddCommand(app, "export", "Writes all mail as .eml files", data);
+  CLI::App* save = AddCommand(app, "export", "Writes all items as .eml, .ics and .vcf files", data);
   save->add_option("--mailbox", exported, "Only the mailbox of that address");
   save->add_option("OUT", out, "A folder that is new or empty")->required();
   int exitCode = kExitDone;

@@ -3,11 +3,14 @@
 #include <map>
 #include <set>
 #include <stdexcept>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "base/AsciiText.h"
 #include "client/commands/Commands.h"
+#include "client/commands/ExportedCalendar.h"
+#include "client/commands/ExportedCard.h"
 #include "client/commands/MailboxParts.h"
 #include "client/run/NewFile.h"
 #include "client/show/ItemMime.h"
@@ -45,8 +48,25 @@ class UniqueNames {
 
 struct Exported {
   std::uint64_t written = 0;
-  std::uint64_t leftOut = 0;  // of other kinds than mail
+  std::uint64_t leftOut = 0;  // of kinds that have no form as a file
 };
+
+// What an item is written as; empty where there is nothing to write.
+struct ExportedFile {
+  const char* extension;
+  std::string bytes;
+};
+ExportedFile FileOf(mailbox::Store& store, const mailbox::ItemInfo& item) {
+  if (item.element == "CalendarItem" || item.element == "Task") {
+    return {".ics", CalendarTextOf(store, item)};
+  }
+  if (item.element == "Contact" || item.element == "DistributionList") {
+    return {".vcf", CardTextOf(store, item)};
+  }
+  std::string mime = MimeOf(store, item.id);
+  if (mime.empty() && item.element == "Message") mime = ItemMime(store, item);
+  return {".eml", std::move(mime)};
+}
 
 void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
                    Exported& count) {
@@ -62,12 +82,11 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
     if (folder.total == 0) continue;
     MakeFolder(place);
     for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
-      std::string mime = MimeOf(store, item.id);
-      if (mime.empty() && item.element == "Message") mime = ItemMime(store, item);
-      ++(mime.empty() ? count.leftOut : count.written);
-      if (mime.empty()) continue;
-      const std::string subject = item.subject.empty() ? "mail" : item.subject;
-      NewFile(place / names[place].Take(FileName(subject + ".eml"))).Write(mime);
+      const ExportedFile file = FileOf(store, item);
+      ++(file.bytes.empty() ? count.leftOut : count.written);
+      if (file.bytes.empty()) continue;
+      const std::string subject = item.subject.empty() ? "untitled" : item.subject;
+      NewFile(place / names[place].Take(FileName(subject + file.extension))).Write(file.bytes);
     }
   }
 }
@@ -87,7 +106,7 @@ int ExportMailboxes(mailbox::Store& store, const std::string& address, const std
   }
   std::cerr << fmt::format("{} written to {}\n", ItemCount(count.written), OneLine(out));
   if (count.leftOut == 0) return kExitDone;
-  std::cerr << fmt::format("{} left out: they are no mail\n", ItemCount(count.leftOut));
+  std::cerr << fmt::format("{} left out: there is no file for their kind\n", ItemCount(count.leftOut));
   return kExitFailed;
 }
 

@@ -49,7 +49,10 @@ void ListAsJson(mailbox::Store& store, const MailboxListing& options) {
 }
 
 void PrintItem(const mailbox::ItemInfo& item) {
-  const std::string date = item.received.empty() ? item.sent : item.received;
+  // When it takes place, or else when it came.
+  const std::string date = !item.starts.empty()     ? item.starts
+                           : !item.received.empty() ? item.received
+                                                    : item.sent;
   std::cout << fmt::format("      #{:<5} {:<16}  {}{}\n", item.id, date.substr(0, 16),
                            item.subject.empty() ? "(no subject)" : OneLine(item.subject),
                            item.isRead ? "" : "  [unread]");

@@ -28,10 +28,13 @@ std::vector<mailbox::ItemInfo> ItemsOf(mailbox::Store& store, const mailbox::Fol
 }
 
 nlohmann::json ItemAsJson(const mailbox::ItemInfo& item) {
-  return {
+  nlohmann::json object = {
       {"id", item.id},       {"subject", item.subject},      {"class", item.itemClass},
       {"read", item.isRead}, {"received", item.received},    {"sent", item.sent},
       {"bytes", item.size},  {"message_id", item.messageId}, {"attachments", item.attachmentCount}};
+  if (!item.starts.empty()) object["starts"] = item.starts;
+  if (!item.ends.empty()) object["ends"] = item.ends;
+  return object;
 }
 
 std::string MimeOf(mailbox::Store& store, std::int64_t item) {

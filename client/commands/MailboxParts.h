@@ -26,8 +26,8 @@ struct MailboxItemView {
 };
 int ShowMailboxItem(mailbox::Store& store, const MailboxItemView& options);
 
-// All mail of a mailbox, or of all where the address is empty, as .eml files in a folder that is
-// new or empty.
+// All items of a mailbox, or of all where the address is empty, as .eml, .ics and .vcf files in a
+// folder that is new or empty.
 int ExportMailboxes(mailbox::Store& store, const std::string& address, const std::string& out);
 
 // What they share.

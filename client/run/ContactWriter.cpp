@@ -17,6 +17,8 @@ namespace {
 using nlohmann::json;
 
 constexpr std::string_view kContactPhoto = "ContactPhoto.jpg";
+constexpr std::string_view kNoteFile = "TextFile1.eml";
+constexpr std::size_t kMostWideBytes = 65536;  // of a file that the engine reads as 16-bit units
 
 // Labels of the tagged body, spelt as the engine reads them.
 struct Label {
@@ -92,6 +94,16 @@ std::string Front(const std::vector<std::string>& list) {
   return list.empty() ? std::string() : list[0];
 }
 
+// A text file keeps the line ends of a note, as CRs, which a tagged field loses; a long one is read
+// as something else.
+std::string NoteFileOf(const Contact& contact) {
+  return Utf16LittleEndian(DescriptorBody(contact.note));
+}
+bool HasNoteFile(const Contact& contact) {
+  return contact.note.find('\n') != std::string::npos &&
+         NoteFileOf(contact).size() <= kMostWideBytes;
+}
+
 std::string TaggedBody(const Contact& contact) {
   std::string body;
   for (const Label& label : kTextLabels) {
@@ -107,7 +119,8 @@ std::string TaggedBody(const Contact& contact) {
     body += Tagged(LabelOf(kAddressLabels, address.kind), AddressValue(address));
   }
   body += Tagged("Im Address", Front(contact.ims)) + Tagged("Birthday", contact.birthday) +
-          Tagged("Categories", Front(contact.categories)) + Tagged("Comments", contact.note);
+          Tagged("Categories", Front(contact.categories));
+  if (!HasNoteFile(contact)) body += Tagged("Comments", contact.note);
   return body;
 }
 
@@ -151,6 +164,9 @@ json ContactProps(const Contact& contact) {
 }
 
 void WriteContactFiles(const std::string& workFolder, const Contact& contact) {
+  if (HasNoteFile(contact)) {
+    NewFile(workFolder + "/" + std::string(kNoteFile)).Write(NoteFileOf(contact));
+  }
   if (contact.photo.empty()) return;
   NewFile(workFolder + "/" + std::string(kContactPhoto)).Write(contact.photo);
 }

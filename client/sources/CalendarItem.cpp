@@ -203,6 +203,9 @@ class ItemReader {
     }
     if (m_item.isTask) return end;
     // A day ends where the next begins; some programs name the same day.
+    if (start->isDate ? end->wall < start->wall : end->utc < start->utc) {
+      Leave("an end before the start:", end->wall.Text());
+    }
     if (start->isDate && end->wall <= start->wall) end = After(*start, kDay, m_item.zone);
     if (end->utc < start->utc) end = start;
     end->wall = InZone(*end);
@@ -403,6 +406,7 @@ class ItemReader {
   }
 
   void ReadDeleted(const ContentLine& line) {
+    if (m_item.isTask) return Leave("a deleted occurrence of a task:", line.value);
     ContentLine one;
     one.parameters = line.parameters;
     for (const std::string& value : SplitValue(line.value, ',')) {

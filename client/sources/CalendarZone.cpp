@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <ctime>
+#include <functional>
 #include <map>
 #include <set>
 #include <vector>
@@ -45,19 +46,27 @@ ZonePointer ByWindowsName(std::string_view name) {
   return U_SUCCESS(error) && !id.isEmpty() ? ById(id) : nullptr;
 }
 
-// "Berlin" is Europe/Berlin.
-ZonePointer ByCity(std::string city) {
-  std::replace(city.begin(), city.end(), ' ', '_');
-  const icu::UnicodeString end = icu::UnicodeString::fromUTF8("/" + city);
+// Calls `take` with the name of each place's zone until it returns false.
+void ForEachZone(const std::function<bool(const icu::UnicodeString& id)>& take) {
   UErrorCode error = U_ZERO_ERROR;
   const std::unique_ptr<icu::StringEnumeration> ids(Zone::createTimeZoneIDEnumeration(
       UCAL_ZONE_TYPE_CANONICAL_LOCATION, nullptr, nullptr, error));
   while (ids && U_SUCCESS(error)) {
     const icu::UnicodeString* id = ids->snext(error);
-    if (!id) break;
-    if (id->endsWith(end)) return ById(*id);
+    if (!id || !take(*id)) return;
   }
-  return nullptr;
+}
+
+// "Berlin" is Europe/Berlin.
+ZonePointer ByCity(std::string city) {
+  std::replace(city.begin(), city.end(), ' ', '_');
+  const icu::UnicodeString end = icu::UnicodeString::fromUTF8("/" + city);
+  ZonePointer zone;
+  ForEachZone([&](const icu::UnicodeString& id) {
+    if (id.endsWith(end)) zone = ById(id);
+    return zone == nullptr;
+  });
+  return zone;
 }
 
 // Of "(UTC+01:00) Amsterdam, Berlin, Bern" and "(GMT-05.00) Eastern Time (US & Canada)".
@@ -112,14 +121,10 @@ struct NamedZone {
 // Each zone of Windows with the one that it means when no country is given.
 std::vector<NamedZone> ZonesOfWindows() {
   std::set<std::string> names;
-  UErrorCode error = U_ZERO_ERROR;
-  const std::unique_ptr<icu::StringEnumeration> ids(Zone::createTimeZoneIDEnumeration(
-      UCAL_ZONE_TYPE_CANONICAL_LOCATION, nullptr, nullptr, error));
-  while (ids && U_SUCCESS(error)) {
-    const icu::UnicodeString* id = ids->snext(error);
-    if (!id) break;
-    names.insert(WindowsNameOf(*id));
-  }
+  ForEachZone([&](const icu::UnicodeString& id) {
+    names.insert(WindowsNameOf(id));
+    return true;
+  });
   std::vector<NamedZone> zones;
   for (const std::string& name : names) {
     ZonePointer zone = name.empty() ? nullptr : ByWindowsName(name);
@@ -272,6 +277,30 @@ CivilTime CalendarZone::FromUtc(std::int64_t seconds) const {
   std::tm local{};
   if (!localtime_r(&time, &local)) return {};
   return CivilTime::OfUtc(seconds + local.tm_gmtoff);
+}
+
+std::string CalendarZone::Name() const {
+  if (!m_rules) return {};
+  icu::UnicodeString id;
+  m_rules->zone->getID(id);
+  UErrorCode error = U_ZERO_ERROR;
+  UBool isKnown = false;
+  icu::UnicodeString canonical;
+  Zone::getCanonicalID(id, canonical, isKnown, error);
+  return U_SUCCESS(error) && isKnown ? Utf8(id) : std::string();
+}
+
+std::string CalendarZone::RulesText(std::int64_t from) const {
+  if (Name().empty()) return {};
+  icu::UnicodeString id;
+  m_rules->zone->getID(id);
+  const std::unique_ptr<icu::VTimeZone> zone(icu::VTimeZone::createVTimeZoneByID(id));
+  UErrorCode error = U_ZERO_ERROR;
+  icu::UnicodeString text;
+  // A year earlier, so that one of its rules holds at that moment.
+  constexpr std::int64_t kYear = 366 * 86400;
+  if (zone) zone->write(static_cast<double>(from - kYear) * kMillis, text, error);
+  return zone && U_SUCCESS(error) ? Utf8(text) : std::string();
 }
 
 std::string CalendarZone::WindowsName() const {

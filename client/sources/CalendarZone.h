@@ -43,6 +43,10 @@ class CalendarZone {
   CivilTime FromUtc(std::int64_t seconds) const;
   // As mailbox servers call it; empty where Windows has no zone with its clock.
   std::string WindowsName() const;
+  // By its name in the zone database; empty for the process's own, and one that is only rules.
+  std::string Name() const;
+  // Its rules from that moment on, as a VTIMEZONE; empty where Name is.
+  std::string RulesText(std::int64_t from) const;
   bool IsLocal() const { return !m_rules; }
 
  private:

@@ -1,5 +1,6 @@
 #include "client/sources/IcsFile.h"
 
+#include <cstdlib>
 #include <set>
 #include <unordered_map>
 
@@ -22,6 +23,19 @@ const char* KindOf(const IcsComponent& component) {
   return "a table of free and busy times, which is no item";
 }
 
+// The lines of a component but those that tell when it was written.
+std::string Lasting(const std::string& text) {
+  std::string kept;
+  ContentLineReader reader(text);
+  ContentLine line;
+  while (reader.Next(line)) {
+    if (line.name == "DTSTAMP") continue;
+    kept += text.substr(reader.Begin(), reader.End() - reader.Begin());
+  }
+  if (!kept.ends_with('\n')) kept += "\r\n";
+  return kept;
+}
+
 // Walks a file once and sorts its components into items.
 class FileLister {
  public:
@@ -30,22 +44,21 @@ class FileLister {
       : m_path(path), m_levels(levels), m_items(items), m_problems(problems), m_names(path) {}
 
   void List() {
-    const std::string bytes = ReadWholeFile(m_path);
-    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
-      throw SourceError("is written in UTF-16: save it as UTF-8");
-    }
+    const TextFile file = ReadTextFile(m_path);
     bool any = false;
-    ReadIcsComponents(bytes, [&](const IcsComponent& component) {
+    ReadIcsComponents(file.text, [&](const IcsComponent& component) {
       any = true;
       Take(component);
     });
     // An empty calendar is one, too.
-    if (!any && bytes.find("VCALENDAR") == std::string::npos) {
+    if (!any && file.text.find("VCALENDAR") == std::string::npos) {
       throw SourceError("no calendar is in it");
     }
     // An occurrence may stand before its series.
     for (const auto& [key, place] : m_changed) Place(key, place);
     for (auto& [item, zones] : m_zonesOf) AddRules(m_items[item], zones);
+    if (!file.isConverted) return;
+    for (auto& [item, zones] : m_zonesOf) KeepText(file.text, m_items[item]);
   }
 
  private:
@@ -54,6 +67,11 @@ class FileLister {
     SourceItem::Extent extent;
     ItemType type = TYPE_CALENDER;
     std::set<std::string> zones;
+    long sequence = 0;  // how often it was changed
+  };
+  struct Main {
+    std::size_t item;  // its place in m_items
+    long sequence;
   };
 
   void Take(const IcsComponent& component) {
@@ -74,13 +92,42 @@ class FileLister {
     const ItemType type = component.name == "VTODO" ? TYPE_TASK : TYPE_CALENDER;
     const std::string uid = component.Text("UID");
     const std::string key = component.name + uid;
-    Change place{title, extent, type, ZonesOf(component)};
+    const long sequence = std::strtol(component.Text("SEQUENCE").c_str(), nullptr, 10);
+    Change place{title, extent, type, ZonesOf(component), sequence};
     if (component.First("RECURRENCE-ID") && !uid.empty()) {
       m_changed.emplace_back(key, std::move(place));
     } else {
-      if (!uid.empty()) m_series.try_emplace(key, m_items.size());
-      AddItem(place);
+      AddMain(uid.empty() ? std::string() : key, place);
     }
+  }
+
+  // Of two versions of one event, the later one counts.
+  void AddMain(const std::string& key, const Change& place) {
+    const auto known = m_series.find(key);
+    if (key.empty() || known == m_series.end() || known->second.sequence == place.sequence) {
+      if (!key.empty()) m_series.try_emplace(key, Main{m_items.size(), place.sequence});
+      return AddItem(place);
+    }
+    constexpr const char* kEarlier = "an earlier version of what comes with the same UID";
+    Main& main = known->second;
+    if (place.sequence < main.sequence) {
+      m_problems.push_back({m_names.Next(place.title), kEarlier, /*isUnread=*/false});
+      return;
+    }
+    SourceItem& item = m_items[main.item];
+    m_problems.push_back({item.location, kEarlier, /*isUnread=*/false});
+    main.sequence = place.sequence;
+    item.location = m_names.Next(place.title);
+    item.length = place.extent.length;
+    item.extents = {place.extent};
+    m_zonesOf[main.item] = place.zones;
+  }
+
+  static void KeepText(const std::string& text, SourceItem& item) {
+    for (const SourceItem::Extent& extent : item.extents) {
+      item.appendix += Lasting(text.substr(extent.offset, extent.length));
+    }
+    item.extents.clear();
   }
 
   static std::string TitleOf(const IcsComponent& component) {
@@ -118,10 +165,10 @@ class FileLister {
   void Place(const std::string& key, const Change& place) {
     const auto series = m_series.find(key);
     if (series == m_series.end()) return AddItem(place);  // one that the owner was invited to alone
-    SourceItem& item = m_items[series->second];
+    SourceItem& item = m_items[series->second.item];
     item.extents.push_back(place.extent);
     item.length += place.extent.length;
-    m_zonesOf[series->second].insert(place.zones.begin(), place.zones.end());
+    m_zonesOf[series->second.item].insert(place.zones.begin(), place.zones.end());
   }
 
   // Rules go with an item only where the zone's name alone says nothing.
@@ -142,23 +189,10 @@ class FileLister {
   PlaceNames m_names;
   std::unordered_map<std::string, SourceItem::Extent> m_rules;  // by the zone's name
   std::unordered_map<std::string, bool> m_isKnown;              // zones whose name is enough
-  std::unordered_map<std::string, std::size_t> m_series;  // by kind and UID: places in m_items
+  std::unordered_map<std::string, Main> m_series;               // by kind and UID
   std::vector<std::pair<std::string, Change>> m_changed;
   std::unordered_map<std::size_t, std::set<std::string>> m_zonesOf;
 };
-
-// The lines of a component but those that tell when it was written.
-std::string Lasting(const std::string& text) {
-  std::string kept;
-  ContentLineReader reader(text);
-  ContentLine line;
-  while (reader.Next(line)) {
-    if (line.name == "DTSTAMP") continue;
-    kept += text.substr(reader.Begin(), reader.End() - reader.Begin());
-  }
-  if (!kept.ends_with('\n')) kept += "\r\n";
-  return kept;
-}
 
 }  // namespace
 
@@ -176,7 +210,7 @@ std::string ReadIcsItem(const SourceItem& item) {
   for (const SourceItem::Extent& extent : item.extents) {
     text += Lasting(ReadFileRange(item.file, extent.offset, extent.length));
   }
-  return text + "END:VCALENDAR\r\n";
+  return text + item.appendix + "END:VCALENDAR\r\n";
 }
 
 }  // namespace client

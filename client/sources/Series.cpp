@@ -98,10 +98,26 @@ bool SetRelative(const Lists& lists, Series& series) {
   return series.index != 0 && !series.days[0].empty();
 }
 
+// The day of the month of what is on that day, or on the last of a month that is too short for it;
+// 0 for anything else. All days from the 28th on stand in such a list.
+int LastOf(const Lists& lists) {
+  const std::vector<int>& days = lists.monthDays;
+  if (!lists.days.empty() || lists.positions != std::vector<int>{-1}) return 0;
+  for (std::size_t i = 0; i < days.size(); ++i) {
+    if (days[i] != 28 + static_cast<int>(i)) return 0;
+  }
+  return days.size() > 1 && days.size() <= 4 ? days.back() : 0;
+}
+
 bool SetMonthly(const Lists& lists, const CivilTime& start, Series& series) {
   if (!lists.Within(true, true, false, true) || series.interval > kMostMonths) return false;
   series.pattern = Series::Pattern::kRelativeMonthly;
   if (SetRelative(lists, series)) return true;
+  if (const int day = LastOf(lists); day > 0) {
+    series.pattern = Series::Pattern::kMonthly;
+    series.dayOfMonth = day;
+    return true;
+  }
   if (!lists.days.empty() || !lists.positions.empty() || lists.monthDays.size() > 1) return false;
   series.pattern = Series::Pattern::kMonthly;
   series.dayOfMonth = lists.monthDays.empty() ? start.day : lists.monthDays[0];
@@ -246,7 +262,10 @@ std::optional<Series> SeriesOf(const std::string& rule, const CivilTime& start,
   if (parsed.freq == ICAL_NO_RECURRENCE || !SetPattern(parsed, start, series)) return std::nullopt;
   const bool leapDay =
       series.pattern == Series::Pattern::kYearly && series.month == 2 && series.dayOfMonth == 29;
-  if ((series.pattern == Series::Pattern::kMonthly && series.dayOfMonth > 28) || leapDay) {
+  const bool isMeant = LastOf(Lists(parsed)) > 0;
+  const bool isMissing =
+      leapDay || (series.pattern == Series::Pattern::kMonthly && series.dayOfMonth > 28);
+  if (isMissing && !isMeant) {
     left.push_back(fmt::format("that months without a day {} are passed over: there it is the last",
                                series.dayOfMonth));
   }

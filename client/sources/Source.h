@@ -28,7 +28,9 @@ struct SourceItem {
   };
   std::vector<Extent> extents = {};
   std::string file = {};      // that file; empty where location says it
-  std::string appendix = {};  // what other places of the source say of it: behind its bytes
+  // What stands behind its bytes: all of it where the file must be converted, and what other places
+  // of the source say of it.
+  std::string appendix = {};
 };
 
 // Something in a source that cannot be migrated, and why.

@@ -13,6 +13,7 @@
 #include "base/LogNull.h"
 #include "client/sources/Mbox.h"
 #include "mime/tree/MimeInput.h"
+#include "platform/Unicode.h"
 
 namespace client {
 namespace {
@@ -120,6 +121,20 @@ std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::ui
     done += static_cast<size_t>(got);
   }
   return bytes;
+}
+
+TextFile ReadTextFile(const std::string& path) {
+  std::string bytes = ReadWholeFile(path);
+  const bool isLittle = bytes.starts_with("\xFF\xFE");
+  if (!isLittle && !bytes.starts_with("\xFE\xFF")) return {std::move(bytes)};
+  std::u16string units;
+  units.reserve(bytes.size() / 2);
+  for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
+    const auto low = static_cast<unsigned char>(bytes[isLittle ? i : i + 1]);
+    const auto high = static_cast<unsigned char>(bytes[isLittle ? i + 1 : i]);
+    units += static_cast<char16_t>(high << 8 | low);
+  }
+  return {platform::Utf16ToUtf8(units), /*isConverted=*/true};
 }
 
 std::string ReadWholeFile(const std::string& path) {

@@ -52,6 +52,14 @@ void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::st
 std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length);
 std::string ReadWholeFile(const std::string& path);
 
+// A file of text in UTF-8, or as it is; one that begins with a mark of UTF-16 is converted, and has
+// no places in the file that others could read again.
+struct TextFile {
+  std::string text;
+  bool isConverted = false;
+};
+TextFile ReadTextFile(const std::string& path);  // throws ReadError
+
 // True if the name ends so, without regard to case. suffix is in lower case.
 bool EndsWithNoCase(std::string_view name, std::string_view suffix);
 

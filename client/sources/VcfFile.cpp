@@ -27,6 +27,7 @@ struct CardPlace {
   VCardExtent extent;
   bool group = false;
   std::vector<std::string> members;  // UIDs
+  std::string text;                  // of a file that must be converted
 };
 
 std::string OneLine(std::string_view value) {
@@ -48,19 +49,21 @@ std::string TitleOf(const VCard& card) {
 // What of the file can be items; the people it names are added.
 std::vector<CardPlace> CardsOf(const std::string& path, People& people,
                                std::vector<SourceProblem>& problems) {
-  const std::string bytes = ReadWholeFile(path);
-  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
-    throw SourceError("is written in UTF-16: save it as UTF-8");
-  }
+  const TextFile file = ReadTextFile(path);
   std::vector<CardPlace> places;
-  const std::vector<VCardExtent> extents = FindVCards(bytes);
+  const std::vector<VCardExtent> extents = FindVCards(file.text);
   if (extents.empty()) throw SourceError("no card is in it");
+  std::size_t number = 0;
   for (const VCardExtent& extent : extents) {
-    const VCard card = ParseVCard(std::string_view(bytes).substr(extent.offset, extent.length));
-    CardPlace place{TitleOf(card), extent, card.IsGroup(), {}};
+    const std::string_view text = std::string_view(file.text).substr(extent.offset, extent.length);
+    const VCard card = ParseVCard(text);
+    CardPlace place{TitleOf(card), extent, card.IsGroup(), {}, {}};
+    if (file.isConverted) place.text = text;
+    ++number;
     if (!extent.ended || place.title.empty()) {
       problems.push_back(
-          {fmt::format("{}: {}", path, OneLine(place.title)),
+          {place.title.empty() ? fmt::format("{}: card {}", path, number)
+                               : fmt::format("{}: {}", path, OneLine(place.title)),
            extent.ended ? "a card without a name, an address and a number" : "the card is cut off",
            /*isUnread=*/true});
       continue;
@@ -106,11 +109,13 @@ void ListVcfFiles(const std::vector<std::string>& paths, const std::string& fold
       SourceItem item;
       item.location = names.Next(place.title);
       item.folder = folder;
-      item.offset = place.extent.offset;
-      item.length = place.extent.length;
+      const bool inFile = place.text.empty();
+      item.offset = inFile ? place.extent.offset : 0;
+      item.length = inFile ? place.extent.length : 0;
       item.type = place.group ? TYPE_DIST_LIST : TYPE_CONTACT;
       item.file = path;
-      item.appendix = AppendixOf(place, people);
+      item.appendix = inFile ? "" : place.text + "\r\n";
+      item.appendix += AppendixOf(place, people);
       items.push_back(std::move(item));
     }
   }
@@ -118,7 +123,7 @@ void ListVcfFiles(const std::vector<std::string>& paths, const std::string& fold
 
 std::string ReadVcfItem(const SourceItem& item) {
   std::string text = ReadFileRange(item.file, item.offset, item.length);
-  if (!text.ends_with('\n')) text += "\r\n";
+  if (!text.empty() && !text.ends_with('\n')) text += "\r\n";
   return text + item.appendix;
 }
 

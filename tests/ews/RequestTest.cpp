@@ -74,7 +74,17 @@ TEST_F(Request, AContactTakesTheLastValueOfEachKey) {
   contact.PhysicalAddresses()[ews::PhysicalAddressKey::Other] = {u"", u"Oslo", u"", u"", u""};
   contact.PhysicalAddresses()[ews::PhysicalAddressKey::Home] = {};
   contact.SetSurname(u"");
+  contact.SetMiddleName(u"M");
+  contact.SetNickname(u"N");
+  contact.SetGeneration(u"Jr.");
+  contact.SetProfession(u"Pilot");
+  contact.SetSpouseName(u"Bo");
+  contact.SetBirthday(COleDateTime(1980, 3, 5, 0, 0, 0));
+  contact.SetWeddingAnniversary(COleDateTime(1604, 2, 29, 0, 0, 0));
+  contact.Children().Add(u"Eve");
   Save(contact);
+  EXPECT_EQ(request_samples::Violation(LastBody()), "");
+  EXPECT_THAT(LastBody(), HasSubstr("<t:Birthday>1980-03-05T11:59:00Z<"));
   EXPECT_THAT(LastBody(),
               HasSubstr("<t:Entry Key=\"HomePhone\">2</t:Entry><t:Entry Key=\"Pager\"/>"));
   EXPECT_THAT(LastBody(), HasSubstr("Key=\"EmailAddress3\" Name=\"Ann\">ann@example.com<"));

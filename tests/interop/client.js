@@ -6,14 +6,15 @@ const assert = require('node:assert/strict');
 const ews = require('ews-javascript-api');
 
 const {
-  Appointment, AppointmentSchema, BasePropertySet, BodyType, ConflictResolutionMode,
+  Appointment, AppointmentSchema, BasePropertySet, BodyType, CalendarView, ConflictResolutionMode,
   ConnectingIdType, Contact, ContactGroup, ContactSchema, DateTime, DayOfTheWeek,
   DefaultExtendedPropertySet, DeleteMode, EmailAddressKey, EmailMessage, ExchangeService,
   ExchangeVersion, ExtendedPropertyDefinition, Folder, FolderId, FolderView, GroupMember,
   ImpersonatedUserId, Importance, Item, ItemSchema, ItemView, Mailbox, MapiPropertyType,
   MessageBody, MimeContent, PhoneNumberKey, PhysicalAddressEntry, PhysicalAddressKey, PropertySet,
-  Recurrence, SearchFilter, SendInvitationsMode, SendInvitationsOrCancellationsMode, SortDirection,
-  Task, TaskSchema, TaskStatus, Uri, WebCredentials, WellKnownFolderName,
+  Recurrence, SearchFilter, SendCancellationsMode, SendInvitationsMode,
+  SendInvitationsOrCancellationsMode, SortDirection, Task, TaskSchema, TaskStatus, Uri,
+  WebCredentials, WellKnownFolderName,
 } = ews;
 
 const service = new ExchangeService(ExchangeVersion.Exchange2013_SP1);
@@ -169,6 +170,22 @@ async function meetings() {
     new SearchFilter.IsGreaterThan(AppointmentSchema.Start, new DateTime('2024-03-11T09:00:00Z')),
     new ItemView(10));
   assert.equal(found.TotalCount, 1);
+  // The third of its days is moved, the second is not.
+  const third = await Appointment.BindToOccurrence(service, meeting.Id, 3);
+  assert.equal(third.Start.ToISOString(), '2024-03-25T10:00:00.000Z');
+  third.Subject = 'Review, later';
+  third.Start = new DateTime('2024-03-26T12:00:00Z');
+  third.End = new DateTime('2024-03-26T13:00:00Z');
+  await third.Update(ConflictResolutionMode.AlwaysOverwrite,
+    SendInvitationsOrCancellationsMode.SendToNone);
+  const second = await Appointment.BindToOccurrence(service, meeting.Id, 2);
+  await second.Delete(DeleteMode.HardDelete, SendCancellationsMode.SendToNone);
+  await assert.rejects(Appointment.BindToOccurrence(service, meeting.Id, 2), /deleted/);
+  const shown = await service.FindAppointments(WellKnownFolderName.Calendar,
+    new CalendarView(new DateTime('2024-03-01T00:00:00Z'), new DateTime('2024-04-01T00:00:00Z')));
+  assert.deepEqual(shown.Items.map((one) => `${one.Start.ToISOString()} ${one.Subject}`), [
+    '2024-03-11T10:00:00.000Z Review', '2024-03-26T12:00:00.000Z Review, later',
+    '2024-03-29T10:00:00.000Z Review']);
   const lost = new Appointment(service);
   lost.Start = new DateTime('2024-03-11T10:00:00Z');
   await assert.rejects(lost.Save(WellKnownFolderName.Inbox, SendInvitationsMode.SendToNone),

@@ -167,8 +167,10 @@ TEST(OtherItems, WhatOnlyThePropertiesSayOfAppointmentsAndTasksArrives) {
   const std::string event = R"({"sensitivity": "Private", "busy": "OOF", "reminder": 20,
       "zone": "Tokyo Standard Time",
       "series": {"pattern": "daily", "start": "2024-03-12", "count": 3},
-      "attendees": [{"address": "a@x", "name": "Ann"}, {"address": "b@x", "role": "optional"},
-                    {"address": "c@x", "role": "resource"}]})";
+      "organizer": {"address": "o@x", "name": "Olga"},
+      "attendees": [{"address": "a@x", "name": "Ann", "answer": "accepted"},
+                    {"address": "b@x", "role": "optional", "answer": "declined"},
+                    {"address": "c@x", "role": "resource", "answer": "none"}]})";
   mailbox::ItemInfo item = appointment(event);
   EXPECT_EQ(FieldText(item, "LegacyFreeBusyStatus"), "") << "taken without the safe switch";
   ews::Settings().bSafe = true;
@@ -186,6 +188,11 @@ TEST(OtherItems, WhatOnlyThePropertiesSayOfAppointmentsAndTasksArrives) {
   EXPECT_THAT(textOf("RequiredAttendees"), AllOf(HasSubstr("a@x"), Not(HasSubstr("z@"))));
   EXPECT_THAT(textOf("OptionalAttendees"), HasSubstr("b@x"));
   EXPECT_THAT(textOf("Resources"), HasSubstr("c@x"));
+  EXPECT_EQ(PropertyText(item, "tag:0x42") + PropertyText(item, "tag:0x64") +
+                PropertyText(item, "tag:0x65"),
+            "OlgaSMTPo@x");
+  EXPECT_EQ(PropertyText(item, "named:PublicStrings:name:TarnyAnswers"),
+            "a@x: accepted\nb@x: declined");
 
   item = appointment(R"({"allDay": true, "start": "2024-03-12T00:00:00",
                          "end": "2024-03-13T08:00:00", "reminder": false,
@@ -215,6 +222,68 @@ TEST(OtherItems, WhatOnlyThePropertiesSayOfAppointmentsAndTasksArrives) {
   EXPECT_THAT(FieldText(item, "CompleteDate"), HasSubstr("2024-03-14"));
   EXPECT_EQ(FieldText(item, "ReminderDueBy"), "2024-03-11T06:00:00Z");
   EXPECT_EQ(item.sensitivity, "Confidential");
+}
+
+// Above what its tagged fields say; what is wrong costs itself alone.
+TEST(OtherItems, AContactHasAllThatThePropertiesSay) {
+  ImportRun run;
+  ews::Settings().bSafe = true;
+  run.folder.WriteWork("ContactPhoto.jpg", "\xFF\xD8\xFF");
+  run.folder.WriteWork("ItemProps.json", R"({"sensitivity": "Private", "categories": ["A", "B"],
+      "contact": {"displayName": "Ann Bell", "fileAs": "Bell, Ann", "givenName": "Ann",
+        "middleName": "M", "surname": "Bell", "prefix": "Dr", "suffix": "Jr.", "nickname": "Annie",
+        "company": "Port", "department": "Pilots", "jobTitle": "Pilot", "profession": "Sailor",
+        "office": "Pier 3", "manager": "Bo", "assistant": "Cy", "spouse": "Dee",
+        "businessHomePage": "http://w", "personalHomePage": "http://h",
+        "birthday": "1980-03-05", "anniversary": "1604-02-29", "note": "one\ntwo",
+        "emails": [{"address": "1@x", "name": "Ann Bell"}, {"address": "2@x"}, {"address": "3@x"},
+                   {"address": "4@x"}],
+        "ims": ["i1", "i2", "i3"], "children": ["Eve", "Fay"],
+        "phones": [{"kind": "OtherTelephone", "number": "1"}, {"kind": "RadioPhone", "number": "2"},
+                   {"kind": "AssistantPhone", "number": "3"}, {"kind": "Fax", "number": "4"}],
+        "addresses": [{"kind": "Other", "street": "a\nb", "city": "Bremen", "state": "HB",
+                       "postalCode": "1", "country": "DE"}]}})");
+  ASSERT_EQ(run.Import(WellKnownFolderName::Contacts,
+                       Contact(u"<ITEM>Namn : Other</ITEM><ITEM>Department : Docks</ITEM>")),
+            1)
+      << run.error;
+  const mailbox::ItemInfo item = run.Last("contacts");
+  const std::pair<const char*, const char*> texts[] = {
+      {"DisplayName", "Ann Bell"},
+      {"FileAs", "Bell, Ann"},
+      {"GivenName", "Ann"},
+      {"MiddleName", "M"},
+      {"Surname", "Bell"},
+      {"Generation", "Jr."},
+      {"Nickname", "Annie"},
+      {"CompanyName", "Port"},
+      {"Department", "Pilots"},
+      {"JobTitle", "Pilot"},
+      {"Profession", "Sailor"},
+      {"OfficeLocation", "Pier 3"},
+      {"Manager", "Bo"},
+      {"AssistantName", "Cy"},
+      {"SpouseName", "Dee"},
+      {"BusinessHomePage", "http://w"},
+      {"Birthday", "1980-03-05T11:59:00Z"},
+      {"WeddingAnniversary", "1604-02-29T11:59:00Z"}};
+  for (const auto& [field, text] : texts) EXPECT_EQ(FieldText(item, field), text);
+  EXPECT_EQ(PropertyText(item, "tag:0x3a45") + PropertyText(item, "tag:0x3a50"), "Drhttp://h");
+  EXPECT_EQ(EntryText(item, "EmailAddresses", "EmailAddress1") +
+                EntryText(item, "EmailAddresses", "EmailAddress3") +
+                EntryText(item, "ImAddresses", "ImAddress3") +
+                EntryText(item, "PhoneNumbers", "OtherTelephone") +
+                EntryText(item, "PhoneNumbers", "RadioPhone") +
+                EntryText(item, "PhoneNumbers", "AssistantPhone"),
+            "1@x3@xi3123");
+  EXPECT_THAT(mailbox::FindField(item, "Children")->xml, HasSubstr("<t:String>Fay<"));
+  EXPECT_THAT(mailbox::FindField(item, "PhysicalAddresses")->xml,
+              AllOf(HasSubstr("Key=\"Other\""), HasSubstr("<t:PostalCode>1<")));
+  EXPECT_EQ(item.body, "one\r\ntwo");
+  EXPECT_EQ(item.sensitivity, "Private");
+  EXPECT_THAT(item.categories, ElementsAre("A", "B"));
+  EXPECT_TRUE(run.Store().Attachments(item.id).at(0).isContactPhoto);
+  EXPECT_THAT(run.Trace(), AllOf(HasSubstr("left out: emails"), HasSubstr("left out: phones")));
 }
 
 // A daily task repeats every day, and ends by field 5; one whose series fails is lost, unless safe.

@@ -6,6 +6,7 @@
 
 #include "client/sources/CalendarItem.h"
 #include "client/sources/Source.h"
+#include "platform/Unicode.h"
 #include "tests/client/sources/PlanText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -68,6 +69,8 @@ TEST_F(Calendar, RulesBecomePatternsAndLinesOfADescriptor) {
        "W,2;2;0;2024-03-05;;;", "W,3;2;0;2024-03-06;;;"},
       {"FREQ=MONTHLY", "2/1 day 5", "M,5;1;0;2024-03-05;;;", "M,6;1;0;2024-03-06;;;"},
       {"FREQ=MONTHLY;BYMONTHDAY=-1", "3/1 Day index 5", "", ""},
+      {"FREQ=MONTHLY;BYMONTHDAY=28,29,30;BYSETPOS=-1", "2/1 day 30", "M,30;1;0;2024-03-05;;;",
+       "M,6;1;0;2024-03-06;;;"},
       {"FREQ=MONTHLY;BYDAY=1TU;INTERVAL=2", "3/2 Tuesday index 1", "M,0,1.2;2;0;2024-03-05;;;", ""},
       {"FREQ=MONTHLY;BYDAY=FR;BYSETPOS=-1", "3/1 Friday index 5", "M,0,5.5;1;0;2024-03-05;;;", ""},
       {"FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=1", "3/1 Weekday index 1", "", ""},
@@ -244,6 +247,34 @@ TEST_F(Calendar, AFileGivesItsItemsAndADamagedOneCostsItself) {
   const CalendarItem item = ReadCalendarItem(text);
   EXPECT_EQ(item.subject, "Round");
   EXPECT_EQ(item.changed.size(), 1u);
+}
+
+TEST_F(Calendar, OfTwoVersionsTheLaterCountsAndUtf16IsRead) {
+  const std::string event = "BEGIN:VEVENT\r\nUID:1\r\nDTSTART:20240305T090000\r\n";
+  const std::string calendar =
+      "BEGIN:VCALENDAR\r\n" + event + "SEQUENCE:1\r\nSUMMARY:Old\r\nEND:VEVENT\r\n" + event +
+      "SEQUENCE:2\r\nSUMMARY:N\u00EBw\r\nDTEND:20240304T090000\r\nEND:VEVENT\r\n" + event +
+      "SUMMARY:Oldest\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n";
+  for (const char* mark : {"", "\xFF\xFE", "\xFE\xFF"}) {
+    const TemporaryFolder folder;
+    std::string bytes = mark;
+    for (const char16_t unit : platform::Utf8ToUtf16(calendar)) {
+      const char low = static_cast<char>(unit & 0xFF);
+      const char high = static_cast<char>(unit >> 8);
+      bytes += bytes[0] == '\xFF' ? std::string{low, high} : std::string{high, low};
+    }
+    const std::string path = folder.Write("a.ics", *mark == 0 ? calendar : bytes);
+    const Plan plan = MakePlan({path});
+    EXPECT_THAT(Items(plan), ElementsAre("Calendar\\|a.ics: N\u00EBw (2024-03-05)"));
+    const std::string why = ": an earlier version of what comes with the same UID";
+    EXPECT_THAT(Problems(plan, folder.Path()),
+                ElementsAre("a.ics: Old (2024-03-05)" + why, "a.ics: Oldest (2024-03-05)" + why));
+    EXPECT_TRUE(plan.IsWhole());
+    const CalendarItem item =
+        ReadCalendarItem(plan.entries.at(0).source->Read(plan.entries[0].item));
+    EXPECT_EQ(item.subject, "N\u00EBw");
+    EXPECT_THAT(item.left, ElementsAre("an end before the start: 2024-03-04T09:00:00"));
+  }
 }
 
 }  // namespace

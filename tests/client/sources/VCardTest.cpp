@@ -134,7 +134,7 @@ TEST(VcfFile, CardsAndGroupsAreItemsAndADamagedOneCostsItself) {
                   "Contacts\\Crew\\|Crew/b.VCF: Watch", "Contacts\\Crew\\|Crew/c.vcf: Dee"));
   EXPECT_THAT(Problems(plan, folder.Path()),
               UnorderedElementsAre("a.vcf: Cut off: the card is cut off",
-                                   "a.vcf: : a card without a name, an address and a number"));
+                                   "a.vcf: card 5: a card without a name, an address and a number"));
   EXPECT_FALSE(plan.IsWhole());
   const Plan::Entry& group = plan.entries[3];
   EXPECT_EQ(group.item.type, TYPE_DIST_LIST);
