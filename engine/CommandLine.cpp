@@ -43,11 +43,12 @@ std::string_view TakePatience(const std::string& strValue, ServiceSettings& objS
 }
 static_assert(std::chrono::seconds(kMaxPatience).count() == 604800, "the text above names it");
 
-constexpr std::array<Option, 11> kOptions{{
+constexpr std::array<Option, 12> kOptions{{
     {"--ews-url", &ServiceSettings::strEwsUrl, nullptr, nullptr},
     {"--autodiscover-url", &ServiceSettings::strAutodiscoverUrl, nullptr, nullptr},
     {"--authority-url", &ServiceSettings::strAuthorityUrl, nullptr, nullptr},
     {"--graph-url", &ServiceSettings::strGraphUrl, nullptr, nullptr},
+    {"--store", &ServiceSettings::strStore, nullptr, nullptr},
     {"--ca-file", &ServiceSettings::strCaFile, nullptr, nullptr},
     {"--trust-host", nullptr, nullptr, &ServiceSettings::arrTrustHosts},
     {"--verify-certificates", nullptr, &ServiceSettings::bVerifyCertificates, nullptr},
