@@ -59,14 +59,14 @@ int Migrate(MigrateOptions& options, Console& console) {
   RequireSameRun(journal, identity, run, options.adopt);
   RequireUsableLedger(run);
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
+  const auto stores = ProvideIfStore(options.target, run);
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;
   RequireLogon(options.target, engineOptions, run, options.engine.patienceGiven || IsBound(journal),
                waits, say);
   if (!options.adopt && !options.noAdopt && KnowsNothing(journal, run)) {
-    TargetLook look(options.target);
-    RequireNotFilled(look, plan, say);
+    RequireNotFilled(*LookAt(options.target), plan, say);
   }
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);

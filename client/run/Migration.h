@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -71,6 +72,8 @@ class Migration {
 
   Outcome Handle(const Plan::Entry& entry);
   Outcome HandleWork(Work& work, bool found);
+  std::optional<LostTry> Lost(std::chrono::steady_clock::time_point at,
+                              std::chrono::seconds toFinish) const;
   Outcome SendUntilSettled(Work& work);
   OpenEnd Try(Work& work, Outcome& outcome);
   // Where the item's outcome is open, asks the target for as long as a server may be at work on it.
@@ -102,7 +105,7 @@ class Migration {
   LedgerWriter m_rows;
   ItemLoader m_loader;
   ItemSender m_sender;
-  TargetLook m_look;
+  std::unique_ptr<TargetLook> m_look;
   std::optional<Adoption> m_adoption;
   UnknownOutcome m_unknown;
   LateCopies m_late;

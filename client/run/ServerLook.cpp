@@ -1,4 +1,4 @@
-#include "client/run/TargetLook.h"
+#include "client/run/ServerLook.h"
 
 #include <algorithm>
 #include <functional>
@@ -46,7 +46,7 @@ ews::FolderId GroupFolder(const std::string& path, const Target& target) {
 
 }  // namespace
 
-ews::ExchangeService& TargetLook::Service() {
+ews::ExchangeService& ServerLook::Service() {
   const auto now = std::chrono::steady_clock::now();
   if (!m_service || (m_target.TokenRoute() && now - m_since > kTokenUse)) {
     m_service = LogOnTo(m_target);
@@ -55,7 +55,7 @@ ews::ExchangeService& TargetLook::Service() {
   return *m_service;
 }
 
-std::optional<ews::FolderId> TargetLook::ChildOf(const ews::FolderId& parent, const CString& name) {
+std::optional<ews::FolderId> ServerLook::ChildOf(const ews::FolderId& parent, const CString& name) {
   const ews::ContainsSubstring filter(ews::FolderSchema::DisplayName, name);
   for (int offset = 0;;) {
     const ews::FindFoldersResults found =
@@ -68,7 +68,7 @@ std::optional<ews::FolderId> TargetLook::ChildOf(const ews::FolderId& parent, co
   }
 }
 
-std::optional<ews::FolderId> TargetLook::FolderAt(const std::string& path) {
+std::optional<ews::FolderId> ServerLook::FolderAt(const std::string& path) {
   if (m_target.Group()) return GroupFolder(path, m_target);
   if (const auto known = m_folders.find(path); known != m_folders.end()) return known->second;
   const CWebAccessHandler names;
@@ -83,7 +83,7 @@ std::optional<ews::FolderId> TargetLook::FolderAt(const std::string& path) {
   return folder;
 }
 
-void TargetLook::Page(const std::string& folder, const ews::SearchFilter* filter,
+void ServerLook::Page(const std::string& folder, const ews::SearchFilter* filter,
                       const Take& take) {
   const std::optional<ews::FolderId> id = FolderAt(folder);
   if (!id) return;
@@ -97,7 +97,7 @@ void TargetLook::Page(const std::string& folder, const ews::SearchFilter* filter
 }
 
 // False where items may have been passed over; with toTheEnd it goes on then.
-bool TargetLook::PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter,
+bool ServerLook::PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter,
                              const Take& take, bool toTheEnd) {
   CString last;  // item of the page before
   for (int offset = 0;;) {
@@ -116,12 +116,12 @@ bool TargetLook::PageThrough(const ews::FolderId& folder, const ews::SearchFilte
   }
 }
 
-std::string TargetLook::Identity(const std::string& folder) {
+std::string ServerLook::Identity(const std::string& folder) {
   const auto id = Named(folder, [&] { return FolderAt(folder); });
   return id ? id->ToString().ToUtf8() : folder;
 }
 
-void TargetLook::Find(const std::string& folder, const CString& key, const CString& messageId,
+void ServerLook::Find(const std::string& folder, const CString& key, const CString& messageId,
                       const Take& take) {
   const ews::IsEqualTo byKey(ews::ItemKeyProperty(), key);
   const ews::IsEqualTo byId(ews::MessageIdProperty(), messageId);
@@ -135,7 +135,7 @@ void TargetLook::Find(const std::string& folder, const CString& key, const CStri
   Page(folder, &either, take);
 }
 
-void TargetLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
+void ServerLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
                           const Take& take) {
   if (keys.empty()) return;
   if (keys.size() == 1) return Find(folder, keys.front(), CString(), take);
@@ -144,7 +144,7 @@ void TargetLook::FindKeys(const std::string& folder, const std::vector<CString>&
   Page(folder, &any, take);
 }
 
-void TargetLook::List(const std::string& folder, const Take& take) {
+void ServerLook::List(const std::string& folder, const Take& take) {
   Named(folder, [&] { Page(folder, nullptr, take); });
 }
 

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "client/run/Target.h"
+#include "client/run/TargetLook.h"
+#include "target/RdoWrappers.h"
+
+namespace client {
+
+// Looks into a store of this machine, beside the engine. A provider of sessions must be there. A
+// store that is not made yet holds nothing.
+class StoreLook : public TargetLook {
+ public:
+  explicit StoreLook(const Target& target);
+
+  std::string Identity(const std::string& folder) override;
+  void Find(const std::string& folder, const CString& key, const CString& messageId,
+            const Take& take) override;
+  void FindKeys(const std::string& folder, const std::vector<CString>& keys,
+                const Take& take) override;
+  void List(const std::string& folder, const Take& take) override;
+
+ private:
+  IRDOFolder Root();
+  // The folder of that path, with its names as they are there; empty where it is not there.
+  IRDOFolder FolderAt(const std::string& path, std::string* names = nullptr);
+
+  CString m_path;
+  IRDOSession m_session;
+  IRDOPstStore m_store;
+};
+
+// Why the store cannot be used or made; empty where it can.
+std::string TryStore(const Target& target);
+
+}  // namespace client
