@@ -25,6 +25,7 @@ constexpr auto kCommands = std::to_array<Command>({
     {"users", client::RunUsers, "list the users of a tenant's directory"},
     {"groups", client::RunGroups, "list the groups of a tenant's directory"},
     {"mailbox", client::RunMailbox, "show or export what a local mailbox holds"},
+    {"profiles", client::RunProfiles, "list the profiles of a run and their stores"},
     {"email", client::RunEmail, "show a mail as a reader of mail would"},
     {"mime", client::RunMime, "show the MIME tree of a message, or write it out again"},
     {"item", client::RunItem, "show the descriptor of a prepared item as JSON"},

@@ -48,6 +48,7 @@ constexpr std::array<Option, 12> kOptions{{
     {"--autodiscover-url", &ServiceSettings::strAutodiscoverUrl, nullptr, nullptr},
     {"--authority-url", &ServiceSettings::strAuthorityUrl, nullptr, nullptr},
     {"--graph-url", &ServiceSettings::strGraphUrl, nullptr, nullptr},
+    {"--store", &ServiceSettings::strStore, nullptr, nullptr},
     {"--ca-file", &ServiceSettings::strCaFile, nullptr, nullptr},
     {"--trust-host", nullptr, nullptr, &ServiceSettings::arrTrustHosts},
     {"--verify-certificates", nullptr, &ServiceSettings::bVerifyCertificates, nullptr},

@@ -59,10 +59,14 @@ std::int32_t CCTarnyOutlookEngneDlg::LogOnOutlook() {
   CString strErrorMsg;
   m_objHandler.SetLoginId(m_stLogin.strLoginId);
   Log(u"LogonUserAndServer_Dlg_0");
-  const bool bLoggedOn = m_objHandler.LogonUserAndServer(
-      m_stLogin.strLoginId, m_stLogin.strLoginPassword, strImpersonatedUserMail,
-      m_stLogin.strTargetType, strErrorMsg, strTenantId, strClientId, strClientSecret,
-      m_stLogin.iConnType, strLogFilePath);
+  const CString& strStore = ews::Settings().strStore;
+  const bool bLoggedOn =
+      strStore.IsEmpty()
+          ? m_objHandler.LogonUserAndServer(m_stLogin.strLoginId, m_stLogin.strLoginPassword,
+                                            strImpersonatedUserMail, m_stLogin.strTargetType,
+                                            strErrorMsg, strTenantId, strClientId, strClientSecret,
+                                            m_stLogin.iConnType, strLogFilePath)
+          : m_objHandler.LogonToStore(strStore);
   Log(u"LogonUserAndServer_Dlg_1");
   if (bLoggedOn) {
     Log(u"LogonUserAndServer_Dlg_S");
@@ -97,6 +101,10 @@ std::int32_t CCTarnyOutlookEngneDlg::OnCreateFolder(Bytes objBytes) {
 std::int32_t CCTarnyOutlookEngneDlg::CreateFolderInTarget(const ST_FOLDER_INFO& objFolder,
                                                           const CString& strTarget) {
   using ews::WellKnownFolderName;
+  if (m_objHandler.HasStore()) {
+    m_objHandler.GoToStoreFolder(objFolder.strFolder, objFolder.nType);
+    return CTarnyOutlookHandler::kSuccess;
+  }
   const bool bChangeView = m_stLogin.bChangeViewOfCalender != 0;
   const auto CreateBelow = [&](WellKnownFolderName eRoot) {
     return m_objHandler.CreateFolderInStore(objFolder.strFolder, objFolder.nType, eRoot,
@@ -140,6 +148,8 @@ bool CCTarnyOutlookEngneDlg::RefreshConnection(const CString& strTarget) {
 std::int32_t CCTarnyOutlookEngneDlg::OnCreateNewFolder(Bytes objBytes) {
   if (objBytes.size() != kFolderRecordSize) return CTarnyOutlookHandler::kFailure;
   Log(u" -------MSG_CREATE_NEW_FOLDER:--------- \n");
+  if (m_objHandler.HasStore())
+    return CTarnyOutlookHandler::kFailure;  // it has one folder at a time
   const ST_FOLDER_INFO objFolder = ReadFolderRecord(objBytes);
   return m_objHandler.CreateNewFolderInStore(objFolder.strFolder, objFolder.nType,
                                              ews::WellKnownFolderName::MsgFolderRoot,

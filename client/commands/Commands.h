@@ -22,6 +22,7 @@ int RunVerify(const Arguments& arguments);
 int RunUsers(const Arguments& arguments);
 int RunGroups(const Arguments& arguments);
 int RunMailbox(const Arguments& arguments);
+int RunProfiles(const Arguments& arguments);
 int RunLedger(const Arguments& arguments);
 int RunConvert(const Arguments& arguments);
 int RunMht(const Arguments& arguments);

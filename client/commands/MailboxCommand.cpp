@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -23,7 +24,8 @@ std::unique_ptr<mailbox::Store> OpenStore(const std::string& file) {
 
 CLI::App* AddCommand(CLI::App& app, const char* name, const char* help, std::string& data) {
   CLI::App* command = app.add_subcommand(name, help);
-  command->add_option("--data", data, "Folder of the local mailbox")->required();
+  command->add_option("--data", data, "Folder of the local mailbox, or the file of a store")
+      ->required();
   return command;
 }
 
@@ -54,7 +56,8 @@ int RunMailbox(const Arguments& arguments) {
   save->add_option("OUT", out, "A folder that is new or empty")->required();
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
-  const auto store = OpenStore(data + "/mailbox.db");
+  const auto store =
+      OpenStore(std::filesystem::is_regular_file(data) ? data : data + "/mailbox.db");
   if (*show) return ShowMailboxItem(*store, view);
   return *save ? ExportMailboxes(*store, exported, out) : ListMailboxes(*store, listing);
 }

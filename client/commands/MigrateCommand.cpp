@@ -81,6 +81,7 @@ int Migrate(MigrateOptions& options, Console& console) {
   RequireSameRun(journal, identity, run, options.adopt);
   RequireUsableLedger(run);
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
+  const auto stores = ProvideIfStore(options.target, run);
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;
@@ -88,8 +89,7 @@ int Migrate(MigrateOptions& options, Console& console) {
                options.engine.patienceGiven || IsBound(journal), waits, say);
   LogWaits(run.File("4LogFile.txt"));
   if (!options.adopt && !options.noAdopt && KnowsNothing(journal, run)) {
-    TargetLook look(options.target);
-    RequireNotFilled(look, plan, say);
+    RequireNotFilled(*LookAt(options.target), plan, say);
   }
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);

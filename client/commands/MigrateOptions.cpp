@@ -110,7 +110,8 @@ void RequireOutside(const MigrateOptions& options, const char* option, const std
   }
 }
 
-// The local mailbox is served by this program, which knows its address and certificate.
+// The local mailbox is served by this program, which knows its address and certificate; a store by
+// nobody.
 void RequireNothingOfServers(const MigrateOptions& options) {
   const std::pair<const char*, bool> given[] = {
       {"--tenant", options.target.TokenRoute()},
@@ -121,8 +122,27 @@ void RequireNothingOfServers(const MigrateOptions& options) {
       {"--proxy", !options.engine.proxy.empty()},
       {"--insecure", options.engine.insecure}};
   for (const auto& [name, isGiven] : given) {
-    if (isGiven) throw UsageError(fmt::format("{} has no meaning with --to local:", name));
+    if (!isGiven) continue;
+    throw UsageError(fmt::format("{} has no meaning with --to {}", name,
+                                 options.target.Store() ? kStore : kLocal));
   }
+}
+
+// The engine tells a store by its ending.
+void CompleteStore(MigrateOptions& options) {
+  Target& target = options.target;
+  const std::filesystem::path file = target.StoreFile();
+  if (CString::FromUtf8(file.extension().string()).MakeUpper() != u".PST") {
+    throw UsageError("--to store: needs a file whose name ends in .pst");
+  }
+  std::error_code error;
+  target.address =
+      std::string(kStore) +
+      std::filesystem::weakly_canonical(std::filesystem::absolute(file), error).string();
+  RequireOutside(options, "--to", file.string());
+  RequireNothingOfServers(options);
+  if (target.kind != "mailbox") throw UsageError("--target has no meaning with --to store:");
+  if (target.user.empty()) target.user = kLocalUser;
 }
 
 void RequireUsable(const Target& target) {
@@ -138,8 +158,8 @@ void DescribeOptions(CLI::App& app, MigrateOptions& options, Purpose purpose) {
                  "items in it and below, or one such file")
       ->required();
   app.add_option("--to", options.to,
-                 "local:DIR (a mailbox of our own in DIR), office365, or the URL of a server's EWS "
-                 "endpoint")
+                 "local:DIR (a mailbox of our own in DIR), store:FILE.pst (a store that the engine "
+                 "keeps in that file), office365, or the URL of a server's EWS endpoint")
       ->required();
   app.add_option("--run", options.run,
                  "Folder of this run: ledger, logs and what is needed to go on. One for each "
@@ -172,9 +192,11 @@ void CompleteOptions(MigrateOptions& options) {
     RequireOutside(options, "--to", target.LocalFolder());
     RequireNothingOfServers(options);
     if (target.user.empty()) target.user = kLocalUser;
+  } else if (target.Store()) {
+    CompleteStore(options);
   } else if (options.to != kOffice365 && !options.to.starts_with("https://") &&
              !options.to.starts_with("http://")) {
-    throw UsageError("--to is local:DIR, office365, or a URL");
+    throw UsageError("--to is local:DIR, store:FILE, office365, or a URL");
   }
 }
 
@@ -185,7 +207,7 @@ void AskSecrets(MigrateOptions& options) {
     if (target.TokenRoute()) {
       target.clientSecret =
           ReadSecret(options.secretFile, "Secret of the application", "--client-secret-file");
-    } else if (target.Local() && options.passwordFile.empty()) {
+    } else if ((target.Local() || target.Store()) && options.passwordFile.empty()) {
       target.password = kLocalPassword;
     } else {
       target.password =

@@ -8,6 +8,7 @@
 #include "client/commands/MigrateOptions.h"
 #include "client/run/StopRequest.h"
 #include "ews/Settings.h"
+#include "platform/Paths.h"
 
 namespace client {
 namespace {
@@ -20,6 +21,12 @@ constexpr std::chrono::seconds kFirstPatience{30};
 std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say) {
   if (!target.Local()) return nullptr;
   return std::make_unique<LocalMailbox>(OwnFolder() + "/mailboxd", target.LocalFolder(), say);
+}
+
+std::unique_ptr<localstore::Provider> ProvideIfStore(const Target& target, const RunFolder& run) {
+  if (!target.Store()) return nullptr;
+  return std::make_unique<localstore::Provider>(
+      platform::ToWindowsPath(run.File("Profiles") + "/"));
 }
 
 void RequireLogon(const Target& target, const std::vector<std::string>& engineOptions,

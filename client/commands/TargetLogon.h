@@ -8,11 +8,14 @@
 #include "client/run/RunFolder.h"
 #include "client/run/ServerWaits.h"
 #include "client/run/Target.h"
+#include "localstore/LocalProvider.h"
 
 namespace client {
 
 // The local mailbox that the target is, served; null for another target. Throws RunError.
 std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say);
+// Provides the stores that the run's engine sees, where the target is one; null otherwise.
+std::unique_ptr<localstore::Provider> ProvideIfStore(const Target& target, const RunFolder& run);
 
 // Makes the engine's options those of our own requests, which tell their waits like the engine's,
 // and logs on once. Throws RunError with the target's reason, UsageError for a wrong option. title

@@ -81,13 +81,13 @@ int Verify(MigrateOptions& options, Console& console) {
   const std::string had = RequireSameMailbox(journal, options.target, run);
   if (!had.empty()) say(fmt::format("The migration went to the {}.", had));
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
+  const auto stores = ProvideIfStore(options.target, run);
   ServerWaits waits;
-  RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()),
-               run.Title(), options.engine.patienceGiven || (IsBound(journal) && had.empty()),
-               waits, say);
-  TargetLook look(options.target);
+  RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()), run,
+               options.engine.patienceGiven || (IsBound(journal) && had.empty()), waits, say);
+  const std::unique_ptr<TargetLook> look = LookAt(options.target);
   Verification verification(
-      look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });
+      *look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });
   const std::vector<FolderCheck> checks = verification.Run(plan);
   console.EndProgress();
   const bool complete = plan.IsWhole() && std::ranges::all_of(checks, &FolderCheck::Complete);

@@ -4,6 +4,7 @@
 #include "client/run/Target.h"
 #include "engine/CommandLine.h"
 #include "ews/Settings.h"
+#include "platform/Paths.h"
 
 namespace client {
 
@@ -19,6 +20,8 @@ std::vector<std::string> EngineOptions(const EngineSetup& setup, const Target& t
     add("--autodiscover-url", local->AutodiscoverUrl());
     add("--ca-file", local->CertificateFile());
     add("--trust-host", "127.0.0.1");
+  } else if (target.Store()) {
+    add("--store", platform::ToWindowsPath(target.StoreFile()).ToUtf8());
   } else {
     if (target.address != kOffice365) add("--ews-url", target.address);
     add("--autodiscover-url", setup.autodiscoverUrl);

@@ -10,10 +10,10 @@
 namespace client {
 namespace {
 
-constexpr ItemKind kMail = {0, ""};
-constexpr ItemKind kCalendar = {4, "Calendar\\"};
-constexpr ItemKind kTasks = {2, "Tasks\\"};
-constexpr ItemKind kContacts = {3, "Contacts\\"};
+constexpr ItemKind kMail = {0, 0, ""};
+constexpr ItemKind kCalendar = {4, 6, "Calendar\\"};
+constexpr ItemKind kTasks = {2, 2, "Tasks\\"};
+constexpr ItemKind kContacts = {3, 14, "Contacts\\"};
 
 }  // namespace
 

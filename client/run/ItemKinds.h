@@ -9,6 +9,7 @@ namespace client {
 // The kinds of items that a folder of the target tells apart.
 struct ItemKind {
   std::int32_t folderType;  // of a folder command
+  std::int32_t storeType;   // the same where the target is a store, which reads it otherwise
   const char* folder;       // the mailbox's own, "" where items go to their source's folders
 };
 

@@ -178,7 +178,8 @@ std::string ItemSender::SelectFolder(const SourceItem& item) {
   m_folder.clear();
   ST_FOLDER_INFO info;
   info.strFolder = CString::FromUtf8(item.folder);
-  info.nType = KindOf(item.type).folderType;
+  const ItemKind& kind = KindOf(item.type);
+  info.nType = m_setup.target.Store() ? kind.storeType : kind.folderType;
   if (m_engine->Client().CreateFolder(info) != 1) {
     const std::string reason = m_logs.LastStatus();
     return reason.empty() ? kNotRenewed : reason;

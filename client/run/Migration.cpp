@@ -98,8 +98,8 @@ Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep on
       m_rows(m_setup.run.File(std::string(kLedgerName))),
       m_loader(m_journal, m_ledger, m_setup.target.Login()),
       m_sender(m_setup, m_journal, m_ledger, say),
-      m_look(m_setup.target),
-      m_unknown(m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()),
+      m_look(LookAt(m_setup.target)),
+      m_unknown(*m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()),
       m_late(m_unknown) {}
 
 Summary Migration::Run(const Plan& plan) {
@@ -111,7 +111,7 @@ Summary Migration::Run(const Plan& plan) {
     doubts = m_journal.EndedWith(ItemResult::kArrived, kCouldNotAsk);
     std::ranges::move(m_journal.EndedWith(ItemResult::kArrived, kReduced),
                       std::back_inserter(doubts));
-    if (m_setup.adopt) m_adoption.emplace(m_look, plan);
+    if (m_setup.adopt) m_adoption.emplace(*m_look, plan);
     for (const Plan::Entry& entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
       if (!m_summary.stopped.empty()) break;
@@ -231,7 +231,7 @@ Outcome Migration::HandleWork(Work& work, bool found) {
   const auto open = m_journal.OpenFor(work.entry.item.folder, work.item.key);
   const bool isOld = open && open->since >= kFreshDoubt;
   if (open) work.sent = static_cast<std::size_t>(open->tries);
-  if (open && !isOld) work.lost = {ews::Transport().Now() - open->since, TimeToFinish({})};
+  if (open && !isOld) work.lost = Lost(ews::Transport().Now() - open->since, TimeToFinish({}));
   // A row without a journal entry: an earlier run was cut off between the two.
   if (m_sender.HasArrived(work.entry, work.item)) return {Outcome::Kind::kKnown, {}};
   if (found) return {Outcome::Kind::kKnown, EnterRow(work)};
@@ -244,6 +244,13 @@ Outcome Migration::HandleWork(Work& work, bool found) {
     work.sent = 0;
   }
   return SendUntilSettled(work);
+}
+
+// Behind a store there is nobody who could still be at work when the engine is gone.
+std::optional<LostTry> Migration::Lost(std::chrono::steady_clock::time_point at,
+                                       std::chrono::seconds toFinish) const {
+  if (m_setup.target.Store()) return std::nullopt;
+  return LostTry{at, toFinish};
 }
 
 Outcome Migration::SendUntilSettled(Work& work) {
@@ -362,8 +369,8 @@ Migration::OpenEnd Migration::Try(Work& work, Outcome& outcome) {
   const OpenEnd end = SendOnce(work, outcome);
   if (end == OpenEnd::kServer || end == OpenEnd::kEngine) {
     const auto now = ews::Transport().Now();
-    work.lost = {now,
-                 TimeToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(now - begun))};
+    work.lost =
+        Lost(now, TimeToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(now - begun)));
   }
   return end;
 }

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -92,6 +93,8 @@ class Migration {
   void TakeUpRest();
   Outcome Handle(const Plan::Entry& entry);
   Outcome HandleWork(Work& work, bool found);
+  std::optional<LostTry> Lost(std::chrono::steady_clock::time_point at,
+                              std::chrono::seconds toFinish) const;
   Outcome SendUntilSettled(Work& work);
   OpenEnd Try(Work& work, Outcome& outcome);
   OpenEnd SendOnce(Work& work, Outcome& outcome);
@@ -131,7 +134,7 @@ class Migration {
   LedgerWriter m_rows;
   ItemLoader m_loader;
   ItemSender m_sender;
-  TargetLook m_look;
+  std::unique_ptr<TargetLook> m_look;
   std::optional<Adoption> m_adoption;
   UnknownOutcome m_unknown;
   LateCopies m_late;

@@ -1,4 +1,4 @@
-#include "client/run/TargetLook.h"
+#include "client/run/ServerLook.h"
 
 #include <algorithm>
 #include <functional>
@@ -46,7 +46,7 @@ ews::FolderId GroupFolder(const std::string& path, const Target& target) {
 
 }  // namespace
 
-ews::ExchangeService& TargetLook::Service() {
+ews::ExchangeService& ServerLook::Service() {
   const auto now = std::chrono::steady_clock::now();
   if (!m_service || (m_target.TokenRoute() && now - m_since > kTokenUse)) {
     m_service = LogOnTo(m_target);
@@ -55,7 +55,7 @@ ews::ExchangeService& TargetLook::Service() {
   return *m_service;
 }
 
-std::optional<ews::FolderId> TargetLook::ChildOf(const ews::FolderId& parent, const CString& name) {
+std::optional<ews::FolderId> ServerLook::ChildOf(const ews::FolderId& parent, const CString& name) {
   const ews::ContainsSubstring filter(ews::FolderSchema::DisplayName, name);
   for (int offset = 0;;) {
     const ews::FindFoldersResults found =
@@ -68,7 +68,7 @@ std::optional<ews::FolderId> TargetLook::ChildOf(const ews::FolderId& parent, co
   }
 }
 
-std::optional<ews::FolderId> TargetLook::FolderAt(const Place& place) {
+std::optional<ews::FolderId> ServerLook::FolderAt(const Place& place) {
   if (m_target.Group() && !place.root) return GroupFolder(place.path, m_target);
   const auto named = std::make_pair(place.root, place.path);
   if (const auto known = m_folders.find(named); known != m_folders.end()) return known->second;
@@ -84,7 +84,7 @@ std::optional<ews::FolderId> TargetLook::FolderAt(const Place& place) {
   return folder;
 }
 
-void TargetLook::Page(const Place& place, const ews::SearchFilter* filter, const Take& take) {
+void ServerLook::Page(const Place& place, const ews::SearchFilter* filter, const Take& take) {
   const std::optional<ews::FolderId> id = FolderAt(place);
   if (!id) return;
   std::unordered_set<std::size_t> taken;  // hashes of ids
@@ -97,7 +97,7 @@ void TargetLook::Page(const Place& place, const ews::SearchFilter* filter, const
 }
 
 // False where items may have been passed over; with toTheEnd it goes on then.
-bool TargetLook::PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter,
+bool ServerLook::PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter,
                              const Take& take, bool toTheEnd) {
   CString last;  // item of the page before
   for (int offset = 0;;) {
@@ -116,12 +116,12 @@ bool TargetLook::PageThrough(const ews::FolderId& folder, const ews::SearchFilte
   }
 }
 
-std::string TargetLook::Identity(const Place& place) {
+std::string ServerLook::Identity(const Place& place) {
   const auto id = Named(place.path, [&] { return FolderAt(place); });
   return id ? id->ToString().ToUtf8() : place.path;
 }
 
-void TargetLook::Find(const Place& place, const CString& key, const CString& messageId,
+void ServerLook::Find(const Place& place, const CString& key, const CString& messageId,
                       const Take& take) {
   const ews::IsEqualTo byKey(ews::ItemKeyProperty(), key);
   const ews::IsEqualTo byId(ews::MessageIdProperty(), messageId);
@@ -135,7 +135,7 @@ void TargetLook::Find(const Place& place, const CString& key, const CString& mes
   Page(place, &either, take);
 }
 
-void TargetLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
+void ServerLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
                           const Take& take) {
   if (keys.empty()) return;
   if (keys.size() == 1) return Find(folder, keys.front(), CString(), take);
@@ -144,7 +144,7 @@ void TargetLook::FindKeys(const std::string& folder, const std::vector<CString>&
   Page(folder, &any, take);
 }
 
-void TargetLook::List(const Place& place, const Take& take) {
+void ServerLook::List(const Place& place, const Take& take) {
   Named(place.path, [&] { Page(place, nullptr, take); });
 }
 

@@ -7,6 +7,8 @@
 #include <fmt/format.h>
 
 #include "base/AsciiText.h"
+#include "client/run/ServerLook.h"
+#include "client/run/StoreLook.h"
 #include "ews/Autodiscover.h"
 #include "ews/Connection.h"
 #include "ews/ExchangeService.h"
@@ -83,8 +85,9 @@ std::string Target::Name() const {
 bool Target::MayBe(std::string_view name) const {
   if (name == Name()) return true;
   const std::string whose = WhoseName(*this);
-  if (Local() || !mail::beginsWithNoCase(name, whose)) return false;
-  return !name.substr(whose.size()).starts_with(kLocal);  // a folder is a mailbox of its own
+  if (Local() || Store() || !mail::beginsWithNoCase(name, whose)) return false;
+  const std::string_view at = name.substr(whose.size());  // a folder is a mailbox of its own
+  return !at.starts_with(kLocal) && !at.starts_with(kStore);
 }
 
 ST_LOGIN_INFO LoginRecord(const Target& target) {
@@ -140,12 +143,18 @@ ews::FolderId RootOf(const Target& target) {
 }
 
 std::string TryTarget(const Target& target) {
+  if (target.Store()) return TryStore(target);
   try {
     (void)LogOnTo(target)->FindFolders(RootOf(target), ews::FolderView(1));
   } catch (const std::exception& error) {
     return error.what();
   }
   return {};
+}
+
+std::unique_ptr<TargetLook> LookAt(const Target& target) {
+  if (target.Store()) return std::make_unique<StoreLook>(target);
+  return std::make_unique<ServerLook>(target);
 }
 
 }  // namespace client

@@ -13,10 +13,11 @@ namespace client {
 inline constexpr std::string_view kOffice365 = "office365";  // an address of a target
 
 inline constexpr std::string_view kLocal = "local:";
+inline constexpr std::string_view kStore = "store:";
 
 // Where a run sends its items, and as whom. Texts are UTF-8.
 struct Target {
-  std::string address;  // --to as it is recorded: a URL, "office365", or "local:" and a full path
+  std::string address;  // --to as it is recorded: a URL, "office365", or "local:" or "store:" and a full path
   std::string kind = "mailbox";  // mailbox, archive, public or group
   std::string user;
   std::string password;
@@ -29,6 +30,9 @@ struct Target {
   bool Group() const { return kind == "group"; }
   bool Local() const { return address.starts_with(kLocal); }
   std::string LocalFolder() const { return address.substr(kLocal.size()); }
+  // A file of this machine, which the engine writes itself.
+  bool Store() const { return address.starts_with(kStore); }
+  std::string StoreFile() const { return address.substr(kStore.size()); }
   // The login id of the logon and of the ledger's rows: the address of the target mailbox. In the
   // password route the engine logs on with it, so that it is the user there.
   std::string Login() const { return TokenRoute() ? mailbox : user; }

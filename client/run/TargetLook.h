@@ -1,18 +1,18 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "client/run/Target.h"
 #include "ews/FindItems.h"
+#include "ews/FolderId.h"
 
 namespace client {
+
+struct Target;
 
 // A folder of the target: a path as the engine gets it, in UTF-8, below the target's root or below
 // a folder of the mailbox that every server knows.
@@ -25,39 +25,30 @@ struct Place {
   Root root;
 };
 
-// Looks at what the target holds, with requests of our own beside the engine's, and makes nothing
-// there. Places lead to the folders that the engine would save into. ews::Settings() must hold the
-// engine's options. Every function throws std::runtime_error with the reason when the target cannot
-// be asked; Identity and List name the folder, too.
+// Looks at what the target holds, and makes nothing there. Places lead to the folders that the
+// engine would save into. Every function throws std::runtime_error with the reason when the target
+// cannot be asked; Identity and List name the folder, too.
 class TargetLook {
  public:
-  explicit TargetLook(const Target& target) : m_target(target) {}  // which must outlive this
+  virtual ~TargetLook() = default;
 
   // The same for paths that lead to one folder of the target; of one that is not there the path.
-  std::string Identity(const Place& place);
+  virtual std::string Identity(const Place& place) = 0;
 
   using Take = std::function<void(const ews::FoundItem&)>;
 
   // Hands over the items of the folder that carry the key or the id; nothing is looked for by an
   // empty one. A folder that is not there holds none.
-  void Find(const Place& place, const CString& key, const CString& messageId, const Take& take);
+  virtual void Find(const Place& place, const CString& key, const CString& messageId,
+                    const Take& take) = 0;
   // The same for items that carry one of those keys.
-  void FindKeys(const std::string& folder, const std::vector<CString>& keys, const Take& take);
+  virtual void FindKeys(const std::string& folder, const std::vector<CString>& keys,
+                        const Take& take) = 0;
   // Hands over every item of the folder.
-  void List(const Place& place, const Take& take);
-
- private:
-  ews::ExchangeService& Service();
-  std::optional<ews::FolderId> FolderAt(const Place& place);
-  std::optional<ews::FolderId> ChildOf(const ews::FolderId& parent, const CString& name);
-  void Page(const Place& place, const ews::SearchFilter* filter, const Take& take);
-  bool PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter, const Take& take,
-                   bool toTheEnd);
-
-  const Target& m_target;
-  std::shared_ptr<ews::ExchangeService> m_service;
-  std::chrono::steady_clock::time_point m_since;
-  std::map<std::pair<Place::Root, std::string>, ews::FolderId> m_folders;  // those that were found
+  virtual void List(const Place& place, const Take& take) = 0;
 };
+
+// For a target, which must outlive it.
+std::unique_ptr<TargetLook> LookAt(const Target& target);
 
 }  // namespace client

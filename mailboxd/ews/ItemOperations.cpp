@@ -71,21 +71,13 @@ void WriteIds(const NewItem& item, EwsResponse& response) {
   response.Close("t:Attachments");
 }
 
-// A series counts its days and keeps its hour in the zone of whoever made it.
-void KeepZone(const Context& context, ItemInfo& item) {
-  if (item.element != "CalendarItem" || context.zone.empty()) return;
-  if (FindField(item, "StartTimeZone") != nullptr) return;
-  item.fields.push_back(
-      {"StartTimeZone", "<t:StartTimeZone" + XmlAttribute("Id", context.zone) + "/>"});
-}
-
 void CreateOne(const Context& context, pugi::xml_node request, pugi::xml_node node,
                EwsResponse& response) {
   const FolderInfo folder = PlaceOf(context, request);
   CheckPlace(request, node, folder);
   NewItem item = ReadNewItem(node);
   CheckSize(context, item);
-  KeepZone(context, item.info);
+  KeepZone(context.zone, item.info);
   item.info.folder = folder.id;
   context.store.CreateItem(item);
   response.Success("m:Items", [&] {

@@ -42,7 +42,6 @@ void ReadMime(pugi::xml_node node, NewItem& item) {
   }
   item.hasMime = true;
   item.mimeCharset = Attribute(content, "CharacterSet");
-  TakeFromMime(item.mime, item.info);
 }
 
 struct TextField {
@@ -223,8 +222,19 @@ void SettleItem(ItemInfo& item) {
   CheckRecurrence(FieldTree(FindField(item, "Recurrence")).Root());
 }
 
+void KeepZone(const std::string& zone, ItemInfo& item) {
+  if (item.element != "CalendarItem" || zone.empty()) return;
+  if (FindField(item, "StartTimeZone") != nullptr) return;
+  item.fields.push_back({"StartTimeZone", "<t:StartTimeZone" + XmlAttribute("Id", zone) + "/>"});
+}
+
 NewItem ReadNewItem(pugi::xml_node node) {
   NewItem item;
+  ReadNewItem(node, item);
+  return item;
+}
+
+void ReadNewItem(pugi::xml_node node, NewItem& item) {
   const ItemClass* const of = FindItemClass(LocalName(node));
   if (of == nullptr) throw ErrorOf("ErrorInvalidOperation");
   item.info.element = of->element;
@@ -233,6 +243,7 @@ NewItem ReadNewItem(pugi::xml_node node) {
   item.info.isDraft = of->element == "Message";
   item.info.isRead = !item.info.isDraft;
   ReadMime(node, item);
+  if (item.hasMime) TakeFromMime(item.mime, item.info);
   for (auto child = FirstElement(node); child; child = NextElement(child)) {
     ReadItemField(child, item);
   }
@@ -241,7 +252,6 @@ NewItem ReadNewItem(pugi::xml_node node) {
   if (item.info.itemClass.empty()) item.info.itemClass = of->itemClass;
   if (item.info.subject.empty()) item.info.subject = DisplayNameOf(item.info);
   SettleItem(item.info);
-  return item;
 }
 
 }  // namespace mailbox

@@ -129,7 +129,9 @@ std::string StoredItem::Property(const std::string& key) const {
 }
 
 std::vector<StoredItem> ItemsOf(const std::string& dataFolder) {
-  mailbox::Store store(dataFolder + "/mailbox.db", mailbox::Store::Mode::kReadOnly);
+  const bool isFile = std::filesystem::is_regular_file(dataFolder);
+  mailbox::Store store(isFile ? dataFolder : dataFolder + "/mailbox.db",
+                       mailbox::Store::Mode::kReadOnly);
   std::vector<StoredItem> items;
   for (const mailbox::MailboxInfo& box : store.Mailboxes()) {
     for (const mailbox::FolderInfo& folder : store.Folders(box.id)) {

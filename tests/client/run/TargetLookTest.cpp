@@ -1,4 +1,4 @@
-#include "client/run/TargetLook.h"
+#include "client/run/ServerLook.h"
 
 #include <gmock/gmock.h>
 
@@ -67,7 +67,7 @@ class Look : public testing::Test {
   std::unique_ptr<mailbox::Server> server;
   Target target;
   std::int64_t root = 0;
-  TargetLook look{target};
+  ServerLook look{target};
 };
 
 TEST_F(Look, APathLeadsToTheFolderOfTheEngineAndMakesNone) {
@@ -158,7 +158,7 @@ class Unknown : public Scripted {
 
   const test_support::TemporaryFolder folder;
   Target target;
-  TargetLook look{target};
+  ServerLook look{target};
   LoadedItem item;
 };
 

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "client/run/Target.h"
+#include "client/run/TargetLook.h"
+
+namespace client {
+
+// Looks at a server's mailbox with requests of our own beside the engine's. ews::Settings() must
+// hold the engine's options.
+class ServerLook : public TargetLook {
+ public:
+  explicit ServerLook(const Target& target) : m_target(target) {}  // which must outlive this
+
+  std::string Identity(const Place& place) override;
+  void Find(const Place& place, const CString& key, const CString& messageId,
+            const Take& take) override;
+  void FindKeys(const std::string& folder, const std::vector<CString>& keys,
+                const Take& take) override;
+  void List(const Place& place, const Take& take) override;
+
+ private:
+  ews::ExchangeService& Service();
+  std::optional<ews::FolderId> FolderAt(const Place& place);
+  std::optional<ews::FolderId> ChildOf(const ews::FolderId& parent, const CString& name);
+  void Page(const Place& place, const ews::SearchFilter* filter, const Take& take);
+  bool PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter, const Take& take,
+                   bool toTheEnd);
+
+  const Target& m_target;
+  std::shared_ptr<ews::ExchangeService> m_service;
+  std::chrono::steady_clock::time_point m_since;
+  std::map<std::pair<Place::Root, std::string>, ews::FolderId> m_folders;  // those that were found
+};
+
+}  // namespace client

@@ -1,0 +1,115 @@
+#include "client/run/StoreLook.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "ews/FolderPath.h"
+#include "platform/Paths.h"
+
+namespace client {
+namespace {
+
+CString Upper(CString text) { return text.MakeUpper(); }
+
+ews::FoundItem Shown(const rdo::FoundItem& item) {
+  ews::FoundItem found;
+  found.strId = CString::FromUtf8(item.strId);
+  // As servers give them, so that both are compared alike.
+  found.strKey = CString::FromUtf8(item.strKey).Left(ews::kLongestFoundText);
+  found.strMessageId = CString::FromUtf8(item.strMessageId).Left(ews::kLongestFoundText);
+  found.nSize = item.nSize;
+  return found;
+}
+
+// One that is there already, whichever profile of the session has it, is used as it is.
+IRDOPstStore StoreOf(const IRDOSession& session, const CString& path) {
+  session.Logon({});
+  const iRDOStores stores = session.GetStores();
+  for (int i = 1; i <= stores.GetCount(); ++i) {
+    const IRDOPstStore store = stores.Item(i);
+    if (store.GetPstPath() == path) return store;
+  }
+  return stores.AddPSTStore(path, rdo::kPstFormat, u"Morvane " + path);
+}
+
+}  // namespace
+
+StoreLook::StoreLook(const Target& target) : m_path(platform::ToWindowsPath(target.StoreFile())) {}
+
+IRDOFolder StoreLook::Root() {
+  if (m_store.IsEmpty()) {
+    if (!std::filesystem::exists(platform::ResolvePath(m_path))) return {};
+    m_session = IRDOSession::Create();
+    m_store = StoreOf(m_session, m_path);
+  }
+  return m_store.GetRootFolder();
+}
+
+IRDOFolder StoreLook::FolderAt(const Place& place, std::string* names) {
+  if (place.root) return {};
+  const CString levels = CString::FromUtf8(place.path);
+  IRDOFolder folder = Root();
+  for (int level = 0; level < getTotCountSlash(levels) && !folder.IsEmpty(); ++level) {
+    const CString wanted = Upper(UpdateName(GetNameBySlash(levels, level)));
+    const IRDOFolders children = folder.GetFolders();
+    folder = children.GetFirst();
+    while (!folder.IsEmpty() && Upper(folder.GetName()) != wanted) folder = children.GetNext();
+    if (names) *names += folder.GetName().ToUtf8() + "\\";
+  }
+  return folder;
+}
+
+std::string StoreLook::Identity(const Place& place) {
+  std::string names;
+  return FolderAt(place, &names).IsEmpty() ? place.path : names;
+}
+
+void StoreLook::Find(const Place& place, const CString& key, const CString& messageId,
+                     const Take& take) {
+  const IRDOItems items = FolderAt(place).GetItems();
+  if (items.IsEmpty()) return;
+  items.Object()->Find({key.ToUtf8()}, messageId.ToUtf8(),
+                       [&](const rdo::FoundItem& item) { take(Shown(item)); });
+}
+
+void StoreLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
+                         const Take& take) {
+  const IRDOItems items = FolderAt(folder).GetItems();
+  if (items.IsEmpty()) return;
+  std::vector<std::string> texts;
+  for (const CString& key : keys) texts.push_back(key.ToUtf8());
+  items.Object()->Find(texts, {}, [&](const rdo::FoundItem& item) { take(Shown(item)); });
+}
+
+void StoreLook::List(const Place& place, const Take& take) {
+  try {
+    const IRDOItems items = FolderAt(place).GetItems();
+    if (items.IsEmpty()) return;
+    items.Object()->ForEach([&](const rdo::FoundItem& item) { take(Shown(item)); });
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(
+        fmt::format("the target's folder {} cannot be read: {}", place.path, error.what()));
+  }
+}
+
+std::string TryStore(const Target& target) {
+  const std::filesystem::path file = target.StoreFile();
+  if (std::filesystem::exists(file)) {
+    try {
+      (void)StoreLook(target).Identity("Inbox\\");
+    } catch (const std::exception& error) {
+      return error.what();
+    }
+    return {};
+  }
+  const std::string folder = file.parent_path().string();
+  if (!std::filesystem::is_directory(folder)) return fmt::format("there is no folder {}", folder);
+  if (access(folder.c_str(), W_OK) != 0) return fmt::format("{} cannot be written to", folder);
+  return {};
+}
+
+}  // namespace client

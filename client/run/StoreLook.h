@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "client/run/Target.h"
+#include "client/run/TargetLook.h"
+#include "target/RdoWrappers.h"
+
+namespace client {
+
+// Looks into a store of this machine, beside the engine. A provider of sessions must be there. A
+// store that is not made yet holds nothing.
+class StoreLook : public TargetLook {
+ public:
+  explicit StoreLook(const Target& target);
+
+  std::string Identity(const Place& place) override;
+  void Find(const Place& place, const CString& key, const CString& messageId,
+            const Take& take) override;
+  void FindKeys(const std::string& folder, const std::vector<CString>& keys,
+                const Take& take) override;
+  void List(const Place& place, const Take& take) override;
+
+ private:
+  IRDOFolder Root();
+  // The folder of that path, with its names as they are there; empty where it is not there. Below
+  // the folders that servers know nothing is ever put into a store.
+  IRDOFolder FolderAt(const Place& place, std::string* names = nullptr);
+
+  CString m_path;
+  IRDOSession m_session;
+  IRDOPstStore m_store;
+};
+
+// Why the store cannot be used or made; empty where it can.
+std::string TryStore(const Target& target);
+
+}  // namespace client

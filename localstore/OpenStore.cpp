@@ -1,0 +1,53 @@
+#include "localstore/OpenStore.h"
+
+#include <sys/stat.h>
+
+#include <stdexcept>
+
+#include "platform/Paths.h"
+
+namespace localstore {
+namespace {
+
+constexpr std::string_view kMailbox = "store";  // the one that a store file has
+
+mailbox::Store Open(const std::string& path) try {
+  return mailbox::Store(path);
+} catch (const std::exception& error) {
+  throw std::runtime_error("the store " + path + " cannot be used: " + error.what());
+}
+
+}  // namespace
+
+std::string OpenStore::Usable(const std::string& path, Mode mode) {
+  struct stat found {};
+  const bool isThere = stat(path.c_str(), &found) == 0;
+  if (!isThere && mode == Mode::kExisting) throw std::runtime_error("there is no store " + path);
+  if (isThere && !S_ISREG(found.st_mode)) throw std::runtime_error(path + " is no file");
+  return path;
+}
+
+OpenStore::OpenStore(const CString& path, Mode mode)
+    : m_path(Usable(platform::ResolvePath(path), mode)), m_store(Open(m_path)) {
+  m_file = Look(m_path);
+}
+
+OpenStore::File OpenStore::Look(const std::string& path) {
+  struct stat found {};
+  if (stat(path.c_str(), &found) != 0) return {};
+  return {found.st_dev, found.st_ino};
+}
+
+mailbox::FolderInfo OpenStore::Root() {
+  const auto root = m_store.FindWellKnown(m_store.Mailbox(kMailbox), "msgfolderroot");
+  const auto folder = root ? m_store.Folder(*root) : std::nullopt;
+  if (!folder) throw std::runtime_error("the store " + m_path + " has no folders");
+  return *folder;
+}
+
+void OpenStore::RequireThere() const {
+  if (Look(m_path) == m_file) return;
+  throw std::runtime_error("the store " + m_path + " is not there any more");
+}
+
+}  // namespace localstore

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "mailboxd/store/Store.h"
+#include "platform/CString.h"
+
+namespace localstore {
+
+// One store file in use, for all objects that are of it.
+class OpenStore {
+ public:
+  enum class Mode { kExisting, kMayCreate };
+  // Throws std::runtime_error with the file's name for what cannot be used as a store.
+  OpenStore(const CString& path, Mode mode);
+
+  mailbox::Store& Get() { return m_store; }
+  mailbox::FolderInfo Root();
+  // To be called behind each change: what was written to a file that is gone or another one by now
+  // is lost. Throws std::runtime_error then.
+  void RequireThere() const;
+
+ private:
+  struct File {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool operator==(const File&) const = default;
+  };
+  static File Look(const std::string& path);  // all zero for none
+  static std::string Usable(const std::string& path, Mode mode);
+
+  std::string m_path;
+  mailbox::Store m_store;
+  File m_file;
+};
+
+}  // namespace localstore

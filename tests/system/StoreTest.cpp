@@ -1,0 +1,149 @@
+#include <sys/stat.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "mailboxd/store/ItemDetails.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/system/Programs.h"
+
+// Migrations into a store of this machine, which the engine writes by itself.
+namespace system_test {
+namespace {
+
+namespace fs = std::filesystem;
+using test_support::TemporaryFolder;
+using testing::HasSubstr;
+
+std::vector<std::string> ArgumentsTo(const TemporaryFolder& folder, const std::string& to,
+                                     const std::string& run) {
+  return {"migrate", folder.File("source"), "--to", to, "--run", folder.File(run), "--json"};
+}
+
+// Each item with all that is kept of it, and how often it is there.
+std::map<std::string, int> Described(const std::string& data) {
+  std::map<std::string, int> items;
+  for (const StoredItem& item : ItemsOf(data)) {
+    const mailbox::ItemInfo& info = item.info;
+    std::string text = item.folder + "\n" + info.element + " " + info.itemClass + " " +
+                       info.subject + (info.isRead ? " read" : "") + " " + info.sent + " " +
+                       info.starts + " " + info.ends + " " + info.who + "\n" +
+                       mailbox::WriteDetails(info) + "\n" + item.mime;
+    // What nobody says of the others is when they came.
+    if (info.element == "Message") text += "\n" + info.received;
+    for (const auto& [name, bytes] : item.attachments) text += "\n" + name + ": " + bytes;
+    ++items[text];
+  }
+  return items;
+}
+
+void KillAll(const std::vector<pid_t>& engines) {
+  for (const pid_t engine : engines) ::kill(engine, SIGKILL);
+}
+
+TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
+  const TemporaryFolder folder;
+  const int mails = WriteMails(folder, 240).count;
+  for (const char* const part : {"mail", "calendar", "contacts", "prepared"}) {
+    fs::copy(fs::path(TARNY_SOURCE) / "samples" / part, folder.File("source/samples ") + part,
+             fs::copy_options::recursive);
+  }
+  const auto local = ArgumentsTo(folder, "local:" + folder.File("mailbox"), "run-local");
+  const auto whole = SummaryOf(RunProgram("tarny", local, folder.Path()));
+
+  const std::string file = folder.File("Out.pst");
+  const auto arguments = ArgumentsTo(folder, "store:" + file, "run");
+  std::optional<Program> tarny;
+  std::mt19937 random(20240306);
+  constexpr int kKills = 10;
+  for (int kill = 0; kill < kKills; ++kill) {
+    if (!tarny) tarny.emplace("tarny", arguments, folder.Path());
+    const int rows = kill * mails / kKills + static_cast<int>(random() % 15);
+    while (LedgerRows(folder) < rows || EnginesOf(folder.File("run")).empty()) {
+      ASSERT_FALSE(tarny->TryWait()) << "the run ended before its time: " << tarny->Err();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
+    if (kill % 3 != 1) KillAll(EnginesOf(folder.File("run")));
+    if (kill % 3 == 0) continue;  // the run goes on with a new engine
+    tarny->Signal(SIGKILL);
+    tarny->Wait();
+    tarny.reset();
+  }
+  if (!tarny) tarny.emplace("tarny", arguments, folder.Path());
+  const Result last = tarny->Wait();
+  EXPECT_EQ(SummaryOf(last)["failed"], 0) << last.err;
+
+  const auto expected = Described(folder.File("mailbox"));
+  const auto stored = Described(file);
+  EXPECT_GT(expected.size(), static_cast<std::size_t>(mails));
+  for (const auto& [item, times] : expected) {
+    const auto found = stored.find(item);
+    EXPECT_EQ(found == stored.end() ? 0 : found->second, times) << item.substr(0, 1500);
+  }
+  for (const auto& [item, times] : stored) {
+    EXPECT_TRUE(expected.contains(item)) << "too much: " << item.substr(0, 1500);
+  }
+
+  // Once more nothing is sent; a run that knows nothing of what is there does not fill it again.
+  const auto again = SummaryOf(RunProgram("tarny", arguments, folder.Path()));
+  EXPECT_EQ(again["sent"], 0);
+  EXPECT_THAT(RunProgram("tarny", ArgumentsTo(folder, "store:" + file, "run-2"), folder.Path()),
+              FailsWith("holds items of this source already"));
+  auto verify = arguments;
+  verify[0] = "verify";
+  EXPECT_EQ(RunProgram("tarny", verify, folder.Path()).status, 0);
+  EXPECT_EQ(Described(file), stored);
+  EXPECT_EQ(whole["failed"], 0);
+
+  // Whatever shows a mailbox shows it, too, and the profile names it.
+  const Result list = RunProgram("tarny", {"mailbox", "ls", "--data", file}, folder.Path());
+  EXPECT_EQ(list.status, 0) << list.err;
+  EXPECT_THAT(list.out, HasSubstr("Inbox"));
+  (void)RunProgram("tarny", {"mailbox", "export", "--data", file, folder.File("out")},
+                   folder.Path());
+  int exported = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(folder.File("out"))) {
+    exported += entry.path().extension() == ".eml";
+  }
+  EXPECT_GE(exported, mails);
+  EXPECT_EQ(RunProgram("tarny", {"profiles", folder.File("run")}, folder.Path()).out,
+            "Default\n  " + file + "\n");
+}
+
+TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
+  const TemporaryFolder folder;
+  folder.Write("source/a.eml", "Subject: a\r\n\r\nx\r\n");
+  folder.Write("junk.pst", std::string(9000, 'x'));
+  fs::create_directory(folder.File("folder.pst"));
+  const auto to = [&](const std::string& file) {
+    return RunProgram("tarny", ArgumentsTo(folder, "store:" + file, "run"), folder.Path());
+  };
+  for (const char* const name : {"Out.db", "pst", ".pst", "x.pst/Out"}) {
+    const Result result = to(folder.File(name));
+    EXPECT_EQ(result.status, 2) << name;
+    EXPECT_THAT(result.err, HasSubstr("name ends in .pst")) << name;
+  }
+  EXPECT_EQ(to("").status, 2);
+  EXPECT_THAT(to(folder.File("junk.pst")), FailsWith("junk.pst cannot be used"));
+  EXPECT_THAT(to(folder.File("folder.pst")), FailsWith("folder.pst is no file"));
+  EXPECT_THAT(to(folder.File("none/Out.pst")), FailsWith("there is no folder"));
+  EXPECT_EQ(to(folder.File("Out.PST")).status, 0);  // a refused name bound the run to nothing
+  EXPECT_THAT(to(folder.File("Other.pst")), FailsWith("belongs to a run into another target"));
+  fs::resize_file(folder.File("Out.PST"), 10'000);
+  folder.Write("source/b.eml", "Subject: b\r\n\r\ny\r\n");
+  EXPECT_THAT(to(folder.File("Out.PST")), FailsWith("Out.PST"));
+}
+
+}  // namespace
+}  // namespace system_test
