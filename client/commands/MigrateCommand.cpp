@@ -44,7 +44,7 @@ void TellEnd(const Summary& summary, Console& console) {
 int Migrate(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
-  const Plan plan = MakePlan(options.sources);
+  const Plan plan = MakePlan(options.sources, options.plan);
   if (options.dryRun) {
     PrintPlan(plan, options.target.Name(), options.json);
     return plan.IsWhole() ? kExitDone : kExitFailed;

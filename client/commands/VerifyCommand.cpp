@@ -63,15 +63,14 @@ void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool co
     }
     folders.push_back(std::move(folder));
   }
-  std::cout << JsonText(nlohmann::json{{"complete", complete},
-                                       {"folders", folders},
-                                       {"left_out", ProblemsAsJson(plan.problems)}});
+  std::cout << JsonText(nlohmann::json{
+      {"complete", complete}, {"folders", folders}, {"left_out", ProblemsAsJson(plan.problems)}});
 }
 
 int Verify(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
-  const Plan plan = MakePlan(options.sources);
+  const Plan plan = MakePlan(options.sources, options.plan);
   AskSecrets(options);
   if (!std::filesystem::exists(options.run + "/journal.db")) {
     throw RunError(fmt::format("{} is not the run folder of a migration", options.run));
@@ -90,8 +89,7 @@ int Verify(MigrateOptions& options, Console& console) {
       look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });
   const std::vector<FolderCheck> checks = verification.Run(plan);
   console.EndProgress();
-  const bool complete = plan.IsWhole() &&
-                        std::ranges::all_of(checks, &FolderCheck::Complete);
+  const bool complete = plan.IsWhole() && std::ranges::all_of(checks, &FolderCheck::Complete);
   options.json ? PrintJson(checks, plan, complete) : PrintText(checks, plan);
   return complete ? kExitDone : kExitFailed;
 }

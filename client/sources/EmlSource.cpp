@@ -2,12 +2,14 @@
 
 #include <sys/stat.h>
 
+#include "base/AsciiText.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/VcfFile.h"
+#include "mime/MailHeader.h"
 
 namespace client {
 namespace {
@@ -38,8 +40,9 @@ void AddCards(const SourceFolder& folder, const std::vector<FolderEntry>& entrie
   ListVcfFiles(paths, std::string(kContacts) + folder.levels, items, problems);
 }
 
-void AddEntry(const SourceFolder& folder, const FolderEntry& entry, std::vector<SourceItem>& items,
-              std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
+void AddEntry(const SourceFolder& folder, const FolderEntry& entry, Listing& listing,
+              std::vector<SourceFolder>& below) {
+  auto& [items, problems, folders] = listing;
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
     below.push_back({path, folder.levels + LevelName(entry.name) + "\\", folder.levels});
@@ -60,11 +63,12 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, std::vector<
 
 }  // namespace
 
-std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) const {
+Listing EmlSource::List() const {
   struct stat status;
   if (stat(m_path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
     const auto size = static_cast<std::uint64_t>(status.st_size);
-    std::vector<SourceItem> items;
+    Listing listing;
+    auto& [items, problems, folders] = listing;
     if (IsCalendarName(m_path)) {
       ListIcsFile(m_path, "", items, problems);
     } else if (IsCardName(m_path)) {
@@ -72,15 +76,17 @@ std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) co
     } else {
       items.push_back({m_path, std::string(kInbox), true, 0, size});
     }
-    return items;
+    return listing;
   }
-  return WalkFolders(m_path, problems,
+  return WalkFolders(m_path,
                      [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                         std::vector<SourceItem>& found, std::vector<SourceFolder>& below) {
-                       for (const FolderEntry& entry : entries) {
-                         AddEntry(folder, entry, found, below, problems);
-                       }
-                       AddCards(folder, entries, found, problems);
+                         Listing& listing, std::vector<SourceFolder>& below) {
+                       // One that holds something is made with it, and may be for items of another
+                       // kind than mail.
+                       if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
+                       for (const FolderEntry& entry : entries)
+                         AddEntry(folder, entry, listing, below);
+                       AddCards(folder, entries, listing.items, listing.problems);
                      });
 }
 
@@ -99,6 +105,11 @@ std::string EmlSource::Read(const SourceItem& item) const {
     default:
       return ReadMail(item.location);
   }
+}
+
+// So mail programs mark a file that is to be opened for writing on.
+void EmlSource::AddState(std::string_view bytes, MailState& state) const {
+  if (::mail::trimmed(::mail::MailHeader(bytes).text("X-Unsent")) == "1") state.draft = true;
 }
 
 }  // namespace client

@@ -18,8 +18,9 @@ class EmlSource : public Source {
   const char* Kind() const override {
     return "a tree of .eml, .ics and .vcf files and prepared items";
   }
-  std::vector<SourceItem> List(std::vector<SourceProblem>& problems) const override;
+  Listing List() const override;
   std::string Read(const SourceItem& item) const override;
+  void AddState(std::string_view bytes, MailState& state) const override;
 
  private:
   std::string m_path;
