@@ -5,9 +5,10 @@
 #include "base/AsciiText.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
-#include "client/sources/MboxSource.h"
+#include "client/sources/MaildirSource.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/TreeEntries.h"
 #include "client/sources/VcfFile.h"
 #include "mime/MailHeader.h"
 
@@ -15,14 +16,6 @@ namespace client {
 namespace {
 
 constexpr std::string_view kContacts = "Contacts\\";
-
-// It may belong to a source of another kind.
-std::string WhyLeftOut(const SourceFolder& folder, const std::string& path) {
-  const std::string_view parent = std::string_view(folder.path).substr(folder.path.rfind('/') + 1);
-  if (parent == "cur" || parent == "new") return "it lies in a Maildir: name that as a source";
-  if (MboxSource::IsMbox(path)) return "it looks like an mbox: name it as a source";
-  return "its name does not end in .eml, .ics or .vcf";
-}
 
 bool IsCalendarName(std::string_view name) {
   return EndsWithNoCase(name, ".ics") || EndsWithNoCase(name, ".vcs");
@@ -40,12 +33,13 @@ void AddCards(const SourceFolder& folder, const std::vector<FolderEntry>& entrie
   ListVcfFiles(paths, std::string(kContacts) + folder.levels, items, problems);
 }
 
-void AddEntry(const SourceFolder& folder, const FolderEntry& entry, Listing& listing,
-              std::vector<SourceFolder>& below) {
+void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherTreeFiles& others,
+              Listing& listing, std::vector<SourceFolder>& below) {
   auto& [items, problems, folders] = listing;
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
-    below.push_back({path, folder.levels + LevelName(entry.name) + "\\", folder.levels});
+    if (IsFolderBesideMail(entry.name)) return;
+    below.push_back({path, folder.levels + LevelsOfFolder(folder, entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     items.push_back({path, TargetOf(folder.levels), true, 0, entry.size});
   } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
@@ -55,10 +49,25 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, Listing& lis
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
     // What systems leave in folders: nobody's mail, and no news to anyone.
   } else if (entry.kind == EntryKind::kFile) {
-    problems.push_back({path, WhyLeftOut(folder, path)});
+    others.Take(entry, listing);
   } else {
     problems.push_back(OddEntry(path, entry.kind));
   }
+}
+
+void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+                    MboxKind mbox, Listing& listing, std::vector<SourceFolder>& below) {
+  if (TakeProfile(folder, entries, listing, below)) return;
+  // One that holds something is made with it, and may be for items of another kind than mail.
+  if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
+  const bool isMaildir = MaildirSource::IsMaildir(folder.path);
+  if (isMaildir) ListMaildirFolder(folder, listing);
+  const OtherTreeFiles others(folder, entries, mbox);
+  for (const FolderEntry& entry : entries) {
+    if (isMaildir && IsMaildirPart(entry.name)) continue;
+    AddEntry(folder, entry, others, listing, below);
+  }
+  AddCards(folder, entries, listing.items, listing.problems);
 }
 
 }  // namespace
@@ -81,12 +90,7 @@ Listing EmlSource::List() const {
   return WalkFolders(m_path,
                      [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                          Listing& listing, std::vector<SourceFolder>& below) {
-                       // One that holds something is made with it, and may be for items of another
-                       // kind than mail.
-                       if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
-                       for (const FolderEntry& entry : entries)
-                         AddEntry(folder, entry, listing, below);
-                       AddCards(folder, entries, listing.items, listing.problems);
+                       TakeTreeFolder(folder, entries, m_mbox, listing, below);
                      });
 }
 
@@ -103,7 +107,7 @@ std::string EmlSource::Read(const SourceItem& item) const {
     case TYPE_DIST_LIST:
       return ReadVcfItem(item);
     default:
-      return ReadMail(item.location);
+      return ReadTreeMail(item, m_mbox);
   }
 }
 

@@ -85,25 +85,19 @@ std::string DotLevels(std::string_view name) {
   return levels;
 }
 
-bool IsPart(std::string_view name) { return name == "cur" || name == "new" || name == "tmp"; }
-
-// ".Sub.Deeper" of Maildir++ or a plain name, as levels below the folder that it stands in.
-std::string LevelsOf(std::string_view name) {
-  return name.starts_with('.') ? DotLevels(name) : LevelName(FromModifiedUtf7(name)) + "\\";
-}
-
 // The files that programs keep beside the folders of a Maildir are no mail.
 void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
                std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
-    below.push_back({path, folder.levels + LevelsOf(entry.name), folder.levels});
+    below.push_back({path, folder.levels + MaildirLevels(entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFolderLink) {
     problems.push_back(OddEntry(path, entry.kind));
   }
 }
 
-void AddMails(const SourceFolder& folder, const char* part, Listing& listing) {
+// What has no letters in a Maildir without new/ is of a program that keeps its state elsewhere.
+void AddMails(const SourceFolder& folder, const char* part, bool hasNew, Listing& listing) {
   const std::string path = folder.path + "/" + part;
   const Keywords keywords = KeywordsOf(folder.path);
   for (const FolderEntry& entry : ListFolder(path, listing.problems)) {
@@ -113,7 +107,8 @@ void AddMails(const SourceFolder& folder, const char* part, Listing& listing) {
       continue;
     }
     const MaildirName name = ParseMaildirName(entry.name);
-    SourceItem item{path + "/" + entry.name, TargetOf(folder.levels), name.Has('S'), 0, entry.size};
+    const bool isRead = name.Has('S') || (!hasNew && name.letters.empty());
+    SourceItem item{path + "/" + entry.name, TargetOf(folder.levels), isRead, 0, entry.size};
     item.state = StateOf(entry, name, keywords);
     listing.items.push_back(std::move(item));
   }
@@ -122,7 +117,27 @@ void AddMails(const SourceFolder& folder, const char* part, Listing& listing) {
 }  // namespace
 
 bool MaildirSource::IsMaildir(const std::string& path) {
-  return IsFolder(path + "/cur") && IsFolder(path + "/new");
+  return IsFolder(path + "/cur") && (IsFolder(path + "/new") || IsFolder(path + "/tmp"));
+}
+
+bool IsMaildirPart(std::string_view name) {
+  return name == "cur" || name == "new" || name == "tmp";
+}
+
+std::string MaildirLevels(std::string_view name) {
+  constexpr std::string_view kDirectory = ".directory";
+  if (!name.starts_with('.')) return LevelName(FromModifiedUtf7(name)) + "\\";
+  if (name.size() > kDirectory.size() + 1 && name.ends_with(kDirectory)) {
+    return LevelName(name.substr(1, name.size() - 1 - kDirectory.size())) + "\\";
+  }
+  return DotLevels(name);
+}
+
+void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
+  const bool hasNew = IsFolder(folder.path + "/new");
+  listing.folders.push_back(TargetOf(folder.levels));
+  AddMails(folder, "cur", hasNew, listing);
+  if (hasNew) AddMails(folder, "new", hasNew, listing);
 }
 
 Listing MaildirSource::List() const {
@@ -130,13 +145,9 @@ Listing MaildirSource::List() const {
                      [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                          Listing& listing, std::vector<SourceFolder>& below) {
                        const bool maildir = IsMaildir(folder.path);
-                       if (maildir) {
-                         listing.folders.push_back(TargetOf(folder.levels));
-                         AddMails(folder, "cur", listing);
-                         AddMails(folder, "new", listing);
-                       }
+                       if (maildir) ListMaildirFolder(folder, listing);
                        for (const FolderEntry& entry : entries) {
-                         if (maildir && IsPart(entry.name)) continue;
+                         if (maildir && IsMaildirPart(entry.name)) continue;
                          AddFolder(folder, entry, below, listing.problems);
                        }
                      });
