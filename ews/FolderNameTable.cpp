@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "ews/Settings.h"
 #include "platform/Unicode.h"
 
 namespace {
@@ -62,6 +63,26 @@ constexpr std::array<TypeClass, 7> kClassesByType{{
     {14, kClassContact},
 }};
 
+struct OwnName {
+  std::u16string_view strName;
+  ews::WellKnownFolderName eFolder;
+};
+
+constexpr std::array<OwnName, 12> kOwnNames{{
+    {u"Inbox", ews::WellKnownFolderName::Inbox},
+    {u"Sent Items", ews::WellKnownFolderName::SentItems},
+    {u"Drafts", ews::WellKnownFolderName::Drafts},
+    {u"Deleted Items", ews::WellKnownFolderName::DeletedItems},
+    {u"Junk E-mail", ews::WellKnownFolderName::JunkEmail},
+    {u"Junk Email", ews::WellKnownFolderName::JunkEmail},
+    {u"Outbox", ews::WellKnownFolderName::Outbox},
+    {u"Calendar", ews::WellKnownFolderName::Calendar},
+    {u"Contacts", ews::WellKnownFolderName::Contacts},
+    {u"Tasks", ews::WellKnownFolderName::Tasks},
+    {u"Notes", ews::WellKnownFolderName::Notes},
+    {u"Journal", ews::WellKnownFolderName::Journal},
+}};
+
 template <size_t kCount>
 std::u16string_view Look(const std::array<NamePair, kCount>& arrTable, std::u16string_view strName,
                          std::u16string_view strOtherwise) {
@@ -86,4 +107,14 @@ std::u16string_view FolderClassByNameAndType(std::u16string_view strName, int nT
   const auto it = std::find_if(kClassesByType.begin(), kClassesByType.end(),
                                [&](const TypeClass& objRow) { return objRow.nType == nType; });
   return it == kClassesByType.end() ? kClassNote : it->strClass;
+}
+
+std::optional<ews::FolderId> OwnFolder(std::u16string_view strName,
+                                       const ews::FolderId& objParent) {
+  if (!ews::Settings().bSafe) return std::nullopt;
+  if (objParent.FolderName() != ews::WellKnownFolderName::MsgFolderRoot) return std::nullopt;
+  const auto it = std::find_if(kOwnNames.begin(), kOwnNames.end(), [&](const OwnName& objRow) {
+    return platform::EqualNoCase(objRow.strName, strName);
+  });
+  return it == kOwnNames.end() ? std::nullopt : std::optional(ews::FolderId(it->eFolder));
 }

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 
+#include "ews/FolderId.h"
 #include "platform/CString.h"
 
-// Facts about folder names of the source. Names are compared exactly, case included.
+// Facts about folder names. Those of the source are compared exactly, case included.
 
 // The display name in the target for the name of a source's system folder; any other name stays.
 std::u16string_view TargetFolderName(std::u16string_view strSourceName);
@@ -14,6 +16,11 @@ std::u16string_view FolderClassByName(std::u16string_view strSourceName);
 
 // The class of the last level: three names in any case, then the number of the folder's type.
 std::u16string_view FolderClassByNameAndType(std::u16string_view strName, int nType);
+
+// With the safe switch, the folder that every mailbox has at its root and that Exchange calls so in
+// English, in any case, whatever the mailbox calls it; nothing for any other name or parent. Makes
+// no request. "Archive" is none: a mailbox may lack it, and the service has no other name for it.
+std::optional<ews::FolderId> OwnFolder(std::u16string_view strName, const ews::FolderId& objParent);
 
 inline constexpr std::u16string_view kClassAppointment = u"IPF.Appointment";
 inline constexpr std::u16string_view kClassTask = u"IPF.Task";

@@ -132,6 +132,10 @@ ews::FolderId CWebAccessHandler::CreateFolder(const CString& foldername, ews::Fo
     const bool bLast = k == nLevels - 1;
     const CString strClass = bLast ? GetFolderTypeGroupwise(strName, nType, m_bChangeViewOfCalender)
                                    : GetFolderType(strName);
+    if (const auto objOwn = OwnFolder(UpdateName(strName).View(), olF2)) {
+      olF2 = *objOwn;
+      continue;
+    }
     if (ews::Settings().bSafe) {
       olF2 = FindOrMake(UpdateName(strName), olF2, strClass);
       continue;

@@ -69,7 +69,7 @@ int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
 int Migrate(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
-  const Plan plan = MakePlan(options.sources);
+  const Plan plan = MakePlan(options.sources, options.plan);
   if (options.dryRun) return DryRun(options, plan, say);
   AskSecrets(options);
 

@@ -8,6 +8,7 @@
 
 #include "client/commands/CommandFiles.h"
 #include "client/commands/Secret.h"
+#include "client/sources/SourceFiles.h"
 
 namespace client {
 namespace {
@@ -33,6 +34,28 @@ void DescribeLogon(CLI::App& app, MigrateOptions& options) {
   app.add_option("--mailbox", options.target.mailbox,
                  "Address of the mailbox to fill, where it is not the user's own; the group's "
                  "address for --target group");
+}
+
+// Both commands read the same sources the same way.
+void DescribeSources(CLI::App& app, MigrateOptions& options) {
+  app.add_option_function<std::string>(
+         "--mbox",
+         [&options](const std::string& kind) {
+           options.plan.source.mbox = MboxKindNamed(kind).value_or(MboxKind::kAuto);
+         },
+         "How mbox files were written: mboxo, mboxrd, mboxcl or mboxcl2; else by what they show")
+      ->check(CLI::IsMember({"auto", "mboxo", "mboxrd", "mboxcl", "mboxcl2"}));
+  app.add_option(
+      "--folder-map", options.folderMap,
+      "File with a line SOURCE-PATH<TAB>TARGET-PATH for each folder that goes elsewhere, "
+      "levels divided by /; /* behind a source's means all below it, too");
+  app.add_flag("--no-special-folders{false}", options.plan.specialFolders,
+               "Do not put what the source calls Sent, Gesendet, \u9001\u4fe1\u6e08\u307f and the "
+               "like into the target's own folders");
+  app.add_flag("--no-empty-folders{false}", options.plan.emptyFolders,
+               "Do not make folders that hold nothing");
+  app.add_flag("--with-deleted", options.plan.withDeleted,
+               "Also take mail that its store marks as deleted");
 }
 
 void DescribeServer(CLI::App& app, MigrateOptions& options) {
@@ -145,6 +168,15 @@ void CompleteStore(MigrateOptions& options) {
   if (target.user.empty()) target.user = kLocalUser;
 }
 
+void ReadFolderMap(MigrateOptions& options) {
+  if (options.folderMap.empty()) return;
+  try {
+    options.plan.folders = FolderMap(ReadWholeFile(options.folderMap));
+  } catch (const std::runtime_error& error) {
+    throw UsageError(fmt::format("--folder-map {}: {}", options.folderMap, error.what()));
+  }
+}
+
 void RequireUsable(const Target& target) {
   const std::string problem = TargetProblem(target);
   if (!problem.empty()) throw UsageError(problem);
@@ -166,6 +198,7 @@ void DescribeOptions(CLI::App& app, MigrateOptions& options, Purpose purpose) {
                  "target; its list of sources may grow");
   app.add_option("--target", options.target.kind, "mailbox, archive, public or group")
       ->check(CLI::IsMember({"mailbox", "archive", "public", "group"}));
+  DescribeSources(app, options);
   DescribeLogon(app, options);
   app.add_flag("--json", options.json,
                purpose == Purpose::kMigrate ? "Plan or summary as JSON" : "All of it as JSON");
@@ -178,6 +211,7 @@ void CompleteOptions(MigrateOptions& options) {
   RequireNoSecret("--autodiscover-url", options.engine.autodiscoverUrl);
   RequireNoSecret("--authority-url", options.engine.authorityUrl);
   RequireNoSecret("--proxy", options.engine.proxy);
+  ReadFolderMap(options);
   if (options.run.empty() && !options.dryRun) throw UsageError("--run is needed");
   Target& target = options.target;
   for (std::string& source : options.sources) source = FullPath(source);

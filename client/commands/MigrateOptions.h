@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "client/run/EngineOptions.h"
+#include "client/run/Plan.h"
 #include "client/run/Target.h"
 
 namespace CLI {
@@ -32,6 +33,8 @@ struct MigrateOptions {
   bool adopt = false;
   bool noAdopt = false;
   bool json = false;
+  PlanOptions plan;
+  std::string folderMap;
   EngineSetup engine;
 };
 

@@ -17,10 +17,29 @@ void PlanAsJson(const Plan& plan, const std::string& target) {
   for (const Plan::Folder& folder : plan.Folders()) {
     folders.push_back({{"folder", folder.name}, {"items", folder.items}, {"bytes", folder.bytes}});
   }
+  for (const std::string& folder : plan.emptyFolders) {
+    folders.push_back({{"folder", folder}, {"items", 0}, {"bytes", 0}});
+  }
   std::cout << JsonText(nlohmann::json{{"target", target},
                                        {"items", plan.entries.size()},
                                        {"folders", folders},
+                                       {"deleted", plan.deleted},
+                                       {"merged", ProblemsAsJson(plan.merged)},
                                        {"left_out", ProblemsAsJson(plan.problems)}});
+}
+
+// What stays in the source as its store wants it.
+void PrintStaying(const Plan& plan) {
+  PrintProblems("Folders of the target that take up several of the source", plan.merged);
+  if (plan.deleted) {
+    std::cout << fmt::format(
+        "{} deleted in the source and left there (--with-deleted takes them)\n",
+        Counted(plan.deleted, "mail is", "mails are"));
+  }
+  if (plan.storeData) {
+    std::cout << fmt::format("{} of mail programs' own data left there\n",
+                             Counted(plan.storeData, "entry", "entries"));
+  }
 }
 
 void PlanAsText(const Plan& plan, const std::string& target) {
@@ -30,7 +49,11 @@ void PlanAsText(const Plan& plan, const std::string& target) {
     std::cout << fmt::format("  {:>7}  {:>12}  {}\n", folder.items, SizeText(folder.bytes),
                              OneLine(folder.name));
   }
+  for (const std::string& folder : plan.emptyFolders) {
+    std::cout << fmt::format("  {:>7}  {:>12}  {}\n", 0, "", OneLine(folder));
+  }
   PrintProblems("Left out", plan.problems);
+  PrintStaying(plan);
 }
 
 void SummaryAsJson(const Summary& summary, const Plan& plan) {
@@ -44,6 +67,8 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"waits", summary.waits},
                                        {"waited_seconds", summary.waitedSeconds},
                                        {"stopped", summary.stopped},
+                                       {"deleted", plan.deleted},
+                                       {"merged", ProblemsAsJson(plan.merged)},
                                        {"failures", ProblemsAsJson(summary.failures)},
                                        {"remarks", ProblemsAsJson(summary.remarks)},
                                        {"doubts", ProblemsAsJson(summary.doubts)},
@@ -64,6 +89,7 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   }
   if (!plan.problems.empty()) std::cout << fmt::format(", {} left out", plan.problems.size());
   std::cout << (plan.IsWhole() ? "\n" : "; not all of the source could be read\n");
+  PrintStaying(plan);
   if (summary.waits) {
     std::cout << fmt::format("Waited {}, {} in all, for the server\n",
                              Counted(summary.waits, "time", "times"),

@@ -70,7 +70,7 @@ void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool co
 int Verify(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
-  const Plan plan = MakePlan(options.sources);
+  const Plan plan = MakePlan(options.sources, options.plan);
   AskSecrets(options);
   if (!std::filesystem::exists(options.run + "/journal.db")) {
     throw RunError(fmt::format("{} is not the run folder of a migration", options.run));

@@ -50,6 +50,8 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
   } else {
     item.bytes = entry.source->Read(entry.item);
     if (!entry.item.IsOther()) item.bytes = MimeBytes(std::move(item.bytes));
+    item.state = entry.item.state;
+    if (!entry.item.IsOther()) entry.source->AddState(item.bytes, item.state);
     item.hash = platform::Sha256Hex(item.bytes);
   }
   return item;

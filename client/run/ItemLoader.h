@@ -17,6 +17,7 @@ struct LoadedItem {
   std::string bytes;    // of a mail, as it is sent; of other types as the source gives them
   PreparedFiles files;  // of a prepared item
   std::string hash;
+  MailState state;        // of a mail
   std::string id;         // as its source has it; may be empty
   std::string ledgerKey;  // empty for a type, and a prepared item without an id, that get no row
   std::string key;        // on the item in the target: tells id and content

@@ -1,7 +1,10 @@
 #include "client/run/ItemProps.h"
 
+#include <ctime>
 #include <filesystem>
+#include <utility>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "client/run/MailKey.h"
@@ -31,6 +34,15 @@ std::string TextOf(const json& props) {
   return props.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
+// "2019-03-05T09:00:01Z"; empty for none.
+std::string UtcText(std::optional<std::int64_t> seconds) {
+  const std::time_t time = seconds.value_or(0);
+  std::tm utc{};
+  if (!seconds || !gmtime_r(&time, &utc)) return {};
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1,
+                     utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+}
+
 // The name of the property that takes most room.
 std::string Largest(const json& props) {
   std::string name;
@@ -45,6 +57,23 @@ std::string Largest(const json& props) {
 }
 
 }  // namespace
+
+json PropsOf(const MailState& state, const MailTimes& times) {
+  json props = json::object();
+  json flags = json::array();
+  for (const auto& [name, isSet] : {std::pair{"answered", state.answered},
+                                    {"forwarded", state.forwarded},
+                                    {"flagged", state.flagged},
+                                    {"draft", state.draft}}) {
+    if (isSet) flags.push_back(name);
+  }
+  if (!flags.empty()) props["flags"] = std::move(flags);
+  if (!state.categories.empty()) props["categories"] = state.categories;
+  for (const auto& [name, time] : {std::pair{"received", times.received}, {"sent", times.sent}}) {
+    if (const std::string text = UtcText(time); !text.empty()) props[name] = text;
+  }
+  return props;
+}
 
 void WriteItemProps(const std::string& workFolder, std::string_view key) {
   const std::string path = workFolder + "/" + std::string(kItemPropsName);

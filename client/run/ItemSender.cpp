@@ -1,16 +1,18 @@
 #include "client/run/ItemSender.h"
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
-#include <optional>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "client/run/ItemKinds.h"
 #include "client/run/ItemProps.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/MailDate.h"
 #include "client/run/OtherItems.h"
+#include "client/run/ReceivedTime.h"
 #include "client/run/StopRequest.h"
 #include "client/run/WorkFolder.h"
 #include "mime/MailHeader.h"
@@ -23,11 +25,6 @@ namespace {
 constexpr int kLongestFolder = 4999;  // units of a folder command's path
 constexpr const char* kStopped = "asked to stop";
 constexpr std::uintmax_t kLittleSpace = 1 << 20;  // bytes: a ledger may need some pages more
-
-std::string DateOf(const mail::MailHeader& header) {
-  const std::optional<std::int64_t> time = mail::parseMailDate(header.text("Date"));
-  return time ? DescriptorDate(*time) : std::string();
-}
 
 }  // namespace
 
@@ -85,6 +82,14 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   return outcome;
 }
 
+std::string ItemSender::MakeFolder(const std::string& path) {
+  SourceItem item;
+  item.folder = path;
+  if (!m_engine) StartEngine();
+  m_logs.Mark();
+  return SelectFolder(item);
+}
+
 std::string ItemSender::DescribeEnd() {
   PassStopTo(0);
   std::string end = m_engine ? m_engine->DescribeEnd() : "";
@@ -111,12 +116,18 @@ std::string ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedIte
     return LeftOutText(WriteOther(folder, entry.item.type, item.bytes, key));
   }
   if (!entry.item.prepared) {
-    if (m_setup.IsSafe()) WriteItemProps(folder, item.key);
     const mail::MailHeader header(item.bytes);
-    MailDescription description{item.ledgerKey, DateOf(header), entry.item.read, {}};
+    const MailTimes times{ReceivedTime(header, item.state.received, std::time(nullptr)),
+                          mail::parseMailDate(header.text("Date"))};
+    std::vector<std::string> left;
+    if (m_setup.IsSafe()) left = WriteItemProps(folder, item.key, PropsOf(item.state, times));
+    // A date of the descriptor would be that of arrival, too.
+    const bool isSentAlone = m_setup.IsSafe() && !times.received;
+    MailDescription description{item.ledgerKey, {}, entry.item.read, {}};
+    if (times.sent && !isSentAlone) description.date = DescriptorDate(*times.sent);
     if (m_setup.fromMime) description.addressing = AddressingOf(header);
     WriteMail(folder, description, item.bytes);
-    return {};
+    return LeftOutText(left);
   }
   CopyPreparedFiles(entry.item.location, item.files, folder);
   if (HashPreparedFiles(folder, item.files) != item.hash) {

@@ -54,6 +54,9 @@ class ItemSender {
   // engine ends instead, RunError when it cannot be started, SourceError, WriteError,
   // platform::SqliteError.
   Outcome SendOnce(const Plan::Entry& entry, const LoadedItem& item);
+  // Empty when the folder stands, made where it was not there, or may only be tried again; else the
+  // reason why not. Throws as SendOnce does.
+  std::string MakeFolder(const std::string& path);
   // After an EndpointError: how the engine ended. The next item gets a new one.
   std::string DescribeEnd();
 

@@ -122,6 +122,7 @@ Summary Migration::Run(const Plan& plan) {
     }
     TakeUpRest();
     LookForLateCopies();
+    if (m_summary.stopped.empty()) MakeFolders(plan.emptyFolders);
     std::ranges::move(StillUnknown(), std::back_inserter(doubts));
   } catch (const platform::SqliteError& error) {
     m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
@@ -466,6 +467,30 @@ void Migration::LookForLateCopies() {
     entry.text = Joined(entry.text, remark);
     m_journal.StoreFound(entry);
   });
+}
+
+void Migration::MakeFolders(const std::vector<std::string>& folders) {
+  for (const std::string& folder : folders) {
+    if (StopRequested()) m_summary.stopped = "asked to stop";
+    if (!m_summary.stopped.empty()) return;
+    const std::string reason = MakeFolder(folder);
+    if (reason.empty()) continue;
+    ++m_summary.foldersMissing;
+    m_summary.failures.push_back({folder, reason});
+  }
+}
+
+// The engine keeps to itself why a folder could not be made until an item is to go into it.
+std::string Migration::MakeFolder(const std::string& folder) {
+  try {
+    if (m_look.Has(folder)) return {};
+    if (std::string reason = m_sender.MakeFolder(folder); !reason.empty()) return reason;
+    return m_look.Has(folder) ? std::string() : "the folder could not be made";
+  } catch (const platform::EndpointError&) {
+    return fmt::format("the engine ended on this folder ({})", m_sender.DescribeEnd());
+  } catch (const ews::ServiceException& error) {
+    return error.what();
+  }
 }
 
 void Migration::TellReduced(const Work& work, Reduction cutOff, Outcome& outcome) {

@@ -37,14 +37,16 @@ struct Summary {
   std::uint64_t seen = 0;   // items that were looked at before a stop
   std::uint64_t waits = 0;  // for a server that did not answer
   std::uint64_t waitedSeconds = 0;
-  std::string stopped;  // why the run stopped early; empty when it did not
+  std::uint64_t foldersMissing = 0;  // without items, and could not be made
+  std::string stopped;               // why the run stopped early; empty when it did not
   std::vector<SourceProblem> failures;
   std::vector<SourceProblem> remarks;  // arrived, with a text
   // Of earlier runs: what may be there twice, and what arrived reduced.
   std::vector<SourceProblem> doubts;
 
   bool Complete() const {
-    return stopped.empty() && failed == 0 && notConfirmed == 0 && reduced == 0;
+    return stopped.empty() && failed == 0 && notConfirmed == 0 && reduced == 0 &&
+           foldersMissing == 0;
   }
 };
 
@@ -111,6 +113,9 @@ class Migration {
   // Of an item that arrived and may have done so more than once.
   void TellCopies(Work& work, Outcome& outcome);
   void LookForLateCopies();
+  // Those without items; each that is not there then is a failure.
+  void MakeFolders(const std::vector<std::string>& folders);
+  std::string MakeFolder(const std::string& folder);
   // Of an item whose outcome stayed open through all tries.
   Outcome GivenUp(const Work& work, Outcome outcome);
   // An item that was sent, or is known although it cut off an earlier run that had reduced it.

@@ -2,11 +2,17 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
+#include <map>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
+
+#include <fmt/format.h>
 
 #include "client/run/ItemKinds.h"
 #include "client/sources/PreparedItem.h"
+#include "client/sources/SpecialFolders.h"
 
 namespace client {
 namespace {
@@ -35,25 +41,102 @@ std::int32_t TypeOf(const SourceItem& item) {
   }
 }
 
+// Where the folders of the sources go; tells which of them become one.
+class Places {
+ public:
+  explicit Places(const PlanOptions& options) : m_options(options) {}
+
+  const std::string& Of(const std::string& path) {
+    const auto [place, isNew] = m_places.try_emplace(path);
+    if (!isNew) return place->second;
+    place->second = m_options.folders.PlaceOf(path);
+    const bool isMapped = !place->second.empty();
+    if (!isMapped) place->second = m_options.specialFolders ? WithExchangeNames(path) : path;
+    Takers& takers = m_takers[FoldedName(place->second)];
+    takers.target = takers.paths.empty() ? place->second : takers.target;
+    takers.paths.push_back(path);
+    return place->second;
+  }
+
+  std::vector<SourceProblem> Merged() const {
+    std::vector<SourceProblem> merged;
+    for (const auto& [folded, takers] : m_takers) {
+      if (takers.paths.size() < 2) continue;
+      merged.push_back({takers.target, fmt::format("{}", fmt::join(takers.paths, ", "))});
+    }
+    return merged;
+  }
+
+ private:
+  struct Takers {
+    std::string target;
+    std::vector<std::string> paths;
+  };
+  const PlanOptions& m_options;
+  std::unordered_map<std::string, std::string> m_places;
+  std::map<std::string, Takers> m_takers;
+};
+
+void AddWithParents(const std::string& folder, std::unordered_set<std::string>& made) {
+  const std::string folded = FoldedName(folder);
+  for (std::size_t end = folded.find('\\'); end != std::string::npos;
+       end = folded.find('\\', end + 1)) {
+    made.insert(folded.substr(0, end + 1));
+  }
+}
+
+// Those that no item and no folder below brings along.
+std::vector<std::string> EmptyOnes(const std::vector<std::string>& folders,
+                                   const std::vector<Plan::Entry>& entries) {
+  std::unordered_set<std::string_view> ofItems;
+  for (const Plan::Entry& entry : entries) ofItems.insert(entry.item.folder);
+  std::unordered_set<std::string> made = {FoldedName(kInbox)};
+  for (const std::string_view folder : ofItems) AddWithParents(std::string(folder), made);
+  std::vector<std::string> empty;
+  for (const std::string& folder : folders) {
+    if (made.insert(FoldedName(folder)).second) empty.push_back(folder);
+  }
+  return empty;
+}
+
+bool StaysBehind(const SourceItem& item, const PlanOptions& options, Plan& plan) {
+  const bool isDeleted = item.state.deleted && !options.withDeleted;
+  if (item.isStoreData) {
+    ++plan.storeData;
+  } else if (isDeleted) {
+    ++plan.deleted;
+  }
+  return item.isStoreData || isDeleted;
+}
+
 }  // namespace
 
-Plan MakePlan(const std::vector<std::string>& paths) {
+Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options) {
   Plan plan;
+  Places places(options);
+  std::vector<std::string> folders;
   for (const std::string& path : paths) {
     try {
-      plan.sources.push_back(OpenSource(path));
+      plan.sources.push_back(OpenSource(path, options.source));
     } catch (const SourceError& error) {
       throw SourceError(path + ": " + error.what());
     }
     const Source* source = plan.sources.back().get();
     const std::size_t unneeded = Unneeded(path, paths);
-    for (SourceItem& item : source->List(plan.problems)) {
+    Listing listing = source->List();
+    std::ranges::move(listing.problems, std::back_inserter(plan.problems));
+    for (const std::string& folder : listing.folders) folders.push_back(places.Of(folder));
+    for (SourceItem& item : listing.items) {
+      if (StaysBehind(item, options, plan)) continue;
       std::string name = item.location.substr(std::min(unneeded, item.location.size()));
       item.type = TypeOf(item);
+      if (item.type == TYPE_EMAIL) item.folder = places.Of(item.folder);
       plan.entries.push_back({source, std::move(item), std::move(name)});
     }
   }
   PlaceByKind(plan.entries);
+  plan.merged = places.Merged();
+  if (options.emptyFolders) plan.emptyFolders = EmptyOnes(folders, plan.entries);
   return plan;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "client/run/FolderMap.h"
 #include "client/sources/Source.h"
 
 namespace client {
@@ -19,7 +20,11 @@ struct Plan {
   };
   std::vector<std::unique_ptr<Source>> sources;
   std::vector<Entry> entries;
-  std::vector<SourceProblem> problems;  // what was left out
+  std::vector<SourceProblem> problems;    // what was left out
+  std::vector<SourceProblem> merged;      // target folders that take up several of a source
+  std::vector<std::string> emptyFolders;  // target folders without items, in order
+  std::uint64_t deleted = 0;    // mails that wait in their store to be taken away, left there
+  std::uint64_t storeData = 0;  // what programs keep among mails, left there
 
   bool IsWhole() const;  // nothing of the sources was out of reach
 
@@ -32,7 +37,15 @@ struct Plan {
   std::vector<Folder> Folders() const;  // in the order in which the run comes to them
 };
 
+struct PlanOptions {
+  SourceOptions source = {};
+  bool withDeleted = false;
+  bool specialFolders = true;  // those of the source go to those of the target
+  bool emptyFolders = true;    // are made, too
+  FolderMap folders = {};      // comes before all else
+};
+
 // Opens and lists sources at absolute paths. Throws SourceError with the path and the reason.
-Plan MakePlan(const std::vector<std::string>& paths);
+Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options = {});
 
 }  // namespace client

@@ -7,11 +7,13 @@
 #include <unordered_set>
 
 #include "ews/CWebAccessHandler.h"
+#include "ews/FolderNameTable.h"
 #include "ews/ServiceException.h"
 
 // The way from a path to a folder is the engine's: names of the source's own folders are changed to
-// those of the target, and of the folders that hold a name the first with exactly that name, in any
-// case, is meant. Only that here every page is looked at, and that a failure is no "not there".
+// those of the target, a mailbox's own folders are known, and of the folders that hold a name the
+// first with exactly that name, in any case, is meant. Only that here every page is looked at, and
+// that a failure is no "not there".
 //
 // Pages are cut by offset while a mailbox may be at work. Each begins with the last item of the one
 // before: where that item is on the page, nothing was passed over, since items keep their order.
@@ -76,7 +78,9 @@ std::optional<ews::FolderId> ServerLook::FolderAt(const Place& place) {
   const CString levels = CString::FromUtf8(place.path);
   ews::FolderId folder = place.root ? ews::FolderId(*place.root) : RootOf(m_target);
   for (int i = 0; i < names.getTotCountSlash(levels); ++i) {
-    const auto child = ChildOf(folder, names.UpdateName(names.GetNameBySlash(levels, i)));
+    const CString name = names.UpdateName(names.GetNameBySlash(levels, i));
+    auto child = OwnFolder(name.View(), folder);
+    if (!child) child = ChildOf(folder, name);
     if (!child) return std::nullopt;
     folder = *child;
   }

@@ -35,6 +35,8 @@ class TargetLook {
   // The same for paths that lead to one folder of the target; of one that is not there the path.
   virtual std::string Identity(const Place& place) = 0;
 
+  bool Has(const std::string& folder) { return FolderAt(folder).has_value(); }
+
   using Take = std::function<void(const ews::FoundItem&)>;
 
   // Hands over the items of the folder that carry the key or the id; nothing is looked for by an

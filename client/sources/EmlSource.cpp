@@ -2,25 +2,20 @@
 
 #include <sys/stat.h>
 
+#include "base/AsciiText.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
-#include "client/sources/MboxSource.h"
+#include "client/sources/MaildirSource.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/TreeEntries.h"
 #include "client/sources/VcfFile.h"
+#include "mime/MailHeader.h"
 
 namespace client {
 namespace {
 
 constexpr std::string_view kContacts = "Contacts\\";
-
-// It may belong to a source of another kind.
-std::string WhyLeftOut(const SourceFolder& folder, const std::string& path) {
-  const std::string_view parent = std::string_view(folder.path).substr(folder.path.rfind('/') + 1);
-  if (parent == "cur" || parent == "new") return "it lies in a Maildir: name that as a source";
-  if (MboxSource::IsMbox(path)) return "it looks like an mbox: name it as a source";
-  return "its name does not end in .eml, .ics or .vcf";
-}
 
 bool IsCalendarName(std::string_view name) {
   return EndsWithNoCase(name, ".ics") || EndsWithNoCase(name, ".vcs");
@@ -38,11 +33,13 @@ void AddCards(const SourceFolder& folder, const std::vector<FolderEntry>& entrie
   ListVcfFiles(paths, std::string(kContacts) + folder.levels, items, problems);
 }
 
-void AddEntry(const SourceFolder& folder, const FolderEntry& entry, std::vector<SourceItem>& items,
-              std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
+void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherTreeFiles& others,
+              Listing& listing, std::vector<SourceFolder>& below) {
+  auto& [items, problems, folders] = listing;
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
-    below.push_back({path, folder.levels + LevelName(entry.name) + "\\", folder.levels});
+    if (IsFolderBesideMail(entry.name)) return;
+    below.push_back({path, folder.levels + LevelsOfFolder(folder, entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     items.push_back({path, TargetOf(folder.levels), true, 0, entry.size});
   } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
@@ -52,19 +49,35 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, std::vector<
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
     // What systems leave in folders: nobody's mail, and no news to anyone.
   } else if (entry.kind == EntryKind::kFile) {
-    problems.push_back({path, WhyLeftOut(folder, path)});
+    others.Take(entry, listing);
   } else {
     problems.push_back(OddEntry(path, entry.kind));
   }
 }
 
+void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+                    MboxKind mbox, Listing& listing, std::vector<SourceFolder>& below) {
+  if (TakeProfile(folder, entries, listing, below)) return;
+  // One that holds something is made with it, and may be for items of another kind than mail.
+  if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
+  const bool isMaildir = MaildirSource::IsMaildir(folder.path);
+  if (isMaildir) ListMaildirFolder(folder, listing);
+  const OtherTreeFiles others(folder, entries, mbox);
+  for (const FolderEntry& entry : entries) {
+    if (isMaildir && IsMaildirPart(entry.name)) continue;
+    AddEntry(folder, entry, others, listing, below);
+  }
+  AddCards(folder, entries, listing.items, listing.problems);
+}
+
 }  // namespace
 
-std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) const {
+Listing EmlSource::List() const {
   struct stat status;
   if (stat(m_path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
     const auto size = static_cast<std::uint64_t>(status.st_size);
-    std::vector<SourceItem> items;
+    Listing listing;
+    auto& [items, problems, folders] = listing;
     if (IsCalendarName(m_path)) {
       ListIcsFile(m_path, "", items, problems);
     } else if (IsCardName(m_path)) {
@@ -72,15 +85,12 @@ std::vector<SourceItem> EmlSource::List(std::vector<SourceProblem>& problems) co
     } else {
       items.push_back({m_path, std::string(kInbox), true, 0, size});
     }
-    return items;
+    return listing;
   }
-  return WalkFolders(m_path, problems,
+  return WalkFolders(m_path,
                      [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                         std::vector<SourceItem>& found, std::vector<SourceFolder>& below) {
-                       for (const FolderEntry& entry : entries) {
-                         AddEntry(folder, entry, found, below, problems);
-                       }
-                       AddCards(folder, entries, found, problems);
+                         Listing& listing, std::vector<SourceFolder>& below) {
+                       TakeTreeFolder(folder, entries, m_mbox, listing, below);
                      });
 }
 
@@ -97,8 +107,13 @@ std::string EmlSource::Read(const SourceItem& item) const {
     case TYPE_DIST_LIST:
       return ReadVcfItem(item);
     default:
-      return ReadMail(item.location);
+      return ReadTreeMail(item, m_mbox);
   }
+}
+
+// So mail programs mark a file that is to be opened for writing on.
+void EmlSource::AddState(std::string_view bytes, MailState& state) const {
+  if (::mail::trimmed(::mail::MailHeader(bytes).text("X-Unsent")) == "1") state.draft = true;
 }
 
 }  // namespace client

@@ -8,24 +8,23 @@ std::string TargetOf(const std::string& levels) {
   return levels.empty() ? std::string(kInbox) : levels;
 }
 
-std::vector<SourceItem> WalkFolders(const std::string& root, std::vector<SourceProblem>& problems,
-                                    const TakeFolder& take) {
-  std::vector<SourceItem> items;
+Listing WalkFolders(const std::string& root, const TakeFolder& take) {
+  Listing listing;
   // A stack of our own: the depth of a tree is no limit of ours.
   std::vector<SourceFolder> pending = {{root, "", ""}};
   while (!pending.empty()) {
     const SourceFolder folder = std::move(pending.back());
     pending.pop_back();
-    const std::vector<FolderEntry> entries = ListFolder(folder.path, problems);
+    const std::vector<FolderEntry> entries = ListFolder(folder.path, listing.problems);
     if (HoldsDescriptor(entries)) {
-      items.push_back(PreparedItemAt(folder.path, TargetOf(folder.parent), entries));
+      listing.items.push_back(PreparedItemAt(folder.path, TargetOf(folder.parent), entries));
       continue;
     }
     std::vector<SourceFolder> below;
-    take(folder, entries, items, below);
+    take(folder, entries, listing, below);
     pending.insert(pending.end(), below.rbegin(), below.rend());
   }
-  return items;
+  return listing;
 }
 
 }  // namespace client

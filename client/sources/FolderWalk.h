@@ -18,15 +18,14 @@ struct SourceFolder {
 // Where mail of a folder of those levels goes: the root's goes to the Inbox.
 std::string TargetOf(const std::string& levels);
 
-// Adds the mail of a folder to the items, and the folders to go on with to `below`, both in order.
+// Adds what a folder holds to the listing, and the folders to go on with to `below`, both in order.
 using TakeFolder =
     std::function<void(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                       std::vector<SourceItem>& items, std::vector<SourceFolder>& below)>;
+                       Listing& listing, std::vector<SourceFolder>& below)>;
 
 // Walks a tree of folders: a folder's own mail comes before that of the folders below it. One with
 // a descriptor is a prepared item of the folder above it, whatever else it holds, and is not
 // entered.
-std::vector<SourceItem> WalkFolders(const std::string& root, std::vector<SourceProblem>& problems,
-                                    const TakeFolder& take);
+Listing WalkFolders(const std::string& root, const TakeFolder& take);
 
 }  // namespace client

@@ -2,9 +2,14 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <array>
+#include <charconv>
 #include <string_view>
 
+#include "base/AsciiText.h"
 #include "client/sources/FolderWalk.h"
+#include "client/sources/MaildirName.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
@@ -17,9 +22,54 @@ bool IsFolder(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool IsUnread(std::string_view fileName) {
-  const size_t info = fileName.rfind(":2,");
-  return info == std::string_view::npos || fileName.find('S', info) == std::string_view::npos;
+// Behind the letters "a" to "z": one a line, "0 $Forwarded", numbered for this folder alone.
+using Keywords = std::array<std::string, 26>;
+
+Keywords KeywordsOf(const std::string& folder) {
+  constexpr std::uint64_t kMost = 65536;  // bytes; the file of a sound folder has 26 short lines
+  Keywords keywords;
+  std::string text;
+  try {
+    text = ReadFileRange(folder + "/dovecot-keywords", 0, kMost);
+  } catch (const SourceError&) {
+    return keywords;
+  }
+  for (size_t from = 0; from < text.size();) {
+    const size_t end = std::min(text.find('\n', from), text.size());
+    const std::string_view line = ::mail::trimmed(std::string_view(text).substr(from, end - from));
+    from = end + 1;
+    size_t number = keywords.size();
+    const auto [rest, error] = std::from_chars(line.data(), line.data() + line.size(), number);
+    if (error != std::errc() || number >= keywords.size()) continue;
+    keywords[number] = ::mail::trimmed(line.substr(static_cast<size_t>(rest - line.data())));
+  }
+  return keywords;
+}
+
+// A program that delivers puts the time into the name; one that takes in old mail sets the time of
+// the file back as well, and one that copies mailboxes may do so, too. Either may be that of a
+// copy, which is never the earlier one.
+std::optional<std::int64_t> ReceivedAt(const FolderEntry& entry, const MaildirName& name) {
+  constexpr std::int64_t kSlack = 86400;  // seconds that a copy may take
+  if (!name.time) return std::nullopt;
+  if (name.isCopy && entry.modified > *name.time - kSlack) return std::nullopt;
+  return std::min(entry.modified, *name.time);
+}
+
+MailState StateOf(const FolderEntry& entry, const MaildirName& name, const Keywords& keywords) {
+  MailState state;
+  state.answered = name.Has('R');
+  state.forwarded = name.Has('P');
+  state.flagged = name.Has('F');
+  state.draft = name.Has('D');
+  state.deleted = name.Has('T');
+  state.received = ReceivedAt(entry, name);
+  for (const char letter : name.letters) {
+    if (letter >= 'a' && letter <= 'z') {
+      AddKeyword(keywords[static_cast<size_t>(letter - 'a')], state);
+    }
+  }
+  return state;
 }
 
 // ".Sub.Deeper" as levels below the target of the Maildir that it stands in.
@@ -35,56 +85,70 @@ std::string DotLevels(std::string_view name) {
   return levels;
 }
 
-bool IsPart(std::string_view name) { return name == "cur" || name == "new" || name == "tmp"; }
-
-// ".Sub.Deeper" of Maildir++ or a plain name, as levels below the folder that it stands in.
-std::string LevelsOf(std::string_view name) {
-  return name.starts_with('.') ? DotLevels(name) : LevelName(FromModifiedUtf7(name)) + "\\";
-}
-
 // The files that programs keep beside the folders of a Maildir are no mail.
 void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
                std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
-    below.push_back({path, folder.levels + LevelsOf(entry.name), folder.levels});
+    below.push_back({path, folder.levels + MaildirLevels(entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFolderLink) {
     problems.push_back(OddEntry(path, entry.kind));
   }
 }
 
-void AddMails(const SourceFolder& folder, const char* part, std::vector<SourceItem>& items,
-              std::vector<SourceProblem>& problems) {
+// What has no letters in a Maildir without new/ is of a program that keeps its state elsewhere.
+void AddMails(const SourceFolder& folder, const char* part, bool hasNew, Listing& listing) {
   const std::string path = folder.path + "/" + part;
-  for (const FolderEntry& entry : ListFolder(path, problems)) {
+  const Keywords keywords = KeywordsOf(folder.path);
+  for (const FolderEntry& entry : ListFolder(path, listing.problems)) {
     if (entry.name.starts_with('.')) continue;
     if (entry.kind != EntryKind::kFile) {
-      problems.push_back(OddEntry(path + "/" + entry.name, entry.kind));
+      listing.problems.push_back(OddEntry(path + "/" + entry.name, entry.kind));
       continue;
     }
-    const bool read = std::string_view(part) == "cur" && !IsUnread(entry.name);
-    items.push_back({path + "/" + entry.name, TargetOf(folder.levels), read, 0, entry.size});
+    const MaildirName name = ParseMaildirName(entry.name);
+    const bool isRead = name.Has('S') || (!hasNew && name.letters.empty());
+    SourceItem item{path + "/" + entry.name, TargetOf(folder.levels), isRead, 0, entry.size};
+    item.state = StateOf(entry, name, keywords);
+    listing.items.push_back(std::move(item));
   }
 }
 
 }  // namespace
 
 bool MaildirSource::IsMaildir(const std::string& path) {
-  return IsFolder(path + "/cur") && IsFolder(path + "/new");
+  return IsFolder(path + "/cur") && (IsFolder(path + "/new") || IsFolder(path + "/tmp"));
 }
 
-std::vector<SourceItem> MaildirSource::List(std::vector<SourceProblem>& problems) const {
-  return WalkFolders(m_path, problems,
+bool IsMaildirPart(std::string_view name) {
+  return name == "cur" || name == "new" || name == "tmp";
+}
+
+std::string MaildirLevels(std::string_view name) {
+  constexpr std::string_view kDirectory = ".directory";
+  if (!name.starts_with('.')) return LevelName(FromModifiedUtf7(name)) + "\\";
+  if (name.size() > kDirectory.size() + 1 && name.ends_with(kDirectory)) {
+    return LevelName(name.substr(1, name.size() - 1 - kDirectory.size())) + "\\";
+  }
+  return DotLevels(name);
+}
+
+void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
+  const bool hasNew = IsFolder(folder.path + "/new");
+  listing.folders.push_back(TargetOf(folder.levels));
+  AddMails(folder, "cur", hasNew, listing);
+  if (hasNew) AddMails(folder, "new", hasNew, listing);
+}
+
+Listing MaildirSource::List() const {
+  return WalkFolders(m_path,
                      [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                         std::vector<SourceItem>& items, std::vector<SourceFolder>& below) {
+                         Listing& listing, std::vector<SourceFolder>& below) {
                        const bool maildir = IsMaildir(folder.path);
-                       if (maildir) {
-                         AddMails(folder, "cur", items, problems);
-                         AddMails(folder, "new", items, problems);
-                       }
+                       if (maildir) ListMaildirFolder(folder, listing);
                        for (const FolderEntry& entry : entries) {
-                         if (maildir && IsPart(entry.name)) continue;
-                         AddFolder(folder, entry, below, problems);
+                         if (maildir && IsMaildirPart(entry.name)) continue;
+                         AddFolder(folder, entry, below, listing.problems);
                        }
                      });
 }

@@ -1,12 +1,19 @@
 #include "client/sources/Mbox.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <utility>
+
+#include "base/AsciiText.h"
+#include "client/sources/SourceFiles.h"
 
 namespace client {
 namespace {
 
-constexpr std::string_view kFrom = "From ";
+constexpr std::string_view kContentLength = "Content-Length:";
+constexpr std::string_view kMozillaStatus = "X-Mozilla-Status";
+constexpr std::size_t kMostOfLine = kFrom.size() + kLongestFromLine + 2;
 
 // The line at the beginning, with its end.
 std::string_view FirstLine(std::string_view bytes) {
@@ -23,40 +30,218 @@ std::string_view WithoutLastBlank(std::string_view bytes) {
   return rest.empty() || rest.ends_with('\n') ? rest : bytes;
 }
 
-bool IsQuoted(std::string_view line) {
+std::optional<std::uint64_t> LengthIn(std::string_view line) {
+  constexpr std::size_t kMostDigits = 15;
+  if (!mail::beginsWithNoCase(line, kContentLength)) return std::nullopt;
+  const std::string_view text = mail::trimmed(line.substr(kContentLength.size()));
+  std::uint64_t length = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
+  const bool isNumber = error == std::errc() && end == text.data() + text.size();
+  return isNumber && text.size() <= kMostDigits ? std::optional(length) : std::nullopt;
+}
+
+bool CountsLength(MboxKind kind) { return kind != MboxKind::kMboxo && kind != MboxKind::kMboxrd; }
+
+std::uint64_t CountCrLf(std::string_view bytes) {
+  std::uint64_t count = 0;
+  for (std::size_t at = bytes.find("\r\n"); at != std::string_view::npos;
+       at = bytes.find("\r\n", at + 2)) {
+    ++count;
+  }
+  return count;
+}
+
+// A mail behind its "From " line.
+struct Parts {
+  std::string_view header;
+  std::string_view body;
+  std::optional<std::uint64_t> length;
+};
+
+Parts PartsOf(std::string_view mail) {
+  Parts parts;
+  for (std::string_view rest = mail; !rest.empty();) {
+    const std::string_view line = FirstLine(rest);
+    rest.remove_prefix(line.size());
+    if (const auto length = LengthIn(line)) parts.length = length;
+    if (line.find_first_not_of("\r\n") != std::string_view::npos) continue;
+    parts.body = rest;
+    break;
+  }
+  parts.header = mail.substr(0, mail.size() - parts.body.size());
+  return parts;
+}
+
+// The body ends where its length says, or an empty line behind that.
+bool IsRightLength(const Parts& parts) {
+  if (!parts.length) return false;
+  const std::string_view blank = parts.body.substr(WithoutLastBlank(parts.body).size());
+  const std::uint64_t size = parts.body.size();
+  const std::uint64_t length = *parts.length;
+  if (length == size || length + blank.size() == size) return true;
+  const std::uint64_t withoutCr = size - CountCrLf(parts.body);
+  return length == withoutCr || (!blank.empty() && length + 1 == withoutCr);
+}
+
+// No empty line stands behind the body that its length tells of. As it counts bytes it may be right
+// with one behind; only where it is not it may count without CRs.
+bool IsWhole(const Parts& parts) {
+  if (!parts.length) return false;
+  const std::uint64_t size = parts.body.size();
+  const std::uint64_t blank = size - WithoutLastBlank(parts.body).size();
+  if (*parts.length == size) return true;
+  return *parts.length + blank != size && *parts.length + CountCrLf(parts.body) == size;
+}
+
+// How programs are known that quote "From " alone. Others are read as mboxrd: the two differ where
+// a line has ">>From " only.
+bool IsOfMboxoWriter(const FromLine& from, std::string_view header) {
+  if (from.zone == FromLine::Zone::kBehindYear || from.twoBlanks) return true;
+  if (from.sender == "MAILER-DAEMON") return true;
+  return header.find("\nX-Evolution:") != std::string_view::npos;
+}
+
+bool IsQuoted(std::string_view line, bool manyQuotes) {
   const size_t quotes = line.find_first_not_of('>');
-  return quotes != std::string_view::npos && quotes > 0 && line.substr(quotes).starts_with(kFrom);
+  if (quotes == std::string_view::npos || quotes == 0) return false;
+  return (quotes == 1 || manyQuotes) && line.substr(quotes).starts_with(kFrom);
+}
+
+MboxKind KindOf(std::string_view bytes, const Parts& parts) {
+  if (IsRightLength(parts)) return MboxKind::kMboxcl2;
+  const bool isOld =
+      bytes.starts_with(kFrom) && IsOfMboxoWriter(ParseFromLine(FirstLine(bytes)), parts.header);
+  return isOld ? MboxKind::kMboxo : MboxKind::kMboxrd;
 }
 
 }  // namespace
+
+std::optional<MboxKind> MboxKindNamed(std::string_view name) {
+  static constexpr std::array<std::pair<std::string_view, MboxKind>, 5> kNames{{
+      {"auto", MboxKind::kAuto},
+      {"mboxo", MboxKind::kMboxo},
+      {"mboxrd", MboxKind::kMboxrd},
+      {"mboxcl", MboxKind::kMboxcl},
+      {"mboxcl2", MboxKind::kMboxcl2},
+  }};
+  const auto row = std::ranges::find(kNames, name, [](const auto& each) { return each.first; });
+  return row == kNames.end() ? std::nullopt : std::optional(row->second);
+}
+
+bool MboxSplitter::Line::IsBlank() const {
+  return isWhole && head.find_first_not_of("\r\n") == std::string_view::npos;
+}
 
 void MboxSplitter::Feed(std::string_view bytes) {
   while (!bytes.empty()) {
     const std::string_view piece = FirstLine(bytes);
     bytes.remove_prefix(piece.size());
-    m_offset += piece.size();
-    if (m_head.size() < kFrom.size()) m_head += piece.substr(0, kFrom.size() - m_head.size());
-    m_blank = m_blank && piece.find_first_not_of("\r\n") == std::string_view::npos;
-    if (piece.back() == '\n') EndLine();
+    const bool ends = piece.back() == '\n';
+    if (ends && m_partSize == 0) {
+      TakeLine({piece.substr(0, kMostOfLine), piece.size() <= kMostOfLine, piece.ends_with("\r\n"),
+                piece.size()});
+      continue;
+    }
+    m_part += piece.substr(0, kMostOfLine - m_part.size());
+    m_partSize += piece.size();
+    const bool crLf = piece.ends_with("\r\n") || (m_partCr && piece == "\n");
+    m_partCr = piece.back() == '\r';
+    if (!ends) continue;
+    TakeLine({m_part, m_partSize == m_part.size(), crLf, m_partSize});
+    m_part.clear();
+    m_partSize = 0;
   }
 }
 
-void MboxSplitter::EndLine() {
-  if (m_afterBlank && m_head == kFrom) m_mails.push_back({m_lineStart, 0});
-  m_afterBlank = m_blank;
-  m_blank = true;
-  m_head.clear();
-  m_lineStart = m_offset;
+void MboxSplitter::TakeLine(const Line& line) {
+  if (m_from) Decide(&line);
+  const Place behind{m_at.bytes + line.size, m_at.withoutCr + line.size - (line.crLf ? 1 : 0)};
+  const bool isFrom = line.head.starts_with(kFrom);
+  if (isFrom) {
+    m_from = m_at;
+    m_shape = line.isWhole ? ParseFromLine(line.head).shape : FromLine::Shape::kOther;
+    m_fromAfterBlank = m_afterBlank;
+  } else if (m_inHeader) {
+    TakeHeaderLine(line, behind);
+  }
+  m_afterBlank = line.IsBlank();
+  m_at = behind;
 }
 
-std::vector<MboxSplitter::Extent> MboxSplitter::Finish() {
-  EndLine();
-  std::uint64_t end = m_offset;
-  for (auto mail = m_mails.rbegin(); mail != m_mails.rend(); ++mail) {
-    mail->length = end - mail->offset;
-    end = mail->offset;
+// Empty lines between a "From " line and the header are those of a program that put them there.
+void MboxSplitter::TakeHeaderLine(const Line& line, Place behind) {
+  Candidate& mail = m_candidates.back();
+  if (line.IsBlank()) {
+    m_inHeader = !m_hasField;
+    if (m_hasField) mail.body = behind;
+    return;
   }
-  return std::move(m_mails);
+  m_hasField = true;
+  if (line.isWhole && mail::toLowerAscii(line.head.front()) == 'c') {
+    if (const auto length = LengthIn(line.head)) mail.length = length;
+  }
+}
+
+void MboxSplitter::Decide(const Line* next) {
+  const Place place = *std::exchange(m_from, std::nullopt);
+  const bool isFirst = !m_first;
+  if (isFirst) m_first = m_shape;
+  // One directly behind another is of the same mail.
+  const bool again = m_inHeader && !m_hasField && !m_fromAfterBlank;
+  const bool field = next != nullptr && LooksLikeField(next->head);
+  bool counts = isFirst;
+  switch (m_shape) {
+    case FromLine::Shape::kDated:
+      counts = counts || m_fromAfterBlank || field;
+      break;
+    case FromLine::Shape::kBare:
+      counts = counts || (m_first == m_shape && (m_fromAfterBlank || field)) ||
+               (next != nullptr && next->head.starts_with(kMozillaStatus));
+      break;
+    case FromLine::Shape::kOther:
+      counts = counts || (m_first == m_shape && m_fromAfterBlank && field);
+      break;
+  }
+  if (!counts || again) return;
+  m_candidates.push_back({place, std::nullopt, std::nullopt, m_fromAfterBlank});
+  m_inHeader = true;
+  m_hasField = false;
+}
+
+// The candidate that the length of a mail leads to, or their number for the end of the file; 0 for
+// none.
+std::size_t MboxSplitter::EndByLength(std::size_t mail, Place end) const {
+  const Candidate& from = m_candidates[mail];
+  if (!from.length || !from.body || !CountsLength(m_kind)) return 0;
+  const auto leads = [&](std::uint64_t Place::*count, std::uint64_t longestEnd) -> std::size_t {
+    const std::uint64_t target = (*from.body).*count + *from.length;
+    if (target <= end.*count && end.*count - target <= longestEnd) return m_candidates.size();
+    const auto found = std::ranges::lower_bound(
+        m_candidates, target, {}, [&](const Candidate& each) { return each.line.*count; });
+    if (found == m_candidates.end()) return 0;
+    const std::uint64_t over = found->line.*count - target;
+    const bool fits = over == 0 || (over <= longestEnd && found->afterBlank);
+    return fits ? static_cast<std::size_t>(found - m_candidates.begin()) : 0;
+  };
+  if (const std::size_t found = leads(&Place::bytes, 2)) return found;
+  return end.bytes == end.withoutCr ? 0 : leads(&Place::withoutCr, 1);
+}
+
+std::vector<MboxSplitter::Mail> MboxSplitter::Finish() {
+  if (m_partSize > 0) TakeLine({m_part, m_partSize == m_part.size(), false, m_partSize});
+  if (m_from) Decide(nullptr);
+  std::vector<Mail> mails;
+  for (std::size_t i = 0; i < m_candidates.size();) {
+    const std::size_t byLength = EndByLength(i, m_at);
+    const std::size_t next = byLength > i ? byLength : i + 1;
+    const std::uint64_t begin = m_candidates[i].line.bytes;
+    const std::uint64_t end =
+        next < m_candidates.size() ? m_candidates[next].line.bytes : m_at.bytes;
+    const std::uint64_t body = m_candidates[i].body.value_or(Place{end, 0}).bytes;
+    mails.push_back({begin, end - begin, std::min(body, end) - begin});
+    i = next;
+  }
+  return mails;
 }
 
 std::string_view WithoutFromLine(std::string_view mail) {
@@ -65,14 +250,18 @@ std::string_view WithoutFromLine(std::string_view mail) {
   return mail.substr(std::min(mail.find_first_not_of("\r\n", end), mail.size()));
 }
 
-std::string UnquoteMbox(std::string_view bytes) {
-  bytes = WithoutLastBlank(WithoutFromLine(bytes));
+std::string UnquoteMbox(std::string_view bytes, MboxKind kind) {
+  std::string_view mail = WithoutFromLine(bytes);
+  const Parts parts = PartsOf(mail);
+  if (kind == MboxKind::kAuto) kind = KindOf(bytes, parts);
+  if (!CountsLength(kind) || !IsWhole(parts)) mail = WithoutLastBlank(mail);
+  if (kind == MboxKind::kMboxcl2) return std::string(mail);
   std::string text;
-  text.reserve(bytes.size());
-  while (!bytes.empty()) {
-    const std::string_view line = FirstLine(bytes);
-    bytes.remove_prefix(line.size());
-    text += IsQuoted(line) ? line.substr(1) : line;
+  text.reserve(mail.size());
+  while (!mail.empty()) {
+    const std::string_view line = FirstLine(mail);
+    mail.remove_prefix(line.size());
+    text += IsQuoted(line, kind == MboxKind::kMboxrd) ? line.substr(1) : line;
   }
   return text;
 }

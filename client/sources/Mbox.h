@@ -1,41 +1,99 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "client/sources/FromLine.h"
+
 namespace client {
 
-// Finds the mails of an mbox file. One begins at a "From " line at the start of the file or behind
-// an empty line, and reaches to the next; what stands before the first belongs to none. The bytes
-// come in pieces of any size, of which nothing is kept.
+// What programs call mbox. No file names its kind; they differ in what was done to a line of a body
+// that begins with "From ".
+enum class MboxKind {
+  kAuto,     // by what each mail shows
+  kMboxo,    // ">" before "From " alone, so that ">From " of the text cannot be told from it
+  kMboxrd,   // one ">" before "From ", ">From ", ">>From " …
+  kMboxcl,   // as mboxo, and Content-Length says how long a body is
+  kMboxcl2,  // nothing: Content-Length alone says where a mail ends
+};
+// "mboxo", "mboxrd", "mboxcl", "mboxcl2" or "auto".
+std::optional<MboxKind> MboxKindNamed(std::string_view name);
+
+// Finds the mails of an mbox file, as the program meant it that wrote the file. What stands before
+// the first belongs to none. A mail begins at a line of these:
+//
+//   one with a date behind an empty line, or where a header field follows (some programs put no
+//   empty line behind a text);
+//   a bare "From " where X-Mozilla-Status follows; and any bare one, behind an empty line or before
+//   a field, where the file begins with one;
+//   one with something else behind an empty line and before a field, where the file begins so.
+//
+// But a Content-Length that leads exactly to such a line, or to the end of the file, is believed:
+// what lies before is text. In a file whose line ends became CR LF later it does not count the CRs.
+//
+// The bytes come in pieces of any size, of which nothing is kept. Linear in time but for a
+// logarithm of the number of mails; the memory is some 50 bytes for each line above.
 class MboxSplitter {
  public:
-  struct Extent {
+  struct Mail {
     std::uint64_t offset = 0;  // bytes from the beginning of the file
     std::uint64_t length = 0;  // bytes, its "From " line included
+    std::uint64_t header = 0;  // of those up to the end of its header; all where none ends it
   };
+  explicit MboxSplitter(MboxKind kind = MboxKind::kAuto) : m_kind(kind) {}
   void Feed(std::string_view bytes);
   // After the last piece: the mails in the order of the file, each ending where the next begins.
-  std::vector<Extent> Finish();
+  std::vector<Mail> Finish();
 
  private:
-  void EndLine();
+  // In bytes as they are and as they would be without the CR of each CR LF.
+  struct Place {
+    std::uint64_t bytes = 0;
+    std::uint64_t withoutCr = 0;
+  };
+  struct Candidate {
+    Place line;
+    std::optional<Place> body;
+    std::optional<std::uint64_t> length;  // what Content-Length says
+    bool afterBlank = false;
+  };
+  struct Line {
+    std::string_view head;  // its first kMostOfLine bytes
+    bool isWhole = true;    // that is all of it
+    bool crLf = false;
+    std::uint64_t size = 0;
+    bool IsBlank() const;
+  };
 
-  std::vector<Extent> m_mails;
-  std::string m_head;             // the first bytes of the line, enough to know it by
-  std::uint64_t m_offset = 0;     // of what comes next
-  std::uint64_t m_lineStart = 0;  // of the line in work
-  bool m_blank = true;            // the line holds nothing so far but CR
-  bool m_afterBlank = true;       // it stands at the start or behind an empty line
+  void TakeLine(const Line& line);
+  void Decide(const Line* next);
+  void TakeHeaderLine(const Line& line, Place behind);
+  std::size_t EndByLength(std::size_t mail, Place end) const;
+
+  MboxKind m_kind;
+  std::vector<Candidate> m_candidates;
+  std::string m_part;            // the first bytes of a line that came in pieces
+  std::uint64_t m_partSize = 0;  // bytes of it so far
+  bool m_partCr = false;         // the last of them is a CR
+  Place m_at;                    // of the next line
+  std::optional<Place> m_from;   // a "From " line whose next line is to come
+  FromLine::Shape m_shape{};     // its shape
+  bool m_fromAfterBlank = false;
+  std::optional<FromLine::Shape> m_first;  // of the first "From " line
+  bool m_inHeader = false;                 // of the last candidate
+  bool m_hasField = false;                 // and a line of it was seen
+  bool m_afterBlank = true;  // the next line stands at the start or behind an empty line
 };
 
 // Without the "From " line in front and the empty lines behind it, where there is one.
 std::string_view WithoutFromLine(std::string_view mail);
 
-// A mail as it was before it was put into an mbox file: the "From " line in front, one ">" of each
-// quoted line and the empty line at the end are taken away.
-std::string UnquoteMbox(std::string_view bytes);
+// A mail as it was before it was put into an mbox file: the "From " line in front, the quoting of
+// its kind and the empty line that parts it from the next are taken away. By itself a mail is of
+// the kind that its "From " line is known for, or mboxcl2 where its Content-Length is right.
+std::string UnquoteMbox(std::string_view bytes, MboxKind kind = MboxKind::kAuto);
 
 }  // namespace client

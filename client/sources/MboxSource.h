@@ -4,20 +4,30 @@
 
 namespace client {
 
-// An mbox file. Its mail goes to a folder of the file's name without its extension. A mail begins
-// at a "From " line at the start of the file or behind an empty line. ">From " lines lose one ">"
-// when a mail is read. A mail whose Status field has no R is unread; without the field it is read.
+// The level that an mbox file is called by: its name without ".mbox" and the like.
+std::string MboxFolder(const std::string& path);
+// Adds the mails of an mbox file, and the folder that they go to; an export of Gmail names one for
+// each mail. Throws SourceError.
+void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing);
+// The bytes of one of them. Throws SourceError.
+std::string ReadMboxItem(const SourceItem& item, MboxKind kind);
+
+// An mbox file. Its mail goes to a folder of the file's name without its extension. Where mails
+// begin and which ">" belong to the file, Mbox.h says. A mail is read or not as the fields of its
+// program say (StateFields.h); one without any is read, but where others of the file have one.
 class MboxSource : public Source {
  public:
-  explicit MboxSource(std::string path) : m_path(std::move(path)) {}
-  static bool IsMbox(const std::string& path);  // begins with "From "
+  MboxSource(std::string path, MboxKind kind) : m_path(std::move(path)), m_kind(kind) {}
+  // Begins with "From ", empty lines aside.
+  static bool IsMbox(const std::string& path);
 
   const char* Kind() const override { return "an mbox file"; }
-  std::vector<SourceItem> List(std::vector<SourceProblem>& problems) const override;
+  Listing List() const override;
   std::string Read(const SourceItem& item) const override;
 
  private:
   std::string m_path;
+  MboxKind m_kind;
 };
 
 }  // namespace client

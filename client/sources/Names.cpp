@@ -5,6 +5,9 @@
 namespace client {
 namespace {
 
+constexpr char16_t kLikeBackslash = u'\uFF3C';
+constexpr std::size_t kLongestLevel = 255;  // units: as long as Exchange lets a name be
+
 bool IsForbiddenControl(char16_t unit) {
   return (unit < 0x20 && unit != u'\t' && unit != u'\r' && unit != u'\n') || unit >= 0xFFFE;
 }
@@ -50,10 +53,16 @@ std::string LevelName(std::string_view bytes) {
   std::u16string name;
   for (char16_t unit : platform::Utf8ToUtf16(bytes)) {
     if (unit == u'\\') {
-      name += u'_';
+      name += kLikeBackslash;
+    } else if (unit == u'\t') {
+      name += u' ';
     } else if (unit >= 0x20 && unit < 0xFFFE) {
       name += unit;
     }
+  }
+  if (name.size() > kLongestLevel) {
+    name.resize(kLongestLevel -
+                (name[kLongestLevel - 1] >= 0xD800 && name[kLongestLevel - 1] < 0xDC00));
   }
   return name.empty() ? "_" : platform::Utf16ToUtf8(name);
 }

@@ -12,16 +12,16 @@
 
 namespace client {
 
-std::unique_ptr<Source> OpenSource(const std::string& path) {
+std::unique_ptr<Source> OpenSource(const std::string& path, const SourceOptions& options) {
   struct stat status;
   if (stat(path.c_str(), &status) != 0) throw SourceError(std::strerror(errno));
   if (S_ISDIR(status.st_mode) && MaildirSource::IsMaildir(path)) {
     return std::make_unique<MaildirSource>(path);
   }
-  if (S_ISDIR(status.st_mode)) return std::make_unique<EmlSource>(path);
+  if (S_ISDIR(status.st_mode)) return std::make_unique<EmlSource>(path, options.mbox);
   if (!S_ISREG(status.st_mode)) throw SourceError("neither a file nor a folder");
-  if (EmlSource::IsOne(path)) return std::make_unique<EmlSource>(path);
-  if (MboxSource::IsMbox(path)) return std::make_unique<MboxSource>(path);
+  if (EmlSource::IsOne(path)) return std::make_unique<EmlSource>(path, options.mbox);
+  if (MboxSource::IsMbox(path)) return std::make_unique<MboxSource>(path, options.mbox);
   throw SourceError(
       "neither a mail (its name ends in .eml), a calendar (.ics), cards (.vcf) nor an mbox file");
 }

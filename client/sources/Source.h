@@ -4,8 +4,11 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "client/sources/MailState.h"
+#include "client/sources/Mbox.h"
 #include "pipeline/ST_EML_INFO.h"
 
 namespace client {
@@ -31,6 +34,9 @@ struct SourceItem {
   // What stands behind its bytes: all of it where the file must be converted, and what other places
   // of the source say of it.
   std::string appendix = {};
+  MailState state = {};
+  // No mail but what a program keeps among it: never sent, and nobody's loss.
+  bool isStoreData = false;
 };
 
 // Something in a source that cannot be migrated, and why.
@@ -46,19 +52,33 @@ class SourceError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// A place that mail comes from. Items come in a sorted order that depends on names alone.
+// What a source holds.
+struct Listing {
+  std::vector<SourceItem> items;        // in a sorted order that depends on names alone
+  std::vector<SourceProblem> problems;  // what was left out
+  std::vector<std::string> folders;     // target folders that are there with or without items
+};
+
+// A place that mail comes from.
 class Source {
  public:
   virtual ~Source() = default;
   virtual const char* Kind() const = 0;  // for messages, for example "a tree of .eml files"
-  virtual std::vector<SourceItem> List(std::vector<SourceProblem>& problems) const = 0;
+  virtual Listing List() const = 0;
   // The bytes of a mail, a calendar with one event or task, a card; not for prepared items. Throws
   // SourceError.
   virtual std::string Read(const SourceItem& item) const = 0;
+  // Adds what a mail's own bytes tell of its state to what its place told.
+  virtual void AddState(std::string_view /*bytes*/, MailState& /*state*/) const {}
+};
+
+// What is said of sources where they do not show it.
+struct SourceOptions {
+  MboxKind mbox = MboxKind::kAuto;
 };
 
 // Opens the source at a path of this system, by what lies there. Throws SourceError when nothing
 // can be read there.
-std::unique_ptr<Source> OpenSource(const std::string& path);
+std::unique_ptr<Source> OpenSource(const std::string& path, const SourceOptions& options);
 
 }  // namespace client

@@ -20,27 +20,19 @@ namespace {
 
 constexpr size_t kPiece = 1 << 20;  // bytes read at a time
 
-EntryKind KindOf(const std::string& path, std::uint64_t& size) {
+EntryKind Look(const std::string& path, FolderEntry& found) {
   struct stat entry;
   struct stat target;
   if (lstat(path.c_str(), &entry) != 0 || stat(path.c_str(), &target) != 0) {
     return EntryKind::kOther;
   }
-  size = static_cast<std::uint64_t>(target.st_size);
+  found.size = static_cast<std::uint64_t>(target.st_size);
+  found.modified = target.st_mtime;
   if (S_ISREG(target.st_mode)) return EntryKind::kFile;
   if (S_ISDIR(target.st_mode)) {
     return S_ISLNK(entry.st_mode) ? EntryKind::kFolderLink : EntryKind::kFolder;
   }
   return EntryKind::kOther;
-}
-
-// "Name:" at the start of a line, as a header field begins; blanks may stand before the colon.
-bool LooksLikeField(std::string_view line) {
-  size_t end = 0;
-  while (end < line.size() && line[end] > ' ' && line[end] < 0x7F && line[end] != ':') ++end;
-  if (end == 0) return false;
-  while (end < line.size() && (line[end] == ' ' || line[end] == '\t')) ++end;
-  return end < line.size() && line[end] == ':';
 }
 
 }  // namespace
@@ -56,7 +48,7 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
   errno = 0;
   while (const dirent* entry = readdir(folder)) {
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") entries.push_back({std::string(name), EntryKind::kOther, 0});
+    if (name != "." && name != "..") entries.push_back({std::string(name)});
     errno = 0;
   }
   if (errno != 0) {
@@ -66,7 +58,7 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
   closedir(folder);
   std::sort(entries.begin(), entries.end(),
             [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
-  for (FolderEntry& entry : entries) entry.kind = KindOf(path + "/" + entry.name, entry.size);
+  for (FolderEntry& entry : entries) entry.kind = Look(path + "/" + entry.name, entry);
   return entries;
 }
 
@@ -146,6 +138,14 @@ bool EndsWithNoCase(std::string_view name, std::string_view suffix) {
   const std::string_view end = name.substr(name.size() - suffix.size());
   return std::equal(end.begin(), end.end(), suffix.begin(),
                     [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; });
+}
+
+bool LooksLikeField(std::string_view line) {
+  size_t end = 0;
+  while (end < line.size() && line[end] > ' ' && line[end] < 0x7F && line[end] != ':') ++end;
+  if (end == 0) return false;
+  while (end < line.size() && (line[end] == ' ' || line[end] == '\t')) ++end;
+  return end < line.size() && line[end] == ':';
 }
 
 void RequireMail(std::string_view bytes) {

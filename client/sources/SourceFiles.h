@@ -30,7 +30,8 @@ enum class EntryKind { kFile, kFolder, kFolderLink, kOther };
 struct FolderEntry {
   std::string name;  // bytes as the system has them
   EntryKind kind = EntryKind::kOther;
-  std::uint64_t size = 0;  // bytes of a file
+  std::uint64_t size = 0;     // bytes of a file
+  std::int64_t modified = 0;  // seconds since 1970 UTC
 };
 
 // The entries of a folder in byte order of their names, links to files followed. A folder that
@@ -62,6 +63,9 @@ TextFile ReadTextFile(const std::string& path);  // throws ReadError
 
 // True if the name ends so, without regard to case. suffix is in lower case.
 bool EndsWithNoCase(std::string_view name, std::string_view suffix);
+
+// "Name:" at the start of a line, as a header field begins; blanks may stand before the colon.
+bool LooksLikeField(std::string_view line);
 
 // Throws SourceError for bytes in which no header of a mail can be seen. Damaged mail passes.
 void RequireMail(std::string_view bytes);

@@ -6,22 +6,25 @@
 #include <vector>
 
 #include "client/sources/Mbox.h"
+#include "client/sources/StateFields.h"
 
-// Mbox files. However the bytes are cut into reads, the same mails are found, and those that a
-// reader of whole lines finds; from the first mail on each byte of the file belongs to one of them.
-// And mails that are written into a file by the rules come back as they were, each once.
+// Mbox files of every kind. However the bytes are cut into reads, the same mails are found, each at
+// a "From " line; from the first of these on each byte of the file belongs to one mail. And mails
+// that are written into a file, quoted or with their lengths, come back as they were, each once.
 
 namespace {
 
-using Extents = std::vector<client::MboxSplitter::Extent>;
+using Mails = std::vector<client::MboxSplitter::Mail>;
+
+const std::string kSeparator = "From someone@example.com Mon Mar  4 08:12:00 2024\n";
 
 void Require(bool holds) {
   if (!holds) std::abort();
 }
 
 // The pieces have 1 to 256 bytes, as the cuts say, over and over.
-Extents Split(std::string_view bytes, std::string_view cuts) {
-  client::MboxSplitter splitter;
+Mails Split(std::string_view bytes, std::string_view cuts, client::MboxKind kind) {
+  client::MboxSplitter splitter(kind);
   for (std::size_t cut = 0; !bytes.empty(); ++cut) {
     std::size_t piece = bytes.size();
     if (!cuts.empty()) {
@@ -43,28 +46,34 @@ std::vector<std::string> Lines(std::string_view bytes) {
   return lines;
 }
 
-// Where mails begin, by lines that are held whole.
-std::vector<std::size_t> Starts(std::string_view bytes) {
+std::vector<std::size_t> FromLines(std::string_view bytes) {
   std::vector<std::size_t> starts;
   std::size_t offset = 0;
-  bool afterBlank = true;
   for (const std::string& line : Lines(bytes)) {
-    if (afterBlank && line.starts_with("From ")) starts.push_back(offset);
-    afterBlank = line.find_first_not_of("\r\n") == std::string::npos;
+    if (line.starts_with("From ")) starts.push_back(offset);
     offset += line.size();
   }
   return starts;
 }
 
-void CheckSplit(std::string_view bytes, std::string_view cuts) {
-  const Extents mails = Split(bytes, cuts);
-  const std::vector<std::size_t> starts = Starts(bytes);
-  Require(mails.size() == starts.size());
+void CheckSplit(std::string_view bytes, std::string_view cuts, client::MboxKind kind) {
+  const Mails mails = Split(bytes, cuts, kind);
+  const Mails whole = Split(bytes, {}, kind);
+  const std::vector<std::size_t> starts = FromLines(bytes);
+  Require(mails.size() == whole.size() && mails.empty() == starts.empty());
+  std::size_t at = mails.empty() ? 0 : starts.front();
   for (std::size_t i = 0; i < mails.size(); ++i) {
-    const std::size_t end = i + 1 < starts.size() ? starts[i + 1] : bytes.size();
-    Require(mails[i].offset == starts[i] && mails[i].offset + mails[i].length == end);
-    Require(client::UnquoteMbox(bytes.substr(starts[i], end - starts[i])).size() < mails[i].length);
+    const auto& mail = mails[i];
+    Require(mail.offset == whole[i].offset && mail.header == whole[i].header);
+    Require(mail.offset == at && std::ranges::binary_search(starts, at));
+    Require(mail.length >= 5 && mail.header <= mail.length);
+    const std::string_view text = bytes.substr(mail.offset, mail.length);
+    Require(client::UnquoteMbox(text, kind).size() < mail.length);
+    (void)client::ReadStateFields(client::WithoutFromLine(text.substr(0, mail.header)));
+    (void)client::TimeOf(client::ParseFromLine(text.substr(0, text.find('\n'))));
+    at += mail.length;
   }
+  Require(mails.empty() || at == bytes.size());
 }
 
 // Empty lines in front of a header go with the line of the mbox.
@@ -74,7 +83,7 @@ std::string_view WithoutFirstBlanks(std::string_view mail) {
 
 // As a delivery agent writes a mail; one that has no end of line at its end gets one.
 std::string Quoted(std::string_view mail) {
-  std::string text = "From someone@example.com Mon Mar  4 08:12:00 2024\n";
+  std::string text = kSeparator;
   const std::string_view rest = WithoutFirstBlanks(mail);
   text += mail.substr(0, mail.size() - rest.size());
   for (const std::string& line : Lines(rest)) {  // the first may stand behind a lone CR
@@ -86,32 +95,40 @@ std::string Quoted(std::string_view mail) {
   return text + "\n";
 }
 
-void CheckRoundTrip(std::string_view content) {
+std::string Counted(std::string_view body) {
+  return "Subject: x\nContent-Length: " + std::to_string(body.size()) + "\n\n" + std::string(body);
+}
+
+void CheckRoundTrip(std::string_view content, client::MboxKind kind) {
+  const bool counted = kind == client::MboxKind::kMboxcl2;
   std::vector<std::string> mails;
   std::string file;
   while (!content.empty()) {  // mails end at a NUL, so that the fuzzer decides on them
     std::string mail(content.substr(0, content.find('\0')));
     content.remove_prefix(std::min(content.size(), mail.size() + 1));
     if (!mail.ends_with('\n')) mail += '\n';
-    file += Quoted(mail);
+    if (counted) mail = Counted(mail);
+    file += counted ? kSeparator + mail + "\n" : Quoted(mail);
     mails.push_back(std::move(mail));
   }
-  const Extents found = Split(file, {});
+  const Mails found = Split(file, {}, kind);
   Require(found.size() == mails.size());
   for (std::size_t i = 0; i < found.size(); ++i) {
     const std::string_view bytes = std::string_view(file).substr(found[i].offset, found[i].length);
-    Require(client::UnquoteMbox(bytes) == WithoutFirstBlanks(mails[i]));
+    Require(client::UnquoteMbox(bytes, kind) == WithoutFirstBlanks(mails[i]));
   }
 }
 
 }  // namespace
 
-// The first byte tells how many cuts stand in front of the bytes.
+// The first byte tells the kind and how many cuts stand in front of the bytes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const std::string_view input(reinterpret_cast<const char*>(data + 1), size - 1);
   const std::size_t cuts = std::min<std::size_t>(data[0] % 16, input.size());
-  CheckSplit(input.substr(cuts), input.substr(0, cuts));
-  CheckRoundTrip(input);
+  const auto kind = static_cast<client::MboxKind>(data[0] / 16 % 5);
+  CheckSplit(input.substr(cuts), input.substr(0, cuts), kind);
+  CheckRoundTrip(input, client::MboxKind::kMboxrd);
+  CheckRoundTrip(input, client::MboxKind::kMboxcl2);
   return 0;
 }

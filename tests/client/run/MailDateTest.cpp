@@ -2,10 +2,13 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "client/run/ReceivedTime.h"
+#include "mime/MailHeader.h"
 #include "mime/header/MailDate.h"
 
 namespace client {
@@ -108,6 +111,29 @@ TEST(MailDate, IsWrittenInLocalTimeOfTheZone) {
     unsetenv("TZ");
   }
   tzset();
+}
+
+TEST(ReceivedTime, IsTheFirstThatCanBe) {
+  constexpr std::int64_t kNow = 1709536361;
+  const std::string received = "Received: from a (b; c) by d;\r\n Mon, 4 Mar 2024 07:12:40 GMT\r\n";
+  const struct {
+    std::string header;
+    std::optional<std::int64_t> ofStore;
+    std::optional<std::int64_t> time;
+  } rows[] = {
+      {received + "Received: by x; 1 Mar 2024 00:00:00 GMT\r\nDate: 1 Mar 2024 00:00:00 GMT\r\n", 5,
+       kNow - 1},
+      {"Received: from a by d\r\nDate: 4 Mar 2024 07:12:39 GMT\r\n", kNow - 5, kNow - 5},
+      {"Received: by d; 4 Mar 2034 07:12:40 GMT\r\n", 946684800, 946684800},
+      {"Date: 4 Mar 2024 07:12:39 GMT\r\n", kNow + 1, kNow - 2},
+      {"Date: 4 Mar 2024 07:12:39 GMT\r\n", std::nullopt, kNow - 2},
+      {"Date: 31 Dec 1979 23:59:59 GMT\r\n", std::nullopt, std::nullopt},
+      {"Date: 4 Mar 2024 07:12:42 GMT\r\n", -1, std::nullopt},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(ReceivedTime(mail::MailHeader(row.header + "\r\nx"), row.ofStore, kNow), row.time)
+        << row.header;
+  }
 }
 
 }  // namespace

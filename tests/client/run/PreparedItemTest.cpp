@@ -10,7 +10,7 @@
 
 #include "client/run/ItemWriter.h"
 #include "client/run/Plan.h"
-#include "client/sources/EmlSource.h"
+#include "client/sources/Source.h"
 #include "tests/client/WideText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -34,10 +34,10 @@ TEST(PreparedItem, AFolderWithADescriptorIsOneItemOfTheFolderAboveIt) {
   folder.Write("s/Team/Old/item 1/deeper/inside.eml", "Subject: an attachment\r\n\r\n");
   folder.Write("s/top/11comtextjj.t", Descriptor("EMAIL", "<2@x>"));
   folder.Write("s/Team/mail.eml", "Subject: a mail\r\n\r\n");
-  std::vector<SourceProblem> problems;
-  const std::vector<SourceItem> items = EmlSource(folder.File("s")).List(problems);
+  const Listing listing = OpenSource(folder.File("s"), {})->List();
+  const std::vector<SourceItem>& items = listing.items;
   ASSERT_EQ(items.size(), 3u);
-  EXPECT_TRUE(problems.empty());
+  EXPECT_TRUE(listing.problems.empty());
   EXPECT_EQ(items[0].folder, "Team\\");
   EXPECT_FALSE(items[0].prepared);
   EXPECT_EQ(items[1].folder, "Team\\Old\\");
@@ -45,7 +45,7 @@ TEST(PreparedItem, AFolderWithADescriptorIsOneItemOfTheFolderAboveIt) {
   EXPECT_EQ(items[1].location, folder.File("s/Team/Old/item 1"));
   EXPECT_EQ(items[2].folder, "Inbox\\");
   // A source that is an item itself.
-  EXPECT_EQ(EmlSource(folder.File("s/top")).List(problems)[0].folder, "Inbox\\");
+  EXPECT_EQ(OpenSource(folder.File("s/top"), {})->List().items[0].folder, "Inbox\\");
 }
 
 TEST(PreparedItem, AFolderTakesOneKindAndTheOthersGoBelowTheirOwn) {

@@ -1,7 +1,12 @@
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "client/sources/ModifiedUtf7.h"
+#include "client/sources/StateFields.h"
 #include "tests/client/sources/PlanText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -31,10 +36,10 @@ TEST(MaildirSource, FlagsAndSubFoldersAreRead) {
   EXPECT_THAT(
       Items(MakePlan({folder.Path()})),
       ElementsAre("Inbox\\|cur/1:2,S", "Inbox\\|cur/2.S:2,F|unread", "Inbox\\|cur/3|unread",
-                  "Inbox\\|new/4:2,S|unread", "A&B\\|.A&B/cur/7:2,S",
-                  "Entw\xC3\xBCrfe\\|.Entw&APw-rfe/new/6|unread",
-                  "Entw\xC3\xBCrfe\\|.Entw&APw-rfe/item", "Sent\\2024\\|.Sent.2024/cur/5:2,RS",
-                  "Plain\\|Plain/cur/8:2,S", "Plain\\|Plain/.item", "Inbox\\|item"));
+                  "Inbox\\|new/4:2,S", "A&B\\|.A&B/cur/7:2,S",
+                  "Drafts\\|.Entw&APw-rfe/new/6|unread", "Entw\xC3\xBCrfe\\|.Entw&APw-rfe/item",
+                  "Sent Items\\2024\\|.Sent.2024/cur/5:2,RS", "Plain\\|Plain/cur/8:2,S",
+                  "Plain\\|Plain/.item", "Inbox\\|item"));
 }
 
 TEST(MaildirSource, WhatCannotBeTakenIsNamed) {
@@ -62,36 +67,198 @@ TEST(ModifiedUtf7, IsReadWhereItIsValid) {
   }
 }
 
-TEST(MboxSource, EachMailComesOnceWithItsQuotingUndone) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Write("Old mail.mbox",
-                                        "From a Mon\nSubject: 1\nStatus: RO\n\nOne\n"
-                                        "From here is no mail\n>From was quoted\n>>From twice\n\n"
-                                        "From b Tue\nSubject: 2\nStatus: O\n\nTwo\n\n"
-                                        "From c Wed\nSubject: 3\n\nThree");
-  const Plan plan = MakePlan({path});
-  EXPECT_THAT(Items(plan),
-              ElementsAre("Old mail\\|Old mail.mbox:0", "Old mail\\|Old mail.mbox:90|unread",
-                          "Old mail\\|Old mail.mbox:128"));
-  const Source& source = *plan.sources[0];
-  EXPECT_EQ(source.Read(plan.entries[0].item),
-            "Subject: 1\nStatus: RO\n\nOne\nFrom here is no mail\nFrom was quoted\n>From twice\n");
-  EXPECT_EQ(source.Read(plan.entries[1].item), "Subject: 2\nStatus: O\n\nTwo\n");
-  EXPECT_EQ(source.Read(plan.entries[2].item), "Subject: 3\n\nThree");
+struct MboxCase {
+  const char* name;
+  std::string file;
+  std::vector<std::string> mails;
+  MboxKind kind = MboxKind::kAuto;
+};
+
+std::vector<std::string> MailsIn(const MboxCase& test, size_t piece) {
+  MboxSplitter splitter(test.kind);
+  const std::string_view file = test.file;
+  for (size_t at = 0; at < file.size(); at += piece) splitter.Feed(file.substr(at, piece));
+  std::vector<std::string> mails;
+  for (const MboxSplitter::Mail& mail : splitter.Finish()) {
+    mails.push_back(UnquoteMbox(file.substr(mail.offset, mail.length), test.kind));
+  }
+  return mails;
 }
 
-TEST(MboxSource, LongLinesAndLineEndsOfEitherKindHideNoMail) {
+const std::string kDated = "From jane@mail.example Tue Mar  5 10:00:00 2019\n";
+const std::string kOther = "From john@mail.example Tue Mar  5 10:00:01 2019\n";
+
+TEST(Mbox, IsDividedAsTheProgramMeantItThatWroteIt) {
+  const std::string forward = "see:\n\n" + kOther + "Subject: within\n\nit\n";
+  const std::string counted =
+      "Subject: 1\nContent-Length: " + std::to_string(forward.size()) + "\n\n" + forward;
+  std::string crLf = kDated + counted + "\n" + kOther + "Subject: 2\n\nb\n\n";
+  for (size_t at = 0; (at = crLf.find('\n', at)) != std::string::npos; at += 2) {
+    crLf.insert(at, "\r");
+  }
+  std::string countedCrLf;
+  for (const char c : counted) countedCrLf += c == '\n' ? "\r\n" : std::string(1, c);
+  const MboxCase cases[] = {
+      {"a length leads over what looks like a separator",
+       kDated + counted + "\n" + kOther + "Subject: 2\n\nb\n",
+       {counted, "Subject: 2\n\nb\n"}},
+      {"and to the end", kDated + counted, {counted}},
+      {"line ends became CR LF after it was counted",
+       crLf,
+       {countedCrLf, "Subject: 2\r\n\r\nb\r\n"}},
+      {"one that lies is passed over",
+       kDated + "Content-Length: 3\n\nabcdef\n\n" + kOther + "Content-Length: 99999\n\nb\n",
+       {"Content-Length: 3\n\nabcdef\n", "Content-Length: 99999\n\nb\n"}},
+      {"a length is nothing to a kind without",
+       kDated + counted + "\n",
+       {counted.substr(0, counted.find(kOther) - 1), "Subject: within\n\nit\n"},
+       MboxKind::kMboxrd},
+      {"no empty line behind a text",
+       kDated + "Subject: 1\n\na\n" + kOther + "Subject: 2\n\nb",
+       {"Subject: 1\n\na\n", "Subject: 2\n\nb"}},
+      {"text that names a day is none without a field behind it",
+       kDated + "Subject: 1\n\na\n" + kOther + "and more\n\nFrom here on\n\nFrom \n\n",
+       {"Subject: 1\n\na\n" + kOther + "and more\n\nFrom here on\n\nFrom \n"}},
+      {"bare lines where the file has such",
+       "From \r\nX-Mozilla-Status: 0001\r\nSubject: 1\n\na\n>From \n\nFrom \r\nSubject: "
+       "2\r\n\r\nb\r\n",
+       {"X-Mozilla-Status: 0001\r\nSubject: 1\n\na\nFrom \n", "Subject: 2\r\n\r\nb\r\n"}},
+      {"and where a program's state follows",
+       kDated + "Subject: 1\n\na\n\nFrom \nX-Mozilla-Status: 0000\n\nb\n",
+       {"Subject: 1\n\na\n", "X-Mozilla-Status: 0000\n\nb\n"}},
+      {"dates that nobody knows, in a file that begins so",
+       "From jane Di 5. M\xC3\xA4rz\nSubject: 1\n\na\n\nFrom jane says\n\nFrom x Mi\nTo: 2\n\nb\n",
+       {"Subject: 1\n\na\n\nFrom jane says\n", "To: 2\n\nb\n"}},
+      {"two lines in a row are of one mail",
+       kDated + kOther + "Subject: 1\n\na\n",
+       {kOther + "Subject: 1\n\na\n"}},
+      {"a program that quotes all",
+       "From - Tue Mar 05 10:11:12 2019\nA: 1\n\n>From x\n>>From y\n\n",
+       {"A: 1\n\nFrom x\n>From y\n"}},
+      {"one that quotes the bare word",
+       "From a@b Tue Mar  5 10:00:00 2019 +0000\nA: 1\n\n>From x\n>>From y\n\n",
+       {"A: 1\n\nFrom x\n>>From y\n"}},
+      {"one that quotes nothing",
+       kDated + "Content-Length: 8\n\n>From x\n\n",
+       {"Content-Length: 8\n\n>From x\n"}},
+      {"and one that does in spite of lengths",
+       kDated + "Content-Length: 8\n\n>From x\n\n",
+       {"Content-Length: 8\n\nFrom x\n"},
+       MboxKind::kMboxcl},
+      {"junk in front, and a cut end",
+       "\n\njunk\n" + kDated + "Subject: 1\n\na\n\n" + kOther,
+       {"Subject: 1\n\na\n", ""}},
+  };
+  for (const MboxCase& test : cases) {
+    for (const size_t piece : {1u, 7u, 100000u}) {
+      EXPECT_EQ(MailsIn(test, piece), test.mails) << test.name;
+    }
+  }
+}
+
+TEST(FromLine, IsKnownByWhatStandsBehindItsSender) {
+  setenv("TZ", "Europe/Berlin", 1);
+  tzset();
+  const struct {
+    const char* line;
+    std::int64_t time;  // 0: no date
+  } rows[] = {
+      {"From jane@mail  Tue Mar 05 10:00:00 2019\n", 1551776400},
+      {"From a@b Tue Mar  5 10:00:00 2019 +0000\r\n", 1551780000},
+      {"From 16276@xxx Tue Mar 05 10:00:00 +0000 2019", 1551780000},
+      {"From - Tue Mar 05 10:00:00 2019", 1551776400},
+      {"From ???@??? Tue Mar 05 10:00:00 2019", 1551776400},
+      {"From Tue Mar 05 10:00:00 GMT 2019", 1551780000},
+      {"From Jane Doe <a@b> Tue Mar 05 10:00 2019 remote from host", 1551776400},
+      {"From a Tue, 05 Mar 2019 10:00:00 +0000", 1551780000},
+      {"From a Tue Mar  5 10:00:00 MET DST 2019", 1551776400},
+      {"From Mon to Tue Mar 5 2019 we are away", 0},
+      {"From here on", 0},
+      {"From a@b Tue Mar 5 10:00:00 2019 the office moves", 0},
+      {"From a Tue Mar 5", 0},
+  };
+  for (const auto& row : rows) {
+    const FromLine line = ParseFromLine(row.line);
+    EXPECT_EQ(line.shape == FromLine::Shape::kDated, row.time != 0) << row.line;
+    EXPECT_EQ(TimeOf(line).value_or(0), row.time) << row.line;
+  }
+  EXPECT_EQ(ParseFromLine("From \r\n").shape, FromLine::Shape::kBare);
+}
+
+// "RAFWDX" for read, answered, flagged, forwarded, draft, deleted; "?" where nothing tells of
+// reading; then the categories.
+std::string Letters(const MailState& state, std::optional<bool> read) {
+  std::string text = !read ? "?" : *read ? "R" : "";
+  const std::pair<bool, char> flags[] = {{state.answered, 'A'},
+                                         {state.flagged, 'F'},
+                                         {state.forwarded, 'W'},
+                                         {state.draft, 'D'},
+                                         {state.deleted, 'X'}};
+  for (const auto& [isSet, letter] : flags) {
+    if (isSet) text += letter;
+  }
+  for (const std::string& category : state.categories) text += "," + category;
+  return text;
+}
+
+TEST(StateFields, SayWhatEachProgramMeans) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"Subject: x\n", "?"},
+      {"Status: RO\nX-Status: FA\n", "RAF"},
+      {"Status: O\nX-Status: TD\n", "DX"},
+      {"status:\nX-STATUS : A\n", "A"},
+      {"X-Keywords: Urgent  $label1  NonJunk $Forwarded   \n", "?W,Urgent,Important"},
+      {"X-Keywords: To do, Done,\n  Urgent, \\Seen\n", "?,To do,Done,Urgent"},
+      {"X-Mozilla-Status: 1007\nX-Mozilla-Status2: 02000000\nX-Mozilla-Keys: $label1 sp&AOQ-ter\n",
+       "RAFW,Important,sp\xC3\xA4ter"},
+      {"X-Mozilla-Status: 0008\r\nStatus: RO\r\n", "X"},
+      {"X-Mozilla-Status: 0001\nX-Mozilla-Status2: 00200000\n", "RX"},
+      {"X-Mozilla-Status: none\n", "?"},
+      {"Status: O\nX-Evolution: 00000004-041f\n", "RAFWDX"},
+      {"X-Evolution: 4\nX-Status:\n", "?"},
+  };
+  for (const auto& [header, wanted] : rows) {
+    const StateFields fields = ReadStateFields(header);
+    EXPECT_EQ(Letters(fields.state, fields.read), wanted) << header;
+  }
+}
+
+TEST(MboxSource, TellsStateAndLeavesWhatIsDeletedBehind) {
   const TemporaryFolder folder;
-  // The second mail begins where one read of the file ends and the next begins.
-  const std::string first = "From a\r\nSubject: 1\r\n\r\n";
-  const std::string end = "From x\r\n\r\n";
-  const std::string path =
-      folder.Write("m", first + std::string((1 << 20) - first.size() - end.size() - 3, 'x') + end +
-                            "From b\r\nSubject: 2\r\n\r\nTwo\n\r\n");
+  const std::string path = folder.Write(
+      "Old mail.mbox",
+      kDated + "Subject: DON'T DELETE THIS MESSAGE -- FOLDER INTERNAL DATA\nX-IMAP: 1 2\n\nx\n\n" +
+          kDated + "Subject: 1\nStatus: RO\n\nStatus: O\n\n" + kDated +
+          "Subject: 2\nX-Status: D\n\nTwo\n\n" + kDated + "Subject: 3\n\nThree\n");
   const Plan plan = MakePlan({path});
-  ASSERT_EQ(plan.entries.size(), 2u);
-  EXPECT_EQ(plan.entries[1].item.offset, (1u << 20) - 3);
-  EXPECT_EQ(plan.sources[0]->Read(plan.entries[1].item), "Subject: 2\r\n\r\nTwo\n");
+  EXPECT_THAT(Items(plan),
+              ElementsAre("Old mail\\|Old mail.mbox:123", "Old mail\\|Old mail.mbox:282|unread"));
+  EXPECT_EQ(plan.deleted, 1u);
+  EXPECT_EQ(plan.storeData, 1u);
+  EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), "Subject: 1\nStatus: RO\n\nStatus: O\n");
+  EXPECT_EQ(MakePlan({path}, {.withDeleted = true}).entries.size(), 3u);
+}
+
+TEST(MaildirSource, LettersAndKeywordsTellTheState) {
+  const TemporaryFolder folder;
+  for (const char* name :
+       {"cur/1551780000.a.h:2,RSTa", "cur/2.a.h;2,FS", "cur/3.a.h!2,DP",
+        "cur/4.a.h\xEF\x80\xBA"
+        "2,Sab",
+        "cur/5.a:1,S", "new/6.a.h,U=3:2,RSc", ".Sub/cur/7.a:2,a", ".Sub/new/8"}) {
+    folder.Write(name, "Subject: x\n\n");
+  }
+  folder.Write("dovecot-keywords", "0 $Forwarded\n1 Urgent\n99 none\nx\n2 $label2\n");
+  folder.Write(".Sub/dovecot-keywords", "0 Local");
+  const Plan plan = MakePlan({folder.Path()}, {.withDeleted = true});
+  std::vector<std::string> states;
+  for (const Plan::Entry& entry : plan.entries) {
+    states.push_back(Letters(entry.item.state, entry.item.read));
+  }
+  EXPECT_THAT(states, ElementsAre("RAWX", "RF", "WD", "RW,Urgent", "", "RA,Work", ",Local", ""));
+  EXPECT_EQ(plan.entries[0].item.state.received, 1551780000);
+  EXPECT_EQ(plan.entries[5].item.state.received, std::nullopt);  // the time of a copy
+  EXPECT_EQ(MakePlan({folder.Path()}).deleted, 1u);
 }
 
 }  // namespace

@@ -12,8 +12,11 @@ const std::string kHash(64, 'a');
 
 TEST(Names, ALevelKeepsWhatAFolderMayBeCalled) {
   EXPECT_EQ(LevelName("Reisen & \"Fotos\" <2024>?"), "Reisen & \"Fotos\" <2024>?");
-  EXPECT_EQ(LevelName("a\\b"), "a_b");
-  EXPECT_EQ(LevelName("a\x01\x1f\tb"), "ab");
+  EXPECT_EQ(LevelName("a\\b"),
+            "a\xEF\xBC\xBC"
+            "b");
+  EXPECT_EQ(LevelName("a\x01\x1f\tb"), "a b");
+  EXPECT_EQ(LevelName(std::string(254, 'x') + "\xF0\x9F\x98\x80"), std::string(254, 'x'));
   EXPECT_EQ(LevelName("M\xf8te"), "M\xEF\xBF\xBDte");
   EXPECT_EQ(LevelName("\x01"), "_");
 }

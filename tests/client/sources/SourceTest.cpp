@@ -29,11 +29,12 @@ TEST(EmlSource, TheRootGoesToTheInboxAndFoldersStandBesideIt) {
                            "O'Brien & \"Co\"/4.eml", "a\\b/5.eml", "M\xf8te/6.eml"}) {
     folder.Write(name, "Subject: x\n\n");
   }
-  EXPECT_THAT(
-      Items(MakePlan({folder.Path()})),
-      ElementsAre("Inbox\\|a.EML", "Inbox\\|b.eml", "M\xEF\xBF\xBDte\\|M\xf8te/6.eml",
-                  "O'Brien & \"Co\"\\|O'Brien & \"Co\"/4.eml", "Sub\\|Sub/1.eml",
-                  "Sub\\Deeper\\|Sub/Deeper/2.eml", "Sub-2\\|Sub-2/3.eml", "a_b\\|a\\b/5.eml"));
+  EXPECT_THAT(Items(MakePlan({folder.Path()})),
+              ElementsAre("Inbox\\|a.EML", "Inbox\\|b.eml", "M\xEF\xBF\xBDte\\|M\xf8te/6.eml",
+                          "O'Brien & \"Co\"\\|O'Brien & \"Co\"/4.eml", "Sub\\|Sub/1.eml",
+                          "Sub\\Deeper\\|Sub/Deeper/2.eml", "Sub-2\\|Sub-2/3.eml",
+                          "a\xEF\xBC\xBC"
+                          "b\\|a\\b/5.eml"));
 }
 
 TEST(EmlSource, WhatIsNoMailFileIsNamedAndTheRestGoesOn) {
@@ -48,12 +49,11 @@ TEST(EmlSource, WhatIsNoMailFileIsNamedAndTheRestGoesOn) {
   ASSERT_EQ(symlink(".", folder.File("loop").c_str()), 0);
   ASSERT_EQ(mkfifo(folder.File("pipe.eml").c_str(), 0600), 0);
   const Plan plan = MakePlan({folder.Path()});
-  EXPECT_THAT(Items(plan), ElementsAre("Inbox\\|link.eml", "Inbox\\|mail.eml"));
+  EXPECT_THAT(Items(plan), ElementsAre("Archive\\|archive:0", "Inbox\\|link.eml", "Inbox\\|mail.eml"));
   const std::string odd = ": neither a file nor a folder, or a dead link";
   EXPECT_THAT(Problems(plan, folder.Path()),
               UnorderedElementsAre("dead.eml" + odd, "loop: a link to a folder", "pipe.eml" + odd,
                                    "notes.txt: its name does not end in .eml, .ics or .vcf",
-                                   "archive: it looks like an mbox: name it as a source",
                                    "Jane/cur/1:2,S: it lies in a Maildir: name that as a source"));
 }
 

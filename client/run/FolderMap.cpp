@@ -1,0 +1,69 @@
+#include "client/run/FolderMap.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "base/AsciiText.h"
+#include "client/sources/SpecialFolders.h"
+
+namespace client {
+namespace {
+
+// "a/b" as "a\b\"; empty levels are passed over.
+std::string Levels(std::string_view path) {
+  std::string levels;
+  while (!path.empty()) {
+    const std::size_t end = std::min(path.find('/'), path.size());
+    if (end > 0) levels.append(path.substr(0, end)).append("\\");
+    path.remove_prefix(std::min(end + 1, path.size()));
+  }
+  return levels;
+}
+
+bool TakeStar(std::string_view& path) {
+  if (!path.ends_with("/*")) return false;
+  path.remove_suffix(2);
+  return true;
+}
+
+}  // namespace
+
+FolderMap::FolderMap(std::string_view text) {
+  for (int number = 1; !text.empty(); ++number) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    const std::string_view line = mail::trimmed(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+    if (line.empty() || line.starts_with('#')) continue;
+    const std::size_t tab = std::min(line.find('\t'), line.size());
+    std::string_view source = mail::trimmed(line.substr(0, tab));
+    std::string_view target = mail::trimmed(line.substr(tab));
+    const bool below = TakeStar(source);
+    (void)TakeStar(target);
+    Row row{FoldedName(Levels(source)), Levels(target), below};
+    if (row.folded.empty() || row.target.empty()) {
+      throw std::runtime_error(
+          fmt::format("line {}: no folder, tab and folder to put it into", number));
+    }
+    m_rows.push_back(std::move(row));
+  }
+}
+
+std::string FolderMap::PlaceOf(const std::string& path) const {
+  if (m_rows.empty()) return {};
+  const std::string folded = FoldedName(path);
+  for (const Row& row : m_rows) {
+    if (folded == row.folded) return row.target;
+    if (!row.below || !folded.starts_with(row.folded)) continue;
+    // Folding may change how long a name is, but not how many levels a path has.
+    std::size_t at = 0;
+    for (auto levels = std::ranges::count(row.folded, '\\'); levels > 0; --levels) {
+      at = path.find('\\', at) + 1;
+    }
+    return row.target + path.substr(at);
+  }
+  return {};
+}
+
+}  // namespace client

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace client {
+
+// Where folders of the sources go, as a person wrote it into a file: a line for each,
+//
+//   Projects/Old<TAB>Archive/Projects
+//   Customers/*<TAB>Archive/Customers     that folder and all below it
+//
+// Levels are divided by "/"; the first line that fits counts; what begins with "#" is none.
+class FolderMap {
+ public:
+  FolderMap() = default;
+  // Throws std::runtime_error with the number of a line that is none of these.
+  explicit FolderMap(std::string_view text);
+
+  // The path in the target, each level ended by a backslash as those of the source are; empty where
+  // no line fits.
+  std::string PlaceOf(const std::string& path) const;
+
+ private:
+  struct Row {
+    std::string folded;  // of the path in the source
+    std::string target;
+    bool below = false;
+  };
+  std::vector<Row> m_rows;
+};
+
+}  // namespace client

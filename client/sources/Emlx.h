@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "client/sources/MailState.h"
+
+namespace client {
+
+// A file of Apple Mail: the number of bytes of the mail, padded with blanks, and a line end; the
+// mail; a property list with its state.
+struct EmlxPlace {
+  std::uint64_t offset = 0;  // bytes
+  std::uint64_t length = 0;  // as the file says; it may be cut
+};
+// From the first bytes of a file; nothing where they are no such number.
+std::optional<EmlxPlace> EmlxPlaceOf(std::string_view head);
+
+struct EmlxState {
+  MailState state;
+  bool read = true;
+};
+// From the property list behind the mail; what it does not say stays as it is.
+EmlxState ReadEmlxState(std::string_view list);
+
+// Of a file by its name: "1.emlx"; not "1.partial.emlx", whose attachments lie elsewhere.
+bool IsEmlxName(std::string_view name);
+bool IsPartialEmlxName(std::string_view name);
+
+}  // namespace client

@@ -1,0 +1,32 @@
+#include "client/sources/MaildirName.h"
+
+#include <array>
+#include <charconv>
+
+namespace client {
+namespace {
+
+constexpr std::array<std::string_view, 4> kSeparators = {":2,", ";2,", "!2,",
+                                                         "\xEF\x80\xBA"
+                                                         "2,"};
+
+}  // namespace
+
+MaildirName ParseMaildirName(std::string_view name) {
+  MaildirName parts;
+  std::size_t begin = 0;
+  for (const std::string_view separator : kSeparators) {
+    const std::size_t found = name.rfind(separator);
+    if (found == std::string_view::npos || found < begin) continue;
+    begin = found;
+    parts.letters = name.substr(found + separator.size());
+  }
+  std::int64_t time = 0;
+  const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), time);
+  const bool isNumber = error == std::errc() && end != name.data() + name.size() && *end == '.';
+  if (isNumber && time > 0) parts.time = time;
+  parts.isCopy = name.find(",U=") != std::string_view::npos;
+  return parts;
+}
+
+}  // namespace client

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace client {
+
+// The name of a mail's file in a Maildir: "time.unique.host", what programs put behind it, and
+// letters for its state behind ":2,". Where a disk takes no ":", it is ";", "!" or U+F03A.
+struct MaildirName {
+  std::optional<std::int64_t> time;  // seconds since 1970 UTC: when it came into this Maildir
+  bool isCopy = false;               // by a program that copies whole mailboxes
+  std::string_view letters;          // a view into the name; empty where there are none
+  bool Has(char letter) const { return letters.find(letter) != std::string_view::npos; }
+};
+
+MaildirName ParseMaildirName(std::string_view name);
+
+}  // namespace client

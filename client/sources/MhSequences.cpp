@@ -1,0 +1,63 @@
+#include "client/sources/MhSequences.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "base/AsciiText.h"
+
+namespace client {
+namespace {
+
+std::string_view TakeUpTo(std::string_view& text, char end) {
+  const std::size_t at = std::min(text.find(end), text.size());
+  const std::string_view piece = text.substr(0, at);
+  text.remove_prefix(std::min(at + 1, text.size()));
+  return piece;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> MhNumber(std::string_view fileName) {
+  std::uint64_t number = 0;
+  const char* const last = fileName.data() + fileName.size();
+  const auto [end, error] = std::from_chars(fileName.data(), last, number);
+  if (error != std::errc() || end != last || number == 0) return std::nullopt;
+  return number;
+}
+
+MhSequences::MhSequences(std::string_view text) {
+  while (!text.empty()) {
+    std::string_view line = TakeUpTo(text, '\n');
+    if (line.find(':') == std::string_view::npos) continue;
+    const std::string_view name = mail::trimmed(TakeUpTo(line, ':'));
+    std::vector<Range>& ranges = m_sequences[std::string(name)];
+    for (line = mail::trimmed(line); !line.empty();) {
+      std::string_view word = mail::trimmed(TakeUpTo(line, ' '));
+      const auto first = MhNumber(TakeUpTo(word, '-'));
+      const auto last = word.empty() ? first : MhNumber(word);
+      if (first && last && *first <= *last) ranges.emplace_back(*first, *last);
+    }
+  }
+  for (auto& [name, ranges] : m_sequences) {
+    std::ranges::sort(ranges);
+    // Those that overlap become one, so that the last that begins before a number decides.
+    std::vector<Range> joined;
+    for (const Range& range : ranges) {
+      if (!joined.empty() && range.first <= joined.back().second) {
+        joined.back().second = std::max(joined.back().second, range.second);
+      } else {
+        joined.push_back(range);
+      }
+    }
+    ranges = std::move(joined);
+  }
+}
+
+bool MhSequences::Has(std::string_view name, std::uint64_t number) const {
+  const auto sequence = m_sequences.find(name);
+  if (sequence == m_sequences.end()) return false;
+  const auto behind = std::ranges::upper_bound(sequence->second, number, {}, &Range::first);
+  return behind != sequence->second.begin() && number <= std::prev(behind)->second;
+}
+
+}  // namespace client

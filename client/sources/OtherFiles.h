@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// Files that lie in stores of mail and are no mail that is read here.
+namespace client {
+
+// Known by its name as what programs keep beside mail: indexes, filters, lists.
+bool IsBesideMail(std::string_view name);
+
+// What the first bytes of a file show it to be: mail in a form that is not read here, as a reason
+// to leave it out; empty for anything that holds no mail.
+std::string UnreadMailForm(std::string_view head);
+
+}  // namespace client

@@ -1,0 +1,71 @@
+#include "client/sources/SpecialFolders.h"
+
+#include <algorithm>
+#include <array>
+#include <unordered_map>
+
+#include <unicode/normalizer2.h>
+#include <unicode/unistr.h>
+
+#include "client/sources/SpecialFolderTable.h"
+
+namespace client {
+namespace {
+
+constexpr std::array<std::string_view, 7> kExchangeNames = {
+    "Inbox", "Sent Items", "Drafts", "Deleted Items", "Junk E-mail", "Archive", "Outbox"};
+
+// Folders whose children are what other mailboxes have at their top.
+constexpr std::array<std::string_view, 3> kTops = {"inbox", "[gmail]", "[google mail]"};
+
+using Names = std::unordered_map<std::string, SpecialFolder>;
+
+const Names& FoldedNames() {
+  static const Names kNames = [] {
+    Names names;
+    for (const SpecialFolderName& row : kSpecialFolderNames) {
+      names.emplace(FoldedName(row.name), row.folder);
+    }
+    return names;
+  }();
+  return kNames;
+}
+
+}  // namespace
+
+std::string_view ExchangeName(SpecialFolder folder) {
+  return kExchangeNames[static_cast<std::size_t>(folder)];
+}
+
+std::string FoldedName(std::string_view name) {
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::Normalizer2* const composed = icu::Normalizer2::getNFCInstance(status);
+  if (U_FAILURE(status)) return std::string(name);
+  auto units = icu::UnicodeString::fromUTF8(
+      icu::StringPiece(name.data(), static_cast<std::int32_t>(name.size())));
+  units = composed->normalize(units, status).foldCase();
+  std::string text;
+  composed->normalize(units, status).toUTF8String(text);
+  return U_FAILURE(status) ? std::string(name) : text;
+}
+
+std::optional<SpecialFolder> SpecialFolderNamed(std::string_view name) {
+  const auto found = FoldedNames().find(FoldedName(name));
+  return found == FoldedNames().end() ? std::nullopt : std::optional(found->second);
+}
+
+std::string WithExchangeNames(const std::string& path) {
+  const std::size_t end = path.find('\\');
+  if (end == std::string::npos) return path;
+  const std::string first = path.substr(0, end);
+  const std::string below = path.substr(end + 1);
+  const std::size_t next = below.find('\\');
+  if (next != std::string::npos && std::ranges::count(kTops, FoldedName(first)) > 0) {
+    const auto special = SpecialFolderNamed(below.substr(0, next));
+    if (special) return std::string(ExchangeName(*special)) + below.substr(next);
+  }
+  const auto special = SpecialFolderNamed(first);
+  return special ? std::string(ExchangeName(*special)) + path.substr(end) : path;
+}
+
+}  // namespace client

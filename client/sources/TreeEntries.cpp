@@ -1,0 +1,178 @@
+#include "client/sources/TreeEntries.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "client/sources/Emlx.h"
+#include "client/sources/MaildirSource.h"
+#include "client/sources/MboxSource.h"
+#include "client/sources/ModifiedUtf7.h"
+#include "client/sources/Names.h"
+#include "client/sources/OtherFiles.h"
+
+namespace client {
+namespace {
+
+constexpr std::uint64_t kHead = 1024;  // bytes by which a file is known
+constexpr std::string_view kSbd = ".sbd";
+constexpr std::string_view kMbox = ".mbox";
+
+bool Has(const std::vector<FolderEntry>& entries, std::string_view name) {
+  const auto found = std::ranges::lower_bound(entries, name, {}, &FolderEntry::name);
+  return found != entries.end() && found->name == name;
+}
+
+std::string HeadOf(const std::string& path) {
+  try {
+    return ReadFileRange(path, 0, kHead);
+  } catch (const SourceError&) {
+    return {};
+  }
+}
+
+std::string TextOf(const std::string& path) {
+  constexpr std::uint64_t kMost = 16 << 20;
+  try {
+    return ReadFileRange(path, 0, kMost);
+  } catch (const SourceError&) {
+    return {};
+  }
+}
+
+// It may belong to a source of another kind.
+SourceProblem LeftOut(const SourceFolder& folder, const std::string& path, std::string_view head) {
+  const std::string_view parent = std::string_view(folder.path).substr(folder.path.rfind('/') + 1);
+  if (parent == "cur" || parent == "new") {
+    return {path, "it lies in a Maildir: name that as a source", /*isUnread=*/true};
+  }
+  if (std::string form = UnreadMailForm(head); !form.empty()) {
+    return {path, std::move(form), /*isUnread=*/true};
+  }
+  return {path, "its name does not end in .eml, .ics or .vcf"};
+}
+
+}  // namespace
+
+bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+                 Listing& listing, std::vector<SourceFolder>& below) {
+  static constexpr std::array<std::string_view, 2> kMailFolders = {"ImapMail", "Mail"};
+  if (!Has(entries, "prefs.js")) return false;
+  bool any = false;
+  for (const std::string_view name : kMailFolders) {
+    if (!Has(entries, name)) continue;
+    any = true;
+    const std::string path = folder.path + "/" + std::string(name);
+    for (const FolderEntry& account : ListFolder(path, listing.problems)) {
+      if (account.kind != EntryKind::kFolder) continue;
+      below.push_back({path + "/" + account.name, folder.levels, folder.levels});
+    }
+  }
+  return any;
+}
+
+std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name) {
+  if (name.ends_with(kSbd) && name.size() > kSbd.size()) {
+    return LevelName(FromModifiedUtf7(name.substr(0, name.size() - kSbd.size()))) + "\\";
+  }
+  if (name.ends_with(kMbox) && name.size() > kMbox.size()) {
+    return LevelName(name.substr(0, name.size() - kMbox.size())) + "\\";
+  }
+  // Apple Mail puts a UUID, Data, digits and Messages between a folder and its mail.
+  if (parent.path.find(".mbox/") != std::string::npos || parent.path.ends_with(kMbox)) return {};
+  return MaildirSource::IsMaildir(parent.path + "/" + std::string(name)) ||
+                 (name.starts_with('.') && name.ends_with(".directory"))
+             ? MaildirLevels(name)
+             : LevelName(name) + "\\";
+}
+
+bool IsFolderBesideMail(std::string_view name) {
+  return name == ".notmuch" || name == "courierimapkeywords" || name == "courierimaphieracl" ||
+         name.ends_with(".mozmsgs");
+}
+
+OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+                               MboxKind mbox)
+    : m_folder(folder),
+      m_entries(entries),
+      m_mbox(mbox),
+      m_isMh(Has(entries, ".mh_sequences") || Has(entries, ".claws_mark") ||
+             Has(entries, ".sylpheed_mark")) {
+  if (Has(entries, ".mh_sequences"))
+    m_sequences = MhSequences(TextOf(folder.path + "/.mh_sequences"));
+}
+
+bool OtherTreeFiles::HasEntry(const std::string& name) const { return Has(m_entries, name); }
+
+void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
+  const std::string path = m_folder.path + "/" + entry.name;
+  if (IsBesideMail(entry.name)) return;
+  if (IsPartialEmlxName(entry.name)) {
+    listing.problems.push_back({path, "its attachments lie apart from it, or were never fetched",
+                                /*isUnread=*/true});
+    return;
+  }
+  if (IsEmlxName(entry.name)) return TakeEmlx(path, entry, listing);
+  const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
+  const std::string levels = m_folder.levels + (isExport ? "" : MboxFolder(path));
+  if (entry.size == 0) {  // a folder without mail, where it has an index or folders below
+    if (HasEntry(entry.name + ".msf") || HasEntry(entry.name + ".sbd") ||
+        HasEntry(entry.name + ".cmeta")) {
+      listing.folders.push_back(levels);
+    }
+    return;
+  }
+  const std::string head = HeadOf(path);
+  if (TakeMh(path, entry, head, listing)) return;
+  if (!MboxSource::IsMbox(path)) {
+    listing.problems.push_back(LeftOut(m_folder, path, head));
+    return;
+  }
+  try {
+    ListMbox(path, TargetOf(levels), m_mbox, listing);
+  } catch (const SourceError& error) {
+    listing.problems.push_back({path, error.what(), /*isUnread=*/true});
+  }
+}
+
+void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
+                              Listing& listing) const {
+  SourceItem item{path, TargetOf(m_folder.levels), true, 0, entry.size};
+  if (const auto place = EmlxPlaceOf(HeadOf(path))) {
+    try {
+      const EmlxState found =
+          ReadEmlxState(ReadFileRange(path, place->offset + place->length, 64 * kHead));
+      item.read = found.read;
+      item.state = found.state;
+    } catch (const SourceError&) {  // told when its turn comes
+    }
+  }
+  listing.items.push_back(std::move(item));
+}
+
+// A removed one has a comma in front of its number.
+bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
+                            std::string_view head, Listing& listing) const {
+  const bool isRemoved = m_isMh && (entry.name.starts_with(',') || entry.name.starts_with('#'));
+  const auto number = MhNumber(std::string_view(entry.name).substr(isRemoved ? 1 : 0));
+  if (!number || (!m_isMh && !LooksLikeField(head.substr(0, head.find('\n'))))) return false;
+  SourceItem item{path, TargetOf(m_folder.levels), !m_sequences.Has("unseen", *number), 0,
+                  entry.size};
+  item.state.answered = m_sequences.Has("replied", *number);
+  item.state.flagged = m_sequences.Has("flagged", *number);
+  item.state.deleted = isRemoved;
+  listing.items.push_back(std::move(item));
+  return true;
+}
+
+std::string ReadTreeMail(const SourceItem& item, MboxKind mbox) {
+  if (!item.file.empty()) return ReadMboxItem(item, mbox);
+  if (!IsEmlxName(item.location)) return ReadMail(item.location);
+  const auto place = EmlxPlaceOf(HeadOf(item.location));
+  if (!place) throw SourceError("does not begin with the number of its bytes");
+  std::string mail = ReadFileRange(item.location, place->offset, place->length);
+  RequireMail(mail);
+  return mail;
+}
+
+}  // namespace client

@@ -1,0 +1,155 @@
+#include <filesystem>
+#include <map>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "client/sources/Emlx.h"
+#include "client/sources/MhSequences.h"
+#include "tests/client/sources/PlanText.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace client {
+namespace {
+
+using client_test::Items;
+using client_test::Problems;
+using test_support::TemporaryFolder;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const std::string kMail = "Subject: x\n\n";
+const std::string kSeparator = "From - Tue Mar 05 10:00:00 2019\n";
+
+std::string Mbox(const std::string& fields = "") {
+  return kSeparator + fields + kMail + "text\n\n";
+}
+
+std::string Emlx(const std::string& mail, int flags) {
+  return std::to_string(mail.size()) + "        \n" + mail +
+         "<plist><dict>\n<key>date-received</key>\n\t<integer>1551780000</integer>\n<key>flags</"
+         "key>"
+         "<integer>" +
+         std::to_string(flags) + "</integer></dict></plist>\n";
+}
+
+// Trees as programs leave them, and where their mail goes.
+TEST(Stores, EachProgramsTreeIsOneSource) {
+  using Files = std::map<std::string, std::string>;
+  const struct {
+    const char* name;
+    Files files;
+    std::vector<std::string> items;
+    std::vector<std::string> empty;
+  } rows[] = {
+      {"the profile of a Thunderbird",
+       {{"prefs.js", "x"},
+        {"cookies.sqlite", "x"},
+        {"Mail/Local Folders/Inbox", Mbox("X-Mozilla-Status: 0000\n")},
+        {"Mail/Local Folders/Inbox.msf", "x"},
+        {"Mail/Local Folders/Sent", ""},
+        {"Mail/Local Folders/Sent.msf", "x"},
+        {"Mail/Local Folders/v1.2", Mbox()},
+        {"Mail/Local Folders/v1.2.sbd/Deeper", Mbox("X-Mozilla-Status: 0009\n") + Mbox()},
+        {"Mail/Local Folders/msgFilterRules.dat", "name=\"x\"\n"},
+        {"ImapMail/imap.example/INBOX", Mbox("X-Mozilla-Status: 0001\n")},
+        {"ImapMail/imap.example/Entw&APw-rfe", Mbox()},
+        {"Mail/pop.example/Maildir/cur/1.eml", kMail},
+        {"Mail/pop.example/Maildir/tmp/2.eml", kMail}},
+       {"Drafts\\|ImapMail/imap.example/Entw&APw-rfe:0", "Inbox\\|ImapMail/imap.example/INBOX:0",
+        "Inbox\\|Mail/Local Folders/Inbox:0|unread", "v1.2\\|Mail/Local Folders/v1.2:0",
+        "v1.2\\Deeper\\|Mail/Local Folders/v1.2.sbd/Deeper:73|unread",
+        "Maildir\\|Mail/pop.example/Maildir/cur/1.eml"},
+       {"Sent Items\\"}},
+      {"several Maildirs",
+       {{"INBOX/cur/1.a:2,S", kMail},
+        {"INBOX/new/.x", ""},
+        {"K&APY-ln/new/2.a", kMail},
+        {"K&APY-ln/cur/.x", ""},
+        {".mbsyncstate", "x"}},
+       {"Inbox\\|INBOX/cur/1.a:2,S", "K\xC3\xB6ln\\|K&APY-ln/new/2.a|unread"},
+       {}},
+      {"KMail's",
+       {{"inbox/cur/1.a:2,S", kMail},
+        {"inbox/new/.x", ""},
+        {".Projekte.directory/Kunde/cur/2.a:2,S", kMail},
+        {".Projekte.directory/Kunde/new/.x", ""}},
+       {"Projekte\\Kunde\\|.Projekte.directory/Kunde/cur/2.a:2,S", "Inbox\\|inbox/cur/1.a:2,S"},
+       {}},
+      {"MH",
+       {{"inbox/1", kMail},
+        {"inbox/2", kMail},
+        {"inbox/,3", kMail},
+        {"inbox/.mh_sequences", "unseen: 2-9\nreplied: 1\n"},
+        {"sent/1", kMail}},
+       {"Inbox\\|inbox/1", "Inbox\\|inbox/2|unread", "Sent Items\\|sent/1"},
+       {}},
+      {"Apple Mail's",
+       {{"INBOX.mbox/7A/Data/1/Messages/1.emlx", Emlx(kMail, 0)},
+        {"Sent Messages.mbox/Kunde.mbox/Messages/2.emlx", Emlx(kMail, 1)},
+        {"Export.mbox/mbox", Mbox()},
+        {"Export.mbox/table_of_contents", "x"}},
+       {"Export\\|Export.mbox/mbox:0", "Inbox\\|INBOX.mbox/7A/Data/1/Messages/1.emlx|unread",
+        "Sent Items\\Kunde\\|Sent Messages.mbox/Kunde.mbox/Messages/2.emlx"},
+       {}},
+      {"Gmail's export",
+       {{"All mail.mbox",
+         Mbox("X-Gmail-Labels: =?UTF-8?Q?Posteingang,Ungelesen,Kunde/=C3=96tt?=\n") +
+             Mbox("X-Gmail-Labels: Sent,Opened,Inbox,\n Starred\n") +
+             Mbox("X-Gmail-Labels: Archived,Important\n") + Mbox("X-Gmail-Labels: Trash\n")}},
+       {"Inbox\\|All mail.mbox:0|unread", "Sent Items\\|All mail.mbox:115",
+        "Archive\\|All mail.mbox:209", "Deleted Items\\|All mail.mbox:294"},
+       {}},
+  };
+  for (const auto& row : rows) {
+    const TemporaryFolder folder;
+    for (const auto& [name, bytes] : row.files) folder.Write(name, bytes);
+    const Plan plan = MakePlan({folder.Path()});
+    EXPECT_THAT(Items(plan), testing::ElementsAreArray(row.items)) << row.name;
+    EXPECT_THAT(plan.emptyFolders, testing::ElementsAreArray(row.empty)) << row.name;
+    EXPECT_THAT(Problems(plan, folder.Path()), IsEmpty()) << row.name;
+    for (const Plan::Entry& entry : plan.entries) {
+      EXPECT_NE(entry.source->Read(entry.item).find(kMail), std::string::npos) << entry.name;
+    }
+  }
+}
+
+TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
+  const TemporaryFolder folder;
+  const std::pair<const char*, std::string> lost[] = {{"1.partial.emlx", Emlx(kMail, 0)},
+                                                      {"Inbox.dbx", "\xCF\xAD\x12\xFE"},
+                                                      {"babyl", "BABYL OPTIONS: x\n"},
+                                                      {"mail", "To: a@b\nSubject: x\n\nx"},
+                                                      {"mix", ":msg:1"},
+                                                      {"mmdf", "\x01\x01\x01\x01\nFrom x\n"}};
+  for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
+  folder.Write("notes.txt", "Note: one field is none\n");
+  folder.Write("dovecot-uidlist", "3 V1\n");
+  const Plan plan = MakePlan({folder.Path()});
+  EXPECT_TRUE(plan.entries.empty());
+  int losses = 0;
+  for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
+  EXPECT_EQ(losses, 6);
+  EXPECT_EQ(plan.problems.size(), 7u);
+}
+
+TEST(Emlx, SaysWhereItsMailIsAndWhatBecameOfIt) {
+  EXPECT_EQ(EmlxPlaceOf("12      \nSub")->offset, 9u);
+  for (const char* head : {"", "12", "x\n", "12 x\n", "9999999999999\n", "-1\n"}) {
+    EXPECT_FALSE(EmlxPlaceOf(head)) << head;
+  }
+  const EmlxState all = ReadEmlxState(Emlx("", 0x157));
+  EXPECT_TRUE(all.read && all.state.deleted && all.state.answered && all.state.flagged &&
+              all.state.draft && all.state.forwarded);
+  EXPECT_EQ(all.state.received, 1551780000);
+  EXPECT_TRUE(ReadEmlxState("<key>flags</key><string>0</string>").read);
+}
+
+TEST(MhSequences, RangesMayOverlapAndBeAnything) {
+  const MhSequences sequences("a: 3-1000000000000 1 2-2 5-7\nb\n c : x 4- -5 9-8 0\n");
+  EXPECT_TRUE(sequences.Has("a", 1) && sequences.Has("a", 2) && sequences.Has("a", 999));
+  EXPECT_FALSE(sequences.Has("a", 1000000000001) || sequences.Has("c", 5) || sequences.Has("d", 1));
+}
+
+}  // namespace
+}  // namespace client
