@@ -483,9 +483,9 @@ void Migration::MakeFolders(const std::vector<std::string>& folders) {
 // The engine keeps to itself why a folder could not be made until an item is to go into it.
 std::string Migration::MakeFolder(const std::string& folder) {
   try {
-    if (m_look.Has(folder)) return {};
+    if (m_look->Has(folder)) return {};
     if (std::string reason = m_sender.MakeFolder(folder); !reason.empty()) return reason;
-    return m_look.Has(folder) ? std::string() : "the folder could not be made";
+    return m_look->Has(folder) ? std::string() : "the folder could not be made";
   } catch (const platform::EndpointError&) {
     return fmt::format("the engine ended on this folder ({})", m_sender.DescribeEnd());
   } catch (const ews::ServiceException& error) {

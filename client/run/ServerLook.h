@@ -20,6 +20,7 @@ class ServerLook : public TargetLook {
   explicit ServerLook(const Target& target) : m_target(target) {}  // which must outlive this
 
   std::string Identity(const Place& place) override;
+  bool Has(const Place& place) override { return FolderAt(place).has_value(); }
   void Find(const Place& place, const CString& key, const CString& messageId,
             const Take& take) override;
   void FindKeys(const std::string& folder, const std::vector<CString>& keys,

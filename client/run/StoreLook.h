@@ -16,6 +16,7 @@ class StoreLook : public TargetLook {
   explicit StoreLook(const Target& target);
 
   std::string Identity(const Place& place) override;
+  bool Has(const Place& place) override { return !FolderAt(place).IsEmpty(); }
   void Find(const Place& place, const CString& key, const CString& messageId,
             const Take& take) override;
   void FindKeys(const std::string& folder, const std::vector<CString>& keys,

@@ -35,7 +35,7 @@ class TargetLook {
   // The same for paths that lead to one folder of the target; of one that is not there the path.
   virtual std::string Identity(const Place& place) = 0;
 
-  bool Has(const std::string& folder) { return FolderAt(folder).has_value(); }
+  virtual bool Has(const Place& place) = 0;
 
   using Take = std::function<void(const ews::FoundItem&)>;
 
