@@ -43,7 +43,7 @@ std::string_view TakePatience(const std::string& strValue, ServiceSettings& objS
 }
 static_assert(std::chrono::seconds(kMaxPatience).count() == 604800, "the text above names it");
 
-constexpr std::array<Option, 12> kOptions{{
+constexpr auto kOptions = std::to_array<Option>({
     {"--ews-url", &ServiceSettings::strEwsUrl, nullptr, nullptr},
     {"--autodiscover-url", &ServiceSettings::strAutodiscoverUrl, nullptr, nullptr},
     {"--authority-url", &ServiceSettings::strAuthorityUrl, nullptr, nullptr},
@@ -57,7 +57,7 @@ constexpr std::array<Option, 12> kOptions{{
     {"--safe", nullptr, &ServiceSettings::bSafe, nullptr},
     {"--proxy", nullptr, nullptr, nullptr, &TakeProxy},
     {"--patience", nullptr, nullptr, nullptr, &TakePatience},
-}};
+});
 
 const Option* FindOption(std::string_view strName) {
   for (const Option& objOption : kOptions) {

@@ -53,10 +53,10 @@ void LogWaits(const std::string& path) {
   };
 }
 
-// What would be sent, and whether the target would let us in. A local mailbox is our own, and not
-// made before something is sent.
+// What would be sent, and whether the target would let us in. What lies on this machine is our own,
+// and not made before something is sent.
 int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
-  if (!options.target.Local()) {
+  if (!options.target.Local() && !options.target.Store()) {
     AskSecrets(options);
     ServerWaits waits;
     RequireLogon(options.target, EngineOptions(options.engine, options.target, nullptr), "<GUID>",

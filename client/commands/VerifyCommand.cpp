@@ -83,8 +83,9 @@ int Verify(MigrateOptions& options, Console& console) {
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   const auto stores = ProvideIfStore(options.target, run);
   ServerWaits waits;
-  RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()), run,
-               options.engine.patienceGiven || (IsBound(journal) && had.empty()), waits, say);
+  RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()),
+               run.Title(), options.engine.patienceGiven || (IsBound(journal) && had.empty()),
+               waits, say);
   const std::unique_ptr<TargetLook> look = LookAt(options.target);
   Verification verification(
       *look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });
