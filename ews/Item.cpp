@@ -184,17 +184,12 @@ void Item::WriteUpdateItem(SoapWriter& objWriter,
 }
 
 std::string Item::FieldsAsXml() const {
-  SoapWriter objWriter(ExchangeVersion::Exchange2013_SP1, nullptr);
-  objWriter.Start(kTypes, ElementName());
-  ItemFields objFields(objWriter);
-  WriteFields(objFields, Content::kWithout);
-  objWriter.End();
-  RequestBody objBody = objWriter.Finish();
-  std::string strXml(objBody.Length(), '\0');
-  strXml.resize(objBody.Read(strXml));
-  constexpr std::string_view kBodyTag = "<soap:Body>";
-  const size_t nStart = strXml.find(kBodyTag) + kBodyTag.size();
-  return strXml.substr(nStart, strXml.rfind("</soap:Body>") - nStart);
+  return XmlOf([this](SoapWriter& objWriter) {
+    objWriter.Start(kTypes, ElementName());
+    ItemFields objFields(objWriter);
+    WriteFields(objFields, Content::kWithout);
+    objWriter.End();
+  });
 }
 
 void Item::WriteFields(ItemFields& objFields, Content eContent) const {

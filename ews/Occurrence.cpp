@@ -107,6 +107,14 @@ void OccurrenceChange::WriteTo(SoapWriter& objWriter) const {
   Set("calendar:Location", strLocation.has_value(), Text(strLocation));
 }
 
+std::string OccurrenceChange::AsXml() const {
+  return XmlOf([this](SoapWriter& objWriter) {
+    objWriter.Start(kTypes, "Updates");
+    WriteTo(objWriter);
+    objWriter.End();
+  });
+}
+
 // Both requests may go out twice: what is there already stays as it is.
 std::vector<RefusedOccurrence> Appointment::SaveOccurrences() {
   std::vector<RefusedOccurrence> arrRefused;

@@ -28,6 +28,8 @@ struct OccurrenceChange {
   bool IsEmpty() const;
   // The changes of an UpdateItem, in the schema's order.
   void WriteTo(SoapWriter& objWriter) const;
+  // The same as an element "Updates" by itself.
+  std::string AsXml() const;
 };
 
 // What a series is without, and what is different in it. Indexes may come twice.

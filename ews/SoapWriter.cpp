@@ -194,4 +194,15 @@ void SoapWriter::Escape(std::u16string_view strValue, bool bAttribute) {
   }
 }
 
+std::string XmlOf(const std::function<void(SoapWriter&)>& fnWrite) {
+  SoapWriter objWriter(ExchangeVersion::Exchange2013_SP1, nullptr);
+  fnWrite(objWriter);
+  RequestBody objBody = objWriter.Finish();
+  std::string strXml(objBody.Length(), '\0');
+  strXml.resize(objBody.Read(strXml));
+  constexpr std::string_view kBodyTag = "<soap:Body>";
+  const size_t nStart = strXml.find(kBodyTag) + kBodyTag.size();
+  return strXml.substr(nStart, strXml.rfind("</soap:Body>") - nStart);
+}
+
 }  // namespace ews

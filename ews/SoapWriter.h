@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -63,5 +64,8 @@ size_t FindForbidden(std::u16string_view str);
 bool IsXmlText(std::u16string_view str);
 // "The invalid value '…' was specified for the 'Name' element.", to be thrown.
 ServiceException InvalidValue(std::u16string_view strValue, std::string_view strName);
+
+// What is written alone, without an envelope around it.
+std::string XmlOf(const std::function<void(SoapWriter&)>& fnWrite);
 
 }  // namespace ews

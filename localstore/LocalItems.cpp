@@ -11,6 +11,7 @@
 #include "mailboxd/ews/EwsResponse.h"
 #include "mailboxd/ews/FieldXml.h"
 #include "mailboxd/ews/ItemClasses.h"
+#include "mailboxd/ews/ItemPlace.h"
 #include "mailboxd/ews/ItemReading.h"
 #include "mailboxd/store/ItemFields.h"
 #include "platform/Files.h"
@@ -45,19 +46,30 @@ std::string BytesOf(const CString& path) {
   return bytes;
 }
 
+pugi::xml_document Parsed(const std::string& xml) {
+  pugi::xml_document document;
+  constexpr unsigned kParse = pugi::parse_default | pugi::parse_ws_pcdata_single;
+  if (!document.load_buffer(xml.data(), xml.size(), kParse)) {
+    throw std::runtime_error("The item's fields cannot be read.");
+  }
+  return document;
+}
+
 // What all kinds of items share, and the attachments hold on to.
 struct Content {
   std::shared_ptr<OpenStore> store;
   NewItem item;  // attachments: those that are not stored yet
 
   void SetFields(const std::string& element, const std::string& zone) {
-    pugi::xml_document document;
-    constexpr unsigned kParse = pugi::parse_default | pugi::parse_ws_pcdata_single;
-    if (!document.load_buffer(element.data(), element.size(), kParse)) {
-      throw std::runtime_error("The item's fields cannot be read.");
-    }
+    const pugi::xml_document document = Parsed(element);
     mailbox::ReadNewItem(document.document_element(), item);
     mailbox::KeepZone(zone, item.info);
+  }
+  void SetOccurrence(std::int64_t number, const std::string& updates) {
+    if (updates.empty()) return mailbox::DeleteOccurrence(number, item.info);
+    const pugi::xml_document document = Parsed(updates);
+    mailbox::MailOfItem none(store->Get(), {}, std::nullopt);  // occurrences have fields alone
+    mailbox::ChangeOccurrence(number, document.document_element(), none, item.info);
   }
   void SetText(const std::string& field, const CString& text) {
     const std::string xml =
@@ -136,6 +148,9 @@ class LocalItem : public Kind, public Holder {
   }
   void SetFields(const std::string& element, const std::string& zone) override {
     m_content->SetFields(element, zone);
+  }
+  void SetOccurrence(std::int64_t number, const std::string& updates) override {
+    m_content->SetOccurrence(number, updates);
   }
   std::shared_ptr<rdo::Attachments> GetAttachments() override {
     return std::make_shared<LocalAttachments>(m_content);

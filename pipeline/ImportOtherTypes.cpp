@@ -196,11 +196,7 @@ int CTarnyOutlookHandler::SaveAppointment(ItemRun& objRun, ews::Appointment& obj
 }
 
 CString CTarnyOutlookHandler::StoreAppointment(ews::Appointment& objItem) {
-  if (HasStore()) {
-    SaveItem(objItem);
-    if (objItem.Occurrences().IsEmpty()) return {};
-    return u"The series is there, but a store takes no changes of its occurrences.";
-  }
+  if (HasStore()) return TextOfRefused(SaveToStore(objItem));
   return SaveWithOccurrences(objItem, m_objWebAccess.m_fldCurrent, m_objWebAccess.Service());
 }
 

@@ -26,23 +26,12 @@ void RemoveUnfinished(ews::ExchangeService& objService, const ews::FolderId& obj
   }
 }
 
-CString TextOf(const std::vector<ews::RefusedOccurrence>& arrRefused) {
-  if (arrRefused.empty()) return {};
-  std::string strText = fmt::format(
-      "The series is there, but {} of its occurrences could not be changed:", arrRefused.size());
-  for (size_t n = 0; n < arrRefused.size() && n < kMostTold; ++n) {
-    strText += fmt::format("{} number {}: {}", n == 0 ? "" : ";", arrRefused[n].nIndex,
-                           arrRefused[n].strText);
-  }
-  return CString::FromUtf8(strText);
-}
-
 void SetKey(ews::Appointment& objItem, const CString& strKey) {
   objItem.SetExtendedProperty(ews::ItemKeyProperty(), strKey);
 }
 
 CString Complete(ews::Appointment& objItem, const CString& strKey) {
-  CString strRefused = TextOf(objItem.SaveOccurrences());
+  CString strRefused = TextOfRefused(objItem.SaveOccurrences());
   if (!strKey.IsEmpty()) {
     SetKey(objItem, strKey);
     objItem.Update(ews::ConflictResolutionMode::AlwaysOverwrite,
@@ -52,6 +41,17 @@ CString Complete(ews::Appointment& objItem, const CString& strKey) {
 }
 
 }  // namespace
+
+CString TextOfRefused(const std::vector<ews::RefusedOccurrence>& arrRefused) {
+  if (arrRefused.empty()) return {};
+  std::string strText = fmt::format(
+      "The series is there, but {} of its occurrences could not be changed:", arrRefused.size());
+  for (size_t n = 0; n < arrRefused.size() && n < kMostTold; ++n) {
+    strText += fmt::format("{} number {}: {}", n == 0 ? "" : ";", arrRefused[n].nIndex,
+                           arrRefused[n].strText);
+  }
+  return CString::FromUtf8(strText);
+}
 
 CString SaveWithOccurrences(ews::Appointment& objItem, const ews::FolderId& objFolder,
                             ews::ExchangeService& objService) {

@@ -11,3 +11,6 @@
 // ServiceException, and the item is not there then, unless the text says so.
 CString SaveWithOccurrences(ews::Appointment& objItem, const ews::FolderId& objFolder,
                             ews::ExchangeService& objService);
+
+// The same words for what was refused elsewhere.
+CString TextOfRefused(const std::vector<ews::RefusedOccurrence>& arrRefused);

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "ews/CWebAccessHandler.h"
 #include "ews/EmailMessage.h"
@@ -25,6 +26,7 @@ class Appointment;
 class Contact;
 class ContactGroup;
 class Task;
+struct RefusedOccurrence;
 }  // namespace ews
 
 // Everything that lasts between two items: the connection to the target, the duplicate ledger, the
@@ -321,6 +323,7 @@ class CTarnyOutlookHandler {
   // Saves an item that its saver has filled into the target's current folder. Throws
   // ServiceException, and StoreError for what the store says.
   void SaveItem(ews::Item& objItem);
+  std::vector<ews::RefusedOccurrence> SaveToStore(ews::Item& objItem);
   void SetServiceTimeout(int nMilliseconds);  // a store needs none
 
   bool CreateSession();

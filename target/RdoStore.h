@@ -85,6 +85,9 @@ class Item {
   // All fields at once, as the element of an EWS request that makes the item (ews::Item), and the
   // Windows name of the zone that its dates count in, or "".
   virtual void SetFields(const std::string& strElement, const std::string& strZone) = 0;
+  // One occurrence of a series, numbered from 1 as the pattern has them: its changes, as the
+  // element "Updates" of an EWS request, or "" to take it away. To be called behind SetFields.
+  virtual void SetOccurrence(std::int64_t nIndex, const std::string& strUpdates) = 0;
   virtual std::shared_ptr<Attachments> GetAttachments() = 0;
   virtual void Save() = 0;
 };

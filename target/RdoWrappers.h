@@ -55,6 +55,9 @@ class IRDOItemOf : public IRDOObject<ITEM> {
   void SetFields(const std::string& strElement, const std::string& strZone) const {
     this->Call(&ITEM::SetFields, strElement, strZone);
   }
+  void SetOccurrence(std::int64_t nIndex, const std::string& strUpdates) const {
+    this->Call(&ITEM::SetOccurrence, nIndex, strUpdates);
+  }
   IRDOAttachments GetAttachments() const {
     return IRDOAttachments(this->Call(&ITEM::GetAttachments));
   }

@@ -2,7 +2,7 @@
 #include <array>
 #include <exception>
 
-#include "ews/Item.h"
+#include "ews/Appointment.h"
 #include "ews/ServiceException.h"
 #include "platform/Files.h"
 #include "target/CTarnyOutlookHandler.h"
@@ -29,19 +29,40 @@ CString ClassOf(const ews::Item& objItem) {
   return it == kClasses.end() ? kClasses.front().strClass : it->strClass;
 }
 
-void FillAndSave(const IRDOMail& objMail, ews::Item& objItem) {
+// What a store does not take of occurrences is told; the rest of the item is there all the same.
+std::vector<ews::RefusedOccurrence> SetOccurrences(const IRDOMail& objMail,
+                                                   const ews::OccurrenceChanges& objChanges) {
+  std::vector<ews::RefusedOccurrence> arrRefused;
+  const auto Set = [&](std::int64_t nIndex, const std::string& strUpdates) {
+    try {
+      objMail.SetOccurrence(nIndex, strUpdates);
+    } catch (const std::exception& objError) {
+      arrRefused.push_back({nIndex, objError.what()});
+    }
+  };
+  for (const std::int64_t nIndex : objChanges.arrDeleted) Set(nIndex, {});
+  for (const ews::OccurrenceChange& obj : objChanges.arrChanged) Set(obj.nIndex, obj.AsXml());
+  return arrRefused;
+}
+
+std::vector<ews::RefusedOccurrence> FillAndSave(const IRDOMail& objMail, ews::Item& objItem) {
   const ews::MimeContent& objMime = objItem.GetMimeContent();
   if (objMime.IsSet()) {
     objMail.Import(objMime.CharacterSet(),
                    {reinterpret_cast<const char*>(objMime.Content().get()), objMime.Length()});
   }
   objMail.SetFields(objItem.FieldsAsXml(), objItem.ZoneOfFields());
+  std::vector<ews::RefusedOccurrence> arrRefused;
+  if (auto* pSeries = dynamic_cast<ews::Appointment*>(&objItem)) {
+    arrRefused = SetOccurrences(objMail, pSeries->Occurrences());
+  }
   const IRDOAttachments objFiles = objMail.GetAttachments();
   for (int n = 0; n < objItem.Attachments().Count(); ++n) {
     const ews::Attachment& objFile = objItem.Attachments()[n];
     objFiles.Add({objFile.Name(), objFile.Path(), objFile.ContentType(), objFile.ContentId()});
   }
   objMail.Save();
+  return arrRefused;
 }
 
 }  // namespace
@@ -73,12 +94,15 @@ void CTarnyOutlookHandler::GoToStoreFolder(CString strFolder, int nType) {
 }
 
 void CTarnyOutlookHandler::SaveItem(ews::Item& objItem) {
-  if (!HasStore()) return objItem.Save(m_objWebAccess.m_fldCurrent);
+  HasStore() ? (void)SaveToStore(objItem) : objItem.Save(m_objWebAccess.m_fldCurrent);
+}
+
+std::vector<ews::RefusedOccurrence> CTarnyOutlookHandler::SaveToStore(ews::Item& objItem) {
   if (m_objCurrFolder.IsEmpty()) throw StoreError("The folder could not be made in the store.");
   try {
     const auto objMail = m_objCurrFolder.GetItems().Add<IRDOMail>(ClassOf(objItem));
     if (objMail.IsEmpty()) throw StoreError("The store makes no such item.");
-    FillAndSave(objMail, objItem);
+    return FillAndSave(objMail, objItem);
   } catch (const ews::ServiceException&) {
     throw;  // a value that cannot be: whoever sees the text knows what to do
   } catch (const std::exception& objError) {

@@ -182,6 +182,7 @@ TEST_F(CurlTransport, ASilenceIsToldAndAStopIsHeardInIt) {
   EXPECT_THAT(told,
               testing::ElementsAre("127.0.0.1 has been silent for 0.2 s; waiting up to 1.2 s"));
   m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
+  settings.nPatience = std::chrono::seconds(60);
   stop = true;
   EXPECT_EQ(send(),
             "The request failed. The server 127.0.0.1 had given no answer when the end was asked "

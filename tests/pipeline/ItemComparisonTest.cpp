@@ -21,6 +21,7 @@ template <typename ITEM>
 struct Plain : ITEM {
   void Import(const CString&, std::string_view) override {}
   void SetFields(const std::string&, const std::string&) override {}
+  void SetOccurrence(std::int64_t, const std::string&) override {}
   std::shared_ptr<rdo::Attachments> GetAttachments() override { return nullptr; }
 };
 

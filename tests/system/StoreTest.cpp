@@ -1,11 +1,13 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <map>
 #include <optional>
 #include <random>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,6 +32,13 @@ std::vector<std::string> ArgumentsTo(const TemporaryFolder& folder, const std::s
   return {"migrate", folder.File("source"), "--to", to, "--run", folder.File(run), "--json"};
 }
 
+// Boundaries and Content-IDs are made anew each time.
+std::string WithoutNames(const std::string& text) {
+  static const std::regex kSoftBreak("=\r?\n");
+  static const std::regex kName("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}");
+  return std::regex_replace(std::regex_replace(text, kSoftBreak, ""), kName, "NAME");
+}
+
 // Each item with all that is kept of it, and how often it is there.
 std::map<std::string, int> Described(const std::string& data) {
   std::map<std::string, int> items;
@@ -39,10 +48,10 @@ std::map<std::string, int> Described(const std::string& data) {
                        info.subject + (info.isRead ? " read" : "") + " " + info.sent + " " +
                        info.starts + " " + info.ends + " " + info.who + "\n" +
                        mailbox::WriteDetails(info) + "\n" + item.mime;
-    // What nobody says of the others is when they came.
-    if (info.element == "Message") text += "\n" + info.received;
+    // What nobody says of the others, nor of a mail without a date, is when they came.
+    if (info.element == "Message" && !info.sent.empty()) text += "\n" + info.received;
     for (const auto& [name, bytes] : item.attachments) text += "\n" + name + ": " + bytes;
-    ++items[text];
+    ++items[WithoutNames(text)];
   }
   return items;
 }
@@ -68,7 +77,9 @@ TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
   constexpr int kKills = 10;
   for (int kill = 0; kill < kKills; ++kill) {
     if (!tarny) tarny.emplace("tarny", arguments, folder.Path());
-    const int rows = kill * mails / kKills + static_cast<int>(random() % 15);
+    // At least one more than there were: an engine that is killed at its start ends the run.
+    const int rows =
+        std::max(kill * mails / kKills + static_cast<int>(random() % 15), LedgerRows(folder) + 1);
     while (LedgerRows(folder) < rows || EnginesOf(folder.File("run")).empty()) {
       ASSERT_FALSE(tarny->TryWait()) << "the run ended before its time: " << tarny->Err();
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
