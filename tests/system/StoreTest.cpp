@@ -42,8 +42,11 @@ std::string WithoutNames(const std::string& text) {
 // Each item with all that is kept of it, and how often it is there.
 std::map<std::string, int> Described(const std::string& data) {
   std::map<std::string, int> items;
-  for (const StoredItem& item : ItemsOf(data)) {
-    const mailbox::ItemInfo& info = item.info;
+  for (StoredItem& item : ItemsOf(data)) {
+    mailbox::ItemInfo& info = item.info;
+    // A server is told the key of a series last.
+    std::ranges::sort(info.properties, {}, &mailbox::ExtendedProperty::key);
+    std::ranges::sort(info.fields, {}, &mailbox::ItemField::name);
     std::string text = item.folder + "\n" + info.element + " " + info.itemClass + " " +
                        info.subject + (info.isRead ? " read" : "") + " " + info.sent + " " +
                        info.starts + " " + info.ends + " " + info.who + "\n" +
