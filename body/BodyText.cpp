@@ -1,5 +1,7 @@
 #include "body/BodyText.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -18,6 +20,10 @@
 //   line ends   CR LF always does). As such they belong to currency signs and the like, which
 //               hardly a text has, and to alphabets, of which a word has nothing else.
 //   odd length  is that of narrow text.
+//   ASCII       is nearly all of a narrow page, or of a text in Latin letters; of sixteen bits of
+//               ideographs half, for each byte has its own range, and of kana the upper half is
+//               always the same sign.
+//   UTF-8       is seldom valid by chance.
 namespace {
 
 enum class Half : std::size_t { kLower, kUpper };
@@ -45,13 +51,38 @@ bool IsSplitWord(char16_t chUnit) {
   return nUpper == '\t' || nUpper == '\n' || nUpper == '\r';
 }
 
+// Whether half the units or more have one upper half, as those of an alphabet do.
+bool IsOfOneAlphabet(std::string_view strBytes) {
+  std::array<std::size_t, 256> arrCounts{};
+  for (std::size_t n = 1; n < strBytes.size(); n += 2) {
+    ++arrCounts[static_cast<unsigned char>(strBytes[n])];
+  }
+  return *std::ranges::max_element(arrCounts) * 4 >= strBytes.size();
+}
+
+bool IsAsciiText(char ch) { return (ch >= ' ' && ch <= '~') || mail::isAsciiSpace(ch); }
+bool IsOfWord(char ch) {
+  constexpr std::string_view kOthers = "0123456789 .,!?'-";
+  return mail::isAsciiLetter(ch) || kOthers.find(ch) != std::string_view::npos;
+}
+
+bool LooksNarrow(std::string_view strBytes) {
+  constexpr std::size_t kShort = 8, kLong = 32;  // bytes
+  if (strBytes.size() < 6 || IsOfOneAlphabet(strBytes)) return false;
+  if (strBytes.size() < kShort) return std::ranges::all_of(strBytes, IsOfWord);
+  if (strBytes.size() >= kShort + 4 && platform::IsValidUtf8(strBytes)) return true;
+  const auto nText = static_cast<std::size_t>(std::ranges::count_if(strBytes, IsAsciiText));
+  return strBytes.size() < kLong ? nText * 16 >= strBytes.size() * 15
+                                 : nText * 8 >= strBytes.size() * 7;
+}
+
 bool IsNarrow(std::string_view strBytes) {
   if (strBytes.find('\0') != std::string_view::npos) return false;
   const std::size_t nUnits = strBytes.size() / 2;
   if (strBytes.size() % 2 != 0) return true;
   std::size_t nSplit = 0;
   for (std::size_t n = 0; n < nUnits; ++n) nSplit += IsSplitWord(UnitAt(strBytes, n, Half::kLower));
-  return nSplit > 0 && nSplit <= nUnits / 2;
+  return (nSplit > 0 && nSplit <= nUnits / 2) || LooksNarrow(strBytes);
 }
 
 }  // namespace

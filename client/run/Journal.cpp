@@ -122,6 +122,31 @@ std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view
   return entries;
 }
 
+std::vector<JournalEntry> Journal::ArrivedIn(std::string_view folder) {
+  platform::SqliteStatement query = m_database.Prepare(
+      "SELECT source, hash, key, text FROM item WHERE folder = ?1 AND result = ?2 ORDER BY source");
+  query.Bind(1, folder).Bind(2, static_cast<std::int64_t>(ItemResult::kArrived));
+  std::vector<JournalEntry> entries;
+  while (query.Step()) {
+    entries.push_back({std::string(query.Text(0)), std::string(folder), std::string(query.Text(1)),
+                       std::string(query.Text(2)), ItemResult::kArrived,
+                       std::string(query.Text(3))});
+  }
+  return entries;
+}
+
+// Another item may stand at the old place already, and has its own entry then.
+void Journal::Move(const JournalEntry& entry, std::string_view to) {
+  JournalEntry moved = entry;
+  moved.source = to;
+  StoreFound(moved);
+  m_database.Prepare("DELETE FROM item WHERE source = ?1 AND folder = ?2 AND hash = ?3")
+      .Bind(1, entry.source)
+      .Bind(2, entry.folder)
+      .Bind(3, entry.hash)
+      .Run();
+}
+
 std::optional<std::string> Journal::OwnerOf(std::string_view folder, std::string_view key) {
   platform::SqliteStatement query =
       m_database.Prepare("SELECT hash FROM claim WHERE folder = ?1 AND key = ?2");

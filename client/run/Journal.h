@@ -64,6 +64,11 @@ class Journal {
   // What came to that result with a text that holds that part, by source.
   std::vector<JournalEntry> EndedWith(ItemResult result, std::string_view part);
 
+  // What has arrived in that folder, by source.
+  std::vector<JournalEntry> ArrivedIn(std::string_view folder);
+  // The entry is known by another place in the source from now on. Not durable.
+  void Move(const JournalEntry& entry, std::string_view to);
+
   // The key under which the ledger is to know a mail with this content: wantedKey for the first
   // content that asks for it in that folder, a key with the hash appended for any other. The same
   // question always gets the same answer.

@@ -111,6 +111,7 @@ Summary Migration::Run(const Plan& plan) {
     doubts = m_journal.EndedWith(ItemResult::kArrived, kCouldNotAsk);
     std::ranges::move(m_journal.EndedWith(ItemResult::kArrived, kReduced),
                       std::back_inserter(doubts));
+    m_arrived.emplace(m_journal, plan);
     if (m_setup.adopt) m_adoption.emplace(*m_look, plan);
     for (const Plan::Entry& entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
@@ -202,7 +203,7 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   Outcome outcome;
   try {
     work.item = ItemLoader::Load(entry);
-    const bool known = m_journal.HasArrived(entry.item.location, entry.item.folder, work.item.hash);
+    const bool known = IsKnown(work);
     if (known && !m_setup.adopt) return {Outcome::Kind::kKnown, {}};
     m_loader.Name(entry, work.item);
     // What stands for it in the target stands for no other.
@@ -225,6 +226,12 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   TellCopies(work, outcome);
   Keep(work, outcome);
   return outcome;
+}
+
+bool Migration::IsKnown(const Work& work) {
+  const Plan::Entry& entry = work.entry;
+  if (ArrivedItems::Has(entry)) return m_arrived->Take(entry, work.item.hash);
+  return m_journal.HasArrived(entry.item.location, entry.item.folder, work.item.hash);
 }
 
 Outcome Migration::HandleWork(Work& work, bool found) {

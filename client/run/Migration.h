@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "client/run/Adoption.h"
+#include "client/run/ArrivedItems.h"
 #include "client/run/ItemLoader.h"
 #include "client/run/ItemSender.h"
 #include "client/run/Journal.h"
@@ -94,6 +95,7 @@ class Migration {
   void TakeUpAside();
   void TakeUpRest();
   Outcome Handle(const Plan::Entry& entry);
+  bool IsKnown(const Work& work);
   Outcome HandleWork(Work& work, bool found);
   std::optional<LostTry> Lost(std::chrono::steady_clock::time_point at,
                               std::chrono::seconds toFinish) const;
@@ -141,6 +143,7 @@ class Migration {
   ItemSender m_sender;
   std::unique_ptr<TargetLook> m_look;
   std::optional<Adoption> m_adoption;
+  std::optional<ArrivedItems> m_arrived;
   UnknownOutcome m_unknown;
   LateCopies m_late;
   std::string m_lastFailure;  // that can end a run, without its digits

@@ -67,7 +67,7 @@ SourceProblem OddEntry(const std::string& path, EntryKind kind) {
     case EntryKind::kFolder:
       return {path, "a folder where mail belongs"};
     case EntryKind::kFolderLink:
-      return {path, "a link to a folder"};
+      return {path, "a link to a folder", /*isUnread=*/true};
     default:
       return {path, "neither a file nor a folder, or a dead link"};
   }

@@ -27,6 +27,9 @@ TEST(BodyText, SixteenBitTextIsNeverTakenForNarrow) {
       "他说：“明天—来吧……”※€",
       "水水水水水水水水水水水水水水水水水水水水",
       "明日　一緒に",
+      "あのね",  // "B0n0m0"
+      "ひらがなだけでかいたてがみです",
+      "我们明天早上在老地方见面再谈",
       "안녕하세요",
       "Привет",
       "ਹਨ",  // "9\n(\n"
@@ -49,6 +52,14 @@ TEST(BodyText, NarrowTextIsKnownByItsBytes) {
       {"Hello Tom,\r\nsee you\r\n", "Hello Tom,\r\nsee you\r\n"},
       {"see you at the station", "see you at the station"},
       {"a\r\n\r\nbc", "a\r\n\r\nbc"},
+      {"Thanks", "Thanks"},
+      {"OK, fine", "OK, fine"},
+      {"https://example.com/a/b", "https://example.com/a/b"},
+      {"<div dir=\"ltr\">Thanks!<br></div>", "<div dir=\"ltr\">Thanks!<br></div>"},
+      {"<html><body><p>Gr\xFC\xDF"
+       "e!</p></body></html>",
+       "<html><body><p>Grüße!</p></body></html>"},
+      {"Приветы", "Приветы"},
       {"Gr\xFC\xDF"
        "e, bis morgen",
        "Grüße, bis morgen"},

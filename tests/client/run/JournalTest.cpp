@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include "client/run/ArrivedItems.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/LedgerWriter.h"
 #include "client/run/RunFolder.h"
 #include "client/run/RunIdentity.h"
 #include "client/run/Target.h"
+#include "pipeline/ST_EML_INFO.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
@@ -33,6 +35,36 @@ TEST(Journal, RemembersWhatArrivedAcrossRestarts) {
   EXPECT_FALSE(journal.HasArrived("/m/c\xff.eml", "Inbox\\", "h3"));
   journal.Store({"/m/b.eml", "Inbox\\", "h2", "<b>", ItemResult::kArrived, ""});
   EXPECT_TRUE(journal.HasArrived("/m/b.eml", "Inbox\\", "h2"));
+}
+
+TEST(Journal, EqualEventsAreKnownByTheirNumberWhereverTheyLieNow) {
+  const TemporaryFolder folder;
+  Journal journal(folder.File("journal.db"));
+  const auto store = [&](const char* source, const char* hash) {
+    journal.Store({source, "Calendar\\", hash, source, ItemResult::kArrived, ""});
+  };
+  store("/a.ics#0", "A");
+  store("/a.ics#1", "B");
+  store("/a.ics#2", "A");
+  // One more stands at the file's beginning now, and what was its end in a file of another name.
+  const std::pair<const char*, const char*> lie[] = {
+      {"/a.ics#0", "new"}, {"/a.ics#1", "A"}, {"/a.ics#2", "B"}, {"/b.ics#0", "A"}};
+  Plan plan;
+  for (const auto& [location, hash] : lie) {
+    plan.entries.push_back({nullptr, {.location = location, .folder = "Calendar\\"}, location});
+    plan.entries.back().item.type = TYPE_CALENDER;
+  }
+  const auto taken = [&](ArrivedItems& arrived, std::size_t at, const char* hash) {
+    return arrived.Take(plan.entries[at], hash);
+  };
+  for (const bool again : {false, true}) {
+    ArrivedItems arrived(journal, plan);
+    for (std::size_t i = 0; i < std::size(lie); ++i) {
+      EXPECT_EQ(taken(arrived, i, lie[i].second), again || i > 0) << lie[i].first;
+    }
+    EXPECT_FALSE(taken(arrived, 3, "A"));  // a third is another event
+    store(lie[0].first, lie[0].second);
+  }
 }
 
 TEST(Journal, TheFirstContentOfAFolderKeepsThePlainKey) {
