@@ -54,6 +54,11 @@ int RunRtf2html(const Arguments& arguments) {
     fmt::print(stderr, "tarny rtf2html: input and output are the same file\n");
     return kExitUsage;
   }
+  if (std::filesystem::exists(output, ignored) &&
+      !std::filesystem::is_regular_file(std::filesystem::symlink_status(output, ignored))) {
+    fmt::print(stderr, "tarny rtf2html: {} is there and no regular file\n", output);
+    return kExitUsage;  // it would be replaced, be it a device
+  }
   if (IsOldPicture(input, output)) {
     fmt::print(stderr,
                "tarny rtf2html: the input is one of the files HTMLFile_* beside the output, which "
