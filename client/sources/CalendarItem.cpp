@@ -412,11 +412,18 @@ class ItemReader {
     for (const std::string& value : SplitValue(line.value, ',')) {
       one.value = value;
       if (const std::optional<Moment> moment = MomentOf(&one)) {
-        m_item.deleted.push_back(OccurrenceOf(*moment));
+        Delete(OccurrenceOf(*moment));
       } else {
         Leave("a deleted occurrence without a date:", value);
       }
     }
+  }
+
+  // A day that the series does not reach has nothing to delete.
+  void Delete(const CivilTime& at) {
+    const auto number = NumberOn(*m_item.series, m_item.start->wall, at);
+    if (!number) return Leave("the deletion of a day that the rule does not name:", at.Date());
+    if (!IsOver(*m_item.series, at, *number)) m_item.deleted.push_back(at);
   }
 
   // The start that a date means: a day alone means the occurrence of that day.
@@ -440,8 +447,12 @@ class ItemReader {
       Leave("that a change goes on behind", original->wall.Date());
     }
     const CivilTime at = OccurrenceOf(*original);
-    if (UpperAscii(component.Text("STATUS")) == "CANCELLED") return m_item.deleted.push_back(at);
+    if (UpperAscii(component.Text("STATUS")) == "CANCELLED") return Delete(at);
     if (m_item.isTask) return Leave("a changed occurrence of a task:", at.Text());
+    const auto number = NumberOn(*m_item.series, m_item.start->wall, at);
+    if (!number || IsOver(*m_item.series, at, *number)) {
+      return Leave("a changed occurrence on a day that the rule does not name:", at.Date());
+    }
     std::optional<Moment> start = MomentOf(component.First("DTSTART"));
     if (!start) start = original;
     const std::optional<Moment> end = EndOf(component, start);

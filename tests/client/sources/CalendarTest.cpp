@@ -216,6 +216,38 @@ TEST_F(Calendar, OccurrencesRemindersAndPeopleAreKept) {
                                      "occurrences beside the rule: 20240501T090000Z", "GEO 1;2"));
 }
 
+TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
+  const std::string first = "UID:1\nSUMMARY:Round\nDTSTART:20240305T090000\n";  // a Tuesday
+  const std::string next = "END:VEVENT\nBEGIN:VEVENT\nUID:1\nRECURRENCE-ID:";
+  struct Case {
+    std::string lines;
+    std::size_t kept;  // deleted and changed occurrences
+    std::vector<std::string> left;
+  };
+  for (const Case& each : {
+           Case{"RRULE:FREQ=WEEKLY;COUNT=3\nEXDATE:20240312T090000,20240313T090000\n"
+                "EXDATE:20240326T090000\n",
+                1,
+                {"the deletion of a day that the rule does not name: 2024-03-13"}},
+           Case{"RRULE:FREQ=WEEKLY;COUNT=3\n" + next + "20240326T090000\nSUMMARY:x\n" + next +
+                    "20240306T090000\nSTATUS:CANCELLED\n" + next + "20240319T090000\nSUMMARY:x\n",
+                1,
+                {"a changed occurrence on a day that the rule does not name: 2024-03-26",
+                 "the deletion of a day that the rule does not name: 2024-03-06"}},
+           Case{"RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=1TU\nEXDATE:20250304T090000,20250401T090000\n",
+                1,
+                {"the deletion of a day that the rule does not name: 2025-04-01"}},
+           Case{"RRULE:FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=3;UNTIL=20240601T000000Z\n"
+                "EXDATE:20240403T090000,20240503T090000,20240605T090000\n",
+                2,
+                {}},
+       }) {
+    const CalendarItem item = Read(first + each.lines);
+    EXPECT_EQ(item.deleted.size() + item.changed.size(), each.kept) << each.lines;
+    EXPECT_EQ(item.left, each.left) << each.lines;
+  }
+}
+
 TEST_F(Calendar, AFileGivesItsItemsAndADamagedOneCostsItself) {
   const TemporaryFolder folder;
   const std::string path = folder.Write(
