@@ -216,6 +216,26 @@ TEST_F(Calendar, OccurrencesRemindersAndPeopleAreKept) {
                                      "occurrences beside the rule: 20240501T090000Z", "GEO 1;2"));
 }
 
+TEST_F(Calendar, APageInHtmlGetsTheAddressOfTheCall) {
+  struct Case {
+    const char* html;
+    const char* shown;
+  };
+  for (const Case& each : {
+           Case{"<BODY>x</Body></html>", "<BODY>x<p><a href=\"https://x.example/?a&amp;b\">"
+                                         "https://x.example/?a&amp;b</a></p></Body></html>"},
+           Case{"y", "y<p><a href=\"https://x.example/?a&amp;b\">https://x.example/?a&amp;b</a></p>"},
+           Case{"<a href='https://x.example/?a&amp;b'>", "<a href='https://x.example/?a&amp;b'>"},
+           Case{"", ""},
+       }) {
+    const CalendarItem item =
+        Read("DTSTART:20240305\nX-GOOGLE-CONFERENCE:https://x.example/?a&b\n"
+             "X-ALT-DESC;FMTTYPE=text/html:" +
+             std::string(each.html) + "\n");
+    EXPECT_EQ(item.html, each.shown);
+  }
+}
+
 TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
   const std::string first = "UID:1\nSUMMARY:Round\nDTSTART:20240305T090000\n";  // a Tuesday
   const std::string next = "END:VEVENT\nBEGIN:VEVENT\nUID:1\nRECURRENCE-ID:";
