@@ -130,6 +130,10 @@ bool SetMonthly(const Lists& lists, const CivilTime& start, Series& series) {
 // A year of several is so many months.
 bool SetYearly(const Lists& lists, const CivilTime& start, Series& series) {
   if (!lists.Within(true, true, true, true) || lists.months.size() > 1) return false;
+  // Days of the month without a month are those of every month.
+  if (lists.months.empty() && !lists.monthDays.empty()) {
+    return series.interval == 1 && SetMonthly(lists, start, series);
+  }
   const int years = series.interval;
   Lists ofMonth = lists;
   ofMonth.months.clear();

@@ -83,6 +83,8 @@ TEST_F(Calendar, RulesBecomePatternsAndLinesOfADescriptor) {
       {"FREQ=YEARLY;BYMONTH=3;BYDAY=-1SU", "5/1 Sunday month 3 index 5",
        "M,0,5.0;12;0;2024-03-05;;;", ""},
       {"FREQ=YEARLY;BYDAY=1MO", "5/1 Monday month 1 index 1", "", ""},
+      {"FREQ=YEARLY;BYMONTHDAY=15", "2/1 day 15", "M,15;1;0;2024-03-05;;;",
+       "M,6;1;0;2024-03-06;;;"},
   };
   const CalendarZone zone = *CalendarZone::ByName("America/New_York");
   for (const Case& each : cases) {
@@ -99,7 +101,8 @@ TEST_F(Calendar, RulesBecomePatternsAndLinesOfADescriptor) {
        {"FREQ=HOURLY", "FREQ=MONTHLY;BYMONTHDAY=1,15", "FREQ=MONTHLY;BYDAY=1TU,3TU",
         "FREQ=YEARLY;BYMONTH=1,7", "FREQ=YEARLY;BYWEEKNO=20", "FREQ=YEARLY;BYYEARDAY=100",
         "FREQ=MONTHLY;BYDAY=5FR", "FREQ=WEEKLY;BYMONTH=3", "FREQ=DAILY;INTERVAL=1000", "nonsense",
-        "", "FREQ=YEARLY;INTERVAL=9", "FREQ=WEEKLY;INTERVAL=100", "FREQ=MONTHLY;BYDAY=TU"}) {
+        "", "FREQ=YEARLY;INTERVAL=9", "FREQ=WEEKLY;INTERVAL=100", "FREQ=MONTHLY;BYDAY=TU",
+        "FREQ=YEARLY;INTERVAL=2;BYMONTHDAY=15"}) {
     std::vector<std::string> left;
     EXPECT_FALSE(SeriesOf(rule, start, zone, left)) << rule;
   }
@@ -222,16 +225,18 @@ TEST_F(Calendar, APageInHtmlGetsTheAddressOfTheCall) {
     const char* shown;
   };
   for (const Case& each : {
-           Case{"<BODY>x</Body></html>", "<BODY>x<p><a href=\"https://x.example/?a&amp;b\">"
-                                         "https://x.example/?a&amp;b</a></p></Body></html>"},
-           Case{"y", "y<p><a href=\"https://x.example/?a&amp;b\">https://x.example/?a&amp;b</a></p>"},
+           Case{"<BODY>x</Body></html>",
+                "<BODY>x<p><a href=\"https://x.example/?a&amp;b\">"
+                "https://x.example/?a&amp;b</a></p></Body></html>"},
+           Case{"y",
+                "y<p><a href=\"https://x.example/?a&amp;b\">https://x.example/?a&amp;b</a></p>"},
            Case{"<a href='https://x.example/?a&amp;b'>", "<a href='https://x.example/?a&amp;b'>"},
            Case{"", ""},
        }) {
-    const CalendarItem item =
-        Read("DTSTART:20240305\nX-GOOGLE-CONFERENCE:https://x.example/?a&b\n"
-             "X-ALT-DESC;FMTTYPE=text/html:" +
-             std::string(each.html) + "\n");
+    const CalendarItem item = Read(
+        "DTSTART:20240305\nX-GOOGLE-CONFERENCE:https://x.example/?a&b\n"
+        "X-ALT-DESC;FMTTYPE=text/html:" +
+        std::string(each.html) + "\n");
     EXPECT_EQ(item.html, each.shown);
   }
 }
@@ -261,6 +266,9 @@ TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
                 "EXDATE:20240403T090000,20240503T090000,20240605T090000\n",
                 2,
                 {}},
+           Case{"RRULE:FREQ=WEEKLY;BYDAY=WE\nEXDATE:20240313T090000\n",
+                1,
+                {"the first occurrence, on a day that the rule does not name: 2024-03-05"}},
        }) {
     const CalendarItem item = Read(first + each.lines);
     EXPECT_EQ(item.deleted.size() + item.changed.size(), each.kept) << each.lines;
