@@ -38,7 +38,9 @@ constexpr auto kSavedLines = std::to_array<SavedLine>({
 constexpr std::string_view kSendsReduced = "\nCatch Email Save in \r\n";
 constexpr std::string_view kReducedToNothing = "\nThe reduced mail has no text\r\n";
 
-constexpr std::string_view kWrongValue = "\nItemProps.json holds a wrong value, left out: ";
+constexpr auto kWrongValues =
+    std::to_array<std::string_view>({"\nThe descriptor holds a wrong value, left out: ",
+                                     "\nItemProps.json holds a wrong value, left out: "});
 
 std::string_view WithoutLabel(std::string_view line) {
   for (const std::string_view label : {"Error Message :", "Message :"}) {
@@ -85,16 +87,18 @@ bool EngineLogs::HasSaved(std::int32_t type) const {
 
 std::string EngineLogs::LeftOut() const {
   const std::string trace = m_trace.Added();
-  const std::string wrong = Units(kWrongValue);
   const std::string end = Units("\r\n");
   std::string text;
-  for (std::size_t at = trace.find(wrong); at != std::string::npos; at = trace.find(wrong, at)) {
-    at += wrong.size();
-    std::string name;
-    for (; at < trace.size() && trace.compare(at, end.size(), end) != 0; at += 2) {
-      if (trace[at + 1 < trace.size() ? at + 1 : at] == '\0') name += trace[at];
+  for (const std::string_view note : kWrongValues) {
+    const std::string wrong = Units(note);
+    for (std::size_t at = trace.find(wrong); at != std::string::npos; at = trace.find(wrong, at)) {
+      at += wrong.size();
+      std::string name;
+      for (; at + 1 < trace.size() && trace.compare(at, end.size(), end) != 0; at += 2) {
+        if (trace[at + 1] == '\0') name += trace[at];
+      }
+      text += (text.empty() ? "left out for a wrong value: " : ", ") + name;
     }
-    text += (text.empty() ? "left out for a wrong value: " : ", ") + name;
   }
   return text;
 }

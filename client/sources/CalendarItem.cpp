@@ -431,6 +431,10 @@ class ItemReader {
       return Leave("all occurrences but the first, of a rule that Exchange does not have:",
                    rule->value);
     }
+    if (!HasOccurrence(*m_item.series, m_item.start->wall)) {
+      m_item.series.reset();
+      return Leave("the series, whose rule ends before it begins:", rule->value);
+    }
     if (!NumberOn(*m_item.series, m_item.start->wall, m_item.start->wall)) {
       Leave("the first occurrence, on a day that the rule does not name:",
             m_item.start->wall.Date());

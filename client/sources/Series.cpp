@@ -318,6 +318,11 @@ std::optional<std::int64_t> NumberOn(const Series& series, const CivilTime& star
   return DaysOf(series, start).NumberOn(SysDayOf(day));
 }
 
+bool HasOccurrence(const Series& series, const CivilTime& start) {
+  const auto first = DaysOf(series, start).DayOf(0);
+  return first && (!series.end || *first <= SysDayOf(*series.end));
+}
+
 bool IsOver(const Series& series, const CivilTime& day, std::int64_t number) {
   if (series.end && SysDayOf(day) > SysDayOf(*series.end)) return true;
   return series.count > 0 && number >= series.count;

@@ -44,6 +44,7 @@ std::optional<Series> SeriesOf(const std::string& rule, const CivilTime& start,
 // be over by then; nothing for a day that its pattern does not name.
 std::optional<std::int64_t> NumberOn(const Series& series, const CivilTime& start,
                                      const CivilTime& day);
+bool HasOccurrence(const Series& series, const CivilTime& start);  // false where it ends before
 bool IsOver(const Series& series, const CivilTime& day, std::int64_t number);
 
 // The recurrence line of a descriptor, where a series that begins at `start` of its own zone begins

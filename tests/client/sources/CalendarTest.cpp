@@ -266,6 +266,10 @@ TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
                 "EXDATE:20240403T090000,20240503T090000,20240605T090000\n",
                 2,
                 {}},
+           Case{"RRULE:FREQ=DAILY;UNTIL=20240101T000000Z\nEXDATE:20240305T090000\n",
+                0,
+                {"the series, whose rule ends before it begins: "
+                 "FREQ=DAILY;UNTIL=20240101T000000Z"}},
            Case{"RRULE:FREQ=WEEKLY;BYDAY=WE\nEXDATE:20240313T090000\n",
                 1,
                 {"the first occurrence, on a day that the rule does not name: 2024-03-05"}},
