@@ -89,6 +89,12 @@ std::optional<CivilTime> WallOf(std::string_view value, bool& isDate, bool& isUt
   return wall;
 }
 
+// Days last as long as the clock on the wall says, 23 hours where it is put forward.
+struct Span {
+  std::int64_t days = 0;
+  std::int64_t seconds = 0;
+};
+
 // Makes one item of its component and those of its changed occurrences.
 class ItemReader {
  public:
@@ -151,28 +157,34 @@ class ItemReader {
     return asItStands ? moment.wall : m_item.zone.FromUtc(moment.utc);
   }
 
-  static std::optional<std::int64_t> SecondsOf(const ContentLine* line) {
+  static std::optional<Span> SpanOf(const ContentLine* line) {
     if (!line) return std::nullopt;
     icalerror_set_errors_are_fatal(false);
     const std::string text(mail::trimmed(line->value));
     const icaldurationtype duration = icaldurationtype_from_string(text.c_str());
     if (icaldurationtype_is_bad_duration(duration)) return std::nullopt;
-    const std::int64_t seconds = std::int64_t{duration.weeks} * 7 * kDay + duration.days * kDay +
-                                 std::int64_t{duration.hours} * 3600 +
+    const std::int64_t sign = duration.is_neg ? -1 : 1;
+    constexpr std::int64_t kMostDays = std::int64_t{100} * 366;
+    const std::int64_t days = std::int64_t{duration.weeks} * 7 + duration.days;
+    const std::int64_t seconds = std::int64_t{duration.hours} * 3600 +
                                  std::int64_t{duration.minutes} * 60 + duration.seconds;
-    constexpr std::int64_t kLongest = 100 * 366 * kDay;
-    return std::clamp(duration.is_neg ? -seconds : seconds, -kLongest, kLongest);
+    return Span{sign * std::clamp(days, -kMostDays, kMostDays),
+                sign * std::clamp(seconds, -kMostDays * kDay, kMostDays * kDay)};
   }
 
-  static Moment After(const Moment& start, std::int64_t seconds, const CalendarZone& zone) {
+  static Moment After(const Moment& start, const Span& span, const CalendarZone& zone) {
+    const std::int64_t days = span.days * kDay;
     Moment end = start;
-    end.wall = CivilTime::OfUtc(start.wall.AsUtc() + seconds);
     if (start.isDate || start.isFloating) {
+      end.wall = CivilTime::OfUtc(start.wall.AsUtc() + days + span.seconds);
       end.utc = zone.ToUtc(end.wall);
-    } else {
-      end.utc = start.utc + seconds;
-      end.wall = zone.FromUtc(end.utc);
+      return end;
     }
+    if (days != 0) {
+      end.utc = zone.ToUtc(CivilTime::OfUtc(zone.FromUtc(start.utc).AsUtc() + days));
+    }
+    end.utc += span.seconds;
+    end.wall = zone.FromUtc(end.utc);
     return end;
   }
 
@@ -197,16 +209,16 @@ class ItemReader {
     std::optional<Moment> end = MomentOf(component.First(m_item.isTask ? "DUE" : "DTEND"));
     if (!start) return end;
     if (!end) {
-      const std::optional<std::int64_t> seconds = SecondsOf(component.First("DURATION"));
-      if (m_item.isTask && !seconds) return std::nullopt;
-      end = After(*start, seconds.value_or(0), m_item.zone);
+      const std::optional<Span> span = SpanOf(component.First("DURATION"));
+      if (m_item.isTask && !span) return std::nullopt;
+      end = After(*start, span.value_or(Span{}), m_item.zone);
     }
     if (m_item.isTask) return end;
     // A day ends where the next begins; some programs name the same day.
     if (start->isDate ? end->wall < start->wall : end->utc < start->utc) {
       Leave("an end before the start:", end->wall.Text());
     }
-    if (start->isDate && end->wall <= start->wall) end = After(*start, kDay, m_item.zone);
+    if (start->isDate && end->wall <= start->wall) end = After(*start, {.days = 1}, m_item.zone);
     if (end->utc < start->utc) end = start;
     end->wall = InZone(*end);
     return end;
@@ -384,10 +396,10 @@ class ItemReader {
       }
     }
     if (!trigger) return std::nullopt;
-    if (const std::optional<std::int64_t> seconds = SecondsOf(trigger)) {
+    if (const std::optional<Span> span = SpanOf(trigger)) {
       const bool fromEnd = trigger->Has("RELATED", "END") || !start;
       const std::optional<Moment>& base = fromEnd ? end : start;
-      return base ? std::optional(base->utc + *seconds) : std::nullopt;
+      return base ? std::optional(base->utc + span->days * kDay + span->seconds) : std::nullopt;
     }
     return UtcOf(trigger);
   }

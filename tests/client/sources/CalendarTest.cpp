@@ -165,6 +165,8 @@ TEST_F(Calendar, DaysAndTimesEndAsTheirProgramMeansIt) {
            Case{"DTSTART:20240330\n", "2024-03-31T00:00:00", true},
            Case{"DTSTART;TZID=Europe/Berlin:20240330T230000\nDURATION:PT5H\n",
                 "2024-03-31T05:00:00", false},
+           Case{"DTSTART;TZID=Europe/Berlin:20240330T230000\nDURATION:P1DT5H\n",
+                "2024-04-01T04:00:00", false},
            Case{"DTSTART;TZID=Europe/Berlin:20240330T230000\nDTEND:20240331T000000Z\n",
                 "2024-03-31T01:00:00", false},
            Case{"DTSTART:20240330T230000\n", "2024-03-30T23:00:00", false},
