@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <map>
+#include <set>
 #include <span>
 
 #include <fmt/format.h>
@@ -53,6 +54,17 @@ constexpr std::array kRead = std::to_array<std::string_view>(
      "TRANSP",    "STATUS",   "CLASS",       "PRIORITY",      "CATEGORIES",
      "ORGANIZER", "ATTENDEE", "ATTACH",      "URL",           "PERCENT-COMPLETE",
      "COMPLETED", "RDATE",    "METHOD",      "REQUEST-STATUS"});
+
+// What an occurrence cannot have of its own.
+constexpr std::array kOfSeries = std::to_array<Word>({{"ATTENDEE", "the attendees"},
+                                                      {"ORGANIZER", "the organizer"},
+                                                      {"ATTACH", "the attachments"},
+                                                      {"CATEGORIES", "the categories"},
+                                                      {"CLASS", "the privacy"},
+                                                      {"PRIORITY", "the priority"},
+                                                      {"X-ALT-DESC", "the formatted text"},
+                                                      {"COMMENT", "the comment"},
+                                                      {"CONTACT", "the contact"}});
 
 const char* Translated(std::span<const Word> words, std::string_view from, const char* otherwise) {
   for (const Word& word : words) {
@@ -110,7 +122,7 @@ class ItemReader {
     ReadReminders(main);
     if (m_item.isTask) ReadTaskState(main);
     ReadSeries(main);
-    for (const IcsComponent& component : changed) ReadChanged(component);
+    for (const IcsComponent& component : changed) ReadChanged(component, main);
     for (const ContentLine& line : main.lines) {
       const bool known = std::find(kRead.begin(), kRead.end(), line.name) != kRead.end();
       if (!known && !line.name.starts_with("X-")) Leave(line.name, UnescapedText(line.value));
@@ -308,9 +320,8 @@ class ItemReader {
       }
     }
     m_item.sensitivity = Translated(kSensitivities, UpperAscii(main.Text("CLASS")), "");
-    if (m_item.isTask) return;
-    m_item.busy = BusyOf(main);
     if (UpperAscii(main.Text("STATUS")) == "CANCELLED") Leave("that it was", "cancelled");
+    if (!m_item.isTask) m_item.busy = BusyOf(main);
   }
 
   static CalendarItem::Person PersonOf(const ContentLine& line) {
@@ -338,6 +349,9 @@ class ItemReader {
       } else {
         m_item.attendees.push_back(std::move(person));
       }
+    }
+    if (m_item.isTask && m_item.organizer) {
+      Leave("the organizer of a task", m_item.organizer->address);
     }
     if (m_item.isTask && !m_item.attendees.empty()) {
       for (const CalendarItem::Person& person : m_item.attendees) {
@@ -410,7 +424,15 @@ class ItemReader {
     if (m_item.isTask) m_item.reminder.reset();
   }
 
+  // A task of Exchange has days.
+  void TellTimeOfDay(std::string_view what, const std::optional<Moment>& moment) {
+    if (!moment || moment->isDate || moment->wall.AsUtc() % kDay == 0) return;
+    Leave(fmt::format("the time of day that it {}:", what), moment->wall.Text().substr(11));
+  }
+
   void ReadTaskState(const IcsComponent& main) {
+    TellTimeOfDay("begins", m_item.start);
+    TellTimeOfDay("is due", m_item.end);
     m_item.status = Translated(kTaskStates, UpperAscii(main.Text("STATUS")), "");
     m_item.percent = NumberOf(main.Text("PERCENT-COMPLETE"));
     if (m_item.percent) m_item.percent = std::clamp(*m_item.percent, 0, 100);
@@ -488,7 +510,25 @@ class ItemReader {
     return wall;
   }
 
-  void ReadChanged(const IcsComponent& component) {
+  // The values of a property, with the answers that they name.
+  static std::multiset<std::string> ValuesOf(const IcsComponent& component, std::string_view name) {
+    std::multiset<std::string> values;
+    for (const ContentLine& line : component.lines) {
+      if (line.name == name) values.insert(line.value + "|" + std::string(line.Value("PARTSTAT")));
+    }
+    return values;
+  }
+
+  // What an occurrence does not say is as in the series.
+  void TellOfSeries(const IcsComponent& component, const IcsComponent& main, const CivilTime& at) {
+    for (const auto& [name, what] : kOfSeries) {
+      if (component.First(name) && ValuesOf(component, name) != ValuesOf(main, name)) {
+        Leave(fmt::format("{} of the occurrence of", what), at.Date());
+      }
+    }
+  }
+
+  void ReadChanged(const IcsComponent& component, const IcsComponent& main) {
     const ContentLine* id = component.First("RECURRENCE-ID");
     const std::optional<Moment> original = MomentOf(id);
     if (!original || !m_item.series) {
@@ -521,6 +561,7 @@ class ItemReader {
     changed.reminder = ReminderOf(component, start, end, nullptr);
     if (changed.reminder == m_item.reminder) changed.reminder.reset();
     m_item.changed.push_back(std::move(changed));
+    TellOfSeries(component, main, at);
   }
 
   const ZoneRules& m_rules;

@@ -272,6 +272,11 @@ TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
                 0,
                 {"the series, whose rule ends before it begins: "
                  "FREQ=DAILY;UNTIL=20240101T000000Z"}},
+           Case{"RRULE:FREQ=WEEKLY\nCATEGORIES:a\nATTENDEE:mailto:bo@x\n" + next +
+                    "20240312T090000\nATTENDEE:mailto:bo@x\nCATEGORIES:b\nCOMMENT:c\n",
+                1,
+                {"the categories of the occurrence of 2024-03-12",
+                 "the comment of the occurrence of 2024-03-12"}},
            Case{"RRULE:FREQ=WEEKLY;BYDAY=WE\nEXDATE:20240313T090000\n",
                 1,
                 {"the first occurrence, on a day that the rule does not name: 2024-03-05"}},
