@@ -78,7 +78,9 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   const int result = m_engine->Client().InsertItem(info);
   m_setup.waits->End();
   Outcome outcome = Judge(entry, item, result);
-  if (outcome.kind == Outcome::Kind::kSent && outcome.text.empty()) outcome.text = remark;
+  if (outcome.kind == Outcome::Kind::kSent && !remark.empty()) {
+    outcome.text = outcome.text.empty() ? remark : remark + "; " + outcome.text;
+  }
   return outcome;
 }
 
@@ -141,7 +143,7 @@ Outcome ItemSender::Judge(const Plan::Entry& entry, const LoadedItem& item, int 
   const std::string reason = m_logs.LastStatus();
   if (HasArrived(entry, item)) {
     const bool asExpected = result == 1 || SentReduced() != Reduction::kNone;
-    return {Outcome::Kind::kSent, asExpected ? std::string() : reason};
+    return {Outcome::Kind::kSent, asExpected ? m_logs.LeftOut() : reason};
   }
   m_folder.clear();  // a folder that could not be made fails every item until it is asked for again
   if (result == 1) return {Outcome::Kind::kNotConfirmed, WhyNotConfirmed(item)};
