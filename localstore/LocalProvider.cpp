@@ -57,6 +57,7 @@ class LocalPstStore : public rdo::PstStore {
   std::shared_ptr<rdo::Folder> RootFolder() override {
     if (!m_store) m_store = std::make_shared<OpenStore>(PstPath(), OpenStore::Mode::kExisting);
     return FolderOf(m_store, m_store->Root());
+    m_store->RequireThere();
   }
   void Save() override { m_profile->Rename(m_entry); }
 

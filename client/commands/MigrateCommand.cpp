@@ -17,6 +17,7 @@
 #include "client/run/Migration.h"
 #include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
+#include "client/run/StoreLook.h"
 #include "client/show/Console.h"
 #include "ews/Settings.h"
 
@@ -83,6 +84,7 @@ int Migrate(MigrateOptions& options, Console& console) {
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   const auto stores = ProvideIfStore(options.target, run);
   const std::vector<std::string> engineOptions =
+  RequireStoreKept(options.target, journal);
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;
   RequireLogon(options.target, engineOptions, run.Title(),

@@ -161,3 +161,21 @@ TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
 
 }  // namespace
 }  // namespace system_test
+TEST(StoreTarget, OneThatVanishesIsNotMadeAnew) {
+  const TemporaryFolder folder;
+  (void)WriteMails(folder, 120);
+  const std::string file = folder.File("Out.pst");
+  const auto arguments = ArgumentsTo(folder, "store:" + file, "run");
+  Program tarny("tarny", arguments, folder.Path());
+  while (LedgerRows(folder) < 5 || EnginesOf(folder.File("run")).empty()) {
+    ASSERT_FALSE(tarny.TryWait()) << tarny.Err();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  fs::rename(file, folder.File("Kept.pst"));
+  KillAll(EnginesOf(folder.File("run")));
+  const std::string text = "Out.pst is not there any more";
+  EXPECT_THAT(tarny.Wait(), FailsWith(text));
+  EXPECT_THAT(RunProgram("tarny", arguments, folder.Path()), FailsWith(text));
+  EXPECT_FALSE(fs::exists(file));
+}
+
