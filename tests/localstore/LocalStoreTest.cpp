@@ -216,6 +216,11 @@ TEST_F(LocalStores, WhatTheStoreSaysIsTheItemsFailureAndTheNextOneArrives) {
   EXPECT_THAT(Import(u"EMAIL", u"gone"), HasSubstr("is not there any more"));
 }
 
+  fs::create_symlink("Out.PST", folder.File("Out.PST"));  // leads nowhere: nobody can say
+  EXPECT_EQ(Import(u"EMAIL", u"fourth"), "1");
+  EXPECT_FALSE(handler.m_objRdoPstStore.GetRootFolder().IsEmpty());
+  fs::remove(folder.File("Out.PST"));
+  EXPECT_THROW((void)handler.m_objRdoPstStore.GetRootFolder(), std::runtime_error);
 TEST_F(LocalStores, WhatIsNoStoreIsLeftAlone) {
   ASSERT_TRUE(handler.LogonToStore(Path("Out.PST")));
   handler.ClearPrevisInstance();
