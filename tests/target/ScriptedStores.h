@@ -46,7 +46,10 @@ struct Script {
 struct ScriptedFolder : rdo::Folder, std::enable_shared_from_this<ScriptedFolder> {
   struct List : rdo::Folders {
     explicit List(std::shared_ptr<ScriptedFolder> of) : folder(std::move(of)) {}
-    int Count() override { return static_cast<int>(folder->children.size()); }
+    int Count() override {
+      folder->script.Call("count");
+      return static_cast<int>(folder->children.size());
+    }
     std::shared_ptr<rdo::Folder> GetFirst() override {
       folder->script.Call("first");
       next = 0;
