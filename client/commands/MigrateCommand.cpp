@@ -57,6 +57,7 @@ void LogWaits(const std::string& path) {
 // What would be sent, and whether the target would let us in. What lies on this machine is our own,
 // and not made before something is sent.
 int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
+  RequireStoreUsable(options.target);
   if (!options.target.Local() && !options.target.Store()) {
     AskSecrets(options);
     ServerWaits waits;
@@ -83,8 +84,8 @@ int Migrate(MigrateOptions& options, Console& console) {
   RequireUsableLedger(run);
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   const auto stores = ProvideIfStore(options.target, run);
-  const std::vector<std::string> engineOptions =
   RequireStoreKept(options.target, journal);
+  const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;
   RequireLogon(options.target, engineOptions, run.Title(),

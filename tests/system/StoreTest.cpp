@@ -146,12 +146,28 @@ TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
   for (const char* const name : {"Out.db", "pst", ".pst", "x.pst/Out"}) {
     const Result result = to(folder.File(name));
     EXPECT_EQ(result.status, 2) << name;
+  folder.Write("run/Profiles/Ann/profile.json", "{");
+  const Result profiles = RunProgram("tarny", {"profiles", folder.File("run")}, folder.Path());
+  EXPECT_EQ(profiles.status, 1);
+  EXPECT_THAT(profiles.out, testing::StartsWith("Ann\n  the profile "));
+  EXPECT_THAT(profiles.out, testing::EndsWith("Default\n  " + file + "\n"));
     EXPECT_THAT(result.err, HasSubstr("name ends in .pst")) << name;
   }
   EXPECT_EQ(to("").status, 2);
-  EXPECT_THAT(to(folder.File("junk.pst")), FailsWith("junk.pst cannot be used"));
-  EXPECT_THAT(to(folder.File("folder.pst")), FailsWith("folder.pst is no file"));
-  EXPECT_THAT(to(folder.File("none/Out.pst")), FailsWith("there is no folder"));
+  folder.Write("Taken.pst", "");
+  for (const char* const name : {"taken.PST", "Ta\\ken.pst", "Ta\xE4ken.pst"}) {
+    const Result result = to(folder.File(name));
+    EXPECT_EQ(result.status, 2) << name;
+    EXPECT_THAT(result.err, HasSubstr("would be taken for")) << name;
+  }
+  for (const auto& [name, reason] : {std::pair("junk.pst", "junk.pst cannot be used"),
+                                     std::pair("folder.pst", "folder.pst is no file"),
+                                     std::pair("none/Out.pst", "there is no folder")}) {
+    EXPECT_THAT(to(folder.File(name)), FailsWith(reason));
+    auto dryRun = ArgumentsTo(folder, "store:" + folder.File(name), "run");
+    dryRun.push_back("--dry-run");
+    EXPECT_THAT(RunProgram("tarny", dryRun, folder.Path()), FailsWith(reason));
+  }
   EXPECT_EQ(to(folder.File("Out.PST")).status, 0);  // a refused name bound the run to nothing
   EXPECT_THAT(to(folder.File("Other.pst")), FailsWith("belongs to a run into another target"));
   fs::resize_file(folder.File("Out.PST"), 10'000);
