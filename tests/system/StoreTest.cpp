@@ -16,6 +16,7 @@
 #include <nlohmann/json.hpp>
 
 #include "mailboxd/store/ItemDetails.h"
+#include "tests/mailboxd/HttpCall.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
 
@@ -124,6 +125,18 @@ TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
   const Result list = RunProgram("tarny", {"mailbox", "ls", "--data", file}, folder.Path());
   EXPECT_EQ(list.status, 0) << list.err;
   EXPECT_THAT(list.out, HasSubstr("Inbox"));
+  {
+    Program pages("mailboxd", {"--data", file}, folder.Path());
+    while (!pages.Out().ends_with('\n')) {
+      ASSERT_FALSE(pages.TryWait()) << pages.Err();
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    const std::string url = pages.Out().substr(pages.Out().find("http"));
+    EXPECT_THAT(mailbox_test::Send({url.substr(0, url.size() - 1) + "/"}).body,
+                HasSubstr("Brien &amp; Sons"));
+    pages.Signal(SIGTERM);
+    EXPECT_EQ(pages.Wait().status, 0);
+  }
   (void)RunProgram("tarny", {"mailbox", "export", "--data", file, folder.File("out")},
                    folder.Path());
   int exported = 0;
