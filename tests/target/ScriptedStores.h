@@ -24,6 +24,8 @@ struct Script {
   bool failsForGood = false;  // and all behind it
   bool hasSession = true;
   bool hasOutlook = true;
+  bool givesNoStore = false;  // to whoever adds one
+  int namespaces = 0;         // that are held
   std::vector<std::string> calls;
 
   void Call(const std::string& what) {
@@ -133,6 +135,7 @@ struct ScriptedStores : rdo::Stores {
   std::shared_ptr<rdo::PstStore> AddPSTStore(const CString& path, int format,
                                              const CString& name) override {
     script.Call("add " + path.ToUtf8() + " as " + std::to_string(format));
+    if (script.givesNoStore) return nullptr;
     stores.push_back({name.ToUtf8(), path.ToUtf8()});
     return std::make_shared<ScriptedStore>(script, stores.back());
   }
@@ -193,7 +196,8 @@ struct ScriptedSession : rdo::Session {
 
 struct ScriptedOutlook : rdo::OutlookApplication {
   struct Namespace : rdo::OutlookNamespace {
-    explicit Namespace(Script& of) : script(of) {}
+    explicit Namespace(Script& of) : script(of) { ++script.namespaces; }
+    ~Namespace() override { --script.namespaces; }
     void LogOn(const CString& profile, const CString& password) override {
       script.Call("O:logon '" + profile.ToUtf8() + "' '" + password.ToUtf8() + "'");
     }
@@ -210,7 +214,7 @@ struct ScriptedOutlook : rdo::OutlookApplication {
     script.Call("O:" + type.ToUtf8());
     return std::make_shared<Namespace>(script);
   }
-  void Quit() override { script.Call("O:quit"); }
+  void Quit() override { script.Call(script.namespaces ? "O:quit with a namespace" : "O:quit"); }
   Script& script;
 };
 
