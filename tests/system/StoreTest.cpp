@@ -146,6 +146,11 @@ TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
   EXPECT_GE(exported, mails);
   EXPECT_EQ(RunProgram("tarny", {"profiles", folder.File("run")}, folder.Path()).out,
             "Default\n  " + file + "\n");
+  folder.Write("run/Profiles/Ann/profile.json", "{");
+  const Result profiles = RunProgram("tarny", {"profiles", folder.File("run")}, folder.Path());
+  EXPECT_EQ(profiles.status, 1);
+  EXPECT_THAT(profiles.out, testing::StartsWith("Ann\n  the profile "));
+  EXPECT_THAT(profiles.out, testing::EndsWith("Default\n  " + file + "\n"));
 }
 
 TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
@@ -159,11 +164,6 @@ TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
   for (const char* const name : {"Out.db", "pst", ".pst", "x.pst/Out"}) {
     const Result result = to(folder.File(name));
     EXPECT_EQ(result.status, 2) << name;
-  folder.Write("run/Profiles/Ann/profile.json", "{");
-  const Result profiles = RunProgram("tarny", {"profiles", folder.File("run")}, folder.Path());
-  EXPECT_EQ(profiles.status, 1);
-  EXPECT_THAT(profiles.out, testing::StartsWith("Ann\n  the profile "));
-  EXPECT_THAT(profiles.out, testing::EndsWith("Default\n  " + file + "\n"));
     EXPECT_THAT(result.err, HasSubstr("name ends in .pst")) << name;
   }
   EXPECT_EQ(to("").status, 2);
@@ -188,8 +188,6 @@ TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
   EXPECT_THAT(to(folder.File("Out.PST")), FailsWith("Out.PST"));
 }
 
-}  // namespace
-}  // namespace system_test
 TEST(StoreTarget, OneThatVanishesIsNotMadeAnew) {
   const TemporaryFolder folder;
   (void)WriteMails(folder, 120);
@@ -208,3 +206,5 @@ TEST(StoreTarget, OneThatVanishesIsNotMadeAnew) {
   EXPECT_FALSE(fs::exists(file));
 }
 
+}  // namespace
+}  // namespace system_test
