@@ -60,7 +60,8 @@ std::vector<ews::RefusedOccurrence> FillAndSave(const IRDOMail& objMail, ews::It
   const IRDOAttachments objFiles = objMail.GetAttachments();
   for (int n = 0; n < objItem.Attachments().Count(); ++n) {
     const ews::Attachment& objFile = objItem.Attachments()[n];
-    objFiles.Add({objFile.Name(), objFile.Path(), objFile.ContentType(), objFile.ContentId()});
+    objFiles.Add({objFile.Name(), objFile.Path(), objFile.ContentType(), objFile.ContentId(),
+                  objFile.IsContactPhoto()});
   }
   objMail.Save();
   return arrRefused;

@@ -55,6 +55,10 @@ std::map<std::string, int> Described(const std::string& data) {
     // What nobody says of the others, nor of a mail without a date, is when they came.
     if (info.element == "Message" && !info.sent.empty()) text += "\n" + info.received;
     for (const auto& [name, bytes] : item.attachments) text += "\n" + name + ": " + bytes;
+    for (const mailbox::AttachmentInfo& file : item.attachmentInfos) {
+      text += "\n" + file.contentType + " " + file.contentId + (file.isInline ? " inline" : "") +
+              (file.isContactPhoto ? " photo" : "");
+    }
     ++items[WithoutNames(text)];
   }
   return items;
