@@ -14,6 +14,7 @@
 #include "client/run/OtherItems.h"
 #include "client/run/ReceivedTime.h"
 #include "client/run/StopRequest.h"
+#include "client/run/StoreLook.h"
 #include "client/run/WorkFolder.h"
 #include "mime/MailHeader.h"
 #include "mime/header/MailDate.h"
@@ -170,6 +171,7 @@ std::string ItemSender::WhyNotConfirmed(const LoadedItem& item) const {
 }
 
 void ItemSender::StartEngine() {
+  RequireStoreKept(m_setup.target, m_journal);
   std::vector<int> inherited;
   if (m_setup.localMailbox) inherited.push_back(m_setup.localMailbox->LifeLine());
   // We have logged on there: an outage that begins now is one from the first request on.
