@@ -7,8 +7,8 @@
 #include <map>
 #include <optional>
 #include <random>
-#include <regex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -34,10 +34,27 @@ std::vector<std::string> ArgumentsTo(const TemporaryFolder& folder, const std::s
 }
 
 // Boundaries and Content-IDs are made anew each time.
-std::string WithoutNames(const std::string& text) {
-  static const std::regex kSoftBreak("=\r?\n");
-  static const std::regex kName("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}");
-  return std::regex_replace(std::regex_replace(text, kSoftBreak, ""), kName, "NAME");
+bool IsName(std::string_view text) {
+  constexpr std::string_view kForm = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  return std::ranges::equal(kForm, text.substr(0, kForm.size()), [&](char form, char c) {
+    return form == '-' ? c == '-' : kDigits.find(c) != std::string_view::npos;
+  });
+}
+
+std::string WithoutNames(std::string text) {
+  for (const std::string_view softBreak : {"=\r\n", "=\n"}) {
+    std::string joined;
+    for (std::size_t at = 0, end = 0; end != text.size(); at = end + softBreak.size()) {
+      end = std::min(text.find(softBreak, at), text.size());
+      joined.append(text, at, end - at);
+    }
+    text = std::move(joined);
+  }
+  for (std::size_t at = text.find('-', 8); at < text.size(); at = text.find('-', at + 1)) {
+    if (IsName(std::string_view(text).substr(at - 8))) text.replace(at - 8, 36, "NAME");
+  }
+  return text;
 }
 
 // Each item with all that is kept of it, and how often it is there.
