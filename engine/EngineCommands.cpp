@@ -25,6 +25,11 @@ bool RefreshIsDue(double dDays) {
   return !(dSeconds < kRefreshSeconds);
 }
 
+// A store needs no token.
+bool GoesByToken(std::int32_t nConnectionType) {
+  return nConnectionType == kTokenRoute && ews::Settings().strStore.IsEmpty();
+}
+
 double DaysSince(const COleDateTime& dt) {
   return COleDateTime::GetCurrentTime().Value() - dt.Value();
 }
@@ -88,7 +93,7 @@ std::int32_t CCTarnyOutlookEngneDlg::OnCreateFolder(Bytes objBytes) {
   m_objHandler.SetFolderName(objFolder.strFolder);
   CString strTarget = m_stLogin.strTargetType;
   strTarget.Trim();
-  if (m_nConnectionType == kTokenRoute && !RefreshByConnDetail(strTarget)) {
+  if (GoesByToken(m_nConnectionType) && !RefreshByConnDetail(strTarget)) {
     return CTarnyOutlookHandler::kFailure;
   }
   const std::int32_t nResult = CreateFolderInTarget(objFolder, strTarget);
@@ -169,7 +174,7 @@ std::int32_t CCTarnyOutlookEngneDlg::OnInsertItem(Bytes objBytes) {
   CString strErr;
   m_objHandler.SetIncludeSplChar(1);
   m_objHandler.SetFlag(objItem.nFlag);
-  if (m_nConnectionType == kTokenRoute && !RefreshByTimeStamp()) {
+  if (GoesByToken(m_nConnectionType) && !RefreshByTimeStamp()) {
     if (ews::Settings().bSafe) {  // no item fails without a word
       strErr = m_objHandler.m_objWebAccess.RefreshError();
       WriteStatus(objItem, FailureStatusLine(strErr));

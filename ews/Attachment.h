@@ -23,6 +23,7 @@ class Attachment {
   const CString& ContentType() const { return m_strContentType; }
   void SetContentType(CString str) { m_strContentType = std::move(str); }
 
+  bool IsContactPhoto() const { return m_bContactPhoto; }
   void SetContactPhoto(bool bPhoto) { m_bContactPhoto = bPhoto; }
 
   // Empty until the server has told it.

@@ -134,6 +134,12 @@ std::optional<std::int64_t> Recurrence::IndexOn(const COleDateTime& dtDay) const
   return *nNumber + 1;
 }
 
+bool Recurrence::HasOccurrence() const {
+  const auto objFirst = Days().DayOf(0);
+  const auto objEnd = EndDate();
+  return objFirst && (!objEnd || *objFirst <= DayOf(*objEnd));
+}
+
 platform::SeriesDays Recurrence::Days() const {
   using Unit = platform::SeriesDays::Unit;
   platform::SeriesDays objDays;

@@ -49,6 +49,8 @@ class Recurrence {
   // days.
   std::optional<std::int64_t> IndexOn(const COleDateTime& dtDay) const;
 
+  bool HasOccurrence() const;  // false where it ends before its first one
+
   // What stands in the element Recurrence: the pattern and the range.
   // fnDay writes its days: with the offset of the machine, or as they are.
   using DayFormat = std::string (*)(const COleDateTime&);

@@ -119,6 +119,7 @@ class LocalAttachments : public rdo::Attachments {
     attachment.info.name = added.strName.ToUtf8();
     attachment.info.contentType = added.strContentType.ToUtf8();
     attachment.info.contentId = added.strContentId.ToUtf8();
+    attachment.info.isContactPhoto = added.bContactPhoto;
     attachment.content = BytesOf(added.strPath);
     m_content->item.attachments.push_back(std::move(attachment));
   }

@@ -9,6 +9,7 @@
 #include "localstore/OpenStore.h"
 #include "localstore/ProfileFile.h"
 #include "platform/Paths.h"
+#include "platform/Sqlite.h"
 
 namespace localstore {
 namespace {
@@ -56,6 +57,7 @@ class LocalPstStore : public rdo::PstStore {
   CString PstPath() override { return CString::FromUtf8(m_entry.path); }
   std::shared_ptr<rdo::Folder> RootFolder() override {
     if (!m_store) m_store = std::make_shared<OpenStore>(PstPath(), OpenStore::Mode::kExisting);
+    m_store->RequireThere();
     return FolderOf(m_store, m_store->Root());
   }
   void Save() override { m_profile->Rename(m_entry); }
@@ -135,5 +137,17 @@ class LocalSession : public rdo::Session {
 Provider::Provider(const CString& profilesFolder)
     : rdo::Provider(rdo::kSession,
                     [profilesFolder] { return std::make_shared<LocalSession>(profilesFolder); }) {}
+
+std::string StoreProblem(const std::string& path) try {
+  platform::SqliteDatabase file(OpenStore::Usable(path, OpenStore::Mode::kExisting),
+                                platform::SqliteDatabase::Open::kReadWrite);
+  file.Execute("PRAGMA query_only=ON");
+  (void)file.Prepare("SELECT count(*) FROM sqlite_master").Step();
+  return {};
+} catch (const platform::SqliteError& error) {
+  return "the store " + path + " cannot be used: " + error.what();
+} catch (const std::exception& error) {
+  return error.what();
+}
 
 }  // namespace localstore

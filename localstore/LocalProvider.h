@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/CString.h"
 #include "target/RdoProviders.h"
 
@@ -14,5 +16,9 @@ class Provider : public rdo::Provider {
  public:
   explicit Provider(const CString& profilesFolder);
 };
+
+// Why the file of that path of this system cannot be used as a store; empty where it can. It stays
+// as it is.
+std::string StoreProblem(const std::string& path);
 
 }  // namespace localstore

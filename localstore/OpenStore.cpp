@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
 
 #include "platform/Paths.h"
@@ -22,6 +24,9 @@ mailbox::Store Open(const std::string& path) try {
 std::string OpenStore::Usable(const std::string& path, Mode mode) {
   struct stat found {};
   const bool isThere = stat(path.c_str(), &found) == 0;
+  if (!isThere && errno != ENOENT) {
+    throw std::runtime_error("the store " + path + " cannot be used: " + std::strerror(errno));
+  }
   if (!isThere && mode == Mode::kExisting) throw std::runtime_error("there is no store " + path);
   if (isThere && !S_ISREG(found.st_mode)) throw std::runtime_error(path + " is no file");
   return path;
@@ -32,10 +37,10 @@ OpenStore::OpenStore(const CString& path, Mode mode)
   m_file = Look(m_path);
 }
 
-OpenStore::File OpenStore::Look(const std::string& path) {
+std::optional<OpenStore::File> OpenStore::Look(const std::string& path) {
   struct stat found {};
-  if (stat(path.c_str(), &found) != 0) return {};
-  return {found.st_dev, found.st_ino};
+  if (stat(path.c_str(), &found) == 0) return File{found.st_dev, found.st_ino};
+  return errno == ENOENT ? std::optional<File>(File{}) : std::nullopt;
 }
 
 mailbox::FolderInfo OpenStore::Root() {
@@ -46,7 +51,9 @@ mailbox::FolderInfo OpenStore::Root() {
 }
 
 void OpenStore::RequireThere() const {
-  if (Look(m_path) == m_file) return;
+  const std::optional<File> now = Look(m_path);
+  const bool isAnother = now && m_file && *now != *m_file;
+  if (!isAnother && now != File{}) return;
   throw std::runtime_error("the store " + m_path + " is not there any more");
 }
 

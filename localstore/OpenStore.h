@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 
 #include "mailboxd/store/Store.h"
@@ -15,6 +16,8 @@ class OpenStore {
   enum class Mode { kExisting, kMayCreate };
   // Throws std::runtime_error with the file's name for what cannot be used as a store.
   OpenStore(const CString& path, Mode mode);
+  // The path of this system, where a store may be there; throws the same else.
+  static std::string Usable(const std::string& path, Mode mode);
 
   mailbox::Store& Get() { return m_store; }
   mailbox::FolderInfo Root();
@@ -28,12 +31,12 @@ class OpenStore {
     ino_t inode = 0;
     bool operator==(const File&) const = default;
   };
-  static File Look(const std::string& path);  // all zero for none
-  static std::string Usable(const std::string& path, Mode mode);
+  // All zero for none; nothing where that cannot be seen, which is no loss of what was written.
+  static std::optional<File> Look(const std::string& path);
 
   std::string m_path;
   mailbox::Store m_store;
-  File m_file;
+  std::optional<File> m_file;
 };
 
 }  // namespace localstore

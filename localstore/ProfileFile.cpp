@@ -1,11 +1,16 @@
 #include "localstore/ProfileFile.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
+
+#include "platform/UniqueFd.h"
 
 namespace localstore {
 namespace {
@@ -59,7 +64,9 @@ void WriteProfile(const std::string& folder, const std::vector<StoreEntry>& stor
                 2, ' ', false, nlohmann::json::error_handler_t::replace)
          << "\n";
   stream.close();
-  if (!stream) Fail(file, "cannot be written");
+  // On the disk before it takes the old one's place.
+  const platform::UniqueFd written(open(fresh.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!stream || !written || fsync(written.Get()) != 0) Fail(file, "cannot be written");
   fs::rename(fresh, file, error);
   if (error) Fail(file, "cannot be written: " + error.message());
 }

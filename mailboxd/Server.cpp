@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -45,6 +46,10 @@ void SocketOptions(int fd) {
   ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
 }
 
+std::optional<DataFolderLock> LockOf(const ServerOptions& options) {
+  return std::make_optional<DataFolderLock>(options.dataFolder, options.lifetime);
+}
+
 }  // namespace
 
 // What its line in the log tells of a request.
@@ -57,8 +62,10 @@ class Server::Implementation {
  public:
   explicit Implementation(const ServerOptions& options)
       : m_options(options),
-        m_lock(options.dataFolder, options.lifetime),
-        m_store(options.dataFolder + "/mailbox.db"),
+        m_isStoreFile(std::filesystem::is_regular_file(options.dataFolder)),
+        m_lock(m_isStoreFile ? std::nullopt : LockOf(options)),
+        m_store(m_isStoreFile ? options.dataFolder : options.dataFolder + "/mailbox.db",
+                m_isStoreFile ? Store::Mode::kReadOnly : Store::Mode::kReadWrite),
         m_logins(options.user, options.password),
         m_log(options.logFile) {
     for (const std::string& fault : options.faults) {
@@ -119,7 +126,9 @@ class Server::Implementation {
   std::string OwnHost() const { return "127.0.0.1:" + std::to_string(m_port); }
 
   ServerOptions m_options;
-  DataFolderLock m_lock;
+  // The file of one store is shown by the pages, beside whoever writes it, and never changed.
+  const bool m_isStoreFile;
+  std::optional<DataFolderLock> m_lock;
   Store m_store;
   Faults m_faults;
   std::atomic<std::int64_t> m_requests = 0;
@@ -227,6 +236,9 @@ bool IsLoopbackName(std::string_view host) {
 }  // namespace
 
 void Server::Implementation::MakeHttp() {
+  if (m_options.https && m_isStoreFile) {
+    throw std::runtime_error("the certificate of --https needs a folder as --data");
+  }
   if (m_options.https) {
     const Certificate files = EnsureCertificate(m_options.dataFolder);
     m_certificate = files.certificateFile;
@@ -498,10 +510,9 @@ void Server::Implementation::HandlePage(const httplib::Request& request,
     response.set_header("WWW-Authenticate", "Basic realm=\"mailboxd\", charset=\"UTF-8\"");
     return;
   }
-  WebReply reply = AnswerPage(
-      m_store, request.path,
-      {request.get_param_value("page"), request.get_param_value("q"),
-       request.get_param_value("month")});
+  WebReply reply = AnswerPage(m_store, request.path,
+                              {request.get_param_value("page"), request.get_param_value("q"),
+                               request.get_param_value("month")});
   response.set_header("Content-Security-Policy", reply.policy);
   response.set_header("X-Content-Type-Options", "nosniff");
   response.set_header("Referrer-Policy", "no-referrer");

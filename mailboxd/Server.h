@@ -12,7 +12,9 @@
 namespace mailbox {
 
 struct ServerOptions {
-  std::string dataFolder;  // path of this system; made with mode 0700 when missing
+  // Path of this system, made with mode 0700 when missing; or a store's file, of which the pages
+  // alone are served.
+  std::string dataFolder;
   int port = 0;            // 0: any that is free
   bool https = false;
   // "": any login is accepted, and its name is the mailbox. Otherwise this one only, with the
@@ -27,7 +29,7 @@ struct ServerOptions {
   DataFolderLock::Lifetime lifetime = DataFolderLock::Lifetime::kUntilStopped;
 };
 
-// A mailbox server on 127.0.0.1. It holds the folder's lock while it lives.
+// A mailbox server on 127.0.0.1. It holds the folder's lock, if it has one, while it lives.
 class Server {
  public:
   // Opens the folder and the port; requests wait from here on. Throws std::runtime_error, whose

@@ -97,7 +97,9 @@ int Serve(const mailbox::ServerOptions& options) {
 void AddOptions(CLI::App& app, Arguments& arguments) {
   mailbox::ServerOptions& server = arguments.server;
   // Asked for below and not by the parser, which would name it before an option that is unknown.
-  app.add_option("--data", server.dataFolder, "Folder that holds the mailboxes")
+  app.add_option("--data", server.dataFolder,
+                 "Folder that holds the mailboxes, or the file of a store, "
+                 "whose pages alone are served then")
       ->type_name("DIR")
       ->option_text("DIR REQUIRED");
   app.add_option("--port", server.port, "Port; any that is free when left out")

@@ -67,6 +67,7 @@ void CTarnyOutlookHandler::FillAppointment(ews::Appointment& objItem, const ST_E
     const CString strRecurrence = CString(objInfo.strRecurrence).Trim();
     if (strRecurrence.IsEmpty()) return;
     ReadRecurrence(strRecurrence, objInfo.dtStartDate, kAppointmentSeries, objSeries);
+    if (!objSeries && ews::Settings().bSafe) m_objLogManager.WriteLog(kSeriesLeftOut);
   });
   if (objSeries) objItem.SetRecurrence(objSeries);
 }

@@ -104,9 +104,8 @@ bool SetEnd(const json& objJson, Recurrence& objSeries) {
   const auto nCount = PropNumber(PropAt(objJson, "count"), 1, INT_MAX);
   if (bEnd && bCount) return false;
   if (nCount) objSeries.SetNumberOfOccurrences(*nCount);
-  if (dtEnd && dtEnd->Value() < objSeries.StartDate().Value()) return false;
   if (dtEnd) objSeries.SetEndDate(*dtEnd);
-  return nCount || dtEnd;
+  return (nCount || dtEnd) && objSeries.HasOccurrence();
 }
 
 template <typename Target>

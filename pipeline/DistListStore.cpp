@@ -30,7 +30,8 @@ void CTarnyOutlookHandler::SaveDLGroup(IRDOItems* iRdoItems, CString strAddressG
     objList.SetSubject(strName);
     objList.SetDLName(strName);
   };
-  const int nCount = iRdoItems->GetCount();
+  int nCount = 0;
+  if (!Succeeds([&] { nCount = iRdoItems->GetCount(); })) return;  // else both could come twice
   IRDODistListItem objParent = FindList(*iRdoItems, nCount, strAddressGroupName);
   if (objParent.IsEmpty()) Guarded(nullptr, [&] { AddNamed(objParent, strAddressGroupName); });
   IRDODistListItem objChild = FindList(*iRdoItems, nCount, strChildGroupName);

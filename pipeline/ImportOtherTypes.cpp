@@ -22,7 +22,8 @@
 //
 // kept: a task whose folder cannot be made and a list that is refused count as saved. With the safe
 // switch they fail with the server's words, those who attend are there from the beginning, and what
-// may have been saved already is not sent again.
+// may have been saved already is not sent again. What a local store does not take is told at once,
+// with and without the switch: another folder of it would not take it, either.
 
 // What the trace is told of a save, and whether the ledger hears of it.
 struct SaveTexts {
@@ -65,10 +66,8 @@ constexpr SecondPlace kContactPlace{
     u" TYPE_CONTACT IN SAVE CATCH ",
     /*bTellsWords=*/false};
 
-// Whether a second save could bring the item twice, put it elsewhere for an outage, or is of no
-// use.
+// Whether a second save could bring the item twice, or put it elsewhere for an outage.
 bool IsFinal(const ews::Item& objItem, const std::exception& objError) {
-  if (dynamic_cast<const StoreError*>(&objError)) return true;
   const auto* pError = dynamic_cast<const ews::ServiceException*>(&objError);
   const bool bOpen = pError && (pError->Cause().bMayBeCarriedOut || pError->Cause().bOutage);
   return ews::Settings().bSafe && (bOpen || objItem.Id().IsSet());
@@ -137,7 +136,7 @@ std::optional<int> CTarnyOutlookHandler::SaveOnce(ItemRun& objRun, const ews::It
     if (objTexts.bLedgerRow) EnterLedgerRow(objRun.strMessageKey);
     return kSuccess;
   } catch (const std::exception& objError) {
-    if (!IsFinal(objItem, objError)) return std::nullopt;
+    if (!HasStore() && !IsFinal(objItem, objError)) return std::nullopt;
     return Fail(objRun, objTexts.pszFailed, objError);
   }
 }
@@ -259,8 +258,8 @@ int CTarnyOutlookHandler::ImportContact(ItemRun& objRun) {
     const int nFilled = SaveContactItem(objContact, objRun.strFilePath, &objRun.objInfo);
     m_objLogManager.WriteLog(u" TYPE_CONTACT OUT   ");
     if (nFilled != kSuccess) return kSuccess;
-  } catch (const std::exception&) {
-    return Elsewhere();
+  } catch (const std::exception& objError) {
+    return HasStore() ? Fail(objRun, kFirstContactSave.pszFailed, objError) : Elsewhere();
   }
   if (!MakeReady(objContact, objRun)) return kFailure;
   const auto nSaved =
@@ -278,8 +277,8 @@ int CTarnyOutlookHandler::ImportList(ItemRun& objRun) {
     m_objLogManager.WriteLog(u" TYPE_CONTACT Save IN   ");
     return kSuccess;
   } catch (const ews::ServiceException& objError) {
-    if (ews::Settings().bSafe) return Fail(objRun, u"The list could not be saved", objError);
-    return kSuccess;
+    if (!ews::Settings().bSafe && !HasStore()) return kSuccess;
+    return Fail(objRun, u"The list could not be saved", objError);
   } catch (const StoreError& objError) {
     return Fail(objRun, u"The list could not be saved", objError);
   } catch (...) {

@@ -1,6 +1,7 @@
 #include "pipeline/ItemComparison.h"
 
 #include <stdexcept>
+#include <vector>
 
 #include "target/CTarnyOutlookHandler.h"
 
@@ -69,9 +70,12 @@ bool CTarnyOutlookHandler::CheckIfDublicateItemPresent(CString strGroupName,
 }
 
 void CTarnyOutlookHandler::AddToGroupList(CString strGroupName, IRDOContactItem rdonote) {
-  strListGroupName.Add(strGroupName);
+  // A text that cannot be read leaves no row behind that is one in some of the lists alone.
+  std::vector<CString> arrTexts;
   (void)AllFields([&](rdo::ContactField eField) {
-    ListOf(eField).Add(rdonote.Get(eField));
+    arrTexts.push_back(rdonote.Get(eField));
     return true;
   });
+  strListGroupName.Add(strGroupName);
+  for (size_t n = 0; n < arrTexts.size(); ++n) arrListFields.at(n).Add(arrTexts[n]);
 }

@@ -122,4 +122,6 @@ void ReadRecurrence(const CString& strText, const COleDateTime& dtItemStart,
   objSeries->SetNumberOfOccurrences(NumberOf(objText.arr[3]));
   objSeries->SetStartDate(WallClock(dtFirst));
   if (!bSafe || IsDate(dtLast)) objSeries->SetEndDate(WallClock(dtLast));
+  // The service takes no item with such a series.
+  if (bSafe && !objSeries->HasOccurrence()) objSeries.reset();
 }

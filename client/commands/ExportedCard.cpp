@@ -8,6 +8,8 @@
 #include "client/commands/ExportedItem.h"
 #include "mailboxd/store/ItemFields.h"
 #include "platform/Base64.h"
+#include "platform/COleDateTime.h"
+#include "platform/Unicode.h"
 
 namespace client {
 namespace {
@@ -53,12 +55,11 @@ constexpr auto kPhones = std::to_array<Row>({
 });
 constexpr auto kAddresses = std::to_array<Row>(
     {{"ADR;TYPE=WORK", "Business"}, {"ADR;TYPE=HOME", "Home"}, {"ADR", "Other"}});
-constexpr auto kDays =
-    std::to_array<Row>({{"BDAY", "Birthday"}, {"X-ANNIVERSARY", "WeddingAnniversary"}});
 
 class CardWriter {
  public:
-  CardWriter(mailbox::Store& store, const ItemInfo& item) : m_store(store), m_item(item) {}
+  CardWriter(mailbox::Store& store, const ItemInfo& item, std::uint64_t& leftOut)
+      : m_store(store), m_item(item), m_leftOut(leftOut) {}
 
   std::string Write() {
     m_text.Raw("BEGIN:VCARD\r\nVERSION:3.0\r\n");
@@ -112,7 +113,8 @@ class CardWriter {
       m_text.Text("X-MS-IMADDRESS", EntryText(m_item, "ImAddresses", key));
     }
     WriteAddresses();
-    for (const Row& row : kDays) m_text.Text(row.property, Field(row.from).substr(0, 10));
+    WriteBirthday();
+    m_text.Text("X-ANNIVERSARY", Field("WeddingAnniversary").substr(0, 10));
     const mailbox::FieldTree children(mailbox::FindField(m_item, "Children"));
     for (const pugi::xml_node child : children.Root().children()) {
       m_text.Text("RELATED;TYPE=child;VALUE=text", child.child_value());
@@ -120,6 +122,15 @@ class CardWriter {
     m_text.Parts("CATEGORIES", m_item.categories, ',');
     if (m_item.sensitivity != "Normal") m_text.Line("CLASS", "PRIVATE");
     WritePhoto();
+  }
+
+  // A tagged field is any text.
+  void WriteBirthday() {
+    const std::string tagged = PropertyTextOf(m_item, "named:Address:id:14914");
+    const COleDateTime date = platform::ParseDateText(platform::Utf8ToUtf16(tagged));
+    const bool isDate = !tagged.empty() && date.GetStatus() == COleDateTime::valid;
+    m_text.Text("BDAY", FirstOf({Field("Birthday").substr(0, 10),
+                                 isDate ? date.Format(u"%Y-%m-%d").ToUtf8() : tagged}));
   }
 
   static std::string FirstOf(std::initializer_list<std::string> texts) {
@@ -145,8 +156,14 @@ class CardWriter {
 
   // One of an engine that does not mark it as such is known by its name.
   void WritePhoto() {
+    bool isWritten = false;
     for (const mailbox::AttachmentInfo& file : m_store.Attachments(m_item.id)) {
-      if (!file.isContactPhoto && file.contentId != "ContactPhoto.jpg") continue;
+      const bool isPhoto = file.isContactPhoto || file.contentId == "ContactPhoto.jpg";
+      if (isWritten || !isPhoto) {
+        ++m_leftOut;
+        continue;
+      }
+      isWritten = true;
       m_store.WithAttachment(file.id, [&](std::string_view bytes) {
         const char* type = bytes.starts_with("\x89PNG") ? "PNG"
                            : bytes.starts_with("GIF8")  ? "GIF"
@@ -154,19 +171,19 @@ class CardWriter {
         m_text.Line("PHOTO;ENCODING=b" + ContentParameter("TYPE", type),
                     platform::Base64Encode(bytes));
       });
-      return;
     }
   }
 
   mailbox::Store& m_store;
   const ItemInfo& m_item;
+  std::uint64_t& m_leftOut;
   ContentText m_text;
 };
 
 }  // namespace
 
-std::string CardTextOf(mailbox::Store& store, const ItemInfo& item) {
-  return CardWriter(store, item).Write();
+std::string CardTextOf(mailbox::Store& store, const ItemInfo& item, std::uint64_t& leftOut) {
+  return CardWriter(store, item, leftOut).Write();
 }
 
 }  // namespace client

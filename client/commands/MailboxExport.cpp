@@ -20,6 +20,10 @@
 namespace client {
 namespace {
 
+std::string CountOf(std::uint64_t attachments) {
+  return attachments == 1 ? "1 attachment" : fmt::format("{} attachments", attachments);
+}
+
 void MakeFolder(const std::filesystem::path& path) {
   std::error_code error;
   std::filesystem::create_directories(path, error);
@@ -48,7 +52,8 @@ class UniqueNames {
 
 struct Exported {
   std::uint64_t written = 0;
-  std::uint64_t leftOut = 0;  // of kinds that have no form as a file
+  std::uint64_t leftOut = 0;      // of kinds that have no form as a file
+  std::uint64_t attachments = 0;  // of contacts, left out
 };
 
 // What an item is written as; empty where there is nothing to write.
@@ -56,12 +61,12 @@ struct ExportedFile {
   const char* extension;
   std::string bytes;
 };
-ExportedFile FileOf(mailbox::Store& store, const mailbox::ItemInfo& item) {
+ExportedFile FileOf(mailbox::Store& store, const mailbox::ItemInfo& item, Exported& count) {
   if (item.element == "CalendarItem" || item.element == "Task") {
     return {".ics", CalendarTextOf(store, item)};
   }
   if (item.element == "Contact" || item.element == "DistributionList") {
-    return {".vcf", CardTextOf(store, item)};
+    return {".vcf", CardTextOf(store, item, count.attachments)};
   }
   std::string mime = MimeOf(store, item.id);
   if (mime.empty() && item.element == "Message") mime = ItemMime(store, item);
@@ -82,7 +87,7 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
     if (folder.total == 0) continue;
     MakeFolder(place);
     for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
-      const ExportedFile file = FileOf(store, item);
+      const ExportedFile file = FileOf(store, item, count);
       ++(file.bytes.empty() ? count.leftOut : count.written);
       if (file.bytes.empty()) continue;
       const std::string subject = item.subject.empty() ? "untitled" : item.subject;
@@ -105,8 +110,13 @@ int ExportMailboxes(mailbox::Store& store, const std::string& address, const std
     ExportMailbox(store, info.id, std::filesystem::path(out) / name, count);
   }
   std::cerr << fmt::format("{} written to {}\n", ItemCount(count.written), OneLine(out));
-  if (count.leftOut == 0) return kExitDone;
-  std::cerr << fmt::format("{} left out: there is no file for their kind\n", ItemCount(count.leftOut));
+  if (count.attachments > 0) {
+    std::cerr << fmt::format("{} left out of contacts: a card has no place for them\n",
+                             CountOf(count.attachments));
+  }
+  if (count.leftOut == 0) return count.attachments == 0 ? kExitDone : kExitFailed;
+  std::cerr << fmt::format("{} left out: there is no file for their kind\n",
+                           ItemCount(count.leftOut));
   return kExitFailed;
 }
 

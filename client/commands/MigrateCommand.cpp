@@ -17,6 +17,7 @@
 #include "client/run/Migration.h"
 #include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
+#include "client/run/StoreLook.h"
 #include "client/show/Console.h"
 #include "ews/Settings.h"
 
@@ -56,6 +57,7 @@ void LogWaits(const std::string& path) {
 // What would be sent, and whether the target would let us in. What lies on this machine is our own,
 // and not made before something is sent.
 int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
+  RequireStoreUsable(options.target);
   if (!options.target.Local() && !options.target.Store()) {
     AskSecrets(options);
     ServerWaits waits;
@@ -82,6 +84,7 @@ int Migrate(MigrateOptions& options, Console& console) {
   RequireUsableLedger(run);
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   const auto stores = ProvideIfStore(options.target, run);
+  RequireStoreKept(options.target, journal);
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
   ServerWaits waits;

@@ -1,6 +1,7 @@
 #include "client/commands/MigrateOptions.h"
 
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 #include <fmt/format.h>
@@ -9,6 +10,7 @@
 #include "client/commands/CommandFiles.h"
 #include "client/commands/Secret.h"
 #include "client/sources/SourceFiles.h"
+#include "platform/Paths.h"
 
 namespace client {
 namespace {
@@ -151,6 +153,21 @@ void RequireNothingOfServers(const MigrateOptions& options) {
   }
 }
 
+// The engine is told the path in Windows form, and takes what that form means to it: another file
+// where a name has a backslash, is no UTF-8, or is there in another case alone.
+void RequireOwnName(const std::string& file, const std::string& run) {
+  std::error_code error;
+  std::optional<platform::PathRoot> root;  // as the engine has it
+  if (!run.empty()) {
+    const auto absolute = std::filesystem::absolute(run, error);
+    root.emplace(std::filesystem::weakly_canonical(absolute, error).string());
+  }
+  const std::string taken = platform::ResolvePath(platform::ToWindowsPath(file));
+  if (taken == file) return;
+  throw UsageError(
+      fmt::format("--to store: {} would be taken for {}; give it another name", file, taken));
+}
+
 // The engine tells a store by its ending.
 void CompleteStore(MigrateOptions& options) {
   Target& target = options.target;
@@ -162,6 +179,7 @@ void CompleteStore(MigrateOptions& options) {
   target.address =
       std::string(kStore) +
       std::filesystem::weakly_canonical(std::filesystem::absolute(file), error).string();
+  RequireOwnName(target.StoreFile(), options.run);
   RequireOutside(options, "--to", file.string());
   RequireNothingOfServers(options);
   if (target.kind != "mailbox") throw UsageError("--target has no meaning with --to store:");

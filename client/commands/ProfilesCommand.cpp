@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 
@@ -24,7 +25,21 @@ struct ShownStore {
 struct ShownProfile {
   std::string name;
   std::vector<ShownStore> stores;
+  std::string problem;  // why they cannot be told; empty where they can
 };
+
+std::vector<ShownStore> StoresOf(const IRDOSession& session, const CString& profile) {
+  rdo::Logon logon;
+  logon.strProfileName = profile;
+  session.Logon(logon);
+  const iRDOStores stores = session.GetStores();
+  std::vector<ShownStore> shown;
+  for (int i = 1; i <= stores.GetCount(); ++i) {
+    const IRDOPstStore store = stores.Item(i);
+    shown.push_back({store.GetName().ToUtf8(), platform::ResolvePath(store.GetPstPath())});
+  }
+  return shown;
+}
 
 // All that a session of the engine's would find.
 std::vector<ShownProfile> Profiles() {
@@ -32,15 +47,13 @@ std::vector<ShownProfile> Profiles() {
   const IRDOProfiles profiles = session.GetProfiles();
   std::vector<ShownProfile> shown;
   for (int i = 1; i <= profiles.GetCount(); ++i) {
-    rdo::Logon logon;
-    logon.strProfileName = profiles.Item(i);
-    session.Logon(logon);
-    const iRDOStores stores = session.GetStores();
-    shown.push_back({logon.strProfileName.ToUtf8(), {}});
-    for (int j = 1; j <= stores.GetCount(); ++j) {
-      const IRDOPstStore store = stores.Item(j);
-      shown.back().stores.push_back(
-          {store.GetName().ToUtf8(), platform::ResolvePath(store.GetPstPath())});
+    const CString name = profiles.Item(i);
+    ShownProfile& profile = shown.emplace_back();
+    profile.name = name.ToUtf8();
+    try {
+      profile.stores = StoresOf(session, name);
+    } catch (const std::exception& error) {
+      profile.problem = error.what();
     }
   }
   return shown;
@@ -54,6 +67,7 @@ void PrintJson(const std::vector<ShownProfile>& profiles) {
       stores.push_back({{"name", store.name}, {"path", store.path}});
     }
     list.push_back({{"name", profile.name}, {"stores", std::move(stores)}});
+    if (!profile.problem.empty()) list.back()["problem"] = profile.problem;
   }
   std::cout << JsonText(list);
 }
@@ -61,6 +75,7 @@ void PrintJson(const std::vector<ShownProfile>& profiles) {
 void PrintText(const std::vector<ShownProfile>& profiles) {
   for (const ShownProfile& profile : profiles) {
     std::cout << OneLine(profile.name) << "\n";
+    if (!profile.problem.empty()) std::cout << "  " << OneLine(profile.problem) << "\n";
     for (const ShownStore& store : profile.stores) {
       const bool isThere = std::filesystem::exists(store.path);
       std::cout << "  " << OneLine(store.path) << (isThere ? "" : "  (not there)") << "\n";
@@ -85,7 +100,8 @@ int RunProfiles(const Arguments& arguments) {
   const localstore::Provider provider(platform::ToWindowsPath(folder));
   const std::vector<ShownProfile> profiles = Profiles();
   json ? PrintJson(profiles) : PrintText(profiles);
-  return kExitDone;
+  const bool isWhole = std::ranges::all_of(profiles, &std::string::empty, &ShownProfile::problem);
+  return isWhole ? kExitDone : kExitFailed;
 }
 
 }  // namespace client

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 
 #include <fmt/format.h>
 
 #include "client/commands/MigrateOptions.h"
 #include "client/run/StopRequest.h"
+#include "client/run/StoreLook.h"
 #include "ews/Settings.h"
 #include "platform/Paths.h"
 
@@ -15,6 +17,10 @@ namespace {
 
 // A server that was never reached is more likely misnamed than out of order.
 constexpr std::chrono::seconds kFirstPatience{30};
+
+[[noreturn]] void Refuse(const Target& target, const std::string& reason) {
+  throw RunError(fmt::format("cannot log on to the {}: {}", target.Name(), reason));
+}
 
 }  // namespace
 
@@ -27,6 +33,14 @@ std::unique_ptr<localstore::Provider> ProvideIfStore(const Target& target, const
   if (!target.Store()) return nullptr;
   return std::make_unique<localstore::Provider>(
       platform::ToWindowsPath(run.File("Profiles") + "/"));
+}
+
+void RequireStoreUsable(const Target& target) {
+  if (!target.Store()) return;
+  const std::string file = target.StoreFile();
+  const std::string problem =
+      std::filesystem::exists(file) ? localstore::StoreProblem(file) : WhyNotMade(file);
+  if (!problem.empty()) Refuse(target, problem);
 }
 
 void RequireLogon(const Target& target, const std::vector<std::string>& engineOptions,
@@ -44,8 +58,7 @@ void RequireLogon(const Target& target, const std::vector<std::string>& engineOp
   const std::string refusal = TryTarget(target);
   settings.nPatience = patience;
   waits.End();
-  if (refusal.empty()) return;
-  throw RunError(fmt::format("cannot log on to the {}: {}", target.Name(), refusal));
+  if (!refusal.empty()) Refuse(target, refusal);
 }
 
 }  // namespace client

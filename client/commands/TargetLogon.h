@@ -17,6 +17,10 @@ std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say)
 // Provides the stores that the run's engine sees, where the target is one; null otherwise.
 std::unique_ptr<localstore::Provider> ProvideIfStore(const Target& target, const RunFolder& run);
 
+// Throws RunError for a store that could be neither used nor made, and changes nothing; for another
+// target it does nothing.
+void RequireStoreUsable(const Target& target);
+
 // Makes the engine's options those of our own requests, which tell their waits like the engine's,
 // and logs on once. Throws RunError with the target's reason, UsageError for a wrong option. title
 // is the engine's. waits must outlive all requests. Without fullPatience the target is waited for

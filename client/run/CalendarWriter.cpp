@@ -82,9 +82,7 @@ json SeriesJson(const Series& series, const CivilTime& start) {
   if (series.pattern == Series::Pattern::kWeekly) object["firstDay"] = series.firstDay;
   if (series.dayOfMonth > 0) object["dayOfMonth"] = series.dayOfMonth;
   if (series.index > 0) object["index"] = IndexName(series.index);
-  const bool yearly = series.pattern == Series::Pattern::kYearly ||
-                      series.pattern == Series::Pattern::kRelativeYearly;
-  if (yearly) object["month"] = MonthName(series.month);
+  if (series.IsYearly()) object["month"] = MonthName(series.month);
   if (series.count > 0) object["count"] = series.count;
   if (series.end) object["end"] = series.end->Date();
   return object;

@@ -38,6 +38,10 @@ constexpr auto kSavedLines = std::to_array<SavedLine>({
 constexpr std::string_view kSendsReduced = "\nCatch Email Save in \r\n";
 constexpr std::string_view kReducedToNothing = "\nThe reduced mail has no text\r\n";
 
+constexpr auto kWrongValues =
+    std::to_array<std::string_view>({"\nThe descriptor holds a wrong value, left out: ",
+                                     "\nItemProps.json holds a wrong value, left out: "});
+
 std::string_view WithoutLabel(std::string_view line) {
   for (const std::string_view label : {"Error Message :", "Message :"}) {
     if (line.starts_with(label)) return mail::trimmed(line.substr(label.size()));
@@ -79,6 +83,24 @@ bool EngineLogs::HasSaved(std::int32_t type) const {
   return std::ranges::any_of(kSavedLines, [&](const SavedLine& line) {
     return line.type == type && trace.find(Units(line.text)) != std::string::npos;
   });
+}
+
+std::string EngineLogs::LeftOut() const {
+  const std::string trace = m_trace.Added();
+  const std::string end = Units("\r\n");
+  std::string text;
+  for (const std::string_view note : kWrongValues) {
+    const std::string wrong = Units(note);
+    for (std::size_t at = trace.find(wrong); at != std::string::npos; at = trace.find(wrong, at)) {
+      at += wrong.size();
+      std::string name;
+      for (; at + 1 < trace.size() && trace.compare(at, end.size(), end) != 0; at += 2) {
+        if (trace[at + 1] == '\0') name += trace[at];
+      }
+      text += (text.empty() ? "left out for a wrong value: " : ", ") + name;
+    }
+  }
+  return text;
 }
 
 Reduction EngineLogs::SentReduced() const { return ReductionIn(m_trace.Added()); }

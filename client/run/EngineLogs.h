@@ -22,6 +22,9 @@ class EngineLogs {
   // True if the trace tells of a saved item of that type (pipeline/ST_EML_INFO.h): the proof for
   // items that get no row in the ledger.
   bool HasSaved(std::int32_t type) const;
+  // What of the descriptor and of ItemProps.json the engine left out for its value, as a remark;
+  // empty when it took all.
+  std::string LeftOut() const;
   Reduction SentReduced() const;
   Reduction EndedReduced() const;  // the last item in the whole trace
 

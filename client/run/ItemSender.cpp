@@ -14,6 +14,7 @@
 #include "client/run/OtherItems.h"
 #include "client/run/ReceivedTime.h"
 #include "client/run/StopRequest.h"
+#include "client/run/StoreLook.h"
 #include "client/run/WorkFolder.h"
 #include "mime/MailHeader.h"
 #include "mime/header/MailDate.h"
@@ -78,7 +79,9 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   const int result = m_engine->Client().InsertItem(info);
   m_setup.waits->End();
   Outcome outcome = Judge(entry, item, result);
-  if (outcome.kind == Outcome::Kind::kSent && outcome.text.empty()) outcome.text = remark;
+  if (outcome.kind == Outcome::Kind::kSent && !remark.empty()) {
+    outcome.text = outcome.text.empty() ? remark : remark + "; " + outcome.text;
+  }
   return outcome;
 }
 
@@ -141,7 +144,7 @@ Outcome ItemSender::Judge(const Plan::Entry& entry, const LoadedItem& item, int 
   const std::string reason = m_logs.LastStatus();
   if (HasArrived(entry, item)) {
     const bool asExpected = result == 1 || SentReduced() != Reduction::kNone;
-    return {Outcome::Kind::kSent, asExpected ? std::string() : reason};
+    return {Outcome::Kind::kSent, asExpected ? m_logs.LeftOut() : reason};
   }
   m_folder.clear();  // a folder that could not be made fails every item until it is asked for again
   if (result == 1) return {Outcome::Kind::kNotConfirmed, WhyNotConfirmed(item)};
@@ -168,6 +171,7 @@ std::string ItemSender::WhyNotConfirmed(const LoadedItem& item) const {
 }
 
 void ItemSender::StartEngine() {
+  RequireStoreKept(m_setup.target, m_journal);
   std::vector<int> inherited;
   if (m_setup.localMailbox) inherited.push_back(m_setup.localMailbox->LifeLine());
   // We have logged on there: an outage that begins now is one from the first request on.

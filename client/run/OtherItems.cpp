@@ -52,7 +52,9 @@ Prepared PrepareCard(const std::string& workFolder, std::int32_t type, const std
   const std::vector<VCard> others(cards.begin() + 1, cards.end());
   ContactGroup group = ContactGroupOf(cards[0], others);
   std::string descriptor = GroupDescriptor(group, group.left);
-  return {std::move(descriptor), nlohmann::json::object(), std::move(group.left)};
+  nlohmann::json props = nlohmann::json::object();
+  if (!group.categories.empty()) props["categories"] = group.categories;
+  return {std::move(descriptor), std::move(props), std::move(group.left)};
 }
 
 // In the descriptor or its companion files, or of no use in a mailbox.

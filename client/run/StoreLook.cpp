@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include "client/run/Journal.h"
+#include "client/run/RunFolder.h"
 #include "ews/FolderPath.h"
 #include "platform/Paths.h"
 
@@ -25,7 +27,7 @@ ews::FoundItem Shown(const rdo::FoundItem& item) {
   return found;
 }
 
-// One that is there already, whichever profile of the session has it, is used as it is.
+// One that the default profile does not list yet is added to it.
 IRDOPstStore StoreOf(const IRDOSession& session, const CString& path) {
   session.Logon({});
   const iRDOStores stores = session.GetStores();
@@ -96,19 +98,36 @@ void StoreLook::List(const Place& place, const Take& take) {
   }
 }
 
-std::string TryStore(const Target& target) {
-  const std::filesystem::path file = target.StoreFile();
-  if (std::filesystem::exists(file)) {
-    try {
-      (void)StoreLook(target).Identity("Inbox\\");
-    } catch (const std::exception& error) {
-      return error.what();
-    }
-    return {};
-  }
+void RequireStoreKept(const Target& target, Journal& journal) {
+  if (!target.Store()) return;
+  std::error_code error;
+  const bool isGone = !std::filesystem::exists(target.StoreFile(), error) && !error;
+  if (!isGone || journal.EndedWith(ItemResult::kArrived, "").empty()) return;
+  throw RunError(
+      fmt::format("the store {} is not there any more, and items of this run are in it; put it "
+                  "back, or use another run folder for a new one",
+                  target.StoreFile()));
+}
+
+std::string WhyNotMade(const std::filesystem::path& file) {
   const std::string folder = file.parent_path().string();
   if (!std::filesystem::is_directory(folder)) return fmt::format("there is no folder {}", folder);
   if (access(folder.c_str(), W_OK) != 0) return fmt::format("{} cannot be written to", folder);
+  return {};
+}
+
+std::string TryStore(const Target& target) {
+  const std::filesystem::path file = target.StoreFile();
+  try {
+    if (std::filesystem::exists(file)) {
+      (void)StoreLook(target).Identity("Inbox\\");
+      return {};
+    }
+    if (std::string reason = WhyNotMade(file); !reason.empty()) return reason;
+    IRDOSession::Create().Logon({});
+  } catch (const std::exception& error) {
+    return error.what();
+  }
   return {};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,8 @@
 #include "target/RdoWrappers.h"
 
 namespace client {
+
+class Journal;
 
 // Looks into a store of this machine, beside the engine. A provider of sessions must be there. A
 // store that is not made yet holds nothing.
@@ -33,6 +36,13 @@ class StoreLook : public TargetLook {
   IRDOSession m_session;
   IRDOPstStore m_store;
 };
+
+// Throws RunError for a store that holds items of the run, by its journal, and whose file is not
+// there: whoever opens it next would make an empty one in its place. Nothing for another target.
+void RequireStoreKept(const Target& target, Journal& journal);
+
+// Why there can be no new file of that path; empty where there can.
+std::string WhyNotMade(const std::filesystem::path& file);
 
 // Why the store cannot be used or made; empty where it can.
 std::string TryStore(const Target& target);

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <map>
+#include <set>
 #include <span>
 
 #include <fmt/format.h>
@@ -54,6 +55,17 @@ constexpr std::array kRead = std::to_array<std::string_view>(
      "ORGANIZER", "ATTENDEE", "ATTACH",      "URL",           "PERCENT-COMPLETE",
      "COMPLETED", "RDATE",    "METHOD",      "REQUEST-STATUS"});
 
+// What an occurrence cannot have of its own.
+constexpr std::array kOfSeries = std::to_array<Word>({{"ATTENDEE", "the attendees"},
+                                                      {"ORGANIZER", "the organizer"},
+                                                      {"ATTACH", "the attachments"},
+                                                      {"CATEGORIES", "the categories"},
+                                                      {"CLASS", "the privacy"},
+                                                      {"PRIORITY", "the priority"},
+                                                      {"X-ALT-DESC", "the formatted text"},
+                                                      {"COMMENT", "the comment"},
+                                                      {"CONTACT", "the contact"}});
+
 const char* Translated(std::span<const Word> words, std::string_view from, const char* otherwise) {
   for (const Word& word : words) {
     if (word.from == from) return word.to;
@@ -89,6 +101,12 @@ std::optional<CivilTime> WallOf(std::string_view value, bool& isDate, bool& isUt
   return wall;
 }
 
+// Days last as long as the clock on the wall says, 23 hours where it is put forward.
+struct Span {
+  std::int64_t days = 0;
+  std::int64_t seconds = 0;
+};
+
 // Makes one item of its component and those of its changed occurrences.
 class ItemReader {
  public:
@@ -104,7 +122,7 @@ class ItemReader {
     ReadReminders(main);
     if (m_item.isTask) ReadTaskState(main);
     ReadSeries(main);
-    for (const IcsComponent& component : changed) ReadChanged(component);
+    for (const IcsComponent& component : changed) ReadChanged(component, main);
     for (const ContentLine& line : main.lines) {
       const bool known = std::find(kRead.begin(), kRead.end(), line.name) != kRead.end();
       if (!known && !line.name.starts_with("X-")) Leave(line.name, UnescapedText(line.value));
@@ -151,28 +169,34 @@ class ItemReader {
     return asItStands ? moment.wall : m_item.zone.FromUtc(moment.utc);
   }
 
-  static std::optional<std::int64_t> SecondsOf(const ContentLine* line) {
+  static std::optional<Span> SpanOf(const ContentLine* line) {
     if (!line) return std::nullopt;
     icalerror_set_errors_are_fatal(false);
     const std::string text(mail::trimmed(line->value));
     const icaldurationtype duration = icaldurationtype_from_string(text.c_str());
     if (icaldurationtype_is_bad_duration(duration)) return std::nullopt;
-    const std::int64_t seconds = std::int64_t{duration.weeks} * 7 * kDay + duration.days * kDay +
-                                 std::int64_t{duration.hours} * 3600 +
+    const std::int64_t sign = duration.is_neg ? -1 : 1;
+    constexpr std::int64_t kMostDays = std::int64_t{100} * 366;
+    const std::int64_t days = std::int64_t{duration.weeks} * 7 + duration.days;
+    const std::int64_t seconds = std::int64_t{duration.hours} * 3600 +
                                  std::int64_t{duration.minutes} * 60 + duration.seconds;
-    constexpr std::int64_t kLongest = 100 * 366 * kDay;
-    return std::clamp(duration.is_neg ? -seconds : seconds, -kLongest, kLongest);
+    return Span{sign * std::clamp(days, -kMostDays, kMostDays),
+                sign * std::clamp(seconds, -kMostDays * kDay, kMostDays * kDay)};
   }
 
-  static Moment After(const Moment& start, std::int64_t seconds, const CalendarZone& zone) {
+  static Moment After(const Moment& start, const Span& span, const CalendarZone& zone) {
+    const std::int64_t days = span.days * kDay;
     Moment end = start;
-    end.wall = CivilTime::OfUtc(start.wall.AsUtc() + seconds);
     if (start.isDate || start.isFloating) {
+      end.wall = CivilTime::OfUtc(start.wall.AsUtc() + days + span.seconds);
       end.utc = zone.ToUtc(end.wall);
-    } else {
-      end.utc = start.utc + seconds;
-      end.wall = zone.FromUtc(end.utc);
+      return end;
     }
+    if (days != 0) {
+      end.utc = zone.ToUtc(CivilTime::OfUtc(zone.FromUtc(start.utc).AsUtc() + days));
+    }
+    end.utc += span.seconds;
+    end.wall = zone.FromUtc(end.utc);
     return end;
   }
 
@@ -197,16 +221,16 @@ class ItemReader {
     std::optional<Moment> end = MomentOf(component.First(m_item.isTask ? "DUE" : "DTEND"));
     if (!start) return end;
     if (!end) {
-      const std::optional<std::int64_t> seconds = SecondsOf(component.First("DURATION"));
-      if (m_item.isTask && !seconds) return std::nullopt;
-      end = After(*start, seconds.value_or(0), m_item.zone);
+      const std::optional<Span> span = SpanOf(component.First("DURATION"));
+      if (m_item.isTask && !span) return std::nullopt;
+      end = After(*start, span.value_or(Span{}), m_item.zone);
     }
     if (m_item.isTask) return end;
     // A day ends where the next begins; some programs name the same day.
     if (start->isDate ? end->wall < start->wall : end->utc < start->utc) {
       Leave("an end before the start:", end->wall.Text());
     }
-    if (start->isDate && end->wall <= start->wall) end = After(*start, kDay, m_item.zone);
+    if (start->isDate && end->wall <= start->wall) end = After(*start, {.days = 1}, m_item.zone);
     if (end->utc < start->utc) end = start;
     end->wall = InZone(*end);
     return end;
@@ -233,18 +257,49 @@ class ItemReader {
         }
       }
     }
+    AddPages(main, m_item.html);
   }
 
   // Exchange has no field for the address of an event's page or of its video call: it would be a
   // meeting that nobody can join.
+  static constexpr std::array kPages = {"URL", "X-GOOGLE-CONFERENCE"};
+
   static std::string BodyOf(const IcsComponent& component) {
     std::string body = component.Text("DESCRIPTION");
-    for (const char* name : {"URL", "X-GOOGLE-CONFERENCE"}) {
+    for (const char* name : kPages) {
       const std::string page = component.Text(name);
       if (page.empty() || body.find(page) != std::string::npos) continue;
       body += (body.empty() ? "" : "\n\n") + page;
     }
     return body;
+  }
+
+  // As BodyOf for what stands in the place of the text.
+  static void AddPages(const IcsComponent& component, std::string& html) {
+    for (const char* name : kPages) {
+      const std::string page = component.Text(name);
+      const std::string shown = HtmlOf(page);
+      const bool isThere =
+          html.find(page) != std::string::npos || html.find(shown) != std::string::npos;
+      if (html.empty() || page.empty() || isThere) continue;
+      const std::size_t end = std::min(UpperAscii(html).rfind("</BODY"), html.size());
+      const bool isLink = UpperAscii(page.substr(0, 4)) == "HTTP";
+      html.insert(end, isLink ? fmt::format("<p><a href=\"{0}\">{0}</a></p>", shown)
+                              : fmt::format("<p>{}</p>", shown));
+    }
+  }
+
+  static std::string HtmlOf(std::string_view text) {
+    std::string html;
+    for (const char c : text) {
+      const char* entity = c == '&'   ? "&amp;"
+                           : c == '<' ? "&lt;"
+                           : c == '>' ? "&gt;"
+                           : c == '"' ? "&quot;"
+                                      : nullptr;
+      entity ? html.append(entity) : html.append(1, c);
+    }
+    return html;
   }
 
   static std::string BusyOf(const IcsComponent& component) {
@@ -265,9 +320,8 @@ class ItemReader {
       }
     }
     m_item.sensitivity = Translated(kSensitivities, UpperAscii(main.Text("CLASS")), "");
-    if (m_item.isTask) return;
-    m_item.busy = BusyOf(main);
     if (UpperAscii(main.Text("STATUS")) == "CANCELLED") Leave("that it was", "cancelled");
+    if (!m_item.isTask) m_item.busy = BusyOf(main);
   }
 
   static CalendarItem::Person PersonOf(const ContentLine& line) {
@@ -295,6 +349,9 @@ class ItemReader {
       } else {
         m_item.attendees.push_back(std::move(person));
       }
+    }
+    if (m_item.isTask && m_item.organizer) {
+      Leave("the organizer of a task", m_item.organizer->address);
     }
     if (m_item.isTask && !m_item.attendees.empty()) {
       for (const CalendarItem::Person& person : m_item.attendees) {
@@ -353,10 +410,10 @@ class ItemReader {
       }
     }
     if (!trigger) return std::nullopt;
-    if (const std::optional<std::int64_t> seconds = SecondsOf(trigger)) {
+    if (const std::optional<Span> span = SpanOf(trigger)) {
       const bool fromEnd = trigger->Has("RELATED", "END") || !start;
       const std::optional<Moment>& base = fromEnd ? end : start;
-      return base ? std::optional(base->utc + *seconds) : std::nullopt;
+      return base ? std::optional(base->utc + span->days * kDay + span->seconds) : std::nullopt;
     }
     return UtcOf(trigger);
   }
@@ -367,7 +424,15 @@ class ItemReader {
     if (m_item.isTask) m_item.reminder.reset();
   }
 
+  // A task of Exchange has days.
+  void TellTimeOfDay(std::string_view what, const std::optional<Moment>& moment) {
+    if (!moment || moment->isDate || moment->wall.AsUtc() % kDay == 0) return;
+    Leave(fmt::format("the time of day that it {}:", what), moment->wall.Text().substr(11));
+  }
+
   void ReadTaskState(const IcsComponent& main) {
+    TellTimeOfDay("begins", m_item.start);
+    TellTimeOfDay("is due", m_item.end);
     m_item.status = Translated(kTaskStates, UpperAscii(main.Text("STATUS")), "");
     m_item.percent = NumberOf(main.Text("PERCENT-COMPLETE"));
     if (m_item.percent) m_item.percent = std::clamp(*m_item.percent, 0, 100);
@@ -400,6 +465,14 @@ class ItemReader {
       return Leave("all occurrences but the first, of a rule that Exchange does not have:",
                    rule->value);
     }
+    if (!HasOccurrence(*m_item.series, m_item.start->wall)) {
+      m_item.series.reset();
+      return Leave("the series, whose rule ends before it begins:", rule->value);
+    }
+    if (!NumberOn(*m_item.series, m_item.start->wall, m_item.start->wall)) {
+      Leave("the first occurrence, on a day that the rule does not name:",
+            m_item.start->wall.Date());
+    }
     for (const ContentLine& line : main.lines) {
       if (line.name == "EXDATE") ReadDeleted(line);
     }
@@ -412,11 +485,18 @@ class ItemReader {
     for (const std::string& value : SplitValue(line.value, ',')) {
       one.value = value;
       if (const std::optional<Moment> moment = MomentOf(&one)) {
-        m_item.deleted.push_back(OccurrenceOf(*moment));
+        Delete(OccurrenceOf(*moment));
       } else {
         Leave("a deleted occurrence without a date:", value);
       }
     }
+  }
+
+  // A day that the series does not reach has nothing to delete.
+  void Delete(const CivilTime& at) {
+    const auto number = NumberOn(*m_item.series, m_item.start->wall, at);
+    if (!number) return Leave("the deletion of a day that the rule does not name:", at.Date());
+    if (!IsOver(*m_item.series, at, *number)) m_item.deleted.push_back(at);
   }
 
   // The start that a date means: a day alone means the occurrence of that day.
@@ -430,7 +510,25 @@ class ItemReader {
     return wall;
   }
 
-  void ReadChanged(const IcsComponent& component) {
+  // The values of a property, with the answers that they name.
+  static std::multiset<std::string> ValuesOf(const IcsComponent& component, std::string_view name) {
+    std::multiset<std::string> values;
+    for (const ContentLine& line : component.lines) {
+      if (line.name == name) values.insert(line.value + "|" + std::string(line.Value("PARTSTAT")));
+    }
+    return values;
+  }
+
+  // What an occurrence does not say is as in the series.
+  void TellOfSeries(const IcsComponent& component, const IcsComponent& main, const CivilTime& at) {
+    for (const auto& [name, what] : kOfSeries) {
+      if (component.First(name) && ValuesOf(component, name) != ValuesOf(main, name)) {
+        Leave(fmt::format("{} of the occurrence of", what), at.Date());
+      }
+    }
+  }
+
+  void ReadChanged(const IcsComponent& component, const IcsComponent& main) {
     const ContentLine* id = component.First("RECURRENCE-ID");
     const std::optional<Moment> original = MomentOf(id);
     if (!original || !m_item.series) {
@@ -440,8 +538,12 @@ class ItemReader {
       Leave("that a change goes on behind", original->wall.Date());
     }
     const CivilTime at = OccurrenceOf(*original);
-    if (UpperAscii(component.Text("STATUS")) == "CANCELLED") return m_item.deleted.push_back(at);
+    if (UpperAscii(component.Text("STATUS")) == "CANCELLED") return Delete(at);
     if (m_item.isTask) return Leave("a changed occurrence of a task:", at.Text());
+    const auto number = NumberOn(*m_item.series, m_item.start->wall, at);
+    if (!number || IsOver(*m_item.series, at, *number)) {
+      return Leave("a changed occurrence on a day that the rule does not name:", at.Date());
+    }
     std::optional<Moment> start = MomentOf(component.First("DTSTART"));
     if (!start) start = original;
     const std::optional<Moment> end = EndOf(component, start);
@@ -459,6 +561,7 @@ class ItemReader {
     changed.reminder = ReminderOf(component, start, end, nullptr);
     if (changed.reminder == m_item.reminder) changed.reminder.reset();
     m_item.changed.push_back(std::move(changed));
+    TellOfSeries(component, main, at);
   }
 
   const ZoneRules& m_rules;

@@ -74,6 +74,11 @@ constexpr std::array kSilent = std::to_array<std::string_view>({"VERSION",
                                                                 "MAILER",
                                                                 "X-MS-OL-DEFAULT-POSTAL-ADDRESS"});
 
+// What a group has, and what says that it is one.
+constexpr std::array kOfGroup =
+    std::to_array<std::string_view>({"FN", "N", "NOTE", "CATEGORIES", "X-EVOLUTION-LIST",
+                                     "X-EVOLUTION-LIST-SHOW_ADDRESSES", "X-EVOLUTION-FILE-AS"});
+
 // A number by the words of its types and label, all of which it must have: the kinds of Exchange
 // that it may take, the first that is free.
 using Kinds = std::array<const char*, 4>;
@@ -183,6 +188,17 @@ bool IsPicture(std::string_view bytes) {
                      [&](std::string_view begin) { return bytes.starts_with(begin); });
 }
 
+void AddCategories(const ContentLine& property, std::vector<std::string>& categories) {
+  for (std::string& category : SplitValue(property.value, ',')) {
+    category = mail::trimmed(category);
+    if (!category.empty()) categories.push_back(std::move(category));
+  }
+}
+
+std::string Told(std::string_view value) {
+  return std::string(CutAtCharacter(value, kLongestTold));
+}
+
 // Takes a card apart, property by property.
 class CardReader {
  public:
@@ -221,7 +237,7 @@ class CardReader {
     if (name == "URL") return TakePage(property);
     if (name == "NOTE") return TakeNote(property);
     if (name == "PHOTO") return TakePhoto(property);
-    if (name == "CATEGORIES") return TakeCategories(property);
+    if (name == "CATEGORIES") return AddCategories(property, m_contact.categories);
     if (name == "BDAY") return TakeDate(property, m_contact.birthday);
     if (name == "ANNIVERSARY" || name == "X-ANNIVERSARY" || name == "X-EVOLUTION-ANNIVERSARY" ||
         name == "X-KADDRESSBOOK-X-ANNIVERSARY") {
@@ -335,13 +351,6 @@ class CardReader {
     m_contact.photo = property.value;
   }
 
-  void TakeCategories(const ContentLine& property) {
-    for (std::string& category : SplitValue(property.value, ',')) {
-      category = mail::trimmed(category);
-      if (!category.empty()) m_contact.categories.push_back(std::move(category));
-    }
-  }
-
   void TakeDate(const ContentLine& property, std::string& date) {
     std::string text = DateOf(property);
     if (text.empty() || !date.empty()) return Leave(property.name, property.value);
@@ -428,8 +437,16 @@ ContactGroup ContactGroupOf(const VCard& card, const std::vector<VCard>& others)
   const bool list = card.First("X-EVOLUTION-LIST") != nullptr;
   for (const ContentLine& property : card.properties) {
     const std::string value = TextOf(property);
-    if (list && property.name == "EMAIL") group.members.push_back({value, ""});
-    if (!IsMember(property)) continue;
+    if (list && property.name == "EMAIL") {
+      group.members.push_back({value, ""});
+      continue;
+    }
+    if (property.name == "CATEGORIES") AddCategories(property, group.categories);
+    if (!IsMember(property)) {
+      if (value.empty() || In(kOfGroup, property.name) || In(kSilent, property.name)) continue;
+      group.left.push_back(property.name + (HoldsBytes(property) ? "" : " " + Told(value)));
+      continue;
+    }
     if (UpperAscii(value.substr(0, 7)) == "MAILTO:") {
       group.members.push_back({value.substr(7), ""});
     } else if (const auto found = cards.find(MemberUid(value));

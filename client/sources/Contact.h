@@ -50,6 +50,7 @@ struct ContactGroup {
   std::string name;
   std::string description;
   std::vector<Contact::Email> members;
+  std::vector<std::string> categories;
   std::vector<std::string> left;
 };
 

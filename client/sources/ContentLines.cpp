@@ -69,6 +69,15 @@ void ParseHead(std::string_view head, ContentLine& line) {
   }
 }
 
+// Of a line that ends within its value and goes on as quoted-printable does: a blank that begins
+// the next one belongs to the text.
+bool GoesOnAsQuotedPrintable(std::string_view line) {
+  if (!line.ends_with('=')) return false;
+  const std::size_t colon = FindUnquoted(line, ":", 0);
+  return colon != std::string_view::npos &&
+         UpperAscii(line.substr(0, colon)).find("QUOTED-PRINTABLE") != std::string::npos;
+}
+
 }  // namespace
 
 std::string_view ContentLine::Value(std::string_view wanted) const {
@@ -102,7 +111,8 @@ bool ContentLineReader::Next(ContentLine& line) {
   m_begin = m_at;
   std::string whole(PeekRaw());
   SkipRaw();
-  while (!AtEnd() && IsBlank(m_text[m_at])) {
+  const bool isWhole = GoesOnAsQuotedPrintable(whole);
+  while (!isWhole && !AtEnd() && IsBlank(m_text[m_at])) {
     whole += PeekRaw().substr(1);
     SkipRaw();
   }

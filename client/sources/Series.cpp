@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <set>
 
 #include <fmt/format.h>
 #include <libical/ical.h>
+
+#include "platform/SeriesDays.h"
 
 namespace client {
 namespace {
@@ -127,6 +130,10 @@ bool SetMonthly(const Lists& lists, const CivilTime& start, Series& series) {
 // A year of several is so many months.
 bool SetYearly(const Lists& lists, const CivilTime& start, Series& series) {
   if (!lists.Within(true, true, true, true) || lists.months.size() > 1) return false;
+  // Days of the month without a month are those of every month.
+  if (lists.months.empty() && !lists.monthDays.empty()) {
+    return series.interval == 1 && SetMonthly(lists, start, series);
+  }
   const int years = series.interval;
   Lists ofMonth = lists;
   ofMonth.months.clear();
@@ -210,6 +217,39 @@ int WeekdayOf(const std::string& name) {
   return -1;
 }
 
+// Bits of the days of the week that a name means, Sunday's is the lowest.
+unsigned WeekdayBits(const std::string& name) {
+  constexpr unsigned kEveryDay = 0x7F;
+  constexpr unsigned kWeekend = 0x41;
+  if (name == "Day") return kEveryDay;
+  if (name == "Weekday") return kEveryDay & ~kWeekend;
+  if (name == "WeekendDay") return kWeekend;
+  return 1U << WeekdayOf(name);
+}
+
+platform::SeriesDays::Day SysDayOf(const CivilTime& time) {
+  return std::chrono::year(time.year) / time.month / time.day;
+}
+
+platform::SeriesDays DaysOf(const Series& series, const CivilTime& start) {
+  using Unit = platform::SeriesDays::Unit;
+  platform::SeriesDays days;
+  const bool isWeekly = series.pattern == Series::Pattern::kWeekly;
+  days.eUnit = series.pattern == Series::Pattern::kDaily ? Unit::kDay
+               : isWeekly                                ? Unit::kWeek
+                                                         : Unit::kMonth;
+  const bool isYearly = series.IsYearly();
+  days.nInterval = isYearly ? 12 : series.interval;
+  if (isYearly) days.objMonth = std::chrono::month(static_cast<unsigned>(series.month));
+  for (const std::string& name : series.days) days.nWeekdays |= WeekdayBits(name);
+  const int firstDay = WeekdayOf(series.firstDay);
+  days.objFirstOfWeek = std::chrono::weekday(static_cast<unsigned>(firstDay));
+  days.nDayOfMonth = static_cast<unsigned>(series.dayOfMonth);
+  if (series.index > 0) days.nPlace = static_cast<std::size_t>(series.index - 1);
+  days.objFirst = SysDayOf(start);
+  return days;
+}
+
 // "W,3" and its like; empty for what no code says. `shift` is by how many days the engine's date is
 // ahead of the series' own.
 std::string CodeOf(const Series& series, const CivilTime& start, const CivilTime& local,
@@ -273,6 +313,21 @@ std::optional<Series> SeriesOf(const std::string& rule, const CivilTime& start,
   return series;
 }
 
+std::optional<std::int64_t> NumberOn(const Series& series, const CivilTime& start,
+                                     const CivilTime& day) {
+  return DaysOf(series, start).NumberOn(SysDayOf(day));
+}
+
+bool HasOccurrence(const Series& series, const CivilTime& start) {
+  const auto first = DaysOf(series, start).DayOf(0);
+  return first && (!series.end || *first <= SysDayOf(*series.end));
+}
+
+bool IsOver(const Series& series, const CivilTime& day, std::int64_t number) {
+  if (series.end && SysDayOf(day) > SysDayOf(*series.end)) return true;
+  return series.count > 0 && number >= series.count;
+}
+
 std::string RecurrenceText(const Series& series, const CivilTime& start, const CivilTime& local) {
   const auto day = [](const CivilTime& time) {
     return CivilTime{time.year, time.month, time.day, 0, 0, 0}.AsUtc() / 86400;
@@ -280,9 +335,7 @@ std::string RecurrenceText(const Series& series, const CivilTime& start, const C
   const auto shift = static_cast<int>(day(local) - day(start));
   const std::string code = CodeOf(series, start, local, shift);
   if (code.empty()) return {};
-  const bool years = series.pattern == Series::Pattern::kYearly ||
-                     series.pattern == Series::Pattern::kRelativeYearly;
-  const int interval = years && code[0] == 'M' ? 12 : series.interval;
+  const int interval = series.IsYearly() && code[0] == 'M' ? 12 : series.interval;
   const std::string end =
       series.end ? CivilTime::OfUtc(series.end->AsUtc() + shift * 86400).Date() : "";
   // Code D takes its end from the last field, tasks from the one before it.

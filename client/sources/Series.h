@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,12 +29,23 @@ struct Series {
 
   int count = 0;                 // of occurrences; 0 where something else ends it
   std::optional<CivilTime> end;  // the day of the last one
+
+  bool IsYearly() const {
+    return pattern == Pattern::kYearly || pattern == Pattern::kRelativeYearly;
+  }
 };
 
 // The rule of a calendar (RFC 5545) for what begins at `start`, the wall clock of `zone`. Nothing
 // where Exchange has no such pattern. What it has nearly is taken and told in `left`.
 std::optional<Series> SeriesOf(const std::string& rule, const CivilTime& start,
                                const CalendarZone& zone, std::vector<std::string>& left);
+
+// Which occurrence of a series that begins at `start` is on that day, from 0, though the series may
+// be over by then; nothing for a day that its pattern does not name.
+std::optional<std::int64_t> NumberOn(const Series& series, const CivilTime& start,
+                                     const CivilTime& day);
+bool HasOccurrence(const Series& series, const CivilTime& start);  // false where it ends before
+bool IsOver(const Series& series, const CivilTime& day, std::int64_t number);
 
 // The recurrence line of a descriptor, where a series that begins at `start` of its own zone begins
 // at `local` of the engine's. A line carries one day of a week, that of the first occurrence.

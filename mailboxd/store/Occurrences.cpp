@@ -11,6 +11,7 @@ namespace mailbox {
 namespace {
 
 constexpr const char* kRoot = "t:Occurrences";
+constexpr std::int64_t kLongestSeen = 366 * 86400;  // seconds before its start is looked for
 constexpr std::string_view kDeleted = "t:Deleted";
 constexpr std::string_view kChanged = "t:Changed";
 
@@ -100,14 +101,20 @@ pugi::xml_node Occurrences::ChangedEntry(std::int64_t number) const {
 }
 
 std::vector<Occurrences::Place> Occurrences::Between(std::int64_t from, std::int64_t to) const {
+  const auto isSeen = [&](std::int64_t start, std::int64_t end) {
+    return start < to && (start >= from || end > from);
+  };
   std::vector<Place> places;
-  for (const Series::Occurrence& one : m_series.Between(from, to)) {
-    if (!m_entries.contains(one.number)) places.push_back({one.number, one.start, false});
+  const std::int64_t length = std::clamp<std::int64_t>(m_length, 0, kLongestSeen);
+  for (const Series::Occurrence& one : m_series.Between(from - length, to)) {
+    if (m_entries.contains(one.number) || !isSeen(one.start, one.start + length)) continue;
+    places.push_back({one.number, one.start, false});
   }
   for (const auto& [number, entry] : m_entries) {  // they may have been moved
     const auto item = At(number);
     const auto start = item ? ReadSeconds(item->starts) : std::nullopt;
-    if (start && *start >= from && *start < to) places.push_back({number, *start, true});
+    if (!start || !isSeen(*start, ReadSeconds(item->ends).value_or(*start))) continue;
+    places.push_back({number, *start, true});
   }
   std::ranges::sort(places, {}, &Place::start);
   return places;

@@ -35,7 +35,7 @@ class Occurrences {
   // Nothing for an item that is no series. The item must outlive this.
   static std::optional<Occurrences> Of(const ItemInfo& master);
 
-  // Those that start from `from` on and before `to`, by their start.
+  // Those that start from `from` on and before `to`, and those that reach into it, by their start.
   std::vector<Place> Between(std::int64_t from, std::int64_t to) const;
   // An occurrence as an item by itself, with the row of its series; nothing for a number that the
   // series does not have, and for one that was deleted.

@@ -76,6 +76,7 @@ void AddSeries(std::vector<ItemInfo> series, std::int64_t from, std::int64_t to,
     const auto once = ReadSeconds(item.starts);  // what is shown of one that is not understood
     std::vector<Occurrences::Place> places;
     if (repeats) places = repeats->Between(from, to);
+    std::erase_if(places, [&](const auto& place) { return place.start < from; });
     if (!repeats && once && *once >= from) places.push_back({0, *once, false});
     std::vector<std::string> starts;  // of those that are as the series says
     for (const Occurrences::Place& place : places) {

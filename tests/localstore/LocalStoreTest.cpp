@@ -9,6 +9,7 @@
 #include <string>
 
 #include "ews/Contact.h"
+#include "ews/Settings.h"
 #include "mailboxd/store/ItemFields.h"
 #include "mailboxd/store/Store.h"
 #include "pipeline/ItemComparison.h"
@@ -138,6 +139,10 @@ TEST_F(LocalStores, AFolderMayHaveAnyNameButNoneAndATooLongOne) {
     EXPECT_TRUE(handler.m_objCurrFolder.IsEmpty());
     EXPECT_EQ(Import(u"EMAIL", u"lost"), "The folder could not be made in the store.");
   }
+  ews::Settings().bSafe = true;
+  handler.GoToStoreFolder(u"Inbox\\" + std::u16string(256, u'x') + u"\\", 0);
+  EXPECT_THAT(Import(u"EMAIL", u"lost"), HasSubstr("The folder's name is too long"));
+  ews::Settings().bSafe = false;
 }
 
 TEST_F(LocalStores, ContactsAreComparedAndListsJoinedInAStore) {
@@ -211,6 +216,11 @@ TEST_F(LocalStores, WhatTheStoreSaysIsTheItemsFailureAndTheNextOneArrives) {
   ASSERT_EQ(Import(u"EMAIL", u"third"), "1");
   EXPECT_EQ(handler.m_objCurrFolder.GetItems().GetCount(), 3);
   fs::rename(folder.File("Out.PST"), folder.File("Gone.PST"));
+  fs::create_symlink("Out.PST", folder.File("Out.PST"));  // leads nowhere: nobody can say
+  EXPECT_EQ(Import(u"EMAIL", u"fourth"), "1");
+  EXPECT_FALSE(handler.m_objRdoPstStore.GetRootFolder().IsEmpty());
+  fs::remove(folder.File("Out.PST"));
+  EXPECT_THROW((void)handler.m_objRdoPstStore.GetRootFolder(), std::runtime_error);
   EXPECT_THAT(Import(u"EMAIL", u"gone"), HasSubstr("is not there any more"));
   folder.Write("Out.PST", "another file");
   EXPECT_THAT(Import(u"EMAIL", u"gone"), HasSubstr("is not there any more"));
@@ -235,6 +245,10 @@ TEST_F(LocalStores, WhatIsNoStoreIsLeftAlone) {
   }
   handler.ClearPrevisInstance();
   handler.m_objCurrFolder.Release();
+  for (const char* const end : {"-wal", "-shm"}) fs::remove(folder.File("Out.PST") + end);
+  folder.Write("Out.PST", std::string(5000, 'j'));  // and listed all the same
+  EXPECT_FALSE(handler.LogonToStore(Path("Out.PST")));
+  handler.ClearPrevisInstance();
   for (const char* const end : {"", "-wal", "-shm"}) fs::remove(folder.File("Out.PST") + end);
   EXPECT_TRUE(handler.LogonToStore(Path("Out.PST")));
   handler.ClearPrevisInstance();

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <map>
+#include <optional>
 #include <stdexcept>
 
 #include "target/CTarnyOutlookHandler.h"
@@ -29,10 +30,14 @@ struct Person : Plain<rdo::ContactItem> {
   CString MessageClass() override { return messageClass; }
   void SetSubject(const CString&) override {}
   void Save() override {}
-  CString Text(ContactField field) override { return texts[field]; }
+  CString Text(ContactField field) override {
+    if (field == unreadable) throw std::runtime_error("no text");
+    return texts[field];
+  }
 
   CString messageClass = u"IPM.Contact";
   std::map<ContactField, CString> texts;
+  std::optional<ContactField> unreadable;
 };
 
 struct List : Plain<rdo::DistListItem> {
@@ -55,7 +60,10 @@ struct List : Plain<rdo::DistListItem> {
 };
 
 struct Folder : rdo::Items {
-  int Count() override { return static_cast<int>(items.size()); }
+  int Count() override {
+    if (uncounted) throw std::runtime_error("no count");
+    return static_cast<int>(items.size());
+  }
   std::shared_ptr<rdo::Item> At(int index) override { return items.at(size_t(index) - 1); }
   std::shared_ptr<rdo::Item> Add(const CString& messageClass) override {
     if (full) throw std::runtime_error("full");
@@ -69,6 +77,7 @@ struct Folder : rdo::Items {
 
   std::vector<std::shared_ptr<rdo::Item>> items;
   bool full = false;
+  bool uncounted = false;
 };
 
 class ItemComparison : public testing::Test {
@@ -136,7 +145,11 @@ TEST_F(ItemComparison, WhatWasSeenIsKnownWithinItsGroup) {
   EXPECT_FALSE(ann.IsEmpty());
   EXPECT_TRUE(handler.CheckIfDublicateItemPresent(u"Crew", &ann));
   EXPECT_TRUE(ann.IsEmpty());
+  const auto eve = NewPerson(u"Eve");
+  eve->unreadable = ContactField::Body;
+  EXPECT_ANY_THROW(handler.AddToGroupList(u"Crew", IRDOContactItem(eve)));
   EXPECT_EQ(strListGroupName.GetSize(), 2);
+  for (const CStringArray& list : arrListFields) EXPECT_EQ(list.GetSize(), 2);
   arrListFields[0].Add(u"a row without a group");
   IRDOContactItem bob(NewPerson(u"Bob"));
   EXPECT_THROW(handler.CheckIfDublicateItemPresent(u"Crew", &bob), std::invalid_argument);
@@ -155,6 +168,11 @@ TEST_F(ItemComparison, AListIsMadeWhereItIsMissingAndItsChildAdded) {
   store->full = true;
   handler.SaveDLGroup(&items, u"None", u"Crew");
   EXPECT_THAT(g_calls, ElementsAre("save Crew"));
+  g_calls.clear();
+  store->full = false;
+  store->uncounted = true;
+  handler.SaveDLGroup(&items, u"All", u"Crew");
+  EXPECT_THAT(g_calls, ElementsAre());  // nobody knows whether they are there
 }
 
 }  // namespace

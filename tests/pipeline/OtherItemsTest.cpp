@@ -298,6 +298,7 @@ TEST(OtherItems, ATaskWithABadSeriesIsLostOnlyWithoutTheSafeSwitch) {
        "Weekly Interval 2 DaysOfWeek Wednesday;"
        " Numbered StartDate 2024-03-13 NumberOfOccurrences 10"},
       {u"Q,1;1;1;2024-03-13;2024-03-13;;", "lost", "-"},
+      {u"W,3;2;10;2024-03-13;2024-03-12;;", "lost", "-"},
       {u"", "-"},
   };
   for (const SeriesRow& row : rows) {

@@ -112,17 +112,21 @@ TEST_F(DateText, MonthsHaveNamesInTheLocalesLanguageAndInEnglish) {
 }
 
 TEST_F(DateText, ATimeStandsBeforeOrBehindOrAlone) {
-  for (const char16_t* text : {u"3/5/2024 13:05", u"3/5/2024 1:05 PM", u"13:05:00 3/5/2024",
-                               u"1:05pm March 5, 2024", u"  3/5/24\t01:05:00\u202Fpm "}) {
+  for (const char16_t* text :
+       {u"3/5/2024 13:05", u"3/5/2024 1:05 PM", u"13:05:00 3/5/2024", u"1:05pm March 5, 2024",
+        u"3/5/2024, 1:05 PM", u"March 5, 2024, 13:05", u"  3/5/24\t01:05:00\u202Fpm "}) {
     EXPECT_EQ(Read("C", text), kAfternoon);
   }
+  EXPECT_EQ(Read("C", u"3/5/2024 1 PM"), "2024-03-05 13:00:00");
+  EXPECT_EQ(Read("C", u"12am March 5, 2024"), "2024-03-05 00:00:00");
   EXPECT_EQ(Read("ko_KR", u"2024. 3. 5. 오후 1:05"), kAfternoon);
   EXPECT_EQ(Read("es_ES", u"5/3/2024 1:05 p.\u00A0m."), kAfternoon);
   EXPECT_EQ(Read("es_ES", u"5/3/2024 1:05 p. m."), kAfternoon);
   EXPECT_EQ(Read("C", u"12:30 AM"), "1899-12-30 00:30:00");
   EXPECT_EQ(Read("C", u"12:30:09 pm"), "1899-12-30 12:30:09");
   for (const char16_t* text : {u"13:05 PM", u"0:30 AM", u"24:00", u"12:60", u"12:00:60",
-                               u"1:05 PMX", u"1:05 2:05", u"1:", u"3/5/20241:05", u"3/5/2024 13"}) {
+                               u"1:05 PMX", u"1:05 2:05", u"1:", u"3/5/20241:05", u"3/5/2024 13",
+                               u"3/5/2024 13 PM", u"3/5/2024,", u"3/5/2024,1:05", u"3/5/2024, 1"}) {
     EXPECT_EQ(Read("C", text), "");
   }
 }

@@ -144,6 +144,7 @@ std::vector<StoredItem> ItemsOf(const std::string& dataFolder) {
           item.mime = std::string(bytes);
         });
         for (const mailbox::AttachmentInfo& file : store.Attachments(row.id)) {
+          item.attachmentInfos.push_back(file);
           auto& attachment = item.attachments.emplace_back(file.name, "");
           store.WithAttachment(file.id, [&](std::string_view bytes) { attachment.second = bytes; });
         }

@@ -85,6 +85,7 @@ struct StoredItem {
   mailbox::ItemInfo info;
   std::string mime;
   std::vector<std::pair<std::string, std::string>> attachments;  // name and bytes
+  std::vector<mailbox::AttachmentInfo> attachmentInfos;          // in the same order
   std::string Property(const std::string& key) const;            // its value, "" for none
 };
 

@@ -16,6 +16,7 @@
 #include <nlohmann/json.hpp>
 
 #include "mailboxd/store/ItemDetails.h"
+#include "tests/mailboxd/HttpCall.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
 
@@ -71,6 +72,10 @@ std::map<std::string, int> Described(const std::string& data) {
     // What nobody says of the others, nor of a mail without a date, is when they came.
     if (info.element == "Message" && !info.sent.empty()) text += "\n" + info.received;
     for (const auto& [name, bytes] : item.attachments) text += "\n" + name + ": " + bytes;
+    for (const mailbox::AttachmentInfo& file : item.attachmentInfos) {
+      text += "\n" + file.contentType + " " + file.contentId + (file.isInline ? " inline" : "") +
+              (file.isContactPhoto ? " photo" : "");
+    }
     ++items[WithoutNames(text)];
   }
   return items;
@@ -141,6 +146,18 @@ TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
   const Result list = RunProgram("tarny", {"mailbox", "ls", "--data", file}, folder.Path());
   EXPECT_EQ(list.status, 0) << list.err;
   EXPECT_THAT(list.out, HasSubstr("Inbox"));
+  {
+    Program pages("mailboxd", {"--data", file}, folder.Path());
+    while (!pages.Out().ends_with('\n')) {
+      ASSERT_FALSE(pages.TryWait()) << pages.Err();
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    const std::string url = pages.Out().substr(pages.Out().find("http"));
+    EXPECT_THAT(mailbox_test::Send({url.substr(0, url.size() - 1) + "/"}).body,
+                HasSubstr("Brien &amp; Sons"));
+    pages.Signal(SIGTERM);
+    EXPECT_EQ(pages.Wait().status, 0);
+  }
   (void)RunProgram("tarny", {"mailbox", "export", "--data", file, folder.File("out")},
                    folder.Path());
   int exported = 0;
@@ -150,6 +167,11 @@ TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
   EXPECT_GE(exported, mails);
   EXPECT_EQ(RunProgram("tarny", {"profiles", folder.File("run")}, folder.Path()).out,
             "Default\n  " + file + "\n");
+  folder.Write("run/Profiles/Ann/profile.json", "{");
+  const Result profiles = RunProgram("tarny", {"profiles", folder.File("run")}, folder.Path());
+  EXPECT_EQ(profiles.status, 1);
+  EXPECT_THAT(profiles.out, testing::StartsWith("Ann\n  the profile "));
+  EXPECT_THAT(profiles.out, testing::EndsWith("Default\n  " + file + "\n"));
 }
 
 TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
@@ -166,14 +188,43 @@ TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
     EXPECT_THAT(result.err, HasSubstr("name ends in .pst")) << name;
   }
   EXPECT_EQ(to("").status, 2);
-  EXPECT_THAT(to(folder.File("junk.pst")), FailsWith("junk.pst cannot be used"));
-  EXPECT_THAT(to(folder.File("folder.pst")), FailsWith("folder.pst is no file"));
-  EXPECT_THAT(to(folder.File("none/Out.pst")), FailsWith("there is no folder"));
+  folder.Write("Taken.pst", "");
+  for (const char* const name : {"taken.PST", "Ta\\ken.pst", "Ta\xE4ken.pst"}) {
+    const Result result = to(folder.File(name));
+    EXPECT_EQ(result.status, 2) << name;
+    EXPECT_THAT(result.err, HasSubstr("would be taken for")) << name;
+  }
+  for (const auto& [name, reason] : {std::pair("junk.pst", "junk.pst cannot be used"),
+                                     std::pair("folder.pst", "folder.pst is no file"),
+                                     std::pair("none/Out.pst", "there is no folder")}) {
+    EXPECT_THAT(to(folder.File(name)), FailsWith(reason));
+    auto dryRun = ArgumentsTo(folder, "store:" + folder.File(name), "run");
+    dryRun.push_back("--dry-run");
+    EXPECT_THAT(RunProgram("tarny", dryRun, folder.Path()), FailsWith(reason));
+  }
   EXPECT_EQ(to(folder.File("Out.PST")).status, 0);  // a refused name bound the run to nothing
   EXPECT_THAT(to(folder.File("Other.pst")), FailsWith("belongs to a run into another target"));
   fs::resize_file(folder.File("Out.PST"), 10'000);
   folder.Write("source/b.eml", "Subject: b\r\n\r\ny\r\n");
   EXPECT_THAT(to(folder.File("Out.PST")), FailsWith("Out.PST"));
+}
+
+TEST(StoreTarget, OneThatVanishesIsNotMadeAnew) {
+  const TemporaryFolder folder;
+  (void)WriteMails(folder, 120);
+  const std::string file = folder.File("Out.pst");
+  const auto arguments = ArgumentsTo(folder, "store:" + file, "run");
+  Program tarny("tarny", arguments, folder.Path());
+  while (LedgerRows(folder) < 5 || EnginesOf(folder.File("run")).empty()) {
+    ASSERT_FALSE(tarny.TryWait()) << tarny.Err();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  fs::rename(file, folder.File("Kept.pst"));
+  KillAll(EnginesOf(folder.File("run")));
+  const std::string text = "Out.pst is not there any more";
+  EXPECT_THAT(tarny.Wait(), FailsWith(text));
+  EXPECT_THAT(RunProgram("tarny", arguments, folder.Path()), FailsWith(text));
+  EXPECT_FALSE(fs::exists(file));
 }
 
 }  // namespace

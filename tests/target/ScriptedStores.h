@@ -24,6 +24,8 @@ struct Script {
   bool failsForGood = false;  // and all behind it
   bool hasSession = true;
   bool hasOutlook = true;
+  bool givesNoStore = false;  // to whoever adds one
+  int namespaces = 0;         // that are held
   std::vector<std::string> calls;
 
   void Call(const std::string& what) {
@@ -46,7 +48,10 @@ struct Script {
 struct ScriptedFolder : rdo::Folder, std::enable_shared_from_this<ScriptedFolder> {
   struct List : rdo::Folders {
     explicit List(std::shared_ptr<ScriptedFolder> of) : folder(std::move(of)) {}
-    int Count() override { return static_cast<int>(folder->children.size()); }
+    int Count() override {
+      folder->script.Call("count");
+      return static_cast<int>(folder->children.size());
+    }
     std::shared_ptr<rdo::Folder> GetFirst() override {
       folder->script.Call("first");
       next = 0;
@@ -130,6 +135,7 @@ struct ScriptedStores : rdo::Stores {
   std::shared_ptr<rdo::PstStore> AddPSTStore(const CString& path, int format,
                                              const CString& name) override {
     script.Call("add " + path.ToUtf8() + " as " + std::to_string(format));
+    if (script.givesNoStore) return nullptr;
     stores.push_back({name.ToUtf8(), path.ToUtf8()});
     return std::make_shared<ScriptedStore>(script, stores.back());
   }
@@ -190,7 +196,8 @@ struct ScriptedSession : rdo::Session {
 
 struct ScriptedOutlook : rdo::OutlookApplication {
   struct Namespace : rdo::OutlookNamespace {
-    explicit Namespace(Script& of) : script(of) {}
+    explicit Namespace(Script& of) : script(of) { ++script.namespaces; }
+    ~Namespace() override { --script.namespaces; }
     void LogOn(const CString& profile, const CString& password) override {
       script.Call("O:logon '" + profile.ToUtf8() + "' '" + password.ToUtf8() + "'");
     }
@@ -207,7 +214,7 @@ struct ScriptedOutlook : rdo::OutlookApplication {
     script.Call("O:" + type.ToUtf8());
     return std::make_shared<Namespace>(script);
   }
-  void Quit() override { script.Call("O:quit"); }
+  void Quit() override { script.Call(script.namespaces ? "O:quit with a namespace" : "O:quit"); }
   Script& script;
 };
 

@@ -56,6 +56,12 @@ TEST_F(Stores, AFileIsMadeByTheFirstWayThatWorks) {
             "on?, save, on?, logoff, session, logon '' 00170, stores, "
             "add \\nowhere\\Out.PST as 1");
   Begin(0);
+  script.givesNoStore = true;  // which is no failure
+  EXPECT_EQ(handler.CreatePstFile(path), 1);
+  EXPECT_EQ(script.TakeCalls(), kAdd);
+  EXPECT_FALSE(handler.LogonToStore(path));
+  script.givesNoStore = false;
+  Begin(0);
   script.hasSession = false;  // the second way makes it, and no session can look for it then
   EXPECT_EQ(handler.CreatePstFile(path), 0);
   EXPECT_EQ(script.TakeCalls(), std::string("session, ") + kOutlook);

@@ -44,6 +44,17 @@ TEST(EngineLogs, OnlyASaveSinceTheMarkCountsAndNoSubjectThatLooksLikeOne) {
   EXPECT_FALSE(EngineLogs(folder.File("missing")).HasSaved(TYPE_EMAIL));
 }
 
+TEST(EngineLogs, TellWhatIsLeftOutForItsValue) {
+  const TemporaryFolder folder;
+  const std::string note = "ItemProps.json holds a wrong value, left out: ";
+  folder.Write("TarnyEngine.txt", Wide("a\r\n" + note + "changed\r\n" + note + "zone\r\nb\r\n" +
+                                       "Subject  =" + note + "no\r\n"));
+  EngineLogs logs(folder.Path());
+  EXPECT_EQ(logs.LeftOut(), "left out for a wrong value: changed, zone");
+  logs.Mark();
+  EXPECT_EQ(logs.LeftOut(), "");
+}
+
 TEST(EngineLogs, EachTypeHasLinesOfItsOwnAndForContactsOneIsNotEnough) {
   const struct {
     std::int32_t type;

@@ -95,6 +95,7 @@ TEST_F(OtherItems, ATaskKeepsItsDaysAndItsState) {
             "BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nSUMMARY:Paint\r\nPRIORITY:2\r\n"
             "DTSTART;VALUE=DATE:20240701\r\nDUE;VALUE=DATE:20240703\r\n"
             "RRULE:FREQ=YEARLY;BYMONTH=6;COUNT=3\r\nSTATUS:IN-PROCESS\r\n"
+            "ORGANIZER:mailto:ann@x.example\r\n"
             "PERCENT-COMPLETE:40\r\nX-ALT-DESC;FMTTYPE=text/html:<HTML>x</HTML>\r\n"
             "BEGIN:VALARM\r\nTRIGGER;VALUE=DATE-TIME:20240701T060000Z\r\n"
             "END:VALARM\r\nEND:VTODO\r\nEND:VCALENDAR\r\n");
@@ -111,6 +112,16 @@ TEST_F(OtherItems, ATaskKeepsItsDaysAndItsState) {
   EXPECT_EQ(props["percent"], 40);
   EXPECT_EQ(props["reminderTime"], "2024-07-01T06:00:00Z");
   EXPECT_EQ(props["series"]["month"], "June");
+  EXPECT_THAT(
+      m_left,
+      ElementsAre("the organizer of a task ann@x.example",
+                  "the first occurrence, on a day that the rule does not name: 2024-07-01"));
+  (void)Write(TYPE_TASK,
+              "BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nDTSTART:20240701T000000\r\n"
+              "DUE:20240703T170000\r\nSTATUS:CANCELLED\r\nEND:VTODO\r\nEND:VCALENDAR\r\n");
+  EXPECT_THAT(m_left, ElementsAre("that it was cancelled",
+                                  "the time of day that it is due: "
+                                  "17:00:00"));
 }
 
 TEST_F(OtherItems, AContactIsTaggedAndWholeInItsProperties) {
@@ -148,6 +159,7 @@ TEST_F(OtherItems, AGroupNamesThoseWithAnAddress) {
   const ST_EML_INFO info =
       Write(TYPE_DIST_LIST,
             "BEGIN:VCARD\r\nFN:Watch\r\nKIND:group\r\nNOTE:of\\nthe night\r\n"
+            "CATEGORIES:Port,Work\r\nTEL:1\r\n"
             "MEMBER:urn:uuid:2\r\nMEMBER:mailto:c@x.example\r\n"
             "MEMBER:mailto:odd;@x.example\r\nEND:VCARD\r\n"
             "BEGIN:VCARD\r\nUID:2\r\nFN:Dee\r\nEMAIL:d@x.example\r\nEND:VCARD\r\n");
@@ -155,7 +167,8 @@ TEST_F(OtherItems, AGroupNamesThoseWithAnAddress) {
   EXPECT_EQ(info.strListName, u"Watch");
   EXPECT_EQ(info.strListDescription, u"of the night");
   EXPECT_EQ(info.strGroup, u"\"Dee\" <d@x.example>;c@x.example");
-  EXPECT_THAT(m_left, ElementsAre("the member odd;@x.example"));
+  EXPECT_THAT(m_left, ElementsAre("TEL 1", "the member odd;@x.example"));
+  EXPECT_EQ(Props()["categories"], json({"Port", "Work"}));
 }
 
 TEST_F(OtherItems, PropertiesThatTheEngineWouldNotReadGiveWay) {

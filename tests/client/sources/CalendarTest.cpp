@@ -83,6 +83,8 @@ TEST_F(Calendar, RulesBecomePatternsAndLinesOfADescriptor) {
       {"FREQ=YEARLY;BYMONTH=3;BYDAY=-1SU", "5/1 Sunday month 3 index 5",
        "M,0,5.0;12;0;2024-03-05;;;", ""},
       {"FREQ=YEARLY;BYDAY=1MO", "5/1 Monday month 1 index 1", "", ""},
+      {"FREQ=YEARLY;BYMONTHDAY=15", "2/1 day 15", "M,15;1;0;2024-03-05;;;",
+       "M,6;1;0;2024-03-06;;;"},
   };
   const CalendarZone zone = *CalendarZone::ByName("America/New_York");
   for (const Case& each : cases) {
@@ -99,7 +101,8 @@ TEST_F(Calendar, RulesBecomePatternsAndLinesOfADescriptor) {
        {"FREQ=HOURLY", "FREQ=MONTHLY;BYMONTHDAY=1,15", "FREQ=MONTHLY;BYDAY=1TU,3TU",
         "FREQ=YEARLY;BYMONTH=1,7", "FREQ=YEARLY;BYWEEKNO=20", "FREQ=YEARLY;BYYEARDAY=100",
         "FREQ=MONTHLY;BYDAY=5FR", "FREQ=WEEKLY;BYMONTH=3", "FREQ=DAILY;INTERVAL=1000", "nonsense",
-        "", "FREQ=YEARLY;INTERVAL=9", "FREQ=WEEKLY;INTERVAL=100", "FREQ=MONTHLY;BYDAY=TU"}) {
+        "", "FREQ=YEARLY;INTERVAL=9", "FREQ=WEEKLY;INTERVAL=100", "FREQ=MONTHLY;BYDAY=TU",
+        "FREQ=YEARLY;INTERVAL=2;BYMONTHDAY=15"}) {
     std::vector<std::string> left;
     EXPECT_FALSE(SeriesOf(rule, start, zone, left)) << rule;
   }
@@ -162,6 +165,8 @@ TEST_F(Calendar, DaysAndTimesEndAsTheirProgramMeansIt) {
            Case{"DTSTART:20240330\n", "2024-03-31T00:00:00", true},
            Case{"DTSTART;TZID=Europe/Berlin:20240330T230000\nDURATION:PT5H\n",
                 "2024-03-31T05:00:00", false},
+           Case{"DTSTART;TZID=Europe/Berlin:20240330T230000\nDURATION:P1DT5H\n",
+                "2024-04-01T04:00:00", false},
            Case{"DTSTART;TZID=Europe/Berlin:20240330T230000\nDTEND:20240331T000000Z\n",
                 "2024-03-31T01:00:00", false},
            Case{"DTSTART:20240330T230000\n", "2024-03-30T23:00:00", false},
@@ -214,6 +219,72 @@ TEST_F(Calendar, OccurrencesRemindersAndPeopleAreKept) {
   EXPECT_EQ(item.body, "https://x.example/join");
   EXPECT_THAT(item.left, ElementsAre("someone without an address: Nobody",
                                      "occurrences beside the rule: 20240501T090000Z", "GEO 1;2"));
+}
+
+TEST_F(Calendar, APageInHtmlGetsTheAddressOfTheCall) {
+  struct Case {
+    const char* html;
+    const char* shown;
+  };
+  for (const Case& each : {
+           Case{"<BODY>x</Body></html>",
+                "<BODY>x<p><a href=\"https://x.example/?a&amp;b\">"
+                "https://x.example/?a&amp;b</a></p></Body></html>"},
+           Case{"y",
+                "y<p><a href=\"https://x.example/?a&amp;b\">https://x.example/?a&amp;b</a></p>"},
+           Case{"<a href='https://x.example/?a&amp;b'>", "<a href='https://x.example/?a&amp;b'>"},
+           Case{"", ""},
+       }) {
+    const CalendarItem item = Read(
+        "DTSTART:20240305\nX-GOOGLE-CONFERENCE:https://x.example/?a&b\n"
+        "X-ALT-DESC;FMTTYPE=text/html:" +
+        std::string(each.html) + "\n");
+    EXPECT_EQ(item.html, each.shown);
+  }
+}
+
+TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
+  const std::string first = "UID:1\nSUMMARY:Round\nDTSTART:20240305T090000\n";  // a Tuesday
+  const std::string next = "END:VEVENT\nBEGIN:VEVENT\nUID:1\nRECURRENCE-ID:";
+  struct Case {
+    std::string lines;
+    std::size_t kept;  // deleted and changed occurrences
+    std::vector<std::string> left;
+  };
+  for (const Case& each : {
+           Case{"RRULE:FREQ=WEEKLY;COUNT=3\nEXDATE:20240312T090000,20240313T090000\n"
+                "EXDATE:20240326T090000\n",
+                1,
+                {"the deletion of a day that the rule does not name: 2024-03-13"}},
+           Case{"RRULE:FREQ=WEEKLY;COUNT=3\n" + next + "20240326T090000\nSUMMARY:x\n" + next +
+                    "20240306T090000\nSTATUS:CANCELLED\n" + next + "20240319T090000\nSUMMARY:x\n",
+                1,
+                {"a changed occurrence on a day that the rule does not name: 2024-03-26",
+                 "the deletion of a day that the rule does not name: 2024-03-06"}},
+           Case{"RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=1TU\nEXDATE:20250304T090000,20250401T090000\n",
+                1,
+                {"the deletion of a day that the rule does not name: 2025-04-01"}},
+           Case{"RRULE:FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=3;UNTIL=20240601T000000Z\n"
+                "EXDATE:20240403T090000,20240503T090000,20240605T090000\n",
+                2,
+                {}},
+           Case{"RRULE:FREQ=DAILY;UNTIL=20240101T000000Z\nEXDATE:20240305T090000\n",
+                0,
+                {"the series, whose rule ends before it begins: "
+                 "FREQ=DAILY;UNTIL=20240101T000000Z"}},
+           Case{"RRULE:FREQ=WEEKLY\nCATEGORIES:a\nATTENDEE:mailto:bo@x\n" + next +
+                    "20240312T090000\nATTENDEE:mailto:bo@x\nCATEGORIES:b\nCOMMENT:c\n",
+                1,
+                {"the categories of the occurrence of 2024-03-12",
+                 "the comment of the occurrence of 2024-03-12"}},
+           Case{"RRULE:FREQ=WEEKLY;BYDAY=WE\nEXDATE:20240313T090000\n",
+                1,
+                {"the first occurrence, on a day that the rule does not name: 2024-03-05"}},
+       }) {
+    const CalendarItem item = Read(first + each.lines);
+    EXPECT_EQ(item.deleted.size() + item.changed.size(), each.kept) << each.lines;
+    EXPECT_EQ(item.left, each.left) << each.lines;
+  }
 }
 
 TEST_F(Calendar, AFileGivesItsItemsAndADamagedOneCostsItself) {

@@ -55,13 +55,14 @@ std::vector<std::string> Dump(const std::string& lines) {
 
 TEST(VCard, TextIsReadAsEachVersionWritesIt) {
   // 2.1: soft line ends, charsets of single values, types without a name.
-  EXPECT_THAT(
-      Dump("VERSION:2.1\nN;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:M=FCller;J=\n"
-           "=F6rg\nTEL;CELL;VOICE:+49 1\nTEL;WORK;FAX:+49 2\n"
-           "ADR;HOME;ENCODING=QUOTED-PRINTABLE:;;Weg 1=0D=0AHinterhaus;Ulm;;89073;\n"
-           "LABEL;HOME:Weg 1\n"),
-      ElementsAre("surname=Müller", "givenName=Jörg", "displayName=Jörg Müller",
-                  "MobilePhone=+49 1", "BusinessFax=+49 2", "Home=Weg 1\nHinterhaus|Ulm||89073|"));
+  EXPECT_THAT(Dump("VERSION:2.1\nN;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:M=FCller;J=\n"
+                   "=F6rg\nNOTE;QUOTED-PRINTABLE:at=\n the =\npier\nTEL;CELL;VOICE:+49 "
+                   "1\nTEL;WORK;FAX:+49 2\n"
+                   "ADR;HOME;ENCODING=QUOTED-PRINTABLE:;;Weg 1=0D=0AHinterhaus;Ulm;;89073;\n"
+                   "LABEL;HOME:Weg 1\n"),
+              ElementsAre("surname=Müller", "givenName=Jörg", "displayName=Jörg Müller",
+                          "MobilePhone=+49 1", "BusinessFax=+49 2",
+                          "Home=Weg 1\nHinterhaus|Ulm||89073|", "note=at the pier"));
   // 3.0 with groups, labels and a fold inside of a character.
   EXPECT_THAT(Dump("VERSION:3.0\nFN:Gr\xC3\n \xBC\xC3\x9F\n\te\\, Ann\nORG:Dock\\; Co;Office;2nd\n"
                    "item1.TEL:+1 5\nitem1.X-ABLabel:_$!<Assistant>!$_\n"
@@ -132,9 +133,10 @@ TEST(VcfFile, CardsAndGroupsAreItemsAndADamagedOneCostsItself) {
       Items(plan),
       ElementsAre("Contacts\\|a.vcf: Ann Bell", "Contacts\\|a.vcf: Bo", "Contacts\\|a.vcf: Bo (2)",
                   "Contacts\\Crew\\|Crew/b.VCF: Watch", "Contacts\\Crew\\|Crew/c.vcf: Dee"));
-  EXPECT_THAT(Problems(plan, folder.Path()),
-              UnorderedElementsAre("a.vcf: Cut off: the card is cut off",
-                                   "a.vcf: card 5: a card without a name, an address and a number"));
+  EXPECT_THAT(
+      Problems(plan, folder.Path()),
+      UnorderedElementsAre("a.vcf: Cut off: the card is cut off",
+                           "a.vcf: card 5: a card without a name, an address and a number"));
   EXPECT_FALSE(plan.IsWhole());
   const Plan::Entry& group = plan.entries[3];
   EXPECT_EQ(group.item.type, TYPE_DIST_LIST);

@@ -10,12 +10,13 @@ constexpr char kQuietly[] = " SendMeetingInvitations=\"SendToNone\"";
 class Occurrences : public LocalMailbox {
  protected:
   // On five Mondays from 2024-03-11, at ten in Berlin; the clock changes on 03-31.
-  std::string SaveSeries(const std::string& count = "5") {
+  std::string SaveSeries(const std::string& count = "5",
+                         const std::string& end = "2024-03-11T10:00:00Z") {
     return ItemId(Ask(CreateItem(
         WellKnown("calendar"),
         Tag("t:CalendarItem",
             Tag("t:Subject", "Round") + Tag("t:Body", "text", " BodyType=\"Text\"") +
-                Tag("t:Start", "2024-03-11T09:00:00Z") + Tag("t:End", "2024-03-11T10:00:00Z") +
+                Tag("t:Start", "2024-03-11T09:00:00Z") + Tag("t:End", end) +
                 Tag("t:Recurrence",
                     Tag("t:WeeklyRecurrence",
                         Tag("t:Interval", "1") + Tag("t:DaysOfWeek", "Monday")) +
@@ -137,6 +138,11 @@ TEST_F(Occurrences, ThatAreNotThereAreRefused) {
   EXPECT_EQ(Code(View("2024-03-01", "2027-03-01")), "ErrorCalendarViewRangeTooBig");
   // What has begun before and goes on is seen, too.
   EXPECT_EQ(Events(View("2024-03-11", "2024-03-12")), "03-10 23:00 ; 03-11 09:00 Round; ");
+  const std::string overnight = SaveSeries("3", "2024-03-12T08:00:00Z");
+  (void)Change(Number(overnight, "3"), Set("calendar:End", Tag("t:End", "2024-03-28T01:00:00Z")));
+  EXPECT_EQ(Events(View("2024-03-19", "2024-03-20")), "03-18 09:00 Round; ");
+  EXPECT_EQ(Events(View("2024-03-27", "2024-03-28")), "03-25 09:00 Round; ");
+  EXPECT_EQ(Events(View("2024-03-20", "2024-03-21")), "");
 }
 
 }  // namespace
