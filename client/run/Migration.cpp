@@ -353,8 +353,11 @@ void Migration::EndOutage() {
 }
 
 bool Migration::SettleSent(Work& work, Outcome& outcome) {
-  const auto left = work.lost->at + work.lost->toFinish - ews::Transport().Now();
-  const auto time = std::max(std::chrono::ceil<std::chrono::seconds>(left), 0s);
+  auto time = 0s;
+  if (work.lost) {
+    const auto left = work.lost->at + work.lost->toFinish - ews::Transport().Now();
+    time = std::max(std::chrono::ceil<std::chrono::seconds>(left), 0s);
+  }
   if (!Settle(work, Outcome::Kind::kSent, time, outcome)) return false;
   if (outcome.Arrived()) EndOutage();
   return true;
