@@ -60,7 +60,9 @@ void AttachListed(ews::Item& objItem, const CString& strHtmPath, EmptyLines eEmp
     if (!platform::PathExists(strPath)) continue;
     if (ews::Settings().bSafe && !LiesInWorkFolder(strPath)) continue;
     try {
-      objItem.Attachments().AddFileAttachment(strPath);
+      const CString strName(platform::FileNameOf(strPath));
+      objItem.Attachments().AddFileAttachment(
+          ews::Settings().bSafe ? Sendable(strName.View()) : strName, strPath);
     } catch (...) {  // one file costs no other
     }
   }
