@@ -433,6 +433,7 @@ bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds tim
   work.notAsked.clear();
   switch (answer.kind) {
     case TargetAnswer::Kind::kAbsent:
+      if (IsFolderGone(folder)) work.notAsked = "its folder is not in the target any more";
       return false;
     case TargetAnswer::Kind::kThere: {
       const char* how = there == Outcome::Kind::kSent
@@ -454,6 +455,11 @@ bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds tim
     }
   }
   return false;
+}
+
+// What was moved or renamed there may hold the item.
+bool Migration::IsFolderGone(const std::string& folder) {
+  return m_journal.HasArrivalsIn(folder) && !m_look->Has(folder);
 }
 
 void Migration::TellCopies(Work& work, Outcome& outcome) {
@@ -565,6 +571,7 @@ void Migration::Keep(const Work& work, const Outcome& outcome) {
     return;
   }
   const JournalEntry entry = EntryOf(work, outcome);
+  if (entry.hash.empty()) return m_journal.StoreUnread(entry);
   // What was found there is found again should the entry be lost.
   outcome.kind == Outcome::Kind::kKnown ? m_journal.StoreFound(entry) : m_journal.Store(entry);
 }

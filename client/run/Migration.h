@@ -114,6 +114,7 @@ class Migration {
   // be at work on the last try. True with the outcome where there is to be no further try.
   bool Settle(Work& work, Outcome::Kind there, std::chrono::seconds time, Outcome& outcome);
   bool SettleSent(Work& work, Outcome& outcome);
+  bool IsFolderGone(const std::string& folder);
   // Of an item that arrived and may have done so more than once.
   void TellCopies(Work& work, Outcome& outcome);
   void LookForLateCopies();
