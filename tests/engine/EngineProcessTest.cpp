@@ -78,7 +78,7 @@ TEST_F(EngineProcess, TheDirectorysListsAreWrittenIntoItsFolder) {
   test_support::ScriptedServer server;
   Start({"--authority-url", server.Url(""), "--graph-url", server.Url(""), m_folder.Title()});
   EndpointClient client = Connect();
-  for (const int groups : {1, 0}) {
+  for (const std::uint8_t groups : {1, 0}) {
     server.Push({.body = R"({"access_token":"T"})"});
     server.Push({.body = R"({"value":[{"displayName":"N","mail":"n@x"}]})"});
     const auto list = BuildRecord(ST_GROUP_INFO{u"t", u"c", u"s", groups});
