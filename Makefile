@@ -2,6 +2,8 @@
 # Debian packages it needs first (scripts/install-packages.sh skips what is there).
 
 JOBS ?= $(shell nproc)
+# The slow ones wait more than they work.
+TEST_JOBS ?= $(shell expr $(JOBS) + 1)
 
 .PHONY: build check soak demo bench fuzz asan clang packages clean
 
@@ -10,7 +12,7 @@ build: packages
 	cmake --build --preset dev -j $(JOBS)
 
 check: build
-	ctest --preset dev -j $(JOBS)
+	ctest --preset dev -j $(TEST_JOBS)
 
 # The tests that take too long for every day.
 soak: build
@@ -35,7 +37,7 @@ fuzz: packages
 asan: packages
 	cmake --preset asan
 	cmake --build --preset asan -j $(JOBS)
-	ctest --preset asan -j $(JOBS)
+	ctest --preset asan -j $(TEST_JOBS)
 
 clang: packages
 	cmake --preset clang
