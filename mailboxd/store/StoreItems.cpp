@@ -236,7 +236,7 @@ bool Store::WithMime(std::int64_t item,
 }
 
 void Store::SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& items) {
-  if (items.empty()) return;
+  if (items.empty() || !m_implementation->m_writes) return;  // a reader may look again
   const std::lock_guard lock(m_implementation->m_mutex);
   Implementation::Transaction transaction(*m_implementation);
   for (const auto& [id, has] : items) {

@@ -155,6 +155,8 @@ TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
     const std::string url = pages.Out().substr(pages.Out().find("http"));
     EXPECT_THAT(mailbox_test::Send({url.substr(0, url.size() - 1) + "/"}).body,
                 HasSubstr("Brien &amp; Sons"));
+    EXPECT_THAT(mailbox_test::Send({url.substr(0, url.size() - 1) + "/folder/3"}).body,
+                HasSubstr("Subject"));
     pages.Signal(SIGTERM);
     EXPECT_EQ(pages.Wait().status, 0);
   }
