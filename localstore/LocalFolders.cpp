@@ -17,12 +17,13 @@ class LocalFolders : public rdo::Folders {
       : m_store(std::move(store)), m_parent(std::move(parent)) {}
 
   int Count() override {
-    const auto parent = m_store->Get().Folder(m_parent.id);
+    const auto parent = m_store->Do([&](auto& store) { return store.Folder(m_parent.id); });
     return parent ? static_cast<int>(parent->children) : 0;
   }
   // The children as they are now; GetNext goes on through these.
   std::shared_ptr<rdo::Folder> GetFirst() override {
-    m_children = m_store->Get().ChildFolders(m_parent.id, /*deep=*/false);
+    m_children =
+        m_store->Do([&](auto& store) { return store.ChildFolders(m_parent.id, /*deep=*/false); });
     m_next = 0;
     return GetNext();
   }
@@ -33,13 +34,24 @@ class LocalFolders : public rdo::Folders {
   std::shared_ptr<rdo::Folder> Add(const CString& name, const CString& folderClass) override {
     if (name.IsEmpty()) throw std::runtime_error("A folder needs a name.");
     if (name.GetLength() > kLongestName) throw std::runtime_error("The folder's name is too long.");
-    auto made = m_store->Get().CreateFolder(m_parent, name.ToUtf8(), folderClass.ToUtf8());
-    if (!made) throw std::runtime_error("There is a folder of that name.");
+    const std::string kept = name.ToUtf8();
+    auto made = m_store->Do(
+        [&](auto& store) { return store.CreateFolder(m_parent, kept, folderClass.ToUtf8()); });
+    if (!made) return Alike(name, CString::FromUtf8(kept));
     m_store->RequireThere();
     return FolderOf(m_store, std::move(*made));
   }
 
  private:
+  // The folder that has that name already. A half of a pair of surrogates is kept as U+FFFD, and so
+  // is not found again by its own name.
+  std::shared_ptr<rdo::Folder> Alike(const CString& name, const CString& kept) {
+    for (auto child = kept == name ? nullptr : GetFirst(); child; child = GetNext()) {
+      if (CString(child->Name()).MakeUpper() == CString(kept).MakeUpper()) return child;
+    }
+    throw std::runtime_error("There is a folder of that name.");
+  }
+
   std::shared_ptr<OpenStore> m_store;
   mailbox::FolderInfo m_parent;
   std::vector<mailbox::FolderInfo> m_children;

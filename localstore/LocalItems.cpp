@@ -68,8 +68,10 @@ struct Content {
   void SetOccurrence(std::int64_t number, const std::string& updates) {
     if (updates.empty()) return mailbox::DeleteOccurrence(number, item.info);
     const pugi::xml_document document = Parsed(updates);
-    mailbox::MailOfItem none(store->Get(), {}, std::nullopt);  // occurrences have fields alone
-    mailbox::ChangeOccurrence(number, document.document_element(), none, item.info);
+    store->Do([&](auto& open) {
+      mailbox::MailOfItem none(open, {}, std::nullopt);  // occurrences have fields alone
+      mailbox::ChangeOccurrence(number, document.document_element(), none, item.info);
+    });
   }
   void SetText(const std::string& field, const CString& text) {
     const std::string xml =
@@ -81,29 +83,14 @@ struct Content {
     mailbox::SetListColumns(item.info);
     if (item.info.id == 0) {
       if (item.info.received.empty()) item.info.received = mailbox::UtcNow();
-      store->Get().CreateItem(item);
-      item.info.attachmentCount = static_cast<std::int64_t>(item.attachments.size());
-    } else {
-      SaveChanges();
+      store->Do([&](auto& open) { open.CreateItem(item); });
+    } else if (!store->Do(
+                   [&](auto& open) { return open.UpdateItem(item.info, item.attachments); })) {
+      throw std::runtime_error("The item was changed or deleted by somebody else.");
     }
     store->RequireThere();
     item.attachments.clear();
     item.mime.clear();
-  }
-
- private:
-  void SaveChanges() {
-    for (mailbox::NewAttachment& attachment : item.attachments) {
-      const auto version = store->Get().AddAttachment(item.info.id, attachment);
-      if (!version) throw std::runtime_error("The item is not there any more.");
-      item.info.version = *version;
-      item.info.size += attachment.info.size;
-      ++item.info.attachmentCount;
-    }
-    item.attachments.clear();
-    if (!store->Get().UpdateItem(item.info)) {
-      throw std::runtime_error("The item was changed or deleted by somebody else.");
-    }
   }
 };
 
@@ -143,6 +130,7 @@ class LocalItem : public Kind, public Holder {
   CString MessageClass() override { return CString::FromUtf8(Info().itemClass); }
   void SetSubject(const CString& text) override { m_content->item.info.subject = text.ToUtf8(); }
   void Import(const CString& charset, std::string_view bytes) override {
+    if (Info().id != 0) throw std::runtime_error("A mail that is there keeps its content.");
     m_content->item.hasMime = true;
     m_content->item.mimeCharset = charset.ToUtf8();
     m_content->item.mime = bytes;
@@ -225,12 +213,13 @@ class LocalItems : public rdo::Items {
       : m_store(std::move(store)), m_folder(folder) {}
 
   int Count() override {
-    const auto folder = m_store->Get().Folder(m_folder);
+    const auto folder = m_store->Do([&](auto& store) { return store.Folder(m_folder); });
     if (!folder) throw std::runtime_error("The folder is not there any more.");
     return static_cast<int>(folder->total);
   }
   std::shared_ptr<rdo::Item> At(int index) override {
-    const auto found = m_store->Get().Items(m_folder, index - 1, 1);
+    const auto found =
+        m_store->Do([&](auto& store) { return store.Items(m_folder, index - 1, 1); });
     if (index < 1 || found.empty()) return nullptr;
     Content content{m_store, {}};
     content.item.info = found.front();
@@ -251,7 +240,8 @@ class LocalItems : public rdo::Items {
     std::vector<std::int64_t> taken;
     const auto search = [&](std::string_view property, const std::string& text) {
       if (text.empty()) return;
-      for (const ItemInfo& info : m_store->Get().ItemsWithText(m_folder, property, text)) {
+      for (const ItemInfo& info : m_store->Do(
+               [&](auto& store) { return store.ItemsWithText(m_folder, property, text); })) {
         if (std::ranges::find(taken, info.id) != taken.end()) continue;
         taken.push_back(info.id);
         take(FoundOf(info));
@@ -261,8 +251,10 @@ class LocalItems : public rdo::Items {
     search(mailbox::kMessageIdKey, messageId);
   }
   void ForEach(const Take& take) override {
-    m_store->Get().ForEachItem(m_folder, mailbox::Store::Load::kWhole,
-                               [&](const ItemInfo& info) { take(FoundOf(info)); });
+    m_store->Do([&](auto& store) {
+      store.ForEachItem(m_folder, mailbox::Store::Load::kWhole,
+                        [&](const ItemInfo& info) { take(FoundOf(info)); });
+    });
   }
 
  private:

@@ -8,6 +8,7 @@
 #include "localstore/LocalFolders.h"
 #include "localstore/OpenStore.h"
 #include "localstore/ProfileFile.h"
+#include "mailboxd/store/StoreSchema.h"
 #include "platform/Paths.h"
 #include "platform/Sqlite.h"
 
@@ -142,7 +143,7 @@ std::string StoreProblem(const std::string& path) try {
   platform::SqliteDatabase file(OpenStore::Usable(path, OpenStore::Mode::kExisting),
                                 platform::SqliteDatabase::Open::kReadWrite);
   file.Execute("PRAGMA query_only=ON");
-  (void)file.Prepare("SELECT count(*) FROM sqlite_master").Step();
+  mailbox::RequireNotOthers(file, path);
   return {};
 } catch (const platform::SqliteError& error) {
   return "the store " + path + " cannot be used: " + error.what();

@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::string_view kMailbox = "store";  // the one that a store file has
 
-mailbox::Store Open(const std::string& path) try {
-  return mailbox::Store(path);
+mailbox::Store Open(const std::string& path, mailbox::Store::Mode mode) try {
+  return mailbox::Store(path, mode);
 } catch (const std::exception& error) {
   throw std::runtime_error("the store " + path + " cannot be used: " + error.what());
 }
@@ -33,7 +33,9 @@ std::string OpenStore::Usable(const std::string& path, Mode mode) {
 }
 
 OpenStore::OpenStore(const CString& path, Mode mode)
-    : m_path(Usable(platform::ResolvePath(path), mode)), m_store(Open(m_path)) {
+    : m_path(Usable(platform::ResolvePath(path), mode)),
+      m_store(Open(m_path, mode == Mode::kMayCreate ? mailbox::Store::Mode::kReadWrite
+                                                    : mailbox::Store::Mode::kExisting)) {
   m_file = Look(m_path);
 }
 
@@ -44,8 +46,10 @@ std::optional<OpenStore::File> OpenStore::Look(const std::string& path) {
 }
 
 mailbox::FolderInfo OpenStore::Root() {
-  const auto root = m_store.FindWellKnown(m_store.Mailbox(kMailbox), "msgfolderroot");
-  const auto folder = root ? m_store.Folder(*root) : std::nullopt;
+  const auto folder = Do([](mailbox::Store& store) {
+    const auto root = store.FindWellKnown(store.Mailbox(kMailbox), "msgfolderroot");
+    return root ? store.Folder(*root) : std::nullopt;
+  });
   if (!folder) throw std::runtime_error("the store " + m_path + " has no folders");
   return *folder;
 }

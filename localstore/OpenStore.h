@@ -3,10 +3,12 @@
 #include <sys/types.h>
 
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "mailboxd/store/Store.h"
 #include "platform/CString.h"
+#include "platform/Sqlite.h"
 
 namespace localstore {
 
@@ -19,7 +21,16 @@ class OpenStore {
   // The path of this system, where a store may be there; throws the same else.
   static std::string Usable(const std::string& path, Mode mode);
 
-  mailbox::Store& Get() { return m_store; }
+  // What `step` makes of the store. A failure of its file is thrown as std::runtime_error with the
+  // file's name.
+  template <typename Step>
+  auto Do(Step step) {
+    try {
+      return step(m_store);
+    } catch (const platform::SqliteError& error) {
+      throw std::runtime_error("the store " + m_path + " fails: " + error.what());
+    }
+  }
   mailbox::FolderInfo Root();
   // To be called behind each change: what was written to a file that is gone or another one by now
   // is lost. Throws std::runtime_error then.

@@ -10,7 +10,47 @@
 // order of rdo::ContactField, up to the first difference.
 
 CStringArray strListGroupName;
-std::array<CStringArray, rdo::kContactFields> arrListFields;
+CStringArray strListFullName, strListFileAs, strListEmail1Address, strListBody, strListFirstName,
+    strListBusinessTelephoneNumber, strListHomeTelephoneNumber, strListLastName, strListCompanyName,
+    strListJobTitle, strListDepartment, strListOfficeLocation, strListCompanyMainTelephoneNumber,
+    strListMobileTelephoneNumber, strListPagerNumber, strListBusinessFaxNumber,
+    strListBusinessAddressCountry, strListBusinessAddressCity, strListBusinessAddressState,
+    strListBusinessAddress, strListBusinessAddressPostalCode, strListMiddleName, strListTitle,
+    strListPersonalHomePage, strListBusinessHomePage, strListHomeAddressCity,
+    strListHomeAddressCountry, strListHomeAddressPostalCode, strListHomeAddressState,
+    strListHomeAddress, strListSuffix;
+const std::array<CStringArray*, rdo::kContactFields> arrListFields = {
+    &strListFullName,
+    &strListFileAs,
+    &strListEmail1Address,
+    &strListBody,
+    &strListFirstName,
+    &strListBusinessTelephoneNumber,
+    &strListHomeTelephoneNumber,
+    &strListLastName,
+    &strListCompanyName,
+    &strListJobTitle,
+    &strListDepartment,
+    &strListOfficeLocation,
+    &strListCompanyMainTelephoneNumber,
+    &strListMobileTelephoneNumber,
+    &strListPagerNumber,
+    &strListBusinessFaxNumber,
+    &strListBusinessAddressCountry,
+    &strListBusinessAddressCity,
+    &strListBusinessAddressState,
+    &strListBusinessAddress,
+    &strListBusinessAddressPostalCode,
+    &strListMiddleName,
+    &strListTitle,
+    &strListPersonalHomePage,
+    &strListBusinessHomePage,
+    &strListHomeAddressCity,
+    &strListHomeAddressCountry,
+    &strListHomeAddressPostalCode,
+    &strListHomeAddressState,
+    &strListHomeAddress,
+    &strListSuffix};
 IRDOContactItem gIRDOContactItem;
 
 namespace {
@@ -24,7 +64,7 @@ bool AllFields(TEST&& fnIsEqual) {
 }
 
 CStringArray& ListOf(rdo::ContactField eField) {
-  return arrListFields.at(static_cast<size_t>(eField));
+  return *arrListFields.at(static_cast<size_t>(eField));
 }
 
 const CString& GroupOfRow(int nRow) {
@@ -77,5 +117,5 @@ void CTarnyOutlookHandler::AddToGroupList(CString strGroupName, IRDOContactItem 
     return true;
   });
   strListGroupName.Add(strGroupName);
-  for (size_t n = 0; n < arrTexts.size(); ++n) arrListFields.at(n).Add(arrTexts[n]);
+  for (size_t n = 0; n < arrTexts.size(); ++n) arrListFields.at(n)->Add(arrTexts[n]);
 }

@@ -19,6 +19,7 @@ namespace {
 constexpr std::chrono::seconds kFirstPatience{30};
 
 [[noreturn]] void Refuse(const Target& target, const std::string& reason) {
+  if (target.Store()) throw RunError(reason);  // it names the file
   throw RunError(fmt::format("cannot log on to the {}: {}", target.Name(), reason));
 }
 

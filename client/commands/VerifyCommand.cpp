@@ -15,6 +15,7 @@
 #include "client/run/Journal.h"
 #include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
+#include "client/run/StoreLook.h"
 #include "client/run/Verification.h"
 #include "client/show/Console.h"
 #include "client/show/JsonText.h"
@@ -82,6 +83,7 @@ int Verify(MigrateOptions& options, Console& console) {
   if (!had.empty()) say(fmt::format("The migration went to the {}.", had));
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
   const auto stores = ProvideIfStore(options.target, run);
+  RequireStoreKept(options.target, journal);
   ServerWaits waits;
   RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()),
                run.Title(), options.engine.patienceGiven || (IsBound(journal) && had.empty()),

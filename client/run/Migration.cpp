@@ -13,6 +13,7 @@
 #include "client/run/NewFile.h"
 #include "client/run/ReducedMail.h"
 #include "client/run/StopRequest.h"
+#include "client/run/StoreLook.h"
 #include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
@@ -37,8 +38,10 @@ constexpr std::chrono::seconds kLong{5};         // the target is asked again be
 constexpr std::chrono::minutes kFreshDoubt{10};  // an older one is over, however slow its server
 constexpr int kMostFailuresInARow = 20;          // with the same text
 
-// Failures of the way to the server, as the engine words them; the server's own answers are not.
-bool IsConnectionFailure(const std::string& text) {
+// Failures of the way to the target, as the engine words them; a server's own answers are not. What
+// a store says of itself, and not of an item, names its file.
+bool IsOfTarget(const Target& target, const std::string& text) {
+  if (target.Store()) return text.find("the store " + target.StoreFile()) != std::string::npos;
   return text.find("The request failed.") != std::string::npos || text == kNotRenewed;
 }
 
@@ -411,6 +414,11 @@ Migration::OpenEnd Migration::SendOnce(Work& work, Outcome& outcome) {
     if (!outcome.Arrived() && StopRequested()) outcome.kind = Outcome::Kind::kLeft;
     return outcome.kind == Outcome::Kind::kFailed ? OpenEnd::kEngine : OpenEnd::kNone;
   }
+  if (outcome.kind == Outcome::Kind::kFailed && SaysStoreGone(m_setup.target, outcome.text)) {
+    ++work.sent;  // it may be in the file, wherever that is by now
+    outcome = {Outcome::Kind::kLeft, StoreGoneText(m_setup.target)};
+    return OpenEnd::kNone;
+  }
   const bool isOpen = LeavesOutcomeOpen(outcome.text);
   if (outcome.kind != Outcome::Kind::kFailed || isOpen) ++work.sent;
   if (outcome.kind != Outcome::Kind::kFailed) return OpenEnd::kNone;
@@ -609,7 +617,7 @@ std::string Migration::StopReason(const Plan::Entry& entry, const Outcome& outco
   if (outcome.kind == Outcome::Kind::kLeft) return entry.name + ": " + outcome.text;
   if (outcome.kind == Outcome::Kind::kKnown) return {};  // says nothing about what comes
   const bool unproved = outcome.kind == Outcome::Kind::kNotConfirmed;
-  if (!unproved && (outcome.Arrived() || !IsConnectionFailure(outcome.text))) {
+  if (!unproved && (outcome.Arrived() || !IsOfTarget(m_setup.target, outcome.text))) {
     m_failuresInARow = 0;
     return {};
   }

@@ -98,15 +98,30 @@ void StoreLook::List(const Place& place, const Take& take) {
   }
 }
 
-void RequireStoreKept(const Target& target, Journal& journal) {
-  if (!target.Store()) return;
+bool IsStoreGone(const Target& target) {
+  if (!target.Store()) return false;
   std::error_code error;
-  const bool isGone = !std::filesystem::exists(target.StoreFile(), error) && !error;
-  if (!isGone || journal.EndedWith(ItemResult::kArrived, "").empty()) return;
-  throw RunError(
-      fmt::format("the store {} is not there any more, and items of this run are in it; put it "
-                  "back, or use another run folder for a new one",
-                  target.StoreFile()));
+  const std::filesystem::file_status file = std::filesystem::status(target.StoreFile(), error);
+  if (file.type() == std::filesystem::file_type::not_found) return true;
+  return std::filesystem::file_size(target.StoreFile(), error) == 0 && !error;
+}
+
+bool SaysStoreGone(const Target& target, const std::string& text) {
+  if (!target.Store()) return false;
+  const bool isSaid = text.find(target.StoreFile() + " is not there any more") != text.npos;
+  return isSaid || IsStoreGone(target);
+}
+
+std::string StoreGoneText(const Target& target) {
+  return fmt::format(
+      "the store {} is not there any more; put it back, or use another run folder "
+      "for a new one",
+      target.StoreFile());
+}
+
+void RequireStoreKept(const Target& target, Journal& journal) {
+  if (!IsStoreGone(target) || journal.EndedWith(ItemResult::kArrived, "").empty()) return;
+  throw RunError(StoreGoneText(target));
 }
 
 std::string WhyNotMade(const std::filesystem::path& file) {

@@ -37,8 +37,14 @@ class StoreLook : public TargetLook {
   IRDOPstStore m_store;
 };
 
-// Throws RunError for a store that holds items of the run, by its journal, and whose file is not
-// there: whoever opens it next would make an empty one in its place. Nothing for another target.
+// True for a store whose file is not there, or empty, and not where nobody can tell.
+bool IsStoreGone(const Target& target);
+// The same, and for one that another file took the place of, by the text of an item's failure.
+bool SaysStoreGone(const Target& target, const std::string& text);
+std::string StoreGoneText(const Target& target);  // for people, of one that held items
+
+// Throws RunError for a store that holds items of the run, by its journal, and that is gone:
+// whoever opens it next would make an empty one in its place.
 void RequireStoreKept(const Target& target, Journal& journal);
 
 // Why there can be no new file of that path; empty where there can.

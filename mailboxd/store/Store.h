@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -129,10 +130,10 @@ struct NewItem {
 // platform::SqliteError.
 class Store {
  public:
-  enum class Mode { kReadWrite, kReadOnly };
-  // `path` of the database file. kReadWrite creates it; kReadOnly may be used beside a running
-  // server. An older layout is brought up to date by kReadWrite. Throws std::runtime_error for any
-  // other layout.
+  enum class Mode { kReadWrite, kExisting, kReadOnly };
+  // `path` of the database file. kReadWrite creates it, kExisting does not; kReadOnly may be used
+  // beside a running server. An older layout is brought up to date, but by kReadOnly. Throws
+  // std::runtime_error for any other layout, and for the database of another program.
   explicit Store(const std::string& path, Mode mode = Mode::kReadWrite);
   ~Store();
   Store(const Store&) = delete;
@@ -155,7 +156,8 @@ class Store {
   std::optional<FolderInfo> CreateFolder(const FolderInfo& parent, std::string_view name,
                                          std::string_view folderClass);
 
-  // Stores the item with all it has, or nothing; fills the ids of item and attachments.
+  // Stores the item with all it has, or nothing; fills the ids of item and attachments. On failure
+  // the item has none.
   void CreateItem(NewItem& item);
   std::optional<ItemInfo> Item(std::int64_t id);
   // Newest row last, from the offset on. A limit below 0 means all. Page after page costs no more
@@ -201,9 +203,10 @@ class Store {
   // Keeps the mailHasFiles of items, by row, all in one change. Their versions stay, for nothing
   // about them has changed.
   void SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& items);
-  // Stores what has changed of an item, but for its folder, dates of its own and attachments, if it
-  // is still of that version, and counts the version up; false when it is not, or not there.
-  bool UpdateItem(ItemInfo& item);
+  // Stores what has changed of an item, but for its folder and dates of its own, and attachments
+  // that it gets, all or nothing, if it is still of that version, and counts the version up; false
+  // when it is not, or not there.
+  bool UpdateItem(ItemInfo& item, std::span<NewAttachment> added = {});
   // False when the item is not there.
   bool DeleteItem(std::int64_t id);
   bool MoveItem(std::int64_t id, std::int64_t folder);

@@ -22,9 +22,10 @@ void Store::Implementation::Transaction::Commit() {
 }
 
 Store::Implementation::Implementation(const std::string& path, Mode mode)
-    : m_writes(mode == Mode::kReadWrite),
-      m_database(path, mode == Mode::kReadOnly ? platform::SqliteDatabase::Open::kReadWrite
-                                               : platform::SqliteDatabase::Open::kReadWriteCreate) {
+    : m_writes(mode != Mode::kReadOnly),
+      m_database(path, mode == Mode::kReadWrite ? platform::SqliteDatabase::Open::kReadWriteCreate
+                                                : platform::SqliteDatabase::Open::kReadWrite) {
+  RequireNotOthers(m_database, path);
   if (mode == Mode::kReadOnly) {
     m_database.Execute("PRAGMA query_only=ON");
   } else {
@@ -38,7 +39,7 @@ void Store::Implementation::UpdateLayout(Mode mode, const std::string& path) {
   const std::span<const char* const> steps = SchemaSteps();
   const auto newest = static_cast<std::int64_t>(steps.size());
   std::int64_t version = Number("PRAGMA user_version").value_or(0);
-  if (mode == Mode::kReadWrite && version >= 0 && version < newest) {
+  if (mode != Mode::kReadOnly && version >= 0 && version < newest) {
     Transaction transaction(*this);
     for (const char* step : steps.subspan(static_cast<size_t>(version))) m_database.Execute(step);
     m_database.Execute("PRAGMA user_version=" + std::to_string(newest));

@@ -100,8 +100,8 @@ class Store::Implementation {
   std::int64_t InsertFolder(std::int64_t mailbox, std::int64_t parent, std::string_view name,
                             std::string_view folderClass, std::string_view wellKnown);
   // In StoreItems.cpp.
-  void InsertItem(NewItem& item);
-  void InsertTexts(const ItemInfo& item);
+  std::int64_t InsertItem(const NewItem& item);
+  void InsertTexts(std::int64_t row, const ItemInfo& item);
   void InsertAttachment(std::int64_t item, NewAttachment& attachment);
 
   // Where the last page of a folder ended: the place in the folder and the row there, so that the

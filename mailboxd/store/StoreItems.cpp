@@ -8,10 +8,15 @@
 namespace mailbox {
 namespace {
 
-std::int64_t SizeOf(const NewItem& item) {
-  size_t size = item.mime.size() + item.info.body.size() + item.info.subject.size();
-  for (const NewAttachment& attachment : item.attachments) size += attachment.content.size();
+std::int64_t BytesOf(std::span<const NewAttachment> attachments) {
+  size_t size = 0;
+  for (const NewAttachment& attachment : attachments) size += attachment.content.size();
   return static_cast<std::int64_t>(size);
+}
+
+std::int64_t SizeOf(const NewItem& item) {
+  const size_t own = item.mime.size() + item.info.body.size() + item.info.subject.size();
+  return static_cast<std::int64_t>(own) + BytesOf(item.attachments);
 }
 
 using ItemColumn = RowShape<ItemInfo>::Column;
@@ -60,25 +65,27 @@ const RowShape<AttachmentInfo> kAttachments(
 
 }  // namespace
 
-void Store::Implementation::InsertItem(NewItem& item) {
-  ItemInfo& info = item.info;
+std::int64_t Store::Implementation::InsertItem(const NewItem& item) {
+  const ItemInfo& info = item.info;
   Run("INSERT INTO items(folder,element,item_class,subject,is_read,is_draft,received,sent,created,"
       "starts,ends,is_series,who,size,version,details,mail_has_files)"
       " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,-1))",
       info.folder, info.element, info.itemClass, info.subject, info.isRead, info.isDraft,
       info.received, info.sent, info.created, info.starts, info.ends, info.isSeries, info.who,
       info.size, info.version, WriteDetails(info), item.hasMime ? -1 : 0);
-  info.id = LastRow();
-  InsertTexts(info);
-  if (!item.hasMime) return;
-  Run("INSERT INTO mime(item,charset,bytes) VALUES(?,?,?)", info.id, item.mimeCharset,
-      BlobView{item.mime});
+  const std::int64_t row = LastRow();
+  InsertTexts(row, info);
+  if (item.hasMime) {
+    Run("INSERT INTO mime(item,charset,bytes) VALUES(?,?,?)", row, item.mimeCharset,
+        BlobView{item.mime});
+  }
+  return row;
 }
 
-void Store::Implementation::InsertTexts(const ItemInfo& item) {
+void Store::Implementation::InsertTexts(std::int64_t row, const ItemInfo& item) {
   const auto insert = [&](std::string_view key, std::string_view text) {
     if (text.empty() || text.size() > kLongestText) return;
-    Run("INSERT OR IGNORE INTO item_texts(item,key,text) VALUES(?,?,?)", item.id, key, text);
+    Run("INSERT OR IGNORE INTO item_texts(item,key,text) VALUES(?,?,?)", row, key, text);
   };
   for (const ExtendedProperty& property : item.properties) {
     if (property.type == "String" && !property.values.empty()) {
@@ -105,14 +112,15 @@ void Store::Implementation::InsertAttachment(std::int64_t item, NewAttachment& a
 void Store::CreateItem(NewItem& item) {
   item.info.created = UtcNow();
   item.info.size = SizeOf(item);
-  item.info.attachmentCount = static_cast<std::int64_t>(item.attachments.size());
   const std::lock_guard lock(m_implementation->m_mutex);
   Implementation::Transaction transaction(*m_implementation);
-  m_implementation->InsertItem(item);
+  const std::int64_t row = m_implementation->InsertItem(item);
   for (NewAttachment& attachment : item.attachments) {
-    m_implementation->InsertAttachment(item.info.id, attachment);
+    m_implementation->InsertAttachment(row, attachment);
   }
   transaction.Commit();
+  item.info.id = row;
+  item.info.attachmentCount = static_cast<std::int64_t>(item.attachments.size());
 }
 
 std::optional<ItemInfo> Store::Item(std::int64_t id) {
@@ -228,7 +236,7 @@ bool Store::WithMime(std::int64_t item,
 }
 
 void Store::SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& items) {
-  if (items.empty()) return;
+  if (items.empty() || !m_implementation->m_writes) return;  // a reader may look again
   const std::lock_guard lock(m_implementation->m_mutex);
   Implementation::Transaction transaction(*m_implementation);
   for (const auto& [id, has] : items) {
@@ -237,19 +245,23 @@ void Store::SetMailHasFiles(const std::vector<std::pair<std::int64_t, bool>>& it
   transaction.Commit();
 }
 
-bool Store::UpdateItem(ItemInfo& item) {
+bool Store::UpdateItem(ItemInfo& item, std::span<NewAttachment> added) {
+  const std::int64_t size = item.size + BytesOf(added);
   const std::lock_guard lock(m_implementation->m_mutex);
   Implementation::Transaction transaction(*m_implementation);
   m_implementation->Run(
       "UPDATE items SET item_class=?,subject=?,is_read=?,is_draft=?,received=?,sent=?,starts=?,"
       "ends=?,is_series=?,who=?,size=?,details=?,version=version+1 WHERE id=? AND version=?",
       item.itemClass, item.subject, item.isRead, item.isDraft, item.received, item.sent,
-      item.starts, item.ends, item.isSeries, item.who, item.size, WriteDetails(item), item.id,
+      item.starts, item.ends, item.isSeries, item.who, size, WriteDetails(item), item.id,
       item.version);
   if (!m_implementation->Changed()) return false;
   m_implementation->Run("DELETE FROM item_texts WHERE item=?", item.id);
-  m_implementation->InsertTexts(item);
+  m_implementation->InsertTexts(item.id, item);
+  for (NewAttachment& attachment : added) m_implementation->InsertAttachment(item.id, attachment);
   transaction.Commit();
+  item.size = size;
+  item.attachmentCount += static_cast<std::int64_t>(added.size());
   ++item.version;
   return true;
 }

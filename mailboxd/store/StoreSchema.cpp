@@ -1,6 +1,7 @@
 #include "mailboxd/store/StoreSchema.h"
 
 #include <array>
+#include <stdexcept>
 
 namespace mailbox {
 
@@ -179,6 +180,13 @@ constexpr std::array<WellKnownFolder, 20> kFolders = {{
 }};
 
 }  // namespace
+
+void RequireNotOthers(platform::SqliteDatabase& database, const std::string& path) {
+  auto tables = database.Prepare(
+      "SELECT count(*) FROM sqlite_master, pragma_user_version WHERE user_version=0");
+  if (tables.Step() && tables.Int(0) == 0) return;
+  throw std::runtime_error(path + " is the database of another program");
+}
 
 std::span<const char* const> SchemaSteps() { return kSteps; }
 

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
+
+#include "platform/Sqlite.h"
 
 namespace mailbox {
 
@@ -13,6 +16,10 @@ namespace mailbox {
 // The layout's number is the number of steps that have been made; step n turns layout n into n + 1.
 // A step that has been released is never changed.
 std::span<const char* const> SchemaSteps();
+
+// Throws std::runtime_error for what another program keeps in SQLite: it has tables, and no layout
+// of ours.
+void RequireNotOthers(platform::SqliteDatabase& database, const std::string& path);
 
 // The folders that every mailbox has from its first use, parents before children. A class-less
 // folder is a root.

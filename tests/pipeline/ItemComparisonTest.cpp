@@ -32,12 +32,14 @@ struct Person : Plain<rdo::ContactItem> {
   void Save() override {}
   CString Text(ContactField field) override {
     if (field == unreadable) throw std::runtime_error("no text");
+    lastAsked = field;
     return texts[field];
   }
 
   CString messageClass = u"IPM.Contact";
   std::map<ContactField, CString> texts;
   std::optional<ContactField> unreadable;
+  std::optional<ContactField> lastAsked;
 };
 
 struct List : Plain<rdo::DistListItem> {
@@ -84,7 +86,7 @@ class ItemComparison : public testing::Test {
  protected:
   ItemComparison() {
     strListGroupName.RemoveAll();
-    for (CStringArray& list : arrListFields) list.RemoveAll();
+    for (CStringArray* list : arrListFields) list->RemoveAll();
     gIRDOContactItem.Release();
     g_calls.clear();
   }
@@ -116,6 +118,7 @@ TEST_F(ItemComparison, EveryFieldCountsToTheCharacter) {
     const auto other = NewPerson(u"Ann");
     other->texts[static_cast<ContactField>(n)] += u"x";
     EXPECT_FALSE(handler.IsEqual(ann, IRDOContactItem(other))) << n;
+    EXPECT_EQ(other->lastAsked, static_cast<ContactField>(n));  // none behind the first difference
   }
 }
 
@@ -149,8 +152,8 @@ TEST_F(ItemComparison, WhatWasSeenIsKnownWithinItsGroup) {
   eve->unreadable = ContactField::Body;
   EXPECT_ANY_THROW(handler.AddToGroupList(u"Crew", IRDOContactItem(eve)));
   EXPECT_EQ(strListGroupName.GetSize(), 2);
-  for (const CStringArray& list : arrListFields) EXPECT_EQ(list.GetSize(), 2);
-  arrListFields[0].Add(u"a row without a group");
+  for (const CStringArray* list : arrListFields) EXPECT_EQ(list->GetSize(), 2);
+  strListFullName.Add(u"a row without a group");
   IRDOContactItem bob(NewPerson(u"Bob"));
   EXPECT_THROW(handler.CheckIfDublicateItemPresent(u"Crew", &bob), std::invalid_argument);
 }

@@ -155,6 +155,8 @@ TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
     const std::string url = pages.Out().substr(pages.Out().find("http"));
     EXPECT_THAT(mailbox_test::Send({url.substr(0, url.size() - 1) + "/"}).body,
                 HasSubstr("Brien &amp; Sons"));
+    EXPECT_THAT(mailbox_test::Send({url.substr(0, url.size() - 1) + "/folder/3"}).body,
+                HasSubstr("Subject"));
     pages.Signal(SIGTERM);
     EXPECT_EQ(pages.Wait().status, 0);
   }
@@ -210,21 +212,31 @@ TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
 }
 
 TEST(StoreTarget, OneThatVanishesIsNotMadeAnew) {
-  const TemporaryFolder folder;
-  (void)WriteMails(folder, 120);
-  const std::string file = folder.File("Out.pst");
-  const auto arguments = ArgumentsTo(folder, "store:" + file, "run");
-  Program tarny("tarny", arguments, folder.Path());
-  while (LedgerRows(folder) < 5 || EnginesOf(folder.File("run")).empty()) {
-    ASSERT_FALSE(tarny.TryWait()) << tarny.Err();
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  for (const bool engineDies : {true, false}) {
+    const TemporaryFolder folder;
+    (void)WriteMails(folder, 120);
+    const std::string file = folder.File("Out.pst");
+    const auto arguments = ArgumentsTo(folder, "store:" + file, "run");
+    Program tarny("tarny", arguments, folder.Path());
+    while (LedgerRows(folder) < 5 || EnginesOf(folder.File("run")).empty()) {
+      ASSERT_FALSE(tarny.TryWait()) << tarny.Err();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    fs::rename(file, folder.File("Kept.pst"));
+    if (engineDies) KillAll(EnginesOf(folder.File("run")));
+    const std::string text = "Out.pst is not there any more; put it back";
+    EXPECT_THAT(tarny.Wait(), FailsWith(text));
+    EXPECT_THAT(RunProgram("tarny", arguments, folder.Path()), FailsWith(text));
+    EXPECT_FALSE(fs::exists(file));
+    folder.Write("Out.pst", "");  // nor is an empty file taken for it
+    EXPECT_THAT(RunProgram("tarny", arguments, folder.Path()), FailsWith(text));
+    EXPECT_EQ(fs::file_size(file), 0);
+    fs::rename(folder.File("Kept.pst"), file);  // what it took while it was away is there once
+    EXPECT_EQ(RunProgram("tarny", arguments, folder.Path()).status, 0);
+    auto verify = arguments;
+    verify[0] = "verify";
+    EXPECT_EQ(RunProgram("tarny", verify, folder.Path()).status, 0);
   }
-  fs::rename(file, folder.File("Kept.pst"));
-  KillAll(EnginesOf(folder.File("run")));
-  const std::string text = "Out.pst is not there any more";
-  EXPECT_THAT(tarny.Wait(), FailsWith(text));
-  EXPECT_THAT(RunProgram("tarny", arguments, folder.Path()), FailsWith(text));
-  EXPECT_FALSE(fs::exists(file));
 }
 
 }  // namespace

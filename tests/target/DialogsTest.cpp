@@ -108,17 +108,25 @@ TEST(Dialogs, AServerNeedsItsNameAndAUser) {
   EXPECT_EQ(dialog.m_strServer + dialog.m_strUser + dialog.m_strSecondUser + dialog.m_strPassword +
                 dialog.m_strComputer,
             u"mailannbsecretc");
+  // What is hidden, and what has a size of its own.
   const auto text = [](const DialogLayout& layout) {
-    std::string all = CString(layout.strCaption).ToUtf8() + " " + std::to_string(layout.nWidth);
+    const auto size = [](int width, int height) {
+      return " " + std::to_string(width) + "x" + std::to_string(height);
+    };
+    std::string all = std::to_string(layout.nId) + " " + CString(layout.strCaption).ToUtf8() +
+                      size(layout.nWidth, layout.nHeight);
     for (const DialogControl& control : layout.arrControls) {
       if (!control.bVisible) all += "|" + CString(control.strText).ToUtf8();
+      if (control.nWidth)
+        all += "|" + std::to_string(control.nId) + size(control.nWidth, control.nHeight);
     }
     return all;
   };
   EXPECT_EQ(text(S::Layout()),
-            "Exchange Server Information 414|Login Information|User Name : ||Computer Name or Ip "
-            "  :|");
-  EXPECT_EQ(text(CExchangeProfiles::Layout()), "Exchange Server Configuration 435");
+            "130 Exchange Server Information 414x218|Login Information|User Name : ||Computer Name "
+            "or Ip   :|");
+  EXPECT_EQ(text(CExchangeProfiles::Layout()),
+            "129 Exchange Server Configuration 435x257|1000 421x57|1001 421x86");
 }
 
 }  // namespace

@@ -55,6 +55,7 @@ TEST_F(Stores, AFileIsMadeByTheFirstWayThatWorks) {
   EXPECT_EQ(script.TakeCalls(),
             "on?, save, on?, logoff, session, logon '' 00170, stores, "
             "add \\nowhere\\Out.PST as 1");
+  handler.m_hParentWnd = 0;
   Begin(0);
   script.givesNoStore = true;  // which is no failure
   EXPECT_EQ(handler.CreatePstFile(path), 1);

@@ -42,6 +42,7 @@ TEST_F(Store, AReaderBesideTheServerSeesWhatItHolds) {
                                     [&](std::string_view bytes) { attached = bytes; }));
   EXPECT_EQ(attached, "bytes");
   EXPECT_THROW(reader.Mailbox("new@example.com"), std::exception);
+  EXPECT_NO_THROW(reader.SetMailHasFiles({{items[0].id, true}}));  // it keeps nothing
 }
 
 std::int64_t AddItem(mailbox::Store& store, std::int64_t folder, bool read) {
