@@ -22,7 +22,7 @@ class EngineLogs {
   // True if the trace tells of a saved item of that type (pipeline/ST_EML_INFO.h): the proof for
   // items that get no row in the ledger.
   bool HasSaved(std::int32_t type) const;
-  // What of the descriptor and of ItemProps.json the engine left out for its value, as a remark;
+  // What of the item the engine left out (wrong values, files that are not there), as a remark;
   // empty when it took all.
   std::string LeftOut() const;
   Reduction SentReduced() const;
