@@ -72,7 +72,8 @@ size_t onWrite(char* pData, size_t nSize, size_t nCount, void* pUser) {
 }
 
 void takeContentEncoding(std::string_view strValue, HttpExchange& objExchange) {
-  if (equalsNoCase(strValue, "gzip") || equalsNoCase(strValue, "x-gzip")) {
+  const bool bGzip = equalsNoCase(strValue, "gzip") || equalsNoCase(strValue, "x-gzip");
+  if (bGzip && !objExchange.pGzip) {
     objExchange.pGzip = std::make_unique<GzipBody>();
   } else if (!strValue.empty() && !equalsNoCase(strValue, "identity")) {
     objExchange.strFailure = "the answer is packed in a way that was not asked for: ";
