@@ -257,18 +257,20 @@ TEST_F(MailItems, SafeMailsTellWhatTheyGoWithout) {
   const struct {
     std::string file, bytes;
     std::string told;  // behind the label; empty for nothing
-    std::u16string body;
+    CString body;
     int attachments = 0;
   } rows[] = {
-      {"11comtextjjAttach.t", names, "gone.txt (there is no such file)", u"page", 1},
-      {"11comtextjjAttach.t", "\xFF\xFE" + names, "gone.txt (there is no such file)", u"page", 1},
-      {"11comtextjjAttach.t", "\xEF\xBB\xBFgr\xC3\xBC\xC3\x9F.txt\r\n", "", u"page", 1},
-      {"11comtextjjAttach.t", "a.txt\n\ngr\xFC\xDF.txt", "", u"page", 2},
-      {"11comtextjjAttach.t", "", "", u"page"},
-      {"11comtextjjAttach.t/in", "", "the files of a list (the list cannot be read)", u"page"},
-      {"TextFile1.txt", "", "TextFile1.txt (the body is empty)", u"page"},
-      {"TextFile1.txt/in", "", "TextFile1.txt (the body cannot be read)", u"page"},
-      {"ch2111.rtf/in", "", "ch2111.rtf (it gives no body; the next one is taken)", u"page"},
+      {"11comtextjjAttach.t", names, "gone.txt (there is no such file)", u"<p>page</p>", 1},
+      {"11comtextjjAttach.t", "\xFF\xFE" + names, "gone.txt (there is no such file)",
+       u"<p>page</p>", 1},
+      {"11comtextjjAttach.t", "\xEF\xBB\xBFgr\xC3\xBC\xC3\x9F.txt\r\n", "", u"<p>page</p>", 1},
+      {"11comtextjjAttach.t", "a.txt\n\ngr\xFC\xDF.txt", "", u"<p>page</p>", 2},
+      {"11comtextjjAttach.t", "", "", u"<p>page</p>"},
+      {"11comtextjjAttach.t/in", "", "the files of a list (the list cannot be read)",
+       u"<p>page</p>"},
+      {"TextFile1.txt", "", "TextFile1.txt (the body is empty)", u"<p>page</p>"},
+      {"TextFile1.txt/in", "", "TextFile1.txt (the body cannot be read)", u"<p>page</p>"},
+      {"ch2111.rtf/in", "", "ch2111.rtf (it gives no body; the next one is taken)", u"<p>page</p>"},
       {"Imagech111.html", "<img src=\"gone.png\" a>",
        "gone.png (the picture of its page is not attached)", u"<img src=\"gone.png\" a>"},
       {"GARImage.html", meta + "koi8-r>\xC1\xC2\xD7\xC7", "", u"<meta charset=koi8-r>абвг"},
@@ -280,7 +282,8 @@ TEST_F(MailItems, SafeMailsTellWhatTheyGoWithout) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.file + ": " + row.bytes);
     std::filesystem::remove_all(folder.Work(""));
-    for (const char* name : {"GARImage.html", "a.txt", "grüß.txt"}) folder.WriteWork(name, "page");
+    for (const char* name : {"GARImage.html", "a.txt", "grüß.txt"})
+      folder.WriteWork(name, "<p>page</p>");
     folder.WriteWork(row.file, row.bytes);
     std::filesystem::remove(folder.File("trace.txt"));
     handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
