@@ -97,11 +97,10 @@ struct ScriptedServer::Impl {
                  ? ntohs(address.sin_port)
                  : -1;
     };
-    const int ownPort = thread->Port();  // once: whoever sees the end may end the server
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     for (int fd = 0; fd < static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 65536)); ++fd) {
-      if (portOf(fd, getsockname) == ownPort && portOf(fd, getpeername) == remotePort) {
+      if (portOf(fd, getsockname) == thread->Port() && portOf(fd, getpeername) == remotePort) {
         const sockaddr none{.sa_family = AF_UNSPEC, .sa_data = {}};
         if (how == ScriptedAnswer::Fault::kReset) connect(fd, &none, sizeof none);
         shutdown(fd, SHUT_RDWR);
