@@ -125,7 +125,8 @@ expected = {
     'Buoys, in rich text with two pictures':
         ('Notes archive', 'text/html', ['northern buoys', 'caf&#233;', '&#28526;&#27728;'], rich,
          files(notes + 'rich text/', ['depths.csv']), '2024-05-14 16:45', None,
-         'Priya Okonkwo <priya@harbour.example.com>', [tom, ingrid]),
+         'Priya Okonkwo <priya@harbour.example.com>',
+         [f'Tom Okafor <{tom}>', ingrid]),
 }
 found = {}
 for path in glob.glob(sys.argv[1] + '/out/*/**/*.eml', recursive=True):
