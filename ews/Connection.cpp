@@ -24,6 +24,7 @@ namespace {
 constexpr std::chrono::minutes kLeastLifetime{5};
 constexpr int kUnauthorized = 401;
 constexpr long long kMaxLifetimeSeconds = 7 * 24 * 3600;
+constexpr size_t kMaxTokenAnswerBytes = 256 * 1024;
 
 struct Token {
   std::string strToken;
@@ -94,8 +95,10 @@ std::chrono::seconds LifetimeOf(const nlohmann::json& objJson) {
 }
 
 Token ReadAnswer(const TokenRequest& objRequest, const ews::HttpResponse& objResponse) {
-  const auto objJson =
-      nlohmann::json::parse(objResponse.strBody, nullptr, /*allow_exceptions=*/false);
+  // What is larger holds no token, and as a tree takes many times its size.
+  const bool bTooLarge = objResponse.strBody.size() > kMaxTokenAnswerBytes;
+  const auto objJson = nlohmann::json::parse(bTooLarge ? std::string() : objResponse.strBody,
+                                             nullptr, /*allow_exceptions=*/false);
   if (objJson.is_object()) {
     const std::string strToken = TextOf(objJson, "access_token");
     if (objResponse.nStatus == 200 && !strToken.empty()) {
@@ -128,7 +131,7 @@ std::string GetToken(const TokenRequest& objRequest, From eFrom) {
     }
   }
   const ews::Outage objOutage(ews::Transport(), ews::HostForMessage(objRequest.strUrl),
-                              std::chrono::milliseconds(0), ews::Outage::Repeat::kAlways);
+                              ews::HttpRequest().nTimeout, ews::Outage::Repeat::kAlways);
   Token objToken = ews::WaitOut(objOutage, [&](std::chrono::milliseconds) {
     return ReadAnswer(objRequest, Ask(objRequest));
   });

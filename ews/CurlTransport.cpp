@@ -286,6 +286,7 @@ void SetOptions(CURL* pCurl, const HttpRequest& objRequest, Transfer& objTransfe
   curl_easy_setopt(pCurl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   curl_easy_setopt(pCurl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(pCurl, CURLOPT_TIMEOUT_MS, nTimeout);
+  curl_easy_setopt(pCurl, CURLOPT_QUICK_EXIT, 1L);  // nor longer for a name that nobody resolves
   curl_easy_setopt(pCurl, CURLOPT_CONNECTTIMEOUT_MS, std::min(nTimeout, kMaxConnectMs));
   curl_easy_setopt(pCurl, CURLOPT_TCP_KEEPALIVE, 1L);
   curl_easy_setopt(pCurl, CURLOPT_MAXAGE_CONN, kMaxIdleSeconds);

@@ -100,7 +100,7 @@ void RequireOwnPage(const std::string& strOwn, const std::string& strNext) {
 }
 
 size_t BytesOf(const std::vector<DirectoryEntry>& arrEntries) {
-  size_t n = 0;
+  size_t n = arrEntries.size() * sizeof(DirectoryEntry);
   for (const DirectoryEntry& obj : arrEntries) n += obj.strName.size() + obj.strAddress.size();
   return n;
 }

@@ -23,7 +23,7 @@ struct DirectoryPage {
 
 inline constexpr size_t kMaxDirectoryPageBytes = 8u << 20;
 inline constexpr size_t kMaxDirectoryPages = 10000;       // of up to 999 entries
-inline constexpr size_t kMaxDirectoryBytes = 256u << 20;  // of all names and addresses
+inline constexpr size_t kMaxDirectoryBytes = 256u << 20;  // of all entries in memory
 
 // Throws ServiceException for what is no page of a list, or longer than one may be.
 DirectoryPage ReadDirectoryPage(std::string_view strJson);

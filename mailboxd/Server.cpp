@@ -29,11 +29,12 @@ namespace mailbox {
 namespace {
 
 constexpr size_t kLargestRequest = 300ull * 1024 * 1024;  // bytes
-constexpr size_t kThreads = 64;               // each connection that is served holds one
-constexpr time_t kKeepAlive = 60;             // seconds without a request
-constexpr std::chrono::seconds kFarewell{5};  // for answers that are on their way
-constexpr int kBacklog = 256;                 // connections that wait to be taken
-constexpr size_t kUnlimited = 1u << 30;       // requests on one connection
+constexpr size_t kThreads = 64;                     // each connection that is served holds one
+constexpr time_t kKeepAlive = 60;                   // seconds without a request
+constexpr std::chrono::seconds kLongestUnread{30};  // until one that reads no answer is let go
+constexpr std::chrono::seconds kFarewell{5};        // for answers that are on their way
+constexpr int kBacklog = 256;                       // connections that wait to be taken
+constexpr size_t kUnlimited = 1u << 30;             // requests on one connection
 
 std::string Lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), mail::toLowerAscii);
@@ -215,6 +216,10 @@ bool IsLast(const httplib::Response& response) {
 // for any other.
 int RefusalOf(const httplib::Request& request) {
   if (request.is_multipart_form_data()) return 415;
+  // A few bytes may unpack to any number; no client of the service packs what it sends.
+  if (request.has_header("Content-Encoding")) {
+    if (Lower(request.get_header_value("Content-Encoding")) != "identity") return 415;
+  }
   if (request.has_header("Transfer-Encoding")) {
     return Lower(request.get_header_value("Transfer-Encoding")) == "chunked" ? 0 : 501;
   }
@@ -265,7 +270,7 @@ void Server::Implementation::Configure() {
   m_http->set_keep_alive_max_count(kUnlimited);
   m_http->set_keep_alive_timeout(kKeepAlive);
   m_http->set_read_timeout(m_options.patience);
-  m_http->set_write_timeout(m_options.patience);
+  m_http->set_write_timeout(std::min(m_options.patience, kLongestUnread));
 }
 
 void Server::Implementation::Route() {

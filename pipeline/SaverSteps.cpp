@@ -88,7 +88,9 @@ std::u16string_view Attach(ews::Item& objItem, const CString& strPath) {
   if (!platform::PathExists(strPath)) return u"there is no such file";
   if (ews::Settings().bSafe && !LiesInWorkFolder(strPath)) return u"it lies elsewhere";
   try {
-    objItem.Attachments().AddFileAttachment(strPath);
+    const CString strName(platform::FileNameOf(strPath));
+    objItem.Attachments().AddFileAttachment(
+        ews::Settings().bSafe ? Sendable(strName.View()) : strName, strPath);
     return {};
   } catch (...) {  // one file costs no other
     return u"it cannot be read";

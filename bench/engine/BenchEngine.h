@@ -48,12 +48,12 @@ class BenchEngine {
     m_server.Start();
     m_run.TakeOver(say);
     m_run.InstallEngine(TARNY_BIN "/TarnyOutlookEngine");
-    std::vector<std::string> options{"--safe", "--autodiscover-url", m_server.AutodiscoverUrl(),
-                                     "--trust-host", "127.0.0.1"};
+    std::vector<std::string> arguments{"--safe", "--autodiscover-url", m_server.AutodiscoverUrl(),
+                                       "--trust-host", "127.0.0.1"};
     if (const std::string ca = m_server.CertificateFile(); !ca.empty()) {
-      options.insert(options.end(), {"--verify-certificates", "--ca-file", ca});
+      arguments.insert(arguments.end(), {"--verify-certificates", "--ca-file", ca});
     }
-    m_engine.emplace(m_run, options, std::vector<int>(), say);
+    m_engine.emplace(m_run, arguments, std::vector<int>(), say);
     client::Target target;
     target.user = kUser;
     target.password = "local";

@@ -61,6 +61,7 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"sent", summary.sent},
                                        {"arrived_reduced", summary.reduced},
                                        {"there_already", summary.known},
+                                       {"equal_in_folder", summary.equal},
                                        {"failed", summary.failed},
                                        {"not_confirmed", summary.notConfirmed},
                                        {"not_reached", summary.total - summary.seen},
@@ -80,8 +81,11 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   PrintProblems("Of earlier runs", summary.doubts);
   PrintProblems("Arrived, with a remark", summary.remarks);
   PrintProblems("Failed", summary.failures);
-  std::cout << fmt::format("{}: {} sent, {} there already, {} failed", ItemCount(summary.total),
-                           summary.sent, summary.known, summary.failed);
+  const std::string equal =
+      summary.equal ? fmt::format(" ({} equal to another mail of their folder)", summary.equal)
+                    : std::string();
+  std::cout << fmt::format("{}: {} sent, {} there already{}, {} failed", ItemCount(summary.total),
+                           summary.sent, summary.known, equal, summary.failed);
   if (summary.reduced) std::cout << fmt::format(", {} arrived reduced", summary.reduced);
   if (summary.notConfirmed) std::cout << fmt::format(", {} not confirmed", summary.notConfirmed);
   if (summary.seen < summary.total) {

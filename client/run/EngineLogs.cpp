@@ -20,10 +20,12 @@ namespace {
 
 constexpr char kTraceName[] = "TarnyEngine.txt";
 // What stands in the trace once the server has an item: lines of their own. A subject that looks
-// like one stands behind its label. For contacts and lists it is the same line twice.
+// like one stands behind its label. For contacts and lists it is the same line twice, with what the
+// engine tells of its waits between.
 struct SavedLine {
   std::int32_t type;
   std::string_view text;
+  int times = 1;
 };
 constexpr auto kSavedLines = std::to_array<SavedLine>({
     {TYPE_EMAIL, "\n Email Save out \r\n"},
@@ -32,10 +34,13 @@ constexpr auto kSavedLines = std::to_array<SavedLine>({
     {TYPE_CALENDER, "\ncatch  try TYPE_CALENDER Save( out \r\n"},
     {TYPE_TASK, "\n task Save out   \r\n"},
     {TYPE_TASK, "\n catch task Save out   \r\n"},
-    {TYPE_CONTACT, "\n TYPE_CONTACT Save IN   \r\n TYPE_CONTACT Save IN   \r\n"},
+    {TYPE_CONTACT, "\n TYPE_CONTACT Save IN   \r\n", 2},
     {TYPE_CONTACT, "\nCatch TYPE_CONTACT SAVE OUT \r\n"},
-    {TYPE_DIST_LIST, "\n TYPE_CONTACT Save IN   \r\n TYPE_CONTACT Save IN   \r\n"},
+    {TYPE_DIST_LIST, "\n TYPE_CONTACT Save IN   \r\n", 2},
 });
+// What stands there before anything of an item leaves.
+constexpr auto kSaveBegins = std::to_array<std::string_view>(
+    {"Email Save in ", " TYPE_CALENDER Save( in ", " task Save in   ", " TYPE_CONTACT Save IN   "});
 // Of a mail that is sent again without its MIME content.
 constexpr std::string_view kSendsReduced = "\nCatch Email Save in \r\n";
 constexpr std::string_view kReducedToNothing = "\nThe reduced mail has no text\r\n";
@@ -73,6 +78,16 @@ std::u16string TextOf(std::string_view bytes) {
   return units;
 }
 
+// That line, each time with the end of another one in front.
+bool HasLine(std::string_view trace, std::string_view line, int times) {
+  const std::string units = Units(line);
+  std::size_t at = trace.find(units);
+  while (at != std::string_view::npos && --times > 0) {
+    at = trace.find(units, at + units.size() - 2);  // the line feed may be its own last unit
+  }
+  return at != std::string_view::npos;
+}
+
 Reduction ReductionIn(std::string_view trace) {
   if (trace.find(Units(kSendsReduced)) == std::string_view::npos) return Reduction::kNone;
   const bool nothing = trace.find(Units(kReducedToNothing)) != std::string_view::npos;
@@ -99,8 +114,15 @@ std::string EngineLogs::LastStatus() const {
 bool EngineLogs::HasSaved(std::int32_t type) const {
   const std::string trace = m_trace.Added();
   return std::ranges::any_of(kSavedLines, [&](const SavedLine& line) {
-    return line.type == type && trace.find(Units(line.text)) != std::string::npos;
+    return line.type == type && HasLine(trace, line.text, line.times);
   });
+}
+
+bool EngineLogs::MayHaveSent() const {
+  const std::string trace = m_trace.Added();
+  return trace.empty() || std::ranges::any_of(kSaveBegins, [&](std::string_view begin) {
+           return trace.find(Units(begin)) != std::string::npos;
+         });
 }
 
 std::string EngineLogs::LeftOut() const {

@@ -22,6 +22,9 @@ class EngineLogs {
   // True if the trace tells of a saved item of that type (pipeline/ST_EML_INFO.h): the proof for
   // items that get no row in the ledger.
   bool HasSaved(std::int32_t type) const;
+  // False if the trace shows that the command ended before anything of the item left; true, too,
+  // where nothing was added to it at all, for then it cannot be written.
+  bool MayHaveSent() const;
   // What of the item the engine left out (wrong values, files that are not there), as a remark;
   // empty when it took all.
   std::string LeftOut() const;

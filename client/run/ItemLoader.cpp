@@ -83,6 +83,9 @@ void ItemLoader::Name(const Plan::Entry& entry, LoadedItem& item) {
 // Each is saved, be they alike: the key belongs to a place in the source.
 void ItemLoader::ClaimPlace(const Plan::Entry& entry, LoadedItem& item) {
   const std::string owner = platform::Sha256Hex(item.hash + entry.item.location);
+  if (m_journal.IsClaimedByOther(entry.item.folder, item.key, owner)) {
+    item.key = PlaceKey(item.key, owner);
+  }
   item.key = m_journal.ClaimKey(entry.item.folder, item.key, owner);
 }
 

@@ -16,6 +16,7 @@
 #include "client/run/StopRequest.h"
 #include "client/run/StoreLook.h"
 #include "client/run/WorkFolder.h"
+#include "ews/ServiceException.h"
 #include "mime/MailHeader.h"
 #include "mime/header/MailDate.h"
 #include "platform/Paths.h"
@@ -148,7 +149,10 @@ Outcome ItemSender::Judge(const Plan::Entry& entry, const LoadedItem& item, int 
   }
   m_folder.clear();  // a folder that could not be made fails every item until it is asked for again
   if (result == 1) return {Outcome::Kind::kNotConfirmed, WhyNotConfirmed(item)};
-  return {Outcome::Kind::kFailed, reason.empty() ? kNotRenewed : reason};
+  if (!reason.empty()) return {Outcome::Kind::kFailed, reason};
+  if (!m_logs.MayHaveSent()) return {Outcome::Kind::kFailed, kNotRenewed};
+  return {Outcome::Kind::kFailed,
+          ews::WithOpenOutcome("the engine's status log could not be written", "The item")};
 }
 
 std::string ItemSender::WhyNotConfirmed(const LoadedItem& item) const {

@@ -1,5 +1,7 @@
 #include "client/run/Journal.h"
 
+#include <algorithm>
+
 #include "client/run/MailKey.h"
 
 namespace client {
@@ -73,6 +75,13 @@ void Journal::Store(const JournalEntry& entry) {
 
 void Journal::StoreFound(const JournalEntry& entry) { InsertOf(m_database, entry).Run(); }
 
+void Journal::StoreUnread(const JournalEntry& entry) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT 1 FROM item WHERE source = ?1 AND result = ?2");
+  query.Bind(1, entry.source).Bind(2, static_cast<std::int64_t>(ItemResult::kArrived));
+  if (!query.Step()) StoreFound(entry);
+}
+
 bool Journal::IsNew() {
   return !m_database.Prepare("SELECT 1 FROM item UNION ALL SELECT 1 FROM begun LIMIT 1").Step();
 }
@@ -105,7 +114,9 @@ std::optional<Journal::OpenOutcome> Journal::OpenFor(std::string_view folder,
       "SELECT strftime('%s', 'now') - strftime('%s', time), tries FROM begun"
       " WHERE folder = ?1 AND key = ?2");
   if (!query.Bind(1, folder).Bind(2, key).Step()) return std::nullopt;
-  return OpenOutcome{std::chrono::seconds(query.Int(0)), static_cast<int>(query.Int(1))};
+  // A clock that was set back since has it begin later than now.
+  const std::chrono::seconds since(std::max<std::int64_t>(query.Int(0), 0));
+  return OpenOutcome{since, static_cast<int>(query.Int(1))};
 }
 
 std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view part) {
@@ -120,6 +131,12 @@ std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view
                        std::string(query.Text(4))});
   }
   return entries;
+}
+
+bool Journal::HasArrivalsIn(std::string_view folder) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT 1 FROM item WHERE folder = ?1 AND result = ?2 LIMIT 1");
+  return query.Bind(1, folder).Bind(2, static_cast<std::int64_t>(ItemResult::kArrived)).Step();
 }
 
 std::vector<JournalEntry> Journal::ArrivedIn(std::string_view folder) {

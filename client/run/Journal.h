@@ -46,6 +46,8 @@ class Journal {
   void Store(const JournalEntry& entry);
   // The same, and not durable: for what was not sent, but found where it would be found again.
   void StoreFound(const JournalEntry& entry);
+  // Of an item that cannot be read now; an entry that says that it has arrived stays. Not durable.
+  void StoreUnread(const JournalEntry& entry);
 
   // True if no command ever left.
   bool IsNew();
@@ -64,6 +66,7 @@ class Journal {
   // What came to that result with a text that holds that part, by source.
   std::vector<JournalEntry> EndedWith(ItemResult result, std::string_view part);
 
+  bool HasArrivalsIn(std::string_view folder);
   // What has arrived in that folder, by source.
   std::vector<JournalEntry> ArrivedIn(std::string_view folder);
   // The entry is known by another place in the source from now on. Not durable.

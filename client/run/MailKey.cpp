@@ -11,6 +11,9 @@ namespace client {
 namespace {
 
 constexpr std::string_view kHashPrefix = "sha256:";
+constexpr std::string_view kPlace = " place:";  // no content key ends with one
+constexpr size_t kHashLength = 64;
+constexpr std::string_view kDigits = "0123456789abcdef";
 
 bool CanServe(const CString& id) {
   if (id.IsEmpty() || id.GetLength() > static_cast<int>(kMaxKey)) return false;
@@ -44,15 +47,23 @@ std::string ContentKey(std::string_view idKey, std::string_view contentHash) {
   return idKey == made ? made : RepeatedKey(idKey, contentHash);
 }
 
-std::string_view BaseOfMadeKey(std::string_view key) {
-  constexpr size_t kLength = kHashPrefix.size() + 64;
-  const bool more = key.starts_with(kHashPrefix) && key.size() > kLength && key[kLength] == ' ';
-  return more ? key.substr(0, kLength) : key;
+std::string PlaceKey(std::string_view key, std::string_view placeHash) {
+  return std::string(key).append(kPlace).append(placeHash);
+}
+
+std::string_view SharedKey(std::string_view key) {
+  constexpr size_t kLength = kPlace.size() + kHashLength;
+  if (key.size() <= kLength) return key;
+  const std::string_view end = key.substr(key.size() - kLength);
+  const bool isPlace = end.starts_with(kPlace) &&
+                       end.find_first_not_of(kDigits, kPlace.size()) == std::string_view::npos;
+  return isPlace ? key.substr(0, key.size() - kLength) : key;
 }
 
 std::string KeyOnItem(std::string_view key) {
   if (CString::FromUtf8(key).GetLength() <= ews::kLongestFoundText) return std::string(key);
-  return MadeKey(platform::Sha256Hex(key));
+  const std::string_view shared = SharedKey(key);
+  return MadeKey(platform::Sha256Hex(shared)).append(key.substr(shared.size()));
 }
 
 }  // namespace client

@@ -20,8 +20,12 @@ std::string MadeKey(std::string_view contentHash);
 // The key of a mail whose id stands in the same folder with other content already.
 std::string RepeatedKey(std::string_view key, std::string_view contentHash);
 
-// Of a made key with something behind it, the made key; any other key as it is.
-std::string_view BaseOfMadeKey(std::string_view key);
+// The key of an item whose own key another one in its folder has, which is like it: the hash of its
+// place in the source keeps them apart.
+std::string PlaceKey(std::string_view key, std::string_view placeHash);
+
+// The key that all have that are alike: of a place key what it was made of, of any other itself.
+std::string_view SharedKey(std::string_view key);
 
 // The key of an item with that id and content, in any folder and any run: two items share it only
 // where they are the same.

@@ -1,6 +1,7 @@
 #include "client/run/Migration.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <new>
 #include <optional>
@@ -15,6 +16,7 @@
 #include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
+#include "pipeline/ST_EML_INFO.h"
 #include "platform/EndpointClient.h"
 
 namespace client {
@@ -203,7 +205,9 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   Outcome outcome;
   try {
     work.item = ItemLoader::Load(entry);
+    const bool isEqual = IsEqualToAnother(work);
     const bool known = IsKnown(work);
+    if (known && isEqual) ++m_summary.equal;
     if (known && !m_setup.adopt) return {Outcome::Kind::kKnown, {}};
     m_loader.Name(entry, work.item);
     // What stands for it in the target stands for no other.
@@ -214,6 +218,7 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
       cutOff = Reduction::kNone;
     }
     outcome = HandleWork(work, found);
+    if (outcome.kind == Outcome::Kind::kKnown && isEqual) ++m_summary.equal;
     TellReduced(work, cutOff, outcome);
   } catch (const SourceError& error) {
     outcome = {Outcome::Kind::kFailed, error.what()};
@@ -226,6 +231,13 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   TellCopies(work, outcome);
   Keep(work, outcome);
   return outcome;
+}
+
+// Mails of one folder whose bytes are the same are one mail there.
+bool Migration::IsEqualToAnother(const Work& work) {
+  if (work.entry.item.type != TYPE_EMAIL) return false;
+  return !m_contents.insert(std::hash<std::string>()(work.entry.item.folder + work.item.hash))
+              .second;
 }
 
 bool Migration::IsKnown(const Work& work) {
@@ -421,6 +433,7 @@ bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds tim
   work.notAsked.clear();
   switch (answer.kind) {
     case TargetAnswer::Kind::kAbsent:
+      if (IsFolderGone(folder)) work.notAsked = "its folder is not in the target any more";
       return false;
     case TargetAnswer::Kind::kThere: {
       const char* how = there == Outcome::Kind::kSent
@@ -442,6 +455,11 @@ bool Migration::Settle(Work& work, Outcome::Kind there, std::chrono::seconds tim
     }
   }
   return false;
+}
+
+// What was moved or renamed there may hold the item.
+bool Migration::IsFolderGone(const std::string& folder) {
+  return m_journal.HasArrivalsIn(folder) && !m_look->Has(folder);
 }
 
 void Migration::TellCopies(Work& work, Outcome& outcome) {
@@ -553,6 +571,7 @@ void Migration::Keep(const Work& work, const Outcome& outcome) {
     return;
   }
   const JournalEntry entry = EntryOf(work, outcome);
+  if (entry.hash.empty()) return m_journal.StoreUnread(entry);
   // What was found there is found again should the entry be lost.
   outcome.kind == Outcome::Kind::kKnown ? m_journal.StoreFound(entry) : m_journal.Store(entry);
 }

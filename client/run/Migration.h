@@ -32,6 +32,7 @@ struct Summary {
   std::uint64_t total = 0;
   std::uint64_t sent = 0;
   std::uint64_t known = 0;    // arrived before this run, or the same mail twice in one folder
+  std::uint64_t equal = 0;    // of these, mails that are the same as one before in their folder
   std::uint64_t reduced = 0;  // arrived without what made them too large for the target
   std::uint64_t failed = 0;
   std::uint64_t notConfirmed = 0;
@@ -96,6 +97,7 @@ class Migration {
   void TakeUpRest();
   Outcome Handle(const Plan::Entry& entry);
   bool IsKnown(const Work& work);
+  bool IsEqualToAnother(const Work& work);
   Outcome HandleWork(Work& work, bool found);
   std::optional<LostTry> Lost(std::chrono::steady_clock::time_point at,
                               std::chrono::seconds toFinish) const;
@@ -112,6 +114,7 @@ class Migration {
   // be at work on the last try. True with the outcome where there is to be no further try.
   bool Settle(Work& work, Outcome::Kind there, std::chrono::seconds time, Outcome& outcome);
   bool SettleSent(Work& work, Outcome& outcome);
+  bool IsFolderGone(const std::string& folder);
   // Of an item that arrived and may have done so more than once.
   void TellCopies(Work& work, Outcome& outcome);
   void LookForLateCopies();
@@ -154,6 +157,7 @@ class Migration {
   std::deque<Aside> m_aside;
   std::optional<ews::Outage> m_outage;           // that items meet, and questions may not
   std::unordered_set<std::string_view> m_noted;  // locations of items
+  std::unordered_set<std::size_t> m_contents;    // of mails and their folders; hashes
   // How the last item of the runs before arrived, if it arrived.
   Reduction m_endedReduced = Reduction::kNone;
   Summary m_summary;

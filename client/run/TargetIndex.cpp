@@ -28,7 +28,7 @@ CString WithoutControls(const CString& text) {
 // Servers give long texts cut. Items that are alike and have no id share the key of the first but
 // for what keeps them apart: any of them stands for any other.
 std::string Comparable(std::string_view text) {
-  const CString whole = WithoutControls(CString::FromUtf8(BaseOfMadeKey(text)));
+  const CString whole = WithoutControls(CString::FromUtf8(SharedKey(text)));
   return whole.Left(ews::kLongestFoundText).ToUtf8();
 }
 

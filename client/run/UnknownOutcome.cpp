@@ -105,6 +105,15 @@ TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem
     return {TargetAnswer::Kind::kNotAsked, 0,
             "it has no message id that can be searched for, and --as-is writes no key"};
   }
+  TargetAnswer answer = Search(folder, item, key, id);
+  // One more copy hangs on a refusal, and a single one may have come by chance.
+  const bool isRefusal = answer.kind == TargetAnswer::Kind::kNotAsked && !EndsRun(answer.reason);
+  if (isRefusal && WaitFor(kFirstPause)) answer = Search(folder, item, key, id);
+  return answer;
+}
+
+TargetAnswer UnknownOutcome::Search(const std::string& folder, const LoadedItem& item,
+                                    const std::string& key, const std::string& id) {
   try {
     CopyCount count(key, id);
     const auto add = [&](const ews::FoundItem& found) { count.Add(found); };

@@ -68,9 +68,14 @@ class UnknownOutcome {
   // Asks until the item is there or that time is over: a server may still be at work on a request
   // whose connection is gone. A request to stop ends it.
   TargetAnswer Ask(const std::string& folder, const LoadedItem& item, std::chrono::seconds time);
+  // Asks now; a second time where the target refuses.
   TargetAnswer AskOnce(const std::string& folder, const LoadedItem& item);
 
  private:
+  // One question for what has one of these names; the other may be empty.
+  TargetAnswer Search(const std::string& folder, const LoadedItem& item, const std::string& key,
+                      const std::string& id);
+
   TargetLook& m_look;
   LedgerLook& m_ledger;
   std::string m_login;

@@ -32,7 +32,8 @@ std::string AnswerAutodiscover(std::string& body, std::string_view ewsUrl) {
   pugi::xml_document document;
   constexpr unsigned kParse = pugi::parse_default | pugi::parse_doctype;
   const auto isType = [](pugi::xml_node node) { return node.type() == pugi::node_doctype; };
-  if (!document.load_buffer_inplace(body.data(), body.size(), kParse) ||
+  constexpr size_t kLongest = 64 * 1024;
+  if (body.size() > kLongest || !document.load_buffer_inplace(body.data(), body.size(), kParse) ||
       document.find_child(isType)) {  // nothing in one is ever needed
     return InvalidRequest();
   }

@@ -47,6 +47,7 @@ constexpr auto kTexts = std::to_array<CodeText>({
     {"ErrorInternalServerError", "An internal server error occurred. The operation failed."},
     {"ErrorInternalServerTransientError", "An internal server error occurred. Try again later."},
     {"ErrorInvalidChangeKey", "The change key is invalid."},
+    {"ErrorInvalidExcludesRestriction", "The bit mask is invalid."},
     {"ErrorInvalidIdMalformed", "Id is malformed."},
     {"ErrorInvalidItemForOperationCreateItemAttachment",
      "Only one item can be attached by one attachment."},

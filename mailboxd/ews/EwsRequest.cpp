@@ -1,5 +1,8 @@
 #include "mailboxd/ews/EwsRequest.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include "mailboxd/ews/EwsFailure.h"
 #include "mailboxd/ews/EwsSchema.h"
 #include "platform/ZoneClock.h"
@@ -20,7 +23,12 @@ bool IsZone(const std::string& name) {
 }  // namespace
 
 EwsRequest::EwsRequest(std::string& body) {
+  // As a tree, an element takes many times its bytes.
+  constexpr std::ptrdiff_t kMostMarkup = 1'000'000;
   const size_t size = body.size();
+  if (std::ranges::count(body, '<') > kMostMarkup) {
+    ThrowViolation("There is too much markup.", body, 0);
+  }
   const pugi::xml_parse_result result = m_document.load_buffer_inplace(
       body.data(), size, pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_doctype);
   const std::string_view buffer(body.data(), size);

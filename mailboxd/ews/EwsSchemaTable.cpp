@@ -219,6 +219,7 @@ void AddRestrictions(TypeTable& types) {
       {"IsLessThan", "Comparison", kOptional, kMany},
       {"IsLessThanOrEqualTo", "Comparison", kOptional, kMany},
       {"Exists", "Exists", kOptional, kMany},
+      {"Excludes", "Excludes", kOptional, kMany},
       {"Not", "Not", kOptional, kMany},
       {"And", "AndOr", kOptional, kMany},
       {"Or", "AndOr", kOptional, kMany}};
@@ -238,6 +239,11 @@ void AddRestrictions(TypeTable& types) {
                             {"IndexedFieldURI", "IndexedUri"},
                             {"ExtendedFieldURI", "ExtendedUri"},
                             {"FieldURIOrConstant", "FieldOrConstant", kRequired}}));
+  types["Excludes"] = OneOfEach({3, 4}, Of(Order::kOneOf, Space::kTypes,
+                                           {{"FieldURI", "FieldUri"},
+                                            {"IndexedFieldURI", "IndexedUri"},
+                                            {"ExtendedFieldURI", "ExtendedUri"},
+                                            {"Bitmask", "Constant", kRequired}}));
   types["FieldOrConstant"] = Of(Order::kOneOf, Space::kTypes,
                                 {{"FieldURI", "FieldUri"},
                                  {"IndexedFieldURI", "IndexedUri"},

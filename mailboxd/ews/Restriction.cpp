@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 
 #include "base/WholeNumber.h"
 #include "mailboxd/ews/EwsFailure.h"
@@ -68,6 +69,25 @@ bool Fits(const Comparison& row, pugi::xml_node expression, const FieldReader& r
   return order > 0 ? row.fitsGreater : row.fitsEqual;
 }
 
+// "0x10" or "16".
+std::optional<std::int64_t> BitmaskOf(std::string_view text) {
+  const bool isHex = text.starts_with("0x") || text.starts_with("0X");
+  if (isHex) text.remove_prefix(2);
+  std::int64_t mask = 0;
+  const auto [end, error] =
+      std::from_chars(text.data(), text.data() + text.size(), mask, isHex ? 16 : 10);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return mask;
+}
+
+// None of the bits is set.
+bool Excludes(pugi::xml_node expression, const FieldReader& read) {
+  const auto mask = BitmaskOf(Attribute(Child(expression, "Bitmask"), "Value"));
+  if (!mask) throw ErrorOf("ErrorInvalidExcludesRestriction");
+  const std::optional<FieldValue> value = read(FirstElement(expression));
+  return value && value->kind == FieldValue::Kind::kNumber && (value->number & *mask) == 0;
+}
+
 }  // namespace
 
 std::weak_ordering Compare(const FieldValue& left, const FieldValue& right) {
@@ -116,6 +136,7 @@ bool Matches(pugi::xml_node expression, const FieldReader& read) {
     const std::optional<FieldValue> value = read(FirstElement(expression));
     return value && value->kind == FieldValue::Kind::kText && Contains(expression, value->text);
   }
+  if (kind == "Excludes") return Excludes(expression, read);
   const auto row = std::find_if(kComparisons.begin(), kComparisons.end(),
                                 [&](const Comparison& one) { return one.element == kind; });
   if (row == kComparisons.end()) throw ErrorOf("ErrorUnsupportedPathForQuery");

@@ -14,6 +14,7 @@
 #include "platform/ChildProcess.h"
 #include "platform/EndpointClient.h"
 #include "tests/support/EngineFolder.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -71,6 +72,22 @@ TEST_F(EngineProcess, SecondEngineOfATitleIsToldSo) {
   EXPECT_EQ(m_folder.Errors(),
             "TarnyOutlookEngine: an engine with this title is running already\n");
   EXPECT_EQ(client.SendCommand(0x046A, 1, {}), 0);  // the first one lives on
+}
+
+TEST_F(EngineProcess, TheDirectorysListsAreWrittenIntoItsFolder) {
+  test_support::ScriptedServer server;
+  Start({"--authority-url", server.Url(""), "--graph-url", server.Url(""), m_folder.Title()});
+  EndpointClient client = Connect();
+  for (const std::uint8_t groups : {1, 0}) {
+    server.Push({.body = R"({"access_token":"T"})"});
+    server.Push({.body = R"({"value":[{"displayName":"N","mail":"n@x"}]})"});
+    const auto list = BuildRecord(ST_GROUP_INFO{u"t", u"c", u"s", groups});
+    EXPECT_EQ(client.SendCommand(MSG_ENUM_GRP_LIST, 1, list), 0);
+    EXPECT_EQ(test_support::ReadAll(m_folder.File("GrpLst.txt")), "N\tn@x\n");
+    const std::string path = groups ? "/v1.0/groups" : "/v1.0/users";
+    EXPECT_TRUE(server.Requests().back().path.starts_with(path)) << server.Requests().back().path;
+    std::filesystem::remove(m_folder.File("GrpLst.txt"));
+  }
 }
 
 TEST_F(EngineProcess, EveryCommandBeforeALogonIsAnsweredAndTraced) {

@@ -81,6 +81,7 @@ TEST(HostileClient, ABodyWithoutAnEndIsRefusedAtOnceAndTheConnectionEnds) {
       {Head("Content-Length: 99999999999999999999999\r\n"), 400},
       {Head(Length(5) + Length(6)), 400},
       {Head("Transfer-Encoding: gzip\r\n"), 501},
+      {Head(Length(5) + "Content-Encoding: gzip\r\n"), 415},
       {"POST / HTTP/1.1\r\nContent-Type: multipart/form-data; boundary=x\r\n\r\n", 415},
       {"GET /" + std::string(100000, 'x') + " HTTP/1.1\r\n\r\n", 414},
       {"no request at all\r\n\r\n", 400},

@@ -72,8 +72,9 @@ struct ScriptedServer::Impl {
   bool ended = false;
   std::deque<ScriptedAnswer> script;
   std::vector<SeenRequest> seen;
-  size_t answered = 0;                   // of them
-  std::optional<LoopbackThread> thread;  // goes first
+  size_t answered = 0;  // of them
+  int port = 0;
+  std::optional<LoopbackThread> thread;  // goes first, while answers are at work
 
   ScriptedAnswer Take(const httplib::Request& request) {
     const std::lock_guard lock(mutex);
@@ -100,7 +101,7 @@ struct ScriptedServer::Impl {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     for (int fd = 0; fd < static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 65536)); ++fd) {
-      if (portOf(fd, getsockname) == thread->Port() && portOf(fd, getpeername) == remotePort) {
+      if (portOf(fd, getsockname) == port && portOf(fd, getpeername) == remotePort) {
         const sockaddr none{.sa_family = AF_UNSPEC, .sa_data = {}};
         if (how == ScriptedAnswer::Fault::kReset) connect(fd, &none, sizeof none);
         shutdown(fd, SHUT_RDWR);
@@ -165,7 +166,7 @@ ScriptedServer::ScriptedServer(Tls highest) : m_impl(std::make_unique<Impl>()) {
         ++impl->answered;
         impl->ending.notify_all();
       });
-  m_impl->thread.emplace(*m_impl->server);
+  m_impl->port = m_impl->thread.emplace(*m_impl->server).Port();
 }
 
 ScriptedServer::~ScriptedServer() {
@@ -181,7 +182,7 @@ void ScriptedServer::Push(ScriptedAnswer answer) {
   m_impl->script.push_back(std::move(answer));
 }
 
-int ScriptedServer::Port() const { return m_impl->thread->Port(); }
+int ScriptedServer::Port() const { return m_impl->port; }
 
 std::string ScriptedServer::Url(const std::string& path, const std::string& host) const {
   return (m_impl->tls ? "https://" : "http://") + host + ":" + std::to_string(Port()) + path;

@@ -69,6 +69,8 @@ TEST(EngineLogs, EachTypeHasLinesOfItsOwnAndForContactsOneIsNotEnough) {
       {TYPE_TASK, " catch task Save out   \r\n", true},
       {TYPE_TASK, " catch Exception^ ex 2 task Save out  : no\r\n", false},
       {TYPE_CONTACT, " TYPE_CONTACT Save IN   \r\n TYPE_CONTACT Save IN   \r\n", true},
+      {TYPE_CONTACT,
+       " TYPE_CONTACT Save IN   \r\nmail does not answer\r\n TYPE_CONTACT Save IN   \r\n", true},
       {TYPE_CONTACT, " TYPE_CONTACT Save IN   \r\n TYPE_CONTACT IN SAVE CATCH \r\n", false},
       {TYPE_CONTACT, "Catch TYPE_CONTACT SAVE OUT \r\n", true},
       {TYPE_DIST_LIST, " TYPE_CONTACT Save IN   \r\n", false},
@@ -80,6 +82,13 @@ TEST(EngineLogs, EachTypeHasLinesOfItsOwnAndForContactsOneIsNotEnough) {
     EXPECT_EQ(EngineLogs(folder.Path()).HasSaved(row.type), row.saved) << row.lines;
     EXPECT_FALSE(EngineLogs(folder.Path()).HasSaved(TYPE_EMAIL));
   }
+  const TemporaryFolder folder;
+  const EngineLogs logs(folder.Path());
+  EXPECT_TRUE(logs.MayHaveSent()) << "the trace cannot be written";
+  folder.Write("TarnyEngine.txt", Wide("ImportItem_2\r\n"));
+  EXPECT_FALSE(logs.MayHaveSent());
+  folder.Write("TarnyEngine.txt", Wide("ImportItem_2\r\n task Save in   \r\n"));
+  EXPECT_TRUE(logs.MayHaveSent());
 }
 
 }  // namespace

@@ -112,6 +112,19 @@ TEST(Journal, AnItemThatWasBegunStaysOpenUntilItsFateIsKnown) {
   Journal(path).Begin("Inbox\\", "<a>");
   EXPECT_EQ(Journal(path).OpenFor("Inbox\\", "<a>")->tries, 1) << "what was known is over";
   EXPECT_FALSE(store(ItemResult::kArrived));
+  Journal(path).Begin("Inbox\\", "<late>");
+  platform::SqliteDatabase(path).Execute("UPDATE begun SET time = datetime('now', '+1 hour')");
+  EXPECT_EQ(Journal(path).OpenFor("Inbox\\", "<late>")->since.count(), 0) << "the clock went back";
+}
+
+TEST(Journal, WhatCannotBeReadNowHasArrivedAllTheSame) {
+  const TemporaryFolder folder;
+  Journal journal(folder.File("journal.db"));
+  journal.Store({"/m/a.eml", "A\\", "h1", "<a>", ItemResult::kArrived, ""});
+  journal.StoreUnread({"/m/a.eml", "A\\", "", "", ItemResult::kFailed, "a link"});
+  journal.StoreUnread({"/m/b.eml", "A\\", "", "", ItemResult::kFailed, "a link"});
+  EXPECT_TRUE(journal.HasArrived("/m/a.eml", "A\\", "h1"));
+  EXPECT_EQ(journal.EndedWith(ItemResult::kFailed, "a link").size(), 1u);
 }
 
 TEST(Journal, OneOfAnEarlierVersionIsReadAndGoesOn) {

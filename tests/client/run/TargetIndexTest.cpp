@@ -48,6 +48,17 @@ TEST_F(Index, WhatCarriesAKeyOfThisRunIsNotTakenForAnotherMailOfItsId) {
   EXPECT_EQ(Take("<a>", "<a>"), 0);
 }
 
+TEST_F(Index, ItemsThatAreAlikeStandForEachOtherWhereverTheyLay) {
+  const std::string place(64, 'a');
+  for (const std::string& id : {std::string("uid"), std::string(300, 'u')}) {
+    const std::string key = id + " sha256:" + std::string(64, 'b');
+    Add(Found(KeyOnItem(PlaceKey(key, place)), ""));
+    EXPECT_GE(Take(KeyOnItem(key), ""), 0) << id;
+    EXPECT_EQ(SharedKey(PlaceKey(key, place)), key);
+    EXPECT_EQ(SharedKey(key), key);
+  }
+}
+
 TEST_F(Index, ATextThatAServerCutIsStillTheSame) {
   const std::string longId = "<" + std::string(300, 'i') + "@x>";
   const std::string key = KeyOnItem(longId);

@@ -178,7 +178,12 @@ TEST_F(Unknown, WhatIsNotThereIsAskedForAsLongAsAServerMayBeAtWork) {
 }
 
 TEST_F(Unknown, ARefusedSearchAndALostServerAreToldApart) {
-  m_transport.Push(answers::Error("FindItem", "ErrorAccessDenied", "You may not look."));
+  const std::string no = answers::Error("FindItem", "ErrorAccessDenied", "You may not look.");
+  m_transport.Push(no);
+  PushItems(Mail("I"));
+  EXPECT_EQ(Ask().kind, TargetAnswer::Kind::kThere) << "a single refusal is asked once more";
+  m_transport.Push(no);
+  m_transport.Push(no);
   const TargetAnswer refused = Ask();
   EXPECT_EQ(refused.kind, TargetAnswer::Kind::kNotAsked);
   EXPECT_EQ(refused.reason, "You may not look.");
@@ -205,8 +210,9 @@ TEST_F(Unknown, ATargetThatAnswersAllButTheSearchCannotBeAsked) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.status);
     const auto before = m_transport.Waited();
-    for (int i = 0; i < row.before; ++i) m_transport.Push("", row.status);
-    if (row.status != 400) {
+    for (int question = 0; question < 2; ++question) {
+      for (int i = 0; i < row.before; ++i) m_transport.Push("", row.status);
+      if (row.status == 400) continue;
       m_transport.Push(answers::Found({}));
       m_transport.Push("", row.status);
     }
@@ -255,10 +261,12 @@ TEST_F(Unknown, WhatComesLateIsLookedForOnceMoreAndTold) {
   watch("long ago", 2, std::chrono::seconds(60));
   PushItems(Mail("I") + Mail("J"));
   PushItems(Mail("I"));
-  m_transport.Push(answers::Error("FindItem", "ErrorAccessDenied", "You may not look."));
+  for (int i = 0; i < 2; ++i) {
+    m_transport.Push(answers::Error("FindItem", "ErrorAccessDenied", "You may not look."));
+  }
   PushItems(Mail("I") + Mail("J"));
   late.Look(/*ask=*/true, tell);
-  EXPECT_EQ(m_transport.Waited(), LateCopies::kLate - std::chrono::seconds(2));
+  EXPECT_EQ(m_transport.Waited(), LateCopies::kLate - std::chrono::seconds(1));
   EXPECT_THAT(told, ElementsAre("1: it is there twice",
                                 "3: may be there 3 times: the target could not be asked (You may "
                                 "not look.)",
@@ -268,7 +276,7 @@ TEST_F(Unknown, WhatComesLateIsLookedForOnceMoreAndTold) {
   told.clear();
   late.Look(/*ask=*/false, tell);
   EXPECT_THAT(told, ElementsAre(HasSubstr("4: may be there twice: the target could not")));
-  EXPECT_EQ(m_transport.Requests().size(), 5u) << "the folder, and each item once";
+  EXPECT_EQ(m_transport.Requests().size(), 6u) << "the folder, each item, a refused one twice";
 }
 
 TEST(TimeToFinish, IsAsLongAsTheServerWorkedOnItWithinBounds) {

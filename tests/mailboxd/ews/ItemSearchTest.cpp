@@ -75,6 +75,9 @@ TEST_F(ItemSearch, ItemsAreFoundByMessageIdKeyAndField) {
   Save(MimeField("Subject: other\r\n\r\n") + "<t:IsRead>true</t:IsRead>");
   SaveKeyed("Message-ID:\r\n <One@x>\r\nSubject: again\r\n\r\n", "K1");
   const std::string sent = Field("item:DateTimeSent");
+  const auto Excludes = [](const std::string& bits) {
+    return Tag("t:Excludes", Field("message:IsRead") + "<t:Bitmask Value=\"" + bits + "\"/>");
+  };
   const std::string ids = Field("message:InternetMessageId");
   const struct {
     std::string expression;
@@ -99,6 +102,8 @@ TEST_F(ItemSearch, ItemsAreFoundByMessageIdKeyAndField) {
       {Compared("IsGreaterThan", sent, "2024-03-05T10:00:00+01:00"), "two "},
       {Compared("IsLessThanOrEqualTo", sent, "2024-03-05T09:00:00Z"), "one "},
       {Equal(Field("message:IsRead"), "true"), "other "},
+      {Excludes("0x1"), "one two again "},
+      {Excludes("2"), "one two other again "},
   };
   for (const auto& row : rows) EXPECT_EQ(Found(row.expression), row.found) << row.expression;
   const auto refused = [&](const std::string& expression) {
@@ -107,6 +112,7 @@ TEST_F(ItemSearch, ItemsAreFoundByMessageIdKeyAndField) {
   EXPECT_EQ(refused(Equal(Field("item:Body"), "x")), "ErrorUnsupportedPathForQuery");
   EXPECT_EQ(refused(Equal(sent, "yesterday")), "ErrorInvalidValueForProperty");
   EXPECT_EQ(refused(Tag("t:And", "")), "ErrorSchemaValidation");
+  EXPECT_EQ(refused(Excludes("bits")), "ErrorInvalidExcludesRestriction");
 }
 
 TEST_F(ItemSearch, AListShowsTheMessageIdAndTheKey) {
