@@ -60,6 +60,8 @@ bool CkMht::get_UseFilename() { return property(&ClsMht::m_bUseFilename); }
 void CkMht::put_UseFilename(bool b) { setProperty(&ClsMht::m_bUseFilename, b); }
 bool CkMht::get_ConfineToFolder() { return property(&ClsMht::m_bConfineToFolder); }
 void CkMht::put_ConfineToFolder(bool b) { setProperty(&ClsMht::m_bConfineToFolder, b); }
+bool CkMht::get_JudgeByBytes() { return property(&ClsMht::m_bJudgesBytes); }
+void CkMht::put_JudgeByBytes(bool b) { setProperty(&ClsMht::m_bJudgesBytes, b); }
 bool CkMht::get_NoNetwork() { return property(&ClsMht::m_bNoNetwork); }
 void CkMht::put_NoNetwork(bool b) { setProperty(&ClsMht::m_bNoNetwork, b); }
 

@@ -58,6 +58,11 @@ class CkMht : public CkMultiByteBase {
   void put_ConfineToFolder(bool bConfine);
   bool get_NoNetwork();  // every URL by http or https is missing; false at the start
   void put_NoNetwork(bool bNone);
+  // What bytes show counts more than names: pages in UTF-16 or UTF-32 without a mark are read, a
+  // frame needs no extension, and a page that comes in the place of a picture or a style sheet is a
+  // missing one. False at the start.
+  bool get_JudgeByBytes();
+  void put_JudgeByBytes(bool bJudge);
   // A resource whose URL holds that part is left out, in addition to those so far.
   void AddExcludedUrl(const char* pszPart);
   // A sheet that is put into every page, in addition to those so far.

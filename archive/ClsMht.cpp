@@ -140,6 +140,7 @@ void ClsMht::copyProperties() {
   m_mhtml.m_useInline = m_bUseInline;
   m_mhtml.m_useFilename = m_bUseFilename;
   m_mhtml.m_bConfineToFolder = m_bConfineToFolder;
+  m_mhtml.m_bJudgesBytes = m_bJudgesBytes;
   m_mhtml.m_http.m_bNoNetwork = m_bNoNetwork;
   m_mhtml.m_http.m_strLogin = m_strWebSiteLogin.utf8().view();
   m_mhtml.m_extraStyleSheets = m_arrExtraStyleSheets;

@@ -44,6 +44,7 @@ class ClsMht : public ClsBase {
   bool m_bUseFilename = true;
   bool m_bConfineToFolder = false;
   bool m_bNoNetwork = false;
+  bool m_bJudgesBytes = false;
 
  private:
   ~ClsMht() override = default;

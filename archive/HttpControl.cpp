@@ -6,6 +6,7 @@
 
 #include <curl/curl.h>
 
+#include "archive/GzipBody.h"
 #include "archive/UrlText.h"
 #include "base/AsciiText.h"
 
@@ -15,10 +16,9 @@ namespace mail {
 struct HttpExchange {
   DataBuffer arrBytes;
   std::uint64_t nMaxBytes = 0;
-  bool bTooLarge = false;
-  bool bGzip = false;
+  std::string strFailure;           // why no more was taken
+  std::unique_ptr<GzipBody> pGzip;  // of an answer that is packed
   long nStatus = 0;
-  std::string strContentType;
   std::string strFinalUrl;
   long nRedirections = 0;
 };
@@ -32,7 +32,10 @@ using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
 
 constexpr std::array kHeaders = {
     "Accept: text/html,application/xhtml+xml,application/xml;q=0.9,*/*;q=0.8",
-    "Connection: keep-alive", "Accept-Language: en-us,en;q=0.5"};
+    "Accept-Encoding: gzip", "Connection: keep-alive", "Accept-Language: en-us,en;q=0.5"};
+
+constexpr const char* kNoUrl = "this is no URL of a host";
+constexpr const char* kTooLarge = "the answer is too large";
 
 HeaderList headerList() {
   HeaderList pList;
@@ -48,11 +51,34 @@ HeaderList headerList() {
 size_t onWrite(char* pData, size_t nSize, size_t nCount, void* pUser) {
   auto& objExchange = *static_cast<HttpExchange*>(pUser);
   const size_t nBytes = nSize * nCount;
-  if (nBytes > objExchange.nMaxBytes - objExchange.arrBytes.getSize()) {
-    objExchange.bTooLarge = true;
-    return 0;
+  const auto fail = [&](const char* pszReason) {
+    objExchange.strFailure = pszReason;
+    return std::size_t{0};
+  };
+  if (objExchange.pGzip) {
+    switch (objExchange.pGzip->add({pData, nBytes}, objExchange.arrBytes, objExchange.nMaxBytes)) {
+      case GzipBody::Result::kGood:
+        return nBytes;
+      case GzipBody::Result::kBroken:
+        return fail("the packed answer is damaged");
+      case GzipBody::Result::kTooLarge:
+        return fail(kTooLarge);
+      case GzipBody::Result::kNoMemory:
+        return 0;
+    }
   }
+  if (nBytes > objExchange.nMaxBytes - objExchange.arrBytes.getSize()) return fail(kTooLarge);
   return objExchange.arrBytes.append(pData, nBytes) ? nBytes : 0;
+}
+
+void takeContentEncoding(std::string_view strValue, HttpExchange& objExchange) {
+  const bool bGzip = equalsNoCase(strValue, "gzip") || equalsNoCase(strValue, "x-gzip");
+  if (bGzip && !objExchange.pGzip) {
+    objExchange.pGzip = std::make_unique<GzipBody>();
+  } else if (!strValue.empty() && !equalsNoCase(strValue, "identity")) {
+    objExchange.strFailure = "the answer is packed in a way that was not asked for: ";
+    objExchange.strFailure += strValue;
+  }
 }
 
 size_t onHeader(char* pData, size_t nSize, size_t nCount, void* pUser) {
@@ -60,11 +86,12 @@ size_t onHeader(char* pData, size_t nSize, size_t nCount, void* pUser) {
   const std::string_view strLine(pData, nSize * nCount);
   if (strLine.starts_with("HTTP/")) {  // a new answer begins
     objExchange.arrBytes.weakClear();
-    objExchange.bGzip = false;
+    objExchange.pGzip.reset();
+    objExchange.strFailure.clear();
   }
   constexpr std::string_view kEncoding = "content-encoding:";
   if (beginsWithNoCase(strLine, kEncoding)) {
-    objExchange.bGzip = equalsNoCase(trimmed(strLine.substr(kEncoding.size())), "gzip");
+    takeContentEncoding(trimmed(strLine.substr(kEncoding.size())), objExchange);
   }
   return strLine.size();
 }
@@ -91,6 +118,26 @@ std::string withoutParents(std::string_view strPath) {
     if (strResult.ends_with("/../")) strResult.resize(strResult.size() - 3);
   }
   return strResult;
+}
+
+// "host:port" as the URL has them.
+std::string hostOf(const CrackedUrl& objUrl) { return objUrl.strHost + ":" + objUrl.strPort; }
+
+std::string reasonOf(CURLcode nCode, void* pHandle) {
+  const char* pszUrl = nullptr;
+  curl_easy_getinfo(pHandle, CURLINFO_REDIRECT_URL, &pszUrl);
+  switch (nCode) {
+    case CURLE_URL_MALFORMAT:
+      return kNoUrl;
+    case CURLE_UNSUPPORTED_PROTOCOL:
+      return pszUrl == nullptr
+                 ? std::string(kNoUrl)
+                 : "it leads to what is neither http nor https: " + std::string(pszUrl);
+    case CURLE_OPERATION_TIMEDOUT:
+      return "the host did not answer in time";
+    default:
+      return curl_easy_strerror(nCode);
+  }
 }
 
 bool isGood(long nStatus) { return nStatus >= 200 && nStatus <= 299; }
@@ -131,7 +178,7 @@ bool HttpControl::httpGetDocument(std::string_view strUrl, Document& objDocument
     objExchange = {};
     if (!get(strRequested, Login::kNegotiated, objExchange, objPool, log)) return false;
   }
-  objDocument.strCharset = charsetOf(objExchange.strContentType);
+  objDocument.strCharset = charsetOf(m_strContentType);
   if (!isGood(objExchange.nStatus)) return failStatus(objExchange.nStatus, log);
   objDocument.strFinalUrl = objExchange.nRedirections > 0 ? objExchange.strFinalUrl : "";
   objDocument.arrBytes = std::move(objExchange.arrBytes);
@@ -153,14 +200,20 @@ bool HttpControl::isAllowed(const std::string& strUrl, LogBase& log) {
   }
   if (m_bNoNetwork) return fail("nothing is fetched from the network", log);
   const auto objUrl = crackUrl(strUrl);
-  if (!objUrl) return fail("this is no URL of a host", log);
-  const bool bSilent = m_setSilentHosts.contains(objUrl->strHost + ":" + objUrl->strPort);
-  return !bSilent || fail("the host did not answer before", log);
+  if (!objUrl) return fail(kNoUrl, log);
+  const std::string strHost = hostOf(*objUrl);
+  if (m_setSilentHosts.contains(strHost)) return fail("the host did not answer before", log);
+  const bool bTooMany = m_setSilentHosts.size() >= kMaxSilentHosts;
+  if (bTooMany && !m_setGoodHosts.contains(strHost)) {
+    return fail("too many other hosts did not answer", log);
+  }
+  return true;
 }
 
 bool HttpControl::get(const std::string& strUrl, Login nLogin, HttpExchange& objExchange,
                       HttpConnPool& objPool, LogBase& log) {
   m_strFailure.clear();
+  m_strContentType.clear();
   if (!isAllowed(strUrl, log)) return false;
   void* const pHandle = objPool.getHttpConnection();
   if (pHandle == nullptr) return fail("Failed to get HttpConnection object.", log);
@@ -171,18 +224,19 @@ bool HttpControl::get(const std::string& strUrl, Login nLogin, HttpExchange& obj
   const HeaderList pHeaders = headerList();
   curl_easy_setopt(pHandle, CURLOPT_HTTPHEADER, pHeaders.get());
   const CURLcode nCode = curl_easy_perform(pHandle);
-  if (nCode == CURLE_OPERATION_TIMEDOUT) {
-    const auto objUrl = crackUrl(strUrl);
-    m_setSilentHosts.insert(objUrl->strHost + ":" + objUrl->strPort);
+  if (nCode == CURLE_OPERATION_TIMEDOUT) m_setSilentHosts.insert(hostOf(*crackUrl(strUrl)));
+  if (!objExchange.strFailure.empty()) return fail(objExchange.strFailure, log);
+  if (nCode != CURLE_OK) return fail(reasonOf(nCode, pHandle), log);
+  m_setGoodHosts.insert(hostOf(*crackUrl(strUrl)));
+  if (objExchange.pGzip) {
+    log.LogInfo("UnGzipping response data");
+    if (!objExchange.pGzip->isWhole()) return fail("the packed answer is cut off", log);
   }
-  if (objExchange.bTooLarge) return fail("the answer is too large", log);
-  if (nCode != CURLE_OK) return fail(curl_easy_strerror(nCode), log);
-  if (objExchange.bGzip) log.LogInfo("UnGzipping response data");
   curl_easy_getinfo(pHandle, CURLINFO_RESPONSE_CODE, &objExchange.nStatus);
   curl_easy_getinfo(pHandle, CURLINFO_REDIRECT_COUNT, &objExchange.nRedirections);
   const char* pszText = nullptr;
   curl_easy_getinfo(pHandle, CURLINFO_CONTENT_TYPE, &pszText);
-  if (pszText != nullptr) objExchange.strContentType = pszText;
+  if (pszText != nullptr) m_strContentType = pszText;
   curl_easy_getinfo(pHandle, CURLINFO_EFFECTIVE_URL, &pszText);
   if (pszText != nullptr) objExchange.strFinalUrl = pszText;
   log.LogDataLong("HttpResponseCode", objExchange.nStatus);
@@ -203,7 +257,6 @@ void HttpControl::setOptions(void* pHandle, const std::string& strUrl, Login nLo
   curl_easy_setopt(pHandle, CURLOPT_LOW_SPEED_TIME, nSeconds);
   curl_easy_setopt(pHandle, CURLOPT_TIMEOUT, nSeconds * kMaxTimeouts);
   curl_easy_setopt(pHandle, CURLOPT_USERAGENT, m_strUserAgent.c_str());
-  curl_easy_setopt(pHandle, CURLOPT_ACCEPT_ENCODING, "gzip");
   curl_easy_setopt(pHandle, CURLOPT_SSL_VERIFYPEER, 1L);
   curl_easy_setopt(pHandle, CURLOPT_SSL_VERIFYHOST, 2L);
   if (!m_strCaFile.empty()) curl_easy_setopt(pHandle, CURLOPT_CAINFO, m_strCaFile.c_str());

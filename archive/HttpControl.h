@@ -20,7 +20,8 @@ struct HttpExchange;
 // hold, redirections followed, gzip undone, cookies kept by the pool, no proxy and no cache. Every
 // request ends: a server that is silent for m_nReadTimeoutMs, that takes kMaxTimeouts times that in
 // all, or that sends too much, has failed; one that was silent is not asked again until
-// forgetSilentHosts, since a page may name thousands of its resources.
+// forgetSilentHosts, since a page may name thousands of its resources. Where kMaxSilentHosts were
+// silent, others are asked only if they have answered before: a page may name thousands of hosts.
 //
 // False is the only failure, with the reason in failure(); what the outputs hold then is
 // unspecified. Throws std::bad_alloc alone.
@@ -29,6 +30,7 @@ class HttpControl : public LibraryObject {
   static constexpr std::size_t kMaxUrlBytes = 8192;
   static constexpr long kMaxRedirections = 10;
   static constexpr long kMaxTimeouts = 10;
+  static constexpr std::size_t kMaxSilentHosts = 3;
   static constexpr std::uint64_t kMebibyte = 1024 * 1024;  // bytes
 
   // A resource. The text of a page may stand in its URL: blanks and "&amp;" are brought in order,
@@ -46,7 +48,12 @@ class HttpControl : public LibraryObject {
                        LogBase& log);
 
   const std::string& failure() const { return m_strFailure; }  // of the last call, for people
-  void forgetSilentHosts() { m_setSilentHosts.clear(); }
+  // The Content-Type of the last answer, as the server writes it, or empty.
+  const std::string& contentType() const { return m_strContentType; }
+  void forgetSilentHosts() {
+    m_setSilentHosts.clear();
+    m_setGoodHosts.clear();
+  }
 
   std::string m_strUserAgent =
       "Mozilla/5.0 (Windows NT 6.3; WOW64; rv:49.0) Gecko/20100101 Firefox/49.0";
@@ -68,7 +75,9 @@ class HttpControl : public LibraryObject {
   bool failStatus(long nStatus, LogBase& log);
 
   std::string m_strFailure;
-  std::set<std::string, std::less<>> m_setSilentHosts;
+  std::string m_strContentType;
+  std::set<std::string> m_setSilentHosts;  // "host:port"
+  std::set<std::string> m_setGoodHosts;    // that have answered
 };
 
 }  // namespace mail

@@ -15,6 +15,7 @@
 #include "charset/ByteOrderMarks.h"
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
+#include "charset/WideText.h"
 #include "html/CkHtmlHelp.h"
 #include "mime/encoding/MailCharset.h"
 #include "mime/header/MailDate.h"
@@ -48,14 +49,6 @@ bool namesAnother(std::string_view strHtml) {
   StringBuffer strNamed;
   _ckHtmlHelp::charsetFromMetaTag(strHtml, strNamed);
   return !strNamed.isEmpty() && !strNamed.equalsIgnoreCase("utf-8");
-}
-
-// The page of text in units of two or four bytes, by its mark, else as told; 0 for other text.
-unsigned widePageOf(std::string_view strBytes, unsigned nTold) {
-  if (strBytes.size() > 2 && strBytes.starts_with("\xFE\xFF")) return code_page::kUtf16BigEndian;
-  if (strBytes.size() > 2 && strBytes.starts_with("\xFF\xFE")) return code_page::kUtf16;
-  const bool bWide = code_page::isWide(nTold) && strBytes.find('\0') != kNone;
-  return bWide ? nTold : 0;
 }
 
 // A page that says it will be there in a moment.
@@ -112,6 +105,16 @@ bool Mhtml::convertFileUtf8(XString& strPath, std::string_view strBaseUrl, Form 
   std::vector<std::string> arrChain = {LocalFiles::canonicalPath(*strFound)};
   processIncludes(strHtml, arrChain, log);
   return buildDocument(strHtml, nForm, strMime, log);
+}
+
+// The page of text in units of two or four bytes, by its mark or by its bytes, else as told; 0 for
+// other text.
+unsigned Mhtml::widePageOf(std::string_view strBytes, unsigned nTold) const {
+  if (const unsigned nPage = m_bJudgesBytes ? wideTextPage(strBytes) : 0; nPage != 0) return nPage;
+  if (strBytes.size() > 2 && strBytes.starts_with("\xFE\xFF")) return code_page::kUtf16BigEndian;
+  if (strBytes.size() > 2 && strBytes.starts_with("\xFF\xFE")) return code_page::kUtf16;
+  const bool bWide = code_page::isWide(nTold) && strBytes.find('\0') != kNone;
+  return bWide ? nTold : 0;
 }
 
 // The mark at the start of a text says how it is to be read, else, where it is of units of two or

@@ -15,6 +15,7 @@
 #include "archive/MhtObserver.h"
 #include "archive/MhtmlContext.h"
 #include "archive/ResourceTypes.h"
+#include "archive/StringPair.h"
 #include "base/DataBuffer.h"
 #include "base/ExtPtrArray.h"
 #include "base/LibraryObject.h"
@@ -86,6 +87,10 @@ class Mhtml : public LibraryObject {
   bool m_useFilename = true;
   bool m_xUnsent = false;
   bool m_bConfineToFolder = false;
+  // What bytes show counts more than names: text in wide units without a mark is known as such, a
+  // frame needs no extension, and a page that comes in the place of a picture or a sheet is a
+  // missing one.
+  bool m_bJudgesBytes = false;
   StringBuffer m_to;
   StringBuffer m_from;
   std::vector<std::string> m_extraStyleSheets;
@@ -100,8 +105,8 @@ class Mhtml : public LibraryObject {
 
   // --- Mhtml.cpp: from the location to the message. ---
   void begin(bool bIsLocal, bool bFromMemory);
-  static bool decodeMarks(const DataBuffer& arrBytes, int nToldPage, StringBuffer& strHtml,
-                          LogBase& log);
+  unsigned widePageOf(std::string_view strBytes, unsigned nTold) const;
+  bool decodeMarks(const DataBuffer& arrBytes, int nToldPage, StringBuffer& strHtml, LogBase& log);
   bool fetchPage(const std::string& strUrl, HttpControl::Document& objDocument, LogBase& log);
   void decodeResponse(DataBuffer& arrBytes, const std::string& strHttpCharset,
                       StringBuffer& strHtml, LogBase& log);
@@ -131,7 +136,7 @@ class Mhtml : public LibraryObject {
   void rewriteBackgrounds(StringBuffer& strHtml, std::string_view strNeedle, LogBase& log);
   bool isEmbeddableImage(std::string_view strUrl) const;
   // What a tag refers to the resource by from now on: its content id, or its URL.
-  std::string referTo(const std::string& strUrl);
+  std::string referTo(const std::string& strUrl, ShownAs eShownAs = ShownAs::kPicture);
 
   // --- MhtmlStyles.cpp: style sheets. ---
   void extractStyles(StringBuffer& strHtml, SetAside& objSetAside, LogBase& log);
@@ -159,7 +164,7 @@ class Mhtml : public LibraryObject {
 
   // --- MhtmlResources.cpp: resources and their parts. ---
   // The entry of that URL in the document's list; good until the document is done.
-  const StringPair& addResource(const std::string& strUrl);
+  const StringPair& addResource(const std::string& strUrl, ShownAs eShownAs);
   void addResourceParts(std::string_view strHtml, LogBase& log);
   bool isWanted(const StringPair& objPair, bool bReferenced, bool bFrameset, LogBase& log);
   void addResourcePart(const StringPair& objPair, LogBase& log);
@@ -167,7 +172,8 @@ class Mhtml : public LibraryObject {
                       std::string_view strCharset, LogBase& log);
   void processFrame(const std::string& strUrl, const std::string& strFolder, StringBuffer& strHtml,
                     MimeMessage2& objPart, LogBase& log);
-  bool fetchResource(const std::string& strUrl, Fetched& objFetched, LogBase& log);
+  bool fetchResource(const std::string& strUrl, ShownAs eShownAs, Fetched& objFetched,
+                     LogBase& log);
   bool loadLocal(const std::string& strUrl, Fetched& objFetched, std::string& strReason,
                  LogBase& log);
   // A file by its name in the current document, in any of its spellings.
@@ -177,6 +183,8 @@ class Mhtml : public LibraryObject {
   bool takesFrame(std::size_t nBytes);
   // One text for all spellings of what one URL means in the current document.
   std::string identityOf(const std::string& strUrl);
+  // The same, but for what cannot be shown as such while it may be had.
+  std::string missingKeyOf(const std::string& strUrl, ShownAs eShownAs);
   // One text for each part: with ids the thing itself, without them each URL that stands for it.
   std::string partKeyOf(const std::string& strUrl);
 
@@ -200,7 +208,7 @@ class Mhtml : public LibraryObject {
   std::unordered_set<std::string> m_doneUrls;  // as partKeyOf
   std::unordered_map<std::string, std::string> m_cidToUrl;
   std::unordered_map<std::string, std::string> m_mapIds;      // identityOf -> content id
-  std::unordered_set<std::string> m_setMissing;               // as identityOf
+  std::unordered_set<std::string> m_setMissing;               // as missingKeyOf
   std::unordered_map<std::string, StringBuffer> m_mapSheets;  // identityOf -> text as fetched
   std::size_t m_nBroughtBytes = 0;
 };

@@ -53,18 +53,22 @@ std::unordered_set<std::string_view> idsIn(std::string_view strText) {
 
 }  // namespace
 
-const StringPair& Mhtml::addResource(const std::string& strGiven) {
+const StringPair& Mhtml::addResource(const std::string& strGiven, ShownAs eShownAs) {
   const bool bQuoted = strGiven.size() > 1 && strGiven.front() == '\'' && strGiven.back() == '\'';
   const std::string strUrl = bQuoted ? strGiven.substr(1, strGiven.size() - 2) : strGiven;
   MhtmlContext& objContext = context();
   // Without regard to case: the system that pages were written on had none.
   const auto [it, bNew] =
       objContext.m_mapIndex.try_emplace(lowerCase(strUrl), objContext.m_arrResources.getSize());
-  if (!bNew) return *objContext.m_arrResources.at(it->second);
+  if (!bNew) {
+    StringPair& objPair = *objContext.m_arrResources.at(it->second);
+    if (eShownAs == ShownAs::kFrame) objPair.m_eShownAs = eShownAs;
+    return objPair;
+  }
   // Another document of this page may show the same thing, which has one part.
   std::string& strId = m_mapIds[identityOf(strUrl)];
   if (strId.empty()) strId = "CID-" + newUuid();
-  if (!objContext.m_arrResources.append(makeOwned<StringPair>(strUrl, strId))) {
+  if (!objContext.m_arrResources.append(makeOwned<StringPair>(strUrl, strId, eShownAs))) {
     throw std::bad_alloc();
   }
   return *objContext.m_arrResources.at(it->second);
@@ -91,7 +95,8 @@ void Mhtml::addResourceParts(std::string_view strHtml, LogBase& log) {
 bool Mhtml::isWanted(const StringPair& objPair, bool bReferenced, bool bFrameset, LogBase& log) {
   const std::string strUrl(objPair.m_strUrl.view());
   if (strUrl.empty() || m_doneUrls.contains(partKeyOf(strUrl))) return false;
-  if (m_useCids && !bReferenced && !bFrameset && !isPageUrl(strUrl)) {
+  const bool bFrame = m_bJudgesBytes && objPair.m_eShownAs == ShownAs::kFrame;
+  if (m_useCids && !bReferenced && !bFrameset && !bFrame && !isPageUrl(strUrl)) {
     log.LogInfo("Skipping content because it is not referenced in the HTML.");
     return false;
   }
@@ -108,11 +113,15 @@ void Mhtml::addResourcePart(const StringPair& objPair, LogBase& log) {
   const std::string strUrl(objPair.m_strUrl.view());
   const LogContextExitor objContext(log, "contentPart");
   Fetched objFetched;
-  if (!fetchResource(strUrl, objFetched, log)) {
+  if (!fetchResource(strUrl, objPair.m_eShownAs, objFetched, log)) {
     log.LogError("Failed to download or include external content.");
     return;
   }
-  const DetectedType objType = detectContentType(objFetched.arrBytes.view(), strUrl);
+  DetectedType objType = detectContentType(objFetched.arrBytes.view(), strUrl);
+  if (m_bJudgesBytes && objPair.m_eShownAs == ShownAs::kFrame && !objType.bIsBinary) {
+    const std::string_view strBytes = objFetched.arrBytes.view();
+    if (trimmed(strBytes).starts_with('<') || looksLikePage(strBytes)) objType = {kPageType};
+  }
   if (objType.bIsScript && m_dropScripts) {
     log.LogInfo("Not including because this is a script.");
     return;
@@ -120,7 +129,7 @@ void Mhtml::addResourcePart(const StringPair& objPair, LogBase& log) {
   const std::string strExtension = extensionOf(strUrl);
   const bool bFrame = !objType.bIsBinary && isFrameText(objType.strType, strExtension);
   if (bFrame && !takesFrame(objFetched.arrBytes.getSize())) {
-    m_setMissing.insert(identityOf(strUrl));
+    m_setMissing.insert(missingKeyOf(strUrl, ShownAs::kFrame));
     if (m_pObserver != nullptr) m_pObserver->missing(strUrl, "the page shows too much already");
     return;
   }
@@ -201,16 +210,22 @@ void Mhtml::processFrame(const std::string& strUrl, const std::string& strFolder
   m_dropScripts = bOuterDrops;
 }
 
-bool Mhtml::fetchResource(const std::string& strUrl, Fetched& objFetched, LogBase& log) {
-  const std::string strIdentity = identityOf(strUrl);
-  if (m_setMissing.contains(strIdentity)) return false;
+bool Mhtml::fetchResource(const std::string& strUrl, ShownAs eShownAs, Fetched& objFetched,
+                          LogBase& log) {
+  const std::string strKey = missingKeyOf(strUrl, eShownAs);
+  if (m_setMissing.contains(strKey)) return false;
   const bool bHttp = isHttpUrl(strUrl);
   std::string strReason;
-  const bool bFetched = bHttp ? m_http.httpGetResource(strUrl, objFetched.arrBytes, m_connPool, log)
-                              : loadLocal(strUrl, objFetched, strReason, log);
+  bool bFetched = bHttp ? m_http.httpGetResource(strUrl, objFetched.arrBytes, m_connPool, log)
+                        : loadLocal(strUrl, objFetched, strReason, log);
+  if (!bFetched && bHttp) strReason = m_http.failure();
+  if (bFetched && m_bJudgesBytes) {
+    strReason = whyNot(eShownAs, objFetched.arrBytes.view(), bHttp ? m_http.contentType() : "");
+    bFetched = strReason.empty();
+  }
   if (!bFetched) {
-    m_setMissing.insert(strIdentity);
-    if (m_pObserver != nullptr) m_pObserver->missing(strUrl, bHttp ? m_http.failure() : strReason);
+    m_setMissing.insert(strKey);
+    if (m_pObserver != nullptr) m_pObserver->missing(strUrl, strReason);
   } else if (m_pObserver != nullptr) {
     m_pObserver->fetched(strUrl, objFetched.arrBytes.getSize());
   }
@@ -258,6 +273,11 @@ std::string Mhtml::partKeyOf(const std::string& strUrl) {
 std::string Mhtml::identityOf(const std::string& strUrl) {
   if (isHttpUrl(strUrl)) return locationOf(strUrl);
   return "file:" + withoutDotNames(joinPath(context().m_strFolder, pathOfUrl(strUrl)));
+}
+
+std::string Mhtml::missingKeyOf(const std::string& strUrl, ShownAs eShownAs) {
+  const bool bAsAny = eShownAs == ShownAs::kFrame || eShownAs == ShownAs::kScript;
+  return (bAsAny ? "" : eShownAs == ShownAs::kSheet ? "sheet " : "picture ") + identityOf(strUrl);
 }
 
 }  // namespace mail

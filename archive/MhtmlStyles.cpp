@@ -241,7 +241,7 @@ const StringBuffer* Mhtml::fetchSheet(const std::string& strUrl, LogBase& log) {
   const std::string strIdentity = identityOf(strUrl);
   if (const auto it = m_mapSheets.find(strIdentity); it != m_mapSheets.end()) return &it->second;
   Fetched objFetched;
-  if (!fetchResource(strUrl, objFetched, log)) return nullptr;
+  if (!fetchResource(strUrl, ShownAs::kSheet, objFetched, log)) return nullptr;
   std::string_view strBytes = objFetched.arrBytes.view();
   if (strBytes.starts_with(byte_order::kUtf8Mark)) {
     strBytes.remove_prefix(byte_order::kUtf8Mark.size());

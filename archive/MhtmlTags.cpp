@@ -44,8 +44,8 @@ bool Mhtml::isEmbeddableImage(std::string_view strUrl) const {
   return m_embedImages && (!m_embedLocalOnly || !isHttpUrl(strUrl));
 }
 
-std::string Mhtml::referTo(const std::string& strUrl) {
-  const StringPair& objPair = addResource(strUrl);
+std::string Mhtml::referTo(const std::string& strUrl, ShownAs eShownAs) {
+  const StringPair& objPair = addResource(strUrl, eShownAs);
   if (!m_useCids) return std::string(objPair.m_strUrl.view());
   std::string strId = "cid:" + std::string(objPair.m_strContentId.view());
   m_cidToUrl.try_emplace(strId, strUrl);
@@ -59,7 +59,7 @@ void Mhtml::rewriteFrames(StringBuffer& strHtml, std::string_view strNeedle, Log
     if (strSrc.empty() || strSrc == kBackslash || isData(strSrc)) return TagResult::kKeep;
     const std::string strUrl = absoluteUrl(strSrc);
     log.LogData("frameUrl", strUrl);
-    if (!bTooDeep) (void)addResource(strUrl);
+    if (!bTooDeep) (void)addResource(strUrl, ShownAs::kFrame);
     _ckHtmlHelp::setAttrValue(strTag, "SRC", strUrl);
     return TagResult::kClean;
   });
@@ -88,7 +88,8 @@ void Mhtml::rewriteScripts(StringBuffer& strHtml, std::string_view strNeedle, Lo
     const std::string strUrl = imageUrl(strSrc);
     log.LogData("srcUrl", strUrl);
     if (bScripts && !looksLikeScript(strUrl)) return TagResult::kKeep;
-    _ckHtmlHelp::setAttrValue(strTag, "SRC", referTo(strUrl));
+    const ShownAs eShownAs = bScripts ? ShownAs::kScript : ShownAs::kPicture;
+    _ckHtmlHelp::setAttrValue(strTag, "SRC", referTo(strUrl, eShownAs));
     return TagResult::kClean;
   });
 }

@@ -6,6 +6,7 @@
 #include "archive/LocalFiles.h"
 #include "archive/UrlText.h"
 #include "base/AsciiText.h"
+#include "charset/WideText.h"
 #include "mime/tree/ContentTypeTable.h"
 
 namespace mail {
@@ -13,8 +14,7 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 constexpr std::string_view kUnknownType = "application/octet-stream";
-constexpr std::string_view kPage = "text/html";
-constexpr std::size_t kSvgProbe = 1000;  // bytes in which the root of an SVG picture is looked for
+constexpr std::size_t kRootProbe = 1000;  // bytes that hold the root of a picture or page
 
 unsigned number(std::string_view strBytes, std::size_t nFrom, std::size_t nBytes) {
   unsigned nValue = 0;
@@ -37,7 +37,7 @@ bool isWebp(std::string_view strBytes) {
 }
 
 bool isSvg(std::string_view strBytes) {
-  const std::string_view strStart = trimmed(strBytes.substr(0, kSvgProbe));
+  const std::string_view strStart = trimmed(strBytes.substr(0, kRootProbe));
   if (strStart.starts_with("<svg")) return true;
   return strStart.starts_with("<?xml") && strStart.find("<svg") != kNone &&
          findNoCase(strStart, "<html") == kNone;
@@ -70,6 +70,32 @@ constexpr std::array kImageExtensions = std::to_array<ImageExtension>({
 
 }  // namespace
 
+bool looksLikePage(std::string_view strBytes) {
+  std::string strStart(strBytes.substr(0, kRootProbe));
+  if (wideTextPage(strBytes) != 0) std::erase(strStart, '\0');
+  const std::size_t nSvg = findNoCase(strStart, "<svg");
+  static constexpr std::array<std::string_view, 4> kRoots = {"<!doctype html", "<html", "<head",
+                                                             "<body"};
+  return std::ranges::any_of(
+      kRoots, [&](std::string_view strRoot) { return findNoCase(strStart, strRoot) < nSvg; });
+}
+
+std::string whyNot(ShownAs eShownAs, std::string_view strBytes, std::string_view strContentType) {
+  constexpr std::size_t kNulProbe = 512;
+  if (eShownAs == ShownAs::kFrame || eShownAs == ShownAs::kScript) return {};
+  if (!typeOfBytes(strBytes).empty()) return {};
+  const bool bPicture = eShownAs == ShownAs::kPicture;
+  if (looksLikePage(strBytes)) {
+    return bPicture ? "it is a page and no picture" : "it is a page and no style sheet";
+  }
+  if (!bPicture || strContentType.empty()) return {};
+  if (strBytes.empty()) return "there is nothing in it";
+  const bool bCalledText = beginsWithNoCase(strContentType, "text/") ||
+                           beginsWithNoCase(strContentType, "application/json");
+  const bool bText = bCalledText && strBytes.substr(0, kNulProbe).find('\0') == kNone;
+  return bText ? "it is text and no picture" : "";
+}
+
 std::string extensionOf(std::string_view strUrl) {
   const std::size_t nDot = strUrl.rfind('.');
   std::string strExtension(nDot == kNone ? std::string_view() : strUrl.substr(nDot));
@@ -81,7 +107,7 @@ DetectedType detectContentType(std::string_view strBytes, std::string_view strUr
   if (const std::string_view strType = typeOfBytes(strBytes); !strType.empty()) {
     return {std::string(strType), false, true};
   }
-  if (strUrl.ends_with('/')) return {std::string(kPage)};
+  if (strUrl.ends_with('/')) return {kPageType};
   std::string strExtension = extensionOf(strUrl);
   if (strExtension.empty()) return {std::string(kUnknownType)};
   std::string_view strType = contentTypeOfExtension(std::string_view(strExtension).substr(1));
@@ -91,7 +117,7 @@ DetectedType detectContentType(std::string_view strBytes, std::string_view strUr
   }
   if (strType == "application/x-javascript") return {std::string(kUnknownType), true};
   if (!strType.empty()) return {std::string(strType)};
-  return {std::string(beginsWithNoCase(strUrl, "http") ? kPage : kUnknownType)};
+  return {std::string(beginsWithNoCase(strUrl, "http") ? kPageType : kUnknownType)};
 }
 
 std::string resourceName(std::string_view strType, std::string_view strUrl) {

@@ -7,14 +7,17 @@
 
 namespace mail {
 
+enum class ShownAs { kPicture, kScript, kFrame, kSheet };
+
 // One resource that a document refers to.
 class StringPair : public LibraryObject {
  public:
-  StringPair(std::string_view strUrl, std::string_view strContentId)
-      : m_strUrl(strUrl), m_strContentId(strContentId) {}
+  StringPair(std::string_view strUrl, std::string_view strContentId, ShownAs eShownAs)
+      : m_strUrl(strUrl), m_strContentId(strContentId), m_eShownAs(eShownAs) {}
 
   StringBuffer m_strUrl;
   StringBuffer m_strContentId;  // "CID-" and a UUID
+  ShownAs m_eShownAs;           // a frame, if it is one anywhere in the document
 };
 
 }  // namespace mail

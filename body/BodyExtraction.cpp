@@ -88,7 +88,7 @@ bool SafeText(const CString& strEml, CString& strText) {
   mail::LogNull objLog;
   const auto pMail = mail::buildEmail(
       {reinterpret_cast<const char*>(pBytes.get()), static_cast<std::size_t>(nLength)},
-      /*bUtf8=*/false, objLog, mail::Mixtures::kAsTheyCame);
+      /*bUtf8=*/false, objLog, mail::BuildFor::kReader);
   if (pMail == nullptr) return false;
   strText = CString::FromUtf8(ReadableText(*pMail));
   return !strText.IsEmpty();

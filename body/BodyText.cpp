@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "base/AsciiText.h"
+#include "charset/WideText.h"
+#include "html/PageCharset.h"
 #include "html/WholeText.h"
 #include "platform/NarrowText.h"
 #include "platform/Unicode.h"
@@ -96,6 +98,13 @@ CString BodyText(std::string_view strBytes) {
   if (!bMarked && !IsNarrow(strBytes)) return FromUnits(strBytes, Half::kLower);
   return platform::IsValidUtf8(strBytes) ? CString::FromUtf8(strBytes)
                                          : CString(platform::NarrowToWide(strBytes));
+}
+
+CString PageText(std::string_view strBytes) {
+  // Tags in sixteen bits show in their NULs; a text without any goes by what all texts do.
+  const bool bShows = mail::wideTextPage(strBytes) != 0 || mail::charsetOfMeta(strBytes) != 0;
+  if (!bShows && !IsNarrow(strBytes)) return BodyText(strBytes);
+  return CString::FromUtf8(mail::pageAsUtf8(strBytes, platform::AnsiCodePage()));
 }
 
 CString InLines(const CString& strText) {

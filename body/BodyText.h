@@ -8,6 +8,9 @@
 // in the ANSI page. What they leave open is 16-bit, as drivers are to write it. Linear time.
 CString BodyText(std::string_view strBytes);
 
+// The same of a page of HTML, which may name its charset, too.
+CString PageText(std::string_view strBytes);
+
 // With a CR LF at the end of every line, the last one too.
 CString InLines(const CString& strText);
 

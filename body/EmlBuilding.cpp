@@ -23,6 +23,7 @@ void Prepare(CkMht& objMht) {
   objMht.put_UseCids(true);
   objMht.put_ConfineToFolder(ews::Settings().bSafe);
   objMht.put_NoNetwork(ews::Settings().bSafe);
+  objMht.put_JudgeByBytes(ews::Settings().bSafe);
 }
 
 bool Write(platform::File& objFile, std::string_view strBytes) {

@@ -66,6 +66,10 @@ std::string ReadTextChunk(platform::File& objFile, std::uint64_t nOffset, size_t
   return strText;
 }
 
+bool IsForbiddenControl(char16_t ch) {
+  return ch < u' ' && ch != u'\t' && ch != u'\n' && ch != u'\r';
+}
+
 // What a reader of terminated strings sees of a chunk.
 std::u16string ChunkText(const std::string& strChunk) {
   return platform::NarrowToWide(std::string_view(strChunk).substr(0, strChunk.find('\0')));
@@ -118,8 +122,16 @@ CString Sendable(std::u16string_view str) {
     const std::size_t nBad = ews::FindForbidden(str);
     strText += str.substr(0, nBad);
     if (nBad == str.npos) return CString(std::move(strText));
-    strText += str[nBad] < u' ' ? static_cast<char16_t>(kSigns + str[nBad]) : u'\uFFFD';
-    str.remove_prefix(nBad + 1);
+    str.remove_prefix(nBad);
+    std::size_t nRun = 0;  // of controls: some texts have them by the million
+    for (; nRun < str.size() && IsForbiddenControl(str[nRun]); ++nRun) {
+      strText += static_cast<char16_t>(kSigns + str[nRun]);
+    }
+    if (nRun == 0) {
+      strText += u'\uFFFD';
+      nRun = 1;
+    }
+    str.remove_prefix(nRun);
   }
 }
 

@@ -71,12 +71,14 @@ constexpr auto kBreaksOfKnown = [] {
 // Walks the tree of a page and writes its text, with the nodes on its way on a stack of its own.
 class TextWalk {
  public:
-  TextWalk(const HtmlTree& objTree, std::size_t nMaxDepth, std::int32_t nMargin, bool bLinks)
-      : m_objTree(objTree),
-        m_nMaxDepth(nMaxDepth),
-        m_nMargin(nMargin),
-        m_bLinks(bLinks),
-        m_objText(objTree.sourceSize() / 2) {}
+  struct Form {
+    std::size_t nMaxDepth;
+    std::int32_t nMargin;
+    bool bLinks;
+    bool bPreApart;
+  };
+  TextWalk(const HtmlTree& objTree, const Form& objForm)
+      : m_objTree(objTree), m_objForm(objForm), m_objText(objTree.sourceSize() / 2) {}
 
   std::string recursiveToText();
 
@@ -94,6 +96,7 @@ class TextWalk {
   }
   Breaks breaksOf(Index nNode) const {
     const std::uint32_t nTag = m_objTree.at(nNode).nTag;
+    if (nTag == kPre && m_objForm.bPreApart) return {Break::kLine, Break::kLine};
     return nTag < kBreaksOfKnown.size() ? kBreaksOfKnown[nTag]
                                         : breaksOfName(m_objTree.tagName(nNode));
   }
@@ -104,9 +107,7 @@ class TextWalk {
   void putTarget(const Frame& objFrame);
 
   const HtmlTree& m_objTree;
-  std::size_t m_nMaxDepth;
-  std::int32_t m_nMargin;
-  bool m_bLinks;
+  Form m_objForm;
   TextFiller m_objText;
   std::vector<Frame> m_arrFrames;
 };
@@ -139,13 +140,13 @@ void TextWalk::put(Break nBreak) {
 
 void TextWalk::emitText(std::string_view strText, std::size_t nIndent, std::size_t nPreDepth) {
   if (nPreDepth > 0) return m_objText.emitPre(strText, nIndent);
-  m_objText.emitText(strText, nIndent, m_nMargin);
+  m_objText.emitText(strText, nIndent, m_objForm.nMargin);
 }
 
 // Goes into a node that has more to it than a text or a break.
 void TextWalk::enter(Index nNode, std::size_t nIndent, std::size_t nPreDepth) {
   const HtmlTree::Node& objNode = m_objTree.at(nNode);
-  if (m_arrFrames.size() > m_nMaxDepth) {
+  if (m_arrFrames.size() > m_objForm.nMaxDepth) {
     return m_objText.append("[ERROR: Maximum recursion depth exceeded.]");
   }
   if (objNode.nTag == HtmlTree::kTextTag) return emitText(objNode.strText, nIndent, nPreDepth);
@@ -159,9 +160,10 @@ void TextWalk::enter(Index nNode, std::size_t nIndent, std::size_t nPreDepth) {
 
 void TextWalk::leave(const Frame& objFrame) {
   const std::uint32_t nTag = m_objTree.at(objFrame.nNode).nTag;
-  if (nTag == kHr) m_objText.rule(objFrame.nIndent, m_nMargin);
+  if (nTag == kPre && m_objForm.bPreApart) m_objText.endLineTrimmed();
+  if (nTag == kHr) m_objText.rule(objFrame.nIndent, m_objForm.nMargin);
   put(breaksOf(objFrame.nNode).nAfter);
-  if (nTag == kA && m_bLinks) putTarget(objFrame);
+  if (nTag == kA && m_objForm.bLinks) putTarget(objFrame);
 }
 
 // Where a link leads to, unless its text says so itself.
@@ -175,13 +177,13 @@ void TextWalk::putTarget(const Frame& objFrame) {
   const std::size_t nStart = std::min(objFrame.nLinkStart, strText.size());
   if (strTarget.empty() || equalsNoCase(trimmed(strText.substr(nStart)), strTarget)) return;
   const std::string strShown = '<' + std::string(strTarget) + '>';
-  if (m_nMargin >= 1) m_objText.endLineTrimmed();
+  if (m_objForm.nMargin >= 1) m_objText.endLineTrimmed();
   if (objFrame.nPreDepth > 0) {
     m_objText.emitPre(strShown, objFrame.nIndent);
   } else {
     m_objText.emitText(strShown, objFrame.nIndent, 0);
   }
-  if (m_nMargin >= 1) m_objText.freshLine();
+  if (m_objForm.nMargin >= 1) m_objText.freshLine();
 }
 
 // The first bytes of a text with everything but printable ASCII as "=XX".
@@ -236,14 +238,13 @@ class Stopwatch {
   std::chrono::steady_clock::time_point m_nStart = std::chrono::steady_clock::now();
 };
 
-std::string textOfTree(const HtmlTree& objTree, std::size_t nMaxDepth, std::int32_t nMargin,
-                       bool bLinks, LogBase& log) {
+std::string textOfTree(const HtmlTree& objTree, const TextWalk::Form& objForm, LogBase& log) {
   const LogContextExitor objContext(log, "xmlToText");
   const Stopwatch objTime;
   std::string strText;
   {
     const LogContextExitor objWalk(log, "recursiveToText");
-    strText = TextWalk(objTree, nMaxDepth, nMargin, bLinks).recursiveToText();
+    strText = TextWalk(objTree, objForm).recursiveToText();
   }
   log.LogDataLong("toTextTime", objTime.milliseconds());
   return strText;
@@ -270,7 +271,7 @@ bool ClsHtmlToText::ToText(XString& html, XString& out) {
     return objOperation.done(false);
   }
   const std::string strText =
-      textOfTree(objTree, m_maxDepth, m_rightMargin, !m_suppressLinks, m_log);
+      textOfTree(objTree, {m_maxDepth, m_rightMargin, !m_suppressLinks, m_preApart}, m_log);
   const std::string_view strShown = withoutEdges(strText);
   if (!m_decodeHtmlEntities || strShown.find('&') == std::string_view::npos) {
     return objOperation.done(out.setFromUtf8(strShown));

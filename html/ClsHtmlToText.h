@@ -26,6 +26,7 @@ class ClsHtmlToText : public ClsBase {
   std::int32_t m_rightMargin = 80;                         // columns; under 1 for no wrapping
   bool m_decodeHtmlEntities = true;  // once more in the finished text, as "&amp;lt;" leaves them
   bool m_suppressLinks = false;      // leave their targets out
+  bool m_preApart = false;           // preformatted text has lines of its own
 
  private:
   ~ClsHtmlToText() override = default;

@@ -15,6 +15,7 @@ std::string wholeText(std::string strHtml, LinkTargets eLinks) {
   if (pConverter == nullptr) throw std::bad_alloc();
   pConverter->m_maxDepth = std::numeric_limits<std::size_t>::max();
   pConverter->m_entityDigits = _ckHtmlHelp::kLongEntity;
+  pConverter->m_preApart = true;
   pConverter->m_suppressLinks = eLinks == LinkTargets::kLeftOut;
   std::ranges::replace(strHtml, '\0', ' ');  // at which it would end
   XString strIn, strOut;

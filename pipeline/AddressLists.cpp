@@ -7,12 +7,28 @@
 
 namespace {
 
+// Where the entry ends that begins there: at a ";", though not within a name in quotes in front of
+// an address: "Lee; Ann" <a@b>.
+int EndOfEntry(const CString& strList, int nStart) {
+  const std::u16string_view str = strList.View();
+  const auto skipBlanks = [&](size_t n) {
+    return std::min(str.find_first_not_of(u' ', n), str.size());
+  };
+  size_t nFrom = skipBlanks(static_cast<size_t>(nStart));
+  if (nFrom < str.size() && str[nFrom] == u'"') {
+    size_t nQuote = nFrom + 1;
+    while (nQuote < str.size() && str[nQuote] != u'"') nQuote += str[nQuote] == u'\\' ? 2 : 1;
+    const size_t nBehind = nQuote < str.size() ? skipBlanks(nQuote + 1) : str.size();
+    if (nBehind < str.size() && str[nBehind] == u'<') nFrom = nBehind;
+  }
+  return static_cast<int>(std::min(str.find(u';', nFrom), str.size()));
+}
+
 // Every entry but empty ones.
 std::vector<CString> DividedEntries(const CString& strList) {
   std::vector<CString> arrEntries;
   for (int nStart = 0; nStart < strList.GetLength();) {
-    int nEnd = strList.Find(u';', nStart);
-    if (nEnd < 0) nEnd = strList.GetLength();
+    const int nEnd = EndOfEntry(strList, nStart);
     CString strEntry = strList.Mid(nStart, nEnd - nStart).Trim();
     if (!strEntry.IsEmpty()) arrEntries.push_back(std::move(strEntry));
     nStart = nEnd + 1;

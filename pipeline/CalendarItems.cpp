@@ -32,7 +32,7 @@ int CTarnyOutlookHandler::SaveCalenderItem(ews::Appointment& objCkEmail, CString
     });
     Guarded(u"SaveCalenderItem_11comtextjjAttach_catch", [&] {
       Log(u"SaveCalenderItem_11comtextjjAttach_t");
-      AttachListed(objCkEmail, strHtmPath, EmptyLines::kSkipped);
+      AttachListed(objCkEmail, strHtmPath, kAttachmentList, EmptyLines::kSkipped, m_objLogManager);
     });
     return kSuccess;
   } catch (...) {

@@ -51,7 +51,7 @@ int CTarnyOutlookHandler::SaveContactItem(ews::Contact& objCkEmail, CString strH
     Guarded(u"SaveContactItem_MessageBody_Catch",
             [&] { SetContactBody(objCkEmail, strHtmPath, objInfo.strBody); });
     Log(u"SaveContactItem_11comtextjjAttach_T");
-    AttachListed(objCkEmail, strHtmPath, EmptyLines::kTried);
+    AttachListed(objCkEmail, strHtmPath, kAttachmentList, EmptyLines::kTried, m_objLogManager);
     Log(u"SaveContactItem_11comtextjjAttach_T_After");
   });
   return kSuccess;

@@ -10,6 +10,7 @@
 #include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
+#include "pipeline/Losses.h"
 #include "pipeline/SaverSteps.h"
 #include "platform/Files.h"
 
@@ -165,6 +166,7 @@ void LinkPicturesThatAreThere(ews::Item& objItem, CString& strPage, const CStrin
       return strName;
     } catch (...) {
       if (objRules.pszFailure) objLog.WriteLog(objRules.pszFailure);
+      NoteLoss(objLog, strName, u"the picture cannot be attached");
       return CString();
     }
   });
@@ -179,6 +181,7 @@ CString Converted(const CString& strHtmPath, CLogManager& objLog) {
   } catch (const std::system_error& objError) {  // there is no page then
     objLog.WriteLog(CString(u"ch2111.rtf could not be converted: ") +
                     CString::FromUtf8(objError.what()));
+    NoteLoss(objLog, u"ch2111.rtf", u"it gives no body; the next one is taken");
   }
   int nLength = 0;
   return GetStringFromFilenonUnicode(strHtml, &nLength).Mid(kSignature);

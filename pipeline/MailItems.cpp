@@ -19,6 +19,7 @@
 #include "pipeline/ItemBodies.h"
 #include "pipeline/ItemDescriptor.h"
 #include "pipeline/ItemProps.h"
+#include "pipeline/Losses.h"
 #include "pipeline/SaverSteps.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
@@ -55,8 +56,8 @@ bool IsBlankPage(const CString& strPage) {
 }
 
 // The page names its picture as a file, and in a mailbox there is none beside it: the picture among
-// the attachments is what it means.
-void LinkToAttached(ews::EmailMessage& objMail, CString& strPage) {
+// the attachments is what it means. Returns the name of one that is not among them.
+CString LinkToAttached(ews::EmailMessage& objMail, CString& strPage) {
   for (int n = 0; n < objMail.Attachments().Count(); ++n) {
     ews::Attachment& objPicture = objMail.Attachments()[n];
     const CString strId = CString(u"Picture_") + CString::FromUtf8(std::to_string(n + 1)) +
@@ -65,6 +66,11 @@ void LinkToAttached(ews::EmailMessage& objMail, CString& strPage) {
     if (strPage.Replace(strLink, CString(u" src=\"cid:") + strId + u"\"") == 0) continue;
     objPicture.SetContentId(strId);
   }
+  constexpr std::u16string_view kLink = u"<img src=\"";
+  const int nLink = strPage.Find(kLink);
+  if (nLink < 0) return {};
+  const CString strTarget = strPage.Mid(nLink + static_cast<int>(kLink.size()));
+  return strTarget.View().starts_with(u"cid:") ? CString() : strTarget.Left(strTarget.Find(u'"'));
 }
 
 auto ExistsBelow(const CString& strHtmPath) {
@@ -197,7 +203,7 @@ bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& st
     Guarded(u" INSIDE catch \\ch2111.rtf", [&] { bConverted = SetRtfBody(objMail, strHtmPath); });
     Log(u" OUT \\ch2111.rtf");
     if (!bConverted && ews::Settings().bSafe) {
-      Log(u"ch2111.rtf gives no body, the next one is taken");
+      NoteLoss(m_objLogManager, u"ch2111.rtf", u"it gives no body; the next one is taken");
       SetLastBody(objMail, strHtmPath);
     }
   } else {
@@ -208,38 +214,52 @@ bool CTarnyOutlookHandler::SetBody(ews::EmailMessage& objMail, const CString& st
 
 void CTarnyOutlookHandler::SetImagePage(ews::EmailMessage& objMail, const CString& strPage) {
   m_objLogManager.WriteLog(u" Imagech111.html");
-  CString strText = ReadBodyFile(strPage);
+  CString strText = ReadBodyFile(strPage, BodyForm::kPage);
   // One that stays is written anew for the next page. The safe switch keeps it for a second try.
   if (!ews::Settings().bSafe) (void)platform::DeleteFileAt(strPage);
   SaveImageAttachment(objMail, u"2ImageAttchment.txt");
-  if (ews::Settings().bSafe) LinkToAttached(objMail, strText);
+  if (ews::Settings().bSafe) {
+    const CString strMissing = LinkToAttached(objMail, strText);
+    if (!strMissing.IsEmpty()) {
+      NoteLoss(m_objLogManager, strMissing, u"the picture of its page is not attached");
+    }
+  }
   SetBodyText(objMail, ews::BodyType::HTML, strText);
   m_objLogManager.WriteLog(u" RETURN Imagech111.html");
 }
 
-// The bodies that are taken where there is no better one.
+// The bodies that are taken where there is no better one. With the safe switch the page stands in
+// for a text that says nothing.
 void CTarnyOutlookHandler::SetLastBody(ews::EmailMessage& objMail, const CString& strHtmPath) {
   const auto Log = [&](std::u16string_view str) { m_objLogManager.WriteLog(str); };
+  const CString strPage = strHtmPath + u"GARImage.html";
   const BodySource eSource = FirstBodySource(kLastBodyFiles, ExistsBelow(strHtmPath));
+  bool bTakesPage = eSource == BodySource::kLastPage;
   if (eSource == BodySource::kText) {
     Log(u" IN \\TextFile1.txt");
-    SetTextBody(objMail, strHtmPath + u"\\TextFile1.txt");
+    const bool bSays = SetTextBody(objMail, strHtmPath + u"\\TextFile1.txt");
     Log(u" OUT \\TextFile1.txt");
-  } else if (eSource == BodySource::kLastPage) {
-    SetBodyText(objMail, ews::BodyType::HTML, ReadBodyFile(strHtmPath + u"GARImage.html"));
+    bTakesPage = !bSays && ews::Settings().bSafe && platform::PathExists(strPage);
+  }
+  if (bTakesPage) {
+    SetBodyText(objMail, ews::BodyType::HTML, ReadBodyFile(strPage, BodyForm::kPage));
     Log(u"Save fileGARImage.html");
   }
 }
 
 // A file that cannot be read is an empty body; the safe switch has the trace tell, and looks at the
 // bytes where the reader without it looks at lengths, drops line ends and repeats text.
-CString CTarnyOutlookHandler::ReadBodyFile(const CString& strPath) {
+CString CTarnyOutlookHandler::ReadBodyFile(const CString& strPath, BodyForm eForm) {
   int nLength = 0;
   if (!ews::Settings().bSafe) return GetStringFromFile(strPath, &nLength, /*bDisp=*/false);
   std::unique_ptr<unsigned char[]> pBytes;
   Guarded(nullptr, [&] { pBytes.reset(GetPureMime(strPath, &nLength)); });
-  if (!pBytes) m_objLogManager.WriteLog(CString(u"The body could not be read: ") + strPath);
-  return BodyText({reinterpret_cast<const char*>(pBytes.get()), static_cast<size_t>(nLength)});
+  const CString strName = strPath.Mid(strPath.ReverseFind(u'\\') + 1);
+  if (!pBytes) NoteLoss(m_objLogManager, strName, u"the body cannot be read");
+  if (pBytes && nLength == 0) NoteLoss(m_objLogManager, strName, u"the body is empty");
+  const std::string_view strBytes(reinterpret_cast<const char*>(pBytes.get()),
+                                  static_cast<size_t>(nLength));
+  return eForm == BodyForm::kPage ? PageText(strBytes) : BodyText(strBytes);
 }
 
 void CTarnyOutlookHandler::SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath) {
@@ -277,10 +297,11 @@ bool CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString&
   return bConverted && !strArchive.IsEmpty();
 }
 
-void CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString& strPath) {
+// False where it is empty.
+bool CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString& strPath) {
   CString strText;
   if (ews::Settings().bSafe) {
-    strText = InLines(ReadBodyFile(strPath));
+    strText = InLines(ReadBodyFile(strPath, BodyForm::kText));
   } else if (auto objReader = platform::WideLineReader::Open(strPath)) {
     CString strLine;
     while (objReader->ReadLine(strLine)) {  // kept: a CR in front of the line's end stays
@@ -288,10 +309,11 @@ void CTarnyOutlookHandler::SetTextBody(ews::EmailMessage& objMail, const CString
       strText += u"\r\n";
     }
   } else {
-    strText = ReadBodyFile(strPath);
+    strText = ReadBodyFile(strPath, BodyForm::kText);
   }
   m_objLogManager.WriteLog(u"Save file \\TextFile1.txt");
   SetBodyText(objMail, ews::BodyType::Text, strText);
+  return !strText.IsEmpty();
 }
 
 void CTarnyOutlookHandler::SetToFromBodyCreationDateProrityReadSubject(ews::Item& pobjCkEmail,
@@ -317,29 +339,13 @@ CString CTarnyOutlookHandler::GetEmailAddress(CString str) {
   return nAt < 0 ? str : str.Mid(nAt + 1);
 }
 
-void CTarnyOutlookHandler::AttachWorkFile(ews::EmailMessage& objMail, const CString& strName) {
-  const CString strPath = GetCurrPath() + strName;
-  if (!platform::PathExists(strPath)) return;
-  if (ews::Settings().bSafe && !LiesInWorkFolder(strPath)) return;
-  Guarded(nullptr, [&] { objMail.Attachments().AddFileAttachment(strPath); });
-}
-
 void CTarnyOutlookHandler::SaveImageAttachment(ews::EmailMessage& pobjCkEmail,
                                                CString strImageFile) {
-  auto objReader = platform::WideLineReader::Open(GetCurrPath() + strImageFile);
-  if (!objReader) return;
-  CString strLine;
-  while (objReader->ReadLine(strLine)) {
-    strLine = RemoveSlash(strLine);
-    if (!strLine.IsEmpty()) AttachWorkFile(pobjCkEmail, strLine);
-  }
+  AttachListed(pobjCkEmail, GetCurrPath(), strImageFile, EmptyLines::kSkipped, m_objLogManager);
 }
 
 void CTarnyOutlookHandler::SaveAttachment(ews::EmailMessage& pobjCkEmail) {
   // The whole message carries its attachments itself.
   if (platform::PathExists(GetCurrPath() + u"\\EmlFile.Eml")) return;
-  auto objReader = platform::WideLineReader::Open(GetCurrPath() + u"11comtextjjAttach.t");
-  if (!objReader) return;
-  CString strLine;
-  while (objReader->ReadLine(strLine)) AttachWorkFile(pobjCkEmail, RemoveSlash(strLine));
+  AttachListed(pobjCkEmail, GetCurrPath(), kAttachmentList, EmptyLines::kTried, m_objLogManager);
 }

@@ -3,11 +3,16 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
+#include "body/BodyText.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
 #include "pipeline/ItemDescriptor.h"
+#include "pipeline/Losses.h"
 #include "platform/Files.h"
 #include "platform/LineReader.h"
 #include "platform/Paths.h"
@@ -49,21 +54,58 @@ bool LiesInWorkFolder(const CString& strPath) {
   return objMismatch.first == objFolder.end() && objMismatch.second != objFile.end();
 }
 
-void AttachListed(ews::Item& objItem, const CString& strHtmPath, EmptyLines eEmpty) {
-  auto objReader = platform::WideLineReader::Open(strHtmPath + u"11comtextjjAttach.t");
-  if (!objReader) return;
-  CString strLine;
-  while (objReader->ReadLine(strLine)) {
-    strLine = RemoveSlash(strLine);
-    if (strLine.IsEmpty() && eEmpty == EmptyLines::kSkipped) continue;
-    const CString strPath = strHtmPath + strLine;
-    if (!platform::PathExists(strPath)) continue;
-    if (ews::Settings().bSafe && !LiesInWorkFolder(strPath)) continue;
-    try {
-      const CString strName(platform::FileNameOf(strPath));
-      objItem.Attachments().AddFileAttachment(
-          ews::Settings().bSafe ? Sendable(strName.View()) : strName, strPath);
-    } catch (...) {  // one file costs no other
-    }
+namespace {
+
+// With the safe switch in whatever form its bytes show, without it in 16-bit units.
+std::vector<CString> LinesOf(const CString& strPath, CLogManager& objLog) {
+  std::vector<CString> arrLines;
+  if (!ews::Settings().bSafe) {
+    CString strLine;
+    auto objReader = platform::WideLineReader::Open(strPath);
+    while (objReader && objReader->ReadLine(strLine)) arrLines.push_back(strLine);
+    return arrLines;
+  }
+  if (!platform::PathExists(strPath)) return arrLines;
+  std::unique_ptr<unsigned char[]> pBytes;
+  int nLength = 0;
+  try {
+    pBytes.reset(GetPureMime(strPath, &nLength));
+  } catch (const std::runtime_error&) {  // told below
+  }
+  if (!pBytes) NoteLoss(objLog, u"the files of a list", u"the list cannot be read");
+  const CString strText =
+      BodyText({reinterpret_cast<const char*>(pBytes.get()), static_cast<size_t>(nLength)});
+  for (std::u16string_view strRest = strText.View(); !strRest.empty();) {
+    const size_t nEnd = std::min(strRest.find(u'\n'), strRest.size());
+    arrLines.emplace_back(strRest.substr(0, nEnd));
+    strRest.remove_prefix(std::min(nEnd + 1, strRest.size()));
+  }
+  return arrLines;
+}
+
+// Why it was not attached; empty when it was.
+std::u16string_view Attach(ews::Item& objItem, const CString& strPath) {
+  if (!platform::PathExists(strPath)) return u"there is no such file";
+  if (ews::Settings().bSafe && !LiesInWorkFolder(strPath)) return u"it lies elsewhere";
+  try {
+    const CString strName(platform::FileNameOf(strPath));
+    objItem.Attachments().AddFileAttachment(
+        ews::Settings().bSafe ? Sendable(strName.View()) : strName, strPath);
+    return {};
+  } catch (...) {  // one file costs no other
+    return u"it cannot be read";
+  }
+}
+
+}  // namespace
+
+void AttachListed(ews::Item& objItem, const CString& strFolder, const CString& strList,
+                  EmptyLines eEmpty, CLogManager& objLog) {
+  const bool bSkips = eEmpty == EmptyLines::kSkipped || ews::Settings().bSafe;
+  for (const CString& strLine : LinesOf(strFolder + strList, objLog)) {
+    const CString strName = RemoveSlash(strLine);
+    if (strName.IsEmpty() && bSkips) continue;
+    const std::u16string_view strWhy = Attach(objItem, strFolder + strName);
+    if (!strWhy.empty()) NoteLoss(objLog, strName, strWhy);
   }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ews/Item.h"
+#include "platform/CLogManager.h"
 #include "platform/COleDateTime.h"
 #include "platform/CString.h"
 
@@ -13,8 +14,8 @@ void SetImportance(ews::Item& objItem, const CString& strImportance);
 // what GetPureMime does.
 void SetMimeFromPath(ews::Item& objItem, const CString& strHtmPath);
 
-// Readers of a body see it as a terminated string, which ends at its first NUL; with the safe switch
-// it arrives whole.
+// Readers of a body see it as a terminated string, which ends at its first NUL; with the safe
+// switch it arrives whole.
 void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText);
 
 inline bool IsDate(const COleDateTime& dt) { return dt.GetStatus() == COleDateTime::valid; }
@@ -25,8 +26,10 @@ COleDateTime WallClock(const COleDateTime& dt);
 bool LiesInWorkFolder(const CString& strPath);
 
 // What becomes of an empty line in a list of attachments: it names the folder itself, which can be
-// told and refused, or is passed over.
+// told and refused, or is passed over, as with the safe switch always.
 enum class EmptyLines { kTried, kSkipped };
-// Attaches the files that "11comtextjjAttach.t" names, list and files in the folder strHtmPath,
-// which ends in a backslash. A file that cannot be attached costs no other.
-void AttachListed(ews::Item& objItem, const CString& strHtmPath, EmptyLines eEmpty);
+inline constexpr const char16_t* kAttachmentList = u"11comtextjjAttach.t";
+// Attaches the files that a list names, one a line; list and files lie in the folder, which ends in
+// a backslash. A file that cannot be attached costs no other, and is a loss (Losses.h).
+void AttachListed(ews::Item& objItem, const CString& strFolder, const CString& strList,
+                  EmptyLines eEmpty, CLogManager& objLog);

@@ -28,7 +28,7 @@ int CTarnyOutlookHandler::SaveTaskItem(ews::Task& objCkEmail, CString strHtmPath
     Guarded(nullptr, [&] {
       SetRecordBody(objCkEmail, strHtmPath, *p_ST_EML_INFO, kTaskRtf, m_objLogManager);
     });
-    AttachListed(objCkEmail, strHtmPath, EmptyLines::kTried);
+    AttachListed(objCkEmail, strHtmPath, kAttachmentList, EmptyLines::kTried, m_objLogManager);
     return kSuccess;
   } catch (...) {
     if (ews::Settings().bSafe) throw;

@@ -371,13 +371,13 @@ class CTarnyOutlookHandler {
   void SetAddresses(ews::EmailMessage& objMail, ST_EML_INFO& objInfo);
   bool SetBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   void SetImagePage(ews::EmailMessage& objMail, const CString& strPage);
-  CString ReadBodyFile(const CString& strPath);
+  enum class BodyForm { kText, kPage };
+  CString ReadBodyFile(const CString& strPath, BodyForm eForm);
   void SetMimeFromFile(ews::EmailMessage& objMail, const CString& strPath);
   bool SetRtfBody(ews::EmailMessage& objMail, const CString& strHtmPath);
-  void SetTextBody(ews::EmailMessage& objMail, const CString& strPath);
+  bool SetTextBody(ews::EmailMessage& objMail, const CString& strPath);
   void SetItemProps(ews::Item& objItem, const CString& strHtmPath);
   void SetLastBody(ews::EmailMessage& objMail, const CString& strHtmPath);
   bool ExtractImagePart(CkMime* mime, TextLines& objLines, std::string_view strFirst,
                         const CString& strList);
-  void AttachWorkFile(ews::EmailMessage& objMail, const CString& strName);
 };

@@ -68,7 +68,8 @@ constexpr std::array<Route, 6> kRoutes = {{
     {BodySource::kMime, "whole mail", "it goes as it is, with the attachments in it"},
     {BodySource::kRichText, "rich text",
      "there is no whole mail: it becomes a page, and the page a mail with its pictures"},
-    {BodySource::kText, "plain text", "there is neither a whole mail nor rich text"},
+    {BodySource::kText, "plain text",
+     "there is neither a whole mail nor rich text; an empty one gives way to the last page"},
     {BodySource::kLastPage, "last page", "there is no other body"},
 }};
 

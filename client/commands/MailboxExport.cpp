@@ -69,7 +69,9 @@ ExportedFile FileOf(mailbox::Store& store, const mailbox::ItemInfo& item, Export
     return {".vcf", CardTextOf(store, item, count.attachments)};
   }
   std::string mime = MimeOf(store, item.id);
-  if (mime.empty() && item.element == "Message") mime = ItemMime(store, item);
+  if (item.element == "Message") {
+    mime = mime.empty() ? ItemMime(store, item) : WithHead(store, item, std::move(mime));
+  }
   return {".eml", std::move(mime)};
 }
 

@@ -4,11 +4,13 @@
 #include <array>
 #include <filesystem>
 #include <limits>
+#include <set>
 #include <string_view>
 #include <system_error>
 
 #include "base/AsciiText.h"
 #include "client/sources/SourceFiles.h"
+#include "pipeline/Losses.h"
 #include "pipeline/ST_EML_INFO.h"
 #include "platform/NarrowText.h"
 #include "platform/Unicode.h"
@@ -43,9 +45,16 @@ constexpr auto kSaveBegins = std::to_array<std::string_view>(
 constexpr std::string_view kSendsReduced = "\nCatch Email Save in \r\n";
 constexpr std::string_view kReducedToNothing = "\nThe reduced mail has no text\r\n";
 
-constexpr auto kWrongValues =
-    std::to_array<std::string_view>({"\nThe descriptor holds a wrong value, left out: ",
-                                     "\nItemProps.json holds a wrong value, left out: "});
+// What lines of the trace begin with that tell of something left out, and what a remark says of it.
+struct LossLine {
+  std::u16string_view start;
+  std::string_view remark;
+};
+constexpr auto kLossLines = std::to_array<LossLine>({
+    {u"The descriptor holds a wrong value, left out: ", "left out for a wrong value: "},
+    {u"ItemProps.json holds a wrong value, left out: ", "left out for a wrong value: "},
+    {kGoesWithout, "goes without: "},
+});
 
 std::string_view WithoutLabel(std::string_view line) {
   for (const std::string_view label : {"Error Message :", "Message :"}) {
@@ -58,6 +67,15 @@ std::string Units(std::string_view ascii) {
   std::string bytes;
   for (char c : ascii) bytes.append({c, '\0'});
   return bytes;
+}
+
+std::u16string TextOf(std::string_view bytes) {
+  std::u16string units(bytes.size() / 2, u'\0');
+  for (std::size_t n = 0; n < units.size(); ++n) {
+    units[n] = static_cast<char16_t>(static_cast<unsigned char>(bytes[2 * n]) |
+                                     static_cast<unsigned char>(bytes[2 * n + 1]) << 8);
+  }
+  return units;
 }
 
 // That line, each time with the end of another one in front.
@@ -108,18 +126,24 @@ bool EngineLogs::MayHaveSent() const {
 }
 
 std::string EngineLogs::LeftOut() const {
-  const std::string trace = m_trace.Added();
-  const std::string end = Units("\r\n");
+  const std::u16string trace = TextOf(m_trace.Added());
   std::string text;
-  for (const std::string_view note : kWrongValues) {
-    const std::string wrong = Units(note);
-    for (std::size_t at = trace.find(wrong); at != std::string::npos; at = trace.find(wrong, at)) {
-      at += wrong.size();
-      std::string name;
-      for (; at + 1 < trace.size() && trace.compare(at, end.size(), end) != 0; at += 2) {
-        if (trace[at + 1] == '\0') name += trace[at];
+  std::string_view said;
+  std::set<std::u16string_view> told;  // an item that is tried twice tells it twice
+  for (const LossLine& loss : kLossLines) {
+    const std::u16string start = u"\n" + std::u16string(loss.start);
+    for (std::size_t at = trace.find(start); at != trace.npos; at = trace.find(start, at)) {
+      at += start.size();
+      const std::size_t end = std::min(trace.find(u"\r\n", at), trace.size());
+      const std::u16string_view name = std::u16string_view(trace).substr(at, end - at);
+      if (!told.insert(name).second) continue;
+      if (said == loss.remark) {
+        text += ", ";
+      } else {
+        text.append(text.empty() ? "" : "; ").append(loss.remark);
       }
-      text += (text.empty() ? "left out for a wrong value: " : ", ") + name;
+      text += platform::Utf16ToUtf8(name);
+      said = loss.remark;
     }
   }
   return text;

@@ -25,7 +25,7 @@ class EngineLogs {
   // False if the trace shows that the command ended before anything of the item left; true, too,
   // where nothing was added to it at all, for then it cannot be written.
   bool MayHaveSent() const;
-  // What of the descriptor and of ItemProps.json the engine left out for its value, as a remark;
+  // What of the item the engine left out (wrong values, files that are not there), as a remark;
   // empty when it took all.
   std::string LeftOut() const;
   Reduction SentReduced() const;

@@ -9,12 +9,12 @@
 
 #include "base/AsciiText.h"
 #include "base/LogNull.h"
+#include "body/BodyText.h"
 #include "client/run/ItemWriter.h"
 #include "client/sources/PreparedItem.h"
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailLayout.h"
 #include "platform/CString.h"
-#include "platform/Unicode.h"
 
 namespace client {
 namespace {
@@ -39,14 +39,8 @@ CString NameKey(const std::string& name) { return CString::FromUtf8(name).Trim()
 std::set<CString> ListedFiles(const Plan::Entry& entry, const LoadedItem& item) {
   std::set<CString> there;
   for (const std::string& name : item.files.files) there.insert(NameKey(name));
-  const std::string bytes = ReadFileOf(entry, item, kAttachmentList);
-  std::u16string units;
-  for (std::size_t n = 0; n + 1 < bytes.size(); n += 2) {
-    units += static_cast<char16_t>(static_cast<unsigned char>(bytes[n]) |
-                                   static_cast<unsigned char>(bytes[n + 1]) << 8);
-  }
   std::set<CString> listed;
-  const std::string text = platform::Utf16ToUtf8(units);
+  const std::string text = BodyText(ReadFileOf(entry, item, kAttachmentList)).ToUtf8();
   for (std::size_t from = 0; from < text.size();) {
     const std::size_t end = std::min(text.find_first_of("\r\n", from), text.size());
     const CString name = NameKey(text.substr(from, end - from));
@@ -61,7 +55,7 @@ std::vector<std::string> LeftOut(const Plan::Entry& entry, const LoadedItem& ite
   const auto listed = prepared ? ListedFiles(entry, item) : std::set<CString>();
   mail::LogNull log;
   const auto mail = mail::buildEmail(prepared ? ReadFileOf(entry, item, kMimeName) : item.bytes,
-                                     /*bUtf8=*/false, log, mail::Mixtures::kAsTheyCame);
+                                     /*bUtf8=*/false, log, mail::BuildFor::kReader);
   std::vector<std::string> names;
   if (mail == nullptr) return names;
   for (const mail::ShownNode& node : mail::layOut(*mail, log)) {

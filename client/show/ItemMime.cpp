@@ -1,5 +1,6 @@
 #include "client/show/ItemMime.h"
 
+#include <algorithm>
 #include <new>
 #include <optional>
 #include <utility>
@@ -8,8 +9,10 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include "archive/Uuid.h"
 #include "base/LogNull.h"
 #include "base/OwnedPtr.h"
+#include "mime/MailHeader.h"
 #include "mime/header/CkContentType.h"
 #include "mime/header/CkEmailAddress.h"
 #include "mime/header/ContentDisposition.h"
@@ -114,29 +117,81 @@ std::string DateField(const std::string& date) {
   return fmt::format("{:%a, %d %b %Y %H:%M:%S} +0000", fmt::gmtime(*seconds));
 }
 
+std::string BytesOf(const mail::MimeMessage2& entity) {
+  mail::LogNull log;
+  mail::DataBuffer bytes;
+  entity.getMimeBytes(bytes, log);
+  return std::string(bytes.view());
+}
+
+using HeadFields = std::vector<std::pair<const char*, std::string>>;
+HeadFields FieldsOf(const mailbox::ItemInfo& item) {
+  return {{"From", AddressField(ListOf(item.from))},
+          {"Sender", AddressField(ListOf(item.sender))},
+          {"To", AddressField(item.to)},
+          {"Cc", AddressField(item.cc)},
+          {"Bcc", AddressField(item.bcc)},
+          {"Subject", item.subject},
+          {"Date", DateField(item.sent.empty() ? item.received : item.sent)},
+          {"Message-ID", item.messageId},
+          {"Importance", item.importance == "Normal" ? "" : item.importance}};
+}
+
+void SetFields(mail::MimeMessage2& root, const HeadFields& fields) {
+  mail::LogNull log;
+  for (const auto& [name, value] : fields) {
+    if (!value.empty()) root.setHeaderField(name, value, log);
+  }
+}
+
+// The fields as lines of a header; empty where none has a value.
+std::string HeadText(const HeadFields& fields) {
+  if (std::ranges::all_of(fields, [](const auto& field) { return field.second.empty(); }))
+    return "";
+  const Entity head = mail::makeOwned<mail::MimeMessage2>();
+  if (head == nullptr) throw std::bad_alloc();
+  SetFields(*head, fields);
+  const std::string text = BytesOf(*head);
+  return text.substr(0, text.find("\r\n\r\n") + 2);
+}
+
+// The files beside an item, as parts behind the one that is there.
+std::string PartsBehind(mailbox::Store& store, const mailbox::ItemInfo& item,
+                        const std::string& delimiter) {
+  std::string parts;
+  for (const mailbox::AttachmentInfo& file : store.Attachments(item.id)) {
+    store.WithAttachment(file.id, [&](std::string_view bytes) {
+      parts += delimiter + "\r\n" + BytesOf(*MakeFile(file, /*inText=*/false, bytes));
+    });
+  }
+  return parts;
+}
+
 }  // namespace
 
 std::string ItemMime(mailbox::Store& store, const mailbox::ItemInfo& item) {
   const Entity root = MakeBody(store, item);
-  const std::pair<const char*, std::string> fields[] = {
-      {"MIME-Version", "1.0"},
-      {"From", AddressField(ListOf(item.from))},
-      {"Sender", AddressField(ListOf(item.sender))},
-      {"To", AddressField(item.to)},
-      {"Cc", AddressField(item.cc)},
-      {"Bcc", AddressField(item.bcc)},
-      {"Subject", item.subject},
-      {"Date", DateField(item.sent.empty() ? item.received : item.sent)},
-      {"Message-ID", item.messageId},
-      {"Importance", item.importance == "Normal" ? "" : item.importance},
-  };
   mail::LogNull log;
-  for (const auto& [name, value] : fields) {
-    if (!value.empty()) root->setHeaderField(name, value, log);
-  }
-  mail::DataBuffer bytes;
-  root->getMimeBytes(bytes, log);
-  return std::string(bytes.view());
+  root->setHeaderField("MIME-Version", "1.0", log);
+  SetFields(*root, FieldsOf(item));
+  return BytesOf(*root);
+}
+
+std::string WithHead(mailbox::Store& store, const mailbox::ItemInfo& item, std::string mime) {
+  const bool isOfSomebody = item.from || !item.to.empty() || !item.subject.empty();
+  if (!isOfSomebody) return mime;
+  const HeadFields fields = FieldsOf(item);
+  const mail::MailHeader header(mime);
+  const bool hasHead = std::ranges::any_of(
+      fields, [&](const auto& field) { return !header.fields().valueOf(field.first).empty(); });
+  if (hasHead) return mime;
+  const std::string head = HeadText(fields);
+  const std::string boundary = "----=_" + mail::newUuid();
+  const std::string delimiter = "\r\n--" + boundary;
+  const std::string files = PartsBehind(store, item, delimiter);
+  if (files.empty()) return head + mime;
+  return head + "MIME-Version: 1.0\r\nContent-Type: multipart/mixed; boundary=\"" + boundary +
+         "\"\r\n" + delimiter + "\r\n" + mime + files + delimiter + "--\r\n";
 }
 
 }  // namespace client

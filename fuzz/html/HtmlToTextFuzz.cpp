@@ -13,6 +13,7 @@
 #include "base/OwnedPtr.h"
 #include "html/ClsHtmlToText.h"
 #include "html/ClsHtmlToXml.h"
+#include "html/PageCharset.h"
 
 namespace {
 
@@ -20,9 +21,11 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
+// Preformatted text apart in every second form.
 std::string Text(const std::string& html, int margin) {
   const auto toText = mail::makeOwned<mail::ClsHtmlToText>();
   toText->m_rightMargin = margin;
+  toText->m_preApart = margin % 2 != 0;
   mail::XString in, out;
   in.setFromUtf8(html);
   Require(toText->ToText(in, out));
@@ -64,6 +67,7 @@ void CheckTextBehind(const std::string& html) {
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
   std::string html(reinterpret_cast<const char*>(data), size);
+  Require(mail::byte_search::isUtf8(mail::pageAsUtf8(html, 1252)));
   std::replace(html.begin(), html.end(), '\0', ' ');
   CheckTree(html);
   CheckText(html);

@@ -6,6 +6,7 @@
 
 #include "base/ByteSearch.h"
 #include "base/MemoryShortage.h"
+#include "mime/email/EmailNormalisation.h"
 #include "mime/tree/MimeInput.h"
 #include "mime/tree/MimeMessage2.h"
 
@@ -50,13 +51,17 @@ void encodeFrom(Email2& objRoot, LogBase& log) {
   if (!byte_search::is7bit(strFrom)) objRoot.setFrom(strFrom, log);
 }
 
-OwnedPtr<Email2> build(std::string_view strMime, bool bUtf8, LogBase& log, Mixtures nMixtures) {
+OwnedPtr<Email2> build(std::string_view strMime, bool bUtf8, LogBase& log, BuildFor eFor) {
+  const bool bReader = eFor == BuildFor::kReader;
   auto pRoot = makeOwned<MimeMessage2>();
   auto pEmail = makeOwned<Email2>();
   if (pRoot == nullptr || pEmail == nullptr) return nullptr;
   bUtf8 = bUtf8 && !byte_search::is7bit(strMime.substr(0, kUtf8Probe));
-  if (!loadMimeInput(*pRoot, strMime, log, {.bRepair = true, .bUtf8 = bUtf8})) return nullptr;
-  normaliseMail(*pRoot, strMime, nMixtures, log);
+  if (!loadMimeInput(*pRoot, strMime, log, {.bRepair = true, .bUtf8 = bUtf8},
+                     bReader ? AsciiLabel::kDoubted : AsciiLabel::kTrusted)) {
+    return nullptr;
+  }
+  normaliseMail(*pRoot, strMime, bReader ? Mixtures::kAsTheyCame : Mixtures::kJoined, log);
   if (!moveTree(std::move(pRoot), *pEmail, log)) return nullptr;
   pEmail->takeCharset(pEmail->contentType().m_charset);
   encodeFrom(*pEmail, log);
@@ -65,11 +70,10 @@ OwnedPtr<Email2> build(std::string_view strMime, bool bUtf8, LogBase& log, Mixtu
 
 }  // namespace
 
-OwnedPtr<Email2> buildEmail(std::string_view strMime, bool bUtf8, LogBase& log,
-                            Mixtures nMixtures) {
+OwnedPtr<Email2> buildEmail(std::string_view strMime, bool bUtf8, LogBase& log, BuildFor eFor) {
   try {
     const auto nShortages = memoryShortages();
-    OwnedPtr<Email2> pEmail = build(strMime, bUtf8, log, nMixtures);
+    OwnedPtr<Email2> pEmail = build(strMime, bUtf8, log, eFor);
     if (memoryShortages() != nShortages) throw std::bad_alloc();  // no mail without some of it
     return pEmail;
   } catch (const std::bad_alloc&) {

@@ -224,6 +224,10 @@ bool BodyDecoding::toUtf8(Decoded& objDecoded) {
 // The page to convert from, UTF-8 for a text that stays as it is; 0 for what is kept as bytes.
 int BodyDecoding::pageOfText(std::string_view strBytes) const {
   if (!m_bText) return 0;
+  const bool bSaysAscii = m_objEntity.charset().getCodePage() == kAscii;
+  if (m_objOptions.bDoubtsAscii && bSaysAscii && m_nEncoding != Encoding::kUuencode) {
+    return byte_search::isUtf8(strBytes) ? kUtf8 : kWindows1252;
+  }
   int nPage = 0;
   switch (m_nEncoding) {
     case Encoding::kUuencode:

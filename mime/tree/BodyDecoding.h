@@ -19,6 +19,7 @@ class BodyDecoding {
   struct Options {
     bool bUtf8 = false;         // text without a transfer encoding is UTF-8 already
     bool bTextForSure = false;  // whatever the type says
+    bool bDoubtsAscii = false;  // us-ascii text that is none: UTF-8 if it can be, else 1252
   };
   // strClue is where the name of the first charset met is left, for headers behind this body.
   BodyDecoding(MimeMessage2& objEntity, Options objOptions, std::string& strClue, LogBase& log);

@@ -4,6 +4,7 @@
 
 #include "charset/CodePages.h"
 #include "charset/EncodingConvert.h"
+#include "mime/tree/MimeLoader.h"
 
 namespace mail {
 namespace {
@@ -69,7 +70,7 @@ bool utf8OfUtf16Mail(std::string_view strBytes, DataBuffer& arrUtf8, LogBase& lo
 }
 
 bool loadMimeInput(MimeMessage2& objRoot, std::string_view strBytes, LogBase& log,
-                   MimeMessage2::LoadOptions objOptions) {
+                   MimeMessage2::LoadOptions objOptions, AsciiLabel eAscii) {
   DataBuffer arrUtf8;
   if (utf8OfUtf16Mail(strBytes, arrUtf8, log)) {
     strBytes = arrUtf8.view();
@@ -81,7 +82,8 @@ bool loadMimeInput(MimeMessage2& objRoot, std::string_view strBytes, LogBase& lo
     if (!addHeader(strBoundary, strBytes, arrWhole)) return false;
     strBytes = arrWhole.view();
   }
-  return objRoot.loadMimeComplete(strBytes, objOptions, log);
+  if (eAscii == AsciiLabel::kTrusted) return objRoot.loadMimeComplete(strBytes, objOptions, log);
+  return MimeLoader(objOptions, log, /*bDoubtsAscii=*/true).load(objRoot, strBytes);
 }
 
 }  // namespace mail

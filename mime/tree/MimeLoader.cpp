@@ -71,9 +71,10 @@ struct MimeLoader::Delimiters {
   std::string closing() const { return strText + "--"; }
 };
 
-MimeLoader::MimeLoader(const MimeMessage2::LoadOptions& objOptions, LogBase& log)
+MimeLoader::MimeLoader(const MimeMessage2::LoadOptions& objOptions, LogBase& log, bool bDoubtsAscii)
     : m_bRepair(objOptions.bRepair),
       m_bUtf8(objOptions.bUtf8),
+      m_bDoubtsAscii(bDoubtsAscii),
       m_bHeaderOnly(objOptions.bHeaderOnly),
       m_strClue(objOptions.strClue),
       m_log(log),
@@ -273,7 +274,7 @@ bool MimeLoader::decodeLeaf(MimeMessage2& objEntity, const PassingBytes& objBody
                             bool bTextForSure) {
   if (m_bHeaderOnly) return true;
   m_nSteps += objBody.strBytes.size();
-  BodyDecoding objDecoding(objEntity, {m_bUtf8, bTextForSure}, m_strClue, m_log);
+  BodyDecoding objDecoding(objEntity, {m_bUtf8, bTextForSure, m_bDoubtsAscii}, m_strClue, m_log);
   if (m_pObserver == nullptr) {
     if (!objDecoding.decode(objBody)) throw std::bad_alloc();  // which load() answers for
     return true;

@@ -16,7 +16,7 @@ namespace mail {
 // most and keeps its frames small; bodies are decoded straight out of the bytes of the message.
 class MimeLoader {
  public:
-  MimeLoader(const MimeMessage2::LoadOptions& objOptions, LogBase& log);
+  MimeLoader(const MimeMessage2::LoadOptions& objOptions, LogBase& log, bool bDoubtsAscii = false);
 
   bool load(MimeMessage2& objRoot, std::string_view strBytes);
   // Bytes and index entries examined so far.
@@ -43,6 +43,7 @@ class MimeLoader {
 
   bool m_bRepair;
   bool m_bUtf8;
+  bool m_bDoubtsAscii;
   bool m_bHeaderOnly;
   std::string m_strClue;
   LogBase& m_log;

@@ -50,25 +50,40 @@ TEST(HttpControl, SendsItsHeadersAndKeepsCookiesAndConnection) {
   EXPECT_THAT(client.log.text(), HasSubstr("HttpResponseCode: 200"));
 }
 
-TEST(HttpControl, GzipIsUndoneAndABrokenOneFails) {
+TEST(HttpControl, GzipIsUndoneAndOneThatIsNotWholeFails) {
   PageServer server;
+  const std::string type = "image/x-any";  // the server packs texts itself
   // "packed" by gzip
   const std::string packed(
       "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\x03\x2b\x48\x4c"
       "\xce\x4e\x4d\x01\x00\x10\xb4\xf6\x21\x06\x00\x00\x00",
       26);
-  server.Put("/good", packed);
+  server.Put("/good", packed, type);
   server.Header("/good", "Content-Encoding", "gzip");
   std::string broken = packed;
   broken[11] = '\xFF';
-  server.Put("/bad", broken);
-  server.Header("/bad", "Content-Encoding", "gzip");
+  server.Put("/bad", broken, type);
+  server.Put("/cut", packed.substr(0, packed.size() - 5), type);
+  server.Put("/twice", packed + packed + std::string(3, '\0'), type);
+  for (const char* path : {"/bad", "/cut", "/twice"}) {
+    server.Header(path, "Content-Encoding", "gzip");
+  }
+  server.Put("/other", "x");
+  server.Header("/other", "Content-Encoding", "br");
   Client client;
   EXPECT_TRUE(client.Get(server.Url("/good")));
   EXPECT_TRUE(client.bytes.equals("packed"));
   EXPECT_THAT(client.log.text(), HasSubstr("UnGzipping response data"));
-  EXPECT_FALSE(client.Get(server.Url("/bad")));
-  EXPECT_NE(client.http.failure(), "");
+  EXPECT_TRUE(client.Get(server.Url("/twice")));
+  EXPECT_TRUE(client.bytes.equals("packedpacked"));
+  const std::pair<const char*, const char*> failures[] = {
+      {"/bad", "the packed answer is damaged"},
+      {"/cut", "the packed answer is cut off"},
+      {"/other", "the answer is packed in a way that was not asked for: br"}};
+  for (const auto& [path, reason] : failures) {
+    EXPECT_FALSE(client.Get(server.Url(path)));
+    EXPECT_EQ(client.http.failure(), reason);
+  }
 }
 
 TEST(HttpControl, FailsForWhatIsNoResource) {
@@ -122,6 +137,18 @@ TEST(HttpControl, ASilentHostIsAskedOnce) {
   EXPECT_FALSE(client.Get(server.Url("/b")));
   EXPECT_EQ(client.http.failure(), "the host did not answer before");
   EXPECT_EQ(server.Requests().size(), 1U);
+  // Nor are others waited for where too many are silent, but those that have answered.
+  ScriptedServer good, silent[2];
+  good.Push({.body = "one"});
+  good.Push({.body = "two"});
+  EXPECT_TRUE(client.Get(good.Url()));
+  for (ScriptedServer& other : silent) {
+    other.Push({.fault = ScriptedAnswer::Fault::kSilence});
+    EXPECT_FALSE(client.Get(other.Url()));
+  }
+  EXPECT_TRUE(client.Get(good.Url()));
+  EXPECT_FALSE(client.Get(PageServer().Url("/")));
+  EXPECT_EQ(client.http.failure(), "too many other hosts did not answer");
   client.http.forgetSilentHosts();
   EXPECT_TRUE(client.Get(server.Url("/b")));
 }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/Unicode.h"
 #include "tests/archive/ArchiveSupport.h"
 #include "tests/archive/PageServer.h"
 
@@ -142,6 +143,40 @@ TEST(MhtHttp, CharsetOfTheResponseAndOfThePage) {
   // A page from the network forgets what was known.
   site.Put("/none", "x", "text/html");
   EXPECT_THAT(converter.Mht(site.Url("/none")).text, Not(HasSubstr("charset")));
+}
+
+// A server that wants a login answers with a page, whatever it is asked for.
+TEST(MhtHttp, OnlyWhereBytesAreJudgedIsAPageNoPicture) {
+  PageServer site;
+  TemporaryFolder folder;
+  const std::string login = "\r\n<!DOCTYPE html><html>log in";
+  site.Put("/login.png", login);
+  site.Put("/text.png", "no such picture", "text/plain");
+  site.Put("/none.png", "", "image/png");
+  site.Put("/s.css", login);
+  site.Put("/odd.tif", "II*", "image/tiff");
+  site.Put("/drawn", "<svg><title>x</title></svg>", "image/svg+xml");
+  folder.Write("frame", "<html><img src=in.gif>");
+  folder.Write("in.gif", kGif);
+  std::string html = "<html><iframe src=frame></iframe>";
+  for (const char* name : {"login.png", "text.png", "none.png", "odd.tif", "drawn"}) {
+    html += "<img src=\"" + site.Url("/") + name + "\">";
+  }
+  html += "<link rel=stylesheet href='" + site.Url("/s.css") + "'>";
+  // In UTF-16 without a mark.
+  const std::string page =
+      folder.Write("p.html", test_support::WideBytes(platform::Utf8ToUtf16(html)));
+  Converter converter;
+  (void)converter.Mht(page);
+  EXPECT_TRUE(converter.told.lacking.empty());
+  converter.mht.put_JudgeByBytes(true);
+  const Message archive = converter.Mht(page);
+  EXPECT_THAT(converter.told.reasons,
+              testing::UnorderedElementsAre("it is a page and no style sheet",
+                                            "it is a page and no picture",
+                                            "it is text and no picture", "there is nothing in it"));
+  EXPECT_EQ(archive.parts.size(), 5U);  // the page, the frame and its picture, two pictures
+  EXPECT_THAT(archive.Page(), HasSubstr("src=\"" + site.Url("/login.png") + "\""));
 }
 
 TEST(MhtHttp, APageThatIsNotReadyYetIsFetchedAgain) {

@@ -134,6 +134,10 @@ TEST_F(BodyExtraction, SafeTextsHoldEachTextOnce) {
       {multipart("alternative", {plain, multipart("related", {picture})}),
        "plain\r\n\xC2\xA0\r\n<http://x/>"},
       {html(nested + "deep"), "deep"},
+      // What calls itself us-ascii and is not.
+      {"Content-Type: text/html; charset=us-ascii\r\n\r\nGr\xC3\xBC\xC3\x9F", "Grüß"},
+      {"Content-Type: text/html\r\n\r\n<meta charset=us-ascii>Gr\xC3\xBC\xC3\x9F", "Grüß"},
+      {"Content-Type: text/plain; charset=us-ascii\r\n\r\nGr\xFC\xDF \x80", "Grüß €"},
   };
   for (const auto& [mime, text] : rows) EXPECT_EQ(Text(mime), text) << mime.substr(0, 1000);
 }

@@ -44,6 +44,14 @@ class MailItems : public Scripted {
         .ToUtf8();
   }
 
+  // The first loss that the trace tells.
+  std::string Told() {
+    const std::string trace = Trace(), label = "\nThe item goes without: ";
+    const std::size_t at = trace.find(label);
+    if (at == std::string::npos) return "";
+    return trace.substr(at + label.size(), trace.find('\r', at) - at - label.size());
+  }
+
   TempRunFolder folder;
   CTarnyOutlookHandler handler;
   ews::EmailMessage mail{nullptr};
@@ -74,6 +82,9 @@ TEST_F(MailItems, SafeListsLoseNobodyAndDoubleNobody) {
   EXPECT_EQ(Attendees(u" ; ;"), Texts{});
   const Texts all{u"aaaa@x", u"b@x", u"c@x"};
   EXPECT_EQ(Recipients(u";aaaa@x;; b@x ;c@x"), all);
+  // A name in quotes may hold a ";", but a quote that is none hides nobody.
+  EXPECT_EQ(Recipients(uR"("A; \"B" <aaaa@x>; "\";" <b@x>;c@x)"), all);
+  EXPECT_EQ(Recipients(uR"("aaaa@x;"b@x";c@x;")"), (Texts{u"\"aaaa@x", u"\"b@x\"", u"c@x", u"\""}));
   EXPECT_EQ(Attendees(u";aaaa@x;; b@x ;c@x"), all);
 }
 
@@ -201,7 +212,7 @@ TEST_F(MailItems, NoBodyFileKeepsAMailFromBeingSaved) {
                     testing::AllOf(testing::HasSubstr(steps[n].substr(0, steps[n].find('*'))),
                                    testing::HasSubstr(steps[n].substr(steps[n].rfind('*') + 1))));
         EXPECT_EQ(trace.find("In Catch Last Error Code = ") != std::string::npos, shut && rich);
-        EXPECT_EQ(trace.find("The body could not be read: ") != std::string::npos,
+        EXPECT_EQ(trace.find(" (the body cannot be read)") != std::string::npos,
                   safe && shut && !mime && !rich);
         std::filesystem::remove_all(folder.Work(name));
       }
@@ -236,6 +247,52 @@ TEST_F(MailItems, TextInNarrowBytesIsReadableOnlyWithTheSafeSwitch) {
       EXPECT_EQ(filled.Body()->Text() == u"Gr\u00FC\u00DFe,\r\nbis morgen\tum 9\r\n", safe) << name;
     }
     std::filesystem::remove(folder.Work(name));
+  }
+}
+
+// What was prepared and does not go with a mail is told, and what stands in for it is taken.
+TEST_F(MailItems, SafeMailsTellWhatTheyGoWithout) {
+  mail::installLibraryNarrow();
+  const std::string meta = "<meta charset=", names = test_support::WideBytes(u"a.txt\r\ngone.txt");
+  const struct {
+    std::string file, bytes;
+    std::string told;  // behind the label; empty for nothing
+    CString body;
+    int attachments = 0;
+  } rows[] = {
+      {"11comtextjjAttach.t", names, "gone.txt (there is no such file)", u"<p>page</p>", 1},
+      {"11comtextjjAttach.t", "\xFF\xFE" + names, "gone.txt (there is no such file)",
+       u"<p>page</p>", 1},
+      {"11comtextjjAttach.t", "\xEF\xBB\xBFgr\xC3\xBC\xC3\x9F.txt\r\n", "", u"<p>page</p>", 1},
+      {"11comtextjjAttach.t", "a.txt\n\ngr\xFC\xDF.txt", "", u"<p>page</p>", 2},
+      {"11comtextjjAttach.t", "", "", u"<p>page</p>"},
+      {"11comtextjjAttach.t/in", "", "the files of a list (the list cannot be read)",
+       u"<p>page</p>"},
+      {"TextFile1.txt", "", "TextFile1.txt (the body is empty)", u"<p>page</p>"},
+      {"TextFile1.txt/in", "", "TextFile1.txt (the body cannot be read)", u"<p>page</p>"},
+      {"ch2111.rtf/in", "", "ch2111.rtf (it gives no body; the next one is taken)", u"<p>page</p>"},
+      {"Imagech111.html", "<img src=\"gone.png\" a>",
+       "gone.png (the picture of its page is not attached)", u"<img src=\"gone.png\" a>"},
+      {"GARImage.html", meta + "koi8-r>\xC1\xC2\xD7\xC7", "", u"<meta charset=koi8-r>абвг"},
+      {"GARImage.html", meta + "windows-1251>\xE0\xE1\xE2\xE3", "",
+       u"<meta charset=windows-1251>абвг"},
+      {"GARImage.html", test_support::WideBytes(u"<p>абвг</p>"), "", u"<p>абвг</p>"},
+  };
+  ews::Settings().bSafe = true;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.file + ": " + row.bytes);
+    std::filesystem::remove_all(folder.Work(""));
+    for (const char* name : {"GARImage.html", "a.txt", "grüß.txt"})
+      folder.WriteWork(name, "<p>page</p>");
+    folder.WriteWork(row.file, row.bytes);
+    std::filesystem::remove(folder.File("trace.txt"));
+    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
+    ews::EmailMessage filled{nullptr};
+    EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+    EXPECT_EQ(Told(), row.told);
+    ASSERT_TRUE(filled.Body().has_value());
+    EXPECT_EQ(filled.Body()->Text(), row.body);
+    EXPECT_EQ(filled.Attachments().Count(), row.attachments);
   }
 }
 

@@ -50,7 +50,9 @@ TEST(MhtCommand, FailsWithoutAPage) {
   EXPECT_THAT(missing.err, HasSubstr("/nowhere/p.html"));
   const Result refused = Tarny("mht http://127.0.0.1:9/p.html", "");
   EXPECT_EQ(refused.exitCode, 1);
-  EXPECT_THAT(refused.err, HasSubstr("no page is there"));
+  EXPECT_THAT(refused.err, HasSubstr("cannot read http://127.0.0.1:9/p.html: "));
+  EXPECT_THAT(Tarny("mht file:///nowhere/p.html", "").err, HasSubstr("there is no such file"));
+  EXPECT_THAT(Tarny("mht htp://host/p.html", "").err, HasSubstr("no http, https or file URL"));
 }
 
 }  // namespace

@@ -44,13 +44,14 @@ TEST(EngineLogs, OnlyASaveSinceTheMarkCountsAndNoSubjectThatLooksLikeOne) {
   EXPECT_FALSE(EngineLogs(folder.File("missing")).HasSaved(TYPE_EMAIL));
 }
 
-TEST(EngineLogs, TellWhatIsLeftOutForItsValue) {
+TEST(EngineLogs, TellWhatIsLeftOut) {
   const TemporaryFolder folder;
   const std::string note = "ItemProps.json holds a wrong value, left out: ";
-  folder.Write("TarnyEngine.txt", Wide("a\r\n" + note + "changed\r\n" + note + "zone\r\nb\r\n" +
-                                       "Subject  =" + note + "no\r\n"));
+  folder.Write("TarnyEngine.txt",
+               Wide("a\r\n" + note + "changed\r\n" + note + "zone\r\n" + note + "zone\r\nb\r\n" +
+                    "Subject  =" + note + "no\r\nThe item goes without: a \xF0\x9F\x98\x80\r\n"));
   EngineLogs logs(folder.Path());
-  EXPECT_EQ(logs.LeftOut(), "left out for a wrong value: changed, zone");
+  EXPECT_EQ(logs.LeftOut(), "left out for a wrong value: changed, zone; goes without: a 😀");
   logs.Mark();
   EXPECT_EQ(logs.LeftOut(), "");
 }
