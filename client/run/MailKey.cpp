@@ -50,6 +50,11 @@ std::string_view BaseOfMadeKey(std::string_view key) {
   return more ? key.substr(0, kLength) : key;
 }
 
+std::string_view IdInKey(std::string_view key) {
+  if (key.starts_with(kHashPrefix)) return {};
+  return key.substr(0, key.find(RepeatedKey("", "")));
+}
+
 std::string KeyOnItem(std::string_view key) {
   if (CString::FromUtf8(key).GetLength() <= ews::kLongestFoundText) return std::string(key);
   return MadeKey(platform::Sha256Hex(key));

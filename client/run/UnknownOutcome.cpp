@@ -11,6 +11,7 @@
 #include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
 #include "ews/SoapWriter.h"
+#include "pipeline/SeriesSaving.h"
 
 namespace client {
 namespace {
@@ -99,6 +100,15 @@ TargetAnswer UnknownOutcome::Ask(const std::string& folder, const LoadedItem& it
 }
 
 TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem& item) {
+  return AskOnce(folder, item, Unfinished::kPassedOver);
+}
+
+TargetAnswer UnknownOutcome::CountOnce(const std::string& folder, const LoadedItem& item) {
+  return AskOnce(folder, item, Unfinished::kCounted);
+}
+
+TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem& item,
+                                     Unfinished unfinished) {
   const std::string key = m_withKeys ? KeyOnItem(item.key) : std::string();
   const std::string id = SearchableId(item.messageId);
   if (key.empty() && id.empty()) {
@@ -111,7 +121,13 @@ TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem
     m_look.Find(folder, CString::FromUtf8(key), CString::FromUtf8(id), add);
     if (item.elsewhere) m_look.Find(*item.elsewhere, CString::FromUtf8(key), CString(), add);
     const std::size_t others = m_ledger.RowsOfId(folder, id, item.ledgerKey, m_login);
-    const std::size_t copies = count.Copies(others);
+    std::size_t copies = count.Copies(others);
+    if (unfinished == Unfinished::kCounted && item.mayBeSeries && !key.empty()) {
+      const CString mark = UnfinishedKey(CString::FromUtf8(key));
+      CopyCount begun(mark.ToUtf8(), {});
+      m_look.Find(folder, mark, CString(), [&](const ews::FoundItem& found) { begun.Add(found); });
+      copies += begun.Copies(0);
+    }
     return {copies ? TargetAnswer::Kind::kThere : TargetAnswer::Kind::kAbsent, copies, {}};
   } catch (const ews::ServiceException& failure) {
     return NoAnswer(failure);

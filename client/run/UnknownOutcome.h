@@ -69,8 +69,14 @@ class UnknownOutcome {
   // whose connection is gone. A request to stop ends it.
   TargetAnswer Ask(const std::string& folder, const LoadedItem& item, std::chrono::seconds time);
   TargetAnswer AskOnce(const std::string& folder, const LoadedItem& item);
+  // Counts what a lost try left of a series, too: it is there for people, though it is not whole
+  // and another try would have taken it away.
+  TargetAnswer CountOnce(const std::string& folder, const LoadedItem& item);
 
  private:
+  enum class Unfinished { kPassedOver, kCounted };
+  TargetAnswer AskOnce(const std::string& folder, const LoadedItem& item, Unfinished unfinished);
+
   TargetLook& m_look;
   LedgerLook& m_ledger;
   std::string m_login;

@@ -135,6 +135,12 @@ class ItemReader {
     m_item.left.push_back(Told(what, value));
   }
 
+  // Of occurrences, which are missed where they are not there.
+  void Lose(std::string_view what, std::string_view value) {
+    Leave(what, value);
+    m_item.isReduced = true;
+  }
+
   // The zone of a line; the process's own, and a remark, for one that nobody knows.
   CalendarZone ZoneOf(std::string_view name) {
     const auto known = m_zones.find(name);
@@ -445,11 +451,11 @@ class ItemReader {
   void ReadSeries(const IcsComponent& main) {
     const ContentLine* rule = nullptr;
     for (const ContentLine& line : main.lines) {
-      if (line.name == "RDATE") Leave("occurrences beside the rule:", line.value);
+      if (line.name == "RDATE") Lose("occurrences beside the rule:", line.value);
       if (line.name == "EXRULE") continue;
       if (line.name != "RRULE") continue;
       if (rule)
-        Leave("a second rule:", line.value);
+        Lose("a second rule:", line.value);
       else
         rule = &line;
     }
@@ -459,19 +465,20 @@ class ItemReader {
       m_item.start = m_item.end;
       m_item.start->wall = InZone(*m_item.end);
     }
-    if (!m_item.start) return Leave("the series without a beginning:", rule->value);
+    if (!m_item.start) return Lose("the series without a beginning:", rule->value);
     m_item.series = SeriesOf(rule->value, m_item.start->wall, m_item.zone, m_item.left);
     if (!m_item.series) {
-      return Leave("all occurrences but the first, of a rule that Exchange does not have:",
-                   rule->value);
+      return Lose("all occurrences but the first, of a rule that Exchange does not have:",
+                  rule->value);
     }
+    m_item.isReduced = m_item.isReduced || m_item.series->isCut;
     if (!HasOccurrence(*m_item.series, m_item.start->wall)) {
       m_item.series.reset();
       return Leave("the series, whose rule ends before it begins:", rule->value);
     }
     if (!NumberOn(*m_item.series, m_item.start->wall, m_item.start->wall)) {
-      Leave("the first occurrence, on a day that the rule does not name:",
-            m_item.start->wall.Date());
+      Lose("the first occurrence, on a day that the rule does not name:",
+           m_item.start->wall.Date());
     }
     for (const ContentLine& line : main.lines) {
       if (line.name == "EXDATE") ReadDeleted(line);
@@ -532,17 +539,17 @@ class ItemReader {
     const ContentLine* id = component.First("RECURRENCE-ID");
     const std::optional<Moment> original = MomentOf(id);
     if (!original || !m_item.series) {
-      return Leave("a changed occurrence:", component.Text("SUMMARY"));
+      return Lose("a changed occurrence:", component.Text("SUMMARY"));
     }
     if (id->Has("RANGE", "THISANDFUTURE")) {
       Leave("that a change goes on behind", original->wall.Date());
     }
     const CivilTime at = OccurrenceOf(*original);
     if (UpperAscii(component.Text("STATUS")) == "CANCELLED") return Delete(at);
-    if (m_item.isTask) return Leave("a changed occurrence of a task:", at.Text());
+    if (m_item.isTask) return Lose("a changed occurrence of a task:", at.Text());
     const auto number = NumberOn(*m_item.series, m_item.start->wall, at);
     if (!number || IsOver(*m_item.series, at, *number)) {
-      return Leave("a changed occurrence on a day that the rule does not name:", at.Date());
+      return Lose("a changed occurrence on a day that the rule does not name:", at.Date());
     }
     std::optional<Moment> start = MomentOf(component.First("DTSTART"));
     if (!start) start = original;

@@ -10,6 +10,7 @@
 #include "client/run/UnknownOutcome.h"
 #include "ews/Settings.h"
 #include "mailboxd/Server.h"
+#include "pipeline/SeriesSaving.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
 #include "tests/support/TemporaryFolder.h"
@@ -121,6 +122,22 @@ TEST_F(Look, TheFoldersThatTheEngineFallsBackToAreReadByKeyUnlessTheyAreTheSourc
   for (const Place& place : {tasks, people}) EXPECT_FALSE(second.Take(place, "k"));
   EXPECT_FALSE(second.Take(Place("Other Contacts\\None\\", WellKnownFolderName::Contacts), "k"));
   EXPECT_FALSE(SecondPlaces(look, {look.Identity(Place("Task\\"))}).Take(tasks, "k"));
+}
+
+TEST_F(Look, WhatALostTryLeftOfASeriesIsACopyOfItAndHasNotArrived) {
+  const std::int64_t place = MakeFolder(root, "A");
+  MakeItem(place, "", UnfinishedKey(u"k").ToUtf8());
+  LedgerLook ledger(folder.File("none.db"));
+  UnknownOutcome unknown(look, ledger, target.Login(), /*withKeys=*/true);
+  LoadedItem item;
+  item.key = "k";
+  item.mayBeSeries = true;
+  EXPECT_EQ(unknown.AskOnce("A\\", item).kind, TargetAnswer::Kind::kAbsent);
+  MakeItem(place, "", "k");
+  EXPECT_EQ(unknown.AskOnce("A\\", item).copies, 1u);
+  EXPECT_EQ(unknown.CountOnce("A\\", item).copies, 2u);
+  item.mayBeSeries = false;
+  EXPECT_EQ(unknown.CountOnce("A\\", item).copies, 1u);
 }
 
 TEST_F(Look, AServerThatIsGoneIsNoFolderThatIsNotThere) {
