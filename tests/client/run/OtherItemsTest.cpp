@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "client/run/WorkFolder.h"
 #include "client/sources/PreparedItem.h"
 #include "pipeline/ItemDescriptor.h"
 #include "tests/client/WideText.h"
@@ -33,6 +34,7 @@ class OtherItems : public testing::Test {
     tzset();
   }
   ST_EML_INFO Write(std::int32_t type, const std::string& text, const std::string& key = "k") {
+    EmptyWorkFolder(m_folder.Path());
     LeftOut left = WriteOther(m_folder.Path(), type, text, key);
     m_left = std::move(left.texts);
     m_isReduced = left.isReduced;
