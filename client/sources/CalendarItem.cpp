@@ -11,6 +11,7 @@
 #include <libical/ical.h>
 
 #include "base/AsciiText.h"
+#include "client/sources/EventText.h"
 #include "client/sources/LineDecoding.h"
 #include "client/sources/Names.h"
 #include "client/sources/Source.h"
@@ -251,7 +252,7 @@ class ItemReader {
     m_item.uid = main.Text("UID");
     m_item.subject = main.Text("SUMMARY");
     m_item.location = main.Text("LOCATION");
-    m_item.body = BodyOf(main);
+    m_item.body = EventText(main);
     for (const ContentLine& line : main.lines) {
       if (line.name == "X-ALT-DESC" && UpperAscii(line.Value("FMTTYPE")) == "TEXT/HTML") {
         m_item.html = UnescapedText(line.value);
@@ -264,48 +265,6 @@ class ItemReader {
       }
     }
     AddPages(main, m_item.html);
-  }
-
-  // Exchange has no field for the address of an event's page or of its video call: it would be a
-  // meeting that nobody can join.
-  static constexpr std::array kPages = {"URL", "X-GOOGLE-CONFERENCE"};
-
-  static std::string BodyOf(const IcsComponent& component) {
-    std::string body = component.Text("DESCRIPTION");
-    for (const char* name : kPages) {
-      const std::string page = component.Text(name);
-      if (page.empty() || body.find(page) != std::string::npos) continue;
-      body += (body.empty() ? "" : "\n\n") + page;
-    }
-    return body;
-  }
-
-  // As BodyOf for what stands in the place of the text.
-  static void AddPages(const IcsComponent& component, std::string& html) {
-    for (const char* name : kPages) {
-      const std::string page = component.Text(name);
-      const std::string shown = HtmlOf(page);
-      const bool isThere =
-          html.find(page) != std::string::npos || html.find(shown) != std::string::npos;
-      if (html.empty() || page.empty() || isThere) continue;
-      const std::size_t end = std::min(UpperAscii(html).rfind("</BODY"), html.size());
-      const bool isLink = UpperAscii(page.substr(0, 4)) == "HTTP";
-      html.insert(end, isLink ? fmt::format("<p><a href=\"{0}\">{0}</a></p>", shown)
-                              : fmt::format("<p>{}</p>", shown));
-    }
-  }
-
-  static std::string HtmlOf(std::string_view text) {
-    std::string html;
-    for (const char c : text) {
-      const char* entity = c == '&'   ? "&amp;"
-                           : c == '<' ? "&lt;"
-                           : c == '>' ? "&gt;"
-                           : c == '"' ? "&quot;"
-                                      : nullptr;
-      entity ? html.append(entity) : html.append(1, c);
-    }
-    return html;
   }
 
   static std::string BusyOf(const IcsComponent& component) {
@@ -563,7 +522,7 @@ class ItemReader {
     };
     changed.subject = differing(component.Text("SUMMARY"), m_item.subject);
     changed.location = differing(component.Text("LOCATION"), m_item.location);
-    changed.body = differing(BodyOf(component), m_item.body);
+    changed.body = differing(EventText(component), m_item.body);
     changed.busy = differing(BusyOf(component), m_item.busy);
     changed.reminder = ReminderOf(component, start, end, nullptr);
     if (changed.reminder == m_item.reminder) changed.reminder.reset();
