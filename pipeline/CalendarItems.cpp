@@ -18,7 +18,9 @@ int CTarnyOutlookHandler::SaveCalenderItem(ews::Appointment& objCkEmail, CString
     Log(u"SaveCalenderItem_Dupl_return");
     return kFailure;
   }
-  Log(u"SaveCalenderItem_Dup_CLose");
+  if (!CString(objInfo.strMessageId).Trim().IsEmpty() && GetAllowDuplicates()) {
+    Log(u"SaveCalenderItem_Dup_CLose");  // sic; of an item without an id nothing was asked
+  }
   strHtmPath.MakeUpper();
   Guarded(u"SaveCalenderItem_2_catch", [&] {
     Log(u"SaveCalenderItem_1");

@@ -176,6 +176,7 @@ int CTarnyOutlookHandler::ImportAppointment(ItemRun& objRun) {
   } catch (...) {
     m_objLogManager.WriteLog(u"  _CALENDER catch last  ");
     objRun.strErr = u"_CALENDER catch";  // kept: whatever it was
+    m_objLogManager.WriteLogFile4(objRun.strLogFilepath, objRun.strErr);
     return kFailure;
   }
 }

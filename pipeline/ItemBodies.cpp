@@ -195,6 +195,7 @@ bool SetPageFromRtf(ews::Item& objItem, const CString& strHtmPath, const RtfBody
   CString strPage = Converted(strHtmPath, objLog);
   const int nImages = CountImages(strPage, objRules, objLog);
   if (ews::Settings().bSafe && ShowsNothing(strPage.ToUtf8())) return false;
+  // kept: where not all images are such links, they lose the folder, too, and name no file then
   const int nLinked = strPage.Replace(CString(u"file://") + strHtmPath, u"");
   if (ews::Settings().bSafe) {
     LinkPicturesThatAreThere(objItem, strPage, strHtmPath, objRules, objLog);

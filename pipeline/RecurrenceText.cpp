@@ -115,10 +115,10 @@ void ReadRecurrence(const CString& strText, const COleDateTime& dtItemStart,
   if (bSafe) {
     constexpr auto kCodes = std::to_array<std::u16string_view>({u"D", u"W", u"M", u"Y"});
     if (std::ranges::find(kCodes, objText.strCode.View()) == kCodes.end()) return;
-    if (bDaily || !IsDate(dtFirst)) dtFirst = dtItemStart;
+    if (IsDate(dtItemStart) && (bDaily || !IsDate(dtFirst))) dtFirst = dtItemStart;
     if (!IsDate(dtFirst)) return;
   }
-  objSeries = PatternOf(objText, WallClock(bDaily ? dtItemStart : dtFirst), objRules);
+  objSeries = PatternOf(objText, WallClock(bDaily && !bSafe ? dtItemStart : dtFirst), objRules);
   objSeries->SetNumberOfOccurrences(NumberOf(objText.arr[3]));
   objSeries->SetStartDate(WallClock(dtFirst));
   if (!bSafe || IsDate(dtLast)) objSeries->SetEndDate(WallClock(dtLast));

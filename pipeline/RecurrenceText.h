@@ -44,8 +44,8 @@ inline constexpr std::u16string_view kSeriesLeftOut =
 // Sets objSeries; what was made before a failure stays there, and may be sent. Throws
 // ews::ServiceException and std::exception for a date, a day of the month or a code that is none.
 // With the safe switch a series is made of what is valid, none where nothing is, and nothing
-// thrown: the item's start stands for a first day that is no date, a day of the month is brought
-// into 1 to 31, and a last day that is no date ends nothing. None is made that ends before it
-// begins.
+// thrown: of field 4 and the item's start, either stands for the other where that is no date, a day
+// of the month is brought into 1 to 31, and a last day that is no date ends nothing. None is made
+// that ends before it begins.
 void ReadRecurrence(const CString& strText, const COleDateTime& dtItemStart,
                     const RecurrenceRules& objRules, std::optional<ews::Recurrence>& objSeries);

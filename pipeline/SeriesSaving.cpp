@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr std::u16string_view kUnfinished = u"unfinished: ";
 constexpr size_t kMostTold = 5;
 
 // What earlier tries left behind.
@@ -42,6 +41,8 @@ CString Complete(ews::Appointment& objItem, const CString& strKey) {
 
 }  // namespace
 
+CString UnfinishedKey(const CString& strKey) { return CString(u"unfinished: ") + strKey; }
+
 CString TextOfRefused(const std::vector<ews::RefusedOccurrence>& arrRefused) {
   if (arrRefused.empty()) return {};
   std::string strText = fmt::format(
@@ -62,7 +63,7 @@ CString SaveWithOccurrences(ews::Appointment& objItem, const ews::FolderId& objF
   const CString* pKey = objItem.TextProperty(ews::ItemKeyProperty());
   const CString strKey = pKey ? *pKey : CString();
   if (!strKey.IsEmpty()) {
-    const CString strMark = CString(kUnfinished) + strKey;
+    const CString strMark = UnfinishedKey(strKey);
     RemoveUnfinished(objService, objFolder, strMark);
     SetKey(objItem, strMark);
   }

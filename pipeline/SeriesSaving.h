@@ -12,5 +12,8 @@
 CString SaveWithOccurrences(ews::Appointment& objItem, const ews::FolderId& objFolder,
                             ews::ExchangeService& objService);
 
+// The key of an item that another is to have once it is whole.
+CString UnfinishedKey(const CString& strKey);
+
 // The same words for what was refused elsewhere.
 CString TextOfRefused(const std::vector<ews::RefusedOccurrence>& arrRefused);

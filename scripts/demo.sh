@@ -72,8 +72,8 @@ kill "$server"
 wait "$server" || true
 show "$tarny" mailbox ls --data "$small/mailbox" --items
 
-calendar=(migrate samples/calendar samples/contacts --to "local:$mailbox" --run "$demo/calendar")
-say "Calendars and cards: events, tasks, people and a group of them, and what of each does not arrive yet"
+calendar=(migrate samples/calendar samples/contacts samples/diary --to "local:$mailbox" --run "$demo/calendar")
+say "Calendars, cards and a diary in rich text: events, tasks, people and a group, and what of each does not arrive"
 show "$tarny" "${calendar[@]}"
 say "Again: none of them is sent twice"
 show "$tarny" "${calendar[@]}"

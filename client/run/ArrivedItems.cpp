@@ -1,9 +1,9 @@
 #include "client/run/ArrivedItems.h"
 
 #include <algorithm>
-#include <unordered_set>
 #include <utility>
 
+#include "client/run/MailKey.h"
 #include "pipeline/ST_EML_INFO.h"
 
 namespace client {
@@ -11,15 +11,25 @@ namespace {
 
 std::string NameOf(const std::string& folder, const std::string& hash) { return folder + hash; }
 
+std::string NameOfId(const std::string& folder, std::string_view key) {
+  const std::string_view id = IdInKey(key);
+  return id.empty() ? std::string() : folder + std::string(id);
+}
+
 }  // namespace
 
 ArrivedItems::ArrivedItems(Journal& journal, const Plan& plan) : m_journal(journal) {
   std::unordered_set<std::string> folders;
   for (const Plan::Entry& entry : plan.entries) {
-    if (Has(entry)) folders.insert(entry.item.folder);
+    if (!Has(entry)) continue;
+    folders.insert(entry.item.folder);
+    m_locations.insert(entry.item.location);
   }
   for (const std::string& folder : folders) {
     for (JournalEntry& entry : m_journal.ArrivedIn(folder)) {
+      if (std::string name = NameOfId(folder, entry.key); !name.empty()) {
+        m_versions.emplace(std::move(name), Version{entry.key, entry.source});
+      }
       m_entries[NameOf(folder, entry.hash)].push_back(std::move(entry));
     }
   }
@@ -39,6 +49,23 @@ bool ArrivedItems::Take(const Plan::Entry& entry, const std::string& hash) {
     equal.erase(own);
   }
   return true;
+}
+
+std::vector<std::string> ArrivedItems::EarlierVersions(const Plan::Entry& entry,
+                                                       const LoadedItem& item) const {
+  std::vector<std::string> keys;
+  if (!entry.item.IsOther()) return keys;
+  const std::string name = NameOfId(entry.item.folder, item.key);
+  const auto [begin, end] = m_versions.equal_range(name);
+  for (auto it = begin; it != end; ++it) {
+    const Version& version = it->second;
+    // What lies elsewhere in the source under that id is an item by itself.
+    const bool isOther =
+        version.source != entry.item.location && m_locations.contains(version.source);
+    const bool isEqual = version.key.find(item.hash) != std::string::npos;
+    if (!isOther && !isEqual) keys.push_back(version.key);
+  }
+  return keys;
 }
 
 }  // namespace client

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
+#include "client/run/ItemLoader.h"
 #include "client/run/Journal.h"
 #include "client/run/Plan.h"
 
@@ -15,7 +18,7 @@ namespace client {
 // them have arrived does: each counts once, wherever it lies now.
 class ArrivedItems {
  public:
-  // Reads the journal, which must outlive this, where the plan has such items.
+  // Reads the journal where the plan has such items. Both must outlive this.
   ArrivedItems(Journal& journal, const Plan& plan);
 
   static bool Has(const Plan::Entry& entry);
@@ -24,9 +27,19 @@ class ArrivedItems {
   // it by its present place from then on.
   bool Take(const Plan::Entry& entry, const std::string& hash);
 
+  // The keys of what came into the folder under the item's id with other content and is not in the
+  // source any more: the item has been changed since. None for an item without an id.
+  std::vector<std::string> EarlierVersions(const Plan::Entry& entry, const LoadedItem& item) const;
+
  private:
+  struct Version {
+    std::string key;
+    std::string source;
+  };
   Journal& m_journal;
   std::unordered_map<std::string, std::vector<JournalEntry>> m_entries;  // by folder and hash
+  std::unordered_multimap<std::string, Version> m_versions;              // by folder and id
+  std::unordered_set<std::string_view> m_locations;                      // of the plan's items
 };
 
 }  // namespace client

@@ -10,14 +10,16 @@ namespace client {
 struct ItemKind {
   std::int32_t folderType;  // of a folder command
   std::int32_t storeType;   // the same where the target is a store, which reads it otherwise
-  const char* folder;       // the mailbox's own, "" where items go to their source's folders
+  const char* folder;       // the mailbox's own
 };
 
 // By the type that a descriptor names; a mail's for any other.
 const ItemKind& KindOf(std::int32_t itemType);
 
 // A folder takes one kind. Where a source's folder holds several, mail stays, or, without any, what
-// comes first; the others go below the mailbox's own folder of their kind.
+// comes first; the others go below the mailbox's own folder of their kind. What bears the name of
+// such an own folder takes that kind alone, whatever else lies there: a mail that is put beside a
+// calendar must not move the calendar, nor be put where nobody sees it.
 void PlaceByKind(std::vector<Plan::Entry>& entries);
 
 }  // namespace client

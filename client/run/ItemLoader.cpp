@@ -62,9 +62,11 @@ void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {
     const ST_EML_INFO info = ReadTyped(entry.item.location);
     item.id = RowId(info);
     item.elsewhere = SecondPlace(info.nItemType, info.strContactFolder.ToUtf8());
+    item.mayBeSeries = info.nItemType == TYPE_CALENDER;
   } else if (entry.item.IsOther()) {
     item.id = IdOfOther(entry.item.type, item.bytes);
     item.elsewhere = SecondPlace(entry.item.type, "");
+    item.mayBeSeries = entry.item.type == TYPE_CALENDER;
   } else {
     item.id = mail::MailHeader(item.bytes).text("Message-ID");
   }

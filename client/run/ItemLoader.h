@@ -24,6 +24,7 @@ struct LoadedItem {
   std::string messageId;  // that its mail carries
   // The folder that the engine saves it into where its own refuses it.
   std::optional<Place> elsewhere;
+  bool mayBeSeries = false;  // saved in several steps (pipeline/SeriesSaving.h)
   // Bytes of its MIME content; 0 for a prepared item.
   std::int64_t MimeSize() const { return static_cast<std::int64_t>(bytes.size()); }
 };

@@ -11,7 +11,6 @@
 #include "client/run/ItemProps.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/MailDate.h"
-#include "client/run/OtherItems.h"
 #include "client/run/ReceivedTime.h"
 #include "client/run/StopRequest.h"
 #include "client/run/StoreLook.h"
@@ -68,7 +67,7 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
     return {Outcome::Kind::kFailed, std::move(reason)};
   }
   EmptyWorkFolder(m_setup.run.WorkFolder());
-  const std::string remark = WriteWorkFiles(entry, item);
+  m_left = WriteWorkFiles(entry, item);
   if (WantsImagePage(item.files) && m_engine->Client().ShowImage(CString()) != 1) {
     return {Outcome::Kind::kFailed, "the engine cannot read its image list"};
   }
@@ -79,11 +78,7 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   m_journal.Begin(entry.item.folder, item.key);
   const int result = m_engine->Client().InsertItem(info);
   m_setup.waits->End();
-  Outcome outcome = Judge(entry, item, result);
-  if (outcome.kind == Outcome::Kind::kSent && !remark.empty()) {
-    outcome.text = outcome.text.empty() ? remark : remark + "; " + outcome.text;
-  }
-  return outcome;
+  return Judge(entry, item, result);
 }
 
 std::string ItemSender::MakeFolder(const std::string& path) {
@@ -113,11 +108,11 @@ void ItemSender::Hear(const std::string& line) {
   m_say(line);
 }
 
-std::string ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item) {
+LeftOut ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item) {
   const std::string folder = m_setup.run.WorkFolder();
   if (entry.item.IsOther()) {
     const std::string key = m_setup.IsSafe() ? item.key : std::string();
-    return LeftOutText(WriteOther(folder, entry.item.type, item.bytes, key));
+    return WriteOther(folder, entry.item.type, item.bytes, key);
   }
   if (!entry.item.prepared) {
     const mail::MailHeader header(item.bytes);
@@ -131,7 +126,7 @@ std::string ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedIte
     if (times.sent && !isSentAlone) description.date = DescriptorDate(*times.sent);
     if (m_setup.fromMime) description.addressing = AddressingOf(header);
     WriteMail(folder, description, item.bytes);
-    return LeftOutText(left);
+    return {std::move(left)};
   }
   CopyPreparedFiles(entry.item.location, item.files, folder);
   if (HashPreparedFiles(folder, item.files) != item.hash) {

@@ -10,6 +10,7 @@
 #include "client/run/Journal.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/LocalMailbox.h"
+#include "client/run/OtherItems.h"
 #include "client/run/Outcome.h"
 #include "client/run/Plan.h"
 #include "client/run/RunFolder.h"
@@ -40,11 +41,15 @@ class ItemSender {
   ItemSender(const RunSetup& setup, Journal& journal, LedgerLook& ledger, Say say);
 
   // What is asked about an item from here on counts what the engine does from here on.
-  void Mark() { m_logs.Mark(); }
+  void Mark() {
+    m_logs.Mark();
+    m_left = {};
+  }
   // True if the item has its row or, where it gets none, the trace tells of its save.
   bool HasArrived(const Plan::Entry& entry, const LoadedItem& item);
 
-  // Of the item's last try.
+  // Of the item's last try: what it did not carry, and whether the engine cut the mail.
+  const LeftOut& Left() const { return m_left; }
   Reduction SentReduced() const { return m_logs.SentReduced(); }
   // The same of the last item of all runs.
   Reduction EndedReduced() const { return m_logs.EndedReduced(); }
@@ -70,7 +75,7 @@ class ItemSender {
   // Empty when the folder stands, else the reason why it does not.
   std::string SelectFolder(const SourceItem& item);
   // Returns what of the item they do not carry.
-  std::string WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item);
+  LeftOut WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& item);
   Outcome Judge(const Plan::Entry& entry, const LoadedItem& item, int result);
   // Why a success left no proof.
   std::string WhyNotConfirmed(const LoadedItem& item) const;
@@ -80,6 +85,7 @@ class ItemSender {
   LedgerLook& m_ledger;
   Say m_say;
   EngineLogs m_logs;
+  LeftOut m_left;
   std::unique_ptr<EngineProcess> m_engine;
   std::string m_folder;  // the engine's current folder; empty when it must be selected
 };

@@ -23,7 +23,7 @@ void LateCopies::Look(bool ask, const Tell& tell) {
   TargetAnswer answer{TargetAnswer::Kind::kUnreachable, 0, "the run ended"};
   ask = ask && WaitFor(TimeLeft());
   for (const Item& item : std::exchange(m_items, {})) {
-    if (ask) answer = m_unknown.AskOnce(item.entry.folder, item.names);
+    if (ask) answer = m_unknown.CountOnce(item.entry.folder, item.names);
     ask = ask && !EndsRun(answer.reason);  // each of the rest would be waited for in vain, too
     if (answer.copies > item.shown) {
       tell(item, CopiesText(answer.copies));

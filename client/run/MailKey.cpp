@@ -60,6 +60,11 @@ std::string_view SharedKey(std::string_view key) {
   return isPlace ? key.substr(0, key.size() - kLength) : key;
 }
 
+std::string_view IdInKey(std::string_view key) {
+  if (key.starts_with(kHashPrefix)) return {};
+  return key.substr(0, key.find(RepeatedKey("", "")));
+}
+
 std::string KeyOnItem(std::string_view key) {
   if (CString::FromUtf8(key).GetLength() <= ews::kLongestFoundText) return std::string(key);
   const std::string_view shared = SharedKey(key);

@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include "client/run/MailKey.h"
 #include "client/run/NewFile.h"
 #include "client/run/ReducedMail.h"
 #include "client/run/StopRequest.h"
@@ -37,6 +38,7 @@ constexpr int kMostPasses = 3;
 constexpr std::chrono::seconds kLong{5};         // the target is asked again behind a pause of that
 constexpr std::chrono::minutes kFreshDoubt{10};  // an older one is over, however slow its server
 constexpr int kMostFailuresInARow = 20;          // with the same text
+constexpr std::string_view kChanged = "it has been changed since it was sent";
 
 // Failures of the way to the target, as the engine words them; a server's own answers are not. What
 // a store says of itself, and not of an item, names its file.
@@ -216,12 +218,16 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     // What stands for it in the target stands for no other.
     const bool found = m_adoption && m_adoption->Take(entry.item.folder, work.item);
     if (known) return {Outcome::Kind::kKnown, {}};
+    if (!found) {
+      if (std::optional<Outcome> changed = WhereChanged(work)) return *changed;
+    }
     Reduction cutOff = m_endedReduced;
     if (cutOff != Reduction::kNone && !m_journal.OpenFor(entry.item.folder, work.item.key)) {
       cutOff = Reduction::kNone;
     }
     outcome = HandleWork(work, found);
     if (outcome.kind == Outcome::Kind::kKnown && isEqual) ++m_summary.equal;
+    TellLeftOut(outcome);
     TellReduced(work, cutOff, outcome);
   } catch (const SourceError& error) {
     outcome = {Outcome::Kind::kFailed, error.what()};
@@ -473,7 +479,7 @@ bool Migration::IsFolderGone(const std::string& folder) {
 void Migration::TellCopies(Work& work, Outcome& outcome) {
   if (!outcome.Arrived() || !work.notAsked.empty()) return;
   if (!work.shown && work.sent > 1) {
-    const TargetAnswer answer = m_unknown.AskOnce(work.entry.item.folder, work.item);
+    const TargetAnswer answer = m_unknown.CountOnce(work.entry.item.folder, work.item);
     work.shown = std::max<std::size_t>(answer.copies, 1);
   }
   if (!work.shown) return;
@@ -483,6 +489,7 @@ void Migration::TellCopies(Work& work, Outcome& outcome) {
   names.key = work.item.key;
   names.ledgerKey = work.item.ledgerKey;
   names.messageId = work.item.messageId;
+  names.mayBeSeries = work.item.mayBeSeries;
   m_late.Watch({work.entry.name, EntryOf(work, outcome), std::move(names), work.sent, *work.shown},
                *work.lost);
 }
@@ -527,6 +534,36 @@ std::string Migration::MakeFolder(const std::string& folder) {
   } catch (const ews::ServiceException& error) {
     return error.what();
   }
+}
+
+void Migration::TellLeftOut(Outcome& outcome) {
+  if (outcome.kind != Outcome::Kind::kSent) return;
+  const LeftOut& left = m_sender.Left();
+  outcome.text = Joined(LeftOutText(left), outcome.text);
+  if (left.isReduced) ++m_summary.reduced;
+}
+
+// An earlier version stands in the target, where its user may have gone on with it: it is neither
+// doubled nor overwritten.
+std::optional<Outcome> Migration::WhereChanged(const Work& work) {
+  const std::string& folder = work.entry.item.folder;
+  const std::vector<std::string> versions = m_arrived->EarlierVersions(work.entry, work.item);
+  if (versions.empty() || m_journal.OpenFor(folder, work.item.key)) return std::nullopt;
+  for (const std::string& key : versions) {
+    LoadedItem names;
+    names.key = key;
+    names.elsewhere = work.item.elsewhere;
+    const TargetAnswer answer = m_unknown.AskOnce(folder, names);
+    if (answer.kind == TargetAnswer::Kind::kAbsent) continue;
+    const bool ends = EndsRun(answer.reason) || StopRequested();
+    std::string text = fmt::format("{}: UID {} is there already", kChanged, IdInKey(key));
+    if (!answer.WasAsked()) {
+      text += fmt::format(", unless it was deleted: {} ({})", kCouldNotAsk, answer.reason);
+    }
+    return Outcome{ends ? Outcome::Kind::kLeft : Outcome::Kind::kFailed,
+                   text + "; it was left as it is, and this one comes once that is deleted there"};
+  }
+  return std::nullopt;
 }
 
 void Migration::TellReduced(const Work& work, Reduction cutOff, Outcome& outcome) {

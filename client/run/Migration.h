@@ -123,6 +123,10 @@ class Migration {
   std::string MakeFolder(const std::string& folder);
   // Of an item whose outcome stayed open through all tries.
   Outcome GivenUp(const Work& work, Outcome outcome);
+  // What an item that was sent now did not carry.
+  void TellLeftOut(Outcome& outcome);
+  // The end of an item of which the target holds an earlier version; nothing for any other.
+  std::optional<Outcome> WhereChanged(const Work& work);
   // An item that was sent, or is known although it cut off an earlier run that had reduced it.
   void TellReduced(const Work& work, Reduction cutOff, Outcome& outcome);
   static Outcome WithDoubt(const Work& work, Outcome outcome);

@@ -14,6 +14,7 @@
 #include "client/run/DescriptorText.h"
 #include "client/run/ItemProps.h"
 #include "client/run/NewFile.h"
+#include "client/run/ReducedMail.h"
 #include "client/sources/IcsComponents.h"
 #include "client/sources/Names.h"
 #include "client/sources/PreparedItem.h"
@@ -28,13 +29,13 @@ constexpr std::size_t kMostTold = 10;
 struct Prepared {
   std::string descriptor;  // UTF-8
   nlohmann::json props;
-  std::vector<std::string> left;
+  LeftOut left;
 };
 
 Prepared PrepareCalendar(const std::string& workFolder, const std::string& text) {
   const CalendarItem item = ReadCalendarItem(text);
   WriteCalendarFiles(workFolder, item);
-  return {CalendarDescriptor(item), CalendarProps(item), item.left};
+  return {CalendarDescriptor(item), CalendarProps(item), {item.left, item.isReduced}};
 }
 
 Prepared PrepareCard(const std::string& workFolder, std::int32_t type, const std::string& text) {
@@ -47,14 +48,16 @@ Prepared PrepareCard(const std::string& workFolder, std::int32_t type, const std
   if (type == TYPE_CONTACT) {
     const Contact contact = ContactOf(cards[0]);
     WriteContactFiles(workFolder, contact);
-    return {ContactDescriptor(contact), ContactProps(contact), contact.left};
+    return {ContactDescriptor(contact), ContactProps(contact), {contact.left}};
   }
   const std::vector<VCard> others(cards.begin() + 1, cards.end());
   ContactGroup group = ContactGroupOf(cards[0], others);
+  const std::size_t toldBefore = group.left.size();
   std::string descriptor = GroupDescriptor(group, group.left);
+  const bool isReduced = group.isReduced || group.left.size() > toldBefore;
   nlohmann::json props = nlohmann::json::object();
   if (!group.categories.empty()) props["categories"] = group.categories;
-  return {std::move(descriptor), std::move(props), std::move(group.left)};
+  return {std::move(descriptor), std::move(props), {std::move(group.left), isReduced}};
 }
 
 // In the descriptor or its companion files, or of no use in a mailbox.
@@ -97,19 +100,24 @@ std::string IdOfOther(std::int32_t type, const std::string& text) {
   if (type == TYPE_CONTACT || type == TYPE_DIST_LIST) return ParseVCard(text).Text("UID");
   std::string id;
   ReadIcsComponents(text, [&](const IcsComponent& component) {
-    if (id.empty() && component.name != "VTIMEZONE") id = component.Text("UID");
+    if (!id.empty() || component.name == "VTIMEZONE") return;
+    id = component.Text("UID");
+    // Occurrences without their series are items by themselves.
+    const std::string occurrence = component.Text("RECURRENCE-ID");
+    if (!id.empty() && !occurrence.empty()) id += " " + occurrence;
   });
   return id;
 }
 
-std::vector<std::string> WriteOther(const std::string& workFolder, std::int32_t type,
-                                    const std::string& text, const std::string& key) {
+LeftOut WriteOther(const std::string& workFolder, std::int32_t type, const std::string& text,
+                   const std::string& key) {
   const bool isCard = type == TYPE_CONTACT || type == TYPE_DIST_LIST;
   Prepared item = isCard ? PrepareCard(workFolder, type, text) : PrepareCalendar(workFolder, text);
-  key.empty() ? TellWithoutProps(item.props, item.left) : TellAnswers(item.props, item.left);
+  std::vector<std::string>& left = item.left.texts;
+  key.empty() ? TellWithoutProps(item.props, left) : TellAnswers(item.props, left);
   if (!key.empty()) {
     for (std::string& name : WriteItemProps(workFolder, key, std::move(item.props))) {
-      item.left.push_back(name + ", which is too large");
+      left.push_back(name + ", which is too large");
     }
   }
   NewFile(workFolder + "/" + std::string(kDescriptorName))
@@ -117,12 +125,13 @@ std::vector<std::string> WriteOther(const std::string& workFolder, std::int32_t 
   return std::move(item.left);
 }
 
-std::string LeftOutText(const std::vector<std::string>& left) {
-  std::string text;
-  for (std::size_t i = 0; i < std::min(left.size(), kMostTold); ++i) {
-    text += (text.empty() ? "left out: " : ", ") + WithoutForbiddenControls(left[i]);
+std::string LeftOutText(const LeftOut& left) {
+  const std::size_t count = left.texts.size();
+  std::string text = left.isReduced ? std::string(kReduced) + ", " : std::string();
+  for (std::size_t i = 0; i < std::min(count, kMostTold); ++i) {
+    text += (i == 0 ? "left out: " : ", ") + WithoutForbiddenControls(left.texts[i]);
   }
-  if (left.size() > kMostTold) text += fmt::format(", and {} more", left.size() - kMostTold);
+  if (count > kMostTold) text += fmt::format(", and {} more", count - kMostTold);
   return text;
 }
 

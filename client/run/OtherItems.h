@@ -8,16 +8,23 @@
 // text of a calendar, a contact or a group as that of cards.
 namespace client {
 
-// What its source knows it by, its UID; empty where there is none.
+// What its source knows it by, its UID, or that and which occurrence it is; empty where there is
+// none.
 std::string IdOfOther(std::int32_t type, const std::string& text);
 
-// Writes the files of one item into the work folder, the descriptor last, with ItemProps.json where
-// a key is given. Returns what of the item does not arrive, for people. The folder must have been
-// emptied. Throws SourceError and WriteError.
-std::vector<std::string> WriteOther(const std::string& workFolder, std::int32_t type,
-                                    const std::string& text, const std::string& key);
+// What of an item does not arrive.
+struct LeftOut {
+  std::vector<std::string> texts;  // for people
+  // Occurrences of a series or members of a group are among it: more than a detail of what arrives.
+  bool isReduced = false;
+};
 
-// For a list of remarks: "left out: …"; empty for nothing.
-std::string LeftOutText(const std::vector<std::string>& left);
+// Writes the files of one item into the work folder, the descriptor last, with ItemProps.json where
+// a key is given. The folder must have been emptied. Throws SourceError and WriteError.
+LeftOut WriteOther(const std::string& workFolder, std::int32_t type, const std::string& text,
+                   const std::string& key);
+
+// For a list of remarks: "left out: …", or kReduced (ReducedMail.h) in front; empty for nothing.
+std::string LeftOutText(const LeftOut& left);
 
 }  // namespace client

@@ -17,7 +17,8 @@ inline constexpr std::string_view kStore = "store:";
 
 // Where a run sends its items, and as whom. Texts are UTF-8.
 struct Target {
-  std::string address;  // --to as it is recorded: a URL, "office365", or "local:" or "store:" and a full path
+  std::string address;  // --to as it is recorded: a URL, "office365", or "local:" or "store:" and a
+                        // full path
   std::string kind = "mailbox";  // mailbox, archive, public or group
   std::string user;
   std::string password;

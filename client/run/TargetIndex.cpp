@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "client/run/MailKey.h"
+#include "pipeline/SeriesSaving.h"
 #include "platform/Sha256.h"
 
 namespace client {
@@ -44,11 +45,14 @@ TargetIndex::Digest TargetIndex::DigestOf(std::string_view text) {
 }
 
 void TargetIndex::Add(const ews::FoundItem& item, ById byId) {
-  const Entry entry{DigestOf(item.strKey.ToUtf8()), DigestOf(item.strMessageId.ToUtf8()),
+  const CString mark = UnfinishedKey(CString());
+  const bool isUnfinished = item.strKey.View().starts_with(mark.View());
+  const CString key = isUnfinished ? item.strKey.Mid(mark.GetLength()) : item.strKey;
+  const Entry entry{DigestOf(key.ToUtf8()), DigestOf(item.strMessageId.ToUtf8()),
                     item.nSize.value_or(kSizeless),
-                    item.strMessageId.GetLength() >= ews::kLongestFoundText};
+                    item.strMessageId.GetLength() >= ews::kLongestFoundText, isUnfinished};
   const std::size_t number = m_entries.size();
-  if (entry.key != Digest{}) m_byKey.emplace(entry.key, entry.size, number);
+  if (entry.key != Digest{} && !isUnfinished) m_byKey.emplace(entry.key, entry.size, number);
   if (entry.id != Digest{} && (entry.key == Digest{} || byId == ById::kYes)) {
     m_byId.emplace(entry.id, entry.size, number);
   }

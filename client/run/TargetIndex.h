@@ -50,6 +50,7 @@ class TargetIndex {
     Digest id{};
     std::int64_t size = -1;  // not told
     bool isIdCut = false;
+    bool isUnfinished = false;  // a part of what has that key
   };
   static std::optional<std::size_t> Nearest(const Order& order, const Digest& digest,
                                             std::int64_t size);

@@ -11,6 +11,7 @@
 #include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
 #include "ews/SoapWriter.h"
+#include "pipeline/SeriesSaving.h"
 
 namespace client {
 namespace {
@@ -99,28 +100,43 @@ TargetAnswer UnknownOutcome::Ask(const std::string& folder, const LoadedItem& it
 }
 
 TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem& item) {
-  const std::string key = m_withKeys ? KeyOnItem(item.key) : std::string();
-  const std::string id = SearchableId(item.messageId);
-  if (key.empty() && id.empty()) {
+  return AskOnce(folder, item, Unfinished::kPassedOver);
+}
+
+TargetAnswer UnknownOutcome::CountOnce(const std::string& folder, const LoadedItem& item) {
+  return AskOnce(folder, item, Unfinished::kCounted);
+}
+
+TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem& item,
+                                     Unfinished unfinished) {
+  const Names names{m_withKeys ? KeyOnItem(item.key) : std::string(), SearchableId(item.messageId)};
+  if (names.key.empty() && names.id.empty()) {
     return {TargetAnswer::Kind::kNotAsked, 0,
             "it has no message id that can be searched for, and --as-is writes no key"};
   }
-  TargetAnswer answer = Search(folder, item, key, id);
+  TargetAnswer answer = Search(folder, item, names, unfinished);
   // One more copy hangs on a refusal, and a single one may have come by chance.
   const bool isRefusal = answer.kind == TargetAnswer::Kind::kNotAsked && !EndsRun(answer.reason);
-  if (isRefusal && WaitFor(kFirstPause)) answer = Search(folder, item, key, id);
+  if (isRefusal && WaitFor(kFirstPause)) answer = Search(folder, item, names, unfinished);
   return answer;
 }
 
 TargetAnswer UnknownOutcome::Search(const std::string& folder, const LoadedItem& item,
-                                    const std::string& key, const std::string& id) {
+                                    const Names& names, Unfinished unfinished) {
+  const auto& [key, id] = names;
   try {
     CopyCount count(key, id);
     const auto add = [&](const ews::FoundItem& found) { count.Add(found); };
     m_look.Find(folder, CString::FromUtf8(key), CString::FromUtf8(id), add);
     if (item.elsewhere) m_look.Find(*item.elsewhere, CString::FromUtf8(key), CString(), add);
     const std::size_t others = m_ledger.RowsOfId(folder, id, item.ledgerKey, m_login);
-    const std::size_t copies = count.Copies(others);
+    std::size_t copies = count.Copies(others);
+    if (unfinished == Unfinished::kCounted && item.mayBeSeries && !key.empty()) {
+      const CString mark = UnfinishedKey(CString::FromUtf8(key));
+      CopyCount begun(mark.ToUtf8(), {});
+      m_look.Find(folder, mark, CString(), [&](const ews::FoundItem& found) { begun.Add(found); });
+      copies += begun.Copies(0);
+    }
     return {copies ? TargetAnswer::Kind::kThere : TargetAnswer::Kind::kAbsent, copies, {}};
   } catch (const ews::ServiceException& failure) {
     return NoAnswer(failure);

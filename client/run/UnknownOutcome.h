@@ -70,11 +70,20 @@ class UnknownOutcome {
   TargetAnswer Ask(const std::string& folder, const LoadedItem& item, std::chrono::seconds time);
   // Asks now; a second time where the target refuses.
   TargetAnswer AskOnce(const std::string& folder, const LoadedItem& item);
+  // Counts what a lost try left of a series, too: it is there for people, though it is not whole
+  // and another try would have taken it away.
+  TargetAnswer CountOnce(const std::string& folder, const LoadedItem& item);
 
  private:
-  // One question for what has one of these names; the other may be empty.
-  TargetAnswer Search(const std::string& folder, const LoadedItem& item, const std::string& key,
-                      const std::string& id);
+  enum class Unfinished { kPassedOver, kCounted };
+  struct Names {  // either may be empty
+    std::string key;
+    std::string id;
+  };
+  TargetAnswer AskOnce(const std::string& folder, const LoadedItem& item, Unfinished unfinished);
+  // One question for what has one of the names.
+  TargetAnswer Search(const std::string& folder, const LoadedItem& item, const Names& names,
+                      Unfinished unfinished);
 
   TargetLook& m_look;
   LedgerLook& m_ledger;

@@ -36,15 +36,6 @@ std::string AddressesText(const ordered_json& addresses) {
   return text;
 }
 
-// One field of the head, broken to fit a terminal; nothing for an empty text.
-void AddField(std::string_view label, const std::string& text, std::string& out) {
-  constexpr std::size_t kLabel = 9;  // columns
-  if (text.empty()) return;
-  out += fmt::format("{:<{}}", label, kLabel);
-  AppendWrapped(OneLine(text), kLabel, out);
-  out += "\n";
-}
-
 std::string FilesText(const ordered_json& files) {
   constexpr std::size_t kWidestName = 40;  // columns; longer ones stand out
   const auto nameOf = [](const ordered_json& file) {
@@ -71,6 +62,14 @@ std::string FilesText(const ordered_json& files) {
 
 }  // namespace
 
+void AppendField(std::string_view label, const std::string& text, std::string& out) {
+  constexpr std::size_t kLabel = 9;  // columns; longer ones stand out
+  if (text.empty()) return;
+  out += fmt::format("{:<{}} ", label, kLabel - 1);
+  AppendWrapped(OneLine(text), kLabel, out);
+  out += "\n";
+}
+
 std::string ReadableLines(std::string_view text) {
   std::string lines;
   while (!text.empty()) {
@@ -87,12 +86,12 @@ std::string ReadableLines(std::string_view text) {
 
 std::string ReadableHead(const ordered_json& json) {
   std::string out;
-  AddField("Subject:", json["subject"], out);
-  if (!json["from"].is_null()) AddField("From:", AddressText(json["from"]), out);
-  AddField("To:", AddressesText(json["to"]), out);
-  AddField("Cc:", AddressesText(json["cc"]), out);
-  AddField("Bcc:", AddressesText(json["bcc"]), out);
-  AddField("Date:", json["date"], out);
+  AppendField("Subject:", json["subject"], out);
+  if (!json["from"].is_null()) AppendField("From:", AddressText(json["from"]), out);
+  AppendField("To:", AddressesText(json["to"]), out);
+  AppendField("Cc:", AddressesText(json["cc"]), out);
+  AppendField("Bcc:", AddressesText(json["bcc"]), out);
+  AppendField("Date:", json["date"], out);
   if (!json["attachments"].empty()) out += "Attachments:\n" + FilesText(json["attachments"]);
   return out.empty() ? "(neither subject nor people)\n" : out;
 }

@@ -15,6 +15,8 @@ namespace client {
 // a mail, as EmailJson.h has them; and a text line by line, in which tabs stay.
 std::string ReadableHead(const nlohmann::ordered_json& mail);
 std::string ReadableLines(std::string_view text);
+// Appends one more field of such a head; nothing for an empty text.
+void AppendField(std::string_view label, const std::string& text, std::string& out);
 
 // The mail for a person at a terminal: subject, addresses, date, attachments, then the plain text;
 // UTF-8, free of control characters.

@@ -11,6 +11,7 @@
 #include <libical/ical.h>
 
 #include "base/AsciiText.h"
+#include "client/sources/EventText.h"
 #include "client/sources/LineDecoding.h"
 #include "client/sources/Names.h"
 #include "client/sources/Source.h"
@@ -135,6 +136,12 @@ class ItemReader {
     m_item.left.push_back(Told(what, value));
   }
 
+  // Of occurrences, which are missed where they are not there.
+  void Lose(std::string_view what, std::string_view value) {
+    Leave(what, value);
+    m_item.isReduced = true;
+  }
+
   // The zone of a line; the process's own, and a remark, for one that nobody knows.
   CalendarZone ZoneOf(std::string_view name) {
     const auto known = m_zones.find(name);
@@ -245,7 +252,7 @@ class ItemReader {
     m_item.uid = main.Text("UID");
     m_item.subject = main.Text("SUMMARY");
     m_item.location = main.Text("LOCATION");
-    m_item.body = BodyOf(main);
+    m_item.body = EventText(main);
     for (const ContentLine& line : main.lines) {
       if (line.name == "X-ALT-DESC" && UpperAscii(line.Value("FMTTYPE")) == "TEXT/HTML") {
         m_item.html = UnescapedText(line.value);
@@ -258,48 +265,6 @@ class ItemReader {
       }
     }
     AddPages(main, m_item.html);
-  }
-
-  // Exchange has no field for the address of an event's page or of its video call: it would be a
-  // meeting that nobody can join.
-  static constexpr std::array kPages = {"URL", "X-GOOGLE-CONFERENCE"};
-
-  static std::string BodyOf(const IcsComponent& component) {
-    std::string body = component.Text("DESCRIPTION");
-    for (const char* name : kPages) {
-      const std::string page = component.Text(name);
-      if (page.empty() || body.find(page) != std::string::npos) continue;
-      body += (body.empty() ? "" : "\n\n") + page;
-    }
-    return body;
-  }
-
-  // As BodyOf for what stands in the place of the text.
-  static void AddPages(const IcsComponent& component, std::string& html) {
-    for (const char* name : kPages) {
-      const std::string page = component.Text(name);
-      const std::string shown = HtmlOf(page);
-      const bool isThere =
-          html.find(page) != std::string::npos || html.find(shown) != std::string::npos;
-      if (html.empty() || page.empty() || isThere) continue;
-      const std::size_t end = std::min(UpperAscii(html).rfind("</BODY"), html.size());
-      const bool isLink = UpperAscii(page.substr(0, 4)) == "HTTP";
-      html.insert(end, isLink ? fmt::format("<p><a href=\"{0}\">{0}</a></p>", shown)
-                              : fmt::format("<p>{}</p>", shown));
-    }
-  }
-
-  static std::string HtmlOf(std::string_view text) {
-    std::string html;
-    for (const char c : text) {
-      const char* entity = c == '&'   ? "&amp;"
-                           : c == '<' ? "&lt;"
-                           : c == '>' ? "&gt;"
-                           : c == '"' ? "&quot;"
-                                      : nullptr;
-      entity ? html.append(entity) : html.append(1, c);
-    }
-    return html;
   }
 
   static std::string BusyOf(const IcsComponent& component) {
@@ -445,11 +410,11 @@ class ItemReader {
   void ReadSeries(const IcsComponent& main) {
     const ContentLine* rule = nullptr;
     for (const ContentLine& line : main.lines) {
-      if (line.name == "RDATE") Leave("occurrences beside the rule:", line.value);
+      if (line.name == "RDATE") Lose("occurrences beside the rule:", line.value);
       if (line.name == "EXRULE") continue;
       if (line.name != "RRULE") continue;
       if (rule)
-        Leave("a second rule:", line.value);
+        Lose("a second rule:", line.value);
       else
         rule = &line;
     }
@@ -459,19 +424,20 @@ class ItemReader {
       m_item.start = m_item.end;
       m_item.start->wall = InZone(*m_item.end);
     }
-    if (!m_item.start) return Leave("the series without a beginning:", rule->value);
+    if (!m_item.start) return Lose("the series without a beginning:", rule->value);
     m_item.series = SeriesOf(rule->value, m_item.start->wall, m_item.zone, m_item.left);
     if (!m_item.series) {
-      return Leave("all occurrences but the first, of a rule that Exchange does not have:",
-                   rule->value);
+      return Lose("all occurrences but the first, of a rule that Exchange does not have:",
+                  rule->value);
     }
+    m_item.isReduced = m_item.isReduced || m_item.series->isCut;
     if (!HasOccurrence(*m_item.series, m_item.start->wall)) {
       m_item.series.reset();
       return Leave("the series, whose rule ends before it begins:", rule->value);
     }
     if (!NumberOn(*m_item.series, m_item.start->wall, m_item.start->wall)) {
-      Leave("the first occurrence, on a day that the rule does not name:",
-            m_item.start->wall.Date());
+      Lose("the first occurrence, on a day that the rule does not name:",
+           m_item.start->wall.Date());
     }
     for (const ContentLine& line : main.lines) {
       if (line.name == "EXDATE") ReadDeleted(line);
@@ -532,17 +498,17 @@ class ItemReader {
     const ContentLine* id = component.First("RECURRENCE-ID");
     const std::optional<Moment> original = MomentOf(id);
     if (!original || !m_item.series) {
-      return Leave("a changed occurrence:", component.Text("SUMMARY"));
+      return Lose("a changed occurrence:", component.Text("SUMMARY"));
     }
     if (id->Has("RANGE", "THISANDFUTURE")) {
       Leave("that a change goes on behind", original->wall.Date());
     }
     const CivilTime at = OccurrenceOf(*original);
     if (UpperAscii(component.Text("STATUS")) == "CANCELLED") return Delete(at);
-    if (m_item.isTask) return Leave("a changed occurrence of a task:", at.Text());
+    if (m_item.isTask) return Lose("a changed occurrence of a task:", at.Text());
     const auto number = NumberOn(*m_item.series, m_item.start->wall, at);
     if (!number || IsOver(*m_item.series, at, *number)) {
-      return Leave("a changed occurrence on a day that the rule does not name:", at.Date());
+      return Lose("a changed occurrence on a day that the rule does not name:", at.Date());
     }
     std::optional<Moment> start = MomentOf(component.First("DTSTART"));
     if (!start) start = original;
@@ -556,7 +522,7 @@ class ItemReader {
     };
     changed.subject = differing(component.Text("SUMMARY"), m_item.subject);
     changed.location = differing(component.Text("LOCATION"), m_item.location);
-    changed.body = differing(BodyOf(component), m_item.body);
+    changed.body = differing(EventText(component), m_item.body);
     changed.busy = differing(BusyOf(component), m_item.busy);
     changed.reminder = ReminderOf(component, start, end, nullptr);
     if (changed.reminder == m_item.reminder) changed.reminder.reset();

@@ -61,6 +61,7 @@ struct CalendarItem {
   std::optional<int> percent;
   std::optional<std::int64_t> completed;  // UTC
   std::vector<std::string> left;          // what Exchange has no place for, for people
+  bool isReduced = false;                 // occurrences are among it
 };
 
 // Reads one event with its changed occurrences, or one task, from the text of a calendar. Throws

@@ -453,6 +453,7 @@ ContactGroup ContactGroupOf(const VCard& card, const std::vector<VCard>& others)
                found != cards.end() && !found->second->Text("EMAIL").empty()) {
       group.members.push_back({found->second->Text("EMAIL"), found->second->Text("FN")});
     } else {
+      group.isReduced = true;
       group.left.push_back(found == cards.end() ? "the member " + value + ", whose card is missing"
                                                 : "the member " + found->second->Text("FN") +
                                                       ", whose card has no address");

@@ -52,6 +52,7 @@ struct ContactGroup {
   std::vector<Contact::Email> members;
   std::vector<std::string> categories;
   std::vector<std::string> left;
+  bool isReduced = false;  // members are among it
 };
 
 // Members are named by address or by the UID of a card: those of `others` are looked at.

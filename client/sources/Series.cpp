@@ -201,7 +201,8 @@ std::optional<CivilTime> LastDay(const icaltimetype& until, const CivilTime& sta
 void SetEnd(const icalrecurrencetype& rule, const CivilTime& start, const CalendarZone& zone,
             Series& series, std::vector<std::string>& left) {
   series.count = std::clamp(rule.count, 0, kMostOccurrences);
-  if (rule.count > kMostOccurrences) {
+  series.isCut = rule.count > kMostOccurrences;
+  if (series.isCut) {
     left.push_back(
         fmt::format("all but the first {} of {} occurrences", kMostOccurrences, rule.count));
   }

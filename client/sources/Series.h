@@ -29,6 +29,7 @@ struct Series {
 
   int count = 0;                 // of occurrences; 0 where something else ends it
   std::optional<CivilTime> end;  // the day of the last one
+  bool isCut = false;            // there are more than Exchange counts
 
   bool IsYearly() const {
     return pattern == Pattern::kYearly || pattern == Pattern::kRelativeYearly;

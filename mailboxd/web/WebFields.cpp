@@ -4,8 +4,10 @@
 #include <array>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "mailboxd/store/DateTime.h"
+#include "mailboxd/store/FieldLeaves.h"
 #include "mailboxd/store/ItemFields.h"
 #include "mailboxd/web/WebHtml.h"
 #include "platform/Base64.h"
@@ -17,24 +19,6 @@ constexpr size_t kLeavesShown = 500;  // of one field
 constexpr size_t kValueShown = 2000;  // bytes of one value
 constexpr size_t kPropertiesShown = 500;
 
-bool IsElement(pugi::xml_node node) { return node.type() == pugi::node_element; }
-
-pugi::xml_node FirstInside(pugi::xml_node node) {
-  return node.find_child([](pugi::xml_node child) { return IsElement(child); });
-}
-
-// The next element in the order of the text, within `root`.
-pugi::xml_node Next(pugi::xml_node node, pugi::xml_node root) {
-  if (const pugi::xml_node inside = FirstInside(node)) return inside;
-  while (node != root) {
-    pugi::xml_node next = node.next_sibling();
-    while (next && !IsElement(next)) next = next.next_sibling();
-    if (next) return next;
-    node = node.parent();
-  }
-  return {};
-}
-
 std::string ValueHtml(std::string_view text) {
   if (text.find('T') == 10) {  // "2024-03-11T…": a date, as all that looks like one is
     if (const auto date = ReadDateTime(text)) return Date(*date);
@@ -42,38 +26,20 @@ std::string ValueHtml(std::string_view text) {
   return Text(Cut(text, kValueShown)) + (text.size() > kValueShown ? "…" : "");
 }
 
-// The text of an element; a time zone is all in its attributes.
-std::string_view TextOf(pugi::xml_node node) {
-  const std::string_view text = node.child_value();
-  return text.empty() ? node.attribute("Id").value() : text;
-}
-
-// What names an entry of a field: its key, or the element of a pattern or its range.
-std::string_view NameOf(pugi::xml_node entry) {
-  const std::string_view name = entry.name();
-  if (name.starts_with("t:") && name.ends_with("Recurrence")) return name.substr(2);
-  return entry.attribute("Key").value();
-}
-
 // The texts of a field, each behind what names its entry.
 std::string LeavesHtml(pugi::xml_node root) {
   std::string html;
-  size_t count = 0;
-  pugi::xml_node lastEntry;
-  for (pugi::xml_node node = root; node; node = Next(node, root)) {
-    const std::string_view text = TextOf(node);
-    if (FirstInside(node) || text.empty()) continue;
-    if (count++ == kLeavesShown) return html + "; …";
-    const pugi::xml_node entry = node.attribute("Key") ? node : node.parent();
-    if (!html.empty()) html += entry == lastEntry ? ", " : "; ";
-    const std::string_view name = NameOf(entry);
-    if (!name.empty() && entry != lastEntry) {
-      html += "<span class=\"soft\">" + Text(Spaced(name)) + "</span> ";
+  std::vector<FieldLeaf> leaves = LeavesOf(root, kLeavesShown + 1);
+  const bool isCut = leaves.size() > kLeavesShown;
+  if (isCut) leaves.pop_back();
+  for (const FieldLeaf& leaf : leaves) {
+    if (!html.empty()) html += leaf.isSameEntry ? ", " : "; ";
+    if (!leaf.name.empty() && !leaf.isSameEntry) {
+      html += "<span class=\"soft\">" + Text(Spaced(leaf.name)) + "</span> ";
     }
-    lastEntry = entry;
-    html += ValueHtml(text);
+    html += ValueHtml(leaf.text);
   }
-  return html;
+  return html + (isCut ? "; …" : "");
 }
 
 struct Signature {

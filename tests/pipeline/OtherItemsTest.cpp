@@ -298,7 +298,7 @@ TEST(OtherItems, ATaskWithABadSeriesIsLostOnlyWithoutTheSafeSwitch) {
        "Weekly Interval 2 DaysOfWeek Wednesday;"
        " Numbered StartDate 2024-03-13 NumberOfOccurrences 10"},
       {u"Q,1;1;1;2024-03-13;2024-03-13;;", "lost", "-"},
-      {u"W,3;2;10;2024-03-13;2024-03-12;;", "lost", "-"},
+      {u"W,3;2;10;2024-03-13;2024-03-12;;", "refused", "-"},
       {u"", "-"},
   };
   for (const SeriesRow& row : rows) {
@@ -307,9 +307,10 @@ TEST(OtherItems, ATaskWithABadSeriesIsLostOnlyWithoutTheSafeSwitch) {
         SCOPED_TRACE(CString(row.text).ToUtf8() + (safe ? " safe" : "") + (formB ? " B" : " A"));
         ImportRun run;
         ews::Settings().bSafe = safe;
-        ASSERT_EQ(run.Import(WellKnownFolderName::Tasks, Task(row.text, formB)), 1);
         const std::string& expected = row.Expected(safe);
-        if (expected == "lost") {
+        const bool isRefused = expected == "refused";  // by the server
+        ASSERT_EQ(run.Import(WellKnownFolderName::Tasks, Task(row.text, formB)), isRefused ? 0 : 1);
+        if (isRefused || expected == "lost") {
           EXPECT_THAT(run.Items(run.WellKnown("tasks")), IsEmpty());
           continue;
         }
@@ -323,6 +324,23 @@ TEST(OtherItems, ATaskWithABadSeriesIsLostOnlyWithoutTheSafeSwitch) {
         ASSERT_EQ(run.Import(WellKnownFolderName::Tasks, Task(u"", formB)), 1);
         EXPECT_EQ(run.Items(run.WellKnown("tasks")).size(), formB ? 1u : 2u);
       }
+    }
+  }
+}
+
+// Without a start of its own, a daily one begins with field 4.
+TEST(OtherItems, ADailyTaskWithoutAStartIsLostOnlyWithoutTheSafeSwitch) {
+  std::u16string descriptor = Task(u"D,0;1;3;2024-03-13;;;");
+  const std::u16string start = u"StartDate:2024-03-11";
+  descriptor.replace(descriptor.find(start), start.size(), u"StartDate:x");
+  for (const bool safe : {false, true}) {
+    ImportRun run;
+    ews::Settings().bSafe = safe;
+    ASSERT_EQ(run.Import(WellKnownFolderName::Tasks, descriptor), 1);
+    ASSERT_EQ(run.Items(run.WellKnown("tasks")).size(), safe ? 1u : 0u);
+    if (safe) {
+      EXPECT_EQ(SeriesOf(run.Last("tasks")),
+                "Daily Interval 1; Numbered StartDate 2024-03-13 NumberOfOccurrences 3");
     }
   }
 }
@@ -601,6 +619,18 @@ TEST(OtherItems, ATaskThatIsRefusedGoesToAFolderOfItsOwn) {
     EXPECT_THAT(refused.Trace(),
                 HasSubstr(" catch Exception^ ex 2 task Save out  : " + refused.error));
     EXPECT_FALSE(refused.handler.CheckIfDublicateItemPresent(u"StartDate:2024-03-11"));
+
+    // A folder that cannot be made fails the save into it, or with the switch tells itself.
+    ImportRun homeless({"ErrorQuotaExceeded:1", "CreateFolder:ErrorAccessDenied:9"});
+    ews::Settings().bSafe = safe;
+    EXPECT_EQ(homeless.Import(WellKnownFolderName::Tasks, Task(u"", /*formB=*/true)), 0);
+    EXPECT_THAT(homeless.error, Not(IsEmpty()));
+    EXPECT_THAT(homeless.Trace(), HasSubstr((safe ? " catch Exception^ ex task Save out  : "
+                                                  : " catch Exception^ ex 2 task Save out  : ") +
+                                            homeless.error));
+    EXPECT_EQ(homeless.handler.m_objWebAccess.m_fldCurrent.ToString(),
+              ews::FolderId(WellKnownFolderName::Tasks).ToString());
+    EXPECT_FALSE(homeless.handler.CheckIfDublicateItemPresent(u"StartDate:2024-03-11"));
   }
 }
 

@@ -14,6 +14,7 @@ namespace {
 
 using client_test::Wide;
 using test_support::TemporaryFolder;
+using testing::HasSubstr;
 
 void WriteItem(const TemporaryFolder& folder, const std::string& place, const std::string& type,
                const std::string& lines) {
@@ -72,6 +73,65 @@ TEST(OtherItems, EachArrivesOnceInAFolderOfItsKind) {
     EXPECT_EQ(SummaryOf(Migrate(folder, {"--adopt"}))["there_already"], 9);
     EXPECT_EQ(ElementsByFolder(folder)["People Contact"], 2);
   }
+}
+
+TEST(OtherItems, RichTextOfEveryKindArrivesWithItsPictures) {
+  const TemporaryFolder folder;
+  std::filesystem::copy(TARNY_SOURCE "/samples/diary", folder.File("source"),
+                        std::filesystem::copy_options::recursive);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 3);
+  std::map<std::string, std::size_t> pictures;
+  for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
+    pictures[item.folder + " " + item.info.element] = item.attachments.size();
+    for (const mailbox::AttachmentInfo& file : item.attachmentInfos) {
+      EXPECT_THAT(item.info.body, HasSubstr("<img src=\"cid:" + file.contentId + "\""));
+    }
+  }
+  EXPECT_EQ(pictures, (std::map<std::string, std::size_t>{{"Calendar/Harbour CalendarItem", 2},
+                                                          {"Tasks/Harbour Task", 1},
+                                                          {"Harbour Contact", 1}}));
+  EXPECT_EQ(SummaryOf(Migrate(folder))["there_already"], 3);
+}
+
+// What its user may have gone on with in the target is neither doubled nor overwritten.
+TEST(OtherItems, AChangedEventIsToldAndItsEarlierVersionStays) {
+  const TemporaryFolder folder;
+  const auto write = [&](const std::string& lines) {
+    folder.Write("source/port.ics",
+                 "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:round@x\r\n"
+                 "DTSTART:20240305T090000Z\r\n" +
+                     lines + "END:VEVENT\r\nEND:VCALENDAR\r\n");
+  };
+  const auto subjects = [&] {
+    std::vector<std::string> found;
+    for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
+      found.push_back(item.info.subject);
+    }
+    return found;
+  };
+  // Occurrences that no series of Exchange has are a loss.
+  write("SUMMARY:a\r\nRRULE:FREQ=MONTHLY;BYMONTHDAY=5,20\r\n");
+  const nlohmann::json first = SummaryOf(Migrate(folder), 1);
+  EXPECT_EQ(first["sent"], 1);
+  EXPECT_EQ(first["arrived_reduced"], 1);
+  EXPECT_THAT(first.dump(), HasSubstr("arrived reduced, left out: all occurrences but the first"));
+  EXPECT_EQ(SummaryOf(Migrate(folder))["there_already"], 1);
+
+  write("SUMMARY:b\r\nSEQUENCE:1\r\n");
+  for (int run = 0; run < 2; ++run) {
+    const nlohmann::json changed = SummaryOf(Migrate(folder), 1);
+    EXPECT_EQ(changed["failed"], 1);
+    EXPECT_THAT(changed["failures"].dump(), HasSubstr("UID round@x is there already"));
+    EXPECT_EQ(subjects(), std::vector<std::string>{"a"});
+  }
+  const std::vector<std::string> show = {"mailbox", "show", "--data", folder.File("mailbox"), "1"};
+  EXPECT_THAT(RunProgram("tarny", show, folder.Path()).out,
+              HasSubstr("Start:   2024-03-05T09:00:00Z\n"));
+
+  ASSERT_TRUE(mailbox::Store(folder.File("mailbox/mailbox.db")).DeleteItem(1));
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 1);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["there_already"], 1);
+  EXPECT_EQ(subjects(), std::vector<std::string>{"b"});
 }
 
 }  // namespace

@@ -88,7 +88,7 @@ void KillAll(const std::vector<pid_t>& engines) {
 TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
   const TemporaryFolder folder;
   const int mails = WriteMails(folder, 240).count;
-  for (const char* const part : {"mail", "calendar", "contacts", "prepared"}) {
+  for (const char* const part : {"mail", "calendar", "contacts", "diary", "prepared"}) {
     fs::copy(fs::path(TARNY_SOURCE) / "samples" / part, folder.File("source/samples ") + part,
              fs::copy_options::recursive);
   }

@@ -2,11 +2,13 @@
 
 #include <filesystem>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "client/run/ArrivedItems.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/LedgerWriter.h"
+#include "client/run/MailKey.h"
 #include "client/run/RunFolder.h"
 #include "client/run/RunIdentity.h"
 #include "client/run/Target.h"
@@ -65,6 +67,34 @@ TEST(Journal, EqualEventsAreKnownByTheirNumberWhereverTheyLieNow) {
     EXPECT_FALSE(taken(arrived, 3, "A"));  // a third is another event
     store(lie[0].first, lie[0].second);
   }
+}
+
+TEST(Journal, AnEarlierVersionHasTheIdOfWhatTheSourceHoldsOtherwiseNow) {
+  const TemporaryFolder folder;
+  Journal journal(folder.File("journal.db"));
+  const auto store = [&](const char* source, const std::string& key, const char* hash) {
+    journal.Store({source, "Calendar\\", hash, key, ItemResult::kArrived, ""});
+  };
+  store("/a.ics#1", ContentKey("u1", "A"), "A");
+  store("/gone.ics#1", ContentKey("u1", "B"), "B");
+  store("/b.ics#1", ContentKey("u1", "C"), "C");  // lies there still
+  store("/a.ics#2", MadeKey("D"), "D");
+  Plan plan;
+  for (const char* location : {"/a.ics#1", "/a.ics#2", "/b.ics#1"}) {
+    plan.entries.push_back({nullptr, {.location = location, .folder = "Calendar\\"}, location});
+    plan.entries.back().item.type = TYPE_CALENDER;
+  }
+  const ArrivedItems arrived(journal, plan);
+  const auto earlier = [&](std::size_t entry, const std::string& id, const std::string& hash) {
+    LoadedItem item;
+    item.hash = hash;
+    item.key = id.empty() ? MadeKey(hash) : ContentKey(id, hash);
+    return arrived.EarlierVersions(plan.entries[entry], item);
+  };
+  EXPECT_THAT(earlier(0, "u1", "E"), testing::UnorderedElementsAre("u1 sha256:A", "u1 sha256:B"));
+  EXPECT_THAT(earlier(0, "u1", "A"), testing::ElementsAre("u1 sha256:B"));
+  EXPECT_TRUE(earlier(0, "u2", "E").empty());
+  EXPECT_TRUE(earlier(1, "", "E").empty());
 }
 
 TEST(Journal, TheFirstContentOfAFolderKeepsThePlainKey) {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "client/run/WorkFolder.h"
 #include "client/sources/PreparedItem.h"
 #include "pipeline/ItemDescriptor.h"
 #include "tests/client/WideText.h"
@@ -33,13 +34,17 @@ class OtherItems : public testing::Test {
     tzset();
   }
   ST_EML_INFO Write(std::int32_t type, const std::string& text, const std::string& key = "k") {
-    m_left = WriteOther(m_folder.Path(), type, text, key);
+    EmptyWorkFolder(m_folder.Path());
+    LeftOut left = WriteOther(m_folder.Path(), type, text, key);
+    m_left = std::move(left.texts);
+    m_isReduced = left.isReduced;
     return ReadPreparedItem(m_folder.Path());
   }
   json Props() const { return json::parse(ReadAll(m_folder.File("ItemProps.json"))); }
 
   TemporaryFolder m_folder;
   std::vector<std::string> m_left;
+  bool m_isReduced = false;
 };
 
 std::string Event(const std::string& lines) {
@@ -150,7 +155,7 @@ TEST_F(OtherItems, AContactIsTaggedAndWholeInItsProperties) {
   EXPECT_THAT(m_left, IsEmpty());
 
   const TemporaryFolder other;
-  EXPECT_THAT(WriteOther(other.Path(), TYPE_CONTACT, card, /*key=*/""),
+  EXPECT_THAT(WriteOther(other.Path(), TYPE_CONTACT, card, /*key=*/"").texts,
               ElementsAre("what a descriptor has no place for of contact, sensitivity"));
   EXPECT_FALSE(std::filesystem::exists(other.File("ItemProps.json")));
 }
@@ -168,6 +173,7 @@ TEST_F(OtherItems, AGroupNamesThoseWithAnAddress) {
   EXPECT_EQ(info.strListDescription, u"of the night");
   EXPECT_EQ(info.strGroup, u"\"Dee\" <d@x.example>;c@x.example");
   EXPECT_THAT(m_left, ElementsAre("TEL 1", "the member odd;@x.example"));
+  EXPECT_TRUE(m_isReduced);
   EXPECT_EQ(Props()["categories"], json({"Port", "Work"}));
 }
 

@@ -51,9 +51,12 @@ TEST(PreparedItem, AFolderWithADescriptorIsOneItemOfTheFolderAboveIt) {
 TEST(PreparedItem, AFolderTakesOneKindAndTheOthersGoBelowTheirOwn) {
   const TemporaryFolder folder;
   const std::pair<const char*, const char*> items[] = {
-      {"1", "CALENDAR"},       {"2", "NOTHING"},          {"Crew/1", "DIST_LIST"},
-      {"Crew/2", "CONTACT"},   {"Crew/3", "TASK"},        {"Team/Old/1", "CALENDAR"},
-      {"Team/Old/2", "EMAIL"}, {"Team/Old/3", "CONTACT"},
+      {"1", "CALENDAR"},           {"2", "NOTHING"},
+      {"Crew/1", "DIST_LIST"},     {"Crew/2", "CONTACT"},
+      {"Crew/3", "TASK"},          {"Team/Old/1", "CALENDAR"},
+      {"Team/Old/2", "EMAIL"},     {"Team/Old/3", "CONTACT"},
+      {"Calendar/1", "EMAIL"},     {"Calendar/2", "CALENDAR"},
+      {"CALENDAR/Old/1", "EMAIL"}, {"contacts/1", "CONTACT"},
   };
   for (const auto& [place, type] : items) {
     folder.Write(std::string("s/") + place + "/11comtextjj.t", Descriptor(type, ""));
@@ -61,14 +64,19 @@ TEST(PreparedItem, AFolderTakesOneKindAndTheOthersGoBelowTheirOwn) {
   std::map<std::string, std::string> folders;
   const Plan plan = MakePlan({folder.File("s")});
   for (const Plan::Entry& entry : plan.entries) folders[entry.name] = entry.item.folder;
-  EXPECT_EQ(folders, (std::map<std::string, std::string>{{"1", "Calendar\\"},
-                                                         {"2", "Inbox\\"},
-                                                         {"Crew/1", "Crew\\"},
-                                                         {"Crew/2", "Crew\\"},
-                                                         {"Crew/3", "Tasks\\Crew\\"},
-                                                         {"Team/Old/1", "Calendar\\Team\\Old\\"},
-                                                         {"Team/Old/2", "Team\\Old\\"},
-                                                         {"Team/Old/3", "Contacts\\Team\\Old\\"}}));
+  EXPECT_EQ(folders,
+            (std::map<std::string, std::string>{{"1", "Calendar\\"},
+                                                {"2", "Inbox\\"},
+                                                {"Crew/1", "Crew\\"},
+                                                {"Crew/2", "Crew\\"},
+                                                {"Crew/3", "Tasks\\Crew\\"},
+                                                {"Team/Old/1", "Calendar\\Team\\Old\\"},
+                                                {"Team/Old/2", "Team\\Old\\"},
+                                                {"Team/Old/3", "Contacts\\Team\\Old\\"},
+                                                {"Calendar/1", "Inbox\\Calendar\\"},
+                                                {"Calendar/2", "Calendar\\"},
+                                                {"CALENDAR/Old/1", "Inbox\\CALENDAR\\Old\\"},
+                                                {"contacts/1", "contacts\\"}}));
 }
 
 TEST(PreparedItem, ItIsReadInAFolderOfAnyName) {

@@ -250,6 +250,7 @@ TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
     std::string lines;
     std::size_t kept;  // deleted and changed occurrences
     std::vector<std::string> left;
+    bool isReduced = false;
   };
   for (const Case& each : {
            Case{"RRULE:FREQ=WEEKLY;COUNT=3\nEXDATE:20240312T090000,20240313T090000\n"
@@ -260,7 +261,13 @@ TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
                     "20240306T090000\nSTATUS:CANCELLED\n" + next + "20240319T090000\nSUMMARY:x\n",
                 1,
                 {"a changed occurrence on a day that the rule does not name: 2024-03-26",
-                 "the deletion of a day that the rule does not name: 2024-03-06"}},
+                 "the deletion of a day that the rule does not name: 2024-03-06"},
+                true},
+           Case{"RRULE:FREQ=MONTHLY;BYMONTHDAY=5,20\n",
+                0,
+                {"all occurrences but the first, of a rule that Exchange does not have: "
+                 "FREQ=MONTHLY;BYMONTHDAY=5,20"},
+                true},
            Case{"RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=1TU\nEXDATE:20250304T090000,20250401T090000\n",
                 1,
                 {"the deletion of a day that the rule does not name: 2025-04-01"}},
@@ -279,9 +286,11 @@ TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
                  "the comment of the occurrence of 2024-03-12"}},
            Case{"RRULE:FREQ=WEEKLY;BYDAY=WE\nEXDATE:20240313T090000\n",
                 1,
-                {"the first occurrence, on a day that the rule does not name: 2024-03-05"}},
+                {"the first occurrence, on a day that the rule does not name: 2024-03-05"},
+                true},
        }) {
     const CalendarItem item = Read(first + each.lines);
+    EXPECT_EQ(item.isReduced, each.isReduced) << each.lines;
     EXPECT_EQ(item.deleted.size() + item.changed.size(), each.kept) << each.lines;
     EXPECT_EQ(item.left, each.left) << each.lines;
   }
