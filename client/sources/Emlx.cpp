@@ -55,7 +55,7 @@ EmlxState ReadEmlxState(std::string_view list) {
 }
 
 bool IsEmlxName(std::string_view name) {
-  return EndsWithNoCase(name, ".emlx") && !IsPartialEmlxName(name);
+  return EndsWithNoCase(name, ".emlx");
 }
 
 bool IsPartialEmlxName(std::string_view name) { return EndsWithNoCase(name, ".partial.emlx"); }
