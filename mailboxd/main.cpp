@@ -14,6 +14,7 @@
 
 #include "charset/LibraryNarrow.h"
 #include "mailboxd/Server.h"
+#include "mailboxd/store/FolderLanguages.h"
 #include "platform/UniqueFd.h"
 
 namespace {
@@ -25,6 +26,7 @@ constexpr int kUsageCode = 2;
 struct Arguments {
   mailbox::ServerOptions server;
   std::string passwordFile;
+  std::string language = "en";
   bool untilStdinCloses = false;
 };
 
@@ -119,6 +121,8 @@ void AddOptions(CLI::App& app, Arguments& arguments) {
       "expired:N, broken:N, close:N, drop-before:N, drop-in:N, drop:N, drop-saved:N, latency:MS,\n"
       "hold:MS; STATUS, drop and latency also behind token: or autodiscover:. The same by POST to\n"
       "/faults, a line each, with a login as any request has; DELETE ends them");
+  app.add_option("--language", arguments.language,
+                 "Name the folders of new mailboxes as those of that language are: ar, de, en, ja");
   app.add_option("--log", server.logFile,
                  "Append a line for each request: time, method, path, operation, mailbox, status,\n"
                  "bytes in and out, microseconds")
@@ -156,6 +160,9 @@ int main(int argc, char** argv) {
   }
   if (const char* missing = MissingOf(arguments); *missing != '\0') {
     return Fail(kUsageCode, missing);
+  }
+  if (!mailbox::SetFolderLanguage(arguments.language)) {
+    return Fail(kUsageCode, "--language is ar, de, en or ja");
   }
   mailbox::ServerOptions& server = arguments.server;
   if (arguments.untilStdinCloses) {

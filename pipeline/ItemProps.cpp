@@ -26,9 +26,11 @@ constexpr int kIconIndex = 0x1080;
 constexpr std::int32_t kReadAndUnsent = 1 | 8;
 constexpr std::int32_t kFlagged = 2;
 
+// What the mailbox has of a mail that was answered or passed on; nothing of any other.
 struct Reply {
-  std::int32_t nVerb;
-  std::int32_t nIcon;
+  std::optional<std::int32_t> nVerb = {};
+  std::optional<std::int32_t> nIcon = {};
+  bool operator==(const Reply&) const = default;
 };
 constexpr Reply kReplied{102, 0x105};
 constexpr Reply kForwarded{104, 0x106};
@@ -100,8 +102,15 @@ void Note(std::vector<CString>& arrNotes, const char16_t* pszText) {
   arrNotes.push_back(CString(kItemPropsFile) + u" " + pszText);
 }
 
+ExtendedPropertyDefinition IntegerOf(int nTag) { return {nTag, MapiPropertyType::Integer}; }
+
 void SetInteger(ews::Item& objItem, int nTag, std::int32_t nValue) {
-  objItem.SetExtendedProperty(ExtendedPropertyDefinition(nTag, MapiPropertyType::Integer), nValue);
+  objItem.SetExtendedProperty(IntegerOf(nTag), nValue);
+}
+
+Reply ReplyOf(const ItemProps& objProps) {
+  if (objProps.bForwarded) return kForwarded;
+  return objProps.bAnswered ? kReplied : Reply{};
 }
 
 void SetTime(ews::Item& objItem, int nTag, const std::optional<ews::UtcTime>& objTime) {
@@ -148,13 +157,30 @@ void ApplyItemProps(const ItemProps& objProps, ews::Item& objItem) {
   }
   SetTime(objItem, kMessageDeliveryTime, objProps.objReceived);
   SetTime(objItem, kClientSubmitTime, objProps.objSent);
-  if (objProps.bAnswered || objProps.bForwarded) {
-    const Reply& objReply = objProps.bForwarded ? kForwarded : kReplied;
-    SetInteger(objItem, kLastVerb, objReply.nVerb);
-    SetInteger(objItem, kIconIndex, objReply.nIcon);
+  if (const Reply objReply = ReplyOf(objProps); objReply.nVerb) {
+    SetInteger(objItem, kLastVerb, *objReply.nVerb);
+    SetInteger(objItem, kIconIndex, *objReply.nIcon);
   }
   if (objProps.bFlagged) SetInteger(objItem, kFlagStatus, kFlagged);
   if (objProps.bDraft) SetInteger(objItem, kMessageFlags, kReadAndUnsent);
   if (objProps.eSensitivity) objItem.SetSensitivity(*objProps.eSensitivity);
   if (!objProps.arrCategories.empty()) objItem.SetCategories(objProps.arrCategories);
+}
+
+ews::MailChanges ChangesOfState(const ItemProps& objBefore, const ItemProps& objNow) {
+  ews::MailChanges objChanges;
+  const Reply objReply = ReplyOf(objNow);
+  if (ReplyOf(objBefore) != objReply) {
+    objChanges.arrProperties.push_back({IntegerOf(kLastVerb), objReply.nVerb});
+    objChanges.arrProperties.push_back({IntegerOf(kIconIndex), objReply.nIcon});
+  }
+  if (objBefore.bFlagged != objNow.bFlagged) {
+    const std::optional<std::int32_t> nStatus =
+        objNow.bFlagged ? std::optional(kFlagged) : std::nullopt;
+    objChanges.arrProperties.push_back({IntegerOf(kFlagStatus), nStatus});
+  }
+  if (objBefore.arrCategories != objNow.arrCategories) {
+    objChanges.arrCategories = objNow.arrCategories;
+  }
+  return objChanges;
 }

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "ews/ExtendedProperty.h"
+#include "ews/StoredMail.h"
 #include "platform/CString.h"
 
 namespace ews {
@@ -44,3 +45,6 @@ ItemProps ParseItemProps(std::string_view strJson, std::vector<CString>& arrNote
 
 // Sets what is there on the item; what is not there stays as it was.
 void ApplyItemProps(const ItemProps& objProps, ews::Item& objItem);
+// What makes the flags and categories of a saved mail those of objNow, where they were those of
+// objBefore. A draft stays what it was.
+ews::MailChanges ChangesOfState(const ItemProps& objBefore, const ItemProps& objNow);

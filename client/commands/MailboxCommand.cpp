@@ -35,8 +35,7 @@ int RunMailbox(const Arguments& arguments) {
   std::string data;
   MailboxListing listing;
   MailboxItemView view;
-  std::string exported;  // address; empty for all
-  std::string out;
+  MailboxExport exported;
   CLI::App app("Shows what a local mailbox holds, also while it is served.", "tarny mailbox");
   app.require_subcommand(1);
   CLI::App* list = AddCommand(app, "ls", "Mailboxes and folders with their counts", data);
@@ -52,14 +51,17 @@ int RunMailbox(const Arguments& arguments) {
       ->excludes(asJson)
       ->excludes(asHtml);
   CLI::App* save = AddCommand(app, "export", "Writes all items as .eml, .ics and .vcf files", data);
-  save->add_option("--mailbox", exported, "Only the mailbox of that address");
-  save->add_option("OUT", out, "A folder that is new or empty")->required();
+  save->add_option("--mailbox", exported.address, "Only the mailbox of that address");
+  save->add_flag("--maildir", exported.maildir,
+                 "Mails alone, with their state, as a Maildir for each mailbox: the Inbox is its "
+                 "root, the other folders lie in it");
+  save->add_option("OUT", exported.out, "A folder that is new or empty")->required();
   int exitCode = kExitDone;
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
   const auto store =
       OpenStore(std::filesystem::is_regular_file(data) ? data : data + "/mailbox.db");
   if (*show) return ShowMailboxItem(*store, view);
-  return *save ? ExportMailboxes(*store, exported, out) : ListMailboxes(*store, listing);
+  return *save ? ExportMailboxes(*store, exported) : ListMailboxes(*store, listing);
 }
 
 }  // namespace client

@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "client/commands/ExportedCalendar.h"
 #include "client/commands/ExportedCard.h"
 #include "client/commands/MailboxParts.h"
+#include "client/commands/MaildirExport.h"
 #include "client/run/NewFile.h"
 #include "client/show/ItemMime.h"
 #include "client/show/OutputText.h"
@@ -30,10 +32,12 @@ void MakeFolder(const std::filesystem::path& path) {
   if (error) throw std::runtime_error(path.string() + " cannot be made: " + error.message());
 }
 
-// Gives each name once below a folder, without regard to case, so that the tree can be carried to
-// any file system.
+// Gives each name once below a folder; without regard to case, so that the tree can be carried to
+// any file system, but where case says something.
 class UniqueNames {
  public:
+  enum class Case { kAlike, kApart };
+  explicit UniqueNames(Case letters = Case::kAlike) : m_letters(letters) {}
   std::string Take(const std::string& wanted) {
     int& count = m_counts[Key(wanted)];  // so that many of one name are no matter
     std::string name = wanted;
@@ -42,10 +46,12 @@ class UniqueNames {
   }
 
  private:
-  static std::string Key(std::string name) {
+  std::string Key(std::string name) const {
+    if (m_letters == Case::kApart) return name;
     for (char& c : name) c = mail::toLowerAscii(c);
     return name;
   }
+  Case m_letters;
   std::set<std::string> m_taken;
   std::map<std::string, int> m_counts;
 };
@@ -54,6 +60,8 @@ struct Exported {
   std::uint64_t written = 0;
   std::uint64_t leftOut = 0;      // of kinds that have no form as a file
   std::uint64_t attachments = 0;  // of contacts, left out
+  std::uint64_t categories = 0;   // of mails, likewise
+  bool IsWhole() const { return leftOut == 0 && attachments == 0 && categories == 0; }
 };
 
 // What an item is written as; empty where there is nothing to write.
@@ -98,28 +106,75 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
   }
 }
 
+void ExportMaildir(mailbox::Store& store, const mailbox::FolderInfo& folder,
+                   const std::filesystem::path& place, Exported& count) {
+  MaildirWriter maildir(place);
+  for (const mailbox::ItemInfo& row : ItemsOf(store, folder)) {
+    const std::optional<mailbox::ItemInfo> item = store.Item(row.id);
+    if (!item) continue;  // taken away meanwhile
+    ExportedFile file = FileOf(store, *item, count);
+    const bool isMail = file.extension == std::string_view(".eml") && !file.bytes.empty();
+    ++(isMail ? count.written : count.leftOut);
+    if (isMail) maildir.Write(std::move(file.bytes), *item);
+  }
+  count.categories += maildir.Finish();
+}
+
+// The Inbox is the root, and what lies below it stands below INBOX; the others lie in the root.
+void ExportAsMaildirs(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
+                      Exported& count) {
+  std::map<std::int64_t, std::filesystem::path> places;
+  std::map<std::filesystem::path, UniqueNames> names;
+  for (const mailbox::FolderInfo& folder : store.Folders(id)) {
+    const auto parent = places.find(folder.parent);
+    const std::filesystem::path base = parent == places.end() ? out : parent->second;
+    const bool isInbox = folder.wellKnown == "inbox";
+    const bool isRoot = folder.parent == 0 || folder.wellKnown == "msgfolderroot";
+    const bool isArchive = folder.wellKnown == "archivemsgfolderroot";
+    const std::string level = isInbox     ? "INBOX"
+                              : isArchive ? "In-Place Archive"
+                                          : MaildirLevel(folder.name);
+    auto& siblings = names.try_emplace(base, UniqueNames::Case::kApart).first->second;
+    const std::filesystem::path place = isRoot ? base : base / siblings.Take(level);
+    places[folder.id] = place;
+    if (isInbox || folder.total > 0) ExportMaildir(store, folder, isInbox ? out : place, count);
+  }
+}
+
+void TellLeftOut(const Exported& count, bool maildir) {
+  if (count.attachments > 0) {
+    std::cerr << fmt::format("{} left out of contacts: a card has no place for them\n",
+                             CountOf(count.attachments));
+  }
+  if (count.categories > 0) {
+    std::cerr << fmt::format("{} of mails left out: a Maildir has 26 at most\n",
+                             Counted(count.categories, "category", "categories"));
+  }
+  if (count.leftOut > 0) {
+    std::cerr << fmt::format(
+        "{} left out: {}\n", ItemCount(count.leftOut),
+        maildir ? "a Maildir holds mail alone" : "there is no file for their kind");
+  }
+}
+
 }  // namespace
 
-int ExportMailboxes(mailbox::Store& store, const std::string& address, const std::string& out) {
+int ExportMailboxes(mailbox::Store& store, const MailboxExport& options) {
+  const std::string& out = options.out;
   MakeFolder(out);
   if (!std::filesystem::is_empty(out)) {
     throw std::runtime_error(out + " is there already and not empty");
   }
   Exported count;
   UniqueNames names;
-  for (const mailbox::MailboxInfo& info : ChosenMailboxes(store, address)) {
+  for (const mailbox::MailboxInfo& info : ChosenMailboxes(store, options.address)) {
     const std::string name = names.Take(FileName(MailboxTitle(info.address)));
-    ExportMailbox(store, info.id, std::filesystem::path(out) / name, count);
+    const auto write = options.maildir ? ExportAsMaildirs : ExportMailbox;
+    write(store, info.id, std::filesystem::path(out) / name, count);
   }
   std::cerr << fmt::format("{} written to {}\n", ItemCount(count.written), OneLine(out));
-  if (count.attachments > 0) {
-    std::cerr << fmt::format("{} left out of contacts: a card has no place for them\n",
-                             CountOf(count.attachments));
-  }
-  if (count.leftOut == 0) return count.attachments == 0 ? kExitDone : kExitFailed;
-  std::cerr << fmt::format("{} left out: there is no file for their kind\n",
-                           ItemCount(count.leftOut));
-  return kExitFailed;
+  TellLeftOut(count, options.maildir);
+  return count.IsWhole() ? kExitDone : kExitFailed;
 }
 
 }  // namespace client

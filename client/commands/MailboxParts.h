@@ -26,9 +26,13 @@ struct MailboxItemView {
 };
 int ShowMailboxItem(mailbox::Store& store, const MailboxItemView& options);
 
-// All items of a mailbox, or of all where the address is empty, as .eml, .ics and .vcf files in a
-// folder that is new or empty.
-int ExportMailboxes(mailbox::Store& store, const std::string& address, const std::string& out);
+struct MailboxExport {
+  std::string address;   // only that mailbox; empty for all
+  std::string out;       // a folder that is new or empty
+  bool maildir = false;  // mails alone, as Maildirs
+};
+// All items as .eml, .ics and .vcf files.
+int ExportMailboxes(mailbox::Store& store, const MailboxExport& options);
 
 // What they share.
 

@@ -54,6 +54,10 @@ void LogWaits(const std::string& path) {
   };
 }
 
+bool IsEnough(const Plan& plan, const MigrateOptions& options) {
+  return plan.IsWhole() || options.ignoreLeftOut;
+}
+
 // What would be sent, and whether the target would let us in. What lies on this machine is our own,
 // and not made before something is sent.
 int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
@@ -65,7 +69,7 @@ int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
                  options.engine.patienceGiven, waits, say);
   }
   PrintPlan(plan, options.target.Name(), options.json);
-  return plan.IsWhole() ? kExitDone : kExitFailed;
+  return IsEnough(plan, options) ? kExitDone : kExitFailed;
 }
 
 int Migrate(MigrateOptions& options, Console& console) {
@@ -97,16 +101,16 @@ int Migrate(MigrateOptions& options, Console& console) {
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);
 
-  Migration migration(
-      {run, options.target, engineOptions, local.get(), options.fromMime, options.adopt, &waits},
-      journal, say, [&console](const Step& step) { ShowStep(step, console); });
+  Migration migration({run, options.target, engineOptions, local.get(), options.fromMime,
+                       options.adopt, &waits, options.deleteMissing},
+                      journal, say, [&console](const Step& step) { ShowStep(step, console); });
   const Summary summary = migration.Run(plan);
   if (options.adopt && summary.stopped.empty()) EndAdoption(journal);
   console.EndProgress();
   PrintSummary(summary, plan, options.json);
   std::cout.flush();
   TellEnd(summary, console);
-  return summary.Complete() && plan.IsWhole() ? kExitDone : kExitFailed;
+  return summary.Complete() && IsEnough(plan, options) ? kExitDone : kExitFailed;
 }
 
 }  // namespace

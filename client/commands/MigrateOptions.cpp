@@ -92,14 +92,22 @@ void DescribeSending(CLI::App& app, MigrateOptions& options, Purpose purpose) {
       "--from-mime", options.fromMime,
       "Also hand over subject, names and addresses as the mail's header, decoded here, gives "
       "them; else the server reads them out of the mail"));
-  flags.push_back(app.add_flag(
+  CLI::Option* const adopt = app.add_flag(
       "--adopt", options.adopt,
       "First read what the target's folders hold, and send nothing that is there: for a new run "
-      "folder on a target that was filled before, or sources that moved"));
+      "folder on a target that was filled before, or sources that moved");
+  flags.push_back(adopt);
   flags.push_back(
       app.add_flag("--no-adopt", options.noAdopt,
                    "Send all that a new run folder does not know, though the target holds it")
-          ->excludes(flags.back()));
+          ->excludes(adopt));
+  flags.push_back(
+      app.add_flag("--delete-missing", options.deleteMissing,
+                   "Move mails that this run folder brought, and that are not in the source any "
+                   "more, to the target's deleted items")
+          ->excludes(adopt));
+  flags.push_back(app.add_flag("--ignore-left-out", options.ignoreLeftOut,
+                               "Exit code 0 though something that may be mail was left out"));
   if (purpose == Purpose::kMigrate) return;
   for (CLI::Option* flag : flags) flag->group("");  // known, and not told
 }
@@ -195,6 +203,13 @@ void ReadFolderMap(MigrateOptions& options) {
   }
 }
 
+// Only what carries a key is found again, and can be moved.
+void RequireMovable(const MigrateOptions& options) {
+  if (!options.deleteMissing) return;
+  if (options.target.Store()) throw UsageError("--delete-missing has no meaning with --to store:");
+  if (options.engine.asIs) throw UsageError("--delete-missing has no meaning with --as-is");
+}
+
 void RequireUsable(const Target& target) {
   const std::string problem = TargetProblem(target);
   if (!problem.empty()) throw UsageError(problem);
@@ -203,9 +218,12 @@ void RequireUsable(const Target& target) {
 }  // namespace
 
 void DescribeOptions(CLI::App& app, MigrateOptions& options, Purpose purpose) {
-  app.add_option("SOURCE", options.sources,
-                 "A Maildir, an mbox file, a folder with .eml, .ics and .vcf files and prepared "
-                 "items in it and below, or one such file")
+  app.add_option(
+         "SOURCE", options.sources,
+         "A Maildir, an mbox or MMDF file, a tree of mail as programs keep it (the profile of a "
+         "Thunderbird, several Maildirs, MH, Apple Mail's folders, an export of Gmail, mboxes "
+         "in folders), with .eml, .ics and .vcf files and prepared items in it, or one such "
+         "file")
       ->required();
   app.add_option("--to", options.to,
                  "local:DIR (a mailbox of our own in DIR), store:FILE.pst (a store that the engine "
@@ -250,6 +268,7 @@ void CompleteOptions(MigrateOptions& options) {
              !options.to.starts_with("http://")) {
     throw UsageError("--to is local:DIR, store:FILE, office365, or a URL");
   }
+  RequireMovable(options);
 }
 
 void AskSecrets(MigrateOptions& options) {

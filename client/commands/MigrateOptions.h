@@ -32,6 +32,8 @@ struct MigrateOptions {
   bool fromMime = false;
   bool adopt = false;
   bool noAdopt = false;
+  bool deleteMissing = false;
+  bool ignoreLeftOut = false;
   bool json = false;
   PlanOptions plan;
   std::string folderMap;

@@ -25,12 +25,14 @@ void PlanAsJson(const Plan& plan, const std::string& target) {
                                        {"folders", folders},
                                        {"deleted", plan.deleted},
                                        {"merged", ProblemsAsJson(plan.merged)},
+                                       {"unused_lines", ProblemsAsJson(plan.unusedLines)},
                                        {"left_out", ProblemsAsJson(plan.problems)}});
 }
 
 // What stays in the source as its store wants it.
 void PrintStaying(const Plan& plan) {
   PrintProblems("Folders of the target that take up several of the source", plan.merged);
+  PrintProblems("Lines of --folder-map that no folder of the source fits", plan.unusedLines);
   if (plan.deleted) {
     std::cout << fmt::format(
         "{} deleted in the source and left there (--with-deleted takes them)\n",
@@ -62,6 +64,7 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"arrived_reduced", summary.reduced},
                                        {"there_already", summary.known},
                                        {"equal_in_folder", summary.equal},
+                                       {"updated", summary.updated},
                                        {"failed", summary.failed},
                                        {"not_confirmed", summary.notConfirmed},
                                        {"not_reached", summary.total - summary.seen},
@@ -70,6 +73,9 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"stopped", summary.stopped},
                                        {"deleted", plan.deleted},
                                        {"merged", ProblemsAsJson(plan.merged)},
+                                       {"unused_lines", ProblemsAsJson(plan.unusedLines)},
+                                       {"missing", ProblemsAsJson(summary.missing)},
+                                       {"taken_away", summary.takenAway},
                                        {"failures", ProblemsAsJson(summary.failures)},
                                        {"remarks", ProblemsAsJson(summary.remarks)},
                                        {"doubts", ProblemsAsJson(summary.doubts)},
@@ -80,12 +86,14 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   PrintProblems("Left out", plan.problems);
   PrintProblems("Of earlier runs", summary.doubts);
   PrintProblems("Arrived, with a remark", summary.remarks);
+  PrintProblems("Not in the source any more", summary.missing);
   PrintProblems("Failed", summary.failures);
   const std::string equal =
       summary.equal ? fmt::format(" ({} equal to another mail of their folder)", summary.equal)
                     : std::string();
   std::cout << fmt::format("{}: {} sent, {} there already{}, {} failed", ItemCount(summary.total),
                            summary.sent, summary.known, equal, summary.failed);
+  if (summary.updated) std::cout << fmt::format(", {} updated", summary.updated);
   if (summary.reduced) std::cout << fmt::format(", {} arrived reduced", summary.reduced);
   if (summary.notConfirmed) std::cout << fmt::format(", {} not confirmed", summary.notConfirmed);
   if (summary.seen < summary.total) {
@@ -94,6 +102,13 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   if (!plan.problems.empty()) std::cout << fmt::format(", {} left out", plan.problems.size());
   std::cout << (plan.IsWhole() ? "\n" : "; not all of the source could be read\n");
   PrintStaying(plan);
+  if (summary.takenAway) {
+    std::cout << fmt::format("{} to the target's deleted items\n",
+                             Counted(summary.takenAway, "mail went", "mails went"));
+  } else if (!summary.missing.empty() && !summary.staying) {
+    std::cout << "What is not in the source any more stays in the target (--delete-missing moves "
+                 "it to its deleted items)\n";
+  }
   if (summary.waits) {
     std::cout << fmt::format("Waited {}, {} in all, for the server\n",
                              Counted(summary.waits, "time", "times"),

@@ -41,7 +41,7 @@ FolderMap::FolderMap(std::string_view text) {
     std::string_view target = mail::trimmed(line.substr(tab));
     const bool below = TakeStar(source);
     (void)TakeStar(target);
-    Row row{FoldedName(Levels(source)), Levels(target), below};
+    Row row{FoldedName(Levels(source)), Levels(target), below, std::string(line)};
     if (row.folded.empty() || row.target.empty()) {
       throw std::runtime_error(
           fmt::format("line {}: no folder, tab and folder to put it into", number));
@@ -50,12 +50,13 @@ FolderMap::FolderMap(std::string_view text) {
   }
 }
 
-std::string FolderMap::PlaceOf(const std::string& path) const {
+std::string FolderMap::PlaceOf(const std::string& path) {
   if (m_rows.empty()) return {};
   const std::string folded = FoldedName(path);
-  for (const Row& row : m_rows) {
+  for (Row& row : m_rows) {
+    if (folded != row.folded && !(row.below && folded.starts_with(row.folded))) continue;
+    row.isUsed = true;
     if (folded == row.folded) return row.target;
-    if (!row.below || !folded.starts_with(row.folded)) continue;
     // Folding may change how long a name is, but not how many levels a path has.
     std::size_t at = 0;
     for (auto levels = std::ranges::count(row.folded, '\\'); levels > 0; --levels) {
@@ -64,6 +65,14 @@ std::string FolderMap::PlaceOf(const std::string& path) const {
     return row.target + path.substr(at);
   }
   return {};
+}
+
+std::vector<std::string> FolderMap::Unused() const {
+  std::vector<std::string> lines;
+  for (const Row& row : m_rows) {
+    if (!row.isUsed) lines.push_back(row.line);
+  }
+  return lines;
 }
 
 }  // namespace client

@@ -20,13 +20,17 @@ class FolderMap {
 
   // The path in the target, each level ended by a backslash as those of the source are; empty where
   // no line fits.
-  std::string PlaceOf(const std::string& path) const;
+  std::string PlaceOf(const std::string& path);
+  // The lines that fitted no path so far, as they stand.
+  std::vector<std::string> Unused() const;
 
  private:
   struct Row {
     std::string folded;  // of the path in the source
     std::string target;
     bool below = false;
+    std::string line;
+    bool isUsed = false;
   };
   std::vector<Row> m_rows;
 };

@@ -5,6 +5,7 @@
 #include "client/run/ItemWriter.h"
 #include "client/run/MailKey.h"
 #include "client/run/OtherItems.h"
+#include "client/sources/ContentHash.h"
 #include "mime/MailHeader.h"
 #include "pipeline/ST_EML_INFO.h"
 #include "platform/CString.h"
@@ -49,10 +50,11 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
     item.hash = HashPreparedFiles(entry.item.location, item.files);
   } else {
     item.bytes = entry.source->Read(entry.item);
-    if (!entry.item.IsOther()) item.bytes = MimeBytes(std::move(item.bytes));
+    const bool isMail = !entry.item.IsOther();
+    if (isMail) item.bytes = MimeBytes(std::move(item.bytes));
     item.state = entry.item.state;
-    if (!entry.item.IsOther()) entry.source->AddState(item.bytes, item.state);
-    item.hash = platform::Sha256Hex(item.bytes);
+    if (isMail) entry.source->AddState(item.bytes, item.state);
+    item.hash = isMail ? ContentHash(item.bytes) : platform::Sha256Hex(item.bytes);
   }
   return item;
 }

@@ -14,9 +14,9 @@ namespace client {
 
 // An item as it was read from its source, and the names that it goes by.
 struct LoadedItem {
-  std::string bytes;    // of a mail, as it is sent; of other types as the source gives them
-  PreparedFiles files;  // of a prepared item
-  std::string hash;
+  std::string bytes;      // of a mail, as it is sent; of other types as the source gives them
+  PreparedFiles files;    // of a prepared item
+  std::string hash;       // of what does not change with the state of a mail
   MailState state;        // of a mail
   std::string id;         // as its source has it; may be empty
   std::string ledgerKey;  // empty for a type, and a prepared item without an id, that get no row

@@ -29,6 +29,7 @@ struct RunSetup {
   bool fromMime = false;         // descriptors carry subject and addresses of the mail's header
   bool adopt = false;            // what the target holds already counts as known
   ServerWaits* waits = nullptr;  // not owned; notes what the engine tells
+  bool deleteMissing = false;    // mails that are not in the source any more go to deleted items
 
   bool IsSafe() const;  // the engine works with its safeguards
 };

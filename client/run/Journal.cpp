@@ -18,6 +18,9 @@ constexpr std::string_view kSchema =
     "CREATE TABLE IF NOT EXISTS begun (folder TEXT NOT NULL, key TEXT NOT NULL,"
     " time TEXT NOT NULL, tries INTEGER NOT NULL DEFAULT 1, PRIMARY KEY (folder, key))"
     " WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS mail (folder TEXT NOT NULL, hash TEXT NOT NULL, key TEXT NOT NULL,"
+    " ledger_key TEXT NOT NULL, state TEXT NOT NULL, source TEXT NOT NULL, origin INTEGER NOT NULL,"
+    " PRIMARY KEY (folder, hash)) WITHOUT ROWID;"
     // A trigger, so that an item's result and the end of its doubt are one write to the disk.
     "CREATE TRIGGER IF NOT EXISTS item_settled AFTER INSERT ON item WHEN NEW.result IN (0, 1)"
     " BEGIN DELETE FROM begun WHERE folder = NEW.folder AND key = NEW.key; END;";
@@ -31,6 +34,17 @@ platform::SqliteStatement InsertOf(platform::SqliteDatabase& database, const Jou
   insert.Bind(1, entry.source).Bind(2, entry.folder).Bind(3, entry.hash).Bind(4, entry.key);
   insert.Bind(5, static_cast<std::int64_t>(entry.result)).Bind(6, entry.text);
   return insert;
+}
+
+// Of the columns of its table, in their order.
+KnownMail MailIn(const platform::SqliteStatement& row) {
+  return {std::string(row.Text(0)),
+          std::string(row.Text(1)),
+          std::string(row.Text(2)),
+          std::string(row.Text(3)),
+          std::string(row.Text(4)),
+          std::string(row.Text(5)),
+          static_cast<KnownMail::Origin>(row.Int(6))};
 }
 
 }  // namespace
@@ -80,6 +94,28 @@ void Journal::StoreUnread(const JournalEntry& entry) {
       m_database.Prepare("SELECT 1 FROM item WHERE source = ?1 AND result = ?2");
   query.Bind(1, entry.source).Bind(2, static_cast<std::int64_t>(ItemResult::kArrived));
   if (!query.Step()) StoreFound(entry);
+}
+
+std::optional<KnownMail> Journal::MailOf(std::string_view folder, std::string_view hash) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT * FROM mail WHERE folder = ?1 AND hash = ?2");
+  if (!query.Bind(1, folder).Bind(2, hash).Step()) return std::nullopt;
+  return MailIn(query);
+}
+
+void Journal::KeepMail(const KnownMail& mail) {
+  platform::SqliteStatement insert =
+      m_database.Prepare("INSERT OR REPLACE INTO mail VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+  insert.Bind(1, mail.folder).Bind(2, mail.hash).Bind(3, mail.key).Bind(4, mail.ledgerKey);
+  insert.Bind(5, mail.state).Bind(6, mail.source);
+  insert.Bind(7, static_cast<std::int64_t>(mail.origin)).Run();
+}
+
+void Journal::EachBrought(const std::function<void(const KnownMail&)>& take) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT * FROM mail WHERE origin = ?1 ORDER BY folder, hash");
+  query.Bind(1, static_cast<std::int64_t>(KnownMail::Origin::kBrought));
+  while (query.Step()) take(MailIn(query));
 }
 
 bool Journal::IsNew() {

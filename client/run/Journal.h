@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,6 +28,20 @@ struct JournalEntry {
   std::string text;  // remark or reason
 };
 
+// A mail that stands in the target, as the run knows it.
+struct KnownMail {
+  // How it came there; one that was taken away again counts as any that was never there.
+  enum class Origin { kFound = 0, kBrought = 1, kTakenAway = 2 };
+
+  std::string folder;
+  std::string hash;
+  std::string key;        // on the item in the target
+  std::string ledgerKey;  // of its row
+  std::string state;      // that the target was told last
+  std::string source;     // where it lay last
+  Origin origin = Origin::kFound;
+};
+
 // The memory of a run: what was sent, and which mail owns which ledger key. An SQLite file; each
 // change outlives the death of this process, and where its function says "durable", or one that
 // comes later does, a loss of power, too. Texts are UTF-8, or bytes as a source gave them. Every
@@ -48,6 +63,13 @@ class Journal {
   void StoreFound(const JournalEntry& entry);
   // Of an item that cannot be read now; an entry that says that it has arrived stays. Not durable.
   void StoreUnread(const JournalEntry& entry);
+
+  // By folder and hash.
+  std::optional<KnownMail> MailOf(std::string_view folder, std::string_view hash);
+  // In place of what is known of that folder and hash. Not durable.
+  void KeepMail(const KnownMail& mail);
+  // Hands over every mail that the run brought and did not take away again, by folder.
+  void EachBrought(const std::function<void(const KnownMail&)>& take);
 
   // True if no command ever left.
   bool IsNew();

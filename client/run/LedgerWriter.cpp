@@ -25,4 +25,16 @@ void LedgerWriter::Enter(std::string_view folder, std::string_view key, std::str
       .Run();
 }
 
+void LedgerWriter::Remove(std::string_view folder, std::string_view key, std::string_view login) {
+  Open();
+  m_database
+      .Prepare(
+          "DELETE FROM MAILBOXINFO WHERE MESSAGE_ID = ?1 AND +FOLDERNAME = ?2 AND"
+          " +TARGET = ?3")
+      .Bind(1, key)
+      .Bind(2, LedgerFolder(folder))
+      .Bind(3, login)
+      .Run();
+}
+
 }  // namespace client

@@ -16,6 +16,8 @@ class LedgerWriter {
   // One row, as the engine writes it behind a save; makes the ledger where there is none. Texts are
   // UTF-8, the folder as the engine was given it. Throws platform::SqliteError.
   void Enter(std::string_view folder, std::string_view key, std::string_view login);
+  // Takes away the rows of an item that is not in the target any more.
+  void Remove(std::string_view folder, std::string_view key, std::string_view login);
   // As LedgerLook::Close.
   void Close() { m_database.Close(); }
 

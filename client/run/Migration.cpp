@@ -18,8 +18,8 @@
 #include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
-#include "pipeline/ST_EML_INFO.h"
 #include "platform/EndpointClient.h"
+#include "platform/Sha256.h"
 
 namespace client {
 
@@ -107,7 +107,9 @@ Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep on
       m_sender(m_setup, m_journal, m_ledger, say),
       m_look(LookAt(m_setup.target)),
       m_unknown(*m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()),
-      m_late(m_unknown) {}
+      m_late(m_unknown),
+      m_second(m_setup.target, *m_look, m_journal, m_rows, m_setup.IsSafe()),
+      m_mayBeOlder(!m_journal.IsNew()) {}
 
 Summary Migration::Run(const Plan& plan) {
   m_summary = {};
@@ -130,6 +132,7 @@ Summary Migration::Run(const Plan& plan) {
     }
     TakeUpRest();
     LookForLateCopies();
+    if (m_summary.stopped.empty()) TellMissing(plan);
     if (m_summary.stopped.empty()) MakeFolders(plan.emptyFolders);
     std::ranges::move(StillUnknown(), std::back_inserter(doubts));
   } catch (const platform::SqliteError& error) {
@@ -210,14 +213,15 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   Outcome outcome;
   try {
     work.item = ItemLoader::Load(entry);
-    const bool isEqual = IsEqualToAnother(work);
+    work.isEqual = IsEqualToAnother(work);
     const bool known = IsKnown(work);
-    if (known && isEqual) ++m_summary.equal;
-    if (known && !m_setup.adopt) return {Outcome::Kind::kKnown, {}};
-    m_loader.Name(entry, work.item);
+    if (known && work.isEqual) ++m_summary.equal;
+    if (known && work.mail && !m_setup.adopt) return KnownAgain(work);
+    if (known && !entry.IsMail() && !m_setup.adopt) return {Outcome::Kind::kKnown, {}};
+    Name(work);
     // What stands for it in the target stands for no other.
     const bool found = m_adoption && m_adoption->Take(entry.item.folder, work.item);
-    if (known) return {Outcome::Kind::kKnown, {}};
+    if (known) return KnownAgain(work);
     if (!found) {
       if (std::optional<Outcome> changed = WhereChanged(work)) return *changed;
     }
@@ -226,10 +230,15 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
       cutOff = Reduction::kNone;
     }
     outcome = HandleWork(work, found);
-    if (outcome.kind == Outcome::Kind::kKnown && isEqual) ++m_summary.equal;
+    if (outcome.kind == Outcome::Kind::kKnown && work.isEqual) ++m_summary.equal;
     TellLeftOut(outcome);
     TellReduced(work, cutOff, outcome);
+    if (outcome.kind == Outcome::Kind::kKnown) {
+      Outcome told = KnownAgain(work);
+      outcome = {told.kind, Joined(outcome.text, told.text)};
+    }
   } catch (const SourceError& error) {
+    m_second.SeeUnread(entry);
     outcome = {Outcome::Kind::kFailed, error.what()};
   } catch (const WriteError& error) {
     outcome = {Outcome::Kind::kFailed, error.what()};
@@ -244,21 +253,54 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
 
 // Mails of one folder whose bytes are the same are one mail there.
 bool Migration::IsEqualToAnother(const Work& work) {
-  if (work.entry.item.type != TYPE_EMAIL) return false;
+  if (!work.entry.IsMail()) return false;
   return !m_contents.insert(std::hash<std::string>()(work.entry.item.folder + work.item.hash))
               .second;
 }
 
-bool Migration::IsKnown(const Work& work) {
+bool Migration::IsKnown(Work& work) {
   const Plan::Entry& entry = work.entry;
   if (ArrivedItems::Has(entry)) return m_arrived->Take(entry, work.item.hash);
+  if (entry.IsMail()) return IsKnownMail(work);
   return m_journal.HasArrived(entry.item.location, entry.item.folder, work.item.hash);
+}
+
+bool Migration::IsKnownMail(Work& work) {
+  const SourceItem& item = work.entry.item;
+  m_second.See(work.entry, work.item);
+  work.mail = m_journal.MailOf(item.folder, work.item.hash);
+  if (work.mail) return work.mail->origin != KnownMail::Origin::kTakenAway;
+  if (m_journal.HasArrived(item.location, item.folder, work.item.hash)) return true;
+  if (!m_mayBeOlder) return false;
+  std::string whole = platform::Sha256Hex(work.item.bytes);
+  if (!m_journal.HasArrived(item.location, item.folder, whole)) return false;
+  work.olderHash = std::move(whole);
+  return true;
+}
+
+// The keys of an earlier version were made of all bytes.
+void Migration::Name(Work& work) {
+  if (work.olderHash.empty()) return m_loader.Name(work.entry, work.item);
+  std::swap(work.item.hash, work.olderHash);
+  m_loader.Name(work.entry, work.item);
+  std::swap(work.item.hash, work.olderHash);
+}
+
+Outcome Migration::KnownAgain(const Work& work) {
+  using enum KnownMail::Origin;
+  if (!work.entry.IsMail() || work.isEqual) return {Outcome::Kind::kKnown, {}};
+  if (work.mail && work.mail->origin != kTakenAway) {
+    return m_second.TellState(*work.mail, work.entry, work.item);
+  }
+  m_journal.KeepMail(SecondPass::MailOf(work.entry, work.item, work.wasBegun ? kBrought : kFound));
+  return {Outcome::Kind::kKnown, {}};
 }
 
 Outcome Migration::HandleWork(Work& work, bool found) {
   m_sender.Mark();
   const auto open = m_journal.OpenFor(work.entry.item.folder, work.item.key);
   const bool isOld = open && open->since >= kFreshDoubt;
+  work.wasBegun = open.has_value();
   if (open) work.sent = static_cast<std::size_t>(open->tries);
   if (open && !isOld) work.lost = Lost(ews::Transport().Now() - open->since, TimeToFinish({}));
   // A row without a journal entry: an earlier run was cut off between the two.
@@ -512,6 +554,29 @@ void Migration::LookForLateCopies() {
   });
 }
 
+// A source that could not be read whole tells of nothing that it is not there.
+void Migration::TellMissing(const Plan& plan) {
+  if (!plan.IsWhole()) return;
+  const SecondPass::Gone gone = m_second.Missing();
+  for (const KnownMail& mail : gone.mails) m_summary.missing.push_back({mail.source, mail.folder});
+  if (m_setup.deleteMissing) TakeAway(gone);
+}
+
+void Migration::TakeAway(const SecondPass::Gone& gone) {
+  const bool isAll = !gone.mails.empty() && gone.mails.size() == gone.brought;
+  for (const KnownMail& mail : gone.mails) {
+    if (StopRequested()) {
+      m_summary.stopped = "asked to stop";
+      return;
+    }
+    const std::string reason =
+        isAll ? "nothing of what was brought is in the source any more; is it the right one?"
+              : m_second.TakeAway(mail);
+    ++(reason.empty() ? m_summary.takenAway : m_summary.staying);
+    if (!reason.empty()) m_summary.failures.push_back({mail.source, "stays there: " + reason});
+  }
+}
+
 void Migration::MakeFolders(const std::vector<std::string>& folders) {
   for (const std::string& folder : folders) {
     if (StopRequested()) m_summary.stopped = "asked to stop";
@@ -615,10 +680,15 @@ void Migration::Keep(const Work& work, const Outcome& outcome) {
     if (work.sent == 0) m_journal.Forget(work.entry.item.folder, work.item.key);
     return;
   }
+  if (outcome.kind == Outcome::Kind::kSent && work.entry.IsMail()) {
+    m_journal.KeepMail(SecondPass::MailOf(work.entry, work.item, KnownMail::Origin::kBrought));
+  }
   const JournalEntry entry = EntryOf(work, outcome);
   if (entry.hash.empty()) return m_journal.StoreUnread(entry);
   // What was found there is found again should the entry be lost.
-  outcome.kind == Outcome::Kind::kKnown ? m_journal.StoreFound(entry) : m_journal.Store(entry);
+  const bool isFound =
+      outcome.kind == Outcome::Kind::kKnown || outcome.kind == Outcome::Kind::kUpdated;
+  isFound ? m_journal.StoreFound(entry) : m_journal.Store(entry);
 }
 
 void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
@@ -631,6 +701,9 @@ void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
   if (outcome.kind == Outcome::Kind::kSent) word = {&m_summary.sent, "sent", &m_summary.remarks};
   if (outcome.kind == Outcome::Kind::kKnown) {
     word = {&m_summary.known, "there already", &m_summary.remarks};
+  }
+  if (outcome.kind == Outcome::Kind::kUpdated) {
+    word = {&m_summary.updated, "updated", &m_summary.remarks};
   }
   if (outcome.kind == Outcome::Kind::kNotConfirmed) {
     word = {&m_summary.notConfirmed, "NOT CONFIRMED", &m_summary.failures};

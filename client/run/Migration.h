@@ -21,6 +21,7 @@
 #include "client/run/Outcome.h"
 #include "client/run/Plan.h"
 #include "client/run/RunMessages.h"
+#include "client/run/SecondPass.h"
 #include "client/run/TargetLook.h"
 #include "client/run/UnknownOutcome.h"
 #include "ews/Outage.h"
@@ -33,6 +34,7 @@ struct Summary {
   std::uint64_t sent = 0;
   std::uint64_t known = 0;    // arrived before this run, or the same mail twice in one folder
   std::uint64_t equal = 0;    // of these, mails that are the same as one before in their folder
+  std::uint64_t updated = 0;  // the same, and its state changed since
   std::uint64_t reduced = 0;  // arrived without what made them too large for the target
   std::uint64_t failed = 0;
   std::uint64_t notConfirmed = 0;
@@ -43,12 +45,16 @@ struct Summary {
   std::string stopped;               // why the run stopped early; empty when it did not
   std::vector<SourceProblem> failures;
   std::vector<SourceProblem> remarks;  // arrived, with a text
+  // What the run brought and the source has not any more: where it lay, and its folder.
+  std::vector<SourceProblem> missing;
+  std::uint64_t takenAway = 0;  // of those, to the target's deleted items
+  std::uint64_t staying = 0;    // of those, though asked to be taken away
   // Of earlier runs: what may be there twice, and what arrived reduced.
   std::vector<SourceProblem> doubts;
 
   bool Complete() const {
     return stopped.empty() && failed == 0 && notConfirmed == 0 && reduced == 0 &&
-           foldersMissing == 0;
+           foldersMissing == 0 && staying == 0;
   }
 };
 
@@ -69,11 +75,15 @@ class Migration {
 
     const Plan::Entry& entry;
     LoadedItem item;
+    bool isEqual = false;              // to another mail of its folder, which is taken up already
     std::size_t sent = 0;              // tries, earlier runs' too, that may have been carried out
     std::optional<std::size_t> shown;  // how often the target has it
     // Why the target could not be asked after a try that may have been carried out.
     std::string notAsked;
-    std::optional<LostTry> lost;  // the last one; nothing where no server can be at it any longer
+    std::optional<LostTry> lost;    // the last one; nothing where no server can be at it any longer
+    std::optional<KnownMail> mail;  // as earlier passes knew it
+    std::string olderHash;          // by which runs of an earlier version knew it
+    bool wasBegun = false;          // an earlier run was cut off with it
   };
   // Where a try ends without saying what became of it, or by an outage that made nothing.
   enum class OpenEnd { kNone, kServer, kEngine, kNothingMade };
@@ -96,8 +106,12 @@ class Migration {
   void TakeUpAside();
   void TakeUpRest();
   Outcome Handle(const Plan::Entry& entry);
-  bool IsKnown(const Work& work);
   bool IsEqualToAnother(const Work& work);
+  bool IsKnown(Work& work);
+  bool IsKnownMail(Work& work);
+  void Name(Work& work);
+  // Of an item that is in the target; its keys must be filled in where nothing is known of it.
+  Outcome KnownAgain(const Work& work);
   Outcome HandleWork(Work& work, bool found);
   std::optional<LostTry> Lost(std::chrono::steady_clock::time_point at,
                               std::chrono::seconds toFinish) const;
@@ -118,6 +132,8 @@ class Migration {
   // Of an item that arrived and may have done so more than once.
   void TellCopies(Work& work, Outcome& outcome);
   void LookForLateCopies();
+  void TellMissing(const Plan& plan);
+  void TakeAway(const SecondPass::Gone& gone);
   // Those without items; each that is not there then is a failure.
   void MakeFolders(const std::vector<std::string>& folders);
   std::string MakeFolder(const std::string& folder);
@@ -153,6 +169,8 @@ class Migration {
   std::optional<ArrivedItems> m_arrived;
   UnknownOutcome m_unknown;
   LateCopies m_late;
+  SecondPass m_second;
+  bool m_mayBeOlder;          // its journal may be of an earlier version
   std::string m_lastFailure;  // that can end a run, without its digits
   int m_failuresInARow = 0;
   bool m_gaveUp = false;                    // on the last item that was sent

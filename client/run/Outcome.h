@@ -10,6 +10,7 @@ struct Outcome {
   enum class Kind {
     kSent,
     kKnown,         // it is there, and was not sent now
+    kUpdated,       // it is there, and was told the state that it has in the source now
     kFailed,        // it is not there
     kNotConfirmed,  // the engine reported success, and nothing proves it
     kUnknown,       // it may be there, and the target could not be asked
@@ -19,7 +20,9 @@ struct Outcome {
   Kind kind = Kind::kFailed;
   std::string text;  // reason or remark
 
-  bool Arrived() const { return kind == Kind::kSent || kind == Kind::kKnown; }
+  bool Arrived() const {
+    return kind == Kind::kSent || kind == Kind::kKnown || kind == Kind::kUpdated;
+  }
 };
 
 // Of the text of a failure: true when no other item can fare better just now, for nobody waits for

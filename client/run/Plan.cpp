@@ -7,6 +7,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -41,15 +42,30 @@ std::int32_t TypeOf(const SourceItem& item) {
   }
 }
 
+// The folder or file of a source that holds an item's mail, below the source.
+std::string HolderOf(const SourceItem& item, const std::string& source) {
+  std::string holder =
+      item.file.empty() ? item.location.substr(0, item.location.rfind('/')) : item.file;
+  for (const std::string_view part : {"/cur", "/new"}) {
+    if (holder.ends_with(part)) holder.resize(holder.size() - part.size());
+  }
+  // Apple Mail divides a folder of many mails among folders with numbers.
+  constexpr std::string_view kMbox = ".mbox";
+  const std::size_t mbox = holder.rfind(".mbox/");
+  if (mbox != std::string::npos) holder.resize(mbox + kMbox.size());
+  if (holder.size() <= source.size()) return std::string(LastName(source));
+  return holder.substr(source.size() + 1);
+}
+
 // Where the folders of the sources go; tells which of them become one.
 class Places {
  public:
-  explicit Places(const PlanOptions& options) : m_options(options) {}
+  explicit Places(const PlanOptions& options) : m_options(options), m_map(options.folders) {}
 
   const std::string& Of(const std::string& path) {
     const auto [place, isNew] = m_places.try_emplace(path);
     if (!isNew) return place->second;
-    place->second = m_options.folders.PlaceOf(path);
+    place->second = m_map.PlaceOf(path);
     const bool isMapped = !place->second.empty();
     if (!isMapped) place->second = m_options.specialFolders ? WithExchangeNames(path) : path;
     Takers& takers = m_takers[FoldedName(place->second)];
@@ -58,13 +74,37 @@ class Places {
     return place->second;
   }
 
+  // The same for a mail of a source, whose folders may have one path there already.
+  const std::string& Of(const SourceItem& item, const std::string& source) {
+    const std::string& place = Of(item.folder);
+    Holders& holders = m_holders[{source, item.folder}];
+    std::string holder = HolderOf(item, source);
+    // Mails of one lie together, but for those in cur and new.
+    const bool isNew =
+        std::ranges::find(holders.rbegin(), holders.rend(), holder) == holders.rend();
+    if (isNew && holders.size() < kMostHolders) {
+      holders.push_back(std::move(holder));
+    }
+    return place;
+  }
+
   std::vector<SourceProblem> Merged() const {
     std::vector<SourceProblem> merged;
     for (const auto& [folded, takers] : m_takers) {
       if (takers.paths.size() < 2) continue;
       merged.push_back({takers.target, fmt::format("{}", fmt::join(takers.paths, ", "))});
     }
+    for (const auto& [where, holders] : m_holders) {
+      if (holders.size() < 2) continue;
+      merged.push_back({m_places.at(where.second), fmt::format("{}", fmt::join(holders, ", "))});
+    }
     return merged;
+  }
+
+  std::vector<SourceProblem> UnusedLines() const {
+    std::vector<SourceProblem> lines;
+    for (std::string& line : m_map.Unused()) lines.push_back({std::move(line), {}});
+    return lines;
   }
 
  private:
@@ -72,9 +112,14 @@ class Places {
     std::string target;
     std::vector<std::string> paths;
   };
+  static constexpr std::size_t kMostHolders = 50;  // of one folder that are told
+  using Holders = std::vector<std::string>;        // in the order of the source
+
   const PlanOptions& m_options;
+  FolderMap m_map;
   std::unordered_map<std::string, std::string> m_places;
   std::map<std::string, Takers> m_takers;
+  std::map<std::pair<std::string, std::string>, Holders> m_holders;  // by source and path
 };
 
 void AddWithParents(const std::string& folder, std::unordered_set<std::string>& made) {
@@ -130,12 +175,13 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
       if (StaysBehind(item, options, plan)) continue;
       std::string name = item.location.substr(std::min(unneeded, item.location.size()));
       item.type = TypeOf(item);
-      if (item.type == TYPE_EMAIL) item.folder = places.Of(item.folder);
+      if (item.type == TYPE_EMAIL) item.folder = places.Of(item, path);
       plan.entries.push_back({source, std::move(item), std::move(name)});
     }
   }
   PlaceByKind(plan.entries);
   plan.merged = places.Merged();
+  plan.unusedLines = places.UnusedLines();
   if (options.emptyFolders) plan.emptyFolders = EmptyOnes(folders, plan.entries);
   return plan;
 }

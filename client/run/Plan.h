@@ -17,12 +17,15 @@ struct Plan {
     SourceItem item;
     // For people: the location below its source, behind the source where there are several.
     std::string name;
+
+    bool IsMail() const { return !item.prepared && item.type == TYPE_EMAIL; }
   };
   std::vector<std::unique_ptr<Source>> sources;
   std::vector<Entry> entries;
-  std::vector<SourceProblem> problems;    // what was left out
-  std::vector<SourceProblem> merged;      // target folders that take up several of a source
-  std::vector<std::string> emptyFolders;  // target folders without items, in order
+  std::vector<SourceProblem> problems;     // what was left out
+  std::vector<SourceProblem> merged;       // target folders that take up several of a source
+  std::vector<SourceProblem> unusedLines;  // of the folder map: no folder fits them
+  std::vector<std::string> emptyFolders;   // target folders without items, in order
   std::uint64_t deleted = 0;    // mails that wait in their store to be taken away, left there
   std::uint64_t storeData = 0;  // what programs keep among mails, left there
 

@@ -25,7 +25,6 @@ namespace {
 
 constexpr int kFoldersOnPage = 200;
 constexpr int kMostReadings = 5;  // of a folder that others take items out of all the time
-constexpr auto kTokenUse = std::chrono::minutes(45);  // of the hour that a token is good for
 
 bool EqualName(CString a, CString b) { return a.MakeUpper() == b.MakeUpper(); }
 
@@ -47,15 +46,6 @@ ews::FolderId GroupFolder(const std::string& path, const Target& target) {
 }
 
 }  // namespace
-
-ews::ExchangeService& ServerLook::Service() {
-  const auto now = std::chrono::steady_clock::now();
-  if (!m_service || (m_target.TokenRoute() && now - m_since > kTokenUse)) {
-    m_service = LogOnTo(m_target);
-    m_since = now;
-  }
-  return *m_service;
-}
 
 std::optional<ews::FolderId> ServerLook::ChildOf(const ews::FolderId& parent, const CString& name) {
   const ews::ContainsSubstring filter(ews::FolderSchema::DisplayName, name);

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <chrono>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -10,6 +8,7 @@
 
 #include "client/run/Target.h"
 #include "client/run/TargetLook.h"
+#include "client/run/TargetService.h"
 
 namespace client {
 
@@ -17,7 +16,8 @@ namespace client {
 // hold the engine's options.
 class ServerLook : public TargetLook {
  public:
-  explicit ServerLook(const Target& target) : m_target(target) {}  // which must outlive this
+  explicit ServerLook(const Target& target)  // which must outlive this
+      : m_target(target), m_service(target) {}
 
   std::string Identity(const Place& place) override;
   bool Has(const Place& place) override { return FolderAt(place).has_value(); }
@@ -28,7 +28,7 @@ class ServerLook : public TargetLook {
   void List(const Place& place, const Take& take) override;
 
  private:
-  ews::ExchangeService& Service();
+  ews::ExchangeService& Service() { return *m_service.Get(); }
   std::optional<ews::FolderId> FolderAt(const Place& place);
   std::optional<ews::FolderId> ChildOf(const ews::FolderId& parent, const CString& name);
   void Page(const Place& place, const ews::SearchFilter* filter, const Take& take);
@@ -36,8 +36,7 @@ class ServerLook : public TargetLook {
                    bool toTheEnd);
 
   const Target& m_target;
-  std::shared_ptr<ews::ExchangeService> m_service;
-  std::chrono::steady_clock::time_point m_since;
+  TargetService m_service;
   std::map<std::pair<Place::Root, std::string>, ews::FolderId> m_folders;  // those that were found
 };
 

@@ -2,12 +2,16 @@
 
 #include <sys/stat.h>
 
+#include <iterator>
+#include <map>
+
 #include "base/AsciiText.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/TagNames.h"
 #include "client/sources/TreeEntries.h"
 #include "client/sources/VcfFile.h"
 #include "mime/MailHeader.h"
@@ -38,7 +42,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   auto& [items, problems, folders] = listing;
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
-    if (IsFolderBesideMail(entry.name)) return;
+    if (IsFolderBesideMail(folder, entry.name)) return;
     below.push_back({path, folder.levels + LevelsOfFolder(folder, entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     items.push_back({path, TargetOf(folder.levels), true, 0, entry.size});
@@ -57,7 +61,6 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
 
 void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                     MboxKind mbox, Listing& listing, std::vector<SourceFolder>& below) {
-  if (TakeProfile(folder, entries, listing, below)) return;
   // One that holds something is made with it, and may be for items of another kind than mail.
   if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
   const bool isMaildir = MaildirSource::IsMaildir(folder.path);
@@ -68,6 +71,17 @@ void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& 
     AddEntry(folder, entry, others, listing, below);
   }
   AddCards(folder, entries, listing.items, listing.problems);
+}
+
+// Each profile has names of its own; none lies in another.
+void NameTags(const std::map<std::string, TagNames>& profiles, Listing& listing) {
+  for (SourceItem& item : listing.items) {
+    if (item.state.categories.empty()) continue;
+    const auto behind = profiles.upper_bound(item.location);
+    if (behind == profiles.begin()) continue;
+    const auto& [path, tags] = *std::prev(behind);
+    if (item.location.starts_with(path)) tags.Apply(item.state);
+  }
 }
 
 }  // namespace
@@ -87,11 +101,18 @@ Listing EmlSource::List() const {
     }
     return listing;
   }
-  return WalkFolders(m_path,
-                     [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                         Listing& listing, std::vector<SourceFolder>& below) {
-                       TakeTreeFolder(folder, entries, m_mbox, listing, below);
-                     });
+  std::map<std::string, TagNames> profiles;  // by path
+  Listing listing =
+      WalkFolders(m_path, [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+                              Listing& found, std::vector<SourceFolder>& below) {
+        if (TakeProfile(folder, entries, found, below)) {
+          profiles.emplace(folder.path + "/", TagsOfProfile(folder.path));
+        } else {
+          TakeTreeFolder(folder, entries, m_mbox, found, below);
+        }
+      });
+  NameTags(profiles, listing);
+  return listing;
 }
 
 bool EmlSource::IsOne(const std::string& path) {

@@ -54,9 +54,7 @@ EmlxState ReadEmlxState(std::string_view list) {
   return found;
 }
 
-bool IsEmlxName(std::string_view name) {
-  return EndsWithNoCase(name, ".emlx") && !IsPartialEmlxName(name);
-}
+bool IsEmlxName(std::string_view name) { return EndsWithNoCase(name, ".emlx"); }
 
 bool IsPartialEmlxName(std::string_view name) { return EndsWithNoCase(name, ".partial.emlx"); }
 

@@ -25,7 +25,7 @@ struct EmlxState {
 // From the property list behind the mail; what it does not say stays as it is.
 EmlxState ReadEmlxState(std::string_view list);
 
-// Of a file by its name: "1.emlx"; not "1.partial.emlx", whose attachments lie elsewhere.
+// Of a file by its name: "1.emlx", and "1.partial.emlx", whose attachments lie elsewhere.
 bool IsEmlxName(std::string_view name);
 bool IsPartialEmlxName(std::string_view name);
 

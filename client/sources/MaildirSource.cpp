@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/AsciiText.h"
+#include "client/sources/CourierKeywords.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/MaildirName.h"
 #include "client/sources/ModifiedUtf7.h"
@@ -56,7 +57,14 @@ std::optional<std::int64_t> ReceivedAt(const FolderEntry& entry, const MaildirNa
   return std::min(entry.modified, *name.time);
 }
 
-MailState StateOf(const FolderEntry& entry, const MaildirName& name, const Keywords& keywords) {
+// Of one Maildir.
+struct FolderKeywords {
+  Keywords byLetter;
+  CourierKeywords byName;
+};
+
+MailState StateOf(const FolderEntry& entry, const MaildirName& name,
+                  const FolderKeywords& keywords) {
   MailState state;
   state.answered = name.Has('R');
   state.forwarded = name.Has('P');
@@ -66,9 +74,10 @@ MailState StateOf(const FolderEntry& entry, const MaildirName& name, const Keywo
   state.received = ReceivedAt(entry, name);
   for (const char letter : name.letters) {
     if (letter >= 'a' && letter <= 'z') {
-      AddKeyword(keywords[static_cast<size_t>(letter - 'a')], state);
+      AddKeyword(keywords.byLetter[static_cast<size_t>(letter - 'a')], state);
     }
   }
+  for (const std::string& keyword : keywords.byName.Of(entry.name)) AddKeyword(keyword, state);
   return state;
 }
 
@@ -97,9 +106,9 @@ void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
 }
 
 // What has no letters in a Maildir without new/ is of a program that keeps its state elsewhere.
-void AddMails(const SourceFolder& folder, const char* part, bool hasNew, Listing& listing) {
+void AddMails(const SourceFolder& folder, const char* part, bool hasNew,
+              const FolderKeywords& keywords, Listing& listing) {
   const std::string path = folder.path + "/" + part;
-  const Keywords keywords = KeywordsOf(folder.path);
   for (const FolderEntry& entry : ListFolder(path, listing.problems)) {
     if (entry.name.starts_with('.')) continue;
     if (entry.kind != EntryKind::kFile) {
@@ -136,8 +145,9 @@ std::string MaildirLevels(std::string_view name) {
 void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
   const bool hasNew = IsFolder(folder.path + "/new");
   listing.folders.push_back(TargetOf(folder.levels));
-  AddMails(folder, "cur", hasNew, listing);
-  if (hasNew) AddMails(folder, "new", hasNew, listing);
+  const FolderKeywords keywords{KeywordsOf(folder.path), CourierKeywords(folder.path)};
+  AddMails(folder, "cur", hasNew, keywords, listing);
+  if (hasNew) AddMails(folder, "new", hasNew, keywords, listing);
 }
 
 Listing MaildirSource::List() const {

@@ -11,6 +11,7 @@
 namespace client {
 namespace {
 
+constexpr std::string_view kQuotedFrom = ">From ";  // an old relay's trace in front of a header
 constexpr std::string_view kContentLength = "Content-Length:";
 constexpr std::string_view kMozillaStatus = "X-Mozilla-Status";
 constexpr std::size_t kMostOfLine = kFrom.size() + kLongestFromLine + 2;
@@ -172,13 +173,26 @@ void MboxSplitter::TakeLine(const Line& line) {
 void MboxSplitter::TakeHeaderLine(const Line& line, Place behind) {
   Candidate& mail = m_candidates.back();
   if (line.IsBlank()) {
-    m_inHeader = !m_hasField;
-    if (m_hasField) mail.body = behind;
+    if (!m_hasField) return;
+    mail.body = behind;
+    EndHeader();
     return;
   }
+  const bool isField = LooksLikeField(line.head) || line.head.starts_with(kQuotedFrom);
+  if (isField && !m_hasField) mail.isDoubtful = false;
+  m_fields += isField ? 1 : 0;
   m_hasField = true;
   if (line.isWhole && mail::toLowerAscii(line.head.front()) == 'c') {
     if (const auto length = LengthIn(line.head)) mail.length = length;
+  }
+}
+
+// A line of text that names a person and a day begins no mail.
+void MboxSplitter::EndHeader() {
+  constexpr int kLeastFields = 2;
+  const bool isHeader = std::exchange(m_inHeader, false) && m_hasField;
+  if (isHeader && m_candidates.back().isDoubtful && m_fields < kLeastFields) {
+    m_candidates.pop_back();
   }
 }
 
@@ -203,9 +217,12 @@ void MboxSplitter::Decide(const Line* next) {
       break;
   }
   if (!counts || again) return;
-  m_candidates.push_back({place, std::nullopt, std::nullopt, m_fromAfterBlank});
+  EndHeader();
+  const bool isDoubtful = !isFirst && m_shape == FromLine::Shape::kDated && CountsLength(m_kind);
+  m_candidates.push_back({place, std::nullopt, std::nullopt, m_fromAfterBlank, isDoubtful});
   m_inHeader = true;
   m_hasField = false;
+  m_fields = 0;
 }
 
 // The candidate that the length of a mail leads to, or their number for the end of the file; 0 for
@@ -230,6 +247,7 @@ std::size_t MboxSplitter::EndByLength(std::size_t mail, Place end) const {
 std::vector<MboxSplitter::Mail> MboxSplitter::Finish() {
   if (m_partSize > 0) TakeLine({m_part, m_partSize == m_part.size(), false, m_partSize});
   if (m_from) Decide(nullptr);
+  EndHeader();
   std::vector<Mail> mails;
   for (std::size_t i = 0; i < m_candidates.size();) {
     const std::size_t byLength = EndByLength(i, m_at);

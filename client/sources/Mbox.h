@@ -26,7 +26,8 @@ std::optional<MboxKind> MboxKindNamed(std::string_view name);
 // the first belongs to none. A mail begins at a line of these:
 //
 //   one with a date behind an empty line, or where a header field follows (some programs put no
-//   empty line behind a text);
+//   empty line behind a text); but where text follows, among which are no two fields, it is text
+//   itself, unless the kind is one that quotes such lines;
 //   a bare "From " where X-Mozilla-Status follows; and any bare one, behind an empty line or before
 //   a field, where the file begins with one;
 //   one with something else behind an empty line and before a field, where the file begins so.
@@ -59,6 +60,7 @@ class MboxSplitter {
     std::optional<Place> body;
     std::optional<std::uint64_t> length;  // what Content-Length says
     bool afterBlank = false;
+    bool isDoubtful = false;  // text stands where its first field should
   };
   struct Line {
     std::string_view head;  // its first kMostOfLine bytes
@@ -71,6 +73,7 @@ class MboxSplitter {
   void TakeLine(const Line& line);
   void Decide(const Line* next);
   void TakeHeaderLine(const Line& line, Place behind);
+  void EndHeader();
   std::size_t EndByLength(std::size_t mail, Place end) const;
 
   MboxKind m_kind;
@@ -85,6 +88,7 @@ class MboxSplitter {
   std::optional<FromLine::Shape> m_first;  // of the first "From " line
   bool m_inHeader = false;                 // of the last candidate
   bool m_hasField = false;                 // and a line of it was seen
+  int m_fields = 0;                        // lines of it that are fields, where it is doubtful
   bool m_afterBlank = true;  // the next line stands at the start or behind an empty line
 };
 

@@ -4,6 +4,7 @@
 
 #include "client/sources/GmailLabels.h"
 #include "client/sources/Mbox.h"
+#include "client/sources/Mmdf.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
@@ -29,11 +30,23 @@ StateFields FieldsOf(const std::string& path, const MboxSplitter::Mail& mail, st
   return fields;
 }
 
+template <typename Splitter>
+std::vector<MboxSplitter::Mail> Split(const std::string& path, Splitter splitter) {
+  ReadPieces(OpenSourceFile(path, Links::kFollow),
+             [&](std::string_view bytes) { splitter.Feed(bytes); });
+  return splitter.Finish();
+}
+
+std::vector<MboxSplitter::Mail> MailsOf(const std::string& path, MboxKind kind) {
+  const bool isMmdf = IsMmdf(ReadFileRange(path, 0, kMostMmdfMark));
+  return isMmdf ? Split(path, MmdfSplitter()) : Split(path, MboxSplitter(kind));
+}
+
 }  // namespace
 
 std::string MboxFolder(const std::string& path) {
   std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
-  for (const std::string_view end : {".mbox", ".mbx", ".mbs"}) {
+  for (const std::string_view end : {".mbox", ".mbx", ".mbs", ".mmdf"}) {
     if (name.size() > end.size() && EndsWithNoCase(name, end)) {
       name.remove_suffix(end.size());
       break;
@@ -46,6 +59,7 @@ bool MboxSource::IsMbox(const std::string& path) {
   constexpr std::uint64_t kLook = 64;  // bytes
   try {
     const std::string bytes = ReadFileRange(path, 0, kLook);
+    if (IsMmdf(bytes)) return true;
     const size_t begin = std::min(bytes.find_first_not_of("\r\n"), bytes.size());
     return std::string_view(bytes).substr(begin).starts_with(kFrom);
   } catch (const SourceError&) {
@@ -56,11 +70,8 @@ bool MboxSource::IsMbox(const std::string& path) {
 void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing) {
   const std::size_t first = listing.items.size();
   std::vector<std::size_t> untold;
-  MboxSplitter splitter(kind);
-  ReadPieces(OpenSourceFile(path, Links::kFollow),
-             [&](std::string_view bytes) { splitter.Feed(bytes); });
   bool hasLabels = false;
-  for (const MboxSplitter::Mail& mail : splitter.Finish()) {
+  for (const MboxSplitter::Mail& mail : MailsOf(path, kind)) {
     std::string place = folder;
     StateFields fields = FieldsOf(path, mail, place);
     hasLabels = hasLabels || place != folder;
@@ -80,11 +91,15 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
 }
 
 std::string ReadMboxItem(const SourceItem& item, MboxKind kind) {
-  const std::string bytes = ReadFileRange(item.file, item.offset, item.length);
-  if (!bytes.starts_with(kFrom) || bytes.size() != item.length) {
+  const std::uint64_t before = std::min<std::uint64_t>(item.offset, kMostMmdfMark);
+  const std::string bytes = ReadFileRange(item.file, item.offset - before, before + item.length);
+  const std::string_view whole(bytes);
+  const std::string_view found = whole.substr(std::min<std::uint64_t>(before, whole.size()));
+  const bool isMmdf = EndsWithMmdfMark(whole.substr(0, whole.size() - found.size()));
+  if (found.size() != item.length || !(isMmdf || found.starts_with(kFrom))) {
     throw SourceError("its file changed since it was listed");
   }
-  std::string mail = UnquoteMbox(bytes, kind);
+  std::string mail = isMmdf ? std::string(WithoutFromLine(found)) : UnquoteMbox(found, kind);
   RequireMail(mail);
   return mail;
 }

@@ -6,19 +6,20 @@ namespace client {
 
 // The level that an mbox file is called by: its name without ".mbox" and the like.
 std::string MboxFolder(const std::string& path);
-// Adds the mails of an mbox file, and the folder that they go to; an export of Gmail names one for
-// each mail. Throws SourceError.
+// Adds the mails of an mbox or MMDF file, and the folder that they go to; an export of Gmail names
+// one for each mail. Throws SourceError.
 void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing);
 // The bytes of one of them. Throws SourceError.
 std::string ReadMboxItem(const SourceItem& item, MboxKind kind);
 
-// An mbox file. Its mail goes to a folder of the file's name without its extension. Where mails
-// begin and which ">" belong to the file, Mbox.h says. A mail is read or not as the fields of its
-// program say (StateFields.h); one without any is read, but where others of the file have one.
+// An mbox file, or an MMDF file. Its mail goes to a folder of the file's name without its
+// extension. Where mails begin and which ">" belong to the file, Mbox.h says. A mail is read or not
+// as the fields of its program say (StateFields.h); one without any is read, but where others of
+// the file have one.
 class MboxSource : public Source {
  public:
   MboxSource(std::string path, MboxKind kind) : m_path(std::move(path)), m_kind(kind) {}
-  // Begins with "From ", empty lines aside.
+  // Begins with "From ", empty lines aside, or with what parts the mails of an MMDF file.
   static bool IsMbox(const std::string& path);
 
   const char* Kind() const override { return "an mbox file"; }

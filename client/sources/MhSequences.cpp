@@ -4,19 +4,9 @@
 #include <charconv>
 
 #include "base/AsciiText.h"
+#include "client/sources/Pieces.h"
 
 namespace client {
-namespace {
-
-std::string_view TakeUpTo(std::string_view& text, char end) {
-  const std::size_t at = std::min(text.find(end), text.size());
-  const std::string_view piece = text.substr(0, at);
-  text.remove_prefix(std::min(at + 1, text.size()));
-  return piece;
-}
-
-}  // namespace
-
 std::optional<std::uint64_t> MhNumber(std::string_view fileName) {
   std::uint64_t number = 0;
   const char* const last = fileName.data() + fileName.size();

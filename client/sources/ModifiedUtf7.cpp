@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "platform/Unicode.h"
 
@@ -44,7 +45,40 @@ std::optional<std::string> DecodeGroup(std::string_view digits) {
   return platform::Utf16ToUtf8(units);
 }
 
+std::string EncodeGroup(std::u16string_view units) {
+  std::string digits = "&";
+  std::uint32_t bits = 0;
+  int count = 0;
+  for (const char16_t unit : units) {
+    bits = (bits << 16) | unit;
+    for (count += 16; count >= 6;) {
+      count -= 6;
+      digits += kAlphabet[(bits >> count) & 63];
+    }
+    bits &= (1u << count) - 1;
+  }
+  if (count > 0) digits += kAlphabet[(bits << (6 - count)) & 63];
+  return digits + "-";
+}
+
 }  // namespace
+
+std::string ToModifiedUtf7(std::string_view name, std::string_view also) {
+  std::string text;
+  std::u16string group;
+  for (const char16_t unit : platform::Utf8ToUtf16(name) + u'&') {
+    const bool isPlain = unit >= 0x20 && unit <= 0x7E &&
+                         also.find(static_cast<char>(unit)) == std::string_view::npos;
+    if (!isPlain) {
+      group += unit;
+      continue;
+    }
+    if (!group.empty()) text += EncodeGroup(std::exchange(group, {}));
+    text += unit == u'&' ? "&-" : std::string(1, static_cast<char>(unit));
+  }
+  text.resize(text.size() - 2);  // the mark that ended the last group
+  return text;
+}
 
 std::string FromModifiedUtf7(std::string_view name) {
   std::string text;

@@ -10,4 +10,7 @@ namespace client {
 // modified UTF-7 comes back as it is: other programs write plain UTF-8, or a bare "&".
 std::string FromModifiedUtf7(std::string_view name);
 
+// The name in modified UTF-7, its ASCII in `also` as if it were none.
+std::string ToModifiedUtf7(std::string_view name, std::string_view also = "");
+
 }  // namespace client

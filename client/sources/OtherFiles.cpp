@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include <fmt/format.h>
+
 #include "base/AsciiText.h"
 #include "client/sources/SourceFiles.h"
 
@@ -25,14 +27,13 @@ struct Form {
   std::string_view beginning;
   std::string_view name;
 };
-constexpr std::array<Form, 7> kForms{{
+constexpr std::array<Form, 6> kForms{{
     {"\xCF\xAD\x12\xFE", "a folder of Outlook Express (.dbx)"},
     {"!BDN", "an Outlook data file (.pst)"},
     {"*mbx*", "a mailbox of the mbx form"},
     {"BABYL OPTIONS:", "a Babyl file"},
     {":msg:", "a file of the mix form"},
     {"2 M", "a file of the dbox form"},
-    {"\x01\x01\x01\x01\n", "an MMDF file"},
 }};
 
 }  // namespace
@@ -45,17 +46,31 @@ bool IsBesideMail(std::string_view name) {
          std::ranges::any_of(kEnds, ends);
 }
 
-std::string UnreadMailForm(std::string_view head) {
+bool IsAddressBook(std::string_view name) {
+  const std::string_view last = name.substr(name.rfind('/') + 1);
+  return EndsWithNoCase(last, ".mab") || last == "history.sqlite" ||
+         (last.starts_with("abook") && last.ends_with(".sqlite"));
+}
+
+std::string UnreadMailForm(std::string_view name, std::string_view head) {
+  constexpr std::string_view kCompound = "\xD0\xCF\x11\xE0";
+  static constexpr std::array<std::string_view, 4> kOfMail = {".mbox", ".mbx", ".mbs", ".msg"};
   for (const Form& form : kForms) {
     if (head.starts_with(form.beginning)) {
-      return std::string("it looks like ") + std::string(form.name) + ", which is not read";
+      return fmt::format("it looks like {}, which is not read", form.name);
     }
+  }
+  if (EndsWithNoCase(name, ".msg") && head.starts_with(kCompound)) {
+    return "it is a mail of Outlook (.msg), which is not read: save it as .eml";
   }
   // Two fields in a row are a header; one alone may be a line of any text.
   const std::size_t end = head.find('\n');
   const bool isHeader = end != std::string_view::npos && LooksLikeField(head.substr(0, end)) &&
                         LooksLikeField(head.substr(end + 1));
-  return isHeader ? "it looks like a mail by another name than .eml" : "";
+  if (isHeader) return "it looks like a mail by another name than .eml";
+  const bool isCalled = std::ranges::any_of(
+      kOfMail, [&](std::string_view each) { return EndsWithNoCase(name, each); });
+  return isCalled ? "it is called as files of mail are, and what is in it looks like none" : "";
 }
 
 }  // namespace client

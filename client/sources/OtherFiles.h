@@ -9,8 +9,11 @@ namespace client {
 // Known by its name as what programs keep beside mail: indexes, filters, lists.
 bool IsBesideMail(std::string_view name);
 
-// What the first bytes of a file show it to be: mail in a form that is not read here, as a reason
-// to leave it out; empty for anything that holds no mail.
-std::string UnreadMailForm(std::string_view head);
+// By its name, of Thunderbird and its kin.
+bool IsAddressBook(std::string_view name);
+
+// What the name and the first bytes of a file show it to be: mail in a form that is not read here,
+// as a reason to leave it out; empty for anything that holds no mail.
+std::string UnreadMailForm(std::string_view name, std::string_view head);
 
 }  // namespace client

@@ -4,6 +4,7 @@
 #include <array>
 #include <limits>
 
+#include "client/sources/CutParts.h"
 #include "client/sources/Emlx.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/MboxSource.h"
@@ -46,8 +47,11 @@ SourceProblem LeftOut(const SourceFolder& folder, const std::string& path, std::
   if (parent == "cur" || parent == "new") {
     return {path, "it lies in a Maildir: name that as a source", /*isUnread=*/true};
   }
-  if (std::string form = UnreadMailForm(head); !form.empty()) {
+  if (std::string form = UnreadMailForm(path, head); !form.empty()) {
     return {path, std::move(form), /*isUnread=*/true};
+  }
+  if (IsAddressBook(path)) {
+    return {path, "an address book: have its program write it as a .vcf file"};
   }
   return {path, "its name does not end in .eml, .ics or .vcf"};
 }
@@ -59,6 +63,11 @@ bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& ent
   static constexpr std::array<std::string_view, 2> kMailFolders = {"ImapMail", "Mail"};
   if (!Has(entries, "prefs.js")) return false;
   bool any = false;
+  for (const FolderEntry& entry : entries) {
+    if (!IsAddressBook(entry.name)) continue;
+    listing.problems.push_back({folder.path + "/" + entry.name,
+                                "an address book: have its program write it as a .vcf file"});
+  }
   for (const std::string_view name : kMailFolders) {
     if (!Has(entries, name)) continue;
     any = true;
@@ -70,6 +79,8 @@ bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& ent
   }
   return any;
 }
+
+TagNames TagsOfProfile(const std::string& path) { return TagNames(TextOf(path + "/prefs.js")); }
 
 std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name) {
   if (name.ends_with(kSbd) && name.size() > kSbd.size()) {
@@ -86,7 +97,9 @@ std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name) {
              : LevelName(name) + "\\";
 }
 
-bool IsFolderBesideMail(std::string_view name) {
+bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
+  // Bodies of parts, which are read with their mails.
+  if (name == "Attachments" && parent.path.find(".mbox/") != std::string::npos) return true;
   return name == ".notmuch" || name == "courierimapkeywords" || name == "courierimaphieracl" ||
          name.ends_with(".mozmsgs");
 }
@@ -98,20 +111,17 @@ OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<Fol
       m_mbox(mbox),
       m_isMh(Has(entries, ".mh_sequences") || Has(entries, ".claws_mark") ||
              Has(entries, ".sylpheed_mark")) {
-  if (Has(entries, ".mh_sequences"))
-    m_sequences = MhSequences(TextOf(folder.path + "/.mh_sequences"));
+  if (!m_isMh) return;
+  m_sequences = MhSequences(TextOf(folder.path + "/.mh_sequences"));
+  const std::string claws = TextOf(folder.path + "/.claws_mark");
+  m_marks = MhMarks(claws.empty() ? TextOf(folder.path + "/.sylpheed_mark") : claws);
 }
 
 bool OtherTreeFiles::HasEntry(const std::string& name) const { return Has(m_entries, name); }
 
 void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
-  if (IsBesideMail(entry.name)) return;
-  if (IsPartialEmlxName(entry.name)) {
-    listing.problems.push_back({path, "its attachments lie apart from it, or were never fetched",
-                                /*isUnread=*/true});
-    return;
-  }
+  if (IsBesideMail(entry.name) && !IsAddressBook(entry.name)) return;
   if (IsEmlxName(entry.name)) return TakeEmlx(path, entry, listing);
   const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
   const std::string levels = m_folder.levels + (isExport ? "" : MboxFolder(path));
@@ -156,11 +166,15 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
   const bool isRemoved = m_isMh && (entry.name.starts_with(',') || entry.name.starts_with('#'));
   const auto number = MhNumber(std::string_view(entry.name).substr(isRemoved ? 1 : 0));
   if (!number || (!m_isMh && !LooksLikeField(head.substr(0, head.find('\n'))))) return false;
-  SourceItem item{path, TargetOf(m_folder.levels), !m_sequences.Has("unseen", *number), 0,
-                  entry.size};
-  item.state.answered = m_sequences.Has("replied", *number);
-  item.state.flagged = m_sequences.Has("flagged", *number);
-  item.state.deleted = isRemoved;
+  const auto has = [&](const char* sequence, MhMarks::Flag mark) {
+    return m_sequences.Has(sequence, *number) || m_marks.Has(*number, mark);
+  };
+  const bool isUnread = m_sequences.Has("unseen", *number) || m_marks.IsUnread(*number);
+  SourceItem item{path, TargetOf(m_folder.levels), !isUnread, 0, entry.size};
+  item.state.answered = has("replied", MhMarks::kReplied);
+  item.state.flagged = has("flagged", MhMarks::kMarked);
+  item.state.forwarded = has("forwarded", MhMarks::kForwarded);
+  item.state.deleted = isRemoved || m_marks.Has(*number, MhMarks::kDeleted);
   listing.items.push_back(std::move(item));
   return true;
 }
@@ -172,7 +186,7 @@ std::string ReadTreeMail(const SourceItem& item, MboxKind mbox) {
   if (!place) throw SourceError("does not begin with the number of its bytes");
   std::string mail = ReadFileRange(item.location, place->offset, place->length);
   RequireMail(mail);
-  return mail;
+  return IsPartialEmlxName(item.location) ? WithCutParts(std::move(mail), item.location) : mail;
 }
 
 }  // namespace client

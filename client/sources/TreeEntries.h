@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "client/sources/FolderWalk.h"
+#include "client/sources/MhMarks.h"
 #include "client/sources/MhSequences.h"
+#include "client/sources/TagNames.h"
 
 // What the folders and files of a tree mean to the program that made it.
 namespace client {
@@ -15,11 +17,14 @@ namespace client {
 bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                  Listing& listing, std::vector<SourceFolder>& below);
 
+// What its owner calls the tags of mails.
+TagNames TagsOfProfile(const std::string& path);
+
 // The levels of the target that a folder of the tree adds to those of the one that it lies in:
 // "Name\", "Name\" of "Name.sbd" and "Name.mbox", none of what programs put between.
 std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name);
-// A folder in which programs keep what is no mail.
-bool IsFolderBesideMail(std::string_view name);
+// A folder in which programs keep what is no mail of its own.
+bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name);
 
 // Adds what a file holds that is no .eml, calendar or cards: an mbox, a mail of MH or Apple Mail;
 // or the problem that it may be mail and is not read.
@@ -41,6 +46,7 @@ class OtherTreeFiles {
   MboxKind m_mbox;
   bool m_isMh;
   MhSequences m_sequences;
+  MhMarks m_marks;
 };
 
 // The bytes of a mail of a tree, whatever file it lies in. Throws SourceError.

@@ -6,6 +6,7 @@
 
 #include "base/AsciiText.h"
 #include "mailboxd/store/DateTime.h"
+#include "mailboxd/store/FolderLanguages.h"
 #include "mailboxd/store/StoreImplementation.h"
 #include "mailboxd/store/StoreSchema.h"
 #include "platform/Unicode.h"
@@ -73,7 +74,7 @@ std::int64_t Store::Implementation::MakeMailbox(const std::string& address) {
     std::map<std::string_view, std::int64_t> rows;
     for (const WellKnownFolder& folder : WellKnownFolders()) {
       rows[folder.id] = InsertFolder(id, folder.parent.empty() ? 0 : rows[folder.parent],
-                                     folder.name, folder.folderClass, folder.id);
+                                     NameOfFolder(folder), folder.folderClass, folder.id);
     }
   }
   transaction.Commit();

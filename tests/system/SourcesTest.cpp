@@ -1,9 +1,11 @@
+#include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 
 #include <gtest/gtest.h>
 
-#include "platform/Sqlite.h"
+#include "client/run/Plan.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
 
@@ -16,20 +18,16 @@ using test_support::TemporaryFolder;
 struct Names {
   std::string inbox, sent, drafts, deleted;
 };
+const std::map<std::string, Names> kLanguages = {
+    {"de", {"Posteingang", "Gesendete Elemente", "Entwürfe", "Gelöschte Elemente"}},
+    {"ja", {"受信トレイ", "送信済みアイテム", "下書き", "削除済みアイテム"}},
+    {"ar", {"علبة الوارد", "العناصر المرسلة", "المسودات", "العناصر المحذوفة"}}};
 
-// One whose folders are called so.
-void MakeMailbox(const TemporaryFolder& folder, const Names& names) {
-  std::filesystem::create_directories(folder.File("mailbox"));
-  const std::string path = folder.File("mailbox/mailbox.db");
-  { mailbox::Store(path).Mailbox("mailbox@local.example"); }
-  platform::SqliteDatabase database(path, platform::SqliteDatabase::Open::kReadWrite);
-  for (const auto& [id, name] : {std::pair{"inbox", names.inbox},
-                                 {"sentitems", names.sent},
-                                 {"drafts", names.drafts},
-                                 {"deleteditems", names.deleted}}) {
-    auto rename = database.Prepare("UPDATE folders SET name=?, name_key=? WHERE well_known=?");
-    rename.Bind(1, name).Bind(2, name).Bind(3, std::string_view(id)).Run();
-  }
+Result MigrateInto(const std::string& language, const TemporaryFolder& folder,
+                   const std::vector<std::string>& more = {}) {
+  const Mailbox mailbox(folder.Path(), {"--language", language});
+  return RunProgram("tarny", ServerArguments(folder, std::stoi(mailbox.Port()), more),
+                    folder.Path());
 }
 
 // "FOLDER: " and letters: R read, A answered, F flagged, W forwarded, D draft; categories; when it
@@ -70,14 +68,10 @@ void WriteMaildir(const TemporaryFolder& folder) {
 }
 
 TEST(Sources, AMaildirArrivesInTheFoldersOfAMailboxOfAnyLanguage) {
-  const Names rows[] = {{"Posteingang", "Gesendete Elemente", "Entwürfe", "Gelöschte Elemente"},
-                        {"受信トレイ", "送信済みアイテム", "下書き", "削除済みアイテム"},
-                        {"علبة الوارد", "العناصر المرسلة", "المسودات", "العناصر المحذوفة"}};
-  for (const Names& names : rows) {
+  for (const auto& [language, names] : kLanguages) {
     const TemporaryFolder folder;
-    MakeMailbox(folder, names);
     WriteMaildir(folder);
-    EXPECT_EQ(SummaryOf(Migrate(folder))["deleted"], 1);
+    EXPECT_EQ(SummaryOf(MigrateInto(language, folder))["deleted"], 1);
     const std::map<std::string, std::string> wanted = {
         {"in", names.inbox + ": RA,Dringend 2019-03-05"},
         {"new", names.inbox + ":  2019-03-06"},
@@ -87,23 +81,192 @@ TEST(Sources, AMaildirArrivesInTheFoldersOfAMailboxOfAnyLanguage) {
     EXPECT_EQ(ArrivedState(folder), wanted) << names.inbox;
     mailbox::Store store(folder.File("mailbox/mailbox.db"), mailbox::Store::Mode::kReadOnly);
     int made = 0;
-    for (const mailbox::FolderInfo& each : store.Folders(1)) made += each.wellKnown.empty();
+    const std::int64_t id = store.Mailboxes().back().id;
+    for (const mailbox::FolderInfo& each : store.Folders(id)) made += each.wellKnown.empty();
     EXPECT_EQ(made, 2) << "Leer, and what was deleted in Papierkorb/Alt";
+  }
+}
+
+// What a Thunderbird calls its own folders on disk is English, whatever it shows.
+TEST(Sources, AProfileOfThunderbirdArrivesInTheFoldersOfAMailboxOfAnyLanguage) {
+  const std::string from = "From - Tue Mar 05 10:00:00 2019\n";
+  for (const auto& [language, names] : kLanguages) {
+    const TemporaryFolder folder;
+    folder.Write("source/prefs.js", "user_pref(\"mailnews.tags.$label1.tag\", \"Dringend\");\n");
+    const std::string local = "source/Mail/Local Folders/";
+    folder.Write(local + "Inbox",
+                 from + Mail("in", "X-Mozilla-Status: 1003\nX-Mozilla-Keys: $label1\n"));
+    folder.Write(local + "Sent", from + Mail("sent", "X-Mozilla-Status: 0005\n"));
+    folder.Write(local + "Drafts", from + Mail("draft", "X-Mozilla-Status: 0001\n"));
+    folder.Write("source/ImapMail/imap.example/Papierkorb",
+                 from + Mail("bin", "X-Mozilla-Status: 0000\n"));
+    EXPECT_EQ(SummaryOf(MigrateInto(language, folder))["sent"], 4);
+    const std::map<std::string, std::string> wanted = {
+        {"in", names.inbox + ": RW,Dringend 2019-03-05"},
+        {"sent", names.sent + ": RF 2019-03-05"},
+        {"draft", names.drafts + ": R 2019-03-05"},
+        {"bin", names.deleted + ":  2019-03-05"}};
+    EXPECT_EQ(ArrivedState(folder), wanted) << language;
   }
 }
 
 // Without the safeguards nothing but the names is known, and none of the states.
 TEST(Sources, AsItIsTheSameGoesBesideThem) {
   const TemporaryFolder folder;
-  MakeMailbox(folder, {"Posteingang", "Gesendete Elemente", "Entwürfe", "Gelöschte Elemente"});
   WriteMaildir(folder);
-  ASSERT_EQ(Migrate(folder, {"--as-is"}).status, 0);
+  ASSERT_EQ(MigrateInto("de", folder, {"--as-is"}).status, 0);
   const std::map<std::string, std::string> wanted = {{"in", "Inbox: R 2019-03-04"},
                                                      {"new", "Inbox:  2019-03-04"},
                                                      {"sent", "Sent Items: R 2019-03-04"},
                                                      {"draft", "Drafts: R 2019-03-04"},
                                                      {"bin", "Deleted Items: R 2019-03-04"}};
   EXPECT_EQ(ArrivedState(folder), wanted);
+}
+
+// One line for each mail: folder, state, time, content.
+std::vector<std::string> LinesOf(const std::string& source) {
+  std::vector<std::string> lines;
+  const client::Plan plan = client::MakePlan({source});
+  for (const client::Plan::Entry& entry : plan.entries) {
+    const client::MailState& state = entry.item.state;
+    std::string line = entry.item.folder + (entry.item.read ? "S" : "");
+    for (const auto& [isSet, letter] : {std::pair{state.answered, 'R'},
+                                        {state.forwarded, 'P'},
+                                        {state.flagged, 'F'},
+                                        {state.draft, 'D'}}) {
+      if (isSet) line += letter;
+    }
+    std::set<std::string> categories(state.categories.begin(), state.categories.end());
+    for (const std::string& each : categories) line += "," + each;
+    lines.push_back(line + " " + std::to_string(state.received.value_or(0)) + " " +
+                    entry.source->Read(entry.item));
+  }
+  std::ranges::sort(lines);
+  return lines;
+}
+
+TEST(Sources, AMaildirComesOutOfTheMailboxAsItWentIn) {
+  const TemporaryFolder folder;
+  std::string keywords = "0 $Forwarded\n1 Gr&APwA3w-e\n2 To&ACA-do\n3 $label1\n";
+  for (int i = 4; i < 26; ++i) keywords += std::to_string(i) + " Word" + std::to_string(i) + "\n";
+  const char* const letters[] = {
+      "",   "S",   "R",  "RS",   "F", "FS",   "D",
+      "DS", "FRS", "PS", "DFRS", "b", "Sbcd", "FPSabcdefghijklmnopqrstuvwxyz"};
+  const char* const places[] = {"", "INBOX/Kunde/", "Projekte.2019/K&APY-ln/", "Sent/"};
+  int number = 0;
+  for (const std::string place : places) {
+    for (const char* each : letters) {
+      const std::string time = std::to_string(1551780000 + ++number);
+      folder.Write("source/" + place + "cur/" + time + ".a:2," + each,
+                   "Subject: " + time + "\n\n\xC3\xA4 text\n");
+    }
+    folder.Write("source/" + place + "new/.keep", "");
+    folder.Write("source/" + place + "dovecot-keywords", keywords);
+  }
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], number);
+  const Result exported = RunProgram(
+      "tarny",
+      {"mailbox", "export", "--maildir", "--data", folder.File("mailbox"), folder.File("out")},
+      folder.Path());
+  EXPECT_EQ(exported.status, 0) << exported.err;
+  EXPECT_EQ(LinesOf(folder.File("out/mailbox@local.example")), LinesOf(folder.File("source")));
+}
+
+class SecondPass : public testing::Test {
+ protected:
+  nlohmann::json Pass(const std::vector<std::string>& more = {}, int status = 0) {
+    return SummaryOf(Migrate(m_folder, more), status);
+  }
+  void Rename(const std::string& from, const std::string& to) {
+    std::filesystem::rename(m_folder.File("source/" + from), m_folder.File("source/" + to));
+  }
+  void WriteMbox(const std::string& fieldsOfThree, const std::string& rest) {
+    const std::string from = "From - Tue Mar 05 10:00:00 2019\n";
+    m_folder.Write("source/Old", from + Mail("three", fieldsOfThree) + "\n" + rest);
+  }
+
+  const TemporaryFolder m_folder;
+};
+
+TEST_F(SecondPass, TellsChangedStatesAndTakesAwayWhatIsGone) {
+  const std::string four =
+      "From - Tue Mar 05 10:00:00 2019\n" + Mail("four", "X-Mozilla-Status: 0001\n");
+  m_folder.Write("source/INBOX/cur/1.a:2,", Mail("one"));
+  m_folder.Write("source/INBOX/cur/2.a:2,FRSab", Mail("two"));
+  m_folder.Write("source/INBOX/cur/5.a:2,S", Mail("five"));
+  m_folder.Write("source/INBOX/new/.keep", "");
+  m_folder.Write("source/INBOX/dovecot-keywords", "0 Urgent\n1 Later\n");
+  WriteMbox("X-Mozilla-Status: 0000\n", four);
+  EXPECT_EQ(Pass()["sent"], 5);
+
+  Rename("INBOX/cur/1.a:2,", "INBOX/cur/1.a:2,PRSa");
+  Rename("INBOX/cur/2.a:2,FRSab", "INBOX/new/2.a:2,b");
+  Rename("INBOX/cur/5.a:2,S", "../5");
+  m_folder.Write("source/INBOX/cur/6.a:2,S", Mail("six"));
+  WriteMbox("Status: RO\nX-Mozilla-Status: 0007\nX-Mozilla-Keys: $label1\n", "");
+  for (const bool again : {false, true}) {
+    const nlohmann::json summary = Pass();
+    EXPECT_EQ(summary["updated"], again ? 0 : 3);
+    EXPECT_EQ(summary["sent"], again ? 0 : 1);
+    EXPECT_EQ(summary["there_already"], again ? 4 : 0);
+    EXPECT_EQ(summary["missing"].size(), 2u);
+  }
+  std::map<std::string, std::string> wanted = {{"one", "Inbox: RW,Urgent 2019-03-04"},
+                                               {"two", "Inbox: ,Later 2019-03-04"},
+                                               {"three", "Old: RAF,Important 2019-03-05"},
+                                               {"four", "Old: R 2019-03-05"},
+                                               {"five", "Inbox: R 2019-03-04"},
+                                               {"six", "Inbox: R 2019-03-04"}};
+  EXPECT_EQ(ArrivedState(m_folder), wanted);
+
+  // A source that is not there at all is no reason to take everything away.
+  std::filesystem::rename(m_folder.File("source"), m_folder.File("aside"));
+  std::filesystem::create_directory(m_folder.File("source"));
+  EXPECT_EQ(Pass({"--delete-missing"}, 1)["taken_away"], 0);
+  std::filesystem::remove(m_folder.File("source"));
+  std::filesystem::rename(m_folder.File("aside"), m_folder.File("source"));
+
+  EXPECT_EQ(Pass({"--delete-missing"})["taken_away"], 2);
+  wanted["four"] = "Deleted Items: R 2019-03-05";
+  wanted["five"] = "Deleted Items: R 2019-03-04";
+  EXPECT_EQ(ArrivedState(m_folder), wanted);
+  EXPECT_EQ(Pass({"--delete-missing"})["missing"].size(), 0u);
+  Rename("../5", "INBOX/cur/5.a:2,S");
+  EXPECT_EQ(Pass()["sent"], 1) << "taken away and back in the source";
+
+  // What another run folder brought is nothing to take away.
+  std::filesystem::remove_all(m_folder.File("run"));
+  EXPECT_EQ(Pass({"--adopt"})["there_already"], 5);
+  Rename("INBOX/cur/6.a:2,S", "../6");
+  Rename("INBOX/cur/1.a:2,PRSa", "INBOX/cur/1.a:2,FRSa");
+  const nlohmann::json adopted = Pass({"--delete-missing"});
+  EXPECT_EQ(adopted["updated"], 1);
+  EXPECT_EQ(adopted["taken_away"], 0);
+  EXPECT_EQ(ArrivedState(m_folder)["one"], "Inbox: RAF,Urgent 2019-03-04");
+}
+
+TEST_F(SecondPass, ToldAsRemarkWhereTheTargetCannotBeTold) {
+  m_folder.Write("source/cur/1.a:2,", Mail("one"));
+  m_folder.Write("source/new/.keep", "");
+  for (const char* const mode : {"--as-is", "--safe"}) {
+    const bool isStore = mode == std::string("--safe");
+    const auto pass = [&] {
+      std::vector<std::string> arguments = {"migrate", m_folder.File("source"), "--json"};
+      const std::string to =
+          isStore ? "store:" + m_folder.File("x.pst") : "local:" + m_folder.File("mailbox");
+      const std::string run = m_folder.File(isStore ? "run2" : "run1");
+      for (const std::string& each : {std::string("--to"), to, std::string("--run"), run}) {
+        arguments.push_back(each);
+      }
+      if (!isStore) arguments.push_back(mode);
+      return SummaryOf(RunProgram("tarny", arguments, m_folder.Path()));
+    };
+    EXPECT_EQ(pass()["sent"], 1);
+    Rename("cur/1.a:2,", "cur/1.a:2,S");
+    EXPECT_THAT(pass()["remarks"].dump(), testing::HasSubstr("its state changed")) << mode;
+    EXPECT_EQ(pass()["remarks"].size(), 0u) << mode;
+    Rename("cur/1.a:2,S", "cur/1.a:2,");
+  }
 }
 
 }  // namespace

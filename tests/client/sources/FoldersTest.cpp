@@ -49,7 +49,7 @@ TEST(SpecialFolders, AreKnownAtTheTopAlone) {
 }
 
 TEST(FolderMap, TakesTheFirstLineThatFits) {
-  const FolderMap map(
+  FolderMap map(
       "# where things go\r\n\r\nProjects/Old\tArchive/Projects\r\n"
       "PROJECTS/*\tWork/P\nProjects/New\tnever\nStra\xC3\x9F"
       "e/*\tS/*\n");
@@ -59,6 +59,7 @@ TEST(FolderMap, TakesTheFirstLineThatFits) {
       {"Strasse\\\xC3\x9F\\", "S\\\xC3\x9F\\"},        {"Other\\", ""},
   };
   for (const auto& [path, wanted] : rows) EXPECT_EQ(map.PlaceOf(path), wanted) << path;
+  EXPECT_THAT(map.Unused(), ElementsAre("Projects/New\tnever"));
   for (const char* text : {"a b", "a\t", "\tb", "x\ty\n/*\tb"}) {
     EXPECT_THROW(FolderMap bad(text), std::runtime_error) << text;
   }
@@ -74,7 +75,7 @@ TEST(Plan, PlacesFoldersTellsWhichBecomeOneAndWhichAreEmpty) {
     std::filesystem::create_directories(folder.File(empty));
   }
   PlanOptions options;
-  options.folders = FolderMap("Alt\tNeu/Alt");
+  options.folders = FolderMap("Alt\tNeu/Alt\nAlter\tNeu");
   const Plan plan = MakePlan({folder.Path()}, options);
   EXPECT_THAT(Items(plan), ElementsAre("Inbox\\|a.eml", "Neu\\Alt\\|Alt/5.eml",
                                        "Sent Items\\|Gesendet/2.eml", "Kunde\\x\\|Kunde/x/3.eml",
@@ -84,11 +85,27 @@ TEST(Plan, PlacesFoldersTellsWhichBecomeOneAndWhichAreEmpty) {
   EXPECT_THAT(merged,
               ElementsAre("Kunde\\x\\=Kunde\\x\\, kunde\\x\\", "Sent Items\\=Gesendet\\, Sent\\"));
   EXPECT_THAT(plan.emptyFolders, ElementsAre("Kunde\\y\\", "Leer\\", "Deleted Items\\"));
+  ASSERT_EQ(plan.unusedLines.size(), 1u);
+  EXPECT_EQ(plan.unusedLines[0].location, "Alter\tNeu");
   options.specialFolders = false;
   options.emptyFolders = false;
   const Plan plain = MakePlan({folder.Path()}, options);
   EXPECT_EQ(plain.entries[2].item.folder, "Gesendet\\");
   EXPECT_TRUE(plain.emptyFolders.empty());
+}
+
+// Folders that are two in the source and have one name in the target.
+TEST(Plan, TellsFoldersThatHaveOnePath) {
+  const TemporaryFolder folder;
+  for (const char* name :
+       {"m/cur/1:2,S", "m/new/2", "m/.A/cur/3", "m/.A/new/4", "m/A/cur/5", "m/A/tmp/x",
+        "m/a\tb/cur/6", "m/a b/cur/7", "m/a b/tmp/x", "m/a\tb/tmp/x", "m/.A/tmp/x"}) {
+    folder.Write(name, "Subject: x\n\n");
+  }
+  const Plan plan = MakePlan({folder.File("m")});
+  std::vector<std::string> merged;
+  for (const SourceProblem& each : plan.merged) merged.push_back(each.location + "=" + each.reason);
+  EXPECT_THAT(merged, ElementsAre("A\\=.A, A", "a b\\=a\tb, a b"));
 }
 
 }  // namespace

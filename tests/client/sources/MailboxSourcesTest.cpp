@@ -5,8 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "client/sources/ContentHash.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/StateFields.h"
+#include "client/sources/TagNames.h"
+#include "platform/Sha256.h"
 #include "tests/client/sources/PlanText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -61,6 +64,11 @@ TEST(ModifiedUtf7, IsReadWhereItIsValid) {
   EXPECT_EQ(FromModifiedUtf7("~peter/mail/&U,BTFw-/&ZeVnLIqe-"),
             "~peter/mail/\xE5\x8F\xB0\xE5\x8C\x97/\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E");
   EXPECT_EQ(FromModifiedUtf7("A&-B"), "A&B");
+  for (const char* text :
+       {"A&B", "", "\xC3\xBC", "x/\xE6\x97\xA5\xE6\x9C\xAC y\xF0\x9F\x98\x80z & 1"}) {
+    EXPECT_EQ(FromModifiedUtf7(ToModifiedUtf7(text, "/ ")), text);
+  }
+  EXPECT_EQ(ToModifiedUtf7("a/b & \xC3\xBC", "/"), "a&AC8-b &- &APw-");
   for (const char* name :
        {"A&B", "&", "&A-", "&APz-", "&APw", "M\xC3\xBCll&-", "&AP w-", "&2AA-", "&2D0-&3gA-"}) {
     EXPECT_EQ(FromModifiedUtf7(name), name);
@@ -119,6 +127,16 @@ TEST(Mbox, IsDividedAsTheProgramMeantItThatWroteIt) {
       {"text that names a day is none without a field behind it",
        kDated + "Subject: 1\n\na\n" + kOther + "and more\n\nFrom here on\n\nFrom \n\n",
        {"Subject: 1\n\na\n" + kOther + "and more\n\nFrom here on\n\nFrom \n"}},
+      {"nor is it one behind an empty line, unless the kind quotes it or fields stand behind "
+       "damage",
+       kDated + "Subject: 1\n\na\n\n" + kOther + "we wrote:\nNote: x\n\nb\n\n" + kOther +
+           "damage\nSubject: 2\nTo: x\n\nc\n\n" + kOther + "the end",
+       {"Subject: 1\n\na\n\n" + kOther + "we wrote:\nNote: x\n\nb\n",
+        "damage\nSubject: 2\nTo: x\n\nc\n\n" + kOther + "the end"}},
+      {"such a line where the kind would have quoted it",
+       kDated + "Subject: 1\n\na\n\n" + kOther + "b\n",
+       {"Subject: 1\n\na\n", "b\n"},
+       MboxKind::kMboxrd},
       {"bare lines where the file has such",
        "From \r\nX-Mozilla-Status: 0001\r\nSubject: 1\n\na\n>From \n\nFrom \r\nSubject: "
        "2\r\n\r\nb\r\n",
@@ -223,6 +241,35 @@ TEST(StateFields, SayWhatEachProgramMeans) {
   }
 }
 
+TEST(TagNames, AreWhatTheOwnerOfAProfileCallsThem) {
+  const TagNames tags(
+      "// x\nuser_pref(\"mailnews.tags.$label1.tag\", \"Dr\\u00e4ngt \\\"sehr\\\"\");\r\n"
+      "user_pref(\"mailnews.tags.$label1.color\", \"#FF0000\");\n"
+      "user_pref(\"mailnews.tags.sp&AOQ-ter.tag\", \"Later on\");\n"
+      "user_pref(\"mailnews.tags.cut.tag\", \"no end");
+  MailState state;
+  state.categories = {"Important", "sp\xC3\xA4ter", "cut", "Work", "Later on"};
+  tags.Apply(state);
+  EXPECT_THAT(state.categories, ElementsAre("Dr\xC3\xA4ngt \"sehr\"", "Later on", "cut", "Work"));
+}
+
+// What a store writes into a header when a mail is read, tagged or moved makes it no other mail.
+TEST(ContentHash, LeavesOutWhatStoresNote) {
+  const std::string mail = "Subject: x\r\n\r\nStatus: body\r\n";
+  EXPECT_EQ(ContentHash(mail), platform::Sha256Hex(mail));
+  for (const char* fields :
+       {"Status: RO\r\n", "x-mozilla-status: 0001\r\nX-Mozilla-Keys: a\r\n b\r\n",
+        "X-Keywords:\r\n\tUrgent\r\nX-UID : 7\r\n"}) {
+    EXPECT_EQ(ContentHash(fields + mail), ContentHash(mail)) << fields;
+    EXPECT_EQ(ContentHash("Subject: x\r\n" + std::string(fields) + mail.substr(12)),
+              ContentHash(mail))
+        << fields;
+  }
+  for (const char* other : {"Subject: x\r\n\r\nStatus: other\r\n", "Statuses: x\r\n", "Status"}) {
+    EXPECT_NE(ContentHash(other + mail), ContentHash(mail)) << other;
+  }
+}
+
 TEST(MboxSource, TellsStateAndLeavesWhatIsDeletedBehind) {
   const TemporaryFolder folder;
   const std::string path = folder.Write(
@@ -250,12 +297,16 @@ TEST(MaildirSource, LettersAndKeywordsTellTheState) {
   }
   folder.Write("dovecot-keywords", "0 $Forwarded\n1 Urgent\n99 none\nx\n2 $label2\n");
   folder.Write(".Sub/dovecot-keywords", "0 Local");
+  folder.Write(".Sub/courierimapkeywords/:list", "Blue\nRed\n\n8:1 0 7 x\n7.a:1\n\n");
+  folder.Write(".Sub/courierimapkeywords/.1.7.a", "Green\n");
+  folder.Write(".Sub/courierimapkeywords/.2.7.a", "Work\n$Forwarded\n");
   const Plan plan = MakePlan({folder.Path()}, {.withDeleted = true});
   std::vector<std::string> states;
   for (const Plan::Entry& entry : plan.entries) {
     states.push_back(Letters(entry.item.state, entry.item.read));
   }
-  EXPECT_THAT(states, ElementsAre("RAWX", "RF", "WD", "RW,Urgent", "", "RA,Work", ",Local", ""));
+  EXPECT_THAT(states, ElementsAre("RAWX", "RF", "WD", "RW,Urgent", "", "RA,Work", "W,Local,Work",
+                                  ",Red,Blue"));
   EXPECT_EQ(plan.entries[0].item.state.received, 1551780000);
   EXPECT_EQ(plan.entries[5].item.state.received, std::nullopt);  // the time of a copy
   EXPECT_EQ(MakePlan({folder.Path()}).deleted, 1u);

@@ -21,6 +21,17 @@ using testing::IsEmpty;
 const std::string kMail = "Subject: x\n\n";
 const std::string kSeparator = "From - Tue Mar 05 10:00:00 2019\n";
 
+const std::string kMark = "\x01\x01\x01\x01\n";
+
+// Of 4 bytes each, the least first.
+std::string Words(const std::vector<std::uint32_t>& words) {
+  std::string bytes;
+  for (const std::uint32_t word : words) {
+    for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(word >> shift);
+  }
+  return bytes;
+}
+
 std::string Mbox(const std::string& fields = "") {
   return kSeparator + fields + kMail + "text\n\n";
 }
@@ -45,6 +56,7 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
       {"the profile of a Thunderbird",
        {{"prefs.js", "x"},
         {"cookies.sqlite", "x"},
+        {"places.sqlite", "x"},
         {"Mail/Local Folders/Inbox", Mbox("X-Mozilla-Status: 0000\n")},
         {"Mail/Local Folders/Inbox.msf", "x"},
         {"Mail/Local Folders/Sent", ""},
@@ -84,6 +96,37 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"sent/1", kMail}},
        {"Inbox\\|inbox/1", "Inbox\\|inbox/2|unread", "Sent Items\\|sent/1"},
        {}},
+      {"Claws Mail's",
+       {{"inbox/1", kMail},
+        {"inbox/2", kMail},
+        {"inbox/3", kMail},
+        {"inbox/5", kMail},
+        {"inbox/.claws_mark", Words({2, 1, 4 | 16, 2, 2, 3, 8})}},
+       {"Inbox\\|inbox/1", "Inbox\\|inbox/2|unread", "Inbox\\|inbox/5|unread"},
+       {}},
+      {"MMDF files",
+       {{"Old", kMark + kSeparator + "Status: O\n" + kMail + "text\n" + kMark + kMark + kMail +
+                    "From here\n\n" + kMark},
+        {"Cut.mmdf", kMark + kMail + "text"}},
+       {"Cut\\|Cut.mmdf:5", "Old\\|Old:5|unread", "Old\\|Old:74|unread"},
+       {}},
+      {"Evolution's",
+       {{"..maildir++", "maildir++ 1\n"},
+        {"cur/.x", ""},
+        {"new/.x", ""},
+        {".Projekte.a_b c.K\xC3\xB6ln & S\xC3\xBC"
+         "d/cur/1:2,S",
+         kMail},
+        {".Projekte.a_b c.K\xC3\xB6ln & S\xC3\xBC"
+         "d/new/.x",
+         ""},
+        {".R&D/cur/2:2,S", kMail},
+        {".R&D/new/.x", ""}},
+       {"Projekte\\a_b c\\K\xC3\xB6ln & S\xC3\xBC"
+        "d\\|.Projekte.a_b c.K\xC3\xB6ln & S\xC3\xBC"
+        "d/cur/1:2,S",
+        "R&D\\|.R&D/cur/2:2,S"},
+       {}},
       {"Apple Mail's",
        {{"INBOX.mbox/7A/Data/1/Messages/1.emlx", Emlx(kMail, 0)},
         {"Sent Messages.mbox/Kunde.mbox/Messages/2.emlx", Emlx(kMail, 1)},
@@ -116,21 +159,24 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
 
 TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   const TemporaryFolder folder;
-  const std::pair<const char*, std::string> lost[] = {{"1.partial.emlx", Emlx(kMail, 0)},
+  const std::pair<const char*, std::string> lost[] = {{"1.partial.emlx.dbx", "\xCF\xAD\x12\xFE"},
                                                       {"Inbox.dbx", "\xCF\xAD\x12\xFE"},
                                                       {"babyl", "BABYL OPTIONS: x\n"},
                                                       {"mail", "To: a@b\nSubject: x\n\nx"},
                                                       {"mix", ":msg:1"},
-                                                      {"mmdf", "\x01\x01\x01\x01\nFrom x\n"}};
+                                                      {"x.mbox", "nothing"},
+                                                      {"x.msg", "\xD0\xCF\x11\xE0"}};
   for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
   folder.Write("notes.txt", "Note: one field is none\n");
   folder.Write("dovecot-uidlist", "3 V1\n");
+  folder.Write("abook.sqlite", "x");
+  folder.Write("old.mab", "x");
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 6);
-  EXPECT_EQ(plan.problems.size(), 7u);
+  EXPECT_EQ(losses, 7);
+  EXPECT_EQ(plan.problems.size(), 10u);
 }
 
 TEST(Emlx, SaysWhereItsMailIsAndWhatBecameOfIt) {
@@ -143,6 +189,27 @@ TEST(Emlx, SaysWhereItsMailIsAndWhatBecameOfIt) {
               all.state.draft && all.state.forwarded);
   EXPECT_EQ(all.state.received, 1551780000);
   EXPECT_TRUE(ReadEmlxState("<key>flags</key><string>0</string>").read);
+}
+
+TEST(Emlx, PartsThatLieBesideAMailComeToTheirPlaces) {
+  const std::string cut = "X-Apple-Content-Length: 3\n\n";
+  const std::string mail =
+      "Subject: x\nContent-Type: multipart/mixed; boundary=\"a b\"\n\n--a b\n"
+      "Content-Type: multipart/related;\n boundary=c\n\n--c\n\ntext\n--c\n"
+      "Content-Transfer-Encoding: BASE64\n" +
+      cut + "\n--c--\n--a b\n" + cut + "--a b--\n";
+  const TemporaryFolder folder;
+  folder.Write("INBOX.mbox/Data/Messages/12.partial.emlx", Emlx(mail, 1));
+  folder.Write("INBOX.mbox/Data/Attachments/12/1.2/pic.png", "pic");
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), 1u);
+  EXPECT_TRUE(plan.problems.empty());
+  EXPECT_THROW(plan.sources[0]->Read(plan.entries[0].item), SourceError);
+  folder.Write("INBOX.mbox/Data/Attachments/12/2/notes.txt", "notes\n");
+  std::string wanted = mail;
+  wanted.insert(wanted.rfind(cut) + cut.size(), "notes\n");
+  wanted.insert(wanted.find(cut) + cut.size(), "cGlj\n");
+  EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), wanted);
 }
 
 TEST(MhSequences, RangesMayOverlapAndBeAnything) {

@@ -1,0 +1,177 @@
+#include "client/run/SecondPass.h"
+
+#include <algorithm>
+#include <functional>
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+#include "client/run/ItemProps.h"
+#include "client/run/MailKey.h"
+#include "client/sources/SpecialFolders.h"
+#include "ews/ServiceException.h"
+#include "ews/StoredMail.h"
+#include "mime/MailHeader.h"
+#include "pipeline/ItemProps.h"
+
+namespace client {
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* kRead = "read";
+
+std::uint64_t DigestOf(const std::string& folder, const std::string& hash) {
+  return std::hash<std::string>()(folder + hash);
+}
+
+// What the target is told of it, in the words of the work file that tells it.
+std::string StateText(const Plan::Entry& entry, const LoadedItem& item) {
+  MailState state = item.state;
+  state.draft = false;  // which no item becomes once it is saved, nor ceases to be
+  std::ranges::sort(state.categories);
+  json props = PropsOf(state, {});
+  props[kRead] = entry.item.read;
+  return props.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+ItemProps PropsIn(const std::string& state) {
+  std::vector<CString> notes;
+  ItemProps props = ParseItemProps(state, notes);
+  if (!props.objJson.is_object()) props.objJson = json::object();
+  return props;
+}
+
+std::string MessageIdOf(std::string_view mail) {
+  CString id = CString::FromUtf8(mail::MailHeader(mail).text("Message-ID"));
+  id.Trim();
+  return id.ToUtf8();
+}
+
+bool IsInDeletedItems(const std::string& folder) {
+  return FoldedName(folder).starts_with(FoldedName("Deleted Items\\"));
+}
+
+// The file without what a Maildir puts behind a name, and without the place in an mbox.
+std::string FileOf(const std::string& location) {
+  const std::size_t colon = location.rfind(':');
+  const std::size_t slash = location.rfind('/');
+  const bool isBehind = colon != std::string::npos && (slash == std::string::npos || slash < colon);
+  return isBehind ? location.substr(0, colon) : location;
+}
+
+bool EqualText(const CString& found, const std::string& wanted) {
+  return !wanted.empty() && found == CString::FromUtf8(wanted).Left(ews::kLongestFoundText);
+}
+
+}  // namespace
+
+SecondPass::SecondPass(const Target& target, TargetLook& look, Journal& journal, LedgerWriter& rows,
+                       bool hasKeys)
+    : m_target(target),
+      m_look(look),
+      m_journal(journal),
+      m_rows(rows),
+      m_service(target),
+      m_hasKeys(hasKeys) {}
+
+void SecondPass::See(const Plan::Entry& entry, const LoadedItem& item) {
+  if (entry.IsMail()) m_seen.try_emplace(DigestOf(entry.item.folder, item.hash), &entry);
+}
+
+void SecondPass::SeeUnread(const Plan::Entry& entry) {
+  if (entry.IsMail()) m_unread.insert(FileOf(entry.item.location));
+}
+
+bool SecondPass::HasTheSay(const Plan::Entry& entry, const LoadedItem& item) const {
+  const auto seen = m_seen.find(DigestOf(entry.item.folder, item.hash));
+  return seen != m_seen.end() && seen->second == &entry;
+}
+
+KnownMail SecondPass::MailOf(const Plan::Entry& entry, const LoadedItem& item,
+                             KnownMail::Origin origin) {
+  return {entry.item.folder,      item.hash,           item.key, item.ledgerKey,
+          StateText(entry, item), entry.item.location, origin};
+}
+
+Outcome SecondPass::TellState(KnownMail mail, const Plan::Entry& entry, const LoadedItem& item) {
+  if (!HasTheSay(entry, item)) return {Outcome::Kind::kKnown, {}};
+  std::string state = StateText(entry, item);
+  const bool isSame = mail.state == state;
+  if (isSame && mail.source == entry.item.location) return {Outcome::Kind::kKnown, {}};
+  Outcome outcome{Outcome::Kind::kKnown, {}};
+  if (!isSame) outcome = Send(mail, state, item.bytes);
+  if (!outcome.Arrived()) return outcome;
+  mail.state = std::move(state);
+  mail.source = entry.item.location;
+  m_journal.KeepMail(mail);
+  return outcome;
+}
+
+Outcome SecondPass::Send(const KnownMail& mail, const std::string& state, std::string_view bytes) {
+  using enum Outcome::Kind;
+  if (m_target.Store()) return {kKnown, "its state changed, which a store is not told"};
+  if (!m_hasKeys) return {kKnown, "its state changed, which the target is not told with --as-is"};
+  const ItemProps before = PropsIn(mail.state);
+  const ItemProps now = PropsIn(state);
+  const json read = now.objJson.value(kRead, json(true));
+  ews::MailChanges changes = ChangesOfState(before, now);
+  if (read != before.objJson.value(kRead, json())) changes.bRead = read == json(true);
+  try {
+    const std::vector<CString> ids = Find(mail, MessageIdOf(bytes));
+    if (ids.empty()) return {kKnown, "its state changed, and it is not in its folder any more"};
+    for (const CString& id : ids) ews::UpdateMail(*m_service.Get(), id, changes);
+    return {kUpdated, {}};
+  } catch (const ews::ServiceException& failure) {
+    return {EndsRun(failure.what()) ? kLeft : kFailed,
+            std::string("its new state could not be told: ") + failure.what()};
+  } catch (const std::runtime_error& failure) {  // there is no logon
+    return {kLeft, failure.what()};
+  }
+}
+
+// One that was there before the run may carry no key; then its id must be nobody else's.
+std::vector<CString> SecondPass::Find(const KnownMail& mail, const std::string& messageId) {
+  const std::string key = KeyOnItem(mail.key);
+  std::vector<CString> own;
+  std::vector<CString> keyless;
+  m_look.Find(mail.folder, CString::FromUtf8(key), CString::FromUtf8(messageId),
+              [&](const ews::FoundItem& found) {
+                if (EqualText(found.strKey, key)) own.push_back(found.strId);
+                const bool isAlike = EqualText(found.strMessageId, messageId);
+                if (found.strKey.IsEmpty() && isAlike) keyless.push_back(found.strId);
+              });
+  if (own.empty() && keyless.size() == 1) return keyless;
+  return own;
+}
+
+SecondPass::Gone SecondPass::Missing() {
+  Gone gone;
+  m_journal.EachBrought([&](const KnownMail& mail) {
+    ++gone.brought;
+    const bool maybeThere =
+        m_seen.contains(DigestOf(mail.folder, mail.hash)) || m_unread.contains(FileOf(mail.source));
+    if (!maybeThere) gone.mails.push_back(mail);
+  });
+  return gone;
+}
+
+// The row goes before the run forgets that it brought the mail: cut off between the two, the next
+// pass finds nothing there and goes on.
+std::string SecondPass::TakeAway(KnownMail mail) {
+  try {
+    const std::vector<CString> ids = Find(mail, {});
+    if (ids.size() > 1) return "it is there more than once: nobody can tell which the run brought";
+    const bool isDone = ids.empty() || IsInDeletedItems(mail.folder);
+    if (!isDone) ews::MoveToDeletedItems(*m_service.Get(), ids.front());
+  } catch (const ews::ServiceException& failure) {
+    if (EndsRun(failure.what())) throw;
+    return failure.what();
+  }
+  m_rows.Remove(mail.folder, mail.ledgerKey, m_target.Login());
+  mail.origin = KnownMail::Origin::kTakenAway;
+  m_journal.KeepMail(mail);
+  return {};
+}
+
+}  // namespace client

@@ -1,0 +1,94 @@
+#include "client/sources/CourierKeywords.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <optional>
+
+#include "base/AsciiText.h"
+#include "client/sources/Pieces.h"
+#include "client/sources/SourceFiles.h"
+
+namespace client {
+namespace {
+
+constexpr std::uint64_t kMostList = 64 << 20;  // bytes
+constexpr std::uint64_t kMostFile = 65536;
+constexpr std::size_t kMostKeywords = 256;  // of one mail
+
+std::string TextOf(const std::string& path, std::uint64_t most) {
+  try {
+    return ReadFileRange(path, 0, most);
+  } catch (const SourceError&) {
+    return {};
+  }
+}
+
+std::optional<std::size_t> NumberIn(std::string_view text) {
+  std::size_t number = 0;
+  const char* const last = text.data() + text.size();
+  const auto [end, error] = std::from_chars(text.data(), last, number);
+  return error == std::errc() && end == last ? std::optional(number) : std::nullopt;
+}
+
+}  // namespace
+
+CourierKeywords::CourierKeywords(const std::string& maildir) {
+  const std::string folder = maildir + "/courierimapkeywords";
+  struct stat status;
+  if (stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return;
+  TakeList(TextOf(folder + "/:list", kMostList));
+  TakeFiles(folder);
+}
+
+void CourierKeywords::TakeList(std::string_view text) {
+  std::vector<std::string> names;
+  while (!text.empty()) {
+    const std::string_view line = mail::trimmed(TakeUpTo(text, '\n'));
+    if (line.empty()) break;
+    names.emplace_back(line);
+  }
+  while (!text.empty()) {
+    std::string_view line = mail::trimmed(TakeUpTo(text, '\n'));
+    std::vector<std::string>& keywords = m_keywords[std::string(TakeUpTo(line, ':'))];
+    while (!line.empty() && keywords.size() < kMostKeywords) {
+      const auto number = NumberIn(TakeUpTo(line, ' '));
+      if (number && *number < names.size()) keywords.push_back(names[*number]);
+    }
+  }
+}
+
+void CourierKeywords::TakeFiles(const std::string& folder) {
+  std::vector<SourceProblem> unread;  // keywords alone: the mails are there
+  std::unordered_map<std::string, std::size_t> versions;
+  for (const FolderEntry& entry : ListFolder(folder, unread)) {
+    std::string_view name = entry.name;
+    if (entry.kind != EntryKind::kFile || name.starts_with(':')) continue;
+    std::size_t version = 0;
+    if (name.starts_with('.')) {
+      name.remove_prefix(1);
+      version = NumberIn(TakeUpTo(name, '.')).value_or(0);
+    }
+    const auto [known, isNew] = versions.try_emplace(std::string(name), version);
+    if (!isNew && known->second > version) continue;
+    known->second = version;
+    std::vector<std::string>& keywords = m_keywords[std::string(name)];
+    keywords.clear();
+    const std::string text = TextOf(folder + "/" + entry.name, kMostFile);
+    for (std::string_view rest = text; !rest.empty() && keywords.size() < kMostKeywords;) {
+      const std::string_view keyword = mail::trimmed(TakeUpTo(rest, '\n'));
+      if (!keyword.empty()) keywords.emplace_back(keyword);
+    }
+  }
+}
+
+const std::vector<std::string>& CourierKeywords::Of(std::string_view fileName) const {
+  static const std::vector<std::string> kNone;
+  if (m_keywords.empty()) return kNone;
+  const auto found = m_keywords.find(std::string(fileName.substr(0, fileName.find(":2,"))));
+  return found == m_keywords.end() ? kNone : found->second;
+}
+
+}  // namespace client

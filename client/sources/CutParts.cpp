@@ -1,0 +1,152 @@
+#include "client/sources/CutParts.h"
+
+#include <algorithm>
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "base/AsciiText.h"
+#include "base/LogNull.h"
+#include "client/sources/SourceFiles.h"
+#include "mime/MailHeader.h"
+#include "mime/encoding/ContentCoding.h"
+#include "mime/header/CkContentType.h"
+
+namespace client {
+namespace {
+
+// A multipart that is open, from the outside in.
+struct Level {
+  std::string boundary;  // with its "--"
+  std::size_t parts = 0;
+};
+
+// Walks the lines of a mail: headers of parts, and the boundaries between.
+class PartWalk {
+ public:
+  explicit PartWalk(std::string_view mail) : m_mail(mail) {}
+
+  std::vector<CutPart> Run() {
+    TakeHeader();
+    while (m_at < m_mail.size()) {
+      const std::string_view line = TakeLine();
+      if (line.starts_with("--") && TakeBoundary(line)) TakeHeader();
+    }
+    return std::move(m_parts);
+  }
+
+ private:
+  std::string_view TakeLine() {
+    const std::size_t end = m_mail.find('\n', m_at);
+    const std::size_t next = end == std::string_view::npos ? m_mail.size() : end + 1;
+    std::string_view line = m_mail.substr(m_at, next - m_at);
+    m_at = next;
+    while (line.ends_with('\n') || line.ends_with('\r')) line.remove_suffix(1);
+    return line;
+  }
+
+  // True where a part begins behind the line.
+  bool TakeBoundary(std::string_view line) {
+    for (std::size_t i = m_levels.size(); i-- > 0;) {
+      const std::string& boundary = m_levels[i].boundary;
+      if (!line.starts_with(boundary)) continue;
+      const std::string_view rest = mail::trimmed(line.substr(boundary.size()));
+      if (!rest.empty() && rest != "--") continue;
+      m_levels.resize(rest.empty() ? i + 1 : i);
+      if (rest.empty()) ++m_levels[i].parts;
+      return rest.empty();
+    }
+    return false;
+  }
+
+  void TakeHeader() {
+    const std::size_t begin = m_at;
+    while (m_at < m_mail.size() && !TakeLine().empty()) {
+    }
+    const mail::MailHeader header(m_mail.substr(begin, m_at - begin));
+    mail::_ckContentType type;
+    mail::LogNull log;
+    type.load(header.text("Content-Type"), log);
+    if (type.isMultipart() && !type.m_boundary.isEmpty()) {
+      if (m_levels.size() < kDeepestCutPart) {
+        m_levels.push_back({"--" + std::string(type.m_boundary.view()), 0});
+      }
+    } else if (header.find("X-Apple-Content-Length")) {
+      std::string encoding(mail::trimmed(header.text("Content-Transfer-Encoding")));
+      for (char& c : encoding) c = mail::toLowerAscii(c);
+      m_parts.push_back({Number(), std::move(encoding), m_at});
+    }
+  }
+
+  std::string Number() const {
+    std::string number;
+    for (const Level& level : m_levels) {
+      number += (number.empty() ? "" : ".") + std::to_string(level.parts);
+    }
+    return number.empty() ? "1" : number;
+  }
+
+  std::string_view m_mail;
+  std::size_t m_at = 0;
+  std::vector<Level> m_levels;
+  std::vector<CutPart> m_parts;
+};
+
+// The first file of the folder; nothing where there is none.
+std::optional<std::string> FileIn(const std::string& folder) {
+  std::vector<SourceProblem> problems;
+  for (const FolderEntry& entry : ListFolder(folder, problems)) {
+    const bool isFile = entry.kind == EntryKind::kFile && !entry.name.starts_with('.');
+    if (isFile) return folder + "/" + entry.name;
+  }
+  return std::nullopt;
+}
+
+std::string Encoded(const std::string& bytes, const std::string& encoding) {
+  const mail::ContentCoding coding;
+  mail::DataBuffer out;
+  if (encoding == "base64") {
+    (void)coding.encodeBase64(bytes, out);
+  } else if (encoding == "quoted-printable") {
+    (void)coding.encodeQuotedPrintable(bytes, out);
+  } else {
+    return bytes;
+  }
+  // The mail around it has LF alone.
+  std::string text(out.view());
+  std::erase(text, '\r');
+  return text;
+}
+
+// ".../Attachments/12" of ".../Messages/12.partial.emlx".
+std::string FolderOfParts(const std::string& path) {
+  const std::size_t name = path.rfind('/') + 1;
+  const std::string number = path.substr(name, path.find('.', name) - name);
+  const std::size_t above = name > 1 ? path.rfind('/', name - 2) : std::string::npos;
+  const std::string base = above == std::string::npos ? std::string() : path.substr(0, above);
+  return base + "/Attachments/" + number;
+}
+
+}  // namespace
+
+std::vector<CutPart> CutPartsOf(std::string_view mail) { return PartWalk(mail).Run(); }
+
+std::string WithCutParts(std::string mail, const std::string& path) {
+  const std::vector<CutPart> parts = CutPartsOf(mail);
+  const std::string folder = FolderOfParts(path);
+  std::string whole;
+  std::size_t done = 0;
+  for (const CutPart& part : parts) {
+    const auto file = FileIn(folder + "/" + part.number);
+    if (!file) {
+      throw SourceError(fmt::format(
+          "its attachment {} was never fetched by its program: let that fetch it", part.number));
+    }
+    whole.append(mail, done, part.body - done);
+    whole += Encoded(ReadWholeFile(*file), part.encoding);
+    done = part.body;
+  }
+  return whole.append(mail, done);
+}
+
+}  // namespace client

@@ -1,0 +1,63 @@
+#include "client/sources/Mmdf.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace client {
+namespace {
+
+constexpr std::string_view kMark = "\x01\x01\x01\x01";
+
+std::string_view WithoutEnd(std::string_view line) {
+  if (line.ends_with('\n')) line.remove_suffix(1);
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+}  // namespace
+
+bool IsMmdf(std::string_view head) { return WithoutEnd(head.substr(0, head.find('\n'))) == kMark; }
+
+bool EndsWithMmdfMark(std::string_view bytes) {
+  return bytes.ends_with('\n') && WithoutEnd(bytes).ends_with(kMark);
+}
+
+void MmdfSplitter::Feed(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const std::size_t end = bytes.find('\n');
+    const std::size_t size = end == std::string_view::npos ? bytes.size() : end + 1;
+    m_line += bytes.substr(0, std::min(size, kMostMmdfMark - m_line.size()));
+    m_size += size;
+    bytes.remove_prefix(size);
+    if (end != std::string_view::npos) EndLine();
+  }
+}
+
+void MmdfSplitter::EndLine() {
+  const std::string_view text = WithoutEnd(m_line);
+  const bool isWhole = m_size == m_line.size();
+  if (isWhole && text == kMark) {
+    EndMail();
+    m_isWithin = true;
+    m_inHeader = true;
+    m_mail = {m_at + m_size, 0, 0};
+  } else {
+    m_mail.length += m_size;
+    if (m_inHeader) m_mail.header += m_size;
+    if (isWhole && text.empty() && m_mail.header > m_size) m_inHeader = false;
+  }
+  m_at += std::exchange(m_size, 0);
+  m_line.clear();
+}
+
+void MmdfSplitter::EndMail() {
+  if (m_isWithin && m_mail.length > 0) m_mails.push_back(m_mail);
+}
+
+std::vector<MboxSplitter::Mail> MmdfSplitter::Finish() {
+  if (m_size > 0) EndLine();
+  EndMail();
+  return std::move(m_mails);
+}
+
+}  // namespace client

@@ -1,0 +1,57 @@
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "client/sources/Emlx.h"
+#include "client/sources/MaildirName.h"
+#include "client/sources/MhMarks.h"
+#include "client/sources/MhSequences.h"
+#include "client/sources/TagNames.h"
+
+// What stores of several programs know of mails: the files of Apple Mail, which hold the mail as
+// well, names in Maildirs, sequences and marks of MH folders, the tags of a Thunderbird. No answer
+// lies outside of what was read.
+
+namespace {
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+void CheckEmlx(std::string_view file) {
+  const auto place = client::EmlxPlaceOf(file);
+  Require(!place || (place->offset > 0 && place->offset <= file.size()));
+  const std::string_view list = place ? file.substr(place->offset) : file;
+  const client::EmlxState state = client::ReadEmlxState(list);
+  const bool hasFlags = list.find("<key>flags</key>") != std::string_view::npos;
+  Require(hasFlags || (state.read && !state.state.deleted));
+}
+
+void CheckNames(std::string_view text) {
+  const client::MaildirName name = client::ParseMaildirName(text);
+  Require(name.letters.size() <= text.size());
+  client::MailState state;
+  state.categories = {"Important", "Later"};
+  const client::TagNames tags(text);
+  tags.Apply(state);
+  Require(!state.categories.empty() && state.categories.size() <= 2);
+}
+
+void CheckMh(std::string_view text) {
+  const client::MhSequences sequences(text);
+  const client::MhMarks marks(text);
+  for (const std::uint64_t number : {0ull, 1ull, 7ull, 0xFFFFFFFFull, ~0ull}) {
+    (void)sequences.Has("unseen", number);
+    Require(text.size() >= 12 || !marks.IsUnread(number));
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view input(reinterpret_cast<const char*>(data), size);
+  CheckEmlx(input);
+  CheckNames(input);
+  CheckMh(input);
+  return 0;
+}
