@@ -75,6 +75,7 @@ int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
 int Migrate(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
+  options.plan.kinds = EarlierKinds(options.run);
   const Plan plan = MakePlan(options.sources, options.plan);
   if (options.dryRun) return DryRun(options, plan, say);
   AskSecrets(options);
@@ -100,6 +101,7 @@ int Migrate(MigrateOptions& options, Console& console) {
   }
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);
+  journal.KeepFolderKinds(KindsOf(plan.entries));
 
   Migration migration({run, options.target, engineOptions, local.get(), options.fromMime,
                        options.adopt, &waits, options.deleteMissing},

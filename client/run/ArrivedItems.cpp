@@ -30,7 +30,9 @@ ArrivedItems::ArrivedItems(Journal& journal, const Plan& plan) : m_journal(journ
       if (std::string name = NameOfId(folder, entry.key); !name.empty()) {
         m_versions.emplace(std::move(name), Version{entry.key, entry.source});
       }
-      m_entries[NameOf(folder, entry.hash)].push_back(std::move(entry));
+      const std::string name = NameOf(folder, entry.hash);
+      m_places.emplace(entry.source, name);
+      m_entries[name].push_back(std::move(entry));
     }
   }
 }
@@ -42,13 +44,33 @@ bool ArrivedItems::Take(const Plan::Entry& entry, const std::string& hash) {
   if (found == m_entries.end() || found->second.empty()) return false;
   std::vector<JournalEntry>& equal = found->second;
   const auto own = std::ranges::find(equal, entry.item.location, &JournalEntry::source);
+  m_places.erase(own == equal.end() ? equal.back().source : own->source);
   if (own == equal.end()) {
+    MakeRoom(entry);
     m_journal.Move(equal.back(), entry.item.location);
     equal.pop_back();
   } else {
     equal.erase(own);
   }
   return true;
+}
+
+void ArrivedItems::MakeRoom(const Plan::Entry& entry) {
+  const auto place = m_places.find(entry.item.location);
+  if (place == m_places.end()) return;
+  std::vector<JournalEntry>& equal = m_entries[place->second];
+  const auto there = std::ranges::find(equal, entry.item.location, &JournalEntry::source);
+  m_places.erase(place);
+  if (there == equal.end()) return;
+  const std::string aside = there->source + "\n" + there->hash;  // no place in any source
+  m_journal.Move(*there, aside);
+  there->source = aside;
+}
+
+bool ArrivedItems::IsOfPlan(const std::string& owner, const LoadedItem& item) const {
+  return std::ranges::any_of(m_locations, [&](std::string_view location) {
+    return ItemLoader::OwnerOf(item, location) == owner;
+  });
 }
 
 std::vector<std::string> ArrivedItems::EarlierVersions(const Plan::Entry& entry,

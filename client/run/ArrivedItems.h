@@ -31,6 +31,13 @@ class ArrivedItems {
   // source any more: the item has been changed since. None for an item without an id.
   std::vector<std::string> EarlierVersions(const Plan::Entry& entry, const LoadedItem& item) const;
 
+  // The entry of an item that stands in the journal by the place of this one, and that is to come
+  // yet, makes room for this one's.
+  void MakeRoom(const Plan::Entry& entry);
+
+  // Whether that hash of content and place (ItemLoader::OwnerOf) is of an item of the plan.
+  bool IsOfPlan(const std::string& owner, const LoadedItem& item) const;
+
  private:
   struct Version {
     std::string key;
@@ -39,7 +46,8 @@ class ArrivedItems {
   Journal& m_journal;
   std::unordered_map<std::string, std::vector<JournalEntry>> m_entries;  // by folder and hash
   std::unordered_multimap<std::string, Version> m_versions;              // by folder and id
-  std::unordered_set<std::string_view> m_locations;                      // of the plan's items
+  std::unordered_map<std::string, std::string> m_places;  // of m_entries, their names by source
+  std::unordered_set<std::string_view> m_locations;       // of the plan's items
 };
 
 }  // namespace client

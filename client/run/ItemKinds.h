@@ -19,7 +19,11 @@ const ItemKind& KindOf(std::int32_t itemType);
 // A folder takes one kind. Where a source's folder holds several, mail stays, or, without any, what
 // comes first; the others go below the mailbox's own folder of their kind. What bears the name of
 // such an own folder takes that kind alone, whatever else lies there: a mail that is put beside a
-// calendar must not move the calendar, nor be put where nobody sees it.
-void PlaceByKind(std::vector<Plan::Entry>& entries);
+// calendar must not move the calendar, nor be put where nobody sees it. Nor must what comes later
+// move what has arrived: `known` is what the folders took before.
+void PlaceByKind(std::vector<Plan::Entry>& entries, const FolderKinds& known);
+
+// What the folders take once PlaceByKind has placed everything.
+FolderKinds KindsOf(const std::vector<Plan::Entry>& entries);
 
 }  // namespace client

@@ -86,11 +86,20 @@ void ItemLoader::Name(const Plan::Entry& entry, LoadedItem& item) {
 
 // Each is saved, be they alike: the key belongs to a place in the source.
 void ItemLoader::ClaimPlace(const Plan::Entry& entry, LoadedItem& item) {
-  const std::string owner = platform::Sha256Hex(item.hash + entry.item.location);
+  const std::string owner = OwnerOf(item, entry.item.location);
   if (m_journal.IsClaimedByOther(entry.item.folder, item.key, owner)) {
     item.key = PlaceKey(item.key, owner);
   }
   item.key = m_journal.ClaimKey(entry.item.folder, item.key, owner);
+}
+
+std::string ItemLoader::OwnerOf(const LoadedItem& item, std::string_view location) {
+  return platform::Sha256Hex(std::string(item.hash).append(location));
+}
+
+void ItemLoader::TakeOverKey(const Plan::Entry& entry, const std::string& key, LoadedItem& item) {
+  m_journal.Reclaim(entry.item.folder, key, OwnerOf(item, entry.item.location));
+  item.key = key;
 }
 
 void ItemLoader::NamePrepared(const Plan::Entry& entry, LoadedItem& item) {

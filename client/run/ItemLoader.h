@@ -45,6 +45,11 @@ class ItemLoader {
   // another one, which the engine would pass over as known, and platform::SqliteError.
   void Name(const Plan::Entry& entry, LoadedItem& item);
 
+  // Who owns the key of an item without a row: its content at that place.
+  static std::string OwnerOf(const LoadedItem& item, std::string_view location);
+  // Gives the item a key that another place of the same content had.
+  void TakeOverKey(const Plan::Entry& entry, const std::string& key, LoadedItem& item);
+
  private:
   void ClaimPlace(const Plan::Entry& entry, LoadedItem& item);
   void NamePrepared(const Plan::Entry& entry, LoadedItem& item);

@@ -21,6 +21,8 @@ constexpr std::string_view kSchema =
     "CREATE TABLE IF NOT EXISTS mail (folder TEXT NOT NULL, hash TEXT NOT NULL, key TEXT NOT NULL,"
     " ledger_key TEXT NOT NULL, state TEXT NOT NULL, source TEXT NOT NULL, origin INTEGER NOT NULL,"
     " PRIMARY KEY (folder, hash)) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS folder_kind (folder TEXT PRIMARY KEY, kind INTEGER NOT NULL)"
+    " WITHOUT ROWID;"
     // A trigger, so that an item's result and the end of its doubt are one write to the disk.
     "CREATE TRIGGER IF NOT EXISTS item_settled AFTER INSERT ON item WHEN NEW.result IN (0, 1)"
     " BEGIN DELETE FROM begun WHERE folder = NEW.folder AND key = NEW.key; END;";
@@ -118,6 +120,24 @@ void Journal::EachBrought(const std::function<void(const KnownMail&)>& take) {
   while (query.Step()) take(MailIn(query));
 }
 
+std::map<std::string, std::int32_t> Journal::FolderKinds() {
+  std::map<std::string, std::int32_t> kinds;
+  platform::SqliteStatement query = m_database.Prepare("SELECT folder, kind FROM folder_kind");
+  while (query.Step()) {
+    kinds.emplace(query.Text(0), static_cast<std::int32_t>(query.Int(1)));
+  }
+  return kinds;
+}
+
+void Journal::KeepFolderKinds(const std::map<std::string, std::int32_t>& kinds) {
+  for (const auto& [folder, kind] : kinds) {
+    m_database.Prepare("INSERT OR IGNORE INTO folder_kind VALUES (?1, ?2)")
+        .Bind(1, folder)
+        .Bind(2, static_cast<std::int64_t>(kind))
+        .Run();
+  }
+}
+
 bool Journal::IsNew() {
   return !m_database.Prepare("SELECT 1 FROM item UNION ALL SELECT 1 FROM begun LIMIT 1").Step();
 }
@@ -153,6 +173,15 @@ std::optional<Journal::OpenOutcome> Journal::OpenFor(std::string_view folder,
   // A clock that was set back since has it begin later than now.
   const std::chrono::seconds since(std::max<std::int64_t>(query.Int(0), 0));
   return OpenOutcome{since, static_cast<int>(query.Int(1))};
+}
+
+std::vector<std::string> Journal::OpenKeys(std::string_view folder) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT key FROM begun WHERE folder = ?1 ORDER BY key");
+  query.Bind(1, folder);
+  std::vector<std::string> keys;
+  while (query.Step()) keys.emplace_back(query.Text(0));
+  return keys;
 }
 
 std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view part) {

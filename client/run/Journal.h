@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -71,6 +73,10 @@ class Journal {
   // Hands over every mail that the run brought and did not take away again, by folder.
   void EachBrought(const std::function<void(const KnownMail&)>& take);
 
+  // What folders took when items first went there; a kind that is kept stays. Not durable.
+  std::map<std::string, std::int32_t> FolderKinds();
+  void KeepFolderKinds(const std::map<std::string, std::int32_t>& kinds);
+
   // True if no command ever left.
   bool IsNew();
   // Says that a command about the item with that key in that folder is about to leave. Until a
@@ -82,6 +88,8 @@ class Journal {
     int tries = 0;                  // commands that left
   };
   std::optional<OpenOutcome> OpenFor(std::string_view folder, std::string_view key);
+  // The keys of all that is open in that folder.
+  std::vector<std::string> OpenKeys(std::string_view folder);
   // Nothing came of what was begun, and nothing will. Not durable.
   void Forget(std::string_view folder, std::string_view key);
 
@@ -103,8 +111,10 @@ class Journal {
   bool IsClaimedByOther(std::string_view folder, std::string_view key, std::string_view hash);
   void Reclaim(std::string_view folder, std::string_view key, std::string_view hash);
 
+  // The hash that owns the key.
+  std::optional<std::string> OwnerOf(std::string_view folder, std::string_view key);
+
  private:
-  std::optional<std::string> OwnerOf(std::string_view folder, std::string_view key);  // its hash
   bool Claim(std::string_view folder, std::string_view key, std::string_view hash);
   void RunDurably(platform::SqliteStatement& statement);
 

@@ -280,6 +280,24 @@ bool Migration::IsKnownMail(Work& work) {
 
 // The keys of an earlier version were made of all bytes.
 void Migration::Name(Work& work) {
+  NameByContent(work);
+  if (ArrivedItems::Has(work.entry)) TakeOverDoubt(work);
+}
+
+// What was begun belongs to a place in the source. Where nothing lies there any more, it is an
+// equal item's that has moved.
+void Migration::TakeOverDoubt(Work& work) {
+  const std::string& folder = work.entry.item.folder;
+  if (work.item.key.empty() || m_journal.OpenFor(folder, work.item.key)) return;
+  for (const std::string& key : m_journal.OpenKeys(folder)) {
+    if (SharedKey(key) != SharedKey(work.item.key)) continue;
+    const auto owner = m_journal.OwnerOf(folder, key);
+    if (!owner || m_arrived->IsOfPlan(*owner, work.item)) continue;
+    return m_loader.TakeOverKey(work.entry, key, work.item);
+  }
+}
+
+void Migration::NameByContent(Work& work) {
   if (work.olderHash.empty()) return m_loader.Name(work.entry, work.item);
   std::swap(work.item.hash, work.olderHash);
   m_loader.Name(work.entry, work.item);
@@ -685,6 +703,7 @@ void Migration::Keep(const Work& work, const Outcome& outcome) {
   }
   const JournalEntry entry = EntryOf(work, outcome);
   if (entry.hash.empty()) return m_journal.StoreUnread(entry);
+  if (ArrivedItems::Has(work.entry)) m_arrived->MakeRoom(work.entry);
   // What was found there is found again should the entry be lost.
   const bool isFound =
       outcome.kind == Outcome::Kind::kKnown || outcome.kind == Outcome::Kind::kUpdated;

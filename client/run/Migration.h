@@ -110,6 +110,8 @@ class Migration {
   bool IsKnown(Work& work);
   bool IsKnownMail(Work& work);
   void Name(Work& work);
+  void NameByContent(Work& work);
+  void TakeOverDoubt(Work& work);
   // Of an item that is in the target; its keys must be filled in where nothing is known of it.
   Outcome KnownAgain(const Work& work);
   Outcome HandleWork(Work& work, bool found);

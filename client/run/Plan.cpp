@@ -179,7 +179,7 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
       plan.entries.push_back({source, std::move(item), std::move(name)});
     }
   }
-  PlaceByKind(plan.entries);
+  PlaceByKind(plan.entries, options.kinds);
   plan.merged = places.Merged();
   plan.unusedLines = places.UnusedLines();
   if (options.emptyFolders) plan.emptyFolders = EmptyOnes(folders, plan.entries);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,12 +41,16 @@ struct Plan {
   std::vector<Folder> Folders() const;  // in the order in which the run comes to them
 };
 
+// Which kind of items a folder takes (ItemKind::folderType), by its folded path.
+using FolderKinds = std::map<std::string, std::int32_t>;
+
 struct PlanOptions {
   SourceOptions source = {};
   bool withDeleted = false;
   bool specialFolders = true;  // those of the source go to those of the target
   bool emptyFolders = true;    // are made, too
   FolderMap folders = {};      // comes before all else
+  FolderKinds kinds = {};      // of earlier runs: what arrived must not move
 };
 
 // Opens and lists sources at absolute paths. Throws SourceError with the path and the reason.

@@ -1,6 +1,7 @@
 #include "client/run/RunIdentity.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 
 #include <fmt/format.h>
@@ -84,6 +85,17 @@ void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt) {
 }
 
 void EndAdoption(Journal& journal) { journal.RemoveProperty(kAdopting); }
+
+FolderKinds EarlierKinds(const std::string& runFolder) {
+  const std::string path = runFolder + "/journal.db";
+  std::error_code error;
+  if (runFolder.empty() || !std::filesystem::exists(path, error)) return {};
+  try {
+    return Journal(path).FolderKinds();
+  } catch (const platform::SqliteError&) {
+    return {};
+  }
+}
 
 bool IsBound(Journal& journal) { return journal.Property(kTarget).has_value(); }
 

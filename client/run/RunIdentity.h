@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "client/run/Plan.h"
+
 namespace client {
 
 class Journal;
@@ -30,6 +32,9 @@ std::string RequireSameMailbox(Journal& journal, const Target& target, const Run
 void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt);
 // Says that all items of a run with adopt had their turn. Throws platform::SqliteError.
 void EndAdoption(Journal& journal);
+// What the folders of the target took in earlier runs; nothing where there was none, or its journal
+// cannot be read: who opens it for good tells that.
+FolderKinds EarlierKinds(const std::string& runFolder);
 // True if a run has logged on to its target before. Throws platform::SqliteError.
 bool IsBound(Journal& journal);
 

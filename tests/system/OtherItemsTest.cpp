@@ -72,7 +72,26 @@ TEST(OtherItems, EachArrivesOnceInAFolderOfItsKind) {
     std::filesystem::remove(folder.File("run/SQLLiteNew.db"));
     EXPECT_EQ(SummaryOf(Migrate(folder, {"--adopt"}))["there_already"], 9);
     EXPECT_EQ(ElementsByFolder(folder)["People Contact"], 2);
+
+    // A mail that comes later moves nothing that has arrived.
+    WriteItem(folder, "People/4", "EMAIL", "MessageID : <4@example.com>\r\n");
+    EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 1);
+    EXPECT_EQ(ElementsByFolder(folder)["People Contact"], 2);
   }
+}
+
+TEST(OtherItems, ADoubtFollowsItsItemToAnotherPlace) {
+  const TemporaryFolder folder;
+  folder.Write("source/1.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann\r\nEND:VCARD\r\n");
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 1);
+  // As a power cut behind the save leaves it.
+  platform::SqliteDatabase(folder.File("run/journal.db"))
+      .Execute(
+          "INSERT INTO begun (folder, key, time) SELECT folder, key, datetime('now') FROM item;"
+          "DELETE FROM item");
+  std::filesystem::rename(folder.File("source/1.vcf"), folder.File("source/zoe.vcf"));
+  EXPECT_EQ(SummaryOf(Migrate(folder))["there_already"], 1);
+  EXPECT_EQ(ElementsByFolder(folder)["Contacts Contact"], 1);
 }
 
 TEST(OtherItems, RichTextOfEveryKindArrivesWithItsPictures) {
