@@ -1,5 +1,6 @@
 # The front door over CMake. `git` and `make` are all that must be there: each target installs the
-# Debian packages it needs first (scripts/install-packages.sh skips what is there).
+# Debian packages it needs first (scripts/install-packages.sh skips what is there), and, where Node.js
+# is at hand, the independent client of tests/interop.
 
 JOBS ?= $(shell nproc)
 # The slow ones wait more than they work.
@@ -46,6 +47,7 @@ clang: packages
 packages:
 	@mkdir -p build
 	@scripts/install-packages.sh
+	@scripts/install-interop.sh
 
 clean:
 	rm -rf build
