@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "ews/FolderNameTable.h"
 #include "ews/FolderPath.h"
+#include "ews/Settings.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "target/StoreError.h"
 
@@ -36,6 +38,16 @@ IRDOFolder FindByName(const CString& strName, const IRDOFolders& objFolders) {
   return objFolder;
 }
 
+// Whether there is such a folder; nothing where that cannot be read, with the words of it.
+std::optional<bool> LookFor(const CString& strName, const IRDOFolders& objFolders,
+                            CString& strWords) {
+  std::optional<bool> bFound;
+  (void)DoneInStore(strWords,
+                    [&] { (void)objFolders.GetCount(); });  // kept: nobody asks what it says
+  (void)DoneInStore(strWords, [&] { bFound = !FindByName(strName, objFolders).IsEmpty(); });
+  return bFound;
+}
+
 }  // namespace
 
 CString GetFolderTypeGroupwise(const CString& strName, int nType, bool bChangeViewOfCalender) {
@@ -48,11 +60,7 @@ CString GetFolderTypeGroupwise(const CString& strName, int nType, bool bChangeVi
 }
 
 bool CTarnyOutlookHandler::CheckIfFolderExist(CString strName, IRDOFolders olF2Temp) {
-  bool bFound = false;
-  (void)DoneInStore(m_strErrorMsg,
-                    [&] { (void)olF2Temp.GetCount(); });  // kept: nobody asks what it says
-  (void)DoneInStore(m_strErrorMsg, [&] { bFound = !FindByName(strName, olF2Temp).IsEmpty(); });
-  return bFound;
+  return LookFor(strName, olF2Temp, m_strErrorMsg).value_or(false);
 }
 
 IRDOFolders CTarnyOutlookHandler::GetFolderHandle(CString strName, IRDOFolders olF2Temp) {
@@ -88,7 +96,9 @@ IRDOFolders CTarnyOutlookHandler::CreateFolder(CString foldername, IRDOFolders o
   const int nLevels = getTotCountSlash(foldername);
   for (int k = 0; k < nLevels && !olF2.IsEmpty(); ++k) {
     const CString strName = GetNameBySlash(foldername, k);
-    if (CheckIfFolderExist(strName, olF2)) {
+    const std::optional<bool> bFound = LookFor(strName, olF2, m_strErrorMsg);
+    if (!bFound && ews::Settings().bSafe) return {};  // else one that is there comes twice
+    if (bFound.value_or(false)) {
       olF2 = GetFolderHandle(strName, olF2);
     } else {
       olF2 = MakeFolder(strName, olF2,

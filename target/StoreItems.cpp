@@ -58,6 +58,9 @@ std::vector<ews::RefusedOccurrence> FillAndSave(const IRDOMail& objMail, ews::It
     arrRefused = SetOccurrences(objMail, pSeries->Occurrences());
   }
   const IRDOAttachments objFiles = objMail.GetAttachments();
+  if (objFiles.IsEmpty() && objItem.Attachments().Count() > 0) {
+    throw StoreError("The store takes no attachments of such an item.");
+  }
   for (int n = 0; n < objItem.Attachments().Count(); ++n) {
     const ews::Attachment& objFile = objItem.Attachments()[n];
     objFiles.Add({objFile.Name(), objFile.Path(), objFile.ContentType(), objFile.ContentId(),
@@ -85,12 +88,15 @@ bool CTarnyOutlookHandler::LogonToStore(CString strPath) {
     });
     return bAttached;
   };
-  if (!platform::PathExists(strPath)) return CreatePstFile(strPath) == kSuccess && IsAttached();
-  if (GetAllExchangeProfiles(nullptr) == kSuccess && OpenPstFile(strPath) && IsAttached()) {
-    return true;
-  }
-  ClearPrevisInstance();
-  return CreatePstFileWithRedemption(strPath) && IsAttached();  // of no profile yet
+  const auto IsDone = [&](bool bDone) {
+    if (bDone && IsAttached()) return true;
+    ClearPrevisInstance();
+    m_objRdoPstStore.Release();  // also one that cannot be saved: items must not go into it
+    return false;
+  };
+  if (!platform::PathExists(strPath)) return IsDone(CreatePstFile(strPath) == kSuccess);
+  return IsDone(GetAllExchangeProfiles(nullptr) == kSuccess && OpenPstFile(strPath)) ||
+         IsDone(CreatePstFileWithRedemption(strPath));  // of no profile yet
 }
 
 void CTarnyOutlookHandler::GoToStoreFolder(CString strFolder, int nType) {

@@ -25,7 +25,9 @@ struct Script {
   bool hasSession = true;
   bool hasOutlook = true;
   bool givesNoStore = false;  // to whoever adds one
-  int namespaces = 0;         // that are held
+  bool givesNoAttachments = false;
+  int namespaces = 0;                 // that are held
+  std::shared_ptr<rdo::Folder> root;  // of every store
   std::vector<std::string> calls;
 
   void Call(const std::string& what) {
@@ -43,6 +45,58 @@ struct Script {
     calls.clear();
     return line;
   }
+};
+
+// Keeps with Save what was set till then.
+struct ScriptedItem : rdo::Item, std::enable_shared_from_this<ScriptedItem> {
+  struct Files : rdo::Attachments {
+    explicit Files(std::shared_ptr<ScriptedItem> of) : item(std::move(of)) {}
+    int Count() override { return 0; }
+    void Add(const rdo::NewAttachment& file) override { item->Set(file.strName.ToUtf8()); }
+    std::shared_ptr<ScriptedItem> item;
+  };
+
+  ScriptedItem(Script& of, std::vector<std::string>& in, const CString& messageClass)
+      : script(of), saved(in), content(messageClass.ToUtf8()) {}
+  void Set(const std::string& what) {
+    script.Call(what);
+    content += ", " + what;
+  }
+  CString MessageClass() override { return {}; }
+  void SetSubject(const CString&) override {}
+  void Import(const CString&, std::string_view) override { Set("import"); }
+  void SetFields(const std::string&, const std::string&) override { Set("fields"); }
+  void SetOccurrence(std::int64_t index, const std::string&) override {
+    Set("occurrence " + std::to_string(index));
+  }
+  std::shared_ptr<rdo::Attachments> GetAttachments() override {
+    script.Call("attachments");
+    if (script.givesNoAttachments) return nullptr;
+    return std::make_shared<Files>(shared_from_this());
+  }
+  void Save() override {
+    script.Call("save");
+    saved.push_back(content);
+  }
+
+  Script& script;
+  std::vector<std::string>& saved;
+  std::string content;
+};
+
+struct ScriptedItems : rdo::Items {
+  ScriptedItems(Script& of, std::vector<std::string>& in) : script(of), saved(in) {}
+  int Count() override { return static_cast<int>(saved.size()); }
+  std::shared_ptr<rdo::Item> At(int) override { return nullptr; }
+  std::shared_ptr<rdo::Item> Add(const CString& messageClass) override {
+    script.Call("new " + messageClass.ToUtf8());
+    return std::make_shared<ScriptedItem>(script, saved, messageClass);
+  }
+  void Find(const std::vector<std::string>&, const std::string&, const Take&) override {}
+  void ForEach(const Take&) override {}
+
+  Script& script;
+  std::vector<std::string>& saved;
 };
 
 struct ScriptedFolder : rdo::Folder, std::enable_shared_from_this<ScriptedFolder> {
@@ -86,10 +140,14 @@ struct ScriptedFolder : rdo::Folder, std::enable_shared_from_this<ScriptedFolder
     script.Call("folders of " + name.ToUtf8());
     return std::make_shared<List>(shared_from_this());
   }
-  std::shared_ptr<rdo::Items> GetItems() override { return nullptr; }
+  std::shared_ptr<rdo::Items> GetItems() override {
+    script.Call("items");
+    return std::make_shared<ScriptedItems>(script, saved);
+  }
   void Save() override {}
+  // With a star for each item.
   std::string Tree() const {
-    std::string tree = name.ToUtf8();
+    std::string tree = name.ToUtf8() + std::string(saved.size(), '*');
     if (children.empty()) return tree;
     tree += "(";
     for (const auto& child : children) tree += (tree.back() == '(' ? "" : " ") + child->Tree();
@@ -99,6 +157,7 @@ struct ScriptedFolder : rdo::Folder, std::enable_shared_from_this<ScriptedFolder
   Script& script;
   CString name;
   std::vector<std::shared_ptr<ScriptedFolder>> children;
+  std::vector<std::string> saved;
 };
 
 struct ScriptedStore : rdo::PstStore {
@@ -115,7 +174,10 @@ struct ScriptedStore : rdo::PstStore {
     script.Call("path");
     return CString::FromUtf8(store.path);
   }
-  std::shared_ptr<rdo::Folder> RootFolder() override { return nullptr; }
+  std::shared_ptr<rdo::Folder> RootFolder() override {
+    script.Call("root");
+    return script.root;
+  }
   void Save() override { script.Call("save"); }
 
   Script& script;

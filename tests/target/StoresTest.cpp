@@ -3,9 +3,11 @@
 #include <filesystem>
 #include <string>
 
+#include "ews/Settings.h"
 #include "platform/Paths.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "target/StoreFolders.h"
+#include "tests/pipeline/Descriptors.h"
 #include "tests/pipeline/TempRunFolder.h"
 #include "tests/target/ScriptedStores.h"
 
@@ -253,21 +255,13 @@ class StoreFolders : public Stores {
     root->AddChild(u"SENT");
   }
   bool Create(const CString& folders, int type = 0) {
-    script.failAt = 0;
     const IRDOFolders list = IRDOFolder(root).GetFolders();
     script.TakeCalls();
-    script.failAt = failAt;
-    const bool made = !handler.CreateFolder(folders, list, type).IsEmpty();
-    script.failAt = 0;
-    return made;
+    return !handler.CreateFolder(folders, list, type).IsEmpty();
   }
-  std::string Current() {
-    script.failAt = 0;
-    return handler.m_objCurrFolder.GetName().ToUtf8();
-  }
+  std::string Current() { return handler.m_objCurrFolder.GetName().ToUtf8(); }
 
   std::shared_ptr<ScriptedFolder> root = std::make_shared<ScriptedFolder>(script, u"root");
-  int failAt = 0;
 };
 
 TEST_F(StoreFolders, WhatIsThereIsEnteredAndWhatIsMissingMade) {
@@ -293,27 +287,6 @@ TEST_F(StoreFolders, WhatIsThereIsEnteredAndWhatIsMissingMade) {
   EXPECT_TRUE(handler.m_objCurrFolder.IsEmpty());
 }
 
-TEST_F(StoreFolders, WhicheverCallFailsTheWalkEndsAndNoFolderIsMadeTwice) {
-  ASSERT_TRUE(Create(u"($Inbox)\\Work\\Plan\\"));
-  const int calls = static_cast<int>(script.calls.size());
-  int ended = 0;
-  for (failAt = 1; failAt <= calls; ++failAt) {
-    root->children.clear();
-    root->AddChild(u"inbox")->AddChild(u"Old");
-    const bool made = Create(u"($Inbox)\\Work\\Plan\\");
-    if (!made) ++ended;
-    failAt = -failAt;  // none, until the next round
-    const std::string once = root->Tree();
-    EXPECT_TRUE(Create(u"($Inbox)\\Work\\Plan\\")) << once;
-    EXPECT_EQ(Current(), "Plan") << once;
-    const std::string twice = root->Tree();
-    EXPECT_TRUE(Create(u"($Inbox)\\Work\\Plan\\"));
-    EXPECT_EQ(root->Tree(), twice);
-    failAt = -failAt;
-  }
-  EXPECT_GE(ended, 6);
-}
-
 TEST_F(StoreFolders, TheLastLevelHasItsClassByNameAndThenByType) {
   struct Row {
     const char16_t* name;
@@ -335,6 +308,171 @@ TEST_F(StoreFolders, TheLastLevelHasItsClassByNameAndThenByType) {
   handler.m_strFolderType = u"Diary";
   EXPECT_EQ(handler.GetFolderType(u"Diary"), u"IPF.Appointment");
   EXPECT_EQ(handler.GetFolderType(u"diary"), u"IPF.Note");
+}
+
+constexpr const char* kSeries = R"({"zone": "UTC",
+    "series": {"pattern": "daily", "start": "2024-03-11", "count": 4},
+    "deleted": ["2024-03-12T10:00:00"],
+    "changed": [{"original": "2024-03-13T10:00:00", "start": "2024-03-13T12:00:00",
+                 "end": "2024-03-13T13:00:00"}]})";
+
+// A store as the target of a run.
+class StoreAsTarget : public StoreFolders {
+ protected:
+  StoreAsTarget() {
+    script.root = root;
+    root->children.clear();
+    root->AddChild(u"inbox")->AddChild(u"Old");
+  }
+  ~StoreAsTarget() override { ews::Settings().bSafe = false; }
+  // Runs a step whose call of that number fails, and gives what failed; "" where there were fewer.
+  template <typename STEP>
+  std::string FailAt(int number, STEP&& step) {
+    script.TakeCalls();
+    script.failAt = number;
+    step();
+    script.failAt = 0;
+    const auto at = static_cast<std::size_t>(number) - 1;
+    return at < script.calls.size() ? script.calls[at] + " fails" : "";
+  }
+  // 1, or the words of the item's failure.
+  std::string Import(const std::u16string& descriptor) {
+    folder.WriteWork("11comtextjj.t", descriptor);
+    CString error;
+    const int result = handler.ImportItem(GetCurrPath(), error, u"run.txt");
+    return result == 1 ? "1" : error.ToUtf8();
+  }
+};
+
+TEST_F(StoreAsTarget, WhicheverCallOfALogonFailsThatStoreIsAttachedOrNone) {
+  const CString file = platform::ToWindowsPath(folder.File("Out.PST"));
+  const std::string name = file.ToUtf8();
+  const auto isAttached = [&] { return handler.m_objRdoPstStore.GetPstPath() == file; };
+  struct Row {
+    bool isThere;
+    std::map<std::string, std::vector<Script::Store>> profiles;
+  };
+  for (const Row& row : {Row{false, {{"Ann", {{"a", "\\x.PST"}}}}},
+                         Row{true, {{"Ann", {{"a", "\\x.PST"}, {"b", name}}}}},
+                         Row{true, {{"Ann", {{"a", "\\x.PST"}}}}}}) {
+    if (row.isThere) folder.Write("Out.PST", "");
+    profiles = row.profiles;
+    for (const bool forGood : {false, true}) {
+      std::string failed = "first";
+      for (int number = 1; !failed.empty(); ++number) {
+        Begin(0);
+        bool result = false;
+        script.failsForGood = forGood;
+        failed = FailAt(number, [&] { result = handler.LogonToStore(file); });
+        EXPECT_TRUE(result || !failed.empty());
+        EXPECT_EQ(result, handler.HasStore()) << failed;
+        EXPECT_TRUE(!result || isAttached()) << failed;
+        EXPECT_TRUE(handler.LogonToStore(file) && isAttached()) << failed;
+      }
+    }
+    std::filesystem::remove(folder.File("Out.PST"));
+  }
+}
+
+TEST_F(StoreAsTarget, WhicheverCallOnTheWayToAFolderFailsNoItemGoesAstray) {
+  ASSERT_TRUE(handler.LogonToStore(path));
+  const auto go = [&] { handler.GoToStoreFolder(u"($Inbox)\\Work\\Plan\\", 0); };
+  const auto import = [&] { return Import(descriptors::List(u"ann@example.com")); };
+  for (const bool safe : {false, true}) {
+    ews::Settings().bSafe = safe;
+    int told = 0;
+    std::string failed = "first";
+    for (int number = 1; !failed.empty(); ++number) {
+      root->children.clear();
+      root->AddChild(u"inbox")->AddChild(u"Old");
+      failed = FailAt(number, go);
+      if (handler.m_objCurrFolder.IsEmpty()) {
+        ++told;
+        EXPECT_EQ(import(),
+                  "The folder could not be made in the store." + (safe ? " " + failed : ""));
+        EXPECT_THAT(root->Tree(), testing::Not(HasSubstr("*"))) << failed;
+      } else {
+        EXPECT_EQ(import(), "1") << failed;
+        EXPECT_THAT(root->Tree(), HasSubstr("Work(Plan*)")) << failed;
+      }
+      go();
+      const std::string tree = root->Tree();
+      go();
+      EXPECT_EQ(root->Tree(), tree) << failed;
+      EXPECT_EQ(import(), "1") << failed;
+      EXPECT_THAT(root->Tree(), testing::ContainsRegex("Plan[*]+[)]")) << failed;
+      if (safe) {  // none is made twice
+        EXPECT_THAT(root->Tree(), testing::MatchesRegex("root.inbox.Old Work.Plan[*]+..."));
+      }
+    }
+    EXPECT_GE(told, 6);
+  }
+}
+
+TEST_F(StoreAsTarget, WhicheverCallOfASaveFailsTheItemIsThereWholeOrToldWithTheStoresWords) {
+  folder.WriteWork("a.txt", "a");
+  folder.WriteWork("ContactPhoto.jpg", "photo");
+  struct Row {
+    std::u16string descriptor;
+    std::string kept;
+  };
+  int arrived = 0;
+  const std::u16string mail =
+      u"EMAIL\n1\nCreation Date : 2024-03-01 10:00:00\n\nFrom : a@x.example"
+      u"\nTo : b@x.example;\nCC : c@x.example;\n\nSubject : s\nMessageID : ";
+  for (const bool safe : {false, true}) {
+    ews::Settings().bSafe = safe;
+    for (const Row& row :
+         {Row{mail, "IPM.Note, import, fields"}, Row{mail, "IPM.Note, fields, a.txt"},
+          Row{descriptors::Calendar(u"", false, u"b@x.example;"),
+              safe ? "IPM.Appointment, fields, occurrence 2, occurrence 3, a.txt"
+                   : "IPM.Appointment, fields, a.txt"},
+          Row{descriptors::Contact(u"<ITEM>LastName : Bell</ITEM>"),
+              "IPM.Contact, fields, ContactPhoto.jpg, a.txt"},
+          Row{descriptors::List(u"b@x.example;c@x.example"), "IPM.DistList, fields"}}) {
+      ASSERT_TRUE(handler.LogonToStore(path));
+      handler.GoToStoreFolder(u"Inbox\\", 0);
+      auto& saved = root->children.front()->saved;
+      std::string result;
+      const auto import = [&] {
+        folder.WriteWork("11comtextjjAttach.t", u"a.txt\n");
+        folder.WriteWork("ItemProps.json", safe ? kSeries : "{}");
+        std::filesystem::remove(folder.Work("EmlFile.Eml"));
+        if (row.kept.find("import") != std::string::npos) {
+          folder.WriteWork("EmlFile.Eml", "Subject: s\r\n\r\ntext");
+        }
+        // What arrived is known by its id; what failed must not be.
+        const std::u16string id = std::u16string(static_cast<std::size_t>(arrived), u'x') + u"x\n";
+        result = Import(row.descriptor + (row.descriptor == mail ? id : u""));
+      };
+      std::string failed = "first";
+      for (int number = 1; !failed.empty(); ++number) {
+        const std::vector<std::string> before = saved;
+        failed = FailAt(number, import);
+        if (failed.starts_with("occurrence")) {  // costs itself alone
+          EXPECT_THAT(result, HasSubstr(failed));
+        } else {
+          if (!failed.empty()) {
+            EXPECT_EQ(result, failed);
+            EXPECT_EQ(saved, before) << failed;
+            import();
+          }
+          EXPECT_EQ(result, "1") << row.kept << ": " << failed;
+          EXPECT_EQ(saved.back(), row.kept) << failed;
+        }
+        ASSERT_EQ(saved.size(), before.size() + 1) << row.kept << ": " << failed;
+        ++arrived;
+      }
+      if (row.kept.ends_with("a.txt")) {
+        const std::vector<std::string> before = saved;
+        script.givesNoAttachments = true;
+        import();
+        EXPECT_THAT(result, HasSubstr("takes no attachments")) << row.kept;
+        EXPECT_EQ(saved, before);
+        script.givesNoAttachments = false;
+      }
+    }
+  }
 }
 
 }  // namespace
