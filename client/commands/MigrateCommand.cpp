@@ -12,6 +12,7 @@
 #include "client/commands/ProblemList.h"
 #include "client/commands/TargetLogon.h"
 #include "client/run/FilledTarget.h"
+#include "client/run/ItemKinds.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/LocalMailbox.h"
 #include "client/run/Migration.h"
