@@ -84,12 +84,16 @@ std::vector<std::string> spellingsOf(const std::string& strName, int nCodePage) 
       arrNames.push_back(std::move(strSpelling));
     }
   };
-  add(toUtf8(strName, nCodePage));
+  const auto addAsText = [&](const std::string& strSpelling) {
+    add(toUtf8(strSpelling, nCodePage));
+    add(toUtf8(strSpelling, 0));  // a folder that was put in front, whatever the page is in
+  };
+  addAsText(strName);
   if (strName.find('%') == std::string::npos) return arrNames;
   add(replacedAll(strName, "%20", " "));
   const std::string strDecoded = percentDecoded(strName);
   add(strDecoded);
-  add(toUtf8(strDecoded, nCodePage));
+  addAsText(strDecoded);
   return arrNames;
 }
 

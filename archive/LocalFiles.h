@@ -51,7 +51,7 @@ class LocalFiles {
 };
 
 // How a local name may be spelt on disk, in the order of trial: as it is; from the page's charset
-// (0: the ANSI page) to UTF-8; with blanks for "%20"; with every "%XX" undone.
+// (0: the ANSI page) or from the ANSI page to UTF-8; with blanks for "%20"; with every "%XX" undone.
 std::vector<std::string> spellingsOf(const std::string& strName, int nCodePage);
 
 // The bytes of a file's name as text, which the ANSI page was until now. What is UTF-8 already

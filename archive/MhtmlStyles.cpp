@@ -327,7 +327,9 @@ bool Mhtml::importSheet(std::string_view strUrl, std::string_view strMedia, int 
   log.LogData("StyleUrlQP", strAbsolute);
   const StringBuffer* const pText = fetchSheet(strAbsolute, log);
   if (pText == nullptr) return false;
-  if (!context().m_setImported.insert(identityOf(strAbsolute)).second) return true;
+  // What came for one medium has to come for another, too.
+  const std::string strKey = identityOf(strAbsolute) + '\n' + std::string(strMedia);
+  if (!context().m_setImported.insert(strKey).second) return true;
   if (!spendBrought(pText->getSize())) return false;
   StringBuffer strText = *pText;
   const Exchanged objBase(m_styleBase, styleBaseOf(strAbsolute));

@@ -121,6 +121,7 @@ constexpr auto kWords = std::to_array<WordEntry>({
     {"clvmrg", WordGroup::kRow, Word::kMergeDown, Number(Merge::kFollowing)},
     {"colorschememapping", WordGroup::kDestination, Word::kDestination, Number(Destination::kSkip)},
     {"colortbl", WordGroup::kDestination, Word::kDestination, Number(Destination::kColorTable)},
+    {"column", WordGroup::kFlow, Word::kLineEnd},
     {"company", WordGroup::kDestination, Word::kDestination, Number(Destination::kSkip)},
     {"cpg", WordGroup::kFont, Word::kFontCodePage},
     {"datafield", WordGroup::kDestination, Word::kDestination, Number(Destination::kSkip)},

@@ -169,17 +169,27 @@ TEST(MhtFile, SheetsComeIntoThePage) {
   EXPECT_THAT(text, HasSubstr("<link type=\"text/css\" href=\"none.css\">"));
 }
 
+// Pages of rich text are UTF-8 and name their pictures' folder in the ANSI page.
+TEST(MhtFile, AFolderInTheAnsiPageIsFoundInAPageThatIsUtf8) {
+  TemporaryFolder folder;
+  folder.Write("m\xC3\xBC/a.gif", kGif);
+  const std::string page = folder.Write(
+      "m\xC3\xBC/p.html", "\xEF\xBB\xBF<p>x<img src=\"file://" + folder.Path() + "/m\xFC/a.gif\">");
+  EXPECT_EQ(Converter().Mht(page).parts.size(), 2U);
+}
+
 // As the addresses of fonts do: "family=Sans:wght@400;700".
 TEST(MhtFile, AddressesOfImportsHoldSemicolons) {
   TemporaryFolder folder;
   folder.Write("a;1.css", "a{}");
   folder.Write("b;1.css", "b{}");
-  const std::string page = folder.Write(
-      "p.html",
-      "<style>@import url(a;1.css);@import 'b;1.css' screen;@import url(no;1.css);t{}</style>"
-      "<style>@import url(a;1.css</style>");
+  const std::string page =
+      folder.Write("p.html",
+                   "<style>@import url(a;1.css);@import 'b;1.css' screen;@import 'b;1.css';"
+                   "@import url(no;1.css);t{}</style>"
+                   "<style>@import url(a;1.css</style>");
   EXPECT_EQ(Converter().Mht(page).Page(),
-            "<style>a{}\r\n@media screen {\r\nb{}\r\n}\r\n@import url(no;1.css);t{}</style>"
+            "<style>a{}\r\n@media screen {\r\nb{}\r\n}\r\nb{}\r\n@import url(no;1.css);t{}</style>"
             "<style>@import url(a;1.css</style>");
 }
 
