@@ -121,6 +121,9 @@ bool CTarnyOutlookHandler::SaveReduced(ItemRun& objRun) {
   }
   (void)GetHTMLbODY(objRun.strFilePath);  // a mail without a text is saved without one
   (void)platform::DeleteFileAt(strEml);
+  if (ews::Settings().bSafe) {  // else its page and the same files are what is sent again
+    (void)platform::DeleteFileAt(objRun.strFilePath + u"Imagech111.html");
+  }
   ews::EmailMessage objMail(m_objWebAccess.m_pService);
   try {
     m_objLogManager.WriteLog(u"catch SaveEmailItem in ");

@@ -1,9 +1,12 @@
 #include <algorithm>
 #include <array>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "body/BodyText.h"
@@ -55,17 +58,51 @@ bool IsBlankPage(const CString& strPage) {
   return ShowsNothing(strHtml.substr(std::min(kSignature, strHtml.size())));
 }
 
+// What a page may call an attached file: its name, and with less right the same in capitals.
+class AttachedNames {
+ public:
+  explicit AttachedNames(ews::EmailMessage& objMail) {
+    const int nCount = objMail.Attachments().Count();
+    for (int n = 0; n < nCount; ++n) m_arrPlaces.try_emplace(objMail.Attachments()[n].Name(), n);
+    for (int n = 0; n < nCount; ++n) {
+      m_arrPlaces.try_emplace(CString(objMail.Attachments()[n].Name()).MakeUpper(), n);
+    }
+  }
+  // The attachment's place, or -1. The page may name a folder, which an attachment has none of.
+  int Find(std::u16string_view strTarget) const {
+    if (strTarget.find(u"://") != strTarget.npos) return -1;
+    CString strName = Sendable(platform::FileNameOf(strTarget));  // as it was attached
+    auto itFound = m_arrPlaces.find(strName);
+    if (itFound == m_arrPlaces.end()) itFound = m_arrPlaces.find(strName.MakeUpper());
+    return itFound == m_arrPlaces.end() ? -1 : itFound->second;
+  }
+
+ private:
+  std::map<CString, int> m_arrPlaces;
+};
+
 // The page names its picture as a file, and in a mailbox there is none beside it: the picture among
 // the attachments is what it means. Returns the name of one that is not among them.
 CString LinkToAttached(ews::EmailMessage& objMail, CString& strPage) {
-  for (int n = 0; n < objMail.Attachments().Count(); ++n) {
-    ews::Attachment& objPicture = objMail.Attachments()[n];
-    const CString strId = CString(u"Picture_") + CString::FromUtf8(std::to_string(n + 1)) +
+  constexpr std::u16string_view kSource = u" src=\"";
+  const AttachedNames objNames(objMail);
+  const std::u16string_view strOld = strPage.View();
+  std::u16string strNew;
+  size_t nDone = 0;
+  for (size_t nAt = strOld.find(kSource); nAt != strOld.npos; nAt = strOld.find(kSource, nAt)) {
+    nAt += kSource.size();
+    const size_t nEnd = strOld.find(u'"', nAt);
+    if (nEnd == strOld.npos) break;
+    const int nPlace = objNames.Find(strOld.substr(nAt, nEnd - nAt));
+    if (nPlace < 0) continue;
+    const CString strId = CString(u"Picture_") + CString::FromUtf8(std::to_string(nPlace + 1)) +
                           kContentIdEnd;  // a name may hold what no id does
-    const CString strLink = CString(u" src=\"") + objPicture.Name() + u"\"";
-    if (strPage.Replace(strLink, CString(u" src=\"cid:") + strId + u"\"") == 0) continue;
-    objPicture.SetContentId(strId);
+    strNew.append(strOld.substr(nDone, nAt - nDone)).append(u"cid:").append(strId.View());
+    objMail.Attachments()[nPlace].SetContentId(strId);
+    nDone = nEnd;
   }
+  strNew.append(strOld.substr(nDone));
+  strPage = CString(std::move(strNew));
   constexpr std::u16string_view kLink = u"<img src=\"";
   const int nLink = strPage.Find(kLink);
   if (nLink < 0) return {};
@@ -294,7 +331,8 @@ bool CTarnyOutlookHandler::SetRtfBody(ews::EmailMessage& objMail, const CString&
   if (ews::Settings().bSafe && (!bConverted || IsBlankPage(strHtml))) return false;
   const CString strArchive = ConvertHtmlToMime(strHtml);
   if (!strArchive.IsEmpty()) SetMimeFromFile(objMail, strArchive);
-  return bConverted && !strArchive.IsEmpty();
+  // What came may be the message instead of a path, and then no file of it could be read.
+  return bConverted && objMail.GetMimeContent().Length() > 0;
 }
 
 // False where it is empty.

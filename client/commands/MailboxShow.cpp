@@ -10,6 +10,7 @@
 #include "client/commands/Commands.h"
 #include "client/commands/MailboxParts.h"
 #include "client/show/EmailText.h"
+#include "client/show/ItemMime.h"
 #include "client/show/JsonText.h"
 #include "mailboxd/store/FieldLeaves.h"
 #include "mailboxd/store/ItemFields.h"
@@ -124,7 +125,9 @@ int ShowMailboxItem(mailbox::Store& store, const MailboxItemView& options) {
   if (mime.empty()) {
     std::cout << ItemText(store, *item, options.html);
   } else {
-    std::cout << (options.source ? mime : MailText(mime, options.html));
+    const bool isShown = !options.source && item->element == "Message";
+    const std::string whole = isShown ? WithHead(store, *item, mime) : mime;
+    std::cout << (options.source ? whole : MailText(whole, options.html));
   }
   return kExitDone;
 }

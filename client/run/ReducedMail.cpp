@@ -35,11 +35,11 @@ std::string ReadFileOf(const Plan::Entry& entry, const LoadedItem& item, std::st
 // As the engine compares names.
 CString NameKey(const std::string& name) { return CString::FromUtf8(name).Trim().MakeUpper(); }
 
-// Names of files that go with the item by themselves.
-std::set<CString> ListedFiles(const Plan::Entry& entry, const LoadedItem& item) {
+// Names of files that go with the item by themselves, each as often as it is listed.
+std::multiset<CString> ListedFiles(const Plan::Entry& entry, const LoadedItem& item) {
   std::set<CString> there;
   for (const std::string& name : item.files.files) there.insert(NameKey(name));
-  std::set<CString> listed;
+  std::multiset<CString> listed;
   const std::string text = BodyText(ReadFileOf(entry, item, kAttachmentList)).ToUtf8();
   for (std::size_t from = 0; from < text.size();) {
     const std::size_t end = std::min(text.find_first_of("\r\n", from), text.size());
@@ -50,19 +50,32 @@ std::set<CString> ListedFiles(const Plan::Entry& entry, const LoadedItem& item) 
   return listed;
 }
 
+// A picture of the page is a file that its text goes without; another form of it is none.
+bool IsLost(const mail::ShownNode& node, bool safe, mail::LogNull& log) {
+  if (node.nRole == mail::Role::kFile) return !safe || !mail::isFurtherHtml(node, log);
+  const mail::Email2& part = *node.objPlaced.pNode;
+  return node.nRole == mail::Role::kWithin && !part.isText() && !part.body().isEmpty() &&
+         !part.type().contains("signature");
+}
+
 std::vector<std::string> LeftOut(const Plan::Entry& entry, const LoadedItem& item, bool safe) {
   const bool prepared = entry.item.prepared;
-  const auto listed = prepared ? ListedFiles(entry, item) : std::set<CString>();
+  auto listed = prepared ? ListedFiles(entry, item) : std::multiset<CString>();
   mail::LogNull log;
   const auto mail = mail::buildEmail(prepared ? ReadFileOf(entry, item, kMimeName) : item.bytes,
                                      /*bUtf8=*/false, log, mail::BuildFor::kReader);
   std::vector<std::string> names;
   if (mail == nullptr) return names;
   for (const mail::ShownNode& node : mail::layOut(*mail, log)) {
-    if (node.nRole != mail::Role::kFile || (safe && mail::isFurtherHtml(node, log))) continue;
+    if (!IsLost(node, safe, log)) continue;
     std::string name(mail::fileNameOf(*node.objPlaced.pNode));
     if (name.empty()) name = fmt::format("a nameless one ({})", mail::listedType(node));
-    if (!listed.contains(NameKey(name))) names.push_back(std::move(name));
+    const auto there = listed.find(NameKey(name));
+    if (there == listed.end()) {
+      names.push_back(std::move(name));
+    } else {
+      listed.erase(there);  // a second part of that name is not the same file
+    }
   }
   return names;
 }

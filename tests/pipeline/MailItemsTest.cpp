@@ -128,14 +128,21 @@ TEST_F(MailItems, LostMimeFailsTheMailOnlyWithTheSafeSwitch) {
 }
 
 TEST_F(MailItems, RtfThatCannotBeReadGivesWayToTheNextBodyOnlyWithTheSafeSwitch) {
-  std::filesystem::create_directory(folder.Work("ch2111.rtf"));  // there, and no file to open
   folder.WriteWork("GARImage.html", "<p>page</p>");
-  EXPECT_EQ(Fill(), 1);
-  EXPECT_FALSE(mail.Body().has_value());
-  ews::Settings().bSafe = true;
-  EXPECT_EQ(Fill(), 1);
-  ASSERT_TRUE(mail.Body().has_value());
-  EXPECT_EQ(mail.Body()->Text(), u"<p>page</p>");
+  for (const char* blocked : {"ch2111.rtf", "Html/HTMLFile.html", "Html/HTMLFile.html.eml"}) {
+    SCOPED_TRACE(blocked);
+    folder.WriteWork("ch2111.rtf", "{\\rtf1 text}");
+    std::filesystem::remove(folder.Work(blocked));
+    folder.WriteWork(std::string(blocked) + "/in", "");  // there, and no file to open
+    for (const bool safe : {false, true}) {
+      ews::Settings().bSafe = safe;
+      ews::EmailMessage filled{nullptr};
+      EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+      EXPECT_FALSE(filled.GetMimeContent().IsSet());
+      EXPECT_EQ(filled.Body().has_value(), safe);
+    }
+    std::filesystem::remove_all(folder.Work(blocked));
+  }
 }
 
 TEST_F(MailItems, RtfThatShowsNothingGivesWayToTheNextBodyOnlyWithTheSafeSwitch) {
@@ -298,12 +305,26 @@ TEST_F(MailItems, SafeMailsTellWhatTheyGoWithout) {
 
 // The page names a file, which is none in a mailbox.
 TEST_F(MailItems, AnImagePageShowsItsAttachmentOnlyWithTheSafeSwitch) {
-  for (const bool safe : {false, true}) {
+  const std::string name = "Bild \u56FE 1.png\r\n";
+  const struct {
+    bool safe;
+    std::string listed;  // in both lists' bytes
+    std::string paged;
+  } rows[] = {{false, test_support::WideBytes(u"Bild \u56FE 1.png\r\n"), ""},
+              {true, test_support::WideBytes(u"Bild \u56FE 1.png\r\n"), ""},
+              {true, name, ""},
+              {true, "pics\\" + name, ""},
+              {true, "pics\\" + name, "PICS\\BILD \u56FE 1.PNG"}};
+  folder.WriteWork("other.txt", "x");
+  folder.WriteWork("Bild \u56FE 1.png", "p");
+  folder.WriteWork("pics/Bild \u56FE 1.png", "p");
+  for (const auto& [safe, listed, paged] : rows) {
+    SCOPED_TRACE(listed + paged);
     ews::Settings().bSafe = safe;
-    folder.WriteWork("ImageAttchment.txt", u"Bild \u56FE 1.png\r\n");
-    folder.WriteWork("2ImageAttchment.txt", u"other.txt\r\nBild \u56FE 1.png\r\n");
-    folder.WriteWork("other.txt", "x");
-    folder.WriteWork("Bild \u56FE 1.png", "p");
+    folder.WriteWork("ImageAttchment.txt", paged.empty() ? listed : paged);
+    const bool wide = listed.find('\0') != std::string::npos;
+    folder.WriteWork("2ImageAttchment.txt",
+                     (wide ? test_support::WideBytes(u"other.txt\r\n") : "other.txt\r\n") + listed);
     EXPECT_TRUE(handler.ConvertImageToHTML(u""));
     ews::EmailMessage filled{nullptr};
     EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
@@ -462,12 +483,20 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
   EXPECT_THAT(LastBody(), testing::AllOf(testing::HasSubstr("a@x"), testing::HasSubstr("text"),
                                          testing::HasSubstr("2024-03-04T08:12:41Z")));
   EXPECT_THAT(Trace(), testing::Not(testing::HasSubstr("has no text")));
+  folder.WriteWork("EmlFile.Eml", "\r\nthe mail's own");
+  folder.WriteWork("Imagech111.html", "<p>page</p>");  // which is what was too large
+  for (const int status : {413, 413}) m_transport.Push("", status);
+  m_transport.Push(answers::Item("I="));
+  handler.m_pSqlHandler->ExecuteQuery(u"DELETE FROM MAILBOXINFO");
+  CString error;
+  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+  EXPECT_THAT(LastBody(), testing::AllOf(testing::HasSubstr("the mail's own"),
+                                         testing::Not(testing::HasSubstr("page"))));
   folder.WriteWork("11comtextjj.t", u"EMAIL\n");
   folder.WriteWork("EmlFile.Eml", "Content-Type: application/pdf\r\n\r\nx");
   std::filesystem::remove(folder.Work("TextFile1.txt"));
   for (const int status : {413, 413}) m_transport.Push("", status);
   m_transport.Push(answers::Item("I="));
-  CString error;
   EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
   EXPECT_THAT(Trace(), testing::HasSubstr("\r\nThe reduced mail has no text\r\n"));
   folder.WriteWork("EmlFile.Eml", "\r\ntext");

@@ -90,6 +90,12 @@ TEST(PreparedItems, EachBodyArrivesOnceAsItWasPrepared) {
   }
   EXPECT_TRUE(items.at("Whole, with what is in it").mime ==
               ReadAll(samples + "GroupWise/whole mail/EmlFile.Eml"));
+  const std::string rich = "Buoys, in rich text with two pictures";
+  const std::vector<std::string> show = {"mailbox", "show", "--data", folder.File("mailbox"),
+                                         std::to_string(items.at(rich).info.id)};
+  EXPECT_THAT(RunProgram("tarny", show, folder.Path()).out,
+              testing::AllOf(HasSubstr("Subject: " + rich + "\n"), HasSubstr("From: "),
+                             HasSubstr("To: "), HasSubstr("Date: ")));
   const Result saved = RunProgram(
       "tarny", {"mailbox", "export", "--data", folder.File("mailbox"), folder.File("out")},
       folder.Path());

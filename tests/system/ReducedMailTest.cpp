@@ -154,12 +154,22 @@ TEST_F(ReducedMail, PreparedItemsKeepTheFilesOfTheirList) {
   folder.Write(item + "11comtextjj.t", descriptor + test_support::WideBytes(u"\r\n"));
   // Found as the engine finds it.
   folder.Write(item + "11comtextjjAttach.t", test_support::WideBytes(u" SUMMARY.txt \r\n"));
+  // A second file of that name is not the one of the list, and a picture of the page is a file.
+  std::string eml = test_support::ReadAll(folder.File(item + "EmlFile.Eml"));
+  const std::string part =
+      "--outer\r\nContent-Disposition: attachment; filename=summary.txt\r\n\r\nx\r\n";
+  eml.insert(
+      eml.rfind("--outer--"),
+      part + part +
+          "--outer\r\nContent-Type: multipart/related; boundary=page\r\n\r\n--page\r\n"
+          "Content-Type: image/png; name=a.png\r\nContent-ID: <a>\r\n\r\npng\r\n--page--\r\n");
+  folder.Write(item + "EmlFile.Eml", eml);
   const Lines arguments = ServerArguments(folder, std::stoi(mailbox->Port()));
   const nlohmann::json summary = SummaryOf(RunProgram("tarny", arguments, folder.Path()), 1);
   EXPECT_EQ(summary["sent"], 6);
   ASSERT_EQ(summary["remarks"].size(), 1U);
   EXPECT_THAT(summary["remarks"][0]["text"].get<std::string>(),
-              testing::EndsWith("; left out: survey.pdf, photos.zip"));
+              testing::EndsWith("; left out: survey.pdf, photos.zip, summary.txt, a.png"));
   EXPECT_EQ(LedgerRows(folder), 5);
   std::vector<StoredItem> items = Items();
   const auto reduced = std::ranges::find_if(items, [](const StoredItem& stored) {
