@@ -48,6 +48,7 @@ constexpr std::array kSensitivities =
     std::to_array<Word>({{"PRIVATE", "Private"}, {"CONFIDENTIAL", "Confidential"}});
 
 // Properties that say nothing to keep, or are read by name below.
+// clang-format off
 constexpr std::array kRead = std::to_array<std::string_view>(
     {"UID",       "DTSTAMP",  "CREATED",     "LAST-MODIFIED",  "SEQUENCE",
      "SUMMARY",   "LOCATION", "DESCRIPTION", "DTSTART",        "DTEND",
@@ -55,6 +56,7 @@ constexpr std::array kRead = std::to_array<std::string_view>(
      "TRANSP",    "STATUS",   "CLASS",       "PRIORITY",       "CATEGORIES",
      "ORGANIZER", "ATTENDEE", "ATTACH",      "URL",            "PERCENT-COMPLETE",
      "COMPLETED", "RDATE",    "METHOD",      "REQUEST-STATUS", "CONFERENCE"});
+// clang-format on
 
 // What an occurrence cannot have of its own.
 constexpr std::array kOfSeries = std::to_array<Word>({{"ATTENDEE", "the attendees"},
