@@ -1,5 +1,7 @@
 #include "body/Hrn.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fstream>
 #include <optional>
@@ -58,10 +60,23 @@ CString FolderOf(const CString& strPath) {
   return strPath.Left(nEnd + 1);
 }
 
+// What the converter could have written: its stem, a number from 1 and the extension of a picture.
+// Other files may bear the stem, too: an attachment is called as its sender pleased.
+bool IsPictureName(CString strName) {
+  constexpr auto kExtensions =
+      std::to_array<std::u16string_view>({u".png", u".jpg", u".gif", u".wmf", u".emf", u".pct"});
+  strName.MakeLower();
+  std::u16string_view str = strName.View().substr(kPictureStem.size());
+  const std::size_t nDigits = std::min(str.find_first_not_of(u"0123456789"), str.size());
+  if (nDigits == 0 || str.front() == u'0') return false;
+  return std::ranges::find(kExtensions, str.substr(nDigits)) != kExtensions.end();
+}
+
 void DeleteOld(const CString& strFolder, const CString& strHtmlPath) {
   for (const platform::FoundFile& objFound : platform::FindFiles(strFolder + kPictureStem + u"*")) {
     const CString strPath = strFolder + objFound.strName;
-    if (!objFound.bFolder && !platform::DeleteFileAt(strPath)) Fail(strPath);
+    if (objFound.bFolder || !IsPictureName(objFound.strName)) continue;
+    if (!platform::DeleteFileAt(strPath)) Fail(strPath);
   }
   if (platform::PathExists(strHtmlPath) && !platform::DeleteFileAt(strHtmlPath)) Fail(strHtmlPath);
 }

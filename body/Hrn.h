@@ -17,9 +17,10 @@ class Hrn {
   void SetInWebServer(bool /*bInWebServer*/) {}
   void HrsSetFlags(int /*nFirst*/, int /*nSecond*/) {}  // nothing depends on them
 
-  // First deletes the page and every "HTMLFile_*" beside it: after a failure nothing is there that
-  // could be taken for the result. Throws std::system_error for a file that cannot be read or
-  // written; its code is what the trace tells as the last error. nSelector is not looked at.
+  // First deletes the page and all pictures with such names beside it: after a failure nothing is
+  // there that could be taken for the result. Throws std::system_error for a file that cannot be
+  // read or written; its code is what the trace tells as the last error. nSelector is not looked
+  // at.
   void HrsConvertFile(const CString& strRtfPath, const CString& strHtmlPath, int nSelector);
 
   // What the last conversion did not carry over.

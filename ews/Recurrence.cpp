@@ -1,6 +1,7 @@
 #include "ews/Recurrence.h"
 
 #include <algorithm>
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -132,6 +133,30 @@ std::optional<std::int64_t> Recurrence::IndexOn(const COleDateTime& dtDay) const
     return std::nullopt;
   }
   return *nNumber + 1;
+}
+
+bool Recurrence::MakeAcceptable() {
+  constexpr int kMostDays = 999;  // between two
+  constexpr int kMostOthers = 99;
+  const bool bDays = Days().eUnit == platform::SeriesDays::Unit::kDay;
+  if (m_objPattern.nInterval.value_or(1) > (bDays ? kMostDays : kMostOthers)) return false;
+  LimitNumber();
+  return HasOccurrence();
+}
+
+void Recurrence::LimitNumber() {
+  constexpr int kMostOccurrences = 999;
+  constexpr std::chrono::year kBehindLast{4500};  // of the service's calendar
+  const auto nNumber = NumberOfOccurrences();
+  if (!nNumber || *nNumber <= kMostOccurrences) return;
+  m_objEnd = std::monostate();
+  const auto objLast = Days().DayOf(*nNumber - 1);
+  if (!objLast) return;
+  const std::chrono::year_month_day objDay(*objLast);
+  if (objDay.year() >= kBehindLast) return;
+  SetEndDate({static_cast<int>(objDay.year()),
+              static_cast<int>(static_cast<unsigned>(objDay.month())),
+              static_cast<int>(static_cast<unsigned>(objDay.day())), 0, 0, 0});
 }
 
 bool Recurrence::HasOccurrence() const {

@@ -49,7 +49,10 @@ class Recurrence {
   // days.
   std::optional<std::int64_t> IndexOn(const COleDateTime& dtDay) const;
 
-  bool HasOccurrence() const;  // false where it ends before its first one
+  // Makes of it what the service takes: a number of occurrences above 999 becomes the day of the
+  // last, or no end where that is too late for an end. False where it takes none: the series ends
+  // before its first day, or too much time lies between two.
+  [[nodiscard]] bool MakeAcceptable();
 
   // What stands in the element Recurrence: the pattern and the range.
   // fnDay writes its days: with the offset of the machine, or as they are.
@@ -69,6 +72,8 @@ class Recurrence {
 
   Recurrence(const COleDateTime& dtStart, Pattern objPattern);
   platform::SeriesDays Days() const;
+  bool HasOccurrence() const;  // false where it ends before its first one
+  void LimitNumber();
   Month MonthOfYear() const;  // where the pattern has one
   void WritePattern(SoapWriter& objWriter) const;
   void WriteRange(SoapWriter& objWriter, DayFormat fnDay) const;

@@ -53,7 +53,7 @@ void CTarnyOutlookHandler::FillAppointment(ews::Appointment& objItem, const ST_E
   });
   Guarded(u"SaveCalenderItem_2_Location_catch", [&] {
     const CString strLocation = CString(objInfo.strLocation).Trim();
-    if (!strLocation.IsEmpty()) objItem.SetLocation(strLocation);
+    if (!strLocation.IsEmpty()) objItem.SetLocation(SentText(strLocation));
   });
   Guarded(u"SaveCalenderItem_2_DateTime_catch", [&] {
     if (IsDate(objInfo.dtStartDate)) objItem.SetStart(WallClock(objInfo.dtStartDate));
@@ -63,7 +63,7 @@ void CTarnyOutlookHandler::FillAppointment(ews::Appointment& objItem, const ST_E
   });
   SetImportance(objItem, CString(objInfo.strImportance).Trim());
   const CString strCategory = CString(objInfo.strCategory).Trim();
-  if (!strCategory.IsEmpty()) objItem.SetCategories(std::vector{strCategory});
+  if (!strCategory.IsEmpty()) objItem.SetCategories(std::vector{SentText(strCategory)});
   std::optional<ews::Recurrence> objSeries;
   Guarded(u"SaveCalenderItem_2_Recurrence_catch", [&] {
     const CString strRecurrence = CString(objInfo.strRecurrence).Trim();

@@ -99,13 +99,13 @@ std::optional<Recurrence> PatternOf(const json& objPattern, const SeriesParts& o
 bool SetEnd(const json& objJson, Recurrence& objSeries) {
   const bool bEnd = objJson.contains("end");
   const bool bCount = objJson.contains("count");
-  if (!bEnd && !bCount) return true;
+  if (!bEnd && !bCount) return objSeries.MakeAcceptable();
   const auto dtEnd = PropDay(PropAt(objJson, "end"));
   const auto nCount = PropNumber(PropAt(objJson, "count"), 1, INT_MAX);
   if (bEnd && bCount) return false;
   if (nCount) objSeries.SetNumberOfOccurrences(*nCount);
   if (dtEnd) objSeries.SetEndDate(*dtEnd);
-  return (nCount || dtEnd) && objSeries.HasOccurrence();
+  return (nCount || dtEnd) && objSeries.MakeAcceptable();
 }
 
 template <typename Target>

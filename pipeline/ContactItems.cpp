@@ -24,6 +24,14 @@ void AttachPhoto(ews::Contact& objContact, const CString& strPath) {
   objContact.Attachments()[0].SetContactPhoto(ews::Settings().bSafe);
 }
 
+// With the safe switch a file without text leaves what the tagged fields have set, and the next one
+// is looked at: false then.
+bool SetContactText(ews::Contact& objContact, ews::BodyType eType, const CString& strText) {
+  if (ews::Settings().bSafe && strText.IsEmpty()) return false;
+  SetBodyText(objContact, eType, strText);
+  return true;
+}
+
 }  // namespace
 
 int CTarnyOutlookHandler::SaveContactItem(ews::Contact& objCkEmail, CString strHtmPath,
@@ -76,11 +84,14 @@ void CTarnyOutlookHandler::SetContactFields(ews::Contact& objContact, const CStr
 void CTarnyOutlookHandler::SaveContactItemInner(CString strItemType, CString strItemValue,
                                                 ews::Contact& objCkEmail) {
   const ContactLabel* pLabel = FindContactLabel(strItemType);
-  if (pLabel) Guarded(nullptr, [&] { pLabel->fnSet(objCkEmail, strItemValue); });
+  if (pLabel) Guarded(nullptr, [&] { pLabel->fnSet(objCkEmail, SentText(strItemValue)); });
 }
 
 void CTarnyOutlookHandler::SetContactBody(ews::Contact& objContact, const CString& strHtmPath,
                                           const CString& strRecordBody) {
+  const auto Read = [&](const CString& strPath, BodyForm eForm) {
+    return ews::Settings().bSafe ? ReadBodyFile(strPath, eForm) : ReadRtfSrting(strPath);
+  };
   const CString strFile = strHtmPath + u"TextFile1.eml";
   const bool bRtf = platform::PathExists(strHtmPath + u"ch2111.rtf");
   if (bRtf && SetPageFromRtf(objContact, strHtmPath, kContactRtf, m_objLogManager)) return;
@@ -89,10 +100,15 @@ void CTarnyOutlookHandler::SetContactBody(ews::Contact& objContact, const CStrin
     if (platform::PathExists(strFile)) {
       SetBodyText(objContact, ews::BodyType::Text, strRecordBody);
     }
-  } else if (platform::PathExists(strFile)) {
-    SetBodyText(objContact, ews::BodyType::Text, ReadRtfSrting(strFile));
-  } else if (const CString strPage = strHtmPath + u"ch111.html"; platform::PathExists(strPage)) {
-    SetBodyText(objContact, ews::BodyType::HTML, WithPageTags(ReadRtfSrting(strPage)));
+    return;
+  }
+  if (platform::PathExists(strFile) &&
+      SetContactText(objContact, ews::BodyType::Text, Read(strFile, BodyForm::kText))) {
+    return;
+  }
+  if (const CString strPage = strHtmPath + u"ch111.html"; platform::PathExists(strPage)) {
+    (void)SetContactText(objContact, ews::BodyType::HTML,
+                         WithPageTags(Read(strPage, BodyForm::kPage)));
   }
 }
 

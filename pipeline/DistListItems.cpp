@@ -1,5 +1,5 @@
 #include "ews/ContactGroup.h"
-#include "ews/Settings.h"
+#include "pipeline/SaverSteps.h"
 #include "target/CTarnyOutlookHandler.h"
 
 // Fills a list of people from its record.
@@ -9,13 +9,15 @@ int CTarnyOutlookHandler::SaveDistListItem(ews::ContactGroup& objContactGroup,
   const ST_EML_INFO& objInfo = *pobjST_EML_INFO;
   Guarded(u"SaveContactItem_End_catch", [&] {  // kept: the text of contacts
     CList<CString, CString> objMembers;
-    GetMembersList(objInfo.strGroup + u";", &objMembers);
+    GetMembersList(SentText(objInfo.strGroup) + u";", &objMembers);
     for (const CString& strMember : objMembers) {
       if (!strMember.IsEmpty()) objContactGroup.Members().Add(ews::GroupMember(strMember));
     }
-    if (!objInfo.strListName.IsEmpty()) objContactGroup.SetDisplayName(objInfo.strListName);
+    if (!objInfo.strListName.IsEmpty()) {
+      objContactGroup.SetDisplayName(SentText(objInfo.strListName));
+    }
     if (!objInfo.strListDescription.IsEmpty()) {
-      objContactGroup.SetBody(objInfo.strListDescription);
+      objContactGroup.SetBody(SentText(objInfo.strListDescription));
     }
   });
   return kSuccess;

@@ -123,5 +123,5 @@ void ReadRecurrence(const CString& strText, const COleDateTime& dtItemStart,
   objSeries->SetStartDate(WallClock(dtFirst));
   if (!bSafe || IsDate(dtLast)) objSeries->SetEndDate(WallClock(dtLast));
   // The service takes no item with such a series.
-  if (bSafe && !objSeries->HasOccurrence()) objSeries.reset();
+  if (bSafe && !objSeries->MakeAcceptable()) objSeries.reset();
 }

@@ -46,6 +46,6 @@ inline constexpr std::u16string_view kSeriesLeftOut =
 // With the safe switch a series is made of what is valid, none where nothing is, and nothing
 // thrown: of field 4 and the item's start, either stands for the other where that is no date, a day
 // of the month is brought into 1 to 31, and a last day that is no date ends nothing. None is made
-// that ends before it begins.
+// that ends before it begins, or whose days lie too far apart for the service.
 void ReadRecurrence(const CString& strText, const COleDateTime& dtItemStart,
                     const RecurrenceRules& objRules, std::optional<ews::Recurrence>& objSeries);

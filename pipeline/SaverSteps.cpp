@@ -32,6 +32,10 @@ void SetMimeFromPath(ews::Item& objItem, const CString& strHtmPath) {
   }
 }
 
+CString SentText(const CString& strText) {
+  return ews::Settings().bSafe ? Sendable(strText.View()) : strText;
+}
+
 void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText) {
   const CString strSent = ews::Settings().bSafe ? Sendable(strText.View()) : strText.UpToNul();
   objItem.SetBody(ews::MessageBody(eType, strSent));
@@ -89,8 +93,7 @@ std::u16string_view Attach(ews::Item& objItem, const CString& strPath) {
   if (ews::Settings().bSafe && !LiesInWorkFolder(strPath)) return u"it lies elsewhere";
   try {
     const CString strName(platform::FileNameOf(strPath));
-    objItem.Attachments().AddFileAttachment(
-        ews::Settings().bSafe ? Sendable(strName.View()) : strName, strPath);
+    objItem.Attachments().AddFileAttachment(SentText(strName), strPath);
     return {};
   } catch (...) {  // one file costs no other
     return u"it cannot be read";

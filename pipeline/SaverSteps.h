@@ -14,6 +14,10 @@ void SetImportance(ews::Item& objItem, const CString& strImportance);
 // what GetPureMime does.
 void SetMimeFromPath(ews::Item& objItem, const CString& strHtmPath);
 
+// With the safe switch as a request can carry it (body/WorkFileReaders.h): one character that XML
+// refuses would cost the item.
+CString SentText(const CString& strText);
+
 // Readers of a body see it as a terminated string, which ends at its first NUL; with the safe
 // switch it arrives whole.
 void SetBodyText(ews::Item& objItem, ews::BodyType eType, const CString& strText);

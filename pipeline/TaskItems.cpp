@@ -38,7 +38,9 @@ int CTarnyOutlookHandler::SaveTaskItem(ews::Task& objCkEmail, CString strHtmPath
 
 void CTarnyOutlookHandler::FillTask(ews::Task& objTask, const ST_EML_INFO& objInfo) {
   SetImportance(objTask, objInfo.strImportance);
-  if (!objInfo.strCategory.IsEmpty()) objTask.SetCategories(std::vector{objInfo.strCategory});
+  if (!objInfo.strCategory.IsEmpty()) {
+    objTask.SetCategories(std::vector{SentText(objInfo.strCategory)});
+  }
   SetPriority(objTask, objInfo.strTaskPriority);
   SetToFromBodyCreationDateProrityReadSubject(objTask, objInfo.dtCreationDate, objInfo.strSubject,
                                               objInfo.bRead);

@@ -20,8 +20,8 @@ namespace {
 
 constexpr char kTraceName[] = "TarnyEngine.txt";
 // What stands in the trace once the server has an item: lines of their own. A subject that looks
-// like one stands behind its label. For contacts and lists it is the same line twice, with what the
-// engine tells of its waits between.
+// like one stands behind its label. For contacts and lists it is the same line twice in one try,
+// with what the engine tells of its waits between.
 struct SavedLine {
   std::int32_t type;
   std::string_view text;
@@ -38,6 +38,7 @@ constexpr auto kSavedLines = std::to_array<SavedLine>({
     {TYPE_CONTACT, "\nCatch TYPE_CONTACT SAVE OUT \r\n"},
     {TYPE_DIST_LIST, "\n TYPE_CONTACT Save IN   \r\n", 2},
 });
+constexpr std::string_view kTryBegins = "\nImportItem_0\r\n";
 // What stands there before anything of an item leaves.
 constexpr auto kSaveBegins = std::to_array<std::string_view>(
     {"Email Save in ", " TYPE_CALENDER Save( in ", " task Save in   ", " TYPE_CONTACT Save IN   "});
@@ -88,6 +89,11 @@ bool HasLine(std::string_view trace, std::string_view line, int times) {
   return at != std::string_view::npos;
 }
 
+std::string_view LastTryIn(std::string_view trace) {
+  const std::size_t at = trace.rfind(Units(kTryBegins));
+  return at == std::string_view::npos ? trace : trace.substr(at);
+}
+
 Reduction ReductionIn(std::string_view trace) {
   if (trace.find(Units(kSendsReduced)) == std::string_view::npos) return Reduction::kNone;
   const bool nothing = trace.find(Units(kReducedToNothing)) != std::string_view::npos;
@@ -114,7 +120,9 @@ std::string EngineLogs::LastStatus() const {
 bool EngineLogs::HasSaved(std::int32_t type) const {
   const std::string trace = m_trace.Added();
   return std::ranges::any_of(kSavedLines, [&](const SavedLine& line) {
-    return line.type == type && HasLine(trace, line.text, line.times);
+    if (line.type != type) return false;
+    // The first of two tries may have saved the item, but two that failed each leave a line of two.
+    return HasLine(line.times > 1 ? LastTryIn(trace) : trace, line.text, line.times);
   });
 }
 
@@ -157,7 +165,7 @@ Reduction EngineLogs::EndedReduced() const {
   const std::uintmax_t size = std::filesystem::file_size(m_trace.path, error);
   if (error) return Reduction::kNone;
   const std::string tail = Log{m_trace.path, size < kTail ? 0 : size - kTail}.Added();
-  const std::size_t item = tail.rfind(Units("\nImportItem_0\r\n"));
+  const std::size_t item = tail.rfind(Units(kTryBegins));
   if (item == std::string::npos) return Reduction::kNone;
   return ReductionIn(std::string_view(tail).substr(item));
 }

@@ -48,13 +48,15 @@ constexpr std::array kSensitivities =
     std::to_array<Word>({{"PRIVATE", "Private"}, {"CONFIDENTIAL", "Confidential"}});
 
 // Properties that say nothing to keep, or are read by name below.
+// clang-format off
 constexpr std::array kRead = std::to_array<std::string_view>(
-    {"UID",       "DTSTAMP",  "CREATED",     "LAST-MODIFIED", "SEQUENCE",
-     "SUMMARY",   "LOCATION", "DESCRIPTION", "DTSTART",       "DTEND",
-     "DUE",       "DURATION", "RRULE",       "EXDATE",        "RECURRENCE-ID",
-     "TRANSP",    "STATUS",   "CLASS",       "PRIORITY",      "CATEGORIES",
-     "ORGANIZER", "ATTENDEE", "ATTACH",      "URL",           "PERCENT-COMPLETE",
-     "COMPLETED", "RDATE",    "METHOD",      "REQUEST-STATUS"});
+    {"UID",       "DTSTAMP",  "CREATED",     "LAST-MODIFIED",  "SEQUENCE",
+     "SUMMARY",   "LOCATION", "DESCRIPTION", "DTSTART",        "DTEND",
+     "DUE",       "DURATION", "RRULE",       "EXDATE",         "RECURRENCE-ID",
+     "TRANSP",    "STATUS",   "CLASS",       "PRIORITY",       "CATEGORIES",
+     "ORGANIZER", "ATTENDEE", "ATTACH",      "URL",            "PERCENT-COMPLETE",
+     "COMPLETED", "RDATE",    "METHOD",      "REQUEST-STATUS", "CONFERENCE"});
+// clang-format on
 
 // What an occurrence cannot have of its own.
 constexpr std::array kOfSeries = std::to_array<Word>({{"ATTENDEE", "the attendees"},
@@ -251,7 +253,7 @@ class ItemReader {
   void ReadTexts(const IcsComponent& main) {
     m_item.uid = main.Text("UID");
     m_item.subject = main.Text("SUMMARY");
-    m_item.location = main.Text("LOCATION");
+    m_item.location = LocationOf(main);
     m_item.body = EventText(main);
     for (const ContentLine& line : main.lines) {
       if (line.name == "X-ALT-DESC" && UpperAscii(line.Value("FMTTYPE")) == "TEXT/HTML") {
@@ -265,6 +267,13 @@ class ItemReader {
       }
     }
     AddPages(main, m_item.html);
+  }
+
+  // Some programs give the place's name beside its coordinates alone.
+  static std::string LocationOf(const IcsComponent& component) {
+    std::string location = component.Text("LOCATION");
+    const ContentLine* place = component.First("X-APPLE-STRUCTURED-LOCATION");
+    return location.empty() && place ? std::string(place->Value("X-TITLE")) : location;
   }
 
   static std::string BusyOf(const IcsComponent& component) {
@@ -341,7 +350,8 @@ class ItemReader {
     }
   }
 
-  // Minutes before the start that the first alarm of a component goes off; the others are told.
+  // Minutes before the start that the first alarm of a component goes off, of an event the first
+  // that is not behind its start; the others are told.
   std::optional<int> ReminderOf(const IcsComponent& component, const std::optional<Moment>& start,
                                 const std::optional<Moment>& end,
                                 std::optional<std::int64_t>* moment) {
@@ -353,12 +363,13 @@ class ItemReader {
         Leave("a further", "reminder");
         continue;
       }
-      if (start)
-        minutes = static_cast<int>(
-            std::clamp<std::int64_t>((start->utc - *at) / 60, -1, 4 * 366 * 24 * 60));
+      const std::int64_t before = start ? (start->utc - *at) / 60 : 0;
+      if (before < 0 && !moment) {
+        Leave("a reminder", "behind the start");
+        continue;
+      }
+      minutes = static_cast<int>(std::clamp<std::int64_t>(before, -1, 4 * 366 * 24 * 60));
       if (moment) *moment = at;
-      if (start && *minutes < 0 && !moment) Leave("a reminder", "behind the start");
-      if (!start) minutes = 0;
     }
     return minutes && *minutes < 0 ? std::nullopt : minutes;
   }
@@ -521,7 +532,7 @@ class ItemReader {
       return text == from ? std::nullopt : std::optional(std::move(text));
     };
     changed.subject = differing(component.Text("SUMMARY"), m_item.subject);
-    changed.location = differing(component.Text("LOCATION"), m_item.location);
+    changed.location = differing(LocationOf(component), m_item.location);
     changed.body = differing(EventText(component), m_item.body);
     changed.busy = differing(BusyOf(component), m_item.busy);
     changed.reminder = ReminderOf(component, start, end, nullptr);

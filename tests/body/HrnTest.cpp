@@ -67,20 +67,24 @@ TEST_F(HrnFiles, FolderStandsInTheLinkInTheAnsiPage) {
 }
 
 TEST_F(HrnFiles, OlderFilesGoFirstAlsoWhereTheConversionFails) {
-  for (const char* name : {"HTMLFile_1.png", "HTMLFile_12.wmf", "HTMLFile_", "HTMLFile.html"}) {
+  for (const char* name :
+       {"HTMLFile_1.png", "HTMLFile_12.wmf", "htmlfile_2.JPG", "HTMLFile.html"}) {
     folder.WriteWork(name, "old");
   }
-  folder.WriteWork("HTMLFil_1.png", "another's");
+  const std::string others[] = {"HTMLFil_1.png",  "HTMLFile_",  "HTMLFile_1.docx",
+                                "HTMLFile_a.png", "HTMLFile_1", "HTMLFile_01.png"};
+  for (const std::string& name : others) folder.WriteWork(name, "another's");
   try {
     Run();  // there is no rich text
     FAIL();
   } catch (const std::system_error& error) {
     EXPECT_EQ(error.code().value(), ENOENT);
   }
-  for (const char* name : {"HTMLFile_1.png", "HTMLFile_12.wmf", "HTMLFile_", "HTMLFile.html"}) {
+  for (const char* name :
+       {"HTMLFile_1.png", "HTMLFile_12.wmf", "htmlfile_2.JPG", "HTMLFile.html"}) {
     EXPECT_FALSE(Exists(name)) << name;
   }
-  EXPECT_TRUE(Exists("HTMLFil_1.png"));
+  for (const std::string& name : others) EXPECT_TRUE(Exists(name)) << name;
 }
 
 // A page that is cut would pass for the whole one.

@@ -134,6 +134,9 @@ TEST(OtherItems, ASeriesOfThePropertiesStandsAboveTheDescriptors) {
       {R"("pattern": "daily", "end": "2024-03-10")", nullptr, true},
       {R"("pattern": "daily", "end": "2024-03-12", "count": 2)", nullptr, true},
       {R"("pattern": "daily", "interval": 99999999999)", nullptr, true},
+      {R"("pattern": "daily", "interval": 1000)", nullptr, true},
+      {R"("pattern": "monthly", "dayOfMonth": 11, "count": 1200)",
+       "AbsoluteMonthly Interval 1 DayOfMonth 11; EndDate StartDate 2024-03-11 EndDate 2124-02-11"},
   };
   ImportRun run;
   ews::Settings().bSafe = true;
@@ -299,6 +302,14 @@ TEST(OtherItems, ATaskWithABadSeriesIsLostOnlyWithoutTheSafeSwitch) {
        " Numbered StartDate 2024-03-13 NumberOfOccurrences 10"},
       {u"Q,1;1;1;2024-03-13;2024-03-13;;", "lost", "-"},
       {u"W,3;2;10;2024-03-13;2024-03-12;;", "refused", "-"},
+      // What the service takes no number for.
+      {u"W,1;99;1000;2024-03-11;;;", "lost",
+       "Weekly Interval 99 DaysOfWeek Monday; EndDate StartDate 2024-03-11 EndDate 3919-09-01"},
+      {u"D,0;1;2147483647;2024-03-11;;;", "lost", "Daily Interval 1; NoEnd StartDate 2024-03-11"},
+      {u"M,15;100;3;2024-03-15;2054-03-15;;",
+       "AbsoluteMonthly Interval 100 DayOfMonth 15;"
+       " EndDate StartDate 2024-03-15 EndDate 2054-03-15",
+       "-"},
       {u"", "-"},
   };
   for (const SeriesRow& row : rows) {

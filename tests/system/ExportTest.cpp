@@ -27,6 +27,12 @@ constexpr const char* kCalendar =
     "DTEND;TZID=America/New_York:20240314T190000\r\nEND:VEVENT\r\n"
     "BEGIN:VEVENT\r\nUID:2\r\nSUMMARY:Leap\r\nDTSTART;VALUE=DATE:20240130\r\n"
     "RRULE:FREQ=MONTHLY;BYMONTHDAY=28,29,30;BYSETPOS=-1;COUNT=3\r\nEND:VEVENT\r\n"
+    "BEGIN:VEVENT\r\nUID:6\r\nSUMMARY:Watch duty\r\nDTSTART;VALUE=DATE:20240227\r\n"
+    "RRULE:FREQ=DAILY;INTERVAL=2;COUNT=3\r\nEND:VEVENT\r\n"
+    "BEGIN:VEVENT\r\nUID:7\r\nSUMMARY:Board\r\nDTSTART;VALUE=DATE:20240312\r\n"
+    "RRULE:FREQ=MONTHLY;BYDAY=2TU;UNTIL=20240601\r\nEND:VEVENT\r\n"
+    "BEGIN:VEVENT\r\nUID:8\r\nSUMMARY:Regatta\r\nDTSTART;VALUE=DATE:20240614\r\n"
+    "RRULE:FREQ=YEARLY;COUNT=3\r\nEND:VEVENT\r\n"
     "BEGIN:VTODO\r\nUID:3\r\nSUMMARY:Paint\r\nDTSTART;VALUE=DATE:20240701\r\n"
     "DUE;VALUE=DATE:20240703\r\nSTATUS:IN-PROCESS\r\nPERCENT-COMPLETE:40\r\nEND:VTODO\r\n"
     "END:VCALENDAR\r\n";
@@ -45,7 +51,7 @@ TEST(Export, IsReadByOthersAsItWasSent) {
   folder.Write("source/port.ics", kCalendar);
   folder.Write("source/crew.vcf", kCards);
   const Result migrated = Migrate(folder);
-  ASSERT_EQ(SummaryOf(migrated)["sent"], 5) << migrated.err;
+  ASSERT_EQ(SummaryOf(migrated)["sent"], 8) << migrated.err;
   const std::string data = folder.File("mailbox");
   const Result exported =
       RunProgram("tarny", {"mailbox", "export", "--data", data, folder.File("out")}, folder.Path());
@@ -55,12 +61,15 @@ TEST(Export, IsReadByOthersAsItWasSent) {
                               folder.File("read.txt") + " 2>&1";
   EXPECT_EQ(std::system(command.c_str()), 0);
   EXPECT_EQ(ReadAll(folder.File("read.txt")),
+            "Board: 2024-03-12, 2024-04-09, 2024-05-14\n"
             "Leap: 2024-01-30, 2024-02-29, 2024-03-30\n"
+            "Regatta: 2024-06-14, 2025-06-14, 2026-06-14\n"
             "Round; the harbour: 2024-03-06 02:00, 2024-03-08 02:00, 2024-03-15 01:00, "
             "2024-03-20 01:00; bo@x.example ACCEPTED; cy@x.example NEEDS-ACTION; "
             "20 minutes before\n"
             "Earlier: 2024-03-14 22:00 instead of 2024-03-15 01:00; bo@x.example ACCEPTED; "
             "cy@x.example NEEDS-ACTION; 20 minutes before\n"
+            "Watch duty: 2024-02-27, 2024-02-29, 2024-03-02\n"
             "Watch; mailto:zoe@x.example; mailto:dee@x.example\n"
             "Zo\u00EB Bell; zoe@x.example; bell@x.example; 1; 1980-03-05; one, two / three; "
             "a photo of 4 bytes\n"

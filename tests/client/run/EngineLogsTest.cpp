@@ -74,6 +74,9 @@ TEST(EngineLogs, EachTypeHasLinesOfItsOwnAndForContactsOneIsNotEnough) {
       {TYPE_CONTACT, " TYPE_CONTACT Save IN   \r\n TYPE_CONTACT IN SAVE CATCH \r\n", false},
       {TYPE_CONTACT, "Catch TYPE_CONTACT SAVE OUT \r\n", true},
       {TYPE_DIST_LIST, " TYPE_CONTACT Save IN   \r\n", false},
+      {TYPE_DIST_LIST, " TYPE_CONTACT Save IN   \r\nImportItem_0\r\n TYPE_CONTACT Save IN   \r\n",
+       false},
+      {TYPE_CALENDER, " Save( TYPE_CALENDER out \r\nImportItem_0\r\nImportItem_1\r\n", true},
       {TYPE_DIST_LIST, " TYPE_CONTACT Save IN   \r\n TYPE_CONTACT Save IN   \r\n", true},
   };
   for (const auto& row : rows) {

@@ -191,6 +191,9 @@ TEST_F(Calendar, OccurrencesRemindersAndPeopleAreKept) {
       "ATTENDEE;PARTSTAT=ACCEPTED;ROLE=OPT-PARTICIPANT;CN=Bo:mailto:bo@x.example\n"
       "ATTENDEE;CUTYPE=ROOM;PARTSTAT=NEEDS-ACTION:mailto:room@x.example\n"
       "ATTENDEE;CN=Nobody:urn:uuid:7\nURL:https://x.example/join\nGEO:1;2\n"
+      "CONFERENCE;VALUE=URI:https://x.example/join\nCONFERENCE;VALUE=URI:tel:+1-2\n"
+      "X-APPLE-STRUCTURED-LOCATION;VALUE=URI;X-TITLE=\"Pier, 4\":geo:1,2\n"
+      "BEGIN:VALARM\nACTION:DISPLAY\nTRIGGER:PT5M\nEND:VALARM\n"
       "BEGIN:VALARM\nACTION:DISPLAY\nTRIGGER;RELATED=END:-PT90M\nEND:VALARM\n"
       "BEGIN:VALARM\nACTION:NONE\nTRIGGER:19760401T005545Z\nEND:VALARM\nEND:VEVENT\n"
       "BEGIN:VEVENT\nUID:1\nRECURRENCE-ID:20240409T130000Z\nSUMMARY:Moved\n"
@@ -216,9 +219,11 @@ TEST_F(Calendar, OccurrencesRemindersAndPeopleAreKept) {
   ASSERT_EQ(item.attendees.size(), 2u);
   EXPECT_EQ(std::string(item.attendees[0].role) + item.attendees[0].answer, "optionalaccepted");
   EXPECT_EQ(std::string(item.attendees[1].role) + item.attendees[1].answer, "resourcenone");
-  EXPECT_EQ(item.body, "https://x.example/join");
-  EXPECT_THAT(item.left, ElementsAre("someone without an address: Nobody",
-                                     "occurrences beside the rule: 20240501T090000Z", "GEO 1;2"));
+  EXPECT_EQ(item.body, "https://x.example/join\n\ntel:+1-2");
+  EXPECT_EQ(item.location, "Pier, 4");
+  EXPECT_THAT(item.left,
+              ElementsAre("someone without an address: Nobody", "a reminder behind the start",
+                          "occurrences beside the rule: 20240501T090000Z", "GEO 1;2"));
 }
 
 TEST_F(Calendar, APageInHtmlGetsTheAddressOfTheCall) {
