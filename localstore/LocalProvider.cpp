@@ -46,7 +46,8 @@ class Profile {
   std::vector<StoreEntry> m_stores;
 };
 
-// Its file is opened when the first folder of it is asked for.
+// Of no profile where it is only looked into. Its file is opened when the first folder of it is
+// asked for.
 class LocalPstStore : public rdo::PstStore {
  public:
   LocalPstStore(std::shared_ptr<Profile> profile, StoreEntry entry,
@@ -61,7 +62,9 @@ class LocalPstStore : public rdo::PstStore {
     m_store->RequireThere();
     return FolderOf(m_store, m_store->Root());
   }
-  void Save() override { m_profile->Rename(m_entry); }
+  void Save() override {
+    if (m_profile) m_profile->Rename(m_entry);
+  }
 
  private:
   std::shared_ptr<Profile> m_profile;
@@ -133,6 +136,14 @@ class LocalSession : public rdo::Session {
   std::shared_ptr<Profile> m_profile;
 };
 
+// To be read alone. Throws what opening throws.
+platform::SqliteDatabase Unchanged(const std::string& path) {
+  platform::SqliteDatabase file(OpenStore::Usable(path, OpenStore::Mode::kExisting),
+                                platform::SqliteDatabase::Open::kReadWrite);
+  file.Execute("PRAGMA query_only=ON");
+  return file;
+}
+
 }  // namespace
 
 Provider::Provider(const CString& profilesFolder)
@@ -140,15 +151,24 @@ Provider::Provider(const CString& profilesFolder)
                     [profilesFolder] { return std::make_shared<LocalSession>(profilesFolder); }) {}
 
 std::string StoreProblem(const std::string& path) try {
-  platform::SqliteDatabase file(OpenStore::Usable(path, OpenStore::Mode::kExisting),
-                                platform::SqliteDatabase::Open::kReadWrite);
-  file.Execute("PRAGMA query_only=ON");
+  platform::SqliteDatabase file = Unchanged(path);
   mailbox::RequireNotOthers(file, path);
   return {};
 } catch (const platform::SqliteError& error) {
   return "the store " + path + " cannot be used: " + error.what();
 } catch (const std::exception& error) {
   return error.what();
+}
+
+std::optional<std::string> StoreIdentity(const std::string& path) try {
+  platform::SqliteDatabase file = Unchanged(path);
+  return mailbox::IdentityIn(file);
+} catch (const std::exception&) {
+  return std::nullopt;
+}
+
+std::shared_ptr<rdo::PstStore> StoreAt(const CString& path) {
+  return std::make_shared<LocalPstStore>(nullptr, StoreEntry{{}, path.ToUtf8()});
 }
 
 }  // namespace localstore

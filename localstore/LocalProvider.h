@@ -1,9 +1,12 @@
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/CString.h"
 #include "target/RdoProviders.h"
+#include "target/RdoStore.h"
 
 namespace localstore {
 
@@ -20,5 +23,13 @@ class Provider : public rdo::Provider {
 // Why the file of that path of this system cannot be used as a store; empty where it can. It stays
 // as it is.
 std::string StoreProblem(const std::string& path);
+
+// Which store that is, a copy of it the same; empty for one that was made before stores knew that,
+// nothing where it cannot be told. It stays as it is.
+std::optional<std::string> StoreIdentity(const std::string& path);
+
+// The store of that path in Windows form, for who only looks: no profile needs to list it, nor gets
+// to. It is opened, or that throws, when its root is asked for.
+std::shared_ptr<rdo::PstStore> StoreAt(const CString& path);
 
 }  // namespace localstore

@@ -63,6 +63,7 @@ bool IsEnough(const Plan& plan, const MigrateOptions& options) {
 // and not made before something is sent.
 int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
   RequireStoreUsable(options.target);
+  RequireEarlierStoreKept(options.run, options.target);
   if (!options.target.Local() && !options.target.Store()) {
     AskSecrets(options);
     ServerWaits waits;

@@ -4,10 +4,13 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "client/sources/SourceFiles.h"
 #include "client/sources/SpecialFolders.h"
+#include "ews/FolderNameTable.h"
 #include "pipeline/ST_EML_INFO.h"
+#include "platform/CString.h"
 
 namespace client {
 namespace {
@@ -16,6 +19,25 @@ constexpr ItemKind kMail = {0, 0, "Inbox\\"};
 constexpr ItemKind kCalendar = {4, 6, "Calendar\\"};
 constexpr ItemKind kTasks = {2, 2, "Tasks\\"};
 constexpr ItemKind kContacts = {3, 14, "Contacts\\"};
+
+constexpr const ItemKind* kOtherKinds[] = {&kCalendar, &kTasks, &kContacts};
+
+// A target goes by the name of a path's last level before it goes by the kind: "Calendar" takes no
+// task, wherever it lies, "Calendar (Tasks)" does.
+std::string NamedFor(const ItemKind& kind, const std::string& folder) {
+  if (folder.size() < 2 || &kind == &kMail) return folder;
+  const std::string levels = folder.substr(0, folder.size() - 1);
+  const CString last = CString::FromUtf8(levels.substr(levels.rfind('\\') + 1));
+  const auto byName = FolderClassByNameAndType(last, kind.folderType);
+  if (byName == FolderClassByNameAndType({}, kind.folderType)) return folder;
+  const std::string_view own = kind.folder;
+  return levels + " (" + std::string(own.substr(0, own.size() - 1)) + ")\\";
+}
+
+bool Took(const FolderKinds& known, const std::string& folder, const ItemKind& kind) {
+  const auto taken = known.find(FoldedName(folder));
+  return taken != known.end() && taken->second == kind.folderType;
+}
 
 // Which kind each folder takes.
 class Takers {
@@ -42,13 +64,15 @@ class Takers {
   Taker OwnerOf(const std::string& folded) const {
     static const std::string kTop = FoldedName(kInbox);
     if (folded == kTop) return {&kMail, true};
-    for (const ItemKind* kind : {&kCalendar, &kTasks, &kContacts}) {
+    for (const ItemKind* kind : kOtherKinds) {
       if (folded.starts_with(FoldedName(kind->folder))) return {kind, true};
     }
-    const auto earlier = m_earlier.find(folded);
-    if (earlier == m_earlier.end()) return {};
-    for (const ItemKind* kind : {&kMail, &kCalendar, &kTasks, &kContacts}) {
-      if (kind->folderType == earlier->second) return {kind, true};
+    if (Took(m_earlier, folded, kMail)) return {&kMail, true};
+    for (const ItemKind* kind : kOtherKinds) {
+      if (Took(m_earlier, folded, *kind)) return {kind, true};
+    }
+    for (const ItemKind* kind : kOtherKinds) {
+      if (Took(m_earlier, NamedFor(*kind, folded), *kind)) return {kind, true};
     }
     return {};
   }
@@ -84,9 +108,13 @@ void PlaceByKind(std::vector<Plan::Entry>& entries, const FolderKinds& known) {
   }
   for (Plan::Entry& entry : entries) {
     const ItemKind& kind = KindOf(entry.item.type);
-    if (takers.Of(entry.item.folder).kind == &kind) continue;
-    const bool isTop = entry.item.folder == kInbox;
-    entry.item.folder = kind.folder + (isTop ? std::string() : entry.item.folder);
+    std::string& folder = entry.item.folder;
+    if (takers.Of(folder).kind != &kind) {
+      folder = kind.folder + (folder == kInbox ? std::string() : folder);
+    }
+    if (std::string named = NamedFor(kind, folder); named != folder && !Took(known, folder, kind)) {
+      folder = std::move(named);
+    }
   }
 }
 

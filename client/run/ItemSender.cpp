@@ -180,7 +180,10 @@ void ItemSender::StartEngine() {
                                              [this](const std::string& line) { Hear(line); });
   // It ends what moves, and would keep a stop waiting for its server else.
   PassStopTo(m_engine->Pid(), m_setup.IsSafe() ? StopPassing::kFirst : StopPassing::kSecondAlone);
-  if (m_engine->Client().Logon(LoginRecord(m_setup.target))) return;
+  if (m_engine->Client().Logon(LoginRecord(m_setup.target))) {
+    KeepStore(m_setup.target, m_journal);
+    return;
+  }
   Close();
   if (StopRequested()) throw RunError(kStopped);
   const std::string reason = TryTarget(m_setup.target);

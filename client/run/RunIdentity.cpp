@@ -9,6 +9,7 @@
 
 #include "client/run/Journal.h"
 #include "client/run/RunFolder.h"
+#include "client/run/StoreLook.h"
 #include "client/run/Target.h"
 #include "platform/CString.h"
 
@@ -95,6 +96,14 @@ FolderKinds EarlierKinds(const std::string& runFolder) {
   } catch (const platform::SqliteError&) {
     return {};
   }
+}
+
+void RequireEarlierStoreKept(const std::string& runFolder, const Target& target) {
+  const std::string path = runFolder + "/journal.db";
+  std::error_code error;
+  if (!target.Store() || runFolder.empty() || !std::filesystem::exists(path, error)) return;
+  Journal journal(path);
+  if (journal.Property(kTarget) == target.Name()) RequireStoreKept(target, journal);
 }
 
 bool IsBound(Journal& journal) { return journal.Property(kTarget).has_value(); }

@@ -35,6 +35,9 @@ void EndAdoption(Journal& journal);
 // What the folders of the target took in earlier runs; nothing where there was none, or its journal
 // cannot be read: who opens it for good tells that.
 FolderKinds EarlierKinds(const std::string& runFolder);
+// Throws RunError where an earlier run in that folder filled the target and its store is gone or
+// another one. Throws platform::SqliteError.
+void RequireEarlierStoreKept(const std::string& runFolder, const Target& target);
 // True if a run has logged on to its target before. Throws platform::SqliteError.
 bool IsBound(Journal& journal);
 

@@ -4,16 +4,20 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
 
 #include <fmt/format.h>
 
 #include "client/run/Journal.h"
 #include "client/run/RunFolder.h"
 #include "ews/FolderPath.h"
+#include "localstore/LocalProvider.h"
 #include "platform/Paths.h"
 
 namespace client {
 namespace {
+
+constexpr std::string_view kIdentity = "store";  // property of the journal
 
 CString Upper(CString text) { return text.MakeUpper(); }
 
@@ -27,17 +31,6 @@ ews::FoundItem Shown(const rdo::FoundItem& item) {
   return found;
 }
 
-// One that the default profile does not list yet is added to it.
-IRDOPstStore StoreOf(const IRDOSession& session, const CString& path) {
-  session.Logon({});
-  const iRDOStores stores = session.GetStores();
-  for (int i = 1; i <= stores.GetCount(); ++i) {
-    const IRDOPstStore store = stores.Item(i);
-    if (store.GetPstPath() == path) return store;
-  }
-  return stores.AddPSTStore(path, rdo::kPstFormat, u"Morvane " + path);
-}
-
 }  // namespace
 
 StoreLook::StoreLook(const Target& target) : m_path(platform::ToWindowsPath(target.StoreFile())) {}
@@ -45,8 +38,7 @@ StoreLook::StoreLook(const Target& target) : m_path(platform::ToWindowsPath(targ
 IRDOFolder StoreLook::Root() {
   if (m_store.IsEmpty()) {
     if (!std::filesystem::exists(platform::ResolvePath(m_path))) return {};
-    m_session = IRDOSession::Create();
-    m_store = StoreOf(m_session, m_path);
+    m_store = IRDOPstStore(localstore::StoreAt(m_path));
   }
   return m_store.GetRootFolder();
 }
@@ -120,8 +112,24 @@ std::string StoreGoneText(const Target& target) {
 }
 
 void RequireStoreKept(const Target& target, Journal& journal) {
-  if (!IsStoreGone(target) || journal.EndedWith(ItemResult::kArrived, "").empty()) return;
-  throw RunError(StoreGoneText(target));
+  if (!target.Store()) return;
+  const bool isGone = IsStoreGone(target);
+  const auto kept = journal.Property(kIdentity);
+  const auto found = kept && !isGone ? localstore::StoreIdentity(target.StoreFile()) : kept;
+  const bool isAnother = found && found != kept;
+  if (!isGone && !isAnother) return;
+  if (journal.EndedWith(ItemResult::kArrived, "").empty()) return;
+  throw RunError(isGone ? StoreGoneText(target)
+                        : fmt::format("the store {} is not the one that this run filled; put that "
+                                      "back, or use another run folder for this one",
+                                      target.StoreFile()));
+}
+
+void KeepStore(const Target& target, Journal& journal) {
+  if (!target.Store()) return;
+  const auto identity = localstore::StoreIdentity(target.StoreFile());
+  if (!identity || identity->empty() || journal.Property(kIdentity) == identity) return;
+  journal.SetProperty(kIdentity, *identity);
 }
 
 std::string WhyNotMade(const std::filesystem::path& file) {
@@ -134,12 +142,10 @@ std::string WhyNotMade(const std::filesystem::path& file) {
 std::string TryStore(const Target& target) {
   const std::filesystem::path file = target.StoreFile();
   try {
-    if (std::filesystem::exists(file)) {
-      (void)StoreLook(target).Identity("Inbox\\");
-      return {};
-    }
-    if (std::string reason = WhyNotMade(file); !reason.empty()) return reason;
+    const bool isThere = std::filesystem::exists(file);
+    if (std::string reason = isThere ? "" : WhyNotMade(file); !reason.empty()) return reason;
     IRDOSession::Create().Logon({});
+    if (isThere) (void)StoreLook(target).Identity("Inbox\\");
   } catch (const std::exception& error) {
     return error.what();
   }

@@ -12,8 +12,8 @@ namespace client {
 
 class Journal;
 
-// Looks into a store of this machine, beside the engine. A provider of sessions must be there. A
-// store that is not made yet holds nothing.
+// Looks into a store of this machine, beside the engine, whichever profile lists it. A store that
+// is not made yet holds nothing.
 class StoreLook : public TargetLook {
  public:
   explicit StoreLook(const Target& target);
@@ -33,7 +33,6 @@ class StoreLook : public TargetLook {
   IRDOFolder FolderAt(const Place& place, std::string* names = nullptr);
 
   CString m_path;
-  IRDOSession m_session;
   IRDOPstStore m_store;
 };
 
@@ -43,9 +42,11 @@ bool IsStoreGone(const Target& target);
 bool SaysStoreGone(const Target& target, const std::string& text);
 std::string StoreGoneText(const Target& target);  // for people, of one that held items
 
-// Throws RunError for a store that holds items of the run, by its journal, and that is gone:
-// whoever opens it next would make an empty one in its place.
+// Throws RunError for a store that holds items of the run, by its journal, and that is gone, for
+// whoever opens it next would make an empty one in its place; and for another one in its place.
 void RequireStoreKept(const Target& target, Journal& journal);
+// To be called when the run has logged on to it: that is its store from now on.
+void KeepStore(const Target& target, Journal& journal);
 
 // Why there can be no new file of that path; empty where there can.
 std::string WhyNotMade(const std::filesystem::path& file);

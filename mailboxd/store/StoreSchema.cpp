@@ -153,8 +153,14 @@ UPDATE items SET is_series=1 WHERE element='CalendarItem' AND EXISTS (
 CREATE INDEX series_by_start ON items(folder, starts) WHERE is_series;
 )sql";
 
-constexpr std::array<const char*, 7> kSteps = {kTables, kCounts,   kMailFiles, kTexts,
-                                               kLists,  kSetNames, kSeries};
+// Which store this is, wherever its file lies.
+constexpr char kIdentity[] = R"sql(
+CREATE TABLE identity(id TEXT NOT NULL);
+INSERT INTO identity VALUES(lower(hex(randomblob(16))));
+)sql";
+
+constexpr std::array<const char*, 8> kSteps = {kTables, kCounts,   kMailFiles, kTexts,
+                                               kLists,  kSetNames, kSeries,    kIdentity};
 
 constexpr std::array<WellKnownFolder, 20> kFolders = {{
     {"root", "", "root", ""},
@@ -186,6 +192,12 @@ void RequireNotOthers(platform::SqliteDatabase& database, const std::string& pat
       "SELECT count(*) FROM sqlite_master, pragma_user_version WHERE user_version=0");
   if (tables.Step() && tables.Int(0) == 0) return;
   throw std::runtime_error(path + " is the database of another program");
+}
+
+std::string IdentityIn(platform::SqliteDatabase& database) {
+  if (!database.Prepare("SELECT 1 FROM sqlite_master WHERE name='identity'").Step()) return {};
+  auto identity = database.Prepare("SELECT id FROM identity");
+  return identity.Step() ? std::string(identity.Text(0)) : std::string();
 }
 
 std::span<const char* const> SchemaSteps() { return kSteps; }

@@ -21,6 +21,9 @@ std::span<const char* const> SchemaSteps();
 // of ours.
 void RequireNotOthers(platform::SqliteDatabase& database, const std::string& path);
 
+// What a store was given at random when it was made; empty for one of an older layout.
+std::string IdentityIn(platform::SqliteDatabase& database);
+
 // The folders that every mailbox has from its first use, parents before children. A class-less
 // folder is a root.
 struct WellKnownFolder {

@@ -108,6 +108,12 @@ TEST_F(LocalStores, AStoreIsMadeOnceAndFoundAgainByItsPath) {
   EXPECT_FALSE(fs::exists(folder.File("Profiles/Default")));
   handler.ClearPrevisInstance();
   fs::copy_file(folder.File("Out.PST"), folder.File("Copy.pst"));
+  const auto identity = [&](const char* name) {
+    return localstore::StoreIdentity(folder.File(name)).value_or("");
+  };
+  EXPECT_EQ(identity("Copy.pst").size(), 32u);
+  EXPECT_EQ(identity("Copy.pst"), identity("Out.PST"));
+  EXPECT_NE(identity("Copy.pst"), identity("OUT(1).PST"));
   EXPECT_TRUE(handler.LogonToStore(Path("Copy.pst")));
   EXPECT_EQ(handler.m_objRdoPstStore.GetPstPath(), Path("Copy.pst"));
 }

@@ -8,9 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "client/run/ItemKinds.h"
 #include "client/run/ItemWriter.h"
 #include "client/run/Plan.h"
 #include "client/sources/Source.h"
+#include "client/sources/SpecialFolders.h"
 #include "tests/client/WideText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -51,32 +53,60 @@ TEST(PreparedItem, AFolderWithADescriptorIsOneItemOfTheFolderAboveIt) {
 TEST(PreparedItem, AFolderTakesOneKindAndTheOthersGoBelowTheirOwn) {
   const TemporaryFolder folder;
   const std::pair<const char*, const char*> items[] = {
-      {"1", "CALENDAR"},           {"2", "NOTHING"},
-      {"Crew/1", "DIST_LIST"},     {"Crew/2", "CONTACT"},
-      {"Crew/3", "TASK"},          {"Team/Old/1", "CALENDAR"},
-      {"Team/Old/2", "EMAIL"},     {"Team/Old/3", "CONTACT"},
-      {"Calendar/1", "EMAIL"},     {"Calendar/2", "CALENDAR"},
-      {"CALENDAR/Old/1", "EMAIL"}, {"contacts/1", "CONTACT"},
+      {"1", "CALENDAR"},
+      {"2", "NOTHING"},
+      {"Crew/1", "DIST_LIST"},
+      {"Crew/2", "CONTACT"},
+      {"Crew/3", "TASK"},
+      {"Team/Old/1", "CALENDAR"},
+      {"Team/Old/2", "EMAIL"},
+      {"Team/Old/3", "CONTACT"},
+      {"Calendar/1", "EMAIL"},
+      {"Calendar/2", "CALENDAR"},
+      {"CALENDAR/Old/1", "EMAIL"},
+      {"contacts/1", "CONTACT"},
+      {"Tasks/calendar/1", "TASK"},
+      {"Team/CONTACTS/1", "CALENDAR"},
+      {"Team/Tasks/1", "EMAIL"},
+      {"Team/Tasks/2", "DIST_LIST"},
   };
   for (const auto& [place, type] : items) {
     folder.Write(std::string("s/") + place + "/11comtextjj.t", Descriptor(type, ""));
   }
-  std::map<std::string, std::string> folders;
-  const Plan plan = MakePlan({folder.File("s")});
-  for (const Plan::Entry& entry : plan.entries) folders[entry.name] = entry.item.folder;
-  EXPECT_EQ(folders,
-            (std::map<std::string, std::string>{{"1", "Calendar\\"},
-                                                {"2", "Inbox\\"},
-                                                {"Crew/1", "Crew\\"},
-                                                {"Crew/2", "Crew\\"},
-                                                {"Crew/3", "Tasks\\Crew\\"},
-                                                {"Team/Old/1", "Calendar\\Team\\Old\\"},
-                                                {"Team/Old/2", "Team\\Old\\"},
-                                                {"Team/Old/3", "Contacts\\Team\\Old\\"},
-                                                {"Calendar/1", "Inbox\\Calendar\\"},
-                                                {"Calendar/2", "Calendar\\"},
-                                                {"CALENDAR/Old/1", "Inbox\\CALENDAR\\Old\\"},
-                                                {"contacts/1", "contacts\\"}}));
+  const auto foldersBehind = [&](const FolderKinds& known) {
+    PlanOptions options;
+    options.kinds = known;
+    std::map<std::string, std::string> folders;
+    for (const Plan::Entry& entry : MakePlan({folder.File("s")}, options).entries) {
+      folders[entry.name] = entry.item.folder;
+    }
+    return folders;
+  };
+  EXPECT_EQ(foldersBehind({}), (std::map<std::string, std::string>{
+                                   {"1", "Calendar\\"},
+                                   {"2", "Inbox\\"},
+                                   {"Crew/1", "Crew\\"},
+                                   {"Crew/2", "Crew\\"},
+                                   {"Crew/3", "Tasks\\Crew\\"},
+                                   {"Team/Old/1", "Calendar\\Team\\Old\\"},
+                                   {"Team/Old/2", "Team\\Old\\"},
+                                   {"Team/Old/3", "Contacts\\Team\\Old\\"},
+                                   {"Calendar/1", "Inbox\\Calendar\\"},
+                                   {"Calendar/2", "Calendar\\"},
+                                   {"CALENDAR/Old/1", "Inbox\\CALENDAR\\Old\\"},
+                                   {"contacts/1", "contacts\\"},
+                                   {"Tasks/calendar/1", "Tasks\\calendar (Tasks)\\"},
+                                   {"Team/CONTACTS/1", "Team\\CONTACTS (Calendar)\\"},
+                                   {"Team/Tasks/1", "Team\\Tasks\\"},
+                                   {"Team/Tasks/2", "Contacts\\Team\\Tasks (Contacts)\\"}}));
+  // What arrived keeps its place, whatever that is called and whatever came beside it.
+  const FolderKinds known = KindsOf(MakePlan({folder.File("s")}).entries);
+  folder.Write("s/Team/CONTACTS/0/11comtextjj.t", Descriptor("EMAIL", ""));
+  EXPECT_EQ(foldersBehind(known)["Team/CONTACTS/1"], "Team\\CONTACTS (Calendar)\\");
+  const std::string unnamed = "Tasks\\calendar\\";
+  EXPECT_EQ(
+      foldersBehind({{FoldedName(unnamed), KindOf(TYPE_TASK).folderType}})["Tasks/calendar/1"],
+      unnamed);
 }
 
 TEST(PreparedItem, ItIsReadInAFolderOfAnyName) {
