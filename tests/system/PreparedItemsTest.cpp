@@ -159,9 +159,9 @@ for subject, (folder, kind, words, shown, attached, date, importance, sender, pe
     assert content == attached, content
 assert len(found) == 6, found.keys()
 )py");
-  const StoredItem& rich = items.at("Buoys, in rich text with two pictures");
-  EXPECT_EQ(rich.info.received, "2024-05-14T16:45:00Z");
-  EXPECT_EQ(rich.attachments,
+  const StoredItem& buoys = items.at("Buoys, in rich text with two pictures");
+  EXPECT_EQ(buoys.info.received, "2024-05-14T16:45:00Z");
+  EXPECT_EQ(buoys.attachments,
             (Files{{"depths.csv", ReadAll(samples + "Notes archive/rich text/depths.csv")}}));
   EXPECT_EQ(items.at("Whole, with what is in it").info.importance, "High");
   EXPECT_EQ(SummaryOf(Migrate(folder))["there_already"], 6);
