@@ -296,15 +296,20 @@ TEST_F(ItemClasses, ManyChangesToOneItemCostWhatTheyHold) {
   const std::string asked =
       Tag("t:AdditionalProperties",
           "<t:ExtendedFieldURI PropertyTag=\"59999\" PropertyType=\"String\"/>");
-  for (const auto& row : rows) {
+  const auto cost = [&](const auto& row, int from) {
     const std::string id = ItemId(SaveKind(row.kind));
     std::string changes;
-    for (int i = 0; i < row.changes; ++i) changes += row.change(i);
+    for (int i = from; i < row.changes; ++i) changes += row.change(i);
     const std::string request = ChangeRequest(id, changes);
     const std::clock_t begin = std::clock();
     EXPECT_EQ(Code(Answer(request)), "NoError");
-    EXPECT_LT(std::clock() - begin, 4 * CLOCKS_PER_SEC) << row.kind.element;
+    const std::clock_t taken = std::clock() - begin;
     EXPECT_TRUE(Holds(Answer(GetItem(id, kAll + asked)), {row.shown}));
+    return static_cast<double>(taken);
+  };
+  // Four times as many cost four times as much, and not sixteen times.
+  for (const auto& row : rows) {
+    EXPECT_LT(cost(row, 0), 9 * cost(row, row.changes - row.changes / 4)) << row.kind.element;
   }
 }
 
