@@ -125,9 +125,9 @@ std::vector<ews::RefusedOccurrence> CTarnyOutlookHandler::SaveToStore(ews::Item&
   } catch (const ews::ServiceException&) {
     throw;  // a value that cannot be: whoever sees the text knows what to do
   } catch (const std::exception& objError) {
-    throw StoreError(objError.what());
+    throw StoreError(WordsOf(objError));
   } catch (...) {
-    throw StoreError("The store failed.");
+    throw StoreError(std::string(kStoreFailed) + " it says nothing more");
   }
 }
 
