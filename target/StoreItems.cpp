@@ -127,7 +127,7 @@ std::vector<ews::RefusedOccurrence> CTarnyOutlookHandler::SaveToStore(ews::Item&
   } catch (const std::exception& objError) {
     throw StoreError(WordsOf(objError));
   } catch (...) {
-    throw StoreError(std::string(kStoreFailed) + " it says nothing more");
+    throw StoreError(std::string(kStoreFailed) + " no reason was given");
   }
 }
 

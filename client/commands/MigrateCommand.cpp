@@ -90,7 +90,6 @@ int Migrate(MigrateOptions& options, Console& console) {
   RequireSameRun(journal, identity, run, options.adopt);
   RequireUsableLedger(run);
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
-  const auto stores = ProvideIfStore(options.target, run);
   RequireStoreKept(options.target, journal);
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());

@@ -77,7 +77,7 @@ class LocalStores : public testing::Test {
 
   FoldersInMemory inMemory;
   TempRunFolder folder;
-  localstore::Provider provider{GetCurrLogPath() + u"Profiles\\"};
+  localstore::Provider provider;
   CTarnyOutlookHandler handler;
 };
 
