@@ -7,8 +7,10 @@
 #include "platform/CString.h"
 #include "target/RdoStore.h"
 
-// Stand in front of the words of a store that fails as a whole: what is driving an engine tells by
-// these alone that it is not the item.
+// What begins an item's text where its folder is not to be had; the store's words may follow.
+inline constexpr std::string_view kNoStoreFolder = "The folder could not be made in the store.";
+// What begins the words of a store that fails as a whole: who drives an engine tells by these alone
+// that it is not the item.
 inline constexpr std::string_view kStoreFailed = "The store failed:";
 inline constexpr std::string_view kStoreGone = "The store is gone:";
 

@@ -1,5 +1,6 @@
 #include "client/run/StoreLook.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -29,6 +30,12 @@ std::shared_ptr<rdo::StoreFiles> Files() {
   auto files = std::dynamic_pointer_cast<rdo::StoreFiles>(rdo::CreateObject(rdo::kStoreFiles));
   if (!files) throw std::runtime_error("what provides stores does not look into them");
   return files;
+}
+
+// What the store says in an item's text. Only what begins it counts: the rest may quote the item.
+std::string_view WordsIn(std::string_view text) {
+  if (!text.starts_with(kNoStoreFolder)) return text;
+  return text.substr(std::min(text.size(), kNoStoreFolder.size() + 1));
 }
 
 bool IsMissing(const Target& target) { return Files()->IsThere(PathOf(target)) == false; }
@@ -104,11 +111,12 @@ void StoreLook::List(const Place& place, const Take& take) {
 }
 
 bool IsOfStore(const std::string& text) {
-  return text.find(kStoreFailed) != text.npos || text.find(kStoreGone) != text.npos;
+  const std::string_view words = WordsIn(text);
+  return words.starts_with(kStoreFailed) || words.starts_with(kStoreGone);
 }
 
 bool IsStoreGone(const Target& target, const std::string& text) {
-  return target.Store() && (text.find(kStoreGone) != text.npos || IsMissing(target));
+  return target.Store() && (WordsIn(text).starts_with(kStoreGone) || IsMissing(target));
 }
 
 std::string StoreGoneText(const Target& target) {
