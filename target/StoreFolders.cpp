@@ -28,23 +28,13 @@ constexpr std::array<TypeClass, 5> kClassesByType{{
 
 CString Upper(CString str) { return str.MakeUpper(); }
 
-// The first folder of that target name in any case; empty where there is none. Throws.
-IRDOFolder FindByName(const CString& strName, const IRDOFolders& objFolders) {
-  const CString strWanted = Upper(UpdateName(strName));
-  IRDOFolder objFolder = objFolders.GetFirst();
-  while (!objFolder.IsEmpty() && Upper(objFolder.GetName()) != strWanted) {
-    objFolder = objFolders.GetNext();
-  }
-  return objFolder;
-}
-
 // Whether there is such a folder; nothing where that cannot be read, with the words of it.
 std::optional<bool> LookFor(const CString& strName, const IRDOFolders& objFolders,
                             CString& strWords) {
   std::optional<bool> bFound;
   (void)DoneInStore(strWords,
                     [&] { (void)objFolders.GetCount(); });  // kept: nobody asks what it says
-  (void)DoneInStore(strWords, [&] { bFound = !FindByName(strName, objFolders).IsEmpty(); });
+  (void)DoneInStore(strWords, [&] { bFound = !FindFolder(strName, objFolders).IsEmpty(); });
   return bFound;
 }
 
@@ -59,6 +49,15 @@ CString GetFolderTypeGroupwise(const CString& strName, int nType, bool bChangeVi
   return it == kClassesByType.end() ? kClassNote : it->strClass;
 }
 
+IRDOFolder FindFolder(const CString& strLevel, const IRDOFolders& objFolders) {
+  const CString strWanted = Upper(UpdateName(strLevel));
+  IRDOFolder objFolder = objFolders.GetFirst();
+  while (!objFolder.IsEmpty() && Upper(objFolder.GetName()) != strWanted) {
+    objFolder = objFolders.GetNext();
+  }
+  return objFolder;
+}
+
 bool CTarnyOutlookHandler::CheckIfFolderExist(CString strName, IRDOFolders olF2Temp) {
   return LookFor(strName, olF2Temp, m_strErrorMsg).value_or(false);
 }
@@ -66,7 +65,7 @@ bool CTarnyOutlookHandler::CheckIfFolderExist(CString strName, IRDOFolders olF2T
 IRDOFolders CTarnyOutlookHandler::GetFolderHandle(CString strName, IRDOFolders olF2Temp) {
   IRDOFolders objBelow;
   const auto Enter = [&] {
-    m_objCurrFolder = FindByName(strName, olF2Temp);
+    m_objCurrFolder = FindFolder(strName, olF2Temp);
     objBelow = m_objCurrFolder.GetFolders();
   };
   if (!DoneInStore(m_strErrorMsg, Enter) || m_objCurrFolder.IsEmpty()) {

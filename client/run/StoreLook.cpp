@@ -15,13 +15,12 @@
 #include "target/RdoProviders.h"
 #include "target/StoreError.h"
 #include "target/StoreFiles.h"
+#include "target/StoreFolders.h"
 
 namespace client {
 namespace {
 
 constexpr std::string_view kIdentity = "store";  // property of the journal
-
-CString Upper(CString text) { return text.MakeUpper(); }
 
 CString PathOf(const Target& target) { return platform::ToWindowsPath(target.StoreFile()); }
 
@@ -68,10 +67,7 @@ IRDOFolder StoreLook::FolderAt(const Place& place, std::string* names) {
   const CString levels = CString::FromUtf8(place.path);
   IRDOFolder folder = Root();
   for (int level = 0; level < getTotCountSlash(levels) && !folder.IsEmpty(); ++level) {
-    const CString wanted = Upper(UpdateName(GetNameBySlash(levels, level)));
-    const IRDOFolders children = folder.GetFolders();
-    folder = children.GetFirst();
-    while (!folder.IsEmpty() && Upper(folder.GetName()) != wanted) folder = children.GetNext();
+    folder = FindFolder(GetNameBySlash(levels, level), folder.GetFolders());
     if (names) *names += folder.GetName().ToUtf8() + "\\";
   }
   return folder;

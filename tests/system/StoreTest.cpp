@@ -250,8 +250,10 @@ TEST(StoreTarget, OneThatVanishesIsNotMadeAnew) {
     }
     fs::rename(file, folder.File("Kept.pst"));
     if (engineDies) KillAll(EnginesOf(folder.File("run")));
+    if (!engineDies) folder.Write("Out.pst", "another file");
     const std::string text = "Out.pst is not there any more; put it back";
     EXPECT_THAT(tarny.Wait(), FailsWith(text));
+    fs::remove(file);
     EXPECT_THAT(RunProgram("tarny", arguments, folder.Path()), FailsWith(text));
     EXPECT_FALSE(fs::exists(file));
     folder.Write("Out.pst", "");  // nor is an empty file taken for it
