@@ -11,6 +11,7 @@
 #include <libical/ical.h>
 
 #include "base/AsciiText.h"
+#include "client/sources/CalendarNames.h"
 #include "client/sources/EventText.h"
 #include "client/sources/LineDecoding.h"
 #include "client/sources/Names.h"
@@ -46,17 +47,6 @@ constexpr std::array kTaskStates = std::to_array<Word>({{"NEEDS-ACTION", "NotSta
                                                         {"CANCELLED", "Deferred"}});
 constexpr std::array kSensitivities =
     std::to_array<Word>({{"PRIVATE", "Private"}, {"CONFIDENTIAL", "Confidential"}});
-
-// Properties that say nothing to keep, or are read by name below.
-// clang-format off
-constexpr std::array kRead = std::to_array<std::string_view>(
-    {"UID",       "DTSTAMP",  "CREATED",     "LAST-MODIFIED",  "SEQUENCE",
-     "SUMMARY",   "LOCATION", "DESCRIPTION", "DTSTART",        "DTEND",
-     "DUE",       "DURATION", "RRULE",       "EXDATE",         "RECURRENCE-ID",
-     "TRANSP",    "STATUS",   "CLASS",       "PRIORITY",       "CATEGORIES",
-     "ORGANIZER", "ATTENDEE", "ATTACH",      "URL",            "PERCENT-COMPLETE",
-     "COMPLETED", "RDATE",    "METHOD",      "REQUEST-STATUS", "CONFERENCE"});
-// clang-format on
 
 // What an occurrence cannot have of its own.
 constexpr std::array kOfSeries = std::to_array<Word>({{"ATTENDEE", "the attendees"},
@@ -125,17 +115,30 @@ class ItemReader {
     ReadReminders(main);
     if (m_item.isTask) ReadTaskState(main);
     ReadSeries(main);
-    for (const IcsComponent& component : changed) ReadChanged(component, main);
-    for (const ContentLine& line : main.lines) {
-      const bool known = std::find(kRead.begin(), kRead.end(), line.name) != kRead.end();
-      if (!known && !line.name.starts_with("X-")) Leave(line.name, UnescapedText(line.value));
-    }
+    if (!changed.empty()) m_ofSeries = ValuesOf(main);
+    for (const IcsComponent& component : changed) ReadChanged(component);
+    TellUnknown(main);
     return std::move(m_item);
   }
 
  private:
   void Leave(std::string_view what, std::string_view value) {
     m_item.left.push_back(Told(what, value));
+  }
+
+  bool IsUnknown(const ContentLine& line) const {
+    const bool isPage = line.name == "X-ALT-DESC" && !m_item.html.empty();
+    return !isPage && HasNoPlace(line.name) && !mail::trimmed(line.value).empty();
+  }
+
+  // A program's own property is named once, however often it is there.
+  void TellUnknown(const IcsComponent& main) {
+    std::set<std::string_view> told;
+    for (const ContentLine& line : main.lines) {
+      if (!IsUnknown(line)) continue;
+      if (line.name.starts_with("X-") && !told.insert(line.name).second) continue;
+      Leave(line.name, HoldsBytes(line) ? std::string() : UnescapedText(line.value));
+    }
   }
 
   // Of occurrences, which are missed where they are not there.
@@ -487,25 +490,31 @@ class ItemReader {
     return wall;
   }
 
-  // The values of a property, with the answers that they name.
-  static std::multiset<std::string> ValuesOf(const IcsComponent& component, std::string_view name) {
-    std::multiset<std::string> values;
+  // The values of each property, with the answers that they name.
+  using Values = std::map<std::string, std::multiset<std::string>, std::less<>>;
+  static Values ValuesOf(const IcsComponent& component) {
+    Values values;
     for (const ContentLine& line : component.lines) {
-      if (line.name == name) values.insert(line.value + "|" + std::string(line.Value("PARTSTAT")));
+      values[line.name].insert(line.value + "|" + std::string(line.Value("PARTSTAT")));
     }
     return values;
   }
 
   // What an occurrence does not say is as in the series.
-  void TellOfSeries(const IcsComponent& component, const IcsComponent& main, const CivilTime& at) {
-    for (const auto& [name, what] : kOfSeries) {
-      if (component.First(name) && ValuesOf(component, name) != ValuesOf(main, name)) {
-        Leave(fmt::format("{} of the occurrence of", what), at.Date());
-      }
+  void TellOfSeries(const IcsComponent& component, const CivilTime& at) {
+    std::set<std::string_view> told;
+    const Values own = ValuesOf(component);
+    for (const ContentLine& line : component.lines) {
+      const std::string what =
+          Translated(kOfSeries, line.name, IsUnknown(line) ? line.name.c_str() : "");
+      if (what.empty() || !told.insert(line.name).second) continue;
+      const auto ofSeries = m_ofSeries.find(line.name);
+      if (ofSeries != m_ofSeries.end() && ofSeries->second == own.at(line.name)) continue;
+      Leave(fmt::format("{} of the occurrence of", what), at.Date());
     }
   }
 
-  void ReadChanged(const IcsComponent& component, const IcsComponent& main) {
+  void ReadChanged(const IcsComponent& component) {
     const ContentLine* id = component.First("RECURRENCE-ID");
     const std::optional<Moment> original = MomentOf(id);
     if (!original || !m_item.series) {
@@ -538,11 +547,12 @@ class ItemReader {
     changed.reminder = ReminderOf(component, start, end, nullptr);
     if (changed.reminder == m_item.reminder) changed.reminder.reset();
     m_item.changed.push_back(std::move(changed));
-    TellOfSeries(component, main, at);
+    TellOfSeries(component, at);
   }
 
   const ZoneRules& m_rules;
   CalendarItem m_item;
+  Values m_ofSeries;                                         // for its changed occurrences
   std::map<std::string, CalendarZone, std::less<>> m_zones;  // by name
 };
 

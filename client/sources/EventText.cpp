@@ -13,7 +13,9 @@
 namespace client {
 namespace {
 
-constexpr std::array<std::string_view, 3> kPages = {"URL", "CONFERENCE", "X-GOOGLE-CONFERENCE"};
+constexpr std::array kPages = std::to_array<std::string_view>(
+    {"URL", "CONFERENCE", "X-GOOGLE-CONFERENCE", "X-GOOGLE-HANGOUT",
+     "X-MICROSOFT-ONLINEMEETINGEXTERNALLINK", "X-MICROSOFT-SKYPETEAMSMEETINGURL"});
 
 // A call may have an address for each way to take part in it.
 std::vector<std::string> PagesOf(const IcsComponent& component) {
