@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "client/run/Migration.h"
+#include "client/run/Summary.h"
 #include "client/run/Plan.h"
 
 // What `tarny migrate` writes to standard output, for people or as JSON.

@@ -27,4 +27,8 @@ bool LeavesOutcomeOpen(std::string_view text) {
   return ews::SaysOpenOutcome(text) || std::ranges::find(kOpenWords, text) != kOpenWords.end();
 }
 
+std::string Joined(const std::string& text, const std::string& more) {
+  return text.empty() || more.empty() ? text + more : ews::WithoutStop(text) + "; " + more;
+}
+
 }  // namespace client

@@ -31,4 +31,7 @@ bool EndsRun(std::string_view text);
 // True when the request behind it may have been carried out.
 bool LeavesOutcomeOpen(std::string_view text);
 
+// Two remarks as one: "a; b"; either may be empty.
+std::string Joined(const std::string& text, const std::string& more);
+
 }  // namespace client

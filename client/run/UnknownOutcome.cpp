@@ -47,6 +47,10 @@ std::string TimesText(std::size_t times) {
   return times == 2 ? "twice" : fmt::format("{} times", times);
 }
 
+std::string UpTo(std::size_t times) {
+  return times < 2 ? std::string() : ", up to " + TimesText(times);
+}
+
 std::string CopiesText(std::size_t copies) {
   return copies < 2 ? std::string() : "it is there " + TimesText(copies);
 }

@@ -33,6 +33,8 @@ std::string DoubtText(std::size_t copies, const std::string& reason);
 inline constexpr const char* kCouldNotAsk = "the target could not be asked";
 // "twice", "3 times".
 std::string TimesText(std::size_t times);
+// ", up to 3 times"; empty for once.
+std::string UpTo(std::size_t times);
 
 // How many of the items that a search for key and id brought are this item. One with its key is.
 // One without any key may be: the id is all that is known of what a server took without our key.
