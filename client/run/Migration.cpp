@@ -173,6 +173,7 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     const bool found = m_adoption && m_adoption->Take(entry.item.folder, work.item);
     if (known) return KnownAgain(work);
     if (!found) {
+      if (m_adoption && entry.item.IsOther()) AdoptVersion(work);
       if (std::optional<Outcome> changed = WhereChanged(work)) return *changed;
     }
     Reduction cutOff = m_endedReduced;
@@ -252,6 +253,19 @@ void Migration::NameByContent(ItemWork& work) {
   std::swap(work.item.hash, work.olderHash);
   m_loader.Name(work.entry, work.item);
   std::swap(work.item.hash, work.olderHash);
+}
+
+// It arrived from where the later version lies now.
+void Migration::AdoptVersion(const ItemWork& work) {
+  const Plan::Entry& entry = work.entry;
+  const auto key = m_adoption->TakeVersion(entry.item.folder, work.item);
+  if (!key || !m_arrived->EarlierVersions(entry, work.item).empty()) return;
+  m_arrived->Add({entry.item.location,
+                  entry.item.folder,
+                  std::string(HashInKey(*key)),
+                  *key,
+                  ItemResult::kArrived,
+                  {}});
 }
 
 Outcome Migration::KnownAgain(const ItemWork& work) {

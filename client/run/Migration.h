@@ -57,6 +57,8 @@ class Migration {
   bool IsKnownMail(ItemWork& work);
   void Name(ItemWork& work);
   void NameByContent(ItemWork& work);
+  // Tells the journal of an earlier version that the target holds and that it does not know.
+  void AdoptVersion(const ItemWork& work);
   void TakeOverDoubt(ItemWork& work);
   // Of an item that is in the target; its keys must be filled in where nothing is known of it.
   Outcome KnownAgain(const ItemWork& work);
