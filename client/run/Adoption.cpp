@@ -1,5 +1,7 @@
 #include "client/run/Adoption.h"
 
+#include <algorithm>
+
 #include "client/run/MailKey.h"
 #include "client/run/RunFolder.h"
 #include "client/run/StopRequest.h"
@@ -17,17 +19,34 @@ TargetIndex ReadTargetFolder(TargetLook& look, const std::string& folder, const 
   return index;
 }
 
-bool Adoption::Take(const std::string& folder, const LoadedItem& item) {
+Adoption::Folder& Adoption::FolderOf(const std::string& folder) {
   if (m_identities.empty()) GroupEntries();
   const std::string& identity = m_identities.at(folder);
-  auto place = m_indexes.find(identity);
-  if (place == m_indexes.end()) {
-    TargetIndex index = ReadTargetFolder(m_look, folder, KeysOf(m_entries[identity]));
-    place = m_indexes.emplace(identity, std::move(index)).first;
-  }
+  if (const auto known = m_folders.find(identity); known != m_folders.end()) return known->second;
+  const Entries& entries = m_entries[identity];
+  const bool hasVersions =
+      std::ranges::any_of(entries, [](const auto* entry) { return entry->item.IsOther(); });
+  Folder read;
+  read.own = KeysOf(entries);
+  read.index = ReadTargetFolder(m_look, folder, read.own, [&](const ews::FoundItem& found) {
+    if (hasVersions) read.versions.Add(found.strKey.ToUtf8());
+  });
+  return m_folders.emplace(identity, std::move(read)).first->second;
+}
+
+bool Adoption::Take(const std::string& folder, const LoadedItem& item) {
+  Folder& there = FolderOf(folder);
   const std::string key = KeyOnItem(item.key);
-  return place->second.Take(key, item.messageId, item.MimeSize()).has_value() ||
+  return there.index.Take(key, item.messageId, item.MimeSize()).has_value() ||
          m_second->Take(item.elsewhere, key);
+}
+
+std::optional<std::string> Adoption::TakeVersion(const std::string& folder,
+                                                 const LoadedItem& item) {
+  Folder& there = FolderOf(folder);
+  const std::string_view id = IdInKey(item.key);
+  std::optional<std::string> key = there.versions.Take(id, there.own);
+  return key ? key : m_second->TakeVersion(item.elsewhere, id, there.own);
 }
 
 void Adoption::GroupEntries() {

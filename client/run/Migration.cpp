@@ -118,12 +118,13 @@ void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
 bool Migration::TakeUp(const Aside& one, const TryLimit& limit) {
   m_limit = limit;
   m_wasSent = one.wasSent;
+  m_lastTry = one.lastTry;
   const Outcome outcome = Handle(*one.entry);
   if (outcome.kind == Outcome::Kind::kAside) {
     if (one.passes == 0) {
       m_say(fmt::format("{} is sent again when another item has come through", one.entry->name));
     }
-    m_aside.push_back({one.entry, one.passes, /*wasSent=*/true});
+    m_aside.push_back({one.entry, one.passes, /*wasSent=*/true, LastTry()});
     return false;
   }
   if (outcome.kind != Outcome::Kind::kLeft) Note(*one.entry, outcome);
@@ -173,16 +174,12 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     const bool found = m_adoption && m_adoption->Take(entry.item.folder, work.item);
     if (known) return KnownAgain(work);
     if (!found) {
+      if (m_adoption && entry.item.IsOther()) AdoptVersion(work);
       if (std::optional<Outcome> changed = WhereChanged(work)) return *changed;
-    }
-    Reduction cutOff = m_endedReduced;
-    if (cutOff != Reduction::kNone && !m_journal.OpenFor(entry.item.folder, work.item.key)) {
-      cutOff = Reduction::kNone;
     }
     outcome = HandleWork(work, found);
     if (outcome.kind == Outcome::Kind::kKnown && work.isEqual) ++m_summary.equal;
-    TellLeftOut(outcome);
-    TellReduced(work, cutOff, outcome);
+    TellNotCarried(work, outcome);
     if (outcome.kind == Outcome::Kind::kKnown) {
       Outcome told = KnownAgain(work);
       outcome = {told.kind, Joined(outcome.text, told.text)};
@@ -201,9 +198,10 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   return outcome;
 }
 
-// Mails of one folder whose bytes are the same are one mail there.
+// Mails of one folder whose bytes are the same are one mail there. One that was put aside is not
+// another than itself.
 bool Migration::IsEqualToAnother(const ItemWork& work) {
-  if (!work.entry.IsMail()) return false;
+  if (!work.entry.IsMail() || m_wasSent) return false;
   return !m_contents.insert(std::hash<std::string>()(work.entry.item.folder + work.item.hash))
               .second;
 }
@@ -252,6 +250,19 @@ void Migration::NameByContent(ItemWork& work) {
   std::swap(work.item.hash, work.olderHash);
   m_loader.Name(work.entry, work.item);
   std::swap(work.item.hash, work.olderHash);
+}
+
+// It arrived from where the later version lies now.
+void Migration::AdoptVersion(const ItemWork& work) {
+  const Plan::Entry& entry = work.entry;
+  const auto key = m_adoption->TakeVersion(entry.item.folder, work.item);
+  if (!key || !m_arrived->EarlierVersions(entry, work.item).empty()) return;
+  m_arrived->Add({entry.item.location,
+                  entry.item.folder,
+                  std::string(HashInKey(*key)),
+                  *key,
+                  ItemResult::kArrived,
+                  {}});
 }
 
 Outcome Migration::KnownAgain(const ItemWork& work) {
@@ -369,11 +380,26 @@ std::string Migration::MakeFolder(const std::string& folder) {
   }
 }
 
-void Migration::TellLeftOut(Outcome& outcome) {
-  if (outcome.kind != Outcome::Kind::kSent) return;
-  const LeftOut& left = m_sender.Left();
-  outcome.text = Joined(LeftOutText(left), outcome.text);
+// One that was put aside may be found in the target without being tried again.
+std::optional<NotCarried> Migration::LastTry() const {
+  std::optional<NotCarried> last = m_sender.LastTry();
+  return last ? last : m_lastTry;
+}
+
+NotCarried Migration::NotCarriedBy(const ItemWork& work, const Outcome& outcome) {
+  if (outcome.kind == Outcome::Kind::kSent) return LastTry().value_or(NotCarried{});
+  if (outcome.kind != Outcome::Kind::kKnown || !work.wasBegun) return {};
+  return {m_sender.LeftOf(work.entry, work.item), {}, m_endedReduced};
+}
+
+void Migration::TellNotCarried(const ItemWork& work, Outcome& outcome) {
+  const auto& [left, ofEngine, reduction] = NotCarriedBy(work, outcome);
+  outcome.text = Joined(LeftOutText(left), Joined(ofEngine, outcome.text));
   if (left.isReduced) ++m_summary.reduced;
+  if (reduction == Reduction::kNone) return;
+  const std::string text = ReducedText(work.entry, work.item, reduction, m_setup.IsSafe());
+  outcome.text = Joined(text, outcome.text);
+  ++m_summary.reduced;
 }
 
 // An earlier version stands in the target, where its user may have gone on with it: it is neither
@@ -397,16 +423,6 @@ std::optional<Outcome> Migration::WhereChanged(const ItemWork& work) {
                    text + "; it was left as it is, and this one comes once that is deleted there"};
   }
   return std::nullopt;
-}
-
-void Migration::TellReduced(const ItemWork& work, Reduction cutOff, Outcome& outcome) {
-  Reduction reduction = Reduction::kNone;
-  if (outcome.kind == Outcome::Kind::kSent) reduction = m_sender.SentReduced();
-  if (outcome.kind == Outcome::Kind::kKnown) reduction = cutOff;
-  if (reduction == Reduction::kNone) return;
-  const std::string text = ReducedText(work.entry, work.item, reduction, m_setup.IsSafe());
-  outcome.text = Joined(text, outcome.text);
-  ++m_summary.reduced;
 }
 
 Outcome Migration::WithDoubt(const ItemWork& work, Outcome outcome) {

@@ -45,6 +45,7 @@ class Migration {
     const Plan::Entry* entry;
     int passes = 0;
     bool wasSent = false;  // in this run
+    std::optional<NotCarried> lastTry = std::nullopt;
   };
 
   // True if the item was sent now.
@@ -57,6 +58,8 @@ class Migration {
   bool IsKnownMail(ItemWork& work);
   void Name(ItemWork& work);
   void NameByContent(ItemWork& work);
+  // Tells the journal of an earlier version that the target holds and that it does not know.
+  void AdoptVersion(const ItemWork& work);
   void TakeOverDoubt(ItemWork& work);
   // Of an item that is in the target; its keys must be filled in where nothing is known of it.
   Outcome KnownAgain(const ItemWork& work);
@@ -69,12 +72,12 @@ class Migration {
   // Those without items; each that is not there then is a failure.
   void MakeFolders(const std::vector<std::string>& folders);
   std::string MakeFolder(const std::string& folder);
-  // What an item that was sent now did not carry.
-  void TellLeftOut(Outcome& outcome);
+  // What an item did not carry that was sent now, or by an earlier run that was cut off with it.
+  NotCarried NotCarriedBy(const ItemWork& work, const Outcome& outcome);
+  void TellNotCarried(const ItemWork& work, Outcome& outcome);
+  std::optional<NotCarried> LastTry() const;
   // The end of an item of which the target holds an earlier version; nothing for any other.
   std::optional<Outcome> WhereChanged(const ItemWork& work);
-  // An item that was sent, or is known although it cut off an earlier run that had reduced it.
-  void TellReduced(const ItemWork& work, Reduction cutOff, Outcome& outcome);
   static Outcome WithDoubt(const ItemWork& work, Outcome outcome);
   static JournalEntry EntryOf(const ItemWork& work, const Outcome& outcome);
   void Keep(const ItemWork& work, const Outcome& outcome);
@@ -103,6 +106,7 @@ class Migration {
   FailuresInARow m_inARow;
   TryLimit m_limit = kAsLongAsPatienceAllows;  // of the item in work
   bool m_wasSent = false;                      // it was, before it was put aside
+  std::optional<NotCarried> m_lastTry;         // of that
   std::deque<Aside> m_aside;
   std::unordered_set<std::string_view> m_noted;  // locations of items
   std::unordered_set<std::size_t> m_contents;    // of mails and their folders; hashes
