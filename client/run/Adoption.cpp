@@ -34,20 +34,21 @@ void Adoption::GroupEntries() {
   for (const Plan::Entry& entry : m_plan.entries) {
     const auto [place, isNew] = m_identities.try_emplace(entry.item.folder);
     if (isNew) place->second = m_look.Identity(entry.item.folder);
-    m_entries[place->second].push_back(&entry);
+    m_entries[place->second].push_back(entry.number);
   }
   std::set<std::string> identities;
   for (const auto& [folder, identity] : m_identities) identities.insert(identity);
   m_second.emplace(m_look, std::move(identities));
 }
 
-OwnKeys Adoption::KeysOf(const Entries& entries) {
+OwnKeys Adoption::KeysOf(const Entries& entries) const {
   OwnKeys keys;
-  for (const Plan::Entry* entry : entries) {
+  for (const std::size_t number : entries) {
     if (StopRequested()) throw RunError("asked to stop");
     try {
-      LoadedItem item = ItemLoader::Load(*entry);
-      ItemLoader::Identify(*entry, item);
+      const Plan::Entry entry = m_plan.entries[number];
+      LoadedItem item = ItemLoader::Load(entry);
+      ItemLoader::Identify(entry, item);
       keys.insert(TargetIndex::DigestOf(KeyOnItem(item.key)));
     } catch (const SourceError&) {  // told when its turn comes
     }

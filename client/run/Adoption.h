@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <set>
@@ -35,9 +36,9 @@ class Adoption {
   bool Take(const std::string& folder, const LoadedItem& item);
 
  private:
-  using Entries = std::vector<const Plan::Entry*>;
+  using Entries = std::vector<std::size_t>;  // by their numbers
   void GroupEntries();
-  static OwnKeys KeysOf(const Entries& entries);
+  OwnKeys KeysOf(const Entries& entries) const;
 
   TargetLook& m_look;
   const Plan& m_plan;

@@ -109,18 +109,17 @@ void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
 void AddMails(const SourceFolder& folder, const char* part, bool hasNew,
               const FolderKeywords& keywords, Listing& listing) {
   const std::string path = folder.path + "/" + part;
-  for (const FolderEntry& entry : ListFolder(path, listing.problems)) {
-    if (entry.name.starts_with('.')) continue;
+  EachEntry(path, listing.problems, [&](const FolderEntry& entry) {
+    if (entry.name.starts_with('.')) return;
     if (entry.kind != EntryKind::kFile) {
-      listing.problems.push_back(OddEntry(path + "/" + entry.name, entry.kind));
-      continue;
+      return listing.problems.push_back(OddEntry(path + "/" + entry.name, entry.kind));
     }
     const MaildirName name = ParseMaildirName(entry.name);
     const bool isRead = name.Has('S') || (!hasNew && name.letters.empty());
     SourceItem item{path + "/" + entry.name, TargetOf(folder.levels), isRead, 0, entry.size};
     item.state = StateOf(entry, name, keywords);
-    listing.items.push_back(std::move(item));
-  }
+    listing.items.Add(item);
+  });
 }
 
 }  // namespace

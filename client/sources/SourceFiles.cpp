@@ -35,20 +35,28 @@ EntryKind Look(const std::string& path, FolderEntry& found) {
   return EntryKind::kOther;
 }
 
-}  // namespace
+// Names one behind the other, each ended by a NUL, and where each begins.
+struct Names {
+  std::string bytes;
+  std::vector<std::size_t> starts;
+  const char* At(std::size_t start) const { return bytes.c_str() + start; }
+};
 
-std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems) {
-  std::vector<FolderEntry> entries;
+Names NamesIn(const std::string& path, std::vector<SourceProblem>& problems) {
+  Names names;
   DIR* folder = opendir(path.c_str());
   if (!folder) {
     problems.push_back({path, std::string("the folder cannot be read: ") + std::strerror(errno),
                         /*isUnread=*/true});
-    return entries;
+    return names;
   }
   errno = 0;
   while (const dirent* entry = readdir(folder)) {
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") entries.push_back({std::string(name)});
+    if (name != "." && name != "..") {
+      names.starts.push_back(names.bytes.size());
+      names.bytes.append(name).append(1, '\0');
+    }
     errno = 0;
   }
   if (errno != 0) {
@@ -56,9 +64,27 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
                         /*isUnread=*/true});
   }
   closedir(folder);
-  std::sort(entries.begin(), entries.end(),
-            [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
-  for (FolderEntry& entry : entries) entry.kind = Look(path + "/" + entry.name, entry);
+  std::ranges::sort(names.starts, [&](std::size_t a, std::size_t b) {
+    return std::strcmp(names.At(a), names.At(b)) < 0;
+  });
+  return names;
+}
+
+}  // namespace
+
+void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
+               const std::function<void(const FolderEntry& entry)>& take) {
+  const Names names = NamesIn(path, problems);
+  for (const std::size_t start : names.starts) {
+    FolderEntry entry{names.At(start)};
+    entry.kind = Look(path + "/" + entry.name, entry);
+    take(entry);
+  }
+}
+
+std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems) {
+  std::vector<FolderEntry> entries;
+  EachEntry(path, problems, [&](const FolderEntry& entry) { entries.push_back(entry); });
   return entries;
 }
 

@@ -157,7 +157,7 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
     } catch (const SourceError&) {  // told when its turn comes
     }
   }
-  listing.items.push_back(std::move(item));
+  listing.items.Add(item);
 }
 
 // A removed one has a comma in front of its number.
@@ -175,7 +175,7 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
   item.state.flagged = has("flagged", MhMarks::kMarked);
   item.state.forwarded = has("forwarded", MhMarks::kForwarded);
   item.state.deleted = isRemoved || m_marks.Has(*number, MhMarks::kDeleted);
-  listing.items.push_back(std::move(item));
+  listing.items.Add(item);
   return true;
 }
 
