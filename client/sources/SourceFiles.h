@@ -34,6 +34,9 @@ struct FolderEntry {
   std::int64_t modified = 0;  // seconds since 1970 UTC
 };
 
+// The names in a folder, in no order. A folder that cannot be read becomes a problem and has none.
+void EachName(const std::string& path, std::vector<SourceProblem>& problems,
+              const std::function<void(std::string_view name)>& take);
 // The entries of a folder in byte order of their names, links to files followed. A folder that
 // cannot be read becomes a problem and has none.
 std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems);

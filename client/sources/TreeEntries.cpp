@@ -9,6 +9,7 @@
 #include "client/sources/MaildirSource.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/ModifiedUtf7.h"
+#include "client/sources/MovedMail.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
 
@@ -181,7 +182,7 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
 
 std::string ReadTreeMail(const SourceItem& item, MboxKind mbox) {
   if (!item.file.empty()) return ReadMboxItem(item, mbox);
-  if (!IsEmlxName(item.location)) return ReadMail(item.location);
+  if (!IsEmlxName(item.location)) return ReadMailThatMayMove(item.location);
   const auto place = EmlxPlaceOf(HeadOf(item.location));
   if (!place) throw SourceError("does not begin with the number of its bytes");
   std::string mail = ReadFileRange(item.location, place->offset, place->length);
