@@ -9,6 +9,7 @@
 #include "client/sources/MaildirSource.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/ModifiedUtf7.h"
+#include "client/sources/MovedMail.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
 
@@ -157,7 +158,7 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
     } catch (const SourceError&) {  // told when its turn comes
     }
   }
-  listing.items.push_back(std::move(item));
+  listing.items.Add(item);
 }
 
 // A removed one has a comma in front of its number.
@@ -175,13 +176,13 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
   item.state.flagged = has("flagged", MhMarks::kMarked);
   item.state.forwarded = has("forwarded", MhMarks::kForwarded);
   item.state.deleted = isRemoved || m_marks.Has(*number, MhMarks::kDeleted);
-  listing.items.push_back(std::move(item));
+  listing.items.Add(item);
   return true;
 }
 
 std::string ReadTreeMail(const SourceItem& item, MboxKind mbox) {
   if (!item.file.empty()) return ReadMboxItem(item, mbox);
-  if (!IsEmlxName(item.location)) return ReadMail(item.location);
+  if (!IsEmlxName(item.location)) return ReadMailThatMayMove(item.location);
   const auto place = EmlxPlaceOf(HeadOf(item.location));
   if (!place) throw SourceError("does not begin with the number of its bytes");
   std::string mail = ReadFileRange(item.location, place->offset, place->length);

@@ -286,6 +286,31 @@ TEST(MboxSource, TellsStateAndLeavesWhatIsDeletedBehind) {
   EXPECT_EQ(MakePlan({path}, {.withDeleted = true}).entries.size(), 3u);
 }
 
+TEST(MaildirSource, AMailIsReadWhereverItMovedMeanwhile) {
+  const TemporaryFolder folder;
+  const std::pair<const char*, const char*> moves[] = {
+      {"new/1.a.h", "cur/1.a.h:2,"},      {"new/2.a.h", "cur/2.a.h,U=7:2,FS"},
+      {"cur/3.a.h:2,", "cur/3.a.h:2,RS"}, {"cur/4.a.h;2,S", "new/4.a.h"},
+      {"cur/5.a.h:2,", "tmp/5.a.h"},      {"cur/6.a.h:2,", "cur/6.a.h:2,"}};
+  for (const auto& [before, after] : moves) {
+    folder.Write(before, std::string("Subject: ") + before + "\n\n");
+  }
+  std::filesystem::create_directory(folder.File("tmp"));
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), std::size(moves));
+  for (const auto& [before, after] : moves) {
+    std::filesystem::rename(folder.File(before), folder.File(after));
+  }
+  for (const Plan::Entry& entry : plan.entries) {
+    if (entry.name == "cur/5.a.h:2,") {
+      EXPECT_THROW(entry.source->Read(entry.item), SourceError);
+    } else {
+      EXPECT_EQ(entry.source->Read(entry.item), "Subject: " + entry.name + "\n\n");
+      EXPECT_EQ(EmlSource(folder.Path(), {}).Read(entry.item), entry.source->Read(entry.item));
+    }
+  }
+}
+
 TEST(MaildirSource, LettersAndKeywordsTellTheState) {
   const TemporaryFolder folder;
   for (const char* name :
