@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "target/RdoProviders.h"
@@ -42,7 +43,7 @@ struct Script {
   void Call(const std::string& what) {
     calls.push_back(what);
     const int number = static_cast<int>(calls.size());
-    if (stop && number == stopAt) *stop = 1;
+    if (stop && number == stopAt) *std::exchange(stop, nullptr) = 1;
     if (number == failAt || number == alsoFailAt ||
         (failsForGood && failAt > 0 && number > failAt)) {
       if (failsAsAWhole) throw rdo::StoreFailed(what + " fails");

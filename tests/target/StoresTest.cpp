@@ -41,8 +41,6 @@ class Stores : public testing::Test {
     script.profiles = profiles;
     script.TakeCalls();
     script.failAt = failAt;
-    script.stop = nullptr;
-    handler.m_bStop = 0;
   }
 
   TempRunFolder folder;
@@ -170,6 +168,7 @@ TEST_F(Stores, AStoreIsLookedForInEveryProfileByItsExactPath) {
       script.TakeCalls(),
       "profiles, count profiles, profile 1, logon 'Ann' 00100, stores, count stores, store 1, "
       "path, logoff, profile 2, logon 'Bob' 00100, stores, count stores, logoff");
+  handler.m_bStop = 0;
   profiles.clear();
   EXPECT_FALSE(open());
   handler.m_bStop = 1;
