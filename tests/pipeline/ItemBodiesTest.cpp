@@ -225,7 +225,7 @@ TEST(ItemBodies, AContactsFilesAreReadByTheirBytesWithTheSafeSwitch) {
     std::string body;
   } rows[] = {
       {"TextFile1.eml", "Gr\xFC\xDF\x65,\r\nbis morgen\tum 9", "Text Grüße,\r\nbis morgen\tum 9"},
-      {"TextFile1.eml", "абв €", "Text абв €"},
+      {"TextFile1.eml", "абв — 5 € и точка", "Text абв — 5 € и точка"},
       {"TextFile1.eml", "\xFF\xFE" + test_support::WideBytes(u"a€b"), "Text a€b"},
       {"TextFile1.eml", std::string(70'000, 'a') + "\xE4",
        "Text " + std::string(70'000, 'a') + "ä"},

@@ -370,8 +370,10 @@ TEST(TarnyItem, ShowsADescriptorAsJson) {
                  Wide(each.type + "\n\n\n\n\n\n\n\nSubject : s\n" + each.lines));
     std::istringstream names(each.files);
     for (std::string name; names >> name;) folder.Write("source/1/" + name, "x");
-    const nlohmann::json found = route();
-    const auto member = [&](const char* key) { return found.value(key, nlohmann::json()).dump(); };
+    nlohmann::json found = route();
+    const auto member = [&](const char* key) -> std::string {
+      return found.is_null() ? "null" : found[key].dump();
+    };
     EXPECT_EQ(member("route") + " " + member("file") + " " + member("not_used"), each.route);
   }
   EXPECT_EQ(RunProgram("tarny", {"item", folder.File("source")}, folder.Path()).status, 1);
