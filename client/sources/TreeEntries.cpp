@@ -99,7 +99,9 @@ std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name) {
     return LevelName(FromModifiedUtf7(own)) + "\\";
   }
   if (name.ends_with(kMbox) && name.size() > kMbox.size()) {
-    return LevelName(name.substr(0, name.size() - kMbox.size())) + "\\";
+    std::string own(name.substr(0, name.size() - kMbox.size()));
+    std::ranges::replace(own, ':', '/');  // as a Mac has it on its disk
+    return LevelName(own) + "\\";
   }
   // Apple Mail puts a UUID, Data, digits and Messages between a folder and its mail.
   if (parent.path.find(".mbox/") != std::string::npos || parent.path.ends_with(kMbox)) return {};
