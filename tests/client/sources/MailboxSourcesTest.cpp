@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "client/sources/ContentHash.h"
+#include "client/sources/EmlSource.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/StateFields.h"
 #include "client/sources/TagNames.h"
