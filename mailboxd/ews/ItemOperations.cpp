@@ -102,7 +102,7 @@ void GetOne(const Context& context, const ItemPlace& place, const ItemShape& sha
 struct Found {
   std::int64_t total = 0;
   Page page;
-  std::vector<ItemInfo> items;
+  std::vector<std::int64_t> rows;
 };
 
 Found FindIn(const Context& context, const FolderInfo& folder, pugi::xml_node request) {
@@ -115,15 +115,12 @@ Found FindIn(const Context& context, const FolderInfo& folder, pugi::xml_node re
   } else if (!restriction && !sortOrder) {
     found.total = folder.total;
     found.page = ReadPage(view, found.total);
-    found.items = context.store.Items(folder.id, found.page.first, found.page.Size());
+    found.rows = context.store.Rows(folder.id, found.page.first, found.page.Size());
   } else {
     const auto rows = SearchItems(context.store, folder.id, restriction, sortOrder);
     found.total = static_cast<std::int64_t>(rows.size());
     found.page = ReadPage(view, found.total);
-    for (std::int64_t i = found.page.first; i < found.page.end; ++i) {
-      auto item = context.store.Item(rows[static_cast<size_t>(i)]);
-      if (item) found.items.push_back(std::move(*item));
-    }
+    found.rows.assign(rows.begin() + found.page.first, rows.begin() + found.page.end);
   }
   return found;
 }
@@ -147,21 +144,34 @@ void FindInTime(const Context& context, const FolderInfo& folder, pugi::xml_node
   response.EndMessage();
 }
 
+// Each is read when its turn comes: a page of large ones would not fit into memory.
+void WriteFound(const Context& context, const std::vector<std::int64_t>& rows,
+                const ItemShape& shape, EwsResponse& response) {
+  using enum Store::Load;
+  std::vector<std::pair<std::int64_t, bool>> learned;
+  for (const std::int64_t row : rows) {
+    auto item = context.store.Item(row, shape.WantsMore() ? kWithoutBody : kWithoutDetails);
+    if (!item) continue;  // deleted meanwhile
+    MailOfItem mail(context.store, row);
+    if (shape.Wants("item:HasAttachments") && LookForFiles(mail, *item)) {
+      learned.emplace_back(row, *item->mailHasFiles);
+    }
+    WriteItem(context, *item, mail, shape, response);
+  }
+  context.store.SetMailHasFiles(learned);
+}
+
 void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node parent,
                const ItemShape& shape, EwsResponse& response) {
   const FolderInfo folder = ResolveFolder(context, parent);
   if (const pugi::xml_node view = Child(request, "CalendarView")) {
     return FindInTime(context, folder, view, shape, response);
   }
-  Found found = FindIn(context, folder, request);
-  if (shape.Wants("item:HasAttachments")) LookForFiles(context.store, found.items);
+  const Found found = FindIn(context, folder, request);
   response.BeginSuccess();
   response.Open("m:RootFolder", PageAttributes(found.page, found.total));
   response.Open("t:Items");
-  for (const ItemInfo& item : found.items) {
-    MailOfItem mail(context.store, item.id);
-    WriteItem(context, item, mail, shape, response);
-  }
+  WriteFound(context, found.rows, shape, response);
   response.Close("t:Items");
   response.Close("m:RootFolder");
   response.EndMessage();
