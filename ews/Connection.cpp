@@ -107,15 +107,35 @@ Token ReadAnswer(const TokenRequest& objRequest, const ews::HttpResponse& objRes
     std::string strReason = TextOf(objJson, "error_description");
     if (strReason.empty()) strReason = TextOf(objJson, "error");
     if (!strReason.empty()) {
-      throw ews::ServiceException(strReason, ews::FailureOfStatus(objResponse));
+      ews::Failure objFailure = ews::FailureOfStatus(objResponse);
+      objFailure.bForeign = false;
+      throw ews::ServiceException(strReason, objFailure);
     }
   }
   if (objResponse.nStatus == 200) {
+    ews::Failure objFailure;
+    objFailure.bForeign = !objJson.is_object();  // a page for people
     throw ews::ServiceException("The request failed. The answer of the server " +
-                                ews::HostForMessage(objRequest.strUrl) + " holds no token.");
+                                    ews::HostForMessage(objRequest.strUrl) + " holds no token.",
+                                objFailure);
   }
   throw ews::ServiceException(ews::HttpFailureText(objRequest.strUrl, objResponse),
                               ews::FailureOfStatus(objResponse));
+}
+
+// An address that has given a token is no wrong one: see ExchangeService::SendAndJudge.
+Token AskForToken(const TokenRequest& objRequest) {
+  auto& objTransport = ews::Transport();
+  try {
+    Token objToken = ReadAnswer(objRequest, Ask(objRequest));
+    objTransport.NoteServed(objRequest.strUrl, /*bRedirected=*/false);
+    return objToken;
+  } catch (const ews::ServiceException& e) {
+    ews::Failure objFailure = e.Cause();
+    const bool bKnown = ews::Settings().bSafe && objTransport.HasServed(objRequest.strUrl);
+    objFailure.bOutage = objFailure.bOutage || (objFailure.bForeign && bKnown);
+    throw ews::ServiceException(e.what(), objFailure);
+  }
 }
 
 enum class From { kCacheOrServer, kServer };
@@ -132,9 +152,8 @@ std::string GetToken(const TokenRequest& objRequest, From eFrom) {
   }
   const ews::Outage objOutage(ews::Transport(), ews::HostForMessage(objRequest.strUrl),
                               ews::HttpRequest().nTimeout, ews::Outage::Repeat::kAlways);
-  Token objToken = ews::WaitOut(objOutage, [&](std::chrono::milliseconds) {
-    return ReadAnswer(objRequest, Ask(objRequest));
-  });
+  Token objToken =
+      ews::WaitOut(objOutage, [&](std::chrono::milliseconds) { return AskForToken(objRequest); });
   if (ews::Settings().bTokenCache) Cache()[strKey] = objToken;
   return objToken.strToken;
 }

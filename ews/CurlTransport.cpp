@@ -382,25 +382,24 @@ HttpResponse CurlTransport::DoSend(const HttpRequest& objRequest) {
   const std::string strLogin =
       objUrl->SchemeAndHost() + ":" + objUrl->strPort + " " + pUser->User().ToUtf8();
   const auto nEnd = Now() + objRequest.nTimeout;
-  HttpResponse objResponse;
-  std::vector<Handshake> arrHandshakes;
-  if (const auto it = m_pImpl->mapHandshakes.find(strLogin); it != m_pImpl->mapHandshakes.end()) {
-    arrHandshakes = {it->second};
-  } else {
-    objResponse = Exchange(objRequest, Handshake::kNone);
-    if (objResponse.nStatus != 401) return objResponse;
-    arrHandshakes = HandshakesFor(objResponse, *pUser, objRequest.strUrl);
-  }
+  // One that has worked is asked for at once, as long as the server offers it, and Basic else.
+  auto& mapHandshakes = m_pImpl->mapHandshakes;
+  const auto it = mapHandshakes.find(strLogin);
+  const Handshake eKnown = it == mapHandshakes.end() ? Handshake::kNone : it->second;
+  HttpResponse objResponse = Exchange(objRequest, eKnown);
+  if (objResponse.nStatus != 401) return objResponse;
+  mapHandshakes.erase(strLogin);
+  auto arrHandshakes = HandshakesFor(objResponse, *pUser, objRequest.strUrl);
+  if (std::erase(arrHandshakes, eKnown) > 0) mapHandshakes[strLogin] = eKnown;
   for (const Handshake eHandshake : arrHandshakes) {
     HttpRequest objLogin = objRequest;
     objLogin.nTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - Now());
     if (objLogin.pBody) objLogin.pBody->Rewind();
     objResponse = Exchange(objLogin, eHandshake);
     if (objResponse.nStatus != 401) {
-      m_pImpl->mapHandshakes[strLogin] = eHandshake;
+      mapHandshakes[strLogin] = eHandshake;
       return objResponse;
     }
-    m_pImpl->mapHandshakes.erase(strLogin);  // it may have changed its ways: Basic, the next time
   }
   return objResponse;
 }

@@ -134,21 +134,27 @@ ItemRecord ReadItem(pugi::xml_node objItem) {
   return objRecord;
 }
 
-void ReadFolders(pugi::xml_node objParent, ResponseMessage& objMessage) {
-  for (const pugi::xml_node objFolder : Child(objParent, "Folders").children()) {
-    if (objFolder.type() == pugi::node_element) {
-      objMessage.arrFolders.push_back(ReadFolder(objFolder));
-    }
+// A record of each element below; nRecords counts those of the whole answer, up to one more than
+// may be.
+template <typename Record, typename Read>
+void ReadEach(pugi::xml_node objParent, std::vector<Record>& arrRecords, size_t& nRecords,
+              Read fnRead) {
+  for (const pugi::xml_node objNode : objParent.children()) {
+    if (objNode.type() != pugi::node_element) continue;
+    if (nRecords > kMostRecords || ++nRecords > kMostRecords) return;
+    arrRecords.push_back(fnRead(objNode));
   }
 }
 
-void ReadItems(pugi::xml_node objParent, ResponseMessage& objMessage) {
-  for (const pugi::xml_node objItem : Child(objParent, "Items").children()) {
-    if (objItem.type() == pugi::node_element) objMessage.arrItems.push_back(ReadItem(objItem));
-  }
+void ReadFolders(pugi::xml_node objParent, ResponseMessage& objMessage, size_t& nRecords) {
+  ReadEach(Child(objParent, "Folders"), objMessage.arrFolders, nRecords, &ReadFolder);
 }
 
-ResponseMessage ReadMessage(pugi::xml_node objNode) {
+void ReadItems(pugi::xml_node objParent, ResponseMessage& objMessage, size_t& nRecords) {
+  ReadEach(Child(objParent, "Items"), objMessage.arrItems, nRecords, &ReadItem);
+}
+
+ResponseMessage ReadMessage(pugi::xml_node objNode, size_t& nRecords) {
   ResponseMessage objMessage;
   objMessage.strElement = LocalName(objNode);
   objMessage.bError = std::string_view(objNode.attribute("ResponseClass").value()) == "Error";
@@ -161,11 +167,11 @@ ResponseMessage ReadMessage(pugi::xml_node objNode) {
         static_cast<int>(std::clamp(nTotal.value_or(0), 0LL, 2147483647LL));
     const std::string_view strLast = objRoot.attribute("IncludesLastItemInRange").value();
     objMessage.bLastInRange = strLast == "true" || strLast == "1";
-    ReadFolders(objRoot, objMessage);
-    ReadItems(objRoot, objMessage);
+    ReadFolders(objRoot, objMessage, nRecords);
+    ReadItems(objRoot, objMessage, nRecords);
   }
-  ReadFolders(objNode, objMessage);
-  ReadItems(objNode, objMessage);
+  ReadFolders(objNode, objMessage, nRecords);
+  ReadItems(objNode, objMessage, nRecords);
   ReadAttachmentIds(Child(objNode, "Attachments"), objMessage.arrAttachmentIds);
   return objMessage;
 }
@@ -182,10 +188,12 @@ bool IsOfUnknownCharset(const pugi::xml_document& objDocument, std::string_view 
   return !bKnown && !platform::IsValidUtf8(strXml);
 }
 
+constexpr std::string_view kTooManyParts = "has more parts than are read";
+
 // Why a text is no answer to be read; "" for one that is.
 std::string_view WhyNoAnswer(const pugi::xml_document& objDocument, XmlText eText,
                              std::string_view strXml) {
-  if (eText == XmlText::kTooMuchMarkup) return "has more parts than are read";
+  if (eText == XmlText::kTooMuchMarkup) return kTooManyParts;
   if (eText == XmlText::kMalformed || !Child(Child(objDocument, "Envelope"), "Body")) {
     return kNoMailboxAnswer;
   }
@@ -208,14 +216,14 @@ std::optional<SoapResponse> ReadSoapResponse(std::string_view strXml, std::strin
     objResponse.objFault = ReadFault(objFault);
     return objResponse;
   }
+  size_t nRecords = 0;
   for (const pugi::xml_node objAnswer : objBody.children()) {
-    for (const pugi::xml_node objNode : Child(objAnswer, "ResponseMessages").children()) {
-      if (objNode.type() == pugi::node_element) {
-        objResponse.arrMessages.push_back(ReadMessage(objNode));
-      }
-    }
+    ReadEach(Child(objAnswer, "ResponseMessages"), objResponse.arrMessages, nRecords,
+             [&](pugi::xml_node objNode) { return ReadMessage(objNode, nRecords); });
   }
-  return objResponse;
+  if (nRecords <= kMostRecords) return objResponse;
+  if (pWhy) *pWhy = kTooManyParts;
+  return std::nullopt;
 }
 
 }  // namespace ews

@@ -22,9 +22,10 @@ pugi::xml_node Child(pugi::xml_node objParent, std::string_view strLocalName) {
 XmlText ParseXml(pugi::xml_document& objDocument, std::string_view strXml) {
   constexpr unsigned kOptions = pugi::parse_default | pugi::parse_ws_pcdata_single |
                                 pugi::parse_doctype | pugi::parse_declaration;
-  const auto IsMark = [](char ch) { return ch == '<' || ch == '='; };
-  const auto nMarkup = std::count_if(strXml.begin(), strXml.end(), IsMark);
-  if (static_cast<size_t>(nMarkup) > kMostMarkup) return XmlText::kTooMuchMarkup;
+  const auto CountOf = [&](char ch) {
+    return static_cast<size_t>(std::count(strXml.begin(), strXml.end(), ch));
+  };
+  if (CountOf('<') > kMostTags || CountOf('=') > kMostAttributes) return XmlText::kTooMuchMarkup;
   if (!objDocument.load_buffer(strXml.data(), strXml.size(), kOptions)) return XmlText::kMalformed;
   for (const pugi::xml_node objChild : objDocument.children()) {
     if (objChild.type() == pugi::node_doctype) return XmlText::kDocumentType;

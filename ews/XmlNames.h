@@ -12,16 +12,21 @@ std::string_view LocalName(pugi::xml_node objNode);
 // The first child element of that local name, or a null node (also for a null parent).
 pugi::xml_node Child(pugi::xml_node objParent, std::string_view strLocalName);
 
-// What a text is to a reader of answers. Memory stays in proportion to the text, since one that is
-// all markup is refused; nesting costs nothing. Entities other than XML's own are not expanded, and
-// there is no way to make the parser open a file.
+// What a text is to a reader of answers. A tag takes up to 128 bytes as a tree, an attribute 40:
+// one that is all markup is refused, so that a tree takes 32 MB at most besides eight times the
+// text. Nesting costs nothing. Entities other than XML's own are not expanded, and there is no way
+// to make the parser open a file.
 enum class XmlText {
   kGood,
   kMalformed,
   kDocumentType,   // well-formed, but with a document type, where entities can be defined
-  kTooMuchMarkup,  // more than kMostMarkup
+  kTooMuchMarkup,  // more than kMostTags or kMostAttributes
 };
-inline constexpr size_t kMostMarkup = 1'000'000;  // tags and attributes
+inline constexpr size_t kMostTags = 250'000;          // a page of 1,000 items has some 20,000
+inline constexpr size_t kMostAttributes = 1'000'000;  // signs "=", of which texts have some, too
+// What is read out of an answer into records: items, folders and response messages, ten times what
+// a page holds. A record takes many times the four bytes that an element can have.
+inline constexpr size_t kMostRecords = 10'000;
 
 // Parses a copy of the text with its white space kept; the document is of use for the kind
 // kDocumentType, too.

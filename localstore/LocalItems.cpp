@@ -252,7 +252,7 @@ class LocalItems : public rdo::Items {
   }
   void ForEach(const Take& take) override {
     m_store->Do([&](auto& store) {
-      store.ForEachItem(m_folder, mailbox::Store::Load::kWhole,
+      store.ForEachItem(m_folder, mailbox::Store::Load::kWithoutBody,
                         [&](const ItemInfo& info) { take(FoundOf(info)); });
     });
   }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -10,6 +11,7 @@
 #include "body/Hrn.h"
 #include "body/WorkFileReaders.h"
 #include "ews/Settings.h"
+#include "pipeline/BodySource.h"
 #include "pipeline/Losses.h"
 #include "pipeline/SaverSteps.h"
 #include "platform/Files.h"
@@ -209,14 +211,18 @@ bool SetPageFromRtf(ews::Item& objItem, const CString& strHtmPath, const RtfBody
 
 void SetRecordBody(ews::Item& objItem, const CString& strHtmPath, ST_EML_INFO& objInfo,
                    const RtfBodyRules& objRules, CLogManager& objLog) {
-  const bool bRtf = platform::PathExists(strHtmPath + u"ch2111.rtf");
-  if (bRtf && SetPageFromRtf(objItem, strHtmPath, objRules, objLog)) return;
-  if (platform::PathExists(strHtmPath + u"TextFile1.eml")) {
-    SetBodyText(objItem, ews::BodyType::Text, objInfo.strBody);
-    return;
+  const auto IsThere = [&](const char16_t* pszFile) {
+    return platform::PathExists(strHtmPath + pszFile);
+  };
+  BodySource eSource = FirstBodySource(kOtherBodyFiles, IsThere);
+  if (eSource == BodySource::kRichText) {
+    if (SetPageFromRtf(objItem, strHtmPath, objRules, objLog)) return;
+    eSource = FirstBodySource(std::span(kOtherBodyFiles).subspan(1), IsThere);
+    // kept: rich text gives way to plain text alone
+    if (eSource == BodySource::kPage && !ews::Settings().bSafe) return;
   }
-  if (bRtf && !ews::Settings().bSafe) return;  // kept: rich text gives way to plain text alone
-  if (!platform::PathExists(strHtmPath + u"ch111.html")) return;
+  if (eSource == BodySource::kText) SetBodyText(objItem, ews::BodyType::Text, objInfo.strBody);
+  if (eSource != BodySource::kPage) return;
   objInfo.strBody = WithPageTags(objInfo.strBody);
   SetBodyText(objItem, ews::BodyType::HTML, objInfo.strBody);
 }

@@ -74,7 +74,7 @@ std::vector<CString> LinesOf(const CString& strPath, CLogManager& objLog) {
   int nLength = 0;
   try {
     pBytes.reset(GetPureMime(strPath, &nLength));
-  } catch (const std::runtime_error&) {  // told below
+  } catch (const std::exception&) {  // told below
   }
   if (!pBytes) NoteLoss(objLog, u"the files of a list", u"the list cannot be read");
   const CString strText =

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <iostream>
+#include <span>
 #include <string>
 
 #include <fmt/format.h>
@@ -16,6 +17,7 @@
 #include "client/sources/PreparedItem.h"
 #include "client/sources/Source.h"
 #include "pipeline/BodySource.h"
+#include "pipeline/TaggedBody.h"
 
 namespace client {
 namespace {
@@ -62,7 +64,7 @@ struct Route {
   const char* name;
   const char* why;
 };
-constexpr std::array<Route, 6> kRoutes = {{
+constexpr std::array kMailRoutes = std::to_array<Route>({
     {BodySource::kNone, "no body", "none of the files is there that a body comes from"},
     {BodySource::kImagePage, "image page", "a page around an image goes before every other body"},
     {BodySource::kMime, "whole mail", "it goes as it is, with the attachments in it"},
@@ -71,24 +73,55 @@ constexpr std::array<Route, 6> kRoutes = {{
     {BodySource::kText, "plain text",
      "there is neither a whole mail nor rich text; an empty one gives way to the last page"},
     {BodySource::kLastPage, "last page", "there is no other body"},
-}};
+});
+constexpr std::array kRecordRoutes = std::to_array<Route>({
+    {BodySource::kNone, "no body",
+     "none of the files is there that say in which form the descriptor's body goes"},
+    {BodySource::kRichText, "rich text", "it becomes a page with its pictures attached"},
+    {BodySource::kText, "plain text",
+     "there is no rich text: the file says that the descriptor's body goes as text"},
+    {BodySource::kPage, "page",
+     "neither rich text nor the mark of a text is there: the file says that the descriptor's body "
+     "goes as HTML"},
+});
+constexpr std::array kContactRoutes = std::to_array<Route>({
+    {BodySource::kNone, "no body", "there is neither a file for it nor a tagged field Comments"},
+    {BodySource::kRichText, "rich text", "it becomes a page with its pictures attached"},
+    {BodySource::kText, "plain text",
+     "there is no rich text: the file's text stands above the tagged field Comments"},
+    {BodySource::kPage, "page",
+     "there is neither rich text nor a text: the file's page stands above the tagged field "
+     "Comments"},
+});
+constexpr Route kComments = {BodySource::kNone, "tagged field",
+                             "no file is there that stands above the tagged field Comments"};
+
+bool HasComments(const ST_EML_INFO& info) {
+  return std::ranges::any_of(TaggedBody(info.strBody).Items(), [](const TaggedBody::Item& item) {
+    return item.strLabel == u"Comments" && !item.strValue.empty();
+  });
+}
 
 std::string FileName(const BodyFile& file) {
   std::string name = CString(file.pszFile).ToUtf8();
   return name.starts_with('\\') ? name.substr(1) : name;
 }
 
-// Where the body of a mail will come from, and which other bodies stay behind.
-nlohmann::ordered_json RouteAsJson(const PreparedFiles& files) {
+// Where the body of an item will come from, and which other bodies stay behind; null for a list of
+// people, whose description is no choice.
+nlohmann::ordered_json RouteAsJson(const ST_EML_INFO& info, const PreparedFiles& files) {
+  const bool isMail = info.nItemType == TYPE_EMAIL;
+  const bool isContact = info.nItemType == TYPE_CONTACT;
+  if (info.nItemType == TYPE_DIST_LIST) return nullptr;
   const auto isThere = [&](const std::string& name) {
     const auto is = [&](const std::string& other) { return mail::equalsNoCase(other, name); };
     return std::ranges::any_of(files.files, is) || std::ranges::any_of(files.folders, is);
   };
-  const bool madePage = WantsImagePage(files);
+  const bool madePage = isMail && WantsImagePage(files);
   BodySource taken = BodySource::kNone;
   nlohmann::ordered_json file = nullptr;
   nlohmann::ordered_json others = nlohmann::ordered_json::array();
-  for (const BodyFile& row : kBodyFiles) {
+  for (const BodyFile& row : isMail ? std::span<const BodyFile>(kBodyFiles) : kOtherBodyFiles) {
     const bool made = madePage && row.eSource == BodySource::kImagePage;
     if (!made && !isThere(FileName(row))) continue;
     if (taken == BodySource::kNone) {
@@ -98,7 +131,11 @@ nlohmann::ordered_json RouteAsJson(const PreparedFiles& files) {
       others.push_back(FileName(row));
     }
   }
-  const Route& route = *std::ranges::find(kRoutes, taken, &Route::source);
+  const std::span<const Route> routes = isMail      ? std::span<const Route>(kMailRoutes)
+                                        : isContact ? std::span<const Route>(kContactRoutes)
+                                                    : std::span<const Route>(kRecordRoutes);
+  const bool isField = isContact && taken == BodySource::kNone && HasComments(info);
+  const Route& route = isField ? kComments : *std::ranges::find(routes, taken, &Route::source);
   std::string why = route.why;
   if (madePage) why += "; ImageAttchment.txt asks for it";
   return {{"route", route.name}, {"file", file}, {"why", why}, {"not_used", others}};
@@ -109,8 +146,8 @@ nlohmann::ordered_json RouteAsJson(const PreparedFiles& files) {
 int RunItem(const Arguments& arguments) {
   std::string folder;
   CLI::App app(
-      "Shows what the engine reads from the descriptor of a prepared item, and which of its files "
-      "a mail's body will come from, as JSON.",
+      "Shows what the engine reads from the descriptor of a prepared item, and where its "
+      "body will come from, as JSON.",
       "tarny item");
   app.add_option("DIR", folder, "The item's folder, which holds 11comtextjj.t")->required();
   int exitCode = kExitDone;
@@ -120,7 +157,7 @@ int RunItem(const Arguments& arguments) {
     const ST_EML_INFO info = ReadPreparedItem(folder);
     const PreparedFiles files = ListPreparedFiles(folder);
     nlohmann::ordered_json item = ItemAsJson(info);
-    if (info.nItemType == TYPE_EMAIL) item["body_route"] = RouteAsJson(files);
+    item["body_route"] = RouteAsJson(info, files);
     item["files"] = files.files;
     std::cout << JsonText(item);
     return kExitDone;

@@ -102,7 +102,7 @@ int Migrate(MigrateOptions& options, Console& console) {
   }
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);
-  journal.KeepFolderKinds(KindsOf(plan.entries));
+  journal.KeepFolderKinds(KindsOf(plan.entries.Items()));
 
   Migration migration({run, options.target, engineOptions, local.get(), options.fromMime,
                        options.adopt, &waits, options.deleteMissing},

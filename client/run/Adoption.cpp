@@ -1,5 +1,7 @@
 #include "client/run/Adoption.h"
 
+#include <algorithm>
+
 #include "client/run/MailKey.h"
 #include "client/run/RunFolder.h"
 #include "client/run/StopRequest.h"
@@ -17,37 +19,55 @@ TargetIndex ReadTargetFolder(TargetLook& look, const std::string& folder, const 
   return index;
 }
 
-bool Adoption::Take(const std::string& folder, const LoadedItem& item) {
+Adoption::Folder& Adoption::FolderOf(const std::string& folder) {
   if (m_identities.empty()) GroupEntries();
   const std::string& identity = m_identities.at(folder);
-  auto place = m_indexes.find(identity);
-  if (place == m_indexes.end()) {
-    TargetIndex index = ReadTargetFolder(m_look, folder, KeysOf(m_entries[identity]));
-    place = m_indexes.emplace(identity, std::move(index)).first;
-  }
+  if (const auto known = m_folders.find(identity); known != m_folders.end()) return known->second;
+  const Entries& entries = m_entries[identity];
+  const bool hasVersions = std::ranges::any_of(
+      entries, [&](std::size_t number) { return m_plan.entries[number].item.IsOther(); });
+  Folder read;
+  read.own = KeysOf(entries);
+  read.index = ReadTargetFolder(m_look, folder, read.own, [&](const ews::FoundItem& found) {
+    if (hasVersions) read.versions.Add(found.strKey.ToUtf8());
+  });
+  return m_folders.emplace(identity, std::move(read)).first->second;
+}
+
+bool Adoption::Take(const std::string& folder, const LoadedItem& item) {
+  Folder& there = FolderOf(folder);
   const std::string key = KeyOnItem(item.key);
-  return place->second.Take(key, item.messageId, item.MimeSize()).has_value() ||
+  return there.index.Take(key, item.messageId, item.MimeSize()).has_value() ||
          m_second->Take(item.elsewhere, key);
+}
+
+std::optional<std::string> Adoption::TakeVersion(const std::string& folder,
+                                                 const LoadedItem& item) {
+  Folder& there = FolderOf(folder);
+  const std::string_view id = IdInKey(item.key);
+  std::optional<std::string> key = there.versions.Take(id, there.own);
+  return key ? key : m_second->TakeVersion(item.elsewhere, id, there.own);
 }
 
 void Adoption::GroupEntries() {
   for (const Plan::Entry& entry : m_plan.entries) {
     const auto [place, isNew] = m_identities.try_emplace(entry.item.folder);
     if (isNew) place->second = m_look.Identity(entry.item.folder);
-    m_entries[place->second].push_back(&entry);
+    m_entries[place->second].push_back(entry.number);
   }
   std::set<std::string> identities;
   for (const auto& [folder, identity] : m_identities) identities.insert(identity);
   m_second.emplace(m_look, std::move(identities));
 }
 
-OwnKeys Adoption::KeysOf(const Entries& entries) {
+OwnKeys Adoption::KeysOf(const Entries& entries) const {
   OwnKeys keys;
-  for (const Plan::Entry* entry : entries) {
+  for (const std::size_t number : entries) {
     if (StopRequested()) throw RunError("asked to stop");
     try {
-      LoadedItem item = ItemLoader::Load(*entry);
-      ItemLoader::Identify(*entry, item);
+      const Plan::Entry entry = m_plan.entries[number];
+      LoadedItem item = ItemLoader::Load(entry);
+      ItemLoader::Identify(entry, item);
       keys.insert(TargetIndex::DigestOf(KeyOnItem(item.key)));
     } catch (const SourceError&) {  // told when its turn comes
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <set>
@@ -11,10 +12,9 @@
 #include "client/run/SecondPlaces.h"
 #include "client/run/TargetIndex.h"
 #include "client/run/TargetLook.h"
+#include "client/run/VersionsById.h"
 
 namespace client {
-
-using OwnKeys = std::set<TargetIndex::Digest>;  // of items of the source, as they stand on items
 
 // What the target holds in a folder; alsoTo, where given, gets each item in the same order. An item
 // with a key of the source's own is the one with that key, and no other with its id. Throws
@@ -33,17 +33,27 @@ class Adoption {
   // True if the item is there; what stands for it stands for no other. Throws std::runtime_error
   // when the folder cannot be read, RunError on a request to stop.
   bool Take(const std::string& folder, const LoadedItem& item);
+  // Of an event, task, contact or group that is not there: the key of what has its id and other
+  // content, an earlier version, which stands for no other, too. Throws as Take does.
+  std::optional<std::string> TakeVersion(const std::string& folder, const LoadedItem& item);
 
  private:
-  using Entries = std::vector<const Plan::Entry*>;
+  // A folder of the target.
+  struct Folder {
+    TargetIndex index;
+    OwnKeys own;
+    VersionsById versions;
+  };
+  using Entries = std::vector<std::size_t>;  // by their numbers
   void GroupEntries();
-  static OwnKeys KeysOf(const Entries& entries);
+  Folder& FolderOf(const std::string& folder);
+  OwnKeys KeysOf(const Entries& entries) const;
 
   TargetLook& m_look;
   const Plan& m_plan;
   std::map<std::string, std::string> m_identities;  // by folder of the source
   std::map<std::string, Entries> m_entries;         // the next two by identity
-  std::map<std::string, TargetIndex> m_indexes;
+  std::map<std::string, Folder> m_folders;
   std::optional<SecondPlaces> m_second;
 };
 

@@ -67,6 +67,11 @@ void ArrivedItems::MakeRoom(const Plan::Entry& entry) {
   there->source = aside;
 }
 
+void ArrivedItems::Add(const JournalEntry& entry) {
+  m_journal.StoreFound(entry);
+  m_versions.emplace(NameOfId(entry.folder, entry.key), Version{entry.key, entry.source});
+}
+
 bool ArrivedItems::IsOfPlan(const std::string& owner, const LoadedItem& item) const {
   return std::ranges::any_of(m_locations, [&](std::string_view location) {
     return ItemLoader::OwnerOf(item, location) == owner;

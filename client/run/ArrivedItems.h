@@ -31,6 +31,9 @@ class ArrivedItems {
   // source any more: the item has been changed since. None for an item without an id.
   std::vector<std::string> EarlierVersions(const Plan::Entry& entry, const LoadedItem& item) const;
 
+  // Something that arrived in a run of which nothing is known any more. The journal gets its entry.
+  void Add(const JournalEntry& entry);
+
   // The entry of an item that stands in the journal by the place of this one, and that is to come
   // yet, makes room for this one's.
   void MakeRoom(const Plan::Entry& entry);
@@ -47,7 +50,7 @@ class ArrivedItems {
   std::unordered_map<std::string, std::vector<JournalEntry>> m_entries;  // by folder and hash
   std::unordered_multimap<std::string, Version> m_versions;              // by folder and id
   std::unordered_map<std::string, std::string> m_places;  // of m_entries, their names by source
-  std::unordered_set<std::string_view> m_locations;       // of the plan's items
+  std::unordered_set<std::string> m_locations;            // of the plan's items
 };
 
 }  // namespace client

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ctime>
 #include <filesystem>
+#include <stdexcept>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -43,6 +44,22 @@ ItemSender::ItemSender(const RunSetup& setup, Journal& journal, LedgerLook& ledg
 bool ItemSender::HasArrived(const Plan::Entry& entry, const LoadedItem& item) {
   if (item.ledgerKey.empty()) return m_logs.HasSaved(entry.item.type);
   return m_ledger.HasRow(entry.item.folder, item.ledgerKey, m_setup.target.Login());
+}
+
+std::optional<NotCarried> ItemSender::LastTry() const {
+  if (!m_left) return std::nullopt;
+  return NotCarried{*m_left, m_logs.LeftOut(), m_logs.SentReduced()};
+}
+
+LeftOut ItemSender::LeftOf(const Plan::Entry& entry, const LoadedItem& item) {
+  try {
+    EmptyWorkFolder(m_setup.run.WorkFolder());
+    LeftOut left = WriteWorkFiles(entry, item);
+    EmptyWorkFolder(m_setup.run.WorkFolder());
+    return left;
+  } catch (const std::runtime_error&) {  // it is there, whatever its remark would be
+    return {};
+  }
 }
 
 // An engine that is told to stop ends behind its command, be it one of several for the item.
@@ -139,8 +156,8 @@ LeftOut ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& i
 Outcome ItemSender::Judge(const Plan::Entry& entry, const LoadedItem& item, int result) {
   const std::string reason = m_logs.LastStatus();
   if (HasArrived(entry, item)) {
-    const bool asExpected = result == 1 || SentReduced() != Reduction::kNone;
-    return {Outcome::Kind::kSent, asExpected ? m_logs.LeftOut() : reason};
+    const bool asExpected = result == 1 || m_logs.SentReduced() != Reduction::kNone;
+    return {Outcome::Kind::kSent, asExpected ? std::string() : reason};
   }
   m_folder.clear();  // a folder that could not be made fails every item until it is asked for again
   if (result == 1) return {Outcome::Kind::kNotConfirmed, WhyNotConfirmed(item)};

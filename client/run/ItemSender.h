@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,13 @@ struct RunSetup {
   bool IsSafe() const;  // the engine works with its safeguards
 };
 
+// What of an item did not arrive.
+struct NotCarried {
+  LeftOut left;          // what its work files have no place for
+  std::string ofEngine;  // what the engine left out of them, as a remark
+  Reduction reduction = Reduction::kNone;
+};
+
 // Brings one item after the other to the engine, which it starts when there is none, and judges by
 // the ledger what came of it.
 class ItemSender {
@@ -44,15 +52,16 @@ class ItemSender {
   // What is asked about an item from here on counts what the engine does from here on.
   void Mark() {
     m_logs.Mark();
-    m_left = {};
+    m_left.reset();
   }
   // True if the item has its row or, where it gets none, the trace tells of its save.
   bool HasArrived(const Plan::Entry& entry, const LoadedItem& item);
 
-  // Of the item's last try: what it did not carry, and whether the engine cut the mail.
-  const LeftOut& Left() const { return m_left; }
-  Reduction SentReduced() const { return m_logs.SentReduced(); }
-  // The same of the last item of all runs.
+  // Of the last try behind a mark; nothing where nothing was tried.
+  std::optional<NotCarried> LastTry() const;
+  // Of an item that an earlier run sent; nothing of one that cannot be written again.
+  LeftOut LeftOf(const Plan::Entry& entry, const LoadedItem& item);
+  // Whether the engine cut the last item of all runs.
   Reduction EndedReduced() const { return m_logs.EndedReduced(); }
 
   // One try: kSent, kFailed or kNotConfirmed with the text of the engine, or kLeft where a stop was
@@ -86,7 +95,7 @@ class ItemSender {
   LedgerLook& m_ledger;
   Say m_say;
   EngineLogs m_logs;
-  LeftOut m_left;
+  std::optional<LeftOut> m_left;
   std::unique_ptr<EngineProcess> m_engine;
   std::string m_folder;  // the engine's current folder; empty when it must be selected
 };

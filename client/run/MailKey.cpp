@@ -65,6 +65,15 @@ std::string_view IdInKey(std::string_view key) {
   return key.substr(0, key.find(RepeatedKey("", "")));
 }
 
+std::string_view HashInKey(std::string_view key) {
+  key = SharedKey(key);
+  if (key.size() < kHashPrefix.size() + kHashLength) return {};
+  const std::string_view hash = key.substr(key.size() - kHashLength);
+  const bool isHash = key.substr(0, key.size() - kHashLength).ends_with(kHashPrefix) &&
+                      hash.find_first_not_of(kDigits) == std::string_view::npos;
+  return isHash ? hash : std::string_view();
+}
+
 std::string KeyOnItem(std::string_view key) {
   if (CString::FromUtf8(key).GetLength() <= ews::kLongestFoundText) return std::string(key);
   const std::string_view shared = SharedKey(key);

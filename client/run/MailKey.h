@@ -34,6 +34,9 @@ std::string ContentKey(std::string_view idKey, std::string_view contentHash);
 // The id in a key that tells id and content; empty where there was no id that can serve.
 std::string_view IdInKey(std::string_view key);
 
+// The hash of the content in such a key; empty where none stands there.
+std::string_view HashInKey(std::string_view key);
+
 // The key as it is written on the item in the target: as it stands, or "sha256:" and a hash of it
 // where it is longer than what a mailbox server gives back of a text in a list.
 std::string KeyOnItem(std::string_view key);

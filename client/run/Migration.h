@@ -4,8 +4,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "client/run/Adoption.h"
@@ -42,9 +40,10 @@ class Migration {
   static constexpr TryLimit kAsLongAsPatienceAllows{0, Outcome::Kind::kLeft};
   // An item that waits for others, and tries behind those that came through.
   struct Aside {
-    const Plan::Entry* entry;
+    Plan::Entry entry;
     int passes = 0;
     bool wasSent = false;  // in this run
+    std::optional<NotCarried> lastTry = std::nullopt;
   };
 
   // True if the item was sent now.
@@ -52,11 +51,12 @@ class Migration {
   void TakeUpAside();
   void TakeUpRest();
   Outcome Handle(const Plan::Entry& entry);
-  bool IsEqualToAnother(const ItemWork& work);
   bool IsKnown(ItemWork& work);
   bool IsKnownMail(ItemWork& work);
   void Name(ItemWork& work);
   void NameByContent(ItemWork& work);
+  // Tells the journal of an earlier version that the target holds and that it does not know.
+  void AdoptVersion(const ItemWork& work);
   void TakeOverDoubt(ItemWork& work);
   // Of an item that is in the target; its keys must be filled in where nothing is known of it.
   Outcome KnownAgain(const ItemWork& work);
@@ -69,12 +69,12 @@ class Migration {
   // Those without items; each that is not there then is a failure.
   void MakeFolders(const std::vector<std::string>& folders);
   std::string MakeFolder(const std::string& folder);
-  // What an item that was sent now did not carry.
-  void TellLeftOut(Outcome& outcome);
+  // What an item did not carry that was sent now, or by an earlier run that was cut off with it.
+  NotCarried NotCarriedBy(const ItemWork& work, const Outcome& outcome);
+  void TellNotCarried(const ItemWork& work, Outcome& outcome);
+  std::optional<NotCarried> LastTry() const;
   // The end of an item of which the target holds an earlier version; nothing for any other.
   std::optional<Outcome> WhereChanged(const ItemWork& work);
-  // An item that was sent, or is known although it cut off an earlier run that had reduced it.
-  void TellReduced(const ItemWork& work, Reduction cutOff, Outcome& outcome);
   static Outcome WithDoubt(const ItemWork& work, Outcome outcome);
   static JournalEntry EntryOf(const ItemWork& work, const Outcome& outcome);
   void Keep(const ItemWork& work, const Outcome& outcome);
@@ -82,7 +82,7 @@ class Migration {
   // A reason to stop the run now, or empty.
   std::string StopReason(const Plan::Entry& entry, const Outcome& outcome);
   void Finish(const Plan& plan, std::vector<JournalEntry> doubts);
-  std::vector<JournalEntry> StillUnknown();
+  std::vector<JournalEntry> StillUnknown(const Plan& plan);
 
   RunSetup m_setup;
   Journal& m_journal;
@@ -103,9 +103,9 @@ class Migration {
   FailuresInARow m_inARow;
   TryLimit m_limit = kAsLongAsPatienceAllows;  // of the item in work
   bool m_wasSent = false;                      // it was, before it was put aside
+  std::optional<NotCarried> m_lastTry;         // of that
   std::deque<Aside> m_aside;
-  std::unordered_set<std::string_view> m_noted;  // locations of items
-  std::unordered_set<std::size_t> m_contents;    // of mails and their folders; hashes
+  std::vector<bool> m_noted;  // items, by their numbers
   // How the last item of the runs before arrived, if it arrived.
   Reduction m_endedReduced = Reduction::kNone;
   Summary m_summary;

@@ -4,19 +4,32 @@ namespace client {
 
 bool SecondPlaces::Take(const std::optional<Place>& place, const std::string& key) {
   if (!place) return false;
-  const auto [counts, isNew] = m_counts.try_emplace(place->path);
-  if (isNew) counts->second = Read(*place);
-  const auto count = counts->second.find(key);
-  return count != counts->second.end() && count->second > 0 && count->second-- > 0;
+  auto& counts = At(*place).counts;
+  const auto count = counts.find(key);
+  return count != counts.end() && count->second > 0 && count->second-- > 0;
 }
 
-SecondPlaces::Counts SecondPlaces::Read(const Place& place) {
-  Counts counts;
-  if (m_folders.contains(m_look.Identity(place))) return counts;
+std::optional<std::string> SecondPlaces::TakeVersion(const std::optional<Place>& place,
+                                                     std::string_view id, const OwnKeys& own) {
+  return place ? At(*place).versions.Take(id, own) : std::nullopt;
+}
+
+SecondPlaces::Items& SecondPlaces::At(const Place& place) {
+  const auto [items, isNew] = m_items.try_emplace(place.path);
+  if (isNew) items->second = Read(place);
+  return items->second;
+}
+
+SecondPlaces::Items SecondPlaces::Read(const Place& place) {
+  Items items;
+  if (m_folders.contains(m_look.Identity(place))) return items;
   m_look.List(place, [&](const ews::FoundItem& found) {
-    if (!found.strKey.IsEmpty()) ++counts[found.strKey.ToUtf8()];
+    if (found.strKey.IsEmpty()) return;
+    std::string key = found.strKey.ToUtf8();
+    ++items.counts[key];
+    items.versions.Add(std::move(key));
   });
-  return counts;
+  return items;
 }
 
 }  // namespace client

@@ -5,10 +5,12 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
 #include "client/run/TargetLook.h"
+#include "client/run/VersionsById.h"
 
 namespace client {
 
@@ -23,14 +25,21 @@ class SecondPlaces {
   // Takes one item with that key, as it stands on items; false where there is none that was not
   // taken before. Throws std::runtime_error when the folder cannot be read.
   bool Take(const std::optional<Place>& place, const std::string& key);
+  // The same for an item with that id of another content (client/run/VersionsById.h).
+  std::optional<std::string> TakeVersion(const std::optional<Place>& place, std::string_view id,
+                                         const OwnKeys& own);
 
  private:
-  using Counts = std::unordered_map<std::string, std::size_t>;  // by key
-  Counts Read(const Place& place);
+  struct Items {
+    std::unordered_map<std::string, std::size_t> counts;  // by key
+    VersionsById versions;
+  };
+  Items& At(const Place& place);
+  Items Read(const Place& place);
 
   TargetLook& m_look;
   std::set<std::string> m_folders;
-  std::map<std::string, Counts> m_counts;  // by path, each below one root alone
+  std::map<std::string, Items> m_items;  // by path, each below one root alone
 };
 
 }  // namespace client

@@ -1,17 +1,17 @@
 #include "client/sources/CalendarItem.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <map>
 #include <set>
-#include <span>
 
 #include <fmt/format.h>
 #include <libical/ical.h>
 
 #include "base/AsciiText.h"
+#include "client/sources/CalendarNames.h"
 #include "client/sources/EventText.h"
+#include "client/sources/EventWords.h"
 #include "client/sources/LineDecoding.h"
 #include "client/sources/Names.h"
 #include "client/sources/Source.h"
@@ -25,56 +25,6 @@ constexpr std::int64_t kDay = 86400;
 constexpr int kFirstYear = 1601;           // of Exchange's calendar
 constexpr int kLastYear = 9000;            // leaves room for what durations add
 constexpr std::size_t kLongestTold = 100;  // bytes of a value in a list of what is left
-
-// What a word of the calendar is called by the mailbox service.
-struct Word {
-  std::string_view from;
-  const char* to;
-};
-constexpr std::array kBusy = std::to_array<Word>({{"FREE", "Free"},
-                                                  {"TENTATIVE", "Tentative"},
-                                                  {"BUSY", "Busy"},
-                                                  {"OOF", "OOF"},
-                                                  {"WORKINGELSEWHERE", "WorkingElsewhere"}});
-constexpr std::array kAnswers = std::to_array<Word>(
-    {{"ACCEPTED", "accepted"}, {"DECLINED", "declined"}, {"TENTATIVE", "tentative"}});
-constexpr std::array kRoles =
-    std::to_array<Word>({{"OPT-PARTICIPANT", "optional"}, {"NON-PARTICIPANT", "optional"}});
-constexpr std::array kTaskStates = std::to_array<Word>({{"NEEDS-ACTION", "NotStarted"},
-                                                        {"IN-PROCESS", "InProgress"},
-                                                        {"COMPLETED", "Completed"},
-                                                        {"CANCELLED", "Deferred"}});
-constexpr std::array kSensitivities =
-    std::to_array<Word>({{"PRIVATE", "Private"}, {"CONFIDENTIAL", "Confidential"}});
-
-// Properties that say nothing to keep, or are read by name below.
-// clang-format off
-constexpr std::array kRead = std::to_array<std::string_view>(
-    {"UID",       "DTSTAMP",  "CREATED",     "LAST-MODIFIED",  "SEQUENCE",
-     "SUMMARY",   "LOCATION", "DESCRIPTION", "DTSTART",        "DTEND",
-     "DUE",       "DURATION", "RRULE",       "EXDATE",         "RECURRENCE-ID",
-     "TRANSP",    "STATUS",   "CLASS",       "PRIORITY",       "CATEGORIES",
-     "ORGANIZER", "ATTENDEE", "ATTACH",      "URL",            "PERCENT-COMPLETE",
-     "COMPLETED", "RDATE",    "METHOD",      "REQUEST-STATUS", "CONFERENCE"});
-// clang-format on
-
-// What an occurrence cannot have of its own.
-constexpr std::array kOfSeries = std::to_array<Word>({{"ATTENDEE", "the attendees"},
-                                                      {"ORGANIZER", "the organizer"},
-                                                      {"ATTACH", "the attachments"},
-                                                      {"CATEGORIES", "the categories"},
-                                                      {"CLASS", "the privacy"},
-                                                      {"PRIORITY", "the priority"},
-                                                      {"X-ALT-DESC", "the formatted text"},
-                                                      {"COMMENT", "the comment"},
-                                                      {"CONTACT", "the contact"}});
-
-const char* Translated(std::span<const Word> words, std::string_view from, const char* otherwise) {
-  for (const Word& word : words) {
-    if (word.from == from) return word.to;
-  }
-  return otherwise;
-}
 
 std::string Told(std::string_view what, std::string_view value) {
   return fmt::format("{} {}", what, CutAtCharacter(value, kLongestTold));
@@ -125,17 +75,29 @@ class ItemReader {
     ReadReminders(main);
     if (m_item.isTask) ReadTaskState(main);
     ReadSeries(main);
-    for (const IcsComponent& component : changed) ReadChanged(component, main);
-    for (const ContentLine& line : main.lines) {
-      const bool known = std::find(kRead.begin(), kRead.end(), line.name) != kRead.end();
-      if (!known && !line.name.starts_with("X-")) Leave(line.name, UnescapedText(line.value));
-    }
+    ReadOccurrences(main, changed);
+    TellUnknown(main);
     return std::move(m_item);
   }
 
  private:
   void Leave(std::string_view what, std::string_view value) {
     m_item.left.push_back(Told(what, value));
+  }
+
+  bool IsUnknown(const ContentLine& line) const {
+    const bool isPage = line.name == "X-ALT-DESC" && !m_item.html.empty();
+    return !isPage && HasNoPlace(line.name) && !mail::trimmed(line.value).empty();
+  }
+
+  // A program's own property is named once, however often it is there.
+  void TellUnknown(const IcsComponent& main) {
+    std::set<std::string_view> told;
+    for (const ContentLine& line : main.lines) {
+      if (!IsUnknown(line)) continue;
+      if (line.name.starts_with("X-") && !told.insert(line.name).second) continue;
+      Leave(line.name, HoldsBytes(line) ? std::string() : UnescapedText(line.value));
+    }
   }
 
   // Of occurrences, which are missed where they are not there.
@@ -215,14 +177,32 @@ class ItemReader {
     m_item.created = UtcOf(main.First("CREATED"));
     if (!m_item.created) m_item.created = UtcOf(main.First("DTSTAMP"));
     m_item.allDay = m_item.start && m_item.start->isDate;
-    const bool allDayMark =
-        UpperAscii(main.Text("X-MICROSOFT-CDO-ALLDAYEVENT")) == "TRUE" && m_item.end;
-    if (allDayMark && m_item.start) m_item.allDay = true;
+    if (UpperAscii(main.Text("X-MICROSOFT-CDO-ALLDAYEVENT")) == "TRUE") MakeWholeDays();
     // Wall clocks of a zone that the target does not know would be read in another one.
     if (m_item.start && !m_item.zone.IsLocal() && m_item.zone.WindowsName().empty()) {
       Leave("the time zone", main.First("DTSTART")->Value("TZID"));
       m_item.zone = CalendarZone();
       m_item.start->wall = m_item.zone.FromUtc(m_item.start->utc);
+      if (m_item.end) m_item.end->wall = InZone(*m_item.end);
+    }
+  }
+
+  // Of days that were written as moments, whose midnights may be those of the machine's clock.
+  void MakeWholeDays() {
+    if (!m_item.start || !m_item.end || m_item.allDay) return;
+    m_item.allDay = true;
+    const auto isMidnight = [](const CivilTime& wall) { return wall.AsUtc() % kDay == 0; };
+    for (const CalendarZone& zone : {m_item.zone, CalendarZone()}) {
+      const auto in = [&](const Moment& moment) {
+        return moment.isFloating ? moment.wall : zone.FromUtc(moment.utc);
+      };
+      const CivilTime start = in(*m_item.start);
+      const CivilTime end = in(*m_item.end);
+      if (!isMidnight(start) || !isMidnight(end)) continue;
+      m_item.zone = zone;
+      m_item.start->wall = start;
+      m_item.end->wall = end;
+      return;
     }
   }
 
@@ -269,47 +249,15 @@ class ItemReader {
     AddPages(main, m_item.html);
   }
 
-  // Some programs give the place's name beside its coordinates alone.
-  static std::string LocationOf(const IcsComponent& component) {
-    std::string location = component.Text("LOCATION");
-    const ContentLine* place = component.First("X-APPLE-STRUCTURED-LOCATION");
-    return location.empty() && place ? std::string(place->Value("X-TITLE")) : location;
-  }
-
-  static std::string BusyOf(const IcsComponent& component) {
-    const std::string status = UpperAscii(component.Text("STATUS"));
-    const bool open = status == "TENTATIVE";
-    const bool free =
-        status == "CANCELLED" || UpperAscii(component.Text("TRANSP")) == "TRANSPARENT";
-    return Translated(kBusy, UpperAscii(component.Text("X-MICROSOFT-CDO-BUSYSTATUS")),
-                      free   ? "Free"
-                      : open ? "Tentative"
-                             : "Busy");
-  }
-
   void ReadMarks(const IcsComponent& main) {
     if (const std::optional<int> priority = NumberOf(main.Text("PRIORITY"))) {
       if (*priority >= 1 && *priority <= 9) {
         m_item.importance = *priority < 5 ? '1' : *priority == 5 ? '2' : '3';
       }
     }
-    m_item.sensitivity = Translated(kSensitivities, UpperAscii(main.Text("CLASS")), "");
+    m_item.sensitivity = SensitivityOf(main);
     if (UpperAscii(main.Text("STATUS")) == "CANCELLED") Leave("that it was", "cancelled");
     if (!m_item.isTask) m_item.busy = BusyOf(main);
-  }
-
-  static CalendarItem::Person PersonOf(const ContentLine& line) {
-    CalendarItem::Person person;
-    person.name = line.Value("CN");
-    person.address = mail::trimmed(line.value);
-    if (UpperAscii(person.address.substr(0, 7)) == "MAILTO:") person.address.erase(0, 7);
-    if (person.address.find('@') == std::string::npos) person.address = line.Value("EMAIL");
-    const std::string kind = UpperAscii(line.Value("CUTYPE"));
-    const bool thing = kind == "RESOURCE" || kind == "ROOM";
-    person.role =
-        thing ? "resource" : Translated(kRoles, UpperAscii(line.Value("ROLE")), "required");
-    person.answer = Translated(kAnswers, UpperAscii(line.Value("PARTSTAT")), "none");
-    return person;
   }
 
   void ReadPeople(const IcsComponent& main) {
@@ -409,7 +357,7 @@ class ItemReader {
   void ReadTaskState(const IcsComponent& main) {
     TellTimeOfDay("begins", m_item.start);
     TellTimeOfDay("is due", m_item.end);
-    m_item.status = Translated(kTaskStates, UpperAscii(main.Text("STATUS")), "");
+    m_item.status = TaskStateOf(main);
     m_item.percent = NumberOf(main.Text("PERCENT-COMPLETE"));
     if (m_item.percent) m_item.percent = std::clamp(*m_item.percent, 0, 100);
     m_item.completed = UtcOf(main.First("COMPLETED"));
@@ -487,25 +435,46 @@ class ItemReader {
     return wall;
   }
 
-  // The values of a property, with the answers that they name.
-  static std::multiset<std::string> ValuesOf(const IcsComponent& component, std::string_view name) {
-    std::multiset<std::string> values;
+  // The values of each property, with the answers that they name.
+  using Values = std::map<std::string, std::multiset<std::string>, std::less<>>;
+  static Values ValuesOf(const IcsComponent& component) {
+    Values values;
     for (const ContentLine& line : component.lines) {
-      if (line.name == name) values.insert(line.value + "|" + std::string(line.Value("PARTSTAT")));
+      values[line.name].insert(line.value + "|" + std::string(line.Value("PARTSTAT")));
     }
     return values;
   }
 
   // What an occurrence does not say is as in the series.
-  void TellOfSeries(const IcsComponent& component, const IcsComponent& main, const CivilTime& at) {
-    for (const auto& [name, what] : kOfSeries) {
-      if (component.First(name) && ValuesOf(component, name) != ValuesOf(main, name)) {
-        Leave(fmt::format("{} of the occurrence of", what), at.Date());
-      }
+  void TellOfSeries(const IcsComponent& component, const CivilTime& at) {
+    std::set<std::string_view> told;
+    const Values own = ValuesOf(component);
+    for (const ContentLine& line : component.lines) {
+      const char* ofSeries = NameInSeries(line.name);
+      const std::string what = ofSeries ? ofSeries : IsUnknown(line) ? line.name : "";
+      if (what.empty() || !told.insert(line.name).second) continue;
+      const auto there = m_ofSeries.find(line.name);
+      if (there != m_ofSeries.end() && there->second == own.at(line.name)) continue;
+      Leave(fmt::format("{} of the occurrence of", what), at.Date());
     }
   }
 
-  void ReadChanged(const IcsComponent& component, const IcsComponent& main) {
+  // The latest version of an occurrence counts. Some programs list those that they changed among
+  // the deleted ones, too.
+  void ReadOccurrences(const IcsComponent& main, const std::vector<IcsComponent>& changed) {
+    if (changed.empty()) return;
+    m_ofSeries = ValuesOf(main);
+    std::vector<std::pair<long, const IcsComponent*>> versions;
+    for (const IcsComponent& component : changed) {
+      versions.emplace_back(NumberOf(component.Text("SEQUENCE")).value_or(0), &component);
+    }
+    std::ranges::stable_sort(versions, {}, &std::pair<long, const IcsComponent*>::first);
+    for (const auto& [sequence, component] : versions) ReadChanged(*component);
+    std::erase_if(m_item.deleted, [&](const CivilTime& at) { return m_changed.contains(at); });
+    for (auto& [at, one] : m_changed) m_item.changed.push_back(std::move(one));
+  }
+
+  void ReadChanged(const IcsComponent& component) {
     const ContentLine* id = component.First("RECURRENCE-ID");
     const std::optional<Moment> original = MomentOf(id);
     if (!original || !m_item.series) {
@@ -515,7 +484,10 @@ class ItemReader {
       Leave("that a change goes on behind", original->wall.Date());
     }
     const CivilTime at = OccurrenceOf(*original);
-    if (UpperAscii(component.Text("STATUS")) == "CANCELLED") return Delete(at);
+    if (UpperAscii(component.Text("STATUS")) == "CANCELLED") {
+      m_changed.erase(at);
+      return Delete(at);
+    }
     if (m_item.isTask) return Lose("a changed occurrence of a task:", at.Text());
     const auto number = NumberOn(*m_item.series, m_item.start->wall, at);
     if (!number || IsOver(*m_item.series, at, *number)) {
@@ -537,12 +509,14 @@ class ItemReader {
     changed.busy = differing(BusyOf(component), m_item.busy);
     changed.reminder = ReminderOf(component, start, end, nullptr);
     if (changed.reminder == m_item.reminder) changed.reminder.reset();
-    m_item.changed.push_back(std::move(changed));
-    TellOfSeries(component, main, at);
+    m_changed.insert_or_assign(at, std::move(changed));
+    TellOfSeries(component, at);
   }
 
   const ZoneRules& m_rules;
   CalendarItem m_item;
+  Values m_ofSeries;                                         // for its changed occurrences
+  std::map<CivilTime, CalendarItem::Changed> m_changed;      // by their start in the series
   std::map<std::string, CalendarZone, std::less<>> m_zones;  // by name
 };
 

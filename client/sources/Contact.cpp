@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::size_t kMostEmails = 3;
 constexpr std::size_t kMostIms = 3;
+constexpr int kFirstYear = 1601;           // of Exchange's calendar
 constexpr std::size_t kLongestTold = 100;  // bytes of a value in a list of what is left
 
 // Texts that are taken as they stand. Several properties may fill one member: the first does.
@@ -161,7 +162,8 @@ std::string Part(const std::vector<std::string>& parts, std::size_t index) {
   return index < parts.size() ? std::string(mail::trimmed(parts[index])) : std::string();
 }
 
-// "1980-03-05" of 19800305, 1980-03-05T00:00:00Z, --0305 and --03-05; empty for anything else.
+// "1980-03-05" of 19800305, 1980-03-05T00:00:00Z, --0305 and --03-05; empty for anything else, and
+// for years that a mailbox does not have.
 std::string DateOf(const ContentLine& property) {
   std::string text(mail::trimmed(property.value));
   text.resize(std::min(text.find_first_of("T "), text.size()));
@@ -178,7 +180,7 @@ std::string DateOf(const ContentLine& property) {
   const int month = std::stoi(digits.substr(4, 2));
   const int day = std::stoi(digits.substr(6, 2));
   const CivilTime date{std::stoi(digits.substr(0, 4)), month, day, 0, 0, 0};
-  return date.IsValid() ? date.Date() : std::string();
+  return date.IsValid() && date.year >= kFirstYear ? date.Date() : std::string();
 }
 
 bool IsPicture(std::string_view bytes) {

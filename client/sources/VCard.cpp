@@ -17,6 +17,14 @@ bool Is(const ContentLine& line, std::string_view name, std::string_view value) 
   return line.name == name && UpperAscii(mail::trimmed(line.value)) == value;
 }
 
+// In the place of a card inside of another.
+ContentLine OwnCard() {
+  ContentLine line;
+  line.name = "AGENT";
+  line.value = "(a card of its own)";
+  return line;
+}
+
 }  // namespace
 
 const ContentLine* VCard::First(std::string_view name) const {
@@ -58,7 +66,7 @@ VCard ParseVCard(std::string_view text) {
   int depth = 0;
   while (reader.Next(line)) {
     if (Is(line, "BEGIN", "VCARD")) {
-      ++depth;
+      if (++depth == 2) card.properties.push_back(OwnCard());
     } else if (Is(line, "END", "VCARD")) {
       if (--depth <= 0) break;
     } else if (depth == 1 && !line.name.empty()) {

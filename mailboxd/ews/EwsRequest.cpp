@@ -23,10 +23,8 @@ bool IsZone(const std::string& name) {
 }  // namespace
 
 EwsRequest::EwsRequest(std::string& body) {
-  // As a tree, an element takes many times its bytes.
-  constexpr std::ptrdiff_t kMostMarkup = 1'000'000;
   const size_t size = body.size();
-  if (std::ranges::count(body, '<') > kMostMarkup) {
+  if (static_cast<size_t>(std::ranges::count(body, '<')) > kMostMarkup) {
     ThrowViolation("There is too much markup.", body, 0);
   }
   const pugi::xml_parse_result result = m_document.load_buffer_inplace(

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
 
 namespace mailbox {
+
+// Tags of one request: as a tree, each takes many times its bytes.
+inline constexpr std::size_t kMostMarkup = 1'000'000;
 
 // One SOAP request. It is parsed inside the buffer it came in, which must outlive it, so that the
 // base64 text of a large message is never copied; what a client may send is checked against

@@ -102,7 +102,7 @@ void GetOne(const Context& context, const ItemPlace& place, const ItemShape& sha
 struct Found {
   std::int64_t total = 0;
   Page page;
-  std::vector<ItemInfo> items;
+  std::vector<std::int64_t> rows;
 };
 
 Found FindIn(const Context& context, const FolderInfo& folder, pugi::xml_node request) {
@@ -115,47 +115,69 @@ Found FindIn(const Context& context, const FolderInfo& folder, pugi::xml_node re
   } else if (!restriction && !sortOrder) {
     found.total = folder.total;
     found.page = ReadPage(view, found.total);
-    found.items = context.store.Items(folder.id, found.page.first, found.page.Size());
+    found.rows = context.store.Rows(folder.id, found.page.first, found.page.Size());
   } else {
     const auto rows = SearchItems(context.store, folder.id, restriction, sortOrder);
     found.total = static_cast<std::int64_t>(rows.size());
     found.page = ReadPage(view, found.total);
-    for (std::int64_t i = found.page.first; i < found.page.end; ++i) {
-      auto item = context.store.Item(rows[static_cast<size_t>(i)]);
-      if (item) found.items.push_back(std::move(*item));
-    }
+    found.rows.assign(rows.begin() + found.page.first, rows.begin() + found.page.end);
   }
   return found;
 }
 
-void WriteFound(const Context& context, const std::string& attributes,
-                const std::vector<ItemInfo>& items, const ItemShape& shape, EwsResponse& response) {
+template <typename WriteItems>
+void WriteFound(const std::string& attributes, EwsResponse& response, WriteItems writeItems) {
   response.BeginSuccess();
   response.Open("m:RootFolder", attributes);
   response.Open("t:Items");
-  for (const ItemInfo& item : items) {
-    MailOfItem mail(context.store, item.id);
-    WriteItem(context, item, mail, shape, response);
-  }
+  writeItems();
   response.Close("t:Items");
   response.Close("m:RootFolder");
   response.EndMessage();
+}
+
+// Each is read when its turn comes: a page of large ones would not fit into memory.
+void WriteRows(const Context& context, const std::vector<std::int64_t>& rows,
+               const ItemShape& shape, EwsResponse& response) {
+  using enum Store::Load;
+  std::vector<std::pair<std::int64_t, bool>> learned;
+  for (const std::int64_t row : rows) {
+    auto item = context.store.Item(row, shape.WantsMore() ? kWithoutBody : kWithoutDetails);
+    if (!item) continue;  // deleted meanwhile
+    MailOfItem mail(context.store, row);
+    if (shape.Wants("item:HasAttachments") && LookForFiles(mail, *item)) {
+      learned.emplace_back(row, *item->mailHasFiles);
+    }
+    WriteItem(context, *item, mail, shape, response);
+  }
+  context.store.SetMailHasFiles(learned);
+}
+
+// The part of a calendar that lies in a time.
+void FindInTime(const Context& context, const FolderInfo& folder, pugi::xml_node view,
+                const ItemShape& shape, EwsResponse& response) {
+  const CalendarPart part = FindInCalendar(context, folder, view);
+  const bool isWhole = part.items.size() == part.total;
+  const std::string attributes =
+      XmlAttribute("TotalItemsInView", std::to_string(part.total)) +
+      XmlAttribute("IncludesLastItemInRange", isWhole ? "true" : "false");
+  WriteFound(attributes, response, [&] {
+    for (const ItemInfo& item : part.items) {
+      MailOfItem mail(context.store, item.id);
+      WriteItem(context, item, mail, shape, response);
+    }
+  });
 }
 
 void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node parent,
                const ItemShape& shape, EwsResponse& response) {
   const FolderInfo folder = ResolveFolder(context, parent);
   if (const pugi::xml_node view = Child(request, "CalendarView")) {
-    const CalendarPart part = FindInCalendar(context, folder, view);
-    const bool isLast = part.items.size() == part.total;
-    return WriteFound(context,
-                      XmlAttribute("TotalItemsInView", std::to_string(part.total)) +
-                          XmlAttribute("IncludesLastItemInRange", isLast ? "true" : "false"),
-                      part.items, shape, response);
+    return FindInTime(context, folder, view, shape, response);
   }
-  Found found = FindIn(context, folder, request);
-  if (shape.Wants("item:HasAttachments")) LookForFiles(context.store, found.items);
-  WriteFound(context, PageAttributes(found.page, found.total), found.items, shape, response);
+  const Found found = FindIn(context, folder, request);
+  WriteFound(PageAttributes(found.page, found.total), response,
+             [&] { WriteRows(context, found.rows, shape, response); });
 }
 
 // Whether the client may write over what it has seen last. Only AlwaysOverwrite does without saying

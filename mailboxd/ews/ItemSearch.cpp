@@ -45,17 +45,17 @@ constexpr std::string_view kMessageIdUri = "message:InternetMessageId";
 constexpr std::array<FieldRow, 16> kFields = {{
     {"item:ItemClass", Text<&ItemInfo::itemClass>},
     {"item:Subject", Text<&ItemInfo::subject>},
-    {"item:Importance", Text<&ItemInfo::importance>, Store::Load::kWhole},
-    {"item:Sensitivity", Text<&ItemInfo::sensitivity>, Store::Load::kWhole},
-    {"item:InReplyTo", Text<&ItemInfo::inReplyTo>, Store::Load::kWhole},
+    {"item:Importance", Text<&ItemInfo::importance>, Store::Load::kWithoutBody},
+    {"item:Sensitivity", Text<&ItemInfo::sensitivity>, Store::Load::kWithoutBody},
+    {"item:InReplyTo", Text<&ItemInfo::inReplyTo>, Store::Load::kWithoutBody},
     {"item:DateTimeReceived", Date<&ItemInfo::received>},
     {"item:DateTimeSent", Date<&ItemInfo::sent>},
     {"item:DateTimeCreated", Date<&ItemInfo::created>},
     {"item:Size", Number<&ItemInfo::size>},
     {"item:IsDraft", Number<&ItemInfo::isDraft>},
     {"message:IsRead", Number<&ItemInfo::isRead>},
-    {kMessageIdUri, Text<&ItemInfo::messageId>, Store::Load::kWhole},
-    {"message:References", Text<&ItemInfo::references>, Store::Load::kWhole},
+    {kMessageIdUri, Text<&ItemInfo::messageId>, Store::Load::kWithoutBody},
+    {"message:References", Text<&ItemInfo::references>, Store::Load::kWithoutBody},
     {"message:From", Text<&ItemInfo::who>},
     {"calendar:Start", Date<&ItemInfo::starts>},
     {"calendar:End", Date<&ItemInfo::ends>},
@@ -163,10 +163,10 @@ std::optional<std::vector<NeededText>> NeededTexts(pugi::xml_node expression) {
 Store::Load LoadFor(pugi::xml_node node) {
   for (pugi::xml_node one = node; one;) {
     const std::string_view name = LocalName(one);
-    if (name == "ExtendedFieldURI" || name == "IndexedFieldURI") return Store::Load::kWhole;
+    if (name == "ExtendedFieldURI" || name == "IndexedFieldURI") return Store::Load::kWithoutBody;
     const FieldRow* const row = name == "FieldURI" ? FindRow(Attribute(one, "FieldURI")) : nullptr;
-    if (name == "FieldURI" && (row == nullptr || row->load == Store::Load::kWhole)) {
-      return Store::Load::kWhole;
+    if (name == "FieldURI" && (row == nullptr || row->load == Store::Load::kWithoutBody)) {
+      return Store::Load::kWithoutBody;
     }
     pugi::xml_node next = FirstElement(one);
     while (!next && one != node) {
@@ -262,9 +262,10 @@ std::vector<std::int64_t> SearchItems(Store& store, std::int64_t folder, pugi::x
   if (const auto texts = NeededTexts(FirstElement(restriction))) {
     for (const auto& [row, item] : LookUp(store, folder, *texts)) search.Look(item);
   } else {
-    const bool needsWhole =
-        LoadFor(restriction) == Store::Load::kWhole || LoadFor(sortOrder) == Store::Load::kWhole;
-    store.ForEachItem(folder, needsWhole ? Store::Load::kWhole : Store::Load::kWithoutDetails,
+    const bool needsDetails = LoadFor(restriction) == Store::Load::kWithoutBody ||
+                              LoadFor(sortOrder) == Store::Load::kWithoutBody;
+    store.ForEachItem(folder,
+                      needsDetails ? Store::Load::kWithoutBody : Store::Load::kWithoutDetails,
                       [&](const ItemInfo& item) { search.Look(item); });
   }
   return search.Rows();

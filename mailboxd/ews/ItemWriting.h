@@ -28,6 +28,10 @@ class ItemShape {
   bool WantsMime() const {
     return m_depth == Depth::kFull && (m_mime || Asked("item:MimeContent"));
   }
+  // Whether it wants more than the item's id.
+  bool WantsMore() const {
+    return m_all || !m_fields.empty() || !m_properties.empty() || !m_entries.empty();
+  }
   // Where a mail has its body as text and as HTML; HTML unless text is asked for.
   bool PrefersText() const { return m_text; }
   struct Property {

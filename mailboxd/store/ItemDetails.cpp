@@ -12,11 +12,10 @@ struct TextField {
   const char* name;
   std::string ItemInfo::*member;
 };
-constexpr std::array<TextField, 7> kTexts = {{
+constexpr std::array<TextField, 6> kTexts = {{
     {"importance", &ItemInfo::importance},
     {"sensitivity", &ItemInfo::sensitivity},
     {"bodyType", &ItemInfo::bodyType},
-    {"body", &ItemInfo::body},
     {"inReplyTo", &ItemInfo::inReplyTo},
     {"messageId", &ItemInfo::messageId},
     {"references", &ItemInfo::references},

@@ -159,14 +159,19 @@ class Store {
   // Stores the item with all it has, or nothing; fills the ids of item and attachments. On failure
   // the item has none.
   void CreateItem(NewItem& item);
-  std::optional<ItemInfo> Item(std::int64_t id);
-  // Newest row last, from the offset on. A limit below 0 means all. Page after page costs no more
-  // than all at once.
-  std::vector<ItemInfo> Items(std::int64_t folder, std::int64_t offset, std::int64_t limit);
-  // Calls `use` for each, in that order, while the store is held. Without the details of an item
-  // this is many times faster.
-  enum class Load { kWithoutDetails, kWhole };
+  // How much of an item is read: without details, many times faster, or all but the body, which
+  // can be as large as a mail. Only a whole item may be given to UpdateItem.
+  enum class Load { kWithoutDetails, kWithoutBody, kWhole };
+  std::optional<ItemInfo> Item(std::int64_t id, Load load = Load::kWhole);
+  // The rows of items, the newest last, from the offset on. A limit below 0 means all. Page after
+  // page costs no more than all at once.
+  std::vector<std::int64_t> Rows(std::int64_t folder, std::int64_t offset, std::int64_t limit);
+  // The items in those rows.
+  std::vector<ItemInfo> Items(std::int64_t folder, std::int64_t offset, std::int64_t limit,
+                              Load load = Load::kWhole);
+  // Calls `use` for each, in that order, while the store is held.
   void ForEachItem(std::int64_t folder, Load load, const std::function<void(const ItemInfo&)>& use);
+  // What follows finds items without their bodies.
   // Those that begin from `from` on and before `to`, by their start.
   std::vector<ItemInfo> ItemsBetween(std::int64_t folder, std::string_view from,
                                      std::string_view to, std::int64_t limit);

@@ -81,6 +81,14 @@ class Store::Implementation {
     while (query->Step()) records.push_back(shape.Read(*query));
     return records;
   }
+  // The numbers in the first column.
+  template <typename... Values>
+  std::vector<std::int64_t> Numbers(const std::string& sql, const Values&... values) {
+    Use query = Query(sql, values...);
+    std::vector<std::int64_t> numbers;
+    while (query->Step()) numbers.push_back(query->Int(0));
+    return numbers;
+  }
   // The number in the first row and column.
   template <typename... Values>
   std::optional<std::int64_t> Number(const std::string& sql, const Values&... values) {
@@ -100,6 +108,7 @@ class Store::Implementation {
   std::int64_t InsertFolder(std::int64_t mailbox, std::int64_t parent, std::string_view name,
                             std::string_view folderClass, std::string_view wellKnown);
   // In StoreItems.cpp.
+  std::vector<std::int64_t> Rows(std::int64_t folder, std::int64_t offset, std::int64_t limit);
   std::int64_t InsertItem(const NewItem& item);
   void InsertTexts(std::int64_t row, const ItemInfo& item);
   void InsertAttachment(std::int64_t item, NewAttachment& attachment);

@@ -44,11 +44,29 @@ RowShape<ItemInfo> ShapeOf(std::initializer_list<ItemColumn> more) {
   return RowShape<ItemInfo>("items", columns);
 }
 
+constexpr ItemColumn kDetails = {
+    "details", [](const platform::SqliteStatement& row, int column, ItemInfo& item) {
+      ReadDetails(row.Text(column), item);
+    }};
+constexpr ItemColumn kAttachmentCount = {"(SELECT count(*) FROM attachments WHERE item=items.id)",
+                                         Into<&ItemInfo::attachmentCount>};
+
 const RowShape<ItemInfo> kRows = ShapeOf({});
-const RowShape<ItemInfo> kItems = ShapeOf(
-    {{"details", [](const platform::SqliteStatement& row, int column,
-                    ItemInfo& item) { ReadDetails(row.Text(column), item); }},
-     {"(SELECT count(*) FROM attachments WHERE item=items.id)", Into<&ItemInfo::attachmentCount>}});
+const RowShape<ItemInfo> kWithoutBody = ShapeOf({kDetails, kAttachmentCount});
+const RowShape<ItemInfo> kItems =
+    ShapeOf({kDetails, kAttachmentCount, {"body", Into<&ItemInfo::body>}});
+
+const RowShape<ItemInfo>& ShapeFor(Store::Load load) {
+  switch (load) {
+    case Store::Load::kWithoutDetails:
+      return kRows;
+    case Store::Load::kWithoutBody:
+      return kWithoutBody;
+    case Store::Load::kWhole:
+      break;
+  }
+  return kItems;
+}
 
 const RowShape<AttachmentInfo> kAttachments(
     "attachments", {{"id", Into<&AttachmentInfo::id>},
@@ -68,11 +86,11 @@ const RowShape<AttachmentInfo> kAttachments(
 std::int64_t Store::Implementation::InsertItem(const NewItem& item) {
   const ItemInfo& info = item.info;
   Run("INSERT INTO items(folder,element,item_class,subject,is_read,is_draft,received,sent,created,"
-      "starts,ends,is_series,who,size,version,details,mail_has_files)"
-      " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,-1))",
+      "starts,ends,is_series,who,size,version,details,mail_has_files,body)"
+      " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,-1),?)",
       info.folder, info.element, info.itemClass, info.subject, info.isRead, info.isDraft,
       info.received, info.sent, info.created, info.starts, info.ends, info.isSeries, info.who,
-      info.size, info.version, WriteDetails(info), item.hasMime ? -1 : 0);
+      info.size, info.version, WriteDetails(info), item.hasMime ? -1 : 0, info.body);
   const std::int64_t row = LastRow();
   InsertTexts(row, info);
   if (item.hasMime) {
@@ -123,39 +141,54 @@ void Store::CreateItem(NewItem& item) {
   item.info.attachmentCount = static_cast<std::int64_t>(item.attachments.size());
 }
 
-std::optional<ItemInfo> Store::Item(std::int64_t id) {
-  const std::lock_guard lock(m_implementation->m_mutex);
-  return m_implementation->One(kItems, "WHERE id=?", id);
-}
-
-std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std::int64_t limit) {
-  const std::lock_guard lock(m_implementation->m_mutex);
-  auto& ends = m_implementation->m_pageEnds;
-  const auto end = ends.find(folder);
-  std::vector<ItemInfo> items;
-  if (end != ends.end() && end->second.place == offset) {
-    items = m_implementation->All(kItems, "WHERE folder=? AND id>? ORDER BY id LIMIT ?", folder,
-                                  end->second.row, limit);
-  } else if (const std::int64_t total = m_implementation->TotalOf(folder);
-             limit > 0 && offset > total / 2) {
+std::vector<std::int64_t> Store::Implementation::Rows(std::int64_t folder, std::int64_t offset,
+                                                      std::int64_t limit) {
+  const auto end = m_pageEnds.find(folder);
+  std::vector<std::int64_t> rows;
+  if (end != m_pageEnds.end() && end->second.place == offset) {
+    rows = Numbers("SELECT id FROM items WHERE folder=? AND id>? ORDER BY id LIMIT ?", folder,
+                   end->second.row, limit);
+  } else if (const std::int64_t total = TotalOf(folder); limit > 0 && offset > total / 2) {
     // From the end, where the newest are: what costs is to count the way to a place.
     const std::int64_t count = std::clamp<std::int64_t>(total - offset, 0, limit);
-    items = m_implementation->All(kItems, "WHERE folder=? ORDER BY id DESC LIMIT ? OFFSET ?",
-                                  folder, count, total - offset - count);
-    std::ranges::reverse(items);
+    rows = Numbers("SELECT id FROM items WHERE folder=? ORDER BY id DESC LIMIT ? OFFSET ?", folder,
+                   count, total - offset - count);
+    std::ranges::reverse(rows);
   } else {
-    items = m_implementation->All(kItems, "WHERE folder=? ORDER BY id LIMIT ? OFFSET ?", folder,
-                                  limit, offset);
+    rows = Numbers("SELECT id FROM items WHERE folder=? ORDER BY id LIMIT ? OFFSET ?", folder,
+                   limit, offset);
   }
-  if (m_implementation->m_writes && !items.empty()) {
-    ends[folder] = {offset + static_cast<std::int64_t>(items.size()), items.back().id};
+  if (m_writes && !rows.empty()) {
+    m_pageEnds[folder] = {offset + static_cast<std::int64_t>(rows.size()), rows.back()};
+  }
+  return rows;
+}
+
+std::optional<ItemInfo> Store::Item(std::int64_t id, Load load) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->One(ShapeFor(load), "WHERE id=?", id);
+}
+
+std::vector<std::int64_t> Store::Rows(std::int64_t folder, std::int64_t offset,
+                                      std::int64_t limit) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  return m_implementation->Rows(folder, offset, limit);
+}
+
+std::vector<ItemInfo> Store::Items(std::int64_t folder, std::int64_t offset, std::int64_t limit,
+                                   Load load) {
+  const std::lock_guard lock(m_implementation->m_mutex);
+  std::vector<ItemInfo> items;
+  for (const std::int64_t row : m_implementation->Rows(folder, offset, limit)) {
+    auto item = m_implementation->One(ShapeFor(load), "WHERE id=?", row);
+    if (item) items.push_back(std::move(*item));  // a reader beside the server may miss one
   }
   return items;
 }
 
 void Store::ForEachItem(std::int64_t folder, Load load,
                         const std::function<void(const ItemInfo&)>& use) {
-  const RowShape<ItemInfo>& shape = load == Load::kWhole ? kItems : kRows;
+  const RowShape<ItemInfo>& shape = ShapeFor(load);
   const std::lock_guard lock(m_implementation->m_mutex);
   auto query = m_implementation->Query(shape.Select() + "WHERE folder=? ORDER BY id", folder);
   while (query->Step()) use(shape.Read(*query));
@@ -165,7 +198,7 @@ std::vector<ItemInfo> Store::ItemsWithText(std::int64_t folder, std::string_view
                                            std::string_view text) {
   const std::lock_guard lock(m_implementation->m_mutex);
   // The + keeps SQLite from walking the folder in place of the index.
-  return m_implementation->All(kItems,
+  return m_implementation->All(kWithoutBody,
                                "WHERE id IN (SELECT item FROM item_texts WHERE key=? AND text=?) "
                                "AND +folder=? ORDER BY id",
                                key, text, folder);
@@ -175,16 +208,18 @@ std::vector<ItemInfo> Store::ItemsBetween(std::int64_t folder, std::string_view 
                                           std::string_view to, std::int64_t limit) {
   const std::lock_guard lock(m_implementation->m_mutex);
   return m_implementation->All(
-      kItems, "WHERE folder=? AND starts<>'' AND starts>=? AND starts<? ORDER BY starts,id LIMIT ?",
-      folder, from, to, limit);
+      kWithoutBody,
+      "WHERE folder=? AND starts<>'' AND starts>=? AND starts<? ORDER BY starts,id LIMIT ?", folder,
+      from, to, limit);
 }
 
 std::vector<ItemInfo> Store::SeriesBefore(std::int64_t folder, std::string_view to,
                                           std::int64_t limit) {
   const std::lock_guard lock(m_implementation->m_mutex);
   return m_implementation->All(
-      kItems, "WHERE folder=? AND is_series AND starts<? ORDER BY starts DESC,id DESC LIMIT ?",
-      folder, to, limit);
+      kWithoutBody,
+      "WHERE folder=? AND is_series AND starts<? ORDER BY starts DESC,id DESC LIMIT ?", folder, to,
+      limit);
 }
 
 Store::Span Store::StartsIn(std::int64_t folder) {
@@ -212,7 +247,7 @@ Store::Found Store::ItemsLike(std::int64_t folder, std::string_view text, std::i
           ->Number(std::string("SELECT count(*) FROM items ") + kFits, folder, pattern, pattern)
           .value_or(0);
   found.items =
-      m_implementation->All(kItems, std::string(kFits) + " ORDER BY id DESC LIMIT ? OFFSET ?",
+      m_implementation->All(kWithoutBody, std::string(kFits) + " ORDER BY id DESC LIMIT ? OFFSET ?",
                             folder, pattern, pattern, limit, offset);
   return found;
 }
@@ -251,9 +286,10 @@ bool Store::UpdateItem(ItemInfo& item, std::span<NewAttachment> added) {
   Implementation::Transaction transaction(*m_implementation);
   m_implementation->Run(
       "UPDATE items SET item_class=?,subject=?,is_read=?,is_draft=?,received=?,sent=?,starts=?,"
-      "ends=?,is_series=?,who=?,size=?,details=?,version=version+1 WHERE id=? AND version=?",
+      "ends=?,is_series=?,who=?,size=?,details=?,body=?,version=version+1"
+      " WHERE id=? AND version=?",
       item.itemClass, item.subject, item.isRead, item.isDraft, item.received, item.sent,
-      item.starts, item.ends, item.isSeries, item.who, size, WriteDetails(item), item.id,
+      item.starts, item.ends, item.isSeries, item.who, size, WriteDetails(item), item.body, item.id,
       item.version);
   if (!m_implementation->Changed()) return false;
   m_implementation->Run("DELETE FROM item_texts WHERE item=?", item.id);

@@ -159,8 +159,15 @@ CREATE TABLE identity(id TEXT NOT NULL);
 INSERT INTO identity VALUES(lower(hex(randomblob(16))));
 )sql";
 
-constexpr std::array<const char*, 8> kSteps = {kTables, kCounts,   kMailFiles, kTexts,
-                                               kLists,  kSetNames, kSeries,    kIdentity};
+// The last column: what stands in front of it is read without the pages of a large body.
+constexpr char kBodies[] = R"sql(
+ALTER TABLE items ADD COLUMN body TEXT NOT NULL DEFAULT '';
+UPDATE items SET body=details->>'$.body', details=json_remove(details, '$.body')
+  WHERE json_valid(details) AND json_type(details, '$.body')='text';
+)sql";
+
+constexpr std::array<const char*, 9> kSteps = {kTables,   kCounts, kMailFiles, kTexts, kLists,
+                                               kSetNames, kSeries, kIdentity,  kBodies};
 
 constexpr std::array<WellKnownFolder, 20> kFolders = {{
     {"root", "", "root", ""},

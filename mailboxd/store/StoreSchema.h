@@ -11,7 +11,7 @@ namespace mailbox {
 // The layout of mailbox.db. `details` of an item is a JSON object with what is mostly shown and
 // seldom searched for (recipients, categories, extended properties): one row to write for each
 // item. What items are looked up by stands in an index besides. Bytes of messages and attachments
-// lie in tables of their own, so that lists do not read them.
+// lie in tables of their own, and bodies behind all else, so that lists do not read them.
 //
 // The layout's number is the number of steps that have been made; step n turns layout n into n + 1.
 // A step that has been released is never changed.

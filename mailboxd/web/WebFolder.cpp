@@ -160,7 +160,8 @@ std::vector<ItemInfo> ItemsOf(Store& store, List& list) {
   const std::int64_t end = list.total - (list.page - 1) * kItemsPerPage;
   if (end < 0) return {};
   const std::int64_t begin = std::max<std::int64_t>(0, end - kItemsPerPage);
-  std::vector<ItemInfo> items = store.Items(list.folder.id, begin, end - begin);
+  std::vector<ItemInfo> items =
+      store.Items(list.folder.id, begin, end - begin, Store::Load::kWithoutBody);
   std::ranges::reverse(items);
   return items;
 }

@@ -54,6 +54,12 @@ TEST_F(Connection, EveryFailureBecomesAReason) {
     EXPECT_EQ(Ask(), "") << body;
     EXPECT_FALSE(m_error.IsEmpty()) << body;
   }
+  const std::string token = R"({"access_token":"T","expires_in":60})";
+  m_transport.Push(token + std::string(256 * 1024 - token.size(), ' '));
+  EXPECT_EQ(Ask(), "T");
+  m_transport.Push(token + std::string(256 * 1024 - token.size() + 1, ' '));
+  EXPECT_EQ(Ask(), "");
+  EXPECT_TRUE(m_error.Contains(u"holds no token"));
   ews::Settings().strAuthorityUrl = u"http://login.example.com";  // the secret would be readable
   EXPECT_EQ(Ask(), "");
   EXPECT_TRUE(m_error.Contains(u"unencrypted"));
@@ -103,6 +109,32 @@ TEST_F(Connection, ALifetimeOfAnySizeIsTakenAsSevenDaysAtMost) {
     PushToken("three", "0");
     EXPECT_EQ(Ask(), "three") << seconds;
   }
+}
+
+// What stands in front of an endpoint while it is out of order is no wrong address.
+TEST_F(Connection, APageWhereTokensHaveComeFromIsWaitedOut) {
+  ews::Settings().bSafe = true;
+  ews::Settings().nPatience = std::chrono::seconds(60);
+  ews::Settings().strAuthorityUrl = u"https://page.example.com";
+  m_transport.Push("<html>", 404);
+  EXPECT_EQ(Ask(), "");
+  m_transport.Push("<html>");
+  EXPECT_EQ(Ask(), "");
+  EXPECT_EQ(m_transport.Waited().count(), 0);
+  PushToken("one");
+  EXPECT_EQ(Ask(), "one");
+  m_transport.Push("<html>", 404);
+  m_transport.Push("<html>");
+  m_transport.PushRedirect("https://elsewhere.example.org/sorry");
+  PushToken("two");
+  EXPECT_EQ(Ask(), "two");
+  EXPECT_GE(m_transport.Waited(), std::chrono::seconds(5));
+  m_transport.Push(R"({"error_description":"No such tenant."})", 404);
+  EXPECT_EQ(Ask(), "");
+  EXPECT_EQ(m_error, u"No such tenant.");
+  for (int i = 0; i < 20; ++i) m_transport.Push("<html>", 404);
+  EXPECT_EQ(Ask(), "");
+  EXPECT_TRUE(m_error.Contains(u"; waited for "));
 }
 
 // Both lists, written to a file.

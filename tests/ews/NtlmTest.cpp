@@ -163,6 +163,25 @@ TEST_F(Ntlm, AWrongPasswordIsToldAndBasicIsTriedFirstAgain) {
   EXPECT_EQ(Seen(), "B+ 1 3+ B+ ");
 }
 
+TEST_F(Ntlm, OneThatHasWorkedIsAskedForAtOnceAsLongAsItIsOffered) {
+  PushHandshake();
+  m_server.Push({.body = answers::Found({})});
+  EXPECT_EQ(Find(), "no exception");
+  PushHandshake();
+  Refuse();
+  EXPECT_THAT(Find(), HasSubstr("HTTP 401"));
+  EXPECT_EQ(Seen(), "B+ 1 3+ -+ 1 3+ ");
+  PushChallenge();
+  m_server.Push({.body = answers::Found({})});
+  EXPECT_EQ(Find(), "no exception");
+  EXPECT_EQ(Seen(), "B+ 1 3+ -+ 1 3+ 1 3+ ");
+  Refuse("Basic realm=\"x\"");  // it has changed its ways
+  EXPECT_THAT(Find(), HasSubstr("HTTP 401"));
+  m_server.Push({.body = answers::Found({})});
+  EXPECT_EQ(Find(), "no exception");
+  EXPECT_EQ(Seen(), "B+ 1 3+ -+ 1 3+ 1 3+ -+ B+ ");
+}
+
 TEST_F(Ntlm, WhatItCannotProveIsToldAndNotTried) {
   const ews::WebCredentials logins[] = {{u"tom", u"p\u20ACssword"},
                                         {u"\u0422om", u"password"},

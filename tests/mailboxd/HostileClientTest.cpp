@@ -1,4 +1,5 @@
 #include <arpa/inet.h>
+#include <gmock/gmock.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -10,9 +11,11 @@
 #include <string_view>
 #include <vector>
 
+#include "mailboxd/ews/EwsRequest.h"
 #include "platform/UniqueFd.h"
 #include "tests/mailboxd/HttpCall.h"
 #include "tests/mailboxd/LocalMailbox.h"
+#include "tests/support/MemoryRise.h"
 
 // Clients that are slow, that stop, and that send more than anybody reads.
 using namespace mailbox_test;
@@ -156,6 +159,24 @@ TEST(HostileClient, OnesThatAskForNothingKeepNobodyOut) {
   }
   for (int i = 0; i < 10; ++i) EXPECT_EQ(Send({server->EwsUrl(), kGetInbox}).status, 200);
   EXPECT_EQ(working.Status(), 200);
+}
+
+TEST(HostileClient, ARequestThatIsAllMarkupIsRefusedBeforeItIsATree) {
+  const auto rise = [](size_t tags, std::string_view fault) {
+    std::string body = kGetInbox;
+    std::string tree;
+    for (size_t i = 0; i < tags; ++i) tree += "<a/>";
+    body.insert(body.find("<m:GetFolder"), tree);
+    RunningServer server;
+    return test_support::MemoryRise([&] {
+      const Reply reply = Send({server->EwsUrl(), body});
+      EXPECT_EQ(reply.status, 500);
+      EXPECT_THAT(reply.body, testing::HasSubstr(fault));
+      EXPECT_EQ(Send({server->EwsUrl(), kGetInbox}).status, 200);
+    });
+  };
+  EXPECT_LT(rise(mailbox::kMostMarkup, "too much markup"), 40);
+  EXPECT_LT(rise(mailbox::kMostMarkup - 20, "'a'"), 150);
 }
 
 TEST(HostileClient, MoreThanIsReadIsTooLargeInOnePieceAndInMany) {

@@ -6,56 +6,20 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <functional>
 #include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 
-#include "base/Reallocate.h"
 #include "mime/CkEmail.h"
 #include "mime/CkFileAccess.h"
 #include "mime/CkMime.h"
+#include "tests/support/Shortage.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
 
-// Of this thread, while a Shortage lives: allocations until one is refused.
-thread_local bool t_active = false;
-thread_local long t_left = 0;
-thread_local bool t_for_good = false;
-
-bool Refuses() {
-  if (!t_active || --t_left >= 0) return false;
-  if (!t_for_good) t_active = false;
-  return true;
-}
-
-void* Allocate(std::size_t bytes) { return Refuses() ? nullptr : std::malloc(bytes + 1); }
-void* AllocateOrThrow(std::size_t bytes) {
-  if (void* const block = Allocate(bytes)) return block;
-  throw std::bad_alloc();
-}
-void* AllocateAgain(void* block, std::size_t bytes) {
-  return Refuses() ? nullptr : std::realloc(block, bytes);
-}
-
-class Shortage {
- public:
-  Shortage(long after, bool for_good) : m_before(mail::SetReallocate(AllocateAgain)) {
-    t_left = after;
-    t_for_good = for_good;
-    t_active = true;
-  }
-  ~Shortage() {
-    t_active = false;
-    mail::SetReallocate(m_before);
-  }
-
- private:
-  mail::ReallocateFunction m_before;
-};
+using test_support::Shortage;
 
 constexpr const char* kMail =
     "From: =?utf-8?Q?M=C3=BCller=2C_A?= <a@b.example>, b@b.example\r\n"
@@ -86,11 +50,11 @@ class MemoryShortage : public testing::Test {
   // check is made after each of them.
   static void AtEveryMoment(const std::function<void()>& work, const std::function<void()>& check) {
     for (const bool for_good : {false, true}) {
-      for (long after = 0; t_left < 0 || after == 0; ++after) {
+      for (long after = 0; Shortage::WasReached() || after == 0; ++after) {
         SCOPED_TRACE(after);
         bool thrown = false;
         {
-          const Shortage shortage(after, for_good);
+          const Shortage shortage(after, for_good ? Shortage::kForGood : 1);
           try {
             work();
           } catch (...) {
@@ -158,14 +122,3 @@ TEST_F(MemoryShortage, LeavesMessagesWholeOrFails) {
 }
 
 }  // namespace
-
-void* operator new(std::size_t bytes) { return AllocateOrThrow(bytes); }
-void* operator new[](std::size_t bytes) { return AllocateOrThrow(bytes); }
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return Allocate(bytes); }
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept { return Allocate(bytes); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }

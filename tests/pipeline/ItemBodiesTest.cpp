@@ -6,6 +6,7 @@
 #include <map>
 
 #include "body/ContactTextFile.h"
+#include "charset/LibraryNarrow.h"
 #include "tests/pipeline/ImportRun.h"
 
 // Bodies, pictures and attachments of appointments, tasks and contacts.
@@ -213,6 +214,32 @@ TEST(ItemBodies, APhotoThatCannotBeReadCostsTheContactOnlyWithoutTheSafeSwitch) 
     EXPECT_EQ(run.Import(WellKnownFolderName::Contacts, u"CONTACT\n\n\n\n\n\n\n\n\n\n\n\n\n"), 1);
     EXPECT_EQ(run.Items(run.WellKnown("contacts")).size(), safe ? 1u : 0u);
     EXPECT_THAT(run.Trace(), HasSubstr("SaveContactItem_Attachment_catch"));
+  }
+}
+
+// In whatever charset a driving program wrote them.
+TEST(ItemBodies, AContactsFilesAreReadByTheirBytesWithTheSafeSwitch) {
+  const struct {
+    const char* file;
+    std::string bytes;
+    std::string body;
+  } rows[] = {
+      {"TextFile1.eml", "Gr\xFC\xDF\x65,\r\nbis morgen\tum 9", "Text Grüße,\r\nbis morgen\tum 9"},
+      {"TextFile1.eml", "абв — 5 € и точка", "Text абв — 5 € и точка"},
+      {"TextFile1.eml", "\xFF\xFE" + test_support::WideBytes(u"a€b"), "Text a€b"},
+      {"TextFile1.eml", std::string(70'000, 'a') + "\xE4",
+       "Text " + std::string(70'000, 'a') + "ä"},
+      {"ch111.html", "<HTML><meta charset=koi8-r>\xC1\xC2\xD7</HTML>",
+       "HTML <HTML><meta charset=koi8-r>абв</HTML>"},
+      {"ch111.html", "<HTML>абв</HTML>", "HTML <HTML>абв</HTML>"},
+  };
+  for (const auto& row : rows) {
+    ImportRun run;
+    mail::installLibraryNarrow();
+    ews::Settings().bSafe = true;
+    run.folder.WriteWork(row.file, row.bytes);
+    const mailbox::ItemInfo item = Stored(run, kContact, u"");
+    EXPECT_EQ(item.bodyType + " " + item.body, row.body);
   }
 }
 

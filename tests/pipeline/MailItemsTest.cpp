@@ -17,6 +17,7 @@
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
 #include "tests/pipeline/TempRunFolder.h"
+#include "tests/support/Shortage.h"
 
 namespace {
 
@@ -415,6 +416,54 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
     EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")), row.error + "\r\r\n");
     EXPECT_THAT(Trace(), testing::HasSubstr(row.lines));
     for (const char* log : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(log));
+  }
+}
+
+// Memory that runs out in the middle of a mail costs what it was needed for; each handler that
+// stands behind another takes what that one could not, and tells so.
+TEST_F(MailItems, EachHandlerOfTheMailTakesMemoryThatRunsOut) {
+  struct Row {
+    std::string line;
+    int refusals;  // in a row: a handler needs memory for its own line
+    bool rich;
+    int result;
+    int attachments;
+    std::string behind;  // the line that follows
+  };
+  folder.WriteWork("11comtextjjAttach.t", u"a.txt");
+  folder.WriteWork("a.txt", "a");
+  for (const Row& row : {
+           Row{" INSIDE catch \\ch2111.rtf", 1, true, 1, 1, " OUT \\ch2111.rtf"},
+           Row{"Catch_1_SaveEmailItem", 1, false, 1, 1, " Before SaveAttachment"},
+           Row{"Catch_2_SaveEmailItem", 2, false, 1, 0, ""},
+           Row{"Catch_3_SaveEmailItem", 3, false, 0, 0, ""},
+       }) {
+    SCOPED_TRACE(row.line);
+    std::filesystem::remove(folder.Work("ch2111.rtf"));
+    if (row.rich) folder.WriteWork("ch2111.rtf", "{\\rtf1 text}");
+    bool fired = false;
+    for (long before = 0; !fired && (before == 0 || test_support::Shortage::WasReached());
+         ++before) {
+      std::filesystem::remove(folder.File("trace.txt"));
+      handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
+      handler.m_objLogManager.WriteLog(u"");  // so that it is open
+      ews::EmailMessage filled{nullptr};
+      ST_EML_INFO record;
+      record.strSubject = u"a subject";
+      const CString path = GetCurrPath();
+      std::optional<int> result;
+      try {
+        const test_support::Shortage shortage(before, row.refusals);
+        result = handler.SaveEmailItem(filled, path, &record);
+      } catch (const std::bad_alloc&) {  // outside of all handlers
+      }
+      if (Trace().find("\n" + row.line + "\r\n") == std::string::npos) continue;
+      fired = true;
+      EXPECT_EQ(result, row.result);
+      EXPECT_EQ(filled.Attachments().Count(), row.attachments);
+      EXPECT_THAT(Trace(), testing::HasSubstr(row.line + "\r\n" + row.behind));
+    }
+    EXPECT_TRUE(fired);
   }
 }
 

@@ -1,12 +1,13 @@
 #include <cstdlib>
+#include <filesystem>
 
 #include <gmock/gmock.h>
 
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
 
-// What goes into a mailbox as calendars and cards comes out of it as the same, for readers that
-// share no code with us (tests/interop/read_export.py).
+// What goes into a mailbox as calendars and cards is there, and comes out of it, as the same for
+// readers that share no code with us (tests/interop/).
 namespace system_test {
 namespace {
 
@@ -74,6 +75,72 @@ TEST(Export, IsReadByOthersAsItWasSent) {
             "Zo\u00EB Bell; zoe@x.example; bell@x.example; 1; 1980-03-05; one, two / three; "
             "a photo of 4 bytes\n"
             "Paint: due 2024-07-03, 40 %, IN-PROCESS\n");
+}
+
+// The samples, by hand from their files.
+TEST(Migration, IsSeenByAnIndependentClientAsItsSourceSays) {
+  const std::string interop = std::string(TARNY_SOURCE) + "/tests/interop";
+  if (!std::filesystem::is_directory(interop + "/node_modules/ews-javascript-api")) {
+    GTEST_SKIP() << "run npm ci in tests/interop first";
+  }
+  const TemporaryFolder folder;
+  std::filesystem::create_directory(folder.File("source"));
+  for (const std::string name : {"calendar", "contacts", "diary"}) {
+    std::filesystem::copy(std::string(TARNY_SOURCE) + "/samples/" + name,
+                          folder.File("source/" + name), std::filesystem::copy_options::recursive);
+  }
+  const Mailbox mailbox(folder.Path(), {});
+  const Result migrated =
+      RunProgram("tarny", ServerArguments(folder, std::stoi(mailbox.Port())), folder.Path());
+  EXPECT_EQ(SummaryOf(migrated)["sent"], 15);
+  const std::string command = "cd '" + interop + "' && TZ=America/New_York timeout 60 node " +
+                              "migrated.js http://127.0.0.1:" + mailbox.Port() +
+                              "/EWS/Exchange.asmx user@example.com 2024-03-01..2024-04-20 " +
+                              "2025-06-01..2025-07-01 > " + folder.File("seen.txt") + " 2>&1";
+  EXPECT_EQ(std::system(command.c_str()), 0);
+  EXPECT_EQ(ReadAll(folder.File("seen.txt")),
+            "Days:\n"
+            "2024-03-04 08:00 to 09:00 Safety round, Pier 3\n"
+            "2024-03-06 02:00 to 02:30 Call with the yard in Boston\n"
+            "2024-03-07 08:00 to 09:00 Safety round, Pier 3\n"
+            "2024-03-11 08:00 to 09:00 Safety round, Pier 3\n"
+            "2024-03-12 14:00 to 15:30 Round of the lights, Pier 3\n"
+            "2024-03-14 13:00 to 14:30 Safety round (with the insurer), Office\n"
+            "2024-03-18 08:00 to 09:00 Safety round, Pier 3\n"
+            "2024-03-21 08:00 to 09:00 Safety round, Pier 3\n"
+            "2024-03-25 08:00 to 09:00 Safety round, Pier 3\n"
+            "2024-03-28 08:00 to 09:00 Safety round, Pier 3\n"
+            "2024-03-31 12:00 to 12:00 Tide table due\n"
+            "2024-04-03 01:00 to 01:30 Call with the yard in Boston\n"
+            "2024-04-04 07:00 to 08:00 Safety round, Pier 3\n"
+            "2024-04-08 07:00 to 08:00 Safety round, Pier 3\n"
+            "2024-04-09 14:00 to 15:30 Round of the lights, Pier 3\n"
+            "2024-04-11 07:00 to 08:00 Safety round, Pier 3\n"
+            "2024-04-15 07:00 to 08:00 Safety round, Pier 3\n"
+            "2024-04-17 14:15 to 15:00 Doctor\n"
+            "2024-04-18 07:00 to 08:00 Safety round, Pier 3\n"
+            "2025-06-28 to 2025-06-30 Hafenfest – Tag der offenen Tür\n"
+            "2025-06-30 12:00 to 12:00 Tide table due\n"
+            "Meetings:\n"
+            "Call with the yard in Boston; Busy\n"
+            "Doctor; OOF; Private\n"
+            "Hafenfest – Tag der offenen Tür; Free\n"
+            "Round of the lights; Busy; Safety; tom.okafor@example.org; "
+            "ingrid.halvorsen@harbour.example.com\n"
+            "Safety round; Busy; 15 minutes before; Safety; Port; ann@example.org; "
+            "perhaps juergen@example.com\n"
+            "Tide table due; Busy\n"
+            "Tasks:\n"
+            "Check the ropes: due 2024-01-02, 0 %\n"
+            "Paint the bollards: due 2024-04-19, 0 %\n"
+            "Paint the bollards: due 2024-04-19, 40 %\n"
+            "Renew the permit: never due, 100 %\n"
+            "People:\n"
+            "Ann Bell; ann@example.org; +49 170 555 02; 1975-03-05; a photo\n"
+            "Ann Bell; ann@harbour.example.com\n"
+            "Jürgen Ott; juergen@example.com; +49 170 555 10\n"
+            "Night watch; hanako@example.com; juergen@example.com; gate@example.org\n"
+            "佐藤 花子; hanako@example.com; +81-90-555-20; 1604-04-12\n");
 }
 
 }  // namespace

@@ -253,6 +253,17 @@ TEST_F(SoakChosenHarm, AnItemThatMeetsAnOutageWhereOthersComeThroughFailsByItsel
   EXPECT_THAT(Copies(), ElementsAre(1));
 }
 
+TEST_F(SoakChosenHarm, AnItemThatComesWhileItWaitsForOthersTellsWhatItDoesNotCarry) {
+  std::filesystem::remove_all(folder.File("source"));
+  folder.Write("source/1.vcf",
+               "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann\r\nX-SHIRT:XL\r\nEND:VCARD\r\n"
+               "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Bo\r\nEND:VCARD\r\n");
+  for (int i = 1; i <= 3; ++i) saves[i] = {Mishap::kStatus, 404};
+  saves[4] = {Mishap::kForwardedLate, 0, false, std::chrono::seconds(7)};
+  EXPECT_EQ(Text(Run(0)["remarks"]),
+            "1.vcf: Ann: left out: X-SHIRT XL; found in the target: its answer was lost");
+}
+
 INSTANTIATE_TEST_SUITE_P(Seeds, ThroughProxy, testing::Values(0u));
 INSTANTIATE_TEST_SUITE_P(Soak, ThroughProxy, testing::Range(1u, 21u));
 

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <sstream>
 #include <thread>
 
 #include <fmt/format.h>
@@ -349,6 +350,32 @@ TEST(TarnyItem, ShowsADescriptorAsJson) {
   EXPECT_EQ(route()["not_used"], (nlohmann::json{"ch2111.rtf", "TextFile1.txt"}));
   folder.Write("source/1/ImageAttchment.txt", "x");
   EXPECT_EQ(route()["route"], "image page");
+  struct OtherRoute {
+    std::string type, lines, files, route;
+  };
+  for (const OtherRoute& each : {
+           OtherRoute{"CALENDAR", "", "", R"("no body" null [])"},
+           OtherRoute{"TASK", "", "ch111.html", R"("page" "ch111.html" [])"},
+           OtherRoute{"TASK", "", "ch111.html TEXTFILE1.eml",
+                      R"("plain text" "TextFile1.eml" ["ch111.html"])"},
+           OtherRoute{"CONTACT", "", "TextFile1.txt", R"("no body" null [])"},
+           OtherRoute{"CONTACT", "\n\n\n\nBody : <ITEM>Comments : hello</ITEM>\n", "",
+                      R"("tagged field" null [])"},
+           OtherRoute{"CONTACT", "", "TextFile1.eml ch2111.rtf",
+                      R"("rich text" "ch2111.rtf" ["TextFile1.eml"])"},
+           OtherRoute{"DIST_LIST", "", "TextFile1.eml", "null null null"},
+       }) {
+    std::filesystem::remove_all(folder.File("source/1"));
+    folder.Write("source/1/11comtextjj.t",
+                 Wide(each.type + "\n\n\n\n\n\n\n\nSubject : s\n" + each.lines));
+    std::istringstream names(each.files);
+    for (std::string name; names >> name;) folder.Write("source/1/" + name, "x");
+    nlohmann::json found = route();
+    const auto member = [&](const char* key) -> std::string {
+      return found.is_null() ? "null" : found[key].dump();
+    };
+    EXPECT_EQ(member("route") + " " + member("file") + " " + member("not_used"), each.route);
+  }
   EXPECT_EQ(RunProgram("tarny", {"item", folder.File("source")}, folder.Path()).status, 1);
   EXPECT_EQ(RunProgram("tarny", {"item"}, folder.Path()).status, 2);
 }

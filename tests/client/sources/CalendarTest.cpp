@@ -149,6 +149,12 @@ TEST_F(Calendar, ZonesAreKnownByEveryName) {
               ElementsAre("the time zone, which nobody knows: Half"));
   EXPECT_THAT(Read("DTSTART;TZID=Nowhere:20240701T090000\n").left,
               ElementsAre("the time zone, which nobody knows: Nowhere"));
+  // One that Windows does not have: its clock is nobody else's.
+  const CalendarItem troll = Read(
+      "DTSTART;TZID=Antarctica/Troll:20240110T100000\n"
+      "DTEND;TZID=Antarctica/Troll:20240110T120000\n");
+  EXPECT_EQ(troll.start->wall.Text(), "2024-01-10T11:00:00");
+  EXPECT_EQ(troll.end->wall.Text(), "2024-01-10T13:00:00");
 }
 
 TEST_F(Calendar, DaysAndTimesEndAsTheirProgramMeansIt) {
@@ -171,6 +177,10 @@ TEST_F(Calendar, DaysAndTimesEndAsTheirProgramMeansIt) {
                 "2024-03-31T01:00:00", false},
            Case{"DTSTART:20240330T230000\n", "2024-03-30T23:00:00", false},
            Case{"DTSTART:20240330T000000\nDTEND:20240331T000000\n"
+                "X-MICROSOFT-CDO-ALLDAYEVENT:TRUE\n",
+                "2024-03-31T00:00:00", true},
+           // The midnights of Berlin, which is where this process is.
+           Case{"DTSTART:20240329T230000Z\nDTEND:20240330T230000Z\n"
                 "X-MICROSOFT-CDO-ALLDAYEVENT:TRUE\n",
                 "2024-03-31T00:00:00", true},
        }) {
@@ -289,6 +299,23 @@ TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
                 1,
                 {"the categories of the occurrence of 2024-03-12",
                  "the comment of the occurrence of 2024-03-12"}},
+           // The latest version of an occurrence, though it stands among the deleted ones.
+           Case{"RRULE:FREQ=WEEKLY\nEXDATE:20240312T090000\n" + next +
+                    "20240312T090000\nSEQUENCE:2\nSUMMARY:late\n" + next +
+                    "20240312T090000\nSEQUENCE:1\nSTATUS:CANCELLED\n" + next +
+                    "20240319T090000\nSUMMARY:x\n" + next +
+                    "20240319T090000\nSEQUENCE:1\nSTATUS:CANCELLED\n",
+                2,
+                {}},
+           // Once each, and not what is empty or a program's own.
+           Case{"RRULE:FREQ=WEEKLY\nX-COST:5 EUR\nX-COST:6 EUR\nCOMMENT:\nX-HIRED-BY: \n"
+                "X-MOZ-LASTACK:20240305T090000Z\nX-MICROSOFT-CDO-INSTTYPE:1\nX-APPLE-SORT-ORDER:7\n"
+                "X-CREATOR-UID:9\nX-MICROSOFT-SKYPETEAMSMEETINGURL:https://x.example\n" +
+                    next + "20240312T090000\nX-COST:5 EUR\nX-MOZ-SNOOZE-TIME:1\nX-TENT:big\n" +
+                    next + "20240319T090000\nX-COST:6 EUR\nX-COST:5 EUR\n",
+                2,
+                {"X-COST of the occurrence of 2024-03-12", "X-TENT of the occurrence of 2024-03-12",
+                 "X-COST 5 EUR"}},
            Case{"RRULE:FREQ=WEEKLY;BYDAY=WE\nEXDATE:20240313T090000\n",
                 1,
                 {"the first occurrence, on a day that the rule does not name: 2024-03-05"},
@@ -356,7 +383,7 @@ TEST_F(Calendar, OfTwoVersionsTheLaterCountsAndUtf16IsRead) {
                 ElementsAre("a.ics: Old (2024-03-05)" + why, "a.ics: Oldest (2024-03-05)" + why));
     EXPECT_TRUE(plan.IsWhole());
     const CalendarItem item =
-        ReadCalendarItem(plan.entries.at(0).source->Read(plan.entries[0].item));
+        ReadCalendarItem(plan.entries[0].source->Read(plan.entries[0].item));
     EXPECT_EQ(item.subject, "N\u00EBw");
     EXPECT_THAT(item.left, ElementsAre("an end before the start: 2024-03-04T09:00:00"));
   }

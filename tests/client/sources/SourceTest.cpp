@@ -49,7 +49,8 @@ TEST(EmlSource, WhatIsNoMailFileIsNamedAndTheRestGoesOn) {
   ASSERT_EQ(symlink(".", folder.File("loop").c_str()), 0);
   ASSERT_EQ(mkfifo(folder.File("pipe.eml").c_str(), 0600), 0);
   const Plan plan = MakePlan({folder.Path()});
-  EXPECT_THAT(Items(plan), ElementsAre("Archive\\|archive:0", "Inbox\\|link.eml", "Inbox\\|mail.eml"));
+  EXPECT_THAT(Items(plan),
+              ElementsAre("Archive\\|archive:0", "Inbox\\|link.eml", "Inbox\\|mail.eml"));
   const std::string odd = ": neither a file nor a folder, or a dead link";
   EXPECT_THAT(Problems(plan, folder.Path()),
               UnorderedElementsAre("dead.eml" + odd, "loop: a link to a folder", "pipe.eml" + odd,

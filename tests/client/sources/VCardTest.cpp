@@ -106,14 +106,15 @@ TEST(VCard, APhotoIsFoundHoweverItIsFolded) {
 }
 
 TEST(VCard, WhatThereIsNoPlaceForIsTold) {
-  EXPECT_THAT(
-      Dump("FN:A\nTEL;CELL:1\nTEL;CELL:2\nTEL;CELL:3\nTEL;CELL:4\nTEL;CELL:5\n"
-           "EMAIL:1@x\nEMAIL:2@x\nEMAIL:3@x\nEMAIL:4@x\nADR;HOME:;;a;;;;\n"
-           "ADR;HOME:;;b;;;;\nADR;HOME:;;c;;;;\nURL:p\nURL:q\nURL:r\nBDAY:soon\n"),
-      ElementsAre("displayName=A", "personalHomePage=p", "businessHomePage=q", "email=1@x",
-                  "email=2@x", "email=3@x", "MobilePhone=1", "CarPhone=2", "OtherTelephone=3",
-                  "PrimaryPhone=4", "Home=a||||", "Other=b||||", "-the number 5",
-                  "-the address 4@x", "-the address c", "-the page r", "-BDAY soon"));
+  EXPECT_THAT(Dump("FN:A\nTEL;CELL:1\nTEL;CELL:2\nTEL;CELL:3\nTEL;CELL:4\nTEL;CELL:5\n"
+                   "EMAIL:1@x\nEMAIL:2@x\nEMAIL:3@x\nEMAIL:4@x\nADR;HOME:;;a;;;;\n"
+                   "ADR;HOME:;;b;;;;\nADR;HOME:;;c;;;;\nURL:p\nURL:q\nURL:r\nBDAY:soon\n"
+                   "ANNIVERSARY:0001-06-07\nAGENT:\nBEGIN:VCARD\nFN:A. Gent\nEND:VCARD\n"),
+              ElementsAre("displayName=A", "personalHomePage=p", "businessHomePage=q", "email=1@x",
+                          "email=2@x", "email=3@x", "MobilePhone=1", "CarPhone=2",
+                          "OtherTelephone=3", "PrimaryPhone=4", "Home=a||||", "Other=b||||",
+                          "-the number 5", "-the address 4@x", "-the address c", "-the page r",
+                          "-BDAY soon", "-ANNIVERSARY 0001-06-07", "-AGENT (a card of its own)"));
 }
 
 TEST(VcfFile, CardsAndGroupsAreItemsAndADamagedOneCostsItself) {

@@ -2,6 +2,7 @@
 
 #include "platform/Sqlite.h"
 #include "tests/mailboxd/LocalMailbox.h"
+#include "tests/support/MemoryRise.h"
 
 using namespace mailbox_test;
 
@@ -154,6 +155,23 @@ TEST_F(ItemSearch, NoPageHasMoreThanAThousandRowsAndTheNextGoesOn) {
   const std::string last = Ask(FindItem(kInbox, kDefault, Page(1000, 5000)));
   EXPECT_EQ(Subjects(last), "s1000 ");
   EXPECT_TRUE(Holds(last, {"IncludesLastItemInRange=\"true\""}));
+}
+
+// However large the items of a page are, their bodies and mails are not read for a list.
+TEST_F(ItemSearch, APageOfLargeItemsTakesLittleMemory) {
+  constexpr int kItems = 60;  // of 2 MB
+  Fill(kItems);
+  platform::SqliteDatabase(m_path).Execute(
+      "UPDATE items SET body=hex(zeroblob(1000000)),"
+      "details=json_object('bodyType','Text','fields',json_array(json_array('Kept',"
+      "hex(zeroblob(100000)))))");
+  const std::string orders = Tag("m:SortOrder", Order("Ascending", Field("item:Subject")));
+  for (const std::string& how : {FindItem(kInbox, kIdOnly), FindItem(kInbox, kDefault),
+                                 FindItem(kInbox, kDefault, orders)}) {
+    size_t count = 0;
+    EXPECT_LT(test_support::MemoryRise([&] { count = CountOf(Answer(how), "<t:ItemId"); }), 10);
+    EXPECT_EQ(count, static_cast<size_t>(kItems));
+  }
 }
 
 TEST_F(ItemSearch, OneAmongManyIsFoundWithoutAWalk) {

@@ -109,13 +109,14 @@ TEST(StoreLayout, AnOlderLayoutIsBroughtUpToDateByItsServer) {
         "\"String\",[\"v\"]],"
         "[\"set:00062004-0000-0000-c000-000000000046:id:1\",\"String\",[\"w\"]]]}"
         "'),(6,8,'CalendarItem','IPM.Appointment','',1,0,'','','',0,1,"
-        "'{\"fields\":[[\"Recurrence\",\"<t:Recurrence/>\"]]}')");
+        "'{\"body\":\"<p>\\u00e9 it''s</p>\",\"fields\":[[\"Recurrence\",\"<t:Recurrence/>\"]]}')");
   }
   EXPECT_THROW(mailbox::Store(path, mailbox::Store::Mode::kReadOnly), std::runtime_error);
   mailbox::Store store(path);
   EXPECT_EQ(Paged(store, 7, 10), (std::vector<std::int64_t>{3, 5}));
   EXPECT_EQ(Paged(store, 8, 10), std::vector<std::int64_t>{6});
   EXPECT_EQ(store.SeriesBefore(8, "2024", 10).size(), 1u);
+  EXPECT_EQ(store.Item(6)->body, "<p>\u00e9 it's</p>");
   EXPECT_TRUE(store.SeriesBefore(7, "2024", 10).empty());
   EXPECT_EQ(store.Item(3)->mailHasFiles, false);  // an item without a mail
   EXPECT_EQ(store.ItemsWithText(7, mailbox::kMessageIdKey, "<a@b>").size(), 1u);

@@ -1,0 +1,26 @@
+#include "client/run/VersionsById.h"
+
+#include <utility>
+
+#include "client/run/MailKey.h"
+
+namespace client {
+
+void VersionsById::Add(std::string key) {
+  const std::string id(IdInKey(key));
+  if (!id.empty() && !HashInKey(key).empty()) m_keys.emplace(id, std::move(key));
+}
+
+std::optional<std::string> VersionsById::Take(std::string_view id, const OwnKeys& own) {
+  if (id.empty()) return std::nullopt;
+  const auto [begin, end] = m_keys.equal_range(std::string(id));
+  for (auto it = begin; it != end; ++it) {
+    if (own.contains(TargetIndex::DigestOf(it->second))) continue;
+    std::string key = std::move(it->second);
+    m_keys.erase(it);
+    return key;
+  }
+  return std::nullopt;
+}
+
+}  // namespace client
