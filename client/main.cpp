@@ -10,6 +10,7 @@
 #include "client/commands/CommandFiles.h"
 #include "client/commands/Commands.h"
 #include "client/show/OutputText.h"
+#include "localstore/LocalProvider.h"
 #include "platform/MemoryPages.h"
 
 namespace {
@@ -69,6 +70,7 @@ int main(int argc, char** argv) {
   umask(077);
   platform::KeepFreedMemory();
   mail::installLibraryNarrow();
+  const localstore::Provider stores;
   const client::Arguments arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
   try {
     const int exitCode = Run(arguments);

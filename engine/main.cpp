@@ -10,7 +10,6 @@
 #include "engine/CCTarnyOutlookEngneApp.h"
 #include "localstore/LocalProvider.h"
 #include "platform/MemoryPages.h"
-#include "platform/Paths.h"
 
 int main(int argc, char** argv) {
   umask(077);  // ledger, logs and work files are the user's alone
@@ -18,7 +17,7 @@ int main(int argc, char** argv) {
   (void)std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow fails like one on a full disk
   platform::KeepFreedMemory();
   mail::installLibraryNarrow();
-  const localstore::Provider objStores(GetCurrLogPath() + u"Profiles\\");
+  const localstore::Provider objStores;
   CCTarnyOutlookEngneApp theApp;
   try {
     return theApp.InitInstance(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));

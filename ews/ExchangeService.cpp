@@ -210,14 +210,7 @@ FindFoldersResults ExchangeService::Find(const FolderId& objParent, const Search
     objWriter.Element(kTypes, "BaseShape", std::string_view("AllProperties"));
     objWriter.End();
     objWriter.Page("IndexedPageFolderView", objView.PageSize(), objView.Offset());
-    if (pFilter) {
-      objWriter.Start(kMessages, "Restriction");
-      pFilter->WriteTo(objWriter);
-      objWriter.End();
-    }
-    objWriter.Start(kMessages, "ParentFolderIds");
-    objParent.WriteTo(objWriter);
-    objWriter.End();
+    WriteSearch(objWriter, pFilter, objParent);
     objWriter.End();
   });
   std::vector<Folder> arrFolders;

@@ -56,14 +56,7 @@ FindItemsResults ExchangeService::FindItems(const FolderId& objParent, const Sea
     objWriter.Attribute("Traversal", std::string_view("Shallow"));
     WriteShape(objWriter);
     objWriter.Page("IndexedPageItemView", objView.PageSize(), objView.Offset());
-    if (pFilter) {
-      objWriter.Start(kMessages, "Restriction");
-      pFilter->WriteTo(objWriter);
-      objWriter.End();
-    }
-    objWriter.Start(kMessages, "ParentFolderIds");
-    objParent.WriteTo(objWriter);
-    objWriter.End();
+    WriteSearch(objWriter, pFilter, objParent);
     objWriter.End();
   });
   FindItemsResults objResults;

@@ -1,5 +1,6 @@
 #include "ews/SearchFilter.h"
 
+#include "ews/FolderId.h"
 #include "ews/SoapWriter.h"
 
 namespace ews {
@@ -54,6 +55,17 @@ void IsEqualTo::WriteTo(SoapWriter& objWriter) const {
 void SearchFilterCollection::WriteTo(SoapWriter& objWriter) const {
   objWriter.Start(SoapWriter::kTypes, m_eOperator == LogicalOperator::Or ? "Or" : "And");
   for (const auto& pFilter : m_arrFilters) pFilter->WriteTo(objWriter);
+  objWriter.End();
+}
+
+void WriteSearch(SoapWriter& objWriter, const SearchFilter* pFilter, const FolderId& objParent) {
+  if (pFilter) {
+    objWriter.Start(SoapWriter::kMessages, "Restriction");
+    pFilter->WriteTo(objWriter);
+    objWriter.End();
+  }
+  objWriter.Start(SoapWriter::kMessages, "ParentFolderIds");
+  objParent.WriteTo(objWriter);
   objWriter.End();
 }
 

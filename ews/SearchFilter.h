@@ -9,6 +9,7 @@
 
 namespace ews {
 
+class FolderId;
 class SoapWriter;
 
 enum class FolderSchema { DisplayName };
@@ -58,5 +59,9 @@ class SearchFilterCollection : public SearchFilter {
   LogicalOperator m_eOperator;
   std::vector<std::unique_ptr<SearchFilter>> m_arrFilters;
 };
+
+// What a request that finds things says of where, and of which: the restriction, where there is a
+// filter, and the folder.
+void WriteSearch(SoapWriter& objWriter, const SearchFilter* pFilter, const FolderId& objParent);
 
 }  // namespace ews

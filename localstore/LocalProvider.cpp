@@ -1,76 +1,20 @@
 #include "localstore/LocalProvider.h"
 
 #include <algorithm>
-#include <optional>
 #include <stdexcept>
 #include <utility>
 
-#include "localstore/LocalFolders.h"
+#include "localstore/LocalPstStore.h"
+#include "localstore/LocalStoreFiles.h"
 #include "localstore/OpenStore.h"
 #include "localstore/ProfileFile.h"
-#include "mailboxd/store/StoreSchema.h"
 #include "platform/Paths.h"
-#include "platform/Sqlite.h"
+#include "target/RdoStore.h"
 
 namespace localstore {
 namespace {
 
 constexpr const char* kDefaultProfile = "Default";
-
-// The profile of a session: which stores it has, read anew for each change, for another process may
-// have made one.
-class Profile {
- public:
-  explicit Profile(std::string folder)
-      : m_folder(std::move(folder)), m_stores(ReadProfile(m_folder)) {}
-
-  const std::vector<StoreEntry>& Stores() const { return m_stores; }
-  void Add(const StoreEntry& entry) { Keep(entry, /*isNew=*/true); }
-  // Nothing for a store that is not among them any more.
-  void Rename(const StoreEntry& entry) { Keep(entry, /*isNew=*/false); }
-
- private:
-  void Keep(const StoreEntry& entry, bool isNew) {
-    m_stores = ReadProfile(m_folder);
-    const auto found = std::ranges::find(m_stores, entry.path, &StoreEntry::path);
-    if (found == m_stores.end() ? !isNew : found->name == entry.name) return;
-    if (found == m_stores.end()) {
-      m_stores.push_back(entry);
-    } else {
-      found->name = entry.name;
-    }
-    WriteProfile(m_folder, m_stores);
-  }
-
-  std::string m_folder;
-  std::vector<StoreEntry> m_stores;
-};
-
-// Of no profile where it is only looked into. Its file is opened when the first folder of it is
-// asked for.
-class LocalPstStore : public rdo::PstStore {
- public:
-  LocalPstStore(std::shared_ptr<Profile> profile, StoreEntry entry,
-                std::shared_ptr<OpenStore> store = nullptr)
-      : m_profile(std::move(profile)), m_entry(std::move(entry)), m_store(std::move(store)) {}
-
-  CString Name() override { return CString::FromUtf8(m_entry.name); }
-  void SetName(const CString& name) override { m_entry.name = name.ToUtf8(); }
-  CString PstPath() override { return CString::FromUtf8(m_entry.path); }
-  std::shared_ptr<rdo::Folder> RootFolder() override {
-    if (!m_store) m_store = std::make_shared<OpenStore>(PstPath(), OpenStore::Mode::kExisting);
-    m_store->RequireThere();
-    return FolderOf(m_store, m_store->Root());
-  }
-  void Save() override {
-    if (m_profile) m_profile->Rename(m_entry);
-  }
-
- private:
-  std::shared_ptr<Profile> m_profile;
-  StoreEntry m_entry;
-  std::shared_ptr<OpenStore> m_store;
-};
 
 class LocalStores : public rdo::Stores {
  public:
@@ -136,39 +80,11 @@ class LocalSession : public rdo::Session {
   std::shared_ptr<Profile> m_profile;
 };
 
-// To be read alone. Throws what opening throws.
-platform::SqliteDatabase Unchanged(const std::string& path) {
-  platform::SqliteDatabase file(OpenStore::Usable(path, OpenStore::Mode::kExisting),
-                                platform::SqliteDatabase::Open::kReadWrite);
-  file.Execute("PRAGMA query_only=ON");
-  return file;
-}
-
 }  // namespace
 
-Provider::Provider(const CString& profilesFolder)
-    : rdo::Provider(rdo::kSession,
-                    [profilesFolder] { return std::make_shared<LocalSession>(profilesFolder); }) {}
-
-std::string StoreProblem(const std::string& path) try {
-  platform::SqliteDatabase file = Unchanged(path);
-  mailbox::RequireNotOthers(file, path);
-  return {};
-} catch (const platform::SqliteError& error) {
-  return "the store " + path + " cannot be used: " + error.what();
-} catch (const std::exception& error) {
-  return error.what();
-}
-
-std::optional<std::string> StoreIdentity(const std::string& path) try {
-  platform::SqliteDatabase file = Unchanged(path);
-  return mailbox::IdentityIn(file);
-} catch (const std::exception&) {
-  return std::nullopt;
-}
-
-std::shared_ptr<rdo::PstStore> StoreAt(const CString& path) {
-  return std::make_shared<LocalPstStore>(nullptr, StoreEntry{{}, path.ToUtf8()});
-}
+Provider::Provider()
+    : m_sessions(rdo::kSession,
+                 [] { return std::make_shared<LocalSession>(GetCurrLogPath() + u"Profiles\\"); }),
+      m_files(rdo::kStoreFiles, [] { return std::make_shared<LocalStoreFiles>(); }) {}
 
 }  // namespace localstore

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <stdexcept>
 
 #include "platform/Paths.h"
 
@@ -16,7 +15,7 @@ constexpr std::string_view kMailbox = "store";  // the one that a store file has
 mailbox::Store Open(const std::string& path, mailbox::Store::Mode mode) try {
   return mailbox::Store(path, mode);
 } catch (const std::exception& error) {
-  throw std::runtime_error("the store " + path + " cannot be used: " + error.what());
+  throw rdo::StoreFailed("the store " + path + " cannot be used: " + error.what());
 }
 
 }  // namespace
@@ -25,10 +24,10 @@ std::string OpenStore::Usable(const std::string& path, Mode mode) {
   struct stat found {};
   const bool isThere = stat(path.c_str(), &found) == 0;
   if (!isThere && errno != ENOENT) {
-    throw std::runtime_error("the store " + path + " cannot be used: " + std::strerror(errno));
+    throw rdo::StoreFailed("the store " + path + " cannot be used: " + std::strerror(errno));
   }
-  if (!isThere && mode == Mode::kExisting) throw std::runtime_error("there is no store " + path);
-  if (isThere && !S_ISREG(found.st_mode)) throw std::runtime_error(path + " is no file");
+  if (!isThere && mode == Mode::kExisting) throw rdo::StoreGone("there is no store " + path);
+  if (isThere && !S_ISREG(found.st_mode)) throw rdo::StoreFailed(path + " is no file");
   return path;
 }
 
@@ -50,7 +49,7 @@ mailbox::FolderInfo OpenStore::Root() {
     const auto root = store.FindWellKnown(store.Mailbox(kMailbox), "msgfolderroot");
     return root ? store.Folder(*root) : std::nullopt;
   });
-  if (!folder) throw std::runtime_error("the store " + m_path + " has no folders");
+  if (!folder) throw rdo::StoreFailed("the store " + m_path + " has no folders");
   return *folder;
 }
 
@@ -58,7 +57,7 @@ void OpenStore::RequireThere() const {
   const std::optional<File> now = Look(m_path);
   const bool isAnother = now && m_file && *now != *m_file;
   if (!isAnother && now != File{}) return;
-  throw std::runtime_error("the store " + m_path + " is not there any more");
+  throw rdo::StoreGone(m_path + " is not there any more");
 }
 
 }  // namespace localstore

@@ -3,12 +3,12 @@
 #include <sys/types.h>
 
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 #include "mailboxd/store/Store.h"
 #include "platform/CString.h"
 #include "platform/Sqlite.h"
+#include "target/RdoStore.h"
 
 namespace localstore {
 
@@ -16,24 +16,23 @@ namespace localstore {
 class OpenStore {
  public:
   enum class Mode { kExisting, kMayCreate };
-  // Throws std::runtime_error with the file's name for what cannot be used as a store.
+  // Throws rdo::StoreFailed for what cannot be used as a store.
   OpenStore(const CString& path, Mode mode);
   // The path of this system, where a store may be there; throws the same else.
   static std::string Usable(const std::string& path, Mode mode);
 
-  // What `step` makes of the store. A failure of its file is thrown as std::runtime_error with the
-  // file's name.
+  // What `step` makes of the store. A failure of its file is thrown as rdo::StoreFailed.
   template <typename Step>
   auto Do(Step step) {
     try {
       return step(m_store);
     } catch (const platform::SqliteError& error) {
-      throw std::runtime_error("the store " + m_path + " fails: " + error.what());
+      throw rdo::StoreFailed(m_path + " fails: " + error.what());
     }
   }
   mailbox::FolderInfo Root();
   // To be called behind each change: what was written to a file that is gone or another one by now
-  // is lost. Throws std::runtime_error then.
+  // is lost. Throws rdo::StoreGone then.
   void RequireThere() const;
 
  private:

@@ -25,10 +25,12 @@ IRDODistListItem CTarnyOutlookHandler::FindList(const IRDOItems& objItems, int n
 
 void CTarnyOutlookHandler::SaveDLGroup(IRDOItems* iRdoItems, CString strAddressGroupName,
                                        CString strChildGroupName) {
+  // One that did not get its name is let go: nobody would find it again.
   const auto AddNamed = [&](IRDODistListItem& objList, const CString& strName) {
-    objList = iRdoItems->Add<IRDODistListItem>(rdo::kDistListClass);
-    objList.SetSubject(strName);
-    objList.SetDLName(strName);
+    const auto objNew = iRdoItems->Add<IRDODistListItem>(rdo::kDistListClass);
+    objNew.SetSubject(strName);
+    objNew.SetDLName(strName);
+    objList = objNew;
   };
   int nCount = 0;
   if (!Succeeds([&] { nCount = iRdoItems->GetCount(); })) return;  // else both could come twice

@@ -30,10 +30,12 @@ constexpr std::int32_t kFlagged = 2;
 struct Reply {
   std::optional<std::int32_t> nVerb = {};
   std::optional<std::int32_t> nIcon = {};
+  std::optional<std::int32_t> nEarlier = {};  // the verb before, of which the mailbox has no note
   bool operator==(const Reply&) const = default;
 };
 constexpr Reply kReplied{102, 0x105};
 constexpr Reply kForwarded{104, 0x106};
+constexpr Reply kBoth{104, 0x106, 102};
 
 struct FlagName {
   std::string_view strName;
@@ -104,12 +106,17 @@ void Note(std::vector<CString>& arrNotes, const char16_t* pszText) {
 
 ExtendedPropertyDefinition IntegerOf(int nTag) { return {nTag, MapiPropertyType::Integer}; }
 
+// A property of our own, number 1 of a set of our own.
+ExtendedPropertyDefinition EarlierVerb() {
+  return {u"7d1f6b0c-52ae-4c8d-9a41-5e0b6c2f8a17", 1, MapiPropertyType::Integer};
+}
+
 void SetInteger(ews::Item& objItem, int nTag, std::int32_t nValue) {
   objItem.SetExtendedProperty(IntegerOf(nTag), nValue);
 }
 
 Reply ReplyOf(const ItemProps& objProps) {
-  if (objProps.bForwarded) return kForwarded;
+  if (objProps.bForwarded) return objProps.bAnswered ? kBoth : kForwarded;
   return objProps.bAnswered ? kReplied : Reply{};
 }
 
@@ -160,6 +167,7 @@ void ApplyItemProps(const ItemProps& objProps, ews::Item& objItem) {
   if (const Reply objReply = ReplyOf(objProps); objReply.nVerb) {
     SetInteger(objItem, kLastVerb, *objReply.nVerb);
     SetInteger(objItem, kIconIndex, *objReply.nIcon);
+    if (objReply.nEarlier) objItem.SetExtendedProperty(EarlierVerb(), *objReply.nEarlier);
   }
   if (objProps.bFlagged) SetInteger(objItem, kFlagStatus, kFlagged);
   if (objProps.bDraft) SetInteger(objItem, kMessageFlags, kReadAndUnsent);
@@ -170,9 +178,13 @@ void ApplyItemProps(const ItemProps& objProps, ews::Item& objItem) {
 ews::MailChanges ChangesOfState(const ItemProps& objBefore, const ItemProps& objNow) {
   ews::MailChanges objChanges;
   const Reply objReply = ReplyOf(objNow);
-  if (ReplyOf(objBefore) != objReply) {
+  const Reply objReplyBefore = ReplyOf(objBefore);
+  if (objReplyBefore != objReply) {
     objChanges.arrProperties.push_back({IntegerOf(kLastVerb), objReply.nVerb});
     objChanges.arrProperties.push_back({IntegerOf(kIconIndex), objReply.nIcon});
+  }
+  if (objReplyBefore.nEarlier != objReply.nEarlier) {
+    objChanges.arrProperties.push_back({EarlierVerb(), objReply.nEarlier});
   }
   if (objBefore.bFlagged != objNow.bFlagged) {
     const std::optional<std::int32_t> nStatus =

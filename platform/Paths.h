@@ -51,7 +51,8 @@ ExactPath ExactPathOf(std::u16string_view strPath);
 std::u16string_view FileNameOf(std::u16string_view strPath);
 
 // The folder of the running program in Windows form, with a trailing backslash; at its first call
-// that folder becomes a root. Tests set another one (a path of this system).
+// that folder becomes a root. Who works for a program elsewhere sets its folder (a path of this
+// system).
 CString ProgramFolder();
 void SetProgramFolder(std::string strPath);
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,18 @@
 // whatever the store throws; callers guard their calls one by one. Objects are handed out alone, or
 // as null where there is none. Lists count from 1. Paths are in Windows form.
 namespace rdo {
+
+// Thrown by a store that fails as a whole, where another item would meet the same: full, held,
+// damaged. what() names its file.
+class StoreFailed : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+// The store that was opened is not there any more, and what was written last may be lost.
+class StoreGone : public StoreFailed {
+ public:
+  using StoreFailed::StoreFailed;
+};
 
 // What a name in the registry (target/RdoProviders.h) stands for.
 struct Object {

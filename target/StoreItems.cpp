@@ -72,7 +72,7 @@ std::vector<ews::RefusedOccurrence> FillAndSave(const IRDOMail& objMail, ews::It
 
 // strWords: the store's own about its folders, since one was asked for last.
 std::string WhyNoFolder(const CString& strWords) {
-  const std::string strText = "The folder could not be made in the store.";
+  const std::string strText(kNoStoreFolder);
   if (!ews::Settings().bSafe || strWords.IsEmpty()) return strText;
   return strText + " " + strWords.ToUtf8();
 }
@@ -125,9 +125,9 @@ std::vector<ews::RefusedOccurrence> CTarnyOutlookHandler::SaveToStore(ews::Item&
   } catch (const ews::ServiceException&) {
     throw;  // a value that cannot be: whoever sees the text knows what to do
   } catch (const std::exception& objError) {
-    throw StoreError(objError.what());
+    throw StoreError(WordsOf(objError));
   } catch (...) {
-    throw StoreError("The store failed.");
+    throw StoreError(std::string(kStoreFailed) + " no reason was given");
   }
 }
 

@@ -22,6 +22,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "bench/BareCurl.h"
 #include "mailboxd/Server.h"
 #include "platform/ChildProcess.h"
 #include "platform/Sqlite.h"
@@ -124,11 +125,6 @@ Run Adopt(mailbox::Server& server, const std::string& folder) {
   return run;
 }
 
-size_t Append(char* data, size_t size, size_t count, void* text) {
-  static_cast<std::string*>(text)->append(data, size * count);
-  return size * count;
-}
-
 std::string FindPage(int offset) {
   return fmt::format(
       "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\" "
@@ -148,30 +144,12 @@ std::string FindPage(int offset) {
 
 // Seconds for all pages with libcurl alone; each must hold its items.
 double ReadWithCurl(const mailbox::Server& server, int items) {
-  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
-                                                                 curl_easy_cleanup);
-  const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(
-      curl_slist_append(nullptr, "Content-Type: text/xml; charset=utf-8"), curl_slist_free_all);
+  bench::BareCurl curl(kUser);
   const std::string url = server.EwsUrl();
-  std::string answer;
-  curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
-  curl_easy_setopt(curl.get(), CURLOPT_USERNAME, kUser);
-  curl_easy_setopt(curl.get(), CURLOPT_PASSWORD, "local");
-  curl_easy_setopt(curl.get(), CURLOPT_HTTPAUTH, CURLAUTH_BASIC);
-  curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, Append);
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &answer);
   const auto start = Clock::now();
   for (int offset = 0; offset < items; offset += kPage) {
-    const std::string body = FindPage(offset);
-    answer.clear();
-    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body.c_str());
-    const CURLcode code = curl_easy_perform(curl.get());
-    if (code != CURLE_OK) throw std::runtime_error(curl_easy_strerror(code));
     const int last = std::min(offset + kPage, items) - 1;
-    if (answer.find(fmt::format("&lt;{}@example.com&gt;", last)) == std::string::npos) {
-      throw std::runtime_error("libcurl reads no such page: " + answer.substr(0, 1000));
-    }
+    curl.Ask(url, FindPage(offset), fmt::format("&lt;{}@example.com&gt;", last));
   }
   return SecondsSince(start);
 }

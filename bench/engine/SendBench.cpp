@@ -20,6 +20,7 @@
 #include <curl/curl.h>
 #include <fmt/format.h>
 
+#include "bench/BareCurl.h"
 #include "bench/engine/BenchEngine.h"
 #include "charset/LibraryNarrow.h"
 #include "client/run/EngineLogs.h"
@@ -114,11 +115,6 @@ std::string CreateItemBody(const std::string& mail) {
   return transport.body;
 }
 
-size_t Append(char* data, size_t size, size_t count, void* text) {
-  static_cast<std::string*>(text)->append(data, size * count);
-  return size * count;
-}
-
 struct Times {  // seconds, of all mails
   double all = 0;
   double commands = 0;   // from the command, or request, to its result
@@ -127,33 +123,11 @@ struct Times {  // seconds, of all mails
 
 // Every answer must be a success.
 Times SendWithCurl(const mailbox::Server& mailbox, const std::vector<std::string>& bodies) {
-  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
-                                                                 curl_easy_cleanup);
-  const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(
-      curl_slist_append(curl_slist_append(nullptr, "Content-Type: text/xml; charset=utf-8"),
-                        "Expect:"),
-      curl_slist_free_all);
+  bench::BareCurl curl(kUser, mailbox.CertificateFile());
   const std::string url = mailbox.EwsUrl();
-  const std::string ca = mailbox.CertificateFile();
-  std::string answer;
-  curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
-  curl_easy_setopt(curl.get(), CURLOPT_CAINFO, ca.c_str());
-  curl_easy_setopt(curl.get(), CURLOPT_USERNAME, kUser);
-  curl_easy_setopt(curl.get(), CURLOPT_PASSWORD, "local");
-  curl_easy_setopt(curl.get(), CURLOPT_HTTPAUTH, CURLAUTH_BASIC);
-  curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, Append);
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &answer);
   const double processor = ProcessorTime(CLOCK_THREAD_CPUTIME_ID);
   const auto start = Clock::now();
-  for (const std::string& body : bodies) {
-    answer.clear();
-    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body.data());
-    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-    const CURLcode code = curl_easy_perform(curl.get());
-    if (code != CURLE_OK) throw std::runtime_error(curl_easy_strerror(code));
-    if (answer.find("NoError") == std::string::npos) throw std::runtime_error(answer);
-  }
+  for (const std::string& body : bodies) curl.Ask(url, body, "NoError");
   const double all = std::chrono::duration<double>(Clock::now() - start).count();
   return {all, all, ProcessorTime(CLOCK_THREAD_CPUTIME_ID) - processor};
 }
@@ -214,8 +188,8 @@ void Run(BenchEngine& bench, const Case& size) {
 }
 
 void RunAll(const std::string& folder) {
-  fmt::print("{:>5} {:>4} {:>7} {:>9} {:>5} {:>9} {:>9} {:>6} {:>10} {:>10} {:>6} {:>9} {:>9}\n", "",
-             "", "latency", "mail", "items", "engine/s", "libcurl/s", "ratio", "engine CPU",
+  fmt::print("{:>5} {:>4} {:>7} {:>9} {:>5} {:>9} {:>9} {:>6} {:>10} {:>10} {:>6} {:>9} {:>9}\n",
+             "", "", "latency", "mail", "items", "engine/s", "libcurl/s", "ratio", "engine CPU",
              "curl CPU", "ratio", "files ms", "beyond ms");
   std::optional<BenchEngine> bench;
   const Case* last = nullptr;

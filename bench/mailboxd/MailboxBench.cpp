@@ -19,6 +19,7 @@
 #include <curl/curl.h>
 #include <fmt/format.h>
 
+#include "bench/BareCurl.h"
 #include "charset/LibraryNarrow.h"
 #include "mailboxd/Server.h"
 #include "platform/Base64.h"
@@ -78,48 +79,6 @@ std::string FindItem(int offset) {
       offset));
 }
 
-size_t Append(char* data, size_t size, size_t count, void* text) {
-  static_cast<std::string*>(text)->append(data, size * count);
-  return size * count;
-}
-
-// One kept connection.
-class Client {
- public:
-  Client() {
-    curl_easy_setopt(m_curl.get(), CURLOPT_USERNAME, kUser);
-    curl_easy_setopt(m_curl.get(), CURLOPT_PASSWORD, "x");
-    curl_easy_setopt(m_curl.get(), CURLOPT_HTTPAUTH, CURLAUTH_BASIC);
-    curl_easy_setopt(m_curl.get(), CURLOPT_HTTPHEADER, m_headers.get());
-    curl_easy_setopt(m_curl.get(), CURLOPT_WRITEFUNCTION, Append);
-    curl_easy_setopt(m_curl.get(), CURLOPT_WRITEDATA, &m_answer);
-    curl_easy_setopt(m_curl.get(), CURLOPT_NOPROXY, "*");
-  }
-  // GET for an empty body. Throws for an answer without `expected` in it.
-  void Ask(const std::string& url, const std::string& body, const std::string& expected) {
-    m_answer.clear();
-    curl_easy_setopt(m_curl.get(), CURLOPT_URL, url.c_str());
-    curl_easy_setopt(m_curl.get(), CURLOPT_HTTPGET, 1L);
-    if (!body.empty()) {
-      curl_easy_setopt(m_curl.get(), CURLOPT_POSTFIELDSIZE_LARGE,
-                       static_cast<curl_off_t>(body.size()));
-      curl_easy_setopt(m_curl.get(), CURLOPT_POSTFIELDS, body.data());
-    }
-    const CURLcode code = curl_easy_perform(m_curl.get());
-    if (code != CURLE_OK) throw std::runtime_error(curl_easy_strerror(code));
-    if (m_answer.find(expected) == std::string::npos)
-      throw std::runtime_error("not answered as it should be: " + m_answer.substr(0, 300));
-  }
-
- private:
-  std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> m_curl{curl_easy_init(), curl_easy_cleanup};
-  std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> m_headers{
-      curl_slist_append(curl_slist_append(nullptr, "Content-Type: text/xml; charset=utf-8"),
-                        "Expect:"),
-      curl_slist_free_all};
-  std::string m_answer;
-};
-
 // A server of its own, with its inbox.
 class Mailbox {
  public:
@@ -146,7 +105,7 @@ double SaveInMailbox(const std::string& folder, const std::vector<std::string>& 
   const std::string url = mailbox.Server().EwsUrl();
   std::vector<std::string> bodies;
   for (const std::string& mail : mails) bodies.push_back(CreateItem(mail));
-  Client client;
+  bench::BareCurl client(kUser);
   const auto start = Clock::now();
   for (const std::string& body : bodies) client.Ask(url, body, "NoError");
   const double seconds = Seconds(start);
@@ -198,7 +157,8 @@ void RunSaving(const std::string& folder) {
 void Fill(const std::string& folder, int count) {
   {
     Mailbox mailbox(folder);
-    Client().Ask(mailbox.Server().EwsUrl(), CreateItem(MakeMail(2'000, 0)), "NoError");
+    bench::BareCurl(kUser).Ask(mailbox.Server().EwsUrl(), CreateItem(MakeMail(2'000, 0)),
+                               "NoError");
   }
   platform::SqliteDatabase database(folder + "/mailbox.db");
   database.Execute(fmt::format(
@@ -215,7 +175,7 @@ void Fill(const std::string& folder, int count) {
       count));
 }
 
-double Median(Client& client, const std::string& url, const std::string& body,
+double Median(bench::BareCurl& client, const std::string& url, const std::string& body,
               const std::string& expected) {
   std::vector<double> times;
   for (int i = 0; i < kTries; ++i) {
@@ -235,7 +195,7 @@ struct PageTimes {  // milliseconds
 std::vector<PageTimes> TimePages(const std::string& folder, int count) {
   Fill(folder, count);
   Mailbox mailbox(folder);
-  Client client;
+  bench::BareCurl client(kUser);
   const std::string ews = mailbox.Server().EwsUrl();
   const std::string list = fmt::format("{}/folder/{}", mailbox.Server().Url(), mailbox.Inbox());
   const int last = count - kFew;

@@ -83,27 +83,52 @@ ExportedFile FileOf(mailbox::Store& store, const mailbox::ItemInfo& item, Export
   return {".eml", std::move(mime)};
 }
 
-void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
-                   Exported& count) {
+// How the folders of a mailbox become folders on disk.
+struct TreeForm {
+  UniqueNames::Case letters;
+  // Its name in the folder that holds it; nothing for one that stands for that itself.
+  std::optional<std::string> (*levelOf)(const mailbox::FolderInfo& folder);
+};
+
+// Hands over each folder, its place, and the names that are taken there; parents come first.
+template <typename Write>
+void EachPlace(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
+               const TreeForm& form, Write write) {
   std::map<std::int64_t, std::filesystem::path> places;
   std::map<std::filesystem::path, UniqueNames> names;
+  const auto namesIn = [&](const std::filesystem::path& place) -> UniqueNames& {
+    return names.try_emplace(place, form.letters).first->second;
+  };
   for (const mailbox::FolderInfo& folder : store.Folders(id)) {
-    // A root stands for the mailbox itself.
     const auto parent = places.find(folder.parent);
-    const std::filesystem::path base = parent == places.end() ? out : parent->second;
-    const std::filesystem::path place =
-        folder.parent == 0 ? base : base / names[base].Take(FileName(folder.name));
+    std::filesystem::path place = parent == places.end() ? out : parent->second;
+    if (const auto level = form.levelOf(folder)) place /= namesIn(place).Take(*level);
     places[folder.id] = place;
-    if (folder.total == 0) continue;
+    write(folder, place, namesIn(place));
+  }
+}
+
+// A root stands for the mailbox itself.
+constexpr TreeForm kFileTree = {UniqueNames::Case::kAlike, [](const mailbox::FolderInfo& folder) {
+                                  return folder.parent == 0 ? std::nullopt
+                                                            : std::optional(FileName(folder.name));
+                                }};
+
+void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
+                   Exported& count) {
+  const auto write = [&](const mailbox::FolderInfo& folder, const std::filesystem::path& place,
+                         UniqueNames& names) {
+    if (folder.total == 0) return;
     MakeFolder(place);
     for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
       const ExportedFile file = FileOf(store, item, count);
       ++(file.bytes.empty() ? count.leftOut : count.written);
       if (file.bytes.empty()) continue;
       const std::string subject = item.subject.empty() ? "untitled" : item.subject;
-      NewFile(place / names[place].Take(FileName(subject + file.extension))).Write(file.bytes);
+      NewFile(place / names.Take(FileName(subject + file.extension))).Write(file.bytes);
     }
-  }
+  };
+  EachPlace(store, id, out, kFileTree, write);
 }
 
 void ExportMaildir(mailbox::Store& store, const mailbox::FolderInfo& folder,
@@ -121,24 +146,22 @@ void ExportMaildir(mailbox::Store& store, const mailbox::FolderInfo& folder,
 }
 
 // The Inbox is the root, and what lies below it stands below INBOX; the others lie in the root.
+constexpr TreeForm kMaildirTree = {
+    UniqueNames::Case::kApart, [](const mailbox::FolderInfo& folder) -> std::optional<std::string> {
+      if (folder.wellKnown == "inbox") return "INBOX";
+      if (folder.wellKnown == "archivemsgfolderroot") return "In-Place Archive";
+      if (folder.parent == 0 || folder.wellKnown == "msgfolderroot") return std::nullopt;
+      return MaildirLevel(folder.name);
+    }};
+
 void ExportAsMaildirs(mailbox::Store& store, std::int64_t id, const std::filesystem::path& out,
                       Exported& count) {
-  std::map<std::int64_t, std::filesystem::path> places;
-  std::map<std::filesystem::path, UniqueNames> names;
-  for (const mailbox::FolderInfo& folder : store.Folders(id)) {
-    const auto parent = places.find(folder.parent);
-    const std::filesystem::path base = parent == places.end() ? out : parent->second;
+  const auto write = [&](const mailbox::FolderInfo& folder, const std::filesystem::path& place,
+                         UniqueNames&) {
     const bool isInbox = folder.wellKnown == "inbox";
-    const bool isRoot = folder.parent == 0 || folder.wellKnown == "msgfolderroot";
-    const bool isArchive = folder.wellKnown == "archivemsgfolderroot";
-    const std::string level = isInbox     ? "INBOX"
-                              : isArchive ? "In-Place Archive"
-                                          : MaildirLevel(folder.name);
-    auto& siblings = names.try_emplace(base, UniqueNames::Case::kApart).first->second;
-    const std::filesystem::path place = isRoot ? base : base / siblings.Take(level);
-    places[folder.id] = place;
     if (isInbox || folder.total > 0) ExportMaildir(store, folder, isInbox ? out : place, count);
-  }
+  };
+  EachPlace(store, id, out, kMaildirTree, write);
 }
 
 void TellLeftOut(const Exported& count, bool maildir) {

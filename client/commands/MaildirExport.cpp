@@ -20,6 +20,7 @@ namespace client {
 namespace {
 
 constexpr std::size_t kMostKeywords = 26;  // the letters a to z
+constexpr std::string_view kEarlierVerb = "set:7d1f6b0c-52ae-4c8d-9a41-5e0b6c2f8a17:id:1";
 
 // "1" to "9…" as the mailbox has the last verb and the flag status.
 bool Has(const mailbox::ItemInfo& item, std::string_view key, std::string_view value) {
@@ -78,8 +79,11 @@ std::string MaildirWriter::LettersOf(const mailbox::ItemInfo& item) {
   std::string letters;  // in the order of their bytes, as every program writes them
   if (item.isDraft) letters += 'D';
   if (Has(item, "tag:0x1090", "2")) letters += 'F';
-  if (Has(item, "tag:0x1081", "104")) letters += 'P';
-  if (Has(item, "tag:0x1081", "102") || Has(item, "tag:0x1081", "103")) letters += 'R';
+  const bool isForwarded = Has(item, "tag:0x1081", "104");
+  if (isForwarded) letters += 'P';
+  // The mailbox itself knows the last thing alone that was done.
+  const bool isAnswered = Has(item, "tag:0x1081", "102") || Has(item, "tag:0x1081", "103");
+  if (isAnswered || (isForwarded && Has(item, kEarlierVerb, "102"))) letters += 'R';
   if (item.isRead) letters += 'S';
   std::set<char> ofKeywords;
   for (const std::string& category : item.categories) {

@@ -90,7 +90,6 @@ int Migrate(MigrateOptions& options, Console& console) {
   RequireSameRun(journal, identity, run, options.adopt);
   RequireUsableLedger(run);
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
-  const auto stores = ProvideIfStore(options.target, run);
   RequireStoreKept(options.target, journal);
   const std::vector<std::string> engineOptions =
       EngineOptions(options.engine, options.target, local.get());
@@ -103,7 +102,7 @@ int Migrate(MigrateOptions& options, Console& console) {
   }
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);
-  journal.KeepFolderKinds(KindsOf(plan.entries));
+  journal.KeepFolderKinds(KindsOf(plan.entries.Items()));
 
   Migration migration({run, options.target, engineOptions, local.get(), options.fromMime,
                        options.adopt, &waits, options.deleteMissing},

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "client/run/Summary.h"
 #include "client/run/Plan.h"
+#include "client/run/Summary.h"
 
 // What `tarny migrate` writes to standard output, for people or as JSON.
 namespace client {

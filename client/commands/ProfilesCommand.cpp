@@ -11,7 +11,6 @@
 #include "client/run/RunMessages.h"
 #include "client/show/JsonText.h"
 #include "client/show/OutputText.h"
-#include "localstore/LocalProvider.h"
 #include "platform/Paths.h"
 #include "target/RdoWrappers.h"
 
@@ -96,8 +95,7 @@ int RunProfiles(const Arguments& arguments) {
   if (!ParseArguments(app, arguments, &exitCode)) return exitCode;
   if (!std::filesystem::is_directory(run))
     throw RunError(fmt::format("there is no folder {}", run));
-  const std::string folder = std::filesystem::absolute(run).string() + "/Profiles/";
-  const localstore::Provider provider(platform::ToWindowsPath(folder));
+  platform::SetProgramFolder(std::filesystem::absolute(run).string());
   const std::vector<ShownProfile> profiles = Profiles();
   json ? PrintJson(profiles) : PrintText(profiles);
   const bool isWhole = std::ranges::all_of(profiles, &std::string::empty, &ShownProfile::problem);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 
 #include <fmt/format.h>
 
@@ -10,7 +9,6 @@
 #include "client/run/StopRequest.h"
 #include "client/run/StoreLook.h"
 #include "ews/Settings.h"
-#include "platform/Paths.h"
 
 namespace client {
 namespace {
@@ -30,17 +28,9 @@ std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say)
   return std::make_unique<LocalMailbox>(OwnFolder() + "/mailboxd", target.LocalFolder(), say);
 }
 
-std::unique_ptr<localstore::Provider> ProvideIfStore(const Target& target, const RunFolder& run) {
-  if (!target.Store()) return nullptr;
-  return std::make_unique<localstore::Provider>(
-      platform::ToWindowsPath(run.File("Profiles") + "/"));
-}
-
 void RequireStoreUsable(const Target& target) {
   if (!target.Store()) return;
-  const std::string file = target.StoreFile();
-  const std::string problem =
-      std::filesystem::exists(file) ? localstore::StoreProblem(file) : WhyNotMade(file);
+  const std::string problem = StoreProblem(target);
   if (!problem.empty()) Refuse(target, problem);
 }
 

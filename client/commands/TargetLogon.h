@@ -8,14 +8,11 @@
 #include "client/run/RunFolder.h"
 #include "client/run/ServerWaits.h"
 #include "client/run/Target.h"
-#include "localstore/LocalProvider.h"
 
 namespace client {
 
 // The local mailbox that the target is, served; null for another target. Throws RunError.
 std::unique_ptr<LocalMailbox> ServeIfLocal(const Target& target, const Say& say);
-// Provides the stores that the run's engine sees, where the target is one; null otherwise.
-std::unique_ptr<localstore::Provider> ProvideIfStore(const Target& target, const RunFolder& run);
 
 // Throws RunError for a store that could be neither used nor made, and changes nothing; for another
 // target it does nothing.

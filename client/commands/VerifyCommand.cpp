@@ -83,7 +83,6 @@ int Verify(MigrateOptions& options, Console& console) {
   const std::string had = RequireSameMailbox(journal, options.target, run);
   if (!had.empty()) say(fmt::format("The migration went to the {}.", had));
   const std::unique_ptr<LocalMailbox> local = ServeIfLocal(options.target, say);
-  const auto stores = ProvideIfStore(options.target, run);
   RequireStoreKept(options.target, journal);
   ServerWaits waits;
   RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()),

@@ -24,8 +24,8 @@ Adoption::Folder& Adoption::FolderOf(const std::string& folder) {
   const std::string& identity = m_identities.at(folder);
   if (const auto known = m_folders.find(identity); known != m_folders.end()) return known->second;
   const Entries& entries = m_entries[identity];
-  const bool hasVersions =
-      std::ranges::any_of(entries, [](const auto* entry) { return entry->item.IsOther(); });
+  const bool hasVersions = std::ranges::any_of(
+      entries, [&](std::size_t number) { return m_plan.entries[number].item.IsOther(); });
   Folder read;
   read.own = KeysOf(entries);
   read.index = ReadTargetFolder(m_look, folder, read.own, [&](const ews::FoundItem& found) {
@@ -53,20 +53,21 @@ void Adoption::GroupEntries() {
   for (const Plan::Entry& entry : m_plan.entries) {
     const auto [place, isNew] = m_identities.try_emplace(entry.item.folder);
     if (isNew) place->second = m_look.Identity(entry.item.folder);
-    m_entries[place->second].push_back(&entry);
+    m_entries[place->second].push_back(entry.number);
   }
   std::set<std::string> identities;
   for (const auto& [folder, identity] : m_identities) identities.insert(identity);
   m_second.emplace(m_look, std::move(identities));
 }
 
-OwnKeys Adoption::KeysOf(const Entries& entries) {
+OwnKeys Adoption::KeysOf(const Entries& entries) const {
   OwnKeys keys;
-  for (const Plan::Entry* entry : entries) {
+  for (const std::size_t number : entries) {
     if (StopRequested()) throw RunError("asked to stop");
     try {
-      LoadedItem item = ItemLoader::Load(*entry);
-      ItemLoader::Identify(*entry, item);
+      const Plan::Entry entry = m_plan.entries[number];
+      LoadedItem item = ItemLoader::Load(entry);
+      ItemLoader::Identify(entry, item);
       keys.insert(TargetIndex::DigestOf(KeyOnItem(item.key)));
     } catch (const SourceError&) {  // told when its turn comes
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <set>
@@ -43,10 +44,10 @@ class Adoption {
     OwnKeys own;
     VersionsById versions;
   };
-  using Entries = std::vector<const Plan::Entry*>;
+  using Entries = std::vector<std::size_t>;  // by their numbers
   void GroupEntries();
   Folder& FolderOf(const std::string& folder);
-  static OwnKeys KeysOf(const Entries& entries);
+  OwnKeys KeysOf(const Entries& entries) const;
 
   TargetLook& m_look;
   const Plan& m_plan;

@@ -50,7 +50,7 @@ class ArrivedItems {
   std::unordered_map<std::string, std::vector<JournalEntry>> m_entries;  // by folder and hash
   std::unordered_multimap<std::string, Version> m_versions;              // by folder and id
   std::unordered_map<std::string, std::string> m_places;  // of m_entries, their names by source
-  std::unordered_set<std::string_view> m_locations;       // of the plan's items
+  std::unordered_set<std::string> m_locations;            // of the plan's items
 };
 
 }  // namespace client

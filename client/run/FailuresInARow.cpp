@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "client/run/ItemSender.h"
+#include "client/run/StoreLook.h"
 
 namespace client {
 
@@ -10,10 +11,10 @@ namespace {
 
 constexpr int kMost = 20;
 
-// Failures of the way to the target, as the engine words them; a server's own answers are not. What
-// a store says of itself, and not of an item, names its file.
+// Failures of the way to the target, as the engine words them; a server's own answers are not, nor
+// is what a store says of an item.
 bool IsOfTarget(const Target& target, const std::string& text) {
-  if (target.Store()) return text.find("the store " + target.StoreFile()) != std::string::npos;
+  if (target.Store()) return IsOfStore(text);
   return text.find("The request failed.") != std::string::npos || text == kNotRenewed;
 }
 

@@ -17,20 +17,20 @@ namespace {
 constexpr std::size_t kFolders = 5;  // with a request each, and those that find it
 constexpr std::size_t kItems = 20;   // of each
 
-using Entries = std::vector<const Plan::Entry*>;
+using Numbers = std::vector<std::size_t>;  // of entries
 
-Entries EntriesOf(const Plan& plan, const std::string& folder) {
-  Entries entries;
+Numbers EntriesOf(const Plan& plan, const std::string& folder) {
+  Numbers entries;
   for (const Plan::Entry& entry : plan.entries) {
-    if (entry.item.folder == folder) entries.push_back(&entry);
+    if (entry.item.folder == folder) entries.push_back(entry.number);
   }
   return entries;
 }
 
 // Half of them the first, which a run sends first, and half from the rest, should these be new.
-Entries Sample(const Entries& entries) {
+Numbers Sample(const Numbers& entries) {
   if (entries.size() <= kItems) return entries;
-  Entries sample(entries.begin(), entries.begin() + kItems / 2);
+  Numbers sample(entries.begin(), entries.begin() + kItems / 2);
   for (std::size_t i = kItems / 2; i < kItems; ++i) {
     sample.push_back(entries[i * entries.size() / kItems]);
   }
@@ -38,13 +38,14 @@ Entries Sample(const Entries& entries) {
 }
 
 // Names of items, by the key that stands on them in the target.
-std::map<CString, std::string> KeysOf(const Entries& entries) {
+std::map<CString, std::string> KeysOf(const Plan& plan, const Numbers& entries) {
   std::map<CString, std::string> keys;
-  for (const Plan::Entry* entry : entries) {
+  for (const std::size_t number : entries) {
     try {
-      LoadedItem item = ItemLoader::Load(*entry);
-      ItemLoader::Identify(*entry, item);
-      keys.emplace(CString::FromUtf8(KeyOnItem(item.key)), entry->name);
+      const Plan::Entry entry = plan.entries[number];
+      LoadedItem item = ItemLoader::Load(entry);
+      ItemLoader::Identify(entry, item);
+      keys.emplace(CString::FromUtf8(KeyOnItem(item.key)), entry.name);
     } catch (const SourceError&) {  // told when its turn comes
     }
   }
@@ -53,7 +54,7 @@ std::map<CString, std::string> KeysOf(const Entries& entries) {
 
 // The name of an item of that folder which stands in the target; empty if none was found.
 std::string FindOne(TargetLook& look, const Plan& plan, const std::string& folder) {
-  const std::map<CString, std::string> names = KeysOf(Sample(EntriesOf(plan, folder)));
+  const std::map<CString, std::string> names = KeysOf(plan, Sample(EntriesOf(plan, folder)));
   std::vector<CString> keys;
   for (const auto& [key, name] : names) keys.push_back(key);
   std::string there;

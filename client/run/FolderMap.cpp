@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "base/AsciiText.h"
+#include "client/sources/Pieces.h"
 #include "client/sources/SpecialFolders.h"
 
 namespace client {
@@ -15,9 +16,8 @@ namespace {
 std::string Levels(std::string_view path) {
   std::string levels;
   while (!path.empty()) {
-    const std::size_t end = std::min(path.find('/'), path.size());
-    if (end > 0) levels.append(path.substr(0, end)).append("\\");
-    path.remove_prefix(std::min(end + 1, path.size()));
+    const std::string_view level = TakeUpTo(path, '/');
+    if (!level.empty()) levels.append(level).append("\\");
   }
   return levels;
 }
@@ -32,13 +32,11 @@ bool TakeStar(std::string_view& path) {
 
 FolderMap::FolderMap(std::string_view text) {
   for (int number = 1; !text.empty(); ++number) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = mail::trimmed(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
+    const std::string_view line = mail::trimmed(TakeUpTo(text, '\n'));
     if (line.empty() || line.starts_with('#')) continue;
-    const std::size_t tab = std::min(line.find('\t'), line.size());
-    std::string_view source = mail::trimmed(line.substr(0, tab));
-    std::string_view target = mail::trimmed(line.substr(tab));
+    std::string_view target = line;
+    std::string_view source = mail::trimmed(TakeUpTo(target, '\t'));
+    target = mail::trimmed(target);
     const bool below = TakeStar(source);
     (void)TakeStar(target);
     Row row{FoldedName(Levels(source)), Levels(target), below, std::string(line)};

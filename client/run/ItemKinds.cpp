@@ -98,30 +98,29 @@ const ItemKind& KindOf(std::int32_t itemType) {
   }
 }
 
-void PlaceByKind(std::vector<Plan::Entry>& entries, const FolderKinds& known) {
+void PlaceByKind(ItemList& items, const FolderKinds& known) {
   Takers takers(known);
-  for (const Plan::Entry& entry : entries) {
-    const ItemKind* kind = &KindOf(entry.item.type);
-    Takers::Taker& taker = takers.Of(entry.item.folder);
+  for (const ItemList::Shared& shared : items.Parts()) {
+    const ItemKind* kind = &KindOf(shared.type);
+    Takers::Taker& taker = takers.Of(shared.folder);
     const bool takesIt = taker.kind == nullptr || kind == &kMail;
     if (takesIt && !taker.isSettled) taker.kind = kind;
   }
-  for (Plan::Entry& entry : entries) {
-    const ItemKind& kind = KindOf(entry.item.type);
-    std::string& folder = entry.item.folder;
+  items.Move([&](const ItemList::Shared& shared) {
+    const ItemKind& kind = KindOf(shared.type);
+    std::string folder = shared.folder;
     if (takers.Of(folder).kind != &kind) {
       folder = kind.folder + (folder == kInbox ? std::string() : folder);
     }
-    if (std::string named = NamedFor(kind, folder); named != folder && !Took(known, folder, kind)) {
-      folder = std::move(named);
-    }
-  }
+    std::string named = NamedFor(kind, folder);
+    return Took(known, folder, kind) ? folder : named;
+  });
 }
 
-FolderKinds KindsOf(const std::vector<Plan::Entry>& entries) {
+FolderKinds KindsOf(const ItemList& items) {
   std::unordered_map<std::string_view, std::int32_t> kinds;
-  for (const Plan::Entry& entry : entries) {
-    kinds.try_emplace(entry.item.folder, KindOf(entry.item.type).folderType);
+  for (const ItemList::Shared& shared : items.Parts()) {
+    kinds.try_emplace(shared.folder, KindOf(shared.type).folderType);
   }
   FolderKinds folded;
   for (const auto& [folder, kind] : kinds) folded.try_emplace(FoldedName(folder), kind);

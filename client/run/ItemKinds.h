@@ -22,9 +22,9 @@ const ItemKind& KindOf(std::int32_t itemType);
 // calendar must not move the calendar, nor be put where nobody sees it. Nor must what comes later
 // move what has arrived: `known` is what the folders took before. A last level by whose name the
 // target would take another kind says whose it is: "Tasks\Calendar (Tasks)\". Mail stays there.
-void PlaceByKind(std::vector<Plan::Entry>& entries, const FolderKinds& known);
+void PlaceByKind(ItemList& items, const FolderKinds& known);
 
 // What the folders take once PlaceByKind has placed everything.
-FolderKinds KindsOf(const std::vector<Plan::Entry>& entries);
+FolderKinds KindsOf(const ItemList& items);
 
 }  // namespace client

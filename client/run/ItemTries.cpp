@@ -170,7 +170,7 @@ ItemTries::OpenEnd ItemTries::SendOnce(ItemWork& work, Outcome& outcome) {
   } catch (const platform::EndpointError&) {
     return EndedEngine(work, outcome);
   }
-  if (outcome.kind == Outcome::Kind::kFailed && SaysStoreGone(m_setup.target, outcome.text)) {
+  if (outcome.kind == Outcome::Kind::kFailed && IsStoreGone(m_setup.target, outcome.text)) {
     ++work.sent;  // it may be in the file, wherever that is by now
     outcome = {Outcome::Kind::kLeft, StoreGoneText(m_setup.target)};
     return OpenEnd::kNone;

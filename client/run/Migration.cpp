@@ -1,12 +1,12 @@
 #include "client/run/Migration.h"
 
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <new>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -71,19 +71,22 @@ Summary Migration::Run(const Plan& plan) {
                       std::back_inserter(doubts));
     m_arrived.emplace(m_journal, plan);
     if (m_setup.adopt) m_adoption.emplace(*m_look, plan);
-    for (const Plan::Entry& entry : plan.entries) {
+    m_noted.assign(plan.entries.size(), false);
+    m_second.Expect(plan.entries.size());
+    for (Plan::Entry entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
       if (!m_summary.stopped.empty()) break;
       const bool mayWait = m_aside.size() < kMostAside;
-      const bool sent = TakeUp({&entry}, mayWait ? TryLimit{kTriesInARow, Outcome::Kind::kAside}
-                                                 : kAsLongAsPatienceAllows);
+      const TryLimit limit =
+          mayWait ? TryLimit{kTriesInARow, Outcome::Kind::kAside} : kAsLongAsPatienceAllows;
+      const bool sent = TakeUp({std::move(entry)}, limit);
       if (sent) TakeUpAside();
     }
     TakeUpRest();
     LookForLateCopies();
     if (m_summary.stopped.empty()) TellMissing(plan);
     if (m_summary.stopped.empty()) MakeFolders(plan.emptyFolders);
-    std::ranges::move(StillUnknown(), std::back_inserter(doubts));
+    std::ranges::move(StillUnknown(plan), std::back_inserter(doubts));
   } catch (const platform::SqliteError& error) {
     m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
   } catch (const std::exception& error) {  // what was done so far is told all the same
@@ -106,12 +109,14 @@ void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   m_summary.waitedSeconds =
       static_cast<std::uint64_t>((m_setup.waits->Time().count() + 500) / 1000);
   if (doubts.empty()) return;
-  std::unordered_map<std::string_view, std::string_view> names;
-  for (const Plan::Entry& entry : plan.entries) names.emplace(entry.item.location, entry.name);
+  std::unordered_map<std::string, std::string> names;
+  for (const JournalEntry& doubt : doubts) names.emplace(doubt.source, doubt.source);
+  for (const Plan::Entry& entry : plan.entries) {
+    const auto name = names.find(entry.item.location);
+    if (name != names.end()) name->second = entry.name;
+  }
   for (JournalEntry& doubt : doubts) {
-    const auto name = names.find(doubt.source);
-    m_summary.doubts.push_back(
-        {name == names.end() ? doubt.source : std::string(name->second), std::move(doubt.text)});
+    m_summary.doubts.push_back({names.at(doubt.source), std::move(doubt.text)});
   }
 }
 
@@ -119,16 +124,16 @@ bool Migration::TakeUp(const Aside& one, const TryLimit& limit) {
   m_limit = limit;
   m_wasSent = one.wasSent;
   m_lastTry = one.lastTry;
-  const Outcome outcome = Handle(*one.entry);
+  const Outcome outcome = Handle(one.entry);
   if (outcome.kind == Outcome::Kind::kAside) {
     if (one.passes == 0) {
-      m_say(fmt::format("{} is sent again when another item has come through", one.entry->name));
+      m_say(fmt::format("{} is sent again when another item has come through", one.entry.name));
     }
     m_aside.push_back({one.entry, one.passes, /*wasSent=*/true, LastTry()});
     return false;
   }
-  if (outcome.kind != Outcome::Kind::kLeft) Note(*one.entry, outcome);
-  m_summary.stopped = StopReason(*one.entry, outcome);
+  if (outcome.kind != Outcome::Kind::kLeft) Note(one.entry, outcome);
+  m_summary.stopped = StopReason(one.entry, outcome);
   return outcome.kind == Outcome::Kind::kSent;
 }
 
@@ -153,9 +158,15 @@ void Migration::TakeUpRest() {
 }
 
 // What earlier runs could not tell and this one did not come to.
-std::vector<JournalEntry> Migration::StillUnknown() {
+std::vector<JournalEntry> Migration::StillUnknown(const Plan& plan) {
   std::vector<JournalEntry> unknown = m_journal.EndedWith(ItemResult::kUnknown, "");
-  std::erase_if(unknown, [&](const JournalEntry& entry) { return m_noted.contains(entry.source); });
+  if (unknown.empty()) return unknown;
+  std::unordered_set<std::string> left;
+  for (const JournalEntry& entry : unknown) left.insert(entry.source);
+  for (const Plan::Entry& entry : plan.entries) {
+    if (m_noted[entry.number]) left.erase(entry.item.location);
+  }
+  std::erase_if(unknown, [&](const JournalEntry& entry) { return !left.contains(entry.source); });
   return unknown;
 }
 
@@ -164,7 +175,9 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   Outcome outcome;
   try {
     work.item = ItemLoader::Load(entry);
-    work.isEqual = IsEqualToAnother(work);
+    // Mails of one folder whose bytes are the same are one mail there; one that was put aside is
+    // not another than itself.
+    work.isEqual = entry.IsMail() && !m_second.See(entry, work.item) && !m_wasSent;
     const bool known = IsKnown(work);
     if (known && work.isEqual) ++m_summary.equal;
     if (known && work.mail && !m_setup.adopt) return KnownAgain(work);
@@ -198,14 +211,6 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   return outcome;
 }
 
-// Mails of one folder whose bytes are the same are one mail there. One that was put aside is not
-// another than itself.
-bool Migration::IsEqualToAnother(const ItemWork& work) {
-  if (!work.entry.IsMail() || m_wasSent) return false;
-  return !m_contents.insert(std::hash<std::string>()(work.entry.item.folder + work.item.hash))
-              .second;
-}
-
 bool Migration::IsKnown(ItemWork& work) {
   const Plan::Entry& entry = work.entry;
   if (ArrivedItems::Has(entry)) return m_arrived->Take(entry, work.item.hash);
@@ -215,7 +220,6 @@ bool Migration::IsKnown(ItemWork& work) {
 
 bool Migration::IsKnownMail(ItemWork& work) {
   const SourceItem& item = work.entry.item;
-  m_second.See(work.entry, work.item);
   work.mail = m_journal.MailOf(item.folder, work.item.hash);
   if (work.mail) return work.mail->origin != KnownMail::Origin::kTakenAway;
   if (m_journal.HasArrived(item.location, item.folder, work.item.hash)) return true;
@@ -484,7 +488,7 @@ void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {
   }
   ++*word.counter;
   ++m_summary.seen;
-  m_noted.insert(entry.item.location);
+  m_noted[entry.number] = true;
   if (!outcome.text.empty()) word.list->push_back({entry.name, outcome.text});
   const std::string line =
       fmt::format("[{}/{}] {}: {}{}{}", m_summary.seen, m_summary.total, entry.name, word.text,

@@ -4,8 +4,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "client/run/Adoption.h"
@@ -42,7 +40,7 @@ class Migration {
   static constexpr TryLimit kAsLongAsPatienceAllows{0, Outcome::Kind::kLeft};
   // An item that waits for others, and tries behind those that came through.
   struct Aside {
-    const Plan::Entry* entry;
+    Plan::Entry entry;
     int passes = 0;
     bool wasSent = false;  // in this run
     std::optional<NotCarried> lastTry = std::nullopt;
@@ -53,7 +51,6 @@ class Migration {
   void TakeUpAside();
   void TakeUpRest();
   Outcome Handle(const Plan::Entry& entry);
-  bool IsEqualToAnother(const ItemWork& work);
   bool IsKnown(ItemWork& work);
   bool IsKnownMail(ItemWork& work);
   void Name(ItemWork& work);
@@ -85,7 +82,7 @@ class Migration {
   // A reason to stop the run now, or empty.
   std::string StopReason(const Plan::Entry& entry, const Outcome& outcome);
   void Finish(const Plan& plan, std::vector<JournalEntry> doubts);
-  std::vector<JournalEntry> StillUnknown();
+  std::vector<JournalEntry> StillUnknown(const Plan& plan);
 
   RunSetup m_setup;
   Journal& m_journal;
@@ -108,8 +105,7 @@ class Migration {
   bool m_wasSent = false;                      // it was, before it was put aside
   std::optional<NotCarried> m_lastTry;         // of that
   std::deque<Aside> m_aside;
-  std::unordered_set<std::string_view> m_noted;  // locations of items
-  std::unordered_set<std::size_t> m_contents;    // of mails and their folders; hashes
+  std::vector<bool> m_noted;  // items, by their numbers
   // How the last item of the runs before arrived, if it arrived.
   Reduction m_endedReduced = Reduction::kNone;
   Summary m_summary;

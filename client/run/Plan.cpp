@@ -131,10 +131,9 @@ void AddWithParents(const std::string& folder, std::unordered_set<std::string>& 
 }
 
 // Those that no item and no folder below brings along.
-std::vector<std::string> EmptyOnes(const std::vector<std::string>& folders,
-                                   const std::vector<Plan::Entry>& entries) {
+std::vector<std::string> EmptyOnes(const std::vector<std::string>& folders, const ItemList& items) {
   std::unordered_set<std::string_view> ofItems;
-  for (const Plan::Entry& entry : entries) ofItems.insert(entry.item.folder);
+  for (const ItemList::Shared& shared : items.Parts()) ofItems.insert(shared.folder);
   std::unordered_set<std::string> made = {FoldedName(kInbox)};
   for (const std::string_view folder : ofItems) AddWithParents(std::string(folder), made);
   std::vector<std::string> empty;
@@ -156,6 +155,18 @@ bool StaysBehind(const SourceItem& item, const PlanOptions& options, Plan& plan)
 
 }  // namespace
 
+void Plan::Entries::Begin(const Source* source, std::size_t unneeded) {
+  m_parts.push_back({size(), source, unneeded});
+}
+
+Plan::Entry Plan::Entries::operator[](std::size_t number) const {
+  const Part& part = *std::prev(std::ranges::upper_bound(m_parts, number, {}, &Part::first));
+  Entry entry{part.source, m_items[number], {}, number};
+  const std::string& location = entry.item.location;
+  entry.name = location.substr(std::min(part.unneeded, location.size()));
+  return entry;
+}
+
 Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options) {
   Plan plan;
   Places places(options);
@@ -167,22 +178,21 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
       throw SourceError(path + ": " + error.what());
     }
     const Source* source = plan.sources.back().get();
-    const std::size_t unneeded = Unneeded(path, paths);
+    plan.entries.Begin(source, Unneeded(path, paths));
     Listing listing = source->List();
     std::ranges::move(listing.problems, std::back_inserter(plan.problems));
     for (const std::string& folder : listing.folders) folders.push_back(places.Of(folder));
-    for (SourceItem& item : listing.items) {
-      if (StaysBehind(item, options, plan)) continue;
-      std::string name = item.location.substr(std::min(unneeded, item.location.size()));
+    listing.items.TakeAll([&](SourceItem item) {
+      if (StaysBehind(item, options, plan)) return;
       item.type = TypeOf(item);
       if (item.type == TYPE_EMAIL) item.folder = places.Of(item, path);
-      plan.entries.push_back({source, std::move(item), std::move(name)});
-    }
+      plan.entries.Add(item);
+    });
   }
-  PlaceByKind(plan.entries, options.kinds);
+  PlaceByKind(plan.entries.Items(), options.kinds);
   plan.merged = places.Merged();
   plan.unusedLines = places.UnusedLines();
-  if (options.emptyFolders) plan.emptyFolders = EmptyOnes(folders, plan.entries);
+  if (options.emptyFolders) plan.emptyFolders = EmptyOnes(folders, plan.entries.Items());
   return plan;
 }
 
@@ -194,11 +204,11 @@ bool Plan::IsWhole() const {
 std::vector<Plan::Folder> Plan::Folders() const {
   std::vector<Folder> folders;
   std::unordered_map<std::string, size_t> places;
-  for (const Entry& entry : entries) {
-    const auto [place, isNew] = places.try_emplace(entry.item.folder, folders.size());
-    if (isNew) folders.push_back({entry.item.folder, 0, 0});
-    ++folders[place->second].items;
-    folders[place->second].bytes += entry.item.length;
+  for (const ItemList::Shared& shared : entries.Items().Parts()) {
+    const auto [place, isNew] = places.try_emplace(shared.folder, folders.size());
+    if (isNew) folders.push_back({shared.folder, 0, 0});
+    folders[place->second].items += shared.items;
+    folders[place->second].bytes += shared.bytes;
   }
   return folders;
 }

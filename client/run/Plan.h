@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "client/run/FolderMap.h"
+#include "client/sources/ItemList.h"
 #include "client/sources/Source.h"
 
 namespace client {
@@ -18,11 +20,37 @@ struct Plan {
     SourceItem item;
     // For people: the location below its source, behind the source where there are several.
     std::string name;
+    std::size_t number = 0;  // in the plan
 
     bool IsMail() const { return !item.prepared && item.type == TYPE_EMAIL; }
   };
+  // Kept small, and each made when it is asked for.
+  class Entries {
+   public:
+    // What is added from now on is of that source; so many bytes of its locations people need not
+    // read.
+    void Begin(const Source* source, std::size_t unneeded);
+    void Add(const SourceItem& item) { m_items.Add(item); }
+
+    std::size_t size() const { return m_items.size(); }
+    bool empty() const { return m_items.empty(); }
+    Entry operator[](std::size_t number) const;
+    auto begin() const { return MadeOnTheWay(this, 0); }
+    auto end() const { return MadeOnTheWay(this, size()); }
+    ItemList& Items() { return m_items; }
+    const ItemList& Items() const { return m_items; }
+
+   private:
+    struct Part {
+      std::size_t first;  // entry
+      const Source* source;
+      std::size_t unneeded;
+    };
+    std::vector<Part> m_parts;
+    ItemList m_items;
+  };
   std::vector<std::unique_ptr<Source>> sources;
-  std::vector<Entry> entries;
+  Entries entries;
   std::vector<SourceProblem> problems;     // what was left out
   std::vector<SourceProblem> merged;       // target folders that take up several of a source
   std::vector<SourceProblem> unusedLines;  // of the folder map: no folder fits them

@@ -20,6 +20,7 @@
 #include "client/run/StopRequest.h"
 #include "client/sources/SourceFiles.h"
 #include "platform/EndpointClient.h"
+#include "platform/Paths.h"
 
 namespace client {
 namespace {
@@ -121,6 +122,7 @@ RunFolder::RunFolder(const std::string& path) : m_path(AbsolutePath(path)) {
   if (!TryLock(m_driverLock)) {
     throw RunError(fmt::format("another tarny works in {}", m_path));
   }
+  platform::SetProgramFolder(m_path);
 }
 
 void RunFolder::TakeOver(const Say& say) {

@@ -26,7 +26,8 @@ std::string RunPathProblem(const std::string& absolutePath);
 class RunFolder {
  public:
   // Makes the folder with mode 0700 when it is missing and takes the first lock. Throws RunError
-  // when the path cannot serve or another tarny works there.
+  // when the path cannot serve or another tarny works there. From then on it is this process's
+  // program folder, too: what the engine finds beside itself is found here.
   explicit RunFolder(const std::string& path);
 
   // Takes the second lock. An engine that still holds it is asked to end and waited for. Throws

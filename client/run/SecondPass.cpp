@@ -1,7 +1,6 @@
 #include "client/run/SecondPass.h"
 
 #include <algorithm>
-#include <functional>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
@@ -20,10 +19,6 @@ namespace {
 using nlohmann::json;
 
 constexpr const char* kRead = "read";
-
-std::uint64_t DigestOf(const std::string& folder, const std::string& hash) {
-  return std::hash<std::string>()(folder + hash);
-}
 
 // What the target is told of it, in the words of the work file that tells it.
 std::string StateText(const Plan::Entry& entry, const LoadedItem& item) {
@@ -75,17 +70,12 @@ SecondPass::SecondPass(const Target& target, TargetLook& look, Journal& journal,
       m_service(target),
       m_hasKeys(hasKeys) {}
 
-void SecondPass::See(const Plan::Entry& entry, const LoadedItem& item) {
-  if (entry.IsMail()) m_seen.try_emplace(DigestOf(entry.item.folder, item.hash), &entry);
+bool SecondPass::See(const Plan::Entry& entry, const LoadedItem& item) {
+  return m_seen.Add(entry.item.folder, item.hash, entry.number) == entry.number;
 }
 
 void SecondPass::SeeUnread(const Plan::Entry& entry) {
   if (entry.IsMail()) m_unread.insert(FileOf(entry.item.location));
-}
-
-bool SecondPass::HasTheSay(const Plan::Entry& entry, const LoadedItem& item) const {
-  const auto seen = m_seen.find(DigestOf(entry.item.folder, item.hash));
-  return seen != m_seen.end() && seen->second == &entry;
 }
 
 KnownMail SecondPass::MailOf(const Plan::Entry& entry, const LoadedItem& item,
@@ -95,7 +85,6 @@ KnownMail SecondPass::MailOf(const Plan::Entry& entry, const LoadedItem& item,
 }
 
 Outcome SecondPass::TellState(KnownMail mail, const Plan::Entry& entry, const LoadedItem& item) {
-  if (!HasTheSay(entry, item)) return {Outcome::Kind::kKnown, {}};
   std::string state = StateText(entry, item);
   const bool isSame = mail.state == state;
   if (isSame && mail.source == entry.item.location) return {Outcome::Kind::kKnown, {}};
@@ -150,7 +139,7 @@ SecondPass::Gone SecondPass::Missing() {
   m_journal.EachBrought([&](const KnownMail& mail) {
     ++gone.brought;
     const bool maybeThere =
-        m_seen.contains(DigestOf(mail.folder, mail.hash)) || m_unread.contains(FileOf(mail.source));
+        m_seen.Has(mail.folder, mail.hash) || m_unread.contains(FileOf(mail.source));
     if (!maybeThere) gone.mails.push_back(mail);
   });
   return gone;

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "client/run/LedgerWriter.h"
 #include "client/run/Outcome.h"
 #include "client/run/Plan.h"
+#include "client/run/SeenMails.h"
 #include "client/run/Target.h"
 #include "client/run/TargetLook.h"
 #include "client/run/TargetService.h"
@@ -28,17 +28,20 @@ class SecondPass {
   SecondPass(const Target& target, TargetLook& look, Journal& journal, LedgerWriter& rows,
              bool hasKeys);
 
-  // That the source has the item. Of mails that are alike and in one folder, which are one in the
-  // target, the first has the say.
-  void See(const Plan::Entry& entry, const LoadedItem& item);
+  // So many mails may come.
+  void Expect(std::size_t mails) { m_seen.Expect(mails); }
+  // That the source has the mail. Of mails that are alike and in one folder, which are one in the
+  // target, the first has the say: true for that.
+  bool See(const Plan::Entry& entry, const LoadedItem& item);
   // That it has one that cannot be read: what lay in the same file may still be there.
   void SeeUnread(const Plan::Entry& entry);
 
   // The mail as it is about to be known; its keys must be filled in.
   static KnownMail MailOf(const Plan::Entry& entry, const LoadedItem& item,
                           KnownMail::Origin origin);
-  // Of a mail that is in the target, and of which the target was told that state before: kUpdated,
-  // kKnown where there was nothing to do or where a remark says why, kFailed, or kLeft.
+  // Of a mail that has the say and is in the target, and of which the target was told that state
+  // before: kUpdated, kKnown where there was nothing to do or where a remark says why, kFailed, or
+  // kLeft.
   Outcome TellState(KnownMail mail, const Plan::Entry& entry, const LoadedItem& item);
 
   // What the run brought and nobody saw, and how many it brought in all.
@@ -52,7 +55,6 @@ class SecondPass {
   std::string TakeAway(KnownMail mail);
 
  private:
-  bool HasTheSay(const Plan::Entry& entry, const LoadedItem& item) const;
   Outcome Send(const KnownMail& mail, const std::string& state, std::string_view bytes);
   // Ids of the items in the target.
   std::vector<CString> Find(const KnownMail& mail, const std::string& messageId);
@@ -63,8 +65,8 @@ class SecondPass {
   LedgerWriter& m_rows;
   TargetService m_service;
   bool m_hasKeys;
-  std::unordered_map<std::uint64_t, const Plan::Entry*> m_seen;  // by a digest of folder and hash
-  std::unordered_set<std::string> m_unread;                      // files
+  SeenMails m_seen;
+  std::unordered_set<std::string> m_unread;  // files
 };
 
 }  // namespace client

@@ -1,8 +1,8 @@
 #include "client/run/StoreLook.h"
 
-#include <unistd.h>
-
-#include <filesystem>
+#include <algorithm>
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 
@@ -11,8 +11,10 @@
 #include "client/run/Journal.h"
 #include "client/run/RunFolder.h"
 #include "ews/FolderPath.h"
-#include "localstore/LocalProvider.h"
 #include "platform/Paths.h"
+#include "target/RdoProviders.h"
+#include "target/StoreError.h"
+#include "target/StoreFiles.h"
 
 namespace client {
 namespace {
@@ -20,6 +22,23 @@ namespace {
 constexpr std::string_view kIdentity = "store";  // property of the journal
 
 CString Upper(CString text) { return text.MakeUpper(); }
+
+CString PathOf(const Target& target) { return platform::ToWindowsPath(target.StoreFile()); }
+
+// Throws where nobody provides stores.
+std::shared_ptr<rdo::StoreFiles> Files() {
+  auto files = std::dynamic_pointer_cast<rdo::StoreFiles>(rdo::CreateObject(rdo::kStoreFiles));
+  if (!files) throw std::runtime_error("what provides stores does not look into them");
+  return files;
+}
+
+// What the store says in an item's text. Only what begins it counts: the rest may quote the item.
+std::string_view WordsIn(std::string_view text) {
+  if (!text.starts_with(kNoStoreFolder)) return text;
+  return text.substr(std::min(text.size(), kNoStoreFolder.size() + 1));
+}
+
+bool IsMissing(const Target& target) { return Files()->IsThere(PathOf(target)) == false; }
 
 ews::FoundItem Shown(const rdo::FoundItem& item) {
   ews::FoundItem found;
@@ -33,12 +52,13 @@ ews::FoundItem Shown(const rdo::FoundItem& item) {
 
 }  // namespace
 
-StoreLook::StoreLook(const Target& target) : m_path(platform::ToWindowsPath(target.StoreFile())) {}
+StoreLook::StoreLook(const Target& target) : m_path(PathOf(target)) {}
 
 IRDOFolder StoreLook::Root() {
   if (m_store.IsEmpty()) {
-    if (!std::filesystem::exists(platform::ResolvePath(m_path))) return {};
-    m_store = IRDOPstStore(localstore::StoreAt(m_path));
+    const std::shared_ptr<rdo::StoreFiles> files = Files();
+    if (files->IsThere(m_path) == false) return {};
+    m_store = IRDOPstStore(files->Look(m_path));
   }
   return m_store.GetRootFolder();
 }
@@ -90,18 +110,13 @@ void StoreLook::List(const Place& place, const Take& take) {
   }
 }
 
-bool IsStoreGone(const Target& target) {
-  if (!target.Store()) return false;
-  std::error_code error;
-  const std::filesystem::file_status file = std::filesystem::status(target.StoreFile(), error);
-  if (file.type() == std::filesystem::file_type::not_found) return true;
-  return std::filesystem::file_size(target.StoreFile(), error) == 0 && !error;
+bool IsOfStore(const std::string& text) {
+  const std::string_view words = WordsIn(text);
+  return words.starts_with(kStoreFailed) || words.starts_with(kStoreGone);
 }
 
-bool SaysStoreGone(const Target& target, const std::string& text) {
-  if (!target.Store()) return false;
-  const bool isSaid = text.find(target.StoreFile() + " is not there any more") != text.npos;
-  return isSaid || IsStoreGone(target);
+bool IsStoreGone(const Target& target, const std::string& text) {
+  return target.Store() && (WordsIn(text).starts_with(kStoreGone) || IsMissing(target));
 }
 
 std::string StoreGoneText(const Target& target) {
@@ -113,9 +128,9 @@ std::string StoreGoneText(const Target& target) {
 
 void RequireStoreKept(const Target& target, Journal& journal) {
   if (!target.Store()) return;
-  const bool isGone = IsStoreGone(target);
+  const bool isGone = IsMissing(target);
   const auto kept = journal.Property(kIdentity);
-  const auto found = kept && !isGone ? localstore::StoreIdentity(target.StoreFile()) : kept;
+  const auto found = kept && !isGone ? Files()->Identity(PathOf(target)) : kept;
   const bool isAnother = found && found != kept;
   if (!isGone && !isAnother) return;
   if (journal.EndedWith(ItemResult::kArrived, "").empty()) return;
@@ -127,29 +142,20 @@ void RequireStoreKept(const Target& target, Journal& journal) {
 
 void KeepStore(const Target& target, Journal& journal) {
   if (!target.Store()) return;
-  const auto identity = localstore::StoreIdentity(target.StoreFile());
+  const auto identity = Files()->Identity(PathOf(target));
   if (!identity || identity->empty() || journal.Property(kIdentity) == identity) return;
   journal.SetProperty(kIdentity, *identity);
 }
 
-std::string WhyNotMade(const std::filesystem::path& file) {
-  const std::string folder = file.parent_path().string();
-  if (!std::filesystem::is_directory(folder)) return fmt::format("there is no folder {}", folder);
-  if (access(folder.c_str(), W_OK) != 0) return fmt::format("{} cannot be written to", folder);
-  return {};
-}
+std::string StoreProblem(const Target& target) { return Files()->Problem(PathOf(target)); }
 
-std::string TryStore(const Target& target) {
-  const std::filesystem::path file = target.StoreFile();
-  try {
-    const bool isThere = std::filesystem::exists(file);
-    if (std::string reason = isThere ? "" : WhyNotMade(file); !reason.empty()) return reason;
-    IRDOSession::Create().Logon({});
-    if (isThere) (void)StoreLook(target).Identity("Inbox\\");
-  } catch (const std::exception& error) {
-    return error.what();
-  }
+std::string TryStore(const Target& target) try {
+  if (std::string reason = StoreProblem(target); !reason.empty()) return reason;
+  IRDOSession::Create().Logon({});
+  (void)StoreLook(target).Identity("Inbox\\");
   return {};
+} catch (const std::exception& error) {
+  return error.what();
 }
 
 }  // namespace client

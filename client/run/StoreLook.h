@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -36,10 +35,11 @@ class StoreLook : public TargetLook {
   IRDOPstStore m_store;
 };
 
-// True for a store whose file is not there, or empty, and not where nobody can tell.
-bool IsStoreGone(const Target& target);
-// The same, and for one that another file took the place of, by the text of an item's failure.
-bool SaysStoreGone(const Target& target, const std::string& text);
+// Whether an item's failure with that text is its store's, and the next item would meet it, too.
+bool IsOfStore(const std::string& text);
+// Whether the target is a store that is not there any more, or that another file took the place of,
+// by the text of an item's failure; not where nobody can tell.
+bool IsStoreGone(const Target& target, const std::string& text);
 std::string StoreGoneText(const Target& target);  // for people, of one that held items
 
 // Throws RunError for a store that holds items of the run, by its journal, and that is gone, for
@@ -48,10 +48,9 @@ void RequireStoreKept(const Target& target, Journal& journal);
 // To be called when the run has logged on to it: that is its store from now on.
 void KeepStore(const Target& target, Journal& journal);
 
-// Why there can be no new file of that path; empty where there can.
-std::string WhyNotMade(const std::filesystem::path& file);
-
-// Why the store cannot be used or made; empty where it can.
+// Why the store can be neither used nor made; empty where it can.
+std::string StoreProblem(const Target& target);
+// The same, and opens it as the engine does.
 std::string TryStore(const Target& target);
 
 }  // namespace client

@@ -27,7 +27,8 @@ SourceProblem Described(const ews::FoundItem& found) {
 
 // An item of the source, without its content.
 struct SourceRecord {
-  const Plan::Entry* entry;
+  std::size_t number;  // of its entry
+  bool isMail;
   FolderCheck* check;  // of its folder
   std::string key;     // as it stands on the item
   std::string messageId;
@@ -42,7 +43,8 @@ std::optional<SourceRecord> ReadItem(const Plan::Entry& entry, FolderCheck& chec
   try {
     LoadedItem item = ItemLoader::Load(entry);
     ItemLoader::Identify(entry, item);
-    return SourceRecord{&entry,
+    return SourceRecord{entry.number,
+                        entry.IsMail(),
                         &check,
                         KeyOnItem(item.key),
                         std::move(item.messageId),
@@ -57,25 +59,27 @@ std::optional<SourceRecord> ReadItem(const Plan::Entry& entry, FolderCheck& chec
 
 // A folder of the target, and what of it stands for which item of the source.
 struct TargetFolder {
+  const Plan& plan;
   struct Taken {
-    const Plan::Entry* entry;
+    std::size_t number;  // of an entry
     FolderCheck* check;
   };
-  TargetIndex index;
-  std::vector<SourceProblem> described;          // in the order of the index
-  std::unordered_map<std::size_t, Taken> taken;  // by number in the index
+  TargetIndex index = {};
+  std::vector<SourceProblem> described = {};          // in the order of the index
+  std::unordered_map<std::size_t, Taken> taken = {};  // by number in the index
+
+  std::string NameOf(std::size_t entry) const { return plan.entries[entry].name; }
 };
 
 // True if the target has the item; what stands for it stands for no other.
 bool Stands(const SourceRecord& item, TargetFolder& target) {
   const auto number = target.index.Take(item.key, item.messageId, item.size);
   if (!number) return false;
-  target.taken.emplace(*number, TargetFolder::Taken{item.entry, item.check});
+  target.taken.emplace(*number, TargetFolder::Taken{item.number, item.check});
   const auto size = target.index.SizeOf(*number);
-  const bool isMail = !item.entry->item.prepared && !item.entry->item.IsOther();
-  if (size && isMail && IsOtherSize(item.size, *size)) {
+  if (size && item.isMail && IsOtherSize(item.size, *size)) {
     item.check->otherSize.push_back(
-        {item.entry->name, fmt::format("{} bytes, {} in the target", item.size, *size)});
+        {target.NameOf(item.number), fmt::format("{} bytes, {} in the target", item.size, *size)});
   }
   return true;
 }
@@ -92,16 +96,16 @@ void TellLeft(const TargetFolder& target, FolderCheck& first) {
   }
   for (const auto& [number, count] : more) {
     const TargetFolder::Taken& taken = target.taken.at(number);
-    taken.check->twice.push_back({taken.entry->name, fmt::format("{} times", count + 1)});
+    taken.check->twice.push_back({target.NameOf(taken.number), fmt::format("{} times", count + 1)});
   }
 }
 
-void CheckFolder(TargetLook& look, SecondPlaces& second, const std::string& folder,
-                 const Records& items, FolderCheck& first) {
+void CheckFolder(TargetLook& look, SecondPlaces& second, const Plan& plan, const Records& items,
+                 FolderCheck& first) {
   OwnKeys own;
   for (const SourceRecord& item : items) own.insert(TargetIndex::DigestOf(item.key));
-  TargetFolder target;
-  target.index = ReadTargetFolder(look, folder, own, [&](const ews::FoundItem& found) {
+  TargetFolder target{plan};
+  target.index = ReadTargetFolder(look, first.folder, own, [&](const ews::FoundItem& found) {
     target.described.push_back(Described(found));
   });
   std::map<std::pair<const FolderCheck*, std::string_view>, bool> seen;  // and whether it is there
@@ -114,7 +118,7 @@ void CheckFolder(TargetLook& look, SecondPlaces& second, const std::string& fold
     if (known->second) {
       ++item.check->there;
     } else {
-      item.check->missing.push_back({item.entry->name, {}});
+      item.check->missing.push_back({target.NameOf(item.number), {}});
     }
   }
   TellLeft(target, first);
@@ -137,30 +141,36 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
   }
   m_done = 0;
   m_total = plan.entries.size();
-  std::unordered_map<std::string_view, Records> items;
+  std::unordered_map<const FolderCheck*, std::vector<std::size_t>> numbers;
   for (const Plan::Entry& entry : plan.entries) {
-    Step(entry);
-    const auto [folder, check] = *byFolder.find(entry.item.folder);
-    ++check->items;
-    if (std::optional<SourceRecord> item = ReadItem(entry, *check)) items[folder].push_back(*item);
+    numbers[byFolder.at(entry.item.folder)].push_back(entry.number);
   }
-  // By target folder: several of the source may lead to one.
+  // By target folder: several of the source may lead to one. What its items say is kept no longer
+  // than it is looked at, but for the few that may stand elsewhere, too.
   std::map<std::string, std::vector<FolderCheck*>> places;
   for (FolderCheck& check : checks) places[m_look.Identity(check.folder)].push_back(&check);
   std::set<std::string> identities;
   for (const auto& [identity, sharing] : places) identities.insert(identity);
   SecondPlaces second(m_look, std::move(identities));
+  Records elsewhere;
   for (const auto& [identity, sharing] : places) {
     Records all;
-    for (const FolderCheck* check : sharing)
-      std::ranges::copy(items[check->folder], std::back_inserter(all));
-    CheckFolder(m_look, second, sharing.front()->folder, all, *sharing.front());
-  }
-  for (const auto& [folder, records] : items) {
-    for (const SourceRecord& item : records) {
-      while (second.Take(item.elsewhere, item.key)) {
-        item.check->twice.push_back({item.entry->name, "in " + item.elsewhere->path + ", too"});
+    for (FolderCheck* check : sharing) {
+      for (const std::size_t number : numbers[check]) {
+        const Plan::Entry entry = plan.entries[number];
+        Step(entry);
+        ++check->items;
+        if (std::optional<SourceRecord> item = ReadItem(entry, *check)) all.push_back(*item);
       }
+    }
+    CheckFolder(m_look, second, plan, all, *sharing.front());
+    std::ranges::copy_if(all, std::back_inserter(elsewhere),
+                         [](const SourceRecord& item) { return item.elsewhere.has_value(); });
+  }
+  for (const SourceRecord& item : elsewhere) {
+    while (second.Take(item.elsewhere, item.key)) {
+      item.check->twice.push_back(
+          {plan.entries[item.number].name, "in " + item.elsewhere->path + ", too"});
     }
   }
   for (FolderCheck& check : checks) std::ranges::sort(check.twice, {}, &SourceProblem::location);

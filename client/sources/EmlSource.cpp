@@ -26,28 +26,39 @@ bool IsCalendarName(std::string_view name) {
 }
 bool IsCardName(std::string_view name) { return EndsWithNoCase(name, ".vcf"); }
 
-void AddCards(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-              std::vector<SourceItem>& items, std::vector<SourceProblem>& problems) {
+void AddCalendar(const std::string& path, const std::string& levels, Listing& listing) {
+  std::vector<SourceItem> found;
+  ListIcsFile(path, levels, found, listing.problems);
+  for (const SourceItem& item : found) listing.items.Add(item);
+}
+
+void AddCards(const std::vector<std::string>& paths, const std::string& levels, Listing& listing) {
+  std::vector<SourceItem> found;
+  ListVcfFiles(paths, std::string(kContacts) + levels, found, listing.problems);
+  for (const SourceItem& item : found) listing.items.Add(item);
+}
+
+void AddCardsOf(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
+                Listing& listing) {
   std::vector<std::string> paths;
   for (const FolderEntry& entry : entries) {
     if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
       paths.push_back(folder.path + "/" + entry.name);
     }
   }
-  ListVcfFiles(paths, std::string(kContacts) + folder.levels, items, problems);
+  AddCards(paths, folder.levels, listing);
 }
 
 void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherTreeFiles& others,
               Listing& listing, std::vector<SourceFolder>& below) {
-  auto& [items, problems, folders] = listing;
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
     if (IsFolderBesideMail(folder, entry.name)) return;
     below.push_back({path, folder.levels + LevelsOfFolder(folder, entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
-    items.push_back({path, TargetOf(folder.levels), true, 0, entry.size});
+    listing.items.Add({path, TargetOf(folder.levels), true, 0, entry.size});
   } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
-    ListIcsFile(path, folder.levels, items, problems);
+    AddCalendar(path, folder.levels, listing);
   } else if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
     // Together with those beside it.
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
@@ -55,7 +66,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   } else if (entry.kind == EntryKind::kFile) {
     others.Take(entry, listing);
   } else {
-    problems.push_back(OddEntry(path, entry.kind));
+    listing.problems.push_back(OddEntry(path, entry.kind));
   }
 }
 
@@ -70,18 +81,22 @@ void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& 
     if (isMaildir && IsMaildirPart(entry.name)) continue;
     AddEntry(folder, entry, others, listing, below);
   }
-  AddCards(folder, entries, listing.items, listing.problems);
+  AddCardsOf(folder, entries, listing);
 }
 
 // Each profile has names of its own; none lies in another.
 void NameTags(const std::map<std::string, TagNames>& profiles, Listing& listing) {
-  for (SourceItem& item : listing.items) {
-    if (item.state.categories.empty()) continue;
+  if (profiles.empty()) return;
+  ItemList named;
+  listing.items.TakeAll([&](SourceItem item) {
     const auto behind = profiles.upper_bound(item.location);
-    if (behind == profiles.begin()) continue;
-    const auto& [path, tags] = *std::prev(behind);
-    if (item.location.starts_with(path)) tags.Apply(item.state);
-  }
+    if (behind != profiles.begin()) {
+      const auto& [path, tags] = *std::prev(behind);
+      if (item.location.starts_with(path)) tags.Apply(item.state);
+    }
+    named.Add(item);
+  });
+  listing.items = std::move(named);
 }
 
 }  // namespace
@@ -91,13 +106,12 @@ Listing EmlSource::List() const {
   if (stat(m_path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
     const auto size = static_cast<std::uint64_t>(status.st_size);
     Listing listing;
-    auto& [items, problems, folders] = listing;
     if (IsCalendarName(m_path)) {
-      ListIcsFile(m_path, "", items, problems);
+      AddCalendar(m_path, "", listing);
     } else if (IsCardName(m_path)) {
-      ListVcfFiles({m_path}, std::string(kContacts), items, problems);
+      AddCards({m_path}, "", listing);
     } else {
-      items.push_back({m_path, std::string(kInbox), true, 0, size});
+      listing.items.Add({m_path, std::string(kInbox), true, 0, size});
     }
     return listing;
   }

@@ -17,7 +17,7 @@ Listing WalkFolders(const std::string& root, const TakeFolder& take) {
     pending.pop_back();
     const std::vector<FolderEntry> entries = ListFolder(folder.path, listing.problems);
     if (HoldsDescriptor(entries)) {
-      listing.items.push_back(PreparedItemAt(folder.path, TargetOf(folder.parent), entries));
+      listing.items.Add(PreparedItemAt(folder.path, TargetOf(folder.parent), entries));
       continue;
     }
     std::vector<SourceFolder> below;

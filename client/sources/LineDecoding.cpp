@@ -12,21 +12,6 @@ namespace {
 constexpr unsigned kUtf8 = 65001;
 constexpr unsigned kWestern = 1252;  // of bytes that are no UTF-8 and name no charset
 
-std::string ToUtf8(std::string_view bytes, std::string_view charset) {
-  mail::StringBuffer name;
-  name.append(charset);
-  auto page = charset.empty() ? 0u : static_cast<unsigned>(mail::nameToCodePage(name));
-  if (page == 0 || page == kUtf8 || !mail::EncodingConvert::converts(page)) {
-    if (platform::IsValidUtf8(bytes)) return std::string(bytes);
-    page = kWestern;
-  }
-  mail::LogNull log;
-  mail::DataBuffer utf8;
-  mail::EncodingConvert convert;
-  convert.convertText(page, kUtf8, bytes.data(), bytes.size(), utf8, log);
-  return std::string(utf8.view());
-}
-
 bool IsQuotedPrintable(const ContentLine& line) {
   return line.Has("ENCODING", "QUOTED-PRINTABLE") || line.Has("TYPE", "QUOTED-PRINTABLE");
 }
@@ -72,6 +57,21 @@ bool TakeDataAddress(ContentLine& line) {
 }
 
 }  // namespace
+
+std::string ToUtf8(std::string_view bytes, std::string_view charset) {
+  mail::StringBuffer name;
+  name.append(charset);
+  auto page = charset.empty() ? 0u : static_cast<unsigned>(mail::nameToCodePage(name));
+  if (page == 0 || page == kUtf8 || !mail::EncodingConvert::converts(page)) {
+    if (platform::IsValidUtf8(bytes)) return std::string(bytes);
+    page = kWestern;
+  }
+  mail::LogNull log;
+  mail::DataBuffer utf8;
+  mail::EncodingConvert convert;
+  convert.convertText(page, kUtf8, bytes.data(), bytes.size(), utf8, log);
+  return std::string(utf8.view());
+}
 
 bool HoldsBytes(const ContentLine& line) {
   return line.Has("ENCODING", "B") || line.Has("ENCODING", "BASE64") || line.Has("TYPE", "BASE64");

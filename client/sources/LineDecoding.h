@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <string_view>
+
 #include "client/sources/ContentLines.h"
 
 namespace client {
@@ -9,6 +12,9 @@ namespace client {
 // folded as it should be is taken from the reader: lines behind a soft line end, and lines of
 // base64 without a blank in front. Bytes that name no charset and are no UTF-8 are Western text.
 void DecodeLine(ContentLineReader& reader, ContentLine& line);
+
+// Bytes as UTF-8: from that charset, else as they are where they are UTF-8, else as Western text.
+std::string ToUtf8(std::string_view bytes, std::string_view charset);
 
 // True of a line whose value is bytes once it was decoded.
 bool HoldsBytes(const ContentLine& line);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <iterator>
 #include <string_view>
 
 #include "base/AsciiText.h"
@@ -12,6 +13,7 @@
 #include "client/sources/FolderWalk.h"
 #include "client/sources/MaildirName.h"
 #include "client/sources/ModifiedUtf7.h"
+#include "client/sources/MovedMail.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
 
@@ -105,22 +107,29 @@ void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
   }
 }
 
+// Whoever moves a mail from new/ to cur/ moves it to what is listed next.
+void AddOdd(const std::string& path, EntryKind kind, std::string_view part, Listing& listing) {
+  const bool hasMoved = !WhereMoved(path).empty();
+  if (hasMoved && part == "new") return;
+  listing.problems.push_back(
+      hasMoved ? SourceProblem{path, "it got another name just now: run again", /*isUnread=*/true}
+               : OddEntry(path, kind));
+}
+
 // What has no letters in a Maildir without new/ is of a program that keeps its state elsewhere.
 void AddMails(const SourceFolder& folder, const char* part, bool hasNew,
               const FolderKeywords& keywords, Listing& listing) {
   const std::string path = folder.path + "/" + part;
-  for (const FolderEntry& entry : ListFolder(path, listing.problems)) {
-    if (entry.name.starts_with('.')) continue;
-    if (entry.kind != EntryKind::kFile) {
-      listing.problems.push_back(OddEntry(path + "/" + entry.name, entry.kind));
-      continue;
-    }
+  EachEntry(path, listing.problems, [&](const FolderEntry& entry) {
+    if (entry.name.starts_with('.')) return;
+    const std::string file = path + "/" + entry.name;
+    if (entry.kind != EntryKind::kFile) return AddOdd(file, entry.kind, part, listing);
     const MaildirName name = ParseMaildirName(entry.name);
     const bool isRead = name.Has('S') || (!hasNew && name.letters.empty());
-    SourceItem item{path + "/" + entry.name, TargetOf(folder.levels), isRead, 0, entry.size};
+    SourceItem item{file, TargetOf(folder.levels), isRead, 0, entry.size};
     item.state = StateOf(entry, name, keywords);
-    listing.items.push_back(std::move(item));
-  }
+    listing.items.Add(item);
+  });
 }
 
 }  // namespace
@@ -146,8 +155,12 @@ void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
   const bool hasNew = IsFolder(folder.path + "/new");
   listing.folders.push_back(TargetOf(folder.levels));
   const FolderKeywords keywords{KeywordsOf(folder.path), CourierKeywords(folder.path)};
+  // Those of cur/ come first; but what moves there meanwhile must not be missed.
+  Listing newOnes;
+  if (hasNew) AddMails(folder, "new", hasNew, keywords, newOnes);
   AddMails(folder, "cur", hasNew, keywords, listing);
-  if (hasNew) AddMails(folder, "new", hasNew, keywords, listing);
+  newOnes.items.TakeAll([&](const SourceItem& item) { listing.items.Add(item); });
+  std::ranges::move(newOnes.problems, std::back_inserter(listing.problems));
 }
 
 Listing MaildirSource::List() const {
@@ -163,6 +176,8 @@ Listing MaildirSource::List() const {
                      });
 }
 
-std::string MaildirSource::Read(const SourceItem& item) const { return ReadMail(item.location); }
+std::string MaildirSource::Read(const SourceItem& item) const {
+  return ReadMailThatMayMove(item.location);
+}
 
 }  // namespace client

@@ -249,6 +249,7 @@ std::vector<MboxSplitter::Mail> MboxSplitter::Finish() {
   if (m_from) Decide(nullptr);
   EndHeader();
   std::vector<Mail> mails;
+  mails.reserve(m_candidates.size());
   for (std::size_t i = 0; i < m_candidates.size();) {
     const std::size_t byLength = EndByLength(i, m_at);
     const std::size_t next = byLength > i ? byLength : i + 1;

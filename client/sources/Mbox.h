@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,7 +37,7 @@ std::optional<MboxKind> MboxKindNamed(std::string_view name);
 // what lies before is text. In a file whose line ends became CR LF later it does not count the CRs.
 //
 // The bytes come in pieces of any size, of which nothing is kept. Linear in time but for a
-// logarithm of the number of mails; the memory is some 50 bytes for each line above.
+// logarithm of the number of mails; the memory is some 90 bytes for each line above.
 class MboxSplitter {
  public:
   struct Mail {
@@ -77,13 +78,13 @@ class MboxSplitter {
   std::size_t EndByLength(std::size_t mail, Place end) const;
 
   MboxKind m_kind;
-  std::vector<Candidate> m_candidates;
-  std::string m_part;            // the first bytes of a line that came in pieces
-  std::uint64_t m_partSize = 0;  // bytes of it so far
-  bool m_partCr = false;         // the last of them is a CR
-  Place m_at;                    // of the next line
-  std::optional<Place> m_from;   // a "From " line whose next line is to come
-  FromLine::Shape m_shape{};     // its shape
+  std::deque<Candidate> m_candidates;  // a vector that grows holds them twice
+  std::string m_part;                  // the first bytes of a line that came in pieces
+  std::uint64_t m_partSize = 0;        // bytes of it so far
+  bool m_partCr = false;               // the last of them is a CR
+  Place m_at;                          // of the next line
+  std::optional<Place> m_from;         // a "From " line whose next line is to come
+  FromLine::Shape m_shape{};           // its shape
   bool m_fromAfterBlank = false;
   std::optional<FromLine::Shape> m_first;  // of the first "From " line
   bool m_inHeader = false;                 // of the last candidate

@@ -69,25 +69,27 @@ bool MboxSource::IsMbox(const std::string& path) {
 
 void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing) {
   const std::size_t first = listing.items.size();
-  std::vector<std::size_t> untold;
+  std::vector<bool> told;  // whether it was read
   bool hasLabels = false;
   for (const MboxSplitter::Mail& mail : MailsOf(path, kind)) {
     std::string place = folder;
     StateFields fields = FieldsOf(path, mail, place);
     hasLabels = hasLabels || place != folder;
-    if (!fields.read) untold.push_back(listing.items.size());
+    told.push_back(fields.read.has_value());
     // The name holds the place, so that two mails of one file are two items of the journal.
     SourceItem item{path + ":" + std::to_string(mail.offset), std::move(place),
                     fields.read.value_or(true), mail.offset, mail.length};
     item.file = path;
     item.state = std::move(fields.state);
     item.isStoreData = fields.isStoreData;
-    listing.items.push_back(std::move(item));
+    listing.items.Add(item);
   }
   if (!hasLabels) listing.folders.push_back(folder);
   // Where a program notes what was read, what it did not note is new.
-  if (untold.size() == listing.items.size() - first) return;
-  for (const std::size_t at : untold) listing.items[at].read = false;
+  if (std::ranges::find(told, true) == told.end()) return;
+  for (std::size_t i = 0; i < told.size(); ++i) {
+    if (!told[i]) listing.items.SetUnread(first + i);
+  }
 }
 
 std::string ReadMboxItem(const SourceItem& item, MboxKind kind) {

@@ -7,37 +7,11 @@
 #include <string_view>
 #include <vector>
 
-#include "client/sources/MailState.h"
+#include "client/sources/ItemList.h"
 #include "client/sources/Mbox.h"
-#include "pipeline/ST_EML_INFO.h"
+#include "client/sources/SourceItem.h"
 
 namespace client {
-
-// One item of a source, not yet read.
-struct SourceItem {
-  std::string location;  // where it lies, unique in the run: a path, or a path and a place in it
-  std::string folder;    // target folder, UTF-8, each level ended by a backslash
-  bool read = true;
-  std::uint64_t offset = 0;  // bytes, for items that lie in a file with others
-  std::uint64_t length = 0;  // bytes on disk
-  bool prepared = false;     // a folder with a descriptor and its files, not the bytes of a mail
-  std::int32_t type = TYPE_EMAIL;  // one of ItemType
-  // Neither a mail nor prepared: an event, a task, a contact or a group, as text.
-  bool IsOther() const { return !prepared && type != TYPE_EMAIL; }
-  // Where it lies in its file when that is in several places: in place of offset and length.
-  struct Extent {
-    std::uint64_t offset = 0;  // bytes
-    std::uint64_t length = 0;
-  };
-  std::vector<Extent> extents = {};
-  std::string file = {};      // that file; empty where location says it
-  // What stands behind its bytes: all of it where the file must be converted, and what other places
-  // of the source say of it.
-  std::string appendix = {};
-  MailState state = {};
-  // No mail but what a program keeps among it: never sent, and nobody's loss.
-  bool isStoreData = false;
-};
 
 // Something in a source that cannot be migrated, and why.
 struct SourceProblem {
@@ -54,7 +28,7 @@ class SourceError : public std::runtime_error {
 
 // What a source holds.
 struct Listing {
-  std::vector<SourceItem> items;        // in a sorted order that depends on names alone
+  ItemList items;                       // in a sorted order that depends on names alone
   std::vector<SourceProblem> problems;  // what was left out
   std::vector<std::string> folders;     // target folders that are there with or without items
 };

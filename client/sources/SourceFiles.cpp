@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 #include "base/LogNull.h"
 #include "client/sources/Mbox.h"
@@ -35,30 +36,54 @@ EntryKind Look(const std::string& path, FolderEntry& found) {
   return EntryKind::kOther;
 }
 
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
 }  // namespace
 
-std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems) {
-  std::vector<FolderEntry> entries;
-  DIR* folder = opendir(path.c_str());
+void EachName(const std::string& path, std::vector<SourceProblem>& problems,
+              const std::function<void(std::string_view name)>& take) {
+  const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
   if (!folder) {
     problems.push_back({path, std::string("the folder cannot be read: ") + std::strerror(errno),
                         /*isUnread=*/true});
-    return entries;
+    return;
   }
   errno = 0;
-  while (const dirent* entry = readdir(folder)) {
+  while (const dirent* entry = readdir(folder.get())) {
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") entries.push_back({std::string(name)});
+    if (name != "." && name != "..") take(name);
     errno = 0;
   }
   if (errno != 0) {
     problems.push_back({path, std::string("not all of it can be listed: ") + std::strerror(errno),
                         /*isUnread=*/true});
   }
-  closedir(folder);
-  std::sort(entries.begin(), entries.end(),
-            [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
-  for (FolderEntry& entry : entries) entry.kind = Look(path + "/" + entry.name, entry);
+}
+
+void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
+               const std::function<void(const FolderEntry& entry)>& take) {
+  // One behind the other, each ended by a NUL.
+  std::string names;
+  std::vector<std::size_t> starts;
+  EachName(path, problems, [&](std::string_view name) {
+    starts.push_back(names.size());
+    names.append(name).append(1, '\0');
+  });
+  std::ranges::sort(starts, [&](std::size_t a, std::size_t b) {
+    return std::strcmp(names.c_str() + a, names.c_str() + b) < 0;
+  });
+  for (const std::size_t start : starts) {
+    FolderEntry entry{names.c_str() + start};
+    entry.kind = Look(path + "/" + entry.name, entry);
+    take(entry);
+  }
+}
+
+std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems) {
+  std::vector<FolderEntry> entries;
+  EachEntry(path, problems, [&](const FolderEntry& entry) { entries.push_back(entry); });
   return entries;
 }
 

@@ -34,9 +34,15 @@ struct FolderEntry {
   std::int64_t modified = 0;  // seconds since 1970 UTC
 };
 
+// The names in a folder, in no order. A folder that cannot be read becomes a problem and has none.
+void EachName(const std::string& path, std::vector<SourceProblem>& problems,
+              const std::function<void(std::string_view name)>& take);
 // The entries of a folder in byte order of their names, links to files followed. A folder that
 // cannot be read becomes a problem and has none.
 std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems);
+// The same, one after the other: of a folder with millions only the names are held.
+void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
+               const std::function<void(const FolderEntry& entry)>& take);
 
 // What stands in a source where neither mail nor a folder to enter can be.
 SourceProblem OddEntry(const std::string& path, EntryKind kind);

@@ -14,9 +14,11 @@ struct SpecialFolderName {
 
 // What mail programs and servers call their special folders, a name once. A name that means two
 // things, in one language or in two, stands in none of the rows.
-inline constexpr std::array<SpecialFolderName, 484> kSpecialFolderNames{{
+inline constexpr std::array<SpecialFolderName, 486> kSpecialFolderNames{{
     // programs and servers, in English
     {"INBOX", SpecialFolder::kIncoming},
+    {"In", SpecialFolder::kIncoming},
+    {"Out", SpecialFolder::kSent},
     {"Sent", SpecialFolder::kSent},
     {"Sent Items", SpecialFolder::kSent},
     {"Sent Messages", SpecialFolder::kSent},

@@ -6,9 +6,12 @@
 
 #include "client/sources/CutParts.h"
 #include "client/sources/Emlx.h"
+#include "client/sources/FolderNames.h"
+#include "client/sources/HashedName.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/ModifiedUtf7.h"
+#include "client/sources/MovedMail.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
 
@@ -18,6 +21,8 @@ namespace {
 constexpr std::uint64_t kHead = 1024;  // bytes by which a file is known
 constexpr std::string_view kSbd = ".sbd";
 constexpr std::string_view kMbox = ".mbox";
+constexpr std::string_view kMbx = ".mbx";
+constexpr std::string_view kFol = ".fol";
 
 bool Has(const std::vector<FolderEntry>& entries, std::string_view name) {
   const auto found = std::ranges::lower_bound(entries, name, {}, &FolderEntry::name);
@@ -39,6 +44,12 @@ std::string TextOf(const std::string& path) {
   } catch (const SourceError&) {
     return {};
   }
+}
+
+std::string LevelsOfFile(const std::string& folder, const std::string& name) {
+  if (EndsWithNoCase(name, kMbx)) return LevelName(EudoraName(folder, name)) + "\\";
+  const std::string own = TrueFolderName(folder, name);
+  return own == name ? MboxFolder(name) : LevelName(FromModifiedUtf7(own)) + "\\";
 }
 
 // It may belong to a source of another kind.
@@ -84,15 +95,21 @@ TagNames TagsOfProfile(const std::string& path) { return TagNames(TextOf(path + 
 
 std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name) {
   if (name.ends_with(kSbd) && name.size() > kSbd.size()) {
-    return LevelName(FromModifiedUtf7(name.substr(0, name.size() - kSbd.size()))) + "\\";
+    const std::string own = TrueFolderName(parent.path, name.substr(0, name.size() - kSbd.size()));
+    return LevelName(FromModifiedUtf7(own)) + "\\";
   }
   if (name.ends_with(kMbox) && name.size() > kMbox.size()) {
-    return LevelName(name.substr(0, name.size() - kMbox.size())) + "\\";
+    std::string own(name.substr(0, name.size() - kMbox.size()));
+    std::ranges::replace(own, ':', '/');  // as a Mac has it on its disk
+    return LevelName(own) + "\\";
   }
   // Apple Mail puts a UUID, Data, digits and Messages between a folder and its mail.
   if (parent.path.find(".mbox/") != std::string::npos || parent.path.ends_with(kMbox)) return {};
-  return MaildirSource::IsMaildir(parent.path + "/" + std::string(name)) ||
-                 (name.starts_with('.') && name.ends_with(".directory"))
+  if (IsAboveAppleFolders(parent, name)) return {};
+  if (name.ends_with(kFol)) return LevelName(EudoraName(parent.path, name)) + "\\";
+  const bool isMaildir = MaildirSource::IsMaildir(parent.path + "/" + std::string(name));
+  if (isMaildir && HasLevelsByDots(parent, name)) return MaildirLevels("." + std::string(name));
+  return isMaildir || (name.starts_with('.') && name.ends_with(".directory"))
              ? MaildirLevels(name)
              : LevelName(name) + "\\";
 }
@@ -100,8 +117,8 @@ std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name) {
 bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
   // Bodies of parts, which are read with their mails.
   if (name == "Attachments" && parent.path.find(".mbox/") != std::string::npos) return true;
-  return name == ".notmuch" || name == "courierimapkeywords" || name == "courierimaphieracl" ||
-         name.ends_with(".mozmsgs");
+  return IsAppleMailData(parent, name) || name == ".notmuch" || name == "courierimapkeywords" ||
+         name == "courierimaphieracl" || name.ends_with(".mozmsgs");
 }
 
 OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
@@ -124,7 +141,8 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   if (IsBesideMail(entry.name) && !IsAddressBook(entry.name)) return;
   if (IsEmlxName(entry.name)) return TakeEmlx(path, entry, listing);
   const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
-  const std::string levels = m_folder.levels + (isExport ? "" : MboxFolder(path));
+  const std::string levels =
+      m_folder.levels + (isExport ? "" : LevelsOfFile(m_folder.path, entry.name));
   if (entry.size == 0) {  // a folder without mail, where it has an index or folders below
     if (HasEntry(entry.name + ".msf") || HasEntry(entry.name + ".sbd") ||
         HasEntry(entry.name + ".cmeta")) {
@@ -157,7 +175,7 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
     } catch (const SourceError&) {  // told when its turn comes
     }
   }
-  listing.items.push_back(std::move(item));
+  listing.items.Add(item);
 }
 
 // A removed one has a comma in front of its number.
@@ -175,13 +193,13 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
   item.state.flagged = has("flagged", MhMarks::kMarked);
   item.state.forwarded = has("forwarded", MhMarks::kForwarded);
   item.state.deleted = isRemoved || m_marks.Has(*number, MhMarks::kDeleted);
-  listing.items.push_back(std::move(item));
+  listing.items.Add(item);
   return true;
 }
 
 std::string ReadTreeMail(const SourceItem& item, MboxKind mbox) {
   if (!item.file.empty()) return ReadMboxItem(item, mbox);
-  if (!IsEmlxName(item.location)) return ReadMail(item.location);
+  if (!IsEmlxName(item.location)) return ReadMailThatMayMove(item.location);
   const auto place = EmlxPlaceOf(HeadOf(item.location));
   if (!place) throw SourceError("does not begin with the number of its bytes");
   std::string mail = ReadFileRange(item.location, place->offset, place->length);

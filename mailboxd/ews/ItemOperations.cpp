@@ -128,17 +128,12 @@ Found FindIn(const Context& context, const FolderInfo& folder, pugi::xml_node re
   return found;
 }
 
-// The part of a calendar that lies in a time.
-void FindInTime(const Context& context, const FolderInfo& folder, pugi::xml_node view,
-                const ItemShape& shape, EwsResponse& response) {
-  const CalendarPart part = FindInCalendar(context, folder, view);
+void WriteFound(const Context& context, const std::string& attributes,
+                const std::vector<ItemInfo>& items, const ItemShape& shape, EwsResponse& response) {
   response.BeginSuccess();
-  response.Open("m:RootFolder",
-                XmlAttribute("TotalItemsInView", std::to_string(part.total)) +
-                    XmlAttribute("IncludesLastItemInRange",
-                                 part.items.size() == part.total ? "true" : "false"));
+  response.Open("m:RootFolder", attributes);
   response.Open("t:Items");
-  for (const ItemInfo& item : part.items) {
+  for (const ItemInfo& item : items) {
     MailOfItem mail(context.store, item.id);
     WriteItem(context, item, mail, shape, response);
   }
@@ -151,20 +146,16 @@ void FindBelow(const Context& context, pugi::xml_node request, pugi::xml_node pa
                const ItemShape& shape, EwsResponse& response) {
   const FolderInfo folder = ResolveFolder(context, parent);
   if (const pugi::xml_node view = Child(request, "CalendarView")) {
-    return FindInTime(context, folder, view, shape, response);
+    const CalendarPart part = FindInCalendar(context, folder, view);
+    const bool isLast = part.items.size() == part.total;
+    return WriteFound(context,
+                      XmlAttribute("TotalItemsInView", std::to_string(part.total)) +
+                          XmlAttribute("IncludesLastItemInRange", isLast ? "true" : "false"),
+                      part.items, shape, response);
   }
   Found found = FindIn(context, folder, request);
   if (shape.Wants("item:HasAttachments")) LookForFiles(context.store, found.items);
-  response.BeginSuccess();
-  response.Open("m:RootFolder", PageAttributes(found.page, found.total));
-  response.Open("t:Items");
-  for (const ItemInfo& item : found.items) {
-    MailOfItem mail(context.store, item.id);
-    WriteItem(context, item, mail, shape, response);
-  }
-  response.Close("t:Items");
-  response.Close("m:RootFolder");
-  response.EndMessage();
+  WriteFound(context, PageAttributes(found.page, found.total), found.items, shape, response);
 }
 
 // Whether the client may write over what it has seen last. Only AlwaysOverwrite does without saying

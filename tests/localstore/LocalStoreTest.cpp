@@ -15,6 +15,7 @@
 #include "pipeline/ItemComparison.h"
 #include "platform/Sqlite.h"
 #include "target/CTarnyOutlookHandler.h"
+#include "target/StoreFiles.h"
 #include "tests/pipeline/TempRunFolder.h"
 
 // Stores of this machine through the handler, as the engine uses them.
@@ -54,6 +55,9 @@ struct FoldersInMemory {
 class LocalStores : public testing::Test {
  protected:
   CString Path(const std::string& name) const { return platform::ToWindowsPath(folder.File(name)); }
+  static std::shared_ptr<rdo::StoreFiles> Files() {
+    return std::dynamic_pointer_cast<rdo::StoreFiles>(rdo::CreateObject(rdo::kStoreFiles));
+  }
   IRDOFolders Root() const { return handler.m_objRdoPstStore.GetRootFolder().GetFolders(); }
   // The rows of folders that a store holds.
   std::size_t Folders(const std::string& name) const {
@@ -77,7 +81,7 @@ class LocalStores : public testing::Test {
 
   FoldersInMemory inMemory;
   TempRunFolder folder;
-  localstore::Provider provider{GetCurrLogPath() + u"Profiles\\"};
+  localstore::Provider provider;
   CTarnyOutlookHandler handler;
 };
 
@@ -109,7 +113,7 @@ TEST_F(LocalStores, AStoreIsMadeOnceAndFoundAgainByItsPath) {
   handler.ClearPrevisInstance();
   fs::copy_file(folder.File("Out.PST"), folder.File("Copy.pst"));
   const auto identity = [&](const char* name) {
-    return localstore::StoreIdentity(folder.File(name)).value_or("");
+    return Files()->Identity(Path(name)).value_or("");
   };
   EXPECT_EQ(identity("Copy.pst").size(), 32u);
   EXPECT_EQ(identity("Copy.pst"), identity("Out.PST"));
@@ -241,14 +245,15 @@ TEST_F(LocalStores, WhatTheStoreSaysIsTheItemsFailureAndTheNextOneArrives) {
   ASSERT_EQ(Import(u"EMAIL", u"first"), "1");
   for (const char16_t* type : {u"EMAIL", u"CALENDAR", u"TASK", u"CONTACT", u"DIST_LIST"}) {
     EXPECT_THAT(Import(type, u"full", /*isDiskFull=*/true),
-                AllOf(HasSubstr("Out.PST fails: "), AnyOf(HasSubstr("full"), HasSubstr("I/O"))))
+                AllOf(testing::StartsWith("The store failed: "), HasSubstr("Out.PST fails: "),
+                      AnyOf(HasSubstr("full"), HasSubstr("I/O"))))
         << CString(type).ToUtf8();
   }
   ASSERT_EQ(Import(u"EMAIL", u"second"), "1");
   {
     platform::SqliteDatabase other(folder.File("Out.PST"));
     other.Execute("BEGIN IMMEDIATE");
-    EXPECT_THAT(Import(u"EMAIL", u"locked"), HasSubstr("locked"));
+    EXPECT_THAT(Import(u"EMAIL", u"locked"), testing::StartsWith("The store failed: "));
   }
   ASSERT_EQ(Import(u"EMAIL", u"third"), "1");
   EXPECT_EQ(handler.m_objCurrFolder.GetItems().GetCount(), 3);
@@ -258,9 +263,9 @@ TEST_F(LocalStores, WhatTheStoreSaysIsTheItemsFailureAndTheNextOneArrives) {
   EXPECT_FALSE(handler.m_objRdoPstStore.GetRootFolder().IsEmpty());
   fs::remove(folder.File("Out.PST"));
   EXPECT_THROW((void)handler.m_objRdoPstStore.GetRootFolder(), std::runtime_error);
-  EXPECT_THAT(Import(u"EMAIL", u"gone"), HasSubstr("is not there any more"));
+  EXPECT_THAT(Import(u"EMAIL", u"gone"), testing::StartsWith("The store is gone: "));
   folder.Write("Out.PST", "another file");
-  EXPECT_THAT(Import(u"EMAIL", u"gone"), HasSubstr("is not there any more"));
+  EXPECT_THAT(Import(u"EMAIL", u"gone"), testing::StartsWith("The store is gone: "));
 }
 
 TEST_F(LocalStores, WhatIsNoStoreIsLeftAlone) {
@@ -276,7 +281,15 @@ TEST_F(LocalStores, WhatIsNoStoreIsLeftAlone) {
   platform::SqliteDatabase(folder.File("Other.PST")).Execute("CREATE TABLE pages(url)");
   const std::string others = test_support::ReadAll(folder.File("Other.PST"));
   EXPECT_FALSE(handler.LogonToStore(Path("Other.PST")));
-  EXPECT_THAT(localstore::StoreProblem(folder.File("Other.PST")), HasSubstr("another program"));
+  EXPECT_THAT(Files()->Problem(Path("Other.PST")), HasSubstr("another program"));
+  EXPECT_EQ(Files()->Identity(Path("Junk.PST")), std::nullopt);
+  folder.Write("Empty.PST", "");
+  EXPECT_EQ(Files()->Problem(Path("Empty.PST")) + Files()->Problem(Path("New.PST")), "");
+  EXPECT_FALSE(*Files()->IsThere(Path("Empty.PST")) || *Files()->IsThere(Path("New.PST")));
+  EXPECT_EQ(test_support::ReadAll(folder.File("Empty.PST")), "");
+  EXPECT_TRUE(*Files()->IsThere(Path("Out.PST")));
+  EXPECT_THAT(Files()->Problem(Path("none/Out.PST")), HasSubstr("there is no folder"));
+  EXPECT_THAT(Files()->Problem(Path("Junk.PST/Out.PST")), HasSubstr("Not a directory"));
   EXPECT_EQ(test_support::ReadAll(folder.File("Other.PST")), others);
   handler.ClearPrevisInstance();
   // A store cut short is told at the latest when it is used; one that is gone is made anew.

@@ -64,6 +64,9 @@ TEST_F(ItemPropsOfAMail, AForwardIsWhatIsShownOfAMailThatWasAnsweredToo) {
     const std::string body = Saved("{\"flags\": [" + std::string(row.flags) + "]}");
     EXPECT_THAT(body, HasSubstr(Tag(0x1081, "Integer", row.verb)));
     EXPECT_THAT(body, HasSubstr(Tag(0x1080, "Integer", std::to_string(row.icon))));
+    const bool isBoth = std::string(row.flags).find(',') != std::string::npos;
+    const auto earlier = HasSubstr("PropertyId=\"1\" PropertyType=\"Integer\"/><t:Value>102<");
+    EXPECT_EQ(testing::Matches(earlier)(body), isBoth) << row.flags;
   }
 }
 

@@ -151,7 +151,7 @@ TEST(Sources, AMaildirComesOutOfTheMailboxAsItWentIn) {
   for (int i = 4; i < 26; ++i) keywords += std::to_string(i) + " Word" + std::to_string(i) + "\n";
   const char* const letters[] = {
       "",   "S",   "R",  "RS",   "F", "FS",   "D",
-      "DS", "FRS", "PS", "DFRS", "b", "Sbcd", "FPSabcdefghijklmnopqrstuvwxyz"};
+      "DS", "FRS", "PS", "PR", "PRS", "DFRS", "b", "Sbcd", "FPRSabcdefghijklmnopqrstuvwxyz"};
   const char* const places[] = {"", "INBOX/Kunde/", "Projekte.2019/K&APY-ln/", "Sent/"};
   int number = 0;
   for (const std::string place : places) {

@@ -29,8 +29,15 @@ using test_support::TemporaryFolder;
 using testing::HasSubstr;
 
 std::vector<std::string> ArgumentsTo(const TemporaryFolder& folder, const std::string& to,
-                                     const std::string& run) {
-  return {"migrate", folder.File("source"), "--to", to, "--run", folder.File(run), "--json"};
+                                     const std::string& run,
+                                     const std::vector<std::string>& moreSources = {}) {
+  std::vector<std::string> arguments = {"migrate", folder.File("source")};
+  arguments.insert(arguments.end(), moreSources.begin(), moreSources.end());
+  for (const std::string& one :
+       {std::string("--to"), to, std::string("--run"), folder.File(run), std::string("--json")}) {
+    arguments.push_back(one);
+  }
+  return arguments;
 }
 
 // Boundaries and Content-IDs are made anew each time.
@@ -88,15 +95,15 @@ void KillAll(const std::vector<pid_t>& engines) {
 TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
   const TemporaryFolder folder;
   const int mails = WriteMails(folder, 240).count;
+  std::vector<std::string> samples;
   for (const char* const part : {"mail", "calendar", "contacts", "diary", "prepared"}) {
-    fs::copy(fs::path(TARNY_SOURCE) / "samples" / part, folder.File("source/samples ") + part,
-             fs::copy_options::recursive);
+    samples.push_back(fs::path(TARNY_SOURCE) / "samples" / part);
   }
-  const auto local = ArgumentsTo(folder, "local:" + folder.File("mailbox"), "run-local");
+  const auto local = ArgumentsTo(folder, "local:" + folder.File("mailbox"), "run-local", samples);
   const auto whole = SummaryOf(RunProgram("tarny", local, folder.Path()));
 
   const std::string file = folder.File("Out.pst");
-  const auto arguments = ArgumentsTo(folder, "store:" + file, "run");
+  const auto arguments = ArgumentsTo(folder, "store:" + file, "run", samples);
   std::optional<Program> tarny;
   std::mt19937 random(20240306);
   constexpr int kKills = 10;
@@ -134,8 +141,9 @@ TEST(StoreTarget, HoldsWhatAMailboxHoldsThoughItsRunDiesTenTimes) {
   // Once more nothing is sent; a run that knows nothing of what is there does not fill it again.
   const auto again = SummaryOf(RunProgram("tarny", arguments, folder.Path()));
   EXPECT_EQ(again["sent"], 0);
-  EXPECT_THAT(RunProgram("tarny", ArgumentsTo(folder, "store:" + file, "run-2"), folder.Path()),
-              FailsWith("holds items of this source already"));
+  EXPECT_THAT(
+      RunProgram("tarny", ArgumentsTo(folder, "store:" + file, "run-2", samples), folder.Path()),
+      FailsWith("holds items of this source already"));
   auto verify = arguments;
   verify[0] = "verify";
   EXPECT_EQ(RunProgram("tarny", verify, folder.Path()).status, 0);
@@ -181,8 +189,10 @@ TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
   folder.Write("source/a.eml", "Subject: a\r\n\r\nx\r\n");
   folder.Write("junk.pst", std::string(9000, 'x'));
   fs::create_directory(folder.File("folder.pst"));
-  const auto to = [&](const std::string& file) {
-    return RunProgram("tarny", ArgumentsTo(folder, "store:" + file, "run"), folder.Path());
+  const auto to = [&](const std::string& file, const std::string& option = "--json") {
+    auto arguments = ArgumentsTo(folder, "store:" + file, "run");
+    arguments.back() = option;
+    return RunProgram("tarny", arguments, folder.Path());
   };
   for (const char* const name : {"Out.db", "pst", ".pst", "x.pst/Out"}) {
     const Result result = to(folder.File(name));
@@ -200,12 +210,28 @@ TEST(StoreTarget, WhatCannotBeAStoreIsRefusedByName) {
                                      std::pair("folder.pst", "folder.pst is no file"),
                                      std::pair("none/Out.pst", "there is no folder")}) {
     EXPECT_THAT(to(folder.File(name)), FailsWith(reason));
-    auto dryRun = ArgumentsTo(folder, "store:" + folder.File(name), "run");
-    dryRun.push_back("--dry-run");
-    EXPECT_THAT(RunProgram("tarny", dryRun, folder.Path()), FailsWith(reason));
+    EXPECT_THAT(to(folder.File(name), "--dry-run"), FailsWith(reason));
   }
+  const Result plan = to(folder.File("Out.PST"), "--dry-run");  // which makes nothing
+  EXPECT_EQ(plan.status, 0) << plan.err;
+  EXPECT_THAT(plan.out, HasSubstr("Inbox"));
+  EXPECT_FALSE(fs::exists(folder.File("Out.PST")));
   EXPECT_EQ(to(folder.File("Out.PST")).status, 0);  // a refused name bound the run to nothing
   EXPECT_THAT(to(folder.File("Other.pst")), FailsWith("belongs to a run into another target"));
+  // A store of the same name is not the run's own, though a copy of that is.
+  const auto run2 = ArgumentsTo(folder, "store:" + folder.File("Other.PST"), "run-2");
+  EXPECT_EQ(RunProgram("tarny", run2, folder.Path()).status, 0);
+  fs::rename(folder.File("Out.PST"), folder.File("Kept.PST"));
+  fs::rename(folder.File("Other.PST"), folder.File("Out.PST"));
+  const std::string before = test_support::ReadAll(folder.File("Out.PST"));
+  for (const char* const option : {"--json", "--dry-run"}) {
+    EXPECT_THAT(to(folder.File("Out.PST"), option),
+                FailsWith("Out.PST is not the one that this run filled"));
+  }
+  EXPECT_EQ(test_support::ReadAll(folder.File("Out.PST")), before);
+  fs::copy_file(folder.File("Kept.PST"), folder.File("Out.PST"),
+                fs::copy_options::overwrite_existing);
+  EXPECT_EQ(SummaryOf(to(folder.File("Out.PST")))["sent"], 0);
   fs::resize_file(folder.File("Out.PST"), 10'000);
   folder.Write("source/b.eml", "Subject: b\r\n\r\ny\r\n");
   EXPECT_THAT(to(folder.File("Out.PST")), FailsWith("Out.PST"));

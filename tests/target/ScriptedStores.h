@@ -2,11 +2,14 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "target/RdoProviders.h"
+#include "target/StoreFiles.h"
 
 // Profiles, stores and folders that a test lays out, behind objects that write down each call and
 // fail where the test says so.
@@ -21,20 +24,29 @@ struct Script {
 
   int failAt = 0;  // the number of the call that fails, from 1; 0 for none
   int alsoFailAt = 0;
-  bool failsForGood = false;  // and all behind it
+  bool failsForGood = false;   // and all behind it
+  bool failsAsAWhole = false;  // not the item, but its store
+  int stopAt = 0;              // the number of the call during which `stop` is set
+  std::int32_t* stop = nullptr;
   bool hasSession = true;
   bool hasOutlook = true;
   bool givesNoStore = false;  // to whoever adds one
   bool givesNoAttachments = false;
-  int namespaces = 0;                 // that are held
-  std::shared_ptr<rdo::Folder> root;  // of every store
+  int namespaces = 0;                  // that are held
+  std::shared_ptr<rdo::Folder> root;   // of every store
+  std::optional<bool> isThere = true;  // what is told of a file
+  std::string problem;
+  std::optional<std::string> identity;
+  Store looked;
   std::vector<std::string> calls;
 
   void Call(const std::string& what) {
     calls.push_back(what);
     const int number = static_cast<int>(calls.size());
+    if (stop && number == stopAt) *std::exchange(stop, nullptr) = 1;
     if (number == failAt || number == alsoFailAt ||
         (failsForGood && failAt > 0 && number > failAt)) {
+      if (failsAsAWhole) throw rdo::StoreFailed(what + " fails");
       throw std::runtime_error(what + " fails");
     }
   }
@@ -280,7 +292,21 @@ struct ScriptedOutlook : rdo::OutlookApplication {
   Script& script;
 };
 
-// Both objects, while it lives.
+// All stores are one.
+struct ScriptedFiles : rdo::StoreFiles {
+  explicit ScriptedFiles(Script& of) : script(of) {}
+  std::optional<bool> IsThere(const CString&) override { return script.isThere; }
+  std::string Problem(const CString&) override { return script.problem; }
+  std::optional<std::string> Identity(const CString&) override { return script.identity; }
+  std::shared_ptr<rdo::PstStore> Look(const CString& path) override {
+    script.looked = {"looked into", path.ToUtf8()};
+    return std::make_shared<ScriptedStore>(script, script.looked);
+  }
+
+  Script& script;
+};
+
+// All objects, while it lives.
 class ScriptedProvider {
  public:
   explicit ScriptedProvider(Script& script)
@@ -290,15 +316,18 @@ class ScriptedProvider {
                     if (!script.hasSession) throw std::runtime_error("no such class");
                     return std::make_shared<ScriptedSession>(script);
                   }),
-        m_outlook(rdo::kOutlook, [&script]() -> std::shared_ptr<rdo::Object> {
-          script.Call("outlook");
-          if (!script.hasOutlook) throw std::runtime_error("no such class");
-          return std::make_shared<ScriptedOutlook>(script);
-        }) {}
+        m_outlook(rdo::kOutlook,
+                  [&script]() -> std::shared_ptr<rdo::Object> {
+                    script.Call("outlook");
+                    if (!script.hasOutlook) throw std::runtime_error("no such class");
+                    return std::make_shared<ScriptedOutlook>(script);
+                  }),
+        m_files(rdo::kStoreFiles, [&script] { return std::make_shared<ScriptedFiles>(script); }) {}
 
  private:
   rdo::Provider m_session;
   rdo::Provider m_outlook;
+  rdo::Provider m_files;
 };
 
 }  // namespace test_support

@@ -27,6 +27,12 @@ class Stores : public testing::Test {
     script.failAt = failAt;
     return name;
   }
+  // The handler is asked to stop during the call of that number.
+  void StopAt(int number) {
+    script.TakeCalls();
+    script.stop = &handler.m_bStop;
+    script.stopAt = number;
+  }
   // A handler as new, with the script's calls counted from here.
   void Begin(int failAt) {
     script.failAt = 0;
@@ -154,6 +160,15 @@ TEST_F(Stores, AStoreIsLookedForInEveryProfileByItsExactPath) {
   profiles["Bob"].push_back({"d", "\\nowhere\\Out.PST"});
   EXPECT_TRUE(open());
   EXPECT_THAT(script.TakeCalls(), testing::EndsWith("call it Morvane \\nowhere\\Out.PST, save"));
+  Begin(0);
+  EXPECT_EQ(handler.GetAllExchangeProfiles(nullptr), 1);
+  StopAt(7);  // the first store, behind which no other is looked at
+  EXPECT_TRUE(handler.OpenPstFile(path));
+  EXPECT_EQ(
+      script.TakeCalls(),
+      "profiles, count profiles, profile 1, logon 'Ann' 00100, stores, count stores, store 1, "
+      "path, logoff, profile 2, logon 'Bob' 00100, stores, count stores, logoff");
+  handler.m_bStop = 0;
   profiles.clear();
   EXPECT_FALSE(open());
   handler.m_bStop = 1;
@@ -222,9 +237,14 @@ TEST_F(Stores, AProfileGivesItsStoresAndTheFirstOfAName) {
   EXPECT_EQ(handler.SetEnvironmentForExchange(u"Ann", u"b", u"\\3.PST"), 1);
   EXPECT_EQ(handler.m_objRdoPstStore.GetPstPath(), u"\\2.PST");
   EXPECT_EQ(handler.SetEnvironmentForExchange(u"Ann", u"none", u"\\3.PST"), 0);
-  handler.m_bStop = 1;
-  EXPECT_EQ(handler.SetEnvironmentForExchange(u"Ann", u"b", u""), 0);
+  StopAt(6);  // the first store, which is listed yet
+  names.RemoveAll();
   EXPECT_EQ(handler.GetAllProfilesPath(u"Ann", names, paths), 0);
+  EXPECT_EQ(names.GetSize(), 1);
+  handler.m_bStop = 0;
+  StopAt(6);
+  EXPECT_EQ(handler.SetEnvironmentForExchange(u"Ann", u"b", u""), 0);
+  EXPECT_THAT(script.TakeCalls(), testing::EndsWith("store 1, path, store name"));
 }
 
 TEST_F(Stores, ReleasingGoesOnBehindWhatFails) {
@@ -379,7 +399,7 @@ TEST_F(StoreAsTarget, WhicheverCallOnTheWayToAFolderFailsNoItemGoesAstray) {
   const auto go = [&] { handler.GoToStoreFolder(u"($Inbox)\\Work\\Plan\\", 0); };
   const auto import = [&] { return Import(descriptors::List(u"ann@example.com")); };
   for (const bool safe : {false, true}) {
-    ews::Settings().bSafe = safe;
+    ews::Settings().bSafe = script.failsAsAWhole = safe;
     int told = 0;
     std::string failed = "first";
     for (int number = 1; !failed.empty(); ++number) {
@@ -388,8 +408,8 @@ TEST_F(StoreAsTarget, WhicheverCallOnTheWayToAFolderFailsNoItemGoesAstray) {
       failed = FailAt(number, go);
       if (handler.m_objCurrFolder.IsEmpty()) {
         ++told;
-        EXPECT_EQ(import(),
-                  "The folder could not be made in the store." + (safe ? " " + failed : ""));
+        EXPECT_EQ(import(), "The folder could not be made in the store." +
+                                (safe ? " The store failed: " + failed : ""));
         EXPECT_THAT(root->Tree(), testing::Not(HasSubstr("*"))) << failed;
       } else {
         EXPECT_EQ(import(), "1") << failed;
@@ -421,7 +441,7 @@ TEST_F(StoreAsTarget, WhicheverCallOfASaveFailsTheItemIsThereWholeOrToldWithTheS
       u"EMAIL\n1\nCreation Date : 2024-03-01 10:00:00\n\nFrom : a@x.example"
       u"\nTo : b@x.example;\nCC : c@x.example;\n\nSubject : s\nMessageID : ";
   for (const bool safe : {false, true}) {
-    ews::Settings().bSafe = safe;
+    ews::Settings().bSafe = script.failsAsAWhole = safe;
     for (const Row& row :
          {Row{mail, "IPM.Note, import, fields"}, Row{mail, "IPM.Note, fields, a.txt"},
           Row{descriptors::Calendar(u"", false, u"b@x.example;"),
@@ -453,7 +473,7 @@ TEST_F(StoreAsTarget, WhicheverCallOfASaveFailsTheItemIsThereWholeOrToldWithTheS
           EXPECT_THAT(result, HasSubstr(failed));
         } else {
           if (!failed.empty()) {
-            EXPECT_EQ(result, failed);
+            EXPECT_EQ(result, (safe ? "The store failed: " : "") + failed);
             EXPECT_EQ(saved, before) << failed;
             import();
           }

@@ -52,9 +52,9 @@ TEST(Journal, EqualEventsAreKnownByTheirNumberWhereverTheyLieNow) {
   const std::pair<const char*, const char*> lie[] = {
       {"/a.ics#0", "new"}, {"/a.ics#1", "A"}, {"/a.ics#2", "B"}, {"/b.ics#0", "A"}};
   Plan plan;
+  plan.entries.Begin(nullptr, 0);
   for (const auto& [location, hash] : lie) {
-    plan.entries.push_back({nullptr, {.location = location, .folder = "Calendar\\"}, location});
-    plan.entries.back().item.type = TYPE_CALENDER;
+    plan.entries.Add({.location = location, .folder = "Calendar\\", .type = TYPE_CALENDER});
   }
   const auto taken = [&](ArrivedItems& arrived, std::size_t at, const char* hash) {
     return arrived.Take(plan.entries[at], hash);
@@ -85,9 +85,9 @@ TEST(Journal, AnEarlierVersionHasTheIdOfWhatTheSourceHoldsOtherwiseNow) {
   store("/b.ics#1", ContentKey("u1", "C"), "C");  // lies there still
   store("/a.ics#2", MadeKey("D"), "D");
   Plan plan;
+  plan.entries.Begin(nullptr, 0);
   for (const char* location : {"/a.ics#1", "/a.ics#2", "/b.ics#1"}) {
-    plan.entries.push_back({nullptr, {.location = location, .folder = "Calendar\\"}, location});
-    plan.entries.back().item.type = TYPE_CALENDER;
+    plan.entries.Add({.location = location, .folder = "Calendar\\", .type = TYPE_CALENDER});
   }
   const ArrivedItems arrived(journal, plan);
   const auto earlier = [&](std::size_t entry, const std::string& id, const std::string& hash) {

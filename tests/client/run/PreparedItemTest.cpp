@@ -37,7 +37,7 @@ TEST(PreparedItem, AFolderWithADescriptorIsOneItemOfTheFolderAboveIt) {
   folder.Write("s/top/11comtextjj.t", Descriptor("EMAIL", "<2@x>"));
   folder.Write("s/Team/mail.eml", "Subject: a mail\r\n\r\n");
   const Listing listing = OpenSource(folder.File("s"), {})->List();
-  const std::vector<SourceItem>& items = listing.items;
+  const ItemList& items = listing.items;
   ASSERT_EQ(items.size(), 3u);
   EXPECT_TRUE(listing.problems.empty());
   EXPECT_EQ(items[0].folder, "Team\\");
@@ -100,7 +100,7 @@ TEST(PreparedItem, AFolderTakesOneKindAndTheOthersGoBelowTheirOwn) {
                                    {"Team/Tasks/1", "Team\\Tasks\\"},
                                    {"Team/Tasks/2", "Contacts\\Team\\Tasks (Contacts)\\"}}));
   // What arrived keeps its place, whatever that is called and whatever came beside it.
-  const FolderKinds known = KindsOf(MakePlan({folder.File("s")}).entries);
+  const FolderKinds known = KindsOf(MakePlan({folder.File("s")}).entries.Items());
   folder.Write("s/Team/CONTACTS/0/11comtextjj.t", Descriptor("EMAIL", ""));
   EXPECT_EQ(foldersBehind(known)["Team/CONTACTS/1"], "Team\\CONTACTS (Calendar)\\");
   const std::string unnamed = "Tasks\\calendar\\";

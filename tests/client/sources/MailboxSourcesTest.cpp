@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "client/sources/ContentHash.h"
+#include "client/sources/EmlSource.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/StateFields.h"
 #include "client/sources/TagNames.h"
@@ -284,6 +285,31 @@ TEST(MboxSource, TellsStateAndLeavesWhatIsDeletedBehind) {
   EXPECT_EQ(plan.storeData, 1u);
   EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), "Subject: 1\nStatus: RO\n\nStatus: O\n");
   EXPECT_EQ(MakePlan({path}, {.withDeleted = true}).entries.size(), 3u);
+}
+
+TEST(MaildirSource, AMailIsReadWhereverItMovedMeanwhile) {
+  const TemporaryFolder folder;
+  const std::pair<const char*, const char*> moves[] = {
+      {"new/1.a.h", "cur/1.a.h:2,"},      {"new/2.a.h", "cur/2.a.h,U=7:2,FS"},
+      {"cur/3.a.h:2,", "cur/3.a.h:2,RS"}, {"cur/4.a.h;2,S", "new/4.a.h"},
+      {"cur/5.a.h:2,", "tmp/5.a.h"},      {"cur/6.a.h:2,", "cur/6.a.h:2,"}};
+  for (const auto& [before, after] : moves) {
+    folder.Write(before, std::string("Subject: ") + before + "\n\n");
+  }
+  std::filesystem::create_directory(folder.File("tmp"));
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), std::size(moves));
+  for (const auto& [before, after] : moves) {
+    std::filesystem::rename(folder.File(before), folder.File(after));
+  }
+  for (const Plan::Entry& entry : plan.entries) {
+    if (entry.name == "cur/5.a.h:2,") {
+      EXPECT_THROW(entry.source->Read(entry.item), SourceError);
+    } else {
+      EXPECT_EQ(entry.source->Read(entry.item), "Subject: " + entry.name + "\n\n");
+      EXPECT_EQ(EmlSource(folder.Path(), {}).Read(entry.item), entry.source->Read(entry.item));
+    }
+  }
 }
 
 TEST(MaildirSource, LettersAndKeywordsTellTheState) {

@@ -1,0 +1,97 @@
+#include "client/sources/FolderNames.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <vector>
+
+#include "base/AsciiText.h"
+#include "client/sources/LineDecoding.h"
+#include "client/sources/Pieces.h"
+#include "client/sources/SourceFiles.h"
+
+namespace client {
+namespace {
+
+bool IsThere(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0;
+}
+
+// "0A1B2C3D-1111-2222-3333-444455556666"
+bool IsUuid(std::string_view name) {
+  constexpr std::string_view kForm = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+  return std::ranges::equal(name, kForm, [](char c, char form) {
+    return form == '-' ? c == '-' : std::isxdigit(static_cast<unsigned char>(c)) != 0;
+  });
+}
+
+// "V10"
+bool IsVersion(std::string_view name) {
+  return name.size() > 1 && name.front() == 'V' &&
+         name.find_first_not_of("0123456789", 1) == std::string_view::npos;
+}
+
+std::string_view LastName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+bool HasName(const std::string& folder, bool (*is)(std::string_view name)) {
+  bool any = false;
+  std::vector<SourceProblem> ignored;
+  EachName(folder, ignored, [&](std::string_view name) { any = any || is(name); });
+  return any;
+}
+
+// The checksum in the names that offlineimap gives mails.
+bool HasMailOfOfflineimap(const std::string& maildir) {
+  const auto is = [](std::string_view name) {
+    return name.find(",FMD5=") != std::string_view::npos;
+  };
+  return HasName(maildir + "/cur", is) || HasName(maildir + "/new", is);
+}
+
+}  // namespace
+
+bool IsAboveAppleFolders(const SourceFolder& parent, std::string_view name) {
+  constexpr const char* kMailData = "/MailData";
+  const std::string path = parent.path + "/" + std::string(name);
+  if (IsVersion(name)) return IsThere(path + kMailData);
+  if (IsVersion(LastName(parent.path)) && IsThere(parent.path + kMailData)) return true;
+  return IsUuid(name) &&
+         HasName(path, [](std::string_view each) { return each.ends_with(".mbox"); });
+}
+
+bool IsAppleMailData(const SourceFolder& parent, std::string_view name) {
+  return name == "MailData" && IsVersion(LastName(parent.path));
+}
+
+bool HasLevelsByDots(const SourceFolder& parent, std::string_view name) {
+  const std::size_t dot = name.find('.');
+  if (dot == 0 || dot == std::string_view::npos) return false;
+  return HasMailOfOfflineimap(parent.path + "/" + std::string(name)) ||
+         HasMailOfOfflineimap(parent.path + "/INBOX");
+}
+
+// "Customers & Co,Customer.fol,F,N": the name first, which may hold commas.
+std::string EudoraName(const std::string& folder, std::string_view file) {
+  constexpr std::uint64_t kMost = 1 << 20;  // bytes
+  std::string list;
+  try {
+    list = ReadFileRange(folder + "/descmap.pce", 0, kMost);
+  } catch (const SourceError&) {  // what lies there has the names that it has
+  }
+  for (std::string_view rest = list; !rest.empty();) {
+    const std::string_view line = mail::trimmed(TakeUpTo(rest, '\n'));
+    const std::size_t flags = line.rfind(',', line.rfind(',') - 1);
+    if (flags == std::string_view::npos) continue;
+    const std::size_t comma = line.rfind(',', flags - 1);
+    if (comma == std::string_view::npos || comma == 0) continue;
+    if (mail::equalsNoCase(line.substr(comma + 1, flags - comma - 1), file)) {
+      return ToUtf8(line.substr(0, comma), {});
+    }
+  }
+  return std::string(file.substr(0, file.rfind('.')));
+}
+
+}  // namespace client
