@@ -53,15 +53,19 @@ class Shortage {
 
 }  // namespace test_support
 
-void* operator new(std::size_t bytes) { return test_support::Shortage::AllocateOrThrow(bytes); }
-void* operator new[](std::size_t bytes) { return test_support::Shortage::AllocateOrThrow(bytes); }
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+// Not inline: the compiler would take what it sees for a mismatch of new and free.
+[[gnu::noinline]] void* operator new(std::size_t bytes) {
+  return test_support::Shortage::AllocateOrThrow(bytes);
+}
+[[gnu::noinline]] void* operator new[](std::size_t bytes) {
+  return test_support::Shortage::AllocateOrThrow(bytes);
+}
+[[gnu::noinline]] void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
   return test_support::Shortage::Allocate(bytes);
 }
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
   return test_support::Shortage::Allocate(bytes);
 }
-// Not inlined: a compiler that sees free() for what a new gave takes it for a mistake.
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete[](void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }

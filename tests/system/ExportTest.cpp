@@ -78,7 +78,7 @@ TEST(Export, IsReadByOthersAsItWasSent) {
 }
 
 // The samples, by hand from their files.
-TEST(Migration, IsSeenByAnIndependentClientAsItsSourceSays) {
+TEST(IndependentReader, SeesWhatWasMigratedAsItsSourceSays) {
   const std::string interop = std::string(TARNY_SOURCE) + "/tests/interop";
   if (!std::filesystem::is_directory(interop + "/node_modules/ews-javascript-api")) {
     GTEST_SKIP() << "run npm ci in tests/interop first";
