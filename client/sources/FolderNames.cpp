@@ -36,10 +36,15 @@ bool IsVersion(std::string_view name) {
 
 std::string_view LastName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
+// Among the first names of a folder.
 bool HasName(const std::string& folder, bool (*is)(std::string_view name)) {
+  int left = 100;
   bool any = false;
   std::vector<SourceProblem> ignored;
-  EachName(folder, ignored, [&](std::string_view name) { any = any || is(name); });
+  EachName(folder, ignored, [&](std::string_view name) {
+    any = is(name);
+    return !any && --left > 0;
+  });
   return any;
 }
 

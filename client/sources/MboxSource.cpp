@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "client/sources/EudoraToc.h"
 #include "client/sources/GmailLabels.h"
 #include "client/sources/Mbox.h"
 #include "client/sources/Mmdf.h"
@@ -71,9 +72,11 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   const std::size_t first = listing.items.size();
   std::vector<bool> told;  // whether it was read
   bool hasLabels = false;
+  const EudoraToc toc(path);
   for (const MboxSplitter::Mail& mail : MailsOf(path, kind)) {
     std::string place = folder;
     StateFields fields = FieldsOf(path, mail, place);
+    toc.AddState(mail.offset, fields);
     hasLabels = hasLabels || place != folder;
     told.push_back(fields.read.has_value());
     // The name holds the place, so that two mails of one file are two items of the journal.

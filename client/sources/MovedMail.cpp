@@ -43,6 +43,7 @@ std::string WhereMoved(const std::string& path) {
     std::string found;
     EachName(maildir + part, ignored, [&](std::string_view other) {
       if (LastingPart(other) == lasting) found = other;
+      return found.empty();
     });
     if (!found.empty()) return maildir + part + "/" + found;
   }

@@ -43,7 +43,7 @@ struct CloseFolder {
 }  // namespace
 
 void EachName(const std::string& path, std::vector<SourceProblem>& problems,
-              const std::function<void(std::string_view name)>& take) {
+              const std::function<bool(std::string_view name)>& take) {
   const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
   if (!folder) {
     problems.push_back({path, std::string("the folder cannot be read: ") + std::strerror(errno),
@@ -53,7 +53,7 @@ void EachName(const std::string& path, std::vector<SourceProblem>& problems,
   errno = 0;
   while (const dirent* entry = readdir(folder.get())) {
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") take(name);
+    if (name != "." && name != ".." && !take(name)) return;
     errno = 0;
   }
   if (errno != 0) {
@@ -70,6 +70,7 @@ void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
   EachName(path, problems, [&](std::string_view name) {
     starts.push_back(names.size());
     names.append(name).append(1, '\0');
+    return true;
   });
   std::ranges::sort(starts, [&](std::size_t a, std::size_t b) {
     return std::strcmp(names.c_str() + a, names.c_str() + b) < 0;

@@ -34,9 +34,10 @@ struct FolderEntry {
   std::int64_t modified = 0;  // seconds since 1970 UTC
 };
 
-// The names in a folder, in no order. A folder that cannot be read becomes a problem and has none.
+// The names in a folder, in no order, until `take` returns false. A folder that cannot be read
+// becomes a problem and has none.
 void EachName(const std::string& path, std::vector<SourceProblem>& problems,
-              const std::function<void(std::string_view name)>& take);
+              const std::function<bool(std::string_view name)>& take);
 // The entries of a folder in byte order of their names, links to files followed. A folder that
 // cannot be read becomes a problem and has none.
 std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems);

@@ -382,8 +382,7 @@ TEST_F(Calendar, OfTwoVersionsTheLaterCountsAndUtf16IsRead) {
     EXPECT_THAT(Problems(plan, folder.Path()),
                 ElementsAre("a.ics: Old (2024-03-05)" + why, "a.ics: Oldest (2024-03-05)" + why));
     EXPECT_TRUE(plan.IsWhole());
-    const CalendarItem item =
-        ReadCalendarItem(plan.entries[0].source->Read(plan.entries[0].item));
+    const CalendarItem item = ReadCalendarItem(plan.entries[0].source->Read(plan.entries[0].item));
     EXPECT_EQ(item.subject, "N\u00EBw");
     EXPECT_THAT(item.left, ElementsAre("an end before the start: 2024-03-04T09:00:00"));
   }

@@ -44,6 +44,14 @@ std::string Emlx(const std::string& mail, int flags) {
          std::to_string(flags) + "</integer></dict></plist>\n";
 }
 
+// What the list of a Eudora has of one mail.
+std::string TocOf(std::size_t offset, char state) {
+  std::string mail = Words({static_cast<std::uint32_t>(offset), 1, 0});
+  mail += state;
+  mail.resize(218);
+  return mail;
+}
+
 // Trees as programs leave them, and where their mail goes.
 TEST(Stores, EachProgramsTreeIsOneSource) {
   using Files = std::map<std::string, std::string>;
@@ -176,15 +184,16 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         "sub\\v1.2\\|sub/v1.2/cur/3.a:2,S"},
        {}},
       {"Eudora's",
-       {{"In.mbx", Mbox()},
-        {"In.toc", "x"},
+       {{"In.mbx", Mbox() + Mbox() + Mbox()},
+        {"In.toc", std::string(104, 'x') + TocOf(Mbox().size(), 0) + TocOf(0, 2) + "cut"},
         {"Out.mbx", Mbox()},
         {"kueche.mbx", Mbox()},
         {"Kunden.fol/Old.mbx", Mbox()},
         {"descmap.pce",
          "In,In.mbx,S,N\r\n,\r\nx,y\r\nK\xFC"
          "che, Bad,Kueche.mbx,M,N\r\n,,,\r\nKunden & Co,Kunden.fol,F,N"}},
-       {"Inbox\\|In.mbx:0", "Sent Items\\|Out.mbx:0",
+       {"Inbox\\|In.mbx:0", "Inbox\\|In.mbx:" + std::to_string(Mbox().size()) + "|unread",
+        "Inbox\\|In.mbx:" + std::to_string(2 * Mbox().size()) + "|unread", "Sent Items\\|Out.mbx:0",
         "K\xC3\xBC"
         "che, Bad\\|kueche.mbx:0",
         "Kunden & Co\\Old\\|Kunden.fol/Old.mbx:0"},
@@ -205,6 +214,8 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
     EXPECT_THAT(Items(plan), testing::ElementsAreArray(row.items)) << row.name;
     EXPECT_THAT(plan.emptyFolders, testing::ElementsAreArray(row.empty)) << row.name;
     EXPECT_THAT(Problems(plan, folder.Path()), IsEmpty()) << row.name;
+    const bool isEudoras = row.name == std::string("Eudora's");
+    EXPECT_TRUE(!isEudoras || plan.entries[0].item.state.answered);
     for (const Plan::Entry& entry : plan.entries) {
       EXPECT_NE(entry.source->Read(entry.item).find(kMail), std::string::npos) << entry.name;
     }
