@@ -1,6 +1,7 @@
 #include "client/run/Verification.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -80,14 +81,37 @@ bool Stands(const SourceRecord& item, TargetFolder& target) {
   return true;
 }
 
+// What is missing from its folder, and what other folders of the target hold for which the source
+// has nothing there: a user may have moved it.
+struct Strays {
+  struct Missing {
+    FolderCheck* check;
+    std::size_t number;                        // in its list
+    std::array<TargetIndex::Digest, 2> names;  // by key and by id
+  };
+  std::vector<Missing> missing;
+  std::map<TargetIndex::Digest, std::string> beyond;  // and its folder
+
+  void TellWhere() const {
+    for (const Missing& one : missing) {
+      for (const TargetIndex::Digest& name : one.names) {
+        const auto at = name == TargetIndex::Digest{} ? beyond.end() : beyond.find(name);
+        if (at != beyond.end())
+          one.check->missing[one.number].reason = "there is one in " + at->second;
+      }
+    }
+  }
+};
+
 // What stands in the target and for no item of the source, told apart.
-void TellLeft(const TargetFolder& target, FolderCheck& first) {
+void TellLeft(const TargetFolder& target, FolderCheck& first, Strays& strays) {
   std::map<std::size_t, std::size_t> more;  // by number in the index
   for (const std::size_t number : target.index.Left()) {
     if (const auto twin = target.index.TwinOf(number)) {
       ++more[*twin];
     } else {
       first.beyond.push_back(target.described[number]);
+      strays.beyond.emplace(target.index.NameOf(number), first.folder);
     }
   }
   for (const auto& [number, count] : more) {
@@ -97,7 +121,7 @@ void TellLeft(const TargetFolder& target, FolderCheck& first) {
 }
 
 void CheckFolder(TargetLook& look, SecondPlaces& second, const std::string& folder,
-                 const Records& items, FolderCheck& first) {
+                 const Records& items, FolderCheck& first, Strays& strays) {
   OwnKeys own;
   for (const SourceRecord& item : items) own.insert(TargetIndex::DigestOf(item.key));
   TargetFolder target;
@@ -115,9 +139,13 @@ void CheckFolder(TargetLook& look, SecondPlaces& second, const std::string& fold
       ++item.check->there;
     } else {
       item.check->missing.push_back({item.entry->name, {}});
+      strays.missing.push_back(
+          {item.check,
+           item.check->missing.size() - 1,
+           {TargetIndex::DigestOf(item.key), TargetIndex::DigestOf(item.messageId)}});
     }
   }
-  TellLeft(target, first);
+  TellLeft(target, first, strays);
 }
 
 }  // namespace
@@ -150,12 +178,14 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
   std::set<std::string> identities;
   for (const auto& [identity, sharing] : places) identities.insert(identity);
   SecondPlaces second(m_look, std::move(identities));
+  Strays strays;
   for (const auto& [identity, sharing] : places) {
     Records all;
     for (const FolderCheck* check : sharing)
       std::ranges::copy(items[check->folder], std::back_inserter(all));
-    CheckFolder(m_look, second, sharing.front()->folder, all, *sharing.front());
+    CheckFolder(m_look, second, sharing.front()->folder, all, *sharing.front(), strays);
   }
+  strays.TellWhere();
   for (const auto& [folder, records] : items) {
     for (const SourceRecord& item : records) {
       while (second.Take(item.elsewhere, item.key)) {
