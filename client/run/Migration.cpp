@@ -69,6 +69,7 @@ Summary Migration::Run(const Plan& plan) {
     doubts = m_journal.EndedWith(ItemResult::kArrived, kCouldNotAsk);
     std::ranges::move(m_journal.EndedWith(ItemResult::kArrived, kReduced),
                       std::back_inserter(doubts));
+    TakeOverLate(plan);
     m_arrived.emplace(m_journal, plan);
     if (m_setup.adopt) m_adoption.emplace(*m_look, plan);
     for (const Plan::Entry& entry : plan.entries) {
@@ -97,7 +98,7 @@ Summary Migration::Run(const Plan& plan) {
 void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   // What an error kept from being looked for.
   m_late.Look(/*ask=*/false, [&](const LateCopies::Item& item, const std::string& remark) {
-    m_summary.remarks.push_back({item.name, remark});
+    if (!remark.empty()) m_summary.remarks.push_back({item.name, remark});
   });
   m_ledger.Close();  // before the engine, which tidies up only when it is the last one
   m_rows.Close();
@@ -300,8 +301,24 @@ void Migration::TellCopies(ItemWork& work, Outcome& outcome) {
   names.ledgerKey = work.item.ledgerKey;
   names.messageId = work.item.messageId;
   names.mayBeSeries = work.item.mayBeSeries;
+  m_journal.KeepLate(work.entry.item.location, work.sent, *work.shown);
   m_late.Watch({work.entry.name, EntryOf(work, outcome), std::move(names), work.sent, *work.shown},
                *work.lost);
+}
+
+// An earlier run was cut off before it looked. The key alone is known of them.
+void Migration::TakeOverLate(const Plan& plan) {
+  for (Journal::LateItem& late : m_journal.LateItems()) {
+    const auto entry = std::ranges::find_if(plan.entries, [&](const Plan::Entry& one) {
+      return one.item.location == late.entry.source;
+    });
+    LoadedItem names;
+    names.key = late.entry.key;
+    names.mayBeSeries = true;
+    const std::string name = entry == plan.entries.end() ? late.entry.source : entry->name;
+    m_late.Watch({name, std::move(late.entry), std::move(names), late.sent, late.shown},
+                 {ews::Transport().Now(), 0s});
+  }
 }
 
 void Migration::LookForLateCopies() {
@@ -315,6 +332,8 @@ void Migration::LookForLateCopies() {
   }
   const CountedLook look(*m_setup.waits);
   m_late.Look(ask, [&](const LateCopies::Item& item, const std::string& remark) {
+    m_journal.ForgetLate(item.entry.source);
+    if (remark.empty()) return;
     m_summary.remarks.push_back({item.name, remark});
     JournalEntry entry = item.entry;
     entry.text = Joined(entry.text, remark);

@@ -63,6 +63,7 @@ class Migration {
   Outcome HandleWork(ItemWork& work, bool found);
   // Of an item that arrived and may have done so more than once.
   void TellCopies(ItemWork& work, Outcome& outcome);
+  void TakeOverLate(const Plan& plan);
   void LookForLateCopies();
   void TellMissing(const Plan& plan);
   void TakeAway(const SecondPass::Gone& gone);
