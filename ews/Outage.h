@@ -31,7 +31,8 @@ class Outage {
 
   // strHost is for messages and tells outages apart.
   Outage(EwsTransport& objTransport, std::string strHost, std::chrono::milliseconds nTimeout,
-         Repeat eRepeat);
+         Repeat eRepeat, std::chrono::milliseconds nLongestPause = kLongestPause);
+  static constexpr std::chrono::milliseconds kLongestPause{60000};
 
   // The time-out of the next try, at least a millisecond.
   std::chrono::milliseconds TimeLeft() const;
@@ -57,6 +58,7 @@ class Outage {
   std::chrono::milliseconds m_nTimeout;
   std::chrono::steady_clock::time_point m_nEnd;
   Repeat m_eRepeat;
+  std::chrono::milliseconds m_nLongestPause;
   int m_nWaits = 0;
   int m_nAskedAgain = 0;                  // for what was no outage
   std::chrono::milliseconds m_nAsked{0};  // waited without patience

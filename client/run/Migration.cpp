@@ -26,11 +26,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Of an item that meets an outage: tries before others are taken up, to see whether all fare the
-// same; items that wait for others; and tries of such a one, each behind others that came through.
-constexpr int kTriesInARow = 4;
-constexpr std::size_t kMostAside = 3;
-constexpr int kMostPasses = 3;
 constexpr std::chrono::minutes kFreshDoubt{10};  // an older one is over, however slow its server
 constexpr std::string_view kChanged = "it has been changed since it was sent";
 
@@ -75,10 +70,7 @@ Summary Migration::Run(const Plan& plan) {
     for (const Plan::Entry& entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
       if (!m_summary.stopped.empty()) break;
-      const bool mayWait = m_aside.size() < kMostAside;
-      const bool sent = TakeUp({&entry}, mayWait ? TryLimit{kTriesInARow, Outcome::Kind::kAside}
-                                                 : kAsLongAsPatienceAllows);
-      if (sent) TakeUpAside();
+      if (TakeUp({.entry = &entry}, m_aside.LimitInTurn())) TakeUpAside();
     }
     TakeUpRest();
     LookForLateCopies();
@@ -116,39 +108,37 @@ void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   }
 }
 
-bool Migration::TakeUp(const Aside& one, const TryLimit& limit) {
+bool Migration::TakeUp(const ItemsAside::One& one, const TryLimit& limit) {
   m_limit = limit;
-  m_wasSent = one.wasSent;
+  m_wasSent = one.Waits();
+  const std::size_t before = m_tries.Count();
   const Outcome outcome = Handle(*one.entry);
+  const std::size_t tries = m_tries.Count() - before;
   if (outcome.kind == Outcome::Kind::kAside) {
-    if (one.passes == 0) {
+    if (!one.Waits()) {
       m_say(fmt::format("{} is sent again when another item has come through", one.entry->name));
     }
-    m_aside.push_back({one.entry, one.passes, /*wasSent=*/true});
+    m_aside.Put(one, tries);
     return false;
   }
   if (outcome.kind != Outcome::Kind::kLeft) Note(*one.entry, outcome);
   m_summary.stopped = StopReason(*one.entry, outcome);
-  return outcome.kind == Outcome::Kind::kSent;
+  if (outcome.kind != Outcome::Kind::kSent) return false;
+  m_aside.NoteArrival(one, tries);
+  return true;
 }
 
-// An item by which the server fails where others come through fails by itself.
 void Migration::TakeUpAside() {
-  for (Aside one : std::exchange(m_aside, {})) {
-    ++one.passes;
-    const bool isLast = one.passes == kMostPasses;
+  for (const ItemsAside::One& one : m_aside.TakeAll()) {
     if (!m_summary.stopped.empty()) return;
-    (void)TakeUp(one, {1, isLast ? Outcome::Kind::kFailed : Outcome::Kind::kAside});
+    (void)TakeUp(one, m_aside.LimitBehindAnother(one));
   }
 }
 
-// There are no others any more that could tell: nothing has come through since is an outage.
 void Migration::TakeUpRest() {
-  for (const Aside& one : std::exchange(m_aside, {})) {
+  for (const ItemsAside::One& one : m_aside.TakeAll()) {
     if (!m_summary.stopped.empty()) return;
-    const int left = kMostPasses - one.passes;
-    (void)TakeUp(one,
-                 one.passes ? TryLimit{left, Outcome::Kind::kFailed} : kAsLongAsPatienceAllows);
+    (void)TakeUp(one, m_aside.LimitAtEnd(one));
   }
 }
 

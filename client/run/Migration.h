@@ -1,6 +1,5 @@
 #pragma once
 
-#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +13,7 @@
 #include "client/run/ItemLoader.h"
 #include "client/run/ItemSender.h"
 #include "client/run/ItemTries.h"
+#include "client/run/ItemsAside.h"
 #include "client/run/Journal.h"
 #include "client/run/LateCopies.h"
 #include "client/run/LedgerLook.h"
@@ -39,16 +39,8 @@ class Migration {
   Summary Run(const Plan& plan);
 
  private:
-  static constexpr TryLimit kAsLongAsPatienceAllows{0, Outcome::Kind::kLeft};
-  // An item that waits for others, and tries behind those that came through.
-  struct Aside {
-    const Plan::Entry* entry;
-    int passes = 0;
-    bool wasSent = false;  // in this run
-  };
-
   // True if the item was sent now.
-  bool TakeUp(const Aside& one, const TryLimit& limit);
+  bool TakeUp(const ItemsAside::One& one, const TryLimit& limit);
   void TakeUpAside();
   void TakeUpRest();
   Outcome Handle(const Plan::Entry& entry);
@@ -102,9 +94,9 @@ class Migration {
   SecondPass m_second;
   bool m_mayBeOlder;  // its journal may be of an earlier version
   FailuresInARow m_inARow;
-  TryLimit m_limit = kAsLongAsPatienceAllows;  // of the item in work
-  bool m_wasSent = false;                      // it was, before it was put aside
-  std::deque<Aside> m_aside;
+  TryLimit m_limit;        // of the item in work
+  bool m_wasSent = false;  // it was, before it was put aside
+  ItemsAside m_aside;
   std::unordered_set<std::string_view> m_noted;  // locations of items
   std::unordered_set<std::size_t> m_contents;    // of mails and their folders; hashes
   // How the last item of the runs before arrived, if it arrived.
