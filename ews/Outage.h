@@ -29,7 +29,8 @@ class Outage {
     kNever
   };
 
-  // strHost is for messages and tells outages apart.
+  // strHost is for messages and tells outages apart. No pause is longer than that, but for what the
+  // server asks.
   Outage(EwsTransport& objTransport, std::string strHost, std::chrono::milliseconds nTimeout,
          Repeat eRepeat, std::chrono::milliseconds nLongestPause = kLongestPause);
   static constexpr std::chrono::milliseconds kLongestPause{60000};

@@ -36,6 +36,13 @@ ItemResult ResultOf(const Outcome& outcome, bool wasSent) {
   return wasSent ? ItemResult::kUnknown : ItemResult::kFailed;
 }
 
+// By the place in the source.
+std::unordered_map<std::string_view, std::string_view> NamesIn(const Plan& plan) {
+  std::unordered_map<std::string_view, std::string_view> names;
+  for (const Plan::Entry& entry : plan.entries) names.emplace(entry.item.location, entry.name);
+  return names;
+}
+
 }  // namespace
 
 Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep onStep)
@@ -99,8 +106,7 @@ void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   m_summary.waitedSeconds =
       static_cast<std::uint64_t>((m_setup.waits->Time().count() + 500) / 1000);
   if (doubts.empty()) return;
-  std::unordered_map<std::string_view, std::string_view> names;
-  for (const Plan::Entry& entry : plan.entries) names.emplace(entry.item.location, entry.name);
+  const auto names = NamesIn(plan);
   for (JournalEntry& doubt : doubts) {
     const auto name = names.find(doubt.source);
     m_summary.doubts.push_back(
@@ -298,16 +304,19 @@ void Migration::TellCopies(ItemWork& work, Outcome& outcome) {
 
 // An earlier run was cut off before it looked. The key alone is known of them.
 void Migration::TakeOverLate(const Plan& plan) {
-  for (Journal::LateItem& late : m_journal.LateItems()) {
-    const auto entry = std::ranges::find_if(plan.entries, [&](const Plan::Entry& one) {
-      return one.item.location == late.entry.source;
-    });
-    LoadedItem names;
-    names.key = late.entry.key;
-    names.mayBeSeries = true;
-    const std::string name = entry == plan.entries.end() ? late.entry.source : entry->name;
-    m_late.Watch({name, std::move(late.entry), std::move(names), late.sent, late.shown},
-                 {ews::Transport().Now(), 0s});
+  std::vector<Journal::LateItem> all = m_journal.LateItems();
+  if (all.empty()) return;
+  const auto nameOf = NamesIn(plan);
+  for (Journal::LateItem& late : all) {
+    const auto name = nameOf.find(late.entry.source);
+    LateCopies::Item item;
+    item.name = name == nameOf.end() ? late.entry.source : std::string(name->second);
+    item.names.key = late.entry.key;
+    item.names.mayBeSeries = true;
+    item.entry = std::move(late.entry);
+    item.sent = late.sent;
+    item.shown = late.shown;
+    m_late.Watch(std::move(item), {ews::Transport().Now(), 0s});
   }
 }
 
