@@ -14,7 +14,6 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr milliseconds kFirstPause{1000};
-constexpr milliseconds kLongestPause{60000};
 constexpr milliseconds kPauseToAskAgain{1500};
 constexpr int kMostAskedAgain = 3;
 constexpr milliseconds kSlice{200};  // how soon a wait sees that the process is to end
@@ -78,12 +77,13 @@ std::string AsksFor(milliseconds nAsked, milliseconds nLeft) {
 }  // namespace
 
 Outage::Outage(EwsTransport& objTransport, std::string strHost, milliseconds nTimeout,
-               Repeat eRepeat)
+               Repeat eRepeat, milliseconds nLongestPause)
     : m_objTransport(objTransport),
       m_strHost(std::move(strHost)),
       m_nTimeout(nTimeout),
       m_nEnd(objTransport.Now() + nTimeout),
-      m_eRepeat(eRepeat) {}
+      m_eRepeat(eRepeat),
+      m_nLongestPause(nLongestPause) {}
 
 bool Outage::IsPatient() const { return Settings().bSafe && Settings().nPatience.count() > 0; }
 
@@ -150,7 +150,7 @@ void Outage::End() {
 
 milliseconds Outage::Pause(const Failure& objFailure) {
   if (objFailure.nBackOff) return *objFailure.nBackOff;
-  return WithJitter(std::min(kFirstPause * (1 << std::min(m_nWaits, 6)), kLongestPause));
+  return WithJitter(std::min(kFirstPause * (1 << std::min(m_nWaits, 6)), m_nLongestPause));
 }
 
 void Outage::Tell(const std::string& strReason, milliseconds nPause, milliseconds nLeft) const {

@@ -29,9 +29,11 @@ class Outage {
     kNever
   };
 
-  // strHost is for messages and tells outages apart.
+  // strHost is for messages and tells outages apart. No pause is longer than that, but for what the
+  // server asks.
   Outage(EwsTransport& objTransport, std::string strHost, std::chrono::milliseconds nTimeout,
-         Repeat eRepeat);
+         Repeat eRepeat, std::chrono::milliseconds nLongestPause = kLongestPause);
+  static constexpr std::chrono::milliseconds kLongestPause{60000};
 
   // The time-out of the next try, at least a millisecond.
   std::chrono::milliseconds TimeLeft() const;
@@ -57,6 +59,7 @@ class Outage {
   std::chrono::milliseconds m_nTimeout;
   std::chrono::steady_clock::time_point m_nEnd;
   Repeat m_eRepeat;
+  std::chrono::milliseconds m_nLongestPause;
   int m_nWaits = 0;
   int m_nAskedAgain = 0;                  // for what was no outage
   std::chrono::milliseconds m_nAsked{0};  // waited without patience

@@ -18,9 +18,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int kMostDeaths = 2;            // of the engine, on one item
-constexpr int kMostTries = 6;             // of an item whose outcome is open again and again
-constexpr int kMostRefused = 2;           // the same where what leaves it open is like a refusal
+constexpr int kMostDeaths = 2;           // of the engine, on one item
+constexpr std::size_t kMostTries = 6;    // of an item whose outcome is open again and again
+constexpr std::size_t kMostRefused = 2;  // the same where what leaves it open is like a refusal
+// Questions are answered: a server that is up is not kept from coming up by a try more.
+constexpr std::chrono::seconds kLongestPause{15};
 constexpr std::chrono::seconds kLong{5};  // the target is asked again behind a pause of that
 
 // "The request failed. The server mail.example.com answered HTTP 403 (…)."
@@ -41,9 +43,10 @@ std::optional<LostTry> ItemTries::Lost(std::chrono::steady_clock::time_point at,
 Outcome ItemTries::SendUntilSettled(ItemWork& work, const TryLimit& limit) {
   Outcome outcome;
   int deaths = 0;
-  for (int tries = 1;; ++tries) {
+  for (std::size_t tries = 1;; ++tries) {
     const bool wasBlind = !work.notAsked.empty();
     const OpenEnd end = Try(work, outcome);
+    ++m_count;
     if (end == OpenEnd::kNone) {
       if (outcome.kind != Outcome::Kind::kLeft) EndOutage();
       m_gaveUp = false;
@@ -74,7 +77,7 @@ std::optional<std::chrono::seconds> ItemTries::OutageIn(const Outcome& outcome) 
   return m_setup.IsSafe() ? ews::OutageIn(outcome.text) : std::nullopt;
 }
 
-int ItemTries::MostTries(const Outcome& outcome) const {
+std::size_t ItemTries::MostTries(const Outcome& outcome) const {
   return m_setup.IsSafe() && IsLikeARefusal(outcome.text) ? kMostRefused : kMostTries;
 }
 
@@ -87,7 +90,7 @@ Outcome ItemTries::AtLimit(Outcome outcome, Outcome::Kind end) {
 }
 
 // Before the next try of an item. False with the outcome where there is to be none.
-bool ItemTries::Pause(ItemWork& work, const Outcome& failure, int tries, Outcome& outcome) {
+bool ItemTries::Pause(ItemWork& work, const Outcome& failure, std::size_t tries, Outcome& outcome) {
   const auto begun = ews::Transport().Now();
   const bool isOutage = OutageIn(failure).has_value();
   // A connection that was lost is replaced once, whoever has no patience for more.
@@ -114,7 +117,7 @@ bool ItemTries::WaitOut(const std::string& text, std::chrono::seconds asked, Out
   if (!m_outage) {
     m_outage.emplace(ews::Transport(), "The target",
                      std::chrono::milliseconds(ews::ExchangeService::kDefaultTimeout),
-                     ews::Outage::Repeat::kAlways);
+                     ews::Outage::Repeat::kAlways, kLongestPause);
   }
   try {
     m_outage->WaitAfter(ews::ServiceException(ews::WithoutOpenOutcome(text), failure));

@@ -39,8 +39,8 @@ struct ItemWork {
 // How often an item is tried in an outage, 0 for as often as the patience allows, and what it comes
 // to then.
 struct TryLimit {
-  int tries;
-  Outcome::Kind end;
+  std::size_t tries = 0;
+  Outcome::Kind end = Outcome::Kind::kAside;
 };
 
 // Sends items until it is settled what became of each: tries again behind an outage, and asks the
@@ -59,6 +59,8 @@ class ItemTries {
         m_say(std::move(say)) {}
 
   Outcome SendUntilSettled(ItemWork& work, const TryLimit& limit);
+  // Of all items so far.
+  std::size_t Count() const { return m_count; }
   // Where the item's outcome is open, asks the target for that time, or for as long as a server may
   // be at work on the last try. True with the outcome where there is to be no further try.
   bool Settle(ItemWork& work, Outcome::Kind there, std::chrono::seconds time, Outcome& outcome);
@@ -76,9 +78,9 @@ class ItemTries {
   OpenEnd SendOnce(ItemWork& work, Outcome& outcome);
   OpenEnd EndedEngine(ItemWork& work, Outcome& outcome);
   std::optional<std::chrono::seconds> OutageIn(const Outcome& outcome) const;
-  int MostTries(const Outcome& outcome) const;
+  std::size_t MostTries(const Outcome& outcome) const;
   static Outcome AtLimit(Outcome outcome, Outcome::Kind end);
-  bool Pause(ItemWork& work, const Outcome& failure, int tries, Outcome& outcome);
+  bool Pause(ItemWork& work, const Outcome& failure, std::size_t tries, Outcome& outcome);
   bool WaitOut(const std::string& text, std::chrono::seconds asked, Outcome& outcome);
   void EndOutage();
   bool SettleSent(ItemWork& work, Outcome& outcome);
@@ -93,6 +95,7 @@ class ItemTries {
   UnknownOutcome& m_unknown;
   LedgerWriter& m_rows;
   Say m_say;
+  std::size_t m_count = 0;
   bool m_gaveUp = false;                // on the last item that was sent
   std::optional<ews::Outage> m_outage;  // that items meet, and questions may not
 };

@@ -23,6 +23,8 @@ constexpr std::string_view kSchema =
     " PRIMARY KEY (folder, hash)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS folder_kind (folder TEXT PRIMARY KEY, kind INTEGER NOT NULL)"
     " WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS late (source TEXT PRIMARY KEY, sent INTEGER NOT NULL,"
+    " shown INTEGER NOT NULL) WITHOUT ROWID;"
     // A trigger, so that an item's result and the end of its doubt are one write to the disk.
     "CREATE TRIGGER IF NOT EXISTS item_settled AFTER INSERT ON item WHEN NEW.result IN (0, 1)"
     " BEGIN DELETE FROM begun WHERE folder = NEW.folder AND key = NEW.key; END;";
@@ -38,7 +40,16 @@ platform::SqliteStatement InsertOf(platform::SqliteDatabase& database, const Jou
   return insert;
 }
 
-// Of the columns of its table, in their order.
+// Each of the columns of its table, in their order.
+JournalEntry EntryIn(const platform::SqliteStatement& row) {
+  return {std::string(row.Text(0)),
+          std::string(row.Text(1)),
+          std::string(row.Text(2)),
+          std::string(row.Text(3)),
+          static_cast<ItemResult>(row.Int(4)),
+          std::string(row.Text(5))};
+}
+
 KnownMail MailIn(const platform::SqliteStatement& row) {
   return {std::string(row.Text(0)),
           std::string(row.Text(1)),
@@ -120,6 +131,29 @@ void Journal::EachBrought(const std::function<void(const KnownMail&)>& take) {
   while (query.Step()) take(MailIn(query));
 }
 
+void Journal::KeepLate(std::string_view source, std::size_t sent, std::size_t shown) {
+  platform::SqliteStatement insert =
+      m_database.Prepare("INSERT OR REPLACE INTO late VALUES (?1, ?2, ?3)");
+  insert.Bind(1, source).Bind(2, static_cast<std::int64_t>(sent));
+  insert.Bind(3, static_cast<std::int64_t>(shown)).Run();
+}
+
+std::vector<Journal::LateItem> Journal::LateItems() {
+  std::vector<LateItem> items;
+  platform::SqliteStatement query = m_database.Prepare(
+      "SELECT item.*, sent, shown FROM late JOIN item USING (source) WHERE result = ?1");
+  query.Bind(1, static_cast<std::int64_t>(ItemResult::kArrived));
+  while (query.Step()) {
+    items.push_back({EntryIn(query), static_cast<std::size_t>(query.Int(6)),
+                     static_cast<std::size_t>(query.Int(7))});
+  }
+  return items;
+}
+
+void Journal::ForgetLate(std::string_view source) {
+  m_database.Prepare("DELETE FROM late WHERE source = ?1").Bind(1, source).Run();
+}
+
 std::map<std::string, std::int32_t> Journal::FolderKinds() {
   std::map<std::string, std::int32_t> kinds;
   platform::SqliteStatement query = m_database.Prepare("SELECT folder, kind FROM folder_kind");
@@ -186,15 +220,10 @@ std::vector<std::string> Journal::OpenKeys(std::string_view folder) {
 
 std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view part) {
   platform::SqliteStatement query = m_database.Prepare(
-      "SELECT source, folder, hash, key, text FROM item"
-      " WHERE result = ?1 AND instr(text, ?2) > 0 ORDER BY source");
+      "SELECT * FROM item WHERE result = ?1 AND instr(text, ?2) > 0 ORDER BY source");
   query.Bind(1, static_cast<std::int64_t>(result)).Bind(2, part);
   std::vector<JournalEntry> entries;
-  while (query.Step()) {
-    entries.push_back({std::string(query.Text(0)), std::string(query.Text(1)),
-                       std::string(query.Text(2)), std::string(query.Text(3)), result,
-                       std::string(query.Text(4))});
-  }
+  while (query.Step()) entries.push_back(EntryIn(query));
   return entries;
 }
 

@@ -73,6 +73,17 @@ class Journal {
   // Hands over every mail that the run brought and did not take away again, by folder.
   void EachBrought(const std::function<void(const KnownMail&)>& take);
 
+  // Of an item that has arrived: it was sent that often, and the target shows fewer. Its server may
+  // bring the others yet: until somebody has looked for them, it is kept. Not durable.
+  void KeepLate(std::string_view source, std::size_t sent, std::size_t shown);
+  struct LateItem {
+    JournalEntry entry;
+    std::size_t sent = 0;
+    std::size_t shown = 0;
+  };
+  std::vector<LateItem> LateItems();
+  void ForgetLate(std::string_view source);
+
   // What folders took when items first went there; a kind that is kept stays. Not durable.
   std::map<std::string, std::int32_t> FolderKinds();
   void KeepFolderKinds(const std::map<std::string, std::int32_t>& kinds);

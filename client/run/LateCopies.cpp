@@ -25,11 +25,13 @@ void LateCopies::Look(bool ask, const Tell& tell) {
   for (const Item& item : std::exchange(m_items, {})) {
     if (ask) answer = m_unknown.CountOnce(item.entry.folder, item.names);
     ask = ask && !EndsRun(answer.reason);  // each of the rest would be waited for in vain, too
+    std::string remark;
     if (answer.copies > item.shown) {
-      tell(item, CopiesText(answer.copies));
+      remark = CopiesText(answer.copies);
     } else if (!answer.WasAsked()) {
-      tell(item, DoubtText(item.sent, answer.reason));
+      remark = DoubtText(item.sent, answer.reason);
     }
+    tell(item, remark);
   }
 }
 

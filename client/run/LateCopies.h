@@ -42,9 +42,9 @@ class LateCopies {
   // What is left of the last one's time.
   std::chrono::milliseconds TimeLeft() const;
 
-  // Waits for that time and looks for each, and hands over those that are there more often than was
-  // shown, or may be, with the words for it. Without `ask`, or behind a request to stop, they may
-  // be, all of them.
+  // Waits for that time, looks for each, and hands it over with the words for what came late or may
+  // have, empty for one that is not there more often than was shown. Without `ask`, or behind a
+  // request to stop, they may be, all of them.
   using Tell = std::function<void(const Item& item, const std::string& remark)>;
   void Look(bool ask, const Tell& tell);
 

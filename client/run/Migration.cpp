@@ -26,11 +26,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Of an item that meets an outage: tries before others are taken up, to see whether all fare the
-// same; items that wait for others; and tries of such a one, each behind others that came through.
-constexpr int kTriesInARow = 4;
-constexpr std::size_t kMostAside = 3;
-constexpr int kMostPasses = 3;
 constexpr std::chrono::minutes kFreshDoubt{10};  // an older one is over, however slow its server
 constexpr std::string_view kChanged = "it has been changed since it was sent";
 
@@ -39,6 +34,18 @@ ItemResult ResultOf(const Outcome& outcome, bool wasSent) {
   if (outcome.Arrived()) return ItemResult::kArrived;
   if (outcome.kind == Outcome::Kind::kNotConfirmed) return ItemResult::kNotConfirmed;
   return wasSent ? ItemResult::kUnknown : ItemResult::kFailed;
+}
+
+// For people, of items by their locations: of those that the plan has not, the locations.
+using Names = std::unordered_map<std::string, std::string>;
+Names NamesIn(const Plan& plan, const std::unordered_set<std::string>& locations) {
+  Names names;
+  for (const std::string& location : locations) names.emplace(location, location);
+  for (const Plan::Entry& entry : plan.entries) {
+    const auto name = names.find(entry.item.location);
+    if (name != names.end()) name->second = entry.name;
+  }
+  return names;
 }
 
 }  // namespace
@@ -69,6 +76,7 @@ Summary Migration::Run(const Plan& plan) {
     doubts = m_journal.EndedWith(ItemResult::kArrived, kCouldNotAsk);
     std::ranges::move(m_journal.EndedWith(ItemResult::kArrived, kReduced),
                       std::back_inserter(doubts));
+    TakeOverLate(plan);
     m_arrived.emplace(m_journal, plan);
     if (m_setup.adopt) m_adoption.emplace(*m_look, plan);
     m_noted.assign(plan.entries.size(), false);
@@ -76,11 +84,7 @@ Summary Migration::Run(const Plan& plan) {
     for (Plan::Entry entry : plan.entries) {
       if (StopRequested()) m_summary.stopped = "asked to stop";
       if (!m_summary.stopped.empty()) break;
-      const bool mayWait = m_aside.size() < kMostAside;
-      const TryLimit limit =
-          mayWait ? TryLimit{kTriesInARow, Outcome::Kind::kAside} : kAsLongAsPatienceAllows;
-      const bool sent = TakeUp({std::move(entry)}, limit);
-      if (sent) TakeUpAside();
+      if (TakeUp({.entry = std::move(entry)}, m_aside.LimitInTurn())) TakeUpAside();
     }
     TakeUpRest();
     LookForLateCopies();
@@ -100,7 +104,7 @@ Summary Migration::Run(const Plan& plan) {
 void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   // What an error kept from being looked for.
   m_late.Look(/*ask=*/false, [&](const LateCopies::Item& item, const std::string& remark) {
-    m_summary.remarks.push_back({item.name, remark});
+    if (!remark.empty()) m_summary.remarks.push_back({item.name, remark});
   });
   m_ledger.Close();  // before the engine, which tidies up only when it is the last one
   m_rows.Close();
@@ -109,51 +113,46 @@ void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   m_summary.waitedSeconds =
       static_cast<std::uint64_t>((m_setup.waits->Time().count() + 500) / 1000);
   if (doubts.empty()) return;
-  std::unordered_map<std::string, std::string> names;
-  for (const JournalEntry& doubt : doubts) names.emplace(doubt.source, doubt.source);
-  for (const Plan::Entry& entry : plan.entries) {
-    const auto name = names.find(entry.item.location);
-    if (name != names.end()) name->second = entry.name;
-  }
+  std::unordered_set<std::string> sources;
+  for (const JournalEntry& doubt : doubts) sources.insert(doubt.source);
+  const Names names = NamesIn(plan, sources);
   for (JournalEntry& doubt : doubts) {
     m_summary.doubts.push_back({names.at(doubt.source), std::move(doubt.text)});
   }
 }
 
-bool Migration::TakeUp(const Aside& one, const TryLimit& limit) {
+bool Migration::TakeUp(const ItemsAside::One& one, const TryLimit& limit) {
   m_limit = limit;
-  m_wasSent = one.wasSent;
+  m_wasSent = one.Waits();
   m_lastTry = one.lastTry;
+  const std::size_t before = m_tries.Count();
   const Outcome outcome = Handle(one.entry);
+  const std::size_t tries = m_tries.Count() - before;
   if (outcome.kind == Outcome::Kind::kAside) {
-    if (one.passes == 0) {
+    if (!one.Waits()) {
       m_say(fmt::format("{} is sent again when another item has come through", one.entry.name));
     }
-    m_aside.push_back({one.entry, one.passes, /*wasSent=*/true, LastTry()});
+    m_aside.Put({one.entry, one.tries, one.before, LastTry()}, tries);
     return false;
   }
   if (outcome.kind != Outcome::Kind::kLeft) Note(one.entry, outcome);
   m_summary.stopped = StopReason(one.entry, outcome);
-  return outcome.kind == Outcome::Kind::kSent;
+  if (outcome.kind != Outcome::Kind::kSent) return false;
+  m_aside.NoteArrival(one, tries);
+  return true;
 }
 
-// An item by which the server fails where others come through fails by itself.
 void Migration::TakeUpAside() {
-  for (Aside one : std::exchange(m_aside, {})) {
-    ++one.passes;
-    const bool isLast = one.passes == kMostPasses;
+  for (const ItemsAside::One& one : m_aside.TakeAll()) {
     if (!m_summary.stopped.empty()) return;
-    (void)TakeUp(one, {1, isLast ? Outcome::Kind::kFailed : Outcome::Kind::kAside});
+    (void)TakeUp(one, m_aside.LimitBehindAnother(one));
   }
 }
 
-// There are no others any more that could tell: nothing has come through since is an outage.
 void Migration::TakeUpRest() {
-  for (const Aside& one : std::exchange(m_aside, {})) {
+  for (const ItemsAside::One& one : m_aside.TakeAll()) {
     if (!m_summary.stopped.empty()) return;
-    const int left = kMostPasses - one.passes;
-    (void)TakeUp(one,
-                 one.passes ? TryLimit{left, Outcome::Kind::kFailed} : kAsLongAsPatienceAllows);
+    (void)TakeUp(one, m_aside.LimitAtEnd(one));
   }
 }
 
@@ -315,8 +314,28 @@ void Migration::TellCopies(ItemWork& work, Outcome& outcome) {
   names.ledgerKey = work.item.ledgerKey;
   names.messageId = work.item.messageId;
   names.mayBeSeries = work.item.mayBeSeries;
+  m_journal.KeepLate(work.entry.item.location, work.sent, *work.shown);
   m_late.Watch({work.entry.name, EntryOf(work, outcome), std::move(names), work.sent, *work.shown},
                *work.lost);
+}
+
+// An earlier run was cut off before it looked. The key alone is known of them.
+void Migration::TakeOverLate(const Plan& plan) {
+  std::vector<Journal::LateItem> all = m_journal.LateItems();
+  if (all.empty()) return;
+  std::unordered_set<std::string> sources;
+  for (const Journal::LateItem& late : all) sources.insert(late.entry.source);
+  const Names names = NamesIn(plan, sources);
+  for (Journal::LateItem& late : all) {
+    LateCopies::Item item;
+    item.name = names.at(late.entry.source);
+    item.names.key = late.entry.key;
+    item.names.mayBeSeries = true;
+    item.entry = std::move(late.entry);
+    item.sent = late.sent;
+    item.shown = late.shown;
+    m_late.Watch(std::move(item), {ews::Transport().Now(), 0s});
+  }
 }
 
 void Migration::LookForLateCopies() {
@@ -330,6 +349,8 @@ void Migration::LookForLateCopies() {
   }
   const CountedLook look(*m_setup.waits);
   m_late.Look(ask, [&](const LateCopies::Item& item, const std::string& remark) {
+    m_journal.ForgetLate(item.entry.source);
+    if (remark.empty()) return;
     m_summary.remarks.push_back({item.name, remark});
     JournalEntry entry = item.entry;
     entry.text = Joined(entry.text, remark);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +11,7 @@
 #include "client/run/ItemLoader.h"
 #include "client/run/ItemSender.h"
 #include "client/run/ItemTries.h"
+#include "client/run/ItemsAside.h"
 #include "client/run/Journal.h"
 #include "client/run/LateCopies.h"
 #include "client/run/LedgerLook.h"
@@ -37,17 +37,8 @@ class Migration {
   Summary Run(const Plan& plan);
 
  private:
-  static constexpr TryLimit kAsLongAsPatienceAllows{0, Outcome::Kind::kLeft};
-  // An item that waits for others, and tries behind those that came through.
-  struct Aside {
-    Plan::Entry entry;
-    int passes = 0;
-    bool wasSent = false;  // in this run
-    std::optional<NotCarried> lastTry = std::nullopt;
-  };
-
   // True if the item was sent now.
-  bool TakeUp(const Aside& one, const TryLimit& limit);
+  bool TakeUp(const ItemsAside::One& one, const TryLimit& limit);
   void TakeUpAside();
   void TakeUpRest();
   Outcome Handle(const Plan::Entry& entry);
@@ -63,6 +54,7 @@ class Migration {
   Outcome HandleWork(ItemWork& work, bool found);
   // Of an item that arrived and may have done so more than once.
   void TellCopies(ItemWork& work, Outcome& outcome);
+  void TakeOverLate(const Plan& plan);
   void LookForLateCopies();
   void TellMissing(const Plan& plan);
   void TakeAway(const SecondPass::Gone& gone);
@@ -101,10 +93,10 @@ class Migration {
   SecondPass m_second;
   bool m_mayBeOlder;  // its journal may be of an earlier version
   FailuresInARow m_inARow;
-  TryLimit m_limit = kAsLongAsPatienceAllows;  // of the item in work
-  bool m_wasSent = false;                      // it was, before it was put aside
-  std::optional<NotCarried> m_lastTry;         // of that
-  std::deque<Aside> m_aside;
+  TryLimit m_limit;                     // of the item in work
+  bool m_wasSent = false;               // it was, before it was put aside
+  std::optional<NotCarried> m_lastTry;  // of that
+  ItemsAside m_aside;
   std::vector<bool> m_noted;  // items, by their numbers
   // How the last item of the runs before arrived, if it arrived.
   Reduction m_endedReduced = Reduction::kNone;

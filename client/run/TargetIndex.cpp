@@ -114,6 +114,11 @@ std::optional<std::size_t> TargetIndex::TwinOf(std::size_t number) const {
   return std::get<2>(*twin);
 }
 
+TargetIndex::Digest TargetIndex::NameOf(std::size_t number) const {
+  const Entry& entry = m_entries[number];
+  return entry.key != Digest{} ? entry.key : entry.id;
+}
+
 std::optional<std::int64_t> TargetIndex::SizeOf(std::size_t number) const {
   const std::int64_t size = m_entries[number].size;
   return size == kSizeless ? std::nullopt : std::optional(size);

@@ -41,6 +41,8 @@ class TargetIndex {
   // apart.
   std::optional<std::size_t> TwinOf(std::size_t number) const;
   std::optional<std::int64_t> SizeOf(std::size_t number) const;
+  // Its key's, else its id's; all zero where it has neither.
+  Digest NameOf(std::size_t number) const;
 
  private:
   // By digest, then size, so that the nearest size is next to where a given one would stand.

@@ -1,6 +1,7 @@
 #include "client/run/Verification.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -84,14 +85,37 @@ bool Stands(const SourceRecord& item, TargetFolder& target) {
   return true;
 }
 
+// What is missing from its folder, and what other folders of the target hold for which the source
+// has nothing there: a user may have moved it.
+struct Strays {
+  struct Missing {
+    FolderCheck* check;
+    std::size_t number;                        // in its list
+    std::array<TargetIndex::Digest, 2> names;  // by key and by id
+  };
+  std::vector<Missing> missing;
+  std::map<TargetIndex::Digest, std::string> beyond;  // and its folder
+
+  void TellWhere() const {
+    for (const Missing& one : missing) {
+      for (const TargetIndex::Digest& name : one.names) {
+        const auto at = name == TargetIndex::Digest{} ? beyond.end() : beyond.find(name);
+        if (at == beyond.end()) continue;
+        one.check->missing[one.number].reason = "there is one in " + at->second;
+      }
+    }
+  }
+};
+
 // What stands in the target and for no item of the source, told apart.
-void TellLeft(const TargetFolder& target, FolderCheck& first) {
+void TellLeft(const TargetFolder& target, FolderCheck& first, Strays& strays) {
   std::map<std::size_t, std::size_t> more;  // by number in the index
   for (const std::size_t number : target.index.Left()) {
     if (const auto twin = target.index.TwinOf(number)) {
       ++more[*twin];
     } else {
       first.beyond.push_back(target.described[number]);
+      strays.beyond.emplace(target.index.NameOf(number), first.folder);
     }
   }
   for (const auto& [number, count] : more) {
@@ -101,7 +125,7 @@ void TellLeft(const TargetFolder& target, FolderCheck& first) {
 }
 
 void CheckFolder(TargetLook& look, SecondPlaces& second, const Plan& plan, const Records& items,
-                 FolderCheck& first) {
+                 FolderCheck& first, Strays& strays) {
   OwnKeys own;
   for (const SourceRecord& item : items) own.insert(TargetIndex::DigestOf(item.key));
   TargetFolder target{plan};
@@ -119,9 +143,13 @@ void CheckFolder(TargetLook& look, SecondPlaces& second, const Plan& plan, const
       ++item.check->there;
     } else {
       item.check->missing.push_back({target.NameOf(item.number), {}});
+      strays.missing.push_back(
+          {item.check,
+           item.check->missing.size() - 1,
+           {TargetIndex::DigestOf(item.key), TargetIndex::DigestOf(item.messageId)}});
     }
   }
-  TellLeft(target, first);
+  TellLeft(target, first, strays);
 }
 
 }  // namespace
@@ -153,6 +181,7 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
   for (const auto& [identity, sharing] : places) identities.insert(identity);
   SecondPlaces second(m_look, std::move(identities));
   Records elsewhere;
+  Strays strays;
   for (const auto& [identity, sharing] : places) {
     Records all;
     for (FolderCheck* check : sharing) {
@@ -163,10 +192,11 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
         if (std::optional<SourceRecord> item = ReadItem(entry, *check)) all.push_back(*item);
       }
     }
-    CheckFolder(m_look, second, plan, all, *sharing.front());
+    CheckFolder(m_look, second, plan, all, *sharing.front(), strays);
     std::ranges::copy_if(all, std::back_inserter(elsewhere),
                          [](const SourceRecord& item) { return item.elsewhere.has_value(); });
   }
+  strays.TellWhere();
   for (const SourceRecord& item : elsewhere) {
     while (second.Take(item.elsewhere, item.key)) {
       item.check->twice.push_back(

@@ -1,16 +1,21 @@
 #include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <functional>
 #include <future>
 #include <map>
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "platform/Sqlite.h"
 #include "tests/client/WideText.h"
 #include "tests/ews/Answers.h"
 #include "tests/support/FaultProxy.h"
@@ -136,9 +141,9 @@ class ChosenHarm : public testing::Test {
                    "Message-ID: <" + name + "@x.example>\r\n\r\n" + name);
     }
   }
+  std::vector<std::string> Arguments() const { return ServerArguments(folder, proxy.Port(), more); }
   nlohmann::json Run(int status) {
-    return SummaryOf(
-        RunProgram("tarny", ServerArguments(folder, proxy.Port(), more), folder.Path()), status);
+    return SummaryOf(RunProgram("tarny", Arguments(), folder.Path()), status);
   }
   // How often each is in the mailbox.
   std::vector<int> Copies() {
@@ -159,10 +164,12 @@ class ChosenHarm : public testing::Test {
   std::optional<FaultProxy::Step> look;   // what becomes of each question for items
   std::vector<std::string> more;          // arguments
   int requests = 0;                       // to save
+  std::function<void()> afterSecond;      // of them
 
  private:
   FaultProxy::Step Choose(std::string_view request) {
     if (look && request.find("FindItem ") != std::string_view::npos) return *look;
+    if (requests == 2 && afterSecond) std::exchange(afterSecond, nullptr)();
     const bool isSave = request.find("CreateItem ") != std::string_view::npos;
     const auto harm = saves.find(isSave ? ++requests : 0);
     return harm == saves.end() ? FaultProxy::Step{} : harm->second;
@@ -207,12 +214,49 @@ TEST_F(ChosenHarm, AForeignAnswerToASaveThatWasCarriedOutBringsNoSecondOne) {
   }
 }
 
+// A user renames the folder while nobody knows whether the item is in it.
+TEST_F(ChosenHarm, AnItemWhoseFolderWasRenamedIsSentOnceMoreAndTold) {
+  std::filesystem::create_directory(folder.File("source/Box"));
+  for (const std::string name : {"1.eml", "2.eml"}) {
+    std::filesystem::rename(folder.File("source/" + name), folder.File("source/Box/" + name));
+  }
+  saves[2] = {Mishap::kCutBehindRequest};
+  afterSecond = [this] {
+    platform::SqliteDatabase(folder.File("mailbox/mailbox.db"))
+        .Execute("UPDATE folders SET name='Moved',name_key='MOVED' WHERE name='Box'");
+  };
+  const nlohmann::json summary = Run(0);
+  EXPECT_EQ(
+      Text(summary["remarks"]),
+      "Box/2.eml: may be there twice: the target could not be asked (its folder is not in the "
+      "target any more)");
+  EXPECT_THAT(Copies(), ElementsAre(1, 2));
+}
+
 using SoakChosenHarm = ChosenHarm;  // waits for what is late
 
 TEST_F(SoakChosenHarm, ACopyThatComesWhenTheItemHasLongArrivedIsTold) {
   saves[1] = {Mishap::kForwardedLate, 0, false, std::chrono::seconds(20)};
   EXPECT_EQ(Text(Run(0)["remarks"]), "1.eml: it is there twice");
   EXPECT_THAT(Copies(), ElementsAre(2, 1));
+}
+
+TEST_F(SoakChosenHarm, ACopyThatComesBehindTheDeathOfTheRunIsToldByTheNext) {
+  saves[1] = {Mishap::kForwardedLate, 0, false, std::chrono::seconds(20)};
+  {
+    Program tarny("tarny", Arguments(), folder.Path());
+    while (LedgerRows(folder) < 2) {
+      ASSERT_FALSE(tarny.TryWait()) << tarny.Err();
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    tarny.Signal(SIGKILL);
+    tarny.Wait();
+  }
+  const nlohmann::json next = Run(0);
+  EXPECT_EQ(next["sent"], 0);
+  EXPECT_EQ(Text(next["remarks"]), "1.eml: it is there twice");
+  EXPECT_EQ(Run(0)["waits"], 0);  // it was looked for
 }
 
 // Whoever refuses the question, and for how long.
@@ -239,6 +283,21 @@ TEST_F(SoakChosenHarm, AnOutageOfSavesAloneIsWaitedOut) {
   EXPECT_GE(summary["waits"], 6);
   EXPECT_GE(summary["waited_seconds"], 20);
   EXPECT_THAT(Copies(), ElementsAre(1, 1));
+}
+
+// Nine saves of ten fail, and it is no item's fault.
+TEST_F(SoakChosenHarm, AnOutageThatLetsOneSaveInTenThroughFailsNoItem) {
+  for (const std::string name : {"3", "4", "5", "6"}) {
+    folder.Write("source/" + name + ".eml", "Message-ID: <" + name + "@x.example>\r\n\r\n" + name);
+  }
+  std::mt19937 random(220);
+  for (int i = 1; i <= 1000; ++i) {
+    if (random() % 10 != 0) saves[i] = {Mishap::kStatus, 503};
+  }
+  const nlohmann::json summary = Run(0);
+  EXPECT_EQ(summary["failed"], 0);
+  EXPECT_EQ(summary["sent"], 6);
+  EXPECT_THAT(Copies(), ElementsAre(1, 1, 1, 1, 1, 1));
 }
 
 TEST_F(SoakChosenHarm, AnItemThatMeetsAnOutageWhereOthersComeThroughFailsByItself) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -105,6 +106,30 @@ TEST_F(Verify, NamesWhatIsMissingTwiceOfOtherSizeAndBeyond) {
   EXPECT_EQ(names("twice"), Names{"2.eml"});
   EXPECT_EQ(names("other_size"), Names{"5.eml"});
   EXPECT_EQ(names("beyond"), Names{"not of the source"});
+}
+
+TEST_F(Verify, TellsWhereAMissingOneMayHaveBeenMovedTo) {
+  folder.Write("source/A/1.eml", Mail("<1@x.example>", "1"));
+  folder.Write("source/B/2.eml", Mail("", "2"));
+  folder.Write("source/C/3.eml", Mail("<3@x.example>", "3"));
+  SummaryOf(Migrate(folder));
+  {
+    mailbox::Store store(folder.File("mailbox/mailbox.db"));
+    std::map<std::string, std::int64_t> folders;
+    for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
+      folders[item.folder] = item.info.folder;
+    }
+    for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
+      if (item.folder != "C") store.MoveItem(item.info.id, folders["C"]);
+    }
+  }
+  DeleteItem("3");
+  const json found = SummaryOf(Check(), 1);
+  json missing;
+  for (const json& one : found["folders"]) missing += one["missing"];
+  EXPECT_EQ(missing, json::parse(R"([[{"item": "A/1.eml", "text": "there is one in C\\"}],
+                                     [{"item": "B/2.eml", "text": "there is one in C\\"}],
+                                     [{"item": "C/3.eml", "text": ""}]])"));
 }
 
 TEST_F(Verify, ANewRunFolderAdoptsWhatTheTargetHoldsAndSendsTheRest) {

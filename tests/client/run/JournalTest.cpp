@@ -39,6 +39,28 @@ TEST(Journal, RemembersWhatArrivedAcrossRestarts) {
   EXPECT_TRUE(journal.HasArrived("/m/b.eml", "Inbox\\", "h2"));
 }
 
+TEST(Journal, RemembersWhatIsToBeLookedForUntilSomebodyHas) {
+  const TemporaryFolder folder;
+  const std::string path = folder.File("journal.db");
+  {
+    Journal journal(path);
+    for (const char* source : {"/m/a.eml", "/m/b.eml", "/m/c.eml"}) {
+      journal.KeepLate(source, 3, 1);
+      const bool isLost = source == std::string("/m/b.eml");
+      journal.Store({source, "Inbox\\", "h", source,
+                     isLost ? ItemResult::kFailed : ItemResult::kArrived, "remark"});
+    }
+    journal.ForgetLate("/m/c.eml");
+  }
+  const std::vector<Journal::LateItem> items = Journal(path).LateItems();
+  ASSERT_EQ(items.size(), 1u);
+  EXPECT_EQ(items[0].entry.source, "/m/a.eml");
+  EXPECT_EQ(items[0].entry.key, "/m/a.eml");
+  EXPECT_EQ(items[0].entry.text, "remark");
+  EXPECT_EQ(items[0].sent, 3u);
+  EXPECT_EQ(items[0].shown, 1u);
+}
+
 TEST(Journal, EqualEventsAreKnownByTheirNumberWhereverTheyLieNow) {
   const TemporaryFolder folder;
   Journal journal(folder.File("journal.db"));
