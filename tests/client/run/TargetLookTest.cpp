@@ -284,7 +284,7 @@ TEST_F(Unknown, WhatComesLateIsLookedForOnceMoreAndTold) {
   PushItems(Mail("I") + Mail("J"));
   late.Look(/*ask=*/true, tell);
   EXPECT_EQ(m_transport.Waited(), LateCopies::kLate - std::chrono::seconds(1));
-  EXPECT_THAT(told, ElementsAre("1: it is there twice",
+  EXPECT_THAT(told, ElementsAre("1: it is there twice", "2: ",
                                 "3: may be there 3 times: the target could not be asked (You may "
                                 "not look.)",
                                 "long ago: it is there twice"));
