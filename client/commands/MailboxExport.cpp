@@ -120,11 +120,13 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
                          UniqueNames& names) {
     if (folder.total == 0) return;
     MakeFolder(place);
-    for (const mailbox::ItemInfo& item : ItemsOf(store, folder)) {
-      const ExportedFile file = FileOf(store, item, count);
+    for (const std::int64_t row : store.Rows(folder.id, 0, -1)) {
+      const std::optional<mailbox::ItemInfo> item = store.Item(row);
+      if (!item) continue;  // taken away meanwhile
+      const ExportedFile file = FileOf(store, *item, count);
       ++(file.bytes.empty() ? count.leftOut : count.written);
       if (file.bytes.empty()) continue;
-      const std::string subject = item.subject.empty() ? "untitled" : item.subject;
+      const std::string subject = item->subject.empty() ? "untitled" : item->subject;
       NewFile(place / names.Take(FileName(subject + file.extension))).Write(file.bytes);
     }
   };
@@ -134,8 +136,8 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
 void ExportMaildir(mailbox::Store& store, const mailbox::FolderInfo& folder,
                    const std::filesystem::path& place, Exported& count) {
   MaildirWriter maildir(place);
-  for (const mailbox::ItemInfo& row : ItemsOf(store, folder)) {
-    const std::optional<mailbox::ItemInfo> item = store.Item(row.id);
+  for (const std::int64_t row : store.Rows(folder.id, 0, -1)) {
+    const std::optional<mailbox::ItemInfo> item = store.Item(row);
     if (!item) continue;  // taken away meanwhile
     ExportedFile file = FileOf(store, *item, count);
     const bool isMail = file.extension == std::string_view(".eml") && !file.bytes.empty();

@@ -24,7 +24,7 @@ std::string MailboxTitle(const std::string& address) {
 }
 
 std::vector<mailbox::ItemInfo> ItemsOf(mailbox::Store& store, const mailbox::FolderInfo& folder) {
-  return store.Items(folder.id, 0, -1);
+  return store.Items(folder.id, 0, -1, mailbox::Store::Load::kWithoutBody);
 }
 
 nlohmann::json ItemAsJson(const mailbox::ItemInfo& item) {

@@ -41,6 +41,7 @@ std::vector<mailbox::MailboxInfo> ChosenMailboxes(mailbox::Store& store,
                                                   const std::string& address);
 // Of a mailbox, for people; the public folders have no address.
 std::string MailboxTitle(const std::string& address);
+// Without their bodies.
 std::vector<mailbox::ItemInfo> ItemsOf(mailbox::Store& store, const mailbox::FolderInfo& folder);
 nlohmann::json ItemAsJson(const mailbox::ItemInfo& item);
 // The bytes of a mail; empty for an item that none were stored for.

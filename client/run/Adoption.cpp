@@ -31,6 +31,7 @@ Adoption::Folder& Adoption::FolderOf(const std::string& folder) {
   read.index = ReadTargetFolder(m_look, folder, read.own, [&](const ews::FoundItem& found) {
     if (hasVersions) read.versions.Add(found.strKey.ToUtf8());
   });
+  if (!hasVersions) read.own.clear();
   return m_folders.emplace(identity, std::move(read)).first->second;
 }
 

@@ -8,7 +8,10 @@ namespace client {
 namespace {
 
 constexpr std::size_t kTriesInARow = 4;  // before others are taken up: do all fare the same?
-constexpr std::size_t kMostAside = 3;    // the next one is tried for as long as the patience lasts
+// The next one is tried for as long as the patience lasts. As many as there are tries behind
+// others: where each of some in a row fails by itself, those that come through between them end the
+// wait.
+constexpr std::size_t kMostAside = ItemsAside::kTimesAsOften;
 
 }  // namespace
 

@@ -23,8 +23,9 @@ constexpr std::string_view kSchema =
     " PRIMARY KEY (folder, hash)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS folder_kind (folder TEXT PRIMARY KEY, kind INTEGER NOT NULL)"
     " WITHOUT ROWID;"
-    "CREATE TABLE IF NOT EXISTS late (source TEXT PRIMARY KEY, sent INTEGER NOT NULL,"
-    " shown INTEGER NOT NULL) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS late (folder TEXT NOT NULL, key TEXT NOT NULL,"
+    " ledger_key TEXT NOT NULL, message_id TEXT NOT NULL, sent INTEGER NOT NULL,"
+    " shown INTEGER NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
     // A trigger, so that an item's result and the end of its doubt are one write to the disk.
     "CREATE TRIGGER IF NOT EXISTS item_settled AFTER INSERT ON item WHEN NEW.result IN (0, 1)"
     " BEGIN DELETE FROM begun WHERE folder = NEW.folder AND key = NEW.key; END;";
@@ -131,27 +132,40 @@ void Journal::EachBrought(const std::function<void(const KnownMail&)>& take) {
   while (query.Step()) take(MailIn(query));
 }
 
-void Journal::KeepLate(std::string_view source, std::size_t sent, std::size_t shown) {
+void Journal::KeepLate(const LateItem& item) {
   platform::SqliteStatement insert =
-      m_database.Prepare("INSERT OR REPLACE INTO late VALUES (?1, ?2, ?3)");
-  insert.Bind(1, source).Bind(2, static_cast<std::int64_t>(sent));
-  insert.Bind(3, static_cast<std::int64_t>(shown)).Run();
+      m_database.Prepare("INSERT OR REPLACE INTO late VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
+  insert.Bind(1, item.entry.folder).Bind(2, item.entry.key);
+  insert.Bind(3, item.ledgerKey).Bind(4, item.messageId);
+  insert.Bind(5, static_cast<std::int64_t>(item.sent));
+  insert.Bind(6, static_cast<std::int64_t>(item.shown)).Run();
 }
 
 std::vector<Journal::LateItem> Journal::LateItems() {
   std::vector<LateItem> items;
   platform::SqliteStatement query = m_database.Prepare(
-      "SELECT item.*, sent, shown FROM late JOIN item USING (source) WHERE result = ?1");
+      "SELECT item.*, ledger_key, message_id, sent, shown FROM late JOIN item USING (folder, key)"
+      " WHERE result = ?1 GROUP BY folder, key");
   query.Bind(1, static_cast<std::int64_t>(ItemResult::kArrived));
   while (query.Step()) {
-    items.push_back({EntryIn(query), static_cast<std::size_t>(query.Int(6)),
-                     static_cast<std::size_t>(query.Int(7))});
+    items.push_back({EntryIn(query), std::string(query.Text(6)), std::string(query.Text(7)),
+                     static_cast<std::size_t>(query.Int(8)),
+                     static_cast<std::size_t>(query.Int(9))});
   }
   return items;
 }
 
-void Journal::ForgetLate(std::string_view source) {
-  m_database.Prepare("DELETE FROM late WHERE source = ?1").Bind(1, source).Run();
+void Journal::EndLate(const JournalEntry& entry) {
+  m_database.Prepare("UPDATE item SET text = ?1 WHERE folder = ?2 AND key = ?3 AND result = ?4")
+      .Bind(1, entry.text)
+      .Bind(2, entry.folder)
+      .Bind(3, entry.key)
+      .Bind(4, static_cast<std::int64_t>(ItemResult::kArrived))
+      .Run();
+  m_database.Prepare("DELETE FROM late WHERE folder = ?1 AND key = ?2")
+      .Bind(1, entry.folder)
+      .Bind(2, entry.key)
+      .Run();
 }
 
 std::map<std::string, std::int32_t> Journal::FolderKinds() {

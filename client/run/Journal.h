@@ -75,14 +75,17 @@ class Journal {
 
   // Of an item that has arrived: it was sent that often, and the target shows fewer. Its server may
   // bring the others yet: until somebody has looked for them, it is kept. Not durable.
-  void KeepLate(std::string_view source, std::size_t sent, std::size_t shown);
   struct LateItem {
     JournalEntry entry;
+    std::string ledgerKey;
+    std::string messageId;
     std::size_t sent = 0;
     std::size_t shown = 0;
   };
+  void KeepLate(const LateItem& item);
   std::vector<LateItem> LateItems();
-  void ForgetLate(std::string_view source);
+  // They were looked for: the item, which may lie elsewhere in its source by now, has that text.
+  void EndLate(const JournalEntry& entry);
 
   // What folders took when items first went there; a kind that is kept stays. Not durable.
   std::map<std::string, std::int32_t> FolderKinds();

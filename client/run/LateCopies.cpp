@@ -31,7 +31,8 @@ void LateCopies::Look(bool ask, const Tell& tell) {
     } else if (!answer.WasAsked()) {
       remark = DoubtText(item.sent, answer.reason);
     }
-    tell(item, remark);
+    const bool isInVain = answer.kind == TargetAnswer::Kind::kUnreachable;
+    tell(item, remark, isInVain ? Looked::kInVain : Looked::kForGood);
   }
 }
 

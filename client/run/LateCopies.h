@@ -44,8 +44,9 @@ class LateCopies {
 
   // Waits for that time, looks for each, and hands it over with the words for what came late or may
   // have, empty for one that is not there more often than was shown. Without `ask`, or behind a
-  // request to stop, they may be, all of them.
-  using Tell = std::function<void(const Item& item, const std::string& remark)>;
+  // request to stop, they may be, all of them, and a later look may tell.
+  enum class Looked { kForGood, kInVain };
+  using Tell = std::function<void(const Item& item, const std::string& remark, Looked looked)>;
   void Look(bool ask, const Tell& tell);
 
  private:

@@ -103,7 +103,7 @@ Summary Migration::Run(const Plan& plan) {
 
 void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   // What an error kept from being looked for.
-  m_late.Look(/*ask=*/false, [&](const LateCopies::Item& item, const std::string& remark) {
+  m_late.Look(/*ask=*/false, [&](const auto& item, const std::string& remark, auto) {
     if (!remark.empty()) m_summary.remarks.push_back({item.name, remark});
   });
   m_ledger.Close();  // before the engine, which tidies up only when it is the last one
@@ -174,9 +174,8 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   Outcome outcome;
   try {
     work.item = ItemLoader::Load(entry);
-    // Mails of one folder whose bytes are the same are one mail there; one that was put aside is
-    // not another than itself.
-    work.isEqual = entry.IsMail() && !m_second.See(entry, work.item) && !m_wasSent;
+    // Mails of one folder whose bytes are the same are one mail there.
+    work.isEqual = entry.IsMail() && !m_second.See(entry, work.item);
     const bool known = IsKnown(work);
     if (known && work.isEqual) ++m_summary.equal;
     if (known && work.mail && !m_setup.adopt) return KnownAgain(work);
@@ -314,12 +313,12 @@ void Migration::TellCopies(ItemWork& work, Outcome& outcome) {
   names.ledgerKey = work.item.ledgerKey;
   names.messageId = work.item.messageId;
   names.mayBeSeries = work.item.mayBeSeries;
-  m_journal.KeepLate(work.entry.item.location, work.sent, *work.shown);
-  m_late.Watch({work.entry.name, EntryOf(work, outcome), std::move(names), work.sent, *work.shown},
-               *work.lost);
+  const JournalEntry entry = EntryOf(work, outcome);
+  m_journal.KeepLate({entry, names.ledgerKey, names.messageId, work.sent, *work.shown});
+  m_late.Watch({work.entry.name, entry, std::move(names), work.sent, *work.shown}, *work.lost);
 }
 
-// An earlier run was cut off before it looked. The key alone is known of them.
+// An earlier run ended before it looked.
 void Migration::TakeOverLate(const Plan& plan) {
   std::vector<Journal::LateItem> all = m_journal.LateItems();
   if (all.empty()) return;
@@ -330,6 +329,8 @@ void Migration::TakeOverLate(const Plan& plan) {
     LateCopies::Item item;
     item.name = names.at(late.entry.source);
     item.names.key = late.entry.key;
+    item.names.ledgerKey = late.ledgerKey;
+    item.names.messageId = late.messageId;
     item.names.mayBeSeries = true;
     item.entry = std::move(late.entry);
     item.sent = late.sent;
@@ -348,14 +349,15 @@ void Migration::LookForLateCopies() {
                     m_late.Count(), left.count()));
   }
   const CountedLook look(*m_setup.waits);
-  m_late.Look(ask, [&](const LateCopies::Item& item, const std::string& remark) {
-    m_journal.ForgetLate(item.entry.source);
-    if (remark.empty()) return;
-    m_summary.remarks.push_back({item.name, remark});
+  const auto tell = [&](const LateCopies::Item& item, const std::string& remark,
+                        LateCopies::Looked looked) {
+    if (!remark.empty()) m_summary.remarks.push_back({item.name, remark});
+    if (looked == LateCopies::Looked::kInVain) return;  // the next run looks
     JournalEntry entry = item.entry;
     entry.text = Joined(entry.text, remark);
-    m_journal.StoreFound(entry);
-  });
+    m_journal.EndLate(entry);
+  };
+  m_late.Look(ask, tell);
 }
 
 // A source that could not be read whole tells of nothing that it is not there.

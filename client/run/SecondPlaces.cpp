@@ -4,9 +4,12 @@ namespace client {
 
 bool SecondPlaces::Take(const std::optional<Place>& place, const std::string& key) {
   if (!place) return false;
-  auto& counts = At(*place).counts;
-  const auto count = counts.find(key);
-  return count != counts.end() && count->second > 0 && count->second-- > 0;
+  Items& items = At(*place);
+  const auto count = items.counts.find(key);
+  if (count == items.counts.end() || count->second == 0) return false;
+  --count->second;
+  items.versions.Drop(key);
+  return true;
 }
 
 std::optional<std::string> SecondPlaces::TakeVersion(const std::optional<Place>& place,

@@ -22,6 +22,8 @@ class VersionsById {
   // Takes a key with that id that is none of the source's own; nothing when there is none that was
   // not taken before.
   std::optional<std::string> Take(std::string_view id, const OwnKeys& own);
+  // One with that key is an item of the source itself.
+  void Drop(const std::string& key);
 
  private:
   std::unordered_multimap<std::string, std::string> m_keys;  // by id

@@ -45,18 +45,29 @@ TEST(Journal, RemembersWhatIsToBeLookedForUntilSomebodyHas) {
   {
     Journal journal(path);
     for (const char* source : {"/m/a.eml", "/m/b.eml", "/m/c.eml"}) {
-      journal.KeepLate(source, 3, 1);
       const bool isLost = source == std::string("/m/b.eml");
-      journal.Store({source, "Inbox\\", "h", source,
-                     isLost ? ItemResult::kFailed : ItemResult::kArrived, "remark"});
+      const JournalEntry entry = {
+          source,  "Inbox\\", "h", source, isLost ? ItemResult::kFailed : ItemResult::kArrived,
+          "remark"};
+      journal.KeepLate({entry, "row", "<id>", 3, 1});
+      journal.Store(entry);
     }
-    journal.ForgetLate("/m/c.eml");
+    // Wherever it lies by then, and whatever lies in its place.
+    const std::string place = "/m/c.eml";
+    journal.Move({place, "Inbox\\", "h", place, ItemResult::kArrived, ""}, "/m/d.eml");
+    journal.Store({place, "Inbox\\", "other", "k", ItemResult::kArrived, "another's"});
+    journal.EndLate({place, "Inbox\\", "h", place, ItemResult::kArrived, "it is there twice"});
+    EXPECT_TRUE(journal.HasArrived(place, "Inbox\\", "other"));
+    const auto twice = journal.EndedWith(ItemResult::kArrived, "twice");
+    ASSERT_EQ(twice.size(), 1u);
+    EXPECT_EQ(twice[0].source, "/m/d.eml");
   }
   const std::vector<Journal::LateItem> items = Journal(path).LateItems();
   ASSERT_EQ(items.size(), 1u);
   EXPECT_EQ(items[0].entry.source, "/m/a.eml");
   EXPECT_EQ(items[0].entry.key, "/m/a.eml");
   EXPECT_EQ(items[0].entry.text, "remark");
+  EXPECT_EQ(items[0].ledgerKey + items[0].messageId, "row<id>");
   EXPECT_EQ(items[0].sent, 3u);
   EXPECT_EQ(items[0].shown, 1u);
 }

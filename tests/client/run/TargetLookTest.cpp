@@ -265,8 +265,11 @@ TEST_F(Unknown, WhatComesLateIsLookedForOnceMoreAndTold) {
   UnknownOutcome unknown(look, ledger, target.Login(), /*withKeys=*/true);
   LateCopies late(unknown);
   std::vector<std::string> told;
-  const auto tell = [&](const LateCopies::Item& one, const std::string& remark) {
+  int inVain = 0;
+  const auto tell = [&](const LateCopies::Item& one, const std::string& remark,
+                        LateCopies::Looked looked) {
     told.push_back(one.name + ": " + remark);
+    inVain += looked == LateCopies::Looked::kInVain ? 1 : 0;
   };
   const auto watch = [&](const std::string& name, std::size_t sent, std::chrono::seconds ago) {
     late.Watch({name, {name, "A\\", {}, {}, ItemResult::kArrived, {}}, item, sent, 1},
@@ -293,6 +296,7 @@ TEST_F(Unknown, WhatComesLateIsLookedForOnceMoreAndTold) {
   told.clear();
   late.Look(/*ask=*/false, tell);
   EXPECT_THAT(told, ElementsAre(HasSubstr("4: may be there twice: the target could not")));
+  EXPECT_EQ(inVain, 1) << "a refusal is an answer, the end of a run is none";
   EXPECT_EQ(m_transport.Requests().size(), 6u) << "the folder, each item, a refused one twice";
 }
 
