@@ -1,3 +1,4 @@
+#include "ews/Settings.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "target/RdoWrappers.h"
 
@@ -25,9 +26,10 @@ IRDODistListItem CTarnyOutlookHandler::FindList(const IRDOItems& objItems, int n
 
 void CTarnyOutlookHandler::SaveDLGroup(IRDOItems* iRdoItems, CString strAddressGroupName,
                                        CString strChildGroupName) {
-  // One that did not get its name is let go: nobody would find it again.
   const auto AddNamed = [&](IRDODistListItem& objList, const CString& strName) {
     const auto objNew = iRdoItems->Add<IRDODistListItem>(rdo::kDistListClass);
+    // One that does not get its name is saved below all the same, where nobody finds it again.
+    if (!ews::Settings().bSafe) objList = objNew;
     objNew.SetSubject(strName);
     objNew.SetDLName(strName);
     objList = objNew;

@@ -8,6 +8,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "ews/Settings.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "tests/pipeline/TempRunFolder.h"
 
@@ -128,6 +129,7 @@ class ItemComparison : public testing::Test {
     g_calls.clear();
     g_failAt = 0;
   }
+  ~ItemComparison() override { ews::Settings() = {}; }
   static std::shared_ptr<Person> NewPerson(const CString& name, const CString& body = u"b") {
     auto person = std::make_shared<Person>();
     person->texts[ContactField::FullName] = name;
@@ -262,6 +264,7 @@ TEST_F(ItemComparison, AListIsMadeWhereItIsMissingAndItsChildAdded) {
 }
 
 TEST_F(ItemComparison, WhicheverCallFailsNoListIsLeftHalfAndTheNextTimeAllIsThere) {
+  ews::Settings().bSafe = true;
   for (const bool were : {true, false}) {
     const auto save = [&](int failAt) {
       store->items.clear();
