@@ -70,12 +70,13 @@ std::string MovedMail::Find(const std::string& maildir, std::string_view lasting
   return found == m_names.end() ? std::string() : maildir + found->second;
 }
 
-// Keeps the names, of a larger Maildir some and the one that is looked for.
+// Keeps the names, of a larger Maildir some and the one that is looked for. Those of cur/ come
+// last, so that what moves there meanwhile is not missed.
 void MovedMail::Look(const std::string& maildir, std::string_view lasting) {
   m_maildir = maildir;
   m_names.clear();
   m_isWhole = true;
-  for (const std::string part : {"cur/", "new/"}) {
+  for (const std::string part : {"new/", "cur/"}) {
     if (!IsThere(maildir + part)) continue;
     std::vector<SourceProblem> ignored;
     EachName(maildir + part, ignored, [&](std::string_view name) {
@@ -83,7 +84,7 @@ void MovedMail::Look(const std::string& maildir, std::string_view lasting) {
       if (m_names.size() >= kMostNames && own != lasting) {
         m_isWhole = false;
       } else {
-        m_names.try_emplace(std::string(own), part + std::string(name));
+        m_names.insert_or_assign(std::string(own), part + std::string(name));
       }
       return true;
     });
