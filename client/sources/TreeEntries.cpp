@@ -105,7 +105,7 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
   // Apple Mail puts a UUID, Data, digits and Messages between a folder and its mail.
   if (parent.path.find(".mbox/") != std::string::npos || parent.path.ends_with(kMbox)) return {};
   if (IsAboveAppleFolders(parent, name)) return {};
-  if (EndsWithNoCase(name, kFol)) {
+  if (name.size() > kFol.size() && EndsWithNoCase(name, kFol)) {
     const std::string stem(name.substr(0, name.size() - kFol.size()));
     return LevelName(m_eudora.Of(name).value_or(stem)) + "\\";
   }
