@@ -27,6 +27,7 @@ constexpr int kLastYear = 9000;            // leaves room for what durations add
 constexpr std::size_t kLongestTold = 100;  // bytes of a value in a list of what is left
 
 std::string Told(std::string_view what, std::string_view value) {
+  if (value.empty()) return std::string(what);
   return fmt::format("{} {}", what, CutAtCharacter(value, kLongestTold));
 }
 
@@ -459,6 +460,11 @@ class ItemReader {
     }
   }
 
+  struct Version {
+    CalendarItem::Changed changed;
+    const IcsComponent* component;
+  };
+
   // The latest version of an occurrence counts. Some programs list those that they changed among
   // the deleted ones, too.
   void ReadOccurrences(const IcsComponent& main, const std::vector<IcsComponent>& changed) {
@@ -471,7 +477,10 @@ class ItemReader {
     std::ranges::stable_sort(versions, {}, &std::pair<long, const IcsComponent*>::first);
     for (const auto& [sequence, component] : versions) ReadChanged(*component);
     std::erase_if(m_item.deleted, [&](const CivilTime& at) { return m_changed.contains(at); });
-    for (auto& [at, one] : m_changed) m_item.changed.push_back(std::move(one));
+    for (auto& [at, one] : m_changed) {
+      TellOfSeries(*one.component, at);
+      m_item.changed.push_back(std::move(one.changed));
+    }
   }
 
   void ReadChanged(const IcsComponent& component) {
@@ -509,14 +518,13 @@ class ItemReader {
     changed.busy = differing(BusyOf(component), m_item.busy);
     changed.reminder = ReminderOf(component, start, end, nullptr);
     if (changed.reminder == m_item.reminder) changed.reminder.reset();
-    m_changed.insert_or_assign(at, std::move(changed));
-    TellOfSeries(component, at);
+    m_changed.insert_or_assign(at, Version{std::move(changed), &component});
   }
 
   const ZoneRules& m_rules;
   CalendarItem m_item;
   Values m_ofSeries;                                         // for its changed occurrences
-  std::map<CivilTime, CalendarItem::Changed> m_changed;      // by their start in the series
+  std::map<CivilTime, Version> m_changed;                    // by their start in the series
   std::map<std::string, CalendarZone, std::less<>> m_zones;  // by name
 };
 

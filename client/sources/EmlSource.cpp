@@ -54,7 +54,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
     if (IsFolderBesideMail(folder, entry.name)) return;
-    below.push_back({path, folder.levels + LevelsOfFolder(folder, entry.name), folder.levels});
+    below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     listing.items.Add({path, TargetOf(folder.levels), true, 0, entry.size});
   } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
@@ -142,7 +142,7 @@ std::string EmlSource::Read(const SourceItem& item) const {
     case TYPE_DIST_LIST:
       return ReadVcfItem(item);
     default:
-      return ReadTreeMail(item, m_mbox);
+      return ReadTreeMail(item, m_mbox, m_moved);
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/sources/MovedMail.h"
 #include "client/sources/Source.h"
 
 namespace client {
@@ -26,6 +27,7 @@ class EmlSource : public Source {
  private:
   std::string m_path;
   MboxKind m_mbox;
+  mutable MovedMail m_moved;
 };
 
 }  // namespace client

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdint>
 #include <vector>
 
 #include "base/AsciiText.h"
+#include "client/sources/ContentLines.h"
 #include "client/sources/LineDecoding.h"
 #include "client/sources/Pieces.h"
 #include "client/sources/SourceFiles.h"
@@ -78,25 +78,22 @@ bool HasLevelsByDots(const SourceFolder& parent, std::string_view name) {
          HasMailOfOfflineimap(parent.path + "/INBOX");
 }
 
-// "Customers & Co,Customer.fol,F,N": the name first, which may hold commas.
-std::string EudoraName(const std::string& folder, std::string_view file) {
-  constexpr std::uint64_t kMost = 1 << 20;  // bytes
-  std::string list;
-  try {
-    list = ReadFileRange(folder + "/descmap.pce", 0, kMost);
-  } catch (const SourceError&) {  // what lies there has the names that it has
-  }
+// The name stands first, and may hold commas.
+EudoraNames::EudoraNames(std::string_view list) {
   for (std::string_view rest = list; !rest.empty();) {
     const std::string_view line = mail::trimmed(TakeUpTo(rest, '\n'));
     const std::size_t flags = line.rfind(',', line.rfind(',') - 1);
     if (flags == std::string_view::npos) continue;
     const std::size_t comma = line.rfind(',', flags - 1);
     if (comma == std::string_view::npos || comma == 0) continue;
-    if (mail::equalsNoCase(line.substr(comma + 1, flags - comma - 1), file)) {
-      return ToUtf8(line.substr(0, comma), {});
-    }
+    m_names.try_emplace(UpperAscii(line.substr(comma + 1, flags - comma - 1)),
+                        ToUtf8(line.substr(0, comma), {}));
   }
-  return std::string(file.substr(0, file.rfind('.')));
+}
+
+std::optional<std::string> EudoraNames::Of(std::string_view file) const {
+  const auto found = m_names.find(UpperAscii(file));
+  return found == m_names.end() ? std::nullopt : std::optional(found->second);
 }
 
 }  // namespace client

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,8 +19,17 @@ bool IsAppleMailData(const SourceFolder& parent, std::string_view name);
 // A Maildir that offlineimap wrote, whose name divides levels by dots: "Projekte.Kunde".
 bool HasLevelsByDots(const SourceFolder& parent, std::string_view name);
 
-// What the list of a Eudora calls that file or folder of it ("NAME.mbx", "NAME.fol"); its name
-// without the ending where there is no list, or it does not stand there. UTF-8.
-std::string EudoraName(const std::string& folder, std::string_view file);
+// What a Eudora calls the files and folders in one of its folders ("NAME.mbx", "NAME.fol"):
+// descmap.pce has a line for each, as in "Customers & Co,Customer.fol,F,N".
+class EudoraNames {
+ public:
+  static constexpr const char* kFile = "descmap.pce";
+  explicit EudoraNames(std::string_view list);
+  // UTF-8; nothing for what does not stand there.
+  std::optional<std::string> Of(std::string_view file) const;
+
+ private:
+  std::map<std::string, std::string> m_names;  // by the file, in capitals
+};
 
 }  // namespace client

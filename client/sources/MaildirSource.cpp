@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 #include <iterator>
+#include <map>
 #include <string_view>
 
 #include "base/AsciiText.h"
@@ -107,29 +108,57 @@ void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
   }
 }
 
+// While one Maildir is listed.
+struct OneMaildir {
+  const SourceFolder& folder;
+  bool hasNew;
+  FolderKeywords keywords;
+  MovedMail moved = {};
+
+  // Where a mail of new/ lies in cur/ by now; empty for one that does not.
+  std::string PlaceInCur(const std::string& path) {
+    std::string place = moved.WhereMoved(path);
+    const bool isInCur =
+        path.starts_with(folder.path + "/new/") && place.starts_with(folder.path + "/cur/");
+    return isInCur ? place : std::string();
+  }
+};
+
 // Whoever moves a mail from new/ to cur/ moves it to what is listed next.
-void AddOdd(const std::string& path, EntryKind kind, std::string_view part, Listing& listing) {
-  const bool hasMoved = !WhereMoved(path).empty();
-  if (hasMoved && part == "new") return;
+void AddOdd(const std::string& path, EntryKind kind, OneMaildir& maildir, Listing& listing) {
+  if (!maildir.PlaceInCur(path).empty()) return;
+  const bool hasMoved = !maildir.moved.WhereMoved(path).empty();
   listing.problems.push_back(
       hasMoved ? SourceProblem{path, "it got another name just now: run again", /*isUnread=*/true}
                : OddEntry(path, kind));
 }
 
 // What has no letters in a Maildir without new/ is of a program that keeps its state elsewhere.
-void AddMails(const SourceFolder& folder, const char* part, bool hasNew,
-              const FolderKeywords& keywords, Listing& listing) {
-  const std::string path = folder.path + "/" + part;
+void AddMails(const char* part, OneMaildir& maildir, Listing& listing) {
+  const std::string path = maildir.folder.path + "/" + part;
   EachEntry(path, listing.problems, [&](const FolderEntry& entry) {
     if (entry.name.starts_with('.')) return;
     const std::string file = path + "/" + entry.name;
-    if (entry.kind != EntryKind::kFile) return AddOdd(file, entry.kind, part, listing);
+    if (entry.kind != EntryKind::kFile) return AddOdd(file, entry.kind, maildir, listing);
     const MaildirName name = ParseMaildirName(entry.name);
-    const bool isRead = name.Has('S') || (!hasNew && name.letters.empty());
-    SourceItem item{file, TargetOf(folder.levels), isRead, 0, entry.size};
-    item.state = StateOf(entry, name, keywords);
+    const bool isRead = name.Has('S') || (!maildir.hasNew && name.letters.empty());
+    SourceItem item{file, TargetOf(maildir.folder.levels), isRead, 0, entry.size};
+    item.state = StateOf(entry, name, maildir.keywords);
     listing.items.Add(item);
   });
+}
+
+// One that moved between the two listings stands in both; it comes as the later one has it.
+void AddNewOnes(ItemList& newOnes, std::size_t firstOfCur, OneMaildir& maildir, ItemList& items) {
+  std::map<std::string, SourceItem> moved;  // by their places in cur/
+  const std::size_t behindCur = items.size();
+  newOnes.TakeAll([&](const SourceItem& item) {
+    const std::string place = maildir.PlaceInCur(item.location);
+    if (place.empty() || !moved.emplace(place, item).second) items.Add(item);
+  });
+  if (moved.empty()) return;
+  for (std::size_t at = firstOfCur; at < behindCur; ++at) moved.erase(items[at].location);
+  for (const auto& [place, item] : moved) items.Add(item);
 }
 
 }  // namespace
@@ -152,14 +181,16 @@ std::string MaildirLevels(std::string_view name) {
 }
 
 void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
-  const bool hasNew = IsFolder(folder.path + "/new");
+  OneMaildir maildir{folder,
+                     IsFolder(folder.path + "/new"),
+                     {KeywordsOf(folder.path), CourierKeywords(folder.path)}};
   listing.folders.push_back(TargetOf(folder.levels));
-  const FolderKeywords keywords{KeywordsOf(folder.path), CourierKeywords(folder.path)};
   // Those of cur/ come first; but what moves there meanwhile must not be missed.
   Listing newOnes;
-  if (hasNew) AddMails(folder, "new", hasNew, keywords, newOnes);
-  AddMails(folder, "cur", hasNew, keywords, listing);
-  newOnes.items.TakeAll([&](const SourceItem& item) { listing.items.Add(item); });
+  if (maildir.hasNew) AddMails("new", maildir, newOnes);
+  const std::size_t first = listing.items.size();
+  AddMails("cur", maildir, listing);
+  AddNewOnes(newOnes.items, first, maildir, listing.items);
   std::ranges::move(newOnes.problems, std::back_inserter(listing.problems));
 }
 
@@ -177,7 +208,7 @@ Listing MaildirSource::List() const {
 }
 
 std::string MaildirSource::Read(const SourceItem& item) const {
-  return ReadMailThatMayMove(item.location);
+  return m_moved.Read(item.location);
 }
 
 }  // namespace client

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "client/sources/FolderWalk.h"
+#include "client/sources/MovedMail.h"
 #include "client/sources/Source.h"
 
 namespace client {
@@ -30,6 +31,7 @@ class MaildirSource : public Source {
 
  private:
   std::string m_path;
+  mutable MovedMail m_moved;
 };
 
 }  // namespace client

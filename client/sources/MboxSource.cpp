@@ -71,11 +71,14 @@ bool MboxSource::IsMbox(const std::string& path) {
 void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing) {
   const std::size_t first = listing.items.size();
   std::vector<bool> told;  // whether it was read
+  bool hasNotes = false;   // in the mails themselves
   bool hasLabels = false;
   const EudoraToc toc(path);
   for (const MboxSplitter::Mail& mail : MailsOf(path, kind)) {
     std::string place = folder;
     StateFields fields = FieldsOf(path, mail, place);
+    // A list that no longer fits its file makes no mail new.
+    hasNotes = hasNotes || fields.read.has_value();
     toc.AddState(mail.offset, fields);
     hasLabels = hasLabels || place != folder;
     told.push_back(fields.read.has_value());
@@ -89,7 +92,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   }
   if (!hasLabels) listing.folders.push_back(folder);
   // Where a program notes what was read, what it did not note is new.
-  if (std::ranges::find(told, true) == told.end()) return;
+  if (!hasNotes) return;
   for (std::size_t i = 0; i < told.size(); ++i) {
     if (!told[i]) listing.items.SetUnread(first + i);
   }

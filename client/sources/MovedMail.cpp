@@ -3,13 +3,16 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <string_view>
 #include <vector>
 
+#include "client/sources/MaildirSource.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
 namespace {
+
+constexpr std::size_t kMostNames = 200000;  // that are kept
+constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
 
 bool IsThere(const std::string& path) {
   struct stat status;
@@ -18,41 +21,75 @@ bool IsThere(const std::string& path) {
 
 // What stays of a name: some programs add a number of their own when they see a mail first.
 std::string_view LastingPart(std::string_view name) {
-  constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
   const std::size_t end = std::min(name.find_first_of(",:;!"), name.find(kOnWindowsDisks));
   return name.substr(0, end);
 }
 
-}  // namespace
-
-std::string WhereMoved(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  const std::string_view folder = std::string_view(path).substr(0, slash);
-  const bool isMaildir = folder.ends_with("/cur") || folder.ends_with("/new");
-  if (slash == std::string::npos || !isMaildir || IsThere(path)) return {};
-  const std::string name = path.substr(slash + 1);
-  const std::string_view lasting = LastingPart(name);
-  const std::string maildir(folder.substr(0, folder.size() - 3));
-  // Programs move whole folders so: these spare the search.
-  for (const char* const letters : {":2,", ":2,S"}) {
-    const std::string seen = maildir + "cur/" + name + letters;
-    if (IsThere(seen)) return seen;
-  }
-  for (const char* const part : {"cur", "new"}) {
-    std::vector<SourceProblem> ignored;
-    std::string found;
-    EachName(maildir + part, ignored, [&](std::string_view other) {
-      if (LastingPart(other) == lasting) found = other;
-      return found.empty();
-    });
-    if (!found.empty()) return maildir + part + "/" + found;
+// Where most mails go, which needs no search.
+std::string WhereLikely(const std::string& maildir, std::string_view name) {
+  const std::size_t end = std::min(name.find_first_of(":;!"), name.find(kOnWindowsDisks));
+  const std::string own = maildir + "cur/" + std::string(name.substr(0, end));
+  for (const char* const letters : {":2,S", ":2,RS", ":2,FS", ":2,"}) {
+    if (IsThere(own + letters)) return own + letters;
   }
   return {};
 }
 
-std::string ReadMailThatMayMove(const std::string& path) {
+}  // namespace
+
+std::string MovedMail::WhereMoved(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string_view folder = std::string_view(path).substr(0, slash);
+  const bool isPart = folder.ends_with("/cur") || folder.ends_with("/new");
+  if (slash == std::string::npos || !isPart || IsThere(path)) return {};
+  const std::string maildir(folder.substr(0, folder.size() - 3));
+  // Elsewhere such a folder is anybody's, and a comma no end of a name.
+  if (!MaildirSource::IsMaildir(maildir)) return {};
+  const std::string_view name = std::string_view(path).substr(slash + 1);
+  std::string likely = WhereLikely(maildir, name);
+  return likely.empty() ? Find(maildir, LastingPart(name)) : likely;
+}
+
+std::string MovedMail::Read(const std::string& path) {
   const std::string moved = WhereMoved(path);
   return ReadMail(moved.empty() ? path : moved);
+}
+
+// What was in neither folder when they were read is gone; what was may have moved again.
+std::string MovedMail::Find(const std::string& maildir, std::string_view lasting) {
+  const std::lock_guard lock(m_mutex);
+  const std::string key(lasting);
+  auto found = m_names.end();
+  if (m_maildir == maildir) {
+    found = m_names.find(key);
+    if (found != m_names.end() && IsThere(maildir + found->second)) return maildir + found->second;
+    if (found == m_names.end() && m_isWhole) return {};
+  }
+  Look(maildir, lasting);
+  found = m_names.find(key);
+  return found == m_names.end() ? std::string() : maildir + found->second;
+}
+
+// Keeps the names, of a larger Maildir some and the one that is looked for. Those of cur/ come
+// last, so that what moves there meanwhile is not missed.
+void MovedMail::Look(const std::string& maildir, std::string_view lasting) {
+  m_maildir = maildir;
+  m_names.clear();
+  m_isWhole = true;
+  for (const std::string part : {"new/", "cur/"}) {
+    if (!IsThere(maildir + part)) continue;
+    std::vector<SourceProblem> ignored;
+    EachName(maildir + part, ignored, [&](std::string_view name) {
+      const std::string_view own = LastingPart(name);
+      if (m_names.size() >= kMostNames && own != lasting) {
+        m_isWhole = false;
+      } else {
+        m_names.insert_or_assign(std::string(own), part + std::string(name));
+      }
+      return true;
+    });
+    m_isWhole = m_isWhole && ignored.empty();
+  }
 }
 
 }  // namespace client

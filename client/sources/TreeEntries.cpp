@@ -6,12 +6,10 @@
 
 #include "client/sources/CutParts.h"
 #include "client/sources/Emlx.h"
-#include "client/sources/FolderNames.h"
 #include "client/sources/HashedName.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/ModifiedUtf7.h"
-#include "client/sources/MovedMail.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
 
@@ -44,12 +42,6 @@ std::string TextOf(const std::string& path) {
   } catch (const SourceError&) {
     return {};
   }
-}
-
-std::string LevelsOfFile(const std::string& folder, const std::string& name) {
-  if (EndsWithNoCase(name, kMbx)) return LevelName(EudoraName(folder, name)) + "\\";
-  const std::string own = TrueFolderName(folder, name);
-  return own == name ? MboxFolder(name) : LevelName(FromModifiedUtf7(own)) + "\\";
 }
 
 // It may belong to a source of another kind.
@@ -93,7 +85,14 @@ bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& ent
 
 TagNames TagsOfProfile(const std::string& path) { return TagNames(TextOf(path + "/prefs.js")); }
 
-std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name) {
+std::string OtherTreeFiles::LevelsOfFile(const std::string& name) const {
+  if (const auto own = m_eudora.Of(name)) return LevelName(*own) + "\\";
+  const std::string own = TrueFolderName(m_folder.path, name);
+  return own == name ? MboxFolder(name) : LevelName(FromModifiedUtf7(own)) + "\\";
+}
+
+std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
+  const SourceFolder& parent = m_folder;
   if (name.ends_with(kSbd) && name.size() > kSbd.size()) {
     const std::string own = TrueFolderName(parent.path, name.substr(0, name.size() - kSbd.size()));
     return LevelName(FromModifiedUtf7(own)) + "\\";
@@ -106,7 +105,10 @@ std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name) {
   // Apple Mail puts a UUID, Data, digits and Messages between a folder and its mail.
   if (parent.path.find(".mbox/") != std::string::npos || parent.path.ends_with(kMbox)) return {};
   if (IsAboveAppleFolders(parent, name)) return {};
-  if (name.ends_with(kFol)) return LevelName(EudoraName(parent.path, name)) + "\\";
+  if (name.size() > kFol.size() && EndsWithNoCase(name, kFol)) {
+    const std::string stem(name.substr(0, name.size() - kFol.size()));
+    return LevelName(m_eudora.Of(name).value_or(stem)) + "\\";
+  }
   const bool isMaildir = MaildirSource::IsMaildir(parent.path + "/" + std::string(name));
   if (isMaildir && HasLevelsByDots(parent, name)) return MaildirLevels("." + std::string(name));
   return isMaildir || (name.starts_with('.') && name.ends_with(".directory"))
@@ -127,7 +129,9 @@ OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<Fol
       m_entries(entries),
       m_mbox(mbox),
       m_isMh(Has(entries, ".mh_sequences") || Has(entries, ".claws_mark") ||
-             Has(entries, ".sylpheed_mark")) {
+             Has(entries, ".sylpheed_mark")),
+      m_eudora(Has(entries, EudoraNames::kFile) ? TextOf(folder.path + "/" + EudoraNames::kFile)
+                                                : std::string()) {
   if (!m_isMh) return;
   m_sequences = MhSequences(TextOf(folder.path + "/.mh_sequences"));
   const std::string claws = TextOf(folder.path + "/.claws_mark");
@@ -136,16 +140,21 @@ OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<Fol
 
 bool OtherTreeFiles::HasEntry(const std::string& name) const { return Has(m_entries, name); }
 
+bool OtherTreeFiles::HasToc(const std::string& name) const {
+  if (!EndsWithNoCase(name, kMbx)) return false;
+  const std::string stem = name.substr(0, name.size() - kMbx.size());
+  return HasEntry(stem + ".toc") || HasEntry(stem + ".TOC");
+}
+
 void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
   if (IsBesideMail(entry.name) && !IsAddressBook(entry.name)) return;
   if (IsEmlxName(entry.name)) return TakeEmlx(path, entry, listing);
   const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
-  const std::string levels =
-      m_folder.levels + (isExport ? "" : LevelsOfFile(m_folder.path, entry.name));
+  const std::string levels = m_folder.levels + (isExport ? "" : LevelsOfFile(entry.name));
   if (entry.size == 0) {  // a folder without mail, where it has an index or folders below
     if (HasEntry(entry.name + ".msf") || HasEntry(entry.name + ".sbd") ||
-        HasEntry(entry.name + ".cmeta")) {
+        HasEntry(entry.name + ".cmeta") || HasToc(entry.name)) {
       listing.folders.push_back(levels);
     }
     return;
@@ -197,9 +206,9 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
   return true;
 }
 
-std::string ReadTreeMail(const SourceItem& item, MboxKind mbox) {
+std::string ReadTreeMail(const SourceItem& item, MboxKind mbox, MovedMail& moved) {
   if (!item.file.empty()) return ReadMboxItem(item, mbox);
-  if (!IsEmlxName(item.location)) return ReadMailThatMayMove(item.location);
+  if (!IsEmlxName(item.location)) return moved.Read(item.location);
   const auto place = EmlxPlaceOf(HeadOf(item.location));
   if (!place) throw SourceError("does not begin with the number of its bytes");
   std::string mail = ReadFileRange(item.location, place->offset, place->length);

@@ -4,9 +4,11 @@
 #include <string_view>
 #include <vector>
 
+#include "client/sources/FolderNames.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/MhMarks.h"
 #include "client/sources/MhSequences.h"
+#include "client/sources/MovedMail.h"
 #include "client/sources/TagNames.h"
 
 // What the folders and files of a tree mean to the program that made it.
@@ -20,9 +22,6 @@ bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& ent
 // What its owner calls the tags of mails.
 TagNames TagsOfProfile(const std::string& path);
 
-// The levels of the target that a folder of the tree adds to those of the one that it lies in:
-// "Name\", "Name\" of "Name.sbd" and "Name.mbox", none of what programs put between.
-std::string LevelsOfFolder(const SourceFolder& parent, std::string_view name);
 // A folder in which programs keep what is no mail of its own.
 bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name);
 
@@ -34,22 +33,28 @@ class OtherTreeFiles {
   OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                  MboxKind mbox);
   void Take(const FolderEntry& entry, Listing& listing) const;
+  // The levels of the target that a folder in it adds to its own: "Name\", "Name\" of "Name.sbd"
+  // and "Name.mbox", none of what programs put between.
+  std::string LevelsOfFolder(std::string_view name) const;
 
  private:
   void TakeEmlx(const std::string& path, const FolderEntry& entry, Listing& listing) const;
   bool TakeMh(const std::string& path, const FolderEntry& entry, std::string_view head,
               Listing& listing) const;
+  std::string LevelsOfFile(const std::string& name) const;
   bool HasEntry(const std::string& name) const;
+  bool HasToc(const std::string& name) const;  // beside an mbox of a Eudora
 
   const SourceFolder& m_folder;
   const std::vector<FolderEntry>& m_entries;  // sorted by name
   MboxKind m_mbox;
   bool m_isMh;
+  EudoraNames m_eudora;
   MhSequences m_sequences;
   MhMarks m_marks;
 };
 
 // The bytes of a mail of a tree, whatever file it lies in. Throws SourceError.
-std::string ReadTreeMail(const SourceItem& item, MboxKind mbox);
+std::string ReadTreeMail(const SourceItem& item, MboxKind mbox, MovedMail& moved);
 
 }  // namespace client

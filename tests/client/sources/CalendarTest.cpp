@@ -302,20 +302,23 @@ TEST_F(Calendar, WhatASeriesDoesNotHoldIsTold) {
            // The latest version of an occurrence, though it stands among the deleted ones.
            Case{"RRULE:FREQ=WEEKLY\nEXDATE:20240312T090000\n" + next +
                     "20240312T090000\nSEQUENCE:2\nSUMMARY:late\n" + next +
-                    "20240312T090000\nSEQUENCE:1\nSTATUS:CANCELLED\n" + next +
-                    "20240319T090000\nSUMMARY:x\n" + next +
+                    "20240312T090000\nSEQUENCE:1\nCOMMENT:c\n" + next +
+                    "20240312T090000\nSTATUS:CANCELLED\n" + next +
+                    "20240319T090000\nSUMMARY:x\nCOMMENT:c\n" + next +
                     "20240319T090000\nSEQUENCE:1\nSTATUS:CANCELLED\n",
                 2,
                 {}},
            // Once each, and not what is empty or a program's own.
-           Case{"RRULE:FREQ=WEEKLY\nX-COST:5 EUR\nX-COST:6 EUR\nCOMMENT:\nX-HIRED-BY: \n"
+           Case{"RRULE:FREQ=WEEKLY\nX-COST:5 EUR\nX-COST:6 "
+                "EUR\nCOMMENT:\nX-PIC;ENCODING=BASE64;VALUE=BINARY:AAAA\nX-HIRED-BY: \n"
                 "X-MOZ-LASTACK:20240305T090000Z\nX-MICROSOFT-CDO-INSTTYPE:1\nX-APPLE-SORT-ORDER:7\n"
+                "X-MICROSOFT-DONOTFORWARDMEETING:FALSE\nX-OC-HIDESUBTASKS:0\nX-PINNED:false\n"
                 "X-CREATOR-UID:9\nX-MICROSOFT-SKYPETEAMSMEETINGURL:https://x.example\n" +
                     next + "20240312T090000\nX-COST:5 EUR\nX-MOZ-SNOOZE-TIME:1\nX-TENT:big\n" +
                     next + "20240319T090000\nX-COST:6 EUR\nX-COST:5 EUR\n",
                 2,
                 {"X-COST of the occurrence of 2024-03-12", "X-TENT of the occurrence of 2024-03-12",
-                 "X-COST 5 EUR"}},
+                 "X-COST 5 EUR", "X-PIC"}},
            Case{"RRULE:FREQ=WEEKLY;BYDAY=WE\nEXDATE:20240313T090000\n",
                 1,
                 {"the first occurrence, on a day that the rule does not name: 2024-03-05"},

@@ -310,6 +310,19 @@ TEST(MaildirSource, AMailIsReadWhereverItMovedMeanwhile) {
       EXPECT_EQ(EmlSource(folder.Path(), {}).Read(entry.item), entry.source->Read(entry.item));
     }
   }
+  // What was found moves once more.
+  std::filesystem::rename(folder.File("cur/2.a.h,U=7:2,FS"), folder.File("cur/2.a.h,U=8:2,FS"));
+  EXPECT_EQ(plan.sources[0]->Read({folder.File("new/2.a.h"), ""}), "Subject: new/2.a.h\n\n");
+}
+
+TEST(MaildirSource, AFolderOfThatNameElsewhereMovesNoMail) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("new/Hello, a.eml", "Subject: a\n\n");
+  folder.Write("new/Hello, b.eml", "Subject: b\n\n");
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), 2u);
+  std::filesystem::remove(path);
+  EXPECT_THROW(plan.sources[0]->Read(plan.entries[0].item), SourceError);
 }
 
 TEST(MaildirSource, LettersAndKeywordsTellTheState) {

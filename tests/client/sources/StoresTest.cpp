@@ -189,15 +189,19 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"Out.mbx", Mbox()},
         {"kueche.mbx", Mbox()},
         {"Kunden.fol/Old.mbx", Mbox()},
+        {"K&APY-ln.FOL/K&APY-ln.mbx", Mbox()},
+        {"Leer.mbx", ""},
+        {"Leer.TOC", std::string(104, 0)},
         {"descmap.pce",
          "In,In.mbx,S,N\r\n,\r\nx,y\r\nK\xFC"
          "che, Bad,Kueche.mbx,M,N\r\n,,,\r\nKunden & Co,Kunden.fol,F,N"}},
        {"Inbox\\|In.mbx:0", "Inbox\\|In.mbx:" + std::to_string(Mbox().size()) + "|unread",
-        "Inbox\\|In.mbx:" + std::to_string(2 * Mbox().size()) + "|unread", "Sent Items\\|Out.mbx:0",
+        "Inbox\\|In.mbx:" + std::to_string(2 * Mbox().size()), "Sent Items\\|Out.mbx:0",
         "K\xC3\xBC"
         "che, Bad\\|kueche.mbx:0",
+        "K&APY-ln\\K\xC3\xB6ln\\|K&APY-ln.FOL/K&APY-ln.mbx:0",
         "Kunden & Co\\Old\\|Kunden.fol/Old.mbx:0"},
-       {}},
+       {"Leer\\"}},
       {"Gmail's export",
        {{"All mail.mbox",
          Mbox("X-Gmail-Labels: =?UTF-8?Q?Posteingang,Ungelesen,Kunde/=C3=96tt?=\n") +
