@@ -89,9 +89,11 @@ bool WaitFor(std::chrono::milliseconds time) {
 
 TargetAnswer UnknownOutcome::Ask(const std::string& folder, const LoadedItem& item,
                                  std::chrono::seconds time) {
-  std::chrono::seconds pause = kFirstPause;
-  for (std::chrono::seconds left = time;; left -= pause, pause *= 2) {
+  using std::chrono::milliseconds;
+  const auto end = ews::Transport().Now() + time;
+  for (milliseconds pause = kFirstPause;; pause *= 2) {
     TargetAnswer answer = AskOnce(folder, item);
+    const auto left = std::chrono::ceil<milliseconds>(end - ews::Transport().Now());
     using enum TargetAnswer::Kind;
     const bool sure = answer.kind == kThere || answer.kind == kNotAsked || EndsRun(answer.reason);
     if (!sure && left.count() <= 0 && answer.kind == kUnreachable && !answer.isOutage) {
