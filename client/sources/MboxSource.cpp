@@ -56,16 +56,10 @@ std::string MboxFolder(const std::string& path) {
   return LevelName(FromModifiedUtf7(name)) + "\\";
 }
 
-bool MboxSource::IsMbox(const std::string& path) {
-  constexpr std::uint64_t kLook = 64;  // bytes
-  try {
-    const std::string bytes = ReadFileRange(path, 0, kLook);
-    if (IsMmdf(bytes)) return true;
-    const size_t begin = std::min(bytes.find_first_not_of("\r\n"), bytes.size());
-    return std::string_view(bytes).substr(begin).starts_with(kFrom);
-  } catch (const SourceError&) {
-    return false;
-  }
+bool MboxSource::IsMbox(std::string_view head) {
+  if (IsMmdf(head)) return true;
+  const size_t begin = std::min(head.find_first_not_of("\r\n"), head.size());
+  return head.substr(begin).starts_with(kFrom);
 }
 
 void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing) {

@@ -20,7 +20,7 @@ class MboxSource : public Source {
  public:
   MboxSource(std::string path, MboxKind kind) : m_path(std::move(path)), m_kind(kind) {}
   // Begins with "From ", empty lines aside, or with what parts the mails of an MMDF file.
-  static bool IsMbox(const std::string& path);
+  static bool IsMbox(std::string_view head);
 
   const char* Kind() const override { return "an mbox file"; }
   Listing List() const override;

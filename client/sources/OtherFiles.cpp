@@ -36,6 +36,20 @@ constexpr std::array<Form, 6> kForms{{
     {"2 M", "a file of the dbox form"},
 }};
 
+// "2021.mbox.gz"
+bool IsPackedMail(std::string_view name) {
+  static constexpr std::array<std::string_view, 6> kPacked = {".gz",  ".bz2", ".xz",
+                                                              ".zst", ".zip", ".7z"};
+  static constexpr std::array<std::string_view, 5> kOfItems = {".eml", ".mbox", ".mbx", ".ics",
+                                                               ".vcf"};
+  const auto packed = std::ranges::find_if(
+      kPacked, [&](std::string_view end) { return EndsWithNoCase(name, end); });
+  if (packed == kPacked.end()) return false;
+  name.remove_suffix(packed->size());
+  return std::ranges::any_of(kOfItems,
+                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+}
+
 }  // namespace
 
 bool IsBesideMail(std::string_view name) {
@@ -55,6 +69,7 @@ bool IsAddressBook(std::string_view name) {
 std::string UnreadMailForm(std::string_view name, std::string_view head) {
   constexpr std::string_view kCompound = "\xD0\xCF\x11\xE0";
   static constexpr std::array<std::string_view, 4> kOfMail = {".mbox", ".mbx", ".mbs", ".msg"};
+  if (IsPackedMail(name)) return "it is packed: unpack it first";
   for (const Form& form : kForms) {
     if (head.starts_with(form.beginning)) {
       return fmt::format("it looks like {}, which is not read", form.name);

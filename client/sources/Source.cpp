@@ -21,7 +21,10 @@ std::unique_ptr<Source> OpenSource(const std::string& path, const SourceOptions&
   if (S_ISDIR(status.st_mode)) return std::make_unique<EmlSource>(path, options.mbox);
   if (!S_ISREG(status.st_mode)) throw SourceError("neither a file nor a folder");
   if (EmlSource::IsOne(path)) return std::make_unique<EmlSource>(path, options.mbox);
-  if (MboxSource::IsMbox(path)) return std::make_unique<MboxSource>(path, options.mbox);
+  constexpr std::uint64_t kLook = 64;  // bytes
+  if (MboxSource::IsMbox(ReadFileRange(path, 0, kLook))) {
+    return std::make_unique<MboxSource>(path, options.mbox);
+  }
   throw SourceError(
       "neither a mail (its name ends in .eml), a calendar (.ics), cards (.vcf) nor an mbox file");
 }

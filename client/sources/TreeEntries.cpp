@@ -159,13 +159,13 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
     }
     return;
   }
-  const std::string head = HeadOf(path);
-  if (TakeMh(path, entry, head, listing)) return;
-  if (!MboxSource::IsMbox(path)) {
-    listing.problems.push_back(LeftOut(m_folder, path, head));
-    return;
-  }
-  try {
+  try {  // one that cannot be read may be full of mail
+    const std::string head = ReadFileRange(path, 0, kHead);
+    if (TakeMh(path, entry, head, listing)) return;
+    if (!MboxSource::IsMbox(head)) {
+      listing.problems.push_back(LeftOut(m_folder, path, head));
+      return;
+    }
     ListMbox(path, TargetOf(levels), m_mbox, listing);
   } catch (const SourceError& error) {
     listing.problems.push_back({path, error.what(), /*isUnread=*/true});

@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <map>
 
@@ -234,6 +237,7 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
                                                       {"mail", "To: a@b\nSubject: x\n\nx"},
                                                       {"mix", ":msg:1"},
                                                       {"x.mbox", "nothing"},
+                                                      {"x.mbox.gz", "\x1F\x8B"},
                                                       {"x.msg", "\xD0\xCF\x11\xE0"}};
   for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
   folder.Write("notes.txt", "Note: one field is none\n");
@@ -244,8 +248,34 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 7);
-  EXPECT_EQ(plan.problems.size(), 10u);
+  EXPECT_EQ(losses, 8);
+  EXPECT_EQ(plan.problems.size(), 11u);
+}
+
+// Whoever may read everything is somebody else for that long.
+class WithoutRights {
+ public:
+  WithoutRights() { EXPECT_EQ(m_user == 0 ? seteuid(kNobody) : 0, 0); }
+  ~WithoutRights() { EXPECT_EQ(seteuid(m_user), 0); }
+  WithoutRights(const WithoutRights&) = delete;
+  WithoutRights& operator=(const WithoutRights&) = delete;
+
+ private:
+  static constexpr uid_t kNobody = 65534;
+  const uid_t m_user = geteuid();
+};
+
+TEST(Stores, WhatCannotBeOpenedMayBeMail) {
+  const TemporaryFolder folder;
+  folder.Write("tree/box", "From a@b Tue Mar  5 09:00:00 2024\nSubject: x\n\nx\n");
+  chmod(folder.Path().c_str(), 0755);
+  chmod(folder.File("tree/box").c_str(), 0);
+  const WithoutRights rights;
+  const Plan plan = MakePlan({folder.File("tree")});
+  ASSERT_EQ(plan.problems.size(), 1u);
+  EXPECT_THAT(plan.problems[0].reason, testing::HasSubstr("Permission denied"));
+  EXPECT_FALSE(plan.IsWhole());
+  EXPECT_THROW(MakePlan({folder.File("tree/box")}), SourceError);
 }
 
 TEST(Emlx, SaysWhereItsMailIsAndWhatBecameOfIt) {
