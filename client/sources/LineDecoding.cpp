@@ -70,7 +70,9 @@ std::string ToUtf8(std::string_view bytes, std::string_view charset) {
   mail::DataBuffer utf8;
   mail::EncodingConvert convert;
   convert.convertText(page, kUtf8, bytes.data(), bytes.size(), utf8, log);
-  return std::string(utf8.view());
+  if (platform::IsValidUtf8(utf8.view())) return std::string(utf8.view());
+  // Halves of pairs, which charsets made of UTF-16 can name, are no characters.
+  return platform::Utf16ToUtf8(platform::Utf8ToUtf16(utf8.view()));
 }
 
 bool HoldsBytes(const ContentLine& line) {

@@ -63,6 +63,8 @@ TEST(VCard, TextIsReadAsEachVersionWritesIt) {
               ElementsAre("surname=Müller", "givenName=Jörg", "displayName=Jörg Müller",
                           "MobilePhone=+49 1", "BusinessFax=+49 2",
                           "Home=Weg 1\nHinterhaus|Ulm||89073|", "note=at the pier"));
+  // Half a pair of UTF-16 is no character.
+  EXPECT_THAT(Dump("VERSION:2.1\nNOTE;CHARSET=UTF-7:a+2AAAYg-c\n"), ElementsAre("note=a\uFFFDbc"));
   // 3.0 with groups, labels and a fold inside of a character.
   EXPECT_THAT(Dump("VERSION:3.0\nFN:Gr\xC3\n \xBC\xC3\x9F\n\te\\, Ann\nORG:Dock\\; Co;Office;2nd\n"
                    "item1.TEL:+1 5\nitem1.X-ABLabel:_$!<Assistant>!$_\n"
