@@ -25,6 +25,8 @@ constexpr milliseconds kLeastBackOff{1000};  // so that a retry never spins
 // one that makes something, and of a question.
 constexpr int kMostOnTheWay = 4;
 constexpr int kMostUnanswered = 5;
+constexpr std::chrono::seconds kStaysUnanswered{
+    60};                                         // before a kind of question is waited for again
 constexpr std::uint64_t kTinyBytes = 256 << 10;  // no limit of size is meant for a request of that
 
 bool IsLogonRefusal(const Failure& objFailure) {
@@ -235,9 +237,9 @@ SoapResponse ExchangeService::Call(Effect eEffect, const std::function<void(Soap
   SoapWriter objWriter(m_eVersion, pImpersonated, strZone);
   fnBody(objWriter);
   RequestBody objBody = objWriter.Finish();
-  HttpRequest objRequest = MakeRequest(objBody);
-  objRequest.bSendOnce = eEffect == Effect::kCreates;
-  return Send(std::move(objRequest), eEffect);
+  Request objRequest{MakeHttp(objBody), eEffect, objWriter.Operation()};
+  objRequest.objHttp.bSendOnce = eEffect == Effect::kCreates;
+  return Send(std::move(objRequest));
 }
 
 ResponseMessage ExchangeService::CallForOne(Effect eEffect,
@@ -256,7 +258,7 @@ ResponseMessage ExchangeService::CallForOne(Effect eEffect,
   return std::move(objMessage);
 }
 
-HttpRequest ExchangeService::MakeRequest(RequestBody& objBody) const {
+HttpRequest ExchangeService::MakeHttp(RequestBody& objBody) const {
   HttpRequest objRequest;
   objRequest.strUrl = m_strUrl.ToUtf8();
   objRequest.arrHeaders = {{"Content-Type", "text/xml; charset=utf-8"}, {"Accept", "text/xml"}};
@@ -269,10 +271,10 @@ HttpRequest ExchangeService::MakeRequest(RequestBody& objBody) const {
   return objRequest;
 }
 
-SoapResponse ExchangeService::Send(HttpRequest objRequest, Effect eEffect) {
+SoapResponse ExchangeService::Send(Request objRequest) {
   if (!m_strLogonRefused.empty()) throw ServiceException(m_strLogonRefused);
   try {
-    return SendUntilServed(objRequest, eEffect);
+    return SendUntilServed(objRequest);
   } catch (const ServiceException& e) {
     if (e.Cause().bNoHandshake) {
       m_strLogonRefused = e.what();
@@ -280,21 +282,21 @@ SoapResponse ExchangeService::Send(HttpRequest objRequest, Effect eEffect) {
     }
     if (!Settings().bSafe || !(IsLogonRefusal(e.Cause()) || e.Cause().bSaysServiceIsOff)) throw;
     if (IsForOneRequest(e.Cause())) {
-      if (eEffect == Effect::kCreates) throw;  // what became of it is looked for first
+      if (objRequest.eEffect == Effect::kCreates) throw;  // what became of it is looked for first
     } else {
       if (!m_strLogonRefused.empty()) throw ServiceException(m_strLogonRefused);
       if (e.Cause().bSaysServiceIsOff) RefuseLogon(e);
       if (m_bRenewing) throw;
-      return SendWithNewLogon(std::move(objRequest), eEffect);
+      return SendWithNewLogon(std::move(objRequest));
     }
   }
-  objRequest.objCredentials = m_objCredentials;  // which the question may have renewed
-  return SendUntilServed(std::move(objRequest), eEffect);
+  objRequest.objHttp.objCredentials = m_objCredentials;  // which the question may have renewed
+  return SendUntilServed(std::move(objRequest));
 }
 
 // A token may have run out, or a server have forgotten a logon. Once, for each try may count
 // towards the locking of an account.
-SoapResponse ExchangeService::SendWithNewLogon(HttpRequest objRequest, Effect eEffect) {
+SoapResponse ExchangeService::SendWithNewLogon(Request objRequest) {
   const Mark objMark(m_bRenewing);  // no request made meanwhile renews it again
   try {
     if (m_fnNewLogon) m_objCredentials = m_fnNewLogon();
@@ -302,10 +304,10 @@ SoapResponse ExchangeService::SendWithNewLogon(HttpRequest objRequest, Effect eE
     if (e.Cause().bOutage) throw;
     RefuseLogon(ServiceException(std::string("A new logon failed. ") + e.what()));
   }
-  objRequest.objCredentials = m_objCredentials;
-  objRequest.bNewConnection = true;
+  objRequest.objHttp.objCredentials = m_objCredentials;
+  objRequest.objHttp.bNewConnection = true;
   try {
-    return SendUntilServed(objRequest, eEffect);
+    return SendUntilServed(objRequest);
   } catch (const ServiceException& e) {
     if (!IsLogonRefusal(e.Cause()) && !e.Cause().bSaysServiceIsOff) throw;
     if (IsForOneRequest(e.Cause())) throw;
@@ -339,55 +341,65 @@ void ExchangeService::RefuseLogon(const ServiceException& objError, const char* 
   throw ServiceException(m_strLogonRefused);
 }
 
-SoapResponse ExchangeService::SendUntilServed(HttpRequest objRequest, Effect eEffect) {
+int ExchangeService::MostFailures(const Request& objRequest) const {
+  if (Settings().nPatience.count() == 0) return 1;
+  if (objRequest.eEffect == Effect::kCreates) return kMostOnTheWay;
+  const bool bKnown = m_strUnanswered == objRequest.strOperation;
+  return bKnown && Transport().Now() < m_nUnansweredUntil ? 1 : kMostUnanswered;
+}
+
+SoapResponse ExchangeService::SendUntilServed(Request objRequest) {
   using enum Outage::Repeat;
-  const auto eRepeat = m_bWaitsForNone               ? kNever
-                       : eEffect == Effect::kCreates ? kUnlessMaybeCarriedOut
-                                                     : kAlways;
-  const Outage objOutage(Transport(), HostForMessage(objRequest.strUrl), objRequest.nTimeout,
-                         eRepeat);
-  const int nMost = Settings().nPatience.count() == 0 ? 1
-                    : eEffect == Effect::kCreates     ? kMostOnTheWay
-                                                      : kMostUnanswered;
+  HttpRequest& objHttp = objRequest.objHttp;
+  const auto eRepeat = m_bWaitsForNone                          ? kNever
+                       : objRequest.eEffect == Effect::kCreates ? kUnlessMaybeCarriedOut
+                                                                : kAlways;
+  const Outage objOutage(Transport(), HostForMessage(objHttp.strUrl), objHttp.nTimeout, eRepeat);
+  const int nMost = MostFailures(objRequest);
   int nFailures = 0;
   return WaitOut(objOutage, [&](milliseconds nTimeout) {
-    objRequest.nTimeout = nTimeout;
+    objHttp.nTimeout = nTimeout;
     try {
-      return SendAndJudge(objRequest, eEffect);
+      return SendAndJudge(objRequest);
     } catch (const ServiceException& e) {
-      nFailures = IsOnTheWay(e.Cause(), eEffect) ? nFailures + 1 : 0;
+      nFailures = IsOnTheWay(e.Cause(), objRequest.eEffect) ? nFailures + 1 : 0;
       if (nFailures < nMost || m_bWaitsForNone || !AnswersAtOnce()) throw;
-      if (e.Cause().bCutInBody) throw TooLargeForTheWay(objRequest);
+      if (e.Cause().bCutInBody) throw TooLargeForTheWay(objHttp);
     }
-    return SendLast(objRequest, eEffect);
+    return SendLast(objRequest);
   });
 }
 
 // One more try of what failed again and again where others are served: the server may have come
-// back between the two. What fails then is no outage.
-SoapResponse ExchangeService::SendLast(const HttpRequest& objRequest, Effect eEffect) {
+// back between the two. What fails then is no outage, and the next question of its kind will hardly
+// fare better.
+SoapResponse ExchangeService::SendLast(const Request& objRequest) {
   try {
-    return SendAndJudge(objRequest, eEffect);
+    return SendAndJudge(objRequest);
   } catch (const ServiceException& e) {
     if (!e.Cause().bOutage) throw;
-    throw OfRequestAlone(e, eEffect);
+    if (objRequest.eEffect == Effect::kReads) {
+      m_strUnanswered = objRequest.strOperation;
+      m_nUnansweredUntil = Transport().Now() + kStaysUnanswered;
+    }
+    throw OfRequestAlone(e, objRequest.eEffect);
   }
 }
 
 // An address where the service has answered is no wrong one: who knows nothing of it there stands
 // in for it while it is out of order, such as a proxy with a page for people.
-SoapResponse ExchangeService::SendAndJudge(const HttpRequest& objRequest, Effect eEffect) {
+SoapResponse ExchangeService::SendAndJudge(const Request& objRequest) {
+  const HttpRequest& objHttp = objRequest.objHttp;
   HttpResponse objResponse;
-  const auto NoteServed = [&] {
-    Transport().NoteServed(objRequest.strUrl, objResponse.bRedirected);
-  };
+  const auto NoteServed = [&] { Transport().NoteServed(objHttp.strUrl, objResponse.bRedirected); };
   try {
-    objResponse = SendFollowingRedirects(Transport(), objRequest, [&](const std::string& strTo) {
-      return MayCarryCredentials(objRequest.strUrl, strTo);
+    objResponse = SendFollowingRedirects(Transport(), objHttp, [&](const std::string& strTo) {
+      return MayCarryCredentials(objHttp.strUrl, strTo);
     });
-    if (IsStraySizeRefusal(objRequest, objResponse)) objResponse = Transport().Send(objRequest);
-    SoapResponse objAnswer = Judge(objRequest, objResponse, eEffect);
+    if (IsStraySizeRefusal(objHttp, objResponse)) objResponse = Transport().Send(objHttp);
+    SoapResponse objAnswer = Judge(objHttp, objResponse, objRequest.eEffect);
     NoteServed();
+    if (m_strUnanswered == objRequest.strOperation) m_strUnanswered.clear();
     return objAnswer;
   } catch (const ServiceResponseException&) {
     NoteServed();
@@ -395,7 +407,7 @@ SoapResponse ExchangeService::SendAndJudge(const HttpRequest& objRequest, Effect
   } catch (const ServiceException& e) {
     Failure objFailure = e.Cause();
     objFailure.bOutage = objFailure.bOutage || (objFailure.bForeign && Settings().bSafe &&
-                                                Transport().HasServed(objRequest.strUrl));
+                                                Transport().HasServed(objHttp.strUrl));
     throw ServiceException(e.what(), objFailure);
   }
 }

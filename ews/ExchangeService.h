@@ -107,17 +107,24 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
  private:
   FindFoldersResults Find(const FolderId& objParent, const SearchFilter* pFilter,
                           const FolderView& objView);
-  HttpRequest MakeRequest(RequestBody& objBody) const;
-  SoapResponse Send(HttpRequest objRequest, Effect eEffect);
-  SoapResponse SendWithNewLogon(HttpRequest objRequest, Effect eEffect);
+  struct Request {
+    HttpRequest objHttp;
+    Effect eEffect;
+    std::string strOperation;  // such as "FindItem"
+  };
+  HttpRequest MakeHttp(RequestBody& objBody) const;
+  SoapResponse Send(Request objRequest);
+  SoapResponse SendWithNewLogon(Request objRequest);
   bool IsForOneRequest(const Failure& objFailure);
   bool RefusesQuestions();
   // Says in the text of all further requests that the service is off, or pszElse.
   [[noreturn]] void RefuseLogon(const ServiceException& objError, const char* pszElse = "");
   // Waits outages out (ews/Outage.h).
-  SoapResponse SendUntilServed(HttpRequest objRequest, Effect eEffect);
-  SoapResponse SendLast(const HttpRequest& objRequest, Effect eEffect);
-  SoapResponse SendAndJudge(const HttpRequest& objRequest, Effect eEffect);
+  SoapResponse SendUntilServed(Request objRequest);
+  SoapResponse SendLast(const Request& objRequest);
+  SoapResponse SendAndJudge(const Request& objRequest);
+  // How many failures of a request are waited out before others are looked at.
+  int MostFailures(const Request& objRequest) const;
   bool AnswersAtOnce();
 
   ExchangeVersion m_eVersion;
@@ -128,8 +135,12 @@ class ExchangeService : public std::enable_shared_from_this<ExchangeService> {
   int m_nTimeout = kDefaultTimeout;
   NewLogon m_fnNewLogon;
   bool m_bRenewing = false;
-  bool m_bAsking = false;         // whether others than one request are refused
-  bool m_bWaitsForNone = false;   // a failure of the request that is made now is not waited out
+  bool m_bAsking = false;        // whether others than one request are refused
+  bool m_bWaitsForNone = false;  // a failure of the request that is made now is not waited out
+  // The questions that met nothing but failures, where others were answered, and until when they
+  // are not waited for again.
+  std::string m_strUnanswered;
+  std::chrono::steady_clock::time_point m_nUnansweredUntil;
   std::string m_strLogonRefused;  // the text of all further requests; empty while there may be some
 };
 

@@ -95,6 +95,7 @@ SoapWriter::SoapWriter(ExchangeVersion eVersion, const CString* pImpersonated,
 
 void SoapWriter::Start(Vocabulary eVocabulary, std::string_view strName) {
   CloseTag();
+  if (m_arrOpen.empty()) m_strOperation = strName;
   std::string strFull(eVocabulary == kMessages ? "m:" : "t:");
   strFull += strName;
   m_strText += '<';

@@ -44,6 +44,9 @@ class SoapWriter {
   // Which page of a search's result is wanted, as an element of that name.
   void Page(std::string_view strName, int nSize, int nOffset);
 
+  // The name of the body's element, once that was begun.
+  const std::string& Operation() const { return m_strOperation; }
+
   // Closes the envelope. The writer is used up.
   RequestBody Finish();
 
@@ -55,6 +58,7 @@ class SoapWriter {
   RequestBody m_objBody;
   std::string m_strText;               // not yet in m_objBody
   std::vector<std::string> m_arrOpen;  // prefixed names
+  std::string m_strOperation;          // of the outermost elements the last
   bool m_bTagOpen = false;
 };
 
