@@ -238,7 +238,7 @@ void Item::CreateAttachments() {
 // try finds nothing: it would be counted as whole.
 void Item::FailIncomplete(const ServiceException& objError) {
   if (!Delete()) {
-    throw ServiceException(std::string(kAttachmentsFailed) + " The item is there without it.");
+    throw ServiceException(std::string(kAttachmentsFailed) + kStaysIncomplete);
   }
   const std::string strText = objError.what();
   if (SaysGivenUp(strText) || SaysLogonRefused(strText)) {

@@ -88,6 +88,8 @@ inline constexpr const char* kServerAsksFor = "; the server asks for ";
 inline constexpr const char* kMoreThan = ", more than the ";
 inline constexpr const char* kOfPatience = " of patience left";
 inline constexpr const char* kAskedToStop = "; asked to stop";
+// Ends the text of an item that was made without its attachments and could not be deleted again.
+inline constexpr const char* kStaysIncomplete = " The item is there without it.";
 // Every further request of this logon fails, so that there is no use in any.
 inline constexpr const char* kLogonRefused = "this logon is refused";
 

@@ -77,7 +77,7 @@ int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
 int Migrate(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
-  options.plan.kinds = EarlierKinds(options.run);
+  options.plan.earlier = FoldersOfEarlierRuns(options.run);
   const Plan plan = MakePlan(options.sources, options.plan);
   if (options.dryRun) return DryRun(options, plan, say);
   AskSecrets(options);

@@ -71,7 +71,7 @@ void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool co
 int Verify(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
-  options.plan.kinds = EarlierKinds(options.run);
+  options.plan.earlier = FoldersOfEarlierRuns(options.run);
   const Plan plan = MakePlan(options.sources, options.plan);
   AskSecrets(options);
   if (!std::filesystem::exists(options.run + "/journal.db")) {

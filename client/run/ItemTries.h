@@ -34,6 +34,7 @@ struct ItemWork {
   std::optional<KnownMail> mail;  // as earlier passes knew it
   std::string olderHash;          // by which runs of an earlier version knew it
   bool wasBegun = false;          // an earlier run was cut off with it
+  bool isIncomplete = false;      // it is in the target without its attachments
 };
 
 // How often an item is tried in an outage, 0 for as often as the patience allows, and what it comes

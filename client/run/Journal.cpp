@@ -26,6 +26,12 @@ constexpr std::string_view kSchema =
     "CREATE TABLE IF NOT EXISTS late (folder TEXT NOT NULL, key TEXT NOT NULL,"
     " ledger_key TEXT NOT NULL, message_id TEXT NOT NULL, sent INTEGER NOT NULL,"
     " shown INTEGER NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS last_begun (one INTEGER PRIMARY KEY, folder TEXT NOT NULL,"
+    " key TEXT NOT NULL);"
+    "CREATE TRIGGER IF NOT EXISTS item_begun AFTER INSERT ON begun"
+    " BEGIN INSERT OR REPLACE INTO last_begun VALUES (1, NEW.folder, NEW.key); END;"
+    "CREATE TRIGGER IF NOT EXISTS item_begun_again AFTER UPDATE ON begun"
+    " BEGIN INSERT OR REPLACE INTO last_begun VALUES (1, NEW.folder, NEW.key); END;"
     // A trigger, so that an item's result and the end of its doubt are one write to the disk.
     "CREATE TRIGGER IF NOT EXISTS item_settled AFTER INSERT ON item WHEN NEW.result IN (0, 1)"
     " BEGIN DELETE FROM begun WHERE folder = NEW.folder AND key = NEW.key; END;";
@@ -186,6 +192,17 @@ void Journal::KeepFolderKinds(const std::map<std::string, std::int32_t>& kinds) 
   }
 }
 
+// From one folder to the next, past all keys of each.
+std::vector<std::string> Journal::Folders() {
+  platform::SqliteStatement query = m_database.Prepare(
+      "WITH RECURSIVE one(folder) AS (SELECT min(folder) FROM claim UNION ALL"
+      " SELECT (SELECT min(folder) FROM claim WHERE folder > one.folder) FROM one"
+      " WHERE one.folder IS NOT NULL) SELECT folder FROM one WHERE folder IS NOT NULL");
+  std::vector<std::string> folders;
+  while (query.Step()) folders.emplace_back(query.Text(0));
+  return folders;
+}
+
 bool Journal::IsNew() {
   return !m_database.Prepare("SELECT 1 FROM item UNION ALL SELECT 1 FROM begun LIMIT 1").Step();
 }
@@ -221,6 +238,19 @@ std::optional<Journal::OpenOutcome> Journal::OpenFor(std::string_view folder,
   // A clock that was set back since has it begin later than now.
   const std::chrono::seconds since(std::max<std::int64_t>(query.Int(0), 0));
   return OpenOutcome{since, static_cast<int>(query.Int(1))};
+}
+
+std::optional<Journal::ItemName> Journal::LastBegun() {
+  platform::SqliteStatement query = m_database.Prepare("SELECT folder, key FROM last_begun");
+  if (!query.Step()) return std::nullopt;
+  return ItemName{std::string(query.Text(0)), std::string(query.Text(1))};
+}
+
+bool Journal::IsIncomplete(std::string_view folder, std::string_view key) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT 1 FROM item WHERE folder = ?1 AND key = ?2 AND result = ?3");
+  query.Bind(1, folder).Bind(2, key);
+  return query.Bind(3, static_cast<std::int64_t>(ItemResult::kIncomplete)).Step();
 }
 
 std::vector<std::string> Journal::OpenKeys(std::string_view folder) {

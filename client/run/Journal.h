@@ -18,6 +18,7 @@ enum class ItemResult {
   kArrived = 1,
   kNotConfirmed = 2,  // the engine reported success and no row proves it
   kUnknown = 3,       // the request may have been carried out, and the target could not be asked
+  kIncomplete = 4,    // it is there without its attachments
 };
 
 // What became of one item of a source.
@@ -91,6 +92,9 @@ class Journal {
   std::map<std::string, std::int32_t> FolderKinds();
   void KeepFolderKinds(const std::map<std::string, std::int32_t>& kinds);
 
+  // All target folders that items were named for, as they were spelled then.
+  std::vector<std::string> Folders();
+
   // True if no command ever left.
   bool IsNew();
   // Says that a command about the item with that key in that folder is about to leave. Until a
@@ -102,6 +106,15 @@ class Journal {
     int tries = 0;                  // commands that left
   };
   std::optional<OpenOutcome> OpenFor(std::string_view folder, std::string_view key);
+  struct ItemName {
+    std::string folder;
+    std::string key;
+    bool operator==(const ItemName&) const = default;
+  };
+  // Of the last command that left, whatever became of its item.
+  std::optional<ItemName> LastBegun();
+  // True if the last that became of it is that it is there without its attachments.
+  bool IsIncomplete(std::string_view folder, std::string_view key);
   // The keys of all that is open in that folder.
   std::vector<std::string> OpenKeys(std::string_view folder);
   // Nothing came of what was begun, and nothing will. Not durable.

@@ -29,11 +29,22 @@ namespace {
 constexpr std::chrono::minutes kFreshDoubt{10};  // an older one is over, however slow its server
 constexpr std::string_view kChanged = "it has been changed since it was sent";
 
-// wasSent: there was a try that a slow server may still carry out, whatever became of a later one.
-ItemResult ResultOf(const Outcome& outcome, bool wasSent) {
+// One that was sent may still be carried out by a slow server, whatever became of a later try.
+ItemResult ResultOf(const Outcome& outcome, const ItemWork& work) {
   if (outcome.Arrived()) return ItemResult::kArrived;
   if (outcome.kind == Outcome::Kind::kNotConfirmed) return ItemResult::kNotConfirmed;
-  return wasSent ? ItemResult::kUnknown : ItemResult::kFailed;
+  if (work.isIncomplete || LeavesIncomplete(outcome.text)) return ItemResult::kIncomplete;
+  return work.sent > 0 ? ItemResult::kUnknown : ItemResult::kFailed;
+}
+
+// Items that a run without keys sent have none for good.
+UnknownOutcome::Keyed KeyedBy(const RunSetup& setup, Journal& journal) {
+  constexpr std::string_view kSentWithout = "sent without keys";
+  using enum UnknownOutcome::Keyed;
+  const bool isKept = journal.Property(kSentWithout).has_value();
+  if (setup.IsSafe()) return isKept ? kSome : kAll;
+  if (!isKept) journal.SetProperty(kSentWithout, "1");
+  return kNone;
 }
 
 // For people, of items by their locations: of those that the plan has not, the locations.
@@ -60,9 +71,10 @@ Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep on
       m_loader(m_journal, m_ledger, m_setup.target.Login()),
       m_sender(m_setup, m_journal, m_ledger, say),
       m_look(LookAt(m_setup.target)),
-      m_unknown(*m_look, m_ledger, m_setup.target.Login(), m_setup.IsSafe()),
+      m_unknown(*m_look, m_ledger, m_setup.target.Login(), KeyedBy(m_setup, m_journal)),
       m_tries(m_setup, m_journal, m_sender, *m_look, m_unknown, m_rows, say),
       m_late(m_unknown),
+      m_incomplete(m_setup.target, *m_look),
       m_second(m_setup.target, *m_look, m_journal, m_rows, m_setup.IsSafe()),
       m_mayBeOlder(!m_journal.IsNew()),
       m_inARow(m_setup.target) {}
@@ -73,6 +85,7 @@ Summary Migration::Run(const Plan& plan) {
   std::vector<JournalEntry> doubts;
   m_endedReduced = m_sender.EndedReduced();
   try {
+    m_lastBegun = m_journal.LastBegun();
     doubts = m_journal.EndedWith(ItemResult::kArrived, kCouldNotAsk);
     std::ranges::move(m_journal.EndedWith(ItemResult::kArrived, kReduced),
                       std::back_inserter(doubts));
@@ -156,7 +169,8 @@ void Migration::TakeUpRest() {
   }
 }
 
-// What earlier runs could not tell and this one did not come to.
+// What earlier runs could not tell and this one did not come to. What is settled under the name
+// that it got elsewhere in the source is known by its key, which is not open any more.
 std::vector<JournalEntry> Migration::StillUnknown(const Plan& plan) {
   std::vector<JournalEntry> unknown = m_journal.EndedWith(ItemResult::kUnknown, "");
   if (unknown.empty()) return unknown;
@@ -165,7 +179,9 @@ std::vector<JournalEntry> Migration::StillUnknown(const Plan& plan) {
   for (const Plan::Entry& entry : plan.entries) {
     if (m_noted[entry.number]) left.erase(entry.item.location);
   }
-  std::erase_if(unknown, [&](const JournalEntry& entry) { return !left.contains(entry.source); });
+  std::erase_if(unknown, [&](const JournalEntry& entry) {
+    return !left.contains(entry.source) || !m_journal.OpenFor(entry.folder, entry.key);
+  });
   return unknown;
 }
 
@@ -279,7 +295,15 @@ Outcome Migration::KnownAgain(const ItemWork& work) {
 
 Outcome Migration::HandleWork(ItemWork& work, bool found) {
   m_sender.Mark();
-  const auto open = m_journal.OpenFor(work.entry.item.folder, work.item.key);
+  const std::string& folder = work.entry.item.folder;
+  auto open = m_journal.OpenFor(folder, work.item.key);
+  if (open && m_journal.IsIncomplete(folder, work.item.key)) {
+    work.isIncomplete = true;
+    if (std::optional<Outcome> failure = m_incomplete.TakeAway(folder, work.item)) return *failure;
+    work.isIncomplete = false;
+    m_journal.Forget(folder, work.item.key);
+    open.reset();
+  }
   const bool isOld = open && open->since >= kFreshDoubt;
   work.wasBegun = open.has_value();
   if (open) work.sent = static_cast<std::size_t>(open->tries);
@@ -293,7 +317,7 @@ Outcome Migration::HandleWork(ItemWork& work, bool found) {
   const auto there = m_wasSent ? Outcome::Kind::kSent : Outcome::Kind::kKnown;
   if (m_tries.Settle(work, there, time, outcome)) return outcome;
   if (isOld && work.notAsked.empty()) {
-    m_journal.Forget(work.entry.item.folder, work.item.key);
+    m_journal.Forget(folder, work.item.key);
     work.sent = 0;
   }
   return m_tries.SendUntilSettled(work, m_limit);
@@ -416,7 +440,9 @@ std::optional<NotCarried> Migration::LastTry() const {
 NotCarried Migration::NotCarriedBy(const ItemWork& work, const Outcome& outcome) {
   if (outcome.kind == Outcome::Kind::kSent) return LastTry().value_or(NotCarried{});
   if (outcome.kind != Outcome::Kind::kKnown || !work.wasBegun) return {};
-  return {m_sender.LeftOf(work.entry, work.item), {}, m_endedReduced};
+  const Journal::ItemName name{work.entry.item.folder, work.item.key};
+  const bool isLast = m_lastBegun == name;
+  return {m_sender.LeftOf(work.entry, work.item), {}, isLast ? m_endedReduced : Reduction::kNone};
 }
 
 void Migration::TellNotCarried(const ItemWork& work, Outcome& outcome) {
@@ -467,12 +493,9 @@ Outcome Migration::WithDoubt(const ItemWork& work, Outcome outcome) {
 }
 
 JournalEntry Migration::EntryOf(const ItemWork& work, const Outcome& outcome) {
-  return {work.entry.item.location,
-          work.entry.item.folder,
-          work.item.hash,
-          work.item.key,
-          ResultOf(outcome, work.sent > 0),
-          outcome.text};
+  return {work.entry.item.location, work.entry.item.folder,
+          work.item.hash,           work.item.key,
+          ResultOf(outcome, work),  outcome.text};
 }
 
 void Migration::Keep(const ItemWork& work, const Outcome& outcome) {

@@ -8,6 +8,7 @@
 #include "client/run/Adoption.h"
 #include "client/run/ArrivedItems.h"
 #include "client/run/FailuresInARow.h"
+#include "client/run/IncompleteItems.h"
 #include "client/run/ItemLoader.h"
 #include "client/run/ItemSender.h"
 #include "client/run/ItemTries.h"
@@ -90,6 +91,7 @@ class Migration {
   UnknownOutcome m_unknown;
   ItemTries m_tries;
   LateCopies m_late;
+  IncompleteItems m_incomplete;
   SecondPass m_second;
   bool m_mayBeOlder;  // its journal may be of an earlier version
   FailuresInARow m_inARow;
@@ -98,7 +100,8 @@ class Migration {
   std::optional<NotCarried> m_lastTry;  // of that
   ItemsAside m_aside;
   std::vector<bool> m_noted;  // items, by their numbers
-  // How the last item of the runs before arrived, if it arrived.
+  // The last item of the runs before, and how it arrived, if it arrived.
+  std::optional<Journal::ItemName> m_lastBegun;
   Reduction m_endedReduced = Reduction::kNone;
   Summary m_summary;
 };

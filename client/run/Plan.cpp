@@ -143,6 +143,19 @@ std::vector<std::string> EmptyOnes(const std::vector<std::string>& folders, cons
   return empty;
 }
 
+// Targets do not tell folders apart by the case of their names, nor do people who rename one; what
+// is known of its items goes by its path.
+void SpellAsBefore(ItemList& items, const std::vector<std::string>& spellings) {
+  const std::unordered_set<std::string_view> known(spellings.begin(), spellings.end());
+  std::unordered_map<std::string, std::string_view> before;
+  for (const std::string& folder : spellings) before.try_emplace(FoldedName(folder), folder);
+  items.Move([&](const ItemList::Shared& shared) {
+    if (known.contains(shared.folder)) return shared.folder;
+    const auto folder = before.find(FoldedName(shared.folder));
+    return folder == before.end() ? shared.folder : std::string(folder->second);
+  });
+}
+
 bool StaysBehind(const SourceItem& item, const PlanOptions& options, Plan& plan) {
   const bool isDeleted = item.state.deleted && !options.withDeleted;
   if (item.isStoreData) {
@@ -189,7 +202,8 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
       plan.entries.Add(item);
     });
   }
-  PlaceByKind(plan.entries.Items(), options.kinds);
+  PlaceByKind(plan.entries.Items(), options.earlier.kinds);
+  SpellAsBefore(plan.entries.Items(), options.earlier.spellings);
   plan.merged = places.Merged();
   plan.unusedLines = places.UnusedLines();
   if (options.emptyFolders) plan.emptyFolders = EmptyOnes(folders, plan.entries.Items());

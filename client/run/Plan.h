@@ -72,13 +72,19 @@ struct Plan {
 // Which kind of items a folder takes (ItemKind::folderType), by its folded path.
 using FolderKinds = std::map<std::string, std::int32_t>;
 
+// What earlier runs know of the target's folders.
+struct EarlierFolders {
+  FolderKinds kinds = {};                   // what arrived must not move
+  std::vector<std::string> spellings = {};  // their paths
+};
+
 struct PlanOptions {
   SourceOptions source = {};
   bool withDeleted = false;
   bool specialFolders = true;  // those of the source go to those of the target
   bool emptyFolders = true;    // are made, too
   FolderMap folders = {};      // comes before all else
-  FolderKinds kinds = {};      // of earlier runs: what arrived must not move
+  EarlierFolders earlier = {};
 };
 
 // Opens and lists sources at absolute paths. Throws SourceError with the path and the reason.

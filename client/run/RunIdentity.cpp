@@ -87,12 +87,13 @@ void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt) {
 
 void EndAdoption(Journal& journal) { journal.RemoveProperty(kAdopting); }
 
-FolderKinds EarlierKinds(const std::string& runFolder) {
+EarlierFolders FoldersOfEarlierRuns(const std::string& runFolder) {
   const std::string path = runFolder + "/journal.db";
   std::error_code error;
   if (runFolder.empty() || !std::filesystem::exists(path, error)) return {};
   try {
-    return Journal(path).FolderKinds();
+    Journal journal(path);
+    return {journal.FolderKinds(), journal.Folders()};
   } catch (const platform::SqliteError&) {
     return {};
   }

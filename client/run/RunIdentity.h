@@ -32,9 +32,9 @@ std::string RequireSameMailbox(Journal& journal, const Target& target, const Run
 void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt);
 // Says that all items of a run with adopt had their turn. Throws platform::SqliteError.
 void EndAdoption(Journal& journal);
-// What the folders of the target took in earlier runs; nothing where there was none, or its journal
+// The folders of the target that earlier runs know; nothing where there was none, or its journal
 // cannot be read: who opens it for good tells that.
-FolderKinds EarlierKinds(const std::string& runFolder);
+EarlierFolders FoldersOfEarlierRuns(const std::string& runFolder);
 // Throws RunError where an earlier run in that folder filled the target and its store is gone or
 // another one. Throws platform::SqliteError.
 void RequireEarlierStoreKept(const std::string& runFolder, const Target& target);

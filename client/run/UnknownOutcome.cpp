@@ -115,7 +115,8 @@ TargetAnswer UnknownOutcome::CountOnce(const std::string& folder, const LoadedIt
 
 TargetAnswer UnknownOutcome::AskOnce(const std::string& folder, const LoadedItem& item,
                                      Unfinished unfinished) {
-  const Names names{m_withKeys ? KeyOnItem(item.key) : std::string(), SearchableId(item.messageId)};
+  const Names names{m_keyed == Keyed::kNone ? std::string() : KeyOnItem(item.key),
+                    m_keyed == Keyed::kAll ? std::string() : SearchableId(item.messageId)};
   if (names.key.empty() && names.id.empty()) {
     return {TargetAnswer::Kind::kNotAsked, 0,
             "it has no message id that can be searched for, and --as-is writes no key"};

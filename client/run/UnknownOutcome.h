@@ -63,9 +63,13 @@ bool WaitFor(std::chrono::milliseconds time);
 // Asks the target for items whose outcome is open.
 class UnknownOutcome {
  public:
-  // All must outlive this. withKeys: the engine writes keys on items.
-  UnknownOutcome(TargetLook& look, LedgerLook& ledger, std::string login, bool withKeys)
-      : m_look(look), m_ledger(ledger), m_login(std::move(login)), m_withKeys(withKeys) {}
+  // On which of the items that runs with this folder sent the engine wrote a key. Where on all,
+  // one without is somebody else's, whatever its message id.
+  enum class Keyed { kNone, kSome, kAll };
+
+  // All must outlive this.
+  UnknownOutcome(TargetLook& look, LedgerLook& ledger, std::string login, Keyed keyed)
+      : m_look(look), m_ledger(ledger), m_login(std::move(login)), m_keyed(keyed) {}
 
   // Asks until the item is there or that time is over: a server may still be at work on a request
   // whose connection is gone. A request to stop ends it.
@@ -90,7 +94,7 @@ class UnknownOutcome {
   TargetLook& m_look;
   LedgerLook& m_ledger;
   std::string m_login;
-  bool m_withKeys;
+  Keyed m_keyed;
 };
 
 }  // namespace client

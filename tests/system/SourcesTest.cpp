@@ -245,6 +245,22 @@ TEST_F(SecondPass, TellsChangedStatesAndTakesAwayWhatIsGone) {
   EXPECT_EQ(ArrivedState(m_folder)["one"], "Inbox: RAF,Urgent 2019-03-04");
 }
 
+// For the target it is the folder that it was.
+TEST_F(SecondPass, AFolderWhoseNameChangedItsCaseAloneIsTheSameOne) {
+  m_folder.Write("source/Work/1.eml", Mail("one"));
+  m_folder.Write("source/Work/2.ics",
+                 "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:2\r\nDTSTART:20240102T100000Z\r\n"
+                 "END:VEVENT\r\nEND:VCALENDAR\r\n");
+  EXPECT_EQ(Pass()["sent"], 2);
+  Rename("Work", "WORK");
+  m_folder.Write("source/WORK/3.eml", Mail("three"));
+  const nlohmann::json second = Pass({"--delete-missing"});
+  EXPECT_EQ(second["sent"], 1);
+  EXPECT_EQ(second["there_already"], 2);
+  EXPECT_EQ(second["missing"].size(), 0u);
+  EXPECT_EQ(ItemsOf(m_folder.File("mailbox")).size(), 3u);
+}
+
 TEST_F(SecondPass, ToldAsRemarkWhereTheTargetCannotBeTold) {
   m_folder.Write("source/cur/1.a:2,", Mail("one"));
   m_folder.Write("source/new/.keep", "");

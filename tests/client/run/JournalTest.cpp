@@ -176,11 +176,17 @@ TEST(Journal, AnItemThatWasBegunStaysOpenUntilItsFateIsKnown) {
   EXPECT_FALSE(Journal(path).OpenFor("Other\\", "<a>"));
   EXPECT_TRUE(store(ItemResult::kNotConfirmed));
   EXPECT_TRUE(store(ItemResult::kUnknown));
+  EXPECT_TRUE(store(ItemResult::kIncomplete));
+  EXPECT_TRUE(Journal(path).IsIncomplete("Inbox\\", "<a>"));
   EXPECT_FALSE(store(ItemResult::kFailed));
+  EXPECT_FALSE(Journal(path).IsIncomplete("Inbox\\", "<a>"));
   Journal(path).Begin("Inbox\\", "<a>");
   EXPECT_EQ(Journal(path).OpenFor("Inbox\\", "<a>")->tries, 1) << "what was known is over";
   EXPECT_FALSE(store(ItemResult::kArrived));
   Journal(path).Begin("Inbox\\", "<late>");
+  Journal(path).Begin("Inbox\\", "<b>");
+  Journal(path).Begin("Inbox\\", "<late>");
+  EXPECT_EQ(Journal(path).LastBegun(), (Journal::ItemName{"Inbox\\", "<late>"}));
   platform::SqliteDatabase(path).Execute("UPDATE begun SET time = datetime('now', '+1 hour')");
   EXPECT_EQ(Journal(path).OpenFor("Inbox\\", "<late>")->since.count(), 0) << "the clock went back";
 }

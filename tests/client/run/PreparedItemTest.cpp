@@ -75,7 +75,7 @@ TEST(PreparedItem, AFolderTakesOneKindAndTheOthersGoBelowTheirOwn) {
   }
   const auto foldersBehind = [&](const FolderKinds& known) {
     PlanOptions options;
-    options.kinds = known;
+    options.earlier.kinds = known;
     std::map<std::string, std::string> folders;
     for (const Plan::Entry& entry : MakePlan({folder.File("s")}, options).entries) {
       folders[entry.name] = entry.item.folder;

@@ -128,7 +128,7 @@ TEST_F(Look, WhatALostTryLeftOfASeriesIsACopyOfItAndHasNotArrived) {
   const std::int64_t place = MakeFolder(root, "A");
   MakeItem(place, "", UnfinishedKey(u"k").ToUtf8());
   LedgerLook ledger(folder.File("none.db"));
-  UnknownOutcome unknown(look, ledger, target.Login(), /*withKeys=*/true);
+  UnknownOutcome unknown(look, ledger, target.Login(), UnknownOutcome::Keyed::kAll);
   LoadedItem item;
   item.key = "k";
   item.mayBeSeries = true;
@@ -161,9 +161,9 @@ class Unknown : public Scripted {
                                          (isLastPage ? "true" : "false") + "\"><t:Items>" + items +
                                          "</t:Items></m:RootFolder>"));
   }
-  TargetAnswer Ask(bool withKeys = true) {
+  TargetAnswer Ask(UnknownOutcome::Keyed keyed = UnknownOutcome::Keyed::kSome) {
     LedgerLook ledger(folder.File("none.db"));
-    return UnknownOutcome(look, ledger, target.Login(), withKeys)
+    return UnknownOutcome(look, ledger, target.Login(), keyed)
         .Ask("A\\", item, std::chrono::seconds(5));
   }
   static std::string Mail(const std::string& id) {
@@ -262,7 +262,7 @@ TEST_F(Unknown, AFolderThatItemsAreTakenOutOfIsReadAgainAndNoneIsPassedOver) {
 
 TEST_F(Unknown, WhatComesLateIsLookedForOnceMoreAndTold) {
   LedgerLook ledger(folder.File("none.db"));
-  UnknownOutcome unknown(look, ledger, target.Login(), /*withKeys=*/true);
+  UnknownOutcome unknown(look, ledger, target.Login(), UnknownOutcome::Keyed::kAll);
   LateCopies late(unknown);
   std::vector<std::string> told;
   int inVain = 0;
@@ -309,7 +309,7 @@ TEST(TimeToFinish, IsAsLongAsTheServerWorkedOnItWithinBounds) {
 
 TEST_F(Unknown, WithoutKeyAndIdThereIsNothingToAskBy) {
   item.messageId.clear();
-  EXPECT_EQ(Ask(/*withKeys=*/false).kind, TargetAnswer::Kind::kNotAsked);
+  EXPECT_EQ(Ask(UnknownOutcome::Keyed::kNone).kind, TargetAnswer::Kind::kNotAsked);
   EXPECT_TRUE(m_transport.Requests().empty());
 }
 
