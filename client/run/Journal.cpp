@@ -26,12 +26,11 @@ constexpr std::string_view kSchema =
     "CREATE TABLE IF NOT EXISTS late (folder TEXT NOT NULL, key TEXT NOT NULL,"
     " ledger_key TEXT NOT NULL, message_id TEXT NOT NULL, sent INTEGER NOT NULL,"
     " shown INTEGER NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
-    "CREATE TABLE IF NOT EXISTS last_begun (one INTEGER PRIMARY KEY, folder TEXT NOT NULL,"
-    " key TEXT NOT NULL);"
+    "CREATE TABLE IF NOT EXISTS last_begun (folder TEXT NOT NULL, key TEXT NOT NULL);"
     "CREATE TRIGGER IF NOT EXISTS item_begun AFTER INSERT ON begun"
-    " BEGIN INSERT OR REPLACE INTO last_begun VALUES (1, NEW.folder, NEW.key); END;"
+    " BEGIN DELETE FROM last_begun; INSERT INTO last_begun VALUES (NEW.folder, NEW.key); END;"
     "CREATE TRIGGER IF NOT EXISTS item_begun_again AFTER UPDATE ON begun"
-    " BEGIN INSERT OR REPLACE INTO last_begun VALUES (1, NEW.folder, NEW.key); END;"
+    " BEGIN DELETE FROM last_begun; INSERT INTO last_begun VALUES (NEW.folder, NEW.key); END;"
     // A trigger, so that an item's result and the end of its doubt are one write to the disk.
     "CREATE TRIGGER IF NOT EXISTS item_settled AFTER INSERT ON item WHEN NEW.result IN (0, 1)"
     " BEGIN DELETE FROM begun WHERE folder = NEW.folder AND key = NEW.key; END;";

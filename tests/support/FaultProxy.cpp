@@ -238,7 +238,7 @@ bool FaultProxy::PassAnswer(int client, int server, const Step& step) {
       SendAll(client, std::string_view(*answer).substr(0, answer->size() / 2));
       return false;
     case Mishap::kStatusForAnswer:
-      return SendAll(client, StatusAnswer(step.status, step.retryAfter));
+      return SendAll(client, StatusAnswer(step.status, step.retryAfter, step.body));
     default:
       return SendAll(client, *answer) && step.mishap != Mishap::kCutBehindAnswer;
   }

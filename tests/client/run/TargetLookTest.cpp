@@ -262,7 +262,7 @@ TEST_F(Unknown, AFolderThatItemsAreTakenOutOfIsReadAgainAndNoneIsPassedOver) {
 
 TEST_F(Unknown, WhatComesLateIsLookedForOnceMoreAndTold) {
   LedgerLook ledger(folder.File("none.db"));
-  UnknownOutcome unknown(look, ledger, target.Login(), UnknownOutcome::Keyed::kAll);
+  UnknownOutcome unknown(look, ledger, target.Login(), UnknownOutcome::Keyed::kSome);
   LateCopies late(unknown);
   std::vector<std::string> told;
   int inVain = 0;
