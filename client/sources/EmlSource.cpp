@@ -8,10 +8,12 @@
 #include "base/AsciiText.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
+#include "client/sources/MailProfiles.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/TagNames.h"
+#include "client/sources/ThunderbirdProfile.h"
 #include "client/sources/TreeEntries.h"
 #include "client/sources/VcfFile.h"
 #include "mime/MailHeader.h"
@@ -76,6 +78,7 @@ void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& 
   if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
   const bool isMaildir = MaildirSource::IsMaildir(folder.path);
   if (isMaildir) ListMaildirFolder(folder, listing);
+  NameProfilesElsewhere(folder, entries, listing.problems);
   const OtherTreeFiles others(folder, entries, mbox);
   for (const FolderEntry& entry : entries) {
     if (isMaildir && IsMaildirPart(entry.name)) continue;
@@ -126,6 +129,7 @@ Listing EmlSource::List() const {
         }
       });
   NameTags(profiles, listing);
+  NameMissingMail(profiles, listing);
   return listing;
 }
 
