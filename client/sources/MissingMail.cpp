@@ -91,7 +91,7 @@ class AccountLook {
     if (index.mails && *index.mails > count) {
       Add(place, name, std::to_string(*index.mails - count));
     } else if (!index.mails && !isHere && m_isOfServer && !IsThere(path + std::string(kBelow))) {
-      Add(place, name, "nobody counted how many");
+      Add(place, name, "never counted");
     }
   }
 
@@ -104,9 +104,8 @@ class AccountLook {
   std::string Reason() const {
     const std::size_t untold = m_folders - m_told.size();
     return fmt::format("{}: {}{}",
-                       m_isOfServer ? "mail that is on the server alone, for its program never "
-                                      "fetched it: have it made available offline first"
-                                    : "mail whose index alone is here",
+                       m_isOfServer ? "mail is on its server alone, not made available offline"
+                                    : "of mail the index alone is here",
                        fmt::join(m_told, ", "),
                        untold > 0 ? fmt::format(" and {} more folders", untold) : "");
   }

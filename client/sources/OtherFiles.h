@@ -6,8 +6,12 @@
 // Files that lie in stores of mail and are no mail that is read here.
 namespace client {
 
-// Known by its name as what programs keep beside mail: indexes, filters, lists.
+// Called as what programs keep beside mail: indexes, filters, lists. Somebody may call a folder so:
+// what holds mail is none of them.
 bool IsBesideMail(std::string_view name);
+
+// By its name, what a program makes of mails that lie elsewhere.
+bool IsCopyOfMail(std::string_view name);
 
 // By its name, of Thunderbird and its kin.
 bool IsAddressBook(std::string_view name);

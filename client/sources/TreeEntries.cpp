@@ -133,7 +133,7 @@ bool OtherTreeFiles::HasToc(const std::string& name) const {
 
 void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
-  if (IsBesideMail(entry.name) && !IsAddressBook(entry.name)) return;
+  if (IsCopyOfMail(entry.name)) return;
   if (IsEmlxName(entry.name)) return TakeEmlx(path, entry, listing);
   const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
   const std::string levels = m_folder.levels + (isExport ? "" : LevelsOfFile(entry.name));
@@ -148,6 +148,7 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
     const std::string head = ReadFileRange(path, 0, kHead);
     if (TakeMh(path, entry, head, listing)) return;
     if (!MboxSource::IsMbox(head)) {
+      if (IsBesideMail(entry.name) && !IsAddressBook(entry.name)) return;
       listing.problems.push_back(LeftOut(m_folder, path, head));
       return;
     }
