@@ -6,6 +6,7 @@
 #include <map>
 
 #include "base/AsciiText.h"
+#include "client/sources/DboxStore.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
 #include "client/sources/MailProfiles.h"
@@ -56,6 +57,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
     if (IsFolderBesideMail(folder, entry.name)) return;
+    if (auto store = DboxStoreAt(path)) return listing.problems.push_back(*std::move(store));
     below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     listing.items.Add({path, TargetOf(folder.levels), true, 0, entry.size});
@@ -78,7 +80,7 @@ void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& 
   if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
   const bool isMaildir = MaildirSource::IsMaildir(folder.path);
   if (isMaildir) ListMaildirFolder(folder, listing);
-  NameProfilesElsewhere(folder, entries, listing.problems);
+  NameProfilesElsewhere(folder.path, listing.problems);
   const OtherTreeFiles others(folder, entries, mbox);
   for (const FolderEntry& entry : entries) {
     if (isMaildir && IsMaildirPart(entry.name)) continue;
@@ -122,7 +124,7 @@ Listing EmlSource::List() const {
   Listing listing =
       WalkFolders(m_path, [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                               Listing& found, std::vector<SourceFolder>& below) {
-        if (TakeProfile(folder, entries, found, below)) {
+        if (TakeProfile(folder, found, below)) {
           profiles.emplace(folder.path + "/", TagsOfProfile(folder.path));
         } else {
           TakeTreeFolder(folder, entries, m_mbox, found, below);

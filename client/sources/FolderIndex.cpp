@@ -106,7 +106,7 @@ class LastCells {
     for (std::size_t i = 0; i < kColumns; ++i) {
       Cell& own = m_cells[i];
       if (kind == CellKind::kColumn && text == kNames[i]) own.number = cell.substr(0, end);
-      if (kind == CellKind::kValue && cell.substr(1, end - 1) == own.number) {
+      if (kind == CellKind::kValue && end > 1 && cell.substr(1, end - 1) == own.number) {
         own.isThere = true;
         own.isApart = cell[end] == '^';
         own.text = text;

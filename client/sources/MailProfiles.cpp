@@ -1,7 +1,5 @@
 #include "client/sources/MailProfiles.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <set>
 
@@ -9,6 +7,7 @@
 
 #include "base/AsciiText.h"
 #include "client/sources/ContentLines.h"
+#include "client/sources/FolderHas.h"
 #include "client/sources/Names.h"
 #include "client/sources/Pieces.h"
 #include "client/sources/SourceFiles.h"
@@ -16,7 +15,7 @@
 namespace client {
 namespace {
 
-constexpr std::string_view kList = "/profiles.ini";
+constexpr std::string_view kList = "profiles.ini";
 constexpr std::string_view kProfiles = "Profiles";
 
 struct ListedProfile {
@@ -25,11 +24,6 @@ struct ListedProfile {
   bool isRelative = true;
 };
 
-bool IsThere(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0;
-}
-
 std::string_view LastName(std::string_view path) {
   return path.substr(path.find_last_of("/\\") + 1);
 }
@@ -37,15 +31,18 @@ std::string_view LastName(std::string_view path) {
 std::string ParentOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
 bool IsProfile(const std::string& path) {
-  return IsThere(path + "/prefs.js") && (IsThere(path + "/Mail") || IsThere(path + "/ImapMail"));
+  return FolderHas(path, "prefs.js") && (FolderHas(path, "Mail") || FolderHas(path, "ImapMail"));
 }
+
+// Or the folder above some.
+bool HoldsProfiles(const std::string& path) { return IsProfile(path) || FolderHas(path, kList); }
 
 std::vector<ListedProfile> ReadList(const std::string& folder) {
   constexpr std::uint64_t kMostBytes = 1 << 20;
   constexpr std::size_t kMost = 1000;
   std::string text;
   try {
-    text = ReadFileRange(folder + std::string(kList), 0, kMostBytes);
+    text = ReadFileRange(folder + "/" + std::string(kList), 0, kMostBytes);
   } catch (const SourceError&) {
     return {};
   }
@@ -77,48 +74,48 @@ std::string ListedName(const std::vector<ListedProfile>& listed, std::string_vie
 // Copied from another machine it may be listed by the path that it had there.
 bool LiesBelow(const std::string& folder, const ListedProfile& profile) {
   const bool leadsOut = profile.path.find("..") != std::string::npos;
-  if (profile.isRelative && !leadsOut) return IsThere(folder + "/" + profile.path);
+  if (profile.isRelative && !leadsOut) return FolderHas(folder, profile.path);
   const std::string name = "/" + std::string(LastName(profile.path));
   return IsProfile(folder + name) || IsProfile(folder + "/" + std::string(kProfiles) + name);
 }
 
 }  // namespace
 
-MailProfiles::MailProfiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries) {
+void MailProfiles::Find() const {
   std::vector<std::string> found;
-  for (const FolderEntry& entry : entries) {
-    if (entry.kind != EntryKind::kFolder) continue;
-    const std::string path = folder.path + "/" + entry.name;
-    if (IsProfile(path) || IsThere(path + std::string(kList))) found.push_back(entry.name);
-  }
-  const bool isProfiles = LastName(folder.path) == kProfiles;
-  const auto listed = ReadList(isProfiles ? ParentOf(folder.path) : folder.path);
+  std::vector<SourceProblem> toldBefore;
+  EachName(m_folder, toldBefore, [&](std::string_view name) {
+    if (HoldsProfiles(m_folder + "/" + std::string(name))) found.emplace_back(name);
+    return true;
+  });
+  std::ranges::sort(found);
+  const bool isProfiles = LastName(m_folder) == kProfiles;
+  const auto listed = ReadList(isProfiles ? ParentOf(m_folder) : m_folder);
   std::set<std::string> taken;
   for (const std::string& name : found) {
     std::string level = LevelName(ListedName(listed, name));
     if (!taken.insert(UpperAscii(level)).second) level = LevelName(name);
     m_levels[name] = found.size() == 1 ? "" : level + "\\";
   }
-  if (IsThere(folder.path + std::string(kList))) m_levels.try_emplace(std::string(kProfiles), "");
 }
 
 std::optional<std::string> MailProfiles::LevelOf(std::string_view name) const {
+  if (name == kProfiles && FolderHas(m_folder, kList)) return "";
+  if (!HoldsProfiles(m_folder + "/" + std::string(name))) return std::nullopt;
+  if (m_levels.empty()) Find();
   const auto found = m_levels.find(name);
   return found == m_levels.end() ? std::nullopt : std::optional(found->second);
 }
 
 bool IsBesideProfiles(const SourceFolder& parent, std::string_view name) {
-  return (name == "Crash Reports" || name == "Pending Pings") &&
-         IsThere(parent.path + std::string(kList));
+  return (name == "Crash Reports" || name == "Pending Pings") && FolderHas(parent.path, kList);
 }
 
-void NameProfilesElsewhere(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                           std::vector<SourceProblem>& problems) {
-  if (!std::ranges::binary_search(entries, kList.substr(1), {}, &FolderEntry::name)) return;
-  for (const ListedProfile& profile : ReadList(folder.path)) {
-    if (profile.path.empty() || LiesBelow(folder.path, profile)) continue;
+void NameProfilesElsewhere(const std::string& folder, std::vector<SourceProblem>& problems) {
+  for (const ListedProfile& profile : ReadList(folder)) {
+    if (profile.path.empty() || LiesBelow(folder, profile)) continue;
     problems.push_back(
-        {folder.path + std::string(kList),
+        {folder + "/" + std::string(kList),
          fmt::format("its profile \"{}\" lies elsewhere, in {}: name that as a source",
                      WithoutForbiddenControls(profile.name),
                      WithoutForbiddenControls(profile.path)),

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "client/sources/FolderWalk.h"
@@ -17,13 +18,16 @@ namespace client {
 //   Profiles/abcd.default/prefs.js
 class MailProfiles {
  public:
-  MailProfiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries);
+  explicit MailProfiles(std::string folder) : m_folder(std::move(folder)) {}
   // For a folder in it: its level with a backslash, nothing where it has none of its own; null for
   // one that has to do with no profile.
   std::optional<std::string> LevelOf(std::string_view name) const;
 
  private:
-  std::map<std::string, std::string, std::less<>> m_levels;  // by the name on disk
+  void Find() const;
+
+  std::string m_folder;
+  mutable std::map<std::string, std::string, std::less<>> m_levels;  // by the name on disk
 };
 
 // A folder of crashes and the like, beside profiles.
@@ -31,7 +35,6 @@ bool IsBesideProfiles(const SourceFolder& parent, std::string_view name);
 
 // Adds those profiles to the problems that a profiles.ini in the folder lists and that do not lie
 // below it.
-void NameProfilesElsewhere(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                           std::vector<SourceProblem>& problems);
+void NameProfilesElsewhere(const std::string& folder, std::vector<SourceProblem>& problems);
 
 }  // namespace client

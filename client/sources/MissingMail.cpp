@@ -1,11 +1,10 @@
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <unordered_map>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "client/sources/FolderHas.h"
 #include "client/sources/FolderIndex.h"
 #include "client/sources/HashedName.h"
 #include "client/sources/ModifiedUtf7.h"
@@ -18,11 +17,6 @@ namespace {
 
 constexpr std::string_view kIndex = ".msf";
 constexpr std::string_view kBelow = ".sbd";
-
-bool IsThere(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0;
-}
 
 // Looks through the folders of one account for mail that their indexes know and that is not there.
 class AccountLook {
@@ -79,7 +73,7 @@ class AccountLook {
   // Where an account is of this machine alone, an index that is too large is only an old one.
   void Look(const Place& place, const std::string& name) {
     const std::string path = place.path + "/" + name;
-    const bool isHere = IsThere(path);
+    const bool isHere = FolderHas(place.path, name);
     if (isHere && !m_isOfServer) return;
     FolderIndex index;
     try {
@@ -90,7 +84,8 @@ class AccountLook {
     const std::uint64_t count = CountOf(path);
     if (index.mails && *index.mails > count) {
       Add(place, name, std::to_string(*index.mails - count));
-    } else if (!index.mails && !isHere && m_isOfServer && !IsThere(path + std::string(kBelow))) {
+    } else if (!index.mails && !isHere && m_isOfServer &&
+               !FolderHas(place.path, name + std::string(kBelow))) {
       Add(place, name, "never counted");
     }
   }
@@ -126,7 +121,7 @@ void NameMissingMail(const std::map<std::string, TagNames>& profiles, Listing& l
   std::vector<SourceProblem> toldBefore;
   for (const auto& [profile, tags] : profiles) {
     for (const std::string folder : {"ImapMail", "Mail"}) {
-      if (!IsThere(profile + folder)) continue;
+      if (!FolderHas(profile, folder)) continue;
       for (const FolderEntry& account : ListFolder(profile + folder, toldBefore)) {
         if (account.kind != EntryKind::kFolder) continue;
         AccountLook look(profile + folder + "/" + account.name, folder == "ImapMail", counts);

@@ -24,7 +24,8 @@ constexpr std::array kBeginnings =
     std::to_array<std::string_view>({"dovecot", "courierimap", "maildirsize", "popstate-",
                                      "msgFilterRules.dat.", "feeditems_error"});
 constexpr std::array kEnds = std::to_array<std::string_view>(
-    {".msf", ".cmeta", ".ibex.index", ".ibex.index.data", ".toc", ".log", ".sqlite"});
+    {".msf", ".cmeta", ".ibex.index", ".ibex.index.data", ".toc", ".log", ".sqlite", ".sqlite-wal",
+     ".sqlite-shm", ".db-wal", ".db-shm", ".ev-summary", ".ev-summary-meta"});
 // Of which programs make mails that are elsewhere as well, or parts of them.
 constexpr std::array kCopies = std::to_array<std::string_view>({".wdseml", ".emlxpart"});
 
@@ -77,7 +78,7 @@ bool IsCopyOfMail(std::string_view name) {
 
 bool IsAddressBook(std::string_view name) {
   const std::string_view last = name.substr(name.rfind('/') + 1);
-  return EndsWithNoCase(last, ".mab") || last == "history.sqlite" ||
+  return EndsWithNoCase(last, ".mab") || last == "history.sqlite" || last == "contacts.db" ||
          (last.starts_with("abook") && last.ends_with(".sqlite"));
 }
 

@@ -13,7 +13,7 @@ bool IsBesideMail(std::string_view name);
 // By its name, what a program makes of mails that lie elsewhere.
 bool IsCopyOfMail(std::string_view name);
 
-// By its name, of Thunderbird and its kin.
+// By its name, of Thunderbird and its kin, and of Evolution.
 bool IsAddressBook(std::string_view name);
 
 // What the name and the first bytes of a file show it to be: mail in a form that is not read here,

@@ -91,7 +91,7 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
 SourceProblem OddEntry(const std::string& path, EntryKind kind) {
   switch (kind) {
     case EntryKind::kFolder:
-      return {path, "a folder where mail belongs"};
+      return {path, "a folder where mail belongs", /*isUnread=*/true};
     case EntryKind::kFolderLink:
       return {path, "a link to a folder", /*isUnread=*/true};
     default:

@@ -1,13 +1,12 @@
 #include "client/sources/ThunderbirdProfile.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <array>
 #include <map>
 
 #include <fmt/format.h>
 
+#include "client/sources/FolderHas.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
 #include "client/sources/Prefs.h"
@@ -19,16 +18,6 @@ namespace {
 constexpr std::array<std::string_view, 2> kMailFolders = {"ImapMail", "Mail"};
 constexpr std::string_view kNews = "News";
 
-bool Has(const std::vector<FolderEntry>& entries, std::string_view name) {
-  const auto found = std::ranges::lower_bound(entries, name, {}, &FolderEntry::name);
-  return found != entries.end() && found->name == name;
-}
-
-bool IsThere(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0;
-}
-
 std::string PrefsOf(const std::string& profile) {
   constexpr std::uint64_t kMost = 16 << 20;
   try {
@@ -38,28 +27,19 @@ std::string PrefsOf(const std::string& profile) {
   }
 }
 
-void NameAddressBooks(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                      std::vector<SourceProblem>& problems) {
-  for (const FolderEntry& entry : entries) {
-    if (!IsAddressBook(entry.name)) continue;
-    problems.push_back({folder.path + "/" + entry.name,
-                        "an address book: have its program write it as a .vcf file"});
-  }
-}
-
 // The second holds what is on servers.
 void NameCalendars(const std::string& profile, std::vector<SourceProblem>& problems) {
   for (const char* name : {"calendar-data/local.sqlite", "calendar-data/cache.sqlite",
                            "calendar-data/storage.sdb", "storage.sdb"}) {
-    const std::string path = profile + "/" + name;
-    if (!IsThere(path)) continue;
-    problems.push_back({path, "calendars: have their program write each as an .ics file"});
+    if (!FolderHas(profile, name)) continue;
+    problems.push_back(
+        {profile + "/" + name, "calendars: have their program write each as an .ics file"});
   }
 }
 
 void NameNews(const std::string& profile, std::vector<SourceProblem>& problems) {
+  if (!FolderHas(profile, kNews)) return;
   const std::string path = profile + "/" + std::string(kNews);
-  if (!IsThere(path)) return;
   for (const FolderEntry& server : ListFolder(path, problems)) {
     if (server.kind != EntryKind::kFolder) continue;
     problems.push_back({path + "/" + server.name,
@@ -67,16 +47,20 @@ void NameNews(const std::string& profile, std::vector<SourceProblem>& problems) 
   }
 }
 
-// What is called as the folders of accounts are and is none of them: "Mail.old".
-void NameFoldersLikeMail(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                         std::vector<SourceProblem>& problems) {
-  for (const FolderEntry& entry : entries) {
-    const bool isFolder = entry.kind == EntryKind::kFolder || entry.kind == EntryKind::kFolderLink;
-    const bool isAlike = std::ranges::any_of(
-        kMailFolders, [&](std::string_view own) { return entry.name.starts_with(own); });
-    const bool isOwn = std::ranges::find(kMailFolders, entry.name) != kMailFolders.end();
-    if (!isFolder || !isAlike || isOwn) continue;
-    problems.push_back({folder.path + "/" + entry.name,
+bool IsAboveAccountsByName(std::string_view name) {
+  return std::ranges::find(kMailFolders, name) != kMailFolders.end();
+}
+
+// Address books, and what is called as the folders of accounts are and is none of them: "Mail.old".
+void NameEntry(const std::string& profile, const FolderEntry& entry,
+               std::vector<SourceProblem>& problems) {
+  const std::string path = profile + "/" + entry.name;
+  const bool isAlike = std::ranges::any_of(
+      kMailFolders, [&](std::string_view own) { return entry.name.starts_with(own); });
+  if (IsAddressBook(entry.name)) {
+    problems.push_back({path, "an address book: have its program write it as a .vcf file"});
+  } else if (isAlike && entry.kind != EntryKind::kFile && !IsAboveAccountsByName(entry.name)) {
+    problems.push_back({path,
                         "its program does not look into it: name it as a source if it shall come",
                         /*isUnread=*/true});
   }
@@ -103,8 +87,8 @@ bool LiesInside(const std::string& profile, const Account& account) {
   const std::string place =
       isRelative ? account.relative.substr(kProfile.size()) : LastTwo(account.path);
   const std::string_view top = std::string_view(place).substr(0, place.find('/'));
-  if (std::ranges::find(kMailFolders, top) == kMailFolders.end()) return false;
-  return place.find("..") == std::string::npos && (isRelative || IsThere(profile + "/" + place));
+  return IsAboveAccountsByName(top) && place.find("..") == std::string::npos &&
+         (isRelative || FolderHas(profile, place));
 }
 
 void NameAccountsElsewhere(const std::string& profile, std::vector<SourceProblem>& problems) {
@@ -134,35 +118,32 @@ void NameAccountsElsewhere(const std::string& profile, std::vector<SourceProblem
 
 }  // namespace
 
-bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                 Listing& listing, std::vector<SourceFolder>& below) {
-  if (!Has(entries, "prefs.js")) return false;
-  bool any = Has(entries, "times.json");  // one without accounts
+bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below) {
+  const auto has = [&](std::string_view name) { return FolderHas(folder.path, name); };
+  const bool isWithoutAccounts = std::ranges::none_of(kMailFolders, has);
+  if (!has("prefs.js") || (isWithoutAccounts && !has("times.json"))) return false;
   for (const std::string_view name : kMailFolders) {
-    if (!Has(entries, name)) continue;
-    any = true;
+    if (!has(name)) continue;
     below.push_back({folder.path + "/" + std::string(name), folder.levels, folder.levels});
   }
-  if (!any) return false;
-  NameAddressBooks(folder, entries, listing.problems);
+  EachEntry(folder.path, listing.problems,
+            [&](const FolderEntry& entry) { NameEntry(folder.path, entry, listing.problems); });
   NameCalendars(folder.path, listing.problems);
   NameNews(folder.path, listing.problems);
-  NameFoldersLikeMail(folder, entries, listing.problems);
   NameAccountsElsewhere(folder.path, listing.problems);
   return true;
 }
 
 bool IsAboveAccounts(const std::string& path) {
   const std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return false;
-  const std::string_view name = std::string_view(path).substr(slash + 1);
-  return std::ranges::find(kMailFolders, name) != kMailFolders.end() &&
-         IsThere(path.substr(0, slash) + "/prefs.js");
+  return slash != std::string::npos &&
+         IsAboveAccountsByName(std::string_view(path).substr(slash + 1)) &&
+         FolderHas(path.substr(0, slash), "prefs.js");
 }
 
 std::string LevelsOfAccount(const std::string& parent, std::string_view name) {
   const std::string path = parent + "/" + std::string(name);
-  const bool isOfFeeds = IsThere(path + "/feeds.json") || IsThere(path + "/feeds.rdf");
+  const bool isOfFeeds = FolderHas(path, "feeds.json") || FolderHas(path, "feeds.rdf");
   return isOfFeeds ? LevelName(name) + "\\" : "";
 }
 

@@ -13,8 +13,7 @@ namespace client {
 // The profile of a Thunderbird: all its mail lies in folders of accounts, whose folders become one
 // tree. Names what else its owner has there: address books, calendars, news, accounts that lie
 // elsewhere. False for any other folder.
-bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                 Listing& listing, std::vector<SourceFolder>& below);
+bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below);
 
 // One of the two folders of a profile in which the accounts lie.
 bool IsAboveAccounts(const std::string& path);

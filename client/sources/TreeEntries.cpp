@@ -111,7 +111,7 @@ OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<Fol
     : m_folder(folder),
       m_entries(entries),
       m_mbox(mbox),
-      m_profiles(folder, entries),
+      m_profiles(folder.path),
       m_isAboveAccounts(IsAboveAccounts(folder.path)),
       m_isMh(Has(entries, ".mh_sequences") || Has(entries, ".claws_mark") ||
              Has(entries, ".sylpheed_mark")),
