@@ -174,8 +174,9 @@ TEST(ThunderbirdProfile, NamesWhatItsOwnerHasThereAndIsNotTaken) {
        "News/news.example: news of a server",
        "!prefs.js: the mail of an account lies elsewhere, in D:\\Mail\\jane",
        "!prefs.js: the mail of an account lies elsewhere, in [ProfD]../ImapMail/x",
-       "!Mail/linked: a link to a folder"}};
+       "!Mail/dead: neither a file nor a folder", "!Mail/linked: a link to a folder"}};
   for (const auto& [name, bytes] : tree.files) folder.Write(name, bytes);
+  ASSERT_EQ(symlink("nowhere", folder.File("Mail/dead").c_str()), 0);
   ASSERT_EQ(symlink("/tmp", folder.File("Mail/linked").c_str()), 0);
   Check(tree, folder.Path());
 }
@@ -203,7 +204,7 @@ TEST(ThunderbirdProfile, NamesMailThatOnlyItsIndexesKnow) {
         {local + "Inbox.msf", Index("(^A1=7)")},
         {local + "Lost.msf", Index("(^A1=5)")},
         {local + "Never.msf", ""}},
-       {"Inbox\\|ImapMail/imap.example/INBOX:0", "Inbox\\|ImapMail/imap.example/INBOX:52",
+       {"Inbox\\|ImapMail/imap.example/INBOX:0", "Inbox\\|ImapMail/imap.example/INBOX:50",
         "Part\\|ImapMail/imap.example/Part:0", "Maildir\\|ImapMail/imap.example/Maildir/cur/1.eml",
         "Inbox\\|Mail/Local Folders/Inbox:0"},
        {"!ImapMail/imap.example: mail is on its server alone, not made available offline: "
@@ -264,8 +265,9 @@ TEST(Stores, MailBesideAMaildirAndInFilesOfADovecotIsNamed) {
           {"storage/m.1", "2 M1e\n"},
           {"other/storage/m.1", "x"}},
          {},
-         {"!mailboxes/A/dbox-Mails: mail of a Dovecot in 2 files",
-          "other/storage/m.1: its name does not end", "!storage: mail of a Dovecot in a file"}});
+         {"!storage: mail of a Dovecot in a file",
+          "!mailboxes/A/dbox-Mails: mail of a Dovecot in 2 files",
+          "other/storage/m.1: its name does not end"}});
 }
 
 }  // namespace
