@@ -66,7 +66,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   } else if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
     // Together with those beside it.
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
-    // What systems leave in folders: nobody's mail, and no news to anyone.
+    others.TakeHidden(entry, listing);
   } else if (entry.kind == EntryKind::kFile) {
     others.Take(entry, listing);
   } else {

@@ -60,7 +60,7 @@ class Cells {
   bool m_isEscaped = false;
   bool m_isComment = false;
   bool m_isOfColumns = false;
-  int m_depth = 0;  // of what defines numbers
+  std::uint64_t m_depth = 0;  // of what defines numbers
   char m_last = 0;
   std::string m_cell;
 };

@@ -73,18 +73,17 @@ class AccountLook {
   // Where an account is of this machine alone, an index that is too large is only an old one.
   void Look(const Place& place, const std::string& name) {
     const std::string path = place.path + "/" + name;
-    const bool isHere = FolderHas(place.path, name);
-    if (isHere && !m_isOfServer) return;
+    if (!m_isOfServer && FolderHas(place.path, name)) return;
     FolderIndex index;
     try {
       index = ReadFolderIndex(path + std::string(kIndex));
     } catch (const SourceError&) {  // it knows as much as one that counted nothing
     }
-    if (index.isSearch || index.isLevel) return;
+    if (index.isSearch) return;
     const std::uint64_t count = CountOf(path);
     if (index.mails && *index.mails > count) {
       Add(place, name, std::to_string(*index.mails - count));
-    } else if (!index.mails && !isHere && m_isOfServer &&
+    } else if (!index.mails && !index.isLevel && count == 0 && m_isOfServer &&
                !FolderHas(place.path, name + std::string(kBelow))) {
       Add(place, name, "never counted");
     }

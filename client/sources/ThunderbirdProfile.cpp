@@ -47,7 +47,7 @@ void NameNews(const std::string& profile, std::vector<SourceProblem>& problems) 
   }
 }
 
-bool IsAboveAccountsByName(std::string_view name) {
+bool IsNameAboveAccounts(std::string_view name) {
   return std::ranges::find(kMailFolders, name) != kMailFolders.end();
 }
 
@@ -59,7 +59,7 @@ void NameEntry(const std::string& profile, const FolderEntry& entry,
       kMailFolders, [&](std::string_view own) { return entry.name.starts_with(own); });
   if (IsAddressBook(entry.name)) {
     problems.push_back({path, "an address book: have its program write it as a .vcf file"});
-  } else if (isAlike && entry.kind != EntryKind::kFile && !IsAboveAccountsByName(entry.name)) {
+  } else if (isAlike && entry.kind != EntryKind::kFile && !IsNameAboveAccounts(entry.name)) {
     problems.push_back({path,
                         "its program does not look into it: name it as a source if it shall come",
                         /*isUnread=*/true});
@@ -87,12 +87,12 @@ bool LiesInside(const std::string& profile, const Account& account) {
   const std::string place =
       isRelative ? account.relative.substr(kProfile.size()) : LastTwo(account.path);
   const std::string_view top = std::string_view(place).substr(0, place.find('/'));
-  return IsAboveAccountsByName(top) && place.find("..") == std::string::npos &&
+  return IsNameAboveAccounts(top) && place.find("..") == std::string::npos &&
          (isRelative || FolderHas(profile, place));
 }
 
 void NameAccountsElsewhere(const std::string& profile, std::vector<SourceProblem>& problems) {
-  static constexpr std::array<std::string_view, 4> kOfMail = {"imap", "none", "pop3", "rss"};
+  static constexpr std::array<std::string_view, 3> kOfNoMail = {"", "im", "nntp"};
   std::map<std::string, Account> accounts;
   EachTextPref(PrefsOf(profile), "mail.server.",
                [&](std::string_view key, const std::string& text) {
@@ -106,7 +106,7 @@ void NameAccountsElsewhere(const std::string& profile, std::vector<SourceProblem
                });
   for (const auto& [name, account] : accounts) {
     const std::string& place = account.path.empty() ? account.relative : account.path;
-    if (std::ranges::find(kOfMail, account.type) == kOfMail.end() || place.empty()) continue;
+    if (std::ranges::find(kOfNoMail, account.type) != kOfNoMail.end() || place.empty()) continue;
     if (LiesInside(profile, account)) continue;
     problems.push_back({profile + "/prefs.js",
                         fmt::format("the mail of an account lies elsewhere, in {}: name that as a "
@@ -137,7 +137,7 @@ bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<Sourc
 bool IsAboveAccounts(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   return slash != std::string::npos &&
-         IsAboveAccountsByName(std::string_view(path).substr(slash + 1)) &&
+         IsNameAboveAccounts(std::string_view(path).substr(slash + 1)) &&
          FolderHas(path.substr(0, slash), "prefs.js");
 }
 

@@ -83,7 +83,7 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
   }
   // Apple Mail puts a UUID, Data, digits and Messages between a folder and its mail.
   if (parent.path.find(".mbox/") != std::string::npos || parent.path.ends_with(kMbox)) return {};
-  if (IsAboveAppleFolders(parent, name)) return {};
+  if (IsAboveAppleFolders(parent, name) || IsAboveEvolutionFolders(parent, name)) return {};
   if (name.size() > kFol.size() && EndsWithNoCase(name, kFol)) {
     const std::string stem(name.substr(0, name.size() - kFol.size()));
     return LevelName(m_eudora.Of(name).value_or(stem)) + "\\";
@@ -156,6 +156,13 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   } catch (const SourceError& error) {
     listing.problems.push_back({path, error.what(), /*isUnread=*/true});
   }
+}
+
+void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) const {
+  const std::string path = m_folder.path + "/" + entry.name;
+  if (!MboxSource::IsMbox(HeadOf(path))) return;
+  listing.problems.push_back(
+      {path, "a hidden file with mail: name it as a source if it shall come", /*isUnread=*/true});
 }
 
 void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,

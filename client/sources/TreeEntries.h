@@ -25,6 +25,8 @@ class OtherTreeFiles {
   OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                  MboxKind mbox);
   void Take(const FolderEntry& entry, Listing& listing) const;
+  // One with a dot in front of its name: what systems leave in folders, as a rule.
+  void TakeHidden(const FolderEntry& entry, Listing& listing) const;
   // The levels of the target that a folder in it adds to its own: "Name\", "Name\" of "Name.sbd"
   // and "Name.mbox", none of what programs put between.
   std::string LevelsOfFolder(std::string_view name) const;

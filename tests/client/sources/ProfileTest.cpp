@@ -32,7 +32,7 @@ std::string Index(const std::string& cells, const std::string& moreColumns = "")
          "  (A0=ns:msg:db:table:kind:dbfolderinfo)(A1=numMsgs)(A8=UIDValidity)(AF=imapFlags)" +
          moreColumns +
          ">\n\n<(80=1)(81=0)(A1=ff)(83=2)(8C=12c)(84=e008)(90=a\\)[\\\\\n\\$(^A1=9\\))>\n"
-         "{1:^80 {(k^96:c)(s=9)}\n  [1(^81^90)]}\n{1:^9F {(k^A0:c)(s=9u)}\n  [1(^AB=1)(^A1=7)]}\n\n"
+         "{1:^80 {(k^96:c)(s=9)}\n  [1(^81^90)]}\n{1:^9F {(k^A0:c)(s=9u)}\n  [1(^AB=1)]}\n\n"
          "@$${6{@\n[1:^9F" +
          cells + "]\n@$$}6}@\n";
 }
@@ -115,7 +115,7 @@ TEST(ThunderbirdProfile, NamesWhatItsOwnerHasThereAndIsNotTaken) {
         "user_pref(\"mail.server.server1.directory\", \"C:\\\\p\\\\Mail\\\\Local Folders\");\n"
         "user_pref(\"mail.server.server2.type\", \"pop3\");\n"
         "user_pref(\"mail.server.server2.directory\", \"D:\\\\Mail\\\\jane\");\n"
-        "user_pref(\"mail.server.server3.type\", \"imap\");\n"
+        "user_pref(\"mail.server.server3.type\", \"ews\");\n"
         "user_pref(\"mail.server.server3.directory-rel\", \"[ProfD]../ImapMail/x\");\n"
         "user_pref(\"mail.server.server4.type\", \"imap\");\n"
         "user_pref(\"mail.server.server4.directory\", \"/gone/ImapMail/imap.example\");\n"
@@ -196,6 +196,7 @@ TEST(ThunderbirdProfile, NamesMailThatOnlyItsIndexesKnow) {
         {imap + "Maildir/tmp/.x", ""},
         {imap + "Maildir.msf", Index("(^A1=1)")},
         {imap + "Empty.msf", Index("(^A1=0)(^A8=5)")},
+        {imap + "Never", ""},
         {imap + "Never.msf", ""},
         {imap + "Search.msf", Index("(^B0=x)", kSearch)},
         {imap + "[Gmail].msf", Index("(^AF^84)")},
@@ -231,7 +232,7 @@ TEST(FolderIndex, IsReadInPiecesAndToAnyEnd) {
     EXPECT_FALSE(index.isSearch);  // the column is known, and no cell has it
   }
   for (const char* cells : {"(^A1^77)", "(^A1=x)", "(^A1=fffffffffffffffff)", "(^A1=)", "(^A1"}) {
-    const std::string text = Index(cells);
+    const std::string text = Index(std::string("(^A1=7)") + cells);
     const FolderIndex index = FolderIndexOf([&](const auto& take) { take(text); });
     EXPECT_EQ(index.mails, std::string_view(cells).ends_with(')') ? std::nullopt
                                                                   : std::optional<std::uint64_t>(7))
@@ -256,6 +257,19 @@ TEST(Stores, MailBesideAMaildirAndInFilesOfADovecotIsNamed) {
          {"Inbox\\|cur/1.a:2,S", "Sent Items\\|.Sent/cur/2.a:2,S"},
          {"!cur/3f: a folder where mail belongs", "!.Sent/old.mbox: it lies beside a Maildir",
           "!plain/1.eml: it lies beside", "!plain/Archive: it lies beside"}});
+  Check({"all of an Evolution, and a hidden file",
+         {{"mail/local/..maildir++", "maildir++ 1\n"},
+          {"mail/local/cur/1.a:2,S", kMail},
+          {"mail/local/new/.x", ""},
+          {"mail/local/.Sent/cur/2.a:2,S", kMail},
+          {"mail/local/.Sent/new/.x", ""},
+          {"mail/local/folders.db-wal", "x"},
+          {"mail/.hidden", kMbox},
+          {"mail/.other", "x"},
+          {"addressbook/local/system/contacts.db", "x"}},
+         {"Inbox\\|mail/local/cur/1.a:2,S", "Sent Items\\|mail/local/.Sent/cur/2.a:2,S"},
+         {"addressbook/local/system/contacts.db: an address book",
+          "!mail/.hidden: a hidden file with mail"}});
   Check({"dbox",
          {{"mailboxes/A/dbox-Mails/u.1", "2 M1e\n"},
           {"mailboxes/A/dbox-Mails/u.22", "2 M1e\n"},
