@@ -121,9 +121,11 @@ Listing EmlSource::List() const {
     return listing;
   }
   std::map<std::string, TagNames> profiles;  // by path
+  std::vector<std::string> aboveAccounts;
   Listing listing =
       WalkFolders(m_path, [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                               Listing& found, std::vector<SourceFolder>& below) {
+        if (IsAboveAccounts(folder.path)) aboveAccounts.push_back(folder.path);
         if (TakeProfile(folder, found, below)) {
           profiles.emplace(folder.path + "/", TagsOfProfile(folder.path));
         } else {
@@ -131,7 +133,7 @@ Listing EmlSource::List() const {
         }
       });
   NameTags(profiles, listing);
-  NameMissingMail(profiles, listing);
+  NameMissingMail(m_path, aboveAccounts, listing);
   return listing;
 }
 

@@ -113,19 +113,21 @@ class AccountLook {
 
 }  // namespace
 
-void NameMissingMail(const std::map<std::string, TagNames>& profiles, Listing& listing) {
-  if (profiles.empty()) return;
+void NameMissingMail(const std::string& source, const std::vector<std::string>& aboveAccounts,
+                     Listing& listing) {
   AccountLook::Counts counts;
+  const auto look = [&](const std::string& account) {
+    const std::string above = account.substr(0, account.rfind('/'));
+    AccountLook(account, above.ends_with("/ImapMail"), counts).Run(listing.problems);
+  };
+  const bool isAccount = IsAboveAccounts(source.substr(0, source.rfind('/')));
+  if (aboveAccounts.empty() && !isAccount) return;
   for (const ItemList::Shared& shared : listing.items.Parts()) counts[shared.path] += shared.items;
+  if (isAccount) look(source);
   std::vector<SourceProblem> toldBefore;
-  for (const auto& [profile, tags] : profiles) {
-    for (const std::string folder : {"ImapMail", "Mail"}) {
-      if (!FolderHas(profile, folder)) continue;
-      for (const FolderEntry& account : ListFolder(profile + folder, toldBefore)) {
-        if (account.kind != EntryKind::kFolder) continue;
-        AccountLook look(profile + folder + "/" + account.name, folder == "ImapMail", counts);
-        look.Run(listing.problems);
-      }
+  for (const std::string& above : aboveAccounts) {
+    for (const FolderEntry& account : ListFolder(above, toldBefore)) {
+      if (account.kind == EntryKind::kFolder) look(above + "/" + account.name);
     }
   }
 }

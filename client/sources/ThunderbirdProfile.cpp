@@ -136,9 +136,13 @@ bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<Sourc
 
 bool IsAboveAccounts(const std::string& path) {
   const std::size_t slash = path.rfind('/');
-  return slash != std::string::npos &&
-         IsNameAboveAccounts(std::string_view(path).substr(slash + 1)) &&
-         FolderHas(path.substr(0, slash), "prefs.js");
+  if (slash == std::string::npos) return false;
+  const std::string parent = path.substr(0, slash);
+  const std::string_view name = std::string_view(path).substr(slash + 1);
+  if (name == kMailFolders.front()) return true;
+  return IsNameAboveAccounts(name) &&
+         (FolderHas(parent, "prefs.js") || FolderHas(parent, kMailFolders.front()) ||
+          FolderHas(path, "Local Folders"));
 }
 
 std::string LevelsOfAccount(const std::string& parent, std::string_view name) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,7 +14,7 @@ namespace client {
 // elsewhere. False for any other folder.
 bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below);
 
-// One of the two folders of a profile in which the accounts lie.
+// One of the two folders of a profile in which the accounts lie, taken by itself as well.
 bool IsAboveAccounts(const std::string& path);
 // Of an account in it: none but for feeds, whose folders stand apart from those of mail.
 std::string LevelsOfAccount(const std::string& parent, std::string_view name);
@@ -23,8 +22,9 @@ std::string LevelsOfAccount(const std::string& parent, std::string_view name);
 // What its owner calls the tags of mails.
 TagNames TagsOfProfile(const std::string& path);
 
-// Adds to the problems, one for each account, the mail that the indexes in profiles know and that
-// is not there. The profiles are given by their paths, a slash at the end, and wholly listed.
-void NameMissingMail(const std::map<std::string, TagNames>& profiles, Listing& listing);
+// Adds to the problems, one for each account, the mail that its indexes know and that is not there:
+// of the accounts in such folders, and of the source if it is one. All of it must be listed.
+void NameMissingMail(const std::string& source, const std::vector<std::string>& aboveAccounts,
+                     Listing& listing);
 
 }  // namespace client

@@ -71,6 +71,7 @@ std::string OtherTreeFiles::LevelsOfFile(const std::string& name) const {
 std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
   const SourceFolder& parent = m_folder;
   if (m_isAboveAccounts) return LevelsOfAccount(parent.path, name);
+  if (IsAboveAccounts(parent.path + "/" + std::string(name))) return {};
   if (const auto level = m_profiles.LevelOf(name)) return *level;
   if (name.ends_with(kSbd) && name.size() > kSbd.size()) {
     const std::string own = TrueFolderName(parent.path, name.substr(0, name.size() - kSbd.size()));

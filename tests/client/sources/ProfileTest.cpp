@@ -211,6 +211,23 @@ TEST(ThunderbirdProfile, NamesMailThatOnlyItsIndexesKnow) {
        {"!ImapMail/imap.example: mail is on its server alone, not made available offline: "
         "Entw\xC3\xBCrfe (7), Never (never counted), Part (299), [Gmail]/All (3)",
         "!Mail/Local Folders: of mail the index alone is here: Lost (5)"}});
+  // Without the profile, and one account by itself.
+  const TemporaryFolder folder;
+  folder.Write("memos", kMbox);
+  folder.Write(local + "Inbox", kMbox);
+  folder.Write(imap + "Sent", kMbox);
+  folder.Write(imap + "Sent.msf", Index("(^A1^83)"));
+  const std::string reason = ": mail is on its server alone, not made available offline: Sent (1)";
+  Check({"without prefs.js",
+         {},
+         {"memos\\|memos:0", "Sent Items\\|ImapMail/imap.example/Sent:0",
+          "Inbox\\|Mail/Local Folders/Inbox:0"},
+         {"!ImapMail/imap.example" + reason}},
+        folder.Path());
+  Check({"accounts", {}, {"Sent Items\\|imap.example/Sent:0"}, {"!imap.example" + reason}},
+        folder.File("ImapMail"));
+  const Plan account = MakePlan({folder.File("ImapMail/imap.example")});
+  EXPECT_FALSE(account.IsWhole());
   Tree many = {"many", {{"prefs.js", "x"}}, {}, {}};
   for (char c = 'a'; c <= 'k'; ++c) many.files[imap + c + ".msf"] = Index("(^A1=1)");
   many.leftOut = {
