@@ -6,12 +6,15 @@
 #include <map>
 
 #include "base/AsciiText.h"
+#include "client/sources/DboxStore.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
+#include "client/sources/MailProfiles.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/TagNames.h"
+#include "client/sources/ThunderbirdProfile.h"
 #include "client/sources/TreeEntries.h"
 #include "client/sources/VcfFile.h"
 #include "mime/MailHeader.h"
@@ -54,6 +57,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
     if (IsFolderBesideMail(folder, entry.name)) return;
+    if (auto store = DboxStoreAt(path)) return listing.problems.push_back(*std::move(store));
     below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     listing.items.Add({path, TargetOf(folder.levels), true, 0, entry.size});
@@ -62,7 +66,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   } else if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
     // Together with those beside it.
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
-    // What systems leave in folders: nobody's mail, and no news to anyone.
+    others.TakeHidden(entry, listing);
   } else if (entry.kind == EntryKind::kFile) {
     others.Take(entry, listing);
   } else {
@@ -76,6 +80,7 @@ void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& 
   if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
   const bool isMaildir = MaildirSource::IsMaildir(folder.path);
   if (isMaildir) ListMaildirFolder(folder, listing);
+  NameProfilesElsewhere(folder.path, listing.problems);
   const OtherTreeFiles others(folder, entries, mbox);
   for (const FolderEntry& entry : entries) {
     if (isMaildir && IsMaildirPart(entry.name)) continue;
@@ -116,16 +121,19 @@ Listing EmlSource::List() const {
     return listing;
   }
   std::map<std::string, TagNames> profiles;  // by path
+  std::vector<std::string> aboveAccounts;
   Listing listing =
       WalkFolders(m_path, [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                               Listing& found, std::vector<SourceFolder>& below) {
-        if (TakeProfile(folder, entries, found, below)) {
+        if (IsAboveAccounts(folder.path)) aboveAccounts.push_back(folder.path);
+        if (TakeProfile(folder, found, below)) {
           profiles.emplace(folder.path + "/", TagsOfProfile(folder.path));
         } else {
           TakeTreeFolder(folder, entries, m_mbox, found, below);
         }
       });
   NameTags(profiles, listing);
+  NameMissingMail(m_path, aboveAccounts, listing);
   return listing;
 }
 

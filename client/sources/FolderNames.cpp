@@ -71,6 +71,12 @@ bool IsAppleMailData(const SourceFolder& parent, std::string_view name) {
   return name == "MailData" && IsVersion(LastName(parent.path));
 }
 
+bool IsAboveEvolutionFolders(const SourceFolder& parent, std::string_view name) {
+  const std::string path = parent.path + "/" + std::string(name);
+  if (name == "mail") return IsThere(path + "/local/..maildir++");
+  return name == "local" && LastName(parent.path) == "mail" && IsThere(path + "/..maildir++");
+}
+
 bool HasLevelsByDots(const SourceFolder& parent, std::string_view name) {
   const std::size_t dot = name.find('.');
   if (dot == 0 || dot == std::string_view::npos) return false;

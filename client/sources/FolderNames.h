@@ -16,6 +16,9 @@ namespace client {
 bool IsAboveAppleFolders(const SourceFolder& parent, std::string_view name);
 bool IsAppleMailData(const SourceFolder& parent, std::string_view name);
 
+// An Evolution has its own Maildir two levels below its data.
+bool IsAboveEvolutionFolders(const SourceFolder& parent, std::string_view name);
+
 // A Maildir that offlineimap wrote, whose name divides levels by dots: "Projekte.Kunde".
 bool HasLevelsByDots(const SourceFolder& parent, std::string_view name);
 

@@ -12,6 +12,7 @@
 #include "base/AsciiText.h"
 #include "client/sources/CourierKeywords.h"
 #include "client/sources/FolderWalk.h"
+#include "client/sources/MailBeside.h"
 #include "client/sources/MaildirName.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/MovedMail.h"
@@ -97,7 +98,7 @@ std::string DotLevels(std::string_view name) {
   return levels;
 }
 
-// The files that programs keep beside the folders of a Maildir are no mail.
+// The files that programs keep beside the folders of a Maildir are no mail, as a rule.
 void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
                std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
   const std::string path = folder.path + "/" + entry.name;
@@ -105,6 +106,8 @@ void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
     below.push_back({path, folder.levels + MaildirLevels(entry.name), folder.levels});
   } else if (entry.kind == EntryKind::kFolderLink) {
     problems.push_back(OddEntry(path, entry.kind));
+  } else if (entry.kind == EntryKind::kFile) {
+    NameMailBeside(path, entry, problems);
   }
 }
 

@@ -11,17 +11,23 @@
 namespace client {
 namespace {
 
-constexpr std::array<std::string_view, 21> kNames = {
-    "subscriptions",       "maildirfolder",      "maildirsize",    "table_of_contents",
-    "folderTree.json",     "popstate.dat",       "nstmp",          "filterlog.html",
-    "msgFilterRules.dat",  "descmap.pce",        "Info.plist",     "Thumbs.db",
-    "desktop.ini",         "feeds.json",         "feeditems.json", "feeds.rdf",
-    "feeditems.rdf",       "virtualFolders.dat", "folders.db",     "junklog.html",
-    "archive_browser.html"};
-constexpr std::array<std::string_view, 3> kBeginnings = {"dovecot", "courierimap", "maildirsize"};
-constexpr std::array<std::string_view, 9> kEnds = {
-    ".msf", ".cmeta",  ".ibex.index", ".ibex.index.data", ".toc",
-    ".log", ".wdseml", ".emlxpart",   ".sqlite"};
+constexpr std::array kNames = std::to_array<std::string_view>(
+    {"subscriptions",     "maildirfolder",      "maildirsize",
+     "table_of_contents", "folderTree.json",    "popstate.dat",
+     "filterlog.html",    "msgFilterRules.dat", "rules.dat",
+     "descmap.pce",       "Info.plist",         "Thumbs.db",
+     "desktop.ini",       "feeds.json",         "feeditems.json",
+     "feeds.rdf",         "feeditems.rdf",      "virtualFolders.dat",
+     "folders.db",        "junklog.html",       "archive_browser.html",
+     "profiles.ini",      "installs.ini",       "times.json"});
+constexpr std::array kBeginnings =
+    std::to_array<std::string_view>({"dovecot", "courierimap", "maildirsize", "popstate-",
+                                     "msgFilterRules.dat.", "feeditems_error"});
+constexpr std::array kEnds = std::to_array<std::string_view>(
+    {".msf", ".cmeta", ".ibex.index", ".ibex.index.data", ".toc", ".log", ".sqlite", ".sqlite-wal",
+     ".sqlite-shm", ".db-wal", ".db-shm", ".ev-summary", ".ev-summary-meta"});
+// Of which programs make mails that are elsewhere as well, or parts of them.
+constexpr std::array kCopies = std::to_array<std::string_view>({".wdseml", ".emlxpart"});
 
 struct Form {
   std::string_view beginning;
@@ -60,9 +66,19 @@ bool IsBesideMail(std::string_view name) {
          std::ranges::any_of(kEnds, ends);
 }
 
+bool IsCopyOfMail(std::string_view name) {
+  constexpr std::string_view kCompacted = "nstmp";
+  const bool isCompacted =
+      name.starts_with(kCompacted) &&
+      name.find_first_not_of("-0123456789", kCompacted.size()) == std::string_view::npos;
+  return isCompacted || std::ranges::any_of(kCopies, [&](std::string_view each) {
+           return EndsWithNoCase(name, each);
+         });
+}
+
 bool IsAddressBook(std::string_view name) {
   const std::string_view last = name.substr(name.rfind('/') + 1);
-  return EndsWithNoCase(last, ".mab") || last == "history.sqlite" ||
+  return EndsWithNoCase(last, ".mab") || last == "history.sqlite" || last == "contacts.db" ||
          (last.starts_with("abook") && last.ends_with(".sqlite"));
 }
 

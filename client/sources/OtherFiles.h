@@ -6,10 +6,14 @@
 // Files that lie in stores of mail and are no mail that is read here.
 namespace client {
 
-// Known by its name as what programs keep beside mail: indexes, filters, lists.
+// Called as what programs keep beside mail: indexes, filters, lists. Somebody may call a folder so:
+// what holds mail is none of them.
 bool IsBesideMail(std::string_view name);
 
-// By its name, of Thunderbird and its kin.
+// By its name, what a program makes of mails that lie elsewhere.
+bool IsCopyOfMail(std::string_view name);
+
+// By its name, of Thunderbird and its kin, and of Evolution.
 bool IsAddressBook(std::string_view name);
 
 // What the name and the first bytes of a file show it to be: mail in a form that is not read here,

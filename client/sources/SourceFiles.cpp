@@ -36,6 +36,13 @@ EntryKind Look(const std::string& path, FolderEntry& found) {
   return EntryKind::kOther;
 }
 
+// What its end would show is not there; a program's own link has a dot in front.
+bool IsLinkToMail(const std::string& path) {
+  struct stat entry;
+  return path[path.rfind('/') + 1] != '.' && lstat(path.c_str(), &entry) == 0 &&
+         S_ISLNK(entry.st_mode);
+}
+
 struct CloseFolder {
   void operator()(DIR* folder) const { closedir(folder); }
 };
@@ -91,11 +98,11 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
 SourceProblem OddEntry(const std::string& path, EntryKind kind) {
   switch (kind) {
     case EntryKind::kFolder:
-      return {path, "a folder where mail belongs"};
+      return {path, "a folder where mail belongs", /*isUnread=*/true};
     case EntryKind::kFolderLink:
       return {path, "a link to a folder", /*isUnread=*/true};
     default:
-      return {path, "neither a file nor a folder, or a dead link"};
+      return {path, "neither a file nor a folder, or a dead link", IsLinkToMail(path)};
   }
 }
 

@@ -12,6 +12,7 @@
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
+#include "client/sources/ThunderbirdProfile.h"
 
 namespace client {
 namespace {
@@ -61,30 +62,6 @@ SourceProblem LeftOut(const SourceFolder& folder, const std::string& path, std::
 
 }  // namespace
 
-bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                 Listing& listing, std::vector<SourceFolder>& below) {
-  static constexpr std::array<std::string_view, 2> kMailFolders = {"ImapMail", "Mail"};
-  if (!Has(entries, "prefs.js")) return false;
-  bool any = false;
-  for (const FolderEntry& entry : entries) {
-    if (!IsAddressBook(entry.name)) continue;
-    listing.problems.push_back({folder.path + "/" + entry.name,
-                                "an address book: have its program write it as a .vcf file"});
-  }
-  for (const std::string_view name : kMailFolders) {
-    if (!Has(entries, name)) continue;
-    any = true;
-    const std::string path = folder.path + "/" + std::string(name);
-    for (const FolderEntry& account : ListFolder(path, listing.problems)) {
-      if (account.kind != EntryKind::kFolder) continue;
-      below.push_back({path + "/" + account.name, folder.levels, folder.levels});
-    }
-  }
-  return any;
-}
-
-TagNames TagsOfProfile(const std::string& path) { return TagNames(TextOf(path + "/prefs.js")); }
-
 std::string OtherTreeFiles::LevelsOfFile(const std::string& name) const {
   if (const auto own = m_eudora.Of(name)) return LevelName(*own) + "\\";
   const std::string own = TrueFolderName(m_folder.path, name);
@@ -93,6 +70,9 @@ std::string OtherTreeFiles::LevelsOfFile(const std::string& name) const {
 
 std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
   const SourceFolder& parent = m_folder;
+  if (m_isAboveAccounts) return LevelsOfAccount(parent.path, name);
+  if (IsAboveAccounts(parent.path + "/" + std::string(name))) return {};
+  if (const auto level = m_profiles.LevelOf(name)) return *level;
   if (name.ends_with(kSbd) && name.size() > kSbd.size()) {
     const std::string own = TrueFolderName(parent.path, name.substr(0, name.size() - kSbd.size()));
     return LevelName(FromModifiedUtf7(own)) + "\\";
@@ -104,12 +84,15 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
   }
   // Apple Mail puts a UUID, Data, digits and Messages between a folder and its mail.
   if (parent.path.find(".mbox/") != std::string::npos || parent.path.ends_with(kMbox)) return {};
-  if (IsAboveAppleFolders(parent, name)) return {};
+  if (IsAboveAppleFolders(parent, name) || IsAboveEvolutionFolders(parent, name)) return {};
   if (name.size() > kFol.size() && EndsWithNoCase(name, kFol)) {
     const std::string stem(name.substr(0, name.size() - kFol.size()));
     return LevelName(m_eudora.Of(name).value_or(stem)) + "\\";
   }
   const bool isMaildir = MaildirSource::IsMaildir(parent.path + "/" + std::string(name));
+  if (isMaildir && HasEntry(std::string(name) + ".msf")) {
+    return LevelName(FromModifiedUtf7(TrueFolderName(parent.path, name))) + "\\";
+  }
   if (isMaildir && HasLevelsByDots(parent, name)) return MaildirLevels("." + std::string(name));
   return isMaildir || (name.starts_with('.') && name.ends_with(".directory"))
              ? MaildirLevels(name)
@@ -119,8 +102,9 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
 bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
   // Bodies of parts, which are read with their mails.
   if (name == "Attachments" && parent.path.find(".mbox/") != std::string::npos) return true;
-  return IsAppleMailData(parent, name) || name == ".notmuch" || name == "courierimapkeywords" ||
-         name == "courierimaphieracl" || name.ends_with(".mozmsgs");
+  return IsAppleMailData(parent, name) || IsBesideProfiles(parent, name) || name == ".notmuch" ||
+         name == "courierimapkeywords" || name == "courierimaphieracl" ||
+         name.ends_with(".mozmsgs");
 }
 
 OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
@@ -128,6 +112,8 @@ OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<Fol
     : m_folder(folder),
       m_entries(entries),
       m_mbox(mbox),
+      m_profiles(folder.path),
+      m_isAboveAccounts(IsAboveAccounts(folder.path)),
       m_isMh(Has(entries, ".mh_sequences") || Has(entries, ".claws_mark") ||
              Has(entries, ".sylpheed_mark")),
       m_eudora(Has(entries, EudoraNames::kFile) ? TextOf(folder.path + "/" + EudoraNames::kFile)
@@ -148,7 +134,7 @@ bool OtherTreeFiles::HasToc(const std::string& name) const {
 
 void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
-  if (IsBesideMail(entry.name) && !IsAddressBook(entry.name)) return;
+  if (IsCopyOfMail(entry.name)) return;
   if (IsEmlxName(entry.name)) return TakeEmlx(path, entry, listing);
   const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
   const std::string levels = m_folder.levels + (isExport ? "" : LevelsOfFile(entry.name));
@@ -163,6 +149,7 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
     const std::string head = ReadFileRange(path, 0, kHead);
     if (TakeMh(path, entry, head, listing)) return;
     if (!MboxSource::IsMbox(head)) {
+      if (IsBesideMail(entry.name) && !IsAddressBook(entry.name)) return;
       listing.problems.push_back(LeftOut(m_folder, path, head));
       return;
     }
@@ -170,6 +157,13 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   } catch (const SourceError& error) {
     listing.problems.push_back({path, error.what(), /*isUnread=*/true});
   }
+}
+
+void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) const {
+  const std::string path = m_folder.path + "/" + entry.name;
+  if (!MboxSource::IsMbox(HeadOf(path))) return;
+  listing.problems.push_back(
+      {path, "a hidden file with mail: name it as a source if it shall come", /*isUnread=*/true});
 }
 
 void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,

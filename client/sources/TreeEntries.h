@@ -6,21 +6,13 @@
 
 #include "client/sources/FolderNames.h"
 #include "client/sources/FolderWalk.h"
+#include "client/sources/MailProfiles.h"
 #include "client/sources/MhMarks.h"
 #include "client/sources/MhSequences.h"
 #include "client/sources/MovedMail.h"
-#include "client/sources/TagNames.h"
 
 // What the folders and files of a tree mean to the program that made it.
 namespace client {
-
-// The profile of a Thunderbird: all its mail lies in folders of accounts, whose folders become one
-// tree. False for any other folder.
-bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                 Listing& listing, std::vector<SourceFolder>& below);
-
-// What its owner calls the tags of mails.
-TagNames TagsOfProfile(const std::string& path);
 
 // A folder in which programs keep what is no mail of its own.
 bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name);
@@ -33,6 +25,8 @@ class OtherTreeFiles {
   OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                  MboxKind mbox);
   void Take(const FolderEntry& entry, Listing& listing) const;
+  // One with a dot in front of its name: what systems leave in folders, as a rule.
+  void TakeHidden(const FolderEntry& entry, Listing& listing) const;
   // The levels of the target that a folder in it adds to its own: "Name\", "Name\" of "Name.sbd"
   // and "Name.mbox", none of what programs put between.
   std::string LevelsOfFolder(std::string_view name) const;
@@ -48,6 +42,8 @@ class OtherTreeFiles {
   const SourceFolder& m_folder;
   const std::vector<FolderEntry>& m_entries;  // sorted by name
   MboxKind m_mbox;
+  MailProfiles m_profiles;
+  bool m_isAboveAccounts;
   bool m_isMh;
   EudoraNames m_eudora;
   MhSequences m_sequences;

@@ -3,14 +3,15 @@
 #include <string_view>
 
 #include "client/sources/Emlx.h"
+#include "client/sources/FolderIndex.h"
 #include "client/sources/MaildirName.h"
 #include "client/sources/MhMarks.h"
 #include "client/sources/MhSequences.h"
 #include "client/sources/TagNames.h"
 
 // What stores of several programs know of mails: the files of Apple Mail, which hold the mail as
-// well, names in Maildirs, sequences and marks of MH folders, the tags of a Thunderbird. No answer
-// lies outside of what was read.
+// well, names in Maildirs, sequences and marks of MH folders, the tags and the indexes of a
+// Thunderbird. No answer lies outside of what was read, and none depends on how it was cut.
 
 namespace {
 
@@ -46,6 +47,16 @@ void CheckMh(std::string_view text) {
   }
 }
 
+void CheckIndex(std::string_view text) {
+  const client::FolderIndex whole = client::FolderIndexOf([&](const auto& take) { take(text); });
+  const client::FolderIndex cut = client::FolderIndexOf([&](const auto& take) {
+    for (std::size_t at = 0; at < text.size(); at += 3) take(text.substr(at, 3));
+  });
+  Require(whole.mails == cut.mails && whole.isSearch == cut.isSearch &&
+          whole.isLevel == cut.isLevel);
+  Require(whole.mails.value_or(0) == 0 || text.find("numMsgs") != std::string_view::npos);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -53,5 +64,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CheckEmlx(input);
   CheckNames(input);
   CheckMh(input);
+  CheckIndex(input);
   return 0;
 }

@@ -1,0 +1,126 @@
+#include "client/sources/MailProfiles.h"
+
+#include <algorithm>
+#include <set>
+
+#include <fmt/format.h>
+
+#include "base/AsciiText.h"
+#include "client/sources/ContentLines.h"
+#include "client/sources/FolderHas.h"
+#include "client/sources/Names.h"
+#include "client/sources/Pieces.h"
+#include "client/sources/SourceFiles.h"
+
+namespace client {
+namespace {
+
+constexpr std::string_view kList = "profiles.ini";
+constexpr std::string_view kProfiles = "Profiles";
+
+struct ListedProfile {
+  std::string name;
+  std::string path;
+  bool isRelative = true;
+};
+
+std::string_view LastName(std::string_view path) {
+  return path.substr(path.find_last_of("/\\") + 1);
+}
+
+std::string ParentOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
+bool IsProfile(const std::string& path) {
+  return FolderHas(path, "prefs.js") && (FolderHas(path, "Mail") || FolderHas(path, "ImapMail"));
+}
+
+// Or the folder above some.
+bool HoldsProfiles(const std::string& path) { return IsProfile(path) || FolderHas(path, kList); }
+
+std::vector<ListedProfile> ReadList(const std::string& folder) {
+  constexpr std::uint64_t kMostBytes = 1 << 20;
+  constexpr std::size_t kMost = 1000;
+  std::string text;
+  try {
+    text = ReadFileRange(folder + "/" + std::string(kList), 0, kMostBytes);
+  } catch (const SourceError&) {
+    return {};
+  }
+  std::vector<ListedProfile> listed;
+  bool isOne = false;
+  for (std::string_view rest = text; !rest.empty();) {
+    std::string_view line = mail::trimmed(TakeUpTo(rest, '\n'));
+    if (line.starts_with('[')) {
+      isOne = line.starts_with("[Profile") && listed.size() < kMost;
+      if (isOne) listed.emplace_back();
+      continue;
+    }
+    if (!isOne) continue;
+    const std::string_view key = TakeUpTo(line, '=');
+    if (key == "Name") listed.back().name = line;
+    if (key == "Path") listed.back().path = line;
+    if (key == "IsRelative") listed.back().isRelative = line != "0";
+  }
+  return listed;
+}
+
+// By the last name of the path.
+std::string ListedName(const std::vector<ListedProfile>& listed, std::string_view name) {
+  const auto found = std::ranges::find_if(
+      listed, [&](const ListedProfile& each) { return LastName(each.path) == name; });
+  return found == listed.end() || found->name.empty() ? std::string(name) : found->name;
+}
+
+// Copied from another machine it may be listed by the path that it had there.
+bool LiesBelow(const std::string& folder, const ListedProfile& profile) {
+  const bool leadsOut = profile.path.find("..") != std::string::npos;
+  if (profile.isRelative && !leadsOut) return FolderHas(folder, profile.path);
+  const std::string name = "/" + std::string(LastName(profile.path));
+  return IsProfile(folder + name) || IsProfile(folder + "/" + std::string(kProfiles) + name);
+}
+
+}  // namespace
+
+void MailProfiles::Find() const {
+  std::vector<std::string> found;
+  std::vector<SourceProblem> toldBefore;
+  EachName(m_folder, toldBefore, [&](std::string_view name) {
+    if (HoldsProfiles(m_folder + "/" + std::string(name))) found.emplace_back(name);
+    return true;
+  });
+  std::ranges::sort(found);
+  const bool isProfiles = LastName(m_folder) == kProfiles;
+  const auto listed = ReadList(isProfiles ? ParentOf(m_folder) : m_folder);
+  std::set<std::string> taken;
+  for (const std::string& name : found) {
+    std::string level = LevelName(ListedName(listed, name));
+    if (!taken.insert(UpperAscii(level)).second) level = LevelName(name);
+    m_levels[name] = found.size() == 1 ? "" : level + "\\";
+  }
+}
+
+std::optional<std::string> MailProfiles::LevelOf(std::string_view name) const {
+  if (name == kProfiles && FolderHas(m_folder, kList)) return "";
+  if (!HoldsProfiles(m_folder + "/" + std::string(name))) return std::nullopt;
+  if (m_levels.empty()) Find();
+  const auto found = m_levels.find(name);
+  return found == m_levels.end() ? std::nullopt : std::optional(found->second);
+}
+
+bool IsBesideProfiles(const SourceFolder& parent, std::string_view name) {
+  return (name == "Crash Reports" || name == "Pending Pings") && FolderHas(parent.path, kList);
+}
+
+void NameProfilesElsewhere(const std::string& folder, std::vector<SourceProblem>& problems) {
+  for (const ListedProfile& profile : ReadList(folder)) {
+    if (profile.path.empty() || LiesBelow(folder, profile)) continue;
+    problems.push_back(
+        {folder + "/" + std::string(kList),
+         fmt::format("its profile \"{}\" lies elsewhere, in {}: name that as a source",
+                     WithoutForbiddenControls(profile.name),
+                     WithoutForbiddenControls(profile.path)),
+         /*isUnread=*/true});
+  }
+}
+
+}  // namespace client

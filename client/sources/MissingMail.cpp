@@ -1,0 +1,135 @@
+#include <algorithm>
+#include <unordered_map>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "client/sources/FolderHas.h"
+#include "client/sources/FolderIndex.h"
+#include "client/sources/HashedName.h"
+#include "client/sources/ModifiedUtf7.h"
+#include "client/sources/Names.h"
+#include "client/sources/SourceFiles.h"
+#include "client/sources/ThunderbirdProfile.h"
+
+namespace client {
+namespace {
+
+constexpr std::string_view kIndex = ".msf";
+constexpr std::string_view kBelow = ".sbd";
+
+// Looks through the folders of one account for mail that their indexes know and that is not there.
+class AccountLook {
+ public:
+  using Counts = std::unordered_map<std::string, std::uint64_t>;  // by what mails lie in
+
+  AccountLook(std::string account, bool isOfServer, const Counts& counts)
+      : m_account(std::move(account)), m_isOfServer(isOfServer), m_counts(counts) {}
+
+  void Run(std::vector<SourceProblem>& problems) {
+    std::vector<SourceProblem> toldBefore;
+    std::vector<Place> pending = {{m_account, ""}};
+    while (!pending.empty()) {
+      const Place place = std::move(pending.back());
+      pending.pop_back();
+      std::vector<Place> below;
+      EachEntry(place.path, toldBefore, [&](const FolderEntry& entry) {
+        std::string_view name = entry.name;
+        if (entry.kind == EntryKind::kFile && TakeEnd(name, kIndex)) Look(place, std::string(name));
+        if (entry.kind == EntryKind::kFolder && TakeEnd(name, kBelow)) {
+          below.push_back({place.path + "/" + entry.name, place.shown + Shown(place, name) + "/"});
+        }
+      });
+      pending.insert(pending.end(), below.rbegin(), below.rend());
+    }
+    if (m_folders > 0) problems.push_back({m_account, Reason(), /*isUnread=*/true});
+  }
+
+ private:
+  struct Place {
+    std::string path;
+    std::string shown;  // as people know it, a slash behind each name
+  };
+
+  static bool TakeEnd(std::string_view& name, std::string_view end) {
+    if (!name.ends_with(end) || name.size() == end.size()) return false;
+    name.remove_suffix(end.size());
+    return true;
+  }
+
+  static std::string Shown(const Place& place, std::string_view name) {
+    return LevelName(FromModifiedUtf7(TrueFolderName(place.path, name)));
+  }
+
+  std::uint64_t CountOf(const std::string& path) const {
+    std::uint64_t count = 0;
+    for (const char* end : {"", "/cur/", "/new/"}) {
+      const auto found = m_counts.find(path + end);
+      if (found != m_counts.end()) count += found->second;
+    }
+    return count;
+  }
+
+  // Where an account is of this machine alone, an index that is too large is only an old one.
+  void Look(const Place& place, const std::string& name) {
+    const std::string path = place.path + "/" + name;
+    if (!m_isOfServer && FolderHas(place.path, name)) return;
+    FolderIndex index;
+    try {
+      index = ReadFolderIndex(path + std::string(kIndex));
+    } catch (const SourceError&) {  // it knows as much as one that counted nothing
+    }
+    if (index.isSearch) return;
+    const std::uint64_t count = CountOf(path);
+    if (index.mails && *index.mails > count) {
+      Add(place, name, std::to_string(*index.mails - count));
+    } else if (!index.mails && !index.isLevel && count == 0 && m_isOfServer &&
+               !FolderHas(place.path, name + std::string(kBelow))) {
+      Add(place, name, "never counted");
+    }
+  }
+
+  void Add(const Place& place, const std::string& name, const std::string& number) {
+    constexpr std::size_t kMostTold = 8;
+    if (++m_folders > kMostTold) return;
+    m_told.push_back(fmt::format("{}{} ({})", place.shown, Shown(place, name), number));
+  }
+
+  std::string Reason() const {
+    const std::size_t untold = m_folders - m_told.size();
+    return fmt::format("{}: {}{}",
+                       m_isOfServer ? "mail is on its server alone, not made available offline"
+                                    : "of mail the index alone is here",
+                       fmt::join(m_told, ", "),
+                       untold > 0 ? fmt::format(" and {} more folders", untold) : "");
+  }
+
+  const std::string m_account;
+  const bool m_isOfServer;
+  const Counts& m_counts;
+  std::size_t m_folders = 0;
+  std::vector<std::string> m_told;
+};
+
+}  // namespace
+
+void NameMissingMail(const std::string& source, const std::vector<std::string>& aboveAccounts,
+                     Listing& listing) {
+  AccountLook::Counts counts;
+  const auto look = [&](const std::string& account) {
+    const std::string above = account.substr(0, account.rfind('/'));
+    AccountLook(account, above.ends_with("/ImapMail"), counts).Run(listing.problems);
+  };
+  const bool isAccount = IsAboveAccounts(source.substr(0, source.rfind('/')));
+  if (aboveAccounts.empty() && !isAccount) return;
+  for (const ItemList::Shared& shared : listing.items.Parts()) counts[shared.path] += shared.items;
+  if (isAccount) look(source);
+  std::vector<SourceProblem> toldBefore;
+  for (const std::string& above : aboveAccounts) {
+    for (const FolderEntry& account : ListFolder(above, toldBefore)) {
+      if (account.kind == EntryKind::kFolder) look(above + "/" + account.name);
+    }
+  }
+}
+
+}  // namespace client

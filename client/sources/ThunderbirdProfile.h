@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "client/sources/FolderWalk.h"
+#include "client/sources/TagNames.h"
+
+namespace client {
+
+// The profile of a Thunderbird: all its mail lies in folders of accounts, whose folders become one
+// tree. Names what else its owner has there: address books, calendars, news, accounts that lie
+// elsewhere. False for any other folder.
+bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below);
+
+// One of the two folders of a profile in which the accounts lie, taken by itself as well.
+bool IsAboveAccounts(const std::string& path);
+// Of an account in it: none but for feeds, whose folders stand apart from those of mail.
+std::string LevelsOfAccount(const std::string& parent, std::string_view name);
+
+// What its owner calls the tags of mails.
+TagNames TagsOfProfile(const std::string& path);
+
+// Adds to the problems, one for each account, the mail that its indexes know and that is not there:
+// of the accounts in such folders, and of the source if it is one. All of it must be listed.
+void NameMissingMail(const std::string& source, const std::vector<std::string>& aboveAccounts,
+                     Listing& listing);
+
+}  // namespace client
