@@ -271,7 +271,9 @@ Outcome Migration::KnownAgain(const ItemWork& work) {
   using enum KnownMail::Origin;
   if (!work.entry.IsMail() || work.isEqual) return {Outcome::Kind::kKnown, {}};
   if (work.mail && work.mail->origin != kTakenAway) {
-    return m_second.TellState(*work.mail, work.entry, work.item);
+    Outcome told = m_second.TellState(*work.mail, work.entry, work.item);
+    if (told.Arrived() && told.text.starts_with(kReduced)) ++m_summary.reduced;
+    return told;
   }
   m_journal.KeepMail(SecondPass::MailOf(work.entry, work.item, work.wasBegun ? kBrought : kFound));
   return {Outcome::Kind::kKnown, {}};

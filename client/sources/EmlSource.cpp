@@ -6,6 +6,8 @@
 #include <map>
 
 #include "base/AsciiText.h"
+#include "client/sources/CutParts.h"
+#include "client/sources/Emlx.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
 #include "client/sources/MaildirSource.h"
@@ -144,6 +146,11 @@ std::string EmlSource::Read(const SourceItem& item) const {
     default:
       return ReadTreeMail(item, m_mbox, m_moved);
   }
+}
+
+void EmlSource::AddFiles(const SourceItem& item, std::string& bytes, FilesBeside& files) const {
+  if (!item.file.empty()) return m_eudora.AddTo(item.file, bytes, files);
+  if (IsPartialEmlxName(item.location)) AddCutParts(item.location, bytes, files);
 }
 
 // So mail programs mark a file that is to be opened for writing on.
