@@ -424,11 +424,10 @@ NotCarried Migration::NotCarriedBy(const ItemWork& work, const Outcome& outcome)
 void Migration::TellNotCarried(const ItemWork& work, Outcome& outcome) {
   const auto& [left, ofEngine, reduction] = NotCarriedBy(work, outcome);
   outcome.text = Joined(LeftOutText(left), Joined(ofEngine, outcome.text));
-  if (left.isReduced) ++m_summary.reduced;
+  if (left.isReduced || reduction != Reduction::kNone) ++m_summary.reduced;
   if (reduction == Reduction::kNone) return;
   const std::string text = ReducedText(work.entry, work.item, reduction, m_setup.IsSafe());
   outcome.text = Joined(text, outcome.text);
-  ++m_summary.reduced;
 }
 
 // An earlier version stands in the target, where its user may have gone on with it: it is neither

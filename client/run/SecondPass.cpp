@@ -141,8 +141,8 @@ Outcome SecondPass::TellState(KnownMail mail, const Plan::Entry& entry, const Lo
   if (!isSame) {
     const json before = PropsIn(mail.state).objJson;
     if (TextOf(Told(before)) != TextOf(Told(state))) outcome = Send(mail, state, item.bytes);
-    outcome.text =
-        Joined(FilesRemark(before, item), Joined(DraftRemark(before, state), outcome.text));
+    if (m_hasKeys) outcome.text = Joined(DraftRemark(before, state), outcome.text);
+    outcome.text = Joined(FilesRemark(before, item), outcome.text);
     // The item there goes on without them.
     state.erase(kMissing);
     if (before.contains(kMissing)) state[kMissing] = before[kMissing];
