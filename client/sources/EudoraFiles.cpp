@@ -69,7 +69,7 @@ std::string LastName(std::string_view path) {
 class NameList {
  public:
   void Add(std::string name) {
-    if (name.empty() || m_names.size() >= kMostEudoraFiles) return;
+    if (name.empty() || m_names.size() > kMostEudoraFiles) return;
     if (m_seen.insert(KeyOf(name)).second) m_names.push_back(std::move(name));
   }
   bool IsEmpty() const { return m_names.empty(); }
@@ -197,18 +197,22 @@ void EudoraFiles::AddTo(const std::string& mbox, std::string& mail, FilesBeside&
   Look(mbox);
   if (!m_isEudoras) return;
   std::optional<MixedMail> whole;
-  for (const std::string& name : EudoraFileNames(mail)) {
+  std::vector<std::string> names = EudoraFileNames(mail);
+  const bool areMore = names.size() > kMostEudoraFiles;
+  if (areMore) names.pop_back();
+  for (const std::string& name : names) {
     const auto found = m_paths.find(KeyOf(name));
+    const std::string own = ToUtf8(name, {});
     if (found == m_paths.end()) {
-      files.NoteMissing(ToUtf8(name, {}));
+      files.NoteMissing(own);
       continue;
     }
-    const std::string shown = ToUtf8(LastOf(found->second), {});
-    const auto bytes = files.Read(found->second, Links::kRefuse, shown);
+    const auto bytes = files.Read(found->second, Links::kRefuse, own);
     if (!bytes) continue;
     if (!whole) whole.emplace(mail);
-    whole->Attach(shown, *bytes);
+    whole->Attach(ToUtf8(LastOf(found->second), {}), *bytes);
   }
+  if (areMore) files.NoteMissing("and all others", "more than a mail can have");
   if (whole) mail = std::move(*whole).Finish();
 }
 

@@ -18,7 +18,8 @@
 // and one that was sent from it has "X-Attachments: C:\My Documents\offer.doc;" in its header.
 namespace client {
 
-// The names alone, of at most kMostEudoraFiles files, each once, as the mail has them.
+// The names alone, each once, as the mail has them: of at most kMostEudoraFiles files, and of one
+// more where there are more.
 inline constexpr std::size_t kMostEudoraFiles = 1000;
 std::vector<std::string> EudoraFileNames(std::string_view mail);
 
@@ -29,8 +30,9 @@ bool IsEudoraMbox(const std::string& path);
 // A folder in which a Eudora keeps such files, of the folder that it lies in.
 bool IsEudoraFilesFolder(const std::string& parent, std::string_view name);
 
-// Puts the files back into the mails, as their attachments. They are looked for by their names in the listing of those
-// folders: no name of a mail leads anywhere else. May be used by several threads.
+// Puts the files back into the mails, as their attachments. They are looked for by their names in
+// the listing of those folders: no name of a mail leads anywhere else. May be used by several
+// threads.
 class EudoraFiles {
  public:
   // Into a mail of that mbox, where a Eudora keeps it.

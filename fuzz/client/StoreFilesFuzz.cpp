@@ -41,7 +41,7 @@ void CheckNames(std::string_view text) {
 
 void CheckFiles(std::string_view mail) {
   const std::vector<std::string> names = client::EudoraFileNames(mail);
-  Require(names.size() <= client::kMostEudoraFiles);
+  Require(names.size() <= client::kMostEudoraFiles + 1);
   for (const std::string& name : names) {
     Require(!name.empty() && name != "." && name != "..");
     Require(name.find_first_of("\\/:\n") == std::string::npos);
