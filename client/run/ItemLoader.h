@@ -3,22 +3,25 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "client/run/Journal.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/Plan.h"
 #include "client/run/TargetLook.h"
+#include "client/sources/FilesBeside.h"
 #include "client/sources/PreparedItem.h"
 
 namespace client {
 
 // An item as it was read from its source, and the names that it goes by.
 struct LoadedItem {
-  std::string bytes;      // of a mail, as it is sent; of other types as the source gives them
-  PreparedFiles files;    // of a prepared item
-  std::string hash;       // of what does not change with the state of a mail
-  MailState state;        // of a mail
-  std::string id;         // as its source has it; may be empty
+  std::string bytes;    // of a mail, as it is sent; of other types as the source gives them
+  PreparedFiles files;  // of a prepared item
+  std::vector<FilesBeside::Missing> missing;  // of a mail: its store keeps them elsewhere
+  std::string hash;                           // of what does not change with the state of a mail
+  MailState state;                            // of a mail
+  std::string id;                             // as its source has it; may be empty
   std::string ledgerKey;  // empty for a type, and a prepared item without an id, that get no row
   std::string key;        // on the item in the target: tells id and content
   std::string messageId;  // that its mail carries

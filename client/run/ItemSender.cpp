@@ -143,7 +143,10 @@ LeftOut ItemSender::WriteWorkFiles(const Plan::Entry& entry, const LoadedItem& i
     if (times.sent && !isSentAlone) description.date = DescriptorDate(*times.sent);
     if (m_setup.fromMime) description.addressing = AddressingOf(header);
     WriteMail(folder, description, item.bytes);
-    return {std::move(left)};
+    for (const auto& [name, reason] : item.missing) {
+      left.push_back(fmt::format("attachment {} ({})", name, reason));
+    }
+    return {std::move(left), /*isReduced=*/!item.missing.empty()};
   }
   CopyPreparedFiles(entry.item.location, item.files, folder);
   if (HashPreparedFiles(folder, item.files) != item.hash) {

@@ -287,7 +287,9 @@ Outcome Migration::KnownAgain(const ItemWork& work) {
   using enum KnownMail::Origin;
   if (!work.entry.IsMail() || work.isEqual) return {Outcome::Kind::kKnown, {}};
   if (work.mail && work.mail->origin != kTakenAway) {
-    return m_second.TellState(*work.mail, work.entry, work.item);
+    Outcome told = m_second.TellState(*work.mail, work.entry, work.item);
+    if (told.Arrived() && told.text.starts_with(kReduced)) ++m_summary.reduced;
+    return told;
   }
   m_journal.KeepMail(SecondPass::MailOf(work.entry, work.item, work.wasBegun ? kBrought : kFound));
   return {Outcome::Kind::kKnown, {}};
@@ -448,11 +450,10 @@ NotCarried Migration::NotCarriedBy(const ItemWork& work, const Outcome& outcome)
 void Migration::TellNotCarried(const ItemWork& work, Outcome& outcome) {
   const auto& [left, ofEngine, reduction] = NotCarriedBy(work, outcome);
   outcome.text = Joined(LeftOutText(left), Joined(ofEngine, outcome.text));
-  if (left.isReduced) ++m_summary.reduced;
+  if (left.isReduced || reduction != Reduction::kNone) ++m_summary.reduced;
   if (reduction == Reduction::kNone) return;
   const std::string text = ReducedText(work.entry, work.item, reduction, m_setup.IsSafe());
   outcome.text = Joined(text, outcome.text);
-  ++m_summary.reduced;
 }
 
 // An earlier version stands in the target, where its user may have gone on with it: it is neither

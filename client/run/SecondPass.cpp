@@ -7,6 +7,7 @@
 
 #include "client/run/ItemProps.h"
 #include "client/run/MailKey.h"
+#include "client/run/ReducedMail.h"
 #include "client/sources/SpecialFolders.h"
 #include "ews/ServiceException.h"
 #include "ews/StoredMail.h"
@@ -19,15 +20,63 @@ namespace {
 using nlohmann::json;
 
 constexpr const char* kRead = "read";
+// Which no item becomes once it is saved, nor ceases to be; nor does it get files later.
+constexpr const char* kIsDraft = "isDraft";
+constexpr const char* kMissing = "missing";
+constexpr std::size_t kMostNames = 20;
 
-// What the target is told of it, in the words of the work file that tells it.
-std::string StateText(const Plan::Entry& entry, const LoadedItem& item) {
+json MissingNames(const LoadedItem& item) {
+  json names = json::array();
+  for (const auto& [name, reason] : item.missing) {
+    if (names.size() < kMostNames) names.push_back(name);
+  }
+  return names;
+}
+
+std::string TextOf(const json& props) {
+  return props.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+// What the target is told of it, in the words of the work file that tells it, and what cannot
+// change there.
+json StateOf(const Plan::Entry& entry, const LoadedItem& item) {
   MailState state = item.state;
-  state.draft = false;  // which no item becomes once it is saved, nor ceases to be
+  state.draft = false;
   std::ranges::sort(state.categories);
   json props = PropsOf(state, {});
   props[kRead] = entry.item.read;
-  return props.dump(-1, ' ', false, json::error_handler_t::replace);
+  props[kIsDraft] = item.state.draft;
+  if (!item.missing.empty()) props[kMissing] = MissingNames(item);
+  return props;
+}
+
+// What the target can be told.
+json Told(json state) {
+  state.erase(kIsDraft);
+  state.erase(kMissing);
+  return state;
+}
+
+std::string DraftRemark(const json& before, const json& now) {
+  const json was = before.value(kIsDraft, json());
+  if (!was.is_boolean() || was == now[kIsDraft]) return {};
+  return now[kIsDraft] == true
+             ? "it is a draft in the source now, which an item that is there cannot become"
+             : "it is no draft in the source any more, and the item there stays one";
+}
+
+// Which were not there when the mail was sent.
+std::string FilesRemark(const json& before, const LoadedItem& item) {
+  const json was = before.value(kMissing, json::array());
+  if (!was.is_array()) return {};
+  std::string names;
+  for (const json& name : was) {
+    const auto isIt = [&](const FilesBeside::Missing& each) { return name == each.name; };
+    if (!name.is_string() || std::ranges::any_of(item.missing, isIt)) continue;
+    names += (names.empty() ? "" : ", ") + name.get<std::string>();
+  }
+  if (names.empty()) return {};
+  return std::string(kReduced) + ", without what is in the source by now: attachment " + names;
 }
 
 ItemProps PropsIn(const std::string& state) {
@@ -80,29 +129,37 @@ void SecondPass::SeeUnread(const Plan::Entry& entry) {
 
 KnownMail SecondPass::MailOf(const Plan::Entry& entry, const LoadedItem& item,
                              KnownMail::Origin origin) {
-  return {entry.item.folder,      item.hash,           item.key, item.ledgerKey,
-          StateText(entry, item), entry.item.location, origin};
+  return {entry.item.folder,   item.hash, item.key, item.ledgerKey, TextOf(StateOf(entry, item)),
+          entry.item.location, origin};
 }
 
 Outcome SecondPass::TellState(KnownMail mail, const Plan::Entry& entry, const LoadedItem& item) {
-  std::string state = StateText(entry, item);
-  const bool isSame = mail.state == state;
+  json state = StateOf(entry, item);
+  const bool isSame = mail.state == TextOf(state);
   if (isSame && mail.source == entry.item.location) return {Outcome::Kind::kKnown, {}};
   Outcome outcome{Outcome::Kind::kKnown, {}};
-  if (!isSame) outcome = Send(mail, state, item.bytes);
+  if (!isSame) {
+    const json before = PropsIn(mail.state).objJson;
+    if (TextOf(Told(before)) != TextOf(Told(state))) outcome = Send(mail, state, item.bytes);
+    if (m_hasKeys) outcome.text = Joined(DraftRemark(before, state), outcome.text);
+    outcome.text = Joined(FilesRemark(before, item), outcome.text);
+    // The item there goes on without them.
+    state.erase(kMissing);
+    if (before.contains(kMissing)) state[kMissing] = before[kMissing];
+  }
   if (!outcome.Arrived()) return outcome;
-  mail.state = std::move(state);
+  mail.state = TextOf(state);
   mail.source = entry.item.location;
   m_journal.KeepMail(mail);
   return outcome;
 }
 
-Outcome SecondPass::Send(const KnownMail& mail, const std::string& state, std::string_view bytes) {
+Outcome SecondPass::Send(const KnownMail& mail, const json& state, std::string_view bytes) {
   using enum Outcome::Kind;
   if (m_target.Store()) return {kKnown, "its state changed, which a store is not told"};
   if (!m_hasKeys) return {kKnown, "its state changed, which the target is not told with --as-is"};
   const ItemProps before = PropsIn(mail.state);
-  const ItemProps now = PropsIn(state);
+  const ItemProps now = PropsIn(TextOf(state));
   const json read = now.objJson.value(kRead, json(true));
   ews::MailChanges changes = ChangesOfState(before, now);
   if (read != before.objJson.value(kRead, json())) changes.bRead = read == json(true);

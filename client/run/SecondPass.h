@@ -6,6 +6,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include <nlohmann/json_fwd.hpp>
+
 #include "client/run/ItemLoader.h"
 #include "client/run/Journal.h"
 #include "client/run/LedgerWriter.h"
@@ -41,7 +43,8 @@ class SecondPass {
                           KnownMail::Origin origin);
   // Of a mail that has the say and is in the target, and of which the target was told that state
   // before: kUpdated, kKnown where there was nothing to do or where a remark says why, kFailed, or
-  // kLeft.
+  // kLeft. What cannot be told, a draft or a file that is in the source by now, is a remark, which
+  // begins with kReduced (ReducedMail.h) where the mail there lacks something.
   Outcome TellState(KnownMail mail, const Plan::Entry& entry, const LoadedItem& item);
 
   // What the run brought and nobody saw, and how many it brought in all.
@@ -55,7 +58,7 @@ class SecondPass {
   std::string TakeAway(KnownMail mail);
 
  private:
-  Outcome Send(const KnownMail& mail, const std::string& state, std::string_view bytes);
+  Outcome Send(const KnownMail& mail, const nlohmann::json& state, std::string_view bytes);
   // Ids of the items in the target.
   std::vector<CString> Find(const KnownMail& mail, const std::string& messageId);
 

@@ -1,16 +1,13 @@
 #include "client/sources/CutParts.h"
 
-#include <algorithm>
 #include <optional>
-
-#include <fmt/format.h>
 
 #include "base/AsciiText.h"
 #include "base/LogNull.h"
 #include "client/sources/SourceFiles.h"
 #include "mime/MailHeader.h"
-#include "mime/encoding/ContentCoding.h"
 #include "mime/header/CkContentType.h"
+#include "mime/header/ContentDisposition.h"
 
 namespace client {
 namespace {
@@ -74,8 +71,18 @@ class PartWalk {
     } else if (header.find("X-Apple-Content-Length")) {
       std::string encoding(mail::trimmed(header.text("Content-Transfer-Encoding")));
       for (char& c : encoding) c = mail::toLowerAscii(c);
-      m_parts.push_back({Number(), std::move(encoding), m_at});
+      std::string name = NameOf(header, type);
+      m_parts.push_back({Number(), std::move(name), std::move(encoding), m_at});
+      if (m_parts.back().name.empty()) m_parts.back().name = m_parts.back().number;
     }
+  }
+
+  static std::string NameOf(const mail::MailHeader& header, const mail::_ckContentType& type) {
+    mail::ContentDisposition disposition;
+    mail::LogNull log;
+    disposition.load(header.text("Content-Disposition"), log);
+    const std::string_view name = mail::trimmed(disposition.m_fileName.view());
+    return std::string(name.empty() ? mail::trimmed(type.m_name.view()) : name);
   }
 
   std::string Number() const {
@@ -102,22 +109,6 @@ std::optional<std::string> FileIn(const std::string& folder) {
   return std::nullopt;
 }
 
-std::string Encoded(const std::string& bytes, const std::string& encoding) {
-  const mail::ContentCoding coding;
-  mail::DataBuffer out;
-  if (encoding == "base64") {
-    (void)coding.encodeBase64(bytes, out);
-  } else if (encoding == "quoted-printable") {
-    (void)coding.encodeQuotedPrintable(bytes, out);
-  } else {
-    return bytes;
-  }
-  // The mail around it has LF alone.
-  std::string text(out.view());
-  std::erase(text, '\r');
-  return text;
-}
-
 // ".../Attachments/12" of ".../Messages/12.partial.emlx".
 std::string FolderOfParts(const std::string& path) {
   const std::size_t name = path.rfind('/') + 1;
@@ -131,22 +122,21 @@ std::string FolderOfParts(const std::string& path) {
 
 std::vector<CutPart> CutPartsOf(std::string_view mail) { return PartWalk(mail).Run(); }
 
-std::string WithCutParts(std::string mail, const std::string& path) {
-  const std::vector<CutPart> parts = CutPartsOf(mail);
+void AddCutParts(const std::string& path, std::string& mail, FilesBeside& files) {
   const std::string folder = FolderOfParts(path);
+  const std::string_view lineEnd = LineEndOf(mail);
   std::string whole;
   std::size_t done = 0;
-  for (const CutPart& part : parts) {
+  for (const CutPart& part : CutPartsOf(mail)) {
     const auto file = FileIn(folder + "/" + part.number);
-    if (!file) {
-      throw SourceError(fmt::format(
-          "its attachment {} was never fetched by its program: let that fetch it", part.number));
-    }
+    if (!file) files.NoteMissing(part.name);
+    const auto bytes = file ? files.Read(*file, Links::kFollow, part.name) : std::nullopt;
+    if (!bytes) continue;
     whole.append(mail, done, part.body - done);
-    whole += Encoded(ReadWholeFile(*file), part.encoding);
+    AppendBody(*bytes, part.encoding, lineEnd, whole);
     done = part.body;
   }
-  return whole.append(mail, done);
+  if (done > 0) mail = whole.append(mail, done);
 }
 
 }  // namespace client

@@ -7,6 +7,8 @@
 
 #include "base/AsciiText.h"
 #include "client/sources/DboxStore.h"
+#include "client/sources/CutParts.h"
+#include "client/sources/Emlx.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
 #include "client/sources/MailProfiles.h"
@@ -152,6 +154,11 @@ std::string EmlSource::Read(const SourceItem& item) const {
     default:
       return ReadTreeMail(item, m_mbox, m_moved);
   }
+}
+
+void EmlSource::AddFiles(const SourceItem& item, std::string& bytes, FilesBeside& files) const {
+  if (!item.file.empty()) return m_eudora.AddTo(item.file, bytes, files);
+  if (IsPartialEmlxName(item.location)) AddCutParts(item.location, bytes, files);
 }
 
 // So mail programs mark a file that is to be opened for writing on.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/sources/EudoraFiles.h"
 #include "client/sources/MovedMail.h"
 #include "client/sources/Source.h"
 
@@ -22,12 +23,14 @@ class EmlSource : public Source {
   }
   Listing List() const override;
   std::string Read(const SourceItem& item) const override;
+  void AddFiles(const SourceItem& item, std::string& bytes, FilesBeside& files) const override;
   void AddState(std::string_view bytes, MailState& state) const override;
 
  private:
   std::string m_path;
   MboxKind m_mbox;
   mutable MovedMail m_moved;
+  mutable EudoraFiles m_eudora;
 };
 
 }  // namespace client

@@ -24,21 +24,23 @@ std::uint32_t NumberAt(std::string_view bytes) {
 
 }  // namespace
 
-EudoraToc::EudoraToc(const std::string& mbox) {
-  if (!EndsWithNoCase(mbox, kMbx)) return;
+EudoraToc::EudoraToc(std::string_view list) {
+  list.remove_prefix(std::min(kHead, list.size()));
+  for (; list.size() >= kOfMail; list.remove_prefix(kOfMail)) {
+    m_states.emplace(NumberAt(list), static_cast<unsigned char>(list[kStateAt]));
+  }
+}
+
+EudoraToc TocBeside(const std::string& mbox) {
+  if (!EndsWithNoCase(mbox, kMbx)) return EudoraToc({});
   const std::string name = mbox.substr(0, mbox.size() - kMbx.size());
   for (const char* const ending : {".toc", ".TOC"}) {
     try {
-      const std::string list = ReadFileRange(name + ending, 0, kMostBytes);
-      std::string_view rest(list);
-      rest.remove_prefix(std::min(kHead, rest.size()));
-      for (; rest.size() >= kOfMail; rest.remove_prefix(kOfMail)) {
-        m_states.emplace(NumberAt(rest), static_cast<unsigned char>(rest[kStateAt]));
-      }
-      return;
+      return EudoraToc(ReadFileRange(name + ending, 0, kMostBytes));
     } catch (const SourceError&) {  // then what the mails themselves say is all
     }
   }
+  return EudoraToc({});
 }
 
 void EudoraToc::AddState(std::uint64_t offset, StateFields& fields) const {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "client/sources/StateFields.h"
@@ -13,12 +14,15 @@ namespace client {
 // became of it. What is no such list says nothing of any mail.
 class EudoraToc {
  public:
-  explicit EudoraToc(const std::string& mbox);  // the path of the file of mails
+  explicit EudoraToc(std::string_view list);  // the bytes of it
   // Adds what the list has of the mail at that offset.
   void AddState(std::uint64_t offset, StateFields& fields) const;
 
  private:
   std::unordered_map<std::uint64_t, unsigned char> m_states;  // by offset
 };
+
+// Of the path of the file of mails.
+EudoraToc TocBeside(const std::string& mbox);
 
 }  // namespace client

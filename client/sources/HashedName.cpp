@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cstdint>
-#include <optional>
 
 #include "client/sources/SourceFiles.h"
 #include "platform/Unicode.h"
@@ -78,17 +77,23 @@ class IndexTexts {
 
 }  // namespace
 
-std::string TrueFolderName(const std::string& folder, std::string_view name) {
+std::optional<std::string> NameInIndex(std::string_view index, std::string_view name) {
   const std::optional<std::uint32_t> hash = HashAtEnd(name);
-  if (!hash) return std::string(name);
+  if (!hash) return std::nullopt;
+  const std::string_view begin = name.substr(0, name.size() - kDigits);
+  IndexTexts texts(index);
+  for (std::string text; texts.Next(text);) {
+    if (text.starts_with(begin) && HashOf(text) == *hash) return text;
+  }
+  return std::nullopt;
+}
+
+std::string TrueFolderName(const std::string& folder, std::string_view name) {
+  if (!HashAtEnd(name)) return std::string(name);
   try {
     const std::string index =
         ReadFileRange(folder + "/" + std::string(name) + ".msf", 0, kMostIndex);
-    const std::string_view begin = name.substr(0, name.size() - kDigits);
-    IndexTexts texts(index);
-    for (std::string text; texts.Next(text);) {
-      if (text.starts_with(begin) && HashOf(text) == *hash) return text;
-    }
+    return NameInIndex(index, name).value_or(std::string(name));
   } catch (const SourceError&) {  // without an index the name on disk is all there is
   }
   return std::string(name);

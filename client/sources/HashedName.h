@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,5 +11,8 @@ namespace client {
 // "Süd: A?B" becomes "Süd79ad4768". What it was cut from stands among the texts of its index
 // ("Süd79ad4768.msf") and is known by that hash. Any other name is returned as it is.
 std::string TrueFolderName(const std::string& folder, std::string_view name);
+
+// The text of an index that a name with a hash was cut from; nothing where it has none.
+std::optional<std::string> NameInIndex(std::string_view index, std::string_view name);
 
 }  // namespace client

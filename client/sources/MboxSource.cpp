@@ -67,7 +67,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   std::vector<bool> told;  // whether it was read
   bool hasNotes = false;   // in the mails themselves
   bool hasLabels = false;
-  const EudoraToc toc(path);
+  const EudoraToc toc = TocBeside(path);
   for (const MboxSplitter::Mail& mail : MailsOf(path, kind)) {
     std::string place = folder;
     StateFields fields = FieldsOf(path, mail, place);
@@ -117,5 +117,9 @@ Listing MboxSource::List() const {
 }
 
 std::string MboxSource::Read(const SourceItem& item) const { return ReadMboxItem(item, m_kind); }
+
+void MboxSource::AddFiles(const SourceItem& item, std::string& bytes, FilesBeside& files) const {
+  m_eudora.AddTo(item.file, bytes, files);
+}
 
 }  // namespace client

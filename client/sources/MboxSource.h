@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/sources/EudoraFiles.h"
 #include "client/sources/Source.h"
 
 namespace client {
@@ -25,10 +26,12 @@ class MboxSource : public Source {
   const char* Kind() const override { return "an mbox file"; }
   Listing List() const override;
   std::string Read(const SourceItem& item) const override;
+  void AddFiles(const SourceItem& item, std::string& bytes, FilesBeside& files) const override;
 
  private:
   std::string m_path;
   MboxKind m_kind;
+  mutable EudoraFiles m_eudora;
 };
 
 }  // namespace client

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "base/AsciiText.h"
+#include "client/sources/PackedFiles.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -82,10 +83,16 @@ bool IsAddressBook(std::string_view name) {
          (last.starts_with("abook") && last.ends_with(".sqlite"));
 }
 
+bool BeginsWithFields(std::string_view head) {
+  const std::size_t end = head.find('\n');
+  return end != std::string_view::npos && LooksLikeField(head.substr(0, end)) &&
+         LooksLikeField(head.substr(end + 1));
+}
+
 std::string UnreadMailForm(std::string_view name, std::string_view head) {
   constexpr std::string_view kCompound = "\xD0\xCF\x11\xE0";
   static constexpr std::array<std::string_view, 4> kOfMail = {".mbox", ".mbx", ".mbs", ".msg"};
-  if (IsPackedMail(name)) return "it is packed: unpack it first";
+  if (IsPackedMail(name) || HoldsPackedMail(head)) return "it is packed: unpack it first";
   for (const Form& form : kForms) {
     if (head.starts_with(form.beginning)) {
       return fmt::format("it looks like {}, which is not read", form.name);
@@ -94,11 +101,7 @@ std::string UnreadMailForm(std::string_view name, std::string_view head) {
   if (EndsWithNoCase(name, ".msg") && head.starts_with(kCompound)) {
     return "it is a mail of Outlook (.msg), which is not read: save it as .eml";
   }
-  // Two fields in a row are a header; one alone may be a line of any text.
-  const std::size_t end = head.find('\n');
-  const bool isHeader = end != std::string_view::npos && LooksLikeField(head.substr(0, end)) &&
-                        LooksLikeField(head.substr(end + 1));
-  if (isHeader) return "it looks like a mail by another name than .eml";
+  if (BeginsWithFields(head)) return "it looks like a mail by another name than .eml";
   const bool isCalled = std::ranges::any_of(
       kOfMail, [&](std::string_view each) { return EndsWithNoCase(name, each); });
   return isCalled ? "it is called as files of mail are, and what is in it looks like none" : "";

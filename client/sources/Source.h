@@ -13,6 +13,8 @@
 
 namespace client {
 
+class FilesBeside;
+
 // Something in a source that cannot be migrated, and why.
 struct SourceProblem {
   std::string location;
@@ -42,6 +44,10 @@ class Source {
   // The bytes of a mail, a calendar with one event or task, a card; not for prepared items. Throws
   // SourceError.
   virtual std::string Read(const SourceItem& item) const = 0;
+  // Puts what a store keeps of a mail in files of their own into its bytes, as they are sent; not
+  // for prepared items. What is not there is noted.
+  virtual void AddFiles(const SourceItem& /*item*/, std::string& /*bytes*/,
+                        FilesBeside& /*files*/) const {}
   // Adds what a mail's own bytes tell of its state to what its place told.
   virtual void AddState(std::string_view /*bytes*/, MailState& /*state*/) const {}
 };

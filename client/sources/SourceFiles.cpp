@@ -13,6 +13,7 @@
 
 #include "base/LogNull.h"
 #include "client/sources/Mbox.h"
+#include "client/sources/PackedFiles.h"
 #include "mime/tree/MimeInput.h"
 #include "platform/Unicode.h"
 
@@ -203,6 +204,7 @@ void RequireMail(std::string_view bytes) {
 
 std::string ReadMail(const std::string& path) {
   std::string bytes = ReadWholeFile(path);
+  if (!PackingOf(bytes).empty()) bytes = Unpacked(bytes);
   RequireMail(bytes);
   return bytes;
 }

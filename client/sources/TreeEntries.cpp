@@ -4,8 +4,8 @@
 #include <array>
 #include <limits>
 
-#include "client/sources/CutParts.h"
 #include "client/sources/Emlx.h"
+#include "client/sources/EudoraFiles.h"
 #include "client/sources/HashedName.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/MboxSource.h"
@@ -17,7 +17,7 @@
 namespace client {
 namespace {
 
-constexpr std::uint64_t kHead = 1024;  // bytes by which a file is known
+constexpr std::uint64_t kHead = 4096;  // bytes by which a file is known
 constexpr std::string_view kSbd = ".sbd";
 constexpr std::string_view kMbox = ".mbox";
 constexpr std::string_view kMbx = ".mbx";
@@ -102,6 +102,7 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
 bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
   // Bodies of parts, which are read with their mails.
   if (name == "Attachments" && parent.path.find(".mbox/") != std::string::npos) return true;
+  if (IsEudoraFilesFolder(parent.path, name)) return true;
   return IsAppleMailData(parent, name) || IsBesideProfiles(parent, name) || name == ".notmuch" ||
          name == "courierimapkeywords" || name == "courierimaphieracl" ||
          name.ends_with(".mozmsgs");
@@ -172,7 +173,7 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
   if (const auto place = EmlxPlaceOf(HeadOf(path))) {
     try {
       const EmlxState found =
-          ReadEmlxState(ReadFileRange(path, place->offset + place->length, 64 * kHead));
+          ReadEmlxState(ReadFileRange(path, place->offset + place->length, 16 * kHead));
       item.read = found.read;
       item.state = found.state;
     } catch (const SourceError&) {  // told when its turn comes
@@ -207,7 +208,7 @@ std::string ReadTreeMail(const SourceItem& item, MboxKind mbox, MovedMail& moved
   if (!place) throw SourceError("does not begin with the number of its bytes");
   std::string mail = ReadFileRange(item.location, place->offset, place->length);
   RequireMail(mail);
-  return IsPartialEmlxName(item.location) ? WithCutParts(std::move(mail), item.location) : mail;
+  return mail;
 }
 
 }  // namespace client

@@ -150,8 +150,8 @@ TEST(Sources, AMaildirComesOutOfTheMailboxAsItWentIn) {
   std::string keywords = "0 $Forwarded\n1 Gr&APwA3w-e\n2 To&ACA-do\n3 $label1\n";
   for (int i = 4; i < 26; ++i) keywords += std::to_string(i) + " Word" + std::to_string(i) + "\n";
   const char* const letters[] = {
-      "",   "S",   "R",  "RS",   "F", "FS",   "D",
-      "DS", "FRS", "PS", "PR", "PRS", "DFRS", "b", "Sbcd", "FPRSabcdefghijklmnopqrstuvwxyz"};
+      "",    "S",  "R",  "RS",  "F",    "FS", "D",    "DS",
+      "FRS", "PS", "PR", "PRS", "DFRS", "b",  "Sbcd", "FPRSabcdefghijklmnopqrstuvwxyz"};
   const char* const places[] = {"", "INBOX/Kunde/", "Projekte.2019/K&APY-ln/", "Sent/"};
   int number = 0;
   for (const std::string place : places) {
@@ -259,6 +259,42 @@ TEST_F(SecondPass, AFolderWhoseNameChangedItsCaseAloneIsTheSameOne) {
   EXPECT_EQ(second["there_already"], 2);
   EXPECT_EQ(second["missing"].size(), 0u);
   EXPECT_EQ(ItemsOf(m_folder.File("mailbox")).size(), 3u);
+}
+
+// What a program took out of its mails, and what no item can become: a word, and no second copy.
+TEST_F(SecondPass, TellsWhatAnItemThatIsThereCannotGet) {
+  m_folder.Write("source/Eudora/In.mbx",
+                 "From ???@??? Tue Mar 05 10:00:00 2019\n" + Mail("one") +
+                     "Attachment Converted: \"C:\\Eudora\\Attach\\offer.doc\"\n"
+                     "Attachment Converted: \"C:\\Eudora\\Attach\\list.doc\"\n");
+  m_folder.Write("source/Eudora/Attach/list.doc", "list");
+  m_folder.Write("source/INBOX/cur/1.a:2,DS", Mail("two"));
+  m_folder.Write("source/INBOX/new/.keep", "");
+  const auto remarks = [](const nlohmann::json& summary) {
+    std::string text;
+    for (const auto& each : summary["remarks"]) text += each["text"].get<std::string>() + "\n";
+    return text;
+  };
+  const nlohmann::json first = Pass({}, 1);
+  EXPECT_EQ(first["arrived_reduced"], 1);
+  EXPECT_EQ(remarks(first),
+            "arrived reduced, left out: attachment offer.doc (not in the source)\n");
+  EXPECT_EQ(remarks(Pass()), "");
+
+  m_folder.Write("source/Eudora/Attach/Offer.doc", "offer");
+  Rename("INBOX/cur/1.a:2,DS", "INBOX/cur/1.a:2,S");
+  const std::string late =
+      "arrived reduced, without what is in the source by now: attachment offer.doc\n";
+  const nlohmann::json later = Pass({}, 1);
+  EXPECT_EQ(later["there_already"], 2);
+  EXPECT_EQ(remarks(later),
+            late + "it is no draft in the source any more, and the item there stays one\n");
+  EXPECT_EQ(remarks(Pass({}, 1)), late);
+  EXPECT_EQ(ArrivedState(m_folder)["two"], "Inbox: RD 2019-03-04");
+  for (const StoredItem& item : ItemsOf(m_folder.File("mailbox"))) {
+    const std::string list = "attachment; filename=\"list.doc\"\r\n\r\nbGlzdA==\r\n";
+    EXPECT_EQ(item.mime.find(list) != std::string::npos, item.info.subject == "one");
+  }
 }
 
 TEST_F(SecondPass, ToldAsRemarkWhereTheTargetCannotBeTold) {

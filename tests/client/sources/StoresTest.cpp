@@ -1,13 +1,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <map>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "client/run/ItemLoader.h"
 #include "client/sources/Emlx.h"
+#include "client/sources/EudoraFiles.h"
 #include "client/sources/MhSequences.h"
 #include "tests/client/sources/PlanText.h"
 #include "tests/support/TemporaryFolder.h"
@@ -33,6 +38,42 @@ std::string Words(const std::vector<std::uint32_t>& words) {
     for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(word >> shift);
   }
   return bytes;
+}
+
+// A mail with two fields, as gzip packs it.
+const std::string kPackedMail(
+    "\037\213\010\000\000\000\000\000\002\377\013\311\267RHtH\342\012.M\312JM."
+    "\261R\250\340\342\002\000\256\007\272\230\024\000\000\000",
+    40);
+
+// One member of an archive.
+std::string Tar(const std::string& name, const std::string& bytes) {
+  std::string member(512 + (bytes.size() + 511) / 512 * 512, '\0');
+  std::ranges::copy(name, member.begin());
+  std::ranges::copy(fmt::format("{:011o}", bytes.size()), member.begin() + 124);
+  std::ranges::copy(std::string("ustar"), member.begin() + 257);
+  std::ranges::copy(bytes, member.begin() + 512);
+  return member;
+}
+std::string Zip(const std::string& name, const std::string& bytes) {
+  std::string header(30, '\0');
+  std::ranges::copy(std::string("PK\x03\x04"), header.begin());
+  header[18] = static_cast<char>(bytes.size());
+  header[26] = static_cast<char>(name.size());
+  return header + name + bytes;
+}
+
+std::string WithCrLf(const std::string& text) {
+  std::string lines;
+  for (const char c : text) lines += c == '\n' ? "\r\n" : std::string(1, c);
+  return lines;
+}
+
+// "NAME: REASON"
+std::vector<std::string> MissingOf(const LoadedItem& item) {
+  std::vector<std::string> missing;
+  for (const auto& [name, reason] : item.missing) missing.push_back(name + ": " + reason);
+  return missing;
 }
 
 std::string Mbox(const std::string& fields = "") {
@@ -195,6 +236,7 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"K&APY-ln.FOL/K&APY-ln.mbx", Mbox()},
         {"Leer.mbx", ""},
         {"Leer.TOC", std::string(104, 0)},
+        {"Attach/forwarded.eml", kMail},
         {"descmap.pce",
          "In,In.mbx,S,N\r\n,\r\nx,y\r\nK\xFC"
          "che, Bad,Kueche.mbx,M,N\r\n,,,\r\nKunden & Co,Kunden.fol,F,N"}},
@@ -231,25 +273,62 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
 
 TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   const TemporaryFolder folder;
-  const std::pair<const char*, std::string> lost[] = {{"1.partial.emlx.dbx", "\xCF\xAD\x12\xFE"},
-                                                      {"Inbox.dbx", "\xCF\xAD\x12\xFE"},
-                                                      {"babyl", "BABYL OPTIONS: x\n"},
-                                                      {"mail", "To: a@b\nSubject: x\n\nx"},
-                                                      {"mix", ":msg:1"},
-                                                      {"x.mbox", "nothing"},
-                                                      {"x.mbox.gz", "\x1F\x8B"},
-                                                      {"x.msg", "\xD0\xCF\x11\xE0"}};
+  const std::string tar = Tar("notes/", "") + Tar("notes/1", "From a@b Tue Mar  5 09:00:00 2024\n");
+  const std::pair<const char*, std::string> lost[] = {
+      {"mails.zip", Zip("m/", "") + Zip("m/1.EML", "x")},
+      {"old.tgz", kPackedMail},
+      {"old.tar", Tar("Maildir/cur/1:2,S", "")},
+      {"a.tar", tar},
+      {"1.partial.emlx.dbx", "\xCF\xAD\x12\xFE"},
+      {"Inbox.dbx", "\xCF\xAD\x12\xFE"},
+      {"babyl", "BABYL OPTIONS: x\n"},
+      {"mail", "To: a@b\nSubject: x\n\nx"},
+      {"mix", ":msg:1"},
+      {"x.mbox", "nothing"},
+      {"x.mbox.gz", "\x1F\x8B"},
+      {"x.msg", "\xD0\xCF\x11\xE0"}};
   for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
   folder.Write("notes.txt", "Note: one field is none\n");
   folder.Write("dovecot-uidlist", "3 V1\n");
   folder.Write("abook.sqlite", "x");
+  folder.Write("notes.tar", Tar("notes.txt", "Note: one field\n"));
+  folder.Write("notes.zip", Zip("notes.txt", "x"));
+  folder.Write("notes.gz", "\x1F\x8Bxyz");
   folder.Write("old.mab", "x");
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 8);
-  EXPECT_EQ(plan.problems.size(), 11u);
+  EXPECT_EQ(losses, 12);
+  EXPECT_EQ(plan.problems.size(), 18u);
+}
+
+// As Dovecot keeps mail on a disk that is short.
+TEST(Stores, PackedMailOfAMaildirIsReadOrNamed) {
+  const TemporaryFolder folder;
+  folder.Write("cur/.x", "");
+  folder.Write("new/1", kPackedMail);
+  const std::pair<std::string, const char*> rows[] = {
+      {kPackedMail.substr(0, kPackedMail.size() - 1), "(gzip), and its end is missing"},
+      {kPackedMail.substr(0, kPackedMail.size() - 8) + "sum was here", "(gzip), and damaged"},
+      {"\x28\xB5\x2F\xFDx", "packed (zstd): unpack it first"},
+      {std::string("\xFD"
+                   "7zXZ\0",
+                   6),
+       "packed (xz): unpack it first"}};
+  for (std::size_t i = 0; i < std::size(rows); ++i)
+    folder.Write("new/" + std::to_string(2 + i), rows[i].first);
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), 5u);
+  EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), "To: a@b\nSubject: x\n\n");
+  for (std::size_t i = 0; i < std::size(rows); ++i) {
+    try {
+      (void)plan.sources[0]->Read(plan.entries[1 + i].item);
+      ADD_FAILURE() << i;
+    } catch (const SourceError& error) {
+      EXPECT_THAT(error.what(), testing::HasSubstr(rows[i].second));
+    }
+  }
 }
 
 // Whoever may read everything is somebody else for that long.
@@ -296,19 +375,102 @@ TEST(Emlx, PartsThatLieBesideAMailComeToTheirPlaces) {
       "Subject: x\nContent-Type: multipart/mixed; boundary=\"a b\"\n\n--a b\n"
       "Content-Type: multipart/related;\n boundary=c\n\n--c\n\ntext\n--c\n"
       "Content-Transfer-Encoding: BASE64\n" +
-      cut + "\n--c--\n--a b\n" + cut + "--a b--\n";
+      cut + "\n--c--\n--a b\nContent-Disposition: attachment; filename=notes.txt\n" + cut +
+      "--a b--\n";
   const TemporaryFolder folder;
   folder.Write("INBOX.mbox/Data/Messages/12.partial.emlx", Emlx(mail, 1));
   folder.Write("INBOX.mbox/Data/Attachments/12/1.2/pic.png", "pic");
   const Plan plan = MakePlan({folder.Path()});
   ASSERT_EQ(plan.entries.size(), 1u);
   EXPECT_TRUE(plan.problems.empty());
-  EXPECT_THROW(plan.sources[0]->Read(plan.entries[0].item), SourceError);
-  folder.Write("INBOX.mbox/Data/Attachments/12/2/notes.txt", "notes\n");
   std::string wanted = mail;
-  wanted.insert(wanted.rfind(cut) + cut.size(), "notes\n");
   wanted.insert(wanted.find(cut) + cut.size(), "cGlj\n");
-  EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), wanted);
+  const LoadedItem partial = ItemLoader::Load(plan.entries[0]);
+  EXPECT_EQ(partial.bytes, WithCrLf(wanted));
+  EXPECT_THAT(MissingOf(partial), ElementsAre("notes.txt: not in the source"));
+  folder.Write("INBOX.mbox/Data/Attachments/12/2/notes.txt", "notes\n");
+  wanted.insert(wanted.rfind(cut) + cut.size(), "notes\n");
+  const LoadedItem whole = ItemLoader::Load(plan.entries[0]);
+  EXPECT_EQ(whole.bytes, WithCrLf(wanted));
+  EXPECT_THAT(MissingOf(whole), IsEmpty());
+  EXPECT_EQ(whole.hash, partial.hash);
+}
+
+TEST(Eudora, FilesBesideItsMailboxesComeBackIntoTheirMails) {
+  const std::string from = "From ???@??? Tue Mar 05 10:00:00 2019\r\n";
+  const std::string text = "\r\nattachment converted: <no path>\r\n";
+  const std::string lines =
+      "Attachment Converted: \"c:\\eudora\\attach\\OFFER.doc\"\r\n"
+      "Attachment converted: Macintosh HD:K\xF6ln.x (TEXT/ttxt) (0001234A)\r\n"
+      "Embedded Content: logo.gif: 00000001,1a2b3c4d,00000000,00000000\r\n"
+      "Attachment Converted: ..\\..\\In.mbx\r\nAttachment Converted: ..\r\n"
+      "Attachment Converted: \"C:\\Attach\\link\"\r\nAttachment Converted: /dev/zero\r\n"
+      "Attachment Converted: gone.doc\r\nAttachment Converted: offer.doc\r\n";
+  const std::string head =
+      "X-Attachments: C:\\a.doc;\r\nContent-Type: Text/Plain;\r\n format=flowed\r\n";
+  const TemporaryFolder folder;
+  folder.Write("Kunden.fol/Alt.mbx", from + head + "Subject: x\r\n\r\nt\xE4xt\r\n" + lines);
+  folder.Write("ATTACH/offer.doc", "doc");
+  folder.Write("ATTACH/K\xC3\xB6ln.x", std::string(60, 'x'));
+  folder.Write("Embedded/Logo.gif", "gif");
+  std::filesystem::create_symlink("/etc/passwd", folder.File("ATTACH/link"));
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), 1u);
+  const LoadedItem item = ItemLoader::Load(plan.entries[0]);
+  EXPECT_THAT(MissingOf(item),
+              ElementsAre("In.mbx: not in the source", "link: Too many levels of symbolic links",
+                          "zero: not in the source", "gone.doc: not in the source"));
+  const std::size_t begin = item.bytes.find("=_");
+  ASSERT_NE(begin, std::string::npos);
+  const std::string boundary = item.bytes.substr(begin, 34);
+  const auto part = [&](const std::string& fields, const std::string& body) {
+    return "--" + boundary + "\r\nContent-Type: " + fields +
+           "\r\nContent-Transfer-Encoding: base64\r\nContent-Disposition: attachment; filename" +
+           body;
+  };
+  EXPECT_EQ(item.bytes,
+            "X-Attachments: C:\\a.doc;\r\nSubject: x\r\nMIME-Version: 1.0\r\n"
+            "Content-Type: multipart/mixed; boundary=\"" +
+                boundary + "\"\r\n\r\n--" + boundary +
+                "\r\nContent-Type: Text/Plain;\r\n format=flowed\r\n\r\nt\xE4xt\r\n" + lines +
+                "\r\n" +
+                part("application/msword; name=\"offer.doc\"", "=\"offer.doc\"\r\n\r\nZG9j\r\n") +
+                part("application/octet-stream; name*=UTF-8''K%C3%B6ln.x",
+                     "*=UTF-8''K%C3%B6ln."
+                     "x\r\n\r\neHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
+                     "eHh4eHh4\r\neHh4\r\n") +
+                part("image/gif; name=\"Logo.gif\"", "=\"Logo.gif\"\r\n\r\nZ2lm\r\n") + "--" +
+                boundary + "--\r\n");
+
+  // One whose parts were put away is text; what a sender names counts where nothing came of it; and
+  // a list of files is as good as its owner's disk.
+  std::string many;
+  for (int i = 0; i < 10000; ++i) many += "Attachment Converted: " + std::to_string(i) + "\r\n";
+  const std::string old =
+      from + "Subject: x\r\nX-Attachments: C:\\offer.doc; D:\\b c.txt ;\r\n" +
+      "Content-Type: multipart/mixed; boundary=b\r\n\r\n<x-html>\xE4</x-html>\r\n";
+  folder.Write("Kunden.fol/Alt.mbx", old + from + "Subject: y\r\n\r\n" + many);
+  std::filesystem::create_directory(folder.File("Attach"));
+  folder.Write("Attach/9", "");
+  std::filesystem::resize_file(folder.File("Attach/9"), FilesBeside::kMostBytes + 1);
+  const Plan later = MakePlan({folder.File("Kunden.fol/Alt.mbx")});
+  ASSERT_EQ(later.entries.size(), 2u);
+  const LoadedItem html = ItemLoader::Load(later.entries[0]);
+  EXPECT_THAT(MissingOf(html), ElementsAre("b c.txt: not in the source"));
+  EXPECT_THAT(html.bytes, testing::HasSubstr("\r\nContent-Type: text/html; charset=windows-1252\r\n"
+                                             "Content-Transfer-Encoding: 8bit\r\n\r\n<x-html>"));
+  const std::vector<std::string> missing = MissingOf(ItemLoader::Load(later.entries[1]));
+  EXPECT_EQ(missing.size(), kMostEudoraFiles + 1);
+  EXPECT_EQ(missing.back(), "and all others: more than a mail can have");
+  EXPECT_EQ(missing[9], "9: too large");
+  std::filesystem::remove_all(folder.File("ATTACH"));
+  EXPECT_EQ(ItemLoader::Load(MakePlan({folder.File("Kunden.fol/Alt.mbx")}).entries[0]).hash,
+            html.hash);
+
+  // Anybody's mail may quote such a line.
+  folder.Write("Old.mbox", Mbox() + lines);
+  EXPECT_THAT(MissingOf(ItemLoader::Load(MakePlan({folder.File("Old.mbox")}).entries[0])),
+              IsEmpty());
 }
 
 TEST(MhSequences, RangesMayOverlapAndBeAnything) {

@@ -1,0 +1,84 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "client/sources/CutParts.h"
+#include "client/sources/EudoraFiles.h"
+#include "client/sources/EudoraToc.h"
+#include "client/sources/FolderNames.h"
+#include "client/sources/HashedName.h"
+#include "client/sources/MixedMail.h"
+#include "client/sources/PackedFiles.h"
+
+// What programs keep beside their mails, or took out of them: a Eudora's list of folders, of mails
+// and the names of its files, the index of a Thunderbird, the parts that an Apple Mail cut off, and
+// what is packed. No name leads out of its folder, and no place lies behind the end.
+
+namespace {
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+void CheckNames(std::string_view text) {
+  const client::EudoraNames names(text);
+  for (const char* file : {"In.mbx", "Customer.fol", ""}) {
+    const auto name = names.Of(file);
+    Require(!name || name->size() <= 3 * text.size());
+  }
+  const std::string_view name = text.substr(0, text.find('\n'));
+  const auto own = client::NameInIndex(text.substr(std::min(name.size() + 1, text.size())), name);
+  Require(!own || own->starts_with(name.substr(0, name.size() - 8)));
+  const client::EudoraToc toc(text);
+  client::StateFields fields;
+  toc.AddState(0, fields);
+  Require(text.size() >= 322 || !fields.read);
+}
+
+void CheckFiles(std::string_view mail) {
+  const std::vector<std::string> names = client::EudoraFileNames(mail);
+  Require(names.size() <= client::kMostEudoraFiles + 1);
+  for (const std::string& name : names) {
+    Require(!name.empty() && name != "." && name != "..");
+    Require(name.find_first_of("\\/:\n") == std::string::npos);
+  }
+  std::uint64_t before = 0;
+  for (const client::CutPart& part : client::CutPartsOf(mail)) {
+    Require(part.body >= before && part.body <= mail.size() && !part.name.empty());
+    before = part.body;
+  }
+}
+
+// The body stays as it is, and the file stands behind it.
+void CheckMixed(std::string_view mail) {
+  client::MixedMail mixed(mail);
+  mixed.Attach(mail.substr(0, 300), "file");
+  const std::string whole = std::move(mixed).Finish();
+  const std::size_t end = mail.find("\n\n");
+  const std::string_view body = end == std::string_view::npos ? "" : mail.substr(end + 2);
+  Require(whole.find(body) != std::string::npos && whole.find("\nZmlsZQ==") != std::string::npos);
+}
+
+void CheckPacked(std::string_view bytes) {
+  (void)client::HoldsPackedMail(bytes);
+  if (client::PackingOf(bytes).empty()) return;
+  try {
+    Require(client::Unpacked(bytes).size() <= client::kMostUnpacked);
+  } catch (const client::SourceError&) {  // its word for what is damaged
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view input(reinterpret_cast<const char*>(data), size);
+  CheckNames(input);
+  CheckFiles(input);
+  CheckMixed(input);
+  CheckPacked(input);
+  return 0;
+}
