@@ -22,11 +22,6 @@ constexpr std::string_view kMbox = ".mbox";
 constexpr std::string_view kMbx = ".mbx";
 constexpr std::string_view kFol = ".fol";
 
-bool Has(const std::vector<FolderEntry>& entries, std::string_view name) {
-  const auto found = std::ranges::lower_bound(entries, name, {}, &FolderEntry::name);
-  return found != entries.end() && found->name == name;
-}
-
 std::string HeadOf(const std::string& path) {
   try {
     return ReadFileRange(path, 0, kHead);
@@ -61,26 +56,24 @@ SourceProblem LeftOut(const SourceFolder& folder, const std::string& path, std::
 
 }  // namespace
 
-bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                 Listing& listing, std::vector<SourceFolder>& below) {
+bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below) {
   static constexpr std::array<std::string_view, 2> kMailFolders = {"ImapMail", "Mail"};
-  if (!Has(entries, "prefs.js")) return false;
-  bool any = false;
-  for (const FolderEntry& entry : entries) {
-    if (!IsAddressBook(entry.name)) continue;
+  const auto has = [&](std::string_view name) { return HasEntry(folder.path, name); };
+  if (!has("prefs.js") || std::ranges::none_of(kMailFolders, has)) return false;
+  EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {
+    if (!IsAddressBook(entry.name)) return;
     listing.problems.push_back({folder.path + "/" + entry.name,
                                 "an address book: have its program write it as a .vcf file"});
-  }
+  });
   for (const std::string_view name : kMailFolders) {
-    if (!Has(entries, name)) continue;
-    any = true;
+    if (!has(name)) continue;
     const std::string path = folder.path + "/" + std::string(name);
     for (const FolderEntry& account : ListFolder(path, listing.problems)) {
       if (account.kind != EntryKind::kFolder) continue;
       below.push_back({path + "/" + account.name, folder.levels, folder.levels});
     }
   }
-  return any;
+  return true;
 }
 
 TagNames TagsOfProfile(const std::string& path) { return TagNames(TextOf(path + "/prefs.js")); }
@@ -123,22 +116,20 @@ bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
          name == "courierimaphieracl" || name.ends_with(".mozmsgs");
 }
 
-OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                               MboxKind mbox)
+OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, MboxKind mbox)
     : m_folder(folder),
-      m_entries(entries),
       m_mbox(mbox),
-      m_isMh(Has(entries, ".mh_sequences") || Has(entries, ".claws_mark") ||
-             Has(entries, ".sylpheed_mark")),
-      m_eudora(Has(entries, EudoraNames::kFile) ? TextOf(folder.path + "/" + EudoraNames::kFile)
-                                                : std::string()) {
+      m_isMh(HasEntry(".mh_sequences") || HasEntry(".claws_mark") || HasEntry(".sylpheed_mark")),
+      m_eudora(TextOf(folder.path + "/" + EudoraNames::kFile)) {
   if (!m_isMh) return;
   m_sequences = MhSequences(TextOf(folder.path + "/.mh_sequences"));
   const std::string claws = TextOf(folder.path + "/.claws_mark");
   m_marks = MhMarks(claws.empty() ? TextOf(folder.path + "/.sylpheed_mark") : claws);
 }
 
-bool OtherTreeFiles::HasEntry(const std::string& name) const { return Has(m_entries, name); }
+bool OtherTreeFiles::HasEntry(const std::string& name) const {
+  return client::HasEntry(m_folder.path, name);
+}
 
 bool OtherTreeFiles::HasToc(const std::string& name) const {
   if (!EndsWithNoCase(name, kMbx)) return false;

@@ -9,6 +9,7 @@
 #include "client/sources/MhMarks.h"
 #include "client/sources/MhSequences.h"
 #include "client/sources/MovedMail.h"
+#include "client/sources/SourceFiles.h"
 #include "client/sources/TagNames.h"
 
 // What the folders and files of a tree mean to the program that made it.
@@ -16,8 +17,7 @@ namespace client {
 
 // The profile of a Thunderbird: all its mail lies in folders of accounts, whose folders become one
 // tree. False for any other folder.
-bool TakeProfile(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                 Listing& listing, std::vector<SourceFolder>& below);
+bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below);
 
 // What its owner calls the tags of mails.
 TagNames TagsOfProfile(const std::string& path);
@@ -30,8 +30,7 @@ bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name);
 class OtherTreeFiles {
  public:
   // Of one folder.
-  OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                 MboxKind mbox);
+  OtherTreeFiles(const SourceFolder& folder, MboxKind mbox);
   void Take(const FolderEntry& entry, Listing& listing) const;
   // The levels of the target that a folder in it adds to its own: "Name\", "Name\" of "Name.sbd"
   // and "Name.mbox", none of what programs put between.
@@ -46,7 +45,6 @@ class OtherTreeFiles {
   bool HasToc(const std::string& name) const;  // beside an mbox of a Eudora
 
   const SourceFolder& m_folder;
-  const std::vector<FolderEntry>& m_entries;  // sorted by name
   MboxKind m_mbox;
   bool m_isMh;
   EudoraNames m_eudora;
