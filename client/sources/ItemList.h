@@ -8,27 +8,11 @@
 #include <unordered_map>
 #include <vector>
 
+#include "client/sources/MadeOnTheWay.h"
 #include "client/sources/RecordList.h"
 #include "client/sources/SourceItem.h"
 
 namespace client {
-
-// Goes through a list whose members are made when they are asked for.
-template <typename List>
-class MadeOnTheWay {
- public:
-  MadeOnTheWay(const List* list, std::size_t at) : m_list(list), m_at(at) {}
-  auto operator*() const { return (*m_list)[m_at]; }
-  MadeOnTheWay& operator++() {
-    ++m_at;
-    return *this;
-  }
-  bool operator==(const MadeOnTheWay&) const = default;
-
- private:
-  const List* m_list;
-  std::size_t m_at;
-};
 
 // Items, of which a source may have millions. Each takes some tens of bytes, which are mostly not
 // in memory: a record of what is its own, mostly the end of its path, beside what it shares with

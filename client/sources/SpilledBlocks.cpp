@@ -19,6 +19,7 @@ void SpilledBlocks::Add(std::string block) {
     m_fileSize += block.size();
     return;
   }
+  block.shrink_to_fit();
   m_held += block.size();
   m_blocks.push_back({.held = std::move(block)});
 }
