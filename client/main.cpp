@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -68,6 +69,7 @@ int Run(const client::Arguments& arguments) {
 
 int main(int argc, char** argv) {
   umask(077);
+  (void)std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow fails like one on a full disk
   platform::KeepFreedMemory();
   mail::installLibraryNarrow();
   const localstore::Provider stores;

@@ -23,9 +23,9 @@ Adoption::Folder& Adoption::FolderOf(const std::string& folder) {
   if (m_identities.empty()) GroupEntries();
   const std::string& identity = m_identities.at(folder);
   if (const auto known = m_folders.find(identity); known != m_folders.end()) return known->second;
-  const Entries& entries = m_entries[identity];
+  const NumberRanges& entries = m_entries[identity];
   const bool hasVersions = std::ranges::any_of(
-      entries, [&](std::size_t number) { return m_plan.entries[number].item.IsOther(); });
+      entries.All(), [&](std::size_t number) { return m_plan.entries[number].item.IsOther(); });
   Folder read;
   read.own = KeysOf(entries);
   read.index = ReadTargetFolder(m_look, folder, read.own, [&](const ews::FoundItem& found) {
@@ -54,16 +54,16 @@ void Adoption::GroupEntries() {
   for (const Plan::Entry& entry : m_plan.entries) {
     const auto [place, isNew] = m_identities.try_emplace(entry.item.folder);
     if (isNew) place->second = m_look.Identity(entry.item.folder);
-    m_entries[place->second].push_back(entry.number);
+    m_entries[place->second].Add(entry.number);
   }
   std::set<std::string> identities;
   for (const auto& [folder, identity] : m_identities) identities.insert(identity);
   m_second.emplace(m_look, std::move(identities));
 }
 
-OwnKeys Adoption::KeysOf(const Entries& entries) const {
+OwnKeys Adoption::KeysOf(const NumberRanges& entries) const {
   OwnKeys keys;
-  for (const std::size_t number : entries) {
+  for (const std::size_t number : entries.All()) {
     if (StopRequested()) throw RunError("asked to stop");
     try {
       const Plan::Entry entry = m_plan.entries[number];

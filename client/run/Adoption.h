@@ -5,9 +5,9 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "client/run/ItemLoader.h"
+#include "client/run/NumberRanges.h"
 #include "client/run/Plan.h"
 #include "client/run/SecondPlaces.h"
 #include "client/run/TargetIndex.h"
@@ -44,15 +44,14 @@ class Adoption {
     OwnKeys own;
     VersionsById versions;
   };
-  using Entries = std::vector<std::size_t>;  // by their numbers
   void GroupEntries();
   Folder& FolderOf(const std::string& folder);
-  OwnKeys KeysOf(const Entries& entries) const;
+  OwnKeys KeysOf(const NumberRanges& entries) const;
 
   TargetLook& m_look;
   const Plan& m_plan;
   std::map<std::string, std::string> m_identities;  // by folder of the source
-  std::map<std::string, Entries> m_entries;         // the next two by identity
+  std::map<std::string, NumberRanges> m_entries;    // the next two by identity
   std::map<std::string, Folder> m_folders;
   std::optional<SecondPlaces> m_second;
 };

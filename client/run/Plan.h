@@ -9,6 +9,7 @@
 
 #include "client/run/FolderMap.h"
 #include "client/sources/ItemList.h"
+#include "client/sources/MadeOnTheWay.h"
 #include "client/sources/Source.h"
 
 namespace client {

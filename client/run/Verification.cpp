@@ -12,6 +12,7 @@
 
 #include "client/run/Adoption.h"
 #include "client/run/MailKey.h"
+#include "client/run/NumberRanges.h"
 #include "client/run/RunFolder.h"
 #include "client/run/SecondPlaces.h"
 #include "client/run/StopRequest.h"
@@ -169,9 +170,9 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
   }
   m_done = 0;
   m_total = plan.entries.size();
-  std::unordered_map<const FolderCheck*, std::vector<std::size_t>> numbers;
+  std::unordered_map<const FolderCheck*, NumberRanges> numbers;
   for (const Plan::Entry& entry : plan.entries) {
-    numbers[byFolder.at(entry.item.folder)].push_back(entry.number);
+    numbers[byFolder.at(entry.item.folder)].Add(entry.number);
   }
   // By target folder: several of the source may lead to one. What its items say is kept no longer
   // than it is looked at, but for the few that may stand elsewhere, too.
@@ -185,7 +186,7 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
   for (const auto& [identity, sharing] : places) {
     Records all;
     for (FolderCheck* check : sharing) {
-      for (const std::size_t number : numbers[check]) {
+      for (const std::size_t number : numbers[check].All()) {
         const Plan::Entry entry = plan.entries[number];
         Step(entry);
         ++check->items;

@@ -63,16 +63,16 @@ void CourierKeywords::TakeList(std::string_view text) {
 void CourierKeywords::TakeFiles(const std::string& folder) {
   std::vector<SourceProblem> unread;  // keywords alone: the mails are there
   std::unordered_map<std::string, std::size_t> versions;
-  for (const FolderEntry& entry : ListFolder(folder, unread)) {
+  EachEntry(folder, unread, [&](const FolderEntry& entry) {
     std::string_view name = entry.name;
-    if (entry.kind != EntryKind::kFile || name.starts_with(':')) continue;
+    if (entry.kind != EntryKind::kFile || name.starts_with(':')) return;
     std::size_t version = 0;
     if (name.starts_with('.')) {
       name.remove_prefix(1);
       version = NumberIn(TakeUpTo(name, '.')).value_or(0);
     }
     const auto [known, isNew] = versions.try_emplace(std::string(name), version);
-    if (!isNew && known->second > version) continue;
+    if (!isNew && known->second > version) return;
     known->second = version;
     std::vector<std::string>& keywords = m_keywords[std::string(name)];
     keywords.clear();
@@ -81,7 +81,7 @@ void CourierKeywords::TakeFiles(const std::string& folder) {
       const std::string_view keyword = mail::trimmed(TakeUpTo(rest, '\n'));
       if (!keyword.empty()) keywords.emplace_back(keyword);
     }
-  }
+  });
 }
 
 const std::vector<std::string>& CourierKeywords::Of(std::string_view fileName) const {

@@ -4,8 +4,6 @@
 
 #include <fmt/format.h>
 
-#include "client/sources/FolderHas.h"
-
 namespace client {
 namespace {
 
@@ -19,7 +17,7 @@ bool IsNumbered(std::string_view name, std::string_view beginning) {
 
 std::optional<SourceProblem> DboxStoreAt(const std::string& folder) {
   const bool isOfOneEach = folder.ends_with("/dbox-Mails");
-  const bool isOfMany = folder.ends_with("/storage") && FolderHas(folder, "dovecot.map.index");
+  const bool isOfMany = folder.ends_with("/storage") && HasEntry(folder, "dovecot.map.index");
   if (!isOfOneEach && !isOfMany) return std::nullopt;
   std::size_t files = 0;
   std::vector<SourceProblem> ofWalk;  // whoever walks on tells of them

@@ -6,8 +6,8 @@
 #include <map>
 
 #include "base/AsciiText.h"
-#include "client/sources/DboxStore.h"
 #include "client/sources/CutParts.h"
+#include "client/sources/DboxStore.h"
 #include "client/sources/Emlx.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
@@ -43,17 +43,6 @@ void AddCards(const std::vector<std::string>& paths, const std::string& levels, 
   for (const SourceItem& item : found) listing.items.Add(item);
 }
 
-void AddCardsOf(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                Listing& listing) {
-  std::vector<std::string> paths;
-  for (const FolderEntry& entry : entries) {
-    if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
-      paths.push_back(folder.path + "/" + entry.name);
-    }
-  }
-  AddCards(paths, folder.levels, listing);
-}
-
 void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherTreeFiles& others,
               Listing& listing, std::vector<SourceFolder>& below) {
   const std::string path = folder.path + "/" + entry.name;
@@ -65,8 +54,6 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
     listing.items.Add({path, TargetOf(folder.levels), true, 0, entry.size});
   } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
     AddCalendar(path, folder.levels, listing);
-  } else if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
-    // Together with those beside it.
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
     others.TakeHidden(entry, listing);
   } else if (entry.kind == EntryKind::kFile) {
@@ -76,19 +63,26 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   }
 }
 
-void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                    MboxKind mbox, Listing& listing, std::vector<SourceFolder>& below) {
-  // One that holds something is made with it, and may be for items of another kind than mail.
-  if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
+void TakeTreeFolder(const SourceFolder& folder, MboxKind mbox, Listing& listing,
+                    std::vector<SourceFolder>& below) {
   const bool isMaildir = MaildirSource::IsMaildir(folder.path);
   if (isMaildir) ListMaildirFolder(folder, listing);
   NameProfilesElsewhere(folder.path, listing.problems);
-  const OtherTreeFiles others(folder, entries, mbox);
-  for (const FolderEntry& entry : entries) {
-    if (isMaildir && IsMaildirPart(entry.name)) continue;
-    AddEntry(folder, entry, others, listing, below);
-  }
-  AddCardsOf(folder, entries, listing);
+  const OtherTreeFiles others(folder, mbox);
+  bool isEmpty = true;
+  std::vector<std::string> cards;
+  EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {
+    isEmpty = false;
+    if (isMaildir && IsMaildirPart(entry.name)) return;
+    if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
+      cards.push_back(folder.path + "/" + entry.name);
+    } else {
+      AddEntry(folder, entry, others, listing, below);
+    }
+  });
+  AddCards(cards, folder.levels, listing);
+  // One that holds something is made with it, and may be for items of another kind than mail.
+  if (isEmpty) listing.folders.push_back(TargetOf(folder.levels));
 }
 
 // Each profile has names of its own; none lies in another.
@@ -124,14 +118,13 @@ Listing EmlSource::List() const {
   }
   std::map<std::string, TagNames> profiles;  // by path
   std::vector<std::string> aboveAccounts;
-  Listing listing =
-      WalkFolders(m_path, [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                              Listing& found, std::vector<SourceFolder>& below) {
+  Listing listing = WalkFolders(
+      m_path, [&](const SourceFolder& folder, Listing& found, std::vector<SourceFolder>& below) {
         if (IsAboveAccounts(folder.path)) aboveAccounts.push_back(folder.path);
         if (TakeProfile(folder, found, below)) {
           profiles.emplace(folder.path + "/", TagsOfProfile(folder.path));
         } else {
-          TakeTreeFolder(folder, entries, m_mbox, found, below);
+          TakeTreeFolder(folder, m_mbox, found, below);
         }
       });
   NameTags(profiles, listing);

@@ -1,6 +1,7 @@
 #include "client/sources/FolderWalk.h"
 
 #include "client/sources/PreparedItem.h"
+#include "client/sources/SourceFiles.h"
 
 namespace client {
 
@@ -15,13 +16,12 @@ Listing WalkFolders(const std::string& root, const TakeFolder& take) {
   while (!pending.empty()) {
     const SourceFolder folder = std::move(pending.back());
     pending.pop_back();
-    const std::vector<FolderEntry> entries = ListFolder(folder.path, listing.problems);
-    if (HoldsDescriptor(entries)) {
-      listing.items.Add(PreparedItemAt(folder.path, TargetOf(folder.parent), entries));
+    if (HoldsDescriptor(folder.path)) {
+      listing.items.Add(PreparedItemAt(folder.path, TargetOf(folder.parent), listing.problems));
       continue;
     }
     std::vector<SourceFolder> below;
-    take(folder, entries, listing, below);
+    take(folder, listing, below);
     pending.insert(pending.end(), below.rbegin(), below.rend());
   }
   return listing;

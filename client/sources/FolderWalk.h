@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "client/sources/SourceFiles.h"
+#include "client/sources/Source.h"
 
 namespace client {
 
@@ -19,9 +19,8 @@ struct SourceFolder {
 std::string TargetOf(const std::string& levels);
 
 // Adds what a folder holds to the listing, and the folders to go on with to `below`, both in order.
-using TakeFolder =
-    std::function<void(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                       Listing& listing, std::vector<SourceFolder>& below)>;
+using TakeFolder = std::function<void(const SourceFolder& folder, Listing& listing,
+                                      std::vector<SourceFolder>& below)>;
 
 // Walks a tree of folders: a folder's own mail comes before that of the folders below it. One with
 // a descriptor is a prepared item of the folder above it, whatever else it holds, and is not

@@ -1,7 +1,5 @@
 #include "client/sources/ItemList.h"
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace client {
@@ -33,8 +31,6 @@ enum FormFlag : unsigned {
   kHasExtents = 64,
   kHasAppendix = 128,
 };
-
-constexpr std::size_t kBlock = 65535;  // bytes: where a record starts fits 16 bits
 
 void PutNumber(std::uint64_t value, std::string& record) {
   for (; value >= 0x80; value >>= 7) record += static_cast<char>(0x80 | (value & 0x7F));
@@ -150,16 +146,7 @@ void ItemList::Add(const SourceItem& item) {
   const std::uint64_t part = PartOf(item, path);
   ++m_shared[part].items;
   m_shared[part].bytes += item.length;
-  const std::string record = RecordOf(item, path, part);
-  if (m_blocks.empty() || m_blocks.back().records.size() + record.size() > kBlock) {
-    if (!m_blocks.empty()) m_blocks.back().starts.shrink_to_fit();
-    m_blocks.push_back({.first = m_size, .records = {}, .starts = {}});
-    m_blocks.back().records.reserve(std::max(kBlock, record.size()));
-  }
-  Block& block = m_blocks.back();
-  block.starts.push_back(static_cast<std::uint16_t>(block.records.size()));
-  block.records += record;
-  ++m_size;
+  m_records.Add(RecordOf(item, path, part));
 }
 
 std::uint64_t ItemList::PartOf(const SourceItem& item, std::string_view path) {
@@ -170,17 +157,10 @@ std::uint64_t ItemList::PartOf(const SourceItem& item, std::string_view path) {
   return part->second;
 }
 
-const ItemList::Block& ItemList::BlockOf(std::size_t at) const {
-  return *std::prev(std::ranges::upper_bound(m_blocks, at, {}, &Block::first));
-}
+SourceItem ItemList::operator[](std::size_t at) const { return Made(m_records[at]); }
 
-SourceItem ItemList::operator[](std::size_t at) const {
-  const Block& block = BlockOf(at);
-  return Made(block, at - block.first);
-}
-
-SourceItem ItemList::Made(const Block& block, std::size_t at) const {
-  Reader record(block.records.data() + block.starts[at]);
+SourceItem ItemList::Made(std::string_view bytes) const {
+  Reader record(bytes.data());
   SourceItem item;
   SetState(record.Byte(), item);
   const unsigned form = record.Byte();
@@ -211,18 +191,14 @@ SourceItem ItemList::Made(const Block& block, std::size_t at) const {
 
 void ItemList::SetUnread(std::size_t at) {
   // The flags of the state come first.
-  const Block& block = BlockOf(at);
-  char& flags = m_blocks[static_cast<std::size_t>(&block - m_blocks.data())]
-                    .records[block.starts[at - block.first]];
-  flags = static_cast<char>(static_cast<unsigned char>(flags) & ~unsigned{kRead});
+  const auto flags = static_cast<unsigned char>(m_records[at].front());
+  m_records.Change(at, 0, static_cast<char>(flags & ~unsigned{kRead}));
 }
 
 void ItemList::TakeAll(const std::function<void(SourceItem item)>& take) {
-  for (Block& kept : m_blocks) {
-    const Block block = std::exchange(kept, {});
-    for (std::size_t i = 0; i < block.starts.size(); ++i) take(Made(block, i));
-  }
-  *this = {};
+  m_records.TakeAll([&](std::string_view record) { take(Made(record)); });
+  m_shared.clear();
+  m_partOf.clear();
 }
 
 void ItemList::Move(const std::function<std::string(const Shared& shared)>& folderOf) {

@@ -8,32 +8,21 @@
 #include <unordered_map>
 #include <vector>
 
+#include "client/sources/MadeOnTheWay.h"
+#include "client/sources/RecordList.h"
 #include "client/sources/SourceItem.h"
 
 namespace client {
 
-// Goes through a list whose members are made when they are asked for.
-template <typename List>
-class MadeOnTheWay {
- public:
-  MadeOnTheWay(const List* list, std::size_t at) : m_list(list), m_at(at) {}
-  auto operator*() const { return (*m_list)[m_at]; }
-  MadeOnTheWay& operator++() {
-    ++m_at;
-    return *this;
-  }
-  bool operator==(const MadeOnTheWay&) const = default;
-
- private:
-  const List* m_list;
-  std::size_t m_at;
-};
-
-// Items, of which a source may have millions. Each takes some tens of bytes: a record of what is
-// its own, mostly the end of its path, beside what it shares with those that lie and go where it
-// does. The whole item is made when it is asked for.
+// Items, of which a source may have millions. Each takes some tens of bytes, which are mostly not
+// in memory: a record of what is its own, mostly the end of its path, beside what it shares with
+// those that lie and go where it does. The whole item is made when it is asked for.
+//
+// For one thread at a time, as SpilledBlocks; and what makes items throws what that throws.
 class ItemList {
  public:
+  explicit ItemList(std::size_t inMemory = SpilledBlocks::kInMemory) : m_records(inMemory) {}
+
   // What items share, and what they come to.
   struct Shared {
     std::string folder;  // as SourceItem has it
@@ -51,26 +40,19 @@ class ItemList {
   // Other folders for those that share one.
   void Move(const std::function<std::string(const Shared& shared)>& folderOf);
 
-  std::size_t size() const { return m_size; }
-  bool empty() const { return m_size == 0; }
+  std::size_t size() const { return m_records.size(); }
+  bool empty() const { return size() == 0; }
   SourceItem operator[](std::size_t at) const;
   auto begin() const { return MadeOnTheWay(this, 0); }
-  auto end() const { return MadeOnTheWay(this, m_size); }
+  auto end() const { return MadeOnTheWay(this, size()); }
   // In the order of the first item of each.
   const std::vector<Shared>& Parts() const { return m_shared; }
 
  private:
-  struct Block {
-    std::size_t first = 0;              // number of its first item
-    std::string records;                // one behind the other
-    std::vector<std::uint16_t> starts;  // of each
-  };
   std::uint64_t PartOf(const SourceItem& item, std::string_view path);
-  const Block& BlockOf(std::size_t at) const;
-  SourceItem Made(const Block& block, std::size_t at) const;
+  SourceItem Made(std::string_view bytes) const;  // of a record
 
-  std::vector<Block> m_blocks;
-  std::size_t m_size = 0;
+  RecordList m_records;
   std::vector<Shared> m_shared;
   std::unordered_map<std::string, std::uint64_t> m_partOf;  // by what is shared
 };

@@ -7,7 +7,6 @@
 
 #include "base/AsciiText.h"
 #include "client/sources/ContentLines.h"
-#include "client/sources/FolderHas.h"
 #include "client/sources/Names.h"
 #include "client/sources/Pieces.h"
 #include "client/sources/SourceFiles.h"
@@ -31,11 +30,11 @@ std::string_view LastName(std::string_view path) {
 std::string ParentOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
 bool IsProfile(const std::string& path) {
-  return FolderHas(path, "prefs.js") && (FolderHas(path, "Mail") || FolderHas(path, "ImapMail"));
+  return HasEntry(path, "prefs.js") && (HasEntry(path, "Mail") || HasEntry(path, "ImapMail"));
 }
 
 // Or the folder above some.
-bool HoldsProfiles(const std::string& path) { return IsProfile(path) || FolderHas(path, kList); }
+bool HoldsProfiles(const std::string& path) { return IsProfile(path) || HasEntry(path, kList); }
 
 std::vector<ListedProfile> ReadList(const std::string& folder) {
   constexpr std::uint64_t kMostBytes = 1 << 20;
@@ -74,7 +73,7 @@ std::string ListedName(const std::vector<ListedProfile>& listed, std::string_vie
 // Copied from another machine it may be listed by the path that it had there.
 bool LiesBelow(const std::string& folder, const ListedProfile& profile) {
   const bool leadsOut = profile.path.find("..") != std::string::npos;
-  if (profile.isRelative && !leadsOut) return FolderHas(folder, profile.path);
+  if (profile.isRelative && !leadsOut) return HasEntry(folder, profile.path);
   const std::string name = "/" + std::string(LastName(profile.path));
   return IsProfile(folder + name) || IsProfile(folder + "/" + std::string(kProfiles) + name);
 }
@@ -100,7 +99,7 @@ void MailProfiles::Find() const {
 }
 
 std::optional<std::string> MailProfiles::LevelOf(std::string_view name) const {
-  if (name == kProfiles && FolderHas(m_folder, kList)) return "";
+  if (name == kProfiles && HasEntry(m_folder, kList)) return "";
   if (!HoldsProfiles(m_folder + "/" + std::string(name))) return std::nullopt;
   if (m_levels.empty()) Find();
   const auto found = m_levels.find(name);
@@ -108,7 +107,7 @@ std::optional<std::string> MailProfiles::LevelOf(std::string_view name) const {
 }
 
 bool IsBesideProfiles(const SourceFolder& parent, std::string_view name) {
-  return (name == "Crash Reports" || name == "Pending Pings") && FolderHas(parent.path, kList);
+  return (name == "Crash Reports" || name == "Pending Pings") && HasEntry(parent.path, kList);
 }
 
 void NameProfilesElsewhere(const std::string& folder, std::vector<SourceProblem>& problems) {

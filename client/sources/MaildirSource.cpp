@@ -6,7 +6,7 @@
 #include <array>
 #include <charconv>
 #include <iterator>
-#include <map>
+#include <ranges>
 #include <string_view>
 
 #include "base/AsciiText.h"
@@ -151,17 +151,38 @@ void AddMails(const char* part, OneMaildir& maildir, Listing& listing) {
   });
 }
 
+// The mails of cur/, which stand in a list in the order of their places.
+class ListedInCur {
+ public:
+  ListedInCur(const ItemList& items, std::size_t first)
+      : m_items(items), m_first(first), m_size(items.size() - first) {}
+
+  // True for the first that asks for one that is there.
+  bool Take(const std::string& place) {
+    const auto numbers = std::views::iota(std::size_t{0}, m_size);
+    const auto locationOf = [&](std::size_t number) { return m_items[m_first + number].location; };
+    const auto found = std::ranges::lower_bound(numbers, place, {}, locationOf);
+    if (found == numbers.end() || locationOf(*found) != place) return false;
+    m_taken.resize(m_size);
+    const bool isFirst = !m_taken[*found];
+    m_taken[*found] = true;
+    return isFirst;
+  }
+
+ private:
+  const ItemList& m_items;
+  std::size_t m_first;
+  std::size_t m_size;
+  std::vector<bool> m_taken = {};
+};
+
 // One that moved between the two listings stands in both; it comes as the later one has it.
 void AddNewOnes(ItemList& newOnes, std::size_t firstOfCur, OneMaildir& maildir, ItemList& items) {
-  std::map<std::string, SourceItem> moved;  // by their places in cur/
-  const std::size_t behindCur = items.size();
+  ListedInCur cur(items, firstOfCur);
   newOnes.TakeAll([&](const SourceItem& item) {
     const std::string place = maildir.PlaceInCur(item.location);
-    if (place.empty() || !moved.emplace(place, item).second) items.Add(item);
+    if (place.empty() || !cur.Take(place)) items.Add(item);
   });
-  if (moved.empty()) return;
-  for (std::size_t at = firstOfCur; at < behindCur; ++at) moved.erase(items[at].location);
-  for (const auto& [place, item] : moved) items.Add(item);
 }
 
 }  // namespace
@@ -198,16 +219,15 @@ void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
 }
 
 Listing MaildirSource::List() const {
-  return WalkFolders(m_path,
-                     [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                         Listing& listing, std::vector<SourceFolder>& below) {
-                       const bool maildir = IsMaildir(folder.path);
-                       if (maildir) ListMaildirFolder(folder, listing);
-                       for (const FolderEntry& entry : entries) {
-                         if (maildir && IsMaildirPart(entry.name)) continue;
-                         AddFolder(folder, entry, below, listing.problems);
-                       }
-                     });
+  return WalkFolders(
+      m_path, [](const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below) {
+        const bool maildir = IsMaildir(folder.path);
+        if (maildir) ListMaildirFolder(folder, listing);
+        EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {
+          if (maildir && IsMaildirPart(entry.name)) return;
+          AddFolder(folder, entry, below, listing.problems);
+        });
+      });
 }
 
 std::string MaildirSource::Read(const SourceItem& item) const {

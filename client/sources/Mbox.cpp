@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <ranges>
 #include <utility>
 
 #include "base/AsciiText.h"
@@ -171,7 +172,7 @@ void MboxSplitter::TakeLine(const Line& line) {
 
 // Empty lines between a "From " line and the header are those of a program that put them there.
 void MboxSplitter::TakeHeaderLine(const Line& line, Place behind) {
-  Candidate& mail = m_candidates.back();
+  Candidate& mail = *m_candidate;
   if (line.IsBlank()) {
     if (!m_hasField) return;
     mail.body = behind;
@@ -191,9 +192,12 @@ void MboxSplitter::TakeHeaderLine(const Line& line, Place behind) {
 void MboxSplitter::EndHeader() {
   constexpr int kLeastFields = 2;
   const bool isHeader = std::exchange(m_inHeader, false) && m_hasField;
-  if (isHeader && m_candidates.back().isDoubtful && m_fields < kLeastFields) {
-    m_candidates.pop_back();
-  }
+  if (isHeader && m_candidate->isDoubtful && m_fields < kLeastFields) m_candidate.reset();
+}
+
+void MboxSplitter::EndCandidate() {
+  EndHeader();
+  if (m_candidate) m_candidates.push_back(*std::exchange(m_candidate, std::nullopt));
 }
 
 void MboxSplitter::Decide(const Line* next) {
@@ -217,9 +221,9 @@ void MboxSplitter::Decide(const Line* next) {
       break;
   }
   if (!counts || again) return;
-  EndHeader();
+  EndCandidate();
   const bool isDoubtful = !isFirst && m_shape == FromLine::Shape::kDated && CountsLength(m_kind);
-  m_candidates.push_back({place, std::nullopt, std::nullopt, m_fromAfterBlank, isDoubtful});
+  m_candidate = {place, std::nullopt, std::nullopt, m_fromAfterBlank, isDoubtful};
   m_inHeader = true;
   m_hasField = false;
   m_fields = 0;
@@ -228,35 +232,37 @@ void MboxSplitter::Decide(const Line* next) {
 // The candidate that the length of a mail leads to, or their number for the end of the file; 0 for
 // none.
 std::size_t MboxSplitter::EndByLength(std::size_t mail, Place end) const {
-  const Candidate& from = m_candidates[mail];
+  const Candidate from = m_candidates[mail];
   if (!from.length || !from.body || !CountsLength(m_kind)) return 0;
   const auto leads = [&](std::uint64_t Place::*count, std::uint64_t longestEnd) -> std::size_t {
     const std::uint64_t target = (*from.body).*count + *from.length;
     if (target <= end.*count && end.*count - target <= longestEnd) return m_candidates.size();
+    const auto later = std::views::iota(mail + 1, m_candidates.size());
     const auto found = std::ranges::lower_bound(
-        m_candidates, target, {}, [&](const Candidate& each) { return each.line.*count; });
-    if (found == m_candidates.end()) return 0;
-    const std::uint64_t over = found->line.*count - target;
-    const bool fits = over == 0 || (over <= longestEnd && found->afterBlank);
-    return fits ? static_cast<std::size_t>(found - m_candidates.begin()) : 0;
+        later, target, {}, [&](std::size_t each) { return m_candidates[each].line.*count; });
+    if (found == later.end()) return 0;
+    const Candidate next = m_candidates[*found];
+    const std::uint64_t over = next.line.*count - target;
+    const bool fits = over == 0 || (over <= longestEnd && next.afterBlank);
+    return fits ? *found : 0;
   };
   if (const std::size_t found = leads(&Place::bytes, 2)) return found;
   return end.bytes == end.withoutCr ? 0 : leads(&Place::withoutCr, 1);
 }
 
-std::vector<MboxSplitter::Mail> MboxSplitter::Finish() {
+MboxSplitter::Mails MboxSplitter::Finish() {
   if (m_partSize > 0) TakeLine({m_part, m_partSize == m_part.size(), false, m_partSize});
   if (m_from) Decide(nullptr);
-  EndHeader();
-  std::vector<Mail> mails;
-  mails.reserve(m_candidates.size());
+  EndCandidate();
+  Mails mails;
   for (std::size_t i = 0; i < m_candidates.size();) {
     const std::size_t byLength = EndByLength(i, m_at);
     const std::size_t next = byLength > i ? byLength : i + 1;
-    const std::uint64_t begin = m_candidates[i].line.bytes;
+    const Candidate candidate = m_candidates[i];
+    const std::uint64_t begin = candidate.line.bytes;
     const std::uint64_t end =
         next < m_candidates.size() ? m_candidates[next].line.bytes : m_at.bytes;
-    const std::uint64_t body = m_candidates[i].body.value_or(Place{end, 0}).bytes;
+    const std::uint64_t body = candidate.body.value_or(Place{end, 0}).bytes;
     mails.push_back({begin, end - begin, std::min(body, end) - begin});
     i = next;
   }

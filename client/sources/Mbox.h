@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "client/sources/FromLine.h"
+#include "client/sources/SpilledVector.h"
 
 namespace client {
 
@@ -37,7 +36,8 @@ std::optional<MboxKind> MboxKindNamed(std::string_view name);
 // what lies before is text. In a file whose line ends became CR LF later it does not count the CRs.
 //
 // The bytes come in pieces of any size, of which nothing is kept. Linear in time but for a
-// logarithm of the number of mails; the memory is some 90 bytes for each line above.
+// logarithm of the number of mails; some 90 bytes for each line above are kept, most of them not in
+// memory where there are very many.
 class MboxSplitter {
  public:
   struct Mail {
@@ -45,10 +45,11 @@ class MboxSplitter {
     std::uint64_t length = 0;  // bytes, its "From " line included
     std::uint64_t header = 0;  // of those up to the end of its header; all where none ends it
   };
+  using Mails = SpilledVector<Mail>;
   explicit MboxSplitter(MboxKind kind = MboxKind::kAuto) : m_kind(kind) {}
   void Feed(std::string_view bytes);
   // After the last piece: the mails in the order of the file, each ending where the next begins.
-  std::vector<Mail> Finish();
+  Mails Finish();
 
  private:
   // In bytes as they are and as they would be without the CR of each CR LF.
@@ -75,19 +76,21 @@ class MboxSplitter {
   void Decide(const Line* next);
   void TakeHeaderLine(const Line& line, Place behind);
   void EndHeader();
+  void EndCandidate();
   std::size_t EndByLength(std::size_t mail, Place end) const;
 
   MboxKind m_kind;
-  std::deque<Candidate> m_candidates;  // a vector that grows holds them twice
-  std::string m_part;                  // the first bytes of a line that came in pieces
-  std::uint64_t m_partSize = 0;        // bytes of it so far
-  bool m_partCr = false;               // the last of them is a CR
-  Place m_at;                          // of the next line
-  std::optional<Place> m_from;         // a "From " line whose next line is to come
-  FromLine::Shape m_shape{};           // its shape
+  SpilledVector<Candidate> m_candidates;
+  std::optional<Candidate> m_candidate;  // the last, to which its header may add
+  std::string m_part;                    // the first bytes of a line that came in pieces
+  std::uint64_t m_partSize = 0;          // bytes of it so far
+  bool m_partCr = false;                 // the last of them is a CR
+  Place m_at;                            // of the next line
+  std::optional<Place> m_from;           // a "From " line whose next line is to come
+  FromLine::Shape m_shape{};             // its shape
   bool m_fromAfterBlank = false;
   std::optional<FromLine::Shape> m_first;  // of the first "From " line
-  bool m_inHeader = false;                 // of the last candidate
+  bool m_inHeader = false;                 // of that
   bool m_hasField = false;                 // and a line of it was seen
   int m_fields = 0;                        // lines of it that are fields, where it is doubtful
   bool m_afterBlank = true;  // the next line stands at the start or behind an empty line

@@ -32,13 +32,13 @@ StateFields FieldsOf(const std::string& path, const MboxSplitter::Mail& mail, st
 }
 
 template <typename Splitter>
-std::vector<MboxSplitter::Mail> Split(const std::string& path, Splitter splitter) {
+MboxSplitter::Mails Split(const std::string& path, Splitter splitter) {
   ReadPieces(OpenSourceFile(path, Links::kFollow),
              [&](std::string_view bytes) { splitter.Feed(bytes); });
   return splitter.Finish();
 }
 
-std::vector<MboxSplitter::Mail> MailsOf(const std::string& path, MboxKind kind) {
+MboxSplitter::Mails MailsOf(const std::string& path, MboxKind kind) {
   const bool isMmdf = IsMmdf(ReadFileRange(path, 0, kMostMmdfMark));
   return isMmdf ? Split(path, MmdfSplitter()) : Split(path, MboxSplitter(kind));
 }

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "client/sources/FolderHas.h"
 #include "client/sources/FolderIndex.h"
 #include "client/sources/HashedName.h"
 #include "client/sources/ModifiedUtf7.h"
@@ -73,7 +72,7 @@ class AccountLook {
   // Where an account is of this machine alone, an index that is too large is only an old one.
   void Look(const Place& place, const std::string& name) {
     const std::string path = place.path + "/" + name;
-    if (!m_isOfServer && FolderHas(place.path, name)) return;
+    if (!m_isOfServer && HasEntry(place.path, name)) return;
     FolderIndex index;
     try {
       index = ReadFolderIndex(path + std::string(kIndex));
@@ -84,7 +83,7 @@ class AccountLook {
     if (index.mails && *index.mails > count) {
       Add(place, name, std::to_string(*index.mails - count));
     } else if (!index.mails && !index.isLevel && count == 0 && m_isOfServer &&
-               !FolderHas(place.path, name + std::string(kBelow))) {
+               !HasEntry(place.path, name + std::string(kBelow))) {
       Add(place, name, "never counted");
     }
   }

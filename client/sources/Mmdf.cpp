@@ -54,7 +54,7 @@ void MmdfSplitter::EndMail() {
   if (m_isWithin && m_mail.length > 0) m_mails.push_back(m_mail);
 }
 
-std::vector<MboxSplitter::Mail> MmdfSplitter::Finish() {
+MboxSplitter::Mails MmdfSplitter::Finish() {
   if (m_size > 0) EndLine();
   EndMail();
   return std::move(m_mails);

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "client/sources/Mbox.h"
 
@@ -19,13 +18,13 @@ bool EndsWithMmdfMark(std::string_view bytes);
 class MmdfSplitter {
  public:
   void Feed(std::string_view bytes);
-  std::vector<MboxSplitter::Mail> Finish();
+  MboxSplitter::Mails Finish();
 
  private:
   void EndLine();
   void EndMail();
 
-  std::vector<MboxSplitter::Mail> m_mails;
+  MboxSplitter::Mails m_mails;
   MboxSplitter::Mail m_mail;  // the one in work
   std::string m_line;         // the first bytes of the line
   std::uint64_t m_size = 0;   // of the line so far

@@ -1,5 +1,7 @@
 #include "client/sources/PreparedItem.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
@@ -35,21 +37,21 @@ void ReadPreparedFile(const std::string& folder, const std::string& name,
   }
 }
 
-bool HoldsDescriptor(const std::vector<FolderEntry>& entries) {
-  return std::any_of(entries.begin(), entries.end(), [](const FolderEntry& entry) {
-    return entry.kind == EntryKind::kFile && entry.name == kDescriptorName;
-  });
+bool HoldsDescriptor(const std::string& folder) {
+  struct stat status;
+  return stat((folder + "/").append(kDescriptorName).c_str(), &status) == 0 &&
+         S_ISREG(status.st_mode);
 }
 
 SourceItem PreparedItemAt(const std::string& folder, const std::string& target,
-                          const std::vector<FolderEntry>& entries) {
+                          std::vector<SourceProblem>& problems) {
   SourceItem item;
   item.location = folder;
   item.folder = target;
   item.prepared = true;
-  for (const FolderEntry& entry : entries) {
+  EachEntry(folder, problems, [&](const FolderEntry& entry) {
     if (entry.kind == EntryKind::kFile) item.length += entry.size;
-  }
+  });
   return item;
 }
 

@@ -16,11 +16,11 @@ namespace client {
 
 inline constexpr std::string_view kDescriptorName = "11comtextjj.t";
 
-// True if a folder of these entries is a prepared item: it holds a descriptor.
-bool HoldsDescriptor(const std::vector<FolderEntry>& entries);
+// True if a folder is a prepared item.
+bool HoldsDescriptor(const std::string& folder);
 // That folder as an item of the target folder given.
 SourceItem PreparedItemAt(const std::string& folder, const std::string& target,
-                          const std::vector<FolderEntry>& entries);
+                          std::vector<SourceProblem>& problems);
 
 // What the descriptor in that folder says. Throws SourceError when there is none that can be read.
 ST_EML_INFO ReadPreparedItem(const std::string& folder);

@@ -14,6 +14,7 @@
 #include "base/LogNull.h"
 #include "client/sources/Mbox.h"
 #include "client/sources/PackedFiles.h"
+#include "client/sources/SortedNames.h"
 #include "mime/tree/MimeInput.h"
 #include "platform/Unicode.h"
 
@@ -72,28 +73,27 @@ void EachName(const std::string& path, std::vector<SourceProblem>& problems,
 
 void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
                const std::function<void(const FolderEntry& entry)>& take) {
-  // One behind the other, each ended by a NUL.
-  std::string names;
-  std::vector<std::size_t> starts;
+  SortedNames names;
   EachName(path, problems, [&](std::string_view name) {
-    starts.push_back(names.size());
-    names.append(name).append(1, '\0');
+    names.Add(name);
     return true;
   });
-  std::ranges::sort(starts, [&](std::size_t a, std::size_t b) {
-    return std::strcmp(names.c_str() + a, names.c_str() + b) < 0;
-  });
-  for (const std::size_t start : starts) {
-    FolderEntry entry{names.c_str() + start};
+  names.TakeAll([&](const char* name) {
+    FolderEntry entry{name};
     entry.kind = Look(path + "/" + entry.name, entry);
     take(entry);
-  }
+  });
 }
 
 std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems) {
   std::vector<FolderEntry> entries;
   EachEntry(path, problems, [&](const FolderEntry& entry) { entries.push_back(entry); });
   return entries;
+}
+
+bool HasEntry(const std::string& path, std::string_view name) {
+  struct stat status;
+  return lstat((path + "/" + std::string(name)).c_str(), &status) == 0;
 }
 
 SourceProblem OddEntry(const std::string& path, EntryKind kind) {

@@ -41,9 +41,12 @@ void EachName(const std::string& path, std::vector<SourceProblem>& problems,
 // The entries of a folder in byte order of their names, links to files followed. A folder that
 // cannot be read becomes a problem and has none.
 std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceProblem>& problems);
-// The same, one after the other: of a folder with millions only the names are held.
+// The same, one after the other: of a folder with millions only some names are in memory.
 void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
                const std::function<void(const FolderEntry& entry)>& take);
+
+// Whether a folder has something of that name, a dead link too.
+bool HasEntry(const std::string& path, std::string_view name);
 
 // What stands in a source where neither mail nor a folder to enter can be.
 SourceProblem OddEntry(const std::string& path, EntryKind kind);

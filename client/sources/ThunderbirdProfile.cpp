@@ -6,7 +6,6 @@
 
 #include <fmt/format.h>
 
-#include "client/sources/FolderHas.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
 #include "client/sources/Prefs.h"
@@ -31,14 +30,14 @@ std::string PrefsOf(const std::string& profile) {
 void NameCalendars(const std::string& profile, std::vector<SourceProblem>& problems) {
   for (const char* name : {"calendar-data/local.sqlite", "calendar-data/cache.sqlite",
                            "calendar-data/storage.sdb", "storage.sdb"}) {
-    if (!FolderHas(profile, name)) continue;
+    if (!HasEntry(profile, name)) continue;
     problems.push_back(
         {profile + "/" + name, "calendars: have their program write each as an .ics file"});
   }
 }
 
 void NameNews(const std::string& profile, std::vector<SourceProblem>& problems) {
-  if (!FolderHas(profile, kNews)) return;
+  if (!HasEntry(profile, kNews)) return;
   const std::string path = profile + "/" + std::string(kNews);
   for (const FolderEntry& server : ListFolder(path, problems)) {
     if (server.kind != EntryKind::kFolder) continue;
@@ -88,7 +87,7 @@ bool LiesInside(const std::string& profile, const Account& account) {
       isRelative ? account.relative.substr(kProfile.size()) : LastTwo(account.path);
   const std::string_view top = std::string_view(place).substr(0, place.find('/'));
   return IsNameAboveAccounts(top) && place.find("..") == std::string::npos &&
-         (isRelative || FolderHas(profile, place));
+         (isRelative || HasEntry(profile, place));
 }
 
 void NameAccountsElsewhere(const std::string& profile, std::vector<SourceProblem>& problems) {
@@ -119,7 +118,7 @@ void NameAccountsElsewhere(const std::string& profile, std::vector<SourceProblem
 }  // namespace
 
 bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below) {
-  const auto has = [&](std::string_view name) { return FolderHas(folder.path, name); };
+  const auto has = [&](std::string_view name) { return HasEntry(folder.path, name); };
   const bool isWithoutAccounts = std::ranges::none_of(kMailFolders, has);
   if (!has("prefs.js") || (isWithoutAccounts && !has("times.json"))) return false;
   for (const std::string_view name : kMailFolders) {
@@ -141,13 +140,13 @@ bool IsAboveAccounts(const std::string& path) {
   const std::string_view name = std::string_view(path).substr(slash + 1);
   if (name == kMailFolders.front()) return true;
   return IsNameAboveAccounts(name) &&
-         (FolderHas(parent, "prefs.js") || FolderHas(parent, kMailFolders.front()) ||
-          FolderHas(path, "Local Folders"));
+         (HasEntry(parent, "prefs.js") || HasEntry(parent, kMailFolders.front()) ||
+          HasEntry(path, "Local Folders"));
 }
 
 std::string LevelsOfAccount(const std::string& parent, std::string_view name) {
   const std::string path = parent + "/" + std::string(name);
-  const bool isOfFeeds = FolderHas(path, "feeds.json") || FolderHas(path, "feeds.rdf");
+  const bool isOfFeeds = HasEntry(path, "feeds.json") || HasEntry(path, "feeds.rdf");
   return isOfFeeds ? LevelName(name) + "\\" : "";
 }
 

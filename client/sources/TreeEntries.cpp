@@ -23,11 +23,6 @@ constexpr std::string_view kMbox = ".mbox";
 constexpr std::string_view kMbx = ".mbx";
 constexpr std::string_view kFol = ".fol";
 
-bool Has(const std::vector<FolderEntry>& entries, std::string_view name) {
-  const auto found = std::ranges::lower_bound(entries, name, {}, &FolderEntry::name);
-  return found != entries.end() && found->name == name;
-}
-
 std::string HeadOf(const std::string& path) {
   try {
     return ReadFileRange(path, 0, kHead);
@@ -108,24 +103,22 @@ bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
          name.ends_with(".mozmsgs");
 }
 
-OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                               MboxKind mbox)
+OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, MboxKind mbox)
     : m_folder(folder),
-      m_entries(entries),
       m_mbox(mbox),
       m_profiles(folder.path),
       m_isAboveAccounts(IsAboveAccounts(folder.path)),
-      m_isMh(Has(entries, ".mh_sequences") || Has(entries, ".claws_mark") ||
-             Has(entries, ".sylpheed_mark")),
-      m_eudora(Has(entries, EudoraNames::kFile) ? TextOf(folder.path + "/" + EudoraNames::kFile)
-                                                : std::string()) {
+      m_isMh(HasEntry(".mh_sequences") || HasEntry(".claws_mark") || HasEntry(".sylpheed_mark")),
+      m_eudora(TextOf(folder.path + "/" + EudoraNames::kFile)) {
   if (!m_isMh) return;
   m_sequences = MhSequences(TextOf(folder.path + "/.mh_sequences"));
   const std::string claws = TextOf(folder.path + "/.claws_mark");
   m_marks = MhMarks(claws.empty() ? TextOf(folder.path + "/.sylpheed_mark") : claws);
 }
 
-bool OtherTreeFiles::HasEntry(const std::string& name) const { return Has(m_entries, name); }
+bool OtherTreeFiles::HasEntry(const std::string& name) const {
+  return client::HasEntry(m_folder.path, name);
+}
 
 bool OtherTreeFiles::HasToc(const std::string& name) const {
   if (!EndsWithNoCase(name, kMbx)) return false;

@@ -10,6 +10,7 @@
 #include "client/sources/MhMarks.h"
 #include "client/sources/MhSequences.h"
 #include "client/sources/MovedMail.h"
+#include "client/sources/SourceFiles.h"
 
 // What the folders and files of a tree mean to the program that made it.
 namespace client {
@@ -22,8 +23,7 @@ bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name);
 class OtherTreeFiles {
  public:
   // Of one folder.
-  OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                 MboxKind mbox);
+  OtherTreeFiles(const SourceFolder& folder, MboxKind mbox);
   void Take(const FolderEntry& entry, Listing& listing) const;
   // One with a dot in front of its name: what systems leave in folders, as a rule.
   void TakeHidden(const FolderEntry& entry, Listing& listing) const;
@@ -40,7 +40,6 @@ class OtherTreeFiles {
   bool HasToc(const std::string& name) const;  // beside an mbox of a Eudora
 
   const SourceFolder& m_folder;
-  const std::vector<FolderEntry>& m_entries;  // sorted by name
   MboxKind m_mbox;
   MailProfiles m_profiles;
   bool m_isAboveAccounts;

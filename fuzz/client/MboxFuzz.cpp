@@ -14,7 +14,7 @@
 
 namespace {
 
-using Mails = std::vector<client::MboxSplitter::Mail>;
+using Mails = client::MboxSplitter::Mails;
 
 const std::string kSeparator = "From someone@example.com Mon Mar  4 08:12:00 2024\n";
 

@@ -1,11 +1,9 @@
 #include "body/Hrn.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -14,6 +12,7 @@
 #include "platform/NarrowText.h"
 #include "platform/Paths.h"
 #include "tests/pipeline/TempRunFolder.h"
+#include "tests/support/FullDisk.h"
 
 namespace {
 
@@ -90,14 +89,10 @@ TEST_F(HrnFiles, OlderFilesGoFirstAlsoWhereTheConversionFails) {
 // A page that is cut would pass for the whole one.
 TEST_F(HrnFiles, APageThatCannotBeWrittenWholeIsNotThere) {
   Rtf("{\\rtf1 " + std::string(100'000, 'a') + "}");
-  rlimit before{};
-  getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit small{50'000, before.rlim_max};
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &small);
-  EXPECT_THROW(Run(), std::system_error);
-  setrlimit(RLIMIT_FSIZE, &before);
-  std::signal(SIGXFSZ, handler);
+  {
+    const test_support::FullDisk disk(50'000);
+    EXPECT_THROW(Run(), std::system_error);
+  }
   EXPECT_FALSE(Exists("HTMLFile.html"));
 }
 

@@ -1,9 +1,7 @@
 #include "localstore/LocalProvider.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -17,32 +15,16 @@
 #include "target/CTarnyOutlookHandler.h"
 #include "target/StoreFiles.h"
 #include "tests/pipeline/TempRunFolder.h"
+#include "tests/support/FullDisk.h"
 
 // Stores of this machine through the handler, as the engine uses them.
 namespace {
 
 namespace fs = std::filesystem;
+using test_support::FullDisk;
 using testing::AllOf;
 using testing::AnyOf;
 using testing::HasSubstr;
-
-// Files that this process writes may not grow beyond that, while it lives.
-class SmallFiles {
- public:
-  explicit SmallFiles(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &m_before);
-    const rlimit limit{bytes, m_before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~SmallFiles() {
-    setrlimit(RLIMIT_FSIZE, &m_before);
-    std::signal(SIGXFSZ, m_handler);
-  }
-
- private:
-  rlimit m_before{};
-  void (*m_handler)(int);
-};
 
 // Folders of tests lie in memory from then on, where that can be: thousands of changes on a disk
 // take their time.
@@ -72,7 +54,7 @@ class LocalStores : public testing::Test {
                          u"\n1\nCreation Date : 2024-03-01 10:00:00\n\nFrom : a@example.com\n"
                          u"To : \n\n\nSubject : " +
                          subject + u"\n\n\n\n\n\n\n\nBody : text");
-    std::optional<SmallFiles> full;
+    std::optional<FullDisk> full;
     if (isDiskFull) full.emplace(1);
     CString error;
     const int result = handler.ImportItem(GetCurrPath(), error, u"run.txt");
@@ -217,7 +199,7 @@ TEST_F(LocalStores, ContactsAreComparedAndListsJoinedInAStore) {
     return store.Item(1)->subject + " " + std::to_string(store.Item(1)->attachmentCount);
   };
   {
-    const SmallFiles full(1);
+    const FullDisk full(1);
     EXPECT_THROW(first.Save(), std::runtime_error);
   }
   EXPECT_EQ(state(), "Ann <&> Bell 0");

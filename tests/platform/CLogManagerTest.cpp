@@ -3,14 +3,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/resource.h>
-
-#include <csignal>
 
 #include "TempFolder.h"
 #include "charset/LibraryNarrow.h"
 #include "platform/NarrowText.h"
 #include "platform/UniqueFd.h"
+#include "tests/support/FullDisk.h"
 
 namespace {
 
@@ -35,26 +33,6 @@ TEST_F(LogManager, TheTraceIsRawUtf16) {
             std::string(reinterpret_cast<const char*>(expected.data()), 2 * expected.size()));
 }
 
-// No file grows beyond that many bytes while the object lives, as on a full disk.
-class FullDisk {
- public:
-  explicit FullDisk(rlim_t bytes) {
-    getrlimit(RLIMIT_FSIZE, &m_before);
-    const rlimit limit{bytes, m_before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &m_before);
-    std::signal(SIGXFSZ, m_handler);
-  }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
- private:
-  rlimit m_before{};
-  void (*m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-};
-
 TEST_F(LogManager, ALineThatMeetsAFullDiskIsLostWhole) {
   m_log.SetFileName(Windows("trace"));
   m_log.WriteLog(u"one");
@@ -62,7 +40,7 @@ TEST_F(LogManager, ALineThatMeetsAFullDiskIsLostWhole) {
   const std::string trace = Read("trace");
   const std::string status = Read("4LogFile.txt");
   {
-    const FullDisk disk(trace.size() + 3);  // in the middle of a unit
+    const test_support::FullDisk disk(trace.size() + 3);  // in the middle of a unit
     m_log.WriteLog(u"two");
     m_log.WriteLogFile4(u"4LogFile.txt", u"a longer second line");
   }

@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <optional>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -313,6 +315,34 @@ TEST(MaildirSource, AMailIsReadWhereverItMovedMeanwhile) {
   // What was found moves once more.
   std::filesystem::rename(folder.File("cur/2.a.h,U=7:2,FS"), folder.File("cur/2.a.h,U=8:2,FS"));
   EXPECT_EQ(plan.sources[0]->Read({folder.File("new/2.a.h"), ""}), "Subject: new/2.a.h\n\n");
+}
+
+// Whichever of the two folders it is seen in, or in both.
+TEST(MaildirSource, AMailThatMovesWhileItsFolderIsListedComesOnce) {
+  constexpr int kMails = 2000;
+  const TemporaryFolder folder;
+  std::filesystem::create_directory(folder.File("cur"));
+  for (int i = 0; i < kMails; ++i) {
+    folder.Write("new/" + std::to_string(i) + ".h", "Subject: x\n\n");
+    if (i % 10 == 0) folder.Write("cur/" + std::to_string(i) + "-.h:2,S", "Subject: x\n\n");
+  }
+  std::thread reader([&] {
+    for (int i = 0; i < kMails; ++i) {
+      const std::string name = std::to_string(i) + ".h";
+      std::filesystem::rename(folder.File("new/" + name), folder.File("cur/" + name + ":2,RS"));
+    }
+  });
+  std::vector<std::string> names;
+  const Plan plan = MakePlan({folder.Path()});
+  reader.join();
+  for (const Plan::Entry& entry : plan.entries) {
+    names.push_back(entry.name.substr(4, entry.name.find(':') - 4));
+    EXPECT_EQ(entry.source->Read(entry.item), "Subject: x\n\n");
+  }
+  std::ranges::sort(names);
+  EXPECT_EQ(std::ranges::adjacent_find(names), names.end());
+  EXPECT_EQ(names.size(), kMails + kMails / 10u);
+  EXPECT_THAT(Problems(plan, folder.Path()), ElementsAre());
 }
 
 TEST(MaildirSource, AFolderOfThatNameElsewhereMovesNoMail) {
