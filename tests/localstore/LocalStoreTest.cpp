@@ -1,9 +1,7 @@
 #include "localstore/LocalProvider.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -17,32 +15,16 @@
 #include "target/CTarnyOutlookHandler.h"
 #include "target/StoreFiles.h"
 #include "tests/pipeline/TempRunFolder.h"
+#include "tests/support/SmallFiles.h"
 
 // Stores of this machine through the handler, as the engine uses them.
 namespace {
 
 namespace fs = std::filesystem;
+using test_support::SmallFiles;
 using testing::AllOf;
 using testing::AnyOf;
 using testing::HasSubstr;
-
-// Files that this process writes may not grow beyond that, while it lives.
-class SmallFiles {
- public:
-  explicit SmallFiles(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &m_before);
-    const rlimit limit{bytes, m_before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~SmallFiles() {
-    setrlimit(RLIMIT_FSIZE, &m_before);
-    std::signal(SIGXFSZ, m_handler);
-  }
-
- private:
-  rlimit m_before{};
-  void (*m_handler)(int);
-};
 
 // Folders of tests lie in memory from then on, where that can be: thousands of changes on a disk
 // take their time.
