@@ -1,11 +1,9 @@
 #include "body/Hrn.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -14,6 +12,7 @@
 #include "platform/NarrowText.h"
 #include "platform/Paths.h"
 #include "tests/pipeline/TempRunFolder.h"
+#include "tests/support/SmallFiles.h"
 
 namespace {
 
@@ -32,8 +31,7 @@ class HrnFiles : public testing::Test {
     converter.HrsSetFlags(1, 4);
     converter.HrsConvertFile(GetCurrPath() + u"ch2111.rtf", GetCurrPath() + u"HTMLFile.html", 2);
   }
-  std::string Page() { return test_support::ReadAll(folder.Work("HTMLFile.html")); }
-  bool Exists(const std::string& name) { return std::filesystem::exists(folder.Work(name)); }
+  std::string Page() { return folder.ReadWork("HTMLFile.html"); }
 
   TempRunFolder folder;
 };
@@ -49,8 +47,8 @@ TEST_F(HrnFiles, PageAndPicturesAreLaidOutAsTheirReadersLookForThem) {
   const std::size_t first = page.find(link + "HTMLFile_1.png\"");
   ASSERT_NE(first, std::string::npos) << page;
   EXPECT_GT(page.find(link + "HTMLFile_2.jpg\""), first);
-  EXPECT_EQ(test_support::ReadAll(folder.Work("HTMLFile_1.png")), "\x89PNG");
-  EXPECT_EQ(test_support::ReadAll(folder.Work("HTMLFile_2.jpg")), "\xFF\xD8\xFF");
+  EXPECT_EQ(folder.ReadWork("HTMLFile_1.png"), "\x89PNG");
+  EXPECT_EQ(folder.ReadWork("HTMLFile_2.jpg"), "\xFF\xD8\xFF");
   EXPECT_EQ(page.find("charset"), std::string::npos);
 }
 
@@ -62,7 +60,7 @@ TEST_F(HrnFiles, FolderStandsInTheLinkInTheAnsiPage) {
   Hrn converter;
   const CString output = GetCurrPath() + CString::FromUtf8(name) + u"\\";
   converter.HrsConvertFile(GetCurrPath() + u"ch2111.rtf", output + u"HTMLFile.html", 2);
-  const std::string page = test_support::ReadAll(folder.Work(name + "/HTMLFile.html"));
+  const std::string page = folder.ReadWork(name + "/HTMLFile.html");
   EXPECT_NE(page.find("\xDF & y\\HTMLFile_1.png\""), std::string::npos) << page;
 }
 
@@ -82,23 +80,19 @@ TEST_F(HrnFiles, OlderFilesGoFirstAlsoWhereTheConversionFails) {
   }
   for (const char* name :
        {"HTMLFile_1.png", "HTMLFile_12.wmf", "htmlfile_2.JPG", "HTMLFile.html"}) {
-    EXPECT_FALSE(Exists(name)) << name;
+    EXPECT_FALSE(folder.HasWork(name)) << name;
   }
-  for (const std::string& name : others) EXPECT_TRUE(Exists(name)) << name;
+  for (const std::string& name : others) EXPECT_TRUE(folder.HasWork(name)) << name;
 }
 
 // A page that is cut would pass for the whole one.
 TEST_F(HrnFiles, APageThatCannotBeWrittenWholeIsNotThere) {
   Rtf("{\\rtf1 " + std::string(100'000, 'a') + "}");
-  rlimit before{};
-  getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit small{50'000, before.rlim_max};
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &small);
-  EXPECT_THROW(Run(), std::system_error);
-  setrlimit(RLIMIT_FSIZE, &before);
-  std::signal(SIGXFSZ, handler);
-  EXPECT_FALSE(Exists("HTMLFile.html"));
+  {
+    const test_support::SmallFiles full(50'000);
+    EXPECT_THROW(Run(), std::system_error);
+  }
+  EXPECT_FALSE(folder.HasWork("HTMLFile.html"));
 }
 
 TEST_F(HrnFiles, AFolderThatIsNotThereIsTold) {
