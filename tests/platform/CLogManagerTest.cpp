@@ -3,14 +3,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/resource.h>
-
-#include <csignal>
 
 #include "TempFolder.h"
 #include "charset/LibraryNarrow.h"
 #include "platform/NarrowText.h"
 #include "platform/UniqueFd.h"
+#include "tests/support/SmallFiles.h"
 
 namespace {
 
@@ -30,30 +28,8 @@ TEST_F(LogManager, TheTraceIsRawUtf16) {
   m_log.SetFileName(Windows("TarnyEngine.txt"));
   m_log.WriteLog(u"a\u0141\n");
   m_log.WriteLog(u"");
-  const std::u16string_view expected = u"a\u0141\n\r\n\r\n";
-  EXPECT_EQ(Read("TarnyEngine.txt"),
-            std::string(reinterpret_cast<const char*>(expected.data()), 2 * expected.size()));
+  EXPECT_EQ(Read("TarnyEngine.txt"), test_support::WideBytes(u"a\u0141\n\r\n\r\n"));
 }
-
-// No file grows beyond that many bytes while the object lives, as on a full disk.
-class FullDisk {
- public:
-  explicit FullDisk(rlim_t bytes) {
-    getrlimit(RLIMIT_FSIZE, &m_before);
-    const rlimit limit{bytes, m_before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &m_before);
-    std::signal(SIGXFSZ, m_handler);
-  }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
- private:
-  rlimit m_before{};
-  void (*m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-};
 
 TEST_F(LogManager, ALineThatMeetsAFullDiskIsLostWhole) {
   m_log.SetFileName(Windows("trace"));
@@ -62,7 +38,7 @@ TEST_F(LogManager, ALineThatMeetsAFullDiskIsLostWhole) {
   const std::string trace = Read("trace");
   const std::string status = Read("4LogFile.txt");
   {
-    const FullDisk disk(trace.size() + 3);  // in the middle of a unit
+    const test_support::SmallFiles disk(trace.size() + 3);  // in the middle of a unit
     m_log.WriteLog(u"two");
     m_log.WriteLogFile4(u"4LogFile.txt", u"a longer second line");
   }
