@@ -6,14 +6,19 @@
 #include <string_view>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "archive/CkMht.h"
 #include "archive/MhtObserver.h"
 #include "base/LogNull.h"
 #include "mime/tree/MimeMessage2.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Texts.h"
 
 namespace archive_support {
 
+using test_support::CountOf;
+using test_support::Repeated;
 using test_support::TemporaryFolder;
 
 // One part of an archive as a reader of MIME gets it: header values, and the decoded body.
@@ -93,18 +98,18 @@ struct Converter {
   CkMht mht;
 };
 
+// A folder for pages, and a converter that takes them.
+struct PagesOfAFolder : testing::Test {
+  TemporaryFolder folder;
+  Converter converter;
+};
+
 // What stands between two texts; "" when they are not there.
 inline std::string Between(std::string_view text, std::string_view start, std::string_view end) {
   const std::size_t from = text.find(start);
   if (from == std::string_view::npos) return {};
   text.remove_prefix(from + start.size());
   return std::string(text.substr(0, text.find(end)));
-}
-
-inline std::size_t CountOf(std::string_view text, std::string_view part) {
-  std::size_t count = 0;
-  for (auto n = text.find(part); n != text.npos; n = text.find(part, n + part.size())) ++count;
-  return count;
 }
 
 inline const std::string kGif = "GIF89a\x01\x01 a picture";

@@ -16,10 +16,10 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-TEST(MhtFile, PageWithoutResourcesIsPlainMessage) {
-  TemporaryFolder folder;
+using MhtFile = PagesOfAFolder;
+
+TEST_F(MhtFile, PageWithoutResourcesIsPlainMessage) {
   const std::string page = folder.Write("p.html", "<html><body>nothing here</body></html>");
-  Converter converter;
   const Message mail = converter.Eml(page);
   ASSERT_EQ(mail.parts.size(), 1U);
   EXPECT_THAT(mail.parts[0].type, HasSubstr("text/html"));
@@ -32,8 +32,7 @@ TEST(MhtFile, PageWithoutResourcesIsPlainMessage) {
   EXPECT_EQ(Converter().Mht(page).Header("X-Unsent"), "");
 }
 
-TEST(MhtFile, PageThatCannotBeReadFails) {
-  Converter converter;
+TEST_F(MhtFile, PageThatCannotBeReadFails) {
   CkString text;
   text.setString("old");
   EXPECT_FALSE(converter.mht.GetMHT("/nowhere/p.html", text));
@@ -42,13 +41,11 @@ TEST(MhtFile, PageThatCannotBeReadFails) {
   EXPECT_EQ(converter.mht.getEML("/"), nullptr);
 }
 
-TEST(MhtFile, OneUrlHasOnePartAndOneId) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, OneUrlHasOnePartAndOneId) {
   folder.Write("a.gif", kGif);
   const std::string page = folder.Write(
       "p.html",
       "<IMG SRC=a.gif alt=x> <img src='a.gif'> <img src=\"A.GIF\"><table background=a.gif>");
-  Converter converter;
   const Message archive = converter.Mht("file:///" + page.substr(1));
   ASSERT_EQ(archive.parts.size(), 2U);
   const Part& picture = archive.parts[1];
@@ -61,14 +58,12 @@ TEST(MhtFile, OneUrlHasOnePartAndOneId) {
   EXPECT_THAT(converter.told.got, ElementsAre("a.gif"));
 }
 
-TEST(MhtFile, WhatIsMissingKeepsItsUrl) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, WhatIsMissingKeepsItsUrl) {
   folder.Write("there.png", kPng);
   const std::string page =
       folder.Write("p.html",
                    "<style>b{background:url(no.gif)}</style><img src=gone.png><img src=there.png>"
                    "<img src=\"data:image/gif;base64,R0\"><a href=x.html><input src=none.gif>");
-  Converter converter;
   const Message archive = converter.Mht(page);
   ASSERT_EQ(archive.parts.size(), 2U);
   EXPECT_THAT(archive.Page(), HasSubstr("src=\"gone.png\""));
@@ -80,11 +75,9 @@ TEST(MhtFile, WhatIsMissingKeepsItsUrl) {
               testing::UnorderedElementsAre("gone.png", "no.gif", "none.gif"));
 }
 
-TEST(MhtFile, WithoutIdsPartsHaveLocations) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, WithoutIdsPartsHaveLocations) {
   folder.Write("img/a.gif", kGif);
   const std::string page = folder.Write("p.html", "Html--Url--Location <img src=img/a.gif>");
-  Converter converter;
   converter.mht.put_UseCids(false);
   const Message archive = converter.Mht(page);
   ASSERT_EQ(archive.parts.size(), 2U);
@@ -101,15 +94,13 @@ TEST(MhtFile, WithoutIdsPartsHaveLocations) {
   EXPECT_EQ(absolute.At(url)->body, kGif);
 }
 
-TEST(MhtFile, MailShowsWhatIsForReadersWithoutScripts) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, MailShowsWhatIsForReadersWithoutScripts) {
   folder.Write("s.js", "alert(1)");
   const std::string page = folder.Write(
       "p.html",
       "<script src=s.js></script><SCRIPT>document.write('<style>q{}</style>')</SCRIPT>"
       "<style>b{}</style><noscript>plain</noscript><p onclick=\"go()\" onLoad = x>t</p>"
       "<a href=\"javascript:go()\">l</a>");
-  Converter converter;
   const Message mail = converter.Eml(page);
   EXPECT_EQ(mail.Page(), "<style>b{}</style>plain<p  >t</p><a href=\"#\">l</a>");
   EXPECT_EQ(mail.parts.size(), 1U);
@@ -122,8 +113,7 @@ TEST(MhtFile, MailShowsWhatIsForReadersWithoutScripts) {
   EXPECT_THAT(archive.Page(), HasSubstr("onclick=\"go()\""));
 }
 
-TEST(MhtFile, PlacesOfSetAsideBlocksCannotBeForged) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, PlacesOfSetAsideBlocksCannotBeForged) {
   folder.Write("s.css", "i{} <velkor_script>");
   const std::string page = folder.Write("p.html",
                                         "<velkor_style><velkor_script><link rel=stylesheet "
@@ -132,17 +122,14 @@ TEST(MhtFile, PlacesOfSetAsideBlocksCannotBeForged) {
   EXPECT_THAT(archive.Page(), testing::EndsWith("<style>b{}</style>|<script>go()</script>"));
 }
 
-TEST(MhtFile, ScriptsThatDoNotEnd) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, ScriptsThatDoNotEnd) {
   const std::string page = folder.Write("p.html", "a<script>x --> b<script>c");
   EXPECT_EQ(Converter().Mht(page).Page(), "a<script>x --> b<script>c");
-  Converter converter;
   converter.mht.put_NoScripts(true);
   EXPECT_EQ(converter.Mht(page).Page(), "a bc");
 }
 
-TEST(MhtFile, SheetsComeIntoThePage) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, SheetsComeIntoThePage) {
   folder.Write("img/a.gif", kGif);
   folder.Write(
       "css/site.css",
@@ -155,7 +142,6 @@ TEST(MhtFile, SheetsComeIntoThePage) {
       "<link rel=icon href=i.ico><link type=text/css href=none.css><style>@import "
       "url(css/site.css);"
       ".c{background: url(\"img/a.gif\")}</style>");
-  Converter converter;
   const Message archive = converter.Mht(page);
   ASSERT_EQ(archive.parts.size(), 2U);
   const std::string url = "url(cid:" + archive.parts[1].id + ")";
@@ -170,8 +156,7 @@ TEST(MhtFile, SheetsComeIntoThePage) {
 }
 
 // Pages of rich text are UTF-8 and name their pictures' folder in the ANSI page.
-TEST(MhtFile, AFolderInTheAnsiPageIsFoundInAPageThatIsUtf8) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, AFolderInTheAnsiPageIsFoundInAPageThatIsUtf8) {
   folder.Write("m\xC3\xBC/a.gif", kGif);
   const std::string page = folder.Write(
       "m\xC3\xBC/p.html", "\xEF\xBB\xBF<p>x<img src=\"file://" + folder.Path() + "/m\xFC/a.gif\">");
@@ -179,8 +164,7 @@ TEST(MhtFile, AFolderInTheAnsiPageIsFoundInAPageThatIsUtf8) {
 }
 
 // As the addresses of fonts do: "family=Sans:wght@400;700".
-TEST(MhtFile, AddressesOfImportsHoldSemicolons) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, AddressesOfImportsHoldSemicolons) {
   folder.Write("a;1.css", "a{}");
   folder.Write("b;1.css", "b{}");
   const std::string page =
@@ -193,8 +177,7 @@ TEST(MhtFile, AddressesOfImportsHoldSemicolons) {
             "<style>@import url(a;1.css</style>");
 }
 
-TEST(MhtFile, SheetsForOtherMediaThanAScreenAreLeftOut) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, SheetsForOtherMediaThanAScreenAreLeftOut) {
   folder.Write("s.css", "s{}");
   const auto taken = [&](const std::string& media) {
     const std::string link = "<link rel=stylesheet href=s.css media='" + media + "'>";
@@ -209,8 +192,7 @@ TEST(MhtFile, SheetsForOtherMediaThanAScreenAreLeftOut) {
   }
 }
 
-TEST(MhtFile, ImportsEnd) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, ImportsEnd) {
   folder.Write("self.css", "@import 'self.css'; s{}");
   for (int n = 1; n <= 8; ++n) {
     folder.Write("l" + std::to_string(n) + ".css",
@@ -226,15 +208,13 @@ TEST(MhtFile, ImportsEnd) {
   EXPECT_THAT(text, HasSubstr("@import 'gone.css'; t{}"));
 }
 
-TEST(MhtFile, FramesAreDocumentsOfTheirFolder) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, FramesAreDocumentsOfTheirFolder) {
   folder.Write("a.gif", kGif + "outer");
   folder.Write("sub/a.gif", kGif + "inner");
   folder.Write("sub/f.html",
                "<meta charset=utf-8><img src=a.gif><img src=../a.gif><img src=no.gif>");
   const std::string page =
       folder.Write("p.html", "<iframe src=sub/f.html></iframe><img src=a.gif>");
-  Converter converter;
   const Message archive = converter.Mht(page);
   ASSERT_EQ(archive.parts.size(), 4U);  // page, frame and two pictures
   const Part& frame = archive.parts[1];
@@ -252,8 +232,7 @@ TEST(MhtFile, FramesAreDocumentsOfTheirFolder) {
   EXPECT_EQ(converter.Mht(page).parts.size(), 5U);  // "a.gif" of two folders and "../a.gif"
 }
 
-TEST(MhtFile, IncludesOfAServer) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, IncludesOfAServer) {
   folder.Write("head.inc", "[head <!--#include file=\"page.html\" -->]");
   for (int n = 0; n < 20; ++n) {
     folder.Write("d" + std::to_string(n),
@@ -267,8 +246,7 @@ TEST(MhtFile, IncludesOfAServer) {
 }
 
 // The two files named by what the page means, however it spells them.
-TEST(MhtFile, NamesAreFoundHoweverTheyAreSpelt) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, NamesAreFoundHoweverTheyAreSpelt) {
   folder.Write("Pic Of\xC3\xBC.gif", kGif);
   folder.Write("raw\xE4.gif", kGif + "raw");
   folder.Write("a&b.gif", kGif + "and");
@@ -279,16 +257,13 @@ TEST(MhtFile, NamesAreFoundHoweverTheyAreSpelt) {
                    "<img src='pic of%FC.gif'><img src='pic%20of%C3%BC.GIF'><img src=raw\xE4.gif>"
                    "<img src='a&amp;b.gif'><img src='file://" +
                        name + "'><img src='file:\\\\" + name + "'><img src='" + name + "'>");
-  Converter converter;
   const Message archive = converter.Mht("file:///" + page);
   EXPECT_THAT(converter.told.lacking, IsEmpty());
   EXPECT_EQ(archive.parts.size(), 7U);  // the last three mean one file
 }
 
-TEST(MhtFile, CharsetsOfPages) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, CharsetsOfPages) {
   const auto type = [](const Message& message) { return message.parts.at(0).type; };
-  Converter converter;
   const Message plain = converter.Mht(folder.Write("none.html", "<title>t</title>caf\xE9"));
   EXPECT_EQ(type(plain), "text/html");
   EXPECT_THAT(plain.text, HasSubstr("caf=E9"));
@@ -331,8 +306,7 @@ TEST(MhtFile, CharsetsOfPages) {
   EXPECT_THAT(lie.text, HasSubstr("Content-Type: text/html\r\n"));
 }
 
-TEST(MhtFile, NothingOutsideOfTheFolder) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, NothingOutsideOfTheFolder) {
   folder.Write("secret.gif", kGif);
   folder.Write("secret.css", "q{}");
   folder.Write("secret.inc", "secret text");
@@ -346,7 +320,6 @@ TEST(MhtFile, NothingOutsideOfTheFolder) {
                        "'><img src=../in2/b.gif><img src=sub/../sub/a.gif><link rel=stylesheet "
                        "href=../secret.css><!--#include file=../secret.inc -->"
                        "<img src=http://127.0.0.1:9/x.gif>");
-  Converter converter;
   converter.mht.put_ConfineToFolder(true);
   converter.mht.put_NoNetwork(true);
   const Message archive = converter.Mht(page);
@@ -361,14 +334,12 @@ TEST(MhtFile, NothingOutsideOfTheFolder) {
   EXPECT_EQ(converter.Mht(page).parts.size(), 6U);
 }
 
-TEST(MhtFile, WhatIsTakenInIsTheCallersChoice) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, WhatIsTakenInIsTheCallersChoice) {
   folder.Write("a.gif", kGif);
   folder.Write("b.gif", kGif);
   const std::string sheet = folder.Write("x.css", ".extra{}");
   const std::string page =
       folder.Write("p.html", "<head></head><img src=a.gif><img src=b.gif border = 0>");
-  Converter converter;
   converter.mht.AddExcludedUrl("");
   converter.mht.AddExcludedUrl("b.g");
   converter.mht.AddStyleSheet(sheet.c_str());
@@ -384,14 +355,12 @@ TEST(MhtFile, WhatIsTakenInIsTheCallersChoice) {
   EXPECT_THAT(converter.Mht(page).Page(), HasSubstr("<img src=a.gif><img src=b.gif border = 0>"));
 }
 
-TEST(MhtFile, RolloversAndLinks) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, RolloversAndLinks) {
   folder.Write("on.gif", kGif);
   const std::string page = folder.Write(
       "p.html",
       "<a href=b.html onmouseover=\"swap('on.gif','name')\">x</a><a href=\"mailto:a@b\">y</a>"
       "<a\thref=#>z</a><form action=go.cgi><area href='javascript:f()'>");
-  Converter converter;
   converter.mht.put_BaseUrl("http://host/dir/");
   const Message archive = converter.Mht(page);
   ASSERT_EQ(archive.parts.size(), 2U);
@@ -401,8 +370,7 @@ TEST(MhtFile, RolloversAndLinks) {
                 "<form action=\"http://host/dir/go.cgi\"><area href='javascript:f()'>");
 }
 
-TEST(MhtFile, NamesOfParts) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, NamesOfParts) {
   folder.Write("a.jpeg", "\xFF\xD8\xFF\xE0 a picture");
   folder.Write("b", "\xFF\xD8\xFF\xE0 a picture");
   folder.Write("c.png", kGif);
@@ -414,7 +382,6 @@ TEST(MhtFile, NamesOfParts) {
   const std::string page = folder.Write("p.html",
                                         "<img src=a.jpeg><img src=b><img src=c.png><img src=bm.xyz>"
                                         "<img src=bmp><img src=v.svg><img src='d;=\xC3\xA4.pdf'>");
-  Converter converter;
   std::vector<std::string> types;
   for (const Part& part : converter.Mht(page).parts) types.push_back(part.type);
   EXPECT_THAT(types,
@@ -424,11 +391,9 @@ TEST(MhtFile, NamesOfParts) {
                           "application/pdf; name=\"d\xC3\xA4.pdf\""));
 }
 
-TEST(MhtFile, TextsAndFiles) {
-  TemporaryFolder folder;
+TEST_F(MhtFile, TextsAndFiles) {
   folder.Write("a.gif", kGif);
   const std::string html = "<meta charset=iso-8859-1>\xC3\xA4<img src=a.gif>";
-  Converter converter;
   converter.mht.put_BaseUrl(("file://" + folder.Path()).c_str());
   converter.mht.put_ConfineToFolder(true);
   const Message archive = Read(converter.mht.htmlToMHT(html.c_str()));

@@ -17,12 +17,6 @@ namespace {
 using namespace archive_support;
 using testing::HasSubstr;
 
-std::string Repeated(std::string_view text, std::size_t count) {
-  std::string result;
-  for (std::size_t n = 0; n < count; ++n) result += text;
-  return result;
-}
-
 double SecondsFor(const std::string& html) {
   Converter converter;
   converter.mht.put_NoNetwork(true);
@@ -55,18 +49,18 @@ TEST(MhtHostile, TimeGrowsWithThePage) {
                             "<base",
                             "<td background=\"a\" background='"}) {
     const std::size_t count = 400'000 / std::string_view(piece).size();
-    const double small = SecondsFor(Repeated(piece, count / 10));
-    const double large = SecondsFor(Repeated(piece, count));
+    const double small = SecondsFor(Repeated(count / 10, piece));
+    const double large = SecondsFor(Repeated(count, piece));
     EXPECT_LT(large, 30 * small + 1) << piece;
   }
   EXPECT_LT(SecondsFor("<img " + std::string(10'000'000, 'a') + ">"), 10);
-  EXPECT_LT(SecondsFor("<style>" + Repeated(".a{background:url(x.gif)}", 40'000) + "</style>"), 10);
+  EXPECT_LT(SecondsFor("<style>" + Repeated(40'000, ".a{background:url(x.gif)}") + "</style>"), 10);
 }
 
 TEST(MhtHostile, TenThousandPictures) {
   TemporaryFolder folder;
   folder.Write("one.gif", kGif);
-  std::string tags = Repeated("<img src=one.gif>", 10'000);
+  std::string tags = Repeated(10'000, "<img src=one.gif>");
   for (int n = 0; n < 10; ++n) std::filesystem::create_symlink(".", folder.File(std::to_string(n)));
   for (int n = 0; n < 1000; ++n) {
     folder.Write("p" + std::to_string(n), kGif);
@@ -105,7 +99,7 @@ TEST(MhtHostile, SheetsThatImportOneAnotherUnderManyNames) {
   for (int n = 0; n < 50; ++n) imports += "@import 's.css?" + std::to_string(n) + "';";
   for (int n = 0; n < 50; ++n) site.Put("/s.css?" + std::to_string(n), imports + "s{}", "text/css");
   site.Put("/",
-           "<style>" + imports + "</style>" + Repeated("<link rel=stylesheet href=s.css?1>", 50));
+           "<style>" + imports + "</style>" + Repeated(50, "<link rel=stylesheet href=s.css?1>"));
   const std::string text = Converter().Mht(site.Url("/")).Page();
   EXPECT_EQ(CountOf(text, "s{}"), 100U);  // once each, and once for each link
   EXPECT_EQ(site.Asked("/s.css?1").size(), 1U);
@@ -114,11 +108,11 @@ TEST(MhtHostile, SheetsThatImportOneAnotherUnderManyNames) {
 TEST(MhtHostile, WhatIsBroughtIntoAPageIsBounded) {
   TemporaryFolder folder;
   folder.Write("big.css", std::string(1'000'000, 'x'));
-  folder.Write("a", Repeated("<!--#include file=b -->", 20));
-  folder.Write("b", Repeated("<!--#include file=c -->", 20));
+  folder.Write("a", Repeated(20, "<!--#include file=b -->"));
+  folder.Write("b", Repeated(20, "<!--#include file=c -->"));
   folder.Write("c", std::string(1'000'000, 'y'));
   // Sheets and included files spend one allowance: without it for either this would be more.
-  const std::string page = Repeated("<link rel=stylesheet href=big.css>", 200);
+  const std::string page = Repeated(200, "<link rel=stylesheet href=big.css>");
   EXPECT_LT(Converter().Mht(folder.Write("p.html", page + "<!--#include file=a -->")).text.size(),
             50'000'000U);
 }

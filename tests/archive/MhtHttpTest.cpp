@@ -13,8 +13,11 @@ using namespace archive_support;
 using testing::HasSubstr;
 using testing::Not;
 
-TEST(MhtHttp, EverythingOfAPageIsFetchedAndNamedByItsUrl) {
+struct MhtHttp : PagesOfAFolder {
   PageServer site;
+};
+
+TEST_F(MhtHttp, EverythingOfAPageIsFetchedAndNamedByItsUrl) {
   site.Put("/dir/page.html",
            "<head><title>t</title><link rel=stylesheet href='/css/s.css?v=1'></head>"
            "<style>b{background:url(pic.gif)}</style><img src=pic.gif><img src=/root.gif>"
@@ -24,7 +27,6 @@ TEST(MhtHttp, EverythingOfAPageIsFetchedAndNamedByItsUrl) {
     site.Put(path, kGif + path, "image/gif");
   }
   site.Put("/dir/f/frame.html", "<img src=in.gif><img src=../pic.gif>");
-  Converter converter;
   converter.mht.put_UseCids(false);
   const Message archive = converter.Mht(site.Url("/dir/page.html#part"));
   ASSERT_EQ(archive.parts.size(), 6U);
@@ -46,11 +48,9 @@ TEST(MhtHttp, EverythingOfAPageIsFetchedAndNamedByItsUrl) {
 }
 
 // A reader looks for the URL that the tag means.
-TEST(MhtHttp, LocationsAreUrlsAndNoHtml) {
-  PageServer site;
+TEST_F(MhtHttp, LocationsAreUrlsAndNoHtml) {
   site.Put("/p", "<img src='i?a=1&amp;b=2'><img src='i?a=1&b=2'><a data-href=x href=y>");
   site.Put("/i?a=1&b=2", kGif);
-  Converter converter;
   converter.mht.put_UseCids(false);
   const Message archive = converter.Mht(site.Url("/p"));
   ASSERT_EQ(archive.parts.size(), 2U);
@@ -61,8 +61,7 @@ TEST(MhtHttp, LocationsAreUrlsAndNoHtml) {
   EXPECT_EQ(CountOf(byId.Page(), "cid:" + byId.parts[1].id), 2U);
 }
 
-TEST(MhtHttp, BasesAreThoseOfTheLastRedirection) {
-  PageServer site;
+TEST_F(MhtHttp, BasesAreThoseOfTheLastRedirection) {
   site.Redirect("/old", "/new/place/p.html");
   site.Put("/new/place/p.html", "<img src=a.gif>");
   site.Put("/new/place/a.gif", kGif);
@@ -72,16 +71,13 @@ TEST(MhtHttp, BasesAreThoseOfTheLastRedirection) {
   site.Put("/based.html",
            "<base href=\"" + site.Url("/new/place/index.html") + "\"><img src=a.gif>");
   EXPECT_EQ(Converter().Mht(site.Url("/based.html")).parts.size(), 2U);
-  TemporaryFolder folder;
   const std::string page =
       folder.Write("p.html", "<base href='" + site.Url("/new") +
                                  "'><img src=place/a.gif><img src=/new/place/a.gif>");
   EXPECT_EQ(Converter().Mht(page).parts.size(), 2U);
 }
 
-TEST(MhtHttp, APageThatCannotBeHadFails) {
-  PageServer site;
-  Converter converter;
+TEST_F(MhtHttp, APageThatCannotBeHadFails) {
   EXPECT_EQ(converter.mht.getMHT(site.Url("/none").c_str()), nullptr);
   EXPECT_EQ(converter.mht.getEML("http://127.0.0.1:9/"), nullptr);
   site.Redirect("/circle", "/circle");
@@ -95,14 +91,11 @@ TEST(MhtHttp, APageThatCannotBeHadFails) {
   EXPECT_TRUE(site.Asked("/").empty());
 }
 
-TEST(MhtHttp, APageFromTheNetworkShowsNoFiles) {
-  PageServer site;
-  TemporaryFolder folder;
+TEST_F(MhtHttp, APageFromTheNetworkShowsNoFiles) {
   const std::string secret = folder.Write("secret.gif", kGif);
   site.Put("/p.html", "<img src=\"file://" + secret + "\"><style>@import 'file://" + secret +
                           "'; b{background:url(file://" + secret +
                           ")}</style><iframe src='file://" + secret + "'></iframe>");
-  Converter converter;
   EXPECT_EQ(converter.Mht(site.Url("/p.html")).parts.size(), 1U);
   EXPECT_TRUE(converter.told.got.empty());
   // Nor does a frame from there in a page on disk.
@@ -111,12 +104,10 @@ TEST(MhtHttp, APageFromTheNetworkShowsNoFiles) {
   EXPECT_EQ(converter.Mht(page).parts.size(), 2U);
 }
 
-TEST(MhtHttp, CharsetOfTheResponseAndOfThePage) {
-  PageServer site;
+TEST_F(MhtHttp, CharsetOfTheResponseAndOfThePage) {
   site.Put("/both", "<meta charset=iso-8859-1>\xC3\xA4", "text/html; charset=utf-8");
   site.Put("/one", "<title>t</title>\xC3\xA4", "text/html; charset=utf-8");
   site.Put("/lie", "<meta charset=utf-16>\xC3\xA4", "text/html; charset=utf-8");
-  Converter converter;
   const Message both = converter.Mht(site.Url("/both"));
   EXPECT_EQ(both.parts[0].type, "text/html; charset=\"iso-8859-1\"");
   EXPECT_THAT(both.text, HasSubstr(">=E4"));
@@ -146,9 +137,7 @@ TEST(MhtHttp, CharsetOfTheResponseAndOfThePage) {
 }
 
 // A server that wants a login answers with a page, whatever it is asked for.
-TEST(MhtHttp, OnlyWhereBytesAreJudgedIsAPageNoPicture) {
-  PageServer site;
-  TemporaryFolder folder;
+TEST_F(MhtHttp, OnlyWhereBytesAreJudgedIsAPageNoPicture) {
   const std::string login = "\r\n<!DOCTYPE html><html>log in";
   site.Put("/login.png", login);
   site.Put("/text.png", "no such picture", "text/plain");
@@ -166,7 +155,6 @@ TEST(MhtHttp, OnlyWhereBytesAreJudgedIsAPageNoPicture) {
   // In UTF-16 without a mark.
   const std::string page =
       folder.Write("p.html", test_support::WideBytes(platform::Utf8ToUtf16(html)));
-  Converter converter;
   (void)converter.Mht(page);
   EXPECT_TRUE(converter.told.lacking.empty());
   converter.mht.put_JudgeByBytes(true);
@@ -179,21 +167,17 @@ TEST(MhtHttp, OnlyWhereBytesAreJudgedIsAPageNoPicture) {
   EXPECT_THAT(archive.Page(), HasSubstr("src=\"" + site.Url("/login.png") + "\""));
 }
 
-TEST(MhtHttp, APageThatIsNotReadyYetIsFetchedAgain) {
-  PageServer site;
+TEST_F(MhtHttp, APageThatIsNotReadyYetIsFetchedAgain) {
   site.Put("/", "<META HTTP-EQUIV=\"Refresh\" CONTENT=\"0.1\">");
   EXPECT_EQ(Converter().Mht(site.Url("/")).parts.size(), 1U);
   EXPECT_EQ(site.Asked("/").size(), 2U);
 }
 
-TEST(MhtHttp, OnlyLocalPictures) {
-  PageServer site;
+TEST_F(MhtHttp, OnlyLocalPictures) {
   site.Put("/a.gif", kGif);
-  TemporaryFolder folder;
   folder.Write("b.gif", kGif);
   const std::string tag = "<img src=" + site.Url("/a.gif") + ">";
   const std::string page = folder.Write("p.html", tag + "<img src=b.gif>");
-  Converter converter;
   converter.mht.put_EmbedLocalOnly(true);
   const Message archive = converter.Mht(page);
   EXPECT_EQ(archive.parts.size(), 2U);
@@ -202,8 +186,7 @@ TEST(MhtHttp, OnlyLocalPictures) {
   EXPECT_EQ(converter.Mht(page).parts.size(), 3U);
 }
 
-TEST(MhtHttp, FramesThatShowThemselvesEnd) {
-  PageServer site;
+TEST_F(MhtHttp, FramesThatShowThemselvesEnd) {
   site.Put("/self.html", "<iframe src=self.html></iframe>");
   EXPECT_EQ(Converter().Mht(site.Url("/self.html")).parts.size(), 2U);
   // Each level under a name of its own: 32 documents at most.

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -10,10 +9,10 @@
 #include "base/DataBuffer.h"
 #include "base/ExtPtrArray.h"
 #include "base/LogContextExitor.h"
-#include "base/Reallocate.h"
 #include "base/RefCountedObject.h"
 #include "base/RefCountedObjectOwner.h"
 #include "base/StringBuffer.h"
+#include "tests/support/BlockLimit.h"
 
 namespace {
 
@@ -30,19 +29,6 @@ bool Spoil(T& object, Word word, Word instead = 0) {
   }
   return false;
 }
-
-void* NoMemory(void*, size_t) { return nullptr; }
-
-size_t largest_block = 0;
-void* UpToLargest(void* block, size_t bytes) {
-  return bytes > largest_block ? nullptr : std::realloc(block, bytes);
-}
-
-struct ReallocateInPlace {
-  explicit ReallocateInPlace(ReallocateFunction function) : before(SetReallocate(function)) {}
-  ~ReallocateInPlace() { SetReallocate(before); }
-  ReallocateFunction before;
-};
 
 int fatal_calls = 0;
 std::string fatal_text;
@@ -142,7 +128,7 @@ TEST(StringBuffer, ComparesWithAndWithoutCase) {
 TEST(StringBuffer, WantOfMemoryAndAWrongWordLeaveTheTextAlone) {
   StringBuffer text(std::string(81, 'a'));
   {
-    const ReallocateInPlace none(NoMemory);
+    const test_support::BlockLimit none(0);
     EXPECT_FALSE(text.appendChar('b'));
     EXPECT_FALSE(text.append("bc"));
     EXPECT_FALSE(text.setString(std::string(90, 'b')));
@@ -179,10 +165,10 @@ TEST(DataBuffer, GrowsByTheFirstStepThatFits) {
 TEST(DataBuffer, TriesAgainWithLessWhenAStepCannotBeHad) {
   DataBuffer bytes;
   ASSERT_TRUE(bytes.append(std::string(20'000, 'a')));
-  largest_block = 20'000 + 100 + DataBuffer::kRetrySlack;
-  const ReallocateInPlace little(UpToLargest);
+  constexpr auto kLargest = 20'000 + 100 + DataBuffer::kRetrySlack;
+  const test_support::BlockLimit little(kLargest);
   ASSERT_TRUE(bytes.append(std::string(100, 'b')));
-  EXPECT_EQ(bytes.capacity(), largest_block);
+  EXPECT_EQ(bytes.capacity(), kLargest);
   EXPECT_FALSE(bytes.append(std::string(401, 'c')));
   EXPECT_EQ(bytes.getSize(), 20'100U);
 }

@@ -18,16 +18,13 @@ class BodyExtraction : public testing::Test {
   BodyExtraction() { mail::installLibraryNarrow(); }
   ~BodyExtraction() override { ews::Settings() = {}; }
 
-  bool Exists(const std::string& name) { return std::filesystem::exists(folder.Work(name)); }
-  std::string Read(const std::string& name) { return test_support::ReadAll(folder.Work(name)); }
-
   // The text that is made of a mail, in UTF-8; "none" where no file is.
   std::string Text(const std::string& mime) {
     std::filesystem::remove(folder.Work("TextFile1.txt"));
     folder.WriteWork("EmlFile.Eml", mime);
     EXPECT_EQ(handler.GetHTMLbODY(Folder()), 0);
-    if (!Exists("TextFile1.txt")) return "none";
-    return CString(test_support::WideText(Read("TextFile1.txt"))).ToUtf8();
+    if (!folder.HasWork("TextFile1.txt")) return "none";
+    return CString(test_support::WideText(folder.ReadWork("TextFile1.txt"))).ToUtf8();
   }
   // As the driver gives it, but for the backslash at the end.
   CString Folder() { return GetCurrPath().Left(GetCurrPath().GetLength() - 1); }
@@ -50,8 +47,9 @@ class BodyExtraction : public testing::Test {
     folder.WriteWork("ch111.html", "old");
     CkMime mime;
     const int result = handler.ExtractHtmlFile(&mime, GetCurrPath(), u"");
-    EXPECT_FALSE(Exists("HtmlTemFile.txt"));
-    return std::to_string(result) + (Exists("ch111.html") ? Read("ch111.html") : " none");
+    EXPECT_FALSE(folder.HasWork("HtmlTemFile.txt"));
+    return std::to_string(result) +
+           (folder.HasWork("ch111.html") ? folder.ReadWork("ch111.html") : " none");
   }
 
   TempRunFolder folder;
@@ -66,7 +64,7 @@ TEST_F(BodyExtraction, TheHtmlOfAMailBecomesItsText) {
   EXPECT_EQ(Text(plain), "none");
   folder.WriteWork("TextFile1.txt", "of the item itself");
   EXPECT_EQ(handler.GetHTMLbODY(Folder()), 0);
-  EXPECT_EQ(Read("TextFile1.txt"), "of the item itself");
+  EXPECT_EQ(folder.ReadWork("TextFile1.txt"), "of the item itself");
   for (const bool safe : {false, true}) {
     ews::Settings().bSafe = safe;
     EXPECT_EQ(Text(""), "none");
@@ -75,14 +73,14 @@ TEST_F(BodyExtraction, TheHtmlOfAMailBecomesItsText) {
     folder.WriteWork("TextFile1.txt/in", "x");
     folder.WriteWork("EmlFile.Eml", html + "<p>a");
     EXPECT_EQ(handler.GetHTMLbODY(Folder()), 0);
-    EXPECT_TRUE(Exists("TextFile1.txt/in") && Exists("EmlFile.Eml"));
+    EXPECT_TRUE(folder.HasWork("TextFile1.txt/in") && folder.HasWork("EmlFile.Eml"));
     std::filesystem::remove_all(folder.Work("TextFile1.txt"));
     std::filesystem::remove(folder.Work("EmlFile.Eml"));
     std::filesystem::create_directory(folder.Work("EmlFile.Eml"));
     EXPECT_EQ(handler.GetHTMLbODY(Folder()), 0);
     std::filesystem::remove(folder.Work("EmlFile.Eml"));
     EXPECT_EQ(handler.GetHTMLbODY(Folder()), 1);
-    EXPECT_FALSE(Exists("TextFile1.txt"));
+    EXPECT_FALSE(folder.HasWork("TextFile1.txt"));
   }
 }
 
@@ -208,14 +206,14 @@ TEST_F(BodyExtraction, OnlySafePagesAreNotMistakenForOlderOnes) {
     folder.WriteWork("ch111.html", part + "new");
     CkMime mime;
     EXPECT_EQ(handler.DecodeBodyString(&mime, GetCurrPath(), u"ch111.html"), 1);
-    EXPECT_EQ(Read("ch111.html"), safe ? "new" : "old");
-    EXPECT_FALSE(Exists("HtmlTemFile.txt"));
+    EXPECT_EQ(folder.ReadWork("ch111.html"), safe ? "new" : "old");
+    EXPECT_FALSE(folder.HasWork("HtmlTemFile.txt"));
     std::filesystem::remove(folder.Work("ch111.html"));
     EXPECT_EQ(handler.DecodeBodyString(&mime, GetCurrPath(), u"ch111.html"), 0);
     // A message without parts has nothing to put there.
     folder.WriteWork("ch111.html", "Subject: x\r\n\r\nx");
     EXPECT_EQ(handler.DecodeBodyString(&mime, GetCurrPath(), u"ch111.html"), 1);
-    EXPECT_FALSE(Exists("ch111.html") || Exists("HtmlTemFile.txt"));
+    EXPECT_FALSE(folder.HasWork("ch111.html") || folder.HasWork("HtmlTemFile.txt"));
   }
   EXPECT_EQ(handler.DecodeString(u"=41"), u"");
 }

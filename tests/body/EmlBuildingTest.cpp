@@ -25,20 +25,18 @@ class EmlBuilding : public testing::Test {
   }
 
   CString Path(std::u16string_view name) { return GetCurrPath() + name; }
-  bool Exists(const std::string& name) { return std::filesystem::exists(folder.Work(name)); }
-  std::string Read(const std::string& name) { return test_support::ReadAll(folder.Work(name)); }
   // The archive of a page with that body.
   std::string Archive(const std::string& html) {
     folder.WriteWork("p.html", html);
     EXPECT_EQ(handler.ConvertHtmlToMime(Path(u"p.html")), Path(u"p.html.eml"));
-    return Read("p.html.eml");
+    return folder.ReadWork("p.html.eml");
   }
   // The mail that is made of a raw text; empty if there is none.
   std::string Mail(const std::string& raw) {
     folder.WriteWork("EmlFile.Eml", "old");
     folder.WriteWork("ssaa.txt", raw);
     handler.CreateEML(GetCurrPath());
-    return Exists("EmlFile.Eml") ? Read("EmlFile.Eml") : "";
+    return folder.HasWork("EmlFile.Eml") ? folder.ReadWork("EmlFile.Eml") : "";
   }
 
   TempRunFolder folder;
@@ -57,7 +55,7 @@ TEST_F(EmlBuilding, APageBecomesAnArchiveWithItsPictures) {
   folder.WriteWork("HTMLFile.html", "\xEF\xBB\xBF\n\n\n<html><img src=\"" + link + "\"></html>");
   const CString path = Path(u"").MakeUpper() + u"HTMLFile.html";
   EXPECT_EQ(handler.ConvertHtmlToMime(path), path + u".eml");
-  const std::string archive = Read("HTMLFile.html.eml");
+  const std::string archive = folder.ReadWork("HTMLFile.html.eml");
   EXPECT_TRUE(Has(archive, "Content-Type: multipart/related")) << archive;
   EXPECT_TRUE(Has(archive, "src=3D\"cid:")) << archive;
   EXPECT_TRUE(Has(archive, "Content-ID: <")) << archive;
@@ -66,7 +64,7 @@ TEST_F(EmlBuilding, APageBecomesAnArchiveWithItsPictures) {
 
 TEST_F(EmlBuilding, APageThatCannotBeReadLeavesNoArchive) {
   EXPECT_EQ(handler.ConvertHtmlToMime(Path(u"none.html")), u"");
-  EXPECT_FALSE(Exists("none.html.eml"));
+  EXPECT_FALSE(folder.HasWork("none.html.eml"));
   // Where the archive's name is taken by a folder its text comes back, which names no file.
   folder.WriteWork("p.html", "<p>a</p>");
   std::filesystem::create_directory(folder.Work("p.html.eml"));
@@ -94,7 +92,7 @@ TEST_F(EmlBuilding, SafeArchivesHoldNothingFromElsewhere) {
   for (const bool safe : {false, true}) {
     ews::Settings().bSafe = safe;
     (void)handler.ConvertHtmlToMime(Path(u"page\\p.html"));
-    std::string archive = Read("page/p.html.eml");
+    std::string archive = folder.ReadWork("page/p.html.eml");
     for (std::size_t at; (at = archive.find("=\r\n")) != std::string::npos;) archive.erase(at, 3);
     EXPECT_TRUE(Has(archive, "iVBORw0KGgogcGljdHVyZQ"));
     for (const auto& [link, bytes] : links) {
@@ -112,11 +110,11 @@ TEST_F(EmlBuilding, AFragmentGivesWayToItsBareBytes) {
                    "Content-ID: <i.png>\r\nContent-Transfer-Encoding: base64\r\n\r\n"
                    "YQ0KDQpi/w==\r\n");
   EXPECT_EQ(handler.EncodeWithString(&mime, GetCurrPath(), u"i.png"), 1);
-  EXPECT_EQ(Read("i.png"), bytes);
-  EXPECT_FALSE(Exists("Temp.min") || Exists("Mime.min"));
+  EXPECT_EQ(folder.ReadWork("i.png"), bytes);
+  EXPECT_FALSE(folder.HasWork("Temp.min") || folder.HasWork("Mime.min"));
   // A file that is not there gets what the object still holds.
   EXPECT_EQ(handler.EncodeWithString(&mime, GetCurrPath(), u"j.png"), 1);
-  EXPECT_EQ(Read("j.png"), bytes);
+  EXPECT_EQ(folder.ReadWork("j.png"), bytes);
 }
 
 // A rest of an item that was broken off stands where the fragment has to go.
@@ -127,7 +125,7 @@ TEST_F(EmlBuilding, OnlySafeFragmentsAreNotMistakenForOlderOnes) {
     folder.WriteWork("i.txt", "Content-Type: text/plain\r\n\r\nnew");
     CkMime mime;
     EXPECT_EQ(handler.EncodeWithString(&mime, GetCurrPath(), u"i.txt"), 1);
-    EXPECT_EQ(Read("i.txt"), safe ? "new" : "old");
+    EXPECT_EQ(folder.ReadWork("i.txt"), safe ? "new" : "old");
   }
 }
 
@@ -135,13 +133,13 @@ TEST_F(EmlBuilding, HeadersAreCutOffUpToALimit) {
   const auto Final = [&](std::size_t header) {
     folder.WriteWork("in", std::string(header, 'h') + "\r\n\r\ndata\r\n\r\nmore");
     EXPECT_EQ(handler.FinalIamge(Path(u"in"), Path(u"out")), 1);
-    return Read("out");
+    return folder.ReadWork("out");
   };
   EXPECT_EQ(Final(0), "data\r\n\r\nmore");
   EXPECT_EQ(Final(6552), "data\r\n\r\nmore");
   EXPECT_EQ(Final(6553).size(), 6553u + 16);
   EXPECT_EQ(handler.FinalIamge(Path(u"none"), Path(u"out2")), 1);
-  EXPECT_FALSE(Exists("out2"));
+  EXPECT_FALSE(folder.HasWork("out2"));
   EXPECT_EQ(handler.FinalIamge(Path(u"in"), GetCurrPath()), 0);
 }
 
@@ -158,12 +156,12 @@ TEST_F(EmlBuilding, PicturesBehindThePageBecomeFiles) {
     folder.WriteWork("raw.txt", "first\r\n<html>\r\n</html>\r\n" + parts);
     CkMime mime;
     EXPECT_EQ(handler.ExtractImageFromFile(&mime, Path(u"raw.txt"), u"list.txt"), 1);
-    return CString(test_support::WideText(Read("list.txt"))).ToUtf8();
+    return CString(test_support::WideText(folder.ReadWork("list.txt"))).ToUtf8();
   };
   EXPECT_EQ(Extract(Part("a1", "a.png") + Part("b1", "b.jpg")), "a1\r\nb1\r\n");
   EXPECT_EQ(handler.m_arrImagePaths.GetSize(), 2);
-  EXPECT_EQ(Read("a1"), "picture");
-  EXPECT_EQ(Read("b1"), "picture");
+  EXPECT_EQ(folder.ReadWork("a1"), "picture");
+  EXPECT_EQ(folder.ReadWork("b1"), "picture");
   // kept: endings count by case, and the part is read past. What is no file's name is listed, and
   // counts as one that cannot be opened.
   std::filesystem::create_directory(folder.Work("x"));
@@ -171,8 +169,8 @@ TEST_F(EmlBuilding, PicturesBehindThePageBecomeFiles) {
                     Part(".", "d.png") + Part("", "d.png") + Part("x\\e1", "d.png") +
                     Part("f1", "f.gif")),
             "../d1\r\n..\r\n.\r\n\r\nx\\e1\r\nf1\r\n");
-  EXPECT_EQ(Read("f1"), "picture");
-  EXPECT_FALSE(Exists("c1") || Exists("../d1") || Exists("x/e1"));
+  EXPECT_EQ(folder.ReadWork("f1"), "picture");
+  EXPECT_FALSE(folder.HasWork("c1") || folder.HasWork("../d1") || folder.HasWork("x/e1"));
   // A part of another type ends it, and so does the end inside of one.
   EXPECT_EQ(Extract("Content-Type: text/plain\r\n\r\n" + Part("g1", "g.png")).size(), 0u);
   EXPECT_EQ(Extract(Part("h1", "h.png").substr(0, 130)), "h1\r\n");
@@ -209,17 +207,18 @@ TEST_F(EmlBuilding, RawTextBecomesAMailOfItsPage) {
   std::filesystem::remove(folder.Work("ssaa.txt"));
   folder.WriteWork("EmlFile.Eml", "old");
   handler.CreateEML(GetCurrPath());
-  EXPECT_FALSE(Exists("EmlFile.Eml"));
+  EXPECT_FALSE(folder.HasWork("EmlFile.Eml"));
 }
 
 TEST_F(EmlBuilding, APageGetsSenderAndSubject) {
   folder.WriteWork("ch111.html", "<html><p>caf&eacute;</p></html>");
   // kept: what is beyond ASCII is UTF-8 taken for ANSI text
   (void)handler.DecodeStringEML(GetCurrPath(), u"<a@x>", u"\u042F b", u"");
-  EXPECT_TRUE(Has(Read("EmlFile.Eml"), "=?iso-8859-1?Q?=D0=AF_b?=")) << Read("EmlFile.Eml");
+  EXPECT_TRUE(Has(folder.ReadWork("EmlFile.Eml"), "=?iso-8859-1?Q?=D0=AF_b?="))
+      << folder.ReadWork("EmlFile.Eml");
   ews::Settings().bSafe = true;
   EXPECT_EQ(handler.DecodeStringEML(GetCurrPath(), u"\u042F <a@x>", u"\u042F b", u"1.1.2020"), u"");
-  const std::string mail = Read("EmlFile.Eml");
+  const std::string mail = folder.ReadWork("EmlFile.Eml");
   EXPECT_TRUE(Has(mail, "Subject: =?iso-8859-5?Q?=CF_b?=")) << mail;
   EXPECT_TRUE(Has(mail, "<a@x>")) << mail;
   EXPECT_TRUE(Has(mail, "<p>caf")) << mail;
@@ -227,7 +226,7 @@ TEST_F(EmlBuilding, APageGetsSenderAndSubject) {
   std::filesystem::remove(folder.Work("ch111.html"));
   std::filesystem::remove(folder.Work("EmlFile.Eml"));
   EXPECT_EQ(handler.DecodeStringEML(GetCurrPath(), u"a", u"b", u""), u"");
-  EXPECT_FALSE(Exists("EmlFile.Eml"));
+  EXPECT_FALSE(folder.HasWork("EmlFile.Eml"));
 }
 
 }  // namespace

@@ -31,8 +31,7 @@ class HrnFiles : public testing::Test {
     converter.HrsSetFlags(1, 4);
     converter.HrsConvertFile(GetCurrPath() + u"ch2111.rtf", GetCurrPath() + u"HTMLFile.html", 2);
   }
-  std::string Page() { return test_support::ReadAll(folder.Work("HTMLFile.html")); }
-  bool Exists(const std::string& name) { return std::filesystem::exists(folder.Work(name)); }
+  std::string Page() { return folder.ReadWork("HTMLFile.html"); }
 
   TempRunFolder folder;
 };
@@ -48,8 +47,8 @@ TEST_F(HrnFiles, PageAndPicturesAreLaidOutAsTheirReadersLookForThem) {
   const std::size_t first = page.find(link + "HTMLFile_1.png\"");
   ASSERT_NE(first, std::string::npos) << page;
   EXPECT_GT(page.find(link + "HTMLFile_2.jpg\""), first);
-  EXPECT_EQ(test_support::ReadAll(folder.Work("HTMLFile_1.png")), "\x89PNG");
-  EXPECT_EQ(test_support::ReadAll(folder.Work("HTMLFile_2.jpg")), "\xFF\xD8\xFF");
+  EXPECT_EQ(folder.ReadWork("HTMLFile_1.png"), "\x89PNG");
+  EXPECT_EQ(folder.ReadWork("HTMLFile_2.jpg"), "\xFF\xD8\xFF");
   EXPECT_EQ(page.find("charset"), std::string::npos);
 }
 
@@ -61,7 +60,7 @@ TEST_F(HrnFiles, FolderStandsInTheLinkInTheAnsiPage) {
   Hrn converter;
   const CString output = GetCurrPath() + CString::FromUtf8(name) + u"\\";
   converter.HrsConvertFile(GetCurrPath() + u"ch2111.rtf", output + u"HTMLFile.html", 2);
-  const std::string page = test_support::ReadAll(folder.Work(name + "/HTMLFile.html"));
+  const std::string page = folder.ReadWork(name + "/HTMLFile.html");
   EXPECT_NE(page.find("\xDF & y\\HTMLFile_1.png\""), std::string::npos) << page;
 }
 
@@ -81,19 +80,19 @@ TEST_F(HrnFiles, OlderFilesGoFirstAlsoWhereTheConversionFails) {
   }
   for (const char* name :
        {"HTMLFile_1.png", "HTMLFile_12.wmf", "htmlfile_2.JPG", "HTMLFile.html"}) {
-    EXPECT_FALSE(Exists(name)) << name;
+    EXPECT_FALSE(folder.HasWork(name)) << name;
   }
-  for (const std::string& name : others) EXPECT_TRUE(Exists(name)) << name;
+  for (const std::string& name : others) EXPECT_TRUE(folder.HasWork(name)) << name;
 }
 
 // A page that is cut would pass for the whole one.
 TEST_F(HrnFiles, APageThatCannotBeWrittenWholeIsNotThere) {
   Rtf("{\\rtf1 " + std::string(100'000, 'a') + "}");
   {
-    const test_support::FullDisk disk(50'000);
+    const test_support::FullDisk full(50'000);
     EXPECT_THROW(Run(), std::system_error);
   }
-  EXPECT_FALSE(Exists("HTMLFile.html"));
+  EXPECT_FALSE(folder.HasWork("HTMLFile.html"));
 }
 
 TEST_F(HrnFiles, AFolderThatIsNotThereIsTold) {

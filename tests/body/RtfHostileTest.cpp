@@ -9,15 +9,11 @@
 #include "body/rtf/RtfToHtml.h"
 #include "tests/body/RtfSupport.h"
 #include "tests/support/HtmlBalance.h"
+#include "tests/support/Texts.h"
 
 namespace {
 
-std::string Times(std::size_t count, std::string_view piece) {
-  std::string text;
-  text.reserve(count * piece.size());
-  while (count-- > 0) text += piece;
-  return text;
-}
+using test_support::Repeated;
 
 // Something of everything.
 const std::string kSample =
@@ -47,13 +43,13 @@ TEST(RtfHostile, EveryPrefixGivesAWholePage) {
 TEST(RtfHostile, TextAlwaysComesOut) {
   const std::string open = "{\\rtf1 ";
   const std::string rows[] = {
-      open + Times(1'000'000, "{") + "TEXT",
-      open + Times(1'000'000, "{\\b ") + "TEXT" + Times(1'000'000, "}"),
-      open + Times(5000, "{") + "{\\*\\nosuch a{b}c}{\\header x}{\\pict 00}TEXT",
-      open + Times(5000, "{\\footnote a") + "TEXT",
-      open + Times(1000, "{\\shp{\\*\\shpinst{\\shptxt ") + "TEXT",
-      open + Times(5000, "{") + "{\\shp{\\*\\shpinst{\\sp{\\sn x}{\\sv y}}{\\shptxt TEXT",
-      open + Times(5000, "{\\field{\\*\\fldinst{") + Times(15000, "}") + "TEXT",
+      open + Repeated(1'000'000, "{") + "TEXT",
+      open + Repeated(1'000'000, "{\\b ") + "TEXT" + Repeated(1'000'000, "}"),
+      open + Repeated(5000, "{") + "{\\*\\nosuch a{b}c}{\\header x}{\\pict 00}TEXT",
+      open + Repeated(5000, "{\\footnote a") + "TEXT",
+      open + Repeated(1000, "{\\shp{\\*\\shpinst{\\shptxt ") + "TEXT",
+      open + Repeated(5000, "{") + "{\\shp{\\*\\shpinst{\\sp{\\sn x}{\\sv y}}{\\shptxt TEXT",
+      open + Repeated(5000, "{\\field{\\*\\fldinst{") + Repeated(15000, "}") + "TEXT",
       open + "\\bin2000000000 TEXT",
       open + "{\\pict\\pngblip\\bin99999 }TEXT}",
       open + "{\\pict\\pngblip\\bin9 89}TEXT and more",
@@ -68,11 +64,11 @@ TEST(RtfHostile, TextAlwaysComesOut) {
       open + "{\\pict\\pngblip 8x9?5}TEXT",
       open + "\\f999999\\cf-5\\highlight99999\\fs-4\\li2147483647\\fi-2147483648 TEXT",
       open + "\\ansicpg99999 TEXT\\'e9",
-      open + "\\trowd" + Times(100'000, "\\cellx1") + "TEXT",
+      open + "\\trowd" + Repeated(100'000, "\\cellx1") + "TEXT",
       open + "\\intbl\\itap2000000000 TEXT",
       open + "\\trowd\\cellx2147483647\\cellx-2147483648 a\\cell TEXT\\cell\\row",
       open + "{\\fonttbl TEXT;}TEXT",
-      open + Times(100'000, "}") + "TEXT",
+      open + Repeated(100'000, "}") + "TEXT",
   };
   for (const std::string& row : rows) {
     const std::string page = Convert(row).strHtml;
@@ -84,7 +80,7 @@ TEST(RtfHostile, TextAlwaysComesOut) {
 TEST(RtfHostile, FormatsAreToldApartToTheDeepestGroup) {
   const auto Page = [](std::size_t groups) {
     // The first brace is a group, too.
-    const std::string text = "{\\rtf1 " + Times(groups - 2, "{") + "{\\b x}y";
+    const std::string text = "{\\rtf1 " + Repeated(groups - 2, "{") + "{\\b x}y";
     return BodyOf(Convert(text).strHtml);
   };
   constexpr std::size_t kMost = rtf::Reader::kMostGroups;
@@ -102,50 +98,53 @@ TEST(RtfHostile, WorkFollowsTheSize) {
       "\\cf1\\ulwave\\strike\\expndtw5\\box\\brdrdb\\li5\\ri5\\sb5\\sa5\\sl5 ";
   const std::pair<const char*, Shape> shapes[] = {
       {"paragraph ends in a long style",
-       [&](std::size_t n) { return long_style + Times(n, "\\par"); }},
-      {"runs in a long style", [&](std::size_t n) { return long_style + Times(n, "a\\b b\\b0"); }},
+       [&](std::size_t n) { return long_style + Repeated(n, "\\par"); }},
+      {"runs in a long style",
+       [&](std::size_t n) { return long_style + Repeated(n, "a\\b b\\b0"); }},
       {"long links",
        [](std::size_t n) {
          return "{\\rtf1{\\field{\\*\\fldinst HYPERLINK \"" + std::string(8000, 'x') +
-                "\"}{\\fldrslt " + Times(n, "{a}\\b b\\b0") + "}}";
+                "\"}{\\fldrslt " + Repeated(n, "{a}\\b b\\b0") + "}}";
        }},
-      {"groups", [](std::size_t n) { return "{\\rtf1 " + Times(n, "{") + Times(n, "}"); }},
+      {"groups", [](std::size_t n) { return "{\\rtf1 " + Repeated(n, "{") + Repeated(n, "}"); }},
       {"rows of many cells",
        [](std::size_t n) {
-         return "{\\rtf1\\trowd" + Times(4096, "\\cellx1") + Times(n, "\\cell\\row");
+         return "{\\rtf1\\trowd" + Repeated(4096, "\\cellx1") + Repeated(n, "\\cell\\row");
        }},
       {"merged rows",
        [](std::size_t n) {
          return "{\\rtf1\\trowd\\clvmgf\\cellx9 a\\cell\\row\\trowd\\clvmrg\\cellx9 " +
-                Times(n, "b\\cell\\row");
+                Repeated(n, "b\\cell\\row");
        }},
       {"tables within tables",
-       [](std::size_t n) { return "{\\rtf1 " + Times(n, "\\itap16 a\\nestcell\\itap0 b\\par"); }},
+       [](std::size_t n) {
+         return "{\\rtf1 " + Repeated(n, "\\itap16 a\\nestcell\\itap0 b\\par");
+       }},
       {"lists",
        [](std::size_t n) {
-         return "{\\rtf1 " + Times(n, "\\ls1\\ilvl8 a\\par\\ls2\\ilvl0 b\\par");
+         return "{\\rtf1 " + Repeated(n, "\\ls1\\ilvl8 a\\par\\ls2\\ilvl0 b\\par");
        }},
       {"old lists",
        [](std::size_t n) {
-         return "{\\rtf1 " + Times(n, "{\\*\\pn{\\pntxta)}}{\\pntext 1}\\par");
+         return "{\\rtf1 " + Repeated(n, "{\\*\\pn{\\pntxta)}}{\\pntext 1}\\par");
        }},
       {"fonts",
-       [](std::size_t n) { return "{\\rtf1{\\fonttbl" + Times(n, "{\\f1 a;\\f2 b;}") + "}x"; }},
-      {"footnotes", [](std::size_t n) { return "{\\rtf1 " + Times(n, "{\\footnote a}"); }},
-      {"marks of notes", [](std::size_t n) { return "{\\rtf1 " + Times(n, "\\chftn{\\b a"); }},
+       [](std::size_t n) { return "{\\rtf1{\\fonttbl" + Repeated(n, "{\\f1 a;\\f2 b;}") + "}x"; }},
+      {"footnotes", [](std::size_t n) { return "{\\rtf1 " + Repeated(n, "{\\footnote a}"); }},
+      {"marks of notes", [](std::size_t n) { return "{\\rtf1 " + Repeated(n, "\\chftn{\\b a"); }},
       {"decimal stops",
        [](std::size_t n) {
-         return "{\\rtf1\\li1\\tqdec\\tx5 " + Times(n, "\\tab\\b 1\\i ,234\\plain .5");
+         return "{\\rtf1\\li1\\tqdec\\tx5 " + Repeated(n, "\\tab\\b 1\\i ,234\\plain .5");
        }},
       {"tabs",
        [](std::size_t n) {
-         return "{\\rtf1\\li1\\tqr\\tx5 " + Times(n, "\\b a\t\\b0\\tab\\line ");
+         return "{\\rtf1\\li1\\tqr\\tx5 " + Repeated(n, "\\b a\t\\b0\\tab\\line ");
        }},
       {"wrapped tags",
        [](std::size_t n) {
-         return "{\\rtf1\\fromhtml1 " + Times(n, "{\\*\\htmltag <!-- <meta \"}");
+         return "{\\rtf1\\fromhtml1 " + Repeated(n, "{\\*\\htmltag <!-- <meta \"}");
        }},
-      {"pictures", [](std::size_t n) { return "{\\rtf1 " + Times(n, "{\\pict\\pngblip 00}"); }},
+      {"pictures", [](std::size_t n) { return "{\\rtf1 " + Repeated(n, "{\\pict\\pngblip 00}"); }},
   };
   for (const auto& [name, shape] : shapes) {
     const std::string once = shape(4'000), twice = shape(8'000);

@@ -5,21 +5,16 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/body/RtfSupport.h"
 #include "tests/support/HtmlBalance.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
-std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
+using test_support::ReadAll;
 
 std::vector<std::filesystem::path> Samples() {
   std::set<std::filesystem::path> found;
@@ -35,11 +30,11 @@ TEST(RtfToHtml, SamplesBecomeThePagesBesideThem) {
   EXPECT_GE(samples.size(), 40u);
   for (const auto& path : samples) {
     SCOPED_TRACE(path.filename());
-    const std::string page = Convert(ReadFile(path)).strHtml;
+    const std::string page = Convert(ReadAll(path)).strHtml;
     std::filesystem::path expected = path;
     expected.replace_extension(".html");
     if (std::getenv("RTF_RECORD") != nullptr) std::ofstream(expected, std::ios::binary) << page;
-    EXPECT_EQ(page, ReadFile(expected));
+    EXPECT_EQ(page, ReadAll(expected));
     EXPECT_EQ(html_balance::Fault(page), "");
     EXPECT_TRUE(html_balance::IsAscii(page));
   }

@@ -58,4 +58,29 @@ inline std::string Found(const std::vector<std::pair<std::string, std::string>>&
   return Success("FindFolder", content + "</t:Folders></m:RootFolder>");
 }
 
+// Found items as they stand, with more attributes of their root.
+inline std::string FoundItems(const std::string& items, const std::string& attributes = {}) {
+  return Success("FindItem", "<m:RootFolder TotalItemsInView=\"9\"" + attributes + "><t:Items>" +
+                                 items + "</t:Items></m:RootFolder>");
+}
+
+inline std::string Updated(const std::string& id) {
+  return Success("UpdateItem", "<m:Items><t:CalendarItem><t:ItemId Id=\"" + id +
+                                   "\" ChangeKey=\"C2\"/></t:CalendarItem></m:Items>");
+}
+
+inline std::string Token(const std::string& token, const std::string& seconds = "3600") {
+  return R"({"token_type":"Bearer","access_token":")" + token + R"(","expires_in":)" + seconds +
+         "}";
+}
+
+// Autodiscovery: an account of that content, and one whose endpoint it is.
+inline std::string Account(const std::string& content) {
+  return "<Autodiscover><Response><Account>" + content + "</Account></Response></Autodiscover>";
+}
+inline std::string Endpoint(const std::string& url) {
+  return Account("<Action>settings</Action><Protocol><Type>EXPR</Type><EwsUrl>" + url +
+                 "</EwsUrl></Protocol>");
+}
+
 }  // namespace answers

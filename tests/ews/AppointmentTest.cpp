@@ -1,11 +1,10 @@
 #include "ews/Appointment.h"
 
-#include <cstdlib>
-
 #include "platform/Paths.h"
 #include "tests/ews/Answers.h"
-#include "tests/ews/RequestSamples.h"
 #include "tests/ews/ScriptedTransport.h"
+#include "tests/support/SchemaValidator.h"
+#include "tests/support/TimeZone.h"
 
 namespace {
 
@@ -16,9 +15,6 @@ const COleDateTime kStart(2024, 3, 11, 10, 0, 0);
 
 class AppointmentTest : public ScriptedService {
  protected:
-  void SetUp() override { setenv("TZ", "EST5EDT,M3.2.0,M11.1.0", 1); }
-  void TearDown() override { unsetenv("TZ"); }
-
   void Save() {
     m_transport.Push(answers::Item("I="));
     m_appointment.Save(ews::WellKnownFolderName::Calendar);
@@ -31,15 +27,13 @@ class AppointmentTest : public ScriptedService {
   }
   // Updates against an answer with a new change key; the request.
   const std::string& Updated() {
-    m_transport.Push(
-        answers::Success("UpdateItem",
-                         "<m:Items><t:CalendarItem><t:ItemId Id=\"I=\" ChangeKey=\"C2\"/>"
-                         "</t:CalendarItem></m:Items>"));
+    m_transport.Push(answers::Updated("I="));
     EXPECT_EQ(Update(), "no exception");
-    EXPECT_EQ(request_samples::Violation(LastBody()), "") << LastBody();
+    EXPECT_EQ(test_support::SchemaValidator::Violation(LastBody()), "") << LastBody();
     return LastBody();
   }
 
+  const test_support::TimeZone m_zone{"EST5EDT,M3.2.0,M11.1.0"};
   ews::Appointment m_appointment{m_service};
 };
 

@@ -1,23 +1,16 @@
 #include "ews/Autodiscover.h"
 
 #include "ews/PoxMessages.h"
+#include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
 #include "tests/support/SchemaValidator.h"
 
 namespace {
 
+using answers::Account;
 using test_support::SchemaValidator;
 using testing::HasSubstr;
 using testing::Not;
-
-std::string Account(const std::string& content) {
-  return "<Autodiscover><Response><Account>" + content + "</Account></Response></Autodiscover>";
-}
-
-std::string SettingsAnswer(const std::string& url) {
-  return Account("<Action>settings</Action><Protocol><Type>EXPR</Type><EwsUrl>" + url +
-                 "</EwsUrl></Protocol>");
-}
 
 std::string RedirectUrl(const std::string& url) {
   return Account("<Action>redirectUrl</Action><RedirectUrl>" + url + "</RedirectUrl>");
@@ -46,7 +39,7 @@ TEST_F(Autodiscover, AsksTheDomainThenItsHostThenFollowsThePlainRedirect) {
   m_transport.PushFailure("no such host");
   m_transport.Push("not found", 404);
   m_transport.PushRedirect("https://autodiscover.example.net/autodiscover/autodiscover.xml");
-  m_transport.Push(SettingsAnswer(kEndpoint));
+  m_transport.Push(answers::Endpoint(kEndpoint));
   EXPECT_EQ(Discover(), kEndpoint);
   ASSERT_EQ(m_transport.Requests().size(), 4u);
   EXPECT_EQ(Url(0), "https://example.com/autodiscover/autodiscover.xml");
@@ -61,7 +54,7 @@ TEST_F(Autodiscover, AsksTheDomainThenItsHostThenFollowsThePlainRedirect) {
 
 TEST_F(Autodiscover, TheSettingsComeFirst) {
   ews::Settings().strAutodiscoverUrl = u"https://127.0.0.1:8443/autodiscover/autodiscover.xml";
-  m_transport.Push(SettingsAnswer(kEndpoint));
+  m_transport.Push(answers::Endpoint(kEndpoint));
   EXPECT_EQ(Discover(), kEndpoint);
   EXPECT_EQ(Url(0), "https://127.0.0.1:8443/autodiscover/autodiscover.xml");
   ews::Settings().strEwsUrl = u"https://fixed.example.com/EWS";
@@ -72,7 +65,7 @@ TEST_F(Autodiscover, TheSettingsComeFirst) {
 TEST_F(Autodiscover, RedirectsToAnAddressAndToAUrl) {
   m_transport.Push(RedirectAddress("user@other.example.net"));
   m_transport.Push(RedirectUrl("https://third.example.net/autodiscover/autodiscover.xml"));
-  m_transport.Push(SettingsAnswer(kEndpoint));
+  m_transport.Push(answers::Endpoint(kEndpoint));
   EXPECT_EQ(Discover(), kEndpoint);
   EXPECT_EQ(Url(1), "https://other.example.net/autodiscover/autodiscover.xml");
   EXPECT_EQ(Url(2), "https://third.example.net/autodiscover/autodiscover.xml");
@@ -97,7 +90,7 @@ TEST_F(Autodiscover, ADomainBeyondAsciiIsAskedForAndTrustedByItsAsciiName) {
   m_transport.PushFailure("no such host");
   m_transport.Push("", 404);
   m_transport.PushServers({{"mail.XN--bcher-kva.example", 443}});
-  m_transport.Push(SettingsAnswer("https://mail.xn--bcher-kva.example/EWS"));
+  m_transport.Push(answers::Endpoint("https://mail.xn--bcher-kva.example/EWS"));
   EXPECT_EQ(Discover(u"ann@B\u00DCcher.example"), "https://mail.xn--bcher-kva.example/EWS");
   EXPECT_EQ(Url(0), "https://xn--bcher-kva.example/autodiscover/autodiscover.xml");
   EXPECT_EQ(Url(3), "_autodiscover._tcp.xn--bcher-kva.example");
@@ -145,7 +138,7 @@ TEST_F(Autodiscover, ARefusedPasswordIsTheReasonThatIsTold) {
 TEST_F(Autodiscover, WhileVerifyingCredentialsStayWithTheDomainAndTrustedHosts) {
   ews::Settings().bVerifyCertificates = true;
   m_transport.Push(RedirectUrl("https://evil-example.com/x"));
-  m_transport.Push(SettingsAnswer("https://mail.example.com.evil.org/EWS"));
+  m_transport.Push(answers::Endpoint("https://mail.example.com.evil.org/EWS"));
   m_transport.PushRedirect("https://evil.example.org/x");
   EXPECT_THAT(Discover(), HasSubstr("not trusted"));
   for (const auto& sent : m_transport.Requests()) {
@@ -155,7 +148,7 @@ TEST_F(Autodiscover, WhileVerifyingCredentialsStayWithTheDomainAndTrustedHosts) 
   }
   ews::Settings().arrTrustHosts = {u"host.example.net"};
   m_transport.Push(RedirectUrl("https://HOST.example.net/x"));
-  m_transport.Push(SettingsAnswer(kEndpoint));
+  m_transport.Push(answers::Endpoint(kEndpoint));
   EXPECT_EQ(Discover(), kEndpoint);
 }
 

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "platform/Paths.h"
+#include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -19,8 +20,7 @@ class Connection : public Scripted {
     return ConnectionDLL::Connection().GetAccessToken(tenant, client, secret, m_error).ToUtf8();
   }
   void PushToken(const std::string& token, const std::string& seconds = "3600") {
-    m_transport.Push(R"({"token_type":"Bearer","access_token":")" + token + R"(","expires_in":)" +
-                     seconds + "}");
+    m_transport.Push(answers::Token(token, seconds));
   }
 
   CString m_error;

@@ -21,7 +21,19 @@ using testing::StartsWith;
 
 class CurlTransport : public OverHttp {
  protected:
-  CurlTransport() { m_wire.Service().SetCredentials(ews::WebCredentials(u"user", u"pässword")); }
+  CurlTransport() {
+    m_wire.Service().SetCredentials(ews::WebCredentials(u"user", u"pässword"));
+    m_request.strUrl = m_server.Url();
+  }
+  // What creates something, over a transport of its own.
+  std::string SendOnce(ews::CurlTransport& transport) {
+    ews::RequestBody body("x");
+    m_request.pBody = &body;
+    m_request.bSendOnce = true;
+    return TextOf([&] { transport.Send(m_request); });
+  }
+
+  ews::HttpRequest m_request;
 };
 
 // answers::Found({{"1", "A"}, {"2", "B"}}) as gzip made it.
@@ -143,16 +155,11 @@ TEST_F(CurlTransport, NobodyAtThePortIsSaid) {
 // A connection that moves nothing is lost, long before the time for the whole request is up.
 TEST_F(CurlTransport, AConnectionThatStallsIsLostWithTheSafeSwitch) {
   ews::CurlTransport transport({.nLost = std::chrono::milliseconds(300)});
-  ews::RequestBody body("x");
-  ews::HttpRequest request;
-  request.strUrl = m_server.Url();
-  request.pBody = &body;
-  request.bSendOnce = true;
   for (const bool safe : {true, false}) {
     ews::Settings().bSafe = safe;
     m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
-    request.nTimeout = std::chrono::milliseconds(safe ? 60000 : 2500);
-    EXPECT_THAT(TextOf([&] { transport.Send(request); }),
+    m_request.nTimeout = std::chrono::milliseconds(safe ? 60000 : 2500);
+    EXPECT_THAT(SendOnce(transport),
                 AllOf(HasSubstr(safe ? "moved no byte for" : "did not answer within"),
                       HasSubstr(ews::kMayBeCarriedOut)));
   }
@@ -170,25 +177,19 @@ TEST_F(CurlTransport, ASilenceIsToldAndAStopIsHeardInIt) {
   settings.bSafe = true;
   settings.fnTellWait = [&](const std::string& line) { told.push_back(line); };
   settings.fnStopAsked = [&] { return stop.load(); };
-  ews::RequestBody body("x");
-  ews::HttpRequest request;
-  request.strUrl = m_server.Url();
-  request.pBody = &body;
-  request.bSendOnce = true;
-  const auto send = [&] { return TextOf([&] { transport.Send(request); }); };
   m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
   settings.nPatience = std::chrono::seconds(1);  // the limit of a silence, too
-  EXPECT_THAT(send(), HasSubstr("moved no byte for 1.2 s."));
+  EXPECT_THAT(SendOnce(transport), HasSubstr("moved no byte for 1.2 s."));
   EXPECT_THAT(told,
               testing::ElementsAre("127.0.0.1 has been silent for 0.2 s; waiting up to 1.2 s"));
   m_server.Push({.fault = ScriptedAnswer::Fault::kSilence});
   settings.nPatience = std::chrono::seconds(60);
   stop = true;
-  EXPECT_EQ(send(),
+  EXPECT_EQ(SendOnce(transport),
             "The request failed. The server 127.0.0.1 had given no answer when the end was asked "
             "for. It may have carried the request out.");
   m_server.Push({.body = "good"});  // what is answered comes to its end
-  EXPECT_EQ(send(), "no exception");
+  EXPECT_EQ(SendOnce(transport), "no exception");
 }
 
 TEST_F(CurlTransport, A400OfNobodysOnAKeptConnectionIsFollowedByANewOne) {
@@ -215,18 +216,17 @@ TEST_F(CurlTransport, A400OfNobodysOnAKeptConnectionIsFollowedByANewOne) {
 
 TEST_F(CurlTransport, AProxyIsAskedForEveryHostButThisMachine) {
   ews::Settings().strProxy = CString::FromUtf8(m_server.Url());
-  ews::HttpRequest request;
-  request.strUrl = "http://mail.example.com/a";
+  m_request.strUrl = "http://mail.example.com/a";
   m_server.Push({.body = "by proxy"});
-  EXPECT_EQ(m_wire.Transport().Send(request).strBody, "by proxy");
+  EXPECT_EQ(m_wire.Transport().Send(m_request).strBody, "by proxy");
   EXPECT_EQ(m_server.Requests().at(0).Header("Host"), "mail.example.com");
   ScriptedServer near;
   near.Push({.body = "straight"});
-  request.strUrl = near.Url();
-  EXPECT_EQ(m_wire.Transport().Send(request).strBody, "straight");
+  m_request.strUrl = near.Url();
+  EXPECT_EQ(m_wire.Transport().Send(m_request).strBody, "straight");
   EXPECT_EQ(m_server.Requests().size(), 1u);
-  request.strUrl = "https://mail.example.com/a";  // a proxy that makes no tunnels
-  EXPECT_THAT(TextOf([&] { m_wire.Transport().Send(request); }), HasSubstr("CONNECT"));
+  m_request.strUrl = "https://mail.example.com/a";  // a proxy that makes no tunnels
+  EXPECT_THAT(TextOf([&] { m_wire.Transport().Send(m_request); }), HasSubstr("CONNECT"));
 }
 
 TEST_F(CurlTransport, AFileThatShrinksDuringTheSendFailsWithItsName) {
@@ -236,10 +236,8 @@ TEST_F(CurlTransport, AFileThatShrinksDuringTheSendFailsWithItsName) {
   const std::string path = folder.Write("shrinks.bin", std::string(1000, 'x'));
   body.AddBase64File(platform::ToWindowsPath(path));
   std::filesystem::resize_file(path, 10);
-  ews::HttpRequest request;
-  request.strUrl = m_server.Url();
-  request.pBody = &body;
-  EXPECT_THAT(TextOf([&] { m_wire.Transport().Send(request); }), HasSubstr("shrinks.bin"));
+  m_request.pBody = &body;
+  EXPECT_THAT(TextOf([&] { m_wire.Transport().Send(m_request); }), HasSubstr("shrinks.bin"));
 }
 
 }  // namespace

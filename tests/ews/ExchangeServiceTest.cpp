@@ -16,12 +16,6 @@ using testing::StartsWith;
 
 class ExchangeServiceTest : public ScriptedService {
  protected:
-  std::string Find() {
-    return TextOf([&] {
-      m_service->FindFolders(ews::WellKnownFolderName::MsgFolderRoot, ews::FolderView(10));
-    });
-  }
-
   static std::string SaveToInbox(ews::EmailMessage& mail) {
     return TextOf([&] { mail.Save(ews::WellKnownFolderName::Inbox); });
   }

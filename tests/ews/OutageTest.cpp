@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "ews/Connection.h"
-#include "ews/EmailMessage.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/ScriptedTransport.h"
 
@@ -31,14 +30,6 @@ class Outage : public ScriptedService {
     ews::Settings().bSafe = true;
     ews::Settings().nPatience = std::chrono::minutes(30);
     ews::Settings().fnTellWait = [this](const std::string& line) { m_told.push_back(line); };
-  }
-  std::string Find() {
-    return TextOf([&] {
-      m_service->FindFolders(ews::WellKnownFolderName::MsgFolderRoot, ews::FolderView(10));
-    });
-  }
-  std::string Save() {
-    return TextOf([&] { ews::EmailMessage(m_service).Save(ews::WellKnownFolderName::Inbox); });
   }
   void PushRefused() {
     m_transport.PushFailure("The request failed. The connection failed: refused.",
@@ -398,14 +389,11 @@ TEST_F(Outage, AProcessThatIsToEndWaitsNoMore) {
 TEST_F(Outage, ATokenAndTheEndpointAreWaitedForToo) {
   CString text[] = {u"tenant", u"client", u"secret", u""};
   m_transport.Push("", 503);
-  m_transport.Push("{\"access_token\":\"T\",\"expires_in\":3600}");
+  m_transport.Push(answers::Token("T"));
   EXPECT_EQ(ConnectionDLL::Connection().GetAccessToken(text[0], text[1], text[2], text[3]), u"T");
   EXPECT_THAT(m_told.at(0), StartsWith("login.microsoftonline.com does not answer ("));
   for (int i = 0; i < 3; ++i) PushRefused();  // every place where it may be told of
-  m_transport.Push(
-      "<Autodiscover><Response><Account><Action>settings</Action><Protocol><Type>EXPR</Type>"
-      "<EwsUrl>https://mail.example.com/EWS</EwsUrl></Protocol></Account></Response></"
-      "Autodiscover>");
+  m_transport.Push(answers::Endpoint("https://mail.example.com/EWS"));
   m_service->AutodiscoverUrl(u"a@example.com", nullptr);
   EXPECT_EQ(m_service->Url(), u"https://mail.example.com/EWS");
   EXPECT_THAT(m_told.at(2), StartsWith("example.com does not answer ("));

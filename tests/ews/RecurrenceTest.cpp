@@ -2,10 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-
 #include "ews/SoapWriter.h"
 #include "tests/ews/ScriptedTransport.h"
+#include "tests/support/TimeZone.h"
 
 namespace {
 
@@ -15,13 +14,12 @@ using testing::HasSubstr;
 const COleDateTime kStart(2024, 5, 31, 10, 0, 0);
 
 std::string Written(const Recurrence& recurrence) {
-  setenv("TZ", "UTC", 1);
+  const test_support::TimeZone zone("UTC");
   ews::SoapWriter writer(ews::ExchangeVersion::Exchange2013_SP1, nullptr);
   recurrence.WriteTo(writer);
   ews::RequestBody body = writer.Finish();
   std::string all(body.Length(), '\0');
   body.Read(all);
-  unsetenv("TZ");
   return all;
 }
 

@@ -47,12 +47,6 @@ const Difference kDifferences[7] = {
      "A member that is there already is passed over."},
 };
 
-std::string Violation(const std::string& xml) {
-  if (!test_support::SchemaValidator::Available()) return "";
-  static const test_support::SchemaValidator validator;
-  return validator.Validate(xml);
-}
-
 std::string DumpOf(const std::string& xml) {
   pugi::xml_document document;
   if (!document.load_buffer(xml.data(), xml.size())) throw std::runtime_error("no XML: " + xml);

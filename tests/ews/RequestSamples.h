@@ -5,9 +5,6 @@
 // Requests that another client sent, as this one is to send them.
 namespace request_samples {
 
-// What is wrong with a request by the schema; "" for nothing, and where there is no schema.
-std::string Violation(const std::string& xml);
-
 // One line for each element: its path, its attributes, its text.
 std::string DumpOf(const std::string& xml);
 

@@ -432,7 +432,7 @@ TEST_P(RequestSample, IsValidAndHasWhatTheOtherClientSends) {
   GetParam().send(sender);
   ASSERT_GT(m_transport.Requests().size(), GetParam().behind);
   const std::string& body = m_transport.Requests().rbegin()[GetParam().behind].body;
-  EXPECT_EQ(request_samples::Violation(body), "") << body;
+  EXPECT_EQ(SchemaValidator::Violation(body), "") << body;
   EXPECT_EQ(request_samples::DumpOf(body), request_samples::Expected(GetParam().sample));
 }
 

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include "ews/EmailMessage.h"
 #include "ews/EwsTransport.h"
 #include "ews/ExchangeService.h"
 #include "ews/RequestBody.h"
@@ -111,14 +112,13 @@ class Scripted : public testing::Test {
   ews::ScopedTransport m_scope{m_transport};
 };
 
-// The same with a mailbox service that has its endpoint.
-class ScriptedService : public Scripted {
- protected:
-  ScriptedService() { m_service->SetUrl(u"https://mail.example.com/EWS/Exchange.asmx"); }
-
-  std::shared_ptr<ews::ExchangeService> m_service =
-      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-};
+// A mailbox service that has its endpoint.
+inline std::shared_ptr<ews::ExchangeService> ServiceAt(
+    const CString& url = u"https://mail.example.com/EWS/Exchange.asmx") {
+  auto service = std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  service->SetUrl(url);
+  return service;
+}
 
 // The text of the exception that the call raises, or "no exception".
 template <typename Call>
@@ -130,3 +130,22 @@ std::string TextOf(Call call) {
   }
   return "no exception";
 }
+
+// The two kinds of request that matter to whoever sends them: a question, which may be asked again,
+// and what creates something. Both return the text of the exception, or "no exception".
+inline std::string Find(ews::ExchangeService& service) {
+  return TextOf(
+      [&] { service.FindFolders(ews::WellKnownFolderName::MsgFolderRoot, ews::FolderView(10)); });
+}
+inline std::string Save(const std::shared_ptr<ews::ExchangeService>& service) {
+  return TextOf([&] { ews::EmailMessage(service).Save(ews::WellKnownFolderName::Inbox); });
+}
+
+// A test of such a service that meets a scripted transport.
+class ScriptedService : public Scripted {
+ protected:
+  std::string Find() { return ::Find(*m_service); }
+  std::string Save() { return ::Save(m_service); }
+
+  std::shared_ptr<ews::ExchangeService> m_service = ServiceAt();
+};

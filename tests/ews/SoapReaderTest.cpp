@@ -6,9 +6,11 @@
 #include "tests/ews/Answers.h"
 #include "tests/support/MemoryRise.h"
 #include "tests/support/SchemaValidator.h"
+#include "tests/support/Texts.h"
 
 namespace {
 
+using test_support::Repeated;
 using test_support::SchemaValidator;
 
 std::optional<ews::SoapResponse> Read(const std::string& sample) {
@@ -80,11 +82,8 @@ TEST(SoapReader, EveryPrefixOfAnAnswerIsReadOrRefused) {
 }
 
 TEST(SoapReader, DeepNestingCostsNothing) {
-  std::string deep;
-  for (int i = 0; i < 100000; ++i) deep += "<a>";
-  std::string close;
-  for (int i = 0; i < 100000; ++i) close += "</a>";
-  const auto response = ews::ReadSoapResponse(answers::Success("CreateItem", deep + close));
+  const std::string deep = Repeated(100000, "<a>") + Repeated(100000, "</a>");
+  const auto response = ews::ReadSoapResponse(answers::Success("CreateItem", deep));
   ASSERT_TRUE(response);
   EXPECT_TRUE(response->arrMessages.front().arrItems.empty());
 }
@@ -114,39 +113,33 @@ TEST(SoapReader, AnAnswerThatIsNotToBeTrustedIsRefusedWithAReason) {
             "berschritten");
 }
 
-std::string Repeat(std::string_view text, size_t n) {
-  std::string all;
-  for (size_t i = 0; i < n; ++i) all += text;
-  return all;
-}
-
 // Each "<a/>" of an answer would take sixteen times its size, as an item a hundred times more.
 TEST(SoapReader, AnAnswerThatIsAllMarkupIsRefusedOrTakesLittle) {
   using answers::Success;
   using ews::kMostTags;
   const auto items = [](std::string_view item, size_t n) {
     return Success("FindItem",
-                   "<m:RootFolder><t:Items>" + Repeat(item, n) + "</t:Items></m:RootFolder>");
+                   "<m:RootFolder><t:Items>" + Repeated(n, item) + "</t:Items></m:RootFolder>");
   };
   const size_t full = ews::kMostRecords - 1;  // besides the response message
   const struct {
     std::string xml;
     bool isRead;
   } rows[] = {
-      {Success("CreateItem", Repeat("<a/>", kMostTags - 20)), true},
-      {Success("CreateItem", Repeat("<a/>", kMostTags)), false},
-      {Success("CreateItem", "<a" + Repeat(" b=''", ews::kMostAttributes - 20) + "/>"), true},
-      {Success("CreateItem", "<a" + Repeat(" b=''", ews::kMostAttributes) + "/>"), false},
+      {Success("CreateItem", Repeated(kMostTags - 20, "<a/>")), true},
+      {Success("CreateItem", Repeated(kMostTags, "<a/>")), false},
+      {Success("CreateItem", "<a" + Repeated(ews::kMostAttributes - 20, " b=''") + "/>"), true},
+      {Success("CreateItem", "<a" + Repeated(ews::kMostAttributes, " b=''") + "/>"), false},
       {items("<a><ItemId Id='i'/></a>", full), true},
       {items("<a><ItemId Id='i'/></a>", full + 1), false},
       {items("<a/>", kMostTags - 20), false},
-      {Success("FindFolder", "<m:Folders>" + Repeat("<a/>", kMostTags - 20) + "</m:Folders>"),
+      {Success("FindFolder", "<m:Folders>" + Repeated(kMostTags - 20, "<a/>") + "</m:Folders>"),
        false},
-      {answers::Envelope("<x><ResponseMessages>" + Repeat("<a/>", kMostTags - 20) +
+      {answers::Envelope("<x><ResponseMessages>" + Repeated(kMostTags - 20, "<a/>") +
                          "</ResponseMessages></x>"),
        false},
       {answers::Item("I",
-                     "<t:Categories>" + Repeat("<String/>", kMostTags - 20) + "</t:Categories>"),
+                     "<t:Categories>" + Repeated(kMostTags - 20, "<String/>") + "</t:Categories>"),
        true}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.xml.substr(180, 200));

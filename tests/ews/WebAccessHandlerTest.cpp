@@ -33,7 +33,7 @@ class WebAccessHandler : public Scripted {
   bool LastHolds(const std::string& text) const {
     return LastBody().find(text) != std::string::npos;
   }
-  void PushToken() { m_transport.Push("{\"access_token\":\"T\",\"expires_in\":3600}"); }
+  void PushToken() { m_transport.Push(answers::Token("T")); }
   // A search below that folder, which finds nothing.
   int Check(const ews::FolderId& folder) {
     m_transport.Push(answers::Found({}));

@@ -2,14 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include "tests/support/TimeZone.h"
 
 namespace {
 
-struct InZone {
-  explicit InZone(const char* zone) { setenv("TZ", zone, 1); }
-  ~InZone() { unsetenv("TZ"); }
-};
+using test_support::TimeZone;
 
 TEST(UtcTime, IsWrittenWithAZ) {
   EXPECT_EQ(ews::FormatUtc({1709630100}), "2024-03-05T09:15:00Z");
@@ -18,7 +15,7 @@ TEST(UtcTime, IsWrittenWithAZ) {
 }
 
 TEST(WireTime, AWallClockDateHasTheOffsetOfItsSeason) {
-  const InZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+  const TimeZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
   const COleDateTime winter(2024, 3, 31, 1, 59, 59);
   EXPECT_EQ(ews::FormatUtc(winter), "2024-03-31T00:59:59Z");
   EXPECT_EQ(ews::FormatLocal(winter), "2024-03-31T01:59:59+01:00");
@@ -29,7 +26,7 @@ TEST(WireTime, AWallClockDateHasTheOffsetOfItsSeason) {
 }
 
 TEST(WireTime, AnHourThatIsSkippedOrOccursTwiceHasStandardTime) {
-  const InZone zone("EST5EDT,M3.2.0,M11.1.0");
+  const TimeZone zone("EST5EDT,M3.2.0,M11.1.0");
   EXPECT_EQ(ews::FormatLocal(COleDateTime(2024, 3, 10, 2, 30, 0)), "2024-03-10T02:30:00-05:00");
   EXPECT_EQ(ews::FormatUtc(COleDateTime(2024, 3, 10, 2, 30, 0)), "2024-03-10T07:30:00Z");
   EXPECT_EQ(ews::FormatLocal(COleDateTime(2024, 11, 3, 1, 30, 0)), "2024-11-03T01:30:00-05:00");
@@ -38,17 +35,17 @@ TEST(WireTime, AnHourThatIsSkippedOrOccursTwiceHasStandardTime) {
 TEST(WireTime, OddOffsetsAreWrittenAsFarAsTheFormHasRoom) {
   const COleDateTime date(2024, 6, 1, 12, 0, 0);
   {
-    const InZone zone("XYZ-5:45");
+    const TimeZone zone("XYZ-5:45");
     EXPECT_EQ(ews::FormatLocal(date), "2024-06-01T12:00:00+05:45");
     EXPECT_EQ(ews::FormatLocalDay(date), "2024-06-01+05:45");
   }
-  const InZone zone("XYZ-0:53:28");
+  const TimeZone zone("XYZ-0:53:28");
   EXPECT_EQ(ews::FormatLocal(date), "2024-06-01T11:06:32Z");
   EXPECT_EQ(ews::FormatLocalDay(date), "2024-06-01");
 }
 
 TEST(WireTime, TheFirstAndTheLastYearHaveFourDigits) {
-  const InZone zone("UTC");
+  const TimeZone zone("UTC");
   EXPECT_EQ(ews::FormatLocal(COleDateTime(100, 1, 1, 0, 0, 0)), "0100-01-01T00:00:00Z");
   EXPECT_EQ(ews::FormatUtc(COleDateTime(9999, 12, 31, 23, 59, 59)), "9999-12-31T23:59:59Z");
 }

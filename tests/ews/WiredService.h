@@ -6,25 +6,19 @@
 #include <gtest/gtest.h>
 
 #include "ews/CurlTransport.h"
-#include "ews/EmailMessage.h"
-#include "ews/ExchangeService.h"
 #include "tests/ews/ScriptedTransport.h"
 #include "tests/support/ScriptedServer.h"
 
-// A mailbox service whose requests go over the network to one URL, with the two kinds of request
-// that matter to a transport: a question, which may be asked again, and what creates something.
+// A mailbox service whose requests go over the network to one URL.
 class WiredService {
  public:
-  explicit WiredService(const std::string& url) { Service().SetUrl(CString::FromUtf8(url)); }
+  explicit WiredService(const std::string& url) : m_service(ServiceAt(CString::FromUtf8(url))) {}
 
-  // Both return the text of the exception, or "no exception".
   std::string Find() {
     return TextOf(
         [&] { m_found = Service().FindFolders(m_root, ews::FolderView(10)).Folders().size(); });
   }
-  std::string Save() {
-    return TextOf([&] { ews::EmailMessage(m_service).Save(m_root); });
-  }
+  std::string Save() { return ::Save(m_service); }
 
   ews::ExchangeService& Service() { return *m_service; }
   const std::shared_ptr<ews::ExchangeService>& Shared() const { return m_service; }
@@ -35,8 +29,7 @@ class WiredService {
  private:
   ews::CurlTransport m_transport;
   ews::ScopedTransport m_scope{m_transport};
-  std::shared_ptr<ews::ExchangeService> m_service =
-      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
+  const std::shared_ptr<ews::ExchangeService> m_service;
   const ews::FolderId m_root = ews::WellKnownFolderName::MsgFolderRoot;
   size_t m_found = 0;
 };

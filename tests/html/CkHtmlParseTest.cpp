@@ -9,10 +9,12 @@
 
 #include "base/LogNull.h"
 #include "html/ClsHtmlToXml.h"
+#include "tests/support/Texts.h"
 
 namespace {
 
 using mail::_ckHtmlParse;
+using test_support::Repeated;
 
 // The tree as its XML text, without the declaration and the root.
 std::string Xml(mail::ClsHtmlToXml& toXml, std::string_view html) {
@@ -130,26 +132,20 @@ TEST(CkHtmlParse, WritesXmlInTheCharsetOfThePage) {
   EXPECT_TRUE(whole("é", "nonsense").starts_with(declared("utf-8")));
 }
 
-std::string Repeated(std::string_view part, size_t count) {
-  std::string text;
-  for (size_t i = 0; i < count; ++i) text += part;
-  return text;
-}
-
 // Each would take hours if any step looked back or ahead for more than it needs.
 TEST(CkHtmlParse, TakesHostilePagesInLinearTime) {
   constexpr size_t kMany = 200'000;
   const std::string pages[] = {
-      Repeated("<b>", 5 * kMany),
-      Repeated("<a x='>", kMany) + "\"",
-      Repeated("<!--<script>", kMany),
-      Repeated("<table><td>", kMany),
-      Repeated("<x></y>", kMany),
-      "<a" + Repeated(" b=c", 2 * kMany) + ">",
+      Repeated(5 * kMany, "<b>"),
+      Repeated(kMany, "<a x='>") + "\"",
+      Repeated(kMany, "<!--<script>"),
+      Repeated(kMany, "<table><td>"),
+      Repeated(kMany, "<x></y>"),
+      "<a" + Repeated(2 * kMany, " b=c") + ">",
       "<" + std::string(50 * kMany, 'a') + ">",
-      Repeated("<", kMany) + Repeated(" ", kMany),
-      Repeated("&amp;", kMany) + Repeated("&#60", kMany) + Repeated("&#x41;", kMany),
-      Repeated("<p><ul><li><tr>", kMany),
+      Repeated(kMany, "<") + Repeated(kMany, " "),
+      Repeated(kMany, "&amp;") + Repeated(kMany, "&#60") + Repeated(kMany, "&#x41;"),
+      Repeated(kMany, "<p><ul><li><tr>"),
   };
   for (const std::string& page : pages) {
     mail::HtmlTree tree;

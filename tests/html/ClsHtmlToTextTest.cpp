@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,10 +10,14 @@
 
 #include "base/OwnedPtr.h"
 #include "html/CkHtmlToText.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Texts.h"
 
 namespace {
 
 using mail::ClsHtmlToText;
+using test_support::ReadAll;
+using test_support::Repeated;
 
 std::string Text(ClsHtmlToText& toText, std::string_view html) {
   mail::XString in, out;
@@ -24,12 +26,6 @@ std::string Text(ClsHtmlToText& toText, std::string_view html) {
   return std::string(out.utf8().view());
 }
 std::string Text(std::string_view html) { return Text(*mail::makeOwned<ClsHtmlToText>(), html); }
-
-std::string Repeated(std::string_view part, size_t count) {
-  std::string text;
-  for (size_t i = 0; i < count; ++i) text += part;
-  return text;
-}
 
 void ExpectTexts(std::initializer_list<std::pair<std::string, std::string>> rows) {
   for (const auto& [html, text] : rows) EXPECT_EQ(Text(html), text) << html;
@@ -99,7 +95,7 @@ TEST(ClsHtmlToText, FillsToTheMargin) {
   EXPECT_EQ(Text(*toText, "<li>one two three four"), "    one\r\n    two three\r\n    four");
   EXPECT_EQ(Text(*toText, "ä ö ü ß ä ö ü"), "ä ö ü ß ä\r\nö ü");
   toText->m_rightMargin = -1;
-  EXPECT_EQ(Text(*toText, Repeated("word ", 100)), Repeated("word ", 100).substr(0, 499));
+  EXPECT_EQ(Text(*toText, Repeated(100, "word ")), Repeated(100, "word ").substr(0, 499));
 }
 
 TEST(ClsHtmlToText, DecodesOnceMoreUnlessTold) {
@@ -111,23 +107,23 @@ TEST(ClsHtmlToText, DecodesOnceMoreUnlessTold) {
 
 TEST(ClsHtmlToText, SaysWhereItGoesNoDeeper) {
   const std::string error = "[ERROR: Maximum recursion depth exceeded.]";
-  const auto nested = [](size_t depth) { return Repeated("<b>", depth) + "x"; };
+  const auto nested = [](size_t depth) { return Repeated(depth, "<b>") + "x"; };
   EXPECT_EQ(Text(nested(499)), "x");
   EXPECT_EQ(Text(nested(500)), error);
-  EXPECT_EQ(Text(nested(500) + Repeated("</b>", 500) + "y"), error + " y");
-  const std::string deep = Text(Repeated("<ul><li>", 100) + "x");
+  EXPECT_EQ(Text(nested(500) + Repeated(500, "</b>") + "y"), error + " y");
+  const std::string deep = Text(Repeated(100, "<ul><li>") + "x");
   EXPECT_EQ(deep, std::string(ClsHtmlToText::kMaxIndent, ' ') + "x");
 }
 
 TEST(ClsHtmlToText, TakesVeryMuchOfAnythingInLinearTime) {
   constexpr size_t kMany = 200'000;
   const std::string pages[] = {
-      Repeated("<b>a</b>", kMany),        Repeated("<pre>a</pre>b", kMany),
-      Repeated("<a href=x>", kMany),      Repeated("<a href=x>y</a>", kMany),
-      Repeated("<p>a<br>", kMany),        Repeated("<li>a b</li>", kMany),
-      std::string(10 * kMany, 'a'),       Repeated("a ", 5 * kMany),
-      "<pre>" + Repeated(" \n", kMany),   Repeated("&nbsp;&#32;", kMany),
-      Repeated("<ul><li>a<i>b</i>", 200), Repeated("<blockquote><hr>", kMany / 10),
+      Repeated(kMany, "<b>a</b>"),        Repeated(kMany, "<pre>a</pre>b"),
+      Repeated(kMany, "<a href=x>"),      Repeated(kMany, "<a href=x>y</a>"),
+      Repeated(kMany, "<p>a<br>"),        Repeated(kMany, "<li>a b</li>"),
+      std::string(10 * kMany, 'a'),       Repeated(5 * kMany, "a "),
+      "<pre>" + Repeated(kMany, " \n"),   Repeated(kMany, "&nbsp;&#32;"),
+      Repeated(200, "<ul><li>a<i>b</i>"), Repeated(kMany / 10, "<blockquote><hr>"),
   };
   for (const std::int32_t margin : {0, 80, 1'000'000}) {
     const auto toText = mail::makeOwned<ClsHtmlToText>();
@@ -139,12 +135,6 @@ TEST(ClsHtmlToText, TakesVeryMuchOfAnythingInLinearTime) {
   }
 }
 
-std::string ReadFile(const std::filesystem::path& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
-
 // As a person would like to read them: each expected text was read beside its mail.
 TEST(ClsHtmlToText, MakesMailsReadable) {
   CkHtmlToText toText;
@@ -153,11 +143,11 @@ TEST(ClsHtmlToText, MakesMailsReadable) {
   for (const auto& entry : std::filesystem::directory_iterator(TARNY_SOURCE "/tests/data/html")) {
     std::filesystem::path path = entry.path();
     if (path.extension() != ".html") continue;
-    const char* const made = toText.toText(ReadFile(path).c_str());
+    const char* const made = toText.toText(ReadAll(path).c_str());
     ASSERT_NE(made, nullptr);
     std::string text(made);
     std::erase(text, '\r');
-    EXPECT_EQ(text + "\n", ReadFile(path.replace_extension(".txt"))) << path;
+    EXPECT_EQ(text + "\n", ReadAll(path.replace_extension(".txt"))) << path;
     ++count;
   }
   EXPECT_GE(count, 30u);
@@ -165,7 +155,7 @@ TEST(ClsHtmlToText, MakesMailsReadable) {
 
 // Every prefix of a mail gives a text; so does every mail with a byte missing.
 TEST(ClsHtmlToText, ReadsMailsThatAreCutAnywhere) {
-  const std::string html = ReadFile(TARNY_SOURCE "/tests/data/html/word-list.html");
+  const std::string html = ReadAll(TARNY_SOURCE "/tests/data/html/word-list.html");
   ASSERT_FALSE(html.empty());
   for (size_t end = 0; end <= html.size(); ++end) {
     const std::string text = Text(html.substr(0, end));

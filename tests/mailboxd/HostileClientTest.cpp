@@ -144,9 +144,7 @@ TEST(HostileClient, OnesThatStopAreLetGoWithNothingDoneAndOthersAreServed) {
 }
 
 TEST(HostileClient, OnesThatAskForNothingKeepNobodyOut) {
-  mailbox::ServerOptions options;
-  options.faults = {"autodiscover:latency:3000"};
-  RunningServer server(options);
+  RunningServer server(WithFaults({"autodiscover:latency:3000"}));
   Connection working(server->Url());  // whose answer is long in coming
   working.Write("GET /autodiscover/autodiscover.xml HTTP/1.1\r\nAuthorization: " +
                 Basic("user@example.com:secret") + "\r\n\r\n");

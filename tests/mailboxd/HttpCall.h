@@ -5,6 +5,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "mailboxd/Server.h"
 #include "platform/Base64.h"
@@ -84,6 +86,12 @@ class RunningServer {
   test_support::TemporaryFolder m_folder;
   std::optional<mailbox::Server> m_server;
 };
+
+inline mailbox::ServerOptions WithFaults(std::vector<std::string> faults) {
+  mailbox::ServerOptions options;
+  options.faults = std::move(faults);
+  return options;
+}
 
 // Open to that user alone, whose password is "secret".
 inline mailbox::ServerOptions OwnedBy(const std::string& user) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <regex>
 #include <string>
 #include <string_view>
@@ -12,10 +11,12 @@
 #include "platform/Base64.h"
 #include "tests/support/SchemaValidator.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Texts.h"
 
 namespace mailbox_test {
 
 using TempFolder = test_support::TemporaryFolder;
+using test_support::CountOf;
 
 inline std::string Envelope(const std::string& body, const std::string& header = "") {
   return "<?xml version=\"1.0\" encoding=\"utf-8\"?>"
@@ -48,6 +49,9 @@ inline constexpr char kAll[] = "<t:BaseShape>AllProperties</t:BaseShape>";
 inline constexpr char kMime[] =
     "<t:BaseShape>IdOnly</t:BaseShape><t:IncludeMimeContent>true</t:IncludeMimeContent>";
 
+// What an item of a calendar asks for.
+inline constexpr char kQuietly[] = " SendMeetingInvitations=\"SendToNone\"";
+
 inline std::string CreateItem(const std::string& folder, const std::string& item,
                               const std::string& attributes = "") {
   return Envelope(Tag("m:CreateItem", Tag("m:SavedItemFolderId", folder) + Tag("m:Items", item),
@@ -60,12 +64,39 @@ inline std::string GetItem(const std::string& id, const std::string& shape) {
   return Envelope(
       Tag("m:GetItem", Tag("m:ItemShape", shape) + Tag("m:ItemIds", IdTag("t:ItemId", id))));
 }
+// `id` is the element that names the item, changes are those of an ItemChange.
+inline std::string UpdateRequest(const std::string& id, const std::string& changes,
+                                 const std::string& attributes) {
+  return Envelope(Tag("m:UpdateItem",
+                      Tag("m:ItemChanges", Tag("t:ItemChange", id + Tag("t:Updates", changes))),
+                      attributes));
+}
+inline std::string DeleteRequest(const std::string& id, const std::string& how,
+                                 const std::string& attributes = "") {
+  return Envelope(
+      Tag("m:DeleteItem", Tag("m:ItemIds", id), " DeleteType=\"" + how + "\"" + attributes));
+}
 // `search` is what stands between shape and folders: page, restriction, order.
 inline std::string FindItem(const std::string& folder, const std::string& shape,
                             const std::string& search = "") {
   return Envelope(Tag("m:FindItem",
                       Tag("m:ItemShape", shape) + search + Tag("m:ParentFolderIds", folder),
                       " Traversal=\"Shallow\""));
+}
+// The path of a field, and conditions on one.
+inline std::string Uri(const std::string& uri) {
+  return Tag("t:FieldURI", "", " FieldURI=\"" + uri + "\"");
+}
+inline std::string Compared(const std::string& how, const std::string& path,
+                            const std::string& value) {
+  return Tag("t:" + how,
+             path + Tag("t:FieldURIOrConstant", "<t:Constant Value=\"" + value + "\"/>"));
+}
+inline std::string Equal(const std::string& path, const std::string& value) {
+  return Compared("IsEqualTo", path, value);
+}
+inline std::string Restriction(const std::string& expression) {
+  return Tag("m:Restriction", expression);
 }
 inline std::string GetAttachment(const std::string& id, const std::string& shape = "") {
   return Envelope(
@@ -79,7 +110,7 @@ inline std::string GetFolder(const std::string& folder, const std::string& shape
 inline std::string FindFolder(const std::string& parent, const std::string& restriction,
                               const std::string& traversal = "Shallow",
                               const std::string& page = "") {
-  const std::string filter = restriction.empty() ? "" : Tag("m:Restriction", restriction);
+  const std::string filter = restriction.empty() ? "" : Restriction(restriction);
   return Envelope(Tag("m:FindFolder",
                       Tag("m:FolderShape", kAll) + page + filter + Tag("m:ParentFolderIds", parent),
                       " Traversal=\"" + traversal + "\""));
@@ -100,13 +131,14 @@ inline std::string Code(const std::string& answer) {
 inline std::string ItemId(const std::string& answer) {
   return Find(answer, "ItemId Id=\"([^\"]*)\"");
 }
+inline std::string ChangeKey(const std::string& answer) {
+  return Find(answer, "ChangeKey=\"([^\"]*)\"");
+}
+inline std::string AttachmentId(const std::string& answer) {
+  return Find(answer, "AttachmentId Id=\"([^\"]*)\"");
+}
 inline std::string FolderId(const std::string& answer) {
   return Find(answer, "<t:FolderId Id=\"([^\"]*)\"");
-}
-inline size_t CountOf(const std::string& text, const std::string& part) {
-  size_t count = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-  return count;
 }
 
 // Whether each of the parts stands in the text, or none does.
@@ -143,12 +175,7 @@ inline std::string BytesIn(const std::string& answer) {
 
 // Holds an answer against the schema, where that is present.
 inline void ExpectInSchema(const std::string& answer) {
-  static const std::unique_ptr<test_support::SchemaValidator> kValidator =
-      test_support::SchemaValidator::Available() ? std::make_unique<test_support::SchemaValidator>()
-                                                 : nullptr;
-  if (kValidator) {
-    EXPECT_EQ(kValidator->Validate(answer), "") << answer.substr(0, 4000);
-  }
+  EXPECT_EQ(test_support::SchemaValidator::Violation(answer), "") << answer.substr(0, 4000);
 }
 
 class StoredMailbox : public testing::Test {
@@ -181,6 +208,10 @@ class LocalMailbox : public StoredMailbox {
 
   std::string Save(const std::string& fields) {
     return Ask(CreateMessage(WellKnown("inbox"), fields));
+  }
+  std::string SaveIn(const std::string& folder, const std::string& element,
+                     const std::string& fields) {
+    return Ask(CreateItem(WellKnown(folder), Tag("t:" + element, fields), kQuietly));
   }
   std::string SaveMail(std::string_view mime) { return ItemId(Save(MimeField(mime))); }
   std::string Show(const std::string& id, const std::string& more = "") {

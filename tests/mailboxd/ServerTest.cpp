@@ -2,7 +2,6 @@
 
 #include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -16,9 +15,11 @@
 #include "platform/Sqlite.h"
 #include "tests/mailboxd/HttpCall.h"
 #include "tests/mailboxd/LocalMailbox.h"
+#include "tests/support/EngineFolder.h"
 #include "tests/support/MailFiles.h"
 
 using namespace mailbox_test;
+using test_support::ExitCode;
 
 namespace {
 
@@ -209,9 +210,7 @@ TEST(Server, ConnectionsAreCutBeforeInAndBehindTheBodyAndWhenTheItemIsSaved) {
       {"drop-saved:1", "<t:TotalCount>1<"},
   };
   for (const auto& row : rows) {
-    mailbox::ServerOptions options;
-    options.faults = {row.fault};
-    RunningServer server(options);
+    RunningServer server(WithFaults({row.fault}));
     const std::string large =
         CreateMessage(WellKnown("inbox"), MimeField(std::string(300000, 'x')));
     EXPECT_NE(Send({server->EwsUrl(), large}).result, CURLE_OK) << row.fault;
@@ -220,9 +219,7 @@ TEST(Server, ConnectionsAreCutBeforeInAndBehindTheBodyAndWhenTheItemIsSaved) {
 }
 
 TEST(Server, AHeldAnswerIsThatOfARequestThatIsDoneAndComesThoughTheServerEnds) {
-  mailbox::ServerOptions options;
-  options.faults = {"hold:1000"};
-  RunningServer server(options);
+  RunningServer server(WithFaults({"hold:1000"}));
   mailbox::Store& store = server->Mailboxes();
   const std::int64_t inbox = *store.FindWellKnown(store.Mailbox("user@example.com"), "inbox");
   std::atomic<bool> answered = false;
@@ -305,8 +302,6 @@ class Program {
   platform::UniqueFd m_output;
   bool m_waited = false;
 };
-
-int ExitCode(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
 
 class ServerProgram : public testing::Test {
  protected:

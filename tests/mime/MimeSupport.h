@@ -10,18 +10,12 @@
 #include "mime/email/EmailBuilding.h"
 #include "mime/email/EmailWriter.h"
 #include "mime/tree/MimeMessage2.h"
+#include "tests/support/Texts.h"
 
 // What the tests of mail share.
 namespace test_support {
 
 inline mail::LogNull silent;
-
-inline std::string Repeated(std::size_t count, std::string_view piece) {
-  std::string text;
-  text.reserve(count * piece.size());
-  for (std::size_t n = 0; n < count; ++n) text += piece;
-  return text;
-}
 
 inline std::string Utf16(std::string_view ascii, bool big = false) {
   std::string bytes;

@@ -1,41 +1,33 @@
 #pragma once
 
 #include <algorithm>
-#include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "ews/CurlTransport.h"
-#include "mailboxd/Server.h"
 #include "mailboxd/store/ItemFields.h"
 #include "target/CTarnyOutlookHandler.h"
 #include "tests/ews/ScriptedTransport.h"
+#include "tests/mailboxd/HttpCall.h"
 #include "tests/pipeline/TempRunFolder.h"
 #include "tests/support/TemporaryFolder.h"
 
 // An engine's handler and the mailbox that it fills, over loopback.
 class ImportRun {
  public:
-  explicit ImportRun(std::vector<std::string> faults = {}) {
-    mailbox::ServerOptions options;
-    options.dataFolder = folder.File("mailbox");
-    options.faults = std::move(faults);
-    m_server = std::make_unique<mailbox::Server>(options);
-    m_server->Start();
-    const auto service =
-        std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-    service->SetUrl(CString::FromUtf8(m_server->EwsUrl()));
-    service->SetCredentials(ews::WebCredentials(u"ann@example.com", u"x"));
-    handler.m_objWebAccess.m_pService = service;
+  explicit ImportRun(bool safe = false, std::vector<std::string> faults = {})
+      : m_server(mailbox_test::WithFaults(std::move(faults))) {
+    ews::Settings().bSafe = safe;
+    handler.m_objWebAccess.m_pService = ServiceAt(CString::FromUtf8(m_server->EwsUrl()));
+    handler.m_objWebAccess.m_pService->SetCredentials(
+        ews::WebCredentials(u"ann@example.com", u"x"));
     handler.SetFolderName(u"Work\\");
     handler.SetLoginId(u"ann@example.com");
   }
 
   // The result; error and trace are those of this item alone.
   int Import(ews::WellKnownFolderName target, const std::u16string& descriptor) {
-    std::filesystem::remove(folder.File("trace.txt"));
-    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");  // as each command
+    folder.BeginTrace(handler.m_objLogManager);
     folder.WriteWork("11comtextjj.t", descriptor);
     handler.m_objWebAccess.m_fldCurrent = target;
     CString text;
@@ -43,10 +35,7 @@ class ImportRun {
     error = text.ToUtf8();
     return result;
   }
-  std::string Trace() const {
-    return CString(test_support::WideText(test_support::ReadAll(folder.File("trace.txt"))))
-        .ToUtf8();
-  }
+  std::string Trace() const { return folder.Trace(); }
 
   mailbox::Store& Store() { return m_server->Mailboxes(); }
   std::int64_t WellKnown(const char* name) {
@@ -73,7 +62,7 @@ class ImportRun {
   SettingsKeeper m_settings;
   ews::CurlTransport m_transport;
   ews::ScopedTransport m_scope{m_transport};
-  std::unique_ptr<mailbox::Server> m_server;
+  mailbox_test::RunningServer m_server;
 
  public:
   CTarnyOutlookHandler handler;

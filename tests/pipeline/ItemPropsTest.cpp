@@ -115,13 +115,12 @@ class ItemPropsFile : public Scripted {
   // Fills a mail whose work files are there; what the trace says of the file, or "".
   std::string Fill(bool safe) {
     ews::Settings().bSafe = safe;
-    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
+    folder.BeginTrace(handler.m_objLogManager);
     ST_EML_INFO info;
     EXPECT_EQ(handler.SaveEmailItem(mail, GetCurrPath(), &info), 1);
-    const CString trace = test_support::WideText(test_support::ReadAll(folder.File("trace.txt")));
-    std::filesystem::remove(folder.File("trace.txt"));
-    const int at = trace.Find(u"ItemProps.json");
-    return at < 0 ? "" : trace.Mid(at, trace.Find(u'\r', at) - at).ToUtf8();
+    const std::string trace = folder.Trace();
+    const std::size_t at = trace.find("ItemProps.json");
+    return at == std::string::npos ? "" : trace.substr(at, trace.find('\r', at) - at);
   }
 
   TempRunFolder folder;
@@ -149,10 +148,8 @@ TEST_F(ItemPropsFile, StandsAboveWhatTheDescriptorAndTheMessageSay) {
   folder.WriteWork("11comtextjj.t", u"EMAIL\n\nCreation Date : 2001-01-01 00:00:00\n");
   folder.WriteWork("ItemProps.json", R"({"flags": ["draft"], "received": "2019-03-05T09:00:01Z"})");
   ews::Settings().bSafe = true;
-  auto& web = handler.m_objWebAccess;
-  web.m_pService = std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-  web.m_pService->SetUrl(u"https://mail.example.com/EWS");
-  web.m_fldCurrent = ews::WellKnownFolderName::Inbox;
+  handler.m_objWebAccess.m_pService = ServiceAt();
+  handler.m_objWebAccess.m_fldCurrent = ews::WellKnownFolderName::Inbox;
   m_transport.Push(answers::Item("I="));
   CString error;
   EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 1) << error.ToUtf8();

@@ -39,15 +39,27 @@ class MailItems : public Scripted {
     handler.SaveAttendees(text, collection);
     return Addresses(collection);
   }
-  int Fill() { return handler.SaveEmailItem(mail, GetCurrPath(), &info); }
-  std::string Trace() {
-    return CString(test_support::WideText(test_support::ReadAll(folder.File("trace.txt"))))
-        .ToUtf8();
+  // A mail that is made of the work files.
+  ews::EmailMessage Filled() {
+    ews::EmailMessage mail{nullptr};
+    EXPECT_EQ(handler.SaveEmailItem(mail, GetCurrPath(), &info), 1);
+    return mail;
+  }
+  static std::string MimeOf(const ews::EmailMessage& mail) {
+    const ews::MimeContent& mime = mail.GetMimeContent();
+    EXPECT_TRUE(mime.IsSet());
+    return {reinterpret_cast<const char*>(mime.Content().get()), mime.Length()};
+  }
+  // The error that an import of that result tells.
+  std::string Import(int result = 0) {
+    CString error;
+    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), result);
+    return error.ToUtf8();
   }
 
   // The first loss that the trace tells.
   std::string Told() {
-    const std::string trace = Trace(), label = "\nThe item goes without: ";
+    const std::string trace = folder.Trace(), label = "\nThe item goes without: ";
     const std::size_t at = trace.find(label);
     if (at == std::string::npos) return "";
     return trace.substr(at + label.size(), trace.find('\r', at) - at - label.size());
@@ -55,7 +67,6 @@ class MailItems : public Scripted {
 
   TempRunFolder folder;
   CTarnyOutlookHandler handler;
-  ews::EmailMessage mail{nullptr};
   ST_EML_INFO info;
 };
 
@@ -107,60 +118,45 @@ TEST_F(MailItems, EmlGoesWholeAndTheAttachmentListIsNotRead) {
   folder.WriteWork("EmlFile.Eml", eml);
   folder.WriteWork("a.txt", "a");
   folder.WriteWork("11comtextjjAttach.t", u"a.txt\n");
-  ASSERT_EQ(Fill(), 1);
-  const ews::MimeContent& mime = mail.GetMimeContent();
-  ASSERT_TRUE(mime.IsSet());
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(mime.Content().get()), mime.Length()), eml);
-  EXPECT_EQ(mime.CharacterSet(), u"ASCII");
+  ews::EmailMessage mail = Filled();
+  EXPECT_EQ(MimeOf(mail), eml);
+  EXPECT_EQ(mail.GetMimeContent().CharacterSet(), u"ASCII");
   EXPECT_EQ(mail.Attachments().Count(), 0);
+  // So does a file that the work path itself names.
+  folder.WriteWork("one.eml", "Subject: 1\r\n\r\n");
+  ews::EmailMessage named{nullptr};
+  ASSERT_EQ(handler.SaveEmailItem(named, GetCurrPath() + u"one.eml", &info), 1);
+  EXPECT_EQ(MimeOf(named), "Subject: 1\r\n\r\n");
+  EXPECT_EQ(named.GetMimeContent().CharacterSet(), u"us-ascii");
 }
 
-TEST_F(MailItems, LostMimeFailsTheMailOnlyWithTheSafeSwitch) {
-  for (const char* inside : {"EmlFile.Eml/in", "EmlFile.Eml"}) {  // no file to open, and a cut one
-    std::filesystem::remove_all(folder.Work("EmlFile.Eml"));
-    folder.WriteWork(inside, "");
-    ews::Settings().bSafe = false;
-    EXPECT_EQ(Fill(), 1);
-    ews::Settings().bSafe = true;
-    EXPECT_THROW(Fill(), std::runtime_error);
-  }
-  folder.WriteWork("Imagech111.html", "<p>page</p>");  // a body of its own
-  EXPECT_EQ(Fill(), 1);
-}
-
-TEST_F(MailItems, RtfThatCannotBeReadGivesWayToTheNextBodyOnlyWithTheSafeSwitch) {
+TEST_F(MailItems, RtfThatGivesNoTextGivesWayToTheNextBodyOnlyWithTheSafeSwitch) {
+  const struct {
+    std::string blocked;  // there, and no file to open; "" for none
+    std::string rtf;
+  } rows[] = {{"ch2111.rtf", ""},
+              {"Html/HTMLFile.html", "{\\rtf1 text}"},
+              {"Html/HTMLFile.html.eml", "{\\rtf1 text}"},
+              {"", ""},  // it is read, and shows nothing
+              {"", "{\\rtf1\\ansi \\par\\~\\par}"}};
   folder.WriteWork("GARImage.html", "<p>page</p>");
-  for (const char* blocked : {"ch2111.rtf", "Html/HTMLFile.html", "Html/HTMLFile.html.eml"}) {
-    SCOPED_TRACE(blocked);
-    folder.WriteWork("ch2111.rtf", "{\\rtf1 text}");
-    std::filesystem::remove(folder.Work(blocked));
-    folder.WriteWork(std::string(blocked) + "/in", "");  // there, and no file to open
-    for (const bool safe : {false, true}) {
-      ews::Settings().bSafe = safe;
-      ews::EmailMessage filled{nullptr};
-      EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
-      EXPECT_FALSE(filled.GetMimeContent().IsSet());
-      EXPECT_EQ(filled.Body().has_value(), safe);
-    }
-    std::filesystem::remove_all(folder.Work(blocked));
-  }
-}
-
-TEST_F(MailItems, RtfThatShowsNothingGivesWayToTheNextBodyOnlyWithTheSafeSwitch) {
-  folder.WriteWork("TextFile1.txt", u"text");
-  for (const std::string& rtf : {std::string(), std::string("{\\rtf1\\ansi \\par\\~\\par}")}) {
+  for (const auto& [blocked, rtf] : rows) {
+    SCOPED_TRACE(blocked + rtf);
     folder.WriteWork("ch2111.rtf", rtf);
+    if (!blocked.empty()) {
+      std::filesystem::remove(folder.Work(blocked));
+      folder.WriteWork(blocked + "/in", "");
+    }
     for (const bool safe : {false, true}) {
       ews::Settings().bSafe = safe;
-      ews::EmailMessage filled{nullptr};
-      EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
-      EXPECT_EQ(filled.GetMimeContent().IsSet(), !safe);
+      const ews::EmailMessage filled = Filled();
+      EXPECT_EQ(filled.GetMimeContent().IsSet(), !safe && blocked.empty());
       EXPECT_EQ(filled.Body().has_value(), safe);
     }
+    for (const char* name : {"ch2111.rtf", "Html"}) std::filesystem::remove_all(folder.Work(name));
   }
   folder.WriteWork("ch2111.rtf", "{\\rtf1 {\\pict\\pngblip 89504e}}");
-  EXPECT_EQ(Fill(), 1);
-  EXPECT_TRUE(mail.GetMimeContent().IsSet());
+  EXPECT_TRUE(Filled().GetMimeContent().IsSet());
 }
 
 // As a program locks a file that it writes: whoever opens it is turned away.
@@ -203,8 +199,7 @@ TEST_F(MailItems, NoBodyFileKeepsAMailFromBeingSaved) {
         folder.WriteWork(bytes == "folder" ? name + "/in" : name, bytes);
         if (bytes == "locked") lock.emplace(folder.Work(name));
         const bool shut = bytes == "folder" || bytes == "locked";
-        std::filesystem::remove(folder.File("trace.txt"));
-        handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
+        folder.BeginTrace(handler.m_objLogManager);
         ews::Settings().bSafe = safe;
         ews::EmailMessage filled{nullptr};
         if (mime && safe && (shut || bytes.empty())) {
@@ -214,7 +209,7 @@ TEST_F(MailItems, NoBodyFileKeepsAMailFromBeingSaved) {
         }
         EXPECT_EQ(filled.Attachments().Count(), mime ? 0 : 1);
         EXPECT_TRUE(!safe || !filled.Body() || ews::IsXmlText(filled.Body()->Text()));
-        std::string trace = Trace();
+        std::string trace = folder.Trace();
         std::erase(trace, '\0');
         EXPECT_THAT(trace,
                     testing::AllOf(testing::HasSubstr(steps[n].substr(0, steps[n].find('*'))),
@@ -226,6 +221,9 @@ TEST_F(MailItems, NoBodyFileKeepsAMailFromBeingSaved) {
       }
     }
   }
+  folder.WriteWork("EmlFile.Eml", "");  // of no use where there is a body of its own
+  folder.WriteWork("Imagech111.html", "<p>page</p>");
+  EXPECT_FALSE(Filled().GetMimeContent().IsSet());
 }
 
 // Two hundred megabytes are all there.
@@ -234,7 +232,7 @@ TEST_F(MailItems, AHugeBodyIsTakenWhole) {
   ews::Settings().bSafe = true;
   folder.WriteWork("TextFile1.txt", u"first\r\n");
   std::filesystem::resize_file(folder.Work("TextFile1.txt"), kBytes);  // a sparse one, of NULs
-  EXPECT_EQ(Fill(), 1);
+  const ews::EmailMessage mail = Filled();
   ASSERT_TRUE(mail.Body().has_value());
   EXPECT_EQ(mail.Body()->Text().GetLength(), static_cast<int>(kBytes / 2) + 2);  // and a line's end
 }
@@ -249,8 +247,7 @@ TEST_F(MailItems, TextInNarrowBytesIsReadableOnlyWithTheSafeSwitch) {
     folder.WriteWork(name, text);
     for (const bool safe : {false, true}) {
       ews::Settings().bSafe = safe;
-      ews::EmailMessage filled{nullptr};
-      EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+      ews::EmailMessage filled = Filled();
       ASSERT_TRUE(filled.Body().has_value());
       EXPECT_EQ(filled.Body()->Text() == u"Gr\u00FC\u00DFe,\r\nbis morgen\tum 9\r\n", safe) << name;
     }
@@ -265,26 +262,24 @@ TEST_F(MailItems, SafeMailsTellWhatTheyGoWithout) {
   const struct {
     std::string file, bytes;
     std::string told;  // behind the label; empty for nothing
-    CString body;
     int attachments = 0;
+    CString body = u"<p>page</p>";
   } rows[] = {
-      {"11comtextjjAttach.t", names, "gone.txt (there is no such file)", u"<p>page</p>", 1},
-      {"11comtextjjAttach.t", "\xFF\xFE" + names, "gone.txt (there is no such file)",
-       u"<p>page</p>", 1},
-      {"11comtextjjAttach.t", "\xEF\xBB\xBFgr\xC3\xBC\xC3\x9F.txt\r\n", "", u"<p>page</p>", 1},
-      {"11comtextjjAttach.t", "a.txt\n\ngr\xFC\xDF.txt", "", u"<p>page</p>", 2},
-      {"11comtextjjAttach.t", "", "", u"<p>page</p>"},
-      {"11comtextjjAttach.t/in", "", "the files of a list (the list cannot be read)",
-       u"<p>page</p>"},
-      {"TextFile1.txt", "", "TextFile1.txt (the body is empty)", u"<p>page</p>"},
-      {"TextFile1.txt/in", "", "TextFile1.txt (the body cannot be read)", u"<p>page</p>"},
-      {"ch2111.rtf/in", "", "ch2111.rtf (it gives no body; the next one is taken)", u"<p>page</p>"},
+      {"11comtextjjAttach.t", names, "gone.txt (there is no such file)", 1},
+      {"11comtextjjAttach.t", "\xFF\xFE" + names, "gone.txt (there is no such file)", 1},
+      {"11comtextjjAttach.t", "\xEF\xBB\xBFgr\xC3\xBC\xC3\x9F.txt\r\n", "", 1},
+      {"11comtextjjAttach.t", "a.txt\n\ngr\xFC\xDF.txt", "", 2},
+      {"11comtextjjAttach.t", "", ""},
+      {"11comtextjjAttach.t/in", "", "the files of a list (the list cannot be read)"},
+      {"TextFile1.txt", "", "TextFile1.txt (the body is empty)"},
+      {"TextFile1.txt/in", "", "TextFile1.txt (the body cannot be read)"},
+      {"ch2111.rtf/in", "", "ch2111.rtf (it gives no body; the next one is taken)"},
       {"Imagech111.html", "<img src=\"gone.png\" a>",
-       "gone.png (the picture of its page is not attached)", u"<img src=\"gone.png\" a>"},
-      {"GARImage.html", meta + "koi8-r>\xC1\xC2\xD7\xC7", "", u"<meta charset=koi8-r>абвг"},
-      {"GARImage.html", meta + "windows-1251>\xE0\xE1\xE2\xE3", "",
+       "gone.png (the picture of its page is not attached)", 0, u"<img src=\"gone.png\" a>"},
+      {"GARImage.html", meta + "koi8-r>\xC1\xC2\xD7\xC7", "", 0, u"<meta charset=koi8-r>абвг"},
+      {"GARImage.html", meta + "windows-1251>\xE0\xE1\xE2\xE3", "", 0,
        u"<meta charset=windows-1251>абвг"},
-      {"GARImage.html", test_support::WideBytes(u"<p>абвг</p>"), "", u"<p>абвг</p>"},
+      {"GARImage.html", test_support::WideBytes(u"<p>абвг</p>"), "", 0, u"<p>абвг</p>"},
   };
   ews::Settings().bSafe = true;
   for (const auto& row : rows) {
@@ -293,10 +288,8 @@ TEST_F(MailItems, SafeMailsTellWhatTheyGoWithout) {
     for (const char* name : {"GARImage.html", "a.txt", "grüß.txt"})
       folder.WriteWork(name, "<p>page</p>");
     folder.WriteWork(row.file, row.bytes);
-    std::filesystem::remove(folder.File("trace.txt"));
-    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
-    ews::EmailMessage filled{nullptr};
-    EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+    folder.BeginTrace(handler.m_objLogManager);
+    ews::EmailMessage filled = Filled();
     EXPECT_EQ(Told(), row.told);
     ASSERT_TRUE(filled.Body().has_value());
     EXPECT_EQ(filled.Body()->Text(), row.body);
@@ -327,8 +320,7 @@ TEST_F(MailItems, AnImagePageShowsItsAttachmentOnlyWithTheSafeSwitch) {
     folder.WriteWork("2ImageAttchment.txt",
                      (wide ? test_support::WideBytes(u"other.txt\r\n") : "other.txt\r\n") + listed);
     EXPECT_TRUE(handler.ConvertImageToHTML(u""));
-    ews::EmailMessage filled{nullptr};
-    EXPECT_EQ(handler.SaveEmailItem(filled, GetCurrPath(), &info), 1);
+    ews::EmailMessage filled = Filled();
     ASSERT_EQ(filled.Attachments().Count(), 2);
     ASSERT_TRUE(filled.Body().has_value());
     const std::string id = filled.Attachments()[1].ContentId().ToUtf8();
@@ -349,12 +341,9 @@ TEST_F(MailItems, RtfBecomesTheMimeWithAllItsPictures) {
   folder.WriteWork("ch2111.rtf", rtf + "}");
   for (const bool safe : {false, true}) {
     ews::Settings().bSafe = safe;
-    mail.SetMimeContent({});
-    ASSERT_EQ(Fill(), 1);
-    ASSERT_TRUE(mail.GetMimeContent().IsSet());
+    const ews::EmailMessage mail = Filled();
     EXPECT_EQ(mail.GetMimeContent().CharacterSet(), u"ASCII");
-    const std::string mime(reinterpret_cast<const char*>(mail.GetMimeContent().Content().get()),
-                           mail.GetMimeContent().Length());
+    const std::string mime = MimeOf(mail);
     int parts = 0;
     for (size_t at = 0; (at = mime.find("\r\nContent-ID: <", at)) != std::string::npos; ++at) {
       ++parts;
@@ -363,14 +352,6 @@ TEST_F(MailItems, RtfBecomesTheMimeWithAllItsPictures) {
     EXPECT_THAT(mime, testing::HasSubstr("caf&#233;"));
     EXPECT_THAT(mime, testing::Not(testing::HasSubstr("file://")));
   }
-}
-
-TEST_F(MailItems, AWorkPathThatNamesAFileGivesItsBytesAsTheMime) {
-  folder.WriteWork("one.eml", "Subject: 1\r\n\r\n");
-  ASSERT_EQ(handler.SaveEmailItem(mail, GetCurrPath() + u"one.eml", &info), 1);
-  ASSERT_TRUE(mail.GetMimeContent().IsSet());
-  EXPECT_EQ(mail.GetMimeContent().CharacterSet(), u"us-ascii");
-  EXPECT_EQ(mail.GetMimeContent().Length(), 14u);
 }
 
 // Whatever goes wrong has its own lines in the trace, by which support people find the place.
@@ -391,9 +372,7 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
        " IN \\EmlFile.Eml\r\nCatch_1_SaveEmailItem\r\n Before SaveAttachment\r\n"},
   };
   folder.WriteWork("11comtextjj.t", u"EMAIL\n");
-  handler.m_objWebAccess.m_pService =
-      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-  handler.m_objWebAccess.m_pService->SetUrl(u"https://mail.example.com/EWS");
+  handler.m_objWebAccess.m_pService = ServiceAt();
   handler.m_objWebAccess.m_fldCurrent = handler.m_objWebAccess.m_fldNewFolder =
       ews::WellKnownFolderName::Inbox;
   const std::string eml = folder.Work("EmlFile.Eml");
@@ -407,14 +386,12 @@ TEST_F(MailItems, EachFailureHasItsLinesInTheTrace) {
     }
     if (row.tooLarge) std::filesystem::resize_file(eml, std::uintmax_t{1} << 31);  // a sparse one
     m_transport.Push(answers::Error("CreateItem", "ErrorQuotaExceeded", "It is full."));
-    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");  // as each command
+    folder.BeginTrace(handler.m_objLogManager);
     ews::Settings().bSafe = row.safe;
     handler.m_bNewFolderMode = row.newFolder;
-    CString error;
-    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-    EXPECT_EQ(error.ToUtf8(), row.error);
+    EXPECT_EQ(Import(), row.error);
     EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")), row.error + "\r\r\n");
-    EXPECT_THAT(Trace(), testing::HasSubstr(row.lines));
+    EXPECT_THAT(folder.Trace(), testing::HasSubstr(row.lines));
     for (const char* log : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(log));
   }
 }
@@ -444,8 +421,7 @@ TEST_F(MailItems, EachHandlerOfTheMailTakesMemoryThatRunsOut) {
     bool fired = false;
     for (long before = 0; !fired && (before == 0 || test_support::Shortage::WasReached());
          ++before) {
-      std::filesystem::remove(folder.File("trace.txt"));
-      handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
+      folder.BeginTrace(handler.m_objLogManager);
       handler.m_objLogManager.WriteLog(u"");  // so that it is open
       ews::EmailMessage filled{nullptr};
       ST_EML_INFO record;
@@ -457,11 +433,11 @@ TEST_F(MailItems, EachHandlerOfTheMailTakesMemoryThatRunsOut) {
         result = handler.SaveEmailItem(filled, path, &record);
       } catch (const std::bad_alloc&) {  // outside of all handlers
       }
-      if (Trace().find("\n" + row.line + "\r\n") == std::string::npos) continue;
+      if (folder.Trace().find("\n" + row.line + "\r\n") == std::string::npos) continue;
       fired = true;
       EXPECT_EQ(result, row.result);
       EXPECT_EQ(filled.Attachments().Count(), row.attachments);
-      EXPECT_THAT(Trace(), testing::HasSubstr(row.line + "\r\n" + row.behind));
+      EXPECT_THAT(folder.Trace(), testing::HasSubstr(row.line + "\r\n" + row.behind));
     }
     EXPECT_TRUE(fired);
   }
@@ -485,14 +461,12 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
       {"", "-", tooLarge, refused},
   };
   folder.WriteWork("11comtextjj.t", u"EMAIL\n\n\n\n\n\n\n\nSubject : s\nMessageID : 1\n");
-  handler.m_objWebAccess.m_pService =
-      std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-  handler.m_objWebAccess.m_pService->SetUrl(u"https://mail.example.com/EWS");
+  handler.m_objWebAccess.m_pService = ServiceAt();
   handler.m_objWebAccess.m_fldCurrent = ews::WellKnownFolderName::Inbox;
   handler.SetAllowDuplicates(false);
   for (const auto& row : rows) {
     SCOPED_TRACE(row.lines);
-    handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");  // as each command
+    folder.BeginTrace(handler.m_objLogManager);
     std::filesystem::remove(folder.Work("TextFile1.txt"));
     if (!row.eml.empty()) folder.WriteWork("EmlFile.Eml", row.eml);
     m_transport.Push(answers::Error("CreateItem", "ErrorMessageSizeExceeded", tooLarge));
@@ -500,20 +474,18 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
     if (row.second.size() > 1) {
       m_transport.Push(answers::Error("CreateItem", "ErrorQuotaExceeded", row.second));
     }
-    CString error;
-    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-    EXPECT_EQ(error.ToUtf8(), row.error);
+    EXPECT_EQ(Import(), row.error);
     const std::string log = tooLarge + "\r\r\n";
     EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
               row.error == tooLarge ? log : log + row.error + "\r\r\n");
-    EXPECT_THAT(Trace(), testing::HasSubstr(refused));
-    EXPECT_THAT(Trace(), testing::HasSubstr(row.lines));
+    EXPECT_THAT(folder.Trace(), testing::HasSubstr(refused));
+    EXPECT_THAT(folder.Trace(), testing::HasSubstr(row.lines));
     EXPECT_FALSE(std::filesystem::exists(folder.Work("EmlFile.Eml")));
     EXPECT_EQ(handler.CheckIfDublicateItemPresent(u"1"), row.second.empty());
     handler.m_pSqlHandler->ExecuteQuery(u"DELETE FROM MAILBOXINFO");
     for (const char* name : {"run.txt", "trace.txt"}) std::filesystem::remove(folder.File(name));
   }
-  handler.m_objLogManager.SetFileName(GetCurrLogPath() + u"trace.txt");
+  folder.BeginTrace(handler.m_objLogManager);
   for (const bool safe : {false, true}) {  // refused before the server knew what it was
     ews::Settings().bSafe = safe;
     folder.WriteWork("EmlFile.Eml",
@@ -523,22 +495,19 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
       m_transport.Push("", 413);
       m_transport.Push(answers::Item("I="));
     }
-    CString error;
-    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-    EXPECT_THAT(error.ToUtf8(), testing::HasSubstr("413"));
+    EXPECT_THAT(Import(), testing::HasSubstr("413"));
     EXPECT_EQ(std::filesystem::exists(folder.Work("EmlFile.Eml")), !safe);
     EXPECT_EQ(handler.CheckIfDublicateItemPresent(u"1"), safe);
   }
   EXPECT_THAT(LastBody(), testing::AllOf(testing::HasSubstr("a@x"), testing::HasSubstr("text"),
                                          testing::HasSubstr("2024-03-04T08:12:41Z")));
-  EXPECT_THAT(Trace(), testing::Not(testing::HasSubstr("has no text")));
+  EXPECT_THAT(folder.Trace(), testing::Not(testing::HasSubstr("has no text")));
   folder.WriteWork("EmlFile.Eml", "\r\nthe mail's own");
   folder.WriteWork("Imagech111.html", "<p>page</p>");  // which is what was too large
   for (const int status : {413, 413}) m_transport.Push("", status);
   m_transport.Push(answers::Item("I="));
   handler.m_pSqlHandler->ExecuteQuery(u"DELETE FROM MAILBOXINFO");
-  CString error;
-  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
+  Import();
   EXPECT_THAT(LastBody(), testing::AllOf(testing::HasSubstr("the mail's own"),
                                          testing::Not(testing::HasSubstr("page"))));
   folder.WriteWork("11comtextjj.t", u"EMAIL\n");
@@ -546,22 +515,19 @@ TEST_F(MailItems, AMailThatIsTooLargeIsSentOnceMoreWithoutItsMime) {
   std::filesystem::remove(folder.Work("TextFile1.txt"));
   for (const int status : {413, 413}) m_transport.Push("", status);
   m_transport.Push(answers::Item("I="));
-  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-  EXPECT_THAT(Trace(), testing::HasSubstr("\r\nThe reduced mail has no text\r\n"));
+  Import();
+  EXPECT_THAT(folder.Trace(), testing::HasSubstr("\r\nThe reduced mail has no text\r\n"));
   folder.WriteWork("EmlFile.Eml", "\r\ntext");
   for (int i = 0; i < 2; ++i) {
     m_transport.Push(answers::Error("CreateItem", "ErrorMessageSizeExceeded", tooLarge));
   }
-  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-  EXPECT_THAT(error.ToUtf8(), testing::EndsWith("; it was tried as text alone, and that is too "
-                                                "large, too"));
+  EXPECT_THAT(Import(), testing::EndsWith("; it was tried as text alone, and that is too "
+                                          "large, too"));
 }
 
 TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {
   ews::Settings().bSafe = true;
-  auto& web = handler.m_objWebAccess;
-  web.m_pService = std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
-  web.m_pService->SetUrl(u"https://mail.example.com/EWS");
+  handler.m_objWebAccess.m_pService = ServiceAt();
   folder.WriteWork("11comtextjj.t", u"EMAIL\n\n\n\n\n\n\n\n\nMessageID : 1\n");
   const auto refuse = [&] {  // in words that mean something else of an item
     m_transport.Push(answers::Error("FindFolder", "ErrorX", "index is out of range"));
@@ -569,17 +535,15 @@ TEST_F(MailItems, SafeTellsWhyThereIsNoFolderAndNoLedgerRowComesOfIt) {
   refuse();
   handler.CreateFolderInStore(u"A\\", 0, ews::WellKnownFolderName::MsgFolderRoot, false);
   refuse();
-  CString error;
-  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 0);
-  EXPECT_EQ(error, u"The folder could not be made: index is out of range");
+  EXPECT_EQ(Import(), "The folder could not be made: index is out of range");
   EXPECT_FALSE(handler.CheckIfDublicateItemPresent(u"1"));
   m_transport.PushAll({answers::Found({{"7", "A"}}), answers::Item("I=")});
-  EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), 1);
+  Import(/*result=*/1);
   EXPECT_THAT(LastBody(), testing::HasSubstr("<t:FolderId Id=\"7\"/>"));
 }
 
 TEST_F(MailItems, AnImportThatFailsTellsWhyInTheStatusLog) {
-  const CString reason = CString::FromUtf8(ews::kNoService);  // before a logon
+  const std::string reason = ews::kNoService;  // before a logon
   const struct {
     std::u16string type;
     bool safe;
@@ -589,11 +553,8 @@ TEST_F(MailItems, AnImportThatFailsTellsWhyInTheStatusLog) {
   for (const auto& row : rows) {
     folder.WriteWork("11comtextjj.t", row.type + u"\n");
     ews::Settings().bSafe = row.safe;
-    CString error;
-    EXPECT_EQ(handler.ImportItem(GetCurrPath(), error, u"run.txt"), row.isTold ? 0 : 1);
-    EXPECT_EQ(error, row.isTold ? reason : CString());
-    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")),
-              row.isTold ? reason.ToUtf8() + "\r\r\n" : "");
+    EXPECT_EQ(Import(row.isTold ? 0 : 1), row.isTold ? reason : "");
+    EXPECT_EQ(test_support::ReadAll(folder.File("run.txt")), row.isTold ? reason + "\r\r\n" : "");
     std::filesystem::remove(folder.File("run.txt"));
   }
 }
@@ -609,8 +570,9 @@ TEST_F(MailItems, SafeAttachmentsStayInTheWorkFolder) {
     handler.SaveAttachment(filled);
     handler.SaveImageAttachment(filled, u"2ImageAttchment.txt");
   };
-  both(mail);
-  EXPECT_EQ(mail.Attachments().Count(), 6);
+  ews::EmailMessage all{nullptr};
+  both(all);
+  EXPECT_EQ(all.Attachments().Count(), 6);
   ews::EmailMessage confined{nullptr};
   ews::Settings().bSafe = true;
   both(confined);

@@ -96,8 +96,7 @@ TEST_F(Series, OfEveryCodeIsOnTheDaysOfTheCalendar) {
 // In its own zone, whatever the machine's is, with what single occurrences have of their own.
 TEST_F(Series, KeepsItsClockAndWhatIsChangedOfIt) {
   SetZone("Asia/Tokyo");
-  ImportRun run;
-  ews::Settings().bSafe = true;
+  ImportRun run(/*safe=*/true);
   const auto days = [&](const std::string& json, const std::u16string& start) {
     const std::u16string descriptor = At(start, Calendar(u""));
     run.folder.WriteWork("ItemProps.json", json);
@@ -148,8 +147,7 @@ TEST_F(Series, KeepsItsClockAndWhatIsChangedOfIt) {
 // Occurrences that the server refuses leave the series, with a word; an item of an earlier try that
 // was not finished gives way.
 TEST_F(Series, IsThereOnceThoughNotAllOfItIsTaken) {
-  ImportRun run;
-  ews::Settings().bSafe = true;
+  ImportRun run(/*safe=*/true);
   const std::string json = R"({"key": "k", "zone": "UTC",
       "series": {"pattern": "daily", "start": "2024-03-11", "count": 4},
       "deleted": ["2024-03-12T10:00:00"],
@@ -185,26 +183,19 @@ class SeriesSaving : public ScriptedService {
     return TextOf(
         [&] { m_told = SaveWithOccurrences(m_item, WellKnownFolderName::Calendar, *m_service); });
   }
-  static std::string Violation(const std::string& request) {
-    if (!test_support::SchemaValidator::Available()) return "";
-    static const test_support::SchemaValidator validator;
-    return validator.Validate(request);
-  }
   // The names of the requests so far, each valid.
   std::string Requests() {
     std::string names;
     for (const ScriptedTransport::Sent& sent : m_transport.Requests()) {
-      EXPECT_EQ(Violation(sent.body), "") << sent.body;
+      EXPECT_EQ(test_support::SchemaValidator::Violation(sent.body), "") << sent.body;
       const size_t at = sent.body.find("<m:", sent.body.find("Body>"));
       names += sent.body.substr(at + 3, sent.body.find_first_of(" >", at) - at - 3) + " ";
       EXPECT_EQ(sent.body.find("SendToAll"), std::string::npos);
     }
     return names;
   }
-  static std::string None() {
-    return answers::Success("FindItem",
-                            "<m:RootFolder TotalItemsInView=\"0\" IncludesLastItemInRange=\"true\">"
-                            "<t:Items/></m:RootFolder>");
+  static std::string Found(const std::string& items = "") {
+    return answers::FoundItems(items, " IncludesLastItemInRange=\"true\"");
   }
   static std::string Many(const std::string& name, int good, const std::string& code = "") {
     std::string messages;
@@ -229,10 +220,8 @@ class SeriesSaving : public ScriptedService {
 };
 
 TEST_F(SeriesSaving, GetsItsKeyWhenAllOfItIsThere) {
-  m_transport.PushAll({None(), answers::Item("I="), Many("DeleteItem", 2), Many("UpdateItem", 1),
-                       answers::Success("UpdateItem",
-                                        "<m:Items><t:CalendarItem><t:ItemId Id=\"I=\""
-                                        "/></t:CalendarItem></m:Items>")});
+  m_transport.PushAll({Found(), answers::Item("I="), Many("DeleteItem", 2), Many("UpdateItem", 1),
+                       answers::Updated("I=")});
   EXPECT_EQ(Save(), "no exception");
   EXPECT_EQ(m_told, u"");
   EXPECT_EQ(Requests(), "FindItem CreateItem DeleteItem UpdateItem UpdateItem ");
@@ -246,7 +235,7 @@ TEST_F(SeriesSaving, GetsItsKeyWhenAllOfItIsThere) {
 }
 
 TEST_F(SeriesSaving, IsTakenAwayWhereItCannotBeFinished) {
-  m_transport.PushAll({None(), answers::Item("I="), Many("DeleteItem", 2)});
+  m_transport.PushAll({Found(), answers::Item("I="), Many("DeleteItem", 2)});
   m_transport.PushFailure("The connection was lost.");
   m_transport.Push(Many("DeleteItem", 1));
   EXPECT_EQ(Save(), "The connection was lost.");
@@ -254,7 +243,7 @@ TEST_F(SeriesSaving, IsTakenAwayWhereItCannotBeFinished) {
   EXPECT_THAT(m_transport.Requests().back().body, HasSubstr("<t:ItemId Id=\"I=\"/>"));
 
   // Where it stays behind, the next one finds it by its mark.
-  m_transport.PushAll({None(), answers::Item("J=")});
+  m_transport.PushAll({Found(), answers::Item("J=")});
   m_transport.PushFailure("The connection was lost.");
   m_transport.PushFailure("The connection was lost.");
   EXPECT_THAT(Save(), HasSubstr("It is there without."));
@@ -263,30 +252,23 @@ TEST_F(SeriesSaving, IsTakenAwayWhereItCannotBeFinished) {
   again.SetRecurrence(ews::Recurrence::DailyPattern(COleDateTime(2024, 3, 11, 0, 0, 0), 1));
   again.Occurrences().arrDeleted = {1};
   m_transport.PushAll(
-      {answers::Success("FindItem",
-                        "<m:RootFolder TotalItemsInView=\"1\" IncludesLastItemInRange=\"true\">"
-                        "<t:Items><t:CalendarItem><t:ItemId Id=\"J=\"/><t:ExtendedProperty>"
-                        "<t:ExtendedFieldURI DistinguishedPropertySetId=\"PublicStrings\" "
-                        "PropertyName=\"TarnyKey\" PropertyType=\"String\"/><t:Value>unfinished: k"
-                        "</t:Value></t:ExtendedProperty></t:CalendarItem></t:Items>"
-                        "</m:RootFolder>"),
+      {Found("<t:CalendarItem><t:ItemId Id=\"J=\"/><t:ExtendedProperty>"
+             "<t:ExtendedFieldURI DistinguishedPropertySetId=\"PublicStrings\" "
+             "PropertyName=\"TarnyKey\" PropertyType=\"String\"/><t:Value>unfinished: k"
+             "</t:Value></t:ExtendedProperty></t:CalendarItem>"),
        Many("DeleteItem", 1), answers::Item("K="),
        Many("DeleteItem", 0, "ErrorCalendarOccurrenceIsDeletedFromRecurrence"),
-       answers::Success(
-           "UpdateItem",
-           "<m:Items><t:CalendarItem><t:ItemId Id=\"K=\"/></t:CalendarItem></m:Items>")});
+       answers::Updated("K=")});
   EXPECT_EQ(SaveWithOccurrences(again, WellKnownFolderName::Calendar, *m_service), u"");
   EXPECT_THAT(Requests(),
               testing::EndsWith("FindItem DeleteItem CreateItem DeleteItem UpdateItem "));
 }
 
 TEST_F(SeriesSaving, TellsTheOccurrencesThatAreRefused) {
-  m_transport.PushAll({None(), answers::Item("I="),
+  m_transport.PushAll({Found(), answers::Item("I="),
                        Many("DeleteItem", 1, "ErrorCalendarOccurrenceIndexIsOutOfRecurrenceRange"),
                        Many("UpdateItem", 0, "ErrorOccurrenceCrossingBoundary"),
-                       answers::Success("UpdateItem",
-                                        "<m:Items><t:CalendarItem><t:ItemId Id=\"I=\""
-                                        "/></t:CalendarItem></m:Items>")});
+                       answers::Updated("I=")});
   EXPECT_EQ(Save(), "no exception");
   EXPECT_EQ(m_told.ToUtf8(),
             "The series is there, but 2 of its occurrences could not be changed: number 3: No.; "

@@ -2,15 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <ctime>
+#include "tests/support/TimeZone.h"
 
 namespace {
 
-struct TimeZone {
-  explicit TimeZone(const char* name) { setenv("TZ", name, 1); }
-  ~TimeZone() { unsetenv("TZ"); }
-};
+using test_support::TimeZone;
 
 std::int64_t Utc(const COleDateTime& local) { return platform::LocalToUtcSeconds(local); }
 

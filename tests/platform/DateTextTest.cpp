@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/COleDateTime.h"
+#include "tests/support/TimeZone.h"
 
 namespace {
 
@@ -132,7 +133,7 @@ TEST_F(DateText, ATimeStandsBeforeOrBehindOrAlone) {
 }
 
 TEST_F(DateText, IsoIsReadInEveryLocale) {
-  setenv("TZ", "Europe/Berlin", 1);
+  const test_support::TimeZone zone("Europe/Berlin");
   for (const char* locale : {"C", "de_DE", "ja_JP"}) {
     for (const char16_t* text :
          {u"2024-03-05 13:05:00", u"2024-03-05T13:05", u"20240305T130500",
@@ -144,24 +145,16 @@ TEST_F(DateText, IsoIsReadInEveryLocale) {
   }
   EXPECT_EQ(Read("C", u"2024-03-05T13:05:00+25:00"), "");
   EXPECT_EQ(Read("C", u"2024-03-05T13:05:00ZZ"), "");
-  unsetenv("TZ");
 }
 
-TEST_F(DateText, ADayThatNoCalendarHasIsInvalid) {
-  for (const char16_t* text : {u"2/30/2024", u"30 February 2024", u"2024-02-30", u"2/29/2023",
-                               u"13/13/2024", u"0/1/2024", u"1/0/2024"}) {
-    EXPECT_EQ(Read("C", text), "") << CString(text).ToUtf8();
-  }
-}
-
-TEST_F(DateText, AnythingElseIsInvalid) {
+TEST_F(DateText, ADayThatNoCalendarHasAndAnythingElseIsInvalid) {
   for (const char16_t* text :
-       {u"yesterday", u"3/5/2024/1", u"3//5/2024", u"3/5-2024", u"3,5,2024", u"03052024",
-        u"99999/1/1", u"1/1/99999", u"3/5/2024 x", u"-3/5/2024", u"\u0663/5/2024"}) {
+       {u"2/30/2024",  u"30 February 2024", u"2024-02-30",    u"2/29/2023",  u"13/13/2024",
+        u"0/1/2024",   u"1/0/2024",         u"yesterday",     u"3/5/2024/1", u"3//5/2024",
+        u"3/5-2024",   u"3,5,2024",         u"03052024",      u"99999/1/1",  u"1/1/99999",
+        u"3/5/2024 x", u"-3/5/2024",        u"\u0663/5/2024", u"",           u" "}) {
     EXPECT_EQ(Read("C", text), "") << CString(text).ToUtf8();
   }
-  EXPECT_EQ(Read("C", u""), "");
-  EXPECT_EQ(Read("C", u" "), "");
   EXPECT_EQ(Read("C", std::u16string(1000000, u'1')), "");
 }
 

@@ -9,10 +9,7 @@
 namespace {
 
 using platform::WideLineReader;
-
-std::string Wide(std::u16string_view text) {
-  return {reinterpret_cast<const char*>(text.data()), 2 * text.size()};
-}
+using test_support::WideBytes;
 
 using Expected = std::vector<CString>;
 
@@ -29,13 +26,13 @@ struct LineReader : testing::Test, TempFolder {
 };
 
 TEST_F(LineReader, OnlyTheLineFeedEndsALineAndGoes) {
-  EXPECT_EQ(Lines(Wide(u"\xFEFFone\r\n\ntwo\rhalf")),
+  EXPECT_EQ(Lines(WideBytes(u"\xFEFFone\r\n\ntwo\rhalf")),
             (Expected{u"\xFEFFone\r", u"", u"two\rhalf"}));
-  EXPECT_EQ(Lines(Wide(u"one\n")), Expected{u"one"});
-  EXPECT_EQ(Lines(Wide(u"\u010A\u0A00\n")), Expected{u"\u010A\u0A00"});
+  EXPECT_EQ(Lines(WideBytes(u"one\n")), Expected{u"one"});
+  EXPECT_EQ(Lines(WideBytes(u"\u010A\u0A00\n")), Expected{u"\u010A\u0A00"});
   EXPECT_EQ(Lines(""), Expected{});
-  EXPECT_EQ(Lines(Wide(u"one") + "x"), Expected{u"one"});
-  EXPECT_EQ(Lines(Wide(u"one\n") + "x"), Expected{u"one"});
+  EXPECT_EQ(Lines(WideBytes(u"one") + "x"), Expected{u"one"});
+  EXPECT_EQ(Lines(WideBytes(u"one\n") + "x"), Expected{u"one"});
   EXPECT_FALSE(WideLineReader::Open(Windows("none")));
 }
 
@@ -46,7 +43,7 @@ TEST_F(LineReader, LinesOfEveryLengthAroundTheChunkComeWhole) {
     expected.push_back(CString(u'a', units));
     text += std::u16string(static_cast<size_t>(units), u'a') + u'\n';
   }
-  EXPECT_EQ(Lines(Wide(text)), expected);
+  EXPECT_EQ(Lines(WideBytes(text)), expected);
 }
 
 TEST_F(LineReader, TheFirstTextLineLosesItsCarriageReturn) {

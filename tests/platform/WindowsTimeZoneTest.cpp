@@ -2,15 +2,13 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
+#include "tests/support/TimeZone.h"
 
 namespace {
 
 std::string NameIn(const char* zone) {
-  setenv("TZ", zone, 1);
-  const std::string name = platform::WindowsTimeZoneName();
-  unsetenv("TZ");
-  return name;
+  const test_support::TimeZone now(zone);
+  return platform::WindowsTimeZoneName();
 }
 
 TEST(WindowsTimeZone, ZonesHaveTheirWindowsNames) {

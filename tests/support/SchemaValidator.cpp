@@ -53,6 +53,12 @@ std::string SchemaValidator::Validate(std::string_view xml) const {
   return error.empty() ? "the schema refuses the message" : error;
 }
 
+std::string SchemaValidator::Violation(std::string_view xml) {
+  if (!Available()) return "";
+  static const SchemaValidator validator;
+  return validator.Validate(xml);
+}
+
 bool SchemaValidator::Available() {
   return std::filesystem::is_regular_file(Folder() + "/schema/ews.xsd");
 }

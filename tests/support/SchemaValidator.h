@@ -18,6 +18,9 @@ class SchemaValidator {
   // "" when the message is valid, else the first error with its line; UTF-8.
   std::string Validate(std::string_view xml) const;
 
+  // The same by the schema that lies there; "" where none does.
+  static std::string Violation(std::string_view xml);
+
   // True if the schema is there; tests that need it are skipped where it is not.
   static bool Available();
   // A message that lies beside it, "" if it does not.

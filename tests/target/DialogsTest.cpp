@@ -1,7 +1,6 @@
 #include <map>
 #include <string>
 
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "target/CExchangeProfiles.h"
@@ -109,50 +108,6 @@ TEST(Dialogs, AServerNeedsItsNameAndAUser) {
   EXPECT_EQ(dialog.m_strServer + dialog.m_strUser + dialog.m_strSecondUser + dialog.m_strPassword +
                 dialog.m_strComputer,
             u"mailannbsecretc");
-}
-
-TEST(Dialogs, EachControlShowsItsTextInItsPlace) {
-  const auto control = [](const DialogControl& one) {
-    std::string text = std::string(1, "TEPLBDG"[static_cast<std::size_t>(one.eKind)]);
-    if (one.nId >= 0) text += std::to_string(one.nId);
-    if (!one.bVisible) text += " hidden";
-    if (one.nWidth) text += fmt::format(" {}x{}", one.nWidth, one.nHeight);
-    return text + " '" + CString(one.strText).ToUtf8() + "'";
-  };
-  const auto text = [&](const DialogLayout& layout) {
-    std::string all =
-        fmt::format("{} '{}' {}x{}\n", layout.nId, CString(layout.strCaption).ToUtf8(),
-                    layout.nWidth, layout.nHeight);
-    for (const DialogControl& one : layout.arrControls) all += control(one) + "\n";
-    return all;
-  };
-  EXPECT_EQ(text(CExchangeProfiles::Layout()), R"(129 'Exchange Server Configuration' 435x257
-T1002 ''
-L1000 421x57 ''
-L1001 421x86 ''
-T1003 ''
-D1 'OK'
-B2 'Cancel'
-)");
-  EXPECT_EQ(text(CExchangeServerInfo::Layout()), R"(130 'Exchange Server Information' 414x218
-G 'Exchange Server  Information'
-T 'Type the name of Exchange Server computer '
-T 'Microsoft Exchange Server :  *'
-E1004 ''
-T 'Type the name of mailbox set up by your administrator. The mailbox name is usualy your user name.'
-T 'User Name: *'
-E1005 ''
-T 'Type the Password of mailbox set up by your administrator. '
-T 'Password   :'
-P1007 ''
-G hidden 'Login Information'
-T hidden 'User Name : '
-E1006 hidden ''
-T hidden 'Computer Name or Ip   :'
-E1008 hidden ''
-D1 'OK'
-B2 'Cancel'
-)");
 }
 
 }  // namespace

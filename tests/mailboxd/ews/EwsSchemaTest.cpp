@@ -72,14 +72,10 @@ TEST_F(EwsSchema, EveryPrefixOfARequestIsRefusedWithAFault) {
 }
 
 TEST_F(EwsSchema, DeepNestingAndWideDeclarationsAreRefusedInLinearTime) {
-  std::string open;
-  std::string close;
-  for (int i = 0; i < 200000; ++i) {
-    open += "<t:Not>";
-    close += "</t:Not>";
-  }
+  const std::string deep =
+      test_support::Repeated(200000, "<t:Not>") + test_support::Repeated(200000, "</t:Not>");
   const auto start = std::chrono::steady_clock::now();
-  Violation(FindFolder(WellKnown("inbox"), open + close, "Deep"));
+  Violation(FindFolder(WellKnown("inbox"), deep, "Deep"));
   std::string declarations;
   std::string ids;
   for (int i = 0; i < 100000; ++i) {

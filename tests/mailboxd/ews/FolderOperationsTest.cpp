@@ -44,9 +44,7 @@ TEST_F(FolderOperations, NamesAreFoundInAnyCaseAsPartsOrAsAWholeAndBelowChildren
            "<t:FieldURI FieldURI=\"folder:DisplayName\"/><t:Constant Value=\"" +
            part + "\"/></t:Contains>";
   };
-  const std::string one =
-      "<t:IsEqualTo><t:FieldURI FieldURI=\"folder:DisplayName\"/><t:FieldURIOrConstant>"
-      "<t:Constant Value=\"ONE\"/></t:FieldURIOrConstant></t:IsEqualTo>";
+  const std::string one = Equal(Uri("folder:DisplayName"), "ONE");
   const std::string others = Tag("t:Not", one);
   const struct {
     std::string filter;

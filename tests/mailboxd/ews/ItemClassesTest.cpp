@@ -9,8 +9,6 @@ using namespace mailbox_test;
 
 namespace {
 
-constexpr char kQuietly[] = " SendMeetingInvitations=\"SendToNone\"";
-
 // One item of a class, with fields as they are to come back.
 struct Kind {
   std::string element;
@@ -96,16 +94,10 @@ class ItemClasses : public LocalMailbox {
     for (const std::string& field : kind.fields) fields += field;
     return SaveIn(kind.folder, kind.element, fields);
   }
-  std::string SaveIn(const std::string& folder, const std::string& element,
-                     const std::string& fields) {
-    return Ask(CreateItem(WellKnown(folder), Tag("t:" + element, fields), kQuietly));
-  }
   static std::string ChangeRequest(const std::string& id, const std::string& change) {
-    return Envelope(Tag(
-        "m:UpdateItem",
-        Tag("m:ItemChanges", Tag("t:ItemChange", IdTag("t:ItemId", id) + Tag("t:Updates", change))),
-        " ConflictResolution=\"AlwaysOverwrite\" MessageDisposition=\"SaveOnly\""
-        " SendMeetingInvitationsOrCancellations=\"SendToNone\""));
+    return UpdateRequest(IdTag("t:ItemId", id), change,
+                         " ConflictResolution=\"AlwaysOverwrite\" MessageDisposition=\"SaveOnly\""
+                         " SendMeetingInvitationsOrCancellations=\"SendToNone\"");
   }
   std::string Change(const std::string& id, const std::string& change) {
     return Ask(ChangeRequest(id, change));
@@ -201,7 +193,6 @@ std::string SetField(const std::string& path, const std::string& element,
                      const std::string& value) {
   return Tag("t:SetItemField", path + Tag("t:" + element, value));
 }
-std::string Uri(const std::string& uri) { return "<t:FieldURI FieldURI=\"" + uri + "\"/>"; }
 std::string Indexed(const std::string& uri, const std::string& key) {
   return "<t:IndexedFieldURI FieldURI=\"" + uri + "\" FieldIndex=\"" + key + "\"/>";
 }
@@ -317,8 +308,7 @@ TEST_F(ItemClasses, DeletingAndMovingAskForWhatEachClassNeeds) {
   const std::string meeting = ItemId(SaveKind(Meeting()));
   const std::string task = ItemId(SaveIn("tasks", "Task", ""));
   const auto remove = [&](const std::string& id, const std::string& more) {
-    return Code(Ask(Envelope(Tag("m:DeleteItem", Tag("m:ItemIds", IdTag("t:ItemId", id)),
-                                 " DeleteType=\"HardDelete\"" + more))));
+    return Code(Ask(DeleteRequest(IdTag("t:ItemId", id), "HardDelete", more)));
   };
   EXPECT_EQ(remove(meeting, ""), "ErrorSendMeetingCancellationsRequired");
   EXPECT_EQ(remove(task, ""), "ErrorAffectedTaskOccurrencesRequired");
@@ -326,11 +316,11 @@ TEST_F(ItemClasses, DeletingAndMovingAskForWhatEachClassNeeds) {
     return Ask(Envelope(
         Tag("m:MoveItem", Tag("m:ToFolderId", folder) + Tag("m:ItemIds", IdTag("t:ItemId", id)))));
   };
-  const std::string before = Find(Show(meeting), "ChangeKey=\"([^\"]*)\"");
+  const std::string before = ChangeKey(Show(meeting));
   const std::string moved = move(meeting, WellKnown("deleteditems"));
   EXPECT_EQ(ItemId(moved), ItemId(Ask(FindItem(WellKnown("deleteditems"), kAll))));
-  EXPECT_NE(Find(moved, "ChangeKey=\"([^\"]*)\""), before);
-  EXPECT_EQ(Find(moved, "ChangeKey=\"([^\"]*)\""), Find(Show(meeting), "ChangeKey=\"([^\"]*)\""));
+  EXPECT_NE(ChangeKey(moved), before);
+  EXPECT_EQ(ChangeKey(moved), ChangeKey(Show(meeting)));
   const std::string elsewhere =
       mailbox::MakeId(mailbox::IdKind::kFolder, Inbox("other@example.com").id);
   EXPECT_EQ(Code(move(meeting, ById(elsewhere))), "ErrorCrossMailboxMoveCopy");
@@ -344,9 +334,7 @@ TEST_F(ItemClasses, FieldsOfEveryClassCanBeSearchedForAndSortedBy) {
   const std::string person = ItemId(SaveKind(Person()));
   const std::string other = ItemId(SaveIn("contacts", "Contact", "<t:Surname>Abel</t:Surname>"));
   const auto is = [](const std::string& path, const std::string& value) {
-    return Tag("m:Restriction",
-               Tag("t:IsEqualTo",
-                   path + Tag("t:FieldURIOrConstant", "<t:Constant Value=\"" + value + "\"/>")));
+    return Restriction(Equal(path, value));
   };
   const auto find = [&](const std::string& folder, const std::string& search) {
     return Ask(FindItem(WellKnown(folder), kIdOnly, search));
@@ -377,9 +365,7 @@ TEST_F(ItemClasses, APropertyIsFoundUnderEitherNameOfItsSet) {
   const std::string id =
       ItemId(Save(Tag("t:ExtendedProperty", byGuid + "<t:Value>here</t:Value>")));
   for (const std::string& path : {byGuid, byName}) {
-    const std::string search =
-        Tag("m:Restriction",
-            Tag("t:IsEqualTo", path + Tag("t:FieldURIOrConstant", "<t:Constant Value=\"HERE\"/>")));
+    const std::string search = Restriction(Equal(path, "HERE"));
     EXPECT_EQ(ItemId(Ask(FindItem(WellKnown("inbox"), kIdOnly, search))), id);
     EXPECT_TRUE(Holds(Show(id, Tag("t:AdditionalProperties", path)), {path, "<t:Value>here<"}));
   }

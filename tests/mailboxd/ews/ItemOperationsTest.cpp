@@ -109,9 +109,9 @@ TEST_F(ItemOperations, AttachmentsTravelWithTheItemAndAfterIt) {
       Ask(Envelope(Tag("m:CreateAttachment", IdTag("m:ParentItemId", ItemId(saved)) +
                                                  Tag("m:Attachments", file("c", "third")))));
   EXPECT_EQ(Code(added), "NoError");
-  EXPECT_NE(Find(added, "RootItemChangeKey=\"([^\"]*)\""), Find(saved, "ChangeKey=\"([^\"]*)\""));
+  EXPECT_NE(Find(added, "RootItemChangeKey=\"([^\"]*)\""), ChangeKey(saved));
   EXPECT_EQ(CountOf(Show(ItemId(saved)), "<t:FileAttachment>"), 3u);
-  EXPECT_EQ(BytesIn(Ask(GetAttachment(Find(saved, "AttachmentId Id=\"([^\"]*)\"")))), bytes);
+  EXPECT_EQ(BytesIn(Ask(GetAttachment(AttachmentId(saved)))), bytes);
 }
 
 std::string AttachedItem(const std::string& item) {
@@ -137,11 +137,11 @@ TEST_F(ItemOperations, ItemsOfEveryClassTravelInsideAnother) {
   for (const auto& row : rows) {
     const std::string saved = Save(AttachedItem(row.item));
     ASSERT_TRUE(Holds(saved, {"<t:ItemAttachment><t:AttachmentId "}));
-    const std::string id = Find(saved, "AttachmentId Id=\"([^\"]*)\"");
+    const std::string id = AttachmentId(saved);
     EXPECT_TRUE(Holds(Show(ItemId(saved)), {"<t:ItemAttachment>", "<t:Name>inside<"}));
     EXPECT_TRUE(Holds(Ask(GetAttachment(id)), row.shown));
   }
-  const std::string id = Find(Save(AttachedItem(rows[0].item)), "AttachmentId Id=\"([^\"]*)\"");
+  const std::string id = AttachmentId(Save(AttachedItem(rows[0].item)));
   EXPECT_EQ(
       BytesIn(Ask(GetAttachment(
           id, Tag("m:AttachmentShape", "<t:IncludeMimeContent>true</t:IncludeMimeContent>")))),
@@ -192,8 +192,7 @@ TEST_F(ItemOperations, DeletedItemsAreGoneOrInTheBin) {
   const std::string first = SaveMail("a");
   const std::string second = SaveMail("b");
   const auto remove = [&](const std::string& id, const std::string& how) {
-    return Code(Ask(Envelope(Tag("m:DeleteItem", Tag("m:ItemIds", IdTag("t:ItemId", id)),
-                                 " DeleteType=\"" + how + "\""))));
+    return Code(Ask(DeleteRequest(IdTag("t:ItemId", id), how)));
   };
   EXPECT_EQ(remove(first, "HardDelete"), "NoError");
   EXPECT_EQ(remove(first, "HardDelete"), "ErrorItemNotFound");
@@ -238,14 +237,14 @@ TEST_F(ItemOperations, NoAnswerIsLargerThanItsBoundHoweverMuchIsAskedFor) {
   EXPECT_EQ(CountOf(answer, "<m:ResponseCode>ErrorDataSizeLimitExceeded<"), 2u);
   EXPECT_TRUE(answer.ends_with("</s:Envelope>"));
   std::string paths;
-  for (int i = 0; i < 1001; ++i) paths += "<t:FieldURI FieldURI=\"item:Subject\"/>";
+  for (int i = 0; i < 1001; ++i) paths += Uri("item:Subject");
   EXPECT_EQ(Code(ask(100001)), "ErrorDataSizeLimitExceeded");
   EXPECT_EQ(Code(ask(1, Tag("t:AdditionalProperties", paths))), "ErrorDataSizeLimitExceeded");
   const std::string longText =
       "<t:Contains><t:FieldURI FieldURI=\"item:Subject\"/>"
       "<t:Constant Value=\"" +
       std::string(70000, 'x') + "\"/></t:Contains>";
-  EXPECT_EQ(Code(Ask(FindItem(WellKnown("inbox"), kIdOnly, Tag("m:Restriction", longText)))),
+  EXPECT_EQ(Code(Ask(FindItem(WellKnown("inbox"), kIdOnly, Restriction(longText)))),
             "ErrorRestrictionTooLong");
 }
 

@@ -23,14 +23,6 @@ const std::string kKeyPath =
     "<t:ExtendedFieldURI DistinguishedPropertySetId=\"PublicStrings\" PropertyName=\"Key\""
     " PropertyType=\"String\"/>";
 
-std::string Field(const std::string& uri) { return "<t:FieldURI FieldURI=\"" + uri + "\"/>"; }
-std::string Compared(const std::string& how, const std::string& path, const std::string& value) {
-  return Tag("t:" + how,
-             path + Tag("t:FieldURIOrConstant", "<t:Constant Value=\"" + value + "\"/>"));
-}
-std::string Equal(const std::string& path, const std::string& value) {
-  return Compared("IsEqualTo", path, value);
-}
 std::string Order(const std::string& direction, const std::string& path) {
   return Tag("t:FieldOrder", path, " Order=\"" + direction + "\"");
 }
@@ -51,7 +43,7 @@ class ItemSearch : public LocalMailbox {
     return subjects;
   }
   std::string Found(const std::string& expression) {
-    return Subjects(Ask(FindItem(kInbox, kDefault, Tag("m:Restriction", expression))));
+    return Subjects(Ask(FindItem(kInbox, kDefault, Restriction(expression))));
   }
   std::string Sorted(const std::string& orders, const std::string& page = "") {
     return Subjects(Ask(FindItem(kInbox, kDefault, page + Tag("m:SortOrder", orders))));
@@ -84,11 +76,11 @@ TEST_F(ItemSearch, ItemsAreFoundByMessageIdKeyAndField) {
             "k2");
   Save(MimeField("Subject: other\r\n\r\n") + "<t:IsRead>true</t:IsRead>");
   SaveKeyed("Message-ID:\r\n <One@x>\r\nSubject: again\r\n\r\n", "K1");
-  const std::string sent = Field("item:DateTimeSent");
+  const std::string sent = Uri("item:DateTimeSent");
   const auto Excludes = [](const std::string& bits) {
-    return Tag("t:Excludes", Field("message:IsRead") + "<t:Bitmask Value=\"" + bits + "\"/>");
+    return Tag("t:Excludes", Uri("message:IsRead") + "<t:Bitmask Value=\"" + bits + "\"/>");
   };
-  const std::string ids = Field("message:InternetMessageId");
+  const std::string ids = Uri("message:InternetMessageId");
   const struct {
     std::string expression;
     const char* found;
@@ -101,8 +93,8 @@ TEST_F(ItemSearch, ItemsAreFoundByMessageIdKeyAndField) {
       {Equal(kKeyPath, "k1"), "one again "},
       {Tag("t:Or", Equal(kIdPath, "&lt;One@x&gt;") + Equal(kKeyPath, "k2")), "one two again "},
       {Tag("t:Or", Equal(kIdPath, "two@x") + Equal(kKeyPath, "k2")), "two "},
-      {Tag("t:Or", Equal(kIdPath, "two@x") + Equal(Field("item:Subject"), "other")), "two other "},
-      {Tag("t:And", Equal(Field("item:Subject"), "again") + Equal(kKeyPath, "k1")), "again "},
+      {Tag("t:Or", Equal(kIdPath, "two@x") + Equal(Uri("item:Subject"), "other")), "two other "},
+      {Tag("t:And", Equal(Uri("item:Subject"), "again") + Equal(kKeyPath, "k1")), "again "},
       {Tag("t:Not", Equal(kKeyPath, "k1")), "two other "},
       {Compared("IsNotEqualTo", kIdPath, "two@x"), "one other again "},
       {Tag("t:Exists", kKeyPath), "one two again "},
@@ -111,15 +103,15 @@ TEST_F(ItemSearch, ItemsAreFoundByMessageIdKeyAndField) {
        "one two again "},
       {Compared("IsGreaterThan", sent, "2024-03-05T10:00:00+01:00"), "two "},
       {Compared("IsLessThanOrEqualTo", sent, "2024-03-05T09:00:00Z"), "one "},
-      {Equal(Field("message:IsRead"), "true"), "other "},
+      {Equal(Uri("message:IsRead"), "true"), "other "},
       {Excludes("0x1"), "one two again "},
       {Excludes("2"), "one two other again "},
   };
   for (const auto& row : rows) EXPECT_EQ(Found(row.expression), row.found) << row.expression;
   const auto refused = [&](const std::string& expression) {
-    return Code(Ask(FindItem(kInbox, kIdOnly, Tag("m:Restriction", expression))));
+    return Code(Ask(FindItem(kInbox, kIdOnly, Restriction(expression))));
   };
-  EXPECT_EQ(refused(Equal(Field("item:Body"), "x")), "ErrorUnsupportedPathForQuery");
+  EXPECT_EQ(refused(Equal(Uri("item:Body"), "x")), "ErrorUnsupportedPathForQuery");
   EXPECT_EQ(refused(Equal(sent, "yesterday")), "ErrorInvalidValueForProperty");
   EXPECT_EQ(refused(Tag("t:And", "")), "ErrorSchemaValidation");
   EXPECT_EQ(refused(Excludes("bits")), "ErrorInvalidExcludesRestriction");
@@ -143,16 +135,16 @@ TEST_F(ItemSearch, OrdersAreKeptOverPages) {
     Save(Tag("t:Subject", subject) +
          (*subject == 'a' ? "" : "<t:InternetMessageId>&lt;x@x&gt;</t:InternetMessageId>"));
   }
-  const std::string subject = Field("item:Subject");
+  const std::string subject = Uri("item:Subject");
   EXPECT_EQ(Sorted(Order("Ascending", subject)), "a b C c ");
   EXPECT_EQ(Sorted(Order("Descending", subject)), "C c b a ");
   EXPECT_EQ(Sorted(Order("Descending", kIdPath) + Order("Ascending", subject)), "b C c a ");
   EXPECT_EQ(Sorted(Order("Ascending", subject), Page(1, 2)), "b C ");
   EXPECT_EQ(Sorted(Order("Ascending", subject), Page(1, 2, "End")), "b C ");
-  EXPECT_TRUE(Holds(Ask(FindItem(kInbox, kIdOnly,
-                                 Page(0, 1) + Tag("m:Restriction", Equal(kIdPath, "&lt;x@x&gt;")))),
-                    {"IndexedPagingOffset=\"1\" TotalItemsInView=\"3\" "
-                     "IncludesLastItemInRange=\"false\""}));
+  EXPECT_TRUE(
+      Holds(Ask(FindItem(kInbox, kIdOnly, Page(0, 1) + Restriction(Equal(kIdPath, "&lt;x@x&gt;")))),
+            {"IndexedPagingOffset=\"1\" TotalItemsInView=\"3\" "
+             "IncludesLastItemInRange=\"false\""}));
 }
 
 TEST_F(ItemSearch, NoPageHasMoreThanAThousandRowsAndTheNextGoesOn) {
@@ -175,7 +167,7 @@ TEST_F(ItemSearch, APageOfLargeItemsTakesLittleMemory) {
       "UPDATE items SET body=hex(zeroblob(1000000)),"
       "details=json_object('bodyType','Text','fields',json_array(json_array('Kept',"
       "hex(zeroblob(100000)))))");
-  const std::string orders = Tag("m:SortOrder", Order("Ascending", Field("item:Subject")));
+  const std::string orders = Tag("m:SortOrder", Order("Ascending", Uri("item:Subject")));
   for (const std::string& how : {FindItem(kInbox, kIdOnly), FindItem(kInbox, kDefault),
                                  FindItem(kInbox, kDefault, orders)}) {
     size_t count = 0;
@@ -186,12 +178,12 @@ TEST_F(ItemSearch, APageOfLargeItemsTakesLittleMemory) {
 
 TEST_F(ItemSearch, OneAmongManyIsFoundWithoutAWalk) {
   Fill(50000);
-  const std::string request = FindItem(
-      kInbox, kIdOnly,
-      Tag("m:Restriction",
-          Tag("t:Or", Equal(kIdPath, "&lt;30000@x&gt;") + Equal(kKeyPath, "&lt;30000@x&gt;"))));
+  const std::string request =
+      FindItem(kInbox, kIdOnly,
+               Restriction(Tag("t:Or", Equal(kIdPath, "&lt;30000@x&gt;") +
+                                           Equal(kKeyPath, "&lt;30000@x&gt;"))));
   const std::string walk =
-      FindItem(kInbox, kIdOnly, Tag("m:Restriction", Equal(Field("item:Subject"), "s30000")));
+      FindItem(kInbox, kIdOnly, Restriction(Equal(Uri("item:Subject"), "s30000")));
   const auto time = [&](const std::string& asked) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(CountOf(Answer(asked), "<t:ItemId"), 1u);

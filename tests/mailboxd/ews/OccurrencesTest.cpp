@@ -4,44 +4,36 @@ using namespace mailbox_test;
 
 namespace {
 
-constexpr char kQuietly[] = " SendMeetingInvitations=\"SendToNone\"";
-
 // Single occurrences of a series as clients see and change them.
 class Occurrences : public LocalMailbox {
  protected:
   // On five Mondays from 2024-03-11, at ten in Berlin; the clock changes on 03-31.
   std::string SaveSeries(const std::string& count = "5",
                          const std::string& end = "2024-03-11T10:00:00Z") {
-    return ItemId(Ask(CreateItem(
-        WellKnown("calendar"),
-        Tag("t:CalendarItem",
-            Tag("t:Subject", "Round") + Tag("t:Body", "text", " BodyType=\"Text\"") +
-                Tag("t:Start", "2024-03-11T09:00:00Z") + Tag("t:End", end) +
-                Tag("t:Recurrence",
-                    Tag("t:WeeklyRecurrence",
-                        Tag("t:Interval", "1") + Tag("t:DaysOfWeek", "Monday")) +
-                        Tag("t:NumberedRecurrence", Tag("t:StartDate", "2024-03-11") +
-                                                        Tag("t:NumberOfOccurrences", count))) +
-                "<t:StartTimeZone Id=\"W. Europe Standard Time\"/>"),
-        kQuietly)));
+    return ItemId(SaveIn(
+        "calendar", "CalendarItem",
+        Tag("t:Subject", "Round") + Tag("t:Body", "text", " BodyType=\"Text\"") +
+            Tag("t:Start", "2024-03-11T09:00:00Z") + Tag("t:End", end) +
+            Tag("t:Recurrence",
+                Tag("t:WeeklyRecurrence", Tag("t:Interval", "1") + Tag("t:DaysOfWeek", "Monday")) +
+                    Tag("t:NumberedRecurrence",
+                        Tag("t:StartDate", "2024-03-11") + Tag("t:NumberOfOccurrences", count))) +
+            "<t:StartTimeZone Id=\"W. Europe Standard Time\"/>"));
   }
   static std::string Number(const std::string& series, const std::string& number) {
     return Tag("t:OccurrenceItemId", "",
                " RecurringMasterId=\"" + series + "\" InstanceIndex=\"" + number + "\"");
   }
   std::string Change(const std::string& id, const std::string& changes) {
-    return Ask(Envelope(Tag(
-        "m:UpdateItem", Tag("m:ItemChanges", Tag("t:ItemChange", id + Tag("t:Updates", changes))),
-        " ConflictResolution=\"AlwaysOverwrite\""
-        " SendMeetingInvitationsOrCancellations=\"SendToNone\"")));
+    return Ask(UpdateRequest(id, changes,
+                             " ConflictResolution=\"AlwaysOverwrite\""
+                             " SendMeetingInvitationsOrCancellations=\"SendToNone\""));
   }
   static std::string Set(const std::string& uri, const std::string& xml) {
-    return Tag("t:SetItemField",
-               "<t:FieldURI FieldURI=\"" + uri + "\"/>" + Tag("t:CalendarItem", xml));
+    return Tag("t:SetItemField", Uri(uri) + Tag("t:CalendarItem", xml));
   }
   std::string Delete(const std::string& id) {
-    return Ask(Envelope(Tag("m:DeleteItem", Tag("m:ItemIds", id),
-                            " DeleteType=\"HardDelete\" SendMeetingCancellations=\"SendToNone\"")));
+    return Ask(DeleteRequest(id, "HardDelete", " SendMeetingCancellations=\"SendToNone\""));
   }
   std::string Get(const std::string& id) {
     return Ask(Envelope(Tag("m:GetItem", Tag("m:ItemShape", kAll) + Tag("m:ItemIds", id))));
@@ -108,10 +100,8 @@ TEST_F(Occurrences, AreDeletedChangedAndShownInTheirTime) {
 TEST_F(Occurrences, ThatAreNotThereAreRefused) {
   const std::string series = SaveSeries();
   const std::string single =
-      ItemId(Ask(CreateItem(WellKnown("calendar"),
-                            Tag("t:CalendarItem", Tag("t:Start", "2024-03-10T23:00:00Z") +
-                                                      Tag("t:End", "2024-03-11T01:00:00Z")),
-                            kQuietly)));
+      ItemId(SaveIn("calendar", "CalendarItem",
+                    Tag("t:Start", "2024-03-10T23:00:00Z") + Tag("t:End", "2024-03-11T01:00:00Z")));
   (void)Delete(Number(series, "2"));
   const std::string subject = Set("item:Subject", Tag("t:Subject", "x"));
   for (const auto& [id, code] : std::vector<std::pair<std::string, std::string>>{
@@ -128,9 +118,7 @@ TEST_F(Occurrences, ThatAreNotThereAreRefused) {
   EXPECT_EQ(
       Code(Change(Number(series, "1"), Set("calendar:End", Tag("t:End", "2024-03-11T08:00:00Z")))),
       "ErrorCalendarEndDateIsEarlierThanStartDate");
-  EXPECT_EQ(Code(Change(Number(series, "1"),
-                        "<t:DeleteItemField><t:FieldURI FieldURI=\""
-                        "calendar:Location\"/></t:DeleteItemField>")),
+  EXPECT_EQ(Code(Change(Number(series, "1"), Tag("t:DeleteItemField", Uri("calendar:Location")))),
             "ErrorInvalidPropertyDelete");
   EXPECT_EQ(Code(View("2024-03-01", "2024-03-02", "", "inbox")),
             "ErrorCalendarFolderIsInvalidForCalendarView");

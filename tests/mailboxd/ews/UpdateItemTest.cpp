@@ -12,7 +12,7 @@ constexpr char kAlways[] = "AlwaysOverwrite";
 // A path as it is, or that of the field of this name.
 std::string Path(const std::string& path) {
   const bool isName = path.find(':') < path.find('<');
-  return isName ? Tag("t:FieldURI", "", " FieldURI=\"" + path + "\"") : path;
+  return isName ? Uri(path) : path;
 }
 std::string Set(const std::string& path, const std::string& value) {
   return Tag("t:SetItemField", Path(path) + Tag("t:Message", value));
@@ -37,15 +37,13 @@ class UpdateItem : public LocalMailbox {
   void Keep(const std::string& fields) {
     const std::string answer = Save(fields);
     m_id = ItemId(answer);
-    m_key = Find(answer, "ChangeKey=\"([^\"]*)\"");
+    m_key = ChangeKey(answer);
   }
   std::string Request(const std::string& updates, const std::string& resolution = kAlways,
                       const std::string& disposition = " MessageDisposition=\"SaveOnly\"") {
     const std::string key = m_key.empty() ? "" : " ChangeKey=\"" + m_key + "\"";
-    const std::string change =
-        Tag("t:ItemId", "", " Id=\"" + m_id + "\"" + key) + Tag("t:Updates", updates);
-    return Envelope(Tag("m:UpdateItem", Tag("m:ItemChanges", Tag("t:ItemChange", change)),
-                        " ConflictResolution=\"" + resolution + "\"" + disposition));
+    return UpdateRequest(Tag("t:ItemId", "", " Id=\"" + m_id + "\"" + key), updates,
+                         " ConflictResolution=\"" + resolution + "\"" + disposition);
   }
   std::string Change(const std::string& updates, const std::string& resolution = kAlways) {
     return Ask(Request(updates, resolution));
@@ -94,12 +92,12 @@ TEST_F(UpdateItem, SetsDeletesAndAppends) {
     const std::string answer = Change(row.update);
     EXPECT_EQ(Code(answer), "NoError") << row.update << answer;
     EXPECT_TRUE(Holds(answer, {"<m:ConflictResults><t:Count>0<"}));
-    EXPECT_NE(Find(answer, "ChangeKey=\"([^\"]*)\""), key);
-    key = Find(answer, "ChangeKey=\"([^\"]*)\"");
+    EXPECT_NE(ChangeKey(answer), key);
+    key = ChangeKey(answer);
     const std::string shown = Show(m_id, Tag("t:AdditionalProperties", tag));
     const bool absent = row.shown[0] == '-';
     EXPECT_TRUE(absent ? Lacks(shown, {row.shown.substr(1)}) : Holds(shown, {row.shown}));
-    EXPECT_EQ(Find(shown, "ChangeKey=\"([^\"]*)\""), key);
+    EXPECT_EQ(ChangeKey(shown), key);
   }
   EXPECT_TRUE(
       Holds(Show(m_id, "<t:IncludeMimeContent>true</t:IncludeMimeContent>"), {"<t:MimeContent"}));

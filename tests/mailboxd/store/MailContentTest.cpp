@@ -112,7 +112,7 @@ TEST_F(MailContent, AttachmentsHoldTheBytesOfTheirFiles) {
   const std::string shown = Show(id);
   EXPECT_TRUE(Holds(shown, {"<t:Body BodyType=\"Text\">naïve<"}));
   EXPECT_EQ(Attachments(shown), "list.txt (text/plain, 4), mail inner (message/rfc822, 133)");
-  const std::string list = Find(shown, "AttachmentId Id=\"([^\"]*)\"");
+  const std::string list = AttachmentId(shown);
   const std::string mail = Find(shown, "AttachmentId Id=\"[^]*AttachmentId Id=\"([^\"]*)\"");
   EXPECT_EQ(Bytes(list), "caf\xE9");
   EXPECT_EQ(Bytes(mail), kMail.substr(kMail.find("Subject: inner"), 133));
@@ -161,12 +161,12 @@ TEST_F(MailContent, MailsWithinMailsAreItemsUpToADepthAndFilesBeyond) {
   size_t depth = 0;
   for (; answer.find("<t:ItemAttachment>") != std::string::npos; ++depth) {
     const size_t inside = answer.rfind("<t:ItemAttachment>");
-    answer = Ask(GetAttachment(Find(answer.substr(inside), "AttachmentId Id=\"([^\"]*)\"")));
+    answer = Ask(GetAttachment(AttachmentId(answer.substr(inside))));
     answer.erase(0, answer.find("<t:Message>"));
   }
   EXPECT_EQ(depth, mailbox::PartId::kDeepest - 1);
   EXPECT_TRUE(Holds(answer, {"<t:FileAttachment>"}));
-  EXPECT_TRUE(Bytes(Find(answer, "AttachmentId Id=\"([^\"]*)\"")).ends_with("last\r\n\r\nx"));
+  EXPECT_TRUE(Bytes(AttachmentId(answer)).ends_with("last\r\n\r\nx"));
 }
 
 TEST_F(MailContent, FilesAreLookedForOnceWhenAListAsks) {

@@ -57,9 +57,7 @@ class Pages : public testing::Test {
     for (int item = 1; item <= 5; ++item) m_paths.push_back("/item/" + std::to_string(item));
   }
   void Save(const std::string& folder, const std::string& item) {
-    const Reply reply =
-        Send({m_server->EwsUrl(),
-              CreateItem(WellKnown(folder), item, " SendMeetingInvitations=\"SendToNone\"")});
+    const Reply reply = Send({m_server->EwsUrl(), CreateItem(WellKnown(folder), item, kQuietly)});
     EXPECT_EQ(Code(reply.body), "NoError") << reply.body;
   }
   std::string FolderPath(const std::string& name) {

@@ -1,23 +1,23 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "base/CkLogger.h"
-#include "base/Reallocate.h"
 #include "base/XString.h"
 #include "mime/encoding/ContentCoding.h"
 #include "mime/tree/MimeMessage2.h"
 #include "mime/tree/PassingBytes.h"
 #include "tests/mime/MimeSupport.h"
+#include "tests/support/BlockLimit.h"
 
 // Texts that are taken in pieces while their memory is given back.
 namespace {
 
 using mail::MimeMessage2;
 using test_support::BytesOf;
+using test_support::CountOf;
 using test_support::LoadedMime;
 using test_support::silent;
 
@@ -43,12 +43,6 @@ std::string Lines(std::string_view line, std::string_view end, std::size_t bytes
   std::string text = "first" + std::string(end);
   while (text.size() < bytes) text.append(line).append(end);
   return text;
-}
-
-std::size_t CountOf(std::string_view text, std::string_view part) {
-  std::size_t count = 0;
-  for (std::size_t n = 0; (n = text.find(part, n)) != std::string_view::npos; ++n) ++count;
-  return count;
 }
 
 std::string WithLf(std::string text) {
@@ -127,20 +121,14 @@ TEST(MimeTreeHugeText, BecomesOneTextThroughTheCharsetItIsWrittenIn) {
   }
 }
 
-std::size_t g_largestBlock = 0;
-void* UpToLargest(void* block, std::size_t bytes) {
-  return bytes > g_largestBlock ? nullptr : std::realloc(block, bytes);
-}
-
 TEST(MimeTreeHugeText, ThatMemoryDoesNotSufficeForIsNoMailAndNotHalfOfOne) {
   const std::string lines = Lines(std::string(60, '\xFC'), "\n", mail::PassingBytes::kHuge);
   const std::string mail = "Content-Type: text/plain; charset=iso-8859-1\n\n" + lines;
   for (const bool repaired : {false, true}) {
-    g_largestBlock = lines.size() * 3 / 2;  // room for the text, and not for twice as much
-    const auto before = mail::SetReallocate(UpToLargest);
+    // Room for the text, and not for twice as much.
+    const test_support::BlockLimit little(lines.size() * 3 / 2);
     MimeMessage2 root;
     EXPECT_FALSE(root.loadMimeComplete(mail, {.bRepair = repaired}, silent));
-    mail::SetReallocate(before);
     EXPECT_TRUE(root.body().isEmpty());
   }
 }
