@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "client/sources/MaildirName.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/SourceFiles.h"
 
@@ -17,12 +18,6 @@ constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
 bool IsThere(const std::string& path) {
   struct stat status;
   return lstat(path.c_str(), &status) == 0;
-}
-
-// What stays of a name: some programs add a number of their own when they see a mail first.
-std::string_view LastingPart(std::string_view name) {
-  const std::size_t end = std::min(name.find_first_of(",:;!"), name.find(kOnWindowsDisks));
-  return name.substr(0, end);
 }
 
 // Where most mails go, which needs no search.
@@ -47,7 +42,7 @@ std::string MovedMail::WhereMoved(const std::string& path) {
   if (!MaildirSource::IsMaildir(maildir)) return {};
   const std::string_view name = std::string_view(path).substr(slash + 1);
   std::string likely = WhereLikely(maildir, name);
-  return likely.empty() ? Find(maildir, LastingPart(name)) : likely;
+  return likely.empty() ? Find(maildir, LastingMaildirName(name)) : likely;
 }
 
 std::string MovedMail::Read(const std::string& path) {
@@ -80,7 +75,7 @@ void MovedMail::Look(const std::string& maildir, std::string_view lasting) {
     if (!IsThere(maildir + part)) continue;
     std::vector<SourceProblem> ignored;
     EachName(maildir + part, ignored, [&](std::string_view name) {
-      const std::string_view own = LastingPart(name);
+      const std::string_view own = LastingMaildirName(name);
       if (m_names.size() >= kMostNames && own != lasting) {
         m_isWhole = false;
       } else {

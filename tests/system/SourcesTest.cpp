@@ -150,8 +150,8 @@ TEST(Sources, AMaildirComesOutOfTheMailboxAsItWentIn) {
   std::string keywords = "0 $Forwarded\n1 Gr&APwA3w-e\n2 To&ACA-do\n3 $label1\n";
   for (int i = 4; i < 26; ++i) keywords += std::to_string(i) + " Word" + std::to_string(i) + "\n";
   const char* const letters[] = {
-      "",   "S",   "R",  "RS",   "F", "FS",   "D",
-      "DS", "FRS", "PS", "PR", "PRS", "DFRS", "b", "Sbcd", "FPRSabcdefghijklmnopqrstuvwxyz"};
+      "",    "S",  "R",  "RS",  "F",    "FS", "D",    "DS",
+      "FRS", "PS", "PR", "PRS", "DFRS", "b",  "Sbcd", "FPRSabcdefghijklmnopqrstuvwxyz"};
   const char* const places[] = {"", "INBOX/Kunde/", "Projekte.2019/K&APY-ln/", "Sent/"};
   int number = 0;
   for (const std::string place : places) {
@@ -243,6 +243,60 @@ TEST_F(SecondPass, TellsChangedStatesAndTakesAwayWhatIsGone) {
   EXPECT_EQ(adopted["updated"], 1);
   EXPECT_EQ(adopted["taken_away"], 0);
   EXPECT_EQ(ArrivedState(m_folder)["one"], "Inbox: RAF,Urgent 2019-03-04");
+}
+
+// The most dangerous mistake is to take away what is still there, if in another form.
+TEST_F(SecondPass, TakesNothingAwayThatMayStillBeInTheSource) {
+  for (const char* const name : {"new/1.a", "cur/2.b;2,S", "cur/3.c!2,", "cur/4.d:2,S",
+                                 ".Kunde/cur/5.e:2,S", "new/6.f", "cur/7.g:2,S"}) {
+    m_folder.Write(std::string("source/") + name, Mail(name));
+  }
+  m_folder.Write("source/.Kunde/new/.keep", "");
+  EXPECT_EQ(Pass()["sent"], 7);
+  Rename("new/1.a", "cur/1.a:2,S");
+  m_folder.Write("source/cur/1.a:2,S", "");
+  Rename("cur/2.b;2,S", "cur/2.b;2,FS");
+  m_folder.Write("source/cur/2.b;2,FS", Mail("rewritten"));
+  Rename("cur/3.c!2,", ".Kunde/cur/3.c,U=12!2,S");
+  m_folder.Write("source/.Kunde/cur/3.c,U=12!2,S", "");
+  Rename("cur/4.d:2,S", "../4");
+  Rename(".Kunde/cur/5.e:2,S", "cur/5.e:2,S");
+  // What its user took out of the target is no mail that was moved.
+  Rename("new/6.f", "../6");
+  for (const StoredItem& item : ItemsOf(m_folder.File("mailbox"))) {
+    if (item.info.subject != "new/6.f") continue;
+    mailbox::Store(m_folder.File("mailbox/mailbox.db")).DeleteItem(item.info.id);
+  }
+
+  const nlohmann::json summary = Pass({"--delete-missing"}, 1);
+  EXPECT_EQ(summary["taken_away"], 2) << summary;
+  EXPECT_EQ(summary["gone_there_too"], 1);
+  EXPECT_EQ(summary["missing"].size(), 3u);
+  const auto found = ArrivedState(m_folder);
+  for (const auto& [subject, isAway] : std::map<std::string, bool>{{"new/1.a", false},
+                                                                   {"cur/2.b;2,S", false},
+                                                                   {"cur/3.c!2,", false},
+                                                                   {"cur/4.d:2,S", true},
+                                                                   {"cur/7.g:2,S", false}}) {
+    EXPECT_EQ(found.at(subject).starts_with("Deleted Items"), isAway) << subject;
+  }
+}
+
+TEST_F(SecondPass, TakesNothingAwayWhileAPartOfTheSourceIsOutOfSight) {
+  for (const char* const name : {"1", "2", "3"}) {
+    m_folder.Write(std::string("source/") + name + ".eml", Mail(name));
+  }
+  m_folder.Write("source/Kunde/4.eml", Mail("4"));
+  EXPECT_EQ(Pass()["sent"], 4);
+  Rename("1.eml", "../1.eml");
+  Rename("Kunde/4.eml", "../4.eml");
+  std::filesystem::remove(m_folder.File("source/Kunde"));
+  m_folder.Write("source/Kunde", std::string("\xCF\xAD\x12\xFE") + std::string(100, 'x'));
+  EXPECT_EQ(Pass({}, 1)["missing"].size(), 1u) << "and what lay where nobody can look";
+  EXPECT_EQ(Pass({"--ignore-left-out"})["missing"].size(), 1u);
+  const nlohmann::json summary = Pass({"--ignore-left-out", "--delete-missing"}, 1);
+  EXPECT_EQ(summary["taken_away"], 0);
+  EXPECT_THAT(summary["failures"].dump(), testing::HasSubstr("not all of the source"));
 }
 
 TEST_F(SecondPass, ToldAsRemarkWhereTheTargetCannotBeTold) {
