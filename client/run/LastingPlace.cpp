@@ -28,7 +28,7 @@ LastingPlace::LastingPlace(const std::string& location) : path(location) {
   const std::string name(Name());
   std::string folder = path.substr(0, path.size() - name.size());
   const bool isMaildir = TakeEnd(folder, "/cur/") || TakeEnd(folder, "/new/");
-  if (isMaildir) path = folder + "/" + std::string(LastingMaildirName(name));
+  if (isMaildir) path = folder + "/" + std::string(LastingPart(name));
   isName = Name().find_first_not_of(kDigits) != std::string_view::npos;
 }
 

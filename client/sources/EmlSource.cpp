@@ -11,6 +11,7 @@
 #include "client/sources/MaildirSource.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/SpecialUse.h"
 #include "client/sources/TagNames.h"
 #include "client/sources/TreeEntries.h"
 #include "client/sources/VcfFile.h"
@@ -116,12 +117,15 @@ Listing EmlSource::List() const {
     return listing;
   }
   std::map<std::string, TagNames> profiles;  // by path
+  SpecialUse uses;
   Listing listing =
       WalkFolders(m_path, [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                               Listing& found, std::vector<SourceFolder>& below) {
         if (TakeProfile(folder, entries, found, below)) {
           profiles.emplace(folder.path + "/", TagsOfProfile(folder.path));
+          AddFoldersOfPrefs(folder, found);
         } else {
+          uses.See(folder, entries, found);
           TakeTreeFolder(folder, entries, m_mbox, found, below);
         }
       });

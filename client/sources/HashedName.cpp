@@ -1,9 +1,13 @@
 #include "client/sources/HashedName.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <optional>
 
+#include "client/sources/Percents.h"
 #include "client/sources/SourceFiles.h"
 #include "platform/Unicode.h"
 
@@ -22,6 +26,11 @@ std::uint32_t HashOf(std::string_view name) {
     add(unit >> 8);
   }
   return hash;
+}
+
+bool IsThere(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0;
 }
 
 std::optional<std::uint32_t> HashAtEnd(std::string_view name) {
@@ -76,22 +85,66 @@ class IndexTexts {
   std::string_view m_rest;
 };
 
+// The cut name and its hash.
+struct Hashed {
+  std::string_view begin;
+  std::uint32_t hash;
+
+  bool IsOf(std::string_view text) const { return text.starts_with(begin) && HashOf(text) == hash; }
+};
+
+std::string InIndex(const std::string& path, const Hashed& hashed) {
+  try {
+    const std::string index = ReadFileRange(path, 0, kMostIndex);
+    IndexTexts texts(index);
+    for (std::string text; texts.Next(text);) {
+      if (hashed.IsOf(text)) return text;
+    }
+  } catch (const SourceError&) {  // it goes by its name on disk, unless that stands elsewhere
+  }
+  return {};
+}
+
+// Among the texts of a list, which may be addresses, each level of them in percents.
+std::string InList(const std::string& path, const Hashed& hashed) {
+  std::string list;
+  try {
+    list = ReadFileRange(path, 0, kMostIndex);
+  } catch (const SourceError&) {
+    return {};
+  }
+  constexpr std::string_view kAround = "\"/";
+  for (std::size_t begin = 0; begin < list.size();) {
+    const std::size_t end = std::min(list.find_first_of(kAround, begin), list.size());
+    std::string text = WithoutPercents(std::string_view(list).substr(begin, end - begin));
+    if (hashed.IsOf(text)) return text;
+    begin = end + 1;
+  }
+  return {};
+}
+
+// Of the profile that a folder of mail lies in: "ImapMail/HOST/NAME.sbd" and so on.
+std::string InListsOfProfile(std::string folder, const Hashed& hashed) {
+  constexpr int kMostLevels = 32;
+  for (int level = 0; level < kMostLevels && !folder.empty(); ++level) {
+    if (IsThere(folder + "/prefs.js")) {
+      std::string name = InList(folder + "/folderCache.json", hashed);
+      return name.empty() ? InList(folder + "/folderTree.json", hashed) : name;
+    }
+    folder.resize(std::min(folder.rfind('/'), folder.size() - 1));
+  }
+  return {};
+}
+
 }  // namespace
 
 std::string TrueFolderName(const std::string& folder, std::string_view name) {
   const std::optional<std::uint32_t> hash = HashAtEnd(name);
   if (!hash) return std::string(name);
-  try {
-    const std::string index =
-        ReadFileRange(folder + "/" + std::string(name) + ".msf", 0, kMostIndex);
-    const std::string_view begin = name.substr(0, name.size() - kDigits);
-    IndexTexts texts(index);
-    for (std::string text; texts.Next(text);) {
-      if (text.starts_with(begin) && HashOf(text) == *hash) return text;
-    }
-  } catch (const SourceError&) {  // without an index the name on disk is all there is
-  }
-  return std::string(name);
+  const Hashed hashed{name.substr(0, name.size() - kDigits), *hash};
+  std::string own = InIndex(folder + "/" + std::string(name) + ".msf", hashed);
+  if (own.empty()) own = InListsOfProfile(folder, hashed);
+  return own.empty() ? std::string(name) : own;
 }
 
 }  // namespace client

@@ -30,7 +30,7 @@ MaildirName ParseMaildirName(std::string_view name) {
   return parts;
 }
 
-std::string_view LastingMaildirName(std::string_view name) {
+std::string_view LastingPart(std::string_view name) {
   constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
   const std::size_t end = std::min(name.find_first_of(",:;!"), name.find(kOnWindowsDisks));
   return name.substr(0, end);

@@ -19,6 +19,6 @@ MaildirName ParseMaildirName(std::string_view name);
 
 // What stays of a name, a view into it: letters change, and some programs add a number of their own
 // when they see a mail first.
-std::string_view LastingMaildirName(std::string_view name);
+std::string_view LastingPart(std::string_view name);
 
 }  // namespace client

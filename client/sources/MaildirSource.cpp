@@ -17,6 +17,7 @@
 #include "client/sources/MovedMail.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/SpecialUse.h"
 
 namespace client {
 namespace {
@@ -195,9 +196,11 @@ void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
 }
 
 Listing MaildirSource::List() const {
+  SpecialUse uses;
   return WalkFolders(m_path,
                      [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                          Listing& listing, std::vector<SourceFolder>& below) {
+                       uses.See(folder, entries, listing);
                        const bool maildir = IsMaildir(folder.path);
                        if (maildir) ListMaildirFolder(folder, listing);
                        for (const FolderEntry& entry : entries) {

@@ -42,7 +42,7 @@ std::string MovedMail::WhereMoved(const std::string& path) {
   if (!MaildirSource::IsMaildir(maildir)) return {};
   const std::string_view name = std::string_view(path).substr(slash + 1);
   std::string likely = WhereLikely(maildir, name);
-  return likely.empty() ? Find(maildir, LastingMaildirName(name)) : likely;
+  return likely.empty() ? Find(maildir, LastingPart(name)) : likely;
 }
 
 std::string MovedMail::Read(const std::string& path) {
@@ -75,7 +75,7 @@ void MovedMail::Look(const std::string& maildir, std::string_view lasting) {
     if (!IsThere(maildir + part)) continue;
     std::vector<SourceProblem> ignored;
     EachName(maildir + part, ignored, [&](std::string_view name) {
-      const std::string_view own = LastingMaildirName(name);
+      const std::string_view own = LastingPart(name);
       if (m_names.size() >= kMostNames && own != lasting) {
         m_isWhole = false;
       } else {
