@@ -68,12 +68,11 @@ std::string_view NumberIn(std::string_view key) {
 }
 
 // "3 V1795725871 N1 Gf9b14e022f9a086b2a75000083ecc375"
-std::string NumberOf(const std::string& folder) {
-  const std::string head = TextOf(folder + "/" + std::string(kUidList), kMostFirstLine);
-  std::string_view line = std::string_view(head).substr(0, head.find('\n'));
+std::string_view NumberInList(std::string_view uidList) {
+  std::string_view line = uidList.substr(0, uidList.find('\n'));
   while (!line.empty()) {
     const std::string_view word = mail::trimmed(TakeUpTo(line, ' '));
-    if (word.starts_with('G')) return std::string(word.substr(1));
+    if (word.starts_with('G')) return word.substr(1);
   }
   return {};
 }
@@ -95,19 +94,29 @@ std::string LevelsIn(std::string_view url) {
 
 }  // namespace
 
+void SpecialUse::TakeAttributes(std::string_view text) {
+  while (!text.empty()) {
+    const std::string_view number = NumberIn(TakeUpTo(text, '\n'));
+    const auto use = UseIn(TakeUpTo(text, '\n'));
+    if (use && !number.empty()) m_uses.emplace(number, *use);
+  }
+}
+
+std::optional<SpecialFolder> SpecialUse::Of(std::string_view uidList) const {
+  const auto use = m_uses.find(NumberInList(uidList));
+  return use == m_uses.end() ? std::nullopt : std::optional(use->second);
+}
+
 void SpecialUse::See(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                      Listing& listing) {
-  if (Has(entries, kAttributes)) {
-    const std::string text = TextOf(folder.path + "/" + std::string(kAttributes), kMostText);
-    for (std::string_view rest = text; !rest.empty();) {
-      const std::string_view number = NumberIn(TakeUpTo(rest, '\n'));
-      const auto use = UseIn(TakeUpTo(rest, '\n'));
-      if (use && !number.empty()) m_uses.emplace(number, *use);
-    }
+  const auto text = [&](std::string_view name, std::uint64_t most) {
+    return Has(entries, name) ? TextOf(folder.path + "/" + std::string(name), most) : std::string();
+  };
+  TakeAttributes(text(kAttributes, kMostText));
+  if (m_uses.empty() || folder.levels.empty()) return;
+  if (const auto use = Of(text(kUidList, kMostFirstLine))) {
+    listing.marks.emplace(folder.levels, *use);
   }
-  if (m_uses.empty() || folder.levels.empty() || !Has(entries, kUidList)) return;
-  const auto use = m_uses.find(NumberOf(folder.path));
-  if (use != m_uses.end()) listing.marks.emplace(folder.levels, use->second);
 }
 
 void AddFoldersOfPrefs(const SourceFolder& profile, Listing& listing) {

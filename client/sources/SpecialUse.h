@@ -1,6 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "client/sources/FolderWalk.h"
@@ -21,6 +23,10 @@ class SpecialUse {
   // Of one folder after the other, what lies above before what lies below it: tells the listing
   // what it is for.
   void See(const SourceFolder& folder, const std::vector<FolderEntry>& entries, Listing& listing);
+
+  // Both of the texts of those files: what the one says, and of the folder of the other.
+  void TakeAttributes(std::string_view text);
+  std::optional<SpecialFolder> Of(std::string_view uidList) const;
 
  private:
   FolderMarks m_uses;  // by the folder's number
