@@ -66,9 +66,11 @@ constexpr std::array<TypeClass, 7> kClassesByType{{
 struct OwnName {
   std::u16string_view strName;
   ews::WellKnownFolderName eFolder;
+  ews::WellKnownFolderName eParent = ews::WellKnownFolderName::MsgFolderRoot;
+  bool bEverywhere = true;
 };
 
-constexpr std::array<OwnName, 12> kOwnNames{{
+constexpr std::array<OwnName, 15> kOwnNames{{
     {u"Inbox", ews::WellKnownFolderName::Inbox},
     {u"Sent Items", ews::WellKnownFolderName::SentItems},
     {u"Drafts", ews::WellKnownFolderName::Drafts},
@@ -81,6 +83,11 @@ constexpr std::array<OwnName, 12> kOwnNames{{
     {u"Tasks", ews::WellKnownFolderName::Tasks},
     {u"Notes", ews::WellKnownFolderName::Notes},
     {u"Journal", ews::WellKnownFolderName::Journal},
+    {u"Archive", ews::WellKnownFolderName::Archive, ews::WellKnownFolderName::MsgFolderRoot, false},
+    {u"Inbox", ews::WellKnownFolderName::ArchiveInbox,
+     ews::WellKnownFolderName::ArchiveMsgFolderRoot, false},
+    {u"Deleted Items", ews::WellKnownFolderName::ArchiveDeletedItems,
+     ews::WellKnownFolderName::ArchiveMsgFolderRoot, false},
 }};
 
 template <size_t kCount>
@@ -109,12 +116,13 @@ std::u16string_view FolderClassByNameAndType(std::u16string_view strName, int nT
   return it == kClassesByType.end() ? kClassNote : it->strClass;
 }
 
-std::optional<ews::FolderId> OwnFolder(std::u16string_view strName,
+std::optional<OwnFolderName> OwnFolder(std::u16string_view strName,
                                        const ews::FolderId& objParent) {
   if (!ews::Settings().bSafe) return std::nullopt;
-  if (objParent.FolderName() != ews::WellKnownFolderName::MsgFolderRoot) return std::nullopt;
   const auto it = std::find_if(kOwnNames.begin(), kOwnNames.end(), [&](const OwnName& objRow) {
-    return platform::EqualNoCase(objRow.strName, strName);
+    return objParent.FolderName() == objRow.eParent &&
+           platform::EqualNoCase(objRow.strName, strName);
   });
-  return it == kOwnNames.end() ? std::nullopt : std::optional(ews::FolderId(it->eFolder));
+  if (it == kOwnNames.end()) return std::nullopt;
+  return OwnFolderName{it->eFolder, it->bEverywhere};
 }

@@ -17,10 +17,14 @@ std::u16string_view FolderClassByName(std::u16string_view strSourceName);
 // The class of the last level: three names in any case, then the number of the folder's type.
 std::u16string_view FolderClassByNameAndType(std::u16string_view strName, int nType);
 
-// With the safe switch, the folder that every mailbox has at its root and that Exchange calls so in
-// English, in any case, whatever the mailbox calls it; nothing for any other name or parent. Makes
-// no request. "Archive" is none: a mailbox may lack it, and the service has no other name for it.
-std::optional<ews::FolderId> OwnFolder(std::u16string_view strName, const ews::FolderId& objParent);
+// A folder that mailboxes have at their root.
+struct OwnFolderName {
+  ews::WellKnownFolderName eFolder;
+  bool bEverywhere;  // every mailbox has it, and every server knows it by that name
+};
+// With the safe switch, the one that Exchange calls so in English, in any case, whatever the
+// mailbox calls it; nothing for any other name or parent. Makes no request.
+std::optional<OwnFolderName> OwnFolder(std::u16string_view strName, const ews::FolderId& objParent);
 
 inline constexpr std::u16string_view kClassAppointment = u"IPF.Appointment";
 inline constexpr std::u16string_view kClassTask = u"IPF.Task";

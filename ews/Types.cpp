@@ -16,7 +16,7 @@ constexpr std::string_view Look(const NameTable<Enum, kCount>& arrTable, Enum e)
   return "";
 }
 
-constexpr NameTable<WellKnownFolderName, 18> kFolderNames{{
+constexpr NameTable<WellKnownFolderName, 19> kFolderNames{{
     {WellKnownFolderName::Calendar, "calendar"},
     {WellKnownFolderName::Contacts, "contacts"},
     {WellKnownFolderName::DeletedItems, "deleteditems"},
@@ -35,6 +35,7 @@ constexpr NameTable<WellKnownFolderName, 18> kFolderNames{{
     {WellKnownFolderName::ArchiveMsgFolderRoot, "archivemsgfolderroot"},
     {WellKnownFolderName::ArchiveInbox, "archiveinbox"},
     {WellKnownFolderName::ArchiveDeletedItems, "archivedeleteditems"},
+    {WellKnownFolderName::Archive, "archive"},
 }};
 
 constexpr NameTable<Importance, 3> kImportanceNames{{

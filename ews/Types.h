@@ -26,6 +26,7 @@ enum class WellKnownFolderName {
   ArchiveMsgFolderRoot,
   ArchiveInbox,
   ArchiveDeletedItems,
+  Archive,  // within the mailbox; servers of 2013 do not know it yet
 };
 
 enum class Importance { Low, Normal, High };

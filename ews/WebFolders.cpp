@@ -1,6 +1,7 @@
 #include "ews/CWebAccessHandler.h"
 #include "ews/FolderNameTable.h"
 #include "ews/FolderPath.h"
+#include "ews/OwnFolders.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
 
@@ -52,6 +53,12 @@ std::unique_ptr<ews::Folder> NewFolder(const std::shared_ptr<ews::ExchangeServic
   if (strClass == kClassTask) return std::make_unique<ews::TasksFolder>(pService);
   if (strClass == kClassContact) return std::make_unique<ews::ContactsFolder>(pService);
   return std::make_unique<ews::Folder>(pService);
+}
+
+// At the top such a name means what the mailbox itself calls so. Below it "Customer\Calendar\" is a
+// folder of mail, which a mail program shows in no other class.
+bool IsOfMailWhateverItsName(int nType) {
+  return ews::Settings().bSafe && FolderClassByNameAndType({}, nType) == kClassNote;
 }
 
 }  // namespace
@@ -130,9 +137,11 @@ ews::FolderId CWebAccessHandler::CreateFolder(const CString& foldername, ews::Fo
   for (int k = 0; k < nLevels; ++k) {
     const CString strName = GetNameBySlash(foldername, k);
     const bool bLast = k == nLevels - 1;
-    const CString strClass = bLast ? GetFolderTypeGroupwise(strName, nType, m_bChangeViewOfCalender)
-                                   : GetFolderType(strName);
-    if (const auto objOwn = OwnFolder(UpdateName(strName).View(), olF2)) {
+    CString strClass = bLast ? GetFolderTypeGroupwise(strName, nType, m_bChangeViewOfCalender)
+                             : GetFolderType(strName);
+    if (k > 0 && IsOfMailWhateverItsName(nType)) strClass = kClassNote;
+    if (const auto objOwn = ews::FindOwnFolder(
+            [this]() -> auto& { return Service(); }, UpdateName(strName).View(), olF2)) {
       olF2 = *objOwn;
       continue;
     }

@@ -26,6 +26,10 @@ constexpr std::array<TypeClass, 5> kClassesByType{{
     {14, kClassContact},
 }};
 
+bool IsOfMail(int nType) {
+  return std::ranges::find(kClassesByType, nType, &TypeClass::nType) == kClassesByType.end();
+}
+
 CString Upper(CString str) { return str.MakeUpper(); }
 
 // Whether there is such a folder; nothing where that cannot be read, with the words of it.
@@ -100,9 +104,11 @@ IRDOFolders CTarnyOutlookHandler::CreateFolder(CString foldername, IRDOFolders o
     if (bFound.value_or(false)) {
       olF2 = GetFolderHandle(strName, olF2);
     } else {
+      const bool bLast = k == nLevels - 1;
+      const bool bOfMail = ews::Settings().bSafe && k > 0 && IsOfMail(nType);
       olF2 = MakeFolder(strName, olF2,
-                        k == nLevels - 1 ? GetFolderTypeGroupwise(strName, nType, m_bChangeView)
-                                         : GetFolderType(strName));
+                        bLast && !bOfMail ? GetFolderTypeGroupwise(strName, nType, m_bChangeView)
+                                          : GetFolderType(strName));
     }
   }
   return olF2;

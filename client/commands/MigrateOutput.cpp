@@ -76,6 +76,7 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"unused_lines", ProblemsAsJson(plan.unusedLines)},
                                        {"missing", ProblemsAsJson(summary.missing)},
                                        {"taken_away", summary.takenAway},
+                                       {"gone_there_too", summary.goneThere},
                                        {"failures", ProblemsAsJson(summary.failures)},
                                        {"remarks", ProblemsAsJson(summary.remarks)},
                                        {"doubts", ProblemsAsJson(summary.doubts)},
@@ -86,7 +87,9 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   PrintProblems("Left out", plan.problems);
   PrintProblems("Of earlier runs", summary.doubts);
   PrintProblems("Arrived, with a remark", summary.remarks);
-  PrintProblems("Not in the source any more", summary.missing);
+  PrintProblems(plan.IsWhole() ? "Not in the source any more"
+                               : "Not seen in the source, of which a part could not be read",
+                summary.missing);
   PrintProblems("Failed", summary.failures);
   const std::string equal =
       summary.equal ? fmt::format(" ({} equal to another mail of their folder)", summary.equal)
@@ -105,7 +108,14 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   if (summary.takenAway) {
     std::cout << fmt::format("{} to the target's deleted items\n",
                              Counted(summary.takenAway, "mail went", "mails went"));
-  } else if (!summary.missing.empty() && !summary.staying) {
+  }
+  if (summary.goneThere) {
+    std::cout << fmt::format(
+        "{} moved: not in the folder there either, or in deleted items already\n",
+        Counted(summary.goneThere, "mail was not", "mails were not"));
+  }
+  const bool isKept = summary.takenAway == 0 && summary.goneThere == 0 && summary.staying == 0;
+  if (!summary.missing.empty() && isKept) {
     std::cout << "What is not in the source any more stays in the target (--delete-missing moves "
                  "it to its deleted items)\n";
   }

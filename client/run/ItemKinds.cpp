@@ -22,6 +22,10 @@ constexpr ItemKind kContacts = {3, 14, "Contacts\\"};
 
 constexpr const ItemKind* kOtherKinds[] = {&kCalendar, &kTasks, &kContacts};
 
+// The mailbox's own for what no source has.
+constexpr ItemKind kNobodys = {};
+constexpr const char* kNobodysFolders[] = {"Notes\\", "Journal\\"};
+
 // A target goes by the name of a path's last level before it goes by the kind: "Calendar" takes no
 // task, wherever it lies, "Calendar (Tasks)" does.
 std::string NamedFor(const ItemKind& kind, const std::string& folder) {
@@ -68,6 +72,9 @@ class Takers {
       if (folded.starts_with(FoldedName(kind->folder))) return {kind, true};
     }
     if (Took(m_earlier, folded, kMail)) return {&kMail, true};
+    for (const char* own : kNobodysFolders) {
+      if (folded.starts_with(FoldedName(own))) return {&kNobodys, true};
+    }
     for (const ItemKind* kind : kOtherKinds) {
       if (Took(m_earlier, folded, *kind)) return {kind, true};
     }

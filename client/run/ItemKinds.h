@@ -19,9 +19,10 @@ const ItemKind& KindOf(std::int32_t itemType);
 // A folder takes one kind. Where a source's folder holds several, mail stays, or, without any, what
 // comes first; the others go below the mailbox's own folder of their kind. What bears the name of
 // such an own folder takes that kind alone, whatever else lies there: a mail that is put beside a
-// calendar must not move the calendar, nor be put where nobody sees it. Nor must what comes later
-// move what has arrived: `known` is what the folders took before. A last level by whose name the
-// target would take another kind says whose it is: "Tasks\Calendar (Tasks)\". Mail stays there.
+// calendar must not move the calendar, nor be put where nobody sees it; nor is anything put among
+// the mailbox's notes or into its journal. Nor must what comes later move what has arrived: `known`
+// is what the folders took before. A last level by whose name the target would take another kind
+// says whose it is: "Tasks\Calendar (Tasks)\". Mail stays there.
 void PlaceByKind(ItemList& items, const FolderKinds& known);
 
 // What the folders take once PlaceByKind has placed everything.

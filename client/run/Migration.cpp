@@ -217,6 +217,7 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
   } catch (const WriteError& error) {
     outcome = {Outcome::Kind::kFailed, error.what()};
   } catch (const std::bad_alloc&) {
+    m_second.SeeUnread(entry);
     outcome = {Outcome::Kind::kFailed, "is too large for the memory here"};
   }
   outcome = WithDoubt(work, std::move(outcome));
@@ -386,26 +387,37 @@ void Migration::LookForLateCopies() {
   m_late.Look(ask, tell);
 }
 
-// A source that could not be read whole tells of nothing that it is not there.
 void Migration::TellMissing(const Plan& plan) {
-  if (!plan.IsWhole()) return;
-  const SecondPass::Gone gone = m_second.Missing();
+  const SecondPass::Gone gone = m_second.Missing(plan);
   for (const KnownMail& mail : gone.mails) m_summary.missing.push_back({mail.source, mail.folder});
-  if (m_setup.deleteMissing) TakeAway(gone);
+  if (!m_setup.deleteMissing || gone.mails.empty()) return;
+  const bool isAll = gone.mails.size() == gone.brought;
+  if (!gone.isSure || isAll) {
+    m_summary.staying = gone.mails.size();
+    m_summary.failures.push_back(
+        {"what is not in the source any more",
+         gone.isSure ? "stays there: nothing of what was brought is in the source any more; is it "
+                       "the right one?"
+                     : "stays there: not all of the source could be read, and it may lie where it "
+                       "could not"});
+    return;
+  }
+  TakeAway(gone.mails);
 }
 
-void Migration::TakeAway(const SecondPass::Gone& gone) {
-  const bool isAll = !gone.mails.empty() && gone.mails.size() == gone.brought;
-  for (const KnownMail& mail : gone.mails) {
+void Migration::TakeAway(const std::vector<KnownMail>& mails) {
+  using enum SecondPass::Taken::Kind;
+  for (const KnownMail& mail : mails) {
     if (StopRequested()) {
       m_summary.stopped = "asked to stop";
       return;
     }
-    const std::string reason =
-        isAll ? "nothing of what was brought is in the source any more; is it the right one?"
-              : m_second.TakeAway(mail);
-    ++(reason.empty() ? m_summary.takenAway : m_summary.staying);
-    if (!reason.empty()) m_summary.failures.push_back({mail.source, "stays there: " + reason});
+    const SecondPass::Taken taken = m_second.TakeAway(mail);
+    if (taken.kind == kMoved) ++m_summary.takenAway;
+    if (taken.kind == kNeedless) ++m_summary.goneThere;
+    if (taken.kind != kStays) continue;
+    ++m_summary.staying;
+    m_summary.failures.push_back({mail.source, "stays there: " + taken.reason});
   }
 }
 

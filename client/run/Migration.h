@@ -58,7 +58,7 @@ class Migration {
   void TakeOverLate(const Plan& plan);
   void LookForLateCopies();
   void TellMissing(const Plan& plan);
-  void TakeAway(const SecondPass::Gone& gone);
+  void TakeAway(const std::vector<KnownMail>& mails);
   // Those without items; each that is not there then is a failure.
   void MakeFolders(const std::vector<std::string>& folders);
   std::string MakeFolder(const std::string& folder);

@@ -14,6 +14,7 @@
 #include "client/run/ItemKinds.h"
 #include "client/sources/PreparedItem.h"
 #include "client/sources/SpecialFolders.h"
+#include "platform/CString.h"
 
 namespace client {
 namespace {
@@ -57,18 +58,32 @@ std::string HolderOf(const SourceItem& item, const std::string& source) {
   return holder.substr(source.size() + 1);
 }
 
+// Equal for paths that lead to one folder there. It tells names apart that differ in more than
+// case: by how accents are composed, or "ss" from "ß".
+std::string AsTheTargetTells(const std::string& path) {
+  return CString::FromUtf8(path).MakeUpper().ToUtf8();
+}
+
 // Where the folders of the sources go; tells which of them become one.
 class Places {
  public:
   explicit Places(const PlanOptions& options) : m_options(options), m_map(options.folders) {}
 
+  // What is placed from now on is of a source that says so of its folders.
+  void Begin(FolderMarks marks) {
+    m_marks = m_options.specialFolders ? std::move(marks) : FolderMarks();
+  }
+
   const std::string& Of(const std::string& path) {
-    const auto [place, isNew] = m_places.try_emplace(path);
+    const std::string marked = WithMarkedName(path, m_marks);
+    const auto [place, isNew] = m_places.try_emplace({path, marked});
     if (!isNew) return place->second;
     place->second = m_map.PlaceOf(path);
-    const bool isMapped = !place->second.empty();
-    if (!isMapped) place->second = m_options.specialFolders ? WithExchangeNames(path) : path;
-    Takers& takers = m_takers[FoldedName(place->second)];
+    if (place->second.empty()) place->second = marked;
+    if (place->second.empty()) {
+      place->second = m_options.specialFolders ? WithExchangeNames(path) : path;
+    }
+    Takers& takers = m_takers[AsTheTargetTells(place->second)];
     takers.target = takers.paths.empty() ? place->second : takers.target;
     takers.paths.push_back(path);
     return place->second;
@@ -78,14 +93,23 @@ class Places {
   const std::string& Of(const SourceItem& item, const std::string& source) {
     const std::string& place = Of(item.folder);
     Holders& holders = m_holders[{source, item.folder}];
+    if (holders.paths.empty()) holders.target = place;
     std::string holder = HolderOf(item, source);
     // Mails of one lie together, but for those in cur and new.
-    const bool isNew =
-        std::ranges::find(holders.rbegin(), holders.rend(), holder) == holders.rend();
-    if (isNew && holders.size() < kMostHolders) {
-      holders.push_back(std::move(holder));
-    }
+    const bool isNew = std::ranges::find(holders.paths.rbegin(), holders.paths.rend(), holder) ==
+                       holders.paths.rend();
+    if (isNew && holders.paths.size() < kMostHolders) holders.paths.push_back(std::move(holder));
     return place;
+  }
+
+  // The same for what goes to a folder of its kind unless the map says more: of the folder that it
+  // lies in, or of where it goes.
+  std::string OfOther(const SourceItem& item) {
+    const std::string_view own = KindOf(item.type).folder;
+    if (!m_map.PlaceOf(item.folder).empty()) return Of(item.folder);
+    if (item.prepared || !item.folder.starts_with(own)) return item.folder;
+    const std::string levels = item.folder.substr(own.size());
+    return levels.empty() || m_map.PlaceOf(levels).empty() ? item.folder : Of(levels);
   }
 
   std::vector<SourceProblem> Merged() const {
@@ -95,8 +119,8 @@ class Places {
       merged.push_back({takers.target, fmt::format("{}", fmt::join(takers.paths, ", "))});
     }
     for (const auto& [where, holders] : m_holders) {
-      if (holders.size() < 2) continue;
-      merged.push_back({m_places.at(where.second), fmt::format("{}", fmt::join(holders, ", "))});
+      if (holders.paths.size() < 2) continue;
+      merged.push_back({holders.target, fmt::format("{}", fmt::join(holders.paths, ", "))});
     }
     return merged;
   }
@@ -110,20 +134,21 @@ class Places {
  private:
   struct Takers {
     std::string target;
-    std::vector<std::string> paths;
+    std::vector<std::string> paths;  // in the order of the source
   };
   static constexpr std::size_t kMostHolders = 50;  // of one folder that are told
-  using Holders = std::vector<std::string>;        // in the order of the source
+  using Holders = Takers;
 
   const PlanOptions& m_options;
   FolderMap m_map;
-  std::unordered_map<std::string, std::string> m_places;
+  FolderMarks m_marks;
+  std::map<std::pair<std::string, std::string>, std::string> m_places;  // by path and its mark
   std::map<std::string, Takers> m_takers;
   std::map<std::pair<std::string, std::string>, Holders> m_holders;  // by source and path
 };
 
 void AddWithParents(const std::string& folder, std::unordered_set<std::string>& made) {
-  const std::string folded = FoldedName(folder);
+  const std::string folded = AsTheTargetTells(folder);
   for (std::size_t end = folded.find('\\'); end != std::string::npos;
        end = folded.find('\\', end + 1)) {
     made.insert(folded.substr(0, end + 1));
@@ -134,11 +159,11 @@ void AddWithParents(const std::string& folder, std::unordered_set<std::string>& 
 std::vector<std::string> EmptyOnes(const std::vector<std::string>& folders, const ItemList& items) {
   std::unordered_set<std::string_view> ofItems;
   for (const ItemList::Shared& shared : items.Parts()) ofItems.insert(shared.folder);
-  std::unordered_set<std::string> made = {FoldedName(kInbox)};
+  std::unordered_set<std::string> made = {AsTheTargetTells(std::string(kInbox))};
   for (const std::string_view folder : ofItems) AddWithParents(std::string(folder), made);
   std::vector<std::string> empty;
   for (const std::string& folder : folders) {
-    if (made.insert(FoldedName(folder)).second) empty.push_back(folder);
+    if (made.insert(AsTheTargetTells(folder)).second) empty.push_back(folder);
   }
   return empty;
 }
@@ -194,11 +219,12 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
     plan.entries.Begin(source, Unneeded(path, paths));
     Listing listing = source->List();
     std::ranges::move(listing.problems, std::back_inserter(plan.problems));
+    places.Begin(std::move(listing.marks));
     for (const std::string& folder : listing.folders) folders.push_back(places.Of(folder));
     listing.items.TakeAll([&](SourceItem item) {
       if (StaysBehind(item, options, plan)) return;
       item.type = TypeOf(item);
-      if (item.type == TYPE_EMAIL) item.folder = places.Of(item, path);
+      item.folder = item.type == TYPE_EMAIL ? places.Of(item, path) : places.OfOther(item);
       plan.entries.Add(item);
     });
   }

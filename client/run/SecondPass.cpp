@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/run/ItemProps.h"
+#include "client/run/LastingPlace.h"
 #include "client/run/MailKey.h"
 #include "client/run/ReducedMail.h"
 #include "client/sources/SpecialFolders.h"
@@ -96,14 +97,6 @@ bool IsInDeletedItems(const std::string& folder) {
   return FoldedName(folder).starts_with(FoldedName("Deleted Items\\"));
 }
 
-// The file without what a Maildir puts behind a name, and without the place in an mbox.
-std::string FileOf(const std::string& location) {
-  const std::size_t colon = location.rfind(':');
-  const std::size_t slash = location.rfind('/');
-  const bool isBehind = colon != std::string::npos && (slash == std::string::npos || slash < colon);
-  return isBehind ? location.substr(0, colon) : location;
-}
-
 bool EqualText(const CString& found, const std::string& wanted) {
   return !wanted.empty() && found == CString::FromUtf8(wanted).Left(ews::kLongestFoundText);
 }
@@ -124,7 +117,10 @@ bool SecondPass::See(const Plan::Entry& entry, const LoadedItem& item) {
 }
 
 void SecondPass::SeeUnread(const Plan::Entry& entry) {
-  if (entry.IsMail()) m_unread.insert(FileOf(entry.item.location));
+  if (!entry.IsMail()) return;
+  const LastingPlace place(entry.item.location);
+  m_unread.insert(place.isName ? std::string(place.Name()) : place.path);
+  m_hasUnreadOfAnyName = m_hasUnreadOfAnyName || !place.isName;
 }
 
 KnownMail SecondPass::MailOf(const Plan::Entry& entry, const LoadedItem& item,
@@ -191,33 +187,52 @@ std::vector<CString> SecondPass::Find(const KnownMail& mail, const std::string& 
   return own;
 }
 
-SecondPass::Gone SecondPass::Missing() {
+SecondPass::Gone SecondPass::Missing(const Plan& plan) {
   Gone gone;
+  gone.isSure = plan.IsWhole() && !m_hasUnreadOfAnyName;
+  const UnreadPlaces unread(plan);
+  std::unordered_set<std::string> places;
   m_journal.EachBrought([&](const KnownMail& mail) {
     ++gone.brought;
-    const bool maybeThere =
-        m_seen.Has(mail.folder, mail.hash) || m_unread.contains(FileOf(mail.source));
-    if (!maybeThere) gone.mails.push_back(mail);
+    if (m_seen.Has(mail.folder, mail.hash)) return;
+    const LastingPlace place(mail.source);
+    const std::string known = place.isName ? std::string(place.Name()) : place.path;
+    if (m_unread.contains(known) || unread.Hold(place.path)) return;
+    if (place.isName) places.insert(place.path);
+    gone.mails.push_back(mail);
+  });
+  if (places.empty()) return gone;
+  std::unordered_set<std::string> there;
+  for (const Plan::Entry& entry : plan.entries) {
+    std::string path = LastingPlace(entry.item.location).path;
+    if (places.contains(path)) there.insert(std::move(path));
+  }
+  std::erase_if(gone.mails, [&](const KnownMail& mail) {
+    return there.contains(LastingPlace(mail.source).path);
   });
   return gone;
 }
 
 // The row goes before the run forgets that it brought the mail: cut off between the two, the next
 // pass finds nothing there and goes on.
-std::string SecondPass::TakeAway(KnownMail mail) {
+SecondPass::Taken SecondPass::TakeAway(KnownMail mail) {
+  using enum Taken::Kind;
+  bool isNeedless = false;
   try {
     const std::vector<CString> ids = Find(mail, {});
-    if (ids.size() > 1) return "it is there more than once: nobody can tell which the run brought";
-    const bool isDone = ids.empty() || IsInDeletedItems(mail.folder);
-    if (!isDone) ews::MoveToDeletedItems(*m_service.Get(), ids.front());
+    if (ids.size() > 1) {
+      return {kStays, "it is there more than once: nobody can tell which the run brought"};
+    }
+    isNeedless = ids.empty() || IsInDeletedItems(mail.folder);
+    if (!isNeedless) ews::MoveToDeletedItems(*m_service.Get(), ids.front());
   } catch (const ews::ServiceException& failure) {
     if (EndsRun(failure.what())) throw;
-    return failure.what();
+    return {kStays, failure.what()};
   }
   m_rows.Remove(mail.folder, mail.ledgerKey, m_target.Login());
   mail.origin = KnownMail::Origin::kTakenAway;
   m_journal.KeepMail(mail);
-  return {};
+  return {isNeedless ? kNeedless : kMoved, {}};
 }
 
 }  // namespace client

@@ -35,7 +35,7 @@ class SecondPass {
   // That the source has the mail. Of mails that are alike and in one folder, which are one in the
   // target, the first has the say: true for that.
   bool See(const Plan::Entry& entry, const LoadedItem& item);
-  // That it has one that cannot be read: what lay in the same file may still be there.
+  // That it has one that cannot be read, and that may be any that came from there before.
   void SeeUnread(const Plan::Entry& entry);
 
   // The mail as it is about to be known; its keys must be filled in.
@@ -47,15 +47,25 @@ class SecondPass {
   // begins with kReduced (ReducedMail.h) where the mail there lacks something.
   Outcome TellState(KnownMail mail, const Plan::Entry& entry, const LoadedItem& item);
 
-  // What the run brought and nobody saw, and how many it brought in all.
+  // What the run brought and nobody saw, and how many it brought in all. A mail whose file is
+  // there, by whatever name its program gives it now and whatever is in it, is none; nor is one
+  // that came from where the source could not be read.
   struct Gone {
     std::vector<KnownMail> mails;
     std::uint64_t brought = 0;
+    bool isSure = true;  // nothing of the source was out of sight
   };
-  Gone Missing();
-  // Moves one to the target's deleted items. Returns why it stays, or nothing. Throws
+  Gone Missing(const Plan& plan);
+
+  // What became of one that is to go to the target's deleted items.
+  struct Taken {
+    enum class Kind { kMoved, kNeedless, kStays };
+    Kind kind;
+    std::string reason;  // of one that stays
+  };
+  // One that is not in its folder any more, or lies in the deleted items, needs no move. Throws
   // std::runtime_error where no other can fare better.
-  std::string TakeAway(KnownMail mail);
+  Taken TakeAway(KnownMail mail);
 
  private:
   Outcome Send(const KnownMail& mail, const nlohmann::json& state, std::string_view bytes);
@@ -69,7 +79,8 @@ class SecondPass {
   TargetService m_service;
   bool m_hasKeys;
   SeenMails m_seen;
-  std::unordered_set<std::string> m_unread;  // files
+  std::unordered_set<std::string> m_unread;  // lasting names, else paths
+  bool m_hasUnreadOfAnyName = false;
 };
 
 }  // namespace client

@@ -7,7 +7,7 @@
 #include <unordered_set>
 
 #include "ews/CWebAccessHandler.h"
-#include "ews/FolderNameTable.h"
+#include "ews/OwnFolders.h"
 #include "ews/ServiceException.h"
 
 // The way from a path to a folder is the engine's: names of the source's own folders are changed to
@@ -69,7 +69,8 @@ std::optional<ews::FolderId> ServerLook::FolderAt(const Place& place) {
   ews::FolderId folder = place.root ? ews::FolderId(*place.root) : RootOf(m_target);
   for (int i = 0; i < names.getTotCountSlash(levels); ++i) {
     const CString name = names.UpdateName(names.GetNameBySlash(levels, i));
-    auto child = OwnFolder(name.View(), folder);
+    auto child = ews::FindOwnFolder(
+        [this]() -> auto& { return Service(); }, name.View(), folder);
     if (!child) child = ChildOf(folder, name);
     if (!child) return std::nullopt;
     folder = *child;

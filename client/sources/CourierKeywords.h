@@ -18,10 +18,12 @@ class CourierKeywords {
  public:
   // Of the Maildir at that path; without such a folder there are none.
   explicit CourierKeywords(const std::string& maildir);
+  CourierKeywords() = default;  // none
+  // Adds those of a ":list".
+  void TakeList(std::string_view text);
   const std::vector<std::string>& Of(std::string_view fileName) const;
 
  private:
-  void TakeList(std::string_view text);
   void TakeFiles(const std::string& folder);
 
   std::unordered_map<std::string, std::vector<std::string>> m_keywords;  // by the name of a mail

@@ -15,6 +15,7 @@
 #include "client/sources/MaildirSource.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/SpecialUse.h"
 #include "client/sources/TagNames.h"
 #include "client/sources/ThunderbirdProfile.h"
 #include "client/sources/TreeEntries.h"
@@ -118,12 +119,15 @@ Listing EmlSource::List() const {
   }
   std::map<std::string, TagNames> profiles;  // by path
   std::vector<std::string> aboveAccounts;
+  SpecialUse uses;
   Listing listing = WalkFolders(
       m_path, [&](const SourceFolder& folder, Listing& found, std::vector<SourceFolder>& below) {
         if (IsAboveAccounts(folder.path)) aboveAccounts.push_back(folder.path);
         if (TakeProfile(folder, found, below)) {
           profiles.emplace(folder.path + "/", TagsOfProfile(folder.path));
+          AddFoldersOfPrefs(folder, found);
         } else {
+          uses.See(folder, found);
           TakeTreeFolder(folder, m_mbox, found, below);
         }
       });

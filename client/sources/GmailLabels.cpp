@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <unordered_map>
 
 #include "base/AsciiText.h"
 #include "client/sources/Names.h"
@@ -16,19 +18,128 @@ struct Label {
   std::string_view name;
   Means means;
 };
-// In the languages that are known; others' are special folders by their names, or categories.
-constexpr std::array<Label, 10> kLabels{{
+// In the languages that are known, the forms that may be meant; others' are special folders by
+// their names, or categories.
+constexpr auto kLabels = std::to_array<Label>({
     {"Unread", Means::kUnread},
     {"Ungelesen", Means::kUnread},
-    {"Opened", Means::kNothing},
-    {"Geöffnet", Means::kNothing},
+    {"Non lu", Means::kUnread},
+    {"Non lus", Means::kUnread},
+    {"No leído", Means::kUnread},
+    {"No leídos", Means::kUnread},
+    {"Sin leer", Means::kUnread},
+    {"Da leggere", Means::kUnread},
+    {"Non letti", Means::kUnread},
+    {"Não lida", Means::kUnread},
+    {"Não lidas", Means::kUnread},
+    {"Não lido", Means::kUnread},
+    {"Não lidos", Means::kUnread},
+    {"Ongelezen", Means::kUnread},
+    {"Ulæst", Means::kUnread},
+    {"Ulæste", Means::kUnread},
+    {"Ulest", Means::kUnread},
+    {"Uleste", Means::kUnread},
+    {"Oläst", Means::kUnread},
+    {"Olästa", Means::kUnread},
+    {"Lukematon", Means::kUnread},
+    {"Lukemattomat", Means::kUnread},
+    {"Nieprzeczytane", Means::kUnread},
+    {"Nepřečtené", Means::kUnread},
+    {"Neprečítané", Means::kUnread},
+    {"Olvasatlan", Means::kUnread},
+    {"Necitit", Means::kUnread},
+    {"Necitite", Means::kUnread},
+    {"Непрочитанные", Means::kUnread},
+    {"Непрочитані", Means::kUnread},
+    {"Μη αναγνωσμένα", Means::kUnread},
+    {"Okunmamış", Means::kUnread},
+    {"לא נקראו", Means::kUnread},
+    {"غير مقروء", Means::kUnread},
+    {"غير مقروءة", Means::kUnread},
+    {"未読", Means::kUnread},
+    {"읽지않음", Means::kUnread},
+    {"읽지 않음", Means::kUnread},
+    {"未读", Means::kUnread},
+    {"未讀", Means::kUnread},
     {"Starred", Means::kStarred},
     {"Markiert", Means::kStarred},
+    {"Suivis", Means::kStarred},
+    {"Messages suivis", Means::kStarred},
+    {"Destacados", Means::kStarred},
+    {"Speciali", Means::kStarred},
+    {"Com estrela", Means::kStarred},
+    {"Met ster", Means::kStarred},
+    {"Stjernemarkeret", Means::kStarred},
+    {"Stjernemerket", Means::kStarred},
+    {"Stjärnmärkta", Means::kStarred},
+    {"Tähdelliset", Means::kStarred},
+    {"Oznaczone gwiazdką", Means::kStarred},
+    {"S hvězdičkou", Means::kStarred},
+    {"Csillagozott", Means::kStarred},
+    {"Помеченные", Means::kStarred},
+    {"Yıldızlı", Means::kStarred},
+    {"スター付き", Means::kStarred},
+    {"별표편지함", Means::kStarred},
+    {"已加星标", Means::kStarred},
+    {"已加星號", Means::kStarred},
+    {"Opened", Means::kNothing},
+    {"Geöffnet", Means::kNothing},
+    {"Ouvert", Means::kNothing},
+    {"Ouverts", Means::kNothing},
+    {"Abierto", Means::kNothing},
+    {"Abiertos", Means::kNothing},
+    {"Aperti", Means::kNothing},
+    {"Aberto", Means::kNothing},
+    {"Abertos", Means::kNothing},
+    {"Geopend", Means::kNothing},
+    {"Åbnet", Means::kNothing},
+    {"Åpnet", Means::kNothing},
+    {"Öppnat", Means::kNothing},
+    {"Avattu", Means::kNothing},
+    {"Otwarte", Means::kNothing},
+    {"Otevřené", Means::kNothing},
+    {"Открытые", Means::kNothing},
+    {"開封済み", Means::kNothing},
     {"Archived", Means::kNothing},
     {"Archiviert", Means::kNothing},
+    {"Archivés", Means::kNothing},
+    {"Messages archivés", Means::kNothing},
+    {"Archivado", Means::kNothing},
+    {"Archivados", Means::kNothing},
+    {"Archiviati", Means::kNothing},
+    {"Arquivado", Means::kNothing},
+    {"Arquivados", Means::kNothing},
+    {"Gearchiveerd", Means::kNothing},
+    {"Arkiveret", Means::kNothing},
+    {"Arkivert", Means::kNothing},
+    {"Arkiverat", Means::kNothing},
+    {"Zarchiwizowane", Means::kNothing},
+    {"Архивированные", Means::kNothing},
+    {"アーカイブ済み", Means::kNothing},
     {"Important", Means::kNothing},
+    {"Importants", Means::kNothing},
     {"Wichtig", Means::kNothing},
-}};
+    {"Importante", Means::kNothing},
+    {"Importantes", Means::kNothing},
+    {"Importanti", Means::kNothing},
+    {"Belangrijk", Means::kNothing},
+    {"Vigtigt", Means::kNothing},
+    {"Viktig", Means::kNothing},
+    {"Viktigt", Means::kNothing},
+    {"Ważne", Means::kNothing},
+    {"Важное", Means::kNothing},
+    {"重要", Means::kNothing},
+});
+
+std::optional<Means> MeaningOf(const std::string& folded) {
+  static const std::unordered_map<std::string, Means> kMeanings = [] {
+    std::unordered_map<std::string, Means> meanings;
+    for (const Label& row : kLabels) meanings.emplace(FoldedName(row.name), row.means);
+    return meanings;
+  }();
+  const auto found = kMeanings.find(folded);
+  return found == kMeanings.end() ? std::nullopt : std::optional(found->second);
+}
 
 // A mail may be in several; the first of these is where people look for it.
 constexpr std::array<SpecialFolder, 5> kRank{SpecialFolder::kDeleted, SpecialFolder::kJunk,
@@ -36,11 +147,9 @@ constexpr std::array<SpecialFolder, 5> kRank{SpecialFolder::kDeleted, SpecialFol
                                              SpecialFolder::kIncoming};
 
 void TakeLabel(std::string_view label, StateFields& fields, std::size_t& place) {
-  const std::string folded = FoldedName(label);
-  for (const Label& row : kLabels) {
-    if (FoldedName(row.name) != folded) continue;
-    if (row.means == Means::kUnread) fields.read = false;
-    if (row.means == Means::kStarred) fields.state.flagged = true;
+  if (const auto means = MeaningOf(FoldedName(label))) {
+    if (means == Means::kUnread) fields.read = false;
+    if (means == Means::kStarred) fields.state.flagged = true;
     return;
   }
   if (const auto special = SpecialFolderNamed(label)) {

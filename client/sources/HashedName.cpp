@@ -1,8 +1,11 @@
 #include "client/sources/HashedName.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <optional>
 
+#include "client/sources/Percents.h"
 #include "client/sources/SourceFiles.h"
 #include "platform/Unicode.h"
 
@@ -75,28 +78,76 @@ class IndexTexts {
   std::string_view m_rest;
 };
 
+// The cut name and its hash.
+struct Hashed {
+  std::string_view begin;
+  std::uint32_t hash;
+
+  bool IsOf(std::string_view text) const { return text.starts_with(begin) && HashOf(text) == hash; }
+};
+
+std::optional<std::string> InTexts(std::string_view index, const Hashed& hashed) {
+  IndexTexts texts(index);
+  for (std::string text; texts.Next(text);) {
+    if (hashed.IsOf(text)) return text;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> InIndex(const std::string& path, const Hashed& hashed) {
+  try {
+    return InTexts(ReadFileRange(path, 0, kMostIndex), hashed);
+  } catch (const SourceError&) {  // it goes by its name on disk, unless that stands elsewhere
+    return std::nullopt;
+  }
+}
+
+// Among the texts of a list, which may be addresses, each level of them in percents.
+std::optional<std::string> InList(const std::string& path, const Hashed& hashed) {
+  std::string list;
+  try {
+    list = ReadFileRange(path, 0, kMostIndex);
+  } catch (const SourceError&) {
+    return std::nullopt;
+  }
+  constexpr std::string_view kAround = "\"/";
+  for (std::size_t begin = 0; begin < list.size();) {
+    const std::size_t end = std::min(list.find_first_of(kAround, begin), list.size());
+    std::string text = WithoutPercents(std::string_view(list).substr(begin, end - begin));
+    if (hashed.IsOf(text)) return text;
+    begin = end + 1;
+  }
+  return std::nullopt;
+}
+
+// Of the profile that a folder of mail lies in: "ImapMail/HOST/NAME.sbd" and so on.
+std::optional<std::string> InListsOfProfile(std::string folder, const Hashed& hashed) {
+  constexpr int kMostLevels = 32;
+  for (int level = 0; level < kMostLevels && !folder.empty(); ++level) {
+    if (HasEntry(folder, "prefs.js")) {
+      const auto name = InList(folder + "/folderCache.json", hashed);
+      return name ? name : InList(folder + "/folderTree.json", hashed);
+    }
+    folder.resize(std::min(folder.rfind('/'), folder.size() - 1));
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<std::string> NameInIndex(std::string_view index, std::string_view name) {
   const std::optional<std::uint32_t> hash = HashAtEnd(name);
   if (!hash) return std::nullopt;
-  const std::string_view begin = name.substr(0, name.size() - kDigits);
-  IndexTexts texts(index);
-  for (std::string text; texts.Next(text);) {
-    if (text.starts_with(begin) && HashOf(text) == *hash) return text;
-  }
-  return std::nullopt;
+  return InTexts(index, {name.substr(0, name.size() - kDigits), *hash});
 }
 
 std::string TrueFolderName(const std::string& folder, std::string_view name) {
-  if (!HashAtEnd(name)) return std::string(name);
-  try {
-    const std::string index =
-        ReadFileRange(folder + "/" + std::string(name) + ".msf", 0, kMostIndex);
-    return NameInIndex(index, name).value_or(std::string(name));
-  } catch (const SourceError&) {  // without an index the name on disk is all there is
-  }
-  return std::string(name);
+  const std::optional<std::uint32_t> hash = HashAtEnd(name);
+  if (!hash) return std::string(name);
+  const Hashed hashed{name.substr(0, name.size() - kDigits), *hash};
+  auto own = InIndex(folder + "/" + std::string(name) + ".msf", hashed);
+  if (!own) own = InListsOfProfile(folder, hashed);
+  return own.value_or(std::string(name));
 }
 
 }  // namespace client

@@ -1,5 +1,6 @@
 #include "client/sources/MaildirName.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -27,6 +28,12 @@ MaildirName ParseMaildirName(std::string_view name) {
   if (isNumber && time > 0) parts.time = time;
   parts.isCopy = name.find(",U=") != std::string_view::npos;
   return parts;
+}
+
+std::string_view LastingPart(std::string_view name) {
+  constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
+  const std::size_t end = std::min(name.find_first_of(",:;!"), name.find(kOnWindowsDisks));
+  return name.substr(0, end);
 }
 
 }  // namespace client

@@ -3,14 +3,13 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <iterator>
 #include <ranges>
 #include <string_view>
 
 #include "base/AsciiText.h"
 #include "client/sources/CourierKeywords.h"
+#include "client/sources/DovecotKeywords.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/MailBeside.h"
 #include "client/sources/MaildirName.h"
@@ -18,6 +17,7 @@
 #include "client/sources/MovedMail.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/SpecialUse.h"
 
 namespace client {
 namespace {
@@ -27,28 +27,13 @@ bool IsFolder(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Behind the letters "a" to "z": one a line, "0 $Forwarded", numbered for this folder alone.
-using Keywords = std::array<std::string, 26>;
-
-Keywords KeywordsOf(const std::string& folder) {
+DovecotKeywords KeywordsOf(const std::string& folder) {
   constexpr std::uint64_t kMost = 65536;  // bytes; the file of a sound folder has 26 short lines
-  Keywords keywords;
-  std::string text;
   try {
-    text = ReadFileRange(folder + "/dovecot-keywords", 0, kMost);
+    return DovecotKeywords(ReadFileRange(folder + "/dovecot-keywords", 0, kMost));
   } catch (const SourceError&) {
-    return keywords;
+    return DovecotKeywords({});
   }
-  for (size_t from = 0; from < text.size();) {
-    const size_t end = std::min(text.find('\n', from), text.size());
-    const std::string_view line = ::mail::trimmed(std::string_view(text).substr(from, end - from));
-    from = end + 1;
-    size_t number = keywords.size();
-    const auto [rest, error] = std::from_chars(line.data(), line.data() + line.size(), number);
-    if (error != std::errc() || number >= keywords.size()) continue;
-    keywords[number] = ::mail::trimmed(line.substr(static_cast<size_t>(rest - line.data())));
-  }
-  return keywords;
 }
 
 // A program that delivers puts the time into the name; one that takes in old mail sets the time of
@@ -63,7 +48,7 @@ std::optional<std::int64_t> ReceivedAt(const FolderEntry& entry, const MaildirNa
 
 // Of one Maildir.
 struct FolderKeywords {
-  Keywords byLetter;
+  DovecotKeywords byLetter;
   CourierKeywords byName;
 };
 
@@ -76,11 +61,7 @@ MailState StateOf(const FolderEntry& entry, const MaildirName& name,
   state.draft = name.Has('D');
   state.deleted = name.Has('T');
   state.received = ReceivedAt(entry, name);
-  for (const char letter : name.letters) {
-    if (letter >= 'a' && letter <= 'z') {
-      AddKeyword(keywords.byLetter[static_cast<size_t>(letter - 'a')], state);
-    }
-  }
+  for (const char letter : name.letters) AddKeyword(keywords.byLetter.Of(letter), state);
   for (const std::string& keyword : keywords.byName.Of(entry.name)) AddKeyword(keyword, state);
   return state;
 }
@@ -219,8 +200,10 @@ void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
 }
 
 Listing MaildirSource::List() const {
+  SpecialUse uses;
   return WalkFolders(
-      m_path, [](const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below) {
+      m_path, [&](const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below) {
+        uses.See(folder, listing);
         const bool maildir = IsMaildir(folder.path);
         if (maildir) ListMaildirFolder(folder, listing);
         EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {

@@ -10,6 +10,7 @@
 #include "client/sources/ItemList.h"
 #include "client/sources/Mbox.h"
 #include "client/sources/SourceItem.h"
+#include "client/sources/SpecialFolders.h"
 
 namespace client {
 
@@ -33,6 +34,7 @@ struct Listing {
   ItemList items;                       // in a sorted order that depends on names alone
   std::vector<SourceProblem> problems;  // what was left out
   std::vector<std::string> folders;     // target folders that are there with or without items
+  FolderMarks marks;                    // of these
 };
 
 // A place that mail comes from.

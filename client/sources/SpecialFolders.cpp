@@ -18,6 +18,11 @@ constexpr std::array<std::string_view, 7> kExchangeNames = {
 // Folders whose children are what other mailboxes have at their top.
 constexpr std::array<std::string_view, 3> kTops = {"inbox", "[gmail]", "[google mail]"};
 
+struct AtTop {
+  SpecialFolder folder;
+  std::size_t end;  // of its name in the path, the backslash behind it
+};
+
 using Names = std::unordered_map<std::string, SpecialFolder>;
 
 const Names& FoldedNames() {
@@ -29,6 +34,19 @@ const Names& FoldedNames() {
     return names;
   }();
   return kNames;
+}
+
+std::optional<AtTop> FindAtTop(const std::string& path) {
+  const std::size_t end = path.find('\\');
+  if (end == std::string::npos) return std::nullopt;
+  const std::string first = path.substr(0, end);
+  const std::size_t next = path.find('\\', end + 1);
+  if (next != std::string::npos && std::ranges::count(kTops, FoldedName(first)) > 0) {
+    const auto special = SpecialFolderNamed(path.substr(end + 1, next - end - 1));
+    if (special) return AtTop{*special, next};
+  }
+  const auto special = SpecialFolderNamed(first);
+  return special ? std::optional(AtTop{*special, end}) : std::nullopt;
 }
 
 }  // namespace
@@ -55,17 +73,24 @@ std::optional<SpecialFolder> SpecialFolderNamed(std::string_view name) {
 }
 
 std::string WithExchangeNames(const std::string& path) {
-  const std::size_t end = path.find('\\');
-  if (end == std::string::npos) return path;
-  const std::string first = path.substr(0, end);
-  const std::string below = path.substr(end + 1);
-  const std::size_t next = below.find('\\');
-  if (next != std::string::npos && std::ranges::count(kTops, FoldedName(first)) > 0) {
-    const auto special = SpecialFolderNamed(below.substr(0, next));
-    if (special) return std::string(ExchangeName(*special)) + below.substr(next);
+  const auto found = FindAtTop(path);
+  return found ? std::string(ExchangeName(found->folder)) + path.substr(found->end) : path;
+}
+
+bool NamesSpecialFolder(const std::string& path) {
+  const auto found = FindAtTop(path);
+  if (!found) return false;
+  return found->folder != SpecialFolder::kIncoming || found->end + 1 == path.size();
+}
+
+std::string WithMarkedName(const std::string& path, const FolderMarks& marks) {
+  if (marks.empty()) return {};
+  for (std::size_t end = path.size(); end > 0; end = end < 2 ? 0 : path.rfind('\\', end - 2) + 1) {
+    const auto mark = marks.find(std::string_view(path).substr(0, end));
+    if (mark == marks.end()) continue;
+    return std::string(ExchangeName(mark->second)) + "\\" + path.substr(end);
   }
-  const auto special = SpecialFolderNamed(first);
-  return special ? std::string(ExchangeName(*special)) + path.substr(end) : path;
+  return {};
 }
 
 }  // namespace client

@@ -13,7 +13,7 @@ struct FolderName {
 };
 using FolderNames = std::span<const FolderName>;
 
-constexpr std::array<FolderName, 13> kGerman{{
+constexpr std::array<FolderName, 14> kGerman{{
     {"inbox", "Posteingang"},
     {"drafts", "Entwürfe"},
     {"sentitems", "Gesendete Elemente"},
@@ -25,11 +25,12 @@ constexpr std::array<FolderName, 13> kGerman{{
     {"tasks", "Aufgaben"},
     {"notes", "Notizen"},
     {"journal", "Journal"},
+    {"archive", "Archiv"},
     {"archiveinbox", "Posteingang"},
     {"archivedeleteditems", "Gelöschte Elemente"},
 }};
 
-constexpr std::array<FolderName, 13> kJapanese{{
+constexpr std::array<FolderName, 14> kJapanese{{
     {"inbox", "受信トレイ"},
     {"drafts", "下書き"},
     {"sentitems", "送信済みアイテム"},
@@ -41,11 +42,12 @@ constexpr std::array<FolderName, 13> kJapanese{{
     {"tasks", "タスク"},
     {"notes", "メモ"},
     {"journal", "履歴"},
+    {"archive", "アーカイブ"},
     {"archiveinbox", "受信トレイ"},
     {"archivedeleteditems", "削除済みアイテム"},
 }};
 
-constexpr std::array<FolderName, 13> kArabic{{
+constexpr std::array<FolderName, 14> kArabic{{
     {"inbox", "علبة الوارد"},
     {"drafts", "المسودات"},
     {"sentitems", "العناصر المرسلة"},
@@ -57,6 +59,7 @@ constexpr std::array<FolderName, 13> kArabic{{
     {"tasks", "المهام"},
     {"notes", "الملاحظات"},
     {"journal", "دفتر اليومية"},
+    {"archive", "الأرشيف"},
     {"archiveinbox", "علبة الوارد"},
     {"archivedeleteditems", "العناصر المحذوفة"},
 }};

@@ -169,7 +169,7 @@ UPDATE items SET body=details->>'$.body', details=json_remove(details, '$.body')
 constexpr std::array<const char*, 9> kSteps = {kTables,   kCounts, kMailFiles, kTexts, kLists,
                                                kSetNames, kSeries, kIdentity,  kBodies};
 
-constexpr std::array<WellKnownFolder, 20> kFolders = {{
+constexpr std::array<WellKnownFolder, 21> kFolders = {{
     {"root", "", "root", ""},
     {"msgfolderroot", "root", "Top of Information Store", "IPF.Note"},
     {"inbox", "msgfolderroot", "Inbox", "IPF.Note"},
@@ -183,6 +183,7 @@ constexpr std::array<WellKnownFolder, 20> kFolders = {{
     {"tasks", "msgfolderroot", "Tasks", "IPF.Task"},
     {"notes", "msgfolderroot", "Notes", "IPF.StickyNote"},
     {"journal", "msgfolderroot", "Journal", "IPF.Journal"},
+    {"archive", "msgfolderroot", "Archive", "IPF.Note"},
     {"searchfolders", "root", "Finder", "IPF.Note"},
     {"recoverableitemsroot", "root", "Recoverable Items", "IPF.Note"},
     {"recoverableitemsdeletions", "recoverableitemsroot", "Deletions", "IPF.Note"},

@@ -197,6 +197,55 @@ TEST_F(WebAccessHandler, SafeLooksOnceMoreForAFolderThatTheServerRefuses) {
   EXPECT_EQ(m_transport.Requests().size(), 5u);
 }
 
+// A mailbox may lack its Archive, and an older server the name: then it is a folder as any other.
+// A failure of the moment is neither, or what has a folder would get a second one.
+TEST_F(WebAccessHandler, SafeTakesTheMailboxsOwnArchiveWhereTheServerHasIt) {
+  LogonByPassword();
+  ews::Settings().bSafe = true;
+  const auto current = [&](const char16_t* path, Root root) {
+    m_handler.CreateFolderInStore(path, 0, root, false);
+    return m_handler.m_fldCurrent.ToString().ToUtf8();
+  };
+  m_transport.Push(answers::Found({}));
+  EXPECT_EQ(current(u"ARCHIVE\\", Root::MsgFolderRoot), "archive");
+  m_transport.Push(answers::Found({}));
+  EXPECT_EQ(current(u"($Inbox)\\", Root::ArchiveMsgFolderRoot), "archiveinbox");
+  for (const char* const refusal : {"ErrorFolderNotFound", "ErrorInvalidRequest"}) {
+    m_transport.Push(answers::Error("FindFolder", refusal, "no"));
+    m_transport.Push(answers::Found({{"1", "Archive"}}));
+    EXPECT_EQ(current(u"Archive\\", Root::MsgFolderRoot), "1") << refusal;
+  }
+  m_transport.Push(answers::Envelope("<s:Fault><faultcode>a:ErrorSchemaValidation</faultcode>"
+                                     "<faultstring>no such name</faultstring></s:Fault>"),
+                   500);
+  m_transport.PushAll({answers::Found({}), answers::NewFolder("2")});
+  EXPECT_EQ(current(u"Archive\\", Root::MsgFolderRoot), "2");
+  for (int i = 0; i < 4; ++i) {
+    m_transport.Push(answers::Error("FindFolder", "ErrorInternalServerError", "no"));
+  }
+  EXPECT_EQ(current(u"Archive\\", Root::MsgFolderRoot), "-NO-");
+}
+
+TEST_F(WebAccessHandler, SafeMakesFoldersOfMailOfMailWhateverTheirNames) {
+  LogonByPassword();
+  const struct {
+    bool safe;
+    const char16_t* path;
+    int type;
+    const char* last;
+  } rows[] = {{true, u"A\\Contacts\\", 0, "Folder"},
+              {true, u"A\\Tasks\\", 4, "TasksFolder"},
+              {false, u"A\\Contacts\\", 0, "ContactsFolder"}};
+  for (const auto& row : rows) {
+    ews::Settings().bSafe = row.safe;
+    for (const char* const id : {"1", "2"}) {
+      m_transport.PushAll({answers::Found({}), answers::NewFolder(id)});
+    }
+    m_handler.CreateFolderInStore(row.path, row.type, Root::MsgFolderRoot, false);
+    EXPECT_TRUE(LastHolds(std::string("<t:") + row.last + "><t:DisplayName>"));
+  }
+}
+
 TEST_F(WebAccessHandler, SafeTriesAFolderAgainThatCouldNotBeMadeAndTellsWhy) {
   LogonByPassword();
   ews::Settings().bSafe = true;

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "client/run/Plan.h"
+#include "client/sources/ModifiedUtf7.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
 
@@ -16,12 +17,12 @@ namespace {
 using test_support::TemporaryFolder;
 
 struct Names {
-  std::string inbox, sent, drafts, deleted;
+  std::string inbox, sent, drafts, deleted, archive;
 };
 const std::map<std::string, Names> kLanguages = {
-    {"de", {"Posteingang", "Gesendete Elemente", "Entwürfe", "Gelöschte Elemente"}},
-    {"ja", {"受信トレイ", "送信済みアイテム", "下書き", "削除済みアイテム"}},
-    {"ar", {"علبة الوارد", "العناصر المرسلة", "المسودات", "العناصر المحذوفة"}}};
+    {"de", {"Posteingang", "Gesendete Elemente", "Entwürfe", "Gelöschte Elemente", "Archiv"}},
+    {"ja", {"受信トレイ", "送信済みアイテム", "下書き", "削除済みアイテム", "アーカイブ"}},
+    {"ar", {"علبة الوارد", "العناصر المرسلة", "المسودات", "العناصر المحذوفة", "الأرشيف"}}};
 
 Result MigrateInto(const std::string& language, const TemporaryFolder& folder,
                    const std::vector<std::string>& more = {}) {
@@ -121,6 +122,86 @@ TEST(Sources, AsItIsTheSameGoesBesideThem) {
                                                      {"draft", "Drafts: R 2019-03-04"},
                                                      {"bin", "Deleted Items: R 2019-03-04"}};
   EXPECT_EQ(ArrivedState(folder), wanted);
+}
+
+// What a mail program of that language calls them, and two folders of its user.
+struct OwnNames {
+  std::string sent, drafts, deleted, archive, customers, calendar;
+};
+const std::map<std::string, OwnNames> kOwnNames = {
+    {"de", {"Gesendet", "Entwürfe", "Papierkorb", "Archiv", "Kunden", "Kunden/Calendar"}},
+    {"ja", {"送信済みメール", "下書き", "ごみ箱", "アーカイブ", "顧客", "顧客/Calendar"}},
+    {"ar", {"البريد المرسل", "المسودات", "المهملات", "أرشيف", "العملاء", "العملاء/Calendar"}}};
+
+std::vector<std::string> ListOf(const OwnNames& own) {
+  return {own.sent, own.drafts, own.deleted, own.archive, own.customers, own.calendar};
+}
+
+// One mail in each, named by the folder, as a Dovecot and as a Thunderbird have them.
+void WriteLocalMaildir(const TemporaryFolder& folder, const OwnNames& own) {
+  folder.Write("source/new/1", Mail("in"));
+  std::filesystem::create_directories(folder.File("source/cur"));
+  for (std::string name : ListOf(own)) {
+    const std::string subject = name;
+    std::ranges::replace(name, '/', '.');
+    const std::string maildir = "source/." + client::ToModifiedUtf7(name);
+    folder.Write(maildir + "/cur/1:2,S", Mail(subject));
+    std::filesystem::create_directories(folder.File(maildir + "/new"));
+  }
+}
+
+void WriteLocalProfile(const TemporaryFolder& folder, const OwnNames& own) {
+  const std::string from = "From - Tue Mar 05 10:00:00 2019\n";
+  const std::string account = "source/ImapMail/imap.example/";
+  folder.Write("source/prefs.js", "");
+  folder.Write(account + "INBOX", from + Mail("in"));
+  for (const std::string& name : ListOf(own)) {
+    const std::size_t slash = name.find('/');
+    const bool isBelow = slash != std::string::npos;
+    const std::string above =
+        isBelow ? client::ToModifiedUtf7(name.substr(0, slash)) + ".sbd/" : std::string();
+    const std::string last = isBelow ? name.substr(slash + 1) : name;
+    folder.Write(account + above + client::ToModifiedUtf7(last), from + Mail(name));
+  }
+}
+
+// Side by side: with the safeguards the mailbox's own folders, without them new ones beside these;
+// and mail where its program shows it, or in a folder for appointments.
+TEST(Sources, FoldersInItsLanguageGoToTheMailboxsOwnAndAsItIsBesideThem) {
+  for (const auto& [language, own] : kOwnNames) {
+    const Names& theirs = kLanguages.at(language);
+    for (const auto write : {&WriteLocalMaildir, &WriteLocalProfile}) {
+      for (const bool safe : {true, false}) {
+        const TemporaryFolder folder;
+        write(folder, own);
+        const auto more = safe ? std::vector<std::string>() : std::vector<std::string>{"--as-is"};
+        EXPECT_EQ(SummaryOf(MigrateInto(language, folder, more))["sent"], 7);
+        std::map<std::string, std::string> wanted = {
+            {"in", theirs.inbox},          {own.sent, theirs.sent},
+            {own.drafts, theirs.drafts},   {own.deleted, theirs.deleted},
+            {own.archive, theirs.archive}, {own.customers, own.customers},
+            {own.calendar, own.calendar}};
+        const std::pair<std::string, const char*> english[] = {{"in", "Inbox"},
+                                                               {own.sent, "Sent Items"},
+                                                               {own.drafts, "Drafts"},
+                                                               {own.deleted, "Deleted Items"},
+                                                               {own.archive, "Archive"}};
+        if (!safe) {
+          for (const auto& [subject, place] : english) wanted[subject] = place;
+        }
+        std::map<std::string, std::string> found;
+        for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
+          found[item.info.subject] = item.folder;
+        }
+        EXPECT_EQ(found, wanted) << language << safe;
+        mailbox::Store store(folder.File("mailbox/mailbox.db"), mailbox::Store::Mode::kReadOnly);
+        for (const mailbox::FolderInfo& each : store.Folders(store.Mailboxes().back().id)) {
+          if (each.name != "Calendar") continue;
+          EXPECT_EQ(each.folderClass, safe ? "IPF.Note" : "IPF.Appointment") << language;
+        }
+      }
+    }
+  }
 }
 
 // One line for each mail: folder, state, time, content.
@@ -295,6 +376,60 @@ TEST_F(SecondPass, TellsWhatAnItemThatIsThereCannotGet) {
     const std::string list = "attachment; filename=\"list.doc\"\r\n\r\nbGlzdA==\r\n";
     EXPECT_EQ(item.mime.find(list) != std::string::npos, item.info.subject == "one");
   }
+}
+
+// The most dangerous mistake is to take away what is still there, if in another form.
+TEST_F(SecondPass, TakesNothingAwayThatMayStillBeInTheSource) {
+  for (const char* const name : {"new/1.a", "cur/2.b;2,S", "cur/3.c!2,", "cur/4.d:2,S",
+                                 ".Kunde/cur/5.e:2,S", "new/6.f", "cur/7.g:2,S"}) {
+    m_folder.Write(std::string("source/") + name, Mail(name));
+  }
+  m_folder.Write("source/.Kunde/new/.keep", "");
+  EXPECT_EQ(Pass()["sent"], 7);
+  Rename("new/1.a", "cur/1.a:2,S");
+  m_folder.Write("source/cur/1.a:2,S", "");
+  Rename("cur/2.b;2,S", "cur/2.b;2,FS");
+  m_folder.Write("source/cur/2.b;2,FS", Mail("rewritten"));
+  Rename("cur/3.c!2,", ".Kunde/cur/3.c,U=12!2,S");
+  m_folder.Write("source/.Kunde/cur/3.c,U=12!2,S", "");
+  Rename("cur/4.d:2,S", "../4");
+  Rename(".Kunde/cur/5.e:2,S", "cur/5.e:2,S");
+  // What its user took out of the target is no mail that was moved.
+  Rename("new/6.f", "../6");
+  for (const StoredItem& item : ItemsOf(m_folder.File("mailbox"))) {
+    if (item.info.subject != "new/6.f") continue;
+    mailbox::Store(m_folder.File("mailbox/mailbox.db")).DeleteItem(item.info.id);
+  }
+
+  const nlohmann::json summary = Pass({"--delete-missing"}, 1);
+  EXPECT_EQ(summary["taken_away"], 2) << summary;
+  EXPECT_EQ(summary["gone_there_too"], 1);
+  EXPECT_EQ(summary["missing"].size(), 3u);
+  const auto found = ArrivedState(m_folder);
+  for (const auto& [subject, isAway] : std::map<std::string, bool>{{"new/1.a", false},
+                                                                   {"cur/2.b;2,S", false},
+                                                                   {"cur/3.c!2,", false},
+                                                                   {"cur/4.d:2,S", true},
+                                                                   {"cur/7.g:2,S", false}}) {
+    EXPECT_EQ(found.at(subject).starts_with("Deleted Items"), isAway) << subject;
+  }
+}
+
+TEST_F(SecondPass, TakesNothingAwayWhileAPartOfTheSourceIsOutOfSight) {
+  for (const char* const name : {"1", "2", "3"}) {
+    m_folder.Write(std::string("source/") + name + ".eml", Mail(name));
+  }
+  m_folder.Write("source/Kunde/4.eml", Mail("4"));
+  EXPECT_EQ(Pass()["sent"], 4);
+  Rename("1.eml", "../1.eml");
+  Rename("Kunde/4.eml", "../4.eml");
+  std::filesystem::remove(m_folder.File("source/Kunde"));
+  m_folder.Write("source/Kunde", std::string("\xCF\xAD\x12\xFE") + std::string(100, 'x'));
+  EXPECT_EQ(Pass({}, 1)["missing"].size(), 1u) << "and what lay where nobody can look";
+  EXPECT_EQ(Pass({"--ignore-left-out"})["missing"].size(), 1u);
+  const nlohmann::json summary = Pass({"--ignore-left-out", "--delete-missing"}, 1);
+  EXPECT_EQ(summary["taken_away"], 0);
+  EXPECT_THAT(summary["failures"].dump(), testing::HasSubstr("not all of the source"));
 }
 
 TEST_F(SecondPass, ToldAsRemarkWhereTheTargetCannotBeTold) {

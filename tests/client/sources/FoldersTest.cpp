@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "client/run/FolderMap.h"
+#include "client/sources/GmailLabels.h"
 #include "client/sources/SpecialFolderTable.h"
 #include "client/sources/SpecialFolders.h"
 #include "tests/client/sources/PlanText.h"
@@ -68,23 +69,27 @@ TEST(FolderMap, TakesTheFirstLineThatFits) {
 TEST(Plan, PlacesFoldersTellsWhichBecomeOneAndWhichAreEmpty) {
   const TemporaryFolder folder;
   for (const char* name :
-       {"a.eml", "Sent/1.eml", "Gesendet/2.eml", "Kunde/x/3.eml", "kunde/x/4.eml", "Alt/5.eml"}) {
+       {"a.eml", "Sent/1.eml", "Gesendet/2.eml", "Kunde/x/3.eml", "kunde/x/4.eml", "Alt/5.eml",
+        "Straße/6.eml", "Ku\u0308che/7.eml", "Küche/8.eml"}) {
     folder.Write(name, "Subject: x\n\n");
   }
-  for (const char* empty : {"Leer", "Kunde/y", "Papierkorb"}) {
+  for (const char* empty : {"Leer", "Kunde/y", "Papierkorb", "STRASSE"}) {
     std::filesystem::create_directories(folder.File(empty));
   }
   PlanOptions options;
   options.folders = FolderMap("Alt\tNeu/Alt\nAlter\tNeu");
   const Plan plan = MakePlan({folder.Path()}, options);
-  EXPECT_THAT(Items(plan), ElementsAre("Inbox\\|a.eml", "Neu\\Alt\\|Alt/5.eml",
-                                       "Sent Items\\|Gesendet/2.eml", "Kunde\\x\\|Kunde/x/3.eml",
-                                       "Sent Items\\|Sent/1.eml", "kunde\\x\\|kunde/x/4.eml"));
+  EXPECT_THAT(Items(plan),
+              ElementsAre("Inbox\\|a.eml", "Neu\\Alt\\|Alt/5.eml", "Sent Items\\|Gesendet/2.eml",
+                          "Kunde\\x\\|Kunde/x/3.eml", "Ku\u0308che\\|Ku\u0308che/7.eml",
+                          "Küche\\|Küche/8.eml", "Sent Items\\|Sent/1.eml", "Straße\\|Straße/6.eml",
+                          "kunde\\x\\|kunde/x/4.eml"));
   std::vector<std::string> merged;
   for (const SourceProblem& each : plan.merged) merged.push_back(each.location + "=" + each.reason);
   EXPECT_THAT(merged,
               ElementsAre("Kunde\\x\\=Kunde\\x\\, kunde\\x\\", "Sent Items\\=Gesendet\\, Sent\\"));
-  EXPECT_THAT(plan.emptyFolders, ElementsAre("Kunde\\y\\", "Leer\\", "Deleted Items\\"));
+  EXPECT_THAT(plan.emptyFolders,
+              ElementsAre("Kunde\\y\\", "Leer\\", "Deleted Items\\", "STRASSE\\"));
   ASSERT_EQ(plan.unusedLines.size(), 1u);
   EXPECT_EQ(plan.unusedLines[0].location, "Alter\tNeu");
   options.specialFolders = false;
@@ -92,6 +97,115 @@ TEST(Plan, PlacesFoldersTellsWhichBecomeOneAndWhichAreEmpty) {
   const Plan plain = MakePlan({folder.Path()}, options);
   EXPECT_EQ(plain.entries[2].item.folder, "Gesendet\\");
   EXPECT_TRUE(plain.emptyFolders.empty());
+}
+
+TEST(Plan, PlacesWhatIsNoMailByTheMapToo) {
+  const TemporaryFolder folder;
+  const std::string event =
+      "BEGIN:VCALENDAR\nBEGIN:VEVENT\nSUMMARY:S\nDTSTART:20240305T100000Z\nEND:VEVENT\n"
+      "END:VCALENDAR\n";
+  folder.Write("Kunde/1.eml", "Subject: x\n\n");
+  folder.Write("Notes/a/2.eml", "Subject: x\n\n");  // whose folder nobody looks into for mail
+  for (const char* name : {"Kunde/a.ics", "Nur/b.ics", "Rest/c.ics"}) folder.Write(name, event);
+  folder.Write("x/d.vcf", "BEGIN:VCARD\nFN:N\nEND:VCARD\n");
+  PlanOptions options;
+  options.folders = FolderMap("Kunde\tA/Kunde\nNur\tPlan\nContacts/x\tLeute");
+  const Plan plan = MakePlan({folder.Path()}, options);
+  std::vector<std::string> folders;
+  for (const Plan::Entry& entry : plan.entries) folders.push_back(entry.item.folder);
+  EXPECT_THAT(folders, ElementsAre("A\\Kunde\\", "Calendar\\A\\Kunde\\", "Inbox\\Notes\\a\\",
+                                   "Plan\\", "Calendar\\Rest\\", "Leute\\"));
+  EXPECT_TRUE(plan.unusedLines.empty());
+}
+
+// "FOLDER" for each mail, those without first.
+std::vector<std::string> FoldersOf(const Plan& plan) {
+  std::vector<std::string> folders = plan.emptyFolders;
+  for (const Plan::Entry& entry : plan.entries) folders.push_back(entry.item.folder);
+  return folders;
+}
+
+TEST(Plan, GoesByTheMarksOfADovecotBeforeNames) {
+  const TemporaryFolder folder;
+  const std::pair<const char*, const char*> uses[] = {{"", ""},
+                                                      {".Versandt", "\\Sent"},
+                                                      {".Versandt.2019", ""},
+                                                      {".Kunde.Ablage", "\\Flagged \\aRCHIVE"},
+                                                      {".Trash", "\\Junk"},
+                                                      {".Drafts", ""},
+                                                      {".Alles", "\\All"}};
+  std::string attributes = "priv/0/comment\nspecialuse\n";
+  int number = 0;
+  for (const auto& [name, use] : uses) {
+    const std::string id = "a" + std::to_string(++number);
+    const std::string path = std::string("m/") + name + "/";
+    folder.Write(path + "cur/1:2,S", "Subject: x\n\n");
+    folder.Write(path + "new/.keep", "");
+    folder.Write(path + "dovecot-uidlist", "3 V1 N1 G" + id + "\n1 :x\n");
+    if (*use) attributes += "priv/" + id + "/specialuse\n" + use + "\n";
+  }
+  folder.Write("m/dovecot-attributes", attributes + "priv/a7/specialuse");
+  for (const char* const source : {"m", ""}) {  // the Maildir, and a tree with it
+    const bool isTree = *source == '\0';
+    const Plan plan = MakePlan({folder.File(source)});
+    const std::string above = isTree ? "m\\" : "";
+    EXPECT_THAT(FoldersOf(plan),
+                ElementsAre(isTree ? "m\\" : "Inbox\\", above + "Alles\\",
+                            isTree ? "m\\Drafts\\" : "Drafts\\", "Archive\\", "Junk E-mail\\",
+                            "Sent Items\\", "Sent Items\\2019\\"));
+  }
+  PlanOptions options;
+  options.specialFolders = false;
+  EXPECT_EQ(MakePlan({folder.File("m")}, options).entries[5].item.folder, "Versandt\\");
+}
+
+TEST(Plan, GoesByTheFoldersThatTheOwnerOfAThunderbirdChose) {
+  const TemporaryFolder folder;
+  folder.Write(
+      "prefs.js",
+      "user_pref(\"mail.identity.id1.fcc_folder\", \"imap://j%40x@imap.x/INBOX/Gr%C3%BCn\");\n"
+      "user_pref(\"mail.identity.id1.draft_folder\", \"mailbox://nobody@Local%20Folders/Neu\");\n"
+      "user_pref(\"mail.identity.id1.archive_folder\", \"imap://j@imap.x/Abl%26AOQ-ge%\");\n"
+      "user_pref(\"mail.identity.id2.fcc_folder\", \"imap://j@imap.x/INBOX\");\n"
+      "user_pref(\"mail.identity.id3.fcc_folder\", \"imap://j@imap.x\");\n"
+      "user_pref(\"mail.identity.id4.fcc_folder\", \"");
+  for (const char* const name : {"ImapMail/imap.x/INBOX", "ImapMail/imap.x/INBOX.sbd/Gr\xC3\xBCn",
+                                 "ImapMail/imap.x/Abl&AOQ-ge%", "Mail/Local Folders/Neu"}) {
+    folder.Write(name, "From - Tue Mar 05 10:00:00 2019\nSubject: x\n\nx\n");
+  }
+  const std::string hashed =
+      "Mail/Local Folders/Neu.sbd/S\xC3\xBC"
+      "d79ad4768";
+  folder.Write(hashed, "From - Tue Mar 05 10:00:00 2019\nSubject: x\n\nx\n");
+  // The index that has its true name is gone.
+  folder.Write("folderTree.json",
+               R"({"open":["mailbox://nobody@Local%20Folders/Neu/S%C3%BCd%3A%20A%3FB","%"]})");
+  EXPECT_THAT(FoldersOf(MakePlan({folder.Path()})),
+              ElementsAre("Archive\\", "Inbox\\", "Sent Items\\", "Drafts\\",
+                          "Drafts\\S\xC3\xBC"
+                          "d: A?B\\"));
+}
+
+TEST(GmailLabels, TellFolderAndStateInSeveralLanguages) {
+  const struct {
+    const char* labels;
+    const char* folder;
+    bool read;
+    bool flagged;
+    std::vector<std::string> categories;
+  } rows[] = {{"Boîte de réception,Non lus,Clients/Ott", "Inbox\\", false, false, {"Clients/Ott"}},
+              {"Messages envoyés, OUVERT", "Sent Items\\", true, false, {}},
+              {"受信トレイ,未読,スター付き", "Inbox\\", false, true, {}},
+              {"Archived,Starred,Important", "Archive\\", true, true, {}},
+              {"Inbox,Spam,a,a,", "Junk E-mail\\", true, false, {"a"}},
+              {"", "Archive\\", true, false, {}}};
+  for (const auto& row : rows) {
+    StateFields fields;
+    EXPECT_EQ(TakeGmailLabels(row.labels, fields), row.folder) << row.labels;
+    EXPECT_EQ(fields.read, row.read) << row.labels;
+    EXPECT_EQ(fields.state.flagged, row.flagged) << row.labels;
+    EXPECT_EQ(fields.state.categories, row.categories) << row.labels;
+  }
 }
 
 // Folders that are two in the source and have one name in the target.

@@ -23,15 +23,15 @@ class FolderOperations : public LocalMailbox {
 
 TEST_F(FolderOperations, ANewMailboxHasItsWellKnownFolders) {
   const std::string answer = Search(WellKnown("msgfolderroot"), "");
-  EXPECT_TRUE(Holds(answer, {"TotalItemsInView=\"11\"", "IncludesLastItemInRange=\"false\"",
+  EXPECT_TRUE(Holds(answer, {"TotalItemsInView=\"12\"", "IncludesLastItemInRange=\"false\"",
                              "<t:CalendarFolder>"}));
   EXPECT_EQ(CountOf(answer, "<t:DisplayName>"), 10u);
   const std::string rest = Search(WellKnown("msgfolderroot"), "", "Shallow", 10);
-  EXPECT_EQ(CountOf(rest, "<t:DisplayName>"), 1u);
+  EXPECT_EQ(CountOf(rest, "<t:DisplayName>"), 2u);
   EXPECT_TRUE(Holds(rest, {"IncludesLastItemInRange=\"true\""}));
   // Counted from the end, the page ends in front of the last nine.
   EXPECT_EQ(CountOf(Search(WellKnown("msgfolderroot"), "", "Shallow", 9, "End"), "<t:DisplayName>"),
-            2u);
+            3u);
 }
 
 TEST_F(FolderOperations, NamesAreFoundInAnyCaseAsPartsOrAsAWholeAndBelowChildrenIfAsked) {
