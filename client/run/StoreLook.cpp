@@ -49,6 +49,17 @@ ews::FoundItem Shown(const rdo::FoundItem& item) {
   return found;
 }
 
+void FindIn(const IRDOItems& items, const TargetLook::Names& names, const TargetLook::Take& take) {
+  if (items.IsEmpty()) return;
+  const auto texts = [](const std::vector<CString>& from) {
+    std::vector<std::string> all;
+    for (const CString& text : from) all.push_back(text.ToUtf8());
+    return all;
+  };
+  items.Object()->Find(texts(names.keys), texts(names.messageIds),
+                       [&](const rdo::FoundItem& item) { take(Shown(item)); });
+}
+
 }  // namespace
 
 StoreLook::StoreLook(const Target& target) : m_path(PathOf(target)) {}
@@ -78,21 +89,23 @@ std::string StoreLook::Identity(const Place& place) {
   return FolderAt(place, &names).IsEmpty() ? place.path : names;
 }
 
-void StoreLook::Find(const Place& place, const CString& key, const CString& messageId,
-                     const Take& take) {
-  const IRDOItems items = FolderAt(place).GetItems();
-  if (items.IsEmpty()) return;
-  items.Object()->Find({key.ToUtf8()}, messageId.ToUtf8(),
-                       [&](const rdo::FoundItem& item) { take(Shown(item)); });
+void StoreLook::Find(const Place& place, const Names& names, const Take& take) {
+  FindIn(FolderAt(place).GetItems(), names, take);
 }
 
-void StoreLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
-                         const Take& take) {
-  const IRDOItems items = FolderAt(folder).GetItems();
-  if (items.IsEmpty()) return;
-  std::vector<std::string> texts;
-  for (const CString& key : keys) texts.push_back(key.ToUtf8());
-  items.Object()->Find(texts, {}, [&](const rdo::FoundItem& item) { take(Shown(item)); });
+bool StoreLook::HoldsAny(const Names& names) {
+  bool isThere = false;
+  std::vector<IRDOFolder> pending = {Root()};
+  while (!pending.empty() && !isThere) {
+    const IRDOFolder folder = std::move(pending.back());
+    pending.pop_back();
+    FindIn(folder.GetItems(), names, [&](const ews::FoundItem&) { isThere = true; });
+    const IRDOFolders below = folder.GetFolders();
+    for (IRDOFolder one = below.GetFirst(); !one.IsEmpty(); one = below.GetNext()) {
+      pending.push_back(one);
+    }
+  }
+  return isThere;
 }
 
 void StoreLook::List(const Place& place, const Take& take) {

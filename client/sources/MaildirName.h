@@ -17,4 +17,7 @@ struct MaildirName {
 
 MaildirName ParseMaildirName(std::string_view name);
 
+// What stays of a name: some programs add a number of their own when they see a mail first.
+std::string_view LastingPart(std::string_view name);
+
 }  // namespace client

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "client/sources/MaildirName.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/SourceFiles.h"
 
@@ -17,12 +18,6 @@ constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
 bool IsThere(const std::string& path) {
   struct stat status;
   return lstat(path.c_str(), &status) == 0;
-}
-
-// What stays of a name: some programs add a number of their own when they see a mail first.
-std::string_view LastingPart(std::string_view name) {
-  const std::size_t end = std::min(name.find_first_of(",:;!"), name.find(kOnWindowsDisks));
-  return name.substr(0, end);
 }
 
 // Where most mails go, which needs no search.
