@@ -137,20 +137,27 @@ void ServerLook::Find(const Place& place, const Names& names, const Take& take) 
 }
 
 // In a group there are only the folders that the run puts things into.
-bool ServerLook::HoldsAny(const Names& names) {
-  const auto filter = FilterFor(names);
-  if (!filter || m_target.Group()) return false;
-  for (int offset = 0; offset < kMostFolders;) {
+bool ServerLook::HoldsAny(const Is& is) {
+  for (int offset = 0; offset < kMostFolders && !m_target.Group();) {
     const ews::FolderView view(kFoldersOnPage, offset, ews::FolderView::Traversal::kDeep);
     const ews::FindFoldersResults found = Service().FindFolders(RootOf(m_target), view);
     for (const ews::Folder& folder : found.Folders()) {
-      const auto page = Service().FindItems(folder.Id(), filter.get(), ews::ItemView(1));
-      if (!page.arrItems.empty()) return true;
+      if (HoldsAny(folder.Id(), is)) return true;
     }
     offset += static_cast<int>(found.Folders().size());
     if (found.Folders().empty() || offset >= found.TotalCount()) break;
   }
   return false;
+}
+
+bool ServerLook::HoldsAny(const ews::FolderId& folder, const Is& is) {
+  for (int offset = 0;;) {
+    const ews::FindItemsResults page =
+        Service().FindItems(folder, nullptr, ews::ItemView(ews::ItemView::kMostOnPage, offset));
+    if (std::ranges::any_of(page.arrItems, is)) return true;
+    if (page.bLastPage || page.arrItems.empty()) return false;
+    offset += static_cast<int>(page.arrItems.size());
+  }
 }
 
 void ServerLook::List(const Place& place, const Take& take) {

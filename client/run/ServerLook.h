@@ -23,13 +23,14 @@ class ServerLook : public TargetLook {
   bool Has(const Place& place) override { return FolderAt(place).has_value(); }
   using TargetLook::Find;
   void Find(const Place& place, const Names& names, const Take& take) override;
-  bool HoldsAny(const Names& names) override;
+  bool HoldsAny(const Is& is) override;
   void List(const Place& place, const Take& take) override;
 
  private:
   ews::ExchangeService& Service() { return *m_service.Get(); }
   std::optional<ews::FolderId> FolderAt(const Place& place);
   std::optional<ews::FolderId> ChildOf(const ews::FolderId& parent, const CString& name);
+  bool HoldsAny(const ews::FolderId& folder, const Is& is);
   void Page(const Place& place, const ews::SearchFilter* filter, const Take& take);
   bool PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter, const Take& take,
                    bool toTheEnd);

@@ -49,15 +49,10 @@ ews::FoundItem Shown(const rdo::FoundItem& item) {
   return found;
 }
 
-void FindIn(const IRDOItems& items, const TargetLook::Names& names, const TargetLook::Take& take) {
-  if (items.IsEmpty()) return;
-  const auto texts = [](const std::vector<CString>& from) {
-    std::vector<std::string> all;
-    for (const CString& text : from) all.push_back(text.ToUtf8());
-    return all;
-  };
-  items.Object()->Find(texts(names.keys), texts(names.messageIds),
-                       [&](const rdo::FoundItem& item) { take(Shown(item)); });
+std::vector<std::string> Texts(const std::vector<CString>& from) {
+  std::vector<std::string> texts;
+  for (const CString& text : from) texts.push_back(text.ToUtf8());
+  return texts;
 }
 
 }  // namespace
@@ -90,16 +85,22 @@ std::string StoreLook::Identity(const Place& place) {
 }
 
 void StoreLook::Find(const Place& place, const Names& names, const Take& take) {
-  FindIn(FolderAt(place).GetItems(), names, take);
+  const IRDOItems items = FolderAt(place).GetItems();
+  if (items.IsEmpty()) return;
+  items.Object()->Find(Texts(names.keys), Texts(names.messageIds),
+                       [&](const rdo::FoundItem& item) { take(Shown(item)); });
 }
 
-bool StoreLook::HoldsAny(const Names& names) {
+bool StoreLook::HoldsAny(const Is& is) {
   bool isThere = false;
   std::vector<IRDOFolder> pending = {Root()};
   while (!pending.empty() && !isThere) {
     const IRDOFolder folder = std::move(pending.back());
     pending.pop_back();
-    FindIn(folder.GetItems(), names, [&](const ews::FoundItem&) { isThere = true; });
+    if (const IRDOItems items = folder.GetItems(); !items.IsEmpty()) {
+      items.Object()->ForEach(
+          [&](const rdo::FoundItem& item) { isThere = isThere || is(Shown(item)); });
+    }
     const IRDOFolders below = folder.GetFolders();
     for (IRDOFolder one = below.GetFirst(); !one.IsEmpty(); one = below.GetNext()) {
       pending.push_back(one);

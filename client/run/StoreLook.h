@@ -21,7 +21,7 @@ class StoreLook : public TargetLook {
   bool Has(const Place& place) override { return !FolderAt(place).IsEmpty(); }
   using TargetLook::Find;
   void Find(const Place& place, const Names& names, const Take& take) override;
-  bool HoldsAny(const Names& names) override;
+  bool HoldsAny(const Is& is) override;
   void List(const Place& place, const Take& take) override;
 
  private:

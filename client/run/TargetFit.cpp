@@ -193,25 +193,27 @@ struct ArrivedNames {
   Names names;
   std::size_t items = 0;
   std::string example;
-
-  void Add(const ArrivedNames& other) {
-    names.keys.insert(names.keys.end(), other.names.keys.begin(), other.names.keys.end());
-    names.messageIds.insert(names.messageIds.end(), other.names.messageIds.begin(),
-                            other.names.messageIds.end());
-    items += other.items;
-    if (example.empty()) example = other.example;
-  }
 };
 
-// What the journal says of the items: the content may be another by now.
+// Of an item that the run would pass over since this content arrived from this place.
+std::optional<JournalEntry> ArrivedFrom(const FitQuestion& question, const Plan::Entry& entry) {
+  std::optional<JournalEntry> known = question.journal.EntryAt(entry.item.location);
+  if (!known || known->result != ItemResult::kArrived || known->folder != entry.item.folder) {
+    return std::nullopt;
+  }
+  try {
+    return ItemLoader::Load(entry).hash == known->hash ? known : std::nullopt;
+  } catch (const SourceError&) {  // told when its turn comes
+    return std::nullopt;
+  }
+}
+
 ArrivedNames NamesOfArrived(const FitQuestion& question, const SomeOf& some) {
   ArrivedNames found;
   for (const std::size_t number : some.Numbers()) {
     const Plan::Entry entry = question.plan.entries[number];
-    const auto known = question.journal.EntryAt(entry.item.location);
-    if (!known || known->result != ItemResult::kArrived || known->folder != entry.item.folder) {
-      continue;
-    }
+    const std::optional<JournalEntry> known = ArrivedFrom(question, entry);
+    if (!known) continue;
     // A prepared item's id may stand in its descriptor alone.
     const std::string id(entry.IsMail() ? IdInKey(known->key) : std::string_view());
     const std::string key = question.hasKeys ? KeyOnItem(known->key) : std::string();
@@ -224,10 +226,9 @@ ArrivedNames NamesOfArrived(const FitQuestion& question, const SomeOf& some) {
   return found;
 }
 
-// A sample may hold just what its user took away: where nothing of it is there, all that lies in
-// the folders is set against all that the run knows, and the sample is looked for in every other
-// folder.
-bool IsAnythingThere(const FitQuestion& question, const Sample& arrived, const Names& sample) {
+// A sample may hold just what its user took away: where nothing of it is there, all that the target
+// holds, first in the folders of the run, is set against all that the run knows.
+bool IsAnythingThere(const FitQuestion& question, const Sample& arrived) {
   std::unordered_set<std::u16string> known;
   question.journal.EachItem([&](const Journal::ItemRow& row) {
     if (row.result != ItemResult::kArrived) return;
@@ -235,33 +236,33 @@ bool IsAnythingThere(const FitQuestion& question, const Sample& arrived, const N
     known.emplace(CString::FromUtf8(IdInKey(row.key)).Left(ews::kLongestFoundText).View());
   });
   known.erase(std::u16string());
-  const auto isKnown = [&known](const CString& text) {
-    return known.contains(std::u16string(text.View()));
+  const auto isKnown = [&known](const ews::FoundItem& found) {
+    if (StopRequested()) throw RunError("asked to stop");
+    return known.contains(std::u16string(found.strKey.View())) ||
+           known.contains(std::u16string(found.strMessageId.View()));
   };
   bool isThere = false;
   for (const Sample::Folder& folder : arrived.Folders()) {
-    if (StopRequested()) throw RunError("asked to stop");
-    question.look.List(folder.name, [&](const ews::FoundItem& found) {
-      isThere = isThere || isKnown(found.strKey) || isKnown(found.strMessageId);
-    });
+    question.look.List(folder.name,
+                       [&](const ews::FoundItem& found) { isThere = isThere || isKnown(found); });
     if (isThere) return true;
   }
-  return question.look.HoldsAny(sample);
+  return question.look.HoldsAny(isKnown);
 }
 
 Found WhatIsGone(const FitQuestion& question, const Sample& arrived) {
-  ArrivedNames all;
+  std::string example;
   bool isThere = false;
   for (const Sample::Folder* folder : arrived.SomeFolders()) {
     const ArrivedNames here = NamesOfArrived(question, folder->entries);
     question.look.Find(folder->name, here.names, [&](const ews::FoundItem&) { isThere = true; });
     if (isThere) return std::nullopt;
-    all.Add(here);
+    if (example.empty()) example = here.example;
   }
-  if (all.items == 0 || IsAnythingThere(question, arrived, all.names)) return std::nullopt;
+  if (example.empty() || IsAnythingThere(question, arrived)) return std::nullopt;
   return Misfit{fmt::format("the target holds nothing of what this run folder knows to be there "
                             "({}, for one): it was emptied, or is another one",
-                            all.example),
+                            example),
                 "If it is the right target, add --adopt to send again what is not there, or "
                 "--no-adopt to send only what is new"};
 }

@@ -50,9 +50,10 @@ class TargetLook {
   void Find(const Place& place, const CString& key, const CString& messageId, const Take& take) {
     Find(place, Names{{key}, {messageId}}, take);
   }
-  // Whether any folder of the target holds an item with one of the names: a question for each of
-  // its folders, of a mailbox with very many not for all.
-  virtual bool HoldsAny(const Names& names) = 0;
+  // Whether any folder of the target holds such an item. Lists them all, of a mailbox with very
+  // many folders not of all, until there is one.
+  using Is = std::function<bool(const ews::FoundItem&)>;
+  virtual bool HoldsAny(const Is& is) = 0;
   // Hands over every item of the folder.
   virtual void List(const Place& place, const Take& take) = 0;
 };
