@@ -207,7 +207,7 @@ FindFoldersResults ExchangeService::Find(const FolderId& objParent, const Search
   using enum SoapWriter::Vocabulary;
   const ResponseMessage objAnswer = CallForOne(Effect::kReads, [&](SoapWriter& objWriter) {
     objWriter.Start(kMessages, "FindFolder");
-    objWriter.Attribute("Traversal", std::string_view("Shallow"));
+    objWriter.Attribute("Traversal", std::string_view(objView.Deep() ? "Deep" : "Shallow"));
     objWriter.Start(kMessages, "FolderShape");
     objWriter.Element(kTypes, "BaseShape", std::string_view("AllProperties"));
     objWriter.End();

@@ -6,17 +6,21 @@
 
 namespace ews {
 
-// How much of a search's result is wanted: one page of direct children, behind the first nOffset.
+// How much of a search's result is wanted: one page behind the first nOffset, of direct children or
+// of all that lies below.
 class FolderView {
  public:
-  explicit FolderView(int nPageSize, int nOffset = 0)
-      : m_nPageSize(nPageSize), m_nOffset(nOffset) {}
+  enum class Traversal { kShallow, kDeep };
+  explicit FolderView(int nPageSize, int nOffset = 0, Traversal eTraversal = Traversal::kShallow)
+      : m_nPageSize(nPageSize), m_nOffset(nOffset), m_eTraversal(eTraversal) {}
   int PageSize() const { return m_nPageSize; }
   int Offset() const { return m_nOffset; }
+  bool Deep() const { return m_eTraversal == Traversal::kDeep; }
 
  private:
   int m_nPageSize;
   int m_nOffset;
+  Traversal m_eTraversal;
 };
 
 // The answer of a search, in the server's order.

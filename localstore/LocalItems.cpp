@@ -235,7 +235,7 @@ class LocalItems : public rdo::Items {
     info.isRead = !info.isDraft;
     return Wrap(std::move(content));
   }
-  void Find(const std::vector<std::string>& keys, const std::string& messageId,
+  void Find(const std::vector<std::string>& keys, const std::vector<std::string>& messageIds,
             const Take& take) override {
     std::vector<std::int64_t> taken;
     const auto search = [&](std::string_view property, const std::string& text) {
@@ -248,7 +248,7 @@ class LocalItems : public rdo::Items {
       }
     };
     for (const std::string& key : keys) search(kKey, key);
-    search(mailbox::kMessageIdKey, messageId);
+    for (const std::string& id : messageIds) search(mailbox::kMessageIdKey, id);
   }
   void ForEach(const Take& take) override {
     m_store->Do([&](auto& store) {

@@ -133,11 +133,11 @@ class Items {
   virtual int Count() = 0;
   virtual std::shared_ptr<Item> At(int nIndex) = 0;
   virtual std::shared_ptr<Item> Add(const CString& strMessageClass) = 0;
-  // Hands over those with one of the keys and those with the message id; nothing is looked for by
-  // an empty text. Or all.
+  // Hands over those with one of the keys or message ids; nothing is looked for by an empty text.
+  // Or all.
   using Take = std::function<void(const FoundItem&)>;
-  virtual void Find(const std::vector<std::string>& arrKeys, const std::string& strMessageId,
-                    const Take& fnTake) = 0;
+  virtual void Find(const std::vector<std::string>& arrKeys,
+                    const std::vector<std::string>& arrMessageIds, const Take& fnTake) = 0;
   virtual void ForEach(const Take& fnTake) = 0;
 };
 

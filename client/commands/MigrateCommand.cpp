@@ -11,23 +11,35 @@
 #include "client/commands/MigrateOutput.h"
 #include "client/commands/ProblemList.h"
 #include "client/commands/TargetLogon.h"
-#include "client/run/FilledTarget.h"
 #include "client/run/ItemKinds.h"
 #include "client/run/LedgerLook.h"
+#include "client/run/LedgerWriter.h"
 #include "client/run/LocalMailbox.h"
 #include "client/run/Migration.h"
 #include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
 #include "client/run/StoreLook.h"
+#include "client/run/TargetFit.h"
 #include "client/show/Console.h"
 #include "ews/Settings.h"
 
 namespace client {
 namespace {
 
-// Either of the two is enough to send nothing twice.
-bool KnowsNothing(Journal& journal, const RunFolder& run) {
-  return journal.IsNew() && !LedgerLook(run.File(std::string(kLedgerName))).HasRows();
+// What the run folder knows and the target has not is forgotten once the run is bound to adopt.
+bool ForgetsAll(const MigrateOptions& options, const Plan& plan, Journal& journal,
+                const RunFolder& run, const Say& say) {
+  if (options.noAdopt) return false;
+  const std::unique_ptr<TargetLook> look = LookAt(options.target);
+  LedgerLook ledger(run.File(std::string(kLedgerName)));
+  return ForgetsWhatMisfits({*look, plan, journal, ledger, !options.engine.asIs, options.adopt},
+                            say);
+}
+
+// The journal first: whoever finds rows and no journal goes on here.
+void ForgetAll(Journal& journal, const RunFolder& run) {
+  journal.ForgetAll();
+  LedgerWriter(run.File(std::string(kLedgerName))).RemoveAll();
 }
 
 // On a terminal only what failed gets a line, above the bar.
@@ -97,11 +109,10 @@ int Migrate(MigrateOptions& options, Console& console) {
   RequireLogon(options.target, engineOptions, run.Title(),
                options.engine.patienceGiven || IsBound(journal), waits, say);
   LogWaits(run.File("4LogFile.txt"));
-  if (!options.adopt && !options.noAdopt && KnowsNothing(journal, run)) {
-    RequireNotFilled(*LookAt(options.target), plan, say);
-  }
+  const bool forgetsAll = ForgetsAll(options, plan, journal, run, say);
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);
+  if (forgetsAll) ForgetAll(journal, run);
   journal.KeepFolderKinds(KindsOf(plan.entries.Items()));
 
   Migration migration({run, options.target, engineOptions, local.get(), options.fromMime,

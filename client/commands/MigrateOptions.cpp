@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include <fmt/format.h>
@@ -143,6 +144,25 @@ void RequireOutside(const MigrateOptions& options, const char* option, const std
   }
 }
 
+// What is listed twice would be sent twice where it has no id, with every run once more: the run
+// knows an item by its place.
+void RequireApart(const std::vector<std::string>& sources) {
+  std::set<std::filesystem::path> named;
+  for (const std::string& source : sources) {
+    if (named.emplace(source).second) continue;
+    throw UsageError(fmt::format("the source {} is named twice", source));
+  }
+  for (const std::string& source : sources) {
+    std::filesystem::path above(source);
+    while (above.has_relative_path()) {
+      above = above.parent_path();
+      if (!named.contains(above)) continue;
+      throw UsageError(fmt::format("the source {} lies in the source {}, which brings it along",
+                                   source, above.string()));
+    }
+  }
+}
+
 // The local mailbox is served by this program, which knows its address and certificate; a store by
 // nobody.
 void RequireNothingOfServers(const MigrateOptions& options) {
@@ -251,6 +271,7 @@ void CompleteOptions(MigrateOptions& options) {
   if (options.run.empty() && !options.dryRun) throw UsageError("--run is needed");
   Target& target = options.target;
   for (std::string& source : options.sources) source = FullPath(source);
+  RequireApart(options.sources);
   if (!options.run.empty()) RequireOutside(options, "--run", options.run);
   target.address = options.to;
   if (target.Local()) {

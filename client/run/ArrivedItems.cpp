@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "client/run/MailKey.h"
-#include "pipeline/ST_EML_INFO.h"
 
 namespace client {
 namespace {
@@ -37,7 +36,7 @@ ArrivedItems::ArrivedItems(Journal& journal, const Plan& plan) : m_journal(journ
   }
 }
 
-bool ArrivedItems::Has(const Plan::Entry& entry) { return entry.item.type != TYPE_EMAIL; }
+bool ArrivedItems::Has(const Plan::Entry& entry) { return !entry.IsMail(); }
 
 bool ArrivedItems::Take(const Plan::Entry& entry, const std::string& hash) {
   const auto found = m_entries.find(NameOf(entry.item.folder, hash));

@@ -12,10 +12,10 @@
 
 namespace client {
 
-// What earlier runs brought of events, tasks, contacts and groups. Equal ones are all sent, so
-// their content alone does not tell whether one is there already; and the places in their files do
-// not, for an event more moves all that stand behind it, and files get other names. How many of
-// them have arrived does: each counts once, wherever it lies now.
+// What earlier runs brought of events, tasks, contacts, groups and prepared items. Equal ones are
+// all sent, so their content alone does not tell whether one is there already; and the places in
+// their files do not, for an event more moves all that stand behind it, and files and folders get
+// other names. How many of them have arrived does: each counts once, wherever it lies now.
 class ArrivedItems {
  public:
   // Reads the journal where the plan has such items. Both must outlive this.

@@ -92,6 +92,14 @@ void ItemLoader::Name(const Plan::Entry& entry, LoadedItem& item) {
   item.ledgerKey = m_journal.ClaimKey(entry.item.folder, MailKey(item.id, item.hash), item.hash);
 }
 
+bool ItemLoader::WasNamed(Journal& journal, const Plan::Entry& entry, const LoadedItem& item) {
+  const std::string& folder = entry.item.folder;
+  if (entry.item.prepared && !item.id.empty()) return journal.OwnerOf(folder, item.id) == item.hash;
+  if (!entry.IsMail()) return journal.IsClaimed(folder, item.key);
+  return journal.MailOf(folder, item.hash).has_value() ||
+         journal.HasClaimed(folder, MailKey(item.id, item.hash), item.hash);
+}
+
 // Each is saved, be they alike: the key belongs to a place in the source.
 void ItemLoader::ClaimPlace(const Plan::Entry& entry, LoadedItem& item) {
   const std::string owner = OwnerOf(item, entry.item.location);

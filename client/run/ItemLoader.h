@@ -48,6 +48,9 @@ class ItemLoader {
   // another one, which the engine would pass over as known, and platform::SqliteError.
   void Name(const Plan::Entry& entry, LoadedItem& item);
 
+  // Whether an item of that folder with that content was ever named; it must have been identified.
+  static bool WasNamed(Journal& journal, const Plan::Entry& entry, const LoadedItem& item);
+
   // Who owns the key of an item without a row: its content at that place.
   static std::string OwnerOf(const LoadedItem& item, std::string_view location);
   // Gives the item a key that another place of the same content had.

@@ -261,6 +261,26 @@ std::vector<std::string> Journal::OpenKeys(std::string_view folder) {
   return keys;
 }
 
+void Journal::EachItem(const std::function<void(const ItemRow&)>& take) {
+  platform::SqliteStatement query = m_database.Prepare("SELECT source, key, result FROM item");
+  while (query.Step()) {
+    take({query.Text(0), query.Text(1), static_cast<ItemResult>(query.Int(2))});
+  }
+}
+
+std::optional<JournalEntry> Journal::EntryAt(std::string_view source) {
+  platform::SqliteStatement query = m_database.Prepare("SELECT * FROM item WHERE source = ?1");
+  if (!query.Bind(1, source).Step()) return std::nullopt;
+  return EntryIn(query);
+}
+
+void Journal::ForgetAll() {
+  m_database.Execute(
+      "PRAGMA synchronous=FULL; BEGIN IMMEDIATE; DELETE FROM item; DELETE FROM mail;"
+      " DELETE FROM late; DELETE FROM begun; DELETE FROM claim; COMMIT;"
+      " PRAGMA synchronous=NORMAL");
+}
+
 std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view part) {
   platform::SqliteStatement query = m_database.Prepare(
       "SELECT * FROM item WHERE result = ?1 AND instr(text, ?2) > 0 ORDER BY source");
@@ -338,6 +358,16 @@ std::string Journal::ClaimKey(std::string_view folder, std::string_view wantedKe
   std::string key(wantedKey);
   while (!Claim(folder, key, hash)) key = RepeatedKey(key, hash);
   return key;
+}
+
+bool Journal::HasClaimed(std::string_view folder, std::string_view wantedKey,
+                         std::string_view hash) {
+  std::string key(wantedKey);
+  for (;;) {
+    const std::optional<std::string> owner = OwnerOf(folder, key);
+    if (!owner || *owner == hash) return owner.has_value();
+    key = RepeatedKey(key, hash);
+  }
 }
 
 }  // namespace client

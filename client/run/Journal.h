@@ -120,6 +120,17 @@ class Journal {
   // Nothing came of what was begun, and nothing will. Not durable.
   void Forget(std::string_view folder, std::string_view key);
 
+  // What is kept of an item; the views are good until the next one.
+  struct ItemRow {
+    std::string_view source;
+    std::string_view key;
+    ItemResult result;
+  };
+  void EachItem(const std::function<void(const ItemRow&)>& take);
+  std::optional<JournalEntry> EntryAt(std::string_view source);
+  // Forgets every item and mail, and what it was to be known by. Durable.
+  void ForgetAll();
+
   // What came to that result with a text that holds that part, by source.
   std::vector<JournalEntry> EndedWith(ItemResult result, std::string_view part);
 
@@ -133,6 +144,8 @@ class Journal {
   // content that asks for it in that folder, a key with the hash appended for any other. The same
   // question always gets the same answer.
   std::string ClaimKey(std::string_view folder, std::string_view wantedKey, std::string_view hash);
+  // Whether that question was ever asked.
+  bool HasClaimed(std::string_view folder, std::string_view wantedKey, std::string_view hash);
   bool IsClaimed(std::string_view folder, std::string_view key);
   // True if content with another hash owns that key; and makes this content its owner.
   bool IsClaimedByOther(std::string_view folder, std::string_view key, std::string_view hash);

@@ -37,4 +37,9 @@ void LedgerWriter::Remove(std::string_view folder, std::string_view key, std::st
       .Run();
 }
 
+void LedgerWriter::RemoveAll() {
+  Open();
+  m_database.Execute("PRAGMA synchronous=FULL; DELETE FROM MAILBOXINFO; PRAGMA synchronous=NORMAL");
+}
+
 }  // namespace client

@@ -18,6 +18,8 @@ class LedgerWriter {
   void Enter(std::string_view folder, std::string_view key, std::string_view login);
   // Takes away the rows of an item that is not in the target any more.
   void Remove(std::string_view folder, std::string_view key, std::string_view login);
+  // Takes away every row. Durable.
+  void RemoveAll();
   // As LedgerLook::Close.
   void Close() { m_database.Close(); }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string_view>
 #include <unordered_set>
@@ -24,9 +25,25 @@ namespace client {
 namespace {
 
 constexpr int kFoldersOnPage = 200;
-constexpr int kMostReadings = 5;  // of a folder that others take items out of all the time
+constexpr int kMostFolders = 1000;  // that a search of all goes through
+constexpr int kMostReadings = 5;    // of a folder that others take items out of all the time
 
 bool EqualName(CString a, CString b) { return a.MakeUpper() == b.MakeUpper(); }
+
+// Null where there is no name.
+std::unique_ptr<ews::SearchFilter> FilterFor(const TargetLook::Names& names) {
+  std::vector<ews::IsEqualTo> equal;
+  const auto add = [&equal](const ews::ExtendedPropertyDefinition& property, const CString& text) {
+    if (!text.IsEmpty()) equal.emplace_back(property, text);
+  };
+  for (const CString& key : names.keys) add(ews::ItemKeyProperty(), key);
+  for (const CString& id : names.messageIds) add(ews::MessageIdProperty(), id);
+  if (equal.empty()) return nullptr;
+  if (equal.size() == 1) return std::make_unique<ews::IsEqualTo>(std::move(equal.front()));
+  auto any = std::make_unique<ews::SearchFilterCollection>(ews::LogicalOperator::Or);
+  for (ews::IsEqualTo& one : equal) any->Add(std::move(one));
+  return any;
+}
 
 // What fails in there is told with the folder's name.
 template <typename Work>
@@ -116,27 +133,32 @@ std::string ServerLook::Identity(const Place& place) {
   return id ? id->ToString().ToUtf8() : place.path;
 }
 
-void ServerLook::Find(const Place& place, const CString& key, const CString& messageId,
-                      const Take& take) {
-  const ews::IsEqualTo byKey(ews::ItemKeyProperty(), key);
-  const ews::IsEqualTo byId(ews::MessageIdProperty(), messageId);
-  if (key.IsEmpty() && messageId.IsEmpty()) return;
-  if (key.IsEmpty() || messageId.IsEmpty()) {
-    return Page(place, key.IsEmpty() ? &byId : &byKey, take);
-  }
-  ews::SearchFilterCollection either(ews::LogicalOperator::Or);
-  either.Add(byKey);
-  either.Add(byId);
-  Page(place, &either, take);
+void ServerLook::Find(const Place& place, const Names& names, const Take& take) {
+  if (const auto filter = FilterFor(names)) Page(place, filter.get(), take);
 }
 
-void ServerLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
-                          const Take& take) {
-  if (keys.empty()) return;
-  if (keys.size() == 1) return Find(folder, keys.front(), CString(), take);
-  ews::SearchFilterCollection any(ews::LogicalOperator::Or);
-  for (const CString& key : keys) any.Add(ews::IsEqualTo(ews::ItemKeyProperty(), key));
-  Page(folder, &any, take);
+// In a group there are only the folders that the run puts things into.
+bool ServerLook::HoldsAny(const Is& is) {
+  for (int offset = 0; offset < kMostFolders && !m_target.Group();) {
+    const ews::FolderView view(kFoldersOnPage, offset, ews::FolderView::Traversal::kDeep);
+    const ews::FindFoldersResults found = Service().FindFolders(RootOf(m_target), view);
+    for (const ews::Folder& folder : found.Folders()) {
+      if (HoldsAny(folder.Id(), is)) return true;
+    }
+    offset += static_cast<int>(found.Folders().size());
+    if (found.Folders().empty() || offset >= found.TotalCount()) break;
+  }
+  return false;
+}
+
+bool ServerLook::HoldsAny(const ews::FolderId& folder, const Is& is) {
+  for (int offset = 0;;) {
+    const ews::FindItemsResults page =
+        Service().FindItems(folder, nullptr, ews::ItemView(ews::ItemView::kMostOnPage, offset));
+    if (std::ranges::any_of(page.arrItems, is)) return true;
+    if (page.bLastPage || page.arrItems.empty()) return false;
+    offset += static_cast<int>(page.arrItems.size());
+  }
 }
 
 void ServerLook::List(const Place& place, const Take& take) {

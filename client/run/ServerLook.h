@@ -21,16 +21,16 @@ class ServerLook : public TargetLook {
 
   std::string Identity(const Place& place) override;
   bool Has(const Place& place) override { return FolderAt(place).has_value(); }
-  void Find(const Place& place, const CString& key, const CString& messageId,
-            const Take& take) override;
-  void FindKeys(const std::string& folder, const std::vector<CString>& keys,
-                const Take& take) override;
+  using TargetLook::Find;
+  void Find(const Place& place, const Names& names, const Take& take) override;
+  bool HoldsAny(const Is& is) override;
   void List(const Place& place, const Take& take) override;
 
  private:
   ews::ExchangeService& Service() { return *m_service.Get(); }
   std::optional<ews::FolderId> FolderAt(const Place& place);
   std::optional<ews::FolderId> ChildOf(const ews::FolderId& parent, const CString& name);
+  bool HoldsAny(const ews::FolderId& folder, const Is& is);
   void Page(const Place& place, const ews::SearchFilter* filter, const Take& take);
   bool PageThrough(const ews::FolderId& folder, const ews::SearchFilter* filter, const Take& take,
                    bool toTheEnd);

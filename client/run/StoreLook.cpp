@@ -49,6 +49,12 @@ ews::FoundItem Shown(const rdo::FoundItem& item) {
   return found;
 }
 
+std::vector<std::string> Texts(const std::vector<CString>& from) {
+  std::vector<std::string> texts;
+  for (const CString& text : from) texts.push_back(text.ToUtf8());
+  return texts;
+}
+
 }  // namespace
 
 StoreLook::StoreLook(const Target& target) : m_path(PathOf(target)) {}
@@ -78,21 +84,29 @@ std::string StoreLook::Identity(const Place& place) {
   return FolderAt(place, &names).IsEmpty() ? place.path : names;
 }
 
-void StoreLook::Find(const Place& place, const CString& key, const CString& messageId,
-                     const Take& take) {
+void StoreLook::Find(const Place& place, const Names& names, const Take& take) {
   const IRDOItems items = FolderAt(place).GetItems();
   if (items.IsEmpty()) return;
-  items.Object()->Find({key.ToUtf8()}, messageId.ToUtf8(),
+  items.Object()->Find(Texts(names.keys), Texts(names.messageIds),
                        [&](const rdo::FoundItem& item) { take(Shown(item)); });
 }
 
-void StoreLook::FindKeys(const std::string& folder, const std::vector<CString>& keys,
-                         const Take& take) {
-  const IRDOItems items = FolderAt(folder).GetItems();
-  if (items.IsEmpty()) return;
-  std::vector<std::string> texts;
-  for (const CString& key : keys) texts.push_back(key.ToUtf8());
-  items.Object()->Find(texts, {}, [&](const rdo::FoundItem& item) { take(Shown(item)); });
+bool StoreLook::HoldsAny(const Is& is) {
+  bool isThere = false;
+  std::vector<IRDOFolder> pending = {Root()};
+  while (!pending.empty() && !isThere) {
+    const IRDOFolder folder = std::move(pending.back());
+    pending.pop_back();
+    if (const IRDOItems items = folder.GetItems(); !items.IsEmpty()) {
+      items.Object()->ForEach(
+          [&](const rdo::FoundItem& item) { isThere = isThere || is(Shown(item)); });
+    }
+    const IRDOFolders below = folder.GetFolders();
+    for (IRDOFolder one = below.GetFirst(); !one.IsEmpty(); one = below.GetNext()) {
+      pending.push_back(one);
+    }
+  }
+  return isThere;
 }
 
 void StoreLook::List(const Place& place, const Take& take) {

@@ -19,10 +19,9 @@ class StoreLook : public TargetLook {
 
   std::string Identity(const Place& place) override;
   bool Has(const Place& place) override { return !FolderAt(place).IsEmpty(); }
-  void Find(const Place& place, const CString& key, const CString& messageId,
-            const Take& take) override;
-  void FindKeys(const std::string& folder, const std::vector<CString>& keys,
-                const Take& take) override;
+  using TargetLook::Find;
+  void Find(const Place& place, const Names& names, const Take& take) override;
+  bool HoldsAny(const Is& is) override;
   void List(const Place& place, const Take& take) override;
 
  private:

@@ -39,13 +39,21 @@ class TargetLook {
 
   using Take = std::function<void(const ews::FoundItem&)>;
 
-  // Hands over the items of the folder that carry the key or the id; nothing is looked for by an
-  // empty one. A folder that is not there holds none.
-  virtual void Find(const Place& place, const CString& key, const CString& messageId,
-                    const Take& take) = 0;
-  // The same for items that carry one of those keys.
-  virtual void FindKeys(const std::string& folder, const std::vector<CString>& keys,
-                        const Take& take) = 0;
+  // What items are looked for by; by an empty text, or none at all, none is found.
+  struct Names {
+    std::vector<CString> keys;
+    std::vector<CString> messageIds;
+  };
+  // Hands over the items of the folder that carry one of the names. A folder that is not there
+  // holds none.
+  virtual void Find(const Place& place, const Names& names, const Take& take) = 0;
+  void Find(const Place& place, const CString& key, const CString& messageId, const Take& take) {
+    Find(place, Names{{key}, {messageId}}, take);
+  }
+  // Whether any folder of the target holds such an item. Lists them all, of a mailbox with very
+  // many folders not of all, until there is one.
+  using Is = std::function<bool(const ews::FoundItem&)>;
+  virtual bool HoldsAny(const Is& is) = 0;
   // Hands over every item of the folder.
   virtual void List(const Place& place, const Take& take) = 0;
 };

@@ -11,7 +11,14 @@ constexpr std::array<std::string_view, 4> kSeparators = {":2,", ";2,", "!2,",
                                                          "\xEF\x80\xBA"
                                                          "2,"};
 
+constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
+
 }  // namespace
+
+std::string_view LastingPart(std::string_view name) {
+  const std::size_t end = std::min(name.find_first_of(",:;!"), name.find(kOnWindowsDisks));
+  return name.substr(0, end);
+}
 
 MaildirName ParseMaildirName(std::string_view name) {
   MaildirName parts;

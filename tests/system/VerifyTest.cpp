@@ -146,10 +146,15 @@ TEST_F(Verify, ANewRunFolderAdoptsWhatTheTargetHoldsAndSendsTheRest) {
   EXPECT_EQ(adopted["there_already"], mails.count + 2);
   EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), before + 1);
   EXPECT_EQ(Check("run2").status, 0);
-  // What was adopted is known by itself from here on.
+  // What was adopted is known by itself from here on, wherever its folder lies.
+  std::filesystem::rename(folder.File("source/P/1"), folder.File("source/P/9"));
   EXPECT_EQ(SummaryOf(MigrateInto("run2", {}))["sent"], 0);
+
   std::filesystem::remove(folder.File("run2/journal.db"));
-  EXPECT_EQ(SummaryOf(MigrateInto("run2", {}))["sent"], 2) << "without ids there are no rows";
+  DeleteItem("new");
+  EXPECT_THAT(MigrateInto("run2", {}), FailsWith("has lost its journal"));
+  EXPECT_EQ(SummaryOf(MigrateInto("run2", {"--adopt"}))["sent"], 1) << "its row proves nothing";
+  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), before + 1);
 }
 
 TEST_F(Verify, ANewRunFolderSendsNothingASecondTimeUnlessToldTo) {
@@ -173,6 +178,77 @@ TEST_F(Verify, ANewRunFolderSendsNothingASecondTimeUnlessToldTo) {
   EXPECT_EQ(SummaryOf(MigrateInto("run3", {}))["sent"], 1);
 }
 
+TEST_F(Verify, ACopyOfARunFolderSendsNothingThatItDoesNotKnowASecondTime) {
+  for (const char* name : {"A/cur/1:2,", "A/cur/2:2,", "A/new/3", "B/cur/1:2,"}) {
+    folder.Write(std::string("source/") + name, Mail("", name));
+  }
+  for (const char* part : {"A/new", "A/tmp", "B/new", "B/tmp"}) {
+    std::filesystem::create_directories(folder.File(std::string("source/") + part));
+  }
+  const std::string card =
+      "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann Lee\r\nN:Lee;Ann;;;\r\nEND:VCARD\r\n";
+  folder.Write("source/people.vcf", card);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 5);
+  std::filesystem::copy(folder.File("run"), folder.File("copy"),
+                        std::filesystem::copy_options::recursive);
+  for (int i = 0; i < 40; ++i) {
+    folder.Write("source/A/new/0" + std::to_string(i), Mail("", "late" + std::to_string(i)));
+  }
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 40);
+  folder.Write("source/B/new/0", Mail("", "the newest"));
+  EXPECT_THAT(MigrateInto("copy", {}), FailsWith("never sent them"));
+  EXPECT_EQ(SummaryOf(MigrateInto("copy", {"--adopt"}))["sent"], 1);
+
+  // What is read since, is equal or is new is no hindrance.
+  std::filesystem::rename(folder.File("source/A/new/3"), folder.File("source/A/cur/3:2,S"));
+  folder.Write("source/B/cur/equal:2,", Mail("", "B/cur/1:2,"));
+  folder.Write("source/again.vcf", card);
+  folder.Write("source/B/new/00", Mail("", "one more"));
+  EXPECT_EQ(SummaryOf(MigrateInto("copy", {}))["sent"], 2);
+}
+
+TEST_F(Verify, ATargetThatWasEmptiedIsToldAndOneWhoseUserTookMailsAwayIsNot) {
+  constexpr int kMails = 40;
+  for (int i = 0; i < kMails; ++i) {
+    const std::string n = std::to_string(i);
+    folder.Write((i % 2 ? "source/A/" : "source/B/") + n + ".eml",
+                 Mail(i % 4 < 2 ? "<" + n + "@x.example>" : "", "body " + n + ";"));
+  }
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], kMails);
+  std::filesystem::remove_all(folder.File("mailbox"));
+  EXPECT_THAT(Migrate(folder), FailsWith("it was emptied, or is another one"));
+  EXPECT_EQ(SummaryOf(Migrate(folder, {"--no-adopt"}))["sent"], 0);
+  EXPECT_EQ(SummaryOf(Migrate(folder, {"--adopt"}))["sent"], kMails);
+  EXPECT_EQ(Arrived().size(), static_cast<std::size_t>(kMails));
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 0);
+
+  for (int i = 0; i < kMails; ++i) {
+    if (i != 33) DeleteItem("body " + std::to_string(i) + ";");
+  }
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 0) << "one is there";
+  {
+    mailbox::Store store(folder.File("mailbox/mailbox.db"));
+    const StoredItem last = ItemsOf(folder.File("mailbox")).at(0);
+    const auto elsewhere = store.CreateFolder(*store.Folder(last.info.folder), "Kept", "IPF.Note");
+    store.MoveItem(last.info.id, elsewhere->id);
+  }
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 0) << "one is below";
+  DeleteItem("body 33;");
+  EXPECT_THAT(Migrate(folder), FailsWith("it was emptied"));
+}
+
+TEST_F(Verify, WithoutKeysAnEmptiedTargetIsKnownByMessageIdsAlone) {
+  folder.Write("source/1.eml", Mail("", "without an id"));
+  EXPECT_EQ(SummaryOf(Migrate(folder, {"--as-is"}))["sent"], 1);
+  std::filesystem::remove_all(folder.File("mailbox"));
+  EXPECT_EQ(SummaryOf(Migrate(folder, {"--as-is"}))["sent"], 0) << "nobody can tell";
+  folder.Write("source/2.eml", Mail("<2@x.example>", "with one"));
+  EXPECT_EQ(SummaryOf(Migrate(folder, {"--as-is"}))["sent"], 1);
+  EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], 0) << "its id stands there";
+  std::filesystem::remove_all(folder.File("mailbox"));
+  EXPECT_THAT(Migrate(folder, {"--as-is"}), FailsWith("2.eml"));
+}
+
 TEST_F(Verify, SourcesThatMovedGoOnWithAdoptAndOneMayBeAdded) {
   const Generated mails = WriteMails(folder, 30);
   EXPECT_EQ(SummaryOf(Migrate(folder))["sent"], mails.count);
@@ -186,6 +262,19 @@ TEST_F(Verify, SourcesThatMovedGoOnWithAdoptAndOneMayBeAdded) {
   const json summary = SummaryOf(RunProgram("tarny", arguments, folder.Path()));
   EXPECT_EQ(summary["sent"], 1);
   EXPECT_EQ(summary["there_already"], mails.count);
+
+  // What two sources list would be sent twice.
+  std::filesystem::create_directory_symlink(folder.File("moved"), folder.File("link"));
+  std::filesystem::create_directory(folder.File("moved/below"));
+  for (const char* other : {"moved", "link/.", "link/below"}) {
+    arguments[2] = folder.File(other);
+    for (const char* command : {"migrate", "verify"}) {
+      arguments[0] = command;
+      const Result refused = RunProgram("tarny", arguments, folder.Path());
+      EXPECT_EQ(refused.status, 2) << refused.out;
+      EXPECT_THAT(refused.err, HasSubstr("the source " + folder.File("moved")));
+    }
+  }
 }
 
 TEST_F(Verify, ItemsWithEqualIdsAreToldApartInAnyOrder) {

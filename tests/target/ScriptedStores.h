@@ -104,7 +104,8 @@ struct ScriptedItems : rdo::Items {
     script.Call("new " + messageClass.ToUtf8());
     return std::make_shared<ScriptedItem>(script, saved, messageClass);
   }
-  void Find(const std::vector<std::string>&, const std::string&, const Take&) override {}
+  void Find(const std::vector<std::string>&, const std::vector<std::string>&,
+            const Take&) override {}
   void ForEach(const Take&) override {}
 
   Script& script;
