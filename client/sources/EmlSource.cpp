@@ -2,14 +2,18 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <map>
 
 #include "base/AsciiText.h"
+#include "client/sources/FolderNames.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/Names.h"
+#include "client/sources/OtherFiles.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/TagNames.h"
 #include "client/sources/TreeEntries.h"
@@ -54,7 +58,8 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   const std::string path = folder.path + "/" + entry.name;
   if (entry.kind == EntryKind::kFolder) {
     if (IsFolderBesideMail(folder, entry.name)) return;
-    below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels});
+    below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels,
+                     folder.isInMaildir});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     listing.items.Add({path, TargetOf(folder.levels), true, 0, entry.size});
   } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
@@ -62,7 +67,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   } else if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
     // Together with those beside it.
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
-    // What systems leave in folders: nobody's mail, and no news to anyone.
+    others.TakeHidden(entry, listing);
   } else if (entry.kind == EntryKind::kFile) {
     others.Take(entry, listing);
   } else {
@@ -70,11 +75,24 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   }
 }
 
-void TakeTreeFolder(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                    MboxKind mbox, Listing& listing, std::vector<SourceFolder>& below) {
-  // One that holds something is made with it, and may be for items of another kind than mail.
-  if (entries.empty()) listing.folders.push_back(TargetOf(folder.levels));
-  const bool isMaildir = MaildirSource::IsMaildir(folder.path);
+// Of a program's own files a folder of it may have some, and no mail.
+bool HoldsNothing(const SourceFolder& folder, const std::vector<FolderEntry>& entries) {
+  const bool isApples = AppleMailboxOf(folder.path) == folder.path;
+  return std::ranges::all_of(entries, [&](const FolderEntry& entry) {
+    return entry.kind == EntryKind::kFile &&
+           (entry.name.starts_with('.') || (isApples && IsBesideMail(entry.name)));
+  });
+}
+
+void TakeTreeFolder(SourceFolder folder, const std::vector<FolderEntry>& entries, MboxKind mbox,
+                    Listing& listing, std::vector<SourceFolder>& below) {
+  // One that holds something is made with it, and may be for items of another kind than mail. What
+  // is no Maildir in a Maildir is its server's.
+  if (!folder.isInMaildir && HoldsNothing(folder, entries)) {
+    listing.folders.push_back(TargetOf(folder.levels));
+  }
+  const bool isMaildir = IsMaildir(folder.path);
+  folder.isInMaildir = folder.isInMaildir || isMaildir;
   if (isMaildir) ListMaildirFolder(folder, listing);
   const OtherTreeFiles others(folder, entries, mbox);
   for (const FolderEntry& entry : entries) {
@@ -146,9 +164,15 @@ std::string EmlSource::Read(const SourceItem& item) const {
   }
 }
 
-// So mail programs mark a file that is to be opened for writing on.
-void EmlSource::AddState(std::string_view bytes, MailState& state) const {
-  if (::mail::trimmed(::mail::MailHeader(bytes).text("X-Unsent")) == "1") state.draft = true;
+// So mail programs mark a file that is to be opened for writing on. In a store it is its sender's
+// word.
+void EmlSource::AddState(const SourceItem& item, std::string_view bytes, MailState& state) const {
+  if (!EndsWithNoCase(item.location, ".eml")) return;
+  if (::mail::trimmed(::mail::MailHeader(bytes).text("X-Unsent")) != "1") return;
+  const std::filesystem::path folder = std::filesystem::path(item.location).parent_path();
+  const bool isInStore =
+      IsMaildirPart(folder.filename().string()) && IsMaildir(folder.parent_path().string());
+  state.draft = state.draft || !isInStore;
 }
 
 }  // namespace client

@@ -1,7 +1,10 @@
 #include "client/sources/MaildirName.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+
+#include "client/sources/SourceFiles.h"
 
 namespace client {
 namespace {
@@ -19,6 +22,7 @@ MaildirName ParseMaildirName(std::string_view name) {
     const std::size_t found = name.rfind(separator);
     if (found == std::string_view::npos || found < begin) continue;
     begin = found;
+    parts.hasState = true;
     parts.letters = name.substr(found + separator.size());
   }
   std::int64_t time = 0;
@@ -27,6 +31,14 @@ MaildirName ParseMaildirName(std::string_view name) {
   if (isNumber && time > 0) parts.time = time;
   parts.isCopy = name.find(",U=") != std::string_view::npos;
   return parts;
+}
+
+bool IsMaildirName(std::string_view name) {
+  static constexpr std::array<std::string_view, 5> kOthers = {".eml", ".emlx", ".ics", ".vcs",
+                                                              ".vcf"};
+  const auto isEnd = [&](std::string_view end) { return EndsWithNoCase(name, end); };
+  const MaildirName parts = ParseMaildirName(name);
+  return (parts.hasState || parts.time) && std::ranges::none_of(kOthers, isEnd);
 }
 
 }  // namespace client

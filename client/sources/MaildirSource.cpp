@@ -11,7 +11,6 @@
 
 #include "base/AsciiText.h"
 #include "client/sources/CourierKeywords.h"
-#include "client/sources/FolderWalk.h"
 #include "client/sources/MaildirName.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/MovedMail.h"
@@ -97,17 +96,6 @@ std::string DotLevels(std::string_view name) {
   return levels;
 }
 
-// The files that programs keep beside the folders of a Maildir are no mail.
-void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
-               std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
-  const std::string path = folder.path + "/" + entry.name;
-  if (entry.kind == EntryKind::kFolder) {
-    below.push_back({path, folder.levels + MaildirLevels(entry.name), folder.levels});
-  } else if (entry.kind == EntryKind::kFolderLink) {
-    problems.push_back(OddEntry(path, entry.kind));
-  }
-}
-
 // While one Maildir is listed.
 struct OneMaildir {
   const SourceFolder& folder;
@@ -133,7 +121,8 @@ void AddOdd(const std::string& path, EntryKind kind, OneMaildir& maildir, Listin
                : OddEntry(path, kind));
 }
 
-// What has no letters in a Maildir without new/ is of a program that keeps its state elsewhere.
+// What has no place for letters in a Maildir without new/ is of a program that keeps its state
+// elsewhere.
 void AddMails(const char* part, OneMaildir& maildir, Listing& listing) {
   const std::string path = maildir.folder.path + "/" + part;
   EachEntry(path, listing.problems, [&](const FolderEntry& entry) {
@@ -141,7 +130,7 @@ void AddMails(const char* part, OneMaildir& maildir, Listing& listing) {
     const std::string file = path + "/" + entry.name;
     if (entry.kind != EntryKind::kFile) return AddOdd(file, entry.kind, maildir, listing);
     const MaildirName name = ParseMaildirName(entry.name);
-    const bool isRead = name.Has('S') || (!maildir.hasNew && name.letters.empty());
+    const bool isRead = name.Has('S') || (!maildir.hasNew && !name.hasState);
     SourceItem item{file, TargetOf(maildir.folder.levels), isRead, 0, entry.size};
     item.state = StateOf(entry, name, maildir.keywords);
     listing.items.Add(item);
@@ -163,8 +152,12 @@ void AddNewOnes(ItemList& newOnes, std::size_t firstOfCur, OneMaildir& maildir, 
 
 }  // namespace
 
-bool MaildirSource::IsMaildir(const std::string& path) {
-  return IsFolder(path + "/cur") && (IsFolder(path + "/new") || IsFolder(path + "/tmp"));
+bool IsMaildir(const std::string& path) {
+  const bool hasCur = IsFolder(path + "/cur");
+  const bool hasNew = IsFolder(path + "/new");
+  if (hasCur && (hasNew || IsFolder(path + "/tmp"))) return true;
+  return (hasCur && HasName(path + "/cur", IsMaildirName)) ||
+         (hasNew && HasName(path + "/new", IsMaildirName));
 }
 
 bool IsMaildirPart(std::string_view name) {
@@ -189,26 +182,9 @@ void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
   Listing newOnes;
   if (maildir.hasNew) AddMails("new", maildir, newOnes);
   const std::size_t first = listing.items.size();
-  AddMails("cur", maildir, listing);
+  if (IsFolder(folder.path + "/cur")) AddMails("cur", maildir, listing);
   AddNewOnes(newOnes.items, first, maildir, listing.items);
   std::ranges::move(newOnes.problems, std::back_inserter(listing.problems));
-}
-
-Listing MaildirSource::List() const {
-  return WalkFolders(m_path,
-                     [&](const SourceFolder& folder, const std::vector<FolderEntry>& entries,
-                         Listing& listing, std::vector<SourceFolder>& below) {
-                       const bool maildir = IsMaildir(folder.path);
-                       if (maildir) ListMaildirFolder(folder, listing);
-                       for (const FolderEntry& entry : entries) {
-                         if (maildir && IsMaildirPart(entry.name)) continue;
-                         AddFolder(folder, entry, below, listing.problems);
-                       }
-                     });
-}
-
-std::string MaildirSource::Read(const SourceItem& item) const {
-  return m_moved.Read(item.location);
 }
 
 }  // namespace client

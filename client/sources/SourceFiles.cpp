@@ -88,15 +88,28 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
   return entries;
 }
 
+bool HasName(const std::string& folder, bool (*is)(std::string_view name)) {
+  int left = 100;
+  bool any = false;
+  std::vector<SourceProblem> ignored;
+  EachName(folder, ignored, [&](std::string_view name) {
+    any = is(name);
+    return !any && --left > 0;
+  });
+  return any;
+}
+
 SourceProblem OddEntry(const std::string& path, EntryKind kind) {
-  switch (kind) {
-    case EntryKind::kFolder:
-      return {path, "a folder where mail belongs"};
-    case EntryKind::kFolderLink:
-      return {path, "a link to a folder", /*isUnread=*/true};
-    default:
-      return {path, "neither a file nor a folder, or a dead link"};
-  }
+  if (kind == EntryKind::kFolder) return {path, "a folder where mail belongs", /*isUnread=*/true};
+  if (kind == EntryKind::kFolderLink) return {path, "a link to a folder", /*isUnread=*/true};
+  struct stat status;
+  if (stat(path.c_str(), &status) == 0) return {path, "neither a file nor a folder"};
+  // Nobody knows what stands there.
+  const int error = errno;
+  const bool isLink = lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+  return {path,
+          isLink ? "a dead link" : std::string("cannot be looked at: ") + std::strerror(error),
+          /*isUnread=*/true};
 }
 
 platform::UniqueFd OpenSourceFile(const std::string& path, Links links) {
@@ -172,6 +185,11 @@ bool LooksLikeField(std::string_view line) {
   if (end == 0) return false;
   while (end < line.size() && (line[end] == ' ' || line[end] == '\t')) ++end;
   return end < line.size() && line[end] == ':';
+}
+
+std::string_view WithoutRelayTrace(std::string_view mail) {
+  if (!mail.starts_with(kQuotedFrom)) return mail;
+  return mail.substr(std::min(mail.find('\n'), mail.size() - 1) + 1);
 }
 
 void RequireMail(std::string_view bytes) {

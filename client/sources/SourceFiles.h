@@ -45,6 +45,9 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
 void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
                const std::function<void(const FolderEntry& entry)>& take);
 
+// Among the first hundred names of a folder.
+bool HasName(const std::string& folder, bool (*is)(std::string_view name));
+
 // What stands in a source where neither mail nor a folder to enter can be.
 SourceProblem OddEntry(const std::string& path, EntryKind kind);
 
@@ -73,6 +76,9 @@ bool EndsWithNoCase(std::string_view name, std::string_view suffix);
 
 // "Name:" at the start of a line, as a header field begins; blanks may stand before the colon.
 bool LooksLikeField(std::string_view line);
+
+// Without the line ">From …" that an old relay puts in front of a header.
+std::string_view WithoutRelayTrace(std::string_view mail);
 
 // Throws SourceError for bytes in which no header of a mail can be seen. Damaged mail passes.
 void RequireMail(std::string_view bytes);

@@ -33,6 +33,8 @@ class OtherTreeFiles {
   OtherTreeFiles(const SourceFolder& folder, const std::vector<FolderEntry>& entries,
                  MboxKind mbox);
   void Take(const FolderEntry& entry, Listing& listing) const;
+  // A file whose name begins with a dot: the problem that it looks like mail, if it does.
+  void TakeHidden(const FolderEntry& entry, Listing& listing) const;
   // The levels of the target that a folder in it adds to its own: "Name\", "Name\" of "Name.sbd"
   // and "Name.mbox", none of what programs put between.
   std::string LevelsOfFolder(std::string_view name) const;
