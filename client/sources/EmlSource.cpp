@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <iterator>
 #include <map>
 
@@ -169,9 +168,7 @@ std::string EmlSource::Read(const SourceItem& item) const {
 void EmlSource::AddState(const SourceItem& item, std::string_view bytes, MailState& state) const {
   if (!EndsWithNoCase(item.location, ".eml")) return;
   if (::mail::trimmed(::mail::MailHeader(bytes).text("X-Unsent")) != "1") return;
-  const std::filesystem::path folder = std::filesystem::path(item.location).parent_path();
-  const bool isInStore =
-      IsMaildirPart(folder.filename().string()) && IsMaildir(folder.parent_path().string());
+  const bool isInStore = HoldsMailOfMaildir(item.location.substr(0, item.location.rfind('/')));
   state.draft = state.draft || !isInStore;
 }
 

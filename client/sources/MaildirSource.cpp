@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <filesystem>
 #include <iterator>
 #include <map>
 #include <string_view>
@@ -23,6 +24,24 @@ namespace {
 bool IsFolder(const std::string& path) {
   struct stat status;
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// One that cannot be read may be a mail.
+bool BeginsWithField(const std::string& path) {
+  constexpr std::uint64_t kHead = 1024;  // bytes
+  try {
+    return LooksLikeField(WithoutRelayTrace(ReadFileRange(path, 0, kHead)));
+  } catch (const SourceError&) {
+    return true;
+  }
+}
+
+// Without a place for letters a name may be that of any file which begins with a number.
+bool HasMail(const std::string& part) {
+  return HasName(part, [&](std::string_view name) {
+    return IsMaildirName(name) &&
+           (ParseMaildirName(name).hasState || BeginsWithField(part + "/" + std::string(name)));
+  });
 }
 
 // Behind the letters "a" to "z": one a line, "0 $Forwarded", numbered for this folder alone.
@@ -156,8 +175,14 @@ bool IsMaildir(const std::string& path) {
   const bool hasCur = IsFolder(path + "/cur");
   const bool hasNew = IsFolder(path + "/new");
   if (hasCur && (hasNew || IsFolder(path + "/tmp"))) return true;
-  return (hasCur && HasName(path + "/cur", IsMaildirName)) ||
-         (hasNew && HasName(path + "/new", IsMaildirName));
+  return (hasCur && HasMail(path + "/cur")) || (hasNew && HasMail(path + "/new"));
+}
+
+bool HoldsMailOfMaildir(const std::string& path) {
+  const std::filesystem::path folder(path);
+  const std::string maildir = folder.parent_path().string();
+  return (folder.filename() == "cur" || folder.filename() == "new") &&
+         IsMaildir(maildir.empty() ? "." : maildir);
 }
 
 bool IsMaildirPart(std::string_view name) {

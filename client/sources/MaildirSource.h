@@ -8,9 +8,11 @@
 
 namespace client {
 
-// Holds cur, and new or tmp; or one of cur and new alone, where it has mails by their names: what
+// Holds cur, and new or tmp; or one of cur and new alone, where mail lies in it by its names: what
 // copies a Maildir may leave empty folders out.
 bool IsMaildir(const std::string& path);
+// cur or new of one.
+bool HoldsMailOfMaildir(const std::string& path);
 // One of the three folders that make a Maildir.
 bool IsMaildirPart(std::string_view name);
 // The name of a folder beside them, or of a Maildir in a plain folder, as levels below that:

@@ -88,7 +88,7 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
   return entries;
 }
 
-bool HasName(const std::string& folder, bool (*is)(std::string_view name)) {
+bool HasName(const std::string& folder, const std::function<bool(std::string_view name)>& is) {
   int left = 100;
   bool any = false;
   std::vector<SourceProblem> ignored;

@@ -46,7 +46,7 @@ void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
                const std::function<void(const FolderEntry& entry)>& take);
 
 // Among the first hundred names of a folder.
-bool HasName(const std::string& folder, bool (*is)(std::string_view name));
+bool HasName(const std::string& folder, const std::function<bool(std::string_view name)>& is);
 
 // What stands in a source where neither mail nor a folder to enter can be.
 SourceProblem OddEntry(const std::string& path, EntryKind kind);

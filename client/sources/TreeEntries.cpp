@@ -9,7 +9,6 @@
 #include "client/sources/CutParts.h"
 #include "client/sources/Emlx.h"
 #include "client/sources/HashedName.h"
-#include "client/sources/MaildirName.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/ModifiedUtf7.h"
@@ -49,9 +48,7 @@ std::string TextOf(const std::string& path) {
 
 // It may belong to a source of another kind.
 SourceProblem LeftOut(const SourceFolder& folder, const std::string& path, std::string_view head) {
-  const std::string_view parent = std::string_view(folder.path).substr(folder.path.rfind('/') + 1);
-  const bool isPart = parent == "cur" || parent == "new";
-  if (isPart && IsMaildirName(path.substr(folder.path.size() + 1))) {
+  if (HoldsMailOfMaildir(folder.path)) {
     return {path, "it lies in a Maildir: name that as a source", /*isUnread=*/true};
   }
   if (std::string form = UnreadMailForm(path, head); !form.empty()) {
