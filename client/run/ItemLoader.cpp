@@ -60,7 +60,7 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
     const bool isMail = !entry.item.IsOther();
     if (isMail) item.bytes = MimeBytes(std::move(item.bytes));
     item.state = entry.item.state;
-    if (isMail) entry.source->AddState(item.bytes, item.state);
+    if (isMail) entry.source->AddState(entry.item, item.bytes, item.state);
     item.hash = isMail ? ContentHash(item.bytes) : platform::Sha256Hex(item.bytes);
     if (isMail) AddFiles(entry, item);
   }

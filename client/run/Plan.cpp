@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "client/run/ItemKinds.h"
+#include "client/sources/FolderNames.h"
 #include "client/sources/PreparedItem.h"
 #include "client/sources/SpecialFolders.h"
 #include "platform/CString.h"
@@ -51,9 +52,7 @@ std::string HolderOf(const SourceItem& item, const std::string& source) {
     if (holder.ends_with(part)) holder.resize(holder.size() - part.size());
   }
   // Apple Mail divides a folder of many mails among folders with numbers.
-  constexpr std::string_view kMbox = ".mbox";
-  const std::size_t mbox = holder.rfind(".mbox/");
-  if (mbox != std::string::npos) holder.resize(mbox + kMbox.size());
+  if (const std::size_t mailbox = AppleMailboxOf(holder).size()) holder.resize(mailbox);
   if (holder.size() <= source.size()) return std::string(LastName(source));
   return holder.substr(source.size() + 1);
 }
@@ -182,13 +181,13 @@ void SpellAsBefore(ItemList& items, const std::vector<std::string>& spellings) {
 }
 
 bool StaysBehind(const SourceItem& item, const PlanOptions& options, Plan& plan) {
-  const bool isDeleted = item.state.deleted && !options.withDeleted;
+  if (options.withDeleted) return false;
   if (item.isStoreData) {
     ++plan.storeData;
-  } else if (isDeleted) {
+  } else if (item.state.deleted) {
     ++plan.deleted;
   }
-  return item.isStoreData || isDeleted;
+  return item.isStoreData || item.state.deleted;
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <iterator>
 #include <map>
 
@@ -9,11 +10,13 @@
 #include "client/sources/CutParts.h"
 #include "client/sources/DboxStore.h"
 #include "client/sources/Emlx.h"
+#include "client/sources/FolderNames.h"
 #include "client/sources/FolderWalk.h"
 #include "client/sources/IcsFile.h"
 #include "client/sources/MailProfiles.h"
 #include "client/sources/MaildirSource.h"
 #include "client/sources/Names.h"
+#include "client/sources/OtherFiles.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/SpecialUse.h"
 #include "client/sources/TagNames.h"
@@ -50,7 +53,8 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   if (entry.kind == EntryKind::kFolder) {
     if (IsFolderBesideMail(folder, entry.name)) return;
     if (auto store = DboxStoreAt(path)) return listing.problems.push_back(*std::move(store));
-    below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels});
+    below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels,
+                     folder.isInMaildir});
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     listing.items.Add({path, TargetOf(folder.levels), true, 0, entry.size});
   } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
@@ -64,16 +68,25 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   }
 }
 
-void TakeTreeFolder(const SourceFolder& folder, MboxKind mbox, Listing& listing,
+// Of a program's own files a folder of it may have some, and no mail.
+bool IsNothing(const SourceFolder& folder, const FolderEntry& entry) {
+  if (entry.kind != EntryKind::kFile) return false;
+  const bool isApples = AppleMailboxOf(folder.path) == folder.path;
+  return entry.name.starts_with('.') || (isApples && IsBesideMail(entry.name));
+}
+
+void TakeTreeFolder(SourceFolder folder, MboxKind mbox, Listing& listing,
                     std::vector<SourceFolder>& below) {
-  const bool isMaildir = MaildirSource::IsMaildir(folder.path);
+  const bool isMaildir = IsMaildir(folder.path);
+  const bool isServers = folder.isInMaildir;  // no Maildir, and in one
+  folder.isInMaildir = folder.isInMaildir || isMaildir;
   if (isMaildir) ListMaildirFolder(folder, listing);
   NameProfilesElsewhere(folder.path, listing.problems);
   const OtherTreeFiles others(folder, mbox);
-  bool isEmpty = true;
+  bool holdsNothing = true;
   std::vector<std::string> cards;
   EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {
-    isEmpty = false;
+    holdsNothing = holdsNothing && IsNothing(folder, entry);
     if (isMaildir && IsMaildirPart(entry.name)) return;
     if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
       cards.push_back(folder.path + "/" + entry.name);
@@ -83,7 +96,7 @@ void TakeTreeFolder(const SourceFolder& folder, MboxKind mbox, Listing& listing,
   });
   AddCards(cards, folder.levels, listing);
   // One that holds something is made with it, and may be for items of another kind than mail.
-  if (isEmpty) listing.folders.push_back(TargetOf(folder.levels));
+  if (holdsNothing && !isServers) listing.folders.push_back(TargetOf(folder.levels));
 }
 
 // Each profile has names of its own; none lies in another.
@@ -158,9 +171,13 @@ void EmlSource::AddFiles(const SourceItem& item, std::string& bytes, FilesBeside
   if (IsPartialEmlxName(item.location)) AddCutParts(item.location, bytes, files);
 }
 
-// So mail programs mark a file that is to be opened for writing on.
-void EmlSource::AddState(std::string_view bytes, MailState& state) const {
-  if (::mail::trimmed(::mail::MailHeader(bytes).text("X-Unsent")) == "1") state.draft = true;
+// So mail programs mark a file that is to be opened for writing on. In a store it is its sender's
+// word.
+void EmlSource::AddState(const SourceItem& item, std::string_view bytes, MailState& state) const {
+  if (!EndsWithNoCase(item.location, ".eml")) return;
+  if (::mail::trimmed(::mail::MailHeader(bytes).text("X-Unsent")) != "1") return;
+  const bool isInStore = HoldsMailOfMaildir(item.location.substr(0, item.location.rfind('/')));
+  state.draft = state.draft || !isInStore;
 }
 
 }  // namespace client

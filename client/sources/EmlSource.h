@@ -18,13 +18,10 @@ class EmlSource : public Source {
   EmlSource(std::string path, MboxKind mbox) : m_path(std::move(path)), m_mbox(mbox) {}
   static bool IsOne(const std::string& path);  // by the name of a file
 
-  const char* Kind() const override {
-    return "a tree of mail, calendars, cards and prepared items";
-  }
   Listing List() const override;
   std::string Read(const SourceItem& item) const override;
   void AddFiles(const SourceItem& item, std::string& bytes, FilesBeside& files) const override;
-  void AddState(std::string_view bytes, MailState& state) const override;
+  void AddState(const SourceItem& item, std::string_view bytes, MailState& state) const override;
 
  private:
   std::string m_path;

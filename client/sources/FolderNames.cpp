@@ -36,16 +36,10 @@ bool IsVersion(std::string_view name) {
 
 std::string_view LastName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
-// Among the first names of a folder.
-bool HasName(const std::string& folder, bool (*is)(std::string_view name)) {
-  int left = 100;
-  bool any = false;
-  std::vector<SourceProblem> ignored;
-  EachName(folder, ignored, [&](std::string_view name) {
-    any = is(name);
-    return !any && --left > 0;
-  });
-  return any;
+// "NAME.mbox/UUID/Data/4/2/Messages/24001.emlx"; once it was "NAME.mbox/Messages/24001.emlx".
+bool IsApplePart(std::string_view name) {
+  const bool isDigit = name.size() == 1 && name.front() >= '0' && name.front() <= '9';
+  return isDigit || name == "Data" || name == "Messages" || IsUuid(name);
 }
 
 // The checksum in the names that offlineimap gives mails.
@@ -75,6 +69,25 @@ bool IsAboveEvolutionFolders(const SourceFolder& parent, std::string_view name) 
   const std::string path = parent.path + "/" + std::string(name);
   if (name == "mail") return IsThere(path + "/local/..maildir++");
   return name == "local" && LastName(parent.path) == "mail" && IsThere(path + "/..maildir++");
+}
+
+std::string_view AppleMailboxOf(std::string_view path) {
+  constexpr std::string_view kMbox = ".mbox";
+  for (;;) {
+    const std::string_view name = LastName(path);
+    if (name.size() > kMbox.size() && name.ends_with(kMbox)) return path;
+    if (name.size() == path.size() || !IsApplePart(name)) return {};
+    path.remove_suffix(name.size() + 1);
+  }
+}
+
+bool IsBetweenAppleFolders(const SourceFolder& parent, std::string_view name) {
+  return IsApplePart(name) && !AppleMailboxOf(parent.path).empty();
+}
+
+bool IsAppleAttachments(const SourceFolder& parent, std::string_view name) {
+  return name == "Attachments" && !AppleMailboxOf(parent.path).empty() &&
+         IsThere(parent.path + "/Messages");
 }
 
 bool HasLevelsByDots(const SourceFolder& parent, std::string_view name) {

@@ -18,6 +18,13 @@ bool IsAppleMailData(const SourceFolder& parent, std::string_view name);
 
 // An Evolution has its own Maildir two levels below its data.
 bool IsAboveEvolutionFolders(const SourceFolder& parent, std::string_view name);
+// The "NAME.mbox" that a folder is, or lies in with nothing between but what Apple Mail puts there;
+// empty for any other. A view into the path.
+std::string_view AppleMailboxOf(std::string_view path);
+// That program puts it between a folder and its mail.
+bool IsBetweenAppleFolders(const SourceFolder& parent, std::string_view name);
+// Holds bodies of parts, which are read with their mails.
+bool IsAppleAttachments(const SourceFolder& parent, std::string_view name);
 
 // A Maildir that offlineimap wrote, whose name divides levels by dots: "Projekte.Kunde".
 bool HasLevelsByDots(const SourceFolder& parent, std::string_view name);

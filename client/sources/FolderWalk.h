@@ -11,8 +11,9 @@ namespace client {
 // A folder of a source on the way through it.
 struct SourceFolder {
   std::string path;
-  std::string levels;  // its target below the root's, each level ended by a backslash
-  std::string parent;  // the levels of the folder that it lies in
+  std::string levels;        // its target below the root's, each level ended by a backslash
+  std::string parent;        // the levels of the folder that it lies in
+  bool isInMaildir = false;  // it is one, or lies in one
 };
 
 // Where mail of a folder of those levels goes: the root's goes to the Inbox.

@@ -40,22 +40,28 @@ bool IsMonth(std::string_view word) {
 }
 
 bool IsDay(std::string_view word) { return IsNumber(word, 1, 2); }
-bool IsYear(std::string_view word) { return IsNumber(word, 4, 4); }
+bool IsYear(std::string_view word) { return IsNumber(word, 4, 4) || IsNumber(word, 2, 2); }
 
-// 10:11 or 10:11:12.
+// 10:11, 10:11:12 or 10:11:12.123.
 bool IsTime(std::string_view word) {
   const std::size_t colon = word.find(':');
   if (colon == std::string_view::npos || !IsNumber(word.substr(0, colon), 1, 2)) return false;
   word.remove_prefix(colon + 1);
   if (IsNumber(word, 2, 2)) return true;
+  const std::size_t dot = std::min(word.find('.'), word.size());
+  if (dot < word.size() && !IsNumber(word.substr(dot + 1), 1, 9)) return false;
+  word = word.substr(0, dot);
   return word.size() == 5 && word[2] == ':' && IsNumber(word.substr(0, 2), 2, 2) &&
          IsNumber(word.substr(3), 2, 2);
 }
 
-// "+0100", "CET", "(CET)".
+// "+0100", "CET", "(CET)", "GMT+1".
 bool IsZone(std::string_view word) {
   if (word.starts_with('+') || word.starts_with('-')) return IsNumber(word.substr(1), 4, 4);
   if (word.starts_with('(') && word.ends_with(')')) word = word.substr(1, word.size() - 2);
+  const std::size_t sign = std::min(word.find_first_of("+-"), word.size());
+  if (sign < word.size() && !IsNumber(word.substr(sign + 1), 1, 4)) return false;
+  word = word.substr(0, sign);
   return !word.empty() && word.size() <= 5 && std::ranges::all_of(word, mail::isAsciiLetter);
 }
 
@@ -68,9 +74,20 @@ Words WithoutRelay(Words words) {
   return relayed ? words.first(count - 3) : words;
 }
 
+// 2019-03-05
+bool IsIsoDay(std::string_view word) {
+  return word.size() == 10 && word[4] == '-' && word[7] == '-' &&
+         IsNumber(word.substr(0, 4), 4, 4) && IsNumber(word.substr(5, 2), 2, 2) &&
+         IsNumber(word.substr(8), 2, 2);
+}
+
 // The words of a date from the day of the week to the end of the line, those of a relay left out;
 // zone gets its place.
 bool IsDate(Words words, FromLine::Zone& zone) {
+  if (words.size() >= 2 && IsIsoDay(words[0]) && IsTime(words[1])) {
+    zone = words.size() > 2 ? FromLine::Zone::kBehindYear : FromLine::Zone::kNone;
+    return AreZones(words.subspan(2));
+  }
   if (words.size() < 5 || !IsWeekday(words[0])) return false;
   zone = FromLine::Zone::kNone;
   if (IsDay(words[1]) && IsMonth(words[2]) && IsYear(words[3]) && IsTime(words[4])) {

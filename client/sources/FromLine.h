@@ -8,7 +8,8 @@
 namespace client {
 
 inline constexpr std::string_view kFrom = "From ";
-inline constexpr std::size_t kLongestFromLine = 1024;  // bytes; a longer line parts no mails
+inline constexpr std::string_view kQuotedFrom = ">From ";  // also an old relay's trace
+inline constexpr std::size_t kLongestFromLine = 1024;      // bytes; a longer line parts no mails
 
 // A line that may stand between two mails of an mbox file:
 //
@@ -18,6 +19,8 @@ inline constexpr std::size_t kLongestFromLine = 1024;  // bytes; a longer line p
 //   From - Wed Nov 25 09:04:38 2026
 //   From jane Tue, 05 Mar 2019 10:11:12 +0000
 //   From jane Tue Mar  5 10:11 2019 remote from host
+//   From jane Tue Mar  5 10:11:12 GMT+1 19
+//   From jane 2019-03-05 10:11:12
 //
 // The sender may be anything, with blanks in it, or missing: what follows decides.
 struct FromLine {
@@ -30,7 +33,7 @@ struct FromLine {
   Shape shape = Shape::kOther;
   Zone zone = Zone::kNone;
   std::string_view sender;
-  std::string_view date;   // from the day of the week on; empty but for kDated
+  std::string_view date;   // up to the end; empty but for kDated
   bool twoBlanks = false;  // or more, between the two
 };
 

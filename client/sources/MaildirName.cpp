@@ -4,6 +4,8 @@
 #include <array>
 #include <charconv>
 
+#include "client/sources/SourceFiles.h"
+
 namespace client {
 namespace {
 
@@ -27,6 +29,7 @@ MaildirName ParseMaildirName(std::string_view name) {
     const std::size_t found = name.rfind(separator);
     if (found == std::string_view::npos || found < begin) continue;
     begin = found;
+    parts.hasState = true;
     parts.letters = name.substr(found + separator.size());
   }
   std::int64_t time = 0;
@@ -37,10 +40,12 @@ MaildirName ParseMaildirName(std::string_view name) {
   return parts;
 }
 
-std::string_view LastingPart(std::string_view name) {
-  constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
-  const std::size_t end = std::min(name.find_first_of(",:;!"), name.find(kOnWindowsDisks));
-  return name.substr(0, end);
+bool IsMaildirName(std::string_view name) {
+  static constexpr std::array<std::string_view, 5> kOthers = {".eml", ".emlx", ".ics", ".vcs",
+                                                              ".vcf"};
+  const auto isEnd = [&](std::string_view end) { return EndsWithNoCase(name, end); };
+  const MaildirName parts = ParseMaildirName(name);
+  return (parts.hasState || parts.time) && std::ranges::none_of(kOthers, isEnd);
 }
 
 }  // namespace client

@@ -11,6 +11,7 @@ namespace client {
 struct MaildirName {
   std::optional<std::int64_t> time;  // seconds since 1970 UTC: when it came into this Maildir
   bool isCopy = false;               // by a program that copies whole mailboxes
+  bool hasState = false;             // ":2," stands in it, with letters or without
   std::string_view letters;          // a view into the name; empty where there are none
   bool Has(char letter) const { return letters.find(letter) != std::string_view::npos; }
 };
@@ -20,5 +21,8 @@ MaildirName ParseMaildirName(std::string_view name);
 // What stays of a name, a view into it: letters change, and some programs add a number of their own
 // when they see a mail first.
 std::string_view LastingPart(std::string_view name);
+
+// Begins with a time or has a place for letters, and does not end as files of other stores do.
+bool IsMaildirName(std::string_view name);
 
 }  // namespace client

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <ranges>
 #include <string_view>
@@ -10,8 +11,6 @@
 #include "base/AsciiText.h"
 #include "client/sources/CourierKeywords.h"
 #include "client/sources/DovecotKeywords.h"
-#include "client/sources/FolderWalk.h"
-#include "client/sources/MailBeside.h"
 #include "client/sources/MaildirName.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/MovedMail.h"
@@ -25,6 +24,24 @@ namespace {
 bool IsFolder(const std::string& path) {
   struct stat status;
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// One that cannot be read may be a mail.
+bool BeginsWithField(const std::string& path) {
+  constexpr std::uint64_t kHead = 1024;  // bytes
+  try {
+    return LooksLikeField(WithoutRelayTrace(ReadFileRange(path, 0, kHead)));
+  } catch (const SourceError&) {
+    return true;
+  }
+}
+
+// Without a place for letters a name may be that of any file which begins with a number.
+bool HasMail(const std::string& part) {
+  return HasName(part, [&](std::string_view name) {
+    return IsMaildirName(name) &&
+           (ParseMaildirName(name).hasState || BeginsWithField(part + "/" + std::string(name)));
+  });
 }
 
 DovecotKeywords KeywordsOf(const std::string& folder) {
@@ -79,19 +96,6 @@ std::string DotLevels(std::string_view name) {
   return levels;
 }
 
-// The files that programs keep beside the folders of a Maildir are no mail, as a rule.
-void AddFolder(const SourceFolder& folder, const FolderEntry& entry,
-               std::vector<SourceFolder>& below, std::vector<SourceProblem>& problems) {
-  const std::string path = folder.path + "/" + entry.name;
-  if (entry.kind == EntryKind::kFolder) {
-    below.push_back({path, folder.levels + MaildirLevels(entry.name), folder.levels});
-  } else if (entry.kind == EntryKind::kFolderLink) {
-    problems.push_back(OddEntry(path, entry.kind));
-  } else if (entry.kind == EntryKind::kFile) {
-    NameMailBeside(path, entry, problems);
-  }
-}
-
 // While one Maildir is listed.
 struct OneMaildir {
   const SourceFolder& folder;
@@ -117,7 +121,8 @@ void AddOdd(const std::string& path, EntryKind kind, OneMaildir& maildir, Listin
                : OddEntry(path, kind));
 }
 
-// What has no letters in a Maildir without new/ is of a program that keeps its state elsewhere.
+// What has no place for letters in a Maildir without new/ is of a program that keeps its state
+// elsewhere.
 void AddMails(const char* part, OneMaildir& maildir, Listing& listing) {
   const std::string path = maildir.folder.path + "/" + part;
   EachEntry(path, listing.problems, [&](const FolderEntry& entry) {
@@ -125,7 +130,7 @@ void AddMails(const char* part, OneMaildir& maildir, Listing& listing) {
     const std::string file = path + "/" + entry.name;
     if (entry.kind != EntryKind::kFile) return AddOdd(file, entry.kind, maildir, listing);
     const MaildirName name = ParseMaildirName(entry.name);
-    const bool isRead = name.Has('S') || (!maildir.hasNew && name.letters.empty());
+    const bool isRead = name.Has('S') || (!maildir.hasNew && !name.hasState);
     SourceItem item{file, TargetOf(maildir.folder.levels), isRead, 0, entry.size};
     item.state = StateOf(entry, name, maildir.keywords);
     listing.items.Add(item);
@@ -168,8 +173,18 @@ void AddNewOnes(ItemList& newOnes, std::size_t firstOfCur, OneMaildir& maildir, 
 
 }  // namespace
 
-bool MaildirSource::IsMaildir(const std::string& path) {
-  return IsFolder(path + "/cur") && (IsFolder(path + "/new") || IsFolder(path + "/tmp"));
+bool IsMaildir(const std::string& path) {
+  const bool hasCur = IsFolder(path + "/cur");
+  const bool hasNew = IsFolder(path + "/new");
+  if (hasCur && (hasNew || IsFolder(path + "/tmp"))) return true;
+  return (hasCur && HasMail(path + "/cur")) || (hasNew && HasMail(path + "/new"));
+}
+
+bool HoldsMailOfMaildir(const std::string& path) {
+  const std::filesystem::path folder(path);
+  const std::string maildir = folder.parent_path().string();
+  return (folder.filename() == "cur" || folder.filename() == "new") &&
+         IsMaildir(maildir.empty() ? "." : maildir);
 }
 
 bool IsMaildirPart(std::string_view name) {
@@ -194,27 +209,9 @@ void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
   Listing newOnes;
   if (maildir.hasNew) AddMails("new", maildir, newOnes);
   const std::size_t first = listing.items.size();
-  AddMails("cur", maildir, listing);
+  if (IsFolder(folder.path + "/cur")) AddMails("cur", maildir, listing);
   AddNewOnes(newOnes.items, first, maildir, listing.items);
   std::ranges::move(newOnes.problems, std::back_inserter(listing.problems));
-}
-
-Listing MaildirSource::List() const {
-  SpecialUse uses;
-  return WalkFolders(
-      m_path, [&](const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below) {
-        uses.See(folder, listing);
-        const bool maildir = IsMaildir(folder.path);
-        if (maildir) ListMaildirFolder(folder, listing);
-        EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {
-          if (maildir && IsMaildirPart(entry.name)) return;
-          AddFolder(folder, entry, below, listing.problems);
-        });
-      });
-}
-
-std::string MaildirSource::Read(const SourceItem& item) const {
-  return m_moved.Read(item.location);
 }
 
 }  // namespace client

@@ -7,12 +7,14 @@
 #include <utility>
 
 #include "base/AsciiText.h"
+#include "charset/ByteOrderMarks.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
 namespace {
 
-constexpr std::string_view kQuotedFrom = ">From ";  // an old relay's trace in front of a header
+using mail::byte_order::kUtf8Mark;
+
 constexpr std::string_view kContentLength = "Content-Length:";
 constexpr std::string_view kMozillaStatus = "X-Mozilla-Status";
 constexpr std::size_t kMostOfLine = kFrom.size() + kLongestFromLine + 2;
@@ -40,6 +42,11 @@ std::optional<std::uint64_t> LengthIn(std::string_view line) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
   const bool isNumber = error == std::errc() && end == text.data() + text.size();
   return isNumber && text.size() <= kMostDigits ? std::optional(length) : std::nullopt;
+}
+
+// By the word of who named the kind, no line of a text begins with "From ".
+bool QuotesAll(MboxKind kind) {
+  return kind == MboxKind::kMboxo || kind == MboxKind::kMboxrd || kind == MboxKind::kMboxcl;
 }
 
 bool CountsLength(MboxKind kind) { return kind != MboxKind::kMboxo && kind != MboxKind::kMboxrd; }
@@ -156,7 +163,13 @@ void MboxSplitter::Feed(std::string_view bytes) {
 }
 
 void MboxSplitter::TakeLine(const Line& line) {
+  if (m_at.bytes == 0 && line.head.starts_with(kUtf8Mark)) {
+    constexpr std::size_t kMark = kUtf8Mark.size();
+    m_at = {kMark, kMark};
+    return TakeLine({line.head.substr(kMark), line.isWhole, line.crLf, line.size - kMark});
+  }
   if (m_from) Decide(&line);
+  if (m_fieldsOfSuspect) CountFieldOfSuspect(line);
   const Place behind{m_at.bytes + line.size, m_at.withoutCr + line.size - (line.crLf ? 1 : 0)};
   const bool isFrom = line.head.starts_with(kFrom);
   if (isFrom) {
@@ -168,6 +181,17 @@ void MboxSplitter::TakeLine(const Line& line) {
   }
   m_afterBlank = line.IsBlank();
   m_at = behind;
+}
+
+// Two fields in a row are a header; one alone may be a line of any text.
+void MboxSplitter::CountFieldOfSuspect(const Line& line) {
+  constexpr int kLeastFields = 2;
+  if (!LooksLikeField(line.head)) {
+    m_fieldsOfSuspect.reset();
+  } else if (++*m_fieldsOfSuspect == kLeastFields) {
+    m_fieldsOfSuspect.reset();
+    ++m_candidate->suspects;
+  }
 }
 
 // Empty lines between a "From " line and the header are those of a program that put them there.
@@ -207,19 +231,22 @@ void MboxSplitter::Decide(const Line* next) {
   // One directly behind another is of the same mail.
   const bool again = m_inHeader && !m_hasField && !m_fromAfterBlank;
   const bool field = next != nullptr && LooksLikeField(next->head);
+  const bool isAlone = m_fromAfterBlank && field;
   bool counts = isFirst;
   switch (m_shape) {
     case FromLine::Shape::kDated:
       counts = counts || m_fromAfterBlank || field;
       break;
     case FromLine::Shape::kBare:
-      counts = counts || (m_first == m_shape && (m_fromAfterBlank || field)) ||
+      counts = counts || (isAlone && QuotesAll(m_kind)) ||
+               (m_first == m_shape && (m_fromAfterBlank || field)) ||
                (next != nullptr && next->head.starts_with(kMozillaStatus));
       break;
     case FromLine::Shape::kOther:
-      counts = counts || (m_first == m_shape && m_fromAfterBlank && field);
+      counts = counts || (isAlone && (QuotesAll(m_kind) || m_first == m_shape));
       break;
   }
+  if (!counts && isAlone) m_fieldsOfSuspect = 0;
   if (!counts || again) return;
   EndCandidate();
   const bool isDoubtful = !isFirst && m_shape == FromLine::Shape::kDated && CountsLength(m_kind);
@@ -259,6 +286,7 @@ MboxSplitter::Mails MboxSplitter::Finish() {
     const std::size_t byLength = EndByLength(i, m_at);
     const std::size_t next = byLength > i ? byLength : i + 1;
     const Candidate candidate = m_candidates[i];
+    if (byLength <= i) m_suspects += candidate.suspects;
     const std::uint64_t begin = candidate.line.bytes;
     const std::uint64_t end =
         next < m_candidates.size() ? m_candidates[next].line.bytes : m_at.bytes;

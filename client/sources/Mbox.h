@@ -30,7 +30,8 @@ std::optional<MboxKind> MboxKindNamed(std::string_view name);
 //   itself, unless the kind is one that quotes such lines;
 //   a bare "From " where X-Mozilla-Status follows; and any bare one, behind an empty line or before
 //   a field, where the file begins with one;
-//   one with something else behind an empty line and before a field, where the file begins so.
+//   one with something else behind an empty line and before a field, where the file begins so, or
+//   where the kind quotes such lines in a text.
 //
 // But a Content-Length that leads exactly to such a line, or to the end of the file, is believed:
 // what lies before is text. In a file whose line ends became CR LF later it does not count the CRs.
@@ -50,6 +51,9 @@ class MboxSplitter {
   void Feed(std::string_view bytes);
   // After the last piece: the mails in the order of the file, each ending where the next begins.
   Mails Finish();
+  // After that: lines in the mails, undated, behind an empty line and before two fields, by which
+  // a mail may begin or another mail is quoted. Where a length is believed they are text.
+  std::uint64_t Suspects() const { return m_suspects; }
 
  private:
   // In bytes as they are and as they would be without the CR of each CR LF.
@@ -62,7 +66,8 @@ class MboxSplitter {
     std::optional<Place> body;
     std::optional<std::uint64_t> length;  // what Content-Length says
     bool afterBlank = false;
-    bool isDoubtful = false;  // text stands where its first field should
+    bool isDoubtful = false;     // text stands where its first field should
+    std::uint32_t suspects = 0;  // behind it, up to the next
   };
   struct Line {
     std::string_view head;  // its first kMostOfLine bytes
@@ -75,6 +80,7 @@ class MboxSplitter {
   void TakeLine(const Line& line);
   void Decide(const Line* next);
   void TakeHeaderLine(const Line& line, Place behind);
+  void CountFieldOfSuspect(const Line& line);
   void EndHeader();
   void EndCandidate();
   std::size_t EndByLength(std::size_t mail, Place end) const;
@@ -93,6 +99,8 @@ class MboxSplitter {
   bool m_inHeader = false;                 // of that
   bool m_hasField = false;                 // and a line of it was seen
   int m_fields = 0;                        // lines of it that are fields, where it is doubtful
+  std::optional<int> m_fieldsOfSuspect;    // lines so far behind one that are fields
+  std::uint64_t m_suspects = 0;
   bool m_afterBlank = true;  // the next line stands at the start or behind an empty line
 };
 

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include <fmt/format.h>
+
+#include "charset/ByteOrderMarks.h"
 #include "client/sources/EudoraToc.h"
 #include "client/sources/GmailLabels.h"
 #include "client/sources/Mbox.h"
@@ -14,6 +17,8 @@
 
 namespace client {
 namespace {
+
+using ::mail::byte_order::kUtf8Mark;
 
 constexpr std::uint64_t kMostHeader = 1 << 20;  // bytes in which state is looked for
 
@@ -32,15 +37,26 @@ StateFields FieldsOf(const std::string& path, const MboxSplitter::Mail& mail, st
 }
 
 template <typename Splitter>
-MboxSplitter::Mails Split(const std::string& path, Splitter splitter) {
+MboxSplitter::Mails Split(const std::string& path, Splitter& splitter) {
   ReadPieces(OpenSourceFile(path, Links::kFollow),
              [&](std::string_view bytes) { splitter.Feed(bytes); });
   return splitter.Finish();
 }
 
-MboxSplitter::Mails MailsOf(const std::string& path, MboxKind kind) {
-  const bool isMmdf = IsMmdf(ReadFileRange(path, 0, kMostMmdfMark));
-  return isMmdf ? Split(path, MmdfSplitter()) : Split(path, MboxSplitter(kind));
+MboxSplitter::Mails MailsOf(const std::string& path, MboxKind kind,
+                            std::vector<SourceProblem>& problems) {
+  if (MmdfSplitter mmdf; IsMmdf(ReadFileRange(path, 0, kMostMmdfMark))) return Split(path, mmdf);
+  MboxSplitter splitter(kind);
+  MboxSplitter::Mails mails = Split(path, splitter);
+  if (splitter.Suspects() > 0) {
+    problems.push_back(
+        {path,
+         fmt::format("{} of its lines begin with \"From \", have no date and stand before header "
+                     "fields: if mails begin there, --mbox mboxrd divides them",
+                     splitter.Suspects()),
+         /*isUnread=*/true});
+  }
+  return mails;
 }
 
 }  // namespace
@@ -58,6 +74,7 @@ std::string MboxFolder(const std::string& path) {
 
 bool MboxSource::IsMbox(std::string_view head) {
   if (IsMmdf(head)) return true;
+  if (head.starts_with(kUtf8Mark)) head.remove_prefix(kUtf8Mark.size());
   const size_t begin = std::min(head.find_first_not_of("\r\n"), head.size());
   return head.substr(begin).starts_with(kFrom);
 }
@@ -68,7 +85,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   bool hasNotes = false;   // in the mails themselves
   bool hasLabels = false;
   const EudoraToc toc = TocBeside(path);
-  for (const MboxSplitter::Mail& mail : MailsOf(path, kind)) {
+  for (const MboxSplitter::Mail& mail : MailsOf(path, kind, listing.problems)) {
     std::string place = folder;
     StateFields fields = FieldsOf(path, mail, place);
     // A list that no longer fits its file makes no mail new.
@@ -81,7 +98,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
                     fields.read.value_or(true), mail.offset, mail.length};
     item.file = path;
     item.state = std::move(fields.state);
-    item.isStoreData = fields.isStoreData;
+    item.isStoreData = fields.isStoreData && told.size() == 1;
     listing.items.Add(item);
   }
   if (!hasLabels) listing.folders.push_back(folder);

@@ -13,17 +13,17 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
 // The bytes of one of them. Throws SourceError.
 std::string ReadMboxItem(const SourceItem& item, MboxKind kind);
 
-// An mbox file, or an MMDF file. Its mail goes to a folder of the file's name without its
-// extension. Where mails begin and which ">" belong to the file, Mbox.h says. A mail is read or not
-// as the fields of its program say (StateFields.h); one without any is read, but where others of
-// the file have one.
+// An mbox file, or an MMDF file; one of 0 bytes is a folder without mail. Its mail goes to a folder
+// of the file's name without its extension. Where mails begin and which ">" belong to the file,
+// Mbox.h says. A mail is read or not as the fields of its program say (StateFields.h); one without
+// any is read, but where others of the file have one.
 class MboxSource : public Source {
  public:
   MboxSource(std::string path, MboxKind kind) : m_path(std::move(path)), m_kind(kind) {}
-  // Begins with "From ", empty lines aside, or with what parts the mails of an MMDF file.
+  // Begins with "From ", empty lines and a byte order mark aside, or with what parts the mails of
+  // an MMDF file.
   static bool IsMbox(std::string_view head);
 
-  const char* Kind() const override { return "an mbox file"; }
   Listing List() const override;
   std::string Read(const SourceItem& item) const override;
   void AddFiles(const SourceItem& item, std::string& bytes, FilesBeside& files) const override;

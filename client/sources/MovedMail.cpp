@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <vector>
 
 #include "client/sources/MaildirName.h"
@@ -20,6 +21,9 @@ bool IsThere(const std::string& path) {
   return lstat(path.c_str(), &status) == 0;
 }
 
+// What may not be looked at may be there.
+bool IsGone(const std::string& path) { return !IsThere(path) && errno == ENOENT; }
+
 // Where most mails go, which needs no search.
 std::string WhereLikely(const std::string& maildir, std::string_view name) {
   const std::size_t end = std::min(name.find_first_of(":;!"), name.find(kOnWindowsDisks));
@@ -36,10 +40,10 @@ std::string MovedMail::WhereMoved(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   const std::string_view folder = std::string_view(path).substr(0, slash);
   const bool isPart = folder.ends_with("/cur") || folder.ends_with("/new");
-  if (slash == std::string::npos || !isPart || IsThere(path)) return {};
+  if (slash == std::string::npos || !isPart || !IsGone(path)) return {};
   const std::string maildir(folder.substr(0, folder.size() - 3));
   // Elsewhere such a folder is anybody's, and a comma no end of a name.
-  if (!MaildirSource::IsMaildir(maildir)) return {};
+  if (!IsMaildir(maildir)) return {};
   const std::string_view name = std::string_view(path).substr(slash + 1);
   std::string likely = WhereLikely(maildir, name);
   return likely.empty() ? Find(maildir, LastingPart(name)) : likely;

@@ -22,8 +22,8 @@ constexpr std::array kNames = std::to_array<std::string_view>(
      "folders.db",        "junklog.html",       "archive_browser.html",
      "profiles.ini",      "installs.ini",       "times.json"});
 constexpr std::array kBeginnings =
-    std::to_array<std::string_view>({"dovecot", "courierimap", "maildirsize", "popstate-",
-                                     "msgFilterRules.dat.", "feeditems_error"});
+    std::to_array<std::string_view>({"dovecot", "courierimap", "courierpop3", "maildirsize",
+                                     "popstate-", "msgFilterRules.dat.", "feeditems_error"});
 constexpr std::array kEnds = std::to_array<std::string_view>(
     {".msf", ".cmeta", ".ibex.index", ".ibex.index.data", ".toc", ".log", ".sqlite", ".sqlite-wal",
      ".sqlite-shm", ".db-wal", ".db-shm", ".ev-summary", ".ev-summary-meta"});
@@ -34,14 +34,21 @@ struct Form {
   std::string_view beginning;
   std::string_view name;
 };
-constexpr std::array<Form, 6> kForms{{
+constexpr std::array<Form, 5> kForms{{
     {"\xCF\xAD\x12\xFE", "a folder of Outlook Express (.dbx)"},
     {"!BDN", "an Outlook data file (.pst)"},
     {"*mbx*", "a mailbox of the mbx form"},
     {"BABYL OPTIONS:", "a Babyl file"},
     {":msg:", "a file of the mix form"},
-    {"2 M", "a file of the dbox form"},
 }};
+
+// "2 M1e C5c7e4f00"
+bool IsDbox(std::string_view head) {
+  constexpr std::string_view kBegin = "2 M";
+  if (!head.starts_with(kBegin)) return false;
+  const std::size_t end = head.find_first_not_of("0123456789abcdefABCDEF", kBegin.size());
+  return end != kBegin.size() && head.substr(std::min(end, head.size())).starts_with(" C");
+}
 
 // "2021.mbox.gz"
 bool IsPackedMail(std::string_view name) {
@@ -84,19 +91,25 @@ bool IsAddressBook(std::string_view name) {
 }
 
 bool BeginsWithFields(std::string_view head) {
+  head = WithoutRelayTrace(head);
   const std::size_t end = head.find('\n');
   return end != std::string_view::npos && LooksLikeField(head.substr(0, end)) &&
          LooksLikeField(head.substr(end + 1));
+}
+
+std::string_view MailFormOf(std::string_view head) {
+  const auto row = std::ranges::find_if(
+      kForms, [&](const Form& form) { return head.starts_with(form.beginning); });
+  if (row != kForms.end()) return row->name;
+  return IsDbox(head) ? "a file of the dbox form" : "";
 }
 
 std::string UnreadMailForm(std::string_view name, std::string_view head) {
   constexpr std::string_view kCompound = "\xD0\xCF\x11\xE0";
   static constexpr std::array<std::string_view, 4> kOfMail = {".mbox", ".mbx", ".mbs", ".msg"};
   if (IsPackedMail(name) || HoldsPackedMail(head)) return "it is packed: unpack it first";
-  for (const Form& form : kForms) {
-    if (head.starts_with(form.beginning)) {
-      return fmt::format("it looks like {}, which is not read", form.name);
-    }
+  if (const std::string_view form = MailFormOf(head); !form.empty()) {
+    return fmt::format("it looks like {}, which is not read", form);
   }
   if (EndsWithNoCase(name, ".msg") && head.starts_with(kCompound)) {
     return "it is a mail of Outlook (.msg), which is not read: save it as .eml";

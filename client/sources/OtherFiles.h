@@ -19,6 +19,10 @@ bool IsAddressBook(std::string_view name);
 // Two fields in a row are the header of a mail; one alone may be a line of any text.
 bool BeginsWithFields(std::string_view head);
 
+// By the first bytes of a file, a form of mail that is not read here, "a Babyl file"; empty for
+// others.
+std::string_view MailFormOf(std::string_view head);
+
 // What the name and the first bytes of a file show it to be: mail in a form that is not read here,
 // as a reason to leave it out; empty for anything that holds no mail.
 std::string UnreadMailForm(std::string_view name, std::string_view head);

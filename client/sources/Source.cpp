@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "client/sources/EmlSource.h"
-#include "client/sources/MaildirSource.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/SourceFiles.h"
 
@@ -15,14 +14,11 @@ namespace client {
 std::unique_ptr<Source> OpenSource(const std::string& path, const SourceOptions& options) {
   struct stat status;
   if (stat(path.c_str(), &status) != 0) throw SourceError(std::strerror(errno));
-  if (S_ISDIR(status.st_mode) && MaildirSource::IsMaildir(path)) {
-    return std::make_unique<MaildirSource>(path);
-  }
   if (S_ISDIR(status.st_mode)) return std::make_unique<EmlSource>(path, options.mbox);
   if (!S_ISREG(status.st_mode)) throw SourceError("neither a file nor a folder");
   if (EmlSource::IsOne(path)) return std::make_unique<EmlSource>(path, options.mbox);
   constexpr std::uint64_t kLook = 64;  // bytes
-  if (MboxSource::IsMbox(ReadFileRange(path, 0, kLook))) {
+  if (status.st_size == 0 || MboxSource::IsMbox(ReadFileRange(path, 0, kLook))) {
     return std::make_unique<MboxSource>(path, options.mbox);
   }
   throw SourceError(

@@ -41,7 +41,6 @@ struct Listing {
 class Source {
  public:
   virtual ~Source() = default;
-  virtual const char* Kind() const = 0;  // for messages, for example "a tree of .eml files"
   virtual Listing List() const = 0;
   // The bytes of a mail, a calendar with one event or task, a card; not for prepared items. Throws
   // SourceError.
@@ -51,7 +50,8 @@ class Source {
   virtual void AddFiles(const SourceItem& /*item*/, std::string& /*bytes*/,
                         FilesBeside& /*files*/) const {}
   // Adds what a mail's own bytes tell of its state to what its place told.
-  virtual void AddState(std::string_view /*bytes*/, MailState& /*state*/) const {}
+  virtual void AddState(const SourceItem& /*item*/, std::string_view /*bytes*/,
+                        MailState& /*state*/) const {}
 };
 
 // What is said of sources where they do not show it.

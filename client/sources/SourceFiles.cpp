@@ -38,13 +38,6 @@ EntryKind Look(const std::string& path, FolderEntry& found) {
   return EntryKind::kOther;
 }
 
-// What its end would show is not there; a program's own link has a dot in front.
-bool IsLinkToMail(const std::string& path) {
-  struct stat entry;
-  return path[path.rfind('/') + 1] != '.' && lstat(path.c_str(), &entry) == 0 &&
-         S_ISLNK(entry.st_mode);
-}
-
 struct CloseFolder {
   void operator()(DIR* folder) const { closedir(folder); }
 };
@@ -96,15 +89,27 @@ bool HasEntry(const std::string& path, std::string_view name) {
   return lstat((path + "/" + std::string(name)).c_str(), &status) == 0;
 }
 
+bool HasName(const std::string& folder, const std::function<bool(std::string_view name)>& is) {
+  int left = 100;
+  bool any = false;
+  std::vector<SourceProblem> ignored;
+  EachName(folder, ignored, [&](std::string_view name) {
+    any = is(name);
+    return !any && --left > 0;
+  });
+  return any;
+}
+
 SourceProblem OddEntry(const std::string& path, EntryKind kind) {
-  switch (kind) {
-    case EntryKind::kFolder:
-      return {path, "a folder where mail belongs", /*isUnread=*/true};
-    case EntryKind::kFolderLink:
-      return {path, "a link to a folder", /*isUnread=*/true};
-    default:
-      return {path, "neither a file nor a folder, or a dead link", IsLinkToMail(path)};
-  }
+  if (kind == EntryKind::kFolder) return {path, "a folder where mail belongs", /*isUnread=*/true};
+  if (kind == EntryKind::kFolderLink) return {path, "a link to a folder", /*isUnread=*/true};
+  struct stat status;
+  if (stat(path.c_str(), &status) == 0) return {path, "neither a file nor a folder"};
+  const int error = errno;
+  const bool isLink = lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+  // Nobody knows what stands there; a link of a program's own has a dot in front.
+  if (isLink) return {path, "a dead link", /*isUnread=*/path[path.rfind('/') + 1] != '.'};
+  return {path, std::string("cannot be looked at: ") + std::strerror(error), /*isUnread=*/true};
 }
 
 platform::UniqueFd OpenSourceFile(const std::string& path, Links links) {
@@ -180,6 +185,11 @@ bool LooksLikeField(std::string_view line) {
   if (end == 0) return false;
   while (end < line.size() && (line[end] == ' ' || line[end] == '\t')) ++end;
   return end < line.size() && line[end] == ':';
+}
+
+std::string_view WithoutRelayTrace(std::string_view mail) {
+  if (!mail.starts_with(kQuotedFrom)) return mail;
+  return mail.substr(std::min(mail.find('\n'), mail.size() - 1) + 1);
 }
 
 void RequireMail(std::string_view bytes) {

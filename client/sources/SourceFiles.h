@@ -47,6 +47,8 @@ void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
 
 // Whether a folder has something of that name, a dead link too.
 bool HasEntry(const std::string& path, std::string_view name);
+// Whether one of the first hundred names of a folder is such.
+bool HasName(const std::string& folder, const std::function<bool(std::string_view name)>& is);
 
 // What stands in a source where neither mail nor a folder to enter can be.
 SourceProblem OddEntry(const std::string& path, EntryKind kind);
@@ -76,6 +78,9 @@ bool EndsWithNoCase(std::string_view name, std::string_view suffix);
 
 // "Name:" at the start of a line, as a header field begins; blanks may stand before the colon.
 bool LooksLikeField(std::string_view line);
+
+// Without the line ">From …" that an old relay puts in front of a header.
+std::string_view WithoutRelayTrace(std::string_view mail);
 
 // Throws SourceError for bytes in which no header of a mail can be seen. Damaged mail passes.
 void RequireMail(std::string_view bytes);

@@ -31,7 +31,7 @@ struct SourceItem {
   // of the source say of it.
   std::string appendix = {};
   MailState state = {};
-  // No mail but what a program keeps among it: never sent, and nobody's loss.
+  // No mail but what a program keeps among it: nobody's loss.
   bool isStoreData = false;
 };
 

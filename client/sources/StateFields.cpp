@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t kMostOfValue = 65536;  // bytes
 constexpr std::size_t kMostKeywords = 256;
+constexpr std::string_view kStoreData = "DON'T DELETE THIS MESSAGE -- FOLDER INTERNAL DATA";
 
 // Values as they stand, unfolded.
 struct Fields {
@@ -144,8 +145,7 @@ StateFields ReadStateFields(std::string_view header) {
   ReadMozilla(fields, found);
   AddKeywords(fields.keywords, found.state);
   AddKeywords(fields.mozillaKeys, found.state);
-  found.isStoreData =
-      fields.hasImapBase && fields.subject.find("FOLDER INTERNAL DATA") != std::string::npos;
+  found.isStoreData = fields.hasImapBase && fields.subject == kStoreData;
   return found;
 }
 

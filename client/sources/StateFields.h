@@ -19,7 +19,9 @@ namespace client {
 struct StateFields {
   MailState state;
   std::optional<bool> read;  // nothing where no field tells
-  bool isStoreData = false;  // no mail but what a program keeps in front of a file
+  // No mail but what a program keeps in front of a file; of any other than its first mail it is the
+  // sender's word.
+  bool isStoreData = false;
 };
 
 // Of the outer header, of which no more than its bytes are given; a "From " line may stand in

@@ -4,6 +4,8 @@
 #include <array>
 #include <limits>
 
+#include <fmt/format.h>
+
 #include "client/sources/Emlx.h"
 #include "client/sources/EudoraFiles.h"
 #include "client/sources/HashedName.h"
@@ -42,8 +44,7 @@ std::string TextOf(const std::string& path) {
 
 // It may belong to a source of another kind.
 SourceProblem LeftOut(const SourceFolder& folder, const std::string& path, std::string_view head) {
-  const std::string_view parent = std::string_view(folder.path).substr(folder.path.rfind('/') + 1);
-  if (parent == "cur" || parent == "new") {
+  if (HoldsMailOfMaildir(folder.path)) {
     return {path, "it lies in a Maildir: name that as a source", /*isUnread=*/true};
   }
   if (std::string form = UnreadMailForm(path, head); !form.empty()) {
@@ -68,6 +69,7 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
   if (m_isAboveAccounts) return LevelsOfAccount(parent.path, name);
   if (IsAboveAccounts(parent.path + "/" + std::string(name))) return {};
   if (const auto level = m_profiles.LevelOf(name)) return *level;
+  if (parent.isInMaildir && name.starts_with('.')) return MaildirLevels(name);
   if (name.ends_with(kSbd) && name.size() > kSbd.size()) {
     const std::string own = TrueFolderName(parent.path, name.substr(0, name.size() - kSbd.size()));
     return LevelName(FromModifiedUtf7(own)) + "\\";
@@ -77,30 +79,28 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
     std::ranges::replace(own, ':', '/');  // as a Mac has it on its disk
     return LevelName(own) + "\\";
   }
-  // Apple Mail puts a UUID, Data, digits and Messages between a folder and its mail.
-  if (parent.path.find(".mbox/") != std::string::npos || parent.path.ends_with(kMbox)) return {};
-  if (IsAboveAppleFolders(parent, name) || IsAboveEvolutionFolders(parent, name)) return {};
+  if (IsAboveAppleFolders(parent, name) || IsBetweenAppleFolders(parent, name) ||
+      IsAboveEvolutionFolders(parent, name)) {
+    return {};
+  }
   if (name.size() > kFol.size() && EndsWithNoCase(name, kFol)) {
     const std::string stem(name.substr(0, name.size() - kFol.size()));
     return LevelName(m_eudora.Of(name).value_or(stem)) + "\\";
   }
-  const bool isMaildir = MaildirSource::IsMaildir(parent.path + "/" + std::string(name));
+  const bool isMaildir = IsMaildir(parent.path + "/" + std::string(name));
   if (isMaildir && HasEntry(std::string(name) + ".msf")) {
     return LevelName(FromModifiedUtf7(TrueFolderName(parent.path, name))) + "\\";
   }
   if (isMaildir && HasLevelsByDots(parent, name)) return MaildirLevels("." + std::string(name));
-  return isMaildir || (name.starts_with('.') && name.ends_with(".directory"))
-             ? MaildirLevels(name)
-             : LevelName(name) + "\\";
+  const bool isKMails = name.starts_with('.') && name.ends_with(".directory");
+  return isMaildir || isKMails || parent.isInMaildir ? MaildirLevels(name) : LevelName(name) + "\\";
 }
 
 bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
-  // Bodies of parts, which are read with their mails.
-  if (name == "Attachments" && parent.path.find(".mbox/") != std::string::npos) return true;
   if (IsEudoraFilesFolder(parent.path, name)) return true;
-  return IsAppleMailData(parent, name) || IsBesideProfiles(parent, name) || name == ".notmuch" ||
-         name == "courierimapkeywords" || name == "courierimaphieracl" ||
-         name.ends_with(".mozmsgs");
+  return IsAppleMailData(parent, name) || IsAppleAttachments(parent, name) ||
+         IsBesideProfiles(parent, name) || name == ".notmuch" || name == "courierimapkeywords" ||
+         name == "courierimaphieracl" || name.ends_with(".mozmsgs");
 }
 
 OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, MboxKind mbox)
@@ -133,7 +133,7 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
   const std::string levels = m_folder.levels + (isExport ? "" : LevelsOfFile(entry.name));
   if (entry.size == 0) {  // a folder without mail, where it has an index or folders below
-    if (HasEntry(entry.name + ".msf") || HasEntry(entry.name + ".sbd") ||
+    if (isExport || HasEntry(entry.name + ".msf") || HasEntry(entry.name + ".sbd") ||
         HasEntry(entry.name + ".cmeta") || HasToc(entry.name)) {
       listing.folders.push_back(levels);
     }
@@ -142,28 +142,38 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   try {  // one that cannot be read may be full of mail
     const std::string head = ReadFileRange(path, 0, kHead);
     if (TakeMh(path, entry, head, listing)) return;
-    if (!MboxSource::IsMbox(head)) {
-      if (IsBesideMail(entry.name) && !IsAddressBook(entry.name)) return;
-      listing.problems.push_back(LeftOut(m_folder, path, head));
-      return;
-    }
-    ListMbox(path, TargetOf(levels), m_mbox, listing);
+    if (MboxSource::IsMbox(head)) return ListMbox(path, TargetOf(levels), m_mbox, listing);
+    // A folder of mail may have the name of such a file.
+    const bool isBeside = IsBesideMail(entry.name) && !IsAddressBook(entry.name);
+    if (isBeside && MailFormOf(head).empty()) return;
+    listing.problems.push_back(LeftOut(m_folder, path, head));
   } catch (const SourceError& error) {
     listing.problems.push_back({path, error.what(), /*isUnread=*/true});
   }
 }
 
+// Most are what systems leave in folders; what a program writes beside an mbox until it is whole
+// has such names, too.
 void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
-  if (!MboxSource::IsMbox(HeadOf(path))) return;
+  const std::string head = HeadOf(path);
+  const std::string form(MboxSource::IsMbox(head) ? "an mbox" : MailFormOf(head));
+  if (form.empty()) return;
   listing.problems.push_back(
-      {path, "a hidden file with mail: name it as a source if it shall come", /*isUnread=*/true});
+      {path, "it is hidden, looks like " + form + " and is not read", /*isUnread=*/true});
 }
 
 void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
                               Listing& listing) const {
   SourceItem item{path, TargetOf(m_folder.levels), true, 0, entry.size};
   if (const auto place = EmlxPlaceOf(HeadOf(path))) {
+    if (place->offset + place->length > entry.size) {
+      listing.problems.push_back(
+          {path,
+           fmt::format("the mail is cut: {} of its {} bytes are there",
+                       entry.size - std::min(entry.size, place->offset), place->length),
+           /*isUnread=*/true});
+    }
     try {
       const EmlxState found =
           ReadEmlxState(ReadFileRange(path, place->offset + place->length, 16 * kHead));
@@ -180,7 +190,7 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
                             std::string_view head, Listing& listing) const {
   const bool isRemoved = m_isMh && (entry.name.starts_with(',') || entry.name.starts_with('#'));
   const auto number = MhNumber(std::string_view(entry.name).substr(isRemoved ? 1 : 0));
-  if (!number || (!m_isMh && !LooksLikeField(head.substr(0, head.find('\n'))))) return false;
+  if (!number || (!m_isMh && !LooksLikeField(WithoutRelayTrace(head)))) return false;
   const auto has = [&](const char* sequence, MhMarks::Flag mark) {
     return m_sequences.Has(sequence, *number) || m_marks.Has(*number, mark);
   };

@@ -25,7 +25,7 @@ class OtherTreeFiles {
   // Of one folder.
   OtherTreeFiles(const SourceFolder& folder, MboxKind mbox);
   void Take(const FolderEntry& entry, Listing& listing) const;
-  // One with a dot in front of its name: what systems leave in folders, as a rule.
+  // A file whose name begins with a dot: the problem that it looks like mail, if it does.
   void TakeHidden(const FolderEntry& entry, Listing& listing) const;
   // The levels of the target that a folder in it adds to its own: "Name\", "Name\" of "Name.sbd"
   // and "Name.mbox", none of what programs put between.

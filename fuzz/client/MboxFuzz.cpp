@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "charset/ByteOrderMarks.h"
 #include "client/sources/Mbox.h"
 #include "client/sources/StateFields.h"
 
@@ -14,6 +15,7 @@
 
 namespace {
 
+using mail::byte_order::kUtf8Mark;
 using Mails = client::MboxSplitter::Mails;
 
 const std::string kSeparator = "From someone@example.com Mon Mar  4 08:12:00 2024\n";
@@ -48,8 +50,8 @@ std::vector<std::string> Lines(std::string_view bytes) {
 
 std::vector<std::size_t> FromLines(std::string_view bytes) {
   std::vector<std::size_t> starts;
-  std::size_t offset = 0;
-  for (const std::string& line : Lines(bytes)) {
+  std::size_t offset = bytes.starts_with(kUtf8Mark) ? kUtf8Mark.size() : 0;
+  for (const std::string& line : Lines(bytes.substr(offset))) {
     if (line.starts_with("From ")) starts.push_back(offset);
     offset += line.size();
   }

@@ -20,6 +20,7 @@ namespace client {
 namespace {
 
 using client_test::Items;
+using client_test::Letters;
 using client_test::Problems;
 using test_support::TemporaryFolder;
 using testing::ElementsAre;
@@ -58,9 +59,9 @@ TEST(MaildirSource, WhatCannotBeTakenIsNamed) {
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_EQ(plan.entries.size(), 2u);
   EXPECT_THAT(Problems(plan, folder.Path()),
-              ElementsAre("cur/sub: a folder where mail belongs",
-                          "new/dead: neither a file nor a folder, or a dead link",
+              ElementsAre("cur/sub: a folder where mail belongs", "new/dead: a dead link",
                           ".Linked: a link to a folder"));
+  EXPECT_TRUE(std::ranges::all_of(plan.problems, &SourceProblem::isUnread));
 }
 
 TEST(ModifiedUtf7, IsReadWhereItIsValid) {
@@ -83,6 +84,7 @@ struct MboxCase {
   std::string file;
   std::vector<std::string> mails;
   MboxKind kind = MboxKind::kAuto;
+  std::uint64_t suspects = 0;
 };
 
 std::vector<std::string> MailsIn(const MboxCase& test, size_t piece) {
@@ -93,6 +95,7 @@ std::vector<std::string> MailsIn(const MboxCase& test, size_t piece) {
   for (const MboxSplitter::Mail& mail : splitter.Finish()) {
     mails.push_back(UnquoteMbox(file.substr(mail.offset, mail.length), test.kind));
   }
+  EXPECT_EQ(splitter.Suspects(), test.suspects) << test.name;
   return mails;
 }
 
@@ -109,6 +112,11 @@ TEST(Mbox, IsDividedAsTheProgramMeantItThatWroteIt) {
   }
   std::string countedCrLf;
   for (const char c : counted) countedCrLf += c == '\n' ? "\r\n" : std::string(1, c);
+  const std::string undated =
+      "Subject: 1\n\na\n\nFrom MAILER-DAEMON\nSubject: 2\nTo: x\n\nb\n\nFrom \nTo: x\nSubject: "
+      "3\n\nc\n";
+  const std::string countedUndated =
+      "Content-Length: " + std::to_string(undated.size() - 12) + "\n" + undated;
   const MboxCase cases[] = {
       {"a length leads over what looks like a separator",
        kDated + counted + "\n" + kOther + "Subject: 2\n\nb\n",
@@ -150,6 +158,22 @@ TEST(Mbox, IsDividedAsTheProgramMeantItThatWroteIt) {
       {"dates that nobody knows, in a file that begins so",
        "From jane Di 5. M\xC3\xA4rz\nSubject: 1\n\na\n\nFrom jane says\n\nFrom x Mi\nTo: 2\n\nb\n",
        {"Subject: 1\n\na\n\nFrom jane says\n", "To: 2\n\nb\n"}},
+      {"where a file begins with a date, what has none may be text, and is told",
+       kDated + undated,
+       {undated},
+       MboxKind::kAuto,
+       2},
+      {"unless a length says so", kDated + countedUndated, {countedUndated}},
+      {"text that is followed by one field, or stands behind text, is not",
+       kDated + "Subject: 1\n\na\nFrom here\nA: 1\nB: 2\n\nFrom me\nNote: x\nand\nA: 1\n",
+       {"Subject: 1\n\na\nFrom here\nA: 1\nB: 2\n\nFrom me\nNote: x\nand\nA: 1\n"}},
+      {"and in a kind that quotes it begins a mail",
+       kDated + undated,
+       {"Subject: 1\n\na\n", "Subject: 2\nTo: x\n\nb\n", "To: x\nSubject: 3\n\nc\n"},
+       MboxKind::kMboxrd},
+      {"a byte order mark in front",
+       "\xEF\xBB\xBF" + kDated + "Subject: 1\n\na\n\n" + kOther + "Subject: 2\n\nb\n",
+       {"Subject: 1\n\na\n", "Subject: 2\n\nb\n"}},
       {"two lines in a row are of one mail",
        kDated + kOther + "Subject: 1\n\na\n",
        {kOther + "Subject: 1\n\na\n"}},
@@ -193,6 +217,9 @@ TEST(FromLine, IsKnownByWhatStandsBehindItsSender) {
       {"From Jane Doe <a@b> Tue Mar 05 10:00 2019 remote from host", 1551776400},
       {"From a Tue, 05 Mar 2019 10:00:00 +0000", 1551780000},
       {"From a Tue Mar  5 10:00:00 MET DST 2019", 1551776400},
+      {"From a Tue Mar  5 10:00:00 GMT+1 2019", 1551776400},
+      {"From a Tue Mar  5 10:00:00.123 UTC 19", 1551780000},
+      {"From a 2019-03-05 10:00:00", 1551776400},
       {"From Mon to Tue Mar 5 2019 we are away", 0},
       {"From here on", 0},
       {"From a@b Tue Mar 5 10:00:00 2019 the office moves", 0},
@@ -204,22 +231,6 @@ TEST(FromLine, IsKnownByWhatStandsBehindItsSender) {
     EXPECT_EQ(TimeOf(line).value_or(0), row.time) << row.line;
   }
   EXPECT_EQ(ParseFromLine("From \r\n").shape, FromLine::Shape::kBare);
-}
-
-// "RAFWDX" for read, answered, flagged, forwarded, draft, deleted; "?" where nothing tells of
-// reading; then the categories.
-std::string Letters(const MailState& state, std::optional<bool> read) {
-  std::string text = !read ? "?" : *read ? "R" : "";
-  const std::pair<bool, char> flags[] = {{state.answered, 'A'},
-                                         {state.flagged, 'F'},
-                                         {state.forwarded, 'W'},
-                                         {state.draft, 'D'},
-                                         {state.deleted, 'X'}};
-  for (const auto& [isSet, letter] : flags) {
-    if (isSet) text += letter;
-  }
-  for (const std::string& category : state.categories) text += "," + category;
-  return text;
 }
 
 TEST(StateFields, SayWhatEachProgramMeans) {
@@ -279,14 +290,16 @@ TEST(MboxSource, TellsStateAndLeavesWhatIsDeletedBehind) {
       "Old mail.mbox",
       kDated + "Subject: DON'T DELETE THIS MESSAGE -- FOLDER INTERNAL DATA\nX-IMAP: 1 2\n\nx\n\n" +
           kDated + "Subject: 1\nStatus: RO\n\nStatus: O\n\n" + kDated +
-          "Subject: 2\nX-Status: D\n\nTwo\n\n" + kDated + "Subject: 3\n\nThree\n");
+          "Subject: 2\nX-Status: D\n\nTwo\n\n" + kDated +
+          "Subject: DON'T DELETE THIS MESSAGE -- FOLDER INTERNAL DATA\nX-IMAPbase: 1 2\n\nx\n");
   const Plan plan = MakePlan({path});
   EXPECT_THAT(Items(plan),
               ElementsAre("Old mail\\|Old mail.mbox:123", "Old mail\\|Old mail.mbox:282|unread"));
   EXPECT_EQ(plan.deleted, 1u);
   EXPECT_EQ(plan.storeData, 1u);
   EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), "Subject: 1\nStatus: RO\n\nStatus: O\n");
-  EXPECT_EQ(MakePlan({path}, {.withDeleted = true}).entries.size(), 3u);
+  EXPECT_EQ(MakePlan({path}, {.withDeleted = true}).entries.size(), 4u);
+  EXPECT_THAT(MakePlan({folder.Write("Sent", "")}).emptyFolders, ElementsAre("Sent Items\\"));
 }
 
 TEST(MaildirSource, AMailIsReadWhereverItMovedMeanwhile) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "client/run/Plan.h"
@@ -23,6 +25,22 @@ inline std::vector<std::string> Problems(const client::Plan& plan, const std::st
     problems.push_back(problem.location.substr(source.size() + 1) + ": " + problem.reason);
   }
   return problems;
+}
+
+// "RAFWDX" for read, answered, flagged, forwarded, draft, deleted; "?" where nothing tells of
+// reading; then the categories.
+inline std::string Letters(const client::MailState& state, std::optional<bool> read) {
+  std::string text = !read ? "?" : *read ? "R" : "";
+  const std::pair<bool, char> flags[] = {{state.answered, 'A'},
+                                         {state.flagged, 'F'},
+                                         {state.forwarded, 'W'},
+                                         {state.draft, 'D'},
+                                         {state.deleted, 'X'}};
+  for (const auto& [isSet, letter] : flags) {
+    if (isSet) text += letter;
+  }
+  for (const std::string& category : state.categories) text += "," + category;
+  return text;
 }
 
 }  // namespace client_test

@@ -44,18 +44,24 @@ TEST(EmlSource, WhatIsNoMailFileIsNamedAndTheRestGoesOn) {
   folder.Write("archive", "From a@b Mon\nSubject: x\n\n");
   folder.Write("Jane/cur/1:2,S", "Subject: x\n\n");
   folder.Write(".hidden", "x");
+  folder.Write("Joe/cur/letter", "x");
+  folder.Write("Joe/cur/2023.report", "x");
   ASSERT_EQ(symlink("mail.eml", folder.File("link.eml").c_str()), 0);
   ASSERT_EQ(symlink("nowhere", folder.File("dead.eml").c_str()), 0);
   ASSERT_EQ(symlink(".", folder.File("loop").c_str()), 0);
   ASSERT_EQ(mkfifo(folder.File("pipe.eml").c_str(), 0600), 0);
   const Plan plan = MakePlan({folder.Path()});
-  EXPECT_THAT(Items(plan),
-              ElementsAre("Archive\\|archive:0", "Inbox\\|link.eml", "Inbox\\|mail.eml"));
-  const std::string odd = ": neither a file nor a folder, or a dead link";
-  EXPECT_THAT(Problems(plan, folder.Path()),
-              UnorderedElementsAre("dead.eml" + odd, "loop: a link to a folder", "pipe.eml" + odd,
-                                   "notes.txt: its name does not end in .eml, .ics or .vcf",
-                                   "Jane/cur/1:2,S: it lies in a Maildir: name that as a source"));
+  EXPECT_THAT(Items(plan), ElementsAre("Archive\\|archive:0", "Inbox\\|link.eml",
+                                       "Inbox\\|mail.eml", "Jane\\|Jane/cur/1:2,S"));
+  EXPECT_THAT(
+      Problems(plan, folder.Path()),
+      UnorderedElementsAre("dead.eml: a dead link", "loop: a link to a folder",
+                           "pipe.eml: neither a file nor a folder",
+                           "notes.txt: its name does not end in .eml, .ics or .vcf",
+                           "Joe/cur/2023.report: its name does not end in .eml, .ics or .vcf",
+                           "Joe/cur/letter: its name does not end in .eml, .ics or .vcf"));
+  EXPECT_THAT(Problems(MakePlan({folder.File("Jane/cur")}), folder.File("Jane/cur")),
+              ElementsAre("1:2,S: it lies in a Maildir: name that as a source"));
 }
 
 TEST(EmlSource, ADeepTreeIsWalkedWithoutRecursion) {
