@@ -143,8 +143,8 @@ class Mark {
 
 // For a request that is cut each time where others are served: it is too large for something on the
 // way. The text does not open as those of failures that meet all requests alike.
-ServiceException TooLargeForTheWay(const HttpRequest& objRequest) {
-  return ServiceException(
+FailsAlone TooLargeForTheWay(const HttpRequest& objRequest) {
+  return FailsAlone(
       fmt::format("The connection to {} was cut each time while {} went out, and other requests "
                   "are answered.",
                   HostForMessage(objRequest.strUrl), SizeForMessage(objRequest.pBody->Length())));
@@ -160,11 +160,11 @@ bool IsOnTheWay(const Failure& objFailure, ExchangeService::Effect eEffect) {
 }
 
 // The same failure as one of the request alone.
-ServiceException OfRequestAlone(const ServiceException& objError, ExchangeService::Effect eEffect) {
+FailsAlone OfRequestAlone(const ServiceException& objError, ExchangeService::Effect eEffect) {
   Failure objFailure = objError.Cause();
   objFailure.bOutage = false;
   if (eEffect == ExchangeService::Effect::kReads) objFailure.bMayBeCarriedOut = false;
-  return ServiceException(objError.what(), objFailure);
+  return FailsAlone(objError.what(), objFailure);
 }
 
 // Nothing was done with what was refused so: it can be sent again at once.

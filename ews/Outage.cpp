@@ -96,7 +96,7 @@ milliseconds Outage::TimeLeft() const {
 void Outage::WaitAfter(const ServiceException& objError) {
   const Failure& objFailure = objError.Cause();
   if (!objFailure.bOutage) {
-    End();
+    dynamic_cast<const FailsAlone*>(&objError) ? EndForOthers() : End();
     if (!MayAskAgain(objFailure)) throw;
     return;
   }
@@ -140,12 +140,19 @@ void Outage::WaitAsAsked(const ServiceException& objError) {
   if (!Sleep(*nBackOff)) GiveUp(objError, kAskedToStop);
 }
 
+// Whoever asks once and waits for nothing asks for another request's sake, which tells.
 void Outage::End() {
+  if (m_eRepeat == Repeat::kNever) return;
   const auto nSince = m_objTransport.EndOutage(m_strHost);
   if (!nSince) return;
   TellLine(fmt::format(
       "{} answers again after {}", m_strHost,
       Duration(std::chrono::duration_cast<milliseconds>(m_objTransport.Now() - *nSince))));
+}
+
+void Outage::EndForOthers() {
+  if (!m_objTransport.EndOutage(m_strHost)) return;
+  TellLine(m_strHost + " answers other requests, and not this one: no longer waited for");
 }
 
 milliseconds Outage::Pause(const Failure& objFailure) {

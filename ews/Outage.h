@@ -8,6 +8,12 @@
 
 namespace ews {
 
+// A failure of one request again and again while its host serves others: no outage.
+class FailsAlone : public ServiceException {
+ public:
+  using ServiceException::ServiceException;
+};
+
 // Waits out what keeps a server from serving a request just now. With the safe switch and a
 // patience (ews/Settings.h), every failure that is an outage is waited for and the request sent
 // again: after the time that the server asks for, else after a second, doubled each time up to a
@@ -45,6 +51,8 @@ class Outage {
   void End();
 
  private:
+  // It has answered, and will not answer this request.
+  void EndForOthers();
   bool IsPatient() const;
   std::chrono::milliseconds Pause(const Failure& objFailure);
   void Tell(const std::string& strReason, std::chrono::milliseconds nPause,

@@ -48,7 +48,7 @@ void EngineProcess::AwaitEndpoint(const std::string& title) {
       m_client = std::make_unique<EngineClient>(title, kOneTry);
     } catch (const platform::EndpointError&) {
       if (const std::optional<int> status = m_process->TryWait()) {
-        throw RunError("the engine ended at its start: " + platform::DescribeExit(*status));
+        throw EngineEnded(platform::DescribeExit(*status));
       }
     }
   }

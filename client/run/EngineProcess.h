@@ -13,12 +13,19 @@
 
 namespace client {
 
+// The engine ended before it had taken up its work; what() says how, for people.
+class EngineEnded : public RunError {
+ public:
+  explicit EngineEnded(const std::string& how)
+      : RunError("the engine ended at its start: " + how) {}
+};
+
 // One engine, started in a run folder, with a session of its own. Its messages are shown as they
 // come. The destructor asks it to end and waits.
 class EngineProcess {
  public:
   // options stand in front of the marker. inherited stay open in the engine besides the run
-  // folder's lock. Throws RunError when the engine does not come up.
+  // folder's lock. Throws EngineEnded or RunError when the engine does not come up.
   EngineProcess(const RunFolder& run, const std::vector<std::string>& options,
                 std::vector<int> inherited, const Say& say);
   ~EngineProcess();

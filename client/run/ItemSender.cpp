@@ -1,6 +1,7 @@
 #include "client/run/ItemSender.h"
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <stdexcept>
@@ -15,7 +16,9 @@
 #include "client/run/ReceivedTime.h"
 #include "client/run/StopRequest.h"
 #include "client/run/StoreLook.h"
+#include "client/run/UnknownOutcome.h"
 #include "client/run/WorkFolder.h"
+#include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
 #include "mime/MailHeader.h"
 #include "mime/header/MailDate.h"
@@ -25,6 +28,7 @@ namespace client {
 namespace {
 
 constexpr int kLongestFolder = 4999;  // units of a folder command's path
+constexpr int kMostStarts = 3;        // of engines that end before they are at work
 constexpr const char* kStopped = "asked to stop";
 constexpr std::uintmax_t kLittleSpace = 1 << 20;  // bytes: a ledger may need some pages more
 
@@ -93,9 +97,16 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   info.strLogFilepath = CString::FromUtf8(kStatusLogName);
   if (StopRequested()) return {Outcome::Kind::kLeft, kStopped};
   m_journal.Begin(entry.item.folder, item.key);
+  const std::uint64_t failures = m_setup.waits->Failures();
+  const auto begun = ews::Transport().Now();
   const int result = m_engine->Client().InsertItem(info);
+  const auto taken = ews::Transport().Now() - begun;
   m_setup.waits->End();
-  return Judge(entry, item, result);
+  Outcome outcome = Judge(entry, item, result);
+  if (outcome.Arrived() && m_setup.waits->Failures() == failures) {
+    m_slowest = std::max(m_slowest, std::chrono::ceil<std::chrono::milliseconds>(taken));
+  }
+  return outcome;
 }
 
 std::string ItemSender::MakeFolder(const std::string& path) {
@@ -189,7 +200,22 @@ std::string ItemSender::WhyNotConfirmed(const LoadedItem& item) const {
   return why;
 }
 
+// One that dies before a command left is no item's fault.
 void ItemSender::StartEngine() {
+  for (int starts = 1;; ++starts) {
+    try {
+      return StartEngineOnce();
+    } catch (const EngineEnded& error) {
+      Close();
+      if (StopRequested()) throw RunError(kStopped);
+      if (starts == kMostStarts) throw;
+      m_say(fmt::format("Starting the engine again: {}", error.what()));
+    }
+    if (!WaitFor(std::chrono::seconds(starts))) throw RunError(kStopped);
+  }
+}
+
+void ItemSender::StartEngineOnce() {
   RequireStoreKept(m_setup.target, m_journal);
   std::vector<int> inherited;
   if (m_setup.localMailbox) inherited.push_back(m_setup.localMailbox->LifeLine());
@@ -200,14 +226,19 @@ void ItemSender::StartEngine() {
                                              [this](const std::string& line) { Hear(line); });
   // It ends what moves, and would keep a stop waiting for its server else.
   PassStopTo(m_engine->Pid(), m_setup.IsSafe() ? StopPassing::kFirst : StopPassing::kSecondAlone);
-  if (m_engine->Client().Logon(LoginRecord(m_setup.target))) {
-    KeepStore(m_setup.target, m_journal);
-    return;
-  }
+  if (LogOn()) return KeepStore(m_setup.target, m_journal);
   Close();
   if (StopRequested()) throw RunError(kStopped);
   const std::string reason = TryTarget(m_setup.target);
   throw RunError("the engine cannot log on: " + (reason.empty() ? "no reason was given" : reason));
+}
+
+bool ItemSender::LogOn() {
+  try {
+    return m_engine->Client().Logon(LoginRecord(m_setup.target));
+  } catch (const platform::EndpointError&) {
+    throw EngineEnded(DescribeEnd());
+  }
 }
 
 std::string ItemSender::SelectFolder(const SourceItem& item) {

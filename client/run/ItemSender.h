@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -75,6 +76,9 @@ class ItemSender {
   // After an EndpointError: how the engine ended. The next item gets a new one.
   std::string DescribeEnd();
 
+  // The longest that an item took which arrived without an outage being waited out in it.
+  std::chrono::milliseconds Slowest() const { return m_slowest; }
+
   void Close();
 
  private:
@@ -82,6 +86,8 @@ class ItemSender {
   void Hear(const std::string& line);
   Outcome Send(const Plan::Entry& entry, const LoadedItem& item);
   void StartEngine();
+  void StartEngineOnce();
+  bool LogOn();
   // Empty when the folder stands, else the reason why it does not.
   std::string SelectFolder(const SourceItem& item);
   // Returns what of the item they do not carry.
@@ -97,6 +103,7 @@ class ItemSender {
   EngineLogs m_logs;
   std::optional<LeftOut> m_left;
   std::unique_ptr<EngineProcess> m_engine;
+  std::chrono::milliseconds m_slowest{0};
   std::string m_folder;  // the engine's current folder; empty when it must be selected
 };
 

@@ -23,7 +23,8 @@ constexpr std::size_t kMostTries = 6;    // of an item whose outcome is open aga
 constexpr std::size_t kMostRefused = 2;  // the same where what leaves it open is like a refusal
 // Questions are answered: a server that is up is not kept from coming up by a try more.
 constexpr std::chrono::seconds kLongestPause{15};
-constexpr std::chrono::seconds kLong{5};  // the target is asked again behind a pause of that
+constexpr const char* kTarget = "The target";  // as an outage that items meet calls it
+constexpr std::chrono::seconds kLong{5};       // the target is asked again behind a pause of that
 
 // "The request failed. The server mail.example.com answered HTTP 403 (…)."
 bool IsLikeARefusal(std::string_view text) {
@@ -38,6 +39,10 @@ std::optional<LostTry> ItemTries::Lost(std::chrono::steady_clock::time_point at,
                                        std::chrono::seconds toFinish) const {
   if (m_setup.target.Store()) return std::nullopt;
   return LostTry{at, toFinish};
+}
+
+std::chrono::seconds ItemTries::ToFinish(std::chrono::milliseconds workedOn) const {
+  return TimeToFinish(std::max(workedOn, m_sender.Slowest()));
 }
 
 Outcome ItemTries::SendUntilSettled(ItemWork& work, const TryLimit& limit) {
@@ -62,8 +67,9 @@ Outcome ItemTries::SendUntilSettled(ItemWork& work, const TryLimit& limit) {
       outcome.text += ", twice";
       return outcome;
     }
-    // Unseen, each further try may be one copy more.
-    if (wasBlind && !work.notAsked.empty()) return GivenUp(work, std::move(outcome));
+    // Unseen, each further try may be one copy more. Where nobody waits any more, there is none.
+    const bool isLeft = outage && !isAsked && IsPatienceOver();
+    if (wasBlind && !work.notAsked.empty() && !isLeft) return GivenUp(work, std::move(outcome));
     if (outage && tries == limit.tries && work.notAsked.empty()) {
       return AtLimit(std::move(outcome), limit.end);
     }
@@ -98,7 +104,7 @@ bool ItemTries::Pause(ItemWork& work, const Outcome& failure, std::size_t tries,
   if (isWaited && !WaitOut(failure.text, 0s, outcome)) return false;
   std::chrono::seconds least = isOutage || tries == 1 ? 0s : 1s * (1 << (tries - 2));
   // The only try that is left is not spent at once.
-  if (!work.notAsked.empty()) least = std::max(least, TimeToFinish({}));
+  if (!work.notAsked.empty()) least = std::max(least, ToFinish({}));
   const auto rest = begun + least - ews::Transport().Now();
   if (!WaitFor(std::chrono::ceil<std::chrono::milliseconds>(rest))) {
     outcome = {Outcome::Kind::kLeft, "asked to stop"};
@@ -115,7 +121,7 @@ bool ItemTries::WaitOut(const std::string& text, std::chrono::seconds asked, Out
   failure.bOutage = true;
   if (asked > 0s) failure.nBackOff = asked;
   if (!m_outage) {
-    m_outage.emplace(ews::Transport(), "The target",
+    m_outage.emplace(ews::Transport(), kTarget,
                      std::chrono::milliseconds(ews::ExchangeService::kDefaultTimeout),
                      ews::Outage::Repeat::kAlways, kLongestPause);
   }
@@ -128,18 +134,27 @@ bool ItemTries::WaitOut(const std::string& text, std::chrono::seconds asked, Out
   }
 }
 
+bool ItemTries::IsPatienceOver() { return ews::Transport().PatienceLeft(kTarget) <= 0s; }
+
 void ItemTries::EndOutage() {
   if (m_outage) m_outage->End();
+  (void)ews::Transport().EndOutage(kTarget);  // nobody may have waited
   m_outage.reset();
 }
 
+// Where the questions stay unanswered, they are of the outage that the item met, and what they took
+// is of its patience. Where they are answered, the look takes its time.
 bool ItemTries::SettleSent(ItemWork& work, Outcome& outcome) {
+  (void)ews::Transport().OutageSince(kTarget);
   auto time = 0s;
   if (work.lost) {
     const auto left = work.lost->at + work.lost->toFinish - ews::Transport().Now();
     time = std::max(std::chrono::ceil<std::chrono::seconds>(left), 0s);
   }
-  if (!Settle(work, Outcome::Kind::kSent, time, outcome)) return false;
+  if (!Settle(work, Outcome::Kind::kSent, time, outcome)) {
+    if (work.notAsked.empty() && !m_outage) (void)ews::Transport().EndOutage(kTarget);
+    return false;
+  }
   if (outcome.Arrived()) EndOutage();
   return true;
 }
@@ -162,7 +177,7 @@ ItemTries::OpenEnd ItemTries::Try(ItemWork& work, Outcome& outcome) {
   if (end == OpenEnd::kServer || end == OpenEnd::kEngine) {
     const auto now = ews::Transport().Now();
     work.lost =
-        Lost(now, TimeToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(now - begun)));
+        Lost(now, ToFinish(std::chrono::duration_cast<std::chrono::milliseconds>(now - begun)));
   }
   return end;
 }

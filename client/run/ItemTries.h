@@ -68,6 +68,9 @@ class ItemTries {
   // A try that was lost then; nothing where nobody can be at work on it.
   std::optional<LostTry> Lost(std::chrono::steady_clock::time_point at,
                               std::chrono::seconds toFinish) const;
+  // How long a server may go on with a request that it worked on for that time before it was lost:
+  // as long as it took for one of this run that came through, or longer.
+  std::chrono::seconds ToFinish(std::chrono::milliseconds workedOn) const;
   // The row of an item that was found in the target; returns a remark where it cannot be entered.
   std::string EnterRow(const ItemWork& work);
 
@@ -83,6 +86,7 @@ class ItemTries {
   static Outcome AtLimit(Outcome outcome, Outcome::Kind end);
   bool Pause(ItemWork& work, const Outcome& failure, std::size_t tries, Outcome& outcome);
   bool WaitOut(const std::string& text, std::chrono::seconds asked, Outcome& outcome);
+  static bool IsPatienceOver();
   void EndOutage();
   bool SettleSent(ItemWork& work, Outcome& outcome);
   bool IsFolderGone(const std::string& folder);

@@ -1,7 +1,9 @@
 #include "client/run/Journal.h"
 
-#include <algorithm>
+#include <array>
+#include <utility>
 
+#include "client/run/BootClock.h"
 #include "client/run/MailKey.h"
 
 namespace client {
@@ -16,8 +18,8 @@ constexpr std::string_view kSchema =
     "CREATE TABLE IF NOT EXISTS claim (folder TEXT NOT NULL, key TEXT NOT NULL,"
     " hash TEXT NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS begun (folder TEXT NOT NULL, key TEXT NOT NULL,"
-    " time TEXT NOT NULL, tries INTEGER NOT NULL DEFAULT 1, PRIMARY KEY (folder, key))"
-    " WITHOUT ROWID;"
+    " time TEXT NOT NULL, tries INTEGER NOT NULL DEFAULT 1, boot TEXT NOT NULL DEFAULT '',"
+    " since_boot INTEGER NOT NULL DEFAULT 0, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS mail (folder TEXT NOT NULL, hash TEXT NOT NULL, key TEXT NOT NULL,"
     " ledger_key TEXT NOT NULL, state TEXT NOT NULL, source TEXT NOT NULL, origin INTEGER NOT NULL,"
     " PRIMARY KEY (folder, hash)) WITHOUT ROWID;"
@@ -37,6 +39,13 @@ constexpr std::string_view kSchema =
 
 static_assert(static_cast<int>(ItemResult::kFailed) == 0 &&
               static_cast<int>(ItemResult::kArrived) == 1);  // in the trigger
+
+// Of `begun`, that journals of earlier versions do not have.
+constexpr std::array kLaterColumns = {
+    std::pair("tries", "tries INTEGER NOT NULL DEFAULT 1"),
+    std::pair("boot", "boot TEXT NOT NULL DEFAULT ''"),
+    std::pair("since_boot", "since_boot INTEGER NOT NULL DEFAULT 0"),
+};
 
 platform::SqliteStatement InsertOf(platform::SqliteDatabase& database, const JournalEntry& entry) {
   platform::SqliteStatement insert =
@@ -71,10 +80,12 @@ KnownMail MailIn(const platform::SqliteStatement& row) {
 Journal::Journal(const std::string& path) : m_database(path) {
   m_database.Execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;");
   m_database.Execute(kSchema);
-  if (m_database.Prepare("SELECT 1 FROM pragma_table_info('begun') WHERE name = 'tries'").Step()) {
-    return;
+  for (const auto& [name, column] : kLaterColumns) {
+    platform::SqliteStatement query =
+        m_database.Prepare("SELECT 1 FROM pragma_table_info('begun') WHERE name = ?1");
+    if (query.Bind(1, name).Step()) continue;
+    m_database.Execute(std::string("ALTER TABLE begun ADD COLUMN ") + column);
   }
-  m_database.Execute("ALTER TABLE begun ADD COLUMN tries INTEGER NOT NULL DEFAULT 1");
 }
 
 std::optional<std::string> Journal::Property(std::string_view name) {
@@ -207,11 +218,16 @@ bool Journal::IsNew() {
 }
 
 void Journal::Begin(std::string_view folder, std::string_view key) {
+  const BootReading now = ReadBootClock();
   RunDurably(m_database
-                 .Prepare("INSERT INTO begun (folder, key, time) VALUES (?1, ?2, datetime('now'))"
-                          " ON CONFLICT DO UPDATE SET time = datetime('now'), tries = tries + 1")
+                 .Prepare("INSERT INTO begun (folder, key, time, boot, since_boot)"
+                          " VALUES (?1, ?2, datetime('now'), ?3, ?4) ON CONFLICT DO UPDATE"
+                          " SET time = datetime('now'), tries = tries + 1, boot = ?3,"
+                          " since_boot = ?4")
                  .Bind(1, folder)
-                 .Bind(2, key));
+                 .Bind(2, key)
+                 .Bind(3, now.boot)
+                 .Bind(4, static_cast<std::int64_t>(now.time.count())));
 }
 
 void Journal::Forget(std::string_view folder, std::string_view key) {
@@ -231,12 +247,14 @@ void Journal::RunDurably(platform::SqliteStatement& statement) {
 std::optional<Journal::OpenOutcome> Journal::OpenFor(std::string_view folder,
                                                      std::string_view key) {
   platform::SqliteStatement query = m_database.Prepare(
-      "SELECT strftime('%s', 'now') - strftime('%s', time), tries FROM begun"
-      " WHERE folder = ?1 AND key = ?2");
+      "SELECT boot, since_boot, tries FROM begun WHERE folder = ?1 AND key = ?2");
   if (!query.Bind(1, folder).Bind(2, key).Step()) return std::nullopt;
-  // A clock that was set back since has it begin later than now.
-  const std::chrono::seconds since(std::max<std::int64_t>(query.Int(0), 0));
-  return OpenOutcome{since, static_cast<int>(query.Int(1))};
+  const BootReading now = ReadBootClock();
+  std::chrono::seconds since{0};
+  if (!now.boot.empty() && query.Text(0) == now.boot) {
+    since = now.time - std::chrono::seconds(query.Int(1));
+  }
+  return OpenOutcome{since, static_cast<int>(query.Int(2))};
 }
 
 std::optional<Journal::ItemName> Journal::LastBegun() {

@@ -102,8 +102,10 @@ class Journal {
   // Durable.
   void Begin(std::string_view folder, std::string_view key);
   struct OpenOutcome {
-    std::chrono::seconds since{0};  // the last command left
-    int tries = 0;                  // commands that left
+    // The last command left, whatever was done to the clock; 0, too, where the machine has been
+    // started since, and nobody can tell.
+    std::chrono::seconds since{0};
+    int tries = 0;  // commands that left
   };
   std::optional<OpenOutcome> OpenFor(std::string_view folder, std::string_view key);
   struct ItemName {

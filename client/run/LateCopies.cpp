@@ -3,10 +3,22 @@
 #include <algorithm>
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "client/run/Outcome.h"
 #include "ews/EwsTransport.h"
 
 namespace client {
+namespace {
+
+// The target may have been asked before, and would have to be asked again.
+std::string NotLookedForText(std::size_t copies) {
+  return fmt::format(
+      "may be there {}: the run ended before it looked for what comes late; the next one looks",
+      TimesText(copies));
+}
+
+}  // namespace
 
 void LateCopies::Watch(Item item, const LostTry& lost) {
   m_due = std::max(m_due, lost.at + std::max(lost.toFinish, kLate));
@@ -20,7 +32,7 @@ std::chrono::milliseconds LateCopies::TimeLeft() const {
 }
 
 void LateCopies::Look(bool ask, const Tell& tell) {
-  TargetAnswer answer{TargetAnswer::Kind::kUnreachable, 0, "the run ended"};
+  TargetAnswer answer{TargetAnswer::Kind::kUnreachable, 0, {}};
   ask = ask && WaitFor(TimeLeft());
   for (const Item& item : std::exchange(m_items, {})) {
     if (ask) answer = m_unknown.CountOnce(item.entry.folder, item.names);
@@ -29,7 +41,8 @@ void LateCopies::Look(bool ask, const Tell& tell) {
     if (answer.copies > item.shown) {
       remark = CopiesText(answer.copies);
     } else if (!answer.WasAsked()) {
-      remark = DoubtText(item.sent, answer.reason);
+      remark =
+          answer.reason.empty() ? NotLookedForText(item.sent) : DoubtText(item.sent, answer.reason);
     }
     const bool isInVain = answer.kind == TargetAnswer::Kind::kUnreachable;
     tell(item, remark, isInVain ? Looked::kInVain : Looked::kForGood);

@@ -311,7 +311,7 @@ Outcome Migration::HandleWork(ItemWork& work, bool found) {
   work.wasBegun = open.has_value();
   if (open) work.sent = static_cast<std::size_t>(open->tries);
   if (open && !isOld)
-    work.lost = m_tries.Lost(ews::Transport().Now() - open->since, TimeToFinish({}));
+    work.lost = m_tries.Lost(ews::Transport().Now() - open->since, m_tries.ToFinish({}));
   // A row without a journal entry: an earlier run was cut off between the two.
   if (m_sender.HasArrived(work.entry, work.item)) return {Outcome::Kind::kKnown, {}};
   if (found) return {Outcome::Kind::kKnown, m_tries.EnterRow(work)};
@@ -379,7 +379,10 @@ void Migration::LookForLateCopies() {
   const auto tell = [&](const LateCopies::Item& item, const std::string& remark,
                         LateCopies::Looked looked) {
     if (!remark.empty()) m_summary.remarks.push_back({item.name, remark});
-    if (looked == LateCopies::Looked::kInVain) return;  // the next run looks
+    if (looked == LateCopies::Looked::kInVain) {  // the next run looks
+      if (StopRequested()) m_summary.stopped = "asked to stop";
+      return;
+    }
     JournalEntry entry = item.entry;
     entry.text = Joined(entry.text, remark);
     m_journal.EndLate(entry);

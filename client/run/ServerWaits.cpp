@@ -6,13 +6,15 @@ namespace client {
 namespace {
 
 // "mail.example.com does not answer (reason): next try in 8 s, for 29 min more", and later
-// "mail.example.com answers again after 42 s".
+// "mail.example.com answers again after 42 s", or "mail.example.com answers other requests, and not
+// this one: …".
 bool TellsOfWait(std::string_view line) {
   return line.find(" does not answer (") != std::string_view::npos &&
          line.find(": next try in ") != std::string_view::npos;
 }
 bool TellsOfAnswer(std::string_view line) {
-  return line.find(" answers again after ") != std::string_view::npos;
+  return line.find(" answers again after ") != std::string_view::npos ||
+         line.find(" answers other requests, and not this one") != std::string_view::npos;
 }
 
 // "mail.example.com has been silent for 15 s; waiting up to 120 s": how long, or 0 for other lines.
@@ -38,6 +40,7 @@ void ServerWaits::Note(std::string_view line, Clock::time_point now) {
   if (!m_waiting) m_since = now - silence;
   m_waiting = true;
   ++m_count;
+  if (silence.count() == 0) ++m_failures;
 }
 
 void ServerWaits::Add(std::chrono::milliseconds time) {
@@ -55,6 +58,11 @@ void ServerWaits::End(Clock::time_point now) {
 std::uint64_t ServerWaits::Count() const {
   const std::lock_guard lock(m_mutex);
   return m_count;
+}
+
+std::uint64_t ServerWaits::Failures() const {
+  const std::lock_guard lock(m_mutex);
+  return m_failures;
 }
 
 std::chrono::milliseconds ServerWaits::Time() const {

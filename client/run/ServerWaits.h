@@ -22,11 +22,13 @@ class ServerWaits {
   void End(Clock::time_point now = Clock::now());
 
   std::uint64_t Count() const;             // tries that were waited for, silences, looks
+  std::uint64_t Failures() const;          // tries alone
   std::chrono::milliseconds Time() const;  // from first waits to answers, in all
 
  private:
   mutable std::mutex m_mutex;
   std::uint64_t m_count = 0;
+  std::uint64_t m_failures = 0;
   std::chrono::milliseconds m_time{0};
   bool m_waiting = false;
   Clock::time_point m_since;

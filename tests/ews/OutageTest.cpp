@@ -81,12 +81,16 @@ TEST_F(Outage, AQuestionThatFailsWhereOthersAreAnsweredIsGivenUpSoon) {
       {500, {}, ""}, {200, {}, answers::Error("FindItem", "ErrorTimeoutExpired", "Too slow.")}};
   for (const ews::HttpResponse& row : rows) {
     const double before = Seconds();
+    m_told.clear();
     for (int i = 0; i < 5; ++i) m_transport.Push(row);
     m_transport.Push(answers::Found({}));
     m_transport.Push(row);
     const auto isOfItself = AllOf(Not(HasSubstr(ews::kWaitedFor)), Not(EndsWith("ended")));
     EXPECT_THAT(ask(), isOfItself);
     EXPECT_LT(Seconds() - before, 20);
+    ASSERT_EQ(m_told.size(), 5u);
+    EXPECT_EQ(m_told.back(),
+              "mail.example.com answers other requests, and not this one: no longer waited for");
     // The next of its kind is not waited for once more.
     const double between = Seconds();
     m_transport.Push(row);

@@ -23,6 +23,7 @@ namespace {
 constexpr auto kDelay = std::chrono::milliseconds(150);
 constexpr auto kLongDelay = std::chrono::milliseconds(3000);  // of one delay in kLongOneIn
 constexpr unsigned kLongOneIn = 8;
+constexpr auto kSlowSave = std::chrono::milliseconds(8000);
 constexpr auto kRefusal = std::chrono::milliseconds(1500);
 constexpr std::array kStatuses = {401, 429, 500, 502, 503, 504};
 constexpr std::array kStatusesForAnswer = {500, 502, 503};
@@ -90,9 +91,10 @@ std::string StatusAnswer(int status, bool retryAfter, const std::string& body = 
 // Chooses at random, and the same for a seed each time.
 class BySeed {
  public:
-  BySeed(unsigned seed, unsigned oneIn) : m_random(seed), m_oneIn(oneIn) {}
+  BySeed(unsigned seed, unsigned oneIn)
+      : m_random(seed), m_oneIn(oneIn), m_lateness(LatenessOf(seed)) {}
 
-  FaultProxy::Step operator()(std::string_view) {
+  FaultProxy::Step operator()(std::string_view request) {
     // So many numbers for each request, so that no mishap shifts those behind it.
     const bool harmed = m_random() % m_oneIn == 0;
     const auto kind = m_random() % kHarm.size();
@@ -106,19 +108,43 @@ class BySeed {
     step.retryAfter = step.status == 429 || (step.status == 503 && detail / 8 % 2 == 0);
     if (step.mishap == Mishap::kDelay) step.pause = detail % kLongOneIn ? kDelay : kLongDelay;
     if (step.mishap == Mishap::kForwardedLate) {
-      step.pause = std::chrono::milliseconds(1000 + detail % 3000);
+      step.pause = std::chrono::milliseconds(Late(detail));
     }
+    if (IsToBeSlow(request)) step = {Mishap::kDelay, 0, false, kSlowSave};
     m_spareNext = step.status == 401 || step.mishap == Mishap::kRefuse;
     return step;
   }
 
  private:
+  std::mt19937::result_type Late(std::mt19937::result_type detail) const {
+    switch (m_lateness) {
+      case Lateness::kAnnounced:
+        return 1000 + detail % 6000;
+      case Lateness::kLong:
+        return 5000 + detail % 4000;
+      default:
+        return 1000 + detail % 3000;
+    }
+  }
+  // Once.
+  bool IsToBeSlow(std::string_view request) {
+    if (m_lateness != Lateness::kAnnounced || m_announced) return false;
+    return m_announced = request.find("CreateItem ") != std::string_view::npos;
+  }
+
   std::mt19937 m_random;
   unsigned m_oneIn;
+  Lateness m_lateness;
+  bool m_announced = false;
   bool m_spareNext = false;
 };
 
 }  // namespace
+
+Lateness LatenessOf(unsigned seed) {
+  if (seed % 5 == 0) return Lateness::kAnnounced;
+  return seed % 5 == 3 ? Lateness::kLong : Lateness::kShort;
+}
 
 FaultProxy::FaultProxy(int serverPort, unsigned seed, unsigned oneIn)
     : FaultProxy(serverPort, BySeed(seed, oneIn)) {}

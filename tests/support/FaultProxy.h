@@ -30,6 +30,14 @@ enum class Mishap {
   kRefuse,           // the answer is lost, and no connection is taken for a time
 };
 
+// When the server gets what is forwarded late, by a seed.
+enum class Lateness {
+  kShort,      // 1 to 4 s behind the 504
+  kAnnounced,  // up to 7 s, and the first save of all is as slow as that, and answered
+  kLong,       // 5 to 9 s, and nothing tells of it
+};
+Lateness LatenessOf(unsigned seed);
+
 inline constexpr std::array kHarm = {
     Mishap::kCutBeforeRequest, Mishap::kCutInRequest,    Mishap::kCutBehindRequest,
     Mishap::kCutInAnswer,      Mishap::kCutBehindAnswer, Mishap::kDelay,

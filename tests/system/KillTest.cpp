@@ -16,10 +16,12 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/Sqlite.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/system/Holdings.h"
 #include "tests/system/Programs.h"
 
-// Many mails and many sudden deaths; and the programs as an ordinary user.
+// Many items and many sudden deaths; and the programs as an ordinary user.
 namespace system_test {
 namespace {
 
@@ -33,15 +35,17 @@ constexpr std::array kVictims = {Victim::kEngine, Victim::kTarny, Victim::kBoth,
 // A migration into a server of its own, whose programs die and are started again.
 class KilledRun {
  public:
-  explicit KilledRun(int mails) : m_mails(WriteMails(m_folder, mails)) {
+  KilledRun(int mails, int others)
+      : m_mails(WriteMails(m_folder, mails)), m_others(ExpectedOthers(others)) {
+    WriteOthers(m_folder, others);
     StartServer({});
     m_port = m_server->Port();
   }
 
-  // Lets the run go on until the ledger has so many rows and an engine is at work.
-  void RunTo(int rows) {
+  // Lets the run go on until so many items have arrived and an engine is at work.
+  void RunTo(int items) {
     if (!m_tarny) m_tarny.emplace("tarny", Arguments(), m_folder.Path());
-    while (LedgerRows(m_folder) < rows || EnginesOf(m_folder.File("run")).empty()) {
+    while (Arrived() < items || EnginesOf(m_folder.File("run")).empty()) {
       ASSERT_FALSE(m_tarny->TryWait()) << "the run ended before its time: " << m_tarny->Err();
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
@@ -50,7 +54,7 @@ class KilledRun {
   void Kill(Victim victim) {
     if (victim == Victim::kServer) {
       m_server->Kill();
-      m_behindASave += Stored() > LedgerRows(m_folder);
+      m_behindASave += Stored() > Arrived();
       StartServer({"--port", m_port});
       ++m_killed[victim];
       return;
@@ -65,11 +69,11 @@ class KilledRun {
       m_tarny->Wait();
       m_tarny.reset();
     }
-    if (victim == Victim::kBoth) m_behindASave += Stored() > LedgerRows(m_folder);
+    if (victim == Victim::kBoth) m_behindASave += Stored() > Arrived();
     m_killed[victim] += hit;
   }
 
-  // Each mail is there once, and tarny says so, too.
+  // Each item is there once, and tarny says so, too.
   void ExpectWhole() {
     const Result last =
         m_tarny ? m_tarny->Wait() : RunProgram("tarny", Arguments(), m_folder.Path());
@@ -79,7 +83,12 @@ class KilledRun {
     const Result verified = RunProgram("tarny", check, m_folder.Path());
     EXPECT_EQ(verified.status, 0) << verified.out << verified.err;
     m_server.reset();
-    const Contents contents = ContentsOf(m_folder.File("mailbox"));
+    Contents contents;
+    Holdings others;
+    for (const StoredItem& item : ItemsOf(m_folder.File("mailbox"))) {
+      item.mime.empty() ? ++others[HoldingOf(item)] : ++contents[{item.folder, item.mime}];
+    }
+    EXPECT_TRUE(others == m_others) << others.size() << " kinds of " << m_others.size();
     int twice = 0;
     for (const auto& [mail, times] : contents) {
       EXPECT_TRUE(m_mails.expected.contains(mail)) << "something arrived in " << mail.first;
@@ -91,7 +100,7 @@ class KilledRun {
   }
 
   int Killed(Victim victim) { return m_killed[victim]; }
-  // Kills that left an item in the mailbox which the ledger does not know, where that can be seen.
+  // Kills that left an item in the mailbox which the run does not know, where that can be seen.
   int BehindASave() const { return m_behindASave; }
 
  private:
@@ -101,6 +110,18 @@ class KilledRun {
   void StartServer(std::vector<std::string> options) {
     options.insert(options.end(), {"--fault", "hold:" + std::to_string(kHold)});
     m_server = std::make_unique<Mailbox>(m_folder.Path(), options);
+  }
+  // As the journal knows.
+  int Arrived() const {
+    try {
+      platform::SqliteDatabase journal(m_folder.File("run/journal.db"),
+                                       platform::SqliteDatabase::Open::kReadOnly);
+      platform::SqliteStatement query =
+          journal.Prepare("SELECT count(*) FROM item WHERE result = 1");
+      return query.Step() ? static_cast<int>(query.Int(0)) : 0;
+    } catch (const platform::SqliteError&) {
+      return 0;
+    }
   }
   int Stored() const {
     mailbox::Store store(m_folder.File("mailbox/mailbox.db"), mailbox::Store::Mode::kReadOnly);
@@ -113,6 +134,7 @@ class KilledRun {
 
   const TemporaryFolder m_folder;
   const Generated m_mails;
+  const Holdings m_others;
   std::unique_ptr<Mailbox> m_server;
   std::string m_port;
   std::optional<Program> m_tarny;
@@ -120,12 +142,12 @@ class KilledRun {
   int m_behindASave = 0;
 };
 
-void KillAndExpectWhole(int mails, int kills) {
-  KilledRun run(mails);
+void KillAndExpectWhole(int mails, int others, int kills) {
+  KilledRun run(mails, others);
   std::mt19937 random(20240304);
-  const int share = mails / (kills + 1);
+  const int share = (mails + 4 * others) / (kills + 1);
   for (int kill = 0; kill < kills; ++kill) {
-    // A moment at random in this kill's share of the work: so many rows, and some microseconds.
+    // A moment at random in this kill's share of the work: so many items, and some microseconds.
     run.RunTo(kill * share + static_cast<int>(random() % static_cast<unsigned>(share)));
     if (testing::Test::HasFatalFailure()) return;
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 30'000));
@@ -137,9 +159,11 @@ void KillAndExpectWhole(int mails, int kills) {
   run.ExpectWhole();
 }
 
-TEST(Kills, EnginesDriversAndServersDieAndEachMailArrivesOnce) { KillAndExpectWhole(160, 8); }
+TEST(Kills, EnginesDriversAndServersDieAndEachItemArrivesOnce) { KillAndExpectWhole(100, 12, 8); }
 
-TEST(SoakKills, FortyDeathsInTwoThousandMailsAndEachArrivesOnce) { KillAndExpectWhole(2000, 40); }
+TEST(SoakKills, FortyDeathsInTwoThousandItemsAndEachArrivesOnce) {
+  KillAndExpectWhole(1600, 100, 40);
+}
 
 TEST(OrdinaryUser, ARunFolderBelowAParentThatCanBeEnteredAndNotListed) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root, to become another user";

@@ -129,6 +129,32 @@ TEST_F(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {
   EXPECT_EQ(Arrived().size(), mails.expected.size());
 }
 
+// The program is replaced, while the server is asked, by one that dies twice before it is an
+// engine.
+TEST_F(Migration, AnEngineThatDiesAtItsStartIsStartedAgain) {
+  namespace fs = std::filesystem;
+  const Generated mails = WriteMails(folder, 2);
+  const Mailbox mailbox(folder.Path(), {"--fault", "latency:500"});
+  Program tarny("tarny", ServerArguments(folder, std::stoi(mailbox.Port())), folder.Path());
+  const std::string program = folder.File("run/TarnyOutlookEngine");
+  const auto size = fs::file_size(TARNY_BIN "/TarnyOutlookEngine");
+  std::error_code missing;
+  ASSERT_TRUE(Await([&] { return fs::file_size(program, missing) == size; })) << tarny.Err();
+  const std::string starts = folder.File("starts");
+  const std::string script =
+      folder.Write("run/script", "#!/bin/sh\necho >> " + starts + "\n[ $(wc -l < " + starts +
+                                     ") -gt 2 ] || kill -9 $$\nexec " + program + ".kept \"$@\"\n");
+  fs::permissions(script, fs::perms::owner_all);
+  fs::rename(program, program + ".kept");
+  fs::rename(script, program);
+  const Result result = tarny.Wait();
+  EXPECT_EQ(SummaryOf(result)["sent"], 2) << result.err;
+  EXPECT_THAT(result.err,
+              HasSubstr("Starting the engine again: the engine ended at its start: signal 9"));
+  EXPECT_EQ(fs::file_size(starts), 3u);
+  EXPECT_TRUE(Arrived() == mails.expected);
+}
+
 TEST_F(Migration, ARequestToStopEndsAfterTheItemAndALaterRunGoesOn) {
   const Generated mails = WriteMails(folder, 80);
   Program tarny("tarny", MigrateArguments(folder), folder.Path());

@@ -2,7 +2,6 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <map>
 #include <memory>
 #include <optional>
 #include <random>
@@ -25,6 +24,7 @@
 #include "tests/ews/ScriptedTransport.h"
 #include "tests/mailboxd/HttpCall.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/system/Holdings.h"
 #include "tests/system/Programs.h"
 
 // Items of every class on their way into a mailbox that fails in every way it knows, and dies: each
@@ -228,25 +228,8 @@ class Sender {
       std::make_shared<ews::ExchangeService>(ews::ExchangeVersion::Exchange2013_SP1);
 };
 
-// Everything that a mailbox holds of each item, by how often it holds that.
-std::map<std::string, int> Holdings(const std::string& dataFolder) {
-  std::map<std::string, int> holdings;
-  for (const StoredItem& item : ItemsOf(dataFolder)) {
-    std::string all =
-        fmt::format("{}|{}|{}|{}|{}|{}|{}|{}", item.mailbox, item.folder, item.info.element,
-                    item.info.subject, item.info.body, item.info.starts, item.info.ends, item.mime);
-    for (const auto& property : item.info.properties) {
-      for (const std::string& value : property.values) all += "|" + property.key + "=" + value;
-    }
-    for (const auto& field : item.info.fields) all += "|" + field.xml;
-    for (const auto& [name, bytes] : item.attachments) all += "|" + name + ":" + bytes;
-    ++holdings[all];
-  }
-  return holdings;
-}
-
 // What a mailbox without a fault holds of the same items.
-std::map<std::string, int> Expected(int count) {
+Holdings Expected(int count) {
   const TemporaryFolder folder;
   {
     const Mailbox mailbox(folder.Path(), {});
@@ -254,11 +237,11 @@ std::map<std::string, int> Expected(int count) {
     for (int i = 0; i < count; ++i) sender.Send(i);
     EXPECT_EQ(sender.again, 0);
   }
-  return Holdings(folder.File("mailbox"));
+  return HoldingsOf(folder.File("mailbox"));
 }
 
 void ExpectWhole(const TemporaryFolder& folder, int count) {
-  const auto holdings = Holdings(folder.File("mailbox"));
+  const auto holdings = HoldingsOf(folder.File("mailbox"));
   const auto expected = Expected(count);
   EXPECT_EQ(expected.size(), static_cast<size_t>(count));
   for (const auto& [item, times] : expected) {

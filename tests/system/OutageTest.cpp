@@ -50,5 +50,9 @@ TEST(SoakOutage, AServerThatIsAwayForHalfAMinuteIsWaitedFor) {
   ExpectWaitedOut(std::chrono::seconds(30));
 }
 
+TEST(SoakOutage, AServerThatIsAwayForFiveMinutesIsWaitedFor) {
+  ExpectWaitedOut(std::chrono::minutes(5));
+}
+
 }  // namespace
 }  // namespace system_test

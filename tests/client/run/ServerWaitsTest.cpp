@@ -26,7 +26,13 @@ TEST(ServerWaits, AnOutageLastsFromItsFirstWaitToTheAnswer) {
   waits.End(start + seconds(50));
   waits.Add(seconds(3));
   EXPECT_EQ(waits.Count(), 5u);
+  EXPECT_EQ(waits.Failures(), 3u);
   EXPECT_EQ(waits.Time(), seconds(32));
+  waits.Note(wait, start + seconds(60));
+  waits.Note("mail.example.com answers other requests, and not this one: no longer waited for",
+             start + seconds(62));
+  waits.End(start + seconds(99));
+  EXPECT_EQ(waits.Time(), seconds(34));
 }
 
 }  // namespace
