@@ -114,7 +114,8 @@ struct Folder : rdo::Items {
     return std::make_shared<List>(items);
   }
 
-  void Find(const std::vector<std::string>&, const std::string&, const Take&) override {}
+  void Find(const std::vector<std::string>&, const std::vector<std::string>&,
+            const Take&) override {}
   void ForEach(const Take&) override {}
 
   std::vector<std::shared_ptr<rdo::Item>> items;
