@@ -174,7 +174,7 @@ TEST(ThunderbirdProfile, NamesWhatItsOwnerHasThereAndIsNotTaken) {
        "News/news.example: news of a server",
        "!prefs.js: the mail of an account lies elsewhere, in D:\\Mail\\jane",
        "!prefs.js: the mail of an account lies elsewhere, in [ProfD]../ImapMail/x",
-       "!Mail/dead: neither a file nor a folder", "!Mail/linked: a link to a folder"}};
+       "!Mail/dead: a dead link", "!Mail/linked: a link to a folder"}};
   for (const auto& [name, bytes] : tree.files) folder.Write(name, bytes);
   ASSERT_EQ(symlink("nowhere", folder.File("Mail/dead").c_str()), 0);
   ASSERT_EQ(symlink("/tmp", folder.File("Mail/linked").c_str()), 0);
@@ -257,7 +257,7 @@ TEST(FolderIndex, IsReadInPiecesAndToAnyEnd) {
   }
 }
 
-TEST(Stores, MailBesideAMaildirAndInFilesOfADovecotIsNamed) {
+TEST(Stores, MailBesideAMaildirComesAndThatInFilesOfADovecotIsNamed) {
   Check({"beside",
          {{"cur/1.a:2,S", kMail},
           {"new/.x", ""},
@@ -271,9 +271,10 @@ TEST(Stores, MailBesideAMaildirAndInFilesOfADovecotIsNamed) {
           {"plain/Archive", kMbox},
           {"plain/1.eml", kMail},
           {"plain/note", "no mail"}},
-         {"Inbox\\|cur/1.a:2,S", "Sent Items\\|.Sent/cur/2.a:2,S"},
-         {"!cur/3f: a folder where mail belongs", "!.Sent/old.mbox: it lies beside a Maildir",
-          "!plain/1.eml: it lies beside", "!plain/Archive: it lies beside"}});
+         {"Inbox\\|cur/1.a:2,S", "Sent Items\\|.Sent/cur/2.a:2,S",
+          "Sent Items\\old\\|.Sent/old.mbox:0", "plain\\|plain/1.eml",
+          "plain\\Archive\\|plain/Archive:0"},
+         {"!cur/3f: a folder where mail belongs", "plain/note: its name does not end"}});
   Check({"all of an Evolution, and a hidden file",
          {{"mail/local/..maildir++", "maildir++ 1\n"},
           {"mail/local/cur/1.a:2,S", kMail},
@@ -286,7 +287,7 @@ TEST(Stores, MailBesideAMaildirAndInFilesOfADovecotIsNamed) {
           {"addressbook/local/system/contacts.db", "x"}},
          {"Inbox\\|mail/local/cur/1.a:2,S", "Sent Items\\|mail/local/.Sent/cur/2.a:2,S"},
          {"addressbook/local/system/contacts.db: an address book",
-          "!mail/.hidden: a hidden file with mail"}});
+          "!mail/.hidden: it is hidden, looks like an mbox"}});
   Check({"dbox",
          {{"mailboxes/A/dbox-Mails/u.1", "2 M1e\n"},
           {"mailboxes/A/dbox-Mails/u.22", "2 M1e\n"},
