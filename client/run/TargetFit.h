@@ -9,12 +9,13 @@
 // Whether what a run folder knows fits what the target holds. It is looked at before anything is
 // sent, by samples: a run would send again all that it does not know, and nothing that it knows.
 //
-//   the run folder                            the target                          then
-//   has rows in its ledger and no journal     is not asked                        it lost its
-//   journal never had items of the plan in its hands  holds one of them, by its key       it is
-//   new, or a copy knows that items of the plan arrived      holds none of them, in any folder that
-//   was emptied,
-//                                                                                 or is another one
+// clang-format off
+//   the run folder                              the target                      then
+//   has rows in its ledger and no journal       is not asked                    it lost its journal
+//   never had items of the plan in its hands    holds one of them, by its key   it is new, or a copy
+//   knows that items of the plan arrived        holds none of all it knows      that was emptied, or
+//                                                                               is another one
+// clang-format on
 //
 // What cannot be asked for, or of a target that does not answer, does not count. A run without
 // misfit costs a question or two, and a few more where it is new.

@@ -123,11 +123,6 @@ bool BeginsAsEudoras(const std::string& path) {
   }
 }
 
-bool IsThere(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0;
-}
-
 // Folders of one lie in another, "Customers.fol/Old.fol/In.mbx", and on a Mac in one of their own.
 bool IsBelowEudora(std::string_view folder) {
   const std::string_view name = LastOf(folder);

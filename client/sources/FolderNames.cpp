@@ -1,7 +1,5 @@
 #include "client/sources/FolderNames.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cctype>
 #include <vector>
@@ -14,11 +12,6 @@
 
 namespace client {
 namespace {
-
-bool IsThere(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0;
-}
 
 // "0A1B2C3D-1111-2222-3333-444455556666"
 bool IsUuid(std::string_view name) {

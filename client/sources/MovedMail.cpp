@@ -16,11 +16,6 @@ namespace {
 constexpr std::size_t kMostNames = 200000;  // that are kept
 constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
 
-bool IsThere(const std::string& path) {
-  struct stat status;
-  return lstat(path.c_str(), &status) == 0;
-}
-
 // What may not be looked at may be there.
 bool IsGone(const std::string& path) { return !IsThere(path) && errno == ENOENT; }
 

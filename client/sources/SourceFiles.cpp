@@ -84,9 +84,13 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
   return entries;
 }
 
-bool HasEntry(const std::string& path, std::string_view name) {
+bool IsThere(const std::string& path) {
   struct stat status;
-  return lstat((path + "/" + std::string(name)).c_str(), &status) == 0;
+  return lstat(path.c_str(), &status) == 0;
+}
+
+bool HasEntry(const std::string& path, std::string_view name) {
+  return IsThere(path + "/" + std::string(name));
 }
 
 bool HasName(const std::string& folder, const std::function<bool(std::string_view name)>& is) {

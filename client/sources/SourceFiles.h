@@ -45,7 +45,8 @@ std::vector<FolderEntry> ListFolder(const std::string& path, std::vector<SourceP
 void EachEntry(const std::string& path, std::vector<SourceProblem>& problems,
                const std::function<void(const FolderEntry& entry)>& take);
 
-// Whether a folder has something of that name, a dead link too.
+// Whether something is there, a dead link too: at a path, or in a folder by its name.
+bool IsThere(const std::string& path);
 bool HasEntry(const std::string& path, std::string_view name);
 // Whether one of the first hundred names of a folder is such.
 bool HasName(const std::string& folder, const std::function<bool(std::string_view name)>& is);
