@@ -1,6 +1,7 @@
 #include "client/run/ItemSender.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <ctime>
 #include <filesystem>
@@ -29,8 +30,17 @@ namespace {
 
 constexpr int kLongestFolder = 4999;  // units of a folder command's path
 constexpr int kMostStarts = 3;        // of engines that end before they are at work
+constexpr std::string_view kSlowest = "slowest save";  // in milliseconds
 constexpr const char* kStopped = "asked to stop";
 constexpr std::uintmax_t kLittleSpace = 1 << 20;  // bytes: a ledger may need some pages more
+
+// Whatever stands there.
+std::chrono::milliseconds SlowestOfEarlierRuns(Journal& journal) {
+  const std::string text = journal.Property(kSlowest).value_or("");
+  long count = 0;
+  std::from_chars(text.data(), text.data() + text.size(), count);
+  return std::chrono::milliseconds(count);
+}
 
 }  // namespace
 
@@ -43,7 +53,8 @@ ItemSender::ItemSender(const RunSetup& setup, Journal& journal, LedgerLook& ledg
       m_journal(journal),
       m_ledger(ledger),
       m_say(std::move(say)),
-      m_logs(m_setup.run.Path()) {}
+      m_logs(m_setup.run.Path()),
+      m_slowest(SlowestOfEarlierRuns(journal)) {}
 
 bool ItemSender::HasArrived(const Plan::Entry& entry, const LoadedItem& item) {
   if (item.ledgerKey.empty()) return m_logs.HasSaved(entry.item.type);
@@ -104,9 +115,18 @@ Outcome ItemSender::Send(const Plan::Entry& entry, const LoadedItem& item) {
   m_setup.waits->End();
   Outcome outcome = Judge(entry, item, result);
   if (outcome.Arrived() && m_setup.waits->Failures() == failures) {
-    m_slowest = std::max(m_slowest, std::chrono::ceil<std::chrono::milliseconds>(taken));
+    NoteTime(entry.item, std::chrono::ceil<std::chrono::milliseconds>(taken));
   }
   return outcome;
+}
+
+// The next run hears of a server that is slow: it may begin with what is not answered.
+void ItemSender::NoteTime(const SourceItem& item, std::chrono::milliseconds taken) {
+  constexpr std::uint64_t kSmall = 1 << 20;  // bytes
+  constexpr std::chrono::seconds kStep{1};   // for each a write to the disk
+  if (item.length > kSmall || taken < m_slowest + kStep) return;
+  m_slowest = taken;
+  m_journal.SetProperty(kSlowest, std::to_string(taken.count()));
 }
 
 std::string ItemSender::MakeFolder(const std::string& path) {

@@ -76,7 +76,8 @@ class ItemSender {
   // After an EndpointError: how the engine ended. The next item gets a new one.
   std::string DescribeEnd();
 
-  // The longest that an item took which arrived without an outage being waited out in it.
+  // The longest that an item took which is small, so that the network took little of it, and which
+  // arrived without an outage being waited out in it: in this run or one before.
   std::chrono::milliseconds Slowest() const { return m_slowest; }
 
   void Close();
@@ -86,6 +87,7 @@ class ItemSender {
   void Hear(const std::string& line);
   Outcome Send(const Plan::Entry& entry, const LoadedItem& item);
   void StartEngine();
+  void NoteTime(const SourceItem& item, std::chrono::milliseconds taken);
   void StartEngineOnce();
   bool LogOn();
   // Empty when the folder stands, else the reason why it does not.
@@ -103,7 +105,7 @@ class ItemSender {
   EngineLogs m_logs;
   std::optional<LeftOut> m_left;
   std::unique_ptr<EngineProcess> m_engine;
-  std::chrono::milliseconds m_slowest{0};
+  std::chrono::milliseconds m_slowest;
   std::string m_folder;  // the engine's current folder; empty when it must be selected
 };
 

@@ -367,7 +367,10 @@ TEST_F(SoakChosenHarm, ASlowServerIsGivenAsLongForALostAnswerAsForOthers) {
   saves = {{1, {Mishap::kDelay, 0, false, std::chrono::seconds(9)}},
            {2, {Mishap::kForwardedLate, 0, false, std::chrono::seconds(7)}}};
   EXPECT_EQ(Text(Run(0)["remarks"]), "2.eml: found in the target: its answer was lost");
-  EXPECT_THAT(Copies(), ElementsAre(1, 1));
+  folder.Write("source/3.eml", "Message-ID: <3@x.example>\r\n\r\n3");
+  saves = {{requests + 1, {Mishap::kForwardedLate, 0, false, std::chrono::seconds(7)}}};
+  EXPECT_EQ(Text(Run(0)["remarks"]), "3.eml: found in the target: its answer was lost");
+  EXPECT_THAT(Copies(), ElementsAre(1, 1, 1));
 }
 
 TEST_F(SoakChosenHarm, APatienceThatEndsWhileNobodyAnswersTheQuestionFailsNoItem) {
