@@ -47,18 +47,6 @@ UnknownOutcome::Keyed KeyedBy(const RunSetup& setup, Journal& journal) {
   return kNone;
 }
 
-// For people, of items by their locations: of those that the plan has not, the locations.
-using Names = std::unordered_map<std::string, std::string>;
-Names NamesIn(const Plan& plan, const std::unordered_set<std::string>& locations) {
-  Names names;
-  for (const std::string& location : locations) names.emplace(location, location);
-  for (const Plan::Entry& entry : plan.entries) {
-    const auto name = names.find(entry.item.location);
-    if (name != names.end()) name->second = entry.name;
-  }
-  return names;
-}
-
 }  // namespace
 
 Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep onStep)
@@ -74,6 +62,7 @@ Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep on
       m_unknown(*m_look, m_ledger, m_setup.target.Login(), KeyedBy(m_setup, m_journal)),
       m_tries(m_setup, m_journal, m_sender, *m_look, m_unknown, m_rows, say),
       m_late(m_unknown),
+      m_doubts(m_journal),
       m_incomplete(m_setup.target, *m_look),
       m_second(m_setup.target, *m_look, m_journal, m_rows, m_setup.IsSafe()),
       m_mayBeOlder(!m_journal.IsNew()),
@@ -82,13 +71,10 @@ Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep on
 Summary Migration::Run(const Plan& plan) {
   m_summary = {};
   m_summary.total = plan.entries.size();
-  std::vector<JournalEntry> doubts;
   m_endedReduced = m_sender.EndedReduced();
   try {
     m_lastBegun = m_journal.LastBegun();
-    doubts = m_journal.EndedWith(ItemResult::kArrived, kCouldNotAsk);
-    std::ranges::move(m_journal.EndedWith(ItemResult::kArrived, kReduced),
-                      std::back_inserter(doubts));
+    m_doubts.ReadArrived();
     TakeOverLate(plan);
     m_arrived.emplace(m_journal, plan);
     if (m_setup.adopt) m_adoption.emplace(*m_look, plan);
@@ -103,18 +89,18 @@ Summary Migration::Run(const Plan& plan) {
     LookForLateCopies();
     if (m_summary.stopped.empty()) TellMissing(plan);
     if (m_summary.stopped.empty()) MakeFolders(plan.emptyFolders);
-    std::ranges::move(StillUnknown(plan), std::back_inserter(doubts));
+    m_doubts.ReadUnknown(plan, m_noted);
   } catch (const platform::SqliteError& error) {
     m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
   } catch (const std::exception& error) {  // what was done so far is told all the same
     m_summary.stopped = error.what();
   }
   if (!m_summary.stopped.empty() && StopRequested()) m_summary.stopped = "asked to stop";
-  Finish(plan, std::move(doubts));
+  Finish(plan);
   return std::move(m_summary);
 }
 
-void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
+void Migration::Finish(const Plan& plan) {
   // What an error kept from being looked for.
   m_late.Look(/*ask=*/false, [&](const auto& item, const std::string& remark, auto) {
     if (!remark.empty()) m_summary.remarks.push_back({item.name, remark});
@@ -125,13 +111,7 @@ void Migration::Finish(const Plan& plan, std::vector<JournalEntry> doubts) {
   m_summary.waits = m_setup.waits->Count();
   m_summary.waitedSeconds =
       static_cast<std::uint64_t>((m_setup.waits->Time().count() + 500) / 1000);
-  if (doubts.empty()) return;
-  std::unordered_set<std::string> sources;
-  for (const JournalEntry& doubt : doubts) sources.insert(doubt.source);
-  const Names names = NamesIn(plan, sources);
-  for (JournalEntry& doubt : doubts) {
-    m_summary.doubts.push_back({names.at(doubt.source), std::move(doubt.text)});
-  }
+  m_summary.doubts = m_doubts.Named(plan);
 }
 
 bool Migration::TakeUp(const ItemsAside::One& one, const TryLimit& limit) {
@@ -167,22 +147,6 @@ void Migration::TakeUpRest() {
     if (!m_summary.stopped.empty()) return;
     (void)TakeUp(one, m_aside.LimitAtEnd(one));
   }
-}
-
-// What earlier runs could not tell and this one did not come to. What is settled under the name
-// that it got elsewhere in the source is known by its key, which is not open any more.
-std::vector<JournalEntry> Migration::StillUnknown(const Plan& plan) {
-  std::vector<JournalEntry> unknown = m_journal.EndedWith(ItemResult::kUnknown, "");
-  if (unknown.empty()) return unknown;
-  std::unordered_set<std::string> left;
-  for (const JournalEntry& entry : unknown) left.insert(entry.source);
-  for (const Plan::Entry& entry : plan.entries) {
-    if (m_noted[entry.number]) left.erase(entry.item.location);
-  }
-  std::erase_if(unknown, [&](const JournalEntry& entry) {
-    return !left.contains(entry.source) || !m_journal.OpenFor(entry.folder, entry.key);
-  });
-  return unknown;
 }
 
 Outcome Migration::Handle(const Plan::Entry& entry) {
@@ -351,7 +315,7 @@ void Migration::TakeOverLate(const Plan& plan) {
   if (all.empty()) return;
   std::unordered_set<std::string> sources;
   for (const Journal::LateItem& late : all) sources.insert(late.entry.source);
-  const Names names = NamesIn(plan, sources);
+  const auto names = NamesIn(plan, sources);
   for (Journal::LateItem& late : all) {
     LateCopies::Item item;
     item.name = names.at(late.entry.source);

@@ -7,6 +7,7 @@
 
 #include "client/run/Adoption.h"
 #include "client/run/ArrivedItems.h"
+#include "client/run/EarlierDoubts.h"
 #include "client/run/FailuresInARow.h"
 #include "client/run/IncompleteItems.h"
 #include "client/run/ItemLoader.h"
@@ -74,8 +75,7 @@ class Migration {
   void Note(const Plan::Entry& entry, const Outcome& outcome);
   // A reason to stop the run now, or empty.
   std::string StopReason(const Plan::Entry& entry, const Outcome& outcome);
-  void Finish(const Plan& plan, std::vector<JournalEntry> doubts);
-  std::vector<JournalEntry> StillUnknown(const Plan& plan);
+  void Finish(const Plan& plan);
 
   RunSetup m_setup;
   Journal& m_journal;
@@ -91,6 +91,7 @@ class Migration {
   UnknownOutcome m_unknown;
   ItemTries m_tries;
   LateCopies m_late;
+  EarlierDoubts m_doubts;
   IncompleteItems m_incomplete;
   SecondPass m_second;
   bool m_mayBeOlder;  // its journal may be of an earlier version

@@ -235,6 +235,17 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
   return plan;
 }
 
+std::unordered_map<std::string, std::string> NamesIn(
+    const Plan& plan, const std::unordered_set<std::string>& locations) {
+  std::unordered_map<std::string, std::string> names;
+  for (const std::string& location : locations) names.emplace(location, location);
+  for (const Plan::Entry& entry : plan.entries) {
+    const auto name = names.find(entry.item.location);
+    if (name != names.end()) name->second = entry.name;
+  }
+  return names;
+}
+
 bool Plan::IsWhole() const {
   return std::none_of(problems.begin(), problems.end(),
                       [](const SourceProblem& problem) { return problem.isUnread; });

@@ -5,6 +5,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "client/run/FolderMap.h"
@@ -69,6 +71,10 @@ struct Plan {
   };
   std::vector<Folder> Folders() const;  // in the order in which the run comes to them
 };
+
+// For people, the names of items by their locations: of those that the plan has not, the locations.
+std::unordered_map<std::string, std::string> NamesIn(
+    const Plan& plan, const std::unordered_set<std::string>& locations);
 
 // Which kind of items a folder takes (ItemKind::folderType), by its folded path.
 using FolderKinds = std::map<std::string, std::int32_t>;
