@@ -25,8 +25,8 @@ constexpr milliseconds kLeastBackOff{1000};  // so that a retry never spins
 // one that makes something, and of a question.
 constexpr int kMostOnTheWay = 4;
 constexpr int kMostUnanswered = 5;
-constexpr std::chrono::seconds kStaysUnanswered{
-    60};                                         // before a kind of question is waited for again
+// Before a kind of question is waited for again.
+constexpr std::chrono::seconds kStaysUnanswered{60};
 constexpr std::uint64_t kTinyBytes = 256 << 10;  // no limit of size is meant for a request of that
 
 bool IsLogonRefusal(const Failure& objFailure) {

@@ -15,6 +15,7 @@ constexpr std::string_view kSchema =
     "CREATE TABLE IF NOT EXISTS item (source TEXT PRIMARY KEY, folder TEXT NOT NULL,"
     " hash TEXT NOT NULL, key TEXT NOT NULL, result INTEGER NOT NULL, text TEXT NOT NULL)"
     " WITHOUT ROWID;"
+    "CREATE INDEX IF NOT EXISTS item_by_key ON item (folder, key);"
     "CREATE TABLE IF NOT EXISTS claim (folder TEXT NOT NULL, key TEXT NOT NULL,"
     " hash TEXT NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS begun (folder TEXT NOT NULL, key TEXT NOT NULL,"

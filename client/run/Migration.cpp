@@ -33,7 +33,7 @@ constexpr std::string_view kChanged = "it has been changed since it was sent";
 ItemResult ResultOf(const Outcome& outcome, const ItemWork& work) {
   if (outcome.Arrived()) return ItemResult::kArrived;
   if (outcome.kind == Outcome::Kind::kNotConfirmed) return ItemResult::kNotConfirmed;
-  if (work.isIncomplete || LeavesIncomplete(outcome.text)) return ItemResult::kIncomplete;
+  if (work.isIncomplete) return ItemResult::kIncomplete;
   return work.sent > 0 ? ItemResult::kUnknown : ItemResult::kFailed;
 }
 
@@ -270,6 +270,7 @@ Outcome Migration::HandleWork(ItemWork& work, bool found) {
     work.isIncomplete = false;
     m_journal.Forget(folder, work.item.key);
     open.reset();
+    found = false;
   }
   const bool isOld = open && open->since >= kFreshDoubt;
   work.wasBegun = open.has_value();
@@ -287,7 +288,9 @@ Outcome Migration::HandleWork(ItemWork& work, bool found) {
     m_journal.Forget(folder, work.item.key);
     work.sent = 0;
   }
-  return m_tries.SendUntilSettled(work, m_limit);
+  outcome = m_tries.SendUntilSettled(work, m_limit);
+  work.isIncomplete = LeavesIncomplete(outcome.text);
+  return outcome;
 }
 
 void Migration::TellCopies(ItemWork& work, Outcome& outcome) {

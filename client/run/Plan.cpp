@@ -172,10 +172,10 @@ std::vector<std::string> EmptyOnes(const std::vector<std::string>& folders, cons
 void SpellAsBefore(ItemList& items, const std::vector<std::string>& spellings) {
   const std::unordered_set<std::string_view> known(spellings.begin(), spellings.end());
   std::unordered_map<std::string, std::string_view> before;
-  for (const std::string& folder : spellings) before.try_emplace(FoldedName(folder), folder);
+  for (const std::string& folder : spellings) before.try_emplace(AsTheTargetTells(folder), folder);
   items.Move([&](const ItemList::Shared& shared) {
     if (known.contains(shared.folder)) return shared.folder;
-    const auto folder = before.find(FoldedName(shared.folder));
+    const auto folder = before.find(AsTheTargetTells(shared.folder));
     return folder == before.end() ? shared.folder : std::string(folder->second);
   });
 }

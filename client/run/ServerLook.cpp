@@ -139,7 +139,8 @@ void ServerLook::Find(const Place& place, const Names& names, const Take& take) 
 
 // In a group there are only the folders that the run puts things into.
 bool ServerLook::HoldsAny(const Is& is) {
-  for (int offset = 0; offset < kMostFolders && !m_target.Group();) {
+  for (int offset = 0; !m_target.Group();) {
+    if (offset >= kMostFolders) throw std::runtime_error("it has very many folders");
     const ews::FolderView view(kFoldersOnPage, offset, ews::FolderView::Traversal::kDeep);
     const ews::FindFoldersResults found = Service().FindFolders(RootOf(m_target), view);
     for (const ews::Folder& folder : found.Folders()) {

@@ -9,16 +9,15 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include <fmt/format.h>
 
 #include "client/run/ItemLoader.h"
+#include "client/run/LastingPlace.h"
 #include "client/run/MailKey.h"
 #include "client/run/RunFolder.h"
 #include "client/run/StopRequest.h"
-#include "client/sources/MaildirName.h"
 
 namespace client {
 namespace {
@@ -95,16 +94,8 @@ class Sample {
   std::unordered_map<std::string, std::size_t> m_places;
 };
 
-// Of a place in a source, without what becomes of a Maildir's mail when it is read.
-std::uint64_t HashOf(std::string_view location) {
-  const std::size_t slash = location.rfind('/');
-  const std::string_view folder = location.substr(0, slash);
-  if (slash == std::string_view::npos || !(folder.ends_with("/cur") || folder.ends_with("/new"))) {
-    return std::hash<std::string_view>()(location);
-  }
-  std::string lasting(folder.substr(0, folder.size() - 3));
-  lasting += LastingPart(location.substr(slash + 1));
-  return std::hash<std::string>()(lasting);
+std::uint64_t HashOf(const std::string& location) {
+  return std::hash<std::string>()(LastingPlace(location).path);
 }
 
 // The places that a journal knows, a million in 8 MB.
@@ -114,12 +105,12 @@ class KnownPlaces {
 
   explicit KnownPlaces(Journal& journal) {
     journal.EachItem([this](const Journal::ItemRow& row) {
-      m_hashes.push_back((HashOf(row.source) & ~kArrived) |
+      m_hashes.push_back((HashOf(std::string(row.source)) & ~kArrived) |
                          (row.result == ItemResult::kArrived ? kArrived : 0));
     });
     std::ranges::sort(m_hashes);
   }
-  Place Of(std::string_view location) const {
+  Place Of(const std::string& location) const {
     const std::uint64_t hash = HashOf(location) & ~kArrived;
     const auto found = std::ranges::lower_bound(m_hashes, hash);
     if (found == m_hashes.end() || (*found & ~kArrived) != hash) return Place::kUnknown;
@@ -229,17 +220,21 @@ ArrivedNames NamesOfArrived(const FitQuestion& question, const SomeOf& some) {
 // A sample may hold just what its user took away: where nothing of it is there, all that the target
 // holds, first in the folders of the run, is set against all that the run knows.
 bool IsAnythingThere(const FitQuestion& question, const Sample& arrived) {
-  std::unordered_set<std::u16string> known;
+  const std::hash<std::u16string_view> hashOf;
+  std::vector<std::size_t> known;
+  const auto add = [&](const CString& name) {
+    if (!name.IsEmpty()) known.push_back(hashOf(name.Left(ews::kLongestFoundText).View()));
+  };
   question.journal.EachItem([&](const Journal::ItemRow& row) {
     if (row.result != ItemResult::kArrived) return;
-    known.emplace(CString::FromUtf8(KeyOnItem(row.key)).View());
-    known.emplace(CString::FromUtf8(IdInKey(row.key)).Left(ews::kLongestFoundText).View());
+    add(CString::FromUtf8(KeyOnItem(row.key)));
+    add(CString::FromUtf8(IdInKey(row.key)));
   });
-  known.erase(std::u16string());
-  const auto isKnown = [&known](const ews::FoundItem& found) {
+  std::ranges::sort(known);
+  const auto isKnown = [&](const ews::FoundItem& found) {
     if (StopRequested()) throw RunError("asked to stop");
-    return known.contains(std::u16string(found.strKey.View())) ||
-           known.contains(std::u16string(found.strMessageId.View()));
+    return std::ranges::binary_search(known, hashOf(found.strKey.View())) ||
+           std::ranges::binary_search(known, hashOf(found.strMessageId.View()));
   };
   bool isThere = false;
   for (const Sample::Folder& folder : arrived.Folders()) {

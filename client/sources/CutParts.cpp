@@ -1,5 +1,7 @@
 #include "client/sources/CutParts.h"
 
+#include <sys/stat.h>
+
 #include <optional>
 
 #include "base/AsciiText.h"
@@ -99,14 +101,21 @@ class PartWalk {
   std::vector<CutPart> m_parts;
 };
 
-// The first file of the folder; nothing where there is none.
+// Not where a link leads: an administrator may read more than the owner of the mail.
+bool IsOwnFolder(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// The file of the folder, the first by its name if there are several; nothing where there is none.
 std::optional<std::string> FileIn(const std::string& folder) {
-  std::vector<SourceProblem> problems;
-  for (const FolderEntry& entry : ListFolder(folder, problems)) {
-    const bool isFile = entry.kind == EntryKind::kFile && !entry.name.starts_with('.');
-    if (isFile) return folder + "/" + entry.name;
-  }
-  return std::nullopt;
+  std::optional<std::string> first;
+  std::vector<SourceProblem> ignored;
+  EachName(folder, ignored, [&](std::string_view name) {
+    if (!name.starts_with('.') && (!first || name < *first)) first = name;
+    return true;
+  });
+  return first ? std::optional(folder + "/" + *first) : std::nullopt;
 }
 
 // ".../Attachments/12" of ".../Messages/12.partial.emlx".
@@ -124,13 +133,20 @@ std::vector<CutPart> CutPartsOf(std::string_view mail) { return PartWalk(mail).R
 
 void AddCutParts(const std::string& path, std::string& mail, FilesBeside& files) {
   const std::string folder = FolderOfParts(path);
+  const bool isThere = IsOwnFolder(folder.substr(0, folder.rfind('/'))) && IsOwnFolder(folder);
   const std::string_view lineEnd = LineEndOf(mail);
   std::string whole;
   std::size_t done = 0;
+  std::size_t left = kMostCutParts;
   for (const CutPart& part : CutPartsOf(mail)) {
-    const auto file = FileIn(folder + "/" + part.number);
+    if (left-- == 0) {
+      files.NoteMissing("and all others", "more than a mail can have");
+      break;
+    }
+    const std::string own = folder + "/" + part.number;
+    const auto file = isThere && IsOwnFolder(own) ? FileIn(own) : std::nullopt;
     if (!file) files.NoteMissing(part.name);
-    const auto bytes = file ? files.Read(*file, Links::kFollow, part.name) : std::nullopt;
+    const auto bytes = file ? files.Read(*file, Links::kRefuse, part.name) : std::nullopt;
     if (!bytes) continue;
     whole.append(mail, done, part.body - done);
     AppendBody(*bytes, part.encoding, lineEnd, whole);

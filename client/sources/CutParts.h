@@ -24,7 +24,9 @@ inline constexpr std::size_t kDeepestCutPart = 64;
 std::vector<CutPart> CutPartsOf(std::string_view mail);
 
 // Puts the bodies that lie beside a "NUMBER.partial.emlx", in "../Attachments/NUMBER/PART/NAME",
-// into its mail. One that its program never fetched, or that was not taken along, stays empty.
+// into its mail. One that its program never fetched, or that was not taken along, stays empty;
+// links are not followed, and of more than kMostCutParts the first are taken.
+inline constexpr std::size_t kMostCutParts = 1000;
 void AddCutParts(const std::string& path, std::string& mail, FilesBeside& files);
 
 }  // namespace client

@@ -33,6 +33,8 @@ constexpr std::string_view kContacts = "Contacts\\";
 bool IsCalendarName(std::string_view name) {
   return EndsWithNoCase(name, ".ics") || EndsWithNoCase(name, ".vcs");
 }
+// What a Mac puts beside a file on the disk of another system, under its name.
+bool IsOfMac(std::string_view name) { return name.starts_with("._"); }
 bool IsCardName(std::string_view name) { return EndsWithNoCase(name, ".vcf"); }
 
 void AddCalendar(const std::string& path, const std::string& levels, Listing& listing) {
@@ -55,6 +57,8 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
     if (auto store = DboxStoreAt(path)) return listing.problems.push_back(*std::move(store));
     below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels,
                      folder.isInMaildir});
+  } else if (entry.kind == EntryKind::kFile && IsOfMac(entry.name)) {
+    others.TakeHidden(entry, listing);
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
     listing.items.Add({path, TargetOf(folder.levels), true, 0, entry.size});
   } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
@@ -87,8 +91,9 @@ void TakeTreeFolder(SourceFolder folder, MboxKind mbox, Listing& listing,
   std::vector<std::string> cards;
   EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {
     holdsNothing = holdsNothing && IsNothing(folder, entry);
-    if (isMaildir && IsMaildirPart(entry.name)) return;
-    if (entry.kind == EntryKind::kFile && IsCardName(entry.name)) {
+    const bool isFile = entry.kind == EntryKind::kFile;
+    if (isMaildir && !isFile && IsMaildirPart(entry.name)) return;
+    if (isFile && IsCardName(entry.name) && !IsOfMac(entry.name)) {
       cards.push_back(folder.path + "/" + entry.name);
     } else {
       AddEntry(folder, entry, others, listing, below);

@@ -190,7 +190,8 @@ void MboxSplitter::CountFieldOfSuspect(const Line& line) {
     m_fieldsOfSuspect.reset();
   } else if (++*m_fieldsOfSuspect == kLeastFields) {
     m_fieldsOfSuspect.reset();
-    ++m_candidate->suspects;
+    // Behind a line that began no mail it is in the mail before, which is put away.
+    m_candidate ? void(++m_candidate->suspects) : void(++m_suspects);
   }
 }
 

@@ -106,7 +106,7 @@ void SpecialUse::See(const SourceFolder& folder, Listing& listing) {
   const auto text = [&](std::string_view name, std::uint64_t most) {
     return TextOf(folder.path + "/" + std::string(name), most);
   };
-  TakeAttributes(text(kAttributes, kMostText));
+  if (folder.levels.empty()) TakeAttributes(text(kAttributes, kMostText));
   if (m_uses.empty() || folder.levels.empty()) return;
   if (const auto use = Of(text(kUidList, kMostFirstLine))) {
     listing.marks.emplace(folder.levels, *use);
@@ -114,13 +114,14 @@ void SpecialUse::See(const SourceFolder& folder, Listing& listing) {
 }
 
 void AddFoldersOfPrefs(const SourceFolder& profile, Listing& listing) {
+  if (!profile.levels.empty()) return;
   const std::string text = TextOf(profile.path + "/prefs.js", kMostText);
   EachTextPref(text, "mail.identity.", [&](std::string_view key, const std::string& url) {
     for (const Mark& pref : kPrefs) {
       if (!key.ends_with(pref.name)) continue;
       const std::string levels = LevelsIn(url);
       if (levels.empty() || NamesSpecialFolder(levels)) continue;
-      listing.marks.emplace(profile.levels + levels, pref.folder);
+      listing.marks.emplace(levels, pref.folder);
     }
   });
 }

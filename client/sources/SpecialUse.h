@@ -16,7 +16,8 @@ namespace client {
 //   priv/f9b14e022f9a086b2a75000083ecc375/specialuse
 //   \Sent
 //
-// and each folder its own number in the first line of its "dovecot-uidlist".
+// and each folder its own number in the first line of its "dovecot-uidlist". As names do, they say
+// it of the folders of the source alone, and not where it holds mailboxes in folders of their own.
 class SpecialUse {
  public:
   // Of one folder after the other, what lies above before what lies below it: tells the listing

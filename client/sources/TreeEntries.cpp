@@ -128,7 +128,7 @@ bool OtherTreeFiles::HasToc(const std::string& name) const {
 
 void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
-  if (IsCopyOfMail(entry.name)) return;
+  if (IsCopyOfMail(entry.name)) return NameCopy(path, listing);
   if (IsEmlxName(entry.name)) return TakeEmlx(path, entry, listing);
   const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
   const std::string levels = m_folder.levels + (isExport ? "" : LevelsOfFile(entry.name));
@@ -185,12 +185,23 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
   listing.items.Add(item);
 }
 
+// Where a program broke off while it wrote one, the copy may be all that is left.
+void OtherTreeFiles::NameCopy(const std::string& path, Listing& listing) const {
+  if (!MboxSource::IsMbox(HeadOf(path))) return;
+  listing.problems.push_back(
+      {path,
+       "its program made it of mails that lie elsewhere: name it as a source "
+       "if it is all that is left of them",
+       /*isUnread=*/true});
+}
+
 // A removed one has a comma in front of its number.
 bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
                             std::string_view head, Listing& listing) const {
   const bool isRemoved = m_isMh && (entry.name.starts_with(',') || entry.name.starts_with('#'));
   const auto number = MhNumber(std::string_view(entry.name).substr(isRemoved ? 1 : 0));
-  if (!number || (!m_isMh && !LooksLikeField(WithoutRelayTrace(head)))) return false;
+  if (!number || MboxSource::IsMbox(head)) return false;
+  if (!m_isMh && !LooksLikeField(WithoutRelayTrace(head))) return false;
   const auto has = [&](const char* sequence, MhMarks::Flag mark) {
     return m_sequences.Has(sequence, *number) || m_marks.Has(*number, mark);
   };

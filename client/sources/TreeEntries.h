@@ -32,6 +32,7 @@ class OtherTreeFiles {
   std::string LevelsOfFolder(std::string_view name) const;
 
  private:
+  void NameCopy(const std::string& path, Listing& listing) const;
   void TakeEmlx(const std::string& path, const FolderEntry& entry, Listing& listing) const;
   bool TakeMh(const std::string& path, const FolderEntry& entry, std::string_view head,
               Listing& listing) const;
