@@ -13,10 +13,11 @@ namespace client {
 std::optional<Outcome> IncompleteItems::TakeAway(const std::string& folder,
                                                  const LoadedItem& item) {
   const std::string there = "it is there without its attachments, from an earlier run, and ";
-  const CString key = CString::FromUtf8(KeyOnItem(item.key));
+  const std::string own = KeyOnItem(item.key);
+  const CString key = CString::FromUtf8(own);
   std::vector<CString> ids;
   const auto take = [&](const ews::FoundItem& found) {
-    if (found.strKey == key.Left(ews::kLongestFoundText)) ids.push_back(found.strId);
+    if (IsFoundText(found.strKey, own)) ids.push_back(found.strId);
   };
   try {
     m_look.Find(folder, key, CString(), take);

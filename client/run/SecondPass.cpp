@@ -97,10 +97,6 @@ bool IsInDeletedItems(const std::string& folder) {
   return FoldedName(folder).starts_with(FoldedName("Deleted Items\\"));
 }
 
-bool EqualText(const CString& found, const std::string& wanted) {
-  return !wanted.empty() && found == CString::FromUtf8(wanted).Left(ews::kLongestFoundText);
-}
-
 }  // namespace
 
 SecondPass::SecondPass(const Target& target, TargetLook& look, Journal& journal, LedgerWriter& rows,
@@ -179,8 +175,8 @@ std::vector<CString> SecondPass::Find(const KnownMail& mail, const std::string& 
   std::vector<CString> keyless;
   m_look.Find(mail.folder, CString::FromUtf8(key), CString::FromUtf8(messageId),
               [&](const ews::FoundItem& found) {
-                if (EqualText(found.strKey, key)) own.push_back(found.strId);
-                const bool isAlike = EqualText(found.strMessageId, messageId);
+                if (IsFoundText(found.strKey, key)) own.push_back(found.strId);
+                const bool isAlike = IsFoundText(found.strMessageId, messageId);
                 if (found.strKey.IsEmpty() && isAlike) keyless.push_back(found.strId);
               });
   if (own.empty() && keyless.size() == 1) return keyless;

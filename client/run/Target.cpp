@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include "base/AsciiText.h"
-#include "client/run/ServerLook.h"
 #include "client/run/StoreLook.h"
 #include "ews/Autodiscover.h"
 #include "ews/Connection.h"
@@ -150,11 +149,6 @@ std::string TryTarget(const Target& target) {
     return error.what();
   }
   return {};
-}
-
-std::unique_ptr<TargetLook> LookAt(const Target& target) {
-  if (target.Store()) return std::make_unique<StoreLook>(target);
-  return std::make_unique<ServerLook>(target);
 }
 
 }  // namespace client

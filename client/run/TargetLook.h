@@ -25,6 +25,10 @@ struct Place {
   Root root;
 };
 
+// Whether what a target tells of an item is that text, and not an empty one. Servers cut long
+// texts, and may compare without regard to case; we do not.
+bool IsFoundText(const CString& found, const std::string& wanted);
+
 // Looks at what the target holds, and makes nothing there. Places lead to the folders that the
 // engine would save into. Every function throws std::runtime_error with the reason when the target
 // cannot be asked; Identity and List name the folder, too.

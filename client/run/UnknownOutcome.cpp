@@ -21,11 +21,6 @@ constexpr std::chrono::seconds kShortestFinish{5};
 constexpr std::chrono::seconds kLongestFinish{120};
 constexpr std::chrono::milliseconds kSlice{200};  // how soon a wait sees a request to stop
 
-// Servers cut long texts, and may compare without regard to case; we do not.
-bool EqualText(const CString& found, const std::string& wanted) {
-  return found == CString::FromUtf8(wanted).Left(ews::kLongestFoundText);
-}
-
 // Empty for an id that no request can carry.
 std::string SearchableId(const std::string& messageId) {
   const CString id = CString::FromUtf8(messageId);
@@ -60,9 +55,9 @@ std::string DoubtText(std::size_t copies, const std::string& reason) {
 }
 
 void CopyCount::Add(const ews::FoundItem& found) {
-  if (!m_key.empty() && EqualText(found.strKey, m_key)) {
+  if (!m_key.empty() && IsFoundText(found.strKey, m_key)) {
     ++m_own;
-  } else if (!m_messageId.empty() && EqualText(found.strMessageId, m_messageId)) {
+  } else if (!m_messageId.empty() && IsFoundText(found.strMessageId, m_messageId)) {
     ++(found.strKey.IsEmpty() ? m_keyless : m_others);
   }
 }

@@ -18,14 +18,6 @@ constexpr std::uint64_t kMostList = 64 << 20;  // bytes
 constexpr std::uint64_t kMostFile = 65536;
 constexpr std::size_t kMostKeywords = 256;  // of one mail
 
-std::string TextOf(const std::string& path, std::uint64_t most) {
-  try {
-    return ReadFileRange(path, 0, most);
-  } catch (const SourceError&) {
-    return {};
-  }
-}
-
 std::optional<std::size_t> NumberIn(std::string_view text) {
   std::size_t number = 0;
   const char* const last = text.data() + text.size();
@@ -39,7 +31,7 @@ CourierKeywords::CourierKeywords(const std::string& maildir) {
   const std::string folder = maildir + "/courierimapkeywords";
   struct stat status;
   if (stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return;
-  TakeList(TextOf(folder + "/:list", kMostList));
+  TakeList(HeadOfFile(folder + "/:list", kMostList));
   TakeFiles(folder);
 }
 
@@ -76,7 +68,7 @@ void CourierKeywords::TakeFiles(const std::string& folder) {
     known->second = version;
     std::vector<std::string>& keywords = m_keywords[std::string(name)];
     keywords.clear();
-    const std::string text = TextOf(folder + "/" + entry.name, kMostFile);
+    const std::string text = HeadOfFile(folder + "/" + entry.name, kMostFile);
     for (std::string_view rest = text; !rest.empty() && keywords.size() < kMostKeywords;) {
       const std::string_view keyword = mail::trimmed(TakeUpTo(rest, '\n'));
       if (!keyword.empty()) keywords.emplace_back(keyword);

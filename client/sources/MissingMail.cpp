@@ -1,3 +1,5 @@
+#include "client/sources/MissingMail.h"
+
 #include <algorithm>
 #include <unordered_map>
 

@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <vector>
 
+#include "client/sources/Maildir.h"
 #include "client/sources/MaildirName.h"
-#include "client/sources/MaildirSource.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {

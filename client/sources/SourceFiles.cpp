@@ -158,6 +158,19 @@ std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::ui
   return bytes;
 }
 
+std::string HeadOfFile(const std::string& path, std::uint64_t most) {
+  try {
+    return ReadFileRange(path, 0, most);
+  } catch (const SourceError&) {
+    return {};
+  }
+}
+
+std::string TextOfFile(const std::string& path) {
+  constexpr std::uint64_t kMost = 16 << 20;
+  return HeadOfFile(path, kMost);
+}
+
 TextFile ReadTextFile(const std::string& path) {
   std::string bytes = ReadWholeFile(path);
   const bool isLittle = bytes.starts_with("\xFF\xFE");

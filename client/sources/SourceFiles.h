@@ -64,6 +64,10 @@ void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::st
 
 // Reads length bytes of a file from offset, or to its end. Throws ReadError.
 std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length);
+// The same, of a file at its beginning; empty where it cannot be read or is not there.
+std::string HeadOfFile(const std::string& path, std::uint64_t most);
+// Of a text that a program keeps beside mail: as much of it as a sound one may have.
+std::string TextOfFile(const std::string& path);
 std::string ReadWholeFile(const std::string& path);
 
 // A file of text in UTF-8, or as it is; one that begins with a mark of UTF-16 is converted, and has

@@ -34,15 +34,6 @@ constexpr std::array<Mark, 3> kPrefs = {{{".fcc_folder", SpecialFolder::kSent},
                                          {".draft_folder", SpecialFolder::kDrafts},
                                          {".archive_folder", SpecialFolder::kArchive}}};
 
-// What cannot be read marks nothing.
-std::string TextOf(const std::string& path, std::uint64_t most) {
-  try {
-    return ReadFileRange(path, 0, most);
-  } catch (const SourceError&) {
-    return {};
-  }
-}
-
 // Of "\Archive \Junk" the first that says something.
 std::optional<SpecialFolder> UseIn(std::string_view marks) {
   while (!marks.empty()) {
@@ -104,7 +95,7 @@ std::optional<SpecialFolder> SpecialUse::Of(std::string_view uidList) const {
 
 void SpecialUse::See(const SourceFolder& folder, Listing& listing) {
   const auto text = [&](std::string_view name, std::uint64_t most) {
-    return TextOf(folder.path + "/" + std::string(name), most);
+    return HeadOfFile(folder.path + "/" + std::string(name), most);
   };
   if (folder.levels.empty()) TakeAttributes(text(kAttributes, kMostText));
   if (m_uses.empty() || folder.levels.empty()) return;
@@ -115,7 +106,7 @@ void SpecialUse::See(const SourceFolder& folder, Listing& listing) {
 
 void AddFoldersOfPrefs(const SourceFolder& profile, Listing& listing) {
   if (!profile.levels.empty()) return;
-  const std::string text = TextOf(profile.path + "/prefs.js", kMostText);
+  const std::string text = TextOfFile(profile.path + "/prefs.js");
   EachTextPref(text, "mail.identity.", [&](std::string_view key, const std::string& url) {
     for (const Mark& pref : kPrefs) {
       if (!key.ends_with(pref.name)) continue;

@@ -17,15 +17,6 @@ namespace {
 constexpr std::array<std::string_view, 2> kMailFolders = {"ImapMail", "Mail"};
 constexpr std::string_view kNews = "News";
 
-std::string PrefsOf(const std::string& profile) {
-  constexpr std::uint64_t kMost = 16 << 20;
-  try {
-    return ReadFileRange(profile + "/prefs.js", 0, kMost);
-  } catch (const SourceError&) {
-    return {};
-  }
-}
-
 // The second holds what is on servers.
 void NameCalendars(const std::string& profile, std::vector<SourceProblem>& problems) {
   for (const char* name : {"calendar-data/local.sqlite", "calendar-data/cache.sqlite",
@@ -93,7 +84,7 @@ bool LiesInside(const std::string& profile, const Account& account) {
 void NameAccountsElsewhere(const std::string& profile, std::vector<SourceProblem>& problems) {
   static constexpr std::array<std::string_view, 3> kOfNoMail = {"", "im", "nntp"};
   std::map<std::string, Account> accounts;
-  EachTextPref(PrefsOf(profile), "mail.server.",
+  EachTextPref(TextOfFile(profile + "/prefs.js"), "mail.server.",
                [&](std::string_view key, const std::string& text) {
                  const std::size_t dot = key.rfind('.');
                  if (dot == std::string_view::npos) return;
@@ -150,6 +141,6 @@ std::string LevelsOfAccount(const std::string& parent, std::string_view name) {
   return isOfFeeds ? LevelName(name) + "\\" : "";
 }
 
-TagNames TagsOfProfile(const std::string& path) { return TagNames(PrefsOf(path)); }
+TagNames TagsOfProfile(const std::string& path) { return TagNames(TextOfFile(path + "/prefs.js")); }
 
 }  // namespace client

@@ -22,9 +22,4 @@ std::string LevelsOfAccount(const std::string& parent, std::string_view name);
 // What its owner calls the tags of mails.
 TagNames TagsOfProfile(const std::string& path);
 
-// Adds to the problems, one for each account, the mail that its indexes know and that is not there:
-// of the accounts in such folders, and of the source if it is one. All of it must be listed.
-void NameMissingMail(const std::string& source, const std::vector<std::string>& aboveAccounts,
-                     Listing& listing);
-
 }  // namespace client

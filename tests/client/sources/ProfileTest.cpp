@@ -138,7 +138,7 @@ TEST(ThunderbirdProfile, NamesWhatItsOwnerHasThereAndIsNotTaken) {
        {"Mail/Local Folders/filterlog.html", "x"},
        {"Mail/Local Folders/folderTree.json", "{}"},
        {"Mail/Local Folders/msgFilterRules.dat.bak", "version=\"9\"\n"},
-       {"Mail/Local Folders/nstmp-1", kMbox},
+       {"Mail/Local Folders/nstmp-1", "no mail"},
        {"Mail/Local Folders/popstate-1.dat", "x"},
        {"Mail/Local Folders/S\xC3\xBC"
         "d79ad4768/cur/1.eml",

@@ -381,6 +381,7 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
       {".Inbox.tmp", Mbox()},
       {"Server.log", "*mbx*\r\n"},
       {"m.1", "2 M1e C5c7e4f00\n"},
+      {"nstmp-2", Mbox()},
       {"x.mbox", "nothing"},
       {"x.mbox.gz", "\x1F\x8B"},
       {"x.msg", "\xD0\xCF\x11\xE0"}};
@@ -397,8 +398,8 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 15);
-  EXPECT_EQ(plan.problems.size(), 22u);
+  EXPECT_EQ(losses, 16);
+  EXPECT_EQ(plan.problems.size(), 23u);
 }
 
 // As Dovecot keeps mail on a disk that is short.
@@ -435,11 +436,17 @@ TEST(Stores, WhatMayHoldMoreMailIsSentAndNamed) {
   const std::string whole = Emlx(kText, 0);
   folder.Write("A.mbox/Messages/1.emlx", whole.substr(0, whole.find("xt\n<plist>")));
   folder.Write("Box", Mbox() + "From MAILER-DAEMON\nSubject: 2\nTo: a@b\n\nb\n");
+  // A line by which no mail begins, and one by which one may.
+  folder.Write("Box2", Mbox() + "From person Tue Jan  2 10:00:00 2018\nwho wrote\n\n" +
+                           "From somebody\nFrom: x@y\nTo: z@q\n\nb\n");
+  folder.Write("mh/.mh_sequences", "");
+  folder.Write("mh/2018", Mbox() + Mbox());
   const Plan plan = MakePlan({folder.Path()});
-  ASSERT_EQ(plan.entries.size(), 2u);
-  EXPECT_EQ(plan.sources[0]->Read(plan.entries[1].item), kMail + "te");
+  ASSERT_EQ(plan.entries.size(), 5u);
+  EXPECT_EQ(plan.sources[0]->Read(plan.entries[2].item), kMail + "te");
   EXPECT_THAT(Problems(plan, folder.Path()),
               ElementsAre(testing::StartsWith("Box: 1 of its lines begin with \"From \""),
+                          testing::StartsWith("Box2: 1 of its lines begin with \"From \""),
                           "A.mbox/Messages/1.emlx: the mail is cut: 14 of its 17 bytes are there"));
   EXPECT_TRUE(std::ranges::all_of(plan.problems, &SourceProblem::isUnread));
 }
@@ -507,6 +514,10 @@ TEST(Emlx, PartsThatLieBesideAMailComeToTheirPlaces) {
   const TemporaryFolder folder;
   folder.Write("INBOX.mbox/Data/Messages/12.partial.emlx", Emlx(mail, 1));
   folder.Write("INBOX.mbox/Data/Attachments/12/1.2/pic.png", "pic");
+  const TemporaryFolder elsewhere;  // where links lead that the owner of the mail may have set
+  elsewhere.Write("notes.txt", "secret");
+  const std::string link = folder.File("INBOX.mbox/Data/Attachments/12/2");
+  std::filesystem::create_directory_symlink(elsewhere.Path(), link);
   const Plan plan = MakePlan({folder.Path()});
   ASSERT_EQ(plan.entries.size(), 1u);
   EXPECT_TRUE(plan.problems.empty());
@@ -515,6 +526,7 @@ TEST(Emlx, PartsThatLieBesideAMailComeToTheirPlaces) {
   const LoadedItem partial = ItemLoader::Load(plan.entries[0]);
   EXPECT_EQ(partial.bytes, WithCrLf(wanted));
   EXPECT_THAT(MissingOf(partial), ElementsAre("notes.txt: not in the source"));
+  std::filesystem::remove(link);
   folder.Write("INBOX.mbox/Data/Attachments/12/2/notes.txt", "notes\n");
   wanted.insert(wanted.rfind(cut) + cut.size(), "notes\n");
   const LoadedItem whole = ItemLoader::Load(plan.entries[0]);

@@ -1,4 +1,4 @@
-#include "client/sources/TreeEntries.h"
+#include "client/sources/OtherTreeFiles.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 #include "client/sources/Emlx.h"
 #include "client/sources/EudoraFiles.h"
 #include "client/sources/HashedName.h"
-#include "client/sources/MaildirSource.h"
+#include "client/sources/Maildir.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
@@ -24,23 +24,6 @@ constexpr std::string_view kSbd = ".sbd";
 constexpr std::string_view kMbox = ".mbox";
 constexpr std::string_view kMbx = ".mbx";
 constexpr std::string_view kFol = ".fol";
-
-std::string HeadOf(const std::string& path) {
-  try {
-    return ReadFileRange(path, 0, kHead);
-  } catch (const SourceError&) {
-    return {};
-  }
-}
-
-std::string TextOf(const std::string& path) {
-  constexpr std::uint64_t kMost = 16 << 20;
-  try {
-    return ReadFileRange(path, 0, kMost);
-  } catch (const SourceError&) {
-    return {};
-  }
-}
 
 // It may belong to a source of another kind.
 SourceProblem LeftOut(const SourceFolder& folder, const std::string& path, std::string_view head) {
@@ -109,11 +92,11 @@ OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, MboxKind mbox)
       m_profiles(folder.path),
       m_isAboveAccounts(IsAboveAccounts(folder.path)),
       m_isMh(HasEntry(".mh_sequences") || HasEntry(".claws_mark") || HasEntry(".sylpheed_mark")),
-      m_eudora(TextOf(folder.path + "/" + EudoraNames::kFile)) {
+      m_eudora(TextOfFile(folder.path + "/" + EudoraNames::kFile)) {
   if (!m_isMh) return;
-  m_sequences = MhSequences(TextOf(folder.path + "/.mh_sequences"));
-  const std::string claws = TextOf(folder.path + "/.claws_mark");
-  m_marks = MhMarks(claws.empty() ? TextOf(folder.path + "/.sylpheed_mark") : claws);
+  m_sequences = MhSequences(TextOfFile(folder.path + "/.mh_sequences"));
+  const std::string claws = TextOfFile(folder.path + "/.claws_mark");
+  m_marks = MhMarks(claws.empty() ? TextOfFile(folder.path + "/.sylpheed_mark") : claws);
 }
 
 bool OtherTreeFiles::HasEntry(const std::string& name) const {
@@ -156,7 +139,7 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
 // has such names, too.
 void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
-  const std::string head = HeadOf(path);
+  const std::string head = HeadOfFile(path, kHead);
   const std::string form(MboxSource::IsMbox(head) ? "an mbox" : MailFormOf(head));
   if (form.empty()) return;
   listing.problems.push_back(
@@ -166,7 +149,7 @@ void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) cons
 void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
                               Listing& listing) const {
   SourceItem item{path, TargetOf(m_folder.levels), true, 0, entry.size};
-  if (const auto place = EmlxPlaceOf(HeadOf(path))) {
+  if (const auto place = EmlxPlaceOf(HeadOfFile(path, kHead))) {
     if (place->offset + place->length > entry.size) {
       listing.problems.push_back(
           {path,
@@ -187,7 +170,7 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
 
 // Where a program broke off while it wrote one, the copy may be all that is left.
 void OtherTreeFiles::NameCopy(const std::string& path, Listing& listing) const {
-  if (!MboxSource::IsMbox(HeadOf(path))) return;
+  if (!MboxSource::IsMbox(HeadOfFile(path, kHead))) return;
   listing.problems.push_back(
       {path,
        "its program made it of mails that lie elsewhere: name it as a source "
@@ -218,7 +201,7 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
 std::string ReadTreeMail(const SourceItem& item, MboxKind mbox, MovedMail& moved) {
   if (!item.file.empty()) return ReadMboxItem(item, mbox);
   if (!IsEmlxName(item.location)) return moved.Read(item.location);
-  const auto place = EmlxPlaceOf(HeadOf(item.location));
+  const auto place = EmlxPlaceOf(HeadOfFile(item.location, kHead));
   if (!place) throw SourceError("does not begin with the number of its bytes");
   std::string mail = ReadFileRange(item.location, place->offset, place->length);
   RequireMail(mail);

@@ -1,4 +1,4 @@
-#include "client/sources/MaildirSource.h"
+#include "client/sources/Maildir.h"
 
 #include <sys/stat.h>
 
