@@ -167,18 +167,30 @@ std::vector<std::string> EmptyOnes(const std::vector<std::string>& folders, cons
   return empty;
 }
 
-// Targets do not tell folders apart by the case of their names, nor do people who rename one; what
-// is known of its items goes by its path.
-void SpellAsBefore(ItemList& items, const std::vector<std::string>& spellings) {
-  const std::unordered_set<std::string_view> known(spellings.begin(), spellings.end());
-  std::unordered_map<std::string, std::string_view> before;
-  for (const std::string& folder : spellings) before.try_emplace(AsTheTargetTells(folder), folder);
-  items.Move([&](const ItemList::Shared& shared) {
-    if (known.contains(shared.folder)) return shared.folder;
-    const auto folder = before.find(AsTheTargetTells(shared.folder));
-    return folder == before.end() ? shared.folder : std::string(folder->second);
-  });
-}
+// How folders are spelled: what is known of their items goes by their paths. One whose name people
+// or another system changed in case or in how its accents are composed alone goes by the path that
+// earlier runs knew, unless the source has a folder of that path as well.
+class Spelling {
+ public:
+  Spelling(const std::vector<std::string>& before, const ItemList& items,
+           const std::vector<std::string>& folders)
+      : m_known(before.begin(), before.end()) {
+    std::unordered_set<std::string_view> now(folders.begin(), folders.end());
+    for (const ItemList::Shared& shared : items.Parts()) now.insert(shared.folder);
+    for (const std::string& folder : before) {
+      if (!now.contains(folder)) m_before.try_emplace(FoldedName(folder), folder);
+    }
+  }
+  std::string Of(const std::string& folder) const {
+    if (m_known.contains(folder)) return folder;
+    const auto before = m_before.find(FoldedName(folder));
+    return before == m_before.end() ? folder : before->second;
+  }
+
+ private:
+  std::unordered_set<std::string> m_known;
+  std::unordered_map<std::string, std::string> m_before;
+};
 
 bool StaysBehind(const SourceItem& item, const PlanOptions& options, Plan& plan) {
   if (options.withDeleted) return false;
@@ -228,7 +240,10 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
     });
   }
   PlaceByKind(plan.entries.Items(), options.earlier.kinds);
-  SpellAsBefore(plan.entries.Items(), options.earlier.spellings);
+  const Spelling spelling(options.earlier.spellings, plan.entries.Items(), folders);
+  plan.entries.Items().Move(
+      [&](const ItemList::Shared& shared) { return spelling.Of(shared.folder); });
+  for (std::string& folder : folders) folder = spelling.Of(folder);
   plan.merged = places.Merged();
   plan.unusedLines = places.UnusedLines();
   if (options.emptyFolders) plan.emptyFolders = EmptyOnes(folders, plan.entries.Items());

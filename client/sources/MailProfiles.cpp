@@ -21,6 +21,7 @@ struct ListedProfile {
   std::string name;
   std::string path;
   bool isRelative = true;
+  bool isDefault = false;
 };
 
 std::string_view LastName(std::string_view path) {
@@ -46,21 +47,41 @@ std::vector<ListedProfile> ReadList(const std::string& folder) {
     return {};
   }
   std::vector<ListedProfile> listed;
+  std::string ofInstall;  // path of the profile that the program opens
   bool isOne = false;
+  bool isInstall = false;
   for (std::string_view rest = text; !rest.empty();) {
     std::string_view line = mail::trimmed(TakeUpTo(rest, '\n'));
     if (line.starts_with('[')) {
+      isInstall = line.starts_with("[Install");
       isOne = line.starts_with("[Profile") && listed.size() < kMost;
       if (isOne) listed.emplace_back();
       continue;
     }
-    if (!isOne) continue;
     const std::string_view key = TakeUpTo(line, '=');
+    if (isInstall && key == "Default") ofInstall = line;
+    if (!isOne) continue;
     if (key == "Name") listed.back().name = line;
     if (key == "Path") listed.back().path = line;
     if (key == "IsRelative") listed.back().isRelative = line != "0";
+    if (key == "Default") listed.back().isDefault = line == "1";
   }
+  // It comes first, then what older versions have for it.
+  std::ranges::stable_partition(listed, &ListedProfile::isDefault);
+  std::ranges::stable_partition(
+      listed, [&](const ListedProfile& profile) { return profile.path == ofInstall; });
   return listed;
+}
+
+// The name on disk of the one whose mail goes where that of a single one would, so that another one
+// which comes later moves no mail: the first of the list that is there. Empty where none is listed.
+std::string MainOf(const std::vector<ListedProfile>& listed,
+                   const std::vector<std::string>& found) {
+  for (const ListedProfile& profile : listed) {
+    const auto name = std::ranges::find(found, LastName(profile.path));
+    if (name != found.end()) return *name;
+  }
+  return found.size() == 1 ? found.front() : std::string();
 }
 
 // By the last name of the path.
@@ -90,11 +111,14 @@ void MailProfiles::Find() const {
   std::ranges::sort(found);
   const bool isProfiles = LastName(m_folder) == kProfiles;
   const auto listed = ReadList(isProfiles ? ParentOf(m_folder) : m_folder);
+  const std::string main = MainOf(listed, found);
+  if (!main.empty()) m_levels[main] = "";
   std::set<std::string> taken;
   for (const std::string& name : found) {
+    if (name == main) continue;
     std::string level = LevelName(ListedName(listed, name));
     if (!taken.insert(UpperAscii(level)).second) level = LevelName(name);
-    m_levels[name] = found.size() == 1 ? "" : level + "\\";
+    m_levels[name] = level + "\\";
   }
 }
 

@@ -11,8 +11,8 @@
 
 namespace client {
 
-// The profiles of a Thunderbird that lie in a folder, and what levels they make. Where there is one
-// its accounts are at the folder's own level; of several each has a level of its name:
+// The profiles of a Thunderbird that lie in a folder, and what levels they make. The accounts of
+// the one that the program opens are at the folder's own level; each other has a level of its name:
 //
 //   profiles.ini          [Profile0] Name=Work IsRelative=1 Path=Profiles/abcd.default
 //   Profiles/abcd.default/prefs.js

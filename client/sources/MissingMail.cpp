@@ -85,8 +85,8 @@ class AccountLook {
     if (index.mails && *index.mails > count) {
       Add(place, name, std::to_string(*index.mails - count));
     } else if (!index.mails && !index.isLevel && count == 0 && m_isOfServer &&
-               !HasEntry(place.path, name + std::string(kBelow))) {
-      Add(place, name, "never counted");
+               (name == "INBOX" || !HasEntry(place.path, name + std::string(kBelow)))) {
+      Add(place, name, "number unknown");
     }
   }
 

@@ -326,20 +326,37 @@ TEST_F(SecondPass, TellsChangedStatesAndTakesAwayWhatIsGone) {
   EXPECT_EQ(ArrivedState(m_folder)["one"], "Inbox: RAF,Urgent 2019-03-04");
 }
 
-// For the target it is the folder that it was.
-TEST_F(SecondPass, AFolderWhoseNameChangedItsCaseAloneIsTheSameOne) {
-  m_folder.Write("source/Work/1.eml", Mail("one"));
-  m_folder.Write("source/Work/2.ics",
+// It stays the folder that it was, unless one beside it bears the old name.
+TEST_F(SecondPass, AFolderWhoseNameIsSpelledOtherwiseIsTheSameOne) {
+  const std::string composed =
+      "K\xC3\xBC"
+      "che";
+  const std::string upper =
+      "K\xC3\x9C"
+      "CHE";
+  const std::string apart =
+      "Ku\xCC\x88"
+      "che";
+  m_folder.Write("source/" + composed + "/1.eml", Mail("one"));
+  m_folder.Write("source/" + composed + "/2.ics",
                  "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:2\r\nDTSTART:20240102T100000Z\r\n"
                  "END:VEVENT\r\nEND:VCALENDAR\r\n");
   EXPECT_EQ(Pass()["sent"], 2);
-  Rename("Work", "WORK");
-  m_folder.Write("source/WORK/3.eml", Mail("three"));
-  const nlohmann::json second = Pass({"--delete-missing"});
-  EXPECT_EQ(second["sent"], 1);
-  EXPECT_EQ(second["there_already"], 2);
-  EXPECT_EQ(second["missing"].size(), 0u);
-  EXPECT_EQ(ItemsOf(m_folder.File("mailbox")).size(), 3u);
+  int mails = 2;
+  for (const auto& [from, to] : {std::pair(composed, upper), std::pair(upper, apart)}) {
+    Rename(from, to);
+    m_folder.Write("source/" + to + "/" + std::to_string(++mails) + ".eml",
+                   Mail(std::to_string(mails)));
+    const nlohmann::json next = Pass({"--delete-missing"});
+    EXPECT_EQ(next["sent"], 1);
+    EXPECT_EQ(next["there_already"], mails - 1);
+    EXPECT_EQ(next["missing"].size(), 0u);
+  }
+  m_folder.Write("source/" + composed + "/3.eml", Mail("3"));
+  EXPECT_EQ(Pass()["sent"], mails - 1) << "those of the other folder have one of their own now";
+  std::set<std::string> folders;
+  for (const StoredItem& item : ItemsOf(m_folder.File("mailbox"))) folders.insert(item.folder);
+  EXPECT_THAT(folders, testing::IsSupersetOf({composed, apart}));
 }
 
 // What a program took out of its mails, and what no item can become: a word, and no second copy.

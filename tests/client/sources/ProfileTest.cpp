@@ -87,14 +87,15 @@ TEST(MailProfiles, StandForTheFolderThatTheyLieIn) {
           "!profiles.ini: its profile \"Up\"", "!profiles.ini: its profile \"Gone\""}});
   Check({"several, two of one name, one that no list names",
          {{"profiles.ini",
-           "[Profile0]\nName=Work\nPath=a\n[Profile1]\nName=WORK\nPath=b\n[General]\nName=x\n"},
+           "[Profile0]\nName=Work\nPath=a\n[Profile1]\nName=WORK\nPath=b\nDefault=1\n[General]"
+           "\nName=x\n"},
           {"a/prefs.js", "x"},
           {"a/Mail/Local Folders/Inbox", kMbox},
           {"b/prefs.js", "x"},
           {"b/Mail/Local Folders/Inbox", kMbox},
           {"c/prefs.js", "x"},
           {"c/Mail/Local Folders/Inbox", kMbox}},
-         {"Work\\Inbox\\|a/Mail/Local Folders/Inbox:0", "b\\Inbox\\|b/Mail/Local Folders/Inbox:0",
+         {"Work\\Inbox\\|a/Mail/Local Folders/Inbox:0", "Inbox\\|b/Mail/Local Folders/Inbox:0",
           "c\\Inbox\\|c/Mail/Local Folders/Inbox:0"},
          {}});
   Check({"that of a home among others",
@@ -209,7 +210,7 @@ TEST(ThunderbirdProfile, NamesMailThatOnlyItsIndexesKnow) {
         "Part\\|ImapMail/imap.example/Part:0", "Maildir\\|ImapMail/imap.example/Maildir/cur/1.eml",
         "Inbox\\|Mail/Local Folders/Inbox:0"},
        {"!ImapMail/imap.example: mail is on its server alone, not made available offline: "
-        "Entw\xC3\xBCrfe (7), Never (never counted), Part (299), [Gmail]/All (3)",
+        "Entw\xC3\xBCrfe (7), Never (number unknown), Part (299), [Gmail]/All (3)",
         "!Mail/Local Folders: of mail the index alone is here: Lost (5)"}});
   // Without the profile, and one account by itself.
   const TemporaryFolder folder;
