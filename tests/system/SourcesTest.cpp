@@ -345,7 +345,8 @@ TEST_F(SecondPass, AFolderWhoseNameIsSpelledOtherwiseIsTheSameOne) {
   int mails = 2;
   for (const auto& [from, to] : {std::pair(composed, upper), std::pair(upper, apart)}) {
     Rename(from, to);
-    m_folder.Write("source/" + to + "/" + std::to_string(++mails) + ".eml",
+    ++mails;
+    m_folder.Write("source/" + to + "/" + std::to_string(mails) + ".eml",
                    Mail(std::to_string(mails)));
     const nlohmann::json next = Pass({"--delete-missing"});
     EXPECT_EQ(next["sent"], 1);

@@ -145,15 +145,13 @@ TEST(Plan, GoesByTheMarksOfADovecotBeforeNames) {
     if (*use) attributes += "priv/" + id + "/specialuse\n" + use + "\n";
   }
   folder.Write("m/dovecot-attributes", attributes + "priv/a7/specialuse");
-  for (const char* const source : {"m", ""}) {  // the Maildir, and a tree with it
-    const bool isTree = *source == '\0';
-    const Plan plan = MakePlan({folder.File(source)});
-    const std::string above = isTree ? "m\\" : "";
-    EXPECT_THAT(FoldersOf(plan),
-                ElementsAre(isTree ? "m\\" : "Inbox\\", above + "Alles\\",
-                            isTree ? "m\\Drafts\\" : "Drafts\\", "Archive\\", "Junk E-mail\\",
-                            "Sent Items\\", "Sent Items\\2019\\"));
-  }
+  EXPECT_THAT(FoldersOf(MakePlan({folder.File("m")})),
+              ElementsAre("Inbox\\", "Alles\\", "Drafts\\", "Archive\\", "Junk E-mail\\",
+                          "Sent Items\\", "Sent Items\\2019\\"));
+  // In a tree it may be one of several mailboxes, of which each keeps what is its own.
+  EXPECT_THAT(FoldersOf(MakePlan({folder.Path()})),
+              ElementsAre("m\\", "m\\Alles\\", "m\\Drafts\\", "m\\Kunde\\Ablage\\", "m\\Trash\\",
+                          "m\\Versandt\\", "m\\Versandt\\2019\\"));
   PlanOptions options;
   options.specialFolders = false;
   EXPECT_EQ(MakePlan({folder.File("m")}, options).entries[5].item.folder, "Versandt\\");
