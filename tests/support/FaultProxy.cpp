@@ -110,6 +110,7 @@ class BySeed {
     if (step.mishap == Mishap::kForwardedLate) {
       step.pause = std::chrono::milliseconds(Late(detail));
     }
+    if (m_lateness == Lateness::kAnnounced && !m_announced) step = {};  // or it would tell nothing
     if (IsToBeSlow(request)) step = {Mishap::kDelay, 0, false, kSlowSave};
     m_spareNext = step.status == 401 || step.mishap == Mishap::kRefuse;
     return step;
