@@ -143,8 +143,8 @@ class BySeed {
 }  // namespace
 
 Lateness LatenessOf(unsigned seed) {
-  if (seed % 5 == 0) return Lateness::kAnnounced;
-  return seed % 5 == 3 ? Lateness::kLong : Lateness::kShort;
+  if (seed >= kFirstOfLong) return Lateness::kLong;
+  return seed % 5 == 0 ? Lateness::kAnnounced : Lateness::kShort;
 }
 
 FaultProxy::FaultProxy(int serverPort, unsigned seed, unsigned oneIn)

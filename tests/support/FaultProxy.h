@@ -36,6 +36,7 @@ enum class Lateness {
   kAnnounced,  // up to 7 s, and the first save of all is as slow as that, and answered
   kLong,       // 5 to 9 s, and nothing tells of it
 };
+inline constexpr unsigned kFirstOfLong = 1001;
 Lateness LatenessOf(unsigned seed);
 
 inline constexpr std::array kHarm = {

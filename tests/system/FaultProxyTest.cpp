@@ -463,6 +463,7 @@ TEST_F(SoakChosenHarm, AnItemThatComesWhileItWaitsForOthersTellsWhatItDoesNotCar
 
 INSTANTIATE_TEST_SUITE_P(Seeds, ThroughProxy, testing::Values(0u));
 INSTANTIATE_TEST_SUITE_P(Soak, ThroughProxy, testing::Range(1u, 21u));
+INSTANTIATE_TEST_SUITE_P(SoakLong, ThroughProxy, testing::Range(100u, 104u));
 
 }  // namespace
 }  // namespace system_test
