@@ -483,7 +483,9 @@ JournalEntry Migration::EntryOf(const ItemWork& work, const Outcome& outcome) {
 
 void Migration::Keep(const ItemWork& work, const Outcome& outcome) {
   if (outcome.kind == Outcome::Kind::kLeft || outcome.kind == Outcome::Kind::kAside) {
-    if (work.sent == 0) m_journal.Forget(work.entry.item.folder, work.item.key);
+    // What is known to be there in part stays open, though nothing was sent now.
+    const bool isOver = work.sent == 0 && !work.isIncomplete;
+    if (isOver) m_journal.Forget(work.entry.item.folder, work.item.key);
     return;
   }
   if (outcome.kind == Outcome::Kind::kSent && work.entry.IsMail()) {
