@@ -35,6 +35,11 @@ const char* NeverNull(std::string_view str) { return str.data() ? str.data() : "
 
 }  // namespace
 
+bool SqliteError::IsDamage() const {
+  const int nPrimary = m_nCode & 0xFF;
+  return nPrimary == SQLITE_CORRUPT || nPrimary == SQLITE_NOTADB;
+}
+
 void SqliteStatement::Finalize::operator()(sqlite3_stmt* p) const { sqlite3_finalize(p); }
 
 SqliteStatement& SqliteStatement::Bind(int nIndex, std::int64_t nValue) {

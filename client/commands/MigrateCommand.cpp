@@ -144,9 +144,7 @@ int RunMigrate(const Arguments& arguments) {
     console.Say(fmt::format("tarny migrate: {}", error.what()));
     return kExitUsage;
   } catch (const platform::SqliteError& error) {
-    console.Say(
-        fmt::format("tarny migrate: {} cannot be used: its journal journal.db fails with: {}",
-                    options.run, error.what()));
+    console.Say(fmt::format("tarny migrate: {}", JournalFailure(options.run, error)));
     return kExitFailed;
   } catch (const std::exception& error) {
     console.Say(fmt::format("tarny migrate: {}", error.what()));

@@ -25,6 +25,7 @@ void PlanAsJson(const Plan& plan, const std::string& target) {
                                        {"folders", folders},
                                        {"deleted", plan.deleted},
                                        {"merged", ProblemsAsJson(plan.merged)},
+                                       {"alike", ProblemsAsJson(plan.alike)},
                                        {"unused_lines", ProblemsAsJson(plan.unusedLines)},
                                        {"left_out", ProblemsAsJson(plan.problems)}});
 }
@@ -32,6 +33,10 @@ void PlanAsJson(const Plan& plan, const std::string& target) {
 // What stays in the source as its store wants it.
 void PrintStaying(const Plan& plan) {
   PrintProblems("Folders of the target that take up several of the source", plan.merged);
+  PrintProblems(
+      "Folders that are two in the target, though their names look alike (their accents "
+      "are composed differently)",
+      plan.alike);
   PrintProblems("Lines of --folder-map that no folder of the source fits", plan.unusedLines);
   if (plan.deleted) {
     std::cout << fmt::format(
@@ -54,7 +59,7 @@ void PlanAsText(const Plan& plan, const std::string& target) {
   for (const std::string& folder : plan.emptyFolders) {
     std::cout << fmt::format("  {:>7}  {:>12}  {}\n", 0, "", OneLine(folder));
   }
-  PrintProblems("Left out", plan.problems);
+  PrintProblems(kLeftOut, plan.problems);
   PrintStaying(plan);
 }
 
@@ -73,10 +78,12 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"stopped", summary.stopped},
                                        {"deleted", plan.deleted},
                                        {"merged", ProblemsAsJson(plan.merged)},
+                                       {"alike", ProblemsAsJson(plan.alike)},
                                        {"unused_lines", ProblemsAsJson(plan.unusedLines)},
                                        {"missing", ProblemsAsJson(summary.missing)},
                                        {"taken_away", summary.takenAway},
                                        {"gone_there_too", summary.goneThere},
+                                       {"staying", ProblemsAsJson(summary.whyStaying)},
                                        {"failures", ProblemsAsJson(summary.failures)},
                                        {"remarks", ProblemsAsJson(summary.remarks)},
                                        {"doubts", ProblemsAsJson(summary.doubts)},
@@ -84,12 +91,14 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
 }
 
 void SummaryAsText(const Summary& summary, const Plan& plan) {
-  PrintProblems("Left out", plan.problems);
+  PrintProblems(kLeftOut, plan.problems);
   PrintProblems("Of earlier runs", summary.doubts);
   PrintProblems("Arrived, with a remark", summary.remarks);
   PrintProblems(plan.IsWhole() ? "Not in the source any more"
                                : "Not seen in the source, of which a part could not be read",
                 summary.missing);
+  PrintProblems("Of this stays there, though --delete-missing asked for it to go",
+                summary.whyStaying);
   PrintProblems("Failed", summary.failures);
   const std::string equal =
       summary.equal ? fmt::format(" ({} equal to another mail of their folder)", summary.equal)
@@ -102,7 +111,9 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   if (summary.seen < summary.total) {
     std::cout << fmt::format(", {} not reached", summary.total - summary.seen);
   }
-  if (!plan.problems.empty()) std::cout << fmt::format(", {} left out", plan.problems.size());
+  if (!plan.problems.empty()) {
+    std::cout << fmt::format(", {} left out or not whole", plan.problems.size());
+  }
   std::cout << (plan.IsWhole() ? "\n" : "; not all of the source could be read\n");
   PrintStaying(plan);
   if (summary.takenAway) {

@@ -51,7 +51,7 @@ void PrintText(const std::vector<FolderCheck>& checks, const Plan& plan) {
       PrintProblems(finding.words, check.*finding.list, /*indent=*/2);
     }
   }
-  PrintProblems("Left out", plan.problems);
+  PrintProblems(kLeftOut, plan.problems);
 }
 
 void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool complete) {
@@ -89,8 +89,9 @@ int Verify(MigrateOptions& options, Console& console) {
                run.Title(), options.engine.patienceGiven || (IsBound(journal) && had.empty()),
                waits, say);
   const std::unique_ptr<TargetLook> look = LookAt(options.target);
-  Verification verification(
-      *look, [&](const Step& step) { console.Progress(step.done, step.total, step.name); });
+  Verification verification(*look, HasSentWithoutKeys(journal), [&](const Step& step) {
+    console.Progress(step.done, step.total, step.name);
+  });
   const std::vector<FolderCheck> checks = verification.Run(plan);
   console.EndProgress();
   const bool complete = plan.IsWhole() && std::ranges::all_of(checks, &FolderCheck::Complete);
@@ -120,6 +121,9 @@ int RunVerify(const Arguments& arguments) {
   } catch (const UsageError& error) {
     console.Say(fmt::format("tarny verify: {}", error.what()));
     return kExitUsage;
+  } catch (const platform::SqliteError& error) {
+    console.Say(fmt::format("tarny verify: {}", JournalFailure(options.run, error)));
+    return kExitFailed;
   } catch (const std::exception& error) {
     console.Say(fmt::format("tarny verify: {}", error.what()));
     return kExitFailed;

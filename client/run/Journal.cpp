@@ -3,6 +3,8 @@
 #include <array>
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "client/run/BootClock.h"
 #include "client/run/MailKey.h"
 
@@ -77,6 +79,15 @@ KnownMail MailIn(const platform::SqliteStatement& row) {
 }
 
 }  // namespace
+
+std::string JournalFailure(const std::string& runFolder, const platform::SqliteError& error) {
+  return fmt::format(
+      "{} cannot be used: its journal journal.db fails with: {}{}", runFolder, error.what(),
+      error.IsDamage()
+          ? ". It is damaged: tarny migrate goes on with a new run folder and --adopt, and "
+            "sends only what is not in the target"
+          : "");
+}
 
 Journal::Journal(const std::string& path) : m_database(path) {
   m_database.Execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;");

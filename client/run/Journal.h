@@ -45,6 +45,9 @@ struct KnownMail {
   Origin origin = Origin::kFound;
 };
 
+// Why the journal of that run folder cannot be used, and, of a damaged one, what to do; for people.
+std::string JournalFailure(const std::string& runFolder, const platform::SqliteError& error);
+
 // The memory of a run: what was sent, and which mail owns which ledger key. An SQLite file; each
 // change outlives the death of this process, and where its function says "durable", or one that
 // comes later does, a loss of power, too. Texts are UTF-8, or bytes as a source gave them. Every

@@ -5,6 +5,7 @@
 #include <new>
 #include <optional>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -14,6 +15,7 @@
 #include "client/run/MailKey.h"
 #include "client/run/NewFile.h"
 #include "client/run/ReducedMail.h"
+#include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
 #include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
@@ -37,13 +39,20 @@ ItemResult ResultOf(const Outcome& outcome, const ItemWork& work) {
   return work.sent > 0 ? ItemResult::kUnknown : ItemResult::kFailed;
 }
 
-// Items that a run without keys sent have none for good.
+// By folder, then place: "Old:200" before "Old:1000".
+bool IsBefore(const SourceProblem& a, const SourceProblem& b) {
+  const auto order = [](const SourceProblem& mail) {
+    const std::string_view place = mail.location;
+    return std::tuple(std::string_view(mail.reason), place.substr(0, place.rfind(':')),
+                      place.size(), place);
+  };
+  return order(a) < order(b);
+}
+
 UnknownOutcome::Keyed KeyedBy(const RunSetup& setup, Journal& journal) {
-  constexpr std::string_view kSentWithout = "sent without keys";
   using enum UnknownOutcome::Keyed;
-  const bool isKept = journal.Property(kSentWithout).has_value();
-  if (setup.IsSafe()) return isKept ? kSome : kAll;
-  if (!isKept) journal.SetProperty(kSentWithout, "1");
+  if (setup.IsSafe()) return HasSentWithoutKeys(journal) ? kSome : kAll;
+  KeepSentWithoutKeys(journal);
   return kNone;
 }
 
@@ -91,7 +100,7 @@ Summary Migration::Run(const Plan& plan) {
     if (m_summary.stopped.empty()) MakeFolders(plan.emptyFolders);
     m_doubts.ReadUnknown(plan, m_noted);
   } catch (const platform::SqliteError& error) {
-    m_summary.stopped = std::string("the journal cannot be used: ") + error.what();
+    m_summary.stopped = JournalFailure(m_setup.run.Path(), error);
   } catch (const std::exception& error) {  // what was done so far is told all the same
     m_summary.stopped = error.what();
   }
@@ -358,21 +367,28 @@ void Migration::LookForLateCopies() {
 }
 
 void Migration::TellMissing(const Plan& plan) {
-  const SecondPass::Gone gone = m_second.Missing(plan);
+  SecondPass::Gone gone = m_second.Missing(plan);
   for (const KnownMail& mail : gone.mails) m_summary.missing.push_back({mail.source, mail.folder});
+  std::ranges::sort(m_summary.missing, IsBefore);
   if (!m_setup.deleteMissing || gone.mails.empty()) return;
   const bool isAll = gone.mails.size() == gone.brought;
   if (!gone.isSure || isAll) {
-    m_summary.staying = gone.mails.size();
-    m_summary.failures.push_back(
-        {"what is not in the source any more",
-         gone.isSure ? "stays there: nothing of what was brought is in the source any more; is it "
-                       "the right one?"
-                     : "stays there: not all of the source could be read, and it may lie where it "
-                       "could not"});
+    TellStaying("all of it", gone.mails.size(),
+                gone.isSure ? "nothing of what was brought is in the source any more; is it the "
+                              "right one?"
+                            : "not all of the source could be read, and it may lie where it could "
+                              "not");
     return;
   }
+  for (const LostMails& lost : m_second.TakeLost(gone)) {
+    TellStaying(lost.where, lost.count, fmt::format("{} mails: {}", lost.count, lost.reason));
+  }
   TakeAway(gone.mails);
+}
+
+void Migration::TellStaying(const std::string& what, std::size_t mails, const std::string& why) {
+  m_summary.staying += mails;
+  m_summary.whyStaying.push_back({what, why});
 }
 
 void Migration::TakeAway(const std::vector<KnownMail>& mails) {
@@ -385,9 +401,7 @@ void Migration::TakeAway(const std::vector<KnownMail>& mails) {
     const SecondPass::Taken taken = m_second.TakeAway(mail);
     if (taken.kind == kMoved) ++m_summary.takenAway;
     if (taken.kind == kNeedless) ++m_summary.goneThere;
-    if (taken.kind != kStays) continue;
-    ++m_summary.staying;
-    m_summary.failures.push_back({mail.source, "stays there: " + taken.reason});
+    if (taken.kind == kStays) TellStaying(mail.source, 1, taken.reason);
   }
 }
 

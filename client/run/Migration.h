@@ -59,6 +59,7 @@ class Migration {
   void TakeOverLate(const Plan& plan);
   void LookForLateCopies();
   void TellMissing(const Plan& plan);
+  void TellStaying(const std::string& what, std::size_t mails, const std::string& why);
   void TakeAway(const std::vector<KnownMail>& mails);
   // Those without items; each that is not there then is a failure.
   void MakeFolders(const std::vector<std::string>& folders);

@@ -10,6 +10,8 @@
 #include <utility>
 
 #include <fmt/format.h>
+#include <unicode/normalizer2.h>
+#include <unicode/unistr.h>
 
 #include "client/run/ItemKinds.h"
 #include "client/sources/FolderNames.h"
@@ -63,7 +65,17 @@ std::string AsTheTargetTells(const std::string& path) {
   return CString::FromUtf8(path).MakeUpper().ToUtf8();
 }
 
-// Where the folders of the sources go; tells which of them become one.
+// The same for people, whatever their accents are composed of.
+std::string AsItLooks(const std::string& path) {
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::Normalizer2* const composed = icu::Normalizer2::getNFCInstance(status);
+  if (U_FAILURE(status)) return path;
+  std::string text;
+  composed->normalize(icu::UnicodeString::fromUTF8(path), status).toUTF8String(text);
+  return U_FAILURE(status) ? path : text;
+}
+
+// Where the folders of the sources go; tells which of them become one, or look as if they did.
 class Places {
  public:
   explicit Places(const PlanOptions& options) : m_options(options), m_map(options.folders) {}
@@ -122,6 +134,19 @@ class Places {
       merged.push_back({holders.target, fmt::format("{}", fmt::join(holders.paths, ", "))});
     }
     return merged;
+  }
+
+  std::vector<SourceProblem> Alike() const {
+    std::map<std::string, std::vector<const Takers*>> byLooks;
+    for (const auto& [folded, takers] : m_takers) byLooks[AsItLooks(folded)].push_back(&takers);
+    std::vector<SourceProblem> alike;
+    for (const auto& [looks, targets] : byLooks) {
+      if (targets.size() < 2) continue;
+      std::vector<std::string> paths;
+      for (const Takers* each : targets) std::ranges::copy(each->paths, std::back_inserter(paths));
+      alike.push_back({targets.front()->target, fmt::format("{}", fmt::join(paths, ", "))});
+    }
+    return alike;
   }
 
   std::vector<SourceProblem> UnusedLines() const {
@@ -245,6 +270,7 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
       [&](const ItemList::Shared& shared) { return spelling.Of(shared.folder); });
   for (std::string& folder : folders) folder = spelling.Of(folder);
   plan.merged = places.Merged();
+  plan.alike = places.Alike();
   plan.unusedLines = places.UnusedLines();
   if (options.emptyFolders) plan.emptyFolders = EmptyOnes(folders, plan.entries.Items());
   return plan;

@@ -54,8 +54,9 @@ struct Plan {
   };
   std::vector<std::unique_ptr<Source>> sources;
   Entries entries;
-  std::vector<SourceProblem> problems;     // what was left out
-  std::vector<SourceProblem> merged;       // target folders that take up several of a source
+  std::vector<SourceProblem> problems;  // what was left out
+  std::vector<SourceProblem> merged;    // target folders that take up several of a source
+  std::vector<SourceProblem> alike;  // those whose accents alone differ, in how they are composed
   std::vector<SourceProblem> unusedLines;  // of the folder map: no folder fits them
   std::vector<std::string> emptyFolders;   // target folders without items, in order
   std::uint64_t deleted = 0;    // mails that wait in their store to be taken away, left there

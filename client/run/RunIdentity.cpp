@@ -21,6 +21,7 @@ using nlohmann::json;
 constexpr std::string_view kSources = "sources";  // properties of the journal
 constexpr std::string_view kTarget = "target";
 constexpr std::string_view kAdopting = "adopting";
+constexpr std::string_view kSentWithoutKeys = "sent without keys";
 
 // The list of an earlier run; empty where there was none.
 std::vector<std::string> HadSources(Journal& journal) {
@@ -45,9 +46,11 @@ void RequireSourcesKept(Journal& journal, const RunIdentity& identity, const Run
   }
 }
 
-[[noreturn]] void RefuseTarget(const RunFolder& run, const std::string& had) {
-  throw RunError(fmt::format("{} belongs to a run into another target ({}); use another run folder",
-                             run.Path(), had));
+[[noreturn]] void RefuseTarget(const RunFolder& run, const std::string& had,
+                               std::string_view more = {}) {
+  throw RunError(
+      fmt::format("{} belongs to a run into another target ({}); use another run folder{}",
+                  run.Path(), had, more));
 }
 
 }  // namespace
@@ -69,7 +72,12 @@ void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFold
                     "not come to its end; give --adopt again",
                     run.Path()));
   }
-  if (hadTarget && *hadTarget != identity.target) RefuseTarget(run, *hadTarget);
+  if (hadTarget && *hadTarget != identity.target) {
+    RefuseTarget(
+        run, *hadTarget,
+        ". If it is the same mailbox and only the way to it is another, add --adopt to that: "
+        "what is there is looked up first then, and not sent again");
+  }
 }
 
 std::string RequireSameMailbox(Journal& journal, const Target& target, const RunFolder& run) {
@@ -86,6 +94,12 @@ void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt) {
 }
 
 void EndAdoption(Journal& journal) { journal.RemoveProperty(kAdopting); }
+
+bool HasSentWithoutKeys(Journal& journal) { return journal.Property(kSentWithoutKeys).has_value(); }
+
+void KeepSentWithoutKeys(Journal& journal) {
+  if (!HasSentWithoutKeys(journal)) journal.SetProperty(kSentWithoutKeys, "1");
+}
 
 EarlierFolders FoldersOfEarlierRuns(const std::string& runFolder) {
   const std::string path = runFolder + "/journal.db";

@@ -32,6 +32,10 @@ std::string RequireSameMailbox(Journal& journal, const Target& target, const Run
 void KeepIdentity(Journal& journal, const RunIdentity& identity, bool adopt);
 // Says that all items of a run with adopt had their turn. Throws platform::SqliteError.
 void EndAdoption(Journal& journal);
+// Whether a run with --as-is ever sent from that folder: its items have no keys for good. Throws
+// platform::SqliteError.
+bool HasSentWithoutKeys(Journal& journal);
+void KeepSentWithoutKeys(Journal& journal);
 // The folders of the target that earlier runs know; nothing where there was none, or its journal
 // cannot be read: who opens it for good tells that.
 EarlierFolders FoldersOfEarlierRuns(const std::string& runFolder);

@@ -11,6 +11,7 @@
 #include "client/run/ItemLoader.h"
 #include "client/run/Journal.h"
 #include "client/run/LedgerWriter.h"
+#include "client/run/LostMails.h"
 #include "client/run/Outcome.h"
 #include "client/run/Plan.h"
 #include "client/run/SeenMails.h"
@@ -56,6 +57,10 @@ class SecondPass {
     bool isSure = true;  // nothing of the source was out of sight
   };
   Gone Missing(const Plan& plan);
+  // Takes those out of it that the source seems to have lost.
+  std::vector<LostMails> TakeLost(Gone& gone) {
+    return client::TakeLost(gone.mails, m_journal, m_seen, m_look);
+  }
 
   // What became of one that is to go to the target's deleted items.
   struct Taken {

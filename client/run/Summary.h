@@ -25,11 +25,12 @@ struct Summary {
   std::string stopped;               // why the run stopped early; empty when it did not
   std::vector<SourceProblem> failures;
   std::vector<SourceProblem> remarks;  // arrived, with a text
-  // What the run brought and the source has not any more: where it lay, and its folder.
+  // What the run brought and the source has not any more: where it lay, and its folder. By these.
   std::vector<SourceProblem> missing;
   std::uint64_t takenAway = 0;  // of those, to the target's deleted items
   std::uint64_t goneThere = 0;  // of those, not in their folder there either, or in deleted items
   std::uint64_t staying = 0;    // of those, though asked to be taken away
+  std::vector<SourceProblem> whyStaying;
   // Of earlier runs: what may be there twice, and what arrived reduced.
   std::vector<SourceProblem> doubts;
 

@@ -86,6 +86,9 @@ bool Stands(const SourceRecord& item, TargetFolder& target) {
   return true;
 }
 
+constexpr const char* kCannotTell =
+    "it may be there: it has no message id, and what --as-is sends has no key to know it by";
+
 // What is missing from its folder, and what other folders of the target hold for which the source
 // has nothing there: a user may have moved it.
 struct Strays {
@@ -97,8 +100,10 @@ struct Strays {
   std::vector<Missing> missing;
   std::map<TargetIndex::Digest, std::string> beyond;  // and its folder
 
-  void TellWhere() const {
+  void TellWhere(bool mayLackKeys) const {
     for (const Missing& one : missing) {
+      const bool hasNoId = one.names.back() == TargetIndex::Digest{};
+      if (mayLackKeys && hasNoId) one.check->missing[one.number].reason = kCannotTell;
       for (const TargetIndex::Digest& name : one.names) {
         const auto at = name == TargetIndex::Digest{} ? beyond.end() : beyond.find(name);
         if (at == beyond.end()) continue;
@@ -197,7 +202,7 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
     std::ranges::copy_if(all, std::back_inserter(elsewhere),
                          [](const SourceRecord& item) { return item.elsewhere.has_value(); });
   }
-  strays.TellWhere();
+  strays.TellWhere(m_mayLackKeys);
   for (const SourceRecord& item : elsewhere) {
     while (second.Take(item.elsewhere, item.key)) {
       item.check->twice.push_back(

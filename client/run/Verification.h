@@ -36,8 +36,9 @@ bool IsOtherSize(std::int64_t mimeSize, std::int64_t serverSize);
 // beyond the source is told with the first of the source's folders that leads there.
 class Verification {
  public:
-  Verification(TargetLook& look, OnStep onStep)  // which must outlive this
-      : m_look(look), m_onStep(std::move(onStep)) {}
+  // mayLackKeys: items that were sent may carry none. `look` must outlive this.
+  Verification(TargetLook& look, bool mayLackKeys, OnStep onStep)
+      : m_look(look), m_mayLackKeys(mayLackKeys), m_onStep(std::move(onStep)) {}
 
   // In the plan's order of folders. Throws RunError on a request to stop, std::runtime_error when a
   // folder of the target cannot be read.
@@ -47,6 +48,7 @@ class Verification {
   void Step(const Plan::Entry& entry);
 
   TargetLook& m_look;
+  bool m_mayLackKeys;
   OnStep m_onStep;
   std::uint64_t m_done = 0;
   std::uint64_t m_total = 0;

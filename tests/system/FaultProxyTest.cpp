@@ -281,6 +281,9 @@ TEST_F(ChosenHarm, WhatIsThereWithoutItsAttachmentsGoesBeforeItIsSentAnew) {
   EXPECT_THAT(Text(Run(1)["failures"]), EndsWith("The item is there without it."));
   EXPECT_THAT(Text(Run(1)["failures"]), HasSubstr("could not be deleted; it has to go first"));
   EXPECT_THAT(attachments(), ElementsAre(1));
+  // A run that ends at it leaves it what it is.
+  each = {{"FindItem ", {Mishap::kStatus, 401}}};
+  EXPECT_THAT(Run(1)["stopped"].dump(), HasSubstr("it is there without its attachments"));
   each.clear();
   more = {"--adopt"};  // which finds it there, and must not go by that
   EXPECT_EQ(Run(0)["sent"], 1);

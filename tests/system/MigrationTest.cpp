@@ -27,6 +27,7 @@ namespace {
 
 using client_test::Wide;
 using test_support::TemporaryFolder;
+using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -175,11 +176,19 @@ TEST_F(Migration, ARunFolderBelongsToOneSourceOneTargetAndOneDriver) {
   EXPECT_THAT(Tarny({"migrate", folder.File("other"), "--to", to, "--run", run}),
               FailsWith("with the source " + folder.File("source")));
   EXPECT_THAT(Tarny({"migrate", folder.File("source"), "--to", to + "2", "--run", run}),
-              FailsWith("another target"));
+              AllOf(FailsWith("another target"), FailsWith("add --adopt")));
 
   const platform::UniqueFd driver(open(folder.File("run/driver").c_str(), O_RDWR | O_CLOEXEC));
   ASSERT_EQ(flock(driver.Get(), LOCK_EX | LOCK_NB), 0);
   EXPECT_THAT(Migrate(folder), FailsWith("another tarny works in"));
+  ASSERT_EQ(flock(driver.Get(), LOCK_UN), 0);
+
+  folder.Write("run/journal.db", std::string(10000, 'x'));
+  std::filesystem::remove(folder.File("run/journal.db-wal"));
+  for (const char* const command : {"migrate", "verify"}) {
+    EXPECT_THAT(Tarny({command, folder.File("source"), "--to", to, "--run", run}),
+                FailsWith("goes on with a new run folder and --adopt"));
+  }
 }
 
 TEST_F(Migration, ALocalMailboxThatIsServedByAnotherIsRefusedByName) {

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include "client/run/LostMails.h"
 #include "client/run/Plan.h"
 #include "client/sources/ModifiedUtf7.h"
+#include "platform/Sqlite.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
 
@@ -442,7 +444,63 @@ TEST_F(SecondPass, TakesNothingAwayWhileAPartOfTheSourceIsOutOfSight) {
   EXPECT_EQ(Pass({"--ignore-left-out"})["missing"].size(), 1u);
   const nlohmann::json summary = Pass({"--ignore-left-out", "--delete-missing"}, 1);
   EXPECT_EQ(summary["taken_away"], 0);
-  EXPECT_THAT(summary["failures"].dump(), testing::HasSubstr("not all of the source"));
+  EXPECT_THAT(summary["staying"].dump(), testing::HasSubstr("not all of the source"));
+}
+
+// What is not mounted, emptied or cut by mistake looks as if its user had deleted everything.
+TEST_F(SecondPass, TakesNothingAwayThatASourceLosesAtOnce) {
+  constexpr int kMany = client::kManyMails;
+  const auto writeMails = [this](const std::string& name, int count) {
+    for (int i = 0; i < count; ++i) {
+      const std::string mail = name + std::to_string(i);
+      m_folder.Write("source/" + name + "/" + mail + ".eml", Mail(mail));
+    }
+  };
+  const auto mailsOf = [](const std::string& name, int count) {
+    std::string mbox;
+    for (int i = 0; i < count; ++i) {
+      mbox += "From - Tue Mar 05 10:00:00 2019\n" + Mail(name + std::to_string(i)) + "\n";
+    }
+    return mbox;
+  };
+  writeMails("Stays", 1);
+  for (const char* const name : {"Gone", "Spam", "Old"}) writeMails(name, kMany);
+  writeMails("Few", kMany - 1);
+  m_folder.Write("source/Empty", mailsOf("Empty", kMany));
+  m_folder.Write("source/Cut", mailsOf("Cut", 2 * kMany + 2));
+  m_folder.Write("source/Tidy", mailsOf("Tidy", 2 * kMany));
+  EXPECT_EQ(Pass()["sent"], 9 * kMany + 2);
+
+  for (const char* const name : {"Gone", "Spam", "Few"}) {
+    std::filesystem::remove_all(m_folder.File(std::string("source/") + name));
+  }
+  Rename("Old", "New");
+  m_folder.Write("source/Empty", "");
+  const std::string cut = mailsOf("Cut", kMany + 2);
+  m_folder.Write("source/Cut", cut.substr(0, cut.size() - 3));
+  m_folder.Write("source/Tidy", mailsOf("Tidy", 1));
+  const nlohmann::json summary = Pass({"--delete-missing"}, 1);
+  EXPECT_EQ(summary["taken_away"], 5 * kMany - 2) << "Spam, Few, Old and Tidy";
+  std::vector<std::string> staying;
+  for (const nlohmann::json& each : summary["staying"]) {
+    const std::string text = each["text"];
+    staying.push_back(each["item"].get<std::string>() + ": " + text.substr(0, text.find(':')));
+  }
+  EXPECT_THAT(staying, testing::ElementsAre("Empty\\: 20 mails", "Gone\\: 20 mails",
+                                            m_folder.File("source/Cut") + ": 21 mails"));
+  std::vector<std::pair<std::string, int>> places;  // of mboxes
+  for (const nlohmann::json& each : summary["missing"]) {
+    const std::string place = each["item"];
+    const std::size_t colon = place.rfind(':');
+    if (colon != place.npos) places.emplace_back(each["text"], std::stoi(place.substr(colon + 1)));
+  }
+  EXPECT_EQ(places.size(), 4 * kMany);
+  EXPECT_TRUE(std::ranges::is_sorted(places));
+
+  // Once its folder is gone there, too, nobody wants it.
+  platform::SqliteDatabase(m_folder.File("mailbox/mailbox.db"))
+      .Execute("UPDATE folders SET name='Moved',name_key='MOVED' WHERE name='Gone'");
+  EXPECT_EQ(Pass({"--delete-missing"}, 1)["gone_there_too"], kMany);
 }
 
 TEST_F(SecondPass, ToldAsRemarkWhereTheTargetCannotBeTold) {

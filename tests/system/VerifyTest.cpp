@@ -240,6 +240,7 @@ TEST_F(Verify, ATargetThatWasEmptiedIsToldAndOneWhoseUserTookMailsAwayIsNot) {
 TEST_F(Verify, WithoutKeysAnEmptiedTargetIsKnownByMessageIdsAlone) {
   folder.Write("source/1.eml", Mail("", "without an id"));
   EXPECT_EQ(SummaryOf(Migrate(folder, {"--as-is"}))["sent"], 1);
+  EXPECT_THAT(FolderOf(Check(), 1)["missing"].dump(), HasSubstr("it may be there"));
   std::filesystem::remove_all(folder.File("mailbox"));
   EXPECT_EQ(SummaryOf(Migrate(folder, {"--as-is"}))["sent"], 0) << "nobody can tell";
   folder.Write("source/2.eml", Mail("<2@x.example>", "with one"));

@@ -88,6 +88,8 @@ TEST(Plan, PlacesFoldersTellsWhichBecomeOneAndWhichAreEmpty) {
   for (const SourceProblem& each : plan.merged) merged.push_back(each.location + "=" + each.reason);
   EXPECT_THAT(merged,
               ElementsAre("Kunde\\x\\=Kunde\\x\\, kunde\\x\\", "Sent Items\\=Gesendet\\, Sent\\"));
+  ASSERT_EQ(plan.alike.size(), 1u);
+  EXPECT_EQ(plan.alike[0].reason, "Ku\u0308che\\, Küche\\");
   EXPECT_THAT(plan.emptyFolders,
               ElementsAre("Kunde\\y\\", "Leer\\", "Deleted Items\\", "STRASSE\\"));
   ASSERT_EQ(plan.unusedLines.size(), 1u);

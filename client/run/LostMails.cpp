@@ -1,0 +1,145 @@
+#include "client/run/LostMails.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "client/run/LastingPlace.h"
+#include "client/sources/SourceFiles.h"
+#include "client/sources/SpecialFolders.h"
+
+namespace client {
+namespace {
+
+using Mails = std::vector<KnownMail>;
+
+bool IsEmptiedAsAHabit(const std::string& folder) {
+  const std::string path = FoldedName(WithExchangeNames(folder));
+  return std::ranges::any_of(
+      std::array{SpecialFolder::kDeleted, SpecialFolder::kJunk}, [&](SpecialFolder special) {
+        return path.starts_with(FoldedName(std::string(ExchangeName(special)) + "\\"));
+      });
+}
+
+struct FolderCount {
+  std::size_t brought = 0;
+  std::size_t missing = 0;
+  std::size_t elsewhere = 0;  // of those, in another folder of the source
+};
+using FolderCounts = std::unordered_map<std::string, FolderCount>;
+
+FolderCounts CountFolders(const Mails& missing, Journal& journal, const SeenMails& seen) {
+  FolderCounts counts;
+  std::unordered_map<std::string_view, bool> isElsewhere;  // by hash
+  for (const KnownMail& mail : missing) {
+    ++counts[mail.folder].missing;
+    isElsewhere.try_emplace(mail.hash, false);
+  }
+  journal.EachBrought([&](const KnownMail& mail) {
+    if (const auto folder = counts.find(mail.folder); folder != counts.end()) {
+      ++folder->second.brought;
+    }
+    const auto same = isElsewhere.find(mail.hash);
+    if (same != isElsewhere.end() && seen.Has(mail.folder, mail.hash)) same->second = true;
+  });
+  for (const KnownMail& mail : missing) counts[mail.folder].elsewhere += isElsewhere[mail.hash];
+  return counts;
+}
+
+bool IsLost(const FolderCount& count) {
+  return count.missing == count.brought && count.missing >= kManyMails &&
+         2 * count.elsewhere < count.missing;
+}
+
+// Where the mail began, and the file, where that is an mbox.
+struct MboxPlace {
+  std::string file;
+  std::uint64_t offset = 0;
+};
+std::optional<MboxPlace> MboxPlaceOf(const std::string& location) {
+  MboxPlace place{LastingPlace(location).path};
+  if (place.file.size() >= location.size() || location[place.file.size()] != ':') {
+    return std::nullopt;
+  }
+  const char* const end = location.data() + location.size();
+  const auto [next, error] =
+      std::from_chars(location.data() + place.file.size() + 1, end, place.offset);
+  return error == std::errc() && next == end ? std::optional(place) : std::nullopt;
+}
+
+// Programs end what they write into an mbox with its line.
+struct Mbox {
+  std::optional<std::uint64_t> cutSize;  // of one that looks as if it were cut
+  std::size_t missing = 0;
+  std::size_t behindEnd = 0;  // of those
+
+  bool IsLost() const { return behindEnd >= kManyMails; }
+};
+
+std::optional<std::uint64_t> CutSizeOf(const std::string& path) {
+  std::error_code error;
+  const std::uint64_t size = std::filesystem::file_size(path, error);
+  if (error) return std::nullopt;
+  try {
+    if (size > 0 && ReadFileRange(path, size - 1, 1) == "\n") return std::nullopt;
+  } catch (const SourceError&) {  // told with the source
+    return std::nullopt;
+  }
+  return size;
+}
+
+void TakeLostFolders(Mails& missing, const FolderCounts& counts, TargetLook& look,
+                     std::vector<LostMails>& lost) {
+  std::unordered_set<std::string_view> folders;
+  for (const auto& [folder, count] : counts) {
+    if (!IsLost(count) || IsEmptiedAsAHabit(folder) || !look.Has(folder)) continue;
+    folders.insert(folder);
+    lost.push_back({folder,
+                    "nothing of that folder is in the source any more (should it go, delete the "
+                    "folder there)",
+                    count.missing});
+  }
+  std::ranges::sort(lost, {}, &LostMails::where);
+  std::erase_if(missing, [&](const KnownMail& mail) { return folders.contains(mail.folder); });
+}
+
+void TakeLostOfMboxes(Mails& missing, std::vector<LostMails>& lost) {
+  std::unordered_map<std::string, Mbox> mboxes;
+  for (const KnownMail& mail : missing) {
+    const auto place = MboxPlaceOf(mail.source);
+    if (!place) continue;
+    const auto [found, isNew] = mboxes.try_emplace(place->file);
+    Mbox& mbox = found->second;
+    if (isNew) mbox.cutSize = CutSizeOf(place->file);
+    if (!mbox.cutSize || IsEmptiedAsAHabit(mail.folder)) continue;
+    ++mbox.missing;
+    mbox.behindEnd += place->offset >= *mbox.cutSize ? 1 : 0;
+  }
+  std::erase_if(mboxes, [](const auto& mbox) { return !mbox.second.IsLost(); });
+  if (mboxes.empty()) return;
+  for (const auto& [file, mbox] : mboxes) {
+    lost.push_back({file, "they lay behind the end of that file, which looks cut", mbox.missing});
+  }
+  std::erase_if(missing, [&](const KnownMail& mail) {
+    const auto place = MboxPlaceOf(mail.source);
+    return place && mboxes.contains(place->file) && !IsEmptiedAsAHabit(mail.folder);
+  });
+}
+
+}  // namespace
+
+std::vector<LostMails> TakeLost(Mails& missing, Journal& journal, const SeenMails& seen,
+                                TargetLook& look) {
+  std::vector<LostMails> lost;
+  TakeLostFolders(missing, CountFolders(missing, journal, seen), look, lost);
+  TakeLostOfMboxes(missing, lost);
+  return lost;
+}
+
+}  // namespace client
