@@ -5,10 +5,10 @@
 #include <charconv>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "client/run/LastingPlace.h"
 #include "client/sources/SourceFiles.h"
@@ -19,20 +19,35 @@ namespace {
 
 using Mails = std::vector<KnownMail>;
 
-bool IsEmptiedAsAHabit(const std::string& folder) {
-  const std::string path = FoldedName(WithExchangeNames(folder));
-  return std::ranges::any_of(
-      std::array{SpecialFolder::kDeleted, SpecialFolder::kJunk}, [&](SpecialFolder special) {
-        return path.starts_with(FoldedName(std::string(ExchangeName(special)) + "\\"));
-      });
-}
+// Whether what lay in a folder may be wanted there; asks the target once for each.
+class Wanted {
+ public:
+  explicit Wanted(TargetLook& look) : m_look(look) {}
+  bool operator()(const std::string& folder) {
+    const auto [known, isNew] = m_folders.try_emplace(folder, false);
+    if (isNew) known->second = !IsEmptiedAsAHabit(folder) && m_look.Has(folder);
+    return known->second;
+  }
+
+ private:
+  static bool IsEmptiedAsAHabit(const std::string& folder) {
+    const std::string path = FoldedName(WithExchangeNames(folder));
+    return std::ranges::any_of(
+        std::array{SpecialFolder::kDeleted, SpecialFolder::kJunk}, [&](SpecialFolder special) {
+          return path.starts_with(FoldedName(std::string(ExchangeName(special)) + "\\"));
+        });
+  }
+
+  TargetLook& m_look;
+  std::unordered_map<std::string, bool> m_folders;
+};
 
 struct FolderCount {
   std::size_t brought = 0;
   std::size_t missing = 0;
   std::size_t elsewhere = 0;  // of those, in another folder of the source
 };
-using FolderCounts = std::unordered_map<std::string, FolderCount>;
+using FolderCounts = std::map<std::string, FolderCount>;
 
 FolderCounts CountFolders(const Mails& missing, Journal& journal, const SeenMails& seen) {
   FolderCounts counts;
@@ -73,15 +88,8 @@ std::optional<MboxPlace> MboxPlaceOf(const std::string& location) {
   return error == std::errc() && next == end ? std::optional(place) : std::nullopt;
 }
 
-// Programs end what they write into an mbox with its line.
-struct Mbox {
-  std::optional<std::uint64_t> cutSize;  // of one that looks as if it were cut
-  std::size_t missing = 0;
-  std::size_t behindEnd = 0;  // of those
-
-  bool IsLost() const { return behindEnd >= kManyMails; }
-};
-
+// Its size, of one that looks as if it were cut: programs end what they write into one with its
+// line.
 std::optional<std::uint64_t> CutSizeOf(const std::string& path) {
   std::error_code error;
   const std::uint64_t size = std::filesystem::file_size(path, error);
@@ -94,42 +102,50 @@ std::optional<std::uint64_t> CutSizeOf(const std::string& path) {
   return size;
 }
 
-void TakeLostFolders(Mails& missing, const FolderCounts& counts, TargetLook& look,
+void TakeLostFolders(Mails& missing, const FolderCounts& counts, Wanted& isWanted,
                      std::vector<LostMails>& lost) {
-  std::unordered_set<std::string_view> folders;
   for (const auto& [folder, count] : counts) {
-    if (!IsLost(count) || IsEmptiedAsAHabit(folder) || !look.Has(folder)) continue;
-    folders.insert(folder);
+    if (!IsLost(count) || !isWanted(folder)) continue;
     lost.push_back({folder,
                     "nothing of that folder is in the source any more (should it go, delete the "
                     "folder there)",
                     count.missing});
   }
-  std::ranges::sort(lost, {}, &LostMails::where);
-  std::erase_if(missing, [&](const KnownMail& mail) { return folders.contains(mail.folder); });
+  std::erase_if(missing, [&](const KnownMail& mail) {
+    return std::ranges::binary_search(lost, mail.folder, {}, &LostMails::where);
+  });
 }
 
-void TakeLostOfMboxes(Mails& missing, std::vector<LostMails>& lost) {
-  std::unordered_map<std::string, Mbox> mboxes;
+struct Mbox {
+  std::optional<std::uint64_t> cutSize;
+  std::size_t behindEnd = 0;  // mails
+  std::size_t lost = 0;
+
+  bool IsLost() const { return behindEnd >= kManyMails; }
+};
+
+void TakeLostOfMboxes(Mails& missing, Wanted& isWanted, std::vector<LostMails>& lost) {
+  std::map<std::string, Mbox> mboxes;  // that lost some
   for (const KnownMail& mail : missing) {
     const auto place = MboxPlaceOf(mail.source);
     if (!place) continue;
     const auto [found, isNew] = mboxes.try_emplace(place->file);
     Mbox& mbox = found->second;
     if (isNew) mbox.cutSize = CutSizeOf(place->file);
-    if (!mbox.cutSize || IsEmptiedAsAHabit(mail.folder)) continue;
-    ++mbox.missing;
-    mbox.behindEnd += place->offset >= *mbox.cutSize ? 1 : 0;
+    if (mbox.cutSize && place->offset >= *mbox.cutSize) ++mbox.behindEnd;
   }
   std::erase_if(mboxes, [](const auto& mbox) { return !mbox.second.IsLost(); });
-  if (mboxes.empty()) return;
-  for (const auto& [file, mbox] : mboxes) {
-    lost.push_back({file, "they lay behind the end of that file, which looks cut", mbox.missing});
-  }
   std::erase_if(missing, [&](const KnownMail& mail) {
     const auto place = MboxPlaceOf(mail.source);
-    return place && mboxes.contains(place->file) && !IsEmptiedAsAHabit(mail.folder);
+    const auto mbox = place ? mboxes.find(place->file) : mboxes.end();
+    if (mbox == mboxes.end() || !isWanted(mail.folder)) return false;
+    ++mbox->second.lost;
+    return true;
   });
+  for (const auto& [file, mbox] : mboxes) {
+    if (mbox.lost == 0) continue;
+    lost.push_back({file, "they lay behind the end of that file, which looks cut", mbox.lost});
+  }
 }
 
 }  // namespace
@@ -137,8 +153,9 @@ void TakeLostOfMboxes(Mails& missing, std::vector<LostMails>& lost) {
 std::vector<LostMails> TakeLost(Mails& missing, Journal& journal, const SeenMails& seen,
                                 TargetLook& look) {
   std::vector<LostMails> lost;
-  TakeLostFolders(missing, CountFolders(missing, journal, seen), look, lost);
-  TakeLostOfMboxes(missing, lost);
+  Wanted isWanted(look);
+  TakeLostFolders(missing, CountFolders(missing, journal, seen), isWanted, lost);
+  TakeLostOfMboxes(missing, isWanted, lost);
   return lost;
 }
 
