@@ -29,8 +29,6 @@
 namespace client {
 namespace {
 
-constexpr std::string_view kContacts = "Contacts\\";
-
 bool IsCalendarName(std::string_view name) {
   return EndsWithNoCase(name, ".ics") || EndsWithNoCase(name, ".vcs");
 }
@@ -46,7 +44,7 @@ void AddCalendar(const std::string& path, const std::string& levels, Listing& li
 
 void AddCards(const std::vector<std::string>& paths, const std::string& levels, Listing& listing) {
   std::vector<SourceItem> found;
-  ListVcfFiles(paths, std::string(kContacts) + levels, found, listing.problems);
+  ListVcfFiles(paths, TargetOfKind("Contacts\\", levels), found, listing.problems);
   for (const SourceItem& item : found) listing.items.Add(item);
 }
 
