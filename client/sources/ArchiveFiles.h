@@ -22,9 +22,9 @@ enum class ArchiveLook {
   kUnknown,  // of another form, encrypted, cut off, or too large
 };
 
-// Looks at the members of a tar or ZIP file and into what gzip packed; at other forms by their
-// first bytes alone. Linear in the size of the file.
-ArchiveLook LookIntoArchive(const PartlyRead& file);
+// Looks at the members of a tar or ZIP file and into what gzip packed; of other forms at the first
+// bytes alone, which head has of each. Linear in the size of the file.
+ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head);
 
 // Why a file of that size and those first bytes is to be told as one that may hold mail; empty for
 // what is no archive, and for one without mail. Throws SourceError.

@@ -224,7 +224,7 @@ TEST(ThunderbirdProfile, ReadsAccountsThatLieInOtherFoldersOfTheSource) {
   elsewhere.Write("Mail/Local Folders/Inbox", kMbox);
   const TemporaryFolder folder;
   auto account = [number = 0](const char* type, const std::string& key,
-                                    const std::string& path) mutable {
+                              const std::string& path) mutable {
     const std::string name = "user_pref(\"mail.server.server" + std::to_string(++number) + ".";
     return name + "type\", \"" + type + "\");\n" + name + key + "\", \"" + path + "\");\n";
   };
