@@ -62,6 +62,7 @@ inline constexpr auto kProfileFiles = std::to_array<std::string_view>({
     "SiteSecurityServiceState.bin",
     "SiteSecurityServiceState.txt",
     "TRRBlacklist.txt",
+    "addonStartup.json.lz4",
     "cert_override.txt",
     "compatibility.ini",
     "cookies.txt",

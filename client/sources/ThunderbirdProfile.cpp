@@ -41,7 +41,7 @@ void NameNews(const std::string& profile, std::vector<SourceProblem>& problems) 
 void NameAccounts(const std::string& profile, const ProfileAccounts& accounts,
                   std::vector<SourceProblem>& problems) {
   for (const std::string& path : accounts.gone) {
-    problems.push_back({path, "the mail of an account lay there, and is gone", /*isUnread=*/true});
+    problems.push_back({path, "an account has its mail there, and nothing is there", /*isUnread=*/true});
   }
   for (const std::string& place : accounts.elsewhere) {
     problems.push_back({profile + "/prefs.js",

@@ -177,7 +177,7 @@ TEST(ThunderbirdProfile, NamesWhatItsOwnerHasThereAndIsNotTaken) {
       {"!Mail.old: its program does not look into it, and there may be mail (Local Folders/Inbox)",
        "abook.sqlite: an address book", "calendar-data/local.sqlite: calendars",
        "calendar-data/cache.sqlite: calendars", "News/news.example: news of a server",
-       "!Mail/gone: the mail of an account lay there",
+       "!Mail/gone: an account has its mail there",
        "!prefs.js: the mail of an account lies elsewhere, in D:\\Mail\\jane",
        "!prefs.js: the mail of an account lies elsewhere, in [ProfD]../ImapMail/x",
        "!Mail/dead: a dead link", "!Mail/linked: a link to a folder"}};
@@ -193,6 +193,7 @@ TEST(ThunderbirdProfile, NamesWhatMayBeMailBesideItsAccounts) {
          {{"prefs.js", "x"},
           {"Mail/Local Folders/Inbox", kMbox},
           {"SiteSecurityServiceState.txt", "a.example:HSTS\t1\nb.example:HSTS\t1\n"},
+          {"addonStartup.json.lz4", "mozLz40"},
           {"cache2/entries/0A", two},
           {"extensions/x/package", two},
           {"notes.txt", "x"},
