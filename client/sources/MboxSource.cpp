@@ -81,7 +81,8 @@ bool MboxSource::IsMbox(std::string_view head) {
 }
 
 bool HoldsSeveralMails(const std::string& path, MboxKind kind) {
-  constexpr std::uint64_t kLook = 4096;  // bytes
+  constexpr std::uint64_t kLook = 64;  // bytes
+  constexpr std::uint64_t kHead = 4096;
   const std::string head = ReadFileRange(path, 0, kLook);
   if (!MboxSource::IsMbox(head)) return false;
   std::vector<SourceProblem> toldLater;
@@ -89,7 +90,7 @@ bool HoldsSeveralMails(const std::string& path, MboxKind kind) {
   if (IsMmdf(head)) return mails.size() > 1;
   for (std::size_t i = 1; i < mails.size(); ++i) {
     const MboxSplitter::Mail mail = mails[i];
-    const std::string begin = ReadFileRange(path, mail.offset, std::min(mail.length, kLook));
+    const std::string begin = ReadFileRange(path, mail.offset, std::min(mail.length, kHead));
     if (BeginsWithFields(WithoutFromLine(begin))) return true;
   }
   return false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <unordered_map>
+#include <unordered_set>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -137,7 +138,10 @@ void NameMissingMail(const std::string& source, const MailAccounts& accounts, Tr
   if (all.empty()) return;
   AccountLook::Counts counts;
   for (const ItemList::Shared& shared : listing.items.Parts()) counts[shared.path] += shared.items;
-  for (const MailAccounts::One& each : all) AccountLook(each, counts, names).Run(listing.problems);
+  std::unordered_set<std::string> told;  // profiles may share one
+  for (const MailAccounts::One& each : all) {
+    if (told.insert(each.path).second) AccountLook(each, counts, names).Run(listing.problems);
+  }
 }
 
 }  // namespace client

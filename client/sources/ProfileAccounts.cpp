@@ -48,10 +48,11 @@ std::string LastTwo(const std::string& path) {
 class Finder {
  public:
   Finder(const std::string& profile, const std::string& source)
-      : m_profile(profile), m_resolved(Resolved(profile)), m_source(Resolved(source)) {}
+      : m_profile(profile), m_resolved(Resolved(profile)), m_source(source) {}
 
   ProfileAccounts Find(const std::map<std::string, MailServer>& servers) {
     for (const auto& [name, server] : servers) FindOldPlace(server);
+    ProfileAccounts accounts;
     std::map<std::string, bool> below;  // whether it is of a server, by the place
     std::set<std::string> gone;
     std::set<std::string> elsewhere;
@@ -59,14 +60,15 @@ class Finder {
       if (!HasMail(server)) continue;
       const std::string place = PlaceOf(server);
       if (place.empty()) {
-        if (!IsInSource(server)) elsewhere.insert(NamedPlace(server));
+        const std::string met = PathInSource(server);
+        if (met.empty()) elsewhere.insert(NamedPlace(server));
+        if (!met.empty()) accounts.met.push_back({met, IsOfServer(server)});
       } else if (!HasEntry(m_profile, place)) {
         gone.insert(m_profile + "/" + place);
       } else if (!IsNameAboveAccounts(place.substr(0, place.find('/')))) {
-        below.emplace(place, server.type == "imap" || server.type == "ews");
+        below.emplace(place, IsOfServer(server));
       }
     }
-    ProfileAccounts accounts;
     for (const auto& [place, isOfServer] : below) {
       if (LiesInOther(place, below)) continue;
       accounts.below.push_back({m_profile + "/" + place, isOfServer});
@@ -79,6 +81,10 @@ class Finder {
  private:
   static const std::string& NamedPlace(const MailServer& server) {
     return server.directory.empty() ? server.relative : server.directory;
+  }
+
+  static bool IsOfServer(const MailServer& server) {
+    return server.type == "imap" || server.type == "ews";
   }
 
   static bool HasMail(const MailServer& server) {
@@ -128,21 +134,24 @@ class Finder {
     return isLinked ? "" : place;
   }
 
-  // Of the two forms of a path the first that is there counts.
-  bool IsInSource(const MailServer& server) const {
+  // As whoever walks the source meets it; empty for what is not there. Of the two forms of a path
+  // the first that is there counts.
+  std::string PathInSource(const MailServer& server) const {
     std::string path = server.directory.starts_with('/') ? server.directory : "";
     if (server.relative.starts_with(kProfile)) {
       const std::string own = m_profile + "/" + server.relative.substr(kProfile.size());
       if (path.empty() || IsThere(own)) path = own;
     }
-    if (path.empty() || !IsThere(path)) return false;
+    if (path.empty() || !IsThere(path)) return {};
     const std::string resolved = Resolved(path);
-    return resolved == m_source || Behind(m_source, resolved);
+    if (resolved == Resolved(m_source)) return m_source;
+    const auto behind = Behind(Resolved(m_source), resolved);
+    return behind ? m_source + "/" + *behind : "";
   }
 
   const std::string& m_profile;
   const std::string m_resolved;
-  const std::string m_source;
+  const std::string& m_source;
   std::string m_oldPlace;
 };
 

@@ -16,12 +16,11 @@ bool IsNameAboveAccounts(std::string_view name);
 // Those others.
 struct ProfileAccounts {
   std::vector<MailAccounts::One> below;  // in folders of the profile, none in another
+  std::vector<MailAccounts::One> met;    // in other folders of the source, met by who walks it
   std::vector<std::string> gone;         // below the profile, where nothing is
   std::vector<std::string> elsewhere;    // as they stand there, in no folder of the source
 };
 
-// What lies in a folder of the source that is not in the profile stands in none of the lists: it is
-// met there.
 ProfileAccounts AccountsOfProfile(const std::string& profile, const std::string& source);
 
 // The place below a profile that a path in its prefs.js means, "Mail/pop.example"; empty for one

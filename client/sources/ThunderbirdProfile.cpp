@@ -41,7 +41,8 @@ void NameNews(const std::string& profile, std::vector<SourceProblem>& problems) 
 void NameAccounts(const std::string& profile, const ProfileAccounts& accounts,
                   std::vector<SourceProblem>& problems) {
   for (const std::string& path : accounts.gone) {
-    problems.push_back({path, "an account has its mail there, and nothing is there", /*isUnread=*/true});
+    problems.push_back(
+        {path, "an account has its mail there, and nothing is there", /*isUnread=*/true});
   }
   for (const std::string& place : accounts.elsewhere) {
     problems.push_back({profile + "/prefs.js",
@@ -93,7 +94,9 @@ bool TakeProfile(const SourceFolder& folder, const std::string& source, MailAcco
   }
   const ProfileAccounts accounts = AccountsOfProfile(folder.path, source);
   TakeAccounts(folder, accounts, below);
-  all.elsewhere.insert(all.elsewhere.end(), accounts.below.begin(), accounts.below.end());
+  for (const auto* some : {&accounts.below, &accounts.met}) {
+    all.elsewhere.insert(all.elsewhere.end(), some->begin(), some->end());
+  }
   NameEntries(folder.path, accounts, listing.problems);
   NameCalendars(folder.path, listing.problems);
   NameNews(folder.path, listing.problems);

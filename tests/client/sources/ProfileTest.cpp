@@ -244,6 +244,7 @@ TEST(ThunderbirdProfile, ReadsAccountsThatLieInOtherFoldersOfTheSource) {
   }
   folder.Write("p/Post/feeds/feeds.json", "[]");
   folder.Write("p/Post/b/Lost.msf", Index("(^A1=2)"));
+  folder.Write("Data/mail/Gone.msf", Index("(^A1=3)"));
   folder.Write("p/Post/more/x.eml", kMail);
   ASSERT_EQ(symlink("..", folder.File("p/linked").c_str()), 0);
   Check({"the profile in a tree",
@@ -256,7 +257,8 @@ TEST(ThunderbirdProfile, ReadsAccountsThatLieInOtherFoldersOfTheSource) {
           "!p/prefs.js: the mail of an account lies elsewhere, in " +
               elsewhere.File("Mail/Local Folders"),
           "!p/prefs.js: the mail of an account lies elsewhere, in [ProfD]linked/Post",
-          "!p/Post/b: mail is on its server alone, not made available offline: Lost (2)"}},
+          "!p/Post/b: mail is on its server alone, not made available offline: Lost (2)",
+          "!Data/mail: of mail the index alone is here: Gone (3)"}},
         folder.Path());
   Check({"the profile alone",
          {},
