@@ -12,6 +12,7 @@
 #include "client/sources/Emlx.h"
 #include "client/sources/FolderNames.h"
 #include "client/sources/FolderWalk.h"
+#include "client/sources/HashedName.h"
 #include "client/sources/IcsFile.h"
 #include "client/sources/MailProfiles.h"
 #include "client/sources/Maildir.h"
@@ -29,13 +30,9 @@
 namespace client {
 namespace {
 
-constexpr std::string_view kContacts = "Contacts\\";
-
 bool IsCalendarName(std::string_view name) {
   return EndsWithNoCase(name, ".ics") || EndsWithNoCase(name, ".vcs");
 }
-// What a Mac puts beside a file on the disk of another system, under its name.
-bool IsOfMac(std::string_view name) { return name.starts_with("._"); }
 bool IsCardName(std::string_view name) { return EndsWithNoCase(name, ".vcf"); }
 
 void AddCalendar(const std::string& path, const std::string& levels, Listing& listing) {
@@ -46,7 +43,7 @@ void AddCalendar(const std::string& path, const std::string& levels, Listing& li
 
 void AddCards(const std::vector<std::string>& paths, const std::string& levels, Listing& listing) {
   std::vector<SourceItem> found;
-  ListVcfFiles(paths, std::string(kContacts) + levels, found, listing.problems);
+  ListVcfFiles(paths, TargetOfKind("Contacts\\", levels), found, listing.problems);
   for (const SourceItem& item : found) listing.items.Add(item);
 }
 
@@ -61,7 +58,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   } else if (entry.kind == EntryKind::kFile && IsOfMac(entry.name)) {
     others.TakeHidden(entry, listing);
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
-    listing.items.Add({path, TargetOf(folder.levels), true, 0, entry.size});
+    others.TakeEml(entry, listing);
   } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
     AddCalendar(path, folder.levels, listing);
   } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
@@ -80,14 +77,14 @@ bool IsNothing(const SourceFolder& folder, const FolderEntry& entry) {
   return entry.name.starts_with('.') || (isApples && IsBesideMail(entry.name));
 }
 
-void TakeTreeFolder(SourceFolder folder, MboxKind mbox, Listing& listing,
+void TakeTreeFolder(SourceFolder folder, MboxKind mbox, TrueNames& names, Listing& listing,
                     std::vector<SourceFolder>& below) {
   const bool isMaildir = IsMaildir(folder.path);
   const bool isServers = folder.isInMaildir;  // no Maildir, and in one
   folder.isInMaildir = folder.isInMaildir || isMaildir;
   if (isMaildir) ListMaildirFolder(folder, listing);
   NameProfilesElsewhere(folder.path, listing.problems);
-  const OtherTreeFiles others(folder, mbox);
+  const OtherTreeFiles others(folder, mbox, names);
   bool holdsNothing = true;
   std::vector<std::string> cards;
   EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {
@@ -132,26 +129,27 @@ Listing EmlSource::List() const {
     } else if (IsCardName(m_path)) {
       AddCards({m_path}, "", listing);
     } else {
-      listing.items.Add({m_path, std::string(kInbox), true, 0, size});
+      ListEml({m_path, std::string(kInbox), true, 0, size}, m_mbox, listing);
     }
     return listing;
   }
   std::map<std::string, TagNames> profiles;  // by path
-  std::vector<std::string> aboveAccounts;
+  MailAccounts accounts;
+  TrueNames names;
   SpecialUse uses;
   Listing listing = WalkFolders(
       m_path, [&](const SourceFolder& folder, Listing& found, std::vector<SourceFolder>& below) {
-        if (IsAboveAccounts(folder.path)) aboveAccounts.push_back(folder.path);
-        if (TakeProfile(folder, found, below)) {
+        if (IsAboveAccounts(folder.path)) accounts.above.push_back(folder.path);
+        if (TakeProfile(folder, m_path, accounts, found, below)) {
           profiles.emplace(folder.path + "/", TagsOfProfile(folder.path));
           AddFoldersOfPrefs(folder, found);
         } else {
           uses.See(folder, found);
-          TakeTreeFolder(folder, m_mbox, found, below);
+          TakeTreeFolder(folder, m_mbox, names, found, below);
         }
       });
   NameTags(profiles, listing);
-  NameMissingMail(m_path, aboveAccounts, listing);
+  NameMissingMail(m_path, accounts, names, listing);
   return listing;
 }
 

@@ -1,5 +1,6 @@
 #include "client/sources/FolderWalk.h"
 
+#include "base/AsciiText.h"
 #include "client/sources/PreparedItem.h"
 #include "client/sources/SourceFiles.h"
 
@@ -7,6 +8,10 @@ namespace client {
 
 std::string TargetOf(const std::string& levels) {
   return levels.empty() ? std::string(kInbox) : levels;
+}
+
+std::string TargetOfKind(const std::string& own, const std::string& levels) {
+  return own + levels.substr(mail::beginsWithNoCase(levels, own) ? own.size() : 0);
 }
 
 Listing WalkFolders(const std::string& root, const TakeFolder& take) {

@@ -19,6 +19,10 @@ struct SourceFolder {
 // Where mail of a folder of those levels goes: the root's goes to the Inbox.
 std::string TargetOf(const std::string& levels);
 
+// Where items of another kind go, to whose folder ("Contacts\") the levels are added. A folder of
+// that name at the top, as exports have it, is that folder.
+std::string TargetOfKind(const std::string& own, const std::string& levels);
+
 // Adds what a folder holds to the listing, and the folders to go on with to `below`, both in order.
 using TakeFolder = std::function<void(const SourceFolder& folder, Listing& listing,
                                       std::vector<SourceFolder>& below)>;

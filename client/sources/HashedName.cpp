@@ -12,9 +12,6 @@
 namespace client {
 namespace {
 
-constexpr std::size_t kDigits = 8;              // of the hash
-constexpr std::uint64_t kMostIndex = 16 << 20;  // bytes
-
 // Over the bytes of the UTF-16 text, the lower one of a unit first.
 std::uint32_t HashOf(std::string_view name) {
   std::uint32_t hash = 1;
@@ -26,13 +23,14 @@ std::uint32_t HashOf(std::string_view name) {
   return hash;
 }
 
-std::optional<std::uint32_t> HashAtEnd(std::string_view name) {
+std::optional<HashedName> HashedIn(std::string_view name) {
+  constexpr std::size_t kDigits = 8;
   if (name.size() < kDigits) return std::nullopt;
   const std::string_view digits = name.substr(name.size() - kDigits);
   if (digits.find_first_not_of("0123456789abcdef") != std::string_view::npos) return std::nullopt;
   std::uint32_t hash = 0;
   std::from_chars(digits.data(), digits.data() + digits.size(), hash, 16);
-  return hash;
+  return HashedName{name.substr(0, name.size() - kDigits), hash};
 }
 
 int DigitOf(char c) {
@@ -78,57 +76,10 @@ class IndexTexts {
   std::string_view m_rest;
 };
 
-// The cut name and its hash.
-struct Hashed {
-  std::string_view begin;
-  std::uint32_t hash;
-
-  bool IsOf(std::string_view text) const { return text.starts_with(begin) && HashOf(text) == hash; }
-};
-
-std::optional<std::string> InTexts(std::string_view index, const Hashed& hashed) {
+std::optional<std::string> InTexts(std::string_view index, const HashedName& hashed) {
   IndexTexts texts(index);
   for (std::string text; texts.Next(text);) {
-    if (hashed.IsOf(text)) return text;
-  }
-  return std::nullopt;
-}
-
-std::optional<std::string> InIndex(const std::string& path, const Hashed& hashed) {
-  try {
-    return InTexts(ReadFileRange(path, 0, kMostIndex), hashed);
-  } catch (const SourceError&) {  // it goes by its name on disk, unless that stands elsewhere
-    return std::nullopt;
-  }
-}
-
-// Among the texts of a list, which may be addresses, each level of them in percents.
-std::optional<std::string> InList(const std::string& path, const Hashed& hashed) {
-  std::string list;
-  try {
-    list = ReadFileRange(path, 0, kMostIndex);
-  } catch (const SourceError&) {
-    return std::nullopt;
-  }
-  constexpr std::string_view kAround = "\"/";
-  for (std::size_t begin = 0; begin < list.size();) {
-    const std::size_t end = std::min(list.find_first_of(kAround, begin), list.size());
-    std::string text = WithoutPercents(std::string_view(list).substr(begin, end - begin));
-    if (hashed.IsOf(text)) return text;
-    begin = end + 1;
-  }
-  return std::nullopt;
-}
-
-// Of the profile that a folder of mail lies in: "ImapMail/HOST/NAME.sbd" and so on.
-std::optional<std::string> InListsOfProfile(std::string folder, const Hashed& hashed) {
-  constexpr int kMostLevels = 32;
-  for (int level = 0; level < kMostLevels && !folder.empty(); ++level) {
-    if (HasEntry(folder, "prefs.js")) {
-      const auto name = InList(folder + "/folderCache.json", hashed);
-      return name ? name : InList(folder + "/folderTree.json", hashed);
-    }
-    folder.resize(std::min(folder.rfind('/'), folder.size() - 1));
+    if (text.starts_with(hashed.begin) && HashOf(text) == hashed.hash) return text;
   }
   return std::nullopt;
 }
@@ -136,17 +87,55 @@ std::optional<std::string> InListsOfProfile(std::string folder, const Hashed& ha
 }  // namespace
 
 std::optional<std::string> NameInIndex(std::string_view index, std::string_view name) {
-  const std::optional<std::uint32_t> hash = HashAtEnd(name);
-  if (!hash) return std::nullopt;
-  return InTexts(index, {name.substr(0, name.size() - kDigits), *hash});
+  const auto hashed = HashedIn(name);
+  return hashed ? InTexts(index, *hashed) : std::nullopt;
 }
 
-std::string TrueFolderName(const std::string& folder, std::string_view name) {
-  const std::optional<std::uint32_t> hash = HashAtEnd(name);
-  if (!hash) return std::string(name);
-  const Hashed hashed{name.substr(0, name.size() - kDigits), *hash};
-  auto own = InIndex(folder + "/" + std::string(name) + ".msf", hashed);
-  if (!own) own = InListsOfProfile(folder, hashed);
+void TrueNames::Take(std::string_view list, Texts& texts) {
+  constexpr std::string_view kAround = "\"/";
+  constexpr std::size_t kOfEach = 100;  // bytes that a text takes besides its own
+  for (std::size_t begin = 0; begin < list.size();) {
+    const std::size_t end = std::min(list.find_first_of(kAround, begin), list.size());
+    std::string text = WithoutPercents(list.substr(begin, end - begin));
+    begin = end + 1;
+    const std::size_t size = text.size() + kOfEach;
+    if (size > m_room) continue;
+    const std::uint32_t hash = HashOf(text);
+    if (texts.emplace(hash, std::move(text)).second) m_room -= size;
+  }
+}
+
+const TrueNames::Texts& TrueNames::TextsOf(const std::string& profile) {
+  const auto [known, isNew] = m_texts.try_emplace(profile);
+  if (isNew) {
+    for (const char* list : {"/folderCache.json", "/folderTree.json"}) {
+      Take(TextOfFile(profile + list), known->second);
+    }
+  }
+  return known->second;
+}
+
+// Of the profile that a folder of mail lies in: "ImapMail/HOST/NAME.sbd" and so on.
+std::optional<std::string> TrueNames::InLists(std::string folder, const HashedName& hashed) {
+  constexpr int kMostLevels = 32;
+  for (int level = 0; level < kMostLevels && !folder.empty(); ++level) {
+    if (HasEntry(folder, "prefs.js")) {
+      const Texts& texts = TextsOf(folder);
+      const auto text = texts.lower_bound({hashed.hash, std::string(hashed.begin)});
+      const bool isIt = text != texts.end() && text->first == hashed.hash &&
+                        text->second.starts_with(hashed.begin);
+      return isIt ? std::optional(text->second) : std::nullopt;
+    }
+    folder.resize(std::min(folder.rfind('/'), folder.size() - 1));
+  }
+  return std::nullopt;
+}
+
+std::string TrueNames::Of(const std::string& folder, std::string_view name) {
+  const auto hashed = HashedIn(name);
+  if (!hashed) return std::string(name);
+  auto own = InTexts(TextOfFile(folder + "/" + std::string(name) + ".msf"), *hashed);
+  if (!own) own = InLists(folder, *hashed);
   return own.value_or(std::string(name));
 }
 

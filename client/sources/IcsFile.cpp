@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "client/sources/CalendarItem.h"
+#include "client/sources/FolderWalk.h"
 #include "client/sources/IcsComponents.h"
 #include "client/sources/Names.h"
 #include "client/sources/PlaceNames.h"
@@ -153,7 +154,7 @@ class FileLister {
   void AddItem(const Change& place) {
     SourceItem item;
     item.location = m_names.Next(place.title);
-    item.folder = (place.type == TYPE_TASK ? "Tasks\\" : "Calendar\\") + m_levels;
+    item.folder = TargetOfKind(place.type == TYPE_TASK ? "Tasks\\" : "Calendar\\", m_levels);
     item.length = place.extent.length;
     item.type = place.type;
     item.extents = {place.extent};

@@ -11,6 +11,7 @@
 #include "client/sources/Mmdf.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
+#include "client/sources/OtherFiles.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/StateFields.h"
 #include "mime/MailHeader.h"
@@ -77,6 +78,22 @@ bool MboxSource::IsMbox(std::string_view head) {
   if (head.starts_with(kUtf8Mark)) head.remove_prefix(kUtf8Mark.size());
   const size_t begin = std::min(head.find_first_not_of("\r\n"), head.size());
   return head.substr(begin).starts_with(kFrom);
+}
+
+bool HoldsSeveralMails(const std::string& path, MboxKind kind) {
+  constexpr std::uint64_t kLook = 64;  // bytes
+  constexpr std::uint64_t kHead = 4096;
+  const std::string head = ReadFileRange(path, 0, kLook);
+  if (!MboxSource::IsMbox(head)) return false;
+  std::vector<SourceProblem> toldLater;
+  const MboxSplitter::Mails mails = MailsOf(path, kind, toldLater);
+  if (IsMmdf(head)) return mails.size() > 1;
+  for (std::size_t i = 1; i < mails.size(); ++i) {
+    const MboxSplitter::Mail mail = mails[i];
+    const std::string begin = ReadFileRange(path, mail.offset, std::min(mail.length, kHead));
+    if (BeginsWithFields(WithoutFromLine(begin))) return true;
+  }
+  return false;
 }
 
 void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing) {

@@ -7,6 +7,9 @@ namespace client {
 
 // The level that an mbox file is called by: its name without ".mbox" and the like.
 std::string MboxFolder(const std::string& path);
+// Whether a file is an mbox of more than one mail, which may be called otherwise: a line by which a
+// mail begins is not enough for the second, its header must follow. Throws SourceError.
+bool HoldsSeveralMails(const std::string& path, MboxKind kind);
 // Adds the mails of an mbox or MMDF file, and the folder that they go to; an export of Gmail names
 // one for each mail. Throws SourceError.
 void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing);

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <unordered_map>
+#include <unordered_set>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include "client/sources/FolderIndex.h"
-#include "client/sources/HashedName.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
 #include "client/sources/SourceFiles.h"
@@ -24,8 +24,11 @@ class AccountLook {
  public:
   using Counts = std::unordered_map<std::string, std::uint64_t>;  // by what mails lie in
 
-  AccountLook(std::string account, bool isOfServer, const Counts& counts)
-      : m_account(std::move(account)), m_isOfServer(isOfServer), m_counts(counts) {}
+  AccountLook(MailAccounts::One account, const Counts& counts, TrueNames& names)
+      : m_account(std::move(account.path)),
+        m_isOfServer(account.isOfServer),
+        m_counts(counts),
+        m_names(names) {}
 
   void Run(std::vector<SourceProblem>& problems) {
     std::vector<SourceProblem> toldBefore;
@@ -58,8 +61,8 @@ class AccountLook {
     return true;
   }
 
-  static std::string Shown(const Place& place, std::string_view name) {
-    return LevelName(FromModifiedUtf7(TrueFolderName(place.path, name)));
+  std::string Shown(const Place& place, std::string_view name) const {
+    return LevelName(FromModifiedUtf7(m_names.Of(place.path, name)));
   }
 
   std::uint64_t CountOf(const std::string& path) const {
@@ -108,28 +111,36 @@ class AccountLook {
   const std::string m_account;
   const bool m_isOfServer;
   const Counts& m_counts;
+  TrueNames& m_names;
   std::size_t m_folders = 0;
   std::vector<std::string> m_told;
 };
 
 }  // namespace
 
-void NameMissingMail(const std::string& source, const std::vector<std::string>& aboveAccounts,
+void NameMissingMail(const std::string& source, const MailAccounts& accounts, TrueNames& names,
                      Listing& listing) {
-  AccountLook::Counts counts;
-  const auto look = [&](const std::string& account) {
-    const std::string above = account.substr(0, account.rfind('/'));
-    AccountLook(account, above.ends_with("/ImapMail"), counts).Run(listing.problems);
+  std::vector<MailAccounts::One> all;
+  const auto add = [&](const std::string& above, std::string_view name) {
+    all.push_back({above + "/" + std::string(name), above.ends_with("/ImapMail")});
   };
-  const bool isAccount = IsAboveAccounts(source.substr(0, source.rfind('/')));
-  if (aboveAccounts.empty() && !isAccount) return;
-  for (const ItemList::Shared& shared : listing.items.Parts()) counts[shared.path] += shared.items;
-  if (isAccount) look(source);
+  const std::size_t slash = source.rfind('/');
+  if (slash != std::string::npos && IsAboveAccounts(source.substr(0, slash))) {
+    add(source.substr(0, slash), source.substr(slash + 1));
+  }
   std::vector<SourceProblem> toldBefore;
-  for (const std::string& above : aboveAccounts) {
-    for (const FolderEntry& account : ListFolder(above, toldBefore)) {
-      if (account.kind == EntryKind::kFolder) look(above + "/" + account.name);
+  for (const std::string& above : accounts.above) {
+    for (const FolderEntry& entry : ListFolder(above, toldBefore)) {
+      if (entry.kind == EntryKind::kFolder) add(above, entry.name);
     }
+  }
+  all.insert(all.end(), accounts.elsewhere.begin(), accounts.elsewhere.end());
+  if (all.empty()) return;
+  AccountLook::Counts counts;
+  for (const ItemList::Shared& shared : listing.items.Parts()) counts[shared.path] += shared.items;
+  std::unordered_set<std::string> told;  // profiles may share one
+  for (const MailAccounts::One& each : all) {
+    if (told.insert(each.path).second) AccountLook(each, counts, names).Run(listing.problems);
   }
 }
 

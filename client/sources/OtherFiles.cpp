@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "base/AsciiText.h"
-#include "client/sources/PackedFiles.h"
+#include "client/sources/ArchiveFiles.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -34,9 +34,14 @@ struct Form {
   std::string_view beginning;
   std::string_view name;
 };
-constexpr std::array<Form, 5> kForms{{
+constexpr std::array<Form, 10> kForms{{
     {"\xCF\xAD\x12\xFE", "a folder of Outlook Express (.dbx)"},
+    {"JMF6", "a folder of Outlook Express (.mbx)"},
+    {"JMF9", "a folder of Outlook Express (.mbx)"},
     {"!BDN", "an Outlook data file (.pst)"},
+    {"\x78\x9F\x3E\x22", "a mail of Outlook (winmail.dat)"},
+    {{"\x1A\0\0\x04\0\0", 6}, "a database of Notes (.nsf)"},
+    {"!\x09p\x19", "a folder of The Bat! (.tbb)"},
     {"*mbx*", "a mailbox of the mbx form"},
     {"BABYL OPTIONS:", "a Babyl file"},
     {":msg:", "a file of the mix form"},
@@ -50,18 +55,34 @@ bool IsDbox(std::string_view head) {
   return end != kBegin.size() && head.substr(std::min(end, head.size())).starts_with(" C");
 }
 
-// "2021.mbox.gz"
-bool IsPackedMail(std::string_view name) {
-  static constexpr std::array<std::string_view, 6> kPacked = {".gz",  ".bz2", ".xz",
-                                                              ".zst", ".zip", ".7z"};
-  static constexpr std::array<std::string_view, 5> kOfItems = {".eml", ".mbox", ".mbx", ".ics",
-                                                               ".vcf"};
-  const auto packed = std::ranges::find_if(
-      kPacked, [&](std::string_view end) { return EndsWithNoCase(name, end); });
-  if (packed == kPacked.end()) return false;
-  name.remove_suffix(packed->size());
-  return std::ranges::any_of(kOfItems,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+// "Inbox.pst"
+constexpr std::array kOfMail = std::to_array<std::string_view>(
+    {".mbox", ".mbx", ".mbs", ".mmdf", ".msg", ".oft", ".pst", ".ost", ".olm", ".dbx", ".nsf",
+     ".tbb", ".edb", ".imm", ".olk14message", ".olk14msgsource", ".olk15message",
+     ".olk15msgsource"});
+
+// A compound file whose list of streams begins with those of an item.
+bool HoldsStreamsOfItem(const std::string& path, std::string_view head) {
+  constexpr std::size_t kHeader = 512;  // bytes
+  constexpr std::size_t kList = 4096;
+  constexpr unsigned kMostShift = 12;
+  static constexpr std::array<std::string_view, 3> kStreams = {"__nameid_", "__properties_",
+                                                               "__substg1"};
+  if (head.size() < kHeader) return false;
+  const auto at = [&](std::size_t place) { return static_cast<unsigned char>(head[place]); };
+  const unsigned shift = at(30);  // of the size of a sector
+  if (shift > kMostShift) return false;
+  const std::uint64_t sector = at(48) | at(49) << 8 | at(50) << 16 | std::uint64_t{at(51)} << 24;
+  std::string list = ReadFileRange(path, (sector + 1) << shift, kList);
+  std::erase(list, '\0');  // of the UTF-16 of its names
+  return std::ranges::any_of(
+      kStreams, [&](std::string_view name) { return list.find(name) != std::string::npos; });
+}
+
+bool IsOutlookItem(const std::string& path, std::string_view head) {
+  constexpr std::string_view kCompound = "\xD0\xCF\x11\xE0";
+  if (!head.starts_with(kCompound)) return false;
+  return EndsWithNoCase(path, ".msg") || HoldsStreamsOfItem(path, head);
 }
 
 }  // namespace
@@ -86,8 +107,8 @@ bool IsCopyOfMail(std::string_view name) {
 
 bool IsAddressBook(std::string_view name) {
   const std::string_view last = name.substr(name.rfind('/') + 1);
-  return EndsWithNoCase(last, ".mab") || last == "history.sqlite" || last == "contacts.db" ||
-         (last.starts_with("abook") && last.ends_with(".sqlite"));
+  return EndsWithNoCase(last, ".mab") || EndsWithNoCase(last, ".wab") || last == "history.sqlite" ||
+         last == "contacts.db" || (last.starts_with("abook") && last.ends_with(".sqlite"));
 }
 
 bool BeginsWithFields(std::string_view head) {
@@ -104,20 +125,23 @@ std::string_view MailFormOf(std::string_view head) {
   return IsDbox(head) ? "a file of the dbox form" : "";
 }
 
-std::string UnreadMailForm(std::string_view name, std::string_view head) {
-  constexpr std::string_view kCompound = "\xD0\xCF\x11\xE0";
-  static constexpr std::array<std::string_view, 4> kOfMail = {".mbox", ".mbx", ".mbs", ".msg"};
-  if (IsPackedMail(name) || HoldsPackedMail(head)) return "it is packed: unpack it first";
+bool IsCalledAsMail(std::string_view name) {
+  return std::ranges::any_of(kOfMail,
+                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+}
+
+std::string UnreadMailForm(const std::string& path, std::uint64_t size, std::string_view head) {
+  if (std::string packed = ArchiveReason(path, size, head); !packed.empty()) return packed;
   if (const std::string_view form = MailFormOf(head); !form.empty()) {
     return fmt::format("it looks like {}, which is not read", form);
   }
-  if (EndsWithNoCase(name, ".msg") && head.starts_with(kCompound)) {
+  if (IsOutlookItem(path, head)) {
     return "it is a mail of Outlook (.msg), which is not read: save it as .eml";
   }
   if (BeginsWithFields(head)) return "it looks like a mail by another name than .eml";
-  const bool isCalled = std::ranges::any_of(
-      kOfMail, [&](std::string_view each) { return EndsWithNoCase(name, each); });
-  return isCalled ? "it is called as files of mail are, and what is in it looks like none" : "";
+  return IsCalledAsMail(path)
+             ? "it is called as files of mail are, and what is in it looks like none that is read"
+             : "";
 }
 
 }  // namespace client

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -10,10 +11,13 @@ namespace client {
 // what holds mail is none of them.
 bool IsBesideMail(std::string_view name);
 
+// What a Mac puts beside a file on the disk of another system, under its name.
+inline bool IsOfMac(std::string_view name) { return name.starts_with("._"); }
+
 // By its name, what a program makes of mails that lie elsewhere.
 bool IsCopyOfMail(std::string_view name);
 
-// By its name, of Thunderbird and its kin, and of Evolution.
+// By its name, of Thunderbird and its kin, of Evolution and of Windows.
 bool IsAddressBook(std::string_view name);
 
 // Two fields in a row are the header of a mail; one alone may be a line of any text.
@@ -23,8 +27,12 @@ bool BeginsWithFields(std::string_view head);
 // others.
 std::string_view MailFormOf(std::string_view head);
 
-// What the name and the first bytes of a file show it to be: mail in a form that is not read here,
-// as a reason to leave it out; empty for anything that holds no mail.
-std::string UnreadMailForm(std::string_view name, std::string_view head);
+// By the end of its name, a file that holds mail in whatever form: "Inbox.pst".
+bool IsCalledAsMail(std::string_view name);
+
+// What the name and the content of a file show it to be: mail in a form that is not read here, or
+// something that mail may be packed in, as a reason to leave it out; empty for anything that holds
+// no mail. Throws SourceError.
+std::string UnreadMailForm(const std::string& path, std::uint64_t size, std::string_view head);
 
 }  // namespace client

@@ -6,9 +6,9 @@
 
 #include <fmt/format.h>
 
+#include "client/sources/ArchiveFiles.h"
 #include "client/sources/Emlx.h"
 #include "client/sources/EudoraFiles.h"
-#include "client/sources/HashedName.h"
 #include "client/sources/Maildir.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/ModifiedUtf7.h"
@@ -26,11 +26,12 @@ constexpr std::string_view kMbx = ".mbx";
 constexpr std::string_view kFol = ".fol";
 
 // It may belong to a source of another kind.
-SourceProblem LeftOut(const SourceFolder& folder, const std::string& path, std::string_view head) {
+SourceProblem LeftOut(const SourceFolder& folder, const FolderEntry& entry, std::string_view head) {
+  const std::string path = folder.path + "/" + entry.name;
   if (HoldsMailOfMaildir(folder.path)) {
     return {path, "it lies in a Maildir: name that as a source", /*isUnread=*/true};
   }
-  if (std::string form = UnreadMailForm(path, head); !form.empty()) {
+  if (std::string form = UnreadMailForm(path, entry.size, head); !form.empty()) {
     return {path, std::move(form), /*isUnread=*/true};
   }
   if (IsAddressBook(path)) {
@@ -43,7 +44,7 @@ SourceProblem LeftOut(const SourceFolder& folder, const std::string& path, std::
 
 std::string OtherTreeFiles::LevelsOfFile(const std::string& name) const {
   if (const auto own = m_eudora.Of(name)) return LevelName(*own) + "\\";
-  const std::string own = TrueFolderName(m_folder.path, name);
+  const std::string own = m_names.Of(m_folder.path, name);
   return own == name ? MboxFolder(name) : LevelName(FromModifiedUtf7(own)) + "\\";
 }
 
@@ -54,7 +55,7 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
   if (const auto level = m_profiles.LevelOf(name)) return *level;
   if (parent.isInMaildir && name.starts_with('.')) return MaildirLevels(name);
   if (name.ends_with(kSbd) && name.size() > kSbd.size()) {
-    const std::string own = TrueFolderName(parent.path, name.substr(0, name.size() - kSbd.size()));
+    const std::string own = m_names.Of(parent.path, name.substr(0, name.size() - kSbd.size()));
     return LevelName(FromModifiedUtf7(own)) + "\\";
   }
   if (name.ends_with(kMbox) && name.size() > kMbox.size()) {
@@ -72,11 +73,21 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
   }
   const bool isMaildir = IsMaildir(parent.path + "/" + std::string(name));
   if (isMaildir && HasEntry(std::string(name) + ".msf")) {
-    return LevelName(FromModifiedUtf7(TrueFolderName(parent.path, name))) + "\\";
+    return LevelName(FromModifiedUtf7(m_names.Of(parent.path, name))) + "\\";
   }
   if (isMaildir && HasLevelsByDots(parent, name)) return MaildirLevels("." + std::string(name));
   const bool isKMails = name.starts_with('.') && name.ends_with(".directory");
   return isMaildir || isKMails || parent.isInMaildir ? MaildirLevels(name) : LevelName(name) + "\\";
+}
+
+void ListEml(const SourceItem& file, MboxKind mbox, Listing& listing) {
+  try {
+    if (HoldsSeveralMails(file.location, mbox)) {
+      return ListMbox(file.location, file.folder, mbox, listing);
+    }
+  } catch (const SourceError&) {  // told when its turn comes
+  }
+  listing.items.Add(file);
 }
 
 bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
@@ -86,9 +97,10 @@ bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
          name == "courierimaphieracl" || name.ends_with(".mozmsgs");
 }
 
-OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, MboxKind mbox)
+OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, MboxKind mbox, TrueNames& names)
     : m_folder(folder),
       m_mbox(mbox),
+      m_names(names),
       m_profiles(folder.path),
       m_isAboveAccounts(IsAboveAccounts(folder.path)),
       m_isMh(HasEntry(".mh_sequences") || HasEntry(".claws_mark") || HasEntry(".sylpheed_mark")),
@@ -107,6 +119,11 @@ bool OtherTreeFiles::HasToc(const std::string& name) const {
   if (!EndsWithNoCase(name, kMbx)) return false;
   const std::string stem = name.substr(0, name.size() - kMbx.size());
   return HasEntry(stem + ".toc") || HasEntry(stem + ".TOC");
+}
+
+void OtherTreeFiles::TakeEml(const FolderEntry& entry, Listing& listing) const {
+  const std::string path = m_folder.path + "/" + entry.name;
+  ListEml({path, TargetOf(m_folder.levels), true, 0, entry.size}, m_mbox, listing);
 }
 
 void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
@@ -128,8 +145,10 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
     if (MboxSource::IsMbox(head)) return ListMbox(path, TargetOf(levels), m_mbox, listing);
     // A folder of mail may have the name of such a file.
     const bool isBeside = IsBesideMail(entry.name) && !IsAddressBook(entry.name);
-    if (isBeside && MailFormOf(head).empty()) return;
-    listing.problems.push_back(LeftOut(m_folder, path, head));
+    if (isBeside && MailFormOf(head).empty() && ArchiveReason(path, entry.size, head).empty()) {
+      return;
+    }
+    listing.problems.push_back(LeftOut(m_folder, entry, head));
   } catch (const SourceError& error) {
     listing.problems.push_back({path, error.what(), /*isUnread=*/true});
   }
@@ -141,9 +160,14 @@ void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) cons
   const std::string path = m_folder.path + "/" + entry.name;
   const std::string head = HeadOfFile(path, kHead);
   const std::string form(MboxSource::IsMbox(head) ? "an mbox" : MailFormOf(head));
-  if (form.empty()) return;
-  listing.problems.push_back(
-      {path, "it is hidden, looks like " + form + " and is not read", /*isUnread=*/true});
+  std::string reason = form.empty() ? "" : "looks like " + form + " and is not read";
+  try {
+    if (reason.empty() && !IsOfMac(entry.name)) reason = ArchiveReason(path, entry.size, head);
+  } catch (const SourceError& error) {
+    reason = error.what();
+  }
+  if (reason.empty()) return;
+  listing.problems.push_back({path, "it is hidden, " + reason, /*isUnread=*/true});
 }
 
 void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,

@@ -6,6 +6,7 @@
 
 #include "client/sources/FolderNames.h"
 #include "client/sources/FolderWalk.h"
+#include "client/sources/HashedName.h"
 #include "client/sources/MailProfiles.h"
 #include "client/sources/MhMarks.h"
 #include "client/sources/MhSequences.h"
@@ -18,12 +19,16 @@ namespace client {
 // A folder in which programs keep what is no mail of its own.
 bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name);
 
-// Adds what a file holds that is no .eml, calendar or cards: an mbox, a mail of MH or Apple Mail;
+// Adds a file that is called .eml: a mail; or the mails of an mbox with that name, where it lies.
+void ListEml(const SourceItem& file, MboxKind mbox, Listing& listing);
+
+// Adds what a file holds that is no calendar or cards: a mail, an mbox, a mail of MH or Apple Mail;
 // or the problem that it may be mail and is not read.
 class OtherTreeFiles {
  public:
-  // Of one folder.
-  OtherTreeFiles(const SourceFolder& folder, MboxKind mbox);
+  // Of one folder; the names are of all of a source, and stay.
+  OtherTreeFiles(const SourceFolder& folder, MboxKind mbox, TrueNames& names);
+  void TakeEml(const FolderEntry& entry, Listing& listing) const;
   void Take(const FolderEntry& entry, Listing& listing) const;
   // A file whose name begins with a dot: the problem that it looks like mail, if it does.
   void TakeHidden(const FolderEntry& entry, Listing& listing) const;
@@ -42,6 +47,7 @@ class OtherTreeFiles {
 
   const SourceFolder& m_folder;
   MboxKind m_mbox;
+  TrueNames& m_names;
   MailProfiles m_profiles;
   bool m_isAboveAccounts;
   bool m_isMh;

@@ -1,5 +1,6 @@
 #include "client/sources/Prefs.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <optional>
@@ -51,13 +52,17 @@ bool Take(std::string_view& line, std::string_view text) {
 
 }  // namespace
 
-void EachTextPref(std::string_view prefs, std::string_view prefix, const TakePref& take) {
+void EachPref(std::string_view prefs, std::string_view prefix, const TakePref& take) {
   while (!prefs.empty()) {
     std::string_view line = mail::trimmed(TakeUpTo(prefs, '\n'));
     if (!Take(line, "user_pref(\"") || !Take(line, prefix)) continue;
-    const std::size_t nameEnd = line.find("\", \"");
-    if (nameEnd == std::string_view::npos) continue;
-    if (const auto text = LiteralIn(line.substr(nameEnd + 4))) take(line.substr(0, nameEnd), *text);
+    const std::string_view name = TakeUpTo(line, '"');
+    if (!Take(line, ", ")) continue;
+    if (!Take(line, "\"")) {
+      take(name, std::string(line.substr(0, std::min(line.find(')'), kMostOfText))));
+    } else if (const auto text = LiteralIn(line)) {
+      take(name, *text);
+    }
   }
 }
 

@@ -6,13 +6,15 @@
 
 namespace client {
 
-// Takes the name, without the prefix, and the text of a preference.
-using TakePref = std::function<void(std::string_view name, const std::string& text)>;
+// Takes the name, without the prefix, and the value of a preference: a text, or a word or number as
+// it stands.
+using TakePref = std::function<void(std::string_view name, const std::string& value)>;
 
-// Goes through the preferences in a prefs.js whose names begin with the prefix and whose values are
-// texts; anything else is passed over:
+// Goes through the preferences in a prefs.js whose names begin with the prefix; anything else is
+// passed over:
 //
 //   user_pref("mailnews.tags.$label1.tag", "Urgent");
-void EachTextPref(std::string_view prefs, std::string_view prefix, const TakePref& take);
+//   user_pref("mail.server.server2.moveOnSpam", true);
+void EachPref(std::string_view prefs, std::string_view prefix, const TakePref& take);
 
 }  // namespace client

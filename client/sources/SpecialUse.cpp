@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/AsciiText.h"
+#include "client/sources/MailServers.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
 #include "client/sources/Percents.h"
@@ -30,6 +31,7 @@ constexpr std::array<Mark, 5> kMarks = {{{"\\Sent", SpecialFolder::kSent},
                                          {"\\Trash", SpecialFolder::kDeleted},
                                          {"\\Junk", SpecialFolder::kJunk},
                                          {"\\Archive", SpecialFolder::kArchive}}};
+// Templates are no drafts, and Exchange has no folder for them.
 constexpr std::array<Mark, 3> kPrefs = {{{".fcc_folder", SpecialFolder::kSent},
                                          {".draft_folder", SpecialFolder::kDrafts},
                                          {".archive_folder", SpecialFolder::kArchive}}};
@@ -63,7 +65,19 @@ std::string_view NumberInList(std::string_view uidList) {
   return {};
 }
 
-// Behind "imap://user@host/": the levels that the source's folders have.
+// Of one folder, as the source's folders have it.
+std::string LevelOf(std::string_view name) {
+  return name.empty() ? "" : LevelName(FromModifiedUtf7(name)) + "\\";
+}
+
+// "INBOX/Papierkorb"
+std::string LevelsOf(std::string_view path) {
+  std::string levels;
+  while (!path.empty()) levels += LevelOf(TakeUpTo(path, '/'));
+  return levels;
+}
+
+// Behind "imap://user@host/".
 std::string LevelsIn(std::string_view url) {
   constexpr std::string_view kBehindScheme = "://";
   const std::size_t host = url.find(kBehindScheme);
@@ -72,8 +86,7 @@ std::string LevelsIn(std::string_view url) {
   if (path == std::string_view::npos) return {};
   std::string levels;
   for (std::string_view rest = url.substr(path + 1); !rest.empty();) {
-    const std::string level = WithoutPercents(TakeUpTo(rest, '/'));
-    if (!level.empty()) levels += LevelName(FromModifiedUtf7(level)) + "\\";
+    levels += LevelOf(WithoutPercents(TakeUpTo(rest, '/')));
   }
   return levels;
 }
@@ -104,17 +117,24 @@ void SpecialUse::See(const SourceFolder& folder, Listing& listing) {
   }
 }
 
-void AddFoldersOfPrefs(const SourceFolder& profile, Listing& listing) {
-  if (!profile.levels.empty()) return;
-  const std::string text = TextOfFile(profile.path + "/prefs.js");
-  EachTextPref(text, "mail.identity.", [&](std::string_view key, const std::string& url) {
+void AddMarksOfPrefs(std::string_view prefs, FolderMarks& marks) {
+  const auto add = [&](const std::string& levels, SpecialFolder folder) {
+    if (!levels.empty() && !NamesSpecialFolder(levels)) marks.emplace(levels, folder);
+  };
+  EachPref(prefs, "mail.identity.", [&](std::string_view key, const std::string& url) {
     for (const Mark& pref : kPrefs) {
-      if (!key.ends_with(pref.name)) continue;
-      const std::string levels = LevelsIn(url);
-      if (levels.empty() || NamesSpecialFolder(levels)) continue;
-      listing.marks.emplace(levels, pref.folder);
+      if (key.ends_with(pref.name)) add(LevelsIn(url), pref.folder);
     }
   });
+  for (const auto& [name, server] : MailServersIn(prefs)) {
+    add(LevelsOf(server.trash), SpecialFolder::kDeleted);
+    if (server.isJunkMoved && server.isJunkChosen) add(LevelsIn(server.junk), SpecialFolder::kJunk);
+  }
+}
+
+void AddFoldersOfPrefs(const SourceFolder& profile, Listing& listing) {
+  if (!profile.levels.empty()) return;
+  AddMarksOfPrefs(TextOfFile(profile.path + "/prefs.js"), listing.marks);
 }
 
 }  // namespace client

@@ -33,10 +33,13 @@ class SpecialUse {
 };
 
 // Tells the listing in which folders the owner of a Thunderbird keeps what was sent, drafts and the
-// archive, by its prefs.js. A folder whose name says more is what that says: some people have
-// copies of what they send among what they get.
+// archive, and to which one mail goes that is deleted or junk, by its prefs.js. A folder whose name
+// says more is what that says: some people have copies of what they send among what they get.
 //
 //   user_pref("mail.identity.id1.fcc_folder", "imap://jane%40example.com@host/INBOX/Ausgang");
+//   user_pref("mail.server.server1.trash_folder_name", "INBOX/Weg");
 void AddFoldersOfPrefs(const SourceFolder& profile, Listing& listing);
+// The same of its text.
+void AddMarksOfPrefs(std::string_view prefs, FolderMarks& marks);
 
 }  // namespace client

@@ -9,7 +9,7 @@ namespace client {
 
 TagNames::TagNames(std::string_view prefs) {
   constexpr std::size_t kMostOfName = 1024;  // bytes
-  EachTextPref(prefs, "mailnews.tags.", [&](std::string_view key, const std::string& name) {
+  EachPref(prefs, "mailnews.tags.", [&](std::string_view key, const std::string& name) {
     if (!key.ends_with(".tag") || name.empty() || name.size() > kMostOfName) return;
     key.remove_suffix(4);  // the others are a colour, an order
     MailState byKey;

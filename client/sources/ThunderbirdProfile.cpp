@@ -2,19 +2,20 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
+#include <set>
 
 #include <fmt/format.h>
 
+#include "client/sources/LooseMail.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
-#include "client/sources/Prefs.h"
+#include "client/sources/ProfileAccounts.h"
+#include "client/sources/ProfileEntryTable.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
 namespace {
 
-constexpr std::array<std::string_view, 2> kMailFolders = {"ImapMail", "Mail"};
 constexpr std::string_view kNews = "News";
 
 // The second holds what is on servers.
@@ -37,67 +38,13 @@ void NameNews(const std::string& profile, std::vector<SourceProblem>& problems) 
   }
 }
 
-bool IsNameAboveAccounts(std::string_view name) {
-  return std::ranges::find(kMailFolders, name) != kMailFolders.end();
-}
-
-// Address books, and what is called as the folders of accounts are and is none of them: "Mail.old".
-void NameEntry(const std::string& profile, const FolderEntry& entry,
-               std::vector<SourceProblem>& problems) {
-  const std::string path = profile + "/" + entry.name;
-  const bool isAlike = std::ranges::any_of(
-      kMailFolders, [&](std::string_view own) { return entry.name.starts_with(own); });
-  if (IsAddressBook(entry.name)) {
-    problems.push_back({path, "an address book: have its program write it as a .vcf file"});
-  } else if (isAlike && entry.kind != EntryKind::kFile && !IsNameAboveAccounts(entry.name)) {
-    problems.push_back({path,
-                        "its program does not look into it: name it as a source if it shall come",
-                        /*isUnread=*/true});
+void NameAccounts(const std::string& profile, const ProfileAccounts& accounts,
+                  std::vector<SourceProblem>& problems) {
+  for (const std::string& path : accounts.gone) {
+    problems.push_back(
+        {path, "an account has its mail there, and nothing is there", /*isUnread=*/true});
   }
-}
-
-struct Account {
-  std::string type;
-  std::string path;      // as it was on the machine of the profile
-  std::string relative;  // "[ProfD]Mail/pop.example"
-};
-
-// The part of a path below the profile, as far as its last two names show it: "Mail/pop.example".
-std::string LastTwo(std::string path) {
-  std::ranges::replace(path, '\\', '/');
-  const std::size_t last = path.rfind('/');
-  const std::size_t before =
-      last == std::string::npos || last == 0 ? last : path.rfind('/', last - 1);
-  return before == std::string::npos ? path : path.substr(before + 1);
-}
-
-bool LiesInside(const std::string& profile, const Account& account) {
-  constexpr std::string_view kProfile = "[ProfD]";
-  const bool isRelative = account.relative.starts_with(kProfile);
-  const std::string place =
-      isRelative ? account.relative.substr(kProfile.size()) : LastTwo(account.path);
-  const std::string_view top = std::string_view(place).substr(0, place.find('/'));
-  return IsNameAboveAccounts(top) && place.find("..") == std::string::npos &&
-         (isRelative || HasEntry(profile, place));
-}
-
-void NameAccountsElsewhere(const std::string& profile, std::vector<SourceProblem>& problems) {
-  static constexpr std::array<std::string_view, 3> kOfNoMail = {"", "im", "nntp"};
-  std::map<std::string, Account> accounts;
-  EachTextPref(TextOfFile(profile + "/prefs.js"), "mail.server.",
-               [&](std::string_view key, const std::string& text) {
-                 const std::size_t dot = key.rfind('.');
-                 if (dot == std::string_view::npos) return;
-                 const std::string_view name = key.substr(dot + 1);
-                 Account& account = accounts[std::string(key.substr(0, dot))];
-                 if (name == "type") account.type = text;
-                 if (name == "directory") account.path = text;
-                 if (name == "directory-rel") account.relative = text;
-               });
-  for (const auto& [name, account] : accounts) {
-    const std::string& place = account.path.empty() ? account.relative : account.path;
-    if (std::ranges::find(kOfNoMail, account.type) != kOfNoMail.end() || place.empty()) continue;
-    if (LiesInside(profile, account)) continue;
+  for (const std::string& place : accounts.elsewhere) {
     problems.push_back({profile + "/prefs.js",
                         fmt::format("the mail of an account lies elsewhere, in {}: name that as a "
                                     "source",
@@ -106,9 +53,38 @@ void NameAccountsElsewhere(const std::string& profile, std::vector<SourceProblem
   }
 }
 
+// Of what lies beside the accounts.
+void NameEntries(const std::string& profile, const ProfileAccounts& accounts,
+                 std::vector<SourceProblem>& problems) {
+  std::set<std::string> taken;
+  for (const MailAccounts::One& account : accounts.below) taken.insert(account.path);
+  EachEntry(profile, problems, [&](const FolderEntry& entry) {
+    const bool isFile = entry.kind == EntryKind::kFile;
+    if (isFile && IsAddressBook(entry.name)) {
+      problems.push_back({profile + "/" + entry.name,
+                          "an address book: have its program write it as a .vcf file"});
+    } else if (!IsNameAboveAccounts(entry.name) && entry.name != kNews &&
+               !IsOfProfile(entry.name)) {
+      NameLooseMail(profile, entry, taken, problems);
+    }
+  });
+}
+
+// Beside other accounts, as a level of their own for feeds.
+void TakeAccounts(const SourceFolder& folder, const ProfileAccounts& accounts,
+                  std::vector<SourceFolder>& below) {
+  for (const MailAccounts::One& account : accounts.below) {
+    const std::size_t slash = account.path.rfind('/');
+    const std::string levels =
+        LevelsOfAccount(account.path.substr(0, slash), account.path.substr(slash + 1));
+    below.push_back({account.path, folder.levels + levels, folder.levels});
+  }
+}
+
 }  // namespace
 
-bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below) {
+bool TakeProfile(const SourceFolder& folder, const std::string& source, MailAccounts& all,
+                 Listing& listing, std::vector<SourceFolder>& below) {
   const auto has = [&](std::string_view name) { return HasEntry(folder.path, name); };
   const bool isWithoutAccounts = std::ranges::none_of(kMailFolders, has);
   if (!has("prefs.js") || (isWithoutAccounts && !has("times.json"))) return false;
@@ -116,11 +92,15 @@ bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<Sourc
     if (!has(name)) continue;
     below.push_back({folder.path + "/" + std::string(name), folder.levels, folder.levels});
   }
-  EachEntry(folder.path, listing.problems,
-            [&](const FolderEntry& entry) { NameEntry(folder.path, entry, listing.problems); });
+  const ProfileAccounts accounts = AccountsOfProfile(folder.path, source);
+  TakeAccounts(folder, accounts, below);
+  for (const auto* some : {&accounts.below, &accounts.met}) {
+    all.elsewhere.insert(all.elsewhere.end(), some->begin(), some->end());
+  }
+  NameEntries(folder.path, accounts, listing.problems);
   NameCalendars(folder.path, listing.problems);
   NameNews(folder.path, listing.problems);
-  NameAccountsElsewhere(folder.path, listing.problems);
+  NameAccounts(folder.path, accounts, listing.problems);
   return true;
 }
 

@@ -5,14 +5,17 @@
 #include <vector>
 
 #include "client/sources/FolderWalk.h"
+#include "client/sources/MissingMail.h"
 #include "client/sources/TagNames.h"
 
 namespace client {
 
 // The profile of a Thunderbird: all its mail lies in folders of accounts, whose folders become one
 // tree. Names what else its owner has there: address books, calendars, news, accounts that lie
-// elsewhere. False for any other folder.
-bool TakeProfile(const SourceFolder& folder, Listing& listing, std::vector<SourceFolder>& below);
+// outside of the source, what may be mail beside the accounts. False for any other folder. Accounts
+// that it has in folders of other names are added to all.
+bool TakeProfile(const SourceFolder& folder, const std::string& source, MailAccounts& all,
+                 Listing& listing, std::vector<SourceFolder>& below);
 
 // One of the two folders of a profile in which the accounts lie, taken by itself as well.
 bool IsAboveAccounts(const std::string& path);

@@ -6,17 +6,22 @@
 #include <utility>
 #include <vector>
 
+#include "client/sources/ArchiveFiles.h"
 #include "client/sources/CutParts.h"
 #include "client/sources/EudoraFiles.h"
 #include "client/sources/EudoraToc.h"
 #include "client/sources/FolderNames.h"
 #include "client/sources/HashedName.h"
+#include "client/sources/MailServers.h"
 #include "client/sources/MixedMail.h"
 #include "client/sources/PackedFiles.h"
+#include "client/sources/ProfileAccounts.h"
+#include "client/sources/SpecialUse.h"
 
 // What programs keep beside their mails, or took out of them: a Eudora's list of folders, of mails
-// and the names of its files, the index of a Thunderbird, the parts that an Apple Mail cut off, and
-// what is packed. No name leads out of its folder, and no place lies behind the end.
+// and the names of its files, the index and the preferences of a Thunderbird, the parts that an
+// Apple Mail cut off, and what is packed. No name leads out of its folder, and no place lies behind
+// the end.
 
 namespace {
 
@@ -64,11 +69,31 @@ void CheckMixed(std::string_view mail) {
 }
 
 void CheckPacked(std::string_view bytes) {
-  (void)client::HoldsPackedMail(bytes);
+  const client::PartlyRead file{
+      bytes.size(), [&](std::uint64_t offset, std::uint64_t length) {
+        return std::string(bytes.substr(std::min(offset, bytes.size()), length));
+      }};
+  (void)client::LookIntoArchive(file, bytes.substr(0, 4096));
   if (client::PackingOf(bytes).empty()) return;
   try {
     Require(client::Unpacked(bytes).size() <= client::kMostUnpacked);
   } catch (const client::SourceError&) {  // its word for what is damaged
+  }
+}
+
+// What a prefs.js calls a folder of junk and the like is one below others, which its name does not
+// show to be another; no account that it says lies in the profile lies outside.
+void CheckPrefs(std::string_view prefs) {
+  client::FolderMarks marks;
+  client::AddMarksOfPrefs(prefs, marks);
+  for (const auto& [levels, use] : marks) {
+    Require(levels.ends_with('\\') && !client::NamesSpecialFolder(levels));
+  }
+  for (const auto& [name, server] : client::MailServersIn(prefs)) {
+    Require(name.size() + server.relative.size() + server.trash.size() <= 2 * prefs.size());
+    const std::string place = client::PlaceBelowProfile(server.relative);
+    Require(!place.starts_with('/') && place != ".." && !place.starts_with("../"));
+    Require(place.find("/../") == std::string::npos && !place.ends_with("/.."));
   }
 }
 
@@ -80,5 +105,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CheckFiles(input);
   CheckMixed(input);
   CheckPacked(input);
+  CheckPrefs(input);
   return 0;
 }

@@ -168,9 +168,21 @@ TEST(Plan, GoesByTheFoldersThatTheOwnerOfAThunderbirdChose) {
       "user_pref(\"mail.identity.id1.archive_folder\", \"imap://j@imap.x/Abl%26AOQ-ge%\");\n"
       "user_pref(\"mail.identity.id2.fcc_folder\", \"imap://j@imap.x/INBOX\");\n"
       "user_pref(\"mail.identity.id3.fcc_folder\", \"imap://j@imap.x\");\n"
+      "user_pref(\"mail.identity.id1.stationery_folder\", \"imap://j@imap.x/Vorlagen\");\n"
+      "user_pref(\"mail.server.server1.trash_folder_name\", \"INBOX/Weg\");\n"
+      "user_pref(\"mail.server.server1.spamActionTargetFolder\", \"imap://j@imap.x/M%C3%BCll\");\n"
+      "user_pref(\"mail.server.server1.moveOnSpam\", true);\n"
+      "user_pref(\"mail.server.server1.moveTargetMode\", 1);\n"
+      "user_pref(\"mail.server.server2.trash_folder_name\", \"Trash\");\n"
+      "user_pref(\"mail.server.server2.spamActionTargetFolder\", \"imap://j@imap.x/Rest\");\n"
+      "user_pref(\"mail.server.server2.moveOnSpam\", true);\n"
+      "user_pref(\"mail.server.server3.spamActionTargetFolder\", \"imap://j@imap.x/Rest\");\n"
+      "user_pref(\"mail.server.server3.moveTargetMode\", 1);\n"
       "user_pref(\"mail.identity.id4.fcc_folder\", \"");
-  for (const char* const name : {"ImapMail/imap.x/INBOX", "ImapMail/imap.x/INBOX.sbd/Gr\xC3\xBCn",
-                                 "ImapMail/imap.x/Abl&AOQ-ge%", "Mail/Local Folders/Neu"}) {
+  for (const char* const name :
+       {"ImapMail/imap.x/INBOX", "ImapMail/imap.x/INBOX.sbd/Gr\xC3\xBCn",
+        "ImapMail/imap.x/INBOX.sbd/Weg", "ImapMail/imap.x/M\xC3\xBCll", "ImapMail/imap.x/Rest",
+        "ImapMail/imap.x/Vorlagen", "ImapMail/imap.x/Abl&AOQ-ge%", "Mail/Local Folders/Neu"}) {
     folder.Write(name, "From - Tue Mar 05 10:00:00 2019\nSubject: x\n\nx\n");
   }
   const std::string hashed =
@@ -181,7 +193,8 @@ TEST(Plan, GoesByTheFoldersThatTheOwnerOfAThunderbirdChose) {
   folder.Write("folderTree.json",
                R"({"open":["mailbox://nobody@Local%20Folders/Neu/S%C3%BCd%3A%20A%3FB","%"]})");
   EXPECT_THAT(FoldersOf(MakePlan({folder.Path()})),
-              ElementsAre("Archive\\", "Inbox\\", "Sent Items\\", "Drafts\\",
+              ElementsAre("Archive\\", "Inbox\\", "Junk E-mail\\", "Rest\\", "Vorlagen\\",
+                          "Sent Items\\", "Deleted Items\\", "Drafts\\",
                           "Drafts\\S\xC3\xBC"
                           "d: A?B\\"));
 }

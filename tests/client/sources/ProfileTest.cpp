@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "client/sources/FolderIndex.h"
+#include "client/sources/HashedName.h"
 #include "tests/client/sources/PlanText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -122,7 +123,9 @@ TEST(ThunderbirdProfile, NamesWhatItsOwnerHasThereAndIsNotTaken) {
         "user_pref(\"mail.server.server4.directory\", \"/gone/ImapMail/imap.example\");\n"
         "user_pref(\"mail.server.server4.directory-rel\", \"[ProfD]ImapMail/imap.example\");\n"
         "user_pref(\"mail.server.server5.type\", \"im\");\n"
-        "user_pref(\"mail.server.server5.directory\", \"/gone/prpl-irc\");\n"},
+        "user_pref(\"mail.server.server5.directory\", \"/gone/prpl-irc\");\n"
+        "user_pref(\"mail.server.server6.type\", \"pop3\");\n"
+        "user_pref(\"mail.server.server6.directory-rel\", \"[ProfD]Mail/gone\");\n"},
        {"abook.sqlite", "x"},
        {"abook.sqlite-wal", "x"},
        {"panacea.dat", "x"},
@@ -131,6 +134,7 @@ TEST(ThunderbirdProfile, NamesWhatItsOwnerHasThereAndIsNotTaken) {
        {"calendar-data/local.sqlite", "x"},
        {"global-messages-db.sqlite", "x"},
        {"ImapMail/imap.example.msf", ""},
+       {"ImapMail/imap.example/msgFilterRules.dat", "x"},
        {"Mail/At the top", kMbox},
        {"Mail/Local Folders/Inbox.mozmsgs/1.wdseml", kMail},
        {"Mail/Local Folders/Subscriptions", kMbox},
@@ -170,9 +174,10 @@ TEST(ThunderbirdProfile, NamesWhatItsOwnerHasThereAndIsNotTaken) {
        "S\xC3\xBC"
        "d: A?B\\Below\\|Mail/Local Folders/S\xC3\xBC"
        "d79ad4768.sbd/Below/cur/2.eml"},
-      {"!Mail.old: its program", "abook.sqlite: an address book",
-       "calendar-data/local.sqlite: calendars", "calendar-data/cache.sqlite: calendars",
-       "News/news.example: news of a server",
+      {"!Mail.old: its program does not look into it, and there may be mail (Local Folders/Inbox)",
+       "abook.sqlite: an address book", "calendar-data/local.sqlite: calendars",
+       "calendar-data/cache.sqlite: calendars", "News/news.example: news of a server",
+       "!Mail/gone: an account has its mail there",
        "!prefs.js: the mail of an account lies elsewhere, in D:\\Mail\\jane",
        "!prefs.js: the mail of an account lies elsewhere, in [ProfD]../ImapMail/x",
        "!Mail/dead: a dead link", "!Mail/linked: a link to a folder"}};
@@ -180,6 +185,124 @@ TEST(ThunderbirdProfile, NamesWhatItsOwnerHasThereAndIsNotTaken) {
   ASSERT_EQ(symlink("nowhere", folder.File("Mail/dead").c_str()), 0);
   ASSERT_EQ(symlink("/tmp", folder.File("Mail/linked").c_str()), 0);
   Check(tree, folder.Path());
+}
+
+TEST(ThunderbirdProfile, NamesWhatMayBeMailBesideItsAccounts) {
+  const std::string two = "Name: x\nVersion: 1\n";
+  Check({"loose",
+         {{"prefs.js", "x"},
+          {"Mail/Local Folders/Inbox", kMbox},
+          {"SiteSecurityServiceState.txt", "a.example:HSTS\t1\nb.example:HSTS\t1\n"},
+          {"addonStartup.json.lz4", "mozLz40"},
+          {"cache2/entries/0A", two},
+          {"extensions/x/package", two},
+          {"notes.txt", "x"},
+          {"Add-on/state.json", "{}"},
+          {"Add-on/debug.log", "x"},
+          {"places.sqlite", "x"},
+          {"backup.7z", "x"},
+          {"saved.eml", kMail},
+          {"2019", kMbox},
+          {"empty.mbox", ""},
+          {"A/deep/er/x.ics", "x"},
+          {"B/cur/1:2,S", "x"},
+          {"B/new/.x", ""},
+          {"C/12", kMail},
+          {"D/Inbox.dbx", "x"},
+          {"E/Maildir/cur/.x", ""},
+          {"E/Maildir/new/.x", ""}},
+         {"Inbox\\|Mail/Local Folders/Inbox:0"},
+         {"!2019: its program does not look there",
+          "!A: its program does not look into it, and there may be mail (deep/er/x.ics)",
+          "!B: its program does not look into it, and there may be mail (cur/1:2,S)",
+          "!C: its program does not look into it, and there may be mail (12)",
+          "!D: its program does not look into it, and there may be mail (Inbox.dbx)",
+          "!backup.7z: it is packed", "!saved.eml: its program does not look there"}});
+}
+
+TEST(ThunderbirdProfile, ReadsAccountsThatLieInOtherFoldersOfTheSource) {
+  const TemporaryFolder elsewhere;
+  elsewhere.Write("Mail/Local Folders/Inbox", kMbox);
+  const TemporaryFolder folder;
+  auto account = [number = 0](const char* type, const std::string& key,
+                              const std::string& path) mutable {
+    const std::string name = "user_pref(\"mail.server.server" + std::to_string(++number) + ".";
+    return name + "type\", \"" + type + "\");\n" + name + key + "\", \"" + path + "\");\n";
+  };
+  const std::string rel = "directory-rel";
+  folder.Write("p/prefs.js",
+               account("pop3", rel, "[ProfD]Post/a") + account("pop3", rel, "[ProfD]Post/a/Sub") +
+                   account("imap", rel, "[ProfD]x/../Post/b") +
+                   account("imap", rel, "[ProfD]linked/Post") +
+                   account("none", rel, "[ProfD]../Data/mail") +
+                   account("rss", "directory", folder.File("p/Post/feeds")) +
+                   account("none", "directory", elsewhere.File("Mail/Local Folders")) +
+                   account("pop3", "directory", elsewhere.File("Mail/Local Folders")));
+  for (const char* name : {"Post/a/Inbox", "Post/a/Sub/Old", "Post/feeds/Trash", "Post/b/Sent",
+                           "Mail/Local Folders/Sent", "../Data/mail/Inbox"}) {
+    folder.Write(std::string("p/") + name, kMbox);
+  }
+  folder.Write("p/Post/feeds/feeds.json", "[]");
+  folder.Write("p/Post/b/Lost.msf", Index("(^A1=2)"));
+  folder.Write("Data/mail/Gone.msf", Index("(^A1=3)"));
+  folder.Write("p/Post/more/x.eml", kMail);
+  ASSERT_EQ(symlink("..", folder.File("p/linked").c_str()), 0);
+  Check({"the profile in a tree",
+         {},
+         {"Data\\mail\\Inbox\\|Data/mail/Inbox:0", "Sent Items\\|p/Mail/Local Folders/Sent:0",
+          "Inbox\\|p/Post/a/Inbox:0", "Sub\\Old\\|p/Post/a/Sub/Old:0",
+          "Sent Items\\|p/Post/b/Sent:0", "feeds\\Trash\\|p/Post/feeds/Trash:0"},
+         {"!p/Post: its program does not look into it, and there may be mail (more/x.eml)",
+          "!p/linked: a link to a folder",
+          "!p/prefs.js: the mail of an account lies elsewhere, in " +
+              elsewhere.File("Mail/Local Folders"),
+          "!p/prefs.js: the mail of an account lies elsewhere, in [ProfD]linked/Post",
+          "!p/Post/b: mail is on its server alone, not made available offline: Lost (2)",
+          "!Data/mail: of mail the index alone is here: Gone (3)"}},
+        folder.Path());
+  Check({"the profile alone",
+         {},
+         {"Sent Items\\|Mail/Local Folders/Sent:0", "Inbox\\|Post/a/Inbox:0",
+          "Sub\\Old\\|Post/a/Sub/Old:0", "Sent Items\\|Post/b/Sent:0",
+          "feeds\\Trash\\|Post/feeds/Trash:0"},
+         {"!Post: its program", "!linked: a link to a folder",
+          "!prefs.js: the mail of an account lies elsewhere, in " + elsewhere.Path(),
+          "!prefs.js: the mail of an account lies elsewhere, in [ProfD]../Data/mail",
+          "!prefs.js: the mail of an account lies elsewhere, in [ProfD]linked/Post",
+          "!Post/b: mail is on its server alone"}},
+        folder.File("p"));
+  // A copy of one that had its local folders on another disk.
+  Check({"of another machine",
+         {{"prefs.js",
+           account("pop3", rel, "[ProfD]Mail/pop") +
+               "user_pref(\"mail.server.server99.directory\", \"D:\\\\p\\\\Mail\\\\pop\");\n"
+               "user_pref(\"mail.server.server99.directory-rel\", \"[ProfD]Mail/pop\");\n" +
+               account("none", "directory", "E:\\\\Mail\\\\Local Folders") +
+               account("pop3", "directory", "D:\\\\p\\\\Post\\\\in")},
+          {"Mail/Local Folders/Inbox", kMbox},
+          {"Mail/pop/Inbox", kMbox},
+          {"Post/in/Inbox", kMbox}},
+         {"Inbox\\|Mail/Local Folders/Inbox:0", "Inbox\\|Mail/pop/Inbox:0",
+          "Inbox\\|Post/in/Inbox:0"},
+         {"!prefs.js: the mail of an account lies elsewhere, in E:\\Mail\\Local Folders"}});
+}
+
+TEST(TrueNames, ReadTheListsOfAProfileOnce) {
+  const TemporaryFolder folder;
+  folder.Write("prefs.js", "x");
+  folder.Write("folderTree.json", R"(["mailbox://x/S%C3%BCd%3A%20A%3FB"])");
+  const std::string account = folder.File("Mail/Local Folders");
+  const std::string name =
+      "S\xC3\xBC"
+      "d79ad4768";
+  TrueNames names;
+  EXPECT_EQ(names.Of(account, name),
+            "S\xC3\xBC"
+            "d: A?B");
+  folder.Write("folderTree.json", "[]");
+  EXPECT_EQ(names.Of(account + "/x.sbd", name), names.Of(account, name));
+  EXPECT_NE(names.Of(account, name), name);
+  EXPECT_EQ(TrueNames().Of(account, name), name);
 }
 
 TEST(ThunderbirdProfile, NamesMailThatOnlyItsIndexesKnow) {

@@ -8,7 +8,6 @@
 #include <iterator>
 #include <map>
 
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -50,23 +49,6 @@ const std::string kPackedMail(
     "\037\213\010\000\000\000\000\000\002\377\013\311\267RHtH\342\012.M\312JM."
     "\261R\250\340\342\002\000\256\007\272\230\024\000\000\000",
     40);
-
-// One member of an archive.
-std::string Tar(const std::string& name, const std::string& bytes) {
-  std::string member(512 + (bytes.size() + 511) / 512 * 512, '\0');
-  std::ranges::copy(name, member.begin());
-  std::ranges::copy(fmt::format("{:011o}", bytes.size()), member.begin() + 124);
-  std::ranges::copy(std::string("ustar"), member.begin() + 257);
-  std::ranges::copy(bytes, member.begin() + 512);
-  return member;
-}
-std::string Zip(const std::string& name, const std::string& bytes) {
-  std::string header(30, '\0');
-  std::ranges::copy(std::string("PK\x03\x04"), header.begin());
-  header[18] = static_cast<char>(bytes.size());
-  header[26] = static_cast<char>(name.size());
-  return header + name + bytes;
-}
 
 std::string WithCrLf(const std::string& text) {
   std::string lines;
@@ -367,39 +349,54 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
 
 TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   const TemporaryFolder folder;
-  const std::string tar = Tar("notes/", "") + Tar("notes/1", "From a@b Tue Mar  5 09:00:00 2024\n");
-  const std::pair<const char*, std::string> lost[] = {
-      {"mails.zip", Zip("m/", "") + Zip("m/1.EML", "x")},
-      {"old.tgz", kPackedMail},
-      {"old.tar", Tar("Maildir/cur/1:2,S", "")},
-      {"a.tar", tar},
-      {"1.partial.emlx.dbx", "\xCF\xAD\x12\xFE"},
-      {"Inbox.dbx", "\xCF\xAD\x12\xFE"},
-      {"babyl", "BABYL OPTIONS: x\n"},
-      {"mail", "To: a@b\nSubject: x\n\nx"},
-      {".mix5c7e4f00", ":msg:1"},
-      {".Inbox.tmp", Mbox()},
-      {"Server.log", "*mbx*\r\n"},
-      {"m.1", "2 M1e C5c7e4f00\n"},
-      {"nstmp-2", Mbox()},
-      {"x.mbox", "nothing"},
-      {"x.mbox.gz", "\x1F\x8B"},
-      {"x.msg", "\xD0\xCF\x11\xE0"}};
+  const std::pair<const char*, std::string> lost[] = {{"1.partial.emlx.dbx", "\xCF\xAD\x12\xFE"},
+                                                      {"Inbox.dbx", "\xCF\xAD\x12\xFE"},
+                                                      {"babyl", "BABYL OPTIONS: x\n"},
+                                                      {"mail", "To: a@b\nSubject: x\n\nx"},
+                                                      {".mix5c7e4f00", ":msg:1"},
+                                                      {".Inbox.tmp", Mbox()},
+                                                      {"Server.log", "*mbx*\r\n"},
+                                                      {"m.1", "2 M1e C5c7e4f00\n"},
+                                                      {"nstmp-2", Mbox()},
+                                                      {"x.mbox", "nothing"},
+                                                      {"x.mbox.gz", "\x1F\x8B"},
+                                                      {"x.msg", "\xD0\xCF\x11\xE0"}};
   for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
   folder.Write("notes.txt", "Note: one field is none\n");
   folder.Write("dates.txt", "2 May\n");
   folder.Write("dovecot-uidlist", "3 V1\n");
   folder.Write("abook.sqlite", "x");
-  folder.Write("notes.tar", Tar("notes.txt", "Note: one field\n"));
-  folder.Write("notes.zip", Zip("notes.txt", "x"));
-  folder.Write("notes.gz", "\x1F\x8Bxyz");
   folder.Write("old.mab", "x");
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 16);
-  EXPECT_EQ(plan.problems.size(), 23u);
+  EXPECT_EQ(losses, 12);
+  EXPECT_EQ(plan.problems.size(), 16u);
+}
+
+// In a tree and by itself.
+TEST(Stores, AnMboxThatIsCalledEmlHasItsMailsWhereItLies) {
+  const std::string from = "From a@b Tue Mar  5 09:00:00 2024\nSubject: x\n\n";
+  const std::string mmdf = kMark + kText + kMark + kMark + kText + kMark;
+  const TemporaryFolder folder;
+  folder.Write("Kunde/1.eml", "\xEF\xBB\xBF" + Mbox("Status: O\n") + Mbox("Status: RO\n"));
+  folder.Write("Kunde/2.eml", mmdf);
+  // A mail that went through an mbox, in which others are spoken of.
+  folder.Write("Kunde/3.eml", from + "From me,\nto you.\n\nFrom c@d Tue Mar  5 09:00:00 2024\n");
+  folder.Write("Kunde/4.eml", kMail + "\n" + Mbox());
+  const Plan plan = MakePlan({folder.Path()});
+  EXPECT_THAT(Items(plan),
+              ElementsAre("Kunde\\|Kunde/1.eml:3|unread",
+                          "Kunde\\|Kunde/1.eml:" + std::to_string(3 + Mbox("Status: O\n").size()),
+                          "Kunde\\|Kunde/2.eml:5",
+                          "Kunde\\|Kunde/2.eml:" + std::to_string(15 + kText.size()),
+                          "Kunde\\|Kunde/3.eml", "Kunde\\|Kunde/4.eml"));
+  EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), "Status: O\n" + kText);
+  EXPECT_EQ(plan.sources[0]->Read(plan.entries[2].item), kText);
+  EXPECT_THAT(Items(MakePlan({folder.File("Kunde/1.eml")})),
+              ElementsAre("Inbox\\|1.eml:3|unread", testing::StartsWith("Inbox\\|1.eml:")));
+  EXPECT_THAT(Items(MakePlan({folder.File("Kunde/3.eml")})), ElementsAre("Inbox\\|3.eml"));
 }
 
 // As Dovecot keeps mail on a disk that is short.

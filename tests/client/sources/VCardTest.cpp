@@ -135,11 +135,13 @@ TEST(VcfFile, CardsAndGroupsAreItemsAndADamagedOneCostsItself) {
                "BEGIN:VCARD\nFN:Watch\nKIND:group\nMEMBER:urn:uuid:2\nMEMBER:mailto:c@x.example\n"
                "MEMBER:urn:uuid:9\nEND:VCARD\n");
   folder.Write("Crew/c.vcf", "BEGIN:VCARD\nFN:Dee\nUID:2\nEMAIL:d@x.example\nEND:VCARD\n");
+  folder.Write("contacts/All/d.vcf", "BEGIN:VCARD\nFN:Eve\nEND:VCARD\n");  // as an export has it
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_THAT(
       Items(plan),
       ElementsAre("Contacts\\|a.vcf: Ann Bell", "Contacts\\|a.vcf: Bo", "Contacts\\|a.vcf: Bo (2)",
-                  "Contacts\\Crew\\|Crew/b.VCF: Watch", "Contacts\\Crew\\|Crew/c.vcf: Dee"));
+                  "Contacts\\Crew\\|Crew/b.VCF: Watch", "Contacts\\Crew\\|Crew/c.vcf: Dee",
+                  "Contacts\\All\\|contacts/All/d.vcf: Eve"));
   EXPECT_THAT(
       Problems(plan, folder.Path()),
       UnorderedElementsAre("a.vcf: Cut off: the card is cut off",

@@ -1,0 +1,280 @@
+#include "client/sources/ArchiveFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "client/sources/OtherFiles.h"
+#include "client/sources/PackedFiles.h"
+#include "client/sources/SourceFiles.h"
+
+namespace client {
+namespace {
+
+constexpr std::uint64_t kHead = 4096;  // bytes by which a file and a member are known
+constexpr std::string_view kZipMember = "PK\x03\x04";
+constexpr std::string_view kEmptyZip = "PK\x05\x06";  // as the end of each
+
+struct Form {
+  std::size_t offset;  // bytes
+  std::string_view mark;
+  std::string_view name;
+};
+// Besides those of PackingOf.
+constexpr auto kForms = std::to_array<Form>({
+    {0, "7z\xBC\xAF\x27\x1C", "7z"},
+    {0, "Rar!\x1A\x07", "RAR"},
+    {0, "PK\x07\x08", "ZIP in several files"},
+    {0, "LZIP\x01", "lzip"},
+    {0, {"\x5D\0\0", 3}, "LZMA"},
+    {0, "\x1F\x9D", "compress"},
+    {0, {"MSCF\0\0\0\0", 8}, "cabinet"},
+    {2, "-lh0-", "LHA"},
+    {2, "-lh5-", "LHA"},
+    {2, "-lh6-", "LHA"},
+    {2, "-lh7-", "LHA"},
+    {0, "xar!", "xar"},
+    {0, "StuffIt (c)", "StuffIt"},
+    {0, {"MSWIM\0", 6}, "WIM"},
+});
+constexpr auto kNames = std::to_array<std::string_view>(
+    {".zip", ".7z",  ".rar",  ".tar",  ".gz",   ".tgz", ".bz2", ".tbz", ".tbz2", ".xz",
+     ".txz", ".zst", ".tzst", ".lz",   ".tlz",  ".lz4", ".z",   ".taz", ".cab",  ".arj",
+     ".ace", ".lha", ".lzh",  ".lzma", ".cpio", ".sit", ".iso", ".dmg", ".wim",  ".bkf"});
+
+bool IsCalledAsArchives(std::string_view name) {
+  return std::ranges::any_of(kNames,
+                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+}
+
+std::string_view FormOf(std::string_view head) {
+  const auto row = std::ranges::find_if(kForms, [&](const Form& form) {
+    return head.size() > form.offset && head.substr(form.offset).starts_with(form.mark);
+  });
+  return row == kForms.end() ? PackingOf(head) : row->name;
+}
+
+bool IsZip(std::string_view head) {
+  return head.starts_with(kZipMember) || head.starts_with(kEmptyZip);
+}
+
+bool IsTar(std::string_view head) {
+  constexpr std::size_t kMark = 257;
+  return head.size() > kMark && head.substr(kMark).starts_with("ustar");
+}
+
+std::uint64_t NumberAt(std::string_view bytes, std::size_t at, std::size_t size) {
+  std::uint64_t number = 0;
+  for (std::size_t i = size; i-- > 0;) {
+    number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
+  }
+  return number;
+}
+
+// Texts of office programs, books and the like, which are ZIP files: their first member says so.
+bool IsDocument(std::string_view head) {
+  constexpr std::size_t kName = 30;
+  constexpr auto kFirst = std::to_array<std::string_view>(
+      {"[Content_Types].xml", "mimetype", "_rels/", "docProps/", "META-INF/"});
+  if (!head.starts_with(kZipMember) || head.size() < kName) return false;
+  return std::ranges::any_of(
+      kFirst, [&](std::string_view name) { return head.substr(kName).starts_with(name); });
+}
+
+// The name of a member that mail lies in.
+bool IsMailName(std::string_view name) {
+  static constexpr auto kEnds =
+      std::to_array<std::string_view>({".eml", ".emlx", ".ics", ".vcf", ".vcs", ".msf"});
+  static constexpr auto kBegins =
+      std::to_array<std::string_view>({"cur/", "new/", "com.microsoft.__Messages/"});
+  static constexpr auto kWithin = std::to_array<std::string_view>({".sbd/", ".mbox/"});
+  const auto ends = [&](std::string_view each) { return EndsWithNoCase(name, each); };
+  const auto begins = [&](std::string_view each) {
+    return name.starts_with(each) || name.find("/" + std::string(each)) != std::string_view::npos;
+  };
+  const auto has = [&](std::string_view each) { return name.find(each) != std::string_view::npos; };
+  return IsCalledAsMail(name) || std::ranges::any_of(kEnds, ends) ||
+         std::ranges::any_of(kBegins, begins) || std::ranges::any_of(kWithin, has);
+}
+
+// What begins with lines as headers have them, and is of programs.
+bool IsManifest(std::string_view name) {
+  static constexpr auto kEnds = std::to_array<std::string_view>({".mf", ".sf"});
+  return std::ranges::any_of(kEnds,
+                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+}
+
+bool LooksLikeMail(std::string_view head) {
+  return head.starts_with("From ") || BeginsWithFields(head) || !MailFormOf(head).empty();
+}
+
+// By its first bytes. An archive in an archive may hold mail: nobody looks that far.
+ArchiveLook LookAtMember(std::string_view name, std::string_view head) {
+  if (IsMailName(name)) return ArchiveLook::kMail;
+  if (LooksLikeMail(head) && !IsManifest(name)) return ArchiveLook::kMail;
+  const bool isArchive = IsTar(head) || !FormOf(head).empty() || (IsZip(head) && !IsDocument(head));
+  return isArchive ? ArchiveLook::kUnknown : ArchiveLook::kNoMail;
+}
+
+// Of all members together: the worst, which mail is not, since it is known.
+void Join(ArchiveLook& all, ArchiveLook member) {
+  if (all == ArchiveLook::kNoMail || member == ArchiveLook::kMail) all = member;
+}
+
+// In octal digits; the sizes of some programs are beyond them.
+std::optional<std::uint64_t> SizeInTar(std::string_view field) {
+  if (static_cast<unsigned char>(field.front()) == 0x80) {
+    std::uint64_t size = 0;
+    for (const char c : field.substr(4)) size = size << 8 | static_cast<unsigned char>(c);
+    return size;
+  }
+  field.remove_prefix(std::min(field.find_first_not_of(' '), field.size()));
+  std::uint64_t size = 0;
+  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), size, 8);
+  return error == std::errc() && end != field.data() ? std::optional(size) : std::nullopt;
+}
+
+// Each member has a block of its own in front, with its name and its size; one that begins with a
+// NUL stands behind the last.
+ArchiveLook LookIntoTar(const PartlyRead& file) {
+  constexpr std::uint64_t kBlock = 512;
+  constexpr std::size_t kName = 100;
+  ArchiveLook all = ArchiveLook::kNoMail;
+  for (std::uint64_t at = 0; at < file.size && all != ArchiveLook::kMail;) {
+    const std::string bytes = file.read(at, kBlock + kHead);
+    if (!bytes.empty() && bytes.front() == '\0') break;
+    const std::uint64_t left = file.size - at;
+    const auto size = IsTar(bytes) && left >= kBlock
+                          ? SizeInTar(std::string_view(bytes).substr(124, 12))
+                          : std::nullopt;
+    if (!size || *size > left - kBlock) return ArchiveLook::kUnknown;
+    const std::string_view name =
+        std::string_view(bytes).substr(0, std::min(bytes.find('\0'), kName));
+    Join(all, LookAtMember(name, std::string_view(bytes).substr(kBlock, *size)));
+    at += kBlock + (*size + kBlock - 1) / kBlock * kBlock;
+  }
+  return all;
+}
+
+// A member of a ZIP file, as the list at its end has it.
+struct ZipMember {
+  std::string_view name;
+  std::uint64_t flags = 0;
+  std::uint64_t method = 0;
+  std::uint64_t packed = 0;  // bytes
+  std::uint64_t offset = 0;
+};
+
+// Takes one from the list; nothing where none stands there whole.
+std::optional<ZipMember> TakeZipMember(std::string_view& list) {
+  constexpr std::size_t kRow = 46;
+  if (list.size() < kRow || !list.starts_with("PK\x01\x02")) return std::nullopt;
+  const std::uint64_t nameSize = NumberAt(list, 28, 2);
+  const std::uint64_t size = kRow + nameSize + NumberAt(list, 30, 2) + NumberAt(list, 32, 2);
+  if (size > list.size()) return std::nullopt;
+  const ZipMember member{list.substr(kRow, nameSize), NumberAt(list, 8, 2), NumberAt(list, 10, 2),
+                         NumberAt(list, 20, 4), NumberAt(list, 42, 4)};
+  list.remove_prefix(size);
+  return member;
+}
+
+// What it begins with; nothing where that cannot be had.
+std::optional<std::string> HeadOfMember(const PartlyRead& file, const ZipMember& member) {
+  constexpr std::uint64_t kHeader = 30;  // bytes, and then the name and more
+  constexpr std::uint64_t kEncrypted = 1;
+  constexpr std::uint64_t kStored = 0;
+  constexpr std::uint64_t kDeflated = 8;
+  const std::string header = file.read(member.offset, kHeader);
+  const bool isKnown = member.method == kStored || member.method == kDeflated;
+  if (!isKnown || (member.flags & kEncrypted) != 0 || header.size() < kHeader ||
+      !header.starts_with(kZipMember)) {
+    return std::nullopt;
+  }
+  const std::uint64_t begin =
+      member.offset + kHeader + NumberAt(header, 26, 2) + NumberAt(header, 28, 2);
+  std::string bytes = file.read(begin, std::min(member.packed, kHead));
+  if (member.method == kStored) return bytes;
+  // What gzip writes in front of the same.
+  constexpr std::string_view kGzipHeader("\x1F\x8B\x08\0\0\0\0\0\0\xFF", 10);
+  return UnpackedHead(std::string(kGzipHeader) + bytes);
+}
+
+ArchiveLook LookIntoZip(const PartlyRead& file) {
+  constexpr std::uint64_t kEnd = 22;  // bytes, and then a comment
+  constexpr std::uint64_t kMostEnd = kEnd + 0xFFFF;
+  constexpr std::uint64_t kMostList = 64 << 20;  // bytes; where it is beyond, so are its numbers
+  const std::string tail =
+      file.read(file.size - std::min(file.size, kMostEnd), std::min(file.size, kMostEnd));
+  const std::size_t end = tail.rfind(kEmptyZip);
+  if (end == std::string::npos || tail.size() - end < kEnd) return ArchiveLook::kUnknown;
+  const std::uint64_t size = NumberAt(tail, end + 12, 4);
+  if (size > kMostList) return ArchiveLook::kUnknown;
+  const std::string bytes = file.read(NumberAt(tail, end + 16, 4), size);
+  if (bytes.size() != size) return ArchiveLook::kUnknown;
+  ArchiveLook all = ArchiveLook::kNoMail;
+  for (std::string_view list = bytes; !list.empty() && all != ArchiveLook::kMail;) {
+    const auto member = TakeZipMember(list);
+    if (!member) return ArchiveLook::kUnknown;
+    if (member->name.ends_with('/')) continue;
+    if (IsMailName(member->name)) return ArchiveLook::kMail;
+    const auto head = HeadOfMember(file, *member);
+    Join(all, head ? LookAtMember(member->name, *head) : ArchiveLook::kUnknown);
+  }
+  return all;
+}
+
+// A tar file is unpacked to look at its members; of anything else its beginning says enough.
+ArchiveLook LookIntoGzip(const PartlyRead& file, std::string_view packedHead) {
+  constexpr std::uint64_t kMost = 64 << 20;  // bytes, packed and unpacked
+  const std::string head = UnpackedHead(packedHead);
+  if (!IsTar(head)) {
+    return head.empty() ? ArchiveLook::kUnknown : LookAtMember("", head);
+  }
+  if (file.size > kMost) return ArchiveLook::kUnknown;
+  try {
+    const std::string all = Unpacked(file.read(0, file.size), kMost);
+    return LookIntoTar({all.size(), [&](std::uint64_t offset, std::uint64_t length) {
+                          return all.substr(std::min<std::uint64_t>(offset, all.size()), length);
+                        }});
+  } catch (const SourceError&) {  // it is damaged, or too large
+    return ArchiveLook::kUnknown;
+  }
+}
+
+// "2021.mbox.gz"
+bool IsPackedMail(std::string_view name) {
+  const auto end = std::ranges::find_if(
+      kNames, [&](std::string_view each) { return EndsWithNoCase(name, each); });
+  return end != kNames.end() && IsMailName(name.substr(0, name.size() - end->size()));
+}
+
+}  // namespace
+
+ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head) {
+  if (IsZip(head)) return LookIntoZip(file);
+  if (IsTar(head)) return LookIntoTar(file);
+  if (PackingOf(head) == kGzip) return LookIntoGzip(file, head);
+  return FormOf(head).empty() ? ArchiveLook::kNoMail : ArchiveLook::kUnknown;
+}
+
+std::string ArchiveReason(const std::string& path, std::uint64_t size, std::string_view head) {
+  const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+  const PartlyRead file{size, [&](std::uint64_t offset, std::uint64_t length) {
+                          return ReadFileRange(path, offset, length);
+                        }};
+  const ArchiveLook look = LookIntoArchive(file, head);
+  if (look == ArchiveLook::kMail || IsPackedMail(name)) return "it is packed: unpack it first";
+  const std::string_view form = FormOf(head);
+  const bool isLookedInto = IsZip(head) || IsTar(head) || form == kGzip;
+  if (look == ArchiveLook::kNoMail && (isLookedInto || !IsCalledAsArchives(name))) return {};
+  if (isLookedInto) {
+    return "not all that is packed in it can be looked at, and mail may be there: unpack it first";
+  }
+  return fmt::format("it is packed{}, and mail may be in it: unpack it first",
+                     form.empty() ? "" : fmt::format(" ({})", form));
+}
+
+}  // namespace client

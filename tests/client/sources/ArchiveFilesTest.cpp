@@ -1,0 +1,151 @@
+#include "client/sources/ArchiveFiles.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "client/run/Plan.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace client {
+namespace {
+
+using test_support::TemporaryFolder;
+
+const std::string kMbox = "From a@b Tue Mar  5 09:00:00 2024\n";
+
+// The least first.
+std::string Number(std::uint64_t number, int bytes) {
+  std::string text;
+  for (int i = 0; i < bytes; ++i) text += static_cast<char>(number >> (8 * i));
+  return text;
+}
+
+std::string Tar(const std::string& name, const std::string& bytes) {
+  std::string member(512 + (bytes.size() + 511) / 512 * 512, '\0');
+  std::ranges::copy(name, member.begin());
+  std::ranges::copy(fmt::format("{:011o}", bytes.size()), member.begin() + 124);
+  std::ranges::copy(std::string("ustar"), member.begin() + 257);
+  std::ranges::copy(bytes, member.begin() + 512);
+  return member;
+}
+
+struct Member {
+  std::string name;
+  std::string bytes;  // as they lie there
+  int method = 0;
+  int flags = 0;
+};
+
+std::string Zip(const std::vector<Member>& members) {
+  std::string file;
+  std::string list;
+  for (const Member& member : members) {
+    const std::string common = Number(20, 2) + Number(member.flags, 2) + Number(member.method, 2) +
+                               std::string(8, '\0') + Number(member.bytes.size(), 4) +
+                               Number(member.bytes.size(), 4) + Number(member.name.size(), 2);
+    list += "PK\x01\x02" + Number(20, 2) + common + std::string(12, '\0') + Number(file.size(), 4) +
+            member.name;
+    file += "PK\x03\x04" + common + Number(0, 2) + member.name + member.bytes;
+  }
+  return file + list + "PK\x05\x06" + Number(0, 4) + Number(members.size(), 2) +
+         Number(members.size(), 2) + Number(list.size(), 4) + Number(file.size(), 4) + Number(0, 2);
+}
+
+// In one block, as it stands.
+std::string Gzip(const std::string& bytes) {
+  std::uint32_t sum = 0xFFFFFFFF;
+  for (const char c : bytes) {
+    sum ^= static_cast<unsigned char>(c);
+    for (int bit = 0; bit < 8; ++bit) sum = (sum & 1) != 0 ? sum >> 1 ^ 0xEDB88320 : sum >> 1;
+  }
+  return std::string("\x1F\x8B\x08\0\0\0\0\0\0\xFF\x01", 11) + Number(bytes.size(), 2) +
+         Number(~bytes.size(), 2) + bytes + Number(~sum, 4) + Number(bytes.size(), 4);
+}
+
+// A mail with two fields.
+const std::string kDeflatedMail("\013\311\267RHtH\342\012.M\312JM.\261R\250\340\342\002\000", 22);
+
+// A header, and in the sector behind it a list of streams.
+std::string Compound(std::u16string_view stream) {
+  std::string file = "\xD0\xCF\x11\xE0" + std::string(508, '\0');
+  file[30] = 9;  // sectors of 512 bytes
+  for (const char16_t unit : stream) file += Number(unit, 2);
+  return file;
+}
+
+TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
+  const std::string notes = Tar("notes.txt", "Note: one field\n");
+  const std::string far = Tar("a.bin", std::string(20000, 'x')) + Tar("12", kMbox);
+  const std::string lost[] = {
+      Tar("notes/", "") + Tar("notes/1", kMbox),
+      Tar("Maildir/cur/1:2,S", ""),
+      far,
+      far.substr(0, far.size() - 600),
+      notes + "no tar",
+      Gzip(far),
+      Gzip(notes).substr(0, 560),
+      Gzip(kMbox),
+      Gzip("!BDN"),
+      Gzip(Zip({})),
+      "\x1F\x8B",
+      Zip({{"m/", ""}, {"m/1.EML", "x"}}),
+      Zip({{"a.bin", std::string(20000, 'x')}, {"Inbox", kMbox}}),
+      Zip({{"12", kDeflatedMail, 8}}),
+      Zip({{"notes.txt", "x", 0, 1}}),
+      Zip({{"notes.txt", "x", 99}}),
+      Zip({{"a.zip", Zip({{"b", "x"}})}}),
+      Zip({{"Accounts/com.microsoft.__Messages/message_00001.xml", "<?xml"}}),
+      Zip({{"notes.txt", "x"}}).substr(0, 60),
+      "7z\xBC\xAF\x27\x1C",
+      "Rar!\x1A\x07\x01",
+      "BZh91AY",
+      std::string("\xFD"
+                  "7zXZ\0",
+                  6),
+      "\x28\xB5\x2F\xFD",
+      "\x1F\x9D",
+      "!BDN",
+      "JMF9",
+      Compound(u"__substg1.0_0037001F"),
+  };
+  const std::string none[] = {
+      notes,
+      notes + std::string(1024, '\0') + "filling",
+      Gzip(notes),
+      Gzip("Note: one field is none\n"),
+      Zip({{"notes.txt", "x"}}),
+      Zip({}),
+      Zip({{"[Content_Types].xml", "<?xml"}, {"word/x.xlsx", Zip({{"[Content_Types].xml", "<"}})}}),
+      Zip({{"META-INF/MANIFEST.MF", "Manifest-Version: 1.0\nCreated-By: x\n"}}),
+      Compound(u"WordDocument"),
+      "%PDF-1.4\n",
+      "\xFF\xD8\xFF\xE0",
+  };
+  const TemporaryFolder folder;
+  for (std::size_t i = 0; i < std::size(lost); ++i) {
+    folder.Write("lost/" + std::to_string(i) + ".x", lost[i]);
+  }
+  for (std::size_t i = 0; i < std::size(none); ++i) {
+    folder.Write("none/" + std::to_string(i) + ".x", none[i]);
+  }
+  for (const char* name : {"a.7z", "b.RAR", "c.ost", "d.olm", "e.2021.mbox.xz", "f.msg", "g.tbb"}) {
+    folder.Write(std::string("lost/") + name, "?");
+  }
+  folder.Write("lost/dovecot.tar", far);
+  folder.Write("lost/.hidden", far);
+  folder.Write("none/._a.zip", "?");
+  folder.Write("none/x.wab", "?");
+  std::size_t losses = 0;
+  for (const SourceProblem& problem : MakePlan({folder.Path()}).problems) {
+    const bool isLost = problem.location.find("/lost/") != std::string::npos;
+    EXPECT_EQ(problem.isUnread, isLost) << problem.location << ": " << problem.reason;
+    losses += problem.isUnread ? 1 : 0;
+  }
+  EXPECT_EQ(losses, std::size(lost) + 9);
+}
+
+}  // namespace
+}  // namespace client
