@@ -74,6 +74,12 @@ std::string WithCrLf(const std::string& text) {
   return lines;
 }
 
+LoadedItem Sent(const Plan::Entry& entry) {
+  LoadedItem item = ItemLoader::Load(entry);
+  ItemLoader::AddFiles(entry, item);
+  return item;
+}
+
 // "NAME: REASON"
 std::vector<std::string> MissingOf(const LoadedItem& item) {
   std::vector<std::string> missing;
@@ -523,13 +529,13 @@ TEST(Emlx, PartsThatLieBesideAMailComeToTheirPlaces) {
   EXPECT_TRUE(plan.problems.empty());
   std::string wanted = mail;
   wanted.insert(wanted.find(cut) + cut.size(), "cGlj\n");
-  const LoadedItem partial = ItemLoader::Load(plan.entries[0]);
+  const LoadedItem partial = Sent(plan.entries[0]);
   EXPECT_EQ(partial.bytes, WithCrLf(wanted));
   EXPECT_THAT(MissingOf(partial), ElementsAre("notes.txt: not in the source"));
   std::filesystem::remove(link);
   folder.Write("INBOX.mbox/Data/Attachments/12/2/notes.txt", "notes\n");
   wanted.insert(wanted.rfind(cut) + cut.size(), "notes\n");
-  const LoadedItem whole = ItemLoader::Load(plan.entries[0]);
+  const LoadedItem whole = Sent(plan.entries[0]);
   EXPECT_EQ(whole.bytes, WithCrLf(wanted));
   EXPECT_THAT(MissingOf(whole), IsEmpty());
   EXPECT_EQ(whole.hash, partial.hash);
@@ -555,7 +561,7 @@ TEST(Eudora, FilesBesideItsMailboxesComeBackIntoTheirMails) {
   std::filesystem::create_symlink("/etc/passwd", folder.File("ATTACH/link"));
   const Plan plan = MakePlan({folder.Path()});
   ASSERT_EQ(plan.entries.size(), 1u);
-  const LoadedItem item = ItemLoader::Load(plan.entries[0]);
+  const LoadedItem item = Sent(plan.entries[0]);
   EXPECT_THAT(MissingOf(item),
               ElementsAre("In.mbx: not in the source", "link: Too many levels of symbolic links",
                           "zero: not in the source", "gone.doc: not in the source"));
@@ -594,22 +600,20 @@ TEST(Eudora, FilesBesideItsMailboxesComeBackIntoTheirMails) {
   std::filesystem::resize_file(folder.File("Attach/9"), FilesBeside::kMostBytes + 1);
   const Plan later = MakePlan({folder.File("Kunden.fol/Alt.mbx")});
   ASSERT_EQ(later.entries.size(), 2u);
-  const LoadedItem html = ItemLoader::Load(later.entries[0]);
+  const LoadedItem html = Sent(later.entries[0]);
   EXPECT_THAT(MissingOf(html), ElementsAre("b c.txt: not in the source"));
   EXPECT_THAT(html.bytes, testing::HasSubstr("\r\nContent-Type: text/html; charset=windows-1252\r\n"
                                              "Content-Transfer-Encoding: 8bit\r\n\r\n<x-html>"));
-  const std::vector<std::string> missing = MissingOf(ItemLoader::Load(later.entries[1]));
+  const std::vector<std::string> missing = MissingOf(Sent(later.entries[1]));
   EXPECT_EQ(missing.size(), kMostEudoraFiles + 1);
   EXPECT_EQ(missing.back(), "and all others: more than a mail can have");
   EXPECT_EQ(missing[9], "9: too large");
   std::filesystem::remove_all(folder.File("ATTACH"));
-  EXPECT_EQ(ItemLoader::Load(MakePlan({folder.File("Kunden.fol/Alt.mbx")}).entries[0]).hash,
-            html.hash);
+  EXPECT_EQ(Sent(MakePlan({folder.File("Kunden.fol/Alt.mbx")}).entries[0]).hash, html.hash);
 
   // Anybody's mail may quote such a line.
   folder.Write("Old.mbox", Mbox() + lines);
-  EXPECT_THAT(MissingOf(ItemLoader::Load(MakePlan({folder.File("Old.mbox")}).entries[0])),
-              IsEmpty());
+  EXPECT_THAT(MissingOf(Sent(MakePlan({folder.File("Old.mbox")}).entries[0])), IsEmpty());
 }
 
 TEST(MhSequences, RangesMayOverlapAndBeAnything) {
