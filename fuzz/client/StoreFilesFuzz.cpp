@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "client/sources/HashedName.h"
 #include "client/sources/MixedMail.h"
 #include "client/sources/PackedFiles.h"
+#include "client/sources/PictureLinks.h"
 
 // What programs keep beside their mails, or took out of them: a Eudora's list of folders, of mails
 // and the names of its files, the index of a Thunderbird, the parts that an Apple Mail cut off, and
@@ -53,9 +55,20 @@ void CheckFiles(std::string_view mail) {
   }
 }
 
-// The body stays as it is, and the file stands behind it.
+// Each link is one that a field can hold.
+void CheckLinks(std::string_view page) {
+  const std::set<std::string> keys = {client::FoldedFileName(page.substr(0, page.find('\n'))),
+                                      "logo.gif"};
+  for (const auto& [key, link] : client::PictureLinksIn(page, keys)) {
+    Require(keys.contains(key) && !link.empty());
+    Require(std::ranges::all_of(link, [](char c) { return c > ' ' && c < 0x7F; }));
+  }
+}
+
+// The body stays as it is, and the files stand behind it.
 void CheckMixed(std::string_view mail) {
   client::MixedMail mixed(mail);
+  if (mixed.IsPage()) mixed.Show("logo.gif", "pic", "cid:logo.gif");
   mixed.Attach(mail.substr(0, 300), "file");
   const std::string whole = std::move(mixed).Finish();
   const std::size_t end = mail.find("\n\n");
@@ -78,6 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view input(reinterpret_cast<const char*>(data), size);
   CheckNames(input);
   CheckFiles(input);
+  CheckLinks(input);
   CheckMixed(input);
   CheckPacked(input);
   return 0;
