@@ -21,13 +21,6 @@ std::string Trimmed(const std::string& messageId) {
   return id.ToUtf8();
 }
 
-// Behind its hash: a mail is the same one whether such files lie in its source or not.
-void AddFiles(const Plan::Entry& entry, LoadedItem& item) {
-  FilesBeside files;
-  entry.source->AddFiles(entry.item, item.bytes, files);
-  item.missing = files.AllMissing();
-}
-
 ST_EML_INFO ReadTyped(const std::string& location) {
   ST_EML_INFO info = ReadPreparedItem(location);
   if (info.nItemType != TYPE_UNKNOWN) return info;
@@ -62,9 +55,15 @@ LoadedItem ItemLoader::Load(const Plan::Entry& entry) {
     item.state = entry.item.state;
     if (isMail) entry.source->AddState(entry.item, item.bytes, item.state);
     item.hash = isMail ? ContentHash(item.bytes) : platform::Sha256Hex(item.bytes);
-    if (isMail) AddFiles(entry, item);
   }
   return item;
+}
+
+void ItemLoader::AddFiles(const Plan::Entry& entry, LoadedItem& item) {
+  if (!entry.IsMail()) return;
+  FilesBeside files;
+  entry.source->AddFiles(entry.item, item.bytes, files);
+  item.missing = files.AllMissing();
 }
 
 void ItemLoader::Identify(const Plan::Entry& entry, LoadedItem& item) {

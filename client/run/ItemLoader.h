@@ -18,7 +18,7 @@ namespace client {
 struct LoadedItem {
   std::string bytes;    // of a mail, as it is sent; of other types as the source gives them
   PreparedFiles files;  // of a prepared item
-  std::vector<FilesBeside::Missing> missing;  // of a mail: its store keeps them elsewhere
+  std::vector<FilesBeside::Missing> missing;  // of a mail whose files were added
   std::string hash;                           // of what does not change with the state of a mail
   MailState state;                            // of a mail
   std::string id;                             // as its source has it; may be empty
@@ -41,6 +41,9 @@ class ItemLoader {
 
   // The content and its hash. Throws SourceError.
   static LoadedItem Load(const Plan::Entry& entry);
+  // Puts what its store keeps in files of their own into a mail, as it is sent; nothing into any
+  // other item. Its hash stays: it is the same mail whether such files lie in its source or not.
+  static void AddFiles(const Plan::Entry& entry, LoadedItem& item);
   // Fills in the key on the item and the id, from the item alone: items without an id that are
   // alike get one key here. Throws SourceError.
   static void Identify(const Plan::Entry& entry, LoadedItem& item);

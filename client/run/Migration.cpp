@@ -166,6 +166,7 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     // Mails of one folder whose bytes are the same are one mail there.
     work.isEqual = entry.IsMail() && !m_second.See(entry, work.item);
     const bool known = IsKnown(work);
+    if (WantsFiles(work, known)) ItemLoader::AddFiles(entry, work.item);
     if (known && work.isEqual) ++m_summary.equal;
     if (known && work.mail && !m_setup.adopt) return KnownAgain(work);
     if (known && !entry.IsMail() && !m_setup.adopt) return {Outcome::Kind::kKnown, {}};
@@ -216,6 +217,13 @@ bool Migration::IsKnownMail(ItemWork& work) {
   if (!m_journal.HasArrived(item.location, item.folder, whole)) return false;
   work.olderHash = std::move(whole);
   return true;
+}
+
+// They are read to be sent, and to tell what a mail lacks: once, and again as long as it lacks
+// some.
+bool Migration::WantsFiles(const ItemWork& work, bool known) {
+  if (!known) return true;
+  return !work.isEqual && (!work.mail || SecondPass::LacksFiles(*work.mail));
 }
 
 // The keys of an earlier version were made of all bytes.

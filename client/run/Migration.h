@@ -46,6 +46,7 @@ class Migration {
   Outcome Handle(const Plan::Entry& entry);
   bool IsKnown(ItemWork& work);
   bool IsKnownMail(ItemWork& work);
+  static bool WantsFiles(const ItemWork& work, bool known);
   void Name(ItemWork& work);
   void NameByContent(ItemWork& work);
   // Tells the journal of an earlier version that the target holds and that it does not know.

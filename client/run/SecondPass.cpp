@@ -125,6 +125,10 @@ KnownMail SecondPass::MailOf(const Plan::Entry& entry, const LoadedItem& item,
           entry.item.location, origin};
 }
 
+bool SecondPass::LacksFiles(const KnownMail& mail) {
+  return PropsIn(mail.state).objJson.contains(kMissing);
+}
+
 Outcome SecondPass::TellState(KnownMail mail, const Plan::Entry& entry, const LoadedItem& item) {
   json state = StateOf(entry, item);
   const bool isSame = mail.state == TextOf(state);

@@ -42,6 +42,9 @@ class SecondPass {
   // The mail as it is about to be known; its keys must be filled in.
   static KnownMail MailOf(const Plan::Entry& entry, const LoadedItem& item,
                           KnownMail::Origin origin);
+  // Whether it went without some of its files: then they must be looked for before its state is
+  // told.
+  static bool LacksFiles(const KnownMail& mail);
   // Of a mail that has the say and is in the target, and of which the target was told that state
   // before: kUpdated, kKnown where there was nothing to do or where a remark says why, kFailed, or
   // kLeft. What cannot be told, a draft or a file that is in the source by now, is a remark, which

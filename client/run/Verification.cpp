@@ -45,6 +45,7 @@ std::optional<SourceRecord> ReadItem(const Plan::Entry& entry, FolderCheck& chec
   try {
     LoadedItem item = ItemLoader::Load(entry);
     ItemLoader::Identify(entry, item);
+    ItemLoader::AddFiles(entry, item);  // which count for its size
     return SourceRecord{entry.number,
                         entry.IsMail(),
                         &check,

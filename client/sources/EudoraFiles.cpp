@@ -10,8 +10,9 @@
 #include "base/AsciiText.h"
 #include "client/sources/LineDecoding.h"
 #include "client/sources/MixedMail.h"
+#include "client/sources/PictureLinks.h"
 #include "client/sources/Pieces.h"
-#include "client/sources/SpecialFolders.h"
+#include "mime/tree/ContentTypeTable.h"
 
 namespace client {
 namespace {
@@ -32,7 +33,11 @@ bool IsFilesFolder(std::string_view name) {
                              [&](std::string_view each) { return mail::equalsNoCase(each, name); });
 }
 
-std::string KeyOf(std::string_view name) { return FoldedName(ToUtf8(name, {})); }
+bool IsPicture(std::string_view name) {
+  const std::size_t dot = name.rfind('.');
+  return dot != std::string_view::npos &&
+         mail::contentTypeOfExtension(name.substr(dot + 1)).starts_with("image/");
+}
 
 // What stands in front of the numbers: "logo.gif: 00000001,1a2b3c4d".
 std::string_view WithoutNumbers(std::string_view text) {
@@ -70,7 +75,7 @@ class NameList {
  public:
   void Add(std::string name) {
     if (name.empty() || m_names.size() > kMostEudoraFiles) return;
-    if (m_seen.insert(KeyOf(name)).second) m_names.push_back(std::move(name));
+    if (m_seen.insert(FoldedFileName(name)).second) m_names.push_back(std::move(name));
   }
   bool IsEmpty() const { return m_names.empty(); }
   std::vector<std::string> Take() { return std::move(m_names); }
@@ -144,6 +149,14 @@ std::vector<std::string> FilesFoldersFor(const std::string& mbox) {
   }
 }
 
+PictureLinks LinksTo(const std::vector<std::string>& names, std::string_view html) {
+  std::set<std::string> keys;
+  for (const std::string& name : names) {
+    if (IsPicture(name)) keys.insert(FoldedFileName(name));
+  }
+  return keys.empty() ? PictureLinks() : PictureLinksIn(html, keys);
+}
+
 }  // namespace
 
 std::vector<std::string> EudoraFileNames(std::string_view mail) {
@@ -182,7 +195,7 @@ void EudoraFiles::Look(const std::string& mbox) {
   m_paths.clear();
   for (const std::string& folder : FilesFoldersFor(mbox)) {
     for (const std::string& name : NamesIn(folder)) {
-      m_paths.try_emplace(KeyOf(name), folder + "/" + name);
+      m_paths.try_emplace(FoldedFileName(name), folder + "/" + name);
     }
   }
 }
@@ -191,12 +204,17 @@ void EudoraFiles::AddTo(const std::string& mbox, std::string& mail, FilesBeside&
   const std::lock_guard lock(m_mutex);
   Look(mbox);
   if (!m_isEudoras) return;
-  std::optional<MixedMail> whole;
   std::vector<std::string> names = EudoraFileNames(mail);
+  if (names.empty()) return;
   const bool areMore = names.size() > kMostEudoraFiles;
   if (areMore) names.pop_back();
+  MixedMail whole(mail);
+  const PictureLinks links = whole.IsPage() ? LinksTo(names, mail) : PictureLinks();
+  std::ranges::stable_partition(
+      names, [&](const std::string& name) { return links.contains(FoldedFileName(name)); });
   for (const std::string& name : names) {
-    const auto found = m_paths.find(KeyOf(name));
+    const std::string key = FoldedFileName(name);
+    const auto found = m_paths.find(key);
     const std::string own = ToUtf8(name, {});
     if (found == m_paths.end()) {
       files.NoteMissing(own);
@@ -204,11 +222,15 @@ void EudoraFiles::AddTo(const std::string& mbox, std::string& mail, FilesBeside&
     }
     const auto bytes = files.Read(found->second, Links::kRefuse, own);
     if (!bytes) continue;
-    if (!whole) whole.emplace(mail);
-    whole->Attach(ToUtf8(LastOf(found->second), {}), *bytes);
+    const std::string shown = ToUtf8(LastOf(found->second), {});
+    if (const auto link = links.find(key); link != links.end()) {
+      whole.Show(shown, *bytes, link->second);
+    } else {
+      whole.Attach(shown, *bytes);
+    }
   }
   if (areMore) files.NoteMissing("and all others", "more than a mail can have");
-  if (whole) mail = std::move(*whole).Finish();
+  if (!whole.IsEmpty()) mail = std::move(whole).Finish();
 }
 
 }  // namespace client

@@ -1,7 +1,5 @@
 #include "client/sources/FilesBeside.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <iterator>
 #include <new>
@@ -11,13 +9,6 @@
 
 namespace client {
 namespace {
-
-constexpr const char* kTooLarge = "too large";
-
-std::uint64_t SizeOf(const platform::UniqueFd& file) {
-  struct stat status;
-  return fstat(file.Get(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
-}
 
 // A text that was encoded, with CR LF behind each line.
 void AppendEncoded(std::string_view text, std::string_view lineEnd, std::string& mail) {
@@ -57,14 +48,9 @@ void AppendText(std::string_view bytes, std::string_view lineEnd, std::string& m
 std::optional<std::string> FilesBeside::Read(const std::string& path, Links links,
                                              const std::string& name) {
   try {
-    const platform::UniqueFd file = OpenSourceFile(path, links);
-    if (SizeOf(file) > m_room) throw ReadError(kTooLarge);
-    std::string bytes;
-    bytes.reserve(SizeOf(file));
-    ReadPieces(file, [&](std::string_view piece) {
-      if (piece.size() > m_room - bytes.size()) throw ReadError(kTooLarge);
-      bytes += piece;
-    });
+    const OpenedFile file = OpenSourceFile(path, links);
+    if (file.size > m_room) throw ReadError("too large");
+    std::string bytes = ReadRange(file, 0, file.size);
     m_room -= bytes.size();
     return bytes;
   } catch (const ReadError& error) {

@@ -23,9 +23,18 @@ using ::mail::byte_order::kUtf8Mark;
 
 constexpr std::uint64_t kMostHeader = 1 << 20;  // bytes in which state is looked for
 
+// Empty where it cannot be read, which is told when the mail's turn comes.
+std::string HeaderOf(const OpenedFile& mbox, const MboxSplitter::Mail& mail) {
+  try {
+    return ReadRange(mbox, mail.offset, std::min(mail.header, kMostHeader));
+  } catch (const ReadError&) {
+    return {};
+  }
+}
+
 // folder gets the one that the mail's labels name, where it has some.
-StateFields FieldsOf(const std::string& path, const MboxSplitter::Mail& mail, std::string& folder) {
-  const std::string bytes = ReadFileRange(path, mail.offset, std::min(mail.header, kMostHeader));
+StateFields FieldsOf(const OpenedFile& mbox, const MboxSplitter::Mail& mail, std::string& folder) {
+  const std::string bytes = HeaderOf(mbox, mail);
   const std::string_view header = WithoutFromLine(bytes);
   StateFields fields = ReadStateFields(header);
   fields.state.received = TimeOf(ParseFromLine(bytes.substr(0, bytes.find('\n'))));
@@ -102,9 +111,11 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   bool hasNotes = false;   // in the mails themselves
   bool hasLabels = false;
   const EudoraToc toc = TocBeside(path);
-  for (const MboxSplitter::Mail& mail : MailsOf(path, kind, listing.problems)) {
+  const auto mails = MailsOf(path, kind, listing.problems);
+  const OpenedFile mbox = OpenSourceFile(path, Links::kFollow);
+  for (const MboxSplitter::Mail& mail : mails) {
     std::string place = folder;
-    StateFields fields = FieldsOf(path, mail, place);
+    StateFields fields = FieldsOf(mbox, mail, place);
     // A list that no longer fits its file makes no mail new.
     hasNotes = hasNotes || fields.read.has_value();
     toc.AddState(mail.offset, fields);

@@ -55,10 +55,15 @@ Divided DividedAt(std::string_view mail) {
   return divided;
 }
 
-bool LacksItsParts(const Divided& mail) {
+::mail::_ckContentType TypeIn(std::string_view fields) {
   ::mail::_ckContentType type;
   ::mail::LogNull log;
-  type.load(::mail::MailHeader(mail.content).text("Content-Type"), log);
+  type.load(::mail::MailHeader(fields).text("Content-Type"), log);
+  return type;
+}
+
+bool LacksItsParts(const Divided& mail) {
+  const ::mail::_ckContentType type = TypeIn(mail.content);
   if (!type.isMultipart()) return false;
   const std::string boundary = "--" + std::string(type.m_boundary.view());
   return boundary.size() == 2 || ::mail::findBytes(mail.body, boundary) == std::string_view::npos;
@@ -109,32 +114,75 @@ std::string Parameter(std::string_view attribute, std::string_view name) {
 
 }  // namespace
 
-MixedMail::MixedMail(std::string_view mail)
-    : m_lineEnd(LineEndOf(mail)), m_boundary("=_" + platform::Sha256Hex(mail).substr(0, 32)) {
-  const Divided divided = DividedAt(mail);
-  m_mail = divided.others;
-  if (!m_mail.empty() && !m_mail.ends_with('\n')) m_mail += m_lineEnd;
-  if (!divided.hasVersion) m_mail += "MIME-Version: 1.0" + m_lineEnd;
-  m_mail += fmt::format("Content-Type: multipart/mixed; boundary=\"{}\"{}{}--{}{}", m_boundary,
-                        m_lineEnd, m_lineEnd, m_boundary, m_lineEnd);
-  m_mail += LacksItsParts(divided) ? FieldsOfText(divided.body, m_lineEnd) : divided.content;
-  if (!m_mail.ends_with('\n')) m_mail += m_lineEnd;
-  m_mail.append(m_lineEnd).append(divided.body).append(m_lineEnd);
+MixedMail::MixedMail(std::string_view mail) : m_lineEnd(LineEndOf(mail)) {
+  const std::string hash = platform::Sha256Hex(mail);
+  m_boundary = "=_" + hash.substr(0, 32);
+  m_innerBoundary = "=_" + hash.substr(32);
+  Divided divided = DividedAt(mail);
+  m_content = LacksItsParts(divided) ? FieldsOfText(divided.body, m_lineEnd) : divided.content;
+  if (!m_content.empty() && !m_content.ends_with('\n')) m_content += m_lineEnd;
+  m_fields = std::move(divided.others);
+  if (!m_fields.empty() && !m_fields.ends_with('\n')) m_fields += m_lineEnd;
+  if (!divided.hasVersion) m_fields += "MIME-Version: 1.0" + m_lineEnd;
+  m_body = divided.body;
+}
+
+bool MixedMail::IsPage() const { return TypeIn(m_content).m_type.equalsIgnoreCase("text/html"); }
+
+void MixedMail::Show(std::string_view name, std::string_view bytes, std::string_view link) {
+  constexpr std::string_view kCid = "cid:";
+  if (m_whole.empty()) Begin(/*isRelated=*/true);
+  const bool isCid = link.starts_with(kCid);
+  const std::string field = isCid ? fmt::format("Content-ID: <{}>", link.substr(kCid.size()))
+                                  : fmt::format("Content-Location: {}", link);
+  AddPart(m_innerBoundary, name, field + m_lineEnd + "Content-Disposition: inline", bytes);
 }
 
 void MixedMail::Attach(std::string_view name, std::string_view bytes) {
-  const std::string shown = FileName(name);
-  m_mail += fmt::format(
-      "--{}{}Content-Type: {}{}{}Content-Transfer-Encoding: base64{}Content-Disposition: "
-      "attachment{}{}{}",
-      m_boundary, m_lineEnd, TypeOf(shown), Parameter("name", shown), m_lineEnd, m_lineEnd,
-      Parameter("filename", shown), m_lineEnd, m_lineEnd);
-  AppendBody(bytes, "base64", m_lineEnd, m_mail);
+  if (m_whole.empty()) Begin(/*isRelated=*/false);
+  EndPictures();
+  AddPart(m_boundary, name, "Content-Disposition: attachment", bytes);
 }
 
 std::string MixedMail::Finish() && {
-  m_mail += fmt::format("--{}--{}", m_boundary, m_lineEnd);
-  return std::move(m_mail);
+  EndPictures();
+  AddLine(fmt::format("--{}--", m_boundary));
+  return std::move(m_whole);
 }
+
+void MixedMail::Begin(bool isRelated) {
+  m_isRelated = isRelated;
+  m_whole = std::move(m_fields);
+  AddLine(fmt::format("Content-Type: multipart/mixed; boundary=\"{}\"", m_boundary));
+  AddLine();
+  AddLine("--" + m_boundary);
+  if (isRelated) {
+    AddLine(fmt::format("Content-Type: multipart/related; type=\"text/html\";{} boundary=\"{}\"",
+                        m_lineEnd, m_innerBoundary));
+    AddLine();
+    AddLine("--" + m_innerBoundary);
+  }
+  m_whole += m_content;
+  AddLine();
+  AddLine(m_body);
+}
+
+void MixedMail::AddPart(std::string_view boundary, std::string_view name, std::string_view fields,
+                        std::string_view bytes) {
+  const std::string shown = FileName(name);
+  AddLine(fmt::format("--{}", boundary));
+  AddLine(fmt::format("Content-Type: {}{}", TypeOf(shown), Parameter("name", shown)));
+  AddLine("Content-Transfer-Encoding: base64");
+  AddLine(fmt::format("{}{}", fields, Parameter("filename", shown)));
+  AddLine();
+  AppendBody(bytes, "base64", m_lineEnd, m_whole);
+}
+
+void MixedMail::EndPictures() {
+  if (m_isRelated) AddLine(fmt::format("--{}--", m_innerBoundary));
+  m_isRelated = false;
+}
+
+void MixedMail::AddLine(std::string_view line) { m_whole.append(line).append(m_lineEnd); }
 
 }  // namespace client

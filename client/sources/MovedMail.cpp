@@ -45,8 +45,13 @@ std::string MovedMail::WhereMoved(const std::string& path) {
 }
 
 std::string MovedMail::Read(const std::string& path) {
-  const std::string moved = WhereMoved(path);
-  return ReadMail(moved.empty() ? path : moved);
+  try {
+    return ReadMail(path);
+  } catch (const ReadError&) {  // most are where they were listed: looked for is what is not
+    const std::string moved = WhereMoved(path);
+    if (moved.empty()) throw;
+    return ReadMail(moved);
+  }
 }
 
 // What was in neither folder when they were read is gone; what was may have moved again.

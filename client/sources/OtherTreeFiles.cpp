@@ -225,9 +225,10 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
 std::string ReadTreeMail(const SourceItem& item, MboxKind mbox, MovedMail& moved) {
   if (!item.file.empty()) return ReadMboxItem(item, mbox);
   if (!IsEmlxName(item.location)) return moved.Read(item.location);
-  const auto place = EmlxPlaceOf(HeadOfFile(item.location, kHead));
+  const OpenedFile file = OpenSourceFile(item.location, Links::kFollow);
+  const auto place = EmlxPlaceOf(ReadRange(file, 0, kHead));
   if (!place) throw SourceError("does not begin with the number of its bytes");
-  std::string mail = ReadFileRange(item.location, place->offset, place->length);
+  std::string mail = ReadRange(file, place->offset, place->length);
   RequireMail(mail);
   return mail;
 }

@@ -9,7 +9,6 @@
 
 #include "pipeline/ItemDescriptor.h"
 #include "platform/Sha256.h"
-#include "platform/UniqueFd.h"
 
 namespace client {
 namespace {
@@ -17,7 +16,7 @@ namespace {
 constexpr std::string_view kImageList = "imageattchment.txt";  // sic
 
 // The file of that name in an item, which every failure names.
-platform::UniqueFd OpenNamed(const std::string& folder, const std::string& name) {
+OpenedFile OpenNamed(const std::string& folder, const std::string& name) {
   try {
     return OpenSourceFile(folder + "/" + name, Links::kRefuse);
   } catch (const SourceError& error) {
@@ -29,9 +28,9 @@ platform::UniqueFd OpenNamed(const std::string& folder, const std::string& name)
 
 void ReadPreparedFile(const std::string& folder, const std::string& name,
                       const std::function<void(std::string_view)>& take) {
-  const platform::UniqueFd file = OpenNamed(folder, name);
+  const OpenedFile opened = OpenNamed(folder, name);
   try {
-    ReadPieces(file, take);
+    ReadPieces(opened, take);
   } catch (const SourceError& error) {
     throw SourceError(name + " " + error.what());
   }
@@ -57,10 +56,11 @@ SourceItem PreparedItemAt(const std::string& folder, const std::string& target,
 
 ST_EML_INFO ReadPreparedItem(const std::string& folder) {
   const std::string name(kDescriptorName);
-  const platform::UniqueFd file = OpenNamed(folder, name);
+  const OpenedFile opened = OpenNamed(folder, name);
   // By its number: the folder's own name may hold what a path in the engine's form cannot.
   ST_EML_INFO info;
-  ReadDescriptor(CString::FromUtf8("\\proc\\self\\fd\\" + std::to_string(file.Get())), &info);
+  ReadDescriptor(CString::FromUtf8("\\proc\\self\\fd\\" + std::to_string(opened.file.Get())),
+                 &info);
   return info;
 }
 

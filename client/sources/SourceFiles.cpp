@@ -10,6 +10,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include "base/LogNull.h"
 #include "client/sources/Mbox.h"
@@ -24,17 +25,14 @@ namespace {
 constexpr size_t kPiece = 1 << 20;  // bytes read at a time
 
 EntryKind Look(const std::string& path, FolderEntry& found) {
-  struct stat entry;
-  struct stat target;
-  if (lstat(path.c_str(), &entry) != 0 || stat(path.c_str(), &target) != 0) {
-    return EntryKind::kOther;
-  }
-  found.size = static_cast<std::uint64_t>(target.st_size);
-  found.modified = target.st_mtime;
-  if (S_ISREG(target.st_mode)) return EntryKind::kFile;
-  if (S_ISDIR(target.st_mode)) {
-    return S_ISLNK(entry.st_mode) ? EntryKind::kFolderLink : EntryKind::kFolder;
-  }
+  struct stat status;
+  if (lstat(path.c_str(), &status) != 0) return EntryKind::kOther;
+  const bool isLink = S_ISLNK(status.st_mode);
+  if (isLink && stat(path.c_str(), &status) != 0) return EntryKind::kOther;
+  found.size = static_cast<std::uint64_t>(status.st_size);
+  found.modified = status.st_mtime;
+  if (S_ISREG(status.st_mode)) return EntryKind::kFile;
+  if (S_ISDIR(status.st_mode)) return isLink ? EntryKind::kFolderLink : EntryKind::kFolder;
   return EntryKind::kOther;
 }
 
@@ -116,7 +114,7 @@ SourceProblem OddEntry(const std::string& path, EntryKind kind) {
   return {path, std::string("cannot be looked at: ") + std::strerror(error), /*isUnread=*/true};
 }
 
-platform::UniqueFd OpenSourceFile(const std::string& path, Links links) {
+OpenedFile OpenSourceFile(const std::string& path, Links links) {
   // Without O_NONBLOCK a pipe that took the file's place would stop us here.
   const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (links == Links::kRefuse ? O_NOFOLLOW : 0);
   platform::UniqueFd file(open(path.c_str(), flags));
@@ -125,13 +123,13 @@ platform::UniqueFd OpenSourceFile(const std::string& path, Links links) {
     throw ReadError(std::strerror(errno));
   }
   if (!S_ISREG(status.st_mode)) throw ReadError("it is no regular file");
-  return file;
+  return {std::move(file), static_cast<std::uint64_t>(status.st_size)};
 }
 
-void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::string_view)>& take) {
+void ReadPieces(const OpenedFile& opened, const std::function<void(std::string_view)>& take) {
   std::string piece(kPiece, '\0');
   for (;;) {
-    const ssize_t got = read(file.Get(), piece.data(), piece.size());
+    const ssize_t got = read(opened.file.Get(), piece.data(), piece.size());
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) throw ReadError(std::strerror(errno));
     if (got == 0) return;
@@ -139,16 +137,12 @@ void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::st
   }
 }
 
-std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length) {
-  const platform::UniqueFd file = OpenSourceFile(path, Links::kFollow);
-  struct stat status;
-  if (fstat(file.Get(), &status) != 0) throw ReadError(std::strerror(errno));
-  const auto size = static_cast<std::uint64_t>(status.st_size);
-  length = offset < size ? std::min(length, size - offset) : 0;
+std::string ReadRange(const OpenedFile& opened, std::uint64_t offset, std::uint64_t length) {
+  length = offset < opened.size ? std::min(length, opened.size - offset) : 0;
   std::string bytes(length, '\0');
   size_t done = 0;
   while (done < bytes.size()) {
-    const ssize_t got = pread(file.Get(), bytes.data() + done, bytes.size() - done,
+    const ssize_t got = pread(opened.file.Get(), bytes.data() + done, bytes.size() - done,
                               static_cast<off_t>(offset + done));
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) throw ReadError(std::strerror(errno));
@@ -156,6 +150,10 @@ std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::ui
     done += static_cast<size_t>(got);
   }
   return bytes;
+}
+
+std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length) {
+  return ReadRange(OpenSourceFile(path, Links::kFollow), offset, length);
 }
 
 std::string HeadOfFile(const std::string& path, std::uint64_t most) {

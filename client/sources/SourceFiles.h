@@ -55,14 +55,19 @@ bool HasName(const std::string& folder, const std::function<bool(std::string_vie
 SourceProblem OddEntry(const std::string& path, EntryKind kind);
 
 enum class Links { kFollow, kRefuse };
+struct OpenedFile {
+  platform::UniqueFd file;
+  std::uint64_t size = 0;  // bytes, as it was when it was opened
+};
 // Opens a regular file to be read. Throws ReadError.
-platform::UniqueFd OpenSourceFile(const std::string& path, Links links);
+OpenedFile OpenSourceFile(const std::string& path, Links links);
 
 // Hands a file over from its beginning to its end, a piece at a time; a piece is good during the
 // call. Throws ReadError, and what `take` throws.
-void ReadPieces(const platform::UniqueFd& file, const std::function<void(std::string_view)>& take);
+void ReadPieces(const OpenedFile& opened, const std::function<void(std::string_view)>& take);
 
 // Reads length bytes of a file from offset, or to its end. Throws ReadError.
+std::string ReadRange(const OpenedFile& opened, std::uint64_t offset, std::uint64_t length);
 std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length);
 // The same, of a file at its beginning; empty where it cannot be read or is not there.
 std::string HeadOfFile(const std::string& path, std::uint64_t most);

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,6 +16,7 @@
 #include "client/sources/MailServers.h"
 #include "client/sources/MixedMail.h"
 #include "client/sources/PackedFiles.h"
+#include "client/sources/PictureLinks.h"
 #include "client/sources/ProfileAccounts.h"
 #include "client/sources/SpecialUse.h"
 
@@ -58,9 +60,20 @@ void CheckFiles(std::string_view mail) {
   }
 }
 
-// The body stays as it is, and the file stands behind it.
+// Each link is one that a field can hold.
+void CheckLinks(std::string_view page) {
+  const std::set<std::string> keys = {client::FoldedFileName(page.substr(0, page.find('\n'))),
+                                      "logo.gif"};
+  for (const auto& [key, link] : client::PictureLinksIn(page, keys)) {
+    Require(keys.contains(key) && !link.empty());
+    Require(std::ranges::all_of(link, [](char c) { return c > ' ' && c < 0x7F; }));
+  }
+}
+
+// The body stays as it is, and the files stand behind it.
 void CheckMixed(std::string_view mail) {
   client::MixedMail mixed(mail);
+  if (mixed.IsPage()) mixed.Show("logo.gif", "pic", "cid:logo.gif");
   mixed.Attach(mail.substr(0, 300), "file");
   const std::string whole = std::move(mixed).Finish();
   const std::size_t end = mail.find("\n\n");
@@ -103,6 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view input(reinterpret_cast<const char*>(data), size);
   CheckNames(input);
   CheckFiles(input);
+  CheckLinks(input);
   CheckMixed(input);
   CheckPacked(input);
   CheckPrefs(input);

@@ -1,4 +1,8 @@
+#include <sys/inotify.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -9,6 +13,7 @@
 #include "client/run/Plan.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "platform/Sqlite.h"
+#include "platform/UniqueFd.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/Programs.h"
 
@@ -357,13 +362,42 @@ TEST_F(SecondPass, AFolderWhoseNameIsSpelledOtherwiseIsTheSameOne) {
   }
 }
 
-// What a program took out of its mails, and what no item can become: a word, and no second copy.
+// Which files of a folder somebody opens.
+class OpenedFiles {
+ public:
+  explicit OpenedFiles(const std::string& folder)
+      : m_events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    EXPECT_GE(inotify_add_watch(m_events.Get(), folder.c_str(), IN_OPEN), 0);
+  }
+  // Since it was asked last.
+  std::set<std::string> Names() {
+    std::set<std::string> names;
+    alignas(inotify_event) std::array<char, 1 << 16> events;
+    ssize_t left = read(m_events.Get(), events.data(), events.size());
+    for (const char* at = events.data(); left > 0;) {
+      const auto* const event = reinterpret_cast<const inotify_event*>(at);
+      if (event->len > 0) names.insert(event->name);
+      at += sizeof(inotify_event) + event->len;
+      left -= static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+    }
+    return names;
+  }
+
+ private:
+  platform::UniqueFd m_events;
+};
+
+// What a program took out of its mails, and what no item can become: a word, and no second copy. No
+// mail that is there with all its files has these read again, until they are checked.
 TEST_F(SecondPass, TellsWhatAnItemThatIsThereCannotGet) {
   m_folder.Write("source/Eudora/In.mbx",
                  "From ???@??? Tue Mar 05 10:00:00 2019\n" + Mail("one") +
                      "Attachment Converted: \"C:\\Eudora\\Attach\\offer.doc\"\n"
-                     "Attachment Converted: \"C:\\Eudora\\Attach\\list.doc\"\n");
+                     "Attachment Converted: \"C:\\Eudora\\Attach\\list.doc\"\n"
+                     "From ???@??? Tue Mar 05 10:00:00 2019\n" +
+                     Mail("three") + "Attachment Converted: \"C:\\Eudora\\Attach\\plan.doc\"\n");
   m_folder.Write("source/Eudora/Attach/list.doc", "list");
+  m_folder.Write("source/Eudora/Attach/plan.doc", std::string(100'000, 'x'));
   m_folder.Write("source/INBOX/cur/1.a:2,DS", Mail("two"));
   m_folder.Write("source/INBOX/new/.keep", "");
   const auto remarks = [](const nlohmann::json& summary) {
@@ -371,26 +405,35 @@ TEST_F(SecondPass, TellsWhatAnItemThatIsThereCannotGet) {
     for (const auto& each : summary["remarks"]) text += each["text"].get<std::string>() + "\n";
     return text;
   };
+  using testing::ElementsAre;
+  OpenedFiles opened(m_folder.File("source/Eudora/Attach"));
   const nlohmann::json first = Pass({}, 1);
   EXPECT_EQ(first["arrived_reduced"], 1);
+  EXPECT_THAT(opened.Names(), ElementsAre("list.doc", "plan.doc"));
   EXPECT_EQ(remarks(first),
             "arrived reduced, left out: attachment offer.doc (not in the source)\n");
   EXPECT_EQ(remarks(Pass()), "");
+  EXPECT_THAT(opened.Names(), ElementsAre("list.doc"));
 
   m_folder.Write("source/Eudora/Attach/Offer.doc", "offer");
   Rename("INBOX/cur/1.a:2,DS", "INBOX/cur/1.a:2,S");
   const std::string late =
       "arrived reduced, without what is in the source by now: attachment offer.doc\n";
   const nlohmann::json later = Pass({}, 1);
-  EXPECT_EQ(later["there_already"], 2);
+  EXPECT_EQ(later["there_already"], 3);
   EXPECT_EQ(remarks(later),
             late + "it is no draft in the source any more, and the item there stays one\n");
   EXPECT_EQ(remarks(Pass({}, 1)), late);
+  EXPECT_THAT(opened.Names(), ElementsAre("Offer.doc", "list.doc"));
   EXPECT_EQ(ArrivedState(m_folder)["two"], "Inbox: RD 2019-03-04");
   for (const StoredItem& item : ItemsOf(m_folder.File("mailbox"))) {
     const std::string list = "attachment; filename=\"list.doc\"\r\n\r\nbGlzdA==\r\n";
     EXPECT_EQ(item.mime.find(list) != std::string::npos, item.info.subject == "one");
   }
+  std::vector<std::string> check = MigrateArguments(m_folder);
+  check[0] = "verify";
+  const nlohmann::json checked = SummaryOf(RunProgram("tarny", check, m_folder.Path()));
+  for (const auto& each : checked["folders"]) EXPECT_EQ(each["other_size"].size(), 0u);
 }
 
 // The most dangerous mistake is to take away what is still there, if in another form.

@@ -11,10 +11,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/LogNull.h"
 #include "client/run/ItemLoader.h"
 #include "client/sources/Emlx.h"
 #include "client/sources/EudoraFiles.h"
 #include "client/sources/MhSequences.h"
+#include "mime/email/EmailBuilding.h"
+#include "mime/email/EmailLayout.h"
 #include "tests/client/sources/PlanText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -54,6 +57,12 @@ std::string WithCrLf(const std::string& text) {
   std::string lines;
   for (const char c : text) lines += c == '\n' ? "\r\n" : std::string(1, c);
   return lines;
+}
+
+LoadedItem Sent(const Plan::Entry& entry) {
+  LoadedItem item = ItemLoader::Load(entry);
+  ItemLoader::AddFiles(entry, item);
+  return item;
 }
 
 // "NAME: REASON"
@@ -520,13 +529,13 @@ TEST(Emlx, PartsThatLieBesideAMailComeToTheirPlaces) {
   EXPECT_TRUE(plan.problems.empty());
   std::string wanted = mail;
   wanted.insert(wanted.find(cut) + cut.size(), "cGlj\n");
-  const LoadedItem partial = ItemLoader::Load(plan.entries[0]);
+  const LoadedItem partial = Sent(plan.entries[0]);
   EXPECT_EQ(partial.bytes, WithCrLf(wanted));
   EXPECT_THAT(MissingOf(partial), ElementsAre("notes.txt: not in the source"));
   std::filesystem::remove(link);
   folder.Write("INBOX.mbox/Data/Attachments/12/2/notes.txt", "notes\n");
   wanted.insert(wanted.rfind(cut) + cut.size(), "notes\n");
-  const LoadedItem whole = ItemLoader::Load(plan.entries[0]);
+  const LoadedItem whole = Sent(plan.entries[0]);
   EXPECT_EQ(whole.bytes, WithCrLf(wanted));
   EXPECT_THAT(MissingOf(whole), IsEmpty());
   EXPECT_EQ(whole.hash, partial.hash);
@@ -552,7 +561,7 @@ TEST(Eudora, FilesBesideItsMailboxesComeBackIntoTheirMails) {
   std::filesystem::create_symlink("/etc/passwd", folder.File("ATTACH/link"));
   const Plan plan = MakePlan({folder.Path()});
   ASSERT_EQ(plan.entries.size(), 1u);
-  const LoadedItem item = ItemLoader::Load(plan.entries[0]);
+  const LoadedItem item = Sent(plan.entries[0]);
   EXPECT_THAT(MissingOf(item),
               ElementsAre("In.mbx: not in the source", "link: Too many levels of symbolic links",
                           "zero: not in the source", "gone.doc: not in the source"));
@@ -591,22 +600,71 @@ TEST(Eudora, FilesBesideItsMailboxesComeBackIntoTheirMails) {
   std::filesystem::resize_file(folder.File("Attach/9"), FilesBeside::kMostBytes + 1);
   const Plan later = MakePlan({folder.File("Kunden.fol/Alt.mbx")});
   ASSERT_EQ(later.entries.size(), 2u);
-  const LoadedItem html = ItemLoader::Load(later.entries[0]);
+  const LoadedItem html = Sent(later.entries[0]);
   EXPECT_THAT(MissingOf(html), ElementsAre("b c.txt: not in the source"));
   EXPECT_THAT(html.bytes, testing::HasSubstr("\r\nContent-Type: text/html; charset=windows-1252\r\n"
                                              "Content-Transfer-Encoding: 8bit\r\n\r\n<x-html>"));
-  const std::vector<std::string> missing = MissingOf(ItemLoader::Load(later.entries[1]));
+  const std::vector<std::string> missing = MissingOf(Sent(later.entries[1]));
   EXPECT_EQ(missing.size(), kMostEudoraFiles + 1);
   EXPECT_EQ(missing.back(), "and all others: more than a mail can have");
   EXPECT_EQ(missing[9], "9: too large");
   std::filesystem::remove_all(folder.File("ATTACH"));
-  EXPECT_EQ(ItemLoader::Load(MakePlan({folder.File("Kunden.fol/Alt.mbx")}).entries[0]).hash,
-            html.hash);
+  EXPECT_EQ(Sent(MakePlan({folder.File("Kunden.fol/Alt.mbx")}).entries[0]).hash, html.hash);
 
   // Anybody's mail may quote such a line.
   folder.Write("Old.mbox", Mbox() + lines);
-  EXPECT_THAT(MissingOf(ItemLoader::Load(MakePlan({folder.File("Old.mbox")}).entries[0])),
-              IsEmpty());
+  EXPECT_THAT(MissingOf(Sent(MakePlan({folder.File("Old.mbox")}).entries[0])), IsEmpty());
+}
+
+// "related inline NAME: ": in what, how it is to be shown, and the fields by which a text may.
+std::vector<std::string> PartsOf(const LoadedItem& item) {
+  mail::LogNull log;
+  const auto mail = mail::buildEmail(item.bytes, /*bUtf8=*/true, log, mail::BuildFor::kReader);
+  std::vector<std::string> parts;
+  for (const mail::ShownNode& node : mail::layOut(*mail, log)) {
+    const mail::Email2& part = *node.objPlaced.pNode;
+    const std::string_view above = node.objPlaced.pParent->type().view();
+    parts.push_back(fmt::format("{} {} {}: {}{}", above.substr(above.find('/') + 1),
+                                part.disposition().view(), mail::fileNameOf(part),
+                                part.header().valueOf("content-id"),
+                                part.header().valueOf("content-location")));
+  }
+  return parts;
+}
+
+// What a name does not tell stays a file; so does all that a text which is no page says.
+TEST(Eudora, PicturesStandWithThePageThatShowsThem) {
+  const std::string from = "From ???@??? Tue Mar 05 10:00:00 2019\r\nSubject: x\r\n";
+  const std::string page =
+      "<x-html><body BACKGROUND=Paper.JPG><img\r\n src='CID:Logo.gif@01C5A2B3' "
+      "alt=\"photo.png\">\r\n"
+      "<img alt=\"photo.png\" src=\"cid:a%401\"><img src=\"file:///C|/Embedded/my%20map.gif\">"
+      "<img src=\"http://x.example/web.gif\"><img src=\"//x.example/web.gif\">"
+      "<img src=\"cid:two.gif@1\"><img src=\"cid:two.gif@2\"><img src=\"cid:list.doc\">"
+      "<img src=\"cid:%0D%0AX:%20odd.gif\" alt=odd.gif><img src=\"C:\\Embedded\\odd.gif\"><img "
+      "src=\"cid:</x-html>\r\n";
+  std::string lines = "Attachment Converted: \"C:\\Attach\\list.doc\"\r\n";
+  const TemporaryFolder folder;
+  for (const char* const name : {"logo.gif", "paper.jpg", "photo.png", "My Map.gif", "web.gif",
+                                 "two.gif", "odd.gif", "list.doc"}) {
+    lines += fmt::format("Embedded Content: {}: 00000001,1a2b3c4d,00000000,00000000\r\n", name);
+    folder.Write(std::string("Embedded/") + name, name);
+  }
+  folder.Write("In.mbx", from + "Content-Type: multipart/related; boundary=b\r\n\r\n" + page +
+                             lines + from + "Content-Type: text/plain\r\n\r\n" + page + lines);
+  const Plan plan = MakePlan({folder.File("In.mbx")});
+  ASSERT_EQ(plan.entries.size(), 2u);
+  EXPECT_THAT(PartsOf(Sent(plan.entries[0])),
+              ElementsAre("related  : ", "related inline logo.gif: <Logo.gif@01C5A2B3>",
+                          "related inline paper.jpg: Paper.JPG", "related inline photo.png: <a@1>",
+                          "related inline My Map.gif: file:///C|/Embedded/my%20map.gif",
+                          "mixed attachment list.doc: ", "mixed attachment web.gif: ",
+                          "mixed attachment two.gif: ", "mixed attachment odd.gif: "));
+  EXPECT_THAT(PartsOf(Sent(plan.entries[1])),
+              ElementsAre("mixed  : ", "mixed attachment list.doc: ", "mixed attachment logo.gif: ",
+                          "mixed attachment paper.jpg: ", "mixed attachment photo.png: ",
+                          "mixed attachment My Map.gif: ", "mixed attachment web.gif: ",
+                          "mixed attachment two.gif: ", "mixed attachment odd.gif: "));
 }
 
 TEST(MhSequences, RangesMayOverlapAndBeAnything) {
