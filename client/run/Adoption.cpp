@@ -24,8 +24,10 @@ Adoption::Folder& Adoption::FolderOf(const std::string& folder) {
   const std::string& identity = m_identities.at(folder);
   if (const auto known = m_folders.find(identity); known != m_folders.end()) return known->second;
   const NumberRanges& entries = m_entries[identity];
-  const bool hasVersions = std::ranges::any_of(
-      entries.All(), [&](std::size_t number) { return m_plan.entries[number].item.IsOther(); });
+  bool hasVersions = false;
+  for (const std::size_t number : entries) {
+    hasVersions = hasVersions || m_plan.entries[number].item.IsOther();
+  }
   Folder read;
   read.own = KeysOf(entries);
   read.index = ReadTargetFolder(m_look, folder, read.own, [&](const ews::FoundItem& found) {
@@ -63,7 +65,7 @@ void Adoption::GroupEntries() {
 
 OwnKeys Adoption::KeysOf(const NumberRanges& entries) const {
   OwnKeys keys;
-  for (const std::size_t number : entries.All()) {
+  for (const std::size_t number : entries) {
     if (StopRequested()) throw RunError("asked to stop");
     try {
       const Plan::Entry entry = m_plan.entries[number];

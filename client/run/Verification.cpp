@@ -192,7 +192,7 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
   for (const auto& [identity, sharing] : places) {
     Records all;
     for (FolderCheck* check : sharing) {
-      for (const std::size_t number : numbers[check].All()) {
+      for (const std::size_t number : numbers[check]) {
         const Plan::Entry entry = plan.entries[number];
         Step(entry);
         ++check->items;

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
-#include <ranges>
 #include <string_view>
 
 #include "base/AsciiText.h"
 #include "client/sources/CourierKeywords.h"
 #include "client/sources/DovecotKeywords.h"
+#include "client/sources/FirstNumber.h"
 #include "client/sources/MaildirName.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/MovedMail.h"
@@ -145,13 +145,13 @@ class ListedInCur {
 
   // True for the first that asks for one that is there.
   bool Take(const std::string& place) {
-    const auto numbers = std::views::iota(std::size_t{0}, m_size);
     const auto locationOf = [&](std::size_t number) { return m_items[m_first + number].location; };
-    const auto found = std::ranges::lower_bound(numbers, place, {}, locationOf);
-    if (found == numbers.end() || locationOf(*found) != place) return false;
+    const std::size_t found =
+        FirstNumber(0, m_size, [&](std::size_t number) { return locationOf(number) >= place; });
+    if (found == m_size || locationOf(found) != place) return false;
     m_taken.resize(m_size);
-    const bool isFirst = !m_taken[*found];
-    m_taken[*found] = true;
+    const bool isFirst = !m_taken[found];
+    m_taken[found] = true;
     return isFirst;
   }
 

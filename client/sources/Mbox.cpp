@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <ranges>
 #include <utility>
 
 #include "base/AsciiText.h"
 #include "charset/ByteOrderMarks.h"
+#include "client/sources/FirstNumber.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -265,14 +265,14 @@ std::size_t MboxSplitter::EndByLength(std::size_t mail, Place end) const {
   const auto leads = [&](std::uint64_t Place::*count, std::uint64_t longestEnd) -> std::size_t {
     const std::uint64_t target = (*from.body).*count + *from.length;
     if (target <= end.*count && end.*count - target <= longestEnd) return m_candidates.size();
-    const auto later = std::views::iota(mail + 1, m_candidates.size());
-    const auto found = std::ranges::lower_bound(
-        later, target, {}, [&](std::size_t each) { return m_candidates[each].line.*count; });
-    if (found == later.end()) return 0;
-    const Candidate next = m_candidates[*found];
+    const std::size_t found = FirstNumber(mail + 1, m_candidates.size(), [&](std::size_t each) {
+      return m_candidates[each].line.*count >= target;
+    });
+    if (found == m_candidates.size()) return 0;
+    const Candidate next = m_candidates[found];
     const std::uint64_t over = next.line.*count - target;
     const bool fits = over == 0 || (over <= longestEnd && next.afterBlank);
-    return fits ? *found : 0;
+    return fits ? found : 0;
   };
   if (const std::size_t found = leads(&Place::bytes, 2)) return found;
   return end.bytes == end.withoutCr ? 0 : leads(&Place::withoutCr, 1);
