@@ -149,7 +149,7 @@ void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) cons
 void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
                               Listing& listing) const {
   SourceItem item{path, TargetOf(m_folder.levels), true, 0, entry.size};
-  if (const auto place = EmlxPlaceOf(HeadOfFile(path, kHead))) {
+  if (const auto place = EmlxPlaceIn(path)) {
     if (place->offset + place->length > entry.size) {
       listing.problems.push_back(
           {path,
@@ -201,7 +201,7 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
 std::string ReadTreeMail(const SourceItem& item, MboxKind mbox, MovedMail& moved) {
   if (!item.file.empty()) return ReadMboxItem(item, mbox);
   if (!IsEmlxName(item.location)) return moved.Read(item.location);
-  const auto place = EmlxPlaceOf(HeadOfFile(item.location, kHead));
+  const auto place = EmlxPlaceIn(item.location);
   if (!place) throw SourceError("does not begin with the number of its bytes");
   std::string mail = ReadFileRange(item.location, place->offset, place->length);
   RequireMail(mail);
