@@ -5,6 +5,7 @@
 #include "base/LogNull.h"
 #include "client/run/DescriptorText.h"
 #include "client/run/Utf16Mail.h"
+#include "client/sources/ContentHash.h"
 #include "client/sources/Mbox.h"
 #include "client/sources/Names.h"
 #include "client/sources/PreparedItem.h"
@@ -21,14 +22,34 @@ std::string LabelledLine(const std::string& label, const std::string& value) {
   return label + clean + "\r\n";
 }
 
+// Some programs write their notes with CR LF into mails that have LF.
+bool HasCrLf(std::string_view mail) {
+  bool has = false;
+  EachPieceOfContent(mail, [&](std::string_view piece) {
+    has = has || piece.find("\r\n") != std::string_view::npos;
+  });
+  return has;
+}
+
+// The line of an mbox, and those that old relays left of theirs, which came out of an mbox unquoted
+// or not. They are no fields: readers that go by the grammar take the first for the end of the
+// header, and the mail for one without sender and subject.
+std::string_view WithoutLinesInFront(std::string_view mail) {
+  while (mail.starts_with(kFrom) || mail.starts_with(kQuotedFrom)) {
+    mail = WithoutFromLine(mail.substr(mail.starts_with('>') ? 1 : 0));
+  }
+  return mail;
+}
+
 std::string WithCrLf(std::string bytes) {
-  bytes.erase(0, bytes.size() - WithoutFromLine(bytes).size());
-  if (bytes.find("\r\n") != std::string::npos) return bytes;
+  bytes.erase(0, bytes.size() - WithoutLinesInFront(bytes).size());
+  if (HasCrLf(bytes)) return bytes;
   std::string converted;
   converted.reserve(bytes.size() + bytes.size() / 32);
   size_t from = 0;
   for (size_t at = bytes.find('\n'); at != std::string::npos; at = bytes.find('\n', from)) {
-    converted.append(bytes, from, at - from).append("\r\n");
+    const bool isWhole = at > from && bytes[at - 1] == '\r';  // in a note
+    converted.append(bytes, from, at - from).append(isWhole ? "\n" : "\r\n");
     from = at + 1;
   }
   return converted.append(bytes, from);

@@ -25,8 +25,9 @@ struct MailDescription {
 // the LF.
 std::string DescriptorText(const MailDescription& mail);
 
-// The mail as it is sent: without a "From " line in front, and with CR LF at the end of its lines
-// where it has none at all. Other bytes stay.
+// The mail as it is sent: without "From " and ">From " lines in front, and with CR LF at the end of
+// its lines where it has none at all, those aside in which its store notes what became of it. Other
+// bytes stay.
 std::string MimeBytes(std::string bytes);
 
 // Writes the files of one mail into the work folder, the descriptor last. The folder must have been

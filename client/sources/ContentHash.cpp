@@ -44,9 +44,9 @@ std::size_t LineEnd(std::string_view text, std::size_t from) {
 
 }  // namespace
 
-std::string ContentHash(std::string_view mail) {
-  platform::Sha256 hash;
-  std::size_t kept = 0;  // what stays and is not hashed yet begins here
+void EachPieceOfContent(std::string_view mail,
+                        const std::function<void(std::string_view piece)>& take) {
+  std::size_t kept = 0;  // what stays and is not handed over yet begins here
   for (std::size_t at = 0; at < mail.size();) {
     std::size_t next = LineEnd(mail, at);
     const std::string_view line = mail.substr(at, next - at);
@@ -55,12 +55,17 @@ std::string ContentHash(std::string_view mail) {
       next = LineEnd(mail, next);
     }
     if (IsOfStore(line)) {
-      hash.Update(mail.substr(kept, at - kept));
+      take(mail.substr(kept, at - kept));
       kept = next;
     }
     at = next;
   }
-  hash.Update(mail.substr(kept));
+  take(mail.substr(kept));
+}
+
+std::string ContentHash(std::string_view mail) {
+  platform::Sha256 hash;
+  EachPieceOfContent(mail, [&](std::string_view piece) { hash.Update(piece); });
   return hash.Hex();
 }
 

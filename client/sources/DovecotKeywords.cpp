@@ -12,7 +12,11 @@ DovecotKeywords::DovecotKeywords(std::string_view text) {
     const std::string_view line = mail::trimmed(TakeUpTo(text, '\n'));
     std::size_t number = m_keywords.size();
     const auto [rest, error] = std::from_chars(line.data(), line.data() + line.size(), number);
-    if (error != std::errc() || number >= m_keywords.size()) continue;
+    if (error != std::errc()) continue;
+    if (number >= m_keywords.size()) {
+      ++m_withoutLetter;
+      continue;
+    }
     m_keywords[number] = mail::trimmed(line.substr(static_cast<std::size_t>(rest - line.data())));
   }
 }

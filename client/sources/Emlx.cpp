@@ -1,8 +1,9 @@
 #include "client/sources/Emlx.h"
 
+#include <algorithm>
 #include <charconv>
 
-#include "client/sources/SourceFiles.h"
+#include "base/AsciiText.h"
 
 namespace client {
 namespace {
@@ -25,6 +26,32 @@ std::optional<std::int64_t> IntegerOf(std::string_view list, std::string_view ke
   return number;
 }
 
+// As the property list behind a mail begins; some writers put an empty line in front.
+constexpr std::string_view kXml = "<?xml";
+constexpr std::string_view kList = "<plist";
+
+bool BeginsWithList(std::string_view bytes) {
+  bytes = mail::trimmed(bytes);
+  return bytes.starts_with(kXml) || bytes.starts_with(kList);
+}
+
+// The last line in text that begins so.
+std::size_t LastLineWith(std::string_view text, std::string_view begin) {
+  const std::size_t found = text.rfind("\n" + std::string(begin));
+  return found == std::string_view::npos ? found : found + 1;
+}
+
+// Of the property list that ends a file. Mail may hold one of its own, with other keys.
+std::optional<std::size_t> PlaceOfList(std::string_view file) {
+  constexpr std::size_t kMostInFront = 512;  // bytes of the lines in front of its element
+  if (!mail::trimmed(file).ends_with("</plist>")) return std::nullopt;
+  const std::size_t list = LastLineWith(file, kList);
+  if (list == std::string_view::npos) return std::nullopt;
+  if (file.find("<key>flags</key>", list) == std::string_view::npos) return std::nullopt;
+  const std::size_t xml = LastLineWith(file.substr(0, list), kXml);
+  return xml != std::string_view::npos && list - xml <= kMostInFront ? xml : list;
+}
+
 }  // namespace
 
 std::optional<EmlxPlace> EmlxPlaceOf(std::string_view head) {
@@ -37,6 +64,28 @@ std::optional<EmlxPlace> EmlxPlaceOf(std::string_view head) {
   if (line == std::string_view::npos || head[line] != '\n') return std::nullopt;
   place.offset = line + 1;
   return place;
+}
+
+EmlxPlace WithTrueLength(EmlxPlace place, std::string_view file) {
+  file.remove_prefix(std::min<std::uint64_t>(place.offset, file.size()));
+  const bool isCut = place.length > file.size();
+  const std::string_view behind = isCut ? std::string_view() : file.substr(place.length);
+  if (BeginsWithList(behind)) return place;
+  if (const auto list = PlaceOfList(file)) {
+    place.length = *list;
+  } else if (!mail::trimmed(behind).empty()) {
+    place.length = file.size();
+  }
+  return place;
+}
+
+std::optional<EmlxPlace> EmlxPlaceIn(const OpenedFile& file) {
+  constexpr std::uint64_t kHead = 4096;  // bytes, of the file and of the list
+  const auto place = EmlxPlaceOf(ReadRange(file, 0, kHead));
+  if (!place || BeginsWithList(ReadRange(file, place->offset + place->length, kHead))) {
+    return place;
+  }
+  return WithTrueLength(*place, ReadRange(file, 0, file.size));
 }
 
 EmlxState ReadEmlxState(std::string_view list) {

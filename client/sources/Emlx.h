@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "client/sources/MailState.h"
+#include "client/sources/SourceFiles.h"
 
 namespace client {
 
@@ -13,10 +14,16 @@ namespace client {
 // mail; a property list with its state.
 struct EmlxPlace {
   std::uint64_t offset = 0;  // bytes
-  std::uint64_t length = 0;  // as the file says; it may be cut
+  std::uint64_t length = 0;  // bytes; it may be cut
 };
-// From the first bytes of a file; nothing where they are no such number.
+// By the number in the first bytes of a file; nothing where they are no such number.
 std::optional<EmlxPlace> EmlxPlaceOf(std::string_view head);
+// Where the number leads to no property list it is wrong, as after a copy that made other line
+// ends: the mail goes up to the list that ends the file, or to the end of the file where there is
+// none. file is all of it.
+EmlxPlace WithTrueLength(EmlxPlace place, std::string_view file);
+// Of a file, of which no more is read than it takes. Throws ReadError.
+std::optional<EmlxPlace> EmlxPlaceIn(const OpenedFile& file);
 
 struct EmlxState {
   MailState state;

@@ -6,7 +6,10 @@
 #include <unordered_map>
 
 #include "base/AsciiText.h"
+#include "client/sources/FromLine.h"
+#include "client/sources/Mbox.h"
 #include "client/sources/Names.h"
+#include "client/sources/Pieces.h"
 #include "client/sources/SpecialFolders.h"
 
 namespace client {
@@ -164,16 +167,39 @@ void TakeLabel(std::string_view label, StateFields& fields, std::size_t& place) 
   }
 }
 
+// Quotes count around a whole label.
+std::string_view TakeLabelText(std::string_view& labels) {
+  labels = mail::trimmed(labels);
+  const std::size_t quote = labels.starts_with('"') ? labels.find('"', 1) : std::string_view::npos;
+  if (quote != std::string_view::npos) {
+    const std::string_view behind = mail::trimmed(labels.substr(quote + 1));
+    if (behind.empty() || behind.starts_with(',')) {
+      const std::string_view label = labels.substr(1, quote - 1);
+      labels = behind.substr(std::min<std::size_t>(1, behind.size()));
+      return mail::trimmed(label);
+    }
+  }
+  return mail::trimmed(TakeUpTo(labels, ','));
+}
+
 }  // namespace
+
+bool IsGmailExport(std::string_view firstMail) {
+  constexpr std::array<std::string_view, 2> kFields{"X-GM-THRID:", "X-Gmail-Labels:"};
+  if (!firstMail.starts_with(kFrom)) return false;
+  const FromLine from = ParseFromLine(firstMail.substr(0, firstMail.find('\n')));
+  if (from.zone == FromLine::Zone::kBeforeYear && from.sender.ends_with("@xxx")) return true;
+  const std::string_view header = WithoutFromLine(firstMail);
+  return std::ranges::any_of(
+      kFields, [&](std::string_view field) { return mail::beginsWithNoCase(header, field); });
+}
 
 std::string TakeGmailLabels(std::string_view labels, StateFields& fields) {
   constexpr std::size_t kMostLabels = 256;
   fields.read = true;
   std::size_t place = kRank.size();
   for (std::size_t count = 0; !labels.empty() && count < kMostLabels; ++count) {
-    const std::size_t end = std::min(labels.find(','), labels.size());
-    TakeLabel(mail::trimmed(labels.substr(0, end)), fields, place);
-    labels.remove_prefix(std::min(end + 1, labels.size()));
+    TakeLabel(TakeLabelText(labels), fields, place);
   }
   const SpecialFolder folder = place < kRank.size() ? kRank[place] : SpecialFolder::kArchive;
   if (folder == SpecialFolder::kDrafts) fields.state.draft = true;

@@ -8,6 +8,9 @@
 
 namespace client {
 
+// Seconds since 1970 UTC, 1980-01-01: before it no mail arrived that anyone kept.
+inline constexpr std::int64_t kFirstTime = 315532800;
+
 // What a store knows of a mail beside its bytes and whether it was read.
 struct MailState {
   bool answered = false;

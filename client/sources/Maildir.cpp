@@ -7,6 +7,8 @@
 #include <iterator>
 #include <string_view>
 
+#include <fmt/format.h>
+
 #include "base/AsciiText.h"
 #include "client/sources/CourierKeywords.h"
 #include "client/sources/DovecotKeywords.h"
@@ -44,23 +46,28 @@ bool HasMail(const std::string& part) {
   });
 }
 
-DovecotKeywords KeywordsOf(const std::string& folder) {
-  constexpr std::uint64_t kMost = 65536;  // bytes; the file of a sound folder has 26 short lines
-  try {
-    return DovecotKeywords(ReadFileRange(folder + "/dovecot-keywords", 0, kMost));
-  } catch (const SourceError&) {
-    return DovecotKeywords({});
+DovecotKeywords KeywordsOf(const std::string& folder, Listing& listing) {
+  constexpr std::uint64_t kMost = 65536;  // bytes; that of a sound folder has few and short lines
+  const std::string path = folder + "/dovecot-keywords";
+  DovecotKeywords keywords(HeadOfFile(path, kMost));
+  if (const std::size_t count = keywords.WithoutLetter(); count > 0) {
+    listing.problems.push_back(
+        {path, fmt::format("{} of its keywords stay behind: a server gives letters to 26 and notes "
+                           "of the others in its index alone which mails have them",
+                           count)});
   }
+  return keywords;
 }
 
 // A program that delivers puts the time into the name; one that takes in old mail sets the time of
 // the file back as well, and one that copies mailboxes may do so, too. Either may be that of a
-// copy, which is never the earlier one.
+// copy, which is never the earlier one. An archive without times leaves a file one that cannot be.
 std::optional<std::int64_t> ReceivedAt(const FolderEntry& entry, const MaildirName& name) {
   constexpr std::int64_t kSlack = 86400;  // seconds that a copy may take
   if (!name.time) return std::nullopt;
-  if (name.isCopy && entry.modified > *name.time - kSlack) return std::nullopt;
-  return std::min(entry.modified, *name.time);
+  const bool isFilesOwn = entry.modified >= kFirstTime;
+  if (name.isCopy && (!isFilesOwn || entry.modified > *name.time - kSlack)) return std::nullopt;
+  return isFilesOwn ? std::min(entry.modified, *name.time) : *name.time;
 }
 
 // Of one Maildir.
@@ -203,7 +210,7 @@ std::string MaildirLevels(std::string_view name) {
 void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
   OneMaildir maildir{folder,
                      IsFolder(folder.path + "/new"),
-                     {KeywordsOf(folder.path), CourierKeywords(folder.path)}};
+                     {KeywordsOf(folder.path, listing), CourierKeywords(folder.path)}};
   listing.folders.push_back(TargetOf(folder.levels));
   // Those of cur/ come first; but what moves there meanwhile must not be missed.
   Listing newOnes;

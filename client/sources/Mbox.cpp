@@ -17,6 +17,8 @@ using mail::byte_order::kUtf8Mark;
 
 constexpr std::string_view kContentLength = "Content-Length:";
 constexpr std::string_view kMozillaStatus = "X-Mozilla-Status";
+constexpr std::string_view kEudora =
+    "???@???";  // its sender of all mail, in which it quotes nothing
 constexpr std::size_t kMostOfLine = kFrom.size() + kLongestFromLine + 2;
 
 // The line at the beginning, with its end.
@@ -117,10 +119,13 @@ bool IsQuoted(std::string_view line, bool manyQuotes) {
 }
 
 MboxKind KindOf(std::string_view bytes, const Parts& parts) {
+  // A right length counts the quotes, if there are any: it fits mboxcl as well. Those programs that
+  // are known to write lengths quote nothing.
   if (IsRightLength(parts)) return MboxKind::kMboxcl2;
-  const bool isOld =
-      bytes.starts_with(kFrom) && IsOfMboxoWriter(ParseFromLine(FirstLine(bytes)), parts.header);
-  return isOld ? MboxKind::kMboxo : MboxKind::kMboxrd;
+  if (!bytes.starts_with(kFrom)) return MboxKind::kMboxrd;
+  const FromLine from = ParseFromLine(FirstLine(bytes));
+  if (from.sender == kEudora) return MboxKind::kMboxcl2;
+  return IsOfMboxoWriter(from, parts.header) ? MboxKind::kMboxo : MboxKind::kMboxrd;
 }
 
 }  // namespace
@@ -190,8 +195,7 @@ void MboxSplitter::CountFieldOfSuspect(const Line& line) {
     m_fieldsOfSuspect.reset();
   } else if (++*m_fieldsOfSuspect == kLeastFields) {
     m_fieldsOfSuspect.reset();
-    // Behind a line that began no mail it is in the mail before, which is put away.
-    m_candidate ? void(++m_candidate->suspects) : void(++m_suspects);
+    ++m_candidate->suspects;
   }
 }
 
@@ -213,11 +217,11 @@ void MboxSplitter::TakeHeaderLine(const Line& line, Place behind) {
   }
 }
 
-// A line of text that names a person and a day begins no mail.
+// A line of text that names a person and a day may begin none.
 void MboxSplitter::EndHeader() {
   constexpr int kLeastFields = 2;
   const bool isHeader = std::exchange(m_inHeader, false) && m_hasField;
-  if (isHeader && m_candidate->isDoubtful && m_fields < kLeastFields) m_candidate.reset();
+  if (isHeader) m_candidate->isText = m_candidate->isDoubtful && m_fields < kLeastFields;
 }
 
 void MboxSplitter::EndCandidate() {
@@ -278,6 +282,17 @@ std::size_t MboxSplitter::EndByLength(std::size_t mail, Place end) const {
   return end.bytes == end.withoutCr ? 0 : leads(&Place::withoutCr, 1);
 }
 
+// The next candidate that is no text.
+std::size_t MboxSplitter::EndByLines(std::size_t mail) {
+  m_suspects += m_candidates[mail].suspects;
+  for (std::size_t next = mail + 1; next < m_candidates.size(); ++next) {
+    const Candidate candidate = m_candidates[next];
+    if (!candidate.isText) return next;
+    m_suspects += candidate.suspects + 1;
+  }
+  return m_candidates.size();
+}
+
 MboxSplitter::Mails MboxSplitter::Finish() {
   if (m_partSize > 0) TakeLine({m_part, m_partSize == m_part.size(), false, m_partSize});
   if (m_from) Decide(nullptr);
@@ -285,9 +300,8 @@ MboxSplitter::Mails MboxSplitter::Finish() {
   Mails mails;
   for (std::size_t i = 0; i < m_candidates.size();) {
     const std::size_t byLength = EndByLength(i, m_at);
-    const std::size_t next = byLength > i ? byLength : i + 1;
+    const std::size_t next = byLength > i ? byLength : EndByLines(i);
     const Candidate candidate = m_candidates[i];
-    if (byLength <= i) m_suspects += candidate.suspects;
     const std::uint64_t begin = candidate.line.bytes;
     const std::uint64_t end =
         next < m_candidates.size() ? m_candidates[next].line.bytes : m_at.bytes;

@@ -17,7 +17,7 @@ enum class MboxKind {
   kMboxo,    // ">" before "From " alone, so that ">From " of the text cannot be told from it
   kMboxrd,   // one ">" before "From ", ">From ", ">>From " …
   kMboxcl,   // as mboxo, and Content-Length says how long a body is
-  kMboxcl2,  // nothing: Content-Length alone says where a mail ends
+  kMboxcl2,  // nothing: Content-Length alone says where a mail ends, if anything does
 };
 // "mboxo", "mboxrd", "mboxcl", "mboxcl2" or "auto".
 std::optional<MboxKind> MboxKindNamed(std::string_view name);
@@ -33,8 +33,9 @@ std::optional<MboxKind> MboxKindNamed(std::string_view name);
 //   one with something else behind an empty line and before a field, where the file begins so, or
 //   where the kind quotes such lines in a text.
 //
-// But a Content-Length that leads exactly to such a line, or to the end of the file, is believed:
-// what lies before is text. In a file whose line ends became CR LF later it does not count the CRs.
+// But a Content-Length that leads exactly to such a line, one with a date before text among them,
+// or to the end of the file, is believed: what lies before is text. In a file whose line ends
+// became CR LF later it does not count the CRs.
 //
 // The bytes come in pieces of any size, of which nothing is kept. Linear in time but for a
 // logarithm of the number of mails; some 90 bytes for each line above are kept, most of them not in
@@ -51,8 +52,9 @@ class MboxSplitter {
   void Feed(std::string_view bytes);
   // After the last piece: the mails in the order of the file, each ending where the next begins.
   Mails Finish();
-  // After that: lines in the mails, undated, behind an empty line and before two fields, by which
-  // a mail may begin or another mail is quoted. Where a length is believed they are text.
+  // After that: lines in the mails by which a mail may begin or another mail is quoted: behind an
+  // empty line, without a date and before two fields, or with a date and before text. Where a
+  // length is believed they are text.
   std::uint64_t Suspects() const { return m_suspects; }
 
  private:
@@ -67,6 +69,7 @@ class MboxSplitter {
     std::optional<std::uint64_t> length;  // what Content-Length says
     bool afterBlank = false;
     bool isDoubtful = false;     // text stands where its first field should
+    bool isText = false;         // but for a length that leads to it
     std::uint32_t suspects = 0;  // behind it, up to the next
   };
   struct Line {
@@ -84,6 +87,7 @@ class MboxSplitter {
   void EndHeader();
   void EndCandidate();
   std::size_t EndByLength(std::size_t mail, Place end) const;
+  std::size_t EndByLines(std::size_t mail);
 
   MboxKind m_kind;
   SpilledVector<Candidate> m_candidates;
@@ -109,7 +113,8 @@ std::string_view WithoutFromLine(std::string_view mail);
 
 // A mail as it was before it was put into an mbox file: the "From " line in front, the quoting of
 // its kind and the empty line that parts it from the next are taken away. By itself a mail is of
-// the kind that its "From " line is known for, or mboxcl2 where its Content-Length is right.
+// the kind that its "From " line is known for, or mboxcl2 where its Content-Length is right: that
+// it is mboxcl no file shows.
 std::string UnquoteMbox(std::string_view bytes, MboxKind kind = MboxKind::kAuto);
 
 }  // namespace client

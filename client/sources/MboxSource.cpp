@@ -32,16 +32,9 @@ std::string HeaderOf(const OpenedFile& mbox, const MboxSplitter::Mail& mail) {
   }
 }
 
-// folder gets the one that the mail's labels name, where it has some.
-StateFields FieldsOf(const OpenedFile& mbox, const MboxSplitter::Mail& mail, std::string& folder) {
-  const std::string bytes = HeaderOf(mbox, mail);
-  const std::string_view header = WithoutFromLine(bytes);
-  StateFields fields = ReadStateFields(header);
-  fields.state.received = TimeOf(ParseFromLine(bytes.substr(0, bytes.find('\n'))));
-  if (header.find("\nX-Gmail-Labels:") == std::string_view::npos &&
-      !header.starts_with("X-Gmail-Labels:")) {
-    return fields;
-  }
+// The state and the folder of a mail of an export: no field of a mail but the labels tells them.
+StateFields ExportedFields(std::string_view header, std::string& folder) {
+  StateFields fields;
   folder = TakeGmailLabels(::mail::MailHeader(header).text("X-Gmail-Labels"), fields);
   return fields;
 }
@@ -61,9 +54,10 @@ MboxSplitter::Mails MailsOf(const std::string& path, MboxKind kind,
   if (splitter.Suspects() > 0) {
     problems.push_back(
         {path,
-         fmt::format("{} of its lines begin with \"From \", have no date and stand before header "
-                     "fields: if mails begin there, --mbox mboxrd divides them",
-                     splitter.Suspects()),
+         fmt::format(
+             "{} of its lines begin with \"From \", and either have no date or stand before "
+             "no header fields: if mails begin there, --mbox mboxrd divides them",
+             splitter.Suspects()),
          /*isUnread=*/true});
   }
   return mails;
@@ -109,17 +103,20 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   const std::size_t first = listing.items.size();
   std::vector<bool> told;  // whether it was read
   bool hasNotes = false;   // in the mails themselves
-  bool hasLabels = false;
+  bool isExport = false;
   const EudoraToc toc = TocBeside(path);
   const auto mails = MailsOf(path, kind, listing.problems);
   const OpenedFile mbox = OpenSourceFile(path, Links::kFollow);
   for (const MboxSplitter::Mail& mail : mails) {
     std::string place = folder;
-    StateFields fields = FieldsOf(mbox, mail, place);
+    const std::string header = HeaderOf(mbox, mail);
+    if (told.empty()) isExport = IsGmailExport(header);
+    StateFields fields = isExport ? ExportedFields(WithoutFromLine(header), place)
+                                  : ReadStateFields(WithoutFromLine(header));
+    fields.state.received = TimeOf(ParseFromLine(header.substr(0, header.find('\n'))));
     // A list that no longer fits its file makes no mail new.
     hasNotes = hasNotes || fields.read.has_value();
     toc.AddState(mail.offset, fields);
-    hasLabels = hasLabels || place != folder;
     told.push_back(fields.read.has_value());
     // The name holds the place, so that two mails of one file are two items of the journal.
     SourceItem item{path + ":" + std::to_string(mail.offset), std::move(place),
@@ -129,7 +126,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
     item.isStoreData = fields.isStoreData && told.size() == 1;
     listing.items.Add(item);
   }
-  if (!hasLabels) listing.folders.push_back(folder);
+  if (!isExport) listing.folders.push_back(folder);
   // Where a program notes what was read, what it did not note is new.
   if (!hasNotes) return;
   for (std::size_t i = 0; i < told.size(); ++i) {

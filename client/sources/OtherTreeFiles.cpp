@@ -173,21 +173,22 @@ void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) cons
 void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
                               Listing& listing) const {
   SourceItem item{path, TargetOf(m_folder.levels), true, 0, entry.size};
-  if (const auto place = EmlxPlaceOf(HeadOfFile(path, kHead))) {
-    if (place->offset + place->length > entry.size) {
-      listing.problems.push_back(
-          {path,
-           fmt::format("the mail is cut: {} of its {} bytes are there",
-                       entry.size - std::min(entry.size, place->offset), place->length),
-           /*isUnread=*/true});
-    }
-    try {
+  try {
+    const OpenedFile file = OpenSourceFile(path, Links::kFollow);
+    if (const auto place = EmlxPlaceIn(file)) {
+      if (place->offset + place->length > file.size) {
+        listing.problems.push_back(
+            {path,
+             fmt::format("the mail is cut: {} of its {} bytes are there",
+                         file.size - std::min(file.size, place->offset), place->length),
+             /*isUnread=*/true});
+      }
       const EmlxState found =
-          ReadEmlxState(ReadFileRange(path, place->offset + place->length, 16 * kHead));
+          ReadEmlxState(ReadRange(file, place->offset + place->length, 16 * kHead));
       item.read = found.read;
       item.state = found.state;
-    } catch (const SourceError&) {  // told when its turn comes
     }
+  } catch (const SourceError&) {  // told when its turn comes
   }
   listing.items.Add(item);
 }
@@ -226,7 +227,7 @@ std::string ReadTreeMail(const SourceItem& item, MboxKind mbox, MovedMail& moved
   if (!item.file.empty()) return ReadMboxItem(item, mbox);
   if (!IsEmlxName(item.location)) return moved.Read(item.location);
   const OpenedFile file = OpenSourceFile(item.location, Links::kFollow);
-  const auto place = EmlxPlaceOf(ReadRange(file, 0, kHead));
+  const auto place = EmlxPlaceIn(file);
   if (!place) throw SourceError("does not begin with the number of its bytes");
   std::string mail = ReadRange(file, place->offset, place->length);
   RequireMail(mail);

@@ -1,5 +1,6 @@
 #include "client/sources/StateFields.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <string>
@@ -30,11 +31,25 @@ template <auto kMember>
 void Keep(std::string value, Fields& fields) {
   fields.*kMember = std::move(value);
 }
+// Senders have fields of these names, too: "Status: RESOLVED". A program's value is nothing but its
+// letters, each once.
+bool IsOf(std::string_view letters, std::string_view value) {
+  return value.size() <= letters.size() && std::ranges::all_of(value, [&](char letter) {
+           return letters.find(letter) != std::string_view::npos &&
+                  std::ranges::count(value, letter) == 1;
+         });
+}
+void KeepStatus(std::string value, Fields& fields) {
+  if (IsOf("RODUN", value)) fields.status = std::move(value);
+}
+void KeepXStatus(std::string value, Fields& fields) {
+  if (IsOf("AFDT", value)) fields.xStatus = std::move(value);
+}
 void KeepBase(std::string /*value*/, Fields& fields) { fields.hasImapBase = true; }
 
 constexpr std::array<FieldRow, 10> kRows{{
-    {"Status", &Keep<&Fields::status>},
-    {"X-Status", &Keep<&Fields::xStatus>},
+    {"Status", &KeepStatus},
+    {"X-Status", &KeepXStatus},
     {"X-Mozilla-Status", &Keep<&Fields::mozilla>},
     {"X-Mozilla-Status2", &Keep<&Fields::mozilla2>},
     {"X-Mozilla-Keys", &Keep<&Fields::mozillaKeys>},

@@ -9,13 +9,14 @@ namespace client {
 
 // What programs that keep mail in mbox files note in its header:
 //
-//   Status: RO                  read, and seen before; D deleted
+//   Status: RO                  read, and seen before; D deleted; U, N unread
 //   X-Status: AF                answered, flagged; D deleted, T draft
 //   X-Keywords: Urgent Work     padded with blanks; commas may part them
 //   X-Mozilla-Status: 0003      hexadecimal flags; -Status2 and -Keys beside it
 //   X-Evolution: 00000004-0010  a number and hexadecimal flags
 //
-// A later program of these is believed more than an earlier one whose fields stayed.
+// A later program of these is believed more than an earlier one whose fields stayed. What is no
+// value of such a program is its sender's word.
 struct StateFields {
   MailState state;
   std::optional<bool> read;  // nothing where no field tells

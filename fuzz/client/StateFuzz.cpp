@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
@@ -22,6 +23,16 @@ void Require(bool holds) {
 void CheckEmlx(std::string_view file) {
   const auto place = client::EmlxPlaceOf(file);
   Require(!place || (place->offset > 0 && place->offset <= file.size()));
+  if (place) {
+    const std::uint64_t length = client::WithTrueLength(*place, file).length;
+    const std::uint64_t left = file.size() - place->offset;
+    Require(length == place->length || length <= left);
+    // Whatever is no list and behind the mail is blank.
+    const std::string_view behind = file.substr(place->offset + std::min(length, left));
+    Require(behind.find_first_not_of(" \t\r\n\v\f") == std::string_view::npos ||
+            behind.find("<plist") != std::string_view::npos ||
+            behind.find("<?xml") != std::string_view::npos);
+  }
   const std::string_view list = place ? file.substr(place->offset) : file;
   const client::EmlxState state = client::ReadEmlxState(list);
   const bool hasFlags = list.find("<key>flags</key>") != std::string_view::npos;

@@ -5,6 +5,7 @@
 
 #include "charset/LibraryNarrow.h"
 #include "client/run/ItemProps.h"
+#include "client/sources/ContentHash.h"
 #include "tests/client/WideText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -70,7 +71,20 @@ TEST(ItemWriter, BareLineFeedsBecomeCrLfOnlyWhereThereIsNoCrLfAtAll) {
   EXPECT_EQ(MimeBytes("From me Mon\nA: b\n\nFrom x\n"), "A: b\r\n\r\nFrom x\r\n");
   EXPECT_EQ(MimeBytes("From me\r\n\r\nA: b\r\n\r\n"), "A: b\r\n\r\n");
   EXPECT_EQ(MimeBytes("From me\rA: b\r\rx"), "A: b\r\rx");
+  EXPECT_EQ(MimeBytes("From me Mon\n>From a Sun remote from b\n>From b\nA: b\n\n>From x"),
+            "A: b\r\n\r\n>From x");
   EXPECT_EQ(MimeBytes("From: me\r\n"), "From: me\r\n");
+}
+
+// As a Thunderbird puts them into mail that has LF: it is the same mail with them and without.
+TEST(ItemWriter, NotesOfItsStoreDoNotDecideTheLineEndsOfAMail) {
+  const std::string notes =
+      "X-Mozilla-Status: 0001\r\nX-Mozilla-Keys: a\r\n b\r\nX-Account-Key: x\n";
+  const std::string sent = MimeBytes("From - Mon\r\n" + notes + "A: b\n\nx\r\ry\n");
+  EXPECT_EQ(sent, notes.substr(0, notes.size() - 1) + "\r\nA: b\r\n\r\nx\r\ry\r\n");
+  EXPECT_EQ(ContentHash(sent), ContentHash(MimeBytes("A: b\n\nx\r\ry\n")));
+  const std::string mixed = notes + "A: b\n\nx\r\ny\n";
+  EXPECT_EQ(MimeBytes(mixed), mixed);
 }
 
 TEST(ItemWriter, AMailInUtf16IsSentAsUtf8ThatSaysSo) {

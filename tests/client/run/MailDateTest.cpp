@@ -124,6 +124,10 @@ TEST(ReceivedTime, IsTheFirstThatCanBe) {
       {received + "Received: by x; 1 Mar 2024 00:00:00 GMT\r\nDate: 1 Mar 2024 00:00:00 GMT\r\n", 5,
        kNow - 1},
       {"Received: from a by d\r\nDate: 4 Mar 2024 07:12:39 GMT\r\n", kNow - 5, kNow - 5},
+      {"Received: from a by d\r\nReceived: by c; soon\r\n" + received +
+           "Received: by x; 1 Mar 2024 "
+           "00:00:00 GMT\r\n",
+       kNow - 5, kNow - 1},
       {"Received: by d; 4 Mar 2034 07:12:40 GMT\r\n", 946684800, 946684800},
       {"Date: 4 Mar 2024 07:12:39 GMT\r\n", kNow + 1, kNow - 2},
       {"Date: 4 Mar 2024 07:12:39 GMT\r\n", std::nullopt, kNow - 2},

@@ -211,6 +211,11 @@ TEST(GmailLabels, TellFolderAndStateInSeveralLanguages) {
               {"受信トレイ,未読,スター付き", "Inbox\\", false, true, {}},
               {"Archived,Starred,Important", "Archive\\", true, true, {}},
               {"Inbox,Spam,a,a,", "Junk E-mail\\", true, false, {"a"}},
+              {"\"a, b\",Inbox , \"c\"d, e\", \"f\"",
+               "Inbox\\",
+               true,
+               false,
+               {"a, b", "\"c\"d", "e\"", "f"}},
               {"", "Archive\\", true, false, {}}};
   for (const auto& row : rows) {
     StateFields fields;

@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
@@ -143,7 +146,19 @@ TEST(Mbox, IsDividedAsTheProgramMeantItThatWroteIt) {
        kDated + "Subject: 1\n\na\n\n" + kOther + "we wrote:\nNote: x\n\nb\n\n" + kOther +
            "damage\nSubject: 2\nTo: x\n\nc\n\n" + kOther + "the end",
        {"Subject: 1\n\na\n\n" + kOther + "we wrote:\nNote: x\n\nb\n",
-        "damage\nSubject: 2\nTo: x\n\nc\n\n" + kOther + "the end"}},
+        "damage\nSubject: 2\nTo: x\n\nc\n\n" + kOther + "the end"},
+       MboxKind::kAuto,
+       2},
+      {"of a mail without a header",
+       kDated + "Subject: 1\n\na\n\n" + kOther + "\nbody\n\n" + kDated + "Subject: 3\n\nc\n",
+       {"Subject: 1\n\na\n\n" + kOther + "\nbody\n", "Subject: 3\n\nc\n"},
+       MboxKind::kAuto,
+       1},
+      {"which a length may lead to, or over",
+       kDated + "Content-Length: 2\n\na\n\n" + kOther + "\nbody\n\n" + kDated +
+           "Content-Length: 59\n\nc\n\n" + kOther + "\nsaid b\n\n" + kOther + "A: 4\n\nd\n",
+       {"Content-Length: 2\n\na\n", "body\n", "Content-Length: 59\n\nc\n\n" + kOther + "\nsaid b\n",
+        "A: 4\n\nd\n"}},
       {"such a line where the kind would have quoted it",
        kDated + "Subject: 1\n\na\n\n" + kOther + "b\n",
        {"Subject: 1\n\na\n", "b\n"},
@@ -184,6 +199,9 @@ TEST(Mbox, IsDividedAsTheProgramMeantItThatWroteIt) {
        "From a@b Tue Mar  5 10:00:00 2019 +0000\nA: 1\n\n>From x\n>>From y\n\n",
        {"A: 1\n\nFrom x\n>>From y\n"}},
       {"one that quotes nothing",
+       "From ???@??? Tue Mar 05 10:11:12 2019\r\nA: 1\r\n\r\n>From x\r\n",
+       {"A: 1\r\n\r\n>From x\r\n"}},
+      {"nor does this, by its length",
        kDated + "Content-Length: 8\n\n>From x\n\n",
        {"Content-Length: 8\n\n>From x\n"}},
       {"and one that does in spite of lengths",
@@ -239,6 +257,10 @@ TEST(StateFields, SayWhatEachProgramMeans) {
       {"Status: RO\nX-Status: FA\n", "RAF"},
       {"Status: O\nX-Status: TD\n", "DX"},
       {"status:\nX-STATUS : A\n", "A"},
+      {"Status: DOR\n", "RX"},
+      {"Status: RESOLVED\nX-Status: DRAFT\n", "?"},
+      {"Status: RO\nStatus: DOOR\nX-Status: FADED\n", "R"},
+      {"Status: 200 OK\nX-Status: FT\n", "?FD"},
       {"X-Keywords: Urgent  $label1  NonJunk $Forwarded   \n", "?W,Urgent,Important"},
       {"X-Keywords: To do, Done,\n  Urgent, \\Seen\n", "?,To do,Done,Urgent"},
       {"X-Mozilla-Status: 1007\nX-Mozilla-Status2: 02000000\nX-Mozilla-Keys: $label1 sp&AOQ-ter\n",
@@ -377,6 +399,13 @@ TEST(MaildirSource, LettersAndKeywordsTellTheState) {
         "cur/5.a:1,S", "new/6.a.h,U=3:2,RSc", ".Sub/cur/7.a:2,a", ".Sub/new/8"}) {
     folder.Write(name, "Subject: x\n\n");
   }
+  const std::pair<const char*, time_t> fileTimes[] = {{".Sub/cur/7.a:2,a", 0},
+                                                      {"new/6.a.h,U=3:2,RSc", 0},
+                                                      {"cur/1551780000.a.h:2,RSTa", 1551700000}};
+  for (const auto& [name, time] : fileTimes) {
+    const timespec times[] = {{time, 0}, {time, 0}};
+    EXPECT_EQ(utimensat(AT_FDCWD, folder.File(name).c_str(), times, 0), 0);
+  }
   folder.Write("dovecot-keywords", "0 $Forwarded\n1 Urgent\n99 none\nx\n2 $label2\n");
   folder.Write(".Sub/dovecot-keywords", "0 Local");
   folder.Write(".Sub/courierimapkeywords/:list", "Blue\nRed\n\n8:1 0 7 x\n7.a:1\n\n");
@@ -389,8 +418,12 @@ TEST(MaildirSource, LettersAndKeywordsTellTheState) {
   }
   EXPECT_THAT(states, ElementsAre("RAWX", "RF", "WD", "RW,Urgent", "", "RA,Work", "W,Local,Work",
                                   ",Red,Blue"));
-  EXPECT_EQ(plan.entries[0].item.state.received, 1551780000);
+  EXPECT_EQ(plan.entries[0].item.state.received, 1551700000);    // the file's: it was saved later
   EXPECT_EQ(plan.entries[5].item.state.received, std::nullopt);  // the time of a copy
+  EXPECT_EQ(plan.entries[6].item.state.received, 7);             // no file was made in 1970
+  EXPECT_THAT(Problems(plan, folder.Path()),
+              ElementsAre(testing::StartsWith("dovecot-keywords: 1 of its keywords stay behind")));
+  EXPECT_TRUE(std::ranges::none_of(plan.problems, &SourceProblem::isUnread));
   EXPECT_EQ(MakePlan({folder.Path()}).deleted, 1u);
 }
 

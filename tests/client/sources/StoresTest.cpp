@@ -116,6 +116,9 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
       "X-Gmail-Labels: =?UTF-8?Q?Posteingang,Ungelesen,Kunde/=C3=96tt?=\n",
       "X-Gmail-Labels: Sent,Opened,Inbox,\n Starred\n", "X-Gmail-Labels: Archived,Important\n",
       "X-Gmail-Labels: Trash\n"};
+  const std::string takeout = "From 1627@xxx Tue Mar 05 10:00:00 +0000 2019\n" + kText + "\n";
+  const std::string status = "Status: D\n";
+  const std::string mozilla = "X-Mozilla-Status: 0000\n";
   const struct {
     const char* name;
     Files files;
@@ -262,6 +265,7 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
       {"Apple Mail's",
        {{"INBOX.mbox/" + uuid + "/Data/1/Messages/1.emlx", Emlx(kMail, 0)},
         {"Sent Messages.mbox/A:B.mbox/Messages/2.emlx", Emlx(kMail, 0x15)},
+        {"Sent Messages.mbox/A:B.mbox/Messages/3.emlx", WithCrLf(Emlx(kText, 0x15))},
         {"Export.mbox/mbox", Mbox()},
         {"Export.mbox/table_of_contents", "x"},
         {"Leer.mbox/Info.plist", "x"},
@@ -269,7 +273,8 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"Leer2.mbox/table_of_contents", "x"}},
        {{"Export\\|Export.mbox/mbox:0|R@", kText},
         {"Inbox\\|INBOX.mbox/" + uuid + "/Data/1/Messages/1.emlx|@"},
-        {"Sent Items\\A/B\\|Sent Messages.mbox/A:B.mbox/Messages/2.emlx|RAF@"}},
+        {"Sent Items\\A/B\\|Sent Messages.mbox/A:B.mbox/Messages/2.emlx|RAF@"},
+        {"Sent Items\\A/B\\|Sent Messages.mbox/A:B.mbox/Messages/3.emlx|RAF@", WithCrLf(kText)}},
        {"Leer\\", "Leer2\\"}},
       {"all of an Apple Mail",
        {{"V10/" + uuid + "/INBOX.mbox/" + uuid + "/Data/Messages/1.emlx", Emlx(kMail, 0)},
@@ -320,11 +325,19 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"Kunden & Co\\Old\\|Kunden.fol/Old.mbx:0|R@", kText}},
        {"Leer\\"}},
       {"Gmail's export",
-       {{"All mail.mbox", Mbox(labels[0]) + Mbox(labels[1]) + Mbox(labels[2]) + Mbox(labels[3])}},
+       {{"All mail.mbox", Mbox(labels[0]) + Mbox(labels[1]) + Mbox(labels[2]) + Mbox(labels[3])},
+        {"One.mbox", takeout + Mbox(status + labels[3]) + Mbox(status)},
+        {"Kunden", Mbox(mozilla + labels[3])},
+        {"Old", Mbox("Received: x\n" + labels[3])}},
        {{"Inbox\\|All mail.mbox:0|,Kunde/\xC3\x96tt@", labels[0] + kText},
         {"Sent Items\\|All mail.mbox:115|RF@", labels[1] + kText},
         {"Archive\\|All mail.mbox:209|R@", labels[2] + kText},
-        {"Deleted Items\\|All mail.mbox:294|R@", labels[3] + kText}},
+        {"Deleted Items\\|All mail.mbox:294|R@", labels[3] + kText},
+        {"Kunden\\|Kunden:0|@", mozilla + labels[3] + kText},
+        {"Old\\|Old:0|R@", "Received: x\n" + labels[3] + kText},
+        {"Archive\\|One.mbox:0|R@", kText},
+        {"Deleted Items\\|One.mbox:63|R@", status + labels[3] + kText},
+        {"Archive\\|One.mbox:145|R@", status + kText}},
        {}},
       {"mboxes that are called as files beside mail are",
        {{"Server.log", Mbox()},
@@ -442,7 +455,7 @@ TEST(Stores, WhatMayHoldMoreMailIsSentAndNamed) {
   const std::string whole = Emlx(kText, 0);
   folder.Write("A.mbox/Messages/1.emlx", whole.substr(0, whole.find("xt\n<plist>")));
   folder.Write("Box", Mbox() + "From MAILER-DAEMON\nSubject: 2\nTo: a@b\n\nb\n");
-  // A line by which no mail begins, and one by which one may.
+  // Lines by which a mail may begin, one without a header and one without a date.
   folder.Write("Box2", Mbox() + "From person Tue Jan  2 10:00:00 2018\nwho wrote\n\n" +
                            "From somebody\nFrom: x@y\nTo: z@q\n\nb\n");
   folder.Write("mh/.mh_sequences", "");
@@ -452,7 +465,7 @@ TEST(Stores, WhatMayHoldMoreMailIsSentAndNamed) {
   EXPECT_EQ(plan.sources[0]->Read(plan.entries[2].item), kMail + "te");
   EXPECT_THAT(Problems(plan, folder.Path()),
               ElementsAre(testing::StartsWith("Box: 1 of its lines begin with \"From \""),
-                          testing::StartsWith("Box2: 1 of its lines begin with \"From \""),
+                          testing::StartsWith("Box2: 2 of its lines begin with \"From \""),
                           "A.mbox/Messages/1.emlx: the mail is cut: 14 of its 17 bytes are there"));
   EXPECT_TRUE(std::ranges::all_of(plan.problems, &SourceProblem::isUnread));
 }
@@ -502,6 +515,21 @@ TEST(Emlx, SaysWhereItsMailIsAndWhatBecameOfIt) {
   for (const char* head : {"", "12", "x\n", "12 x\n", "9999999999999\n", "-1\n"}) {
     EXPECT_FALSE(EmlxPlaceOf(head)) << head;
   }
+  // The number need not be right, as long as a list of this kind ends the file.
+  const std::string text = kText + "<?xml?>\n<plist/>\n" + kText;
+  const std::string list = "<?xml?>\r\n<!DOCTYPE x>\r\n<plist>\r\n<key>flags</key></plist>\r\n";
+  const auto lengthOf = [](std::uint64_t number, const std::string& behind) {
+    return WithTrueLength({3, number}, "12\n" + behind).length;
+  };
+  for (const std::size_t number :
+       {std::size_t{0}, text.size() - 2, text.size(), std::size_t{999999999999}}) {
+    EXPECT_EQ(lengthOf(number, text + list), text.size()) << number;
+  }
+  EXPECT_EQ(lengthOf(kText.size(), text + list), kText.size());
+  EXPECT_EQ(lengthOf(kText.size(), kText + "\n<plist>"), kText.size());
+  EXPECT_EQ(lengthOf(kText.size(), kText + " \n"), kText.size());
+  EXPECT_EQ(lengthOf(5, text), text.size());
+  EXPECT_EQ(lengthOf(500, text), 500u);
   const EmlxState all = ReadEmlxState(Emlx("", 0x157));
   EXPECT_TRUE(all.read && all.state.deleted && all.state.answered && all.state.flagged &&
               all.state.draft && all.state.forwarded);
