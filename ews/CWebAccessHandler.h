@@ -101,12 +101,14 @@ class CWebAccessHandler : public CLogManager {
 
  private:
   // The first folder of that name that the search brings, if any. Throws what the search does.
-  std::optional<ews::FolderId> Search(const ews::SearchFilter& objFilter, const CString& strName,
-                                      const ews::FolderId& olF2);
-  ews::FolderId SaveFolder(const CString& strName, const ews::FolderId& olF2Temp,
-                           const CString& ver);
+  std::optional<ews::Folder> Search(const ews::SearchFilter& objFilter, const CString& strName,
+                                    const ews::FolderId& olF2);
+  ews::Folder SaveFolder(const CString& strName, const ews::FolderId& olF2Temp, const CString& ver);
   // One level, found or made. Throws ServiceException.
-  ews::FolderId FindOrMake(const CString& strName, const ews::FolderId& olF2, const CString& ver);
+  ews::Folder FindOrMake(const CString& strName, const ews::FolderId& olF2, const CString& ver);
+  // As CreateFolder; with the safe switch nothing for mail whose way leads through a folder that
+  // shows none.
+  std::optional<ews::FolderId> FollowPath(const CString& foldername, ews::FolderId olF2, int nType);
   void Ensure(ews::FolderId& fldTarget, std::optional<MissingFolder>& objMissing);
   int CreateInto(ews::FolderId& fldTarget, std::optional<MissingFolder>& objMissing,
                  const MissingFolder& objWanted);

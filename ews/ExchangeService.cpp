@@ -218,7 +218,8 @@ FindFoldersResults ExchangeService::Find(const FolderId& objParent, const Search
   std::vector<Folder> arrFolders;
   for (const FolderRecord& objRecord : objAnswer.arrFolders) {
     arrFolders.emplace_back(shared_from_this(), FolderId(CString::FromUtf8(objRecord.strId)),
-                            CString::FromUtf8(objRecord.strDisplayName));
+                            CString::FromUtf8(objRecord.strDisplayName),
+                            CString::FromUtf8(objRecord.strClass));
   }
   return FindFoldersResults(std::move(arrFolders), objAnswer.nTotalItemsInView);
 }

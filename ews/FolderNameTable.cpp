@@ -63,6 +63,10 @@ constexpr std::array<TypeClass, 7> kClassesByType{{
     {14, kClassContact},
 }};
 
+// They may go on: "IPF.Contact.RecipientCache".
+constexpr std::array<std::u16string_view, 5> kClassesWithoutMail{
+    kClassAppointment, kClassContact, kClassTask, u"IPF.StickyNote", u"IPF.Journal"};
+
 struct OwnName {
   std::u16string_view strName;
   ews::WellKnownFolderName eFolder;
@@ -114,6 +118,14 @@ std::u16string_view FolderClassByNameAndType(std::u16string_view strName, int nT
   const auto it = std::find_if(kClassesByType.begin(), kClassesByType.end(),
                                [&](const TypeClass& objRow) { return objRow.nType == nType; });
   return it == kClassesByType.end() ? kClassNote : it->strClass;
+}
+
+bool ShowsNoMail(std::u16string_view strClass) {
+  return std::ranges::any_of(kClassesWithoutMail, [&](std::u16string_view strOther) {
+    const auto strRest = strClass.substr(std::min(strOther.size(), strClass.size()));
+    return platform::EqualNoCase(strClass.substr(0, strOther.size()), strOther) &&
+           (strRest.empty() || strRest.front() == u'.');
+  });
 }
 
 std::optional<OwnFolderName> OwnFolder(std::u16string_view strName,

@@ -17,6 +17,12 @@ std::u16string_view FolderClassByName(std::u16string_view strSourceName);
 // The class of the last level: three names in any case, then the number of the folder's type.
 std::u16string_view FolderClassByNameAndType(std::u16string_view strName, int nType);
 
+// Programs show a folder of that class as a calendar, as people, tasks, notes or a journal, and no
+// mail in it.
+bool ShowsNoMail(std::u16string_view strClass);
+// With the safe switch, mail whose path leads through such a folder goes to this path behind it.
+inline constexpr std::u16string_view kMailElsewhere = u"Inbox\\";
+
 // A folder that mailboxes have at their root.
 struct OwnFolderName {
   ews::WellKnownFolderName eFolder;

@@ -59,6 +59,7 @@ FolderRecord ReadFolder(pugi::xml_node objFolder) {
   objRecord.strElement = LocalName(objFolder);
   objRecord.strId = Child(objFolder, "FolderId").attribute("Id").value();
   objRecord.strDisplayName = FullText(Child(objFolder, "DisplayName"));
+  objRecord.strClass = FullText(Child(objFolder, "FolderClass"));
   return objRecord;
 }
 

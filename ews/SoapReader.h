@@ -17,6 +17,7 @@ struct FolderRecord {
   std::string strElement;  // "Folder", "CalendarFolder", …
   std::string strId;
   std::string strDisplayName;
+  std::string strClass;
 };
 
 // An extended property with one value.

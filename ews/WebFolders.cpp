@@ -13,7 +13,9 @@
 //
 // A folder that cannot be made becomes the absent folder, and so does all that lies below it; the
 // next item's save tells of it. With the safe switch what fails is kept instead, tried again before
-// the next item, and told with the server's words.
+// the next item, and told with the server's words; and mail does not go where no program shows it:
+//
+//   "Kalender\Old\"        where the mailbox calls its calendar so, "Inbox\Kalender\Old\"
 
 namespace {
 
@@ -23,11 +25,11 @@ constexpr int kPageSize = 10;
 
 ews::FolderId AbsentFolder() { return ews::FolderId(CString(kAbsentFolder)); }
 
-std::optional<ews::FolderId> FirstOfName(const ews::FindFoldersResults& objFound, CString strName) {
+std::optional<ews::Folder> FirstOfName(const ews::FindFoldersResults& objFound, CString strName) {
   strName.MakeUpper();
   for (const ews::Folder& objFolder : objFound.Folders()) {
     CString strFound = objFolder.DisplayName();
-    if (strFound.MakeUpper() == strName) return objFolder.Id();
+    if (strFound.MakeUpper() == strName) return objFolder;
   }
   return std::nullopt;
 }
@@ -55,8 +57,8 @@ std::unique_ptr<ews::Folder> NewFolder(const std::shared_ptr<ews::ExchangeServic
   return std::make_unique<ews::Folder>(pService);
 }
 
-// At the top such a name means what the mailbox itself calls so. Below it "Customer\Calendar\" is a
-// folder of mail, which a mail program shows in no other class.
+// At its root such a name means what the mailbox itself calls so. Elsewhere "Customer\Calendar\" is
+// a folder of mail, which a mail program shows in no other class.
 bool IsOfMailWhateverItsName(int nType) {
   return ews::Settings().bSafe && FolderClassByNameAndType({}, nType) == kClassNote;
 }
@@ -86,7 +88,8 @@ CString CWebAccessHandler::GetFolderTypeGroupwise(const CString& strName, int nT
 ews::FolderId CWebAccessHandler::CheckIfFolderExist(CString strName, const ews::FolderId& olF2) {
   strName = UpdateName(strName);
   try {
-    return Search(NameContains(strName), strName, olF2).value_or(AbsentFolder());
+    const auto objFound = Search(NameContains(strName), strName, olF2);
+    return objFound ? objFound->Id() : AbsentFolder();
   } catch (...) {  // any failure counts as "not there"
     return AbsentFolder();
   }
@@ -95,31 +98,31 @@ ews::FolderId CWebAccessHandler::CheckIfFolderExist(CString strName, const ews::
 ews::FolderId CWebAccessHandler::MakeFolder(CString strName, const ews::FolderId& olF2Temp,
                                             const CString& ver) {
   try {
-    return SaveFolder(UpdateName(strName), olF2Temp, ver);
+    return SaveFolder(UpdateName(strName), olF2Temp, ver).Id();
   } catch (...) {
     return AbsentFolder();
   }
 }
 
-ews::FolderId CWebAccessHandler::SaveFolder(const CString& strName, const ews::FolderId& olF2Temp,
-                                            const CString& ver) {
+ews::Folder CWebAccessHandler::SaveFolder(const CString& strName, const ews::FolderId& olF2Temp,
+                                          const CString& ver) {
   const auto pFolder = NewFolder(m_pService, ver);
   pFolder->SetDisplayName(strName);
   pFolder->Save(olF2Temp);
-  return pFolder->Id();
+  return *pFolder;
 }
 
-std::optional<ews::FolderId> CWebAccessHandler::Search(const ews::SearchFilter& objFilter,
-                                                       const CString& strName,
-                                                       const ews::FolderId& olF2) {
+std::optional<ews::Folder> CWebAccessHandler::Search(const ews::SearchFilter& objFilter,
+                                                     const CString& strName,
+                                                     const ews::FolderId& olF2) {
   return FirstOfName(Service().FindFolders(olF2, objFilter, ews::FolderView(kPageSize)), strName);
 }
 
 // The search by substring sees one page, so that a folder can exist and not be found by it; the
 // server then refuses to make it, and an exact search finds it. So it does where the folder was
 // made by a request whose answer was lost.
-ews::FolderId CWebAccessHandler::FindOrMake(const CString& strName, const ews::FolderId& olF2,
-                                            const CString& ver) {
+ews::Folder CWebAccessHandler::FindOrMake(const CString& strName, const ews::FolderId& olF2,
+                                          const CString& ver) {
   if (auto objFound = Search(NameContains(strName), strName, olF2)) return *objFound;
   try {
     return SaveFolder(strName, olF2, ver);
@@ -133,20 +136,31 @@ ews::FolderId CWebAccessHandler::FindOrMake(const CString& strName, const ews::F
 
 ews::FolderId CWebAccessHandler::CreateFolder(const CString& foldername, ews::FolderId olF2,
                                               int nType) {
+  if (const auto objFolder = FollowPath(foldername, olF2, nType)) return *objFolder;
+  const CString strElsewhere = CString(kMailElsewhere) + foldername;
+  if (const auto objFolder = FollowPath(strElsewhere, olF2, nType)) return *objFolder;
+  throw ews::ServiceException("What the mailbox calls so shows no mail, below its Inbox neither.");
+}
+
+std::optional<ews::FolderId> CWebAccessHandler::FollowPath(const CString& foldername,
+                                                           ews::FolderId olF2, int nType) {
+  const bool bOfMail = IsOfMailWhateverItsName(nType);
   const int nLevels = getTotCountSlash(foldername);
   for (int k = 0; k < nLevels; ++k) {
     const CString strName = GetNameBySlash(foldername, k);
     const bool bLast = k == nLevels - 1;
     CString strClass = bLast ? GetFolderTypeGroupwise(strName, nType, m_bChangeViewOfCalender)
                              : GetFolderType(strName);
-    if (k > 0 && IsOfMailWhateverItsName(nType)) strClass = kClassNote;
+    if (bOfMail) strClass = kClassNote;
     if (const auto objOwn = ews::FindOwnFolder(
             [this]() -> auto& { return Service(); }, UpdateName(strName).View(), olF2)) {
       olF2 = *objOwn;
       continue;
     }
     if (ews::Settings().bSafe) {
-      olF2 = FindOrMake(UpdateName(strName), olF2, strClass);
+      const ews::Folder objLevel = FindOrMake(UpdateName(strName), olF2, strClass);
+      if (bOfMail && ShowsNoMail(objLevel.Class())) return std::nullopt;
+      olF2 = objLevel.Id();
       continue;
     }
     const ews::FolderId objFound = CheckIfFolderExist(strName, olF2);

@@ -30,7 +30,7 @@ namespace {
 bool ForgetsAll(const MigrateOptions& options, const Plan& plan, Journal& journal,
                 const RunFolder& run, const Say& say) {
   if (options.noAdopt) return false;
-  const std::unique_ptr<TargetLook> look = LookAt(options.target);
+  const std::unique_ptr<TargetLook> look = LookAt(options.target, KindsOf(plan.entries.Items()));
   LedgerLook ledger(run.File(std::string(kLedgerName)));
   return ForgetsWhatMisfits({*look, plan, journal, ledger, !options.engine.asIs, options.adopt},
                             say);

@@ -12,6 +12,7 @@
 #include "client/commands/ProblemList.h"
 #include "client/commands/TargetLogon.h"
 #include "client/run/EngineOptions.h"
+#include "client/run/ItemKinds.h"
 #include "client/run/Journal.h"
 #include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
@@ -88,7 +89,7 @@ int Verify(MigrateOptions& options, Console& console) {
   RequireLogon(options.target, EngineOptions(options.engine, options.target, local.get()),
                run.Title(), options.engine.patienceGiven || (IsBound(journal) && had.empty()),
                waits, say);
-  const std::unique_ptr<TargetLook> look = LookAt(options.target);
+  const std::unique_ptr<TargetLook> look = LookAt(options.target, KindsOf(plan.entries.Items()));
   Verification verification(*look, HasSentWithoutKeys(journal), [&](const Step& step) {
     console.Progress(step.done, step.total, step.name);
   });

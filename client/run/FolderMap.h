@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace client {
@@ -10,8 +11,10 @@ namespace client {
 //
 //   Projects/Old<TAB>Archive/Projects
 //   Customers/*<TAB>Archive/Customers     that folder and all below it
+//   *<TAB>Archive                         all
 //
-// Levels are divided by "/"; the first line that fits counts; what begins with "#" is none.
+// Levels are divided by "/", one in a name is written "\/"; the first line that fits counts; what
+// begins with "#" is none.
 class FolderMap {
  public:
   FolderMap() = default;
@@ -20,11 +23,13 @@ class FolderMap {
 
   // The path in the target, each level ended by a backslash as those of the source are; empty where
   // no line fits.
-  std::string PlaceOf(const std::string& path);
+  const std::string& PlaceOf(const std::string& path);
   // The lines that fitted no path so far, as they stand.
   std::vector<std::string> Unused() const;
 
  private:
+  std::string Find(const std::string& path);
+
   struct Row {
     std::string folded;  // of the path in the source
     std::string target;
@@ -33,6 +38,7 @@ class FolderMap {
     bool isUsed = false;
   };
   std::vector<Row> m_rows;
+  std::unordered_map<std::string, std::string> m_places;  // by paths that were asked for
 };
 
 }  // namespace client

@@ -67,7 +67,7 @@ Migration::Migration(RunSetup setup, Journal& journal, const Say& say, OnStep on
       m_rows(m_setup.run.File(std::string(kLedgerName))),
       m_loader(m_journal, m_ledger, m_setup.target.Login()),
       m_sender(m_setup, m_journal, m_ledger, say),
-      m_look(LookAt(m_setup.target)),
+      m_look(LookAt(m_setup.target, m_journal.FolderKinds())),
       m_unknown(*m_look, m_ledger, m_setup.target.Login(), KeyedBy(m_setup, m_journal)),
       m_tries(m_setup, m_journal, m_sender, *m_look, m_unknown, m_rows, say),
       m_late(m_unknown),

@@ -7,14 +7,19 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "client/run/ItemKinds.h"
+#include "client/sources/SpecialFolders.h"
 #include "ews/CWebAccessHandler.h"
+#include "ews/FolderNameTable.h"
 #include "ews/OwnFolders.h"
 #include "ews/ServiceException.h"
+#include "ews/Settings.h"
+#include "pipeline/ST_EML_INFO.h"
 
 // The way from a path to a folder is the engine's: names of the source's own folders are changed to
 // those of the target, a mailbox's own folders are known, and of the folders that hold a name the
-// first with exactly that name, in any case, is meant. Only that here every page is looked at, and
-// that a failure is no "not there".
+// first with exactly that name, in any case, is meant; mail goes where it is shown. Only that here
+// every page is looked at, and that a failure is no "not there".
 //
 // Pages are cut by offset while a mailbox may be at work. Each begins with the last item of the one
 // before: where that item is on the page, nothing was passed over, since items keep their order.
@@ -64,13 +69,13 @@ ews::FolderId GroupFolder(const std::string& path, const Target& target) {
 
 }  // namespace
 
-std::optional<ews::FolderId> ServerLook::ChildOf(const ews::FolderId& parent, const CString& name) {
+std::optional<ews::Folder> ServerLook::ChildOf(const ews::FolderId& parent, const CString& name) {
   const ews::ContainsSubstring filter(ews::FolderSchema::DisplayName, name);
   for (int offset = 0;;) {
     const ews::FindFoldersResults found =
         Service().FindFolders(parent, filter, ews::FolderView(kFoldersOnPage, offset));
     for (const ews::Folder& folder : found.Folders()) {
-      if (EqualName(folder.DisplayName(), name)) return folder.Id();
+      if (EqualName(folder.DisplayName(), name)) return folder;
     }
     offset += static_cast<int>(found.Folders().size());
     if (found.Folders().empty() || offset >= found.TotalCount()) return std::nullopt;
@@ -81,19 +86,41 @@ std::optional<ews::FolderId> ServerLook::FolderAt(const Place& place) {
   if (m_target.Group() && !place.root) return GroupFolder(place.path, m_target);
   const auto named = std::make_pair(place.root, place.path);
   if (const auto known = m_folders.find(named); known != m_folders.end()) return known->second;
-  const CWebAccessHandler names;
-  const CString levels = CString::FromUtf8(place.path);
-  ews::FolderId folder = place.root ? ews::FolderId(*place.root) : RootOf(m_target);
-  for (int i = 0; i < names.getTotCountSlash(levels); ++i) {
-    const CString name = names.UpdateName(names.GetNameBySlash(levels, i));
-    auto child = ews::FindOwnFolder(
-        [this]() -> auto& { return Service(); }, name.View(), folder);
-    if (!child) child = ChildOf(folder, name);
-    if (!child) return std::nullopt;
-    folder = *child;
+  const CString path = CString::FromUtf8(place.path);
+  const ews::FolderId root = place.root ? ews::FolderId(*place.root) : RootOf(m_target);
+  Way way = Follow(path, root);
+  if (IsElsewhere(place, way)) {
+    way = Follow(CString(kMailElsewhere) + path, root);
+    if (IsElsewhere(place, way)) return std::nullopt;
   }
-  m_folders.emplace(named, folder);
-  return folder;
+  if (way.folder) m_folders.emplace(named, *way.folder);
+  return way.folder;
+}
+
+ServerLook::Way ServerLook::Follow(const CString& path, const ews::FolderId& root) {
+  const CWebAccessHandler names;
+  Way way{root};
+  for (int i = 0; way.folder && i < names.getTotCountSlash(path); ++i) {
+    const CString name = names.UpdateName(names.GetNameBySlash(path, i));
+    const auto own = ews::FindOwnFolder(
+        [this]() -> auto& { return Service(); }, name.View(), *way.folder);
+    if (own) {
+      way.folder = own;
+      continue;
+    }
+    const auto child = ChildOf(*way.folder, name);
+    way.showsMail = way.showsMail && !(child && ShowsNoMail(child->Class().View()));
+    way.folder = child ? std::optional(child->Id()) : std::nullopt;
+  }
+  return way;
+}
+
+// A folder that no item is for is there, whatever it shows.
+bool ServerLook::IsElsewhere(const Place& place, const Way& way) const {
+  if (way.showsMail || place.root || !ews::Settings().bSafe) return false;
+  const auto kind = m_kinds.find(FoldedName(place.path));
+  if (kind == m_kinds.end()) return !way.folder;
+  return kind->second == KindOf(TYPE_EMAIL).folderType;
 }
 
 void ServerLook::Page(const Place& place, const ews::SearchFilter* filter, const Take& take) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "client/run/Plan.h"
 #include "ews/FindItems.h"
 #include "ews/FolderId.h"
 
@@ -62,7 +63,7 @@ class TargetLook {
   virtual void List(const Place& place, const Take& take) = 0;
 };
 
-// For a target, which must outlive it.
-std::unique_ptr<TargetLook> LookAt(const Target& target);
+// For a target, which must outlive it, and the kinds of items that go into its folders.
+std::unique_ptr<TargetLook> LookAt(const Target& target, FolderKinds kinds);
 
 }  // namespace client

@@ -54,7 +54,7 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
     if (IsFolderBesideMail(folder, entry.name)) return;
     if (auto store = DboxStoreAt(path)) return listing.problems.push_back(*std::move(store));
     below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels,
-                     folder.isInMaildir});
+                     folder.isInMaildir, others.IsServers()});
   } else if (entry.kind == EntryKind::kFile && IsOfMac(entry.name)) {
     others.TakeHidden(entry, listing);
   } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {

@@ -1,12 +1,14 @@
 #include "client/sources/FolderNames.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <vector>
 
 #include "base/AsciiText.h"
 #include "client/sources/ContentLines.h"
 #include "client/sources/LineDecoding.h"
+#include "client/sources/Maildir.h"
 #include "client/sources/Pieces.h"
 #include "client/sources/SourceFiles.h"
 
@@ -78,9 +80,24 @@ bool IsBetweenAppleFolders(const SourceFolder& parent, std::string_view name) {
   return IsApplePart(name) && !AppleMailboxOf(parent.path).empty();
 }
 
+bool IsAppleGroup(const SourceFolder& parent, std::string_view name) {
+  const std::string path = parent.path + "/" + std::string(name);
+  return HasName(path, [&](std::string_view each) {
+    return each.ends_with(".mbox") && HasEntry(path, std::string(each) + "/.");
+  });
+}
+
 bool IsAppleAttachments(const SourceFolder& parent, std::string_view name) {
   return name == "Attachments" && !AppleMailboxOf(parent.path).empty() &&
          IsThere(parent.path + "/Messages");
+}
+
+bool HoldsServersFolders(const std::string& path) {
+  static constexpr std::array<std::string_view, 4> kMarks = {".imap", ".subscriptions",
+                                                             "subscriptions", ".mailboxlist"};
+  if (std::ranges::any_of(kMarks, [&](auto mark) { return HasEntry(path, mark); })) return true;
+  return HasName(path,
+                 [&](std::string_view each) { return IsMaildir(path + "/" + std::string(each)); });
 }
 
 bool HasLevelsByDots(const SourceFolder& parent, std::string_view name) {

@@ -23,8 +23,14 @@ bool IsAboveEvolutionFolders(const SourceFolder& parent, std::string_view name);
 std::string_view AppleMailboxOf(std::string_view path);
 // That program puts it between a folder and its mail.
 bool IsBetweenAppleFolders(const SourceFolder& parent, std::string_view name);
+// A plain folder that holds some of its folders, as it once put them into groups.
+bool IsAppleGroup(const SourceFolder& parent, std::string_view name);
 // Holds bodies of parts, which are read with their mails.
 bool IsAppleAttachments(const SourceFolder& parent, std::string_view name);
+
+// A folder that holds Maildirs, or what a server puts beside its folders of mail: what lies there
+// and below it has the names that it has on the server, in modified UTF-7.
+bool HoldsServersFolders(const std::string& path);
 
 // A Maildir that offlineimap wrote, whose name divides levels by dots: "Projekte.Kunde".
 bool HasLevelsByDots(const SourceFolder& parent, std::string_view name);

@@ -14,6 +14,7 @@ struct SourceFolder {
   std::string levels;        // its target below the root's, each level ended by a backslash
   std::string parent;        // the levels of the folder that it lies in
   bool isInMaildir = false;  // it is one, or lies in one
+  bool isServers = false;    // it lies in what a server keeps, or a program that copies one
 };
 
 // Where mail of a folder of those levels goes: the root's goes to the Inbox.

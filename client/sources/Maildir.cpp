@@ -90,13 +90,15 @@ MailState StateOf(const FolderEntry& entry, const MaildirName& name,
   return state;
 }
 
+using Decode = std::string (*)(std::string_view name);
+
 // ".Sub.Deeper" as levels below the target of the Maildir that it stands in.
-std::string DotLevels(std::string_view name) {
+std::string DotLevels(std::string_view name, Decode decode) {
   std::string levels;
   while (!name.empty()) {
     const size_t dot = name.find('.');
     const std::string_view level = name.substr(0, dot);
-    if (!level.empty()) levels += LevelName(FromModifiedUtf7(level)) + "\\";
+    if (!level.empty()) levels += LevelName(decode(level)) + "\\";
     if (dot == std::string_view::npos) break;
     name.remove_prefix(dot + 1);
   }
@@ -198,13 +200,16 @@ bool IsMaildirPart(std::string_view name) {
   return name == "cur" || name == "new" || name == "tmp";
 }
 
-std::string MaildirLevels(std::string_view name) {
+std::string MaildirLevels(const std::string& parent, std::string_view name) {
   constexpr std::string_view kDirectory = ".directory";
-  if (!name.starts_with('.')) return LevelName(FromModifiedUtf7(name)) + "\\";
+  const bool isUtf8 = HasEntry(parent, "..maildir++");
+  const Decode decode =
+      isUtf8 ? [](std::string_view plain) { return std::string(plain); } : &FromModifiedUtf7;
+  if (!name.starts_with('.')) return LevelName(decode(name)) + "\\";
   if (name.size() > kDirectory.size() + 1 && name.ends_with(kDirectory)) {
     return LevelName(name.substr(1, name.size() - 1 - kDirectory.size())) + "\\";
   }
-  return DotLevels(name);
+  return DotLevels(name, decode);
 }
 
 void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {

@@ -25,6 +25,17 @@ constexpr std::string_view kMbox = ".mbox";
 constexpr std::string_view kMbx = ".mbx";
 constexpr std::string_view kFol = ".fol";
 
+std::string_view EndingOf(std::string_view name) {
+  return name.substr(std::min(name.find('.', 1), name.size()));
+}
+
+// By its folder and number a file is one mail, whatever a program put in front of it.
+bool HoldsOneMail(const std::string& path, MboxKind kind) {
+  Listing mails;
+  ListMbox(path, {}, kind, mails);
+  return mails.items.size() < 2;
+}
+
 // It may belong to a source of another kind.
 SourceProblem LeftOut(const SourceFolder& folder, const FolderEntry& entry, std::string_view head) {
   const std::string path = folder.path + "/" + entry.name;
@@ -53,13 +64,14 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
   if (m_isAboveAccounts) return LevelsOfAccount(parent.path, name);
   if (IsAboveAccounts(parent.path + "/" + std::string(name))) return {};
   if (const auto level = m_profiles.LevelOf(name)) return *level;
-  if (parent.isInMaildir && name.starts_with('.')) return MaildirLevels(name);
+  if (parent.isInMaildir && name.starts_with('.')) return MaildirLevels(parent.path, name);
   if (name.ends_with(kSbd) && name.size() > kSbd.size()) {
     const std::string own = m_names.Of(parent.path, name.substr(0, name.size() - kSbd.size()));
     return LevelName(FromModifiedUtf7(own)) + "\\";
   }
-  if (name.ends_with(kMbox) && name.size() > kMbox.size()) {
-    std::string own(name.substr(0, name.size() - kMbox.size()));
+  const bool isMbox = name.ends_with(kMbox) && name.size() > kMbox.size();
+  if (isMbox || (name.find(':') != std::string_view::npos && IsAppleGroup(parent, name))) {
+    std::string own(name.substr(0, name.size() - (isMbox ? kMbox.size() : 0)));
     std::ranges::replace(own, ':', '/');  // as a Mac has it on its disk
     return LevelName(own) + "\\";
   }
@@ -71,13 +83,25 @@ std::string OtherTreeFiles::LevelsOfFolder(std::string_view name) const {
     const std::string stem(name.substr(0, name.size() - kFol.size()));
     return LevelName(m_eudora.Of(name).value_or(stem)) + "\\";
   }
-  const bool isMaildir = IsMaildir(parent.path + "/" + std::string(name));
+  const std::string path = parent.path + "/" + std::string(name);
+  const bool isMaildir = IsMaildir(path);
   if (isMaildir && HasEntry(std::string(name) + ".msf")) {
     return LevelName(FromModifiedUtf7(m_names.Of(parent.path, name))) + "\\";
   }
-  if (isMaildir && HasLevelsByDots(parent, name)) return MaildirLevels("." + std::string(name));
+  if (isMaildir && HasLevelsByDots(parent, name)) {
+    return MaildirLevels(parent.path, "." + std::string(name));
+  }
   const bool isKMails = name.starts_with('.') && name.ends_with(".directory");
-  return isMaildir || isKMails || parent.isInMaildir ? MaildirLevels(name) : LevelName(name) + "\\";
+  if (isMaildir || isKMails || parent.isInMaildir) return MaildirLevels(parent.path, name);
+  const std::string own = FromModifiedUtf7(name);
+  const bool isServers = own != name && (IsServers() || HoldsServersFolders(path));
+  return LevelName(isServers ? own : name) + "\\";
+}
+
+bool OtherTreeFiles::IsServers() const {
+  if (m_folder.isServers || m_folder.isInMaildir) return true;
+  if (!m_isServers) m_isServers = HoldsServersFolders(m_folder.path);
+  return *m_isServers;
 }
 
 void ListEml(const SourceItem& file, MboxKind mbox, Listing& listing) {
@@ -126,17 +150,39 @@ void OtherTreeFiles::TakeEml(const FolderEntry& entry, Listing& listing) const {
   ListEml({path, TargetOf(m_folder.levels), true, 0, entry.size}, m_mbox, listing);
 }
 
+// Of the mboxes in the folder, where it holds nothing else.
+const std::set<std::string>& OtherTreeFiles::EndingsOfMboxes() const {
+  if (m_endings) return *m_endings;
+  m_endings.emplace();
+  const bool hasOthers = HasName(m_folder.path, [&](std::string_view name) {
+    const std::string head = HeadOfFile(m_folder.path + "/" + std::string(name), kHead);
+    if (head.empty() || name.starts_with('.') || IsBesideMail(name)) return false;
+    m_endings->emplace(EndingOf(name));
+    return !MboxSource::IsMbox(head);
+  });
+  if (hasOthers) m_endings->clear();
+  return *m_endings;
+}
+
+// An mbox without mail has an index or folders below, or lies among mboxes and is called as they
+// are.
+bool OtherTreeFiles::IsEmptyFolder(const std::string& name) const {
+  if (HasEntry(name + ".msf") || HasEntry(name + ".sbd") || HasEntry(name + ".cmeta") ||
+      HasToc(name) || HasEntry(".imap/" + name)) {
+    return true;
+  }
+  return !IsBesideMail(name) && EndingsOfMboxes().contains(std::string(EndingOf(name)));
+}
+
 void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
   if (IsCopyOfMail(entry.name)) return NameCopy(path, listing);
   if (IsEmlxName(entry.name)) return TakeEmlx(path, entry, listing);
   const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
   const std::string levels = m_folder.levels + (isExport ? "" : LevelsOfFile(entry.name));
-  if (entry.size == 0) {  // a folder without mail, where it has an index or folders below
-    if (isExport || HasEntry(entry.name + ".msf") || HasEntry(entry.name + ".sbd") ||
-        HasEntry(entry.name + ".cmeta") || HasToc(entry.name)) {
-      listing.folders.push_back(levels);
-    }
+  if (entry.size == 0) {
+    if (m_isMh && TakeMh(path, entry, {}, listing)) return;  // it fails as any empty mail does
+    if (isExport || IsEmptyFolder(entry.name)) listing.folders.push_back(levels);
     return;
   }
   try {  // one that cannot be read may be full of mail
@@ -208,7 +254,8 @@ bool OtherTreeFiles::TakeMh(const std::string& path, const FolderEntry& entry,
                             std::string_view head, Listing& listing) const {
   const bool isRemoved = m_isMh && (entry.name.starts_with(',') || entry.name.starts_with('#'));
   const auto number = MhNumber(std::string_view(entry.name).substr(isRemoved ? 1 : 0));
-  if (!number || MboxSource::IsMbox(head)) return false;
+  if (!number || (MboxSource::IsMbox(head) && !(m_isMh && HoldsOneMail(path, m_mbox))))
+    return false;
   if (!m_isMh && !LooksLikeField(WithoutRelayTrace(head))) return false;
   const auto has = [&](const char* sequence, MhMarks::Flag mark) {
     return m_sequences.Has(sequence, *number) || m_marks.Has(*number, mark);

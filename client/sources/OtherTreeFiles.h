@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +37,8 @@ class OtherTreeFiles {
   // The levels of the target that a folder in it adds to its own: "Name\", "Name\" of "Name.sbd"
   // and "Name.mbox", none of what programs put between.
   std::string LevelsOfFolder(std::string_view name) const;
+  // The folder is one, or lies in one, whose folders have the names of a server.
+  bool IsServers() const;
 
  private:
   void NameCopy(const std::string& path, Listing& listing) const;
@@ -44,6 +48,8 @@ class OtherTreeFiles {
   std::string LevelsOfFile(const std::string& name) const;
   bool HasEntry(const std::string& name) const;
   bool HasToc(const std::string& name) const;  // beside an mbox of a Eudora
+  bool IsEmptyFolder(const std::string& name) const;
+  const std::set<std::string>& EndingsOfMboxes() const;
 
   const SourceFolder& m_folder;
   MboxKind m_mbox;
@@ -54,6 +60,9 @@ class OtherTreeFiles {
   EudoraNames m_eudora;
   MhSequences m_sequences;
   MhMarks m_marks;
+  // Found when they are asked for.
+  mutable std::optional<bool> m_isServers;
+  mutable std::optional<std::set<std::string>> m_endings;
 };
 
 // The bytes of a mail of a tree, whatever file it lies in. Throws SourceError.

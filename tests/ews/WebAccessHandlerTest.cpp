@@ -246,6 +246,58 @@ TEST_F(WebAccessHandler, SafeMakesFoldersOfMailOfMailWhateverTheirNames) {
   }
 }
 
+// What the mailbox calls its calendar may be called so in any language.
+TEST_F(WebAccessHandler, SafePutsMailWhereItIsShown) {
+  LogonByPassword();
+  const auto found = [](const char* id, const char* folderClass) {
+    return answers::Success("FindFolder", std::string("<m:RootFolder TotalItemsInView=\"1\">") +
+                                              "<t:Folders><t:CalendarFolder><t:FolderId Id=\"" +
+                                              id + "\"/><t:FolderClass>" + folderClass +
+                                              "</t:FolderClass><t:DisplayName>K</t:DisplayName>"
+                                              "</t:CalendarFolder></t:Folders></m:RootFolder>");
+  };
+  const struct {
+    bool safe;
+    int type;
+    const char* folderClass;
+    bool staysThere;
+  } rows[] = {{true, 0, "IPF.Appointment", false},
+              {true, 0, "ipf.contact.RecipientCache", false},
+              {true, 0, "IPF.Task", false},
+              {true, 0, "IPF.StickyNote", false},
+              {true, 0, "IPF.Journal", false},
+              {true, 0, "IPF.Journals", true},
+              {true, 0, "IPF.Note.OutlookHomepage", true},
+              {true, 0, "", true},
+              {true, 4, "IPF.Appointment", true},
+              {false, 0, "IPF.Appointment", true}};
+  for (const auto& row : rows) {
+    ews::Settings().bSafe = row.safe;
+    m_transport.Push(found("1", row.folderClass));
+    if (!row.staysThere) {
+      for (const char* const made : {"2", "3"}) {
+        m_transport.PushAll({answers::Found({}), answers::NewFolder(made)});
+      }
+    } else {
+      m_transport.PushAll({answers::Found({}), answers::NewFolder("3")});
+    }
+    m_handler.CreateFolderInStore(u"K\\Sub\\", row.type, Root::MsgFolderRoot, false);
+    EXPECT_EQ(m_handler.m_fldCurrent.ToString(), u"3") << row.folderClass;
+    EXPECT_TRUE(LastHolds(row.staysThere ? "<t:FolderId Id=\"1\"/>" : "<t:FolderId Id=\"2\"/>"));
+  }
+  ews::Settings().bSafe = true;
+  for (int i = 0; i < 2; ++i) {
+    m_transport.PushAll({found("1", "IPF.Task"), found("2", "IPF.Task")});
+    if (i == 0) m_handler.CreateFolderInStore(u"K\\", 0, Root::MsgFolderRoot, false);
+  }
+  EXPECT_EQ(m_handler.m_fldCurrent.ToString(), kAbsentFolder);
+  EXPECT_THAT(TextOf([&] { m_handler.EnsureCurrentFolder(); }), HasSubstr("shows no mail"));
+  // An archive mailbox has none of its own.
+  m_transport.PushAll({answers::Found({}), answers::NewFolder("5")});
+  m_handler.CreateFolderInStore(u"Contacts\\", 0, Root::ArchiveMsgFolderRoot, false);
+  EXPECT_TRUE(LastHolds("<t:Folder><t:DisplayName>Contacts<"));
+}
+
 TEST_F(WebAccessHandler, SafeTriesAFolderAgainThatCouldNotBeMadeAndTellsWhy) {
   LogonByPassword();
   ews::Settings().bSafe = true;

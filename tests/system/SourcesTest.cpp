@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <set>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -24,12 +26,37 @@ namespace {
 using test_support::TemporaryFolder;
 
 struct Names {
-  std::string inbox, sent, drafts, deleted, archive;
+  std::string inbox, sent, drafts, deleted, archive, junk, outbox;
+  std::vector<std::string> ofOthers;  // calendar, contacts, tasks, notes, journal
 };
 const std::map<std::string, Names> kLanguages = {
-    {"de", {"Posteingang", "Gesendete Elemente", "Entwürfe", "Gelöschte Elemente", "Archiv"}},
-    {"ja", {"受信トレイ", "送信済みアイテム", "下書き", "削除済みアイテム", "アーカイブ"}},
-    {"ar", {"علبة الوارد", "العناصر المرسلة", "المسودات", "العناصر المحذوفة", "الأرشيف"}}};
+    {"de",
+     {"Posteingang",
+      "Gesendete Elemente",
+      "Entwürfe",
+      "Gelöschte Elemente",
+      "Archiv",
+      "Junk-E-Mail",
+      "Postausgang",
+      {"Kalender", "Kontakte", "Aufgaben", "Notizen", "Journal"}}},
+    {"ja",
+     {"受信トレイ",
+      "送信済みアイテム",
+      "下書き",
+      "削除済みアイテム",
+      "アーカイブ",
+      "迷惑メール",
+      "送信トレイ",
+      {"予定表", "連絡先", "タスク", "メモ", "履歴"}}},
+    {"ar",
+     {"علبة الوارد",
+      "العناصر المرسلة",
+      "المسودات",
+      "العناصر المحذوفة",
+      "الأرشيف",
+      "البريد الإلكتروني غير الهام",
+      "صندوق الصادر",
+      {"التقويم", "جهات الاتصال", "المهام", "الملاحظات", "دفتر اليومية"}}}};
 
 Result MigrateInto(const std::string& language, const TemporaryFolder& folder,
                    const std::vector<std::string>& more = {}) {
@@ -133,22 +160,33 @@ TEST(Sources, AsItIsTheSameGoesBesideThem) {
 
 // What a mail program of that language calls them, and two folders of its user.
 struct OwnNames {
-  std::string sent, drafts, deleted, archive, customers, calendar;
+  std::string sent, drafts, deleted, archive, junk, outbox, customers, calendar;
 };
 const std::map<std::string, OwnNames> kOwnNames = {
-    {"de", {"Gesendet", "Entwürfe", "Papierkorb", "Archiv", "Kunden", "Kunden/Calendar"}},
-    {"ja", {"送信済みメール", "下書き", "ごみ箱", "アーカイブ", "顧客", "顧客/Calendar"}},
-    {"ar", {"البريد المرسل", "المسودات", "المهملات", "أرشيف", "العملاء", "العملاء/Calendar"}}};
+    {"de",
+     {"Gesendet", "Entwürfe", "Papierkorb", "Archiv", "Spamverdacht", "Postausgang", "Kunden",
+      "Kunden/Calendar"}},
+    {"ja",
+     {"送信済みメール", "下書き", "ごみ箱", "アーカイブ", "迷惑メール", "送信トレイ", "顧客",
+      "顧客/Calendar"}},
+    {"ar",
+     {"البريد المرسل", "المسودات", "المهملات", "أرشيف", "الرسائل غير المرغوب فيها", "صندوق الصادر",
+      "العملاء", "العملاء/Calendar"}}};
 
-std::vector<std::string> ListOf(const OwnNames& own) {
-  return {own.sent, own.drafts, own.deleted, own.archive, own.customers, own.calendar};
+// With those that a mailbox of that language has for other items than mail.
+std::vector<std::string> ListOf(const std::string& language) {
+  const OwnNames& own = kOwnNames.at(language);
+  std::vector<std::string> names = {own.sent, own.drafts, own.deleted,   own.archive,
+                                    own.junk, own.outbox, own.customers, own.calendar};
+  std::ranges::copy(kLanguages.at(language).ofOthers, std::back_inserter(names));
+  return names;
 }
 
 // One mail in each, named by the folder, as a Dovecot and as a Thunderbird have them.
-void WriteLocalMaildir(const TemporaryFolder& folder, const OwnNames& own) {
+void WriteLocalMaildir(const TemporaryFolder& folder, const std::string& language) {
   folder.Write("source/new/1", Mail("in"));
   std::filesystem::create_directories(folder.File("source/cur"));
-  for (std::string name : ListOf(own)) {
+  for (std::string name : ListOf(language)) {
     const std::string subject = name;
     std::ranges::replace(name, '/', '.');
     const std::string maildir = "source/." + client::ToModifiedUtf7(name);
@@ -157,12 +195,12 @@ void WriteLocalMaildir(const TemporaryFolder& folder, const OwnNames& own) {
   }
 }
 
-void WriteLocalProfile(const TemporaryFolder& folder, const OwnNames& own) {
+void WriteLocalProfile(const TemporaryFolder& folder, const std::string& language) {
   const std::string from = "From - Tue Mar 05 10:00:00 2019\n";
   const std::string account = "source/ImapMail/imap.example/";
   folder.Write("source/prefs.js", "");
   folder.Write(account + "INBOX", from + Mail("in"));
-  for (const std::string& name : ListOf(own)) {
+  for (const std::string& name : ListOf(language)) {
     const std::size_t slash = name.find('/');
     const bool isBelow = slash != std::string::npos;
     const std::string above =
@@ -172,42 +210,95 @@ void WriteLocalProfile(const TemporaryFolder& folder, const OwnNames& own) {
   }
 }
 
+// By the subject of each mail, which is its folder's name in the source.
+std::map<std::string, std::string> WantedPlaces(const std::string& language, bool safe) {
+  const OwnNames& own = kOwnNames.at(language);
+  const Names& theirs = kLanguages.at(language);
+  std::map<std::string, std::string> wanted = {{own.customers, own.customers},
+                                               {own.calendar, own.calendar}};
+  const std::tuple<std::string, std::string, std::string> special[] = {
+      {"in", theirs.inbox, "Inbox"},
+      {own.sent, theirs.sent, "Sent Items"},
+      {own.drafts, theirs.drafts, "Drafts"},
+      {own.deleted, theirs.deleted, "Deleted Items"},
+      {own.archive, theirs.archive, "Archive"},
+      {own.junk, theirs.junk, "Junk E-mail"},
+      {own.outbox, theirs.outbox, "Outbox"}};
+  for (const auto& [subject, place, english] : special) wanted[subject] = safe ? place : english;
+  for (const std::string& other : theirs.ofOthers) {
+    wanted[other] = safe ? theirs.inbox + "/" + other : other;
+    if (!safe && other == "Journal") wanted[other] = "Inbox/Journal";  // its name in English
+  }
+  return wanted;
+}
+
 // Side by side: with the safeguards the mailbox's own folders, without them new ones beside these;
 // and mail where its program shows it, or in a folder for appointments.
 TEST(Sources, FoldersInItsLanguageGoToTheMailboxsOwnAndAsItIsBesideThem) {
   for (const auto& [language, own] : kOwnNames) {
-    const Names& theirs = kLanguages.at(language);
     for (const auto write : {&WriteLocalMaildir, &WriteLocalProfile}) {
       for (const bool safe : {true, false}) {
         const TemporaryFolder folder;
-        write(folder, own);
+        write(folder, language);
         const auto more = safe ? std::vector<std::string>() : std::vector<std::string>{"--as-is"};
-        EXPECT_EQ(SummaryOf(MigrateInto(language, folder, more))["sent"], 7);
-        std::map<std::string, std::string> wanted = {
-            {"in", theirs.inbox},          {own.sent, theirs.sent},
-            {own.drafts, theirs.drafts},   {own.deleted, theirs.deleted},
-            {own.archive, theirs.archive}, {own.customers, own.customers},
-            {own.calendar, own.calendar}};
-        const std::pair<std::string, const char*> english[] = {{"in", "Inbox"},
-                                                               {own.sent, "Sent Items"},
-                                                               {own.drafts, "Drafts"},
-                                                               {own.deleted, "Deleted Items"},
-                                                               {own.archive, "Archive"}};
-        if (!safe) {
-          for (const auto& [subject, place] : english) wanted[subject] = place;
-        }
+        EXPECT_EQ(SummaryOf(MigrateInto(language, folder, more))["sent"], 14);
         std::map<std::string, std::string> found;
         for (const StoredItem& item : ItemsOf(folder.File("mailbox"))) {
           found[item.info.subject] = item.folder;
         }
-        EXPECT_EQ(found, wanted) << language << safe;
+        EXPECT_EQ(found, WantedPlaces(language, safe)) << language << safe;
         mailbox::Store store(folder.File("mailbox/mailbox.db"), mailbox::Store::Mode::kReadOnly);
         for (const mailbox::FolderInfo& each : store.Folders(store.Mailboxes().back().id)) {
-          if (each.name != "Calendar") continue;
-          EXPECT_EQ(each.folderClass, safe ? "IPF.Note" : "IPF.Appointment") << language;
+          if (!each.wellKnown.empty()) continue;
+          const bool isShown = safe || each.name != "Calendar";
+          EXPECT_EQ(each.folderClass, isShown ? "IPF.Note" : "IPF.Appointment") << each.name;
         }
       }
     }
+  }
+}
+
+// The ledger, the check and a second pass go by the path of the plan, wherever it led.
+TEST(Sources, MailThatIsCalledAsACalendarIsKnownWhereItWent) {
+  for (const auto& [language, names] : kLanguages) {
+    const TemporaryFolder folder;
+    const std::string calendar = "source/." + client::ToModifiedUtf7(names.ofOthers[0]);
+    folder.Write("source/cur/.keep", "");
+    folder.Write("source/new/.keep", "");
+    folder.Write(calendar + "/cur/1.a:2,", Mail("1"));
+    folder.Write(calendar + "/new/.keep", "");
+    const std::string old = calendar + ".Alt";
+    folder.Write(old + "/new/2.a", Mail("2"));
+    folder.Write(old + "/cur/.keep", "");
+    for (const std::string& empty :
+         {"source/." + client::ToModifiedUtf7(names.ofOthers[1]), calendar + ".Leer"}) {
+      folder.Write(empty + "/cur/.keep", "");
+      folder.Write(empty + "/new/.keep", "");
+    }
+    const Mailbox mailbox(folder.Path(), {"--language", language});
+    std::vector<std::string> arguments = ServerArguments(folder, std::stoi(mailbox.Port()));
+    const auto run = [&] { return RunProgram("tarny", arguments, folder.Path()); };
+    EXPECT_EQ(SummaryOf(run())["sent"], 2);
+    std::filesystem::rename(folder.File(calendar + "/cur/1.a:2,"),
+                            folder.File(calendar + "/cur/1.a:2,S"));
+    const nlohmann::json second = SummaryOf(run());
+    EXPECT_EQ(second["updated"], 1);
+    EXPECT_EQ(second["there_already"], 1);
+    arguments.push_back("--adopt");
+    EXPECT_EQ(SummaryOf(run())["sent"], 0);
+    arguments.pop_back();
+    arguments[0] = "verify";
+    EXPECT_EQ(SummaryOf(run())["complete"], true);
+    const std::string place = names.inbox + "/" + names.ofOthers[0];
+    const std::map<std::string, std::string> wanted = {{"1", place + ": R 2019-03-04"},
+                                                       {"2", place + "/Alt:  2019-03-04"}};
+    EXPECT_EQ(ArrivedState(folder), wanted);
+    mailbox::Store store(folder.File("mailbox/mailbox.db"), mailbox::Store::Mode::kReadOnly);
+    std::vector<std::string> made;
+    for (const mailbox::FolderInfo& each : store.Folders(store.Mailboxes().back().id)) {
+      if (each.wellKnown.empty()) made.push_back(store.FolderPath(each.id));
+    }
+    EXPECT_THAT(made, testing::UnorderedElementsAre(place, place + "/Alt", place + "/Leer"));
   }
 }
 

@@ -82,6 +82,37 @@ TEST_F(Look, APathLeadsToTheFolderOfTheEngineAndMakesNone) {
   EXPECT_EQ(Store().ChildFolders(root, /*deep=*/true).size(), folders);
 }
 
+// The kinds of the plan tell which path leads elsewhere.
+TEST_F(Look, APathOfMailLeadsBelowTheInboxWhereTheEngineWentThere) {
+  ews::Settings().bSafe = true;
+  const std::int64_t inbox = *Store().FindWellKnown(Store().Mailbox(target.user), "inbox");
+  const std::int64_t dates =
+      Store().CreateFolder(*Store().Folder(root), "Termine", "IPF.Appointment")->id;
+  MakeItem(dates, "<event@x>");
+  const std::int64_t mails = MakeFolder(inbox, "Termine");
+  MakeItem(mails, "<1@x>");
+  MakeItem(MakeFolder(mails, "Alt"), "<2@x>");
+  MakeItem(mails, "<3@x>");
+  ServerLook kinds{target, {{"termine\\", 0}, {"termine\\alt\\", 0}}};
+  const auto count = [&](ServerLook& from, const Place& place) {
+    int items = 0;
+    from.List(place, [&](const ews::FoundItem&) { ++items; });
+    return items;
+  };
+  EXPECT_EQ(count(kinds, "Termine\\"), 2);
+  EXPECT_EQ(count(kinds, "Termine\\Alt\\"), 1);
+  EXPECT_EQ(count(kinds, Place("Termine\\", ews::WellKnownFolderName::MsgFolderRoot)), 1);
+  ServerLook events{target, {{"termine\\", 4}}};
+  EXPECT_EQ(count(events, "Termine\\"), 1);
+  // No item is for it: whether it is there is all that is asked.
+  EXPECT_EQ(count(look, "Termine\\"), 1);
+  EXPECT_TRUE(look.Has("Termine\\Alt\\"));
+  EXPECT_FALSE(look.Has("Termine\\Neu\\"));
+  ews::Settings().bSafe = false;
+  ServerLook asItIs{target, {{"termine\\", 0}}};
+  EXPECT_EQ(count(asItIs, "Termine\\"), 1);
+}
+
 TEST_F(Look, AFolderBehindAThousandThatHoldItsNameIsFound) {
   const std::int64_t parent = MakeFolder(root, "Many");
   for (int i = 0; i < 1005; ++i) MakeFolder(parent, "A report " + std::to_string(i));

@@ -51,17 +51,25 @@ TEST(SpecialFolders, AreKnownAtTheTopAlone) {
 
 TEST(FolderMap, TakesTheFirstLineThatFits) {
   FolderMap map(
-      "# where things go\r\n\r\nProjects/Old\tArchive/Projects\r\n"
-      "PROJECTS/*\tWork/P\nProjects/New\tnever\nStra\xC3\x9F"
+      "\xEF\xBB\xBFProjects/Old\tArchive/Projects\r\n\r\n# where things go\r\n"
+      "PROJECTS/*\tWork/P\nProjects/New\tnever\nA\\/B\\/*\tX\\/Y\nStra\xC3\x9F"
       "e/*\tS/*\n");
   const std::pair<const char*, const char*> rows[] = {
-      {"Projects\\Old\\", "Archive\\Projects\\"},      {"projects\\", "Work\\P\\"},
-      {"Projects\\New\\a b\\", "Work\\P\\New\\a b\\"}, {"Projects2\\", ""},
-      {"Strasse\\\xC3\x9F\\", "S\\\xC3\x9F\\"},        {"Other\\", ""},
+      {"Projects\\Old\\", "Archive\\Projects\\"},
+      {"projects\\", "Work\\P\\"},
+      {"Projects\\New\\a b\\", "Work\\P\\New\\a b\\"},
+      {"Projects2\\", ""},
+      {"Strasse\\\xC3\x9F\\", "S\\\xC3\x9F\\"},
+      {"Other\\", ""},
+      {"a/b/*\\", "X/Y\\"},
+      {"A/B/*\\c\\", ""},
   };
   for (const auto& [path, wanted] : rows) EXPECT_EQ(map.PlaceOf(path), wanted) << path;
   EXPECT_THAT(map.Unused(), ElementsAre("Projects/New\tnever"));
-  for (const char* text : {"a b", "a\t", "\tb", "x\ty\n/*\tb"}) {
+  FolderMap all("a\tb\n*\tOld/*");
+  EXPECT_EQ(all.PlaceOf("a\\"), "b\\");
+  EXPECT_EQ(all.PlaceOf("a\\c\\"), "Old\\a\\c\\");
+  for (const char* text : {"a b", "a\t", "\tb", "x\ty\n/*\tb", "*\t"}) {
     EXPECT_THROW(FolderMap bad(text), std::runtime_error) << text;
   }
 }

@@ -124,6 +124,7 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
     Files files;
     std::vector<Mail> mails;
     std::vector<std::string> empty;
+    std::vector<std::string> problems = {};
   } rows[] = {
       {"the profile of a Thunderbird",
        {{"prefs.js", "x"},
@@ -177,6 +178,43 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"Inbox\\|INBOX/new/1.a,U=1|"},
         {"Projekte\\K\xC3\xB6ln\\|Projekte/K&APY-ln/cur/2.a,U=1:2,FS|RF"}},
        {}},
+      {"a server's, where folders without mail of their own stand above others",
+       {{"INBOX/cur/.x", ""},
+        {"INBOX/new/.x", ""},
+        {"Entw&APw-rfe/2019/cur/1.a:2,S", kMail},
+        {"Entw&APw-rfe/2019/new/.x", ""},
+        {"Projekte/K&APY-ln/A&-B/Kunde/cur/2.a:2,S", kMail},
+        {"Projekte/K&APY-ln/A&-B/Kunde/new/.x", ""}},
+       {{"Drafts\\2019\\|Entw&APw-rfe/2019/cur/1.a:2,S|R@1"},
+        {"Projekte\\K\xC3\xB6ln\\A&B\\Kunde\\|Projekte/K&APY-ln/A&-B/Kunde/cur/2.a:2,S|R@2"}},
+       {}},
+      {"mboxes of a Dovecot",
+       {{".imap/inbox/dovecot.index.log", "x"},
+        {".imap/Leer/dovecot.index.log", "x"},
+        {"inbox", Mbox()},
+        {"Leer", ""},
+        {"Notiz", ""},
+        {"rules.sieve", "keep;\n"},
+        {"B&APw-ro/K&APY-ln/Kunde", Mbox()}},
+       {{"Inbox\\|inbox:0|R@", kText},
+        {"B" + u + "ro\\K\xC3\xB6ln\\Kunde\\|B&APw-ro/K&APY-ln/Kunde:0|R@", kText}},
+       {"Leer\\"},
+       {"rules.sieve: its name does not end in .eml, .ics or .vcf"}},
+      {"mutt's, of which some have no mail",
+       {{"inbox", Mbox()},
+        {"inbox.lock", ""},
+        {"sent", ""},
+        {"subscriptions", ""},
+        {"v1", ""},
+        {"old/2019.mbox", Mbox()},
+        {"old/2020.mbox", ""},
+        {"old/todo", ""}},
+       {{"Inbox\\|inbox:0|R@", kText}, {"old\\2019\\|old/2019.mbox:0|R@", kText}},
+       {"Sent Items\\", "v1\\", "old\\2020\\"}},
+      {"files whose folders are called as a server's are, which nothing shows to be one's",
+       {{"B&APw-ro/1.eml", kMail}, {"B&APw-ro/a/2.eml", kMail}, {"B&APw-ro/3", ""}},
+       {{"B&APw-ro\\|B&APw-ro/1.eml|R"}, {"B&APw-ro\\a\\|B&APw-ro/a/2.eml|R"}},
+       {}},
       {"a Maildir that was copied without its empty folders, and what lies beside its mail",
        {{"cur/1.a:2,", kMail},
         {"cur/2.a", kMail},
@@ -210,12 +248,17 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
        {{"inbox/1", kMail},
         {"inbox/2", ">From a@b Mon\n" + kMail},
         {"inbox/,3", kMail},
+        {"inbox/7", kSeparator + kMail},
+        {"inbox/8", Mbox() + Mbox()},
         {"inbox/.mh_sequences", "unseen: 2-9\nreplied: 1\nflagged: 2\nforwarded: 1\n"},
         {"leer/.mh_sequences", "cur: 1\n"},
         {"other/4", ">From a@b Mon\n" + kMail},
         {"sent/1", kMail}},
        {{"Inbox\\|inbox/1|RAW"},
         {"Inbox\\|inbox/2|F", ">From a@b Mon\n" + kMail},
+        {"Inbox\\|inbox/7|", kSeparator + kMail},
+        {"Inbox\\8\\|inbox/8:0|R@", kText},
+        {"Inbox\\8\\|inbox/8:" + std::to_string(Mbox().size()) + "|R@", kText},
         {"other\\|other/4|R", ">From a@b Mon\n" + kMail},
         {"Sent Items\\|sent/1|R"}},
        {"leer\\"}},
@@ -246,9 +289,12 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {".Projekte.a_b c.K\xC3\xB6ln & S" + u + "d/cur/1:2,S", kMail},
         {".Projekte.a_b c.K\xC3\xB6ln & S" + u + "d/new/.x", ""},
         {".R&D/cur/2:2,S", kMail},
-        {".R&D/new/.x", ""}},
+        {".R&D/new/.x", ""},
+        {".R&-D/cur/3:2,S", kMail},
+        {".R&-D/new/.x", ""}},
        {{"Projekte\\a_b c\\K\xC3\xB6ln & S" + u + "d\\|.Projekte.a_b c.K\xC3\xB6ln & S" + u +
          "d/cur/1:2,S|R"},
+        {"R&-D\\|.R&-D/cur/3:2,S|R"},
         {"R&D\\|.R&D/cur/2:2,S|R"}},
        {}},
       {"Evolution's of before",
@@ -266,12 +312,16 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
        {{"INBOX.mbox/" + uuid + "/Data/1/Messages/1.emlx", Emlx(kMail, 0)},
         {"Sent Messages.mbox/A:B.mbox/Messages/2.emlx", Emlx(kMail, 0x15)},
         {"Sent Messages.mbox/A:B.mbox/Messages/3.emlx", WithCrLf(Emlx(kText, 0x15))},
+        {"Gr:A/C:D.mbox/Messages/3.emlx", Emlx(kMail, 1)},
+        {"Gr:B/4.eml", kMail},
         {"Export.mbox/mbox", Mbox()},
         {"Export.mbox/table_of_contents", "x"},
         {"Leer.mbox/Info.plist", "x"},
         {"Leer2.mbox/mbox", ""},
         {"Leer2.mbox/table_of_contents", "x"}},
        {{"Export\\|Export.mbox/mbox:0|R@", kText},
+        {"Gr/A\\C/D\\|Gr:A/C:D.mbox/Messages/3.emlx|R@"},
+        {"Gr:B\\|Gr:B/4.eml|R"},
         {"Inbox\\|INBOX.mbox/" + uuid + "/Data/1/Messages/1.emlx|@"},
         {"Sent Items\\A/B\\|Sent Messages.mbox/A:B.mbox/Messages/2.emlx|RAF@"},
         {"Sent Items\\A/B\\|Sent Messages.mbox/A:B.mbox/Messages/3.emlx|RAF@", WithCrLf(kText)}},
@@ -365,7 +415,7 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
       EXPECT_EQ(mails[i].bytes, row.mails[i].bytes) << row.name << ": " << row.mails[i].line;
     }
     EXPECT_THAT(plan.emptyFolders, testing::ElementsAreArray(row.empty)) << row.name;
-    EXPECT_THAT(Problems(plan, folder.Path()), IsEmpty()) << row.name;
+    EXPECT_THAT(Problems(plan, folder.Path()), testing::ElementsAreArray(row.problems)) << row.name;
   }
 }
 
@@ -693,6 +743,16 @@ TEST(Eudora, PicturesStandWithThePageThatShowsThem) {
                           "mixed attachment paper.jpg: ", "mixed attachment photo.png: ",
                           "mixed attachment My Map.gif: ", "mixed attachment web.gif: ",
                           "mixed attachment two.gif: ", "mixed attachment odd.gif: "));
+}
+
+TEST(Stores, AnEmptyMailOfMhFailsAsOthersDo) {
+  const TemporaryFolder folder;
+  folder.Write("1", "");
+  folder.Write(".mh_sequences", "unseen: 2\n");
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), 1u);
+  const Plan::Entry entry = plan.entries[0];
+  EXPECT_THROW(entry.source->Read(entry.item), SourceError);
 }
 
 TEST(MhSequences, RangesMayOverlapAndBeAnything) {
