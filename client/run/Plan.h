@@ -58,10 +58,10 @@ struct Plan {
   std::vector<SourceProblem> problems;  // what was left out
   std::vector<SourceProblem> merged;    // target folders that take up several of a source
   std::vector<SourceProblem> alike;  // those whose accents alone differ, in how they are composed
-  std::vector<SourceProblem> unusedLines;  // of the folder map: no folder fits them
-  std::vector<std::string> emptyFolders;   // target folders without items, in order
-  FolderPlaces places;
-  std::vector<SourceProblem> emptySources;
+  std::vector<SourceProblem> unusedLines;   // of the folder map: no folder fits them
+  std::vector<std::string> emptyFolders;    // target folders without items, in order
+  FolderPlaces places;                      // of the items
+  std::vector<SourceProblem> emptySources;  // unread where earlier runs found items
   std::uint64_t deleted = 0;    // mails that wait in their store to be taken away, left there
   std::uint64_t storeData = 0;  // what programs keep among mails, left there
 
