@@ -40,6 +40,21 @@ bool SqliteError::IsDamage() const {
   return nPrimary == SQLITE_CORRUPT || nPrimary == SQLITE_NOTADB;
 }
 
+bool SqliteError::IsUnwritten() const {
+  switch (m_nCode) {
+    case SQLITE_IOERR_WRITE:
+    case SQLITE_IOERR_FSYNC:
+    case SQLITE_IOERR_DIR_FSYNC:
+    case SQLITE_IOERR_TRUNCATE:
+    case SQLITE_IOERR_SHMSIZE:  // the first that needs room when a log is opened
+      return true;
+    default: {
+      const int nPrimary = m_nCode & 0xFF;
+      return nPrimary == SQLITE_FULL || nPrimary == SQLITE_READONLY;
+    }
+  }
+}
+
 void SqliteStatement::Finalize::operator()(sqlite3_stmt* p) const { sqlite3_finalize(p); }
 
 SqliteStatement& SqliteStatement::Bind(int nIndex, std::int64_t nValue) {

@@ -17,7 +17,8 @@ class SqliteError : public std::runtime_error {
   SqliteError(int nCode, const std::string& strMessage)
       : std::runtime_error(strMessage), m_nCode(nCode) {}
   int Code() const { return m_nCode; }
-  bool IsDamage() const;  // what stands in the file is no database, or a broken one
+  bool IsDamage() const;     // what stands in the file is no database, or a broken one
+  bool IsUnwritten() const;  // the disk has no room, or takes nothing
 
  private:
   int m_nCode;

@@ -11,6 +11,7 @@
 #include "client/commands/MigrateOutput.h"
 #include "client/commands/ProblemList.h"
 #include "client/commands/TargetLogon.h"
+#include "client/run/FolderPlaces.h"
 #include "client/run/ItemKinds.h"
 #include "client/run/LedgerLook.h"
 #include "client/run/LedgerWriter.h"
@@ -76,6 +77,7 @@ bool IsEnough(const Plan& plan, const MigrateOptions& options) {
 int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
   RequireStoreUsable(options.target);
   RequireEarlierStoreKept(options.run, options.target);
+  RequirePlacesKept(plan.places, options.run);
   if (!options.target.Local() && !options.target.Store()) {
     AskSecrets(options);
     ServerWaits waits;
@@ -110,10 +112,12 @@ int Migrate(MigrateOptions& options, Console& console) {
                options.engine.patienceGiven || IsBound(journal), waits, say);
   LogWaits(run.File("4LogFile.txt"));
   const bool forgetsAll = ForgetsAll(options, plan, journal, run, say);
+  if (!forgetsAll) RequirePlacesKept(plan.places, journal);
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);
   if (forgetsAll) ForgetAll(journal, run);
   journal.KeepFolderKinds(KindsOf(plan.entries.Items()));
+  journal.KeepPlaces(plan.places);
 
   Migration migration({run, options.target, engineOptions, local.get(), options.fromMime,
                        options.adopt, &waits, options.deleteMissing},

@@ -121,6 +121,15 @@ std::string FullPath(const std::string& path) {
   return full.string();
 }
 
+// As it will be named once it is there.
+std::string NameOf(const std::string& path) {
+  std::error_code error;
+  const auto absolute = std::filesystem::absolute(path, error);
+  std::string name = std::filesystem::weakly_canonical(absolute, error).string();
+  while (name.size() > 1 && name.ends_with('/')) name.pop_back();
+  return name;
+}
+
 // Arguments can be read by every user of a machine, and the target's URL is kept in the run folder.
 void RequireNoSecret(const char* option, const std::string& url) {
   const size_t host = url.find("://");
@@ -136,9 +145,7 @@ void RequireNoSecret(const char* option, const std::string& url) {
 // The work files of one run would be prepared items of the next, and a mailbox no mail of
 // anybody's.
 void RequireOutside(const MigrateOptions& options, const char* option, const std::string& path) {
-  std::error_code error;
-  const auto absolute = std::filesystem::absolute(path, error);
-  const std::string full = std::filesystem::weakly_canonical(absolute, error).string() + "/";
+  const std::string full = NameOf(path) + "/";
   for (const std::string& source : options.sources) {
     if (!full.starts_with(source + "/")) continue;
     throw UsageError(fmt::format("{}: {} lies in the source {}", option, path, source));
@@ -185,12 +192,8 @@ void RequireNothingOfServers(const MigrateOptions& options) {
 // The engine is told the path in Windows form, and takes what that form means to it: another file
 // where a name has a backslash, is no UTF-8, or is there in another case alone.
 void RequireOwnName(const std::string& file, const std::string& run) {
-  std::error_code error;
   std::optional<platform::PathRoot> root;  // as the engine has it
-  if (!run.empty()) {
-    const auto absolute = std::filesystem::absolute(run, error);
-    root.emplace(std::filesystem::weakly_canonical(absolute, error).string());
-  }
+  if (!run.empty()) root.emplace(NameOf(run));
   const std::string taken = platform::ResolvePath(platform::ToWindowsPath(file));
   if (taken == file) return;
   throw UsageError(
@@ -204,10 +207,7 @@ void CompleteStore(MigrateOptions& options) {
   if (CString::FromUtf8(file.extension().string()).MakeUpper() != u".PST") {
     throw UsageError("--to store: needs a file whose name ends in .pst");
   }
-  std::error_code error;
-  target.address =
-      std::string(kStore) +
-      std::filesystem::weakly_canonical(std::filesystem::absolute(file), error).string();
+  target.address = std::string(kStore) + NameOf(file);
   RequireOwnName(target.StoreFile(), options.run);
   RequireOutside(options, "--to", file.string());
   RequireNothingOfServers(options);
@@ -277,11 +277,11 @@ void CompleteOptions(MigrateOptions& options) {
   target.address = options.to;
   if (target.Local()) {
     if (target.LocalFolder().empty()) throw UsageError("--to local: needs a folder behind it");
-    std::error_code error;
-    const auto folder =
-        std::filesystem::weakly_canonical(std::filesystem::absolute(target.LocalFolder()), error);
-    target.address = "local:" + folder.string();
+    target.address = "local:" + NameOf(target.LocalFolder());
     RequireOutside(options, "--to", target.LocalFolder());
+    if (!options.run.empty() && NameOf(options.run) == target.LocalFolder()) {
+      throw UsageError(fmt::format("--run: {} is the folder of the local mailbox", options.run));
+    }
     RequireNothingOfServers(options);
     if (target.user.empty()) target.user = kLocalUser;
   } else if (target.Store()) {

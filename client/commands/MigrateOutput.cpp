@@ -27,6 +27,7 @@ void PlanAsJson(const Plan& plan, const std::string& target) {
                                        {"merged", ProblemsAsJson(plan.merged)},
                                        {"alike", ProblemsAsJson(plan.alike)},
                                        {"unused_lines", ProblemsAsJson(plan.unusedLines)},
+                                       {"empty_sources", ProblemsAsJson(plan.emptySources)},
                                        {"left_out", ProblemsAsJson(plan.problems)}});
 }
 
@@ -38,6 +39,7 @@ void PrintStaying(const Plan& plan) {
       "are composed differently)",
       plan.alike);
   PrintProblems("Lines of --folder-map that no folder of the source fits", plan.unusedLines);
+  PrintProblems(kNothingIn, plan.emptySources);
   if (plan.deleted) {
     std::cout << fmt::format(
         "{} deleted in the source and left there (--with-deleted takes them)\n",
@@ -80,6 +82,7 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"merged", ProblemsAsJson(plan.merged)},
                                        {"alike", ProblemsAsJson(plan.alike)},
                                        {"unused_lines", ProblemsAsJson(plan.unusedLines)},
+                                       {"empty_sources", ProblemsAsJson(plan.emptySources)},
                                        {"missing", ProblemsAsJson(summary.missing)},
                                        {"taken_away", summary.takenAway},
                                        {"gone_there_too", summary.goneThere},

@@ -13,6 +13,9 @@ namespace client {
 // Above what a plan tells of its sources: of a mail that was cut there the rest is sent.
 inline constexpr const char* kLeftOut = "Left out or not whole";
 
+// Above sources of a plan.
+inline constexpr const char* kNothingIn = "Nothing was found in";
+
 inline constexpr size_t kMostListed = 50;  // items of a list for people; the JSON has them all
 
 nlohmann::json ProblemsAsJson(const std::vector<SourceProblem>& problems);

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "client/commands/CommandFiles.h"
 #include "client/commands/Commands.h"
 #include "client/commands/MigrateOptions.h"
 #include "client/commands/ProblemList.h"
@@ -52,6 +53,7 @@ void PrintText(const std::vector<FolderCheck>& checks, const Plan& plan) {
       PrintProblems(finding.words, check.*finding.list, /*indent=*/2);
     }
   }
+  PrintProblems(kNothingIn, plan.emptySources);
   PrintProblems(kLeftOut, plan.problems);
 }
 
@@ -65,8 +67,10 @@ void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool co
     }
     folders.push_back(std::move(folder));
   }
-  std::cout << JsonText(nlohmann::json{
-      {"complete", complete}, {"folders", folders}, {"left_out", ProblemsAsJson(plan.problems)}});
+  std::cout << JsonText(nlohmann::json{{"complete", complete},
+                                       {"folders", folders},
+                                       {"empty_sources", ProblemsAsJson(plan.emptySources)},
+                                       {"left_out", ProblemsAsJson(plan.problems)}});
 }
 
 int Verify(MigrateOptions& options, Console& console) {
@@ -75,7 +79,9 @@ int Verify(MigrateOptions& options, Console& console) {
   options.plan.earlier = FoldersOfEarlierRuns(options.run);
   const Plan plan = MakePlan(options.sources, options.plan);
   AskSecrets(options);
-  if (!std::filesystem::exists(options.run + "/journal.db")) {
+  std::error_code error;
+  if (!std::filesystem::exists(options.run + "/journal.db", error)) {
+    if (error) throw RunError(CannotRead(options.run, error.message()));
     throw RunError(fmt::format("{} is not the run folder of a migration", options.run));
   }
   RunFolder run(options.run);

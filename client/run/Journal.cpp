@@ -28,6 +28,8 @@ constexpr std::string_view kSchema =
     " PRIMARY KEY (folder, hash)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS folder_kind (folder TEXT PRIMARY KEY, kind INTEGER NOT NULL)"
     " WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS place (source TEXT NOT NULL, path TEXT NOT NULL,"
+    " type INTEGER NOT NULL, folder TEXT NOT NULL, PRIMARY KEY (source, path, type)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS late (folder TEXT NOT NULL, key TEXT NOT NULL,"
     " ledger_key TEXT NOT NULL, message_id TEXT NOT NULL, sent INTEGER NOT NULL,"
     " shown INTEGER NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
@@ -78,15 +80,19 @@ KnownMail MailIn(const platform::SqliteStatement& row) {
           static_cast<KnownMail::Origin>(row.Int(6))};
 }
 
+const char* WhatToDo(const platform::SqliteError& error) {
+  if (error.IsDamage()) {
+    return ". It is damaged: tarny migrate goes on with a new run folder and --adopt, and "
+           "sends only what is not in the target";
+  }
+  return error.IsUnwritten() ? ". The disk of the run folder is full, or cannot be written" : "";
+}
+
 }  // namespace
 
 std::string JournalFailure(const std::string& runFolder, const platform::SqliteError& error) {
-  return fmt::format(
-      "{} cannot be used: its journal journal.db fails with: {}{}", runFolder, error.what(),
-      error.IsDamage()
-          ? ". It is damaged: tarny migrate goes on with a new run folder and --adopt, and "
-            "sends only what is not in the target"
-          : "");
+  return fmt::format("{} cannot be used: its journal journal.db fails with: {}{}", runFolder,
+                     error.what(), WhatToDo(error));
 }
 
 Journal::Journal(const std::string& path) : m_database(path) {
@@ -214,6 +220,34 @@ void Journal::KeepFolderKinds(const std::map<std::string, std::int32_t>& kinds) 
   }
 }
 
+std::optional<std::string> Journal::PlaceOf(const FolderOfSource& folder) {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT folder FROM place WHERE source = ?1 AND path = ?2 AND type = ?3");
+  query.Bind(1, folder.source).Bind(2, folder.path);
+  if (!query.Bind(3, std::int64_t{folder.type}).Step()) return std::nullopt;
+  return std::string(query.Text(0));
+}
+
+void Journal::KeepPlaces(const FolderPlaces& places) {
+  m_database.Execute("BEGIN IMMEDIATE");
+  {
+    platform::SqliteStatement insert =
+        m_database.Prepare("INSERT OR REPLACE INTO place VALUES (?1, ?2, ?3, ?4)");
+    for (const auto& [folder, place] : places) {
+      insert.Bind(1, folder.source).Bind(2, folder.path);
+      insert.Bind(3, std::int64_t{folder.type}).Bind(4, place).Run();
+    }
+  }
+  m_database.Execute("COMMIT");
+}
+
+std::vector<std::string> Journal::SourcesOfPlaces() {
+  platform::SqliteStatement query = m_database.Prepare("SELECT DISTINCT source FROM place");
+  std::vector<std::string> sources;
+  while (query.Step()) sources.emplace_back(query.Text(0));
+  return sources;
+}
+
 // From one folder to the next, past all keys of each.
 std::vector<std::string> Journal::Folders() {
   platform::SqliteStatement query = m_database.Prepare(
@@ -223,6 +257,10 @@ std::vector<std::string> Journal::Folders() {
   std::vector<std::string> folders;
   while (query.Step()) folders.emplace_back(query.Text(0));
   return folders;
+}
+
+bool Journal::HasNamedIn(std::string_view folder) {
+  return m_database.Prepare("SELECT 1 FROM claim WHERE folder = ?1 LIMIT 1").Bind(1, folder).Step();
 }
 
 bool Journal::IsNew() {
@@ -307,8 +345,8 @@ std::optional<JournalEntry> Journal::EntryAt(std::string_view source) {
 void Journal::ForgetAll() {
   m_database.Execute(
       "PRAGMA synchronous=FULL; BEGIN IMMEDIATE; DELETE FROM item; DELETE FROM mail;"
-      " DELETE FROM late; DELETE FROM begun; DELETE FROM claim; COMMIT;"
-      " PRAGMA synchronous=NORMAL");
+      " DELETE FROM late; DELETE FROM begun; DELETE FROM claim; DELETE FROM place;"
+      " COMMIT; PRAGMA synchronous=NORMAL");
 }
 
 std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view part) {

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "client/run/FolderPlaces.h"
 #include "platform/Sqlite.h"
 
 namespace client {
@@ -95,8 +96,17 @@ class Journal {
   std::map<std::string, std::int32_t> FolderKinds();
   void KeepFolderKinds(const std::map<std::string, std::int32_t>& kinds);
 
+  // Where earlier runs put what lies in that folder; and from now on, in place of what is known of
+  // these. Not durable.
+  std::optional<std::string> PlaceOf(const FolderOfSource& folder);
+  void KeepPlaces(const FolderPlaces& places);
+  // The sources that ever had items.
+  std::vector<std::string> SourcesOfPlaces();
+
   // All target folders that items were named for, as they were spelled then.
   std::vector<std::string> Folders();
+  // Whether any was in that one.
+  bool HasNamedIn(std::string_view folder);
 
   // True if no command ever left.
   bool IsNew();

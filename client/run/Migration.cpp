@@ -17,6 +17,7 @@
 #include "client/run/ReducedMail.h"
 #include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
+#include "client/sources/SourceFiles.h"
 #include "ews/EwsTransport.h"
 #include "ews/ServiceException.h"
 #include "platform/EndpointClient.h"
@@ -47,6 +48,12 @@ bool IsBefore(const SourceProblem& a, const SourceProblem& b) {
                       place.size(), place);
   };
   return order(a) < order(b);
+}
+
+// People move and delete mail while it is read.
+std::string WhereGone(const SourceItem& item) {
+  if (IsThere(item.file.empty() ? item.location : item.file)) return {};
+  return "it went since it was listed; the next run takes what is there then";
 }
 
 UnknownOutcome::Keyed KeyedBy(const RunSetup& setup, Journal& journal) {
@@ -187,7 +194,7 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     }
   } catch (const SourceError& error) {
     m_second.SeeUnread(entry);
-    outcome = {Outcome::Kind::kFailed, error.what()};
+    outcome = {Outcome::Kind::kFailed, Joined(error.what(), WhereGone(entry.item))};
   } catch (const WriteError& error) {
     outcome = {Outcome::Kind::kFailed, error.what()};
   } catch (const std::bad_alloc&) {

@@ -217,6 +217,14 @@ class Spelling {
   std::unordered_map<std::string, std::string> m_before;
 };
 
+SourceProblem EmptySource(const std::string& path, const EarlierFolders& earlier) {
+  const bool hadItems = std::ranges::find(earlier.sources, path) != earlier.sources.end();
+  return {path,
+          hadItems ? "earlier runs found items in it; a disk that is not mounted looks like that"
+                   : "a disk that is not mounted looks like that",
+          /*isUnread=*/hadItems};
+}
+
 bool StaysBehind(const SourceItem& item, const PlanOptions& options, Plan& plan) {
   if (options.withDeleted) return false;
   if (item.isStoreData) {
@@ -245,6 +253,7 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
   Plan plan;
   Places places(options);
   std::vector<std::string> folders;
+  std::map<FolderOfSource, std::size_t> partOf;  // of the items
   for (const std::string& path : paths) {
     try {
       plan.sources.push_back(OpenSource(path, options.source));
@@ -254,14 +263,18 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
     const Source* source = plan.sources.back().get();
     plan.entries.Begin(source, Unneeded(path, paths));
     Listing listing = source->List();
+    if (listing.items.empty() && listing.problems.empty()) {
+      plan.emptySources.push_back(EmptySource(path, options.earlier));
+    }
     std::ranges::move(listing.problems, std::back_inserter(plan.problems));
     places.Begin(std::move(listing.marks));
     for (const std::string& folder : listing.folders) folders.push_back(places.Of(folder));
     listing.items.TakeAll([&](SourceItem item) {
       if (StaysBehind(item, options, plan)) return;
       item.type = TypeOf(item);
+      FolderOfSource from{path, item.folder, item.type};
       item.folder = item.type == TYPE_EMAIL ? places.Of(item, path) : places.OfOther(item);
-      plan.entries.Add(item);
+      partOf.try_emplace(std::move(from), plan.entries.Add(item));
     });
   }
   PlaceByKind(plan.entries.Items(), options.earlier.kinds);
@@ -269,6 +282,9 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
   plan.entries.Items().Move(
       [&](const ItemList::Shared& shared) { return spelling.Of(shared.folder); });
   for (std::string& folder : folders) folder = spelling.Of(folder);
+  for (const auto& [folder, part] : partOf) {
+    plan.places.emplace(folder, plan.entries.Items().Parts()[part].folder);
+  }
   plan.merged = places.Merged();
   plan.alike = places.Alike();
   plan.unusedLines = places.UnusedLines();
@@ -288,18 +304,18 @@ std::unordered_map<std::string, std::string> NamesIn(
 }
 
 bool Plan::IsWhole() const {
-  return std::none_of(problems.begin(), problems.end(),
-                      [](const SourceProblem& problem) { return problem.isUnread; });
+  return std::ranges::none_of(problems, &SourceProblem::isUnread) &&
+         std::ranges::none_of(emptySources, &SourceProblem::isUnread);
 }
 
 std::vector<Plan::Folder> Plan::Folders() const {
   std::vector<Folder> folders;
-  std::unordered_map<std::string, size_t> places;
+  std::unordered_map<std::string, size_t> numbers;
   for (const ItemList::Shared& shared : entries.Items().Parts()) {
-    const auto [place, isNew] = places.try_emplace(shared.folder, folders.size());
+    const auto [number, isNew] = numbers.try_emplace(shared.folder, folders.size());
     if (isNew) folders.push_back({shared.folder, 0, 0});
-    folders[place->second].items += shared.items;
-    folders[place->second].bytes += shared.bytes;
+    folders[number->second].items += shared.items;
+    folders[number->second].bytes += shared.bytes;
   }
   return folders;
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "client/run/FolderMap.h"
+#include "client/run/FolderPlaces.h"
 #include "client/sources/ItemList.h"
 #include "client/sources/MadeOnTheWay.h"
 #include "client/sources/Source.h"
@@ -33,7 +34,7 @@ struct Plan {
     // What is added from now on is of that source; so many bytes of its locations people need not
     // read.
     void Begin(const Source* source, std::size_t unneeded);
-    void Add(const SourceItem& item) { m_items.Add(item); }
+    std::size_t Add(const SourceItem& item) { return m_items.Add(item); }
 
     std::size_t size() const { return m_items.size(); }
     bool empty() const { return m_items.empty(); }
@@ -57,8 +58,10 @@ struct Plan {
   std::vector<SourceProblem> problems;  // what was left out
   std::vector<SourceProblem> merged;    // target folders that take up several of a source
   std::vector<SourceProblem> alike;  // those whose accents alone differ, in how they are composed
-  std::vector<SourceProblem> unusedLines;  // of the folder map: no folder fits them
-  std::vector<std::string> emptyFolders;   // target folders without items, in order
+  std::vector<SourceProblem> unusedLines;   // of the folder map: no folder fits them
+  std::vector<std::string> emptyFolders;    // target folders without items, in order
+  FolderPlaces places;                      // of the items
+  std::vector<SourceProblem> emptySources;  // unread where earlier runs found items
   std::uint64_t deleted = 0;    // mails that wait in their store to be taken away, left there
   std::uint64_t storeData = 0;  // what programs keep among mails, left there
 
@@ -84,6 +87,7 @@ using FolderKinds = std::map<std::string, std::int32_t>;
 struct EarlierFolders {
   FolderKinds kinds = {};                   // what arrived must not move
   std::vector<std::string> spellings = {};  // their paths
+  std::vector<std::string> sources = {};    // whose items went there
 };
 
 struct PlanOptions {

@@ -107,7 +107,7 @@ EarlierFolders FoldersOfEarlierRuns(const std::string& runFolder) {
   if (runFolder.empty() || !std::filesystem::exists(path, error)) return {};
   try {
     Journal journal(path);
-    return {journal.FolderKinds(), journal.Folders()};
+    return {journal.FolderKinds(), journal.Folders(), journal.SourcesOfPlaces()};
   } catch (const platform::SqliteError&) {
     return {};
   }

@@ -141,12 +141,13 @@ std::string RecordOf(const SourceItem& item, std::string_view path, std::uint64_
 
 }  // namespace
 
-void ItemList::Add(const SourceItem& item) {
+std::size_t ItemList::Add(const SourceItem& item) {
   const std::string_view path = SharedPath(item);
   const std::uint64_t part = PartOf(item, path);
   ++m_shared[part].items;
   m_shared[part].bytes += item.length;
   m_records.Add(RecordOf(item, path, part));
+  return part;
 }
 
 std::uint64_t ItemList::PartOf(const SourceItem& item, std::string_view path) {

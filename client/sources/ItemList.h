@@ -32,7 +32,8 @@ class ItemList {
     std::uint64_t bytes = 0;  // on disk
   };
 
-  void Add(const SourceItem& item);
+  // Returns which of Parts() it shares.
+  std::size_t Add(const SourceItem& item);
   // Of one that was added, by its number.
   void SetUnread(std::size_t at);
   // Hands over each in order and forgets it: what is taken elsewhere is not held twice.

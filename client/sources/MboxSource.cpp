@@ -141,7 +141,8 @@ std::string ReadMboxItem(const SourceItem& item, MboxKind kind) {
   const std::string_view found = whole.substr(std::min<std::uint64_t>(before, whole.size()));
   const bool isMmdf = EndsWithMmdfMark(whole.substr(0, whole.size() - found.size()));
   if (found.size() != item.length || !(isMmdf || found.starts_with(kFrom))) {
-    throw SourceError("its file changed since it was listed");
+    throw SourceError(
+        "its file changed since it was listed; the next run takes what is there then");
   }
   std::string mail = isMmdf ? std::string(WithoutFromLine(found)) : UnquoteMbox(found, kind);
   RequireMail(mail);

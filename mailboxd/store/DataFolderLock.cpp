@@ -55,10 +55,13 @@ void WriteHolder(const platform::UniqueFd& file, DataFolderLock::Lifetime lifeti
 
 DataFolderLock::DataFolderLock(const std::string& folder, Lifetime lifetime) {
   std::error_code error;
-  std::filesystem::create_directories(folder, error);
+  std::filesystem::create_directories(folder, error);  // which says more than what follows
   ::chmod(folder.c_str(), 0700);
   m_file.Reset(::open((folder + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-  if (!m_file) throw std::runtime_error(folder + ": " + std::strerror(errno));
+  if (!m_file) {
+    const int reason = errno;
+    throw std::runtime_error(folder + ": " + (error ? error.message() : std::strerror(reason)));
+  }
   const auto begin = Clock::now();
   while (::flock(m_file.Get(), LOCK_EX | LOCK_NB) != 0) {
     const auto waited = Clock::now() - begin;

@@ -214,6 +214,21 @@ TEST(OrdinaryUser, ARunFolderBelowAParentThatCanBeEnteredAndNotListed) {
   EXPECT_NE(std::system((command + " > " + out + " 2>&1").c_str()), 0);
   const std::string told = test_support::ReadAll(out);
   EXPECT_THAT(told, testing::HasSubstr("the folder cannot be read: Permission denied"));
+
+  // What may not be written, or entered, is named.
+  const auto refused = [&](const std::string& from, const std::string& to) {
+    std::string changed = command;
+    changed.replace(changed.rfind("'" + from + "'"), from.size() + 2, "'" + to + "'");
+    EXPECT_NE(std::system((changed + " > " + out + " 2>&1").c_str()), 0);
+    return test_support::ReadAll(out);
+  };
+  chmod(run.c_str(), 0);
+  EXPECT_THAT(refused("migrate", "verify"),
+              testing::HasSubstr("cannot read " + run + ": Permission denied"));
+  chmod(run.c_str(), 0700);
+  for (const auto& entry : fs::directory_iterator(run)) fs::remove_all(entry.path());
+  EXPECT_THAT(refused("local:" + folder.File("mailbox"), "local:" + parent + "/mailbox"),
+              testing::HasSubstr(parent + "/mailbox: Permission denied"));
 }
 
 }  // namespace

@@ -401,7 +401,8 @@ TEST_F(SecondPass, TellsChangedStatesAndTakesAwayWhatIsGone) {
   // A source that is not there at all is no reason to take everything away.
   std::filesystem::rename(m_folder.File("source"), m_folder.File("aside"));
   std::filesystem::create_directory(m_folder.File("source"));
-  EXPECT_EQ(Pass({"--delete-missing"}, 1)["taken_away"], 0);
+  EXPECT_EQ(Pass({}, 1)["empty_sources"].size(), 1u);
+  EXPECT_EQ(Pass({"--delete-missing", "--ignore-left-out"}, 1)["taken_away"], 0);
   std::filesystem::remove(m_folder.File("source"));
   std::filesystem::rename(m_folder.File("aside"), m_folder.File("source"));
 
@@ -451,6 +452,55 @@ TEST_F(SecondPass, AFolderWhoseNameIsSpelledOtherwiseIsTheSameOne) {
     EXPECT_EQ(next["there_already"], mails - 1);
     EXPECT_EQ(next["missing"].size(), 0u);
   }
+}
+
+// A run knows what it sent by its folder in the target.
+TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
+  const auto pass = [this](const std::string& map, std::vector<std::string> more = {}) {
+    m_folder.Write("map", map);
+    more.insert(more.end(), {"--folder-map", m_folder.File("map")});
+    return Migrate(m_folder, more);
+  };
+  m_folder.Write("source/Sent/1.eml", Mail("one"));
+  m_folder.Write("source/Kunde/2.eml", Mail("two"));
+  m_folder.Write("source/Kunde/3.ics",
+                 "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:3\r\nDTSTART:20240102T100000Z\r\n"
+                 "END:VEVENT\r\nEND:VCALENDAR\r\n");
+  m_folder.Write("source/Calendar/4.eml", Mail("four"));
+  m_folder.Write("source/Later/5.eml", "no mail yet");
+  const std::string before = "Calendar/Kunde\tTermine\n";
+  EXPECT_EQ(SummaryOf(pass(before), 1)["sent"], 4);
+  m_folder.Write("source/Later/5.eml", Mail("five"));
+
+  const std::string of = "\\ of " + m_folder.File("source") + " went to ";
+  struct Case {
+    std::string map;
+    std::vector<std::string> options;
+    std::string wanted;
+  };
+  for (const Case& now :
+       {Case{"", {}, "Calendar\\Kunde" + of + "Termine\\"},
+        Case{before, {"--no-special-folders"}, "Sent" + of + "Sent Items\\"},
+        Case{before + "Kunde\tA\n", {"--adopt"}, "Kunde" + of + "Kunde\\"},
+        Case{before + "Calendar\tA\n", {}, "Calendar" + of + "Inbox\\Calendar\\"}}) {
+    EXPECT_THAT(pass(now.map, now.options), FailsWith(now.wanted));
+    std::vector<std::string> dry = now.options;
+    dry.push_back("--dry-run");
+    EXPECT_THAT(pass(now.map, dry), FailsWith(now.wanted));
+  }
+  EXPECT_EQ(ItemsOf(m_folder.File("mailbox")).size(), 4u);
+
+  // What is spelled otherwise, new, or led there by the map is fine, and what never left.
+  m_folder.Write("source/New/6.eml", Mail("six"));
+  const std::string fine =
+      "Calendar/kunde\tTERMINE\nSent\tSent Items\nLater\tKunde\nNew\tKunde\nNone\tA\n";
+  EXPECT_EQ(SummaryOf(pass(fine, {"--no-special-folders"}))["sent"], 2);
+  EXPECT_EQ(SummaryOf(pass(fine, {"--no-special-folders"}))["there_already"], 6);
+
+  // Earlier versions kept nothing of this.
+  platform::SqliteDatabase(m_folder.File("run/journal.db")).Execute("DROP TABLE place");
+  EXPECT_EQ(SummaryOf(pass(before + "Later\tKunde\nNew\tNew\n"))["sent"], 1);
+  EXPECT_THAT(pass(before + "Later\tKunde\nNew\tKunde\n"), FailsWith("New" + of + "New\\"));
 }
 
 // Which files of a folder somebody opens.
