@@ -299,9 +299,9 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"Maildir/.INBOX.Kunde/cur/3.a:2,S", kMail},
         {"Documents/4.eml", kMail}},
        {{"Documents\\|Documents/4.eml|R"},
+        {"Inbox\\|Maildir/cur/1.a:2,S|R@1"},
         {"Inbox\\Kunde\\|Maildir/.INBOX.Kunde/cur/3.a:2,S|R@3"},
-        {"Sent Items\\|Maildir/.Sent/cur/2.a:2,S|R@2"},
-        {"Inbox\\|Maildir/cur/1.a:2,S|R@1"}},
+        {"Sent Items\\|Maildir/.Sent/cur/2.a:2,S|R@2"}},
        {}},
       {"a folder that is called so among others",
        {{"INBOX/cur/1.a:2,S", kMail}, {"Maildir/cur/2.a:2,S", kMail}},
@@ -311,8 +311,8 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
        {{".local/share/evolution/mail/local/..maildir++", "maildir++ 1\n"},
         {".local/share/evolution/mail/local/cur/1:2,S", kMail},
         {".local/share/evolution/mail/local/.Sent/cur/2:2,S", kMail}},
-       {{"Sent Items\\|.local/share/evolution/mail/local/.Sent/cur/2:2,S|R"},
-        {"Inbox\\|.local/share/evolution/mail/local/cur/1:2,S|R"}},
+       {{"Inbox\\|.local/share/evolution/mail/local/cur/1:2,S|R"},
+        {"Sent Items\\|.local/share/evolution/mail/local/.Sent/cur/2:2,S|R"}},
        {}},
       {"the folder above Evolution's of before",
        {{"local/Inbox", Mbox()},
@@ -435,7 +435,8 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   const std::string mails = "\n\n" + Mbox("Status: O\n");
   folder.Write("x.pdf", "%PDF-1.4" + mails);
   folder.Write("far.txt", std::string(2 << 20, 'x') + mails);
-  folder.Write("letter.txt", "From here on\nA: 1\nB: 2\n\n" + kSeparator + "we write\nA: 1\n");
+  folder.Write("letter.txt",
+               "Dear,\nFrom here on\nA: 1\nB: 2\n\n" + kSeparator + "we write\nA: 1\n");
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
