@@ -12,7 +12,7 @@
 namespace client {
 namespace {
 
-constexpr std::uint64_t kMostOfUnknown = 32 << 10;  // bytes
+constexpr std::uint64_t kMostOfUnknown = 16 << 10;  // bytes
 constexpr std::uint64_t kMostOfLikely = 1 << 20;
 constexpr std::string_view kUtf16Marks[] = {"\xFF\xFE", "\xFE\xFF"};
 
