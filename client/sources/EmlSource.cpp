@@ -22,6 +22,7 @@
 #include "client/sources/OtherTreeFiles.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/SpecialUse.h"
+#include "client/sources/StoreBelow.h"
 #include "client/sources/TagNames.h"
 #include "client/sources/ThunderbirdProfile.h"
 #include "client/sources/VcfFile.h"
@@ -53,6 +54,9 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
   if (entry.kind == EntryKind::kFolder) {
     if (IsFolderBesideMail(folder, entry.name)) return;
     if (auto store = DboxStoreAt(path)) return listing.problems.push_back(*std::move(store));
+    if (auto older = OlderAppleMailAt(folder, entry.name)) {
+      return listing.problems.push_back(*std::move(older));
+    }
     below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels,
                      folder.isInMaildir, others.IsServers()});
   } else if (entry.kind == EntryKind::kFile && IsOfMac(entry.name)) {
@@ -137,6 +141,7 @@ Listing EmlSource::List() const {
   MailAccounts accounts;
   TrueNames names;
   SpecialUse uses;
+  const std::string store = StoreBelow(m_path);
   Listing listing = WalkFolders(
       m_path, [&](const SourceFolder& folder, Listing& found, std::vector<SourceFolder>& below) {
         if (IsAboveAccounts(folder.path)) accounts.above.push_back(folder.path);
@@ -146,6 +151,7 @@ Listing EmlSource::List() const {
         } else {
           uses.See(folder, found);
           TakeTreeFolder(folder, m_mbox, names, found, below);
+          if (!store.empty()) DropLevelsAbove(store, folder.levels, below);
         }
       });
   NameTags(profiles, listing);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <utility>
 #include <vector>
 
 #include "base/AsciiText.h"
@@ -45,15 +46,54 @@ bool HasMailOfOfflineimap(const std::string& maildir) {
   return HasName(maildir + "/cur", is) || HasName(maildir + "/new", is);
 }
 
+// Once accounts were called by what they are.
+bool IsAppleAccount(const std::string& parent, std::string_view name) {
+  const bool isCalledSo = IsUuid(name) || name == "Mailboxes" || name.starts_with("IMAP-") ||
+                          name.starts_with("POP-") || name.starts_with("EWS-");
+  return isCalledSo && HasName(parent + "/" + std::string(name),
+                               [](std::string_view each) { return each.ends_with(".mbox"); });
+}
+
+bool HoldsAppleAccounts(const std::string& path) {
+  return HasName(path, [&](std::string_view each) { return IsAppleAccount(path, each); });
+}
+
+// Of a name that IsVersion() knows.
+bool IsOlderVersion(std::string_view name, std::string_view other) {
+  return std::pair(name.size(), name) < std::pair(other.size(), other);
+}
+
 }  // namespace
 
-bool IsAboveAppleFolders(const SourceFolder& parent, std::string_view name) {
-  constexpr const char* kMailData = "/MailData";
+bool IsAppleVersion(const std::string& parent, std::string_view name) {
+  const std::string path = parent + "/" + std::string(name);
+  return IsVersion(name) && (IsThere(path + "/MailData") || HoldsAppleAccounts(path));
+}
+
+std::optional<SourceProblem> OlderAppleMailAt(const SourceFolder& parent, std::string_view name) {
   const std::string path = parent.path + "/" + std::string(name);
-  if (IsVersion(name)) return IsThere(path + kMailData);
-  if (IsVersion(LastName(parent.path)) && IsThere(parent.path + kMailData)) return true;
-  return IsUuid(name) &&
-         HasName(path, [](std::string_view each) { return each.ends_with(".mbox"); });
+  if (!IsVersion(name) || !HoldsAppleAccounts(path)) return std::nullopt;
+  std::string newest;
+  HasName(parent.path, [&](std::string_view each) {
+    const bool isNewer = IsVersion(each) && IsOlderVersion(newest.empty() ? name : newest, each) &&
+                         IsAppleVersion(parent.path, each);
+    if (isNewer) newest = each;
+    return false;
+  });
+  if (newest.empty()) return std::nullopt;
+  return SourceProblem{path,
+                       "an Apple Mail had its mail there before it had it in " + newest +
+                           ": name it as a source if it shall come",
+                       /*isUnread=*/true};
+}
+
+bool IsAboveAppleFolders(const SourceFolder& parent, std::string_view name) {
+  if (IsVersion(name)) return IsAppleVersion(parent.path, name);
+  const std::size_t slash = std::min(parent.path.rfind('/'), parent.path.size());
+  if (IsAppleVersion(parent.path.substr(0, slash), LastName(parent.path))) {
+    return IsThere(parent.path + "/MailData") || IsAppleAccount(parent.path, name);
+  }
+  return IsUuid(name) && IsAppleAccount(parent.path, name);
 }
 
 bool IsAppleMailData(const SourceFolder& parent, std::string_view name) {

@@ -13,6 +13,9 @@ namespace client {
 
 // Apple Mail puts "V10" and a folder for each account above an account's own, and MailData, which
 // holds no mail, beside these.
+// It has a new one for each version, "V2" to "V10" so far, and what is in the older ones is told.
+bool IsAppleVersion(const std::string& parent, std::string_view name);
+std::optional<SourceProblem> OlderAppleMailAt(const SourceFolder& parent, std::string_view name);
 bool IsAboveAppleFolders(const SourceFolder& parent, std::string_view name);
 bool IsAppleMailData(const SourceFolder& parent, std::string_view name);
 

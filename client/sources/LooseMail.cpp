@@ -8,6 +8,7 @@
 #include "client/sources/DboxStore.h"
 #include "client/sources/Emlx.h"
 #include "client/sources/Maildir.h"
+#include "client/sources/MboxBegin.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/MhSequences.h"
 #include "client/sources/OtherFiles.h"
@@ -39,7 +40,9 @@ std::string ReasonOf(const std::string& folder, const FolderEntry& file) {
       return kNotLookedAt;
     }
     if (IsBesideMail(file.name) && MailFormOf(head).empty()) return {};
-    return UnreadMailForm(path, file.size, head);
+    std::string form = UnreadMailForm(path, file.size, head);
+    const bool isDamaged = form.empty() && BeginOfMails(path, head, /*isPlaceOfMbox=*/false);
+    return isDamaged ? kNotLookedAt : form;
   } catch (const SourceError& error) {
     return error.what();
   }

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "charset/ByteOrderMarks.h"
+#include "client/sources/CrLines.h"
 #include "client/sources/EudoraToc.h"
 #include "client/sources/GmailLabels.h"
 #include "client/sources/Mbox.h"
@@ -26,7 +27,9 @@ constexpr std::uint64_t kMostHeader = 1 << 20;  // bytes in which state is looke
 // Empty where it cannot be read, which is told when the mail's turn comes.
 std::string HeaderOf(const OpenedFile& mbox, const MboxSplitter::Mail& mail) {
   try {
-    return ReadRange(mbox, mail.offset, std::min(mail.header, kMostHeader));
+    std::string bytes = ReadRange(mbox, mail.offset, std::min(mail.header, kMostHeader));
+    if (EndsLinesByCr(bytes)) MakeLfOfCr(bytes);
+    return bytes;
   } catch (const ReadError&) {
     return {};
   }
@@ -39,18 +42,37 @@ StateFields ExportedFields(std::string_view header, std::string& folder) {
   return fields;
 }
 
+// Of what lies behind the first bytes, of which places count from there.
 template <typename Splitter>
-MboxSplitter::Mails Split(const std::string& path, Splitter& splitter) {
-  ReadPieces(OpenSourceFile(path, Links::kFollow),
-             [&](std::string_view bytes) { splitter.Feed(bytes); });
+MboxSplitter::Mails Split(const std::string& path, std::uint64_t begin, Splitter& splitter) {
+  const auto take = [&](std::string_view bytes) { splitter.Feed(bytes); };
+  const bool isOfCr = EndsLinesByCr(ReadFileRange(path, begin, kLongestFromLine));
+  CrPieces lines;
+  std::uint64_t skip = begin;
+  ReadPieces(OpenSourceFile(path, Links::kFollow), [&](std::string_view bytes) {
+    const std::uint64_t skipped = std::min<std::uint64_t>(skip, bytes.size());
+    skip -= skipped;
+    bytes.remove_prefix(skipped);
+    isOfCr ? lines.Feed(bytes, take) : take(bytes);
+  });
+  lines.Finish(take);
   return splitter.Finish();
 }
 
-MboxSplitter::Mails MailsOf(const std::string& path, MboxKind kind,
+MboxSplitter::Mails MailsOf(const std::string& path, std::uint64_t begin, MboxKind kind,
                             std::vector<SourceProblem>& problems) {
-  if (MmdfSplitter mmdf; IsMmdf(ReadFileRange(path, 0, kMostMmdfMark))) return Split(path, mmdf);
+  if (MmdfSplitter mmdf; IsMmdf(ReadFileRange(path, begin, kMostMmdfMark))) {
+    return Split(path, begin, mmdf);
+  }
+  if (begin > 0) {
+    problems.push_back({path,
+                        fmt::format("its beginning is damaged: the {} bytes in front of its first "
+                                    "whole mail are not read",
+                                    begin),
+                        /*isUnread=*/true});
+  }
   MboxSplitter splitter(kind);
-  MboxSplitter::Mails mails = Split(path, splitter);
+  MboxSplitter::Mails mails = Split(path, begin, splitter);
   if (splitter.Suspects() > 0) {
     problems.push_back(
         {path,
@@ -89,25 +111,28 @@ bool HoldsSeveralMails(const std::string& path, MboxKind kind) {
   const std::string head = ReadFileRange(path, 0, kLook);
   if (!MboxSource::IsMbox(head)) return false;
   std::vector<SourceProblem> toldLater;
-  const MboxSplitter::Mails mails = MailsOf(path, kind, toldLater);
+  const MboxSplitter::Mails mails = MailsOf(path, 0, kind, toldLater);
   if (IsMmdf(head)) return mails.size() > 1;
   for (std::size_t i = 1; i < mails.size(); ++i) {
     const MboxSplitter::Mail mail = mails[i];
-    const std::string begin = ReadFileRange(path, mail.offset, std::min(mail.length, kHead));
+    std::string begin = ReadFileRange(path, mail.offset, std::min(mail.length, kHead));
+    if (EndsLinesByCr(begin)) MakeLfOfCr(begin);
     if (BeginsWithFields(WithoutFromLine(begin))) return true;
   }
   return false;
 }
 
-void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing) {
+void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing,
+              std::uint64_t begin) {
   const std::size_t first = listing.items.size();
   std::vector<bool> told;  // whether it was read
   bool hasNotes = false;   // in the mails themselves
   bool isExport = false;
   const EudoraToc toc = TocBeside(path);
-  const auto mails = MailsOf(path, kind, listing.problems);
+  const auto mails = MailsOf(path, begin, kind, listing.problems);
   const OpenedFile mbox = OpenSourceFile(path, Links::kFollow);
-  for (const MboxSplitter::Mail& mail : mails) {
+  for (MboxSplitter::Mail mail : mails) {
+    mail.offset += begin;
     std::string place = folder;
     const std::string header = HeaderOf(mbox, mail);
     if (told.empty()) isExport = IsGmailExport(header);
@@ -136,9 +161,10 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
 
 std::string ReadMboxItem(const SourceItem& item, MboxKind kind) {
   const std::uint64_t before = std::min<std::uint64_t>(item.offset, kMostMmdfMark);
-  const std::string bytes = ReadFileRange(item.file, item.offset - before, before + item.length);
+  std::string bytes = ReadFileRange(item.file, item.offset - before, before + item.length);
   const std::string_view whole(bytes);
   const std::string_view found = whole.substr(std::min<std::uint64_t>(before, whole.size()));
+  if (EndsLinesByCr(found)) MakeLfOfCr(bytes);
   const bool isMmdf = EndsWithMmdfMark(whole.substr(0, whole.size() - found.size()));
   if (found.size() != item.length || !(isMmdf || found.starts_with(kFrom))) {
     throw SourceError(
@@ -152,7 +178,7 @@ std::string ReadMboxItem(const SourceItem& item, MboxKind kind) {
 Listing MboxSource::List() const {
   Listing listing;
   try {
-    ListMbox(m_path, MboxFolder(m_path), m_kind, listing);
+    ListMbox(m_path, MboxFolder(m_path), m_kind, listing, m_begin);
   } catch (const SourceError& error) {
     listing.problems.push_back({m_path, error.what(), /*isUnread=*/true});
   }

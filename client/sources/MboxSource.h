@@ -11,8 +11,10 @@ std::string MboxFolder(const std::string& path);
 // mail begins is not enough for the second, its header must follow. Throws SourceError.
 bool HoldsSeveralMails(const std::string& path, MboxKind kind);
 // Adds the mails of an mbox or MMDF file, and the folder that they go to; an export of Gmail names
-// one for each mail. Throws SourceError.
-void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing);
+// one for each mail. What lies before begin, in bytes, is damaged and becomes a problem. Throws
+// SourceError.
+void ListMbox(const std::string& path, const std::string& folder, MboxKind kind, Listing& listing,
+              std::uint64_t begin = 0);
 // The bytes of one of them. Throws SourceError.
 std::string ReadMboxItem(const SourceItem& item, MboxKind kind);
 
@@ -22,7 +24,8 @@ std::string ReadMboxItem(const SourceItem& item, MboxKind kind);
 // any is read, but where others of the file have one.
 class MboxSource : public Source {
  public:
-  MboxSource(std::string path, MboxKind kind) : m_path(std::move(path)), m_kind(kind) {}
+  MboxSource(std::string path, MboxKind kind, std::uint64_t begin = 0)
+      : m_path(std::move(path)), m_kind(kind), m_begin(begin) {}
   // Begins with "From ", empty lines and a byte order mark aside, or with what parts the mails of
   // an MMDF file.
   static bool IsMbox(std::string_view head);
@@ -34,6 +37,7 @@ class MboxSource : public Source {
  private:
   std::string m_path;
   MboxKind m_kind;
+  std::uint64_t m_begin;  // of the first mail where it is damaged
   mutable EudoraFiles m_eudora;
 };
 

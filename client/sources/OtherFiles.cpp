@@ -7,6 +7,7 @@
 
 #include "base/AsciiText.h"
 #include "client/sources/ArchiveFiles.h"
+#include "client/sources/MboxBegin.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -122,6 +123,7 @@ std::string_view MailFormOf(std::string_view head) {
   const auto row = std::ranges::find_if(
       kForms, [&](const Form& form) { return head.starts_with(form.beginning); });
   if (row != kForms.end()) return row->name;
+  if (IsMboxInUtf16(head)) return "an mbox in UTF-16";
   return IsDbox(head) ? "a file of the dbox form" : "";
 }
 

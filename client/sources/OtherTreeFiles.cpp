@@ -10,6 +10,7 @@
 #include "client/sources/Emlx.h"
 #include "client/sources/EudoraFiles.h"
 #include "client/sources/Maildir.h"
+#include "client/sources/MboxBegin.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
@@ -139,6 +140,11 @@ bool OtherTreeFiles::HasEntry(const std::string& name) const {
   return client::HasEntry(m_folder.path, name);
 }
 
+bool OtherTreeFiles::HasPlaceOfMbox(const std::string& name) const {
+  return HasEntry(name + ".msf") || HasEntry(name + ".sbd") || HasEntry(name + ".cmeta") ||
+         HasToc(name);
+}
+
 bool OtherTreeFiles::HasToc(const std::string& name) const {
   if (!EndsWithNoCase(name, kMbx)) return false;
   const std::string stem = name.substr(0, name.size() - kMbx.size());
@@ -167,10 +173,7 @@ const std::set<std::string>& OtherTreeFiles::EndingsOfMboxes() const {
 // An mbox without mail has an index or folders below, or lies among mboxes and is called as they
 // are.
 bool OtherTreeFiles::IsEmptyFolder(const std::string& name) const {
-  if (HasEntry(name + ".msf") || HasEntry(name + ".sbd") || HasEntry(name + ".cmeta") ||
-      HasToc(name) || HasEntry(".imap/" + name)) {
-    return true;
-  }
+  if (HasPlaceOfMbox(name) || HasEntry(".imap/" + name)) return true;
   return !IsBesideMail(name) && EndingsOfMboxes().contains(std::string(EndingOf(name)));
 }
 
@@ -189,12 +192,21 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
     const std::string head = ReadFileRange(path, 0, kHead);
     if (TakeMh(path, entry, head, listing)) return;
     if (MboxSource::IsMbox(head)) return ListMbox(path, TargetOf(levels), m_mbox, listing);
+    const bool isPlaceOfMbox = isExport || IsCalledAsMail(entry.name) || HasPlaceOfMbox(entry.name);
+    if (const auto begin = BeginOfMails(path, head, isPlaceOfMbox)) {
+      return ListMbox(path, TargetOf(levels), m_mbox, listing, *begin);
+    }
     // A folder of mail may have the name of such a file.
     const bool isBeside = IsBesideMail(entry.name) && !IsAddressBook(entry.name);
     if (isBeside && MailFormOf(head).empty() && ArchiveReason(path, entry.size, head).empty()) {
       return;
     }
-    listing.problems.push_back(LeftOut(m_folder, entry, head));
+    SourceProblem problem = LeftOut(m_folder, entry, head);
+    if (isPlaceOfMbox && !problem.isUnread) {
+      problem = {path, "it lies where its program keeps mail, and none can be told in it",
+                 /*isUnread=*/true};
+    }
+    listing.problems.push_back(std::move(problem));
   } catch (const SourceError& error) {
     listing.problems.push_back({path, error.what(), /*isUnread=*/true});
   }

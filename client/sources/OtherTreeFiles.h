@@ -47,6 +47,8 @@ class OtherTreeFiles {
               Listing& listing) const;
   std::string LevelsOfFile(const std::string& name) const;
   bool HasEntry(const std::string& name) const;
+  // An index or folders below lie beside it.
+  bool HasPlaceOfMbox(const std::string& name) const;
   bool HasToc(const std::string& name) const;  // beside an mbox of a Eudora
   bool IsEmptyFolder(const std::string& name) const;
   const std::set<std::string>& EndingsOfMboxes() const;

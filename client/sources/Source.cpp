@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "client/sources/EmlSource.h"
+#include "client/sources/MboxBegin.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/SourceFiles.h"
 
@@ -20,6 +21,11 @@ std::unique_ptr<Source> OpenSource(const std::string& path, const SourceOptions&
   constexpr std::uint64_t kLook = 64;  // bytes
   if (status.st_size == 0 || MboxSource::IsMbox(ReadFileRange(path, 0, kLook))) {
     return std::make_unique<MboxSource>(path, options.mbox);
+  }
+  constexpr std::uint64_t kHead = 4096;
+  if (const auto begin =
+          BeginOfMails(path, ReadFileRange(path, 0, kHead), /*isPlaceOfMbox=*/true)) {
+    return std::make_unique<MboxSource>(path, options.mbox, *begin);
   }
   throw SourceError(
       "neither a mail (its name ends in .eml), a calendar (.ics), cards (.vcf) nor an mbox file");

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "charset/ByteOrderMarks.h"
+#include "client/sources/CrLines.h"
 #include "client/sources/Mbox.h"
+#include "client/sources/MboxBegin.h"
 #include "client/sources/StateFields.h"
 
 // Mbox files of every kind. However the bytes are cut into reads, the same mails are found, each at
@@ -123,6 +125,26 @@ void CheckRoundTrip(std::string_view content, client::MboxKind kind) {
 
 }  // namespace
 
+// Of a file whose beginning is damaged, and of one with the line ends of an old Mac.
+void CheckDamage(std::string_view bytes, std::string_view cuts) {
+  const auto begin = client::FindFirstMail(bytes);
+  Require(!begin || bytes.substr(*begin).starts_with("From "));
+  std::string whole(bytes);
+  client::MakeLfOfCr(whole);
+  Require(whole.size() == bytes.size());
+  std::string found;
+  const auto take = [&](std::string_view piece) { found += piece; };
+  client::CrPieces lines;
+  for (std::size_t cut = 0; !bytes.empty(); ++cut) {
+    const std::size_t size =
+        cuts.empty() ? bytes.size() : 1u + static_cast<unsigned char>(cuts[cut % cuts.size()]);
+    lines.Feed(bytes.substr(0, size), take);
+    bytes.remove_prefix(std::min(size, bytes.size()));
+  }
+  lines.Finish(take);
+  Require(found == whole);
+}
+
 // The first byte tells the kind and how many cuts stand in front of the bytes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
@@ -130,6 +152,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t cuts = std::min<std::size_t>(data[0] % 16, input.size());
   const auto kind = static_cast<client::MboxKind>(data[0] / 16 % 5);
   CheckSplit(input.substr(cuts), input.substr(0, cuts), kind);
+  CheckDamage(input.substr(cuts), input.substr(0, cuts));
   CheckRoundTrip(input, client::MboxKind::kMboxrd);
   CheckRoundTrip(input, client::MboxKind::kMboxcl2);
   return 0;

@@ -74,6 +74,12 @@ std::vector<std::string> MissingOf(const LoadedItem& item) {
 
 std::string Mbox(const std::string& fields = "") { return kSeparator + fields + kText + "\n"; }
 
+// As a Mac had it before it had LFs.
+std::string WithCr(std::string text) {
+  std::ranges::replace(text, '\n', '\r');
+  return text;
+}
+
 std::string Emlx(const std::string& mail, int flags) {
   return std::to_string(mail.size()) + "        \n" + mail +
          "<plist><dict>\n<key>date-received</key>\n\t<integer>1551780000</integer>\n<key>flags</"
@@ -337,6 +343,59 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"Inbox\\|V10/" + uuid + "/INBOX.mbox/" + uuid + "/Data/Messages/1.emlx|@"},
         {"Junk E-mail\\|V10/" + uuid + "/Junk.mbox/Messages/2.emlx|R@"}},
        {}},
+      {"the folder above, of a copy without MailData",
+       {{"Mail/V10/" + uuid + "/INBOX.mbox/Messages/1.emlx", Emlx(kMail, 0)},
+        {"Mail/V10/" + uuid + "/Sent Messages.mbox/Messages/2.emlx", Emlx(kMail, 1)},
+        {"Mail/V2/MailData/x", "x"}},
+       {{"Inbox\\|Mail/V10/" + uuid + "/INBOX.mbox/Messages/1.emlx|@"},
+        {"Sent Items\\|Mail/V10/" + uuid + "/Sent Messages.mbox/Messages/2.emlx|R@"}},
+       {}},
+      {"and of an old one",
+       {{"V2/IMAP-jane@host/INBOX.mbox/Messages/1.emlx", Emlx(kMail, 0)},
+        {"V2/Mailboxes/Old.mbox/Messages/2.emlx", Emlx(kMail, 1)}},
+       {{"Inbox\\|V2/IMAP-jane@host/INBOX.mbox/Messages/1.emlx|@"},
+        {"Old\\|V2/Mailboxes/Old.mbox/Messages/2.emlx|R@"}},
+       {}},
+      {"a home with a Maildir",
+       {{"Maildir/cur/1.a:2,S", kMail},
+        {"Maildir/new/.x", ""},
+        {"Maildir/.Sent/cur/2.a:2,S", kMail},
+        {"Maildir/.INBOX.Kunde/cur/3.a:2,S", kMail},
+        {"Documents/4.eml", kMail}},
+       {{"Documents\\|Documents/4.eml|R"},
+        {"Inbox\\|Maildir/cur/1.a:2,S|R@1"},
+        {"Inbox\\Kunde\\|Maildir/.INBOX.Kunde/cur/3.a:2,S|R@3"},
+        {"Sent Items\\|Maildir/.Sent/cur/2.a:2,S|R@2"}},
+       {}},
+      {"a folder that is called so among others",
+       {{"INBOX/cur/1.a:2,S", kMail}, {"Maildir/cur/2.a:2,S", kMail}},
+       {{"Inbox\\|INBOX/cur/1.a:2,S|R@1"}, {"Maildir\\|Maildir/cur/2.a:2,S|R@2"}},
+       {}},
+      {"a home with an Evolution",
+       {{".local/share/evolution/mail/local/..maildir++", "maildir++ 1\n"},
+        {".local/share/evolution/mail/local/cur/1:2,S", kMail},
+        {".local/share/evolution/mail/local/.Sent/cur/2:2,S", kMail}},
+       {{"Inbox\\|.local/share/evolution/mail/local/cur/1:2,S|R"},
+        {"Sent Items\\|.local/share/evolution/mail/local/.Sent/cur/2:2,S|R"}},
+       {}},
+      {"the folder above Evolution's of before",
+       {{"local/Inbox", Mbox()},
+        {"local/Inbox.cmeta", "x"},
+        {"local/Inbox.sbd/Kunde", Mbox()},
+        {"local/Inbox.sbd/Kunde.cmeta", "x"}},
+       {{"Inbox\\|local/Inbox:0|R@", kText}, {"Inbox\\Kunde\\|local/Inbox.sbd/Kunde:0|R@", kText}},
+       {}},
+      {"mboxes of an old Mac",
+       {{"In.mbx", WithCr(Mbox("Status: O\n") + Mbox("Status: RO\n") + kSeparator + kMail +
+                          ">From me\n\nFrom you\n")},
+        {"In.toc", std::string(104, 'x') + TocOf(0, 2)}},
+       {{"Inbox\\|In.mbx:0|RA@", "Status: O\n" + kText},
+        {"Inbox\\|In.mbx:" + std::to_string(Mbox("Status: O\n").size()) + "|R@",
+         "Status: RO\n" + kText},
+        {"Inbox\\|In.mbx:" +
+             std::to_string(Mbox("Status: O\n").size() + Mbox("Status: RO\n").size()) + "|@",
+         kMail + "From me\n\nFrom you\n"}},
+       {}},
       {"folders that are called as Apple's are",
        {{"x.mbox/Kunde/1.eml", kMail}, {"x.mbox/Kunde/Attachments/2.eml", kMail}},
        {{"x\\Kunde\\|x.mbox/Kunde/1.eml|R"},
@@ -432,19 +491,81 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
                                                       {"nstmp-2", Mbox()},
                                                       {"x.mbox", "nothing"},
                                                       {"x.mbox.gz", "\x1F\x8B"},
-                                                      {"x.msg", "\xD0\xCF\x11\xE0"}};
+                                                      {"x.msg", "\xD0\xCF\x11\xE0"},
+                                                      {"wide", std::string("\xFF\xFE"
+                                                                           "F\0r\0o\0m\0 \0",
+                                                                           12)},
+                                                      {"Kunden", std::string(5000, '\0')}};
   for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
   folder.Write("notes.txt", "Note: one field is none\n");
   folder.Write("dates.txt", "2 May\n");
   folder.Write("dovecot-uidlist", "3 V1\n");
   folder.Write("abook.sqlite", "x");
   folder.Write("old.mab", "x");
+  folder.Write("Kunden.msf", "x");
+  // What stands in them are no mails of theirs.
+  const std::string mails = "\n\n" + Mbox("Status: O\n");
+  folder.Write("x.pdf", "%PDF-1.4" + mails);
+  folder.Write("far.txt", std::string(2 << 20, 'x') + mails);
+  folder.Write("letter.txt",
+               "Dear,\nFrom here on\nA: 1\nB: 2\n\n" + kSeparator + "we write\nA: 1\n");
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 12);
-  EXPECT_EQ(plan.problems.size(), 16u);
+  EXPECT_EQ(losses, 14);
+  EXPECT_EQ(plan.problems.size(), 21u);
+}
+
+// In a tree and by itself.
+TEST(Stores, AnMboxComesFromItsFirstWholeMailOnWhereItsBeginningIsDamaged) {
+  const std::string mail = Mbox("Status: O\n");
+  const std::string folded = kSeparator + "Received: from a\n\tby b\nStatus: RO\n" + kText;
+  const std::string file = mail + folded;
+  const struct {
+    const char* name;
+    std::string front;
+    std::string mails;
+  } rows[] = {{"Nulls", std::string(4096, '\0'), file},
+              {"OneNull", std::string(1, '\0'), file},
+              {"ManyNulls", std::string(200000, '\0'), file},
+              {"Line", "rubbish\n", file},
+              {"Marks", "\xFF\xFE", file},
+              {"Cut", mail.substr(10), folded + "\n" + mail},
+              {"CutField", mail.substr(kSeparator.size() + 2), folded + "\n" + mail},
+              {"OfAMac", WithCr("rubbish\n"), WithCr(file)},
+              {"Text", "here\nFrom here on\n" + std::string(10000, 'x') + "\n\n", file},
+              {"Likely.mbox", std::string(500000, 'x') + "\n\n", file},
+              {"Binary.mbox", std::string("\1\0\2", 3) + std::string(5000, 'x') + "\n\n", file}};
+  for (const auto& row : rows) {
+    const TemporaryFolder folder;
+    const std::string path = folder.Write(row.name, row.front + row.mails);
+    for (const std::string& source : {folder.Path(), path}) {
+      const Plan plan = MakePlan({source});
+      ASSERT_EQ(plan.entries.size(), 2u) << row.name;
+      EXPECT_EQ(plan.entries[0].item.offset, row.front.size()) << row.name;
+      EXPECT_TRUE(plan.entries[1].source->Read(plan.entries[1].item).ends_with(kText)) << row.name;
+      ASSERT_EQ(plan.problems.size(), 1u) << row.name;
+      EXPECT_TRUE(plan.problems[0].isUnread);
+      EXPECT_THAT(plan.problems[0].reason,
+                  testing::HasSubstr(" " + std::to_string(row.front.size()) + " bytes"));
+    }
+  }
+}
+
+TEST(Stores, OfSeveralVersionsOfAnAppleMailTheNewestIsRead) {
+  const std::string place = "/0A1B2C3D-1111-2222-3333-444455556666/INBOX.mbox/Messages/1.emlx";
+  const TemporaryFolder folder;
+  for (const char* version : {"V2", "V9", "V10"}) {
+    folder.Write("Library/Mail/" + (version + place), Emlx(kMail, 1));
+  }
+  const Plan plan = MakePlan({folder.Path()});
+  EXPECT_THAT(Items(plan), ElementsAre("Inbox\\|Library/Mail/V10" + place));
+  EXPECT_THAT(Problems(plan, folder.Path()),
+              ElementsAre(testing::HasSubstr("Mail/V2: an Apple Mail had its mail there before it "
+                                             "had it in V10"),
+                          testing::HasSubstr("Mail/V9: an Apple Mail")));
+  EXPECT_TRUE(std::ranges::all_of(plan.problems, &SourceProblem::isUnread));
 }
 
 // In a tree and by itself.

@@ -1,0 +1,138 @@
+#include "client/sources/MboxBegin.h"
+
+#include <algorithm>
+#include <array>
+
+#include "charset/ByteOrderMarks.h"
+#include "client/sources/CrLines.h"
+#include "client/sources/FromLine.h"
+#include "client/sources/OtherFiles.h"
+#include "client/sources/SourceFiles.h"
+
+namespace client {
+namespace {
+
+constexpr std::uint64_t kMostOfUnknown = 16 << 10;  // bytes
+constexpr std::uint64_t kMostOfLikely = 1 << 20;
+constexpr std::string_view kUtf16Marks[] = {"\xFF\xFE", "\xFE\xFF"};
+
+// Files that hold whatever they hold in a form of their own.
+constexpr auto kOtherForms = std::to_array<std::string_view>({"\x89PNG",
+                                                              "\xFF\xD8\xFF",
+                                                              "GIF8",
+                                                              "BM",
+                                                              {"II*\0", 4},
+                                                              {"MM\0*", 4},
+                                                              "RIFF",
+                                                              "OggS",
+                                                              "ID3",
+                                                              "fLaC",
+                                                              "%PDF",
+                                                              "%!PS",
+                                                              "{\\rtf",
+                                                              "\xD0\xCF\x11\xE0",
+                                                              "\x7F"
+                                                              "ELF",
+                                                              "MZ",
+                                                              "\xCA\xFE\xBA\xBE",
+                                                              "\xCF\xFA\xED\xFE",
+                                                              "SQLite format 3",
+                                                              "bplist",
+                                                              "PK\x03\x04",
+                                                              "PK\x05\x06",
+                                                              "\x1F\x8B",
+                                                              "BZh",
+                                                              "\xFD"
+                                                              "7zXZ",
+                                                              "7z\xBC\xAF",
+                                                              "Rar!",
+                                                              "\x28\xB5\x2F\xFD"});
+
+bool IsOfOtherForm(std::string_view head) {
+  constexpr std::size_t kTarMark = 257;
+  const auto begins = [&](std::string_view each) { return head.starts_with(each); };
+  return std::ranges::any_of(kOtherForms, begins) ||
+         (head.size() > kTarMark && head.substr(kTarMark).starts_with("ustar")) ||
+         !MailFormOf(head).empty();
+}
+
+bool IsNulls(std::string_view bytes) {
+  return bytes.find_first_not_of('\0') == std::string_view::npos;
+}
+
+bool IsText(std::string_view bytes) {
+  bytes.remove_prefix(std::min(bytes.find_first_not_of('\0'), bytes.size()));
+  return bytes.find('\0') == std::string_view::npos;
+}
+
+std::string_view TakeLine(std::string_view& rest) {
+  const std::size_t end = std::min(rest.find('\n'), rest.size());
+  const std::string_view line = rest.substr(0, end);
+  rest.remove_prefix(std::min(end + 1, rest.size()));
+  return line;
+}
+
+// Lines of one field may stand between two.
+bool HasTwoFields(std::string_view text) {
+  text = WithoutRelayTrace(text);
+  if (!LooksLikeField(TakeLine(text))) return false;
+  while (!text.empty()) {
+    const std::string_view line = TakeLine(text);
+    if (LooksLikeField(line)) return true;
+    if (line.empty() || (line.front() != ' ' && line.front() != '\t')) return false;
+  }
+  return false;
+}
+
+bool BeginsMail(std::string_view bytes) {
+  if (bytes.find('\n') > kLongestFromLine) return false;
+  const std::string_view line = TakeLine(bytes);
+  return ParseFromLine(line).shape == FromLine::Shape::kDated && HasTwoFields(bytes);
+}
+
+bool IsBehindMark(std::string_view before) {
+  return before == mail::byte_order::kUtf8Mark || std::ranges::count(kUtf16Marks, before) > 0;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> FindFirstMail(std::string_view bytes) {
+  std::string lines;
+  const std::size_t text = std::min(bytes.find_first_not_of('\0'), bytes.size());
+  if (EndsLinesByCr(bytes.substr(text))) {
+    lines = bytes;
+    MakeLfOfCr(lines);
+    bytes = lines;
+  }
+  for (std::size_t at = bytes.find(kFrom); at != std::string_view::npos;
+       at = bytes.find(kFrom, at + 1)) {
+    const bool startsLine = at == 0 || bytes[at - 1] == '\n' || bytes[at - 1] == '\0' ||
+                            IsBehindMark(bytes.substr(0, at));
+    if (startsLine && BeginsMail(bytes.substr(at))) return at;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_view head,
+                                          bool isPlaceOfMbox) {
+  if (IsOfOtherForm(head)) return std::nullopt;
+  if (const auto found = FindFirstMail(head)) return found;
+  const bool isLikely = isPlaceOfMbox || IsNulls(head);
+  if (!isLikely && (!IsText(head) || IsBesideMail(path.substr(path.rfind('/') + 1)))) {
+    return std::nullopt;
+  }
+  const std::uint64_t most = isLikely ? kMostOfLikely : kMostOfUnknown;
+  const std::string bytes = ReadFileRange(path, 0, most);
+  return bytes.size() > head.size() ? FindFirstMail(bytes) : std::nullopt;
+}
+
+bool IsMboxInUtf16(std::string_view head) {
+  static constexpr std::array<std::string_view, 2> kWide = {
+      {{"F\0r\0o\0m\0 \0", 10}, {"\0F\0r\0o\0m\0 ", 10}}};
+  for (const std::string_view mark : kUtf16Marks) {
+    if (head.starts_with(mark)) head.remove_prefix(mark.size());
+  }
+  return std::ranges::any_of(kWide, [&](std::string_view from) { return head.starts_with(from); });
+}
+
+}  // namespace client
