@@ -34,7 +34,7 @@ TEST(NumberRanges, GiveBackWhatTheyWereGiven) {
   const std::vector<std::size_t> given = {0, 2, 4, 5, 6, 7, 1'000'000, 1'000'001};
   for (const std::size_t number : given) numbers.Add(number);
   std::vector<std::size_t> found;
-  for (const std::size_t number : numbers.All()) found.push_back(number);
+  for (const std::size_t number : numbers) found.push_back(number);
   EXPECT_EQ(found, given);
 }
 

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <map>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
