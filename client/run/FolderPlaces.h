@@ -8,6 +8,7 @@
 namespace client {
 
 class Journal;
+struct Plan;
 
 // A folder of a source, of the items of one type in it.
 struct FolderOfSource {
@@ -24,9 +25,9 @@ using FolderPlaces = std::map<FolderOfSource, std::string>;
 // A run knows what it sent by the folder of the target: what went elsewhere with other options, or
 // since its source says otherwise by now what a folder is for, would be sent again. Throws RunError
 // that names the first such folder, and platform::SqliteError. A folder that is spelled otherwise
-// is the same one, and one of which nothing was sent yet may go anywhere.
-void RequirePlacesKept(const FolderPlaces& places, Journal& journal);
+// is the same one, and one of which nothing arrived yet may go anywhere.
+void RequirePlacesKept(const Plan& plan, Journal& journal);
 // The same of a run folder that no run works in now, and that may be none.
-void RequirePlacesKept(const FolderPlaces& places, const std::string& runFolder);
+void RequirePlacesKept(const Plan& plan, const std::string& runFolder);
 
 }  // namespace client

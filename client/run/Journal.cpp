@@ -259,10 +259,6 @@ std::vector<std::string> Journal::Folders() {
   return folders;
 }
 
-bool Journal::HasNamedIn(std::string_view folder) {
-  return m_database.Prepare("SELECT 1 FROM claim WHERE folder = ?1 LIMIT 1").Bind(1, folder).Step();
-}
-
 bool Journal::IsNew() {
   return !m_database.Prepare("SELECT 1 FROM item UNION ALL SELECT 1 FROM begun LIMIT 1").Step();
 }

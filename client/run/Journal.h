@@ -105,8 +105,6 @@ class Journal {
 
   // All target folders that items were named for, as they were spelled then.
   std::vector<std::string> Folders();
-  // Whether any was in that one.
-  bool HasNamedIn(std::string_view folder);
 
   // True if no command ever left.
   bool IsNew();

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "client/run/LastingPlace.h"
 #include "client/sources/SourceFiles.h"
@@ -19,13 +20,19 @@ namespace {
 
 using Mails = std::vector<KnownMail>;
 
-// Whether what lay in a folder may be wanted there; asks the target once for each.
+// Whether what lay in a folder may be wanted there: some of it is there. Asks the target once for
+// each folder.
 class Wanted {
  public:
-  explicit Wanted(TargetLook& look) : m_look(look) {}
+  Wanted(const Mails& missing, const StillThere& isStillThere) : m_isStillThere(isStillThere) {
+    for (const KnownMail& mail : missing) m_mails[mail.folder].push_back(&mail);
+  }
   bool operator()(const std::string& folder) {
     const auto [known, isNew] = m_folders.try_emplace(folder, false);
-    if (isNew) known->second = !IsEmptiedAsAHabit(folder) && m_look.Has(folder);
+    if (isNew && !IsEmptiedAsAHabit(folder)) {
+      known->second = std::ranges::any_of(
+          m_mails[folder], [&](const KnownMail* mail) { return m_isStillThere(*mail); });
+    }
     return known->second;
   }
 
@@ -38,32 +45,39 @@ class Wanted {
         });
   }
 
-  TargetLook& m_look;
+  const StillThere& m_isStillThere;
+  std::unordered_map<std::string, std::vector<const KnownMail*>> m_mails;  // by folder
   std::unordered_map<std::string, bool> m_folders;
 };
 
 struct FolderCount {
   std::size_t brought = 0;
   std::size_t missing = 0;
-  std::size_t elsewhere = 0;  // of those, in another folder of the source
+  std::size_t elsewhere = 0;  // of those
 };
-using FolderCounts = std::map<std::string, FolderCount>;
+struct Counts {
+  std::map<std::string, FolderCount> folders;
+  std::unordered_set<std::string> elsewhere;  // hashes of what another folder of the source has
+};
 
-FolderCounts CountFolders(const Mails& missing, Journal& journal, const SeenMails& seen) {
-  FolderCounts counts;
-  std::unordered_map<std::string_view, bool> isElsewhere;  // by hash
+Counts CountFolders(const Mails& missing, Journal& journal, const SeenMails& seen) {
+  Counts counts;
+  std::unordered_set<std::string_view> hashes;
   for (const KnownMail& mail : missing) {
-    ++counts[mail.folder].missing;
-    isElsewhere.try_emplace(mail.hash, false);
+    ++counts.folders[mail.folder].missing;
+    hashes.insert(mail.hash);
   }
   journal.EachBrought([&](const KnownMail& mail) {
-    if (const auto folder = counts.find(mail.folder); folder != counts.end()) {
+    if (const auto folder = counts.folders.find(mail.folder); folder != counts.folders.end()) {
       ++folder->second.brought;
     }
-    const auto same = isElsewhere.find(mail.hash);
-    if (same != isElsewhere.end() && seen.Has(mail.folder, mail.hash)) same->second = true;
+    if (hashes.contains(mail.hash) && seen.Has(mail.folder, mail.hash)) {
+      counts.elsewhere.insert(mail.hash);
+    }
   });
-  for (const KnownMail& mail : missing) counts[mail.folder].elsewhere += isElsewhere[mail.hash];
+  for (const KnownMail& mail : missing) {
+    counts.folders[mail.folder].elsewhere += counts.elsewhere.contains(mail.hash);
+  }
   return counts;
 }
 
@@ -89,26 +103,28 @@ std::optional<MboxPlace> MboxPlaceOf(const std::string& location) {
 }
 
 // Its size, of one that looks as if it were cut: programs end what they write into one with its
-// line.
+// line, which in one of an old Mac a CR ends.
 std::optional<std::uint64_t> CutSizeOf(const std::string& path) {
   std::error_code error;
   const std::uint64_t size = std::filesystem::file_size(path, error);
   if (error) return std::nullopt;
   try {
-    if (size > 0 && ReadFileRange(path, size - 1, 1) == "\n") return std::nullopt;
+    const std::string last = size > 0 ? ReadFileRange(path, size - 1, 1) : std::string();
+    if (last == "\n" || last == "\r") return std::nullopt;
   } catch (const SourceError&) {  // told with the source
     return std::nullopt;
   }
   return size;
 }
 
-void TakeLostFolders(Mails& missing, const FolderCounts& counts, Wanted& isWanted,
+void TakeLostFolders(Mails& missing, const Counts& counts, const StillThere& isStillThere,
                      std::vector<LostMails>& lost) {
-  for (const auto& [folder, count] : counts) {
+  Wanted isWanted(missing, isStillThere);
+  for (const auto& [folder, count] : counts.folders) {
     if (!IsLost(count) || !isWanted(folder)) continue;
     lost.push_back({folder,
-                    "nothing of that folder is in the source any more (should it go, delete the "
-                    "folder there)",
+                    "nothing of that folder is in the source any more (should it go, delete it "
+                    "there)",
                     count.missing});
   }
   std::erase_if(missing, [&](const KnownMail& mail) {
@@ -124,10 +140,14 @@ struct Mbox {
   bool IsLost() const { return behindEnd >= kManyMails; }
 };
 
-void TakeLostOfMboxes(Mails& missing, Wanted& isWanted, std::vector<LostMails>& lost) {
+void TakeLostOfMboxes(Mails& missing, const Counts& counts, const StillThere& isStillThere,
+                      std::vector<LostMails>& lost) {
+  const auto placeOf = [&](const KnownMail& mail) {
+    return counts.elsewhere.contains(mail.hash) ? std::nullopt : MboxPlaceOf(mail.source);
+  };
   std::map<std::string, Mbox> mboxes;  // that lost some
   for (const KnownMail& mail : missing) {
-    const auto place = MboxPlaceOf(mail.source);
+    const auto place = placeOf(mail);
     if (!place) continue;
     const auto [found, isNew] = mboxes.try_emplace(place->file);
     Mbox& mbox = found->second;
@@ -135,13 +155,17 @@ void TakeLostOfMboxes(Mails& missing, Wanted& isWanted, std::vector<LostMails>& 
     if (mbox.cutSize && place->offset >= *mbox.cutSize) ++mbox.behindEnd;
   }
   std::erase_if(mboxes, [](const auto& mbox) { return !mbox.second.IsLost(); });
-  std::erase_if(missing, [&](const KnownMail& mail) {
-    const auto place = MboxPlaceOf(mail.source);
+  if (mboxes.empty()) return;
+  Wanted isWanted(missing, isStillThere);
+  std::vector<bool> isLost;
+  for (const KnownMail& mail : missing) {
+    const auto place = placeOf(mail);
     const auto mbox = place ? mboxes.find(place->file) : mboxes.end();
-    if (mbox == mboxes.end() || !isWanted(mail.folder)) return false;
-    ++mbox->second.lost;
-    return true;
-  });
+    isLost.push_back(mbox != mboxes.end() && isWanted(mail.folder));
+    if (isLost.back()) ++mbox->second.lost;
+  }
+  std::size_t at = 0;
+  std::erase_if(missing, [&](const KnownMail&) { return isLost[at++]; });
   for (const auto& [file, mbox] : mboxes) {
     if (mbox.lost == 0) continue;
     lost.push_back({file, "they lay behind the end of that file, which looks cut", mbox.lost});
@@ -151,11 +175,11 @@ void TakeLostOfMboxes(Mails& missing, Wanted& isWanted, std::vector<LostMails>& 
 }  // namespace
 
 std::vector<LostMails> TakeLost(Mails& missing, Journal& journal, const SeenMails& seen,
-                                TargetLook& look) {
+                                const StillThere& isStillThere) {
   std::vector<LostMails> lost;
-  Wanted isWanted(look);
-  TakeLostFolders(missing, CountFolders(missing, journal, seen), isWanted, lost);
-  TakeLostOfMboxes(missing, isWanted, lost);
+  const Counts counts = CountFolders(missing, journal, seen);
+  TakeLostFolders(missing, counts, isStillThere, lost);
+  TakeLostOfMboxes(missing, counts, isStillThere, lost);
   return lost;
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "client/run/Journal.h"
 #include "client/run/SeenMails.h"
-#include "client/run/TargetLook.h"
 
 // Whether mails that are not in the source any more were taken out of it, or lost by it. A folder
 // that is not mounted and an mbox that was cut look as if their user had deleted everything; so
@@ -19,7 +19,7 @@
 // clang-format on
 //
 // What lies in another folder of the source by now was moved. Deleted items and junk are what
-// people empty as a habit, and a folder that somebody took away from the target, too, is not
+// people empty as a habit, and a folder of which nothing is left in the target, either, is not
 // wanted: nothing of them counts as lost.
 
 namespace client {
@@ -32,9 +32,11 @@ struct LostMails {
   std::string reason;
   std::size_t count = 0;
 };
+// Whether one is where it was brought to.
+using StillThere = std::function<bool(const KnownMail& mail)>;
 // Takes them out of what is missing. `seen` has what is in the source. Throws
-// platform::SqliteError, and std::runtime_error where the target cannot be asked.
+// platform::SqliteError, and what isStillThere does.
 std::vector<LostMails> TakeLost(std::vector<KnownMail>& missing, Journal& journal,
-                                const SeenMails& seen, TargetLook& look);
+                                const SeenMails& seen, const StillThere& isStillThere);
 
 }  // namespace client

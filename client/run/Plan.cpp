@@ -263,8 +263,9 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
     const Source* source = plan.sources.back().get();
     plan.entries.Begin(source, Unneeded(path, paths));
     Listing listing = source->List();
-    if (listing.items.empty() && listing.problems.empty()) {
-      plan.emptySources.push_back(EmptySource(path, options.earlier));
+    if (listing.items.empty()) {
+      SourceProblem empty = EmptySource(path, options.earlier);
+      if (empty.isUnread || listing.problems.empty()) plan.emptySources.push_back(std::move(empty));
     }
     std::ranges::move(listing.problems, std::back_inserter(plan.problems));
     places.Begin(std::move(listing.marks));

@@ -62,7 +62,8 @@ class SecondPass {
   Gone Missing(const Plan& plan);
   // Takes those out of it that the source seems to have lost.
   std::vector<LostMails> TakeLost(Gone& gone) {
-    return client::TakeLost(gone.mails, m_journal, m_seen, m_look);
+    return client::TakeLost(gone.mails, m_journal, m_seen,
+                            [this](const KnownMail& mail) { return !Find(mail, {}).empty(); });
   }
 
   // What became of one that is to go to the target's deleted items.

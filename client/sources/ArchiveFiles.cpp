@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include "client/sources/MboxBegin.h"
+#include "client/sources/MboxSource.h"
 #include "client/sources/OtherFiles.h"
 #include "client/sources/PackedFiles.h"
 #include "client/sources/SourceFiles.h"
@@ -108,14 +110,16 @@ bool IsManifest(std::string_view name) {
 }
 
 bool LooksLikeMail(std::string_view head) {
-  return head.starts_with("From ") || BeginsWithFields(head) || !MailFormOf(head).empty();
+  return MboxSource::IsMbox(head) || FindFirstMail(head) || BeginsWithFields(head) ||
+         !MailFormOf(head).empty();
 }
 
 // By its first bytes. An archive in an archive may hold mail: nobody looks that far.
 ArchiveLook LookAtMember(std::string_view name, std::string_view head) {
   if (IsMailName(name)) return ArchiveLook::kMail;
   if (LooksLikeMail(head) && !IsManifest(name)) return ArchiveLook::kMail;
-  const bool isArchive = IsTar(head) || !FormOf(head).empty() || (IsZip(head) && !IsDocument(head));
+  const bool isArchive = IsCalledAsArchives(name) || IsTar(head) || !FormOf(head).empty() ||
+                         (IsZip(head) && !IsDocument(head));
   return isArchive ? ArchiveLook::kUnknown : ArchiveLook::kNoMail;
 }
 
@@ -147,7 +151,7 @@ ArchiveLook LookIntoTar(const PartlyRead& file) {
     const std::string bytes = file.read(at, kBlock + kHead);
     if (!bytes.empty() && bytes.front() == '\0') break;
     const std::uint64_t left = file.size - at;
-    const auto size = IsTar(bytes) && left >= kBlock
+    const auto size = IsTar(bytes) && left >= kBlock && bytes.size() >= kBlock
                           ? SizeInTar(std::string_view(bytes).substr(124, 12))
                           : std::nullopt;
     if (!size || *size > left - kBlock) return ArchiveLook::kUnknown;
@@ -215,11 +219,14 @@ ArchiveLook LookIntoZip(const PartlyRead& file) {
   const std::string bytes = file.read(NumberAt(tail, end + 16, 4), size);
   if (bytes.size() != size) return ArchiveLook::kUnknown;
   ArchiveLook all = ArchiveLook::kNoMail;
+  std::uint64_t looked = 0;  // bytes, which no honest list makes more than the file has
   for (std::string_view list = bytes; !list.empty() && all != ArchiveLook::kMail;) {
     const auto member = TakeZipMember(list);
     if (!member) return ArchiveLook::kUnknown;
     if (member->name.ends_with('/')) continue;
     if (IsMailName(member->name)) return ArchiveLook::kMail;
+    looked += std::min(member->packed, kHead);
+    if (looked > file.size) return ArchiveLook::kUnknown;
     const auto head = HeadOfMember(file, *member);
     Join(all, head ? LookAtMember(member->name, *head) : ArchiveLook::kUnknown);
   }
@@ -244,11 +251,11 @@ ArchiveLook LookIntoGzip(const PartlyRead& file, std::string_view packedHead) {
   }
 }
 
-// "2021.mbox.gz"
-bool IsPackedMail(std::string_view name) {
+// What is packed in a file of that name: "2021.mbox" of "2021.mbox.gz".
+std::string_view PackedName(std::string_view name) {
   const auto end = std::ranges::find_if(
       kNames, [&](std::string_view each) { return EndsWithNoCase(name, each); });
-  return end != kNames.end() && IsMailName(name.substr(0, name.size() - end->size()));
+  return end == kNames.end() ? std::string_view() : name.substr(0, name.size() - end->size());
 }
 
 }  // namespace
@@ -266,10 +273,15 @@ std::string ArchiveReason(const std::string& path, std::uint64_t size, std::stri
                           return ReadFileRange(path, offset, length);
                         }};
   const ArchiveLook look = LookIntoArchive(file, head);
-  if (look == ArchiveLook::kMail || IsPackedMail(name)) return "it is packed: unpack it first";
+  const std::string_view packed = PackedName(name);
+  if (look == ArchiveLook::kMail || IsMailName(packed)) return "it is packed: unpack it first";
   const std::string_view form = FormOf(head);
   const bool isLookedInto = IsZip(head) || IsTar(head) || form == kGzip;
-  if (look == ArchiveLook::kNoMail && (isLookedInto || !IsCalledAsArchives(name))) return {};
+  // One that is called an archive and is none of the forms that are known.
+  const bool isOdd = isLookedInto
+                         ? form == kGzip && IsCalledAsArchives(packed) && !IsTar(UnpackedHead(head))
+                         : IsCalledAsArchives(name);
+  if (look == ArchiveLook::kNoMail && !isOdd) return {};
   if (isLookedInto) {
     return "not all that is packed in it can be looked at, and mail may be there: unpack it first";
   }

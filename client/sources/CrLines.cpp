@@ -5,10 +5,11 @@
 namespace client {
 
 bool EndsLinesByCr(std::string_view bytes) {
-  // As long as a line between two mails may be: in any other file an LF stands within them.
-  constexpr std::size_t kLook = kLongestFromLine;
-  const std::string_view head = bytes.substr(0, kLook);
-  return head.find('\n') == std::string_view::npos && head.find('\r') != std::string_view::npos;
+  // As long as a line between two mails may be.
+  const std::string_view head = bytes.substr(0, kLongestFromLine);
+  const std::size_t end = head.find_first_of("\r\n");
+  if (end == std::string_view::npos || head[end] == '\n') return false;
+  return end + 1 < head.size() && head[end + 1] != '\n';
 }
 
 void MakeLfOfCr(std::string& bytes) {

@@ -8,7 +8,8 @@
 // becomes an LF: nothing changes its place.
 namespace client {
 
-// Of a file or a mail, by its first bytes: there are CRs in them and no LF at all.
+// Of a file or a mail, by the end of its first line. Others may hold an LF that a mail brought
+// along.
 bool EndsLinesByCr(std::string_view bytes);
 
 // The CRs that stand before no LF.

@@ -81,10 +81,12 @@ EmlxPlace WithTrueLength(EmlxPlace place, std::string_view file) {
 
 std::optional<EmlxPlace> EmlxPlaceIn(const OpenedFile& file) {
   constexpr std::uint64_t kHead = 4096;  // bytes, of the file and of the list
+  constexpr std::uint64_t kMost = 512 << 20;
   const auto place = EmlxPlaceOf(ReadRange(file, 0, kHead));
   if (!place || BeginsWithList(ReadRange(file, place->offset + place->length, kHead))) {
     return place;
   }
+  if (file.size > kMost) throw ReadError("its length leads to no property list");
   return WithTrueLength(*place, ReadRange(file, 0, file.size));
 }
 

@@ -56,6 +56,16 @@ bool IsOfOtherForm(std::string_view head) {
          !MailFormOf(head).empty();
 }
 
+// What people write, and may quote a mail in.
+bool IsCalledAsText(std::string_view name) {
+  static constexpr auto kEnds = std::to_array<std::string_view>(
+      {".txt",  ".text", ".md", ".rst", ".tex", ".htm", ".html", ".xml", ".csv",  ".json",
+       ".yml",  ".c",    ".cc", ".cpp", ".h",   ".py",  ".pl",   ".js",  ".css",  ".sh",
+       ".java", ".php",  ".rb", ".go",  ".rs",  ".sql", ".log",  ".tsv", ".diff", ".patch"});
+  return std::ranges::any_of(kEnds,
+                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+}
+
 bool IsNulls(std::string_view bytes) {
   return bytes.find_first_not_of('\0') == std::string_view::npos;
 }
@@ -85,7 +95,7 @@ bool HasTwoFields(std::string_view text) {
 }
 
 bool BeginsMail(std::string_view bytes) {
-  if (bytes.find('\n') > kLongestFromLine) return false;
+  if (bytes.substr(0, kLongestFromLine + 1).find('\n') == std::string_view::npos) return false;
   const std::string_view line = TakeLine(bytes);
   return ParseFromLine(line).shape == FromLine::Shape::kDated && HasTwoFields(bytes);
 }
@@ -116,11 +126,11 @@ std::optional<std::uint64_t> FindFirstMail(std::string_view bytes) {
 std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_view head,
                                           bool isPlaceOfMbox) {
   if (IsOfOtherForm(head)) return std::nullopt;
+  const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+  if (!isPlaceOfMbox && !IsNulls(head.substr(0, 1)) && IsCalledAsText(name)) return std::nullopt;
   if (const auto found = FindFirstMail(head)) return found;
-  const bool isLikely = isPlaceOfMbox || IsNulls(head);
-  if (!isLikely && (!IsText(head) || IsBesideMail(path.substr(path.rfind('/') + 1)))) {
-    return std::nullopt;
-  }
+  const bool isLikely = isPlaceOfMbox || IsNulls(head) || name.find('.') == std::string_view::npos;
+  if (!isLikely && (!IsText(head) || IsBesideMail(name))) return std::nullopt;
   const std::uint64_t most = isLikely ? kMostOfLikely : kMostOfUnknown;
   const std::string bytes = ReadFileRange(path, 0, most);
   return bytes.size() > head.size() ? FindFirstMail(bytes) : std::nullopt;

@@ -85,6 +85,14 @@ MboxSplitter::Mails MailsOf(const std::string& path, std::uint64_t begin, MboxKi
   return mails;
 }
 
+// "From 0123456789abcdef0123456789abcdef01234567 Mon Sep 17 00:00:00 2001": git's, which people
+// attach to a mail as it stands.
+bool IsPatch(std::string_view mail) {
+  constexpr std::size_t kDigits = 40;
+  const std::string_view sender = mail.substr(std::min(kFrom.size(), mail.size()), kDigits + 1);
+  return sender.find_first_not_of("0123456789abcdef") == kDigits;
+}
+
 }  // namespace
 
 std::string MboxFolder(const std::string& path) {
@@ -112,12 +120,13 @@ bool HoldsSeveralMails(const std::string& path, MboxKind kind) {
   if (!MboxSource::IsMbox(head)) return false;
   std::vector<SourceProblem> toldLater;
   const MboxSplitter::Mails mails = MailsOf(path, 0, kind, toldLater);
-  if (IsMmdf(head)) return mails.size() > 1;
+  if (IsMmdf(head)) return mails.size() > 0;
   for (std::size_t i = 1; i < mails.size(); ++i) {
     const MboxSplitter::Mail mail = mails[i];
     std::string begin = ReadFileRange(path, mail.offset, std::min(mail.length, kHead));
     if (EndsLinesByCr(begin)) MakeLfOfCr(begin);
-    if (BeginsWithFields(WithoutFromLine(begin))) return true;
+    const bool isQuoted = IsPatch(begin) && !IsPatch(head);
+    if (!isQuoted && BeginsWithFields(WithoutFromLine(begin))) return true;
   }
   return false;
 }
@@ -128,6 +137,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   std::vector<bool> told;  // whether it was read
   bool hasNotes = false;   // in the mails themselves
   bool isExport = false;
+  bool hasOwn = false;  // mails that no label puts elsewhere
   const EudoraToc toc = TocBeside(path);
   const auto mails = MailsOf(path, begin, kind, listing.problems);
   const OpenedFile mbox = OpenSourceFile(path, Links::kFollow);
@@ -135,9 +145,12 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
     mail.offset += begin;
     std::string place = folder;
     const std::string header = HeaderOf(mbox, mail);
-    if (told.empty()) isExport = IsGmailExport(header);
-    StateFields fields = isExport ? ExportedFields(WithoutFromLine(header), place)
-                                  : ReadStateFields(WithoutFromLine(header));
+    // Others may have been put into one that its owner keeps.
+    const bool isExported = (told.empty() || isExport) && IsGmailExport(header);
+    isExport = isExport || isExported;
+    hasOwn = hasOwn || !isExported;
+    StateFields fields = isExported ? ExportedFields(WithoutFromLine(header), place)
+                                    : ReadStateFields(WithoutFromLine(header));
     fields.state.received = TimeOf(ParseFromLine(header.substr(0, header.find('\n'))));
     // A list that no longer fits its file makes no mail new.
     hasNotes = hasNotes || fields.read.has_value();
@@ -151,7 +164,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
     item.isStoreData = fields.isStoreData && told.size() == 1;
     listing.items.Add(item);
   }
-  if (!isExport) listing.folders.push_back(folder);
+  if (hasOwn || !isExport) listing.folders.push_back(folder);
   // Where a program notes what was read, what it did not note is new.
   if (!hasNotes) return;
   for (std::size_t i = 0; i < told.size(); ++i) {

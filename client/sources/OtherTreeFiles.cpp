@@ -164,7 +164,7 @@ const std::set<std::string>& OtherTreeFiles::EndingsOfMboxes() const {
     const std::string head = HeadOfFile(m_folder.path + "/" + std::string(name), kHead);
     if (head.empty() || name.starts_with('.') || IsBesideMail(name)) return false;
     m_endings->emplace(EndingOf(name));
-    return !MboxSource::IsMbox(head);
+    return !MboxSource::IsMbox(head) && !FindFirstMail(head);
   });
   if (hasOthers) m_endings->clear();
   return *m_endings;
@@ -198,12 +198,16 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
     }
     // A folder of mail may have the name of such a file.
     const bool isBeside = IsBesideMail(entry.name) && !IsAddressBook(entry.name);
-    if (isBeside && MailFormOf(head).empty() && ArchiveReason(path, entry.size, head).empty()) {
+    if (isBeside && !isPlaceOfMbox && MailFormOf(head).empty() &&
+        ArchiveReason(path, entry.size, head).empty()) {
       return;
     }
     SourceProblem problem = LeftOut(m_folder, entry, head);
     if (isPlaceOfMbox && !problem.isUnread) {
       problem = {path, "it lies where its program keeps mail, and none can be told in it",
+                 /*isUnread=*/true};
+    } else if (!problem.isUnread && head.find_first_not_of('\0') == std::string::npos) {
+      problem = {path, "it begins with NULs, as a crash leaves a file: mail may have been in it",
                  /*isUnread=*/true};
     }
     listing.problems.push_back(std::move(problem));
@@ -217,7 +221,8 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
 void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
   const std::string head = HeadOfFile(path, kHead);
-  const std::string form(MboxSource::IsMbox(head) ? "an mbox" : MailFormOf(head));
+  const bool isMbox = MboxSource::IsMbox(head) || FindFirstMail(head);
+  const std::string form(isMbox ? "an mbox" : MailFormOf(head));
   std::string reason = form.empty() ? "" : "looks like " + form + " and is not read";
   try {
     if (reason.empty() && !IsOfMac(entry.name)) reason = ArchiveReason(path, entry.size, head);
@@ -253,7 +258,8 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
 
 // Where a program broke off while it wrote one, the copy may be all that is left.
 void OtherTreeFiles::NameCopy(const std::string& path, Listing& listing) const {
-  if (!MboxSource::IsMbox(HeadOfFile(path, kHead))) return;
+  const std::string head = HeadOfFile(path, kHead);
+  if (!MboxSource::IsMbox(head) && !FindFirstMail(head)) return;
   listing.problems.push_back(
       {path,
        "its program made it of mails that lie elsewhere: name it as a source "

@@ -22,7 +22,8 @@
 namespace client {
 namespace {
 
-constexpr size_t kPiece = 1 << 20;  // bytes read at a time
+constexpr size_t kPiece = 1 << 20;                             // bytes read at a time
+constexpr std::uint64_t kMostAtOnce = std::uint64_t{2} << 30;  // bytes, more than any item may have
 
 EntryKind Look(const std::string& path, FolderEntry& found) {
   struct stat status;
@@ -139,6 +140,7 @@ void ReadPieces(const OpenedFile& opened, const std::function<void(std::string_v
 
 std::string ReadRange(const OpenedFile& opened, std::uint64_t offset, std::uint64_t length) {
   length = offset < opened.size ? std::min(length, opened.size - offset) : 0;
+  if (length > kMostAtOnce) throw ReadError("too large");
   std::string bytes(length, '\0');
   size_t done = 0;
   while (done < bytes.size()) {

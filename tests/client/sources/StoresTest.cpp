@@ -123,7 +123,9 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
       "X-Gmail-Labels: =?UTF-8?Q?Posteingang,Ungelesen,Kunde/=C3=96tt?=\n",
       "X-Gmail-Labels: Sent,Opened,Inbox,\n Starred\n", "X-Gmail-Labels: Archived,Important\n",
       "X-Gmail-Labels: Trash\n"};
-  const std::string takeout = "From 1627@xxx Tue Mar 05 10:00:00 +0000 2019\n" + kText + "\n";
+  const auto exported = [](const std::string& fields) {
+    return "From 1627@xxx Tue Mar 05 10:00:00 +0000 2019\n" + fields + kText + "\n";
+  };
   const std::string status = "Status: D\n";
   const std::string mozilla = "X-Mozilla-Status: 0000\n";
   const struct {
@@ -436,7 +438,8 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
        {"Leer\\"}},
       {"Gmail's export",
        {{"All mail.mbox", Mbox(labels[0]) + Mbox(labels[1]) + Mbox(labels[2]) + Mbox(labels[3])},
-        {"One.mbox", takeout + Mbox(status + labels[3]) + Mbox(status)},
+        {"One.mbox", exported("") + exported(status + labels[3]) + exported(status) +
+                         Mbox("Status: R\n")},  // which its owner put there
         {"Kunden", Mbox(mozilla + labels[3])},
         {"Old", Mbox("Received: x\n" + labels[3])}},
        {{"Inbox\\|All mail.mbox:0|,Kunde/\xC3\x96tt@", labels[0] + kText},
@@ -447,7 +450,8 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"Old\\|Old:0|R@", "Received: x\n" + labels[3] + kText},
         {"Archive\\|One.mbox:0|R@", kText},
         {"Deleted Items\\|One.mbox:63|R@", status + labels[3] + kText},
-        {"Archive\\|One.mbox:145|R@", status + kText}},
+        {"Archive\\|One.mbox:158|R@", status + kText},
+        {"One\\|One.mbox:231|R@", "Status: R\n" + kText}},
        {}},
       {"mboxes that are called as files beside mail are",
        {{"Server.log", Mbox()},
@@ -496,7 +500,12 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
                                                       {"wide", std::string("\xFF\xFE"
                                                                            "F\0r\0o\0m\0 \0",
                                                                            12)},
-                                                      {"Kunden", std::string(5000, '\0')}};
+                                                      {"Kunden", std::string(5000, '\0')},
+                                                      {"zeros.bin", std::string(5000, '\0')},
+                                                      {".box", '\0' + Mbox("A: b\n")},
+                                                      {"nstmp-3", '\0' + Mbox("A: b\n")},
+                                                      {"Old.log", std::string(5000, '\0')}};
+  folder.Write("Old.log.msf", "x");
   for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
   folder.Write("notes.txt", "Note: one field is none\n");
   folder.Write("dates.txt", "2 May\n");
@@ -508,14 +517,15 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   const std::string mails = "\n\n" + Mbox("Status: O\n");
   folder.Write("x.pdf", "%PDF-1.4" + mails);
   folder.Write("far.txt", std::string(2 << 20, 'x') + mails);
+  folder.Write("quote.txt", "He wrote:" + mails);
   folder.Write("letter.txt",
                "Dear,\nFrom here on\nA: 1\nB: 2\n\n" + kSeparator + "we write\nA: 1\n");
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 14);
-  EXPECT_EQ(plan.problems.size(), 21u);
+  EXPECT_EQ(losses, 18);
+  EXPECT_EQ(plan.problems.size(), 26u);
 }
 
 // In a tree and by itself.
@@ -579,13 +589,18 @@ TEST(Stores, AnMboxThatIsCalledEmlHasItsMailsWhereItLies) {
   // A mail that went through an mbox, in which others are spoken of.
   folder.Write("Kunde/3.eml", from + "From me,\nto you.\n\nFrom c@d Tue Mar  5 09:00:00 2024\n");
   folder.Write("Kunde/4.eml", kMail + "\n" + Mbox());
+  // A patch is attached to it.
+  folder.Write("Kunde/5.eml", from + "\n\nFrom " + std::string(40, 'a') +
+                                  " Mon Sep 17 00:00:00 2001\nFrom: a@b\nSubject: x\n\n");
+  folder.Write("Kunde/6.eml", kMark + kText + kMark);
   const Plan plan = MakePlan({folder.Path()});
-  EXPECT_THAT(Items(plan),
-              ElementsAre("Kunde\\|Kunde/1.eml:3|unread",
-                          "Kunde\\|Kunde/1.eml:" + std::to_string(3 + Mbox("Status: O\n").size()),
-                          "Kunde\\|Kunde/2.eml:5",
-                          "Kunde\\|Kunde/2.eml:" + std::to_string(15 + kText.size()),
-                          "Kunde\\|Kunde/3.eml", "Kunde\\|Kunde/4.eml"));
+  EXPECT_THAT(
+      Items(plan),
+      ElementsAre("Kunde\\|Kunde/1.eml:3|unread",
+                  "Kunde\\|Kunde/1.eml:" + std::to_string(3 + Mbox("Status: O\n").size()),
+                  "Kunde\\|Kunde/2.eml:5",
+                  "Kunde\\|Kunde/2.eml:" + std::to_string(15 + kText.size()), "Kunde\\|Kunde/3.eml",
+                  "Kunde\\|Kunde/4.eml", "Kunde\\|Kunde/5.eml", "Kunde\\|Kunde/6.eml:5"));
   EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), "Status: O\n" + kText);
   EXPECT_EQ(plan.sources[0]->Read(plan.entries[2].item), kText);
   EXPECT_THAT(Items(MakePlan({folder.File("Kunde/1.eml")})),
