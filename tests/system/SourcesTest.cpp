@@ -685,7 +685,7 @@ TEST_F(SecondPass, TakesNothingAwayThatASourceLosesAtOnce) {
 
   // Once its folder is gone there, too, nobody wants it.
   platform::SqliteDatabase(m_folder.File("mailbox/mailbox.db"))
-      .Execute("UPDATE folders SET name='Moved',name_key='MOVED' WHERE name='Gone'");
+      .Execute("UPDATE folders SET name='Away',name_key='AWAY' WHERE name='Gone'");
   EXPECT_EQ(Pass({"--delete-missing"}, 1)["gone_there_too"], kMany);
 }
 
