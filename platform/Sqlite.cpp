@@ -9,13 +9,13 @@ namespace {
 
 constexpr int kBusyTimeout = 5000;  // milliseconds
 
-[[noreturn]] void Throw(sqlite3* pDatabase, int nCode) {
-  const char* pszMessage = pDatabase ? sqlite3_errmsg(pDatabase) : sqlite3_errstr(nCode);
-  throw SqliteError(nCode, pszMessage);
+SqliteError ErrorOf(sqlite3* pDatabase, int nCode) {
+  const char* pszFile = sqlite3_db_filename(pDatabase, "main");
+  return {nCode, sqlite3_errmsg(pDatabase), pszFile ? pszFile : ""};
 }
 
 void Check(sqlite3* pDatabase, int nCode) {
-  if (nCode != SQLITE_OK) Throw(pDatabase, nCode);
+  if (nCode != SQLITE_OK) throw ErrorOf(pDatabase, nCode);
 }
 
 int FlagsOf(SqliteDatabase::Open eOpen) {
@@ -97,7 +97,7 @@ bool SqliteStatement::Step() {
   if (nCode == SQLITE_ROW) return true;
   if (nCode == SQLITE_DONE) return false;
   // The message is taken before the reset, which a statement that failed needs to be used again.
-  const SqliteError objError(nCode, sqlite3_errmsg(sqlite3_db_handle(p)));
+  const SqliteError objError = ErrorOf(sqlite3_db_handle(p), nCode);
   sqlite3_reset(p);
   throw objError;
 }
@@ -136,7 +136,10 @@ SqliteDatabase::SqliteDatabase(const std::string& strPath, Open eOpen) {
   const int nCode =
       sqlite3_open_v2(strPath.c_str(), &pDatabase, nFlags | SQLITE_OPEN_EXRESCODE, nullptr);
   m_pDatabase.reset(pDatabase);  // a failed open leaves one to be closed, too
-  Check(pDatabase, nCode);
+  if (nCode != SQLITE_OK) {
+    throw SqliteError(nCode, pDatabase ? sqlite3_errmsg(pDatabase) : sqlite3_errstr(nCode),
+                      strPath);
+  }
   Check(pDatabase, sqlite3_busy_timeout(pDatabase, kBusyTimeout));
 }
 

@@ -5,23 +5,27 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 namespace platform {
 
-// SQLite's own message; Code() is its extended result code.
+// SQLite's own message; Code() is its extended result code, File() the database's path, empty where
+// none was at hand.
 class SqliteError : public std::runtime_error {
  public:
-  SqliteError(int nCode, const std::string& strMessage)
-      : std::runtime_error(strMessage), m_nCode(nCode) {}
+  SqliteError(int nCode, const std::string& strMessage, std::string strFile = {})
+      : std::runtime_error(strMessage), m_nCode(nCode), m_strFile(std::move(strFile)) {}
   int Code() const { return m_nCode; }
+  const std::string& File() const { return m_strFile; }
   bool IsDamage() const;     // what stands in the file is no database, or a broken one
   bool IsUnwritten() const;  // the disk has no room, or takes nothing
 
  private:
   int m_nCode;
+  std::string m_strFile;
 };
 
 // One prepared statement. Indexes of parameters count from 1, of columns from 0; texts are UTF-8.

@@ -148,7 +148,7 @@ int RunMigrate(const Arguments& arguments) {
     console.Say(fmt::format("tarny migrate: {}", error.what()));
     return kExitUsage;
   } catch (const platform::SqliteError& error) {
-    console.Say(fmt::format("tarny migrate: {}", JournalFailure(options.run, error)));
+    console.Say(fmt::format("tarny migrate: {}", DatabaseFailure(options.run, error)));
     return kExitFailed;
   } catch (const std::exception& error) {
     console.Say(fmt::format("tarny migrate: {}", error.what()));

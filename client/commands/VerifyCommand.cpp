@@ -129,7 +129,7 @@ int RunVerify(const Arguments& arguments) {
     console.Say(fmt::format("tarny verify: {}", error.what()));
     return kExitUsage;
   } catch (const platform::SqliteError& error) {
-    console.Say(fmt::format("tarny verify: {}", JournalFailure(options.run, error)));
+    console.Say(fmt::format("tarny verify: {}", DatabaseFailure(options.run, error)));
     return kExitFailed;
   } catch (const std::exception& error) {
     console.Say(fmt::format("tarny verify: {}", error.what()));

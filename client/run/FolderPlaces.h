@@ -25,7 +25,8 @@ using FolderPlaces = std::map<FolderOfSource, std::string>;
 // A run knows what it sent by the folder of the target: what went elsewhere with other options, or
 // since its source says otherwise by now what a folder is for, would be sent again. Throws RunError
 // that names the first such folder, and platform::SqliteError. A folder that is spelled otherwise
-// is the same one, and one of which nothing arrived yet may go anywhere.
+// is the same one, one of which nothing arrived yet may go anywhere, and one that is called
+// otherwise by now is known by where its items lie.
 void RequirePlacesKept(const Plan& plan, Journal& journal);
 // The same of a run folder that no run works in now, and that may be none.
 void RequirePlacesKept(const Plan& plan, const std::string& runFolder);

@@ -1,6 +1,7 @@
 #include "client/run/Journal.h"
 
 #include <array>
+#include <filesystem>
 #include <utility>
 
 #include <fmt/format.h>
@@ -90,9 +91,11 @@ const char* WhatToDo(const platform::SqliteError& error) {
 
 }  // namespace
 
-std::string JournalFailure(const std::string& runFolder, const platform::SqliteError& error) {
-  return fmt::format("{} cannot be used: its journal journal.db fails with: {}{}", runFolder,
-                     error.what(), WhatToDo(error));
+std::string DatabaseFailure(const std::string& runFolder, const platform::SqliteError& error) {
+  const std::string name = std::filesystem::path(error.File()).filename().string();
+  return fmt::format("{} cannot be used: its {} {} fails with: {}{}", runFolder,
+                     name == "journal.db" ? "journal" : "database", name, error.what(),
+                     WhatToDo(error));
 }
 
 Journal::Journal(const std::string& path) : m_database(path) {

@@ -46,8 +46,9 @@ struct KnownMail {
   Origin origin = Origin::kFound;
 };
 
-// Why the journal of that run folder cannot be used, and, of a damaged one, what to do; for people.
-std::string JournalFailure(const std::string& runFolder, const platform::SqliteError& error);
+// Why a database of that run folder, its journal or its ledger, cannot be used, and, of a damaged
+// one, what to do; for people.
+std::string DatabaseFailure(const std::string& runFolder, const platform::SqliteError& error);
 
 // The memory of a run: what was sent, and which mail owns which ledger key. An SQLite file; each
 // change outlives the death of this process, and where its function says "durable", or one that

@@ -107,7 +107,7 @@ Summary Migration::Run(const Plan& plan) {
     if (m_summary.stopped.empty()) MakeFolders(plan.emptyFolders);
     m_doubts.ReadUnknown(plan, m_noted);
   } catch (const platform::SqliteError& error) {
-    m_summary.stopped = JournalFailure(m_setup.run.Path(), error);
+    m_summary.stopped = DatabaseFailure(m_setup.run.Path(), error);
   } catch (const std::exception& error) {  // what was done so far is told all the same
     m_summary.stopped = error.what();
   }

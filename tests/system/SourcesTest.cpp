@@ -502,6 +502,30 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
   EXPECT_THAT(pass(before + "New\tKunde\n"), FailsWith("New" + of + "New\\"));
 }
 
+// The levels that a source puts above a folder may grow, and what lies in it must not double.
+TEST_F(SecondPass, AFolderThatIsCalledOtherwiseByNowIsKnownByWhatLiesInIt) {
+  const std::string from = "From - Tue Mar 05 10:00:00 2019\n";
+  const auto profile = [&](const std::string& name) {
+    m_folder.Write("source/Profiles/" + name + "/prefs.js", "x");
+    m_folder.Write("source/Profiles/" + name + "/Mail/Local Folders/Kunde",
+                   from + Mail(name) + "\n");
+  };
+  profile("ab.home");
+  m_folder.Write("source/profiles.ini",
+                 "[Profile0]\nName=Home\nIsRelative=1\nPath=Profiles/ab.home\n");
+  EXPECT_EQ(Pass()["sent"], 1);
+  profile("cd.work");
+  m_folder.Write("source/profiles.ini",
+                 "[Profile0]\nName=Home\nIsRelative=1\nPath=Profiles/ab.home\n"
+                 "[Profile1]\nName=Work\nIsRelative=1\nPath=Profiles/cd.work\n");
+  EXPECT_THAT(Migrate(m_folder), FailsWith("Home\\Kunde\\ of " + m_folder.File("source") +
+                                           " went to Kunde\\ in earlier runs"));
+  m_folder.Write("map", "Home/Kunde\tKunde\n");
+  const nlohmann::json led = Pass({"--folder-map", m_folder.File("map")});
+  EXPECT_EQ(led["there_already"], 1);
+  EXPECT_EQ(led["sent"], 1);
+}
+
 // Which files of a folder somebody opens.
 class OpenedFiles {
  public:

@@ -1,43 +1,38 @@
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <iterator>
 #include <map>
+#include <string>
+#include <vector>
 
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "base/LogNull.h"
-#include "client/run/ItemLoader.h"
-#include "client/sources/Emlx.h"
-#include "client/sources/EudoraFiles.h"
 #include "client/sources/MhSequences.h"
-#include "mime/email/EmailBuilding.h"
-#include "mime/email/EmailLayout.h"
 #include "tests/client/sources/PlanText.h"
+#include "tests/client/sources/StoreTexts.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
 namespace {
 
+using client_test::Emlx;
 using client_test::Items;
+using client_test::kMail;
+using client_test::kMmdfMark;
+using client_test::kSeparator;
+using client_test::kText;
 using client_test::Letters;
+using client_test::Mbox;
 using client_test::Problems;
+using client_test::WithCr;
+using client_test::WithCrLf;
 using test_support::TemporaryFolder;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
-const std::string kMail = "Subject: x\n\n";
-const std::string kText = kMail + "text\n";
-const std::string kSeparator = "From - Tue Mar 05 10:00:00 2019\n";
-constexpr std::int64_t kTime = 1551780000;  // of that in UTC
-
-const std::string kMark = "\x01\x01\x01\x01\n";
+constexpr std::int64_t kTime = 1551780000;  // of kSeparator in UTC
 
 // Of 4 bytes each, the least first.
 std::string Words(const std::vector<std::uint32_t>& words) {
@@ -53,41 +48,6 @@ const std::string kPackedMail(
     "\037\213\010\000\000\000\000\000\002\377\013\311\267RHtH\342\012.M\312JM."
     "\261R\250\340\342\002\000\256\007\272\230\024\000\000\000",
     40);
-
-std::string WithCrLf(const std::string& text) {
-  std::string lines;
-  for (const char c : text) lines += c == '\n' ? "\r\n" : std::string(1, c);
-  return lines;
-}
-
-LoadedItem Sent(const Plan::Entry& entry) {
-  LoadedItem item = ItemLoader::Load(entry);
-  ItemLoader::AddFiles(entry, item);
-  return item;
-}
-
-// "NAME: REASON"
-std::vector<std::string> MissingOf(const LoadedItem& item) {
-  std::vector<std::string> missing;
-  for (const auto& [name, reason] : item.missing) missing.push_back(name + ": " + reason);
-  return missing;
-}
-
-std::string Mbox(const std::string& fields = "") { return kSeparator + fields + kText + "\n"; }
-
-// As a Mac had it before it had LFs.
-std::string WithCr(std::string text) {
-  std::ranges::replace(text, '\n', '\r');
-  return text;
-}
-
-std::string Emlx(const std::string& mail, int flags) {
-  return std::to_string(mail.size()) + "        \n" + mail +
-         "<plist><dict>\n<key>date-received</key>\n\t<integer>1551780000</integer>\n<key>flags</"
-         "key>"
-         "<integer>" +
-         std::to_string(flags) + "</integer></dict></plist>\n";
-}
 
 // What the list of a Eudora has of one mail.
 std::string TocOf(std::size_t offset, char state) {
@@ -284,9 +244,9 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"Inbox\\|inbox/5|"}},
        {}},
       {"MMDF files",
-       {{"Old", kMark + kSeparator + "Status: O\n" + kText + kMark + kMark + kMail +
-                    "From here\n\n" + kMark},
-        {"Cut.mmdf", kMark + kMail + "text"}},
+       {{"Old", kMmdfMark + kSeparator + "Status: O\n" + kText + kMmdfMark + kMmdfMark + kMail +
+                    "From here\n\n" + kMmdfMark},
+        {"Cut.mmdf", kMmdfMark + kMail + "text"}},
        {{"Cut\\|Cut.mmdf:5|R", kMail + "text"},
         {"Old\\|Old:5|@", "Status: O\n" + kText},
         {"Old\\|Old:74|", kMail + "From here\n\n"}},
@@ -483,106 +443,10 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
   }
 }
 
-TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
-  const TemporaryFolder folder;
-  const std::pair<const char*, std::string> lost[] = {{"1.partial.emlx.dbx", "\xCF\xAD\x12\xFE"},
-                                                      {"Inbox.dbx", "\xCF\xAD\x12\xFE"},
-                                                      {"babyl", "BABYL OPTIONS: x\n"},
-                                                      {"mail", "To: a@b\nSubject: x\n\nx"},
-                                                      {".mix5c7e4f00", ":msg:1"},
-                                                      {".Inbox.tmp", Mbox()},
-                                                      {"Server.log", "*mbx*\r\n"},
-                                                      {"m.1", "2 M1e C5c7e4f00\n"},
-                                                      {"nstmp-2", Mbox()},
-                                                      {"x.mbox", "nothing"},
-                                                      {"x.mbox.gz", "\x1F\x8B"},
-                                                      {"x.msg", "\xD0\xCF\x11\xE0"},
-                                                      {"wide", std::string("\xFF\xFE"
-                                                                           "F\0r\0o\0m\0 \0",
-                                                                           12)},
-                                                      {"Kunden", std::string(5000, '\0')},
-                                                      {"zeros.bin", std::string(5000, '\0')},
-                                                      {".box", '\0' + Mbox("A: b\n")},
-                                                      {"nstmp-3", '\0' + Mbox("A: b\n")},
-                                                      {"Old.log", std::string(5000, '\0')}};
-  folder.Write("Old.log.msf", "x");
-  for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
-  folder.Write("notes.txt", "Note: one field is none\n");
-  folder.Write("dates.txt", "2 May\n");
-  folder.Write("dovecot-uidlist", "3 V1\n");
-  folder.Write("abook.sqlite", "x");
-  folder.Write("old.mab", "x");
-  folder.Write("Kunden.msf", "x");
-  // What stands in them are no mails of theirs.
-  const std::string mails = "\n\n" + Mbox("Status: O\n");
-  folder.Write("x.pdf", "%PDF-1.4" + mails);
-  folder.Write("far.txt", std::string(2 << 20, 'x') + mails);
-  folder.Write("quote.txt", "He wrote:" + mails);
-  folder.Write("letter.txt",
-               "Dear,\nFrom here on\nA: 1\nB: 2\n\n" + kSeparator + "we write\nA: 1\n");
-  const Plan plan = MakePlan({folder.Path()});
-  EXPECT_TRUE(plan.entries.empty());
-  int losses = 0;
-  for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 18);
-  EXPECT_EQ(plan.problems.size(), 26u);
-}
-
-// In a tree and by itself.
-TEST(Stores, AnMboxComesFromItsFirstWholeMailOnWhereItsBeginningIsDamaged) {
-  const std::string mail = Mbox("Status: O\n");
-  const std::string folded = kSeparator + "Received: from a\n\tby b\nStatus: RO\n" + kText;
-  const std::string file = mail + folded;
-  const struct {
-    const char* name;
-    std::string front;
-    std::string mails;
-  } rows[] = {{"Nulls", std::string(4096, '\0'), file},
-              {"OneNull", std::string(1, '\0'), file},
-              {"ManyNulls", std::string(200000, '\0'), file},
-              {"Line", "rubbish\n", file},
-              {"Marks", "\xFF\xFE", file},
-              {"Cut", mail.substr(10), folded + "\n" + mail},
-              {"CutField", mail.substr(kSeparator.size() + 2), folded + "\n" + mail},
-              {"OfAMac", WithCr("rubbish\n"), WithCr(file)},
-              {"Text", "here\nFrom here on\n" + std::string(10000, 'x') + "\n\n", file},
-              {"Likely.mbox", std::string(500000, 'x') + "\n\n", file},
-              {"Binary.mbox", std::string("\1\0\2", 3) + std::string(5000, 'x') + "\n\n", file}};
-  for (const auto& row : rows) {
-    const TemporaryFolder folder;
-    const std::string path = folder.Write(row.name, row.front + row.mails);
-    for (const std::string& source : {folder.Path(), path}) {
-      const Plan plan = MakePlan({source});
-      ASSERT_EQ(plan.entries.size(), 2u) << row.name;
-      EXPECT_EQ(plan.entries[0].item.offset, row.front.size()) << row.name;
-      EXPECT_TRUE(plan.entries[1].source->Read(plan.entries[1].item).ends_with(kText)) << row.name;
-      ASSERT_EQ(plan.problems.size(), 1u) << row.name;
-      EXPECT_TRUE(plan.problems[0].isUnread);
-      EXPECT_THAT(plan.problems[0].reason,
-                  testing::HasSubstr(" " + std::to_string(row.front.size()) + " bytes"));
-    }
-  }
-}
-
-TEST(Stores, OfSeveralVersionsOfAnAppleMailTheNewestIsRead) {
-  const std::string place = "/0A1B2C3D-1111-2222-3333-444455556666/INBOX.mbox/Messages/1.emlx";
-  const TemporaryFolder folder;
-  for (const char* version : {"V2", "V9", "V10"}) {
-    folder.Write("Library/Mail/" + (version + place), Emlx(kMail, 1));
-  }
-  const Plan plan = MakePlan({folder.Path()});
-  EXPECT_THAT(Items(plan), ElementsAre("Inbox\\|Library/Mail/V10" + place));
-  EXPECT_THAT(Problems(plan, folder.Path()),
-              ElementsAre(testing::HasSubstr("Mail/V2: an Apple Mail had its mail there before it "
-                                             "had it in V10"),
-                          testing::HasSubstr("Mail/V9: an Apple Mail")));
-  EXPECT_TRUE(std::ranges::all_of(plan.problems, &SourceProblem::isUnread));
-}
-
 // In a tree and by itself.
 TEST(Stores, AnMboxThatIsCalledEmlHasItsMailsWhereItLies) {
   const std::string from = "From a@b Tue Mar  5 09:00:00 2024\nSubject: x\n\n";
-  const std::string mmdf = kMark + kText + kMark + kMark + kText + kMark;
+  const std::string mmdf = kMmdfMark + kText + kMmdfMark + kMmdfMark + kText + kMmdfMark;
   const TemporaryFolder folder;
   folder.Write("Kunde/1.eml", "\xEF\xBB\xBF" + Mbox("Status: O\n") + Mbox("Status: RO\n"));
   folder.Write("Kunde/2.eml", mmdf);
@@ -592,7 +456,7 @@ TEST(Stores, AnMboxThatIsCalledEmlHasItsMailsWhereItLies) {
   // A patch is attached to it.
   folder.Write("Kunde/5.eml", from + "\n\nFrom " + std::string(40, 'a') +
                                   " Mon Sep 17 00:00:00 2001\nFrom: a@b\nSubject: x\n\n");
-  folder.Write("Kunde/6.eml", kMark + kText + kMark);
+  folder.Write("Kunde/6.eml", kMmdfMark + kText + kMmdfMark);
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_THAT(
       Items(plan),
@@ -634,252 +498,6 @@ TEST(Stores, PackedMailOfAMaildirIsReadOrNamed) {
       EXPECT_THAT(error.what(), testing::HasSubstr(rows[i].second));
     }
   }
-}
-
-// The mail is sent as far as it is there.
-TEST(Stores, WhatMayHoldMoreMailIsSentAndNamed) {
-  const TemporaryFolder folder;
-  const std::string whole = Emlx(kText, 0);
-  folder.Write("A.mbox/Messages/1.emlx", whole.substr(0, whole.find("xt\n<plist>")));
-  folder.Write("Box", Mbox() + "From MAILER-DAEMON\nSubject: 2\nTo: a@b\n\nb\n");
-  // Lines by which a mail may begin, one without a header and one without a date.
-  folder.Write("Box2", Mbox() + "From person Tue Jan  2 10:00:00 2018\nwho wrote\n\n" +
-                           "From somebody\nFrom: x@y\nTo: z@q\n\nb\n");
-  folder.Write("mh/.mh_sequences", "");
-  folder.Write("mh/2018", Mbox() + Mbox());
-  const Plan plan = MakePlan({folder.Path()});
-  ASSERT_EQ(plan.entries.size(), 5u);
-  EXPECT_EQ(plan.sources[0]->Read(plan.entries[2].item), kMail + "te");
-  EXPECT_THAT(Problems(plan, folder.Path()),
-              ElementsAre(testing::StartsWith("Box: 1 of its lines begin with \"From \""),
-                          testing::StartsWith("Box2: 2 of its lines begin with \"From \""),
-                          "A.mbox/Messages/1.emlx: the mail is cut: 14 of its 17 bytes are there"));
-  EXPECT_TRUE(std::ranges::all_of(plan.problems, &SourceProblem::isUnread));
-}
-
-// Whoever may read everything is somebody else for that long.
-class WithoutRights {
- public:
-  WithoutRights() { EXPECT_EQ(m_user == 0 ? seteuid(kNobody) : 0, 0); }
-  ~WithoutRights() { EXPECT_EQ(seteuid(m_user), 0); }
-  WithoutRights(const WithoutRights&) = delete;
-  WithoutRights& operator=(const WithoutRights&) = delete;
-
- private:
-  static constexpr uid_t kNobody = 65534;
-  const uid_t m_user = geteuid();
-};
-
-TEST(Stores, WhatCannotBeOpenedMayBeMail) {
-  const TemporaryFolder folder;
-  folder.Write("tree/box", Mbox());
-  folder.Write("tree/Kunde/1.eml", kMail);
-  folder.Write("tree/Jane/cur/1.a:2,S", kMail);
-  folder.Write("tree/Jane/new/2.a", kMail);
-  folder.Write("tree/Jane/.Sent/cur/3.a:2,S", kMail);
-  chmod(folder.Path().c_str(), 0755);
-  chmod(folder.File("tree/box").c_str(), 0);
-  const auto setMode = [&](mode_t mode) {
-    for (const char* name : {"tree/Kunde", "tree/Jane/cur", "tree/Jane/.Sent"}) {
-      chmod(folder.File(name).c_str(), mode);
-    }
-  };
-  setMode(0744);  // may be listed, and nothing in them looked at
-  const WithoutRights rights;
-  const Plan plan = MakePlan({folder.File("tree")});
-  EXPECT_THAT(Items(plan), ElementsAre("Jane\\|Jane/new/2.a|unread"));
-  const std::string reason = ": cannot be looked at: Permission denied";
-  EXPECT_THAT(Problems(plan, folder.File("tree")),
-              ElementsAre("box: cannot be read: Permission denied", "Jane/cur/1.a:2,S" + reason,
-                          "Jane/.Sent/cur" + reason, "Kunde/1.eml" + reason));
-  EXPECT_TRUE(std::ranges::all_of(plan.problems, &SourceProblem::isUnread));
-  EXPECT_THROW(MakePlan({folder.File("tree/box")}), SourceError);
-  setMode(0755);  // lets them be removed
-}
-
-TEST(Emlx, SaysWhereItsMailIsAndWhatBecameOfIt) {
-  EXPECT_EQ(EmlxPlaceOf("12      \nSub")->offset, 9u);
-  for (const char* head : {"", "12", "x\n", "12 x\n", "9999999999999\n", "-1\n"}) {
-    EXPECT_FALSE(EmlxPlaceOf(head)) << head;
-  }
-  // The number need not be right, as long as a list of this kind ends the file.
-  const std::string text = kText + "<?xml?>\n<plist/>\n" + kText;
-  const std::string list = "<?xml?>\r\n<!DOCTYPE x>\r\n<plist>\r\n<key>flags</key></plist>\r\n";
-  const auto lengthOf = [](std::uint64_t number, const std::string& behind) {
-    return WithTrueLength({3, number}, "12\n" + behind).length;
-  };
-  for (const std::size_t number :
-       {std::size_t{0}, text.size() - 2, text.size(), std::size_t{999999999999}}) {
-    EXPECT_EQ(lengthOf(number, text + list), text.size()) << number;
-  }
-  EXPECT_EQ(lengthOf(kText.size(), text + list), kText.size());
-  EXPECT_EQ(lengthOf(kText.size(), kText + "\n<plist>"), kText.size());
-  EXPECT_EQ(lengthOf(kText.size(), kText + " \n"), kText.size());
-  EXPECT_EQ(lengthOf(5, text), text.size());
-  EXPECT_EQ(lengthOf(500, text), 500u);
-  const EmlxState all = ReadEmlxState(Emlx("", 0x157));
-  EXPECT_TRUE(all.read && all.state.deleted && all.state.answered && all.state.flagged &&
-              all.state.draft && all.state.forwarded);
-  EXPECT_EQ(all.state.received, 1551780000);
-  EXPECT_TRUE(ReadEmlxState("<key>flags</key><string>0</string>").read);
-}
-
-TEST(Emlx, PartsThatLieBesideAMailComeToTheirPlaces) {
-  const std::string cut = "X-Apple-Content-Length: 3\n\n";
-  const std::string mail =
-      "Subject: x\nContent-Type: multipart/mixed; boundary=\"a b\"\n\n--a b\n"
-      "Content-Type: multipart/related;\n boundary=c\n\n--c\n\ntext\n--c\n"
-      "Content-Transfer-Encoding: BASE64\n" +
-      cut + "\n--c--\n--a b\nContent-Disposition: attachment; filename=notes.txt\n" + cut +
-      "--a b--\n";
-  const TemporaryFolder folder;
-  folder.Write("INBOX.mbox/Data/Messages/12.partial.emlx", Emlx(mail, 1));
-  folder.Write("INBOX.mbox/Data/Attachments/12/1.2/pic.png", "pic");
-  const TemporaryFolder elsewhere;  // where links lead that the owner of the mail may have set
-  elsewhere.Write("notes.txt", "secret");
-  const std::string link = folder.File("INBOX.mbox/Data/Attachments/12/2");
-  std::filesystem::create_directory_symlink(elsewhere.Path(), link);
-  const Plan plan = MakePlan({folder.Path()});
-  ASSERT_EQ(plan.entries.size(), 1u);
-  EXPECT_TRUE(plan.problems.empty());
-  std::string wanted = mail;
-  wanted.insert(wanted.find(cut) + cut.size(), "cGlj\n");
-  const LoadedItem partial = Sent(plan.entries[0]);
-  EXPECT_EQ(partial.bytes, WithCrLf(wanted));
-  EXPECT_THAT(MissingOf(partial), ElementsAre("notes.txt: not in the source"));
-  std::filesystem::remove(link);
-  folder.Write("INBOX.mbox/Data/Attachments/12/2/notes.txt", "notes\n");
-  wanted.insert(wanted.rfind(cut) + cut.size(), "notes\n");
-  const LoadedItem whole = Sent(plan.entries[0]);
-  EXPECT_EQ(whole.bytes, WithCrLf(wanted));
-  EXPECT_THAT(MissingOf(whole), IsEmpty());
-  EXPECT_EQ(whole.hash, partial.hash);
-}
-
-TEST(Eudora, FilesBesideItsMailboxesComeBackIntoTheirMails) {
-  const std::string from = "From ???@??? Tue Mar 05 10:00:00 2019\r\n";
-  const std::string text = "\r\nattachment converted: <no path>\r\n";
-  const std::string lines =
-      "Attachment Converted: \"c:\\eudora\\attach\\OFFER.doc\"\r\n"
-      "Attachment converted: Macintosh HD:K\xF6ln.x (TEXT/ttxt) (0001234A)\r\n"
-      "Embedded Content: logo.gif: 00000001,1a2b3c4d,00000000,00000000\r\n"
-      "Attachment Converted: ..\\..\\In.mbx\r\nAttachment Converted: ..\r\n"
-      "Attachment Converted: \"C:\\Attach\\link\"\r\nAttachment Converted: /dev/zero\r\n"
-      "Attachment Converted: gone.doc\r\nAttachment Converted: offer.doc\r\n";
-  const std::string head =
-      "X-Attachments: C:\\a.doc;\r\nContent-Type: Text/Plain;\r\n format=flowed\r\n";
-  const TemporaryFolder folder;
-  folder.Write("Kunden.fol/Alt.mbx", from + head + "Subject: x\r\n\r\nt\xE4xt\r\n" + lines);
-  folder.Write("ATTACH/offer.doc", "doc");
-  folder.Write("ATTACH/K\xC3\xB6ln.x", std::string(60, 'x'));
-  folder.Write("Embedded/Logo.gif", "gif");
-  std::filesystem::create_symlink("/etc/passwd", folder.File("ATTACH/link"));
-  const Plan plan = MakePlan({folder.Path()});
-  ASSERT_EQ(plan.entries.size(), 1u);
-  const LoadedItem item = Sent(plan.entries[0]);
-  EXPECT_THAT(MissingOf(item),
-              ElementsAre("In.mbx: not in the source", "link: Too many levels of symbolic links",
-                          "zero: not in the source", "gone.doc: not in the source"));
-  const std::size_t begin = item.bytes.find("=_");
-  ASSERT_NE(begin, std::string::npos);
-  const std::string boundary = item.bytes.substr(begin, 34);
-  const auto part = [&](const std::string& fields, const std::string& body) {
-    return "--" + boundary + "\r\nContent-Type: " + fields +
-           "\r\nContent-Transfer-Encoding: base64\r\nContent-Disposition: attachment; filename" +
-           body;
-  };
-  EXPECT_EQ(item.bytes,
-            "X-Attachments: C:\\a.doc;\r\nSubject: x\r\nMIME-Version: 1.0\r\n"
-            "Content-Type: multipart/mixed; boundary=\"" +
-                boundary + "\"\r\n\r\n--" + boundary +
-                "\r\nContent-Type: Text/Plain;\r\n format=flowed\r\n\r\nt\xE4xt\r\n" + lines +
-                "\r\n" +
-                part("application/msword; name=\"offer.doc\"", "=\"offer.doc\"\r\n\r\nZG9j\r\n") +
-                part("application/octet-stream; name*=UTF-8''K%C3%B6ln.x",
-                     "*=UTF-8''K%C3%B6ln."
-                     "x\r\n\r\neHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
-                     "eHh4eHh4\r\neHh4\r\n") +
-                part("image/gif; name=\"Logo.gif\"", "=\"Logo.gif\"\r\n\r\nZ2lm\r\n") + "--" +
-                boundary + "--\r\n");
-
-  // One whose parts were put away is text; what a sender names counts where nothing came of it; and
-  // a list of files is as good as its owner's disk.
-  std::string many;
-  for (int i = 0; i < 10000; ++i) many += "Attachment Converted: " + std::to_string(i) + "\r\n";
-  const std::string old =
-      from + "Subject: x\r\nX-Attachments: C:\\offer.doc; D:\\b c.txt ;\r\n" +
-      "Content-Type: multipart/mixed; boundary=b\r\n\r\n<x-html>\xE4</x-html>\r\n";
-  folder.Write("Kunden.fol/Alt.mbx", old + from + "Subject: y\r\n\r\n" + many);
-  std::filesystem::create_directory(folder.File("Attach"));
-  folder.Write("Attach/9", "");
-  std::filesystem::resize_file(folder.File("Attach/9"), FilesBeside::kMostBytes + 1);
-  const Plan later = MakePlan({folder.File("Kunden.fol/Alt.mbx")});
-  ASSERT_EQ(later.entries.size(), 2u);
-  const LoadedItem html = Sent(later.entries[0]);
-  EXPECT_THAT(MissingOf(html), ElementsAre("b c.txt: not in the source"));
-  EXPECT_THAT(html.bytes, testing::HasSubstr("\r\nContent-Type: text/html; charset=windows-1252\r\n"
-                                             "Content-Transfer-Encoding: 8bit\r\n\r\n<x-html>"));
-  const std::vector<std::string> missing = MissingOf(Sent(later.entries[1]));
-  EXPECT_EQ(missing.size(), kMostEudoraFiles + 1);
-  EXPECT_EQ(missing.back(), "and all others: more than a mail can have");
-  EXPECT_EQ(missing[9], "9: too large");
-  std::filesystem::remove_all(folder.File("ATTACH"));
-  EXPECT_EQ(Sent(MakePlan({folder.File("Kunden.fol/Alt.mbx")}).entries[0]).hash, html.hash);
-
-  // Anybody's mail may quote such a line.
-  folder.Write("Old.mbox", Mbox() + lines);
-  EXPECT_THAT(MissingOf(Sent(MakePlan({folder.File("Old.mbox")}).entries[0])), IsEmpty());
-}
-
-// "related inline NAME: ": in what, how it is to be shown, and the fields by which a text may.
-std::vector<std::string> PartsOf(const LoadedItem& item) {
-  mail::LogNull log;
-  const auto mail = mail::buildEmail(item.bytes, /*bUtf8=*/true, log, mail::BuildFor::kReader);
-  std::vector<std::string> parts;
-  for (const mail::ShownNode& node : mail::layOut(*mail, log)) {
-    const mail::Email2& part = *node.objPlaced.pNode;
-    const std::string_view above = node.objPlaced.pParent->type().view();
-    parts.push_back(fmt::format("{} {} {}: {}{}", above.substr(above.find('/') + 1),
-                                part.disposition().view(), mail::fileNameOf(part),
-                                part.header().valueOf("content-id"),
-                                part.header().valueOf("content-location")));
-  }
-  return parts;
-}
-
-// What a name does not tell stays a file; so does all that a text which is no page says.
-TEST(Eudora, PicturesStandWithThePageThatShowsThem) {
-  const std::string from = "From ???@??? Tue Mar 05 10:00:00 2019\r\nSubject: x\r\n";
-  const std::string page =
-      "<x-html><body BACKGROUND=Paper.JPG><img\r\n src='CID:Logo.gif@01C5A2B3' "
-      "alt=\"photo.png\">\r\n"
-      "<img alt=\"photo.png\" src=\"cid:a%401\"><img src=\"file:///C|/Embedded/my%20map.gif\">"
-      "<img src=\"http://x.example/web.gif\"><img src=\"//x.example/web.gif\">"
-      "<img src=\"cid:two.gif@1\"><img src=\"cid:two.gif@2\"><img src=\"cid:list.doc\">"
-      "<img src=\"cid:%0D%0AX:%20odd.gif\" alt=odd.gif><img src=\"C:\\Embedded\\odd.gif\"><img "
-      "src=\"cid:</x-html>\r\n";
-  std::string lines = "Attachment Converted: \"C:\\Attach\\list.doc\"\r\n";
-  const TemporaryFolder folder;
-  for (const char* const name : {"logo.gif", "paper.jpg", "photo.png", "My Map.gif", "web.gif",
-                                 "two.gif", "odd.gif", "list.doc"}) {
-    lines += fmt::format("Embedded Content: {}: 00000001,1a2b3c4d,00000000,00000000\r\n", name);
-    folder.Write(std::string("Embedded/") + name, name);
-  }
-  folder.Write("In.mbx", from + "Content-Type: multipart/related; boundary=b\r\n\r\n" + page +
-                             lines + from + "Content-Type: text/plain\r\n\r\n" + page + lines);
-  const Plan plan = MakePlan({folder.File("In.mbx")});
-  ASSERT_EQ(plan.entries.size(), 2u);
-  EXPECT_THAT(PartsOf(Sent(plan.entries[0])),
-              ElementsAre("related  : ", "related inline logo.gif: <Logo.gif@01C5A2B3>",
-                          "related inline paper.jpg: Paper.JPG", "related inline photo.png: <a@1>",
-                          "related inline My Map.gif: file:///C|/Embedded/my%20map.gif",
-                          "mixed attachment list.doc: ", "mixed attachment web.gif: ",
-                          "mixed attachment two.gif: ", "mixed attachment odd.gif: "));
-  EXPECT_THAT(PartsOf(Sent(plan.entries[1])),
-              ElementsAre("mixed  : ", "mixed attachment list.doc: ", "mixed attachment logo.gif: ",
-                          "mixed attachment paper.jpg: ", "mixed attachment photo.png: ",
-                          "mixed attachment My Map.gif: ", "mixed attachment web.gif: ",
-                          "mixed attachment two.gif: ", "mixed attachment odd.gif: "));
 }
 
 TEST(Stores, AnEmptyMailOfMhFailsAsOthersDo) {
