@@ -32,6 +32,16 @@ std::string Tar(const std::string& name, const std::string& bytes) {
   return member;
 }
 
+// As the first programs wrote them: without a mark, and with a sum of their bytes.
+std::string OldTar(const std::string& name, const std::string& bytes) {
+  std::string member = Tar(name, bytes);
+  member.replace(257, 5, 5, '\0');
+  member.replace(148, 8, "        ");
+  int sum = 0;
+  for (std::size_t i = 0; i < 512; ++i) sum += static_cast<unsigned char>(member[i]);
+  return member.replace(148, 8, fmt::format("{:6o} ", sum) + '\0');
+}
+
 struct Member {
   std::string name;
   std::string bytes;  // as they lie there
@@ -85,7 +95,9 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
       far,
       far.substr(0, far.size() - 600),
       notes + "no tar",
+      OldTar("a.bin", "x") + OldTar("K\xC3\xB6ln", kMbox),
       Gzip(far),
+      Gzip(OldTar("1", kMbox)),
       Gzip(notes).substr(0, 560),
       Gzip(kMbox),
       Gzip("!BDN"),
@@ -114,6 +126,7 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
   const std::string none[] = {
       notes,
       notes + std::string(1024, '\0') + "filling",
+      OldTar("notes.txt", "Note: one field\n"),
       Gzip(notes),
       Gzip("Note: one field is none\n"),
       Zip({{"notes.txt", "x"}}),
