@@ -210,8 +210,9 @@ void EudoraFiles::AddTo(const std::string& mbox, std::string& mail, FilesBeside&
   if (areMore) names.pop_back();
   MixedMail whole(mail);
   const PictureLinks links = whole.IsPage() ? LinksTo(names, mail) : PictureLinks();
-  std::ranges::stable_partition(
-      names, [&](const std::string& name) { return links.contains(FoldedFileName(name)); });
+  std::stable_partition(names.begin(), names.end(), [&](const std::string& name) {
+    return links.contains(FoldedFileName(name));
+  });
   for (const std::string& name : names) {
     const std::string key = FoldedFileName(name);
     const auto found = m_paths.find(key);
