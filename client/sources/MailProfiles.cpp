@@ -67,9 +67,11 @@ std::vector<ListedProfile> ReadList(const std::string& folder) {
     if (key == "Default") listed.back().isDefault = line == "1";
   }
   // It comes first, then what older versions have for it.
-  std::ranges::stable_partition(listed, &ListedProfile::isDefault);
-  std::ranges::stable_partition(
-      listed, [&](const ListedProfile& profile) { return profile.path == ofInstall; });
+  const auto takeToTheFront = [&](const auto& isFirst) {
+    std::stable_partition(listed.begin(), listed.end(), isFirst);
+  };
+  takeToTheFront([](const ListedProfile& profile) { return profile.isDefault; });
+  takeToTheFront([&](const ListedProfile& profile) { return profile.path == ofInstall; });
   return listed;
 }
 

@@ -517,7 +517,7 @@ TEST_F(SecondPass, AFolderThatIsCalledOtherwiseByNowIsKnownByWhatLiesInIt) {
   profile("cd.work");
   m_folder.Write("source/profiles.ini",
                  "[Profile0]\nName=Home\nIsRelative=1\nPath=Profiles/ab.home\n"
-                 "[Profile1]\nName=Work\nIsRelative=1\nPath=Profiles/cd.work\n");
+                 "[Profile1]\nName=Work\nIsRelative=1\nPath=Profiles/cd.work\nDefault=1\n");
   EXPECT_THAT(Migrate(m_folder), FailsWith("Home\\Kunde\\ of " + m_folder.File("source") +
                                            " went to Kunde\\ in earlier runs"));
   m_folder.Write("map", "Home/Kunde\tKunde\n");
