@@ -17,28 +17,27 @@ namespace client {
 
 namespace {
 
-// A folder that earlier runs put elsewhere, or of which they know nothing.
-struct Change {
-  FolderOfSource folder;
-  std::optional<std::string> had;
-};
-using ByPlace = std::unordered_multimap<std::string, Change>;  // where it would go
+// Folders that go elsewhere than in earlier runs, or of which these know nothing, one of each kind:
+// by where they would go, and by where they went, folded, which is empty for the unknown.
+using Changes = std::unordered_map<std::string, std::unordered_map<std::string, FolderOfSource>>;
 
-ByPlace ChangesIn(const FolderPlaces& places, Journal& journal) {
-  ByPlace changes;
-  for (const auto& [folder, place] : places) {
-    std::optional<std::string> had = journal.PlaceOf(folder);
-    if (had && FoldedName(*had) == FoldedName(place)) continue;
-    changes.emplace(place, Change{folder, std::move(had)});
-  }
-  return changes;
+// The target's folders that took items and take none of this plan, folded.
+std::unordered_set<std::string> LeftIn(const FolderPlaces& places, Journal& journal) {
+  std::unordered_set<std::string> left;
+  for (const std::string& folder : journal.Folders()) left.insert(FoldedName(folder));
+  for (const auto& [folder, place] : places) left.erase(FoldedName(place));
+  return left;
 }
 
-// The target's folders where items of the plan go, folded.
-std::unordered_set<std::string> TakersIn(const FolderPlaces& places) {
-  std::unordered_set<std::string> takers;
-  for (const auto& [folder, place] : places) takers.insert(FoldedName(place));
-  return takers;
+Changes ChangesIn(const FolderPlaces& places, bool areAnyLeft, Journal& journal) {
+  Changes changes;
+  for (const auto& [folder, place] : places) {
+    const std::optional<std::string> had = journal.PlaceOf(folder);
+    const std::string went = had ? FoldedName(*had) : "";
+    const bool isChange = had ? went != FoldedName(place) : areAnyLeft;
+    if (isChange) changes[place].try_emplace(went, folder);
+  }
+  return changes;
 }
 
 [[noreturn]] void Refuse(const FolderOfSource& folder, const std::string& had,
@@ -54,22 +53,21 @@ std::unordered_set<std::string> TakersIn(const FolderPlaces& places) {
 }  // namespace
 
 void RequirePlacesKept(const Plan& plan, Journal& journal) {
-  const ByPlace changes = ChangesIn(plan.places, journal);
+  const std::unordered_set<std::string> left = LeftIn(plan.places, journal);
+  const Changes changes = ChangesIn(plan.places, !left.empty(), journal);
   if (changes.empty()) return;
-  const std::unordered_set<std::string> takers = TakersIn(plan.places);
   for (const Plan::Entry& entry : plan.entries) {
-    const auto [first, end] = changes.equal_range(entry.item.folder);
-    if (first == end) continue;
+    const auto change = changes.find(entry.item.folder);
+    if (change == changes.end()) continue;
     const auto known = journal.EntryAt(entry.item.location);
     if (!known || known->result == ItemResult::kFailed) continue;
     const std::string went = FoldedName(known->folder);
-    for (auto each = first; each != end; ++each) {
-      const auto& [place, change] = *each;
-      // A folder of an unknown path is an old one that is called otherwise (a level was put above
-      // it, say) if where its items went is no place of this plan.
-      const bool isMoved = change.had ? went == FoldedName(*change.had) : !takers.contains(went);
-      if (isMoved) Refuse(change.folder, known->folder, place);
-    }
+    const auto& folders = change->second;
+    auto folder = folders.find(went);
+    // One of an unknown path is an old one that is called otherwise by now (a level was put above
+    // it, say) if nothing goes to where its items went any more.
+    if (folder == folders.end() && left.contains(went)) folder = folders.find("");
+    if (folder != folders.end()) Refuse(folder->second, known->folder, entry.item.folder);
   }
 }
 
