@@ -91,7 +91,7 @@ int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
 int Migrate(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
-  options.plan.earlier = FoldersOfEarlierRuns(options.run);
+  options.plan.earlier = FoldersOfEarlierRuns(options.run, options.sources);
   const Plan plan = MakePlan(options.sources, options.plan);
   if (options.dryRun) return DryRun(options, plan, say);
   AskSecrets(options);
@@ -147,6 +147,10 @@ int RunMigrate(const Arguments& arguments) {
   } catch (const UsageError& error) {
     console.Say(fmt::format("tarny migrate: {}", error.what()));
     return kExitUsage;
+  } catch (const PlacesMoved& error) {
+    console.Say(fmt::format("tarny migrate: {}", error.what()));
+    for (const auto& [source, target] : error.Lines()) console.SayFields({source, target});
+    return kExitFailed;
   } catch (const platform::SqliteError& error) {
     console.Say(fmt::format("tarny migrate: {}", DatabaseFailure(options.run, error)));
     return kExitFailed;

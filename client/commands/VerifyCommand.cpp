@@ -76,7 +76,7 @@ void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool co
 int Verify(MigrateOptions& options, Console& console) {
   const Say say = [&console](const std::string& line) { console.Say(line); };
   InstallStopHandler();
-  options.plan.earlier = FoldersOfEarlierRuns(options.run);
+  options.plan.earlier = FoldersOfEarlierRuns(options.run, options.sources);
   const Plan plan = MakePlan(options.sources, options.plan);
   AskSecrets(options);
   std::error_code error;

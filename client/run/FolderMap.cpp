@@ -88,6 +88,15 @@ std::string FolderMap::Find(const std::string& path) {
   return {};
 }
 
+std::string FolderMapPath(std::string_view levels) {
+  std::string path;
+  while (!levels.empty()) {
+    if (!path.empty()) path += '/';
+    for (const char c : TakeUpTo(levels, '\\')) path.append(c == '/' ? "\\" : "") += c;
+  }
+  return path;
+}
+
 std::vector<std::string> FolderMap::Unused() const {
   std::vector<std::string> lines;
   for (const Row& row : m_rows) {

@@ -41,4 +41,7 @@ class FolderMap {
   std::unordered_map<std::string, std::string> m_places;  // by paths that were asked for
 };
 
+// A path, each level ended by a backslash, as it stands in such a line.
+std::string FolderMapPath(std::string_view levels);
+
 }  // namespace client

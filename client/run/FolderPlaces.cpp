@@ -2,73 +2,53 @@
 
 #include <filesystem>
 #include <optional>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
+#include "client/run/FolderMap.h"
 #include "client/run/Journal.h"
 #include "client/run/Plan.h"
-#include "client/run/RunFolder.h"
 #include "client/sources/SpecialFolders.h"
 
 namespace client {
 
 namespace {
 
-// Folders that go elsewhere than in earlier runs, or of which these know nothing, one of each kind:
-// by where they would go, and by where they went, folded, which is empty for the unknown.
-using Changes = std::unordered_map<std::string, std::unordered_map<std::string, FolderOfSource>>;
+struct Moved {
+  Holder holder;
+  std::string had;  // folder of the target
+  FolderPlace place;
+};
 
-// The target's folders that took items and take none of this plan, folded.
-std::unordered_set<std::string> LeftIn(const FolderPlaces& places, Journal& journal) {
-  std::unordered_set<std::string> left;
-  for (const std::string& folder : journal.Folders()) left.insert(FoldedName(folder));
-  for (const auto& [folder, place] : places) left.erase(FoldedName(place));
-  return left;
-}
-
-Changes ChangesIn(const FolderPlaces& places, bool areAnyLeft, Journal& journal) {
-  Changes changes;
-  for (const auto& [folder, place] : places) {
-    const std::optional<std::string> had = journal.PlaceOf(folder);
-    const std::string went = had ? FoldedName(*had) : "";
-    const bool isChange = had ? went != FoldedName(place) : areAnyLeft;
-    if (isChange) changes[place].try_emplace(went, folder);
+std::vector<Moved> MovedIn(const FolderPlaces& places, Journal& journal) {
+  std::vector<Moved> moved;
+  for (const auto& [holder, place] : places) {
+    const std::optional<std::string> had = journal.PlaceOf(holder);
+    if (!had || FoldedName(*had) == FoldedName(place.target)) continue;
+    if (journal.HasArrived(holder.path, *had)) moved.push_back({holder, *had, place});
   }
-  return changes;
-}
-
-[[noreturn]] void Refuse(const FolderOfSource& folder, const std::string& had,
-                         const std::string& place) {
-  throw RunError(fmt::format(
-      "what lies in the folder {} of {} went to {} in earlier runs, and would go to {} by now: "
-      "what is in {} already would be sent once more. Give the folder options that they had "
-      "(--folder-map, --no-special-folders), or a line of --folder-map that leads there; what is "
-      "to lie elsewhere is best moved in the target when it is all there. Nothing was sent",
-      folder.path, folder.source, had, place, had));
+  return moved;
 }
 
 }  // namespace
 
 void RequirePlacesKept(const Plan& plan, Journal& journal) {
-  const std::unordered_set<std::string> left = LeftIn(plan.places, journal);
-  const Changes changes = ChangesIn(plan.places, !left.empty(), journal);
-  if (changes.empty()) return;
-  for (const Plan::Entry& entry : plan.entries) {
-    const auto change = changes.find(entry.item.folder);
-    if (change == changes.end()) continue;
-    const auto known = journal.EntryAt(entry.item.location);
-    if (!known || known->result == ItemResult::kFailed) continue;
-    const std::string went = FoldedName(known->folder);
-    const auto& folders = change->second;
-    auto folder = folders.find(went);
-    // One of an unknown path is an old one that is called otherwise by now (a level was put above
-    // it, say) if nothing goes to where its items went any more.
-    if (folder == folders.end() && left.contains(went)) folder = folders.find("");
-    if (folder != folders.end()) Refuse(folder->second, known->folder, entry.item.folder);
+  const std::vector<Moved> moved = MovedIn(plan.places, journal);
+  if (moved.empty()) return;
+  const auto& [holder, had, place] = moved.front();
+  const std::string text = fmt::format(
+      "what lies in {} went to {} in earlier runs, and would go to {} by now: what is in {} "
+      "already would be sent once more. Give the folder options that they had (--folder-map, "
+      "--no-special-folders), or a --folder-map with the lines that stand below; what is to lie "
+      "elsewhere is best moved in the target when it is all there. Nothing was sent. The lines:",
+      holder.path, had, place.target, had);
+  std::vector<PlacesMoved::Line> lines;
+  for (const Moved& each : moved) {
+    lines.push_back({FolderMapPath(each.place.source), FolderMapPath(each.had)});
   }
+  throw PlacesMoved(text, std::move(lines));
 }
 
 void RequirePlacesKept(const Plan& plan, const std::string& runFolder) {

@@ -4,29 +4,55 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
+
+#include "client/run/RunFolder.h"
 
 namespace client {
 
 class Journal;
 struct Plan;
 
-// A folder of a source, of the items of one type in it.
-struct FolderOfSource {
-  std::string source;
-  std::string path;   // as the source has it, each level ended by a backslash
+// What lies together in a source: the items of one type in a folder or in a file.
+struct Holder {
+  std::string path;  // absolute
+  // Where what is in it goes to several folders, as in an export whose mails say of themselves
+  // where they belong: the one, as the source has it. Else empty.
+  std::string part;
   std::int32_t type;  // one of ItemType
 
-  auto operator<=>(const FolderOfSource&) const = default;
+  auto operator<=>(const Holder&) const = default;
 };
 
-// Into which folder of the target the items of each go.
-using FolderPlaces = std::map<FolderOfSource, std::string>;
+struct FolderPlace {
+  std::string target;  // folder of the target
+  std::string source;  // as the source has it, each level ended by a backslash, as in the other
+};
+
+// Where the items of each go.
+using FolderPlaces = std::map<Holder, FolderPlace>;
+
+// A run would send again what it sent already: the folder options lack these lines.
+class PlacesMoved : public RunError {
+ public:
+  struct Line {
+    std::string source;  // as a FolderMap has it
+    std::string target;
+  };
+  PlacesMoved(const std::string& text, std::vector<Line> lines)
+      : RunError(text), m_lines(std::move(lines)) {}
+  const std::vector<Line>& Lines() const { return m_lines; }
+
+ private:
+  std::vector<Line> m_lines;
+};
 
 // A run knows what it sent by the folder of the target: what went elsewhere with other options, or
-// since its source says otherwise by now what a folder is for, would be sent again. Throws RunError
-// that names the first such folder, and platform::SqliteError. A folder that is spelled otherwise
-// is the same one, one of which nothing arrived yet may go anywhere, and one that is called
-// otherwise by now is known by where its items lie.
+// since its source says otherwise by now what a folder is for or has a level more, would be sent
+// again. Throws PlacesMoved with the lines of a folder map that lead to where it went, and
+// platform::SqliteError. A folder that is spelled otherwise is the same one, and
+// one of which nothing arrived yet may go anywhere.
 void RequirePlacesKept(const Plan& plan, Journal& journal);
 // The same of a run folder that no run works in now, and that may be none.
 void RequirePlacesKept(const Plan& plan, const std::string& runFolder);

@@ -29,8 +29,8 @@ constexpr std::string_view kSchema =
     " PRIMARY KEY (folder, hash)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS folder_kind (folder TEXT PRIMARY KEY, kind INTEGER NOT NULL)"
     " WITHOUT ROWID;"
-    "CREATE TABLE IF NOT EXISTS place (source TEXT NOT NULL, path TEXT NOT NULL,"
-    " type INTEGER NOT NULL, folder TEXT NOT NULL, PRIMARY KEY (source, path, type)) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS holder (path TEXT NOT NULL, part TEXT NOT NULL,"
+    " type INTEGER NOT NULL, folder TEXT NOT NULL, PRIMARY KEY (path, part, type)) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS late (folder TEXT NOT NULL, key TEXT NOT NULL,"
     " ledger_key TEXT NOT NULL, message_id TEXT NOT NULL, sent INTEGER NOT NULL,"
     " shown INTEGER NOT NULL, PRIMARY KEY (folder, key)) WITHOUT ROWID;"
@@ -223,11 +223,11 @@ void Journal::KeepFolderKinds(const std::map<std::string, std::int32_t>& kinds) 
   }
 }
 
-std::optional<std::string> Journal::PlaceOf(const FolderOfSource& folder) {
+std::optional<std::string> Journal::PlaceOf(const Holder& holder) {
   platform::SqliteStatement query =
-      m_database.Prepare("SELECT folder FROM place WHERE source = ?1 AND path = ?2 AND type = ?3");
-  query.Bind(1, folder.source).Bind(2, folder.path);
-  if (!query.Bind(3, std::int64_t{folder.type}).Step()) return std::nullopt;
+      m_database.Prepare("SELECT folder FROM holder WHERE path = ?1 AND part = ?2 AND type = ?3");
+  query.Bind(1, holder.path).Bind(2, holder.part);
+  if (!query.Bind(3, std::int64_t{holder.type}).Step()) return std::nullopt;
   return std::string(query.Text(0));
 }
 
@@ -235,20 +235,35 @@ void Journal::KeepPlaces(const FolderPlaces& places) {
   m_database.Execute("BEGIN IMMEDIATE");
   {
     platform::SqliteStatement insert =
-        m_database.Prepare("INSERT OR REPLACE INTO place VALUES (?1, ?2, ?3, ?4)");
-    for (const auto& [folder, place] : places) {
-      insert.Bind(1, folder.source).Bind(2, folder.path);
-      insert.Bind(3, std::int64_t{folder.type}).Bind(4, place).Run();
+        m_database.Prepare("INSERT OR REPLACE INTO holder VALUES (?1, ?2, ?3, ?4)");
+    for (const auto& [holder, place] : places) {
+      insert.Bind(1, holder.path).Bind(2, holder.part);
+      insert.Bind(3, std::int64_t{holder.type}).Bind(4, place.target).Run();
     }
   }
   m_database.Execute("COMMIT");
 }
 
-std::vector<std::string> Journal::SourcesOfPlaces() {
-  platform::SqliteStatement query = m_database.Prepare("SELECT DISTINCT source FROM place");
-  std::vector<std::string> sources;
-  while (query.Step()) sources.emplace_back(query.Text(0));
-  return sources;
+// What lies in a file is located behind a colon, what lies in a folder behind a slash.
+bool Journal::HasArrived(const std::string& path, std::string_view folder) {
+  for (const char divider : {':', '/'}) {
+    platform::SqliteStatement query = m_database.Prepare(
+        "SELECT 1 FROM item WHERE source > ?1 AND source < ?2 AND folder = ?3 AND result = ?4"
+        " LIMIT 1");
+    query.Bind(1, path + divider).Bind(2, path + static_cast<char>(divider + 1)).Bind(3, folder);
+    if (query.Bind(4, static_cast<std::int64_t>(ItemResult::kArrived)).Step()) return true;
+  }
+  return false;
+}
+
+bool Journal::HasItemsOf(const std::string& path) {
+  for (const char divider : {':', '/'}) {
+    platform::SqliteStatement query = m_database.Prepare(
+        "SELECT 1 FROM item WHERE source = ?1 OR (source > ?2 AND source < ?3) LIMIT 1");
+    query.Bind(1, path).Bind(2, path + divider).Bind(3, path + static_cast<char>(divider + 1));
+    if (query.Step()) return true;
+  }
+  return false;
 }
 
 // From one folder to the next, past all keys of each.
@@ -344,7 +359,7 @@ std::optional<JournalEntry> Journal::EntryAt(std::string_view source) {
 void Journal::ForgetAll() {
   m_database.Execute(
       "PRAGMA synchronous=FULL; BEGIN IMMEDIATE; DELETE FROM item; DELETE FROM mail;"
-      " DELETE FROM late; DELETE FROM begun; DELETE FROM claim; DELETE FROM place;"
+      " DELETE FROM late; DELETE FROM begun; DELETE FROM claim; DELETE FROM holder;"
       " COMMIT; PRAGMA synchronous=NORMAL");
 }
 

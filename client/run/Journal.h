@@ -97,12 +97,14 @@ class Journal {
   std::map<std::string, std::int32_t> FolderKinds();
   void KeepFolderKinds(const std::map<std::string, std::int32_t>& kinds);
 
-  // Where earlier runs put what lies in that folder; and from now on, in place of what is known of
-  // these. Not durable.
-  std::optional<std::string> PlaceOf(const FolderOfSource& folder);
+  // Where earlier runs put what is in that holder, a folder of the target; and from now on, in
+  // place of what is known of these. Not durable.
+  std::optional<std::string> PlaceOf(const Holder& holder);
   void KeepPlaces(const FolderPlaces& places);
-  // The sources that ever had items.
-  std::vector<std::string> SourcesOfPlaces();
+  // Something of that file or folder of a source, or of a folder below it, arrived in that folder.
+  bool HasArrived(const std::string& path, std::string_view folder);
+  // Earlier runs had an item of that file or folder, whatever became of it.
+  bool HasItemsOf(const std::string& path);
 
   // All target folders that items were named for, as they were spelled then.
   std::vector<std::string> Folders();

@@ -20,8 +20,8 @@ namespace {
 
 using Mails = std::vector<KnownMail>;
 
-// Whether what lay in a folder may be wanted there: some of it is there. Asks the target once for
-// each folder.
+// Whether what lay in a folder may be wanted there: some of it is there. Asks the target for one
+// mail after the other until one is.
 class Wanted {
  public:
   Wanted(const Mails& missing, const StillThere& isStillThere) : m_isStillThere(isStillThere) {

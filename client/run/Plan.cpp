@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <iterator>
 #include <map>
+#include <set>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -46,15 +47,20 @@ std::int32_t TypeOf(const SourceItem& item) {
   }
 }
 
-// The folder or file of a source that holds an item's mail, below the source.
-std::string HolderOf(const SourceItem& item, const std::string& source) {
-  std::string holder =
-      item.file.empty() ? item.location.substr(0, item.location.rfind('/')) : item.file;
-  for (const std::string_view part : {"/cur", "/new"}) {
-    if (holder.ends_with(part)) holder.resize(holder.size() - part.size());
+// The folder or file that holds what lies in that one.
+std::string HolderAbove(std::string path) {
+  for (const std::string_view part : {"/", "/cur", "/new"}) {
+    if (path.ends_with(part)) path.resize(path.size() - part.size());
   }
   // Apple Mail divides a folder of many mails among folders with numbers.
-  if (const std::size_t mailbox = AppleMailboxOf(holder).size()) holder.resize(mailbox);
+  if (const std::size_t mailbox = AppleMailboxOf(path).size()) path.resize(mailbox);
+  return path;
+}
+
+// That of a mail, below the source.
+std::string HolderOf(const SourceItem& item, const std::string& source) {
+  const std::string holder = HolderAbove(
+      item.file.empty() ? item.location.substr(0, item.location.rfind('/')) : item.file);
   if (holder.size() <= source.size()) return std::string(LastName(source));
   return holder.substr(source.size() + 1);
 }
@@ -225,6 +231,26 @@ SourceProblem EmptySource(const std::string& path, const EarlierFolders& earlier
           /*isUnread=*/hadItems};
 }
 
+// Parts of the plan, each with a folder of its source that goes into it.
+using PartSources = std::set<std::pair<std::size_t, std::string>>;
+
+FolderPlaces PlacesIn(const std::vector<ItemList::Shared>& parts, const PartSources& sources) {
+  std::map<Holder, std::map<std::string, std::string>> holders;  // targets by folders of the source
+  for (const auto& [number, source] : sources) {
+    const ItemList::Shared& part = parts[number];
+    if (part.type == TYPE_UNKNOWN) continue;  // it fails
+    holders[{HolderAbove(part.path), {}, part.type}].emplace(source, part.folder);
+  }
+  FolderPlaces places;
+  for (const auto& [holder, targets] : holders) {
+    for (const auto& [source, target] : targets) {
+      const std::string& part = targets.size() > 1 ? source : holder.part;
+      places.emplace(Holder{holder.path, part, holder.type}, FolderPlace{target, source});
+    }
+  }
+  return places;
+}
+
 bool StaysBehind(const SourceItem& item, const PlanOptions& options, Plan& plan) {
   if (options.withDeleted) return false;
   if (item.isStoreData) {
@@ -253,7 +279,7 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
   Plan plan;
   Places places(options);
   std::vector<std::string> folders;
-  std::map<FolderOfSource, std::size_t> partOf;  // of the items
+  PartSources partSources;
   for (const std::string& path : paths) {
     try {
       plan.sources.push_back(OpenSource(path, options.source));
@@ -273,9 +299,9 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
     listing.items.TakeAll([&](SourceItem item) {
       if (StaysBehind(item, options, plan)) return;
       item.type = TypeOf(item);
-      FolderOfSource from{path, item.folder, item.type};
+      std::string folder = item.folder;
       item.folder = item.type == TYPE_EMAIL ? places.Of(item, path) : places.OfOther(item);
-      partOf.try_emplace(std::move(from), plan.entries.Add(item));
+      partSources.emplace(plan.entries.Add(item), std::move(folder));
     });
   }
   PlaceByKind(plan.entries.Items(), options.earlier.kinds);
@@ -283,9 +309,7 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
   plan.entries.Items().Move(
       [&](const ItemList::Shared& shared) { return spelling.Of(shared.folder); });
   for (std::string& folder : folders) folder = spelling.Of(folder);
-  for (const auto& [folder, part] : partOf) {
-    plan.places.emplace(folder, plan.entries.Items().Parts()[part].folder);
-  }
+  plan.places = PlacesIn(plan.entries.Items().Parts(), partSources);
   plan.merged = places.Merged();
   plan.alike = places.Alike();
   plan.unusedLines = places.UnusedLines();

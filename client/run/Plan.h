@@ -87,7 +87,7 @@ using FolderKinds = std::map<std::string, std::int32_t>;
 struct EarlierFolders {
   FolderKinds kinds = {};                   // what arrived must not move
   std::vector<std::string> spellings = {};  // their paths
-  std::vector<std::string> sources = {};    // whose items went there
+  std::vector<std::string> sources = {};    // that had items
 };
 
 struct PlanOptions {

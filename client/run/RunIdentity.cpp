@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 
 #include <fmt/format.h>
@@ -101,13 +102,17 @@ void KeepSentWithoutKeys(Journal& journal) {
   if (!HasSentWithoutKeys(journal)) journal.SetProperty(kSentWithoutKeys, "1");
 }
 
-EarlierFolders FoldersOfEarlierRuns(const std::string& runFolder) {
+EarlierFolders FoldersOfEarlierRuns(const std::string& runFolder,
+                                    const std::vector<std::string>& sources) {
   const std::string path = runFolder + "/journal.db";
   std::error_code error;
   if (runFolder.empty() || !std::filesystem::exists(path, error)) return {};
   try {
     Journal journal(path);
-    return {journal.FolderKinds(), journal.Folders(), journal.SourcesOfPlaces()};
+    EarlierFolders earlier{journal.FolderKinds(), journal.Folders()};
+    std::ranges::copy_if(sources, std::back_inserter(earlier.sources),
+                         [&](const std::string& source) { return journal.HasItemsOf(source); });
+    return earlier;
   } catch (const platform::SqliteError&) {
     return {};
   }

@@ -36,9 +36,11 @@ void EndAdoption(Journal& journal);
 // platform::SqliteError.
 bool HasSentWithoutKeys(Journal& journal);
 void KeepSentWithoutKeys(Journal& journal);
-// The folders of the target that earlier runs know; nothing where there was none, or its journal
+// The folders of the target that earlier runs know, and of these sources those that they read
+// items of; nothing where there was none, or its journal
 // cannot be read: who opens it for good tells that.
-EarlierFolders FoldersOfEarlierRuns(const std::string& runFolder);
+EarlierFolders FoldersOfEarlierRuns(const std::string& runFolder,
+                                    const std::vector<std::string>& sources);
 // Throws RunError where an earlier run in that folder filled the target and its store is gone or
 // another one. Throws platform::SqliteError.
 void RequireEarlierStoreKept(const std::string& runFolder, const Target& target);

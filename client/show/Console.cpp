@@ -3,8 +3,10 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <iterator>
 #include <string_view>
 
 #include <fmt/format.h>
@@ -48,6 +50,14 @@ void Console::Say(const std::string& text) {
   const std::lock_guard lock(m_mutex);
   Erase();
   fmt::print(stderr, "{}\n", OneLine(text));
+}
+
+void Console::SayFields(const std::vector<std::string>& fields) {
+  std::vector<std::string> shown;
+  std::ranges::transform(fields, std::back_inserter(shown), &OneLine);
+  const std::lock_guard lock(m_mutex);
+  Erase();
+  fmt::print(stderr, "{}\n", fmt::join(shown, "\t"));
 }
 
 void Console::SayPlain(const std::string& line) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace client {
 
@@ -13,7 +14,8 @@ class Console {
   Console();
   bool IsTerminal() const { return m_terminal; }
 
-  void Say(const std::string& text);       // one line
+  void Say(const std::string& text);                       // one line
+  void SayFields(const std::vector<std::string>& fields);  // one line, divided by tabs
   void SayPlain(const std::string& line);  // one line, only where no progress bar is shown
   // Draws the bar at most ten times a second.
   void Progress(std::uint64_t done, std::uint64_t total, const std::string& detail);

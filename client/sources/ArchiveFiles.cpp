@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <optional>
 
 #include <fmt/format.h>
@@ -12,6 +11,7 @@
 #include "client/sources/OtherFiles.h"
 #include "client/sources/PackedFiles.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/TarHeader.h"
 
 namespace client {
 namespace {
@@ -61,37 +61,6 @@ std::string_view FormOf(std::string_view head) {
 
 bool IsZip(std::string_view head) {
   return head.starts_with(kZipMember) || head.starts_with(kEmptyZip);
-}
-
-constexpr std::uint64_t kTarBlock = 512;  // bytes
-
-// In octal digits; the sizes of some programs are beyond them.
-std::optional<std::uint64_t> NumberInTar(std::string_view field) {
-  if (static_cast<unsigned char>(field.front()) == 0x80) {
-    std::uint64_t number = 0;
-    for (const char c : field.substr(4)) number = number << 8 | static_cast<unsigned char>(c);
-    return number;
-  }
-  field.remove_prefix(std::min(field.find_first_not_of(' '), field.size()));
-  std::uint64_t number = 0;
-  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), number, 8);
-  return error == std::errc() && end != field.data() ? std::optional(number) : std::nullopt;
-}
-
-// By its mark, or, as the first programs wrote it, by the sum of its first block's bytes.
-bool IsTar(std::string_view head) {
-  constexpr std::size_t kMark = 257;
-  constexpr std::size_t kSum = 148;
-  constexpr std::string_view kNoSum = "        ";  // counts in its place
-  if (head.size() > kMark && head.substr(kMark).starts_with("ustar")) return true;
-  if (head.size() < kTarBlock) return false;
-  const auto sum = NumberInTar(head.substr(kSum, kNoSum.size()));
-  if (!sum) return false;
-  std::string block(head.substr(0, kTarBlock));
-  block.replace(kSum, kNoSum.size(), kNoSum);
-  std::uint64_t added = 0;
-  for (const char c : block) added += static_cast<unsigned char>(c);
-  return sum == added;
 }
 
 std::uint64_t NumberAt(std::string_view bytes, std::size_t at, std::size_t size) {
@@ -157,19 +126,16 @@ void Join(ArchiveLook& all, ArchiveLook member) {
 // Each member has a block of its own in front, with its name and its size; one that begins with a
 // NUL stands behind the last.
 ArchiveLook LookIntoTar(const PartlyRead& file) {
-  constexpr std::size_t kName = 100;
   ArchiveLook all = ArchiveLook::kNoMail;
   for (std::uint64_t at = 0; at < file.size && all != ArchiveLook::kMail;) {
     const std::string bytes = file.read(at, kTarBlock + kHead);
     if (!bytes.empty() && bytes.front() == '\0') break;
     const std::uint64_t left = file.size - at;
     const auto size = IsTar(bytes) && left >= kTarBlock && bytes.size() >= kTarBlock
-                          ? NumberInTar(std::string_view(bytes).substr(124, 12))
+                          ? TarMemberSize(bytes)
                           : std::nullopt;
     if (!size || *size > left - kTarBlock) return ArchiveLook::kUnknown;
-    const std::string_view name =
-        std::string_view(bytes).substr(0, std::min(bytes.find('\0'), kName));
-    Join(all, LookAtMember(name, std::string_view(bytes).substr(kTarBlock, *size)));
+    Join(all, LookAtMember(TarMemberName(bytes), std::string_view(bytes).substr(kTarBlock, *size)));
     at += kTarBlock + (*size + kTarBlock - 1) / kTarBlock * kTarBlock;
   }
   return all;

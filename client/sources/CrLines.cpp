@@ -9,7 +9,9 @@ bool EndsLinesByCr(std::string_view bytes) {
   const std::string_view head = bytes.substr(0, kLongestFromLine);
   const std::size_t end = head.find_first_of("\r\n");
   if (end == std::string_view::npos || head[end] == '\n') return false;
-  return end + 1 < head.size() && head[end + 1] != '\n';
+  // What went through a system twice that ends lines otherwise has CR CR LF.
+  const std::size_t behind = head.find_first_not_of('\r', end);
+  return behind != std::string_view::npos && head[behind] != '\n';
 }
 
 void MakeLfOfCr(std::string& bytes) {

@@ -18,7 +18,8 @@ using mail::byte_order::kUtf8Mark;
 constexpr std::string_view kContentLength = "Content-Length:";
 constexpr std::string_view kMozillaStatus = "X-Mozilla-Status";
 constexpr std::string_view kEudora =
-    "???@???";  // its sender of all mail, in which it quotes nothing
+    "???@???";                            // its sender of all mail, in which it quotes nothing
+constexpr std::uint64_t kLeastHole = 64;  // bytes; a few NULs may be a mail's own
 constexpr std::size_t kMostOfLine = kFrom.size() + kLongestFromLine + 2;
 
 // The line at the beginning, with its end.
@@ -148,6 +149,36 @@ bool MboxSplitter::Line::IsBlank() const {
 
 void MboxSplitter::Feed(std::string_view bytes) {
   while (!bytes.empty()) {
+    const bool isNull = bytes.front() == '\0';
+    const std::size_t end =
+        std::min(isNull ? bytes.find_first_not_of('\0') : bytes.find('\0'), bytes.size());
+    if (!isNull) {
+      if (m_nulls >= kLeastHole) EndHole();
+      m_nulls = 0;
+    } else {
+      m_nulls += end;
+    }
+    FeedLines(bytes.substr(0, end));
+    bytes.remove_prefix(end);
+  }
+}
+
+void MboxSplitter::EndHole() {
+  m_holes += m_nulls;
+  EndLine(/*crLf=*/false);
+  m_hole = m_nulls;
+  m_afterBlank = true;
+}
+
+// Of a line that came in pieces.
+void MboxSplitter::EndLine(bool crLf) {
+  TakeLine({m_part, m_partSize == m_part.size(), crLf, m_partSize});
+  m_part.clear();
+  m_partSize = 0;
+}
+
+void MboxSplitter::FeedLines(std::string_view bytes) {
+  while (!bytes.empty()) {
     const std::string_view piece = FirstLine(bytes);
     bytes.remove_prefix(piece.size());
     const bool ends = piece.back() == '\n';
@@ -161,9 +192,7 @@ void MboxSplitter::Feed(std::string_view bytes) {
     const bool crLf = piece.ends_with("\r\n") || (m_partCr && piece == "\n");
     m_partCr = piece.back() == '\r';
     if (!ends) continue;
-    TakeLine({m_part, m_partSize == m_part.size(), crLf, m_partSize});
-    m_part.clear();
-    m_partSize = 0;
+    EndLine(crLf);
   }
 }
 
@@ -181,10 +210,12 @@ void MboxSplitter::TakeLine(const Line& line) {
     m_from = m_at;
     m_shape = line.isWhole ? ParseFromLine(line.head).shape : FromLine::Shape::kOther;
     m_fromAfterBlank = m_afterBlank;
+    m_holeOfFrom = m_hole;
   } else if (m_inHeader) {
     TakeHeaderLine(line, behind);
   }
   m_afterBlank = line.IsBlank();
+  m_hole = 0;
   m_at = behind;
 }
 
@@ -256,6 +287,7 @@ void MboxSplitter::Decide(const Line* next) {
   EndCandidate();
   const bool isDoubtful = !isFirst && m_shape == FromLine::Shape::kDated && CountsLength(m_kind);
   m_candidate = {place, std::nullopt, std::nullopt, m_fromAfterBlank, isDoubtful};
+  m_candidate->hole = m_holeOfFrom;
   m_inHeader = true;
   m_hasField = false;
   m_fields = 0;
@@ -294,17 +326,26 @@ std::size_t MboxSplitter::EndByLines(std::size_t mail) {
 }
 
 MboxSplitter::Mails MboxSplitter::Finish() {
-  if (m_partSize > 0) TakeLine({m_part, m_partSize == m_part.size(), false, m_partSize});
+  const bool endsInHole = m_nulls >= kLeastHole;
+  const bool endsWithinLine = m_partSize > 0 && !endsInHole;
+  if (endsInHole) {
+    EndHole();
+  } else if (m_partSize > 0) {
+    EndLine(/*crLf=*/false);
+  }
   if (m_from) Decide(nullptr);
   EndCandidate();
+  const Place fileEnd{m_at.bytes - m_hole, m_at.withoutCr - m_hole};
   Mails mails;
   for (std::size_t i = 0; i < m_candidates.size();) {
-    const std::size_t byLength = EndByLength(i, m_at);
+    const std::size_t byLength = EndByLength(i, fileEnd);
     const std::size_t next = byLength > i ? byLength : EndByLines(i);
     const Candidate candidate = m_candidates[i];
     const std::uint64_t begin = candidate.line.bytes;
-    const std::uint64_t end =
-        next < m_candidates.size() ? m_candidates[next].line.bytes : m_at.bytes;
+    const std::uint64_t end = next < m_candidates.size()
+                                  ? m_candidates[next].line.bytes - m_candidates[next].hole
+                                  : fileEnd.bytes;
+    m_isCut = endsWithinLine && byLength <= i;
     const std::uint64_t body = candidate.body.value_or(Place{end, 0}).bytes;
     mails.push_back({begin, end - begin, std::min(body, end) - begin});
     i = next;

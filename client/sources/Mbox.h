@@ -37,9 +37,12 @@ std::optional<MboxKind> MboxKindNamed(std::string_view name);
 // or to the end of the file, is believed: what lies before is text. In a file whose line ends
 // became CR LF later it does not count the CRs.
 //
+// A hole, NULs that a crash or a full disk left in place of what stood there, ends a line as a line
+// end does, and belongs to no mail where one begins behind it.
+//
 // The bytes come in pieces of any size, of which nothing is kept. Linear in time but for a
-// logarithm of the number of mails; some 90 bytes for each line above are kept, most of them not in
-// memory where there are very many.
+// logarithm of the number of mails; some 100 bytes for each line above are kept, most of them not
+// in memory where there are very many.
 class MboxSplitter {
  public:
   struct Mail {
@@ -50,12 +53,17 @@ class MboxSplitter {
   using Mails = SpilledVector<Mail>;
   explicit MboxSplitter(MboxKind kind = MboxKind::kAuto) : m_kind(kind) {}
   void Feed(std::string_view bytes);
-  // After the last piece: the mails in the order of the file, each ending where the next begins.
+  // After the last piece: the mails in the order of the file, each ending where the next begins, or
+  // a hole in front of it.
   Mails Finish();
   // After that: lines in the mails by which a mail may begin or another mail is quoted: behind an
   // empty line, without a date and before two fields, or with a date and before text. Where a
   // length is believed they are text.
   std::uint64_t Suspects() const { return m_suspects; }
+  // Bytes that are holes.
+  std::uint64_t Holes() const { return m_holes; }
+  // The last mail ends within a line, and no length says that it is whole.
+  bool IsCut() const { return m_isCut; }
 
  private:
   // In bytes as they are and as they would be without the CR of each CR LF.
@@ -71,6 +79,7 @@ class MboxSplitter {
     bool isDoubtful = false;     // text stands where its first field should
     bool isText = false;         // but for a length that leads to it
     std::uint32_t suspects = 0;  // behind it, up to the next
+    std::uint64_t hole = 0;      // bytes in front of it
   };
   struct Line {
     std::string_view head;  // its first kMostOfLine bytes
@@ -80,6 +89,9 @@ class MboxSplitter {
     bool IsBlank() const;
   };
 
+  void FeedLines(std::string_view bytes);
+  void EndLine(bool crLf);
+  void EndHole();
   void TakeLine(const Line& line);
   void Decide(const Line* next);
   void TakeHeaderLine(const Line& line, Place behind);
@@ -95,16 +107,21 @@ class MboxSplitter {
   std::string m_part;                    // the first bytes of a line that came in pieces
   std::uint64_t m_partSize = 0;          // bytes of it so far
   bool m_partCr = false;                 // the last of them is a CR
-  Place m_at;                            // of the next line
-  std::optional<Place> m_from;           // a "From " line whose next line is to come
-  FromLine::Shape m_shape{};             // its shape
+  std::uint64_t m_nulls = 0;             // at the end of what was fed
+  std::uint64_t m_holes = 0;
+  std::uint64_t m_hole = 0;     // in front of the next line
+  Place m_at;                   // of the next line
+  std::optional<Place> m_from;  // a "From " line whose next line is to come
+  FromLine::Shape m_shape{};    // its shape
   bool m_fromAfterBlank = false;
+  std::uint64_t m_holeOfFrom = 0;
   std::optional<FromLine::Shape> m_first;  // of the first "From " line
   bool m_inHeader = false;                 // of that
   bool m_hasField = false;                 // and a line of it was seen
   int m_fields = 0;                        // lines of it that are fields, where it is doubtful
   std::optional<int> m_fieldsOfSuspect;    // lines so far behind one that are fields
   std::uint64_t m_suspects = 0;
+  bool m_isCut = false;
   bool m_afterBlank = true;  // the next line stands at the start or behind an empty line
 };
 

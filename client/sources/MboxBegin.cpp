@@ -8,6 +8,7 @@
 #include "client/sources/FromLine.h"
 #include "client/sources/OtherFiles.h"
 #include "client/sources/SourceFiles.h"
+#include "client/sources/TarHeader.h"
 
 namespace client {
 namespace {
@@ -46,14 +47,12 @@ constexpr auto kOtherForms = std::to_array<std::string_view>({"\x89PNG",
                                                               "7zXZ",
                                                               "7z\xBC\xAF",
                                                               "Rar!",
-                                                              "\x28\xB5\x2F\xFD"});
+                                                              "\x28\xB5\x2F\xFD",
+                                                              "!<arch>"});
 
 bool IsOfOtherForm(std::string_view head) {
-  constexpr std::size_t kTarMark = 257;
   const auto begins = [&](std::string_view each) { return head.starts_with(each); };
-  return std::ranges::any_of(kOtherForms, begins) ||
-         (head.size() > kTarMark && head.substr(kTarMark).starts_with("ustar")) ||
-         !MailFormOf(head).empty();
+  return std::ranges::any_of(kOtherForms, begins) || IsTar(head) || !MailFormOf(head).empty();
 }
 
 // What people write, and may quote a mail in.
@@ -134,6 +133,13 @@ std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_v
   const std::uint64_t most = isLikely ? kMostOfLikely : kMostOfUnknown;
   const std::string bytes = ReadFileRange(path, 0, most);
   return bytes.size() > head.size() ? FindFirstMail(bytes) : std::nullopt;
+}
+
+bool IsTextOfMails(const std::string& path, std::string_view head) {
+  if (IsOfOtherForm(head) || !IsCalledAsText(path)) return false;
+  const std::string bytes = ReadFileRange(path, 0, kMostOfUnknown);
+  const auto first = FindFirstMail(bytes);
+  return first && FindFirstMail(std::string_view(bytes).substr(*first + kFrom.size()));
 }
 
 bool IsMboxInUtf16(std::string_view head) {

@@ -21,6 +21,10 @@ std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_v
 // The same of bytes alone.
 std::optional<std::uint64_t> FindFirstMail(std::string_view bytes);
 
+// The file is called as texts are, and mails stand at its beginning, where one alone may be quoted.
+// Throws SourceError.
+bool IsTextOfMails(const std::string& path, std::string_view head);
+
 // The form in which no mails are looked for: the "From " at its beginning has 16 bits a letter.
 bool IsMboxInUtf16(std::string_view head);
 

@@ -82,6 +82,18 @@ MboxSplitter::Mails MailsOf(const std::string& path, std::uint64_t begin, MboxKi
              splitter.Suspects()),
          /*isUnread=*/true});
   }
+  if (splitter.Holes() > 0) {
+    problems.push_back({path,
+                        fmt::format("{} of its bytes are NULs, as a crash or a full disk leaves "
+                                    "them: mails that stood there are gone, or cut",
+                                    splitter.Holes()),
+                        /*isUnread=*/true});
+  }
+  if (splitter.IsCut()) {
+    problems.push_back({path,
+                        "its last mail ends within a line: it is cut, or a program still writes it",
+                        /*isUnread=*/true});
+  }
   return mails;
 }
 

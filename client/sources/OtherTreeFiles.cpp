@@ -206,6 +206,9 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
     if (isPlaceOfMbox && !problem.isUnread) {
       problem = {path, "it lies where its program keeps mail, and none can be told in it",
                  /*isUnread=*/true};
+    } else if (!problem.isUnread && IsTextOfMails(path, head)) {
+      problem = {path, "mails stand in it as in an mbox: call it NAME.mbox to have them read",
+                 /*isUnread=*/true};
     } else if (!problem.isUnread && head.find_first_not_of('\0') == std::string::npos) {
       problem = {path, "it begins with NULs, as a crash leaves a file: mail may have been in it",
                  /*isUnread=*/true};

@@ -12,8 +12,9 @@
 #include "client/sources/StateFields.h"
 
 // Mbox files of every kind. However the bytes are cut into reads, the same mails are found, each at
-// a "From " line; from the first of these on each byte of the file belongs to one mail. And mails
-// that are written into a file, quoted or with their lengths, come back as they were, each once.
+// a "From " line; from the first of these on each byte of the file belongs to one mail, or to a
+// hole between two. And mails that are written into a file, quoted or with their lengths, come back
+// as they were, each once.
 
 namespace {
 
@@ -41,10 +42,21 @@ Mails Split(std::string_view bytes, std::string_view cuts, client::MboxKind kind
   return splitter.Finish();
 }
 
+bool IsHole(std::string_view bytes) {
+  constexpr std::size_t kLeast = 64;  // bytes
+  return bytes.size() >= kLeast && bytes.find_first_not_of('\0') == std::string_view::npos;
+}
+
+bool EndsInHole(std::string_view line) {
+  return IsHole(line.substr(line.find_last_not_of('\0') + 1));
+}
+
 std::vector<std::string> Lines(std::string_view bytes) {
   std::vector<std::string> lines;
   for (const char c : bytes) {
-    if (lines.empty() || lines.back().ends_with('\n')) lines.emplace_back();
+    if (lines.empty() || lines.back().ends_with('\n') || (c != '\0' && EndsInHole(lines.back()))) {
+      lines.emplace_back();
+    }
     lines.back() += c;
   }
   return lines;
@@ -69,15 +81,16 @@ void CheckSplit(std::string_view bytes, std::string_view cuts, client::MboxKind 
   for (std::size_t i = 0; i < mails.size(); ++i) {
     const auto& mail = mails[i];
     Require(mail.offset == whole[i].offset && mail.header == whole[i].header);
-    Require(mail.offset == at && std::ranges::binary_search(starts, at));
+    Require(std::ranges::binary_search(starts, mail.offset));
+    Require(mail.offset == at || IsHole(bytes.substr(at, mail.offset - at)));
     Require(mail.length >= 5 && mail.header <= mail.length);
     const std::string_view text = bytes.substr(mail.offset, mail.length);
     Require(client::UnquoteMbox(text, kind).size() < mail.length);
     (void)client::ReadStateFields(client::WithoutFromLine(text.substr(0, mail.header)));
     (void)client::TimeOf(client::ParseFromLine(text.substr(0, text.find('\n'))));
-    at += mail.length;
+    at = mail.offset + mail.length;
   }
-  Require(mails.empty() || at == bytes.size());
+  Require(mails.empty() || at == bytes.size() || IsHole(bytes.substr(at)));
 }
 
 // Empty lines in front of a header go with the line of the mbox.

@@ -461,6 +461,7 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
     more.insert(more.end(), {"--folder-map", m_folder.File("map")});
     return Migrate(m_folder, more);
   };
+  const std::string from = "From - Tue Mar 05 10:00:00 2019\n";
   m_folder.Write("source/Sent/1.eml", Mail("one"));
   m_folder.Write("source/Kunde/2.eml", Mail("two"));
   m_folder.Write("source/Kunde/3.ics",
@@ -468,42 +469,57 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
                  "END:VEVENT\r\nEND:VCALENDAR\r\n");
   m_folder.Write("source/Calendar/4.eml", Mail("four"));
   m_folder.Write("source/Later/5.eml", "no mail yet");
-  const std::string before = "Calendar/Kunde\tTermine\n";
-  EXPECT_EQ(SummaryOf(pass(before + "Later\tKunde\n"), 1)["sent"], 4);
+  m_folder.Write("source/Dir/cur/.x", "");
+  m_folder.Write("source/Dir/new/6.a", Mail("six"));
+  m_folder.Write("source/Box", from + Mail("gone") + "\n" + from + Mail("seven") + "\n");
+  const std::string boxes = "Dir\tPost/a\\/b\nBox\tPost\n";
+  const std::string before = boxes + "Calendar/Kunde\tTermine\n";
+  EXPECT_EQ(SummaryOf(pass(before + "Later\tKunde\n"), 1)["sent"], 7);
   m_folder.Write("source/Later/5.eml", Mail("five"));
+  // Everything lies elsewhere by now in what its program keeps together.
+  Rename("Dir/new/6.a", "Dir/cur/6.a:2,S");
+  m_folder.Write("source/Box", from + Mail("seven") + "\n");
 
-  const std::string of = "\\ of " + m_folder.File("source") + " went to ";
+  const std::string to = " went to ";
   struct Case {
     std::string map;
     std::vector<std::string> options;
+    std::string from;
     std::string wanted;
   };
-  for (const Case& now :
-       {Case{"", {}, "Calendar\\Kunde" + of + "Termine\\"},
-        Case{before, {"--no-special-folders"}, "Sent" + of + "Sent Items\\"},
-        Case{before + "Kunde\tA\n", {"--adopt"}, "Kunde" + of + "Kunde\\"},
-        Case{before + "Calendar\tA\n", {}, "Calendar" + of + "Inbox\\Calendar\\"}}) {
-    EXPECT_THAT(pass(now.map, now.options), FailsWith(now.wanted));
+  for (const Case& now : {Case{boxes, {}, "Kunde/3.ics", "Termine\\"},
+                          Case{before, {"--no-special-folders"}, "Sent", "Sent Items\\"},
+                          Case{before + "Kunde\tA\n", {"--adopt"}, "Kunde", "Kunde\\"},
+                          Case{before + "Calendar\tA\n", {}, "Calendar", "Inbox\\Calendar\\"},
+                          Case{"Dir\tA\n" + before, {}, "Dir", "Post\\a/b\\"},
+                          Case{"Box\tA\n" + before, {}, "Box", "Post\\"}}) {
+    const std::string wanted = m_folder.File("source/" + now.from) + " went to " + now.wanted;
+    EXPECT_THAT(pass(now.map, now.options), FailsWith(wanted));
     std::vector<std::string> dry = now.options;
     dry.push_back("--dry-run");
-    EXPECT_THAT(pass(now.map, dry), FailsWith(now.wanted));
+    EXPECT_THAT(pass(now.map, dry), FailsWith(wanted));
   }
-  EXPECT_EQ(ItemsOf(m_folder.File("mailbox")).size(), 4u);
+  EXPECT_EQ(ItemsOf(m_folder.File("mailbox")).size(), 7u);
+  // The lines that lead there are told.
+  const std::string lines =
+      "\nBox\tPost\nCalendar\tInbox/Calendar\nDir\tPost/a\\/b\nCalendar/Kunde\tTermine\n";
+  EXPECT_THAT(pass("Calendar\tA\n").err, testing::HasSubstr("The lines:" + lines));
 
   // What is spelled otherwise, new, or led there by the map is fine, and what never left.
-  m_folder.Write("source/New/6.eml", Mail("six"));
-  const std::string fine = "Calendar/kunde\tTERMINE\nSent\tSent Items\nNew\tKunde\nNone\tA\n";
+  m_folder.Write("source/New/8.eml", Mail("eight"));
+  const std::string fine =
+      boxes + "Calendar/kunde\tTERMINE\nSent\tSent Items\nNew\tKunde\nNone\tA\n";
   EXPECT_EQ(SummaryOf(pass(fine, {"--no-special-folders"}))["sent"], 2);
-  EXPECT_EQ(SummaryOf(pass(fine, {"--no-special-folders"}))["there_already"], 6);
+  EXPECT_EQ(SummaryOf(pass(fine, {"--no-special-folders"}))["there_already"], 8);
 
   // Earlier versions kept nothing of this.
-  platform::SqliteDatabase(m_folder.File("run/journal.db")).Execute("DROP TABLE place");
+  platform::SqliteDatabase(m_folder.File("run/journal.db")).Execute("DROP TABLE holder");
   EXPECT_EQ(SummaryOf(pass(before + "New\tNew\n"))["sent"], 1);
-  EXPECT_THAT(pass(before + "New\tKunde\n"), FailsWith("New" + of + "New\\"));
+  EXPECT_THAT(pass(before + "New\tKunde\n"), FailsWith(m_folder.File("source/New") + to + "New\\"));
 }
 
 // The levels that a source puts above a folder may grow, and what lies in it must not double.
-TEST_F(SecondPass, AFolderThatIsCalledOtherwiseByNowIsKnownByWhatLiesInIt) {
+TEST_F(SecondPass, AFolderThatIsCalledOtherwiseByNowIsKnown) {
   const std::string from = "From - Tue Mar 05 10:00:00 2019\n";
   const auto profile = [&](const std::string& name) {
     m_folder.Write("source/Profiles/" + name + "/prefs.js", "x");
@@ -518,8 +534,7 @@ TEST_F(SecondPass, AFolderThatIsCalledOtherwiseByNowIsKnownByWhatLiesInIt) {
   m_folder.Write("source/profiles.ini",
                  "[Profile0]\nName=Home\nIsRelative=1\nPath=Profiles/ab.home\n"
                  "[Profile1]\nName=Work\nIsRelative=1\nPath=Profiles/cd.work\nDefault=1\n");
-  EXPECT_THAT(Migrate(m_folder), FailsWith("Home\\Kunde\\ of " + m_folder.File("source") +
-                                           " went to Kunde\\ in earlier runs"));
+  EXPECT_THAT(Migrate(m_folder), FailsWith("Kunde\\ by now"));
   m_folder.Write("map", "Home/Kunde\tKunde\n");
   const nlohmann::json led = Pass({"--folder-map", m_folder.File("map")});
   EXPECT_EQ(led["there_already"], 1);

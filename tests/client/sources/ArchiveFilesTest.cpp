@@ -96,6 +96,7 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
       far.substr(0, far.size() - 600),
       notes + "no tar",
       OldTar("a.bin", "x") + OldTar("K\xC3\xB6ln", kMbox),
+      OldTar("1", kMbox + "A: b\nC: d\n\n") + OldTar("2", kMbox),
       Gzip(far),
       Gzip(OldTar("1", kMbox)),
       Gzip(notes).substr(0, 560),
@@ -152,7 +153,9 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
   folder.Write("none/._a.zip", "?");
   folder.Write("none/x.wab", "?");
   std::size_t losses = 0;
-  for (const SourceProblem& problem : MakePlan({folder.Path()}).problems) {
+  const Plan plan = MakePlan({folder.Path()});
+  EXPECT_TRUE(plan.entries.empty());
+  for (const SourceProblem& problem : plan.problems) {
     const bool isLost = problem.location.find("/lost/") != std::string::npos;
     EXPECT_EQ(problem.isUnread, isLost) << problem.location << ": " << problem.reason;
     losses += problem.isUnread ? 1 : 0;

@@ -29,26 +29,28 @@ using testing::ElementsAre;
 
 TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   const TemporaryFolder folder;
-  const std::pair<const char*, std::string> lost[] = {{"1.partial.emlx.dbx", "\xCF\xAD\x12\xFE"},
-                                                      {"Inbox.dbx", "\xCF\xAD\x12\xFE"},
-                                                      {"babyl", "BABYL OPTIONS: x\n"},
-                                                      {"mail", "To: a@b\nSubject: x\n\nx"},
-                                                      {".mix5c7e4f00", ":msg:1"},
-                                                      {".Inbox.tmp", Mbox()},
-                                                      {"Server.log", "*mbx*\r\n"},
-                                                      {"m.1", "2 M1e C5c7e4f00\n"},
-                                                      {"nstmp-2", Mbox()},
-                                                      {"x.mbox", "nothing"},
-                                                      {"x.mbox.gz", "\x1F\x8B"},
-                                                      {"x.msg", "\xD0\xCF\x11\xE0"},
-                                                      {"wide", std::string("\xFF\xFE"
-                                                                           "F\0r\0o\0m\0 \0",
-                                                                           12)},
-                                                      {"Kunden", std::string(5000, '\0')},
-                                                      {"zeros.bin", std::string(5000, '\0')},
-                                                      {".box", '\0' + Mbox("A: b\n")},
-                                                      {"nstmp-3", '\0' + Mbox("A: b\n")},
-                                                      {"Old.log", std::string(5000, '\0')}};
+  const std::pair<const char*, std::string> lost[] = {
+      {"1.partial.emlx.dbx", "\xCF\xAD\x12\xFE"},
+      {"Inbox.dbx", "\xCF\xAD\x12\xFE"},
+      {"babyl", "BABYL OPTIONS: x\n"},
+      {"mail", "To: a@b\nSubject: x\n\nx"},
+      {".mix5c7e4f00", ":msg:1"},
+      {".Inbox.tmp", Mbox()},
+      {"Server.log", "*mbx*\r\n"},
+      {"m.1", "2 M1e C5c7e4f00\n"},
+      {"nstmp-2", Mbox()},
+      {"x.mbox", "nothing"},
+      {"x.mbox.gz", "\x1F\x8B"},
+      {"x.msg", "\xD0\xCF\x11\xE0"},
+      {"wide", std::string("\xFF\xFE"
+                           "F\0r\0o\0m\0 \0",
+                           12)},
+      {"Kunden", std::string(5000, '\0')},
+      {"zeros.bin", std::string(5000, '\0')},
+      {".box", '\0' + Mbox("A: b\n")},
+      {"nstmp-3", '\0' + Mbox("A: b\n")},
+      {"Old.log", std::string(5000, '\0')},
+      {"2019.txt", "Of 2019\n" + Mbox("A: b\n") + Mbox("A: b\n")}};
   folder.Write("Old.log.msf", "x");
   for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
   folder.Write("notes.txt", "Note: one field is none\n");
@@ -68,8 +70,8 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 18);
-  EXPECT_EQ(plan.problems.size(), 26u);
+  EXPECT_EQ(losses, 19);
+  EXPECT_EQ(plan.problems.size(), 27u);
 }
 
 // In a tree and by itself.
@@ -105,6 +107,39 @@ TEST(Stores, AnMboxComesFromItsFirstWholeMailOnWhereItsBeginningIsDamaged) {
       EXPECT_THAT(plan.problems[0].reason,
                   testing::HasSubstr(" " + std::to_string(row.front.size()) + " bytes"));
     }
+  }
+}
+
+TEST(Stores, AHoleInAnMboxTakesNoOtherMailAlong) {
+  const std::string hole(64, '\0');
+  const std::string far(5000, '\0');
+  const struct {
+    const char* name;
+    std::string file;
+    std::size_t mails;
+    std::string first;
+    const char* problem;
+  } rows[] = {
+      {"Between", Mbox() + hole + Mbox() + Mbox() + far + Mbox(), 4, kText, "5064 of its bytes"},
+      {"InText", kSeparator + kMail + "te" + far + Mbox(), 2, kMail + "te", "5000 of its bytes"},
+      {"InHeader", kSeparator + "Subject: x" + hole + Mbox(), 2, "Subject: x", "64 of its bytes"},
+      {"Within", kSeparator + kMail + "te" + hole + "xt\n\n" + Mbox(), 2,
+       kMail + "te" + hole + "xt\n", "64 of its bytes"},
+      {"AtEnd", Mbox() + Mbox() + hole, 2, kText, "64 of its bytes"},
+      {"Cut", Mbox() + kSeparator + kMail + "te", 2, kText, "its last mail ends within a line"},
+      {"OwnNulls", kSeparator + kMail + std::string(63, '\0') + "From\n\n", 1,
+       kMail + std::string(63, '\0') + "From\n", nullptr},
+      {"OfALength", kSeparator + "Content-Length: 2\n" + kMail + "te", 1,
+       "Content-Length: 2\n" + kMail + "te", nullptr}};
+  for (const auto& row : rows) {
+    const TemporaryFolder folder;
+    const Plan plan = MakePlan({folder.Write(row.name, row.file)});
+    ASSERT_EQ(plan.entries.size(), row.mails) << row.name;
+    EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), row.first) << row.name;
+    ASSERT_EQ(plan.problems.size(), row.problem ? 1u : 0u) << row.name;
+    if (!row.problem) continue;
+    EXPECT_THAT(plan.problems[0].reason, testing::StartsWith(row.problem));
+    EXPECT_TRUE(plan.problems[0].isUnread);
   }
 }
 

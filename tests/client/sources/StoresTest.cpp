@@ -500,6 +500,19 @@ TEST(Stores, PackedMailOfAMaildirIsReadOrNamed) {
   }
 }
 
+// What went through a system twice that ends lines by CR LF, which no old Mac wrote.
+TEST(Stores, LinesOfAnMboxMayEndInCrCrLf) {
+  std::string file = Mbox("Status: O\n") + Mbox();
+  for (std::size_t at = file.find('\n'); at != std::string::npos; at = file.find('\n', at + 3)) {
+    file.insert(at, "\r\r");
+  }
+  const TemporaryFolder folder;
+  const Plan plan = MakePlan({folder.Write("Box", file)});
+  ASSERT_EQ(plan.entries.size(), 2u);
+  EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item),
+            "Status: O\r\r\nSubject: x\r\r\n\r\r\ntext\r\r\n");
+}
+
 TEST(Stores, AnEmptyMailOfMhFailsAsOthersDo) {
   const TemporaryFolder folder;
   folder.Write("1", "");
