@@ -2,17 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cstdint>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "client/run/LastingPlace.h"
-#include "client/sources/SourceFiles.h"
 #include "client/sources/SpecialFolders.h"
 
 namespace client {
@@ -86,35 +82,16 @@ bool IsLost(const FolderCount& count) {
          2 * count.elsewhere < count.missing;
 }
 
-// Where the mail began, and the file, where that is an mbox.
-struct MboxPlace {
-  std::string file;
-  std::uint64_t offset = 0;
-};
-std::optional<MboxPlace> MboxPlaceOf(const std::string& location) {
-  MboxPlace place{LastingPlace(location).path};
-  if (place.file.size() >= location.size() || location[place.file.size()] != ':') {
-    return std::nullopt;
-  }
-  const char* const end = location.data() + location.size();
-  const auto [next, error] =
-      std::from_chars(location.data() + place.file.size() + 1, end, place.offset);
-  return error == std::errc() && next == end ? std::optional(place) : std::nullopt;
+// The mbox that a mail lay in; empty where it lay in none.
+std::string MboxOf(const std::string& location) {
+  std::string path = LastingPlace(location).path;
+  const bool isBehind = path.size() < location.size() && location[path.size()] == ':';
+  return isBehind ? path : std::string();
 }
 
-// Its size, of one that looks as if it were cut: programs end what they write into one with its
-// line, which in one of an old Mac a CR ends.
-std::optional<std::uint64_t> CutSizeOf(const std::string& path) {
+bool IsEmptied(const std::string& path) {
   std::error_code error;
-  const std::uint64_t size = std::filesystem::file_size(path, error);
-  if (error) return std::nullopt;
-  try {
-    const std::string last = size > 0 ? ReadFileRange(path, size - 1, 1) : std::string();
-    if (last == "\n" || last == "\r") return std::nullopt;
-  } catch (const SourceError&) {  // told with the source
-    return std::nullopt;
-  }
-  return size;
+  return std::filesystem::file_size(path, error) == 0 && !error;
 }
 
 void TakeLostFolders(Mails& missing, const Counts& counts, const StillThere& isStillThere,
@@ -132,43 +109,29 @@ void TakeLostFolders(Mails& missing, const Counts& counts, const StillThere& isS
   });
 }
 
-struct Mbox {
-  std::optional<std::uint64_t> cutSize;
-  std::size_t behindEnd = 0;  // mails
-  std::size_t lost = 0;
-
-  bool IsLost() const { return behindEnd >= kManyMails; }
-};
-
 void TakeLostOfMboxes(Mails& missing, const Counts& counts, const StillThere& isStillThere,
                       std::vector<LostMails>& lost) {
-  const auto placeOf = [&](const KnownMail& mail) {
-    return counts.elsewhere.contains(mail.hash) ? std::nullopt : MboxPlaceOf(mail.source);
+  const auto mboxOf = [&](const KnownMail& mail) {
+    return counts.elsewhere.contains(mail.hash) ? std::string() : MboxOf(mail.source);
   };
-  std::map<std::string, Mbox> mboxes;  // that lost some
-  for (const KnownMail& mail : missing) {
-    const auto place = placeOf(mail);
-    if (!place) continue;
-    const auto [found, isNew] = mboxes.try_emplace(place->file);
-    Mbox& mbox = found->second;
-    if (isNew) mbox.cutSize = CutSizeOf(place->file);
-    if (mbox.cutSize && place->offset >= *mbox.cutSize) ++mbox.behindEnd;
-  }
-  std::erase_if(mboxes, [](const auto& mbox) { return !mbox.second.IsLost(); });
+  std::map<std::string, std::size_t> mboxes;  // mails that each lost
+  for (const KnownMail& mail : missing) ++mboxes[mboxOf(mail)];
+  std::erase_if(mboxes, [](const auto& mbox) {
+    return mbox.second < kManyMails || mbox.first.empty() || !IsEmptied(mbox.first);
+  });
   if (mboxes.empty()) return;
   Wanted isWanted(missing, isStillThere);
+  std::map<std::string, std::size_t> wanted;
   std::vector<bool> isLost;
   for (const KnownMail& mail : missing) {
-    const auto place = placeOf(mail);
-    const auto mbox = place ? mboxes.find(place->file) : mboxes.end();
-    isLost.push_back(mbox != mboxes.end() && isWanted(mail.folder));
-    if (isLost.back()) ++mbox->second.lost;
+    const std::string mbox = mboxOf(mail);
+    isLost.push_back(mboxes.contains(mbox) && isWanted(mail.folder));
+    if (isLost.back()) ++wanted[mbox];
   }
   std::size_t at = 0;
   std::erase_if(missing, [&](const KnownMail&) { return isLost[at++]; });
-  for (const auto& [file, mbox] : mboxes) {
-    if (mbox.lost == 0) continue;
-    lost.push_back({file, "they lay behind the end of that file, which looks cut", mbox.lost});
+  for (const auto& [file, count] : wanted) {
+    lost.push_back({file, "nothing is in that file any more", count});
   }
 }
 

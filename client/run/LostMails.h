@@ -9,13 +9,13 @@
 #include "client/run/SeenMails.h"
 
 // Whether mails that are not in the source any more were taken out of it, or lost by it. A folder
-// that is not mounted and an mbox that was cut look as if their user had deleted everything; so
+// that is not mounted and an mbox that was emptied look as if their user had deleted everything; so
 // much at once is left where it is in the target, until somebody has looked.
 //
 // clang-format off
 //   of the mails that are missing                                       are lost, if there are many
 //   all that the run brought into a folder, most of them nowhere else   all of that folder
-//   those behind the end of an mbox that is empty or ends in a line     all of that mbox
+//   those of an mbox that is empty                                      all of that mbox
 // clang-format on
 //
 // What lies in another folder of the source by now was moved. Deleted items and junk are what

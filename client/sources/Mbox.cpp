@@ -33,7 +33,7 @@ std::string_view WithoutLastBlank(std::string_view bytes) {
   std::string_view rest = bytes;
   if (!rest.ends_with('\n')) return bytes;
   rest.remove_suffix(1);
-  if (rest.ends_with('\r')) rest.remove_suffix(1);
+  while (rest.ends_with('\r')) rest.remove_suffix(1);
   return rest.empty() || rest.ends_with('\n') ? rest : bytes;
 }
 

@@ -272,10 +272,10 @@ TEST(Stores, EachProgramsTreeIsOneSource) {
         {"Projekte.ibex.index", "x"},
         {"Projekte.ibex.index.data", "x"},
         {"Projekte.sbd/Kunde", kSeparator + "X-Evolution: 00000001-0011\n" + kText + kSeparator +
-                                   "X-Evolution: 00000002-0400\n" + kMail + ">From x"}},
+                                   "X-Evolution: 00000002-0400\n" + kMail + ">From x\n"}},
        {{"Projekte\\Kunde\\|Projekte.sbd/Kunde:0|RA@", "X-Evolution: 00000001-0011\n" + kText},
         {"Projekte\\Kunde\\|Projekte.sbd/Kunde:76|W@",
-         "X-Evolution: 00000002-0400\n" + kMail + "From x"}},
+         "X-Evolution: 00000002-0400\n" + kMail + "From x\n"}},
        {}},
       {"Apple Mail's",
        {{"INBOX.mbox/" + uuid + "/Data/1/Messages/1.emlx", Emlx(kMail, 0)},
