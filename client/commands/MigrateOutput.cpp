@@ -38,7 +38,8 @@ void PrintStaying(const Plan& plan) {
       "Folders that are two in the target, though their names look alike (their accents "
       "are composed differently)",
       plan.alike);
-  PrintProblems("Lines of --folder-map for no folder of the source, or behind another that fits it", plan.unusedLines);
+  PrintProblems("Lines of --folder-map for no folder of the source, or behind another that fits it",
+                plan.unusedLines);
   PrintProblems(kNothingIn, plan.emptySources);
   if (plan.deleted) {
     std::cout << fmt::format(

@@ -51,8 +51,8 @@ class PlacesMoved : public RunError {
 // A run knows what it sent by the folder of the target: what went elsewhere with other options, or
 // since its source says otherwise by now what a folder is for or has a level more, would be sent
 // again. Throws PlacesMoved with the lines of a folder map that lead to where it went, and
-// platform::SqliteError. A folder that is spelled otherwise is the same one, and
-// one of which nothing arrived yet may go anywhere.
+// platform::SqliteError. A folder that is spelled otherwise is the same one, and one of which
+// nothing arrived yet may go anywhere.
 void RequirePlacesKept(const Plan& plan, Journal& journal);
 // The same of a run folder that no run works in now, and that may be none.
 void RequirePlacesKept(const Plan& plan, const std::string& runFolder);

@@ -81,6 +81,12 @@ KnownMail MailIn(const platform::SqliteStatement& row) {
           static_cast<KnownMail::Origin>(row.Int(6))};
 }
 
+std::string NameOf(const platform::SqliteError& error) {
+  const std::string name = std::filesystem::path(error.File()).filename().string();
+  if (name.empty()) return "a database in it";
+  return (name == "journal.db" ? "its journal " : "its database ") + name;
+}
+
 const char* WhatToDo(const platform::SqliteError& error) {
   if (error.IsDamage()) {
     return ". It is damaged: tarny migrate goes on with a new run folder and --adopt, and "
@@ -92,10 +98,8 @@ const char* WhatToDo(const platform::SqliteError& error) {
 }  // namespace
 
 std::string DatabaseFailure(const std::string& runFolder, const platform::SqliteError& error) {
-  const std::string name = std::filesystem::path(error.File()).filename().string();
-  return fmt::format("{} cannot be used: its {} {} fails with: {}{}", runFolder,
-                     name == "journal.db" ? "journal" : "database", name, error.what(),
-                     WhatToDo(error));
+  return fmt::format("{} cannot be used: {} fails with: {}{}", runFolder, NameOf(error),
+                     error.what(), WhatToDo(error));
 }
 
 Journal::Journal(const std::string& path) : m_database(path) {
