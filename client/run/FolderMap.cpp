@@ -18,7 +18,7 @@ using ::mail::byte_order::kUtf8Mark;
 constexpr std::string_view kAll = "*";
 constexpr std::string_view kAllBelow = "/*";
 
-// "a/b" as "a\b\", "a\/b" as "a/b\"; empty levels are passed over.
+// "a/b" as "a\b\", "a\/b" as "a/b\", "\#a" as "#a\"; empty levels are passed over.
 std::string Levels(std::string_view path) {
   std::string levels;
   std::string level;
@@ -30,7 +30,8 @@ std::string Levels(std::string_view path) {
     if (path[at] == '/') {
       end();
     } else {
-      if (path.substr(at).starts_with("\\/")) ++at;
+      const std::string_view rest = path.substr(at);
+      if (rest.starts_with("\\/") || rest.starts_with("\\#")) ++at;
       level += path[at];
     }
   }
@@ -92,7 +93,7 @@ std::string FolderMapPath(std::string_view levels) {
   std::string path;
   while (!levels.empty()) {
     if (!path.empty()) path += '/';
-    for (const char c : TakeUpTo(levels, '\\')) path.append(c == '/' ? "\\" : "") += c;
+    for (const char c : TakeUpTo(levels, '\\')) path.append(c == '/' || c == '#' ? "\\" : "") += c;
   }
   return path;
 }

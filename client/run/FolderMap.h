@@ -14,7 +14,7 @@ namespace client {
 //   *<TAB>Archive                         all
 //
 // Levels are divided by "/", one in a name is written "\/"; the first line that fits counts; what
-// begins with "#" is none.
+// begins with "#" is none, and a name that does is written "\#".
 class FolderMap {
  public:
   FolderMap() = default;

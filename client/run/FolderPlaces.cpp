@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -27,7 +28,7 @@ std::vector<Moved> MovedIn(const FolderPlaces& places, Journal& journal) {
   for (const auto& [holder, place] : places) {
     const std::optional<std::string> had = journal.PlaceOf(holder);
     if (!had || FoldedName(*had) == FoldedName(place.target)) continue;
-    if (journal.HasArrived(holder.path, *had)) moved.push_back({holder, *had, place});
+    if (journal.HasPut(holder.path, *had)) moved.push_back({holder, *had, place});
   }
   return moved;
 }
@@ -45,7 +46,9 @@ void RequirePlacesKept(const Plan& plan, Journal& journal) {
       "elsewhere is best moved in the target when it is all there. Nothing was sent. The lines:",
       holder.path, had, place.target, had);
   std::vector<PlacesMoved::Line> lines;
+  std::set<std::string> named;  // by the folder of the source
   for (const Moved& each : moved) {
+    if (!named.insert(each.place.source).second) continue;
     lines.push_back({FolderMapPath(each.place.source), FolderMapPath(each.had)});
   }
   throw PlacesMoved(text, std::move(lines));

@@ -17,8 +17,8 @@ struct Plan;
 // What lies together in a source: the items of one type in a folder or in a file.
 struct Holder {
   std::string path;  // absolute
-  // Where what is in it goes to several folders, as in an export whose mails say of themselves
-  // where they belong: the one, as the source has it. Else empty.
+  // Of an export whose mails say of themselves where they belong, the folder that they name. Else
+  // empty.
   std::string part;
   std::int32_t type;  // one of ItemType
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <string_view>
@@ -9,6 +10,8 @@
 #include <unordered_set>
 
 #include "client/run/LastingPlace.h"
+#include "client/sources/MboxSource.h"
+#include "client/sources/SourceFiles.h"
 #include "client/sources/SpecialFolders.h"
 
 namespace client {
@@ -89,9 +92,16 @@ std::string MboxOf(const std::string& location) {
   return isBehind ? path : std::string();
 }
 
+// It is there, and no mbox any more.
 bool IsEmptied(const std::string& path) {
+  constexpr std::uint64_t kHead = 64;  // bytes
   std::error_code error;
-  return std::filesystem::file_size(path, error) == 0 && !error;
+  if (!std::filesystem::is_regular_file(path, error)) return false;
+  try {
+    return !MboxSource::IsMbox(ReadFileRange(path, 0, kHead));
+  } catch (const SourceError&) {  // told with the source
+    return false;
+  }
 }
 
 void TakeLostFolders(Mails& missing, const Counts& counts, const StillThere& isStillThere,
@@ -131,7 +141,7 @@ void TakeLostOfMboxes(Mails& missing, const Counts& counts, const StillThere& is
   std::size_t at = 0;
   std::erase_if(missing, [&](const KnownMail&) { return isLost[at++]; });
   for (const auto& [file, count] : wanted) {
-    lost.push_back({file, "nothing is in that file any more", count});
+    lost.push_back({file, "no mail is in that file any more", count});
   }
 }
 

@@ -15,7 +15,7 @@
 // clang-format off
 //   of the mails that are missing                                       are lost, if there are many
 //   all that the run brought into a folder, most of them nowhere else   all of that folder
-//   those of an mbox that is empty                                      all of that mbox
+//   those of an mbox that is empty, or none any more                    all of that mbox
 // clang-format on
 //
 // What lies in another folder of the source by now was moved. Deleted items and junk are what

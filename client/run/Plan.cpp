@@ -47,20 +47,22 @@ std::int32_t TypeOf(const SourceItem& item) {
   }
 }
 
-// The folder or file that holds what lies in that one.
-std::string HolderAbove(std::string path) {
-  for (const std::string_view part : {"/", "/cur", "/new"}) {
-    if (path.ends_with(part)) path.resize(path.size() - part.size());
-  }
-  // Apple Mail divides a folder of many mails among folders with numbers.
+constexpr std::string_view kPartsOfMaildir[] = {"/cur", "/new"};
+
+// Apple Mail divides a folder of many mails among folders with numbers.
+std::string AboveAppleParts(std::string path) {
   if (const std::size_t mailbox = AppleMailboxOf(path).size()) path.resize(mailbox);
   return path;
 }
 
-// That of a mail, below the source.
+// The folder or file of a source that holds an item's mail, below the source.
 std::string HolderOf(const SourceItem& item, const std::string& source) {
-  const std::string holder = HolderAbove(
-      item.file.empty() ? item.location.substr(0, item.location.rfind('/')) : item.file);
+  std::string holder =
+      item.file.empty() ? item.location.substr(0, item.location.rfind('/')) : item.file;
+  for (const std::string_view part : kPartsOfMaildir) {
+    if (holder.ends_with(part)) holder.resize(holder.size() - part.size());
+  }
+  holder = AboveAppleParts(std::move(holder));
   if (holder.size() <= source.size()) return std::string(LastName(source));
   return holder.substr(source.size() + 1);
 }
@@ -234,19 +236,28 @@ SourceProblem EmptySource(const std::string& path, const EarlierFolders& earlier
 // Parts of the plan, each with a folder of its source that goes into it.
 using PartSources = std::set<std::pair<std::size_t, std::string>>;
 
+// The folder or file that holds those, whichever part of it they lie in by now.
+std::string HolderOf(const ItemList::Shared& items) {
+  if (!items.path.ends_with('/')) return items.path;
+  const std::string folder = items.path.substr(0, items.path.size() - 1);
+  const bool isPart = std::ranges::any_of(
+      kPartsOfMaildir, [&](std::string_view part) { return folder.ends_with(part); });
+  const std::string above = folder.substr(0, folder.rfind('/'));
+  const auto hasPart = [&](std::string_view part) {
+    std::error_code error;
+    return std::filesystem::is_directory(above + std::string(part), error);
+  };
+  if (isPart && std::ranges::all_of(kPartsOfMaildir, hasPart)) return above;
+  return AboveAppleParts(folder);
+}
+
 FolderPlaces PlacesIn(const std::vector<ItemList::Shared>& parts, const PartSources& sources) {
-  std::map<Holder, std::map<std::string, std::string>> holders;  // targets by folders of the source
+  FolderPlaces places;
   for (const auto& [number, source] : sources) {
     const ItemList::Shared& part = parts[number];
     if (part.type == TYPE_UNKNOWN) continue;  // it fails
-    holders[{HolderAbove(part.path), {}, part.type}].emplace(source, part.folder);
-  }
-  FolderPlaces places;
-  for (const auto& [holder, targets] : holders) {
-    for (const auto& [source, target] : targets) {
-      const std::string& part = targets.size() > 1 ? source : holder.part;
-      places.emplace(Holder{holder.path, part, holder.type}, FolderPlace{target, source});
-    }
+    const std::string& ofHolder = part.namesItsFolder ? source : std::string();
+    places.emplace(Holder{HolderOf(part), ofHolder, part.type}, FolderPlace{part.folder, source});
   }
   return places;
 }

@@ -152,9 +152,10 @@ std::size_t ItemList::Add(const SourceItem& item) {
 
 std::uint64_t ItemList::PartOf(const SourceItem& item, std::string_view path) {
   std::string key = item.folder;
-  key.append(1, '\0').append(std::to_string(item.type)).append(1, '\0').append(path);
+  key.append(1, '\0').append(std::to_string(item.type));
+  key.append(1, item.namesItsFolder ? '\1' : '\0').append(path);
   const auto [part, isNew] = m_partOf.try_emplace(std::move(key), m_shared.size());
-  if (isNew) m_shared.push_back({item.folder, item.type, std::string(path)});
+  if (isNew) m_shared.push_back({item.folder, item.type, std::string(path), item.namesItsFolder});
   return part->second;
 }
 
@@ -168,6 +169,7 @@ SourceItem ItemList::Made(std::string_view bytes) const {
   const Shared& shared = m_shared[record.Number()];
   item.folder = shared.folder;
   item.type = shared.type;
+  item.namesItsFolder = shared.namesItsFolder;
   if (form & kInFile) item.file = shared.path;
   item.length = record.Number();
   if (form & kBelowPath) item.location = shared.path;

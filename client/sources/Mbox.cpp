@@ -18,8 +18,8 @@ using mail::byte_order::kUtf8Mark;
 constexpr std::string_view kContentLength = "Content-Length:";
 constexpr std::string_view kMozillaStatus = "X-Mozilla-Status";
 constexpr std::string_view kEudora =
-    "???@???";                            // its sender of all mail, in which it quotes nothing
-constexpr std::uint64_t kLeastHole = 64;  // bytes; a few NULs may be a mail's own
+    "???@???";  // its sender of all mail, in which it quotes nothing
+constexpr std::string_view kEndOfDosFile = "\x1A";
 constexpr std::size_t kMostOfLine = kFrom.size() + kLongestFromLine + 2;
 
 // The line at the beginning, with its end.
@@ -164,7 +164,6 @@ void MboxSplitter::Feed(std::string_view bytes) {
 }
 
 void MboxSplitter::EndHole() {
-  m_holes += m_nulls;
   EndLine(/*crLf=*/false);
   m_hole = m_nulls;
   m_afterBlank = true;
@@ -327,7 +326,7 @@ std::size_t MboxSplitter::EndByLines(std::size_t mail) {
 
 MboxSplitter::Mails MboxSplitter::Finish() {
   const bool endsInHole = m_nulls >= kLeastHole;
-  const bool endsWithinLine = m_partSize > 0 && !endsInHole;
+  const bool endsWithinLine = m_partSize > 0 && !endsInHole && m_part != kEndOfDosFile;
   if (endsInHole) {
     EndHole();
   } else if (m_partSize > 0) {

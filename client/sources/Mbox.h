@@ -22,6 +22,10 @@ enum class MboxKind {
 // "mboxo", "mboxrd", "mboxcl", "mboxcl2" or "auto".
 std::optional<MboxKind> MboxKindNamed(std::string_view name);
 
+// So many NULs in a row, or more, are a hole, which a crash or a full disk left in place of what
+// stood there; fewer may be a mail's own.
+inline constexpr std::uint64_t kLeastHole = 64;  // bytes
+
 // Finds the mails of an mbox file, as the program meant it that wrote the file. What stands before
 // the first belongs to none. A mail begins at a line of these:
 //
@@ -37,8 +41,8 @@ std::optional<MboxKind> MboxKindNamed(std::string_view name);
 // or to the end of the file, is believed: what lies before is text. In a file whose line ends
 // became CR LF later it does not count the CRs.
 //
-// A hole, NULs that a crash or a full disk left in place of what stood there, ends a line as a line
-// end does, and belongs to no mail where one begins behind it.
+// A hole ends a line as a line end does, and belongs to no mail where one begins behind it or the
+// file ends.
 //
 // The bytes come in pieces of any size, of which nothing is kept. Linear in time but for a
 // logarithm of the number of mails; some 100 bytes for each line above are kept, most of them not
@@ -60,8 +64,6 @@ class MboxSplitter {
   // empty line, without a date and before two fields, or with a date and before text. Where a
   // length is believed they are text.
   std::uint64_t Suspects() const { return m_suspects; }
-  // Bytes that are holes.
-  std::uint64_t Holes() const { return m_holes; }
   // The last mail ends within a line, and no length says that it is whole.
   bool IsCut() const { return m_isCut; }
 
@@ -108,11 +110,10 @@ class MboxSplitter {
   std::uint64_t m_partSize = 0;          // bytes of it so far
   bool m_partCr = false;                 // the last of them is a CR
   std::uint64_t m_nulls = 0;             // at the end of what was fed
-  std::uint64_t m_holes = 0;
-  std::uint64_t m_hole = 0;     // in front of the next line
-  Place m_at;                   // of the next line
-  std::optional<Place> m_from;  // a "From " line whose next line is to come
-  FromLine::Shape m_shape{};    // its shape
+  std::uint64_t m_hole = 0;              // in front of the next line
+  Place m_at;                            // of the next line
+  std::optional<Place> m_from;           // a "From " line whose next line is to come
+  FromLine::Shape m_shape{};             // its shape
   bool m_fromAfterBlank = false;
   std::uint64_t m_holeOfFrom = 0;
   std::optional<FromLine::Shape> m_first;  // of the first "From " line

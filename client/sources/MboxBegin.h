@@ -21,7 +21,8 @@ std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_v
 // The same of bytes alone.
 std::optional<std::uint64_t> FindFirstMail(std::string_view bytes);
 
-// The file is called as texts are, and mails stand at its beginning, where one alone may be quoted.
+// The file is called as texts are, and in its first 16 KiB two mails begin, where one alone may be
+// quoted.
 // Throws SourceError.
 bool IsTextOfMails(const std::string& path, std::string_view head);
 

@@ -42,9 +42,55 @@ StateFields ExportedFields(std::string_view header, std::string& folder) {
   return fields;
 }
 
+// Counts the bytes of holes in what comes in pieces.
+class HoleCount {
+ public:
+  void Feed(std::string_view bytes) {
+    while (!bytes.empty()) {
+      const bool isNull = bytes.front() == '\0';
+      if (!isNull) EndRun();
+      const std::size_t end =
+          std::min(isNull ? bytes.find_first_not_of('\0') : bytes.find('\0'), bytes.size());
+      if (isNull) m_run += end;
+      bytes.remove_prefix(end);
+    }
+  }
+  std::uint64_t Finish() {
+    EndRun();
+    return m_holes;
+  }
+
+ private:
+  void EndRun() {
+    if (m_run >= kLeastHole) m_holes += m_run;
+    m_run = 0;
+  }
+
+  std::uint64_t m_run = 0;  // NULs so far
+  std::uint64_t m_holes = 0;
+};
+
+void TellDamage(const std::string& path, std::uint64_t holes, bool isCut,
+                std::vector<SourceProblem>& problems) {
+  if (holes > 0) {
+    problems.push_back({path,
+                        fmt::format("{} of its bytes are NULs, as a crash or a full disk leaves "
+                                    "them: mails that stood there are gone, or cut",
+                                    holes),
+                        /*isUnread=*/true});
+  }
+  if (isCut) {
+    problems.push_back({path,
+                        "its last mail ends within a line: it is cut, or a program still writes it",
+                        /*isUnread=*/true});
+  }
+}
+
 // Of what lies behind the first bytes, of which places count from there.
 template <typename Splitter>
-MboxSplitter::Mails Split(const std::string& path, std::uint64_t begin, Splitter& splitter) {
+MboxSplitter::Mails Split(const std::string& path, std::uint64_t begin, Splitter& splitter,
+                          std::vector<SourceProblem>& problems) {
+  HoleCount holes;
   const auto take = [&](std::string_view bytes) { splitter.Feed(bytes); };
   const bool isOfCr = EndsLinesByCr(ReadFileRange(path, begin, kLongestFromLine));
   CrPieces lines;
@@ -53,16 +99,19 @@ MboxSplitter::Mails Split(const std::string& path, std::uint64_t begin, Splitter
     const std::uint64_t skipped = std::min<std::uint64_t>(skip, bytes.size());
     skip -= skipped;
     bytes.remove_prefix(skipped);
+    holes.Feed(bytes);
     isOfCr ? lines.Feed(bytes, take) : take(bytes);
   });
   lines.Finish(take);
-  return splitter.Finish();
+  MboxSplitter::Mails mails = splitter.Finish();
+  TellDamage(path, holes.Finish(), splitter.IsCut(), problems);
+  return mails;
 }
 
 MboxSplitter::Mails MailsOf(const std::string& path, std::uint64_t begin, MboxKind kind,
                             std::vector<SourceProblem>& problems) {
   if (MmdfSplitter mmdf; IsMmdf(ReadFileRange(path, begin, kMostMmdfMark))) {
-    return Split(path, begin, mmdf);
+    return Split(path, begin, mmdf, problems);
   }
   if (begin > 0) {
     problems.push_back({path,
@@ -72,7 +121,7 @@ MboxSplitter::Mails MailsOf(const std::string& path, std::uint64_t begin, MboxKi
                         /*isUnread=*/true});
   }
   MboxSplitter splitter(kind);
-  MboxSplitter::Mails mails = Split(path, begin, splitter);
+  MboxSplitter::Mails mails = Split(path, begin, splitter, problems);
   if (splitter.Suspects() > 0) {
     problems.push_back(
         {path,
@@ -81,18 +130,6 @@ MboxSplitter::Mails MailsOf(const std::string& path, std::uint64_t begin, MboxKi
              "no header fields: if mails begin there, --mbox mboxrd divides them",
              splitter.Suspects()),
          /*isUnread=*/true});
-  }
-  if (splitter.Holes() > 0) {
-    problems.push_back({path,
-                        fmt::format("{} of its bytes are NULs, as a crash or a full disk leaves "
-                                    "them: mails that stood there are gone, or cut",
-                                    splitter.Holes()),
-                        /*isUnread=*/true});
-  }
-  if (splitter.IsCut()) {
-    problems.push_back({path,
-                        "its last mail ends within a line: it is cut, or a program still writes it",
-                        /*isUnread=*/true});
   }
   return mails;
 }
@@ -172,6 +209,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
     SourceItem item{path + ":" + std::to_string(mail.offset), std::move(place),
                     fields.read.value_or(true), mail.offset, mail.length};
     item.file = path;
+    item.namesItsFolder = isExported;
     item.state = std::move(fields.state);
     item.isStoreData = fields.isStoreData && told.size() == 1;
     listing.items.Add(item);

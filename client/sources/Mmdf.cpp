@@ -56,6 +56,7 @@ void MmdfSplitter::EndMail() {
 
 MboxSplitter::Mails MmdfSplitter::Finish() {
   if (m_size > 0) EndLine();
+  m_isCut = m_isWithin && m_mail.length > 0;
   EndMail();
   return std::move(m_mails);
 }

@@ -19,6 +19,8 @@ class MmdfSplitter {
  public:
   void Feed(std::string_view bytes);
   MboxSplitter::Mails Finish();
+  // After that: no line ends the last mail.
+  bool IsCut() const { return m_isCut; }
 
  private:
   void EndLine();
@@ -31,6 +33,7 @@ class MmdfSplitter {
   std::uint64_t m_at = 0;     // where it begins
   bool m_isWithin = false;    // a mark was seen
   bool m_inHeader = false;
+  bool m_isCut = false;
 };
 
 }  // namespace client

@@ -31,6 +31,8 @@ struct SourceItem {
   // of the source say of it.
   std::string appendix = {};
   MailState state = {};
+  // Not where it lies but its own bytes tell its folder: others of its file may go elsewhere.
+  bool namesItsFolder = false;
   // No mail but what a program keeps among it: nobody's loss.
   bool isStoreData = false;
 };

@@ -28,7 +28,8 @@ void Require(bool holds) {
 }
 
 // The pieces have 1 to 256 bytes, as the cuts say, over and over.
-Mails Split(std::string_view bytes, std::string_view cuts, client::MboxKind kind) {
+Mails Split(std::string_view bytes, std::string_view cuts, client::MboxKind kind,
+            bool* isCut = nullptr) {
   client::MboxSplitter splitter(kind);
   for (std::size_t cut = 0; !bytes.empty(); ++cut) {
     std::size_t piece = bytes.size();
@@ -39,7 +40,9 @@ Mails Split(std::string_view bytes, std::string_view cuts, client::MboxKind kind
     splitter.Feed(bytes.substr(0, piece));
     bytes.remove_prefix(piece);
   }
-  return splitter.Finish();
+  Mails mails = splitter.Finish();
+  if (isCut) *isCut = splitter.IsCut();
+  return mails;
 }
 
 bool IsHole(std::string_view bytes) {
@@ -73,8 +76,11 @@ std::vector<std::size_t> FromLines(std::string_view bytes) {
 }
 
 void CheckSplit(std::string_view bytes, std::string_view cuts, client::MboxKind kind) {
-  const Mails mails = Split(bytes, cuts, kind);
-  const Mails whole = Split(bytes, {}, kind);
+  bool isCut = false;
+  bool isWholeCut = false;
+  const Mails mails = Split(bytes, cuts, kind, &isCut);
+  const Mails whole = Split(bytes, {}, kind, &isWholeCut);
+  Require(isCut == isWholeCut);
   const std::vector<std::size_t> starts = FromLines(bytes);
   Require(mails.size() == whole.size() && mails.empty() == starts.empty());
   std::size_t at = mails.empty() ? 0 : starts.front();

@@ -518,6 +518,20 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
   EXPECT_THAT(pass(before + "New\tKunde\n"), FailsWith(m_folder.File("source/New") + to + "New\\"));
 }
 
+// Its labels are folders, whatever lies beside them in its file.
+TEST_F(SecondPass, AnExportKeepsThePlacesOfItsLabels) {
+  const auto mail = [](const std::string& label, const std::string& name) {
+    return "From 1627@xxx Tue Mar 05 10:00:00 +0000 2019\n" +
+           Mail(name, "X-GM-THRID: 1\nX-Gmail-Labels: " + label + "\n") + "\n";
+  };
+  m_folder.Write("source/All.mbox", mail("Kunde", "1"));
+  EXPECT_EQ(Pass({"--folder-map", m_folder.Write("map", "Kunde\tA\n")})["sent"], 1);
+  m_folder.Write("source/All.mbox", mail("Inbox", "2") + mail("Kunde", "1"));
+  EXPECT_THAT(Migrate(m_folder), FailsWith("All.mbox went to A\\"));
+  m_folder.Write("source/All.mbox", mail("Inbox", "2"));
+  EXPECT_EQ(Pass()["sent"], 1);
+}
+
 // The levels that a source puts above a folder may grow, and what lies in it must not double.
 TEST_F(SecondPass, AFolderThatIsCalledOtherwiseByNowIsKnown) {
   const std::string from = "From - Tue Mar 05 10:00:00 2019\n";
@@ -669,7 +683,7 @@ TEST_F(SecondPass, TakesNothingAwayWhileAPartOfTheSourceIsOutOfSight) {
   EXPECT_THAT(summary["staying"].dump(), testing::HasSubstr("not all of the source"));
 }
 
-// What is not mounted, emptied or cut by mistake looks as if its user had deleted everything.
+// What was cut, not mounted or emptied by mistake looks as if its user had deleted everything.
 TEST_F(SecondPass, TakesNothingAwayWhileAnMboxLooksCut) {
   const std::string from = "From - Tue Mar 05 10:00:00 2019\n";
   const std::string two = from + Mail("1") + "\n" + from + Mail("2") + "\n";
@@ -689,7 +703,7 @@ TEST_F(SecondPass, TakesNothingAwayWhileAnMboxLooksCut) {
   EXPECT_EQ(Pass({"--delete-missing"})["taken_away"], 3) << "3, 4 and the cut 2";
 }
 
-// The same of more than somebody takes away by hand.
+// Of what is whole as far as anybody can tell, no more than somebody takes away by hand.
 TEST_F(SecondPass, TakesNothingAwayThatASourceLosesAtOnce) {
   constexpr int kMany = client::kManyMails;
   const auto writeMails = [this](const std::string& name, int count) {
@@ -720,7 +734,7 @@ TEST_F(SecondPass, TakesNothingAwayThatASourceLosesAtOnce) {
   }
   Rename("Old", "New");
   m_folder.Write("source/Empty", "");
-  m_folder.Write("source/Mixed", "");
+  m_folder.Write("source/Mixed", "Fro");
   m_folder.Write("source/Tidy", mailsOf("Tidy", 1));
   m_folder.Write("source/Moved", "");
   m_folder.Write("source/There", mailsOf("Moved", kMany));

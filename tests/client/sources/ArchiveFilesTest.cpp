@@ -33,12 +33,14 @@ std::string Tar(const std::string& name, const std::string& bytes) {
 }
 
 // As the first programs wrote them: without a mark, and with a sum of their bytes.
-std::string OldTar(const std::string& name, const std::string& bytes) {
+std::string OldTar(const std::string& name, const std::string& bytes, bool isSigned = false) {
   std::string member = Tar(name, bytes);
   member.replace(257, 5, 5, '\0');
   member.replace(148, 8, "        ");
   int sum = 0;
-  for (std::size_t i = 0; i < 512; ++i) sum += static_cast<unsigned char>(member[i]);
+  for (const char c : member.substr(0, 512)) {
+    sum += isSigned ? static_cast<signed char>(c) : static_cast<unsigned char>(c);
+  }
   return member.replace(148, 8, fmt::format("{:6o} ", sum) + '\0');
 }
 
@@ -99,6 +101,7 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
       OldTar("1", kMbox + "A: b\nC: d\n\n") + OldTar("2", kMbox),
       Gzip(far),
       Gzip(OldTar("1", kMbox)),
+      OldTar("K\xC3\xB6ln", kMbox, /*isSigned=*/true),
       Gzip(notes).substr(0, 560),
       Gzip(kMbox),
       Gzip("!BDN"),

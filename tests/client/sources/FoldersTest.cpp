@@ -67,6 +67,8 @@ TEST(FolderMap, TakesTheFirstLineThatFits) {
   for (const auto& [path, wanted] : rows) EXPECT_EQ(map.PlaceOf(path), wanted) << path;
   EXPECT_THAT(map.Unused(), ElementsAre("Projects/New\tnever"));
   FolderMap all("a\tb\n*\tOld/*");
+  const std::string odd = "#Kunde\\a/b\\";
+  EXPECT_EQ(FolderMap(FolderMapPath(odd) + "\tX").PlaceOf(odd), "X\\");
   EXPECT_EQ(all.PlaceOf("a\\"), "b\\");
   EXPECT_EQ(all.PlaceOf("a\\c\\"), "Old\\a\\c\\");
   for (const char* text : {"a b", "a\t", "\tb", "x\ty\n/*\tb", "*\t"}) {

@@ -19,6 +19,7 @@ namespace {
 using client_test::Emlx;
 using client_test::Items;
 using client_test::kMail;
+using client_test::kMmdfMark;
 using client_test::kSeparator;
 using client_test::kText;
 using client_test::Mbox;
@@ -127,6 +128,9 @@ TEST(Stores, AHoleInAnMboxTakesNoOtherMailAlong) {
        kMail + "te" + hole + "xt\n", "64 of its bytes"},
       {"AtEnd", Mbox() + Mbox() + hole, 2, kText, "64 of its bytes"},
       {"Cut", Mbox() + kSeparator + kMail + "te", 2, kText, "its last mail ends within a line"},
+      {"Mmdf", kMmdfMark + kText + kMmdfMark + kMmdfMark + kMail + far + kMmdfMark, 2, kText,
+       "5000 of its bytes"},
+      {"OfDos", Mbox() + "\x1A", 1, kText + "\n\x1A", nullptr},
       {"OwnNulls", kSeparator + kMail + std::string(63, '\0') + "From\n\n", 1,
        kMail + std::string(63, '\0') + "From\n", nullptr},
       {"OfALength", kSeparator + "Content-Length: 2\n" + kMail + "te", 1,
