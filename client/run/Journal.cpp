@@ -248,12 +248,13 @@ void Journal::KeepPlaces(const FolderPlaces& places) {
   m_database.Execute("COMMIT");
 }
 
-// What lies in a file is located behind a colon, what lies in a folder behind a slash.
+// What lies in a file is located behind a colon, what lies in a folder behind a slash. The place of
+// an item may be another one's by now; of mails it is known where they lay last.
 bool Journal::HasPut(const std::string& path, std::string_view folder) {
   for (const char divider : {':', '/'}) {
     platform::SqliteStatement query = m_database.Prepare(
         "SELECT 1 FROM item WHERE source > ?1 AND source < ?2 AND folder = ?3 AND result <> ?4"
-        " LIMIT 1");
+        " UNION ALL SELECT 1 FROM mail WHERE folder = ?3 AND source > ?1 AND source < ?2 LIMIT 1");
     query.Bind(1, path + divider).Bind(2, path + static_cast<char>(divider + 1)).Bind(3, folder);
     if (query.Bind(4, static_cast<std::int64_t>(ItemResult::kFailed)).Step()) return true;
   }

@@ -128,7 +128,7 @@ TEST(Stores, AHoleInAnMboxTakesNoOtherMailAlong) {
        kMail + "te" + hole + "xt\n", "64 of its bytes"},
       {"AtEnd", Mbox() + Mbox() + hole, 2, kText, "64 of its bytes"},
       {"Cut", Mbox() + kSeparator + kMail + "te", 2, kText, "its last mail ends within a line"},
-      {"Mmdf", kMmdfMark + kText + kMmdfMark + kMmdfMark + kMail + far + kMmdfMark, 2, kText,
+      {"Mmdf", kMmdfMark + kText + kMmdfMark + kMmdfMark + kMail + far + "\n" + kMmdfMark, 2, kText,
        "5000 of its bytes"},
       {"OfDos", Mbox() + "\x1A", 1, kText + "\n\x1A", nullptr},
       {"OwnNulls", kSeparator + kMail + std::string(63, '\0') + "From\n\n", 1,
