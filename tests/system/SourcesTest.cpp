@@ -493,7 +493,7 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
                           Case{before + "Calendar\tA\n", {}, "Calendar", "Inbox\\Calendar\\"},
                           Case{"Dir\tA\n" + before, {}, "Dir", "Post\\a/b\\"},
                           Case{"Box\tA\n" + before, {}, "Box", "Post\\"}}) {
-    const std::string wanted = m_folder.File("source/" + now.from) + " went to " + now.wanted;
+    const std::string wanted = m_folder.File("source/" + now.from) + to + now.wanted;
     EXPECT_THAT(pass(now.map, now.options), FailsWith(wanted));
     std::vector<std::string> dry = now.options;
     dry.push_back("--dry-run");
