@@ -66,6 +66,7 @@ class Mailbox {
   std::string Port() const { return m_url.substr(m_url.rfind(':') + 1); }
   void Kill();                                   // SIGKILL, and waits
   void Freeze() { m_process->Signal(SIGSTOP); }  // it takes connections and says nothing
+  void Thaw() { m_process->Signal(SIGCONT); }
 
  private:
   std::string m_url;
