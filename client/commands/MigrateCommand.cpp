@@ -56,7 +56,7 @@ void ShowStep(const Step& step, Console& console) {
 void TellEnd(const Summary& summary, Console& console) {
   if (summary.stopped.empty()) return;
   console.Say("Stopped early: " + summary.stopped);
-  console.Say("Run the same command again to go on.");
+  if (summary.canGoOn) console.Say("Run the same command again to go on.");
 }
 
 // Waits of our own stand in the run's log, as the engine's do in its trace.

@@ -23,12 +23,14 @@ void PlanAsJson(const Plan& plan, const std::string& target) {
   std::cout << JsonText(nlohmann::json{{"target", target},
                                        {"items", plan.entries.size()},
                                        {"folders", folders},
+                                       {"whole", plan.IsWhole()},
                                        {"deleted", plan.deleted},
+                                       {"store_data", plan.storeData},
                                        {"merged", ProblemsAsJson(plan.merged)},
                                        {"alike", ProblemsAsJson(plan.alike)},
                                        {"unused_lines", ProblemsAsJson(plan.unusedLines)},
                                        {"empty_sources", ProblemsAsJson(plan.emptySources)},
-                                       {"left_out", ProblemsAsJson(plan.problems)}});
+                                       {"left_out", LeftOutAsJson(plan.problems)}});
 }
 
 // What stays in the source as its store wants it.
@@ -62,8 +64,9 @@ void PlanAsText(const Plan& plan, const std::string& target) {
   for (const std::string& folder : plan.emptyFolders) {
     std::cout << fmt::format("  {:>7}  {:>12}  {}\n", 0, "", OneLine(folder));
   }
-  PrintProblems(kLeftOut, plan.problems);
+  PrintLeftOut(plan.problems);
   PrintStaying(plan);
+  if (!plan.IsWhole()) std::cout << "Not all of the source could be read\n";
 }
 
 void SummaryAsJson(const Summary& summary, const Plan& plan) {
@@ -74,12 +77,15 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"equal_in_folder", summary.equal},
                                        {"updated", summary.updated},
                                        {"failed", summary.failed},
+                                       {"folders_not_made", summary.foldersMissing},
                                        {"not_confirmed", summary.notConfirmed},
                                        {"not_reached", summary.total - summary.seen},
                                        {"waits", summary.waits},
                                        {"waited_seconds", summary.waitedSeconds},
                                        {"stopped", summary.stopped},
+                                       {"whole", plan.IsWhole()},
                                        {"deleted", plan.deleted},
+                                       {"store_data", plan.storeData},
                                        {"merged", ProblemsAsJson(plan.merged)},
                                        {"alike", ProblemsAsJson(plan.alike)},
                                        {"unused_lines", ProblemsAsJson(plan.unusedLines)},
@@ -91,11 +97,12 @@ void SummaryAsJson(const Summary& summary, const Plan& plan) {
                                        {"failures", ProblemsAsJson(summary.failures)},
                                        {"remarks", ProblemsAsJson(summary.remarks)},
                                        {"doubts", ProblemsAsJson(summary.doubts)},
-                                       {"left_out", ProblemsAsJson(plan.problems)}});
+                                       {"left_out", LeftOutAsJson(plan.problems)}});
 }
 
-void SummaryAsText(const Summary& summary, const Plan& plan) {
-  PrintProblems(kLeftOut, plan.problems);
+// What a run found and did, by name.
+void PrintLists(const Summary& summary, const Plan& plan) {
+  PrintLeftOut(plan.problems);
   PrintProblems("Of earlier runs", summary.doubts);
   PrintProblems("Arrived, with a remark", summary.remarks);
   PrintProblems(plan.IsWhole() ? "Not in the source any more"
@@ -104,6 +111,10 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   PrintProblems("Of this stays there, though --delete-missing asked for it to go",
                 summary.whyStaying);
   PrintProblems("Failed", summary.failures);
+}
+
+// The same in figures, on one line.
+void PrintCounts(const Summary& summary, const Plan& plan) {
   const std::string equal =
       summary.equal ? fmt::format(" ({} equal to another mail of their folder)", summary.equal)
                     : std::string();
@@ -112,6 +123,9 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
   if (summary.updated) std::cout << fmt::format(", {} updated", summary.updated);
   if (summary.reduced) std::cout << fmt::format(", {} arrived reduced", summary.reduced);
   if (summary.notConfirmed) std::cout << fmt::format(", {} not confirmed", summary.notConfirmed);
+  if (summary.foldersMissing) {
+    std::cout << fmt::format(", {} not made", Counted(summary.foldersMissing, "folder", "folders"));
+  }
   if (summary.seen < summary.total) {
     std::cout << fmt::format(", {} not reached", summary.total - summary.seen);
   }
@@ -119,7 +133,10 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
     std::cout << fmt::format(", {} left out or not whole", plan.problems.size());
   }
   std::cout << (plan.IsWhole() ? "\n" : "; not all of the source could be read\n");
-  PrintStaying(plan);
+}
+
+// What became of what the source has not any more.
+void PrintTakenAway(const Summary& summary) {
   if (summary.takenAway) {
     std::cout << fmt::format("{} to the target's deleted items\n",
                              Counted(summary.takenAway, "mail went", "mails went"));
@@ -134,6 +151,13 @@ void SummaryAsText(const Summary& summary, const Plan& plan) {
     std::cout << "What is not in the source any more stays in the target (--delete-missing moves "
                  "it to its deleted items)\n";
   }
+}
+
+void SummaryAsText(const Summary& summary, const Plan& plan) {
+  PrintLists(summary, plan);
+  PrintCounts(summary, plan);
+  PrintStaying(plan);
+  PrintTakenAway(summary);
   if (summary.waits) {
     std::cout << fmt::format("Waited {}, {} in all, for the server\n",
                              Counted(summary.waits, "time", "times"),

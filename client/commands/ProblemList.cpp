@@ -17,6 +17,12 @@ nlohmann::json ProblemsAsJson(const std::vector<SourceProblem>& problems) {
   return list;
 }
 
+nlohmann::json LeftOutAsJson(const std::vector<SourceProblem>& problems) {
+  nlohmann::json list = ProblemsAsJson(problems);
+  for (size_t i = 0; i < problems.size(); ++i) list[i]["may_hold_mail"] = problems[i].isUnread;
+  return list;
+}
+
 void PrintProblems(const std::string& title, const std::vector<SourceProblem>& problems,
                    size_t indent) {
   if (problems.empty()) return;
@@ -30,6 +36,17 @@ void PrintProblems(const std::string& title, const std::vector<SourceProblem>& p
   if (problems.size() > kMostListed) {
     std::cout << fmt::format("{}  and {} more\n", blanks, problems.size() - kMostListed);
   }
+}
+
+void PrintLeftOut(const std::vector<SourceProblem>& problems) {
+  std::vector<SourceProblem> unread;
+  std::vector<SourceProblem> known;
+  for (const SourceProblem& problem : problems) {
+    (problem.isUnread ? unread : known).push_back(problem);
+  }
+  PrintProblems("May hold mail that was not read", unread);
+  // Of a mail that was cut the rest is sent.
+  PrintProblems("Left out or not whole", known);
 }
 
 }  // namespace client

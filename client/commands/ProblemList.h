@@ -10,19 +10,20 @@
 // Lists of items with what is to say about each.
 namespace client {
 
-// Above what a plan tells of its sources: of a mail that was cut there the rest is sent.
-inline constexpr const char* kLeftOut = "Left out or not whole";
-
 // Above sources of a plan.
 inline constexpr const char* kNothingIn = "Nothing was found in";
 
 inline constexpr size_t kMostListed = 50;  // items of a list for people; the JSON has them all
 
 nlohmann::json ProblemsAsJson(const std::vector<SourceProblem>& problems);
+// What a plan tells of its sources; each says whether it may hold mail that was not seen.
+nlohmann::json LeftOutAsJson(const std::vector<SourceProblem>& problems);
 
 // To standard output, behind a title; nothing for an empty list. An item without a reason stands
 // alone. `indent` blanks stand in front of each line.
 void PrintProblems(const std::string& title, const std::vector<SourceProblem>& problems,
                    size_t indent = 0);
+// The same of what a plan tells of its sources, what may hold mail by itself and first.
+void PrintLeftOut(const std::vector<SourceProblem>& problems);
 
 }  // namespace client

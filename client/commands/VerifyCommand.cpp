@@ -54,7 +54,7 @@ void PrintText(const std::vector<FolderCheck>& checks, const Plan& plan) {
     }
   }
   PrintProblems(kNothingIn, plan.emptySources);
-  PrintProblems(kLeftOut, plan.problems);
+  PrintLeftOut(plan.problems);
 }
 
 void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool complete) {
@@ -70,7 +70,7 @@ void PrintJson(const std::vector<FolderCheck>& checks, const Plan& plan, bool co
   std::cout << JsonText(nlohmann::json{{"complete", complete},
                                        {"folders", folders},
                                        {"empty_sources", ProblemsAsJson(plan.emptySources)},
-                                       {"left_out", ProblemsAsJson(plan.problems)}});
+                                       {"left_out", LeftOutAsJson(plan.problems)}});
 }
 
 int Verify(MigrateOptions& options, Console& console) {

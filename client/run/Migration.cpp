@@ -108,6 +108,7 @@ Summary Migration::Run(const Plan& plan) {
     m_doubts.ReadUnknown(plan, m_noted);
   } catch (const platform::SqliteError& error) {
     m_summary.stopped = DatabaseFailure(m_setup.run.Path(), error);
+    m_summary.canGoOn = !error.IsDamage();
   } catch (const std::exception& error) {  // what was done so far is told all the same
     m_summary.stopped = error.what();
   }

@@ -23,6 +23,7 @@ struct Summary {
   std::uint64_t waitedSeconds = 0;
   std::uint64_t foldersMissing = 0;  // without items, and could not be made
   std::string stopped;               // why the run stopped early; empty when it did not
+  bool canGoOn = true;               // the same command, run again, goes on where it stopped
   std::vector<SourceProblem> failures;
   std::vector<SourceProblem> remarks;  // arrived, with a text
   // What the run brought and the source has not any more: where it lay, and its folder. By these.

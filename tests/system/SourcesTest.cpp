@@ -683,6 +683,25 @@ TEST_F(SecondPass, TakesNothingAwayWhileAPartOfTheSourceIsOutOfSight) {
   const nlohmann::json summary = Pass({"--ignore-left-out", "--delete-missing"}, 1);
   EXPECT_EQ(summary["taken_away"], 0);
   EXPECT_THAT(summary["staying"].dump(), testing::HasSubstr("not all of the source"));
+
+  // It is named however much else is left out, and in a plan, too.
+  for (int i = 0; i < 60; ++i) {
+    m_folder.Write("source/A" + std::to_string(i) + ".jpg", "\xFF\xD8\xFF\xE0");
+  }
+  std::vector<std::string> arguments = MigrateArguments(m_folder, {"--dry-run"});
+  const nlohmann::json plan =
+      nlohmann::json::parse(RunProgram("tarny", arguments, m_folder.Path()).out);
+  EXPECT_EQ(plan["whole"], false);
+  for (const nlohmann::json& one : plan["left_out"]) {
+    EXPECT_EQ(one["may_hold_mail"], one["item"] == m_folder.File("source/Kunde")) << one;
+  }
+  std::erase(arguments, "--json");
+  const Result text = RunProgram("tarny", arguments, m_folder.Path());
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(text.out, testing::HasSubstr("May hold mail that was not read:\n  " +
+                                           m_folder.File("source/Kunde")));
+  EXPECT_THAT(text.out, testing::HasSubstr("and 10 more\n"));
+  EXPECT_THAT(text.out, testing::HasSubstr("Not all of the source could be read\n"));
 }
 
 // What was cut, not mounted or emptied by mistake looks as if its user had deleted everything.
