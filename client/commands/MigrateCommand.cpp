@@ -3,13 +3,13 @@
 #include <memory>
 #include <utility>
 
-#include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
 #include "client/commands/Commands.h"
 #include "client/commands/MigrateOptions.h"
 #include "client/commands/MigrateOutput.h"
 #include "client/commands/ProblemList.h"
+#include "client/commands/RunFailure.h"
 #include "client/commands/TargetLogon.h"
 #include "client/run/FolderPlaces.h"
 #include "client/run/ItemKinds.h"
@@ -144,19 +144,8 @@ int RunMigrate(const Arguments& arguments) {
   try {
     CompleteOptions(options);
     return Migrate(options, console);
-  } catch (const UsageError& error) {
-    console.Say(fmt::format("tarny migrate: {}", error.what()));
-    return kExitUsage;
-  } catch (const PlacesMoved& error) {
-    console.Say(fmt::format("tarny migrate: {}", error.what()));
-    for (const auto& [source, target] : error.Lines()) console.SayFields({source, target});
-    return kExitFailed;
-  } catch (const platform::SqliteError& error) {
-    console.Say(fmt::format("tarny migrate: {}", DatabaseFailure(options.run, error)));
-    return kExitFailed;
-  } catch (const std::exception& error) {
-    console.Say(fmt::format("tarny migrate: {}", error.what()));
-    return kExitFailed;
+  } catch (...) {
+    return TellFailure(app.get_name(), options.run, console);
   }
 }
 

@@ -11,6 +11,7 @@
 #include "client/commands/Commands.h"
 #include "client/commands/MigrateOptions.h"
 #include "client/commands/ProblemList.h"
+#include "client/commands/RunFailure.h"
 #include "client/commands/TargetLogon.h"
 #include "client/run/EngineOptions.h"
 #include "client/run/ItemKinds.h"
@@ -125,15 +126,8 @@ int RunVerify(const Arguments& arguments) {
   try {
     CompleteOptions(options);
     return Verify(options, console);
-  } catch (const UsageError& error) {
-    console.Say(fmt::format("tarny verify: {}", error.what()));
-    return kExitUsage;
-  } catch (const platform::SqliteError& error) {
-    console.Say(fmt::format("tarny verify: {}", DatabaseFailure(options.run, error)));
-    return kExitFailed;
-  } catch (const std::exception& error) {
-    console.Say(fmt::format("tarny verify: {}", error.what()));
-    return kExitFailed;
+  } catch (...) {
+    return TellFailure(app.get_name(), options.run, console);
   }
 }
 

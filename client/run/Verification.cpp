@@ -41,22 +41,19 @@ struct SourceRecord {
 
 using Records = std::vector<SourceRecord>;
 
-std::optional<SourceRecord> ReadItem(const Plan::Entry& entry, FolderCheck& check) {
+// Adds an item of the source to what its folder has.
+void Add(const Plan::Entry& entry, FolderCheck& check, Records& all) {
+  ++check.items;
   try {
     LoadedItem item = ItemLoader::Load(entry);
     ItemLoader::Identify(entry, item);
     ItemLoader::AddFiles(entry, item);  // which count for its size
-    return SourceRecord{entry.number,
-                        entry.IsMail(),
-                        &check,
-                        KeyOnItem(item.key),
-                        std::move(item.messageId),
-                        item.MimeSize(),
-                        !entry.item.IsOther() && (!entry.item.prepared || !item.id.empty()),
-                        item.elsewhere};
+    all.push_back({entry.number, entry.IsMail(), &check, KeyOnItem(item.key),
+                   std::move(item.messageId), item.MimeSize(),
+                   !entry.item.IsOther() && (!entry.item.prepared || !item.id.empty()),
+                   item.elsewhere});
   } catch (const SourceError& error) {
     check.unread.push_back({entry.name, error.what()});
-    return std::nullopt;
   }
 }
 
@@ -159,6 +156,27 @@ void CheckFolder(TargetLook& look, SecondPlaces& second, const Plan& plan, const
   TellLeft(target, first, strays);
 }
 
+// The numbers of each folder's entries.
+std::vector<NumberRanges> NumbersOf(const Plan& plan, const std::vector<FolderCheck>& checks) {
+  std::unordered_map<std::string_view, std::size_t> byFolder;
+  for (std::size_t i = 0; i < checks.size(); ++i) byFolder.emplace(checks[i].folder, i);
+  std::vector<NumberRanges> numbers(checks.size());
+  for (const Plan::Entry& entry : plan.entries) {
+    numbers[byFolder.at(entry.item.folder)].Add(entry.number);
+  }
+  return numbers;
+}
+
+// What stands in its folder and where it would be shown otherwise, too.
+void TellElsewhere(const Plan& plan, const Records& items, SecondPlaces& second) {
+  for (const SourceRecord& item : items) {
+    while (second.Take(item.elsewhere, item.key)) {
+      item.check->twice.push_back(
+          {plan.entries[item.number].name, "in " + item.elsewhere->path + ", too"});
+    }
+  }
+}
+
 }  // namespace
 
 bool IsOtherSize(std::int64_t mimeSize, std::int64_t serverSize) {
@@ -167,23 +185,17 @@ bool IsOtherSize(std::int64_t mimeSize, std::int64_t serverSize) {
 }
 
 std::vector<FolderCheck> Verification::Run(const Plan& plan) {
-  const std::vector<Plan::Folder> folders = plan.Folders();
-  std::vector<FolderCheck> checks(folders.size());
-  std::unordered_map<std::string_view, FolderCheck*> byFolder;
-  for (std::size_t i = 0; i < folders.size(); ++i) {
-    checks[i].folder = folders[i].name;
-    byFolder.emplace(folders[i].name, &checks[i]);
-  }
   m_done = 0;
   m_total = plan.entries.size();
-  std::unordered_map<const FolderCheck*, NumberRanges> numbers;
-  for (const Plan::Entry& entry : plan.entries) {
-    numbers[byFolder.at(entry.item.folder)].Add(entry.number);
-  }
+  std::vector<FolderCheck> checks;
+  for (const Plan::Folder& folder : plan.Folders()) checks.emplace_back().folder = folder.name;
+  const std::vector<NumberRanges> numbers = NumbersOf(plan, checks);
   // By target folder: several of the source may lead to one. What its items say is kept no longer
   // than it is looked at, but for the few that may stand elsewhere, too.
-  std::map<std::string, std::vector<FolderCheck*>> places;
-  for (FolderCheck& check : checks) places[m_look.Identity(check.folder)].push_back(&check);
+  std::map<std::string, std::vector<std::size_t>> places;
+  for (std::size_t i = 0; i < checks.size(); ++i) {
+    places[m_look.Identity(checks[i].folder)].push_back(i);
+  }
   std::set<std::string> identities;
   for (const auto& [identity, sharing] : places) identities.insert(identity);
   SecondPlaces second(m_look, std::move(identities));
@@ -191,25 +203,19 @@ std::vector<FolderCheck> Verification::Run(const Plan& plan) {
   Strays strays;
   for (const auto& [identity, sharing] : places) {
     Records all;
-    for (FolderCheck* check : sharing) {
-      for (const std::size_t number : numbers[check]) {
+    for (const std::size_t i : sharing) {
+      for (const std::size_t number : numbers[i]) {
         const Plan::Entry entry = plan.entries[number];
         Step(entry);
-        ++check->items;
-        if (std::optional<SourceRecord> item = ReadItem(entry, *check)) all.push_back(*item);
+        Add(entry, checks[i], all);
       }
     }
-    CheckFolder(m_look, second, plan, all, *sharing.front(), strays);
+    CheckFolder(m_look, second, plan, all, checks[sharing.front()], strays);
     std::ranges::copy_if(all, std::back_inserter(elsewhere),
                          [](const SourceRecord& item) { return item.elsewhere.has_value(); });
   }
   strays.TellWhere(m_mayLackKeys);
-  for (const SourceRecord& item : elsewhere) {
-    while (second.Take(item.elsewhere, item.key)) {
-      item.check->twice.push_back(
-          {plan.entries[item.number].name, "in " + item.elsewhere->path + ", too"});
-    }
-  }
+  TellElsewhere(plan, elsewhere, second);
   for (FolderCheck& check : checks) std::ranges::sort(check.twice, {}, &SourceProblem::location);
   return checks;
 }
