@@ -51,7 +51,9 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
       {".box", '\0' + Mbox("A: b\n")},
       {"nstmp-3", '\0' + Mbox("A: b\n")},
       {"Old.log", std::string(5000, '\0')},
-      {"2019.txt", "Of 2019\n" + Mbox("A: b\n") + Mbox("A: b\n")}};
+      {"2019.txt", "Of 2019\n" + Mbox("A: b\n") + Mbox("A: b\n")},
+      {"2018.txt",
+       "Of 2018\n" + Mbox("A: b\n") + std::string(3 << 20, 'x') + "\n\n" + Mbox("A: b\n")}};
   folder.Write("Old.log.msf", "x");
   for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
   folder.Write("notes.txt", "Note: one field is none\n");
@@ -64,15 +66,15 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   const std::string mails = "\n\n" + Mbox("Status: O\n");
   folder.Write("x.pdf", "%PDF-1.4" + mails);
   folder.Write("far.txt", std::string(2 << 20, 'x') + mails);
-  folder.Write("quote.txt", "He wrote:" + mails);
+  folder.Write("quote.txt", "He wrote:" + mails + std::string(20000, 'x') + "\n\n" + kSeparator);
   folder.Write("letter.txt",
                "Dear,\nFrom here on\nA: 1\nB: 2\n\n" + kSeparator + "we write\nA: 1\n");
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 19);
-  EXPECT_EQ(plan.problems.size(), 27u);
+  EXPECT_EQ(losses, 20);
+  EXPECT_EQ(plan.problems.size(), 28u);
 }
 
 // In a tree and by itself.
