@@ -132,6 +132,8 @@ TEST(Stores, AHoleInAnMboxTakesNoOtherMailAlong) {
       {"Cut", Mbox() + kSeparator + kMail + "te", 2, kText, "its last mail ends within a line"},
       {"Mmdf", kMmdfMark + kText + kMmdfMark + kMmdfMark + kMail + far + "\n" + kMmdfMark, 2, kText,
        "5000 of its bytes"},
+      {"MmdfMarks", kMmdfMark + kMail + "te" + far + "ject: x\nTo: a@b\n\nx\n" + kMmdfMark, 2,
+       kMail + "te", "5000 of its bytes"},
       {"OfDos", Mbox() + "\x1A", 1, kText + "\n\x1A", nullptr},
       {"OwnNulls", kSeparator + kMail + std::string(63, '\0') + "From\n\n", 1,
        kMail + std::string(63, '\0') + "From\n", nullptr},
@@ -142,6 +144,7 @@ TEST(Stores, AHoleInAnMboxTakesNoOtherMailAlong) {
     const Plan plan = MakePlan({folder.Write(row.name, row.file)});
     ASSERT_EQ(plan.entries.size(), row.mails) << row.name;
     EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), row.first) << row.name;
+    EXPECT_NO_THROW(plan.sources[0]->Read(plan.entries[row.mails - 1].item)) << row.name;
     ASSERT_EQ(plan.problems.size(), row.problem ? 1u : 0u) << row.name;
     if (!row.problem) continue;
     EXPECT_THAT(plan.problems[0].reason, testing::StartsWith(row.problem));
