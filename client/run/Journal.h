@@ -101,8 +101,8 @@ class Journal {
   // place of what is known of these. Not durable.
   std::optional<std::string> PlaceOf(const Holder& holder);
   void KeepPlaces(const FolderPlaces& places);
-  // Something of that file or folder of a source, or of a folder below it, went to that folder and
-  // did not fail.
+  // Something of that file or folder of a source, or of a folder below it, went to that folder, did
+  // not fail and was not taken away again.
   bool HasPut(const std::string& path, std::string_view folder);
   // Earlier runs had an item of that file or folder, whatever became of it.
   bool HasItemsOf(const std::string& path);

@@ -516,6 +516,13 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
   platform::SqliteDatabase(m_folder.File("run/journal.db")).Execute("DROP TABLE holder");
   EXPECT_EQ(SummaryOf(pass(before + "New\tNew\n"))["sent"], 1);
   EXPECT_THAT(pass(before + "New\tKunde\n"), FailsWith(m_folder.File("source/New") + to + "New\\"));
+
+  // What was taken away again needs no place.
+  std::filesystem::remove(m_folder.File("source/Dir/cur/6.a:2,S"));
+  const std::string last = before + "New\tNew\n";
+  EXPECT_EQ(SummaryOf(pass(last, {"--delete-missing"}))["taken_away"], 2) << "gone and six";
+  m_folder.Write("source/Dir/cur/9.a:2,S", Mail("nine"));
+  EXPECT_EQ(SummaryOf(pass("Dir\tA\n" + last))["sent"], 1);
 }
 
 // Its labels are folders, whatever lies beside them in its file.
