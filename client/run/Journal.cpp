@@ -359,6 +359,16 @@ void Journal::EachItem(const std::function<void(const ItemRow&)>& take) {
   }
 }
 
+void Journal::EachThere(const std::function<void(const ArrivedRow&)>& take) {
+  platform::SqliteStatement query = m_database.Prepare(
+      "SELECT source, folder, hash FROM item WHERE result = ?1"
+      " AND NOT EXISTS (SELECT 1 FROM mail WHERE mail.folder = item.folder"
+      " AND mail.hash = item.hash AND origin = ?2)");
+  query.Bind(1, static_cast<std::int64_t>(ItemResult::kArrived));
+  query.Bind(2, static_cast<std::int64_t>(KnownMail::Origin::kTakenAway));
+  while (query.Step()) take({query.Text(0), query.Text(1), query.Text(2)});
+}
+
 std::optional<JournalEntry> Journal::EntryAt(std::string_view source) {
   platform::SqliteStatement query = m_database.Prepare("SELECT * FROM item WHERE source = ?1");
   if (!query.Bind(1, source).Step()) return std::nullopt;

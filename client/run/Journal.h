@@ -144,6 +144,13 @@ class Journal {
     ItemResult result;
   };
   void EachItem(const std::function<void(const ItemRow&)>& take);
+  // What arrived and was not taken away again; the views are good until the next one.
+  struct ArrivedRow {
+    std::string_view source;
+    std::string_view folder;
+    std::string_view hash;
+  };
+  void EachThere(const std::function<void(const ArrivedRow&)>& take);
   std::optional<JournalEntry> EntryAt(std::string_view source);
   // Forgets every item and mail, and what it was to be known by. Durable.
   void ForgetAll();
