@@ -77,7 +77,7 @@ bool IsEnough(const Plan& plan, const MigrateOptions& options) {
 int DryRun(MigrateOptions& options, const Plan& plan, const Say& say) {
   RequireStoreUsable(options.target);
   RequireEarlierStoreKept(options.run, options.target);
-  RequirePlacesKept(plan, options.run);
+  RequirePlacesKept(plan, options.run, IdentityOf(options.sources, options.target));
   if (!options.target.Local() && !options.target.Store()) {
     AskSecrets(options);
     ServerWaits waits;
@@ -112,7 +112,7 @@ int Migrate(MigrateOptions& options, Console& console) {
                options.engine.patienceGiven || IsBound(journal), waits, say);
   LogWaits(run.File("4LogFile.txt"));
   const bool forgetsAll = ForgetsAll(options, plan, journal, run, say);
-  if (!forgetsAll) RequirePlacesKept(plan, journal);
+  if (!forgetsAll) RequirePlacesKept(plan, journal, identity);
   // Only now: a mistyped name must not bind the run folder.
   KeepIdentity(journal, identity, options.adopt);
   if (forgetsAll) ForgetAll(journal, run);

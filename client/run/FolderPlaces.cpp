@@ -1,6 +1,8 @@
 #include "client/run/FolderPlaces.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <set>
 #include <utility>
@@ -10,21 +12,17 @@
 
 #include "client/run/FolderMap.h"
 #include "client/run/Journal.h"
+#include "client/run/MovedSources.h"
 #include "client/run/Plan.h"
+#include "client/run/RunIdentity.h"
 #include "client/sources/SpecialFolders.h"
 
 namespace client {
 
 namespace {
 
-struct Moved {
-  Holder holder;
-  std::string had;  // folder of the target
-  FolderPlace place;
-};
-
-std::vector<Moved> MovedIn(const FolderPlaces& places, Journal& journal) {
-  std::vector<Moved> moved;
+std::vector<MovedPlace> MovedIn(const FolderPlaces& places, Journal& journal) {
+  std::vector<MovedPlace> moved;
   for (const auto& [holder, place] : places) {
     const std::optional<std::string> had = journal.PlaceOf(holder);
     if (!had || FoldedName(*had) == FoldedName(place.target)) continue;
@@ -35,8 +33,11 @@ std::vector<Moved> MovedIn(const FolderPlaces& places, Journal& journal) {
 
 }  // namespace
 
-void RequirePlacesKept(const Plan& plan, Journal& journal) {
-  const std::vector<Moved> moved = MovedIn(plan.places, journal);
+void RequirePlacesKept(const Plan& plan, Journal& journal, const RunIdentity& identity) {
+  std::vector<MovedPlace> moved = MovedIn(plan.places, journal);
+  if (!GoneSources(journal, identity).empty()) {
+    std::ranges::move(MovedWithSources(plan, journal, identity.sources), std::back_inserter(moved));
+  }
   if (moved.empty()) return;
   const auto& [holder, had, place] = moved.front();
   const std::string text = fmt::format(
@@ -47,19 +48,20 @@ void RequirePlacesKept(const Plan& plan, Journal& journal) {
       holder.path, had, place.target, had);
   std::vector<PlacesMoved::Line> lines;
   std::set<std::string> named;  // by the folder of the source
-  for (const Moved& each : moved) {
+  for (const MovedPlace& each : moved) {
     if (!named.insert(each.place.source).second) continue;
     lines.push_back({FolderMapPath(each.place.source), FolderMapPath(each.had)});
   }
   throw PlacesMoved(text, std::move(lines));
 }
 
-void RequirePlacesKept(const Plan& plan, const std::string& runFolder) {
+void RequirePlacesKept(const Plan& plan, const std::string& runFolder,
+                       const RunIdentity& identity) {
   const std::string path = runFolder + "/journal.db";
   std::error_code error;
   if (runFolder.empty() || !std::filesystem::exists(path, error)) return;
   Journal journal(path);
-  RequirePlacesKept(plan, journal);
+  RequirePlacesKept(plan, journal, identity);
 }
 
 }  // namespace client

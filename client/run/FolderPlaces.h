@@ -13,6 +13,7 @@ namespace client {
 
 class Journal;
 struct Plan;
+struct RunIdentity;
 
 // What lies together in a source: the items of one type in a folder or in a file.
 struct Holder {
@@ -49,12 +50,12 @@ class PlacesMoved : public RunError {
 };
 
 // A run knows what it sent by the folder of the target: what went elsewhere with other options, or
-// since its source says otherwise by now what a folder is for or has a level more, would be sent
-// again. Throws PlacesMoved with the lines of a folder map that lead to where it went, and
-// platform::SqliteError. A folder that is spelled otherwise is the same one, and one of which
-// nothing arrived yet may go anywhere.
-void RequirePlacesKept(const Plan& plan, Journal& journal);
+// since its source says otherwise by now what a folder is for or has a level more, or moved to
+// where it has one more or less, would be sent again. Throws PlacesMoved with the lines of a folder
+// map that lead to where it went, and platform::SqliteError. A folder that is spelled otherwise is
+// the same one, and one of which nothing is there may go anywhere.
+void RequirePlacesKept(const Plan& plan, Journal& journal, const RunIdentity& identity);
 // The same of a run folder that no run works in now, and that may be none.
-void RequirePlacesKept(const Plan& plan, const std::string& runFolder);
+void RequirePlacesKept(const Plan& plan, const std::string& runFolder, const RunIdentity& identity);
 
 }  // namespace client

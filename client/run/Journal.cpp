@@ -254,9 +254,13 @@ bool Journal::HasPut(const std::string& path, std::string_view folder) {
   for (const char divider : {':', '/'}) {
     platform::SqliteStatement query = m_database.Prepare(
         "SELECT 1 FROM item WHERE source > ?1 AND source < ?2 AND folder = ?3 AND result <> ?4"
-        " UNION ALL SELECT 1 FROM mail WHERE folder = ?3 AND source > ?1 AND source < ?2 LIMIT 1");
+        " AND NOT EXISTS (SELECT 1 FROM mail WHERE mail.folder = item.folder"
+        " AND mail.hash = item.hash AND origin = ?5)"
+        " UNION ALL SELECT 1 FROM mail WHERE folder = ?3 AND source > ?1 AND source < ?2"
+        " AND origin <> ?5 LIMIT 1");
     query.Bind(1, path + divider).Bind(2, path + static_cast<char>(divider + 1)).Bind(3, folder);
-    if (query.Bind(4, static_cast<std::int64_t>(ItemResult::kFailed)).Step()) return true;
+    query.Bind(4, static_cast<std::int64_t>(ItemResult::kFailed));
+    if (query.Bind(5, static_cast<std::int64_t>(KnownMail::Origin::kTakenAway)).Step()) return true;
   }
   return false;
 }
@@ -353,6 +357,16 @@ void Journal::EachItem(const std::function<void(const ItemRow&)>& take) {
   while (query.Step()) {
     take({query.Text(0), query.Text(1), static_cast<ItemResult>(query.Int(2))});
   }
+}
+
+void Journal::EachThere(const std::function<void(const ArrivedRow&)>& take) {
+  platform::SqliteStatement query = m_database.Prepare(
+      "SELECT source, folder, hash FROM item WHERE result = ?1"
+      " AND NOT EXISTS (SELECT 1 FROM mail WHERE mail.folder = item.folder"
+      " AND mail.hash = item.hash AND origin = ?2)");
+  query.Bind(1, static_cast<std::int64_t>(ItemResult::kArrived));
+  query.Bind(2, static_cast<std::int64_t>(KnownMail::Origin::kTakenAway));
+  while (query.Step()) take({query.Text(0), query.Text(1), query.Text(2)});
 }
 
 std::optional<JournalEntry> Journal::EntryAt(std::string_view source) {

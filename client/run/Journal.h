@@ -101,8 +101,8 @@ class Journal {
   // place of what is known of these. Not durable.
   std::optional<std::string> PlaceOf(const Holder& holder);
   void KeepPlaces(const FolderPlaces& places);
-  // Something of that file or folder of a source, or of a folder below it, went to that folder and
-  // did not fail.
+  // Something of that file or folder of a source, or of a folder below it, went to that folder, did
+  // not fail and was not taken away again.
   bool HasPut(const std::string& path, std::string_view folder);
   // Earlier runs had an item of that file or folder, whatever became of it.
   bool HasItemsOf(const std::string& path);
@@ -144,6 +144,13 @@ class Journal {
     ItemResult result;
   };
   void EachItem(const std::function<void(const ItemRow&)>& take);
+  // What arrived and was not taken away again; the views are good until the next one.
+  struct ArrivedRow {
+    std::string_view source;
+    std::string_view folder;
+    std::string_view hash;
+  };
+  void EachThere(const std::function<void(const ArrivedRow&)>& take);
   std::optional<JournalEntry> EntryAt(std::string_view source);
   // Forgets every item and mail, and what it was to be known by. Durable.
   void ForgetAll();

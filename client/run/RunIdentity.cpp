@@ -37,14 +37,13 @@ std::vector<std::string> HadSources(Journal& journal) {
 }
 
 void RequireSourcesKept(Journal& journal, const RunIdentity& identity, const RunFolder& run) {
-  for (const std::string& had : HadSources(journal)) {
-    if (std::ranges::binary_search(identity.sources, had)) continue;
-    throw RunError(fmt::format(
-        "{} belongs to a run with the source {}, which is not among those given. Name it too, or, "
-        "if it moved or is no longer wanted, add --adopt: what the target holds is looked up first "
-        "then. For mail of another kind use another run folder",
-        run.Path(), had));
-  }
+  const std::vector<std::string> gone = GoneSources(journal, identity);
+  if (gone.empty()) return;
+  throw RunError(fmt::format(
+      "{} belongs to a run with the source {}, which is not among those given. Name it too, or, "
+      "if it moved or is no longer wanted, add --adopt: what the target holds is looked up first "
+      "then. For mail of another kind use another run folder",
+      run.Path(), gone.front()));
 }
 
 [[noreturn]] void RefuseTarget(const RunFolder& run, const std::string& had,
@@ -61,6 +60,14 @@ RunIdentity IdentityOf(std::vector<std::string> sources, const Target& target) {
   for (std::string& source : sources) source = CString::FromUtf8(source).ToUtf8();
   std::sort(sources.begin(), sources.end());
   return {std::move(sources), target.Name()};
+}
+
+std::vector<std::string> GoneSources(Journal& journal, const RunIdentity& identity) {
+  std::vector<std::string> gone = HadSources(journal);
+  std::erase_if(gone, [&](const std::string& had) {
+    return std::ranges::binary_search(identity.sources, had);
+  });
+  return gone;
 }
 
 void RequireSameRun(Journal& journal, const RunIdentity& identity, const RunFolder& run,

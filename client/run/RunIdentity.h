@@ -19,6 +19,8 @@ struct RunIdentity {
 
 RunIdentity IdentityOf(std::vector<std::string> sources, const Target& target);
 
+// Those of the runs before that are not among those of now. Throws platform::SqliteError.
+std::vector<std::string> GoneSources(Journal& journal, const RunIdentity& identity);
 // Throws RunError when the folder was used for another target, or for sources that are not among
 // those of now: they may have moved, and what moved would be sent again. The list of sources may
 // grow, and with adopt, where the target tells what it has, be any; once begun with adopt, a run is

@@ -6,10 +6,13 @@
 
 #include <fmt/format.h>
 
+#include "client/sources/EncodedFile.h"
+#include "client/sources/LittleEndian.h"
 #include "client/sources/MboxBegin.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/OtherFiles.h"
 #include "client/sources/PackedFiles.h"
+#include "client/sources/SelfExtracting.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/TarHeader.h"
 
@@ -63,12 +66,8 @@ bool IsZip(std::string_view head) {
   return head.starts_with(kZipMember) || head.starts_with(kEmptyZip);
 }
 
-std::uint64_t NumberAt(std::string_view bytes, std::size_t at, std::size_t size) {
-  std::uint64_t number = 0;
-  for (std::size_t i = size; i-- > 0;) {
-    number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
-  }
-  return number;
+bool IsLookedInto(std::string_view head) {
+  return IsZip(head) || IsTar(head) || PackingOf(head) == kGzip;
 }
 
 // Texts of office programs, books and the like, which are ZIP files: their first member says so.
@@ -123,13 +122,29 @@ void Join(ArchiveLook& all, ArchiveLook member) {
   if (all == ArchiveLook::kNoMail || member == ArchiveLook::kMail) all = member;
 }
 
-// Each member has a block of its own in front, with its name and its size; one that begins with a
-// NUL stands behind the last.
+// The next block of a member behind that place, or the end: what was joined to a tar file stands
+// behind the NULs, and whatever else, that fill its last record.
+std::uint64_t NextTarBlock(const PartlyRead& file, std::uint64_t at) {
+  constexpr std::uint64_t kPiece = kTarBlock << 11;
+  for (; at < file.size; at += kPiece) {
+    const std::string piece = file.read(at, kPiece);
+    for (std::uint64_t block = 0; block < piece.size(); block += kTarBlock) {
+      if (IsTar(std::string_view(piece).substr(block, kTarBlock))) return at + block;
+    }
+  }
+  return file.size;
+}
+
+// Each member has a block of its own in front, with its name and its size; one of NULs stands
+// behind the last.
 ArchiveLook LookIntoTar(const PartlyRead& file) {
   ArchiveLook all = ArchiveLook::kNoMail;
   for (std::uint64_t at = 0; at < file.size && all != ArchiveLook::kMail;) {
     const std::string bytes = file.read(at, kTarBlock + kHead);
-    if (!bytes.empty() && bytes.front() == '\0') break;
+    if (bytes.starts_with('\0') && !IsTar(bytes)) {
+      at = NextTarBlock(file, at + kTarBlock);
+      continue;
+    }
     const std::uint64_t left = file.size - at;
     const auto size = IsTar(bytes) && left >= kTarBlock && bytes.size() >= kTarBlock
                           ? TarMemberSize(bytes)
@@ -140,6 +155,8 @@ ArchiveLook LookIntoTar(const PartlyRead& file) {
   }
   return all;
 }
+
+constexpr std::string_view kZipRow = "PK\x01\x02";
 
 // A member of a ZIP file, as the list at its end has it.
 struct ZipMember {
@@ -153,7 +170,7 @@ struct ZipMember {
 // Takes one from the list; nothing where none stands there whole.
 std::optional<ZipMember> TakeZipMember(std::string_view& list) {
   constexpr std::size_t kRow = 46;
-  if (list.size() < kRow || !list.starts_with("PK\x01\x02")) return std::nullopt;
+  if (list.size() < kRow || !list.starts_with(kZipRow)) return std::nullopt;
   const std::uint64_t nameSize = NumberAt(list, 28, 2);
   const std::uint64_t size = kRow + nameSize + NumberAt(list, 30, 2) + NumberAt(list, 32, 2);
   if (size > list.size()) return std::nullopt;
@@ -184,49 +201,102 @@ std::optional<std::string> HeadOfMember(const PartlyRead& file, const ZipMember&
   return UnpackedHead(std::string(kGzipHeader) + bytes);
 }
 
-ArchiveLook LookIntoZip(const PartlyRead& file) {
+struct ZipList {
+  std::string bytes;
+  std::uint64_t front = 0;  // bytes in front of the place from which its offsets count
+};
+
+// The list of a ZIP file, which may stand behind a program that unpacks it; nothing where none can
+// be had.
+std::optional<ZipList> ZipListOf(const PartlyRead& file) {
   constexpr std::uint64_t kEnd = 22;  // bytes, and then a comment
   constexpr std::uint64_t kMostEnd = kEnd + 0xFFFF;
   constexpr std::uint64_t kMostList = 64 << 20;  // bytes; where it is beyond, so are its numbers
-  const std::string tail =
-      file.read(file.size - std::min(file.size, kMostEnd), std::min(file.size, kMostEnd));
+  const std::uint64_t tailAt = file.size - std::min(file.size, kMostEnd);
+  const std::string tail = file.read(tailAt, kMostEnd);
   const std::size_t end = tail.rfind(kEmptyZip);
-  if (end == std::string::npos || tail.size() - end < kEnd) return ArchiveLook::kUnknown;
+  if (end == std::string::npos || tail.size() - end < kEnd) return std::nullopt;
   const std::uint64_t size = NumberAt(tail, end + 12, 4);
-  if (size > kMostList) return ArchiveLook::kUnknown;
-  const std::string bytes = file.read(NumberAt(tail, end + 16, 4), size);
-  if (bytes.size() != size) return ArchiveLook::kUnknown;
+  const std::uint64_t offset = NumberAt(tail, end + 16, 4);
+  if (size > kMostList || size + offset > tailAt + end) return std::nullopt;
+  for (const std::uint64_t front : {std::uint64_t{0}, tailAt + end - size - offset}) {
+    std::string bytes = file.read(front + offset, size);
+    if (bytes.size() == size && (size == 0 || bytes.starts_with(kZipRow))) {
+      return ZipList{std::move(bytes), front};
+    }
+  }
+  return std::nullopt;
+}
+
+ArchiveLook LookAtZipMembers(const PartlyRead& file, const ZipList& zip) {
   ArchiveLook all = ArchiveLook::kNoMail;
   std::uint64_t looked = 0;  // bytes, which no honest list makes more than the file has
-  for (std::string_view list = bytes; !list.empty() && all != ArchiveLook::kMail;) {
-    const auto member = TakeZipMember(list);
+  for (std::string_view list = zip.bytes; !list.empty() && all != ArchiveLook::kMail;) {
+    auto member = TakeZipMember(list);
     if (!member) return ArchiveLook::kUnknown;
     if (member->name.ends_with('/')) continue;
     if (IsMailName(member->name)) return ArchiveLook::kMail;
     looked += std::min(member->packed, kHead);
     if (looked > file.size) return ArchiveLook::kUnknown;
+    member->offset += zip.front;
     const auto head = HeadOfMember(file, *member);
     Join(all, head ? LookAtMember(member->name, *head) : ArchiveLook::kUnknown);
   }
   return all;
 }
 
+ArchiveLook LookIntoZip(const PartlyRead& file) {
+  const auto list = ZipListOf(file);
+  return list ? LookAtZipMembers(file, *list) : ArchiveLook::kUnknown;
+}
+
+// Those that pack and unpack have marks of archives among their constants.
+ArchiveLook LookIntoProgram(const PartlyRead& file) {
+  const auto list = ZipListOf(file);
+  if (list && !list->bytes.empty()) return LookAtZipMembers(file, *list);
+  const bool holdsOther = HoldsArchive(file.read(0, kMostStub), file.size);
+  return holdsOther ? ArchiveLook::kUnknown : ArchiveLook::kNoMail;
+}
+
+// The bytes must outlive it.
+PartlyRead InMemory(const std::string& bytes) {
+  return {bytes.size(), [&bytes](std::uint64_t offset, std::uint64_t length) {
+            return bytes.substr(std::min<std::uint64_t>(offset, bytes.size()), length);
+          }};
+}
+
+constexpr std::uint64_t kMostInMemory = 64 << 20;  // bytes, packed and unpacked
+
 // A tar file is unpacked to look at its members; of anything else its beginning says enough.
 ArchiveLook LookIntoGzip(const PartlyRead& file, std::string_view packedHead) {
-  constexpr std::uint64_t kMost = 64 << 20;  // bytes, packed and unpacked
   const std::string head = UnpackedHead(packedHead);
   if (!IsTar(head)) {
     return head.empty() ? ArchiveLook::kUnknown : LookAtMember("", head);
   }
-  if (file.size > kMost) return ArchiveLook::kUnknown;
+  if (file.size > kMostInMemory) return ArchiveLook::kUnknown;
   try {
-    const std::string all = Unpacked(file.read(0, file.size), kMost);
-    return LookIntoTar({all.size(), [&](std::uint64_t offset, std::uint64_t length) {
-                          return all.substr(std::min<std::uint64_t>(offset, all.size()), length);
-                        }});
+    return LookIntoTar(InMemory(Unpacked(file.read(0, file.size), kMostInMemory)));
   } catch (const SourceError&) {  // it is damaged, or too large
     return ArchiveLook::kUnknown;
   }
+}
+
+// By the first bytes of one that is not encoded.
+ArchiveLook LookInto(const PartlyRead& file, std::string_view head) {
+  if (IsZip(head)) return LookIntoZip(file);
+  if (IsTar(head)) return LookIntoTar(file);
+  if (PackingOf(head) == kGzip) return LookIntoGzip(file, head);
+  if (IsProgram(head)) return LookIntoProgram(file);
+  return FormOf(head).empty() ? ArchiveLook::kNoMail : ArchiveLook::kUnknown;
+}
+
+ArchiveLook LookIntoEncoded(const PartlyRead& file, std::string_view encodedHead,
+                            const EncodedFile& encoded) {
+  const std::string head = Decoded(encoded, encodedHead);
+  if (!IsLookedInto(head) && !IsProgram(head)) return LookAtMember(encoded.name, head);
+  if (file.size > kMostInMemory) return ArchiveLook::kUnknown;
+  const std::string all = Decoded(encoded, file.read(0, file.size));
+  return LookInto(InMemory(all), std::string_view(all).substr(0, kHead));
 }
 
 // What is packed in a file of that name: "2021.mbox" of "2021.mbox.gz".
@@ -239,10 +309,8 @@ std::string_view PackedName(std::string_view name) {
 }  // namespace
 
 ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head) {
-  if (IsZip(head)) return LookIntoZip(file);
-  if (IsTar(head)) return LookIntoTar(file);
-  if (PackingOf(head) == kGzip) return LookIntoGzip(file, head);
-  return FormOf(head).empty() ? ArchiveLook::kNoMail : ArchiveLook::kUnknown;
+  const auto encoded = EncodedFileIn(head);
+  return encoded ? LookIntoEncoded(file, head, *encoded) : LookInto(file, head);
 }
 
 std::string ArchiveReason(const std::string& path, std::uint64_t size, std::string_view head) {
@@ -254,7 +322,7 @@ std::string ArchiveReason(const std::string& path, std::uint64_t size, std::stri
   const std::string_view packed = PackedName(name);
   if (look == ArchiveLook::kMail || IsMailName(packed)) return "it is packed: unpack it first";
   const std::string_view form = FormOf(head);
-  const bool isLookedInto = IsZip(head) || IsTar(head) || form == kGzip;
+  const bool isLookedInto = IsLookedInto(head);
   // One that is called an archive and is none of the forms that are known.
   const bool isOdd = isLookedInto
                          ? form == kGzip && IsCalledAsArchives(packed) && !IsTar(UnpackedHead(head))

@@ -22,8 +22,9 @@ enum class ArchiveLook {
   kUnknown,  // of another form, encrypted, cut off, or too large
 };
 
-// Looks at the members of a tar or ZIP file and into what gzip packed; of other forms at the first
-// bytes alone, which head has of each. Linear in the size of the file.
+// Looks at the members of a tar or ZIP file, also of one behind a program that unpacks it, and into
+// what gzip packed or what was encoded; of other forms at the first bytes alone, which head has of
+// each. Linear in the size of the file.
 ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head);
 
 // Why a file of that size and those first bytes is to be told as one that may hold mail; empty for

@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::uint64_t kMostOfUnknown = 16 << 10;  // bytes
 constexpr std::uint64_t kMostOfLikely = 1 << 20;
+constexpr std::uint64_t kMostOfMail = 64 << 20;  // behind the beginning of one in a text
 constexpr std::string_view kUtf16Marks[] = {"\xFF\xFE", "\xFE\xFF"};
 
 // Files that hold whatever they hold in a form of their own.
@@ -137,9 +138,8 @@ std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_v
 
 bool IsTextOfMails(const std::string& path, std::string_view head) {
   if (IsOfOtherForm(head) || !IsCalledAsText(path)) return false;
-  const std::string bytes = ReadFileRange(path, 0, kMostOfUnknown);
-  const auto first = FindFirstMail(bytes);
-  return first && FindFirstMail(std::string_view(bytes).substr(*first + kFrom.size()));
+  const auto first = FindFirstMail(ReadFileRange(path, 0, kMostOfUnknown));
+  return first && FindFirstMail(ReadFileRange(path, *first + kFrom.size(), kMostOfMail));
 }
 
 bool IsMboxInUtf16(std::string_view head) {

@@ -142,6 +142,13 @@ bool IsPatch(std::string_view mail) {
   return sender.find_first_not_of("0123456789abcdef") == kDigits;
 }
 
+// By what stands in front of it.
+bool IsInMmdf(std::string_view before, std::string_view mail) {
+  if (EndsWithMmdfMark(before)) return true;
+  const bool isBehindHole = before.ends_with('\0') && before.find_first_not_of('\0') == before.npos;
+  return isBehindHole && !mail.starts_with(kFrom);
+}
+
 }  // namespace
 
 std::string MboxFolder(const std::string& path) {
@@ -228,7 +235,7 @@ std::string ReadMboxItem(const SourceItem& item, MboxKind kind) {
   const std::string_view whole(bytes);
   const std::string_view found = whole.substr(std::min<std::uint64_t>(before, whole.size()));
   if (EndsLinesByCr(found)) MakeLfOfCr(bytes);
-  const bool isMmdf = EndsWithMmdfMark(whole.substr(0, whole.size() - found.size()));
+  const bool isMmdf = IsInMmdf(whole.substr(0, whole.size() - found.size()), found);
   if (found.size() != item.length || !(isMmdf || found.starts_with(kFrom))) {
     throw SourceError(
         "its file changed since it was listed; the next run takes what is there then");

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "client/sources/SourceFiles.h"
+
 namespace client {
 namespace {
 
 constexpr std::string_view kMark = "\x01\x01\x01\x01";
+constexpr std::size_t kMostOfLine = 128;  // bytes: a mark, or the name of a field
 
 std::string_view WithoutEnd(std::string_view line) {
   if (line.ends_with('\n')) line.remove_suffix(1);
@@ -24,9 +27,25 @@ bool EndsWithMmdfMark(std::string_view bytes) {
 
 void MmdfSplitter::Feed(std::string_view bytes) {
   while (!bytes.empty()) {
+    const bool isNull = bytes.front() == '\0';
+    const std::size_t end =
+        std::min(isNull ? bytes.find_first_not_of('\0') : bytes.find('\0'), bytes.size());
+    if (!isNull) {
+      if (m_nulls >= kLeastHole) EndHole();
+      m_nulls = 0;
+    } else {
+      m_nulls += end;
+    }
+    FeedLines(bytes.substr(0, end));
+    bytes.remove_prefix(end);
+  }
+}
+
+void MmdfSplitter::FeedLines(std::string_view bytes) {
+  while (!bytes.empty()) {
     const std::size_t end = bytes.find('\n');
     const std::size_t size = end == std::string_view::npos ? bytes.size() : end + 1;
-    m_line += bytes.substr(0, std::min(size, kMostMmdfMark - m_line.size()));
+    m_line += bytes.substr(0, std::min(size, kMostOfLine - m_line.size()));
     m_size += size;
     bytes.remove_prefix(size);
     if (end != std::string_view::npos) EndLine();
@@ -41,13 +60,38 @@ void MmdfSplitter::EndLine() {
     m_isWithin = true;
     m_inHeader = true;
     m_mail = {m_at + m_size, 0, 0};
+    m_behindHole.reset();
   } else {
     m_mail.length += m_size;
     if (m_inHeader) m_mail.header += m_size;
     if (isWhole && text.empty() && m_mail.header > m_size) m_inHeader = false;
+    if (m_behindHole) CountField();
   }
   m_at += std::exchange(m_size, 0);
   m_line.clear();
+}
+
+// The NULs are of the line that ends here.
+void MmdfSplitter::EndHole() {
+  EndLine();
+  m_hole = m_nulls;
+  m_behindHole = {m_at, 0, 0};
+}
+
+void MmdfSplitter::CountField() {
+  const bool isFirst = m_behindHole->length == 0;
+  m_behindHole->length += m_size;
+  if (!LooksLikeField(m_line)) {
+    m_behindHole.reset();
+  } else if (!isFirst) {
+    MboxSplitter::Mail next = *std::exchange(m_behindHole, std::nullopt);
+    next.header = next.length;
+    m_mail.length -= next.length + m_hole;
+    m_mail.header = std::min(m_mail.header, m_mail.length);
+    EndMail();
+    m_mail = next;
+    m_inHeader = true;
+  }
 }
 
 void MmdfSplitter::EndMail() {

@@ -9,6 +9,7 @@
 #include "client/sources/CrLines.h"
 #include "client/sources/Mbox.h"
 #include "client/sources/MboxBegin.h"
+#include "client/sources/Mmdf.h"
 #include "client/sources/StateFields.h"
 
 // Mbox files of every kind. However the bytes are cut into reads, the same mails are found, each at
@@ -21,6 +22,7 @@ namespace {
 using mail::byte_order::kUtf8Mark;
 using Mails = client::MboxSplitter::Mails;
 
+const std::string kMmdfMark = "\x01\x01\x01\x01\n";
 const std::string kSeparator = "From someone@example.com Mon Mar  4 08:12:00 2024\n";
 
 void Require(bool holds) {
@@ -28,9 +30,8 @@ void Require(bool holds) {
 }
 
 // The pieces have 1 to 256 bytes, as the cuts say, over and over.
-Mails Split(std::string_view bytes, std::string_view cuts, client::MboxKind kind,
-            bool* isCut = nullptr) {
-  client::MboxSplitter splitter(kind);
+template <typename Splitter>
+Mails SplitBy(Splitter splitter, std::string_view bytes, std::string_view cuts, bool* isCut) {
   for (std::size_t cut = 0; !bytes.empty(); ++cut) {
     std::size_t piece = bytes.size();
     if (!cuts.empty()) {
@@ -43,6 +44,11 @@ Mails Split(std::string_view bytes, std::string_view cuts, client::MboxKind kind
   Mails mails = splitter.Finish();
   if (isCut) *isCut = splitter.IsCut();
   return mails;
+}
+
+Mails Split(std::string_view bytes, std::string_view cuts, client::MboxKind kind,
+            bool* isCut = nullptr) {
+  return SplitBy(client::MboxSplitter(kind), bytes, cuts, isCut);
 }
 
 bool IsHole(std::string_view bytes) {
@@ -97,6 +103,27 @@ void CheckSplit(std::string_view bytes, std::string_view cuts, client::MboxKind 
     at = mail.offset + mail.length;
   }
   Require(mails.empty() || at == bytes.size() || IsHole(bytes.substr(at)));
+}
+
+// Between its mails lie marks and holes alone.
+void CheckMmdf(std::string_view text, std::string_view cuts) {
+  const std::string file = kMmdfMark + std::string(text);
+  const std::string_view bytes = file;
+  bool isCut = false;
+  bool isWholeCut = false;
+  const Mails mails = SplitBy(client::MmdfSplitter(), bytes, cuts, &isCut);
+  const Mails whole = SplitBy(client::MmdfSplitter(), bytes, {}, &isWholeCut);
+  Require(isCut == isWholeCut && mails.size() == whole.size());
+  std::size_t at = 0;
+  for (std::size_t i = 0; i < mails.size(); ++i) {
+    const auto& mail = mails[i];
+    Require(mail.offset == whole[i].offset && mail.header == whole[i].header);
+    Require(mail.length > 0 && mail.header <= mail.length);
+    Require(mail.offset >= at && mail.length <= bytes.size() - mail.offset);
+    const std::string_view between = bytes.substr(at, mail.offset - at);
+    Require(between.find_first_not_of(std::string_view("\x01\r\n\0", 4)) == between.npos);
+    at = mail.offset + mail.length;
+  }
 }
 
 // Empty lines in front of a header go with the line of the mbox.
@@ -172,6 +199,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto kind = static_cast<client::MboxKind>(data[0] / 16 % 5);
   CheckSplit(input.substr(cuts), input.substr(0, cuts), kind);
   CheckDamage(input.substr(cuts), input.substr(0, cuts));
+  CheckMmdf(input.substr(cuts), input.substr(0, cuts));
   CheckRoundTrip(input, client::MboxKind::kMboxrd);
   CheckRoundTrip(input, client::MboxKind::kMboxcl2);
   return 0;

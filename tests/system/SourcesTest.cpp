@@ -516,6 +516,63 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
   platform::SqliteDatabase(m_folder.File("run/journal.db")).Execute("DROP TABLE holder");
   EXPECT_EQ(SummaryOf(pass(before + "New\tNew\n"))["sent"], 1);
   EXPECT_THAT(pass(before + "New\tKunde\n"), FailsWith(m_folder.File("source/New") + to + "New\\"));
+
+  // What was taken away again needs no place.
+  std::filesystem::remove(m_folder.File("source/Dir/cur/6.a:2,S"));
+  const std::string last = before + "New\tNew\n";
+  EXPECT_EQ(SummaryOf(pass(last, {"--delete-missing"}))["taken_away"], 2) << "gone and six";
+  m_folder.Write("source/Dir/cur/9.a:2,S", Mail("nine"));
+  EXPECT_EQ(SummaryOf(pass("Dir\tA\n" + last))["sent"], 1);
+}
+
+// With a level more or less.
+TEST_F(SecondPass, WhatASourceHoldsIsKnownWhereItWasMoved) {
+  const auto pass = [this](const std::string& source, const std::vector<std::string>& more = {}) {
+    std::vector<std::string> arguments = MigrateArguments(m_folder, more);
+    arguments[1] = m_folder.File(source);
+    return RunProgram("tarny", arguments, m_folder.Path());
+  };
+  const auto move = [this](const std::string& from, const std::string& to) {
+    std::filesystem::create_directories(m_folder.File(to).substr(0, m_folder.File(to).rfind('/')));
+    std::filesystem::rename(m_folder.File(from), m_folder.File(to));
+  };
+  m_folder.Write("source/1.eml", Mail("1"));
+  m_folder.Write("source/Kunde/2.eml", Mail("2"));
+  m_folder.Write("source/Kunde/3.eml", Mail("3"));
+  m_folder.Write("source/Dir/cur/4.a:2,S", Mail("4"));
+  m_folder.Write("source/Dir/new/.keep", "");
+  m_folder.Write("source/Box", "From - Tue Mar 05 10:00:00 2019\n" + Mail("5") + "\n");
+  m_folder.Write("source/Kunde/6.ics",
+                 "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:6\r\nDTSTART:20240102T100000Z\r\n"
+                 "END:VEVENT\r\nEND:VCALENDAR\r\n");
+  EXPECT_EQ(Pass()["sent"], 6);
+
+  // As deep as before, though its mails were sorted since.
+  move("source", "a/source");
+  move("a/source/Kunde/3.eml", "a/source/Sorted/3.eml");
+  EXPECT_THAT(pass("a/source"), FailsWith("which is not among those given"));
+  const nlohmann::json same = SummaryOf(pass("a/source", {"--adopt"}));
+  EXPECT_EQ(same["there_already"], 5);
+  EXPECT_EQ(same["sent"], 1);
+
+  move("a", "b/a");
+  m_folder.Write("b/a/7.eml", Mail("7"));
+  m_folder.Write("b/a/source/Kunde/8.eml", Mail("8"));
+  const std::string lines =
+      "source\tInbox\nsource/Box\tBox\nsource/Dir\tDir\nsource/Kunde\tKunde\n"
+      "Calendar/source/Kunde\tCalendar/Kunde\nsource/Sorted\tSorted\n";
+  for (const char* const option : {"--adopt", "--dry-run"}) {
+    EXPECT_THAT(pass("b/a", {option}), FailsWith("The lines:\n" + lines));
+  }
+  m_folder.Write("map", lines);
+  const nlohmann::json deeper =
+      SummaryOf(pass("b/a", {"--adopt", "--folder-map", m_folder.File("map")}));
+  EXPECT_EQ(deeper["there_already"], 6);
+  EXPECT_EQ(deeper["sent"], 2);
+
+  move("b/a/source/Kunde", "c/Kunde");
+  EXPECT_THAT(pass("c/Kunde", {"--adopt"}),
+              FailsWith("The lines:\nInbox\tKunde\nCalendar\tCalendar/Kunde\n"));
 }
 
 // Its labels are folders, whatever lies beside them in its file.

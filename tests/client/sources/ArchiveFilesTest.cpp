@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "client/run/Plan.h"
+#include "platform/Base64.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace client {
@@ -77,6 +78,40 @@ std::string Gzip(const std::string& bytes) {
          Number(~bytes.size(), 2) + bytes + Number(~sum, 4) + Number(bytes.size(), 4);
 }
 
+// As uuencode and base64 write it.
+std::string Uu(const std::string& name, const std::string& bytes) {
+  std::string text = "begin 755 " + name + "\n";
+  for (std::size_t at = 0; at < bytes.size(); at += 45) {
+    std::string line = bytes.substr(at, 45);
+    text += static_cast<char>(' ' + line.size());
+    line.resize((line.size() + 2) / 3 * 3);
+    for (std::size_t i = 0; i < line.size(); i += 3) {
+      const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(line[i + k]); };
+      const unsigned group = byte(0) << 16 | byte(1) << 8 | byte(2);
+      for (int bits = 18; bits >= 0; bits -= 6) {
+        text += static_cast<char>(' ' + (group >> bits & 63));
+      }
+    }
+    text += '\n';
+  }
+  return text + "`\nend\n";
+}
+
+std::string Base64(const std::string& bytes) {
+  const std::string all = platform::Base64Encode(bytes);
+  std::string text;
+  for (std::size_t at = 0; at < all.size(); at += 76) text += all.substr(at, 76) + "\r\n";
+  return text;
+}
+
+const std::string kStub = "MZ" + std::string(3000, 'x') + "Rar!\x1A\x07, PK\x05\x06" +
+                          std::string("7z\xBC\xAF\x27\x1C\0", 7) + std::string(200000, 'x');
+// The headers of archives, and what they say that stands behind.
+const std::string kRar("Rar!\x1A\x07\0..\x73", 10);
+const std::string kRar5("Rar!\x1A\x07\x01\0....\x8A\x00\x04...", 18);
+const std::string k7z =
+    std::string("7z\xBC\xAF\x27\x1C\0\x04....", 12) + Number(3, 8) + Number(2, 8) + "....";
+
 // A mail with two fields.
 const std::string kDeflatedMail("\013\311\267RHtH\342\012.M\312JM.\261R\250\340\342\002\000", 22);
 
@@ -91,12 +126,18 @@ std::string Compound(std::u16string_view stream) {
 TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
   const std::string notes = Tar("notes.txt", "Note: one field\n");
   const std::string far = Tar("a.bin", std::string(20000, 'x')) + Tar("12", kMbox);
+  const std::string joined = notes + std::string(1024, '\0') + Tar("12", kMbox);
   const std::string lost[] = {
       Tar("notes/", "") + Tar("notes/1", kMbox),
       Tar("Maildir/cur/1:2,S", ""),
       far,
       far.substr(0, far.size() - 600),
       notes + "no tar",
+      joined,
+      notes + std::string(3 << 20, '\0') + OldTar("12", kMbox),
+      notes + std::string(512, '\0') + notes + std::string(512, 'x') + far,
+      Gzip(joined),
+      Gzip(notes + std::string(1024, '\0')) + Gzip(Tar("12", kMbox)),
       OldTar("a.bin", "x") + OldTar("K\xC3\xB6ln", kMbox),
       OldTar("1", kMbox + "A: b\nC: d\n\n") + OldTar("2", kMbox),
       Gzip(far),
@@ -126,10 +167,23 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
       "!BDN",
       "JMF9",
       Compound(u"__substg1.0_0037001F"),
+      Uu("a.tar", far),
+      Uu("a.bin", Zip({{"12", kDeflatedMail, 8}})),
+      Uu("a.7z", "?"),
+      Uu("Inbox", kMbox),
+      "begin-base64 644 a\n" + Base64(Gzip(joined)),
+      Base64(Zip({{"a.bin", std::string(20000, 'x')}, {"Inbox", kMbox}})),
+      Base64("Rar!\x1A\x07\x01" + std::string(20, '\0')),
+      kStub + Zip({{"m/1.eml", "x"}}),
+      kStub + Zip({{"12", kDeflatedMail, 8}}) + std::string(7000, '\x02'),
+      kStub + kRar,
+      kStub + kRar5,
+      kStub + k7z + "..[]]",
+      Uu("a.exe", kStub.substr(0, 3000) + Zip({{"notes.txt", "x", 0, 1}})),
   };
   const std::string none[] = {
       notes,
-      notes + std::string(1024, '\0') + "filling",
+      notes + std::string(1024, '\0') + notes + std::string(10240, '\0') + "filling",
       OldTar("notes.txt", "Note: one field\n"),
       Gzip(notes),
       Gzip("Note: one field is none\n"),
@@ -138,6 +192,15 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
       Zip({{"[Content_Types].xml", "<?xml"}, {"word/x.xlsx", Zip({{"[Content_Types].xml", "<"}})}}),
       Zip({{"META-INF/MANIFEST.MF", "Manifest-Version: 1.0\nCreated-By: x\n"}}),
       Compound(u"WordDocument"),
+      Uu("notes.tar", notes),
+      Uu("x.jpg", "\xFF\xD8\xFF\xE0"),
+      Base64(Gzip(notes)),
+      "begin 100 of them\nFrom here on\n",
+      "ThisIsOneLongWordWithoutAnyBlankInIt\nFrom here on\n",
+      kStub,
+      kStub + Zip({{"notes.txt", "x"}, {"setup.dll", "MZ"}}),
+      kStub + ";!@Install@!UTF-8!\n;!@InstallEnd@!" + k7z + "..[]]",
+      kStub + k7z,
       "%PDF-1.4\n",
       "\xFF\xD8\xFF\xE0",
   };

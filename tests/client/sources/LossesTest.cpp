@@ -51,7 +51,9 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
       {".box", '\0' + Mbox("A: b\n")},
       {"nstmp-3", '\0' + Mbox("A: b\n")},
       {"Old.log", std::string(5000, '\0')},
-      {"2019.txt", "Of 2019\n" + Mbox("A: b\n") + Mbox("A: b\n")}};
+      {"2019.txt", "Of 2019\n" + Mbox("A: b\n") + Mbox("A: b\n")},
+      {"2018.txt",
+       "Of 2018\n" + Mbox("A: b\n") + std::string(3 << 20, 'x') + "\n\n" + Mbox("A: b\n")}};
   folder.Write("Old.log.msf", "x");
   for (const auto& [name, bytes] : lost) folder.Write(name, bytes);
   folder.Write("notes.txt", "Note: one field is none\n");
@@ -64,15 +66,15 @@ TEST(Stores, WhatMayBeMailAndIsNotReadIsNamedAsALoss) {
   const std::string mails = "\n\n" + Mbox("Status: O\n");
   folder.Write("x.pdf", "%PDF-1.4" + mails);
   folder.Write("far.txt", std::string(2 << 20, 'x') + mails);
-  folder.Write("quote.txt", "He wrote:" + mails);
+  folder.Write("quote.txt", "He wrote:" + mails + std::string(20000, 'x') + "\n\n" + kSeparator);
   folder.Write("letter.txt",
                "Dear,\nFrom here on\nA: 1\nB: 2\n\n" + kSeparator + "we write\nA: 1\n");
   const Plan plan = MakePlan({folder.Path()});
   EXPECT_TRUE(plan.entries.empty());
   int losses = 0;
   for (const SourceProblem& problem : plan.problems) losses += problem.isUnread;
-  EXPECT_EQ(losses, 19);
-  EXPECT_EQ(plan.problems.size(), 27u);
+  EXPECT_EQ(losses, 20);
+  EXPECT_EQ(plan.problems.size(), 28u);
 }
 
 // In a tree and by itself.
@@ -130,6 +132,8 @@ TEST(Stores, AHoleInAnMboxTakesNoOtherMailAlong) {
       {"Cut", Mbox() + kSeparator + kMail + "te", 2, kText, "its last mail ends within a line"},
       {"Mmdf", kMmdfMark + kText + kMmdfMark + kMmdfMark + kMail + far + "\n" + kMmdfMark, 2, kText,
        "5000 of its bytes"},
+      {"MmdfMarks", kMmdfMark + kMail + "te" + far + "ject: x\nTo: a@b\n\nx\n" + kMmdfMark, 2,
+       kMail + "te", "5000 of its bytes"},
       {"OfDos", Mbox() + "\x1A", 1, kText + "\n\x1A", nullptr},
       {"OwnNulls", kSeparator + kMail + std::string(63, '\0') + "From\n\n", 1,
        kMail + std::string(63, '\0') + "From\n", nullptr},
@@ -140,6 +144,7 @@ TEST(Stores, AHoleInAnMboxTakesNoOtherMailAlong) {
     const Plan plan = MakePlan({folder.Write(row.name, row.file)});
     ASSERT_EQ(plan.entries.size(), row.mails) << row.name;
     EXPECT_EQ(plan.sources[0]->Read(plan.entries[0].item), row.first) << row.name;
+    EXPECT_NO_THROW(plan.sources[0]->Read(plan.entries[row.mails - 1].item)) << row.name;
     ASSERT_EQ(plan.problems.size(), row.problem ? 1u : 0u) << row.name;
     if (!row.problem) continue;
     EXPECT_THAT(plan.problems[0].reason, testing::StartsWith(row.problem));
