@@ -200,7 +200,9 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
     hasOwn = hasOwn || !isExported;
     StateFields fields = isExported ? ExportedFields(WithoutFromLine(header), place)
                                     : ReadStateFields(WithoutFromLine(header));
-    fields.state.received = TimeOf(ParseFromLine(header.substr(0, header.find('\n'))));
+    if (header.starts_with(kFrom)) {  // none stands in most MMDF files
+      fields.state.received = TimeOf(ParseFromLine(header.substr(0, header.find('\n'))));
+    }
     // A list that no longer fits its file makes no mail new.
     hasNotes = hasNotes || fields.read.has_value();
     toc.AddState(mail.offset, fields);
