@@ -47,11 +47,6 @@ constexpr auto kNames = std::to_array<std::string_view>(
      ".txz", ".zst", ".tzst", ".lz",   ".tlz",  ".lz4", ".z",   ".taz", ".cab",  ".arj",
      ".ace", ".lha", ".lzh",  ".lzma", ".cpio", ".sit", ".iso", ".dmg", ".wim",  ".bkf"});
 
-bool IsCalledAsArchives(std::string_view name) {
-  return std::ranges::any_of(kNames,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
-}
-
 std::string_view FormOf(std::string_view head) {
   const auto row = std::ranges::find_if(kForms, [&](const Form& form) {
     return head.size() > form.offset && head.substr(form.offset).starts_with(form.mark);
@@ -113,8 +108,7 @@ bool LooksLikeMail(std::string_view head) {
 ArchiveLook LookAtMember(std::string_view name, std::string_view head) {
   if (IsMailName(name)) return ArchiveLook::kMail;
   if (LooksLikeMail(head) && !IsManifest(name)) return ArchiveLook::kMail;
-  const bool isArchive = IsCalledAsArchives(name) || IsTar(head) || !FormOf(head).empty() ||
-                         (IsZip(head) && !IsDocument(head));
+  const bool isArchive = IsCalledAsArchive(name) || (IsArchive(head) && !IsDocument(head));
   return isArchive ? ArchiveLook::kUnknown : ArchiveLook::kNoMail;
 }
 
@@ -238,6 +232,15 @@ std::string_view PackedName(std::string_view name) {
 
 }  // namespace
 
+bool IsArchive(std::string_view head) {
+  return IsZip(head) || IsTar(head) || !FormOf(head).empty();
+}
+
+bool IsCalledAsArchive(std::string_view name) {
+  return std::ranges::any_of(kNames,
+                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+}
+
 ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head) {
   if (IsZip(head)) return LookIntoZip(file);
   if (IsTar(head)) return LookIntoTar(file);
@@ -257,8 +260,8 @@ std::string ArchiveReason(const std::string& path, std::uint64_t size, std::stri
   const bool isLookedInto = IsZip(head) || IsTar(head) || form == kGzip;
   // One that is called an archive and is none of the forms that are known.
   const bool isOdd = isLookedInto
-                         ? form == kGzip && IsCalledAsArchives(packed) && !IsTar(UnpackedHead(head))
-                         : IsCalledAsArchives(name);
+                         ? form == kGzip && IsCalledAsArchive(packed) && !IsTar(UnpackedHead(head))
+                         : IsCalledAsArchive(name);
   if (look == ArchiveLook::kNoMail && !isOdd) return {};
   if (isLookedInto) {
     return "not all that is packed in it can be looked at, and mail may be there: unpack it first";
