@@ -380,6 +380,17 @@ TEST(MaildirSource, AMailThatMovesWhileItsFolderIsListedComesOnce) {
   EXPECT_THAT(Problems(plan, folder.Path()), ElementsAre());
 }
 
+TEST(MaildirSource, AFileThatIsCalledOtherwiseHasNotMoved) {
+  const TemporaryFolder folder;
+  folder.Write("Maildir/cur/Hello, a.eml", "Subject: a\n\n");
+  folder.Write("Maildir/cur/Hello, b.eml", "Subject: b\n\n");
+  std::filesystem::create_directory(folder.File("Maildir/tmp"));
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), 2u);
+  std::filesystem::remove(folder.File("Maildir/cur/Hello, a.eml"));
+  EXPECT_THROW(plan.sources[0]->Read(plan.entries[0].item), SourceError);
+}
+
 TEST(MaildirSource, AFolderOfThatNameElsewhereMovesNoMail) {
   const TemporaryFolder folder;
   const std::string path = folder.Write("new/Hello, a.eml", "Subject: a\n\n");
