@@ -88,7 +88,7 @@ void TakeTreeFolder(SourceFolder folder, MboxKind mbox, TrueNames& names, Listin
   folder.isInMaildir = folder.isInMaildir || isMaildir;
   if (isMaildir) ListMaildirFolder(folder, listing);
   NameProfilesElsewhere(folder.path, listing.problems);
-  const OtherTreeFiles others(folder, mbox, names);
+  const OtherTreeFiles others(folder, mbox, names, listing.problems);
   bool holdsNothing = true;
   std::vector<std::string> cards;
   EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {

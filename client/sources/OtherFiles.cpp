@@ -28,6 +28,10 @@ constexpr std::array kBeginnings =
 constexpr std::array kEnds = std::to_array<std::string_view>(
     {".msf", ".cmeta", ".ibex.index", ".ibex.index.data", ".toc", ".log", ".sqlite", ".sqlite-wal",
      ".sqlite-shm", ".db-wal", ".db-shm", ".ev-summary", ".ev-summary-meta"});
+// Or begins with it.
+constexpr std::array kHidden = std::to_array<std::string_view>(
+    {".DS_Store", ".claws_", ".customflags", ".directory", ".dovecot", ".isyncuidmap",
+     ".mbsyncstate", ".mh_sequences", ".overview", ".sylpheed_", ".uidvalidity", ".xmhcache"});
 // Of which programs make mails that are elsewhere as well, or parts of them.
 constexpr std::array kCopies = std::to_array<std::string_view>({".wdseml", ".emlxpart"});
 
@@ -96,12 +100,19 @@ bool IsBesideMail(std::string_view name) {
          std::ranges::any_of(kEnds, ends);
 }
 
-bool IsCopyOfMail(std::string_view name) {
+bool IsCopyOfMbox(std::string_view name) {
   constexpr std::string_view kCompacted = "nstmp";
-  const bool isCompacted =
-      name.starts_with(kCompacted) &&
-      name.find_first_not_of("-0123456789", kCompacted.size()) == std::string_view::npos;
-  return isCompacted || std::ranges::any_of(kCopies, [&](std::string_view each) {
+  return name.starts_with(kCompacted) &&
+         name.find_first_not_of("-0123456789", kCompacted.size()) == std::string_view::npos;
+}
+
+bool IsHiddenBesideMail(std::string_view name) {
+  return std::ranges::any_of(kHidden,
+                             [&](std::string_view each) { return name.starts_with(each); });
+}
+
+bool IsCopyOfMail(std::string_view name) {
+  return IsCopyOfMbox(name) || std::ranges::any_of(kCopies, [&](std::string_view each) {
            return EndsWithNoCase(name, each);
          });
 }
