@@ -6,17 +6,19 @@
 
 #include <fmt/format.h>
 
+#include "client/sources/ItemNames.h"
 #include "client/sources/MboxBegin.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/OtherFiles.h"
 #include "client/sources/PackedFiles.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/TarHeader.h"
 
 namespace client {
 namespace {
 
-constexpr std::uint64_t kHead = 4096;  // bytes by which a file and a member are known
+constexpr std::uint64_t kHead = kFileHead;  // bytes by which a file and a member are known
 constexpr std::string_view kZipMember = "PK\x03\x04";
 constexpr std::string_view kEmptyZip = "PK\x05\x06";  // as the end of each
 
@@ -78,25 +80,22 @@ bool IsDocument(std::string_view head) {
 
 // The name of a member that mail lies in.
 bool IsMailName(std::string_view name) {
-  static constexpr auto kEnds =
-      std::to_array<std::string_view>({".eml", ".emlx", ".ics", ".vcf", ".vcs", ".msf"});
   static constexpr auto kBegins =
       std::to_array<std::string_view>({"cur/", "new/", "com.microsoft.__Messages/"});
   static constexpr auto kWithin = std::to_array<std::string_view>({".sbd/", ".mbox/"});
-  const auto ends = [&](std::string_view each) { return EndsWithNoCase(name, each); };
   const auto begins = [&](std::string_view each) {
     return name.starts_with(each) || name.find("/" + std::string(each)) != std::string_view::npos;
   };
   const auto has = [&](std::string_view each) { return name.find(each) != std::string_view::npos; };
-  return IsCalledAsMail(name) || std::ranges::any_of(kEnds, ends) ||
-         std::ranges::any_of(kBegins, begins) || std::ranges::any_of(kWithin, has);
+  return IsCalledAsMail(name) || ItemFileOf(name) != ItemFile::kNone ||
+         EndsWithNoCase(name, ".msf") || std::ranges::any_of(kBegins, begins) ||
+         std::ranges::any_of(kWithin, has);
 }
 
 // What begins with lines as headers have them, and is of programs.
 bool IsManifest(std::string_view name) {
   static constexpr auto kEnds = std::to_array<std::string_view>({".mf", ".sf"});
-  return std::ranges::any_of(kEnds,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+  return EndsWithOneOf(name, kEnds);
 }
 
 bool LooksLikeMail(std::string_view head) {
@@ -236,10 +235,7 @@ bool IsArchive(std::string_view head) {
   return IsZip(head) || IsTar(head) || !FormOf(head).empty();
 }
 
-bool IsCalledAsArchive(std::string_view name) {
-  return std::ranges::any_of(kNames,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
-}
+bool IsCalledAsArchive(std::string_view name) { return EndsWithOneOf(name, kNames); }
 
 ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head) {
   if (IsZip(head)) return LookIntoZip(file);
@@ -249,7 +245,7 @@ ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head) {
 }
 
 std::string ArchiveReason(const std::string& path, std::uint64_t size, std::string_view head) {
-  const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+  const std::string_view name = LastName(path);
   const PartlyRead file{size, [&](std::uint64_t offset, std::uint64_t length) {
                           return ReadFileRange(path, offset, length);
                         }};

@@ -3,12 +3,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
-#include <optional>
 #include <utility>
 
 #include "base/AsciiText.h"
+#include "base/WholeNumber.h"
 #include "client/sources/MaildirName.h"
 #include "client/sources/Pieces.h"
 #include "client/sources/SourceFiles.h"
@@ -19,13 +18,6 @@ namespace {
 constexpr std::uint64_t kMostList = 64 << 20;  // bytes
 constexpr std::uint64_t kMostFile = 65536;
 constexpr std::size_t kMostKeywords = 256;  // of one mail
-
-std::optional<std::size_t> NumberIn(std::string_view text) {
-  std::size_t number = 0;
-  const char* const last = text.data() + text.size();
-  const auto [end, error] = std::from_chars(text.data(), last, number);
-  return error == std::errc() && end == last ? std::optional(number) : std::nullopt;
-}
 
 bool BeginsWithColon(std::string_view name) {
   return std::ranges::any_of(kColons,
@@ -60,7 +52,7 @@ void CourierKeywords::TakeList(std::string_view text) {
     std::string_view line = mail::trimmed(TakeUpTo(text, '\n'));
     std::vector<std::string>& keywords = m_keywords[std::string(TakeUpTo(line, ':'))];
     while (!line.empty() && keywords.size() < kMostKeywords) {
-      const auto number = NumberIn(TakeUpTo(line, ' '));
+      const auto number = mail::wholeNumber<std::size_t>(TakeUpTo(line, ' '));
       if (number && *number < names.size()) keywords.push_back(names[*number]);
     }
   }
@@ -74,7 +66,7 @@ void CourierKeywords::TakeFiles(const std::string& folder, std::vector<SourcePro
     std::size_t version = 0;
     if (name.starts_with('.')) {
       name.remove_prefix(1);
-      version = NumberIn(TakeUpTo(name, '.')).value_or(0);
+      version = mail::wholeNumber<std::size_t>(TakeUpTo(name, '.')).value_or(0);
     }
     const auto [known, isNew] = versions.try_emplace(std::string(name), version);
     if (!isNew && known->second > version) return;

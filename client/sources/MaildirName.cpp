@@ -1,10 +1,9 @@
 #include "client/sources/MaildirName.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 
-#include "client/sources/SourceFiles.h"
+#include "client/sources/ItemNames.h"
 
 namespace client {
 
@@ -38,11 +37,8 @@ MaildirName ParseMaildirName(std::string_view name) {
 }
 
 bool IsMaildirName(std::string_view name) {
-  static constexpr std::array<std::string_view, 5> kOthers = {".eml", ".emlx", ".ics", ".vcs",
-                                                              ".vcf"};
-  const auto isEnd = [&](std::string_view end) { return EndsWithNoCase(name, end); };
   const MaildirName parts = ParseMaildirName(name);
-  return (parts.hasState || parts.time) && std::ranges::none_of(kOthers, isEnd);
+  return (parts.hasState || parts.time) && ItemFileOf(name) == ItemFile::kNone;
 }
 
 }  // namespace client

@@ -8,6 +8,7 @@
 #include "client/sources/CrLines.h"
 #include "client/sources/FromLine.h"
 #include "client/sources/OtherFiles.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -52,8 +53,7 @@ bool IsCalledAsText(std::string_view name) {
       {".txt",  ".text", ".md", ".rst", ".tex", ".htm", ".html", ".xml", ".csv",  ".json",
        ".yml",  ".c",    ".cc", ".cpp", ".h",   ".py",  ".pl",   ".js",  ".css",  ".sh",
        ".java", ".php",  ".rb", ".go",  ".rs",  ".sql", ".log",  ".tsv", ".diff", ".patch"});
-  return std::ranges::any_of(kEnds,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+  return EndsWithOneOf(name, kEnds);
 }
 
 bool IsNulls(std::string_view bytes) {
@@ -116,7 +116,7 @@ std::optional<std::uint64_t> FindFirstMail(std::string_view bytes) {
 std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_view head,
                                           bool isPlaceOfMbox) {
   if (IsOfOtherForm(head)) return std::nullopt;
-  const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+  const std::string_view name = LastName(path);
   if (!isPlaceOfMbox && IsCalledAsArchive(name)) return std::nullopt;
   if (!isPlaceOfMbox && !IsNulls(head.substr(0, 1)) && IsCalledAsText(name)) return std::nullopt;
   if (const auto found = FindFirstMail(head)) return found;

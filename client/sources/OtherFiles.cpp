@@ -8,6 +8,7 @@
 #include "base/AsciiText.h"
 #include "client/sources/ArchiveFiles.h"
 #include "client/sources/MboxBegin.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -95,9 +96,8 @@ bool IsOutlookItem(const std::string& path, std::string_view head) {
 bool IsBesideMail(std::string_view name) {
   const auto is = [&](std::string_view each) { return mail::equalsNoCase(each, name); };
   const auto begins = [&](std::string_view each) { return name.starts_with(each); };
-  const auto ends = [&](std::string_view each) { return EndsWithNoCase(name, each); };
   return std::ranges::any_of(kNames, is) || std::ranges::any_of(kBeginnings, begins) ||
-         std::ranges::any_of(kEnds, ends);
+         EndsWithOneOf(name, kEnds);
 }
 
 bool IsCopyOfMbox(std::string_view name) {
@@ -112,13 +112,11 @@ bool IsHiddenBesideMail(std::string_view name) {
 }
 
 bool IsCopyOfMail(std::string_view name) {
-  return IsCopyOfMbox(name) || std::ranges::any_of(kCopies, [&](std::string_view each) {
-           return EndsWithNoCase(name, each);
-         });
+  return IsCopyOfMbox(name) || EndsWithOneOf(name, kCopies);
 }
 
 bool IsAddressBook(std::string_view name) {
-  const std::string_view last = name.substr(name.rfind('/') + 1);
+  const std::string_view last = LastName(name);
   return EndsWithNoCase(last, ".mab") || EndsWithNoCase(last, ".wab") || last == "history.sqlite" ||
          last == "contacts.db" || (last.starts_with("abook") && last.ends_with(".sqlite"));
 }
@@ -138,10 +136,7 @@ std::string_view MailFormOf(std::string_view head) {
   return IsDbox(head) ? "a file of the dbox form" : "";
 }
 
-bool IsCalledAsMail(std::string_view name) {
-  return std::ranges::any_of(kOfMail,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
-}
+bool IsCalledAsMail(std::string_view name) { return EndsWithOneOf(name, kOfMail); }
 
 std::string UnreadMailForm(const std::string& path, std::uint64_t size, std::string_view head) {
   if (std::string packed = ArchiveReason(path, size, head); !packed.empty()) return packed;

@@ -21,7 +21,6 @@
 namespace client {
 namespace {
 
-constexpr std::uint64_t kHead = 4096;  // bytes by which a file is known
 constexpr std::string_view kSbd = ".sbd";
 constexpr std::string_view kMbox = ".mbox";
 constexpr std::string_view kMbx = ".mbx";
@@ -187,7 +186,7 @@ const std::set<std::string>& OtherTreeFiles::EndingsOfMboxes() const {
   if (m_endings) return *m_endings;
   m_endings.emplace();
   const bool hasOthers = HasName(m_folder.path, [&](std::string_view name) {
-    const std::string head = HeadOfFile(m_folder.path + "/" + std::string(name), kHead);
+    const std::string head = HeadOfFile(m_folder.path + "/" + std::string(name), kFileHead);
     if (head.empty() || name.starts_with('.') || IsBesideMail(name)) return false;
     m_endings->emplace(EndingOf(name));
     return !MboxSource::IsMbox(head) && !FindFirstMail(head);
@@ -215,7 +214,7 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
     return;
   }
   try {  // one that cannot be read may be full of mail
-    const std::string head = ReadFileRange(path, 0, kHead);
+    const std::string head = ReadFileRange(path, 0, kFileHead);
     if (TakeMh(path, entry, head, listing)) return;
     if (MboxSource::IsMbox(head)) return ListMbox(path, TargetOf(levels), m_mbox, listing);
     const bool isPlaceOfMbox = isExport || IsCalledAsMail(entry.name) || HasPlaceOfMbox(entry.name);
@@ -251,7 +250,7 @@ void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) cons
   const std::string path = m_folder.path + "/" + entry.name;
   std::string reason;
   try {
-    reason = ReasonOfHidden(path, entry, ReadFileRange(path, 0, kHead));
+    reason = ReasonOfHidden(path, entry, ReadFileRange(path, 0, kFileHead));
   } catch (const ReadError& error) {
     if (MayBeHiddenMail(entry)) reason = error.what();
   }
@@ -292,7 +291,7 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
              /*isUnread=*/true});
       }
       const EmlxState found =
-          ReadEmlxState(ReadRange(file, place->offset + place->length, 16 * kHead));
+          ReadEmlxState(ReadRange(file, place->offset + place->length, 16 * kFileHead));
       item.read = found.read;
       item.state = found.state;
     }
@@ -305,7 +304,7 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
 void OtherTreeFiles::NameCopy(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
   try {
-    const std::string head = ReadFileRange(path, 0, kHead);
+    const std::string head = ReadFileRange(path, 0, kFileHead);
     if (!MboxSource::IsMbox(head) && !FindFirstMail(head)) return;
   } catch (const ReadError& error) {
     if (!IsCopyOfMbox(entry.name) || !IsThere(path)) return;

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "client/sources/FolderNames.h"
+#include "client/sources/ItemNames.h"
 #include "client/sources/Maildir.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/SourceFiles.h"
@@ -42,9 +43,9 @@ constexpr auto kPlaces = std::to_array<Place>({
 
 bool IsMailByLook(const std::string& path) {
   constexpr std::uint64_t kLook = 64;  // bytes
-  return EndsWithNoCase(path, ".eml") || EndsWithNoCase(path, ".emlx") ||
-         EndsWithNoCase(path, ".msf") || MboxSource::IsMbox(HeadOfFile(path, kLook)) ||
-         IsMaildir(path);
+  const ItemFile file = ItemFileOf(path);
+  return file == ItemFile::kMail || file == ItemFile::kAppleMail || EndsWithNoCase(path, ".msf") ||
+         MboxSource::IsMbox(HeadOfFile(path, kLook)) || IsMaildir(path);
 }
 
 std::string StoreBelow(const std::string& source) {
