@@ -27,7 +27,9 @@ LastingPlace::LastingPlace(const std::string& location) : path(location) {
   if (TakeNumberBehind(path)) return;
   const std::string name(Name());
   std::string folder = path.substr(0, path.size() - name.size());
-  const bool isMaildir = TakeEnd(folder, "/cur/") || TakeEnd(folder, "/new/");
+  // Other folders may be called so.
+  const bool isMaildir =
+      IsMaildirName(name) && (TakeEnd(folder, "/cur/") || TakeEnd(folder, "/new/"));
   if (isMaildir) path = folder + "/" + std::string(LastingPart(name));
   isName = Name().find_first_not_of(kDigits) != std::string_view::npos;
 }

@@ -7,11 +7,13 @@
 #include <fmt/format.h>
 
 #include "client/sources/EncodedFile.h"
+#include "client/sources/ItemNames.h"
 #include "client/sources/LittleEndian.h"
 #include "client/sources/MboxBegin.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/OtherFiles.h"
 #include "client/sources/PackedFiles.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/SelfExtracting.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/TarHeader.h"
@@ -19,7 +21,7 @@
 namespace client {
 namespace {
 
-constexpr std::uint64_t kHead = 4096;  // bytes by which a file and a member are known
+constexpr std::uint64_t kHead = kFileHead;  // bytes by which a file and a member are known
 constexpr std::string_view kZipMember = "PK\x03\x04";
 constexpr std::string_view kEmptyZip = "PK\x05\x06";  // as the end of each
 
@@ -50,11 +52,6 @@ constexpr auto kNames = std::to_array<std::string_view>(
      ".txz", ".zst", ".tzst", ".lz",   ".tlz",  ".lz4", ".z",   ".taz", ".cab",  ".arj",
      ".ace", ".lha", ".lzh",  ".lzma", ".cpio", ".sit", ".iso", ".dmg", ".wim",  ".bkf"});
 
-bool IsCalledAsArchives(std::string_view name) {
-  return std::ranges::any_of(kNames,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
-}
-
 std::string_view FormOf(std::string_view head) {
   const auto row = std::ranges::find_if(kForms, [&](const Form& form) {
     return head.size() > form.offset && head.substr(form.offset).starts_with(form.mark);
@@ -82,25 +79,22 @@ bool IsDocument(std::string_view head) {
 
 // The name of a member that mail lies in.
 bool IsMailName(std::string_view name) {
-  static constexpr auto kEnds =
-      std::to_array<std::string_view>({".eml", ".emlx", ".ics", ".vcf", ".vcs", ".msf"});
   static constexpr auto kBegins =
       std::to_array<std::string_view>({"cur/", "new/", "com.microsoft.__Messages/"});
   static constexpr auto kWithin = std::to_array<std::string_view>({".sbd/", ".mbox/"});
-  const auto ends = [&](std::string_view each) { return EndsWithNoCase(name, each); };
   const auto begins = [&](std::string_view each) {
     return name.starts_with(each) || name.find("/" + std::string(each)) != std::string_view::npos;
   };
   const auto has = [&](std::string_view each) { return name.find(each) != std::string_view::npos; };
-  return IsCalledAsMail(name) || std::ranges::any_of(kEnds, ends) ||
-         std::ranges::any_of(kBegins, begins) || std::ranges::any_of(kWithin, has);
+  return IsCalledAsMail(name) || ItemFileOf(name) != ItemFile::kNone ||
+         EndsWithNoCase(name, ".msf") || std::ranges::any_of(kBegins, begins) ||
+         std::ranges::any_of(kWithin, has);
 }
 
 // What begins with lines as headers have them, and is of programs.
 bool IsManifest(std::string_view name) {
   static constexpr auto kEnds = std::to_array<std::string_view>({".mf", ".sf"});
-  return std::ranges::any_of(kEnds,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+  return EndsWithOneOf(name, kEnds);
 }
 
 bool LooksLikeMail(std::string_view head) {
@@ -112,8 +106,7 @@ bool LooksLikeMail(std::string_view head) {
 ArchiveLook LookAtMember(std::string_view name, std::string_view head) {
   if (IsMailName(name)) return ArchiveLook::kMail;
   if (LooksLikeMail(head) && !IsManifest(name)) return ArchiveLook::kMail;
-  const bool isArchive = IsCalledAsArchives(name) || IsTar(head) || !FormOf(head).empty() ||
-                         (IsZip(head) && !IsDocument(head));
+  const bool isArchive = IsCalledAsArchive(name) || (IsArchive(head) && !IsDocument(head));
   return isArchive ? ArchiveLook::kUnknown : ArchiveLook::kNoMail;
 }
 
@@ -308,13 +301,19 @@ std::string_view PackedName(std::string_view name) {
 
 }  // namespace
 
+bool IsArchive(std::string_view head) {
+  return IsZip(head) || IsTar(head) || !FormOf(head).empty();
+}
+
+bool IsCalledAsArchive(std::string_view name) { return EndsWithOneOf(name, kNames); }
+
 ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head) {
   const auto encoded = EncodedFileIn(head);
   return encoded ? LookIntoEncoded(file, head, *encoded) : LookInto(file, head);
 }
 
 std::string ArchiveReason(const std::string& path, std::uint64_t size, std::string_view head) {
-  const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+  const std::string_view name = LastName(path);
   const PartlyRead file{size, [&](std::uint64_t offset, std::uint64_t length) {
                           return ReadFileRange(path, offset, length);
                         }};
@@ -325,8 +324,8 @@ std::string ArchiveReason(const std::string& path, std::uint64_t size, std::stri
   const bool isLookedInto = IsLookedInto(head);
   // One that is called an archive and is none of the forms that are known.
   const bool isOdd = isLookedInto
-                         ? form == kGzip && IsCalledAsArchives(packed) && !IsTar(UnpackedHead(head))
-                         : IsCalledAsArchives(name);
+                         ? form == kGzip && IsCalledAsArchive(packed) && !IsTar(UnpackedHead(head))
+                         : IsCalledAsArchive(name);
   if (look == ArchiveLook::kNoMail && !isOdd) return {};
   if (isLookedInto) {
     return "not all that is packed in it can be looked at, and mail may be there: unpack it first";

@@ -27,6 +27,10 @@ enum class ArchiveLook {
 // each. Linear in the size of the file.
 ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head);
 
+// By the first bytes, and by the name.
+bool IsArchive(std::string_view head);
+bool IsCalledAsArchive(std::string_view name);
+
 // Why a file of that size and those first bytes is to be told as one that may hold mail; empty for
 // what is no archive, and for one without mail. Throws SourceError.
 std::string ArchiveReason(const std::string& path, std::uint64_t size, std::string_view head);

@@ -371,7 +371,6 @@ class ItemReader {
     const ContentLine* rule = nullptr;
     for (const ContentLine& line : main.lines) {
       if (line.name == "RDATE") Lose("occurrences beside the rule:", line.value);
-      if (line.name == "EXRULE") continue;
       if (line.name != "RRULE") continue;
       if (rule)
         Lose("a second rule:", line.value);

@@ -1,5 +1,7 @@
 #include "client/sources/CrLines.h"
 
+#include <utility>
+
 #include "client/sources/FromLine.h"
 
 namespace client {
@@ -21,8 +23,7 @@ void MakeLfOfCr(std::string& bytes) {
 }
 
 void CrPieces::Feed(std::string_view bytes, const Take& take) {
-  std::string lines = m_held.append(bytes);
-  m_held.clear();
+  std::string lines = std::exchange(m_held, {}).append(bytes);
   if (lines.ends_with('\r')) {
     m_held = "\r";
     lines.pop_back();

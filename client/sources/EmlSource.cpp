@@ -14,12 +14,14 @@
 #include "client/sources/FolderWalk.h"
 #include "client/sources/HashedName.h"
 #include "client/sources/IcsFile.h"
+#include "client/sources/ItemNames.h"
 #include "client/sources/MailProfiles.h"
 #include "client/sources/Maildir.h"
 #include "client/sources/MissingMail.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
 #include "client/sources/OtherTreeFiles.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/SpecialUse.h"
 #include "client/sources/StoreBelow.h"
@@ -30,11 +32,6 @@
 
 namespace client {
 namespace {
-
-bool IsCalendarName(std::string_view name) {
-  return EndsWithNoCase(name, ".ics") || EndsWithNoCase(name, ".vcs");
-}
-bool IsCardName(std::string_view name) { return EndsWithNoCase(name, ".vcf"); }
 
 void AddCalendar(const std::string& path, const std::string& levels, Listing& listing) {
   std::vector<SourceItem> found;
@@ -48,6 +45,22 @@ void AddCards(const std::vector<std::string>& paths, const std::string& levels, 
   for (const SourceItem& item : found) listing.items.Add(item);
 }
 
+void AddFile(const SourceFolder& folder, const FolderEntry& entry, const OtherTreeFiles& others,
+             Listing& listing) {
+  const ItemFile file = ItemFileOf(entry.name);
+  if (IsOfMac(entry.name)) {
+    others.TakeHidden(entry, listing);
+  } else if (file == ItemFile::kMail) {
+    others.TakeEml(entry, listing);
+  } else if (file == ItemFile::kCalendar) {
+    AddCalendar(folder.path + "/" + entry.name, folder.levels, listing);
+  } else if (entry.name.starts_with('.')) {
+    others.TakeHidden(entry, listing);
+  } else {
+    others.Take(entry, listing);
+  }
+}
+
 void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherTreeFiles& others,
               Listing& listing, std::vector<SourceFolder>& below) {
   const std::string path = folder.path + "/" + entry.name;
@@ -59,16 +72,8 @@ void AddEntry(const SourceFolder& folder, const FolderEntry& entry, const OtherT
     }
     below.push_back({path, folder.levels + others.LevelsOfFolder(entry.name), folder.levels,
                      folder.isInMaildir, others.IsServers()});
-  } else if (entry.kind == EntryKind::kFile && IsOfMac(entry.name)) {
-    others.TakeHidden(entry, listing);
-  } else if (entry.kind == EntryKind::kFile && EndsWithNoCase(entry.name, ".eml")) {
-    others.TakeEml(entry, listing);
-  } else if (entry.kind == EntryKind::kFile && IsCalendarName(entry.name)) {
-    AddCalendar(path, folder.levels, listing);
-  } else if (entry.kind == EntryKind::kFile && entry.name.starts_with('.')) {
-    others.TakeHidden(entry, listing);
   } else if (entry.kind == EntryKind::kFile) {
-    others.Take(entry, listing);
+    AddFile(folder, entry, others, listing);
   } else {
     listing.problems.push_back(OddEntry(path, entry.kind));
   }
@@ -88,14 +93,14 @@ void TakeTreeFolder(SourceFolder folder, MboxKind mbox, TrueNames& names, Listin
   folder.isInMaildir = folder.isInMaildir || isMaildir;
   if (isMaildir) ListMaildirFolder(folder, listing);
   NameProfilesElsewhere(folder.path, listing.problems);
-  const OtherTreeFiles others(folder, mbox, names);
+  const OtherTreeFiles others(folder, mbox, names, listing.problems);
   bool holdsNothing = true;
   std::vector<std::string> cards;
   EachEntry(folder.path, listing.problems, [&](const FolderEntry& entry) {
     holdsNothing = holdsNothing && IsNothing(folder, entry);
     const bool isFile = entry.kind == EntryKind::kFile;
     if (isMaildir && !isFile && IsMaildirPart(entry.name)) return;
-    if (isFile && IsCardName(entry.name) && !IsOfMac(entry.name)) {
+    if (isFile && ItemFileOf(entry.name) == ItemFile::kCards && !IsOfMac(entry.name)) {
       cards.push_back(folder.path + "/" + entry.name);
     } else {
       AddEntry(folder, entry, others, listing, below);
@@ -128,9 +133,9 @@ Listing EmlSource::List() const {
   if (stat(m_path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
     const auto size = static_cast<std::uint64_t>(status.st_size);
     Listing listing;
-    if (IsCalendarName(m_path)) {
+    if (ItemFileOf(m_path) == ItemFile::kCalendar) {
       AddCalendar(m_path, "", listing);
-    } else if (IsCardName(m_path)) {
+    } else if (ItemFileOf(m_path) == ItemFile::kCards) {
       AddCards({m_path}, "", listing);
     } else {
       ListEml({m_path, std::string(kInbox), true, 0, size}, m_mbox, listing);
@@ -160,7 +165,8 @@ Listing EmlSource::List() const {
 }
 
 bool EmlSource::IsOne(const std::string& path) {
-  return EndsWithNoCase(path, ".eml") || IsCalendarName(path) || IsCardName(path);
+  const ItemFile file = ItemFileOf(path);
+  return file != ItemFile::kNone && file != ItemFile::kAppleMail;
 }
 
 std::string EmlSource::Read(const SourceItem& item) const {
@@ -184,9 +190,9 @@ void EmlSource::AddFiles(const SourceItem& item, std::string& bytes, FilesBeside
 // So mail programs mark a file that is to be opened for writing on. In a store it is its sender's
 // word.
 void EmlSource::AddState(const SourceItem& item, std::string_view bytes, MailState& state) const {
-  if (!EndsWithNoCase(item.location, ".eml")) return;
+  if (ItemFileOf(item.location) != ItemFile::kMail) return;
   if (::mail::trimmed(::mail::MailHeader(bytes).text("X-Unsent")) != "1") return;
-  const bool isInStore = HoldsMailOfMaildir(item.location.substr(0, item.location.rfind('/')));
+  const bool isInStore = HoldsMailOfMaildir(std::string(FolderOf(item.location)));
   state.draft = state.draft || !isInStore;
 }
 

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "base/AsciiText.h"
+#include "client/sources/ItemNames.h"
 
 namespace client {
 namespace {
@@ -80,10 +81,9 @@ EmlxPlace WithTrueLength(EmlxPlace place, std::string_view file) {
 }
 
 std::optional<EmlxPlace> EmlxPlaceIn(const OpenedFile& file) {
-  constexpr std::uint64_t kHead = 4096;  // bytes, of the file and of the list
   constexpr std::uint64_t kMost = 512 << 20;
-  const auto place = EmlxPlaceOf(ReadRange(file, 0, kHead));
-  if (!place || BeginsWithList(ReadRange(file, place->offset + place->length, kHead))) {
+  const auto place = EmlxPlaceOf(ReadRange(file, 0, kFileHead));
+  if (!place || BeginsWithList(ReadRange(file, place->offset + place->length, kFileHead))) {
     return place;
   }
   if (file.size > kMost) throw ReadError("its length leads to no property list");
@@ -105,7 +105,7 @@ EmlxState ReadEmlxState(std::string_view list) {
   return found;
 }
 
-bool IsEmlxName(std::string_view name) { return EndsWithNoCase(name, ".emlx"); }
+bool IsEmlxName(std::string_view name) { return ItemFileOf(name) == ItemFile::kAppleMail; }
 
 bool IsPartialEmlxName(std::string_view name) { return EndsWithNoCase(name, ".partial.emlx"); }
 

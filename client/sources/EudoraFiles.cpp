@@ -10,6 +10,7 @@
 #include "base/AsciiText.h"
 #include "client/sources/LineDecoding.h"
 #include "client/sources/MixedMail.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/PictureLinks.h"
 #include "client/sources/Pieces.h"
 #include "mime/tree/ContentTypeTable.h"
@@ -21,12 +22,6 @@ constexpr std::array<std::string_view, 5> kFolders = {"attach", "attachments", "
                                                       "attachments folder", "parts folder"};
 constexpr std::string_view kMbx = ".mbx";
 constexpr std::string_view kFirstLine = "From ???@???";
-
-std::string_view LastOf(std::string_view path) { return path.substr(path.rfind('/') + 1); }
-// Empty where there is none above.
-std::string FolderOf(const std::string& path) {
-  return path.substr(0, path.rfind('/') == std::string::npos ? 0 : path.rfind('/'));
-}
 
 bool IsFilesFolder(std::string_view name) {
   return std::ranges::any_of(kFolders,
@@ -63,7 +58,7 @@ std::string_view WithoutMacTypes(std::string_view path) {
 }
 
 // "C:\Eudora\Attach\offer.doc", with or without quotes, or as another system divides paths.
-std::string LastName(std::string_view path) {
+std::string FileNamed(std::string_view path) {
   path = WithoutMacTypes(mail::trimmed(path));
   if (path.starts_with('"')) path = path.substr(1, path.find('"', 1) - 1);
   path = mail::trimmed(path.substr(path.find_last_of("\\/:") + 1));
@@ -89,9 +84,9 @@ void TakeBodyLine(std::string_view line, NameList& names) {
   constexpr std::string_view kConverted = "Attachment Converted:";
   constexpr std::string_view kEmbedded = "Embedded Content:";
   if (mail::beginsWithNoCase(line, kConverted)) {
-    names.Add(LastName(line.substr(kConverted.size())));
+    names.Add(FileNamed(line.substr(kConverted.size())));
   } else if (mail::beginsWithNoCase(line, kEmbedded)) {
-    names.Add(LastName(WithoutNumbers(mail::trimmed(line.substr(kEmbedded.size())))));
+    names.Add(FileNamed(WithoutNumbers(mail::trimmed(line.substr(kEmbedded.size())))));
   }
 }
 
@@ -130,14 +125,14 @@ bool BeginsAsEudoras(const std::string& path) {
 
 // Folders of one lie in another, "Customers.fol/Old.fol/In.mbx", and on a Mac in one of their own.
 bool IsBelowEudora(std::string_view folder) {
-  const std::string_view name = LastOf(folder);
+  const std::string_view name = LastName(folder);
   return EndsWithNoCase(name, ".fol") || mail::equalsNoCase(name, "Mail Folder");
 }
 
 // The nearest comes first.
 std::vector<std::string> FilesFoldersFor(const std::string& mbox) {
   std::vector<std::string> found;
-  for (std::string folder = FolderOf(mbox);; folder = FolderOf(folder)) {
+  for (std::string folder(FolderOf(mbox));; folder = std::string(FolderOf(folder))) {
     for (const std::string& name : NamesIn(folder)) {
       const std::string path = folder + "/" + name;
       struct stat status;
@@ -165,12 +160,12 @@ std::vector<std::string> EudoraFileNames(std::string_view mail) {
   while (!mail.empty()) TakeBodyLine(TakeUpTo(mail, '\n'), names);
   // One that came has both where its sender told his own paths.
   if (!names.IsEmpty()) return names.Take();
-  for (std::string_view rest = sent; !rest.empty();) names.Add(LastName(TakeUpTo(rest, ';')));
+  for (std::string_view rest = sent; !rest.empty();) names.Add(FileNamed(TakeUpTo(rest, ';')));
   return names.Take();
 }
 
 bool IsEudoraMbox(const std::string& path) {
-  const std::string folder = FolderOf(path);
+  const std::string folder(FolderOf(path));
   const bool isMbx = EndsWithNoCase(path, kMbx);
   const std::string stem = path.substr(0, path.size() - (isMbx ? kMbx.size() : 0));
   return BeginsAsEudoras(path) || (isMbx && (IsThere(stem + ".toc") || IsThere(stem + ".TOC"))) ||
@@ -223,7 +218,7 @@ void EudoraFiles::AddTo(const std::string& mbox, std::string& mail, FilesBeside&
     }
     const auto bytes = files.Read(found->second, Links::kRefuse, own);
     if (!bytes) continue;
-    const std::string shown = ToUtf8(LastOf(found->second), {});
+    const std::string shown = ToUtf8(LastName(found->second), {});
     if (const auto link = links.find(key); link != links.end()) {
       whole.Show(shown, *bytes, link->second);
     } else {

@@ -1,8 +1,8 @@
 #include "client/sources/FolderIndex.h"
 
 #include <array>
-#include <charconv>
 
+#include "base/WholeNumber.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -82,11 +82,7 @@ class LastCells {
   bool Has(Column column) const { return Of(column).isThere; }
   std::optional<std::uint64_t> Number(Column column) const {
     const Cell& cell = Of(column);
-    std::uint64_t number = 0;
-    const char* const last = cell.text.data() + cell.text.size();
-    const auto [end, error] = std::from_chars(cell.text.data(), last, number, 16);
-    const bool isNumber = !cell.isApart && error == std::errc() && end == last;
-    return isNumber ? std::optional(number) : std::nullopt;
+    return cell.isApart ? std::nullopt : mail::wholeNumber<std::uint64_t>(cell.text, 16);
   }
 
  private:

@@ -10,6 +10,7 @@
 #include "client/sources/ContentLines.h"
 #include "client/sources/LineDecoding.h"
 #include "client/sources/Maildir.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/Pieces.h"
 #include "client/sources/SourceFiles.h"
 
@@ -29,8 +30,6 @@ bool IsVersion(std::string_view name) {
   return name.size() > 1 && name.front() == 'V' &&
          name.find_first_not_of("0123456789", 1) == std::string_view::npos;
 }
-
-std::string_view LastName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
 // "NAME.mbox/UUID/Data/4/2/Messages/24001.emlx"; once it was "NAME.mbox/Messages/24001.emlx".
 bool IsApplePart(std::string_view name) {

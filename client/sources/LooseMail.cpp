@@ -1,12 +1,9 @@
 #include "client/sources/LooseMail.h"
 
-#include <algorithm>
-#include <array>
-
 #include <fmt/format.h>
 
 #include "client/sources/DboxStore.h"
-#include "client/sources/Emlx.h"
+#include "client/sources/ItemNames.h"
 #include "client/sources/Maildir.h"
 #include "client/sources/MboxBegin.h"
 #include "client/sources/MboxSource.h"
@@ -17,15 +14,6 @@
 namespace client {
 namespace {
 
-constexpr std::uint64_t kHead = 4096;  // bytes by which a file is known
-
-bool IsItemName(std::string_view name) {
-  static constexpr auto kEnds = std::to_array<std::string_view>({".eml", ".ics", ".vcs", ".vcf"});
-  return IsEmlxName(name) || std::ranges::any_of(kEnds, [&](std::string_view end) {
-           return EndsWithNoCase(name, end);
-         });
-}
-
 // Why a file is to be told; empty for one that is no mail.
 std::string ReasonOf(const std::string& folder, const FolderEntry& file) {
   constexpr const char* kNotLookedAt =
@@ -33,10 +21,11 @@ std::string ReasonOf(const std::string& folder, const FolderEntry& file) {
   const std::string path = folder + "/" + file.name;
   if (file.size == 0 || IsOfMac(file.name)) return {};
   try {
-    const std::string head = ReadFileRange(path, 0, kHead);
+    const std::string head = ReadFileRange(path, 0, kFileHead);
     const bool isMh = MhNumber(file.name) && LooksLikeField(WithoutRelayTrace(head));
     const bool isOfMaildir = !file.name.starts_with('.') && HoldsMailOfMaildir(folder);
-    if (IsItemName(file.name) || isMh || isOfMaildir || MboxSource::IsMbox(head)) {
+    const bool isItem = ItemFileOf(file.name) != ItemFile::kNone;
+    if (isItem || isMh || isOfMaildir || MboxSource::IsMbox(head)) {
       return kNotLookedAt;
     }
     if (IsBesideMail(file.name) && MailFormOf(head).empty()) return {};

@@ -213,9 +213,10 @@ std::string MaildirLevels(const std::string& parent, std::string_view name) {
 }
 
 void ListMaildirFolder(const SourceFolder& folder, Listing& listing) {
-  OneMaildir maildir{folder,
-                     IsFolder(folder.path + "/new"),
-                     {KeywordsOf(folder.path, listing), CourierKeywords(folder.path)}};
+  OneMaildir maildir{
+      folder,
+      IsFolder(folder.path + "/new"),
+      {KeywordsOf(folder.path, listing), CourierKeywords(folder.path, listing.problems)}};
   listing.folders.push_back(TargetOf(folder.levels));
   // Those of cur/ come first; but what moves there meanwhile must not be missed.
   Listing newOnes;

@@ -1,36 +1,32 @@
 #include "client/sources/MaildirName.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 
-#include "client/sources/SourceFiles.h"
+#include "client/sources/ItemNames.h"
 
 namespace client {
-namespace {
-
-constexpr std::array<std::string_view, 4> kSeparators = {":2,", ";2,", "!2,",
-                                                         "\xEF\x80\xBA"
-                                                         "2,"};
-
-constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
-
-}  // namespace
 
 std::string_view LastingPart(std::string_view name) {
-  const std::size_t end = std::min(name.find_first_of(",:;!"), name.find(kOnWindowsDisks));
-  return name.substr(0, end);
+  if (!IsMaildirName(name)) return name;
+  const std::string_view base = ParseMaildirName(name).base;
+  return base.substr(0, base.find(','));
 }
 
 MaildirName ParseMaildirName(std::string_view name) {
+  constexpr std::string_view kVersion = "2,";
   MaildirName parts;
-  std::size_t begin = 0;
-  for (const std::string_view separator : kSeparators) {
-    const std::size_t found = name.rfind(separator);
-    if (found == std::string_view::npos || found < begin) continue;
-    begin = found;
+  parts.base = name;
+  for (std::size_t at = name.rfind(kVersion); at != 0 && at != std::string_view::npos;
+       at = name.rfind(kVersion, at - 1)) {
+    const std::string_view before = name.substr(0, at);
+    const auto colon = std::ranges::find_if(
+        kColons, [&](std::string_view each) { return before.ends_with(each); });
+    if (colon == kColons.end()) continue;
+    parts.base = before.substr(0, at - colon->size());
     parts.hasState = true;
-    parts.letters = name.substr(found + separator.size());
+    parts.letters = name.substr(at + kVersion.size());
+    break;
   }
   std::int64_t time = 0;
   const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), time);
@@ -41,11 +37,8 @@ MaildirName ParseMaildirName(std::string_view name) {
 }
 
 bool IsMaildirName(std::string_view name) {
-  static constexpr std::array<std::string_view, 5> kOthers = {".eml", ".emlx", ".ics", ".vcs",
-                                                              ".vcf"};
-  const auto isEnd = [&](std::string_view end) { return EndsWithNoCase(name, end); };
   const MaildirName parts = ParseMaildirName(name);
-  return (parts.hasState || parts.time) && std::ranges::none_of(kOthers, isEnd);
+  return (parts.hasState || parts.time) && ItemFileOf(name) == ItemFile::kNone;
 }
 
 }  // namespace client

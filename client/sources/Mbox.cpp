@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <utility>
 
 #include "base/AsciiText.h"
+#include "base/WholeNumber.h"
 #include "charset/ByteOrderMarks.h"
 #include "client/sources/FirstNumber.h"
 #include "client/sources/SourceFiles.h"
@@ -41,10 +41,7 @@ std::optional<std::uint64_t> LengthIn(std::string_view line) {
   constexpr std::size_t kMostDigits = 15;
   if (!mail::beginsWithNoCase(line, kContentLength)) return std::nullopt;
   const std::string_view text = mail::trimmed(line.substr(kContentLength.size()));
-  std::uint64_t length = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
-  const bool isNumber = error == std::errc() && end == text.data() + text.size();
-  return isNumber && text.size() <= kMostDigits ? std::optional(length) : std::nullopt;
+  return text.size() <= kMostDigits ? mail::wholeNumber<std::uint64_t>(text) : std::nullopt;
 }
 
 // By the word of who named the kind, no line of a text begins with "From ".

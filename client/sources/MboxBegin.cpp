@@ -4,11 +4,12 @@
 #include <array>
 
 #include "charset/ByteOrderMarks.h"
+#include "client/sources/ArchiveFiles.h"
 #include "client/sources/CrLines.h"
 #include "client/sources/FromLine.h"
 #include "client/sources/OtherFiles.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/SourceFiles.h"
-#include "client/sources/TarHeader.h"
 
 namespace client {
 namespace {
@@ -18,7 +19,7 @@ constexpr std::uint64_t kMostOfLikely = 1 << 20;
 constexpr std::uint64_t kMostOfMail = 64 << 20;  // behind the beginning of one in a text
 constexpr std::string_view kUtf16Marks[] = {"\xFF\xFE", "\xFE\xFF"};
 
-// Files that hold whatever they hold in a form of their own.
+// Besides archives, what holds whatever it holds in a form of its own.
 constexpr auto kOtherForms = std::to_array<std::string_view>({"\x89PNG",
                                                               "\xFF\xD8\xFF",
                                                               "GIF8",
@@ -40,20 +41,11 @@ constexpr auto kOtherForms = std::to_array<std::string_view>({"\x89PNG",
                                                               "\xCF\xFA\xED\xFE",
                                                               "SQLite format 3",
                                                               "bplist",
-                                                              "PK\x03\x04",
-                                                              "PK\x05\x06",
-                                                              "\x1F\x8B",
-                                                              "BZh",
-                                                              "\xFD"
-                                                              "7zXZ",
-                                                              "7z\xBC\xAF",
-                                                              "Rar!",
-                                                              "\x28\xB5\x2F\xFD",
                                                               "!<arch>"});
 
 bool IsOfOtherForm(std::string_view head) {
   const auto begins = [&](std::string_view each) { return head.starts_with(each); };
-  return std::ranges::any_of(kOtherForms, begins) || IsTar(head) || !MailFormOf(head).empty();
+  return std::ranges::any_of(kOtherForms, begins) || IsArchive(head) || !MailFormOf(head).empty();
 }
 
 // What people write, and may quote a mail in.
@@ -62,8 +54,7 @@ bool IsCalledAsText(std::string_view name) {
       {".txt",  ".text", ".md", ".rst", ".tex", ".htm", ".html", ".xml", ".csv",  ".json",
        ".yml",  ".c",    ".cc", ".cpp", ".h",   ".py",  ".pl",   ".js",  ".css",  ".sh",
        ".java", ".php",  ".rb", ".go",  ".rs",  ".sql", ".log",  ".tsv", ".diff", ".patch"});
-  return std::ranges::any_of(kEnds,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
+  return EndsWithOneOf(name, kEnds);
 }
 
 bool IsNulls(std::string_view bytes) {
@@ -126,7 +117,8 @@ std::optional<std::uint64_t> FindFirstMail(std::string_view bytes) {
 std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_view head,
                                           bool isPlaceOfMbox) {
   if (IsOfOtherForm(head)) return std::nullopt;
-  const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+  const std::string_view name = LastName(path);
+  if (!isPlaceOfMbox && IsCalledAsArchive(name)) return std::nullopt;
   if (!isPlaceOfMbox && !IsNulls(head.substr(0, 1)) && IsCalledAsText(name)) return std::nullopt;
   if (const auto found = FindFirstMail(head)) return found;
   const bool isLikely = isPlaceOfMbox || IsNulls(head) || name.find('.') == std::string_view::npos;

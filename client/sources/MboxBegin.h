@@ -13,8 +13,8 @@ namespace client {
 // of a line or behind NULs or a byte order mark.
 //
 // Nothing is looked for in pictures, programs, archives and the like, nor in what is called as
-// texts are. Of a file that is anything else no more than a few KiB are read, but for one that is
-// NULs so far, that has no ending, or that lies where a program keeps an mbox.
+// archives or texts are. Of a file that is anything else no more than a few KiB are read, but for
+// one that is NULs so far, that has no ending, or that lies where a program keeps an mbox.
 std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_view head,
                                           bool isPlaceOfMbox);
 

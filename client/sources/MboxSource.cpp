@@ -13,6 +13,7 @@
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/SourceFiles.h"
 #include "client/sources/StateFields.h"
 #include "mime/MailHeader.h"
@@ -152,7 +153,7 @@ bool IsInMmdf(std::string_view before, std::string_view mail) {
 }  // namespace
 
 std::string MboxFolder(const std::string& path) {
-  std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+  std::string_view name = LastName(path);
   for (const std::string_view end : {".mbox", ".mbx", ".mbs", ".mmdf"}) {
     if (name.size() > end.size() && EndsWithNoCase(name, end)) {
       name.remove_suffix(end.size());
@@ -171,7 +172,6 @@ bool MboxSource::IsMbox(std::string_view head) {
 
 bool HoldsSeveralMails(const std::string& path, MboxKind kind) {
   constexpr std::uint64_t kLook = 64;  // bytes
-  constexpr std::uint64_t kHead = 4096;
   const std::string head = ReadFileRange(path, 0, kLook);
   if (!MboxSource::IsMbox(head)) return false;
   std::vector<SourceProblem> toldLater;
@@ -179,7 +179,7 @@ bool HoldsSeveralMails(const std::string& path, MboxKind kind) {
   if (IsMmdf(head)) return mails.size() > 0;
   for (std::size_t i = 1; i < mails.size(); ++i) {
     const MboxSplitter::Mail mail = mails[i];
-    std::string begin = ReadFileRange(path, mail.offset, std::min(mail.length, kHead));
+    std::string begin = ReadFileRange(path, mail.offset, std::min(mail.length, kFileHead));
     if (EndsLinesByCr(begin)) MakeLfOfCr(begin);
     const bool isQuoted = IsPatch(begin) && !IsPatch(head);
     if (!isQuoted && BeginsWithFields(WithoutFromLine(begin))) return true;
@@ -207,7 +207,9 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
     hasOwn = hasOwn || !isExported;
     StateFields fields = isExported ? ExportedFields(WithoutFromLine(header), place)
                                     : ReadStateFields(WithoutFromLine(header));
-    fields.state.received = TimeOf(ParseFromLine(header.substr(0, header.find('\n'))));
+    if (header.starts_with(kFrom)) {  // none stands in most MMDF files
+      fields.state.received = TimeOf(ParseFromLine(header.substr(0, header.find('\n'))));
+    }
     // A list that no longer fits its file makes no mail new.
     hasNotes = hasNotes || fields.read.has_value();
     toc.AddState(mail.offset, fields);

@@ -1,18 +1,15 @@
 #include "client/sources/MhSequences.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "base/AsciiText.h"
+#include "base/WholeNumber.h"
 #include "client/sources/Pieces.h"
 
 namespace client {
 std::optional<std::uint64_t> MhNumber(std::string_view fileName) {
-  std::uint64_t number = 0;
-  const char* const last = fileName.data() + fileName.size();
-  const auto [end, error] = std::from_chars(fileName.data(), last, number);
-  if (error != std::errc() || end != last || number == 0) return std::nullopt;
-  return number;
+  const auto number = mail::wholeNumber<std::uint64_t>(fileName);
+  return number == 0u ? std::nullopt : number;
 }
 
 MhSequences::MhSequences(std::string_view text) {

@@ -14,15 +14,13 @@ namespace client {
 namespace {
 
 constexpr std::size_t kMostNames = 200000;  // that are kept
-constexpr std::string_view kOnWindowsDisks = "\xEF\x80\xBA";
 
 // What may not be looked at may be there.
 bool IsGone(const std::string& path) { return !IsThere(path) && errno == ENOENT; }
 
 // Where most mails go, which needs no search.
 std::string WhereLikely(const std::string& maildir, std::string_view name) {
-  const std::size_t end = std::min(name.find_first_of(":;!"), name.find(kOnWindowsDisks));
-  const std::string own = maildir + "cur/" + std::string(name.substr(0, end));
+  const std::string own = maildir + "cur/" + std::string(ParseMaildirName(name).base);
   for (const char* const letters : {":2,S", ":2,RS", ":2,FS", ":2,"}) {
     if (IsThere(own + letters)) return own + letters;
   }

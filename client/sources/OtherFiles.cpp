@@ -8,6 +8,7 @@
 #include "base/AsciiText.h"
 #include "client/sources/ArchiveFiles.h"
 #include "client/sources/MboxBegin.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -28,6 +29,10 @@ constexpr std::array kBeginnings =
 constexpr std::array kEnds = std::to_array<std::string_view>(
     {".msf", ".cmeta", ".ibex.index", ".ibex.index.data", ".toc", ".log", ".sqlite", ".sqlite-wal",
      ".sqlite-shm", ".db-wal", ".db-shm", ".ev-summary", ".ev-summary-meta"});
+// Or begins with it.
+constexpr std::array kHidden = std::to_array<std::string_view>(
+    {".DS_Store", ".claws_", ".customflags", ".directory", ".dovecot", ".isyncuidmap",
+     ".mbsyncstate", ".mh_sequences", ".overview", ".sylpheed_", ".uidvalidity", ".xmhcache"});
 // Of which programs make mails that are elsewhere as well, or parts of them.
 constexpr std::array kCopies = std::to_array<std::string_view>({".wdseml", ".emlxpart"});
 
@@ -91,23 +96,27 @@ bool IsOutlookItem(const std::string& path, std::string_view head) {
 bool IsBesideMail(std::string_view name) {
   const auto is = [&](std::string_view each) { return mail::equalsNoCase(each, name); };
   const auto begins = [&](std::string_view each) { return name.starts_with(each); };
-  const auto ends = [&](std::string_view each) { return EndsWithNoCase(name, each); };
   return std::ranges::any_of(kNames, is) || std::ranges::any_of(kBeginnings, begins) ||
-         std::ranges::any_of(kEnds, ends);
+         EndsWithOneOf(name, kEnds);
+}
+
+bool IsCopyOfMbox(std::string_view name) {
+  constexpr std::string_view kCompacted = "nstmp";
+  return name.starts_with(kCompacted) &&
+         name.find_first_not_of("-0123456789", kCompacted.size()) == std::string_view::npos;
+}
+
+bool IsHiddenBesideMail(std::string_view name) {
+  return std::ranges::any_of(kHidden,
+                             [&](std::string_view each) { return name.starts_with(each); });
 }
 
 bool IsCopyOfMail(std::string_view name) {
-  constexpr std::string_view kCompacted = "nstmp";
-  const bool isCompacted =
-      name.starts_with(kCompacted) &&
-      name.find_first_not_of("-0123456789", kCompacted.size()) == std::string_view::npos;
-  return isCompacted || std::ranges::any_of(kCopies, [&](std::string_view each) {
-           return EndsWithNoCase(name, each);
-         });
+  return IsCopyOfMbox(name) || EndsWithOneOf(name, kCopies);
 }
 
 bool IsAddressBook(std::string_view name) {
-  const std::string_view last = name.substr(name.rfind('/') + 1);
+  const std::string_view last = LastName(name);
   return EndsWithNoCase(last, ".mab") || EndsWithNoCase(last, ".wab") || last == "history.sqlite" ||
          last == "contacts.db" || (last.starts_with("abook") && last.ends_with(".sqlite"));
 }
@@ -127,10 +136,7 @@ std::string_view MailFormOf(std::string_view head) {
   return IsDbox(head) ? "a file of the dbox form" : "";
 }
 
-bool IsCalledAsMail(std::string_view name) {
-  return std::ranges::any_of(kOfMail,
-                             [&](std::string_view end) { return EndsWithNoCase(name, end); });
-}
+bool IsCalledAsMail(std::string_view name) { return EndsWithOneOf(name, kOfMail); }
 
 std::string UnreadMailForm(const std::string& path, std::uint64_t size, std::string_view head) {
   if (std::string packed = ArchiveReason(path, size, head); !packed.empty()) return packed;

@@ -16,6 +16,11 @@ inline bool IsOfMac(std::string_view name) { return name.starts_with("._"); }
 
 // By its name, what a program makes of mails that lie elsewhere.
 bool IsCopyOfMail(std::string_view name);
+// Of these what may be all that is left of an mbox.
+bool IsCopyOfMbox(std::string_view name);
+
+// By its name, a hidden file in which a program keeps something of mails, and none of them.
+bool IsHiddenBesideMail(std::string_view name);
 
 // By its name, of Thunderbird and its kin, of Evolution and of Windows.
 bool IsAddressBook(std::string_view name);

@@ -15,12 +15,12 @@
 #include "client/sources/ModifiedUtf7.h"
 #include "client/sources/Names.h"
 #include "client/sources/OtherFiles.h"
+#include "client/sources/StoreBelow.h"
 #include "client/sources/ThunderbirdProfile.h"
 
 namespace client {
 namespace {
 
-constexpr std::uint64_t kHead = 4096;  // bytes by which a file is known
 constexpr std::string_view kSbd = ".sbd";
 constexpr std::string_view kMbox = ".mbox";
 constexpr std::string_view kMbx = ".mbx";
@@ -50,6 +50,27 @@ SourceProblem LeftOut(const SourceFolder& folder, const FolderEntry& entry, std:
     return {path, "an address book: have its program write it as a .vcf file"};
   }
   return {path, "its name does not end in .eml, .ics or .vcf"};
+}
+
+// By what is in it.
+std::string ReasonOfHidden(const std::string& path, const FolderEntry& entry,
+                           std::string_view head) {
+  const bool isMbox = MboxSource::IsMbox(head) || FindFirstMail(head);
+  const std::string form(isMbox ? "an mbox" : MailFormOf(head));
+  if (!form.empty()) return "looks like " + form + " and is not read";
+  try {
+    return IsOfMac(entry.name) ? "" : ArchiveReason(path, entry.size, head);
+  } catch (const SourceError& error) {
+    return error.what();
+  }
+}
+
+// Of a user, with what shells and desktops keep there.
+bool IsHome(const std::string& path) {
+  static constexpr auto kSigns =
+      std::to_array<std::string_view>({".bash_history", ".bashrc", ".cache", ".config", ".cshrc",
+                                       ".local", ".profile", ".ssh", ".zshrc"});
+  return std::ranges::any_of(kSigns, [&](std::string_view name) { return HasEntry(path, name); });
 }
 
 }  // namespace
@@ -122,7 +143,8 @@ bool IsFolderBesideMail(const SourceFolder& parent, std::string_view name) {
          name == "courierimaphieracl" || name.ends_with(".mozmsgs");
 }
 
-OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, MboxKind mbox, TrueNames& names)
+OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, MboxKind mbox, TrueNames& names,
+                               std::vector<SourceProblem>& problems)
     : m_folder(folder),
       m_mbox(mbox),
       m_names(names),
@@ -131,9 +153,12 @@ OtherTreeFiles::OtherTreeFiles(const SourceFolder& folder, MboxKind mbox, TrueNa
       m_isMh(HasEntry(".mh_sequences") || HasEntry(".claws_mark") || HasEntry(".sylpheed_mark")),
       m_eudora(TextOfFile(folder.path + "/" + EudoraNames::kFile)) {
   if (!m_isMh) return;
-  m_sequences = MhSequences(TextOfFile(folder.path + "/.mh_sequences"));
-  const std::string claws = TextOfFile(folder.path + "/.claws_mark");
-  m_marks = MhMarks(claws.empty() ? TextOfFile(folder.path + "/.sylpheed_mark") : claws);
+  const auto text = [&](const char* name) {
+    return HeadOfFile(folder.path + name, kMostText, problems);
+  };
+  m_sequences = MhSequences(text("/.mh_sequences"));
+  const std::string claws = text("/.claws_mark");
+  m_marks = MhMarks(claws.empty() ? text("/.sylpheed_mark") : claws);
 }
 
 bool OtherTreeFiles::HasEntry(const std::string& name) const {
@@ -161,7 +186,7 @@ const std::set<std::string>& OtherTreeFiles::EndingsOfMboxes() const {
   if (m_endings) return *m_endings;
   m_endings.emplace();
   const bool hasOthers = HasName(m_folder.path, [&](std::string_view name) {
-    const std::string head = HeadOfFile(m_folder.path + "/" + std::string(name), kHead);
+    const std::string head = HeadOfFile(m_folder.path + "/" + std::string(name), kFileHead);
     if (head.empty() || name.starts_with('.') || IsBesideMail(name)) return false;
     m_endings->emplace(EndingOf(name));
     return !MboxSource::IsMbox(head) && !FindFirstMail(head);
@@ -179,7 +204,7 @@ bool OtherTreeFiles::IsEmptyFolder(const std::string& name) const {
 
 void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
-  if (IsCopyOfMail(entry.name)) return NameCopy(path, listing);
+  if (IsCopyOfMail(entry.name)) return NameCopy(entry, listing);
   if (IsEmlxName(entry.name)) return TakeEmlx(path, entry, listing);
   const bool isExport = entry.name == "mbox" && m_folder.path.ends_with(kMbox);
   const std::string levels = m_folder.levels + (isExport ? "" : LevelsOfFile(entry.name));
@@ -189,7 +214,7 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
     return;
   }
   try {  // one that cannot be read may be full of mail
-    const std::string head = ReadFileRange(path, 0, kHead);
+    const std::string head = ReadFileRange(path, 0, kFileHead);
     if (TakeMh(path, entry, head, listing)) return;
     if (MboxSource::IsMbox(head)) return ListMbox(path, TargetOf(levels), m_mbox, listing);
     const bool isPlaceOfMbox = isExport || IsCalledAsMail(entry.name) || HasPlaceOfMbox(entry.name);
@@ -223,17 +248,33 @@ void OtherTreeFiles::Take(const FolderEntry& entry, Listing& listing) const {
 // has such names, too.
 void OtherTreeFiles::TakeHidden(const FolderEntry& entry, Listing& listing) const {
   const std::string path = m_folder.path + "/" + entry.name;
-  const std::string head = HeadOfFile(path, kHead);
-  const bool isMbox = MboxSource::IsMbox(head) || FindFirstMail(head);
-  const std::string form(isMbox ? "an mbox" : MailFormOf(head));
-  std::string reason = form.empty() ? "" : "looks like " + form + " and is not read";
+  std::string reason;
   try {
-    if (reason.empty() && !IsOfMac(entry.name)) reason = ArchiveReason(path, entry.size, head);
-  } catch (const SourceError& error) {
-    reason = error.what();
+    reason = ReasonOfHidden(path, entry, ReadFileRange(path, 0, kFileHead));
+  } catch (const ReadError& error) {
+    if (MayBeHiddenMail(entry)) reason = error.what();
   }
   if (reason.empty()) return;
   listing.problems.push_back({path, "it is hidden, " + reason, /*isUnread=*/true});
+}
+
+// Of one that nobody can look into its name and its place must say it, as they would if it could be
+// read: most hidden files, those of a home above all, are what programs keep for themselves, and a
+// run is whole without them.
+bool OtherTreeFiles::MayBeHiddenMail(const FolderEntry& entry) const {
+  const std::string path = m_folder.path + "/" + entry.name;
+  if (entry.size == 0 || IsOfMac(entry.name) || IsHiddenBesideMail(entry.name)) return false;
+  if (IsCalledAsMail(entry.name) || IsCalledAsArchive(entry.name)) return IsThere(path);
+  return HoldsMail() && !IsHome(m_folder.path) && IsThere(path);
+}
+
+bool OtherTreeFiles::HoldsMail() const {
+  if (m_isMh || m_folder.isInMaildir) return true;
+  if (m_holdsMail) return *m_holdsMail;
+  m_holdsMail = HasName(m_folder.path, [&](std::string_view name) {
+    return IsMailByLook(m_folder.path + "/" + std::string(name));
+  });
+  return *m_holdsMail;
 }
 
 void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
@@ -250,7 +291,7 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
              /*isUnread=*/true});
       }
       const EmlxState found =
-          ReadEmlxState(ReadRange(file, place->offset + place->length, 16 * kHead));
+          ReadEmlxState(ReadRange(file, place->offset + place->length, 16 * kFileHead));
       item.read = found.read;
       item.state = found.state;
     }
@@ -260,9 +301,15 @@ void OtherTreeFiles::TakeEmlx(const std::string& path, const FolderEntry& entry,
 }
 
 // Where a program broke off while it wrote one, the copy may be all that is left.
-void OtherTreeFiles::NameCopy(const std::string& path, Listing& listing) const {
-  const std::string head = HeadOfFile(path, kHead);
-  if (!MboxSource::IsMbox(head) && !FindFirstMail(head)) return;
+void OtherTreeFiles::NameCopy(const FolderEntry& entry, Listing& listing) const {
+  const std::string path = m_folder.path + "/" + entry.name;
+  try {
+    const std::string head = ReadFileRange(path, 0, kFileHead);
+    if (!MboxSource::IsMbox(head) && !FindFirstMail(head)) return;
+  } catch (const ReadError& error) {
+    if (!IsCopyOfMbox(entry.name) || !IsThere(path)) return;
+    return listing.problems.push_back({path, error.what(), /*isUnread=*/true});
+  }
   listing.problems.push_back(
       {path,
        "its program made it of mails that lie elsewhere: name it as a source "

@@ -28,11 +28,14 @@ void ListEml(const SourceItem& file, MboxKind mbox, Listing& listing);
 // or the problem that it may be mail and is not read.
 class OtherTreeFiles {
  public:
-  // Of one folder; the names are of all of a source, and stay.
-  OtherTreeFiles(const SourceFolder& folder, MboxKind mbox, TrueNames& names);
+  // Of one folder; the names are of all of a source, and stay. What its program keeps of the state
+  // of mails in hidden files, and cannot be read, becomes a problem.
+  OtherTreeFiles(const SourceFolder& folder, MboxKind mbox, TrueNames& names,
+                 std::vector<SourceProblem>& problems);
   void TakeEml(const FolderEntry& entry, Listing& listing) const;
   void Take(const FolderEntry& entry, Listing& listing) const;
-  // A file whose name begins with a dot: the problem that it looks like mail, if it does.
+  // A file whose name begins with a dot: the problem that it looks like mail, if it does, or that
+  // it cannot be read and may be mail by its name or its place.
   void TakeHidden(const FolderEntry& entry, Listing& listing) const;
   // The levels of the target that a folder in it adds to its own: "Name\", "Name\" of "Name.sbd"
   // and "Name.mbox", none of what programs put between.
@@ -41,7 +44,9 @@ class OtherTreeFiles {
   bool IsServers() const;
 
  private:
-  void NameCopy(const std::string& path, Listing& listing) const;
+  void NameCopy(const FolderEntry& entry, Listing& listing) const;
+  bool MayBeHiddenMail(const FolderEntry& entry) const;
+  bool HoldsMail() const;
   void TakeEmlx(const std::string& path, const FolderEntry& entry, Listing& listing) const;
   bool TakeMh(const std::string& path, const FolderEntry& entry, std::string_view head,
               Listing& listing) const;
@@ -64,6 +69,7 @@ class OtherTreeFiles {
   MhMarks m_marks;
   // Found when they are asked for.
   mutable std::optional<bool> m_isServers;
+  mutable std::optional<bool> m_holdsMail;
   mutable std::optional<std::set<std::string>> m_endings;
 };
 

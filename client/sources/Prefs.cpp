@@ -1,11 +1,11 @@
 #include "client/sources/Prefs.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <optional>
 
 #include "base/AsciiText.h"
+#include "base/WholeNumber.h"
 #include "client/sources/Pieces.h"
 #include "platform/Unicode.h"
 
@@ -14,13 +14,6 @@ namespace {
 
 constexpr std::size_t kMostOfText = 4096;  // bytes
 
-std::optional<char16_t> UnitIn(std::string_view digits) {
-  std::uint16_t unit = 0;
-  const char* const last = digits.data() + digits.size();
-  const auto [end, error] = std::from_chars(digits.data(), last, unit, 16);
-  return error == std::errc() && end == last ? std::optional<char16_t>(unit) : std::nullopt;
-}
-
 // A string literal up to its quote, its escapes resolved; nothing where none ends it.
 std::optional<std::string> LiteralIn(std::string_view text) {
   std::string value;
@@ -28,8 +21,8 @@ std::optional<std::string> LiteralIn(std::string_view text) {
   for (std::size_t at = 0; at < text.size() && value.size() < kMostOfText; ++at) {
     const bool isEscape = text[at] == '\\' && at + 1 < text.size();
     if (isEscape && text[at + 1] == 'u' && at + 6 <= text.size()) {
-      if (const auto unit = UnitIn(text.substr(at + 2, 4))) {
-        units += *unit;
+      if (const auto unit = mail::wholeNumber<std::uint16_t>(text.substr(at + 2, 4), 16)) {
+        units += static_cast<char16_t>(*unit);
         at += 5;
         continue;
       }

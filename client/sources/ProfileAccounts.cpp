@@ -170,8 +170,18 @@ std::string PlaceBelowProfile(std::string_view path) {
   return leadsOut || place == "." ? "" : place;
 }
 
-ProfileAccounts AccountsOfProfile(const std::string& profile, const std::string& source) {
-  return Finder(profile, source).Find(MailServersIn(TextOfFile(profile + "/prefs.js")));
+ProfileAccounts AccountsOfProfile(const std::string& profile, const std::string& source,
+                                  std::vector<SourceProblem>& problems) {
+  const std::string path = profile + "/prefs.js";
+  std::string prefs;
+  try {
+    prefs = ReadFileRange(path, 0, kMostText);
+  } catch (const ReadError& error) {
+    problems.push_back({path,
+                        std::string(error.what()) + ": it may name folders of accounts elsewhere",
+                        /*isUnread=*/true});
+  }
+  return Finder(profile, source).Find(MailServersIn(prefs));
 }
 
 }  // namespace client

@@ -21,7 +21,9 @@ struct ProfileAccounts {
   std::vector<std::string> elsewhere;    // as they stand there, in no folder of the source
 };
 
-ProfileAccounts AccountsOfProfile(const std::string& profile, const std::string& source);
+// A prefs.js that cannot be read becomes a problem.
+ProfileAccounts AccountsOfProfile(const std::string& profile, const std::string& source,
+                                  std::vector<SourceProblem>& problems);
 
 // The place below a profile that a path in its prefs.js means, "Mail/pop.example"; empty for one
 // that leads out of it, or to itself.

@@ -22,9 +22,8 @@ std::unique_ptr<Source> OpenSource(const std::string& path, const SourceOptions&
   if (status.st_size == 0 || MboxSource::IsMbox(ReadFileRange(path, 0, kLook))) {
     return std::make_unique<MboxSource>(path, options.mbox);
   }
-  constexpr std::uint64_t kHead = 4096;
   if (const auto begin =
-          BeginOfMails(path, ReadFileRange(path, 0, kHead), /*isPlaceOfMbox=*/true)) {
+          BeginOfMails(path, ReadFileRange(path, 0, kFileHead), /*isPlaceOfMbox=*/true)) {
     return std::make_unique<MboxSource>(path, options.mbox, *begin);
   }
   throw SourceError(

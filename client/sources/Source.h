@@ -31,7 +31,7 @@ class SourceError : public std::runtime_error {
 
 // What a source holds.
 struct Listing {
-  ItemList items;                       // in a sorted order that depends on names alone
+  ItemList items;                       // in an order that names and places in files decide
   std::vector<SourceProblem> problems;  // what was left out
   std::vector<std::string> folders;     // target folders that are there with or without items
   FolderMarks marks;                    // of these

@@ -158,18 +158,22 @@ std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::ui
   return ReadRange(OpenSourceFile(path, Links::kFollow), offset, length);
 }
 
-std::string HeadOfFile(const std::string& path, std::uint64_t most) {
+std::string HeadOfFile(const std::string& path, std::uint64_t most,
+                       std::vector<SourceProblem>& problems) {
   try {
     return ReadFileRange(path, 0, most);
-  } catch (const SourceError&) {
+  } catch (const ReadError& error) {
+    if (IsThere(path)) problems.push_back({path, error.what()});
     return {};
   }
 }
 
-std::string TextOfFile(const std::string& path) {
-  constexpr std::uint64_t kMost = 16 << 20;
-  return HeadOfFile(path, kMost);
+std::string HeadOfFile(const std::string& path, std::uint64_t most) {
+  std::vector<SourceProblem> toldElsewhere;
+  return HeadOfFile(path, most, toldElsewhere);
 }
+
+std::string TextOfFile(const std::string& path) { return HeadOfFile(path, kMostText); }
 
 TextFile ReadTextFile(const std::string& path) {
   std::string bytes = ReadWholeFile(path);
@@ -194,6 +198,11 @@ bool EndsWithNoCase(std::string_view name, std::string_view suffix) {
   const std::string_view end = name.substr(name.size() - suffix.size());
   return std::equal(end.begin(), end.end(), suffix.begin(),
                     [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; });
+}
+
+bool EndsWithOneOf(std::string_view name, std::span<const std::string_view> suffixes) {
+  return std::ranges::any_of(suffixes,
+                             [&](std::string_view each) { return EndsWithNoCase(name, each); });
 }
 
 bool LooksLikeField(std::string_view line) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,7 +10,8 @@
 #include "client/sources/Source.h"
 #include "platform/UniqueFd.h"
 
-// What the sources share: folders in a fixed order, and files read whole.
+// What the sources share: what lies in a folder, in a fixed order or in none, files and pieces of
+// them, and what mails are known by.
 namespace client {
 
 // A file cannot be read: what() is "cannot be read: " and the reason, which Reason() gives alone.
@@ -69,11 +71,18 @@ void ReadPieces(const OpenedFile& opened, const std::function<void(std::string_v
 // Reads length bytes of a file from offset, or to its end. Throws ReadError.
 std::string ReadRange(const OpenedFile& opened, std::uint64_t offset, std::uint64_t length);
 std::string ReadFileRange(const std::string& path, std::uint64_t offset, std::uint64_t length);
-// The same, of a file at its beginning; empty where it cannot be read or is not there.
-std::string HeadOfFile(const std::string& path, std::uint64_t most);
-// Of a text that a program keeps beside mail: as much of it as a sound one may have.
-std::string TextOfFile(const std::string& path);
+// All of one, of up to 2 GiB.
 std::string ReadWholeFile(const std::string& path);
+// Of one at its beginning; empty where it is not there. One that cannot be read is empty, too,
+// which is for who meets its name in a folder to tell.
+std::string HeadOfFile(const std::string& path, std::uint64_t most);
+// Where nobody else tells it that becomes a problem, of no mail that was not seen.
+std::string HeadOfFile(const std::string& path, std::uint64_t most,
+                       std::vector<SourceProblem>& problems);
+inline constexpr std::uint64_t kFileHead = 4096;  // bytes by which a file is known
+// The same of a text that a program keeps beside mail: as much of it as a sound one may have.
+inline constexpr std::uint64_t kMostText = 16 << 20;  // bytes
+std::string TextOfFile(const std::string& path);
 
 // A file of text in UTF-8, or as it is; one that begins with a mark of UTF-16 is converted, and has
 // no places in the file that others could read again.
@@ -85,6 +94,7 @@ TextFile ReadTextFile(const std::string& path);  // throws ReadError
 
 // True if the name ends so, without regard to case. suffix is in lower case.
 bool EndsWithNoCase(std::string_view name, std::string_view suffix);
+bool EndsWithOneOf(std::string_view name, std::span<const std::string_view> suffixes);
 
 // "Name:" at the start of a line, as a header field begins; blanks may stand before the colon.
 bool LooksLikeField(std::string_view line);

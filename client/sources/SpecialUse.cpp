@@ -16,7 +16,6 @@
 namespace client {
 namespace {
 
-constexpr std::uint64_t kMostText = 16 << 20;   // bytes
 constexpr std::uint64_t kMostFirstLine = 1024;  // bytes
 constexpr std::string_view kAttributes = "dovecot-attributes";
 constexpr std::string_view kUidList = "dovecot-uidlist";

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "client/sources/FolderNames.h"
+#include "client/sources/ItemNames.h"
 #include "client/sources/Maildir.h"
 #include "client/sources/MboxSource.h"
 #include "client/sources/SourceFiles.h"
@@ -38,14 +39,14 @@ constexpr auto kPlaces = std::to_array<Place>({
     {".local/share/evolution/mail/local", IsEvolutions},
 });
 
-// A file of mail by its name or its first bytes, or a Maildir.
-bool IsMail(const std::string& path, std::string_view name) {
+}  // namespace
+
+bool IsMailByLook(const std::string& path) {
   constexpr std::uint64_t kLook = 64;  // bytes
-  return EndsWithNoCase(name, ".eml") || EndsWithNoCase(name, ".msf") ||
+  const ItemFile file = ItemFileOf(path);
+  return file == ItemFile::kMail || file == ItemFile::kAppleMail || EndsWithNoCase(path, ".msf") ||
          MboxSource::IsMbox(HeadOfFile(path, kLook)) || IsMaildir(path);
 }
-
-}  // namespace
 
 std::string StoreBelow(const std::string& source) {
   std::string store;
@@ -60,7 +61,7 @@ std::string StoreBelow(const std::string& source) {
   std::vector<SourceProblem> toldLater;
   EachName(source, toldLater, [&](std::string_view name) {
     const std::string path = source + "/" + std::string(name);
-    isAlone = path == store || !IsMail(path, name);
+    isAlone = path == store || !IsMailByLook(path);
     return isAlone;
   });
   return isAlone ? store : std::string();

@@ -92,7 +92,7 @@ bool TakeProfile(const SourceFolder& folder, const std::string& source, MailAcco
     if (!has(name)) continue;
     below.push_back({folder.path + "/" + std::string(name), folder.levels, folder.levels});
   }
-  const ProfileAccounts accounts = AccountsOfProfile(folder.path, source);
+  const ProfileAccounts accounts = AccountsOfProfile(folder.path, source, listing.problems);
   TakeAccounts(folder, accounts, below);
   for (const auto* some : {&accounts.below, &accounts.met}) {
     all.elsewhere.insert(all.elsewhere.end(), some->begin(), some->end());

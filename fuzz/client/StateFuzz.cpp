@@ -42,6 +42,8 @@ void CheckEmlx(std::string_view file) {
 void CheckNames(std::string_view text) {
   const client::MaildirName name = client::ParseMaildirName(text);
   Require(name.letters.size() <= text.size());
+  Require(text.starts_with(name.base) && (name.hasState || name.base == text));
+  Require(name.base.starts_with(client::LastingPart(text)));
   client::MailState state;
   state.categories = {"Important", "Later"};
   const client::TagNames tags(text);

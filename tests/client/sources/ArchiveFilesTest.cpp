@@ -164,6 +164,8 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
                   6),
       "\x28\xB5\x2F\xFD",
       "\x1F\x9D",
+      "\x04\x22\x4D\x18\n\n" + kMbox + "A: 1\nB: 2\n\n",
+      "!!-lh0-\n\n" + kMbox + "A: 1\nB: 2\n\n",
       "!BDN",
       "JMF9",
       Compound(u"__substg1.0_0037001F"),
@@ -214,6 +216,7 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
   for (const char* name : {"a.7z", "b.RAR", "c.ost", "d.olm", "e.2021.mbox.xz", "f.msg", "g.tbb"}) {
     folder.Write(std::string("lost/") + name, "?");
   }
+  folder.Write("lost/old.iso", std::string(40000, '\0') + "\n" + kMbox + "A: 1\nB: 2\n\n");
   folder.Write("lost/dovecot.tar", far);
   folder.Write("lost/.hidden", far);
   folder.Write("none/._a.zip", "?");
@@ -226,7 +229,7 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
     EXPECT_EQ(problem.isUnread, isLost) << problem.location << ": " << problem.reason;
     losses += problem.isUnread ? 1 : 0;
   }
-  EXPECT_EQ(losses, std::size(lost) + 9);
+  EXPECT_EQ(losses, std::size(lost) + 10);
 }
 
 }  // namespace

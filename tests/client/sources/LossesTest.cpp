@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -226,6 +228,61 @@ TEST(Stores, WhatCannotBeOpenedMayBeMail) {
   EXPECT_TRUE(std::ranges::all_of(plan.problems, &SourceProblem::isUnread));
   EXPECT_THROW(MakePlan({folder.File("tree/box")}), SourceError);
   setMode(0755);  // lets them be removed
+}
+
+// As its name and its place have it, where it may hold mail or says what is read; what else a
+// program keeps beside mail is named alone.
+TEST(Stores, WhatCannotBeReadIsToldByItsNameAndPlace) {
+  const std::string imap = "ImapMail/imap.example/Part";
+  const std::string denied = ": cannot be read: Permission denied";
+  const std::string hidden = ": it is hidden, cannot be read: Permission denied";
+  const struct {
+    const char* name;
+    std::map<std::string, std::string> files;
+    std::vector<std::string> unreadable;
+    std::vector<std::string> told;  // what each begins with, "!" in front of a loss
+  } rows[] = {
+      {"a profile",
+       {{"Mail/Local Folders/Inbox", Mbox()}, {imap, Mbox()}},
+       {"prefs.js", imap + ".msf"},
+       {"!prefs.js" + denied, "!" + imap + ".msf" + denied}},
+      {"beside mail",
+       {{"Inbox", Mbox()}, {".empty", ""}},
+       {".box", ".empty", "._box", ".mbsyncstate.new", "nstmp-2", "x.wdseml"},
+       {"!.box" + hidden, "!nstmp-2" + denied}},
+      {"a home",
+       {{"mbox", Mbox()}, {".bashrc", "x"}, {"a/.x", "x"}},
+       {".bash_history", ".old.mbox", ".backup.zip", "a/.env"},
+       {"!.backup.zip" + hidden, "!.old.mbox" + hidden}},
+      {"MH",
+       {{"1", kMail}},
+       {".mh_sequences", ".claws_mark", ".sylpheed_mark", ".hidden"},
+       {".mh_sequences" + denied, ".claws_mark" + denied, ".sylpheed_mark" + denied,
+        "!.hidden" + hidden}},
+      {"a Maildir",
+       {{"cur/1.a:2,S", kMail}},
+       {"courierimapkeywords/:list", "courierimapkeywords/.1.1.a", "dovecot-attributes", ".box"},
+       {"courierimapkeywords/:list" + denied, "courierimapkeywords/.1.1.a" + denied,
+        "!.box" + hidden, "!dovecot-attributes" + denied}},
+  };
+  for (const auto& row : rows) {
+    const TemporaryFolder folder;
+    chmod(folder.Path().c_str(), 0755);
+    for (const auto& [name, bytes] : row.files) folder.Write(name, bytes);
+    for (const std::string& name : row.unreadable) {
+      if (!row.files.contains(name)) folder.Write(name, "x");
+      chmod(folder.File(name).c_str(), 0);
+    }
+    const WithoutRights rights;
+    const Plan plan = MakePlan({folder.Path()});
+    std::vector<std::string> told = Problems(plan, folder.Path());
+    for (std::size_t i = 0; i < told.size(); ++i) {
+      if (plan.problems[i].isUnread) told[i].insert(0, "!");
+    }
+    std::vector<testing::Matcher<std::string>> wanted;
+    for (const std::string& text : row.told) wanted.push_back(testing::StartsWith(text));
+    EXPECT_THAT(told, testing::ElementsAreArray(wanted)) << row.name;
+  }
 }
 
 }  // namespace

@@ -380,6 +380,17 @@ TEST(MaildirSource, AMailThatMovesWhileItsFolderIsListedComesOnce) {
   EXPECT_THAT(Problems(plan, folder.Path()), ElementsAre());
 }
 
+TEST(MaildirSource, AFileThatIsCalledOtherwiseHasNotMoved) {
+  const TemporaryFolder folder;
+  folder.Write("Maildir/cur/Hello, a.eml", "Subject: a\n\n");
+  folder.Write("Maildir/cur/Hello, b.eml", "Subject: b\n\n");
+  std::filesystem::create_directory(folder.File("Maildir/tmp"));
+  const Plan plan = MakePlan({folder.Path()});
+  ASSERT_EQ(plan.entries.size(), 2u);
+  std::filesystem::remove(folder.File("Maildir/cur/Hello, a.eml"));
+  EXPECT_THROW(plan.sources[0]->Read(plan.entries[0].item), SourceError);
+}
+
 TEST(MaildirSource, AFolderOfThatNameElsewhereMovesNoMail) {
   const TemporaryFolder folder;
   const std::string path = folder.Write("new/Hello, a.eml", "Subject: a\n\n");
@@ -411,13 +422,17 @@ TEST(MaildirSource, LettersAndKeywordsTellTheState) {
   folder.Write(".Sub/courierimapkeywords/:list", "Blue\nRed\n\n8:1 0 7 x\n7.a:1\n\n");
   folder.Write(".Sub/courierimapkeywords/.1.7.a", "Green\n");
   folder.Write(".Sub/courierimapkeywords/.2.7.a", "Work\n$Forwarded\n");
+  // From a disk that takes no colon.
+  folder.Write(".Win/cur/1.a!2,S", "Subject: x\n\n");
+  folder.Write(".Win/cur/2.a;2,S", "Subject: x\n\n");
+  folder.Write(".Win/courierimapkeywords/!list", "Blue\nRed\n\n1.a:1\n2.a:0\n");
   const Plan plan = MakePlan({folder.Path()}, {.withDeleted = true});
   std::vector<std::string> states;
   for (const Plan::Entry& entry : plan.entries) {
     states.push_back(Letters(entry.item.state, entry.item.read));
   }
   EXPECT_THAT(states, ElementsAre("RAWX", "RF", "WD", "RW,Urgent", "", "RA,Work", "W,Local,Work",
-                                  ",Red,Blue"));
+                                  ",Red,Blue", "R,Red", "R,Blue"));
   EXPECT_EQ(plan.entries[0].item.state.received, 1551700000);    // the file's: it was saved later
   EXPECT_EQ(plan.entries[5].item.state.received, std::nullopt);  // the time of a copy
   EXPECT_EQ(plan.entries[6].item.state.received, 7);             // no file was made in 1970
