@@ -65,10 +65,11 @@ class Journal {
 
   // True if this content of this source has arrived in that folder.
   bool HasArrived(std::string_view source, std::string_view folder, std::string_view hash);
-  // Ends what Begin began where the result says whether the item is there. Durable.
-  void Store(const JournalEntry& entry);
+  // Ends what Begin began where the result says whether the item is there. Durable. A mail that is
+  // known from now on is kept with it: of one that is, nothing is told any more.
+  void Store(const JournalEntry& entry, const std::optional<KnownMail>& mail = {});
   // The same, and not durable: for what was not sent, but found where it would be found again.
-  void StoreFound(const JournalEntry& entry);
+  void StoreFound(const JournalEntry& entry, const std::optional<KnownMail>& mail = {});
   // Of an item that cannot be read now; an entry that says that it has arrived stays. Not durable.
   void StoreUnread(const JournalEntry& entry);
 
