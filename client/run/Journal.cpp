@@ -410,6 +410,12 @@ std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view
   return entries;
 }
 
+bool Journal::HasArrivals() {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT 1 FROM item WHERE result = ?1 LIMIT 1");
+  return query.Bind(1, static_cast<std::int64_t>(ItemResult::kArrived)).Step();
+}
+
 bool Journal::HasArrivalsIn(std::string_view folder) {
   platform::SqliteStatement query =
       m_database.Prepare("SELECT 1 FROM item WHERE folder = ?1 AND result = ?2 LIMIT 1");
@@ -418,7 +424,9 @@ bool Journal::HasArrivalsIn(std::string_view folder) {
 
 std::vector<JournalEntry> Journal::ArrivedIn(std::string_view folder) {
   platform::SqliteStatement query = m_database.Prepare(
-      "SELECT source, hash, key, text FROM item WHERE folder = ?1 AND result = ?2 ORDER BY source");
+      "SELECT source, hash, key, text FROM item WHERE folder = ?1 AND result = ?2 AND NOT EXISTS"
+      " (SELECT 1 FROM mail WHERE mail.folder = item.folder AND mail.hash = item.hash)"
+      " ORDER BY source");
   query.Bind(1, folder).Bind(2, static_cast<std::int64_t>(ItemResult::kArrived));
   std::vector<JournalEntry> entries;
   while (query.Step()) {

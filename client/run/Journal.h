@@ -152,8 +152,9 @@ class Journal {
   // What came to that result with a text that holds that part, by source.
   std::vector<JournalEntry> EndedWith(ItemResult result, std::string_view part);
 
+  bool HasArrivals();
   bool HasArrivalsIn(std::string_view folder);
-  // What has arrived in that folder, by source.
+  // What has arrived in that folder, by source, but for mails that are known as such.
   std::vector<JournalEntry> ArrivedIn(std::string_view folder);
   // The entry is known by another place in the source from now on. Not durable.
   void Move(const JournalEntry& entry, std::string_view to);

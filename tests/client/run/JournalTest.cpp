@@ -107,6 +107,9 @@ TEST(Journal, EqualEventsAreKnownByTheirNumberWhereverTheyLieNow) {
   store("/a.ics#0", "A");
   store("/a.ics#1", "B");
   store("/a.ics#2", "A");
+  const KnownMail mail = {"Calendar\\", "M", "k", "k", "", "/m.eml", KnownMail::Origin::kBrought};
+  journal.Store({mail.source, mail.folder, "M", "k", ItemResult::kArrived, ""}, mail);
+  EXPECT_EQ(journal.ArrivedIn("Calendar\\").size(), 3u);  // mails are known otherwise
   // One more stands at the file's beginning now, and what was its end in a file of another name.
   const std::pair<const char*, const char*> lie[] = {
       {"/a.ics#0", "new"}, {"/a.ics#1", "A"}, {"/a.ics#2", "B"}, {"/b.ics#0", "A"}};
