@@ -42,7 +42,7 @@ TEST(EngineLogs, OnlyASaveSinceTheMarkCountsAndNoSubjectThatLooksLikeOne) {
   EXPECT_FALSE(logs.HasSaved(TYPE_EMAIL));
   // Nor one whose units, read from the middle of each, are the line.
   std::u16string apart = u"Subject  =";
-  for (const char c : std::string("\n Email Save out \r\n\n Email Save in "))
+  for (const char c : std::string("\n Email Save out \r\n\n Email Save in x"))
     apart += static_cast<char16_t>(c << 8);
   folder.Write("TarnyEngine.txt", ReadAll(path) + WideBytes(apart + u"\n\r\n"));
   EXPECT_FALSE(logs.HasSaved(TYPE_EMAIL));
