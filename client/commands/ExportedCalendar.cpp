@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include <fmt/format.h>
 
@@ -13,6 +15,7 @@
 #include "client/commands/ExportedItem.h"
 #include "client/commands/ExportedSeries.h"
 #include "client/sources/CalendarZone.h"
+#include "client/sources/Pieces.h"
 #include "mailboxd/store/DateTime.h"
 #include "mailboxd/store/ItemFields.h"
 #include "mailboxd/store/Occurrences.h"
@@ -202,28 +205,38 @@ class CalendarWriter {
       m_text.Line("ORGANIZER" + ContentParameter("CN", PropertyTextOf(item, "tag:0x42")),
                   "mailto:" + organizer);
     }
+    const Answers answers = ReadAnswers();
     for (const People& people : kPeople) {
       const mailbox::FieldTree tree(mailbox::FindField(item, people.field));
       for (const pugi::xml_node attendee : tree.Root().children()) {
         const pugi::xml_node mailbox = attendee.child("t:Mailbox");
         const std::string address = mailbox.child("t:EmailAddress").child_value();
         m_text.Line("ATTENDEE" + ContentParameter("CN", mailbox.child("t:Name").child_value()) +
-                        people.parameters + ContentParameter("PARTSTAT", AnswerOf(address)),
+                        people.parameters +
+                        ContentParameter("PARTSTAT", AnswerIn(answers, address)),
                     "mailto:" + address);
       }
     }
   }
 
-  // As the engine keeps them: "bob@example.com: accepted", a line for each.
-  std::string AnswerOf(const std::string& address) const {
-    const std::string answers =
-        "\n" + PropertyTextOf(m_item, "named:PublicStrings:name:TarnyAnswers");
-    const std::string begin = "\n" + address + ": ";
-    const std::size_t at = answers.find(begin);
-    if (at == std::string::npos) return "NEEDS-ACTION";
-    const std::size_t from = at + begin.size();
-    return Translated(kAnswers,
-                      std::string_view(answers).substr(from, answers.find('\n', from) - from));
+  using Answers = std::unordered_map<std::string, std::string>;  // by address
+
+  // As the engine keeps them: "bob@example.com: accepted", a line for each; the first counts.
+  Answers ReadAnswers() const {
+    const std::string text = PropertyTextOf(m_item, "named:PublicStrings:name:TarnyAnswers");
+    Answers answers;
+    for (std::string_view rest = text; !rest.empty();) {
+      const std::string_view line = TakeUpTo(rest, '\n');
+      const std::size_t end = line.rfind(": ");
+      if (end != line.npos)
+        answers.try_emplace(std::string(line.substr(0, end)), line.substr(end + 2));
+    }
+    return answers;
+  }
+
+  static std::string AnswerIn(const Answers& answers, const std::string& address) {
+    const auto answer = answers.find(address);
+    return answer == answers.end() ? "NEEDS-ACTION" : Translated(kAnswers, answer->second);
   }
 
   void WriteAttachments(const ItemInfo& item) {

@@ -127,7 +127,7 @@ void ExportMailbox(mailbox::Store& store, std::int64_t id, const std::filesystem
       ++(file.bytes.empty() ? count.leftOut : count.written);
       if (file.bytes.empty()) continue;
       const std::string subject = item->subject.empty() ? "untitled" : item->subject;
-      NewFile(place / names.Take(FileName(subject + file.extension))).Write(file.bytes);
+      WriteNewFile(place / names.Take(FileName(subject + file.extension)), file.bytes);
     }
   };
   EachPlace(store, id, out, kFileTree, write);

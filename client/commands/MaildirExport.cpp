@@ -104,9 +104,7 @@ void MaildirWriter::Write(std::string mail, const mailbox::ItemInfo& item) {
   const std::string name =
       fmt::format("{}.M{}.mailbox,S={}:2,{}", time, item.id, mail.size(), LettersOf(item));
   const std::string path = (m_folder / "cur" / name).string();
-  NewFile file(path);
-  file.Write(mail);
-  file.Close();
+  WriteNewFile(path, mail);
   if (time > 0) SetTime(path, time);
 }
 
@@ -117,9 +115,7 @@ std::uint64_t MaildirWriter::Finish() {
     lines += fmt::format("{} {}\n", i, ToModifiedUtf7(m_keywords[i], " (){%*\"\\]"));
   }
   if (!lines.empty()) {
-    NewFile file((m_folder / "dovecot-keywords").string());
-    file.Write(lines);
-    file.Close();
+    WriteNewFile((m_folder / "dovecot-keywords").string(), lines);
   }
   return m_leftOut;
 }

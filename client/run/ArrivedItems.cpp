@@ -1,6 +1,6 @@
 #include "client/run/ArrivedItems.h"
 
-#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "client/run/MailKey.h"
@@ -31,7 +31,7 @@ ArrivedItems::ArrivedItems(Journal& journal, const Plan& plan) : m_journal(journ
       }
       const std::string name = NameOf(folder, entry.hash);
       m_places.emplace(entry.source, name);
-      m_entries[name].push_back(std::move(entry));
+      m_entries[name].emplace(entry.source, std::move(entry));
     }
   }
 }
@@ -41,29 +41,31 @@ bool ArrivedItems::Has(const Plan::Entry& entry) { return !entry.IsMail(); }
 bool ArrivedItems::Take(const Plan::Entry& entry, const std::string& hash) {
   const auto found = m_entries.find(NameOf(entry.item.folder, hash));
   if (found == m_entries.end() || found->second.empty()) return false;
-  std::vector<JournalEntry>& equal = found->second;
-  const auto own = std::ranges::find(equal, entry.item.location, &JournalEntry::source);
-  m_places.erase(own == equal.end() ? equal.back().source : own->source);
-  if (own == equal.end()) {
-    MakeRoom(entry);
-    m_journal.Move(equal.back(), entry.item.location);
-    equal.pop_back();
-  } else {
-    equal.erase(own);
+  Equal& equal = found->second;
+  auto taken = equal.find(entry.item.location);
+  if (taken == equal.end()) {
+    taken = std::prev(equal.end());
+    MakeRoom(entry);  // of other content: what lies there by name was not found
+    m_journal.Move(taken->second, entry.item.location);
   }
+  m_places.erase(taken->first);
+  equal.erase(taken);
   return true;
 }
 
 void ArrivedItems::MakeRoom(const Plan::Entry& entry) {
   const auto place = m_places.find(entry.item.location);
   if (place == m_places.end()) return;
-  std::vector<JournalEntry>& equal = m_entries[place->second];
-  const auto there = std::ranges::find(equal, entry.item.location, &JournalEntry::source);
+  Equal& equal = m_entries[place->second];
+  auto there = equal.extract(entry.item.location);
   m_places.erase(place);
-  if (there == equal.end()) return;
-  const std::string aside = there->source + "\n" + there->hash;  // no place in any source
-  m_journal.Move(*there, aside);
-  there->source = aside;
+  if (there.empty()) return;
+  JournalEntry& moved = there.mapped();
+  const std::string aside = moved.source + "\n" + moved.hash;  // no place in any source
+  m_journal.Move(moved, aside);
+  moved.source = aside;
+  there.key() = aside;
+  equal.insert(std::move(there));
 }
 
 void ArrivedItems::Add(const JournalEntry& entry) {
@@ -71,10 +73,15 @@ void ArrivedItems::Add(const JournalEntry& entry) {
   m_versions.emplace(NameOfId(entry.folder, entry.key), Version{entry.key, entry.source});
 }
 
-bool ArrivedItems::IsOfPlan(const std::string& owner, const LoadedItem& item) const {
-  return std::ranges::any_of(m_locations, [&](std::string_view location) {
-    return ItemLoader::OwnerOf(item, location) == owner;
-  });
+bool ArrivedItems::IsOfPlan(const std::string& owner, const LoadedItem& item) {
+  if (m_hashOfOwners != item.hash) {
+    m_owners.clear();
+    for (const std::string& location : m_locations) {
+      m_owners.insert(ItemLoader::OwnerOf(item, location));
+    }
+    m_hashOfOwners = item.hash;
+  }
+  return m_owners.contains(owner);
 }
 
 std::vector<std::string> ArrivedItems::EarlierVersions(const Plan::Entry& entry,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -38,19 +39,24 @@ class ArrivedItems {
   // yet, makes room for this one's.
   void MakeRoom(const Plan::Entry& entry);
 
-  // Whether that hash of content and place (ItemLoader::OwnerOf) is of an item of the plan.
-  bool IsOfPlan(const std::string& owner, const LoadedItem& item) const;
+  // Whether that hash of content and place (ItemLoader::OwnerOf) is of an item of the plan. Cheap
+  // for items that are asked for behind their equals.
+  bool IsOfPlan(const std::string& owner, const LoadedItem& item);
 
  private:
   struct Version {
     std::string key;
     std::string source;
   };
+  using Equal = std::map<std::string, JournalEntry>;  // by source
+
   Journal& m_journal;
-  std::unordered_map<std::string, std::vector<JournalEntry>> m_entries;  // by folder and hash
-  std::unordered_multimap<std::string, Version> m_versions;              // by folder and id
-  std::unordered_map<std::string, std::string> m_places;  // of m_entries, their names by source
-  std::unordered_set<std::string> m_locations;            // of the plan's items
+  std::unordered_map<std::string, Equal> m_entries;          // by folder and hash
+  std::unordered_multimap<std::string, Version> m_versions;  // by folder and id
+  std::unordered_map<std::string, std::string> m_places;     // of m_entries, their names by source
+  std::unordered_set<std::string> m_locations;               // of the plan's items
+  std::unordered_set<std::string> m_owners;  // all that own an item of the content asked for last
+  std::string m_hashOfOwners;                // of that content
 };
 
 }  // namespace client

@@ -147,10 +147,10 @@ void WriteAttachments(const std::string& workFolder, const CalendarItem& item) {
     const std::string wanted = FileName(attachment.name);
     std::string name = wanted;
     while (!taken.insert(UpperAscii(name)).second) name = NumberedFileName(wanted, ++number);
-    NewFile(folder + "/" + name).Write(attachment.bytes);
+    WriteNewFile(folder + "/" + name, attachment.bytes);
     list += fmt::format("{}\\{}\r\n", kAttachmentFolder, name);
   }
-  NewFile(workFolder + "/" + std::string(kAttachmentList)).Write(Utf16LittleEndian(list));
+  WriteNewFile(workFolder + "/" + std::string(kAttachmentList), Utf16LittleEndian(list));
 }
 
 }  // namespace
@@ -195,8 +195,8 @@ json CalendarProps(const CalendarItem& item) {
 void WriteCalendarFiles(const std::string& workFolder, const CalendarItem& item) {
   const bool html = !item.html.empty();
   if (html || !item.body.empty()) {
-    NewFile(workFolder + "/" + std::string(html ? kHtmlMark : kTextMark))
-        .Write(html ? item.html : item.body);
+    WriteNewFile(workFolder + "/" + std::string(html ? kHtmlMark : kTextMark),
+                 html ? item.html : item.body);
   }
   WriteAttachments(workFolder, item);
 }

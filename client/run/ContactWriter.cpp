@@ -165,10 +165,10 @@ json ContactProps(const Contact& contact) {
 
 void WriteContactFiles(const std::string& workFolder, const Contact& contact) {
   if (HasNoteFile(contact)) {
-    NewFile(workFolder + "/" + std::string(kNoteFile)).Write(NoteFileOf(contact));
+    WriteNewFile(workFolder + "/" + std::string(kNoteFile), NoteFileOf(contact));
   }
   if (contact.photo.empty()) return;
-  NewFile(workFolder + "/" + std::string(kContactPhoto)).Write(contact.photo);
+  WriteNewFile(workFolder + "/" + std::string(kContactPhoto), contact.photo);
 }
 
 std::string GroupDescriptor(const ContactGroup& group, std::vector<std::string>& left) {

@@ -24,27 +24,28 @@ constexpr char kTraceName[] = "TarnyEngine.txt";
 // with what the engine tells of its waits between.
 struct SavedLine {
   std::int32_t type;
-  std::string_view text;
+  std::u16string_view text;
   int times = 1;
 };
 constexpr auto kSavedLines = std::to_array<SavedLine>({
-    {TYPE_EMAIL, "\n Email Save out \r\n"},
-    {TYPE_EMAIL, "\nCatch Email Save out \r\n"},
-    {TYPE_CALENDER, "\n Save( TYPE_CALENDER out \r\n"},
-    {TYPE_CALENDER, "\ncatch  try TYPE_CALENDER Save( out \r\n"},
-    {TYPE_TASK, "\n task Save out   \r\n"},
-    {TYPE_TASK, "\n catch task Save out   \r\n"},
-    {TYPE_CONTACT, "\n TYPE_CONTACT Save IN   \r\n", 2},
-    {TYPE_CONTACT, "\nCatch TYPE_CONTACT SAVE OUT \r\n"},
-    {TYPE_DIST_LIST, "\n TYPE_CONTACT Save IN   \r\n", 2},
+    {TYPE_EMAIL, u"\n Email Save out \r\n"},
+    {TYPE_EMAIL, u"\nCatch Email Save out \r\n"},
+    {TYPE_CALENDER, u"\n Save( TYPE_CALENDER out \r\n"},
+    {TYPE_CALENDER, u"\ncatch  try TYPE_CALENDER Save( out \r\n"},
+    {TYPE_TASK, u"\n task Save out   \r\n"},
+    {TYPE_TASK, u"\n catch task Save out   \r\n"},
+    {TYPE_CONTACT, u"\n TYPE_CONTACT Save IN   \r\n", 2},
+    {TYPE_CONTACT, u"\nCatch TYPE_CONTACT SAVE OUT \r\n"},
+    {TYPE_DIST_LIST, u"\n TYPE_CONTACT Save IN   \r\n", 2},
 });
-constexpr std::string_view kTryBegins = "\nImportItem_0\r\n";
+constexpr std::u16string_view kTryBegins = u"\nImportItem_0\r\n";
 // What stands there before anything of an item leaves.
-constexpr auto kSaveBegins = std::to_array<std::string_view>(
-    {"Email Save in ", " TYPE_CALENDER Save( in ", " task Save in   ", " TYPE_CONTACT Save IN   "});
+constexpr auto kSaveBegins =
+    std::to_array<std::u16string_view>({u"Email Save in ", u" TYPE_CALENDER Save( in ",
+                                        u" task Save in   ", u" TYPE_CONTACT Save IN   "});
 // Of a mail that is sent again without its MIME content.
-constexpr std::string_view kSendsReduced = "\nCatch Email Save in \r\n";
-constexpr std::string_view kReducedToNothing = "\nThe reduced mail has no text\r\n";
+constexpr std::u16string_view kSendsReduced = u"\nCatch Email Save in \r\n";
+constexpr std::u16string_view kReducedToNothing = u"\nThe reduced mail has no text\r\n";
 
 // What lines of the trace begin with that tell of something left out, and what a remark says of it.
 struct LossLine {
@@ -64,12 +65,6 @@ std::string_view WithoutLabel(std::string_view line) {
   return line;
 }
 
-std::string Units(std::string_view ascii) {
-  std::string bytes;
-  for (char c : ascii) bytes.append({c, '\0'});
-  return bytes;
-}
-
 std::u16string TextOf(std::string_view bytes) {
   std::u16string units(bytes.size() / 2, u'\0');
   for (std::size_t n = 0; n < units.size(); ++n) {
@@ -80,23 +75,22 @@ std::u16string TextOf(std::string_view bytes) {
 }
 
 // That line, each time with the end of another one in front.
-bool HasLine(std::string_view trace, std::string_view line, int times) {
-  const std::string units = Units(line);
-  std::size_t at = trace.find(units);
-  while (at != std::string_view::npos && --times > 0) {
-    at = trace.find(units, at + units.size() - 2);  // the line feed may be its own last unit
+bool HasLine(std::u16string_view trace, std::u16string_view line, int times) {
+  std::size_t at = trace.find(line);
+  while (at != trace.npos && --times > 0) {
+    at = trace.find(line, at + line.size() - 1);  // the line feed may be its own last unit
   }
-  return at != std::string_view::npos;
+  return at != trace.npos;
 }
 
-std::string_view LastTryIn(std::string_view trace) {
-  const std::size_t at = trace.rfind(Units(kTryBegins));
-  return at == std::string_view::npos ? trace : trace.substr(at);
+std::u16string_view LastTryIn(std::u16string_view trace) {
+  const std::size_t at = trace.rfind(kTryBegins);
+  return at == trace.npos ? trace : trace.substr(at);
 }
 
-Reduction ReductionIn(std::string_view trace) {
-  if (trace.find(Units(kSendsReduced)) == std::string_view::npos) return Reduction::kNone;
-  const bool nothing = trace.find(Units(kReducedToNothing)) != std::string_view::npos;
+Reduction ReductionIn(std::u16string_view trace) {
+  if (trace.find(kSendsReduced) == trace.npos) return Reduction::kNone;
+  const bool nothing = trace.find(kReducedToNothing) != trace.npos;
   return nothing ? Reduction::kToNothing : Reduction::kToText;
 }
 
@@ -118,18 +112,19 @@ std::string EngineLogs::LastStatus() const {
 }
 
 bool EngineLogs::HasSaved(std::int32_t type) const {
-  const std::string trace = m_trace.Added();
+  const std::u16string trace = TextOf(m_trace.Added());
   return std::ranges::any_of(kSavedLines, [&](const SavedLine& line) {
     if (line.type != type) return false;
     // The first of two tries may have saved the item, but two that failed each leave a line of two.
-    return HasLine(line.times > 1 ? LastTryIn(trace) : trace, line.text, line.times);
+    return HasLine(line.times > 1 ? LastTryIn(trace) : std::u16string_view(trace), line.text,
+                   line.times);
   });
 }
 
 bool EngineLogs::MayHaveSent() const {
-  const std::string trace = m_trace.Added();
-  return trace.empty() || std::ranges::any_of(kSaveBegins, [&](std::string_view begin) {
-           return trace.find(Units(begin)) != std::string::npos;
+  const std::u16string trace = TextOf(m_trace.Added());
+  return trace.empty() || std::ranges::any_of(kSaveBegins, [&](std::u16string_view begin) {
+           return trace.find(begin) != trace.npos;
          });
 }
 
@@ -157,17 +152,19 @@ std::string EngineLogs::LeftOut() const {
   return text;
 }
 
-Reduction EngineLogs::SentReduced() const { return ReductionIn(m_trace.Added()); }
+Reduction EngineLogs::SentReduced() const { return ReductionIn(TextOf(m_trace.Added())); }
 
 Reduction EngineLogs::EndedReduced() const {
   constexpr std::uintmax_t kTail = 1 << 16;  // bytes: the steps of one item take fewer
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(m_trace.path, error);
   if (error) return Reduction::kNone;
-  const std::string tail = Log{m_trace.path, size < kTail ? 0 : size - kTail}.Added();
-  const std::size_t item = tail.rfind(Units(kTryBegins));
-  if (item == std::string::npos) return Reduction::kNone;
-  return ReductionIn(std::string_view(tail).substr(item));
+  // Whole units are counted from its end: a full disk may have taken half of one before.
+  const std::uintmax_t offset = size < kTail ? size % 2 : size - kTail;
+  const std::u16string tail = TextOf(Log{m_trace.path, offset}.Added());
+  const std::size_t item = tail.rfind(kTryBegins);
+  if (item == tail.npos) return Reduction::kNone;
+  return ReductionIn(std::u16string_view(tail).substr(item));
 }
 
 void EngineLogs::Log::Mark() {

@@ -18,6 +18,9 @@ using ::mail::byte_order::kUtf8Mark;
 constexpr std::string_view kAll = "*";
 constexpr std::string_view kAllBelow = "/*";
 
+// What means more than itself in a path, and stands for itself behind a backslash.
+constexpr std::string_view kEscaped = "/#* ";
+
 // "a/b" as "a\b\", "a\/b" as "a/b\", "\#a" as "#a\"; empty levels are passed over.
 std::string Levels(std::string_view path) {
   std::string levels;
@@ -30,13 +33,21 @@ std::string Levels(std::string_view path) {
     if (path[at] == '/') {
       end();
     } else {
-      const std::string_view rest = path.substr(at);
-      if (rest.starts_with("\\/") || rest.starts_with("\\#")) ++at;
+      const std::string_view next = path.substr(at + 1, 1);
+      if (path[at] == '\\' && !next.empty() && kEscaped.find(next) != kEscaped.npos) ++at;
       level += path[at];
     }
   }
   end();
   return levels;
+}
+
+// Without blanks around it that are not escaped.
+std::string_view Trimmed(std::string_view text) {
+  const std::string_view trimmed = mail::trimmed(text);
+  const std::size_t end = static_cast<std::size_t>(trimmed.end() - text.begin());
+  const bool isEscaped = trimmed.ends_with('\\') && text.substr(end).starts_with(' ');
+  return isEscaped ? std::string_view(trimmed.data(), trimmed.size() + 1) : trimmed;
 }
 
 bool TakeStar(std::string_view& path) {
@@ -50,11 +61,11 @@ bool TakeStar(std::string_view& path) {
 FolderMap::FolderMap(std::string_view text) {
   if (text.starts_with(kUtf8Mark)) text.remove_prefix(kUtf8Mark.size());
   for (int number = 1; !text.empty(); ++number) {
-    const std::string_view line = mail::trimmed(TakeUpTo(text, '\n'));
+    const std::string_view line = Trimmed(TakeUpTo(text, '\n'));
     if (line.empty() || line.starts_with('#')) continue;
     std::string_view target = line;
-    std::string_view source = mail::trimmed(TakeUpTo(target, '\t'));
-    target = mail::trimmed(target);
+    std::string_view source = Trimmed(TakeUpTo(target, '\t'));
+    target = Trimmed(target);
     const bool isAll = source == kAll;
     const bool below = isAll || TakeStar(source);
     (void)TakeStar(target);
@@ -93,7 +104,13 @@ std::string FolderMapPath(std::string_view levels) {
   std::string path;
   while (!levels.empty()) {
     if (!path.empty()) path += '/';
-    for (const char c : TakeUpTo(levels, '\\')) path.append(c == '/' || c == '#' ? "\\" : "") += c;
+    const std::string_view level = TakeUpTo(levels, '\\');
+    for (std::size_t at = 0; at < level.size(); ++at) {
+      const bool isEnd = path.empty() || (levels.empty() && at + 1 == level.size());
+      const bool isPlain = kEscaped.find(level[at]) == kEscaped.npos;
+      if (!isPlain && (level[at] != ' ' || isEnd)) path += '\\';
+      path += level[at];
+    }
   }
   return path;
 }

@@ -14,7 +14,8 @@ namespace client {
 //   *<TAB>Archive                         all
 //
 // Levels are divided by "/", one in a name is written "\/"; the first line that fits counts; what
-// begins with "#" is none, and a name that does is written "\#".
+// begins with "#" is none, and a name that does is written "\#", one that is a star "\*"; a blank
+// at either end of a path, which does not count, "\ " where it is the name's.
 class FolderMap {
  public:
   FolderMap() = default;

@@ -15,16 +15,28 @@
 #include "client/run/MovedSources.h"
 #include "client/run/Plan.h"
 #include "client/run/RunIdentity.h"
+#include "client/sources/Maildir.h"
 #include "client/sources/SpecialFolders.h"
 
 namespace client {
 
 namespace {
 
+// Earlier versions knew a Maildir whose other part was not there by the part that held its mail.
+std::optional<std::string> PlaceBefore(const Holder& holder, Journal& journal) {
+  std::optional<std::string> had = journal.PlaceOf(holder);
+  if (had || !IsMaildir(holder.path)) return had;
+  Holder part = holder;
+  part.path = holder.path + "/cur";
+  if ((had = journal.PlaceOf(part))) return had;
+  part.path = holder.path + "/new";
+  return journal.PlaceOf(part);
+}
+
 std::vector<MovedPlace> MovedIn(const FolderPlaces& places, Journal& journal) {
   std::vector<MovedPlace> moved;
   for (const auto& [holder, place] : places) {
-    const std::optional<std::string> had = journal.PlaceOf(holder);
+    const std::optional<std::string> had = PlaceBefore(holder, journal);
     if (!had || FoldedName(*had) == FoldedName(place.target)) continue;
     if (journal.HasPut(holder.path, *had)) moved.push_back({holder, *had, place});
   }

@@ -81,7 +81,7 @@ void WriteItemProps(const std::string& workFolder, std::string_view key) {
   props["key"] = KeyOnItem(key);
   std::error_code error;
   std::filesystem::remove(path, error);
-  NewFile(path).Write(TextOf(props));
+  WriteNewFile(path, TextOf(props));
 }
 
 std::vector<std::string> WriteItemProps(const std::string& workFolder, std::string_view key,
@@ -92,7 +92,7 @@ std::vector<std::string> WriteItemProps(const std::string& workFolder, std::stri
     left.push_back(Largest(props));
     props.erase(left.back());
   }
-  NewFile(workFolder + "/" + std::string(kItemPropsName)).Write(TextOf(props));
+  WriteNewFile(workFolder + "/" + std::string(kItemPropsName), TextOf(props));
   return left;
 }
 

@@ -78,9 +78,9 @@ std::string MimeBytes(std::string bytes) {
 }
 
 void WriteMail(const std::string& workFolder, const MailDescription& mail, std::string_view mime) {
-  NewFile(workFolder + "/" + std::string(kMimeName)).Write(mime);
-  NewFile(workFolder + "/" + std::string(kDescriptorName))
-      .Write(Utf16LittleEndian(DescriptorText(mail)));
+  WriteNewFile(workFolder + "/" + std::string(kMimeName), mime);
+  WriteNewFile(workFolder + "/" + std::string(kDescriptorName),
+               Utf16LittleEndian(DescriptorText(mail)));
 }
 
 }  // namespace client

@@ -81,6 +81,32 @@ KnownMail MailIn(const platform::SqliteStatement& row) {
           static_cast<KnownMail::Origin>(row.Int(6))};
 }
 
+// What is written while it lives is one write, and none at all where it is not committed.
+class Transaction {
+ public:
+  explicit Transaction(platform::SqliteDatabase& database) : m_database(database) {
+    m_database.Execute("BEGIN IMMEDIATE");
+  }
+  ~Transaction() {
+    if (m_isDone) return;
+    try {
+      m_database.Execute("ROLLBACK");
+    } catch (const platform::SqliteError&) {
+      // After some errors SQLite has done so itself.
+    }
+  }
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+  void Commit() {
+    m_database.Execute("COMMIT");
+    m_isDone = true;
+  }
+
+ private:
+  platform::SqliteDatabase& m_database;
+  bool m_isDone = false;
+};
+
 std::string NameOf(const platform::SqliteError& error) {
   const std::string name = std::filesystem::path(error.File()).filename().string();
   if (name.empty()) return "a database in it";
@@ -137,12 +163,19 @@ bool Journal::HasArrived(std::string_view source, std::string_view folder, std::
   return query.Bind(4, static_cast<std::int64_t>(ItemResult::kArrived)).Step();
 }
 
-void Journal::Store(const JournalEntry& entry) {
-  platform::SqliteStatement insert = InsertOf(m_database, entry);
-  RunDurably(insert);
+void Journal::Store(const JournalEntry& entry, const std::optional<KnownMail>& mail) {
+  m_database.Execute("PRAGMA synchronous=FULL");
+  StoreFound(entry, mail);
+  m_database.Execute("PRAGMA synchronous=NORMAL");
 }
 
-void Journal::StoreFound(const JournalEntry& entry) { InsertOf(m_database, entry).Run(); }
+void Journal::StoreFound(const JournalEntry& entry, const std::optional<KnownMail>& mail) {
+  if (!mail) return InsertOf(m_database, entry).Run();
+  Transaction both(m_database);
+  KeepMail(*mail);
+  InsertOf(m_database, entry).Run();
+  both.Commit();
+}
 
 void Journal::StoreUnread(const JournalEntry& entry) {
   platform::SqliteStatement query =
@@ -197,6 +230,7 @@ std::vector<Journal::LateItem> Journal::LateItems() {
 }
 
 void Journal::EndLate(const JournalEntry& entry) {
+  Transaction both(m_database);
   m_database.Prepare("UPDATE item SET text = ?1 WHERE folder = ?2 AND key = ?3 AND result = ?4")
       .Bind(1, entry.text)
       .Bind(2, entry.folder)
@@ -207,6 +241,7 @@ void Journal::EndLate(const JournalEntry& entry) {
       .Bind(1, entry.folder)
       .Bind(2, entry.key)
       .Run();
+  both.Commit();
 }
 
 std::map<std::string, std::int32_t> Journal::FolderKinds() {
@@ -236,16 +271,14 @@ std::optional<std::string> Journal::PlaceOf(const Holder& holder) {
 }
 
 void Journal::KeepPlaces(const FolderPlaces& places) {
-  m_database.Execute("BEGIN IMMEDIATE");
-  {
-    platform::SqliteStatement insert =
-        m_database.Prepare("INSERT OR REPLACE INTO holder VALUES (?1, ?2, ?3, ?4)");
-    for (const auto& [holder, place] : places) {
-      insert.Bind(1, holder.path).Bind(2, holder.part);
-      insert.Bind(3, std::int64_t{holder.type}).Bind(4, place.target).Run();
-    }
+  Transaction all(m_database);
+  platform::SqliteStatement insert =
+      m_database.Prepare("INSERT OR REPLACE INTO holder VALUES (?1, ?2, ?3, ?4)");
+  for (const auto& [holder, place] : places) {
+    insert.Bind(1, holder.path).Bind(2, holder.part);
+    insert.Bind(3, std::int64_t{holder.type}).Bind(4, place.target).Run();
   }
-  m_database.Execute("COMMIT");
+  all.Commit();
 }
 
 // What lies in a file is located behind a colon, what lies in a folder behind a slash. The place of
@@ -391,6 +424,12 @@ std::vector<JournalEntry> Journal::EndedWith(ItemResult result, std::string_view
   return entries;
 }
 
+bool Journal::HasArrivals() {
+  platform::SqliteStatement query =
+      m_database.Prepare("SELECT 1 FROM item WHERE result = ?1 LIMIT 1");
+  return query.Bind(1, static_cast<std::int64_t>(ItemResult::kArrived)).Step();
+}
+
 bool Journal::HasArrivalsIn(std::string_view folder) {
   platform::SqliteStatement query =
       m_database.Prepare("SELECT 1 FROM item WHERE folder = ?1 AND result = ?2 LIMIT 1");
@@ -399,7 +438,9 @@ bool Journal::HasArrivalsIn(std::string_view folder) {
 
 std::vector<JournalEntry> Journal::ArrivedIn(std::string_view folder) {
   platform::SqliteStatement query = m_database.Prepare(
-      "SELECT source, hash, key, text FROM item WHERE folder = ?1 AND result = ?2 ORDER BY source");
+      "SELECT source, hash, key, text FROM item WHERE folder = ?1 AND result = ?2 AND NOT EXISTS"
+      " (SELECT 1 FROM mail WHERE mail.folder = item.folder AND mail.hash = item.hash)"
+      " ORDER BY source");
   query.Bind(1, folder).Bind(2, static_cast<std::int64_t>(ItemResult::kArrived));
   std::vector<JournalEntry> entries;
   while (query.Step()) {
@@ -414,12 +455,14 @@ std::vector<JournalEntry> Journal::ArrivedIn(std::string_view folder) {
 void Journal::Move(const JournalEntry& entry, std::string_view to) {
   JournalEntry moved = entry;
   moved.source = to;
+  Transaction both(m_database);
   StoreFound(moved);
   m_database.Prepare("DELETE FROM item WHERE source = ?1 AND folder = ?2 AND hash = ?3")
       .Bind(1, entry.source)
       .Bind(2, entry.folder)
       .Bind(3, entry.hash)
       .Run();
+  both.Commit();
 }
 
 std::optional<std::string> Journal::OwnerOf(std::string_view folder, std::string_view key) {

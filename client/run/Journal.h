@@ -65,10 +65,11 @@ class Journal {
 
   // True if this content of this source has arrived in that folder.
   bool HasArrived(std::string_view source, std::string_view folder, std::string_view hash);
-  // Ends what Begin began where the result says whether the item is there. Durable.
-  void Store(const JournalEntry& entry);
+  // Ends what Begin began where the result says whether the item is there. Durable. A mail that is
+  // known from now on is kept with it: of one that is, nothing is told any more.
+  void Store(const JournalEntry& entry, const std::optional<KnownMail>& mail = {});
   // The same, and not durable: for what was not sent, but found where it would be found again.
-  void StoreFound(const JournalEntry& entry);
+  void StoreFound(const JournalEntry& entry, const std::optional<KnownMail>& mail = {});
   // Of an item that cannot be read now; an entry that says that it has arrived stays. Not durable.
   void StoreUnread(const JournalEntry& entry);
 
@@ -158,8 +159,9 @@ class Journal {
   // What came to that result with a text that holds that part, by source.
   std::vector<JournalEntry> EndedWith(ItemResult result, std::string_view part);
 
+  bool HasArrivals();
   bool HasArrivalsIn(std::string_view folder);
-  // What has arrived in that folder, by source.
+  // What has arrived in that folder, by source, but for mails that are known as such.
   std::vector<JournalEntry> ArrivedIn(std::string_view folder);
   // The entry is known by another place in the source from now on. Not durable.
   void Move(const JournalEntry& entry, std::string_view to);

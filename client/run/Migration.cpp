@@ -189,10 +189,6 @@ Outcome Migration::Handle(const Plan::Entry& entry) {
     outcome = HandleWork(work, found);
     if (outcome.kind == Outcome::Kind::kKnown && work.isEqual) ++m_summary.equal;
     TellNotCarried(work, outcome);
-    if (outcome.kind == Outcome::Kind::kKnown) {
-      Outcome told = KnownAgain(work);
-      outcome = {told.kind, Joined(outcome.text, told.text)};
-    }
   } catch (const SourceError& error) {
     m_second.SeeUnread(entry);
     outcome = {Outcome::Kind::kFailed, Joined(error.what(), WhereGone(entry.item))};
@@ -274,15 +270,14 @@ void Migration::AdoptVersion(const ItemWork& work) {
 }
 
 Outcome Migration::KnownAgain(const ItemWork& work) {
-  using enum KnownMail::Origin;
   if (!work.entry.IsMail() || work.isEqual) return {Outcome::Kind::kKnown, {}};
-  if (work.mail && work.mail->origin != kTakenAway) {
-    Outcome told = m_second.TellState(*work.mail, work.entry, work.item);
-    if (told.Arrived() && told.text.starts_with(kReduced)) ++m_summary.reduced;
-    return told;
+  if (!work.mail) {
+    m_journal.KeepMail(SecondPass::MailOf(work.entry, work.item, KnownMail::Origin::kFound));
+    return {Outcome::Kind::kKnown, {}};
   }
-  m_journal.KeepMail(SecondPass::MailOf(work.entry, work.item, work.wasBegun ? kBrought : kFound));
-  return {Outcome::Kind::kKnown, {}};
+  Outcome told = m_second.TellState(*work.mail, work.entry, work.item);
+  if (told.Arrived() && told.text.starts_with(kReduced)) ++m_summary.reduced;
+  return told;
 }
 
 Outcome Migration::HandleWork(ItemWork& work, bool found) {
@@ -511,6 +506,15 @@ JournalEntry Migration::EntryOf(const ItemWork& work, const Outcome& outcome) {
           ResultOf(outcome, work),  outcome.text};
 }
 
+// What is to be known from now on of a mail that stands in the target.
+std::optional<KnownMail> Migration::MailOf(const ItemWork& work, const Outcome& outcome) {
+  using enum KnownMail::Origin;
+  const bool isSent = outcome.kind == Outcome::Kind::kSent;
+  const bool isFound = outcome.kind == Outcome::Kind::kKnown && !work.isEqual;
+  if (!work.entry.IsMail() || (!isSent && !isFound)) return std::nullopt;
+  return SecondPass::MailOf(work.entry, work.item, isSent || work.wasBegun ? kBrought : kFound);
+}
+
 void Migration::Keep(const ItemWork& work, const Outcome& outcome) {
   if (outcome.kind == Outcome::Kind::kLeft || outcome.kind == Outcome::Kind::kAside) {
     // What is known to be there in part stays open, though nothing was sent now.
@@ -518,16 +522,13 @@ void Migration::Keep(const ItemWork& work, const Outcome& outcome) {
     if (isOver) m_journal.Forget(work.entry.item.folder, work.item.key);
     return;
   }
-  if (outcome.kind == Outcome::Kind::kSent && work.entry.IsMail()) {
-    m_journal.KeepMail(SecondPass::MailOf(work.entry, work.item, KnownMail::Origin::kBrought));
-  }
   const JournalEntry entry = EntryOf(work, outcome);
   if (entry.hash.empty()) return m_journal.StoreUnread(entry);
   if (ArrivedItems::Has(work.entry)) m_arrived->MakeRoom(work.entry);
   // What was found there is found again should the entry be lost.
-  const bool isFound =
-      outcome.kind == Outcome::Kind::kKnown || outcome.kind == Outcome::Kind::kUpdated;
-  isFound ? m_journal.StoreFound(entry) : m_journal.Store(entry);
+  const std::optional<KnownMail> mail = MailOf(work, outcome);
+  const bool isFound = outcome.kind == Outcome::Kind::kKnown;
+  isFound ? m_journal.StoreFound(entry, mail) : m_journal.Store(entry, mail);
 }
 
 void Migration::Note(const Plan::Entry& entry, const Outcome& outcome) {

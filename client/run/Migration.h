@@ -52,7 +52,7 @@ class Migration {
   // Tells the journal of an earlier version that the target holds and that it does not know.
   void AdoptVersion(const ItemWork& work);
   void TakeOverDoubt(ItemWork& work);
-  // Of an item that is in the target; its keys must be filled in where nothing is known of it.
+  // Of an item that runs brought; its keys must be filled in where no mail is known.
   Outcome KnownAgain(const ItemWork& work);
   Outcome HandleWork(ItemWork& work, bool found);
   // Of an item that arrived and may have done so more than once.
@@ -72,6 +72,7 @@ class Migration {
   // The end of an item of which the target holds an earlier version; nothing for any other.
   std::optional<Outcome> WhereChanged(const ItemWork& work);
   static Outcome WithDoubt(const ItemWork& work, Outcome outcome);
+  static std::optional<KnownMail> MailOf(const ItemWork& work, const Outcome& outcome);
   static JournalEntry EntryOf(const ItemWork& work, const Outcome& outcome);
   void Keep(const ItemWork& work, const Outcome& outcome);
   void Note(const Plan::Entry& entry, const Outcome& outcome);

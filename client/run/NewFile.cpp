@@ -30,4 +30,10 @@ void NewFile::Fail() const {
   throw WriteError(m_path + " cannot be written: " + std::strerror(errno));
 }
 
+void WriteNewFile(const std::string& path, std::string_view bytes) {
+  NewFile file(path);
+  file.Write(bytes);
+  file.Close();
+}
+
 }  // namespace client

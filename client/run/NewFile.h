@@ -28,4 +28,7 @@ class NewFile {
   platform::UniqueFd m_file;
 };
 
+// Such a file with these bytes, written and closed. Throws WriteError.
+void WriteNewFile(const std::string& path, std::string_view bytes);
+
 }  // namespace client

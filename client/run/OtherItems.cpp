@@ -120,8 +120,7 @@ LeftOut WriteOther(const std::string& workFolder, std::int32_t type, const std::
       left.push_back(name + ", which is too large");
     }
   }
-  NewFile(workFolder + "/" + std::string(kDescriptorName))
-      .Write(Utf16LittleEndian(item.descriptor));
+  WriteNewFile(workFolder + "/" + std::string(kDescriptorName), Utf16LittleEndian(item.descriptor));
   return std::move(item.left);
 }
 

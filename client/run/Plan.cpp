@@ -16,6 +16,7 @@
 
 #include "client/run/ItemKinds.h"
 #include "client/sources/FolderNames.h"
+#include "client/sources/Maildir.h"
 #include "client/sources/PreparedItem.h"
 #include "client/sources/SpecialFolders.h"
 #include "platform/CString.h"
@@ -47,24 +48,17 @@ std::int32_t TypeOf(const SourceItem& item) {
   }
 }
 
-constexpr std::string_view kPartsOfMaildir[] = {"/cur", "/new"};
-
 // Apple Mail divides a folder of many mails among folders with numbers.
 std::string AboveAppleParts(std::string path) {
   if (const std::size_t mailbox = AppleMailboxOf(path).size()) path.resize(mailbox);
   return path;
 }
 
-// The folder or file of a source that holds an item's mail, below the source.
-std::string HolderOf(const SourceItem& item, const std::string& source) {
-  std::string holder =
-      item.file.empty() ? item.location.substr(0, item.location.rfind('/')) : item.file;
-  for (const std::string_view part : kPartsOfMaildir) {
-    if (holder.ends_with(part)) holder.resize(holder.size() - part.size());
-  }
-  holder = AboveAppleParts(std::move(holder));
-  if (holder.size() <= source.size()) return std::string(LastName(source));
-  return holder.substr(source.size() + 1);
+// The folder or file that holds those, whichever part of it they lie in by now.
+std::string HolderOf(const ItemList::Shared& items) {
+  if (!items.path.ends_with('/')) return items.path;
+  const std::string folder = items.path.substr(0, items.path.size() - 1);
+  return HoldsMailOfMaildir(folder) ? folder.substr(0, folder.rfind('/')) : AboveAppleParts(folder);
 }
 
 // Equal for paths that lead to one folder there. It tells names apart that differ in more than
@@ -81,6 +75,17 @@ std::string AsItLooks(const std::string& path) {
   std::string text;
   composed->normalize(icu::UnicodeString::fromUTF8(path), status).toUTF8String(text);
   return U_FAILURE(status) ? path : text;
+}
+
+// What goes into one folder of the target.
+struct Takers {
+  std::string target;
+  std::vector<std::string> paths;  // in the order of the source
+};
+
+void AddMerged(const Takers& takers, std::vector<SourceProblem>& merged) {
+  if (takers.paths.size() < 2) return;
+  merged.push_back({takers.target, fmt::format("{}", fmt::join(takers.paths, ", "))});
 }
 
 // Where the folders of the sources go; tells which of them become one, or look as if they did.
@@ -108,19 +113,6 @@ class Places {
     return place->second;
   }
 
-  // The same for a mail of a source, whose folders may have one path there already.
-  const std::string& Of(const SourceItem& item, const std::string& source) {
-    const std::string& place = Of(item.folder);
-    Holders& holders = m_holders[{source, item.folder}];
-    if (holders.paths.empty()) holders.target = place;
-    std::string holder = HolderOf(item, source);
-    // Mails of one lie together, but for those in cur and new.
-    const bool isNew = std::ranges::find(holders.paths.rbegin(), holders.paths.rend(), holder) ==
-                       holders.paths.rend();
-    if (isNew && holders.paths.size() < kMostHolders) holders.paths.push_back(std::move(holder));
-    return place;
-  }
-
   // The same for what goes to a folder of its kind unless the map says more: of the folder that it
   // lies in, or of where it goes.
   std::string OfOther(const SourceItem& item) {
@@ -133,14 +125,7 @@ class Places {
 
   std::vector<SourceProblem> Merged() const {
     std::vector<SourceProblem> merged;
-    for (const auto& [folded, takers] : m_takers) {
-      if (takers.paths.size() < 2) continue;
-      merged.push_back({takers.target, fmt::format("{}", fmt::join(takers.paths, ", "))});
-    }
-    for (const auto& [where, holders] : m_holders) {
-      if (holders.paths.size() < 2) continue;
-      merged.push_back({holders.target, fmt::format("{}", fmt::join(holders.paths, ", "))});
-    }
+    for (const auto& [folded, takers] : m_takers) AddMerged(takers, merged);
     return merged;
   }
 
@@ -164,19 +149,11 @@ class Places {
   }
 
  private:
-  struct Takers {
-    std::string target;
-    std::vector<std::string> paths;  // in the order of the source
-  };
-  static constexpr std::size_t kMostHolders = 50;  // of one folder that are told
-  using Holders = Takers;
-
   const PlanOptions& m_options;
   FolderMap m_map;
   FolderMarks m_marks;
   std::map<std::pair<std::string, std::string>, std::string> m_places;  // by path and its mark
   std::map<std::string, Takers> m_takers;
-  std::map<std::pair<std::string, std::string>, Holders> m_holders;  // by source and path
 };
 
 void AddWithParents(const std::string& folder, std::unordered_set<std::string>& made) {
@@ -233,33 +210,48 @@ SourceProblem EmptySource(const std::string& path, const EarlierFolders& earlier
           /*isUnread=*/hadItems};
 }
 
-// Parts of the plan, each with a folder of its source that goes into it.
-using PartSources = std::set<std::pair<std::size_t, std::string>>;
+// What goes into a part of the plan: a folder of a source, and the path of that.
+struct PartSource {
+  std::size_t part;
+  std::string folder;
+  std::string_view source;
 
-// The folder or file that holds those, whichever part of it they lie in by now.
-std::string HolderOf(const ItemList::Shared& items) {
-  if (!items.path.ends_with('/')) return items.path;
-  const std::string folder = items.path.substr(0, items.path.size() - 1);
-  const bool isPart = std::ranges::any_of(
-      kPartsOfMaildir, [&](std::string_view part) { return folder.ends_with(part); });
-  const std::string above = folder.substr(0, folder.rfind('/'));
-  const auto hasPart = [&](std::string_view part) {
-    std::error_code error;
-    return std::filesystem::is_directory(above + std::string(part), error);
-  };
-  if (isPart && std::ranges::all_of(kPartsOfMaildir, hasPart)) return above;
-  return AboveAppleParts(folder);
-}
+  auto operator<=>(const PartSource&) const = default;
+};
+using PartSources = std::set<PartSource>;
 
-FolderPlaces PlacesIn(const std::vector<ItemList::Shared>& parts, const PartSources& sources) {
+FolderPlaces PlacesIn(const std::vector<ItemList::Shared>& parts,
+                      const std::vector<std::string>& holders, const PartSources& sources) {
   FolderPlaces places;
-  for (const auto& [number, source] : sources) {
+  for (const auto& [number, folder, source] : sources) {
     const ItemList::Shared& part = parts[number];
     if (part.type == TYPE_UNKNOWN) continue;  // it fails
-    const std::string& ofHolder = part.namesItsFolder ? source : std::string();
-    places.emplace(Holder{HolderOf(part), ofHolder, part.type}, FolderPlace{part.folder, source});
+    const std::string& ofHolder = part.namesItsFolder ? folder : std::string();
+    places.emplace(Holder{holders[number], ofHolder, part.type}, FolderPlace{part.folder, folder});
   }
   return places;
+}
+
+std::string Below(std::string_view source, const std::string& path) {
+  return path.size() <= source.size() ? std::string(LastName(source))
+                                      : path.substr(source.size() + 1);
+}
+
+// What holds mail and has one path with others in its source already.
+void AddSharedPaths(const std::vector<ItemList::Shared>& parts,
+                    const std::vector<std::string>& holders, const PartSources& sources,
+                    std::vector<SourceProblem>& merged) {
+  constexpr std::size_t kMost = 50;  // of one folder that are told
+  std::map<std::pair<std::string_view, std::string_view>, Takers> byPath;
+  for (const auto& [number, folder, source] : sources) {
+    if (parts[number].type != TYPE_EMAIL) continue;
+    Takers& takers = byPath[{source, folder}];
+    takers.target = parts[number].folder;
+    std::string holder = Below(source, holders[number]);
+    const bool isNew = std::ranges::find(takers.paths, holder) == takers.paths.end();
+    if (isNew && takers.paths.size() < kMost) takers.paths.push_back(std::move(holder));
+  }
+  for (const auto& [path, takers] : byPath) AddMerged(takers, merged);
 }
 
 bool StaysBehind(const SourceItem& item, const PlanOptions& options, Plan& plan) {
@@ -311,8 +303,8 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
       if (StaysBehind(item, options, plan)) return;
       item.type = TypeOf(item);
       std::string folder = item.folder;
-      item.folder = item.type == TYPE_EMAIL ? places.Of(item, path) : places.OfOther(item);
-      partSources.emplace(plan.entries.Add(item), std::move(folder));
+      item.folder = item.type == TYPE_EMAIL ? places.Of(item.folder) : places.OfOther(item);
+      partSources.insert({plan.entries.Add(item), std::move(folder), path});
     });
   }
   PlaceByKind(plan.entries.Items(), options.earlier.kinds);
@@ -320,8 +312,12 @@ Plan MakePlan(const std::vector<std::string>& paths, const PlanOptions& options)
   plan.entries.Items().Move(
       [&](const ItemList::Shared& shared) { return spelling.Of(shared.folder); });
   for (std::string& folder : folders) folder = spelling.Of(folder);
-  plan.places = PlacesIn(plan.entries.Items().Parts(), partSources);
+  const std::vector<ItemList::Shared>& parts = plan.entries.Items().Parts();
+  std::vector<std::string> holders;
+  std::ranges::transform(parts, std::back_inserter(holders), &HolderOf);
+  plan.places = PlacesIn(parts, holders, partSources);
   plan.merged = places.Merged();
+  AddSharedPaths(parts, holders, partSources, plan.merged);
   plan.alike = places.Alike();
   plan.unusedLines = places.UnusedLines();
   if (options.emptyFolders) plan.emptyFolders = EmptyOnes(folders, plan.entries.Items());

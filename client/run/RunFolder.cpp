@@ -83,9 +83,7 @@ void SignalToEnd(const std::string& title) {
 
 // A program from another file system. The library's own copy hides why it fails.
 void CopyProgram(const std::string& from, const std::string& to) {
-  NewFile file(to);
-  file.Write(ReadWholeFile(from));
-  file.Close();
+  WriteNewFile(to, ReadWholeFile(from));
   fs::permissions(to, fs::perms::owner_all);
 }
 

@@ -143,7 +143,7 @@ void RequireStoreKept(const Target& target, Journal& journal) {
   const auto found = kept && !isGone ? Files()->Identity(PathOf(target)) : kept;
   const bool isAnother = found && found != kept;
   if (!isGone && !isAnother) return;
-  if (journal.EndedWith(ItemResult::kArrived, "").empty()) return;
+  if (!journal.HasArrivals()) return;
   throw RunError(isGone ? StoreGoneText(target)
                         : fmt::format("the store {} is not the one that this run filled; put that "
                                       "back, or use another run folder for this one",

@@ -26,6 +26,7 @@ void CopyPreparedFiles(const std::string& folder, const PreparedFiles& files,
   for (const std::string& name : files.files) {
     NewFile file(workFolder + "/" + name);
     ReadPreparedFile(folder, name, [&](std::string_view bytes) { file.Write(bytes); });
+    file.Close();
   }
 }
 

@@ -471,14 +471,20 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
   m_folder.Write("source/Later/5.eml", "no mail yet");
   m_folder.Write("source/Dir/cur/.x", "");
   m_folder.Write("source/Dir/new/6.a", Mail("six"));
+  m_folder.Write("source/Old/cur/9.a:2,S", Mail("nine"));
   m_folder.Write("source/Box", from + Mail("gone") + "\n" + from + Mail("seven") + "\n");
-  const std::string boxes = "Dir\tPost/a\\/b\nBox\tPost\n";
+  const std::string boxes = "Dir\tPost/a\\/b\nBox\tPost\nOld\tPost/* \\ \n";
   const std::string before = boxes + "Calendar/Kunde\tTermine\n";
-  EXPECT_EQ(SummaryOf(pass(before + "Later\tKunde\n"), 1)["sent"], 7);
+  EXPECT_EQ(SummaryOf(pass(before + "Later\tKunde\n"), 1)["sent"], 8);
   m_folder.Write("source/Later/5.eml", Mail("five"));
   // Everything lies elsewhere by now in what its program keeps together.
   Rename("Dir/new/6.a", "Dir/cur/6.a:2,S");
+  std::filesystem::remove(m_folder.File("source/Dir/new"));
+  std::filesystem::create_directory(m_folder.File("source/Old/new"));
   m_folder.Write("source/Box", from + Mail("seven") + "\n");
+  // As earlier versions kept a Maildir without it.
+  platform::SqliteDatabase(m_folder.File("run/journal.db"))
+      .Execute("UPDATE holder SET path = path || '/cur' WHERE path LIKE '%/Old'");
 
   const std::string to = " went to ";
   struct Case {
@@ -492,6 +498,7 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
                           Case{before + "Kunde\tA\n", {"--adopt"}, "Kunde", "Kunde\\"},
                           Case{before + "Calendar\tA\n", {}, "Calendar", "Inbox\\Calendar\\"},
                           Case{"Dir\tA\n" + before, {}, "Dir", "Post\\a/b\\"},
+                          Case{"Old\tA\n" + before, {}, "Old", "Post\\*  \\"},
                           Case{"Box\tA\n" + before, {}, "Box", "Post\\"}}) {
     const std::string wanted = m_folder.File("source/" + now.from) + to + now.wanted;
     EXPECT_THAT(pass(now.map, now.options), FailsWith(wanted));
@@ -499,10 +506,11 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
     dry.push_back("--dry-run");
     EXPECT_THAT(pass(now.map, dry), FailsWith(wanted));
   }
-  EXPECT_EQ(ItemsOf(m_folder.File("mailbox")).size(), 7u);
+  EXPECT_EQ(ItemsOf(m_folder.File("mailbox")).size(), 8u);
   // The lines that lead there are told.
   const std::string lines =
-      "\nBox\tPost\nCalendar\tInbox/Calendar\nDir\tPost/a\\/b\nCalendar/Kunde\tTermine\n";
+      "\nBox\tPost\nCalendar\tInbox/Calendar\nDir\tPost/a\\/b\nCalendar/Kunde\tTermine\n"
+      "Old\tPost/\\* \\ \n";
   EXPECT_THAT(pass("Calendar\tA\n").err, testing::HasSubstr("The lines:" + lines));
 
   // What is spelled otherwise, new, or led there by the map is fine, and what never left.
@@ -510,7 +518,7 @@ TEST_F(SecondPass, WhatWouldGoElsewhereThanBeforeIsRefused) {
   const std::string fine =
       boxes + "Calendar/kunde\tTERMINE\nSent\tSent Items\nNew\tKunde\nNone\tA\n";
   EXPECT_EQ(SummaryOf(pass(fine, {"--no-special-folders"}))["sent"], 2);
-  EXPECT_EQ(SummaryOf(pass(fine, {"--no-special-folders"}))["there_already"], 8);
+  EXPECT_EQ(SummaryOf(pass(fine, {"--no-special-folders"}))["there_already"], 9);
 
   // Earlier versions kept nothing of this.
   platform::SqliteDatabase(m_folder.File("run/journal.db")).Execute("DROP TABLE holder");

@@ -13,6 +13,7 @@ namespace {
 using client_test::Wide;
 using test_support::ReadAll;
 using test_support::TemporaryFolder;
+using test_support::WideBytes;
 
 TEST(EngineLogs, GiveTheLastStatusOfTheCommandAlone) {
   mail::installLibraryNarrow();
@@ -39,6 +40,13 @@ TEST(EngineLogs, OnlyASaveSinceTheMarkCountsAndNoSubjectThatLooksLikeOne) {
   EXPECT_FALSE(logs.HasSaved(TYPE_EMAIL));
   folder.Write("TarnyEngine.txt", ReadAll(path) + Wide("Subject  = Email Save out \r\n"));
   EXPECT_FALSE(logs.HasSaved(TYPE_EMAIL));
+  // Nor one whose units, read from the middle of each, are the line.
+  std::u16string apart = u"Subject  =";
+  for (const char c : std::string("\n Email Save out \r\n\n Email Save in x"))
+    apart += static_cast<char16_t>(c << 8);
+  folder.Write("TarnyEngine.txt", ReadAll(path) + WideBytes(apart + u"\n\r\n"));
+  EXPECT_FALSE(logs.HasSaved(TYPE_EMAIL));
+  EXPECT_FALSE(logs.MayHaveSent());
   folder.Write("TarnyEngine.txt", ReadAll(path) + Wide(" Email Save out \r\n"));
   EXPECT_TRUE(logs.HasSaved(TYPE_EMAIL));
   EXPECT_FALSE(EngineLogs(folder.File("missing")).HasSaved(TYPE_EMAIL));

@@ -72,6 +72,32 @@ TEST(Journal, RemembersWhatIsToBeLookedForUntilSomebodyHas) {
   EXPECT_EQ(items[0].shown, 1u);
 }
 
+// As behind a power cut: the first of two writes alone would be wrong for ever.
+TEST(Journal, WhatBelongsTogetherIsWrittenAsOne) {
+  const TemporaryFolder folder;
+  const std::string path = folder.File("journal.db");
+  Journal journal(path);
+  const JournalEntry entry = {"/m/a.ics#1", "A\\", "h", "k", ItemResult::kArrived, "sent twice"};
+  journal.Store(entry);
+  journal.KeepLate({entry, "row", "<id>", 2, 1});
+  platform::SqliteDatabase(path).Execute(
+      "CREATE TRIGGER a BEFORE DELETE ON item BEGIN SELECT RAISE(ABORT, 'cut'); END;"
+      "CREATE TRIGGER b BEFORE DELETE ON late BEGIN SELECT RAISE(ABORT, 'cut'); END;"
+      "CREATE TRIGGER c BEFORE INSERT ON item WHEN NEW.text LIKE 'reduced%'"
+      " BEGIN SELECT RAISE(ABORT, 'cut'); END;");
+  EXPECT_THROW(journal.Move(entry, "/m/a.ics#2"), platform::SqliteError);
+  JournalEntry told = entry;
+  told.text = "it is there twice";
+  EXPECT_THROW(journal.EndLate(told), platform::SqliteError);
+  const JournalEntry mail = {"/m/b.eml", "A\\", "h2", "<b>", ItemResult::kArrived, "reduced"};
+  const KnownMail known = {"A\\", "h2", "<b>", "<b>", "", "/m/b.eml", KnownMail::Origin::kBrought};
+  EXPECT_THROW(journal.Store(mail, known), platform::SqliteError);
+  EXPECT_FALSE(journal.MailOf("A\\", "h2"));
+  const std::vector<JournalEntry> arrived = journal.ArrivedIn("A\\");
+  ASSERT_EQ(arrived.size(), 1u);
+  EXPECT_EQ(arrived[0].source + arrived[0].text, entry.source + entry.text);
+}
+
 TEST(Journal, EqualEventsAreKnownByTheirNumberWhereverTheyLieNow) {
   const TemporaryFolder folder;
   Journal journal(folder.File("journal.db"));
@@ -81,6 +107,9 @@ TEST(Journal, EqualEventsAreKnownByTheirNumberWhereverTheyLieNow) {
   store("/a.ics#0", "A");
   store("/a.ics#1", "B");
   store("/a.ics#2", "A");
+  const KnownMail mail = {"Calendar\\", "M", "k", "k", "", "/m.eml", KnownMail::Origin::kBrought};
+  journal.Store({mail.source, mail.folder, "M", "k", ItemResult::kArrived, ""}, mail);
+  EXPECT_EQ(journal.ArrivedIn("Calendar\\").size(), 3u);  // mails are known otherwise
   // One more stands at the file's beginning now, and what was its end in a file of another name.
   const std::pair<const char*, const char*> lie[] = {
       {"/a.ics#0", "new"}, {"/a.ics#1", "A"}, {"/a.ics#2", "B"}, {"/b.ics#0", "A"}};

@@ -67,8 +67,12 @@ TEST(FolderMap, TakesTheFirstLineThatFits) {
   for (const auto& [path, wanted] : rows) EXPECT_EQ(map.PlaceOf(path), wanted) << path;
   EXPECT_THAT(map.Unused(), ElementsAre("Projects/New\tnever"));
   FolderMap all("a\tb\n*\tOld/*");
-  const std::string odd = "#Kunde\\a/b\\";
-  EXPECT_EQ(FolderMap(FolderMapPath(odd) + "\tX").PlaceOf(odd), "X\\");
+  for (const char* odd : {"#Kunde\\a/b\\", "  Kunde \\ x  \\", " \\", "*\\", "A\\*\\", " #\\"}) {
+    const std::string path = FolderMapPath(odd);
+    FolderMap each(" " + path + " \t " + path + " \r\n");  // as people may align it
+    EXPECT_EQ(each.PlaceOf(odd), odd) << path;
+    EXPECT_EQ(each.PlaceOf("A\\x\\"), "") << path;
+  }
   EXPECT_EQ(all.PlaceOf("a\\"), "b\\");
   EXPECT_EQ(all.PlaceOf("a\\c\\"), "Old\\a\\c\\");
   for (const char* text : {"a b", "a\t", "\tb", "x\ty\n/*\tb", "*\t"}) {
