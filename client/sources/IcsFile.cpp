@@ -45,6 +45,7 @@ class FileLister {
       : m_path(path), m_levels(levels), m_items(items), m_problems(problems), m_names(path) {}
 
   void List() {
+    m_listed = StampOf(m_path);
     const TextFile file = ReadTextFile(m_path);
     bool any = false;
     ReadIcsComponents(file.text, [&](const IcsComponent& component) {
@@ -159,6 +160,7 @@ class FileLister {
     item.type = place.type;
     item.extents = {place.extent};
     item.file = m_path;
+    item.listed = m_listed;
     m_zonesOf[m_items.size()].insert(place.zones.begin(), place.zones.end());
     m_items.push_back(std::move(item));
   }
@@ -188,6 +190,7 @@ class FileLister {
   std::vector<SourceItem>& m_items;
   std::vector<SourceProblem>& m_problems;
   PlaceNames m_names;
+  FileStamp m_listed;
   std::unordered_map<std::string, SourceItem::Extent> m_rules;  // by the zone's name
   std::unordered_map<std::string, bool> m_isKnown;              // zones whose name is enough
   std::unordered_map<std::string, Main> m_series;               // by kind and UID
@@ -208,8 +211,12 @@ void ListIcsFile(const std::string& path, const std::string& levels, std::vector
 
 std::string ReadIcsItem(const SourceItem& item) {
   std::string text = "BEGIN:VCALENDAR\r\n";
-  for (const SourceItem::Extent& extent : item.extents) {
-    text += Lasting(ReadFileRange(item.file, extent.offset, extent.length));
+  if (!item.extents.empty()) {
+    const OpenedFile file = OpenSourceFile(item.file, Links::kFollow);
+    for (const SourceItem::Extent& extent : item.extents) {
+      text += Lasting(ReadRange(file, extent.offset, extent.length));
+    }
+    RequireAsListed(file, item);
   }
   return text + item.appendix + "END:VCALENDAR\r\n";
 }

@@ -155,7 +155,10 @@ std::uint64_t ItemList::PartOf(const SourceItem& item, std::string_view path) {
   key.append(1, '\0').append(std::to_string(item.type));
   key.append(1, item.namesItsFolder ? '\1' : '\0').append(path);
   const auto [part, isNew] = m_partOf.try_emplace(std::move(key), m_shared.size());
-  if (isNew) m_shared.push_back({item.folder, item.type, std::string(path), item.namesItsFolder});
+  if (isNew) {
+    m_shared.push_back(
+        {item.folder, item.type, std::string(path), item.namesItsFolder, item.listed});
+  }
   return part->second;
 }
 
@@ -170,6 +173,7 @@ SourceItem ItemList::Made(std::string_view bytes) const {
   item.folder = shared.folder;
   item.type = shared.type;
   item.namesItsFolder = shared.namesItsFolder;
+  item.listed = shared.listed;
   if (form & kInFile) item.file = shared.path;
   item.length = record.Number();
   if (form & kBelowPath) item.location = shared.path;

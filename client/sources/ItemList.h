@@ -29,6 +29,7 @@ class ItemList {
     std::int32_t type;
     std::string path;  // of the file that they lie in, or of their folder, a slash behind it
     bool namesItsFolder = false;  // as SourceItem has it
+    FileStamp listed = {};        // as SourceItem has it
     std::uint64_t items = 0;
     std::uint64_t bytes = 0;  // on disk
   };

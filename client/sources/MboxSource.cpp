@@ -195,6 +195,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   bool isExport = false;
   bool hasOwn = false;  // mails that no label puts elsewhere
   const EudoraToc toc = TocBeside(path);
+  const FileStamp listed = StampOf(path);
   const auto mails = MailsOf(path, begin, kind, listing.problems);
   const OpenedFile mbox = OpenSourceFile(path, Links::kFollow);
   for (MboxSplitter::Mail mail : mails) {
@@ -218,6 +219,7 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
     SourceItem item{path + ":" + std::to_string(mail.offset), std::move(place),
                     fields.read.value_or(true), mail.offset, mail.length};
     item.file = path;
+    item.listed = listed;
     item.namesItsFolder = isExported;
     item.state = std::move(fields.state);
     item.isStoreData = fields.isStoreData && told.size() == 1;
@@ -231,17 +233,27 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   }
 }
 
+// Mail that was appended, and marks that a program sets in the header of a mail, move no other. Is
+// asked for once the mail was read.
+void RequireInItsPlace(const OpenedFile& mbox, const SourceItem& item) {
+  const FileStamp now = StampOf(mbox);
+  if (now == item.listed) return;
+  const std::uint64_t end = item.offset + item.length;
+  const std::string behind = ReadRange(mbox, end, kMostMmdfMark);
+  const bool isEnd = end == now.size || behind.starts_with(kFrom) || IsMmdf(behind);
+  if (now.size < item.listed.size || !isEnd) ThrowChanged();
+}
+
 std::string ReadMboxItem(const SourceItem& item, MboxKind kind) {
   const std::uint64_t before = std::min<std::uint64_t>(item.offset, kMostMmdfMark);
-  std::string bytes = ReadFileRange(item.file, item.offset - before, before + item.length);
+  const OpenedFile mbox = OpenSourceFile(item.file, Links::kFollow);
+  std::string bytes = ReadRange(mbox, item.offset - before, before + item.length);
   const std::string_view whole(bytes);
   const std::string_view found = whole.substr(std::min<std::uint64_t>(before, whole.size()));
   if (EndsLinesByCr(found)) MakeLfOfCr(bytes);
   const bool isMmdf = IsInMmdf(whole.substr(0, whole.size() - found.size()), found);
-  if (found.size() != item.length || !(isMmdf || found.starts_with(kFrom))) {
-    throw SourceError(
-        "its file changed since it was listed; the next run takes what is there then");
-  }
+  if (found.size() != item.length || !(isMmdf || found.starts_with(kFrom))) ThrowChanged();
+  RequireInItsPlace(mbox, item);
   std::string mail = isMmdf ? std::string(WithoutFromLine(found)) : UnquoteMbox(found, kind);
   RequireMail(mail);
   return mail;

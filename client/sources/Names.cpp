@@ -1,5 +1,6 @@
 #include "client/sources/Names.h"
 
+#include "client/sources/LineDecoding.h"
 #include "platform/Unicode.h"
 
 namespace client {
@@ -51,7 +52,7 @@ std::string WithoutForbiddenControls(std::string_view text) {
 
 std::string LevelName(std::string_view bytes) {
   std::u16string name;
-  for (char16_t unit : platform::Utf8ToUtf16(bytes)) {
+  for (char16_t unit : platform::Utf8ToUtf16(ToUtf8(bytes, {}))) {
     if (unit == u'\\') {
       name += kLikeBackslash;
     } else if (unit == u'\t') {

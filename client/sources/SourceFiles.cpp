@@ -127,6 +127,24 @@ OpenedFile OpenSourceFile(const std::string& path, Links links) {
   return {std::move(file), static_cast<std::uint64_t>(status.st_size)};
 }
 
+FileStamp StampOf(const OpenedFile& opened) {
+  struct stat status;
+  if (fstat(opened.file.Get(), &status) != 0) return {};
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  return {static_cast<std::uint64_t>(status.st_size),
+          status.st_mtim.tv_sec * kSecond + status.st_mtim.tv_nsec};
+}
+
+FileStamp StampOf(const std::string& path) { return StampOf(OpenSourceFile(path, Links::kFollow)); }
+
+void RequireAsListed(const OpenedFile& opened, const SourceItem& item) {
+  if (StampOf(opened) != item.listed) ThrowChanged();
+}
+
+void ThrowChanged() {
+  throw SourceError("its file changed since it was listed; the next run takes what is there then");
+}
+
 void ReadPieces(const OpenedFile& opened, const std::function<void(std::string_view)>& take) {
   std::string piece(kPiece, '\0');
   for (;;) {

@@ -64,6 +64,15 @@ struct OpenedFile {
 // Opens a regular file to be read. Throws ReadError.
 OpenedFile OpenSourceFile(const std::string& path, Links links);
 
+// As it is now.
+FileStamp StampOf(const OpenedFile& opened);
+FileStamp StampOf(const std::string& path);  // throws ReadError
+
+// What is listed by its place in a file is no longer there when that has changed; is asked for once
+// the bytes were read. Throws SourceError.
+void RequireAsListed(const OpenedFile& opened, const SourceItem& item);
+[[noreturn]] void ThrowChanged();
+
 // Hands a file over from its beginning to its end, a piece at a time; a piece is good during the
 // call. Throws ReadError, and what `take` throws.
 void ReadPieces(const OpenedFile& opened, const std::function<void(std::string_view)>& take);

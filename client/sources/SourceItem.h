@@ -9,6 +9,13 @@
 
 namespace client {
 
+// By which a file is known to be as it was.
+struct FileStamp {
+  std::uint64_t size = 0;     // bytes
+  std::int64_t modified = 0;  // nanoseconds since 1970 UTC
+  bool operator==(const FileStamp&) const = default;
+};
+
 // One item of a source, not yet read.
 struct SourceItem {
   std::string location;  // where it lies, unique in the run: a path, or a path and a place in it
@@ -27,6 +34,7 @@ struct SourceItem {
   };
   std::vector<Extent> extents = {};
   std::string file = {};  // that file; empty where location says it
+  FileStamp listed = {};  // of that file, before it was listed
   // What stands behind its bytes: all of it where the file must be converted, and what other places
   // of the source say of it.
   std::string appendix = {};

@@ -28,6 +28,7 @@ struct CardPlace {
   bool group = false;
   std::vector<std::string> members;  // UIDs
   std::string text;                  // of a file that must be converted
+  FileStamp listed;
 };
 
 std::string OneLine(std::string_view value) {
@@ -49,6 +50,7 @@ std::string TitleOf(const VCard& card) {
 // What of the file can be items; the people it names are added.
 std::vector<CardPlace> CardsOf(const std::string& path, People& people,
                                std::vector<SourceProblem>& problems) {
+  const FileStamp listed = StampOf(path);
   const TextFile file = ReadTextFile(path);
   std::vector<CardPlace> places;
   const std::vector<VCardExtent> extents = FindVCards(file.text);
@@ -57,7 +59,7 @@ std::vector<CardPlace> CardsOf(const std::string& path, People& people,
   for (const VCardExtent& extent : extents) {
     const std::string_view text = std::string_view(file.text).substr(extent.offset, extent.length);
     const VCard card = ParseVCard(text);
-    CardPlace place{TitleOf(card), extent, card.IsGroup(), {}, {}};
+    CardPlace place{TitleOf(card), extent, card.IsGroup(), {}, {}, listed};
     if (file.isConverted) place.text = text;
     ++number;
     if (!extent.ended || place.title.empty()) {
@@ -114,6 +116,7 @@ void ListVcfFiles(const std::vector<std::string>& paths, const std::string& fold
       item.length = inFile ? place.extent.length : 0;
       item.type = place.group ? TYPE_DIST_LIST : TYPE_CONTACT;
       item.file = path;
+      item.listed = place.listed;
       item.appendix = inFile ? "" : place.text + "\r\n";
       item.appendix += AppendixOf(place, people);
       items.push_back(std::move(item));
@@ -122,7 +125,12 @@ void ListVcfFiles(const std::vector<std::string>& paths, const std::string& fold
 }
 
 std::string ReadVcfItem(const SourceItem& item) {
-  std::string text = ReadFileRange(item.file, item.offset, item.length);
+  std::string text;
+  if (item.length > 0) {
+    const OpenedFile file = OpenSourceFile(item.file, Links::kFollow);
+    text = ReadRange(file, item.offset, item.length);
+    RequireAsListed(file, item);
+  }
   if (!text.empty() && !text.ends_with('\n')) text += "\r\n";
   return text + item.appendix;
 }

@@ -4,10 +4,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "client/run/ItemLoader.h"
 #include "client/run/RunFolder.h"
 #include "client/sources/SourceFiles.h"
 #include "tests/client/sources/PlanText.h"
@@ -30,7 +33,7 @@ TEST(EmlSource, TheRootGoesToTheInboxAndFoldersStandBesideIt) {
     folder.Write(name, "Subject: x\n\n");
   }
   EXPECT_THAT(Items(MakePlan({folder.Path()})),
-              ElementsAre("Inbox\\|a.EML", "Inbox\\|b.eml", "M\xEF\xBF\xBDte\\|M\xf8te/6.eml",
+              ElementsAre("Inbox\\|a.EML", "Inbox\\|b.eml", "M\xC3\xB8te\\|M\xf8te/6.eml",
                           "O'Brien & \"Co\"\\|O'Brien & \"Co\"/4.eml", "Sub\\|Sub/1.eml",
                           "Sub\\Deeper\\|Sub/Deeper/2.eml", "Sub-2\\|Sub-2/3.eml",
                           "a\xEF\xBC\xBC"
@@ -76,6 +79,79 @@ TEST(EmlSource, ADeepTreeIsWalkedWithoutRecursion) {
 
 TEST(EmlSource, ASourceThatIsNotThereIsRefused) {
   EXPECT_THROW((void)MakePlan({"/nonexistent/mail"}), SourceError);
+}
+
+// What lies together in a file is read by its place, long after it was listed.
+TEST(Source, AFileThatChangedIsReadWhereEachItemIsStillInItsPlaceAlone) {
+  const auto mail = [](const std::string& name, int lines) {
+    std::string text = "From a@b.example Tue Mar  5 10:00:00 2019\nSubject: " + name + "\n\n";
+    for (int i = 0; i < lines; ++i) text += "line of " + name + "\n";
+    return text + "\n";
+  };
+  const auto mmdf = [&mail](const std::string& name, int lines) {
+    return "\1\1\1\1\n" + mail(name, lines) + "\1\1\1\1\n";
+  };
+  const auto event = [](const std::string& name) {
+    return "BEGIN:VEVENT\nUID:" + name + "\nSUMMARY:" + name +
+           "\nDTSTART:20240305T100000Z\nEND:VEVENT\n";
+  };
+  const auto calendar = [](const std::string& events) {
+    return "BEGIN:VCALENDAR\n" + events + "END:VCALENDAR\n";
+  };
+  const auto card = [](const std::string& name) {
+    return "BEGIN:VCARD\nVERSION:3.0\nFN:" + name + "\nEND:VCARD\n";
+  };
+  const std::string ab = mail("a", 9) + mail("b", 2);
+  struct Case {
+    const char* what;
+    std::string file;
+    std::string before;
+    std::string after;
+    std::vector<bool> isRead;
+  };
+  for (const Case& now : {
+           Case{"appended", "box", ab, ab + mail("c", 1), {true, true}},
+           Case{"marked", "box", mail("a\nStatus: O ", 1), mail("a\nStatus: RO", 1), {true}},
+           Case{"grows", "box", ab.substr(0, ab.size() - 5), ab, {true, false}},
+           Case{"first is gone",
+                "box",
+                ab + mail("c", 9),
+                mail("b", 2) + mail("c", 9),
+                {false, false, false}},
+           Case{"another", "box", mail("a", 1), mail("b", 2), {false}},
+           Case{"others", "box", mail("a", 9), mail("b", 1) + mail("c", 40), {false}},
+           Case{"MMDF appended", "box", mmdf("a", 9), mmdf("a", 9) + mmdf("b", 2), {true}},
+           Case{"MMDF, others", "box", mmdf("a", 9), mmdf("b", 2) + mmdf("c", 40), {false}},
+           Case{"event in front",
+                "x.ics",
+                calendar(event("a") + event("b")),
+                calendar(event("c") + event("a") + event("b")),
+                {false, false}},
+           Case{"card in front",
+                "x.vcf",
+                card("a") + card("b"),
+                card("c") + card("a") + card("b"),
+                {false, false}},
+       }) {
+    const TemporaryFolder folder;
+    folder.Write(now.file, now.before);
+    const Plan plan = MakePlan({folder.Path()});
+    folder.Write(now.file, now.after);
+    const std::string path = folder.File(now.file);  // the clock of a file may be coarse
+    std::filesystem::last_write_time(
+        path, std::filesystem::last_write_time(path) + std::chrono::seconds(1));
+    std::vector<bool> isRead;
+    for (const Plan::Entry& entry : plan.entries) {
+      try {
+        EXPECT_NE(ItemLoader::Load(entry).bytes, "");
+        isRead.push_back(true);
+      } catch (const SourceError& error) {
+        EXPECT_THAT(error.what(), testing::StartsWith("its file changed since it was listed"));
+        isRead.push_back(false);
+      }
+    }
+    EXPECT_EQ(isRead, now.isRead) << now.what;
+  }
 }
 
 TEST(SourceFiles, DamagedMailPassesAndOtherFilesDoNot) {
