@@ -127,6 +127,12 @@ TEST_F(HttpControl, ASilentHostIsAskedOnce) {
   ScriptedServer server;
   server.Push({.fault = ScriptedAnswer::Fault::kSilence});
   server.Push({.body = "awake"});
+  const auto answers = [&](const std::string& url) {
+    http.m_nReadTimeoutMs = 60000;
+    const bool answered = Get(url);
+    http.m_nReadTimeoutMs = 1000;
+    return answered;
+  };
   http.m_nReadTimeoutMs = 1000;
   EXPECT_FALSE(Get(server.Url("/a")));
   EXPECT_FALSE(Get(server.Url("/b")));
@@ -136,16 +142,16 @@ TEST_F(HttpControl, ASilentHostIsAskedOnce) {
   ScriptedServer good, silent[2];
   good.Push({.body = "one"});
   good.Push({.body = "two"});
-  EXPECT_TRUE(Get(good.Url()));
+  EXPECT_TRUE(answers(good.Url()));
   for (ScriptedServer& other : silent) {
     other.Push({.fault = ScriptedAnswer::Fault::kSilence});
     EXPECT_FALSE(Get(other.Url()));
   }
-  EXPECT_TRUE(Get(good.Url()));
+  EXPECT_TRUE(answers(good.Url()));
   EXPECT_FALSE(Get(PageServer().Url("/")));
   EXPECT_EQ(http.failure(), "too many other hosts did not answer");
   http.forgetSilentHosts();
-  EXPECT_TRUE(Get(server.Url("/b")));
+  EXPECT_TRUE(answers(server.Url("/b")));
 }
 
 TEST_F(HttpControl, CertificatesMustHold) {

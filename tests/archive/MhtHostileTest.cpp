@@ -1,7 +1,6 @@
 // Pages that were made to do harm: the time grows as the page does, every loop ends, and what can
 // be shown is.
 
-#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -11,22 +10,22 @@
 #include "archive/EventAttributes.h"
 #include "tests/archive/ArchiveSupport.h"
 #include "tests/archive/PageServer.h"
+#include "tests/support/WorkTime.h"
 
 namespace {
 
 using namespace archive_support;
+using test_support::GrowsLinearly;
+using test_support::WorkTime;
 using testing::HasSubstr;
 
-double SecondsFor(const std::string& html) {
+void Archive(const std::string& html) {
   Converter converter;
   converter.mht.put_NoNetwork(true);
   converter.mht.put_ConfineToFolder(true);
-  const auto start = std::chrono::steady_clock::now();
   EXPECT_NE(converter.mht.htmlToEML(html.c_str()), nullptr);
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// Quadratic work on the larger page takes a hundred times as long as on the smaller one.
 TEST(MhtHostile, TimeGrowsWithThePage) {
   for (const char* piece : {"<img \">\" ",
                             "<img \"",
@@ -49,12 +48,14 @@ TEST(MhtHostile, TimeGrowsWithThePage) {
                             "<base",
                             "<td background=\"a\" background='"}) {
     const std::size_t count = 400'000 / std::string_view(piece).size();
-    const double small = SecondsFor(Repeated(count / 10, piece));
-    const double large = SecondsFor(Repeated(count, piece));
-    EXPECT_LT(large, 30 * small + 1) << piece;
+    EXPECT_TRUE(GrowsLinearly([&](std::size_t n) { Archive(Repeated(n, piece)); }, count)) << piece;
   }
-  EXPECT_LT(SecondsFor("<img " + std::string(10'000'000, 'a') + ">"), 10);
-  EXPECT_LT(SecondsFor("<style>" + Repeated(40'000, ".a{background:url(x.gif)}") + "</style>"), 10);
+  const auto name = [](std::size_t n) { Archive("<img " + std::string(n, 'a') + ">"); };
+  EXPECT_TRUE(GrowsLinearly(name, 10'000'000));
+  const auto sheet = [](std::size_t n) {
+    Archive("<style>" + Repeated(n, ".a{background:url(x.gif)}") + "</style>");
+  };
+  EXPECT_TRUE(GrowsLinearly(sheet, 40'000));
 }
 
 TEST(MhtHostile, TenThousandPictures) {
@@ -85,10 +86,10 @@ TEST(MhtHostile, PicturesThatAreNotInAFolderOfMany) {
   const auto seconds = [&](const TemporaryFolder& folder) {
     Converter converter;
     const std::string page = folder.Write("p.html", tags);
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(converter.Mht(page).parts.size(), 1U);
-    EXPECT_EQ(converter.told.lacking.size(), 3000U);
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return WorkTime([&] {
+      EXPECT_EQ(converter.Mht(page).parts.size(), 1U);
+      EXPECT_EQ(converter.told.lacking.size(), 3000U);
+    });
   };
   EXPECT_LT(seconds(many), 5 * seconds(few) + 0.5);
 }

@@ -85,7 +85,7 @@ bool HaveChromium() { return std::system("command -v chromium > /dev/null 2>&1")
 // Takes a picture of what a browser shows at a URL.
 void Shoot(std::string url, std::string png) {
   const std::string command =
-      "timeout 90 chromium --headless --no-sandbox --disable-gpu --hide-scrollbars "
+      "timeout 240 chromium --headless --no-sandbox --disable-gpu --hide-scrollbars "
       "--window-size=400,600 --user-data-dir=" +
       png + ".d --screenshot=" + png + " '" + url + "' > /dev/null 2>&1";
   ASSERT_EQ(std::system(command.c_str()), 0) << url;

@@ -11,6 +11,7 @@
 #include "platform/ChildProcess.h"
 #include "tests/ews/Answers.h"
 #include "tests/ews/WiredService.h"
+#include "tests/support/ReservedPort.h"
 #include "tests/support/TemporaryFolder.h"
 
 // A logon with tickets of a key distribution centre of our own, where its programs are installed.
@@ -25,7 +26,7 @@ class Kerberos : public OverHttp {
  protected:
   void SetUp() override {
     if (!std::filesystem::exists(kCentre)) GTEST_SKIP() << "no key distribution centre here";
-    const int port = FreePort();
+    const int port = m_port.Port();
     m_folder.Write("krb5.conf",
                    fmt::format("[libdefaults]\ndefault_realm = CORP.EXAMPLE\n"
                                "dns_lookup_kdc = false\ndns_lookup_realm = false\nrdns = false\n"
@@ -73,25 +74,20 @@ class Kerberos : public OverHttp {
   WiredService m_local{m_server.Url("/EWS/Exchange.asmx", "localhost")};
 
  private:
-  static int FreePort() {
-    const test_support::ScriptedServer server;  // it ends, and its port is free
-    return server.Port();
-  }
   void Run(const std::string& command) {
     const std::string line = "/usr/sbin/" + command + " > " + m_folder.File("out") + " 2>&1";
     ASSERT_EQ(std::system(line.c_str()), 0)
         << command << ": " << test_support::ReadAll(m_folder.File("out"));
   }
-  static void WaitForCentre(int port) {
-    for (int i = 0; i < 200; ++i) {
-      const std::string probe =
-          fmt::format("bash -c ': < /dev/tcp/127.0.0.1/{}' 2>/dev/null", port);
-      if (std::system(probe.c_str()) == 0) return;
+  void WaitForCentre(int port) {
+    const std::string probe = fmt::format("bash -c ': < /dev/tcp/127.0.0.1/{}' 2>/dev/null", port);
+    while (std::system(probe.c_str()) != 0) {
+      ASSERT_FALSE(m_centre->TryWait()) << "the centre does not listen";
       std::this_thread::sleep_for(25ms);
     }
-    FAIL() << "the centre does not listen";
   }
 
+  const test_support::ReservedPort m_port;
   const test_support::TemporaryFolder m_folder;
   std::optional<platform::ChildProcess> m_centre;
 };

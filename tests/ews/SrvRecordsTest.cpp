@@ -131,10 +131,13 @@ TEST(SrvRecords, WhatIsNotThereIsToldAtOnceAndSilenceInTime) {
     EXPECT_EQ(server.Asked(), 1);
   }
   const NameServer silent({}, 0, /*silent=*/true);
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_THAT(Ask(silent, 2s), HasSubstr("No name server answered"));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
-  EXPECT_EQ(silent.Asked(), 2);
+  const auto timeOf = [&](std::chrono::milliseconds limit) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_THAT(Ask(silent, limit), HasSubstr("No name server answered"));
+    return std::chrono::steady_clock::now() - start;
+  };
+  EXPECT_LT(timeOf(2s), timeOf(6s));
+  EXPECT_EQ(silent.Asked(), 4);
 }
 
 TEST(SrvRecords, AnAnswerThatIsCutOffGivesItsWholeRecords) {

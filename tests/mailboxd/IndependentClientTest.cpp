@@ -19,7 +19,7 @@ TEST(IndependentClient, GetsRightAnswers) {
   RunningServer server;
   const TempFolder output;
   const std::string command = "cd '" + folder +
-                              "' && TZ=America/New_York timeout 60 node client.js " +
+                              "' && TZ=America/New_York timeout 240 node client.js " +
                               server->EwsUrl() + " > " + output.File("out") + " 2>&1";
   EXPECT_EQ(std::system(command.c_str()), 0) << test_support::ReadBytes(output.File("out"));
 }

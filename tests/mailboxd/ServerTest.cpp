@@ -219,7 +219,7 @@ TEST(Server, ConnectionsAreCutBeforeInAndBehindTheBodyAndWhenTheItemIsSaved) {
 }
 
 TEST(Server, AHeldAnswerIsThatOfARequestThatIsDoneAndComesThoughTheServerEnds) {
-  RunningServer server(WithFaults({"hold:1000"}));
+  RunningServer server(WithFaults({"hold:2500"}));  // half of what an ending server grants
   mailbox::Store& store = server->Mailboxes();
   const std::int64_t inbox = *store.FindWellKnown(store.Mailbox("user@example.com"), "inbox");
   std::atomic<bool> answered = false;

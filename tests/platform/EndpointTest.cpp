@@ -26,6 +26,9 @@ using platform::FrameKind;
 using platform::UniqueFd;
 using Bytes = std::vector<unsigned char>;
 
+constexpr std::chrono::milliseconds kLongest = 2min;  // until what has to come counts as missing
+constexpr int kLongestMs = kLongest.count();
+
 class Script : public EndpointServer::Handler {
  public:
   std::function<std::int32_t(std::uint32_t, std::uint64_t, std::span<const unsigned char>)> command;
@@ -90,7 +93,7 @@ Bytes AnswerFrame(std::int64_t answer) {
 }
 
 void Send(const UniqueFd& fd, const Bytes& bytes) {
-  ASSERT_TRUE(platform::SendAll(fd.Get(), bytes, 5000));
+  ASSERT_TRUE(platform::SendAll(fd.Get(), bytes, kLongestMs));
 }
 
 // A server in a thread of its own, ended by a close frame.
@@ -103,13 +106,13 @@ class Endpoint : public testing::Test {
   }
   void Finish() {
     if (!m_thread.joinable()) return;
-    EndpointClient(m_title, 1s).Close();
+    EndpointClient(m_title, kLongest).Close();
     m_thread.join();
     m_server.reset();
   }
   ~Endpoint() override { Finish(); }
 
-  EndpointClient Client() const { return EndpointClient(m_title, 1s); }
+  EndpointClient Client() const { return EndpointClient(m_title, kLongest); }
   // A connection that has sent these bytes.
   UniqueFd RawClient(const Bytes& bytes = {}) const {
     UniqueFd fd = SocketAt(platform::EndpointAddressOf(m_title), connect);
@@ -131,7 +134,7 @@ std::optional<platform::Frame> Receive(const UniqueFd& fd) {
   for (;;) {
     if (platform::TakeFrame(buffer, frame) == platform::FrameStatus::kFrame) return frame;
     pollfd wait{fd.Get(), POLLIN, 0};
-    if (poll(&wait, 1, 5000) != 1) {
+    if (poll(&wait, 1, kLongestMs) != 1) {
       ADD_FAILURE() << "no answer";
       return std::nullopt;
     }
@@ -349,7 +352,7 @@ TEST_F(Endpoint, AnotherUsersConnectionIsHungUp) {
   EXPECT_TRUE(AsOrdinaryUser([&] {
     const UniqueFd fd = SocketAt(address, connect);
     if (!fd) return false;
-    (void)platform::SendAll(fd.Get(), CommandFrame(7, 1), 5000);
+    (void)platform::SendAll(fd.Get(), CommandFrame(7, 1), kLongestMs);
     return !Receive(fd);
   }));
 }
@@ -361,7 +364,7 @@ TEST_F(Endpoint, AClientTalksToNoOtherUsersEngine) {
   std::thread client([&] {
     bound.Await();
     EXPECT_FALSE(EndpointClient::IsServed(m_title));
-    EXPECT_THROW(EndpointClient(m_title, 1s), EndpointError);
+    EXPECT_THROW(EndpointClient(m_title, kLongest), EndpointError);
     done.Reach();
   });
   EXPECT_TRUE(AsOrdinaryUser([&] {
@@ -398,8 +401,9 @@ class EndpointSignals : public Endpoint {
   }
   // The result of a command that has begun when a first signal is sent.
   std::future<std::int32_t> SignalACommand() {
-    auto result = std::async(std::launch::async,
-                             [this] { return EndpointClient(m_title, 5s).SendCommand(1, 1, {}); });
+    auto result = std::async(std::launch::async, [this] {
+      return EndpointClient(m_title, kLongest).SendCommand(1, 1, {});
+    });
     m_begun.Await();
     kill(m_child, SIGTERM);
     return result;
@@ -432,7 +436,7 @@ TEST_F(EndpointSignals, ASecondOneEndsInTheMiddleOfACommand) {
 }
 
 TEST_F(EndpointSignals, AnIdleEngineEndsOnAnInterrupt) {
-  EndpointClient client(m_title, 5s);
+  EndpointClient client(m_title, kLongest);
   kill(m_child, SIGINT);
   client.WaitForEnd();
   EXPECT_EQ(WEXITSTATUS(Status()), 1);

@@ -9,6 +9,7 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <limits>
 #include <optional>
 #include <random>
 #include <stdexcept>
@@ -109,6 +110,7 @@ class BySeed {
     if (step.mishap == Mishap::kDelay) step.pause = detail % kLongOneIn ? kDelay : kLongDelay;
     if (step.mishap == Mishap::kForwardedLate) {
       step.pause = std::chrono::milliseconds(Late(detail));
+      step.looks = m_lateness == Lateness::kLong ? 0 : 2;
     }
     if (m_lateness == Lateness::kAnnounced && !m_announced) step = {};  // or it would tell nothing
     if (IsToBeSlow(request)) step = {Mishap::kDelay, 0, false, kSlowSave};
@@ -182,14 +184,11 @@ void FaultProxy::Listen() {
   m_listener.Reset(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const int on = 1;
   setsockopt(m_listener.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  sockaddr_in address = Loopback(m_port);
-  socklen_t length = sizeof address;
-  auto* name = reinterpret_cast<sockaddr*>(&address);
-  if (bind(m_listener.Get(), name, length) != 0 || listen(m_listener.Get(), 64) != 0 ||
-      getsockname(m_listener.Get(), name, &length) != 0) {
+  const sockaddr_in address = Loopback(m_port.Port());
+  if (bind(m_listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      listen(m_listener.Get(), 64) != 0) {
     throw std::runtime_error("no port for a test's proxy");
   }
-  m_port = ntohs(address.sin_port);
 }
 
 // A closed listener is what refuses connections, so this thread alone opens and closes it.
@@ -222,7 +221,9 @@ void FaultProxy::Serve(int client) {
   if (connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
     while (!m_ended) {
       const auto request = ReadMessage(client, fromClient);
-      if (!request || !Pass(client, server, *request, StepFor(*request))) break;
+      if (!request) break;
+      AwaitLate(*request);
+      if (!Pass(client, server, *request, StepFor(*request))) break;
     }
   }
   const std::lock_guard lock(m_mutex);
@@ -239,11 +240,13 @@ bool FaultProxy::Pass(int client, int server, const std::string& request, const 
       return false;
     case Mishap::kStatus:
       return SendAll(client, StatusAnswer(step.status, step.retryAfter, step.body));
-    case Mishap::kForwardedLate:
+    case Mishap::kForwardedLate: {
+      const Due due = HoldBack(step);
       SendAll(client, StatusAnswer(504, /*retryAfter=*/false));
       shutdown(client, SHUT_RDWR);
-      ForwardLate(request, step.pause);
+      ForwardLate(request, step, due);
       return false;
+    }
     default:
       break;
   }
@@ -271,10 +274,27 @@ bool FaultProxy::PassAnswer(int client, int server, const Step& step) {
   }
 }
 
+FaultProxy::Due FaultProxy::HoldBack(const Step& step) {
+  constexpr int kNever = std::numeric_limits<int>::max();
+  const std::lock_guard lock(m_mutex);
+  return m_late.insert(step.looks > 0 ? m_questions + step.looks : kNever);
+}
+
+void FaultProxy::AwaitLate(std::string_view request) {
+  if (request.find("FindItem ") == std::string_view::npos) return;
+  std::unique_lock lock(m_mutex);
+  const int question = ++m_questions;
+  m_changed.notify_all();
+  m_changed.wait(lock, [&] { return m_late.empty() || *m_late.begin() > question; });
+}
+
 // On a connection of its own, which the end of the proxy does not cut: a run that is over too soon
 // is to meet what it left behind.
-void FaultProxy::ForwardLate(const std::string& request, std::chrono::milliseconds pause) {
-  std::this_thread::sleep_for(pause);
+void FaultProxy::ForwardLate(const std::string& request, const Step& step, Due due) {
+  {
+    std::unique_lock lock(m_mutex);
+    m_changed.wait_for(lock, step.pause, [&] { return m_questions >= *due; });
+  }
   const platform::UniqueFd server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const sockaddr_in address = Loopback(m_serverPort);
   std::string rest;
@@ -282,6 +302,16 @@ void FaultProxy::ForwardLate(const std::string& request, std::chrono::millisecon
       SendAll(server.Get(), request)) {
     (void)ReadMessage(server.Get(), rest);
   }
+  const std::lock_guard lock(m_mutex);
+  m_late.erase(due);
+  m_changed.notify_all();
+}
+
+FaultProxy::Choose AtEachSave(std::function<void(int number)> act) {
+  return [act = std::move(act), number = 0](std::string_view request) mutable {
+    if (request.find("CreateItem ") != std::string_view::npos) act(++number);
+    return FaultProxy::Step{};
+  };
 }
 
 }  // namespace test_support

@@ -3,15 +3,18 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
 #include "platform/UniqueFd.h"
+#include "tests/support/ReservedPort.h"
 
 namespace test_support {
 
@@ -30,7 +33,8 @@ enum class Mishap {
   kRefuse,           // the answer is lost, and no connection is taken for a time
 };
 
-// When the server gets what is forwarded late, by a seed.
+// When the server gets what is forwarded late, by a seed. But for kLong that is, however slow the
+// machine, before the second question for items behind it: whoever asks once misses it.
 enum class Lateness {
   kShort,      // 1 to 4 s behind the 504
   kAnnounced,  // up to 7 s, and the first save of all is as slow as that, and answered
@@ -58,6 +62,9 @@ class FaultProxy {
     bool retryAfter = false;
     std::chrono::milliseconds pause{0};  // of a delay or a late request
     std::string body = {};               // of the proxy's answer
+    // Of a late request: before which question for items it comes at the latest, counted from it. 0
+    // is for none.
+    int looks = 0;
   };
   // What befalls a request of that head and body.
   using Choose = std::function<Step(std::string_view request)>;
@@ -70,7 +77,7 @@ class FaultProxy {
   FaultProxy(const FaultProxy&) = delete;
   FaultProxy& operator=(const FaultProxy&) = delete;
 
-  int Port() const { return m_port; }
+  int Port() const { return m_port.Port(); }
   // How often each has happened.
   std::map<Mishap, int> Mishaps() const;
 
@@ -83,19 +90,31 @@ class FaultProxy {
   bool Pass(int client, int server, const std::string& request, const Step& step);
   // The same behind the request: what becomes of the server's answer.
   bool PassAnswer(int client, int server, const Step& step);
-  void ForwardLate(const std::string& request, std::chrono::milliseconds pause);
+  // A late request, from before its 504 is out until the server has answered it.
+  using Due = std::multiset<int>::iterator;
+  Due HoldBack(const Step& step);
+  void ForwardLate(const std::string& request, const Step& step, Due due);
+  // Lets a question for items wait for the late requests that come before it.
+  void AwaitLate(std::string_view request);
 
   const int m_serverPort;
   mutable std::mutex m_mutex;  // of the members below
   Choose m_choose;
   std::map<Mishap, int> m_mishaps;
-  std::vector<int> m_open;  // both ends of each connection that is served
+  std::vector<int> m_open;            // both ends of each connection that is served
+  int m_questions = 0;                // for items, so far
+  std::multiset<int> m_late;          // the questions before which late requests come
+  std::condition_variable m_changed;  // of the two above
   std::vector<std::thread> m_threads;
+  const ReservedPort m_port;  // while it refuses, too
   platform::UniqueFd m_listener;
-  int m_port = 0;
   std::atomic<bool> m_refusing = false;
   std::atomic<bool> m_ended = false;
   std::thread m_accept;
 };
+
+// For a proxy that harms nothing: calls that with each request to save an item, by its number from
+// 1, before the server has it. Whoever sent it waits meanwhile.
+FaultProxy::Choose AtEachSave(std::function<void(int number)> act);
 
 }  // namespace test_support

@@ -192,7 +192,7 @@ void ScriptedServer::EndConnections() {
   // The answer may be with the client while its thread here is still at work on the connection. One
   // that cannot be written is never told of, so that the wait has an end.
   std::unique_lock lock(m_impl->mutex);
-  m_impl->ending.wait_for(lock, std::chrono::seconds(2),
+  m_impl->ending.wait_for(lock, std::chrono::minutes(1),
                           [this] { return m_impl->answered == m_impl->seen.size(); });
   m_impl->tls.value().EndConnections();
 }

@@ -35,6 +35,8 @@ using namespace std::chrono_literals;
 using Bytes = std::vector<unsigned char>;
 using Files = std::vector<std::pair<std::string, std::string>>;
 
+constexpr std::chrono::milliseconds kLongest = 2min;  // until what has to come counts as missing
+
 TEST(ProtocolPage, ItsWorkedExampleIsTheNameOfTheSocket) {
   const std::string page = ReadAll(TARNY_SOURCE "/docs/protocol.md");
   std::smatch found;
@@ -116,7 +118,7 @@ TEST(DriverSample, BringsThreeItemsIntoTheMailboxOnceAndTellsOfTheFourth) {
 // An engine with a mailbox behind it, and connections to it below the level of commands.
 class Protocol : public testing::Test {
  protected:
-  EndpointClient Connect() const { return EndpointClient("<GUID>" + folder.File("run"), 20s); }
+  EndpointClient Connect() const { return EndpointClient("<GUID>" + folder.File("run"), kLongest); }
   std::vector<StoredItem> Items() const { return ItemsOf(folder.File("mailbox")); }
 
   TemporaryFolder folder;
@@ -142,7 +144,7 @@ Bytes LogonFrame() {
 }
 
 void Send(const EndpointClient& client, const Bytes& bytes) {
-  ASSERT_TRUE(platform::SendAll(client.Fd(), bytes, 5000));
+  ASSERT_TRUE(platform::SendAll(client.Fd(), bytes, kLongest.count()));
 }
 
 // The kind of the next frame, 0 when the engine has hung up.
@@ -151,7 +153,7 @@ int NextKind(const EndpointClient& client) {
   pollfd wait{client.Fd(), POLLIN, 0};
   size_t count = 0;
   while (count < frame.size()) {
-    EXPECT_EQ(poll(&wait, 1, 20000), 1) << "no answer";
+    EXPECT_EQ(poll(&wait, 1, kLongest.count()), 1) << "no answer";
     const ssize_t got = recv(client.Fd(), frame.data() + count, frame.size() - count, 0);
     if (got <= 0) return 0;
     count += static_cast<size_t>(got);

@@ -34,7 +34,7 @@ EngineRun::EngineRun(const std::string& folder, std::vector<std::string> options
   if (prepare) prepare(m_folder.File(""));
   options.push_back(m_folder.Title());
   m_process.emplace(m_folder.Start(options, wrapper));
-  m_client = std::make_unique<client::EngineClient>(m_folder.Title(), std::chrono::seconds(60));
+  m_client = std::make_unique<client::EngineClient>(m_folder.Title(), std::chrono::minutes(4));
 }
 
 EngineRun::~EngineRun() {

@@ -93,7 +93,7 @@ TEST(IndependentReader, SeesWhatWasMigratedAsItsSourceSays) {
   const Result migrated =
       RunProgram("tarny", ServerArguments(folder, std::stoi(mailbox.Port())), folder.Path());
   EXPECT_EQ(SummaryOf(migrated)["sent"], 15);
-  const std::string command = "cd '" + interop + "' && TZ=America/New_York timeout 60 node " +
+  const std::string command = "cd '" + interop + "' && TZ=America/New_York timeout 240 node " +
                               "migrated.js http://127.0.0.1:" + mailbox.Port() +
                               "/EWS/Exchange.asmx user@example.com 2024-03-01..2024-04-20 " +
                               "2025-06-01..2025-07-01 > " + folder.File("seen.txt") + " 2>&1";

@@ -3,12 +3,16 @@
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <map>
+#include <mutex>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -18,7 +22,9 @@
 #include "platform/UniqueFd.h"
 #include "tests/client/WideText.h"
 #include "tests/mailboxd/HttpCall.h"
+#include "tests/support/FaultProxy.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Texts.h"
 #include "tests/system/Programs.h"
 
 // The way of mail through the real programs: tarny, the engine and mailboxd as processes.
@@ -26,16 +32,17 @@ namespace system_test {
 namespace {
 
 using client_test::Wide;
+using test_support::AtEachSave;
+using test_support::FaultProxy;
 using test_support::TemporaryFolder;
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-// Waits for something that must come; false after a minute.
-bool Await(const std::function<bool()>& condition) {
-  const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+// Waits for something that must come while the program runs; false where that ends before.
+bool Await(Program& program, const std::function<bool()>& condition) {
   while (!condition()) {
-    if (std::chrono::steady_clock::now() > giveUp) return false;
+    if (program.TryWait()) return condition();
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
   return true;
@@ -122,7 +129,7 @@ TEST_F(Migration, OddMailsArriveReadable) {
 TEST_F(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {
   const Generated mails = WriteMails(folder, 60);
   Program tarny("tarny", MigrateArguments(folder), folder.Path());
-  ASSERT_TRUE(Await([&] { return EngineWorks(); }));
+  ASSERT_TRUE(Await(tarny, [&] { return EngineWorks(); }));
   tarny.Signal(SIGKILL);
   tarny.Wait();
   SummaryOf(Migrate(folder));
@@ -135,20 +142,24 @@ TEST_F(Migration, AnEngineThatOutlivedItsDriverIsClosedAndTakenOver) {
 TEST_F(Migration, AnEngineThatDiesAtItsStartIsStartedAgain) {
   namespace fs = std::filesystem;
   const Generated mails = WriteMails(folder, 2);
-  const Mailbox mailbox(folder.Path(), {"--fault", "latency:500"});
-  Program tarny("tarny", ServerArguments(folder, std::stoi(mailbox.Port())), folder.Path());
   const std::string program = folder.File("run/TarnyOutlookEngine");
-  const auto size = fs::file_size(TARNY_BIN "/TarnyOutlookEngine");
-  std::error_code missing;
-  ASSERT_TRUE(Await([&] { return fs::file_size(program, missing) == size; })) << tarny.Err();
   const std::string starts = folder.File("starts");
-  const std::string script =
-      folder.Write("run/script", "#!/bin/sh\necho >> " + starts + "\n[ $(wc -l < " + starts +
-                                     ") -gt 2 ] || kill -9 $$\nexec " + program + ".kept \"$@\"\n");
-  fs::permissions(script, fs::perms::owner_all);
-  fs::rename(program, program + ".kept");
-  fs::rename(script, program);
-  const Result result = tarny.Wait();
+  const auto replace = [&] {
+    EXPECT_EQ(fs::file_size(program), fs::file_size(TARNY_BIN "/TarnyOutlookEngine"));
+    const std::string script = folder.Write(
+        "run/script", "#!/bin/sh\necho >> " + starts + "\n[ $(wc -l < " + starts +
+                          ") -gt 2 ] || kill -9 $$\nexec " + program + ".kept \"$@\"\n");
+    fs::permissions(script, fs::perms::owner_all);
+    fs::rename(program, program + ".kept");
+    fs::rename(script, program);
+  };
+  const Mailbox mailbox(folder.Path(), {});
+  bool replaced = false;
+  const FaultProxy proxy(std::stoi(mailbox.Port()), [&](std::string_view) {
+    if (!std::exchange(replaced, true)) replace();
+    return FaultProxy::Step{};
+  });
+  const Result result = RunProgram("tarny", ServerArguments(folder, proxy.Port()), folder.Path());
   EXPECT_EQ(SummaryOf(result)["sent"], 2) << result.err;
   EXPECT_THAT(result.err,
               HasSubstr("Starting the engine again: the engine ended at its start: signal 9"));
@@ -157,13 +168,20 @@ TEST_F(Migration, AnEngineThatDiesAtItsStartIsStartedAgain) {
 }
 
 TEST_F(Migration, ARequestToStopEndsAfterTheItemAndALaterRunGoesOn) {
-  const Generated mails = WriteMails(folder, 80);
-  Program tarny("tarny", MigrateArguments(folder), folder.Path());
-  ASSERT_TRUE(Await([&] { return ItemWasSent(); }));
-  tarny.Signal(SIGINT);
+  constexpr int kSent = 7;
+  const Generated mails = WriteMails(folder, 20);
+  const Mailbox mailbox(folder.Path(), {});
+  std::promise<pid_t> driver;
+  const FaultProxy proxy(std::stoi(mailbox.Port()), AtEachSave([&](int number) {
+                           if (number == kSent) ::kill(driver.get_future().get(), SIGINT);
+                         }));
+  const std::vector<std::string> arguments = ServerArguments(folder, proxy.Port());
+  Program tarny("tarny", arguments, folder.Path());
+  driver.set_value(tarny.Pid());
   EXPECT_THAT(tarny.Wait(), FailsWith("Stopped early: asked to stop"));
   EXPECT_FALSE(EngineWorks());
-  SummaryOf(Migrate(folder));
+  EXPECT_EQ(Total(Arrived()), kSent);
+  SummaryOf(Tarny(arguments));
   EXPECT_TRUE(Arrived() == mails.expected);
 }
 
@@ -203,13 +221,17 @@ TEST_F(Migration, AJournalThatCannotBeWrittenIsToldSo) {
 }
 
 TEST_F(Migration, WhatGoesFromTheSourceInTheMiddleIsLeftToTheNextRun) {
-  const Generated mails = WriteMails(folder, 100);
-  Program tarny("tarny", MigrateArguments(folder), folder.Path());
-  ASSERT_TRUE(Await([this] { return ItemWasSent(); }));
-  std::filesystem::remove_all(folder.File("source"));
-  const auto summary = SummaryOf(tarny.Wait(), 1);
-  ASSERT_GT(summary["failed"], 0);
-  EXPECT_LT(summary["failed"], mails.count);
+  constexpr int kSent = 7;
+  const Generated mails = WriteMails(folder, 20);
+  const Mailbox mailbox(folder.Path(), {});
+  const FaultProxy proxy(std::stoi(mailbox.Port()), AtEachSave([&](int number) {
+                           if (number == kSent) {
+                             std::filesystem::remove_all(folder.File("source"));
+                           }
+                         }));
+  const auto summary = SummaryOf(Tarny(ServerArguments(folder, proxy.Port())), 1);
+  EXPECT_EQ(summary["sent"], kSent);
+  ASSERT_EQ(summary["failed"], mails.count - kSent);
   EXPECT_THAT(summary["failures"][0]["text"].get<std::string>(),
               HasSubstr("the next run takes what is there then"));
 }
@@ -231,7 +253,6 @@ class Server {
     m_port = m_mailbox->Port();
   }
   void Kill() { m_mailbox->Kill(); }
-  void Freeze() { m_mailbox->Freeze(); }
   void Restart() {
     Kill();
     m_mailbox.reset();
@@ -287,7 +308,7 @@ TEST_F(Migration, WithoutPatienceAServerGoneInTheMiddleStopsTheRunAndALaterRunCo
   std::vector<std::string> arguments = server.Arguments("right");
   arguments.insert(arguments.end(), {"--patience", "0"});
   Program tarny("tarny", arguments, folder.Path());
-  ASSERT_TRUE(Await([&] { return ItemWasSent(); }));
+  ASSERT_TRUE(Await(tarny, [&] { return ItemWasSent(); }));
   server.Kill();
   const nlohmann::json summary = SummaryOf(tarny.Wait(), 1);
   EXPECT_THAT(summary["stopped"].get<std::string>(), EndsWith("; waited for 0 s"));
@@ -303,7 +324,7 @@ TEST_F(Migration, APatienceThatEndsStopsTheRunAndFailsNoItem) {
   std::vector<std::string> arguments = server.Arguments("right");
   arguments.insert(arguments.end(), {"--patience", "2"});
   Program tarny("tarny", arguments, folder.Path());
-  ASSERT_TRUE(Await([&] { return ItemWasSent(); }));
+  ASSERT_TRUE(Await(tarny, [&] { return ItemWasSent(); }));
   server.Kill();
   const nlohmann::json summary = SummaryOf(tarny.Wait(), 1);
   EXPECT_THAT(summary["stopped"].get<std::string>(), HasSubstr("; waited for"));
@@ -319,9 +340,10 @@ TEST_F(Migration, AStopWhileTheServerIsWaitedForEndsAtOnce) {
   WriteMails(folder, 120);
   Server server(folder);
   Program tarny("tarny", server.Arguments("right"), folder.Path());
-  ASSERT_TRUE(Await([&] { return ItemWasSent(); }));
+  ASSERT_TRUE(Await(tarny, [&] { return ItemWasSent(); }));
   server.Kill();
-  ASSERT_TRUE(Await([&] { return tarny.Err().find("does not answer") != std::string::npos; }));
+  const auto waits = [&] { return tarny.Err().find("does not answer") != std::string::npos; };
+  ASSERT_TRUE(Await(tarny, waits));
   tarny.Signal(SIGHUP);
   const nlohmann::json summary = SummaryOf(tarny.Wait(), 1);
   EXPECT_EQ(summary["stopped"], "asked to stop");
@@ -329,61 +351,112 @@ TEST_F(Migration, AStopWhileTheServerIsWaitedForEndsAtOnce) {
   EXPECT_FALSE(EngineWorks());
 }
 
+// A server that takes a request, once it is told to, and says nothing more until it is woken. What
+// it was asked is lost then.
+class SilentServer {
+ public:
+  explicit SilentServer(const TemporaryFolder& folder) : m_mailbox(folder.Path(), {}) {}
+  ~SilentServer() { Wake(); }
+  int Port() const { return m_proxy.Port(); }
+  // At the so many'th save from now.
+  void FallSilent(int save) {
+    const std::lock_guard lock(m_mutex);
+    m_left = save;
+  }
+  bool IsSilent() {
+    const std::lock_guard lock(m_mutex);
+    return m_silent;
+  }
+  void Wake() {
+    const std::lock_guard lock(m_mutex);
+    m_silent = false;
+    m_woken.notify_all();
+  }
+
+ private:
+  FaultProxy::Step AtRequest(std::string_view request) {
+    std::unique_lock lock(m_mutex);
+    if (request.find("CreateItem ") == std::string_view::npos || --m_left != 0) return {};
+    m_silent = true;
+    m_woken.wait(lock, [this] { return !m_silent; });
+    return {test_support::Mishap::kCutBeforeRequest};
+  }
+
+  std::mutex m_mutex;
+  std::condition_variable m_woken;
+  int m_left = 0;
+  bool m_silent = false;
+  const Mailbox m_mailbox;
+  const FaultProxy m_proxy{std::stoi(m_mailbox.Port()),
+                           [this](std::string_view request) { return AtRequest(request); }};
+};
+
 TEST_F(Migration, AStopIsHeardWhileTheServerIsSilentAndSoIsATakeOver) {
-  const Generated mails = WriteMails(folder, 120);
-  Server server(folder);
-  const std::vector<std::string> arguments = server.Arguments("right");
+  const Generated mails = WriteMails(folder, 20);
+  SilentServer server(folder);
+  const std::vector<std::string> arguments = ServerArguments(folder, server.Port());
   const auto runIntoSilence = [&](std::vector<std::string> more = {}) {
     more.insert(more.begin(), arguments.begin(), arguments.end());
+    server.FallSilent(3);
     Program tarny("tarny", more, folder.Path());
-    const int rows = LedgerRows(folder);
-    EXPECT_TRUE(Await([&] { return LedgerRows(folder) > rows; }));
-    server.Freeze();
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // a request hangs by then
+    EXPECT_TRUE(Await(tarny, [&] { return server.IsSilent(); })) << tarny.Err();
     return tarny;
   };
+  // Items that were given up for a stop, and not since the server had been silent for long.
+  const auto givenUp = [&] {
+    return test_support::CountOf(test_support::ReadAll(folder.File("run/4LogFile.txt")),
+                                 "had given no answer when the end was asked for");
+  };
   Program stopped = runIntoSilence();
-  const auto start = std::chrono::steady_clock::now();
   stopped.Signal(SIGTERM);
   const nlohmann::json summary = SummaryOf(stopped.Wait(), 1);
   EXPECT_EQ(summary["stopped"], "asked to stop");
   EXPECT_EQ(summary["failed"], 0);
   EXPECT_FALSE(EngineWorks());
+  EXPECT_EQ(givenUp(), 1u);
 
-  server.Restart();
+  server.Wake();
   Program ended = runIntoSilence({"--as-is"});
   ended.Signal(SIGINT);
-  EXPECT_TRUE(Await([&] { return ended.Err().find("once more ends") != std::string::npos; }));
+  const auto tells = [&] { return ended.Err().find("once more ends") != std::string::npos; };
+  EXPECT_TRUE(Await(ended, tells));
   ended.Signal(SIGINT);
   ended.Wait();
-  EXPECT_TRUE(Await([&] { return !EngineWorks(); })) << "the engine outlives a second request";
+  while (EngineWorks()) {  // one that outlives a second request waits for its server for long
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
 
-  server.Restart();
+  server.Wake();
   Program killed = runIntoSilence();
   killed.Signal(SIGKILL);
   killed.Wait();
+  const std::size_t before = givenUp();
   Program next("tarny", arguments, folder.Path());
-  EXPECT_TRUE(Await([&] { return !EngineWorks(); }));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
-  server.Restart();
+  EXPECT_TRUE(Await(next, [&] { return !EngineWorks(); }));
+  EXPECT_EQ(givenUp(), before + 1);
+  server.Wake();
   SummaryOf(next.Wait());
   EXPECT_TRUE(Arrived() == mails.expected);
 }
 
 // What stands in front of the service says that it is down, or a single answer is bad.
 TEST_F(Migration, AnswersOfNobodysAndBrokenOnesFailNothing) {
-  const Generated mails = WriteMails(folder, 120);
-  const Mailbox mailbox(folder.Path(), {"--fault", "hold:15"});
-  Program tarny("tarny", ServerArguments(folder, std::stoi(mailbox.Port())), folder.Path());
-  ASSERT_TRUE(Await([&] { return ItemWasSent(); }));
-  for (const char* order : {"404:2", "405:1", "broken:3", "soap:ErrorInternalServerError:2",
-                            "404:1\n400:1\ndrop-saved:1"}) {
-    SCOPED_TRACE(order);
-    const int rows = LedgerRows(folder);
-    EXPECT_EQ(mailbox_test::Send({.url = mailbox.Url() + "/faults", .body = order}).status, 204);
-    ASSERT_TRUE(Await([&] { return LedgerRows(folder) > rows + 3; }));
-  }
-  const Result result = tarny.Wait();
+  const Generated mails = WriteMails(folder, 60);
+  const Mailbox mailbox(folder.Path(), {});
+  const std::map<int, std::string> orders = {// by the number of the save that meets them
+                                             {5, "404:2"},
+                                             {15, "405:1"},
+                                             {25, "broken:3"},
+                                             {35, "soap:ErrorInternalServerError:2"},
+                                             {45, "404:1\n400:1\ndrop-saved:1"}};
+  const auto fail = [&](int number) {
+    const auto order = orders.find(number);
+    if (order == orders.end()) return;
+    const std::string url = mailbox.Url() + "/faults";
+    EXPECT_EQ(mailbox_test::Send({.url = url, .body = order->second}).status, 204);
+  };
+  const FaultProxy proxy(std::stoi(mailbox.Port()), AtEachSave(fail));
+  const Result result = Tarny(ServerArguments(folder, proxy.Port()));
   EXPECT_EQ(SummaryOf(result)["failed"], 0) << result.err;
   EXPECT_TRUE(Arrived() == mails.expected);
 }

@@ -2,13 +2,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <map>
+#include <optional>
 #include <sstream>
-#include <thread>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -16,6 +14,7 @@
 
 #include "platform/Sqlite.h"
 #include "tests/client/WideText.h"
+#include "tests/support/FaultProxy.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/EngineRun.h"
 #include "tests/system/Programs.h"
@@ -271,35 +270,34 @@ TEST(PreparedItems, AsIsLeavesOutEachSafeguardAndSaysWhatThatCost) {
 }
 
 TEST(PreparedItems, ALedgerLockedInTheMiddleIsToldForTheItemThatLostItsRow) {
-  constexpr int kItems = 150;
+  constexpr int kItems = 20;
+  constexpr int kLost = 10;
   const TemporaryFolder folder;
   for (int i = 0; i < kItems; ++i) {
     const std::string number = std::to_string(i);
     WriteItem(folder, number, "EMAIL", "<" + number + "@example.com>", "x");
   }
-  Program tarny("tarny", MigrateArguments(folder), folder.Path());
-  const auto Await = [&](const std::function<bool()>& condition) {
-    while (!condition() && !tarny.TryWait()) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
+  std::optional<platform::SqliteDatabase> other;
+  const auto lock = [&](int number) {  // from its save to the next one
+    other.reset();
+    if (number != kLost) return;
+    other.emplace(folder.File("run/SQLLiteNew.db"));
+    other->Execute("BEGIN IMMEDIATE");
   };
-  Await([&] { return LedgerRows(folder) > 0; });
-  {
-    platform::SqliteDatabase other(folder.File("run/SQLLiteNew.db"));
-    other.Execute("BEGIN IMMEDIATE");
-    Await([&] { return tarny.Err().find("NOT CONFIRMED") != std::string::npos; });
-  }
-  const Result result = tarny.Wait();
+  const Mailbox mailbox(folder.Path(), {});
+  const test_support::FaultProxy proxy(std::stoi(mailbox.Port()), test_support::AtEachSave(lock));
+  const std::vector<std::string> arguments = ServerArguments(folder, proxy.Port());
+  const Result result = RunProgram("tarny", arguments, folder.Path());
   EXPECT_THAT(result, FailsWith("its ledger has no row (database is locked)"));
   EXPECT_EQ(SummaryOf(result, 1)["not_confirmed"], 1);
   EXPECT_EQ(SummaryOf(result, 1)["sent"], kItems - 1);
   EXPECT_EQ(LedgerRows(folder), kItems - 1);
-  const nlohmann::json again = SummaryOf(Migrate(folder));
+  const nlohmann::json again = SummaryOf(RunProgram("tarny", arguments, folder.Path()));
   EXPECT_EQ(again["sent"], 0);
   ASSERT_EQ(again["remarks"].size(), 1u);
   EXPECT_THAT(again["remarks"][0]["text"].get<std::string>(),
               HasSubstr("an earlier run could not tell"));
-  EXPECT_EQ(Items(folder), kItems);
+  EXPECT_EQ(ItemsOf(folder.File("mailbox")).size(), static_cast<std::size_t>(kItems));
   EXPECT_EQ(LedgerRows(folder), kItems);
 }
 
@@ -403,7 +401,8 @@ TEST(RunFolder, AnEngineForWhichThereIsNoRoomLeavesNoHalfAndSaysWhy) {
   }
   const TemporaryFolder folder;
   WriteItem(folder, "1", "EMAIL", "<one@example.com>", "x");
-  const std::string run = elsewhere + "/tarny-test-" + std::to_string(getpid());
+  std::string run = elsewhere + "/tarny-test-XXXXXX";
+  ASSERT_NE(mkdtemp(run.data()), nullptr);
   const std::string err = folder.File("err");
   const std::string command = "trap '' XFSZ; ulimit -f 9; exec " TARNY_BIN "/tarny migrate " +
                               folder.File("source") + " --to local:" + folder.File("mailbox") +

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -17,6 +18,7 @@
 
 #include "client/run/LineDrain.h"
 #include "platform/Sqlite.h"
+#include "tests/support/ReservedPort.h"
 
 namespace system_test {
 namespace {
@@ -32,6 +34,14 @@ platform::UniqueFd OpenOutput(const std::string& path) {
   platform::UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
   if (!file) throw std::runtime_error(path + " cannot be opened");
   return file;
+}
+
+// Kept until the end of the test, so that a server that is started again finds its port free.
+int PortForServer() {
+  static std::mutex mutex;
+  static std::vector<test_support::ReservedPort> ports;
+  const std::lock_guard lock(mutex);
+  return ports.emplace_back().Port();
 }
 
 }  // namespace
@@ -70,6 +80,9 @@ Result RunProgram(const std::string& name, std::vector<std::string> arguments,
 }
 
 Mailbox::Mailbox(const std::string& folder, std::vector<std::string> options) {
+  if (std::ranges::find(options, "--port") == options.end()) {
+    options.insert(options.end(), {"--port", std::to_string(PortForServer())});
+  }
   client::Pipe input = client::MakePipe();
   client::Pipe output = client::MakePipe();
   const platform::UniqueFd err = OpenOutput(FreshName(folder) + ".mailboxd");

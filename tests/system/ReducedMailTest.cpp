@@ -1,13 +1,13 @@
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <thread>
+#include <future>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/support/FaultProxy.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/system/EngineRun.h"
 #include "tests/system/Programs.h"
@@ -116,22 +116,19 @@ TEST_F(ReducedMail, ARunTellsWhatWasLeftOutAndALaterOneSendsNothing) {
   EXPECT_EQ(Items().size(), 4U);
 }
 
-// Between the save of a reduced mail and its row the engine waits a second.
+// It dies when the engine saves the mail for the second time, reduced, and before it hears of it.
 TEST_F(ReducedMail, ARunThatIsCutOffLeavesTheTellingToTheNext) {
   mailbox.emplace(folder.Path(), kLimit);
   folder.Write("source/1.eml", LargeMail("1", kPage));
-  const Lines arguments = ServerArguments(folder, std::stoi(mailbox->Port()));
-  {
-    Program tarny("tarny", arguments, folder.Path());
-    const std::string step = test_support::WideBytes(u"Catch Email Save in ");
-    while (!tarny.TryWait() &&
-           test_support::ReadAll(folder.File("run/TarnyEngine.txt")).find(step) ==
-               std::string::npos) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    tarny.Signal(SIGKILL);
-    tarny.Wait();
-  }
+  std::promise<pid_t> driver;
+  const auto kill = [&](int number) {
+    if (number == 2) ::kill(driver.get_future().get(), SIGKILL);
+  };
+  const test_support::FaultProxy proxy(std::stoi(mailbox->Port()), test_support::AtEachSave(kill));
+  const Lines arguments = ServerArguments(folder, proxy.Port());
+  Program tarny("tarny", arguments, folder.Path());
+  driver.set_value(tarny.Pid());
+  EXPECT_EQ(tarny.Wait().status, 128 + SIGKILL);
   const nlohmann::json next = SummaryOf(RunProgram("tarny", arguments, folder.Path()), 1);
   EXPECT_EQ(next["sent"], 0);
   EXPECT_EQ(next["arrived_reduced"], 1);

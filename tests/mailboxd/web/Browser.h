@@ -95,7 +95,7 @@ class Browser {
  private:
   // The next message, whose end is a NUL.
   nlohmann::json Read() {
-    constexpr int kLongest = 30'000;  // milliseconds
+    constexpr int kLongest = 240'000;  // milliseconds
     size_t end = 0;
     while ((end = m_read.find('\0')) == std::string::npos) {
       pollfd there{m_out.Get(), POLLIN, 0};

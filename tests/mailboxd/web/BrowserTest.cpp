@@ -25,7 +25,7 @@ struct Seen {
 Seen Look(const std::string& url) {
   const TempFolder folder;
   const std::string command =
-      "timeout 60 chromium --headless --no-sandbox --disable-gpu --user-data-dir=" +
+      "timeout 240 chromium --headless --no-sandbox --disable-gpu --user-data-dir=" +
       folder.File("profile") + " --enable-logging=stderr --window-size=360,800 --dump-dom '" + url +
       "' > " + folder.File("page") + " 2> " + folder.File("log");
   EXPECT_EQ(std::system(command.c_str()), 0) << test_support::ReadBytes(folder.File("log"));
