@@ -233,6 +233,8 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
   }
 }
 
+namespace {
+
 // Mail that was appended, and marks that a program sets in the header of a mail, move no other. Is
 // asked for once the mail was read.
 void RequireInItsPlace(const OpenedFile& mbox, const SourceItem& item) {
@@ -243,6 +245,8 @@ void RequireInItsPlace(const OpenedFile& mbox, const SourceItem& item) {
   const bool isEnd = end == now.size || behind.starts_with(kFrom) || IsMmdf(behind);
   if (now.size < item.listed.size || !isEnd) ThrowChanged();
 }
+
+}  // namespace
 
 std::string ReadMboxItem(const SourceItem& item, MboxKind kind) {
   const std::uint64_t before = std::min<std::uint64_t>(item.offset, kMostMmdfMark);
