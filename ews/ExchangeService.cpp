@@ -7,6 +7,7 @@
 
 #include "ews/Autodiscover.h"
 #include "ews/HttpFailure.h"
+#include "ews/MailboxFull.h"
 #include "ews/Outage.h"
 #include "ews/RequestBody.h"
 #include "ews/ResponseCodes.h"
@@ -35,11 +36,11 @@ bool IsLogonRefusal(const Failure& objFailure) {
 
 bool EndsAsOurs(std::string_view strText) {
   return SaysOpenOutcome(strText) || SaysGivenUp(strText) || SaysLogonRefused(strText) ||
-         OutageIn(strText);
+         SaysMailboxFull(strText) || OutageIn(strText);
 }
 
 // The failure that the server's words become. Where they leave open what became of a request that
-// makes something, the safe switch adds a sentence.
+// makes something, or the mailbox is full, the safe switch says so behind them.
 ServiceResponseException Refusal(const std::string& strText, const std::string& strCode,
                                  Failure objFailure, ExchangeService::Effect eEffect) {
   std::string strMessage = strText.empty() ? strCode : strText;
@@ -49,6 +50,7 @@ ServiceResponseException Refusal(const std::string& strText, const std::string& 
     if (bCreates && objFailure.bMayBeCarriedOut) {
       strMessage = WithOpenOutcome(std::move(strMessage), "The server");
     }
+    if (IsMailboxFull(strCode)) strMessage = WithMailboxFull(std::move(strMessage));
     objFailure.bSaysServiceIsOff = strCode == "ErrorAccessDenied" && SaysServiceIsOff(strText);
   }
   return ServiceResponseException(strMessage, strCode, objFailure);

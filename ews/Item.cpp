@@ -4,6 +4,7 @@
 
 #include "ews/ExchangeService.h"
 #include "ews/ItemFields.h"
+#include "ews/MailboxFull.h"
 #include "ews/ServiceException.h"
 #include "ews/Settings.h"
 #include "ews/SoapWriter.h"
@@ -23,6 +24,11 @@ Failure OutageOf(const Failure& objFailure) {
   objOutage.bOutage = true;
   objOutage.nBackOff = objFailure.nBackOff;
   return objOutage;
+}
+
+bool SaysFull(const ServiceException& objError) {
+  const auto* pRefusal = dynamic_cast<const ServiceResponseException*>(&objError);
+  return pRefusal && IsMailboxFull(pRefusal->ErrorCode());
 }
 
 constexpr std::string_view kMimeContent = "item:MimeContent";
@@ -246,6 +252,7 @@ void Item::FailIncomplete(const ServiceException& objError) {
   }
   // Nothing is left of it, so that it can be sent again as a whole once the outage is over.
   const Failure& objFailure = objError.Cause();
+  if (SaysFull(objError)) throw ServiceException(WithMailboxFull(kAttachmentsFailed));
   if (!objFailure.bOutage) throw ServiceException(kAttachmentsFailed);
   const std::string strWhole = kAttachmentsFailed + (" " + WithoutOpenOutcome(strText));
   throw ServiceException(WithOutage(strWhole, objFailure.nBackOff), OutageOf(objFailure));

@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
 #include "client/commands/Commands.h"
@@ -17,9 +18,11 @@
 #include "client/run/LedgerWriter.h"
 #include "client/run/LocalMailbox.h"
 #include "client/run/Migration.h"
+#include "client/run/NewFile.h"
 #include "client/run/RunIdentity.h"
 #include "client/run/StopRequest.h"
 #include "client/run/StoreLook.h"
+#include "client/run/SummaryFile.h"
 #include "client/run/TargetFit.h"
 #include "client/show/Console.h"
 #include "ews/Settings.h"
@@ -66,6 +69,26 @@ void LogWaits(const std::string& path) {
     before(line);
     std::ofstream(path, std::ios::app) << line << "\r\n";
   };
+}
+
+// Into the run folder, and to standard output. What is sent is sent, whether or not there is room
+// for words about it.
+void TellSummary(const Summary& summary, const Plan& plan, const RunFolder& run, bool json,
+                 const Say& say) {
+  const std::string text = SummaryAsJson(summary, plan);
+  std::string file = run.File(kSummaryName);
+  try {
+    WriteSummaryFile(run, text);
+  } catch (const WriteError& error) {
+    say(fmt::format("{}; a {} that is there is of an earlier run", error.what(), kSummaryName));
+    file.clear();
+  }
+  if (json) {
+    std::cout << text;
+  } else {
+    PrintSummary(summary, plan, file);
+  }
+  std::cout.flush();
 }
 
 bool IsEnough(const Plan& plan, const MigrateOptions& options) {
@@ -125,8 +148,7 @@ int Migrate(MigrateOptions& options, Console& console) {
   const Summary summary = migration.Run(plan);
   if (options.adopt && summary.stopped.empty()) EndAdoption(journal);
   console.EndProgress();
-  PrintSummary(summary, plan, options.json);
-  std::cout.flush();
+  TellSummary(summary, plan, run, options.json, say);
   TellEnd(summary, console);
   return summary.Complete() && IsEnough(plan, options) ? kExitDone : kExitFailed;
 }

@@ -258,8 +258,11 @@ void DescribeOptions(CLI::App& app, MigrateOptions& options, Purpose purpose) {
       ->check(CLI::IsMember({"mailbox", "archive", "public", "group"}));
   DescribeSources(app, options);
   DescribeLogon(app, options);
-  app.add_flag("--json", options.json,
-               purpose == Purpose::kMigrate ? "Plan or summary as JSON" : "All of it as JSON");
+  app.add_flag(
+      "--json", options.json,
+      purpose == Purpose::kMigrate
+          ? "Plan or summary as JSON, whole; the run folder has the summary, too (summary.json)"
+          : "All of it as JSON, whole");
   DescribeSending(app, options, purpose);
   DescribeServer(app, options);
 }

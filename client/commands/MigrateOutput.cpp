@@ -34,15 +34,15 @@ void PlanAsJson(const Plan& plan, const std::string& target) {
 }
 
 // What stays in the source as its store wants it.
-void PrintStaying(const Plan& plan) {
-  PrintProblems("Folders of the target that take up several of the source", plan.merged);
+void PrintStaying(const Plan& plan, const ListForm& form) {
+  PrintProblems("Folders of the target that take up several of the source", plan.merged, form);
   PrintProblems(
       "Folders that are two in the target, though their names look alike (their accents "
       "are composed differently)",
-      plan.alike);
+      plan.alike, form);
   PrintProblems("Lines of --folder-map for no folder of the source, or behind another that fits it",
-                plan.unusedLines);
-  PrintProblems(kNothingIn, plan.emptySources);
+                plan.unusedLines, form);
+  PrintProblems(kNothingIn, plan.emptySources, form);
   if (plan.deleted) {
     std::cout << fmt::format(
         "{} deleted in the source and left there (--with-deleted takes them)\n",
@@ -65,52 +65,21 @@ void PlanAsText(const Plan& plan, const std::string& target) {
     std::cout << fmt::format("  {:>7}  {:>12}  {}\n", 0, "", OneLine(folder));
   }
   PrintLeftOut(plan.problems);
-  PrintStaying(plan);
+  PrintStaying(plan, {});
   if (!plan.IsWhole()) std::cout << "Not all of the source could be read\n";
 }
 
-void SummaryAsJson(const Summary& summary, const Plan& plan) {
-  std::cout << JsonText(nlohmann::json{{"items", summary.total},
-                                       {"sent", summary.sent},
-                                       {"arrived_reduced", summary.reduced},
-                                       {"there_already", summary.known},
-                                       {"equal_in_folder", summary.equal},
-                                       {"updated", summary.updated},
-                                       {"failed", summary.failed},
-                                       {"folders_not_made", summary.foldersMissing},
-                                       {"not_confirmed", summary.notConfirmed},
-                                       {"not_reached", summary.total - summary.seen},
-                                       {"waits", summary.waits},
-                                       {"waited_seconds", summary.waitedSeconds},
-                                       {"stopped", summary.stopped},
-                                       {"whole", plan.IsWhole()},
-                                       {"deleted", plan.deleted},
-                                       {"store_data", plan.storeData},
-                                       {"merged", ProblemsAsJson(plan.merged)},
-                                       {"alike", ProblemsAsJson(plan.alike)},
-                                       {"unused_lines", ProblemsAsJson(plan.unusedLines)},
-                                       {"empty_sources", ProblemsAsJson(plan.emptySources)},
-                                       {"missing", ProblemsAsJson(summary.missing)},
-                                       {"taken_away", summary.takenAway},
-                                       {"gone_there_too", summary.goneThere},
-                                       {"staying", ProblemsAsJson(summary.whyStaying)},
-                                       {"failures", ProblemsAsJson(summary.failures)},
-                                       {"remarks", ProblemsAsJson(summary.remarks)},
-                                       {"doubts", ProblemsAsJson(summary.doubts)},
-                                       {"left_out", LeftOutAsJson(plan.problems)}});
-}
-
 // What a run found and did, by name.
-void PrintLists(const Summary& summary, const Plan& plan) {
-  PrintLeftOut(plan.problems);
-  PrintProblems("Of earlier runs", summary.doubts);
-  PrintProblems("Arrived, with a remark", summary.remarks);
+void PrintLists(const Summary& summary, const Plan& plan, const ListForm& form) {
+  PrintLeftOut(plan.problems, form);
+  PrintProblems("Of earlier runs", summary.doubts, form);
+  PrintProblems("Arrived, with a remark", summary.remarks, form);
   PrintProblems(plan.IsWhole() ? "Not in the source any more"
                                : "Not seen in the source, of which a part could not be read",
-                summary.missing);
+                summary.missing, form);
   PrintProblems("Of this stays there, though --delete-missing asked for it to go",
-                summary.whyStaying);
-  PrintProblems("Failed", summary.failures);
+                summary.whyStaying, form);
+  PrintProblems("Failed", summary.failures, form);
 }
 
 // The same in figures, on one line.
@@ -153,26 +122,54 @@ void PrintTakenAway(const Summary& summary) {
   }
 }
 
-void SummaryAsText(const Summary& summary, const Plan& plan) {
-  PrintLists(summary, plan);
-  PrintCounts(summary, plan);
-  PrintStaying(plan);
-  PrintTakenAway(summary);
-  if (summary.waits) {
-    std::cout << fmt::format("Waited {}, {} in all, for the server\n",
-                             Counted(summary.waits, "time", "times"),
-                             TimeText(summary.waitedSeconds));
-  }
-}
-
 }  // namespace
 
 void PrintPlan(const Plan& plan, const std::string& target, bool json) {
   json ? PlanAsJson(plan, target) : PlanAsText(plan, target);
 }
 
-void PrintSummary(const Summary& summary, const Plan& plan, bool json) {
-  json ? SummaryAsJson(summary, plan) : SummaryAsText(summary, plan);
+std::string SummaryAsJson(const Summary& summary, const Plan& plan) {
+  return JsonText(nlohmann::json{{"items", summary.total},
+                                 {"sent", summary.sent},
+                                 {"arrived_reduced", summary.reduced},
+                                 {"there_already", summary.known},
+                                 {"equal_in_folder", summary.equal},
+                                 {"updated", summary.updated},
+                                 {"failed", summary.failed},
+                                 {"folders_not_made", summary.foldersMissing},
+                                 {"not_confirmed", summary.notConfirmed},
+                                 {"not_reached", summary.total - summary.seen},
+                                 {"waits", summary.waits},
+                                 {"waited_seconds", summary.waitedSeconds},
+                                 {"stopped", summary.stopped},
+                                 {"whole", plan.IsWhole()},
+                                 {"deleted", plan.deleted},
+                                 {"store_data", plan.storeData},
+                                 {"merged", ProblemsAsJson(plan.merged)},
+                                 {"alike", ProblemsAsJson(plan.alike)},
+                                 {"unused_lines", ProblemsAsJson(plan.unusedLines)},
+                                 {"empty_sources", ProblemsAsJson(plan.emptySources)},
+                                 {"missing", ProblemsAsJson(summary.missing)},
+                                 {"taken_away", summary.takenAway},
+                                 {"gone_there_too", summary.goneThere},
+                                 {"staying", ProblemsAsJson(summary.whyStaying)},
+                                 {"failures", ProblemsAsJson(summary.failures)},
+                                 {"remarks", ProblemsAsJson(summary.remarks)},
+                                 {"doubts", ProblemsAsJson(summary.doubts)},
+                                 {"left_out", LeftOutAsJson(plan.problems)}});
+}
+
+void PrintSummary(const Summary& summary, const Plan& plan, const std::string& file) {
+  const ListForm form{.file = file};
+  PrintLists(summary, plan, form);
+  PrintCounts(summary, plan);
+  PrintStaying(plan, form);
+  PrintTakenAway(summary);
+  if (summary.waits) {
+    std::cout << fmt::format("Waited {}, {} in all, for the server\n",
+                             Counted(summary.waits, "time", "times"),
+                             TimeText(summary.waitedSeconds));
+  }
 }
 
 }  // namespace client

@@ -11,7 +11,9 @@ namespace client {
 // What a run into that target would do.
 void PrintPlan(const Plan& plan, const std::string& target, bool json);
 
-// What became of a run.
-void PrintSummary(const Summary& summary, const Plan& plan, bool json);
+// What became of a run, as JSON.
+std::string SummaryAsJson(const Summary& summary, const Plan& plan);
+// The same for people; `file` has it as JSON, if it is not empty.
+void PrintSummary(const Summary& summary, const Plan& plan, const std::string& file);
 
 }  // namespace client

@@ -24,9 +24,9 @@ nlohmann::json LeftOutAsJson(const std::vector<SourceProblem>& problems) {
 }
 
 void PrintProblems(const std::string& title, const std::vector<SourceProblem>& problems,
-                   size_t indent) {
+                   const ListForm& form) {
   if (problems.empty()) return;
-  const std::string blanks(indent, ' ');
+  const std::string blanks(form.indent, ' ');
   std::cout << blanks << title << ":\n";
   for (size_t i = 0; i < problems.size() && i < kMostListed; ++i) {
     const SourceProblem& problem = problems[i];
@@ -34,19 +34,20 @@ void PrintProblems(const std::string& title, const std::vector<SourceProblem>& p
                              problem.reason.empty() ? "" : ": ", OneLine(problem.reason));
   }
   if (problems.size() > kMostListed) {
-    std::cout << fmt::format("{}  and {} more\n", blanks, problems.size() - kMostListed);
+    std::cout << fmt::format("{}  and {} more{}\n", blanks, problems.size() - kMostListed,
+                             form.file.empty() ? " (--json has all)" : ": " + OneLine(form.file));
   }
 }
 
-void PrintLeftOut(const std::vector<SourceProblem>& problems) {
+void PrintLeftOut(const std::vector<SourceProblem>& problems, const ListForm& form) {
   std::vector<SourceProblem> unread;
   std::vector<SourceProblem> known;
   for (const SourceProblem& problem : problems) {
     (problem.isUnread ? unread : known).push_back(problem);
   }
-  PrintProblems("May hold mail that was not read", unread);
+  PrintProblems("May hold mail that was not read", unread, form);
   // Of a mail that was cut the rest is sent.
-  PrintProblems("Left out or not whole", known);
+  PrintProblems("Left out or not whole", known, form);
 }
 
 }  // namespace client

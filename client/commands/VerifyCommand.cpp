@@ -51,7 +51,7 @@ void PrintText(const std::vector<FolderCheck>& checks, const Plan& plan) {
     }
     std::cout << "\n";
     for (const Finding& finding : kFindings) {
-      PrintProblems(finding.words, check.*finding.list, /*indent=*/2);
+      PrintProblems(finding.words, check.*finding.list, {.file = {}, .indent = 2});
     }
   }
   PrintProblems(kNothingIn, plan.emptySources);

@@ -4,6 +4,7 @@
 
 #include "client/run/ItemSender.h"
 #include "client/run/StoreLook.h"
+#include "ews/MailboxFull.h"
 
 namespace client {
 
@@ -28,6 +29,7 @@ std::string WithoutDigits(std::string text) {
 
 std::string FailuresInARow::Add(const Outcome& outcome) {
   if (outcome.kind == Outcome::Kind::kKnown) return {};  // says nothing about what comes
+  if (std::string full = AddFull(outcome); !full.empty()) return full;
   const bool unproved = outcome.kind == Outcome::Kind::kNotConfirmed;
   if (!unproved && (outcome.Arrived() || !IsOfTarget(m_target, outcome.text))) {
     m_count = 0;
@@ -40,6 +42,15 @@ std::string FailuresInARow::Add(const Outcome& outcome) {
   // Without a ledger, what is sent on would be sent again by the next run.
   return fmt::format("{} items in a row {}: {}", kMost,
                      unproved ? "could not be confirmed" : "failed with", outcome.text);
+}
+
+std::string FailuresInARow::AddFull(const Outcome& outcome) {
+  if (outcome.kind == Outcome::Kind::kSent) m_full = 0;
+  if (outcome.Arrived() || !ews::SaysMailboxFull(outcome.text) || ++m_full < kMost) return {};
+  return fmt::format(
+      "the mailbox is full: it had no room for {} items in a row; once it has, the same command "
+      "goes on",
+      kMost);
 }
 
 }  // namespace client

@@ -41,8 +41,8 @@ std::optional<int> NumberOf(std::string_view text) {
   return error == std::errc() && end != text.data() ? std::optional(number) : std::nullopt;
 }
 
-// A date as the wall shows it; nothing for what is none.
-std::optional<CivilTime> WallOf(std::string_view value, bool& isDate, bool& isUtc) {
+// A date as the wall shows it, of whatever year; nothing for what is none.
+std::optional<CivilTime> DateOf(std::string_view value, bool& isDate, bool& isUtc) {
   icalerror_set_errors_are_fatal(false);
   const icaltimetype time = icaltime_from_string(std::string(mail::trimmed(value)).c_str());
   CivilTime wall{time.year, time.month,  time.day,
@@ -50,9 +50,15 @@ std::optional<CivilTime> WallOf(std::string_view value, bool& isDate, bool& isUt
   isDate = time.is_date;
   isUtc = icaltime_is_utc(time);
   if (isDate) wall.hour = wall.minute = wall.second = 0;
-  const bool inRange = wall.year >= kFirstYear && wall.year <= kLastYear;
-  if (icaltime_is_null_time(time) || !inRange || !wall.IsValid()) return std::nullopt;
+  if (icaltime_is_null_time(time) || !wall.IsValid()) return std::nullopt;
   return wall;
+}
+
+// The same of what Exchange has a place for.
+std::optional<CivilTime> WallOf(std::string_view value, bool& isDate, bool& isUtc) {
+  const std::optional<CivilTime> wall = DateOf(value, isDate, isUtc);
+  const bool inRange = wall && wall->year >= kFirstYear && wall->year <= kLastYear;
+  return inRange ? wall : std::nullopt;
 }
 
 // Days last as long as the clock on the wall says, 23 hours where it is put forward.
@@ -563,7 +569,9 @@ std::string WhyNoCalendarItem(const IcsComponent& component) {
   bool isDate = false;
   bool isUtc = false;
   if (WallOf(start->value, isDate, isUtc)) return {};
-  return Told(fmt::format("the start of the {} is no date:", kind), start->value);
+  const char* why =
+      DateOf(start->value, isDate, isUtc) ? "a time that Exchange has no place for" : "no date";
+  return Told(fmt::format("the start of the {} is {}:", kind, why), start->value);
 }
 
 }  // namespace client

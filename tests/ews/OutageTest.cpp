@@ -288,9 +288,13 @@ TEST_F(Outage, TheServersWordsStayInFrontOfWhatIsAddedAndWithoutTheSafeSwitchAlo
                         "to it is out of order.");
   m_transport.Push({503, {{"Retry-After", "30"}}, ""});
   EXPECT_THAT(Save(), EndsWith(" carried the request out; the server asks for 30 s."));
+  m_transport.Push(answers::Error("CreateItem", "ErrorQuotaExceeded", words));
+  EXPECT_EQ(Save(), words + "; the mailbox is full.");
   ews::Settings().bSafe = false;
-  m_transport.Push(answers::Error("CreateItem", "ErrorTimeoutExpired", words));
-  EXPECT_EQ(Save(), words);
+  for (const char* code : {"ErrorTimeoutExpired", "ErrorQuotaExceeded"}) {
+    m_transport.Push(answers::Error("CreateItem", code, words));
+    EXPECT_EQ(Save(), words);
+  }
   m_transport.Push({503, {{"Retry-After", "2"}}, ""});
   m_transport.Push(answers::Item("I="));
   EXPECT_EQ(Save(), "no exception");
@@ -305,7 +309,8 @@ TEST_F(Outage, TheServersWordsStayInFrontOfWhatIsAddedAndWithoutTheSafeSwitchAlo
 // Readers know some endings as ours.
 TEST_F(Outage, AServersWordsDoNotPassForOurs) {
   for (const char* words : {"Subject: x; waited for 3 s", "Subject: x: this logon is refused.",
-                            "Subject: x; asked to stop", "Subject: x; the server asks for 7 s.",
+                            "Subject: x; the mailbox is full.", "Subject: x; asked to stop",
+                            "Subject: x; the server asks for 7 s.",
                             "Subject: x; the server or the way to it is out of order.",
                             "Subject: It may have carried the request out."}) {
     m_transport.Push(answers::Error("CreateItem", "ErrorItemCorrupt", words));

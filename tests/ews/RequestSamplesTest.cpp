@@ -99,7 +99,8 @@ void TakeBackMailWithoutItsFile(Sender& sender) {
   sender.transport.Push(answers::Item("AAMkItem1="));
   sender.transport.Push(answers::Error("CreateAttachment", "ErrorQuotaExceeded", "Full."));
   sender.transport.Push(answers::Success("DeleteItem", ""));
-  EXPECT_NE(TextOf([&] { mail.Save(kInbox); }), "no exception");
+  EXPECT_EQ(TextOf([&] { mail.Save(kInbox); }),
+            "At least one attachment couldn't be created; the mailbox is full.");
   EXPECT_FALSE(mail.Id().IsSet());
 }
 

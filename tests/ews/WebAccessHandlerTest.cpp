@@ -311,7 +311,7 @@ TEST_F(WebAccessHandler, SafeTriesAFolderAgainThatCouldNotBeMadeAndTellsWhy) {
   EXPECT_EQ(m_handler.CreateFolderInStore(u"A\\B\\", 4, Root::MsgFolderRoot, false), 1);
   EXPECT_EQ(m_transport.Requests().size(), 3u);  // nothing is asked below what is not there
   refuse();
-  EXPECT_EQ(ensured(), "The folder could not be made: It is full.");
+  EXPECT_EQ(ensured(), "The folder could not be made: It is full; the mailbox is full.");
   EXPECT_EQ(m_handler.m_fldCurrent.ToString(), kAbsentFolder);
   m_transport.PushAll({answers::Found({{"1", "A"}}), answers::Found({}), answers::NewFolder("2")});
   EXPECT_EQ(ensured(), "no exception");

@@ -341,6 +341,8 @@ TEST_F(Calendar, AFileGivesItsItemsAndADamagedOneCostsItself) {
       "SUMMARY:Ro\r\n und\r\nRRULE:FREQ=WEEKLY\r\nEND:VEVENT\r\n"
       "BEGIN:VEVENT\r\nSUMMARY:No start\r\nEND:VEVENT\r\n"
       "BEGIN:VEVENT\r\nSUMMARY:No date\r\nDTSTART:20241305T090000\r\nEND:VEVENT\r\n"
+      "BEGIN:VEVENT\r\nSUMMARY:Ever\r\nDTSTART:99991231T235959Z\r\nEND:VEVENT\r\n"
+      "BEGIN:VTODO\r\nSUMMARY:First\r\nDTSTART:00010101T000000Z\r\nEND:VTODO\r\n"
       "BEGIN:VEVENT\r\nSUMMARY:Cut\r\nDTSTART:20240305T090000\r\n"
       "BEGIN:VTODO\r\nSUMMARY:Paint\r\nDUE;VALUE=DATE:20240701\r\nEND:VTODO\r\n"
       "BEGIN:VJOURNAL\r\nSUMMARY:Diary\r\nEND:VJOURNAL\r\nEND:VCALENDAR\r\n"
@@ -354,6 +356,12 @@ TEST_F(Calendar, AFileGivesItsItemsAndADamagedOneCostsItself) {
       ElementsAre(
           "port.ics: No start: an event without a start",
           "port.ics: No date (2024-13-05): the start of the event is no date: 20241305T090000",
+          "port.ics: Ever (9999-12-31): the start of the event is a time that Exchange has no "
+          "place "
+          "for: 99991231T235959Z",
+          "port.ics: First (0001-01-01): the start of the task is a time that Exchange has no "
+          "place "
+          "for: 00010101T000000Z",
           "port.ics: Cut (2024-03-05): the event is cut off",
           "port.ics: Diary: a journal entry, which no calendar of Exchange holds"));
   EXPECT_FALSE(plan.IsWhole());
