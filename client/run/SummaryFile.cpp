@@ -16,9 +16,7 @@ void WriteSummaryFile(const RunFolder& run, std::string_view json) {
   std::error_code error;
   fs::remove(fresh, error);  // of a run that was killed
   try {
-    NewFile file(fresh);
-    file.Write(json);
-    file.Close();
+    WriteNewFile(fresh, json);
     fs::rename(fresh, path);
   } catch (const std::exception& failure) {
     fs::remove(fresh, error);
