@@ -51,9 +51,8 @@ void DescribeSources(CLI::App& app, MigrateOptions& options) {
   app.add_option(
       "--folder-map", options.folderMap,
       "File with a line SOURCE-PATH<TAB>TARGET-PATH for each folder that goes elsewhere, "
-      "levels divided by / (one in a name is \\/, a # that begins one \\#); /* behind a source's "
-      "means all below it, too, "
-      "* alone means all");
+      "levels divided by / (one in a name is \\/, a # that begins one \\#, a blank at either end "
+      "\"\\ \", a name * is \\*); /* behind a source's means all below it, too, * alone means all");
   app.add_flag("--no-special-folders{false}", options.plan.specialFolders,
                "Do not put what the source calls Sent, Gesendet, \u9001\u4fe1\u6e08\u307f and the "
                "like into the target's own folders");

@@ -47,10 +47,8 @@ std::string FailuresInARow::Add(const Outcome& outcome) {
 std::string FailuresInARow::AddFull(const Outcome& outcome) {
   if (outcome.kind == Outcome::Kind::kSent) m_full = 0;
   if (outcome.Arrived() || !ews::SaysMailboxFull(outcome.text) || ++m_full < kMost) return {};
-  return fmt::format(
-      "the mailbox is full: it had no room for {} items in a row; once it has, the same command "
-      "goes on",
-      kMost);
+  return fmt::format("the mailbox is full: it had no room for {} items, and took none between",
+                     kMost);
 }
 
 }  // namespace client

@@ -235,15 +235,23 @@ void ListMbox(const std::string& path, const std::string& folder, MboxKind kind,
 
 namespace {
 
-// Mail that was appended, and marks that a program sets in the header of a mail, move no other. Is
-// asked for once the mail was read.
+// Whether a mail may end before these bytes, behind which there are more unless they are the last.
+bool EndsBefore(std::string_view bytes, bool areLast) {
+  bytes.remove_prefix(std::min(bytes.find_first_not_of("\r\n"), bytes.size()));
+  if (bytes.empty()) return areLast;
+  const bool isHole = bytes.find_first_not_of('\0') == std::string_view::npos;
+  return isHole || bytes.starts_with(kFrom) || IsMmdf(bytes);
+}
+
+// Mail that was appended, and marks that a program sets in the header of a mail, move no other;
+// from a file that became shorter some were taken. Is asked for once the mail was read.
 void RequireInItsPlace(const OpenedFile& mbox, const SourceItem& item) {
   const FileStamp now = StampOf(mbox);
   if (now == item.listed) return;
   const std::uint64_t end = item.offset + item.length;
-  const std::string behind = ReadRange(mbox, end, kMostMmdfMark);
-  const bool isEnd = end == now.size || behind.starts_with(kFrom) || IsMmdf(behind);
-  if (now.size < item.listed.size || !isEnd) ThrowChanged();
+  const std::string behind = ReadRange(mbox, end, kLeastHole);
+  const bool areLast = end + behind.size() == now.size;
+  if (now.size < item.listed.size || !EndsBefore(behind, areLast)) ThrowChanged();
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include "client/sources/Names.h"
 
+#include <algorithm>
+
+#include "base/ByteSearch.h"
 #include "client/sources/LineDecoding.h"
 #include "platform/Unicode.h"
 
@@ -11,6 +14,13 @@ constexpr std::size_t kLongestLevel = 255;  // units: as long as Exchange lets a
 
 bool IsForbiddenControl(char16_t unit) {
   return (unit < 0x20 && unit != u'\t' && unit != u'\r' && unit != u'\n') || unit >= 0xFFFE;
+}
+
+// By a program that counts bytes: within a character, behind others.
+bool IsCutUtf8(std::string_view bytes) {
+  const auto isLead = [](char c) { return (c & 0xC0) == 0xC0; };
+  return mail::byte_search::isUtf8(bytes, /*bCut=*/true) &&
+         std::ranges::count_if(bytes, isLead) > 1;
 }
 
 std::string WithoutEndBlanksAndDots(std::string text) {
@@ -52,7 +62,8 @@ std::string WithoutForbiddenControls(std::string_view text) {
 
 std::string LevelName(std::string_view bytes) {
   std::u16string name;
-  for (char16_t unit : platform::Utf8ToUtf16(ToUtf8(bytes, {}))) {
+  const std::string text = IsCutUtf8(bytes) ? std::string(bytes) : ToUtf8(bytes, {});
+  for (char16_t unit : platform::Utf8ToUtf16(text)) {
     if (unit == u'\\') {
       name += kLikeBackslash;
     } else if (unit == u'\t') {

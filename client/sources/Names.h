@@ -9,7 +9,7 @@ namespace client {
 inline constexpr size_t kMaxFileName = 200;  // bytes of a file name that we write
 
 // The name of a source folder as a level of a target path, in UTF-8: bytes that are none are
-// Western text, so that no two names become one, a backslash (which would end the level) becomes
+// Western text, a backslash (which would end the level) becomes
 // U+FF3C, which looks like one, a tab a blank, and characters that XML forbids are left out. A name
 // of which nothing is left becomes "_"; what is beyond Exchange's 255 units is cut off.
 std::string LevelName(std::string_view bytes);

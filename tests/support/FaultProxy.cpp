@@ -9,7 +9,6 @@
 #include <array>
 #include <charconv>
 #include <chrono>
-#include <limits>
 #include <optional>
 #include <random>
 #include <stdexcept>
@@ -110,7 +109,6 @@ class BySeed {
     if (step.mishap == Mishap::kDelay) step.pause = detail % kLongOneIn ? kDelay : kLongDelay;
     if (step.mishap == Mishap::kForwardedLate) {
       step.pause = std::chrono::milliseconds(Late(detail));
-      step.looks = m_lateness == Lateness::kLong ? 0 : 2;
     }
     if (m_lateness == Lateness::kAnnounced && !m_announced) step = {};  // or it would tell nothing
     if (IsToBeSlow(request)) step = {Mishap::kDelay, 0, false, kSlowSave};
@@ -244,7 +242,7 @@ bool FaultProxy::Pass(int client, int server, const std::string& request, const 
       const Due due = HoldBack(step);
       SendAll(client, StatusAnswer(504, /*retryAfter=*/false));
       shutdown(client, SHUT_RDWR);
-      ForwardLate(request, step, due);
+      ForwardLate(request, due);
       return false;
     }
     default:
@@ -275,26 +273,21 @@ bool FaultProxy::PassAnswer(int client, int server, const Step& step) {
 }
 
 FaultProxy::Due FaultProxy::HoldBack(const Step& step) {
-  constexpr int kNever = std::numeric_limits<int>::max();
   const std::lock_guard lock(m_mutex);
-  return m_late.insert(step.looks > 0 ? m_questions + step.looks : kNever);
+  return m_late.insert(Clock::now() + step.pause);
 }
 
 void FaultProxy::AwaitLate(std::string_view request) {
   if (request.find("FindItem ") == std::string_view::npos) return;
+  const Clock::time_point now = Clock::now();
   std::unique_lock lock(m_mutex);
-  const int question = ++m_questions;
-  m_changed.notify_all();
-  m_changed.wait(lock, [&] { return m_late.empty() || *m_late.begin() > question; });
+  m_arrived.wait(lock, [&] { return m_late.empty() || *m_late.begin() > now; });
 }
 
 // On a connection of its own, which the end of the proxy does not cut: a run that is over too soon
 // is to meet what it left behind.
-void FaultProxy::ForwardLate(const std::string& request, const Step& step, Due due) {
-  {
-    std::unique_lock lock(m_mutex);
-    m_changed.wait_for(lock, step.pause, [&] { return m_questions >= *due; });
-  }
+void FaultProxy::ForwardLate(const std::string& request, Due due) {
+  std::this_thread::sleep_until(*due);
   const platform::UniqueFd server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const sockaddr_in address = Loopback(m_serverPort);
   std::string rest;
@@ -304,7 +297,7 @@ void FaultProxy::ForwardLate(const std::string& request, const Step& step, Due d
   }
   const std::lock_guard lock(m_mutex);
   m_late.erase(due);
-  m_changed.notify_all();
+  m_arrived.notify_all();
 }
 
 FaultProxy::Choose AtEachSave(std::function<void(int number)> act) {

@@ -33,8 +33,8 @@ enum class Mishap {
   kRefuse,           // the answer is lost, and no connection is taken for a time
 };
 
-// When the server gets what is forwarded late, by a seed. But for kLong that is, however slow the
-// machine, before the second question for items behind it: whoever asks once misses it.
+// When the server gets what is forwarded late, by a seed. However slow the machine, a question for
+// items that comes behind that time finds it.
 enum class Lateness {
   kShort,      // 1 to 4 s behind the 504
   kAnnounced,  // up to 7 s, and the first save of all is as slow as that, and answered
@@ -62,9 +62,6 @@ class FaultProxy {
     bool retryAfter = false;
     std::chrono::milliseconds pause{0};  // of a delay or a late request
     std::string body = {};               // of the proxy's answer
-    // Of a late request: before which question for items it comes at the latest, counted from it. 0
-    // is for none.
-    int looks = 0;
   };
   // What befalls a request of that head and body.
   using Choose = std::function<Step(std::string_view request)>;
@@ -91,20 +88,20 @@ class FaultProxy {
   // The same behind the request: what becomes of the server's answer.
   bool PassAnswer(int client, int server, const Step& step);
   // A late request, from before its 504 is out until the server has answered it.
-  using Due = std::multiset<int>::iterator;
+  using Clock = std::chrono::steady_clock;
+  using Due = std::multiset<Clock::time_point>::iterator;
   Due HoldBack(const Step& step);
-  void ForwardLate(const std::string& request, const Step& step, Due due);
-  // Lets a question for items wait for the late requests that come before it.
+  void ForwardLate(const std::string& request, Due due);
+  // Lets a question for items wait for the late requests whose time has come.
   void AwaitLate(std::string_view request);
 
   const int m_serverPort;
   mutable std::mutex m_mutex;  // of the members below
   Choose m_choose;
   std::map<Mishap, int> m_mishaps;
-  std::vector<int> m_open;            // both ends of each connection that is served
-  int m_questions = 0;                // for items, so far
-  std::multiset<int> m_late;          // the questions before which late requests come
-  std::condition_variable m_changed;  // of the two above
+  std::vector<int> m_open;                  // both ends of each connection that is served
+  std::multiset<Clock::time_point> m_late;  // when late requests come that are not answered yet
+  std::condition_variable m_arrived;        // one of these was
   std::vector<std::thread> m_threads;
   const ReservedPort m_port;  // while it refuses, too
   platform::UniqueFd m_listener;

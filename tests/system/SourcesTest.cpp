@@ -765,7 +765,7 @@ TEST_F(SecondPass, TakesNothingAwayWhileAPartOfTheSourceIsOutOfSight) {
   EXPECT_EQ(text.status, 1);
   EXPECT_THAT(text.out, testing::HasSubstr("May hold mail that was not read:\n  " +
                                            m_folder.File("source/Kunde")));
-  EXPECT_THAT(text.out, testing::HasSubstr("and 10 more\n"));
+  EXPECT_THAT(text.out, testing::HasSubstr("and 10 more (--json has all)\n"));
   EXPECT_THAT(text.out, testing::HasSubstr("Not all of the source could be read\n"));
 }
 

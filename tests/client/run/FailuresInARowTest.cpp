@@ -40,7 +40,7 @@ TEST_F(FailuresInARowTest, OnlyWhatIsSentShowsThatAFullMailboxHasRoom) {
   EXPECT_EQ(Add(1, {kUpdated, ""}), "");
   EXPECT_EQ(Add(1, {kFailed, "cannot be read"}), "");
   EXPECT_EQ(Add(1, folder), "");
-  EXPECT_THAT(Add(1, full), HasSubstr("the mailbox is full: it had no room for 20 items in a row"));
+  EXPECT_THAT(Add(1, full), HasSubstr("the mailbox is full: it had no room for 20 items"));
 }
 
 TEST_F(FailuresInARowTest, ItemsThatFailByThemselvesEndNothing) {

@@ -17,7 +17,9 @@ TEST(Names, ALevelKeepsWhatAFolderMayBeCalled) {
             "b");
   EXPECT_EQ(LevelName("a\x01\x1f\tb"), "a b");
   EXPECT_EQ(LevelName(std::string(254, 'x') + "\xF0\x9F\x98\x80"), std::string(254, 'x'));
-  EXPECT_EQ(LevelName("M\xf8te"), "M\xEF\xBF\xBDte");
+  EXPECT_EQ(LevelName("M\xf8te"), "M\xC3\xB8te");
+  EXPECT_EQ(LevelName("Caf\xe9"), "Caf\xC3\xA9");
+  EXPECT_EQ(LevelName("\xC3\xA4 b\xC3"), "\xC3\xA4 b\xEF\xBF\xBD") << "it was cut";
   EXPECT_EQ(LevelName("\x01"), "_");
 }
 

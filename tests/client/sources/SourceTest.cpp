@@ -111,6 +111,16 @@ TEST(Source, AFileThatChangedIsReadWhereEachItemIsStillInItsPlaceAlone) {
   };
   for (const Case& now : {
            Case{"appended", "box", ab, ab + mail("c", 1), {true, true}},
+           Case{"appended without an empty line",
+                "box",
+                mail("a", 1),
+                mail("a", 1) + "\n" + ab,
+                {true}},
+           Case{"appended behind a hole",
+                "box",
+                ab + std::string(99, '\0'),
+                ab + std::string(99, '\0') + mail("c", 1),
+                {true, true}},
            Case{"marked", "box", mail("a\nStatus: O ", 1), mail("a\nStatus: RO", 1), {true}},
            Case{"grows", "box", ab.substr(0, ab.size() - 5), ab, {true, false}},
            Case{"first is gone",
