@@ -52,7 +52,8 @@ TEST(RunEnd, AFullMailboxEndsTheRunAfterTwentyMailsInARowAndALaterOneSendsTheRes
   EXPECT_EQ(summary["failed"], 20);
   EXPECT_EQ(summary["not_reached"], 19);
   EXPECT_THAT(summary["stopped"].get<std::string>(),
-              testing::AllOf(HasSubstr("the mailbox is full: "), HasSubstr("20 items, and took none between")));
+              testing::AllOf(HasSubstr("the mailbox is full: "),
+                             HasSubstr("20 items, and took none between")));
   EXPECT_EQ(summary["failures"][0]["text"],
             "The mailbox has exceeded its quota; the mailbox is full.");
 
