@@ -21,7 +21,8 @@
 namespace client {
 namespace {
 
-constexpr std::uint64_t kHead = kFileHead;  // bytes by which a file and a member are known
+constexpr std::uint64_t kHead = kFileHead;           // bytes by which a file and a member are known
+constexpr std::uint64_t kMostBehindEnds = 64 << 20;  // bytes, where tar files were joined
 constexpr std::string_view kZipMember = "PK\x03\x04";
 constexpr std::string_view kEmptyZip = "PK\x05\x06";  // as the end of each
 
@@ -115,27 +116,34 @@ void Join(ArchiveLook& all, ArchiveLook member) {
   if (all == ArchiveLook::kNoMail || member == ArchiveLook::kMail) all = member;
 }
 
-// The next block of a member behind that place, or the end: what was joined to a tar file stands
-// behind the NULs, and whatever else, that fill its last record.
-std::uint64_t NextTarBlock(const PartlyRead& file, std::uint64_t at) {
-  constexpr std::uint64_t kPiece = kTarBlock << 11;
-  for (; at < file.size; at += kPiece) {
-    const std::string piece = file.read(at, kPiece);
+// The next block of a member from that place on, or the end: what was joined to a tar file stands
+// behind the NULs, and whatever else, that fill its last record. It may be one block on: each piece
+// is twice the last, so that no more is read than a multiple of what is passed over.
+std::uint64_t NextTarBlock(const PartlyRead& file, std::uint64_t at, std::uint64_t end) {
+  constexpr std::uint64_t kMostPiece = kTarBlock << 11;
+  for (std::uint64_t size = kTarBlock; at < end; size = std::min(size * 2, kMostPiece)) {
+    const std::string piece = file.read(at, std::min(size, end - at));
     for (std::uint64_t block = 0; block < piece.size(); block += kTarBlock) {
       if (IsTar(std::string_view(piece).substr(block, kTarBlock))) return at + block;
     }
+    at += std::min(size, end - at);
   }
-  return file.size;
+  return end;
 }
 
 // Each member has a block of its own in front, with its name and its size; one of NULs stands
 // behind the last.
 ArchiveLook LookIntoTar(const PartlyRead& file) {
   ArchiveLook all = ArchiveLook::kNoMail;
+  std::uint64_t leftBehindEnds = kMostBehindEnds;
   for (std::uint64_t at = 0; at < file.size && all != ArchiveLook::kMail;) {
     const std::string bytes = file.read(at, kTarBlock + kHead);
     if (bytes.starts_with('\0') && !IsTar(bytes)) {
-      at = NextTarBlock(file, at + kTarBlock);
+      const std::uint64_t end = at + std::min(leftBehindEnds, file.size - at);
+      const std::uint64_t next = NextTarBlock(file, at, end);
+      if (next == end && end < file.size) return ArchiveLook::kUnknown;
+      leftBehindEnds -= next - at;
+      at = next;
       continue;
     }
     const std::uint64_t left = file.size - at;
@@ -173,15 +181,16 @@ std::optional<ZipMember> TakeZipMember(std::string_view& list) {
   return member;
 }
 
+bool IsEncrypted(const ZipMember& member) { return (member.flags & 1) != 0; }
+
 // What it begins with; nothing where that cannot be had.
 std::optional<std::string> HeadOfMember(const PartlyRead& file, const ZipMember& member) {
   constexpr std::uint64_t kHeader = 30;  // bytes, and then the name and more
-  constexpr std::uint64_t kEncrypted = 1;
   constexpr std::uint64_t kStored = 0;
   constexpr std::uint64_t kDeflated = 8;
   const std::string header = file.read(member.offset, kHeader);
   const bool isKnown = member.method == kStored || member.method == kDeflated;
-  if (!isKnown || (member.flags & kEncrypted) != 0 || header.size() < kHeader ||
+  if (!isKnown || IsEncrypted(member) || header.size() < kHeader ||
       !header.starts_with(kZipMember)) {
     return std::nullopt;
   }
@@ -221,7 +230,11 @@ std::optional<ZipList> ZipListOf(const PartlyRead& file) {
   return std::nullopt;
 }
 
-ArchiveLook LookAtZipMembers(const PartlyRead& file, const ZipList& zip) {
+// What a set-up unpacks is packed once more, or in a way of its own: of programs such members count
+// as none, but those that are encrypted.
+enum class ZipOf { kFiles, kProgram };
+
+ArchiveLook LookAtZipMembers(const PartlyRead& file, const ZipList& zip, ZipOf kind) {
   ArchiveLook all = ArchiveLook::kNoMail;
   std::uint64_t looked = 0;  // bytes, which no honest list makes more than the file has
   for (std::string_view list = zip.bytes; !list.empty() && all != ArchiveLook::kMail;) {
@@ -233,20 +246,23 @@ ArchiveLook LookAtZipMembers(const PartlyRead& file, const ZipList& zip) {
     if (looked > file.size) return ArchiveLook::kUnknown;
     member->offset += zip.front;
     const auto head = HeadOfMember(file, *member);
-    Join(all, head ? LookAtMember(member->name, *head) : ArchiveLook::kUnknown);
+    const ArchiveLook look = head ? LookAtMember(member->name, *head) : ArchiveLook::kUnknown;
+    const bool isOfSetUp =
+        kind == ZipOf::kProgram && look == ArchiveLook::kUnknown && !IsEncrypted(*member);
+    if (!isOfSetUp) Join(all, look);
   }
   return all;
 }
 
 ArchiveLook LookIntoZip(const PartlyRead& file) {
   const auto list = ZipListOf(file);
-  return list ? LookAtZipMembers(file, *list) : ArchiveLook::kUnknown;
+  return list ? LookAtZipMembers(file, *list, ZipOf::kFiles) : ArchiveLook::kUnknown;
 }
 
 // Those that pack and unpack have marks of archives among their constants.
 ArchiveLook LookIntoProgram(const PartlyRead& file) {
   const auto list = ZipListOf(file);
-  if (list && !list->bytes.empty()) return LookAtZipMembers(file, *list);
+  if (list && !list->bytes.empty()) return LookAtZipMembers(file, *list, ZipOf::kProgram);
   const bool holdsOther = HoldsArchive(file.read(0, kMostStub), file.size);
   return holdsOther ? ArchiveLook::kUnknown : ArchiveLook::kNoMail;
 }

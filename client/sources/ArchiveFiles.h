@@ -24,7 +24,10 @@ enum class ArchiveLook {
 
 // Looks at the members of a tar or ZIP file, also of one behind a program that unpacks it, and into
 // what gzip packed or what was encoded; of other forms at the first bytes alone, which head has of
-// each. Linear in the size of the file.
+// each. Linear in the size of the file. Behind the ends of tar files others are looked for in 64
+// MiB in all, since one with holes may have terabytes of NULs; where more stands there, it is
+// kUnknown. Of what a program unpacks only mail counts, and what is encrypted: a set-up holds
+// archives.
 ArchiveLook LookIntoArchive(const PartlyRead& file, std::string_view head);
 
 // By the first bytes, and by the name.

@@ -142,6 +142,12 @@ FromLine ParseFromLine(std::string_view line) {
   return from;
 }
 
+bool IsPatch(std::string_view mail) {
+  constexpr std::size_t kDigits = 40;
+  const std::string_view sender = mail.substr(std::min(kFrom.size(), mail.size()), kDigits + 1);
+  return sender.find_first_not_of("0123456789abcdef") == kDigits;
+}
+
 std::optional<std::int64_t> TimeOf(const FromLine& line) {
   const auto seconds = mail::parseMailDate(line.date);
   if (!seconds || line.zone != FromLine::Zone::kNone) return seconds;

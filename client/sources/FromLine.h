@@ -40,6 +40,10 @@ struct FromLine {
 // The line begins with kFrom; its end may be there. The views are into it.
 FromLine ParseFromLine(std::string_view line);
 
+// "From 0123456789abcdef0123456789abcdef01234567 Mon Sep 17 00:00:00 2001": git's, which people
+// attach to a mail as it stands, or keep in a text.
+bool IsPatch(std::string_view mail);
+
 // Seconds since 1970 UTC; one without a zone is in the local time of this process.
 std::optional<std::int64_t> TimeOf(const FromLine& line);
 

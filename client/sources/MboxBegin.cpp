@@ -95,9 +95,9 @@ bool IsBehindMark(std::string_view before) {
   return before == mail::byte_order::kUtf8Mark || std::ranges::count(kUtf16Marks, before) > 0;
 }
 
-}  // namespace
+enum class Patches { kTaken, kPassed };
 
-std::optional<std::uint64_t> FindFirstMail(std::string_view bytes) {
+std::optional<std::uint64_t> FindMail(std::string_view bytes, Patches patches) {
   std::string lines;
   const std::size_t text = std::min(bytes.find_first_not_of('\0'), bytes.size());
   if (EndsLinesByCr(bytes.substr(text))) {
@@ -109,9 +109,16 @@ std::optional<std::uint64_t> FindFirstMail(std::string_view bytes) {
        at = bytes.find(kFrom, at + 1)) {
     const bool startsLine = at == 0 || bytes[at - 1] == '\n' || bytes[at - 1] == '\0' ||
                             IsBehindMark(bytes.substr(0, at));
-    if (startsLine && BeginsMail(bytes.substr(at))) return at;
+    const bool isPassed = patches == Patches::kPassed && IsPatch(bytes.substr(at));
+    if (startsLine && !isPassed && BeginsMail(bytes.substr(at))) return at;
   }
   return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> FindFirstMail(std::string_view bytes) {
+  return FindMail(bytes, Patches::kTaken);
 }
 
 std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_view head,
@@ -130,8 +137,10 @@ std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_v
 
 bool IsTextOfMails(const std::string& path, std::string_view head) {
   if (IsOfOtherForm(head) || !IsCalledAsText(path)) return false;
-  const auto first = FindFirstMail(ReadFileRange(path, 0, kMostOfUnknown));
-  return first && FindFirstMail(ReadFileRange(path, *first + kFrom.size(), kMostOfMail));
+  const auto first = FindMail(ReadFileRange(path, 0, kMostOfUnknown), Patches::kPassed);
+  if (!first) return false;
+  const std::string behind = ReadFileRange(path, *first + kFrom.size(), kMostOfMail);
+  return FindMail(behind, Patches::kPassed).has_value();
 }
 
 bool IsMboxInUtf16(std::string_view head) {

@@ -21,8 +21,8 @@ std::optional<std::uint64_t> BeginOfMails(const std::string& path, std::string_v
 // The same of bytes alone.
 std::optional<std::uint64_t> FindFirstMail(std::string_view bytes);
 
-// The file is called as texts are, and in its first 16 KiB a mail begins, and another one somewhere
-// behind, where one alone may be quoted. Throws SourceError.
+// The file is called as texts are, and in its first 16 KiB a mail begins, and another one in the
+// 64 MiB behind, where one alone may be quoted. Patches are none. Throws SourceError.
 bool IsTextOfMails(const std::string& path, std::string_view head);
 
 // The form in which no mails are looked for: the "From " at its beginning has 16 bits a letter.

@@ -135,14 +135,6 @@ MboxSplitter::Mails MailsOf(const std::string& path, std::uint64_t begin, MboxKi
   return mails;
 }
 
-// "From 0123456789abcdef0123456789abcdef01234567 Mon Sep 17 00:00:00 2001": git's, which people
-// attach to a mail as it stands.
-bool IsPatch(std::string_view mail) {
-  constexpr std::size_t kDigits = 40;
-  const std::string_view sender = mail.substr(std::min(kFrom.size(), mail.size()), kDigits + 1);
-  return sender.find_first_not_of("0123456789abcdef") == kDigits;
-}
-
 // By what stands in front of it.
 bool IsInMmdf(std::string_view before, std::string_view mail) {
   if (EndsWithMmdfMark(before)) return true;

@@ -9,10 +9,12 @@
 #include "client/run/Plan.h"
 #include "platform/Base64.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/WorkTime.h"
 
 namespace client {
 namespace {
 
+using test_support::GrowsLinearly;
 using test_support::TemporaryFolder;
 
 const std::string kMbox = "From a@b Tue Mar  5 09:00:00 2024\n";
@@ -178,6 +180,8 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
       Base64("Rar!\x1A\x07\x01" + std::string(20, '\0')),
       kStub + Zip({{"m/1.eml", "x"}}),
       kStub + Zip({{"12", kDeflatedMail, 8}}) + std::string(7000, '\x02'),
+      kStub + Zip({{"data1.cab", "?"}, {"notes.txt", "x", 0, 1}}),
+      kStub + Zip({{"data1.cab", "?"}, {"12", kMbox}}),
       kStub + kRar,
       kStub + kRar5,
       kStub + k7z + "..[]]",
@@ -201,6 +205,7 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
       "ThisIsOneLongWordWithoutAnyBlankInIt\nFrom here on\n",
       kStub,
       kStub + Zip({{"notes.txt", "x"}, {"setup.dll", "MZ"}}),
+      kStub + Zip({{"data1.cab", "MSCF"}, {"lib/x.jar", Zip({{"b", "x"}})}, {"x.dll", "x", 14}}),
       kStub + ";!@Install@!UTF-8!\n;!@InstallEnd@!" + k7z + "..[]]",
       kStub + k7z,
       "%PDF-1.4\n",
@@ -230,6 +235,34 @@ TEST(ArchiveFiles, WhatMayHoldMailIsALossByAnyName) {
     losses += problem.isUnread ? 1 : 0;
   }
   EXPECT_EQ(losses, std::size(lost) + 10);
+}
+
+// Behind each end the next member stands one block on, or beyond a hole.
+TEST(ArchiveFiles, NoMoreIsReadBehindTheEndsOfTarFilesThanIsThere) {
+  const std::string pair = std::string(512, '\0') + Tar("a", "");
+  EXPECT_TRUE(GrowsLinearly(
+      [&](std::size_t count) {
+        std::string bytes = Tar("a", "");
+        for (std::size_t i = 0; i < count; ++i) bytes += pair;
+        const auto read = [&](std::uint64_t at, std::uint64_t size) {
+          return at < bytes.size() ? bytes.substr(at, size) : std::string();
+        };
+        for (int i = 0; i < 10; ++i) {
+          EXPECT_EQ(LookIntoArchive({bytes.size(), read}, bytes), ArchiveLook::kNoMail);
+        }
+      },
+      1000));
+
+  constexpr std::uint64_t kHole = std::uint64_t{4} << 30;
+  std::uint64_t total = 0;
+  const auto read = [&](std::uint64_t at, std::uint64_t size) {
+    total += size;
+    std::string bytes(size, '\0');
+    if (at % (32 << 20) == 0) bytes.replace(0, 512, Tar("a", ""));
+    return bytes;
+  };
+  EXPECT_EQ(LookIntoArchive({kHole, read}, Tar("a", "")), ArchiveLook::kUnknown);
+  EXPECT_LT(total, std::uint64_t{80} << 20);
 }
 
 }  // namespace
