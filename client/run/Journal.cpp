@@ -281,6 +281,13 @@ void Journal::KeepPlaces(const FolderPlaces& places) {
   all.Commit();
 }
 
+std::set<std::string, std::less<>> Journal::HolderPaths() {
+  platform::SqliteStatement query = m_database.Prepare("SELECT DISTINCT path FROM holder");
+  std::set<std::string, std::less<>> paths;
+  while (query.Step()) paths.emplace_hint(paths.end(), query.Text(0));
+  return paths;
+}
+
 // What lies in a file is located behind a colon, what lies in a folder behind a slash. The place of
 // an item may be another one's by now; of mails it is known where they lay last.
 bool Journal::HasPut(const std::string& path, std::string_view folder) {

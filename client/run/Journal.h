@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -102,6 +103,8 @@ class Journal {
   // place of what is known of these. Not durable.
   std::optional<std::string> PlaceOf(const Holder& holder);
   void KeepPlaces(const FolderPlaces& places);
+  // Of all holders that it keeps a place of.
+  std::set<std::string, std::less<>> HolderPaths();
   // Something of that file or folder of a source, or of a folder below it, went to that folder, did
   // not fail and was not taken away again.
   bool HasPut(const std::string& path, std::string_view folder);

@@ -2,15 +2,20 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <map>
+#include <new>
 #include <set>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
 
 #include "client/run/ItemLoader.h"
 #include "client/run/LastingPlace.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/SpecialFolders.h"
+#include "platform/CString.h"
 
 namespace client {
 namespace {
@@ -32,19 +37,19 @@ struct Unknown {
   std::map<std::string, Arrivals> elsewhere = {};
 };
 
-std::string_view LastName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
-
-std::string_view Above(std::string_view path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
-}
-
-// The name of the file or folder that held it.
-std::string HolderName(std::string_view location) {
-  const LastingPlace place{std::string(location)};
-  const std::size_t end = place.path.size();
-  const bool isInFile = end < location.size() && location[end] == ':';
-  return std::string(LastName(isInFile ? std::string_view(place.path) : Above(place.path)));
+// The name of the file or folder that held it, the innermost of those; empty if none did.
+std::string HolderName(std::string_view location,
+                       const std::set<std::string, std::less<>>& holders) {
+  for (std::size_t end = location.find_last_of("/:"); end != std::string_view::npos && end > 0;
+       end = location.find_last_of("/:", end - 1)) {
+    std::string_view holder = location.substr(0, end);
+    if (!holders.contains(holder)) continue;
+    // Earlier versions knew a Maildir by the part that held its mail.
+    const LastingPlace place{std::string(location)};
+    if (!place.path.starts_with(holder)) holder = FolderOf(holder);
+    return std::string(LastName(holder));
+  }
+  return {};
 }
 
 bool IsBelow(std::string_view location, std::string_view source) {
@@ -61,14 +66,18 @@ class UnknownHolders {
       if (!journal.PlaceOf(holder)) m_holders[holder.path].push_back({&holder, &place});
     }
     if (m_holders.empty()) return;
+    m_known = journal.HolderPaths();
     for (const Plan::Entry& entry : plan.entries) AddSample(entry);
   }
 
   void Count(const Journal::ArrivedRow& row, const std::vector<std::string>& sources) {
     const auto [begin, end] = m_samples.equal_range(std::string(row.hash));
     if (begin == end) return;
+    // As the sources are kept: bytes that are no UTF-8 are not.
+    const std::string location = CString::FromUtf8(row.source).ToUtf8();
     const bool isGone = std::ranges::none_of(
-        sources, [&](const std::string& source) { return IsBelow(row.source, source); });
+        sources, [&](const std::string& source) { return IsBelow(location, source); });
+    const std::string name = isGone ? HolderName(row.source, m_known) : std::string();
     const std::string folder(row.folder);
     for (auto it = begin; it != end; ++it) {
       Unknown& unknown = *it->second;
@@ -77,8 +86,7 @@ class UnknownHolders {
       } else if (isGone) {
         Arrivals& arrivals = unknown.elsewhere[folder];
         ++arrivals.items;
-        arrivals.hasName =
-            arrivals.hasName || HolderName(row.source) == LastName(unknown.holder->path);
+        arrivals.hasName = arrivals.hasName || name == LastName(unknown.holder->path);
       }
     }
   }
@@ -106,14 +114,15 @@ class UnknownHolders {
     try {
       const std::string hash = ItemLoader::Load(entry).hash;
       if (m_samples.count(hash) < kMostAlike) m_samples.emplace(hash, unknown);
-    } catch (const SourceError&) {  // told when its turn comes
+    } catch (const SourceError&) {     // told when its turn comes
+    } catch (const std::bad_alloc&) {  // so is this
     }
   }
 
   // Parts of a holder may lie between.
   Unknown* Of(const SourceItem& item) {
-    for (std::string_view path = item.file.empty() ? Above(item.location) : item.file;
-         !path.empty(); path = Above(path)) {
+    for (std::string_view path = item.file.empty() ? FolderOf(item.location) : item.file;
+         !path.empty(); path = FolderOf(path)) {
       const auto there = m_holders.find(path);
       if (there == m_holders.end()) continue;
       const auto own = std::ranges::find_if(there->second, [&](const Unknown& each) {
@@ -126,6 +135,7 @@ class UnknownHolders {
 
   std::map<std::string, std::vector<Unknown>, std::less<>> m_holders;  // by path
   std::set<std::string> m_targets;                                     // of the plan, folded
+  std::set<std::string, std::less<>> m_known;                          // holders of earlier runs
   std::unordered_multimap<std::string, Unknown*> m_samples;            // by hash
 };
 

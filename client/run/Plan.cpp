@@ -17,14 +17,13 @@
 #include "client/run/ItemKinds.h"
 #include "client/sources/FolderNames.h"
 #include "client/sources/Maildir.h"
+#include "client/sources/PathParts.h"
 #include "client/sources/PreparedItem.h"
 #include "client/sources/SpecialFolders.h"
 #include "platform/CString.h"
 
 namespace client {
 namespace {
-
-std::string_view LastName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
 // How much of an item's location people need not read: what lies above its source. One source alone
 // goes unnamed if it is a folder; of several that end alike each is named by its whole path.

@@ -24,9 +24,8 @@ struct ListedProfile {
   bool isDefault = false;
 };
 
-std::string_view LastName(std::string_view path) {
-  return path.substr(path.find_last_of("/\\") + 1);
-}
+// Lists of either system are read here.
+std::string_view NameOf(std::string_view path) { return path.substr(path.find_last_of("/\\") + 1); }
 
 std::string ParentOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
@@ -80,7 +79,7 @@ std::vector<ListedProfile> ReadList(const std::string& folder) {
 std::string MainOf(const std::vector<ListedProfile>& listed,
                    const std::vector<std::string>& found) {
   for (const ListedProfile& profile : listed) {
-    const auto name = std::ranges::find(found, LastName(profile.path));
+    const auto name = std::ranges::find(found, NameOf(profile.path));
     if (name != found.end()) return *name;
   }
   return found.size() == 1 ? found.front() : std::string();
@@ -89,7 +88,7 @@ std::string MainOf(const std::vector<ListedProfile>& listed,
 // By the last name of the path.
 std::string ListedName(const std::vector<ListedProfile>& listed, std::string_view name) {
   const auto found = std::ranges::find_if(
-      listed, [&](const ListedProfile& each) { return LastName(each.path) == name; });
+      listed, [&](const ListedProfile& each) { return NameOf(each.path) == name; });
   return found == listed.end() || found->name.empty() ? std::string(name) : found->name;
 }
 
@@ -97,7 +96,7 @@ std::string ListedName(const std::vector<ListedProfile>& listed, std::string_vie
 bool LiesBelow(const std::string& folder, const ListedProfile& profile) {
   const bool leadsOut = profile.path.find("..") != std::string::npos;
   if (profile.isRelative && !leadsOut) return HasEntry(folder, profile.path);
-  const std::string name = "/" + std::string(LastName(profile.path));
+  const std::string name = "/" + std::string(NameOf(profile.path));
   return IsProfile(folder + name) || IsProfile(folder + "/" + std::string(kProfiles) + name);
 }
 
@@ -111,7 +110,7 @@ void MailProfiles::Find() const {
     return true;
   });
   std::ranges::sort(found);
-  const bool isProfiles = LastName(m_folder) == kProfiles;
+  const bool isProfiles = NameOf(m_folder) == kProfiles;
   const auto listed = ReadList(isProfiles ? ParentOf(m_folder) : m_folder);
   const std::string main = MainOf(listed, found);
   if (!main.empty()) m_levels[main] = "";

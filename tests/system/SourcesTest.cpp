@@ -550,37 +550,56 @@ TEST_F(SecondPass, WhatASourceHoldsIsKnownWhereItWasMoved) {
   m_folder.Write("source/Dir/cur/4.a:2,S", Mail("4"));
   m_folder.Write("source/Dir/new/.keep", "");
   m_folder.Write("source/Box", "From - Tue Mar 05 10:00:00 2019\n" + Mail("5") + "\n");
-  m_folder.Write("source/Kunde/6.ics",
-                 "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:6\r\nDTSTART:20240102T100000Z\r\n"
-                 "END:VEVENT\r\nEND:VCALENDAR\r\n");
-  EXPECT_EQ(Pass()["sent"], 6);
+  const auto write = [this](const std::string& file, const std::string& uid) {
+    m_folder.Write(file, "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:" + uid +
+                             "\r\nSUMMARY:Event\r\nDTSTART:20240102T100000Z\r\n"
+                             "END:VEVENT\r\nEND:VCALENDAR\r\n");
+  };
+  write("source/Kunde/6.ics", "6");
+  write("source/9.ics", "9");
+  EXPECT_EQ(Pass()["sent"], 7);
 
   // As deep as before, though its mails were sorted since.
   move("source", "a/source");
   move("a/source/Kunde/3.eml", "a/source/Sorted/3.eml");
   EXPECT_THAT(pass("a/source"), FailsWith("which is not among those given"));
   const nlohmann::json same = SummaryOf(pass("a/source", {"--adopt"}));
-  EXPECT_EQ(same["there_already"], 5);
+  EXPECT_EQ(same["there_already"], 6);
   EXPECT_EQ(same["sent"], 1);
 
   move("a", "b/a");
   m_folder.Write("b/a/7.eml", Mail("7"));
+  write("b/a/10.ics", "10");
   m_folder.Write("b/a/source/Kunde/8.eml", Mail("8"));
   const std::string lines =
-      "source\tInbox\nsource/Box\tBox\nsource/Dir\tDir\nsource/Kunde\tKunde\n"
-      "Calendar/source/Kunde\tCalendar/Kunde\nsource/Sorted\tSorted\n";
+      "source\tInbox\nCalendar/source\tCalendar\nsource/Box\tBox\nsource/Dir\tDir\n"
+      "source/Kunde\tKunde\nCalendar/source/Kunde\tCalendar/Kunde\nsource/Sorted\tSorted\n";
   for (const char* const option : {"--adopt", "--dry-run"}) {
     EXPECT_THAT(pass("b/a", {option}), FailsWith("The lines:\n" + lines));
   }
   m_folder.Write("map", lines);
   const nlohmann::json deeper =
       SummaryOf(pass("b/a", {"--adopt", "--folder-map", m_folder.File("map")}));
-  EXPECT_EQ(deeper["there_already"], 6);
-  EXPECT_EQ(deeper["sent"], 2);
+  EXPECT_EQ(deeper["there_already"], 7);
+  EXPECT_EQ(deeper["sent"], 3);
 
   move("b/a/source/Kunde", "c/Kunde");
   EXPECT_THAT(pass("c/Kunde", {"--adopt"}),
               FailsWith("The lines:\nInbox\tKunde\nCalendar\tCalendar/Kunde\n"));
+}
+
+TEST_F(SecondPass, WhatIsSortedInASourceOfAnyNameHasNotMovedWithAnother) {
+  const std::string kept = m_folder.File("K\xF6ln");
+  m_folder.Write("K\xF6ln/A/1.eml", Mail("1"));
+  m_folder.Write("source/2.eml", Mail("2"));
+  EXPECT_EQ(Pass({kept})["sent"], 2);
+  std::filesystem::rename(kept + "/A", kept + "/B");
+  std::filesystem::rename(m_folder.File("source"), m_folder.File("b"));
+  std::vector<std::string> arguments = MigrateArguments(m_folder, {kept, "--adopt"});
+  arguments[1] = m_folder.File("b");
+  const nlohmann::json sorted = SummaryOf(RunProgram("tarny", arguments, m_folder.Path()));
+  EXPECT_EQ(sorted["there_already"], 1);
+  EXPECT_EQ(sorted["sent"], 1);
 }
 
 // Its labels are folders, whatever lies beside them in its file.
