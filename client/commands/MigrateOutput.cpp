@@ -12,6 +12,18 @@
 namespace client {
 namespace {
 
+// What a plan tells of its sources.
+nlohmann::json SourcesAsJson(const Plan& plan) {
+  return {{"whole", plan.IsWhole()},
+          {"deleted", plan.deleted},
+          {"store_data", plan.storeData},
+          {"merged", ProblemsAsJson(plan.merged)},
+          {"alike", ProblemsAsJson(plan.alike)},
+          {"unused_lines", ProblemsAsJson(plan.unusedLines)},
+          {"empty_sources", ProblemsAsJson(plan.emptySources)},
+          {"left_out", LeftOutAsJson(plan.problems)}};
+}
+
 void PlanAsJson(const Plan& plan, const std::string& target) {
   nlohmann::json folders = nlohmann::json::array();
   for (const Plan::Folder& folder : plan.Folders()) {
@@ -20,17 +32,9 @@ void PlanAsJson(const Plan& plan, const std::string& target) {
   for (const std::string& folder : plan.emptyFolders) {
     folders.push_back({{"folder", folder}, {"items", 0}, {"bytes", 0}});
   }
-  std::cout << JsonText(nlohmann::json{{"target", target},
-                                       {"items", plan.entries.size()},
-                                       {"folders", folders},
-                                       {"whole", plan.IsWhole()},
-                                       {"deleted", plan.deleted},
-                                       {"store_data", plan.storeData},
-                                       {"merged", ProblemsAsJson(plan.merged)},
-                                       {"alike", ProblemsAsJson(plan.alike)},
-                                       {"unused_lines", ProblemsAsJson(plan.unusedLines)},
-                                       {"empty_sources", ProblemsAsJson(plan.emptySources)},
-                                       {"left_out", LeftOutAsJson(plan.problems)}});
+  nlohmann::json all = {{"target", target}, {"items", plan.entries.size()}, {"folders", folders}};
+  all.update(SourcesAsJson(plan));
+  std::cout << JsonText(all);
 }
 
 // What stays in the source as its store wants it.
@@ -129,34 +133,28 @@ void PrintPlan(const Plan& plan, const std::string& target, bool json) {
 }
 
 std::string SummaryAsJson(const Summary& summary, const Plan& plan) {
-  return JsonText(nlohmann::json{{"items", summary.total},
-                                 {"sent", summary.sent},
-                                 {"arrived_reduced", summary.reduced},
-                                 {"there_already", summary.known},
-                                 {"equal_in_folder", summary.equal},
-                                 {"updated", summary.updated},
-                                 {"failed", summary.failed},
-                                 {"folders_not_made", summary.foldersMissing},
-                                 {"not_confirmed", summary.notConfirmed},
-                                 {"not_reached", summary.total - summary.seen},
-                                 {"waits", summary.waits},
-                                 {"waited_seconds", summary.waitedSeconds},
-                                 {"stopped", summary.stopped},
-                                 {"whole", plan.IsWhole()},
-                                 {"deleted", plan.deleted},
-                                 {"store_data", plan.storeData},
-                                 {"merged", ProblemsAsJson(plan.merged)},
-                                 {"alike", ProblemsAsJson(plan.alike)},
-                                 {"unused_lines", ProblemsAsJson(plan.unusedLines)},
-                                 {"empty_sources", ProblemsAsJson(plan.emptySources)},
-                                 {"missing", ProblemsAsJson(summary.missing)},
-                                 {"taken_away", summary.takenAway},
-                                 {"gone_there_too", summary.goneThere},
-                                 {"staying", ProblemsAsJson(summary.whyStaying)},
-                                 {"failures", ProblemsAsJson(summary.failures)},
-                                 {"remarks", ProblemsAsJson(summary.remarks)},
-                                 {"doubts", ProblemsAsJson(summary.doubts)},
-                                 {"left_out", LeftOutAsJson(plan.problems)}});
+  nlohmann::json all{{"items", summary.total},
+                     {"sent", summary.sent},
+                     {"arrived_reduced", summary.reduced},
+                     {"there_already", summary.known},
+                     {"equal_in_folder", summary.equal},
+                     {"updated", summary.updated},
+                     {"failed", summary.failed},
+                     {"folders_not_made", summary.foldersMissing},
+                     {"not_confirmed", summary.notConfirmed},
+                     {"not_reached", summary.total - summary.seen},
+                     {"waits", summary.waits},
+                     {"waited_seconds", summary.waitedSeconds},
+                     {"stopped", summary.stopped},
+                     {"missing", ProblemsAsJson(summary.missing)},
+                     {"taken_away", summary.takenAway},
+                     {"gone_there_too", summary.goneThere},
+                     {"staying", ProblemsAsJson(summary.whyStaying)},
+                     {"failures", ProblemsAsJson(summary.failures)},
+                     {"remarks", ProblemsAsJson(summary.remarks)},
+                     {"doubts", ProblemsAsJson(summary.doubts)}};
+  all.update(SourcesAsJson(plan));
+  return JsonText(all);
 }
 
 void PrintSummary(const Summary& summary, const Plan& plan, const std::string& file) {
