@@ -8,6 +8,7 @@
 #include "base/WholeNumber.h"
 #include "charset/ByteOrderMarks.h"
 #include "client/sources/FirstNumber.h"
+#include "client/sources/NullRuns.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -145,19 +146,8 @@ bool MboxSplitter::Line::IsBlank() const {
 }
 
 void MboxSplitter::Feed(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const bool isNull = bytes.front() == '\0';
-    const std::size_t end =
-        std::min(isNull ? bytes.find_first_not_of('\0') : bytes.find('\0'), bytes.size());
-    if (!isNull) {
-      if (m_nulls >= kLeastHole) EndHole();
-      m_nulls = 0;
-    } else {
-      m_nulls += end;
-    }
-    FeedLines(bytes.substr(0, end));
-    bytes.remove_prefix(end);
-  }
+  EachRun(
+      bytes, m_nulls, [this] { EndHole(); }, [this](std::string_view run) { FeedLines(run); });
 }
 
 void MboxSplitter::EndHole() {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "client/sources/NullRuns.h"
 #include "client/sources/SourceFiles.h"
 
 namespace client {
@@ -26,19 +27,8 @@ bool EndsWithMmdfMark(std::string_view bytes) {
 }
 
 void MmdfSplitter::Feed(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const bool isNull = bytes.front() == '\0';
-    const std::size_t end =
-        std::min(isNull ? bytes.find_first_not_of('\0') : bytes.find('\0'), bytes.size());
-    if (!isNull) {
-      if (m_nulls >= kLeastHole) EndHole();
-      m_nulls = 0;
-    } else {
-      m_nulls += end;
-    }
-    FeedLines(bytes.substr(0, end));
-    bytes.remove_prefix(end);
-  }
+  EachRun(
+      bytes, m_nulls, [this] { EndHole(); }, [this](std::string_view run) { FeedLines(run); });
 }
 
 void MmdfSplitter::FeedLines(std::string_view bytes) {

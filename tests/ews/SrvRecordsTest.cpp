@@ -136,8 +136,8 @@ TEST(SrvRecords, WhatIsNotThereIsToldAtOnceAndSilenceInTime) {
     EXPECT_THAT(Ask(silent, limit), HasSubstr("No name server answered"));
     return std::chrono::steady_clock::now() - start;
   };
-  EXPECT_LT(timeOf(2s), timeOf(6s));
-  EXPECT_EQ(silent.Asked(), 4);
+  EXPECT_LT(timeOf(2s), 4s);
+  EXPECT_EQ(silent.Asked(), 2);
 }
 
 TEST(SrvRecords, AnAnswerThatIsCutOffGivesItsWholeRecords) {

@@ -23,7 +23,7 @@ using namespace mailbox_test;
 namespace {
 
 const std::string kGetInbox = GetFolder(WellKnown("inbox"));
-constexpr std::chrono::seconds kLongest{120};  // until an answer counts as missing
+constexpr std::chrono::seconds kLongest{10};  // until an answer counts as missing
 
 class Connection {
  public:
